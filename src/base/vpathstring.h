@@ -1,0 +1,35 @@
+// base/vpathstring.h: VPathString, a VString that names a file or a directory.
+//
+// Path text is data: nothing here folds case, rewrites separators or looks at the disk, but for the
+// two tests that say so.
+#pragma once
+
+#include <string>
+#include <string_view>
+#include <utility>
+
+#include "base/vstring.h"
+
+namespace foldapi {
+
+class VPathString : public VString {
+ public:
+  VPathString() = default;
+  VPathString(const char* text) : VString(text) {}
+  VPathString(std::string text) : VString(std::move(text)) {}
+  VPathString(std::string_view text) : VString(text) {}
+  VPathString(const VString& text) : VString(text) {}
+
+  // The path without its last component and the separator before that. A root stays as it is.
+  VPathString directoryPart() const;
+  // The last component: what stands behind the last "\", "/" or ":".
+  VPathString fileNamePart() const;
+  // Appends a component with one separator between: the one that the operands use already.
+  VPathString& join(const VString& component);
+
+  VBool exists() const;
+  // Removes the file; tells whether that worked.
+  VBool remove() const;
+};
+
+}  // namespace foldapi

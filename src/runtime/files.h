@@ -1,0 +1,52 @@
+// runtime/files.h: tests, stamps and attributes of files, by path text.
+//
+// Every function translates its path with nativePath() (platform_path.h) first. None reports to a
+// sink: callers turn a failure into a message of their own.
+#pragma once
+
+#include <cstdint>
+#include <string_view>
+
+namespace foldapi {
+
+// The modification stamp of a file at one moment, and what identifies its content. `packed` is the
+// packed local time that clients and data files know (see packedtime.h); it ticks every two seconds,
+// so comparisons look at the identity as well. All 0 for a file that can't be read.
+struct FileStamp {
+  uint32_t packed = 0;
+  uint64_t device = 0;
+  uint64_t inode = 0;
+  uint64_t size = 0;
+  int64_t nanoseconds = 0;  // Since 1970.
+
+  bool isSet() const { return packed != 0; }
+  bool operator==(const FileStamp&) const = default;
+};
+
+constexpr int32_t kAttributeReadOnly = 0x1;
+constexpr int32_t kAttributeDirectory = 0x10;
+constexpr int32_t kAttributeArchive = 0x20;
+
+FileStamp fileStamp(std::string_view path);
+
+// The packed modification time, 0 when the file can't be read. Fills `out` if it isn't null.
+uint32_t fileTime(std::string_view path, uint32_t* out = nullptr);
+// Sets the modification time and keeps the access time. 0, or -1 on failure.
+int setFileTime(std::string_view path, uint32_t packed);
+
+// Whether a regular file or a directory of that name exists. An empty path does not.
+bool fileExists(std::string_view path);
+// An empty path, a root and a bare drive count as directories.
+bool isDirectory(std::string_view path);
+// A set of kAttribute bits, -1 on failure.
+int32_t getAttributes(std::string_view path);
+// The drive letter that a path begins with, 0 without one.
+char driveLetter(std::string_view path);
+// Whether the path map knows no place for the drive, or the place is gone. True for no letter.
+bool driveNotReady(char letter);
+// 0 if the file may be used for `mode` (0x2 write, else read), -1 otherwise with errno set. The
+// owner's write bit decides, so a read-only file refuses root as well.
+int checkAccess(std::string_view path, int mode);
+void sleepMilliseconds(unsigned milliseconds);
+
+}  // namespace foldapi

@@ -1,0 +1,80 @@
+// runtime/textfile.h: TextFile, one open text data file of the project database.
+//
+// The one place that knows how a data file is kept from others and how it reaches the disk whole.
+//
+// Sharing. An updater holds the file exclusively until it closes it; a reader takes a shared hold
+// without waiting. The hold is flock() on the data file itself, so it belongs to this open file,
+// goes with the process, and also counts between two opens of one process.
+// Content. Opening reads the whole file. Changes are made in memory and reach the disk in commit():
+// a sibling file, synced and renamed over the data file, or one write where an append fits. A kill
+// at any instant leaves the old content or the new.
+// Lines end in CR LF on disk and in LF here; both are read. Every other byte is text.
+#pragma once
+
+#include <memory>
+#include <string>
+#include <string_view>
+
+#include "runtime/files.h"
+
+namespace foldapi {
+
+class TextFile {
+ public:
+  enum class Access {
+    kRead,    // Shared hold. Reads on unlocked when another process updates the file, and fails
+              // when this very process does.
+    kProbe,   // As kRead, but fails whenever the shared hold is refused.
+    kUpdate,  // Exclusive hold, or failure at once: a caller that wants to wait tries again.
+  };
+  enum class Failure {
+    kNone,
+    kMissing,   // No such file.
+    kBusy,      // Held by another open file.
+    kRefused,   // No right to open, a directory, a drive that is not ready, or a failed read.
+    kNoMemory,
+  };
+
+  // Opens an existing file and reads it. Null on failure, with the reason in *failure.
+  static std::unique_ptr<TextFile> open(std::string_view path, Access access, Failure* failure);
+  // Makes an empty file if there is none. False if that fails.
+  static bool create(std::string_view path);
+
+  TextFile(const TextFile&) = delete;
+  TextFile& operator=(const TextFile&) = delete;
+  ~TextFile();  // Gives up the hold. What was not committed is dropped.
+
+  // The text as it now stands, changes included, with LF line ends. Good until the next change.
+  std::string_view text() const;
+
+  // Whether the text differs from what was read or last committed.
+  bool isChanged() const;
+  // Empties the text.
+  void clear();
+  // Adds at the end. Line ends are LF. On a file opened for reading the first change tries to become
+  // the exclusive holder, goes on if that works and the file is unchanged since it was opened, and
+  // fails otherwise: failed() is then true.
+  void append(std::string_view text);
+  // Adds a line end if the last line has none.
+  void endLastLine();
+  // Whether a change was refused or a commit failed.
+  bool failed() const;
+
+  // Brings the changes to the disk, all or nothing; nothing to do without changes. The hold stays,
+  // on the new file too. False on failure, with the old file as it was.
+  bool commit();
+
+  // The stamp of the file as it now stands on disk, taken through the open file.
+  FileStamp stamp() const;
+
+ private:
+  struct State;
+  explicit TextFile(std::unique_ptr<State> state);
+  std::unique_ptr<State> state_;
+};
+
+// Waits until the file may be had exclusively or `milliseconds` have passed, whichever is first,
+// looking again every few milliseconds.
+void waitForTextFile(std::string_view path, unsigned milliseconds);
+
+}  // namespace foldapi
