@@ -1,0 +1,259 @@
+/* foldapi.h: walk, query and change a project database.
+ *
+ * A database is a root that lists projects. A project holds folders and archives, a folder holds
+ * archives. Each list lies in a pair of text files: a public one that a team shares and a private
+ * one that overlays it for one user. An archive's record only pairs a workfile with an archive
+ * file; counts, lockers and the like come from the archive file itself, when they are asked for.
+ *
+ *     TVHandle* root = Init("/srv/db/pub", "/home/ann/db");
+ *     OpenProjectRoot(root);
+ *     for (TVHandle* p = GetFirstProject(root); p != NULL; p = GetNextProject(root))
+ *       puts(GetProjectName(p));
+ *     CloseProjectRoot(root);
+ *
+ * Threads    One at a time. Only the text buffers are a thread's own.
+ *
+ * Handles    Every handle belongs to the library, and a client frees none. The root handle lives as
+ *            long as the library. Any other one belongs to the handle that it was walked or found
+ *            from, its parent, and dies when the parent's open count falls to 0, whatever its own
+ *            count is. So whoever wants to keep children keeps the parent open. Null, and a handle
+ *            that is closed, destroyed or of another kind than the function wants, is answered like
+ *            a handle that stands for nothing: "", null, 0 or -1, and a change does nothing.
+ *
+ * Opening    The first open of a handle reads its data file; later ones read it again only if it
+ *            changed. Each open raises the open count by 1 and each close lowers it. The open
+ *            functions and the close functions give the new count, or -1 for a handle that stands
+ *            for nothing; closing a handle that is not open gives -1 as well.
+ *
+ * Walks      A "first" function opens the parent once more, and the "next" function that reaches
+ * the end closes it. So a walk that runs to its end is balanced; whoever leaves one early calls the
+ * parent's close function. There is one cursor for each parent: walks of the same parent can't be
+ * nested, and a find moves it.
+ *
+ * Finds      A find ignores the case of the letters A to Z and gives the first match, or null. Keep
+ *            the parent open while the result is in use.
+ *
+ * Text       Strings in are NUL-terminated, in the bytes of the data files (no encoding is
+ * imposed), and copied before the function returns; null counts as "". Strings out are never null.
+ *            Each lies in one of 16 buffers of the calling thread, used in turn: it is good until
+ *            the sixteenth text result after it, so copy what must last.
+ *
+ * Failure    Null, 0 or -1, as told at each function. No function gives a message, and none exits
+ * or throws. A function without a result shows success only when the value is read back.
+ *
+ * Paths      Separators are "\" and "/" alike. A drive ("V:") or a share ("\\server\share") is
+ * looked up in section [TRVSPATHS] of the profile KSTR.INI. Names on disk match without regard to
+ * case if there is no exact match. */
+#ifndef FOLDAPI_FOLDAPI_H
+#define FOLDAPI_FOLDAPI_H
+
+#include <stdint.h>
+
+#ifdef __cplusplus
+extern "C" {
+#endif
+
+#define FOLDAPI_EXPORT __attribute__((visibility("default")))
+
+/* A place in the database: the root, a project, a folder or an archive. Opaque. */
+typedef struct TVHandle TVHandle;
+
+/* Session. --------------------------------------------------------------------------------------*/
+
+/* Starts the archive toolkit for a process (`reason` 1) or a thread (2); 0 and 3 do nothing. The
+ * library calls it with reason 1 itself when it is loaded; a thread that wants a start of its own
+ * calls DllMain(NULL, 2, NULL). `module` and `reserved` are not looked at.
+ * Gives 1, or 0 if the toolkit could not start. */
+FOLDAPI_EXPORT int32_t DllMain(void* module, uint32_t reason, void* reserved);
+
+/* Sets the root's two directories and gives the root handle. They hold trvsproj.pub and
+ * trvsproj.prv, the lists of projects; neither is touched before the root is opened. An empty or
+ * null text takes its value from the profile: TRVSPROJ and TRVSPRIV in section [TRVSGUI]. Where the
+ * profile has none, a default under the user's data directory is taken and written to the profile.
+ * Gives null if no root could be made; then the root is as it was before. Otherwise all handles and
+ * counts of an earlier Init are gone, and the pointer is always the same. Unusable directories do
+ * not fail here: their walk is empty. */
+FOLDAPI_EXPORT TVHandle* Init(const char* publicRoot, const char* privateRoot);
+
+/* Root. -----------------------------------------------------------------------------------------*/
+
+/* The root directories that Init settled on. */
+FOLDAPI_EXPORT const char* GetRootPublicDir(TVHandle* root);
+FOLDAPI_EXPORT const char* GetRootPrivateDir(TVHandle* root);
+
+/* Open reads trvsproj.pub, then trvsproj.prv, and makes the one that is missing. Each is kept from
+ * other processes while it is read; one that another process is changing is waited for, up to five
+ * seconds. A file that can't be read leaves the projects out that it would give, and still counts
+ * as opened. */
+FOLDAPI_EXPORT int32_t OpenProjectRoot(TVHandle* root);
+FOLDAPI_EXPORT int32_t CloseProjectRoot(TVHandle* root);
+
+/* Walk the projects in the order of their names. */
+FOLDAPI_EXPORT TVHandle* GetFirstProject(TVHandle* root);
+FOLDAPI_EXPORT TVHandle* GetNextProject(TVHandle* root);
+
+/* The project of that name. */
+FOLDAPI_EXPORT TVHandle* FindProject(TVHandle* root, const char* name);
+
+/* Projects. -------------------------------------------------------------------------------------*/
+
+/* Creates a project: its two data directories (under the root directories, named after the project
+ * in 8.3 form, as in "MyPrjct.prj"), their trvsfold files, a configuration file, and its records in
+ * trvsproj.pub and trvsproj.prv. `privateWorkDir` and `publicWorkDir` are where the workfiles of a
+ * user and of the team are; they are not created. A project that exists already stays as it is. A
+ * name that is empty, or any text with a line break in it, creates nothing. To see whether it
+ * worked, find the project. */
+FOLDAPI_EXPORT void CreateProject(TVHandle* root, const char* name, const char* privateWorkDir,
+                                  const char* publicWorkDir);
+
+/* The name in the root's data files. */
+FOLDAPI_EXPORT const char* GetProjectName(TVHandle* project);
+
+/* The path of the project's configuration file, from CFG in the root's data files. */
+FOLDAPI_EXPORT const char* GetProjectCfgFile(TVHandle* project);
+
+/* The archive directories, separated by ";", as the configuration files put them together: the
+ * "Master Project"'s file first, then the project's. Reads both if they changed. "" if there are
+ * none or the files can't be read. */
+FOLDAPI_EXPORT const char* GetProjectVCSDirs(TVHandle* project);
+
+/* Appends a VCSDIR directive with `directories`, less one "\" at their end, to the project's
+ * configuration file; earlier directives stay above it. Read the value back to see whether it
+ * worked. */
+FOLDAPI_EXPORT void SetProjectVCSDirs(TVHandle* project, const char* directories);
+
+/* Where the workfiles of the team (public) and of this user (private) are: WKDIR in trvsproj.pub
+ * and in trvsproj.prv. A project without a private record answers both with the public one. Setting
+ * rewrites the root's data files; a text with a line break is refused. */
+FOLDAPI_EXPORT const char* GetProjectPublicDir(TVHandle* project);
+FOLDAPI_EXPORT void SetProjectPublicDir(TVHandle* project, const char* directory);
+FOLDAPI_EXPORT const char* GetProjectPrivateDir(TVHandle* project);
+FOLDAPI_EXPORT void SetProjectPrivateDir(TVHandle* project, const char* directory);
+
+/* Open reads the project's trvsfold.pub, then its trvsfold.prv. */
+FOLDAPI_EXPORT int32_t OpenProject(TVHandle* project);
+FOLDAPI_EXPORT int32_t CloseProject(TVHandle* project);
+
+/* Takes the project's records out of the root's data files. All its directories, data files and
+ * archives stay on disk. The handle stands for nothing afterwards. */
+FOLDAPI_EXPORT void DestroyProject(TVHandle* project);
+
+/* Folders. --------------------------------------------------------------------------------------*/
+
+/* Walk the folders of a project in the order of their names. */
+FOLDAPI_EXPORT TVHandle* GetFirstFolder(TVHandle* project);
+FOLDAPI_EXPORT TVHandle* GetNextFolder(TVHandle* project);
+
+/* The folder of that name. */
+FOLDAPI_EXPORT TVHandle* FindFolder(TVHandle* project, const char* name);
+
+/* The name in the project's data files. */
+FOLDAPI_EXPORT const char* GetFolderName(TVHandle* folder);
+
+/* Open reads the folder's trvsfold.pub, or trvsfold.prv if only this user has the folder. */
+FOLDAPI_EXPORT int32_t OpenFolder(TVHandle* folder);
+FOLDAPI_EXPORT int32_t CloseFolder(TVHandle* folder);
+
+/* Takes the folder's records out of the project's data files; its own file and directory stay. The
+ * handle stands for nothing afterwards. */
+FOLDAPI_EXPORT void DestroyFolder(TVHandle* folder);
+
+/* Archives: walks and finds. --------------------------------------------------------------------*/
+
+/* Walk the archives that a project, or a folder, holds itself. Both pairs take either parent. The
+ * order is that of the last SetSortType call, at first that of the qualified workfile names. */
+FOLDAPI_EXPORT TVHandle* GetFirstArchive(TVHandle* parent);
+FOLDAPI_EXPORT TVHandle* GetNextArchive(TVHandle* parent);
+FOLDAPI_EXPORT TVHandle* GetFirstArchiveInFolder(TVHandle* parent);
+FOLDAPI_EXPORT TVHandle* GetNextArchiveInFolder(TVHandle* parent);
+
+/* Order the archives of an open parent by workfile name, by workfile directory and name, or by
+ * archive name. Holds until the parent's last close; does nothing to a parent that is not open. The
+ * sorting itself is done by the next walk or find. */
+FOLDAPI_EXPORT void SetSortTypeWorkName(TVHandle* parent);
+FOLDAPI_EXPORT void SetSortTypeQualWorkName(TVHandle* parent);
+FOLDAPI_EXPORT void SetSortTypeArchiveName(TVHandle* parent);
+
+/* Find an archive by one of its names; the qualified ones are a directory and a name. A find
+ * bisects if the order is the one of its name, and looks at each archive otherwise.
+ * FindArchiveInFolder is FindArchiveByWorkName. */
+FOLDAPI_EXPORT TVHandle* FindArchiveByWorkName(TVHandle* parent, const char* name);
+FOLDAPI_EXPORT TVHandle* FindArchiveByQualWorkName(TVHandle* parent, const char* path);
+FOLDAPI_EXPORT TVHandle* FindArchiveByArchiveName(TVHandle* parent, const char* name);
+FOLDAPI_EXPORT TVHandle* FindArchiveByQualArchiveName(TVHandle* parent, const char* path);
+FOLDAPI_EXPORT TVHandle* FindArchiveInFolder(TVHandle* parent, const char* name);
+
+/* Archives: changes. ----------------------------------------------------------------------------*/
+
+/* Appends a record that pairs the path of a workfile, which may be relative, with the path of an
+ * archive to the parent's data file: trvsfold.pub of a project or a public folder, trvsfold.prv of
+ * a private folder. Neither path is looked at on disk. A pair that is there already stays as it is;
+ * a text with a line break is refused. To see whether it worked, find the archive. */
+FOLDAPI_EXPORT void AddExistingArchive(TVHandle* parent, const char* workfile, const char* archive);
+
+/* An archive has nothing to walk yet; open and close count, and hold the archive's record. */
+FOLDAPI_EXPORT int32_t OpenArchive(TVHandle* archive);
+FOLDAPI_EXPORT int32_t CloseArchive(TVHandle* archive);
+
+/* Takes the archive's record out of its parent's data file; the archive file stays. The handle
+ * stands for nothing afterwards. */
+FOLDAPI_EXPORT void DestroyArchive(TVHandle* archive);
+
+/* Archives: names, all from the record in the parent's data file. -------------------------------*/
+
+/* The archive's file name, without and with its directory. */
+FOLDAPI_EXPORT const char* GetArchiveName(TVHandle* archive);
+FOLDAPI_EXPORT const char* GetQualArchiveName(TVHandle* archive);
+
+/* The workfile's name: alone, with the directory of the record, and as a full path, where a
+ * relative directory hangs under the private work directories of the folder and the project. */
+FOLDAPI_EXPORT const char* GetWorkfileName(TVHandle* archive);
+FOLDAPI_EXPORT const char* GetQualWorkfileName(TVHandle* archive);
+FOLDAPI_EXPORT const char* GetFullQualWorkfileName(TVHandle* archive);
+
+/* Archives: what the archive file says. ---------------------------------------------------------*/
+/* These read the archive file's last part if it changed since it was last read, and otherwise
+ * answer from memory or from the project's cache file .ack (off if the environment has
+ * TRVS_TVAPI_NOCACHE). An archive file that is missing or damaged gives the failure named. */
+
+/* The description. "" on failure. */
+FOLDAPI_EXPORT const char* GetArchiveDescription(TVHandle* archive);
+
+/* The names of the users who may use the archive, as it keeps them; "" for all, and on failure. */
+FOLDAPI_EXPORT const char* GetAccessList(TVHandle* archive);
+
+/* The names of the users who hold locks, one for each lock, separated by ",". "" on failure. */
+FOLDAPI_EXPORT const char* GetLockerList(TVHandle* archive);
+
+/* The time when the archive was created, packed from the lowest bit: 7 bits years since 1980,
+ * 4 month, 5 day, 5 hours, 6 minutes, 5 seconds divided by two. -1 on failure; other negative
+ * values and 0 are legal times, so test for -1. */
+FOLDAPI_EXPORT int32_t GetCreationTime(TVHandle* archive);
+
+/* The number of locks, and of revisions. 0 on failure. */
+FOLDAPI_EXPORT int32_t GetNumLocks(TVHandle* archive);
+FOLDAPI_EXPORT int32_t GetNumRevisions(TVHandle* archive);
+
+/* A set of the bits below. 0 on failure, so a set without FOLDAPI_STATUS_READABLE knows nothing. */
+FOLDAPI_EXPORT int32_t GetArchiveStatus(TVHandle* archive);
+
+#define FOLDAPI_STATUS_READABLE 0x1         /* The archive file could be read. */
+#define FOLDAPI_STATUS_LOCKED_BY_OTHER 0x4  /* Another user holds a lock. */
+#define FOLDAPI_STATUS_LOCKED_EXCLUSIVE 0x8 /* One lock, on an archive that allows no second. */
+#define FOLDAPI_STATUS_LOCKED_MULTIPLE 0x10 /* More than one lock. */
+#define FOLDAPI_STATUS_HAS_CHILDREN 0x40    /* There is a revision. */
+#define FOLDAPI_STATUS_LOCKED_BY_ME 0x1000  /* The current user holds a lock. */
+
+/* Tests of the status: 1 or 0. ArchiveHasChildren tests FOLDAPI_STATUS_HAS_CHILDREN, and all the
+ * others FOLDAPI_STATUS_LOCKED_BY_ME: for the finer distinctions use GetArchiveStatus. */
+FOLDAPI_EXPORT int32_t ArchiveHasChildren(TVHandle* archive);
+FOLDAPI_EXPORT int32_t ArchiveLockedByMe(TVHandle* archive);
+FOLDAPI_EXPORT int32_t ArchiveLockedByOther(TVHandle* archive);
+FOLDAPI_EXPORT int32_t ArchiveLockedExclusive(TVHandle* archive);
+FOLDAPI_EXPORT int32_t ArchiveLockedMultiple(TVHandle* archive);
+
+#ifdef __cplusplus
+}
+#endif
+
+#endif
