@@ -26,24 +26,24 @@
  *            for nothing; closing a handle that is not open gives -1 as well.
  *
  * Walks      A "first" function opens the parent once more, and the "next" function that reaches
- * the end closes it. So a walk that runs to its end is balanced; whoever leaves one early calls the
- * parent's close function. There is one cursor for each parent: walks of the same parent can't be
- * nested, and a find moves it.
+ *            the end closes it. So a walk that runs to its end is balanced; whoever leaves one
+ *            early calls the parent's close function. There is one cursor for each parent: walks
+ *            of the same parent can't be nested, and a find moves it.
  *
  * Finds      A find ignores the case of the letters A to Z and gives the first match, or null. Keep
  *            the parent open while the result is in use.
  *
- * Text       Strings in are NUL-terminated, in the bytes of the data files (no encoding is
- * imposed), and copied before the function returns; null counts as "". Strings out are never null.
- *            Each lies in one of 16 buffers of the calling thread, used in turn: it is good until
- *            the sixteenth text result after it, so copy what must last.
+ * Text       Strings in are NUL-terminated, in the bytes of the data files (no encoding is asked
+ *            for), and copied before the function returns; null counts as "". Strings out are never
+ *            null. Each lies in one of 16 buffers of the calling thread, used in turn: it outlasts
+ *            15 more calls that give text, so copy what must last longer.
  *
  * Failure    Null, 0 or -1, as told at each function. No function gives a message, and none exits
- * or throws. A function without a result shows success only when the value is read back.
+ *            or throws. A function without a result shows success only by reading the value back.
  *
  * Paths      Separators are "\" and "/" alike. A drive ("V:") or a share ("\\server\share") is
- * looked up in section [TRVSPATHS] of the profile KSTR.INI. Names on disk match without regard to
- * case if there is no exact match. */
+ *            looked up in section [TRVSPATHS] of the profile KSTR.INI. Names on disk match without
+ *            regard to case if there is no exact match. */
 #ifndef FOLDAPI_FOLDAPI_H
 #define FOLDAPI_FOLDAPI_H
 
