@@ -1,0 +1,68 @@
+// Every message text, with its arguments in place, against messages.golden: one line for each code,
+// known or not, with "\n" for a line feed and "\\" for a backslash.
+#include "toolkit/messages.h"
+
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <fstream>
+#include <sstream>
+#include <string>
+#include <vector>
+
+namespace foldapi {
+namespace {
+
+std::string escaped(const VString& text) {
+  std::string result;
+  for (const char c : text.view()) {
+    if (c == '\n') {
+      result += "\\n";
+    } else {
+      result.append(c == '\\' ? 2 : 1, c);
+    }
+  }
+  return result;
+}
+
+// What the builders give for every code of every family and some on either side.
+std::vector<std::string> allMessages() {
+  const char* path =
+      "V:\\a%s";  // Neither the backslash nor the "%s" of an argument means anything.
+  std::vector<std::string> lines;
+  const auto add = [&](const std::string& family, int code, const VString& text) {
+    lines.push_back(family + " " + std::to_string(code) + ": " + escaped(text));
+  };
+  for (int code = -1; code <= 111; ++code) add("toolkit", code, ToolkitMessage(code, nullptr));
+  for (int code : {1, 38, 109}) add("toolkit+path", code, ToolkitMessage(code, path));
+  for (int code = -1; code <= 31; ++code) add("folder", code, FolderMessage(code));
+  for (int code = -1; code <= 31; ++code) add("file", code, FolderFileMessage(code, path));
+  for (int code : {22, 23, 24}) add("date", code, DateMessage(code, "31/31/99", "MM/DD/YY"));
+  for (int code : {20, 21, 22}) {
+    for (int line : {0, 7, -1}) {
+      add("directive" + std::to_string(line), code,
+          DirectiveMessage(code, line, "f.cfg", "x = %s", "why"));
+    }
+  }
+  for (int code = -15; code <= 1; ++code) add("ini", code, IniFileMessage(code, path));
+  return lines;
+}
+
+TEST(Messages, EveryTextIsThatOfTheGoldenFile) {
+  std::ifstream golden(std::filesystem::path(__FILE__).replace_filename("messages.golden"));
+  ASSERT_TRUE(golden.is_open());
+  std::vector<std::string> want;
+  for (std::string line; std::getline(golden, line);) want.push_back(line);
+  const std::vector<std::string> got = allMessages();
+  ASSERT_EQ(got.size(), want.size());
+  for (size_t i = 0; i < got.size(); ++i) EXPECT_EQ(got[i], want[i]);
+}
+
+TEST(Messages, NullAndEmptyArguments) {
+  EXPECT_EQ(ToolkitMessage(2, ""), VString("Cannot find archive.\n\nPath name: "));
+  EXPECT_EQ(FolderFileMessage(8, nullptr), VString("File  does not exist."));
+  EXPECT_EQ(DirectiveMessage(21, 0, "a", nullptr, nullptr), DirectiveMessage(21, 0, "a", "b", ""));
+}
+
+}  // namespace
+}  // namespace foldapi
