@@ -1,0 +1,59 @@
+// core/folderoptions.h: TVFolderOptions, the rule record of one class at one format version.
+//
+// It says which classes may contain the class, how the class is sorted unless told otherwise, and
+// (in subclasses, which know the class's fields) how to build an object. Version 1 stands for the
+// abstract classes; format 5.2 registers version 2 for those that it stores.
+#pragma once
+
+#include <vector>
+
+#include "base/vobject.h"
+
+namespace foldapi {
+
+class TVHandle;
+class TVObject;
+
+class TVFolderOptions : public VObject {
+ public:
+  static const VClassRecord theClass;
+
+  // `childClasses` are those that the class may contain, at the same version where they have one.
+  TVFolderOptions(const VClassRecord* objectClass, int version, int defaultSortType,
+                  std::vector<const VClassRecord*> childClasses);
+
+  const VClassRecord* isA() const override { return &theClass; }
+  bool isEqual(const VObject* other) const override;
+  int32_t hash() const override;
+
+  const VClassRecord* objectClass() const { return objectClass_; }
+  int version() const { return version_; }
+  int groupOrder() const { return 0; }
+  int defaultSortType() const { return defaultSortType_; }
+  int fallbackSortType() const { return defaultSortType_; }
+  bool hasChildClasses() const { return !children_.empty(); }
+
+  // Whether the class may live under the owner's. No owner is allowed: a root needs none.
+  VBool isAllowedUnder(const TVHandle& owner) const;
+  // Enters the options into the links of the classes that they name. Only the first run counts.
+  void registerContainment();
+
+  // The options of a class and version, else of version 1, else null.
+  static TVFolderOptions* lookup(const VClassRecord* objectClass, int version);
+  // Adds options for the life of the process. A second set for a class and version is dropped.
+  static void add(TVFolderOptions* options);
+
+ private:
+  void addParent(TVFolderOptions* parent);
+  void addChild(TVFolderOptions* child);
+
+  const VClassRecord* objectClass_;
+  int version_;
+  int defaultSortType_;
+  std::vector<const VClassRecord*> childClasses_;
+  bool registered_ = false;
+  std::vector<TVFolderOptions*> parents_;
+  std::vector<TVFolderOptions*> children_;
+};
+
+}  // namespace foldapi

@@ -1,0 +1,53 @@
+// core/lockscope.h: TVLockScope, which tells an operation what its caller has locked already.
+//
+// An operation that runs under a scope on its own object neither locks nor unlocks: the holder has
+// it, and writes at its own end.
+#pragma once
+
+#include "core/handle.h"
+
+namespace foldapi {
+
+class TVLockScope {
+ public:
+  // Holds nothing.
+  TVLockScope() = default;
+  // Takes the edit of the handle's object, if asked to, and ends it with the scope.
+  TVLockScope(const TVHandle& handle, VBool take);
+  TVLockScope(const TVLockScope&) = delete;
+  TVLockScope& operator=(const TVLockScope&) = delete;
+  ~TVLockScope();
+
+  VBool holds(const TVHandle& handle) const;
+  VBool holdsOwner(const TVHandle& handle) const;
+  // Give true at once where nothing has to be done; false when the lock can't be had.
+  VBool lock(TVHandle& handle) const;
+  VBool lockOwner(TVHandle& handle) const;
+  VBool unlock(TVHandle& handle) const;
+  VBool unlockOwner(TVHandle& handle) const;
+
+ private:
+  TVHandle held_;
+};
+
+// Takes an edit of a handle's object under a caller's scope for the length of a block.
+class TVScopedEdit {
+ public:
+  TVScopedEdit(const TVLockScope& scope, const TVHandle& handle)
+      : scope_(scope), handle_(handle), taken_(scope.lock(handle_)) {}
+  TVScopedEdit(const TVScopedEdit&) = delete;
+  TVScopedEdit& operator=(const TVScopedEdit&) = delete;
+  ~TVScopedEdit();
+
+  bool taken() const { return taken_; }
+
+ private:
+  const TVLockScope& scope_;
+  TVHandle handle_;
+  VBool taken_;
+};
+
+// Passed where an operation takes a scope and the caller holds nothing.
+TVLockScope& theNoLock();
+
+}  // namespace foldapi

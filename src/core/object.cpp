@@ -1,0 +1,330 @@
+// core/object.cpp: references, uses, edits and the cache of children.
+#include "core/object.h"
+
+#include <limits>
+
+#include "core/childlist.h"
+#include "core/handle.h"
+
+namespace foldapi {
+
+const VClassRecord TVObject::theClass = {"c", &VObject::theClass, 3, nullptr};
+
+namespace {
+
+uint64_t theKeyChanges = 0;
+
+}  // namespace
+
+TVStorageLock* TVStorageLock::none() {
+  static auto* lock = new TVStorageLock;
+  return lock;
+}
+
+TVObject::TVObject(TVObject* owner, VBool transient) : transient_(transient), owner_(owner) {}
+
+// Children that a reload cached while nothing used them go with their owner. None of them is
+// referred to: every reference on a child counts here as well.
+TVObject::~TVObject() {
+  std::vector<TVObject*> orphans = childrenInOrder();
+  for (auto child = orphans.rbegin(); child != orphans.rend(); ++child) {
+    children_.removeIdentical(*child);
+    (*child)->owner_ = nullptr;
+    delete *child;
+  }
+  if (owner_ != nullptr && !transient_) owner_->children_.removeIdentical(this);
+}
+
+bool TVObject::isEqual(const VObject* other) const {
+  if (other->isA() != isA()) return false;
+  return static_cast<const TVObject*>(other)->transient_ == transient_;
+}
+
+int32_t TVObject::hash() const {
+  if (hashValue_ == kHashUnknown) {
+    hashValue_ = computeHash();
+    if (hashValue_ == kHashUnknown) ++hashValue_;
+  }
+  return hashValue_;
+}
+
+// What an object without storage answers -----------------------------------------------------------
+
+TVStorageLock* TVObject::lockStorage(TVHandle&) { return TVStorageLock::none(); }
+int TVObject::writeData(TVHandle&, TVStorageLock*) { return 0; }
+void TVObject::unlockStorage(TVHandle&, TVStorageLock*, bool) {}
+int TVObject::writeChild(TVHandle&, TVStorageLock*) { return 0; }
+int TVObject::readData(TVHandle&, TVStorageLock*) { return 0; }
+bool TVObject::mayUpdate(TVHandle&, TVStorageLock*) { return true; }
+void TVObject::createStorage(TVHandle&) {}
+void TVObject::removeStorage(TVHandle&) {}
+VBool TVObject::isStale(TVHandle&) { return false; }
+int TVObject::describe(TVHandle&, uint32_t* status) {
+  *status = 0;
+  return 0;
+}
+
+std::string_view TVObject::sortKey(int*, int, std::string*) const { return ""; }
+int TVObject::compareKey(std::string_view, int, bool) const { return 0; }
+std::string_view TVObject::leadingPart(std::string_view, int) const { return {}; }
+bool TVObject::ordersBySortKeys(int) const { return true; }
+VString TVObject::name(const TVOptionArray&) const { return {}; }
+int TVObject::attribute(const TVOptionArray&) const { return 0; }
+
+TVProjectConfig TVObject::effectiveConfig(TVHandle& context) {
+  return owner_ == nullptr ? theEmptyConfig() : owner_->effectiveConfig(context);
+}
+TVProjectConfig TVObject::projectConfig() const {
+  return owner_ == nullptr ? theEmptyConfig() : owner_->projectConfig();
+}
+TVProjectConfig TVObject::rootConfig() const {
+  return owner_ == nullptr ? theEmptyConfig() : owner_->rootConfig();
+}
+
+// By group, then key by key while both sides may have more, then by class.
+int TVObject::compareTo(const TVObject& other, TVChildList& list) const {
+  const int groups = list.groupOrderOf(isA()) - list.groupOrderOf(other.isA());
+  if (groups != 0) return groups;
+  const int sortType = list.sortTypeOf(isA());
+  const int otherSortType = list.sortTypeOf(other.isA());
+  std::string scratch;
+  std::string otherScratch;
+  for (int position = 0;; ++position) {
+    int index = position;
+    int otherIndex = position;
+    const std::string_view key = sortKey(&index, sortType, &scratch);
+    const std::string_view otherKey = other.sortKey(&otherIndex, otherSortType, &otherScratch);
+    const int order = compareText(key, otherKey, list.isCaseSensitive());
+    if (order != 0) return order;
+    if (index >= 0 || otherIndex >= 0) break;
+  }
+  return isA()->ordinal - other.isA()->ordinal;
+}
+
+// References ---------------------------------------------------------------------------------------
+
+void TVObject::addReference(int count) {
+  for (TVObject* object = this; object != nullptr; object = object->owner_) {
+    object->refCount_ += count;
+  }
+}
+
+void TVObject::releaseReference(int count) {
+  TVObject* object = this;
+  while (object != nullptr) {
+    TVObject* owner = object->owner_;
+    object->refCount_ -= count;
+    if (object->refCount_ < 1) delete object;
+    object = owner;
+  }
+}
+
+std::vector<TVObject*> TVObject::childrenInOrder() const {
+  std::vector<TVObject*> result;
+  result.reserve(static_cast<size_t>(children_.size()));
+  for (VObject* child : children_.values()) result.push_back(static_cast<TVObject*>(child));
+  return result;
+}
+
+TVObject* TVObject::findAncestor(const VClassRecord* record) {
+  for (TVObject* object = this; object != nullptr; object = object->owner_) {
+    if (object->isA() == record) return object;
+  }
+  return nullptr;
+}
+
+// The two waits only stop a bad nesting on one object from going on: nothing else runs in here that
+// could end them.
+void TVObject::acquireBusy() {
+  while (*const_cast<const volatile bool*>(&busy_)) {
+  }
+  busy_ = true;
+}
+
+// Uses and edits -----------------------------------------------------------------------------------
+
+void TVObject::beginUse(TVHandle& context) {
+  for (TVObject* child : childrenInOrder()) child->addReference(1);
+  ++useCount_;
+  if (useCount_ > 1 && !isStale(context)) return;
+  reload(context);
+}
+
+// Backwards, since taking the last entry of a chain leaves the others where they are.
+void TVObject::endUse() {
+  --useCount_;
+  const std::vector<TVObject*> used = childrenInOrder();
+  for (auto child = used.rbegin(); child != used.rend(); ++child) (*child)->releaseReference(1);
+}
+
+// Reads the children again and drops those that are gone, by another hand: only memory follows. What
+// could not be read to its end says nothing about what is gone.
+void TVObject::reload(TVHandle& context) {
+  for (TVObject* child : childrenInOrder()) child->unseen_ = true;
+  readData(context, lockData_);
+  const bool complete = readWasComplete();
+  const std::vector<TVObject*> left = childrenInOrder();
+  for (auto child = left.rbegin(); child != left.rend(); ++child) {
+    if (!(*child)->unseen_) continue;
+    (*child)->unseen_ = false;
+    if (complete && !deleted_) (*child)->destroyObject(context, false);
+  }
+}
+
+VBool TVObject::beginEdit(TVHandle& context) {
+  while (*const_cast<TVStorageLock* const volatile*>(&lockData_) != nullptr) {
+  }
+  lockData_ = lockStorage(context);
+  if (lockData_ == nullptr) return false;
+  keepWrites_ = true;
+  bool ready = false;
+  try {
+    if (isStale(context)) reload(context);
+    ready = mayUpdate(context, lockData_);
+  } catch (...) {
+    giveUpStorage(context, false);
+    throw;
+  }
+  if (!ready) giveUpStorage(context, false);
+  return ready;
+}
+
+void TVObject::giveUpStorage(TVHandle& context, bool keep) {
+  TVStorageLock* lock = lockData_;
+  lockData_ = nullptr;
+  unlockStorage(context, lock, keep);
+}
+
+// A deleted object writes nothing, but what it holds goes all the same.
+VBool TVObject::endEdit(TVHandle& context) {
+  if (lockData_ == nullptr) return false;
+  const bool wasDeleted = deleted_;
+  try {
+    if (!wasDeleted && dirty_) rewrite(context);
+  } catch (...) {
+    dirty_ = false;
+    giveUpStorage(context, false);
+    throw;
+  }
+  if (!wasDeleted) dirty_ = false;
+  giveUpStorage(context, keepWrites_);
+  if (wasDeleted) return false;
+  if (notifyHandles_) {
+    for (TVHandle* handle = handles_; handle != nullptr; handle = handle->nextAttached_) {
+      handle->refreshed();
+    }
+  }
+  return true;
+}
+
+// Writes all children anew. A pass that stops early leaves the old files as they are.
+void TVObject::rewrite(TVHandle& context) {
+  keepWrites_ = writeData(context, lockData_) == 0;
+  if (!keepWrites_) return;
+  for (TVObject* child : childrenInOrder()) {
+    if (child->deleted_) continue;
+    if (child->writeChild(context, lockData_) == 0) continue;
+    keepWrites_ = false;
+    return;
+  }
+}
+
+VBool TVObject::writeInOwner(TVHandle& context) {
+  if (deleted_ || owner_ == nullptr || owner_->lockData_ == nullptr) return false;
+  return writeChild(context, owner_->lockData_) != 0;
+}
+
+// The cache ----------------------------------------------------------------------------------------
+
+TVObject* TVObject::mergeIntoCache(TVObject* fresh, VBool* known) {
+  TVObject* owner = fresh->owner_;
+  if (owner == nullptr) {
+    if (known != nullptr) *known = false;
+    return fresh;
+  }
+  TVObject* object = fresh;
+  bool revived;
+  auto* cached = static_cast<TVObject*>(owner->children_.find(fresh));
+  if (cached == nullptr) {
+    revived = !fresh->transient_;
+    if (revived) {
+      owner->children_.add(fresh);
+      if (owner->useCount_ > 0) fresh->addReference(owner->useCount_);
+    }
+  } else {
+    revived = cached->deleted_;
+    delete fresh;
+    cached->unseen_ = false;
+    object = cached;
+  }
+  if (revived) owner->announce(object);
+  if (known != nullptr) *known = !revived;
+  return object;
+}
+
+// Gives every open handle on this object a child handle on a new child.
+void TVObject::announce(TVObject* child) {
+  for (TVHandle* handle = handles_; handle != nullptr; handle = handle->nextAttached_) {
+    if (handle->childList_ == nullptr) continue;
+    handle->childAdded(handle->childList_->add(handle->sink(), child));
+  }
+}
+
+uint64_t TVObject::keyChanges() { return theKeyChanges; }
+
+void TVObject::leaveOwnerTable() {
+  if (!transient_ && owner_ != nullptr) owner_->children_.removeIdentical(this);
+}
+
+void TVObject::keyChanged(bool inHash, uint64_t fingerprintBefore) {
+  ++theKeyChanges;
+  if (inHash) hashValue_ = kHashUnknown;
+  if (transient_ || owner_ == nullptr) return;
+  if (inHash) {
+    owner_->children_.add(this);
+  } else {
+    owner_->children_.rekey(this, fingerprintBefore);
+  }
+}
+
+// Destruction --------------------------------------------------------------------------------------
+
+void TVObject::destroyObject(TVHandle& context, bool fromDisk) {
+  if (deleted_) return;
+  TVReferenceHold ownerHold(owner_);
+  TVReferenceHold hold(this);
+  dirty_ = true;
+  destroyChildren(context, fromDisk);
+  if (fromDisk) removeStorage(context);
+  deleted_ = true;
+  if (owner_ != nullptr) leaveOwner(fromDisk);
+  orphanHandles();
+}
+
+void TVObject::destroyChildren(TVHandle& context, bool fromDisk) {
+  const std::vector<TVObject*> all = childrenInOrder();
+  for (auto child = all.rbegin(); child != all.rend(); ++child) {
+    (*child)->destroyObject(context, fromDisk);
+  }
+}
+
+// The owner forgets this object and gets back what it held on behalf of it; this object loses the
+// references that the owner's open uses gave it, and lives on for its handles alone.
+void TVObject::leaveOwner(bool fromDisk) {
+  TVObject* owner = owner_;
+  if (fromDisk) owner->dirty_ = true;
+  if (!transient_) {
+    owner->children_.removeIdentical(this);
+    owner->releaseReference(refCount_);
+    refCount_ -= owner->useCount_;
+  } else {
+    owner->releaseReference(refCount_);
+  }
+  owner_ = nullptr;
+}
+
+void TVObject::orphanHandles() {
+  while (handles_ != nullptr) handles_->orphan();
+}
+
+}  // namespace foldapi

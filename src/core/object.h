@@ -1,0 +1,213 @@
+// core/object.h: TVObject, the base of every record of the database.
+//
+// Nobody holds a TVObject directly: clients and parents hold a TVHandle (handle.h). An object is
+// cached in its owner's table of children, so that two handles on the same record meet in one
+// object, and lives as long as something refers to it. A reference counts on all its ancestors too,
+// so an owner outlives what is used below it.
+//
+// Two more counters tell its state: it is in use while beginUse() calls stand open, and locked while
+// beginEdit() holds its storage. Storage is a subclass's affair: this class only calls the virtual
+// operations that lock, read, write and unlock it.
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "base/vobject.h"
+#include "base/vstring.h"
+#include "core/hash.h"
+#include "core/projectconfig.h"
+
+namespace foldapi {
+
+class TVChildList;
+class TVHandle;
+class TVOptionArray;
+
+// What lockStorage() gives. Storage classes derive from it; objects without storage share one that
+// means nothing.
+class TVStorageLock {
+ public:
+  virtual ~TVStorageLock() = default;
+  static TVStorageLock* none();
+};
+
+class TVObject : public VObject {
+ public:
+  static const VClassRecord theClass;
+
+  TVObject(TVObject* owner, VBool transient);
+  TVObject(const TVObject&) = delete;
+  TVObject& operator=(const TVObject&) = delete;
+  ~TVObject() override;
+
+  const VClassRecord* isA() const override { return &theClass; }
+  // Same class, and both in the cache or both not. Subclasses add their key.
+  bool isEqual(const VObject* other) const override;
+  // computeHash(), remembered. Never the value that stands for "not computed".
+  int32_t hash() const final;
+
+  // Virtual operations that format subclasses and domain classes refine. -------------------------
+
+  virtual int32_t computeHash() const { return 0; }
+  // Number of cached children.
+  virtual int childCount() const { return children_.size(); }
+  // Takes this object's storage for an update. Null on failure, which has been reported.
+  virtual TVStorageLock* lockStorage(TVHandle& context);
+  // Starts a rewrite of the storage. Non-zero stops the write of the children.
+  virtual int writeData(TVHandle& context, TVStorageLock* lock);
+  // Gives the storage up. `keep` false drops what was written since lockStorage().
+  virtual void unlockStorage(TVHandle& context, TVStorageLock* lock, bool keep);
+  // Writes this object's record into its owner's open storage. 0 on success.
+  virtual int writeChild(TVHandle& context, TVStorageLock* ownerLock);
+  // Reads this object's children, each through mergeIntoCache(). `lock` is null outside an edit.
+  virtual int readData(TVHandle& context, TVStorageLock* lock);
+  // Whether the last readData() met all that is stored; what it did not meet goes only then.
+  virtual bool readWasComplete() const { return true; }
+  // Whether an edit under `lock` may go on after the last read. Reports why not.
+  virtual bool mayUpdate(TVHandle& context, TVStorageLock* lock);
+  // Makes what a new object needs on disk, before its record is written.
+  virtual void createStorage(TVHandle& context);
+  // Removes what this object has on disk.
+  virtual void removeStorage(TVHandle& context);
+  // Whether the storage changed since the last read.
+  virtual VBool isStale(TVHandle& context);
+  // Fills a status word; 0 on success, else an operation result.
+  virtual int describe(TVHandle& context, uint32_t* status);
+  // The format version of this object: 1 for the abstract classes, 2 for format 5.2.
+  virtual int version() const { return 1; }
+
+  // The key at *index under a sort type. Subtracts the number of the class's keys from *index, so a
+  // negative value means that more keys may follow. The text is the object's own or `scratch`'s.
+  virtual std::string_view sortKey(int* index, int sortType, std::string* scratch) const;
+  // Compares a key with this object: 0 means that it matches, below 0 that it sorts before.
+  virtual int compareKey(std::string_view key, int sortType, bool caseSensitive) const;
+  // The part of a key that compareKey() compares with sort key 0 before anything else; a view
+  // without data where it does otherwise.
+  virtual std::string_view leadingPart(std::string_view key, int sortType) const;
+  // Whether compareTo() is that of this class under this sort type.
+  virtual bool ordersBySortKeys(int sortType) const;
+  virtual VBool isSortable() const { return true; }
+  // Orders two objects of a child list.
+  virtual int compareTo(const TVObject& other, TVChildList& list) const;
+
+  virtual VString name(const TVOptionArray& options) const;
+  virtual int attribute(const TVOptionArray& options) const;
+
+  // Configuration, each answered by the nearest owner that has one.
+  virtual TVProjectConfig effectiveConfig(TVHandle& context);
+  virtual TVProjectConfig projectConfig() const;
+  virtual TVProjectConfig rootConfig() const;
+
+  // Life. ----------------------------------------------------------------------------------------
+
+  void addReference(int count);
+  // Deletes the object when its count falls below 1, and goes on up the owners.
+  void releaseReference(int count);
+
+  // Opens a use: reads the children on the first one, and later when the storage is stale.
+  void beginUse(TVHandle& context);
+  void endUse();
+  // Takes the storage for a change, and reads again what changed meanwhile. False when that failed;
+  // the reason has been reported.
+  VBool beginEdit(TVHandle& context);
+  // Writes the children if the object is dirty, and gives the storage up.
+  VBool endEdit(TVHandle& context);
+  // Writes this object's record into its owner's open storage.
+  VBool writeInOwner(TVHandle& context);
+  // Takes the object out of the database, with all below it. `fromDisk` says whether its record and
+  // storage go too, or just memory follows what another hand did.
+  void destroyObject(TVHandle& context, bool fromDisk);
+  void destroyChildren(TVHandle& context, bool fromDisk);
+
+  // Gives a freshly built object to its owner's cache. Where an equal one is cached already, the
+  // fresh one is deleted and the cached one given; *known tells which.
+  static TVObject* mergeIntoCache(TVObject* fresh, VBool* known);
+
+  // This object or its nearest owner of a class; null if there is none.
+  TVObject* findAncestor(const VClassRecord* record);
+
+  // State. ---------------------------------------------------------------------------------------
+
+  TVObject* owner() const { return owner_; }
+  TVHash& children() { return children_; }
+  // The children in table order, which is the order of their records on disk.
+  std::vector<TVObject*> childrenInOrder() const;
+  bool isDeleted() const { return deleted_; }
+  bool isTransient() const { return transient_; }
+  bool isDirty() const { return dirty_; }
+  void setDirty(bool dirty) { dirty_ = dirty; }
+  bool isUnseen() const { return unseen_; }
+  void setUnseen(bool unseen) { unseen_ = unseen; }
+  void setNotifyHandles(bool notify) { notifyHandles_ = notify; }
+  int useCount() const { return useCount_; }
+  int referenceCount() const { return refCount_; }
+  TVStorageLock* storageLock() const { return lockData_; }
+
+  // Guards the building and tearing of a child list.
+  void acquireBusy();
+  void releaseBusy() { busy_ = false; }
+
+  // Counts changes of keys in place, so that whoever remembers keys can tell.
+  static uint64_t keyChanges();
+
+ protected:
+  // Runs `assign`, which changes a field that takes part in isEqual(), and keeps the owner's table
+  // in order: the object moves if its hash takes part as well.
+  template <typename Assign>
+  void changeKey(bool inHash, Assign assign) {
+    const uint64_t before = fingerprint();
+    if (inHash) leaveOwnerTable();
+    assign();
+    keyChanged(inHash, before);
+  }
+
+ private:
+  friend class TVHandle;
+
+  void reload(TVHandle& context);
+  void rewrite(TVHandle& context);
+  void giveUpStorage(TVHandle& context, bool keep);
+  void leaveOwnerTable();
+  void keyChanged(bool inHash, uint64_t fingerprintBefore);
+  void leaveOwner(bool fromDisk);
+  void orphanHandles();
+  void announce(TVObject* child);
+
+  static constexpr int32_t kHashUnknown = 0xfffffff;
+
+  bool busy_ : 1 = false;
+  bool deleted_ : 1 = false;
+  bool notifyHandles_ : 1 = false;
+  bool dirty_ : 1 = false;
+  bool unseen_ : 1 = false;
+  bool transient_ : 1 = false;
+  bool keepWrites_ : 1 = true;
+  mutable int32_t hashValue_ = kHashUnknown;
+  int useCount_ = 0;
+  int refCount_ = 0;
+  TVStorageLock* lockData_ = nullptr;
+  TVObject* owner_;             // Not owned; null for a root and once destroyed.
+  TVHandle* handles_ = nullptr;  // All handles attached here, linked through the handles.
+  TVHash children_;
+};
+
+// Holds a reference on an object for the length of a block.
+class TVReferenceHold {
+ public:
+  explicit TVReferenceHold(TVObject* object) : object_(object) {
+    if (object_ != nullptr) object_->addReference(1);
+  }
+  TVReferenceHold(const TVReferenceHold&) = delete;
+  TVReferenceHold& operator=(const TVReferenceHold&) = delete;
+  ~TVReferenceHold() {
+    if (object_ != nullptr) object_->releaseReference(1);
+  }
+
+ private:
+  TVObject* object_;
+};
+
+}  // namespace foldapi

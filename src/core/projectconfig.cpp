@@ -1,0 +1,15 @@
+// core/projectconfig.cpp: when a configuration file counts as changed.
+#include "core/projectconfig.h"
+
+namespace foldapi {
+
+VBool TVProjectConfig::hasChanged() const { return !(fileStamp(path.view()) == recorded_); }
+
+void TVProjectConfig::recordTime() { recorded_ = fileStamp(path.view()); }
+
+const TVProjectConfig& theEmptyConfig() {
+  static const auto* config = new TVProjectConfig;
+  return *config;
+}
+
+}  // namespace foldapi
