@@ -1,0 +1,50 @@
+// core/queuedhash.h: TVQueuedHash, a table of bounded size that forgets what was not used for the
+// longest time.
+#pragma once
+
+#include <list>
+#include <unordered_map>
+
+#include "core/hash.h"
+
+namespace foldapi {
+
+// Holds at most as many values as it has buckets, and never grows by itself. A value that no longer
+// fits is removed and DELETED: the table owns what it evicts, and only that. Walks go from the
+// value that was used least recently to the last one used. Use is being added or found; a find
+// during a walk doesn't count as use, since it would move entries under the walk.
+class TVQueuedHash : public TVHash {
+ public:
+  static const VClassRecord theClass;
+
+  explicit TVQueuedHash(int capacity = kDefaultBuckets);
+
+  const VClassRecord* isA() const override { return &theClass; }
+
+  // As in TVHash; then the oldest values go until the rest fits. A value that set() puts in the
+  // place of an equal one takes over its age.
+  VObject* add(VObject* value) override;
+  VObject* set(VObject* value) override;
+  // Evicts first, if the new size is smaller. Ages stay.
+  int resize(int bucketCount) override;
+  // The values, least recently used first.
+  std::vector<VObject*> queue() const { return {queue_.begin(), queue_.end()}; }
+
+ protected:
+  void touch(VObject* value) override;
+  void entered(VObject* value) override;
+  void left(VObject* value) override;
+  void exchanged(VObject* value, VObject* with) override;
+  void emptied() override;
+  void checkGrow() override {}
+  void iteratorBegin(TVIterator* iterator) const override;
+  VObject* iteratorNext(TVIterator* iterator) const override;
+
+ private:
+  void trimTo(int count);
+
+  std::list<VObject*> queue_;
+  std::unordered_map<const VObject*, std::list<VObject*>::iterator> places_;
+};
+
+}  // namespace foldapi
