@@ -61,8 +61,8 @@ class TVHash : public VObject {
   VObject* findIdentical(const VObject* value);
   bool contains(const VObject* key) { return find(key) != nullptr; }
 
-  VObject* firstValue();                 // In iteration order; null if empty.
-  std::vector<VObject*> values() const;  // All of them, in iteration order.
+  VObject* firstValue();                         // In iteration order; null if empty.
+  virtual std::vector<VObject*> values() const;  // All of them, in iteration order.
   bool isEmpty() const { return size() == 0; }
   int size() const;
   int capacity() const { return bucketCount_; }  // Buckets.

@@ -27,8 +27,7 @@ class TVQueuedHash : public TVHash {
   VObject* set(VObject* value) override;
   // Evicts first, if the new size is smaller. Ages stay.
   int resize(int bucketCount) override;
-  // The values, least recently used first.
-  std::vector<VObject*> queue() const { return {queue_.begin(), queue_.end()}; }
+  std::vector<VObject*> values() const override { return {queue_.begin(), queue_.end()}; }
 
  protected:
   void touch(VObject* value) override;

@@ -1,0 +1,55 @@
+// base/vpathstring.cpp: the parts of a path value.
+//
+// Where a path is cut and how two are joined is decided in runtime/paths.h; here is only what
+// becomes of the separator at the cut. Its test: vpathstring_test.cpp.
+#include "base/vpathstring.h"
+
+#include <cstdio>
+
+#include "runtime/files.h"
+#include "runtime/paths.h"
+#include "runtime/platform_path.h"
+
+namespace foldapi {
+
+namespace {
+
+bool isSeparator(char c) { return c == '\\' || c == '/'; }
+
+// How much of `path` names the root: a drive or the start of a share, and one separator behind it.
+size_t rootLength(std::string_view path) {
+  size_t length = 0;
+  if (path.size() >= 2 && path[1] == ':') {
+    length = 2;
+  } else if (path.size() >= 2 && isSeparator(path[0]) && path[1] == path[0]) {
+    return 2;
+  }
+  if (length < path.size() && isSeparator(path[length])) ++length;
+  return length;
+}
+
+}  // namespace
+
+VPathString VPathString::directoryPart() const {
+  const size_t root = rootLength(text_);
+  size_t length = pathPartLength(text_);
+  if (length > root && isSeparator(text_[length - 1])) --length;
+  return VPathString(view().substr(0, length));
+}
+
+VPathString VPathString::fileNamePart() const {
+  return VPathString(view().substr(pathPartLength(text_)));
+}
+
+VPathString& VPathString::join(const VString& component) {
+  text_ = joinPath(text_, component.view());
+  return *this;
+}
+
+VBool VPathString::exists() const { return fileExists(text_); }
+
+VBool VPathString::remove() const {
+  return !isDirectory(text_) && std::remove(nativePath(text_).c_str()) == 0;
+}
+
+}  // namespace foldapi
