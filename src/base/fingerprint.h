@@ -10,9 +10,10 @@
 
 namespace foldapi {
 
+__extension__ using Wide = unsigned __int128;
+
 inline uint64_t mixBits(uint64_t a, uint64_t b) {
-  const auto product = static_cast<unsigned __int128>(a ^ 0x9e3779b97f4a7c15u) *
-                       static_cast<unsigned __int128>(b ^ 0xd6e8feb86659fd93u);
+  const Wide product = Wide{a ^ 0x9e3779b97f4a7c15u} * (b ^ 0xd6e8feb86659fd93u);
   return static_cast<uint64_t>(product) ^ static_cast<uint64_t>(product >> 64);
 }
 

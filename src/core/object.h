@@ -116,7 +116,10 @@ class TVObject : public VObject {
   // Writes the children if the object is dirty, and gives the storage up.
   VBool endEdit(TVHandle& context);
   // Writes this object's record into its owner's open storage.
+  // True when that failed.
   VBool writeInOwner(TVHandle& context);
+  // Lets the end of the present edit leave the files as they were.
+  void dropWrites() { keepWrites_ = false; }
   // Takes the object out of the database, with all below it. `fromDisk` says whether its record and
   // storage go too, or just memory follows what another hand did.
   void destroyObject(TVHandle& context, bool fromDisk);
@@ -178,7 +181,7 @@ class TVObject : public VObject {
 
   static constexpr int32_t kHashUnknown = 0xfffffff;
 
-  bool busy_ : 1 = false;
+  bool busy_ = false;
   bool deleted_ : 1 = false;
   bool notifyHandles_ : 1 = false;
   bool dirty_ : 1 = false;

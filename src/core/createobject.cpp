@@ -1,0 +1,53 @@
+// core/createobject.cpp: create means merge into the cache, then write what was not known.
+#include "core/createobject.h"
+
+namespace foldapi {
+
+namespace {
+
+// Keeps an object in use for the length of a block.
+class UseScope {
+ public:
+  UseScope(TVObject* object, TVHandle& context) : object_(object) {
+    if (object_ != nullptr) object_->beginUse(context);
+  }
+  UseScope(const UseScope&) = delete;
+  UseScope& operator=(const UseScope&) = delete;
+  ~UseScope() {
+    if (object_ != nullptr) object_->endUse();
+  }
+
+ private:
+  TVObject* object_;
+};
+
+}  // namespace
+
+TVHandle createObject(const TVCreateRequest& request, const TVMakeObject& make) {
+  TVHandle parent(request.parent);
+  TVObject* owner = parent.object();
+  const int version = request.version != 0 ? request.version : parent.version();
+  TVFolderOptions* options = TVFolderOptions::lookup(request.record, version);
+  if (options == nullptr || !options->isAllowedUnder(parent)) return TVHandle();
+  UseScope use(owner, parent);
+  TVScopedEdit edit(request.scope, parent);
+  if (!edit.taken()) return TVHandle();
+
+  TVHandle result(request.sink != nullptr ? request.sink : &parent.sink(), nullptr);
+  TVObject* fresh = make(*options, result, owner, request.mode != 1);
+  if (fresh == nullptr) return TVHandle();
+  VBool known;
+  result.attach(TVObject::mergeIntoCache(fresh, &known));
+  if (known) return result;
+  result.object()->createStorage(result);
+  if (result.object()->writeInOwner(result)) owner->dropWrites();
+  return result;
+}
+
+bool isStorableText(TVHandle& context, std::string_view text) {
+  if (text.find_first_of(std::string_view("\r\n\0", 3)) == std::string_view::npos) return true;
+  context.sink().notice(context, "A name or directory must not contain a line end or a null.");
+  return false;
+}
+
+}  // namespace foldapi

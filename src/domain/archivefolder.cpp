@@ -1,0 +1,162 @@
+// domain/archivefolder.cpp: what makes a folder, and how folders sort.
+#include "domain/archivefolder.h"
+
+#include "base/fingerprint.h"
+#include "core/optionarray.h"
+#include "domain/archivemember.h"
+
+namespace foldapi {
+
+const VClassRecord TVArchiveFolder::theClass = {
+    "TVArchiveFolder", &TVObject::theClass, 11,
+    []() -> VObject* { return new TVArchiveFolderHandle; }};
+
+namespace {
+
+constexpr int kFolderKeys = 3;
+
+enum class FolderKey { kPrivacy, kName, kWorkDir };
+
+// The keys of each sort type in their order.
+const FolderKey* folderKeys(int sortType) {
+  static constexpr FolderKey kByPrivacy[] = {FolderKey::kPrivacy, FolderKey::kName,
+                                             FolderKey::kWorkDir};
+  static constexpr FolderKey kByName[] = {FolderKey::kName, FolderKey::kPrivacy,
+                                          FolderKey::kWorkDir};
+  static constexpr FolderKey kByWorkDir[] = {FolderKey::kWorkDir, FolderKey::kPrivacy,
+                                             FolderKey::kName};
+  return sortType == 2 ? kByName : sortType == 3 ? kByWorkDir : kByPrivacy;
+}
+
+}  // namespace
+
+TVArchiveFolder::TVArchiveFolder(VString name, VString privateWorkDir, VBool isPrivate,
+                                 TVObject* owner, VBool transient)
+    : TVObject(owner, transient),
+      folderName_(std::move(name)),
+      privateWorkDir_(std::move(privateWorkDir)),
+      isPrivate_(isPrivate) {}
+
+bool TVArchiveFolder::isEqual(const VObject* other) const {
+  if (!TVObject::isEqual(other)) return false;
+  const auto* folder = static_cast<const TVArchiveFolder*>(other);
+  return folder->folderName_ == folderName_ && folder->isPrivate_ == isPrivate_;
+}
+
+uint64_t TVArchiveFolder::fingerprint() const {
+  return fingerprintText(folderName_.view(), isPrivate_ ? 3 : 2);
+}
+
+std::string_view TVArchiveFolder::sortKey(int* index, int sortType, std::string* scratch) const {
+  const int position = *index;
+  *index -= kFolderKeys;
+  if (*index >= 0) return TVObject::sortKey(index, sortType, scratch);
+  switch (folderKeys(sortType)[position]) {
+    case FolderKey::kPrivacy:
+      return isPrivate_ ? "1" : "0";
+    case FolderKey::kName:
+      return folderName_.view();
+    case FolderKey::kWorkDir:
+      break;
+  }
+  return privateWorkDir_.view();
+}
+
+int TVArchiveFolder::compareKey(std::string_view key, int sortType, bool caseSensitive) const {
+  const bool known = sortType == 0 || (sortType >= 2 && sortType <= 4);
+  if (!known) return 0;
+  int index = 0;
+  return compareText(key, TVArchiveFolder::sortKey(&index, sortType, nullptr), caseSensitive);
+}
+
+std::string_view TVArchiveFolder::leadingPart(std::string_view key, int sortType) const {
+  return sortType == 2 || sortType == 3 ? key : std::string_view();
+}
+
+VString TVArchiveFolder::nameFor(const VClassRecord* record, const TVOptionArray& options) const {
+  if (!options.wantsLongForm(record)) return folderName_;
+  return folderName_ + "\t" + privateWorkDir_;
+}
+
+VString TVArchiveFolder::name(const TVOptionArray& options) const {
+  return nameFor(&theClass, options);
+}
+
+int TVArchiveFolder::attribute(const TVOptionArray&) const { return isPrivate_ ? 1 : 2; }
+
+void TVArchiveFolder::setFolderName(const VString& name) {
+  changeKey(true, [&] { folderName_ = name; });
+}
+
+void TVArchiveFolder::setIsPrivate(VBool isPrivate) {
+  changeKey(false, [&] { isPrivate_ = isPrivate; });
+}
+
+// At version 1 a folder may hold folders; format 5.2 keeps members only.
+TVArchiveFolderOptions::TVArchiveFolderOptions(int version)
+    : TVArchiveFolderOptions(
+          version, version == 1
+                       ? std::vector{&TVArchiveFolder::theClass, &TVArchiveMember::theClass}
+                       : std::vector{&TVArchiveMember::theClass}) {}
+
+TVArchiveFolderOptions::TVArchiveFolderOptions(int version,
+                                               std::vector<const VClassRecord*> childClasses)
+    : TVFolderOptions(&TVArchiveFolder::theClass, version, 2, std::move(childClasses)) {}
+
+TVObject* TVArchiveFolderOptions::makeObject(const VString& name, const VString& privateWorkDir,
+                                             VBool isPrivate, TVHandle&, TVObject* owner,
+                                             VBool transient) {
+  return new TVArchiveFolder(name, privateWorkDir, isPrivate, owner, transient);
+}
+
+VString TVArchiveFolderHandle::folderName() const {
+  const auto* folder = as<TVArchiveFolder>();
+  return folder == nullptr ? VString() : folder->folderName();
+}
+
+VString TVArchiveFolderHandle::privateDir() const {
+  const auto* folder = as<TVArchiveFolder>();
+  return folder == nullptr ? VString() : folder->privateWorkDir();
+}
+
+VBool TVArchiveFolderHandle::isPrivate() const {
+  const auto* folder = as<TVArchiveFolder>();
+  return folder != nullptr && folder->isPrivate();
+}
+
+void TVArchiveFolderHandle::setName(const VString& name) {
+  auto* folder = as<TVArchiveFolder>();
+  if (folder == nullptr || !isStorableText(*this, name.view())) return;
+  editObject(*this, [&] { folder->setFolderName(name); });
+}
+
+void TVArchiveFolderHandle::setIsPrivate(VBool isPrivate) {
+  auto* folder = as<TVArchiveFolder>();
+  editObject(*this, [&] {
+    if (folder != nullptr) folder->setIsPrivate(isPrivate);
+  });
+}
+
+void TVArchiveFolderHandle::setPrivateDir(const VString& dir) {
+  auto* folder = as<TVArchiveFolder>();
+  if (folder == nullptr || !isStorableText(*this, dir.view())) return;
+  editObject(*this, [&] { folder->setPrivateWorkDir(dir); });
+}
+
+TVArchiveFolderHandle TVArchiveFolderHandle::create(const VString& name, const VString& privateDir,
+                                                    VBool isPrivate, const TVHandle& parent,
+                                                    TVLockScope& scope, TVErrorSink* sink, int mode,
+                                                    int version) {
+  TVHandle context(sink != nullptr ? sink : &parent.sink(), nullptr);
+  if (!isStorableText(context, name.view()) || !isStorableText(context, privateDir.view())) {
+    return TVArchiveFolderHandle();
+  }
+  const TVCreateRequest request = {&TVArchiveFolder::theClass, parent, scope, sink, mode, version};
+  return TVArchiveFolderHandle(createObject(
+      request, [&](TVFolderOptions& options, TVHandle& result, TVObject* owner, VBool transient) {
+        return static_cast<TVArchiveFolderOptions&>(options).makeObject(
+            name, privateDir, isPrivate, result, owner, transient);
+      }));
+}
+
+}  // namespace foldapi

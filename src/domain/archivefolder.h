@@ -1,0 +1,88 @@
+// domain/archivefolder.h: TVArchiveFolder, a named container of archive members.
+//
+// A folder has one work directory, under which its members' relative work paths hang. Where its own
+// data files lie is a matter of the format (store/52arfld.h): that is its storage directory.
+#pragma once
+
+#include "core/createobject.h"
+#include "core/folderoptions.h"
+#include "core/handle.h"
+
+namespace foldapi {
+
+class TVArchiveFolder : public TVObject {
+ public:
+  static const VClassRecord theClass;
+
+  TVArchiveFolder(VString name, VString privateWorkDir, VBool isPrivate, TVObject* owner,
+                  VBool transient);
+
+  const VClassRecord* isA() const override { return &theClass; }
+  // Name and privacy are the identity.
+  bool isEqual(const VObject* other) const override;
+  int32_t computeHash() const override { return folderName_.hash(); }
+  uint64_t fingerprint() const override;
+
+  // Keys: 0 and 4 privacy first, 2 name first, 3 work directory first; any other type as 0.
+  std::string_view sortKey(int* index, int sortType, std::string* scratch) const override;
+  int compareKey(std::string_view key, int sortType, bool caseSensitive) const override;
+  std::string_view leadingPart(std::string_view key, int sortType) const override;
+  // The name, or in the long form the name, a tab and the work directory.
+  VString name(const TVOptionArray& options) const override;
+  int attribute(const TVOptionArray& options) const override;
+
+  virtual VBool isNamed(const VString& name) const { return name == folderName_; }
+
+  const VString& folderName() const { return folderName_; }
+  const VString& privateWorkDir() const { return privateWorkDir_; }
+  VBool isPrivate() const { return isPrivate_; }
+  void setFolderName(const VString& name);
+  void setPrivateWorkDir(const VString& dir) { privateWorkDir_ = dir; }
+  void setIsPrivate(VBool isPrivate);
+
+ protected:
+  VString nameFor(const VClassRecord* record, const TVOptionArray& options) const;
+
+ private:
+  VString folderName_;
+  VString privateWorkDir_;
+  VBool isPrivate_;
+};
+
+class TVArchiveFolderOptions : public TVFolderOptions {
+ public:
+  explicit TVArchiveFolderOptions(int version = 1);
+  virtual TVObject* makeObject(const VString& name, const VString& privateWorkDir, VBool isPrivate,
+                               TVHandle& context, TVObject* owner, VBool transient);
+
+ protected:
+  TVArchiveFolderOptions(int version, std::vector<const VClassRecord*> childClasses);
+};
+
+class TVArchiveFolderHandle : public TVHandle {
+ public:
+  using TVHandle::TVHandle;
+  explicit TVArchiveFolderHandle(const TVHandle& other) : TVHandle(other) {}
+
+  VString folderName() const;
+  VString privateDir() const;  // The work directory.
+  VBool isPrivate() const;
+  // Setters lock the object, assign, and write. They do nothing when the lock can't be had.
+  void setName(const VString& name);
+  void setIsPrivate(VBool isPrivate);
+  virtual void setPrivateDir(const VString& dir);
+
+  static TVArchiveFolderHandle create(const VString& name, const VString& privateDir,
+                                      VBool isPrivate, const TVHandle& parent, TVLockScope& scope,
+                                      TVErrorSink* sink, int mode, int version);
+};
+
+// Runs `assign` on the object of a handle between beginEdit() and endEdit().
+template <typename Assign>
+void editObject(TVHandle& handle, Assign assign) {
+  if (handle.isNull()) return;
+  TVScopedEdit edit(theNoLock(), handle);
+  if (edit.taken() && !handle.isNull()) assign();
+}
+
+}  // namespace foldapi

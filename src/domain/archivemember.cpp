@@ -1,0 +1,308 @@
+// domain/archivemember.cpp: the name forms of a member, and how members sort.
+#include "domain/archivemember.h"
+
+#include "base/fingerprint.h"
+#include "core/optionarray.h"
+#include "domain/archivefolder.h"
+#include "runtime/paths.h"
+
+namespace foldapi {
+
+const VClassRecord TVArchiveMember::theClass = {
+    "TVArchiveMember", &TVObject::theClass, 14,
+    []() -> VObject* { return new TVArchiveMemberHandle; }};
+
+namespace {
+
+constexpr int kMemberKeys = 4;
+
+// Sort types with these high bits compare a whole key with the directory part alone.
+constexpr int kWorkPathOnly = 0x106;
+constexpr int kArchivePathOnly = 0x108;
+
+using NameField = VPathString TVMemberNames::*;
+
+// The names of each sort type in the order in which they decide.
+const NameField* memberKeys(int sortType) {
+  static constexpr NameField kByWorkPath[] = {&TVMemberNames::workPath, &TVMemberNames::workName,
+                                              &TVMemberNames::archivePath,
+                                              &TVMemberNames::archiveName};
+  static constexpr NameField kByWorkName[] = {&TVMemberNames::workName, &TVMemberNames::workPath,
+                                              &TVMemberNames::archivePath,
+                                              &TVMemberNames::archiveName};
+  static constexpr NameField kByArchivePath[] = {
+      &TVMemberNames::archivePath, &TVMemberNames::archiveName, &TVMemberNames::workName,
+      &TVMemberNames::workPath};
+  static constexpr NameField kByArchiveName[] = {
+      &TVMemberNames::archiveName, &TVMemberNames::archivePath, &TVMemberNames::workName,
+      &TVMemberNames::workPath};
+  switch (sortType) {
+    case 7:
+      return kByWorkName;
+    case 8:
+      return kByArchivePath;
+    case 9:
+      return kByArchiveName;
+    default:
+      return kByWorkPath;
+  }
+}
+
+bool isQualifiedSort(int sortType) {
+  return sortType == 0 || sortType == 5 || sortType == 6 || sortType == 8;
+}
+
+}  // namespace
+
+TVArchiveMember::TVArchiveMember(TVMemberNames names, TVObject* owner, VBool transient)
+    : TVObject(owner, transient), names_(std::move(names)) {}
+
+bool TVArchiveMember::isEqual(const VObject* other) const {
+  return TVObject::isEqual(other) && static_cast<const TVArchiveMember*>(other)->names_ == names_;
+}
+
+int32_t TVArchiveMember::computeHash() const {
+  return static_cast<int32_t>(static_cast<uint32_t>(names_.archiveName.hash()) +
+                              static_cast<uint32_t>(names_.archivePath.hash()));
+}
+
+uint64_t TVArchiveMember::fingerprint() const {
+  uint64_t state = fingerprintText(names_.workName.view(), 4);
+  state = fingerprintText(names_.workPath.view(), state);
+  state = fingerprintText(names_.archiveName.view(), state);
+  return fingerprintText(names_.archivePath.view(), state);
+}
+
+// Sorting ------------------------------------------------------------------------------------------
+
+std::string_view TVArchiveMember::sortKey(int* index, int sortType, std::string* scratch) const {
+  const int position = *index;
+  *index -= kMemberKeys;
+  if (*index >= 0) return TVObject::sortKey(index, sortType, scratch);
+  if (sortType == 5 && position == 0) {
+    *scratch = fullWorkDir().str();
+    return *scratch;
+  }
+  return (names_.*memberKeys(sortType)[position]).view();
+}
+
+int TVArchiveMember::compareKey(std::string_view key, int sortType, bool caseSensitive) const {
+  if (sortType == kWorkPathOnly) return compareText(key, names_.workPath.view(), caseSensitive);
+  if (sortType == kArchivePathOnly) {
+    return compareText(key, names_.archivePath.view(), caseSensitive);
+  }
+  if (sortType == 7) return compareText(key, names_.workName.view(), caseSensitive);
+  if (sortType == 9) return compareText(key, names_.archiveName.view(), caseSensitive);
+  if (!isQualifiedSort(sortType)) return TVObject::compareKey(key, sortType, caseSensitive);
+  const VPathString path(key);
+  std::string scratch;
+  int index = 0;
+  const int order = compareText(path.directoryPart().view(), sortKey(&index, sortType, &scratch),
+                                caseSensitive);
+  if (order != 0) return order;
+  const VPathString& name = sortType == 8 ? names_.archiveName : names_.workName;
+  return compareText(path.fileNamePart().view(), name.view(), caseSensitive);
+}
+
+std::string_view TVArchiveMember::leadingPart(std::string_view key, int sortType) const {
+  if (isQualifiedSort(sortType)) {
+    return key.substr(0, VPathString(key).directoryPart().length());
+  }
+  const bool whole = sortType == 7 || sortType == 9 || sortType == kWorkPathOnly ||
+                     sortType == kArchivePathOnly;
+  return whole ? key : std::string_view();
+}
+
+// Names --------------------------------------------------------------------------------------------
+
+VPathString TVArchiveMember::fullWorkDir() const {
+  std::string directory = names_.workPath.str();
+  for (const TVObject* object = owner(); object != nullptr; object = object->owner()) {
+    if (!object->isKindOf(&TVArchiveFolder::theClass)) continue;
+    directory = joinPath(static_cast<const TVArchiveFolder*>(object)->privateWorkDir().view(),
+                         directory);
+  }
+  return normalisePath(directory);
+}
+
+VPathString TVArchiveMember::fullWorkName() const {
+  const VPathString directory = fullWorkDir();
+  if (directory.isEmpty()) return names_.workName;
+  return buildPath(&directory.str(), names_.workName.view(), nullptr);
+}
+
+VPathString TVArchiveMember::qualWorkName() const {
+  return VPathString(names_.workPath).join(names_.workName);
+}
+
+VPathString TVArchiveMember::qualArchiveName() const {
+  return VPathString(names_.archivePath).join(names_.archiveName);
+}
+
+VString TVArchiveMember::pairedName() const {
+  return qualWorkName() + "(" + qualArchiveName() + ")";
+}
+
+VString TVArchiveMember::toolkitName() const {
+  if (names_.archiveName.isEmpty()) return fullWorkName();
+  return qualArchiveName() + "(" + fullWorkName() + ")";
+}
+
+VString TVArchiveMember::name(const TVOptionArray& options) const {
+  if (!options.wantsLongForm(&theClass)) return names_.workName;
+  return qualWorkName() + "\t(" + qualArchiveName() + ")";
+}
+
+// What an archive that nobody can read knows -------------------------------------------------------
+
+namespace {
+
+template <typename Value>
+int answerNothing(Value* out) {
+  *out = Value();
+  return 0;
+}
+
+}  // namespace
+
+int TVArchiveMember::GetCreationTime(TVHandle&, uint32_t* out) { return answerNothing(out); }
+int TVArchiveMember::GetFileTime(TVHandle&, uint32_t* out) { return answerNothing(out); }
+int TVArchiveMember::GetRevisionCount(TVHandle&, int32_t* out) { return answerNothing(out); }
+int TVArchiveMember::GetLockCount(TVHandle&, int32_t* out) { return answerNothing(out); }
+int TVArchiveMember::GetAccessList(TVHandle&, VString* out) { return answerNothing(out); }
+int TVArchiveMember::GetDescription(TVHandle&, VString* out) { return answerNothing(out); }
+int TVArchiveMember::GetHeaderText(TVHandle&, VString* out) { return answerNothing(out); }
+int TVArchiveMember::GetLockers(TVHandle&, VString* out) { return answerNothing(out); }
+
+void TVArchiveMember::setWorkPath(const VPathString& path) {
+  changeKey(false, [&] { names_.workPath = path; });
+}
+void TVArchiveMember::setWorkName(const VPathString& name) {
+  changeKey(false, [&] { names_.workName = name; });
+}
+void TVArchiveMember::setArchivePath(const VPathString& path) {
+  changeKey(true, [&] { names_.archivePath = path; });
+}
+void TVArchiveMember::setArchiveName(const VPathString& name) {
+  changeKey(true, [&] { names_.archiveName = name; });
+}
+
+TVArchiveMemberOptions::TVArchiveMemberOptions(int version)
+    : TVFolderOptions(&TVArchiveMember::theClass, version, 6, {}) {}
+
+TVObject* TVArchiveMemberOptions::makeObject(const TVMemberNames& names, TVHandle&, TVObject* owner,
+                                             VBool transient) {
+  return new TVArchiveMember(names, owner, transient);
+}
+
+// The handle ---------------------------------------------------------------------------------------
+
+VPathString TVArchiveMemberHandle::workName() const {
+  const auto* member = as<TVArchiveMember>();
+  return member == nullptr ? VPathString() : member->names().workName;
+}
+VPathString TVArchiveMemberHandle::workPath() const {
+  const auto* member = as<TVArchiveMember>();
+  return member == nullptr ? VPathString() : member->names().workPath;
+}
+VPathString TVArchiveMemberHandle::archiveName() const {
+  const auto* member = as<TVArchiveMember>();
+  return member == nullptr ? VPathString() : member->names().archiveName;
+}
+VPathString TVArchiveMemberHandle::archivePath() const {
+  const auto* member = as<TVArchiveMember>();
+  return member == nullptr ? VPathString() : member->names().archivePath;
+}
+VPathString TVArchiveMemberHandle::fullWorkName() const {
+  const auto* member = as<TVArchiveMember>();
+  return member == nullptr ? VPathString() : member->fullWorkName();
+}
+VPathString TVArchiveMemberHandle::qualWorkName() const {
+  const auto* member = as<TVArchiveMember>();
+  return member == nullptr ? VPathString() : member->qualWorkName();
+}
+VPathString TVArchiveMemberHandle::qualArchiveName() const {
+  const auto* member = as<TVArchiveMember>();
+  return member == nullptr ? VPathString() : member->qualArchiveName();
+}
+VString TVArchiveMemberHandle::pairedName() const {
+  const auto* member = as<TVArchiveMember>();
+  return member == nullptr ? VString() : member->pairedName();
+}
+VString TVArchiveMemberHandle::toolkitName() const {
+  const auto* member = as<TVArchiveMember>();
+  return member == nullptr ? VString() : member->toolkitName();
+}
+
+template <typename Value>
+int TVArchiveMemberHandle::query(int (TVArchiveMember::*get)(TVHandle&, Value*), Value* out) {
+  auto* member = as<TVArchiveMember>();
+  return member == nullptr ? 5 : (member->*get)(*this, out);
+}
+
+int TVArchiveMemberHandle::status(uint32_t* out) {
+  auto* member = as<TVArchiveMember>();
+  return member == nullptr ? 5 : member->describe(*this, out);
+}
+int TVArchiveMemberHandle::creationTime(uint32_t* out) {
+  return query(&TVArchiveMember::GetCreationTime, out);
+}
+int TVArchiveMemberHandle::modificationTime(uint32_t* out) {
+  return query(&TVArchiveMember::GetFileTime, out);
+}
+int TVArchiveMemberHandle::revisionCount(int32_t* out) {
+  return query(&TVArchiveMember::GetRevisionCount, out);
+}
+int TVArchiveMemberHandle::lockCount(int32_t* out) {
+  return query(&TVArchiveMember::GetLockCount, out);
+}
+int TVArchiveMemberHandle::accessList(VString* out) {
+  return query(&TVArchiveMember::GetAccessList, out);
+}
+int TVArchiveMemberHandle::description(VString* out) {
+  return query(&TVArchiveMember::GetDescription, out);
+}
+int TVArchiveMemberHandle::headerText(VString* out) {
+  return query(&TVArchiveMember::GetHeaderText, out);
+}
+int TVArchiveMemberHandle::lockers(VString* out) {
+  return query(&TVArchiveMember::GetLockers, out);
+}
+
+void TVArchiveMemberHandle::setName(void (TVArchiveMember::*setter)(const VPathString&),
+                                    const VPathString& name) {
+  auto* member = as<TVArchiveMember>();
+  if (member == nullptr || !isStorableText(*this, name.view())) return;
+  editObject(*this, [&] { (member->*setter)(name); });
+}
+
+void TVArchiveMemberHandle::setWorkName(const VPathString& name) {
+  setName(&TVArchiveMember::setWorkName, name);
+}
+void TVArchiveMemberHandle::setWorkPath(const VPathString& path) {
+  setName(&TVArchiveMember::setWorkPath, path);
+}
+void TVArchiveMemberHandle::setArchiveName(const VPathString& name) {
+  setName(&TVArchiveMember::setArchiveName, name);
+}
+void TVArchiveMemberHandle::setArchivePath(const VPathString& path) {
+  setName(&TVArchiveMember::setArchivePath, path);
+}
+
+TVArchiveMemberHandle TVArchiveMemberHandle::create(const TVMemberNames& names,
+                                                    const TVHandle& parent, TVLockScope& scope,
+                                                    TVErrorSink* sink, int mode, int version) {
+  TVHandle context(sink != nullptr ? sink : &parent.sink(), nullptr);
+  for (const VPathString* text :
+       {&names.archivePath, &names.archiveName, &names.workPath, &names.workName}) {
+    if (!isStorableText(context, text->view())) return TVArchiveMemberHandle();
+  }
+  const TVCreateRequest request = {&TVArchiveMember::theClass, parent, scope, sink, mode, version};
+  return TVArchiveMemberHandle(createObject(
+      request, [&](TVFolderOptions& options, TVHandle& result, TVObject* owner, VBool transient) {
+        return static_cast<TVArchiveMemberOptions&>(options).makeObject(names, result, owner,
+                                                                        transient);
+      }));
+}
+
+}  // namespace foldapi

@@ -1,0 +1,132 @@
+// domain/archivemember.h: TVArchiveMember, a workfile paired with its archive.
+//
+// Its own fields are four names. All else that a client asks of a member (counts, lockers,
+// description, status) comes from the archive file on demand; this class knows of no file, so its
+// answers are empty, and the format subclass gives the real ones.
+#pragma once
+
+#include "base/vpathstring.h"
+#include "core/createobject.h"
+#include "core/folderoptions.h"
+#include "core/handle.h"
+
+namespace foldapi {
+
+// The bits of a member's status word.
+enum TVMemberStatus : uint32_t {
+  kStatusReadable = 0x1,
+  kStatusLockedByOther = 0x4,
+  kStatusLockedExclusive = 0x8,
+  kStatusLockedMultiple = 0x10,
+  kStatusHasRevisions = 0x40,
+  kStatusLockedByMe = 0x1000,
+};
+
+struct TVMemberNames {
+  VPathString archivePath;
+  VPathString archiveName;
+  VPathString workPath;  // May be relative, and then hangs under the enclosing folders.
+  VPathString workName;
+
+  bool operator==(const TVMemberNames&) const = default;
+};
+
+class TVArchiveMember : public TVObject {
+ public:
+  static const VClassRecord theClass;
+
+  TVArchiveMember(TVMemberNames names, TVObject* owner, VBool transient);
+
+  const VClassRecord* isA() const override { return &theClass; }
+  // All four names are the identity; only the archive's two go into the hash.
+  bool isEqual(const VObject* other) const override;
+  int32_t computeHash() const override;
+  uint64_t fingerprint() const override;
+
+  // Keys: 0 and 6 work path, 5 full work path, 7 work name, 8 archive path, 9 archive name first.
+  std::string_view sortKey(int* index, int sortType, std::string* scratch) const override;
+  int compareKey(std::string_view key, int sortType, bool caseSensitive) const override;
+  std::string_view leadingPart(std::string_view key, int sortType) const override;
+  // Branches below a member stay in the order in which they were read.
+  VBool isSortable() const override { return false; }
+  VString name(const TVOptionArray& options) const override;
+  int attribute(const TVOptionArray&) const override { return 3; }
+
+  virtual VBool isNamed(const VString& name) const { return name == names_.workName; }
+
+  // What the archive knows. Each gives an operation result and fills `out` on 0.
+  virtual int GetCreationTime(TVHandle& context, uint32_t* out);
+  virtual int GetFileTime(TVHandle& context, uint32_t* out);
+  virtual int GetRevisionCount(TVHandle& context, int32_t* out);
+  virtual int GetLockCount(TVHandle& context, int32_t* out);
+  virtual int GetAccessList(TVHandle& context, VString* out);
+  virtual int GetDescription(TVHandle& context, VString* out);
+  virtual int GetHeaderText(TVHandle& context, VString* out);
+  virtual int GetLockers(TVHandle& context, VString* out);
+
+  const TVMemberNames& names() const { return names_; }
+  // `workPath` below the work directories of the enclosing folders, normalised.
+  VPathString fullWorkDir() const;
+  VPathString fullWorkName() const;
+  VPathString qualWorkName() const;
+  VPathString qualArchiveName() const;
+  VString pairedName() const;   // qualWorkName(qualArchiveName)
+  VString toolkitName() const;  // How the member names itself to the toolkit.
+
+  void setWorkPath(const VPathString& path);
+  void setWorkName(const VPathString& name);
+  void setArchivePath(const VPathString& path);
+  void setArchiveName(const VPathString& name);
+
+ private:
+  TVMemberNames names_;
+};
+
+class TVArchiveMemberOptions : public TVFolderOptions {
+ public:
+  explicit TVArchiveMemberOptions(int version = 1);
+  virtual TVObject* makeObject(const TVMemberNames& names, TVHandle& context, TVObject* owner,
+                               VBool transient);
+};
+
+class TVArchiveMemberHandle : public TVHandle {
+ public:
+  using TVHandle::TVHandle;
+  explicit TVArchiveMemberHandle(const TVHandle& other) : TVHandle(other) {}
+
+  VPathString workName() const;
+  VPathString workPath() const;
+  VPathString archiveName() const;
+  VPathString archivePath() const;
+  VPathString fullWorkName() const;
+  VPathString qualWorkName() const;
+  VPathString qualArchiveName() const;
+  VString pairedName() const;
+  VString toolkitName() const;
+
+  // Operation results; 5 without an object, and *out stays as it was.
+  int status(uint32_t* out);
+  int creationTime(uint32_t* out);
+  int modificationTime(uint32_t* out);
+  int revisionCount(int32_t* out);
+  int lockCount(int32_t* out);
+  int accessList(VString* out);
+  int description(VString* out);
+  int headerText(VString* out);
+  int lockers(VString* out);
+
+  void setWorkName(const VPathString& name);
+  void setWorkPath(const VPathString& path);
+  void setArchiveName(const VPathString& name);
+  void setArchivePath(const VPathString& path);
+
+  static TVArchiveMemberHandle create(const TVMemberNames& names, const TVHandle& parent,
+                                      TVLockScope& scope, TVErrorSink* sink, int mode, int version);
+
+ private:
+  template <typename Value>
+  int query(int (TVArchiveMember::*get)(TVHandle&, Value*), Value* out);
+  void setName(void (TVArchiveMember::*setter)(const VPathString&), const VPathString& name);
+};
+
+}  // namespace foldapi

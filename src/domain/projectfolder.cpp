@@ -1,0 +1,96 @@
+// domain/projectfolder.cpp: projects in memory.
+#include "domain/projectfolder.h"
+
+#include "domain/archivemember.h"
+#include "domain/promotionfolder.h"
+
+namespace foldapi {
+
+const VClassRecord TVProjectFolder::theClass = {
+    "TVProjectFolder", &TVArchiveFolder::theClass, 12,
+    []() -> VObject* { return new TVProjectFolderHandle; }};
+
+TVProjectFolder::TVProjectFolder(VString name, TVProjectConfig config, VString privateWorkDir,
+                                 VString publicWorkDir, TVObject* owner, VBool transient)
+    : TVArchiveFolder(std::move(name), std::move(privateWorkDir), false, owner, transient),
+      publicWorkDir_(std::move(publicWorkDir)),
+      config_(std::move(config)) {}
+
+VString TVProjectFolder::name(const TVOptionArray& options) const {
+  return nameFor(&theClass, options);
+}
+
+int TVProjectFolder::attribute(const TVOptionArray&) const { return isPrivate() ? 8 : 9; }
+
+// At version 1 a project may hold promotion groups as well; format 5.2 reads those and makes none.
+TVProjectFolderOptions::TVProjectFolderOptions(int version)
+    : TVFolderOptions(&TVProjectFolder::theClass, version, 2,
+                      version == 1 ? std::vector{&TVArchiveFolder::theClass,
+                                                 &TVPromotionFolder::theClass,
+                                                 &TVArchiveMember::theClass}
+                                   : std::vector{&TVArchiveFolder::theClass,
+                                                 &TVArchiveMember::theClass}) {}
+
+TVObject* TVProjectFolderOptions::makeObject(const VString& name, const TVProjectConfig& config,
+                                             const VString& privateWorkDir,
+                                             const VString& publicWorkDir, TVHandle&,
+                                             TVObject* owner, VBool transient) {
+  return new TVProjectFolder(name, config, privateWorkDir, publicWorkDir, owner, transient);
+}
+
+VString TVProjectFolderHandle::publicDir() const {
+  const auto* project = as<TVProjectFolder>();
+  return project == nullptr ? VString() : project->publicWorkDir();
+}
+
+TVProjectConfig TVProjectFolderHandle::config() const {
+  const auto* project = as<TVProjectFolder>();
+  return project == nullptr ? TVProjectConfig() : project->config();
+}
+
+void TVProjectFolderHandle::setPublicDir(const VString& dir) {
+  setDirectory(&TVProjectFolder::setPublicWorkDir, dir);
+}
+
+void TVProjectFolderHandle::setPrivateDir(const VString& dir) {
+  setDirectory(&TVProjectFolder::setPrivateWorkDir, dir);
+}
+
+// The record with the directory lies in the root's files: they are rewritten when the project's own
+// edit was had.
+void TVProjectFolderHandle::setDirectory(void (TVProjectFolder::*setter)(const VString&),
+                                         const VString& dir) {
+  if (as<TVProjectFolder>() == nullptr || !isStorableText(*this, dir.view())) return;
+  TVHandle root(&sink(), object()->owner());
+  TVScopedEdit rootEdit(theNoLock(), root);
+  if (!rootEdit.taken()) return;
+  editObject(*this, [&] {
+    (as<TVProjectFolder>()->*setter)(dir);
+    root.markDirty();
+  });
+}
+
+void TVProjectFolderHandle::setConfig(const TVProjectConfig& config, TVLockScope& scope) {
+  auto* project = as<TVProjectFolder>();
+  if (project == nullptr) return;
+  TVScopedEdit edit(scope, *this);
+  if (edit.taken() && !isNull()) project->setConfig(config);
+}
+
+TVProjectFolderHandle TVProjectFolderHandle::create(
+    const VString& name, const TVProjectConfig& config, const VString& privateDir,
+    const VString& publicDir, const TVHandle& parent, TVLockScope& scope, TVErrorSink* sink,
+    int mode, int version) {
+  TVHandle context(sink != nullptr ? sink : &parent.sink(), nullptr);
+  for (const VString* text : {&name, &privateDir, &publicDir}) {
+    if (!isStorableText(context, text->view())) return TVProjectFolderHandle();
+  }
+  const TVCreateRequest request = {&TVProjectFolder::theClass, parent, scope, sink, mode, version};
+  return TVProjectFolderHandle(createObject(
+      request, [&](TVFolderOptions& options, TVHandle& result, TVObject* owner, VBool transient) {
+        return static_cast<TVProjectFolderOptions&>(options).makeObject(
+            name, config, privateDir, publicDir, result, owner, transient);
+      }));
+}
+
+}  // namespace foldapi

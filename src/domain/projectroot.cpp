@@ -1,0 +1,66 @@
+// domain/projectroot.cpp: the root in memory.
+#include "domain/projectroot.h"
+
+#include "base/fingerprint.h"
+#include "domain/projectfolder.h"
+
+namespace foldapi {
+
+const VClassRecord TVProjectRoot::theClass = {"TVProjectRoot", &TVObject::theClass, 10,
+                                              []() -> VObject* { return new TVProjectRootHandle; }};
+
+TVProjectRoot::TVProjectRoot(VString publicDir, VString privateDir, TVObject* owner,
+                             VBool transient)
+    : TVObject(owner, transient),
+      publicDir_(std::move(publicDir)),
+      privateDir_(std::move(privateDir)) {}
+
+bool TVProjectRoot::isEqual(const VObject* other) const {
+  return TVObject::isEqual(other) &&
+         static_cast<const TVProjectRoot*>(other)->publicDir_ == publicDir_;
+}
+
+uint64_t TVProjectRoot::fingerprint() const { return fingerprintText(publicDir_.view(), 1); }
+
+void TVProjectRoot::setDirectories(VString publicDir, VString privateDir) {
+  publicDir_ = std::move(publicDir);
+  privateDir_ = std::move(privateDir);
+}
+
+TVProjectRootOptions::TVProjectRootOptions(int version)
+    : TVFolderOptions(&TVProjectRoot::theClass, version, 2, {&TVProjectFolder::theClass}) {}
+
+TVObject* TVProjectRootOptions::makeObject(const VString& publicDir, const VString& privateDir,
+                                           TVHandle&, TVObject* owner, VBool transient) {
+  return new TVProjectRoot(publicDir, privateDir, owner, transient);
+}
+
+VString TVProjectRootHandle::publicDir() const {
+  const auto* root = as<TVProjectRoot>();
+  return root == nullptr ? VString() : root->publicDir();
+}
+
+VString TVProjectRootHandle::privateDir() const {
+  const auto* root = as<TVProjectRoot>();
+  return root == nullptr ? VString() : root->privateDir();
+}
+
+void TVProjectRootHandle::setConfig(const TVProjectConfig& config, TVLockScope& scope) {
+  auto* root = as<TVProjectRoot>();
+  if (root == nullptr || !scope.lockOwner(*this)) return;
+  root->setConfig(config);
+  scope.unlockOwner(*this);
+}
+
+TVProjectRootHandle TVProjectRootHandle::create(const VString& publicDir, const VString& privateDir,
+                                                const TVHandle& owner, TVLockScope& scope,
+                                                TVErrorSink* sink, int mode, int version) {
+  const TVCreateRequest request = {&TVProjectRoot::theClass, owner, scope, sink, mode, version};
+  return TVProjectRootHandle(createObject(
+      request, [&](TVFolderOptions& options, TVHandle& context, TVObject* parent, VBool transient) {
+        return static_cast<TVProjectRootOptions&>(options).makeObject(publicDir, privateDir, context,
+                                                                      parent, transient);
+      }));
+}
+
+}  // namespace foldapi
