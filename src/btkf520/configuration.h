@@ -1,0 +1,98 @@
+// btkf520/configuration.h: what a set of configuration files settles.
+//
+// How those files are read, line by line and file by file, is in configurationreader.h; here is
+// what each directive means. docs/configuration.md describes the whole language.
+#pragma once
+
+#include <cstddef>
+#include <map>
+#include <set>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "btkf520/dates.h"
+#include "btkf520/promotion.h"
+
+namespace btkf {
+
+// A value, copied freely. A new one holds the defaults. Its size is bounded, whatever set() is
+// given.
+class Configuration {
+ public:
+  // Archive directories as written: separated by ";", path text, maybe with empty places.
+  const std::string& archiveDirectoryText() const { return archiveDirectories_; }
+  // The same cut up, without the empty places.
+  std::vector<std::string> archiveDirectories() const;
+  // What is put behind a workfile's name to make its archive's name. `extension` is with or without
+  // its dot, and is matched case-blind.
+  std::string archiveSuffix(std::string_view extension) const;
+
+  const PromotionModel& promotion() const { return promotion_; }
+  // Fourteen words with a blank between two.
+  const std::string& dateWords() const { return dateWords_; }
+  const std::string& dateFormat() const { return dateFormat_; }
+
+  // Whether a new archive allows one lock at a time only.
+  bool exclusiveLock() const { return exclusiveLock_; }
+  // Whether a lock that will lead to a branch is refused.
+  bool branchWarning() const { return branchWarning_; }
+  // Path text of the journal file, empty for no journal.
+  const std::string& journal() const { return journal_; }
+  // The environment variable that holds the user id. Empty: the account name is the user id.
+  const std::string& userVariable() const { return userVariable_; }
+  // Users and groups who may work with a new archive. Empty: everybody.
+  const std::vector<std::string>& accessList() const { return accessList_; }
+  // The command for an event such as "PRECHECKIN" (upper case), empty for none.
+  std::string eventTrigger(std::string_view event) const;
+  bool stopsOnError() const { return stopsOnError_; }
+
+  // Takes in one directive. `name` is in upper case, `value` is trimmed; an empty value goes back
+  // to the default, or turns a switch on. False, and nothing changes, for a name that isn't a
+  // setting or a value that this setting can't have.
+  bool set(const std::string& name, std::string_view value);
+  static bool isSetting(const std::string& name);
+
+  // Directives that files after the master file may not use, by names in upper case.
+  void disallow(const std::string& name) { disallowed_.insert(name); }
+  bool isDisallowed(const std::string& name) const { return disallowed_.contains(name); }
+
+  // Goes back to an earlier promotion model.
+  void restorePromotion(const PromotionModel& model) { promotion_ = model; }
+
+  static constexpr size_t kMostSuffixes = 1000;
+  static constexpr std::string_view kDefaultSuffix = "_v";
+
+ private:
+  using Setter = bool (Configuration::*)(std::string_view value);
+  static const std::map<std::string, Setter>& setters();
+
+  bool setArchiveDirectories(std::string_view value);
+  bool setArchiveSuffix(std::string_view value);
+  bool setPromotion(std::string_view value);
+  bool setDateWords(std::string_view value);
+  bool setDateFormat(std::string_view value);
+  bool setExclusiveLock(std::string_view value);
+  bool setBranchWarning(std::string_view value);
+  bool setJournal(std::string_view value);
+  bool setUserSource(std::string_view value);
+  bool setAccessList(std::string_view value);
+  bool setEventTrigger(std::string_view value);
+  bool setErrorRule(std::string_view value);
+
+  std::string archiveDirectories_;
+  std::map<std::string, std::string> archiveSuffixes_;  // Extension in upper case, no dot; or "*".
+  PromotionModel promotion_;
+  std::string dateWords_{kDefaultDateWords};
+  std::string dateFormat_{kDefaultDateFormat};
+  bool exclusiveLock_ = false;
+  bool branchWarning_ = false;
+  std::string journal_;
+  std::string userVariable_;
+  std::vector<std::string> accessList_;
+  std::map<std::string, std::string> eventTriggers_;
+  bool stopsOnError_ = false;
+  std::set<std::string> disallowed_;
+};
+
+}  // namespace btkf

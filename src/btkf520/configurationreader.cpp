@@ -1,0 +1,202 @@
+// btkf520/configurationreader.cpp: from files to lines to directives.
+//
+// Structure is settled here: line ends, comments, conditionals, includes, and which file may say
+// what. What a setting's value means is settled in configuration.cpp.
+#include "btkf520/configurationreader.h"
+
+#include <algorithm>
+#include <utility>
+
+#include "btkf520/text.h"
+
+namespace btkf {
+namespace {
+
+constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";
+constexpr std::string_view kPathEnds = "/\\:";
+
+struct Directive {
+  std::string name;  // In upper case.
+  std::string_view value;
+};
+
+// Cuts "NAME = value" or "NAME value". Nothing for a line that is neither.
+std::optional<Directive> parse(std::string_view line) {
+  line = trimmed(line);
+  if (line.find('\0') != std::string_view::npos) return {};
+  const auto end = std::find_if_not(line.begin(), line.end(), isNameCharacter);
+  const std::string_view name = line.substr(0, static_cast<size_t>(end - line.begin()));
+  const std::string_view rest = line.substr(name.size());
+  std::string_view value = trimmed(rest);
+  const bool hasEquals = value.starts_with('=');
+  if (name.empty() || (!rest.empty() && !hasEquals && rest.size() == value.size())) return {};
+  if (hasEquals) value = trimmed(value.substr(1));
+  return Directive{upperCase(name), value};
+}
+
+bool isComment(std::string_view line) {
+  return trimmed(line).empty() || trimmed(line).starts_with('#');
+}
+
+bool isConditional(const std::string& name) {
+  return name == "IF" || name == "ELSEIF" || name == "ELSE" || name == "ENDIF";
+}
+
+bool isAbsolute(std::string_view path) {
+  return path.starts_with('/') || path.starts_with('\\') ||
+         (path.size() > 1 && isLetter(path[0]) && path[1] == ':');
+}
+
+// Where `including` says that `path` is, as text.
+std::string placeOf(std::string_view path, const std::string& including) {
+  if (isAbsolute(path)) return std::string(path);
+  const size_t end = including.find_last_of(kPathEnds);
+  const size_t directory = end == std::string::npos ? 0 : end + 1;
+  return including.substr(0, directory).append(path);
+}
+
+}  // namespace
+
+ConfigurationReader::ConfigurationReader(ConfigurationHost* host, ReadMode mode,
+                                         Configuration* configuration)
+    : host_(host), mode_(mode), configuration_(configuration) {}
+
+Status ConfigurationReader::read(const std::string& path) {
+  const std::optional<FileText> file = host_->readFile(path, kLargestFile);
+  if (!file) return kCannotReadConfiguration;
+  const PromotionModel before = configuration_->promotion();
+  readText(path, *file);
+  checkPromotion(path, before);
+  return state_ == State::kCancelled ? kCancelled : kDone;
+}
+
+void ConfigurationReader::readText(const std::string& path, const FileText& file) {
+  ++files_;
+  bytes_ += file.text.size();
+  open_.push_back({path, file.identity, {}, {}});
+  std::string_view rest = file.text;
+  if (rest.starts_with(kByteOrderMark)) rest.remove_prefix(kByteOrderMark.size());
+  while (!rest.empty() && state_ == State::kReading) {
+    const std::string_view line = rest.substr(0, rest.find('\n'));
+    rest.remove_prefix(std::min(line.size() + 1, rest.size()));
+    open_.back().line = line;
+    ++open_.back().number;
+    const Status status = takeLine();
+    if (status != kDone) report(status, line, path, open_.back().number);
+  }
+  const std::optional<Conditionals::Opening> unclosed = open_.back().conditionals.unclosed();
+  if (unclosed && state_ == State::kReading) {
+    report(kBadConditional, unclosed->text, path, unclosed->line);
+  }
+  open_.pop_back();
+}
+
+Status ConfigurationReader::takeLine() {
+  const OpenFile& file = open_.back();
+  const bool reading = file.conditionals.isReading();
+  if (isComment(file.line)) return kDone;
+  std::optional<Directive> directive;
+  if (file.line.size() <= kLongestLine) directive = parse(file.line);
+  if (!directive) return reading ? kInvalidLine : kDone;
+  if (isConditional(directive->name)) return takeConditional(directive->name, directive->value);
+  return reading ? takeDirective(directive->name, directive->value) : kDone;
+}
+
+Status ConfigurationReader::takeConditional(const std::string& name, std::string_view value) {
+  OpenFile& file = open_.back();
+  Conditionals& conditionals = file.conditionals;
+  std::optional<bool> condition = false;
+  bool inPlace = true;
+  if (name == "IF") {
+    if (conditionals.asksForIf()) condition = evaluate(value);
+    conditionals.open(condition, {file.number, std::string(file.line.substr(0, kReportedLine))});
+  } else if (name == "ELSEIF") {
+    if (conditionals.asksForElseif()) condition = evaluate(value);
+    inPlace = conditionals.elseif(condition);
+  } else {
+    // Whatever stands behind ELSE or ENDIF was meant for another line: they act, and are reported.
+    inPlace = name == "ELSE" ? conditionals.otherwise() : conditionals.close();
+    inPlace = inPlace && value.empty();
+  }
+  return inPlace && condition ? kDone : kBadConditional;
+}
+
+Status ConfigurationReader::takeDirective(const std::string& name, std::string_view value) {
+  if (mode_ == ReadMode::kFollowing && configuration_->isDisallowed(name)) return kDisallowed;
+  if (name == "INCLUDE") return include(value);
+  if (name == "DISALLOW") return disallow(value);
+  return configuration_->set(name, value) ? kDone : kInvalidLine;
+}
+
+Status ConfigurationReader::include(std::string_view value) {
+  if (value.empty()) return kBadInclude;
+  if (open_.size() == kDeepestNesting) return kNestedTooDeep;
+  if (files_ == kMostFiles) return kBadInclude;
+  const std::string path = placeOf(value, open_.back().path);
+  const std::optional<FileText> file =
+      host_->readFile(path, std::min(kLargestFile, kMostBytes - bytes_));
+  if (!file) return kBadInclude;
+  // A file that includes itself would nest for ever: no need to go twenty levels down to know.
+  const bool recursive = std::any_of(open_.begin(), open_.end(), [&](const OpenFile& outer) {
+    return outer.identity == file->identity;
+  });
+  if (recursive) return kNestedTooDeep;
+  readText(path, *file);
+  return kDone;
+}
+
+// Names that are known are disallowed even if others in the line are not: that is the safe side.
+Status ConfigurationReader::disallow(std::string_view value) {
+  const std::vector<std::string_view> names = pieces(value, " \t,");
+  if (mode_ != ReadMode::kMaster || names.empty()) return kInvalidLine;
+  bool allKnown = true;
+  for (std::string_view piece : names) {
+    const std::string name = upperCase(piece);
+    if (name == "INCLUDE" || Configuration::isSetting(name)) {
+      configuration_->disallow(name);
+    } else {
+      allKnown = false;
+    }
+  }
+  return allKnown ? kDone : kInvalidLine;
+}
+
+// "NAME", "NOT NAME", "NAME == text" or "NAME != text". Nothing for anything else.
+std::optional<bool> ConfigurationReader::evaluate(std::string_view condition) const {
+  const std::vector<std::string_view> words = pieces(condition, kBlanks);
+  const bool negated = words.size() == 2 && upperCase(words[0]) == "NOT";
+  if (negated) condition = words[1];
+  const auto end = std::find_if_not(condition.begin(), condition.end(), isNameCharacter);
+  const std::string name(condition.begin(), end);
+  const std::string_view comparison = trimmed(condition.substr(name.size()));
+  if (name.empty()) return {};
+  const std::string value = host_->variable(name).value_or("");
+  if (comparison.empty()) return value.empty() == negated;
+  if (negated) return {};
+  const bool equals = comparison.starts_with("==");
+  if (!equals && !comparison.starts_with("!=")) return {};
+  return (trimmed(comparison.substr(2)) == value) == equals;
+}
+
+// A broken model is worse than the one before: with two top groups or a circle nobody knows what a
+// revision promotes to.
+void ConfigurationReader::checkPromotion(const std::string& path, const PromotionModel& before) {
+  const PromotionModel::Fault fault = configuration_->promotion().fault();
+  if (fault == PromotionModel::Fault::kNone) return;
+  configuration_->restorePromotion(before);
+  if (state_ == State::kCancelled) return;
+  report(fault == PromotionModel::Fault::kCycle ? kNoTopGroup : kSeveralTopGroups, "", path, 0);
+}
+
+void ConfigurationReader::report(Status code, std::string_view line, const std::string& path,
+                                 int number) {
+  while (line.ends_with('\r')) line.remove_suffix(1);
+  const bool goOn = host_->report({code, std::string(line.substr(0, kReportedLine)), path, number});
+  if (!goOn) {
+    state_ = State::kCancelled;
+  } else if (configuration_->stopsOnError()) {
+    state_ = State::kStopped;
+  }
+}
+
+}  // namespace btkf

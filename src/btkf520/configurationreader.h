@@ -1,0 +1,90 @@
+// btkf520/configurationreader.h: reads configuration files into a Configuration.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "btkf520/conditionals.h"
+#include "btkf520/configuration.h"
+#include "btkf520/platform.h"
+#include "btkf520/status.h"
+
+namespace btkf {
+
+// Which files came before the one that is read. The numbers are those that clients pass.
+enum class ReadMode : int32_t { kFirst = 8, kFollowing = 9, kMaster = 10 };
+
+// One directive that could not be taken in. Good during the report only.
+struct BadDirective {
+  Status code;
+  std::string
+      line;  // Its beginning, up to kReportedLine bytes. Empty if no single line is to blame.
+  std::string file;  // Path text.
+  int number;        // Counted from 1. 0 if no single line is to blame.
+};
+
+// What the reader needs from outside: files, variables and someone to complain to.
+class ConfigurationHost {
+ public:
+  virtual ~ConfigurationHost() = default;
+  // Nothing if `path`, a path text, can't be read or holds more than `largest` bytes.
+  virtual std::optional<FileText> readFile(const std::string& path, size_t largest) = 0;
+  virtual std::optional<std::string> variable(const std::string& name) = 0;
+  // False ends the reading.
+  virtual bool report(const BadDirective& directive) = 0;
+};
+
+// Reads one file, and those that it includes, into a configuration, and is then thrown away.
+class ConfigurationReader {
+ public:
+  // Both pointers must outlive the reader.
+  ConfigurationReader(ConfigurationHost* host, ReadMode mode, Configuration* configuration);
+
+  // Gives kDone whatever the lines were like, kCannotReadConfiguration with nothing changed, or
+  // kCancelled when a report was answered with false: what was read up to then has been set.
+  Status read(const std::string& path);
+
+  // Bounds on what any set of files can cost: beyond them, files are not included and lines are
+  // bad.
+  static constexpr size_t kDeepestNesting = 20;
+  static constexpr size_t kMostFiles = 256;
+  static constexpr size_t kLargestFile = 1 << 20;
+  static constexpr size_t kMostBytes = 4 << 20;
+  static constexpr size_t kLongestLine = 8191;
+  static constexpr size_t kReportedLine = 1023;
+
+ private:
+  enum class State { kReading, kStopped, kCancelled };
+  // A file between its first and its last line.
+  struct OpenFile {
+    std::string path;
+    FileIdentity identity;
+    Conditionals conditionals;
+    std::string_view line;  // The present one, without its end.
+    int number = 0;
+  };
+
+  void readText(const std::string& path, const FileText& file);
+  Status takeLine();
+  Status takeConditional(const std::string& name, std::string_view value);
+  Status takeDirective(const std::string& name, std::string_view value);
+  Status include(std::string_view value);
+  Status disallow(std::string_view value);
+  std::optional<bool> evaluate(std::string_view condition) const;
+  void checkPromotion(const std::string& path, const PromotionModel& before);
+  void report(Status code, std::string_view line, const std::string& path, int number);
+
+  ConfigurationHost* host_;
+  ReadMode mode_;
+  Configuration* configuration_;
+  std::vector<OpenFile> open_;  // The innermost last.
+  size_t files_ = 0;
+  size_t bytes_ = 0;
+  State state_ = State::kReading;
+};
+
+}  // namespace btkf

@@ -1,0 +1,120 @@
+// btkf520/exports.cpp: the C functions: arguments, buffers and the wall that no exception passes.
+//
+// What the functions promise is told in btkf520.h; the work is done behind Session.
+#include <cstring>
+#include <new>
+#include <optional>
+#include <string>
+
+#include "btkf520/btkf520.h"
+#include "btkf520/session.h"
+#include "btkf520/status.h"
+
+namespace {
+
+using btkf::Session;
+
+template <typename Operation>
+int32_t guarded(const Operation& operation) noexcept {
+  try {
+    return operation();
+  } catch (const std::bad_alloc&) {
+    return btkf::kNoMemory;
+  } catch (...) {
+    return btkf::kInternalError;
+  }
+}
+
+bool fits(const std::string& text, int32_t size) {
+  return size > 0 && text.size() < static_cast<size_t>(size);
+}
+
+// With the NUL at its end. `text` may hold others.
+void fill(char* buffer, const std::string& text) {
+  std::memcpy(buffer, text.c_str(), text.size() + 1);
+}
+
+std::optional<std::string> itemText(int32_t item) {
+  const btkf::Configuration& configuration = Session::instance().configuration();
+  switch (item) {
+    case TRVS_ITEM_ARCHIVE_DIRECTORIES:
+      return configuration.archiveDirectoryText();
+    case TRVS_ITEM_PROMOTION_GROUPS:
+      return configuration.promotion().listing();
+    case TRVS_ITEM_DATE_WORDS:
+      return configuration.dateWords();
+    case TRVS_ITEM_DATE_FORMAT:
+      return configuration.dateFormat();
+    default:
+      return {};
+  }
+}
+
+bool isReadMode(int32_t mode) {
+  return mode == TRVS_READ_FIRST || mode == TRVS_READ_FOLLOWING || mode == TRVS_READ_MASTER;
+}
+
+}  // namespace
+
+int32_t TrvsInit(const char* /*application*/) {
+  return guarded([] { return Session::instance().userId() ? btkf::kDone : btkf::kNoUserId; });
+}
+
+int32_t TrvsOEMEnable(void) { return btkf::kDone; }
+
+int32_t TrvsRegisterCallback(int32_t id, TrvsCallback callback) {
+  return guarded([&] {
+    return Session::instance().registerCallback(id, callback) ? btkf::kDone : btkf::kMisuse;
+  });
+}
+
+int32_t TrvsRegisterPathResolver(TrvsPathResolver resolver) {
+  return guarded([&] {
+    Session::instance().registerPathResolver(resolver);
+    return btkf::kDone;
+  });
+}
+
+int32_t TrvsGetUserInfo(char* user, int32_t userSize, char* second, int32_t secondSize,
+                        int16_t* kind) {
+  return guarded([&] {
+    if (user == nullptr) return btkf::kMisuse;
+    const std::optional<std::string> id = Session::instance().userId();
+    if (!id) return btkf::kNoUserId;
+    if (!fits(*id, userSize)) return btkf::kBufferTooSmall;
+    if (second != nullptr && !fits("", secondSize)) return btkf::kBufferTooSmall;
+    fill(user, *id);
+    if (second != nullptr) fill(second, "");
+    const bool isAccount = Session::instance().configuration().userVariable().empty();
+    if (kind != nullptr) *kind = isAccount ? TRVS_USER_ACCOUNT : TRVS_USER_ENVIRONMENT;
+    return btkf::kDone;
+  });
+}
+
+int32_t TrvsQueryConfiguration(const char* path, int32_t reserved1, int32_t reserved2,
+                               int32_t readMode) {
+  return guarded([&] {
+    if (path == nullptr || reserved1 != 0 || reserved2 != 0 || !isReadMode(readMode)) {
+      return btkf::kMisuse;
+    }
+    return Session::instance().load(path, static_cast<btkf::ReadMode>(readMode));
+  });
+}
+
+int32_t TrvsQueryConfigurationItem(int32_t item, char* buffer, int32_t size) {
+  return guarded([&] {
+    const std::optional<std::string> text = itemText(item);
+    if (!text || buffer == nullptr) return btkf::kMisuse;
+    if (!fits(*text, size)) return btkf::kBufferTooSmall;
+    fill(buffer, *text);
+    return btkf::kDone;
+  });
+}
+
+int32_t TrvsVerifyPromoTreeNodeExist(const char* group, int16_t* kind) {
+  return guarded([&] {
+    if (group == nullptr || kind == nullptr) return btkf::kMisuse;
+    *kind = static_cast<int16_t>(Session::instance().configuration().promotion().kindOf(group));
+    return btkf::kDone;
+  });
+}

@@ -1,0 +1,57 @@
+// btkf520/promotion.h: the promotion model: named groups, each promoting to the one above it.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <map>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace btkf {
+
+// Where a group stands in a model. The numbers are those that clients get.
+enum class GroupKind : int16_t { kNone = 1, kDevelopment = 2, kBetween = 3, kTop = 4 };
+
+// A value: the links from groups to the groups above them, in the order in which they were made. A
+// group exists as long as a link names it. Names are case-sensitive. Links may be made in any
+// order, so a model under construction can be broken; ask fault() when it is complete.
+class PromotionModel {
+ public:
+  enum class Fault { kNone, kSeveralTops, kCycle };
+
+  // Lets `child` promote to `parent` and to nothing else. With an empty `parent` the group merely
+  // exists, unless it is linked already. False, and nothing changes, for an empty or overlong name,
+  // a group above itself, or a model that clients could no longer fetch.
+  bool link(std::string_view child, std::string_view parent);
+
+  Fault fault() const;
+  bool isEmpty() const { return links_.empty(); }
+  // A group that is the whole model is a development group: revisions have to start somewhere.
+  GroupKind kindOf(std::string_view group) const;
+
+  // Every link as "child NUL parent NUL", one to the top group last; a single group as "name NUL".
+  // Followed by one more NUL this is what clients get. For a model without fault.
+  std::string listing() const;
+
+  static constexpr size_t kLongestName = 255;
+  static constexpr size_t kLongestListing =
+      32767;  // Its last NUL included: clients count in 16 bits.
+
+ private:
+  struct Link {
+    std::string child;
+    std::string parent;  // Empty: none.
+    size_t listedSize() const { return child.size() + parent.size() + 2; }
+  };
+
+  const Link* find(std::string_view child) const;
+  bool hasParent(std::string_view group) const;
+  bool hasChild(std::string_view group) const;
+
+  std::vector<Link> links_;
+  std::map<std::string, size_t, std::less<>> places_;  // Child to its place in links_.
+  size_t listedSize_ = 1;
+};
+
+}  // namespace btkf

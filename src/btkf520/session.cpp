@@ -1,0 +1,77 @@
+// btkf520/session.cpp: connects the toolkit's parts with the client and the operating system.
+#include "btkf520/session.h"
+
+#include <algorithm>
+#include <iterator>
+#include <utility>
+
+#include "btkf520/platform.h"
+
+namespace btkf {
+namespace {
+
+constexpr int32_t kCallbackIds[] = {1, 3, 4, 5, 6, 9, 10, 16, 17, 18, 19, 20, 23};
+constexpr size_t kLongestSystemPath = 65536;
+
+}  // namespace
+
+Session& Session::instance() {
+  static Session* const session = new Session;
+  return *session;
+}
+
+bool Session::registerCallback(int32_t id, TrvsCallback callback) {
+  if (std::find(std::begin(kCallbackIds), std::end(kCallbackIds), id) == std::end(kCallbackIds)) {
+    return false;
+  }
+  callbacks_[id] = callback;
+  return true;
+}
+
+Status Session::load(const std::string& path, ReadMode mode) {
+  if (mode != ReadMode::kFollowing) configuration_ = Configuration();
+  // On a copy: a callback may ask questions meanwhile, and a cancelled load leaves nothing behind.
+  Configuration loaded = configuration_;
+  const Status status = ConfigurationReader(this, mode, &loaded).read(path);
+  if (status == kDone) configuration_ = std::move(loaded);
+  return status;
+}
+
+std::optional<std::string> Session::userId() const {
+  const std::string& name = configuration_.userVariable();
+  if (name.empty()) return accountName();
+  std::optional<std::string> user = environmentVariable(name);
+  return user && !user->empty() ? user : std::nullopt;
+}
+
+std::optional<std::string> Session::systemPath(const std::string& path) const {
+  if (resolver_ == nullptr) {
+    std::string result = path;
+    std::replace(result.begin(), result.end(), '\\', '/');
+    return result;
+  }
+  for (size_t size = 512; size <= kLongestSystemPath; size *= 2) {
+    std::string buffer(size, '\0');
+    const int32_t status = resolver_(path.c_str(), buffer.data(), static_cast<int32_t>(size));
+    if (status == kDone) return buffer.substr(0, buffer.find('\0'));
+    if (status != kBufferTooSmall) return {};
+  }
+  return {};
+}
+
+std::optional<FileText> Session::readFile(const std::string& path, size_t largest) {
+  const std::optional<std::string> place = systemPath(path);
+  return place ? btkf::readFile(*place, largest) : std::nullopt;
+}
+
+std::optional<std::string> Session::variable(const std::string& name) {
+  return environmentVariable(name);
+}
+
+bool Session::report(const BadDirective& directive) {
+  const auto badDirective = registered<TrvsBadDirectiveCallback>(19);
+  return badDirective == nullptr || badDirective(directive.code, directive.line.c_str(),
+                                                 directive.file.c_str(), directive.number) == 0;
+}
+
+}  // namespace btkf

@@ -1,0 +1,46 @@
+// btkf520/text.h: the few cuts and comparisons that the configuration language is made of.
+//
+// All work on bytes. The characters they look for are ASCII below 0x40, which no second byte of a
+// double-byte character is, so names in any code page pass through whole.
+#pragma once
+
+#include <algorithm>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace btkf {
+
+inline constexpr std::string_view kBlanks = " \t\r";
+
+inline std::string_view trimmed(std::string_view text) {
+  const size_t first = text.find_first_not_of(kBlanks);
+  if (first == std::string_view::npos) return {};
+  return text.substr(first, text.find_last_not_of(kBlanks) + 1 - first);
+}
+
+inline char upperCase(char c) { return c >= 'a' && c <= 'z' ? static_cast<char>(c - 0x20) : c; }
+
+// `text` with a to z as A to Z and every other byte as it is.
+inline std::string upperCase(std::string_view text) {
+  std::string result(text);
+  std::transform(result.begin(), result.end(), result.begin(), [](char c) { return upperCase(c); });
+  return result;
+}
+
+inline bool isLetter(char c) { return upperCase(c) >= 'A' && upperCase(c) <= 'Z'; }
+inline bool isDigit(char c) { return c >= '0' && c <= '9'; }
+inline bool isNameCharacter(char c) { return isLetter(c) || isDigit(c) || c == '_'; }
+
+// The non-empty pieces of `text` between characters of `separators`. They point into `text`.
+inline std::vector<std::string_view> pieces(std::string_view text, std::string_view separators) {
+  std::vector<std::string_view> result;
+  while ((text = text.substr(std::min(text.find_first_not_of(separators), text.size()))) != "") {
+    const size_t end = std::min(text.find_first_of(separators), text.size());
+    result.push_back(text.substr(0, end));
+    text.remove_prefix(end);
+  }
+  return result;
+}
+
+}  // namespace btkf
