@@ -1,0 +1,84 @@
+// support/files.cpp: the file helpers, over the standard library and two POSIX calls.
+#include "support/files.h"
+
+#include <pwd.h>
+#include <unistd.h>
+
+#include <cstdio>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <stdexcept>
+#include <system_error>
+
+namespace support {
+
+TemporaryDirectory::TemporaryDirectory()
+    : path_((std::filesystem::temp_directory_path() / "foldapi-test-XXXXXX").string()) {
+  if (!::mkdtemp(path_.data())) throw std::runtime_error("no temporary directory " + path_);
+}
+
+TemporaryDirectory::~TemporaryDirectory() {
+  std::error_code ignored;
+  std::filesystem::remove_all(path_, ignored);
+}
+
+std::string TemporaryDirectory::operator/(std::string_view relative) const {
+  return (std::filesystem::path(path_) / relative).string();
+}
+
+std::string readFile(const std::string& path) {
+  std::ifstream in(path, std::ios::binary);
+  if (!in) throw std::runtime_error("can't read " + path);
+  return {std::istreambuf_iterator<char>(in), {}};
+}
+
+void writeFile(const std::string& path, std::string_view bytes) {
+  std::filesystem::create_directories(std::filesystem::path(path).parent_path());
+  std::ofstream out(path, std::ios::binary | std::ios::trunc);
+  out.write(bytes.data(), static_cast<std::streamsize>(bytes.size()));
+  out.close();
+  if (!out) throw std::runtime_error("can't write " + path);
+}
+
+std::string escaped(std::string_view bytes) {
+  std::string text;
+  for (const char c : bytes) {
+    if (c == '\r') {
+      text += "\\r";
+    } else if (c == '\n') {
+      text += "\\n";
+    } else if (c < ' ' || c > '~') {  // Bytes above 0x7f are negative or above "~".
+      char hex[5];
+      std::snprintf(hex, sizeof hex, "\\x%02x", static_cast<unsigned char>(c));
+      text += hex;
+    } else {
+      text += c;
+    }
+  }
+  return text;
+}
+
+std::string currentUser() {
+  const passwd* entry = ::getpwuid(::geteuid());
+  if (!entry) throw std::runtime_error("the effective user has no name");
+  return entry->pw_name;
+}
+
+ScopedEnvironment::ScopedEnvironment(const char* name, const std::string& value) : name_(name) {
+  const char* old = std::getenv(name);
+  wasSet_ = old != nullptr;
+  if (old) old_ = old;
+  ::setenv(name, value.c_str(), 1);
+}
+
+ScopedEnvironment::~ScopedEnvironment() {
+  if (wasSet_) {
+    ::setenv(name_.c_str(), old_.c_str(), 1);
+  } else {
+    ::unsetenv(name_.c_str());
+  }
+}
+
+}  // namespace support

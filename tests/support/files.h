@@ -1,0 +1,51 @@
+// support/files.h: temporary directories, whole files and readable bytes for tests.
+//
+// Paths are the operating system's. Whatever fails throws, which fails the test that asked.
+#pragma once
+
+#include <string>
+#include <string_view>
+
+namespace support {
+
+// A directory that goes, with all in it, when the object does.
+class TemporaryDirectory {
+ public:
+  TemporaryDirectory();
+  TemporaryDirectory(const TemporaryDirectory&) = delete;
+  TemporaryDirectory& operator=(const TemporaryDirectory&) = delete;
+  ~TemporaryDirectory();
+
+  const std::string& path() const { return path_; }
+  // The path of something in it.
+  std::string operator/(std::string_view relative) const;
+
+ private:
+  std::string path_;
+};
+
+std::string readFile(const std::string& path);
+// Replaces the file; makes the directories above it.
+void writeFile(const std::string& path, std::string_view bytes);
+
+// Bytes as C source would write them ("a\r\n\xfc"), so that a failed comparison shows all of them.
+std::string escaped(std::string_view bytes);
+
+// The account name of the effective user.
+std::string currentUser();
+
+// Sets an environment variable, and puts the old value back in the end.
+class ScopedEnvironment {
+ public:
+  ScopedEnvironment(const char* name, const std::string& value);
+  ScopedEnvironment(const ScopedEnvironment&) = delete;
+  ScopedEnvironment& operator=(const ScopedEnvironment&) = delete;
+  ~ScopedEnvironment();
+
+ private:
+  std::string name_;
+  std::string old_;
+  bool wasSet_;
+};
+
+}  // namespace support
