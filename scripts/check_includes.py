@@ -1,0 +1,75 @@
+#!/usr/bin/env python3
+"""Checks who includes whom: check_includes.py SRC_DIR. Prints each violation and gives 1 if any.
+
+The layers of the library stand on one another, so that each can be read, tested and changed without
+those above it. The engine and the profile library are products of their own. Everything that asks
+the operating system about files, time, processes or users stands in a platform_*.cpp.
+"""
+import pathlib
+import re
+import sys
+
+# Each folder, and whose headers it may include besides its own.
+MAY_INCLUDE = {
+    "runtime": [],
+    "base": ["runtime"],
+    "core": ["runtime", "base"],
+    "domain": ["runtime", "base", "core"],
+    "store": ["runtime", "base", "core", "domain", "toolkit"],
+    "toolkit": ["runtime", "base", "core", "domain", "store"],
+    "api": ["runtime", "base", "core", "domain", "store", "toolkit"],
+    "cli": ["runtime", "base", "core", "domain", "store", "toolkit"],
+    "btkf520": [],
+    "kstrinin": [],
+}
+# Single headers: the ways between the products.
+MAY_INCLUDE_TOO = {
+    "runtime": ["kstrinin/kstrinin.h"],
+    "store": ["btkf520/btkf520.h", "kstrinin/kstrinin.h"],
+    "toolkit": ["btkf520/btkf520.h"],
+    "api": ["foldapi/foldapi.h"],
+}
+PLATFORM_FOLDERS = ["runtime", "btkf520", "kstrinin"]
+PLATFORM_ONLY = re.compile(
+    r"sys/.*|(fcntl|unistd|dirent|pwd|grp|time|utime|signal|spawn|poll|sched|pthread|dlfcn|windows)\.h"
+    r"|filesystem|fstream|ctime|chrono|csignal|thread")
+INCLUDE = re.compile(r'\s*#\s*include\s*(["<])([^">]+)')
+
+
+def violation(folder, name, mark, header):
+    """Says what is wrong with an include, or gives None."""
+    if mark == "<":
+        is_platform = folder in PLATFORM_FOLDERS and re.fullmatch(r"platform_\w+\.cpp", name)
+        if PLATFORM_ONLY.fullmatch(header) and not is_platform:
+            return "only a platform_*.cpp includes it"
+        return None
+    if "/" not in header:
+        return "has no folder"
+    if header in MAY_INCLUDE_TOO.get(folder, []):
+        return None
+    if header.split("/")[0] not in [folder] + MAY_INCLUDE[folder]:
+        return "not a header that %s may know" % folder
+    return None
+
+
+def check(src):
+    found = []
+    for path in sorted(src.rglob("*")):
+        if path.suffix not in (".h", ".cpp"):
+            continue
+        where = path.relative_to(src)
+        if where.parts[0] not in MAY_INCLUDE:
+            found.append("%s: stands in no folder that is known" % where)
+            continue
+        for number, line in enumerate(path.read_text(encoding="latin-1").splitlines(), 1):
+            match = INCLUDE.match(line)
+            why = match and violation(where.parts[0], path.name, match[1], match[2])
+            if why:
+                found.append("%s:%d: %s: %s" % (where, number, match[2], why))
+    return found
+
+
+if __name__ == "__main__":
+    violations = check(pathlib.Path(sys.argv[1]))
+    print("\n".join(violations), end="\n" if violations else "")
+    sys.exit(1 if violations else 0)

@@ -1,0 +1,26 @@
+#!/bin/sh
+# Installs what a purpose needs on Debian 12, and only that which is missing:
+# setup.sh build | test | bench
+set -eu
+packages='g++ cmake ninja-build python3 libgtest-dev'
+case "${1-}" in
+  build) ;;
+  test) packages="$packages clang-14 clang-format-14 valgrind binutils nlohmann-json3-dev" ;;
+  bench) packages="$packages libbenchmark-dev libglib2.0-dev pkg-config" ;;
+  *) echo 'usage: setup.sh build | test | bench' >&2; exit 2 ;;
+esac
+
+missing=
+for package in $packages; do
+  dpkg-query -W -f '${db:Status-Status}' "$package" 2> /dev/null | grep -qx installed ||
+    missing="$missing $package"
+done
+[ -n "$missing" ] || exit 0
+
+echo "Installing:$missing"
+as_root=
+[ "$(id -u)" -eq 0 ] || as_root=sudo
+export DEBIAN_FRONTEND=noninteractive
+$as_root apt-get update -qq
+# shellcheck disable=SC2086  # A list of names.
+$as_root apt-get install -y -qq --no-install-recommends $missing > /dev/null

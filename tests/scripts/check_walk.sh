@@ -1,0 +1,38 @@
+#!/bin/sh
+# Runs the C example over a fresh team database: check_walk.sh WALK MAKE_DATABASE [PREFIX...].
+# Its output must be walk.expected, byte by byte, and its exit codes those that it promises. PREFIX
+# is a command that runs it, such as valgrind with options.
+set -eu
+expected=$(dirname "$0")/walk.expected
+walk=$1 make_database=$2
+shift 2
+dir=$(mktemp -d)
+trap 'rm -rf "$dir"' EXIT
+
+"$make_database" "$dir/db" > /dev/null
+export KSTR_INI="$dir/db/KSTR.INI"
+
+for roots in '' 'V:\pub V:\prv'; do
+  # shellcheck disable=SC2086  # Two words, or none: the profile knows the same roots.
+  "$@" "$walk" $roots > "$dir/out"
+  diff -u "$expected" "$dir/out"
+done
+
+expect() {
+  want=$1
+  shift
+  code=0
+  "$@" > "$dir/out" 2> "$dir/err" || code=$?
+  if [ "$code" -ne "$want" ]; then
+    echo "exit code $code instead of $want: $*"
+    cat "$dir/out" "$dir/err"
+    exit 1
+  fi
+}
+expect 2 "$@" "$walk" too many roots
+grep -q '^usage: walk' "$dir/err"
+expect 2 "$@" "$walk" --unknown
+expect 0 "$@" "$walk" --help
+grep -q '^usage: walk' "$dir/out"
+# A full disk at the other end of the output.
+expect 1 sh -c 'exec "$@" > /dev/full' sh "$@" "$walk"
