@@ -1,0 +1,186 @@
+// The user's profile as the library uses it, on a profile and directories made for each test.
+#include "store/profile.h"
+
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+
+#include <chrono>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <sstream>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "toolkit/messages.h"
+
+namespace foldapi {
+namespace {
+
+namespace fs = std::filesystem;
+
+class NoticeSink : public TVErrorSink {
+ public:
+  void notice(TVHandle&, const VString& message) override { notices.push_back(message.str()); }
+  std::vector<std::string> notices;
+};
+
+class StoreProfileTest : public testing::Test {
+ protected:
+  void SetUp() override {
+    std::string name = (fs::temp_directory_path() / "profileXXXXXX").string();
+    ASSERT_NE(mkdtemp(name.data()), nullptr);
+    directory_ = name;
+    profile_ = VPathString((directory_ / "conf" / "KSTR.INI").string());
+    setenv("KSTR_INI", profile_.text(), 1);
+    setenv("XDG_DATA_HOME", directory_.c_str(), 1);
+    oldPath_ = getenv("PATH");
+    setenv("PATH", directory_.c_str(), 1);
+  }
+  void TearDown() override {
+    setenv("PATH", oldPath_.c_str(), 1);
+    unsetenv("KSTR_INI");
+    unsetenv("XDG_DATA_HOME");
+    fs::remove_all(directory_);
+  }
+
+  std::string data(const char* name) const { return (directory_ / "trevault" / name).string(); }
+  void put(const std::string& text) const {
+    fs::create_directories(directory_ / "conf");
+    std::ofstream(profile_.text(), std::ios::binary) << text;
+  }
+  std::string content() const {
+    std::ostringstream text;
+    text << std::ifstream(profile_.text(), std::ios::binary).rdbuf();
+    return text.str();
+  }
+  void putManager(const std::string& text) const {
+    const fs::path program = directory_ / "TRVSTVNT.EXE";
+    std::ofstream(program) << text;
+    ASSERT_EQ(chmod(program.c_str(), 0755), 0);
+  }
+
+  fs::path directory_;
+  VPathString profile_;
+  std::string oldPath_;
+  NoticeSink sink_;
+  TVHandle context_{&sink_, nullptr};
+};
+
+TEST_F(StoreProfileTest, RootsComeFromTheProfileAndMissingOnesAreFixedThere) {
+  struct Case {
+    const char* why;
+    std::string before;  // Empty: no profile.
+    std::string wantPublic;
+    std::string wantPrivate;
+    std::string after;
+  };
+  const std::string version = "[TRVSGUI]\r\nVERSION=TRVS Trevault_5.2.00\r\n";
+  const std::string both =
+      "TRVSPROJ=" + data("TRVSPROJ") + "\r\nTRVSPRIV=" + data("TRVSPRIV") + "\r\n";
+  const std::string given = "[TRVSGUI]\nTRVSPROJ=V:\\pub\n";
+  const Case cases[] = {
+      {"no profile", "", data("TRVSPROJ"), data("TRVSPRIV"), version + both},
+      {"public only", given, "V:\\pub", data("TRVSPRIV"),
+       given + "TRVSPRIV=" + data("TRVSPRIV") + "\r\n"},
+      {"both", given + "TRVSPRIV=W:\\priv\n", "V:\\pub", "W:\\priv", given + "TRVSPRIV=W:\\priv\n"},
+  };
+  for (const Case& c : cases) {
+    SCOPED_TRACE(c.why);
+    fs::remove_all(directory_ / "conf");
+    if (!c.before.empty()) put(c.before);
+    for (int run = 0; run < 2; ++run) {  // The second run finds what the first one wrote.
+      VPathString publicRoot("stale");
+      VPathString privateRoot("stale");
+      findRootDirectories(&publicRoot, &privateRoot, context_);
+      EXPECT_EQ(publicRoot.str(), c.wantPublic);
+      EXPECT_EQ(privateRoot.str(), c.wantPrivate);
+      EXPECT_EQ(content(), c.after);
+    }
+  }
+  EXPECT_TRUE(sink_.notices.empty());
+}
+
+TEST_F(StoreProfileTest, AnUnusableProfileIsReportedAndTheDefaultsServe) {
+  fs::create_directories(profile_.text());  // A directory in the profile's place.
+  EXPECT_EQ(readProfile(profile_, nullptr, "K", "fallback", 100, context_), VString("fallback"));
+  EXPECT_FALSE(writeProfile(profile_, nullptr, "K", "v", context_));
+  const std::string message = "Cannot open initialization file\n\n" + profile_.str() + ".";
+  EXPECT_EQ(sink_.notices, std::vector<std::string>(2, message));
+  EXPECT_EQ(profileNumber(nullptr, "K", 7), 7);
+  VPathString publicRoot;
+  VPathString privateRoot;
+  findRootDirectories(&publicRoot, &privateRoot, context_);
+  EXPECT_EQ(publicRoot.str(), data("TRVSPROJ"));
+  EXPECT_EQ(privateRoot.str(), data("TRVSPRIV"));
+}
+
+TEST_F(StoreProfileTest, NoProfileIsAnsweredWithoutAMessage) {
+  EXPECT_EQ(readProfile("", "[S]", "K", nullptr, 100, context_), VString());
+  EXPECT_EQ(readProfile("", "[S]", "K", "d", 100, context_), VString("d"));
+  EXPECT_FALSE(writeProfile("", "[S]", "K", "v", context_));
+  EXPECT_EQ(readProfile(profile_, "[S]", "K", "d", 100, context_), VString("d"));
+  EXPECT_TRUE(sink_.notices.empty());
+}
+
+TEST_F(StoreProfileTest, ReportsNameWhatTheCodeIsAbout) {
+  struct Case {
+    int code;
+    const char* subject;
+  };
+  const Case cases[] = {{0, ""},     {-1, ""},  {-2, "P"}, {-5, "P"},
+                        {-6, "[S]"}, {-7, "K"}, {-9, "K"}, {-12, "P"}};
+  for (const Case& c : cases) {
+    SCOPED_TRACE(c.code);
+    sink_.notices.clear();
+    reportProfileError(c.code, "P", "[S]", "K", context_);
+    if (c.code == 0) {
+      EXPECT_TRUE(sink_.notices.empty());
+      continue;
+    }
+    ASSERT_EQ(sink_.notices.size(), 1u);
+    EXPECT_EQ(VString(sink_.notices[0]), IniFileMessage(c.code, c.subject));
+  }
+}
+
+TEST_F(StoreProfileTest, NumbersAreCutTo16Bits) {
+  put("[TRVSGUI]\nA=12\nB=-3 apples\nC=65537\nD=words\nE=00000000123\n[T]\nA=5\n");
+  EXPECT_EQ(profileNumber(nullptr, "A", 9), 12);
+  EXPECT_EQ(profileNumber("", "B", 9), -3);
+  EXPECT_EQ(profileNumber(nullptr, "C", 9), 1);
+  EXPECT_EQ(profileNumber(nullptr, "D", 9), 0);
+  EXPECT_EQ(profileNumber(nullptr, "E", 9), 1) << "only 9 characters are read";
+  EXPECT_EQ(profileNumber("[T]", "A", 9), 5);
+  EXPECT_EQ(profileNumber(nullptr, "F", 9), 9);
+}
+
+TEST_F(StoreProfileTest, LaunchListsTheProjectOnceAndStartsTheProgram) {
+  const fs::path proof = directory_ / "started";
+  putManager("#!/bin/sh\necho >> '" + proof.string() + "'\n");
+  put("[TRVSGUI]\nOPENPROJ1=Alpha\nOPENPROJ2=Beta\n");
+  EXPECT_TRUE(launchManager("Gamma", context_));
+  EXPECT_TRUE(launchManager("Alpha", context_));
+  EXPECT_TRUE(launchManager("Gamma", context_));
+  EXPECT_EQ(content(),
+            "[TRVSGUI]\nOPENPROJ1=Alpha\nOPENPROJ2=Beta\nOPENPROJ3=Gamma\r\n"
+            "OPENPROJTOP=OPENPROJ3\r\n");
+  EXPECT_TRUE(sink_.notices.empty());
+  const auto starts = [&] { return fs::exists(proof) ? fs::file_size(proof) : 0; };
+  for (int i = 0; i < 500 && starts() < 3; ++i) {
+    std::this_thread::sleep_for(std::chrono::milliseconds(10));
+  }
+  EXPECT_EQ(starts(), 3u) << "one line end for each start";
+}
+
+TEST_F(StoreProfileTest, FailedLaunchTellsWhy) {
+  EXPECT_FALSE(launchManager("P", context_));
+  putManager("neither a program nor a script");
+  EXPECT_FALSE(launchManager("P", context_));
+  const std::string text = "Unable to launch TRVS Trevault: TRVSTVNT.EXE ";
+  EXPECT_EQ(sink_.notices,
+            (std::vector<std::string>{text + "not found in path.", text + "is corrupt."}));
+}
+
+}  // namespace
+}  // namespace foldapi
