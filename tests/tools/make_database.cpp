@@ -3,7 +3,7 @@
 //
 //     make_database DIR [--user NAME] [--documents N]
 //
-// KSTR_INI=DIR/KSTR.INI then tells any client where it is. NAME is who "dana" is to be: with the
+// KSTR_INI=DIR/KSTR.INI then tells any client where it is. NAME is who "dkranz" is to be: with the
 // own account name, her locks are one's own. --documents adds a project "Big" of N documents.
 #include <cstdlib>
 #include <cstring>
@@ -26,21 +26,21 @@ void writeArchives(const Database& database, const std::string& me) {
   } archives[] = {
       {"vault/turbine/governor.c_v",
        {.revisions = 41,
-        .lockers = {"ann", me},
-        .access = "ann,bob," + me,
+        .lockers = {"ahuber", me},
+        .access = "ahuber,bkoch," + me,
         .description = "Speed governor: keeps the shaft at its set speed under changing load.\r\n"
                        "Valid for all machines since series 4.",
         .created = {1996, 2, 12, 8, 15, 30}}},
       {"vault/turbine/governor.h_v",
        {.revisions = 17,
         .lockers = {me},
-        .access = "ann,bob," + me,
+        .access = "ahuber,bkoch," + me,
         .description = "Interface of the governor",
         .attributes = support::kExclusiveLocks,
         .created = {1996, 2, 12, 8, 16, 2}}},
       {"vault/turbine/ramp.c_v",
        {.revisions = 9,
-        .lockers = {"bob"},
+        .lockers = {"bkoch"},
         .description = "Start and stop ramps",
         .created = {1997, 11, 3, 17, 40, 58}}},
       {"vault/turbine/trip.c_v",
@@ -49,8 +49,8 @@ void writeArchives(const Database& database, const std::string& me) {
         .created = {1999, 12, 31, 23, 59, 58}}},
       {"vault/docs/operator manual.doc_v",
        {.revisions = 6,
-        .lockers = {"eli"},
-        .access = "eli",
+        .lockers = {"evogt"},
+        .access = "evogt",
         .description = "Operator's manual, German edition for M\xfcnchen",
         .attributes = support::kExclusiveLocks,
         .created = {1998, 6, 1, 12, 0, 0}}},
@@ -68,7 +68,7 @@ Project turbineProject(const Database& database) {
   return {.name = "Turbine Control",
           .directory = "turbinec.prj",
           .publicWorkDirectory = database.text("work/turbine"),
-          .privateWorkDirectory = database.text("home/dana/turbine"),
+          .privateWorkDirectory = database.text("home/dkranz/turbine"),
           .configuration = {"VCSDIR=" + code + ";" + docs, ""},
           .folders = {{.name = "Controller",
                        .directory = "controll",
@@ -119,7 +119,7 @@ void writeTeam(const std::string& directory, const std::string& me, int document
 
 int main(int argc, char** argv) {
   std::string directory;
-  std::string user = "dana";
+  std::string user = "dkranz";
   int documents = 0;
   bool misused = false;
   for (int i = 1; i < argc; ++i) {

@@ -1,0 +1,25 @@
+# The three things to do with a fresh clone; each installs what it needs and builds by itself.
+#
+#   make demo    a small team's database, and the C example that prints it
+#   make test    all tests: optimised, with the sanitizers, and the checks of the sources
+#   make bench   the benchmarks
+#
+# For daily work: cmake -S . -B build -G Ninja && cmake --build build && ctest --test-dir build
+
+.PHONY: demo test bench
+
+demo:
+	@scripts/setup.sh build
+	@scripts/build.sh build walk make_database
+	@rm -rf build/demo
+	@build/tests/make_database build/demo --user "$$(id -un)"
+	@KSTR_INI=build/demo/KSTR.INI build/walk
+
+test:
+	@scripts/setup.sh test
+	@scripts/run_tests.sh
+
+bench:
+	@scripts/setup.sh bench
+	@scripts/build.sh build-bench all -DCMAKE_BUILD_TYPE=Release -DFOLDAPI_BENCH=ON
+	@scripts/run_benchmarks.sh build-bench

@@ -1,0 +1,12 @@
+#!/bin/sh
+# Runs every benchmark program of a build directory: run_benchmarks.sh BUILD_DIR.
+set -eu
+cd "$(dirname "$0")/.."
+found=
+for source in bench/*.cpp; do
+  [ -e "$source" ] || continue
+  found=yes
+  printf '\n%s\n' "$(basename "$source" .cpp)"
+  "$1/bench/$(basename "$source" .cpp)"
+done
+[ -n "$found" ] || { echo 'No benchmark in bench/.' >&2; exit 1; }

@@ -1,0 +1,387 @@
+// The C interface over a database as a team's file server holds it: drive letters and a share, file
+// names in mixed case, Latin-1 bytes, odd records, damaged archives.
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cstdio>
+#include <filesystem>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "foldapi/foldapi.h"
+#include "support/database.h"
+#include "support/files.h"
+
+namespace {
+
+using std::string;
+using support::Archive;
+
+void writeArchives(const support::Database& database, const string& me) {
+  const auto write = [&](const char* path, const Archive& archive) {
+    database.writeArchive(path, archive);
+  };
+  write("vault/motor/pid.c_v", {.revisions = 12,
+                                .lockers = {"ann.m", "bob.k"},
+                                .access = "ann.m,bob.k",
+                                .description = "PID controller"});
+  write("vault/motor/PID.H_V",
+        {.revisions = 3, .lockers = {"ann.m"}, .attributes = support::kExclusiveLocks});
+  write("vault/motor/ramp.c_v", {.revisions = 0, .created = {1980, 1, 1, 0, 0, 0}});
+  write("vault/motor/trip.c_v", {.revisions = 65535, .lockers = {me, me}});
+  write("vault/motor/stop.c_v",
+        {.lockers = {me}, .attributes = support::kExclusiveLocks, .contents = 0});
+  write("vault/docs/guide.doc_v", {.lockers = {"ann.m", me},
+                                   .description = string(40000, 'd'),
+                                   .created = {2107, 12, 31, 23, 59, 58}});
+  write("tools/plan.txt_v", {.revisions = 1,
+                             .description = "M\xfc"
+                                            "ller's plan"});
+  support::writeFile(database.path("vault/docs/short.doc_v"), string("\4\0\0\0", 4));
+  string damaged = support::archiveBytes({});
+  damaged[damaged.size() - 9] = 5;
+  support::writeFile(database.path("vault/docs/damaged.doc_v"), damaged);
+}
+
+// The records, in no particular order: a walk sorts.
+support::Project motorProject() {
+  const string motor = "V:\\vault\\motor";
+  const string docs = "V:\\vault\\docs";
+  return {.name = "Motor Control",
+          .directory = "motorcon.prj",
+          .publicWorkDirectory = "V:\\work\\motor",
+          .privateWorkDirectory = "V:\\work\\ann\\motor",
+          .configuration = {"VCSDIR=V:\\vault\\motor;V:\\vault\\docs"},
+          .folders = {{.name = "src",
+                       .directory = "src",
+                       .workDirectory = "src",
+                       .isOverlaid = true,
+                       .documents = {{motor, "trip.c_v", "safety", "trip.c"},
+                                     {motor, "pid.c_v", "control", "pid.c"},
+                                     {motor, "ramp.c_v", "", "ramp.c"},
+                                     {motor, "pid.h_v", "control", "pid.h"},
+                                     {motor, "stop.c_v", "..\\safety\\.", "stop.c"}}},
+                      {.name = "docs",
+                       .directory = "docs",
+                       .workDirectory = "V:\\shared\\docs",
+                       .documents = {{docs, "gone.doc_v", "user", "gone.doc"},
+                                     {docs, "guide.doc_v", "user", "guide.doc"},
+                                     {docs, "short.doc_v", "V:\\elsewhere", "short;1.doc"},
+                                     {docs, "damaged.doc_v", "", "damaged.doc"},
+                                     {"X:\\nowhere", "far.doc_v", "", "far.doc"}}},
+                      {.name = "scratch",
+                       .directory = "scratch",
+                       .workDirectory = "scratch",
+                       .isPrivate = true,
+                       .documents = {{motor, "ramp.c_v", "", "copy of ramp.c"}}}},
+          .documents = {{"\\\\fs1\\tools", "plan.txt_v", "", "plan.txt"}},
+          .publicLines = {"[DOCUMENT=too;few]", "[REMARK=nobody knows it]", "Key=value", "noise"},
+          .privateLines = {"[FOLDER=lost]", "DIR=lost", "WKDIR=lost", "OWNERSHIP=PUBLIC"}};
+}
+
+void writeSample(const support::Database& database, const string& me) {
+  writeArchives(database, me);
+  database.writeProjects(
+      {{.name = "Master Project", .directory = "master.prj", .publicWorkDirectory = "V:\\work"},
+       motorProject(),
+       {.name = "B\xfcro",
+        .directory = "b_ro.prj",
+        .publicWorkDirectory = "V:\\work\\b",
+        .privateWorkDirectory = ""}});
+  database.writeProfile();
+  support::writeFile(database.profile(), support::readFile(database.profile()) +
+                                             "\\\\fs1\\tools=" + database.path("tools") + "\r\n");
+  const string privateRoot = database.path("prv/trvsproj.prv");
+  support::writeFile(privateRoot, support::readFile(privateRoot) +
+                                      "[Project=Only Mine]\r\nCFG=x\r\nDIR=x\r\nWKDIR=x\r\n");
+  for (const auto& [from, to] : {std::pair{"pub/trvsproj.pub", "pub/TRVSPROJ.PUB"},
+                                 {"prv/motorcon.prj", "prv/MOTORCON.PRJ"},
+                                 {"pub/motorcon.prj/src", "pub/motorcon.prj/Src"}}) {
+    std::filesystem::rename(database.path(from), database.path(to));
+  }
+}
+
+using Step = TVHandle* (*)(TVHandle*);
+
+std::vector<TVHandle*> walk(TVHandle* parent, Step first, Step next) {
+  std::vector<TVHandle*> children;
+  for (TVHandle* h = first(parent); h != nullptr; h = next(parent)) children.push_back(h);
+  return children;
+}
+
+string hex(int32_t value) {
+  char text[16];
+  std::snprintf(text, sizeof text, "%x", static_cast<unsigned>(value));
+  return text;
+}
+
+// All that can be asked of an archive, on two lines.
+string describeArchive(TVHandle* archive, const string& indent) {
+  string tests;
+  for (const auto test : {ArchiveHasChildren, ArchiveLockedByMe, ArchiveLockedByOther,
+                          ArchiveLockedExclusive, ArchiveLockedMultiple}) {
+    tests += std::to_string(test(archive));
+  }
+  string description = support::escaped(GetArchiveDescription(archive));
+  if (description.size() > 99) description = std::to_string(description.size()) + " characters";
+  return indent + GetWorkfileName(archive) + " | " + GetQualWorkfileName(archive) + " | " +
+         GetFullQualWorkfileName(archive) + " | " + GetArchiveName(archive) + " | " +
+         GetQualArchiveName(archive) + "\n" + indent + "  status " +
+         hex(GetArchiveStatus(archive)) + " " + tests + ", " +
+         std::to_string(GetNumRevisions(archive)) + " revisions, " +
+         std::to_string(GetNumLocks(archive)) + " locks (" + GetLockerList(archive) +
+         "), access (" + GetAccessList(archive) + "), created " + hex(GetCreationTime(archive)) +
+         ", (" + description + ")\n";
+}
+
+string describeArchives(TVHandle* parent, const string& indent) {
+  string text;
+  for (TVHandle* archive : walk(parent, GetFirstArchive, GetNextArchive)) {
+    text += describeArchive(archive, indent);
+  }
+  return text;
+}
+
+string describeProject(TVHandle* project) {
+  string text = support::escaped(GetProjectName(project)) + " | " + GetProjectCfgFile(project) +
+                " | " + GetProjectVCSDirs(project) + " | " + GetProjectPublicDir(project) + " | " +
+                GetProjectPrivateDir(project) + "\n";
+  OpenProject(project);
+  for (TVHandle* folder : walk(project, GetFirstFolder, GetNextFolder)) {
+    text += string("  ") + GetFolderName(folder) + "\n";
+    OpenFolder(folder);
+    text += describeArchives(folder, "    ");
+    CloseFolder(folder);
+  }
+  text += describeArchives(project, "  ");
+  CloseProject(project);
+  return text;
+}
+
+string describeRoot(TVHandle* root) {
+  string text = string(GetRootPublicDir(root)) + " | " + GetRootPrivateDir(root) + "\n";
+  OpenProjectRoot(root);
+  for (TVHandle* project : walk(root, GetFirstProject, GetNextProject)) {
+    text += describeProject(project);
+  }
+  CloseProjectRoot(root);
+  return text;
+}
+
+// <me> stands for the current user.
+const char* const kSample =
+    R"(V:\pub | V:\prv
+B\xfcro | V:\pub\b_ro.prj\b_ro.cfg |  | V:\work\b | 
+Master Project | V:\pub\master.prj\master.cfg |  | V:\work | V:\work
+Motor Control | V:\pub\motorcon.prj\motorcon.cfg | V:\vault\motor;V:\vault\docs | V:\work\motor | V:\work\ann\motor
+  docs
+    damaged.doc | damaged.doc | V:\shared\docs\damaged.doc | damaged.doc_v | V:\vault\docs\damaged.doc_v
+      status 0 00000, 0 revisions, 0 locks (), access (), created ffffffff, ()
+    far.doc | far.doc | V:\shared\docs\far.doc | far.doc_v | X:\nowhere\far.doc_v
+      status 0 00000, 0 revisions, 0 locks (), access (), created ffffffff, ()
+    gone.doc | user\gone.doc | V:\shared\docs\user\gone.doc | gone.doc_v | V:\vault\docs\gone.doc_v
+      status 0 00000, 0 revisions, 0 locks (), access (), created ffffffff, ()
+    guide.doc | user\guide.doc | V:\shared\docs\user\guide.doc | guide.doc_v | V:\vault\docs\guide.doc_v
+      status 1055 11111, 1 revisions, 2 locks (ann.m,<me>), access (), created ef77fe7f, (40000 characters)
+    short;1.doc | V:\elsewhere\short;1.doc | V:\elsewhere\short;1.doc | short.doc_v | V:\vault\docs\short.doc_v
+      status 0 00000, 0 revisions, 0 locks (), access (), created ffffffff, ()
+  scratch
+    copy of ramp.c | copy of ramp.c | V:\work\ann\motor\scratch\copy of ramp.c | ramp.c_v | V:\vault\motor\ramp.c_v
+      status 1 00000, 0 revisions, 0 locks (), access (), created 880, ()
+  src
+    ramp.c | ramp.c | V:\work\ann\motor\src\ramp.c | ramp.c_v | V:\vault\motor\ramp.c_v
+      status 1 00000, 0 revisions, 0 locks (), access (), created 880, ()
+    stop.c | ..\safety\.\stop.c | V:\work\ann\motor\safety\stop.c | stop.c_v | V:\vault\motor\stop.c_v
+      status 1049 11111, 1 revisions, 1 locks (<me>), access (), created abc98a90, ()
+    pid.c | control\pid.c | V:\work\ann\motor\src\control\pid.c | pid.c_v | V:\vault\motor\pid.c_v
+      status 55 10000, 12 revisions, 2 locks (ann.m,bob.k), access (ann.m,bob.k), created abc98a90, (PID controller)
+    pid.h | control\pid.h | V:\work\ann\motor\src\control\pid.h | pid.h_v | V:\vault\motor\pid.h_v
+      status 4d 10000, 3 revisions, 1 locks (ann.m), access (), created abc98a90, ()
+    trip.c | safety\trip.c | V:\work\ann\motor\src\safety\trip.c | trip.c_v | V:\vault\motor\trip.c_v
+      status 1051 11111, 65535 revisions, 2 locks (<me>,<me>), access (), created abc98a90, ()
+  plan.txt | plan.txt | V:\work\ann\motor\plan.txt | plan.txt_v | \\fs1\tools\plan.txt_v
+    status 41 10000, 1 revisions, 0 locks (), access (), created abc98a90, (M\xfcller's plan)
+)";
+
+string wantedSample() {
+  string text = kSample;
+  for (size_t at; (at = text.find("<me>")) != string::npos;) {
+    text.replace(at, 4, support::currentUser());
+  }
+  return text;
+}
+
+class SampleWalk : public testing::Test {
+ protected:
+  SampleWalk() : database_(directory_.path()), profile_("KSTR_INI", database_.profile()) {
+    writeSample(database_, support::currentUser());
+  }
+
+  // Opens the project and one of its folders, and keeps them and the root open.
+  TVHandle* openFolder(const char* name) {
+    TVHandle* root = Init("V:\\pub", "V:\\prv");
+    EXPECT_EQ(OpenProjectRoot(root), 1);
+    TVHandle* project = FindProject(root, "motor CONTROL");
+    EXPECT_EQ(OpenProject(project), 1);
+    TVHandle* folder = FindFolder(project, name);
+    EXPECT_EQ(OpenFolder(folder), 1);
+    return folder;
+  }
+
+  support::TemporaryDirectory directory_;
+  support::Database database_;
+  support::ScopedEnvironment profile_;
+};
+
+TEST_F(SampleWalk, ShowsAllThatTheFilesSay) {
+  EXPECT_EQ(describeRoot(Init("V:\\pub", "V:\\prv")), wantedSample());
+  // From memory and the caches now, with the roots of the profile.
+  EXPECT_EQ(describeRoot(Init("", "")), wantedSample());
+}
+
+TEST_F(SampleWalk, FindsEveryArchiveByEachNameUnderEachOrder) {
+  const struct {
+    const char* why;
+    void (*sort)(TVHandle*);
+    std::vector<string> order;  // Of workfile names.
+  } orders[] = {
+      {"by qualified workfile name",
+       SetSortTypeQualWorkName,
+       {"ramp.c", "stop.c", "pid.c", "pid.h", "trip.c"}},
+      {"by workfile name", SetSortTypeWorkName, {"pid.c", "pid.h", "ramp.c", "stop.c", "trip.c"}},
+      {"by archive name", SetSortTypeArchiveName, {"pid.c", "pid.h", "ramp.c", "stop.c", "trip.c"}},
+  };
+  const struct {
+    const char* why;
+    TVHandle* (*find)(TVHandle*, const char*);
+    const char* (*name)(TVHandle*);
+  } finds[] = {
+      {"workfile name", FindArchiveByWorkName, GetWorkfileName},
+      {"in folder", FindArchiveInFolder, GetWorkfileName},
+      {"qualified workfile name", FindArchiveByQualWorkName, GetQualWorkfileName},
+      {"archive name", FindArchiveByArchiveName, GetArchiveName},
+      {"qualified archive name", FindArchiveByQualArchiveName, GetQualArchiveName},
+  };
+  TVHandle* folder = openFolder("SRC");
+  for (const auto& order : orders) {
+    SCOPED_TRACE(order.why);
+    order.sort(folder);
+    const auto archives = walk(folder, GetFirstArchiveInFolder, GetNextArchiveInFolder);
+    std::vector<string> names;
+    for (TVHandle* archive : archives) names.emplace_back(GetWorkfileName(archive));
+    EXPECT_EQ(names, order.order);
+    for (const auto& by : finds) {
+      SCOPED_TRACE(by.why);
+      for (TVHandle* archive : archives) {
+        string key = by.name(archive);
+        EXPECT_EQ(by.find(folder, key.c_str()), archive) << key;
+        std::transform(key.begin(), key.end(), key.begin(),
+                       [](char c) { return c >= 'a' && c <= 'z' ? static_cast<char>(c - 32) : c; });
+        EXPECT_EQ(by.find(folder, key.c_str()), archive) << key;
+        EXPECT_EQ(by.find(folder, (key + "x").c_str()), nullptr) << key;
+      }
+      EXPECT_EQ(by.find(folder, ""), nullptr);
+    }
+  }
+}
+
+TEST_F(SampleWalk, CountsOpensAndGivesBackWhatAWalkTook) {
+  TVHandle* root = Init("V:\\pub", "V:\\prv");
+  EXPECT_EQ(CloseProjectRoot(root), -1);
+  EXPECT_EQ(OpenProjectRoot(root), 1);
+  EXPECT_EQ(OpenProjectRoot(root), 2);
+  walk(root, GetFirstProject, GetNextProject);
+  EXPECT_EQ(CloseProjectRoot(root), 1);
+  ASSERT_NE(GetFirstProject(root), nullptr);  // Left early: its count stays.
+  EXPECT_EQ(OpenProjectRoot(root), 3);
+  EXPECT_EQ(Init("V:\\pub", "V:\\prv"), root);
+  EXPECT_EQ(CloseProjectRoot(root), -1);  // A second Init forgets all counts.
+  EXPECT_EQ(GetNextProject(root), nullptr);
+}
+
+TEST_F(SampleWalk, KeepsSixteenTextsAtOnce) {
+  TVHandle* folder = openFolder("src");
+  std::vector<const char*> texts;
+  for (TVHandle* archive : walk(folder, GetFirstArchive, GetNextArchive)) {
+    for (const auto get : {GetWorkfileName, GetArchiveName, GetQualArchiveName}) {
+      texts.push_back(get(archive));
+    }
+  }
+  texts.push_back(GetFolderName(folder));
+  ASSERT_EQ(texts.size(), 16U);
+  EXPECT_STREQ(texts[0], "ramp.c");
+  EXPECT_STREQ(texts[15], "src");
+}
+
+// What each function answers for a handle without an object.
+void expectNothing(TVHandle* handle) {
+  for (const auto text :
+       {GetRootPublicDir, GetRootPrivateDir, GetProjectName, GetProjectCfgFile, GetProjectVCSDirs,
+        GetProjectPublicDir, GetProjectPrivateDir, GetFolderName, GetArchiveName,
+        GetQualArchiveName, GetWorkfileName, GetQualWorkfileName, GetFullQualWorkfileName,
+        GetArchiveDescription, GetAccessList, GetLockerList}) {
+    EXPECT_STREQ(text(handle), "");
+  }
+  for (const auto count : {OpenProjectRoot, CloseProjectRoot, OpenProject, CloseProject, OpenFolder,
+                           CloseFolder, OpenArchive, CloseArchive, GetCreationTime}) {
+    EXPECT_EQ(count(handle), -1);
+  }
+  for (const auto number :
+       {GetNumLocks, GetNumRevisions, GetArchiveStatus, ArchiveHasChildren, ArchiveLockedByMe,
+        ArchiveLockedByOther, ArchiveLockedExclusive, ArchiveLockedMultiple}) {
+    EXPECT_EQ(number(handle), 0);
+  }
+  for (const auto step :
+       {GetFirstProject, GetNextProject, GetFirstFolder, GetNextFolder, GetFirstArchive,
+        GetNextArchive, GetFirstArchiveInFolder, GetNextArchiveInFolder}) {
+    EXPECT_EQ(step(handle), nullptr);
+  }
+  for (const auto find :
+       {FindProject, FindFolder, FindArchiveByWorkName, FindArchiveByQualWorkName,
+        FindArchiveByArchiveName, FindArchiveByQualArchiveName, FindArchiveInFolder}) {
+    EXPECT_EQ(find(handle, "ramp.c"), nullptr);
+    EXPECT_EQ(find(handle, nullptr), nullptr);
+  }
+  for (const auto act : {DestroyProject, DestroyFolder, DestroyArchive, SetSortTypeWorkName,
+                         SetSortTypeQualWorkName, SetSortTypeArchiveName}) {
+    act(handle);
+  }
+  for (const auto set : {SetProjectVCSDirs, SetProjectPublicDir, SetProjectPrivateDir}) {
+    set(handle, "V:\\x");
+    set(handle, nullptr);
+  }
+  CreateProject(handle, "new", "", "");
+  AddExistingArchive(handle, "w", "a");
+}
+
+TEST_F(SampleWalk, AnswersForHandlesThatStandForNothing) {
+  const auto bytes = [this] {
+    return support::readFile(database_.path("pub/TRVSPROJ.PUB")) +
+           support::readFile(database_.path("prv/trvsproj.prv")) +
+           support::readFile(database_.path("pub/motorcon.prj/Src/trvsfold.pub"));
+  };
+  const string before = bytes();
+  expectNothing(nullptr);
+
+  TVHandle* folder = openFolder("src");
+  TVHandle* archive = GetFirstArchive(folder);
+  ASSERT_NE(Init("V:\\pub", "V:\\prv"), nullptr);
+  expectNothing(archive);  // Gone, like its parents, with the second Init.
+  expectNothing(folder);
+  int32_t foreign[64] = {};
+  expectNothing(reinterpret_cast<TVHandle*>(foreign));
+  EXPECT_EQ(support::escaped(bytes()), support::escaped(before));
+}
+
+TEST_F(SampleWalk, AnswersForADestroyedHandle) {
+  TVHandle* folder = openFolder("src");
+  TVHandle* archive = FindArchiveByWorkName(folder, "ramp.c");
+  ASSERT_NE(archive, nullptr);
+  DestroyArchive(archive);
+  EXPECT_EQ(FindArchiveByWorkName(folder, "ramp.c"), nullptr);
+  expectNothing(archive);
+  EXPECT_EQ(walk(folder, GetFirstArchive, GetNextArchive).size(), 4U);
+}
+
+}  // namespace
