@@ -10,8 +10,8 @@
 namespace foldapi {
 
 // The modification stamp of a file at one moment, and what identifies its content. `packed` is the
-// packed local time that clients and data files know (see packedtime.h); it ticks every two seconds,
-// so comparisons look at the identity as well. All 0 for a file that can't be read.
+// packed local time that clients and data files know (see packedtime.h); it ticks every two
+// seconds, so comparisons look at the identity as well. All 0 for a file that can't be read.
 struct FileStamp {
   uint32_t packed = 0;
   uint64_t device = 0;
@@ -22,6 +22,25 @@ struct FileStamp {
   bool isSet() const { return packed != 0; }
   bool operator==(const FileStamp&) const = default;
 };
+
+// What the system tells about a file.
+struct FileStatus {
+  bool isDirectory = false;
+  bool isRegular = false;
+  bool ownerMayWrite = false;
+  uint64_t device = 0;
+  uint64_t inode = 0;
+  uint64_t size = 0;
+  int64_t nanoseconds = 0;  // The modification time, since 1970.
+
+  bool isSameFile(const FileStatus& other) const {
+    return device == other.device && inode == other.inode;
+  }
+  FileStamp stamp() const;
+};
+
+// False for a file that can't be asked; *status is left alone then.
+bool readStat(std::string_view path, FileStatus* status);
 
 constexpr int32_t kAttributeReadOnly = 0x1;
 constexpr int32_t kAttributeDirectory = 0x10;

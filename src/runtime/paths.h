@@ -34,6 +34,9 @@ std::string unifySeparators(std::string_view path);
 // Whether the text begins with a drive, a share or, on this platform, the root "/".
 bool hasPathPrefix(std::string_view path);
 
+// Whether the text begins with a letter from A to Z, in either case, and ":".
+bool hasDrive(std::string_view path);
+
 // Makes the directories that lead to the file `path`, not the file. 0, or -1 if one can't be made.
 int makeDirectories(std::string_view path);
 

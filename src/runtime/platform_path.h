@@ -1,6 +1,8 @@
 // runtime/platform_path.h: from path text to a path of the operating system.
 #pragma once
 
+#include <cerrno>
+#include <cstddef>
 #include <string>
 #include <string_view>
 
@@ -20,5 +22,47 @@ void reloadPathMap();
 std::string profilePath();
 // The directory `trevault` under the user's data directory: where default roots are made.
 std::string userDataDirectory();
+
+// A path text translated without a look at the disk and, for short of a first use of a drive,
+// without an allocation. Nearly always it is the path of an existing file.
+class PlainPath {
+ public:
+  explicit PlainPath(std::string_view path);
+  PlainPath(const PlainPath&) = delete;
+  PlainPath& operator=(const PlainPath&) = delete;
+
+  // False for the empty text, one with a NUL, one that is too long, and a place not in the map.
+  bool isValid() const { return isValid_; }
+  const char* text() const { return text_; }
+
+ private:
+  static constexpr size_t kCapacity = 4096;  // The longest path that the system takes.
+
+  void append(std::string_view part);
+
+  bool isValid_ = true;
+  size_t length_ = 0;
+  char text_[kCapacity];
+};
+
+// The existing file or directory that an operating system's path means, by the rule of
+// nativePath(). Leading components are put right even where the last one is missing.
+std::string findCaseBlind(std::string path);
+
+// Calls `use`, which takes an operating system's path and gives false with errno set on failure,
+// with the plain path, and once more with what a case-blind search finds if nothing had that name.
+template <typename Use>
+bool withNativePath(std::string_view path, Use use) {
+  const PlainPath plain(path);
+  if (!plain.isValid()) {
+    errno = ENXIO;
+    return false;
+  }
+  if (use(plain.text())) return true;
+  if (errno != ENOENT) return false;
+  const std::string found = findCaseBlind(plain.text());
+  errno = ENOENT;
+  return found != plain.text() && use(found.c_str());
+}
 
 }  // namespace foldapi

@@ -7,7 +7,8 @@
 // goes with the process, and also counts between two opens of one process.
 // Content. Opening reads the whole file. Changes are made in memory and reach the disk in commit():
 // a sibling file, synced and renamed over the data file, or one write where an append fits. A kill
-// at any instant leaves the old content or the new.
+// at any instant leaves the old content or the new, and so does a read at any instant. Where the
+// directory takes no sibling the file is written in place.
 // Lines end in CR LF on disk and in LF here; both are read. Every other byte is text.
 #pragma once
 
@@ -29,9 +30,9 @@ class TextFile {
   };
   enum class Failure {
     kNone,
-    kMissing,   // No such file.
-    kBusy,      // Held by another open file.
-    kRefused,   // No right to open, a directory, a drive that is not ready, or a failed read.
+    kMissing,  // No such file.
+    kBusy,     // Held by another open file.
+    kRefused,  // No right to open, a directory, a drive that is not ready, or a failed read.
     kNoMemory,
   };
 
@@ -47,13 +48,13 @@ class TextFile {
   // The text as it now stands, changes included, with LF line ends. Good until the next change.
   std::string_view text() const;
 
-  // Whether the text differs from what was read or last committed.
+  // Whether changes were made that are not on disk yet.
   bool isChanged() const;
   // Empties the text.
   void clear();
-  // Adds at the end. Line ends are LF. On a file opened for reading the first change tries to become
-  // the exclusive holder, goes on if that works and the file is unchanged since it was opened, and
-  // fails otherwise: failed() is then true.
+  // Adds at the end. Line ends are LF. On a file opened for reading the first change tries to
+  // become the exclusive holder, goes on if that works and the file is unchanged since it was
+  // opened, and fails otherwise: failed() is then true.
   void append(std::string_view text);
   // Adds a line end if the last line has none.
   void endLastLine();
@@ -70,6 +71,8 @@ class TextFile {
  private:
   struct State;
   explicit TextFile(std::unique_ptr<State> state);
+
+  bool becomeUpdater();
   std::unique_ptr<State> state_;
 };
 

@@ -1,0 +1,192 @@
+// runtime/platform_path.cpp: what a path text means on this system.
+//
+// Databases come from disks that don't tell "Main.C" from "main.c", so a name that is missing is
+// looked for without regard to case. That needs the whole directory; its listing is kept as long as
+// the directory's own time shows that nothing has come or gone, or a folder full of such names
+// would be read anew for each of them.
+#include "runtime/platform_path.h"
+
+#include <dirent.h>
+#include <pwd.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cstdint>
+#include <cstdlib>
+#include <cstring>
+#include <unordered_map>
+#include <vector>
+
+#include "kstrinin/kstrinin.h"
+#include "runtime/mbstring.h"
+#include "runtime/pathmap.h"
+#include "runtime/paths.h"
+#include "runtime/platform_time.h"
+
+namespace foldapi {
+namespace {
+
+constexpr size_t kListingsKept = 8;
+// A directory that changed just now may change again without its time moving on.
+constexpr int64_t kSettledNanoseconds = 2'000'000'000;
+
+std::string foldCase(std::string_view name) {
+  std::string folded(name);
+  for (char& c : folded) {
+    if (c >= 'A' && c <= 'Z') c = static_cast<char>(c | 0x20);
+  }
+  return folded;
+}
+
+int64_t nanosecondsOf(const timespec& time) {
+  return static_cast<int64_t>(time.tv_sec) * 1'000'000'000 + time.tv_nsec;
+}
+
+// The names of one directory, by their folded form.
+class Listing {
+ public:
+  explicit Listing(const struct stat& status) : status_(status) {}
+
+  void read(const char* directory) {
+    DIR* const stream = opendir(directory);
+    if (stream == nullptr) return;
+    const int64_t now = wallClockNanoseconds();
+    while (const dirent* entry = readdir(stream)) {
+      const auto [place, isNew] = names_.try_emplace(foldCase(entry->d_name), entry->d_name);
+      if (!isNew) place->second.clear();  // Several: none of them is meant.
+    }
+    closedir(stream);
+    isSettled_ = now - nanosecondsOf(status_.st_mtim) > kSettledNanoseconds;
+  }
+
+  bool isOf(const struct stat& status) const {
+    return status.st_dev == status_.st_dev && status.st_ino == status_.st_ino;
+  }
+
+  // Whether nothing came or went up to the state `status` of the same directory.
+  bool isCurrent(const struct stat& status) const {
+    return isSettled_ && nanosecondsOf(status.st_mtim) == nanosecondsOf(status_.st_mtim) &&
+           nanosecondsOf(status.st_ctim) == nanosecondsOf(status_.st_ctim);
+  }
+
+  // The single name that equals `name` without regard to case, "" with none or several.
+  std::string find(std::string_view name) const {
+    const auto found = names_.find(foldCase(name));
+    return found == names_.end() ? std::string() : found->second;
+  }
+
+ private:
+  struct stat status_;
+  bool isSettled_ = false;
+  std::unordered_map<std::string, std::string> names_;
+};
+
+// The listing of a directory. The cache holds those used last, the newest first.
+const Listing& listingOf(const char* directory, const struct stat& status) {
+  static std::vector<Listing>& listings = *new std::vector<Listing>;
+  const auto known = std::find_if(listings.begin(), listings.end(),
+                                  [&](const Listing& listing) { return listing.isOf(status); });
+  if (known != listings.end() && known->isCurrent(status)) {
+    std::rotate(listings.begin(), known, known + 1);
+    return listings.front();
+  }
+  if (known != listings.end()) {
+    listings.erase(known);
+  } else if (listings.size() == kListingsKept) {
+    listings.pop_back();
+  }
+  listings.emplace(listings.begin(), status)->read(directory);
+  return listings.front();
+}
+
+// The end of the share "\\server\share" that `path` begins with.
+size_t shareEnd(std::string_view path) {
+  constexpr std::string_view kSeparators = "\\/";
+  const size_t serverEnd = path.find_first_of(kSeparators, 2);
+  if (serverEnd == std::string_view::npos) return path.size();
+  return std::min(path.find_first_of(kSeparators, serverEnd + 1), path.size());
+}
+
+}  // namespace
+
+PlainPath::PlainPath(std::string_view path) {
+  const std::string* place = nullptr;
+  if (hasDrive(path)) {
+    place = mappedDrive(path[0]);
+    isValid_ = place != nullptr;
+    path.remove_prefix(2);
+  } else if (path.starts_with("\\\\") || path.starts_with("//")) {
+    const size_t end = shareEnd(path);
+    place = mappedShare(path.substr(0, end));
+    // Doubled slashes that are no share of the map are what this system takes them for: one.
+    isValid_ = place != nullptr || path[0] == '/';
+    if (place != nullptr) path.remove_prefix(end);
+  }
+  if (place != nullptr) {
+    append(*place);
+    const bool isSeparated = path.empty() || path[0] == '\\' || path[0] == '/';
+    if (!isSeparated && !place->ends_with('/')) append("/");
+  }
+  const size_t start = length_;
+  append(path);
+  if (length_ == 0) isValid_ = false;
+  if (!isValid_) length_ = 0;
+  text_[length_] = '\0';
+  for (size_t i = start; i < length_; ++i) {
+    if (text_[i] == '\\' && mbTrailOffset(path, i - start) == 0) text_[i] = '/';
+  }
+}
+
+void PlainPath::append(std::string_view part) {
+  if (part.size() >= kCapacity - length_ || std::memchr(part.data(), 0, part.size()) != nullptr) {
+    isValid_ = false;
+    return;
+  }
+  std::memcpy(text_ + length_, part.data(), part.size());
+  length_ += part.size();
+}
+
+std::string findCaseBlind(std::string path) {
+  struct stat status;
+  if (path.empty() || lstat(path.c_str(), &status) == 0) return path;
+  const size_t nameEnd = path.find_last_not_of('/') + 1;
+  const size_t nameStart = path.find_last_of('/', nameEnd - 1) + 1;  // 0 with none.
+  const size_t parentEnd = path.find_last_not_of('/', nameStart == 0 ? 0 : nameStart - 1);
+  std::string parent = nameStart == 0 ? "." : "/";
+  if (nameStart != 0 && parentEnd != std::string::npos && path[parentEnd] != '/') {
+    parent = findCaseBlind(path.substr(0, parentEnd + 1));
+  }
+  std::string name = path.substr(nameStart, nameEnd - nameStart);
+  if (stat(parent.c_str(), &status) == 0 && S_ISDIR(status.st_mode)) {
+    const std::string found = listingOf(parent.c_str(), status).find(name);
+    if (!found.empty()) name = found;
+  }
+  if (nameStart == 0) return name + path.substr(nameEnd);
+  if (!parent.ends_with('/')) parent += '/';
+  return parent + name + path.substr(nameEnd);
+}
+
+std::string nativePath(std::string_view path) {
+  const PlainPath plain(path);
+  return plain.isValid() ? findCaseBlind(plain.text()) : std::string();
+}
+
+std::string profilePath() {
+  char path[4096];
+  return KSTRGetKESTRIANINI(path, sizeof path) != 0 ? path : "";
+}
+
+std::string userDataDirectory() {
+  const char* const dataHome = getenv("XDG_DATA_HOME");
+  if (dataHome != nullptr && dataHome[0] == '/') return std::string(dataHome) + "/trevault";
+  const char* home = getenv("HOME");
+  if (home == nullptr || home[0] == '\0') {
+    const passwd* const user = getpwuid(geteuid());
+    if (user == nullptr) return {};
+    home = user->pw_dir;
+  }
+  return std::string(home) + "/.local/share/trevault";
+}
+
+}  // namespace foldapi
