@@ -19,7 +19,9 @@ namespace foldapi {
 
 class ChainStore;
 class TVIterator;
+struct ChainEntry;
 struct ChainKey;
+struct ChainPlace;
 
 // Values are not owned. A value stays in place as long as its hash() and fingerprint() stay; see
 // rekey(). Both are asked in each operation by value, so a destructor that takes its object out of
@@ -102,7 +104,16 @@ class TVHash : public VObject {
   TVIterator* iterators_ = nullptr;  // Those that stand here.
 
  private:
-  int32_t bucketOf(int32_t hash) const;
+  ChainKey equalTo(const VObject* key) const;
+  ChainKey identicalTo(const VObject* value) const;
+  ChainPlace lookUp(const ChainKey& key);
+  VObject* valueAt(const ChainPlace& place) const;
+  VObject* findBy(const ChainKey& key);
+  VObject* removeBy(const ChainKey& key);
+  bool enter(const ChainEntry& entry);
+  void append(int32_t bucket, const ChainEntry& entry);
+  void settle(TVIterator* iterator, int32_t bucket, uint32_t ordinal) const;
+  void endIterators();
 
   std::unique_ptr<ChainStore> chains_;  // Null while empty.
   int32_t bucketCount_;

@@ -1,0 +1,261 @@
+// core/largechains.cpp: an index to every entry, and the counts that give its place in its chain.
+//
+// Its test is hash_test.cpp, which compares the whole table with linked chains.
+#include "core/largechains.h"
+
+#include <algorithm>
+
+namespace foldapi {
+
+// TagIndex
+// -----------------------------------------------------------------------------------------
+
+void TagIndex::insert(const Slot& slot) {
+  if (4 * (count_ + 1) > 3 * slots_.size()) grow();
+  place(slot);
+  ++count_;
+}
+
+void TagIndex::place(const Slot& slot) {
+  size_t index = home(slot.tag);
+  while (!isFree(index)) index = after(index);
+  slots_[index] = slot;
+}
+
+void TagIndex::grow() {
+  std::vector<Slot> old(slots_.size() * 2);
+  old.swap(slots_);
+  ++bits_;
+  for (const Slot& slot : old) {
+    if (slot.chain != kFree) place(slot);
+  }
+}
+
+// Closes the gap with slots from behind it that may stand there, so that no run is cut.
+void TagIndex::erase(size_t index) {
+  const size_t mask = slots_.size() - 1;
+  for (size_t from = after(index); !isFree(from); from = after(from)) {
+    const size_t distanceHome = (from - home(slots_[from].tag)) & mask;
+    if (distanceHome < ((from - index) & mask)) continue;
+    slots_[index] = slots_[from];
+    index = from;
+  }
+  slots_[index] = Slot();
+  --count_;
+}
+
+size_t TagIndex::indexOf(uint32_t tag, uint32_t chain, uint32_t ordinal) const {
+  size_t index = home(tag);
+  while (slots_[index].chain != chain || slots_[index].ordinal != ordinal) index = after(index);
+  return index;
+}
+
+// RemovalCounts
+// ------------------------------------------------------------------------------------
+
+void RemovalCounts::change(uint32_t ordinal, int by) {
+  for (size_t i = size_t{ordinal} + 1; i < sums_.size(); i += i & (~i + 1)) {
+    sums_[i] += static_cast<uint32_t>(by);
+  }
+}
+
+uint32_t RemovalCounts::before(uint32_t ordinal) const {
+  uint32_t sum = 0;
+  for (size_t i = std::min<size_t>(ordinal, size()); i != 0; i &= i - 1) sum += sums_[i];
+  return sum;
+}
+
+// Chain
+// --------------------------------------------------------------------------------------------
+
+uint32_t Chain::append(const ChainEntry& entry) {
+  entries_.push_back(entry);
+  ++live_;
+  return static_cast<uint32_t>(entries_.size() - 1);
+}
+
+uint32_t Chain::position(uint32_t ordinal) const {
+  const uint32_t distance = ordinal - first_;
+  if (removed_ == nullptr) return distance;
+  return distance - (removed_->before(ordinal) - removed_->before(first_));
+}
+
+void Chain::remove(uint32_t ordinal) {
+  entries_[ordinal].value = nullptr;
+  --live_;
+  if (ordinal != first_ && ordinal + 1 != entries_.size()) {
+    removeInside(ordinal);
+  } else {
+    trimEnds();
+  }
+}
+
+// Counts up to the room that the chain has, so that a growing chain seldom counts anew.
+void Chain::removeInside(uint32_t ordinal) {
+  if (removed_ != nullptr && ordinal < removed_->size()) {
+    removed_->change(ordinal, 1);
+    return;
+  }
+  removed_ = std::make_unique<RemovalCounts>(entries_.capacity());
+  for (uint32_t i = first_; i < entries_.size(); ++i) {
+    if (entries_[i].value == nullptr) removed_->change(i, 1);
+  }
+}
+
+// An entry removed at an end is not counted, but what was counted may come to stand at an end. At
+// the back the number will be given again, so its count goes.
+void Chain::trimEnds() {
+  if (live_ == 0) {
+    *this = Chain();
+    return;
+  }
+  while (entries_[first_].value == nullptr) ++first_;
+  if (entries_.back().value != nullptr) return;
+  entries_.pop_back();
+  while (entries_.back().value == nullptr) {
+    removed_->change(static_cast<uint32_t>(entries_.size() - 1), -1);
+    entries_.pop_back();
+  }
+}
+
+bool Chain::settle(uint32_t* ordinal) const {
+  uint32_t at = std::max(*ordinal, first_);
+  while (at < entries_.size() && entries_[at].value == nullptr) ++at;
+  *ordinal = at;
+  return at < entries_.size();
+}
+
+void Chain::forEach(const std::function<void(const ChainEntry&)>& visit) const {
+  for (size_t i = first_; i < entries_.size(); ++i) {
+    if (entries_[i].value != nullptr) visit(entries_[i]);
+  }
+}
+
+template <typename Moved>
+void Chain::compact(Moved moved) {
+  uint32_t kept = 0;
+  for (uint32_t i = first_; i < entries_.size(); ++i) {
+    if (entries_[i].value == nullptr) continue;
+    entries_[kept] = entries_[i];
+    moved(entries_[kept], i, kept);
+    ++kept;
+  }
+  entries_.resize(kept);
+  entries_.shrink_to_fit();
+  first_ = 0;
+  removed_.reset();
+}
+
+// BucketPages
+// --------------------------------------------------------------------------------------
+
+BucketPages::BucketPages(int32_t bucketCount)
+    : pages_((static_cast<size_t>(bucketCount) + kPageSize - 1) / kPageSize) {}
+
+uint32_t BucketPages::chainOf(int32_t bucket) const {
+  const auto index = static_cast<size_t>(bucket);
+  const Page* page = pages_[index / kPageSize].get();
+  return page == nullptr ? kNone : (*page)[index % kPageSize];
+}
+
+void BucketPages::setChain(int32_t bucket, uint32_t chain) {
+  const auto index = static_cast<size_t>(bucket);
+  std::unique_ptr<Page>& page = pages_[index / kPageSize];
+  if (page == nullptr) {
+    page = std::make_unique<Page>();
+    page->fill(kNone);
+  }
+  (*page)[index % kPageSize] = chain;
+}
+
+int32_t BucketPages::nextUsed(int32_t from) const {
+  auto index = static_cast<size_t>(from);
+  while (index / kPageSize < pages_.size()) {
+    const Page* page = pages_[index / kPageSize].get();
+    if (page == nullptr) {
+      index = (index / kPageSize + 1) * kPageSize;
+    } else if ((*page)[index % kPageSize] == kNone) {
+      ++index;
+    } else {
+      return static_cast<int32_t>(index);
+    }
+  }
+  return -1;
+}
+
+// LargeChains
+// --------------------------------------------------------------------------------------
+
+// Several entries may have one tag, and all of them if a class gives no fingerprint: the first in
+// the chain counts.
+ChainPlace LargeChains::locate(const ChainKey& key) const {
+  ChainPlace place;
+  place.bucket = key.bucket;
+  const uint32_t number = buckets_.chainOf(key.bucket);
+  if (number == BucketPages::kNone) return place;
+  const Chain& chain = chains_[number];
+  for (size_t i = index_.home(key.tag); !index_.isFree(i); i = index_.after(i)) {
+    const TagIndex::Slot& slot = index_[i];
+    if (slot.tag != key.tag || slot.chain != number) continue;
+    if (place.found && slot.ordinal > place.ordinal) continue;
+    if (!key.matches(chain[slot.ordinal].value)) continue;
+    place.found = true;
+    place.ordinal = slot.ordinal;
+  }
+  place.position = place.found ? chain.position(place.ordinal) : chain.length();
+  return place;
+}
+
+void LargeChains::append(int32_t bucket, const ChainEntry& entry) {
+  uint32_t number = buckets_.chainOf(bucket);
+  if (number == BucketPages::kNone) {
+    number = static_cast<uint32_t>(chains_.size());
+    chains_.emplace_back();
+    buckets_.setChain(bucket, number);
+  }
+  index_.insert({entry.tag, number, chains_[number].append(entry)});
+}
+
+void LargeChains::remove(const ChainPlace& place, bool pinned) {
+  const uint32_t number = buckets_.chainOf(place.bucket);
+  Chain& chain = chains_[number];
+  index_.erase(index_.indexOf(chain[place.ordinal].tag, number, place.ordinal));
+  chain.remove(place.ordinal);
+  if (pinned || !chain.isSparse()) return;
+  chain.compact([&](const ChainEntry& entry, uint32_t from, uint32_t to) {
+    index_[index_.indexOf(entry.tag, number, from)].ordinal = to;
+  });
+}
+
+void LargeChains::retag(const ChainPlace& place, uint32_t tag) {
+  const uint32_t number = buckets_.chainOf(place.bucket);
+  ChainEntry& entry = chains_[number][place.ordinal];
+  index_.erase(index_.indexOf(entry.tag, number, place.ordinal));
+  entry.tag = tag;
+  index_.insert({tag, number, place.ordinal});
+}
+
+VObject*& LargeChains::valueAt(int32_t bucket, uint32_t ordinal) {
+  return chains_[buckets_.chainOf(bucket)][ordinal].value;
+}
+
+bool LargeChains::settle(int32_t bucket, uint32_t* ordinal) const {
+  const uint32_t number = buckets_.chainOf(bucket);
+  return number != BucketPages::kNone && chains_[number].settle(ordinal);
+}
+
+int32_t LargeChains::nextBucket(int32_t from) const {
+  int32_t bucket = buckets_.nextUsed(from);
+  while (bucket >= 0 && chains_[buckets_.chainOf(bucket)].length() == 0) {
+    bucket = buckets_.nextUsed(bucket + 1);
+  }
+  return bucket;
+}
+
+void LargeChains::forEach(const std::function<void(const ChainEntry&)>& visit) const {
+  for (int32_t bucket = nextBucket(0); bucket >= 0; bucket = nextBucket(bucket + 1)) {
+    chains_[buckets_.chainOf(bucket)].forEach(visit);
+  }
+}
+
+}  // namespace foldapi

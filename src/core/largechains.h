@@ -1,0 +1,139 @@
+// core/largechains.h: LargeChains, the chains of a table with more than a few entries.
+//
+// With the weak text hash all entries of a table share some forty chains. So an entry is found
+// through an index from its tag to its chain and its number there, and the number of entries before
+// it is that number less the entries removed before it, which are counted per chain. Every
+// operation takes constant time while nothing is removed from the middle of a chain, and
+// logarithmic time after that. An entry takes 16 bytes in its chain and 12 in the index, with the
+// slack of both some 45.
+#pragma once
+
+#include <array>
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <vector>
+
+#include "core/hashchains.h"
+
+namespace foldapi {
+
+// Open addressing from tags to places, with up to 32 bits of the tag as the home of a slot.
+class TagIndex {
+ public:
+  static constexpr uint32_t kFree = 0xffffffff;
+
+  struct Slot {
+    uint32_t tag = 0;
+    uint32_t chain = kFree;
+    uint32_t ordinal = 0;
+  };
+
+  TagIndex() : slots_(size_t{1} << bits_) {}
+
+  // Slots with a tag stand in a run from home(tag) to the first free one, among others.
+  size_t home(uint32_t tag) const { return tag >> (32 - bits_); }
+  size_t after(size_t index) const { return (index + 1) & (slots_.size() - 1); }
+  bool isFree(size_t index) const { return slots_[index].chain == kFree; }
+  Slot& operator[](size_t index) { return slots_[index]; }
+  const Slot& operator[](size_t index) const { return slots_[index]; }
+
+  size_t size() const { return count_; }
+  void insert(const Slot& slot);
+  void erase(size_t index);
+  // The slot of an entry that is here.
+  size_t indexOf(uint32_t tag, uint32_t chain, uint32_t ordinal) const;
+
+ private:
+  void place(const Slot& slot);
+  void grow();
+
+  unsigned bits_ = 5;
+  size_t count_ = 0;
+  std::vector<Slot> slots_;
+};
+
+// Counts removed ordinals: a tree of partial sums. An ordinal past its size is never removed.
+class RemovalCounts {
+ public:
+  explicit RemovalCounts(size_t size) : sums_(size + 1) {}
+
+  size_t size() const { return sums_.size() - 1; }
+  void change(uint32_t ordinal, int by);
+  uint32_t before(uint32_t ordinal) const;
+
+ private:
+  std::vector<uint32_t> sums_;
+};
+
+// One chain. An entry keeps its ordinal until compact(); a removed one leaves a null value behind.
+class Chain {
+ public:
+  uint32_t length() const { return live_; }
+  uint32_t append(const ChainEntry& entry);
+  void remove(uint32_t ordinal);
+  ChainEntry& operator[](uint32_t ordinal) { return entries_[ordinal]; }
+  const ChainEntry& operator[](uint32_t ordinal) const { return entries_[ordinal]; }
+  // How many entries stand before one.
+  uint32_t position(uint32_t ordinal) const;
+  bool settle(uint32_t* ordinal) const;
+  void forEach(const std::function<void(const ChainEntry&)>& visit) const;
+
+  // Whether removed entries take more room than the others.
+  bool isSparse() const { return entries_.size() > 2 * size_t{live_} + 16; }
+  // Closes the gaps. Calls `moved` (entry, old ordinal, new ordinal) in ascending order.
+  template <typename Moved>
+  void compact(Moved moved);
+
+ private:
+  void removeInside(uint32_t ordinal);
+  void trimEnds();
+
+  std::vector<ChainEntry> entries_;
+  uint32_t first_ = 0;  // No entry stands before this one.
+  uint32_t live_ = 0;
+  std::unique_ptr<RemovalCounts> removed_;  // Of those from first_ on; null while there are none.
+};
+
+// The number of the chain of each bucket. Most buckets have none, so pages are made when needed.
+class BucketPages {
+ public:
+  static constexpr uint32_t kNone = 0xffffffff;
+
+  explicit BucketPages(int32_t bucketCount);
+
+  uint32_t chainOf(int32_t bucket) const;
+  void setChain(int32_t bucket, uint32_t chain);
+  // The first bucket from `from` on that has a chain, -1 if there is none.
+  int32_t nextUsed(int32_t from) const;
+
+ private:
+  static constexpr size_t kPageSize = 256;
+  using Page = std::array<uint32_t, kPageSize>;
+
+  std::vector<std::unique_ptr<Page>> pages_;
+};
+
+// Operations as those of ChainStore; ordinals never shift, but for a compaction of a chain when
+// nothing is pinned.
+class LargeChains {
+ public:
+  explicit LargeChains(int32_t bucketCount) : buckets_(bucketCount) {}
+
+  int size() const { return static_cast<int>(index_.size()); }
+  ChainPlace locate(const ChainKey& key) const;
+  void append(int32_t bucket, const ChainEntry& entry);
+  void remove(const ChainPlace& place, bool pinned);
+  void retag(const ChainPlace& place, uint32_t tag);
+  VObject*& valueAt(int32_t bucket, uint32_t ordinal);
+  bool settle(int32_t bucket, uint32_t* ordinal) const;
+  int32_t nextBucket(int32_t from) const;
+  void forEach(const std::function<void(const ChainEntry&)>& visit) const;
+
+ private:
+  BucketPages buckets_;
+  std::vector<Chain> chains_;
+  TagIndex index_;
+};
+
+}  // namespace foldapi

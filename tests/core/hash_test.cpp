@@ -1,0 +1,349 @@
+// tests/core/hash_test.cpp: TVHash against linked chains, and the work that it does.
+#include "core/hash.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <array>
+#include <memory>
+#include <random>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "base/fingerprint.h"
+#include "base/vstring.h"
+#include "core/linkedhash.h"
+
+namespace foldapi {
+namespace {
+
+// How keys of a run hash, and how good their fingerprints are.
+struct KeyRule {
+  int hashes;        // Number of different hash values,
+  int lowestHash;    // from this one on.
+  int fingerprints;  // Number of different fingerprints, 0 for good ones.
+};
+
+class TestValue : public VObject {
+ public:
+  TestValue(int number, const KeyRule& keyRule) : key(number), rule(keyRule) {}
+
+  bool isEqual(const VObject* other) const override {
+    return static_cast<const TestValue*>(other)->key == key;
+  }
+  int32_t hash() const override { return key % rule.hashes + rule.lowestHash; }
+  uint64_t fingerprint() const override {
+    const auto number = static_cast<uint64_t>(key);
+    return rule.fingerprints == 0 ? mixBits(number, 1) : number % uint64_t(rule.fingerprints);
+  }
+
+  int key;
+  const KeyRule& rule;
+};
+
+// One table and its twin, taken through the same random operations.
+class TwinRun {
+ public:
+  using Match = LinkedHash::Match;
+
+  TwinRun(unsigned seed, const KeyRule& rule) : random_(seed), rule_(rule) {
+    const int keys = std::array{12, 40, 150, 700}[seed % 4];
+    for (int copy = 0; copy < 2; ++copy) {
+      for (int key = 0; key < keys; ++key) {
+        values_.push_back(std::make_unique<TestValue>(key, rule_));
+      }
+    }
+  }
+
+  void run(int steps) {
+    for (int i = 0; i < steps && !testing::Test::HasFailure(); ++i) {
+      SCOPED_TRACE("step " + std::to_string(i));
+      // Phases that mostly add, then mostly remove, so that tables fill and empty.
+      const bool filling = i / 400 % 2 == 0;
+      step(below(100), filling);
+      ASSERT_EQ(table_.size(), twin_.count);
+      ASSERT_EQ(table_.capacity(), twin_.bucketCount());
+      ASSERT_EQ(table_.statistics(), twin_.statistics);
+      if (i % 16 == 0) {
+        ASSERT_EQ(table_.values(), twin_.values());
+      }
+    }
+  }
+
+  int deepestGrowth() const { return twin_.deepestGrowth; }
+
+ private:
+  struct TwinWalk {
+    std::unique_ptr<TVIterator> iterator;
+    std::unique_ptr<LinkedHash::Walk> walk;
+    TestValue* given = nullptr;
+  };
+
+  int below(int limit) { return static_cast<int>(random_() % static_cast<unsigned>(limit)); }
+  TestValue* any() { return values_[random_() % values_.size()].get(); }
+
+  void step(int choice, bool filling) {
+    TestValue* value = any();
+    TestValue* other = any();
+    if (choice < 30) {
+      if (filling) {
+        ASSERT_EQ(table_.add(value), twin_.add(value));
+      } else {
+        ASSERT_EQ(table_.remove(value), twin_.remove(value, Match::kEqual));
+      }
+    } else if (choice < 40) {
+      ASSERT_EQ(table_.removeIdentical(value), twin_.remove(value, Match::kIdentical));
+    } else if (choice < 50) {
+      ASSERT_EQ(table_.find(value), twin_.find(value, Match::kEqual));
+    } else if (choice < 55) {
+      ASSERT_EQ(table_.findIdentical(value), twin_.find(value, Match::kIdentical));
+    } else if (choice < 60) {
+      ASSERT_EQ(table_.set(value), twin_.set(value));
+    } else if (choice < 63) {
+      ASSERT_EQ(table_.replace(value, other), twin_.replace(value, other, Match::kEqual));
+    } else if (choice < 66) {
+      ASSERT_EQ(table_.replaceIdentical(value, other),
+                twin_.replace(value, other, Match::kIdentical));
+    } else if (choice < 72) {
+      changeKey(value);
+    } else if (choice < 74) {
+      removeRun();
+    } else if (choice == 74) {
+      rarely();
+    } else if (choice < 80 && filling) {
+      addRun();
+    } else {
+      stepWalks();
+    }
+  }
+
+  // Two values may become equal by this: the one nearer to the start of the chain is found then.
+  void changeKey(TestValue* value) {
+    const uint64_t before = value->fingerprint();
+    value->key = value->key % rule_.hashes + rule_.hashes * below(20);
+    table_.rekey(value, before);
+  }
+
+  void addRun() {
+    for (int i = below(60); i > 0; --i) {
+      TestValue* value = any();
+      ASSERT_EQ(table_.add(value), twin_.add(value));
+    }
+  }
+
+  // Removes many values along the table, from either end or in any order.
+  void removeRun() {
+    std::vector<VObject*> doomed = twin_.values();
+    const int order = below(3);
+    if (order == 0) std::reverse(doomed.begin(), doomed.end());
+    if (order == 1) std::shuffle(doomed.begin(), doomed.end(), random_);
+    doomed.resize(doomed.size() / static_cast<size_t>(1 + below(4)));
+    for (VObject* value : doomed) {
+      ASSERT_EQ(table_.removeIdentical(value), twin_.remove(value, Match::kIdentical));
+      TestValue* other = any();
+      ASSERT_EQ(table_.find(other), twin_.find(other, Match::kEqual));
+    }
+  }
+
+  void rarely() {
+    switch (below(6)) {
+      case 0:
+        table_.clear();
+        twin_.clear();
+        break;
+      case 1: {
+        const int size = below(3) == 0 ? table_.capacity() : below(300) - 5;
+        ASSERT_EQ(table_.resize(size), twin_.resize(size));
+        break;
+      }
+      default:  // Enough lookups to have the counts halved, if chains are short.
+        for (int i = 0; i < 4000; ++i) {
+          TestValue* value = any();
+          ASSERT_EQ(table_.find(value), twin_.find(value, Match::kEqual));
+        }
+    }
+  }
+
+  void stepWalks() {
+    const int choice = below(10);
+    if (choice == 0 && walks_.size() < 3) {
+      TwinWalk& walk = walks_.emplace_back();
+      walk.iterator = std::make_unique<TVIterator>(table_);
+      walk.walk = std::make_unique<LinkedHash::Walk>();
+      twin_.begin(walk.walk.get());
+      twin_.walks.push_back(walk.walk.get());
+    }
+    if (walks_.empty()) return;
+    const size_t index = random_() % walks_.size();
+    TwinWalk& walk = walks_[index];
+    if (choice == 1) {
+      std::erase(twin_.walks, walk.walk.get());
+      walks_.erase(walks_.begin() + static_cast<std::ptrdiff_t>(index));
+    } else if (choice == 2) {
+      walk.iterator->rewind();
+      twin_.begin(walk.walk.get());
+    } else if (choice == 3 && walk.given != nullptr) {
+      ASSERT_EQ(table_.removeIdentical(walk.given), twin_.remove(walk.given, Match::kIdentical));
+    } else {
+      walk.given = static_cast<TestValue*>(walk.iterator->next());
+      ASSERT_EQ(walk.given, twin_.next(walk.walk.get()));
+    }
+  }
+
+  std::mt19937 random_;
+  KeyRule rule_;
+  std::vector<std::unique_ptr<TestValue>> values_;
+  TVHash table_;
+  LinkedHash twin_;
+  std::vector<TwinWalk> walks_;
+};
+
+TEST(Hash, CantBeToldFromLinkedChains) {
+  const KeyRule rules[] = {
+      {1, 0, 0}, {3, 0, 0}, {40, 30, 0}, {40, -20, 0}, {9973, 0, 0}, {40, 0, 1}, {7, 100, 5},
+  };
+  int deepestGrowth = 0;
+  for (unsigned seed = 1; seed <= 140; ++seed) {
+    SCOPED_TRACE("seed " + std::to_string(seed));
+    TwinRun run(seed, rules[seed % std::size(rules)]);
+    run.run(2500);
+    ASSERT_FALSE(HasFailure());
+    deepestGrowth = std::max(deepestGrowth, run.deepestGrowth());
+  }
+  // Growth inside a growth is what makes the order hard to get right: the runs must have met it.
+  EXPECT_GE(deepestGrowth, 3);
+}
+
+// Fills a table without a lookup that could judge the chains, then looks up until it may grow.
+struct GrowthCase {
+  const char* why;
+  int entries;
+  int bucketCount;
+  int hashes;
+  bool walking;
+  int want;
+};
+
+TEST(Hash, GrowsOnlyWhenMeasuredChainsAreLong) {
+  const GrowthCase cases[] = {
+      {"fewer than 100 lookups", 12, 17, 1, false, 17},
+      {"long chains, up to four buckets an entry", 40, 17, 1, false, 223},
+      {"short chains", 200, 1229, 1000, false, 1229},
+      {"long chains, but few entries", 50, 223, 1, false, 223},
+      {"a walk stands on the table", 40, 17, 1, true, 17},
+      {"no larger size", 400, 799003, 1, false, 799003},
+  };
+  for (const GrowthCase& c : cases) {
+    SCOPED_TRACE(c.why);
+    const KeyRule rule = {c.hashes, 0, 0};
+    std::vector<std::unique_ptr<TestValue>> values;
+    TVHash table(c.bucketCount);
+    std::unique_ptr<TVIterator> walk;
+    if (c.walking) walk = std::make_unique<TVIterator>(table);
+    for (int key = 0; key < c.entries; ++key) {
+      values.push_back(std::make_unique<TestValue>(key, rule));
+      table.add(values.back().get());
+    }
+    EXPECT_EQ(table.capacity(), c.want);
+    if (!c.walking) continue;
+    walk.reset();
+    table.find(values[0].get());
+    EXPECT_GT(table.capacity(), c.want) << "after the walk";
+  }
+}
+
+// An archive as a project holds it: nearly all names share a few dozen hash values. Counts what the
+// table asks of it, which stands for the entries touched: nothing else leads from one to another.
+class CountedName : public VObject {
+ public:
+  explicit CountedName(int number) {
+    dir = VString::format("V:\\vault\\module%03d", number % 250);
+    name = VString::format("file%06d.c_v", number);
+  }
+
+  bool isEqual(const VObject* other) const override {
+    ++asked;
+    const auto* that = static_cast<const CountedName*>(other);
+    return that->name == name && that->dir == dir;
+  }
+  int32_t hash() const override {
+    ++asked;
+    return dir.hash() + name.hash();
+  }
+  uint64_t fingerprint() const override {
+    ++asked;
+    return fingerprintText(name.view(), fingerprintText(dir.view(), 0));
+  }
+
+  VString dir;
+  VString name;
+  static inline int64_t asked = 0;
+};
+
+TEST(Hash, AsksAsMuchOfEachEntryOfALargeTableAsOfASmallOne) {
+  for (const int count : {1000, 10000, 100000}) {
+    SCOPED_TRACE(count);
+    std::vector<std::unique_ptr<CountedName>> names;
+    for (int i = 0; i < count; ++i) names.push_back(std::make_unique<CountedName>(i));
+    TVHash table;
+    CountedName::asked = 0;
+    for (const auto& name : names) {
+      ASSERT_EQ(table.find(name.get()), nullptr);
+      table.add(name.get());
+    }
+    // Hash and fingerprint of the find and of the add. Growth asks for nothing.
+    EXPECT_LE(CountedName::asked, int64_t{count} * 4 + count / 10);
+    const std::vector<VObject*> order = table.values();
+    ASSERT_EQ(order.size(), names.size());
+    CountedName::asked = 0;
+    for (const auto& name : names) ASSERT_EQ(table.find(name.get()), name.get());
+    EXPECT_LE(CountedName::asked, int64_t{count} * 3 + count / 10);
+    // One half from the end on, the other from the start on, each as walks meet the entries.
+    CountedName::asked = 0;
+    for (size_t i = order.size(); i > order.size() / 2; --i) table.remove(order[i - 1]);
+    TVIterator walk(table);
+    while (VObject* value = walk.next()) table.remove(value);
+    EXPECT_LE(CountedName::asked, int64_t{count} * 3 + count / 10);
+    EXPECT_TRUE(table.isEmpty());
+  }
+}
+
+TEST(Hash, ForgetsOrDeletesItsValues) {
+  static int deleted;
+  class Mortal : public TestValue {
+   public:
+    using TestValue::TestValue;
+    ~Mortal() override { ++deleted; }
+  };
+  const KeyRule rule = {5, 0, 0};
+  deleted = 0;
+  TVHash table;
+  TVHash other;
+  for (int key = 0; key < 30; ++key) table.add(new Mortal(key, rule));
+  other.addAll(table);
+  EXPECT_EQ(other.values().size(), 30u);
+  other.clear();
+  EXPECT_TRUE(other.isEmpty());
+  EXPECT_EQ(deleted, 0);
+  auto walk = std::make_unique<TVIterator>(table);
+  EXPECT_EQ(walk->next(), table.firstValue());
+  table.clearAndDelete();
+  EXPECT_EQ(deleted, 30);
+  EXPECT_EQ(walk->next(), nullptr);
+}
+
+TEST(Iterator, OutlivesItsTable) {
+  auto table = std::make_unique<TVHash>();
+  const KeyRule rule = {5, 0, 0};
+  TestValue value(1, rule);
+  table->add(&value);
+  TVIterator walk(*table);
+  table.reset();
+  EXPECT_EQ(walk.next(), nullptr);
+  walk.rewind();
+  EXPECT_EQ(walk.next(), nullptr);
+}
+
+}  // namespace
+}  // namespace foldapi
