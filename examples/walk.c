@@ -72,23 +72,32 @@ static void printText(const char* text) { printShort(text, INT32_MAX); }
 
 /* The tree. -------------------------------------------------------------------------------------*/
 
-/* Where a line stands: `indent` goes before the lines of all that is below one node. */
+/* A place in the tree. The root has no parent. */
 typedef struct Node {
-  char indent[64];
-  bool hasChildren;
+  const struct Node* parent;
+  bool isLast;      /* Of its parent's children. */
+  bool hasChildren; /* A line goes down to them, past the facts about the node. */
 } Node;
 
-/* Begins the line of a node below `parent`, and gives the place of what is below the node. */
+/* Prints what stands left of all that is below a node. */
+static void printIndent(const Node* node) {
+  if (node->parent == NULL) return;
+  printIndent(node->parent);
+  fputs(node->isLast ? "    " : "│   ", stdout);
+}
+
+/* Begins the line of a node. */
 static Node beginNode(const Node* parent, bool isLast) {
-  Node node = {"", false};
-  printf("%s%s", parent->indent, isLast ? "└── " : "├── ");
-  snprintf(node.indent, sizeof node.indent, "%s%s", parent->indent, isLast ? "    " : "│   ");
+  const Node node = {parent, isLast, false};
+  printIndent(parent);
+  fputs(isLast ? "└── " : "├── ", stdout);
   return node;
 }
 
 /* Begins a line that tells about a node. */
 static void beginFact(const Node* node, const char* label) {
-  printf("%s%s  %-13s ", node->indent, node->hasChildren ? "│" : " ", label);
+  printIndent(node);
+  printf("%s  %-13s ", node->hasChildren ? "│" : " ", label);
 }
 
 static void printFact(const Node* node, const char* label, const char* text) {
@@ -193,7 +202,7 @@ static void printFolder(TVHandle* folder, const Node* parent, bool isLast) {
   Children archives = {NULL, 0};
   const Node node = beginNode(parent, isLast);
   ++totals.folders;
-  fputs("Folder ", stdout);
+  fputs("Folder: ", stdout);
   printText(GetFolderName(folder));
   putchar('\n');
   OpenFolder(folder);
@@ -210,7 +219,7 @@ static void printProject(TVHandle* project, const Node* parent, bool isLast) {
   Children archives = {NULL, 0};
   Node node = beginNode(parent, isLast);
   ++totals.projects;
-  fputs("Project ", stdout);
+  fputs("Project: ", stdout);
   printText(GetProjectName(project));
   putchar('\n');
   OpenProject(project);
@@ -234,7 +243,7 @@ static void printProject(TVHandle* project, const Node* parent, bool isLast) {
 
 static void printRoot(TVHandle* root) {
   Children projects = {NULL, 0};
-  Node node = {"", false};
+  Node node = {NULL, true, false};
   puts("Project database");
   collect(&projects, root, GetFirstProject, GetNextProject);
   node.hasChildren = projects.count > 0;
@@ -267,7 +276,7 @@ int main(int argc, char** argv) {
   printRoot(root);
   CloseProjectRoot(root);
 
-  printf("\nprojects %d, folders %d, archives %d, of which can't be read %d\n", totals.projects,
+  printf("\nprojects %d, folders %d, archives %d, unreadable archives %d\n", totals.projects,
          totals.folders, totals.archives, totals.unreadable);
   if (totals.projects == 0) {
     fputs("walk: no project there, or the lists of projects can't be read\n", stderr);
