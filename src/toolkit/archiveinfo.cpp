@@ -1,0 +1,255 @@
+// toolkit/archiveinfo.cpp: reads the tail of an archive file.
+//
+// The last kilobyte is read at once, since it usually holds the trailer and the whole block: one
+// open, one status, one read. Only a larger block costs a second read. All numbers are big-endian.
+// The bytes are another program's, so no number is believed before it is checked against what was
+// read.
+#include "toolkit/archiveinfo.h"
+
+#include <algorithm>
+#include <new>
+#include <string>
+#include <utility>
+
+#include "base/fingerprint.h"
+#include "base/varchiver.h"
+#include "runtime/bytefile.h"
+#include "runtime/packedtime.h"
+#include "toolkit/messages.h"
+
+namespace foldapi {
+namespace {
+
+constexpr size_t kFirstRead = 1024;
+constexpr size_t kTrailerSize = 9;
+constexpr uint8_t kTrailerTag = 4;
+constexpr int64_t kTrailerDifference = 9;
+constexpr char kEndTag = '@';
+constexpr uint32_t kLongLength = 0x8000;
+
+uint32_t readUnsigned(std::string_view bytes, size_t size) {
+  uint32_t value = 0;
+  for (size_t i = 0; i < size; ++i) value = value << 8 | static_cast<uint8_t>(bytes[i]);
+  return value;
+}
+
+int64_t readSigned32(std::string_view bytes) {
+  return static_cast<int32_t>(readUnsigned(bytes, 4));
+}
+
+// How far the block begins ahead of `trailer`; -1 for no trailer.
+int64_t blockSize(std::string_view trailer) {
+  const int64_t first = readSigned32(trailer.substr(1));
+  const int64_t second = readSigned32(trailer.substr(5));
+  if (static_cast<uint8_t>(trailer[0]) != kTrailerTag || second - first != kTrailerDifference ||
+      second > 0) {
+    return -1;
+  }
+  return -second;
+}
+
+std::string_view upToNul(std::string_view text) { return text.substr(0, text.find('\0')); }
+
+// The C string behind a record's first byte, which means nothing here.
+std::string_view nameIn(std::string_view payload) {
+  return payload.empty() ? payload : upToNul(payload.substr(1));
+}
+
+// Keeps the string's memory, which a reload fills with much the same text again.
+void assign(VString* target, std::string_view text) {
+  target->clear();
+  target->append(text);
+}
+
+// Reads `size` bytes at `offset`, all of them or none that count.
+bool readExactly(const ByteFile& file, uint64_t offset, char* buffer, size_t size) {
+  return file.readAt(offset, buffer, size) == static_cast<int64_t>(size);
+}
+
+}  // namespace
+
+const VClassRecord TVArchiveInfo52::theClass = {"TVArchiveInfo52", &VObject::theClass, 0,
+                                                []() -> VObject* { return new TVArchiveInfo52; }};
+const VClassRecord TVArchiveKey::theClass = {"TVArchiveKey", &VObject::theClass, 0, nullptr};
+
+uint64_t TVArchiveKey::fingerprint() const { return fingerprintText(path_, 0); }
+
+TVArchiveInfo52::TVArchiveInfo52(VPathString path, VString accessList, VString description,
+                                 VString lockers, VString headerText, uint32_t fileTime,
+                                 uint32_t creationTime, int32_t attributes, int32_t revisionCount,
+                                 int32_t lockCount)
+    : fileTime_(fileTime),
+      creationTime_(creationTime),
+      attributes_(attributes),
+      revisionCount_(revisionCount),
+      lockCount_(lockCount),
+      accessList_(std::move(accessList)),
+      description_(std::move(description)),
+      path_(std::move(path)),
+      lockers_(std::move(lockers)),
+      headerText_(std::move(headerText)) {}
+
+bool TVArchiveInfo52::isEqual(const VObject* other) const {
+  if (other->isA() == &TVArchiveKey::theClass) {
+    return path_.view() == static_cast<const TVArchiveKey*>(other)->path();
+  }
+  return other->isKindOf(&theClass) && path_ == static_cast<const TVArchiveInfo52*>(other)->path_;
+}
+
+uint64_t TVArchiveInfo52::fingerprint() const { return TVArchiveKey(path_.view()).fingerprint(); }
+
+bool TVArchiveInfo52::IsCurrent() {
+  if (fileTime_ == 0) return false;
+  FileStatus status;
+  if (!readStat(path_.view(), &status)) return false;
+  if (stamp_.isSet()) {
+    return status.nanoseconds == stamp_.nanoseconds && status.size == stamp_.size &&
+           status.inode == stamp_.inode && status.device == stamp_.device;
+  }
+  const FileStamp present = status.stamp();
+  if (present.packed != fileTime_) return false;
+  stamp_ = present;
+  return true;
+}
+
+void TVArchiveInfo52::ClearFileTime() {
+  fileTime_ = 0;
+  stamp_ = FileStamp();
+}
+
+void TVArchiveInfo52::clear() {
+  ClearFileTime();
+  creationTime_ = 0;
+  attributes_ = 0;
+  revisionCount_ = 0;
+  lockCount_ = 0;
+  accessList_.clear();
+  description_.clear();
+  lockers_.clear();
+  headerText_.clear();
+}
+
+int32_t TVArchiveInfo52::Load() {
+  clear();
+  try {
+    if (readTail()) return 0;
+  } catch (const std::bad_alloc&) {
+    // A block too large for the memory is as good as none.
+  }
+  clear();
+  return kFolderNotAnArchive;
+}
+
+bool TVArchiveInfo52::readTail() {
+  ByteFile file;
+  if (!file.openRead(path_.view())) return false;
+  // Before the first byte is read: a change from now on shows as another stamp.
+  const FileStamp stamp = file.stamp();
+  char buffer[kFirstRead];
+  const auto tailSize = static_cast<size_t>(std::min<uint64_t>(stamp.size, kFirstRead));
+  if (tailSize < kTrailerSize || !readExactly(file, stamp.size - tailSize, buffer, tailSize)) {
+    return false;
+  }
+  const std::string_view tail(buffer, tailSize - kTrailerSize);
+  const int64_t wanted = blockSize(std::string_view(buffer + tail.size(), kTrailerSize));
+  if (wanted < 0 || static_cast<uint64_t>(wanted) > stamp.size - kTrailerSize) return false;
+  const auto size = static_cast<size_t>(wanted);
+  if (size <= tail.size()) {
+    if (!file.close()) return false;
+    readBlock(tail.substr(tail.size() - size));
+  } else {
+    std::string block(size, '\0');
+    const size_t missing = size - tail.size();
+    if (!readExactly(file, stamp.size - kTrailerSize - size, block.data(), missing) ||
+        !file.close()) {
+      return false;
+    }
+    tail.copy(block.data() + missing, tail.size());
+    readBlock(block);
+  }
+  stamp_ = stamp;
+  fileTime_ = stamp.packed;
+  return true;
+}
+
+// A record that does not lie in the block ends it, with what was read so far.
+void TVArchiveInfo52::readBlock(std::string_view block) {
+  while (block.size() >= 3 && block[0] != kEndTag) {
+    const char tag = block[0];
+    size_t length = readUnsigned(block.substr(1), 2);
+    block.remove_prefix(3);
+    if ((length & kLongLength) != 0) {
+      if (block.size() < 2) return;
+      length = (length & ~size_t{kLongLength}) << 16 | readUnsigned(block, 2);
+      block.remove_prefix(2);
+    }
+    if (length > block.size()) return;
+    takeRecord(tag, block.substr(0, length));
+    block.remove_prefix(length);
+  }
+}
+
+void TVArchiveInfo52::takeRecord(char tag, std::string_view payload) {
+  switch (tag) {
+    case 'H':
+      assign(&headerText_, nameIn(payload));
+      break;
+    case 'R':
+      if (!lockers_.isEmpty()) lockers_.append(',');
+      lockers_.append(nameIn(payload));
+      ++lockCount_;
+      break;
+    case 'V':
+      assign(&accessList_, nameIn(payload));
+      break;
+    case 'I':
+      description_.append(upToNul(payload));
+      break;
+    case 'J':
+      if (payload.size() >= 2) revisionCount_ = static_cast<int32_t>(readUnsigned(payload, 2));
+      break;
+    case 'P':
+      if (payload.size() >= 2) attributes_ = static_cast<int32_t>(readUnsigned(payload, 2));
+      break;
+    case 'X':
+      if (payload.size() >= 4) creationTime_ = reversePackedTime(readUnsigned(payload, 4));
+      break;
+    default:
+      break;
+  }
+}
+
+void TVArchiveInfo52::putTo(VArchiver& archive) const {
+  archive.putNumber(static_cast<int32_t>(fileTime_));
+  archive.putNumber(static_cast<int32_t>(creationTime_));
+  archive.putNumber(attributes_);
+  archive.putNumber(revisionCount_);
+  archive.putNumber(lockCount_);
+  for (const VString* text : {&accessList_, &description_, static_cast<const VString*>(&path_),
+                              &lockers_, &headerText_}) {
+    archive.putString(text->view());
+  }
+}
+
+bool TVArchiveInfo52::getFrom(VArchiver& archive) {
+  clear();
+  return archive.getNumber(&fileTime_) && archive.getNumber(&creationTime_) &&
+         archive.getNumber(&attributes_) && archive.getNumber(&revisionCount_) &&
+         archive.getNumber(&lockCount_) && archive.getString(&accessList_) &&
+         archive.getString(&description_) && archive.getString(&path_) &&
+         archive.getString(&lockers_) && archive.getString(&headerText_);
+}
+
+int32_t ReadArchiveInfo(const VPathString& path, ArchiveSummary* summary) {
+  try {
+    TVArchiveInfo52 info(path);
+    if (const int32_t result = info.Load()) return result;
+    *summary = {info.description(),  info.attributes(), info.revisionCount(), info.lockCount(),
+                info.creationTime(), info.lockers(),    info.accessList()};
+    return 0;
+  } catch (const std::bad_alloc&) {
+    return 1;
+  }
+}
+
+}  // namespace foldapi

@@ -1,0 +1,117 @@
+// toolkit/archiveinfo.h: TVArchiveInfo52, what the tail of an archive file tells about the archive.
+//
+// Listing thousands of archives must not go through the toolkit for each one, so the summary is
+// read straight from the file's end: a block of tagged records and the trailer that says where the
+// block begins. Nothing before the block is looked at. A summary lives in the project's cache
+// (store/archivecache.h), or with whoever asked for it, and is loaded again when the file changed.
+#pragma once
+
+#include <cstdint>
+#include <string_view>
+
+#include "base/vobject.h"
+#include "base/vpathstring.h"
+#include "base/vstring.h"
+#include "runtime/files.h"
+
+namespace foldapi {
+
+class VArchiver;
+
+class TVArchiveInfo52 : public VObject {
+ public:
+  static const VClassRecord theClass;
+
+  TVArchiveInfo52() = default;
+  explicit TVArchiveInfo52(VPathString path) : path_(std::move(path)) {}
+  TVArchiveInfo52(VPathString path, VString accessList, VString description, VString lockers,
+                  VString headerText, uint32_t fileTime, uint32_t creationTime, int32_t attributes,
+                  int32_t revisionCount, int32_t lockCount);
+
+  const VClassRecord* isA() const override { return &theClass; }
+  // The path is the key: another summary or a TVArchiveKey of the same path is equal.
+  bool isEqual(const VObject* other) const override;
+  int32_t hash() const override { return path_.hash(); }
+  uint64_t fingerprint() const override;
+
+  // Whether the file is still the one that was read. A summary that came from the cache's file
+  // knows the time in two-second ticks only; one that proves current by it remembers the file from
+  // then on, and one that was loaded here does from the start.
+  bool IsCurrent();
+  // Reads the summary from the file. 0, or 28 for anything that is wrong with the file: all but the
+  // path is then empty and 0.
+  int32_t Load();
+
+  // The fields in the order in which the cache's file has them.
+  void putTo(VArchiver& archive) const;
+  bool getFrom(VArchiver& archive);
+
+  uint32_t fileTime() const { return fileTime_; }          // Packed; 0 when never read.
+  uint32_t creationTime() const { return creationTime_; }  // Packed in the clients' order.
+  int32_t attributes() const { return attributes_; }
+  int32_t revisionCount() const { return revisionCount_; }
+  int32_t lockCount() const { return lockCount_; }
+  const VString& accessList() const { return accessList_; }
+  const VString& description() const { return description_; }
+  const VPathString& path() const { return path_; }
+  const VString& lockers() const { return lockers_; }  // Joined by ",".
+  const VString& headerText() const { return headerText_; }
+
+  void SetDescription(const VString& description) { description_ = description; }
+  // Makes the next use read the file again.
+  void ClearFileTime();
+
+ private:
+  void clear();
+  bool readTail();
+  void readBlock(std::string_view block);
+  void takeRecord(char tag, std::string_view payload);
+
+  uint32_t fileTime_ = 0;
+  uint32_t creationTime_ = 0;
+  int32_t attributes_ = 0;
+  int32_t revisionCount_ = 0;
+  int32_t lockCount_ = 0;
+  VString accessList_;
+  VString description_;
+  VPathString path_;
+  VString lockers_;
+  VString headerText_;
+  FileStamp stamp_;  // Of the file as read; not set where only fileTime_ is known.
+};
+
+// Bit of TVArchiveInfo52::attributes(): one lock at a time.
+constexpr int32_t kArchiveExclusiveLocks = 0x4;
+
+// Finds a summary by path. The text must outlive the key.
+class TVArchiveKey : public VObject {
+ public:
+  static const VClassRecord theClass;
+
+  explicit TVArchiveKey(std::string_view path) : path_(path) {}
+
+  const VClassRecord* isA() const override { return &theClass; }
+  int32_t hash() const override { return VString::hashText(path_); }
+  uint64_t fingerprint() const override;
+  std::string_view path() const { return path_; }
+
+ private:
+  std::string_view path_;
+};
+
+// What ReadArchiveInfo() fills.
+struct ArchiveSummary {
+  VString description;
+  int32_t attributes = 0;
+  int32_t revisionCount = 0;
+  int32_t lockCount = 0;
+  uint32_t creationTime = 0;
+  VString lockers;
+  VString accessList;
+};
+
+// Reads a summary without any cache. 0, 28 as Load(), or 1 when out of memory. *summary changes
+// only with 0.
+int32_t ReadArchiveInfo(const VPathString& path, ArchiveSummary* summary);
+
+}  // namespace foldapi

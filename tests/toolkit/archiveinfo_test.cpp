@@ -1,0 +1,214 @@
+// The summary of an archive, read from files whose bytes stand here.
+#include "toolkit/archiveinfo.h"
+
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <filesystem>
+#include <string>
+
+#include "../../fuzz/check_archiveinfo.h"
+#include "base/varchiver.h"
+#include "support/database.h"
+#include "support/files.h"
+
+namespace foldapi {
+namespace {
+
+using support::archiveRecord;
+using support::archiveWithBlock;
+using namespace std::string_literals;
+
+// All that a load fills, as one text: "result X P J locks access|description|lockers|header".
+std::string summary(const TVArchiveInfo52& info, int32_t result) {
+  const VString text =
+      VString::format("%d %u %d %d %d %s|%s|%s|%s", result, info.creationTime(), info.attributes(),
+                      info.revisionCount(), info.lockCount(), info.accessList().text(),
+                      info.description().text(), info.lockers().text(), info.headerText().text());
+  return text.str();
+}
+
+std::string bigEndian32(int32_t value) {
+  const auto bits = static_cast<uint32_t>(value);
+  return {static_cast<char>(bits >> 24), static_cast<char>(bits >> 16),
+          static_cast<char>(bits >> 8), static_cast<char>(bits)};
+}
+
+std::string trailer(int32_t first, int32_t second, char tag = 4) {
+  return tag + bigEndian32(first) + bigEndian32(second);
+}
+
+class ArchiveInfoTest : public testing::Test {
+ protected:
+  std::string load(const std::string& bytes) {
+    support::writeFile(path_, bytes);
+    TVArchiveInfo52 info{VPathString(path_)};
+    const int32_t result = info.Load();
+    EXPECT_EQ(info.fileTime() != 0, result == 0);
+    EXPECT_EQ(info.path().str(), path_);
+    return summary(info, result);
+  }
+
+  support::TemporaryDirectory directory_;
+  const std::string path_ = directory_ / "a.c_v";
+};
+
+TEST_F(ArchiveInfoTest, ReadsTheRecordsOfTheBlock) {
+  const std::string filler(700, '@');
+  struct Case {
+    const char* why;
+    std::string records;
+    const char* want;
+  };
+  const Case cases[] = {
+      {"nothing but the end", "", "0 0 0 0 0 |||"},
+      {"every record",
+       archiveRecord('H', "\0head\0"s) + archiveRecord('X', "\x1f\x99\x53\xca"s) +
+           archiveRecord('P', "\x80\4"s) + archiveRecord('Z', "skipped") +
+           archiveRecord('J', "\xff\xfe"s) + archiveRecord('V', "\1al,bo\0"s) +
+           archiveRecord('R', "\0ann\0"s) + archiveRecord('I', "two\r\nlines"),
+       "0 1405799951 32772 65534 1 al,bo|two\r\nlines|ann|head"},
+      {"two lockers", archiveRecord('R', "xann\0"s) + archiveRecord('R', "xbob\0"s),
+       "0 0 0 0 2 ||ann,bob|"},
+      {"lockers without a name count",
+       archiveRecord('R', "x"s) + archiveRecord('R', "xbob"s) + archiveRecord('R', ""),
+       "0 0 0 0 3 ||bob,|"},
+      {"texts end at a NUL or with their record",
+       archiveRecord('V', "xal\0bo"s) + archiveRecord('H', "xhe") + archiveRecord('I', "a\0b"s),
+       "0 0 0 0 0 al|a||he"},
+      {"records without their first byte, or too short for their number",
+       archiveRecord('H', "") + archiveRecord('J', "\1"s) + archiveRecord('P', "") +
+           archiveRecord('X', "\1\2\3"s) + archiveRecord('V', "xok"),
+       "0 0 0 0 0 ok|||"},
+      {"what stands behind the end mark",
+       archiveRecord('V', "xok") + "@" + archiveRecord('J', "ab"), "0 0 0 0 0 ok|||"},
+      {"a record beyond the end of the block", archiveRecord('V', "xok") + "I\0\x50text"s,
+       "0 0 0 0 0 ok|||"},
+      {"a length cut off", archiveRecord('V', "xok") + "I\x80\0\0"s, "0 0 0 0 0 ok|||"},
+  };
+  for (const Case& c : cases) {
+    SCOPED_TRACE(c.why);
+    EXPECT_EQ(load(archiveWithBlock("", c.records)), c.want);
+    EXPECT_EQ(load(archiveWithBlock(filler, c.records)), c.want);
+  }
+}
+
+TEST_F(ArchiveInfoTest, ABlockOfAnySizeIsReadWhole) {
+  // Around what the first read holds, and around the length that takes two words.
+  for (const size_t size :
+       {900u, 1000u, 1001u, 1002u, 1003u, 1004u, 1100u, 32767u, 32768u, 65538u, 300000u}) {
+    SCOPED_TRACE(size);
+    const std::string text(size, 'd');
+    const std::string records = archiveRecord('I', text) + archiveRecord('V', "xend");
+    EXPECT_EQ(load(archiveWithBlock("", records)), "0 0 0 0 0 end|" + text + "||");
+    EXPECT_EQ(load(archiveWithBlock("filler", records)), "0 0 0 0 0 end|" + text + "||");
+  }
+}
+
+TEST_F(ArchiveInfoTest, WhatIsNoArchiveGives28AndNothingElse) {
+  const std::string block = archiveRecord('V', "xok") + "@";
+  const auto size = static_cast<int32_t>(block.size());
+  ASSERT_EQ(load(block + trailer(-size - 9, -size)), "0 0 0 0 0 ok|||") << "the form that is good";
+  struct Case {
+    const char* why;
+    std::string bytes;
+  };
+  const Case cases[] = {
+      {"an empty file", ""},
+      {"shorter than a trailer", trailer(-9, 0).substr(1)},
+      {"wrong tag", block + trailer(-size - 9, -size, 5)},
+      {"difference of 8", block + trailer(-size - 8, -size)},
+      {"a block that begins ahead of the file", block + trailer(-size - 10, -size - 1)},
+      {"a block behind the trailer", block + trailer(-8, 1)},
+      {"a difference of 9 by overflow only", block + trailer(INT32_MAX, INT32_MIN + 8)},
+      {"the farthest distance", block + trailer(INT32_MIN, INT32_MIN + 9)},
+  };
+  for (const Case& c : cases) {
+    SCOPED_TRACE(c.why);
+    EXPECT_EQ(load(c.bytes), "28 0 0 0 0 |||");
+  }
+  TVArchiveInfo52 missing(VPathString(directory_ / "missing"));
+  EXPECT_EQ(missing.Load(), 28);
+  TVArchiveInfo52 directory{VPathString(directory_.path())};
+  EXPECT_EQ(directory.Load(), 28);
+}
+
+TEST_F(ArchiveInfoTest, StaleWhenAnythingAboutTheFileChanges) {
+  const std::string first = archiveWithBlock("", archiveRecord('V', "xone"));
+  const std::string second = archiveWithBlock("", archiveRecord('V', "xtwo"));
+  support::writeFile(path_, first);
+  const auto time = std::filesystem::last_write_time(path_);
+  TVArchiveInfo52 info{VPathString(path_)};
+  EXPECT_FALSE(info.IsCurrent()) << "never loaded";
+  ASSERT_EQ(info.Load(), 0);
+  EXPECT_TRUE(info.IsCurrent());
+
+  // Another file of the same size and time, as a writer leaves that replaces the archive.
+  const std::string sibling = directory_ / "sibling";
+  support::writeFile(sibling, second);
+  std::filesystem::last_write_time(sibling, time);
+  std::filesystem::rename(sibling, path_);
+  EXPECT_FALSE(info.IsCurrent());
+  ASSERT_EQ(info.Load(), 0);
+  EXPECT_EQ(info.accessList(), VString("two"));
+
+  std::filesystem::last_write_time(path_, time + std::chrono::nanoseconds(1000));
+  EXPECT_FALSE(info.IsCurrent()) << "a time within the same two seconds";
+  ASSERT_EQ(info.Load(), 0);
+  EXPECT_TRUE(info.IsCurrent());
+  info.ClearFileTime();
+  EXPECT_FALSE(info.IsCurrent());
+  ASSERT_EQ(info.Load(), 0);
+  std::filesystem::remove(path_);
+  EXPECT_FALSE(info.IsCurrent());
+  EXPECT_EQ(info.Load(), 28);
+  EXPECT_EQ(summary(info, 28), "28 0 0 0 0 |||") << "nothing is left of the last load";
+}
+
+TEST_F(ArchiveInfoTest, OneFromTheCacheTrustsTheTickOnceAndThenTheFile) {
+  support::writeFile(path_, archiveWithBlock("", ""));
+  const auto time = std::filesystem::last_write_time(path_);
+  std::filesystem::last_write_time(path_, time - time.time_since_epoch() % std::chrono::seconds(2));
+  TVArchiveInfo52 info(VPathString(path_), "", "", "", "", fileTime(path_), 0, 0, 0, 0);
+  EXPECT_TRUE(info.IsCurrent());
+  std::filesystem::last_write_time(
+      path_, std::filesystem::last_write_time(path_) + std::chrono::milliseconds(500));
+  EXPECT_FALSE(info.IsCurrent()) << "the same tick, but no longer the same file";
+  TVArchiveInfo52 older(VPathString(path_), "", "", "", "", fileTime(path_) - 1, 0, 0, 0, 0);
+  EXPECT_FALSE(older.IsCurrent());
+}
+
+TEST_F(ArchiveInfoTest, SummaryWithoutACache) {
+  support::writeFile(path_, support::archiveBytes({.revisions = 3,
+                                                   .lockers = {"ann", "bob"},
+                                                   .access = "team",
+                                                   .description = "text",
+                                                   .attributes = 4}));
+  ArchiveSummary got;
+  EXPECT_EQ(ReadArchiveInfo(VPathString(directory_ / "missing"), &got), 28);
+  EXPECT_EQ(got.revisionCount, 0);
+  EXPECT_EQ(ReadArchiveInfo(VPathString(path_), &got), 0);
+  EXPECT_EQ(got.description, VString("text"));
+  EXPECT_EQ(got.accessList, VString("team"));
+  EXPECT_EQ(got.lockers, VString("ann,bob"));
+  EXPECT_EQ(got.attributes, kArchiveExclusiveLocks);
+  EXPECT_EQ(got.revisionCount, 3);
+  EXPECT_EQ(got.lockCount, 2);
+  EXPECT_EQ(static_cast<int32_t>(got.creationTime), support::clientTime({}));
+}
+
+TEST(ArchiveInfoFuzz, SurvivesDamagedTails) {
+  const std::string seeds[] = {
+      support::archiveBytes({.revisions = 2, .lockers = {"ann", "bob"}, .access = "a,b"}),
+      support::archiveBytes({.description = std::string(1500, 'd'), .contents = 30}),
+      archiveWithBlock("", archiveRecord('I', std::string(40000, 'd'))),
+  };
+  for (unsigned seed = 0; seed < 15000; ++seed) {
+    SCOPED_TRACE(seed);
+    fuzz::checkArchiveInfo(fuzz::damaged(seeds[seed % std::size(seeds)], seed));
+  }
+}
+
+}  // namespace
+}  // namespace foldapi
