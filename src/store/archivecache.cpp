@@ -1,0 +1,94 @@
+// store/archivecache.cpp: the ".ack" file of a project.
+//
+// Its text is an archive of one object, the queue: a count, then the summaries from the oldest to
+// the newest, each an object of its own.
+#include "store/archivecache.h"
+
+#include <memory>
+#include <new>
+#include <string>
+#include <utility>
+
+#include "runtime/bytefile.h"
+#include "runtime/paths.h"
+
+namespace foldapi {
+
+TVArchiveCache::TVArchiveCache(VPathString path, int capacity)
+    : queue_(capacity), path_(std::move(path)) {}
+
+TVArchiveCache::~TVArchiveCache() { clear(); }
+
+bool TVArchiveCache::readFileText(std::string* text) const {
+  return !path_.isEmpty() && readFile(path_.view(), text) == FileResult::kOk;
+}
+
+int32_t TVArchiveCache::readVersion() {
+  version_ = 0;
+  std::string text;
+  if (readFileText(&text)) VArchiver(text).getNumber(&version_);
+  return version_;
+}
+
+bool TVArchiveCache::load(bool keep) {
+  if (!keep) clear();
+  std::string text;
+  if (!readFileText(&text)) return false;
+  VArchiver archive(text);
+  if (!archive.getNumber(&version_) || !readQueue(archive)) clear();
+  return true;
+}
+
+void TVArchiveCache::loadIfCurrent() {
+  clear();
+  version_ = 0;
+  std::string text;
+  if (readFileText(&text)) {
+    VArchiver archive(text);
+    if (archive.getNumber(&version_) && version_ == kVersion && !readQueue(archive)) clear();
+  }
+  version_ = kVersion;
+}
+
+bool TVArchiveCache::readQueue(VArchiver& archive) {
+  int32_t count = 0;
+  if (!archive.getHead(TVQueuedHash::theClass) || !archive.getNumber(&count) || count < 0) {
+    return false;
+  }
+  for (; count != 0; --count) {
+    auto info = std::make_unique<TVArchiveInfo52>();
+    if (!archive.getHead(TVArchiveInfo52::theClass) || !info->getFrom(archive)) return false;
+    if (add(info.get()) != nullptr) info.release();
+  }
+  return true;
+}
+
+bool TVArchiveCache::save() {
+  if (path_.isEmpty()) return false;
+  if (queue_.isEmpty()) {
+    removeFile(path_.view());
+    return true;
+  }
+  VArchiver archive;
+  archive.putNumber(version_);
+  archive.putHead(TVQueuedHash::theClass);
+  archive.putNumber(queue_.size());
+  TVIterator walk(queue_);
+  while (VObject* const value = walk.next()) {
+    archive.putHead(TVArchiveInfo52::theClass);
+    static_cast<TVArchiveInfo52*>(value)->putTo(archive);
+  }
+  if (makeDirectories(path_.view()) == 0) replaceFile(path_.view(), archive.text());
+  return true;
+}
+
+TVArchiveInfo52* TVArchiveCache::find(std::string_view archivePath) {
+  const TVArchiveKey key(archivePath);
+  return static_cast<TVArchiveInfo52*>(queue_.find(&key));
+}
+
+TVArchiveInfo52* TVArchiveCache::add(TVArchiveInfo52* info) {
+  return static_cast<TVArchiveInfo52*>(queue_.add(info));
+}
+
+}  // namespace foldapi

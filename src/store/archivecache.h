@@ -1,0 +1,67 @@
+// store/archivecache.h: TVArchiveCache, the summaries of a project's archives between runs.
+//
+// A bounded map from archive path to summary that forgets what was not found for the longest time.
+// Each project has one while its children are in memory; it is read from the ".ack" file in the
+// project's private directory and written there when the project goes. It is only an accelerator: a
+// missing, damaged or outdated file changes nothing but speed.
+//
+// The file knows the time of an archive in two-second ticks only. So a summary that was read from
+// it is trusted if the tick is the same, and nothing else is compared.
+#pragma once
+
+#include <cstdint>
+#include <string_view>
+
+#include "base/varchiver.h"
+#include "base/vpathstring.h"
+#include "core/queuedhash.h"
+#include "toolkit/archiveinfo.h"
+
+namespace foldapi {
+
+class TVArchiveCache {
+ public:
+  static constexpr int32_t kVersion = 14;
+
+  // Holds at most `capacity` summaries. An empty `path` makes a cache without a file.
+  TVArchiveCache(VPathString path, int capacity);
+  TVArchiveCache(const TVArchiveCache&) = delete;
+  TVArchiveCache& operator=(const TVArchiveCache&) = delete;
+  virtual ~TVArchiveCache();
+
+  // The version that the file has, 0 without a file that says so. It becomes the cache's.
+  int32_t readVersion();
+  // Adds what the file holds, whatever its version; empties the cache first unless `keep`. True if
+  // there was a file. The first error in the file leaves an empty cache.
+  bool load(bool keep);
+  // load() for a file of the present version. Any other leaves an empty cache, which replaces the
+  // file when it is saved.
+  void loadIfCurrent();
+  // Writes the file, or removes it if the cache is empty. True if there is a path: a failed write
+  // is not reported.
+  bool save();
+
+  // Destroys all summaries.
+  void clear() { queue_.clearAndDelete(); }
+
+  // The summary of the archive at `archivePath`, which becomes the newest, or null.
+  TVArchiveInfo52* find(std::string_view archivePath);
+  // Takes the summary over and destroys the oldest that don't fit. Null if there is one for that
+  // path: the caller keeps `info` then.
+  TVArchiveInfo52* add(TVArchiveInfo52* info);
+
+  int32_t version() const { return version_; }
+  void setVersion(int32_t version) { version_ = version; }
+  const VPathString& path() const { return path_; }
+  int size() const { return queue_.size(); }
+
+ private:
+  bool readFileText(std::string* text) const;
+  bool readQueue(VArchiver& archive);
+
+  int32_t version_ = kVersion;
+  TVQueuedHash queue_;
+  VPathString path_;
+};
+
+}  // namespace foldapi

@@ -1,0 +1,170 @@
+// The archive cache and the exact bytes of its file.
+#include "store/archivecache.h"
+
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <string>
+#include <vector>
+
+#include "../../fuzz/check_ack.h"
+#include "support/files.h"
+
+namespace foldapi {
+namespace {
+
+using namespace std::string_literals;
+
+// Two summaries: one with every field, and the high half of 32 bits in use; one with none.
+const std::string kTwoEntries =
+    "14\r\n"
+    "AcTVQueuedHash\r\no2\r\n"
+    "AcTVArchiveInfo52\r\no"
+    "530000001\r\n-2\r\n4\r\n7\r\n2\r\n"
+    "2\r\nac\0"
+    "5\r\nde\r\ns\0"
+    "6\r\nV:\\a_v\0"
+    "7\r\nann,bob\0"
+    "1\r\nh\0"
+    "AC1\r\no"
+    "0\r\n0\r\n0\r\n0\r\n0\r\n"
+    "0\r\n0\r\n3\r\nb_v\0"
+    "0\r\n0\r\n"s;
+
+class ArchiveCacheTest : public testing::Test {
+ protected:
+  static TVArchiveInfo52* add(TVArchiveCache& cache, const char* path) {
+    auto* info = new TVArchiveInfo52(VPathString(path));
+    if (cache.add(info) == nullptr) delete info;
+    return info;
+  }
+
+  support::TemporaryDirectory directory_;
+  const std::string path_ = directory_ / "priv/x.prj/x.ack";
+};
+
+TEST_F(ArchiveCacheTest, SavesExactBytesAndReadsThemBack) {
+  TVArchiveCache cache(VPathString(path_), 10);
+  EXPECT_EQ(cache.add(new TVArchiveInfo52("V:\\a_v", "ac", "de\r\ns", "ann,bob", "h", 530000001,
+                                          0xfffffffe, 4, 7, 2)) != nullptr,
+            true);
+  add(cache, "b_v");
+  EXPECT_TRUE(cache.save());
+  EXPECT_EQ(support::escaped(support::readFile(path_)), support::escaped(kTwoEntries));
+
+  TVArchiveCache other(VPathString(path_), 10);
+  EXPECT_EQ(other.readVersion(), 14);
+  EXPECT_EQ(other.size(), 0);
+  EXPECT_TRUE(other.load(false));
+  const TVArchiveInfo52* info = other.find("V:\\a_v");
+  ASSERT_NE(info, nullptr);
+  EXPECT_EQ(info->creationTime(), 0xfffffffe);
+  EXPECT_EQ(info->description(), VString("de\r\ns"));
+  EXPECT_EQ(info->headerText(), VString("h"));
+  EXPECT_EQ(other.find("v:\\a_v"), nullptr) << "the key is the exact text";
+}
+
+TEST_F(ArchiveCacheTest, ForgetsWhatWasNotFoundForTheLongestTime) {
+  TVArchiveCache cache(VPathString(path_), 3);
+  for (const char* path : {"a", "b", "c"}) add(cache, path);
+  EXPECT_NE(cache.find("a"), nullptr);
+  add(cache, "d");
+  EXPECT_EQ(cache.find("b"), nullptr);
+  EXPECT_TRUE(cache.save());
+  TVArchiveCache smaller(VPathString(path_), 2);
+  EXPECT_TRUE(smaller.load(false));
+  EXPECT_EQ(smaller.find("c"), nullptr) << "the file begins with the oldest";
+  EXPECT_NE(smaller.find("a"), nullptr);
+  EXPECT_NE(smaller.find("d"), nullptr);
+  TVArchiveInfo52 twin{VPathString("a")};
+  EXPECT_EQ(smaller.add(&twin), nullptr) << "an equal one is refused";
+}
+
+TEST_F(ArchiveCacheTest, AnEmptyCacheHasNoFile) {
+  support::writeFile(path_, kTwoEntries);
+  TVArchiveCache cache(VPathString(path_), 10);
+  EXPECT_TRUE(cache.save());
+  EXPECT_FALSE(std::filesystem::exists(path_));
+  EXPECT_FALSE(cache.load(false));
+  EXPECT_EQ(cache.readVersion(), 0);
+  TVArchiveCache nowhere(VPathString(), 10);
+  add(nowhere, "a");
+  EXPECT_FALSE(nowhere.save());
+  EXPECT_FALSE(nowhere.load(false));
+}
+
+TEST_F(ArchiveCacheTest, AnotherVersionIsDroppedAndReplaced) {
+  support::writeFile(path_, "13" + kTwoEntries.substr(2));
+  TVArchiveCache cache(VPathString(path_), 10);
+  cache.loadIfCurrent();
+  EXPECT_EQ(cache.size(), 0);
+  add(cache, "new");
+  EXPECT_TRUE(cache.save());
+  TVArchiveCache other(VPathString(path_), 10);
+  other.loadIfCurrent();
+  EXPECT_EQ(other.size(), 1);
+  EXPECT_TRUE(other.load(true)) << "keeps what is there";
+  EXPECT_EQ(other.size(), 1);
+}
+
+TEST_F(ArchiveCacheTest, ADamagedFileGivesAnEmptyCache) {
+  const auto replaced = [](const std::string& from, const std::string& to) {
+    std::string text = kTwoEntries;
+    return text.replace(text.rfind(from), from.size(), to);
+  };
+  struct Case {
+    const char* why;
+    std::string bytes;
+  };
+  const Case cases[] = {
+      {"no content", ""},
+      {"cut in the middle", kTwoEntries.substr(0, 120)},
+      {"cut by one byte", kTwoEntries.substr(0, kTwoEntries.size() - 1)},
+      {"more entries than there are", replaced("o2\r\n", "o3\r\n")},
+      {"as many as a number holds", replaced("o2\r\n", "o2147483647\r\n")},
+      {"a count below 0", replaced("o2\r\n", "o-1\r\n")},
+      {"a number too large for 32 bits", replaced("530000001", "5300000010")},
+      {"a number that is none", replaced("530000001", "53000000x")},
+      {"line feed alone behind a number", replaced("530000001\r\n", "530000001\n")},
+      {"another class", replaced("TVArchiveInfo52", "TVArchiveInfo53")},
+      {"an entry of the queue's class", replaced("AC1", "AC0")},
+      {"a class that was not named", replaced("AC1", "AC2")},
+      {"a class index below 0", replaced("AC1", "AC-1")},
+      {"a shared object met again", replaced("AC1\r\no", "O1\r\n")},
+      {"a text beyond the end", replaced("3\r\nb_v", "300\r\nb_v")},
+      {"a text of length below 0", replaced("3\r\nb_v", "-3\r\nb_v")},
+      {"a text without its NUL", replaced("b_v\0"s, "b_vx")},
+      {"a text with another NUL", replaced("b_v\0"s, "b\0v\0"s)},
+  };
+  for (const Case& c : cases) {
+    SCOPED_TRACE(c.why);
+    support::writeFile(path_, c.bytes);
+    TVArchiveCache cache(VPathString(path_), 10);
+    add(cache, "there before");
+    EXPECT_TRUE(cache.load(true));
+    EXPECT_EQ(cache.size(), 0);
+    cache.loadIfCurrent();
+    EXPECT_EQ(cache.size(), 0);
+  }
+  support::writeFile(path_, replaced("-2\r\n", "4294967294\r\n"));
+  TVArchiveCache cache(VPathString(path_), 10);
+  cache.loadIfCurrent();
+  ASSERT_NE(cache.find("V:\\a_v"), nullptr) << "a number without a sign is as good";
+  EXPECT_EQ(cache.find("V:\\a_v")->creationTime(), 0xfffffffe);
+}
+
+TEST(ArchiveCacheFuzz, SurvivesDamagedFiles) {
+  std::string many = "14\r\nAcTVQueuedHash\r\no8\r\n";
+  for (int i = 0; i < 8; ++i) {
+    many += (i == 0 ? "AcTVArchiveInfo52" : "AC1") +
+            "\r\no1\r\n2\r\n3\r\n4\r\n5\r\n0\r\n0\r\n1\r\n"s + static_cast<char>('a' + i) +
+            "\0000\r\n0\r\n"s;
+  }
+  for (unsigned seed = 0; seed < 15000; ++seed) {
+    SCOPED_TRACE(seed);
+    fuzz::checkAck(fuzz::damaged(seed % 2 == 0 ? kTwoEntries : many, seed));
+  }
+}
+
+}  // namespace
+}  // namespace foldapi
