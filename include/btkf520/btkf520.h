@@ -41,8 +41,8 @@ TRVS_EXPORT int32_t TrvsOEMEnable(void);
 /* A function of the client that the toolkit calls, on the thread and during the run of one of the
  * functions below. It has one of the types that follow, by its id, and is cast to this one to be
  * registered (by way of void (*)(void), if the compiler warns). The texts that it is given are good
- * until it returns. It may query items and groups, and sees the configuration as it was before the
- * load that it interrupts.
+ * until it returns. It may query items and groups, but load nothing; it sees the configuration that
+ * the load which it interrupts adds to.
  *
  * Results, unless told otherwise: 0 to go on, 2 to refuse. */
 typedef int32_t (*TrvsCallback)(void);

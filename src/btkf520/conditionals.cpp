@@ -19,13 +19,13 @@ bool Conditionals::open(std::optional<bool> condition, Opening opening) {
 bool Conditionals::elseif(std::optional<bool> condition) {
   if (open_.empty()) return false;
   Construct& construct = open_.back();
-  construct.reading = construct.outerReading && !construct.settled && !construct.elseSeen &&
-                      condition.value_or(false);
+  construct.reading = construct.outerReading && !construct.settled && condition.value_or(false);
   construct.settled = construct.settled || condition.value_or(true);
   return !construct.elseSeen;
 }
 
 bool Conditionals::otherwise() {
+  // Settles the construct too, so that whatever stands behind ELSE is skipped.
   const bool first = !open_.empty() && !open_.back().elseSeen;
   elseif(true);
   if (!open_.empty()) open_.back().elseSeen = true;

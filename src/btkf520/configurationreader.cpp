@@ -77,8 +77,9 @@ void ConfigurationReader::readText(const std::string& path, const FileText& file
   std::string_view rest = file.text;
   if (rest.starts_with(kByteOrderMark)) rest.remove_prefix(kByteOrderMark.size());
   while (!rest.empty() && state_ == State::kReading) {
-    const std::string_view line = rest.substr(0, rest.find('\n'));
+    std::string_view line = rest.substr(0, rest.find('\n'));
     rest.remove_prefix(std::min(line.size() + 1, rest.size()));
+    if (line.ends_with('\r')) line.remove_suffix(1);
     open_.back().line = line;
     ++open_.back().number;
     const Status status = takeLine();
@@ -190,7 +191,6 @@ void ConfigurationReader::checkPromotion(const std::string& path, const Promotio
 
 void ConfigurationReader::report(Status code, std::string_view line, const std::string& path,
                                  int number) {
-  while (line.ends_with('\r')) line.remove_suffix(1);
   const bool goOn = host_->report({code, std::string(line.substr(0, kReportedLine)), path, number});
   if (!goOn) {
     state_ = State::kCancelled;

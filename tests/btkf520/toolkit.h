@@ -1,0 +1,97 @@
+// btkf520/toolkit.h: the toolkit as a client sees it, for tests: one load after another, every
+// report kept, nothing left over from the test before.
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include <cstdint>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "btkf520/btkf520.h"
+#include "support/files.h"
+
+namespace btkf520_test {
+
+inline TrvsCallback asCallback(TrvsBadDirectiveCallback callback) {
+  return reinterpret_cast<TrvsCallback>(reinterpret_cast<void (*)()>(callback));
+}
+
+class Toolkit : public testing::Test {
+ protected:
+  struct Report {
+    int32_t code;
+    std::string line;
+    std::string file;
+    int32_t number;
+  };
+
+  void SetUp() override {
+    reports.clear();
+    answer = 0;
+    TrvsRegisterPathResolver(nullptr);
+    TrvsRegisterCallback(19, asCallback(take));
+    ASSERT_EQ(load("", TRVS_READ_FIRST), 0);
+  }
+  void TearDown() override {
+    TrvsRegisterPathResolver(nullptr);
+    TrvsRegisterCallback(19, nullptr);
+  }
+
+  // Writes `text` to the file that every load reads, and reads it.
+  int32_t load(std::string_view text, int32_t mode = TRVS_READ_FIRST) {
+    write("project.cfg", text);
+    return TrvsQueryConfiguration((directory_ / "project.cfg").c_str(), 0, 0, mode);
+  }
+  void write(std::string_view name, std::string_view text) {
+    support::writeFile(directory_ / name, text);
+  }
+  std::string path(std::string_view name) const { return directory_ / name; }
+
+  // The item as a client gets it by growing its buffer; names with the NUL behind each.
+  static std::string item(int32_t number) {
+    std::string buffer(257, '?');
+    int32_t status;
+    while ((status = TrvsQueryConfigurationItem(number, buffer.data(),
+                                                static_cast<int32_t>(buffer.size()))) == 8) {
+      buffer.append(256, '?');
+    }
+    EXPECT_EQ(status, 0);
+    if (number != TRVS_ITEM_PROMOTION_GROUPS) return buffer.c_str();
+    size_t end = 0;
+    while (buffer.at(end) != '\0') end = buffer.find('\0', end) + 1;
+    return buffer.substr(0, end);
+  }
+  static std::string directories() { return item(TRVS_ITEM_ARCHIVE_DIRECTORIES); }
+
+  static int kindOf(const char* group) {
+    int16_t kind = 0;
+    EXPECT_EQ(TrvsVerifyPromoTreeNodeExist(group, &kind), 0);
+    return kind;
+  }
+
+  // "4@1 62@7": code and line of each report so far, which are forgotten.
+  static std::string told() {
+    std::string result;
+    for (const Report& report : reports) {
+      if (!result.empty()) result += ' ';
+      result += std::to_string(report.code) + "@" + std::to_string(report.number);
+    }
+    reports.clear();
+    return result;
+  }
+
+  static inline std::vector<Report> reports;
+  static inline int32_t answer = 0;  // What callback 19 gives.
+
+ private:
+  static int32_t take(int32_t code, const char* line, const char* file, int32_t number) {
+    reports.push_back({code, line, file, number});
+    return answer;
+  }
+
+  support::TemporaryDirectory directory_;
+};
+
+}  // namespace btkf520_test
