@@ -3,35 +3,15 @@
 
 namespace foldapi {
 
-namespace {
-
-// Keeps an object in use for the length of a block.
-class UseScope {
- public:
-  UseScope(TVObject* object, TVHandle& context) : object_(object) {
-    if (object_ != nullptr) object_->beginUse(context);
-  }
-  UseScope(const UseScope&) = delete;
-  UseScope& operator=(const UseScope&) = delete;
-  ~UseScope() {
-    if (object_ != nullptr) object_->endUse();
-  }
-
- private:
-  TVObject* object_;
-};
-
-}  // namespace
-
 TVHandle createObject(const TVCreateRequest& request, const TVMakeObject& make) {
   TVHandle parent(request.parent);
   TVObject* owner = parent.object();
   const int version = request.version != 0 ? request.version : parent.version();
   TVFolderOptions* options = TVFolderOptions::lookup(request.record, version);
   if (options == nullptr || !options->isAllowedUnder(parent)) return TVHandle();
-  UseScope use(owner, parent);
+  TVUseScope use(owner, parent);
   TVScopedEdit edit(request.scope, parent);
-  if (!edit.taken()) return TVHandle();
+  if (!edit.taken() || (owner != nullptr && owner->isDeleted())) return TVHandle();
 
   TVHandle result(request.sink != nullptr ? request.sink : &parent.sink(), nullptr);
   TVObject* fresh = make(*options, result, owner, request.mode != 1);

@@ -82,22 +82,22 @@ class BusyScope {
 int TVHandle::open() {
   if (object_ == nullptr) return -1;
   if (childList_ == nullptr) buildChildList();
-  return childList_->open();
+  return childList_ == nullptr ? -1 : childList_->open();
 }
 
+// Reading may find that the object itself is gone from the database; there is nothing to show then.
 void TVHandle::buildChildList() {
-  BusyScope busy(*object_);
-  object_->beginUse(*this);
-  try {
-    auto list = std::make_unique<TVChildList>(this, object_->isSortable());
-    const std::vector<TVObject*> children = object_->childrenInOrder();
-    list->reserve(children.size());
-    for (TVObject* child : children) list->add(*sink_, child);
-    childList_ = std::move(list);
-  } catch (...) {
-    object_->endUse();
-    throw;
-  }
+  TVObject* object = object_;
+  TVReferenceHold hold(object);
+  BusyScope busy(*object);
+  TVUseScope use(object, *this);
+  if (object_ == nullptr) return;
+  auto list = std::make_unique<TVChildList>(this, object->isSortable());
+  const std::vector<TVObject*> children = object->childrenInOrder();
+  list->reserve(children.size());
+  for (TVObject* child : children) list->add(*sink_, child);
+  childList_ = std::move(list);
+  use.keep();
 }
 
 int TVHandle::close(std::unique_ptr<TVChildList>* parked) {

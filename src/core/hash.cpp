@@ -243,10 +243,10 @@ int TVHash::resize(int bucketCount) {
   if (chains_ != nullptr) {
     chains_->forEach([&](const ChainEntry& entry) { entries.push_back(entry); });
   }
-  chains_.reset();
   endIterators();
   bucketCount_ = std::max(1, bucketCount);
   statistics_ = {};
+  chains_ = entries.empty() ? nullptr : std::make_unique<ChainStore>(bucketCount_, entries.size());
   for (auto entry = entries.rbegin(); entry != entries.rend(); ++entry) {
     checkGrow();
     if (!enter(*entry)) left(entry->value);  // Two values have become equal since they came.

@@ -7,7 +7,9 @@
 
 namespace foldapi {
 
-ChainStore::ChainStore(int32_t bucketCount) : bucketCount_(bucketCount) {}
+ChainStore::ChainStore(int32_t bucketCount, size_t expected) : bucketCount_(bucketCount) {
+  if (expected > kSmallLimit) large_ = std::make_unique<LargeChains>(bucketCount, expected);
+}
 
 ChainStore::~ChainStore() = default;
 
@@ -52,7 +54,7 @@ void ChainStore::append(int32_t bucket, const ChainEntry& entry) {
 
 // Ordinals stay: each chain goes over from its start.
 void ChainStore::enlarge() {
-  large_ = std::make_unique<LargeChains>(bucketCount_);
+  large_ = std::make_unique<LargeChains>(bucketCount_, 2 * kSmallLimit);
   for (const ChainEntry& entry : row_) large_->append(bucketOf(entry), entry);
   row_ = {};
 }

@@ -56,7 +56,8 @@ class ChainStore {
  public:
   static constexpr size_t kSmallLimit = 16;
 
-  explicit ChainStore(int32_t bucketCount);
+  // Has room for `expected` entries, if that is more than a few.
+  explicit ChainStore(int32_t bucketCount, size_t expected = 0);
   ~ChainStore();
   ChainStore(const ChainStore&) = delete;
   ChainStore& operator=(const ChainStore&) = delete;

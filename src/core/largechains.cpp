@@ -10,6 +10,11 @@ namespace foldapi {
 // TagIndex
 // -----------------------------------------------------------------------------------------
 
+TagIndex::TagIndex(size_t expected) {
+  while (4 * expected > 3 * (size_t{1} << bits_)) ++bits_;
+  slots_.resize(size_t{1} << bits_);
+}
+
 void TagIndex::insert(const Slot& slot) {
   if (4 * (count_ + 1) > 3 * slots_.size()) grow();
   place(slot);

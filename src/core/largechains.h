@@ -29,7 +29,7 @@ class TagIndex {
     uint32_t ordinal = 0;
   };
 
-  TagIndex() : slots_(size_t{1} << bits_) {}
+  explicit TagIndex(size_t expected);
 
   // Slots with a tag stand in a run from home(tag) to the first free one, among others.
   size_t home(uint32_t tag) const { return tag >> (32 - bits_); }
@@ -118,7 +118,7 @@ class BucketPages {
 // nothing is pinned.
 class LargeChains {
  public:
-  explicit LargeChains(int32_t bucketCount) : buckets_(bucketCount) {}
+  LargeChains(int32_t bucketCount, size_t expected) : buckets_(bucketCount), index_(expected) {}
 
   int size() const { return static_cast<int>(index_.size()); }
   ChainPlace locate(const ChainKey& key) const;

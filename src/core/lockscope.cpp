@@ -3,33 +3,49 @@
 
 namespace foldapi {
 
-TVLockScope::TVLockScope(const TVHandle& handle, VBool take) {
-  if (!take || handle.isNull()) return;
-  TVHandle context(handle);
-  if (context.object()->beginEdit(context)) held_ = context;
-}
+namespace {
 
 // An edit that ends out of memory has given its storage up by then, with the old files in place.
-TVLockScope::~TVLockScope() {
+void endEditQuietly(TVObject* object, TVHandle& context) {
   try {
-    if (!held_.isNull()) held_.object()->endEdit(held_);
+    object->endEdit(context);
   } catch (...) {
   }
+}
+
+}  // namespace
+
+TVLockScope::TVLockScope(const TVHandle& handle, VBool take) : context_(handle) {
+  if (!take || handle.isNull()) return;
+  TVReferenceHold hold(handle.object());
+  TVObject* object = handle.object();
+  if (!object->beginEdit(context_)) return;
+  object->addReference(1);
+  object_ = object;
+}
+
+TVLockScope::~TVLockScope() {
+  if (object_ == nullptr) return;
+  endEditQuietly(object_, context_);
+  object_->releaseReference(1);
+}
+
+TVScopedEdit::TVScopedEdit(const TVLockScope& scope, const TVHandle& handle)
+    : context_(handle), object_(handle.object()), hold_(object_) {
+  own_ = object_ != nullptr && !scope.holds(handle);
+  taken_ = !own_ || object_->beginEdit(context_);
 }
 
 TVScopedEdit::~TVScopedEdit() {
-  try {
-    if (taken_) scope_.unlock(handle_);
-  } catch (...) {
-  }
+  if (own_ && taken_) endEditQuietly(object_, context_);
 }
 
 VBool TVLockScope::holds(const TVHandle& handle) const {
-  return !held_.isNull() && held_.object() == handle.object();
+  return object_ != nullptr && object_ == handle.object();
 }
 
 VBool TVLockScope::holdsOwner(const TVHandle& handle) const {
-  return !held_.isNull() && !handle.isNull() && held_.object() == handle.object()->owner();
+  return object_ != nullptr && !handle.isNull() && object_ == handle.object()->owner();
 }
 
 VBool TVLockScope::lock(TVHandle& handle) const {

@@ -27,24 +27,28 @@ class TVLockScope {
   VBool unlockOwner(TVHandle& handle) const;
 
  private:
-  TVHandle held_;
+  TVObject* object_ = nullptr;  // Held by a reference, and edited.
+  TVHandle context_;
 };
 
-// Takes an edit of a handle's object under a caller's scope for the length of a block.
+// Takes an edit of a handle's object under a caller's scope for the length of a block. The object is
+// held: it may be destroyed meanwhile, and its storage must be given up all the same.
 class TVScopedEdit {
  public:
-  TVScopedEdit(const TVLockScope& scope, const TVHandle& handle)
-      : scope_(scope), handle_(handle), taken_(scope.lock(handle_)) {}
+  TVScopedEdit(const TVLockScope& scope, const TVHandle& handle);
   TVScopedEdit(const TVScopedEdit&) = delete;
   TVScopedEdit& operator=(const TVScopedEdit&) = delete;
   ~TVScopedEdit();
 
+  // Whether the caller may go on. Also true for a handle without an object.
   bool taken() const { return taken_; }
 
  private:
-  const TVLockScope& scope_;
-  TVHandle handle_;
-  VBool taken_;
+  TVHandle context_;
+  TVObject* object_;
+  TVReferenceHold hold_;
+  bool own_;  // The edit is this block's own.
+  bool taken_;
 };
 
 // Passed where an operation takes a scope and the caller holds nothing.

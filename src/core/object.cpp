@@ -48,6 +48,11 @@ int32_t TVObject::hash() const {
   return hashValue_;
 }
 
+uint64_t TVObject::fingerprint() const {
+  if (fingerprint_ == 0) fingerprint_ = computeFingerprint() | 1;
+  return fingerprint_;
+}
+
 // What an object without storage answers -----------------------------------------------------------
 
 TVStorageLock* TVObject::lockStorage(TVHandle&) { return TVStorageLock::none(); }
@@ -279,6 +284,7 @@ void TVObject::leaveOwnerTable() {
 void TVObject::keyChanged(bool inHash, uint64_t fingerprintBefore) {
   ++theKeyChanges;
   if (inHash) hashValue_ = kHashUnknown;
+  fingerprint_ = 0;
   if (transient_ || owner_ == nullptr) return;
   if (inHash) {
     owner_->children_.add(this);

@@ -48,10 +48,13 @@ class TVObject : public VObject {
   bool isEqual(const VObject* other) const override;
   // computeHash(), remembered. Never the value that stands for "not computed".
   int32_t hash() const final;
+  // computeFingerprint(), remembered: it must be good while the object is being destroyed.
+  uint64_t fingerprint() const final;
 
   // Virtual operations that format subclasses and domain classes refine. -------------------------
 
   virtual int32_t computeHash() const { return 0; }
+  virtual uint64_t computeFingerprint() const { return 1; }
   // Number of cached children.
   virtual int childCount() const { return children_.size(); }
   // Takes this object's storage for an update. Null on failure, which has been reported.
@@ -189,6 +192,7 @@ class TVObject : public VObject {
   bool transient_ : 1 = false;
   bool keepWrites_ : 1 = true;
   mutable int32_t hashValue_ = kHashUnknown;
+  mutable uint64_t fingerprint_ = 0;  // 0 until it is asked for.
   int useCount_ = 0;
   int refCount_ = 0;
   TVStorageLock* lockData_ = nullptr;
@@ -210,6 +214,27 @@ class TVReferenceHold {
   }
 
  private:
+  TVObject* object_;
+};
+
+// Keeps an object in use for the length of a block, or beyond it.
+class TVUseScope {
+ public:
+  // A null object is left alone.
+  TVUseScope(TVObject* object, TVHandle& context) : hold_(object), object_(object) {
+    if (object_ != nullptr) object_->beginUse(context);
+  }
+  TVUseScope(const TVUseScope&) = delete;
+  TVUseScope& operator=(const TVUseScope&) = delete;
+  ~TVUseScope() {
+    if (object_ != nullptr) object_->endUse();
+  }
+
+  // Leaves the use open: an endUse() elsewhere will end it.
+  void keep() { object_ = nullptr; }
+
+ private:
+  TVReferenceHold hold_;
   TVObject* object_;
 };
 

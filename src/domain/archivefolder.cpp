@@ -43,7 +43,7 @@ bool TVArchiveFolder::isEqual(const VObject* other) const {
   return folder->folderName_ == folderName_ && folder->isPrivate_ == isPrivate_;
 }
 
-uint64_t TVArchiveFolder::fingerprint() const {
+uint64_t TVArchiveFolder::computeFingerprint() const {
   return fingerprintText(folderName_.view(), isPrivate_ ? 3 : 2);
 }
 

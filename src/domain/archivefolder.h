@@ -21,7 +21,7 @@ class TVArchiveFolder : public TVObject {
   // Name and privacy are the identity.
   bool isEqual(const VObject* other) const override;
   int32_t computeHash() const override { return folderName_.hash(); }
-  uint64_t fingerprint() const override;
+  uint64_t computeFingerprint() const override;
 
   // Keys: 0 and 4 privacy first, 2 name first, 3 work directory first; any other type as 0.
   std::string_view sortKey(int* index, int sortType, std::string* scratch) const override;

@@ -66,7 +66,7 @@ int32_t TVArchiveMember::computeHash() const {
                               static_cast<uint32_t>(names_.archivePath.hash()));
 }
 
-uint64_t TVArchiveMember::fingerprint() const {
+uint64_t TVArchiveMember::computeFingerprint() const {
   uint64_t state = fingerprintText(names_.workName.view(), 4);
   state = fingerprintText(names_.workPath.view(), state);
   state = fingerprintText(names_.archiveName.view(), state);

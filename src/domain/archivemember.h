@@ -41,7 +41,7 @@ class TVArchiveMember : public TVObject {
   // All four names are the identity; only the archive's two go into the hash.
   bool isEqual(const VObject* other) const override;
   int32_t computeHash() const override;
-  uint64_t fingerprint() const override;
+  uint64_t computeFingerprint() const override;
 
   // Keys: 0 and 6 work path, 5 full work path, 7 work name, 8 archive path, 9 archive name first.
   std::string_view sortKey(int* index, int sortType, std::string* scratch) const override;

@@ -20,7 +20,7 @@ bool TVProjectRoot::isEqual(const VObject* other) const {
          static_cast<const TVProjectRoot*>(other)->publicDir_ == publicDir_;
 }
 
-uint64_t TVProjectRoot::fingerprint() const { return fingerprintText(publicDir_.view(), 1); }
+uint64_t TVProjectRoot::computeFingerprint() const { return fingerprintText(publicDir_.view(), 1); }
 
 void TVProjectRoot::setDirectories(VString publicDir, VString privateDir) {
   publicDir_ = std::move(publicDir);

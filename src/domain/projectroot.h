@@ -18,7 +18,7 @@ class TVProjectRoot : public TVObject {
   // The public directory is the identity; the private one takes no part.
   bool isEqual(const VObject* other) const override;
   int32_t computeHash() const override { return publicDir_.hash(); }
-  uint64_t fingerprint() const override;
+  uint64_t computeFingerprint() const override;
   TVProjectConfig rootConfig() const override { return config_; }
   virtual VBool rootHook() const { return false; }
 

@@ -16,7 +16,7 @@ bool TVPromotionFolder::isEqual(const VObject* other) const {
          static_cast<const TVPromotionFolder*>(other)->promotionName_ == promotionName_;
 }
 
-uint64_t TVPromotionFolder::fingerprint() const {
+uint64_t TVPromotionFolder::computeFingerprint() const {
   return fingerprintText(promotionName_.view(), 5);
 }
 

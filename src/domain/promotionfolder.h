@@ -16,7 +16,7 @@ class TVPromotionFolder : public TVObject {
   const VClassRecord* isA() const override { return &theClass; }
   bool isEqual(const VObject* other) const override;
   int32_t computeHash() const override { return promotionName_.hash(); }
-  uint64_t fingerprint() const override;
+  uint64_t computeFingerprint() const override;
   VString name(const TVOptionArray&) const override { return promotionName_; }
   int attribute(const TVOptionArray&) const override { return 13; }
 

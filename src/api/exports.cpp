@@ -1,0 +1,255 @@
+// api/exports.cpp: the exported functions, each one frame around one operation. foldapi.h tells what
+// they promise.
+#include "api/frames.h"
+#include "domain/archivefolder.h"
+#include "domain/archivemember.h"
+#include "domain/projectfolder.h"
+#include "domain/projectroot.h"
+#include "toolkit/configuration.h"
+
+namespace {
+
+using foldapi::theNoLock;
+using foldapi::TVArchiveFolderHandle;
+using foldapi::TVArchiveMemberHandle;
+using foldapi::TVProjectFolderHandle;
+using foldapi::TVProjectRootHandle;
+using foldapi::VPathString;
+using foldapi::VString;
+namespace api = foldapi::api;
+
+using Root = foldapi::TVProjectRoot;
+using Project = foldapi::TVProjectFolder;
+using Folder = foldapi::TVArchiveFolder;  // Projects are folders too.
+using Archive = foldapi::TVArchiveMember;
+
+// Sort types of archives, which are also what finds go by.
+constexpr int kByRow = 0;
+constexpr int kByName = 2;
+constexpr int kByQualWorkName = 6;
+constexpr int kByWorkName = 7;
+constexpr int kByQualArchiveName = 8;
+constexpr int kByArchiveName = 9;
+
+constexpr int kCached = 1;
+constexpr int kParentsVersion = 0;
+
+template <typename Query>
+const char* rootText(TVHandle* token, Query query) {
+  return api::text<Root, TVProjectRootHandle>(token, query);
+}
+template <typename Query>
+const char* projectText(TVHandle* token, Query query) {
+  return api::text<Project, TVProjectFolderHandle>(token, query);
+}
+template <typename Query>
+const char* archiveText(TVHandle* token, Query query) {
+  return api::text<Archive, TVArchiveMemberHandle>(token, query);
+}
+
+int32_t archiveCount(TVHandle* token, int (TVArchiveMemberHandle::*query)(int32_t*)) {
+  return api::guarded(0, [&] { return api::filled<Archive>(token, query); });
+}
+
+const char* archiveInfoText(TVHandle* token, int (TVArchiveMemberHandle::*query)(VString*)) {
+  return api::guarded("", [&] { return api::clientText(api::filled<Archive>(token, query)); });
+}
+
+int32_t archiveHasStatus(TVHandle* token, int32_t mask) {
+  return (GetArchiveStatus(token) & mask) != 0 ? 1 : 0;
+}
+
+}  // namespace
+
+// Root ---------------------------------------------------------------------------------------------
+
+const char* GetRootPublicDir(TVHandle* root) {
+  return rootText(root, [](auto& handle) { return handle.publicDir(); });
+}
+const char* GetRootPrivateDir(TVHandle* root) {
+  return rootText(root, [](auto& handle) { return handle.privateDir(); });
+}
+int32_t OpenProjectRoot(TVHandle* root) { return api::open<Root>(root); }
+int32_t CloseProjectRoot(TVHandle* root) { return api::close<Root>(root); }
+TVHandle* GetFirstProject(TVHandle* root) { return api::first<Root, Project>(root); }
+TVHandle* GetNextProject(TVHandle* root) { return api::next<Root, Project>(root); }
+TVHandle* FindProject(TVHandle* root, const char* name) {
+  return api::find<Root, Project>(root, name, kByRow);
+}
+
+// Projects -----------------------------------------------------------------------------------------
+
+void CreateProject(TVHandle* root, const char* name, const char* privateWorkDir,
+                   const char* publicWorkDir) {
+  api::guarded([&] {
+    TVProjectFolderHandle::create(name, foldapi::TVProjectConfig(), privateWorkDir, publicWorkDir,
+                                  api::resolve<Root>(root), theNoLock(), nullptr, kCached,
+                                  kParentsVersion);
+  });
+}
+
+const char* GetProjectName(TVHandle* project) {
+  return projectText(project, [](auto& handle) { return handle.folderName(); });
+}
+const char* GetProjectCfgFile(TVHandle* project) {
+  return projectText(project, [](auto& handle) { return handle.effectiveConfig().path; });
+}
+const char* GetProjectVCSDirs(TVHandle* project) {
+  return projectText(project, [](auto& handle) { return handle.effectiveConfig().archiveDirs; });
+}
+
+void SetProjectVCSDirs(TVHandle* project, const char* directories) {
+  api::guarded([&] {
+    TVProjectFolderHandle handle(api::resolve<Project>(project));
+    const VString dirs = directories;
+    if (handle.isNull() || !foldapi::isStorableText(handle, dirs.view())) return;
+    foldapi::TVProjectConfig config = handle.effectiveConfig();
+    foldapi::appendArchiveDirs(&config, dirs, handle);
+    handle.setConfig(config, theNoLock());
+    handle.effectiveConfig();
+  });
+}
+
+const char* GetProjectPublicDir(TVHandle* project) {
+  return projectText(project, [](auto& handle) { return handle.publicDir(); });
+}
+void SetProjectPublicDir(TVHandle* project, const char* directory) {
+  api::guarded([&] { TVProjectFolderHandle(api::resolve<Project>(project)).setPublicDir(directory); });
+}
+const char* GetProjectPrivateDir(TVHandle* project) {
+  return projectText(project, [](auto& handle) { return handle.privateDir(); });
+}
+void SetProjectPrivateDir(TVHandle* project, const char* directory) {
+  api::guarded([&] {
+    TVProjectFolderHandle handle(api::resolve<Project>(project));
+    handle.markDirty();
+    handle.setPrivateDir(directory);
+  });
+}
+
+int32_t OpenProject(TVHandle* project) { return api::open<Project>(project); }
+int32_t CloseProject(TVHandle* project) { return api::close<Project>(project); }
+void DestroyProject(TVHandle* project) { api::destroy<Project>(project); }
+
+// Folders ------------------------------------------------------------------------------------------
+
+TVHandle* GetFirstFolder(TVHandle* project) { return api::first<Folder, Folder>(project); }
+TVHandle* GetNextFolder(TVHandle* project) { return api::next<Folder, Folder>(project); }
+TVHandle* FindFolder(TVHandle* project, const char* name) {
+  return api::find<Folder, Folder>(project, name, kByName);
+}
+const char* GetFolderName(TVHandle* folder) {
+  return api::text<Folder, TVArchiveFolderHandle>(folder,
+                                                  [](auto& handle) { return handle.folderName(); });
+}
+int32_t OpenFolder(TVHandle* folder) { return api::open<Folder>(folder); }
+int32_t CloseFolder(TVHandle* folder) { return api::close<Folder>(folder); }
+void DestroyFolder(TVHandle* folder) { api::destroy<Folder>(folder); }
+
+// Archives: walks and finds ------------------------------------------------------------------------
+
+TVHandle* GetFirstArchive(TVHandle* parent) { return api::first<Folder, Archive>(parent); }
+TVHandle* GetNextArchive(TVHandle* parent) { return api::next<Folder, Archive>(parent); }
+TVHandle* GetFirstArchiveInFolder(TVHandle* parent) { return GetFirstArchive(parent); }
+TVHandle* GetNextArchiveInFolder(TVHandle* parent) { return GetNextArchive(parent); }
+
+void SetSortTypeWorkName(TVHandle* parent) { api::sort<Folder, Archive>(parent, kByWorkName); }
+void SetSortTypeQualWorkName(TVHandle* parent) {
+  api::sort<Folder, Archive>(parent, kByQualWorkName);
+}
+void SetSortTypeArchiveName(TVHandle* parent) {
+  api::sort<Folder, Archive>(parent, kByArchiveName);
+}
+
+TVHandle* FindArchiveByWorkName(TVHandle* parent, const char* name) {
+  return api::find<Folder, Archive>(parent, name, kByWorkName);
+}
+TVHandle* FindArchiveByQualWorkName(TVHandle* parent, const char* path) {
+  return api::find<Folder, Archive>(parent, path, kByQualWorkName);
+}
+TVHandle* FindArchiveByArchiveName(TVHandle* parent, const char* name) {
+  return api::find<Folder, Archive>(parent, name, kByArchiveName);
+}
+TVHandle* FindArchiveByQualArchiveName(TVHandle* parent, const char* path) {
+  return api::find<Folder, Archive>(parent, path, kByQualArchiveName);
+}
+TVHandle* FindArchiveInFolder(TVHandle* parent, const char* name) {
+  return FindArchiveByWorkName(parent, name);
+}
+
+// Archives: changes --------------------------------------------------------------------------------
+
+void AddExistingArchive(TVHandle* parent, const char* workfile, const char* archive) {
+  api::guarded([&] {
+    const VPathString workPath(workfile);
+    const VPathString archivePath(archive);
+    const foldapi::TVMemberNames names = {archivePath.directoryPart(), archivePath.fileNamePart(),
+                                          workPath.directoryPart(), workPath.fileNamePart()};
+    TVArchiveMemberHandle::create(names, api::resolve<Folder>(parent), theNoLock(), nullptr,
+                                  kCached, kParentsVersion);
+  });
+}
+
+int32_t OpenArchive(TVHandle* archive) { return api::open<Archive>(archive); }
+int32_t CloseArchive(TVHandle* archive) { return api::close<Archive>(archive); }
+void DestroyArchive(TVHandle* archive) { api::destroy<Archive>(archive); }
+
+// Archives: names ----------------------------------------------------------------------------------
+
+const char* GetArchiveName(TVHandle* archive) {
+  return archiveText(archive, [](auto& handle) { return handle.archiveName(); });
+}
+const char* GetQualArchiveName(TVHandle* archive) {
+  return archiveText(archive, [](auto& handle) { return handle.qualArchiveName(); });
+}
+const char* GetWorkfileName(TVHandle* archive) {
+  return archiveText(archive, [](auto& handle) { return handle.workName(); });
+}
+const char* GetQualWorkfileName(TVHandle* archive) {
+  return archiveText(archive, [](auto& handle) { return handle.qualWorkName(); });
+}
+const char* GetFullQualWorkfileName(TVHandle* archive) {
+  return archiveText(archive, [](auto& handle) { return handle.fullWorkName(); });
+}
+
+// Archives: what the archive file says -------------------------------------------------------------
+
+const char* GetArchiveDescription(TVHandle* archive) {
+  return archiveInfoText(archive, &TVArchiveMemberHandle::description);
+}
+const char* GetAccessList(TVHandle* archive) {
+  return archiveInfoText(archive, &TVArchiveMemberHandle::accessList);
+}
+const char* GetLockerList(TVHandle* archive) {
+  return archiveInfoText(archive, &TVArchiveMemberHandle::lockers);
+}
+
+int32_t GetCreationTime(TVHandle* archive) {
+  return api::guarded(-1, [&] {
+    uint32_t time = 0;
+    TVArchiveMemberHandle handle(api::resolve<Archive>(archive));
+    return handle.creationTime(&time) != 0 ? -1 : static_cast<int32_t>(time);
+  });
+}
+int32_t GetNumLocks(TVHandle* archive) {
+  return archiveCount(archive, &TVArchiveMemberHandle::lockCount);
+}
+int32_t GetNumRevisions(TVHandle* archive) {
+  return archiveCount(archive, &TVArchiveMemberHandle::revisionCount);
+}
+int32_t GetArchiveStatus(TVHandle* archive) {
+  return api::guarded(0, [&] {
+    return static_cast<int32_t>(api::filled<Archive>(archive, &TVArchiveMemberHandle::status));
+  });
+}
+
+int32_t ArchiveHasChildren(TVHandle* archive) {
+  return archiveHasStatus(archive, FOLDAPI_STATUS_HAS_CHILDREN);
+}
+int32_t ArchiveLockedByMe(TVHandle* archive) {
+  return archiveHasStatus(archive, FOLDAPI_STATUS_LOCKED_BY_ME);
+}
+// All lock tests ask for the same bit: that is what clients of this interface know.
+int32_t ArchiveLockedByOther(TVHandle* archive) { return ArchiveLockedByMe(archive); }
+int32_t ArchiveLockedExclusive(TVHandle* archive) { return ArchiveLockedByMe(archive); }
+int32_t ArchiveLockedMultiple(TVHandle* archive) { return ArchiveLockedByMe(archive); }

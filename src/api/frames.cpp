@@ -1,0 +1,23 @@
+// api/frames.cpp: what the frames keep between two calls.
+#include "api/frames.h"
+
+#include <array>
+#include <string>
+
+namespace foldapi::api {
+
+std::unique_ptr<TVChildList>& theParkedList() {
+  static auto* list = new std::unique_ptr<TVChildList>;
+  return *list;
+}
+
+const char* clientText(const VString& text) {
+  thread_local std::array<std::string, 16> ring;
+  thread_local size_t next = 0;
+  std::string& buffer = ring[next];
+  next = (next + 1) % ring.size();
+  buffer = text.str();
+  return buffer.c_str();
+}
+
+}  // namespace foldapi::api

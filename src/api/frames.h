@@ -1,0 +1,128 @@
+// api/frames.h: the few frames that every exported function is one of.
+//
+// A frame resolves the client's tokens, catches whatever is thrown and keeps alive what the client
+// may still use: the exported functions (exports.cpp) are one line each over these.
+#pragma once
+
+#include <memory>
+
+#include "core/childlist.h"
+#include "core/clienthandles.h"
+#include "core/handle.h"
+#include "core/lockscope.h"
+#include "foldapi/foldapi.h"
+
+namespace foldapi::api {
+
+// The child list that the last find on a closed parent left behind. It lives through the next call,
+// which may be handed the handle that was found.
+std::unique_ptr<TVChildList>& theParkedList();
+
+// A text in a ring of buffers of the calling thread.
+const char* clientText(const VString& text);
+
+// Runs a call for a client: whatever is thrown ends as `fallback`.
+template <typename Result, typename Call>
+Result guarded(Result fallback, Call call) {
+  try {
+    const std::unique_ptr<TVChildList> parked = std::move(theParkedList());
+    return call();
+  } catch (...) {
+    return fallback;
+  }
+}
+
+template <typename Call>
+void guarded(Call call) {
+  guarded(0, [&] {
+    call();
+    return 0;
+  });
+}
+
+// The handle behind a token, or one without an object if its object is none of `Class`.
+template <typename Class>
+foldapi::TVHandle& resolve(const ::TVHandle* token) {
+  foldapi::TVHandle* handle = clientHandle(token);
+  return handle == nullptr || handle->as<Class>() == nullptr ? theNullHandle() : *handle;
+}
+
+inline ::TVHandle* tokenOf(foldapi::TVHandle& handle) {
+  return static_cast<::TVHandle*>(clientToken(handle));
+}
+
+// Open and close.
+template <typename Class>
+int32_t open(const ::TVHandle* token) {
+  return guarded(-1, [&] { return resolve<Class>(token).open(); });
+}
+
+template <typename Class>
+int32_t close(const ::TVHandle* token) {
+  return guarded(-1, [&] { return resolve<Class>(token).close(); });
+}
+
+template <typename Class>
+void destroy(const ::TVHandle* token) {
+  guarded([&] { resolve<Class>(token).destroy(theNoLock()); });
+}
+
+// Walks: the first step takes an open count on the parent, and the end of the walk gives it back.
+template <typename Class, typename Child>
+::TVHandle* first(const ::TVHandle* token) {
+  return guarded<::TVHandle*>(nullptr, [&] {
+    foldapi::TVHandle& parent = resolve<Class>(token);
+    parent.open();
+    foldapi::TVHandle& child = parent.first(&Child::theClass);
+    if (child.isNull()) parent.close();
+    return tokenOf(child);
+  });
+}
+
+template <typename Class, typename Child>
+::TVHandle* next(const ::TVHandle* token) {
+  return guarded<::TVHandle*>(nullptr, [&] {
+    foldapi::TVHandle& parent = resolve<Class>(token);
+    foldapi::TVHandle& child = parent.next(&Child::theClass);
+    if (child.isNull()) parent.close();
+    return tokenOf(child);
+  });
+}
+
+// The parent is open during the find alone. Where that was its only count, the list goes, and the
+// result with it after the next call.
+template <typename Class, typename Child>
+::TVHandle* find(const ::TVHandle* token, const char* key, int sortType) {
+  return guarded<::TVHandle*>(nullptr, [&] {
+    foldapi::TVHandle& parent = resolve<Class>(token);
+    parent.open();
+    foldapi::TVHandle& child = parent.find(key, false, &Child::theClass, sortType);
+    parent.close(&theParkedList());
+    return tokenOf(child);
+  });
+}
+
+template <typename Class, typename Child>
+void sort(const ::TVHandle* token, int sortType) {
+  guarded([&] { resolve<Class>(token).setSortType(&Child::theClass, sortType); });
+}
+
+// Queries on the typed handle of a class.
+template <typename Class, typename TypedHandle, typename Query>
+const char* text(const ::TVHandle* token, Query query) {
+  return guarded("", [&] {
+    TypedHandle handle(resolve<Class>(token));
+    return clientText(query(handle));
+  });
+}
+
+// Queries that fill an out value, which stays 0 or empty on failure.
+template <typename Class, typename TypedHandle, typename Value>
+Value filled(const ::TVHandle* token, int (TypedHandle::*query)(Value*)) {
+  TypedHandle handle(resolve<Class>(token));
+  Value value = Value();
+  (handle.*query)(&value);
+  return value;
+}
+
+}  // namespace foldapi::api

@@ -1,0 +1,51 @@
+// api/session.cpp: how the library starts: when it is loaded, and when a client names the roots.
+#include "api/frames.h"
+#include "domain/projectroot.h"
+#include "runtime/platform_path.h"
+#include "store/format52.h"
+#include "toolkit/session.h"
+
+using foldapi::theApiSink;
+using foldapi::theNoLock;
+using foldapi::theNullHandle;
+using foldapi::TVProjectRootHandle;
+
+namespace {
+
+constexpr uint32_t kProcessAttach = 1;
+constexpr uint32_t kThreadAttach = 2;
+constexpr int kCached = 1;
+constexpr int kFormat52 = 2;
+
+// The only handle that Init() gives out.
+TVProjectRootHandle& theRootHandle() {
+  static auto* handle = new TVProjectRootHandle;
+  return *handle;
+}
+
+// Attaches the library once when it is loaded. Nothing here depends on other statics.
+__attribute__((constructor)) void attachProcess() { DllMain(nullptr, kProcessAttach, nullptr); }
+
+}  // namespace
+
+int32_t DllMain(void*, uint32_t reason, void*) {
+  return foldapi::api::guarded(0, [&] {
+    if (reason != kProcessAttach && reason != kThreadAttach) return 1;
+    const bool enabled = foldapi::EnableToolkit(theApiSink());
+    foldapi::SetGlobalHandler(&theApiSink());
+    return enabled ? 1 : 0;
+  });
+}
+
+TVHandle* Init(const char* publicRoot, const char* privateRoot) {
+  return foldapi::api::guarded<TVHandle*>(nullptr, [&]() -> TVHandle* {
+    foldapi::registerFormat52();
+    foldapi::reloadPathMap();
+    const TVProjectRootHandle root =
+        TVProjectRootHandle::create(publicRoot, privateRoot, theNullHandle(), theNoLock(),
+                                    &theApiSink(), kCached, kFormat52);
+    if (root.isNull()) return nullptr;
+    theRootHandle() = root;
+    return foldapi::api::tokenOf(theRootHandle());
+  });
+}

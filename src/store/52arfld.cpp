@@ -1,0 +1,253 @@
+// store/52arfld.cpp: folders and documents on disk, and what an archive's tail says of a document.
+#include "store/52arfld.h"
+
+#include "btkf520/btkf520.h"
+#include "runtime/assertion.h"
+#include "runtime/paths.h"
+#include "store/52proj.h"
+#include "store/archivecache.h"
+#include "toolkit/messages.h"
+#include "toolkit/session.h"
+
+namespace foldapi {
+
+namespace {
+
+constexpr KeyTableEntry kFolderSections[] = {{"Format", kSectionSkipped},
+                                             {"Folder", kSectionFolder},
+                                             {"Document", kSectionDocument},
+                                             {nullptr, 0}};
+
+constexpr int kResultNoMemory = 1;
+constexpr int kResultFailed = 2;
+constexpr int kResultCancelled = 3;
+constexpr int kResultNotWritten = 4;
+constexpr int kResultNoArchiveName = 5;
+
+constexpr int32_t kToolkitCancelled = 15;
+constexpr int32_t kUserSize = 257;
+
+}  // namespace
+
+const KeyTableEntry* folderSections() { return kFolderSections; }
+
+const VString& storageDirOf(const TVObject* owner, Side side) {
+  static const VString none;
+  if (owner == nullptr || owner->version() != 2) return none;
+  if (owner->isA() == &TVProjectFolder::theClass) {
+    return static_cast<const TVProjectFolder52*>(owner)->storageDir(side);
+  }
+  if (owner->isA() == &TVArchiveFolder::theClass) {
+    return static_cast<const TVArchiveFolder52*>(owner)->storageDir(side);
+  }
+  return none;
+}
+
+// Folders ------------------------------------------------------------------------------------------
+
+TVArchiveFolder52::TVArchiveFolder52(VString name, VString privateWorkDir, VBool isPrivate,
+                                     TVObject* owner, VBool transient)
+    : TVArchiveFolder(std::move(name), std::move(privateWorkDir), isPrivate, owner, transient),
+      files_("trvsfold.pub", "trvsfold.prv") {}
+
+std::string TVArchiveFolder52::record(Side side) const {
+  std::string text = "[FOLDER=" + folderName().str() + "]\n";
+  text += "DIR=" +
+          relativePath(storageDirOf(owner(), side).view(), files_.directory(side).view()) + "\n";
+  text += "WKDIR=" + privateWorkDir().str() + "\n";
+  if (side == Side::kPrivate && !isPrivate()) text += "OWNERSHIP=PUBLIC\n";
+  return text + "\n";
+}
+
+int TVArchiveFolder52::writeChild(TVHandle& context, TVStorageLock* ownerLock) {
+  auto* writer = static_cast<TVDataFileWriter*>(ownerLock);
+  if (writer == nullptr) return 0;
+  int result = 0;
+  for (const Side side : {Side::kPublic, Side::kPrivate}) {
+    const bool elsewhere = side == Side::kPublic && isPrivate();
+    if (elsewhere || writer->stream(side) == nullptr) continue;
+    if (writer->writeRecord(side, record(side), context) != 0) result = kResultNotWritten;
+  }
+  return result;
+}
+
+// A private folder gets the public stream, of which it has none: read during its own update it finds
+// the file held by itself, and stays as it is until the next use.
+int TVArchiveFolder52::readData(TVHandle& context, TVStorageLock* lock) {
+  auto* writer = static_cast<TVDataFileWriter*>(lock);
+  const TextFile* stream = writer == nullptr ? nullptr : writer->stream(Side::kPublic);
+  if (files_.directory(ownSide()).isEmpty()) {
+    assertFail("52arfld.cpp", 162);
+    return 0;
+  }
+  const int code = files_.read(ownSide(), this, context, kFolderSections,
+                               TVDataFile::Access::kRead, stream);
+  return code == kFolderNoMemory ? kResultNoMemory : 0;
+}
+
+VBool TVArchiveFolder52::isStale(TVHandle&) { return files_.hasChanged(ownSide()); }
+
+TVStorageLock* TVArchiveFolder52::lockStorage(TVHandle& context) {
+  return files_.beginWrite(this, context, !isPrivate(), isPrivate());
+}
+
+bool TVArchiveFolder52::mayUpdate(TVHandle& context, TVStorageLock* lock) {
+  return files_.mayUpdate(*static_cast<TVDataFileWriter*>(lock), context);
+}
+
+int TVArchiveFolder52::writeData(TVHandle&, TVStorageLock* lock) {
+  static_cast<TVDataFileWriter*>(lock)->truncate(ownSide());
+  return 0;
+}
+
+void TVArchiveFolder52::unlockStorage(TVHandle& context, TVStorageLock* lock, bool keep) {
+  files_.endWrite(static_cast<TVDataFileWriter*>(lock), context, keep);
+}
+
+void TVArchiveFolder52::createStorage(TVHandle&) {
+  for (const Side side : {Side::kPublic, Side::kPrivate}) {
+    const bool elsewhere = side == Side::kPublic && isPrivate();
+    if (elsewhere || !files_.directory(side).isEmpty()) continue;
+    files_.setDirectory(side, uniqueName(storageDirOf(owner(), side), folderName(), ""));
+  }
+}
+
+TVObject* TVArchiveFolder52Options::makeObject(const VString& name, const VString& privateWorkDir,
+                                               VBool isPrivate, TVHandle&, TVObject* owner,
+                                               VBool transient) {
+  return new TVArchiveFolder52(name, privateWorkDir, isPrivate, owner, transient);
+}
+
+// Members ------------------------------------------------------------------------------------------
+
+// The record lies in the owner's public file if it has one, else in the private one: never in both.
+int TVArchiveMember52::writeChild(TVHandle& context, TVStorageLock* ownerLock) {
+  auto* writer = static_cast<TVDataFileWriter*>(ownerLock);
+  if (writer == nullptr) return kResultNotWritten;
+  const Side side = writer->path(Side::kPublic).isEmpty() ? Side::kPrivate : Side::kPublic;
+  if (writer->stream(side) == nullptr) return kResultNotWritten;
+  std::string record = "[DOCUMENT=";
+  record.append(names().archivePath.view()).append(";");
+  record.append(names().archiveName.view()).append(";");
+  record.append(names().workPath.view()).append(";");
+  record.append(names().workName.view()).append("]\n");
+  return writer->writeRecord(side, record, context);
+}
+
+TVArchiveCache* TVArchiveMember52::projectCache() {
+  TVObject* project = findAncestor(&TVProjectFolder::theClass);
+  if (project == nullptr || project->version() != 2) return nullptr;
+  return static_cast<TVProjectFolder52*>(project)->archiveCache();
+}
+
+int TVArchiveMember52::LoadArchiveInfo(TVHandle& context, VPathString* path, LoadedInfo* loaded) {
+  *path = qualArchiveName();
+  if (path->isEmpty()) {
+    context.sink().notice(context, FolderMessage(kFolderNoArchiveName));
+    return kResultNoArchiveName;
+  }
+  TVArchiveCache* cache = projectCache();
+  TVArchiveInfo52* known = cache == nullptr ? nullptr : cache->find(path->view());
+  if (known != nullptr && known->IsCurrent()) {
+    loaded->info = known;
+    return 0;
+  }
+  if (known == nullptr) loaded->owned = std::make_unique<TVArchiveInfo52>(*path);
+  TVArchiveInfo52* info = known != nullptr ? known : loaded->owned.get();
+  if (info->Load() == kFolderNotAnArchive) {
+    context.sink().notice(context, FolderFileMessage(kFolderNotAnArchive, path->text()));
+    return kResultFailed;
+  }
+  loaded->info = info;
+  if (known == nullptr && cache != nullptr && cache->add(info) != nullptr) loaded->owned.release();
+  return 0;
+}
+
+template <typename Value, typename Take>
+int TVArchiveMember52::infoField(TVHandle& context, Value* out, Take take) {
+  VPathString path;
+  LoadedInfo loaded;
+  const int result = LoadArchiveInfo(context, &path, &loaded);
+  if (result == 0) *out = take(*loaded.info);
+  return result;
+}
+
+int TVArchiveMember52::GetCreationTime(TVHandle& context, uint32_t* out) {
+  *out = 0;
+  return infoField(context, out, [](const auto& info) { return info.creationTime(); });
+}
+int TVArchiveMember52::GetFileTime(TVHandle& context, uint32_t* out) {
+  return infoField(context, out, [](const auto& info) { return info.fileTime(); });
+}
+int TVArchiveMember52::GetRevisionCount(TVHandle& context, int32_t* out) {
+  *out = 0;
+  return infoField(context, out, [](const auto& info) { return info.revisionCount(); });
+}
+int TVArchiveMember52::GetLockCount(TVHandle& context, int32_t* out) {
+  return infoField(context, out, [](const auto& info) { return info.lockCount(); });
+}
+int TVArchiveMember52::GetAccessList(TVHandle& context, VString* out) {
+  return infoField(context, out, [](const auto& info) { return info.accessList(); });
+}
+int TVArchiveMember52::GetDescription(TVHandle& context, VString* out) {
+  return infoField(context, out, [](const auto& info) { return info.description(); });
+}
+int TVArchiveMember52::GetHeaderText(TVHandle& context, VString* out) {
+  return infoField(context, out, [](const auto& info) { return info.headerText(); });
+}
+int TVArchiveMember52::GetLockers(TVHandle& context, VString* out) {
+  return infoField(context, out, [](const auto& info) { return VString(info.lockers()); });
+}
+
+namespace {
+
+// Splits the locker list at "," and tells whose locks are in it.
+uint32_t lockerBits(std::string_view lockers, std::string_view user) {
+  uint32_t bits = 0;
+  while (!lockers.empty()) {
+    const std::string_view name = lockers.substr(0, lockers.find(','));
+    lockers.remove_prefix(std::min(name.size() + 1, lockers.size()));
+    if (!name.empty()) bits |= name == user ? kStatusLockedByMe : kStatusLockedByOther;
+  }
+  return bits;
+}
+
+uint32_t statusBits(const TVArchiveInfo52& info, std::string_view user) {
+  uint32_t bits = kStatusReadable;
+  if (info.lockCount() > 0) bits |= lockerBits(info.lockers().view(), user);
+  if (info.lockCount() > 1) bits |= kStatusLockedMultiple;
+  if (info.lockCount() == 1 && (info.attributes() & kArchiveExclusiveLocks) != 0) {
+    bits |= kStatusLockedExclusive;
+  }
+  if (info.revisionCount() > 0) bits |= kStatusHasRevisions;
+  return bits;
+}
+
+}  // namespace
+
+int TVArchiveMember52::describe(TVHandle& context, uint32_t* status) {
+  *status = 0;
+  char user[kUserSize] = {};
+  char second[kUserSize] = {};
+  {
+    TVToolkitBracket bracket(context);
+    int16_t kind = 0;
+    const int32_t code = TrvsGetUserInfo(user, kUserSize, second, kUserSize, &kind);
+    if (code != 0) {
+      context.sink().notice(context, ToolkitMessage(code, nullptr));
+      return code == kToolkitCancelled ? kResultCancelled : kResultFailed;
+    }
+  }
+  VPathString path;
+  LoadedInfo loaded;
+  const int result = LoadArchiveInfo(context, &path, &loaded);
+  if (result == 0) *status = statusBits(*loaded.info, user);
+  return result;
+}
+
+TVObject* TVArchiveMember52Options::makeObject(const TVMemberNames& names, TVHandle&,
+                                               TVObject* owner, VBool transient) {
+  return new TVArchiveMember52(names, owner, transient);
+}
+
+}  // namespace foldapi

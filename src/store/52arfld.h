@@ -1,0 +1,102 @@
+// store/52arfld.h: TVArchiveFolder52 and TVArchiveMember52, what a "trvsfold" file holds.
+//
+// A folder has its own "trvsfold" file, in exactly one place: "trvsfold.pub" in its public storage
+// directory, or "trvsfold.prv" in its private one if the folder is private. A member has no file but
+// its archive.
+#pragma once
+
+#include <memory>
+
+#include "domain/archivefolder.h"
+#include "domain/archivemember.h"
+#include "store/52data.h"
+#include "toolkit/archiveinfo.h"
+
+namespace foldapi {
+
+class TVArchiveCache;
+
+class TVArchiveFolder52 : public TVArchiveFolder {
+ public:
+  TVArchiveFolder52(VString name, VString privateWorkDir, VBool isPrivate, TVObject* owner,
+                    VBool transient);
+
+  int version() const override { return 2; }
+  TVStorageLock* lockStorage(TVHandle& context) override;
+  int writeData(TVHandle& context, TVStorageLock* lock) override;
+  void unlockStorage(TVHandle& context, TVStorageLock* lock, bool keep) override;
+  // Writes the folder's record into its owner's files: a public one into both. 0 or 4.
+  int writeChild(TVHandle& context, TVStorageLock* ownerLock) override;
+  int readData(TVHandle& context, TVStorageLock* lock) override;
+  bool readWasComplete() const override { return files_.isComplete(); }
+  bool mayUpdate(TVHandle& context, TVStorageLock* lock) override;
+  VBool isStale(TVHandle& context) override;
+  // Gives a new folder its storage directories below its owner's.
+  void createStorage(TVHandle& context) override;
+
+  const VString& storageDir(Side side) const { return files_.directory(side); }
+  void setStorageDir(Side side, VString directory) {
+    files_.setDirectory(side, std::move(directory));
+  }
+
+ private:
+  Side ownSide() const { return isPrivate() ? Side::kPrivate : Side::kPublic; }
+  std::string record(Side side) const;
+
+  TVDataFilePair files_;
+};
+
+class TVArchiveFolder52Options : public TVArchiveFolderOptions {
+ public:
+  TVArchiveFolder52Options() : TVArchiveFolderOptions(2) {}
+  TVObject* makeObject(const VString& name, const VString& privateWorkDir, VBool isPrivate,
+                       TVHandle& context, TVObject* owner, VBool transient) override;
+};
+
+class TVArchiveMember52 : public TVArchiveMember {
+ public:
+  using TVArchiveMember::TVArchiveMember;
+
+  int version() const override { return 2; }
+  // Writes the member's record into its owner's file. 0 or 4.
+  int writeChild(TVHandle& context, TVStorageLock* ownerLock) override;
+  // The status word: what the archive's summary and the present user's name say together.
+  int describe(TVHandle& context, uint32_t* status) override;
+
+  // From the archive's summary.
+  int GetCreationTime(TVHandle& context, uint32_t* out) override;
+  int GetFileTime(TVHandle& context, uint32_t* out) override;
+  int GetRevisionCount(TVHandle& context, int32_t* out) override;
+  int GetLockCount(TVHandle& context, int32_t* out) override;
+  int GetAccessList(TVHandle& context, VString* out) override;
+  int GetDescription(TVHandle& context, VString* out) override;
+  int GetHeaderText(TVHandle& context, VString* out) override;
+  int GetLockers(TVHandle& context, VString* out) override;
+
+ private:
+  // A summary that the project's cache owns, or, without a cache, this.
+  struct LoadedInfo {
+    TVArchiveInfo52* info = nullptr;
+    std::unique_ptr<TVArchiveInfo52> owned;
+  };
+
+  int LoadArchiveInfo(TVHandle& context, VPathString* path, LoadedInfo* loaded);
+  TVArchiveCache* projectCache();
+  template <typename Value, typename Take>
+  int infoField(TVHandle& context, Value* out, Take take);
+};
+
+class TVArchiveMember52Options : public TVArchiveMemberOptions {
+ public:
+  TVArchiveMember52Options() : TVArchiveMemberOptions(2) {}
+  TVObject* makeObject(const TVMemberNames& names, TVHandle& context, TVObject* owner,
+                       VBool transient) override;
+};
+
+// The sections of a "trvsfold" file.
+const KeyTableEntry* folderSections();
+
+// The storage directory of a folder's or member's owner; empty for an owner of no such kind.
+const VString& storageDirOf(const TVObject* owner, Side side);
+
+}  // namespace foldapi

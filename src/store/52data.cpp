@@ -1,0 +1,421 @@
+// store/52data.cpp: what the project's text files have in common.
+//
+// A record stands in a public file that a team shares, in a private file that overlays it for one
+// user, or in both. This file keeps the rule that joins the two in one place; 52root, 52proj and
+// 52arfld say only which file, which sections and which text. The public file is read first; then:
+//   project   private WKDIR wins; each file sets its own DIR; private only: dropped
+//   folder    public WKDIR stays; each file sets its own DIR; private only: a private folder, or
+//             dropped, if it says OWNERSHIP
+#include "store/52data.h"
+
+#include "core/handle.h"
+#include "domain/projectroot.h"
+#include "runtime/assertion.h"
+#include "runtime/files.h"
+#include "runtime/paths.h"
+#include "store/52arfld.h"
+#include "store/52proj.h"
+#include "toolkit/messages.h"
+
+namespace foldapi {
+
+namespace {
+
+constexpr int kAttempts = 10;
+constexpr unsigned kRetryMilliseconds = 500;
+
+// How far the wait notices have come; they tell the sink.
+constexpr int kFirstNotice = 1;
+constexpr int kLaterNotice = 2;
+constexpr int kNoNotice = 3;
+
+constexpr std::string_view kFormatHead = "[FORMAT=TRVS_GUI]\nVersion=5.2\n\n";
+
+}  // namespace
+
+// TVDataFile ---------------------------------------------------------------------------------------
+
+TVDataFile::TVDataFile(TVObject* owner, TVHandle& context, bool create, bool report, Access access)
+    : owner_(owner), context_(context), create_(create), report_(report), access_(access) {}
+
+void TVDataFile::report(int code, const VPathString& path) const {
+  const VString message =
+      code == kFolderNoMemory ? FolderMessage(code) : FolderFileMessage(code, path.text());
+  context_.sink().error(context_, message);
+}
+
+int TVDataFile::openLocked(const VPathString& path, std::unique_ptr<TextFile>* stream) {
+  if (makeDirectories(path.view()) != 0) return failed(kFolderDirectoryNotMade, path);
+  // A private file has no notices, but one short wait: another process may just be reading it.
+  const int attempts = report_ ? kAttempts : 2;
+  int notice = kNoNotice;
+  int code = kFolderFileBusy;
+  for (int left = attempts; left > 0; --left) {
+    code = attempt(path, left < attempts, stream);
+    if (code != kFolderFileBusy) break;
+    notice = notice == kNoNotice ? kFirstNotice : kLaterNotice;
+    if (report_ && context_.sink().canRetry(context_, notice, path) == 0) break;
+    waitForTextFile(path.view(), kRetryMilliseconds);
+  }
+  if (report_ && notice != kNoNotice) context_.sink().canRetry(context_, kNoNotice, path);
+  if (code != kFolderFileBusy) return code;
+  return failed(report_ ? kFolderFileBusy : missingCode(), path);
+}
+
+int TVDataFile::missingCode() const { return create_ ? kFolderFileNotMade : kFolderFileMissing; }
+
+int TVDataFile::failed(int code, const VPathString& path) const {
+  if (report_) report(code, path);
+  return code;
+}
+
+// One try, `again` if it isn't the first. kFolderFileBusy, unreported, says that another may help.
+int TVDataFile::attempt(const VPathString& path, bool again,
+                        std::unique_ptr<TextFile>* stream) const {
+  const bool update = access_ == Access::kUpdate;
+  if (update && fileExists(path.view())) {
+    if (checkAccess(path.view(), 0x2) != 0) return failed(kFolderWriteFailed, path);
+  } else if (update && create_) {
+    TextFile::create(path.view());
+  }
+  TextFile::Failure why = TextFile::Failure::kNone;
+  *stream = TextFile::open(path.view(),
+                           update ? TextFile::Access::kUpdate : TextFile::Access::kRead, &why);
+  if (*stream != nullptr) return 0;
+  if (why == TextFile::Failure::kNoMemory) return failed(kFolderNoMemory, path);
+  if (why == TextFile::Failure::kMissing) return failed(missingCode(), path);
+  if (!update) {
+    // Only an update by this very process keeps a reader out, and waiting for oneself is no use.
+    if (!report_) return missingCode();
+    return failed(why == TextFile::Failure::kBusy ? kFolderFileBusy : kFolderReadFailed, path);
+  }
+  if (why != TextFile::Failure::kBusy) return failed(kFolderWriteFailed, path);
+  if (!report_) return kFolderFileBusy;
+  return probe(path, again, stream);
+}
+
+// A file that others read can't be had exclusively, and that is told at once. A later try takes such
+// a file for reading: its first write will ask again.
+int TVDataFile::probe(const VPathString& path, bool again,
+                      std::unique_ptr<TextFile>* stream) const {
+  TextFile::Failure why = TextFile::Failure::kNone;
+  *stream = TextFile::open(path.view(), TextFile::Access::kProbe, &why);
+  if (*stream == nullptr) return kFolderFileBusy;
+  if (again) return 0;
+  stream->reset();
+  report(kFolderWriteFailed, path);
+  return kFolderWriteFailed;
+}
+
+// TVDataFileReader ---------------------------------------------------------------------------------
+
+TVDataFileReader::TVDataFileReader(TVObject* owner, TVHandle& context, const VPathString& path,
+                                   const VString& directory, const KeyTableEntry* sections,
+                                   Side source, bool create, Access access)
+    : TVDataFile(owner, context, create, source == Side::kPublic, access),
+      path_(path),
+      directory_(directory),
+      sections_(sections),
+      source_(source) {
+  if (owner == nullptr || sections == nullptr) assertFail("52data.cpp", 266);
+}
+
+int TVDataFileReader::readFile(const TextFile* stream) {
+  std::unique_ptr<TextFile> own;
+  if (stream == nullptr) {
+    const int code = openLocked(path_, &own);
+    if (code != 0) return code;
+    stream = own.get();
+  }
+  TVKeyFile file(stream->text(), sections_);
+  const int result = file.parse([&](int sectionId, std::string_view name, OptionalText value) {
+    return readRecord(file, sectionId, name, value);
+  });
+  if (result == kKeyFileDone) return 0;
+  context().sink().error(context(), FolderFileMessage(kFolderReadFailed, path_.text()));
+  return kFolderReadFailed;
+}
+
+int TVDataFileReader::readRecord(TVKeyFile& file, int sectionId, std::string_view,
+                                 OptionalText value) {
+  switch (sectionId) {
+    case kSectionProject:
+      return readProjectRecord(file, value);
+    case kSectionFolder:
+      return readFolderRecord(file, value);
+    case kSectionDocument:
+      return readDocumentRecord(value);
+    default:
+      return kRecordDropped;
+  }
+}
+
+// The keys that records of all kinds share. A key without a value counts as missing.
+TVDataFileReader::RecordKeys TVDataFileReader::readKeys(TVKeyFile& file) {
+  RecordKeys keys;
+  std::string_view key;
+  OptionalText value;
+  while (file.nextKey(&key, &value) == kKeyFileDone) {
+    if (compareNoCase(key, "OWNERSHIP") == 0) {
+      keys.overlay = true;
+    } else if (compareNoCase(key, "WKDIR") == 0) {
+      keys.workDir = value.value_or("");
+    } else if (compareNoCase(key, "DIR") == 0) {
+      keys.dir = value;
+    } else if (compareNoCase(key, "CFG") == 0) {
+      keys.config = value;
+    }
+  }
+  return keys;
+}
+
+int TVDataFileReader::readProjectRecord(TVKeyFile& file, OptionalText value) {
+  if (!value) assertFail("52data.cpp", 348);
+  const std::string name(value.value_or(""));
+  const RecordKeys keys = readKeys(file);
+  int code = 0;
+  if (!keys.dir) {
+    code = kFolderDirFieldMissing;
+  } else if (!keys.config) {
+    code = kFolderConfigFieldMissing;
+  } else {
+    code = mergeProject(name, keys);
+  }
+  return code == 0 ? kRecordTaken : recordFailed(code, name);
+}
+
+// A record of the public file that can't be used is a question: 1 goes on without it, anything else
+// ends the read. A private one just goes.
+int TVDataFileReader::recordFailed(int code, const std::string& name) {
+  if (source_ == Side::kPrivate) return kRecordTaken;
+  const VString message = FolderFileMessage(code, name.c_str());
+  VString answer;
+  const int goOn = context().sink().askString(context(), message, code, &answer);
+  return goOn == 1 ? kRecordDropped : kRecordAbort;
+}
+
+int TVDataFileReader::mergeProject(const std::string& name, const RecordKeys& keys) {
+  if (source_ == Side::kPrivate) {
+    auto* project = static_cast<TVProjectFolder52*>(
+        findChild(name, [](const TVArchiveFolder& folder) { return !folder.isUnseen(); }));
+    if (project == nullptr) return kFolderPrivateOnly;
+    if (!project->isDirty()) project->setPrivateWorkDir(keys.workDir);
+    project->setStorageDir(source_, storageDirectory(directory_, *keys.dir));
+    return 0;
+  }
+  const TVProjectConfig config{VPathString(*keys.config)};
+  auto* fresh = new TVProjectFolder52(name, config, keys.workDir, keys.workDir, owner(), false);
+  auto* project = static_cast<TVProjectFolder52*>(TVObject::mergeIntoCache(fresh, nullptr));
+  // One that was cached before follows the file, unless it holds a change that is yet to be written.
+  if (project != fresh && !project->isDirty()) {
+    project->setConfig(config);
+    project->setPublicWorkDir(keys.workDir);
+    project->setPrivateWorkDir(keys.workDir);
+  }
+  project->setStorageDir(source_, storageDirectory(directory_, *keys.dir));
+  if (name == "Master Project") static_cast<TVProjectRoot*>(owner())->setConfig(config);
+  return 0;
+}
+
+int TVDataFileReader::readFolderRecord(TVKeyFile& file, OptionalText value) {
+  if (!value) {
+    assertFail("52data.cpp", 546);
+    return kRecordDropped;
+  }
+  const std::string name(*value);
+  const RecordKeys keys = readKeys(file);
+  if (!keys.dir) return kRecordDropped;
+  return mergeFolder(name, keys) ? kRecordTaken : kRecordDropped;
+}
+
+bool TVDataFileReader::mergeFolder(const std::string& name, const RecordKeys& keys) {
+  TVArchiveFolder52* folder = nullptr;
+  if (source_ == Side::kPrivate) {
+    // A public folder counts if the public pass met it; a private one may be cached from before.
+    folder = static_cast<TVArchiveFolder52*>(
+        findChild(name, [&keys](const TVArchiveFolder& candidate) {
+          return !candidate.isUnseen() || (candidate.isPrivate() && !keys.overlay);
+        }));
+    if (folder == nullptr && keys.overlay) return false;
+  }
+  if (folder == nullptr) folder = addFolder(name, keys);
+  const bool ownRecord = source_ == Side::kPublic || folder->isPrivate();
+  if (ownRecord && !folder->isDirty()) folder->setPrivateWorkDir(keys.workDir);
+  folder->setUnseen(false);
+  folder->setStorageDir(source_, storageDirectory(directory_, *keys.dir));
+  return true;
+}
+
+TVArchiveFolder52* TVDataFileReader::addFolder(const std::string& name, const RecordKeys& keys) {
+  const bool isPrivate = source_ == Side::kPrivate;
+  auto* fresh = new TVArchiveFolder52(name, keys.workDir, isPrivate, owner(), false);
+  auto* folder = static_cast<TVArchiveFolder52*>(TVObject::mergeIntoCache(fresh, nullptr));
+  if (isPrivate) byName_[folder->folderName().view()].push_back(folder);
+  return folder;
+}
+
+// The first child in table order of a name that is accepted. Folders are known by their class, so a
+// member or a group of the same name is none.
+template <typename Accept>
+TVArchiveFolder* TVDataFileReader::findChild(const std::string& name, Accept accept) {
+  if (!byNameFilled_) {
+    byNameFilled_ = true;
+    for (TVObject* child : owner()->childrenInOrder()) {
+      if (!child->isKindOf(&TVArchiveFolder::theClass)) continue;
+      auto* folder = static_cast<TVArchiveFolder*>(child);
+      byName_[folder->folderName().view()].push_back(folder);
+    }
+  }
+  const auto found = byName_.find(name);
+  if (found == byName_.end()) return nullptr;
+  for (TVArchiveFolder* folder : found->second) {
+    if (accept(*folder)) return folder;
+  }
+  return nullptr;
+}
+
+// Four fields, cut at the first three ";": a further one belongs to the workfile's name.
+int TVDataFileReader::readDocumentRecord(OptionalText value) {
+  if (!value) {
+    assertFail("52data.cpp", 719);
+    return kRecordDropped;
+  }
+  TVMemberNames names;
+  for (VPathString* field : {&names.archivePath, &names.archiveName, &names.workPath}) {
+    const size_t end = value->find(';');
+    if (end == std::string_view::npos) return kRecordDropped;
+    *field = VPathString(value->substr(0, end));
+    value->remove_prefix(end + 1);
+  }
+  names.workName = VPathString(*value);
+  TVObject::mergeIntoCache(new TVArchiveMember52(std::move(names), owner(), false), nullptr);
+  return kRecordTaken;
+}
+
+// TVDataFileWriter ---------------------------------------------------------------------------------
+
+TVDataFileWriter::TVDataFileWriter(TVObject* owner, TVHandle& context, VPathString publicPath,
+                                   VPathString privatePath)
+    : TVDataFile(owner, context, true, true, Access::kUpdate) {
+  // The paths are looked at before they are stored, so this check speaks up every time. Kept so.
+  if (publicPath_.isEmpty() && privatePath_.isEmpty()) assertFail("52data.cpp", 838);
+  publicPath_ = std::move(publicPath);
+  privatePath_ = std::move(privatePath);
+}
+
+int TVDataFileWriter::open() {
+  int code = kFolderWriteFailed;
+  if (!publicPath_.isEmpty()) {
+    code = openLocked(publicPath_, &public_);
+    if (privatePath_.isEmpty()) return code;
+  }
+  if (!privatePath_.isEmpty()) {
+    code = openLocked(privatePath_, &private_);
+    if (publicPath_.isEmpty()) return code;
+  }
+  return public_ != nullptr || private_ != nullptr ? 0 : kFolderWriteFailed;
+}
+
+void writeHeader(TextFile* stream) {
+  if (stream == nullptr) return;
+  stream->clear();
+  stream->append(kFormatHead);
+}
+
+void TVDataFileWriter::truncate(Side side) { writeHeader(stream(side)); }
+
+int TVDataFileWriter::writeRecord(Side side, const std::string& record, TVHandle& context) {
+  TextFile* file = stream(side);
+  file->endLastLine();
+  file->append(record);
+  if (!file->failed()) return 0;
+  reportWriteFailure(side, context);
+  return 4;
+}
+
+bool TVDataFileWriter::commit(Side side, TVHandle& context) {
+  TextFile* file = stream(side);
+  if (file->commit()) return true;
+  reportWriteFailure(side, context);
+  return false;
+}
+
+void TVDataFileWriter::reportWriteFailure(Side side, TVHandle& context) const {
+  context.sink().error(context, FolderFileMessage(kFolderWriteFailed, path(side).text()));
+}
+
+// TVDataFilePair -----------------------------------------------------------------------------------
+
+VString storageDirectory(const VString& ownerDirectory, std::string_view dir) {
+  return dir.empty() ? VString() : VString(joinPath(ownerDirectory.view(), dir));
+}
+
+TVDataFilePair::TVDataFilePair(const char* publicName, const char* privateName)
+    : public_{publicName, {}, {}, false}, private_{privateName, {}, {}, false} {}
+
+VPathString TVDataFilePair::path(Side side) const {
+  const File& file = at(side);
+  return file.directory.isEmpty() ? VPathString()
+                                  : VPathString(joinPath(file.directory.view(), file.name));
+}
+
+int TVDataFilePair::read(Side side, TVObject* owner, TVHandle& context,
+                         const KeyTableEntry* sections, TVDataFile::Access access,
+                         const TextFile* stream) {
+  File& file = at(side);
+  const VPathString filePath = path(side);
+  file.stamp = fileStamp(filePath.view());  // Before the open: what changes later is read again.
+  file.unread = true;                       // Until told otherwise, also by way of an exception.
+  TVDataFileReader reader(owner, context, filePath, file.directory, sections, side, true, access);
+  const int code = reader.readFile(stream);
+  file.unread = code != 0 && fileExists(filePath.view());
+  if (code != 0) file.stamp = {};
+  return code;
+}
+
+void TVDataFilePair::skip(Side side) {
+  File& file = at(side);
+  file.stamp = {};
+  file.unread = !file.directory.isEmpty() && fileExists(path(side).view());
+}
+
+bool TVDataFilePair::hasChanged(Side side) const {
+  const File& file = at(side);
+  return !file.stamp.isSet() || !(fileStamp(path(side).view()) == file.stamp);
+}
+
+TVDataFileWriter* TVDataFilePair::beginWrite(TVObject* owner, TVHandle& context, bool publicSide,
+                                             bool privateSide) const {
+  auto writer = std::make_unique<TVDataFileWriter>(
+      owner, context, publicSide ? path(Side::kPublic) : VPathString(),
+      privateSide ? path(Side::kPrivate) : VPathString());
+  return writer->open() == 0 ? writer.release() : nullptr;
+}
+
+bool TVDataFilePair::mayUpdate(const TVDataFileWriter& writer, TVHandle& context) const {
+  for (const Side side : {Side::kPublic, Side::kPrivate}) {
+    const TextFile* stream = writer.stream(side);
+    if (stream == nullptr || !at(side).unread || stream->text().empty()) continue;
+    context.sink().notice(context, FolderFileMessage(kFolderCorrupted, writer.path(side).text()));
+    return false;
+  }
+  return true;
+}
+
+void TVDataFilePair::endWrite(TVDataFileWriter* writer, TVHandle& context, bool keep) {
+  const std::unique_ptr<TVDataFileWriter> owned(writer);
+  for (const Side side : {Side::kPublic, Side::kPrivate}) {
+    if (writer->stream(side) != nullptr) endWrite(side, *writer, context, keep);
+  }
+}
+
+// The stamp is taken while the file is still held. Objects that did not reach the disk must go with
+// the next read, so a write that failed or was dropped leaves no stamp.
+void TVDataFilePair::endWrite(Side side, TVDataFileWriter& writer, TVHandle& context, bool keep) {
+  File& file = at(side);
+  const TextFile& stream = *writer.stream(side);
+  const bool written = keep && writer.commit(side, context);
+  file.stamp = written && !file.unread ? stream.stamp() : FileStamp();
+}
+
+}  // namespace foldapi

@@ -1,0 +1,182 @@
+// store/52data.h: what the four text files of the project database have in common: how one is opened
+// and kept from other processes, its format head, the reader that turns records into objects, and the
+// writer that holds a pair of files open during an update.
+//
+// A public file is shared by a team; a private one lies over it for one user. Which files belong to
+// an owner, and which records they hold, is told in 52root, 52proj and 52arfld.
+#pragma once
+
+#include <memory>
+#include <string>
+#include <unordered_map>
+#include <vector>
+
+#include "base/vpathstring.h"
+#include "core/object.h"
+#include "runtime/textfile.h"
+#include "store/keyfile.h"
+
+namespace foldapi {
+
+class TVArchiveFolder;
+class TVArchiveFolder52;
+
+enum class Side { kPrivate = 0, kPublic = 1 };
+
+// One text file of an owner, to be opened. Nothing is copied.
+class TVDataFile {
+ public:
+  enum class Access { kRead = 0, kUpdate = 1 };
+
+  // `create` lets a missing file be made. Failures go to the context's sink unless `report` is off.
+  TVDataFile(TVObject* owner, TVHandle& context, bool create, bool report, Access access);
+
+  // Opens the file at `path`. An update waits for another updater, with wait notices that may end
+  // it, up to five seconds. 0, or a code of the folder messages.
+  int openLocked(const VPathString& path, std::unique_ptr<TextFile>* stream);
+
+ protected:
+  TVObject* owner() const { return owner_; }
+  TVHandle& context() const { return context_; }
+
+ private:
+  void report(int code, const VPathString& path) const;
+  int failed(int code, const VPathString& path) const;
+  int missingCode() const;
+  int attempt(const VPathString& path, bool again, std::unique_ptr<TextFile>* stream) const;
+  int probe(const VPathString& path, bool again, std::unique_ptr<TextFile>* stream) const;
+
+  TVObject* owner_;
+  TVHandle& context_;
+  bool create_;
+  bool report_;
+  Access access_;
+};
+
+// Reads one file into the children of `owner`, in one pass, and is then thrown away. A private file
+// never reports that it can't be opened.
+class TVDataFileReader : public TVDataFile {
+ public:
+  // `directory` is the owner's storage directory on the side read: records name theirs below it.
+  TVDataFileReader(TVObject* owner, TVHandle& context, const VPathString& path,
+                   const VString& directory, const KeyTableEntry* sections, Side source,
+                   bool create, Access access);
+
+  // Reads `stream`, or opens the file if it is null, and closes it again. 0, or the code of what
+  // ended it. Objects built before stay with the owner.
+  int readFile(const TextFile* stream);
+
+ private:
+  struct RecordKeys {
+    std::string workDir;
+    std::optional<std::string> dir;
+    std::optional<std::string> config;
+    bool overlay = false;  // OWNERSHIP was there: the record lies over a public object.
+  };
+
+  static RecordKeys readKeys(TVKeyFile& file);
+  int readRecord(TVKeyFile& file, int sectionId, std::string_view name, OptionalText value);
+  int readProjectRecord(TVKeyFile& file, OptionalText value);
+  int readFolderRecord(TVKeyFile& file, OptionalText value);
+  int readDocumentRecord(OptionalText value);
+
+  int mergeProject(const std::string& name, const RecordKeys& keys);
+  bool mergeFolder(const std::string& name, const RecordKeys& keys);
+  TVArchiveFolder52* addFolder(const std::string& name, const RecordKeys& keys);
+  int recordFailed(int code, const std::string& name);
+  template <typename Accept>
+  TVArchiveFolder* findChild(const std::string& name, Accept accept);
+
+  const VPathString& path_;
+  const VString& directory_;
+  const KeyTableEntry* sections_;
+  Side source_;
+  // The folders and projects of the owner by name, for a private pass; made on first use.
+  std::unordered_map<std::string_view, std::vector<TVArchiveFolder*>> byName_;
+  bool byNameFilled_ = false;
+};
+
+// Holds the files of an owner for an update, exclusively, from open() to its end.
+class TVDataFileWriter : public TVDataFile, public TVStorageLock {
+ public:
+  // An empty path stands for a file that the owner doesn't have.
+  TVDataFileWriter(TVObject* owner, TVHandle& context, VPathString publicPath,
+                   VPathString privatePath);
+
+  // 0, or the code of a failure. With two paths one open file is enough.
+  int open();
+
+  // Null when the file isn't open.
+  TextFile* stream(Side side) const { return side == Side::kPublic ? public_.get() : private_.get(); }
+  const VPathString& path(Side side) const {
+    return side == Side::kPublic ? publicPath_ : privatePath_;
+  }
+
+  // Empties an open file and writes the format head.
+  void truncate(Side side);
+  // Adds a record at the end of an open file, on a line of its own. 0, or 4 after a report.
+  int writeRecord(Side side, const std::string& record, TVHandle& context);
+  // Brings the changes of one file to the disk. False after a report.
+  bool commit(Side side, TVHandle& context);
+
+ private:
+  void reportWriteFailure(Side side, TVHandle& context) const;
+
+  VPathString publicPath_;
+  VPathString privatePath_;
+  std::unique_ptr<TextFile> public_;
+  std::unique_ptr<TextFile> private_;
+};
+
+// What every keyed data file begins with after a rewrite. Readers pass over it.
+void writeHeader(TextFile* stream);
+
+// `dir` of a record below an owner's storage directory; empty if it is empty.
+VString storageDirectory(const VString& ownerDirectory, std::string_view dir);
+
+// The pair of files of one owner: where they lie, when they were read or written last, and whether
+// that told everything.
+class TVDataFilePair {
+ public:
+  TVDataFilePair(const char* publicName, const char* privateName);
+
+  const VString& directory(Side side) const { return at(side).directory; }
+  void setDirectory(Side side, VString directory) { at(side).directory = std::move(directory); }
+  // Empty where there is no directory.
+  VPathString path(Side side) const;
+
+  // Reads one side. 0, or the code of the failure; the file then counts as unread.
+  int read(Side side, TVObject* owner, TVHandle& context, const KeyTableEntry* sections,
+           TVDataFile::Access access, const TextFile* stream);
+  // Notes that a side could not be read because another failed.
+  void skip(Side side);
+  // Whether all that exists was read to its end.
+  bool isComplete() const { return !at(Side::kPublic).unread && !at(Side::kPrivate).unread; }
+  // Whether a side was never read, or changed since.
+  bool hasChanged(Side side) const;
+
+  // The writer for an update of the sides asked for; null after a report.
+  TVDataFileWriter* beginWrite(TVObject* owner, TVHandle& context, bool publicSide,
+                               bool privateSide) const;
+  // False, after a report, where the writer holds a file that could not be read: what can't be read
+  // is never overwritten.
+  bool mayUpdate(const TVDataFileWriter& writer, TVHandle& context) const;
+  // Commits or drops what was written, takes the stamps and deletes the writer.
+  void endWrite(TVDataFileWriter* writer, TVHandle& context, bool keep);
+
+ private:
+  struct File {
+    const char* name;
+    VString directory;
+    FileStamp stamp;
+    bool unread = false;
+  };
+  const File& at(Side side) const { return side == Side::kPublic ? public_ : private_; }
+  File& at(Side side) { return side == Side::kPublic ? public_ : private_; }
+  void endWrite(Side side, TVDataFileWriter& writer, TVHandle& context, bool keep);
+
+  File public_;
+  File private_;
+};
+
+}  // namespace foldapi

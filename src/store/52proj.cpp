@@ -1,0 +1,234 @@
+// store/52proj.cpp: a project's record, its own pair of files, and how a new project gets its
+// directories and its configuration file.
+#include "store/52proj.h"
+
+#include "base/vfile.h"
+#include "domain/projectroot.h"
+#include "runtime/assertion.h"
+#include "runtime/files.h"
+#include "runtime/mbstring.h"
+#include "runtime/paths.h"
+#include "runtime/platform_env.h"
+#include "store/52arfld.h"
+#include "store/52promo.h"
+#include "toolkit/configuration.h"
+#include "toolkit/messages.h"
+#include "toolkit/session.h"
+
+namespace foldapi {
+
+namespace {
+
+constexpr size_t kShortNameLimit = 8;
+constexpr int kSpareCacheEntries = 50;
+constexpr const char* kNewConfigLine = "# VERSION TRVS Trevault_5.2.00\r\n";
+
+// The last component of a directory with another extension, inside that directory.
+VPathString fileNamedAfter(const VString& directory, const char* extension) {
+  const VPathString last = VPathString(directory).fileNamePart();
+  const size_t dot = mbFindLastByte(last.view(), '.');
+  return VPathString(joinPath(directory.view(), last.str().substr(0, dot) + extension));
+}
+
+}  // namespace
+
+TVProjectFolder52::TVProjectFolder52(VString name, TVProjectConfig config, VString privateWorkDir,
+                                     VString publicWorkDir, TVObject* owner, VBool transient)
+    : TVProjectFolder(std::move(name), std::move(config), std::move(privateWorkDir),
+                      std::move(publicWorkDir), owner, transient),
+      files_("trvsfold.pub", "trvsfold.prv") {}
+
+TVProjectFolder52::~TVProjectFolder52() {
+  try {
+    if (cache_ != nullptr) cache_->save();
+  } catch (...) {  // It is only an accelerator.
+  }
+}
+
+// The record in the root's files -------------------------------------------------------------------
+
+std::string TVProjectFolder52::record(Side side) const {
+  const bool isPublic = side == Side::kPublic;
+  const auto* root = static_cast<const TVProjectRoot*>(owner());
+  const VString& directory = files_.directory(side);
+  if (directory.isEmpty()) assertFail("52proj.cpp", isPublic ? 421 : 455);
+  const VString& rootDir = isPublic ? root->publicDir() : root->privateDir();
+  std::string text = "[Project=" + folderName().str() + "]\n";
+  text += "CFG=" + config().path.str() + "\n";
+  text += "DIR=" + relativePath(rootDir.view(), directory.view()) + "\n";
+  text += "WKDIR=" + (isPublic ? publicWorkDir() : privateWorkDir()).str() + "\n";
+  return text + (isPublic ? "\n" : "OWNERSHIP=PUBLIC\n\n");
+}
+
+int TVProjectFolder52::writeChild(TVHandle& context, TVStorageLock* ownerLock) {
+  auto* writer = static_cast<TVDataFileWriter*>(ownerLock);
+  int result = 0;
+  for (const Side side : {Side::kPublic, Side::kPrivate}) {
+    if (writer == nullptr || writer->stream(side) == nullptr) continue;
+    if (writer->writeRecord(side, record(side), context) != 0) result = 4;
+  }
+  return result;
+}
+
+// The project's own pair ---------------------------------------------------------------------------
+
+int TVProjectFolder52::readSide(Side side, TVHandle& context, const TextFile* stream) {
+  if (files_.directory(side).isEmpty()) {
+    if (side == Side::kPublic) assertFail("52proj.cpp", 219);
+    return 0;
+  }
+  const int code = files_.read(side, this, context, folderSections(), TVDataFile::Access::kRead,
+                               stream);
+  return code == kFolderNoMemory ? 1 : 0;
+}
+
+int TVProjectFolder52::readData(TVHandle& context, TVStorageLock* lock) {
+  auto* writer = static_cast<TVDataFileWriter*>(lock);
+  const auto stream = [writer](Side side) {
+    return writer == nullptr ? nullptr : writer->stream(side);
+  };
+  int code = readSide(Side::kPublic, context, stream(Side::kPublic));
+  if (code == 0) {
+    code = readSide(Side::kPrivate, context, stream(Side::kPrivate));
+  } else {
+    files_.skip(Side::kPrivate);
+  }
+  readPromotionGroups(context);
+  loadCache(context);
+  return code;
+}
+
+VBool TVProjectFolder52::isStale(TVHandle&) {
+  return files_.hasChanged(Side::kPublic) || files_.hasChanged(Side::kPrivate);
+}
+
+TVStorageLock* TVProjectFolder52::lockStorage(TVHandle& context) {
+  return files_.beginWrite(this, context, true, true);
+}
+
+bool TVProjectFolder52::mayUpdate(TVHandle& context, TVStorageLock* lock) {
+  return files_.mayUpdate(*static_cast<TVDataFileWriter*>(lock), context);
+}
+
+int TVProjectFolder52::writeData(TVHandle&, TVStorageLock* lock) {
+  auto* writer = static_cast<TVDataFileWriter*>(lock);
+  writer->truncate(Side::kPublic);
+  writer->truncate(Side::kPrivate);
+  return 0;
+}
+
+void TVProjectFolder52::unlockStorage(TVHandle& context, TVStorageLock* lock, bool keep) {
+  files_.endWrite(static_cast<TVDataFileWriter*>(lock), context, keep);
+}
+
+// The top of the promotion model becomes a child; the groups below it grow as they are opened.
+int TVProjectFolder52::readPromotionGroups(TVHandle& context) {
+  std::string names;
+  int32_t status;
+  {
+    TVToolkitBracket bracket(context);
+    status = QueryConfigurationItem(kItemPromotionGroups, &names);
+  }
+  if (status != 0) {
+    context.sink().notice(context, ToolkitMessage(status, nullptr));
+    return status == 15 ? 3 : 2;
+  }
+  mergePromotionModel(*this, std::move(names));
+  return 0;
+}
+
+TVProjectConfig TVProjectFolder52::effectiveConfig(TVHandle& context) {
+  TVProjectConfig result = config();
+  result.archiveDirs.clear();
+  std::string dirs;
+  TVToolkitBracket bracket(context);
+  if (QueryConfigurationItem(kItemArchiveDirs, &dirs) == 0) {
+    result.archiveDirs = VString(dirs.c_str());
+  }
+  return result;
+}
+
+// The archive cache lies in the private directory and bears its name. A project that has no private
+// directory yet gets one now.
+void TVProjectFolder52::loadCache(TVHandle& context) {
+  if (cache_ != nullptr || hasEnvironmentVariable("TRVS_TVAPI_NOCACHE")) return;
+  if (files_.directory(Side::kPrivate).isEmpty() && !assignDirectories(context)) return;
+  const VPathString path = fileNamedAfter(files_.directory(Side::kPrivate), ".ack");
+  cache_ = std::make_unique<TVArchiveCache>(path, childCount() + kSpareCacheEntries);
+  cache_->loadIfCurrent();
+}
+
+// New projects -------------------------------------------------------------------------------------
+
+// Gives the project a free directory below the root's. False if it has one, or the root has none.
+bool TVProjectFolder52::nameDirectory(Side side) {
+  const auto* root = static_cast<const TVProjectRoot*>(owner());
+  if (root == nullptr || !files_.directory(side).isEmpty()) return false;
+  const VString& base = side == Side::kPublic ? root->publicDir() : root->privateDir();
+  files_.setDirectory(side, uniqueName(base, folderName(), ".prj"));
+  return !files_.directory(side).isEmpty();
+}
+
+void TVProjectFolder52::createStorage(TVHandle& context) {
+  nameDirectory(Side::kPublic);
+  nameDirectory(Side::kPrivate);
+  if (config().path.isEmpty() && !files_.directory(Side::kPublic).isEmpty()) {
+    setConfig(TVProjectConfig(fileNamedAfter(files_.directory(Side::kPublic), ".cfg")));
+  }
+  if (beginEdit(context)) {
+    setDirty(true);
+    endEdit(context);
+  }
+  createConfigFile(context);
+}
+
+void TVProjectFolder52::createConfigFile(TVHandle& context) const {
+  const VPathString& path = config().path;
+  if (path.isEmpty() || path.exists()) return;
+  VFile file(path);
+  const bool written = makeDirectories(path.view()) == 0 && file.open(VFile::kCreate) &&
+                       file.writeText(kNewConfigLine) > 0 && file.close();
+  if (!written) {
+    context.sink().error(context, FolderFileMessage(kFolderWriteFailed, path.text()));
+  }
+}
+
+// Names a directory for a project of old that has none, and has the root's files say so at once. The
+// name is chosen under the root's lock: another process may have chosen one meanwhile.
+bool TVProjectFolder52::assignDirectories(TVHandle& context) {
+  TVObject* root = owner();
+  if (root == nullptr) return false;
+  TVHandle rootHandle(&context.sink(), root);
+  const bool locked = root->storageLock() != nullptr;
+  if (!locked && !root->beginEdit(rootHandle)) return false;
+  const bool publicNamed = nameDirectory(Side::kPublic);
+  const bool privateNamed = nameDirectory(Side::kPrivate);
+  if (publicNamed || privateNamed) root->setDirty(true);
+  if (!locked) root->endEdit(rootHandle);
+  return !files_.directory(Side::kPrivate).isEmpty();
+}
+
+VString uniqueName(const VString& directory, const VString& base, std::string_view suffix) {
+  if (directory.isEmpty()) return {};
+  for (int counter = -1;; ++counter) {
+    const std::string digits = counter < 0 ? "" : std::to_string(counter);
+    const size_t limit = digits.size() < kShortNameLimit ? kShortNameLimit - digits.size() : 0;
+    std::string name = cleanFileName(base.view(), limit);
+    name.append(digits).append(suffix);
+    const std::string path = joinPath(directory.view(), name);
+    if (!fileExists(path)) return path;
+  }
+}
+
+TVObject* TVProjectFolder52Options::makeObject(const VString& name, const TVProjectConfig& config,
+                                               const VString& privateWorkDir,
+                                               const VString& publicWorkDir, TVHandle& context,
+                                               TVObject* owner, VBool transient) {
+  if (!name.isEmpty()) {
+    return new TVProjectFolder52(name, config, privateWorkDir, publicWorkDir, owner, transient);
+  }
+  context.sink().notice(context, FolderMessage(kFolderNoProjectName));
+  return nullptr;
+}
+
+}  // namespace foldapi

@@ -1,0 +1,72 @@
+// store/52proj.h: TVProjectFolder52, a project in format 5.2.
+//
+// It is stored in two places: its record lies in the root's files, its contents in a pair of its own,
+// "trvsfold.pub" and "trvsfold.prv". Four directories belong to it: the public and the private work
+// directory of the base class, for workfiles, and the public and the private storage directory here,
+// for that pair.
+#pragma once
+
+#include <memory>
+
+#include "domain/projectfolder.h"
+#include "store/52data.h"
+#include "store/archivecache.h"
+
+namespace foldapi {
+
+class TVProjectFolder52 : public TVProjectFolder {
+ public:
+  TVProjectFolder52(VString name, TVProjectConfig config, VString privateWorkDir,
+                    VString publicWorkDir, TVObject* owner, VBool transient);
+  ~TVProjectFolder52() override;  // Saves the archive cache.
+
+  int version() const override { return 2; }
+  TVStorageLock* lockStorage(TVHandle& context) override;
+  int writeData(TVHandle& context, TVStorageLock* lock) override;
+  void unlockStorage(TVHandle& context, TVStorageLock* lock, bool keep) override;
+  // Writes the project's record into both of the root's files. 0 or 4.
+  int writeChild(TVHandle& context, TVStorageLock* ownerLock) override;
+  // Reads folders and documents, then the promotion groups, then the archive cache. Files that can't
+  // be read leave a project with what was read, and give 0.
+  int readData(TVHandle& context, TVStorageLock* lock) override;
+  bool readWasComplete() const override { return files_.isComplete(); }
+  bool mayUpdate(TVHandle& context, TVStorageLock* lock) override;
+  VBool isStale(TVHandle& context) override;
+  // Gives a new project its directories, its pair of files and its configuration file.
+  void createStorage(TVHandle& context) override;
+  // The configuration with the archive directories that the toolkit finds in it.
+  TVProjectConfig effectiveConfig(TVHandle& context) override;
+
+  const VString& storageDir(Side side) const { return files_.directory(side); }
+  void setStorageDir(Side side, VString directory) {
+    files_.setDirectory(side, std::move(directory));
+  }
+  // The store of archive summaries; null while the project was not read, or if it is switched off.
+  TVArchiveCache* archiveCache() const { return cache_.get(); }
+
+ private:
+  int readSide(Side side, TVHandle& context, const TextFile* stream);
+  std::string record(Side side) const;
+  bool nameDirectory(Side side);
+  bool assignDirectories(TVHandle& context);
+  void createConfigFile(TVHandle& context) const;
+  int readPromotionGroups(TVHandle& context);
+  void loadCache(TVHandle& context);
+
+  std::unique_ptr<TVArchiveCache> cache_;
+  TVDataFilePair files_;
+};
+
+class TVProjectFolder52Options : public TVProjectFolderOptions {
+ public:
+  TVProjectFolder52Options() : TVProjectFolderOptions(2) {}
+  TVObject* makeObject(const VString& name, const TVProjectConfig& config,
+                       const VString& privateWorkDir, const VString& publicWorkDir,
+                       TVHandle& context, TVObject* owner, VBool transient) override;
+};
+
+// A new path in `directory`: `base` shortened to 8 bytes, with a number where that is taken, and
+// `suffix` behind. Empty for an empty directory.
+VString uniqueName(const VString& directory, const VString& base, std::string_view suffix);
+
+}  // namespace foldapi

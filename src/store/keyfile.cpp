@@ -1,0 +1,131 @@
+// store/keyfile.cpp: how lines fall into sections, keys and values. Malformed text is passed over or
+// taken as a key: nothing in here is an error.
+#include "store/keyfile.h"
+
+#include "base/vstring.h"
+#include "runtime/assertion.h"
+#include "runtime/mbstring.h"
+
+namespace foldapi {
+
+namespace {
+
+constexpr std::string_view kBlanks = " \t";
+
+std::string_view withoutLeading(std::string_view text, std::string_view set) {
+  const size_t start = text.find_first_not_of(set);
+  return start == std::string_view::npos ? std::string_view() : text.substr(start);
+}
+
+}  // namespace
+
+TVKeyFile::TVKeyFile(std::string_view text, const KeyTableEntry* sections)
+    : text_(text),
+      sections_(sections),
+      mayHoldNulls_(text.find('\0') != std::string_view::npos) {}
+
+int TVKeyFile::parse(const RecordHandler& handler) {
+  std::string_view name;
+  OptionalText value;
+  while (nextSection(&name, &value) == kKeyFileDone) {
+    const int id = sectionId(name);
+    if (id == kSectionSkipped) continue;
+    if (handler(id, name, value) == kRecordAbort) return kKeyFileAborted;
+  }
+  return kKeyFileDone;
+}
+
+int TVKeyFile::nextSection(std::string_view* name, OptionalText* value) {
+  std::string_view head;
+  do {
+    if (!readLine()) return kKeyFileEnd;
+    head = withoutLeading(line_, kBlanks);
+  } while (head.empty() || head.front() != '[');
+  head.remove_prefix(1);
+
+  const size_t end = head.find_first_of("=]");
+  *name = head.substr(0, end);
+  if (end == std::string_view::npos) {
+    if (lineEnded_) sectionValue_.reset();
+  } else if (head[end] == ']') {
+    sectionValue_.reset();
+  } else {
+    head.remove_prefix(end + 1);
+    sectionValue_ = head.substr(0, head.find(']'));
+  }
+  *value = sectionValue_;
+  return kKeyFileDone;
+}
+
+int TVKeyFile::nextKey(std::string_view* key, OptionalText* value) {
+  std::string_view line;
+  do {
+    if (!readLine()) return kKeyFileEndOfSection;
+    line = withoutLeading(line_, kBlanks);
+  } while (line.empty());
+  if (line.front() == '[') {
+    pushedBack_ = true;
+    return kKeyFileEndOfSection;
+  }
+  const size_t split = line.find('=');
+  *key = line.substr(0, split);
+  value->reset();
+  if (split != std::string_view::npos) *value = expandMacros(line.substr(split + 1));
+  return kKeyFileDone;
+}
+
+// False at the end of the text. A null ends the text of its line.
+bool TVKeyFile::readLine() {
+  if (pushedBack_) {
+    pushedBack_ = false;
+    return true;
+  }
+  if (position_ >= text_.size()) return false;
+  const size_t end = text_.find('\n', position_);
+  lineEnded_ = end != std::string_view::npos;
+  line_ = text_.substr(position_, lineEnded_ ? end - position_ : end);
+  position_ = lineEnded_ ? end + 1 : text_.size();
+  if (mayHoldNulls_) {
+    const size_t null = line_.find('\0');
+    lineEnded_ = lineEnded_ && null == std::string_view::npos;
+    line_ = line_.substr(0, null);
+  }
+  return true;
+}
+
+int TVKeyFile::sectionId(std::string_view name) const {
+  for (const KeyTableEntry* row = sections_; row->name != nullptr; ++row) {
+    const std::string_view known = row->name;
+    if (known == "*") return row->sectionId;
+    if (known.size() == name.size() && compareNoCase(known, name) == 0) return row->sectionId;
+  }
+  return kSectionSkipped;
+}
+
+void TVKeyFile::setMacro(std::string_view name, std::string_view value) {
+  if (compareNoCase(name, "TRVSPRIV") != 0) assertFail("keyfile.cpp", 307);
+  macro_ = value;
+}
+
+// Every "$(...)" gives way to the one macro value, whatever name it holds. The character right
+// behind a replacement is stepped over unseen, so a second macro that touches the first stays.
+std::string_view TVKeyFile::expandMacros(std::string_view value) {
+  if (value.find("$(") == std::string_view::npos) return value;
+  expanded_.clear();
+  while (!value.empty()) {
+    if (value.starts_with("$(")) {
+      const size_t end = value.find(')');
+      if (end == std::string_view::npos) break;
+      expanded_ += macro_;
+      value.remove_prefix(end + 1);
+    }
+    const size_t step = mbCharLength(value, 0);
+    if (step == 0) break;
+    expanded_ += value.substr(0, step);
+    value.remove_prefix(step);
+  }
+  expanded_ += value;
+  return expanded_;
+}
+
+}  // namespace foldapi

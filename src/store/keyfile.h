@@ -1,0 +1,88 @@
+// store/keyfile.h: TVKeyFile, the line tokeniser under every text data file.
+//
+// It knows two kinds of line, a section line "[Name=value]" and a key line "KEY=value", and drives
+// the parse: it finds each section, looks its name up in a table and hands it to a record handler,
+// which then pulls the section's key lines. What a record means is none of its business.
+//
+// Nothing is copied: names, keys and values are views into the text, or into a buffer of the
+// tokeniser that is good until the next call.
+#pragma once
+
+#include <functional>
+#include <optional>
+#include <string>
+#include <string_view>
+
+namespace foldapi {
+
+// A row of a section table. A null name ends the table; the name "*" matches every section.
+struct KeyTableEntry {
+  const char* name;
+  int sectionId;
+};
+
+// Section ids. Sections with id 0 are passed over.
+enum : int {
+  kSectionSkipped = 0,
+  kSectionFolder = 1,
+  kSectionDocument = 2,
+  kSectionProject = 3,
+};
+
+// Results of the tokeniser.
+enum : int {
+  kKeyFileDone = 0,
+  kKeyFileNoMemory = 2,
+  kKeyFileEndOfSection = 3,
+  kKeyFileEnd = 4,
+  kKeyFileAborted = 5,
+};
+
+// Results of a record handler.
+enum : int {
+  kRecordTaken = 0,
+  kRecordAbort = 1,
+  kRecordDropped = 2,
+};
+
+// A value that may be missing, which is not the same as empty.
+using OptionalText = std::optional<std::string_view>;
+
+class TVKeyFile {
+ public:
+  using RecordHandler =
+      std::function<int(int sectionId, std::string_view name, OptionalText value)>;
+
+  // Neither the text nor the table is copied. Line ends are LF.
+  TVKeyFile(std::string_view text, const KeyTableEntry* sections);
+
+  // Runs over the whole text. Gives kKeyFileDone, or kKeyFileAborted when a handler asked for it.
+  int parse(const RecordHandler& handler);
+
+  // The next section line; key lines and anything else before it are passed over.
+  int nextSection(std::string_view* name, OptionalText* value);
+  // The next key line of the present section, for record handlers: to be called until it gives
+  // something other than kKeyFileDone.
+  int nextKey(std::string_view* key, OptionalText* value);
+
+  // The text that stands for every macro "$(...)" in a value. `name` is "TRVSPRIV".
+  void setMacro(std::string_view name, std::string_view value);
+
+ private:
+  bool readLine();
+  int sectionId(std::string_view name) const;
+  std::string_view expandMacros(std::string_view value);
+
+  std::string_view text_;
+  const KeyTableEntry* sections_;
+  bool mayHoldNulls_;
+  size_t position_ = 0;
+  std::string_view line_;       // Without its line end.
+  bool lineEnded_ = false;      // The line had an end of its own.
+  bool pushedBack_ = false;     // The line has been looked at but not consumed.
+  OptionalText sectionValue_;   // A section line that is cut off keeps the value of the last one.
+  std::string macro_;
+  std::string expanded_;
+};
+
+}  // namespace foldapi

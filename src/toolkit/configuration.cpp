@@ -1,0 +1,105 @@
+// toolkit/configuration.cpp: master file first, project next, local last; directives are appended
+// without a look at what stands there.
+#include "toolkit/configuration.h"
+
+#include "base/vfile.h"
+#include "btkf520/btkf520.h"
+#include "runtime/files.h"
+#include "toolkit/messages.h"
+
+namespace foldapi {
+
+namespace {
+
+constexpr int32_t kTooSmall = 8;
+constexpr size_t kFirstSize = 257;
+constexpr size_t kSizeStep = 256;
+constexpr size_t kLargestSize = 0xffff;  // Sizes are kept in 16 bits.
+
+constexpr const char* kDirsFailedTail =
+    ". The archive directory could not be set. Before you can check files into archives, you must "
+    "use Project / Configure Project / Archive Directories in TRVS Trevault to select an archive "
+    "directory for this project.";
+
+bool readConfiguration(const char* path, int32_t mode) {
+  return TrvsQueryConfiguration(path, 0, 0, mode) == 0;
+}
+
+}  // namespace
+
+VBool LoadConfiguration(const VPathString& rootPath, const VPathString& projectPath,
+                        VBool readLocal, TVHandle& context) {
+  int32_t mode = TRVS_READ_FIRST;
+  if (fileExists(rootPath.view())) {
+    if (!readConfiguration(rootPath.text(), TRVS_READ_MASTER)) return false;
+    mode = TRVS_READ_FOLLOWING;
+  }
+  if (compareNoCase(projectPath.view(), rootPath.view()) != 0) {
+    if (!fileExists(projectPath.view())) {
+      context.sink().error(context, FolderFileMessage(kFolderFileMissing, projectPath.text()));
+    } else if (!readConfiguration(projectPath.text(), mode)) {
+      return false;
+    }
+  }
+  if (!readLocal || !fileExists("vcs.cfg")) return true;
+  return readConfiguration("vcs.cfg", TRVS_READ_FOLLOWING);
+}
+
+int32_t QueryConfigurationItem(int32_t item, std::string* answer) {
+  std::string buffer(kFirstSize, '\0');
+  for (;;) {
+    const int32_t status =
+        TrvsQueryConfigurationItem(item, buffer.data(), static_cast<int32_t>(buffer.size()));
+    if (status == 0) *answer = std::move(buffer);
+    if (status != kTooSmall || buffer.size() + kSizeStep > kLargestSize) return status;
+    buffer.assign(buffer.size() + kSizeStep, '\0');
+  }
+}
+
+void appendArchiveDirs(TVProjectConfig* config, const VString& dirs, TVHandle& context) {
+  VFile file(config->path);
+  if (!file.open(VFile::kReadWrite)) {
+    context.sink().error(context, VString("Error opening project configuration file ") +
+                                      config->path + kDirsFailedTail);
+    return;
+  }
+  VString trimmed = dirs;
+  trimmed.trimRight();
+  if (trimmed.view().ends_with('\\')) trimmed.truncate(trimmed.length() - 1);
+  file.seek(VFile::kEnd);
+  const bool written = file.writeText(VString("VCSDIR=") + trimmed + "\r\n\r\n") >= 0;
+  if (!file.close() || !written) {
+    context.sink().error(context, VString("Error writing to project configuration file ") +
+                                      config->path + kDirsFailedTail);
+  }
+  config->archiveDirs = dirs;
+}
+
+VBool appendArchiveSuffix(const TVProjectConfig& config, const VString& extension,
+                          const VString& suffix, VBool tellUser, TVHandle& context) {
+  if (extension.isEmpty() || suffix.isEmpty()) return false;
+  VFile file(config.path);
+  bool written = false;
+  if (file.open(VFile::kReadWrite)) {
+    file.seek(VFile::kEnd);
+    written = file.writeText(VString::format("ARCHIVESUFFIX %s = %s\r\n", extension.text(),
+                                             suffix.text())) > 0;
+    written = file.close() && written;
+  }
+  if (!written) {
+    context.sink().notice(
+        context, VString::format("Error opening project configuration file %s. Unable to set the "
+                                 "archive suffix for file extension %s",
+                                 config.path.text(), extension.text()));
+  } else if (tellUser) {
+    context.sink().notice(
+        context,
+        VString::format("The project configuration file %s has been update with the archive suffix "
+                        "%s for all files with the extension %s.\n\n See online documentation for "
+                        "more information about archive suffixes.",
+                        config.path.text(), suffix.text(), extension.text()));
+  }
+  return written;
+}
+
+}  // namespace foldapi

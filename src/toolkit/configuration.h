@@ -1,0 +1,36 @@
+// toolkit/configuration.h: which configuration files the toolkit reads, what is asked of them, and
+// the directives that are added to a project's file.
+#pragma once
+
+#include <cstdint>
+#include <string>
+
+#include "core/handle.h"
+#include "core/projectconfig.h"
+
+namespace foldapi {
+
+// Items of the configuration, by the toolkit's numbers.
+constexpr int32_t kItemArchiveDirs = 49;
+constexpr int32_t kItemPromotionGroups = 55;
+
+// Has the toolkit read the root's file, then the project's, then, if asked to, "vcs.cfg" in the
+// current directory. Later files override earlier ones. False when one could not be taken in. A
+// project file that is missing is reported, and nothing more.
+VBool LoadConfiguration(const VPathString& rootPath, const VPathString& projectPath,
+                        VBool readLocal, TVHandle& context);
+
+// Fetches an item into a growing buffer, inside a bracket of the caller's. Gives the toolkit's
+// status; *answer, which changes only with 0, is the whole buffer, nulls included.
+int32_t QueryConfigurationItem(int32_t item, std::string* answer);
+
+// Adds a VCSDIR directive to the configuration's file, without one "\" at the end of `dirs`, and
+// takes `dirs` over, also after a write that failed. Failures go to the sink.
+void appendArchiveDirs(TVProjectConfig* config, const VString& dirs, TVHandle& context);
+
+// Adds an ARCHIVESUFFIX directive. False, after a report, when that failed; without a report when
+// one of the texts is empty.
+VBool appendArchiveSuffix(const TVProjectConfig& config, const VString& extension,
+                          const VString& suffix, VBool tellUser, TVHandle& context);
+
+}  // namespace foldapi

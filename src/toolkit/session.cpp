@@ -1,0 +1,99 @@
+// toolkit/session.cpp: the bracket, and the two ways to start.
+#include "toolkit/session.h"
+
+#include "btkf520/btkf520.h"
+#include "runtime/platform_path.h"
+#include "toolkit/configuration.h"
+#include "toolkit/messages.h"
+
+namespace foldapi {
+
+namespace {
+
+constexpr int32_t kUserSize = 129;
+constexpr int32_t kBufferTooSmall = 8;
+constexpr int32_t kNoSuchPlace = 9;
+
+// Path texts mean the same to the toolkit as to the library.
+int32_t resolvePath(const char* text, char* buffer, int32_t size) {
+  try {
+    const std::string path = nativePath(text);
+    if (path.empty()) return kNoSuchPlace;
+    if (size < 0 || path.size() >= static_cast<size_t>(size)) return kBufferTooSmall;
+    path.copy(buffer, path.size());
+    buffer[path.size()] = '\0';
+    return 0;
+  } catch (...) {
+    return kNoSuchPlace;
+  }
+}
+
+}  // namespace
+
+TVToolkitSession& TVToolkitSession::Instance() {
+  static auto* session = new TVToolkitSession;
+  return *session;
+}
+
+TVHandle& TVToolkitSession::Sink() const { return sink_ == nullptr ? theNullHandle() : *sink_; }
+
+// The wait only stops a bad nesting from going on: no callback calls an operation that enters.
+VBool TVToolkitSession::enter(TVHandle& context) {
+  while (*const_cast<const volatile bool*>(&busy_)) {
+  }
+  busy_ = true;
+  sink_ = &context;
+  const bool none = context.isNull();
+  const TVProjectConfig project = none ? theEmptyConfig() : context.object()->projectConfig();
+  const TVProjectConfig root = none ? theEmptyConfig() : context.object()->rootConfig();
+  if (isLoaded(project, root)) return true;
+  projectFile_ = project;
+  rootFile_ = root;
+  LoadConfiguration(root.path, project.path, false, context);
+  projectFile_.recordTime();
+  rootFile_.recordTime();
+  return true;
+}
+
+bool TVToolkitSession::isLoaded(const TVProjectConfig& project, const TVProjectConfig& root) const {
+  return project.path == projectFile_.path && !projectFile_.hasChanged() &&
+         root.path == rootFile_.path && !rootFile_.hasChanged();
+}
+
+VBool TVToolkitSession::leave() {
+  busy_ = false;
+  sink_ = nullptr;
+  return true;
+}
+
+VBool EnableToolkit(TVErrorSink& sink) {
+  TVHandle context(&sink, nullptr);
+  TVToolkitBracket bracket(context);
+  const int32_t status = TrvsOEMEnable();
+  TrvsRegisterPathResolver(resolvePath);
+  RegisterToolkitCallbacks();
+  if (status != 0) sink.error(context, FolderMessage(kFolderLicence));
+  return status == 0;
+}
+
+VBool StartToolkit(TVErrorSink& sink) {
+  TVHandle context(&sink, nullptr);
+  { TVToolkitBracket loadOnly(context); }
+  TVToolkitBracket bracket(context);
+  const int32_t status = TrvsInit("TVGUI");
+  if (status != 0) {
+    sink.error(context, ToolkitMessage(status, nullptr));
+    return false;
+  }
+  TrvsRegisterPathResolver(resolvePath);
+  RegisterToolkitCallbacks();
+  char user[kUserSize] = {};
+  char second[kUserSize] = {};
+  int16_t kind = 0;
+  TrvsGetUserInfo(user, kUserSize, second, kUserSize, &kind);
+  return true;
+}
+
+void SetGlobalHandler(TVErrorSink* sink) { theNullHandle().setSink(sink); }
+
+}  // namespace foldapi
