@@ -4,11 +4,9 @@
 // becomes of the separator at the cut. Its test: vpathstring_test.cpp.
 #include "base/vpathstring.h"
 
-#include <cstdio>
-
+#include "runtime/bytefile.h"
 #include "runtime/files.h"
 #include "runtime/paths.h"
-#include "runtime/platform_path.h"
 
 namespace foldapi {
 
@@ -48,8 +46,6 @@ VPathString& VPathString::join(const VString& component) {
 
 VBool VPathString::exists() const { return fileExists(text_); }
 
-VBool VPathString::remove() const {
-  return !isDirectory(text_) && std::remove(nativePath(text_).c_str()) == 0;
-}
+VBool VPathString::remove() const { return !isDirectory(text_) && removeFile(text_); }
 
 }  // namespace foldapi

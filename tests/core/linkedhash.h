@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <deque>
 #include <iterator>
+#include <utility>
 #include <vector>
 
 #include "core/hash.h"
