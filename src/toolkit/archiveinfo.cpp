@@ -22,27 +22,22 @@ namespace {
 
 constexpr size_t kFirstRead = 1024;
 constexpr size_t kTrailerSize = 9;
-constexpr uint8_t kTrailerTag = 4;
+constexpr uint32_t kTrailerTag = 4;
 constexpr int64_t kTrailerDifference = 9;
 constexpr char kEndTag = '@';
 constexpr uint32_t kLongLength = 0x8000;
 
-uint32_t readUnsigned(std::string_view bytes, size_t size) {
-  uint32_t value = 0;
-  for (size_t i = 0; i < size; ++i) value = value << 8 | static_cast<uint8_t>(bytes[i]);
-  return value;
-}
+uint32_t byteAt(const char* bytes, size_t index) { return static_cast<uint8_t>(bytes[index]); }
 
-int64_t readSigned32(std::string_view bytes) {
-  return static_cast<int32_t>(readUnsigned(bytes, 4));
-}
+uint32_t read16(const char* bytes) { return byteAt(bytes, 0) << 8 | byteAt(bytes, 1); }
 
-// How far the block begins ahead of `trailer`; -1 for no trailer.
-int64_t blockSize(std::string_view trailer) {
-  const int64_t first = readSigned32(trailer.substr(1));
-  const int64_t second = readSigned32(trailer.substr(5));
-  if (static_cast<uint8_t>(trailer[0]) != kTrailerTag || second - first != kTrailerDifference ||
-      second > 0) {
+uint32_t read32(const char* bytes) { return read16(bytes) << 16 | read16(bytes + 2); }
+
+// How far the block begins ahead of the trailer; -1 for no trailer.
+int64_t blockSize(const char* trailer) {
+  const int64_t first = static_cast<int32_t>(read32(trailer + 1));
+  const int64_t second = static_cast<int32_t>(read32(trailer + 5));
+  if (byteAt(trailer, 0) != kTrailerTag || second - first != kTrailerDifference || second > 0) {
     return -1;
   }
   return -second;
@@ -151,7 +146,7 @@ bool TVArchiveInfo52::readTail() {
     return false;
   }
   const std::string_view tail(buffer, tailSize - kTrailerSize);
-  const int64_t wanted = blockSize(std::string_view(buffer + tail.size(), kTrailerSize));
+  const int64_t wanted = blockSize(buffer + tail.size());
   if (wanted < 0 || static_cast<uint64_t>(wanted) > stamp.size - kTrailerSize) return false;
   const auto size = static_cast<size_t>(wanted);
   if (size <= tail.size()) {
@@ -176,11 +171,11 @@ bool TVArchiveInfo52::readTail() {
 void TVArchiveInfo52::readBlock(std::string_view block) {
   while (block.size() >= 3 && block[0] != kEndTag) {
     const char tag = block[0];
-    size_t length = readUnsigned(block.substr(1), 2);
+    size_t length = read16(block.data() + 1);
     block.remove_prefix(3);
     if ((length & kLongLength) != 0) {
       if (block.size() < 2) return;
-      length = (length & ~size_t{kLongLength}) << 16 | readUnsigned(block, 2);
+      length = (length & ~size_t{kLongLength}) << 16 | read16(block.data());
       block.remove_prefix(2);
     }
     if (length > block.size()) return;
@@ -206,13 +201,13 @@ void TVArchiveInfo52::takeRecord(char tag, std::string_view payload) {
       description_.append(upToNul(payload));
       break;
     case 'J':
-      if (payload.size() >= 2) revisionCount_ = static_cast<int32_t>(readUnsigned(payload, 2));
+      if (payload.size() >= 2) revisionCount_ = static_cast<int32_t>(read16(payload.data()));
       break;
     case 'P':
-      if (payload.size() >= 2) attributes_ = static_cast<int32_t>(readUnsigned(payload, 2));
+      if (payload.size() >= 2) attributes_ = static_cast<int32_t>(read16(payload.data()));
       break;
     case 'X':
-      if (payload.size() >= 4) creationTime_ = reversePackedTime(readUnsigned(payload, 4));
+      if (payload.size() >= 4) creationTime_ = reversePackedTime(read32(payload.data()));
       break;
     default:
       break;
