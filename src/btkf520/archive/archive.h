@@ -1,0 +1,96 @@
+// btkf520/archive/archive.h: an archive file, opened.
+//
+//     std::unique_ptr<Archive> archive;
+//     if (Status status = Archive::openToUpdate(path, &archive)) return status;
+//     const MappedFile workfile = ...;
+//     ArchiveModel model = archive->model();
+//     Revision revision = ...;
+//     revision.content = archive->put(workfile.bytes());
+//     model.trunk().revisions.push_back(revision);
+//     return archive->commit(model);
+//
+// An archive file is never changed: a commit writes a whole new file beside it and renames that
+// over the old one. So a reader sees the archive as it was when it was opened, however long it
+// reads, and never waits; a kill or a power cut leaves the old file or the new one. What stands
+// where in the file is told in docs/archive-format.md.
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "btkf520/archive/bytes.h"
+#include "btkf520/archive/model.h"
+#include "btkf520/status.h"
+
+namespace btkf {
+
+// One archive, open for reading or for update until the object goes. Paths are the operating
+// system's. Operations may throw std::bad_alloc, which changes neither the object nor the file.
+// Statuses that any operation may give, besides those told with it:
+//   kCannotOpen    (5)   the file can't be opened or read
+//   kNotAnArchive  (27)  the file is no archive, or damaged where the operation had to read
+class Archive {
+ public:
+  // Opens an archive for model(), read() and verify(). Never waits for a writer. kNoArchive (2) if
+  // there is no file.
+  static Status openToRead(const std::string& path, std::unique_ptr<Archive>* archive);
+
+  // The same, for put() and commit() as well. Until the object goes, no other object, in this
+  // process or another, can be opened to update the same file. kInUse (6), at once, if there is
+  // one; kNoArchive (2).
+  static Status openToUpdate(const std::string& path, std::unique_ptr<Archive>* archive);
+
+  // Makes a new archive with what `model` says, in one step: with revisions, if a first content was
+  // put. The object is not open for anything but put() and create() before, and open to update
+  // after create():
+  //
+  //     auto archive = Archive::forNew(path);
+  //     model.trunk().revisions.push_back({..., .content = archive->put(bytes)});
+  //     status = archive->commit(model);
+  //
+  // commit() gives kArchiveExists (3), and leaves what is there, if `path` names anything by then.
+  static std::unique_ptr<Archive> forNew(const std::string& path);
+
+  Archive(const Archive&) = delete;
+  Archive& operator=(const Archive&) = delete;
+  ~Archive();
+
+  // As read from the file or committed last. Good until the next commit().
+  const ArchiveModel& model() const;
+
+  // Rebuilds a content and checks it: kNotAnArchive if it is damaged, kNoRevision (18) if the
+  // archive has no such content, kNoMemory (16) if it can't be held. *bytes changes only with
+  // kDone. Contents that were put and not committed yet can be read as well.
+  Status read(const Content& content, Bytes* bytes) const;
+
+  // Takes in a new content, to be kept by the next commit() whose model uses it; without one it is
+  // forgotten. Nothing is copied: `bytes` must stay as they are until that commit() has returned.
+  Content put(std::string_view bytes);
+
+  // Makes the file say what `model` says, all or nothing, and on disk when this returns. Contents
+  // that `model` has no longer are dropped. With any status but kDone the file is the old one.
+  //   kMisuse (10)       `model` is not sound, or uses a content that the archive does not have
+  //   kCannotWrite (77)  no space, or no right to make files in the archive's directory
+  //   kArchiveExists (3), kInUse (6)  a new archive only: another was made, or is being made
+  // The new file keeps the mode of the old one and, where that is allowed, its owner.
+  Status commit(const ArchiveModel& model);
+
+  // Reads every byte of the file and checks it, so that it finds any changed bit. kDone if all is
+  // well. Else kNotAnArchive, and in *damaged the contents that can't be rebuilt any more; if that
+  // is empty, what is damaged is outside the contents. Null for no list.
+  Status verify(std::vector<Content>* damaged) const;
+
+  // How many frames of the file rebuilding `content` decodes. 0 for no such content.
+  int frameCount(const Content& content) const;
+
+ private:
+  class Impl;
+  explicit Archive(std::unique_ptr<Impl> impl);
+
+  std::unique_ptr<Impl> impl_;
+};
+
+}  // namespace btkf

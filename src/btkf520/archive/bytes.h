@@ -1,0 +1,39 @@
+// btkf520/archive/bytes.h: memory for contents, which may be wide.
+#pragma once
+
+#include <cstddef>
+#include <memory>
+#include <string_view>
+
+namespace btkf {
+
+// Bytes of a size that is settled once. Unlike a string's they start with any value, so that a
+// gigabyte that is about to be filled is not written twice. Moved, never copied.
+class Bytes {
+ public:
+  Bytes() = default;
+  // Throws std::bad_alloc.
+  explicit Bytes(size_t size) : data_(new char[size]), size_(size) {}
+  Bytes(Bytes&& other) noexcept : data_(std::move(other.data_)), size_(other.size_) {
+    other.size_ = 0;
+  }
+  Bytes& operator=(Bytes&& other) noexcept {
+    data_ = std::move(other.data_);
+    size_ = other.size_;
+    other.size_ = 0;
+    return *this;
+  }
+
+  char* data() { return data_.get(); }
+  const char* data() const { return data_.get(); }
+  size_t size() const { return size_; }
+  std::string_view view() const { return {data_.get(), size_}; }
+  // Forgets the bytes from `size` on.
+  void shrink(size_t size) { size_ = size; }
+
+ private:
+  std::unique_ptr<char[]> data_;
+  size_t size_ = 0;
+};
+
+}  // namespace btkf

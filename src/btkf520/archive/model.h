@@ -1,0 +1,139 @@
+// btkf520/archive/model.h: what an archive says, as values.
+//
+// An ArchiveModel holds everything about an archive but the contents of its revisions. Operations
+// copy the one that Archive::model() gives, change the copy as they like and hand it to
+// Archive::commit(). Nothing here knows the rules of an operation, or the file.
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "btkf520/archive/number.h"
+
+namespace btkf {
+
+// Packed local time. From the highest bit: years since 1980 (7), month (4), day (5), hours (5),
+// minutes (6), seconds divided by two (5). So times compare as numbers.
+using PackedTime = uint32_t;
+
+// The content of one revision, which the archive file keeps under `id`. Two equal contents of one
+// length have one checksum; the reverse is as good as certain, not certain.
+struct Content {
+  uint32_t id = 0;  // From 1, never used twice in one archive. 0: none.
+  uint64_t length = 0;
+  uint64_t checksum = 0;  // See checksum.h.
+
+  bool operator==(const Content&) const = default;
+};
+
+struct Revision {
+  Number number;
+  PackedTime checkInTime = 0;
+  PackedTime workfileTime = 0;  // The workfile's time of change when it was checked in.
+  std::string author;
+  std::string changeDescription;
+  std::vector<std::string> lockers;          // User ids in the order of their locks.
+  std::vector<std::string> promotionGroups;  // In the order in which they were given.
+  Content content;
+
+  bool operator==(const Revision&) const = default;
+};
+
+// A line of revisions, oldest first, in ascending order of their numbers; some may be missing.
+struct Branch {
+  Number number;  // The trunk is "1", whatever its revisions begin with.
+  std::vector<Revision> revisions;
+
+  // The newest revision, null for none. Good until the branch changes.
+  const Revision* tip() const { return revisions.empty() ? nullptr : &revisions.back(); }
+  Revision* tip() { return revisions.empty() ? nullptr : &revisions.back(); }
+
+  bool operator==(const Branch&) const = default;
+};
+
+// A version label. With the number of a revision it is fixed to that; with the number of a branch
+// it floats with the tip of that branch.
+struct Label {
+  std::string name;
+  Number target;
+
+  bool isFloating() const { return target.isBranch(); }
+  bool operator==(const Label&) const = default;
+};
+
+// Bits of ArchiveModel::attributes. The lower sixteen are told to clients in the tail of the file.
+enum Attribute : uint32_t {
+  kBinary = 0x1,          // Not text: no keyword expansion, no line ends to look for.
+  kExpandKeywords = 0x2,  // Keywords are expanded when a revision is checked out.
+  kExclusiveLocks = 0x4,  // One lock at a time in the whole archive.
+  kWriteProtected = 0x8,  // Workfiles are checked out read-only unless locked.
+  kCheckLocks = 0x10,     // Check-in needs a lock.
+};
+
+class ArchiveModel {
+ public:
+  std::string workName;  // Name of the workfile, without directories.
+  std::string owner;     // User id of the creator.
+  std::string description;
+  PackedTime creationTime = 0;
+  uint32_t attributes = 0;
+  std::vector<std::string> accessList;                        // Users and groups; empty: everybody.
+  std::vector<Branch> branches{Branch{Number::trunk(), {}}};  // The trunk, always first; then the
+                                                              // others, ascending by number.
+  std::vector<Label> labels;  // In the order in which they were made.
+
+  bool has(Attribute attribute) const { return (attributes & attribute) != 0; }
+
+  Branch& trunk() { return branches.front(); }
+  const Branch& trunk() const { return branches.front(); }
+
+  // Each gives null for none. The pointers are good until branches or revisions are added or go.
+  const Branch* findBranch(const Number& number) const;
+  Branch* findBranch(const Number& number);
+  // Any number with two components is one of the trunk.
+  const Revision* findRevision(const Number& number) const;
+  Revision* findRevision(const Number& number);
+  const Label* findLabel(std::string_view name) const;  // Names are case-sensitive.
+  Label* findLabel(std::string_view name);
+  // The revision that `label` is fixed to, or the present tip of its branch.
+  const Revision* labelled(const Label& label) const;
+
+  // The branches that start at a revision, ascending.
+  std::vector<const Branch*> branchesAt(const Number& revision) const;
+  // The number for one more branch at `revision`: 1.2.1, or 1.2.3 if 1.2.2 is the last one there.
+  Number newBranchAt(const Number& revision) const;
+  // Adds an empty branch in its place. It stays in the file only with revisions in it.
+  Branch& addBranch(const Number& number);
+
+  // Counts over all branches.
+  size_t revisionCount() const;
+  size_t lockCount() const;
+
+  // Calls `visit` with each revision: the trunk's from the oldest on, then those of each branch.
+  template <typename Visit>
+  void forEachRevision(const Visit& visit) const {
+    for (const Branch& branch : branches) {
+      for (const Revision& revision : branch.revisions) visit(revision);
+    }
+  }
+  template <typename Visit>
+  void forEachRevision(const Visit& visit) {
+    for (Branch& branch : branches) {
+      for (Revision& revision : branch.revisions) visit(revision);
+    }
+  }
+
+  // Whether the file format can hold it: branches and revisions in order, without duplicates and
+  // under their own branch, texts without NUL and not too long, contents used once, label targets
+  // that are numbers. Archive::commit() refuses any other with kMisuse.
+  bool isSound() const;
+
+  bool operator==(const ArchiveModel&) const = default;
+};
+
+// The longest text of a model, in bytes.
+constexpr size_t kLongestText = 16 << 20;
+
+}  // namespace btkf
