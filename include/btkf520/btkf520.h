@@ -168,6 +168,40 @@ enum {
  * Gives 0, for a group that does not exist too. */
 TRVS_EXPORT int32_t TrvsVerifyPromoTreeNodeExist(const char* group, int16_t* kind);
 
+/* ---- Revision tree ---- */
+
+/* One record of an archive's revision tree. A tree is a list: for each revision its record, then its
+ * three texts, its lockers, labels and promotion groups, then the branches that start there, each
+ * one level deeper and its first record marked as a head. */
+typedef struct TrvsRevTree {
+  struct TrvsRevTree* next; /* null at the end */
+  uint16_t flags;           /* TRVS_TREE_... */
+  int16_t level;            /* 1 for the trunk */
+  const char* text;         /* never null */
+} TrvsRevTree;
+
+enum {
+  TRVS_TREE_REVISION = 0x0001,    /* the text is the revision's number */
+  TRVS_TREE_LABEL = 0x0002,       /* a version label */
+  TRVS_TREE_GROUP = 0x0004,       /* a promotion group */
+  TRVS_TREE_CHANGE = 0x0008,      /* the change description of the revision before */
+  TRVS_TREE_AUTHOR = 0x0010,      /* its author */
+  TRVS_TREE_TIME = 0x0020,        /* its check-in time */
+  TRVS_TREE_LOCKER = 0x0040,      /* a user who has locked it */
+  TRVS_TREE_HEAD = 0x1000,        /* with 0x0001: the first revision of a branch */
+  TRVS_TREE_HAS_BRANCH = 0x8000   /* with 0x0001: a branch starts there */
+};
+
+/* Fetches the revision tree of an archive (`fetch` 1) or takes one back (`fetch` 0).
+ *   context  -1
+ *   archive  "archive(workfile)" or the archive's path text; null when taking back
+ *   tree     fetching: receives a tree that the caller returns here, never by free()
+ *            taking back: the tree goes, and *tree becomes null
+ * Gives 0; 2 for no such archive; 15 if the user cancelled; 27 for a file that is no archive. *tree
+ * changes only with 0. */
+TRVS_EXPORT int32_t TrvsRevTreeInfo(int32_t context, const char* archive, TrvsRevTree** tree,
+                                    int32_t fetch);
+
 #ifdef __cplusplus
 }
 #endif

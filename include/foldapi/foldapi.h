@@ -191,7 +191,7 @@ FOLDAPI_EXPORT TVHandle* FindArchiveInFolder(TVHandle* parent, const char* name)
  * a text with a line break is refused. To see whether it worked, find the archive. */
 FOLDAPI_EXPORT void AddExistingArchive(TVHandle* parent, const char* workfile, const char* archive);
 
-/* An archive has nothing to walk yet; open and close count, and hold the archive's record. */
+/* The first open has the archive toolkit read the archive's branches. */
 FOLDAPI_EXPORT int32_t OpenArchive(TVHandle* archive);
 FOLDAPI_EXPORT int32_t CloseArchive(TVHandle* archive);
 
@@ -251,6 +251,56 @@ FOLDAPI_EXPORT int32_t ArchiveLockedByMe(TVHandle* archive);
 FOLDAPI_EXPORT int32_t ArchiveLockedByOther(TVHandle* archive);
 FOLDAPI_EXPORT int32_t ArchiveLockedExclusive(TVHandle* archive);
 FOLDAPI_EXPORT int32_t ArchiveLockedMultiple(TVHandle* archive);
+
+/* Branches. -------------------------------------------------------------------------------------*/
+/* An archive's branches, revisions and labels come from the archive toolkit, which is asked when the
+ * archive is opened for the first time. An archive that can't be read has none. */
+
+/* Walk the branches of an archive ("Trunk" alone) or of a revision, in the order of their numbers
+ * (those of an archive as they come). */
+FOLDAPI_EXPORT TVHandle* GetFirstBranch(TVHandle* parent);
+FOLDAPI_EXPORT TVHandle* GetNextBranch(TVHandle* parent);
+
+/* The branch whose ordering number or, failing that, whose name is given: "1.2.1" by its name or as
+ * "1", the last part of it. "Trunk" has the number 1. */
+FOLDAPI_EXPORT TVHandle* FindBranch(TVHandle* parent, const char* name);
+
+/* "Trunk", or the number that its revisions begin with. */
+FOLDAPI_EXPORT const char* GetBranchName(TVHandle* branch);
+
+FOLDAPI_EXPORT int32_t OpenBranch(TVHandle* branch);
+FOLDAPI_EXPORT int32_t CloseBranch(TVHandle* branch);
+
+/* Revisions. ------------------------------------------------------------------------------------*/
+
+/* Walk the revisions of a branch in the order of their numbers, the oldest first. */
+FOLDAPI_EXPORT TVHandle* GetFirstRevision(TVHandle* branch);
+FOLDAPI_EXPORT TVHandle* GetNextRevision(TVHandle* branch);
+
+/* The revision of a number: "10" for the last part of it or, failing that, all of it, as "1.10". */
+FOLDAPI_EXPORT TVHandle* FindRevision(TVHandle* branch, const char* number);
+
+/* The whole number, such as "1.10". */
+FOLDAPI_EXPORT const char* GetRevisionNumber(TVHandle* revision);
+
+FOLDAPI_EXPORT int32_t OpenRevision(TVHandle* revision);
+FOLDAPI_EXPORT int32_t CloseRevision(TVHandle* revision);
+
+/* Version labels. -------------------------------------------------------------------------------*/
+
+/* Walk the version labels of a revision, and find one by name. */
+FOLDAPI_EXPORT TVHandle* GetFirstLabel(TVHandle* revision);
+FOLDAPI_EXPORT TVHandle* GetNextLabel(TVHandle* revision);
+FOLDAPI_EXPORT TVHandle* FindLabel(TVHandle* revision, const char* name);
+
+/* Adds a label to a revision in memory alone: the archive does not get it, and it is gone when the
+ * revision is read again. A label that is there already stays as it is. */
+FOLDAPI_EXPORT void CreateLabel(TVHandle* revision, const char* name);
+
+FOLDAPI_EXPORT const char* GetLabelName(TVHandle* label);
+
+/* Does nothing: a label's name is set when it is created. */
+FOLDAPI_EXPORT void SetLabelName(TVHandle* label, const char* name);
 
 #ifdef __cplusplus
 }

@@ -3,14 +3,18 @@
 #include "api/frames.h"
 #include "domain/archivefolder.h"
 #include "domain/archivemember.h"
+#include "domain/branch.h"
+#include "domain/labels.h"
 #include "domain/projectfolder.h"
 #include "domain/projectroot.h"
+#include "domain/revision.h"
 #include "toolkit/configuration.h"
 
 namespace {
 
 using foldapi::theNoLock;
 using foldapi::TVArchiveFolderHandle;
+using foldapi::TVArchiveItemHandle;
 using foldapi::TVArchiveMemberHandle;
 using foldapi::TVProjectFolderHandle;
 using foldapi::TVProjectRootHandle;
@@ -22,6 +26,11 @@ using Root = foldapi::TVProjectRoot;
 using Project = foldapi::TVProjectFolder;
 using Folder = foldapi::TVArchiveFolder;  // Projects are folders too.
 using Archive = foldapi::TVArchiveMember;
+using Branching = foldapi::TVObject;  // Archives, branches and revisions have branches.
+using Item = foldapi::TVArchiveItem;
+using Branch = foldapi::TVBranch;
+using Revision = foldapi::TVRevision;
+using Label = foldapi::TVVersionLabel;
 
 // Sort types of archives, which are also what finds go by.
 constexpr int kByRow = 0;
@@ -45,6 +54,10 @@ const char* projectText(TVHandle* token, Query query) {
 template <typename Query>
 const char* archiveText(TVHandle* token, Query query) {
   return api::text<Archive, TVArchiveMemberHandle>(token, query);
+}
+
+const char* itemName(TVHandle* token) {
+  return api::text<Item, TVArchiveItemHandle>(token, [](auto& handle) { return handle.itemName(); });
 }
 
 int32_t archiveCount(TVHandle* token, int (TVArchiveMemberHandle::*query)(int32_t*)) {
@@ -253,3 +266,48 @@ int32_t ArchiveLockedByMe(TVHandle* archive) {
 int32_t ArchiveLockedByOther(TVHandle* archive) { return ArchiveLockedByMe(archive); }
 int32_t ArchiveLockedExclusive(TVHandle* archive) { return ArchiveLockedByMe(archive); }
 int32_t ArchiveLockedMultiple(TVHandle* archive) { return ArchiveLockedByMe(archive); }
+
+// Branches -----------------------------------------------------------------------------------------
+
+TVHandle* GetFirstBranch(TVHandle* parent) { return api::first<Branching, Branch>(parent); }
+TVHandle* GetNextBranch(TVHandle* parent) { return api::next<Branching, Branch>(parent); }
+TVHandle* FindBranch(TVHandle* parent, const char* name) {
+  return api::findItem<Branching, Branch>(parent, name);
+}
+const char* GetBranchName(TVHandle* branch) { return itemName(branch); }
+int32_t OpenBranch(TVHandle* branch) { return api::open<Branch>(branch); }
+int32_t CloseBranch(TVHandle* branch) { return api::close<Branch>(branch); }
+
+// Revisions ----------------------------------------------------------------------------------------
+
+TVHandle* GetFirstRevision(TVHandle* branch) { return api::first<Item, Revision>(branch); }
+TVHandle* GetNextRevision(TVHandle* branch) { return api::next<Item, Revision>(branch); }
+TVHandle* FindRevision(TVHandle* branch, const char* number) {
+  return api::findItem<Item, Revision>(branch, number);
+}
+const char* GetRevisionNumber(TVHandle* revision) {
+  return api::text<Revision, TVArchiveItemHandle>(revision,
+                                                  [](auto& handle) { return handle.name(); });
+}
+int32_t OpenRevision(TVHandle* revision) { return api::open<Revision>(revision); }
+int32_t CloseRevision(TVHandle* revision) { return api::close<Revision>(revision); }
+
+// Labels -------------------------------------------------------------------------------------------
+
+TVHandle* GetFirstLabel(TVHandle* revision) { return api::first<Revision, Label>(revision); }
+TVHandle* GetNextLabel(TVHandle* revision) { return api::next<Revision, Label>(revision); }
+TVHandle* FindLabel(TVHandle* revision, const char* name) {
+  return api::findItem<Revision, Label>(revision, name);
+}
+
+void CreateLabel(TVHandle* revision, const char* name) {
+  api::guarded([&] {
+    foldapi::TVVersionLabelHandle::create(name, api::resolve<Revision>(revision), theNoLock(),
+                                          nullptr, kCached, kParentsVersion);
+  });
+}
+
+const char* GetLabelName(TVHandle* label) { return itemName(label); }
+
+// A label's name is set when it is created, and never again through this interface.
+void SetLabelName(TVHandle*, const char*) {}

@@ -102,6 +102,15 @@ template <typename Class, typename Child>
   });
 }
 
+// As find(), and once more by the name of an item: sort type 0 knows items by their ordering number.
+template <typename Class, typename Child>
+::TVHandle* findItem(const ::TVHandle* token, const char* key) {
+  constexpr int kByRow = 0;
+  constexpr int kByItemName = 2;
+  ::TVHandle* item = find<Class, Child>(token, key, kByRow);
+  return item != nullptr ? item : find<Class, Child>(token, key, kByItemName);
+}
+
 template <typename Class, typename Child>
 void sort(const ::TVHandle* token, int sortType) {
   guarded([&] { resolve<Class>(token).setSortType(&Child::theClass, sortType); });

@@ -4,6 +4,7 @@
 #include "base/fingerprint.h"
 #include "core/optionarray.h"
 #include "domain/archivefolder.h"
+#include "domain/branch.h"
 #include "runtime/paths.h"
 
 namespace foldapi {
@@ -188,7 +189,7 @@ void TVArchiveMember::setArchiveName(const VPathString& name) {
 }
 
 TVArchiveMemberOptions::TVArchiveMemberOptions(int version)
-    : TVFolderOptions(&TVArchiveMember::theClass, version, 6, {}) {}
+    : TVFolderOptions(&TVArchiveMember::theClass, version, 6, {&TVBranch::theClass}) {}
 
 TVObject* TVArchiveMemberOptions::makeObject(const TVMemberNames& names, TVHandle&, TVObject* owner,
                                              VBool transient) {

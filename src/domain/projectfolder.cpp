@@ -2,6 +2,7 @@
 #include "domain/projectfolder.h"
 
 #include "domain/archivemember.h"
+#include "domain/lockedbyfolder.h"
 #include "domain/promotionfolder.h"
 
 namespace foldapi {
@@ -26,9 +27,11 @@ int TVProjectFolder::attribute(const TVOptionArray&) const { return isPrivate() 
 TVProjectFolderOptions::TVProjectFolderOptions(int version)
     : TVFolderOptions(&TVProjectFolder::theClass, version, 2,
                       version == 1 ? std::vector{&TVArchiveFolder::theClass,
+                                                 &TVLockedByFolder::theClass,
                                                  &TVPromotionFolder::theClass,
                                                  &TVArchiveMember::theClass}
                                    : std::vector{&TVArchiveFolder::theClass,
+                                                 &TVLockedByFolder::theClass,
                                                  &TVArchiveMember::theClass}) {}
 
 TVObject* TVProjectFolderOptions::makeObject(const VString& name, const TVProjectConfig& config,

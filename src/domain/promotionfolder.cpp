@@ -1,12 +1,16 @@
 // domain/promotionfolder.cpp: promotion groups in memory. They have no sort key of their own.
+//
+// At version 1 a group holds groups. Format 5.2 reads its groups and lets none be made: there a group
+// may hold nothing but, by the letter of its rule record, a project.
 #include "domain/promotionfolder.h"
 
 #include "base/fingerprint.h"
+#include "domain/projectfolder.h"
 
 namespace foldapi {
 
 const VClassRecord TVPromotionFolder::theClass = {"TVPromotionFolder", &TVObject::theClass, 15,
-                                                  []() -> VObject* { return new TVHandle; }};
+                                                  []() -> VObject* { return new TVPromotionFolderHandle; }};
 
 TVPromotionFolder::TVPromotionFolder(VString promotionName, TVObject* owner, VBool transient)
     : TVObject(owner, transient), promotionName_(std::move(promotionName)) {}
@@ -21,6 +25,38 @@ uint64_t TVPromotionFolder::computeFingerprint() const {
 }
 
 TVPromotionFolderOptions::TVPromotionFolderOptions(int version)
-    : TVFolderOptions(&TVPromotionFolder::theClass, version, 2, {&TVPromotionFolder::theClass}) {}
+    : TVFolderOptions(&TVPromotionFolder::theClass, version, 2,
+                      {version == 1 ? &TVPromotionFolder::theClass : &TVProjectFolder::theClass}) {}
+
+TVObject* TVPromotionFolderOptions::makeObject(const VString& name, TVObject* owner,
+                                               VBool transient) {
+  return new TVPromotionFolder(name, owner, transient);
+}
+
+void TVPromotionFolder::setPromotionName(const VString& name) {
+  changeKey(true, [&] { promotionName_ = name; });
+}
+
+VString TVPromotionFolderHandle::promotionName() const {
+  const auto* group = as<TVPromotionFolder>();
+  return group == nullptr ? VString() : group->promotionName();
+}
+
+void TVPromotionFolderHandle::setName(const VString& name) {
+  auto* group = as<TVPromotionFolder>();
+  if (group == nullptr || !isStorableText(*this, name.view())) return;
+  editObject(*this, [&] { group->setPromotionName(name); });
+}
+
+TVPromotionFolderHandle TVPromotionFolderHandle::create(const VString& name, const TVHandle& parent,
+                                                        TVLockScope& scope, TVErrorSink* sink,
+                                                        int mode, int version) {
+  const TVCreateRequest request = {
+      &TVPromotionFolder::theClass, parent, scope, sink, mode, version};
+  return TVPromotionFolderHandle(createObject(
+      request, [&](TVFolderOptions& options, TVHandle&, TVObject* owner, VBool transient) {
+        return static_cast<TVPromotionFolderOptions&>(options).makeObject(name, owner, transient);
+      }));
+}
 
 }  // namespace foldapi

@@ -22,6 +22,7 @@ class TVPromotionFolder : public TVObject {
 
   VBool isNamed(const VString& name) const { return name == promotionName_; }
   const VString& promotionName() const { return promotionName_; }
+  void setPromotionName(const VString& name);
 
  private:
   VString promotionName_;
@@ -30,6 +31,21 @@ class TVPromotionFolder : public TVObject {
 class TVPromotionFolderOptions : public TVFolderOptions {
  public:
   explicit TVPromotionFolderOptions(int version = 1);
+  TVObject* makeObject(const VString& name, TVObject* owner, VBool transient);
+};
+
+class TVPromotionFolderHandle : public TVHandle {
+ public:
+  using TVHandle::TVHandle;
+  explicit TVPromotionFolderHandle(const TVHandle& other) : TVHandle(other) {}
+
+  VString promotionName() const;
+  void setName(const VString& name);
+
+  // Creates a group in memory; under a project of format 5.2 none can be made.
+  static TVPromotionFolderHandle create(const VString& name, const TVHandle& parent,
+                                        TVLockScope& scope, TVErrorSink* sink, int mode,
+                                        int version);
 };
 
 }  // namespace foldapi

@@ -1,9 +1,9 @@
 // store/52arfld.cpp: folders and documents on disk, and what an archive's tail says of a document.
 #include "store/52arfld.h"
 
-#include "btkf520/btkf520.h"
 #include "runtime/assertion.h"
 #include "runtime/paths.h"
+#include "store/52branch.h"
 #include "store/52proj.h"
 #include "store/archivecache.h"
 #include "toolkit/messages.h"
@@ -26,6 +26,12 @@ constexpr int kResultNoArchiveName = 5;
 
 constexpr int32_t kToolkitCancelled = 15;
 constexpr int32_t kUserSize = 257;
+constexpr int32_t kToolkitContext = -1;
+constexpr int32_t kFetchTree = 1;
+constexpr int32_t kReturnTree = 0;
+
+constexpr int kTrunkLevel = 1;
+constexpr int32_t kTrunkNumber = 1;
 
 }  // namespace
 
@@ -132,6 +138,40 @@ int TVArchiveMember52::writeChild(TVHandle& context, TVStorageLock* ownerLock) {
   record.append(names().workPath.view()).append(";");
   record.append(names().workName.view()).append("]\n");
   return writer->writeRecord(side, record, context);
+}
+
+// The revision tree. The branches point into the list: they move over to the new one, or lose it,
+// before the old one goes back.
+int TVArchiveMember52::readData(TVHandle& context, TVStorageLock*) {
+  TrvsRevTree* const old = tree_;
+  tree_ = nullptr;
+  int32_t status;
+  {
+    TVToolkitBracket bracket(context);
+    status = TrvsRevTreeInfo(kToolkitContext, toolkitName().text(), &tree_, kFetchTree);
+  }
+  if (status == 0) {
+    mergeBranch(*this, "Trunk", kTrunkLevel, kTrunkNumber, tree_);
+  } else {
+    forgetTrunk();
+    context.sink().notice(context, ToolkitMessage(status, qualArchiveName().text()));
+  }
+  if (old != nullptr) giveBack(old);
+  if (status == 0) return 0;
+  return status == kToolkitCancelled ? kResultCancelled : kResultFailed;
+}
+
+TVArchiveMember52::~TVArchiveMember52() {
+  if (tree_ != nullptr) giveBack(tree_);
+}
+
+void TVArchiveMember52::forgetTrunk() {
+  for (TVObject* child : childrenInOrder()) static_cast<TVBranch52*>(child)->clear();
+}
+
+void TVArchiveMember52::giveBack(TrvsRevTree* tree) {
+  TVToolkitBracket bracket(theNullHandle());
+  TrvsRevTreeInfo(kToolkitContext, nullptr, &tree, kReturnTree);
 }
 
 TVArchiveCache* TVArchiveMember52::projectCache() {

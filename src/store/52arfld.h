@@ -7,6 +7,7 @@
 
 #include <memory>
 
+#include "btkf520/btkf520.h"
 #include "domain/archivefolder.h"
 #include "domain/archivemember.h"
 #include "store/52data.h"
@@ -56,8 +57,11 @@ class TVArchiveFolder52Options : public TVArchiveFolderOptions {
 class TVArchiveMember52 : public TVArchiveMember {
  public:
   using TVArchiveMember::TVArchiveMember;
+  ~TVArchiveMember52() override;  // Gives the revision tree back.
 
   int version() const override { return 2; }
+  // Fetches the revision tree and builds the branch "Trunk" on it. An operation result.
+  int readData(TVHandle& context, TVStorageLock* lock) override;
   // Writes the member's record into its owner's file. 0 or 4.
   int writeChild(TVHandle& context, TVStorageLock* ownerLock) override;
   // The status word: what the archive's summary and the present user's name say together.
@@ -80,10 +84,14 @@ class TVArchiveMember52 : public TVArchiveMember {
     std::unique_ptr<TVArchiveInfo52> owned;
   };
 
+  void forgetTrunk();
+  static void giveBack(TrvsRevTree* tree);
   int LoadArchiveInfo(TVHandle& context, VPathString* path, LoadedInfo* loaded);
   TVArchiveCache* projectCache();
   template <typename Value, typename Take>
   int infoField(TVHandle& context, Value* out, Take take);
+
+  TrvsRevTree* tree_ = nullptr;  // The toolkit's; given back to it and never freed otherwise.
 };
 
 class TVArchiveMember52Options : public TVArchiveMemberOptions {

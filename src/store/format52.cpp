@@ -2,12 +2,34 @@
 // class's file, since a linker leaves out what nobody names.
 #include "store/format52.h"
 
+#include "domain/lockedbyfolder.h"
 #include "store/52arfld.h"
+#include "store/52branch.h"
 #include "store/52proj.h"
 #include "store/52promo.h"
 #include "store/52root.h"
 
 namespace foldapi {
+
+namespace {
+
+void registerItems() {
+  using ItemClasses = std::vector<const VClassRecord*>;
+  TVFolderOptions::add(new TVNamedItemOptions<TVBranch>(
+      1, ItemClasses{&TVBranch::theClass, &TVRevision::theClass}));
+  TVFolderOptions::add(new TVRevisionOptions);
+  TVFolderOptions::add(new TVNamedItemOptions<TVVersionLabel>(1));
+  TVFolderOptions::add(new TVNamedItemOptions<TVFloatingLabel>(1));
+  TVFolderOptions::add(new TVNamedItemOptions<TVPromotionLabel>(1));
+  TVFolderOptions::add(new TVNamedItemOptions<TVLocker>(1));
+  TVFolderOptions::add(new TVBranch52Options);
+  TVFolderOptions::add(new TVRevision52Options);
+  TVFolderOptions::add(new TVNamedItemOptions<TVVersionLabel52>(2));
+  TVFolderOptions::add(new TVNamedItemOptions<TVPromotionLabel52>(2));
+  TVFolderOptions::add(new TVNamedItemOptions<TVLocker52>(2));
+}
+
+}  // namespace
 
 void registerFormat52() {
   static bool done = false;
@@ -18,11 +40,13 @@ void registerFormat52() {
   TVFolderOptions::add(new TVArchiveFolderOptions);
   TVFolderOptions::add(new TVArchiveMemberOptions);
   TVFolderOptions::add(new TVPromotionFolderOptions);
+  TVFolderOptions::add(new TVLockedByFolderOptions);
   TVFolderOptions::add(new TVProjectRoot52Options);
   TVFolderOptions::add(new TVProjectFolder52Options);
   TVFolderOptions::add(new TVArchiveFolder52Options);
   TVFolderOptions::add(new TVArchiveMember52Options);
   TVFolderOptions::add(new TVPromotionFolder52Options);
+  registerItems();
 }
 
 }  // namespace foldapi

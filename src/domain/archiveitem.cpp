@@ -1,0 +1,130 @@
+// domain/archiveitem.cpp: identity, order and inherited texts of items.
+#include "domain/archiveitem.h"
+
+#include "base/fingerprint.h"
+#include "core/childlist.h"
+#include "domain/archivefolder.h"
+
+namespace foldapi {
+
+const VClassRecord TVArchiveItem::theClass = {"c", &TVObject::theClass, 20, nullptr};
+
+namespace {
+
+constexpr int kItemKeys = 2;
+
+int signOf(int64_t difference) { return difference < 0 ? -1 : difference > 0 ? 1 : 0; }
+
+}  // namespace
+
+TVArchiveItem::TVArchiveItem(VString itemName, int32_t itemNumber, TVObject* owner,
+                             VBool transient)
+    : TVObject(owner, transient), itemNumber_(itemNumber), itemName_(std::move(itemName)) {}
+
+bool TVArchiveItem::isEqual(const VObject* other) const {
+  return TVObject::isEqual(other) &&
+         static_cast<const TVArchiveItem*>(other)->itemName_ == itemName_;
+}
+
+uint64_t TVArchiveItem::computeFingerprint() const { return fingerprintText(itemName_.view(), 6); }
+
+std::string_view TVArchiveItem::sortKey(int* index, int sortType, std::string* scratch) const {
+  const int position = *index;
+  *index -= kItemKeys;
+  if (*index >= 0) return TVObject::sortKey(index, sortType, scratch);
+  const bool wantsName = (sortType == 2) == (position == 0);
+  if (wantsName) return itemName_.view();
+  *scratch = std::to_string(itemNumber_);
+  return *scratch;
+}
+
+int TVArchiveItem::compareKey(std::string_view key, int sortType, bool caseSensitive) const {
+  if (sortType == 0 || sortType == 1) {
+    return compareText(key, std::to_string(itemNumber_), true);
+  }
+  return sortType == 2 ? compareText(key, itemName_.view(), caseSensitive) : 0;
+}
+
+std::string_view TVArchiveItem::leadingPart(std::string_view key, int sortType) const {
+  return sortType == 2 ? key : std::string_view();
+}
+
+int TVArchiveItem::compareTo(const TVObject& other, TVChildList& list) const {
+  const int sortType = list.sortTypeOf(isA());
+  if (!other.isKindOf(&theClass) || ordersBySortKeys(sortType)) {
+    return TVObject::compareTo(other, list);
+  }
+  return signOf(int64_t{itemNumber_} - static_cast<const TVArchiveItem&>(other).itemNumber_);
+}
+
+TVArchiveItem* TVArchiveItem::ownerItem() const {
+  TVObject* above = owner();
+  const bool isItem = above != nullptr && above->isKindOf(&theClass);
+  return isItem ? static_cast<TVArchiveItem*>(above) : nullptr;
+}
+
+VString TVArchiveItem::firstAttribute() const {
+  const TVArchiveItem* item = ownerItem();
+  return item == nullptr ? VString() : item->firstAttribute();
+}
+VString TVArchiveItem::secondAttribute() const {
+  const TVArchiveItem* item = ownerItem();
+  return item == nullptr ? VString() : item->secondAttribute();
+}
+VString TVArchiveItem::thirdAttribute() const {
+  const TVArchiveItem* item = ownerItem();
+  return item == nullptr ? VString() : item->thirdAttribute();
+}
+VString TVArchiveItem::lockerText() {
+  TVArchiveItem* item = ownerItem();
+  return item == nullptr ? VString() : item->lockerText();
+}
+
+void TVArchiveItem::setItemName(const VString& name) {
+  changeKey(true, [&] { itemName_ = name; });
+}
+
+TVArchiveItemOptions::TVArchiveItemOptions(const VClassRecord* objectClass, int version,
+                                           std::vector<const VClassRecord*> childClasses)
+    : TVFolderOptions(objectClass, version, 1, std::move(childClasses)) {}
+
+VString TVArchiveItemHandle::itemName() const {
+  const auto* item = as<TVArchiveItem>();
+  return item == nullptr ? VString() : item->itemName();
+}
+VString TVArchiveItemHandle::firstAttribute() const {
+  const auto* item = as<TVArchiveItem>();
+  return item == nullptr ? VString() : item->firstAttribute();
+}
+VString TVArchiveItemHandle::secondAttribute() const {
+  const auto* item = as<TVArchiveItem>();
+  return item == nullptr ? VString() : item->secondAttribute();
+}
+VString TVArchiveItemHandle::thirdAttribute() const {
+  const auto* item = as<TVArchiveItem>();
+  return item == nullptr ? VString() : item->thirdAttribute();
+}
+VString TVArchiveItemHandle::lockerText() const {
+  auto* item = as<TVArchiveItem>();
+  return item == nullptr ? VString() : item->lockerText();
+}
+
+void TVArchiveItemHandle::setItemName(const VString& name) {
+  auto* item = as<TVArchiveItem>();
+  if (item == nullptr || !isStorableText(*this, name.view())) return;
+  editObject(*this, [&] { item->setItemName(name); });
+}
+
+TVArchiveItemHandle TVArchiveItemHandle::create(const VClassRecord* record, const VString& name,
+                                                const TVHandle& parent, TVLockScope& scope,
+                                                TVErrorSink* sink, int mode, int version) {
+  TVHandle context(sink != nullptr ? sink : &parent.sink(), nullptr);
+  if (!isStorableText(context, name.view())) return TVArchiveItemHandle();
+  const TVCreateRequest request = {record, parent, scope, sink, mode, version};
+  return TVArchiveItemHandle(createObject(
+      request, [&](TVFolderOptions& options, TVHandle&, TVObject* owner, VBool transient) {
+        return static_cast<TVArchiveItemOptions&>(options).makeObject(name, owner, transient);
+      }));
+}
+
+}  // namespace foldapi

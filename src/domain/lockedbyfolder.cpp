@@ -1,0 +1,64 @@
+// domain/lockedbyfolder.cpp: the two titles of a locked-by folder.
+//
+// The stored name is not the title that a user reads: it is the tail of a fixed text, from the
+// position that the user's name gives when it is read as a number. So the folders of all users whose
+// names begin with no digit are one object.
+#include "domain/lockedbyfolder.h"
+
+#include <cstdlib>
+
+#include "domain/archivemember.h"
+
+namespace foldapi {
+
+const VClassRecord TVLockedByFolder::theClass = {
+    "TVLockedByFolder", &TVArchiveFolder::theClass, 13,
+    []() -> VObject* { return new TVLockedByFolderHandle; }};
+
+namespace {
+
+VString storedName(const VString& lockerName) {
+  constexpr std::string_view kTitle = "Files Locked by ";
+  const long position = std::strtol(lockerName.text(), nullptr, 10);
+  if (position < 0 || position > static_cast<long>(kTitle.size())) return {};
+  return VString(kTitle.substr(static_cast<size_t>(position)));
+}
+
+}  // namespace
+
+TVLockedByFolder::TVLockedByFolder(VString lockerName, VString privateWorkDir, TVObject* owner,
+                                   VBool transient)
+    : TVArchiveFolder(storedName(lockerName), std::move(privateWorkDir), true, owner, transient),
+      lockerName_(std::move(lockerName)) {}
+
+VString TVLockedByFolder::name(const TVOptionArray&) const {
+  return VString("Files locked by ") + lockerName_;
+}
+
+TVLockedByFolderOptions::TVLockedByFolderOptions()
+    : TVFolderOptions(&TVLockedByFolder::theClass, 1, 2, {&TVArchiveMember::theClass}) {}
+
+TVObject* TVLockedByFolderOptions::makeObject(const VString& lockerName,
+                                              const VString& privateWorkDir, TVObject* owner,
+                                              VBool transient) {
+  return new TVLockedByFolder(lockerName, privateWorkDir, owner, transient);
+}
+
+VString TVLockedByFolderHandle::lockerName() const {
+  const auto* folder = as<TVLockedByFolder>();
+  return folder == nullptr ? VString() : folder->lockerName();
+}
+
+TVLockedByFolderHandle TVLockedByFolderHandle::create(const VString& lockerName,
+                                                      const VString& privateDir,
+                                                      const TVHandle& parent, TVLockScope& scope,
+                                                      TVErrorSink* sink, int mode, int version) {
+  const TVCreateRequest request = {&TVLockedByFolder::theClass, parent, scope, sink, mode, version};
+  return TVLockedByFolderHandle(createObject(
+      request, [&](TVFolderOptions& options, TVHandle&, TVObject* owner, VBool transient) {
+        return static_cast<TVLockedByFolderOptions&>(options).makeObject(lockerName, privateDir,
+                                                                         owner, transient);
+      }));
+}
+
+}  // namespace foldapi

@@ -1,0 +1,45 @@
+// domain/lockedbyfolder.h: TVLockedByFolder, a derived view: the members that one user has locked.
+//
+// It owns no file and fills itself with nothing: a client of the class interface adds members to it.
+#pragma once
+
+#include "domain/archivefolder.h"
+
+namespace foldapi {
+
+class TVLockedByFolder : public TVArchiveFolder {
+ public:
+  static const VClassRecord theClass;
+
+  TVLockedByFolder(VString lockerName, VString privateWorkDir, TVObject* owner, VBool transient);
+
+  const VClassRecord* isA() const override { return &theClass; }
+  // "Files locked by " and the user.
+  VString name(const TVOptionArray&) const override;
+  int attribute(const TVOptionArray&) const override { return 6; }
+  const VString& lockerName() const { return lockerName_; }
+
+ private:
+  VString lockerName_;
+};
+
+class TVLockedByFolderOptions : public TVFolderOptions {
+ public:
+  TVLockedByFolderOptions();
+  TVObject* makeObject(const VString& lockerName, const VString& privateWorkDir, TVObject* owner,
+                       VBool transient);
+};
+
+class TVLockedByFolderHandle : public TVArchiveFolderHandle {
+ public:
+  using TVArchiveFolderHandle::TVArchiveFolderHandle;
+  explicit TVLockedByFolderHandle(const TVHandle& other) : TVArchiveFolderHandle(other) {}
+
+  VString lockerName() const;
+
+  static TVLockedByFolderHandle create(const VString& lockerName, const VString& privateDir,
+                                       const TVHandle& parent, TVLockScope& scope,
+                                       TVErrorSink* sink, int mode, int version);
+};
+
+}  // namespace foldapi

@@ -1,0 +1,77 @@
+// domain/revision.cpp: revisions in memory.
+#include "domain/revision.h"
+
+#include <charconv>
+
+#include "domain/branch.h"
+#include "domain/labels.h"
+
+namespace foldapi {
+
+const VClassRecord TVRevision::theClass = {"TVRevision", &TVArchiveItem::theClass, 22,
+                                           []() -> VObject* { return new TVRevisionHandle; }};
+
+TVRevision::TVRevision(VString itemName, TVRevisionTexts texts, VBool isLocked, int32_t itemNumber,
+                       TVObject* owner, VBool transient)
+    : TVArchiveItem(std::move(itemName), itemNumber, owner, transient),
+      texts_(std::move(texts)),
+      isLocked_(isLocked) {}
+
+void TVRevision::setDetails(TVRevisionTexts texts, VBool isLocked) {
+  texts_ = std::move(texts);
+  isLocked_ = isLocked;
+}
+
+VString TVRevision::lockerText() {
+  VString text;
+  TVUseScope use(this, theNullHandle());
+  for (const TVObject* child : childrenInOrder()) {
+    if (!child->isKindOf(&TVLocker::theClass)) continue;
+    if (!text.isEmpty()) text.append(',');
+    text.append(static_cast<const TVLocker*>(child)->itemName().view());
+  }
+  return text;
+}
+
+namespace {
+
+// Format 5.2 keeps no floating labels.
+std::vector<const VClassRecord*> revisionChildren(int version) {
+  std::vector<const VClassRecord*> classes = {&TVBranch::theClass, &TVRevision::theClass,
+                                              &TVVersionLabel::theClass,
+                                              &TVPromotionLabel::theClass, &TVLocker::theClass};
+  if (version == 1) classes.push_back(&TVFloatingLabel::theClass);
+  return classes;
+}
+
+}  // namespace
+
+TVRevisionOptions::TVRevisionOptions(int version)
+    : TVFolderOptions(&TVRevision::theClass, version, 1, revisionChildren(version)) {}
+
+TVObject* TVRevisionOptions::makeObject(const VString& name, const TVRevisionTexts& texts,
+                                        VBool isLocked, TVObject* owner, VBool transient) {
+  return new TVRevision(name, texts, isLocked, lastNumber(name.view()), owner, transient);
+}
+
+TVRevisionHandle TVRevisionHandle::create(const VString& name, const TVRevisionTexts& texts,
+                                          VBool isLocked, const TVHandle& parent,
+                                          TVLockScope& scope, TVErrorSink* sink, int mode,
+                                          int version) {
+  const TVCreateRequest request = {&TVRevision::theClass, parent, scope, sink, mode, version};
+  return TVRevisionHandle(createObject(
+      request, [&](TVFolderOptions& options, TVHandle&, TVObject* owner, VBool transient) {
+        return static_cast<TVRevisionOptions&>(options).makeObject(name, texts, isLocked, owner,
+                                                                   transient);
+      }));
+}
+
+int32_t lastNumber(std::string_view number) {
+  const size_t dot = number.rfind('.');
+  if (dot != std::string_view::npos) number.remove_prefix(dot + 1);
+  int32_t value = 0;
+  std::from_chars(number.data(), number.data() + number.size(), value);
+  return value;
+}
+
+}  // namespace foldapi

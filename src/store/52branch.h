@@ -1,0 +1,84 @@
+// store/52branch.h: branches, revisions and what hangs on them, as format 5.2 takes them from the
+// toolkit's list of one archive.
+//
+// The list belongs to the member that asked for it. Branches and revisions point into it, and lose
+// their pointers before the list goes back.
+#pragma once
+
+#include "btkf520/btkf520.h"
+#include "domain/branch.h"
+#include "domain/labels.h"
+#include "domain/revision.h"
+
+namespace foldapi {
+
+class TVBranch52 : public TVBranch {
+ public:
+  // `tree` is the record of the branch's first revision.
+  TVBranch52(VString name, int level, int32_t itemNumber, const TrvsRevTree* tree, TVObject* owner,
+             VBool transient);
+
+  int version() const override { return 2; }
+  // Builds the revisions of this branch from the list.
+  int readData(TVHandle& context, TVStorageLock* lock) override;
+  VBool isStale(TVHandle&) override { return tree_ == nullptr; }
+
+  const TrvsRevTree* tree() const { return tree_; }
+  // Forgets the list, here and below.
+  void clear();
+  // Moves over to a place in a list, and forgets the old one.
+  void setTree(const TrvsRevTree* tree);
+
+ private:
+  const TrvsRevTree* tree_;
+  int level_;
+};
+
+class TVRevision52 : public TVRevision {
+ public:
+  // `tree` is the first record that is subordinate to the revision, null if there is none.
+  TVRevision52(VString number, TVRevisionTexts texts, VBool isLocked, int level,
+               const TrvsRevTree* tree, TVObject* owner, VBool transient);
+
+  int version() const override { return 2; }
+  // Builds labels, promotion labels, lockers and branches from the list.
+  int readData(TVHandle& context, TVStorageLock* lock) override;
+  VBool isStale(TVHandle&) override { return tree_ == nullptr; }
+
+  void clear();
+  void setTree(const TrvsRevTree* tree);
+
+ private:
+  const TrvsRevTree* tree_;
+  int level_;
+};
+
+// The classes that format 5.2 adds nothing to.
+template <typename Item>
+class TVNamedItem52 : public Item {
+ public:
+  using Item::Item;
+  int version() const override { return 2; }
+};
+using TVVersionLabel52 = TVNamedItem52<TVVersionLabel>;
+using TVPromotionLabel52 = TVNamedItem52<TVPromotionLabel>;
+using TVLocker52 = TVNamedItem52<TVLocker>;
+
+class TVBranch52Options : public TVArchiveItemOptions {
+ public:
+  TVBranch52Options();
+  TVObject* makeObject(const VString& name, TVObject* owner, VBool transient) override;
+};
+
+class TVRevision52Options : public TVRevisionOptions {
+ public:
+  TVRevision52Options() : TVRevisionOptions(2) {}
+  TVObject* makeObject(const VString& name, const TVRevisionTexts& texts, VBool isLocked,
+                       TVObject* owner, VBool transient) override;
+};
+
+// Puts a branch under `owner`, or moves the one of that name over to `tree`.
+void mergeBranch(TVObject& owner, VString name, int level, int32_t itemNumber,
+                 const TrvsRevTree* tree);
+
+}  // namespace foldapi
