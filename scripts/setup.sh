@@ -2,11 +2,11 @@
 # Installs what a purpose needs on Debian 12, and only that which is missing:
 # setup.sh build | test | bench
 set -eu
-packages='g++ cmake ninja-build python3 libgtest-dev'
+packages='g++ cmake ninja-build python3 pkg-config libgit2-dev libzstd-dev libgtest-dev'
 case "${1-}" in
   build) ;;
   test) packages="$packages clang-14 clang-format-14 valgrind binutils nlohmann-json3-dev" ;;
-  bench) packages="$packages libbenchmark-dev libglib2.0-dev pkg-config" ;;
+  bench) packages="$packages libbenchmark-dev libglib2.0-dev" ;;
   *) echo 'usage: setup.sh build | test | bench' >&2; exit 2 ;;
 esac
 
