@@ -17,10 +17,9 @@ enum class FileResult {
   kDone,
   kMissing,  // No such file, or no such directory.
   kExists,   // There is one already.
-  kBusy,     // Locked by another.
+  kBusy,     // Another has it.
   kRefused,  // Not allowed, or not a regular file.
-  kNoSpace,  // The disk, or the user's share of it, is full.
-  kFailed,   // Any other failure.
+  kFailed,   // Any other failure, such as a full disk.
 };
 
 // A regular file, open for reading until the object goes.
@@ -35,32 +34,29 @@ class InputFile {
 
   // Closes what was open before.
   FileResult open(const std::string& path);
+  // The same, and takes the file for this object alone until it goes: kBusy if it is taken. What is
+  // open then is the file that has the name, not one that just lost it.
+  FileResult openLocked(const std::string& path);
   bool isOpen() const { return descriptor_ >= 0; }
 
-  uint64_t size() const { return size_; }  // At the time of open().
-  FileIdentity identity() const { return identity_; }
+  uint64_t size() const { return size_; }  // At the time of opening.
 
   // False if not all of `size` bytes are there, or reading fails.
   bool readAt(uint64_t offset, char* buffer, size_t size) const;
 
-  // Takes the file for this object alone: kDone, kBusy or kFailed. It holds until the object goes.
-  FileResult lock();
-  // Whether `path` leads to this very file, and not to another that has taken its name.
-  bool isAt(const std::string& path) const;
-
  private:
-  friend class SiblingFile;
   friend class MappedFile;
+  friend class SiblingFile;
+  FileResult take(int descriptor);
   void close();
 
   int descriptor_ = -1;
   uint64_t size_ = 0;
-  FileIdentity identity_;
 };
 
 // The bytes of a whole file as memory, for contents: a wide file is mapped, a small one read. If
-// the file changes meanwhile the bytes may change too, so the checksum is taken from them only once
-// they are stored.
+// another writes to a mapped file meanwhile the bytes change; if it is cut short, reading what is
+// gone ends the process, as with any mapped file.
 class MappedFile {
  public:
   MappedFile() = default;
@@ -68,7 +64,7 @@ class MappedFile {
   MappedFile& operator=(const MappedFile&) = delete;
   ~MappedFile();
 
-  // May throw std::bad_alloc. To be called once.
+  // To be called once. May throw std::bad_alloc.
   FileResult open(const std::string& path);
 
   // Good until the object goes.
@@ -77,41 +73,53 @@ class MappedFile {
  private:
   const char* data_ = nullptr;
   size_t size_ = 0;
-  bool isMapped_ = false;
-  std::string small_;
+  std::string small_;  // What data_ points to unless the file is mapped.
 };
 
-// A file that is written beside another and then takes its name: all or nothing. Its own name is
-// the other's with ".new~" behind it, so the leftover of a killed writer is taken over by the next.
-// Whoever writes it holds a lock on it, which goes on as the lock of the finished file.
+// A file that is written beside another and then takes its name: all or nothing. Meanwhile it has
+// the other's name with ".new~" behind it. Whoever writes it has it locked, so what a killed writer
+// left over is known as such and removed by the next; and the lock goes on when the file has got
+// its name.
 class SiblingFile {
  public:
   SiblingFile() = default;
   SiblingFile(const SiblingFile&) = delete;
   SiblingFile& operator=(const SiblingFile&) = delete;
-  // Removes the file unless it has taken the other's name.
+  // Removes the file unless it is finished.
   ~SiblingFile();
 
-  // kBusy if another is writing it.
+  // To be called once. kBusy if another is writing it.
   FileResult open(const std::string& path);
-
-  // Each goes on where the last ended.
-  FileResult write(std::string_view bytes);
-  FileResult copy(const InputFile& from, uint64_t offset, uint64_t size);
-
-  uint64_t size() const;  // Written so far.
 
   // Gives the file the mode of `model`, and its owner and group where that is allowed.
   void imitate(const InputFile& model);
 
-  // Brings all to the disk and takes over the name. *finished becomes the file, open and locked.
-  // With `replace` false it gives kExists if there is a file of that name.
-  FileResult finish(bool replace, InputFile* finished);
+  // Both add at the end, sooner or later. May throw std::bad_alloc.
+  FileResult write(std::string_view bytes);
+  FileResult copy(const InputFile& from, uint64_t offset, uint64_t size);
+
+  enum class Naming { kReplace, kNew };  // kNew: kExists if there is a file of that name.
+  enum class Safety { kOnDisk, kSoon };  // kOnDisk: a power cut does not undo it.
+
+  // Takes over the name. With any result but kDone the other file is as it was. *finished, which
+  // may be null, becomes the file, open and locked.
+  FileResult finish(Naming naming, Safety safety, InputFile* finished);
 
  private:
+  FileResult create();
+  FileResult removeLeftover() const;
+  FileResult flush();
+  FileResult writeOut(std::string_view bytes);
+  FileResult takeName(Naming naming) const;
+
   std::string path_;
   std::string ownPath_;
   int descriptor_ = -1;
+  std::string pending_;  // Not written yet, so that many small pieces make one write.
 };
+
+// Where a chain of symbolic links at `path` ends, so that a file is replaced and not the link to
+// it. `path` itself if it is no link.
+std::string linkTarget(const std::string& path);
 
 }  // namespace btkf

@@ -43,15 +43,10 @@ class Archive {
   // one; kNoArchive (2).
   static Status openToUpdate(const std::string& path, std::unique_ptr<Archive>* archive);
 
-  // Makes a new archive with what `model` says, in one step: with revisions, if a first content was
-  // put. The object is not open for anything but put() and create() before, and open to update
-  // after create():
-  //
-  //     auto archive = Archive::forNew(path);
-  //     model.trunk().revisions.push_back({..., .content = archive->put(bytes)});
-  //     status = archive->commit(model);
-  //
-  // commit() gives kArchiveExists (3), and leaves what is there, if `path` names anything by then.
+  // A new archive, for put() and one commit(), which makes the file in one step, with its first
+  // revision if `model` has one. From then on the object is open to update. commit() gives
+  // kArchiveExists (3), and leaves what is there, if `path` names anything by then; kInUse if
+  // another is making it.
   static std::unique_ptr<Archive> forNew(const std::string& path);
 
   Archive(const Archive&) = delete;
@@ -72,10 +67,12 @@ class Archive {
 
   // Makes the file say what `model` says, all or nothing, and on disk when this returns. Contents
   // that `model` has no longer are dropped. With any status but kDone the file is the old one.
-  //   kMisuse (10)       `model` is not sound, or uses a content that the archive does not have
+  //   kMisuse (10)       `model` is not sound, or uses a content that the archive does not have; or
+  //                      this is not open to update
   //   kCannotWrite (77)  no space, or no right to make files in the archive's directory
-  //   kArchiveExists (3), kInUse (6)  a new archive only: another was made, or is being made
-  // The new file keeps the mode of the old one and, where that is allowed, its owner.
+  // The new file keeps the mode of the old one and, where that is allowed, its owner. A damaged
+  // content is no obstacle: it is kept as it is, and stays damaged. kInUse also if a content that
+  // was put is found to have changed since.
   Status commit(const ArchiveModel& model);
 
   // Reads every byte of the file and checks it, so that it finds any changed bit. kDone if all is

@@ -1,0 +1,366 @@
+// btkf520/archive/archive.cpp: an archive that is open, and how a changed one is written.
+//
+// A commit plans how every content is to be stored, keeps the frames that are stored like that
+// already, makes the others, and writes all of it to a new file: kept frames, new ones, index,
+// tail. Each new frame is unpacked and checked before it is written, because for an older revision
+// it takes the place of the only other copy.
+#include "btkf520/archive/archive.h"
+
+#include <algorithm>
+#include <map>
+#include <set>
+#include <utility>
+
+#include "btkf520/archive/checksum.h"
+#include "btkf520/archive/frames.h"
+#include "btkf520/archive/index.h"
+#include "btkf520/archive/plan.h"
+#include "btkf520/archive/reader.h"
+#include "btkf520/archive/tail.h"
+#include "btkf520/platform_file.h"
+
+namespace btkf {
+namespace {
+
+Status openStatus(FileResult result) {
+  switch (result) {
+    case FileResult::kDone:
+      return kDone;
+    case FileResult::kMissing:
+      return kNoArchive;
+    case FileResult::kBusy:
+      return kInUse;
+    default:
+      return kCannotOpen;
+  }
+}
+
+Status writeStatus(FileResult result) {
+  switch (result) {
+    case FileResult::kDone:
+      return kDone;
+    case FileResult::kExists:
+      return kArchiveExists;
+    case FileResult::kBusy:
+      return kInUse;
+    default:
+      return kCannotWrite;
+  }
+}
+
+}  // namespace
+
+class Archive::Impl {
+ public:
+  enum class Purpose { kRead, kUpdate, kMake };
+
+  Impl(Purpose purpose, std::string path, std::unique_ptr<ArchiveReader> reader)
+      : purpose_(purpose),
+        path_(std::move(path)),
+        reader_(std::move(reader)),
+        lastContent_(reader_->index().lastContent) {}
+
+  static Status open(Purpose purpose, const std::string& path, InputFile file,
+                     std::unique_ptr<Archive>* archive);
+
+  ArchiveReader& reader() { return *reader_; }
+
+  Content put(std::string_view bytes);
+  Status read(const Content& content, Bytes* bytes);
+  Status commit(const ArchiveModel& model);
+
+ private:
+  // A content that is not in the file yet. The bytes are the caller's.
+  struct Pending {
+    Content content;
+    std::string_view bytes;
+  };
+  // The bytes of any content, held as long as this is.
+  struct Held {
+    SharedBytes rebuilt;
+    std::string_view view;
+  };
+
+  const Content* known(uint32_t id) const;
+  bool knowsAllOf(const ArchiveModel& model) const;
+  std::vector<Frame> plannedFrames(const ArchiveModel& model) const;
+  void planBranch(const Branch& branch, std::vector<Frame>* frames) const;
+  const Frame* storedLike(const Frame& planned) const;
+  Status copyKept(const std::vector<Frame>& kept, SiblingFile* to) const;
+  Status hold(uint32_t id, Held* held);
+  Status pack(Frame* frame, Bytes* packed);
+  Status writeFrames(Index* index, SiblingFile* to);
+  Status writeEnd(const Index& index, SiblingFile* to);
+  Status tryCommit(Index index);
+
+  Purpose purpose_;
+  std::string path_;
+  std::unique_ptr<ArchiveReader> reader_;
+  uint32_t lastContent_;
+  std::map<uint32_t, Pending> pending_;
+  std::set<uint32_t> damaged_;  // Contents that could not be rebuilt when a commit needed them.
+  FrameCodec codec_;
+};
+
+Status Archive::Impl::open(Purpose purpose, const std::string& path, InputFile file,
+                           std::unique_ptr<Archive>* archive) {
+  std::unique_ptr<ArchiveReader> reader;
+  if (const Status status = ArchiveReader::open(std::move(file), &reader)) return status;
+  auto impl = std::make_unique<Impl>(purpose, path, std::move(reader));
+  archive->reset(new Archive(std::move(impl)));
+  return kDone;
+}
+
+Content Archive::Impl::put(std::string_view bytes) {
+  const Content content{lastContent_ + 1, bytes.size(), checksumOf(bytes)};
+  pending_[content.id] = {content, bytes};
+  lastContent_ = content.id;
+  return content;
+}
+
+Status Archive::Impl::read(const Content& content, Bytes* bytes) {
+  const Content* const found = known(content.id);
+  if (found == nullptr || *found != content) return kNoRevision;
+  Held held;
+  if (const Status status = hold(content.id, &held)) return status;
+  Bytes copy(held.view.size());
+  held.view.copy(copy.data(), held.view.size());
+  *bytes = std::move(copy);
+  return kDone;
+}
+
+const Content* Archive::Impl::known(uint32_t id) const {
+  const auto pending = pending_.find(id);
+  if (pending != pending_.end()) return &pending->second.content;
+  const ArchiveReader::Stored* const stored = reader_->find(id);
+  return stored == nullptr ? nullptr : &stored->content;
+}
+
+bool Archive::Impl::knowsAllOf(const ArchiveModel& model) const {
+  bool result = true;
+  model.forEachRevision([&](const Revision& revision) {
+    const Content* const content = known(revision.content.id);
+    result = result && content != nullptr && *content == revision.content;
+  });
+  return result;
+}
+
+// The frames that `branch` is to have, from the tip's on. What is damaged stays as it is and
+// nobody's parent, so that it is no obstacle to others.
+void Archive::Impl::planBranch(const Branch& branch, std::vector<Frame>* frames) const {
+  std::vector<Content> contents;
+  std::vector<uint32_t> positions;
+  for (const Revision& revision : branch.revisions) {
+    const ArchiveReader::Stored* const stored = reader_->find(revision.content.id);
+    if (damaged_.contains(revision.content.id)) {
+      frames->push_back(stored->frame);
+      continue;
+    }
+    const uint32_t next = positions.empty() ? 0 : positions.back() + 1;
+    contents.push_back(revision.content);
+    positions.push_back(stored == nullptr ? next : std::max(next, stored->frame.position));
+  }
+  const std::vector<Parents> plan = planParents(positions);
+  for (size_t place = contents.size(); place-- > 0;) {
+    Frame frame;
+    frame.content = contents[place].id;
+    frame.position = positions[place];
+    uint64_t span = contents[place].length;
+    const auto join = [&](size_t parent, uint64_t widest, uint32_t* id) {
+      if (parent == Parents::kNoParent || span == 0) return;
+      const Content& content = contents[parent];
+      if (content.length > widest || span + content.length > widest) return;
+      span += content.length;
+      *id = content.id;
+    };
+    join(plan[place].newer, kWidestSpan, &frame.newerParent);
+    join(plan[place].older, kWidestPairSpan, &frame.olderParent);
+    frames->push_back(frame);
+  }
+}
+
+std::vector<Frame> Archive::Impl::plannedFrames(const ArchiveModel& model) const {
+  std::vector<Frame> frames;
+  for (const Branch& branch : model.branches) planBranch(branch, &frames);
+  std::set<uint32_t> planned{0};
+  for (const Frame& frame : frames) planned.insert(frame.content);
+  for (Frame& frame : frames) {
+    // Only a damaged content can still want a parent that has been deleted.
+    if (!planned.contains(frame.olderParent)) frame.olderParent = 0;
+    if (!planned.contains(frame.newerParent)) frame.newerParent = 0;
+  }
+  return frames;
+}
+
+// The frame in the file that can be kept for `planned`, null for none.
+const Frame* Archive::Impl::storedLike(const Frame& planned) const {
+  const ArchiveReader::Stored* const stored = reader_->find(planned.content);
+  if (stored == nullptr) return nullptr;
+  const bool isSame = stored->frame.olderParent == planned.olderParent &&
+                      stored->frame.newerParent == planned.newerParent;
+  return isSame || damaged_.contains(planned.content) ? &stored->frame : nullptr;
+}
+
+// Copies the header and frames that are in the file, in their order there.
+Status Archive::Impl::copyKept(const std::vector<Frame>& kept, SiblingFile* to) const {
+  if (purpose_ == Purpose::kMake) return writeStatus(to->write(kArchiveHeader));
+  uint64_t begin = 0;  // Of a run that is copied as one.
+  uint64_t end = kArchiveHeader.size();
+  for (const Frame& frame : kept) {
+    const uint64_t offset = reader_->find(frame.content)->offset;
+    if (offset != end) {
+      const Status status = writeStatus(to->copy(reader_->file(), begin, end - begin));
+      if (status != kDone) return status;
+      begin = offset;
+    }
+    end = offset + frame.size;
+  }
+  return writeStatus(to->copy(reader_->file(), begin, end - begin));
+}
+
+Status Archive::Impl::hold(uint32_t id, Held* held) {
+  const auto pending = pending_.find(id);
+  if (pending != pending_.end()) {
+    held->view = pending->second.bytes;
+    return kDone;
+  }
+  const Status status = reader_->read(id, &held->rebuilt);
+  if (status == kDone) held->view = held->rebuilt->view();
+  if (status == kNotAnArchive) damaged_.insert(id);
+  return status;
+}
+
+// Makes the frame that *frame plans, and fills in the rest of it.
+Status Archive::Impl::pack(Frame* frame, Bytes* packed) {
+  Held content;
+  Held older;
+  Held newer;
+  for (const auto& [id, held] :
+       {std::pair(frame->content, &content), std::pair(frame->olderParent, &older),
+        std::pair(frame->newerParent, &newer)}) {
+    const Status status = id == 0 ? kDone : hold(id, held);
+    if (status != kDone) return status;
+  }
+  if (!content.view.empty()) {
+    const Prefix prefix(older.view, newer.view);
+    *packed = codec_.pack(content.view, prefix.view());
+    Bytes check;
+    if (!codec_.unpack(packed->view(), prefix.view(), content.view.size(), &check) ||
+        checksumOf(check.view()) != known(frame->content)->checksum) {
+      // Another wrote to the file that is being checked in.
+      return pending_.contains(frame->content) ? kInUse : kInternalError;
+    }
+  }
+  frame->size = packed->size();
+  frame->checksum = static_cast<uint32_t>(checksumOf(packed->view()));
+  return kDone;
+}
+
+// Writes all but the end, and puts the frames of *index in the order of the new file: those that
+// are kept, then new ones, the tips last.
+Status Archive::Impl::writeFrames(Index* index, SiblingFile* to) {
+  std::vector<Frame> kept;
+  std::vector<Frame> made;
+  for (Frame& planned : plannedFrames(index->model)) {
+    if (const Frame* const stored = storedLike(planned)) {
+      planned.size = stored->size;
+      planned.checksum = stored->checksum;
+      kept.push_back(planned);
+    } else {
+      made.push_back(planned);
+    }
+  }
+  std::sort(kept.begin(), kept.end(), [this](const Frame& left, const Frame& right) {
+    return reader_->find(left.content)->offset < reader_->find(right.content)->offset;
+  });
+  std::stable_partition(made.begin(), made.end(),
+                        [](const Frame& frame) { return frame.newerParent != 0; });
+  if (const Status status = copyKept(kept, to)) return status;
+  index->frames = std::move(kept);
+  for (Frame& frame : made) {
+    Bytes packed;
+    if (const Status status = pack(&frame, &packed)) return status;
+    if (const Status status = writeStatus(to->write(packed.view()))) return status;
+    index->frames.push_back(frame);
+  }
+  return kDone;
+}
+
+Status Archive::Impl::writeEnd(const Index& index, SiblingFile* to) {
+  const std::string bytes = encodeIndex(index);
+  if (bytes.size() > kLargestIndex) return kNoMemory;
+  const Bytes packed = codec_.pack(bytes, {});
+  const IndexPlace place{static_cast<uint32_t>(packed.size()), static_cast<uint32_t>(bytes.size()),
+                         checksumOf(packed.view())};
+  if (const Status status = writeStatus(to->write(packed.view()))) return status;
+  return writeStatus(to->write(encodeTail(index.model, place)));
+}
+
+Status Archive::Impl::tryCommit(Index index) {
+  SiblingFile file;
+  if (const Status status = writeStatus(file.open(path_))) return status;
+  if (purpose_ == Purpose::kUpdate) file.imitate(reader_->file());
+  if (const Status status = writeFrames(&index, &file)) return status;
+  if (const Status status = writeEnd(index, &file)) return status;
+
+  auto next = std::make_unique<ArchiveReader>(std::move(index));
+  const auto naming =
+      purpose_ == Purpose::kMake ? SiblingFile::Naming::kNew : SiblingFile::Naming::kReplace;
+  const FileResult result = file.finish(naming, SiblingFile::Safety::kOnDisk, &next->file());
+  if (result != FileResult::kDone) return writeStatus(result);
+  reader_ = std::move(next);
+  pending_.clear();
+  purpose_ = Purpose::kUpdate;
+  return kDone;
+}
+
+Status Archive::Impl::commit(const ArchiveModel& model) {
+  if (purpose_ == Purpose::kRead || !model.isSound() || !knowsAllOf(model)) return kMisuse;
+  Index index{model, {}, lastContent_};
+  std::erase_if(index.model.branches, [](const Branch& branch) {
+    return branch.revisions.empty() && !branch.number.isTrunk();
+  });
+  for (;;) {
+    const size_t damaged = damaged_.size();
+    const Status status = tryCommit(index);
+    if (status == kDone || damaged_.size() == damaged) return status;
+    // A content turned out to be damaged: once more with a plan that leaves it alone.
+  }
+}
+
+Archive::Archive(std::unique_ptr<Impl> impl) : impl_(std::move(impl)) {}
+Archive::~Archive() = default;
+
+Status Archive::openToRead(const std::string& path, std::unique_ptr<Archive>* archive) {
+  InputFile file;
+  if (const Status status = openStatus(file.open(path))) return status;
+  return Impl::open(Impl::Purpose::kRead, path, std::move(file), archive);
+}
+
+Status Archive::openToUpdate(const std::string& path, std::unique_ptr<Archive>* archive) {
+  const std::string target = linkTarget(path);
+  InputFile file;
+  if (const Status status = openStatus(file.openLocked(target))) return status;
+  return Impl::open(Impl::Purpose::kUpdate, target, std::move(file), archive);
+}
+
+std::unique_ptr<Archive> Archive::forNew(const std::string& path) {
+  auto empty = std::make_unique<ArchiveReader>(Index());
+  return std::unique_ptr<Archive>(
+      new Archive(std::make_unique<Impl>(Impl::Purpose::kMake, path, std::move(empty))));
+}
+
+const ArchiveModel& Archive::model() const { return impl_->reader().index().model; }
+Status Archive::read(const Content& content, Bytes* bytes) const {
+  return impl_->read(content, bytes);
+}
+Content Archive::put(std::string_view bytes) { return impl_->put(bytes); }
+Status Archive::commit(const ArchiveModel& model) { return impl_->commit(model); }
+Status Archive::verify(std::vector<Content>* damaged) const {
+  return impl_->reader().verify(damaged);
+}
+int Archive::frameCount(const Content& content) const {
+  return impl_->reader().frameCount(content.id);
+}
+
+}  // namespace btkf

@@ -1,0 +1,80 @@
+// btkf520/archive/checksum.cpp: XXH64, written out from its description.
+//
+// Four lanes of eight bytes each, so that a processor can work on all four at once; what is left
+// over at the end is mixed in word by word and byte by byte.
+#include "btkf520/archive/checksum.h"
+
+#include <bit>
+#include <cstring>
+
+namespace btkf {
+namespace {
+
+constexpr uint64_t kPrime1 = 0x9E3779B185EBCA87;
+constexpr uint64_t kPrime2 = 0xC2B2AE3D27D4EB4F;
+constexpr uint64_t kPrime3 = 0x165667B19E3779F9;
+constexpr uint64_t kPrime4 = 0x85EBCA77C2B2AE63;
+constexpr uint64_t kPrime5 = 0x27D4EB2F165667C5;
+constexpr size_t kStripe = 32;
+
+// A little-endian number.
+template <typename Word>
+Word load(const char* bytes) {
+  Word word;
+  std::memcpy(&word, bytes, sizeof word);
+  if constexpr (std::endian::native == std::endian::big) {
+    Word swapped = 0;
+    for (size_t i = 0; i < sizeof word; ++i) {
+      swapped = static_cast<Word>(swapped << 8) | static_cast<Word>(word >> 8 * i & 0xFF);
+    }
+    word = swapped;
+  }
+  return word;
+}
+
+uint64_t lane(uint64_t sum, uint64_t word) { return std::rotl(sum + word * kPrime2, 31) * kPrime1; }
+
+uint64_t join(uint64_t sum, uint64_t laneSum) {
+  return (sum ^ lane(0, laneSum)) * kPrime1 + kPrime4;
+}
+
+// Takes all whole stripes off `bytes`.
+uint64_t stripes(std::string_view* bytes) {
+  uint64_t a = kPrime1 + kPrime2;
+  uint64_t b = kPrime2;
+  uint64_t c = 0;
+  uint64_t d = 0 - kPrime1;
+  const char* at = bytes->data();
+  const char* const end = at + bytes->size() / kStripe * kStripe;
+  for (; at != end; at += kStripe) {
+    a = lane(a, load<uint64_t>(at));
+    b = lane(b, load<uint64_t>(at + 8));
+    c = lane(c, load<uint64_t>(at + 16));
+    d = lane(d, load<uint64_t>(at + 24));
+  }
+  bytes->remove_prefix(bytes->size() / kStripe * kStripe);
+  const uint64_t sum = std::rotl(a, 1) + std::rotl(b, 7) + std::rotl(c, 12) + std::rotl(d, 18);
+  return join(join(join(join(sum, a), b), c), d);
+}
+
+}  // namespace
+
+uint64_t checksumOf(std::string_view bytes) {
+  const uint64_t length = bytes.size();
+  uint64_t sum = (length >= kStripe ? stripes(&bytes) : kPrime5) + length;
+  for (; bytes.size() >= 8; bytes.remove_prefix(8)) {
+    sum = std::rotl(sum ^ lane(0, load<uint64_t>(bytes.data())), 27) * kPrime1 + kPrime4;
+  }
+  if (bytes.size() >= 4) {
+    sum = std::rotl(sum ^ load<uint32_t>(bytes.data()) * kPrime1, 23) * kPrime2 + kPrime3;
+    bytes.remove_prefix(4);
+  }
+  for (const char byte : bytes) {
+    sum = std::rotl(sum ^ static_cast<uint8_t>(byte) * kPrime5, 11) * kPrime1;
+  }
+  sum = (sum ^ sum >> 33) * kPrime2;
+  sum = (sum ^ sum >> 29) * kPrime3;
+  return sum ^ sum >> 32;
+}
+
+}  // namespace btkf

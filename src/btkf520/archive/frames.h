@@ -1,0 +1,43 @@
+// btkf520/archive/frames.h: contents to zstd frames and back.
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <string_view>
+
+#include "btkf520/archive/bytes.h"
+
+struct ZSTD_CCtx_s;
+struct ZSTD_DCtx_s;
+
+namespace btkf {
+
+// The widest prefix and content together that one frame can span; a content that has no parents
+// below this limit is stored whole.
+constexpr uint64_t kWidestSpan = uint64_t{1} << 31;
+// The same for two parents, which cost more memory: beyond it the older one is left out.
+constexpr uint64_t kWidestPairSpan = uint64_t{1} << 30;
+
+// Makes frames and opens them. One object is used again and again, because its tables cost more to
+// set up than a small content costs to pack. Operations may throw std::bad_alloc.
+class FrameCodec {
+ public:
+  FrameCodec();
+  FrameCodec(const FrameCodec&) = delete;
+  FrameCodec& operator=(const FrameCodec&) = delete;
+  ~FrameCodec();
+
+  // Packs `content`, which is not empty, as one frame. What it shares with `prefix` costs next to
+  // nothing; unpacking takes the same prefix. An empty one makes a frame that stands alone.
+  Bytes pack(std::string_view content, std::string_view prefix);
+
+  // Unpacks a frame to `length` bytes. False, and *content is unchanged, if the frame is damaged
+  // or has any other length.
+  bool unpack(std::string_view frame, std::string_view prefix, uint64_t length, Bytes* content);
+
+ private:
+  ZSTD_CCtx_s* packing_ = nullptr;  // Made at first use, both.
+  ZSTD_DCtx_s* unpacking_ = nullptr;
+};
+
+}  // namespace btkf

@@ -1,0 +1,202 @@
+// btkf520/archive/index.cpp: the layout of the index, writer and reader side by side, and the
+// checks on what was read.
+#include "btkf520/archive/index.h"
+
+#include <algorithm>
+#include <unordered_map>
+#include <utility>
+
+#include "btkf520/archive/bytecodec.h"
+
+namespace btkf {
+namespace {
+
+constexpr uint64_t kVersion = 1;
+
+void putTexts(ByteWriter* to, const std::vector<std::string>& texts) {
+  to->put(texts.size());
+  for (const std::string& text : texts) to->put(text);
+}
+
+std::vector<std::string> getTexts(ByteReader* from) {
+  std::vector<std::string> texts(from->count());
+  for (std::string& text : texts) text = from->text();
+  return texts;
+}
+
+void putNumber(ByteWriter* to, const Number& number) {
+  to->put(number.components().size());
+  for (const uint32_t component : number.components()) to->put(component);
+}
+
+Number getNumber(ByteReader* from) {
+  std::vector<uint32_t> components(from->count());
+  for (uint32_t& component : components) component = from->number32();
+  return Number(std::move(components));
+}
+
+void putRevision(ByteWriter* to, const Revision& revision) {
+  putNumber(to, revision.number);
+  to->putFixed(revision.checkInTime, 4);
+  to->putFixed(revision.workfileTime, 4);
+  to->put(revision.author);
+  to->put(revision.changeDescription);
+  putTexts(to, revision.lockers);
+  putTexts(to, revision.promotionGroups);
+  to->put(revision.content.id);
+  to->put(revision.content.length);
+  to->putFixed(revision.content.checksum, 8);
+}
+
+Revision getRevision(ByteReader* from) {
+  Revision revision;
+  revision.number = getNumber(from);
+  revision.checkInTime = static_cast<PackedTime>(from->fixed(4));
+  revision.workfileTime = static_cast<PackedTime>(from->fixed(4));
+  revision.author = from->text();
+  revision.changeDescription = from->text();
+  revision.lockers = getTexts(from);
+  revision.promotionGroups = getTexts(from);
+  revision.content.id = from->number32();
+  revision.content.length = from->number();
+  revision.content.checksum = from->fixed(8);
+  return revision;
+}
+
+void putBranch(ByteWriter* to, const Branch& branch) {
+  putNumber(to, branch.number);
+  to->put(branch.revisions.size());
+  for (const Revision& revision : branch.revisions) putRevision(to, revision);
+}
+
+Branch getBranch(ByteReader* from) {
+  Branch branch;
+  branch.number = getNumber(from);
+  for (size_t left = from->count(); left > 0 && from->isGood(); --left) {
+    branch.revisions.push_back(getRevision(from));
+  }
+  return branch;
+}
+
+void putModel(ByteWriter* to, const ArchiveModel& model) {
+  to->put(model.workName);
+  to->put(model.owner);
+  to->put(model.description);
+  to->putFixed(model.creationTime, 4);
+  to->put(model.attributes);
+  putTexts(to, model.accessList);
+  to->put(model.branches.size());
+  for (const Branch& branch : model.branches) putBranch(to, branch);
+  to->put(model.labels.size());
+  for (const Label& label : model.labels) {
+    to->put(label.name);
+    putNumber(to, label.target);
+  }
+}
+
+ArchiveModel getModel(ByteReader* from) {
+  ArchiveModel model;
+  model.workName = from->text();
+  model.owner = from->text();
+  model.description = from->text();
+  model.creationTime = static_cast<PackedTime>(from->fixed(4));
+  model.attributes = from->number32();
+  model.accessList = getTexts(from);
+  model.branches.clear();
+  for (size_t left = from->count(); left > 0 && from->isGood(); --left) {
+    model.branches.push_back(getBranch(from));
+  }
+  for (size_t left = from->count(); left > 0 && from->isGood(); --left) {
+    std::string name = from->text();
+    model.labels.push_back({std::move(name), getNumber(from)});
+  }
+  return model;
+}
+
+void putFrame(ByteWriter* to, const Frame& frame) {
+  to->put(frame.content);
+  to->put(frame.position);
+  to->put(frame.olderParent);
+  to->put(frame.newerParent);
+  to->put(frame.size);
+  to->putFixed(frame.checksum, 4);
+}
+
+Frame getFrame(ByteReader* from) {
+  Frame frame;
+  frame.content = from->number32();
+  frame.position = from->number32(INT32_MAX);
+  frame.olderParent = from->number32();
+  frame.newerParent = from->number32();
+  frame.size = from->number(INT64_MAX);
+  frame.checksum = static_cast<uint32_t>(from->fixed(4));
+  return frame;
+}
+
+// Whether every content has one frame and every frame a content.
+bool framesMatch(const Index& index) {
+  std::vector<uint32_t> used;
+  index.model.forEachRevision(
+      [&](const Revision& revision) { used.push_back(revision.content.id); });
+  std::vector<uint32_t> stored;
+  for (const Frame& frame : index.frames) stored.push_back(frame.content);
+  std::sort(used.begin(), used.end());
+  std::sort(stored.begin(), stored.end());
+  return used == stored && (used.empty() || used.back() <= index.lastContent);
+}
+
+// Whether all parents exist and nothing goes in a circle: takes away frame after frame all of whose
+// parents have been taken away, and sees whether any stays.
+bool parentsAreSound(const std::vector<Frame>& frames) {
+  std::unordered_map<uint32_t, std::vector<size_t>> children;
+  std::vector<int> missing(frames.size(), 0);
+  for (const Frame& frame : frames) children[frame.content];
+  std::vector<uint32_t> ready;
+  for (size_t place = 0; place < frames.size(); ++place) {
+    for (const uint32_t parent : {frames[place].olderParent, frames[place].newerParent}) {
+      if (parent == 0) continue;
+      const auto found = children.find(parent);
+      if (found == children.end()) return false;
+      found->second.push_back(place);
+      ++missing[place];
+    }
+    if (missing[place] == 0) ready.push_back(frames[place].content);
+  }
+  size_t taken = 0;
+  for (; !ready.empty(); ++taken) {
+    const uint32_t content = ready.back();
+    ready.pop_back();
+    for (const size_t child : children[content]) {
+      if (--missing[child] == 0) ready.push_back(frames[child].content);
+    }
+  }
+  return taken == frames.size();
+}
+
+}  // namespace
+
+std::string encodeIndex(const Index& index) {
+  ByteWriter to;
+  to.put(kVersion);
+  putModel(&to, index.model);
+  to.put(index.lastContent);
+  to.put(index.frames.size());
+  for (const Frame& frame : index.frames) putFrame(&to, frame);
+  return to.take();
+}
+
+std::optional<Index> decodeIndex(std::string_view bytes) {
+  ByteReader from(bytes);
+  if (from.number() != kVersion) return {};
+  Index index;
+  index.model = getModel(&from);
+  index.lastContent = from.number32(INT32_MAX);
+  for (size_t left = from.count(); left > 0 && from.isGood(); --left) {
+    index.frames.push_back(getFrame(&from));
+  }
+  if (!from.isGood() || !from.isAtEnd()) return {};
+  if (!index.model.isSound() || !framesMatch(index) || !parentsAreSound(index.frames)) return {};
+  return index;
+}
+
+}  // namespace btkf

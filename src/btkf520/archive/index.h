@@ -1,0 +1,45 @@
+// btkf520/archive/index.h: everything about an archive but its contents, as bytes.
+//
+// The index stands in the file between the last frame and the information block. Its layout is told
+// in docs/archive-format.md.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "btkf520/archive/model.h"
+
+namespace btkf {
+
+// How one content is stored. Frames stand in the file one behind the other, without gaps, in the
+// order of the index; an empty content has a frame of no bytes.
+struct Frame {
+  uint32_t content = 0;      // The id.
+  uint32_t position = 0;     // In its branch; see plan.h.
+  uint32_t olderParent = 0;  // Ids of the contents that the prefix is joined from, in this order.
+  uint32_t newerParent = 0;  // 0: none.
+  uint64_t size = 0;
+  uint32_t checksum = 0;  // The lower half of checksumOf() the stored bytes.
+};
+
+struct Index {
+  ArchiveModel model;
+  std::vector<Frame> frames;
+  uint32_t lastContent = 0;  // The highest id that was ever given.
+};
+
+// The largest index in bytes, before it is packed.
+constexpr size_t kLargestIndex = size_t{1} << 28;
+
+// `index` has a sound model and a frame for each of its contents.
+std::string encodeIndex(const Index& index);
+
+// Nothing for bytes that are not a whole index: beyond the form, the model must be sound, contents
+// and frames must match one to one, and no content may need itself to be rebuilt.
+std::optional<Index> decodeIndex(std::string_view bytes);
+
+}  // namespace btkf

@@ -1,0 +1,160 @@
+// btkf520/archive/model.cpp: finding one's way in a model, and what a file can hold.
+#include "btkf520/archive/model.h"
+
+#include <algorithm>
+#include <set>
+
+namespace btkf {
+namespace {
+
+bool isBefore(const Branch& branch, const Number& number) { return branch.number < number; }
+
+bool isOlder(const Revision& revision, const Number& number) { return revision.number < number; }
+
+// The branch that a revision of this number stands on.
+Number branchOf(const Number& revision) {
+  return revision.components().size() == 2 ? Number::trunk() : revision.parent();
+}
+
+// Branches and revisions are found by bisection, for a model that may be changed or not.
+template <typename Branches>
+auto findBranchIn(Branches& branches, const Number& number) -> decltype(branches.data()) {
+  const auto found = std::lower_bound(branches.begin(), branches.end(), number, isBefore);
+  return found == branches.end() || found->number != number ? nullptr : &*found;
+}
+
+template <typename Model>
+auto findRevisionIn(Model& model, const Number& number) -> decltype(model.trunk().tip()) {
+  if (!number.isRevision()) return nullptr;
+  auto* branch = model.findBranch(branchOf(number));
+  if (branch == nullptr) return nullptr;
+  auto& revisions = branch->revisions;
+  const auto found = std::lower_bound(revisions.begin(), revisions.end(), number, isOlder);
+  return found == revisions.end() || found->number != number ? nullptr : &*found;
+}
+
+template <typename Labels>
+auto findLabelIn(Labels& labels, std::string_view name) -> decltype(labels.data()) {
+  const auto found = std::find_if(labels.begin(), labels.end(),
+                                  [&](const Label& label) { return label.name == name; });
+  return found == labels.end() ? nullptr : &*found;
+}
+
+bool isSoundText(const std::string& text) {
+  return text.size() <= kLongestText && text.find('\0') == std::string::npos;
+}
+
+bool areSoundTexts(const std::vector<std::string>& texts) {
+  return std::all_of(texts.begin(), texts.end(), isSoundText);
+}
+
+bool isSoundNumber(const Number& number) {
+  const std::vector<uint32_t>& components = number.components();
+  return !number.isEmpty() && components.size() <= Number::kMostComponents &&
+         std::all_of(components.begin(), components.end(),
+                     [](uint32_t value) { return value <= Number::kLargestComponent; });
+}
+
+bool isSoundRevision(const Revision& revision) {
+  return isSoundNumber(revision.number) && isSoundText(revision.author) &&
+         isSoundText(revision.changeDescription) && areSoundTexts(revision.lockers) &&
+         areSoundTexts(revision.promotionGroups);
+}
+
+// The revisions of one branch: each on it, in order, with a content that none has had yet.
+bool areSoundRevisions(const Branch& branch, std::set<uint32_t>* contents) {
+  const Number* last = nullptr;
+  for (const Revision& revision : branch.revisions) {
+    if (!isSoundRevision(revision) || !revision.number.isRevision() ||
+        branchOf(revision.number) != branch.number) {
+      return false;
+    }
+    if (last != nullptr && *last >= revision.number) return false;
+    if (revision.content.id == 0 || !contents->insert(revision.content.id).second) return false;
+    last = &revision.number;
+  }
+  return true;
+}
+
+}  // namespace
+
+const Branch* ArchiveModel::findBranch(const Number& number) const {
+  return findBranchIn(branches, number);
+}
+Branch* ArchiveModel::findBranch(const Number& number) { return findBranchIn(branches, number); }
+
+const Revision* ArchiveModel::findRevision(const Number& number) const {
+  return findRevisionIn(*this, number);
+}
+Revision* ArchiveModel::findRevision(const Number& number) { return findRevisionIn(*this, number); }
+
+const Label* ArchiveModel::findLabel(std::string_view name) const {
+  return findLabelIn(labels, name);
+}
+Label* ArchiveModel::findLabel(std::string_view name) { return findLabelIn(labels, name); }
+
+const Revision* ArchiveModel::labelled(const Label& label) const {
+  if (!label.isFloating()) return findRevision(label.target);
+  const Branch* branch = findBranch(label.target);
+  return branch == nullptr ? nullptr : branch->tip();
+}
+
+std::vector<const Branch*> ArchiveModel::branchesAt(const Number& revision) const {
+  std::vector<const Branch*> result;
+  auto branch = std::lower_bound(branches.begin(), branches.end(), revision, isBefore);
+  const size_t depth = revision.components().size();
+  for (; branch != branches.end(); ++branch) {
+    const std::vector<uint32_t>& components = branch->number.components();
+    if (components.size() <= depth ||
+        !std::equal(revision.components().begin(), revision.components().end(),
+                    components.begin())) {
+      break;
+    }
+    if (components.size() == depth + 1) result.push_back(&*branch);
+  }
+  return result;
+}
+
+Number ArchiveModel::newBranchAt(const Number& revision) const {
+  const std::vector<const Branch*> there = branchesAt(revision);
+  return there.empty() ? revision.child(1) : there.back()->number.next();
+}
+
+Branch& ArchiveModel::addBranch(const Number& number) {
+  const auto place = std::lower_bound(branches.begin(), branches.end(), number, isBefore);
+  return *branches.insert(place, Branch{number, {}});
+}
+
+size_t ArchiveModel::revisionCount() const {
+  size_t count = 0;
+  forEachRevision([&](const Revision&) { ++count; });
+  return count;
+}
+
+size_t ArchiveModel::lockCount() const {
+  size_t count = 0;
+  forEachRevision([&](const Revision& revision) { count += revision.lockers.size(); });
+  return count;
+}
+
+bool ArchiveModel::isSound() const {
+  if (branches.empty() || trunk().number != Number::trunk()) return false;
+  for (const std::string* text : {&workName, &owner, &description}) {
+    if (!isSoundText(*text)) return false;
+  }
+  if (!areSoundTexts(accessList)) return false;
+  std::set<uint32_t> contents;
+  for (const Branch& branch : branches) {
+    const bool isFirst = &branch == &trunk();
+    if (!isSoundNumber(branch.number) || !branch.number.isBranch()) return false;
+    if (!isFirst && (&branch)[-1].number >= branch.number) return false;
+    if (!areSoundRevisions(branch, &contents)) return false;
+  }
+  std::set<std::string_view> names;
+  return std::all_of(labels.begin(), labels.end(), [&](const Label& label) {
+    return isSoundText(label.name) && isSoundNumber(label.target) &&
+           names.insert(label.name).second;
+  });
+}
+
+}  // namespace btkf

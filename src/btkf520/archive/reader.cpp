@@ -1,0 +1,236 @@
+// btkf520/archive/reader.cpp: from the end of a file to its index, and from frames to contents.
+//
+// Rebuilding a content needs its parents, theirs, and so on up to a content that is stored whole.
+// All of them are listed first, parents ahead of children, and then unpacked in that order; each is
+// let go when the last that needs it is done. So only a few are in memory at a time.
+#include "btkf520/archive/reader.h"
+
+#include <algorithm>
+#include <cstring>
+
+#include "btkf520/archive/checksum.h"
+
+namespace btkf {
+namespace {
+
+// Usually index and tail lie in the last bytes, and are read at once.
+constexpr uint64_t kFirstRead = 32 << 10;
+
+// The end of a file, read in growing pieces.
+class FileEnd {
+ public:
+  explicit FileEnd(const InputFile& file) : file_(file) {}
+
+  // The last `size` bytes; nothing if there are not as many, or can't be read.
+  std::optional<std::string_view> last(uint64_t size) {
+    if (size > file_.size()) return {};
+    if (size > bytes_.size() || bytes_.size() == 0) {
+      const uint64_t wanted = std::min(std::max(size, kFirstRead), file_.size());
+      Bytes bytes(static_cast<size_t>(wanted));
+      if (!file_.readAt(file_.size() - wanted, bytes.data(), bytes.size())) return {};
+      bytes_ = std::move(bytes);
+    }
+    return bytes_.view().substr(bytes_.size() - size);
+  }
+
+ private:
+  const InputFile& file_;
+  Bytes bytes_;
+};
+
+bool hasHeader(const InputFile& file) {
+  char header[kArchiveHeader.size()];
+  return file.size() >= sizeof header && file.readAt(0, header, sizeof header) &&
+         std::string_view(header, sizeof header) == kArchiveHeader;
+}
+
+uint32_t frameChecksum(std::string_view frame) { return static_cast<uint32_t>(checksumOf(frame)); }
+
+}  // namespace
+
+Prefix::Prefix(std::string_view older, std::string_view newer) {
+  if (older.empty() || newer.empty()) {
+    view_ = older.empty() ? newer : older;
+    return;
+  }
+  joined_ = Bytes(older.size() + newer.size());
+  std::copy(older.begin(), older.end(), joined_.data());
+  std::copy(newer.begin(), newer.end(), joined_.data() + older.size());
+  view_ = joined_.view();
+}
+
+SharedBytes RecentContents::find(uint32_t content) const {
+  for (const auto& [id, bytes] : entries_) {
+    if (id == content) return bytes;
+  }
+  return nullptr;
+}
+
+void RecentContents::add(uint32_t content, const SharedBytes& bytes) {
+  if (bytes->size() > kMostBytes) return;
+  entries_.emplace_front(content, bytes);
+  size_ += bytes->size();
+  while (size_ > kMostBytes || entries_.size() > kMostContents) {
+    size_ -= entries_.back().second->size();
+    entries_.pop_back();
+  }
+}
+
+void RecentContents::clear() {
+  entries_.clear();
+  size_ = 0;
+}
+
+ArchiveReader::ArchiveReader(Index index)
+    : index_(std::move(index)), bodySize_(kArchiveHeader.size()) {
+  for (const Frame& frame : index_.frames) {
+    contents_[frame.content] = {{}, frame, bodySize_};
+    bodySize_ += frame.size;
+  }
+  index_.model.forEachRevision([this](const Revision& revision) {
+    contents_[revision.content.id].content = revision.content;
+  });
+}
+
+Status ArchiveReader::readEnds(const InputFile& file, Ends* ends) {
+  FileEnd end(file);
+  const auto trailer = end.last(kTrailerSize);
+  const auto size = trailer ? tailSize(*trailer) : std::nullopt;
+  const auto tail = size ? end.last(*size) : std::nullopt;
+  const auto place = tail ? findIndex(*tail) : std::nullopt;
+  if (!place || place->size > kLargestIndex) return kNotAnArchive;
+  ends->tail = *tail;
+  ends->place = *place;
+  const auto all = end.last(uint64_t{*size} + place->storedSize);
+  if (!all) return kNotAnArchive;
+  ends->storedIndex = all->substr(0, place->storedSize);
+  return checksumOf(ends->storedIndex) == place->checksum ? kDone : kNotAnArchive;
+}
+
+Status ArchiveReader::open(InputFile file, std::unique_ptr<ArchiveReader>* reader) {
+  Ends ends;
+  if (!hasHeader(file)) return kNotAnArchive;
+  if (const Status status = readEnds(file, &ends)) return status;
+  Bytes bytes;
+  FrameCodec codec;
+  if (!codec.unpack(ends.storedIndex, {}, ends.place.size, &bytes)) return kNotAnArchive;
+  std::optional<Index> index = decodeIndex(bytes.view());
+  if (!index) return kNotAnArchive;
+  auto result = std::make_unique<ArchiveReader>(std::move(*index));
+  if (result->bodySize_ + ends.storedIndex.size() + ends.tail.size() != file.size()) {
+    return kNotAnArchive;
+  }
+  result->file_ = std::move(file);
+  *reader = std::move(result);
+  return kDone;
+}
+
+const ArchiveReader::Stored* ArchiveReader::find(uint32_t content) const {
+  const auto found = contents_.find(content);
+  return found == contents_.end() ? nullptr : &found->second;
+}
+
+// All that rebuilding `target` needs, parents ahead of children and `target` last, but for what is
+// at hand and what only that needs.
+std::vector<const ArchiveReader::Stored*> ArchiveReader::framesFor(const Stored& target) const {
+  std::vector<const Stored*> result;
+  std::unordered_map<uint32_t, bool> seen;  // True: listed.
+  std::vector<const Stored*> open{&target};
+  while (!open.empty()) {
+    const Stored* const top = open.back();
+    bool& isListed = seen[top->frame.content];
+    size_t before = open.size();
+    for (const uint32_t parent : {top->frame.olderParent, top->frame.newerParent}) {
+      if (!isListed && parent != 0 && !seen.contains(parent) && recent_.find(parent) == nullptr) {
+        open.push_back(find(parent));
+      }
+    }
+    if (open.size() > before) continue;
+    open.pop_back();
+    if (!std::exchange(seen[top->frame.content], true)) result.push_back(top);
+  }
+  return result;
+}
+
+bool ArchiveReader::unpack(const Stored& stored, std::string_view prefix, Bytes* content) {
+  if (stored.content.length == 0 || stored.frame.size == 0) {
+    *content = Bytes(0);
+    return stored.content.length == stored.frame.size;
+  }
+  Bytes frame(static_cast<size_t>(stored.frame.size));
+  return file_.readAt(stored.offset, frame.data(), frame.size()) &&
+         frameChecksum(frame.view()) == stored.frame.checksum &&
+         codec_.unpack(frame.view(), prefix, stored.content.length, content);
+}
+
+// Rebuilds a content that is not at hand, without a look at its own checksum.
+Status ArchiveReader::rebuild(const Stored& target, SharedBytes* bytes) {
+  const std::vector<const Stored*> frames = framesFor(target);
+  std::unordered_map<uint32_t, int> uses;
+  std::unordered_map<uint32_t, SharedBytes> held;
+  for (const Stored* stored : frames) {
+    for (const uint32_t parent : {stored->frame.olderParent, stored->frame.newerParent}) {
+      ++uses[parent];
+      if (SharedBytes recent = recent_.find(parent)) held[parent] = std::move(recent);
+    }
+  }
+  const auto heldView = [&](uint32_t content) {
+    const auto found = held.find(content);
+    return found == held.end() ? std::string_view() : found->second->view();
+  };
+  for (const Stored* stored : frames) {
+    const Frame& frame = stored->frame;
+    Bytes content;
+    const Prefix prefix(heldView(frame.olderParent), heldView(frame.newerParent));
+    if (!unpack(*stored, prefix.view(), &content)) return kNotAnArchive;
+    *bytes = std::make_shared<const Bytes>(std::move(content));
+    recent_.add(frame.content, *bytes);
+    held[frame.content] = *bytes;
+    for (const uint32_t parent : {frame.olderParent, frame.newerParent}) {
+      if (--uses[parent] == 0) held.erase(parent);
+    }
+  }
+  return kDone;
+}
+
+Status ArchiveReader::read(uint32_t content, SharedBytes* bytes) {
+  const Stored* const target = find(content);
+  if (target == nullptr) return kNoRevision;
+  SharedBytes result = recent_.find(content);
+  if (result == nullptr) {
+    if (const Status status = rebuild(*target, &result)) return status;
+  }
+  if (checksumOf(result->view()) != target->content.checksum) return kNotAnArchive;
+  *bytes = std::move(result);
+  return kDone;
+}
+
+int ArchiveReader::frameCount(uint32_t content) const {
+  const Stored* const target = find(content);
+  return target == nullptr ? 0 : static_cast<int>(framesFor(*target).size());
+}
+
+// Header, sizes and the index are checked whenever a file is opened, and here once more.
+bool ArchiveReader::endsAreWhole() const {
+  Ends ends;
+  return hasHeader(file_) && readEnds(file_, &ends) == kDone &&
+         ends.tail == encodeTail(index_.model, ends.place);
+}
+
+Status ArchiveReader::verify(std::vector<Content>* damaged) {
+  Status result = endsAreWhole() ? kDone : kNotAnArchive;
+  recent_.clear();
+  for (const Branch& branch : index_.model.branches) {
+    // From the tip on, near which the parents are.
+    for (size_t place = branch.revisions.size(); place-- > 0;) {
+      const Content& content = branch.revisions[place].content;
+      SharedBytes bytes;
+      if (read(content.id, &bytes) == kDone) continue;
+      result = kNotAnArchive;
+      if (damaged != nullptr) damaged->push_back(content);
+    }
+  }
+  return result;
+}
+
+}  // namespace btkf

@@ -1,0 +1,115 @@
+// btkf520/archive/reader.h: one archive file as it is: its index, and its contents on demand.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <list>
+#include <map>
+#include <memory>
+#include <string>
+#include <string_view>
+#include <unordered_map>
+#include <utility>
+#include <vector>
+
+#include "btkf520/archive/bytes.h"
+#include "btkf520/archive/frames.h"
+#include "btkf520/archive/index.h"
+#include "btkf520/archive/tail.h"
+#include "btkf520/platform_file.h"
+#include "btkf520/status.h"
+
+namespace btkf {
+
+// The first bytes of every archive. Bytes that text conversion spoils are among them.
+constexpr std::string_view kArchiveHeader =
+    "\x89"
+    "BTKF\r\n\x1A";
+
+using SharedBytes = std::shared_ptr<const Bytes>;
+
+// What a content is packed against: its parents, one behind the other. One parent alone is not
+// copied, so the bytes must outlive the object. May throw std::bad_alloc.
+class Prefix {
+ public:
+  Prefix(std::string_view older, std::string_view newer);
+  std::string_view view() const { return view_; }
+
+ private:
+  Bytes joined_;  // Unless one of them is empty.
+  std::string_view view_;
+};
+
+// The contents that were rebuilt last, since the next is likely to have one of them as a parent.
+// Few and narrow ones only, so that memory stays bounded.
+class RecentContents {
+ public:
+  static constexpr size_t kMostBytes = 32 << 20;
+  static constexpr size_t kMostContents = 64;
+
+  SharedBytes find(uint32_t content) const;
+  void add(uint32_t content, const SharedBytes& bytes);
+  void clear();
+
+ private:
+  std::list<std::pair<uint32_t, SharedBytes>> entries_;  // The newest first.
+  size_t size_ = 0;
+};
+
+// The file may be replaced meanwhile: an object goes on with the one that it opened. Operations may
+// throw std::bad_alloc.
+class ArchiveReader {
+ public:
+  // A content and the frame that holds it.
+  struct Stored {
+    Content content;
+    Frame frame;
+    uint64_t offset = 0;
+  };
+
+  // For a file that is being written: it is to have this index. `file()` is set when it is there.
+  explicit ArchiveReader(Index index);
+  ArchiveReader(const ArchiveReader&) = delete;
+  ArchiveReader& operator=(const ArchiveReader&) = delete;
+
+  // kNotAnArchive if `file` is none, or if its index is damaged.
+  static Status open(InputFile file, std::unique_ptr<ArchiveReader>* reader);
+
+  InputFile& file() { return file_; }
+  const Index& index() const { return index_; }
+  // Where the frames end, and the index begins.
+  uint64_t bodySize() const { return bodySize_; }
+
+  // Null for none. Good as long as the object is.
+  const Stored* find(uint32_t content) const;
+
+  // Rebuilds a content and checks it. kNoRevision if there is none, kNotAnArchive for a damaged
+  // one. *bytes changes only with kDone.
+  Status read(uint32_t content, SharedBytes* bytes);
+
+  // See Archive.
+  int frameCount(uint32_t content) const;
+  Status verify(std::vector<Content>* damaged);
+
+ private:
+  struct Ends {
+    std::string tail;
+    IndexPlace place;
+    std::string storedIndex;
+  };
+  static Status readEnds(const InputFile& file, Ends* ends);
+  bool endsAreWhole() const;
+
+  std::vector<const Stored*> framesFor(const Stored& target) const;
+  Status rebuild(const Stored& target, SharedBytes* bytes);
+  bool unpack(const Stored& stored, std::string_view prefix, Bytes* content);
+
+  InputFile file_;
+  Index index_;
+  uint64_t bodySize_ = 0;
+  std::unordered_map<uint32_t, Stored> contents_;
+  FrameCodec codec_;
+  RecentContents recent_;
+};
+
+}  // namespace btkf
