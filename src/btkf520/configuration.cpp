@@ -57,6 +57,8 @@ const std::map<std::string, Configuration::Setter>& Configuration::setters() {
       {"DATEWORDS", &Configuration::setDateWords},
       {"DATEFORMAT", &Configuration::setDateFormat},
       {"EXCLUSIVELOCK", &Configuration::setExclusiveLock},
+      {"MULTILOCK", &Configuration::setMultipleLocks},
+      {"EXPANDKEYWORDS", &Configuration::setExpandKeywords},
       {"BRANCHWARN", &Configuration::setBranchWarning},
       {"JOURNAL", &Configuration::setJournal},
       {"USERID", &Configuration::setUserSource},
@@ -147,6 +149,14 @@ bool Configuration::setDateFormat(std::string_view value) {
 
 bool Configuration::setExclusiveLock(std::string_view value) {
   return setSwitch(value, &exclusiveLock_);
+}
+
+bool Configuration::setMultipleLocks(std::string_view value) {
+  return setSwitch(value, &multipleLocks_);
+}
+
+bool Configuration::setExpandKeywords(std::string_view value) {
+  return setSwitch(value, &expandKeywords_);
 }
 
 bool Configuration::setBranchWarning(std::string_view value) {

@@ -35,6 +35,10 @@ class Configuration {
 
   // Whether a new archive allows one lock at a time only.
   bool exclusiveLock() const { return exclusiveLock_; }
+  // Whether several users may lock one revision.
+  bool multipleLocks() const { return multipleLocks_; }
+  // Whether keywords are expanded when revisions of a new archive are checked out.
+  bool expandKeywords() const { return expandKeywords_; }
   // Whether a lock that will lead to a branch is refused.
   bool branchWarning() const { return branchWarning_; }
   // Path text of the journal file, empty for no journal.
@@ -73,6 +77,8 @@ class Configuration {
   bool setDateWords(std::string_view value);
   bool setDateFormat(std::string_view value);
   bool setExclusiveLock(std::string_view value);
+  bool setMultipleLocks(std::string_view value);
+  bool setExpandKeywords(std::string_view value);
   bool setBranchWarning(std::string_view value);
   bool setJournal(std::string_view value);
   bool setUserSource(std::string_view value);
@@ -86,6 +92,8 @@ class Configuration {
   std::string dateWords_{kDefaultDateWords};
   std::string dateFormat_{kDefaultDateFormat};
   bool exclusiveLock_ = false;
+  bool multipleLocks_ = false;
+  bool expandKeywords_ = false;
   bool branchWarning_ = false;
   std::string journal_;
   std::string userVariable_;

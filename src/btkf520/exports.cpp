@@ -1,11 +1,10 @@
-// btkf520/exports.cpp: the C functions: arguments, buffers and the wall that no exception passes.
+// btkf520/exports.cpp: the C functions about configuration, callbacks and users.
 //
 // What the functions promise is told in btkf520.h; the work is done behind Session.
-#include <cstring>
-#include <new>
 #include <optional>
 #include <string>
 
+#include "btkf520/boundary.h"
 #include "btkf520/btkf520.h"
 #include "btkf520/session.h"
 #include "btkf520/status.h"
@@ -13,26 +12,9 @@
 namespace {
 
 using btkf::Session;
-
-template <typename Operation>
-int32_t guarded(const Operation& operation) noexcept {
-  try {
-    return operation();
-  } catch (const std::bad_alloc&) {
-    return btkf::kNoMemory;
-  } catch (...) {
-    return btkf::kInternalError;
-  }
-}
-
-bool fits(const std::string& text, int32_t size) {
-  return size > 0 && text.size() < static_cast<size_t>(size);
-}
-
-// With the NUL at its end. `text` may hold others.
-void fill(char* buffer, const std::string& text) {
-  std::memcpy(buffer, text.c_str(), text.size() + 1);
-}
+using btkf::boundary::fill;
+using btkf::boundary::fits;
+using btkf::boundary::guarded;
 
 std::optional<std::string> itemText(int32_t item) {
   const btkf::Configuration& configuration = Session::instance().configuration();

@@ -54,6 +54,19 @@ GroupKind PromotionModel::kindOf(std::string_view group) const {
   return hasParent(group) ? GroupKind::kBetween : GroupKind::kTop;
 }
 
+std::vector<std::string> PromotionModel::developmentGroups() const {
+  std::vector<std::string> groups;
+  for (const Link& link : links_) {
+    if (kindOf(link.child) == GroupKind::kDevelopment) groups.push_back(link.child);
+  }
+  return groups;
+}
+
+std::string PromotionModel::parentOf(std::string_view group) const {
+  const Link* link = find(group);
+  return link == nullptr ? "" : link->parent;
+}
+
 std::string PromotionModel::listing() const {
   std::string lower;
   std::string highest;

@@ -29,6 +29,10 @@ class PromotionModel {
   bool isEmpty() const { return links_.empty(); }
   // A group that is the whole model is a development group: revisions have to start somewhere.
   GroupKind kindOf(std::string_view group) const;
+  // In the order of their links.
+  std::vector<std::string> developmentGroups() const;
+  // The group that `group` promotes to, empty for none.
+  std::string parentOf(std::string_view group) const;
 
   // Every link as "child NUL parent NUL", one to the top group last; a single group as "name NUL".
   // Followed by one more NUL this is what clients get. For a model without fault.

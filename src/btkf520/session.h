@@ -38,14 +38,6 @@ class Session final : private ConfigurationHost {
   // Where the path text `path` is in the operating system. Nothing if it is nowhere.
   std::optional<std::string> systemPath(const std::string& path) const;
 
- private:
-  Session() = default;
-  ~Session() override = default;
-
-  std::optional<FileText> readFile(const std::string& path, size_t largest) override;
-  std::optional<std::string> variable(const std::string& name) override;
-  bool report(const BadDirective& directive) override;
-
   // The client's function for `id` as the type that it really has, null if there is none.
   template <typename Callback>
   Callback registered(int32_t id) const {
@@ -54,6 +46,14 @@ class Session final : private ConfigurationHost {
     // By way of the one function type that compilers let stand for all others.
     return reinterpret_cast<Callback>(reinterpret_cast<void (*)()>(found->second));
   }
+
+ private:
+  Session() = default;
+  ~Session() override = default;
+
+  std::optional<FileText> readFile(const std::string& path, size_t largest) override;
+  std::optional<std::string> variable(const std::string& name) override;
+  bool report(const BadDirective& directive) override;
 
   Configuration configuration_;
   std::map<int32_t, TrvsCallback> callbacks_;

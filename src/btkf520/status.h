@@ -16,8 +16,8 @@ enum Status : int32_t {
   kCannotOpen = 5,
   kInUse = 6,
   kBufferTooSmall = 8,
-  kBadName = 9,   // Of a file, a label or a group: empty, or nowhere.
-  kMisuse = 10,   // An argument that no correct program passes; nothing a user could mend.
+  kBadName = 9,  // Of a file, a label or a group: empty, or nowhere.
+  kMisuse = 10,  // An argument that no correct program passes; nothing a user could mend.
   kNoSuchLabel = 11,
   kLabelExists = 12,
   kNoAccess = 13,
@@ -38,9 +38,9 @@ enum Status : int32_t {
   kCannotPromote = 34,
   kSeveralTopGroups = 35,
   kNoHigherGroup = 36,
-  kNoTopGroup = 37,      // Of a promotion model,
-  kNoSuchGroup = 37,     // or a group that the model doesn't have.
-  kBusyArchive = 38,     // Callback 3 only: the archive is in use.
+  kNoTopGroup = 37,   // Of a promotion model,
+  kNoSuchGroup = 37,  // or a group that the model doesn't have.
+  kBusyArchive = 38,  // Callback 3 only: the archive is in use.
   kGroupInTheWay = 40,
   kNoGroupRevision = 41,
   kNoJournal = 43,

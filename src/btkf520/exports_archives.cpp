@@ -1,0 +1,238 @@
+// btkf520/exports_archives.cpp: the C functions on archives: arguments in, statuses and buffers
+// out.
+//
+// What the functions promise is told in btkf520.h; each operation stands in operations/.
+#include <algorithm>
+#include <string>
+#include <vector>
+
+#include "btkf520/boundary.h"
+#include "btkf520/btkf520.h"
+#include "btkf520/operations/checkin.h"
+#include "btkf520/operations/checkout.h"
+#include "btkf520/operations/edit.h"
+#include "btkf520/operations/labels.h"
+#include "btkf520/operations/locks.h"
+#include "btkf520/operations/names.h"
+#include "btkf520/operations/promote.h"
+#include "btkf520/operations/revtree.h"
+#include "btkf520/session.h"
+
+namespace {
+
+using btkf::Status;
+using btkf::boundary::guarded;
+using btkf::boundary::handOut;
+using btkf::boundary::isContext;
+using btkf::boundary::listText;
+
+using Names = std::vector<std::string>;
+
+// Hands out the names that `operation` finds.
+template <typename Operation>
+int32_t listed(int32_t context, char* buffer, int32_t size, const Operation& operation) noexcept {
+  return guarded([&] {
+    if (!isContext(context) || buffer == nullptr) return btkf::kMisuse;
+    Names names;
+    if (const Status status = operation(&names)) return status;
+    return handOut(listText(names), buffer, size);
+  });
+}
+
+// Pointers to texts that follow them in the buffer.
+Status handOutPointers(const Names& names, size_t count, char* buffer, int32_t size) {
+  size_t needed = count * sizeof(char*);
+  for (size_t i = 0; i < count; ++i) needed += names[i].size() + 1;
+  if (size < 0 || needed > static_cast<size_t>(size)) return btkf::kBufferTooSmall;
+  char* text = buffer + count * sizeof(char*);
+  for (size_t i = 0; i < count; ++i) {
+    std::memcpy(buffer + i * sizeof(char*), &text, sizeof text);
+    btkf::boundary::fill(text, names[i]);
+    text += names[i].size() + 1;
+  }
+  return btkf::kDone;
+}
+
+btkf::Moving movingOf(uint32_t flags) {
+  if ((flags & TRVS_LABEL_MOVE) != 0) return btkf::Moving::kAlways;
+  return (flags & TRVS_LABEL_ASK) != 0 ? btkf::Moving::kAsk : btkf::Moving::kNever;
+}
+
+}  // namespace
+
+int32_t TrvsComputeArchiveName(const char* workfile, char* buffer, int32_t size) {
+  return guarded([&] {
+    if (workfile == nullptr || buffer == nullptr) return btkf::kMisuse;
+    if (btkf::fileName(workfile).empty()) return btkf::kBadName;
+    const btkf::Configuration& configuration = btkf::Session::instance().configuration();
+    return handOut(btkf::archivePathText(configuration, workfile), buffer, size);
+  });
+}
+
+int32_t TrvsCreateArchive(const char* archive, const char* workfile, const char* description,
+                          const char* owner, uint32_t time, int32_t reserved) {
+  return guarded([&] {
+    if (reserved != 0) return btkf::kMisuse;
+    return btkf::createArchive(archive, workfile, description, owner, time);
+  });
+}
+
+int32_t TrvsPutRevision(int32_t context, int32_t reserved1, const char* archive, int32_t reserved2,
+                        const char* revision, const char* label, const char* description,
+                        const char* change, const char* group, const char* author, uint32_t time,
+                        uint32_t flags) {
+  return guarded([&] {
+    if (!isContext(context) || reserved1 != 0 || reserved2 != 0) return btkf::kMisuse;
+    return btkf::checkIn(
+        {archive, revision, label, description, change, group, author, time, flags});
+  });
+}
+
+int32_t TrvsGetRevision(int32_t context, const char* archive, int32_t reserved1,
+                        const char* revision, const char* cutoffDate, const char* newerThan,
+                        int32_t reserved2, const char* group, int32_t reserved3, uint32_t flags) {
+  return guarded([&] {
+    if (!isContext(context) || reserved1 != 0 || reserved2 != 0 || reserved3 != 0) {
+      return btkf::kMisuse;
+    }
+    return btkf::checkOut({archive, revision, cutoffDate, newerThan, group, flags});
+  });
+}
+
+int32_t TrvsGetLockInfo(int32_t context, const char* archive, int32_t reserved, const char* user,
+                        int16_t* count, char* buffer, int32_t size) {
+  return guarded([&] {
+    if (!isContext(context) || reserved != 0 || count == nullptr || *count < 1 ||
+        buffer == nullptr) {
+      return btkf::kMisuse;
+    }
+    Names numbers;
+    if (const Status status = btkf::listLocks(archive, user, &numbers)) return status;
+    const size_t most = std::min(numbers.size(), static_cast<size_t>(*count));
+    const Status status = handOutPointers(numbers, most, buffer, size);
+    if (status == btkf::kDone) *count = static_cast<int16_t>(most);
+    return status;
+  });
+}
+
+int32_t TrvsUnLockRevision(int32_t context, const char* archive, const char* revision,
+                           const char* user) {
+  return guarded(
+      [&] { return isContext(context) ? btkf::unlock(archive, revision, user) : btkf::kMisuse; });
+}
+
+int32_t TrvsRevTreeInfo(int32_t context, const char* archive, TrvsRevTree** tree, int32_t fetch) {
+  return guarded([&] {
+    if (!isContext(context) || tree == nullptr || fetch < 0 || fetch > 1) return btkf::kMisuse;
+    if (fetch == 1) return btkf::fetchRevTree(archive, tree);
+    btkf::freeRevTree(*tree);
+    *tree = nullptr;
+    return btkf::kDone;
+  });
+}
+
+int32_t TrvsLockRevision(int32_t context, const char* archive, const char* revision,
+                         const char* group) {
+  return guarded(
+      [&] { return isContext(context) ? btkf::lock(archive, revision, group) : btkf::kMisuse; });
+}
+
+int32_t TrvsSetLabel(int32_t context, const char* archive, const char* label, const char* revision,
+                     uint32_t flags) {
+  return guarded([&] {
+    constexpr uint32_t kMoving = TRVS_LABEL_MOVE | TRVS_LABEL_ASK;
+    if (!isContext(context) || (flags & ~(kMoving | TRVS_LABEL_FLOATS)) != 0 ||
+        (flags & kMoving) == kMoving) {
+      return btkf::kMisuse;
+    }
+    const bool floats = (flags & TRVS_LABEL_FLOATS) != 0;
+    return btkf::label(archive, label, revision, floats, movingOf(flags));
+  });
+}
+
+int32_t TrvsDeleteLabel(int32_t context, const char* archive, const char* label) {
+  return guarded(
+      [&] { return isContext(context) ? btkf::deleteLabel(archive, label) : btkf::kMisuse; });
+}
+
+int32_t TrvsListLabels(int32_t context, const char* archive, char* buffer, int32_t size) {
+  return listed(context, buffer, size,
+                [&](Names* names) { return btkf::listLabels(archive, names); });
+}
+
+int32_t TrvsPromoteRevision(int32_t context, const char* archive, const char* group,
+                            uint32_t flags) {
+  return guarded([&] {
+    if (!isContext(context) || (flags & ~uint32_t{TRVS_PROMOTE_ACROSS}) != 0) return btkf::kMisuse;
+    return btkf::promote(archive, group, (flags & TRVS_PROMOTE_ACROSS) != 0);
+  });
+}
+
+int32_t TrvsSetDescription(int32_t context, const char* archive, const char* revision,
+                           const char* text) {
+  return guarded([&] {
+    return isContext(context) ? btkf::setDescription(archive, revision, text) : btkf::kMisuse;
+  });
+}
+
+int32_t TrvsGetDescription(int32_t context, const char* archive, const char* revision, char* buffer,
+                           int32_t size) {
+  return guarded([&] {
+    if (!isContext(context) || buffer == nullptr) return btkf::kMisuse;
+    std::string text;
+    if (const Status status = btkf::getDescription(archive, revision, &text)) return status;
+    return handOut(text, buffer, size);
+  });
+}
+
+int32_t TrvsSetAttributes(int32_t context, const char* archive, uint32_t set, uint32_t clear) {
+  return guarded([&] {
+    return isContext(context) ? btkf::setAttributes(archive, set, clear) : btkf::kMisuse;
+  });
+}
+
+int32_t TrvsGetAttributes(int32_t context, const char* archive, uint32_t* attributes) {
+  return guarded([&] {
+    if (!isContext(context) || attributes == nullptr) return btkf::kMisuse;
+    return btkf::getAttributes(archive, attributes);
+  });
+}
+
+int32_t TrvsAddAccess(int32_t context, const char* archive, const char* user) {
+  return guarded(
+      [&] { return isContext(context) ? btkf::addAccess(archive, user) : btkf::kMisuse; });
+}
+
+int32_t TrvsRemoveAccess(int32_t context, const char* archive, const char* user) {
+  return guarded(
+      [&] { return isContext(context) ? btkf::removeAccess(archive, user) : btkf::kMisuse; });
+}
+
+int32_t TrvsListAccess(int32_t context, const char* archive, char* buffer, int32_t size) {
+  return listed(context, buffer, size,
+                [&](Names* names) { return btkf::listAccess(archive, names); });
+}
+
+int32_t TrvsDeleteRevisions(int32_t context, const char* archive, const char* range) {
+  return guarded(
+      [&] { return isContext(context) ? btkf::deleteRevisions(archive, range) : btkf::kMisuse; });
+}
+
+int32_t TrvsListRevisions(int32_t context, const char* archive, const char* range, char* buffer,
+                          int32_t size) {
+  return listed(context, buffer, size,
+                [&](Names* names) { return btkf::listRevisions(archive, range, names); });
+}
+
+int32_t TrvsVerifyArchive(int32_t context, const char* archive, char* buffer, int32_t size) {
+  return guarded([&] {
+    if (!isContext(context)) return btkf::kMisuse;
+    Names damaged;
+    const Status status = btkf::verify(archive, &damaged);
+    if (buffer == nullptr || (status != btkf::kDone && status != btkf::kNotAnArchive)) {
+      return status;
+    }
+    const Status handed = handOut(listText(damaged), buffer, size);
+    return handed == btkf::kDone ? status : handed;
+  });
+}

@@ -1,0 +1,275 @@
+// btkf520/operations/checkin.cpp: a check-in, from the parent to the fate of the workfile.
+//
+// The new revision follows the parent: the revision that the user has locked, or in an archive that
+// checks no locks the one that is asked for. Behind a tip it continues the branch; behind any other
+// revision, or where that is asked for, it starts a new one.
+#include "btkf520/operations/checkin.h"
+
+#include <algorithm>
+#include <optional>
+#include <string>
+
+#include "btkf520/btkf520.h"
+#include "btkf520/client.h"
+#include "btkf520/operations/keywords.h"
+#include "btkf520/operations/labels.h"
+#include "btkf520/operations/locks.h"
+#include "btkf520/operations/revisions.h"
+#include "btkf520/operations/task.h"
+#include "btkf520/operations/workfile.h"
+#include "btkf520/platform_workfile.h"
+
+namespace btkf {
+namespace {
+
+constexpr uint32_t kUnchangedFlags =
+    TRVS_PUT_UNCHANGED | TRVS_PUT_REFUSE_UNCHANGED | TRVS_PUT_ASK_UNCHANGED;
+
+bool areGood(uint32_t flags) {
+  constexpr uint32_t kKnown = kUnchangedFlags | TRVS_PUT_KEEP_LOCK | TRVS_PUT_READ_ONLY |
+                              TRVS_PUT_BRANCH | TRVS_PUT_OLDER | TRVS_PUT_MOVE_LABEL |
+                              TRVS_PUT_ASK_LABEL;
+  const auto hasAll = [flags](uint32_t bits) { return (flags & bits) == bits; };
+  return (flags & ~kKnown) == 0 && !hasAll(TRVS_PUT_KEEP_LOCK | TRVS_PUT_READ_ONLY) &&
+         !hasAll(TRVS_PUT_MOVE_LABEL | TRVS_PUT_ASK_LABEL);
+}
+
+// One check-in, step by step. Nothing is changed on disk before the commit.
+class CheckIn {
+ public:
+  explicit CheckIn(const CheckInRequest& request) : request_(request) {}
+
+  Status run();
+
+ private:
+  bool asks(uint32_t flag) const { return (request_.flags & flag) != 0; }
+
+  Status readWorkfile();
+  Status findPlace();
+  Status findFirst();
+  Status findLockedParent();
+  Status findNamedParent(std::string_view text);
+  Status placeBeforeNumber(const Number& number);
+  Status checkParentLock() const;
+  Status chooseNumber();
+  Status checkWorkfile();
+  Status checkUnchanged();
+  Status assignGroup();
+  Status add();
+  void fillRevision(Revision* revision) const;
+  Status settleWorkfile() const;
+
+  const CheckInRequest& request_;
+  Task task_;
+  std::string workfilePath_;
+  WorkfileState workfile_;
+  MappedFile content_;
+  std::optional<Number> parent_;  // Nothing for the archive's first revision.
+  Number number_;                 // Of the new revision.
+  std::string group_;
+};
+
+Status CheckIn::run() {
+  if (!areGood(request_.flags)) return kMisuse;
+  if (const Status status = task_.openToUpdate(request_.archive, "CHECKIN")) return status;
+  for (auto step : {&CheckIn::readWorkfile, &CheckIn::findPlace, &CheckIn::checkWorkfile,
+                    &CheckIn::assignGroup, &CheckIn::add}) {
+    if (const Status status = (this->*step)()) return status;
+  }
+  if (const Status status = client::goOn()) return status;
+  if (const Status status = task_.commit({"CHECKIN", number_.text()})) return status;
+  return settleWorkfile();
+}
+
+Status CheckIn::readWorkfile() {
+  if (const Status status = task_.findWorkfile(&workfilePath_)) return status;
+  const auto state = workfileState(workfilePath_);
+  if (!state) return kNoWorkfile;
+  workfile_ = *state;
+  return readFailure(content_.open(workfilePath_), kNoWorkfile);
+}
+
+Status CheckIn::findPlace() {
+  const std::string_view text = textOf(request_.revision);
+  if (task_.model.revisionCount() == 0) return findFirst();
+  const Status status = text.empty() ? findLockedParent() : findNamedParent(text);
+  if (status != kDone) return status;
+  if (const Status locked = checkParentLock()) return locked;
+  return chooseNumber();
+}
+
+Status CheckIn::findFirst() {
+  const std::string_view text = textOf(request_.revision);
+  const auto number = text.empty() ? Number({1, 0}) : Number::parse(text);
+  if (!number || number->components().size() != 2) return kBadNumber;
+  number_ = *number;
+  return kDone;
+}
+
+// The user's only lock tells what the workfile was made from.
+Status CheckIn::findLockedParent() {
+  const auto locked = lockedBy(task_.model, task_.user());
+  if (locked.size() > 1) return kBadNumber;
+  if (locked.size() == 1) {
+    parent_ = locked.front()->number;
+    return kDone;
+  }
+  if (task_.model.has(kCheckLocks)) return kNoLock;
+  if (task_.model.trunk().revisions.empty()) return kNoRevisions;
+  parent_ = task_.model.trunk().tip()->number;
+  return kDone;
+}
+
+Status CheckIn::findNamedParent(std::string_view text) {
+  const Revision* revision = nullptr;
+  const Status status = findRevision(task_.model, request_.revision, &revision);
+  if (status == kDone) {
+    parent_ = revision->number;
+    return kDone;
+  }
+  const auto number = Number::parse(text);
+  return number && number->isRevision() ? placeBeforeNumber(*number) : status;
+}
+
+// The number of a revision that isn't there yet: behind the tip of its branch, or the first one of
+// the next branch that a revision would get.
+Status CheckIn::placeBeforeNumber(const Number& number) {
+  number_ = number;
+  if (const Branch* branch = branchOf(task_.model, number)) {
+    if (branch->tip() == nullptr || branch->tip()->number >= number) return kBadNumber;
+    parent_ = branch->tip()->number;
+    return kDone;
+  }
+  const Number from = number.parent().parent();
+  if (task_.model.findRevision(from) == nullptr) return kNoRevision;
+  if (task_.model.newBranchAt(from) != number.parent()) return kBadNumber;
+  parent_ = from;
+  return kDone;
+}
+
+// What another has locked must not be continued, except for both with a lock of their own.
+Status CheckIn::checkParentLock() const {
+  const Revision& parent = *task_.model.findRevision(*parent_);
+  if (isLockedBy(parent, task_.user())) return kDone;
+  if (!parent.lockers.empty()) return kLocked;
+  return task_.model.has(kCheckLocks) ? kNoLock : kDone;
+}
+
+Status CheckIn::chooseNumber() {
+  const Revision& parent = *task_.model.findRevision(*parent_);
+  const bool startsBranch = asks(TRVS_PUT_BRANCH) || !isTip(task_.model, parent);
+  if (number_.isEmpty()) {
+    number_ = startsBranch ? task_.model.newBranchAt(*parent_).child(0) : parent_->next();
+  } else if (asks(TRVS_PUT_BRANCH) && number_.level() == parent_->level()) {
+    return kBadNumber;
+  }
+  const bool fits = number_.components().size() <= Number::kMostComponents &&
+                    number_.last() <= Number::kLargestComponent &&
+                    number_.parent().last() <= Number::kLargestComponent;
+  return fits ? kDone : kBadNumber;
+}
+
+Status CheckIn::checkWorkfile() {
+  if (!parent_) return kDone;
+  const Revision& parent = *task_.model.findRevision(*parent_);
+  if (!asks(TRVS_PUT_OLDER) && workfile_.changeTime < parent.workfileTime) return kOlder;
+  return asks(TRVS_PUT_UNCHANGED) ? kDone : checkUnchanged();
+}
+
+// A workfile with expanded keywords is unchanged if it is what a check-out would give.
+Status CheckIn::checkUnchanged() {
+  const Revision& parent = *task_.model.findRevision(*parent_);
+  if (parent.content.length != content_.bytes().size() && !task_.model.has(kExpandKeywords)) {
+    return kDone;
+  }
+  Bytes old;
+  if (const Status status = task_.archive().read(parent.content, &old)) return status;
+  const auto asWorkfile = expanded(task_.model, parent, task_.archiveText(), old.view());
+  const bool isEqual =
+      old.view() == content_.bytes() || (asWorkfile && *asWorkfile == content_.bytes());
+  if (!isEqual) return kDone;
+  if (!asks(TRVS_PUT_ASK_UNCHANGED)) return kUnchanged;
+  return client::accepts(task_.workfileText(), kUnchanged) ? kDone : kUnchanged;
+}
+
+// The group moves on from the parent. At any other revision it stays, and stands in the way.
+Status CheckIn::assignGroup() {
+  Revision* parent = parent_ ? task_.model.findRevision(*parent_) : nullptr;
+  std::string wanted(textOf(request_.group));
+  if (wanted.empty() && parent != nullptr) {
+    for (const std::string& group : parent->promotionGroups) {
+      if (Task::configuration().promotion().kindOf(group) == GroupKind::kDevelopment)
+        wanted = group;
+    }
+  }
+  if (const Status status = chooseGroup(wanted, &group_)) return status;
+  const Revision* at = group_.empty() ? nullptr : revisionInGroup(task_.model, group_);
+  if (at != nullptr && at != parent) return kGroupInTheWay;
+  if (at != nullptr) std::erase(parent->promotionGroups, group_);
+  return kDone;
+}
+
+Status CheckIn::add() {
+  const std::string label(textOf(request_.label));
+  if (parent_) std::erase(task_.model.findRevision(*parent_)->lockers, task_.user());
+  Branch* branch = const_cast<Branch*>(branchOf(task_.model, number_));
+  if (branch == nullptr) branch = &task_.model.addBranch(number_.parent());
+  fillRevision(&branch->revisions.emplace_back());
+  branch->revisions.back().content = task_.archive().put(content_.bytes());
+  if (request_.description != nullptr) task_.model.description = request_.description;
+  if (label.empty()) return kDone;
+  const Moving moving = asks(TRVS_PUT_MOVE_LABEL)  ? Moving::kAlways
+                        : asks(TRVS_PUT_ASK_LABEL) ? Moving::kAsk
+                                                   : Moving::kNever;
+  return setLabel(&task_.model, label, number_, moving, task_.archiveText());
+}
+
+void CheckIn::fillRevision(Revision* revision) const {
+  revision->number = number_;
+  revision->checkInTime = request_.time != 0 ? request_.time : presentTime();
+  revision->workfileTime = workfile_.changeTime;
+  revision->author = textOf(request_.author).empty() ? task_.user() : request_.author;
+  revision->changeDescription = textOf(request_.change);
+  if (!group_.empty()) revision->promotionGroups.push_back(group_);
+  if (asks(TRVS_PUT_KEEP_LOCK) && task_.model.has(kCheckLocks)) {
+    revision->lockers.push_back(task_.user());
+  }
+}
+
+// A workfile that was changed meanwhile holds what no revision has: it stays as it is.
+Status CheckIn::settleWorkfile() const {
+  if (workfileState(workfilePath_) != workfile_) return kDone;
+  const bool isDone = asks(TRVS_PUT_KEEP_LOCK)   ? setWritable(workfilePath_, true)
+                      : asks(TRVS_PUT_READ_ONLY) ? setWritable(workfilePath_, false)
+                                                 : removeFile(workfilePath_);
+  return isDone ? kDone : kCannotWrite;
+}
+
+uint32_t attributesOf(const Configuration& configuration) {
+  uint32_t attributes = kCheckLocks | kWriteProtected;
+  if (configuration.exclusiveLock()) attributes |= kExclusiveLocks;
+  if (configuration.expandKeywords()) attributes |= kExpandKeywords;
+  return attributes;
+}
+
+}  // namespace
+
+Status checkIn(const CheckInRequest& request) { return CheckIn(request).run(); }
+
+Status createArchive(const char* archive, const char* workfile, const char* description,
+                     const char* owner, PackedTime time) {
+  Task task;
+  if (const Status status = task.openNew(archive, workfile)) return status;
+  std::string workfilePath;
+  if (const Status status = task.findWorkfile(&workfilePath)) return status;
+  if (workfilePath == task.archivePath()) return kSameNames;
+  task.model.workName = fileName(workfile);
+  task.model.owner = textOf(owner).empty() ? task.user() : owner;
+  task.model.description = textOf(description);
+  task.model.creationTime = time != 0 ? time : presentTime();
+  task.model.attributes = attributesOf(Task::configuration());
+  task.model.accessList = Task::configuration().accessList();
+  return task.commit({"CREATE", ""});
+}
+
+}  // namespace btkf

@@ -1,0 +1,23 @@
+// btkf520/operations/checkout.h: checking out a revision to a workfile.
+#pragma once
+
+#include <cstdint>
+
+#include "btkf520/status.h"
+
+namespace btkf {
+
+// Any pointer may be null, which is the same as an empty text.
+struct CheckOutRequest {
+  const char* archive = nullptr;  // Specification.
+  const char* revision = nullptr;
+  const char* cutoffDate = nullptr;  // Nothing newer than this.
+  const char* newerThan = nullptr;   // Nothing as old as this; with TRVS_GET_IF_NEWER.
+  const char* group = nullptr;
+  uint32_t flags = 0;  // TRVS_GET_...
+};
+
+// Writes a revision to the workfile. The statuses are told in btkf520.h.
+Status checkOut(const CheckOutRequest& request);
+
+}  // namespace btkf

@@ -1,0 +1,328 @@
+// btkf520/operations/differences.cpp: finds the two sides, compares them, and writes the result in
+// one of three forms.
+#include "btkf520/operations/differences.h"
+
+#include <algorithm>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "btkf520/btkf520.h"
+#include "btkf520/operations/keywords.h"
+#include "btkf520/operations/linediff.h"
+#include "btkf520/operations/output.h"
+#include "btkf520/operations/revisions.h"
+#include "btkf520/operations/task.h"
+#include "btkf520/operations/workfile.h"
+#include "btkf520/platform_file.h"
+#include "btkf520/session.h"
+
+namespace btkf {
+namespace {
+
+constexpr int16_t kWidestTab = 64;
+
+// One of the two sides: a revision of an archive, or a file.
+class Side {
+ public:
+  // Without a revision, a name that is no archive is a file, and an archive means its trunk's tip.
+  Status open(const char* name, const char* revision, bool asStored);
+  // The workfile of an archive specification.
+  Status openWorkfile(const char* specification);
+
+  std::string_view bytes() const {
+    return expanded_ ? *expanded_ : isFile_ ? file_.bytes() : stored_.view();
+  }
+  const std::string& title() const { return title_; }
+  bool isArchive() const { return !isFile_; }
+
+ private:
+  Status openFile(const std::string& path, const std::string& title);
+
+  bool isFile_ = false;
+  MappedFile file_;
+  Bytes stored_;
+  std::optional<std::string> expanded_;
+  std::string title_;
+};
+
+Status Side::open(const char* name, const char* revision, bool asStored) {
+  if (textOf(name).empty()) return kMisuse;
+  Task task;
+  const Status status = task.openContents(name);
+  const bool mayBeFile = status == kNotAnArchive || status == kNoArchive;
+  if (mayBeFile && textOf(revision).empty()) {
+    const auto path = Session::instance().systemPath(name);  // Its name may look like "a(b)".
+    return path && openFile(*path, name) == kDone ? kDone : status;
+  }
+  if (status != kDone) return status;
+  const Revision* found = nullptr;
+  if (const Status missing = findRevision(task.model, revision, &found)) return missing;
+  if (const Status damaged = task.archive().read(found->content, &stored_)) return damaged;
+  if (!asStored) expanded_ = expanded(task.model, *found, task.archiveText(), stored_.view());
+  title_ = task.archiveText() + "\t" + found->number.text();
+  return kDone;
+}
+
+Status Side::openWorkfile(const char* specification) {
+  Task task;
+  std::string path;
+  if (const Status status = task.openToTell(specification)) return status;
+  if (const Status status = task.findWorkfile(&path)) return status;
+  return openFile(path, task.workfileText());
+}
+
+Status Side::openFile(const std::string& path, const std::string& title) {
+  isFile_ = true;
+  title_ = title;
+  return readFailure(file_.open(path), kNoWorkfile);
+}
+
+class Comparison {
+ public:
+  Status open(const DifferenceRequest& request);
+
+  bool isText() const { return isText_; }
+  bool isEqual() const { return isText_ ? edits_.empty() : !differInBytes_; }
+  const Side& first() const { return first_; }
+  const Side& second() const { return second_; }
+  const std::vector<std::string_view>& firstLines() const { return firstLines_; }
+  const std::vector<std::string_view>& secondLines() const { return secondLines_; }
+  const std::vector<Edit>& edits() const { return edits_; }
+  std::string binaryLine() const {
+    return "Binary files " + first_.title() + " and " + second_.title() + " differ";
+  }
+
+ private:
+  Status openSides(const DifferenceRequest& request);
+
+  Side first_;
+  Side second_;
+  bool isText_ = false;
+  bool differInBytes_ = false;
+  std::vector<std::string_view> firstLines_;
+  std::vector<std::string_view> secondLines_;
+  std::vector<Edit> edits_;
+};
+
+bool areGood(const DifferenceRequest& request) {
+  constexpr uint32_t kKnown = TRVS_DIFF_IGNORE_SPACE | TRVS_DIFF_IGNORE_CASE |
+                              TRVS_DIFF_IGNORE_LINE_ENDS | TRVS_DIFF_NO_HEADING | TRVS_DIFF_STORED;
+  return (request.flags & ~kKnown) == 0 && request.tabWidth >= 0 && request.tabWidth <= kWidestTab;
+}
+
+Status Comparison::open(const DifferenceRequest& request) {
+  if (!areGood(request)) return kMisuse;
+  auto columns = LineRules::columns(textOf(request.columns));
+  if (!columns) return kBadColumns;
+  if (const Status status = openSides(request)) return status;
+  if (const Status status = client::goOn()) return status;
+  differInBytes_ = first_.bytes() != second_.bytes();
+  isText_ = btkf::isText(first_.bytes()) && btkf::isText(second_.bytes());
+  if (!isText_) return kDone;
+  firstLines_ = linesOf(first_.bytes());
+  secondLines_ = linesOf(second_.bytes());
+  if (!differInBytes_) return kDone;
+  const auto has = [&request](uint32_t flag) { return (request.flags & flag) != 0; };
+  const LineRules rules{has(TRVS_DIFF_IGNORE_SPACE), has(TRVS_DIFF_IGNORE_CASE),
+                        has(TRVS_DIFF_IGNORE_LINE_ENDS), static_cast<size_t>(request.tabWidth),
+                        std::move(*columns)};
+  edits_ = compareLines(firstLines_, secondLines_, rules);
+  return kDone;
+}
+
+// Without a second name: another revision of the first one's archive, or else its workfile.
+Status Comparison::openSides(const DifferenceRequest& request) {
+  const bool asStored = (request.flags & TRVS_DIFF_STORED) != 0;
+  if (const Status status = first_.open(request.first, request.firstRevision, asStored)) {
+    return status;
+  }
+  if (!textOf(request.second).empty()) {
+    return second_.open(request.second, request.secondRevision, asStored);
+  }
+  if (!first_.isArchive()) return kMisuse;
+  return textOf(request.secondRevision).empty()
+             ? second_.openWorkfile(request.first)
+             : second_.open(request.first, request.secondRevision, asStored);
+}
+
+// Edits that stand close enough to share their context, and the lines around them.
+struct Hunk {
+  size_t firstEdit = 0;
+  size_t endEdit = 0;
+  Edit lines;  // All lines of the hunk, on both sides.
+};
+
+std::vector<Hunk> hunksOf(const Comparison& comparison, size_t context) {
+  const std::vector<Edit>& edits = comparison.edits();
+  const size_t size = comparison.firstLines().size();
+  std::vector<Hunk> hunks;
+  for (size_t i = 0; i < edits.size();) {
+    size_t end = i + 1;
+    const auto isNear = [&](size_t next) {
+      const size_t gap = edits[next].first - edits[next - 1].first - edits[next - 1].firstCount;
+      return gap <= 2 * context;
+    };
+    while (end < edits.size() && isNear(end)) ++end;
+    const Edit& last = edits[end - 1];
+    const size_t before = std::min(context, edits[i].first);
+    const size_t after = std::min(context, size - last.first - last.firstCount);
+    const size_t first = edits[i].first - before;
+    const size_t second = edits[i].second - before;
+    hunks.push_back({i,
+                     end,
+                     {first, last.first + last.firstCount + after - first, second,
+                      last.second + last.secondCount + after - second}});
+    i = end;
+  }
+  return hunks;
+}
+
+// "12,3": first line and count; the count is left out if it is 1, and nothing begins before the
+// line that it would come behind.
+std::string rangeText(size_t first, size_t count) {
+  std::string text = std::to_string(count == 0 ? first : first + 1);
+  return count == 1 ? text : text + "," + std::to_string(count);
+}
+
+class UnifiedReport {
+ public:
+  UnifiedReport(const Comparison& comparison, ReportOutput* output)
+      : comparison_(comparison), output_(*output) {}
+
+  Status write(size_t context, bool withHeading) {
+    if (comparison_.isEqual()) return kDone;
+    if (!comparison_.isText()) return output_.line(comparison_.binaryLine(), Output::kDelta);
+    if (withHeading) {
+      for (const std::string& line :
+           {"--- " + comparison_.first().title(), "+++ " + comparison_.second().title()}) {
+        if (const Status status = output_.line(line, Output::kHeading)) return status;
+      }
+    }
+    for (const Hunk& hunk : hunksOf(comparison_, context)) {
+      if (const Status status = writeHunk(hunk)) return status;
+    }
+    return kDone;
+  }
+
+ private:
+  Status writeHunk(const Hunk& hunk) {
+    const std::string ranges = "@@ -" + rangeText(hunk.lines.first, hunk.lines.firstCount) + " +" +
+                               rangeText(hunk.lines.second, hunk.lines.secondCount) + " @@";
+    if (const Status status = output_.line(ranges, Output::kDelta)) return status;
+    const auto& firstLines = comparison_.firstLines();
+    const auto& secondLines = comparison_.secondLines();
+    size_t at = hunk.lines.first;
+    for (size_t i = hunk.firstEdit; i < hunk.endEdit; ++i) {
+      const Edit& edit = comparison_.edits()[i];
+      const size_t end = edit.first + edit.firstCount;
+      if (const Status status = writeLines(' ', firstLines, at, edit.first)) return status;
+      if (const Status status = writeLines('-', firstLines, edit.first, end)) return status;
+      if (const Status status =
+              writeLines('+', secondLines, edit.second, edit.second + edit.secondCount)) {
+        return status;
+      }
+      at = end;
+    }
+    return writeLines(' ', firstLines, at, hunk.lines.first + hunk.lines.firstCount);
+  }
+
+  Status writeLines(char mark, const std::vector<std::string_view>& lines, size_t from, size_t to) {
+    for (size_t i = from; i < to; ++i) {
+      const bool hasEnd = lines[i].ends_with('\n');
+      const std::string_view text = lines[i].substr(0, lines[i].size() - (hasEnd ? 1 : 0));
+      if (const Status status = output_.line(std::string(1, mark).append(text), Output::kDelta)) {
+        return status;
+      }
+      if (hasEnd) continue;
+      if (const Status status = output_.line("\\ No newline at end of file", Output::kDelta)) {
+        return status;
+      }
+    }
+    return kDone;
+  }
+
+  const Comparison& comparison_;
+  ReportOutput& output_;
+};
+
+// One line for a range: what it is, and where it stands in either text, from 1.
+std::string deltaLine(const Edit& range, const char* what) {
+  return std::string(what) + " " + std::to_string(range.first + 1) + " " +
+         std::to_string(range.firstCount) + " " + std::to_string(range.second + 1) + " " +
+         std::to_string(range.secondCount);
+}
+
+std::vector<std::string> deltaLines(const Comparison& comparison) {
+  std::vector<std::string> lines;
+  Edit same;  // What follows the edits seen so far.
+  const auto addSame = [&](size_t end) {
+    same.firstCount = same.secondCount = end - same.first;
+    if (same.firstCount != 0) lines.push_back(deltaLine(same, "same"));
+  };
+  for (const Edit& edit : comparison.edits()) {
+    addSame(edit.first);
+    lines.push_back(deltaLine(edit, edit.firstCount == 0    ? "added"
+                                    : edit.secondCount == 0 ? "deleted"
+                                                            : "changed"));
+    same.first = edit.first + edit.firstCount;
+    same.second = edit.second + edit.secondCount;
+  }
+  addSame(comparison.firstLines().size());
+  return lines;
+}
+
+}  // namespace
+
+Status testDifferences(const DifferenceRequest& request, bool* differ) {
+  Comparison comparison;
+  if (const Status status = comparison.open(request)) return status;
+  *differ = !comparison.isEqual();
+  return kDone;
+}
+
+Status reportDifferences(const DifferenceRequest& request, const char* output, int context) {
+  Comparison comparison;
+  ReportOutput lines;
+  if (const Status status = comparison.open(request)) return status;
+  if (const Status status = lines.open(output)) return status;
+  const size_t most = comparison.firstLines().size();
+  const size_t count = context < 0 ? most : std::min(static_cast<size_t>(context), most);
+  const bool withHeading = (request.flags & TRVS_DIFF_NO_HEADING) == 0;
+  if (const Status status = UnifiedReport(comparison, &lines).write(count, withHeading)) {
+    return status;
+  }
+  return lines.close();
+}
+
+Status listDifferences(const DifferenceRequest& request, const char* output,
+                       const Colour (&colours)[3]) {
+  Comparison comparison;
+  ReportOutput lines;
+  if (const Status status = comparison.open(request)) return status;
+  if (const Status status = lines.open(output)) return status;
+  std::string viewer = "viewer";
+  for (const Colour& each : colours) {
+    viewer += " " + std::to_string(each.colour) + " " + std::to_string(each.style);
+  }
+  std::vector<std::string> all;
+  if ((request.flags & TRVS_DIFF_NO_HEADING) == 0) {
+    const auto side = [](const char* which, size_t count, const Side& about) {
+      return std::string(which) + " " + std::to_string(count) + " " + about.title();
+    };
+    all = {"delta 1", side("first", comparison.firstLines().size(), comparison.first()),
+           side("second", comparison.secondLines().size(), comparison.second()), viewer};
+  }
+  if (comparison.isText()) {
+    for (std::string& line : deltaLines(comparison)) all.push_back(std::move(line));
+  } else {
+    all.emplace_back(comparison.isEqual() ? "binary same" : "binary differ");
+  }
+  for (const std::string& line : all) {
+    if (const Status status = lines.line(line, Output::kDelta)) return status;
+  }
+  return lines.close();
+}
+
+}  // namespace btkf

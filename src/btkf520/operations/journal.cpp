@@ -1,0 +1,40 @@
+// btkf520/operations/journal.cpp: one line, or one command, for each thing done to an archive.
+#include "btkf520/operations/journal.h"
+
+#include <optional>
+
+#include "btkf520/client.h"
+#include "btkf520/operations/times.h"
+#include "btkf520/platform_workfile.h"
+#include "btkf520/session.h"
+
+namespace btkf {
+
+// Fields are separated by tabs, which no name has; a tab or a line end in a path becomes a blank.
+void writeJournal(const Account& account) {
+  const Session& session = Session::instance();
+  const std::string& journal = session.configuration().journal();
+  if (journal.empty()) return;
+  std::string line = isoTime(presentTime());
+  for (std::string field : {account.user, account.event, account.archive, account.what}) {
+    for (char& c : field) c = static_cast<unsigned char>(c) < ' ' ? ' ' : c;
+    line += '\t' + field;
+  }
+  const auto path = session.systemPath(journal);
+  if (!path || !appendToFile(*path, line + "\n")) client::message(kNoJournal);
+}
+
+Status runTrigger(const std::string& trigger, const Account& account) {
+  const std::string command = Session::instance().configuration().eventTrigger(trigger);
+  if (command.empty()) return kDone;
+  const std::optional<int> code = runCommand(command, {{"BTKF_EVENT", trigger},
+                                                       {"BTKF_ARCHIVE", account.archive},
+                                                       {"BTKF_WORKFILE", account.workfile},
+                                                       {"BTKF_WHAT", account.what},
+                                                       {"BTKF_USER", account.user}});
+  constexpr int kNoSuchCommand = 127;
+  if (!code || *code == kNoSuchCommand) return kTriggerFailed;
+  return *code == 0 ? kDone : kTriggerRefused;
+}
+
+}  // namespace btkf

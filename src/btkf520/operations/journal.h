@@ -1,0 +1,27 @@
+// btkf520/operations/journal.h: the journal and the event triggers of the configuration.
+#pragma once
+
+#include <string>
+
+#include "btkf520/status.h"
+
+namespace btkf {
+
+// Who did what to which archive.
+struct Account {
+  std::string event;
+  std::string archive;   // Path texts.
+  std::string workfile;  // May be empty.
+  std::string what;
+  std::string user;
+};
+
+// Adds a line to the journal, if there is one. What was done is done: a journal that can't be
+// written fails nothing, the client is told with callback 20.
+void writeJournal(const Account& account);
+
+// Runs the command for `trigger`, such as "PRECHECKIN", if there is one, and waits for its end.
+// kTriggerRefused (103) if its exit code isn't 0, kTriggerFailed (106) if it could not be run.
+Status runTrigger(const std::string& trigger, const Account& account);
+
+}  // namespace btkf

@@ -1,0 +1,65 @@
+// btkf520/operations/keywords.cpp: keyword expansion, in one pass over a text.
+#include "btkf520/operations/keywords.h"
+
+#include <algorithm>
+#include <utility>
+
+#include "btkf520/operations/names.h"
+#include "btkf520/operations/times.h"
+#include "btkf520/text.h"
+
+namespace btkf {
+namespace {
+
+constexpr size_t kTextProbe = 8000;
+constexpr size_t kLongestValue = 1024;  // Of a keyword expanded before. Longer is no keyword.
+
+std::optional<std::string> valueOf(std::string_view keyword, const ArchiveModel& model,
+                                   const Revision& revision, std::string_view archive) {
+  if (keyword == "Revision") return revision.number.text();
+  if (keyword == "Author") return revision.author;
+  if (keyword == "Date") return isoTime(revision.checkInTime);
+  if (keyword == "Archive") return std::string(fileName(archive));
+  if (keyword == "Workfile") return model.workName;
+  return {};
+}
+
+// The keyword that `text` begins with behind its first "$", and its size up to the closing "$".
+// Size 0 if there is none: "$Name$", or "$Name: anything on this line $".
+std::pair<std::string_view, size_t> keywordAt(std::string_view text) {
+  size_t end = 1;
+  while (end < text.size() && isLetter(text[end])) ++end;
+  const std::string_view name = text.substr(1, end - 1);
+  if (end < text.size() && text[end] == '$') return {name, end + 1};
+  if (!text.substr(end).starts_with(": ")) return {name, 0};
+  const size_t close = text.substr(0, end + kLongestValue).find_first_of("$\r\n", end);
+  if (close == std::string_view::npos || text[close] != '$') return {name, 0};
+  return {name, close + 1};
+}
+
+}  // namespace
+
+bool isText(std::string_view bytes) {
+  return bytes.substr(0, kTextProbe).find('\0') == std::string_view::npos;
+}
+
+std::optional<std::string> expanded(const ArchiveModel& model, const Revision& revision,
+                                    std::string_view archive, std::string_view bytes) {
+  if (!model.has(kExpandKeywords) || model.has(kBinary) || !isText(bytes)) return {};
+  std::string result;
+  size_t copied = 0;
+  for (size_t at = bytes.find('$'); at != std::string_view::npos;) {
+    const auto [keyword, size] = keywordAt(bytes.substr(at));
+    const auto value = size == 0 ? std::nullopt : valueOf(keyword, model, revision, archive);
+    if (value) {
+      result.append(bytes.substr(copied, at - copied));
+      result.append("$").append(keyword).append(": ").append(*value).append(" $");
+      copied = at + size;
+    }
+    at = bytes.find('$', value ? copied : at + 1);
+  }
+  if (copied == 0) return {};
+  return result.append(bytes.substr(copied));
+}
+
+}  // namespace btkf

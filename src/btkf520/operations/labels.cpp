@@ -1,0 +1,66 @@
+// btkf520/operations/labels.cpp: setting, moving, deleting and listing labels.
+#include "btkf520/operations/labels.h"
+
+#include "btkf520/client.h"
+#include "btkf520/operations/revisions.h"
+#include "btkf520/operations/task.h"
+
+namespace btkf {
+
+Status setLabel(ArchiveModel* model, std::string label, const Number& target, Moving moving,
+                const std::string& archive) {
+  for (;;) {
+    if (!isGoodLabel(label)) return kBadName;
+    Label* old = model->findLabel(label);
+    if (old == nullptr) {
+      model->labels.push_back({label, target});
+      return kDone;
+    }
+    if (old->target == target || moving == Moving::kAlways) {
+      old->target = target;
+      return kDone;
+    }
+    if (moving == Moving::kNever) return kLabelExists;
+    std::string chosen = label;
+    if (!client::moves(&chosen, archive)) return kLabelExists;
+    // Another label, that may exist as well, is moved only after another question.
+    if (chosen == label) moving = Moving::kAlways;
+    label = chosen;
+  }
+}
+
+Status label(const char* archive, const char* label, const char* revision, bool floats,
+             Moving moving) {
+  if (label == nullptr) return kMisuse;
+  Task task;
+  if (const Status status = task.openToUpdate(archive, "LABEL")) return status;
+  const Revision* found = nullptr;
+  if (const Status status = findRevision(task.model, revision, &found)) return status;
+  const Number target = floats ? branchOf(task.model, found->number)->number : found->number;
+  if (const Status status = setLabel(&task.model, label, target, moving, task.archiveText())) {
+    return status;
+  }
+  return task.commit({"LABEL", label});
+}
+
+Status deleteLabel(const char* archive, const char* label) {
+  if (label == nullptr) return kMisuse;
+  Task task;
+  if (const Status status = task.openToUpdate(archive, "LABEL")) return status;
+  const Label* found = task.model.findLabel(label);
+  if (found == nullptr) return kNoSuchLabel;
+  task.model.labels.erase(task.model.labels.begin() + (found - task.model.labels.data()));
+  return task.commit({"LABEL", label});
+}
+
+Status listLabels(const char* archive, std::vector<std::string>* pairs) {
+  Task task;
+  if (const Status status = task.openToTell(archive)) return status;
+  for (const Label& each : task.model.labels) {
+    pairs->push_back(each.name);
+    pairs->push_back(each.target.text());
+  }
+  return kDone;
+}
+
+}  // namespace btkf

@@ -1,0 +1,72 @@
+// btkf520/operations/names.cpp: cutting and joining path texts and names.
+#include "btkf520/operations/names.h"
+
+#include <algorithm>
+
+#include "btkf520/archive/number.h"
+#include "btkf520/platform_workfile.h"
+#include "btkf520/session.h"
+
+namespace btkf {
+namespace {
+
+constexpr std::string_view kSeparators = "/\\:";
+constexpr size_t kLongestName = 254;
+
+}  // namespace
+
+Specification Specification::parse(std::string_view text) {
+  if (text.ends_with(')')) {
+    int depth = 0;
+    for (size_t i = text.size(); i-- > 1;) {
+      if (text[i] == ')') ++depth;
+      if (text[i] == '(' && --depth == 0) {
+        return {std::string(text.substr(0, i)),
+                std::string(text.substr(i + 1, text.size() - i - 2))};
+      }
+    }
+  }
+  return {std::string(text), ""};
+}
+
+std::string_view fileName(std::string_view path) {
+  return path.substr(path.find_last_of(kSeparators) + 1);
+}
+
+std::string joined(std::string_view directory, std::string_view name) {
+  std::string result(directory);
+  if (!result.empty() && kSeparators.find(result.back()) == std::string_view::npos) {
+    const size_t separator = directory.find_first_of("/\\");
+    result += separator == std::string_view::npos ? '/' : directory[separator];
+  }
+  return result.append(name);
+}
+
+std::string archiveName(const Configuration& configuration, std::string_view workfile) {
+  const std::string_view name = fileName(workfile);
+  const size_t dot = name.rfind('.');
+  const std::string_view extension = dot == std::string_view::npos ? "" : name.substr(dot + 1);
+  return std::string(name) + configuration.archiveSuffix(extension);
+}
+
+std::string archivePathText(const Configuration& configuration, std::string_view workfile) {
+  const std::string name = archiveName(configuration, workfile);
+  const std::vector<std::string> directories = configuration.archiveDirectories();
+  for (const std::string& directory : directories) {
+    const std::string text = joined(directory, name);
+    const auto path = Session::instance().systemPath(text);
+    if (path && workfileState(*path)) return text;
+  }
+  return directories.empty() ? name : joined(directories.front(), name);
+}
+
+bool isGoodName(std::string_view name) {
+  if (name.empty() || name.size() > kLongestName) return false;
+  return std::none_of(name.begin(), name.end(), [](char c) {
+    return static_cast<unsigned char>(c) < ' ' || c == '\x7f' || c == '*' || c == '+' || c == ',';
+  });
+}
+
+bool isGoodLabel(std::string_view name) { return isGoodName(name) && !Number::parse(name); }
+
+}  // namespace btkf

@@ -1,0 +1,42 @@
+// btkf520/operations/names.h: path texts, as far as operations look into them.
+//
+// A separator is "/", "\" or the ":" behind a drive. What a path text means is up to the client.
+#pragma once
+
+#include <optional>
+#include <string>
+#include <string_view>
+
+#include "btkf520/configuration.h"
+
+namespace btkf {
+
+// An archive specification: "archive(workfile)", or a path text alone, then without a workfile.
+struct Specification {
+  std::string archive;
+  std::string workfile;
+
+  // The "(" is the one that belongs to a ")" at the end, so both parts may hold pairs of them.
+  static Specification parse(std::string_view text);
+};
+
+// What follows the last separator.
+std::string_view fileName(std::string_view path);
+
+// `name` in `directory`, with the separator that `directory` has, else "/".
+std::string joined(std::string_view directory, std::string_view name);
+
+// The name of the archive of a workfile, without a directory.
+std::string archiveName(const Configuration& configuration, std::string_view workfile);
+
+// The path text of the archive of a workfile: in the first archive directory that has it, or in the
+// first of all; without archive directories the bare name.
+std::string archivePathText(const Configuration& configuration, std::string_view workfile);
+
+// Whether a user or a group may have this name: 1 to 254 bytes, no control characters, and nothing
+// that reads as a range of revisions or as a list of names.
+bool isGoodName(std::string_view name);
+// Whether a label may: it must not read as a number either.
+bool isGoodLabel(std::string_view name);
+
+}  // namespace btkf

@@ -1,0 +1,101 @@
+// btkf520/operations/revisions.cpp: from texts to revisions.
+#include "btkf520/operations/revisions.h"
+
+#include <algorithm>
+
+namespace btkf {
+namespace {
+
+Status findTip(const Branch* branch, const Revision** revision) {
+  if (branch == nullptr || branch->tip() == nullptr) return kNoRevision;
+  *revision = branch->tip();
+  return kDone;
+}
+
+Status findNumbered(const ArchiveModel& model, const Number& number, const Revision** revision) {
+  if (number.isBranch()) return findTip(model.findBranch(number), revision);
+  const Revision* found = model.findRevision(number);
+  if (found == nullptr) return kNoRevision;
+  *revision = found;
+  return kDone;
+}
+
+}  // namespace
+
+Status findRevision(const ArchiveModel& model, const char* text, const Revision** revision) {
+  if (model.revisionCount() == 0) return kNoRevisions;
+  const std::string_view name = textOf(text);
+  if (name.empty()) return findTip(&model.trunk(), revision) == kDone ? kDone : kNoRevisions;
+  if (const auto number = Number::parse(name)) return findNumbered(model, *number, revision);
+  const Label* label = model.findLabel(name);
+  const Revision* found = label == nullptr ? nullptr : model.labelled(*label);
+  if (found == nullptr) return kNoSuchLabel;
+  *revision = found;
+  return kDone;
+}
+
+const Branch* branchOf(const ArchiveModel& model, const Number& revision) {
+  return revision.level() == 1 ? &model.trunk() : model.findBranch(revision.parent());
+}
+
+bool isTip(const ArchiveModel& model, const Revision& revision) {
+  const Branch* branch = branchOf(model, revision.number);
+  return branch != nullptr && branch->tip() == &revision;
+}
+
+const Revision* revisionInGroup(const ArchiveModel& model, std::string_view group) {
+  const Revision* found = nullptr;
+  model.forEachRevision([&](const Revision& revision) {
+    const auto& groups = revision.promotionGroups;
+    if (std::find(groups.begin(), groups.end(), group) != groups.end()) found = &revision;
+  });
+  return found;
+}
+
+bool isLockedBy(const Revision& revision, std::string_view user) {
+  return std::find(revision.lockers.begin(), revision.lockers.end(), user) !=
+         revision.lockers.end();
+}
+
+std::vector<const Revision*> lockedBy(const ArchiveModel& model, std::string_view user) {
+  std::vector<const Revision*> found;
+  model.forEachRevision([&](const Revision& revision) {
+    if (isLockedBy(revision, user)) found.push_back(&revision);
+  });
+  return found;
+}
+
+Status RevisionRange::parse(const ArchiveModel& model, const char* text, RevisionRange* range) {
+  RevisionRange parsed;
+  const std::string_view all = textOf(text);
+  const size_t star = all.find('*');
+  const auto alone = Number::parse(all);
+  if (alone && alone->isBranch()) {
+    if (model.findBranch(*alone) == nullptr) return kNoRevision;
+    parsed.branch_ = *alone;
+    *range = parsed;
+    return kDone;
+  }
+  const auto findEnd = [&model](std::string_view name, Number* end) {
+    if (name.empty()) return kDone;
+    const Revision* revision = nullptr;
+    const Status status = findRevision(model, std::string(name).c_str(), &revision);
+    if (status == kDone) *end = revision->number;
+    return status;
+  };
+  const std::string_view last = star == std::string_view::npos ? all : all.substr(star + 1);
+  if (const Status status = findEnd(all.substr(0, star), &parsed.from_)) return status;
+  if (const Status status = findEnd(last, &parsed.to_)) return status;
+  *range = parsed;
+  return kDone;
+}
+
+bool RevisionRange::contains(const Revision& revision) const {
+  const Number& number = revision.number;
+  if (!branch_.isEmpty()) {
+    return branch_.isTrunk() ? number.level() == 1 : number.parent() == branch_;
+  }
+  return (from_.isEmpty() || from_ <= number) && (to_.isEmpty() || number <= to_);
+}
+
+}  // namespace btkf

@@ -1,0 +1,52 @@
+// btkf520/operations/revisions.h: which revision a text means.
+//
+// A revision is named by its number, by the number of its branch, whose tip it then is, or by a
+// version label. No text at all means the trunk's tip.
+#pragma once
+
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "btkf520/archive/model.h"
+#include "btkf520/status.h"
+
+namespace btkf {
+
+// Fills *revision, good as long as pointers into `model` are. Null and empty text are the same.
+//   kNoRevisions (20)  the archive has none, or no trunk and no text
+//   kNoRevision (18)   a number that the archive doesn't have
+//   kNoSuchLabel (11)  no such label, or one that floats with a branch that is gone
+Status findRevision(const ArchiveModel& model, const char* text, const Revision** revision);
+
+// The branch of a revision, by its number. Null for none.
+const Branch* branchOf(const ArchiveModel& model, const Number& revision);
+bool isTip(const ArchiveModel& model, const Revision& revision);
+
+// The revision that has a promotion group, null for none.
+const Revision* revisionInGroup(const ArchiveModel& model, std::string_view group);
+// Revisions that `user` has locked, in the model's order.
+std::vector<const Revision*> lockedBy(const ArchiveModel& model, std::string_view user);
+bool isLockedBy(const Revision& revision, std::string_view user);
+
+// Which revisions of an archive are meant: "from*to" with revisions at the ends, either of which
+// may be missing; one revision alone, or one branch alone for all that it has.
+class RevisionRange {
+ public:
+  // Null and empty text mean all. The statuses are those of findRevision().
+  static Status parse(const ArchiveModel& model, const char* text, RevisionRange* range);
+
+  // A revision lies between two ends if its number does: 1.2.1.0 lies between 1.2 and 1.3.
+  bool contains(const Revision& revision) const;
+
+ private:
+  Number branch_;  // Not empty: this branch.
+  Number from_;    // Empty: from the first one on.
+  Number to_;      // Empty: to the last one.
+};
+
+// A null pointer from C is an empty text.
+inline std::string_view textOf(const char* text) { return text == nullptr ? "" : text; }
+
+}  // namespace btkf

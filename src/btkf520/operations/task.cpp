@@ -1,0 +1,124 @@
+// btkf520/operations/task.cpp: what all operations have in common, step by step.
+#include "btkf520/operations/task.h"
+
+#include <algorithm>
+#include <utility>
+#include <vector>
+
+#include "btkf520/client.h"
+#include "btkf520/platform_workfile.h"
+#include "btkf520/session.h"
+
+namespace btkf {
+namespace {
+
+// A client that always says yes must not wait for ever: 5 seconds.
+constexpr int kMostRetries = 50;
+
+}  // namespace
+
+const Configuration& Task::configuration() { return Session::instance().configuration(); }
+
+Status Task::openToTell(const char* specification) {
+  if (const Status status = findArchive(specification)) return status;
+  if (const Status status = Archive::openToRead(path_, &archive_)) return status;
+  model = archive_->model();
+  return client::goOn();
+}
+
+Status Task::openContents(const char* specification) {
+  if (const Status status = findUser()) return status;
+  if (const Status status = openToTell(specification)) return status;
+  return checkAccess();
+}
+
+Status Task::openToUpdate(const char* specification, const std::string& event) {
+  if (const Status status = findUser()) return status;
+  if (const Status status = findArchive(specification)) return status;
+  if (const Status status = ask(event)) return status;
+  if (const Status status = openPatiently()) return status;
+  model = archive_->model();
+  if (const Status status = checkAccess()) return status;
+  return client::goOn();
+}
+
+Status Task::openNew(const char* archive, const char* workfile) {
+  if (archive == nullptr || workfile == nullptr) return kMisuse;
+  if (fileName(archive).empty() || fileName(workfile).empty()) return kBadName;
+  names_ = {archive, workfile};
+  const auto path = Session::instance().systemPath(names_.archive);
+  if (!path) return kBadName;
+  path_ = *path;
+  if (const Status status = findUser()) return status;
+  if (const Status status = ask("CREATE")) return status;
+  archive_ = Archive::forNew(path_);
+  return client::goOn();
+}
+
+Status Task::commit(const Event& event) {
+  if (const Status status = archive_->commit(model)) return status;
+  archive_.reset();  // Triggers find it free.
+  announce(event);
+  return kDone;
+}
+
+void Task::announce(const Event& event) const {
+  const Account account = accountOf(event);
+  writeJournal(account);
+  runTrigger("POST" + event.name, account);
+  client::done(event.name, names_.archive, names_.workfile, event.what);
+}
+
+Status Task::ask(const std::string& event, const std::string& what) const {
+  return runTrigger("PRE" + event, accountOf({event, what}));
+}
+
+Account Task::accountOf(const Event& event) const {
+  return {event.name, names_.archive, names_.workfile, event.what, user_};
+}
+
+Status Task::findWorkfile(std::string* path) {
+  if (names_.workfile.empty()) names_.workfile = model.workName;
+  if (fileName(names_.workfile).empty()) return kBadName;
+  auto found = Session::instance().systemPath(names_.workfile);
+  if (!found) return kBadName;
+  *path = std::move(*found);
+  return kDone;
+}
+
+Status Task::findArchive(const char* specification) {
+  if (specification == nullptr) return kMisuse;
+  names_ = Specification::parse(specification);
+  if (fileName(names_.archive).empty()) return kBadName;
+  auto path = Session::instance().systemPath(names_.archive);
+  if (!path) return kBadName;
+  path_ = std::move(*path);
+  return kDone;
+}
+
+Status Task::findUser() {
+  auto user = Session::instance().userId();
+  if (!user || !isGoodName(*user)) return kNoUserId;
+  user_ = std::move(*user);
+  return kDone;
+}
+
+// The owner is never locked out.
+Status Task::checkAccess() const {
+  const std::vector<std::string>& list = model.accessList;
+  const bool isAllowed = list.empty() || user_ == model.owner ||
+                         std::find(list.begin(), list.end(), user_) != list.end();
+  return isAllowed ? kDone : kNoAccess;
+}
+
+Status Task::openPatiently() {
+  for (int tries = 0;; ++tries) {
+    const Status status = Archive::openToUpdate(path_, &archive_);
+    if (status != kInUse || tries == kMostRetries) return status;
+    if (!client::retries(kBusyArchive, names_.archive)) return status;
+    client::idle();
+    waitAMoment();
+  }
+}
+
+}  // namespace btkf

@@ -1,0 +1,82 @@
+// btkf520/operations/task.h: one operation on one archive, from its name to its commit.
+//
+//     Task task;
+//     if (Status status = task.openToUpdate(archive)) return status;
+//     task.model.description = text;
+//     return task.commit({"DESCRIBE"});
+//
+// What all operations have in common stands here: names become paths, the client may stop, a busy
+// archive is tried again as long as the client likes, the access list is asked, the event triggers
+// run, and the journal is written.
+#pragma once
+
+#include <memory>
+#include <string>
+
+#include "btkf520/archive/archive.h"
+#include "btkf520/configuration.h"
+#include "btkf520/operations/journal.h"
+#include "btkf520/operations/names.h"
+
+namespace btkf {
+
+// What an operation did, for triggers, the journal and callback 18.
+struct Event {
+  std::string name;  // Upper case; such as "CHECKIN".
+  std::string what;  // A revision, a label, a group; may be empty.
+};
+
+class Task {
+ public:
+  Task() = default;
+  Task(const Task&) = delete;
+  Task& operator=(const Task&) = delete;
+
+  // Each takes an archive specification and may be called once. Statuses besides those of Archive:
+  //   kMisuse (10)     null
+  //   kBadName (9)     empty, or a path that is nowhere
+  //   kCancelled (15)  the client doesn't want to go on
+  // What the archive says about itself is open to everybody; its contents and changes to it are for
+  // users on its access list: kNoAccess (13), kNoUserId (50).
+  Status openToTell(const char* specification);
+  Status openContents(const char* specification);
+  // `event` is what the trigger before it is asked about. Without a trigger for it, nothing.
+  Status openToUpdate(const char* specification, const std::string& event = "");
+  // For an archive that isn't there yet.
+  Status openNew(const char* archive, const char* workfile);
+
+  // Makes the archive say what `model` says, closes it, and tells everybody about it.
+  Status commit(const Event& event);
+  // Tells everybody about an operation that changed no archive.
+  void announce(const Event& event) const;
+  // Asks the trigger before an event: kTriggerRefused (103) or kTriggerFailed (106).
+  Status ask(const std::string& event, const std::string& what = "") const;
+
+  // Of the workfile in the operating system: that of the specification, else of the archive's own
+  // workfile in the current directory. kBadName.
+  Status findWorkfile(std::string* path);
+
+  Archive& archive() { return *archive_; }
+  const Archive& archive() const { return *archive_; }
+  const std::string& archiveText() const { return names_.archive; }
+  const std::string& workfileText() const { return names_.workfile; }
+  const std::string& archivePath() const { return path_; }
+  const std::string& user() const { return user_; }  // Empty after openToTell().
+  static const Configuration& configuration();
+
+  ArchiveModel model;  // A copy to be changed.
+
+ private:
+  Account accountOf(const Event& event) const;
+  Status findArchive(const char* specification);
+  Status findUser();
+  Status checkAccess() const;
+  Status openPatiently();
+
+  Specification names_;
+  std::string path_;
+  std::string user_;
+  std::unique_ptr<Archive> archive_;
+};
+
+}  // namespace btkf

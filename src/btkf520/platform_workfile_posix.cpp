@@ -1,0 +1,126 @@
+// btkf520/platform_workfile_posix.cpp: clock, workfiles and commands on POSIX systems.
+#include <fcntl.h>
+#include <spawn.h>
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <time.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+
+#include "btkf520/platform_workfile.h"
+
+extern char** environ;
+
+namespace btkf {
+namespace {
+
+constexpr int kFirstYear = 1980;
+constexpr int kLastYear = 2107;
+constexpr int64_t kNanosecondsPerSecond = 1'000'000'000;
+
+PackedTime packed(time_t moment) {
+  tm local{};
+  ::localtime_r(&moment, &local);
+  const int year = local.tm_year + 1900;
+  if (year < kFirstYear) return 1u << 21 | 1u << 16;
+  if (year > kLastYear) return 0xff9fbf7d;  // The last moment of 2107.
+  const auto field = [](int value, int shift) { return static_cast<PackedTime>(value) << shift; };
+  return field(year - kFirstYear, 25) | field(local.tm_mon + 1, 21) | field(local.tm_mday, 16) |
+         field(local.tm_hour, 11) | field(local.tm_min, 5) | field(local.tm_sec / 2, 0);
+}
+
+time_t unpacked(PackedTime time) {
+  const auto field = [time](int shift, int bits) {
+    return static_cast<int>(time >> shift & ((1u << bits) - 1));
+  };
+  tm local{};
+  local.tm_year = field(25, 7) + kFirstYear - 1900;
+  local.tm_mon = field(21, 4) - 1;
+  local.tm_mday = field(16, 5);
+  local.tm_hour = field(11, 5);
+  local.tm_min = field(5, 6);
+  local.tm_sec = field(0, 5) * 2;
+  local.tm_isdst = -1;
+  return ::mktime(&local);
+}
+
+}  // namespace
+
+PackedTime presentTime() { return packed(::time(nullptr)); }
+
+std::optional<WorkfileState> workfileState(const std::string& path) {
+  struct stat status {};
+  if (::stat(path.c_str(), &status) != 0) return {};
+  WorkfileState state;
+  state.isRegular = S_ISREG(status.st_mode);
+  state.isWritable = (status.st_mode & S_IWUSR) != 0;
+  state.changeTime = packed(status.st_mtim.tv_sec);
+  state.size = static_cast<uint64_t>(status.st_size);
+  state.changeNanoseconds = status.st_mtim.tv_sec * kNanosecondsPerSecond + status.st_mtim.tv_nsec;
+  state.identity = {static_cast<uint64_t>(status.st_dev), static_cast<uint64_t>(status.st_ino)};
+  return state;
+}
+
+bool setWritable(const std::string& path, bool isWritable) {
+  struct stat status {};
+  if (::stat(path.c_str(), &status) != 0) return false;
+  const mode_t others = status.st_mode & 07777 & ~mode_t{S_IWUSR | S_IWGRP | S_IWOTH};
+  const mode_t mode = isWritable ? (status.st_mode & 07777) | S_IWUSR : others;
+  return ::chmod(path.c_str(), mode) == 0;
+}
+
+bool setChangeTime(const std::string& path, PackedTime time) {
+  const time_t moment = unpacked(time);
+  if (moment == -1) return false;
+  const timespec times[2] = {{0, UTIME_OMIT}, {moment, 0}};
+  return ::utimensat(AT_FDCWD, path.c_str(), times, 0) == 0;
+}
+
+bool removeFile(const std::string& path) { return ::unlink(path.c_str()) == 0; }
+
+bool appendToFile(const std::string& path, std::string_view text) {
+  const int file =
+      ::open(path.c_str(), O_WRONLY | O_APPEND | O_CREAT | O_CLOEXEC | O_NONBLOCK, 0666);
+  if (file < 0) return false;
+  const ssize_t written = ::write(file, text.data(), text.size());
+  return (::close(file) == 0) & (written == static_cast<ssize_t>(text.size()));
+}
+
+void waitAMoment() {
+  const timespec tenth{0, kNanosecondsPerSecond / 10};
+  ::nanosleep(&tenth, nullptr);
+}
+
+std::optional<int> runCommand(const std::string& command,
+                              const std::vector<std::pair<std::string, std::string>>& variables) {
+  std::vector<std::string> texts;
+  for (const auto& [name, value] : variables) texts.push_back(name + "=" + value);
+  std::vector<char*> environment;
+  for (char** entry = environ; *entry != nullptr; ++entry) {
+    const bool isReplaced =
+        std::any_of(variables.begin(), variables.end(), [entry](const auto& variable) {
+          return std::string_view(*entry).starts_with(variable.first + "=");
+        });
+    if (!isReplaced) environment.push_back(*entry);
+  }
+  for (std::string& text : texts) environment.push_back(text.data());
+  environment.push_back(nullptr);
+
+  std::string shell = "sh";
+  std::string option = "-c";
+  std::string line = command;
+  char* arguments[] = {shell.data(), option.data(), line.data(), nullptr};
+  pid_t child = 0;
+  if (::posix_spawn(&child, "/bin/sh", nullptr, nullptr, arguments, environment.data()) != 0) {
+    return {};
+  }
+  int status = 0;
+  while (::waitpid(child, &status, 0) < 0) {
+    if (errno != EINTR) return {};
+  }
+  return WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
+}
+
+}  // namespace btkf
