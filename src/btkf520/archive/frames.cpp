@@ -27,11 +27,14 @@ void setUp(ZSTD_CCtx* context, uint64_t span, bool hasPrefix) {
   const bool isSmall = span <= kSmallSpan;
   set(context, ZSTD_c_compressionLevel, isSmall ? 3 : 1);
   if (!hasPrefix) return;
-  set(context, ZSTD_c_windowLog, std::max(static_cast<int>(std::bit_width(span - 1)), 10));
+  const int windowLog = std::max(static_cast<int>(std::bit_width(span - 1)), 16);
+  // One place in two to this power is remembered, and there is room for all of those.
+  const int rateLog = isSmall ? 4 : 7;
+  set(context, ZSTD_c_windowLog, windowLog);
   set(context, ZSTD_c_enableLongDistanceMatching, 1);
-  // A line of text or more; how many of its places are remembered is one in two to this power.
   set(context, ZSTD_c_ldmMinMatch, isSmall ? 24 : 32);
-  set(context, ZSTD_c_ldmHashRateLog, isSmall ? 4 : 7);
+  set(context, ZSTD_c_ldmHashRateLog, rateLog);
+  set(context, ZSTD_c_ldmHashLog, windowLog - rateLog);
 }
 
 }  // namespace

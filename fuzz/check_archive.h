@@ -1,0 +1,45 @@
+// fuzz/check_archive.h: any bytes as an archive file: no crash, no hang, and never a wrong content.
+#pragma once
+
+#include <memory>
+#include <string_view>
+#include <vector>
+
+#include "btkf520/archive/archive.h"
+#include "btkf520/archive/checksum.h"
+#include "btkf520/archive/index.h"
+#include "fuzz_support.h"
+
+namespace fuzz {
+
+inline void checkArchive(std::string_view bytes) {
+  const MemoryFile file(bytes);
+  std::unique_ptr<btkf::Archive> archive;
+  const btkf::Status status = btkf::Archive::openToRead(file.path(), &archive);
+  require(status == btkf::kDone || status == btkf::kNotAnArchive, "an open gives 0 or 27");
+  if (status != btkf::kDone) return;
+  std::vector<btkf::Content> damaged;
+  const btkf::Status verified = archive->verify(&damaged);
+  require(damaged.empty() || verified == btkf::kNotAnArchive, "what is damaged is not whole");
+  archive->model().forEachRevision([&](const btkf::Revision& revision) {
+    btkf::Bytes content;
+    if (archive->read(revision.content, &content) == btkf::kDone) {
+      require(content.size() == revision.content.length &&
+                  btkf::checksumOf(content.view()) == revision.content.checksum,
+              "what is delivered is what was checked in");
+    } else {
+      require(verified == btkf::kNotAnArchive, "what is whole can be read");
+    }
+  });
+}
+
+// The same for the index, which damage to a file does not reach behind its checksum.
+inline void checkIndex(std::string_view bytes) {
+  const auto index = btkf::decodeIndex(bytes);
+  if (!index) return;
+  require(index->model.isSound(), "what is read is sound");
+  const auto again = btkf::decodeIndex(btkf::encodeIndex(*index));
+  require(again && again->model == index->model, "what is read can be written");
+}
+
+}  // namespace fuzz

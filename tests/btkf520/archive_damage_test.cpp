@@ -1,0 +1,163 @@
+// btkf520/archive_damage_test.cpp: damage is found, told, and never delivered.
+#include <gtest/gtest.h>
+
+#include <algorithm>
+
+#include "../../fuzz/check_archive.h"
+#include "btkf520/history.h"
+
+namespace btkf520_test {
+namespace {
+
+using btkf::Archive;
+
+// Two branches, a label, a lock, an empty content: all that a file is made of, in few bytes.
+void fill(History* history, int revisions) {
+  Contents random(3);
+  std::string content = random.text(4);
+  for (int count = revisions; count > 0; --count) {
+    history->checkIn("1", content = random.changed(content));
+  }
+  history->checkIn("1.0.1", "");
+  history->checkIn("1.0.1", "branch");
+  const auto archive = history->toUpdate();
+  btkf::ArchiveModel model = archive->model();
+  model.trunk().tip()->lockers = {"ann"};
+  model.labels = {{"REL", number("1.1")}};
+  ASSERT_EQ(archive->commit(model), btkf::kDone);
+}
+
+// Opens damaged bytes as an archive. Whatever can still be read must be right.
+btkf::Status verified(const std::string& path, const History& history) {
+  std::unique_ptr<Archive> archive;
+  if (const btkf::Status status = Archive::openToRead(path, &archive)) return status;
+  archive->model().forEachRevision([&](const btkf::Revision& revision) {
+    btkf::Bytes bytes;
+    if (archive->read(revision.content, &bytes) != btkf::kDone) return;
+    EXPECT_TRUE(bytes.view() == history.plain().at(revision.number.text()));
+  });
+  return archive->verify(nullptr);
+}
+
+TEST(ArchiveDamage, IsFoundInEveryBitOfAFile) {
+  History history;
+  fill(&history, 6);
+  const std::string whole = history.file();
+  for (size_t bit = 0; bit < 8 * whole.size(); ++bit) {
+    std::string file = whole;
+    file[bit / 8] = static_cast<char>(file[bit / 8] ^ (1 << bit % 8));
+    const fuzz::MemoryFile damaged(file);
+    ASSERT_EQ(verified(damaged.path(), history), btkf::kNotAnArchive) << "bit " << bit;
+  }
+  for (size_t size = 0; size < whole.size(); ++size) {
+    const fuzz::MemoryFile cut(whole.substr(0, size));
+    ASSERT_EQ(verified(cut.path(), history), btkf::kNotAnArchive) << "cut to " << size;
+  }
+}
+
+TEST(ArchiveDamage, SurvivesSeededMutations) {
+  History history;
+  fill(&history, 12);
+  const std::string whole = history.file();
+  for (unsigned seed = 0; seed < 5000; ++seed) {
+    SCOPED_TRACE(seed);
+    fuzz::checkArchive(fuzz::damaged(whole, seed));
+  }
+  btkf::Index index{history.toRead()->model(), {}, 100};
+  index.model.forEachRevision([&](const btkf::Revision& revision) {
+    index.frames.push_back({revision.content.id, 0, 0, 0, 1, 0});
+  });
+  for (size_t place = 2; place < index.frames.size(); ++place) {
+    index.frames[place].olderParent = index.frames[place - 1].content;
+    index.frames[place].newerParent = index.frames[place - 2].content;
+  }
+  const std::string bytes = btkf::encodeIndex(index);
+  ASSERT_TRUE(btkf::decodeIndex(bytes));
+  for (unsigned seed = 0; seed < 20000; ++seed) {
+    SCOPED_TRACE(seed);
+    fuzz::checkIndex(fuzz::damaged(bytes, seed));
+  }
+}
+
+TEST(ArchiveDamage, IsRefusedInAnIndexThatContradictsItself) {
+  struct Case {
+    const char* why;
+    void (*spoil)(btkf::Index*);
+  };
+  const Case cases[] = {
+      {"a circle",
+       [](btkf::Index* index) {
+         index->frames[0].newerParent = 2, index->frames[1].newerParent = 1;
+       }},
+      {"its own parent", [](btkf::Index* index) { index->frames[0].olderParent = 1; }},
+      {"a parent that is not there", [](btkf::Index* index) { index->frames[0].newerParent = 7; }},
+      {"a frame too few", [](btkf::Index* index) { index->frames.pop_back(); }},
+      {"a frame twice", [](btkf::Index* index) { index->frames[1].content = 1; }},
+      {"a content beyond the last", [](btkf::Index* index) { index->lastContent = 1; }},
+      {"revisions out of order",
+       [](btkf::Index* index) { index->model.trunk().revisions[0].number = number("1.2"); }},
+  };
+  btkf::Index sound;
+  sound.lastContent = 2;
+  for (const uint32_t id : {1u, 2u}) {
+    btkf::Revision revision;
+    revision.number = number("1").child(id - 1);
+    revision.content.id = id;
+    sound.model.trunk().revisions.push_back(revision);
+    sound.frames.push_back({id, id, 0, 0, 0, 0});
+  }
+  ASSERT_TRUE(btkf::decodeIndex(btkf::encodeIndex(sound)));
+  EXPECT_FALSE(btkf::decodeIndex(btkf::encodeIndex(sound) + '\0'));
+  for (const Case& c : cases) {
+    btkf::Index index = sound;
+    c.spoil(&index);
+    EXPECT_FALSE(btkf::decodeIndex(btkf::encodeIndex(index))) << c.why;
+  }
+}
+
+// One damaged frame costs the revisions that need it and no others; work goes on; and when those
+// revisions are deleted the archive is whole again.
+TEST(ArchiveDamage, CostsNoOtherRevisions) {
+  for (int damagedRevision = 0; damagedRevision < 9; ++damagedRevision) {
+    SCOPED_TRACE(damagedRevision);
+    History history;
+    fill(&history, 9);
+    const support::SlowArchive slow(history.file());
+    const std::string revision = "1." + std::to_string(damagedRevision);
+    const std::string frame = slow.frames.at(slow.revisions.at(revision).content).bytes;
+    std::string file = history.file();
+    const size_t place = file.find(frame);
+    file[place + frame.size() / 2] = static_cast<char>(~file[place + frame.size() / 2]);
+    support::writeFile(history.path(), file);
+
+    std::vector<btkf::Content> damaged;
+    EXPECT_EQ(history.toRead()->verify(&damaged), btkf::kNotAnArchive);
+    const size_t lost = damaged.size();
+    EXPECT_GE(lost, 1u);
+    for (int more = 0; more < 9; ++more) history.checkIn("1", "more " + std::to_string(more));
+    history.remove("1.10");
+    damaged.clear();
+    const auto archive = history.toRead();
+    EXPECT_EQ(archive->verify(&damaged), btkf::kNotAnArchive);
+    EXPECT_EQ(damaged.size(), lost);
+
+    std::vector<std::string> gone;
+    archive->model().forEachRevision([&](const btkf::Revision& each) {
+      btkf::Bytes bytes;
+      const btkf::Status status = archive->read(each.content, &bytes);
+      if (std::find(damaged.begin(), damaged.end(), each.content) != damaged.end()) {
+        EXPECT_EQ(status, btkf::kNotAnArchive);
+        gone.push_back(each.number.text());
+      } else {
+        EXPECT_EQ(status, btkf::kDone);
+        EXPECT_TRUE(bytes.view() == history.plain().at(each.number.text()));
+      }
+    });
+    EXPECT_NE(std::find(gone.begin(), gone.end(), revision), gone.end());
+    for (const std::string& number : gone) history.remove(number);
+    history.expectWhole();
+  }
+}
+
+}  // namespace
+}  // namespace btkf520_test

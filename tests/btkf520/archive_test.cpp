@@ -1,0 +1,374 @@
+// btkf520/archive_test.cpp: what goes into an archive file comes out again, and what can't is told.
+#include "btkf520/archive/archive.h"
+
+#include <sys/resource.h>
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <csignal>
+#include <filesystem>
+#include <fstream>
+#include <set>
+
+#include "btkf520/archive/checksum.h"
+#include "btkf520/archive/plan.h"
+#include "btkf520/history.h"
+#include "btkf520/platform_file.h"
+
+namespace btkf520_test {
+namespace {
+
+using btkf::Archive;
+using btkf::ArchiveModel;
+using btkf::Number;
+using std::string_literals::operator""s;
+
+TEST(Numbers, AreReadWrittenAndOrdered) {
+  const char* const bad[] = {"",     ".",    "1.",  ".1",           "1..2", " 1.2",
+                             "1.2 ", "+1.2", "1.x", "1.1000000000", "-1",   "1,2"};
+  for (const char* text : bad) EXPECT_FALSE(Number::parse(text)) << text;
+  EXPECT_FALSE(Number::parse(std::string(Number::kMostComponents * 2, '1').replace(1, 1, ".")));
+  EXPECT_EQ(number("01.0.999999999").text(), "1.0.999999999");
+
+  const char* const ascending[] = {"1",        "1.9",   "1.9.1", "1.9.1.0",
+                                   "1.9.1.10", "1.9.2", "1.10",  "2.0"};
+  for (size_t i = 1; i < std::size(ascending); ++i) {
+    EXPECT_LT(number(ascending[i - 1]), number(ascending[i])) << ascending[i];
+  }
+  const Number revision = number("1.2.1.7");
+  EXPECT_TRUE(revision.isRevision());
+  EXPECT_EQ(revision.parent().text(), "1.2.1");
+  EXPECT_EQ(revision.parent().parent().text(), "1.2");
+  EXPECT_EQ(revision.next().text(), "1.2.1.8");
+  EXPECT_EQ(revision.child(3).text(), "1.2.1.7.3");
+  EXPECT_EQ(revision.level(), 2);
+}
+
+TEST(Checksums, AreThoseOfXxh64) {
+  EXPECT_EQ(btkf::checksumOf(""), 0xEF46DB3751D8E999);
+  EXPECT_EQ(btkf::checksumOf("a"), 0xD24EC4F1A98C6E5B);
+  EXPECT_EQ(btkf::checksumOf("abc"), 0x44BC2CF5AD770999);
+  EXPECT_EQ(btkf::checksumOf("Nobody inspects the spammish repetition"), 0xFBCEA83C8A378BF1);
+}
+
+TEST(Plan, HasNoCirclesAndFewAncestorsWhateverHasBeenDeleted) {
+  for (unsigned seed = 0; seed < 300; ++seed) {
+    Contents random(seed);
+    std::vector<uint32_t> positions;
+    const size_t density = 1 + random.below(9);
+    for (uint32_t position = 0; position < 300; ++position) {
+      if (random.below(10) < density) positions.push_back(position);
+    }
+    const auto plan = btkf::planParents(positions);
+    for (size_t place = 0; place < positions.size(); ++place) {
+      std::set<size_t> ancestors;
+      std::vector<size_t> open{place};
+      while (!open.empty()) {
+        const btkf::Parents& parents = plan[open.back()];
+        open.pop_back();
+        for (const size_t parent : {parents.older, parents.newer}) {
+          ASSERT_NE(parent, place) << "seed " << seed << ": a circle";
+          const bool isParent = parent != btkf::Parents::kNoParent;
+          if (isParent && ancestors.insert(parent).second) open.push_back(parent);
+        }
+      }
+      EXPECT_LE(ancestors.size(), 3 * 9u) << "seed " << seed << " place " << place;
+      EXPECT_EQ(ancestors.empty(), place + 1 == positions.size()) << "seed " << seed;
+    }
+  }
+}
+
+TEST(ArchiveFile, GivesBackContentsOfEveryKind) {
+  Contents random(1);
+  const std::string wide = random.bytes(3 << 20);
+  const std::string contents[] = {"",
+                                  "",
+                                  "x",
+                                  "no end",
+                                  "a\r\nb\nc\r",
+                                  "\0"s,
+                                  std::string(70000, '\0'),
+                                  "\x1a\xff\xfe",
+                                  wide,
+                                  random.changed(wide),
+                                  wide.substr(1000) + wide.substr(0, 1000),
+                                  "",
+                                  wide,
+                                  wide,
+                                  random.text(3000),
+                                  std::string(2 << 20, 'x'),
+                                  "x"};
+  History history;
+  for (const std::string& content : contents) history.checkIn("1", content);
+  history.expectWhole();
+}
+
+TEST(ArchiveFile, KeepsSeededHistoriesOfBranchesAndDeletions) {
+  for (unsigned seed = 0; seed < 12; ++seed) {
+    SCOPED_TRACE(seed);
+    Contents random(seed);
+    History history;
+    history.checkIn("1", random.below(2) == 0 ? random.text(40) : random.bytes(3000));
+    for (size_t left = 40; left > 0; --left) {
+      auto from = history.plain().begin();
+      std::advance(from, static_cast<std::ptrdiff_t>(random.below(history.plain().size())));
+      const Number origin = number(from->first);
+      const size_t kind = random.below(10);
+      if (kind == 0 && history.plain().size() > 1) {
+        history.remove(from->first);
+      } else if (kind < 3 && origin.components().size() < 6) {
+        history.checkIn(origin.child(1).text(), random.changed(from->second));
+      } else {
+        history.checkIn("1", random.changed(from->second));
+      }
+    }
+    history.expectWhole();
+  }
+}
+
+// A long history stays cheap: to rebuild, to add to, and for clients that read its summary.
+TEST(ArchiveFile, ChangesFewFramesWithEachRevision) {
+  constexpr int kRevisions = 300;
+  Contents random(5);
+  History history;
+  std::string content = random.text(20);
+  std::map<uint64_t, support::SlowFrame> before;
+  int changedFrames = 0;
+  size_t informationSize = 0;
+  for (int revision = 0; revision < kRevisions; ++revision) {
+    history.checkIn("1", content = random.changed(content));
+    const support::SlowArchive slow(history.file());
+    for (const auto& [id, frame] : slow.frames) {
+      const auto old = before.find(id);
+      if (old != before.end() && old->second.parents != frame.parents) ++changedFrames;
+    }
+    before = slow.frames;
+    informationSize = slow.informationSize;
+  }
+  history.expectWhole();
+  EXPECT_LE(changedFrames, 2 * kRevisions);
+  EXPECT_LT(informationSize, 100u);
+}
+
+// What did not change from one revision to the next is not stored again, even where a revision that
+// was packed against distant ones lies between.
+TEST(ArchiveFile, StoresAPassageOnce) {
+  Contents random(7);
+  History history;
+  std::string content = random.bytes(20000);
+  size_t changes = 0;
+  for (int revision = 0; revision < 64; ++revision) {
+    history.checkIn("1", content);
+    content.replace(random.below(19000), 300, random.bytes(300));
+    changes += 300;
+  }
+  EXPECT_LT(history.file().size(), 20000 + changes + 64 * 150);
+}
+
+TEST(ArchiveFile, KeepsWhatTheModelSays) {
+  History history;
+  for (const char* branch : {"1", "1", "1", "1.1.1", "1.1.1", "1.1.2", "1.1.1.1.1"}) {
+    history.checkIn(branch, branch);
+  }
+  const auto archive = history.toUpdate();
+  ArchiveModel model = archive->model();
+  model.workName = "h\xE4user.c";
+  model.owner = "ann";
+  model.description = std::string(40000, 'd') + "\r\n\xFC";
+  model.creationTime = 0x1f9953ca;
+  model.attributes = btkf::kExclusiveLocks | 0x80010001;
+  model.accessList = {"ann", "", "a,b"};
+  btkf::Revision& revision = *model.findRevision(number("1.1.1.1"));
+  revision.checkInTime = 0xFFFFFFFF;
+  revision.workfileTime = 1;
+  revision.author = "bo";
+  revision.changeDescription = "why\nand how";
+  revision.lockers = {"bo", "", "ann"};
+  revision.promotionGroups = {"dev", "test"};
+  model.findRevision(number("1.0"))->lockers = {"cy"};
+  model.labels = {{"REL_1", number("1.1")}, {"tip of it", number("1.1.1")}, {"", number("1.9")}};
+  model.addBranch(number("1.0.1"));  // Without a revision: not kept.
+  ASSERT_EQ(archive->commit(model), btkf::kDone);
+  std::erase_if(model.branches, [](const btkf::Branch& each) { return each.revisions.empty(); });
+  EXPECT_EQ(archive->model(), model);
+  EXPECT_EQ(history.toRead()->model(), model);
+  history.expectWhole();
+
+  const support::SlowArchive slow(history.file());
+  EXPECT_EQ(slow.workName, model.workName);
+  EXPECT_EQ(slow.owner, "ann");
+  EXPECT_EQ(slow.description, model.description);
+  EXPECT_EQ(slow.creationTime, model.creationTime);
+  EXPECT_EQ(slow.attributes, model.attributes);
+  EXPECT_EQ(slow.accessList, model.accessList);
+  EXPECT_EQ(slow.branches, (std::vector<std::string>{"1", "1.1.1", "1.1.1.1.1", "1.1.2"}));
+  const support::SlowRevision& found = slow.revisions.at("1.1.1.1");
+  EXPECT_EQ(found.checkInTime, revision.checkInTime);
+  EXPECT_EQ(found.workfileTime, 1u);
+  EXPECT_EQ(found.author, "bo");
+  EXPECT_EQ(found.changeDescription, revision.changeDescription);
+  EXPECT_EQ(found.lockers, revision.lockers);
+  EXPECT_EQ(found.promotionGroups, revision.promotionGroups);
+  EXPECT_EQ(slow.labels.at("tip of it"), "1.1.1");
+  // The summary that clients read without the engine.
+  EXPECT_EQ(slow.names('H'), std::vector<std::string>{model.workName});
+  EXPECT_EQ(slow.value('X'), model.creationTime);
+  EXPECT_EQ(slow.value('P'), btkf::kExclusiveLocks | 1u);
+  EXPECT_EQ(slow.names('R'), (std::vector<std::string>{"cy", "bo", "", "ann"}));
+  EXPECT_EQ(slow.names('V'), std::vector<std::string>{"ann,,a,b"});
+  EXPECT_EQ(slow.names('I'), std::vector<std::string>{model.description});
+
+  EXPECT_EQ(model.newBranchAt(number("1.1")).text(), "1.1.3");
+  EXPECT_EQ(model.newBranchAt(number("1.2")).text(), "1.2.1");
+  EXPECT_EQ(model.branchesAt(number("1.1")).size(), 2u);
+  EXPECT_EQ(model.labelled(model.labels[1])->number.text(), "1.1.1.1");
+  EXPECT_EQ(model.labelled(model.labels[2]), nullptr);
+  EXPECT_EQ(model.lockCount(), 4u);
+}
+
+TEST(ArchiveFile, RefusesWhatCannotBe) {
+  History history;
+  history.checkIn("1", "one");
+  const std::string file = history.file();
+  support::TemporaryDirectory directory;
+  const std::string other = directory / "other";
+  support::writeFile(other, "no archive at all, but long enough to have a trailer");
+
+  std::unique_ptr<Archive> archive;
+  EXPECT_EQ(Archive::openToRead(directory / "none", &archive), btkf::kNoArchive);
+  EXPECT_EQ(Archive::openToUpdate(directory / "none/none", &archive), btkf::kNoArchive);
+  EXPECT_EQ(Archive::openToRead(directory.path(), &archive), btkf::kCannotOpen);
+  EXPECT_EQ(Archive::openToRead(other, &archive), btkf::kNotAnArchive);
+  EXPECT_EQ(Archive::openToUpdate(other, &archive), btkf::kNotAnArchive);
+  EXPECT_EQ(Archive::forNew(other)->commit(ArchiveModel()), btkf::kArchiveExists);
+  EXPECT_EQ(Archive::forNew(directory / "none/none")->commit(ArchiveModel()), btkf::kCannotWrite);
+  EXPECT_EQ(archive, nullptr);
+
+  const auto first = history.toUpdate();
+  EXPECT_EQ(Archive::openToUpdate(history.path(), &archive), btkf::kInUse);
+  EXPECT_EQ(first->commit(first->model()), btkf::kDone);
+  EXPECT_EQ(Archive::openToUpdate(history.path(), &archive), btkf::kInUse) << "after a commit, too";
+  EXPECT_EQ(history.toRead()->commit(ArchiveModel()), btkf::kMisuse) << "open to read";
+
+  struct Case {
+    const char* why;
+    void (*spoil)(ArchiveModel*);
+  };
+  const Case cases[] = {
+      {"no trunk", [](ArchiveModel* model) { model->branches.clear(); }},
+      {"a content that is not there",
+       [](ArchiveModel* model) { ++model->trunk().tip()->content.id; }},
+      {"another length", [](ArchiveModel* model) { ++model->trunk().tip()->content.length; }},
+      {"one content twice",
+       [](ArchiveModel* model) {
+         model->trunk().revisions.push_back(*model->trunk().tip());
+         model->trunk().tip()->number = number("1.1");
+       }},
+      {"a revision of another branch",
+       [](ArchiveModel* model) { model->trunk().tip()->number = number("1.0.1.0"); }},
+      {"a branch that is a revision",
+       [](ArchiveModel* model) {
+         model->branches.push_back({number("1.0"), {}});
+       }},
+      {"a NUL in a text", [](ArchiveModel* model) { model->owner = "a\0b"s; }},
+      {"a label twice",
+       [](ArchiveModel* model) {
+         model->labels = {{"a", number("1")}, {"a", number("1")}};
+       }},
+  };
+  for (const Case& c : cases) {
+    ArchiveModel model = first->model();
+    c.spoil(&model);
+    EXPECT_EQ(first->commit(model), btkf::kMisuse) << c.why;
+  }
+  btkf::Bytes bytes;
+  EXPECT_EQ(first->read({99, 0, 0}, &bytes), btkf::kNoRevision);
+  EXPECT_EQ(history.file(), file);
+}
+
+TEST(ArchiveFile, IsReplacedInPlaceWithItsModeAndBehindLinks) {
+  History history;
+  const std::filesystem::path path = history.path();
+  const std::string link = path.string() + ".link";
+  std::filesystem::create_symlink(path.filename(), link);
+  std::filesystem::permissions(path, std::filesystem::perms(0444));
+  support::writeFile(path.string() + ".new~", "what a killed writer left");
+
+  std::unique_ptr<Archive> archive;
+  ASSERT_EQ(Archive::openToUpdate(link, &archive), btkf::kDone);
+  ArchiveModel model = archive->model();
+  model.owner = "ann";
+  ASSERT_EQ(archive->commit(model), btkf::kDone);
+  EXPECT_EQ(history.toRead()->model().owner, "ann");
+  EXPECT_EQ(std::filesystem::status(path).permissions(), std::filesystem::perms(0444));
+  EXPECT_TRUE(std::filesystem::is_symlink(link));
+  EXPECT_FALSE(std::filesystem::exists(path.string() + ".new~"));
+}
+
+// Runs `work` in a process of its own, whose exit status it gives.
+int inProcess(int (*work)(const History&), const History& history) {
+  const pid_t child = ::fork();
+  if (child == 0) ::_exit(work(history));
+  int status = -1;
+  ::waitpid(child, &status, 0);
+  return WIFEXITED(status) ? WEXITSTATUS(status) : -WTERMSIG(status);
+}
+
+TEST(ArchiveFile, StaysAsItIsWhenTheDiskIsFull) {
+  History history;
+  history.checkIn("1", "one");
+  const std::string before = history.file();
+  const int status = inProcess(
+      [](const History& full) {
+        const rlimit limit{1000, 1000};
+        ::setrlimit(RLIMIT_FSIZE, &limit);
+        std::signal(SIGXFSZ, SIG_IGN);
+        const auto archive = full.toUpdate();
+        ArchiveModel model = archive->model();
+        const std::string wide = Contents(1).bytes(100000);
+        model.trunk().tip()->content = archive->put(wide);
+        return static_cast<int>(archive->commit(model));
+      },
+      history);
+  EXPECT_EQ(status, btkf::kCannotWrite);
+  EXPECT_EQ(history.file(), before);
+  EXPECT_FALSE(std::filesystem::exists(history.path() + ".new~"));
+}
+
+// A content of many megabytes that is mostly a hole, under a limit of a few times its size. The
+// address space counts, so the mapped workfile takes one of the shares.
+TEST(ArchiveFile, TakesWideContentsInBoundedMemory) {
+  const History history;
+  const int status = inProcess(
+      [](const History& wide) {
+        constexpr rlim_t kSize = 128 << 20;
+#ifndef __SANITIZE_ADDRESS__  // Its shadow takes address space of its own.
+        const rlimit limit{5 * kSize, 5 * kSize};
+        ::setrlimit(RLIMIT_AS, &limit);
+#endif
+        const std::string path = wide.path() + ".wide";
+        support::writeFile(path, "begin");
+        for (const char* end : {"end", "another end"}) {
+          std::filesystem::resize_file(path, kSize - 100);
+          std::ofstream(path, std::ios::app | std::ios::binary) << end;
+          btkf::MappedFile file;
+          if (file.open(path) != btkf::FileResult::kDone) return 100;
+          const auto archive = wide.toUpdate();
+          ArchiveModel model = archive->model();
+          btkf::Revision revision;
+          btkf::Branch& trunk = model.trunk();
+          revision.number = trunk.tip() == nullptr ? number("1.0") : trunk.tip()->number.next();
+          revision.content = archive->put(file.bytes());
+          trunk.revisions.push_back(revision);
+          if (archive->commit(model) != btkf::kDone) return 101;
+        }
+        return static_cast<int>(wide.toRead()->verify(nullptr));
+      },
+      history);
+  EXPECT_EQ(status, 0);
+  EXPECT_LT(history.file().size(), 1u << 20);
+}
+
+}  // namespace
+}  // namespace btkf520_test

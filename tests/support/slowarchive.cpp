@@ -1,0 +1,175 @@
+// support/slowarchive.cpp: docs/archive-format.md, step by step.
+#include "support/slowarchive.h"
+
+#include <zstd.h>
+
+#include <set>
+#include <stdexcept>
+#include <utility>
+
+#include "support/files.h"
+
+namespace support {
+namespace {
+
+// Values from the start of a text on.
+class Values {
+ public:
+  explicit Values(std::string bytes) : bytes_(std::move(bytes)) {}
+
+  bool isAtEnd() const { return at_ == bytes_.size(); }
+  std::string raw(uint64_t size) {
+    if (size > bytes_.size() - at_) throw std::runtime_error("archive: a value is cut off");
+    at_ += size;
+    return bytes_.substr(at_ - size, size);
+  }
+  uint64_t fixed(int size) {
+    uint64_t value = 0;
+    for (const char byte : raw(static_cast<uint64_t>(size))) value = value * 256 + (byte & 255);
+    return value;
+  }
+  uint64_t number() {
+    const uint64_t byte = fixed(1);
+    return byte < 128 ? byte : byte - 128 + 128 * number();
+  }
+  std::string text() { return raw(number()); }
+  std::vector<std::string> texts() {
+    std::vector<std::string> result(number());
+    for (std::string& text : result) text = this->text();
+    return result;
+  }
+  std::string revisionNumber() {
+    std::string result;
+    for (uint64_t left = number(); left > 0; --left) {
+      result += (result.empty() ? "" : ".") + std::to_string(number());
+    }
+    return result;
+  }
+
+ private:
+  std::string bytes_;
+  size_t at_ = 0;
+};
+
+std::string unpacked(const std::string& frame, const std::string& prefix) {
+  if (frame.empty()) return "";
+  std::string result(ZSTD_getFrameContentSize(frame.data(), frame.size()), '\0');
+  ZSTD_DCtx* context = ZSTD_createDCtx();
+  ZSTD_DCtx_refPrefix(context, prefix.data(), prefix.size());
+  const size_t size =
+      ZSTD_decompressDCtx(context, result.data(), result.size(), frame.data(), frame.size());
+  ZSTD_freeDCtx(context);
+  if (size != result.size()) throw std::runtime_error("archive: a frame is damaged");
+  return result;
+}
+
+}  // namespace
+
+SlowArchive::SlowArchive(const std::string& file) {
+  const std::string header =
+      "\x89"
+      "BTKF\r\n\x1a";
+  if (file.substr(0, header.size()) != header) throw std::runtime_error("archive: no header");
+  Values trailer(file.substr(file.size() - 9));
+  const uint64_t tag = trailer.fixed(1);
+  const uint64_t whole = (1ull << 32) - trailer.fixed(4);
+  informationSize = (1ull << 32) - trailer.fixed(4);
+  if (tag != 4 || whole != informationSize + 9) throw std::runtime_error("archive: no trailer");
+  readBlock(file.substr(file.size() - whole, informationSize));
+
+  Values place(names('Z').at(0));
+  const size_t indexSize = place.fixed(4);
+  const size_t indexBegin = file.size() - whole - indexSize;
+  const std::string index = unpacked(file.substr(indexBegin, indexSize), "");
+  if (index.size() != place.fixed(4)) throw std::runtime_error("archive: size of the index");
+  readIndex(index, file.substr(header.size(), indexBegin - header.size()));
+}
+
+void SlowArchive::readBlock(const std::string& block) {
+  Values values(block);
+  for (char tag; (tag = values.raw(1)[0]) != '@';) {
+    uint64_t length = values.fixed(2);
+    if (length >= 32768) length = (length - 32768) * 65536 + values.fixed(2);
+    records_.emplace_back(tag, values.raw(length));
+  }
+  if (!values.isAtEnd()) throw std::runtime_error("archive: bytes behind the block");
+}
+
+void SlowArchive::readIndex(const std::string& index, const std::string& packedFrames) {
+  Values values(index);
+  if (values.number() != 1) throw std::runtime_error("archive: version");
+  workName = values.text();
+  owner = values.text();
+  description = values.text();
+  creationTime = values.fixed(4);
+  attributes = values.number();
+  accessList = values.texts();
+  for (uint64_t branchesLeft = values.number(); branchesLeft > 0; --branchesLeft) {
+    branches.push_back(values.revisionNumber());
+    for (uint64_t left = values.number(); left > 0; --left) {
+      SlowRevision revision;
+      revision.number = values.revisionNumber();
+      revision.checkInTime = static_cast<uint32_t>(values.fixed(4));
+      revision.workfileTime = static_cast<uint32_t>(values.fixed(4));
+      revision.author = values.text();
+      revision.changeDescription = values.text();
+      revision.lockers = values.texts();
+      revision.promotionGroups = values.texts();
+      revision.content = values.number();
+      revision.length = values.number();
+      values.fixed(8);
+      revisions[revision.number] = revision;
+    }
+  }
+  for (uint64_t left = values.number(); left > 0; --left) {
+    const std::string name = values.text();
+    labels[name] = values.revisionNumber();
+  }
+  values.number();
+  Values packed(packedFrames);
+  for (uint64_t left = values.number(); left > 0; --left) {
+    SlowFrame& frame = frames[values.number()];
+    frame.position = values.number();
+    for (int parents = 2; parents > 0; --parents) {
+      if (const uint64_t parent = values.number()) frame.parents.push_back(parent);
+    }
+    frame.bytes = packed.raw(values.number());
+    values.fixed(4);
+  }
+  if (!values.isAtEnd() || !packed.isAtEnd()) throw std::runtime_error("archive: bytes left over");
+}
+
+std::string SlowArchive::content(uint64_t id) const {
+  const SlowFrame& frame = frames.at(id);
+  std::string prefix;
+  for (const uint64_t parent : frame.parents) prefix += content(parent);
+  return unpacked(frame.bytes, prefix);
+}
+
+size_t SlowArchive::frameCount(uint64_t id) const {
+  std::set<uint64_t> needed{id};
+  for (bool grew = true; grew;) {
+    const size_t before = needed.size();
+    for (const uint64_t one : std::set<uint64_t>(needed)) {
+      needed.insert(frames.at(one).parents.begin(), frames.at(one).parents.end());
+    }
+    grew = needed.size() != before;
+  }
+  return needed.size();
+}
+
+std::vector<std::string> SlowArchive::names(char tag) const {
+  std::vector<std::string> result;
+  for (const auto& [found, payload] : records_) {
+    const bool isName = tag == 'H' || tag == 'R' || tag == 'V';
+    if (found == tag) result.push_back(isName ? payload.substr(1, payload.size() - 2) : payload);
+  }
+  return result;
+}
+
+uint64_t SlowArchive::value(char tag) const {
+  const std::string payload = names(tag).at(0);
+  return Values(payload).fixed(static_cast<int>(payload.size()));
+}
+
+}  // namespace support
