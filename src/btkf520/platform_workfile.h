@@ -34,6 +34,9 @@ struct WorkfileState {
 // Nothing if there is no such file.
 std::optional<WorkfileState> workfileState(const std::string& path);
 
+// Whether the directory is there that `path` names a file in.
+bool hasDirectory(const std::string& path);
+
 // Each is false if that failed.
 bool setWritable(const std::string& path, bool isWritable);
 bool setChangeTime(const std::string& path, PackedTime time);

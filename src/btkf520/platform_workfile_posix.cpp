@@ -63,6 +63,13 @@ std::optional<WorkfileState> workfileState(const std::string& path) {
   return state;
 }
 
+bool hasDirectory(const std::string& path) {
+  const size_t end = path.rfind('/');
+  const std::string directory = end == std::string::npos ? "." : path.substr(0, end + 1);
+  struct stat status {};
+  return ::stat(directory.c_str(), &status) == 0 && S_ISDIR(status.st_mode);
+}
+
 bool setWritable(const std::string& path, bool isWritable) {
   struct stat status {};
   if (::stat(path.c_str(), &status) != 0) return false;

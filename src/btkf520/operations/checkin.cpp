@@ -263,6 +263,7 @@ Status createArchive(const char* archive, const char* workfile, const char* desc
   std::string workfilePath;
   if (const Status status = task.findWorkfile(&workfilePath)) return status;
   if (workfilePath == task.archivePath()) return kSameNames;
+  if (!hasDirectory(task.archivePath())) return kBadName;
   task.model.workName = fileName(workfile);
   task.model.owner = textOf(owner).empty() ? task.user() : owner;
   task.model.description = textOf(description);

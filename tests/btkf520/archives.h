@@ -1,0 +1,231 @@
+// btkf520/archives.h: archives as a client sees them, for tests: one workfile and its archive,
+// users that take turns, and callbacks that answer what a test tells them to.
+#pragma once
+
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cstring>
+#include <map>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "btkf520/toolkit.h"
+
+namespace btkf520_test {
+
+template <typename Function>
+TrvsCallback anyCallback(Function* callback) {
+  return reinterpret_cast<TrvsCallback>(reinterpret_cast<void (*)()>(callback));
+}
+
+// A packed time of 2001, by minutes.
+inline uint32_t minute(uint32_t count) {
+  return 21u << 25 | 2u << 21 | (3 + count / 1440) << 16 | count / 60 % 24 << 11 | count % 60 << 5;
+}
+
+class Archives : public Toolkit {
+ protected:
+  static constexpr int32_t kContext = -1;
+
+  void SetUp() override {
+    Toolkit::SetUp();
+    configure("");
+    answers.clear();
+    asked.clear();
+    lines.clear();
+  }
+  void TearDown() override {
+    for (const int32_t id : {1, 3, 4, 5, 6, 9, 10, 17, 18, 20}) TrvsRegisterCallback(id, nullptr);
+    Toolkit::TearDown();
+  }
+
+  void configure(std::string_view text) {
+    ASSERT_EQ(load("USERID = ENVIRONMENT BTKF_USER\n" + std::string(text)), 0);
+    EXPECT_EQ(told(), "");
+  }
+  void become(const char* user) { user_.emplace("BTKF_USER", user); }
+
+  // The archive and the workfile of all operations.
+  std::string archive() const { return path("m.c_v"); }
+  std::string workfile() const { return path("m.c"); }
+  std::string specification() const { return archive() + "(" + workfile() + ")"; }
+
+  int32_t create(const char* description = nullptr) {
+    return TrvsCreateArchive(archive().c_str(), workfile().c_str(), description, nullptr, minute(0),
+                             0);
+  }
+
+  struct Put {
+    const char* revision = nullptr;
+    const char* label = nullptr;
+    const char* description = nullptr;
+    const char* change = nullptr;
+    const char* group = nullptr;
+    const char* author = nullptr;
+    uint32_t time = 0;
+    uint32_t flags = 0;
+  };
+  // Checks in what the workfile holds.
+  int32_t put(const Put& how) {
+    return TrvsPutRevision(kContext, 0, specification().c_str(), 0, how.revision, how.label,
+                           how.description, how.change, how.group, how.author, how.time, how.flags);
+  }
+  int32_t put(std::string_view bytes, const Put& how) {
+    chmod(workfile().c_str(), 0644);
+    write("m.c", bytes);
+    return put(how);
+  }
+
+  struct Get {
+    const char* revision = nullptr;
+    uint32_t flags = TRVS_GET_OVERWRITE;
+    const char* cutoff = nullptr;
+    const char* newerThan = nullptr;
+    const char* group = nullptr;
+  };
+  int32_t get(const Get& how) {
+    return TrvsGetRevision(kContext, specification().c_str(), 0, how.revision, how.cutoff,
+                           how.newerThan, 0, how.group, 0, how.flags);
+  }
+  // The bytes of a revision, or "status 18".
+  std::string content(const char* revision) {
+    const int32_t status = get({.revision = revision});
+    return status == 0 ? support::readFile(workfile()) : "status " + std::to_string(status);
+  }
+
+  int32_t lock(const char* revision = nullptr, const char* group = nullptr) {
+    return TrvsLockRevision(kContext, archive().c_str(), revision, group);
+  }
+  int32_t unlock(const char* user = nullptr, const char* revision = nullptr) {
+    return TrvsUnLockRevision(kContext, archive().c_str(), revision, user);
+  }
+  int32_t label(const char* name, const char* revision, uint32_t flags = 0) {
+    return TrvsSetLabel(kContext, archive().c_str(), name, revision, flags);
+  }
+  int32_t deleteRange(const char* range) {
+    return TrvsDeleteRevisions(kContext, archive().c_str(), range);
+  }
+
+  // An archive with 1.0, 1.1, 1.2 of contents "0\n", "1\n", "2\n", and 1.1.1.0 and 1.1.2.0; locks
+  // are not checked. Minutes 1 to 5 are their times, of 2001-02-03.
+  void makeBranches() {
+    ASSERT_EQ(create("motor"), 0);
+    ASSERT_EQ(TrvsSetAttributes(kContext, archive().c_str(), 0, TRVS_ATTRIBUTE_CHECK_LOCKS), 0);
+    uint32_t time = 0;
+    for (const char* bytes : {"0\n", "1\n", "2\n"}) {
+      ASSERT_EQ(put(bytes, {.time = minute(++time)}), 0);
+    }
+    ASSERT_EQ(put("b\n", {.revision = "1.1", .time = minute(4)}), 0);
+    ASSERT_EQ(put("c\n", {.revision = "1.1", .time = minute(5)}), 0);
+  }
+
+  // A list that a function hands out, as "a b c"; or "status 2".
+  template <typename Fetch>
+  static std::string list(const Fetch& fetch) {
+    std::vector<char> buffer(1, '?');
+    int32_t status;
+    while ((status = fetch(buffer.data(), static_cast<int32_t>(buffer.size()))) == 8) {
+      buffer.resize(buffer.size() + 16, '?');
+    }
+    if (status != 0) return "status " + std::to_string(status);
+    std::string result;
+    for (const char* name = buffer.data(); *name != '\0'; name += std::strlen(name) + 1) {
+      result.append(result.empty() ? "" : " ").append(name);
+    }
+    return result;
+  }
+  std::string revisions(const char* range = nullptr) const {
+    return list([&](char* buffer, int32_t size) {
+      return TrvsListRevisions(kContext, archive().c_str(), range, buffer, size);
+    });
+  }
+  std::string labels() const {
+    return list([&](char* buffer, int32_t size) {
+      return TrvsListLabels(kContext, archive().c_str(), buffer, size);
+    });
+  }
+  // The revision tree: "1.1^+ ann #REL ~dev", where "^" is a head, "+" has a branch, "!" is a
+  // locker; deeper levels stand in "<>".
+  std::string tree() const {
+    TrvsRevTree* first = nullptr;
+    const int32_t status = TrvsRevTreeInfo(kContext, specification().c_str(), &first, 1);
+    if (status != 0) return "status " + std::to_string(status);
+    std::string result;
+    int level = 1;
+    for (const TrvsRevTree* record = first; record != nullptr; record = record->next) {
+      for (; level < record->level; ++level) result += "<";
+      for (; level > record->level; --level) result += ">";
+      const auto has = [record](int flag) { return (record->flags & flag) != 0; };
+      if (has(TRVS_TREE_REVISION)) result.append(result.empty() ? "" : " ").append(record->text);
+      if (has(TRVS_TREE_HEAD)) result += "^";
+      if (has(TRVS_TREE_HAS_BRANCH)) result += "+";
+      if (has(TRVS_TREE_LOCKER)) result.append("!").append(record->text);
+      if (has(TRVS_TREE_LABEL)) result.append("#").append(record->text);
+      if (has(TRVS_TREE_GROUP)) result.append("~").append(record->text);
+    }
+    for (; level > 1; --level) result += ">";
+    EXPECT_EQ(TrvsRevTreeInfo(kContext, nullptr, &first, 0), 0);
+    EXPECT_EQ(first, nullptr);
+    return result;
+  }
+
+  bool isWorkfileThere() const { return access(workfile().c_str(), F_OK) == 0; }
+  bool isWorkfileWritable() const {
+    struct stat status {};
+    return stat(workfile().c_str(), &status) == 0 && (status.st_mode & S_IWUSR) != 0;
+  }
+
+  // Has all callbacks of questions answer from `answers`, by id, 0 if nothing stands there; what
+  // they are asked goes to `asked`, and lines of reports to `lines`.
+  static void answerQuestions() {
+    TrvsRegisterCallback(1, anyCallback(+[]() -> int32_t { return answers[1]; }));
+    TrvsRegisterCallback(3, anyCallback(+[](int32_t code, const char*) -> int32_t {
+                           asked += "3:" + std::to_string(code) + " ";
+                           return answers[3];
+                         }));
+    TrvsRegisterCallback(4, anyCallback(+[](const char* text, int32_t code) -> int32_t {
+                           lines.push_back(std::to_string(code) + " " + text);
+                           return answers[4];
+                         }));
+    TrvsRegisterCallback(5, anyCallback(+[](const char*, const char*, char**) -> int32_t {
+                           asked += "5 ";
+                           return answers[5];
+                         }));
+    TrvsRegisterCallback(6, anyCallback(+[](const char* name, const char*, char** other) {
+                           asked += "6:" + std::string(name) + " ";
+                           if (!otherLabel.empty()) *other = otherLabel.data();
+                           return answers[6];
+                         }));
+    TrvsRegisterCallback(9, anyCallback(+[](char* text) -> int32_t {
+                           asked += "9:" + std::string(text) + " ";
+                           otherLabel.clear();
+                           return 0;
+                         }));
+    TrvsRegisterCallback(10, anyCallback(+[](const char*, int32_t value) -> int32_t {
+                           asked += "10:" + std::to_string(value) + " ";
+                           return answers[10];
+                         }));
+    TrvsRegisterCallback(18, anyCallback(+[](const char* event, const char*, const char*,
+                                             const char* what, int32_t) -> int32_t {
+                           asked += "18:" + std::string(event) + ":" + what + " ";
+                           return 0;
+                         }));
+    TrvsRegisterCallback(20, anyCallback(+[](int32_t code) -> int32_t {
+                           asked += "20:" + std::to_string(code) + " ";
+                           return 0;
+                         }));
+  }
+
+  static inline std::map<int32_t, int32_t> answers;
+  static inline std::string asked;
+  static inline std::string otherLabel;
+  static inline std::vector<std::string> lines;
+
+ private:
+  std::optional<support::ScopedEnvironment> user_{std::in_place, "BTKF_USER", "ann"};
+};
+
+}  // namespace btkf520_test

@@ -1,0 +1,443 @@
+// btkf520/checkin_test.cpp: creating archives, checking in and checking out through the C
+// functions.
+#include <utime.h>
+
+#include <cstring>
+#include <random>
+
+#include "btkf520/archives.h"
+
+namespace btkf520_test {
+namespace {
+
+using std::string_literals::operator""s;
+
+class CheckIn : public Archives {};
+class CheckOut : public Archives {};
+
+TEST_F(CheckIn, KeepsEveryByte) {
+  std::mt19937 random(1);
+  std::string wide(3 << 20, '\0');
+  for (char& byte : wide) byte = static_cast<char>(random() % 7 == 0 ? random() : 'x');
+  const std::string contents[] = {"",
+                                  "a",
+                                  "no end\nat all",
+                                  "a\r\nb\r\n",
+                                  "\0\0\n\0"s,
+                                  "\r\n\r\n",
+                                  "$Revision$ \xe9\n",
+                                  wide,
+                                  wide + "more",
+                                  "a"};
+  ASSERT_EQ(create(), 0);
+  std::vector<std::string> numbers;
+  for (const std::string& bytes : contents) {
+    numbers.push_back("1." + std::to_string(numbers.size()));
+    ASSERT_EQ(put(bytes, {.flags = TRVS_PUT_KEEP_LOCK}), 0) << numbers.back();
+  }
+  for (size_t i = 0; i < numbers.size(); ++i) {
+    EXPECT_TRUE(content(numbers[i].c_str()) == contents[i]) << numbers[i];
+  }
+  EXPECT_EQ(TrvsVerifyArchive(kContext, archive().c_str(), nullptr, 0), 0);
+}
+
+TEST_F(CheckIn, FollowsALockOrTheTipOrStartsABranch) {
+  struct Step {
+    const char* why;
+    const char* revision;
+    uint32_t flags;
+    int32_t status;
+    const char* made;
+  };
+  const Step steps[] = {
+      {"the first has two components", "1.2.1.0", 0, 19, ""},
+      {"the first is no label", "REL", 0, 19, ""},
+      {"a first number", "2.0", 0, 0, "2.0"},
+      {"behind the tip", nullptr, 0, 0, "2.1"},
+      {"a number behind the tip", "3.5", 0, 0, "3.5"},
+      {"a number before the tip", "3.4", 0, 19, ""},
+      {"not the tip", "2.1", 0, 0, "2.1.1.0"},
+      {"once more", "2.1", 0, 0, "2.1.2.0"},
+      {"the tip of a branch", "2.1.1", 0, 0, "2.1.1.1"},
+      {"a branch from a tip", "2.1.1", TRVS_PUT_BRANCH, 0, "2.1.1.1.1.0"},
+      {"a number on a branch", "2.1.2.7", 0, 0, "2.1.2.7"},
+      {"a number that makes the next branch", "2.1.3.0", 0, 0, "2.1.3.0"},
+      {"a number that skips a branch", "2.1.9.0", 0, 19, ""},
+      {"a branch from nowhere", "2.7.1.0", 0, 18, ""},
+      {"a branch that isn't there", "2.7.1", 0, 18, ""},
+      {"no label", "REL", 0, 11, ""},
+      {"a number that can't branch", "4.0", TRVS_PUT_BRANCH, 19, ""},
+      {"the last number", "3.999999999", 0, 0, "3.999999999"},
+      {"behind the last number", nullptr, 0, 19, ""},
+  };
+  ASSERT_EQ(create(), 0);
+  ASSERT_EQ(TrvsSetAttributes(kContext, archive().c_str(), 0, TRVS_ATTRIBUTE_CHECK_LOCKS), 0);
+  int count = 0;
+  for (const Step& step : steps) {
+    SCOPED_TRACE(step.why);
+    const std::string before = revisions();
+    ASSERT_EQ(put(std::to_string(++count), {.revision = step.revision, .flags = step.flags}),
+              step.status);
+    if (step.status != 0) {
+      EXPECT_EQ(revisions(), before);
+      continue;
+    }
+    EXPECT_EQ(content(step.made), std::to_string(count));
+  }
+  EXPECT_EQ(revisions("2.1.1"), "2.1.1.0 2.1.1.1");
+}
+
+TEST_F(CheckIn, NeedsALockOfOnesOwn) {
+  ASSERT_EQ(create(), 0);
+  ASSERT_EQ(put("0", {}), 0);
+  EXPECT_EQ(put("1", {}), 30) << "no lock at all";
+  EXPECT_EQ(put("1", {.revision = "1.0"}), 30);
+  become("bob");
+  ASSERT_EQ(lock(), 0);
+  become("ann");
+  EXPECT_EQ(put("1", {.revision = "1.0"}), 14) << "another's";
+  become("bob");
+  EXPECT_EQ(put("1", {.flags = TRVS_PUT_KEEP_LOCK}), 0);
+  EXPECT_EQ(tree(), "1.0^ 1.1!bob");
+  ASSERT_EQ(lock("1.0"), 0);
+  EXPECT_EQ(put("2", {}), 19) << "which lock?";
+  EXPECT_EQ(put("2", {.revision = "1.0"}), 0);
+  EXPECT_EQ(put("3", {}), 0);
+  EXPECT_EQ(tree(), "1.0^+< 1.0.1.0^> 1.1 1.2");
+  EXPECT_EQ(deleteRange("*+"), 0);
+  EXPECT_EQ(put("0", {}), 0) << "as if it were new";
+}
+
+TEST_F(CheckIn, DecidesAboutTheWorkfileByFlags) {
+  struct Case {
+    const char* why;
+    const char* bytes;  // The parent is "old".
+    bool isOlder;
+    uint32_t flags;
+    int32_t answer;  // Of callback 10.
+    int32_t status;
+    const char* asked;
+    const char* left;  // Of the workfile: gone, read-only or writable.
+  };
+  const uint32_t ask = TRVS_PUT_REFUSE_UNCHANGED | TRVS_PUT_ASK_UNCHANGED;
+  const char* const done = "18:CHECKIN:1.1 ";
+  const std::string askedAndDone = "10:52 "s + done;
+  const Case cases[] = {
+      {"plain", "new", false, 0, 2, 0, done, "gone"},
+      {"keeps the lock", "new", false, TRVS_PUT_KEEP_LOCK, 2, 0, done, "writable"},
+      {"read-only", "new", false, TRVS_PUT_READ_ONLY, 2, 0, done, "read-only"},
+      {"both", "new", false, TRVS_PUT_READ_ONLY | TRVS_PUT_KEEP_LOCK, 0, 10, "", "writable"},
+      {"unknown flag", "new", false, 0x100, 0, 10, "", "writable"},
+      {"unchanged", "old", false, 0, 0, 52, "", "writable"},
+      {"unchanged, refuse", "old", false, TRVS_PUT_REFUSE_UNCHANGED, 0, 52, "", "writable"},
+      {"unchanged, in all the same", "old", false, TRVS_PUT_UNCHANGED, 2, 0, done, "gone"},
+      {"unchanged, yes", "old", false, ask, 0, 0, askedAndDone.c_str(), "gone"},
+      {"unchanged, no", "old", false, ask, 2, 52, "10:52 ", "writable"},
+      {"changed: no question", "new", false, ask, 2, 0, done, "gone"},
+      {"older", "new", true, 0, 0, 51, "", "writable"},
+      {"older, in all the same", "new", true, TRVS_PUT_OLDER, 2, 0, done, "gone"},
+  };
+  answerQuestions();
+  for (const Case& c : cases) {
+    SCOPED_TRACE(c.why);
+    unlink(archive().c_str());
+    ASSERT_EQ(create(), 0);
+    ASSERT_EQ(put("old", {.flags = TRVS_PUT_KEEP_LOCK}), 0);
+    write("m.c", c.bytes);
+    const utimbuf past{1000000000, 1000000000};
+    if (c.isOlder) utime(workfile().c_str(), &past);
+    asked.clear();
+    answers[10] = c.answer;
+    EXPECT_EQ(put({.flags = c.flags}), c.status);
+    EXPECT_EQ(asked, c.asked);
+    EXPECT_STREQ(!isWorkfileThere()     ? "gone"
+                 : isWorkfileWritable() ? "writable"
+                                        : "read-only",
+                 c.left);
+  }
+}
+
+TEST_F(CheckIn, RecordsWhatItIsTold) {
+  ASSERT_EQ(create("old text"), 0);
+  ASSERT_EQ(put("0", {.label = "REL", .change = "first\nline", .author = "zoe", .time = minute(9)}),
+            0);
+  EXPECT_EQ(labels(), "REL 1.0");
+  EXPECT_EQ(content("REL"), "0");
+  TrvsRevTree* record = nullptr;
+  ASSERT_EQ(TrvsRevTreeInfo(kContext, archive().c_str(), &record, 1), 0);
+  std::string texts;
+  for (const TrvsRevTree* each = record; each != nullptr; each = each->next) {
+    texts.append(each->text).append("|");
+  }
+  EXPECT_EQ(texts, "1.0|2001-02-03 00:09:00|zoe|first\nline|REL|");
+  TrvsRevTreeInfo(kContext, nullptr, &record, 0);
+
+  char text[40] = "";
+  EXPECT_EQ(TrvsGetDescription(kContext, archive().c_str(), nullptr, text, 40), 0);
+  EXPECT_STREQ(text, "old text") << "null leaves it";
+  ASSERT_EQ(lock(), 0);
+  ASSERT_EQ(put("1", {.description = ""}), 0);
+  EXPECT_EQ(TrvsGetDescription(kContext, archive().c_str(), nullptr, text, 40), 0);
+  EXPECT_STREQ(text, "");
+  EXPECT_EQ(TrvsSetDescription(kContext, archive().c_str(), "1.0", "better"), 0);
+  EXPECT_EQ(TrvsGetDescription(kContext, archive().c_str(), "REL", text, 6), 8);
+  EXPECT_EQ(TrvsGetDescription(kContext, archive().c_str(), "REL", text, 7), 0);
+  EXPECT_STREQ(text, "better");
+}
+
+TEST_F(CheckIn, RefusesWhatCannotBe) {
+  const std::string here = path("");
+  EXPECT_EQ(TrvsCreateArchive(nullptr, "m.c", nullptr, nullptr, 0, 0), 10);
+  EXPECT_EQ(TrvsCreateArchive(here.c_str(), "m.c", nullptr, nullptr, 0, 0), 9);
+  EXPECT_EQ(TrvsCreateArchive(archive().c_str(), here.c_str(), nullptr, nullptr, 0, 0), 9);
+  EXPECT_EQ(TrvsCreateArchive(workfile().c_str(), workfile().c_str(), nullptr, nullptr, 0, 0), 22);
+  EXPECT_EQ(TrvsCreateArchive((here + "none/m.c_v").c_str(), "m.c", nullptr, nullptr, 0, 0), 9);
+  EXPECT_EQ(put("0", {}), 2);
+  ASSERT_EQ(create(), 0);
+  EXPECT_EQ(create(), 3);
+  unlink(workfile().c_str());
+  EXPECT_EQ(put({}), 32);
+  EXPECT_EQ(get({}), 20) << "no revisions yet";
+  EXPECT_EQ(TrvsPutRevision(0, 0, archive().c_str(), 0, nullptr, nullptr, nullptr, nullptr, nullptr,
+                            nullptr, 0, 0),
+            10);
+  write("other", "no archive");
+  EXPECT_EQ(TrvsUnLockRevision(kContext, path("other").c_str(), nullptr, nullptr), 27);
+  EXPECT_EQ(TrvsUnLockRevision(kContext, "", nullptr, nullptr), 9);
+  EXPECT_EQ(TrvsUnLockRevision(kContext, nullptr, nullptr, nullptr), 10);
+  become("");
+  EXPECT_EQ(put("0", {}), 50);
+}
+
+TEST_F(CheckOut, GivesTheWorkfileModeAndTime) {
+  struct Case {
+    const char* why;
+    uint32_t flags;
+    bool isWritable;
+    bool hasArchiveTime;
+    const char* tree;
+  };
+  const Case cases[] = {
+      {"plain", 0, false, false, "1.0^"},
+      {"writable", TRVS_GET_WRITABLE, true, false, "1.0^"},
+      {"check-in time", TRVS_GET_ARCHIVE_TIME, false, true, "1.0^"},
+      {"both", TRVS_GET_ARCHIVE_TIME | TRVS_GET_WRITABLE, true, true, "1.0^"},
+      {"locked", TRVS_GET_LOCK, true, false, "1.0^!ann"},
+  };
+  ASSERT_EQ(create(), 0);
+  ASSERT_EQ(put("0", {.time = minute(7)}), 0);
+  for (const Case& c : cases) {
+    SCOPED_TRACE(c.why);
+    EXPECT_EQ(get({.flags = c.flags | TRVS_GET_OVERWRITE}), 0);
+    EXPECT_EQ(isWorkfileWritable(), c.isWritable);
+    struct stat status {};
+    stat(workfile().c_str(), &status);
+    tm local{};
+    localtime_r(&status.st_mtime, &local);
+    const bool isOfArchive = local.tm_year == 101 && local.tm_min == 7 && local.tm_mday == 3;
+    EXPECT_EQ(isOfArchive, c.hasArchiveTime);
+    EXPECT_EQ(tree(), c.tree);
+  }
+  EXPECT_EQ(TrvsSetAttributes(kContext, archive().c_str(), 0, TRVS_ATTRIBUTE_READ_ONLY), 0);
+  EXPECT_EQ(get({}), 0);
+  EXPECT_TRUE(isWorkfileWritable());
+}
+
+TEST_F(CheckOut, OverwritesOnlyWhereItMay) {
+  struct Case {
+    const char* why;
+    const char* bytes;  // Null for none.
+    uint32_t flags;
+    int32_t answer;
+    int32_t status;
+    const char* asked;
+  };
+  const char* const done = "18:CHECKOUT:1.0 ";
+  const std::string askedAndDone = "5 "s + done;
+  const Case cases[] = {
+      {"no workfile", nullptr, 0, 2, 0, done},
+      {"equal already", "right", 0, 2, 0, done},
+      {"yes", "wrong", 0, 0, 0, askedAndDone.c_str()},
+      {"no", "wrong", 0, 2, 24, "5 "},
+      {"always", "wrong", TRVS_GET_OVERWRITE, 2, 0, done},
+      {"never", "wrong", TRVS_GET_KEEP, 0, 24, ""},
+      {"contradiction", "wrong", TRVS_GET_KEEP | TRVS_GET_OVERWRITE, 0, 10, ""},
+      {"a lock that comes to nothing", "wrong", TRVS_GET_KEEP | TRVS_GET_LOCK, 0, 24, ""},
+  };
+  answerQuestions();
+  ASSERT_EQ(create(), 0);
+  ASSERT_EQ(put("right", {}), 0);
+  for (const Case& c : cases) {
+    SCOPED_TRACE(c.why);
+    unlink(workfile().c_str());
+    if (c.bytes != nullptr) write("m.c", c.bytes);
+    asked.clear();
+    answers[5] = c.answer;
+    EXPECT_EQ(get({.flags = c.flags}), c.status);
+    EXPECT_EQ(asked, c.asked);
+    EXPECT_EQ(support::readFile(workfile()), c.status == 0 ? "right" : "wrong");
+    EXPECT_EQ(tree(), "1.0^");
+  }
+  for (const int32_t id : {5}) TrvsRegisterCallback(id, nullptr);
+  chmod(workfile().c_str(), 0644);
+  write("m.c", "wrong");
+  EXPECT_EQ(get({.flags = 0}), 24) << "nobody to ask";
+  unlink(workfile().c_str());
+  mkdir(workfile().c_str(), 0777);
+  EXPECT_EQ(get({}), 24) << "a directory is no workfile";
+  EXPECT_EQ(TrvsGetRevision(kContext, (archive() + "(" + path("none/x") + ")").c_str(), 0, nullptr,
+                            nullptr, nullptr, 0, nullptr, 0, 0),
+            9);
+}
+
+TEST_F(CheckOut, FindsRevisionsByNumberLabelGroupAndDate) {
+  struct Case {
+    const char* why;
+    Get how;
+    std::string want;  // The content or the status.
+  };
+  makeBranches();
+  configure("PROMOTE dev = test\n");
+  ASSERT_EQ(label("REL", "1.0"), 0);
+  ASSERT_EQ(label("TIP", "1.1.1", TRVS_LABEL_FLOATS), 0);
+  ASSERT_EQ(put("d\n", {.revision = "1.1.1", .time = minute(1442)}), 0);
+  ASSERT_EQ(TrvsPromoteRevision(kContext, archive().c_str(), "dev", 0), 0);
+  ASSERT_EQ(put("e\n", {.revision = "1.1.2", .time = minute(1443)}), 0);
+  const uint32_t always = TRVS_GET_OVERWRITE;
+  const Case cases[] = {
+      {"tip", {}, "2\n"},
+      {"number", {.revision = "1.1"}, "1\n"},
+      {"trunk", {.revision = "1"}, "2\n"},
+      {"branch", {.revision = "1.1.2"}, "e\n"},
+      {"label", {.revision = "REL"}, "0\n"},
+      {"floating label", {.revision = "TIP"}, "d\n"},
+      {"no such number", {.revision = "1.7"}, "18"},
+      {"no such branch", {.revision = "1.7.1"}, "18"},
+      {"no such label", {.revision = "rel"}, "11"},
+      {"group", {.group = "dev"}, "e\n"},
+      {"group above", {.group = "test"}, "d\n"},
+      {"no such group", {.group = "prod"}, "41"},
+      {"date", {.cutoff = "2/3/2001 00:02:30"}, "1\n"},
+      {"a whole day", {.revision = "1.1.1", .cutoff = "2/3/2001"}, "b\n"},
+      {"the next day", {.revision = "1.1.1", .cutoff = "2/4/2001"}, "d\n"},
+      {"up to a revision", {.revision = "1.1", .cutoff = "2/4/2001"}, "1\n"},
+      {"before all", {.cutoff = "2/2/2001"}, "18"},
+      {"any date", {.cutoff = "* "}, "2\n"},
+      {"no date", {.cutoff = "31/31/2001"}, "17"},
+      {"dates don't count", {.flags = always | TRVS_GET_LATEST, .cutoff = "x"}, "2\n"},
+      {"newer", {.flags = always | TRVS_GET_IF_NEWER, .newerThan = "2/2/2001"}, "2\n"},
+      {"not newer", {.flags = always | TRVS_GET_IF_NEWER, .newerThan = "2/3/2001"}, "18"},
+      {"not newer than the workfile", {.flags = always | TRVS_GET_IF_NEWER}, "18"},
+  };
+  for (const Case& c : cases) {
+    SCOPED_TRACE(c.why);
+    write("m.c", "before");
+    const int32_t status = get(c.how);
+    EXPECT_EQ(status == 0 ? support::readFile(workfile()) : std::to_string(status), c.want);
+    chmod(workfile().c_str(), 0644);
+  }
+}
+
+TEST_F(CheckOut, ExpandsKeywordsOnlyWhereTheArchiveWantsIt) {
+  const std::string text =
+      "$Revision$ $Author: me $ $Date$\r\n$Workfile: $$Archive$ $Other$ $5 $Revision\n$Revision: "
+      "x\n$";
+  const std::string want =
+      "$Revision: 1.0 $ $Author: ann $ $Date: 2001-02-03 00:01:00 $\r\n$Workfile: m.c $"
+      "$Archive: m.c_v $ $Other$ $5 $Revision\n$Revision: x\n$";
+  ASSERT_EQ(create(), 0);
+  ASSERT_EQ(put(text, {.time = minute(1), .flags = TRVS_PUT_KEEP_LOCK}), 0);
+  EXPECT_EQ(content("1.0"), text);
+  unlink(archive().c_str());
+  configure("EXPANDKEYWORDS\n");
+  ASSERT_EQ(create(), 0);
+  ASSERT_EQ(put(text, {.time = minute(1), .flags = TRVS_PUT_KEEP_LOCK}), 0);
+  EXPECT_EQ(content("1.0"), want);
+  EXPECT_EQ(put({}), 52) << "what a check-out gives is unchanged";
+  EXPECT_EQ(put(text + "\0$Revision$"s, {}), 0);
+  EXPECT_EQ(content("1.1"), text + "\0$Revision$"s) << "no text";
+  EXPECT_EQ(TrvsSetAttributes(kContext, archive().c_str(), TRVS_ATTRIBUTE_BINARY, 0), 0);
+  EXPECT_EQ(content("1.0"), text) << "what is stored never changed";
+}
+
+TEST_F(CheckOut, UsesTheArchivesOwnNameInTheCurrentDirectory) {
+  ASSERT_EQ(create(), 0);
+  ASSERT_EQ(put("0", {}), 0);
+  char before[4096];
+  ASSERT_NE(getcwd(before, sizeof before), nullptr);
+  ASSERT_EQ(chdir(path("").c_str()), 0);
+  EXPECT_EQ(TrvsGetRevision(kContext, archive().c_str(), 0, "", "", "", 0, "", 0, 0), 0);
+  EXPECT_EQ(chdir(before), 0);
+  EXPECT_EQ(support::readFile(workfile()), "0");
+}
+
+TEST_F(CheckOut, TakesNamesWithParentheses) {
+  ASSERT_EQ(TrvsCreateArchive(path("a(1)_v").c_str(), "a(1)", nullptr, nullptr, 0, 0), 0);
+  write("a(1)", "0");
+  const std::string both = path("a(1)_v") + "(" + path("a(1)") + ")";
+  EXPECT_EQ(TrvsPutRevision(kContext, 0, both.c_str(), 0, nullptr, nullptr, nullptr, nullptr,
+                            nullptr, nullptr, 0, 0),
+            0);
+  EXPECT_EQ(TrvsGetRevision(kContext, both.c_str(), 0, "1.0", nullptr, nullptr, 0, nullptr, 0, 0),
+            0);
+  EXPECT_EQ(support::readFile(path("a(1)")), "0");
+}
+
+TEST_F(CheckOut, RefusesDamagedRevisionsAndGivesTheOthers) {
+  std::mt19937 random(7);
+  std::string first(5000, '\0');
+  std::string second(5000, '\0');
+  for (char& byte : first) byte = static_cast<char>(random());
+  for (char& byte : second) byte = static_cast<char>(random());
+  ASSERT_EQ(create(), 0);
+  ASSERT_EQ(put(first, {.flags = TRVS_PUT_KEEP_LOCK}), 0);
+  ASSERT_EQ(put(second, {}), 0);
+  std::string file = support::readFile(archive());
+  const size_t place = file.find(first.substr(1000, 100));  // Random bytes are stored as they are.
+  ASSERT_NE(place, std::string::npos);
+  file[place] = static_cast<char>(file[place] ^ 1);
+  write("m.c_v", file);
+  EXPECT_EQ(content("1.0"), "status 27");
+  EXPECT_TRUE(content("1.1") == second);
+  char damaged[16] = "";
+  EXPECT_EQ(TrvsVerifyArchive(kContext, archive().c_str(), damaged, 4), 8);
+  EXPECT_EQ(TrvsVerifyArchive(kContext, archive().c_str(), damaged, 16), 27);
+  EXPECT_EQ(std::string(damaged, 5), "1.0\0\0"s);
+}
+
+TEST_F(CheckIn, ComputesArchiveNames) {
+  struct Case {
+    const char* configuration;
+    std::string workfile;
+    std::string want;
+  };
+  const std::string here = path("");
+  write("b/m.c_x", "");
+  const Case cases[] = {
+      {"", "m.c", "m.c_v"},
+      {"", "V:\\src\\m.c", "m.c_v"},
+      {"ARCHIVESUFFIX c = _x\n", "/src/m.C", "m.C_x"},
+      {"ARCHIVESUFFIX . = _n\n", "a.b/makefile", "makefile_n"},
+      {"VCSDIR = V:\\a;V:\\b\n", "m.c", "V:\\a\\m.c_v"},
+      {"VCSDIR = ;a/;b\n", "m.c", "a/m.c_v"},
+      {"VCSDIR = V:\n", "m.c", "V:m.c_v"},
+      {"VCSDIR = vault\n", "m.c", "vault/m.c_v"},
+      {"ARCHIVESUFFIX c = _x\nVCSDIR = %a;%b\n", "m.c", here + "b/m.c_x"},
+  };
+  for (const Case& c : cases) {
+    std::string text = c.configuration;
+    for (size_t at; (at = text.find('%')) != std::string::npos;) text.replace(at, 1, here);
+    configure(text);
+    char buffer[2049];
+    EXPECT_EQ(TrvsComputeArchiveName(c.workfile.c_str(), buffer, 2049), 0);
+    EXPECT_EQ(buffer, c.want);
+    EXPECT_EQ(TrvsComputeArchiveName(c.workfile.c_str(), buffer,
+                                     static_cast<int32_t>(std::strlen(buffer))),
+              8);
+  }
+  char buffer[9];
+  EXPECT_EQ(TrvsComputeArchiveName("dir/", buffer, 9), 9);
+}
+
+}  // namespace
+}  // namespace btkf520_test
