@@ -1,0 +1,443 @@
+// btkf520/reports_test.cpp: dates, logs and differences.
+#include <algorithm>
+#include <random>
+
+#include "btkf520/archives.h"
+#include "btkf520/dates.h"
+#include "btkf520/operations/linediff.h"
+#include "btkf520/operations/times.h"
+
+namespace btkf520_test {
+namespace {
+
+using std::string_literals::operator""s;
+using btkf::Fill;
+
+class Logs : public Archives {};
+class Differences : public Archives {};
+
+// 2026-05-17 13:45:30.
+constexpr uint32_t kNow = 46u << 25 | 5u << 21 | 17u << 16 | 13u << 11 | 45u << 5 | 15;
+const btkf::DateRules kRules{btkf::kDefaultDateWords, btkf::kDefaultDateFormat, kNow};
+
+std::string read(const btkf::DateRules& rules, const char* text, Fill fill = Fill::kEarliest) {
+  const auto time = parseDate(rules, text, fill);
+  return time ? btkf::isoTime(*time) : "bad";
+}
+
+TEST(Dates, AreReadAsPeopleMeanThem) {
+  struct Case {
+    const char* text;
+    const char* earliest;
+    const char* latest;  // Null: the same.
+  };
+  const Case cases[] = {
+      {"", "1980-01-01 00:00:00", "2100-12-31 23:59:58"},
+      {"5", "2026-05-05 00:00:00", "2026-05-05 23:59:58"},
+      {"3/4", "2026-03-04 00:00:00", "2026-03-04 23:59:58"},
+      {"3/4/95", "1995-03-04 00:00:00", "1995-03-04 23:59:58"},
+      {"3/4/05", "2005-03-04 00:00:00", "2005-03-04 23:59:58"},
+      {"95", "1995-01-01 00:00:00", "1995-12-31 23:59:58"},
+      {"2/96", "1996-02-01 00:00:00", "1996-02-29 23:59:58"},
+      {"12:30", "2026-05-17 12:30:00", "2026-05-17 12:30:58"},
+      {"2pm", "2026-05-17 14:00:00", "2026-05-17 14:59:58"},
+      {"12am", "2026-05-17 00:00:00", "2026-05-17 00:59:58"},
+      {"12pm", "2026-05-17 12:00:00", "2026-05-17 12:59:58"},
+      {"13pm", "bad", nullptr},
+      {"pm", "2026-05-17 12:00:00", "2026-05-17 23:59:58"},
+      {"Mar 5", "2026-03-01 05:00:00", "2026-03-31 05:59:58"},
+      {"5 Mar", "2026-03-01 05:00:00", "2026-03-31 05:59:58"},
+      {"March 5, 1995", "bad", nullptr},
+      {"Mar/5/1995", "1995-03-05 00:00:00", "1995-03-05 23:59:58"},
+      {"12/25/95 10:30", "1995-12-25 10:30:00", "1995-12-25 10:30:58"},
+      {"10:30:20 12/25/95", "1995-12-25 10:30:20", nullptr},
+      {"1/2 10:30:21", "2026-01-02 10:30:20", nullptr},
+      {"2/29/96", "1996-02-29 00:00:00", "1996-02-29 23:59:58"},
+      {"12/31/2100", "2100-12-31 00:00:00", "2100-12-31 23:59:58"},
+      {"2/29/97", "bad", nullptr},
+      {"13/1/95", "bad", nullptr},
+      {"1/1/2101", "bad", nullptr},
+      {"1/1/200", "bad", nullptr},
+      {"Jan 5 Feb", "bad", nullptr},
+      {"Ja", "2026-01-01 00:00:00", "2026-01-31 23:59:58"},
+      {"J", "bad", nullptr},
+      {"Januaryx", "bad", nullptr},
+      {"1:2:3:4", "bad", nullptr},
+      {"1/2/3/4", "bad", nullptr},
+      {"am pm", "bad", nullptr},
+      {"99999999999999999999", "bad", nullptr},
+      {"1995 1996", "bad", nullptr},
+  };
+  for (const Case& c : cases) {
+    EXPECT_EQ(read(kRules, c.text), c.earliest) << c.text;
+    EXPECT_EQ(read(kRules, c.text, Fill::kLatest), c.latest == nullptr ? c.earliest : c.latest)
+        << c.text;
+  }
+  const btkf::DateRules german{
+      "Januar Februar Maerz April Mai Juni Juli August September Oktober "
+      "November Dezember VM NM",
+      "dd.mm.yy hh:mm:ss", kNow};
+  EXPECT_EQ(read(german, "3.12.95 4:05nm"), "1995-12-03 16:05:00");
+  EXPECT_EQ(read(german, "3.Mae.95"), "1995-03-03 00:00:00");
+  EXPECT_EQ(read(german, "12/31/95"), "1995-01-01 12:31:00") << "a time: / is no date separator";
+}
+
+TEST(Dates, MakeRanges) {
+  struct Case {
+    const char* text;
+    const char* from;
+    const char* to;
+  };
+  const Case cases[] = {
+      {"3/4/95", "1995-03-04 00:00:00", "1995-03-04 23:59:58"},
+      {"1995*", "1995-01-01 00:00:00", "2100-12-31 23:59:58"},
+      {"*1995", "1980-01-01 00:00:00", "1995-12-31 23:59:58"},
+      {"3/95*4/95", "1995-03-01 00:00:00", "1995-04-30 23:59:58"},
+      {"*", "1980-01-01 00:00:00", "2100-12-31 23:59:58"},
+      {" /.", "2026-05-17 13:45:30", "2026-05-17 13:45:30"},
+  };
+  for (const Case& c : cases) {
+    const auto range = parseDateRange(kRules, c.text);
+    ASSERT_TRUE(range) << c.text;
+    EXPECT_EQ(btkf::isoTime(range->from), c.from) << c.text;
+    EXPECT_EQ(btkf::isoTime(range->to), c.to) << c.text;
+  }
+  for (const char* bad : {"x*1995", "1995*x", "1995*1996*1997"}) {
+    EXPECT_FALSE(parseDateRange(kRules, bad)) << bad;
+  }
+}
+
+TEST(Dates, SurviveAnyText) {
+  std::mt19937 random(3);
+  const std::string_view parts[] = {"1", "12",  "95", "1995", "/",    ":",
+                                    " ", "Jan", "pm", "*",    "\xe9", "-"};
+  for (int i = 0; i < 20000; ++i) {
+    std::string text;
+    for (size_t count = random() % 8; count > 0; --count)
+      text += parts[random() % std::size(parts)];
+    const auto time = parseDate(kRules, text, i % 2 == 0 ? Fill::kEarliest : Fill::kLatest);
+    if (time) {
+      EXPECT_GE(*time, 1u << 21 | 1u << 16) << text;
+      EXPECT_LE(*time, 0xf19fbf7d) << text;
+    }
+  }
+}
+
+TEST_F(Logs, HaveAFormForEachQuestion) {
+  struct Case {
+    const char* why;
+    uint32_t flags;
+    const char* revisions;
+    const char* filters[5];  // Authors, lockers, labels, groups, words.
+    const char* dates;
+    std::string want;  // The lines, "|" between them; dates as "@minute".
+  };
+  makeBranches();
+  become("bob");
+  configure("PROMOTE dev = test\n");
+  ASSERT_EQ(put("9\n", {.change = "Mend\nmore", .time = minute(9)}), 0);
+  TrvsSetAttributes(kContext, archive().c_str(), TRVS_ATTRIBUTE_CHECK_LOCKS, 0);
+  ASSERT_EQ(lock(), 0);
+  ASSERT_EQ(label("REL", "1.0"), 0);
+  ASSERT_EQ(label("TIP", "1", TRVS_LABEL_FLOATS), 0);
+  const uint32_t bare = TRVS_LOG_NO_HEADING;
+  const uint32_t brief = bare | TRVS_LOG_BRIEF;
+  const std::string tip = "1.3  @9  bob  Mend";
+  const Case cases[] = {
+      {"brief",
+       brief,
+       nullptr,
+       {},
+       nullptr,
+       tip + "|1.2  @3  ann|1.1.2.0  @5  ann|1.1.1.0  @4  ann|1.1  @2  ann|1.0  @1  ann"},
+      {"oldest first",
+       brief | TRVS_LOG_OLDEST_FIRST,
+       "1.1*1.1.1.0",
+       {},
+       nullptr,
+       "1.1  @2  ann|1.1.1.0  @4  ann"},
+      {"by date",
+       bare | TRVS_LOG_BY_DATE,
+       "*1.2",
+       {},
+       nullptr,
+       "1.1.2.0  @5  ann|1.1.1.0  @4  ann|1.2  @3  ann|1.1  @2  ann|1.0  @1  ann"},
+      {"by author",
+       bare | TRVS_LOG_BY_AUTHOR,
+       "1.2*",
+       {},
+       nullptr,
+       "ann:|    1.2  @3  ann|bob:|    " + tip},
+      {"labels",
+       bare | TRVS_LOG_LABELS,
+       nullptr,
+       {},
+       nullptr,
+       "REL  1.0  @1  ann|TIP (floats with 1)  " + tip},
+      {"locked", bare | TRVS_LOG_LOCKED, nullptr, {}, nullptr, "bob  " + tip},
+      {"groups", bare | TRVS_LOG_GROUPS, nullptr, {}, nullptr, "dev  " + tip},
+      {"one branch", brief, "1.1.2", {}, nullptr, "1.1.2.0  @5  ann"},
+      {"authors", brief, nullptr, {"eve, bob"}, nullptr, tip},
+      {"lockers", brief, nullptr, {nullptr, "bob"}, nullptr, tip},
+      {"no such locker", brief, nullptr, {nullptr, "ann"}, nullptr, ""},
+      {"labels wanted", brief, nullptr, {nullptr, nullptr, "X,REL"}, nullptr, "1.0  @1  ann"},
+      {"groups wanted", brief, nullptr, {nullptr, nullptr, nullptr, "dev"}, nullptr, tip},
+      {"words", brief, nullptr, {nullptr, nullptr, nullptr, nullptr, "MORE"}, nullptr, tip},
+      {"all must agree", brief, nullptr, {"ann", "bob"}, nullptr, ""},
+      {"dates", brief, nullptr, {}, "2/3/01 00:03*2/3/01 00:04", "1.2  @3  ann|1.1.1.0  @4  ann"},
+      {"a label as the end", brief, "*REL", {}, nullptr, "1.0  @1  ann"},
+  };
+  answerQuestions();
+  for (const Case& c : cases) {
+    SCOPED_TRACE(c.why);
+    lines.clear();
+    ASSERT_EQ(TrvsLog(kContext, archive().c_str(), c.revisions, c.filters[0], c.filters[1],
+                      c.filters[2], c.filters[3], c.filters[4], c.dates, "", c.flags),
+              0);
+    std::string got;
+    for (const std::string& line : lines) got += (got.empty() ? "" : "|") + line.substr(2);
+    for (size_t at; (at = got.find("2001-02-03 00:0")) != std::string::npos;) {
+      got.replace(at, 19, "@" + got.substr(at + 15, 1));
+    }
+    EXPECT_EQ(got, c.want);
+  }
+}
+
+TEST_F(Logs, TellAllInFull) {
+  ASSERT_EQ(create("a motor\nfor cars"), 0);
+  ASSERT_EQ(put("12345", {.label = "A", .change = "first\r\nline", .time = minute(1)}), 0);
+  ASSERT_EQ(lock(), 0);
+  const std::string output = path("log");
+  const auto report = [&](uint32_t flags) {
+    return TrvsLog(kContext, archive().c_str(), "", "", "", "", "", "", "", output.c_str(), flags);
+  };
+  ASSERT_EQ(report(TRVS_LOG_FULL), 0);
+  std::string text = support::readFile(output);
+  const size_t changed = text.find("Changed:");
+  ASSERT_NE(changed, std::string::npos);
+  text.erase(changed, text.find('\n', changed) + 1 - changed);  // The workfile's own time.
+  EXPECT_EQ(text, "Archive:      " + archive() +
+                      "\nWorkfile:     m.c\nOwner:        ann\nCreated:      2001-02-03 00:00:00\n"
+                      "Attributes:   locks are checked, workfiles are read-only\n"
+                      "Access:       everybody\nRevisions:    1\nLocks:        1\n"
+                      "Description:\n    a motor\n    for cars\n\n"
+                      "Revision:     1.0\nChecked in:   2001-02-03 00:01:00\n"
+                      "Author:       ann\nSize:         5\nLocked by:    ann\nLabels:       A\n"
+                      "    first\n    line\n\n");
+  EXPECT_EQ(report(TRVS_LOG_FULL), 24) << "nobody agreed to overwrite";
+  answerQuestions();
+  EXPECT_EQ(report(TRVS_LOG_NEWEST | TRVS_LOG_NO_HEADING), 0);
+  EXPECT_TRUE(support::readFile(output).starts_with("Revision:     1.0\n"));
+  EXPECT_EQ(report(TRVS_LOG_BRIEF | TRVS_LOG_NEWEST), 10) << "one mode";
+  EXPECT_EQ(report(0x200), 10);
+  const auto ranges = [&](const char* revisions, const char* dates) {
+    return TrvsLog(kContext, archive().c_str(), revisions, "", "", "", "", "", dates, "", 0);
+  };
+  EXPECT_EQ(ranges("1.7*", nullptr), 18);
+  EXPECT_EQ(ranges("REL*", nullptr), 11);
+  EXPECT_EQ(ranges(nullptr, "32/1/95*"), 17);
+
+  answers[4] = 1;
+  lines.clear();
+  EXPECT_EQ(ranges(nullptr, nullptr), 0);
+  EXPECT_EQ(lines.size(), 1u) << "enough";
+  answers[4] = 2;
+  EXPECT_EQ(ranges(nullptr, nullptr), 15);
+}
+
+// All lines of both texts once, the slow way: the length of the longest common subsequence.
+size_t slowCommon(const std::vector<std::string>& first, const std::vector<std::string>& second) {
+  std::vector<std::vector<size_t>> best(first.size() + 1, std::vector<size_t>(second.size() + 1));
+  for (size_t i = 1; i <= first.size(); ++i) {
+    for (size_t j = 1; j <= second.size(); ++j) {
+      best[i][j] = first[i - 1] == second[j - 1] ? best[i - 1][j - 1] + 1
+                                                 : std::max(best[i - 1][j], best[i][j - 1]);
+    }
+  }
+  return best[first.size()][second.size()];
+}
+
+// What counts of a line, the slow way: case and blanks folded to begin with.
+std::string slowFolded(std::string_view line, const btkf::LineRules& rules) {
+  std::string result;
+  for (char c : line) {
+    if (rules.ignoreCase && c >= 'a' && c <= 'z') c = static_cast<char>(c - 'a' + 'A');
+    if (rules.ignoreSpace && (c == ' ' || c == '\t' || c == '\r' || c == '\n')) {
+      if (!result.empty() && result.back() == ' ') continue;
+      c = ' ';
+    }
+    result += c;
+  }
+  if (rules.ignoreSpace && result.ends_with(' ')) result.pop_back();
+  return result;
+}
+
+// The library's search leaves a line out now and then that could have stayed.
+TEST(LineDifferences, AreValidAndAsGoodAsShortest) {
+  size_t missed = 0;
+  const std::string_view parts[] = {"a\n",   "A\n", "b\n",   "b \n", "a  b\n",
+                                    "a b\n", "\n",  "b\r\n", "c"};
+  for (unsigned seed = 0; seed < 2000; ++seed) {
+    SCOPED_TRACE(seed);
+    std::mt19937 random(seed);
+    std::string texts[2];
+    for (std::string& text : texts) {
+      for (size_t count = random() % 15; count > 0; --count) {
+        text += parts[random() % std::size(parts)];
+      }
+    }
+    const btkf::LineRules rules{seed % 2 == 1, seed % 4 > 1, false, 0, {}};
+    const auto first = btkf::linesOf(texts[0]);
+    const auto second = btkf::linesOf(texts[1]);
+    std::vector<std::string> folded[2];
+    for (const std::string_view line : first) folded[0].push_back(slowFolded(line, rules));
+    for (const std::string_view line : second) folded[1].push_back(slowFolded(line, rules));
+
+    std::vector<std::string> rebuilt;
+    size_t at = 0;
+    size_t common = 0;
+    for (const btkf::Edit& edit : compareLines(first, second, rules)) {
+      ASSERT_GE(edit.first, at);
+      for (; at < edit.first; ++at, ++common) rebuilt.push_back(folded[0].at(at));
+      ASSERT_EQ(edit.second, rebuilt.size());
+      for (size_t i = 0; i < edit.secondCount; ++i) {
+        rebuilt.push_back(folded[1].at(edit.second + i));
+      }
+      at += edit.firstCount;
+    }
+    for (; at < folded[0].size(); ++at, ++common) rebuilt.push_back(folded[0][at]);
+    EXPECT_EQ(rebuilt, folded[1]);
+    missed += slowCommon(folded[0], folded[1]) - common;
+  }
+  EXPECT_LE(missed, 10u);
+}
+
+TEST_F(Differences, CountOnlyWhatTheyAreToldTo) {
+  struct Case {
+    const char* why;
+    std::string first;
+    std::string second;
+    uint32_t flags;
+    int16_t tabWidth;
+    const char* columns;
+    int want;
+  };
+  const Case cases[] = {
+      {"equal", "a\n", "a\n", 0, 0, nullptr, 0},
+      {"different", "a\n", "b\n", 0, 0, nullptr, 1},
+      {"empty", "", "a\n", 0, 0, nullptr, 1},
+      {"case", "a B\n", "A b\n", TRVS_DIFF_IGNORE_CASE, 0, nullptr, 0},
+      {"case matters", "a\n", "A\n", TRVS_DIFF_IGNORE_SPACE, 0, nullptr, 1},
+      {"blanks", "a \t b  \n", "a b\r\n", TRVS_DIFF_IGNORE_SPACE, 0, nullptr, 0},
+      {"a blank or none", "a b\n", "ab\n", TRVS_DIFF_IGNORE_SPACE, 0, nullptr, 1},
+      {"line ends", "a\r\nb", "a\nb\n", TRVS_DIFF_IGNORE_LINE_ENDS, 0, nullptr, 0},
+      {"line ends matter", "a\r\n", "a\n", 0, 0, nullptr, 1},
+      {"the last end matters", "a", "a\n", 0, 0, nullptr, 1},
+      {"tabs", "a\tb\n", "a   b\n", 0, 4, nullptr, 0},
+      {"tabs of another width", "a\tb\n", "a   b\n", 0, 8, nullptr, 1},
+      {"columns", "001 a 9\n", "002 a 8\n", 0, 0, "1-3, 7", 0},
+      {"other columns", "001 a 9\n", "002 a 8\n", 0, 0, "1-3", 1},
+      {"binary", "a\0b"s, "a\0B"s, TRVS_DIFF_IGNORE_CASE, 0, nullptr, 1},
+      {"equal binary", "a\0b"s, "a\0b"s, 0, 0, nullptr, 0},
+  };
+  const std::string first = path("first");
+  const std::string second = path("second(2)");
+  int16_t result = -1;
+  const auto test = [&](uint32_t flags, int16_t tabWidth, const char* columns) {
+    return TrvsTestDifferences(kContext, first.c_str(), "", second.c_str(), "", &result, tabWidth,
+                               columns, flags);
+  };
+  for (const Case& c : cases) {
+    SCOPED_TRACE(c.why);
+    write("first", c.first);
+    write("second(2)", c.second);
+    EXPECT_EQ(test(c.flags, c.tabWidth, c.columns), 0);
+    EXPECT_EQ(result, c.want);
+  }
+  for (const char* bad : {"1-", "0", "5-3", "x", ","}) EXPECT_EQ(test(0, 0, bad), 60) << bad;
+  EXPECT_EQ(test(0x20, 0, ""), 10);
+  EXPECT_EQ(test(0, 65, ""), 10);
+  EXPECT_EQ(TrvsTestDifferences(kContext, "", "", first.c_str(), "", &result, 0, "", 0), 10);
+  EXPECT_EQ(TrvsTestDifferences(kContext, first.c_str(), "", "", "", &result, 0, "", 0), 10);
+  EXPECT_EQ(TrvsTestDifferences(kContext, path("no").c_str(), "", "", "", &result, 0, "", 0), 2);
+}
+
+TEST_F(Differences, FindBothSides) {
+  struct Case {
+    const char* why;
+    std::string names[2];
+    const char* revisions[2];
+    int32_t status;
+    int want;
+  };
+  makeBranches();
+  write("m.c", "2\n");
+  write("plain", "1\n");
+  const std::string plain = path("plain");
+  const Case cases[] = {
+      {"the tip and the workfile", {specification(), ""}, {"", ""}, 0, 0},
+      {"another revision and the workfile", {specification(), ""}, {"1.0", ""}, 0, 1},
+      {"two revisions", {archive(), ""}, {"1.0", "1.1"}, 0, 1},
+      {"a revision and a file", {archive(), plain}, {"1.1", ""}, 0, 0},
+      {"a file and a tip", {plain, archive()}, {"", ""}, 0, 1},
+      {"a file has no revisions", {plain, archive()}, {"1.1", ""}, 27, 1},
+      {"no such revision", {archive(), ""}, {"1.0", "1.7"}, 18, 1},
+      {"no workfile", {archive() + "(" + path("no") + ")", ""}, {"", ""}, 32, 1},
+  };
+  for (const Case& c : cases) {
+    SCOPED_TRACE(c.why);
+    int16_t result = 1;
+    EXPECT_EQ(TrvsTestDifferences(kContext, c.names[0].c_str(), c.revisions[0], c.names[1].c_str(),
+                                  c.revisions[1], &result, 0, nullptr, 0),
+              c.status);
+    EXPECT_EQ(result, c.want);
+  }
+}
+
+TEST_F(Differences, AreWrittenForPeopleAndForViewers) {
+  write("first", "1\n2\n3\n4\n5\n6\n7\n8\n9\n");
+  write("second", "0\n1\n2\n3\nfour\n5\n6\n8\n9");
+  const std::string first = path("first");
+  const std::string second = path("second");
+  const std::string output = path("out");
+  const std::string heading = "--- " + first + "\n+++ " + second + "\n";
+  const auto report = [&](int16_t context, uint32_t flags) {
+    unlink(output.c_str());
+    EXPECT_EQ(TrvsReportDifferences(kContext, first.c_str(), nullptr, second.c_str(), nullptr,
+                                    output.c_str(), context, 0, 0, nullptr, flags),
+              0);
+    return support::readFile(output);
+  };
+  EXPECT_EQ(report(1, 0), heading +
+                              "@@ -1 +1,2 @@\n+0\n 1\n"
+                              "@@ -3,7 +4,6 @@\n 3\n-4\n+four\n 5\n 6\n-7\n 8\n-9\n+9\n"
+                              "\\ No newline at end of file\n");
+  EXPECT_EQ(report(0, TRVS_DIFF_NO_HEADING | TRVS_DIFF_IGNORE_LINE_ENDS),
+            "@@ -0,0 +1 @@\n+0\n@@ -4 +5 @@\n-4\n+four\n@@ -7 +7,0 @@\n-7\n");
+  const std::string whole = report(-1, TRVS_DIFF_NO_HEADING);
+  EXPECT_TRUE(whole.starts_with("@@ -1,9 +1,9 @@\n+0\n 1\n 2\n 3\n-4\n")) << whole;
+
+  answerQuestions();
+  const auto delta = [&](uint32_t flags) {
+    lines.clear();
+    EXPECT_EQ(TrvsGenGuiDelta(kContext, first.c_str(), nullptr, second.c_str(), nullptr, 0, nullptr,
+                              nullptr, 255, 1, -2, 2, 3, 3, 0, flags),
+              0);
+    std::string text;
+    for (const std::string& line : lines) text += line.substr(2) + "|";
+    return text;
+  };
+  EXPECT_EQ(delta(TRVS_DIFF_IGNORE_LINE_ENDS),
+            "delta 1|first 9 " + first + "|second 9 " + second +
+                "|viewer 255 1 -2 2 3 3|added 1 0 1 1|same 1 3 2 3|changed 4 1 5 1|same 5 2 6 2|"
+                "deleted 7 1 8 0|same 8 2 8 2|");
+  write("second", "\0"s);
+  EXPECT_EQ(delta(TRVS_DIFF_NO_HEADING), "binary differ|");
+  EXPECT_EQ(report(3, 0), "Binary files " + first + " and " + second + " differ\n");
+  write("second", support::readFile(first));
+  EXPECT_EQ(delta(TRVS_DIFF_NO_HEADING), "same 1 9 1 9|");
+  EXPECT_EQ(report(3, 0), "");
+}
+
+}  // namespace
+}  // namespace btkf520_test
