@@ -1,0 +1,107 @@
+// btkf520/checkin_process_test.cpp: a team of processes that check in to one archive at once.
+#include <sys/wait.h>
+
+#include <map>
+#include <set>
+#include <sstream>
+
+#include "btkf520/archives.h"
+
+namespace btkf520_test {
+namespace {
+
+class Team : public Archives {
+ protected:
+  static constexpr int kMembers = 8;
+  static constexpr int kRounds = 6;
+
+  // One member's day: what was checked in, by its text, goes to the member's own file. 0, or the
+  // first status that must not be.
+  int32_t work(int member, bool withLocks) {
+    become(("user" + std::to_string(member)).c_str());
+    const std::string name = "work" + std::to_string(member);
+    const std::string both = archive() + "(" + path(name) + ")";
+    std::string acknowledged;
+    for (int round = 0; round < kRounds; ++round) {
+      if (withLocks) {
+        const int32_t status = TrvsGetRevision(kContext, both.c_str(), 0, nullptr, nullptr, nullptr,
+                                               0, nullptr, 0, TRVS_GET_LOCK | TRVS_GET_OVERWRITE);
+        if (status == 6 || status == 14) continue;
+        if (status != 0) return status;
+      }
+      const std::string text = name + " round " + std::to_string(round);
+      write(name, text);
+      const int32_t status =
+          TrvsPutRevision(kContext, 0, both.c_str(), 0, nullptr, nullptr, nullptr, text.c_str(),
+                          nullptr, nullptr, 0, TRVS_PUT_OLDER | TRVS_PUT_READ_ONLY);
+      if (status == 0) acknowledged += text + "\n";
+      if (status == 6 && withLocks) TrvsUnLockRevision(kContext, both.c_str(), nullptr, nullptr);
+      if (status != 0 && status != 6) return status;
+      chmod(path(name).c_str(), 0644);
+    }
+    write("acknowledged" + std::to_string(member), acknowledged);
+    return 0;
+  }
+
+  void run(bool withLocks) {
+    std::vector<pid_t> members;
+    for (int member = 0; member < kMembers; ++member) {
+      members.push_back(fork());
+      ASSERT_GE(members.back(), 0);
+      if (members.back() == 0) _exit(work(member, withLocks));
+    }
+    for (const pid_t member : members) {
+      int status = -1;
+      waitpid(member, &status, 0);
+      EXPECT_EQ(status, 0) << "status " << WEXITSTATUS(status);
+    }
+  }
+
+  // Everything acknowledged is there, once and whole; gives how many there are.
+  size_t check() {
+    std::map<std::string, std::string> contents;  // By change description.
+    std::istringstream numbers(revisions());
+    for (std::string number; numbers >> number;) {
+      char change[100] = "";
+      EXPECT_EQ(TrvsGetDescription(kContext, archive().c_str(), number.c_str(), change, 100), 0);
+      EXPECT_TRUE(contents.emplace(change, content(number.c_str())).second) << change;
+    }
+    std::set<std::string> acknowledged;
+    for (int member = 0; member < kMembers; ++member) {
+      std::istringstream mine(support::readFile(path("acknowledged" + std::to_string(member))));
+      for (std::string text; std::getline(mine, text);) acknowledged.insert(text);
+    }
+    for (const std::string& text : acknowledged) EXPECT_EQ(contents[text], text);
+    EXPECT_EQ(contents.size(), acknowledged.size() + 1) << "nothing that nobody knows of";
+    EXPECT_EQ(TrvsVerifyArchive(kContext, archive().c_str(), nullptr, 0), 0);
+    return acknowledged.size();
+  }
+};
+
+TEST_F(Team, LosesNothingWithoutLocks) {
+  ASSERT_EQ(create(), 0);
+  ASSERT_EQ(TrvsSetAttributes(kContext, archive().c_str(), 0, TRVS_ATTRIBUTE_CHECK_LOCKS), 0);
+  ASSERT_EQ(put("first", {.change = "first"}), 0);
+  run(false);
+  EXPECT_GE(check(), 1u);
+}
+
+TEST_F(Team, LosesNothingWhenItWaits) {
+  ASSERT_EQ(create(), 0);
+  ASSERT_EQ(TrvsSetAttributes(kContext, archive().c_str(), 0, TRVS_ATTRIBUTE_CHECK_LOCKS), 0);
+  ASSERT_EQ(put("first", {.change = "first"}), 0);
+  answerQuestions();
+  run(false);
+  EXPECT_GE(check(), 1u);
+}
+
+TEST_F(Team, LosesNothingWithLocks) {
+  ASSERT_EQ(create(), 0);
+  ASSERT_EQ(put("first", {.change = "first"}), 0);
+  answerQuestions();
+  run(true);
+  EXPECT_GE(check(), 1u);
+}
+
+}  // namespace
+}  // namespace btkf520_test
