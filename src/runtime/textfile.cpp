@@ -217,9 +217,9 @@ struct TextFile::State {
     exclusiveHolds().add(held.status);
   }
 
-  // Whether the change is an append that the system carries out at once.
+  // Whether the system carries out an append of `length` bytes at once.
   bool fitsAppend(size_t length) const {
-    return !isCleared && held.status.size % kPageSize + length <= kPageSize;
+    return held.status.size % kPageSize + length <= kPageSize;
   }
 
   bool append(std::string_view bytes) {
@@ -245,11 +245,14 @@ struct TextFile::State {
     FileStatus present;
     if (!held.file.readStatus(&present) || !held.isNamedBy(path)) return false;
     held.status = present;
-    if (!isCleared) {
-      const std::string added = withCarriageReturns(text.view().substr(keptSize));
-      if (fitsAppend(added.size())) return append(added);
-    }
-    return rewrite(withCarriageReturns(text.view()));
+    if (isCleared) return rewrite(withCarriageReturns(text.view()));
+    const std::string added = withCarriageReturns(text.view().substr(keptSize));
+    if (fitsAppend(added.size())) return append(added);
+    TextBuffer whole;  // With what was there byte for byte, whatever its line ends.
+    whole.reserve(held.status.size + added.size());
+    if (held.read(&whole) != FileResult::kOk) return false;
+    whole.append(added);
+    return rewrite(whole.view());
   }
 };
 
