@@ -203,11 +203,11 @@ TVHandle& TVChildList::current(int* position) {
                 position);
 }
 
-void TVChildList::collect(std::vector<TVHandle*>* target, const VClassRecord* record) {
+void TVChildList::collect(VOrdCollect* target, const VClassRecord* record) {
   target->clear();
   for (TVHandle* handle = &first(record, nullptr); !handle->isNull();
        handle = &next(record, nullptr)) {
-    target->push_back(handle);
+    target->add(handle);
   }
 }
 

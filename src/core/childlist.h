@@ -10,6 +10,7 @@
 #include <string>
 #include <vector>
 
+#include "base/containers.h"
 #include "base/vstring.h"
 #include "core/handle.h"
 
@@ -45,7 +46,7 @@ class TVChildList {
   TVHandle& find(const VString& key, VBool caseSensitive, const VClassRecord* record, int sortType,
                  int* position);
   TVHandle& findNext(int* position);
-  void collect(std::vector<TVHandle*>* target, const VClassRecord* record);
+  void collect(VOrdCollect* target, const VClassRecord* record);
 
   void setSortType(const VClassRecord* record, int sortType);
   void setGroupOrder(const VClassRecord* record, int order);
