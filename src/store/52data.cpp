@@ -351,7 +351,7 @@ VString storageDirectory(const VString& ownerDirectory, std::string_view dir) {
 }
 
 TVDataFilePair::TVDataFilePair(const char* publicName, const char* privateName)
-    : public_{publicName, {}, {}, false}, private_{privateName, {}, {}, false} {}
+    : public_{.name = publicName}, private_{.name = privateName} {}
 
 VPathString TVDataFilePair::path(Side side) const {
   const File& file = at(side);
@@ -369,6 +369,7 @@ int TVDataFilePair::read(Side side, TVObject* owner, TVHandle& context,
   TVDataFileReader reader(owner, context, filePath, file.directory, sections, side, true, access);
   const int code = reader.readFile(stream);
   file.unread = code != 0 && fileExists(filePath.view());
+  file.absent = code != 0 && !file.unread;
   if (code != 0) file.stamp = {};
   return code;
 }
@@ -376,11 +377,22 @@ int TVDataFilePair::read(Side side, TVObject* owner, TVHandle& context,
 void TVDataFilePair::skip(Side side) {
   File& file = at(side);
   file.stamp = {};
+  file.absent = false;
   file.unread = !file.directory.isEmpty() && fileExists(path(side).view());
 }
 
+void TVDataFilePair::passOver(Side side) {
+  File& file = at(side);
+  file.stamp = {};
+  file.unread = false;
+  file.absent = true;
+}
+
+// A file that was missing and still is has not changed: reading a large project again for each find
+// because it has no private file would be waste.
 bool TVDataFilePair::hasChanged(Side side) const {
   const File& file = at(side);
+  if (file.absent) return fileExists(path(side).view());
   return !file.stamp.isSet() || !(fileStamp(path(side).view()) == file.stamp);
 }
 
@@ -415,6 +427,7 @@ void TVDataFilePair::endWrite(Side side, TVDataFileWriter& writer, TVHandle& con
   File& file = at(side);
   const TextFile& stream = *writer.stream(side);
   const bool written = keep && writer.commit(side, context);
+  file.absent = false;
   file.stamp = written && !file.unread ? stream.stamp() : FileStamp();
 }
 

@@ -148,6 +148,8 @@ class TVDataFilePair {
   // Reads one side. 0, or the code of the failure; the file then counts as unread.
   int read(Side side, TVObject* owner, TVHandle& context, const KeyTableEntry* sections,
            TVDataFile::Access access, const TextFile* stream);
+  // Notes that a side has nothing to read.
+  void passOver(Side side);
   // Notes that a side could not be read because another failed.
   void skip(Side side);
   // Whether all that exists was read to its end.
@@ -167,9 +169,10 @@ class TVDataFilePair {
  private:
   struct File {
     const char* name;
-    VString directory;
-    FileStamp stamp;
-    bool unread = false;
+    VString directory = {};
+    FileStamp stamp = {};
+    bool unread = false;  // It exists, and was not read to its end.
+    bool absent = false;  // It was not there when it was to be read.
   };
   const File& at(Side side) const { return side == Side::kPublic ? public_ : private_; }
   File& at(Side side) { return side == Side::kPublic ? public_ : private_; }

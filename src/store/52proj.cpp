@@ -75,6 +75,7 @@ int TVProjectFolder52::writeChild(TVHandle& context, TVStorageLock* ownerLock) {
 int TVProjectFolder52::readSide(Side side, TVHandle& context, const TextFile* stream) {
   if (files_.directory(side).isEmpty()) {
     if (side == Side::kPublic) assertFail("52proj.cpp", 219);
+    files_.passOver(side);
     return 0;
   }
   const int code = files_.read(side, this, context, folderSections(), TVDataFile::Access::kRead,
