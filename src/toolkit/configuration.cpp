@@ -25,6 +25,9 @@ bool readConfiguration(const char* path, int32_t mode) {
   return TrvsQueryConfiguration(path, 0, 0, mode) == 0;
 }
 
+// A first file that can't be read leaves the defaults, and no file has an empty name.
+void forgetConfiguration() { readConfiguration("", TRVS_READ_FIRST); }
+
 }  // namespace
 
 VBool LoadConfiguration(const VPathString& rootPath, const VPathString& projectPath,
@@ -34,11 +37,14 @@ VBool LoadConfiguration(const VPathString& rootPath, const VPathString& projectP
     if (!readConfiguration(rootPath.text(), TRVS_READ_MASTER)) return false;
     mode = TRVS_READ_FOLLOWING;
   }
-  if (compareNoCase(projectPath.view(), rootPath.view()) != 0) {
-    if (!fileExists(projectPath.view())) {
+  const bool hasOwnFile = compareNoCase(projectPath.view(), rootPath.view()) != 0;
+  if (hasOwnFile && fileExists(projectPath.view())) {
+    if (!readConfiguration(projectPath.text(), mode)) return false;
+  } else {
+    // Without any file the settings of the project before must not stay.
+    if (mode == TRVS_READ_FIRST) forgetConfiguration();
+    if (hasOwnFile) {
       context.sink().error(context, FolderFileMessage(kFolderFileMissing, projectPath.text()));
-    } else if (!readConfiguration(projectPath.text(), mode)) {
-      return false;
     }
   }
   if (!readLocal || !fileExists("vcs.cfg")) return true;
