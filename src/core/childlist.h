@@ -74,12 +74,13 @@ class TVChildList {
     const VClassRecord* record;
     int groupOrder;
     int sortType;
+    std::vector<int> places = {};  // Where entries of the class stand. Empty if no other class does.
+    bool placesKnown = false;
   };
   struct Find {
     VString key;
     const VClassRecord* record = nullptr;
     int sortType = 0;
-    int order = 0;
     int position = -1;  // Next index for findNext(); -1 when the find is finished.
     bool bisect = false;
     bool caseSensitive = false;
@@ -98,9 +99,12 @@ class TVChildList {
   TVHandle& step(int from, int direction, const VClassRecord* record, int* position);
   TVHandle& found(int index, int* position);
   bool prepareFind();
-  int bisect(int start, int count);
+  int bisect();
+  int bisect(const std::vector<int>& places, int start, int count);
+  void fillPlaces(SortRow* rule);
+  void forgetPlaces();
+  bool isSought(const Entry& entry) const;
   int match(const Entry& entry);
-  int matchSameClass(const Entry& entry);
 
   TVHandle* owner_;
   std::deque<TVHandle> handles_;  // All handles, retired ones too; addresses never move.
