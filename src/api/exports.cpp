@@ -120,11 +120,7 @@ const char* GetProjectPrivateDir(TVHandle* project) {
   return projectText(project, [](auto& handle) { return handle.privateDir(); });
 }
 void SetProjectPrivateDir(TVHandle* project, const char* directory) {
-  api::guarded([&] {
-    TVProjectFolderHandle handle(api::resolve<Project>(project));
-    handle.markDirty();
-    handle.setPrivateDir(directory);
-  });
+  api::guarded([&] { TVProjectFolderHandle(api::resolve<Project>(project)).setPrivateDir(directory); });
 }
 
 int32_t OpenProject(TVHandle* project) { return api::open<Project>(project); }

@@ -66,6 +66,7 @@ void TVProjectFolderHandle::setDirectory(void (TVProjectFolder::*setter)(const V
   if (!rootEdit.taken()) return;
   editObject(*this, [&] {
     (as<TVProjectFolder>()->*setter)(dir);
+    if (setter == &TVProjectFolder::setPrivateWorkDir) markDirty();
     root.markDirty();
   });
 }
