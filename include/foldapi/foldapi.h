@@ -20,8 +20,9 @@
  *            that is closed, destroyed or of another kind than the function wants, is answered like
  *            a handle that stands for nothing: "", null, 0 or -1, and a change does nothing.
  *
- * Opening    The first open of a handle reads its data file; later ones read it again only if it
- *            changed. Each open raises the open count by 1 and each close lowers it. The open
+ * Opening    Each open raises the open count by 1 and each close lowers it. The open that takes it
+ *            from 0 reads the data files; what others change later shows after the last close and
+ *            the next open, or once a change of one's own had to read them again. The open
  *            functions and the close functions give the new count, or -1 for a handle that stands
  *            for nothing; closing a handle that is not open gives -1 as well.
  *
