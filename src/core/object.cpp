@@ -32,7 +32,8 @@ TVObject::~TVObject() {
     (*child)->owner_ = nullptr;
     delete *child;
   }
-  if (owner_ != nullptr && !transient_) owner_->children_.removeIdentical(this);
+  if (owner_ == nullptr || transient_) return;
+  if (owner_->children_.removeIdentical(this) != nullptr) owner_->lostChildren_ = true;
 }
 
 bool TVObject::isEqual(const VObject* other) const {
@@ -167,6 +168,7 @@ void TVObject::endUse() {
 void TVObject::reload(TVHandle& context) {
   for (TVObject* child : childrenInOrder()) child->unseen_ = true;
   readData(context, lockData_);
+  lostChildren_ = false;
   const bool complete = readWasComplete();
   const std::vector<TVObject*> left = childrenInOrder();
   for (auto child = left.rbegin(); child != left.rend(); ++child) {
@@ -184,7 +186,8 @@ VBool TVObject::beginEdit(TVHandle& context) {
   keepWrites_ = true;
   bool ready = false;
   try {
-    if (isStale(context)) reload(context);
+    // A rewrite needs all children in memory, and without a use they go with their handles.
+    if (lostChildren_ || isStale(context)) reload(context);
     ready = mayUpdate(context, lockData_);
   } catch (...) {
     giveUpStorage(context, false);
