@@ -196,8 +196,7 @@ int TVDataFileReader::recordFailed(int code, const std::string& name) {
 
 int TVDataFileReader::mergeProject(const std::string& name, const RecordKeys& keys) {
   if (source_ == Side::kPrivate) {
-    auto* project = static_cast<TVProjectFolder52*>(
-        findChild(name, [](const TVArchiveFolder& folder) { return !folder.isUnseen(); }));
+    auto* project = static_cast<TVProjectFolder52*>(findChild(name));
     if (project == nullptr) return kFolderPrivateOnly;
     if (!project->isDirty()) project->setPrivateWorkDir(keys.workDir);
     project->setStorageDir(source_, storageDirectory(directory_, *keys.dir));
@@ -231,11 +230,7 @@ int TVDataFileReader::readFolderRecord(TVKeyFile& file, OptionalText value) {
 bool TVDataFileReader::mergeFolder(const std::string& name, const RecordKeys& keys) {
   TVArchiveFolder52* folder = nullptr;
   if (source_ == Side::kPrivate) {
-    // A public folder counts if the public pass met it; a private one may be cached from before.
-    folder = static_cast<TVArchiveFolder52*>(
-        findChild(name, [&keys](const TVArchiveFolder& candidate) {
-          return !candidate.isUnseen() || (candidate.isPrivate() && !keys.overlay);
-        }));
+    folder = static_cast<TVArchiveFolder52*>(findChild(name));
     if (folder == nullptr && keys.overlay) return false;
   }
   if (folder == nullptr) folder = addFolder(name, keys);
@@ -254,10 +249,10 @@ TVArchiveFolder52* TVDataFileReader::addFolder(const std::string& name, const Re
   return folder;
 }
 
-// The first child in table order of a name that is accepted. Folders are known by their class, so a
-// member or a group of the same name is none.
-template <typename Accept>
-TVArchiveFolder* TVDataFileReader::findChild(const std::string& name, Accept accept) {
+// The first child in table order of a name that this read has met: one that is cached from before
+// counts only once its own record comes, as if it were read for the first time. Folders are known by
+// their class, so a member or a group of the same name is none.
+TVArchiveFolder* TVDataFileReader::findChild(const std::string& name) {
   if (!byNameFilled_) {
     byNameFilled_ = true;
     for (TVObject* child : owner()->childrenInOrder()) {
@@ -269,7 +264,7 @@ TVArchiveFolder* TVDataFileReader::findChild(const std::string& name, Accept acc
   const auto found = byName_.find(name);
   if (found == byName_.end()) return nullptr;
   for (TVArchiveFolder* folder : found->second) {
-    if (accept(*folder)) return folder;
+    if (!folder->isUnseen()) return folder;
   }
   return nullptr;
 }

@@ -84,8 +84,7 @@ class TVDataFileReader : public TVDataFile {
   bool mergeFolder(const std::string& name, const RecordKeys& keys);
   TVArchiveFolder52* addFolder(const std::string& name, const RecordKeys& keys);
   int recordFailed(int code, const std::string& name);
-  template <typename Accept>
-  TVArchiveFolder* findChild(const std::string& name, Accept accept);
+  TVArchiveFolder* findChild(const std::string& name);
 
   const VPathString& path_;
   const VString& directory_;
