@@ -162,12 +162,16 @@ void TVProjectFolder52::loadCache(TVHandle& context) {
 // New projects -------------------------------------------------------------------------------------
 
 // Gives the project a free directory below the root's. False if it has one, or the root has none.
+// The directory is made at once: a free name is one that nothing on disk has, so the next project of
+// the same short name would get it as well.
 bool TVProjectFolder52::nameDirectory(Side side) {
   const auto* root = static_cast<const TVProjectRoot*>(owner());
   if (root == nullptr || !files_.directory(side).isEmpty()) return false;
   const VString& base = side == Side::kPublic ? root->publicDir() : root->privateDir();
   files_.setDirectory(side, uniqueName(base, folderName(), ".prj"));
-  return !files_.directory(side).isEmpty();
+  if (files_.directory(side).isEmpty()) return false;
+  makeDirectories(files_.path(side).view());
+  return true;
 }
 
 void TVProjectFolder52::createStorage(TVHandle& context) {
