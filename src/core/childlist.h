@@ -74,7 +74,8 @@ class TVChildList {
     const VClassRecord* record;
     int groupOrder;
     int sortType;
-    std::vector<int> places = {};  // Where entries of the class stand. Empty if no other class does.
+    // Where the entries of the class stand. Empty if there are none, or none of another class.
+    std::vector<int> places = {};
     bool placesKnown = false;
   };
   struct Find {
