@@ -152,8 +152,12 @@ void TVObject::acquireBusy() {
 void TVObject::beginUse(TVHandle& context) {
   for (TVObject* child : childrenInOrder()) child->addReference(1);
   ++useCount_;
-  if (useCount_ > 1 && !isStale(context)) return;
-  reload(context);
+  try {
+    if (useCount_ == 1 || isStale(context)) reload(context);
+  } catch (...) {
+    endUse();
+    throw;
+  }
 }
 
 // Backwards, since taking the last entry of a chain leaves the others where they are.

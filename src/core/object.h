@@ -110,7 +110,8 @@ class TVObject : public VObject {
   // Deletes the object when its count falls below 1, and goes on up the owners.
   void releaseReference(int count);
 
-  // Opens a use: reads the children on the first one, and later when the storage is stale.
+  // Opens a use: reads the children on the first one, and later when the storage is stale. Where that
+  // throws, no use is open.
   void beginUse(TVHandle& context);
   void endUse();
   // Takes the storage for a change, and reads again what changed meanwhile. False when that failed;
