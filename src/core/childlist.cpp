@@ -256,6 +256,10 @@ TVHandle& TVChildList::found(int index, int* position) {
 
 TVHandle& TVChildList::findNext(int* position) {
   dropRetired();
+  if (keyChangesAtSort_ != TVObject::keyChanges()) {  // Prefixes may be those of old keys.
+    find_.prefixKnown = true;
+    find_.prefixed = false;
+  }
   const int count = static_cast<int>(entries_.size());
   int index = find_.position;
   if (index >= 0) {

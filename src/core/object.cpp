@@ -284,12 +284,14 @@ void TVObject::announce(TVObject* child) {
 
 uint64_t TVObject::keyChanges() { return theKeyChanges; }
 
+void TVObject::countKeyChange() { ++theKeyChanges; }
+
 void TVObject::leaveOwnerTable() {
   if (!transient_ && owner_ != nullptr) owner_->children_.removeIdentical(this);
 }
 
 void TVObject::keyChanged(bool inHash, uint64_t fingerprintBefore) {
-  ++theKeyChanges;
+  countKeyChange();
   if (inHash) hashValue_ = kHashUnknown;
   fingerprint_ = 0;
   if (transient_ || owner_ == nullptr) return;

@@ -157,10 +157,12 @@ class TVObject : public VObject {
   void acquireBusy();
   void releaseBusy() { busy_ = false; }
 
-  // Counts changes of keys in place, so that whoever remembers keys can tell.
+  // Counts changes of keys in place, sort keys too, so that whoever remembers keys can tell.
   static uint64_t keyChanges();
 
  protected:
+  // To be called by setters of sort keys that take no part in isEqual().
+  static void countKeyChange();
   // Runs `assign`, which changes a field that takes part in isEqual(), and keeps the owner's table
   // in order: the object moves if its hash takes part as well.
   template <typename Assign>

@@ -88,6 +88,13 @@ void TVArchiveFolder::setFolderName(const VString& name) {
   changeKey(true, [&] { folderName_ = name; });
 }
 
+// A sort key of the folder, and with the full work directory one of all members below it.
+void TVArchiveFolder::setPrivateWorkDir(const VString& dir) {
+  if (dir == privateWorkDir_) return;
+  privateWorkDir_ = dir;
+  countKeyChange();
+}
+
 void TVArchiveFolder::setIsPrivate(VBool isPrivate) {
   changeKey(false, [&] { isPrivate_ = isPrivate; });
 }
