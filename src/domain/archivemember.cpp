@@ -4,6 +4,7 @@
 #include "base/fingerprint.h"
 #include "core/optionarray.h"
 #include "domain/archivefolder.h"
+#include "domain/projectroot.h"
 #include "runtime/paths.h"
 
 namespace foldapi {
@@ -115,12 +116,34 @@ std::string_view TVArchiveMember::leadingPart(std::string_view key, int sortType
 
 // Names --------------------------------------------------------------------------------------------
 
+// A text that shows which separator the paths around this member use: a workfile "pid.c" in "control"
+// is joined as its archive and its folders are written.
+std::string_view TVArchiveMember::pathModel() const {
+  const auto hasSeparator = [](const VString& text) {
+    return text.view().find_first_of("\\/") != std::string_view::npos;
+  };
+  for (const VPathString* text : {&names_.workPath, &names_.archivePath}) {
+    if (hasSeparator(*text)) return text->view();
+  }
+  for (const TVObject* object = owner(); object != nullptr; object = object->owner()) {
+    const VString* directory = nullptr;
+    if (object->isKindOf(&TVArchiveFolder::theClass)) {
+      directory = &static_cast<const TVArchiveFolder*>(object)->privateWorkDir();
+    } else if (object->isKindOf(&TVProjectRoot::theClass)) {
+      directory = &static_cast<const TVProjectRoot*>(object)->publicDir();
+    }
+    if (directory != nullptr && hasSeparator(*directory)) return directory->view();
+  }
+  return {};
+}
+
 VPathString TVArchiveMember::fullWorkDir() const {
+  const std::string_view like = pathModel();
   std::string directory = names_.workPath.str();
   for (const TVObject* object = owner(); object != nullptr; object = object->owner()) {
     if (!object->isKindOf(&TVArchiveFolder::theClass)) continue;
     directory = joinPath(static_cast<const TVArchiveFolder*>(object)->privateWorkDir().view(),
-                         directory);
+                         directory, like);
   }
   return normalisePath(directory);
 }
@@ -128,15 +151,15 @@ VPathString TVArchiveMember::fullWorkDir() const {
 VPathString TVArchiveMember::fullWorkName() const {
   const VPathString directory = fullWorkDir();
   if (directory.isEmpty()) return names_.workName;
-  return buildPath(&directory.str(), names_.workName.view(), nullptr);
+  return buildPath(&directory.str(), names_.workName.view(), nullptr, pathModel());
 }
 
 VPathString TVArchiveMember::qualWorkName() const {
-  return VPathString(names_.workPath).join(names_.workName);
+  return VPathString(names_.workPath).join(names_.workName, pathModel());
 }
 
 VPathString TVArchiveMember::qualArchiveName() const {
-  return VPathString(names_.archivePath).join(names_.archiveName);
+  return VPathString(names_.archivePath).join(names_.archiveName, pathModel());
 }
 
 VString TVArchiveMember::pairedName() const {
