@@ -2,6 +2,7 @@
 #include "domain/promotionfolder.h"
 
 #include "base/fingerprint.h"
+#include "domain/projectfolder.h"
 
 namespace foldapi {
 
@@ -20,7 +21,10 @@ uint64_t TVPromotionFolder::computeFingerprint() const {
   return fingerprintText(promotionName_.view(), 5);
 }
 
+// Format 5.2 lists a group as a place for projects, and for groups none: a group can be read there,
+// and never be made. Kept so.
 TVPromotionFolderOptions::TVPromotionFolderOptions(int version)
-    : TVFolderOptions(&TVPromotionFolder::theClass, version, 2, {&TVPromotionFolder::theClass}) {}
+    : TVFolderOptions(&TVPromotionFolder::theClass, version, 2,
+                      {version == 1 ? &TVPromotionFolder::theClass : &TVProjectFolder::theClass}) {}
 
 }  // namespace foldapi
