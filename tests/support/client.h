@@ -4,8 +4,12 @@
 
 #include <algorithm>
 #include <filesystem>
+#include <iterator>
+#include <map>
+#include <set>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 #include "foldapi/foldapi.h"
@@ -95,11 +99,21 @@ class ScratchDatabase {
     std::sort(names.begin(), names.end());
     return names;
   }
-  // All of them with their contents: equal as long as nothing changed.
-  std::string everything() const {
-    std::string all;
-    for (const std::string& name : files()) all += "=== " + name + "\n" + shown(name) + "\n";
+  using Snapshot = std::map<std::string, std::string>;
+  Snapshot everything() const {
+    Snapshot all;
+    for (const std::string& name : files()) all[name] = shown(name);
     return all;
+  }
+  // The names of the files that are not now as they were.
+  std::vector<std::string> changedSince(const Snapshot& before) const {
+    const Snapshot now = everything();
+    std::vector<std::pair<std::string, std::string>> different;
+    std::set_symmetric_difference(before.begin(), before.end(), now.begin(), now.end(),
+                                  std::back_inserter(different));
+    std::set<std::string> names;
+    for (const auto& [name, bytes] : different) names.insert(name);
+    return {names.begin(), names.end()};
   }
 
  private:
