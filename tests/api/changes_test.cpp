@@ -265,6 +265,13 @@ TEST_F(Changes, SetProjectVCSDirsAppendsADirectiveThatCountsAtOnce) {
     EXPECT_STREQ(GetProjectVCSDirs(project), c.get);
   }
   EXPECT_STREQ(GetProjectVCSDirs(scratch_.openProject("P")), "/last/");
+  // A last line without an end, as an editor left it, is neither lost nor carried on.
+  scratch_.write("pub/P.prj/P.cfg", kVersionLine + "JOURNAL = /j");
+  project = scratch_.openProject("P");
+  SetProjectVCSDirs(project, "/new");
+  EXPECT_EQ(shown("pub/P.prj/P.cfg"), kVersionLine + "JOURNAL = /j\nVCSDIR=/new\n\n");
+  EXPECT_STREQ(GetProjectVCSDirs(project), "/new");
+  scratch_.openRoot();
   EXPECT_STREQ(GetProjectCfgFile(project), "");  // Of the session before.
 }
 

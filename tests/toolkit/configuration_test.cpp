@@ -121,7 +121,7 @@ TEST_F(ToolkitConfiguration, AppendsArchiveDirectories) {
     const char* after;
   } cases[] = {
       {"A=1\r\n", "d:\\arch", "A=1\r\nVCSDIR=d:\\arch\r\n\r\n"},
-      {"VCSDIR=old", "d:\\arch\\", "VCSDIR=oldVCSDIR=d:\\arch\r\n\r\n"},
+      {"VCSDIR=old", "d:\\arch\\", "VCSDIR=old\r\nVCSDIR=d:\\arch\r\n\r\n"},
       {"", "d:\\arch\\\\", "VCSDIR=d:\\arch\\\r\n\r\n"},
       {"", "d:\\arch\\ \t", "VCSDIR=d:\\arch\r\n\r\n"},
       {"", "\\", "VCSDIR=\r\n\r\n"},
