@@ -236,7 +236,6 @@ bool TVDataFileReader::mergeFolder(const std::string& name, const RecordKeys& ke
   if (folder == nullptr) folder = addFolder(name, keys);
   const bool ownRecord = source_ == Side::kPublic || folder->isPrivate();
   if (ownRecord && !folder->isDirty()) folder->setPrivateWorkDir(keys.workDir);
-  folder->setUnseen(false);
   folder->setStorageDir(source_, storageDirectory(directory_, *keys.dir));
   return true;
 }

@@ -319,14 +319,5 @@ TEST_F(ChildLists, SortsWhenDueAndNotBefore) {
   EXPECT_EQ(shelf.first(nullptr).name().str(), "1");
 }
 
-// Branches below a member stay as they were read: nothing is sorted, and nothing bisected.
-TEST_F(ChildLists, ListsThatAreNotSortable) {
-  TVChildList list(nullptr, false);
-  for (const char* name : {"c", "a", "b"}) list.add(theDefaultSink(), addMember("d", name));
-  EXPECT_EQ(list.first(nullptr, nullptr).name().str(), "c");
-  EXPECT_EQ(list.next(nullptr, nullptr).name().str(), "a");
-  EXPECT_EQ(list.find("d\\b", false, kMember, 6, nullptr).name().str(), "b");
-}
-
 }  // namespace
 }  // namespace foldapi

@@ -3,6 +3,8 @@
 
 #include <gtest/gtest.h>
 
+#include <sstream>
+
 #include "core/optionarray.h"
 #include "domain/projectfolder.h"
 #include "domain/projectroot.h"
@@ -118,81 +120,72 @@ TEST_F(DomainNames, KeysInTheOrderOfTheSortType) {
     }
     return text;
   };
-  const struct {
-    int sortType;
-    const char* member;
-    const char* folder;
-  } cases[] = {
-      {0, "wp wn ap an  ", "1 F dir  "},  {1, "wp wn ap an  ", "1 F dir  "},
-      {2, "wp wn ap an  ", "F 1 dir  "},  {3, "wp wn ap an  ", "dir 1 F  "},
-      {4, "wp wn ap an  ", "1 F dir  "},  {5, "/work/f/wp wn ap an  ", "1 F dir  "},
-      {6, "wp wn ap an  ", "1 F dir  "},  {7, "wn wp ap an  ", "1 F dir  "},
-      {8, "ap an wn wp  ", "1 F dir  "},  {9, "an ap wn wp  ", "1 F dir  "},
-      {10, "wp wn ap an  ", "1 F dir  "},
-  };
   const TVArchiveFolder folder("F", "dir", true, nullptr, false);
-  for (const auto& c : cases) {
-    EXPECT_EQ(keys(*handle.object(), c.sortType), c.member) << c.sortType;
-    EXPECT_EQ(keys(folder, c.sortType), c.folder) << c.sortType;
+  const char* const ofMember[] = {"wp wn ap an  ", "wn wp ap an  ", "ap an wn wp  ",
+                                  "an ap wn wp  ", "/work/f/wp wn ap an  "};
+  const char* const ofFolder[] = {"1 F dir  ", "F 1 dir  ", "dir 1 F  "};
+  for (int type = 0; type <= 10; ++type) {
+    EXPECT_EQ(keys(*handle.object(), type), ofMember[type >= 7 && type <= 9 ? type - 6
+                                                     : type == 5            ? 4
+                                                                            : 0]);
+    EXPECT_EQ(keys(folder, type), ofFolder[type == 2 || type == 3 ? type - 1 : 0]);
   }
 }
 
+// Rows are a sort type and keys, each with the sign of its comparison behind a blank; "!" before
+// the keys asks for exact case.
 TEST_F(DomainNames, KeysCompareWithTheFieldsOfTheSortType) {
-  const TVHandle handle = member({"ap", "an", "wp", "wn"}, "/work", "f");
-  const TVArchiveFolder folder("F", "dir", true, nullptr, false);
+  const TVHandle m = member({"ap", "an", "wp", "wn"}, "/work", "f");
+  const TVHandle f(nullptr, new TVArchiveFolder("F", "dir", true, nullptr, false));
   const struct {
-    const char* key;
+    const TVHandle& handle;
     int sortType;
-    bool caseSensitive;
-    int member;  // The sign.
-    int folder;
+    const char* keys;
   } cases[] = {
-      {"wp/wn", 6, true, 0, 0},  {"wp\\wn", 0, true, 0, 1},
-      {"WP/wn", 6, false, 0, 0}, {"WP/wn", 6, true, -1, 0},
-      {"wp/wa", 6, true, -1, 0}, {"wq/wa", 6, true, 1, 0},
-      {"wn", 6, true, -1, 0},    {"/work/f/wp/wn", 5, true, 0, 0},
-      {"wp/wn", 5, true, 1, 0},  {"wn", 7, true, 0, 0},
-      {"WN", 7, false, 0, 0},    {"wp/wn", 7, true, 1, 0},
-      {"ap/an", 8, true, 0, 0},  {"ap/wn", 8, true, 1, 0},
-      {"an", 9, true, 0, 0},     {"ap", 9, true, 1, 0},
-      {"wp", 0x106, true, 0, 0}, {"wp/wn", 0x106, true, 1, 0},
-      {"ap", 0x108, true, 0, 0}, {"an", 0x108, true, -1, 0},
-      {"f", 2, false, 0, 0},     {"f", 2, true, 0, 1},
-      {"E", 2, true, 0, -1},     {"dir", 3, true, 0, 0},
-      {"DIS", 3, false, 0, 1},   {"1", 4, true, 0, 0},
-      {"0", 4, true, 0, -1},     {"anything", 1, true, 0, 0},
+      {m, 6, "! wp/wn 0 WP/wn - wp/wa - wq/wa + wn -"},
+      {m, 6, "wp/wn 0 WP\\wN 0 wp/wo +"},
+      {m, 0, "! wp\\wn 0 wp/an -"},
+      {m, 5, "! /work/f/wp/wn 0 wp/wn + /work/f/wp/wo +"},
+      {m, 7, "! wn 0 WN - wp/wn +"},
+      {m, 7, "WN 0"},
+      {m, 8, "! ap/an 0 ap/wn + wp/an +"},
+      {m, 9, "! an 0 ap + wn +"},
+      {m, 0x106, "! wp 0 wp/wn + WP -"},
+      {m, 0x108, "! ap 0 an - wp +"},
+      {m, 1, "! anything 0"},
+      {f, 2, "! F 0 f + E -"},
+      {f, 2, "f 0"},
+      {f, 3, "! dir 0 DIS -"},
+      {f, 3, "DIS +"},
+      {f, 0, "! 1 0 0 -"},
+      {f, 4, "! 1 0 2 +"},
+      {f, 1, "! anything 0"},
+      {f, 6, "! anything 0"},
   };
-  const auto sign = [](int order) { return (order > 0) - (order < 0); };
   for (const auto& c : cases) {
-    SCOPED_TRACE(std::string(c.key) + " " + std::to_string(c.sortType));
-    EXPECT_EQ(sign(handle.compareKey(c.key, c.sortType, c.caseSensitive)), c.member);
-    EXPECT_EQ(sign(folder.compareKey(c.key, c.sortType, c.caseSensitive)), c.folder);
+    std::istringstream words(c.keys);
+    const bool exact = words.peek() == '!';
+    std::string key;
+    std::string sign;
+    if (exact) words >> key;
+    while (words >> key >> sign) {
+      const int order = c.handle.compareKey(key, c.sortType, exact);
+      EXPECT_EQ(order < 0 ? "-" : order > 0 ? "+" : "0", sign) << key << " by " << c.sortType;
+    }
   }
 }
 
-TEST_F(DomainNames, WhatClientsAreShown) {
+TEST_F(DomainNames, LongFormsShowDirectories) {
   const TVHandle m = member({"v", "a_v", "w", "a"}, "", "");
-  const TVArchiveFolder pub("F", "dir", false, nullptr, false);
-  const TVArchiveFolder prv("F", "dir", true, nullptr, false);
-  TVProjectFolder project("P", TVProjectConfig(), "prv", "pub", nullptr, false);
-  const TVPromotionFolder group("G", nullptr, false);
-  const TVOptionArray none;
+  const TVArchiveFolder folder("F", "dir", true, nullptr, false);
+  const TVProjectFolder project("P", TVProjectConfig(), "prv", "pub", nullptr, false);
   const LongForm folders(&TVArchiveFolder::theClass);
-  EXPECT_EQ(m.name().str(), "a");
   EXPECT_EQ(m.nameWith(LongForm(&TVArchiveMember::theClass)).str(), "w/a\t(v/a_v)");
   EXPECT_EQ(m.nameWith(LongForm(&TVArchiveMember::theClass, false)).str(), "a");
   EXPECT_EQ(m.nameWith(folders).str(), "a");
-  EXPECT_EQ(pub.name(folders).str(), "F\tdir");
+  EXPECT_EQ(folder.name(folders).str(), "F\tdir");
   EXPECT_EQ(project.name(folders).str(), "P");
   EXPECT_EQ(project.name(LongForm(&TVProjectFolder::theClass)).str(), "P\tprv");
-  EXPECT_EQ(group.name(folders).str(), "G");
-  EXPECT_EQ(m.attribute(), 3);
-  EXPECT_EQ(pub.attribute(none), 2);
-  EXPECT_EQ(prv.attribute(none), 1);
-  EXPECT_EQ(project.attribute(none), 9);
-  EXPECT_EQ(group.attribute(none), 13);
-  project.setIsPrivate(true);
-  EXPECT_EQ(project.attribute(none), 8);
 }
 
 // Creating and changing --------------------------------------------------------------------------
@@ -272,41 +265,10 @@ TEST_F(DomainChanges, SettersKeepTheTableRight) {
   EXPECT_EQ(order(), "a2 a3 a1 rx ");
   EXPECT_EQ(create("r", "x").object(), kept[0].object());
   kept[2].setArchivePath("q");
-  EXPECT_EQ(kept[2].qualArchiveName().str(), "q/a");
+  EXPECT_EQ(TVArchiveMemberHandle::create({"q", "a", "w", "3"}, project, theNoLock(), nullptr, 1, 0)
+                .object(),
+            kept[2].object());
   EXPECT_EQ(project.object()->childCount(), 4);
-  project.setPrivateDir("d");
-  project.setPublicDir("e");
-  EXPECT_EQ(project.privateDir().str() + project.publicDir().str(), "de");
-}
-
-TEST_F(DomainChanges, HandlesWithoutAnObjectAnswerNothing) {
-  TVArchiveMemberHandle none(&sink, nullptr);
-  TVProjectFolderHandle wrong(none);
-  uint32_t status = 7;
-  VString text("kept");
-  EXPECT_EQ(none.status(&status) + none.creationTime(&status) + none.lockers(&text), 15);
-  EXPECT_EQ(status, 7u);
-  EXPECT_EQ(text.str() + none.toolkitName().str() + wrong.publicDir().str(), "kept");
-  none.setWorkName("x");
-  wrong.setPublicDir("x");
-  wrong.setConfig(TVProjectConfig("x"), theNoLock());
-  EXPECT_EQ(wrong.config().path.str(), "");
-  EXPECT_EQ(TVProjectRootHandle(none).publicDir().str(), "");
-}
-
-TEST_F(DomainChanges, RootsAreEqualByTheirPublicDirectory) {
-  const TVProjectRoot a("pub", "one", nullptr, false);
-  const TVProjectRoot b("pub", "two", nullptr, false);
-  const TVProjectRoot c("other", "one", nullptr, false);
-  EXPECT_TRUE(a.isEqual(&b) && a.hash() == b.hash());
-  EXPECT_FALSE(a.isEqual(&c));
-  const auto create = [&](int mode, int version) {
-    return TVProjectRootHandle::create("pub", "prv", theNullHandle(), theNoLock(), &sink, mode,
-                                       version);
-  };
-  EXPECT_EQ(create(1, 0).version(), 1);
-  EXPECT_EQ(create(1, 2).version(), 2);
-  EXPECT_TRUE(create(2, 1).object()->isTransient());
 }
 
 }  // namespace

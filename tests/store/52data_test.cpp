@@ -206,6 +206,8 @@ TEST_F(Merge, ProjectsComeFromThePublicFile) {
        2, a,
        "ask 10 Corrupted folder file B. Missing DIR= field.\n"
        "error An error occured while attempting to read pub/trvsproj.pub.\n"},
+      {"the master", "[Project=Master Project]\nCFG=m.cfg\nDIR=m\n", "", 1,
+       "project Master Project|m.cfg|||pub/m|\n", ""},
       {"keys of any case, unknown and twice",
        "[PROJECT=A]\nwkdir=x\nNOTE=1\ndir=x\nCfg=a.cfg\nDIR=a\nwkDir=wa\n", "", 1, a, ""},
       {"no name", "[Project]\nCFG=\nDIR=x\n" + last, "", 1, "project |||||\n", ""},
@@ -219,17 +221,9 @@ TEST_F(Merge, ProjectsComeFromThePublicFile) {
     const bool noName = std::string_view(c.why) == "no name";
     EXPECT_EQ(listing(root), noName ? "project ||||pub/x|\n" + z : c.want);
     EXPECT_EQ(told(), c.told);
+    const bool isMaster = c.want.starts_with("project Master");
+    EXPECT_EQ(root.object()->rootConfig().path.str(), isMaster ? "m.cfg" : "");
     EXPECT_EQ(assertions.find("52data.cpp 348") != std::string::npos, noName);
-  }
-}
-
-TEST_F(Merge, TheMasterProjectConfiguresTheRoot) {
-  put("prv/trvsproj.prv", "");
-  for (const char* name : {"Master project", "Master Project"}) {
-    put("pub/trvsproj.pub", "[Project=" + std::string(name) + "]\nCFG=m.cfg\nDIR=m\n");
-    TVProjectRootHandle root = makeRoot();
-    listing(root);
-    EXPECT_EQ(root.object()->rootConfig().path.str(), name[7] == 'P' ? "m.cfg" : "");
   }
 }
 
@@ -446,12 +440,15 @@ TEST_F(Unread, StampsTellOwnWritesFromThoseOfOthers) {
     return TVArchiveFolderHandle::create(name, "", isPrivate, project, theNoLock(), nullptr, 1, 0);
   };
   ASSERT_FALSE(create("B", false).isNull());
+  auto* a = child(project, "A").as<TVArchiveFolder>();
+  a->setPrivateWorkDir("yet to be written");
+  a->setDirty(true);
   EXPECT_FALSE(project.object()->isStale(project));
   put("pub/p/trvsfold.pub", replaced(get("pub/p/trvsfold.pub"), "FOLDER=B", "FOLDER=C"));
   EXPECT_TRUE(project.object()->isStale(project));
   EXPECT_FALSE(create("D", true).isNull());
   EXPECT_EQ(listingOfOpen(project),
-            "public A||pub/p/a|\npublic C||pub/p/B|\nprivate D|||prv/p/D\n");
+            "public A|yet to be written|pub/p/a|\npublic C||pub/p/B|\nprivate D|||prv/p/D\n");
   EXPECT_FALSE(project.object()->isStale(project));
 }
 

@@ -75,14 +75,6 @@ TEST(KeyFile, ReadsOddLines) {
   }
 }
 
-TEST(KeyFile, ReadsLinesOfAnyLength) {
-  for (const size_t length : {97u, 98u, 99u, 100u, 101u, 199u, 5000u}) {
-    const std::string value(length, 'v');
-    EXPECT_EQ(records("[Project=" + value + "]\nA=" + value + "\nB=1\n"),
-              "3 Project=" + value + "|A=" + value + "|B=1\n");
-  }
-}
-
 TEST(KeyFile, ExpandsMacros) {
   const struct {
     std::string_view value;
