@@ -52,8 +52,7 @@ TVArchiveFolder52::TVArchiveFolder52(VString name, VString privateWorkDir, VBool
 
 std::string TVArchiveFolder52::record(Side side) const {
   std::string text = "[FOLDER=" + folderName().str() + "]\n";
-  text += "DIR=" +
-          relativePath(storageDirOf(owner(), side).view(), files_.directory(side).view()) + "\n";
+  text += "DIR=" + recordDirectory(storageDirOf(owner(), side), files_.directory(side)) + "\n";
   text += "WKDIR=" + privateWorkDir().str() + "\n";
   if (side == Side::kPrivate && !isPrivate()) text += "OWNERSHIP=PUBLIC\n";
   return text + "\n";
@@ -78,6 +77,7 @@ int TVArchiveFolder52::readData(TVHandle& context, TVStorageLock* lock) {
   const TextFile* stream = writer == nullptr ? nullptr : writer->stream(Side::kPublic);
   if (files_.directory(ownSide()).isEmpty()) {
     assertFail("52arfld.cpp", 162);
+    files_.passOver(ownSide());
     return 0;
   }
   const int code = files_.read(ownSide(), this, context, kFolderSections,
@@ -108,7 +108,7 @@ void TVArchiveFolder52::createStorage(TVHandle&) {
   for (const Side side : {Side::kPublic, Side::kPrivate}) {
     const bool elsewhere = side == Side::kPublic && isPrivate();
     if (elsewhere || !files_.directory(side).isEmpty()) continue;
-    files_.setDirectory(side, uniqueName(storageDirOf(owner(), side), folderName(), ""));
+    files_.setDirectory(side, makeUniqueDirectory(storageDirOf(owner(), side), folderName(), ""));
   }
 }
 
@@ -155,6 +155,7 @@ int TVArchiveMember52::LoadArchiveInfo(TVHandle& context, VPathString* path, Loa
   if (known == nullptr) loaded->owned = std::make_unique<TVArchiveInfo52>(*path);
   TVArchiveInfo52* info = known != nullptr ? known : loaded->owned.get();
   if (info->Load() == kFolderNotAnArchive) {
+    if (known != nullptr) cache->remove(known);
     context.sink().notice(context, FolderFileMessage(kFolderNotAnArchive, path->text()));
     return kResultFailed;
   }

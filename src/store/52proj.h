@@ -41,7 +41,8 @@ class TVProjectFolder52 : public TVProjectFolder {
   void setStorageDir(Side side, VString directory) {
     files_.setDirectory(side, std::move(directory));
   }
-  // The store of archive summaries; null while the project was not read, or if it is switched off.
+  // The store of archive summaries; null while the project was not read, has no private directory, or
+  // if it is switched off.
   TVArchiveCache* archiveCache() const { return cache_.get(); }
 
  private:
@@ -68,5 +69,8 @@ class TVProjectFolder52Options : public TVProjectFolderOptions {
 // A new path in `directory`: `base` shortened to 8 bytes, with a number where that is taken, and
 // `suffix` behind. Empty for an empty directory.
 VString uniqueName(const VString& directory, const VString& base, std::string_view suffix);
+// The same, and the directory is made at once: a free name is one that nothing on disk has, so the
+// next one of the same short name would get it as well.
+VString makeUniqueDirectory(const VString& directory, const VString& base, std::string_view suffix);
 
 }  // namespace foldapi

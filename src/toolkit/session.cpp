@@ -46,6 +46,7 @@ VBool TVToolkitSession::enter(TVHandle& context) {
   try {
     load(context);
   } catch (...) {
+    projectFile_ = TVProjectConfig();  // Nobody knows what is loaded now.
     leave();
     throw;
   }
@@ -59,9 +60,9 @@ void TVToolkitSession::load(TVHandle& context) {
   if (isLoaded(project, root)) return;
   projectFile_ = project;
   rootFile_ = root;
-  LoadConfiguration(root.path, project.path, false, context);
-  projectFile_.recordTime();
+  projectFile_.recordTime();  // Before the load: what changes meanwhile is loaded again.
   rootFile_.recordTime();
+  LoadConfiguration(root.path, project.path, false, context);
 }
 
 bool TVToolkitSession::isLoaded(const TVProjectConfig& project, const TVProjectConfig& root) const {
