@@ -7,7 +7,7 @@ cd "$(dirname "$0")/.."
 
 # ctest's report goes to the terminal and, for the end, to a file.
 run_tests() {
-  { ctest --test-dir "$1" --output-on-failure -j "$(nproc)" || echo failed > "$1/failed"; } 2>&1 |
+  { ctest --test-dir "$1" --timeout 600 --output-on-failure -j "$(nproc)" || echo failed > "$1/failed"; } 2>&1 |
     tee "$1/ctest.txt"
   [ ! -e "$1/failed" ] || { rm "$1/failed"; exit 1; }
 }

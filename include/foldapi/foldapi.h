@@ -20,8 +20,9 @@
  *            that is closed, destroyed or of another kind than the function wants, is answered like
  *            a handle that stands for nothing: "", null, 0 or -1, and a change does nothing.
  *
- * Opening    The first open of a handle reads its data file; later ones read it again only if it
- *            changed. Each open raises the open count by 1 and each close lowers it. The open
+ * Opening    Each open raises the open count by 1 and each close lowers it. The open that takes it
+ *            from 0 reads the data files; what others change later shows after the last close and
+ *            the next open, or once a change of one's own had to read them again. The open
  *            functions and the close functions give the new count, or -1 for a handle that stands
  *            for nothing; closing a handle that is not open gives -1 as well.
  *
@@ -253,8 +254,8 @@ FOLDAPI_EXPORT int32_t ArchiveLockedExclusive(TVHandle* archive);
 FOLDAPI_EXPORT int32_t ArchiveLockedMultiple(TVHandle* archive);
 
 /* Branches. -------------------------------------------------------------------------------------*/
-/* An archive's branches, revisions and labels come from the archive toolkit, which is asked when the
- * archive is opened for the first time. An archive that can't be read has none. */
+/* An archive's branches, revisions and labels come from the archive toolkit, which is asked when
+ * the archive is opened for the first time. An archive that can't be read has none. */
 
 /* Walk the branches of an archive ("Trunk" alone) or of a revision, in the order of their numbers
  * (those of an archive as they come). */

@@ -67,15 +67,37 @@ void destroy(const ::TVHandle* token) {
   guarded([&] { resolve<Class>(token).destroy(theNoLock()); });
 }
 
+// An open count on a handle for the length of a block, or beyond it.
+class OpenScope {
+ public:
+  // Where the count is the last one, the child list goes to *parked, if that is not null.
+  explicit OpenScope(foldapi::TVHandle& handle, std::unique_ptr<TVChildList>* parked = nullptr)
+      : handle_(&handle), parked_(parked) {
+    handle.open();
+  }
+  OpenScope(const OpenScope&) = delete;
+  OpenScope& operator=(const OpenScope&) = delete;
+  ~OpenScope() {
+    if (handle_ != nullptr) handle_->close(parked_);
+  }
+
+  // Leaves the count: a close elsewhere will give it back.
+  void keep() { handle_ = nullptr; }
+
+ private:
+  foldapi::TVHandle* handle_;
+  std::unique_ptr<TVChildList>* parked_;
+};
+
 // Walks: the first step takes an open count on the parent, and the end of the walk gives it back.
 template <typename Class, typename Child>
 ::TVHandle* first(const ::TVHandle* token) {
   return guarded<::TVHandle*>(nullptr, [&] {
     foldapi::TVHandle& parent = resolve<Class>(token);
-    parent.open();
-    foldapi::TVHandle& child = parent.first(&Child::theClass);
-    if (child.isNull()) parent.close();
-    return tokenOf(child);
+    OpenScope open(parent);
+    ::TVHandle* child = tokenOf(parent.first(&Child::theClass));
+    if (child != nullptr) open.keep();
+    return child;
   });
 }
 
@@ -83,9 +105,9 @@ template <typename Class, typename Child>
 ::TVHandle* next(const ::TVHandle* token) {
   return guarded<::TVHandle*>(nullptr, [&] {
     foldapi::TVHandle& parent = resolve<Class>(token);
-    foldapi::TVHandle& child = parent.next(&Child::theClass);
-    if (child.isNull()) parent.close();
-    return tokenOf(child);
+    ::TVHandle* child = tokenOf(parent.next(&Child::theClass));
+    if (child == nullptr) parent.close();
+    return child;
   });
 }
 
@@ -95,14 +117,13 @@ template <typename Class, typename Child>
 ::TVHandle* find(const ::TVHandle* token, const char* key, int sortType) {
   return guarded<::TVHandle*>(nullptr, [&] {
     foldapi::TVHandle& parent = resolve<Class>(token);
-    parent.open();
-    foldapi::TVHandle& child = parent.find(key, false, &Child::theClass, sortType);
-    parent.close(&theParkedList());
-    return tokenOf(child);
+    const OpenScope open(parent, &theParkedList());
+    return tokenOf(parent.find(key, false, &Child::theClass, sortType));
   });
 }
 
-// As find(), and once more by the name of an item: sort type 0 knows items by their ordering number.
+// As find(), and once more by the name of an item: sort type 0 knows items by their ordering
+// number.
 template <typename Class, typename Child>
 ::TVHandle* findItem(const ::TVHandle* token, const char* key) {
   constexpr int kByRow = 0;

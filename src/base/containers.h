@@ -84,6 +84,8 @@ class VSet {
   VObject* find(const VObject* key) const;
   VBool contains(const VObject* key) const { return find(key) != nullptr; }
   int size() const { return size_; }
+  // All of them, in no order that means anything.
+  std::vector<VObject*> elements() const;
 
  private:
   using Bucket = std::vector<VObject*>;

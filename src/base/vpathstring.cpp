@@ -39,8 +39,8 @@ VPathString VPathString::fileNamePart() const {
   return VPathString(view().substr(pathPartLength(text_)));
 }
 
-VPathString& VPathString::join(const VString& component) {
-  text_ = joinPath(text_, component.view());
+VPathString& VPathString::join(const VString& component, std::string_view like) {
+  text_ = joinPath(text_, component.view(), like);
   return *this;
 }
 

@@ -24,8 +24,9 @@ class VPathString : public VString {
   VPathString directoryPart() const;
   // The last component: what stands behind the last "\", "/" or ":".
   VPathString fileNamePart() const;
-  // Appends a component with one separator between: the one that the operands use already.
-  VPathString& join(const VString& component);
+  // Appends a component with one separator between: the one that the operands use already or, where
+  // they have none, that `like` uses.
+  VPathString& join(const VString& component, std::string_view like = {});
 
   VBool exists() const;
   // Removes the file; tells whether that worked.

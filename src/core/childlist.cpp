@@ -38,6 +38,7 @@ TVHandle& TVChildList::add(TVErrorSink& sink, TVObject* child) {
   handle.home_ = this;
   entries_.push_back({{}, &handle, child->isA()});
   needsSort_ = true;
+  forgetPlaces();
   prefixesValid_ = false;
   return handle;
 }
@@ -65,11 +66,13 @@ void TVChildList::dropRetired() {
     if (i < find_.position) --position;
   }
   entries_.resize(static_cast<size_t>(kept));
+  forgetPlaces();
   cursor_ = cursor;
   find_.position = position < kept ? position : -1;
 }
 
-// Sort rules ---------------------------------------------------------------------------------------
+// Sort rules
+// ---------------------------------------------------------------------------------------
 
 TVChildList::SortRow& TVChildList::row(const VClassRecord* record) {
   for (SortRow& known : rows_) {
@@ -151,6 +154,7 @@ void TVChildList::sortIfNeeded() {
 // need not be consistent.
 void TVChildList::sort() {
   fillPrefixes();
+  forgetPlaces();
   const auto before = [this](const Entry& a, const Entry& b) {
     const Entry& left = ascending_ ? a : b;
     const Entry& right = ascending_ ? b : a;
@@ -160,7 +164,8 @@ void TVChildList::sort() {
   std::stable_sort(entries_.begin(), entries_.end(), before);
 }
 
-// Walks --------------------------------------------------------------------------------------------
+// Walks
+// --------------------------------------------------------------------------------------------
 
 TVHandle& TVChildList::step(int from, int direction, const VClassRecord* record, int* position) {
   const int count = static_cast<int>(entries_.size());
@@ -181,7 +186,8 @@ TVHandle& TVChildList::first(const VClassRecord* record, int* position) {
 
 TVHandle& TVChildList::next(const VClassRecord* record, int* position) {
   dropRetired();
-  if (cursor_ >= static_cast<int>(entries_.size())) return placed(theNullHandle(), cursor_, position);
+  if (cursor_ >= static_cast<int>(entries_.size()))
+    return placed(theNullHandle(), cursor_, position);
   return step(cursor_ + 1, 1, record, position);
 }
 
@@ -203,15 +209,16 @@ TVHandle& TVChildList::current(int* position) {
                 position);
 }
 
-void TVChildList::collect(std::vector<TVHandle*>* target, const VClassRecord* record) {
+void TVChildList::collect(VOrdCollect* target, const VClassRecord* record) {
   target->clear();
   for (TVHandle* handle = &first(record, nullptr); !handle->isNull();
        handle = &next(record, nullptr)) {
-    target->push_back(handle);
+    target->add(handle);
   }
 }
 
-// Finds --------------------------------------------------------------------------------------------
+// Finds
+// --------------------------------------------------------------------------------------------
 
 TVHandle& TVChildList::find(const VString& key, VBool caseSensitive, const VClassRecord* record,
                             int sortType, int* position) {
@@ -225,7 +232,7 @@ TVHandle& TVChildList::find(const VString& key, VBool caseSensitive, const VClas
   find_.position = 0;
   find_.bisect = prepareFind();
   if (!find_.bisect) return findNext(position);
-  const int index = bisect(0, static_cast<int>(entries_.size()));
+  const int index = bisect();
   if (index < 0) {
     find_.position = -1;
     return placed(theNullHandle(), index, position);
@@ -240,7 +247,6 @@ bool TVChildList::prepareFind() {
     const SortRow& rule = row(find_.record);
     if (find_.sortType == 0) find_.sortType = rule.sortType;
     if ((find_.sortType & 0xff) != rule.sortType) return false;
-    find_.order = rule.groupOrder;
   }
   if (sortable_ && keyChangesAtSort_ != TVObject::keyChanges()) fillPrefixes();
   return sortable_;
@@ -254,27 +260,65 @@ TVHandle& TVChildList::found(int index, int* position) {
 
 TVHandle& TVChildList::findNext(int* position) {
   dropRetired();
+  if (keyChangesAtSort_ != TVObject::keyChanges()) {  // Prefixes may be those of old keys.
+    find_.prefixKnown = true;
+    find_.prefixed = false;
+  }
   const int count = static_cast<int>(entries_.size());
   int index = find_.position;
-  if (index >= 0 && find_.bisect) {
+  if (index >= 0) {
+    const auto goesOn = [this](const Entry& entry) {
+      return !isSought(entry) || (!find_.bisect && match(entry) != 0);
+    };
+    while (index < count && goesOn(entries_[static_cast<size_t>(index)])) ++index;
     if (index >= count || match(entries_[static_cast<size_t>(index)]) != 0) index = -1;
-  } else if (index >= 0) {
-    while (index < count && match(entries_[static_cast<size_t>(index)]) != 0) ++index;
-    if (index >= count) index = -1;
   }
   if (index >= 0) return found(index, position);
   find_.position = -1;
   return placed(theNullHandle(), -1, position);
 }
 
-// The first of the matches around the one that halving meets, or -1.
-int TVChildList::bisect(int start, int count) {
+// Halving needs a key that lies before or behind each entry that it meets. Between classes that is
+// not so: in a project's list the folder "src" stands among the archives of the workfile directory
+// "src", whose keys a folder's name can't be compared with. So only the entries of the sought class
+// are looked at; within one class keys and order agree.
+int TVChildList::bisect() {
+  static const std::vector<int> all;
+  if (find_.record == nullptr) return bisect(all, 0, static_cast<int>(entries_.size()));
+  SortRow& rule = row(find_.record);
+  if (!rule.placesKnown) fillPlaces(&rule);
+  const bool alone = !entries_.empty() && rule.places.empty() && isSought(entries_.front());
+  const size_t count = alone ? entries_.size() : rule.places.size();
+  return bisect(rule.places, 0, static_cast<int>(count));
+}
+
+void TVChildList::fillPlaces(SortRow* rule) {
+  rule->placesKnown = true;
+  rule->places.clear();
+  const auto isOther = [rule](const Entry& entry) { return entry.record != rule->record; };
+  if (std::none_of(entries_.begin(), entries_.end(), isOther)) return;
+  for (size_t i = 0; i < entries_.size(); ++i) {
+    if (!isOther(entries_[i])) rule->places.push_back(static_cast<int>(i));
+  }
+}
+
+void TVChildList::forgetPlaces() {
+  for (SortRow& rule : rows_) rule.placesKnown = false;
+}
+
+// The place of the first of the matches around the one that halving meets, or -1. `places` says
+// which entries are looked at; empty means all.
+int TVChildList::bisect(const std::vector<int>& places, int start, int count) {
+  const auto placeOf = [&places](int i) {
+    return places.empty() ? i : places[static_cast<size_t>(i)];
+  };
+  const auto matchAt = [&](int i) { return match(entries_[static_cast<size_t>(placeOf(i))]); };
   while (count >= 1) {
     int middle = start + count / 2;
-    int order = match(entries_[static_cast<size_t>(middle)]);
+    int order = matchAt(middle);
     if (order == 0) {
-      while (middle > 0 && match(entries_[static_cast<size_t>(middle - 1)]) == 0) --middle;
-      return middle;
+      while (middle > 0 && matchAt(middle - 1) == 0) --middle;
+      return placeOf(middle);
     }
     if (!ascending_) order = -order;
     if (order < 0) {
@@ -287,25 +331,18 @@ int TVChildList::bisect(int start, int count) {
   return -1;
 }
 
-// Compares the key of the find with an entry: 0 is a match, below 0 lies before it.
-int TVChildList::match(const Entry& entry) {
-  if (entry.record == find_.record) return matchSameClass(entry);
-  const TVObject* object = entry.handle->object();
-  if (find_.record == nullptr) {
-    return object->compareKey(find_.key.view(), find_.sortType, find_.caseSensitive);
-  }
-  const SortRow& rule = row(entry.record);
-  if (find_.order != rule.groupOrder) return find_.order - rule.groupOrder;
-  const int order = object->compareKey(find_.key.view(), rule.sortType, find_.caseSensitive);
-  return order != 0 ? order : find_.record->ordinal - entry.record->ordinal;
+bool TVChildList::isSought(const Entry& entry) const {
+  return find_.record == nullptr || entry.record == find_.record;
 }
 
-int TVChildList::matchSameClass(const Entry& entry) {
+// Compares the key of the find with an entry of the sought class: 0 is a match, below 0 lies before
+// it.
+int TVChildList::match(const Entry& entry) {
   if (find_.prefixed && entry.prefix != find_.prefix) {
     return find_.prefix < entry.prefix ? -1 : 1;
   }
   const TVObject* object = entry.handle->object();
-  if (find_.bisect && !find_.prefixKnown) {
+  if (find_.record != nullptr && find_.bisect && !find_.prefixKnown) {
     find_.prefixKnown = true;
     const std::string_view lead = object->leadingPart(find_.key.view(), find_.sortType);
     find_.prefixed = prefixesValid_ && lead.data() != nullptr;

@@ -10,6 +10,7 @@
 #include <string>
 #include <vector>
 
+#include "base/containers.h"
 #include "base/vstring.h"
 #include "core/handle.h"
 
@@ -45,7 +46,7 @@ class TVChildList {
   TVHandle& find(const VString& key, VBool caseSensitive, const VClassRecord* record, int sortType,
                  int* position);
   TVHandle& findNext(int* position);
-  void collect(std::vector<TVHandle*>* target, const VClassRecord* record);
+  void collect(VOrdCollect* target, const VClassRecord* record);
 
   void setSortType(const VClassRecord* record, int sortType);
   void setGroupOrder(const VClassRecord* record, int order);
@@ -73,12 +74,14 @@ class TVChildList {
     const VClassRecord* record;
     int groupOrder;
     int sortType;
+    // Where the entries of the class stand. Empty if there are none, or none of another class.
+    std::vector<int> places = {};
+    bool placesKnown = false;
   };
   struct Find {
     VString key;
     const VClassRecord* record = nullptr;
     int sortType = 0;
-    int order = 0;
     int position = -1;  // Next index for findNext(); -1 when the find is finished.
     bool bisect = false;
     bool caseSensitive = false;
@@ -97,9 +100,12 @@ class TVChildList {
   TVHandle& step(int from, int direction, const VClassRecord* record, int* position);
   TVHandle& found(int index, int* position);
   bool prepareFind();
-  int bisect(int start, int count);
+  int bisect();
+  int bisect(const std::vector<int>& places, int start, int count);
+  void fillPlaces(SortRow* rule);
+  void forgetPlaces();
+  bool isSought(const Entry& entry) const;
   int match(const Entry& entry);
-  int matchSameClass(const Entry& entry);
 
   TVHandle* owner_;
   std::deque<TVHandle> handles_;  // All handles, retired ones too; addresses never move.

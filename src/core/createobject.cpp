@@ -19,8 +19,13 @@ TVHandle createObject(const TVCreateRequest& request, const TVMakeObject& make) 
   VBool known;
   result.attach(TVObject::mergeIntoCache(fresh, &known));
   if (known) return result;
-  result.object()->createStorage(result);
-  if (result.object()->writeInOwner(result)) owner->dropWrites();
+  try {
+    result.object()->createStorage(result);
+    if (result.object()->writeInOwner(result)) owner->dropWrites();
+  } catch (...) {
+    if (owner != nullptr) owner->dropWrites();
+    throw;
+  }
   return result;
 }
 

@@ -1,20 +1,19 @@
 // core/folderoptions.cpp: the one set of all rule records, and the links between them.
 #include "core/folderoptions.h"
 
-#include <algorithm>
-#include <functional>
-
 #include "core/handle.h"
 
 namespace foldapi {
 
 const VClassRecord TVFolderOptions::theClass = {"TVFolderOptions", &VObject::theClass, 2, nullptr};
 
+const VClassRecord TVFactoryKey::theClass = {"TVFactoryKey", &VObject::theClass, 4, nullptr};
+
 namespace {
 
 // Containment is linked on the first question, when all options stand.
 struct OptionsSet {
-  std::vector<TVFolderOptions*> all;
+  VSet all;
   bool linked = false;
 };
 
@@ -24,16 +23,8 @@ OptionsSet& theFolderOptions() {
 }
 
 TVFolderOptions* lookupExactly(const VClassRecord* objectClass, int version) {
-  for (TVFolderOptions* options : theFolderOptions().all) {
-    if (options->objectClass() == objectClass && options->version() == version) return options;
-  }
-  return nullptr;
-}
-
-bool addOnce(std::vector<TVFolderOptions*>* list, TVFolderOptions* options) {
-  if (std::find(list->begin(), list->end(), options) != list->end()) return false;
-  list->push_back(options);
-  return true;
+  const TVFactoryKey key(objectClass, version);
+  return static_cast<TVFolderOptions*>(theFolderOptions().all.find(&key));
 }
 
 }  // namespace
@@ -46,12 +37,14 @@ TVFolderOptions::TVFolderOptions(const VClassRecord* objectClass, int version, i
       childClasses_(std::move(childClasses)) {}
 
 bool TVFolderOptions::isEqual(const VObject* other) const {
-  if (other->isA() != &theClass) return false;
-  const auto* options = static_cast<const TVFolderOptions*>(other);
-  return options->objectClass_ == objectClass_ && options->version_ == version_;
+  if (other->isA() == &TVFactoryKey::theClass) {
+    const auto* key = static_cast<const TVFactoryKey*>(other);
+    return key->objectClass() == objectClass_ && key->version() == version_;
+  }
+  return this == other;  // A set holds one for each class and version.
 }
 
-int32_t TVFolderOptions::hash() const { return objectClass_->ordinal + version_; }
+int32_t TVFolderOptions::hash() const { return TVFactoryKey(objectClass_, version_).hash(); }
 
 TVFolderOptions* TVFolderOptions::lookup(const VClassRecord* objectClass, int version) {
   TVFolderOptions* options = lookupExactly(objectClass, version);
@@ -59,12 +52,13 @@ TVFolderOptions* TVFolderOptions::lookup(const VClassRecord* objectClass, int ve
 }
 
 void TVFolderOptions::add(TVFolderOptions* options) {
+  OptionsSet& set = theFolderOptions();
   if (lookupExactly(options->objectClass(), options->version()) != nullptr) {
     delete options;
     return;
   }
-  theFolderOptions().all.push_back(options);
-  theFolderOptions().linked = false;
+  set.all.add(options);
+  set.linked = false;
 }
 
 VBool TVFolderOptions::isAllowedUnder(const TVHandle& owner) const {
@@ -72,10 +66,12 @@ VBool TVFolderOptions::isAllowedUnder(const TVHandle& owner) const {
   OptionsSet& set = theFolderOptions();
   if (!set.linked) {
     set.linked = true;
-    for (TVFolderOptions* options : set.all) options->registerContainment();
+    for (VObject* options : set.all.elements()) {
+      static_cast<TVFolderOptions*>(options)->registerContainment();
+    }
   }
-  TVFolderOptions* parent = lookup(owner.isA(), owner.version());
-  return std::find(parents_.begin(), parents_.end(), parent) != parents_.end();
+  const TVFolderOptions* parent = lookup(owner.isA(), owner.version());
+  return parent != nullptr && parents_.contains(parent);
 }
 
 void TVFolderOptions::registerContainment() {
@@ -87,12 +83,13 @@ void TVFolderOptions::registerContainment() {
   }
 }
 
+// Each side closes the other; a repeat does nothing.
 void TVFolderOptions::addParent(TVFolderOptions* parent) {
-  if (addOnce(&parents_, parent)) parent->addChild(this);
+  if (parents_.add(parent) != nullptr) parent->addChild(this);
 }
 
 void TVFolderOptions::addChild(TVFolderOptions* child) {
-  if (addOnce(&children_, child)) child->addParent(this);
+  if (children_.add(child) != nullptr) child->addParent(this);
 }
 
 }  // namespace foldapi

@@ -7,6 +7,7 @@
 
 #include <vector>
 
+#include "base/containers.h"
 #include "base/vobject.h"
 
 namespace foldapi {
@@ -31,7 +32,7 @@ class TVFolderOptions : public VObject {
   int groupOrder() const { return 0; }
   int defaultSortType() const { return defaultSortType_; }
   int fallbackSortType() const { return defaultSortType_; }
-  bool hasChildClasses() const { return !children_.empty(); }
+  bool hasChildClasses() const { return children_.size() != 0; }
 
   // Whether the class may live under the owner's. No owner is allowed: a root needs none.
   VBool isAllowedUnder(const TVHandle& owner) const;
@@ -52,8 +53,26 @@ class TVFolderOptions : public VObject {
   int defaultSortType_;
   std::vector<const VClassRecord*> childClasses_;
   bool registered_ = false;
-  std::vector<TVFolderOptions*> parents_;
-  std::vector<TVFolderOptions*> children_;
+  VSet parents_;
+  VSet children_;
+};
+
+// Finds the options of a class and version in a set.
+class TVFactoryKey : public VObject {
+ public:
+  static const VClassRecord theClass;
+
+  TVFactoryKey(const VClassRecord* objectClass, int version)
+      : objectClass_(objectClass), version_(version) {}
+
+  const VClassRecord* isA() const override { return &theClass; }
+  int32_t hash() const override { return objectClass_->ordinal + version_; }
+  const VClassRecord* objectClass() const { return objectClass_; }
+  int version() const { return version_; }
+
+ private:
+  const VClassRecord* objectClass_;
+  int version_;
 };
 
 }  // namespace foldapi

@@ -171,7 +171,7 @@ TVHandle& TVHandle::findNext(int* position) {
   return theNullHandle();
 }
 
-void TVHandle::collectChildren(std::vector<TVHandle*>* target, const VClassRecord* record) {
+void TVHandle::collectChildren(VOrdCollect* target, const VClassRecord* record) {
   target->clear();
   if (childList_ != nullptr) childList_->collect(target, record);
 }

@@ -9,6 +9,7 @@
 #include <cstdint>
 #include <memory>
 
+#include "base/containers.h"
 #include "base/vobject.h"
 #include "base/vstring.h"
 #include "core/object.h"
@@ -70,7 +71,7 @@ class TVHandle : public VObject {
   TVHandle& find(const VString& key, VBool caseSensitive, const VClassRecord* record, int sortType,
                  int* position = nullptr);
   TVHandle& findNext(int* position = nullptr);
-  void collectChildren(std::vector<TVHandle*>* target, const VClassRecord* record);
+  void collectChildren(VOrdCollect* target, const VClassRecord* record);
 
   // Sort rules of the child list; without one they do nothing.
   void setSortType(const VClassRecord* record, int sortType);

@@ -32,7 +32,8 @@ TVObject::~TVObject() {
     (*child)->owner_ = nullptr;
     delete *child;
   }
-  if (owner_ != nullptr && !transient_) owner_->children_.removeIdentical(this);
+  if (owner_ == nullptr || transient_) return;
+  if (owner_->children_.removeIdentical(this) != nullptr) owner_->lostChildren_ = true;
 }
 
 bool TVObject::isEqual(const VObject* other) const {
@@ -53,7 +54,8 @@ uint64_t TVObject::fingerprint() const {
   return fingerprint_;
 }
 
-// What an object without storage answers -----------------------------------------------------------
+// What an object without storage answers
+// -----------------------------------------------------------
 
 TVStorageLock* TVObject::lockStorage(TVHandle&) { return TVStorageLock::none(); }
 int TVObject::writeData(TVHandle&, TVStorageLock*) { return 0; }
@@ -106,7 +108,8 @@ int TVObject::compareTo(const TVObject& other, TVChildList& list) const {
   return isA()->ordinal - other.isA()->ordinal;
 }
 
-// References ---------------------------------------------------------------------------------------
+// References
+// ---------------------------------------------------------------------------------------
 
 void TVObject::addReference(int count) {
   for (TVObject* object = this; object != nullptr; object = object->owner_) {
@@ -146,13 +149,18 @@ void TVObject::acquireBusy() {
   busy_ = true;
 }
 
-// Uses and edits -----------------------------------------------------------------------------------
+// Uses and edits
+// -----------------------------------------------------------------------------------
 
 void TVObject::beginUse(TVHandle& context) {
   for (TVObject* child : childrenInOrder()) child->addReference(1);
   ++useCount_;
-  if (useCount_ > 1 && !isStale(context)) return;
-  reload(context);
+  try {
+    if (useCount_ == 1 || isStale(context)) reload(context);
+  } catch (...) {
+    endUse();
+    throw;
+  }
 }
 
 // Backwards, since taking the last entry of a chain leaves the others where they are.
@@ -162,11 +170,12 @@ void TVObject::endUse() {
   for (auto child = used.rbegin(); child != used.rend(); ++child) (*child)->releaseReference(1);
 }
 
-// Reads the children again and drops those that are gone, by another hand: only memory follows. What
-// could not be read to its end says nothing about what is gone.
+// Reads the children again and drops those that are gone, by another hand: only memory follows.
+// What could not be read to its end says nothing about what is gone.
 void TVObject::reload(TVHandle& context) {
   for (TVObject* child : childrenInOrder()) child->unseen_ = true;
   readData(context, lockData_);
+  lostChildren_ = false;
   const bool complete = readWasComplete();
   const std::vector<TVObject*> left = childrenInOrder();
   for (auto child = left.rbegin(); child != left.rend(); ++child) {
@@ -184,7 +193,8 @@ VBool TVObject::beginEdit(TVHandle& context) {
   keepWrites_ = true;
   bool ready = false;
   try {
-    if (isStale(context)) reload(context);
+    // A rewrite needs all children in memory, and without a use they go with their handles.
+    if (lostChildren_ || isStale(context)) reload(context);
     ready = mayUpdate(context, lockData_);
   } catch (...) {
     giveUpStorage(context, false);
@@ -239,7 +249,8 @@ VBool TVObject::writeInOwner(TVHandle& context) {
   return writeChild(context, owner_->lockData_) != 0;
 }
 
-// The cache ----------------------------------------------------------------------------------------
+// The cache
+// ----------------------------------------------------------------------------------------
 
 TVObject* TVObject::mergeIntoCache(TVObject* fresh, VBool* known) {
   TVObject* owner = fresh->owner_;
@@ -277,12 +288,14 @@ void TVObject::announce(TVObject* child) {
 
 uint64_t TVObject::keyChanges() { return theKeyChanges; }
 
+void TVObject::countKeyChange() { ++theKeyChanges; }
+
 void TVObject::leaveOwnerTable() {
   if (!transient_ && owner_ != nullptr) owner_->children_.removeIdentical(this);
 }
 
 void TVObject::keyChanged(bool inHash, uint64_t fingerprintBefore) {
-  ++theKeyChanges;
+  countKeyChange();
   if (inHash) hashValue_ = kHashUnknown;
   fingerprint_ = 0;
   if (transient_ || owner_ == nullptr) return;
@@ -293,7 +306,8 @@ void TVObject::keyChanged(bool inHash, uint64_t fingerprintBefore) {
   }
 }
 
-// Destruction --------------------------------------------------------------------------------------
+// Destruction
+// --------------------------------------------------------------------------------------
 
 void TVObject::destroyObject(TVHandle& context, bool fromDisk) {
   if (deleted_) return;

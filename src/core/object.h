@@ -5,9 +5,9 @@
 // object, and lives as long as something refers to it. A reference counts on all its ancestors too,
 // so an owner outlives what is used below it.
 //
-// Two more counters tell its state: it is in use while beginUse() calls stand open, and locked while
-// beginEdit() holds its storage. Storage is a subclass's affair: this class only calls the virtual
-// operations that lock, read, write and unlock it.
+// Two more counters tell its state: it is in use while beginUse() calls stand open, and locked
+// while beginEdit() holds its storage. Storage is a subclass's affair: this class only calls the
+// virtual operations that lock, read, write and unlock it.
 #pragma once
 
 #include <cstdint>
@@ -110,7 +110,8 @@ class TVObject : public VObject {
   // Deletes the object when its count falls below 1, and goes on up the owners.
   void releaseReference(int count);
 
-  // Opens a use: reads the children on the first one, and later when the storage is stale.
+  // Opens a use: reads the children on the first one, and later when the storage is stale. Where
+  // that throws, no use is open.
   void beginUse(TVHandle& context);
   void endUse();
   // Takes the storage for a change, and reads again what changed meanwhile. False when that failed;
@@ -156,10 +157,12 @@ class TVObject : public VObject {
   void acquireBusy();
   void releaseBusy() { busy_ = false; }
 
-  // Counts changes of keys in place, so that whoever remembers keys can tell.
+  // Counts changes of keys in place, sort keys too, so that whoever remembers keys can tell.
   static uint64_t keyChanges();
 
  protected:
+  // To be called by setters of sort keys that take no part in isEqual().
+  static void countKeyChange();
   // Runs `assign`, which changes a field that takes part in isEqual(), and keeps the owner's table
   // in order: the object moves if its hash takes part as well.
   template <typename Assign>
@@ -191,12 +194,13 @@ class TVObject : public VObject {
   bool unseen_ : 1 = false;
   bool transient_ : 1 = false;
   bool keepWrites_ : 1 = true;
+  bool lostChildren_ : 1 = false;  // Some left the cache unused since the last read, not the files.
   mutable int32_t hashValue_ = kHashUnknown;
   mutable uint64_t fingerprint_ = 0;  // 0 until it is asked for.
   int useCount_ = 0;
   int refCount_ = 0;
   TVStorageLock* lockData_ = nullptr;
-  TVObject* owner_;             // Not owned; null for a root and once destroyed.
+  TVObject* owner_;              // Not owned; null for a root and once destroyed.
   TVHandle* handles_ = nullptr;  // All handles attached here, linked through the handles.
   TVHash children_;
 };

@@ -2,8 +2,8 @@
 #pragma once
 
 #include <memory>
-#include <vector>
 
+#include "base/containers.h"
 #include "base/vobject.h"
 
 namespace foldapi {
@@ -24,22 +24,28 @@ class TVDisplayOption : public VObject {
 };
 
 // Usually empty. Owns its options, each at the index that its own hash gives.
-class TVOptionArray {
+class TVOptionArray : private VObjArray {
  public:
+  TVOptionArray() = default;
+  TVOptionArray(const TVOptionArray&) = delete;
+  TVOptionArray& operator=(const TVOptionArray&) = delete;
+  ~TVOptionArray() { deleteAll(); }
+
   void add(std::unique_ptr<TVDisplayOption> option) {
-    const auto index = static_cast<size_t>(option->hash());
-    if (index >= options_.size()) options_.resize(index + 1);
-    options_[index] = std::move(option);
+    const int index = option->hash();
+    remove(index);
+    slot(index) = option.release();
   }
-  void remove(size_t index) {
-    if (index < options_.size()) options_[index].reset();
+  void remove(int index) {
+    delete at(index);
+    if (index < size()) slot(index) = nullptr;
   }
   // The first option for a class; null if there is none. *index, if given, receives its place.
   const TVDisplayOption* find(const VClassRecord* record, int* index = nullptr) const {
-    for (size_t i = 0; i < options_.size(); ++i) {
-      if (options_[i] == nullptr || options_[i]->isA() != record) continue;
-      if (index != nullptr) *index = static_cast<int>(i);
-      return options_[i].get();
+    for (int i = 0; i < size(); ++i) {
+      if (at(i) == nullptr || at(i)->isA() != record) continue;
+      if (index != nullptr) *index = i;
+      return static_cast<const TVDisplayOption*>(at(i));
     }
     return nullptr;
   }
@@ -48,9 +54,6 @@ class TVOptionArray {
     const TVDisplayOption* option = find(record);
     return option != nullptr && option->first();
   }
-
- private:
-  std::vector<std::unique_ptr<TVDisplayOption>> options_;
 };
 
 }  // namespace foldapi

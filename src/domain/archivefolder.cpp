@@ -88,16 +88,22 @@ void TVArchiveFolder::setFolderName(const VString& name) {
   changeKey(true, [&] { folderName_ = name; });
 }
 
+// A sort key of the folder, and with the full work directory one of all members below it.
+void TVArchiveFolder::setPrivateWorkDir(const VString& dir) {
+  if (dir == privateWorkDir_) return;
+  privateWorkDir_ = dir;
+  countKeyChange();
+}
+
 void TVArchiveFolder::setIsPrivate(VBool isPrivate) {
   changeKey(false, [&] { isPrivate_ = isPrivate; });
 }
 
 // At version 1 a folder may hold folders; format 5.2 keeps members only.
 TVArchiveFolderOptions::TVArchiveFolderOptions(int version)
-    : TVArchiveFolderOptions(
-          version, version == 1
-                       ? std::vector{&TVArchiveFolder::theClass, &TVArchiveMember::theClass}
-                       : std::vector{&TVArchiveMember::theClass}) {}
+    : TVArchiveFolderOptions(version, version == 1 ? std::vector{&TVArchiveFolder::theClass,
+                                                                 &TVArchiveMember::theClass}
+                                                   : std::vector{&TVArchiveMember::theClass}) {}
 
 TVArchiveFolderOptions::TVArchiveFolderOptions(int version,
                                                std::vector<const VClassRecord*> childClasses)
@@ -154,8 +160,8 @@ TVArchiveFolderHandle TVArchiveFolderHandle::create(const VString& name, const V
   const TVCreateRequest request = {&TVArchiveFolder::theClass, parent, scope, sink, mode, version};
   return TVArchiveFolderHandle(createObject(
       request, [&](TVFolderOptions& options, TVHandle& result, TVObject* owner, VBool transient) {
-        return static_cast<TVArchiveFolderOptions&>(options).makeObject(
-            name, privateDir, isPrivate, result, owner, transient);
+        return static_cast<TVArchiveFolderOptions&>(options).makeObject(name, privateDir, isPrivate,
+                                                                        result, owner, transient);
       }));
 }
 

@@ -37,7 +37,7 @@ class TVArchiveFolder : public TVObject {
   const VString& privateWorkDir() const { return privateWorkDir_; }
   VBool isPrivate() const { return isPrivate_; }
   void setFolderName(const VString& name);
-  void setPrivateWorkDir(const VString& dir) { privateWorkDir_ = dir; }
+  void setPrivateWorkDir(const VString& dir);
   void setIsPrivate(VBool isPrivate);
 
  protected:

@@ -17,8 +17,7 @@ int signOf(int64_t difference) { return difference < 0 ? -1 : difference > 0 ? 1
 
 }  // namespace
 
-TVArchiveItem::TVArchiveItem(VString itemName, int32_t itemNumber, TVObject* owner,
-                             VBool transient)
+TVArchiveItem::TVArchiveItem(VString itemName, int32_t itemNumber, TVObject* owner, VBool transient)
     : TVObject(owner, transient), itemNumber_(itemNumber), itemName_(std::move(itemName)) {}
 
 bool TVArchiveItem::isEqual(const VObject* other) const {

@@ -5,6 +5,7 @@
 #include "core/optionarray.h"
 #include "domain/archivefolder.h"
 #include "domain/branch.h"
+#include "domain/projectroot.h"
 #include "runtime/paths.h"
 
 namespace foldapi {
@@ -74,7 +75,8 @@ uint64_t TVArchiveMember::computeFingerprint() const {
   return fingerprintText(names_.archivePath.view(), state);
 }
 
-// Sorting ------------------------------------------------------------------------------------------
+// Sorting
+// ------------------------------------------------------------------------------------------
 
 std::string_view TVArchiveMember::sortKey(int* index, int sortType, std::string* scratch) const {
   const int position = *index;
@@ -98,8 +100,8 @@ int TVArchiveMember::compareKey(std::string_view key, int sortType, bool caseSen
   const VPathString path(key);
   std::string scratch;
   int index = 0;
-  const int order = compareText(path.directoryPart().view(), sortKey(&index, sortType, &scratch),
-                                caseSensitive);
+  const int order =
+      compareText(path.directoryPart().view(), sortKey(&index, sortType, &scratch), caseSensitive);
   if (order != 0) return order;
   const VPathString& name = sortType == 8 ? names_.archiveName : names_.workName;
   return compareText(path.fileNamePart().view(), name.view(), caseSensitive);
@@ -109,19 +111,42 @@ std::string_view TVArchiveMember::leadingPart(std::string_view key, int sortType
   if (isQualifiedSort(sortType)) {
     return key.substr(0, VPathString(key).directoryPart().length());
   }
-  const bool whole = sortType == 7 || sortType == 9 || sortType == kWorkPathOnly ||
-                     sortType == kArchivePathOnly;
+  const bool whole =
+      sortType == 7 || sortType == 9 || sortType == kWorkPathOnly || sortType == kArchivePathOnly;
   return whole ? key : std::string_view();
 }
 
-// Names --------------------------------------------------------------------------------------------
+// Names
+// --------------------------------------------------------------------------------------------
+
+// A text that shows which separator the paths around this member use: a workfile "pid.c" in
+// "control" is joined as its archive and its folders are written.
+std::string_view TVArchiveMember::pathModel() const {
+  const auto hasSeparator = [](const VString& text) {
+    return text.view().find_first_of("\\/") != std::string_view::npos;
+  };
+  for (const VPathString* text : {&names_.workPath, &names_.archivePath}) {
+    if (hasSeparator(*text)) return text->view();
+  }
+  for (const TVObject* object = owner(); object != nullptr; object = object->owner()) {
+    const VString* directory = nullptr;
+    if (object->isKindOf(&TVArchiveFolder::theClass)) {
+      directory = &static_cast<const TVArchiveFolder*>(object)->privateWorkDir();
+    } else if (object->isKindOf(&TVProjectRoot::theClass)) {
+      directory = &static_cast<const TVProjectRoot*>(object)->publicDir();
+    }
+    if (directory != nullptr && hasSeparator(*directory)) return directory->view();
+  }
+  return {};
+}
 
 VPathString TVArchiveMember::fullWorkDir() const {
+  const std::string_view like = pathModel();
   std::string directory = names_.workPath.str();
   for (const TVObject* object = owner(); object != nullptr; object = object->owner()) {
     if (!object->isKindOf(&TVArchiveFolder::theClass)) continue;
     directory = joinPath(static_cast<const TVArchiveFolder*>(object)->privateWorkDir().view(),
-                         directory);
+                         directory, like);
   }
   return normalisePath(directory);
 }
@@ -129,15 +154,15 @@ VPathString TVArchiveMember::fullWorkDir() const {
 VPathString TVArchiveMember::fullWorkName() const {
   const VPathString directory = fullWorkDir();
   if (directory.isEmpty()) return names_.workName;
-  return buildPath(&directory.str(), names_.workName.view(), nullptr);
+  return buildPath(&directory.str(), names_.workName.view(), nullptr, pathModel());
 }
 
 VPathString TVArchiveMember::qualWorkName() const {
-  return VPathString(names_.workPath).join(names_.workName);
+  return VPathString(names_.workPath).join(names_.workName, pathModel());
 }
 
 VPathString TVArchiveMember::qualArchiveName() const {
-  return VPathString(names_.archivePath).join(names_.archiveName);
+  return VPathString(names_.archivePath).join(names_.archiveName, pathModel());
 }
 
 VString TVArchiveMember::pairedName() const {
@@ -154,7 +179,8 @@ VString TVArchiveMember::name(const TVOptionArray& options) const {
   return qualWorkName() + "\t(" + qualArchiveName() + ")";
 }
 
-// What an archive that nobody can read knows -------------------------------------------------------
+// What an archive that nobody can read knows
+// -------------------------------------------------------
 
 namespace {
 
@@ -196,7 +222,8 @@ TVObject* TVArchiveMemberOptions::makeObject(const TVMemberNames& names, TVHandl
   return new TVArchiveMember(names, owner, transient);
 }
 
-// The handle ---------------------------------------------------------------------------------------
+// The handle
+// ---------------------------------------------------------------------------------------
 
 VPathString TVArchiveMemberHandle::workName() const {
   const auto* member = as<TVArchiveMember>();

@@ -79,6 +79,8 @@ class TVArchiveMember : public TVObject {
   void setArchiveName(const VPathString& name);
 
  private:
+  std::string_view pathModel() const;
+
   TVMemberNames names_;
 };
 

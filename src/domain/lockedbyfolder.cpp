@@ -1,8 +1,8 @@
 // domain/lockedbyfolder.cpp: the two titles of a locked-by folder.
 //
 // The stored name is not the title that a user reads: it is the tail of a fixed text, from the
-// position that the user's name gives when it is read as a number. So the folders of all users whose
-// names begin with no digit are one object.
+// position that the user's name gives when it is read as a number. So the folders of all users
+// whose names begin with no digit are one object.
 #include "domain/lockedbyfolder.h"
 
 #include <cstdlib>

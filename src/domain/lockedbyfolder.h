@@ -1,6 +1,7 @@
 // domain/lockedbyfolder.h: TVLockedByFolder, a derived view: the members that one user has locked.
 //
-// It owns no file and fills itself with nothing: a client of the class interface adds members to it.
+// It owns no file and fills itself with nothing: a client of the class interface adds members to
+// it.
 #pragma once
 
 #include "domain/archivefolder.h"

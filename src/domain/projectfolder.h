@@ -1,5 +1,5 @@
-// domain/projectfolder.h: TVProjectFolder, a folder that the root holds and that carries what only a
-// project has: a configuration, and a public work directory beside the private one.
+// domain/projectfolder.h: TVProjectFolder, a folder that the root holds and that carries what only
+// a project has: a configuration, and a public work directory beside the private one.
 #pragma once
 
 #include "domain/archivefolder.h"
@@ -43,7 +43,8 @@ class TVProjectFolderHandle : public TVArchiveFolderHandle {
 
   VString publicDir() const;  // The public work directory.
   TVProjectConfig config() const;
-  // The directories stand in the root's files, so their setters change those as well.
+  // The directories stand in the root's files, so their setters change those as well. The private
+  // one also has the project's own pair written anew.
   void setPublicDir(const VString& dir);
   void setPrivateDir(const VString& dir) override;
   // Stores a configuration in memory; `scope` may hold the project already.

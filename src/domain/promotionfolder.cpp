@@ -1,7 +1,4 @@
 // domain/promotionfolder.cpp: promotion groups in memory. They have no sort key of their own.
-//
-// At version 1 a group holds groups. Format 5.2 reads its groups and lets none be made: there a group
-// may hold nothing but, by the letter of its rule record, a project.
 #include "domain/promotionfolder.h"
 
 #include "base/fingerprint.h"
@@ -9,8 +6,9 @@
 
 namespace foldapi {
 
-const VClassRecord TVPromotionFolder::theClass = {"TVPromotionFolder", &TVObject::theClass, 15,
-                                                  []() -> VObject* { return new TVPromotionFolderHandle; }};
+const VClassRecord TVPromotionFolder::theClass = {
+    "TVPromotionFolder", &TVObject::theClass, 15,
+    []() -> VObject* { return new TVPromotionFolderHandle; }};
 
 TVPromotionFolder::TVPromotionFolder(VString promotionName, TVObject* owner, VBool transient)
     : TVObject(owner, transient), promotionName_(std::move(promotionName)) {}
@@ -24,6 +22,8 @@ uint64_t TVPromotionFolder::computeFingerprint() const {
   return fingerprintText(promotionName_.view(), 5);
 }
 
+// Format 5.2 lists a group as a place for projects, and for groups none: a group can be read there,
+// and never be made. Kept so.
 TVPromotionFolderOptions::TVPromotionFolderOptions(int version)
     : TVFolderOptions(&TVPromotionFolder::theClass, version, 2,
                       {version == 1 ? &TVPromotionFolder::theClass : &TVProjectFolder::theClass}) {}

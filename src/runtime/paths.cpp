@@ -41,8 +41,9 @@ size_t findSeparator(std::string_view path, size_t from) {
 }
 
 // The separator to write: the first one of the operands, in their order.
-char separatorOf(std::string_view first, std::string_view second = {}) {
-  for (const std::string_view path : {first, second}) {
+char separatorOf(std::string_view first, std::string_view second = {},
+                 std::string_view third = {}) {
+  for (const std::string_view path : {first, second, third}) {
     const size_t at = findSeparator(path, 0);
     if (at < path.size()) return path[at];
   }
@@ -184,24 +185,25 @@ std::string normalisePath(std::string_view path) {
   return result;
 }
 
-std::string joinPath(std::string_view dir, std::string_view name) {
+std::string joinPath(std::string_view dir, std::string_view name, std::string_view like) {
   if (hasPathPrefix(name)) return std::string(name);
   std::string result;
   result.reserve(dir.size() + name.size() + 1);
   result = dir;
   if (!dir.empty() && !name.empty() && !endsInDelimiter(dir) && !isSeparatorAt(name, 0)) {
-    result += separatorOf(dir, name);
+    result += separatorOf(dir, name, like);
   }
   result += name;
   return result;
 }
 
-std::string buildPath(const std::string* dir, std::string_view name, const std::string* extension) {
+std::string buildPath(const std::string* dir, std::string_view name, const std::string* extension,
+                      std::string_view like) {
   FileParts parts = splitFile(name);
   if (dir != nullptr) parts.directory = *dir;
   if (extension != nullptr) parts.extension = *extension;
   std::string result(parts.directory);
-  if (!result.empty() && !endsInDelimiter(result)) result += separatorOf(result, name);
+  if (!result.empty() && !endsInDelimiter(result)) result += separatorOf(result, name, like);
   result += parts.stem;
   if (!parts.extension.empty()) result.append(".").append(parts.extension);
   return unifySeparators(normalisePath(result));

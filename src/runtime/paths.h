@@ -16,11 +16,13 @@ namespace foldapi {
 std::string normalisePath(std::string_view path);
 
 // `name` below `dir`, with one separator between; a `name` with a prefix replaces `dir`.
-std::string joinPath(std::string_view dir, std::string_view name);
+// Where neither holds a separator, `like` may show which one its neighbours use.
+std::string joinPath(std::string_view dir, std::string_view name, std::string_view like = {});
 
 // Directory, file part and extension built into one normalised path. A null `dir` takes the
-// directory of `name`, a null `extension` keeps its extension.
-std::string buildPath(const std::string* dir, std::string_view name, const std::string* extension);
+// directory of `name`, a null `extension` keeps its extension. `like` is as for joinPath().
+std::string buildPath(const std::string* dir, std::string_view name, const std::string* extension,
+                      std::string_view like = {});
 
 // `path` relative to `base`, or `path` itself where it does not lie below `base`.
 std::string relativePath(std::string_view base, std::string_view path);

@@ -82,7 +82,8 @@ class SiblingFile {
       }
       ByteFile file;
       file.descriptor_ = descriptor;
-      if (!isHeldByMe(file)) continue;  // Somebody took it for a leftover: make it again.
+      // If that fails somebody took it for a leftover just now: make it again.
+      if (file.tryLock(ByteFile::Lock::kExclusive) != FileResult::kOk || !isSibling(file)) continue;
       file_ = std::move(file);
       return FileResult::kOk;
     }
@@ -112,9 +113,8 @@ class SiblingFile {
   }
 
  private:
-  // Whether `file` could be locked and is what the sibling's path names.
-  bool isHeldByMe(const ByteFile& file) const {
-    if (file.tryLock(ByteFile::Lock::kExclusive) != FileResult::kOk) return false;
+  // Whether `file` is what the sibling's path names.
+  bool isSibling(const ByteFile& file) const {
     struct stat named, own;
     return ::lstat(path_.c_str(), &named) == 0 && ::fstat(file.descriptor_, &own) == 0 &&
            named.st_dev == own.st_dev && named.st_ino == own.st_ino;
@@ -129,7 +129,7 @@ class SiblingFile {
     }
     const FileResult lock = leftover.tryLock(ByteFile::Lock::kExclusive);
     if (lock != FileResult::kOk) return lock;
-    if (!isHeldByMe(leftover)) return FileResult::kOk;
+    if (!isSibling(leftover)) return FileResult::kOk;
     const bool isGone = ::unlink(path_.c_str()) == 0 || errno == ENOENT;
     return isGone ? FileResult::kOk : siblingFailure(errno);
   }

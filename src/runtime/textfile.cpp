@@ -184,14 +184,15 @@ FileResult openAndHold(std::string_view path, TextFile::Access access, HeldFile*
   return FileResult::kBusy;
 }
 
-// Whether the file can be had exclusively now, or there is nothing to wait for.
+// Whether the file can be had exclusively now, or there is nothing to wait for. It is opened for
+// writing: over a network an exclusive lock asks for that.
 bool isFree(std::string_view path) {
   HeldFile held;
-  if (held.file.open(path, ByteFile::Mode::kRead) != FileResult::kOk ||
+  if (held.file.open(path, ByteFile::Mode::kUpdate) != FileResult::kOk ||
       !held.file.readStatus(&held.status)) {
     return true;
   }
-  if (held.file.tryLock(ByteFile::Lock::kExclusive) == FileResult::kBusy) return false;
+  if (held.file.tryLock(ByteFile::Lock::kExclusive) != FileResult::kOk) return false;
   held.file.close();  // First of all, since others may ask just now.
   return held.isNamedBy(path);
 }
@@ -217,9 +218,9 @@ struct TextFile::State {
     exclusiveHolds().add(held.status);
   }
 
-  // Whether the change is an append that the system carries out at once.
+  // Whether the system carries out an append of `length` bytes at once.
   bool fitsAppend(size_t length) const {
-    return !isCleared && held.status.size % kPageSize + length <= kPageSize;
+    return held.status.size % kPageSize + length <= kPageSize;
   }
 
   bool append(std::string_view bytes) {
@@ -245,11 +246,14 @@ struct TextFile::State {
     FileStatus present;
     if (!held.file.readStatus(&present) || !held.isNamedBy(path)) return false;
     held.status = present;
-    if (!isCleared) {
-      const std::string added = withCarriageReturns(text.view().substr(keptSize));
-      if (fitsAppend(added.size())) return append(added);
-    }
-    return rewrite(withCarriageReturns(text.view()));
+    if (isCleared) return rewrite(withCarriageReturns(text.view()));
+    const std::string added = withCarriageReturns(text.view().substr(keptSize));
+    if (fitsAppend(added.size())) return append(added);
+    TextBuffer whole;  // With what was there byte for byte, whatever its line ends.
+    whole.reserve(held.status.size + added.size());
+    if (held.read(&whole) != FileResult::kOk) return false;
+    whole.append(added);
+    return rewrite(whole.view());
   }
 };
 
@@ -349,13 +353,19 @@ bool TextFile::becomeUpdater() {
   return true;
 }
 
-void waitForTextFile(std::string_view path, unsigned milliseconds) {
+unsigned waitForTextFile(std::string_view path, unsigned milliseconds) {
   const int64_t end = steadyMilliseconds() + milliseconds;
-  while (!isFree(path)) {
-    const int64_t left = end - steadyMilliseconds();
-    if (left <= 0) return;
+  int64_t left = milliseconds;
+  while (left > 0 && !isFree(path)) {
     sleepMilliseconds(static_cast<unsigned>(std::min<int64_t>(left, kWaitPause)));
+    left = end - steadyMilliseconds();
   }
+  return static_cast<unsigned>(std::max<int64_t>(left, 0));
+}
+
+bool isTextFileShared(std::string_view path) {
+  ByteFile file;
+  return file.openRead(path) && file.tryLock(ByteFile::Lock::kShared) == FileResult::kOk;
 }
 
 }  // namespace foldapi

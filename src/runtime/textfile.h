@@ -77,7 +77,11 @@ class TextFile {
 };
 
 // Waits until the file may be had exclusively or `milliseconds` have passed, whichever is first,
-// looking again every few milliseconds.
-void waitForTextFile(std::string_view path, unsigned milliseconds);
+// looking again every few milliseconds. Gives the milliseconds that are left.
+unsigned waitForTextFile(std::string_view path, unsigned milliseconds);
+
+// Whether the file may be had for reading: if it can't be had exclusively all the same, then only
+// readers are in the way.
+bool isTextFileShared(std::string_view path);
 
 }  // namespace foldapi

@@ -49,7 +49,8 @@ const VString& storageDirOf(const TVObject* owner, Side side) {
   return none;
 }
 
-// Folders ------------------------------------------------------------------------------------------
+// Folders
+// ------------------------------------------------------------------------------------------
 
 TVArchiveFolder52::TVArchiveFolder52(VString name, VString privateWorkDir, VBool isPrivate,
                                      TVObject* owner, VBool transient)
@@ -58,8 +59,7 @@ TVArchiveFolder52::TVArchiveFolder52(VString name, VString privateWorkDir, VBool
 
 std::string TVArchiveFolder52::record(Side side) const {
   std::string text = "[FOLDER=" + folderName().str() + "]\n";
-  text += "DIR=" +
-          relativePath(storageDirOf(owner(), side).view(), files_.directory(side).view()) + "\n";
+  text += "DIR=" + recordDirectory(storageDirOf(owner(), side), files_.directory(side)) + "\n";
   text += "WKDIR=" + privateWorkDir().str() + "\n";
   if (side == Side::kPrivate && !isPrivate()) text += "OWNERSHIP=PUBLIC\n";
   return text + "\n";
@@ -77,17 +77,18 @@ int TVArchiveFolder52::writeChild(TVHandle& context, TVStorageLock* ownerLock) {
   return result;
 }
 
-// A private folder gets the public stream, of which it has none: read during its own update it finds
-// the file held by itself, and stays as it is until the next use.
+// A private folder gets the public stream, of which it has none: read during its own update it
+// finds the file held by itself, and stays as it is until the next use.
 int TVArchiveFolder52::readData(TVHandle& context, TVStorageLock* lock) {
   auto* writer = static_cast<TVDataFileWriter*>(lock);
   const TextFile* stream = writer == nullptr ? nullptr : writer->stream(Side::kPublic);
   if (files_.directory(ownSide()).isEmpty()) {
     assertFail("52arfld.cpp", 162);
+    files_.passOver(ownSide());
     return 0;
   }
-  const int code = files_.read(ownSide(), this, context, kFolderSections,
-                               TVDataFile::Access::kRead, stream);
+  const int code =
+      files_.read(ownSide(), this, context, kFolderSections, TVDataFile::Access::kRead, stream);
   return code == kFolderNoMemory ? kResultNoMemory : 0;
 }
 
@@ -114,7 +115,7 @@ void TVArchiveFolder52::createStorage(TVHandle&) {
   for (const Side side : {Side::kPublic, Side::kPrivate}) {
     const bool elsewhere = side == Side::kPublic && isPrivate();
     if (elsewhere || !files_.directory(side).isEmpty()) continue;
-    files_.setDirectory(side, uniqueName(storageDirOf(owner(), side), folderName(), ""));
+    files_.setDirectory(side, makeUniqueDirectory(storageDirOf(owner(), side), folderName(), ""));
   }
 }
 
@@ -124,7 +125,8 @@ TVObject* TVArchiveFolder52Options::makeObject(const VString& name, const VStrin
   return new TVArchiveFolder52(name, privateWorkDir, isPrivate, owner, transient);
 }
 
-// Members ------------------------------------------------------------------------------------------
+// Members
+// ------------------------------------------------------------------------------------------
 
 // The record lies in the owner's public file if it has one, else in the private one: never in both.
 int TVArchiveMember52::writeChild(TVHandle& context, TVStorageLock* ownerLock) {
@@ -195,6 +197,7 @@ int TVArchiveMember52::LoadArchiveInfo(TVHandle& context, VPathString* path, Loa
   if (known == nullptr) loaded->owned = std::make_unique<TVArchiveInfo52>(*path);
   TVArchiveInfo52* info = known != nullptr ? known : loaded->owned.get();
   if (info->Load() == kFolderNotAnArchive) {
+    if (known != nullptr) cache->remove(known);
     context.sink().notice(context, FolderFileMessage(kFolderNotAnArchive, path->text()));
     return kResultFailed;
   }

@@ -1,8 +1,8 @@
 // store/52branch.cpp: from the toolkit's flat list to branches and revisions.
 //
-// The list holds a whole archive, level by level: each object walks it from its own place on and takes
-// what lies at its own level. A branch takes the revisions of its line; a revision takes what hangs on
-// it and the branches that start there.
+// The list holds a whole archive, level by level: each object walks it from its own place on and
+// takes what lies at its own level. A branch takes the revisions of its line; a revision takes what
+// hangs on it and the branches that start there.
 #include "store/52branch.h"
 
 #include "runtime/assertion.h"
@@ -136,7 +136,8 @@ VString branchName(std::string_view number) {
 
 }  // namespace
 
-// Branches -----------------------------------------------------------------------------------------
+// Branches
+// -----------------------------------------------------------------------------------------
 
 TVBranch52::TVBranch52(VString name, int level, int32_t itemNumber, const TrvsRevTree* tree,
                        TVObject* owner, VBool transient)
@@ -173,7 +174,8 @@ void mergeBranch(TVObject& owner, VString name, int level, int32_t itemNumber,
   static_cast<TVBranch52*>(TVObject::mergeIntoCache(fresh, nullptr))->setTree(tree);
 }
 
-// Revisions ----------------------------------------------------------------------------------------
+// Revisions
+// ----------------------------------------------------------------------------------------
 
 TVRevision52::TVRevision52(VString number, TVRevisionTexts texts, VBool isLocked, int level,
                            const TrvsRevTree* tree, TVObject* owner, VBool transient)

@@ -23,6 +23,9 @@ namespace {
 
 constexpr int kAttempts = 10;
 constexpr unsigned kRetryMilliseconds = 500;
+constexpr int kLooks = 5;
+constexpr unsigned kLookMilliseconds = 2;
+constexpr int kTryAgain = -1;  // Beside the codes of the folder messages.
 
 // How far the wait notices have come; they tell the sink.
 constexpr int kFirstNotice = 1;
@@ -33,7 +36,8 @@ constexpr std::string_view kFormatHead = "[FORMAT=TRVS_GUI]\nVersion=5.2\n\n";
 
 }  // namespace
 
-// TVDataFile ---------------------------------------------------------------------------------------
+// TVDataFile
+// ---------------------------------------------------------------------------------------
 
 TVDataFile::TVDataFile(TVObject* owner, TVHandle& context, bool create, bool report, Access access)
     : owner_(owner), context_(context), create_(create), report_(report), access_(access) {}
@@ -46,20 +50,29 @@ void TVDataFile::report(int code, const VPathString& path) const {
 
 int TVDataFile::openLocked(const VPathString& path, std::unique_ptr<TextFile>* stream) {
   if (makeDirectories(path.view()) != 0) return failed(kFolderDirectoryNotMade, path);
-  // A private file has no notices, but one short wait: another process may just be reading it.
-  const int attempts = report_ ? kAttempts : 2;
+  unsigned silence = kRetryMilliseconds;
   int notice = kNoNotice;
-  int code = kFolderFileBusy;
-  for (int left = attempts; left > 0; --left) {
-    code = attempt(path, left < attempts, stream);
-    if (code != kFolderFileBusy) break;
-    notice = notice == kNoNotice ? kFirstNotice : kLaterNotice;
-    if (report_ && context_.sink().canRetry(context_, notice, path) == 0) break;
-    waitForTextFile(path.view(), kRetryMilliseconds);
+  int code = kTryAgain;
+  for (int left = kAttempts; left > 0 && code == kTryAgain; --left) {
+    code = attempt(path, left < kAttempts, stream);
+    if (code == kTryAgain && !waitToRetry(path, &notice, &silence)) break;
   }
-  if (report_ && notice != kNoNotice) context_.sink().canRetry(context_, kNoNotice, path);
-  if (code != kFolderFileBusy) return code;
+  if (notice != kNoNotice) context_.sink().canRetry(context_, kNoNotice, path);
+  if (code != kTryAgain) return code;
   return failed(report_ ? kFolderFileBusy : missingCode(), path);
+}
+
+// Waits for another updater, with a notice that may end it. A file that reports nothing gives no
+// notices either and waits half a second in all: another process may just be reading it.
+bool TVDataFile::waitToRetry(const VPathString& path, int* notice, unsigned* silence) const {
+  if (!report_) {
+    *silence = waitForTextFile(path.view(), *silence);
+    return *silence > 0;
+  }
+  *notice = *notice == kNoNotice ? kFirstNotice : kLaterNotice;
+  if (context_.sink().canRetry(context_, *notice, path) == 0) return false;
+  waitForTextFile(path.view(), kRetryMilliseconds);
+  return true;
 }
 
 int TVDataFile::missingCode() const { return create_ ? kFolderFileNotMade : kFolderFileMissing; }
@@ -69,7 +82,7 @@ int TVDataFile::failed(int code, const VPathString& path) const {
   return code;
 }
 
-// One try, `again` if it isn't the first. kFolderFileBusy, unreported, says that another may help.
+// One try, `again` if it isn't the first. kTryAgain says that another one may help.
 int TVDataFile::attempt(const VPathString& path, bool again,
                         std::unique_ptr<TextFile>* stream) const {
   const bool update = access_ == Access::kUpdate;
@@ -90,24 +103,31 @@ int TVDataFile::attempt(const VPathString& path, bool again,
     return failed(why == TextFile::Failure::kBusy ? kFolderFileBusy : kFolderReadFailed, path);
   }
   if (why != TextFile::Failure::kBusy) return failed(kFolderWriteFailed, path);
-  if (!report_) return kFolderFileBusy;
-  return probe(path, again, stream);
+  return report_ ? probe(path, again, stream) : kTryAgain;
 }
 
-// A file that others read can't be had exclusively, and that is told at once. A later try takes such
-// a file for reading: its first write will ask again.
+// A file that others read can't be had exclusively, and that is told at once. A later try takes
+// such a file for reading: its first write will ask again. Who only looked whether the file is
+// shared, or was about to be done with it, is no reader: so a few looks must agree.
 int TVDataFile::probe(const VPathString& path, bool again,
                       std::unique_ptr<TextFile>* stream) const {
   TextFile::Failure why = TextFile::Failure::kNone;
-  *stream = TextFile::open(path.view(), TextFile::Access::kProbe, &why);
-  if (*stream == nullptr) return kFolderFileBusy;
-  if (again) return 0;
-  stream->reset();
+  for (int look = 0; look < kLooks; ++look) {
+    if (!isTextFileShared(path.view())) return kTryAgain;
+    sleepMilliseconds(kLookMilliseconds);
+    *stream = TextFile::open(path.view(), TextFile::Access::kUpdate, &why);
+    if (*stream != nullptr) return 0;
+  }
+  if (again) {
+    *stream = TextFile::open(path.view(), TextFile::Access::kProbe, &why);
+    return *stream == nullptr ? kTryAgain : 0;
+  }
   report(kFolderWriteFailed, path);
   return kFolderWriteFailed;
 }
 
-// TVDataFileReader ---------------------------------------------------------------------------------
+// TVDataFileReader
+// ---------------------------------------------------------------------------------
 
 TVDataFileReader::TVDataFileReader(TVObject* owner, TVHandle& context, const VPathString& path,
                                    const VString& directory, const KeyTableEntry* sections,
@@ -127,13 +147,21 @@ int TVDataFileReader::readFile(const TextFile* stream) {
     if (code != 0) return code;
     stream = own.get();
   }
-  TVKeyFile file(stream->text(), sections_);
-  const int result = file.parse([&](int sectionId, std::string_view name, OptionalText value) {
-    return readRecord(file, sectionId, name, value);
-  });
-  if (result == kKeyFileDone) return 0;
+  try {
+    if (parse(*stream)) return 0;
+  } catch (const std::bad_alloc&) {
+    context().sink().error(context(), FolderMessage(kFolderNoMemory));
+    return kFolderNoMemory;
+  }
   context().sink().error(context(), FolderFileMessage(kFolderReadFailed, path_.text()));
   return kFolderReadFailed;
+}
+
+bool TVDataFileReader::parse(const TextFile& stream) {
+  TVKeyFile file(stream.text(), sections_);
+  return file.parse([&](int sectionId, std::string_view name, OptionalText value) {
+    return readRecord(file, sectionId, name, value);
+  }) == kKeyFileDone;
 }
 
 int TVDataFileReader::readRecord(TVKeyFile& file, int sectionId, std::string_view,
@@ -196,8 +224,7 @@ int TVDataFileReader::recordFailed(int code, const std::string& name) {
 
 int TVDataFileReader::mergeProject(const std::string& name, const RecordKeys& keys) {
   if (source_ == Side::kPrivate) {
-    auto* project = static_cast<TVProjectFolder52*>(
-        findChild(name, [](const TVArchiveFolder& folder) { return !folder.isUnseen(); }));
+    auto* project = static_cast<TVProjectFolder52*>(findChild(name));
     if (project == nullptr) return kFolderPrivateOnly;
     if (!project->isDirty()) project->setPrivateWorkDir(keys.workDir);
     project->setStorageDir(source_, storageDirectory(directory_, *keys.dir));
@@ -206,7 +233,8 @@ int TVDataFileReader::mergeProject(const std::string& name, const RecordKeys& ke
   const TVProjectConfig config{VPathString(*keys.config)};
   auto* fresh = new TVProjectFolder52(name, config, keys.workDir, keys.workDir, owner(), false);
   auto* project = static_cast<TVProjectFolder52*>(TVObject::mergeIntoCache(fresh, nullptr));
-  // One that was cached before follows the file, unless it holds a change that is yet to be written.
+  // One that was cached before follows the file, unless it holds a change that is yet to be
+  // written.
   if (project != fresh && !project->isDirty()) {
     project->setConfig(config);
     project->setPublicWorkDir(keys.workDir);
@@ -231,17 +259,12 @@ int TVDataFileReader::readFolderRecord(TVKeyFile& file, OptionalText value) {
 bool TVDataFileReader::mergeFolder(const std::string& name, const RecordKeys& keys) {
   TVArchiveFolder52* folder = nullptr;
   if (source_ == Side::kPrivate) {
-    // A public folder counts if the public pass met it; a private one may be cached from before.
-    folder = static_cast<TVArchiveFolder52*>(
-        findChild(name, [&keys](const TVArchiveFolder& candidate) {
-          return !candidate.isUnseen() || (candidate.isPrivate() && !keys.overlay);
-        }));
+    folder = static_cast<TVArchiveFolder52*>(findChild(name));
     if (folder == nullptr && keys.overlay) return false;
   }
   if (folder == nullptr) folder = addFolder(name, keys);
   const bool ownRecord = source_ == Side::kPublic || folder->isPrivate();
   if (ownRecord && !folder->isDirty()) folder->setPrivateWorkDir(keys.workDir);
-  folder->setUnseen(false);
   folder->setStorageDir(source_, storageDirectory(directory_, *keys.dir));
   return true;
 }
@@ -254,10 +277,10 @@ TVArchiveFolder52* TVDataFileReader::addFolder(const std::string& name, const Re
   return folder;
 }
 
-// The first child in table order of a name that is accepted. Folders are known by their class, so a
-// member or a group of the same name is none.
-template <typename Accept>
-TVArchiveFolder* TVDataFileReader::findChild(const std::string& name, Accept accept) {
+// The first child in table order of a name that this read has met: one that is cached from before
+// counts only once its own record comes, as if it were read for the first time. Folders are known
+// by their class, so a member or a group of the same name is none.
+TVArchiveFolder* TVDataFileReader::findChild(const std::string& name) {
   if (!byNameFilled_) {
     byNameFilled_ = true;
     for (TVObject* child : owner()->childrenInOrder()) {
@@ -269,7 +292,7 @@ TVArchiveFolder* TVDataFileReader::findChild(const std::string& name, Accept acc
   const auto found = byName_.find(name);
   if (found == byName_.end()) return nullptr;
   for (TVArchiveFolder* folder : found->second) {
-    if (accept(*folder)) return folder;
+    if (!folder->isUnseen()) return folder;
   }
   return nullptr;
 }
@@ -292,7 +315,8 @@ int TVDataFileReader::readDocumentRecord(OptionalText value) {
   return kRecordTaken;
 }
 
-// TVDataFileWriter ---------------------------------------------------------------------------------
+// TVDataFileWriter
+// ---------------------------------------------------------------------------------
 
 TVDataFileWriter::TVDataFileWriter(TVObject* owner, TVHandle& context, VPathString publicPath,
                                    VPathString privatePath)
@@ -344,14 +368,20 @@ void TVDataFileWriter::reportWriteFailure(Side side, TVHandle& context) const {
   context.sink().error(context, FolderFileMessage(kFolderWriteFailed, path(side).text()));
 }
 
-// TVDataFilePair -----------------------------------------------------------------------------------
+// TVDataFilePair
+// -----------------------------------------------------------------------------------
 
 VString storageDirectory(const VString& ownerDirectory, std::string_view dir) {
   return dir.empty() ? VString() : VString(joinPath(ownerDirectory.view(), dir));
 }
 
 TVDataFilePair::TVDataFilePair(const char* publicName, const char* privateName)
-    : public_{publicName, {}, {}, false}, private_{privateName, {}, {}, false} {}
+    : public_{.name = publicName}, private_{.name = privateName} {}
+
+std::string recordDirectory(const VString& ownerDirectory, const VString& directory) {
+  std::string relative = relativePath(ownerDirectory.view(), directory.view());
+  return storageDirectory(ownerDirectory, relative) == directory ? relative : directory.str();
+}
 
 VPathString TVDataFilePair::path(Side side) const {
   const File& file = at(side);
@@ -364,23 +394,37 @@ int TVDataFilePair::read(Side side, TVObject* owner, TVHandle& context,
                          const TextFile* stream) {
   File& file = at(side);
   const VPathString filePath = path(side);
-  file.stamp = fileStamp(filePath.view());  // Before the open: what changes later is read again.
-  file.unread = true;                       // Until told otherwise, also by way of an exception.
+  const FileStamp stamp =
+      fileStamp(filePath.view());  // Before the open: what changes later counts.
+  file.stamp = {};
+  file.unread = true;  // Until told otherwise, also by way of an exception.
   TVDataFileReader reader(owner, context, filePath, file.directory, sections, side, true, access);
   const int code = reader.readFile(stream);
   file.unread = code != 0 && fileExists(filePath.view());
-  if (code != 0) file.stamp = {};
+  file.absent = code != 0 && !file.unread;
+  if (code == 0) file.stamp = stamp;
   return code;
 }
 
 void TVDataFilePair::skip(Side side) {
   File& file = at(side);
   file.stamp = {};
+  file.absent = false;
   file.unread = !file.directory.isEmpty() && fileExists(path(side).view());
 }
 
+void TVDataFilePair::passOver(Side side) {
+  File& file = at(side);
+  file.stamp = {};
+  file.unread = false;
+  file.absent = true;
+}
+
+// A file that was missing and still is has not changed: reading a large project again for each find
+// because it has no private file would be waste.
 bool TVDataFilePair::hasChanged(Side side) const {
   const File& file = at(side);
+  if (file.absent) return fileExists(path(side).view());
   return !file.stamp.isSet() || !(fileStamp(path(side).view()) == file.stamp);
 }
 
@@ -389,6 +433,11 @@ TVDataFileWriter* TVDataFilePair::beginWrite(TVObject* owner, TVHandle& context,
   auto writer = std::make_unique<TVDataFileWriter>(
       owner, context, publicSide ? path(Side::kPublic) : VPathString(),
       privateSide ? path(Side::kPrivate) : VPathString());
+  if (writer->path(Side::kPublic).isEmpty() && writer->path(Side::kPrivate).isEmpty()) {
+    const char* name = publicSide ? public_.name : private_.name;
+    context.sink().error(context, FolderFileMessage(kFolderWriteFailed, name));
+    return nullptr;
+  }
   return writer->open() == 0 ? writer.release() : nullptr;
 }
 
@@ -404,18 +453,21 @@ bool TVDataFilePair::mayUpdate(const TVDataFileWriter& writer, TVHandle& context
 
 void TVDataFilePair::endWrite(TVDataFileWriter* writer, TVHandle& context, bool keep) {
   const std::unique_ptr<TVDataFileWriter> owned(writer);
+  // The private file lies over the public one, and follows only where that went before.
   for (const Side side : {Side::kPublic, Side::kPrivate}) {
-    if (writer->stream(side) != nullptr) endWrite(side, *writer, context, keep);
+    if (writer->stream(side) != nullptr) keep = endWrite(side, *writer, context, keep);
   }
 }
 
 // The stamp is taken while the file is still held. Objects that did not reach the disk must go with
 // the next read, so a write that failed or was dropped leaves no stamp.
-void TVDataFilePair::endWrite(Side side, TVDataFileWriter& writer, TVHandle& context, bool keep) {
+bool TVDataFilePair::endWrite(Side side, TVDataFileWriter& writer, TVHandle& context, bool keep) {
   File& file = at(side);
   const TextFile& stream = *writer.stream(side);
   const bool written = keep && writer.commit(side, context);
+  file.absent = false;
   file.stamp = written && !file.unread ? stream.stamp() : FileStamp();
+  return written;
 }
 
 }  // namespace foldapi

@@ -1,6 +1,6 @@
-// store/52data.h: what the four text files of the project database have in common: how one is opened
-// and kept from other processes, its format head, the reader that turns records into objects, and the
-// writer that holds a pair of files open during an update.
+// store/52data.h: what the four text files of the project database have in common: how one is
+// opened and kept from other processes, its format head, the reader that turns records into
+// objects, and the writer that holds a pair of files open during an update.
 //
 // A public file is shared by a team; a private one lies over it for one user. Which files belong to
 // an owner, and which records they hold, is told in 52root, 52proj and 52arfld.
@@ -43,6 +43,7 @@ class TVDataFile {
   void report(int code, const VPathString& path) const;
   int failed(int code, const VPathString& path) const;
   int missingCode() const;
+  bool waitToRetry(const VPathString& path, int* notice, unsigned* silence) const;
   int attempt(const VPathString& path, bool again, std::unique_ptr<TextFile>* stream) const;
   int probe(const VPathString& path, bool again, std::unique_ptr<TextFile>* stream) const;
 
@@ -75,6 +76,7 @@ class TVDataFileReader : public TVDataFile {
   };
 
   static RecordKeys readKeys(TVKeyFile& file);
+  bool parse(const TextFile& stream);
   int readRecord(TVKeyFile& file, int sectionId, std::string_view name, OptionalText value);
   int readProjectRecord(TVKeyFile& file, OptionalText value);
   int readFolderRecord(TVKeyFile& file, OptionalText value);
@@ -84,8 +86,7 @@ class TVDataFileReader : public TVDataFile {
   bool mergeFolder(const std::string& name, const RecordKeys& keys);
   TVArchiveFolder52* addFolder(const std::string& name, const RecordKeys& keys);
   int recordFailed(int code, const std::string& name);
-  template <typename Accept>
-  TVArchiveFolder* findChild(const std::string& name, Accept accept);
+  TVArchiveFolder* findChild(const std::string& name);
 
   const VPathString& path_;
   const VString& directory_;
@@ -107,7 +108,9 @@ class TVDataFileWriter : public TVDataFile, public TVStorageLock {
   int open();
 
   // Null when the file isn't open.
-  TextFile* stream(Side side) const { return side == Side::kPublic ? public_.get() : private_.get(); }
+  TextFile* stream(Side side) const {
+    return side == Side::kPublic ? public_.get() : private_.get();
+  }
   const VPathString& path(Side side) const {
     return side == Side::kPublic ? publicPath_ : privatePath_;
   }
@@ -133,6 +136,8 @@ void writeHeader(TextFile* stream);
 
 // `dir` of a record below an owner's storage directory; empty if it is empty.
 VString storageDirectory(const VString& ownerDirectory, std::string_view dir);
+// The way back, for a record: relative where that reads back as the same directory, else in full.
+std::string recordDirectory(const VString& ownerDirectory, const VString& directory);
 
 // The pair of files of one owner: where they lie, when they were read or written last, and whether
 // that told everything.
@@ -148,14 +153,18 @@ class TVDataFilePair {
   // Reads one side. 0, or the code of the failure; the file then counts as unread.
   int read(Side side, TVObject* owner, TVHandle& context, const KeyTableEntry* sections,
            TVDataFile::Access access, const TextFile* stream);
-  // Notes that a side could not be read because another failed.
+  // Notes that a side has nothing to read.
+  void passOver(Side side);
+  // Notes that a side says nothing because another could not be read: it was not read itself, or
+  // its records found nothing that they could lie over.
   void skip(Side side);
   // Whether all that exists was read to its end.
   bool isComplete() const { return !at(Side::kPublic).unread && !at(Side::kPrivate).unread; }
   // Whether a side was never read, or changed since.
   bool hasChanged(Side side) const;
 
-  // The writer for an update of the sides asked for; null after a report.
+  // The writer for an update of the sides asked for; null after a report. A side without a
+  // directory is left out.
   TVDataFileWriter* beginWrite(TVObject* owner, TVHandle& context, bool publicSide,
                                bool privateSide) const;
   // False, after a report, where the writer holds a file that could not be read: what can't be read
@@ -167,13 +176,14 @@ class TVDataFilePair {
  private:
   struct File {
     const char* name;
-    VString directory;
-    FileStamp stamp;
-    bool unread = false;
+    VString directory = {};
+    FileStamp stamp = {};
+    bool unread = false;  // It exists, and was not read to its end.
+    bool absent = false;  // It was not there when it was to be read.
   };
   const File& at(Side side) const { return side == Side::kPublic ? public_ : private_; }
   File& at(Side side) { return side == Side::kPublic ? public_ : private_; }
-  void endWrite(Side side, TVDataFileWriter& writer, TVHandle& context, bool keep);
+  bool endWrite(Side side, TVDataFileWriter& writer, TVHandle& context, bool keep);
 
   File public_;
   File private_;

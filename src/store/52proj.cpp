@@ -45,7 +45,8 @@ TVProjectFolder52::~TVProjectFolder52() {
   }
 }
 
-// The record in the root's files -------------------------------------------------------------------
+// The record in the root's files
+// -------------------------------------------------------------------
 
 std::string TVProjectFolder52::record(Side side) const {
   const bool isPublic = side == Side::kPublic;
@@ -55,7 +56,7 @@ std::string TVProjectFolder52::record(Side side) const {
   const VString& rootDir = isPublic ? root->publicDir() : root->privateDir();
   std::string text = "[Project=" + folderName().str() + "]\n";
   text += "CFG=" + config().path.str() + "\n";
-  text += "DIR=" + relativePath(rootDir.view(), directory.view()) + "\n";
+  text += "DIR=" + recordDirectory(rootDir, directory) + "\n";
   text += "WKDIR=" + (isPublic ? publicWorkDir() : privateWorkDir()).str() + "\n";
   return text + (isPublic ? "\n" : "OWNERSHIP=PUBLIC\n\n");
 }
@@ -70,16 +71,16 @@ int TVProjectFolder52::writeChild(TVHandle& context, TVStorageLock* ownerLock) {
   return result;
 }
 
-// The project's own pair ---------------------------------------------------------------------------
+// The project's own pair
+// ---------------------------------------------------------------------------
 
 int TVProjectFolder52::readSide(Side side, TVHandle& context, const TextFile* stream) {
   if (files_.directory(side).isEmpty()) {
     if (side == Side::kPublic) assertFail("52proj.cpp", 219);
+    files_.passOver(side);
     return 0;
   }
-  const int code = files_.read(side, this, context, folderSections(), TVDataFile::Access::kRead,
-                               stream);
-  return code == kFolderNoMemory ? 1 : 0;
+  return files_.read(side, this, context, folderSections(), TVDataFile::Access::kRead, stream);
 }
 
 int TVProjectFolder52::readData(TVHandle& context, TVStorageLock* lock) {
@@ -87,15 +88,16 @@ int TVProjectFolder52::readData(TVHandle& context, TVStorageLock* lock) {
   const auto stream = [writer](Side side) {
     return writer == nullptr ? nullptr : writer->stream(side);
   };
-  int code = readSide(Side::kPublic, context, stream(Side::kPublic));
-  if (code == 0) {
-    code = readSide(Side::kPrivate, context, stream(Side::kPrivate));
-  } else {
-    files_.skip(Side::kPrivate);
+  const int publicCode = readSide(Side::kPublic, context, stream(Side::kPublic));
+  int privateCode = 0;
+  if (publicCode != kFolderNoMemory) {
+    privateCode = readSide(Side::kPrivate, context, stream(Side::kPrivate));
   }
+  // Records that lie over public ones found nothing there, and must not be lost by a rewrite.
+  if (publicCode != 0) files_.skip(Side::kPrivate);
   readPromotionGroups(context);
   loadCache(context);
-  return code;
+  return publicCode == kFolderNoMemory || privateCode == kFolderNoMemory ? 1 : 0;
 }
 
 VBool TVProjectFolder52::isStale(TVHandle&) {
@@ -152,20 +154,24 @@ TVProjectConfig TVProjectFolder52::effectiveConfig(TVHandle& context) {
 // directory yet gets one now.
 void TVProjectFolder52::loadCache(TVHandle& context) {
   if (cache_ != nullptr || hasEnvironmentVariable("TRVS_TVAPI_NOCACHE")) return;
-  if (files_.directory(Side::kPrivate).isEmpty() && !assignDirectories(context)) return;
+  if (files_.directory(Side::kPrivate).isEmpty()) {
+    // An edit of the root goes before one of the project, never after.
+    if (storageLock() != nullptr || !assignDirectories(context)) return;
+  }
   const VPathString path = fileNamedAfter(files_.directory(Side::kPrivate), ".ack");
   cache_ = std::make_unique<TVArchiveCache>(path, childCount() + kSpareCacheEntries);
   cache_->loadIfCurrent();
 }
 
-// New projects -------------------------------------------------------------------------------------
+// New projects
+// -------------------------------------------------------------------------------------
 
 // Gives the project a free directory below the root's. False if it has one, or the root has none.
 bool TVProjectFolder52::nameDirectory(Side side) {
   const auto* root = static_cast<const TVProjectRoot*>(owner());
   if (root == nullptr || !files_.directory(side).isEmpty()) return false;
   const VString& base = side == Side::kPublic ? root->publicDir() : root->privateDir();
-  files_.setDirectory(side, uniqueName(base, folderName(), ".prj"));
+  files_.setDirectory(side, makeUniqueDirectory(base, folderName(), ".prj"));
   return !files_.directory(side).isEmpty();
 }
 
@@ -188,22 +194,25 @@ void TVProjectFolder52::createConfigFile(TVHandle& context) const {
   VFile file(path);
   const bool written = makeDirectories(path.view()) == 0 && file.open(VFile::kCreate) &&
                        file.writeText(kNewConfigLine) > 0 && file.close();
-  if (!written) {
-    context.sink().error(context, FolderFileMessage(kFolderWriteFailed, path.text()));
-  }
+  if (written) return;
+  path.remove();  // An empty one would pass for the real one later.
+  context.sink().error(context, FolderFileMessage(kFolderWriteFailed, path.text()));
 }
 
-// Names a directory for a project of old that has none, and has the root's files say so at once. The
-// name is chosen under the root's lock: another process may have chosen one meanwhile.
+// Names a directory for a project of old that has none, and has the root's files say so at once.
+// The name is chosen under the root's lock: another process may have chosen one meanwhile. Where
+// the root's file could not be read, or can't be written, nobody knows whether the project has one.
 bool TVProjectFolder52::assignDirectories(TVHandle& context) {
   TVObject* root = owner();
   if (root == nullptr) return false;
   TVHandle rootHandle(&context.sink(), root);
   const bool locked = root->storageLock() != nullptr;
   if (!locked && !root->beginEdit(rootHandle)) return false;
-  const bool publicNamed = nameDirectory(Side::kPublic);
-  const bool privateNamed = nameDirectory(Side::kPrivate);
-  if (publicNamed || privateNamed) root->setDirty(true);
+  const auto* writer = static_cast<const TVDataFileWriter*>(root->storageLock());
+  for (const Side side : {Side::kPublic, Side::kPrivate}) {
+    const bool known = root->readWasComplete() && writer->stream(side) != nullptr;
+    if (known && nameDirectory(side)) root->setDirty(true);
+  }
   if (!locked) root->endEdit(rootHandle);
   return !files_.directory(Side::kPrivate).isEmpty();
 }
@@ -218,6 +227,13 @@ VString uniqueName(const VString& directory, const VString& base, std::string_vi
     const std::string path = joinPath(directory.view(), name);
     if (!fileExists(path)) return path;
   }
+}
+
+VString makeUniqueDirectory(const VString& directory, const VString& base,
+                            std::string_view suffix) {
+  VString path = uniqueName(directory, base, suffix);
+  if (!path.isEmpty()) makeDirectories(joinPath(path.view(), "."));
+  return path;
 }
 
 TVObject* TVProjectFolder52Options::makeObject(const VString& name, const TVProjectConfig& config,

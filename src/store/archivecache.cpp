@@ -23,10 +23,13 @@ bool TVArchiveCache::readFileText(std::string* text) const {
   return !path_.isEmpty() && readFile(path_.view(), text) == FileResult::kOk;
 }
 
+// The number stands at the very start: the rest of the file need not be read for it.
 int32_t TVArchiveCache::readVersion() {
   version_ = 0;
-  std::string text;
-  if (readFileText(&text)) VArchiver(text).getNumber(&version_);
+  ByteFile file;
+  char start[16];
+  const int64_t size = file.openRead(path_.view()) ? file.readAt(0, start, sizeof start) : 0;
+  if (size > 0) VArchiver(std::string(start, static_cast<size_t>(size))).getNumber(&version_);
   return version_;
 }
 
@@ -40,14 +43,8 @@ bool TVArchiveCache::load(bool keep) {
 }
 
 void TVArchiveCache::loadIfCurrent() {
-  clear();
-  version_ = 0;
-  std::string text;
-  if (readFileText(&text)) {
-    VArchiver archive(text);
-    if (archive.getNumber(&version_) && version_ == kVersion && !readQueue(archive)) clear();
-  }
-  version_ = kVersion;
+  if (readVersion() != kVersion || !load(false)) clear();
+  setVersion(kVersion);
 }
 
 bool TVArchiveCache::readQueue(VArchiver& archive) {
@@ -78,6 +75,8 @@ bool TVArchiveCache::save() {
     archive.putHead(TVArchiveInfo52::theClass);
     static_cast<TVArchiveInfo52*>(value)->putTo(archive);
   }
+  std::string old;
+  if (readFileText(&old) && old == archive.text()) return true;
   if (makeDirectories(path_.view()) == 0) replaceFile(path_.view(), archive.text());
   return true;
 }
@@ -86,6 +85,8 @@ TVArchiveInfo52* TVArchiveCache::find(std::string_view archivePath) {
   const TVArchiveKey key(archivePath);
   return static_cast<TVArchiveInfo52*>(queue_.find(&key));
 }
+
+void TVArchiveCache::remove(TVArchiveInfo52* info) { delete queue_.removeIdentical(info); }
 
 TVArchiveInfo52* TVArchiveCache::add(TVArchiveInfo52* info) {
   return static_cast<TVArchiveInfo52*>(queue_.add(info));

@@ -38,7 +38,7 @@ class TVArchiveCache {
   // file when it is saved.
   void loadIfCurrent();
   // Writes the file, or removes it if the cache is empty. True if there is a path: a failed write
-  // is not reported.
+  // is not reported. A file that says the same already is left alone.
   bool save();
 
   // Destroys all summaries.
@@ -49,6 +49,8 @@ class TVArchiveCache {
   // Takes the summary over and destroys the oldest that don't fit. Null if there is one for that
   // path: the caller keeps `info` then.
   TVArchiveInfo52* add(TVArchiveInfo52* info);
+  // Destroys a summary that is in the cache.
+  void remove(TVArchiveInfo52* info);
 
   int32_t version() const { return version_; }
   void setVersion(int32_t version) { version_ = version; }

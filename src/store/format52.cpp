@@ -1,5 +1,5 @@
-// store/format52.cpp: the list of all classes, abstract and stored. A list, and not an object in each
-// class's file, since a linker leaves out what nobody names.
+// store/format52.cpp: the list of all classes, abstract and stored. A list, and not an object in
+// each class's file, since a linker leaves out what nobody names.
 #include "store/format52.h"
 
 #include "domain/lockedbyfolder.h"
@@ -15,8 +15,8 @@ namespace {
 
 void registerItems() {
   using ItemClasses = std::vector<const VClassRecord*>;
-  TVFolderOptions::add(new TVNamedItemOptions<TVBranch>(
-      1, ItemClasses{&TVBranch::theClass, &TVRevision::theClass}));
+  TVFolderOptions::add(
+      new TVNamedItemOptions<TVBranch>(1, ItemClasses{&TVBranch::theClass, &TVRevision::theClass}));
   TVFolderOptions::add(new TVRevisionOptions);
   TVFolderOptions::add(new TVNamedItemOptions<TVVersionLabel>(1));
   TVFolderOptions::add(new TVNamedItemOptions<TVFloatingLabel>(1));

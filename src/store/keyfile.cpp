@@ -1,5 +1,5 @@
-// store/keyfile.cpp: how lines fall into sections, keys and values. Malformed text is passed over or
-// taken as a key: nothing in here is an error.
+// store/keyfile.cpp: how lines fall into sections, keys and values. Malformed text is passed over
+// or taken as a key: nothing in here is an error.
 #include "store/keyfile.h"
 
 #include "base/vstring.h"
@@ -20,9 +20,7 @@ std::string_view withoutLeading(std::string_view text, std::string_view set) {
 }  // namespace
 
 TVKeyFile::TVKeyFile(std::string_view text, const KeyTableEntry* sections)
-    : text_(text),
-      sections_(sections),
-      mayHoldNulls_(text.find('\0') != std::string_view::npos) {}
+    : text_(text), sections_(sections), mayHoldNulls_(text.find('\0') != std::string_view::npos) {}
 
 int TVKeyFile::parse(const RecordHandler& handler) {
   std::string_view name;
@@ -107,8 +105,10 @@ void TVKeyFile::setMacro(std::string_view name, std::string_view value) {
   macro_ = value;
 }
 
-// Every "$(...)" gives way to the one macro value, whatever name it holds. The character right
-// behind a replacement is stepped over unseen, so a second macro that touches the first stays.
+// Every "$(...)" gives way to the one macro value, whatever name it holds. The character that then
+// stands in its place is stepped over unseen: the first one of the macro value or, where that is
+// empty, the one behind, so that a second macro that touches the first stays. What a macro value
+// holds is not expanded again.
 std::string_view TVKeyFile::expandMacros(std::string_view value) {
   if (value.find("$(") == std::string_view::npos) return value;
   expanded_.clear();
@@ -118,6 +118,7 @@ std::string_view TVKeyFile::expandMacros(std::string_view value) {
       if (end == std::string_view::npos) break;
       expanded_ += macro_;
       value.remove_prefix(end + 1);
+      if (!macro_.empty()) continue;
     }
     const size_t step = mbCharLength(value, 0);
     if (step == 0) break;

@@ -15,6 +15,7 @@
 #include "base/varchiver.h"
 #include "runtime/bytefile.h"
 #include "runtime/packedtime.h"
+#include "runtime/platform_time.h"
 #include "toolkit/messages.h"
 
 namespace foldapi {
@@ -26,6 +27,8 @@ constexpr uint32_t kTrailerTag = 4;
 constexpr int64_t kTrailerDifference = 9;
 constexpr char kEndTag = '@';
 constexpr uint32_t kLongLength = 0x8000;
+// One tick of packed times, and as much for a file server's clock that is not quite this one.
+constexpr int64_t kFreshNanoseconds = 4'000'000'000;
 
 uint32_t byteAt(const char* bytes, size_t index) { return static_cast<uint8_t>(bytes[index]); }
 
@@ -109,6 +112,7 @@ bool TVArchiveInfo52::IsCurrent() {
 
 void TVArchiveInfo52::ClearFileTime() {
   fileTime_ = 0;
+  isFresh_ = false;
   stamp_ = FileStamp();
 }
 
@@ -164,6 +168,7 @@ bool TVArchiveInfo52::readTail() {
   }
   stamp_ = stamp;
   fileTime_ = stamp.packed;
+  isFresh_ = wallClockNanoseconds() - stamp.nanoseconds < kFreshNanoseconds;
   return true;
 }
 
@@ -215,7 +220,7 @@ void TVArchiveInfo52::takeRecord(char tag, std::string_view payload) {
 }
 
 void TVArchiveInfo52::putTo(VArchiver& archive) const {
-  archive.putNumber(static_cast<int32_t>(fileTime_));
+  archive.putNumber(isFresh_ ? 0 : static_cast<int32_t>(fileTime_));
   archive.putNumber(static_cast<int32_t>(creationTime_));
   archive.putNumber(attributes_);
   archive.putNumber(revisionCount_);

@@ -42,7 +42,8 @@ class TVArchiveInfo52 : public VObject {
   // path is then empty and 0.
   int32_t Load();
 
-  // The fields in the order in which the cache's file has them.
+  // The fields in the order in which the cache's file has them. The time of a file that was read
+  // within seconds of its last change is given as 0: nobody could tell the next change by it.
   void putTo(VArchiver& archive) const;
   bool getFrom(VArchiver& archive);
 
@@ -78,6 +79,8 @@ class TVArchiveInfo52 : public VObject {
   VString lockers_;
   VString headerText_;
   FileStamp stamp_;  // Of the file as read; not set where only fileTime_ is known.
+  // Whether the file was so new when it was read that a later change may bear the same fileTime_.
+  bool isFresh_ = false;
 };
 
 // Bit of TVArchiveInfo52::attributes(): one lock at a time.

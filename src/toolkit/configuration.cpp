@@ -25,6 +25,17 @@ bool readConfiguration(const char* path, int32_t mode) {
   return TrvsQueryConfiguration(path, 0, 0, mode) == 0;
 }
 
+// Writes at the end of an open file, on a line of its own: people edit these files, and the last
+// line may lack its end. Gives what writeText() gives.
+int32_t appendLines(VFile& file, const VString& lines) {
+  const std::string_view old = file.readAll();
+  const bool isOpen = !old.empty() && old.back() != '\n';
+  return file.writeText(isOpen ? VString("\r\n") + lines : lines);
+}
+
+// A first file that can't be read leaves the defaults, and no file has an empty name.
+void forgetConfiguration() { readConfiguration("", TRVS_READ_FIRST); }
+
 }  // namespace
 
 VBool LoadConfiguration(const VPathString& rootPath, const VPathString& projectPath,
@@ -34,11 +45,14 @@ VBool LoadConfiguration(const VPathString& rootPath, const VPathString& projectP
     if (!readConfiguration(rootPath.text(), TRVS_READ_MASTER)) return false;
     mode = TRVS_READ_FOLLOWING;
   }
-  if (compareNoCase(projectPath.view(), rootPath.view()) != 0) {
-    if (!fileExists(projectPath.view())) {
+  const bool hasOwnFile = compareNoCase(projectPath.view(), rootPath.view()) != 0;
+  if (hasOwnFile && fileExists(projectPath.view())) {
+    if (!readConfiguration(projectPath.text(), mode)) return false;
+  } else {
+    // Without any file the settings of the project before must not stay.
+    if (mode == TRVS_READ_FIRST) forgetConfiguration();
+    if (hasOwnFile) {
       context.sink().error(context, FolderFileMessage(kFolderFileMissing, projectPath.text()));
-    } else if (!readConfiguration(projectPath.text(), mode)) {
-      return false;
     }
   }
   if (!readLocal || !fileExists("vcs.cfg")) return true;
@@ -66,8 +80,7 @@ void appendArchiveDirs(TVProjectConfig* config, const VString& dirs, TVHandle& c
   VString trimmed = dirs;
   trimmed.trimRight();
   if (trimmed.view().ends_with('\\')) trimmed.truncate(trimmed.length() - 1);
-  file.seek(VFile::kEnd);
-  const bool written = file.writeText(VString("VCSDIR=") + trimmed + "\r\n\r\n") >= 0;
+  const bool written = appendLines(file, VString("VCSDIR=") + trimmed + "\r\n\r\n") >= 0;
   if (!file.close() || !written) {
     context.sink().error(context, VString("Error writing to project configuration file ") +
                                       config->path + kDirsFailedTail);
@@ -81,9 +94,8 @@ VBool appendArchiveSuffix(const TVProjectConfig& config, const VString& extensio
   VFile file(config.path);
   bool written = false;
   if (file.open(VFile::kReadWrite)) {
-    file.seek(VFile::kEnd);
-    written = file.writeText(VString::format("ARCHIVESUFFIX %s = %s\r\n", extension.text(),
-                                             suffix.text())) > 0;
+    written = appendLines(file, VString::format("ARCHIVESUFFIX %s = %s\r\n", extension.text(),
+                                                suffix.text())) > 0;
     written = file.close() && written;
   }
   if (!written) {

@@ -16,7 +16,8 @@ constexpr int32_t kItemPromotionGroups = 55;
 
 // Has the toolkit read the root's file, then the project's, then, if asked to, "vcs.cfg" in the
 // current directory. Later files override earlier ones. False when one could not be taken in. A
-// project file that is missing is reported, and nothing more.
+// project file that is missing is reported, and nothing more. With neither of the first two files
+// the toolkit is left with its defaults.
 VBool LoadConfiguration(const VPathString& rootPath, const VPathString& projectPath,
                         VBool readLocal, TVHandle& context);
 

@@ -43,16 +43,26 @@ VBool TVToolkitSession::enter(TVHandle& context) {
   }
   busy_ = true;
   sink_ = &context;
+  try {
+    load(context);
+  } catch (...) {
+    projectFile_ = TVProjectConfig();  // Nobody knows what is loaded now.
+    leave();
+    throw;
+  }
+  return true;
+}
+
+void TVToolkitSession::load(TVHandle& context) {
   const bool none = context.isNull();
   const TVProjectConfig project = none ? theEmptyConfig() : context.object()->projectConfig();
   const TVProjectConfig root = none ? theEmptyConfig() : context.object()->rootConfig();
-  if (isLoaded(project, root)) return true;
+  if (isLoaded(project, root)) return;
   projectFile_ = project;
   rootFile_ = root;
-  LoadConfiguration(root.path, project.path, false, context);
-  projectFile_.recordTime();
+  projectFile_.recordTime();  // Before the load: what changes meanwhile is loaded again.
   rootFile_.recordTime();
-  return true;
+  LoadConfiguration(root.path, project.path, false, context);
 }
 
 bool TVToolkitSession::isLoaded(const TVProjectConfig& project, const TVProjectConfig& root) const {

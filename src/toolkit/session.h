@@ -1,8 +1,8 @@
 // toolkit/session.h: the one place that owns the toolkit's process-wide state.
 //
-// The toolkit knows one current configuration and one set of callbacks. So every toolkit call stands
-// between enter() and leave(): these make the caller's sink the target of the callbacks, and see to
-// it that the configuration files of the object that is worked on are loaded.
+// The toolkit knows one current configuration and one set of callbacks. So every toolkit call
+// stands between enter() and leave(): these make the caller's sink the target of the callbacks, and
+// see to it that the configuration files of the object that is worked on are loaded.
 #pragma once
 
 #include "base/vbool.h"
@@ -15,7 +15,8 @@ class TVToolkitSession {
   static TVToolkitSession& Instance();
 
   // Waits for the one before to leave; reads the configuration of the handle's object again only if
-  // it is another one, or changed. `context` stays the caller's.
+  // it is another one, or changed. `context` stays the caller's. Where that throws, the bracket is
+  // left.
   VBool enter(TVHandle& context);
   VBool leave();
   // Where callbacks report to: the context of the present bracket, else the null handle.
@@ -24,6 +25,7 @@ class TVToolkitSession {
  private:
   TVToolkitSession() = default;
 
+  void load(TVHandle& context);
   bool isLoaded(const TVProjectConfig& project, const TVProjectConfig& root) const;
 
   bool busy_ = false;
@@ -41,7 +43,8 @@ class TVToolkitBracket {
   ~TVToolkitBracket() { TVToolkitSession::Instance().leave(); }
 };
 
-// The start that runs when the library is attached: enables the toolkit and registers the callbacks.
+// The start that runs when the library is attached: enables the toolkit and registers the
+// callbacks.
 VBool EnableToolkit(TVErrorSink& sink);
 // A start with a look at who the user is. Nothing in the library calls it.
 VBool StartToolkit(TVErrorSink& sink);

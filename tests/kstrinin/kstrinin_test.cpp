@@ -8,12 +8,11 @@
 #include <unistd.h>
 
 #include <csignal>
-#include <cstdlib>
 #include <filesystem>
-#include <fstream>
 #include <optional>
-#include <sstream>
 #include <string>
+
+#include "support/files.h"
 
 namespace {
 
@@ -21,21 +20,8 @@ namespace fs = std::filesystem;
 
 class ProfileTest : public testing::Test {
  protected:
-  void SetUp() override {
-    std::string name = (fs::temp_directory_path() / "kstrininXXXXXX").string();
-    ASSERT_NE(mkdtemp(name.data()), nullptr);
-    directory_ = name;
-    path_ = directory_ / "KSTR.INI";
-  }
-  void TearDown() override { fs::remove_all(directory_); }
-
-  void put(const std::string& text) const { std::ofstream(path_, std::ios::binary) << text; }
-  std::string content() const {
-    std::ifstream file(path_, std::ios::binary);
-    std::ostringstream text;
-    text << file.rdbuf();
-    return text.str();
-  }
+  void put(const std::string& text) const { support::writeFile(path_, text); }
+  std::string content() const { return support::readFile(path_); }
   bool write(const char* section, const char* key, const char* value) const {
     const intptr_t handle = KSTRIniOpen(path_.c_str());
     const bool done = KSTRWriteProfileString(handle, section, key, value) != 0;
@@ -57,8 +43,8 @@ class ProfileTest : public testing::Test {
     return done ? std::optional<std::string>(buffer) : std::nullopt;
   }
 
-  fs::path directory_;
-  fs::path path_;
+  const support::TemporaryDirectory directory_;
+  std::string path_ = directory_ / "KSTR.INI";
   mutable int error_ = 0;
 };
 
@@ -166,7 +152,7 @@ TEST_F(ProfileTest, ErrorsTellWhatIsWrong) {
     EXPECT_EQ(KSTRQueryProfileString(handle, "[S]", "K", buffer, 10), 0);
     EXPECT_EQ(KSTRIniGetError(), -1);
   }
-  EXPECT_EQ(KSTRIniOpen(directory_.c_str()), 0) << "a directory";
+  EXPECT_EQ(KSTRIniOpen(directory_.path().c_str()), 0) << "a directory";
   EXPECT_EQ(KSTRIniGetError(), -4);
   EXPECT_EQ(KSTRIniOpen(""), 0);
   EXPECT_EQ(KSTRIniGetError(), -4);
@@ -177,7 +163,7 @@ TEST_F(ProfileTest, ErrorsTellWhatIsWrong) {
 }
 
 TEST_F(ProfileTest, FirstWriteMakesTheFileAndItsDirectories) {
-  path_ = directory_ / "a" / "b" / "KSTR.INI";
+  path_ = directory_ / "a/b/KSTR.INI";
   EXPECT_EQ(query("[S]", "K"), std::nullopt);
   EXPECT_EQ(error_, 0);
   EXPECT_FALSE(fs::exists(directory_ / "a")) << "a query makes nothing";
@@ -186,10 +172,9 @@ TEST_F(ProfileTest, FirstWriteMakesTheFileAndItsDirectories) {
 }
 
 TEST_F(ProfileTest, WriteKeepsModeAndLinkAndRefusesAReadOnlyFile) {
-  const fs::path real = directory_ / "real" / "file.ini";
-  fs::create_directory(real.parent_path());
+  const std::string real = directory_ / "real/file.ini";
+  support::writeFile(real, "[S]\n");
   fs::create_symlink("real/file.ini", path_);
-  std::ofstream(real) << "[S]\n";
   ASSERT_EQ(chmod(real.c_str(), 0640), 0);
   EXPECT_TRUE(write("[S]", "K", "1"));
   EXPECT_TRUE(fs::is_symlink(path_));
@@ -219,7 +204,7 @@ TEST_F(ProfileTest, FailedWriteLeavesTheOldFileAndNothingBesideIt) {
   ASSERT_EQ(waitpid(child, &status, 0), child);
   EXPECT_EQ(status, 0);
   EXPECT_EQ(content(), old);
-  EXPECT_EQ(std::distance(fs::directory_iterator(directory_), fs::directory_iterator()), 1);
+  EXPECT_EQ(std::distance(fs::directory_iterator(directory_.path()), fs::directory_iterator()), 1);
 }
 
 TEST_F(ProfileTest, WritersInSeveralProcessesLoseNothing) {
@@ -260,18 +245,15 @@ TEST(UserProfile, ComesFromTheEnvironment) {
   };
   const Case cases[] = {
       {"named", "/x/my.ini", "/c", "/h", "/x/my.ini"},
-      {"configuration directory", nullptr, "/c", "/h", "/c/trevault/KSTR.INI"},
+      {"configuration directory", "", "/c", "/h", "/c/trevault/KSTR.INI"},
       {"empty values count as none", "", "", "/h", "/h/.config/trevault/KSTR.INI"},
-      {"a relative directory counts as none", nullptr, "c", "/h", "/h/.config/trevault/KSTR.INI"},
-  };
-  const auto set = [](const char* name, const char* value) {
-    return value == nullptr ? unsetenv(name) : setenv(name, value, 1);
+      {"a relative directory counts as none", "", "c", "/h", "/h/.config/trevault/KSTR.INI"},
   };
   for (const Case& c : cases) {
     SCOPED_TRACE(c.why);
-    set("KSTR_INI", c.named);
-    set("XDG_CONFIG_HOME", c.config);
-    set("HOME", c.home);
+    const support::ScopedEnvironment named("KSTR_INI", c.named);
+    const support::ScopedEnvironment config("XDG_CONFIG_HOME", c.config);
+    const support::ScopedEnvironment home("HOME", c.home);
     char buffer[100] = "";
     EXPECT_NE(KSTRGetKESTRIANINI(buffer, sizeof buffer), 0);
     EXPECT_STREQ(buffer, c.want);

@@ -5,14 +5,12 @@
 #include <sys/stat.h>
 
 #include <chrono>
-#include <cstdlib>
 #include <filesystem>
-#include <fstream>
-#include <sstream>
 #include <string>
 #include <thread>
 #include <vector>
 
+#include "support/files.h"
 #include "toolkit/messages.h"
 
 namespace foldapi {
@@ -28,42 +26,22 @@ class NoticeSink : public TVErrorSink {
 
 class StoreProfileTest : public testing::Test {
  protected:
-  void SetUp() override {
-    std::string name = (fs::temp_directory_path() / "profileXXXXXX").string();
-    ASSERT_NE(mkdtemp(name.data()), nullptr);
-    directory_ = name;
-    profile_ = VPathString((directory_ / "conf" / "KSTR.INI").string());
-    setenv("KSTR_INI", profile_.text(), 1);
-    setenv("XDG_DATA_HOME", directory_.c_str(), 1);
-    oldPath_ = getenv("PATH");
-    setenv("PATH", directory_.c_str(), 1);
+  std::string data(const char* name) const {
+    return directory_ / ("trevault/" + std::string(name));
   }
-  void TearDown() override {
-    setenv("PATH", oldPath_.c_str(), 1);
-    unsetenv("KSTR_INI");
-    unsetenv("XDG_DATA_HOME");
-    fs::remove_all(directory_);
-  }
-
-  std::string data(const char* name) const { return (directory_ / "trevault" / name).string(); }
-  void put(const std::string& text) const {
-    fs::create_directories(directory_ / "conf");
-    std::ofstream(profile_.text(), std::ios::binary) << text;
-  }
-  std::string content() const {
-    std::ostringstream text;
-    text << std::ifstream(profile_.text(), std::ios::binary).rdbuf();
-    return text.str();
-  }
+  void put(const std::string& text) const { support::writeFile(profile_.str(), text); }
+  std::string content() const { return support::readFile(profile_.str()); }
   void putManager(const std::string& text) const {
-    const fs::path program = directory_ / "TRVSTVNT.EXE";
-    std::ofstream(program) << text;
+    const std::string program = directory_ / "TRVSTVNT.EXE";
+    support::writeFile(program, text);
     ASSERT_EQ(chmod(program.c_str(), 0755), 0);
   }
 
-  fs::path directory_;
-  VPathString profile_;
-  std::string oldPath_;
+  const support::TemporaryDirectory directory_;
+  const VPathString profile_{directory_ / "conf/KSTR.INI"};
+  const support::ScopedEnvironment named_{"KSTR_INI", profile_.str()};
+  const support::ScopedEnvironment data_{"XDG_DATA_HOME", directory_.path()};
+  const support::ScopedEnvironment programs_{"PATH", directory_.path()};
   NoticeSink sink_;
   TVHandle context_{&sink_, nullptr};
 };
@@ -103,7 +81,7 @@ TEST_F(StoreProfileTest, RootsComeFromTheProfileAndMissingOnesAreFixedThere) {
 }
 
 TEST_F(StoreProfileTest, AnUnusableProfileIsReportedAndTheDefaultsServe) {
-  fs::create_directories(profile_.text());  // A directory in the profile's place.
+  fs::create_directories(profile_.str());  // A directory in the profile's place.
   EXPECT_EQ(readProfile(profile_, nullptr, "K", "fallback", 100, context_), VString("fallback"));
   EXPECT_FALSE(writeProfile(profile_, nullptr, "K", "v", context_));
   const std::string message = "Cannot open initialization file\n\n" + profile_.str() + ".";
@@ -156,8 +134,8 @@ TEST_F(StoreProfileTest, NumbersAreCutTo16Bits) {
 }
 
 TEST_F(StoreProfileTest, LaunchListsTheProjectOnceAndStartsTheProgram) {
-  const fs::path proof = directory_ / "started";
-  putManager("#!/bin/sh\necho >> '" + proof.string() + "'\n");
+  const std::string proof = directory_ / "started";
+  putManager("#!/bin/sh\necho >> '" + proof + "'\n");
   put("[TRVSGUI]\nOPENPROJ1=Alpha\nOPENPROJ2=Beta\n");
   EXPECT_TRUE(launchManager("Gamma", context_));
   EXPECT_TRUE(launchManager("Alpha", context_));

@@ -1,0 +1,148 @@
+// bench/summaries.cpp: what a client pays to see the state of each archive of a large project.
+//
+// The floor is what no reader of archives can do without: the system calls. A summary is built from
+// the last bytes of each file, compared with a loop that opens, asks for the size, reads the
+// trailer and the block it points to, and closes. A summary that is in memory has to be shown to be
+// current, compared with a bare stat.
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+#include "bigproject.h"
+#include "toolkit/archiveinfo.h"
+
+namespace {
+
+using foldapi::TVArchiveInfo52;
+using foldapi::VPathString;
+
+constexpr int kArchives = 20000;
+
+// The distance from the trailer back to the block.
+uint32_t blockSize(const unsigned char* trailer) {
+  const uint32_t back = static_cast<uint32_t>(trailer[5]) << 24 |
+                        static_cast<uint32_t>(trailer[6]) << 16 |
+                        static_cast<uint32_t>(trailer[7]) << 8 | trailer[8];
+  return 0U - back;
+}
+
+// Gives whether the block that was read ends as one does.
+bool readBlock(const char* path) {
+  const int file = open(path, O_RDONLY | O_CLOEXEC);
+  struct stat status;
+  unsigned char trailer[9];
+  char block[4096];
+  if (file < 0 || fstat(file, &status) != 0 || pread(file, trailer, 9, status.st_size - 9) != 9) {
+    return false;
+  }
+  const uint32_t size = blockSize(trailer);
+  if (size > sizeof block) return false;
+  const ssize_t count = pread(file, block, size, status.st_size - 9 - static_cast<off_t>(size));
+  close(file);
+  return count == static_cast<ssize_t>(size) && block[size - 1] == '@';
+}
+
+// What the archives' records of revision counts add up to, found without the library.
+int64_t revisionsIn(const std::vector<std::string>& natives) {
+  int64_t sum = 0;
+  for (const std::string& native : natives) {
+    const std::string bytes = support::readFile(native);
+    const size_t record = bytes.rfind(std::string("J\0\2", 3));
+    bench::check(record != std::string::npos, "an archive with a revision count");
+    sum += static_cast<unsigned char>(bytes[record + 3]) * 256 +
+           static_cast<unsigned char>(bytes[record + 4]);
+  }
+  return sum;
+}
+
+class Summaries {
+ public:
+  Summaries() {
+    for (int i = 0; i < kArchives; ++i) {
+      const support::Document document = database_.document(i);
+      natives_.push_back(database_.nativePath(document));
+      paths_.emplace_back(database_.textPath(document));
+    }
+    revisions_ = revisionsIn(natives_);
+  }
+
+  void run() {
+    bench::printHead();
+    bench::compare("read a summary", kArchives, [this] { return loadAll(); },
+                   {{"open, fstat, 2 preads, close", [this] { return readBlocks(); }, 1.0}});
+    std::vector<TVArchiveInfo52> infos;
+    for (const VPathString& path : paths_) infos.emplace_back(path).Load();
+    bench::compare("see that a summary is current", kArchives, [&] { return areCurrent(&infos); },
+                   {{"stat", [this] { return statAll(); }, 1.35}});
+    const bench::OpenBigProject project;
+    const std::vector<TVHandle*> archives = project.archives();
+    bench::compare("ask an archive that is unchanged", kArchives, [&] { return askAll(archives); },
+                   {{"stat", [this] { return statAll(); }, 1.35}});
+  }
+
+ private:
+  double loadAll() const {
+    int64_t revisions = 0;
+    const double seconds = bench::secondsOf([&] {
+      for (const VPathString& path : paths_) {
+        TVArchiveInfo52 info(path);
+        if (info.Load() == 0) revisions += info.revisionCount();
+      }
+    });
+    bench::check(revisions == revisions_, "the revisions of all summaries");
+    return seconds;
+  }
+
+  double readBlocks() const {
+    int good = 0;
+    const double seconds = bench::secondsOf([&] {
+      for (const std::string& native : natives_) good += readBlock(native.c_str()) ? 1 : 0;
+    });
+    bench::check(good == kArchives, "blocks that are whole");
+    return seconds;
+  }
+
+  static double areCurrent(std::vector<TVArchiveInfo52>* infos) {
+    int current = 0;
+    const double seconds = bench::secondsOf([&] {
+      for (TVArchiveInfo52& info : *infos) current += info.IsCurrent() ? 1 : 0;
+    });
+    bench::check(current == kArchives, "summaries that are current");
+    return seconds;
+  }
+
+  double statAll() const {
+    int found = 0;
+    const double seconds = bench::secondsOf([&] {
+      struct stat status;
+      for (const std::string& native : natives_) found += stat(native.c_str(), &status) == 0;
+    });
+    bench::check(found == kArchives, "files that are there");
+    return seconds;
+  }
+
+  // Through the C interface, the project's cache and the summary's own look at its file.
+  double askAll(const std::vector<TVHandle*>& archives) const {
+    int64_t revisions = 0;
+    const double seconds = bench::secondsOf([&] {
+      for (TVHandle* archive : archives) revisions += GetNumRevisions(archive);
+    });
+    bench::check(revisions == revisions_, "the revisions of all archives");
+    return seconds;
+  }
+
+  const bench::BigDatabase database_{kArchives, true};
+  std::vector<std::string> natives_;
+  std::vector<VPathString> paths_;
+  int64_t revisions_ = 0;
+};
+
+void run() { Summaries().run(); }
+
+}  // namespace
+
+int main() { return bench::runAll(run); }

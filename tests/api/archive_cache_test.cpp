@@ -1,0 +1,154 @@
+// The ".ack" file between runs: it may only save reads, and never show what is not so.
+#include <gtest/gtest.h>
+#include <utime.h>
+
+#include <cstdlib>
+#include <ctime>
+#include <filesystem>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "foldapi/foldapi.h"
+#include "support/client.h"
+
+namespace {
+
+using std::string;
+
+const char* const kCacheFile = "prv/P.prj/P.ack";
+
+// A project "P" with two archives that were last changed years ago.
+class ArchiveCache : public testing::Test {
+ protected:
+  ArchiveCache() {
+    CreateProject(scratch_.openRoot(), "P", "", "");
+    TVHandle* project = scratch_.openProject("P");
+    for (const char* name : {"a", "b"}) {
+      writeArchive(name, {.revisions = 1, .lockers = {"ann"}, .description = "first\r\nline"});
+      AddExistingArchive(project, name, archive(name).c_str());
+    }
+    endRun();
+    std::filesystem::remove(scratch_.path(kCacheFile));
+  }
+
+  string archive(const string& name) const { return scratch_.path("vault/" + name + "_v"); }
+
+  // Keeps the time, whatever is written, unless another one is asked for.
+  void writeArchive(const string& name, const support::Archive& content, time_t time = 900000000) {
+    scratch_.database().writeArchive("vault/" + name + "_v", content);
+    const utimbuf times = {time, time};
+    utime(archive(name).c_str(), &times);
+  }
+
+  // The end of a session is the end of its projects, which is when caches are saved.
+  void endRun() { Init("/nowhere", "/nowhere"); }
+
+  // Asks for an archive in a run of its own.
+  int revisions(const char* name) {
+    TVHandle* project = scratch_.openProject("P");
+    const int count = GetNumRevisions(FindArchiveByWorkName(project, name));
+    endRun();
+    return count;
+  }
+
+  bool hasCacheFile() const { return std::filesystem::exists(scratch_.path(kCacheFile)); }
+
+  support::ScratchDatabase scratch_;
+};
+
+TEST_F(ArchiveCache, IsWrittenWhenTheLastUseOfTheProjectEnds) {
+  TVHandle* project = scratch_.openProject("P");
+  GetNumLocks(FindArchiveByWorkName(project, "b"));
+  GetArchiveStatus(FindArchiveByWorkName(project, "a"));
+  EXPECT_FALSE(hasCacheFile());
+  endRun();
+  const string head = "14\nAcTVQueuedHash\no2\nA";
+  const string file = scratch_.shown(kCacheFile);
+  EXPECT_EQ(file.substr(0, head.size() + 19), head + "cTVArchiveInfo52\no6");
+  EXPECT_LT(file.find("/vault/b_v"), file.find("/vault/a_v"));  // From the oldest to the newest.
+  // The same again from the cache alone.
+  EXPECT_EQ(revisions("a"), 1);
+  EXPECT_TRUE(hasCacheFile());
+}
+
+TEST_F(ArchiveCache, ServesAnArchiveUntilItChanges) {
+  const struct {
+    const char* why;
+    time_t time;
+    int want;
+  } cases[] = {{"the same time: from the cache", 900000000, 1},
+               {"later", 900000002, 3},
+               {"earlier", 900000000, 4},
+               {"long ago", 86400, 5}};
+  EXPECT_EQ(revisions("a"), 1);
+  int written = 2;
+  for (const auto& c : cases) {
+    SCOPED_TRACE(c.why);
+    writeArchive("a", {.revisions = written++}, c.time);
+    EXPECT_EQ(revisions("a"), c.want);
+  }
+  std::filesystem::remove(archive("a"));
+  EXPECT_EQ(revisions("a"), 0);
+  EXPECT_EQ(revisions("b"), 1);
+}
+
+// The file keeps times in ticks of two seconds. What changed in the tick of its read looks the
+// same.
+TEST_F(ArchiveCache, DoesNotTrustWhatItReadWithinTheTickOfTheLastChange) {
+  for (int round = 1; round <= 3; ++round) {
+    writeArchive("a", {.revisions = round}, std::time(nullptr));
+    EXPECT_EQ(revisions("a"), round);
+  }
+}
+
+// Within a session the file itself tells, to the nanosecond.
+TEST_F(ArchiveCache, SeesEveryChangeWithinASession) {
+  TVHandle* project = scratch_.openProject("P");
+  TVHandle* handle = FindArchiveByWorkName(project, "a");
+  EXPECT_EQ(GetNumRevisions(handle), 1);
+  EXPECT_NE(GetCreationTime(handle), -1);
+  writeArchive("a", {.revisions = 2, .description = "another size"});
+  EXPECT_EQ(GetNumRevisions(handle), 2);
+  support::writeFile(archive("a"), "no archive");
+  EXPECT_EQ(GetNumRevisions(handle), 0);
+  EXPECT_EQ(GetCreationTime(handle), -1);
+  writeArchive("a", {.revisions = 4});
+  EXPECT_EQ(GetNumRevisions(handle), 4);
+}
+
+TEST_F(ArchiveCache, IsOffWhileTheEnvironmentSaysSo) {
+  for (const char* value : {"1", ""}) {
+    const support::ScopedEnvironment off("TRVS_TVAPI_NOCACHE", value);
+    EXPECT_EQ(revisions("a"), 1);
+    EXPECT_FALSE(hasCacheFile());
+  }
+  EXPECT_EQ(revisions("a"), 1);
+  EXPECT_TRUE(hasCacheFile());
+  // What lies there is neither used nor touched.
+  writeArchive("a", {.revisions = 2});
+  const string before = scratch_.shown(kCacheFile);
+  const support::ScopedEnvironment off("TRVS_TVAPI_NOCACHE", "");
+  EXPECT_EQ(revisions("a"), 2);
+  EXPECT_EQ(scratch_.shown(kCacheFile), before);
+}
+
+TEST_F(ArchiveCache, FilesThatCannotBeUsedAreReplacedOrDropped) {
+  EXPECT_EQ(revisions("a"), 1);
+  const string good = support::readFile(scratch_.path(kCacheFile));
+  for (const string& bad : {string("13") + good.substr(2), good.substr(0, good.size() / 2),
+                            string("14\r\nAcTVQueuedHash\r\no2147483647\r\n"), string()}) {
+    SCOPED_TRACE(support::escaped(bad.substr(0, 40)));
+    support::writeFile(scratch_.path(kCacheFile), bad);
+    EXPECT_EQ(revisions("a"), 1);
+    EXPECT_EQ(support::escaped(support::readFile(scratch_.path(kCacheFile))),
+              support::escaped(good));
+    // Without any archive read in the run there is nothing to keep.
+    support::writeFile(scratch_.path(kCacheFile), bad);
+    scratch_.openProject("P");
+    endRun();
+    EXPECT_FALSE(hasCacheFile());
+  }
+}
+
+}  // namespace

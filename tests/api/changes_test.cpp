@@ -1,0 +1,278 @@
+// The exact bytes on disk after each change that a client can make, and that a refused change
+// leaves all of them as they were.
+#include <gtest/gtest.h>
+
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "foldapi/foldapi.h"
+#include "support/client.h"
+
+namespace {
+
+using std::string;
+using support::kHead;
+using Names = std::vector<string>;
+
+const string kVersionLine = "# VERSION TRVS Trevault_5.2.00\n";
+
+string projectRecord(const string& name, const string& directory, const string& workDir) {
+  const string stem = directory.substr(0, directory.find('.'));
+  return "[Project=" + name + "]\nCFG=@/pub/" + directory + "/" + stem + ".cfg\nDIR=" + directory +
+         "\nWKDIR=" + workDir + "\n";
+}
+string publicRecord(const string& name, const string& directory, const string& workDir) {
+  return projectRecord(name, directory, workDir) + "\n";
+}
+string privateRecord(const string& name, const string& directory, const string& workDir) {
+  return projectRecord(name, directory, workDir) + "OWNERSHIP=PUBLIC\n\n";
+}
+
+class Changes : public testing::Test {
+ protected:
+  string shown(std::string_view relative) const { return scratch_.shown(relative); }
+
+  // Creates a project and opens it.
+  TVHandle* createProject(const char* name) {
+    TVHandle* root = scratch_.openRoot();
+    CreateProject(root, name, "/w/ann", "/w/team");
+    return scratch_.openProject(name);
+  }
+
+  support::ScratchDatabase scratch_;
+};
+
+TEST_F(Changes, CreateProjectMakesAllItsFilesAndAppendsItsRecords) {
+  TVHandle* root = scratch_.openRoot();
+  CreateProject(root, "My Project", "/w/ann", "/w/team");
+  const string first = publicRecord("My Project", "MyPrjct.prj", "/w/team");
+  const string firstPrivate = privateRecord("My Project", "MyPrjct.prj", "/w/ann");
+  EXPECT_EQ(shown("pub/trvsproj.pub"), first);
+  EXPECT_EQ(shown("prv/trvsproj.prv"), firstPrivate);
+  EXPECT_EQ(shown("pub/MyPrjct.prj/trvsfold.pub"), kHead);
+  EXPECT_EQ(shown("prv/MyPrjct.prj/trvsfold.prv"), kHead);
+  EXPECT_EQ(shown("pub/MyPrjct.prj/MyPrjct.cfg"), kVersionLine);
+  const Names files = {"prv/MyPrjct.prj/trvsfold.prv", "prv/trvsproj.prv",
+                       "pub/MyPrjct.prj/MyPrjct.cfg", "pub/MyPrjct.prj/trvsfold.pub",
+                       "pub/trvsproj.pub"};
+  EXPECT_EQ(scratch_.files(), files);
+
+  // Short names that collide, the last one only on a disk without regard to case.
+  CreateProject(root, "My-Project", "", "");
+  CreateProject(root, "my project", "/w/bob", "");
+  EXPECT_EQ(shown("pub/trvsproj.pub"), first + publicRecord("My-Project", "MyPrjct0.prj", "") +
+                                           publicRecord("my project", "myprjct1.prj", ""));
+  EXPECT_EQ(shown("prv/trvsproj.prv"), firstPrivate +
+                                           privateRecord("My-Project", "MyPrjct0.prj", "") +
+                                           privateRecord("my project", "myprjct1.prj", "/w/bob"));
+  EXPECT_EQ(shown("pub/MyPrjct0.prj/MyPrjct0.cfg"), kVersionLine);
+  EXPECT_EQ(shown("prv/myprjct1.prj/trvsfold.prv"), kHead);
+  EXPECT_STREQ(GetProjectPrivateDir(FindProject(root, "my-project")), "");
+}
+
+TEST_F(Changes, CreateProjectWritesTheSeparatorsOfItsRoots) {
+  support::TemporaryDirectory directory;
+  const support::Database database(directory.path(), "V:");
+  database.writeProfile();
+  const support::ScopedEnvironment profile("KSTR_INI", database.profile());
+  TVHandle* root = Init("V:\\pub", "V:\\prv");
+  CreateProject(root, "Motor Control", "V:\\w\\ann", "");
+  EXPECT_EQ(support::escaped(support::readFile(database.path("prv/trvsproj.prv"))),
+            "[Project=Motor Control]\\r\\nCFG=V:\\pub\\MtrCntrl.prj\\MtrCntrl.cfg\\r\\n"
+            "DIR=MtrCntrl.prj\\r\\nWKDIR=V:\\w\\ann\\r\\nOWNERSHIP=PUBLIC\\r\\n\\r\\n");
+  EXPECT_EQ(support::readFile(database.path("pub/MtrCntrl.prj/MtrCntrl.cfg")),
+            "# VERSION TRVS Trevault_5.2.00\r\n");
+}
+
+TEST_F(Changes, RefusedChangesLeaveEveryFileAlone) {
+  TVHandle* project = createProject("P");
+  AddExistingArchive(project, "w", "/v/w_v");
+  SetProjectVCSDirs(project, "/v");
+  const auto before = scratch_.everything();
+  TVHandle* root = Init("", "");
+  OpenProjectRoot(root);
+  CreateProject(root, "P", "/other", "/other");
+  CreateProject(root, "", "/w", "/w");
+  CreateProject(root, nullptr, nullptr, nullptr);
+  project = FindProject(root, "P");
+  AddExistingArchive(project, "w", "/v/w_v");
+  for (const char* bad : {"a\nb", "a\rb", "\n"}) {
+    SCOPED_TRACE(support::escaped(bad));
+    CreateProject(root, bad, "/w", "/w");
+    CreateProject(root, "Q", bad, "/w");
+    CreateProject(root, "Q", "/w", bad);
+    SetProjectPublicDir(project, bad);
+    SetProjectPrivateDir(project, bad);
+    SetProjectVCSDirs(project, bad);
+    AddExistingArchive(project, bad, "/v/w_v");
+    AddExistingArchive(project, "w", bad);
+  }
+  EXPECT_EQ(scratch_.changedSince(before), Names());
+  EXPECT_STREQ(GetProjectPrivateDir(project), "/w/ann");
+  // Nor does a refused text keep the project from what others wrote by the next change.
+  scratch_.write("prv/trvsproj.prv", privateRecord("P", "P.prj", "/w/moved"));
+  CreateProject(root, "Q", "", "");
+  EXPECT_STREQ(GetProjectPrivateDir(project), "/w/moved");
+}
+
+// Single letters: their hash is their code, so the 17 buckets give f, r, a, b.
+TEST_F(Changes, SettingADirectoryRewritesTheRootInTableOrder) {
+  TVHandle* root = scratch_.openRoot();
+  for (const char* name : {"b", "r", "a", "f"}) CreateProject(root, name, "/ann", "/team");
+  scratch_.write("pub/r.prj/trvsfold.pub", "[DOCUMENT=/v;x_v;;x]\n");
+  TVHandle* project = FindProject(root, "r");
+
+  SetProjectPublicDir(project, "/new/team");
+  const string publicFile =
+      kHead + publicRecord("f", "f.prj", "/team") + publicRecord("r", "r.prj", "/new/team") +
+      publicRecord("a", "a.prj", "/team") + publicRecord("b", "b.prj", "/team");
+  EXPECT_EQ(shown("pub/trvsproj.pub"), publicFile);
+  EXPECT_EQ(shown("prv/trvsproj.prv"),
+            kHead + privateRecord("f", "f.prj", "/ann") + privateRecord("r", "r.prj", "/ann") +
+                privateRecord("a", "a.prj", "/ann") + privateRecord("b", "b.prj", "/ann"));
+  EXPECT_EQ(shown("pub/r.prj/trvsfold.pub"), "[DOCUMENT=/v;x_v;;x]\n");
+
+  SetProjectPrivateDir(project, "C:\\new");
+  EXPECT_EQ(shown("pub/trvsproj.pub"), publicFile);
+  EXPECT_EQ(shown("prv/trvsproj.prv"),
+            kHead + privateRecord("f", "f.prj", "/ann") + privateRecord("r", "r.prj", "C:\\new") +
+                privateRecord("a", "a.prj", "/ann") + privateRecord("b", "b.prj", "/ann"));
+  // The private directory alone writes the project's own pair anew, too.
+  EXPECT_EQ(shown("pub/r.prj/trvsfold.pub"), kHead + "[DOCUMENT=/v;x_v;;x]\n");
+  EXPECT_STREQ(GetProjectPublicDir(project), "/new/team");
+  EXPECT_STREQ(GetProjectPrivateDir(project), "C:\\new");
+  EXPECT_STREQ(GetProjectPrivateDir(FindProject(scratch_.openRoot(), "r")), "C:\\new");
+}
+
+TEST_F(Changes, DestroyProjectTakesOnlyItsRecords) {
+  TVHandle* root = scratch_.openRoot();
+  for (const char* name : {"b", "r", "a"}) CreateProject(root, name, "", "");
+  const Names files = scratch_.files();
+  DestroyProject(FindProject(root, "a"));
+  EXPECT_EQ(shown("pub/trvsproj.pub"),
+            kHead + publicRecord("r", "r.prj", "") + publicRecord("b", "b.prj", ""));
+  EXPECT_EQ(shown("prv/trvsproj.prv"),
+            kHead + privateRecord("r", "r.prj", "") + privateRecord("b", "b.prj", ""));
+  EXPECT_EQ(scratch_.files(), files);
+  EXPECT_EQ(support::projectNames(root), (Names{"b", "r"}));
+  // Its directory is still there, so a new one of that name gets another, at the end of the file.
+  CreateProject(root, "a", "", "");
+  EXPECT_EQ(shown("pub/trvsproj.pub"), kHead + publicRecord("r", "r.prj", "") +
+                                           publicRecord("b", "b.prj", "") +
+                                           publicRecord("a", "a0.prj", ""));
+}
+
+TEST_F(Changes, AddExistingArchiveAppendsOneLineToItsParentsFile) {
+  createProject("P");
+  const string folders =
+      "[FOLDER=src]\nDIR=src\nWKDIR=src\n\n[DOCUMENT=/v;old_v;;old]";  // No line end.
+  scratch_.write("pub/P.prj/trvsfold.pub", folders);
+  scratch_.write("prv/P.prj/trvsfold.prv", "[FOLDER=mine]\nDIR=mine\nWKDIR=mine\n\n");
+  scratch_.write("pub/P.prj/src/trvsfold.pub", kHead + "; A remark\n[DOCUMENT=/v;s_v;d;s]\n\n");
+  scratch_.write("prv/P.prj/mine/trvsfold.prv", "[DOCUMENT=/v;m_v;;m]\nend");
+  const struct {
+    const char* why;
+    const char* folder;  // Null for the project.
+    const char* workfile;
+    const char* archive;
+    const char* file;
+    string bytes;
+  } cases[] = {
+      {"the last line gets its end first", nullptr, "d/new.c", "/v/new.c_v",
+       "pub/P.prj/trvsfold.pub", folders + "\n[DOCUMENT=/v;new.c_v;d;new.c]\n"},
+      {"one archive for two workfiles, no directories", nullptr, "other.c", "new.c_v",
+       "pub/P.prj/trvsfold.pub",
+       folders + "\n[DOCUMENT=/v;new.c_v;d;new.c]\n[DOCUMENT=;new.c_v;;other.c]\n"},
+      {"public folder", "src", "C:\\w\\a;b.c", "V:\\v\\a_v", "pub/P.prj/src/trvsfold.pub",
+       kHead + "; A remark\n[DOCUMENT=/v;s_v;d;s]\n\n[DOCUMENT=V:\\v;a_v;C:\\w;a;b.c]\n"},
+      {"private folder", "mine", "/w.c", "C:\\w_v", "prv/P.prj/mine/trvsfold.prv",
+       "[DOCUMENT=/v;m_v;;m]\nend\n[DOCUMENT=C:\\;w_v;/;w.c]\n"},
+  };
+  for (const auto& c : cases) {
+    SCOPED_TRACE(c.why);
+    TVHandle* project = scratch_.openProject("P");
+    TVHandle* parent = c.folder == nullptr ? project : FindFolder(project, c.folder);
+    const Names files = scratch_.files();
+    AddExistingArchive(parent, c.workfile, c.archive);
+    EXPECT_EQ(shown(c.file), c.bytes);
+    EXPECT_EQ(scratch_.files(), files);
+    OpenFolder(parent);
+    TVHandle* archive = FindArchiveByQualWorkName(parent, c.workfile);
+    EXPECT_STREQ(GetQualWorkfileName(archive), c.workfile);
+    EXPECT_STREQ(GetQualArchiveName(archive), c.archive);
+  }
+  EXPECT_EQ(shown("prv/P.prj/trvsfold.prv"), "[FOLDER=mine]\nDIR=mine\nWKDIR=mine\n\n");
+}
+
+// The buckets: m_v 2, q_v 6, b_v 8, gone 9, src 10, mine 15.
+TEST_F(Changes, DestroyArchiveAndFolderRewriteTheirParentsFilesInTableOrder) {
+  createProject("P");
+  const string kept = "[DOCUMENT=/v;b_v;;b]\n";
+  scratch_.write("vault/q_v", "an archive");
+  scratch_.write("pub/P.prj/trvsfold.pub",
+                 "[FOLDER=gone]\nWKDIR=g\nDIR=gone\n[DOCUMENT=/v;q_v;;q]\n[DOCUMENT=/v;m_v;;m]\n" +
+                     kept + "[FOLDER=src]\nWKDIR=s\nDIR=src\nNOTE=lost\n");
+  scratch_.write("prv/P.prj/trvsfold.prv",
+                 "[FOLDER=gone]\nDIR=gone\nWKDIR=\nOWNERSHIP=PUBLIC\n\n[FOLDER=mine]\nDIR=/m\n");
+  for (const char* name : {"pub/P.prj/src/trvsfold.pub", "pub/P.prj/gone/trvsfold.pub"}) {
+    scratch_.write(name, "[DOCUMENT=/v;q_v;;q]\n[DOCUMENT=/v;m_v;;m]\n" + kept);
+  }
+  const Names files = scratch_.files();
+  TVHandle* project = scratch_.openProject("P");
+
+  DestroyArchive(FindArchiveByArchiveName(project, "q_v"));
+  const string src = "[FOLDER=src]\nDIR=src\nWKDIR=s\n\n";
+  const string gone = "[FOLDER=gone]\nDIR=gone\nWKDIR=g\n";
+  const string overlay = "[FOLDER=src]\nDIR=\nWKDIR=s\nOWNERSHIP=PUBLIC\n\n";
+  const string mine = "[FOLDER=mine]\nDIR=/m\nWKDIR=\n\n";
+  EXPECT_EQ(shown("pub/P.prj/trvsfold.pub"),
+            kHead + "[DOCUMENT=/v;m_v;;m]\n" + kept + gone + "\n" + src);
+  EXPECT_EQ(shown("prv/P.prj/trvsfold.prv"),
+            kHead + gone + "OWNERSHIP=PUBLIC\n\n" + overlay + mine);
+
+  DestroyFolder(FindFolder(project, "gone"));
+  EXPECT_EQ(shown("pub/P.prj/trvsfold.pub"), kHead + "[DOCUMENT=/v;m_v;;m]\n" + kept + src);
+  EXPECT_EQ(shown("prv/P.prj/trvsfold.prv"), kHead + overlay + mine);
+
+  TVHandle* folder = FindFolder(project, "src");
+  OpenFolder(folder);
+  DestroyArchive(FindArchiveInFolder(folder, "m"));
+  EXPECT_EQ(shown("pub/P.prj/src/trvsfold.pub"), kHead + "[DOCUMENT=/v;q_v;;q]\n" + kept);
+  EXPECT_EQ(scratch_.files(), files);
+  EXPECT_EQ(shown("vault/q_v"), "an archive");
+}
+
+TEST_F(Changes, SetProjectVCSDirsAppendsADirectiveThatCountsAtOnce) {
+  TVHandle* project = createProject("P");
+  string bytes = kVersionLine;
+  const struct {
+    const char* set;
+    const char* line;
+    const char* get;
+  } cases[] = {
+      {"/v/a;/v/b", "VCSDIR=/v/a;/v/b", "/v/a;/v/b"},
+      {"d:\\arch\\", "VCSDIR=d:\\arch", "d:\\arch"},
+      {"d:\\arch\\\\", "VCSDIR=d:\\arch\\", "d:\\arch\\"},
+      {" d:\\x\\ \t", "VCSDIR= d:\\x", "d:\\x"},
+      {"\\", "VCSDIR=", ""},
+      {"/last/", "VCSDIR=/last/", "/last/"},
+  };
+  for (const auto& c : cases) {
+    SetProjectVCSDirs(project, c.set);
+    bytes += string(c.line) + "\n\n";
+    EXPECT_EQ(shown("pub/P.prj/P.cfg"), bytes);
+    EXPECT_STREQ(GetProjectVCSDirs(project), c.get);
+  }
+  EXPECT_STREQ(GetProjectVCSDirs(scratch_.openProject("P")), "/last/");
+  // A last line without an end, as an editor left it, is neither lost nor carried on.
+  scratch_.write("pub/P.prj/P.cfg", kVersionLine + "JOURNAL = /j");
+  project = scratch_.openProject("P");
+  SetProjectVCSDirs(project, "/new");
+  EXPECT_EQ(shown("pub/P.prj/P.cfg"), kVersionLine + "JOURNAL = /j\nVCSDIR=/new\n\n");
+  EXPECT_STREQ(GetProjectVCSDirs(project), "/new");
+  scratch_.openRoot();
+  EXPECT_STREQ(GetProjectCfgFile(project), "");  // Of the session before.
+}
+
+}  // namespace

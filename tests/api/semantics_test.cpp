@@ -1,0 +1,380 @@
+// What the C interface promises beyond values: counts, lifetimes, orders, and what a client sees of
+// the joined files and of other processes.
+#include <gtest/gtest.h>
+
+#include <cstdio>
+#include <string>
+#include <vector>
+
+#include "foldapi/foldapi.h"
+#include "runtime/child_process.h"
+#include "support/client.h"
+
+namespace {
+
+using std::string;
+using support::kHead;
+using support::walk;
+using Names = std::vector<string>;
+
+class Semantics : public testing::Test {
+ protected:
+  // A project "P" with these lines in its public file, opened once.
+  TVHandle* projectWith(const string& lines) {
+    CreateProject(scratch_.openRoot(), "P", "/w", "/team");
+    scratch_.write("pub/P.prj/trvsfold.pub", kHead + lines);
+    return scratch_.openProject("P");
+  }
+
+  support::ScratchDatabase scratch_;
+};
+
+// Sessions
+// -----------------------------------------------------------------------------------------
+
+TEST_F(Semantics, InitTouchesNoFileAndForgetsTheSessionBefore) {
+  const string pub = scratch_.path("pub"), prv = scratch_.path("prv");
+  TVHandle* root = Init(pub.c_str(), prv.c_str());
+  ASSERT_NE(root, nullptr);
+  EXPECT_EQ(scratch_.files(), Names());
+  EXPECT_EQ(GetRootPublicDir(root), pub);
+  EXPECT_EQ(OpenProjectRoot(root), 1);
+  EXPECT_EQ(scratch_.files(), (Names{"prv/trvsproj.prv", "pub/trvsproj.pub"}));
+  EXPECT_EQ(scratch_.shown("pub/trvsproj.pub"), "");
+  EXPECT_EQ(OpenProjectRoot(root), 2);
+  CreateProject(root, "P", "", "");
+  TVHandle* project = FindProject(root, "P");
+  EXPECT_EQ(OpenProject(project), 1);
+
+  EXPECT_EQ(Init(prv.c_str(), pub.c_str()), root);
+  EXPECT_EQ(GetRootPublicDir(root), prv);
+  EXPECT_EQ(CloseProjectRoot(root), -1);
+  EXPECT_EQ(OpenProject(project), -1);
+  EXPECT_EQ(GetFirstProject(root), nullptr);
+}
+
+TEST_F(Semantics, RootsThatCannotBeUsedShowAsAnEmptyWalk) {
+  scratch_.write("file", "");
+  for (const string& bad : {scratch_.path("file"), string("V:\\unmapped"), string("//no/share")}) {
+    SCOPED_TRACE(bad);
+    TVHandle* root = Init(bad.c_str(), bad.c_str());
+    ASSERT_NE(root, nullptr);
+    EXPECT_EQ(OpenProjectRoot(root), 1);
+    EXPECT_EQ(GetFirstProject(root), nullptr);
+    CreateProject(root, "P", "", "");
+    SetProjectPublicDir(FindProject(root, "P"), "/x");
+    EXPECT_EQ(CloseProjectRoot(root), 0);
+    EXPECT_EQ(GetFirstProject(root), nullptr);
+  }
+  EXPECT_EQ(scratch_.files(), Names{"file"});
+}
+
+TEST_F(Semantics, AttachAnswersEachReason) {
+  const struct {
+    uint32_t reason;
+    int32_t want;
+  } cases[] = {{0, 1}, {1, 1}, {2, 1}, {3, 1}};
+  for (const auto& c : cases) EXPECT_EQ(DllMain(nullptr, c.reason, nullptr), c.want) << c.reason;
+}
+
+// Handles and counts
+// -------------------------------------------------------------------------------
+
+TEST_F(Semantics, WalksGiveBackTheirCountAtTheEndAndOnlyThere) {
+  TVHandle* root = scratch_.openRoot();
+  EXPECT_EQ(GetFirstProject(root), nullptr);
+  EXPECT_EQ(GetNextProject(root), nullptr);  // Closes: there is no walk to end.
+  EXPECT_EQ(CloseProjectRoot(root), -1);
+
+  TVHandle* project = projectWith("[DOCUMENT=;a_v;;a]\n[DOCUMENT=;b_v;;b]\n[FOLDER=f]\nDIR=f\n");
+  EXPECT_EQ(support::workfileNames(project), (Names{"a", "b"}));
+  EXPECT_EQ(support::folderNames(project), Names{"f"});
+  EXPECT_EQ(OpenProject(project), 2);
+  TVHandle* archive = GetFirstArchive(project);
+  EXPECT_EQ(OpenProject(project), 4);
+  EXPECT_EQ(OpenArchive(archive), 1);
+  EXPECT_EQ(OpenArchive(archive), 2);
+  for (const int32_t count : {3, 2, 1, 0}) {
+    EXPECT_STREQ(GetWorkfileName(archive), "a");
+    EXPECT_EQ(CloseProject(project), count);
+  }
+  EXPECT_STREQ(GetWorkfileName(archive), "");  // Whatever its own count was.
+  EXPECT_EQ(CloseArchive(archive), -1);
+  EXPECT_EQ(CloseProject(project), -1);
+
+  // A walk without an open of its own keeps the parent open until it ends.
+  archive = GetFirstArchive(project);
+  TVHandle* second = GetNextArchive(project);
+  EXPECT_STREQ(GetWorkfileName(archive), "a");
+  EXPECT_EQ(GetNextArchive(project), nullptr);
+  EXPECT_STREQ(GetWorkfileName(second), "");
+}
+
+TEST_F(Semantics, FindsLastWithTheirParentOrThroughTheNextCall) {
+  TVHandle* project = projectWith("[DOCUMENT=;a_v;;a]\n[DOCUMENT=;b_v;;b]\n");
+  TVHandle* archive = FindArchiveByWorkName(project, "A");
+  EXPECT_EQ(FindArchiveByWorkName(project, "a"), archive);
+  EXPECT_EQ(CloseProject(project), 0);
+
+  EXPECT_STREQ(GetArchiveName(FindArchiveByWorkName(project, "b")), "b_v");
+  archive = FindArchiveByWorkName(project, "b");
+  EXPECT_EQ(OpenArchive(archive), 1);
+  EXPECT_EQ(CloseArchive(archive), -1);
+  DestroyArchive(FindArchiveByWorkName(project, "b"));
+  EXPECT_EQ(scratch_.shown("pub/P.prj/trvsfold.pub"), kHead + "[DOCUMENT=;a_v;;a]\n");
+}
+
+TEST_F(Semantics, SortTypesNeedAnOpenParentAndGoWithItsLastClose) {
+  TVHandle* project =
+      projectWith("[DOCUMENT=;2_v;a;z]\n[DOCUMENT=;3_v;b;y]\n[DOCUMENT=;1_v;c;x]\n");
+  const Names byPath = {"z", "y", "x"}, byName = {"x", "y", "z"}, byArchive = {"x", "z", "y"};
+  EXPECT_EQ(support::workfileNames(project), byPath);
+  SetSortTypeWorkName(project);
+  EXPECT_EQ(support::workfileNames(project), byName);
+  SetSortTypeArchiveName(project);
+  EXPECT_EQ(support::workfileNames(project), byArchive);
+  CloseProject(project);
+  SetSortTypeWorkName(project);
+  OpenProject(project);
+  EXPECT_EQ(support::workfileNames(project), byPath);
+  // Neither does a setter of a sort take part in a walk that has begun.
+  EXPECT_STREQ(GetWorkfileName(GetFirstArchive(project)), "z");
+  SetSortTypeWorkName(project);
+  EXPECT_STREQ(GetWorkfileName(GetNextArchive(project)), "y");
+}
+
+TEST_F(Semantics, DestroyedHandlesStayHarmlessAndWalksGoOn) {
+  TVHandle* project = projectWith(
+      "[DOCUMENT=;a_v;;a]\n[DOCUMENT=;b_v;;b]\n[DOCUMENT=;c_v;;c]\n[FOLDER=f]\nDIR=f\n"
+      "[FOLDER=g]\nDIR=g\n");
+  scratch_.write("pub/P.prj/f/trvsfold.pub", "[DOCUMENT=;fa_v;;fa]\n");
+  GetFirstArchive(project);
+  TVHandle* archive = GetNextArchive(project);
+  DestroyArchive(archive);
+  DestroyArchive(archive);
+  EXPECT_STREQ(GetWorkfileName(GetNextArchive(project)), "c");
+  EXPECT_EQ(GetNextArchive(project), nullptr);
+
+  TVHandle* folder = FindFolder(project, "f");
+  OpenFolder(folder);
+  TVHandle* inside = GetFirstArchive(folder);
+  DestroyFolder(folder);
+  EXPECT_EQ(GetFirstArchive(folder), nullptr);
+  EXPECT_EQ(GetNextArchive(folder), nullptr);
+  EXPECT_EQ(CloseFolder(folder), -1);
+  EXPECT_STREQ(GetWorkfileName(inside), "");
+  DestroyArchive(inside);
+  AddExistingArchive(folder, "w", "w_v");
+  EXPECT_EQ(support::folderNames(project), Names{"g"});
+  EXPECT_EQ(scratch_.shown("pub/P.prj/f/trvsfold.pub"), "[DOCUMENT=;fa_v;;fa]\n");
+
+  TVHandle* root = scratch_.openRoot();
+  project = FindProject(root, "P");
+  OpenProject(project);
+  archive = FindArchiveByWorkName(project, "a");
+  DestroyProject(project);
+  EXPECT_EQ(OpenProject(project), -1);
+  EXPECT_STREQ(GetWorkfileName(archive), "");
+  AddExistingArchive(project, "w", "w_v");
+  SetProjectPrivateDir(project, "/x");
+  EXPECT_EQ(support::projectNames(root), Names());
+  CreateProject(root, "P", "", "");
+  EXPECT_EQ(OpenProject(project), -1);
+  EXPECT_EQ(support::projectNames(root), Names{"P"});
+}
+
+// A child that is added while its parent is open shows in the parent's next walk.
+TEST_F(Semantics, NewChildrenShowUnderEveryOpenParent) {
+  TVHandle* root = scratch_.openRoot();
+  CreateProject(root, "b", "", "");
+  EXPECT_STREQ(GetProjectName(GetFirstProject(root)), "b");
+  CreateProject(root, "a", "", "");
+  EXPECT_EQ(support::projectNames(root), (Names{"a", "b"}));
+  TVHandle* project = FindProject(root, "a");
+  AddExistingArchive(project, "closed", "1_v");
+  OpenProject(project);
+  AddExistingArchive(project, "open", "2_v");
+  EXPECT_EQ(support::workfileNames(project), (Names{"closed", "open"}));
+}
+
+TEST_F(Semantics, TextsOutlastFifteenMore) {
+  TVHandle* project = projectWith("");
+  char line[100];
+  std::snprintf(line, sizeof line, "%s|%s|%s", GetProjectName(project),
+                GetProjectPublicDir(project), GetProjectPrivateDir(project));
+  EXPECT_STREQ(line, "P|/team|/w");
+  const char* first = GetProjectName(project);
+  for (int i = 0; i < 15; ++i) GetProjectPublicDir(project);
+  EXPECT_STREQ(first, "P");
+  GetProjectPublicDir(project);
+  EXPECT_STREQ(first, "/team");
+}
+
+// Finds
+// --------------------------------------------------------------------------------------------
+
+struct FindKind {
+  const char* why;
+  TVHandle* (*find)(TVHandle*, const char*);
+  support::Text name;
+};
+const FindKind kFinds[] = {
+    {"workfile name", FindArchiveByWorkName, GetWorkfileName},
+    {"qualified workfile name", FindArchiveByQualWorkName, GetQualWorkfileName},
+    {"archive name", FindArchiveByArchiveName, GetArchiveName},
+    {"qualified archive name", FindArchiveByQualArchiveName, GetQualArchiveName},
+    {"in folder", FindArchiveInFolder, GetWorkfileName},
+};
+const struct {
+  const char* why;
+  void (*sort)(TVHandle*);
+} kSorts[] = {
+    {"by workfile name", SetSortTypeWorkName},
+    {"by qualified workfile name", SetSortTypeQualWorkName},
+    {"by archive name", SetSortTypeArchiveName},
+};
+
+// Each find is held against a look at all of the list: under each order the first match counts.
+TEST_F(Semantics, EveryFindGivesTheFirstOfItsMatchesInTheOrderOfTheWalk) {
+  string lines;
+  // Between "Z" and "a" in the code table stand "[", "^", "_" and "`": orders must agree on them.
+  for (const char* name :
+       {"A", "a", "Z", "z", "_", "^", "`", "a_b", "A-B", "aab", "AZB", "main.c"}) {
+    for (const char* dir : {"", "a_", "AZ", "sub/a", "main.c"}) {
+      const string tail = string(";") + dir + ";" + name + "]\n";
+      lines += string("[DOCUMENT=/v") + dir + ";" + name + "_v" + tail;
+      lines += string("[DOCUMENT=/V") + dir + ";" + name + "_V" + tail;
+    }
+  }
+  for (const char* name : {"_", "a_", "AZ", "b", "main.c", "sub", "zz"}) {
+    lines += string("[FOLDER=") + name + "]\nDIR=" + name + "\nWKDIR=" + name + "\n";
+  }
+  TVHandle* project = projectWith(lines);
+  const auto folded = [](string text) {
+    for (char& c : text) c = c >= 'A' && c <= 'Z' ? static_cast<char>(c + 32) : c;
+    return text;
+  };
+  for (const auto& order : kSorts) {
+    SCOPED_TRACE(order.why);
+    order.sort(project);
+    const auto archives = walk(project, GetFirstArchive, GetNextArchive);
+    ASSERT_EQ(archives.size(), 120U);
+    for (const FindKind& by : kFinds) {
+      SCOPED_TRACE(by.why);
+      for (TVHandle* archive : archives) {
+        const string key = by.name(archive);
+        TVHandle* want = nullptr;
+        for (size_t i = 0; want == nullptr; ++i) {
+          if (folded(by.name(archives[i])) == folded(key)) want = archives[i];
+        }
+        EXPECT_EQ(by.find(project, folded(key).c_str()), want) << key;
+      }
+      EXPECT_EQ(by.find(project, "/v/none"), nullptr);
+    }
+    for (const string& name : support::folderNames(project)) {
+      EXPECT_STREQ(GetFolderName(FindFolder(project, folded(name).c_str())), name.c_str());
+    }
+    EXPECT_EQ(FindFolder(project, "aaa"), nullptr);
+  }
+}
+
+// Files and other processes
+// ------------------------------------------------------------------------
+
+TEST_F(Semantics, PublicAndPrivateRecordsJoinAsAClientSeesThem) {
+  CreateProject(scratch_.openRoot(), "P", "", "");
+  const auto record = [](const char* name, const char* workDir, const char* more = "") {
+    return string("[project=") + name + "]\ncfg=@/pub/" + name + ".cfg\nWkDir=" + workDir +
+           "\nDIR=P.prj\n" + more + "\n";
+  };
+  scratch_.write("pub/trvsproj.pub", record("both", "/team") + record("public", "/team") +
+                                         "[Project=no dir]\nCFG=x\n[Project=no cfg]\nDIR=x\n" +
+                                         record("last", "/team"));
+  scratch_.write("prv/trvsproj.prv", record("private", "/me") + record("both", "/me") +
+                                         "[Project=last]\nCFG=x\nWKDIR=/lost without DIR\n");
+  scratch_.write("pub/P.prj/trvsfold.pub",
+                 "[FOLDER=both]\nDIR=both\nWKDIR=team\n[FOLDER=public]\nDIR=public\n"
+                 "[DOCUMENT=;pub_v;;pub]\n[DOCUMENT=two;fields;]\n[Folder=no dir]\nWKDIR=x\n");
+  scratch_.write("prv/P.prj/trvsfold.prv",
+                 "[FOLDER=both]\nDIR=both\nWKDIR=me\n[FOLDER=mine]\nDIR=mine\nWKDIR=m\n"
+                 "[FOLDER=lost]\nDIR=lost\nOWNERSHIP=\n[DOCUMENT=;prv_v;;prv]\n");
+  scratch_.write("pub/P.prj/both/trvsfold.pub", "[DOCUMENT=;b_v;;b]\n");
+  scratch_.write("prv/P.prj/both/trvsfold.prv", "[DOCUMENT=;not read_v;;not read]\n");
+  scratch_.write("prv/P.prj/mine/trvsfold.prv", "[DOCUMENT=;m_v;;m]\n");
+  TVHandle* root = scratch_.openRoot();
+  EXPECT_EQ(support::projectNames(root), (Names{"both", "last", "public"}));
+  EXPECT_STREQ(GetProjectPublicDir(FindProject(root, "both")), "/team");
+  EXPECT_STREQ(GetProjectPrivateDir(FindProject(root, "both")), "/me");
+  EXPECT_STREQ(GetProjectPrivateDir(FindProject(root, "last")), "/team");
+
+  TVHandle* project = FindProject(root, "both");
+  OpenProject(project);
+  EXPECT_EQ(support::folderNames(project), (Names{"both", "mine", "public"}));
+  EXPECT_EQ(support::workfileNames(project), (Names{"prv", "pub"}));
+  const struct {
+    const char* folder;
+    Names workfiles;
+    string firstPath;
+  } folders[] = {{"both", {"b"}, "/me/team/b"}, {"mine", {"m"}, "/me/m/m"}, {"public", {}, ""}};
+  for (const auto& f : folders) {
+    SCOPED_TRACE(f.folder);
+    TVHandle* folder = FindFolder(project, f.folder);
+    OpenFolder(folder);
+    EXPECT_EQ(support::workfileNames(folder), f.workfiles);
+    EXPECT_EQ(GetFullQualWorkfileName(GetFirstArchive(folder)), f.firstPath);
+  }
+}
+
+TEST_F(Semantics, ProjectsWithoutAPrivateDirectoryGetOneEach) {
+  // Three names with one short form, as a new user finds them: all private files are missing.
+  string records;
+  for (const char* name : {"My Project", "My_Project", "My.Project"}) {
+    records += string("[Project=") + name + "]\nCFG=\nDIR=" + name + "\nWKDIR=\n\n";
+  }
+  scratch_.write("pub/trvsproj.pub", records);
+  TVHandle* root = scratch_.openRoot();
+  for (TVHandle* project : walk(root, GetFirstProject, GetNextProject)) OpenProject(project);
+  const string file = scratch_.shown("prv/trvsproj.prv");
+  for (const char* line : {"DIR=MyPrjct.prj\n", "DIR=MyPrjct0.prj\n", "DIR=MyPrjct1.prj\n"}) {
+    EXPECT_NE(file.find(line), string::npos) << line << "in\n" << file;
+  }
+}
+
+TEST_F(Semantics, OpenSessionsFollowWhatAnotherProcessDid) {
+  TVHandle* root = scratch_.openRoot();
+  for (const char* name : {"gone", "kept", "moved"}) CreateProject(root, name, "/old", "/old");
+  TVHandle* kept = FindProject(root, "kept");
+  OpenProject(kept);
+  AddExistingArchive(kept, "gone", "gone_v");
+  AddExistingArchive(kept, "stays", "stays_v");
+  TVHandle* gone = FindProject(root, "gone");
+  TVHandle* goneArchive = FindArchiveByWorkName(kept, "gone");
+  foldapi::ChildProcess other([this](foldapi::ChildProcess&) {
+    TVHandle* theirs = scratch_.openRoot();
+    DestroyProject(FindProject(theirs, "gone"));
+    SetProjectPrivateDir(FindProject(theirs, "moved"), "/new");
+    CreateProject(theirs, "added", "", "");
+    TVHandle* project = FindProject(theirs, "kept");
+    DestroyArchive(FindArchiveByWorkName(project, "gone"));
+    AddExistingArchive(project, "added", "added_v");
+    return 0;
+  });
+  ASSERT_EQ(other.finish(), 0);
+
+  // Without a change of one's own, only a new first open reads again.
+  EXPECT_EQ(support::projectNames(root), (Names{"gone", "kept", "moved"}));
+  CloseProject(kept);
+  OpenProject(kept);
+  EXPECT_EQ(support::workfileNames(kept), (Names{"added", "stays"}));
+  EXPECT_STREQ(GetWorkfileName(goneArchive), "");
+  // A change reads what changed before it writes, so nothing of the other's is lost.
+  CreateProject(root, "mine", "", "");
+  EXPECT_EQ(support::projectNames(root), (Names{"added", "kept", "mine", "moved"}));
+  EXPECT_STREQ(GetProjectName(gone), "");
+  EXPECT_STREQ(GetProjectPrivateDir(FindProject(root, "moved")), "/new");
+  SetProjectPublicDir(kept, "/changed");
+  EXPECT_EQ(support::projectNames(scratch_.openRoot()), (Names{"added", "kept", "mine", "moved"}));
+  EXPECT_STREQ(GetProjectPrivateDir(FindProject(root, "moved")), "/new");
+}
+
+}  // namespace

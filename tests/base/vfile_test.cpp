@@ -1,0 +1,117 @@
+// Tests of files as streams.
+#include "base/vfile.h"
+
+#include <gtest/gtest.h>
+#include <sys/resource.h>
+
+#include "runtime/child_process.h"
+#include "support/files.h"
+
+namespace foldapi {
+namespace {
+
+class VFileTest : public testing::Test {
+ protected:
+  std::string bytes() const { return support::readFile(path_); }
+
+  const support::TemporaryDirectory directory_;
+  const std::string path_ = directory_ / "proj.cfg";
+};
+
+TEST_F(VFileTest, AppendsAtTheEnd) {
+  VFile file{VPathString(path_)};
+  EXPECT_FALSE(file.open(VFile::kReadWrite)) << "makes no file";
+  EXPECT_TRUE(file.close()) << "does nothing";
+  support::writeFile(path_, "# head\r\n");
+  ASSERT_TRUE(file.open(VFile::kReadWrite));
+  EXPECT_TRUE(file.seek(VFile::kEnd));
+  EXPECT_EQ(file.writeText("VCSDIR=d:\\arch\r\n\r\n"), 18);
+  EXPECT_EQ(bytes(), "# head\r\nVCSDIR=d:\\arch\r\n\r\n") << "at once";
+  EXPECT_TRUE(file.close());
+  EXPECT_EQ(bytes(), "# head\r\nVCSDIR=d:\\arch\r\n\r\n");
+  EXPECT_EQ(file.writeText("x"), -1) << "closed";
+}
+
+TEST_F(VFileTest, KeepsWhatOthersAppendedMeanwhile) {
+  support::writeFile(path_, "a");
+  VFile one{VPathString(path_)}, two{VPathString(path_)};
+  ASSERT_TRUE(one.open(VFile::kWrite));
+  ASSERT_TRUE(two.open(VFile::kWrite));
+  two.seek(VFile::kEnd);
+  EXPECT_EQ(two.writeText("bb"), 2);
+  EXPECT_TRUE(two.close());
+  one.seek(VFile::kEnd);
+  EXPECT_EQ(one.writeText("c"), 1);
+  EXPECT_EQ(one.writeText("d"), 1);
+  EXPECT_TRUE(one.close());
+  EXPECT_EQ(bytes(), "abbcd");
+}
+
+TEST_F(VFileTest, ReplacesTheFileInClose) {
+  support::writeFile(path_, "old content");
+  VFile file{VPathString(path_)};
+  ASSERT_TRUE(file.open(VFile::kCreate));
+  EXPECT_EQ(file.writeText("14\r\n"), 4);
+  EXPECT_EQ(file.writeBytes(std::string_view("A\0", 2)), 2);
+  EXPECT_EQ(bytes(), "old content") << "until it is whole";
+  EXPECT_TRUE(file.open(VFile::kReadWrite)) << "closes first";
+  EXPECT_EQ(bytes(), std::string("14\r\nA\0", 6));
+  EXPECT_EQ(file.readBytes(2), "14");
+  EXPECT_EQ(file.writeText("!!!"), 3);
+  EXPECT_EQ(file.readAll(), std::string_view("\0", 1));
+  EXPECT_EQ(file.writeText("end"), 3);
+  EXPECT_TRUE(file.close());
+  EXPECT_EQ(bytes(), std::string("14!!!\0end", 9));
+  VFile fresh{VPathString(directory_ / "new.ack")};
+  EXPECT_TRUE(fresh.open(VFile::kCreate));
+  EXPECT_TRUE(fresh.close());
+  EXPECT_EQ(support::readFile(directory_ / "new.ack"), "");
+}
+
+TEST_F(VFileTest, ReadsOnlyWhenOpenedToRead) {
+  support::writeFile(path_, "0123456789");
+  VFile file{VPathString(path_)};
+  ASSERT_TRUE(file.open(VFile::kRead));
+  EXPECT_EQ(file.writeText("x"), -1);
+  EXPECT_TRUE(file.seek(8));
+  EXPECT_EQ(file.readBytes(5), "89");
+  EXPECT_EQ(file.readBytes(5), "");
+  EXPECT_FALSE(file.seek(-1));
+  EXPECT_TRUE(file.close());
+  EXPECT_FALSE(file.open(5)) << "no such mode";
+  EXPECT_FALSE(file.open(VFile::kPrinter));
+}
+
+TEST_F(VFileTest, ReportsAFullDiskAndKeepsTheFile) {
+  const std::string old(90, 'x');
+  support::writeFile(path_, old);
+  ChildProcess child([this](ChildProcess&) {
+    ::signal(SIGXFSZ, SIG_IGN);
+    const rlimit limit{100, 100};
+    ::setrlimit(RLIMIT_FSIZE, &limit);
+    VFile file{VPathString(path_)};
+    if (!file.open(VFile::kReadWrite)) return 1;
+    file.seek(VFile::kEnd);
+    if (file.writeText(std::string(20, 'y')) != -1) return 2;
+    if (!file.open(VFile::kCreate)) return 3;
+    file.writeText(std::string(200, 'z'));
+    return file.close() ? 4 : 0;
+  });
+  EXPECT_EQ(child.finish(), 0);
+  EXPECT_EQ(bytes(), old);
+}
+
+TEST_F(VFileTest, LeavesStandardStreamsOpen) {
+  testing::internal::CaptureStdout();
+  for (const char* text : {"one ", "two"}) {
+    VFile file{VPathString()};
+    ASSERT_TRUE(file.open(VFile::kStandardOutput));
+    EXPECT_GT(file.writeText(text), 0);
+    EXPECT_FALSE(file.seek(0));
+    EXPECT_TRUE(file.close());
+  }
+  EXPECT_EQ(testing::internal::GetCapturedStdout(), "one two");
+}
+
+}  // namespace
+}  // namespace foldapi

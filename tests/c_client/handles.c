@@ -1,0 +1,311 @@
+/* handles.c: every function of the C interface, with every kind of handle that it can't use.
+ *
+ *     handles EMPTY_DIRECTORY
+ *
+ * Compiled as C99 against the public header alone, so that no C++ slips into it. Exit code 1 and a
+ * line for each answer that is wrong. */
+#include <pwd.h>
+#include <stdarg.h>
+#include <stdint.h>
+#include <stdio.h>
+#include <stdlib.h>
+#include <string.h>
+#include <unistd.h>
+
+#include "foldapi/foldapi.h"
+
+static int failures;
+
+static void fail(const char* format, ...) {
+  va_list values;
+  va_start(values, format);
+  vprintf(format, values);
+  va_end(values);
+  putchar('\n');
+  ++failures;
+}
+
+/* The functions, by signature. `on` says which handles a function is made for.
+ * --------------------*/
+
+enum { kRoot = 1, kProject = 2, kFolder = 4, kArchive = 8, kParent = kProject | kFolder };
+
+#define ROW(on, function) \
+  { #function, on, function }
+#define COUNT_OF(rows) (sizeof rows / sizeof rows[0])
+
+typedef const char* (*TextFunction)(TVHandle*);
+static const struct {
+  const char* name;
+  int on;
+  TextFunction call;
+} texts[] = {
+    ROW(kRoot, GetRootPublicDir),           ROW(kRoot, GetRootPrivateDir),
+    ROW(kProject, GetProjectName),          ROW(kProject, GetProjectCfgFile),
+    ROW(kProject, GetProjectVCSDirs),       ROW(kProject, GetProjectPublicDir),
+    ROW(kProject, GetProjectPrivateDir),    ROW(kParent, GetFolderName),
+    ROW(kArchive, GetArchiveName),          ROW(kArchive, GetQualArchiveName),
+    ROW(kArchive, GetWorkfileName),         ROW(kArchive, GetQualWorkfileName),
+    ROW(kArchive, GetFullQualWorkfileName), ROW(kArchive, GetArchiveDescription),
+    ROW(kArchive, GetAccessList),           ROW(kArchive, GetLockerList),
+};
+
+typedef int32_t (*NumberFunction)(TVHandle*);
+static const struct {
+  const char* name;
+  int on;
+  NumberFunction call;
+  int32_t none;
+} numbers[] = {
+    {"OpenProjectRoot", kRoot, OpenProjectRoot, -1},
+    {"CloseProjectRoot", kRoot, CloseProjectRoot, -1},
+    {"OpenProject", kProject, OpenProject, -1},
+    {"CloseProject", kProject, CloseProject, -1},
+    {"OpenFolder", kParent, OpenFolder, -1},
+    {"CloseFolder", kParent, CloseFolder, -1},
+    {"OpenArchive", kArchive, OpenArchive, -1},
+    {"CloseArchive", kArchive, CloseArchive, -1},
+    {"GetCreationTime", kArchive, GetCreationTime, -1},
+    {"GetNumLocks", kArchive, GetNumLocks, 0},
+    {"GetNumRevisions", kArchive, GetNumRevisions, 0},
+    {"GetArchiveStatus", kArchive, GetArchiveStatus, 0},
+    {"ArchiveHasChildren", kArchive, ArchiveHasChildren, 0},
+    {"ArchiveLockedByMe", kArchive, ArchiveLockedByMe, 0},
+    {"ArchiveLockedByOther", kArchive, ArchiveLockedByOther, 0},
+    {"ArchiveLockedExclusive", kArchive, ArchiveLockedExclusive, 0},
+    {"ArchiveLockedMultiple", kArchive, ArchiveLockedMultiple, 0},
+};
+
+typedef TVHandle* (*StepFunction)(TVHandle*);
+static const struct {
+  const char* name;
+  int on;
+  StepFunction call;
+} steps[] = {
+    ROW(kRoot, GetFirstProject),           ROW(kRoot, GetNextProject),
+    ROW(kParent, GetFirstFolder),          ROW(kParent, GetNextFolder),
+    ROW(kParent, GetFirstArchive),         ROW(kParent, GetNextArchive),
+    ROW(kParent, GetFirstArchiveInFolder), ROW(kParent, GetNextArchiveInFolder),
+};
+
+typedef TVHandle* (*FindFunction)(TVHandle*, const char*);
+static const struct {
+  const char* name;
+  int on;
+  FindFunction call;
+} finds[] = {
+    ROW(kRoot, FindProject),
+    ROW(kParent, FindFolder),
+    ROW(kParent, FindArchiveByWorkName),
+    ROW(kParent, FindArchiveByQualWorkName),
+    ROW(kParent, FindArchiveByArchiveName),
+    ROW(kParent, FindArchiveByQualArchiveName),
+    ROW(kParent, FindArchiveInFolder),
+};
+
+typedef void (*ActFunction)(TVHandle*);
+static const struct {
+  const char* name;
+  int on;
+  ActFunction call;
+} acts[] = {
+    ROW(kProject, DestroyProject),         ROW(kParent, DestroyFolder),
+    ROW(kArchive, DestroyArchive),         ROW(kParent, SetSortTypeWorkName),
+    ROW(kParent, SetSortTypeQualWorkName), ROW(kParent, SetSortTypeArchiveName),
+};
+
+typedef void (*SetFunction)(TVHandle*, const char*);
+static const struct {
+  const char* name;
+  int on;
+  SetFunction call;
+} sets[] = {
+    ROW(kProject, SetProjectVCSDirs),
+    ROW(kProject, SetProjectPublicDir),
+    ROW(kProject, SetProjectPrivateDir),
+};
+
+/* Calls all that is not made for a handle of the kind `kind`: each must answer as for no handle,
+ * and change nothing. */
+static void callAllOthers(const char* why, TVHandle* handle, int kind) {
+  static const char* const keys[] = {"P", "", NULL};
+  for (size_t i = 0; i < COUNT_OF(texts); ++i) {
+    const char* text;
+    if (texts[i].on & kind) continue;
+    text = texts[i].call(handle);
+    if (text == NULL || *text != '\0') fail("%s: %s gives a text", why, texts[i].name);
+  }
+  for (size_t i = 0; i < COUNT_OF(numbers); ++i) {
+    int32_t number;
+    if (numbers[i].on & kind) continue;
+    number = numbers[i].call(handle);
+    if (number != numbers[i].none) fail("%s: %s gives %d", why, numbers[i].name, (int)number);
+  }
+  for (size_t i = 0; i < COUNT_OF(steps); ++i) {
+    if (steps[i].on & kind) continue;
+    if (steps[i].call(handle) != NULL) fail("%s: %s gives a handle", why, steps[i].name);
+  }
+  for (size_t key = 0; key < COUNT_OF(keys); ++key) {
+    for (size_t i = 0; i < COUNT_OF(finds); ++i) {
+      if (finds[i].on & kind) continue;
+      if (finds[i].call(handle, keys[key]) != NULL) fail("%s: %s finds", why, finds[i].name);
+    }
+    for (size_t i = 0; i < COUNT_OF(sets); ++i) {
+      if (!(sets[i].on & kind)) sets[i].call(handle, keys[key]);
+    }
+    if (!(kind & kRoot)) CreateProject(handle, keys[key], keys[key], keys[key]);
+    if (!(kind & kParent)) AddExistingArchive(handle, keys[key], keys[key]);
+  }
+  for (size_t i = 0; i < COUNT_OF(acts); ++i) {
+    if (!(acts[i].on & kind)) acts[i].call(handle);
+  }
+}
+
+/* A database with one of each.
+ * -------------------------------------------------------------------*/
+
+typedef struct {
+  char pub[512], prv[512];
+  TVHandle *root, *project, *folder, *archive;
+} Client;
+
+static void writeFile(const char* path, const char* bytes, size_t size) {
+  FILE* const file = fopen(path, "wb");
+  if (file == NULL || fwrite(bytes, 1, size, file) != size || fclose(file) != 0) {
+    fail("can't write %s", path);
+  }
+}
+
+/* An archive whose summary is one lock, by the user who runs this. */
+static void writeArchive(const char* path) {
+  const char* const user = getpwuid(geteuid())->pw_name;
+  const int payload = (int)strlen(user) + 2;
+  const int block = 3 + payload + 1; /* With the end mark. */
+  char bytes[300] = {'R', 0, (char)payload};
+  char* const trailer = bytes + block;
+  strcpy(bytes + 4, user);
+  trailer[-1] = '@';
+  trailer[0] = 4;
+  memset(trailer + 1, 0xff, 8); /* Two distances back, big-endian. */
+  trailer[4] = (char)(-block - 9);
+  trailer[8] = (char)-block;
+  writeFile(path, bytes, (size_t)block + 9);
+}
+
+/* All data files one after the other, to be freed. */
+static char* readAll(const Client* client) {
+  static const char* const names[] = {"trvsproj.pub", "trvsproj.prv", "P.prj/trvsfold.pub",
+                                      "P.prj/trvsfold.prv", "P.prj/P.cfg"};
+  const size_t size = 1 << 16;
+  char* const all = calloc(size, 1);
+  size_t used = 0;
+  for (size_t i = 0; i < 2 * COUNT_OF(names); ++i) {
+    char path[600];
+    FILE* file;
+    snprintf(path, sizeof path, "%s/%s", i % 2 == 0 ? client->pub : client->prv, names[i / 2]);
+    file = fopen(path, "rb");
+    if (file == NULL) continue;
+    used += fread(all + used, 1, size - 1 - used, file);
+    fclose(file);
+  }
+  return all;
+}
+
+static void start(Client* client) {
+  client->root = Init(client->pub, client->prv);
+  OpenProjectRoot(client->root);
+  client->project = FindProject(client->root, "P");
+  OpenProject(client->project);
+  client->folder = FindFolder(client->project, "f");
+  OpenFolder(client->folder);
+  client->archive = FindArchiveByWorkName(client->project, "w");
+  OpenArchive(client->archive);
+}
+
+static void build(Client* client, const char* directory) {
+  static const char folder[] = "[FOLDER=f]\r\nDIR=f\r\nWKDIR=f\r\n\r\n";
+  char archive[600], file[600];
+  snprintf(client->pub, sizeof client->pub, "%s/pub", directory);
+  snprintf(client->prv, sizeof client->prv, "%s/prv", directory);
+  start(client);
+  CreateProject(client->root, "P", "/ann", "/team");
+  snprintf(file, sizeof file, "%s/P.prj/trvsfold.pub", client->pub);
+  writeFile(file, folder, sizeof folder - 1);
+  snprintf(archive, sizeof archive, "%s/P.prj/w_v", client->pub);
+  writeArchive(archive);
+  start(client);
+  AddExistingArchive(client->project, "w", archive);
+  AddExistingArchive(client->folder, "in folder", archive);
+  start(client);
+}
+
+/* ------------------------------------------------------------------------------------------------*/
+
+static void checkKinds(Client* client) {
+  const struct {
+    const char* why;
+    TVHandle* handle;
+    int kind;
+  } kinds[] = {
+      {"root", client->root, kRoot},
+      {"project", client->project, kProject | kFolder},
+      {"folder", client->folder, kFolder},
+      {"archive", client->archive, kArchive},
+  };
+  for (size_t i = 0; i < COUNT_OF(kinds); ++i) {
+    if (kinds[i].handle == NULL) fail("no %s", kinds[i].why);
+    callAllOthers(kinds[i].why, kinds[i].handle, kinds[i].kind);
+  }
+}
+
+static void checkDead(Client* client) {
+  static int32_t foreign[64];
+  char text[] = "just a text that is no handle";
+  const Client before = *client;
+  callAllOthers("null", NULL, 0);
+  callAllOthers("foreign", (TVHandle*)(void*)foreign, 0);
+  callAllOthers("text", (TVHandle*)(void*)text, 0);
+  for (int shift = 0; shift < 63; ++shift) {
+    callAllOthers("wild", (TVHandle*)((uintptr_t)5 << shift), 0);
+  }
+  /* Closed: the children die, and what was open stays a parent without a list. */
+  while (CloseProject(client->project) > 0) continue;
+  callAllOthers("folder of a closed project", before.folder, 0);
+  callAllOthers("archive of a closed project", before.archive, 0);
+  if (GetNextArchive(client->project) != NULL) fail("a closed project goes on with a walk");
+  start(client);
+  callAllOthers("project of the session before", before.project, 0);
+}
+
+static void checkDestroyed(Client* client) {
+  DestroyArchive(client->archive);
+  callAllOthers("destroyed archive", client->archive, 0);
+  DestroyFolder(client->folder);
+  callAllOthers("destroyed folder", client->folder, 0);
+  DestroyProject(client->project);
+  callAllOthers("destroyed project", client->project, 0);
+  if (GetFirstProject(client->root) != NULL) fail("the project is still there");
+}
+
+int main(int argc, char** argv) {
+  static Client client;
+  char *before, *after;
+  if (argc != 2) return 2;
+  build(&client, argv[1]);
+  before = readAll(&client);
+  if (strstr(before, "[DOCUMENT=") == NULL) fail("no archive was added");
+  /* Only a started toolkit knows the user: loading the library has started it. */
+  if (GetArchiveStatus(client.archive) != 0x1001)
+    fail("status %x", GetArchiveStatus(client.archive));
+  checkKinds(&client);
+  checkDead(&client);
+  after = readAll(&client);
+  if (strcmp(before, after) != 0) fail("the files changed from\n%s\nto\n%s", before, after);
+  for (uint32_t reason = 0; reason < 4; ++reason) {
+    if (DllMain(NULL, reason, NULL) != 1) fail("DllMain fails for reason %u", (unsigned)reason);
+  }
+  checkDestroyed(&client);
+  free(before);
+  free(after);
+  return failures == 0 ? 0 : 1;
+}

@@ -1,0 +1,323 @@
+// Walking, sorting and finding in open handles. Finds are compared with a slow twin that halves and
+// scans by the keys themselves and remembers nothing.
+#include "core/childlist.h"
+
+#include <gtest/gtest.h>
+
+#include <random>
+
+#include "domain/archivemember.h"
+#include "domain/projectfolder.h"
+#include "domain/promotionfolder.h"
+#include "store/format52.h"
+
+namespace foldapi {
+namespace {
+
+const VClassRecord* const kMember = &TVArchiveMember::theClass;
+const VClassRecord* const kFolder = &TVArchiveFolder::theClass;
+const VClassRecord* const kGroup = &TVPromotionFolder::theClass;
+
+// A project whose children are those in memory.
+class Shelf : public TVProjectFolder {
+ public:
+  Shelf() : TVProjectFolder("", TVProjectConfig(), "/work", "", nullptr, false) {}
+  int readData(TVHandle&, TVStorageLock*) override {
+    for (TVObject* child : childrenInOrder()) child->setUnseen(false);
+    return 0;
+  }
+};
+
+class ChildLists : public testing::Test {
+ protected:
+  ChildLists() { registerFormat52(); }
+
+  template <typename Object, typename... Fields>
+  TVObject* add(Fields... fields) {
+    return TVObject::mergeIntoCache(new Object(fields..., shelf.object(), false), nullptr);
+  }
+  TVObject* addMember(const char* dir, const char* name) {
+    return add<TVArchiveMember>(TVMemberNames{"v", "x_v", dir, name});
+  }
+  static std::vector<TVHandle*> walk(TVHandle& handle) {
+    std::vector<TVHandle*> all;
+    for (TVHandle* it = &handle.first(nullptr); !it->isNull(); it = &handle.next(nullptr)) {
+      all.push_back(it);
+    }
+    return all;
+  }
+  std::string names() {
+    std::string text;
+    for (const TVHandle* handle : walk(shelf)) text += handle->name().str() + " ";
+    return text;
+  }
+
+  TVHandle shelf{nullptr, new Shelf};
+};
+
+// The rules of a list as they were set, and what they mean, word for word.
+struct Rules {
+  struct Row {
+    int sortType;
+    int groupOrder = 0;
+  };
+  std::map<const VClassRecord*, Row> rows = {{kMember, {6}}, {kFolder, {2}}, {kGroup, {2}}};
+  bool ascending = true;
+  bool caseSensitive = false;
+
+  int compare(const TVHandle& a, const TVHandle& b) const {
+    const Row& left = rows.at(a.isA());
+    const Row& right = rows.at(b.isA());
+    int order = left.groupOrder - right.groupOrder;
+    for (int position = 0, i = -1, j = -1; order == 0 && i < 0 && j < 0; ++position) {
+      i = j = position;
+      std::string first;
+      std::string second;
+      const std::string key(a.object()->sortKey(&i, left.sortType, &first));
+      order = text(key, std::string(b.object()->sortKey(&j, right.sortType, &second)));
+    }
+    if (order == 0) order = a.isA()->ordinal - b.isA()->ordinal;
+    return ascending ? order : -order;
+  }
+  int text(std::string a, std::string b) const {
+    for (std::string* side : {&a, &b}) {
+      for (char& c : *side) {
+        if (!caseSensitive && c >= 'A' && c <= 'Z') c = static_cast<char>(c + 'a' - 'A');
+      }
+    }
+    return a.compare(b);
+  }
+};
+
+// All that a find and its followers give.
+std::vector<TVHandle*> twinFind(const Rules& rules, const std::vector<TVHandle*>& all,
+                                const std::string& key, bool caseSensitive,
+                                const VClassRecord* record, int sortType) {
+  std::vector<TVHandle*> sought;
+  for (TVHandle* handle : all) {
+    if (record == nullptr || handle->isA() == record) sought.push_back(handle);
+  }
+  bool bisects = caseSensitive == rules.caseSensitive;
+  if (bisects && record != nullptr) {
+    const int own = rules.rows.at(record).sortType;
+    if (sortType == 0) sortType = own;
+    bisects = (sortType & 0xff) == own;
+  }
+  const auto match = [&](int i) {
+    return sought[static_cast<size_t>(i)]->compareKey(key, sortType, caseSensitive);
+  };
+  int start = 0;
+  int count = static_cast<int>(sought.size());
+  int place = bisects ? -1 : 0;
+  while (bisects && place < 0 && count > 0) {
+    const int middle = start + count / 2;
+    const int order = rules.ascending ? match(middle) : -match(middle);
+    if (order == 0) place = middle;
+    if (order < 0) count = middle - start;
+    if (order > 0) count -= middle + 1 - start, start = middle + 1;
+  }
+  while (bisects && place > 0 && match(place - 1) == 0) --place;
+  std::vector<TVHandle*> result;
+  for (int i = place; i >= 0 && i < static_cast<int>(sought.size()); ++i) {
+    if (match(i) == 0) {
+      result.push_back(sought[static_cast<size_t>(i)]);
+    } else if (bisects) {
+      break;
+    }
+  }
+  return result;
+}
+
+std::vector<TVHandle*> allFound(TVHandle& handle, const std::string& key, bool caseSensitive,
+                                const VClassRecord* record, int sortType) {
+  std::vector<TVHandle*> result;
+  int place = -2;
+  for (TVHandle* it = &handle.find(key, caseSensitive, record, sortType, &place); !it->isNull();
+       it = &handle.findNext(&place)) {
+    EXPECT_GE(place, 0);
+    result.push_back(it);
+  }
+  EXPECT_EQ(place, -1);
+  return result;
+}
+
+class Seeded : public ChildLists {
+ protected:
+  int upTo(int limit) { return static_cast<int>(random() % static_cast<unsigned>(limit)); }
+
+  // Few enough that parts of keys meet, with cases, signs and a beginning longer than what a list
+  // remembers of a key.
+  VPathString name() {
+    static const char* const all[] = {"",     "a",   "A",   "ab", "aB", "a_b",     "a^b",
+                                      "\xe4", "b.c", "B.C", "z",  "_",  "V:\\src", "V:\\SRC"};
+    const std::string text = all[upTo(14)];
+    return VPathString(upTo(3) == 0 ? "the same long beginning " + text : text);
+  }
+  void fill() {
+    for (int i = upTo(40); i > 0; --i) {
+      const int kind = upTo(kinds);
+      if (kind == 1) add<TVArchiveFolder>(name(), name(), upTo(2) == 0);
+      if (kind == 2) add<TVPromotionFolder>(name());
+      if (kind != 1 && kind != 2)
+        add<TVArchiveMember>(TVMemberNames{name(), name(), name(), name()});
+    }
+  }
+  void changeRule() {
+    const VClassRecord* record = upTo(3) == 0 ? kFolder : kMember;
+    Rules::Row& row = rules.rows[record];
+    switch (upTo(5)) {
+      case 0:
+        shelf.setGroupOrder(record, row.groupOrder = upTo(3) - 1);
+        break;
+      case 1:
+        shelf.setAscending(rules.ascending = !rules.ascending);
+        break;
+      case 2:
+        shelf.setCaseSensitive(rules.caseSensitive = !rules.caseSensitive);
+        break;
+      default:
+        shelf.setSortType(record, row.sortType = record == kFolder ? upTo(6) : 4 + upTo(7));
+    }
+  }
+  void changeKey() {
+    TVObject* object = shelf.object()->childrenInOrder().at(0);
+    if (object->isA() == kFolder) {
+      static_cast<TVArchiveFolder*>(object)->setPrivateWorkDir(name());
+    } else if (object->isA() == kMember) {
+      auto* member = static_cast<TVArchiveMember*>(object);
+      upTo(2) == 0 ? member->setWorkName(name()) : member->setArchivePath(name());
+    }
+  }
+  void compareFinds() {
+    const std::vector<TVHandle*> all = walk(shelf);
+    for (int i = 0; i < 12; ++i) {
+      const VClassRecord* records[] = {kMember, kMember, kFolder, kGroup, nullptr};
+      const VClassRecord* record = records[upTo(5)];
+      const int types[] = {0, 2, 3, 4, 5, 6, 7, 8, 9, 0x106, 0x108, 11};
+      const int type = types[upTo(12)];
+      const bool caseSensitive = upTo(3) == 0;
+      const std::string key = upTo(2) == 0 ? name().str() : name().join(name()).str();
+      SCOPED_TRACE("key " + key + " type " + std::to_string(type));
+      EXPECT_EQ(allFound(shelf, key, caseSensitive, record, type),
+                twinFind(rules, all, key, caseSensitive, record, type));
+    }
+  }
+
+  std::mt19937 random;
+  Rules rules;
+  int kinds = 1;
+};
+
+TEST_F(Seeded, SortsAndFindsLikeTheTwin) {
+  for (unsigned seed = 1; seed <= 300; ++seed) {
+    SCOPED_TRACE("seed " + std::to_string(seed));
+    random.seed(seed);
+    rules = Rules();
+    kinds = seed % 2 == 0 ? 1 : 4;
+    shelf = TVHandle(nullptr, new Shelf);
+    fill();
+    shelf.open();
+    const size_t count = walk(shelf).size();
+    for (int round = 0; round < 6; ++round) {
+      const std::vector<TVHandle*> all = walk(shelf);
+      ASSERT_EQ(all.size(), count);
+      for (size_t i = 1; i < count; ++i) EXPECT_LE(rules.compare(*all[i - 1], *all[i]), 0);
+      compareFinds();
+      changeRule();
+    }
+    walk(shelf);
+    for (int change = 0; change < 3 && count > 0; ++change) {
+      changeKey();  // The order stays until a sort is due.
+      compareFinds();
+    }
+  }
+}
+
+TEST_F(ChildLists, AKeyChangedBetweenFindsCounts) {
+  for (const char* name : {"a", "b", "c"}) add<TVArchiveFolder>(name, name, false);
+  shelf.open();
+  const std::vector<TVHandle*> all = walk(shelf);
+  EXPECT_EQ(&shelf.find("a", false, kFolder, 2), all[0]);
+  all[1]->as<TVArchiveFolder>()->setFolderName("A");
+  EXPECT_EQ(&shelf.findNext(), all[1]);
+  EXPECT_TRUE(shelf.findNext().isNull());
+  shelf.setSortType(kFolder, 3);
+  walk(shelf);
+  all[2]->as<TVArchiveFolder>()->setPrivateWorkDir("d");
+  EXPECT_EQ(&shelf.find("d", false, kFolder, 3), all[2]);
+}
+
+TEST_F(ChildLists, WalksKeepTheirPlaceWhileChildrenGo) {
+  const struct {
+    const char* why;
+    const char* gone;  // After two steps: at c.
+    const char* rest;
+  } cases[] = {
+      {"before", "a", "d e f "},    {"the current one", "c", "d e f "}, {"behind", "d", "e f "},
+      {"both sides", "bcde", "f "}, {"the last ones", "def", ""},       {"all", "abcdef", ""},
+  };
+  for (const auto& c : cases) {
+    SCOPED_TRACE(c.why);
+    for (const char* name : {"f", "e", "d", "c", "b", "a"}) add<TVArchiveFolder>(name, "", false);
+    shelf.open();
+    const std::vector<TVHandle*> all = walk(shelf);
+    TVHandle* at = &shelf.first(nullptr);
+    at = &shelf.next(nullptr);
+    at = &shelf.next(nullptr);
+    for (TVHandle* handle : all) {
+      if (std::string_view(c.gone).find(handle->name().view()) == std::string_view::npos) continue;
+      handle->object()->destroyObject(shelf, false);
+    }
+    std::string rest;
+    while (!(at = &shelf.next(nullptr))->isNull()) rest += at->name().str() + " ";
+    EXPECT_EQ(rest, c.rest);
+    shelf.close();
+  }
+}
+
+TEST_F(ChildLists, WalkBothWaysAndByClass) {
+  add<TVPromotionFolder>("group");
+  addMember("d", "m2");
+  addMember("d", "m1");
+  add<TVArchiveFolder>("f", "", false);
+  shelf.open();
+  EXPECT_EQ(names(), "group m1 m2 f ");
+  int place = -2;
+  EXPECT_EQ(shelf.last(kMember, &place).name().str(), "m2");
+  EXPECT_EQ(place, 2);
+  EXPECT_EQ(shelf.current(&place).name().str(), "m2");
+  EXPECT_EQ(shelf.previous(nullptr).name().str(), "m1");
+  EXPECT_TRUE(shelf.previous(kMember).isNull());
+  EXPECT_TRUE(shelf.previous(nullptr).isNull());
+  EXPECT_EQ(shelf.next(kFolder).name().str(), "f");
+  EXPECT_TRUE(shelf.next(nullptr).isNull() && shelf.current().isNull());
+  EXPECT_TRUE(shelf.first(&TVProjectFolder::theClass).isNull());  // Not a folder's subclass.
+  VOrdCollect members;
+  shelf.collectChildren(&members, kMember);
+  EXPECT_EQ(members.size(), 2);
+}
+
+TEST_F(ChildLists, SortsWhenDueAndNotBefore) {
+  addMember("b", "1");
+  addMember("a", "2");
+  shelf.open();
+  EXPECT_EQ(names(), "2 1 ");
+  EXPECT_EQ(shelf.first(nullptr).name().str(), "2");
+  shelf.setSortType(kMember, 7);
+  EXPECT_EQ(shelf.next(nullptr).name().str(), "1");  // In the old order still.
+  shelf.setSortType(kMember, 6);                     // Sorts by 7 first, and then is due again.
+  EXPECT_EQ(shelf.next(nullptr).name().str(), "2");
+  EXPECT_EQ(names(), "2 1 ");
+  shelf.first(nullptr);
+  addMember("0", "0");
+  EXPECT_EQ(shelf.next(nullptr).name().str(), "1");
+  EXPECT_EQ(shelf.next(nullptr).name().str(), "0");  // Where it was added.
+  EXPECT_EQ(names(), "0 2 1 ");
+  shelf.setAscending(false);
+  EXPECT_EQ(names(), "1 2 0 ");
+  shelf.setAscending(false);
+  EXPECT_EQ(shelf.first(nullptr).name().str(), "1");
+}
+
+}  // namespace
+}  // namespace foldapi

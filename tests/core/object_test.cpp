@@ -1,0 +1,402 @@
+// The life of objects and handles: counts, the cache, uses, edits, destruction, lock scopes,
+// tokens.
+#include "core/object.h"
+
+#include <gtest/gtest.h>
+
+#include <set>
+
+#include "core/childlist.h"
+#include "core/clienthandles.h"
+#include "core/lockscope.h"
+#include "support/recordingsink.h"
+
+namespace foldapi {
+namespace {
+
+// A record known by its name, over storage that is a list of names and notes what is asked of it.
+class Node : public TVObject {
+ public:
+  static const VClassRecord theClass;
+  static inline int alive = 0;
+
+  Node(std::string name, TVObject* owner, VBool transient = false)
+      : TVObject(owner, transient), name_(std::move(name)) {
+    ++alive;
+  }
+  ~Node() override { --alive; }
+
+  const VClassRecord* isA() const override { return &theClass; }
+  bool isEqual(const VObject* other) const override {
+    return TVObject::isEqual(other) && static_cast<const Node*>(other)->name_ == name_;
+  }
+  int32_t computeHash() const override {
+    return name_ == "sentinel" ? 0xfffffff : VString::hashText(name_);
+  }
+  uint64_t computeFingerprint() const override { return std::hash<std::string>()(name_); }
+  VString name(const TVOptionArray&) const override { return VString(name_); }
+  std::string_view sortKey(int* index, int, std::string*) const override {
+    return --*index < 0 ? std::string_view(name_) : "";
+  }
+
+  TVStorageLock* lockStorage(TVHandle&) override {
+    log += "lock ";
+    return fails == "lock" ? nullptr : TVStorageLock::none();
+  }
+  int writeData(TVHandle&, TVStorageLock*) override {
+    log += "head ";
+    return fails == "head";
+  }
+  int writeChild(TVHandle&, TVStorageLock*) override {
+    static_cast<Node*>(owner())->log += name_ + " ";
+    return static_cast<Node*>(owner())->fails == name_;
+  }
+  void unlockStorage(TVHandle&, TVStorageLock*, bool keep) override {
+    log += keep ? "keep" : "drop";
+  }
+  int readData(TVHandle&, TVStorageLock*) override {
+    log += "read ";
+    for (const std::string& child : stored) mergeIntoCache(new Node(child, this), nullptr);
+    if (fails == "read") throw std::bad_alloc();
+    return 0;
+  }
+  bool readWasComplete() const override { return fails != "part"; }
+  bool mayUpdate(TVHandle&, TVStorageLock*) override { return fails != "part"; }
+  void removeStorage(TVHandle&) override { log += "remove "; }
+  VBool isStale(TVHandle&) override { return stale; }
+
+  std::string told() { return std::exchange(log, ""); }
+
+  std::set<std::string> stored;
+  std::string fails;  // What goes wrong: a step, or the write of the child of that name.
+  bool stale = false;
+  std::string log;
+
+ private:
+  std::string name_;
+};
+
+const VClassRecord Node::theClass = {"Node", &TVObject::theClass, 90, nullptr};
+
+class Objects : public testing::Test {
+ protected:
+  Objects() : root(&sink, new Node("root", nullptr)) {}
+  ~Objects() override {
+    root.attach(nullptr);
+    EXPECT_EQ(Node::alive, 0);
+  }
+
+  static Node& of(const TVHandle& handle) { return *handle.as<Node>(); }
+  static std::string names(TVHandle& handle) {
+    std::string text;
+    for (TVHandle* child = &handle.first(nullptr); !child->isNull();
+         child = &handle.next(nullptr)) {
+      text += child->name().str() + " ";
+    }
+    return text;
+  }
+  static TVHandle& child(TVHandle& parent, const char* name) {
+    for (TVHandle* it = &parent.first(nullptr); !it->isNull(); it = &parent.next(nullptr)) {
+      if (it->name() == name) return *it;
+    }
+    return theNullHandle();
+  }
+
+  support::RecordingSink sink;
+  TVHandle root;
+};
+
+TEST_F(Objects, HashesAreNeverTheMarkForUnknown) {
+  Node node("sentinel", nullptr);
+  EXPECT_EQ(node.hash(), 0x10000000);
+  EXPECT_EQ(node.hash(), 0x10000000);
+}
+
+TEST_F(Objects, MergeKeepsTheOneThatIsCached) {
+  Node& owner = of(root);
+  VBool known = true;
+  EXPECT_FALSE((TVObject::mergeIntoCache(&owner, &known), known));
+  root.open();
+  TVHandle second(root);
+  second.open();
+  TVObject* a = TVObject::mergeIntoCache(new Node("a", &owner), &known);
+  EXPECT_FALSE(known);
+  EXPECT_EQ(names(root) + names(second), "a a ");
+  EXPECT_EQ(a->referenceCount(), 4);  // Two uses, two handles.
+  EXPECT_EQ(owner.referenceCount(), 6);
+  a->setUnseen(true);
+  EXPECT_EQ(TVObject::mergeIntoCache(new Node("a", &owner), &known), a);
+  EXPECT_TRUE(known);
+  EXPECT_FALSE(a->isUnseen());
+  EXPECT_EQ(Node::alive, 2);
+
+  TVHandle apart(&sink, TVObject::mergeIntoCache(new Node("a", &owner, true), &known));
+  EXPECT_TRUE(known);
+  EXPECT_NE(apart.object(), a);
+  EXPECT_EQ(owner.childCount(), 1);
+  EXPECT_EQ(names(root), "a ");
+}
+
+TEST_F(Objects, LiveAsLongAsAnythingRefersToThem) {
+  of(root).stored = {"a", "b"};
+  root.open();
+  TVHandle held(child(root, "b"));
+  root.close();
+  EXPECT_EQ(Node::alive, 2);
+  root.attach(nullptr);
+  EXPECT_EQ(Node::alive, 2);  // The owner too.
+  TVHandle owner(&sink, held.object()->owner());
+  EXPECT_EQ(owner.object()->referenceCount(), 2);
+  held.attach(nullptr);
+  // The next object lives below the old one, and nothing else holds either.
+  owner.attach(TVObject::mergeIntoCache(new Node("c", owner.object()), nullptr));
+  EXPECT_EQ(owner.name().str(), "c");
+  EXPECT_EQ(Node::alive, 2);
+  owner.object()->addReference(1);
+  TVObject* object = owner.object();
+  owner.attach(nullptr);
+  object->releaseReference(5);  // More than there are.
+  EXPECT_EQ(Node::alive, 0);
+}
+
+TEST_F(Objects, OpenCountsAndTheLastCloseTakesTheChildrenAlong) {
+  of(root).stored = {"a"};
+  EXPECT_EQ(root.close(), -1);
+  EXPECT_EQ(root.open(), 1);
+  EXPECT_EQ(root.open(), 2);
+  TVHandle& a = child(root, "a");
+  EXPECT_EQ(a.owner(), &root);
+  EXPECT_EQ(a.open(), 1);
+  EXPECT_EQ(root.close(), 1);
+  EXPECT_EQ(names(root), "a ");
+  EXPECT_EQ(root.close(), 0);
+  EXPECT_EQ(Node::alive, 1);
+  EXPECT_EQ(of(root).useCount(), 0);
+  EXPECT_TRUE(root.first(nullptr).isNull());
+  TVHandle none;
+  EXPECT_EQ(none.open() + none.close(), -2);
+
+  root.open();
+  TVHandle& again = child(root, "a");
+  std::unique_ptr<TVChildList> parked;
+  EXPECT_EQ(root.close(&parked), 0);
+  EXPECT_EQ(again.name().str(), "a");
+  EXPECT_EQ(again.owner(), nullptr);
+}
+
+TEST_F(Objects, ReadAgainWhatChangedAndSweepWhatIsGone) {
+  Node& node = of(root);
+  node.stored = {"a", "b", "c"};
+  root.open();
+  EXPECT_EQ(node.told(), "read ");
+  TVHandle& b = child(root, "b");
+  TVHandle kept(b);
+  TVHandle second(root);
+  second.open();
+  EXPECT_EQ(node.told(), "");
+
+  node.stale = true;
+  node.stored = {"c", "d"};
+  node.fails = "part";
+  TVHandle third(root);
+  third.open();
+  EXPECT_EQ(names(third), "a b c d ");
+  EXPECT_EQ(names(root), "a b c d ");
+  node.fails = "";
+  TVHandle fourth(root);
+  fourth.open();
+  EXPECT_EQ(names(fourth) + names(root) + names(second), "c d c d c d ");
+  EXPECT_TRUE(b.isNull());
+  EXPECT_TRUE(kept.isNull());
+  EXPECT_EQ(node.told(), "read read ");  // Nothing is removed from disk.
+  EXPECT_FALSE(node.isDirty());
+  EXPECT_EQ(Node::alive, 3);
+  for (TVObject* object : node.childrenInOrder()) {
+    EXPECT_FALSE(object->isUnseen());
+    EXPECT_EQ(object->referenceCount(), 8);  // Four uses, four handles.
+  }
+}
+
+// A real fault: the use that had failed was never ended.
+TEST_F(Objects, AUseThatFailsLeavesNothingOpen) {
+  Node& node = of(root);
+  node.stored = {"a"};
+  node.fails = "read";
+  EXPECT_THROW(root.open(), std::bad_alloc);
+  EXPECT_EQ(node.useCount(), 0);
+  EXPECT_EQ(node.referenceCount(), 1);
+  node.fails = "";
+  EXPECT_EQ(root.open(), 1);
+  EXPECT_EQ(names(root), "a ");
+  node.fails = "read";
+  node.stale = true;
+  EXPECT_FALSE(node.storageLock() != nullptr);
+  EXPECT_THROW(node.beginEdit(root), std::bad_alloc);
+  EXPECT_EQ(node.storageLock(), nullptr);
+}
+
+TEST_F(Objects, EditsWriteWhatIsDirtyOnce) {
+  const struct {
+    const char* why;
+    const char* fails;
+    bool dirty;
+    bool stale;
+    bool begun;
+    const char* log;
+  } cases[] = {
+      {"nothing changed", "", false, false, true, "lock keep"},
+      {"dirty", "", true, false, true, "lock head a b c keep"},
+      {"dirty and stale", "", true, true, true, "lock read head a b c keep"},
+      {"no lock", "lock", true, false, false, "lock "},
+      {"what was not read whole", "part", true, true, false, "lock read drop"},
+      {"the head fails", "head", true, false, true, "lock head drop"},
+      {"a child fails", "b", true, false, true, "lock head a b drop"},
+  };
+  for (const auto& c : cases) {
+    SCOPED_TRACE(c.why);
+    Node& node = of(root);
+    node.stored = {"a", "b", "c"};
+    root.open();
+    node.told();
+    node.fails = c.fails;
+    node.stale = c.stale;
+    EXPECT_EQ(node.beginEdit(root), c.begun);
+    node.setDirty(c.dirty);
+    EXPECT_EQ(node.endEdit(root), c.begun);
+    EXPECT_EQ(node.told(), c.log);
+    EXPECT_EQ(node.isDirty(), !c.begun);
+    EXPECT_EQ(node.storageLock(), nullptr);
+    node.setDirty(false);
+    node.fails = "";
+    node.stale = false;
+    root.close();
+  }
+}
+
+TEST_F(Objects, DestructionReachesDiskOnlyWhenAsked) {
+  Node& node = of(root);
+  node.stored = {"a", "b"};
+  for (const bool fromDisk : {true, false}) {
+    root.open();
+    TVHandle& a = child(root, "a");
+    of(a).stored = {"x"};
+    a.open();
+    TVHandle x(child(a, "x"));
+    TVHandle held(a);
+    EXPECT_EQ(node.referenceCount(), 1 + 2 + 3 + 3);  // Itself, b, a, x: uses and handles.
+    node.told();
+    a.object()->destroyObject(root, fromDisk);
+    EXPECT_EQ(node.isDirty(), fromDisk);
+    EXPECT_TRUE(a.isNull() && held.isNull() && x.isNull());
+    EXPECT_EQ(held.open(), -1);
+    EXPECT_EQ(names(root), "b ");
+    EXPECT_EQ(node.referenceCount(), 3);
+    EXPECT_EQ(Node::alive, 2);
+    node.setDirty(false);
+    root.close();
+  }
+}
+
+TEST_F(Objects, HandlesDestroyUnderTheLockOfTheParent) {
+  Node& node = of(root);
+  node.stored = {"a", "b", "c", "d"};
+  root.open();
+  TVHandle& b = child(root, "b");
+  node.told();
+  {
+    TVLockScope scope(root, true);
+    child(root, "a").destroy(scope);
+    EXPECT_EQ(node.told(), "lock ");
+    EXPECT_TRUE(scope.holds(root) && scope.holdsOwner(b));
+    EXPECT_FALSE(scope.holds(b) || scope.holdsOwner(root) || scope.holds(theNullHandle()));
+  }
+  EXPECT_EQ(node.told(), "head b c d keep");
+  TVHandle stranger(&sink, new Node("b", nullptr));
+  root.destroyChild(stranger, theNoLock());
+  b.destroyChild(child(root, "c"), theNoLock());
+  EXPECT_EQ(node.told(), "");
+  root.destroyChild(b, theNoLock());
+  EXPECT_EQ(node.told(), "lock head c d keep");
+  TVObject::mergeIntoCache(new Node("b", &node), nullptr);  // It comes back.
+  EXPECT_EQ(names(root), "b c d ");
+  node.fails = "lock";
+  child(root, "c").destroy(theNoLock());
+  EXPECT_EQ(names(root), "b c d ");
+  node.fails = "";
+  node.stale = true;
+  node.stored = {"d"};
+  child(root, "c").destroy(theNoLock());  // Gone by another hand, as it turns out.
+  EXPECT_EQ(names(root), "d ");
+  EXPECT_FALSE(node.isDirty());
+  node.told();
+  root.destroyChildren(theNoLock());
+  EXPECT_EQ(node.told(), "lock read head keep");
+  EXPECT_EQ(names(root), "");
+  root.destroy(theNoLock());
+  EXPECT_TRUE(root.isNull());
+}
+
+TEST_F(Objects, WhatEndsWhileItIsDeletedStillGivesItsStorageUp) {
+  of(root).stored = {"a"};
+  root.open();
+  TVHandle a(child(root, "a"));
+  TVReferenceHold hold(a.object());
+  auto* node = a.as<Node>();
+  ASSERT_TRUE(node->beginEdit(a));
+  node->setDirty(true);
+  node->destroyObject(root, false);
+  EXPECT_FALSE(node->endEdit(a));
+  EXPECT_EQ(node->told(), "lock keep");
+  EXPECT_FALSE(node->endEdit(a));
+}
+
+TEST_F(Objects, LockScopesLockWhatNobodyHolds) {
+  of(root).stored = {"a"};
+  root.open();
+  TVHandle& a = child(root, "a");
+  of(root).told();
+  EXPECT_TRUE(theNoLock().lockOwner(a) && theNoLock().unlockOwner(a));
+  EXPECT_EQ(of(root).told(), "lock keep");
+  EXPECT_TRUE(theNoLock().lock(a) && theNoLock().unlock(a));
+  EXPECT_EQ(of(a).told(), "lock keep");
+  EXPECT_TRUE(theNoLock().lockOwner(root) && theNoLock().unlockOwner(root));
+  EXPECT_TRUE(theNoLock().lock(theNullHandle()) && theNoLock().unlockOwner(theNullHandle()));
+  TVLockScope scope(a, true);
+  EXPECT_TRUE(scope.lock(a) && scope.unlock(a) && scope.lockOwner(a));
+  EXPECT_EQ(of(a).told(), "lock ");
+  EXPECT_EQ(of(root).told(), "lock ");
+  EXPECT_TRUE(scope.unlockOwner(a));
+  const TVLockScope idle(root, false);
+  EXPECT_EQ(of(root).told(), "keep");
+  of(root).fails = "lock";
+  EXPECT_FALSE(theNoLock().lock(root));
+  EXPECT_FALSE(TVLockScope(root, true).holds(root));
+}
+
+TEST_F(Objects, ClientTokensNameOneLivingHandle) {
+  EXPECT_EQ(clientToken(theNullHandle()), nullptr);
+  EXPECT_EQ(clientHandle(nullptr), nullptr);
+  std::set<void*> all;
+  auto held = std::make_unique<TVHandle>(root);
+  void* const token = clientToken(*held);
+  EXPECT_EQ(clientToken(*held), token);
+  EXPECT_EQ(clientHandle(token), held.get());
+  EXPECT_NE(clientToken(root), token);
+  for (int i = 0; i < 100; ++i) {  // Slots are taken again and again, tokens never.
+    held = std::make_unique<TVHandle>(root);
+    EXPECT_TRUE(all.insert(clientToken(*held)).second);
+    EXPECT_EQ(clientHandle(token), nullptr);
+  }
+  const auto living = reinterpret_cast<uintptr_t>(clientToken(*held));
+  for (const uintptr_t made :
+       {living + 1, living + 8, living + 16 * 1000, living << 1, ~uintptr_t{0}}) {
+    TVHandle* const found = clientHandle(reinterpret_cast<void*>(made));
+    EXPECT_TRUE(found == nullptr || found == &root) << made;
+  }
+  held->attach(nullptr);
+  EXPECT_EQ(clientHandle(reinterpret_cast<void*>(living)), held.get());
+  EXPECT_EQ(clientToken(*held), nullptr);
+}
+
+}  // namespace
+}  // namespace foldapi

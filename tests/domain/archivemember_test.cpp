@@ -1,0 +1,275 @@
+// The names of members and folders: how they are joined, sorted, compared with keys and shown.
+#include "domain/archivemember.h"
+
+#include <gtest/gtest.h>
+
+#include <sstream>
+
+#include "core/optionarray.h"
+#include "domain/projectfolder.h"
+#include "domain/projectroot.h"
+#include "domain/promotionfolder.h"
+#include "store/format52.h"
+#include "support/recordingsink.h"
+
+namespace foldapi {
+namespace {
+
+// Asks for the long form of the names of one class.
+struct LongForm : TVOptionArray {
+  explicit LongForm(const VClassRecord* record, bool first = true) {
+    add(std::make_unique<TVDisplayOption>(record, first));
+  }
+};
+
+class DomainNames : public testing::Test {
+ protected:
+  DomainNames() { registerFormat52(); }
+
+  // A member below a folder of a project of a root, each with the work directory given.
+  TVHandle member(TVMemberNames names, const char* projectDir, const char* folderDir) {
+    auto* root = new TVProjectRoot("", "", nullptr, false);
+    keep_.attach(root);
+    TVObject* project = TVObject::mergeIntoCache(
+        new TVProjectFolder("P", TVProjectConfig(), projectDir, "public", root, false), nullptr);
+    TVObject* folder = TVObject::mergeIntoCache(
+        new TVArchiveFolder("F", folderDir, false, project, false), nullptr);
+    return TVHandle(&sink,
+                    TVObject::mergeIntoCache(new TVArchiveMember(names, folder, false), nullptr));
+  }
+  support::RecordingSink sink;
+
+ private:
+  TVHandle keep_;
+};
+
+TEST_F(DomainNames, FormsOfAMembersNames) {
+  const struct {
+    TVMemberNames names;
+    const char* project;
+    const char* folder;
+    const char* fullWorkName;
+    const char* toolkitName;
+    const char* pairedName;
+  } cases[] = {
+      {{"V:\\vault", "m.c_v", "src", "m.c"},
+       "V:\\work",
+       "motor",
+       "V:\\work\\motor\\src\\m.c",
+       "V:\\vault\\m.c_v(V:\\work\\motor\\src\\m.c)",
+       "src\\m.c(V:\\vault\\m.c_v)"},
+      {{"/vault", "m.c_v", "src", "m.c"},
+       "/work",
+       "motor",
+       "/work/motor/src/m.c",
+       "/vault/m.c_v(/work/motor/src/m.c)",
+       "src/m.c(/vault/m.c_v)"},
+      {{"/vault/", "m.c_v", "src/", "m.c"},
+       "/work/",
+       "motor/",
+       "/work/motor/src/m.c",
+       "/vault/m.c_v(/work/motor/src/m.c)",
+       "src/m.c(/vault/m.c_v)"},
+      {{"v", "a_v", "C:\\x", "a"},
+       "V:\\work",
+       "motor",
+       "C:\\x\\a",
+       "v\\a_v(C:\\x\\a)",
+       "C:\\x\\a(v\\a_v)"},
+      {{"v", "a_v", "\\\\host\\x", "a"},
+       "V:\\work",
+       "m",
+       "\\\\host\\x\\a",
+       "v\\a_v(\\\\host\\x\\a)",
+       "\\\\host\\x\\a(v\\a_v)"},
+      {{"v", "a_v", "/x/y", "a"}, "/work", "m", "/x/y/a", "v/a_v(/x/y/a)", "/x/y/a(v/a_v)"},
+      {{"v", "a_v", "src", "a"},
+       "V:\\work",
+       "C:\\f",
+       "C:\\f\\src\\a",
+       "v\\a_v(C:\\f\\src\\a)",
+       "src\\a(v\\a_v)"},
+      {{"v", "a_v", "", "a"}, "/work", "m", "/work/m/a", "v/a_v(/work/m/a)", "a(v/a_v)"},
+      {{"v", "a_v", "./s/../t", "a"},
+       "/work",
+       "../m",
+       "/m/t/a",
+       "v/a_v(/m/t/a)",
+       "./s/../t/a(v/a_v)"},
+      {{"v", "a_v", "", "a"}, "", "", "a", "v/a_v(a)", "a(v/a_v)"},
+      {{"v", "", "s", "a"}, "/w", "", "/w/s/a", "/w/s/a", "s/a(v)"},
+      {{"", "a_v", "", "a"}, "/w", "", "/w/a", "a_v(/w/a)", "a(a_v)"},
+  };
+  for (const auto& c : cases) {
+    SCOPED_TRACE(c.fullWorkName);
+    const TVArchiveMemberHandle handle(member(c.names, c.project, c.folder));
+    EXPECT_EQ(handle.fullWorkName().str(), c.fullWorkName);
+    EXPECT_EQ(handle.toolkitName().str(), c.toolkitName);
+    EXPECT_EQ(handle.pairedName().str(), c.pairedName);
+  }
+}
+
+TEST_F(DomainNames, KeysInTheOrderOfTheSortType) {
+  const TVHandle handle = member({"ap", "an", "wp", "wn"}, "/work", "f");
+  const auto keys = [](const TVObject& object, int sortType) {
+    std::string text;
+    std::string scratch;
+    for (int position = 0, index = -1; index < 0 && position < 9; ++position) {
+      index = position;
+      text += std::string(object.sortKey(&index, sortType, &scratch)) + " ";
+    }
+    return text;
+  };
+  const TVArchiveFolder folder("F", "dir", true, nullptr, false);
+  const char* const ofMember[] = {"wp wn ap an  ", "wn wp ap an  ", "ap an wn wp  ",
+                                  "an ap wn wp  ", "/work/f/wp wn ap an  "};
+  const char* const ofFolder[] = {"1 F dir  ", "F 1 dir  ", "dir 1 F  "};
+  for (int type = 0; type <= 10; ++type) {
+    EXPECT_EQ(keys(*handle.object(), type), ofMember[type >= 7 && type <= 9 ? type - 6
+                                                     : type == 5            ? 4
+                                                                            : 0]);
+    EXPECT_EQ(keys(folder, type), ofFolder[type == 2 || type == 3 ? type - 1 : 0]);
+  }
+}
+
+// Rows are a sort type and keys, each with the sign of its comparison behind a blank; "!" before
+// the keys asks for exact case.
+TEST_F(DomainNames, KeysCompareWithTheFieldsOfTheSortType) {
+  const TVHandle m = member({"ap", "an", "wp", "wn"}, "/work", "f");
+  const TVHandle f(nullptr, new TVArchiveFolder("F", "dir", true, nullptr, false));
+  const struct {
+    const TVHandle& handle;
+    int sortType;
+    const char* keys;
+  } cases[] = {
+      {m, 6, "! wp/wn 0 WP/wn - wp/wa - wq/wa + wn -"},
+      {m, 6, "wp/wn 0 WP\\wN 0 wp/wo +"},
+      {m, 0, "! wp\\wn 0 wp/an -"},
+      {m, 5, "! /work/f/wp/wn 0 wp/wn + /work/f/wp/wo +"},
+      {m, 7, "! wn 0 WN - wp/wn +"},
+      {m, 7, "WN 0"},
+      {m, 8, "! ap/an 0 ap/wn + wp/an +"},
+      {m, 9, "! an 0 ap + wn +"},
+      {m, 0x106, "! wp 0 wp/wn + WP -"},
+      {m, 0x108, "! ap 0 an - wp +"},
+      {m, 1, "! anything 0"},
+      {f, 2, "! F 0 f + E -"},
+      {f, 2, "f 0"},
+      {f, 3, "! dir 0 DIS -"},
+      {f, 3, "DIS +"},
+      {f, 0, "! 1 0 0 -"},
+      {f, 4, "! 1 0 2 +"},
+      {f, 1, "! anything 0"},
+      {f, 6, "! anything 0"},
+  };
+  for (const auto& c : cases) {
+    std::istringstream words(c.keys);
+    const bool exact = words.peek() == '!';
+    std::string key;
+    std::string sign;
+    if (exact) words >> key;
+    while (words >> key >> sign) {
+      const int order = c.handle.compareKey(key, c.sortType, exact);
+      EXPECT_EQ(order < 0 ? "-" : order > 0 ? "+" : "0", sign) << key << " by " << c.sortType;
+    }
+  }
+}
+
+TEST_F(DomainNames, LongFormsShowDirectories) {
+  const TVHandle m = member({"v", "a_v", "w", "a"}, "", "");
+  const TVArchiveFolder folder("F", "dir", true, nullptr, false);
+  const TVProjectFolder project("P", TVProjectConfig(), "prv", "pub", nullptr, false);
+  const LongForm folders(&TVArchiveFolder::theClass);
+  EXPECT_EQ(m.nameWith(LongForm(&TVArchiveMember::theClass)).str(), "w/a\t(v/a_v)");
+  EXPECT_EQ(m.nameWith(LongForm(&TVArchiveMember::theClass, false)).str(), "a");
+  EXPECT_EQ(m.nameWith(folders).str(), "a");
+  EXPECT_EQ(folder.name(folders).str(), "F\tdir");
+  EXPECT_EQ(project.name(folders).str(), "P");
+  EXPECT_EQ(project.name(LongForm(&TVProjectFolder::theClass)).str(), "P\tprv");
+}
+
+// Creating and changing --------------------------------------------------------------------------
+
+class DomainChanges : public DomainNames {
+ protected:
+  DomainChanges() { project.open(); }
+
+  TVArchiveMemberHandle create(const char* archive, const char* work, int mode = 1,
+                               int version = 0) {
+    return TVArchiveMemberHandle::create({"v", archive, "w", work}, project, theNoLock(), nullptr,
+                                         mode, version);
+  }
+
+  TVProjectFolderHandle project{
+      &sink, new TVProjectFolder("P", TVProjectConfig(), "", "", nullptr, false)};
+};
+
+TEST_F(DomainChanges, CreatingWhatExistsAnswersWithIt) {
+  const TVHandle a = create("a_v", "a");
+  EXPECT_EQ(create("a_v", "a").object(), a.object());
+  EXPECT_NE(create("a_v", "b").object(), a.object());
+  EXPECT_EQ(&a.sink(), &sink);
+  const TVHandle apart = create("a_v", "a", 2);
+  EXPECT_TRUE(apart.object()->isTransient());
+  EXPECT_EQ(project.object()->childCount(), 2);
+  EXPECT_EQ(create("c_v", "c", 1, 7).version(), 1);
+  EXPECT_TRUE(TVArchiveMemberHandle::create({"v", "a_v", "w", "a"}, a, theNoLock(), nullptr, 1, 0)
+                  .isNull());
+  TVLockScope scope(project, true);  // Held by the caller: taking it again would never end.
+  EXPECT_FALSE(
+      TVArchiveFolderHandle::create("F", "d", false, project, scope, nullptr, 1, 0).isNull());
+  EXPECT_EQ(sink.told(), "");
+}
+
+TEST_F(DomainChanges, LineEndsAndNullsAreRefused) {
+  const std::string refusal = "notice A name or directory must not contain a line end or a null.\n";
+  TVArchiveMemberHandle a = create("a_v", "a");
+  for (const std::string& bad : {std::string("x\ny"), std::string("x\r"), std::string("x\0y", 3)}) {
+    const VPathString text(bad);
+    EXPECT_TRUE(
+        TVArchiveMemberHandle::create({"v", "a_v", text, "b"}, project, theNoLock(), nullptr, 1, 0)
+            .isNull());
+    EXPECT_TRUE(TVArchiveFolderHandle::create(text, "", false, project, theNoLock(), nullptr, 1, 0)
+                    .isNull());
+    a.setArchiveName(text);
+    project.setName(text);
+    project.setPublicDir(text);
+    project.setPrivateDir(text);
+    EXPECT_EQ(sink.told(), refusal + refusal + refusal + refusal + refusal + refusal);
+  }
+  EXPECT_EQ(a.archiveName().str() + project.folderName().str() + project.publicDir().str() +
+                project.privateDir().str(),
+            "a_vP");
+}
+
+// A changed name is found under the new name, and the order of the records on disk changes only
+// with what decides it.
+TEST_F(DomainChanges, SettersKeepTheTableRight) {
+  const auto order = [&] {
+    std::string text;
+    for (TVObject* child : project.object()->childrenInOrder()) {
+      const TVMemberNames& names = static_cast<TVArchiveMember*>(child)->names();
+      text += names.archiveName.str() + names.workName.str() + " ";
+    }
+    return text;
+  };
+  std::vector<TVArchiveMemberHandle> kept;
+  for (const char* work : {"1", "2", "3"}) kept.push_back(create("a", work));
+  EXPECT_EQ(order(), "a1 a2 a3 ");
+  kept[0].setWorkName("x");
+  kept[1].setWorkPath("y");
+  EXPECT_EQ(order(), "ax a2 a3 ");
+  EXPECT_EQ(create("a", "x").object(), kept[0].object());
+  EXPECT_NE(create("a", "1").object(), kept[0].object());
+  kept[0].setArchiveName("r");  // Of the same bucket: "a" and "r" are 17 apart.
+  EXPECT_EQ(order(), "a2 a3 a1 rx ");
+  EXPECT_EQ(create("r", "x").object(), kept[0].object());
+  kept[2].setArchivePath("q");
+  EXPECT_EQ(TVArchiveMemberHandle::create({"q", "a", "w", "3"}, project, theNoLock(), nullptr, 1, 0)
+                .object(),
+            kept[2].object());
+  EXPECT_EQ(project.object()->childCount(), 4);
+}
+
+}  // namespace
+}  // namespace foldapi

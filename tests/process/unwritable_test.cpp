@@ -1,0 +1,175 @@
+// Disks that are full, files that may not be written and files that can't be read: what is on disk
+// stays as it is, and the session goes on with what is true.
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+
+#include <filesystem>
+#include <string>
+#include <vector>
+
+#include "foldapi/foldapi.h"
+#include "support/client.h"
+#include "support/sizelimit.h"
+
+namespace {
+
+using std::string;
+using support::kHead;
+using Names = std::vector<string>;
+
+// Each kind of change, made to an open session.
+struct Change {
+  const char* why;
+  void (*make)(TVHandle* root, TVHandle* project);
+  const char* appendsTo = nullptr;  // Else it writes anew.
+};
+const Change kChanges[] = {
+    {"add", [](TVHandle*, TVHandle* p) { AddExistingArchive(p, "new", "/v/new_v"); },
+     "pub/P.prj/trvsfold.pub"},
+    {"add to a folder",
+     [](TVHandle*, TVHandle* p) { AddExistingArchive(FindFolder(p, "f"), "new", "/v/new_v"); },
+     "pub/P.prj/f/trvsfold.pub"},
+    {"destroy an archive",
+     [](TVHandle*, TVHandle* p) { DestroyArchive(FindArchiveByWorkName(p, "a")); }},
+    {"destroy a folder", [](TVHandle*, TVHandle* p) { DestroyFolder(FindFolder(p, "f")); }},
+    {"destroy a project", [](TVHandle* r, TVHandle*) { DestroyProject(FindProject(r, "Q")); }},
+    {"public directory", [](TVHandle*, TVHandle* p) { SetProjectPublicDir(p, "/moved"); }},
+    {"private directory", [](TVHandle*, TVHandle* p) { SetProjectPrivateDir(p, "/moved"); }},
+    {"archive directories", [](TVHandle*, TVHandle* p) { SetProjectVCSDirs(p, "/moved"); },
+     "pub/P.prj/P.cfg"},
+};
+
+// Two projects; the first has two archives, two folders and a long line that nobody knows.
+class Unwritable : public testing::Test {
+ protected:
+  Unwritable() {
+    TVHandle* root = scratch_.openRoot();
+    CreateProject(root, "P", "/ann", "/team");
+    CreateProject(root, "Q", "/ann", "/team");
+    scratch_.write("pub/P.prj/trvsfold.pub",
+                   kHead + "; " + string(5000, '-') +
+                       "\n[DOCUMENT=/v;a_v;;a]\n[DOCUMENT=/v;b_v;;b]\n[FOLDER=f]\nDIR=f\n\n");
+    scratch_.write("prv/P.prj/trvsfold.prv",
+                   kHead + "[FOLDER=mine]\nDIR=mine\nWKDIR=" + string(900, 'w') + "\n\n");
+    scratch_.write("pub/P.prj/f/trvsfold.pub", kHead + "[DOCUMENT=/v;in f_v;;in f]\n");
+  }
+
+  // All names and directories, through the interface.
+  static Names view(TVHandle* root) {
+    CloseProjectRoot(root);
+    OpenProjectRoot(root);
+    Names all = support::projectNames(root);
+    TVHandle* project = FindProject(root, "P");
+    OpenProject(project);
+    for (const auto get : {GetProjectPublicDir, GetProjectPrivateDir, GetProjectVCSDirs}) {
+      all.emplace_back(get(project));
+    }
+    for (const Names& names : {support::folderNames(project), support::workfileNames(project)}) {
+      all.insert(all.end(), names.begin(), names.end());
+    }
+    return all;
+  }
+
+  support::ScratchDatabase scratch_;
+};
+TEST_F(Unwritable, AFullDiskLeavesTheOldFilesAndTheOldView) {
+  const auto before = scratch_.everything();
+  TVHandle* root = scratch_.openRoot();
+  const Names viewBefore = view(root);
+  for (const Change& change : kChanges) {
+    // Room for nothing, for a little more than a head, or for the start of what is appended.
+    const rlim_t last = change.appendsTo == nullptr
+                            ? 40
+                            : support::readFile(scratch_.path(change.appendsTo)).size() + 5;
+    for (const rlim_t limit : {rlim_t{0}, rlim_t{35}, last}) {
+      SCOPED_TRACE(string(change.why) + " with " + std::to_string(limit));
+      TVHandle* project = scratch_.openProject("P");
+      {
+        const support::SizeLimit full(limit);
+        change.make(root, project);
+      }
+      EXPECT_EQ(scratch_.changedSince(before), Names());
+      EXPECT_EQ(view(root), viewBefore);
+    }
+  }
+  {
+    const support::SizeLimit full(35);
+    CreateProject(root, "R", "/ann", "/team");
+  }
+  EXPECT_EQ(view(root), viewBefore);
+  // Files of the new project that were made before the disk was full are not referred to.
+  EXPECT_EQ(scratch_.changedSince(before),
+            (Names{"prv/R.prj/trvsfold.prv", "pub/R.prj/R.cfg", "pub/R.prj/trvsfold.pub"}));
+  // With room again, all goes on where it was.
+  AddExistingArchive(scratch_.openProject("P"), "new", "/v/new_v");
+  const string added = scratch_.shown("pub/P.prj/trvsfold.pub");
+  EXPECT_TRUE(added.ends_with("[FOLDER=f]\nDIR=f\n\n[DOCUMENT=/v;new_v;;new]\n"));
+}
+
+TEST_F(Unwritable, ReadOnlyFilesKeepTheirBytesAndTheirPartners) {
+  const struct {
+    const char* file;
+    size_t projects, archives, folders;  // What is seen.
+  } cases[] = {{"pub/trvsproj.pub", 0, 0, 0},
+               {"pub/P.prj/trvsfold.pub", 2, 2, 2},
+               {"pub/P.prj/f/trvsfold.pub", 2, 2, 2},
+               {"prv/trvsproj.prv", 2, 2, 1},
+               {"prv/P.prj/trvsfold.prv", 2, 2, 2}};
+  for (const auto& c : cases) {
+    const string bytes = scratch_.shown(c.file);
+    for (const Change& change : kChanges) {
+      SCOPED_TRACE(string(change.why) + " with a read-only " + c.file);
+      const std::filesystem::path copy = scratch_.path("copy");
+      std::filesystem::create_directory(copy);
+      for (const char* side : {"pub", "prv"}) {
+        std::filesystem::copy(scratch_.path(side), copy / side,
+                              std::filesystem::copy_options::recursive);
+      }
+      chmod(scratch_.path(c.file).c_str(), 0444);
+      TVHandle* root = scratch_.openRoot();
+      EXPECT_EQ(support::projectNames(root).size(), c.projects);
+      TVHandle* project = FindProject(root, "P");
+      OpenProject(project);
+      EXPECT_EQ(support::workfileNames(project).size(), c.archives);
+      EXPECT_EQ(support::folderNames(project).size(), c.folders);
+      change.make(root, project);
+      EXPECT_EQ(scratch_.shown(c.file), bytes);
+      for (const char* side : {"pub", "prv"}) {
+        std::filesystem::remove_all(scratch_.path(side));
+        std::filesystem::rename(copy / side, scratch_.path(side));
+      }
+    }
+  }
+}
+
+// A file that could not be read is read again before anything is written.
+TEST_F(Unwritable, FilesThatCouldNotBeReadAreNeverOverwritten) {
+  for (const char* file : {"pub/trvsproj.pub", "prv/trvsproj.prv", "pub/P.prj/trvsfold.pub",
+                           "prv/P.prj/trvsfold.prv"}) {
+    SCOPED_TRACE(file);
+    const string path = scratch_.path(file);
+    const string aside = scratch_.path("aside");
+    std::filesystem::rename(path, aside);
+    std::filesystem::create_directory(path);  // Nobody can read this, not even root.
+    TVHandle* root = scratch_.openRoot();
+    TVHandle* project = FindProject(root, "P");
+    OpenProject(project);
+    CreateProject(root, "R", "/ann", "/team");
+    AddExistingArchive(project, "new", "/v/new_v");
+    EXPECT_TRUE(std::filesystem::is_directory(path));
+
+    std::filesystem::remove(path);
+    std::filesystem::rename(aside, path);
+    SetProjectPublicDir(project, "/team");
+    SetProjectPrivateDir(project, "/ann");
+    DestroyArchive(FindArchiveByWorkName(project, "new"));
+    DestroyProject(FindProject(root, "R"));
+    project = scratch_.openProject("P");
+    EXPECT_EQ(support::folderNames(project), (Names{"f", "mine"}));
+    EXPECT_EQ(support::workfileNames(project), (Names{"a", "b"}));
+    EXPECT_STREQ(GetProjectPrivateDir(project), "/ann");
+    EXPECT_EQ(support::projectNames(scratch_.openRoot()), (Names{"P", "Q"}));
+  }
+}
+
+}  // namespace

@@ -1,0 +1,101 @@
+// Tests of files by bytes, and of files replaced whole.
+#include "runtime/bytefile.h"
+
+#include <gtest/gtest.h>
+#include <sys/resource.h>
+#include <sys/stat.h>
+
+#include <filesystem>
+
+#include "runtime/child_process.h"
+#include "support/files.h"
+
+namespace foldapi {
+namespace {
+
+TEST(ByteFile, ReadsAnyPartOfAFile) {
+  const support::TemporaryDirectory directory;
+  const std::string path = directory / "Archive.v";
+  support::writeFile(path, "0123456789");
+  ByteFile file;
+  ASSERT_TRUE(file.openRead(directory / "archive.V"));
+  char buffer[20];
+  EXPECT_EQ(file.readAt(7, buffer, 3), 3);
+  EXPECT_EQ(std::string(buffer, 3), "789");
+  EXPECT_EQ(file.readAt(8, buffer, 20), 2) << "to the end";
+  EXPECT_EQ(file.readAt(10, buffer, 1), 0);
+  EXPECT_EQ(file.readAt(uint64_t{1} << 63, buffer, 1), -1);
+  EXPECT_EQ(file.stamp(), fileStamp(path));
+  EXPECT_EQ(file.stamp().size, 10u);
+  EXPECT_TRUE(file.close());
+  EXPECT_FALSE(file.isOpen());
+  EXPECT_FALSE(file.openRead(directory / "none"));
+  ASSERT_TRUE(file.openRead(directory.path()));
+  EXPECT_EQ(file.readAt(0, buffer, 1), -1) << "a directory";
+}
+
+TEST(ReplaceFile, KeepsModeAndMakesWhatIsMissing) {
+  const support::TemporaryDirectory directory;
+  const std::string path = directory / "f";
+  EXPECT_TRUE(replaceFile(path, "new"));
+  struct stat status;
+  ASSERT_EQ(::stat(path.c_str(), &status), 0);
+  const mode_t mask = ::umask(0);
+  ::umask(mask);
+  EXPECT_EQ(status.st_mode & 07777, 0666 & ~mask);
+  ASSERT_EQ(::chmod(path.c_str(), 0600), 0);
+  EXPECT_TRUE(replaceFile(directory / "F", std::string("a\0b\r\n", 5)));
+  EXPECT_EQ(support::readFile(path), std::string("a\0b\r\n", 5));
+  ASSERT_EQ(::stat(path.c_str(), &status), 0);
+  EXPECT_EQ(status.st_mode & 07777, 0600u);
+  ASSERT_EQ(::chmod(path.c_str(), 0400), 0);
+  EXPECT_FALSE(replaceFile(path, "refused"));
+  EXPECT_EQ(support::readFile(path).size(), 5u);
+  EXPECT_FALSE(replaceFile(directory / "no/such/place", ""));
+  EXPECT_FALSE(replaceFile(directory.path(), ""));
+}
+
+TEST(ReplaceFile, LeavesTheOldFileWhenTheDiskIsFull) {
+  const support::TemporaryDirectory directory;
+  const std::string path = directory / "f";
+  support::writeFile(path, "old");
+  ChildProcess child([&](ChildProcess&) {
+    ::signal(SIGXFSZ, SIG_IGN);
+    const rlimit limit{10, 10};
+    ::setrlimit(RLIMIT_FSIZE, &limit);
+    return replaceFile(path, std::string(100, 'x')) ? 1 : 0;
+  });
+  EXPECT_EQ(child.finish(), 0);
+  EXPECT_EQ(support::readFile(path), "old");
+  const std::filesystem::directory_iterator entries(directory.path());
+  EXPECT_EQ(std::distance(begin(entries), end(entries)), 1);
+}
+
+// Nobody locks the file here, so writers meet at the sibling; it must neither mix nor stay.
+TEST(ReplaceFile, GivesOneOfTheTextsWhenSeveralWriteAtOnce) {
+  constexpr int kWriters = 3, kRounds = 40;
+  const support::TemporaryDirectory directory;
+  const std::string path = directory / "f";
+  support::writeFile(path, std::string(5000, 'a'));
+  std::vector<std::unique_ptr<ChildProcess>> writers;
+  for (int writer = 0; writer < kWriters; ++writer) {
+    writers.push_back(std::make_unique<ChildProcess>([&, writer](ChildProcess&) {
+      const std::string text(static_cast<size_t>(5000 + writer), static_cast<char>('a' + writer));
+      for (int i = 0; i < kRounds; ++i) {
+        if (!replaceFile(path, text)) return 1;
+      }
+      return 0;
+    }));
+  }
+  for (int i = 0; i < 500; ++i) {
+    const std::string text = support::readFile(path);
+    ASSERT_GE(text.size(), 5000u);
+    ASSERT_EQ(text, std::string(text.size(), text[0]));
+  }
+  for (const auto& writer : writers) EXPECT_EQ(writer->finish(), 0);
+  const std::filesystem::directory_iterator entries(directory.path());
+  EXPECT_EQ(std::distance(begin(entries), end(entries)), 1);
+}
+
+}  // namespace
+}  // namespace foldapi

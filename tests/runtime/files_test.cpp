@@ -1,0 +1,183 @@
+// Tests of files by path text: the path map, names in another case, stamps and attributes.
+#include "runtime/files.h"
+
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include "runtime/bytefile.h"
+#include "runtime/packedtime.h"
+#include "runtime/paths.h"
+#include "runtime/platform_path.h"
+#include "support/files.h"
+
+namespace foldapi {
+namespace {
+
+constexpr int64_t kSecond = 1'000'000'000;
+
+void setModified(const std::string& path, int64_t nanoseconds) {
+  const timespec times[] = {{0, UTIME_OMIT}, {nanoseconds / kSecond, nanoseconds % kSecond}};
+  ASSERT_EQ(::utimensat(AT_FDCWD, path.c_str(), times, 0), 0);
+}
+
+// A profile that maps V: and a share into a temporary directory.
+class PathMap : public testing::Test {
+ protected:
+  PathMap() {
+    support::writeFile(directory_ / "kstr.ini", "[TRVSPATHS]\r\nV: = " + (directory_ / "vol") +
+                                                    "\r\nW: = " + (directory_ / "gone") +
+                                                    "\r\n\\\\Srv\\team = " + (directory_ / "team") +
+                                                    "\r\n");
+    support::writeFile(directory_ / "vol/Proj/Main.C", "main");
+    support::writeFile(directory_ / "team/File", "team");
+    reloadPathMap();
+  }
+  ~PathMap() override { reloadPathMap(); }
+
+  const support::TemporaryDirectory directory_;
+  const support::ScopedEnvironment profile_{"KSTR_INI", directory_ / "kstr.ini"};
+};
+
+TEST_F(PathMap, LeadsDrivesAndSharesToTheirPlaces) {
+  const std::string vol = directory_ / "vol", team = directory_ / "team";
+  const std::pair<const char*, std::string> cases[] = {
+      {"v:\\Proj\\Main.C", vol + "/Proj/Main.C"},
+      {"V:proj/MAIN.c", vol + "/Proj/Main.C"},
+      {"V:", vol},
+      {"V:\\PROJ\\new\\File", vol + "/Proj/new/File"},
+      {"\\\\srv\\TEAM\\file", team + "/File"},
+      {"//SRV/team/file", team + "/File"},
+      {"\\\\srv\\other\\file", ""},
+      {"U:\\x", ""},
+      {"", ""},
+  };
+  for (const auto& [path, want] : cases) EXPECT_EQ(nativePath(path), want) << path;
+  EXPECT_EQ(nativePath("/" + vol + "/proj"), "/" + vol + "/Proj") << "doubled slash, no share";
+  EXPECT_TRUE(fileExists("V:\\proj\\main.c"));
+  EXPECT_FALSE(fileExists("U:\\x"));
+  EXPECT_EQ(makeDirectories("V:\\PROJ\\Sub\\x"), 0);
+  EXPECT_TRUE(isDirectory(vol + "/Proj/Sub"));
+}
+
+TEST_F(PathMap, TellsWhichDrivesAreReady) {
+  EXPECT_FALSE(driveNotReady('V'));
+  EXPECT_FALSE(driveNotReady('v'));
+  EXPECT_TRUE(driveNotReady('W')) << "mapped to a directory that is gone";
+  EXPECT_TRUE(driveNotReady('U'));
+  EXPECT_TRUE(driveNotReady('['));
+  EXPECT_TRUE(driveNotReady('1'));
+  support::writeFile(directory_ / "kstr.ini", "[TRVSPATHS]\r\nU: = /\r\n");
+  EXPECT_TRUE(driveNotReady('U')) << "looked up once";
+  reloadPathMap();
+  EXPECT_FALSE(driveNotReady('U'));
+  EXPECT_TRUE(driveNotReady('V'));
+}
+
+TEST(CaseBlindNames, MeanTheOnlyEntryThatEqualsThem) {
+  const support::TemporaryDirectory directory;
+  for (const char* name : {"One.txt", "two.TXT", "TWO.txt", "Sub/Deep/File", "d\xfcr"}) {
+    support::writeFile(directory / name, "");
+  }
+  const char* const cases[][2] = {
+      {"ONE.TXT", "One.txt"},
+      {"One.txt", "One.txt"},
+      {"two.txt", "two.txt"},
+      {"TWO.txt", "TWO.txt"},
+      {"sub\\DEEP\\file", "Sub/Deep/File"},
+      {"SUB/deep/new/A", "Sub/Deep/new/A"},
+      {"sub/", "Sub/"},
+      {"D\xfcR", "d\xfcr"},
+      {"D\xdcR", "D\xdcR"},
+  };
+  // The second round finds the directory's listing kept, as it is old enough.
+  for (const int64_t age : {int64_t{0}, 3600 * kSecond}) {
+    if (age != 0) setModified(directory.path(), 1'000'000'000 * kSecond);
+    for (const auto& [name, want] : cases) {
+      EXPECT_EQ(nativePath(directory / name), directory / want) << name << ", age " << age;
+    }
+  }
+}
+
+// A kept listing must not outlive a change of the directory.
+TEST(CaseBlindNames, FollowTheDirectory) {
+  const support::TemporaryDirectory directory;
+  setModified(directory.path(), 1'000'000'000 * kSecond);
+  EXPECT_FALSE(fileExists(directory / "a.txt"));
+  support::writeFile(directory / "A.TXT", "");
+  EXPECT_TRUE(fileExists(directory / "a.txt"));
+  support::writeFile(directory / "A.txt", "");
+  EXPECT_FALSE(fileExists(directory / "a.txt")) << "two entries equal it";
+  EXPECT_TRUE(removeFile(directory / "A.TXT"));
+  EXPECT_TRUE(fileExists(directory / "a.txt"));
+}
+
+TEST(FileStamps, TellTimeAndIdentity) {
+  const support::TemporaryDirectory directory;
+  const std::string path = directory / "f";
+  support::writeFile(path, "12345");
+  const int64_t modified = 1'600'000'000 * kSecond + 500;
+  setModified(path, modified);
+  const FileStamp stamp = fileStamp(path);
+  EXPECT_EQ(stamp.packed, packNanoseconds(modified));
+  EXPECT_EQ(stamp.size, 5u);
+  EXPECT_EQ(stamp.nanoseconds, modified);
+  EXPECT_EQ(fileStamp(directory / "F"), stamp) << "the same file by another name";
+  uint32_t packed = 0;
+  EXPECT_EQ(fileTime(path, &packed), stamp.packed);
+  EXPECT_EQ(packed, stamp.packed);
+  setModified(path, modified + 1);
+  EXPECT_EQ(fileTime(path), stamp.packed);
+  EXPECT_FALSE(fileStamp(path) == stamp) << "within the two seconds of a tick";
+  setModified(path, 1000);
+  EXPECT_EQ(fileTime(path), packNanoseconds(0)) << "before 1980, and yet a stamp";
+  EXPECT_FALSE(fileStamp(directory / "none").isSet());
+  EXPECT_EQ(fileTime(directory / "none", &packed), 0u);
+  EXPECT_EQ(packed, 0u);
+}
+
+TEST(FileStamps, AreSetWithoutTouchingTheAccessTime) {
+  const support::TemporaryDirectory directory;
+  const std::string path = directory / "f";
+  support::writeFile(path, "");
+  const timespec accessed[] = {{1'000'000, 0}, {0, UTIME_OMIT}};
+  ASSERT_EQ(::utimensat(AT_FDCWD, path.c_str(), accessed, 0), 0);
+  const uint32_t packed = packTime({1999, 7, 4, 12, 30, 58});
+  EXPECT_EQ(setFileTime(path, packed), 0);
+  EXPECT_EQ(fileTime(path), packed);
+  struct stat status;
+  ASSERT_EQ(::stat(path.c_str(), &status), 0);
+  EXPECT_EQ(status.st_atim.tv_sec, 1'000'000);
+  EXPECT_EQ(setFileTime(path, 0), -1) << "no time";
+  EXPECT_EQ(setFileTime(directory / "none", packed), -1);
+}
+
+TEST(FileTests, TellKindAndRights) {
+  const support::TemporaryDirectory directory;
+  const std::string path = directory / "f";
+  support::writeFile(path, "");
+  EXPECT_EQ(getAttributes(path), 0);
+  EXPECT_EQ(checkAccess(path, 0x2), 0);
+  ASSERT_EQ(::chmod(path.c_str(), 0444), 0);
+  EXPECT_EQ(getAttributes(path), kAttributeReadOnly);
+  EXPECT_EQ(checkAccess(path, 0x2), -1) << "root too";
+  EXPECT_EQ(errno, EACCES);
+  EXPECT_EQ(checkAccess(path, 0x4), 0);
+  EXPECT_EQ(checkAccess(directory / "none", 0), -1);
+  EXPECT_EQ(errno, ENOENT);
+  EXPECT_EQ(getAttributes(directory.path()), kAttributeDirectory);
+  EXPECT_EQ(getAttributes(directory / "none"), -1);
+  EXPECT_EQ(getAttributes(""), -1);
+  EXPECT_TRUE(fileExists(directory.path()));
+  EXPECT_FALSE(fileExists(""));
+  EXPECT_FALSE(fileExists(std::string_view("f\0g", 3)));
+  for (const char* path_ : {"", "/", "\\", "c:", "Q:"}) EXPECT_TRUE(isDirectory(path_)) << path_;
+  EXPECT_TRUE(isDirectory(directory.path() + "\\"));
+  EXPECT_FALSE(isDirectory(path));
+  EXPECT_EQ(driveLetter("q:\\x"), 'q');
+  EXPECT_EQ(driveLetter("q"), 0);
+}
+
+}  // namespace
+}  // namespace foldapi

@@ -1,0 +1,188 @@
+// Tests of characters of one and of two bytes.
+#include "runtime/mbstring.h"
+
+#include <gtest/gtest.h>
+
+#include "runtime/paths.h"
+#include "support/files.h"
+
+namespace foldapi {
+namespace {
+
+constexpr size_t kNone = std::string_view::npos;
+
+// 0x81 to 0x9f lead characters of two bytes, as on several code pages in use.
+class TwoByteCharacters : public testing::Test {
+ protected:
+  TwoByteCharacters() {
+    CharacterTable table = characterTable();
+    for (size_t c = 0x81; c <= 0x9f; ++c) table[c].classes |= kCharLead;
+    setCharacterTable(&table);
+  }
+  ~TwoByteCharacters() override { setCharacterTable(nullptr); }
+};
+
+TEST(CharacterTable, HoldsTheAsciiClasses) {
+  struct Case {
+    unsigned char c;
+    unsigned classes;
+    char upper, lower;
+  };
+  const Case cases[] = {
+      {'A', kCharUpper | kCharAlphanumeric | kCharHexDigit | kCharGraphic | kCharVowel, 'A', 'a'},
+      {'z', kCharLower | kCharAlphanumeric | kCharGraphic, 'Z', 'z'},
+      {'7', kCharDigit | kCharAlphanumeric | kCharHexDigit | kCharGraphic, '7', '7'},
+      {'_', kCharPunctuation | kCharGraphic, '_', '_'},
+      {' ', kCharSpace | kCharBlank, ' ', ' '},
+      {'\t', kCharSpace | kCharBlank | kCharControl, '\t', '\t'},
+      {0x7f, kCharControl, 0x7f, 0x7f},
+      {0xfc, 0, static_cast<char>(0xfc), static_cast<char>(0xfc)},
+  };
+  for (const Case& c : cases) {
+    SCOPED_TRACE(int{c.c});
+    const CharacterEntry& entry = characterTable()[c.c];
+    EXPECT_EQ(entry.classes, c.classes);
+    EXPECT_EQ(entry.upper, static_cast<unsigned char>(c.upper));
+    EXPECT_EQ(entry.lower, static_cast<unsigned char>(c.lower));
+  }
+  EXPECT_FALSE(hasLeadBytes());
+  EXPECT_EQ(mbTrailOffset("\x81\\", 1), 0);
+  EXPECT_EQ(mbLength("\x81\\"), 2u);
+}
+
+TEST_F(TwoByteCharacters, AreSteppedOverWhole) {
+  ASSERT_TRUE(hasLeadBytes());
+  EXPECT_EQ(mbLength("a\x81\\b"), 3u);
+  EXPECT_EQ(mbLength("a\x81"), 1u) << "nothing behind the lead byte";
+  EXPECT_EQ(mbFindByte("\x81\\x\\", '\\'), 3u);
+  EXPECT_EQ(mbFindLastByte("x\\\x81\\", '\\'), 1u);
+  EXPECT_EQ(mbFindAny("\x81\\\x82\\", "\\\x82\\"), 2u) << "pairs are compared as pairs";
+  EXPECT_EQ(mbFindAny("\x81\\", "\\"), kNone);
+  EXPECT_EQ(mbSpan("\x81\\a\\", "a\x81\\"), 3u);
+  EXPECT_EQ(mbSpanNot("\x81\\a\\", "\\"), 3u);
+  EXPECT_EQ(mbFindString("\x81\x82x", "\x82x"), kNone) << "begins in the middle of one";
+  EXPECT_EQ(mbFindString("\x81\x82\x83x", "\x83x"), 2u);
+  const int offsets[] = {0, 1, 2, 0};
+  for (size_t i = 0; i < 4; ++i) EXPECT_EQ(mbTrailOffset("a\x81\\b", i), offsets[i]) << i;
+}
+
+TEST_F(TwoByteCharacters, AreMappedReadAndWrittenWhole) {
+  std::string text = "a\x81zB";
+  mbUpper(&text);
+  EXPECT_EQ(text, "A\x81zB");
+  mbLower(&text);
+  EXPECT_EQ(text, "a\x81zb");
+  mbReverse(&text);
+  EXPECT_EQ(text, "b\x81za");
+  size_t at = 1;
+  EXPECT_EQ(mbNext(text, &at), 0x817a);
+  EXPECT_EQ(at, 3u);
+  char bytes[2];
+  EXPECT_EQ(mbPut(0x817a, bytes), 2u);
+  EXPECT_EQ(std::string(bytes, 2), "\x81z");
+  EXPECT_EQ(mbPut('q', bytes), 1u);
+}
+
+TEST_F(TwoByteCharacters, DelimitTokensAndAreCutOutWhole) {
+  char text[] = ";;one\x81;two;\x81\\three";
+  EXPECT_STREQ(mbTokenize(text, ";\x81\\"), "one\x81;two");
+  EXPECT_STREQ(mbTokenize(nullptr, ";\x81\\"), "three");
+  EXPECT_EQ(mbTokenize(nullptr, ";"), nullptr);
+  EXPECT_EQ(mbTokenize(nullptr, ";"), nullptr);
+}
+
+TEST_F(TwoByteCharacters, HideTheirTrailByteFromPathFunctions) {
+  EXPECT_EQ(pathPartLength("d\\\x81\\"), 2u);
+  EXPECT_EQ(joinPath("d\\\x81\\", "n"), "d\\\x81\\\\n");
+  EXPECT_EQ(normalisePath("d\\\x81\\\\..\\n"), "d\\n");
+  EXPECT_EQ(unifySeparators("a/\x81\\\\b"), "a/\x81\\/b");
+}
+
+TEST_F(TwoByteCharacters, OrderWithoutCase) {
+  struct Case {
+    const char* a;
+    const char* b;
+    int order;
+  };
+  const Case cases[] = {
+      {nullptr, nullptr, 0},
+      {nullptr, "", -1},
+      {"", nullptr, 1},
+      {"abc", "ABC", 0},
+      {"ab", "ABC", -1},
+      {"b", "A", 1},
+      {"z", "_", -1},
+      {"x\x81z", "x\x81Z", 1},
+      {"x\x81z", "xz", 1},
+      {"\x81z", "\x81z", 0},
+      {"\x81z",
+       "\x82"
+       "a",
+       -1},
+  };
+  for (const Case& c : cases) {
+    SCOPED_TRACE(testing::Message() << (c.a ? c.a : "null") << " and " << (c.b ? c.b : "null"));
+    EXPECT_EQ(mbCompareNoCase(c.a, c.b), c.order);
+    EXPECT_EQ(mbCompareNoCase(c.b, c.a), -c.order);
+  }
+  EXPECT_EQ(mbCompareNoCaseN("ABx", "aby", 2), 0);
+  EXPECT_EQ(mbCompareNoCaseN("\x81"
+                             "ax",
+                             "\x81"
+                             "ay",
+                             1),
+            0)
+      << "counts characters, not bytes";
+}
+
+TEST(CharacterTable, IsLoadedWholeOrNotAtAll) {
+  const support::TemporaryDirectory directory;
+  std::string good = "\x43\x98\x23\x23";
+  for (int c = 0; c < 256; ++c) good += {0, static_cast<char>(c == 0x90 ? 2 : 0), 'U', 'l'};
+  std::string wrongMagic = good;
+  wrongMagic[0] = 0;
+  const std::string tooShort = good.substr(0, good.size() - 1);
+  for (const std::string& bad : {wrongMagic, tooShort, std::string()}) {
+    support::writeFile(directory / "table", bad);
+    EXPECT_FALSE(loadCharacterTable(directory / "table")) << bad.size();
+    EXPECT_FALSE(hasLeadBytes());
+  }
+  EXPECT_FALSE(loadCharacterTable(directory / "missing"));
+  support::writeFile(directory / "table", good);
+  EXPECT_TRUE(loadCharacterTable(directory / "table"));
+  EXPECT_TRUE(hasLeadBytes());
+  EXPECT_EQ(characterTable()[0x90].classes, kCharLead);
+  EXPECT_EQ(characterTable()[0x91].upper, 'U');
+  EXPECT_EQ(characterTable()[0x91].lower, 'l');
+  setCharacterTable(nullptr);
+  EXPECT_FALSE(hasLeadBytes());
+}
+
+TEST(CleanFileName, DropsNoMoreThanItMust) {
+  struct Case {
+    const char* source;
+    size_t limit;
+    const char* want;
+  };
+  const Case cases[] = {
+      {"My Project", 8, "MyPrjct"},
+      {"Master Project", 8, "MstrPrjc"},
+      {"Accounts Payable", 8, "cntsPybl"},
+      {"PROJECTS", 8, "PROJECTS"},
+      {"abcdefgh_", 8, "bcdfgh"},
+      {"a  b", 2, "ab"},
+      {"a b", 8, "a_b"},
+      {"f\xfc", 8, "f_"},
+      {"", 8, ""},
+      {"anything", 0, ""},
+  };
+  for (const Case& c : cases) EXPECT_EQ(cleanFileName(c.source, c.limit), c.want) << c.source;
+}
+
+TEST_F(TwoByteCharacters, AreNotCutByTheFileNameCleaner) {
+  EXPECT_EQ(cleanFileName("\x81\\b", 8), "\x81\\b");
+  EXPECT_EQ(cleanFileName("bc\x81\\\x82\\", 5), "bc\x81\\");
+}
+
+}  // namespace
+}  // namespace foldapi

@@ -1,0 +1,456 @@
+// The four text files: how they are opened, what their records become, and what keeps them whole.
+#include "store/52data.h"
+
+#include <fcntl.h>
+#include <sys/file.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <filesystem>
+#include <random>
+
+#include "store/storefixture.h"
+#include "support/sizelimit.h"
+
+namespace store_test {
+namespace {
+
+using Access = TVDataFile::Access;
+
+// Opening
+// ------------------------------------------------------------------------------------------
+
+class OpenLocked : public Store {
+ protected:
+  OpenLocked() { put("F", "text\n"); }
+
+  int open(const char* name, Access access, bool create = true, bool report = true) {
+    TVHandle context(&sink, nullptr);
+    TVDataFile file(nullptr, context, create, report, access);
+    stream.reset();
+    return file.openLocked(path(name), &stream);
+  }
+  std::unique_ptr<TextFile> hold(TextFile::Access access) const {
+    TextFile::Failure why;
+    return TextFile::open(path("F"), access, &why);
+  }
+
+  std::unique_ptr<TextFile> stream;
+};
+
+// Another process, as far as locks can tell.
+class Holder {
+ public:
+  Holder(const std::string& path, int lock) : file_(::open(path.c_str(), O_RDONLY)) { take(lock); }
+  ~Holder() { ::close(file_); }
+  void take(int lock) const { EXPECT_EQ(::flock(file_, lock), 0); }
+
+ private:
+  int file_;
+};
+
+TEST_F(OpenLocked, ReportsWhyAFileCannotBeHad) {
+  put("readonly", "");
+  ::chmod(path("readonly").c_str(), 0444);
+  std::filesystem::create_directory(path("dir"));
+  const std::string rights =
+      " Check to see that you have sufficient directory rights.  Then retry "
+      "the operation.\n";
+  const auto write = [](const std::string& name) {
+    return "error Unable to write " + name +
+           ".\n\nCheck to see that you have sufficient directory rights, that you have write "
+           "access "
+           "to the file, and that you are not out of disk space. \n";
+  };
+  const struct {
+    const char* name;
+    Access access;
+    bool create;
+    int code;
+    std::string told;
+  } cases[] = {
+      {"F", Access::kRead, false, 0, ""},
+      {"F", Access::kUpdate, true, 0, ""},
+      {"F/x/G", Access::kRead, true, 5, "error Cannot create directory F/x/G." + rights},
+      {"none", Access::kRead, true, 6, "error Cannot create file none." + rights},
+      {"none", Access::kRead, false, 8, "error File none does not exist.\n"},
+      {"none", Access::kUpdate, false, 8, "error File none does not exist.\n"},
+      {"readonly", Access::kUpdate, true, 7, write("readonly")},
+      {"readonly", Access::kRead, true, 0, ""},
+      {"dir", Access::kUpdate, true, 7, write("dir")},
+      {"dir", Access::kRead, true, 4, "error An error occured while attempting to read dir.\n"},
+  };
+  for (const auto& c : cases) {
+    SCOPED_TRACE(std::string(c.name) + " " + std::to_string(c.code));
+    EXPECT_EQ(open(c.name, c.access, c.create), c.code);
+    EXPECT_EQ(stream != nullptr, c.code == 0);
+    EXPECT_EQ(told(), c.told);
+    EXPECT_EQ(open(c.name, c.access, c.create, false) != 0, c.code != 0);
+    EXPECT_EQ(told(), "");
+  }
+  EXPECT_EQ(open("a/b/new", Access::kUpdate), 0);
+  EXPECT_EQ(get("a/b/new"), "");
+  EXPECT_NE(open("c/d/new", Access::kRead), 0);
+  EXPECT_TRUE(std::filesystem::is_directory(path("c/d")));
+}
+
+TEST_F(OpenLocked, TellsAnUpdaterOfReadersAtOnce) {
+  const Holder reader(path("F"), LOCK_SH);
+  EXPECT_EQ(open("F", Access::kUpdate), 7);
+  EXPECT_TRUE(told().starts_with("error Unable to write F."));
+  EXPECT_EQ(open("F", Access::kRead), 0);
+  EXPECT_EQ(told(), "");
+}
+
+TEST_F(OpenLocked, LetsAReaderPassAnotherProcessButNotThisOne) {
+  {
+    const Holder updater(path("F"), LOCK_EX);
+    EXPECT_EQ(open("F", Access::kRead), 0);
+    EXPECT_EQ(told(), "");
+  }
+  const auto self = hold(TextFile::Access::kUpdate);
+  EXPECT_EQ(open("F", Access::kRead, true, false), 6);
+  EXPECT_EQ(told(), "");
+}
+
+TEST_F(OpenLocked, WaitsForAnUpdaterWithNotices) {
+  constexpr const char* kBusy =
+      "error Cannot lock folder file F. The file is in use by another process. \n";
+  const auto notices = [](const std::string& kinds) {
+    std::string text;
+    for (const char kind : kinds) text += std::string("retry ") + kind + " F\n";
+    return text;
+  };
+  const struct {
+    const char* why;
+    int last;    // The notice at which something happens.
+    bool frees;  // The updater goes, or else the sink gives up.
+    int code;
+    std::string told;
+  } cases[] = {
+      {"frees at once", 1, true, 0, notices("13")},
+      {"frees later", 3, true, 0, notices("1223")},
+      {"given up at once", 1, false, 9, notices("13") + kBusy},
+      {"given up later", 2, false, 9, notices("123") + kBusy},
+      {"nothing happens", 99, false, 9, notices("12222222223") + kBusy},
+  };
+  for (const auto& c : cases) {
+    SCOPED_TRACE(c.why);
+    Holder updater(path("F"), LOCK_EX);
+    int count = 0;
+    sink.onRetry = [&](int) {
+      if (++count != c.last) return 1;
+      if (c.frees) updater.take(LOCK_UN);
+      return c.frees ? 1 : 0;
+    };
+    EXPECT_EQ(open("F", Access::kUpdate), c.code);
+    EXPECT_EQ(told(), c.told);
+    EXPECT_EQ(stream != nullptr, c.frees);
+    stream.reset();
+  }
+  const Holder updater(path("F"), LOCK_EX);
+  EXPECT_EQ(open("F", Access::kUpdate, true, false), 6);
+  EXPECT_EQ(told(), "");
+}
+
+// A file that came to be had for reading only is good as long as nobody else needs it.
+TEST_F(OpenLocked, AsksAgainAtTheFirstWriteAfterAReadOnlyRetry) {
+  for (const bool readerGoes : {true, false}) {
+    Holder other(path("F"), LOCK_EX);
+    sink.onRetry = [&](int) {
+      other.take(LOCK_SH);
+      return 1;
+    };
+    ASSERT_EQ(open("F", Access::kUpdate), 0);
+    EXPECT_EQ(told(), "retry 1 F\nretry 3 F\n");
+    if (readerGoes) other.take(LOCK_UN);
+    stream->append("more\n");
+    EXPECT_EQ(stream->commit(), readerGoes);
+    EXPECT_EQ(get("F"), "text\nmore\n");
+    stream.reset();
+  }
+}
+
+// What the records of both files make
+// --------------------------------------------------------------
+
+class Merge : public Store {};
+
+TEST_F(Merge, ProjectsComeFromThePublicFile) {
+  const std::string full = "[Project=A]\nCFG=a.cfg\nDIR=a\nWKDIR=wa\n";
+  const std::string last = "[Project=Z]\nCFG=z.cfg\nDIR=/z\n";
+  const std::string z = "project Z|z.cfg|||/z|\n";
+  const std::string a = "project A|a.cfg|wa|wa|pub/a|\n";
+  const struct {
+    const char* why;
+    std::string pub;
+    std::string prv;
+    int answer;
+    std::string want;
+    std::string told;
+  } cases[] = {
+      {"public only", full + last, "", 1, a + z, ""},
+      {"in both, private first wins", full + last,
+       "[Project=Z]\nCFG=\nDIR=zz\nWKDIR=wz\n[Project=A]\nCFG=\nDIR=aa\nWKDIR=wb\nOWNERSHIP="
+       "PUBLIC\n",
+       1, "project A|a.cfg|wa|wb|pub/a|prv/aa\nproject Z|z.cfg||wz|/z|prv/zz\n", ""},
+      {"private only", last, full, 1, z, ""},
+      {"names are case sensitive", full, "[Project=a]\nCFG=\nDIR=aa\nWKDIR=wb\n", 1, a, ""},
+      {"a private record without DIR", full, "[Project=A]\nCFG=\nWKDIR=wb\n", 1, a, ""},
+      {"a private record without CFG", full, "[Project=A]\nDIR=aa\nWKDIR=wb\n", 1, a, ""},
+      {"no DIR, go on", "[Project=B]\nCFG=\nDIR\n" + last, "", 1, z,
+       "ask 10 Corrupted folder file B. Missing DIR= field.\n"},
+      {"no CFG, go on", "[Project=B]\nDIR=b\n" + last, "", 1, z,
+       "ask 11 Corrupted folder file B. Missing CONFIG= field.\n"},
+      {"no DIR, stop", full + "[Project=B]\nCFG=\n" + last, "[Project=A]\nCFG=\nDIR=aa\nWKDIR=wb\n",
+       2, a,
+       "ask 10 Corrupted folder file B. Missing DIR= field.\n"
+       "error An error occured while attempting to read pub/trvsproj.pub.\n"},
+      {"the master", "[Project=Master Project]\nCFG=m.cfg\nDIR=m\n", "", 1,
+       "project Master Project|m.cfg|||pub/m|\n", ""},
+      {"keys of any case, unknown and twice",
+       "[PROJECT=A]\nwkdir=x\nNOTE=1\ndir=x\nCfg=a.cfg\nDIR=a\nwkDir=wa\n", "", 1, a, ""},
+      {"no name", "[Project]\nCFG=\nDIR=x\n" + last, "", 1, "project |||||\n", ""},
+  };
+  for (const auto& c : cases) {
+    SCOPED_TRACE(c.why);
+    put("pub/trvsproj.pub", c.pub);
+    put("prv/trvsproj.prv", c.prv);
+    sink.answer = c.answer;
+    TVProjectRootHandle root = makeRoot();
+    const bool noName = std::string_view(c.why) == "no name";
+    EXPECT_EQ(listing(root), noName ? "project ||||pub/x|\n" + z : c.want);
+    EXPECT_EQ(told(), c.told);
+    const bool isMaster = c.want.starts_with("project Master");
+    EXPECT_EQ(root.object()->rootConfig().path.str(), isMaster ? "m.cfg" : "");
+    EXPECT_EQ(assertions.find("52data.cpp 348") != std::string::npos, noName);
+  }
+}
+
+TEST_F(Merge, FoldersComeFromEitherFile) {
+  putProject();
+  const std::string a = "[Folder=A]\nDIR=a\nWKDIR=wa\n";
+  const std::string overlay = "[Folder=A]\nDIR=aa\nWKDIR=wb\nOWNERSHIP=PUBLIC\n";
+  const std::string alone = "[Folder=A]\nDIR=aa\nWKDIR=wb\n";
+  const std::string d = "[Document=v;d_v;w;d.c]\n";
+  const std::string both = "public A|wa|pub/p/a|prv/p/aa\n";
+  const struct {
+    const char* why;
+    std::string pub;
+    std::string prv;
+    std::string want;
+  } cases[] = {
+      {"public only", a, "", "public A|wa|pub/p/a|\n"},
+      {"in both, marked", a, overlay, both},
+      {"in both, not marked", a, alone, both},
+      {"private only, marked", "", overlay, ""},
+      {"any mark counts", "", alone + "ownership\n", ""},
+      {"private only, not marked", "", alone, "private A|wb||prv/p/aa\n"},
+      {"private twice", "", alone + alone, "private A|wb||prv/p/aa\n"},
+      {"no DIR", "[Folder=A]\nWKDIR=x\n" + d, "[Folder=B]\n", "document v|d_v|w|d.c\n"},
+      {"no name", "[Folder]\nDIR=a\n" + d, "", "document v|d_v|w|d.c\n"},
+      {"a document of that name", "[Document=v;a_v;w;A]\n", alone,
+       "private A|wb||prv/p/aa\ndocument v|a_v|w|A\n"},
+      {"documents of both files", d, d + "[Document=;;;]\n",
+       "document |||\ndocument v|d_v|w|d.c\n"},
+      {"further separators", "[Document=v;a_v;w;a;b.c]\n", "", "document v|a_v|w|a;b.c\n"},
+      {"too few separators", "[Document=v;a_v;a.c]\n[Document]\n" + d, "",
+       "document v|d_v|w|d.c\n"},
+      {"absolute", "[Folder=A]\nDIR=V:\\a\n", "", "public A||V:\\a|\n"},
+      {"empty DIR", "[Folder=A]\nDIR=\n", "", "public A|||\n"},
+  };
+  for (const auto& c : cases) {
+    SCOPED_TRACE(c.why);
+    put("pub/p/trvsfold.pub", c.pub);
+    put("prv/p/trvsfold.prv", c.prv);
+    TVProjectRootHandle root = makeRoot();
+    EXPECT_EQ(listing(child(root, "P")), c.want);
+    EXPECT_EQ(told(), "");
+  }
+}
+
+// A read of files that were read before must show what a first read shows. An open handle follows.
+TEST_F(Merge, RereadsShowWhatAFirstReadShows) {
+  putProject();
+  for (unsigned seed = 1; seed <= 40; ++seed) {
+    std::mt19937 random(seed);
+    const auto records = [&](bool isPrivate) {
+      std::string text;
+      for (const char* name : {"A", "B", "C"}) {
+        const auto kind = random() % 4;
+        if (kind == 0) continue;
+        text += "[Folder=" + std::string(name) + "]\nDIR=" + name + "\nWKDIR=w" +
+                std::to_string(random() % 3) + "\n";
+        if (isPrivate && kind == 1) text += "OWNERSHIP=PUBLIC\n";
+      }
+      for (auto i = random() % 3; i > 0; --i) {
+        text += "[Document=v;d_v;w;" + std::to_string(random() % 5) + "]\n";
+      }
+      return text;
+    };
+    // Where a public folder's private files lie is not compared: once known, it stays known.
+    const auto comparable = [](std::string text) {
+      for (const char* name : {"A", "B", "C"}) {
+        text = replaced(text, std::string("pub/p/") + name + "|prv/p/" + name,
+                        std::string("pub/p/") + name + "|");
+      }
+      return text;
+    };
+    TVProjectRootHandle root = makeRoot();
+    TVHandle watcher(child(root, "P"));
+    for (int round = 0; round < 6; ++round) {
+      SCOPED_TRACE("seed " + std::to_string(seed) + " round " + std::to_string(round));
+      put("pub/p/trvsfold.pub", records(false));
+      put("prv/p/trvsfold.prv", records(true));
+      TVProjectRootHandle cold = makeRoot();
+      const std::string want = comparable(listing(child(cold, "P")));
+      EXPECT_EQ(comparable(listing(child(root, "P"))), want);
+      if (round == 2) watcher.open();
+      EXPECT_EQ(round < 2 ? want : comparable(listingOfOpen(watcher)), want);
+      for (TVObject* object : watcher.object()->childrenInOrder()) EXPECT_FALSE(object->isUnseen());
+    }
+  }
+}
+
+TEST_F(Merge, RereadsFollowTheFileUnlessAChangeIsYetToBeWritten) {
+  const auto putBoth = [this](const std::string& mark) {
+    put("pub/trvsproj.pub", "[Project=A]\nCFG=" + mark + ".cfg\nDIR=a\nWKDIR=pub" + mark + "\n" +
+                                "[Project=B]\nCFG=" + mark + ".cfg\nDIR=b\nWKDIR=pub" + mark +
+                                "\n");
+    put("prv/trvsproj.prv", "[Project=A]\nCFG=\nDIR=a\nWKDIR=prv" + mark + "\n");
+  };
+  putBoth("1");
+  TVProjectRootHandle root = makeRoot();
+  TVHandle& a = child(root, "A");
+  a.markDirty();
+  putBoth("2");
+  const std::string b = "project B|2.cfg|pub2|pub2|pub/b|\n";
+  EXPECT_EQ(listing(root), "project A|1.cfg|pub1|prv1|pub/a|prv/a\n" + b);
+  a.object()->setDirty(false);
+  putBoth("2 ");
+  EXPECT_EQ(listing(root), "project A|2 .cfg|pub2 |prv2 |pub/a|prv/a\n" +
+                               replaced(replaced(b, "2.", "2 ."), "2|", "2 |"));
+}
+
+// What can't be read is not lost
+// -------------------------------------------------------------------
+
+class Unread : public Store {};
+
+constexpr const char* kTwo = "[Project=A]\nCFG=\nDIR=a\n[Project=B]\nCFG=\nDIR=b\n";
+
+TEST_F(Unread, AnAbortedReadSweepsNothingAndRefusesTheUpdate) {
+  put("pub/trvsproj.pub", kTwo);
+  put("prv/trvsproj.prv", "");
+  TVProjectRootHandle root = makeRoot();
+  root.open();
+  const std::string want = "project A||||pub/a|\nproject B||||pub/b|\n";
+  EXPECT_EQ(listing(root), want);
+  const std::string broken = "[Project=C]\nDIR=c\n" + std::string(kTwo);
+  put("pub/trvsproj.pub", broken);
+  sink.answer = 0;
+  EXPECT_EQ(listing(root), want);
+  told();
+  const auto create = [&] {
+    return TVProjectFolderHandle::create("N", TVProjectConfig(), "", "", root, theNoLock(), nullptr,
+                                         1, 0);
+  };
+  EXPECT_TRUE(create().isNull());
+  EXPECT_TRUE(told().ends_with("notice Corrupted folder file pub/trvsproj.pub.\n"));
+  EXPECT_EQ(get("pub/trvsproj.pub"), broken);
+  EXPECT_EQ(get("prv/trvsproj.prv"), "");
+  sink.answer = 1;
+  EXPECT_FALSE(create().isNull());
+  EXPECT_TRUE(get("pub/trvsproj.pub").starts_with(broken + "[Project=N]\n"));
+}
+
+TEST_F(Unread, AFileThatIsHeldKeepsItsChildren) {
+  putProject();
+  put("pub/p/trvsfold.pub", "[Folder=A]\nDIR=a\n");
+  put("prv/p/trvsfold.prv", "[Folder=B]\nDIR=b\n[Document=v;d_v;w;d.c]\n");
+  TVProjectRootHandle root = makeRoot();
+  TVHandle& project = child(root, "P");
+  project.open();
+  const std::string b = "private B|||prv/p/b\n";
+  const std::string d = "document v|d_v|w|d.c\n";
+  EXPECT_EQ(listing(project), "public A||pub/p/a|\n" + b + d);
+  put("pub/p/trvsfold.pub", "");
+  TextFile::Failure why;
+  auto held = TextFile::open(path("prv/p/trvsfold.prv"), TextFile::Access::kUpdate, &why);
+  EXPECT_EQ(listing(project), "public A||pub/p/a|\n" + b + d);
+  EXPECT_EQ(told(), "");
+  held.reset();
+  EXPECT_EQ(listing(project), b + d);
+}
+
+// The public file is not writable, so only the private one opens; the document stops the pass.
+TEST_F(Unread, ARewriteThatStopsKeepsBothFiles) {
+  putProject();
+  put("pub/p/trvsfold.pub", "[Document=v;d_v;w;d.c]\n");
+  put("prv/p/trvsfold.prv", "[Folder=B]\nDIR=b\n");
+  ::chmod(path("pub/p/trvsfold.pub").c_str(), 0444);
+  TVProjectRootHandle root = makeRoot();
+  TVHandle& project = child(root, "P");
+  const std::string before = listing(project);
+  const auto rewrite = [&] {
+    ASSERT_TRUE(project.object()->beginEdit(project));
+    project.markDirty();
+    project.object()->endEdit(project);
+  };
+  rewrite();
+  EXPECT_TRUE(told().starts_with("error Unable to write pub/p/trvsfold.pub."));
+  EXPECT_EQ(get("pub/p/trvsfold.pub"), "[Document=v;d_v;w;d.c]\n");
+  EXPECT_EQ(get("prv/p/trvsfold.prv"), "[Folder=B]\nDIR=b\n");
+  EXPECT_EQ(listing(project), before);
+
+  ::chmod(path("pub/p/trvsfold.pub").c_str(), 0644);
+  {
+    const support::SizeLimit full(30);
+    rewrite();
+  }
+  EXPECT_TRUE(told().starts_with("error Unable to write "));
+  EXPECT_EQ(get("pub/p/trvsfold.pub"), "[Document=v;d_v;w;d.c]\n");
+  rewrite();
+  EXPECT_EQ(told(), "");
+  EXPECT_EQ(get("pub/p/trvsfold.pub"),
+            "[FORMAT=TRVS_GUI]\nVersion=5.2\n\n[DOCUMENT=v;d_v;w;d.c]\n");
+}
+
+// A real fault: the children had gone with their handles, and the rewrite emptied the file.
+TEST_F(Unread, AnEditOfWhatNobodyUsesWritesAllThatIsStored) {
+  put("pub/trvsproj.pub", kTwo);
+  put("prv/trvsproj.prv", "");
+  TVProjectRootHandle root = makeRoot();
+  TVHandle b(child(root, "B"));
+  root.close();
+  ASSERT_TRUE(root.object()->beginEdit(root));
+  root.markDirty();
+  root.object()->endEdit(root);
+  EXPECT_EQ(listing(root), "project A||||pub/a|\nproject B||||pub/b|\n");
+}
+
+TEST_F(Unread, StampsTellOwnWritesFromThoseOfOthers) {
+  putProject();
+  put("pub/p/trvsfold.pub", "[Folder=A]\nDIR=a\n");
+  TVProjectRootHandle root = makeRoot();
+  TVHandle& project = child(root, "P");
+  project.open();
+  EXPECT_FALSE(project.object()->isStale(project));
+  const auto create = [&](const char* name, bool isPrivate) {
+    return TVArchiveFolderHandle::create(name, "", isPrivate, project, theNoLock(), nullptr, 1, 0);
+  };
+  ASSERT_FALSE(create("B", false).isNull());
+  auto* a = child(project, "A").as<TVArchiveFolder>();
+  a->setPrivateWorkDir("yet to be written");
+  a->setDirty(true);
+  EXPECT_FALSE(project.object()->isStale(project));
+  put("pub/p/trvsfold.pub", replaced(get("pub/p/trvsfold.pub"), "FOLDER=B", "FOLDER=C"));
+  EXPECT_TRUE(project.object()->isStale(project));
+  EXPECT_FALSE(create("D", true).isNull());
+  EXPECT_EQ(listingOfOpen(project),
+            "public A|yet to be written|pub/p/a|\npublic C||pub/p/B|\nprivate D|||prv/p/D\n");
+  EXPECT_FALSE(project.object()->isStale(project));
+}
+
+}  // namespace
+}  // namespace store_test

@@ -1,0 +1,150 @@
+// What is made for new projects and folders, and what a project shows that no file lists.
+#include "store/52proj.h"
+
+#include "store/52promo.h"
+#include "store/storefixture.h"
+
+namespace store_test {
+namespace {
+
+TEST_F(Store, UniqueNamesAreShortAndFree) {
+  const struct {
+    const char* base;
+    const char* suffix;
+    const char* taken;  // Separated by blanks.
+    const char* want;
+  } cases[] = {
+      {"Motor", ".prj", "", "Motor.prj"},
+      {"Motor", ".prj", "Motor.prj", "Motor0.prj"},
+      {"Motor", ".prj", "MOTOR.PRJ Motor0.prj", "Motor1.prj"},
+      {"Master Project", ".prj", "", "MstrPrjc.prj"},
+      {"Master Project", ".prj", "MstrPrjc.prj", "MstrPrj0.prj"},
+      {"Master Project", ".prj",
+       "MstrPrjc.prj MstrPrj0.prj MstrPrj1.prj MstrPrj2.prj MstrPrj3.prj MstrPrj4.prj MstrPrj5.prj "
+       "MstrPrj6.prj MstrPrj7.prj MstrPrj8.prj MstrPrj9.prj",
+       "MstrPr10.prj"},
+      {"_a_b", "", "", "_a_b"},
+      {"", ".prj", ".prj", "0.prj"},
+  };
+  int number = 0;
+  for (const auto& c : cases) {
+    SCOPED_TRACE(c.want);
+    const std::string base = path("base" + std::to_string(++number));
+    std::string taken = c.taken;
+    while (!taken.empty()) {
+      const size_t end = taken.find(' ');
+      support::writeFile(base + "/" + taken.substr(0, end), "");
+      taken = end == std::string::npos ? "" : taken.substr(end + 1);
+    }
+    EXPECT_EQ(uniqueName(base, c.base, c.suffix).str(), base + "/" + c.want);
+  }
+  EXPECT_TRUE(uniqueName("", "Motor", ".prj").isEmpty());
+  EXPECT_EQ(uniqueName("V:\\none", "Motor", ".prj").str(), "V:\\none\\Motor.prj");
+}
+
+TEST_F(Store, NewProjectsGetDirectoriesAndAConfigurationFile) {
+  TVProjectRootHandle root = makeRoot();
+  const auto create = [&](const char* name, const char* config) {
+    return TVProjectFolderHandle::create(name, TVProjectConfig(config), "wprv", "wpub", root,
+                                         theNoLock(), nullptr, 1, 0);
+  };
+  put("own.cfg", "kept");
+  EXPECT_FALSE(create("Motor", "").isNull());
+  EXPECT_FALSE(create("motor", path("own.cfg").c_str()).isNull());
+  EXPECT_EQ(listing(root),
+            "project Motor|pub/Motor.prj/Motor.cfg|wpub|wprv|pub/Motor.prj|"
+            "prv/Motor.prj\n"
+            "project motor|own.cfg|wpub|wprv|pub/motor0.prj|prv/motor0.prj\n");
+  EXPECT_EQ(get("pub/Motor.prj/Motor.cfg"), "# VERSION TRVS Trevault_5.2.00\n");
+  EXPECT_EQ(get("own.cfg"), "kept");
+  EXPECT_EQ(get("prv/motor0.prj/trvsfold.prv"), "[FORMAT=TRVS_GUI]\nVersion=5.2\n\n");
+  told();
+  EXPECT_TRUE(create("", "").isNull());
+  EXPECT_EQ(told(), "notice No project name was specified for the create/open of project.\n");
+}
+
+// A project of old, without a private record: its first use gives it a directory.
+TEST_F(Store, ProjectsWithoutADirectoryGetOneWithTheCache) {
+  put("pub/trvsproj.pub", "[Project=P]\nCFG=\nDIR=p\nWKDIR=w\n");
+  ::unsetenv("TRVS_TVAPI_NOCACHE");
+  TVProjectRootHandle root = makeRoot();
+  EXPECT_EQ(listing(child(root, "P")), "");
+  EXPECT_EQ(get("prv/trvsproj.prv"),
+            "[FORMAT=TRVS_GUI]\nVersion=5.2\n\n[Project=P]\nCFG=\n"
+            "DIR=P.prj\nWKDIR=w\nOWNERSHIP=PUBLIC\n\n");
+  const auto* project = static_cast<TVProjectFolder52*>(child(root, "P").object());
+  ASSERT_NE(project->archiveCache(), nullptr);
+  EXPECT_EQ(project->archiveCache()->path().str(), path("prv/P.prj/P.ack"));
+}
+
+// Each group with those below it, in brackets.
+std::string tree(TVHandle& handle) {
+  std::string text = handle.name().str();
+  handle.open();
+  for (TVHandle* it = &handle.first(nullptr); !it->isNull(); it = &handle.next(nullptr)) {
+    text += "(" + tree(*it) + ")";
+  }
+  handle.close();
+  return text;
+}
+
+TEST_F(Store, PromotionGroupsComeFromTheConfiguration) {
+  putProject(path("p.cfg"));
+  TVProjectRootHandle root = makeRoot();
+  TVHandle& project = child(root, "P");
+  const struct {
+    const char* config;
+    const char* tree;
+  } cases[] = {
+      {"PROMOTE dev = test\nPROMOTE qa = test\nPROMOTE test = top\n", "P(top(test(qa)(dev)))"},
+      {"PROMOTE qa = top\nPROMOTE test = top\n", "P(top(test)(qa))"},
+      {"PROMOTE qa = other\n", "P(other(qa))"},
+      {"VCSDIR = x\n", "P"},
+  };
+  for (const auto& c : cases) {
+    put("p.cfg", c.config);
+    EXPECT_EQ(tree(project), c.tree);
+  }
+}
+
+TEST_F(Store, PromotionListsThatGoInCirclesEnd) {
+  using namespace std::string_literals;
+  for (const auto& [list, want] : {std::pair("a\0b\0b\0a\0\0"s, "(a(b))"),
+                                   {"a\0a\0\0"s, "(a)"},
+                                   {"a\0b\0b\0c\0c\0b\0\0"s, "(b(a)(c))"},
+                                   {"x\0\0"s, "(x)"},
+                                   {"a\0b\0c"s, "(c)"},
+                                   {""s, ""},
+                                   {"\0\0"s, ""}}) {
+    TVHandle owner(&sink, new TVArchiveFolder("", "", false, nullptr, false));
+    mergePromotionModel(*owner.object(), list);
+    std::string text;
+    for (TVObject* top : owner.object()->childrenInOrder()) {
+      TVHandle group(&sink, top);
+      text += "(" + tree(group) + ")";
+    }
+    EXPECT_EQ(text, want);
+  }
+}
+
+TEST_F(Store, MembersReportWhatIsWrongWithTheirArchive) {
+  putProject();
+  put("pub/p/trvsfold.pub", "[Document=;;w;none]\n[Document=" + path("") + ";x_v;w;missing]\n");
+  TVProjectRootHandle root = makeRoot();
+  TVHandle& project = child(root, "P");
+  TVArchiveMemberHandle none(child(project, "none"));
+  TVArchiveMemberHandle missing(child(project, "missing"));
+  uint32_t value = 7;
+  EXPECT_EQ(none.status(&value), 5);
+  EXPECT_EQ(told(),
+            "notice Internal Error: No archive was specified for the current TRVS action. "
+            "Call KESTRIANS Replyline.\n");
+  EXPECT_EQ(missing.creationTime(&value), 2);
+  EXPECT_EQ(value, 0u);
+  EXPECT_EQ(told(),
+            "notice Unable to access the archive x_v. Either the archive does not exist, or "
+            "is not a TRVS archive.\n");
+}
+
+}  // namespace
+}  // namespace store_test

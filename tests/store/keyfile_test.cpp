@@ -1,0 +1,137 @@
+// The tokeniser on odd lines. The expected text has one line for each record: the section's id, its
+// name and value, then its keys; what has no value has no "=".
+#include "store/keyfile.h"
+
+#include <gtest/gtest.h>
+
+namespace foldapi {
+namespace {
+
+using namespace std::string_view_literals;
+
+constexpr KeyTableEntry kSections[] = {
+    {"Format", kSectionSkipped}, {"Project", kSectionProject}, {"Folder", kSectionFolder}, {}};
+
+std::string pair(std::string_view name, OptionalText value) {
+  return std::string(name) + (value ? "=" + std::string(*value) : "");
+}
+
+std::string records(std::string_view text, const KeyTableEntry* sections = kSections) {
+  TVKeyFile file(text, sections);
+  std::string result;
+  EXPECT_EQ(file.parse([&](int id, std::string_view name, OptionalText value) {
+    result += std::to_string(id) + " " + pair(name, value);
+    std::string_view key;
+    OptionalText text_;
+    while (file.nextKey(&key, &text_) == kKeyFileDone) result += "|" + pair(key, text_);
+    result += "\n";
+    return kRecordTaken;
+  }),
+            kKeyFileDone);
+  return result;
+}
+
+TEST(KeyFile, ReadsOddLines) {
+  const struct {
+    const char* why;
+    std::string_view text;
+    std::string_view want;
+  } cases[] = {
+      {"empty", "", ""},
+      {"no section", "\n\nDIR=a\nVersion=5.2\n", ""},
+      {"skipped sections and their keys", "[FORMAT=x]\nVersion=9\n[Other=y]\nDIR=a\n[Project=p]\n",
+       "3 Project=p\n"},
+      {"names of any case", "[PROJECT=p]\n[foLder=f]\n[Folders=g]\n", "3 PROJECT=p\n1 foLder=f\n"},
+      {"blanks before a head", "\t [Project=p]\nA=1\n  [Folder=f]\nB=2\n",
+       "3 Project=p|A=1\n1 Folder=f|B=2\n"},
+      {"blank before the name is part of it", "[ Project=p]\n[Project =p]\n", ""},
+      {"text behind the bracket", "[Project=p] DIR=a\nA=1\n", "3 Project=p|A=1\n"},
+      {"brackets and signs in the value", "[Project=a[b=c]d]\n", "3 Project=a[b=c\n"},
+      {"no value and an empty one", "[Project]\n[Project=]\n[]\n[=p]\n", "3 Project\n3 Project=\n"},
+      {"no bracket but a line end", "[Project=p\n[Project\nA=1\n", "3 Project=p\n3 Project|A=1\n"},
+      {"only the first sign splits", "[Project=p]\nA=1=2\n=3\nB==\n", "3 Project=p|A=1=2|=3|B==\n"},
+      {"blanks around the sign stay", "[Project=p]\n \tA =\t1 \n", "3 Project=p|A =\t1 \n"},
+      {"blank lines end nothing", "[Project=p]\n\n \t\nA=1\n\n\nB=2\n", "3 Project=p|A=1|B=2\n"},
+      {"keys without a value", "[Project=p]\nDIR\n# A=1\nB=\n", "3 Project=p|DIR|# A=1|B=\n"},
+      {"no final line end", "[Project=p]\nA=1", "3 Project=p|A=1\n"},
+      {"no final line end, key alone", "[Project=p]\nA", "3 Project=p|A\n"},
+      {"a head at the end", "[Project=p]\nA=1\n[Folder=f]", "3 Project=p|A=1\n1 Folder=f\n"},
+      {"a value cut off at the end", "[Project=p]\n[Folder=f", "3 Project=p\n1 Folder=f\n"},
+      {"a name cut off keeps the value before", "[Project=p]\nA=1\n[Folder",
+       "3 Project=p|A=1\n1 Folder=p\n"},
+      {"also that of a skipped section", "[Other=o]\n[Folder", "1 Folder=o\n"},
+      {"and that there was none", "[Project=p]\n[Project]\n[Folder",
+       "3 Project=p\n3 Project\n1 Folder\n"},
+      {"nothing before it", "[Folder", "1 Folder\n"},
+      {"a null ends a line", "[Project=p\0q]\nA=1\0 2\nB\0=3\n\0C=4\nD=5\n"sv,
+       "3 Project=p|A=1|B|D=5\n"},
+      {"a null cuts off a name", "[Folder=f]\n[Project\0]\nA=1\n"sv,
+       "1 Folder=f\n3 Project=f|A=1\n"},
+      {"carriage returns are text", "[Project=p\r]\r\nA=1\r\n", "3 Project=p\r|A=1\r\n"},
+  };
+  for (const auto& c : cases) {
+    SCOPED_TRACE(c.why);
+    EXPECT_EQ(records(c.text), c.want);
+  }
+}
+
+TEST(KeyFile, ExpandsMacros) {
+  const struct {
+    std::string_view value;
+    std::string_view empty;  // With the empty macro value.
+    std::string_view long_;  // With "VW".
+  } cases[] = {
+      {"$(A)", "", "VW"},
+      {"a$(A)b$(long name)c", "abc", "aVWbVWc"},
+      {"$(A)$(B)", "$(B)", "VWVW"},  // What is right behind a replacement is stepped over unseen.
+      {"$(A)$(B)$(C)", "$(B)", "VWVWVW"},
+      {"$(A)x$(B)", "x", "VWxVW"},
+      {"a$(A", "a$(A", "a$(A"},
+      {"$(A)b$(C", "b$(C", "VWb$(C"},
+      {"$()", "", "VW"},
+      {"$ (A)$A)(", "$ (A)$A)(", "$ (A)$A)("},
+      {"$($(A))", ")", "VW)"},
+  };
+  for (const auto& c : cases) {
+    const std::string text = "[Project=$(A)]\nK=" + std::string(c.value) + "\n";
+    for (const char* macro : {"", "VW"}) {
+      TVKeyFile file(text, kSections);
+      file.setMacro("trvsPRIV", macro);
+      std::string_view name;
+      OptionalText value;
+      ASSERT_EQ(file.nextSection(&name, &value), kKeyFileDone);
+      EXPECT_EQ(value, "$(A)");
+      ASSERT_EQ(file.nextKey(&name, &value), kKeyFileDone);
+      EXPECT_EQ(value, *macro == '\0' ? c.empty : c.long_) << c.value;
+    }
+  }
+}
+
+TEST(KeyFile, FollowsTheHandlerAndTheTable) {
+  constexpr KeyTableEntry all[] = {
+      {"Format", kSectionSkipped}, {"*", kSectionFolder}, {"Project", 3}, {}};
+  EXPECT_EQ(records("[Format=x]\n[Project=p]\n[Any=a]\n", all), "1 Project=p\n1 Any=a\n");
+
+  const std::string_view text = "[Project=a]\nK=1\n[Project=b]\nK=2\n[Project=c]\n";
+  const struct {
+    int answer;  // To b.
+    int result;
+    const char* seen;
+  } cases[] = {{kRecordTaken, kKeyFileDone, "abc"},
+               {kRecordDropped, kKeyFileDone, "abc"},
+               {7, kKeyFileDone, "abc"},
+               {kRecordAbort, kKeyFileAborted, "ab"}};
+  for (const auto& c : cases) {
+    TVKeyFile file(text, kSections);
+    std::string seen;  // The handler leaves the keys alone: they are passed over.
+    EXPECT_EQ(file.parse([&](int, std::string_view, OptionalText value) {
+      seen += *value;
+      return value == "b" ? c.answer : kRecordTaken;
+    }),
+              c.result);
+    EXPECT_EQ(seen, c.seen);
+  }
+}
+
+}  // namespace
+}  // namespace foldapi

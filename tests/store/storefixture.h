@@ -1,0 +1,118 @@
+// store/storefixture.h: a database in a directory of its own, written and read as plain text.
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include <string>
+#include <utility>
+
+#include "core/childlist.h"
+#include "runtime/assertion.h"
+#include "store/52arfld.h"
+#include "store/52proj.h"
+#include "store/52root.h"
+#include "store/format52.h"
+#include "support/files.h"
+#include "support/recordingsink.h"
+
+namespace store_test {
+
+using namespace foldapi;
+
+inline std::string replaced(std::string text, std::string_view from, std::string_view to) {
+  for (size_t at = 0; (at = text.find(from, at)) != std::string::npos; at += to.size()) {
+    text.replace(at, from.size(), to);
+  }
+  return text;
+}
+
+class Store : public testing::Test {
+ protected:
+  Store() {
+    registerFormat52();
+    setAssertionTarget([](const char* text) { assertions += text; });
+    assertions.clear();
+  }
+  ~Store() override { setAssertionTarget(nullptr); }
+
+  std::string path(std::string_view name) const { return directory / name; }
+  // Line ends are LF here and CR LF on disk.
+  void put(std::string_view name, std::string_view text) const {
+    support::writeFile(path(name), replaced(std::string(text), "\n", "\r\n"));
+  }
+  std::string get(std::string_view name) const {
+    return replaced(support::readFile(path(name)), "\r\n", "\n");
+  }
+  // Paths in what comes back are relative to the directory.
+  std::string told() { return shortened(sink.told()); }
+
+  TVProjectRootHandle makeRoot() {
+    return TVProjectRootHandle::create(path("pub"), path("prv"), theNullHandle(), theNoLock(),
+                                       &sink, 1, 2);
+  }
+  // A root with the one project P, whose files are in pub/p and prv/p.
+  void putProject(const std::string& config = "") const {
+    put("pub/trvsproj.pub", "[Project=P]\nCFG=" + config + "\nDIR=p\n");
+    put("prv/trvsproj.prv", "[Project=P]\nCFG=\nDIR=p\n");
+  }
+
+  // The children of a handle, one line each in sorted order: what it is, then its fields.
+  // Read by a use of its own; where there is none before, the files are read.
+  std::string listing(const TVHandle& handle) const {
+    TVHandle fresh(handle);
+    fresh.open();
+    return listingOfOpen(fresh);
+  }
+  std::string listingOfOpen(TVHandle& handle) const {
+    std::string text;
+    for (TVHandle* child = &handle.first(nullptr); !child->isNull();
+         child = &handle.next(nullptr)) {
+      text += line(*child) + "\n";
+    }
+    return shortened(text);
+  }
+  // The child of that name. The handle stays open.
+  TVHandle& child(TVHandle& handle, const char* name) {
+    handle.open();
+    for (TVHandle* child = &handle.first(nullptr); !child->isNull();
+         child = &handle.next(nullptr)) {
+      if (child->name() == name) return *child;
+    }
+    ADD_FAILURE() << "no child " << name;
+    return theNullHandle();
+  }
+
+  support::TemporaryDirectory directory;
+  support::ScopedEnvironment noCache{"TRVS_TVAPI_NOCACHE", "1"};
+  support::RecordingSink sink;
+  static inline std::string assertions;
+
+ private:
+  std::string shortened(const std::string& text) const {
+    return replaced(text, directory / "", "");
+  }
+
+  static std::string line(const TVHandle& handle) {
+    if (const auto* project = handle.as<TVProjectFolder>()) {
+      const auto* stored = static_cast<const TVProjectFolder52*>(project);
+      return "project " + project->folderName().str() + "|" + project->config().path.str() + "|" +
+             project->publicWorkDir().str() + "|" + project->privateWorkDir().str() + "|" +
+             stored->storageDir(Side::kPublic).str() + "|" +
+             stored->storageDir(Side::kPrivate).str();
+    }
+    if (const auto* folder = handle.as<TVArchiveFolder>()) {
+      const auto* stored = static_cast<const TVArchiveFolder52*>(folder);
+      return (folder->isPrivate() ? "private " : "public ") + folder->folderName().str() + "|" +
+             folder->privateWorkDir().str() + "|" + stored->storageDir(Side::kPublic).str() + "|" +
+             stored->storageDir(Side::kPrivate).str();
+    }
+    if (const auto* member = handle.as<TVArchiveMember>()) {
+      const TVMemberNames& names = member->names();
+      return "document " + names.archivePath.str() + "|" + names.archiveName.str() + "|" +
+             names.workPath.str() + "|" + names.workName.str();
+    }
+    return "group " + handle.name().str();
+  }
+};
+
+}  // namespace store_test

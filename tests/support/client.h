@@ -1,0 +1,125 @@
+// support/client.h: what clients of the C interface do again and again, and a look at what they
+// leave on disk.
+#pragma once
+
+#include <algorithm>
+#include <filesystem>
+#include <iterator>
+#include <map>
+#include <set>
+#include <string>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+#include "foldapi/foldapi.h"
+#include "support/database.h"
+#include "support/files.h"
+
+namespace support {
+
+inline const std::string kHead = "[FORMAT=TRVS_GUI]\nVersion=5.2\n\n";
+
+using Step = TVHandle* (*)(TVHandle*);
+using Text = const char* (*)(TVHandle*);
+
+inline std::vector<TVHandle*> walk(TVHandle* parent, Step first, Step next) {
+  std::vector<TVHandle*> children;
+  for (TVHandle* h = first(parent); h != nullptr; h = next(parent)) children.push_back(h);
+  return children;
+}
+
+inline std::vector<std::string> texts(const std::vector<TVHandle*>& handles, Text get) {
+  std::vector<std::string> all;
+  for (TVHandle* handle : handles) all.emplace_back(get(handle));
+  return all;
+}
+
+inline std::vector<std::string> projectNames(TVHandle* root) {
+  return texts(walk(root, GetFirstProject, GetNextProject), GetProjectName);
+}
+inline std::vector<std::string> folderNames(TVHandle* project) {
+  return texts(walk(project, GetFirstFolder, GetNextFolder), GetFolderName);
+}
+inline std::vector<std::string> workfileNames(TVHandle* parent) {
+  return texts(walk(parent, GetFirstArchive, GetNextArchive), GetWorkfileName);
+}
+
+// An empty database with POSIX paths, gone with the object. Files are shown as text: "\n" stands
+// for CR LF, all else that is not plain is escaped, and "@" stands for the database's directory.
+class ScratchDatabase {
+ public:
+  ScratchDatabase() : database_(directory_.path(), ""), profile_("KSTR_INI", database_.profile()) {
+    database_.writeProfile();
+  }
+
+  const Database& database() const { return database_; }
+  std::string path(std::string_view relative) const { return database_.path(relative); }
+
+  // A new session of this process, with the root open once.
+  TVHandle* openRoot() const {
+    TVHandle* root = Init(path("pub").c_str(), path("prv").c_str());
+    OpenProjectRoot(root);
+    return root;
+  }
+  // The same, and a project open once.
+  TVHandle* openProject(const char* name) const {
+    TVHandle* project = FindProject(openRoot(), name);
+    OpenProject(project);
+    return project;
+  }
+
+  std::string shown(std::string_view relative) const {
+    std::string bytes = readFile(path(relative));
+    for (size_t at; (at = bytes.find(directory_.path())) != std::string::npos;) {
+      bytes.replace(at, directory_.path().size(), "@");
+    }
+    std::string text = escaped(bytes);
+    for (size_t at; (at = text.find("\\r\\n")) != std::string::npos;) text.replace(at, 4, "\n");
+    return text;
+  }
+  void write(std::string_view relative, std::string text) const {
+    for (size_t at = 0; (at = text.find('\n', at)) != std::string::npos; at += 2) {
+      text.replace(at, 1, "\r\n");
+    }
+    for (size_t at; (at = text.find('@')) != std::string::npos;) {
+      text.replace(at, 1, directory_.path());
+    }
+    writeFile(path(relative), text);
+  }
+
+  // The names of all files below the roots and the vault, sorted.
+  std::vector<std::string> files() const {
+    std::vector<std::string> names;
+    for (const auto& entry : std::filesystem::recursive_directory_iterator(directory_.path())) {
+      if (entry.is_regular_file() && entry.path() != database_.profile()) {
+        names.push_back(entry.path().lexically_relative(directory_.path()).string());
+      }
+    }
+    std::sort(names.begin(), names.end());
+    return names;
+  }
+  using Snapshot = std::map<std::string, std::string>;
+  Snapshot everything() const {
+    Snapshot all;
+    for (const std::string& name : files()) all[name] = shown(name);
+    return all;
+  }
+  // The names of the files that are not now as they were.
+  std::vector<std::string> changedSince(const Snapshot& before) const {
+    const Snapshot now = everything();
+    std::vector<std::pair<std::string, std::string>> different;
+    std::set_symmetric_difference(before.begin(), before.end(), now.begin(), now.end(),
+                                  std::back_inserter(different));
+    std::set<std::string> names;
+    for (const auto& [name, bytes] : different) names.insert(name);
+    return {names.begin(), names.end()};
+  }
+
+ private:
+  TemporaryDirectory directory_;
+  Database database_;
+  ScopedEnvironment profile_;
+};
+
+}  // namespace support

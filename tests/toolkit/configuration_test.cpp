@@ -1,0 +1,195 @@
+// Which files the toolkit is given, in which order and mode, and what is added to them.
+#include "toolkit/configuration.h"
+
+#include <gtest/gtest.h>
+
+#include <filesystem>
+
+#include "support/files.h"
+#include "support/recordingsink.h"
+#include "support/sizelimit.h"
+#include "toolkit/spytoolkit.h"
+
+namespace foldapi {
+namespace {
+
+using support::readFile;
+using support::writeFile;
+
+class ToolkitConfiguration : public testing::Test {
+ protected:
+  ToolkitConfiguration() : old_(std::filesystem::current_path()) {
+    std::filesystem::current_path(directory.path());  // So that paths in tables are short.
+    toolkit_test::readCalls();
+  }
+  ~ToolkitConfiguration() override { std::filesystem::current_path(old_); }
+
+  static std::string archiveDirs() {
+    std::string answer;
+    EXPECT_EQ(QueryConfigurationItem(kItemArchiveDirs, &answer), 0);
+    return answer.c_str();
+  }
+
+  support::TemporaryDirectory directory;
+  support::RecordingSink sink;
+  TVHandle context{&sink, nullptr};
+
+ private:
+  std::filesystem::path old_;
+};
+
+TEST_F(ToolkitConfiguration, ReadsMasterThenProjectThenLocal) {
+  writeFile(directory / "root.cfg", "DISALLOW = DATEFORMAT\nVCSDIR = master\n");
+  writeFile(directory / "own.cfg", "VCSDIR = own\n");
+  writeFile(directory / "vcs.cfg", "VCSDIR = local\n");
+  std::filesystem::create_directory("unreadable");  // There, but no file to read.
+  const struct {
+    const char* root;
+    const char* project;
+    bool local;
+    const char* calls;
+    const char* told;
+    bool result;
+    const char* dirs;
+  } cases[] = {
+      {"root.cfg", "own.cfg", false, "10 root.cfg\n9 own.cfg\n", "", true, "own"},
+      {"root.cfg", "own.cfg", true, "10 root.cfg\n9 own.cfg\n9 vcs.cfg\n", "", true, "local"},
+      {"", "own.cfg", true, "8 own.cfg\n9 vcs.cfg\n", "", true, "local"},
+      {"none.cfg", "own.cfg", false, "8 own.cfg\n", "", true, "own"},
+      {"root.cfg", "ROOT.CFG", false, "10 root.cfg\n", "", true, "master"},
+      {"root.cfg", "none.cfg", false, "10 root.cfg\n", "error File none.cfg does not exist.\n",
+       true, "master"},
+      {"unreadable", "own.cfg", false, "10 unreadable\n", "", false, ""},
+      {"root.cfg", "unreadable", true, "10 root.cfg\n9 unreadable\n", "", false, "master"},
+  };
+  for (const auto& c : cases) {
+    SCOPED_TRACE(std::string(c.root) + " " + c.project);
+    EXPECT_EQ(LoadConfiguration(c.root, c.project, c.local, context), c.result);
+    EXPECT_EQ(toolkit_test::readCalls(), c.calls);
+    EXPECT_EQ(sink.told(), c.told);
+    EXPECT_EQ(archiveDirs(), c.dirs);
+  }
+}
+
+// A real fault: the toolkit was not called at all, and answered for the project before.
+TEST_F(ToolkitConfiguration, LeavesTheDefaultsWhereThereIsNoFile) {
+  writeFile(directory / "own.cfg", "VCSDIR = own\n");
+  writeFile(directory / "vcs.cfg", "EXCLUSIVELOCK\n");
+  const struct {
+    const char* root;
+    const char* project;
+    bool local;
+    const char* told;
+  } cases[] = {
+      {"", "none.cfg", false, "error File none.cfg does not exist.\n"},
+      {"gone.cfg", "none.cfg", false, "error File none.cfg does not exist.\n"},
+      {"none.cfg", "NONE.cfg", false, ""},
+      {"", "", false, ""},
+      {"", "", true, ""},
+  };
+  for (const auto& c : cases) {
+    SCOPED_TRACE(std::string(c.root) + " " + c.project);
+    ASSERT_TRUE(LoadConfiguration("", "own.cfg", false, context));
+    ASSERT_EQ(archiveDirs(), "own");
+    EXPECT_TRUE(LoadConfiguration(c.root, c.project, c.local, context));
+    EXPECT_EQ(archiveDirs(), "");
+    EXPECT_EQ(sink.told(), c.told);
+  }
+}
+
+TEST_F(ToolkitConfiguration, FetchesItemsThatNeedSeveralBuffers) {
+  for (const size_t length : {255u, 256u, 257u, 512u, 513u, 1000u}) {
+    const std::string dirs(length, 'd');
+    writeFile(directory / "own.cfg", "VCSDIR = " + dirs + "\n");
+    ASSERT_TRUE(LoadConfiguration("", "own.cfg", false, context));
+    EXPECT_EQ(archiveDirs().size(), length);
+  }
+  std::string answer = "as it was";
+  EXPECT_EQ(QueryConfigurationItem(12345, &answer), 10);
+  EXPECT_EQ(answer, "as it was");
+}
+
+constexpr const char* kTail =
+    ". The archive directory could not be set. Before you can check files into archives, you must "
+    "use Project / Configure Project / Archive Directories in TRVS Trevault to select an archive "
+    "directory for this project.\n";
+
+TEST_F(ToolkitConfiguration, AppendsArchiveDirectories) {
+  const struct {
+    const char* before;
+    const char* dirs;
+    const char* after;
+  } cases[] = {
+      {"A=1\r\n", "d:\\arch", "A=1\r\nVCSDIR=d:\\arch\r\n\r\n"},
+      {"VCSDIR=old", "d:\\arch\\", "VCSDIR=old\r\nVCSDIR=d:\\arch\r\n\r\n"},
+      {"", "d:\\arch\\\\", "VCSDIR=d:\\arch\\\r\n\r\n"},
+      {"", "d:\\arch\\ \t", "VCSDIR=d:\\arch\r\n\r\n"},
+      {"", "\\", "VCSDIR=\r\n\r\n"},
+      {"", "/arch/", "VCSDIR=/arch/\r\n\r\n"},
+      {"", "", "VCSDIR=\r\n\r\n"},
+  };
+  for (const auto& c : cases) {
+    writeFile(directory / "own.cfg", c.before);
+    TVProjectConfig config(directory / "own.cfg");
+    config.archiveDirs = "old";
+    config.recordTime();
+    appendArchiveDirs(&config, c.dirs, context);
+    EXPECT_EQ(support::escaped(readFile(directory / "own.cfg")), support::escaped(c.after));
+    EXPECT_EQ(config.archiveDirs.str(), c.dirs);
+    EXPECT_TRUE(config.hasChanged());
+    EXPECT_EQ(sink.told(), "");
+  }
+}
+
+TEST_F(ToolkitConfiguration, ReportsWhatCannotBeAppended) {
+  TVProjectConfig missing("none.cfg");
+  missing.archiveDirs = "old";
+  appendArchiveDirs(&missing, "new", context);
+  EXPECT_EQ(sink.told(),
+            std::string("error Error opening project configuration file none.cfg") + kTail);
+  EXPECT_EQ(missing.archiveDirs.str(), "old");
+
+  writeFile(directory / "own.cfg", "A=1\r\n");
+  TVProjectConfig full("own.cfg");
+  {
+    const support::SizeLimit limit(6);
+    appendArchiveDirs(&full, "new", context);
+  }
+  EXPECT_EQ(sink.told(),
+            std::string("error Error writing to project configuration file own.cfg") + kTail);
+  EXPECT_EQ(full.archiveDirs.str(), "new");
+}
+
+TEST_F(ToolkitConfiguration, AppendsArchiveSuffixes) {
+  const std::string refused =
+      "notice Error opening project configuration file none.cfg. Unable to set the archive suffix "
+      "for file extension c\n";
+  const std::string done =
+      "notice The project configuration file own.cfg has been update with the archive suffix _v "
+      "for all files with the extension c.\n\n See online documentation for more information about "
+      "archive suffixes.\n";
+  const struct {
+    const char* file;
+    const char* extension;
+    const char* suffix;
+    bool tell;
+    bool result;
+    std::string told;
+  } cases[] = {
+      {"own.cfg", "c", "_v", true, true, done},       {"own.cfg", "c", "_v", false, true, ""},
+      {"own.cfg", "", "_v", true, false, ""},         {"own.cfg", "c", "", true, false, ""},
+      {"none.cfg", "", "_v", true, false, ""},        {"none.cfg", "c", "_v", true, false, refused},
+      {"none.cfg", "c", "_v", false, false, refused},
+  };
+  for (const auto& c : cases) {
+    writeFile(directory / "own.cfg", "A=1\r\n");
+    const TVProjectConfig config{VPathString(c.file)};
+    EXPECT_EQ(appendArchiveSuffix(config, c.extension, c.suffix, c.tell, context), c.result);
+    EXPECT_EQ(sink.told(), c.told);
+    EXPECT_EQ(readFile(directory / "own.cfg"),
+              c.result ? "A=1\r\nARCHIVESUFFIX c = _v\r\n" : "A=1\r\n");
+  }
+}
+
+}  // namespace
+}  // namespace foldapi

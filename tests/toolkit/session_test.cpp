@@ -1,0 +1,248 @@
+// The bracket around toolkit calls: what it loads and when, and where the toolkit's callbacks go.
+#include "toolkit/session.h"
+
+#include <gtest/gtest.h>
+
+#include "domain/archivemember.h"
+#include "domain/projectfolder.h"
+#include "domain/projectroot.h"
+#include "support/files.h"
+#include "support/recordingsink.h"
+#include "toolkit/configuration.h"
+#include "toolkit/spytoolkit.h"
+
+namespace foldapi {
+namespace {
+
+using support::writeFile;
+
+// A root with its master file, two projects with files of their own, and a member in one of them.
+class ToolkitSession : public testing::Test {
+ protected:
+  ToolkitSession() {
+    for (const char* name : {"master", "motor", "pump"}) {
+      writeFile(path(name), std::string("VCSDIR = ") + name + "\n");
+    }
+    EXPECT_TRUE(EnableToolkit(sink));
+    bracket(empty);
+    toolkit_test::readCalls();
+    sink.told();
+  }
+
+  std::string path(const char* name) const { return directory / (std::string(name) + ".cfg"); }
+
+  template <typename Object, typename... Fields>
+  TVHandle make(Fields... fields) {
+    return TVHandle(&sink, TVObject::mergeIntoCache(new Object(fields..., false), nullptr));
+  }
+  TVHandle project(const char* name) {
+    return make<TVProjectFolder>(name, TVProjectConfig(path(name)), "", "", root.object());
+  }
+  // What one bracket has the toolkit read, paths without their directory.
+  std::string bracket(TVHandle& handle) {
+    { TVToolkitBracket scope(handle); }
+    std::string calls = toolkit_test::readCalls();
+    for (size_t at; (at = calls.find(directory / "")) != std::string::npos;) {
+      calls.erase(at, (directory / "").size());
+    }
+    return calls;
+  }
+
+  support::TemporaryDirectory directory;
+  support::RecordingSink sink;
+  TVHandle empty{&sink, nullptr};
+  TVHandle root = make<TVProjectRoot>("pub", "prv", nullptr);
+  TVHandle motor = project("motor");
+  TVHandle pump = project("pump");
+};
+
+constexpr const char* kMotor = "10 master.cfg\n9 motor.cfg\n";
+
+TEST_F(ToolkitSession, LoadsOnceForTheSameUntouchedFiles) {
+  root.as<TVProjectRoot>()->setConfig(TVProjectConfig(path("master")));
+  TVHandle member = make<TVArchiveMember>(TVMemberNames{"v", "a_v", "w", "a.c"}, motor.object());
+  EXPECT_EQ(bracket(motor), kMotor);
+  EXPECT_EQ(bracket(motor), "");
+  EXPECT_EQ(bracket(member), "");
+  writeFile(path("motor"), "VCSDIR = other\n");  // Within the same two seconds.
+  EXPECT_EQ(bracket(member), kMotor);
+  EXPECT_EQ(bracket(motor), "");
+  writeFile(path("master"), "VCSDIR = longer\n");
+  EXPECT_EQ(bracket(motor), kMotor);
+  EXPECT_EQ(bracket(motor), "");
+  EXPECT_EQ(bracket(pump), "10 master.cfg\n9 pump.cfg\n");
+  EXPECT_EQ(bracket(motor), kMotor);
+  std::string dirs;
+  ASSERT_EQ(QueryConfigurationItem(kItemArchiveDirs, &dirs), 0);
+  EXPECT_STREQ(dirs.c_str(), "other");
+  EXPECT_EQ(bracket(empty), "8 \n");
+  EXPECT_EQ(bracket(empty), "");
+}
+
+TEST_F(ToolkitSession, LoadsAgainWhenAFileComesOrGoes) {
+  TVHandle late = project("late");
+  EXPECT_EQ(bracket(late), "8 \n");
+  EXPECT_EQ(sink.told(), "error File " + path("late") + " does not exist.\n");
+  EXPECT_EQ(bracket(late), "");
+  EXPECT_EQ(sink.told(), "");
+  writeFile(path("late"), "");
+  EXPECT_EQ(bracket(late), "8 late.cfg\n");
+  ASSERT_EQ(std::remove(path("late").c_str()), 0);
+  EXPECT_EQ(bracket(late), "8 \n");
+}
+
+TEST_F(ToolkitSession, ReportsBadDirectivesToTheOneThatEnters) {
+  writeFile(path("motor"), "VCSDIR = motor\nNONSENSE\n");
+  support::RecordingSink other;
+  TVHandle context(&other, motor.object());
+  bracket(context);
+  EXPECT_EQ(other.told(),
+            "error Error reading a directive on line 2 in the configuration file:\n\n" +
+                path("motor") +
+                ".\n\nThe line read from the file was:\n\nNONSENSE \n\nDetailed explanation:\n\n"
+                "Invalid line in the configuration file. \n\nOpen this file in a text editor and "
+                "correct the error, then close and reopen this project.\n");
+  EXPECT_EQ(other.context, &context);
+  EXPECT_EQ(sink.told(), "");
+  EXPECT_EQ(&TVToolkitSession::Instance().Sink(), &theNullHandle());
+}
+
+// A real fault: the bracket was never left, and the next one waited for ever.
+TEST_F(ToolkitSession, IsLeftWhenTheLoadThrows) {
+  struct ThrowingSink : TVErrorSink {
+    void error(TVHandle&, const VString&) override { throw std::bad_alloc(); }
+  } throwing;
+  TVHandle late = project("late");
+  TVHandle context(&throwing, late.object());
+  EXPECT_THROW(TVToolkitBracket{context}, std::bad_alloc);
+  ASSERT_EQ(&TVToolkitSession::Instance().Sink(), &theNullHandle());
+  EXPECT_EQ(bracket(motor), "8 \n8 motor.cfg\n");
+}
+
+TEST_F(ToolkitSession, RegistersThirteenCallbacksInOrder) {
+  toolkit_test::registeredCallbacks();
+  RegisterToolkitCallbacks();
+  std::vector<int32_t> ids;
+  for (const auto& [id, callback] : toolkit_test::registeredCallbacks()) ids.push_back(id);
+  EXPECT_EQ(ids, (std::vector<int32_t>{1, 3, 4, 5, 6, 9, 10, 17, 16, 19, 20, 18, 23}));
+}
+
+// Calls registered functions as the toolkit does: by id, with the arguments of that id.
+class ToolkitCallbacks : public ToolkitSession {
+ protected:
+  ToolkitCallbacks() {
+    toolkit_test::registeredCallbacks();
+    RegisterToolkitCallbacks();
+    registered_ = toolkit_test::registeredCallbacks();
+    TVToolkitSession::Instance().enter(empty);
+  }
+  ~ToolkitCallbacks() override { TVToolkitSession::Instance().leave(); }
+
+  template <typename Callback, typename... Arguments>
+  int32_t call(int32_t id, Arguments... arguments) {
+    for (const auto& known : registered_) {
+      if (known.id != id) continue;
+      const auto callback = reinterpret_cast<void (*)()>(known.callback);
+      return reinterpret_cast<Callback>(callback)(arguments...);
+    }
+    ADD_FAILURE() << id;
+    return -1;
+  }
+
+  // One call for each answer of the sink: what the toolkit gets for 0, 1, 2 and 3, in one number.
+  template <typename Callback, typename... Arguments>
+  int answers(int32_t id, Arguments... arguments) {
+    int digits = 0;
+    for (sink.answer = 0; sink.answer <= 3; ++sink.answer) {
+      sink.told();
+      digits = digits * 10 + call<Callback>(id, arguments...);
+    }
+    EXPECT_EQ(sink.context, &empty);
+    return digits;
+  }
+
+ private:
+  std::vector<toolkit_test::Registered> registered_;
+};
+
+TEST_F(ToolkitCallbacks, MapAnswersToResults) {
+  EXPECT_EQ(answers<TrvsContinueCallback>(1), 2022);
+  EXPECT_EQ(sink.told(), "continue\n");
+  EXPECT_EQ(answers<TrvsOutputCallback>(4, "line", 1), 2010);
+  EXPECT_EQ(sink.told(), "output 0 line\n");
+  EXPECT_EQ(answers<TrvsAskCallback>(10, "why", 7), 2022);
+  EXPECT_EQ(sink.told(), "ask 7 why\n");
+  EXPECT_EQ(answers<TrvsNotifyTwoCallback>(16, "a", nullptr, 5), 0);
+  EXPECT_EQ(sink.told(), "two a||5\n");
+  EXPECT_EQ(answers<TrvsNotifyFourCallback>(18, "a", "b", "c", "d", 5), 0);
+  EXPECT_EQ(sink.told(), "four a|b|c|d|5\n");
+  EXPECT_EQ(answers<TrvsMessageCallback>(20, 2), 0);
+  EXPECT_EQ(sink.told(), "error Cannot find archive.\n");
+  EXPECT_EQ(answers<TrvsTextCallback>(23, "text"), 0);
+  EXPECT_EQ(sink.told(), "error text\n");
+  EXPECT_EQ(call<TrvsIdleCallback>(17), 0);
+  EXPECT_EQ(sink.told(), "");
+}
+
+TEST_F(ToolkitCallbacks, MapCodes) {
+  const struct {
+    int32_t code;
+    const char* told;
+  } retries[] = {
+      {37, "retry 2 p\n"}, {38, "retry 1 p\n"}, {49, "retry 3 p\n"}, {50, "retry 0 p\n"}};
+  for (const auto& c : retries) {
+    EXPECT_EQ(answers<TrvsRetryCallback>(3, c.code, "p"), 2022);
+    EXPECT_EQ(sink.told(), c.told);
+  }
+  const struct {
+    int32_t code;
+    const char* told;
+  } outputs[] = {{0, ""}, {1, "output 0 x\n"}, {15, "output 14 x\n"}, {16, ""}, {-1, ""}};
+  for (const auto& c : outputs) {
+    sink.answer = 0;
+    EXPECT_EQ(call<TrvsOutputCallback>(4, "x", c.code), *c.told == '\0' ? 0 : 2);
+    EXPECT_EQ(sink.told(), c.told);
+  }
+}
+
+TEST_F(ToolkitCallbacks, HandOverCopiesOfAnswers) {
+  sink.answerText = "yes";
+  for (const int32_t id : {5, 6}) {
+    char* answer = nullptr;
+    sink.answer = 1;
+    EXPECT_EQ(call<TrvsConfirmCallback>(id, "a", "b", &answer), 0);
+    EXPECT_EQ(sink.told(), id == 5 ? "confirm a|b\n" : "confirm2 a|b\n");
+    ASSERT_STREQ(answer, "yes");
+    EXPECT_EQ(call<TrvsFreeCallback>(9, answer), 0);
+  }
+  sink.answerText = "";
+  std::string results;
+  for (sink.answer = 0; sink.answer <= 3; ++sink.answer) {
+    char* answer = nullptr;
+    results += std::to_string(call<TrvsConfirmCallback>(5, "a", "b", &answer));
+    call<TrvsFreeCallback>(9, answer);
+  }
+  EXPECT_EQ(results, "2002");
+}
+
+TEST_F(ToolkitCallbacks, TellDirectivesWithoutALineInTheShortForm) {
+  const std::string start = "error Error reading a directive";
+  const struct {
+    const char* line;
+    const char* file;
+    int32_t number;
+    const char* begins;
+  } cases[] = {
+      {"BAD", "f", 3, " on line 3 in the configuration file:\n\nf."},
+      {"", "f", 3, " in the configuration file:\n\nf."},
+      {nullptr, nullptr, 3, " in the configuration file:\n\n."},
+      {"BAD", "f", 0, " in the configuration file:\n\nf."},
+  };
+  for (const auto& c : cases) {
+    EXPECT_EQ(call<TrvsBadDirectiveCallback>(19, 4, c.line, c.file, c.number), 0);
+    EXPECT_TRUE(sink.told().starts_with(start + c.begins)) << c.begins;
+  }
+}
+
+}  // namespace
+}  // namespace foldapi
