@@ -74,7 +74,8 @@ uint64_t TVArchiveMember::computeFingerprint() const {
   return fingerprintText(names_.archivePath.view(), state);
 }
 
-// Sorting ------------------------------------------------------------------------------------------
+// Sorting
+// ------------------------------------------------------------------------------------------
 
 std::string_view TVArchiveMember::sortKey(int* index, int sortType, std::string* scratch) const {
   const int position = *index;
@@ -95,29 +96,30 @@ int TVArchiveMember::compareKey(std::string_view key, int sortType, bool caseSen
   if (sortType == 7) return compareText(key, names_.workName.view(), caseSensitive);
   if (sortType == 9) return compareText(key, names_.archiveName.view(), caseSensitive);
   if (!isQualifiedSort(sortType)) return TVObject::compareKey(key, sortType, caseSensitive);
-  const VPathString path(key);
   std::string scratch;
   int index = 0;
-  const int order = compareText(path.directoryPart().view(), sortKey(&index, sortType, &scratch),
-                                caseSensitive);
+  const int order = compareText(VPathString::directoryPartOf(key),
+                                sortKey(&index, sortType, &scratch), caseSensitive);
   if (order != 0) return order;
   const VPathString& name = sortType == 8 ? names_.archiveName : names_.workName;
-  return compareText(path.fileNamePart().view(), name.view(), caseSensitive);
+  return compareText(VPathString::fileNamePartOf(key), name.view(), caseSensitive);
 }
 
-std::string_view TVArchiveMember::leadingPart(std::string_view key, int sortType) const {
+TVObject::KeyParts TVArchiveMember::keyParts(std::string_view key, int sortType) const {
   if (isQualifiedSort(sortType)) {
-    return key.substr(0, VPathString(key).directoryPart().length());
+    return {{VPathString::directoryPartOf(key), VPathString::fileNamePartOf(key)}, 2};
   }
-  const bool whole = sortType == 7 || sortType == 9 || sortType == kWorkPathOnly ||
-                     sortType == kArchivePathOnly;
-  return whole ? key : std::string_view();
+  const bool whole =
+      sortType == 7 || sortType == 9 || sortType == kWorkPathOnly || sortType == kArchivePathOnly;
+  if (!whole) return {};
+  return {{key}, 1};
 }
 
-// Names --------------------------------------------------------------------------------------------
+// Names
+// --------------------------------------------------------------------------------------------
 
-// A text that shows which separator the paths around this member use: a workfile "pid.c" in "control"
-// is joined as its archive and its folders are written.
+// A text that shows which separator the paths around this member use: a workfile "pid.c" in
+// "control" is joined as its archive and its folders are written.
 std::string_view TVArchiveMember::pathModel() const {
   const auto hasSeparator = [](const VString& text) {
     return text.view().find_first_of("\\/") != std::string_view::npos;
@@ -176,7 +178,8 @@ VString TVArchiveMember::name(const TVOptionArray& options) const {
   return qualWorkName() + "\t(" + qualArchiveName() + ")";
 }
 
-// What an archive that nobody can read knows -------------------------------------------------------
+// What an archive that nobody can read knows
+// -------------------------------------------------------
 
 namespace {
 
@@ -218,7 +221,8 @@ TVObject* TVArchiveMemberOptions::makeObject(const TVMemberNames& names, TVHandl
   return new TVArchiveMember(names, owner, transient);
 }
 
-// The handle ---------------------------------------------------------------------------------------
+// The handle
+// ---------------------------------------------------------------------------------------
 
 VPathString TVArchiveMemberHandle::workName() const {
   const auto* member = as<TVArchiveMember>();
