@@ -1,5 +1,5 @@
-// api/exports.cpp: the exported functions, each one frame around one operation. foldapi.h tells what
-// they promise.
+// api/exports.cpp: the exported functions, each one frame around one operation. foldapi.h tells
+// what they promise.
 #include "api/frames.h"
 #include "domain/archivefolder.h"
 #include "domain/archivemember.h"
@@ -61,7 +61,8 @@ int32_t archiveHasStatus(TVHandle* token, int32_t mask) {
 
 }  // namespace
 
-// Root ---------------------------------------------------------------------------------------------
+// Root
+// ---------------------------------------------------------------------------------------------
 
 const char* GetRootPublicDir(TVHandle* root) {
   return rootText(root, [](auto& handle) { return handle.publicDir(); });
@@ -77,7 +78,8 @@ TVHandle* FindProject(TVHandle* root, const char* name) {
   return api::find<Root, Project>(root, name, kByRow);
 }
 
-// Projects -----------------------------------------------------------------------------------------
+// Projects
+// -----------------------------------------------------------------------------------------
 
 void CreateProject(TVHandle* root, const char* name, const char* privateWorkDir,
                    const char* publicWorkDir) {
@@ -114,20 +116,23 @@ const char* GetProjectPublicDir(TVHandle* project) {
   return projectText(project, [](auto& handle) { return handle.publicDir(); });
 }
 void SetProjectPublicDir(TVHandle* project, const char* directory) {
-  api::guarded([&] { TVProjectFolderHandle(api::resolve<Project>(project)).setPublicDir(directory); });
+  api::guarded(
+      [&] { TVProjectFolderHandle(api::resolve<Project>(project)).setPublicDir(directory); });
 }
 const char* GetProjectPrivateDir(TVHandle* project) {
   return projectText(project, [](auto& handle) { return handle.privateDir(); });
 }
 void SetProjectPrivateDir(TVHandle* project, const char* directory) {
-  api::guarded([&] { TVProjectFolderHandle(api::resolve<Project>(project)).setPrivateDir(directory); });
+  api::guarded(
+      [&] { TVProjectFolderHandle(api::resolve<Project>(project)).setPrivateDir(directory); });
 }
 
 int32_t OpenProject(TVHandle* project) { return api::open<Project>(project); }
 int32_t CloseProject(TVHandle* project) { return api::close<Project>(project); }
 void DestroyProject(TVHandle* project) { api::destroy<Project>(project); }
 
-// Folders ------------------------------------------------------------------------------------------
+// Folders
+// ------------------------------------------------------------------------------------------
 
 TVHandle* GetFirstFolder(TVHandle* project) { return api::first<Folder, Folder>(project); }
 TVHandle* GetNextFolder(TVHandle* project) { return api::next<Folder, Folder>(project); }
@@ -142,7 +147,8 @@ int32_t OpenFolder(TVHandle* folder) { return api::open<Folder>(folder); }
 int32_t CloseFolder(TVHandle* folder) { return api::close<Folder>(folder); }
 void DestroyFolder(TVHandle* folder) { api::destroy<Folder>(folder); }
 
-// Archives: walks and finds ------------------------------------------------------------------------
+// Archives: walks and finds
+// ------------------------------------------------------------------------
 
 TVHandle* GetFirstArchive(TVHandle* parent) { return api::first<Folder, Archive>(parent); }
 TVHandle* GetNextArchive(TVHandle* parent) { return api::next<Folder, Archive>(parent); }
@@ -173,7 +179,8 @@ TVHandle* FindArchiveInFolder(TVHandle* parent, const char* name) {
   return FindArchiveByWorkName(parent, name);
 }
 
-// Archives: changes --------------------------------------------------------------------------------
+// Archives: changes
+// --------------------------------------------------------------------------------
 
 void AddExistingArchive(TVHandle* parent, const char* workfile, const char* archive) {
   api::guarded([&] {
@@ -190,7 +197,8 @@ int32_t OpenArchive(TVHandle* archive) { return api::open<Archive>(archive); }
 int32_t CloseArchive(TVHandle* archive) { return api::close<Archive>(archive); }
 void DestroyArchive(TVHandle* archive) { api::destroy<Archive>(archive); }
 
-// Archives: names ----------------------------------------------------------------------------------
+// Archives: names
+// ----------------------------------------------------------------------------------
 
 const char* GetArchiveName(TVHandle* archive) {
   return archiveText(archive, [](auto& handle) { return handle.archiveName(); });
@@ -208,7 +216,8 @@ const char* GetFullQualWorkfileName(TVHandle* archive) {
   return archiveText(archive, [](auto& handle) { return handle.fullWorkName(); });
 }
 
-// Archives: what the archive file says -------------------------------------------------------------
+// Archives: what the archive file says
+// -------------------------------------------------------------
 
 const char* GetArchiveDescription(TVHandle* archive) {
   return archiveInfoText(archive, &TVArchiveMemberHandle::description);

@@ -1,9 +1,10 @@
 // api/session.cpp: how the library starts: when it is loaded, and when a client names the roots.
+#include "toolkit/session.h"
+
 #include "api/frames.h"
 #include "domain/projectroot.h"
 #include "runtime/platform_path.h"
 #include "store/format52.h"
-#include "toolkit/session.h"
 
 using foldapi::theApiSink;
 using foldapi::theNoLock;
@@ -41,9 +42,8 @@ TVHandle* Init(const char* publicRoot, const char* privateRoot) {
   return foldapi::api::guarded<TVHandle*>(nullptr, [&]() -> TVHandle* {
     foldapi::registerFormat52();
     foldapi::reloadPathMap();
-    const TVProjectRootHandle root =
-        TVProjectRootHandle::create(publicRoot, privateRoot, theNullHandle(), theNoLock(),
-                                    &theApiSink(), kCached, kFormat52);
+    const TVProjectRootHandle root = TVProjectRootHandle::create(
+        publicRoot, privateRoot, theNullHandle(), theNoLock(), &theApiSink(), kCached, kFormat52);
     if (root.isNull()) return nullptr;
     theRootHandle() = root;
     return foldapi::api::tokenOf(theRootHandle());

@@ -66,9 +66,7 @@ class VString {
   std::string text_;
 };
 
-inline VString operator+(const VString& a, const VString& b) {
-  return VString(a.str() + b.str());
-}
+inline VString operator+(const VString& a, const VString& b) { return VString(a.str() + b.str()); }
 
 // Orders two texts without regard to the case of A to Z: both are folded to lower case.
 int compareNoCase(std::string_view a, std::string_view b);

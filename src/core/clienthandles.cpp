@@ -26,8 +26,8 @@ Slots& theSlots() {
   return *slots;
 }
 
-// A token is, from the lowest bit: 4 bits that are clear, as in an aligned pointer, the slot and the
-// generation.
+// A token is, from the lowest bit: 4 bits that are clear, as in an aligned pointer, the slot and
+// the generation.
 constexpr unsigned kAlignmentBits = 4;
 constexpr unsigned kSlotBits = sizeof(void*) == 8 ? 28 : 18;
 constexpr unsigned kGenerationShift = kAlignmentBits + kSlotBits;
@@ -36,7 +36,8 @@ constexpr uintptr_t kGenerationMask = ~uintptr_t{0} >> kGenerationShift;
 
 void* makeToken(uint32_t slot) {
   const uintptr_t generation = theSlots().all[slot].generation;
-  return reinterpret_cast<void*>(generation << kGenerationShift | uintptr_t{slot} << kAlignmentBits);
+  return reinterpret_cast<void*>(generation << kGenerationShift | uintptr_t{slot}
+                                                                      << kAlignmentBits);
 }
 
 }  // namespace

@@ -25,8 +25,8 @@ using TVMakeObject = std::function<TVObject*(TVFolderOptions& options, TVHandle&
                                              TVObject* owner, VBool transient)>;
 
 // Creates a record under its parent, or answers with the one that exists. A new one makes its
-// storage and is appended to its owner's file. Gives a handle without an object where the parent may
-// not contain the class, where its storage can't be locked, or where nothing was made.
+// storage and is appended to its owner's file. Gives a handle without an object where the parent
+// may not contain the class, where its storage can't be locked, or where nothing was made.
 TVHandle createObject(const TVCreateRequest& request, const TVMakeObject& make);
 
 // Whether a text may go into a name or a directory: the data files have no way to hold a line end.

@@ -31,8 +31,8 @@ class TVLockScope {
   TVHandle context_;
 };
 
-// Takes an edit of a handle's object under a caller's scope for the length of a block. The object is
-// held: it may be destroyed meanwhile, and its storage must be given up all the same.
+// Takes an edit of a handle's object under a caller's scope for the length of a block. The object
+// is held: it may be destroyed meanwhile, and its storage must be given up all the same.
 class TVScopedEdit {
  public:
   TVScopedEdit(const TVLockScope& scope, const TVHandle& handle);

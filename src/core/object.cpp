@@ -54,7 +54,8 @@ uint64_t TVObject::fingerprint() const {
   return fingerprint_;
 }
 
-// What an object without storage answers -----------------------------------------------------------
+// What an object without storage answers
+// -----------------------------------------------------------
 
 TVStorageLock* TVObject::lockStorage(TVHandle&) { return TVStorageLock::none(); }
 int TVObject::writeData(TVHandle&, TVStorageLock*) { return 0; }
@@ -107,7 +108,8 @@ int TVObject::compareTo(const TVObject& other, TVChildList& list) const {
   return isA()->ordinal - other.isA()->ordinal;
 }
 
-// References ---------------------------------------------------------------------------------------
+// References
+// ---------------------------------------------------------------------------------------
 
 void TVObject::addReference(int count) {
   for (TVObject* object = this; object != nullptr; object = object->owner_) {
@@ -147,7 +149,8 @@ void TVObject::acquireBusy() {
   busy_ = true;
 }
 
-// Uses and edits -----------------------------------------------------------------------------------
+// Uses and edits
+// -----------------------------------------------------------------------------------
 
 void TVObject::beginUse(TVHandle& context) {
   for (TVObject* child : childrenInOrder()) child->addReference(1);
@@ -167,8 +170,8 @@ void TVObject::endUse() {
   for (auto child = used.rbegin(); child != used.rend(); ++child) (*child)->releaseReference(1);
 }
 
-// Reads the children again and drops those that are gone, by another hand: only memory follows. What
-// could not be read to its end says nothing about what is gone.
+// Reads the children again and drops those that are gone, by another hand: only memory follows.
+// What could not be read to its end says nothing about what is gone.
 void TVObject::reload(TVHandle& context) {
   for (TVObject* child : childrenInOrder()) child->unseen_ = true;
   readData(context, lockData_);
@@ -246,7 +249,8 @@ VBool TVObject::writeInOwner(TVHandle& context) {
   return writeChild(context, owner_->lockData_) != 0;
 }
 
-// The cache ----------------------------------------------------------------------------------------
+// The cache
+// ----------------------------------------------------------------------------------------
 
 TVObject* TVObject::mergeIntoCache(TVObject* fresh, VBool* known) {
   TVObject* owner = fresh->owner_;
@@ -302,7 +306,8 @@ void TVObject::keyChanged(bool inHash, uint64_t fingerprintBefore) {
   }
 }
 
-// Destruction --------------------------------------------------------------------------------------
+// Destruction
+// --------------------------------------------------------------------------------------
 
 void TVObject::destroyObject(TVHandle& context, bool fromDisk) {
   if (deleted_) return;

@@ -5,9 +5,9 @@
 // object, and lives as long as something refers to it. A reference counts on all its ancestors too,
 // so an owner outlives what is used below it.
 //
-// Two more counters tell its state: it is in use while beginUse() calls stand open, and locked while
-// beginEdit() holds its storage. Storage is a subclass's affair: this class only calls the virtual
-// operations that lock, read, write and unlock it.
+// Two more counters tell its state: it is in use while beginUse() calls stand open, and locked
+// while beginEdit() holds its storage. Storage is a subclass's affair: this class only calls the
+// virtual operations that lock, read, write and unlock it.
 #pragma once
 
 #include <array>
@@ -88,8 +88,8 @@ class TVObject : public VObject {
   virtual std::string_view sortKey(int* index, int sortType, std::string* scratch) const;
   // Compares a key with this object: 0 means that it matches, below 0 that it sorts before.
   virtual int compareKey(std::string_view key, int sortType, bool caseSensitive) const;
-  // A key cut up as compareKey() compares it: the first part with sort key 0, the second one, if the
-  // first is equal, with sort key 1. No parts where compareKey() does otherwise.
+  // A key cut up as compareKey() compares it: the first part with sort key 0, the second one, if
+  // the first is equal, with sort key 1. No parts where compareKey() does otherwise.
   struct KeyParts {
     std::array<std::string_view, 2> parts = {};
     int count = 0;
@@ -115,8 +115,8 @@ class TVObject : public VObject {
   // Deletes the object when its count falls below 1, and goes on up the owners.
   void releaseReference(int count);
 
-  // Opens a use: reads the children on the first one, and later when the storage is stale. Where that
-  // throws, no use is open.
+  // Opens a use: reads the children on the first one, and later when the storage is stale. Where
+  // that throws, no use is open.
   void beginUse(TVHandle& context);
   void endUse();
   // Takes the storage for a change, and reads again what changed meanwhile. False when that failed;
@@ -205,7 +205,7 @@ class TVObject : public VObject {
   int useCount_ = 0;
   int refCount_ = 0;
   TVStorageLock* lockData_ = nullptr;
-  TVObject* owner_;             // Not owned; null for a root and once destroyed.
+  TVObject* owner_;              // Not owned; null for a root and once destroyed.
   TVHandle* handles_ = nullptr;  // All handles attached here, linked through the handles.
   TVHash children_;
 };

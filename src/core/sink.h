@@ -1,7 +1,7 @@
 // core/sink.h: TVErrorSink, where every message and question of an operation goes.
 //
-// Each operation takes a context handle and reports through that handle's sink, so a client hears of
-// what it asked for itself. A message has no severity of its own: the operation chosen is the
+// Each operation takes a context handle and reports through that handle's sink, so a client hears
+// of what it asked for itself. A message has no severity of its own: the operation chosen is the
 // severity. `error` ends something larger, `notice` refuses one operation, `alert` tells, without a
 // text, that checked options failed.
 #pragma once

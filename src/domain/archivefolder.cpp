@@ -102,10 +102,9 @@ void TVArchiveFolder::setIsPrivate(VBool isPrivate) {
 
 // At version 1 a folder may hold folders; format 5.2 keeps members only.
 TVArchiveFolderOptions::TVArchiveFolderOptions(int version)
-    : TVArchiveFolderOptions(
-          version, version == 1
-                       ? std::vector{&TVArchiveFolder::theClass, &TVArchiveMember::theClass}
-                       : std::vector{&TVArchiveMember::theClass}) {}
+    : TVArchiveFolderOptions(version, version == 1 ? std::vector{&TVArchiveFolder::theClass,
+                                                                 &TVArchiveMember::theClass}
+                                                   : std::vector{&TVArchiveMember::theClass}) {}
 
 TVArchiveFolderOptions::TVArchiveFolderOptions(int version,
                                                std::vector<const VClassRecord*> childClasses)
@@ -162,8 +161,8 @@ TVArchiveFolderHandle TVArchiveFolderHandle::create(const VString& name, const V
   const TVCreateRequest request = {&TVArchiveFolder::theClass, parent, scope, sink, mode, version};
   return TVArchiveFolderHandle(createObject(
       request, [&](TVFolderOptions& options, TVHandle& result, TVObject* owner, VBool transient) {
-        return static_cast<TVArchiveFolderOptions&>(options).makeObject(
-            name, privateDir, isPrivate, result, owner, transient);
+        return static_cast<TVArchiveFolderOptions&>(options).makeObject(name, privateDir, isPrivate,
+                                                                        result, owner, transient);
       }));
 }
 

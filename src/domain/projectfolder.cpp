@@ -25,11 +25,10 @@ int TVProjectFolder::attribute(const TVOptionArray&) const { return isPrivate() 
 // At version 1 a project may hold promotion groups as well; format 5.2 reads those and makes none.
 TVProjectFolderOptions::TVProjectFolderOptions(int version)
     : TVFolderOptions(&TVProjectFolder::theClass, version, 2,
-                      version == 1 ? std::vector{&TVArchiveFolder::theClass,
-                                                 &TVPromotionFolder::theClass,
-                                                 &TVArchiveMember::theClass}
-                                   : std::vector{&TVArchiveFolder::theClass,
-                                                 &TVArchiveMember::theClass}) {}
+                      version == 1
+                          ? std::vector{&TVArchiveFolder::theClass, &TVPromotionFolder::theClass,
+                                        &TVArchiveMember::theClass}
+                          : std::vector{&TVArchiveFolder::theClass, &TVArchiveMember::theClass}) {}
 
 TVObject* TVProjectFolderOptions::makeObject(const VString& name, const TVProjectConfig& config,
                                              const VString& privateWorkDir,
@@ -78,10 +77,12 @@ void TVProjectFolderHandle::setConfig(const TVProjectConfig& config, TVLockScope
   if (edit.taken() && !isNull()) project->setConfig(config);
 }
 
-TVProjectFolderHandle TVProjectFolderHandle::create(
-    const VString& name, const TVProjectConfig& config, const VString& privateDir,
-    const VString& publicDir, const TVHandle& parent, TVLockScope& scope, TVErrorSink* sink,
-    int mode, int version) {
+TVProjectFolderHandle TVProjectFolderHandle::create(const VString& name,
+                                                    const TVProjectConfig& config,
+                                                    const VString& privateDir,
+                                                    const VString& publicDir,
+                                                    const TVHandle& parent, TVLockScope& scope,
+                                                    TVErrorSink* sink, int mode, int version) {
   TVHandle context(sink != nullptr ? sink : &parent.sink(), nullptr);
   for (const VString* text : {&name, &privateDir, &publicDir}) {
     if (!isStorableText(context, text->view())) return TVProjectFolderHandle();

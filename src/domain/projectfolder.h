@@ -1,5 +1,5 @@
-// domain/projectfolder.h: TVProjectFolder, a folder that the root holds and that carries what only a
-// project has: a configuration, and a public work directory beside the private one.
+// domain/projectfolder.h: TVProjectFolder, a folder that the root holds and that carries what only
+// a project has: a configuration, and a public work directory beside the private one.
 #pragma once
 
 #include "domain/archivefolder.h"

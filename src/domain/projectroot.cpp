@@ -58,8 +58,8 @@ TVProjectRootHandle TVProjectRootHandle::create(const VString& publicDir, const 
   const TVCreateRequest request = {&TVProjectRoot::theClass, owner, scope, sink, mode, version};
   return TVProjectRootHandle(createObject(
       request, [&](TVFolderOptions& options, TVHandle& context, TVObject* parent, VBool transient) {
-        return static_cast<TVProjectRootOptions&>(options).makeObject(publicDir, privateDir, context,
-                                                                      parent, transient);
+        return static_cast<TVProjectRootOptions&>(options).makeObject(publicDir, privateDir,
+                                                                      context, parent, transient);
       }));
 }
 

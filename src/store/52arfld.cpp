@@ -43,7 +43,8 @@ const VString& storageDirOf(const TVObject* owner, Side side) {
   return none;
 }
 
-// Folders ------------------------------------------------------------------------------------------
+// Folders
+// ------------------------------------------------------------------------------------------
 
 TVArchiveFolder52::TVArchiveFolder52(VString name, VString privateWorkDir, VBool isPrivate,
                                      TVObject* owner, VBool transient)
@@ -70,8 +71,8 @@ int TVArchiveFolder52::writeChild(TVHandle& context, TVStorageLock* ownerLock) {
   return result;
 }
 
-// A private folder gets the public stream, of which it has none: read during its own update it finds
-// the file held by itself, and stays as it is until the next use.
+// A private folder gets the public stream, of which it has none: read during its own update it
+// finds the file held by itself, and stays as it is until the next use.
 int TVArchiveFolder52::readData(TVHandle& context, TVStorageLock* lock) {
   auto* writer = static_cast<TVDataFileWriter*>(lock);
   const TextFile* stream = writer == nullptr ? nullptr : writer->stream(Side::kPublic);
@@ -80,8 +81,8 @@ int TVArchiveFolder52::readData(TVHandle& context, TVStorageLock* lock) {
     files_.passOver(ownSide());
     return 0;
   }
-  const int code = files_.read(ownSide(), this, context, kFolderSections,
-                               TVDataFile::Access::kRead, stream);
+  const int code =
+      files_.read(ownSide(), this, context, kFolderSections, TVDataFile::Access::kRead, stream);
   return code == kFolderNoMemory ? kResultNoMemory : 0;
 }
 
@@ -118,7 +119,8 @@ TVObject* TVArchiveFolder52Options::makeObject(const VString& name, const VStrin
   return new TVArchiveFolder52(name, privateWorkDir, isPrivate, owner, transient);
 }
 
-// Members ------------------------------------------------------------------------------------------
+// Members
+// ------------------------------------------------------------------------------------------
 
 // The record lies in the owner's public file if it has one, else in the private one: never in both.
 int TVArchiveMember52::writeChild(TVHandle& context, TVStorageLock* ownerLock) {

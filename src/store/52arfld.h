@@ -1,8 +1,8 @@
 // store/52arfld.h: TVArchiveFolder52 and TVArchiveMember52, what a "trvsfold" file holds.
 //
 // A folder has its own "trvsfold" file, in exactly one place: "trvsfold.pub" in its public storage
-// directory, or "trvsfold.prv" in its private one if the folder is private. A member has no file but
-// its archive.
+// directory, or "trvsfold.prv" in its private one if the folder is private. A member has no file
+// but its archive.
 #pragma once
 
 #include <memory>

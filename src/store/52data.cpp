@@ -36,7 +36,8 @@ constexpr std::string_view kFormatHead = "[FORMAT=TRVS_GUI]\nVersion=5.2\n\n";
 
 }  // namespace
 
-// TVDataFile ---------------------------------------------------------------------------------------
+// TVDataFile
+// ---------------------------------------------------------------------------------------
 
 TVDataFile::TVDataFile(TVObject* owner, TVHandle& context, bool create, bool report, Access access)
     : owner_(owner), context_(context), create_(create), report_(report), access_(access) {}
@@ -105,9 +106,9 @@ int TVDataFile::attempt(const VPathString& path, bool again,
   return report_ ? probe(path, again, stream) : kTryAgain;
 }
 
-// A file that others read can't be had exclusively, and that is told at once. A later try takes such
-// a file for reading: its first write will ask again. Who only looked whether the file is shared, or
-// was about to be done with it, is no reader: so a few looks must agree.
+// A file that others read can't be had exclusively, and that is told at once. A later try takes
+// such a file for reading: its first write will ask again. Who only looked whether the file is
+// shared, or was about to be done with it, is no reader: so a few looks must agree.
 int TVDataFile::probe(const VPathString& path, bool again,
                       std::unique_ptr<TextFile>* stream) const {
   TextFile::Failure why = TextFile::Failure::kNone;
@@ -125,7 +126,8 @@ int TVDataFile::probe(const VPathString& path, bool again,
   return kFolderWriteFailed;
 }
 
-// TVDataFileReader ---------------------------------------------------------------------------------
+// TVDataFileReader
+// ---------------------------------------------------------------------------------
 
 TVDataFileReader::TVDataFileReader(TVObject* owner, TVHandle& context, const VPathString& path,
                                    const VString& directory, const KeyTableEntry* sections,
@@ -158,8 +160,8 @@ int TVDataFileReader::readFile(const TextFile* stream) {
 bool TVDataFileReader::parse(const TextFile& stream) {
   TVKeyFile file(stream.text(), sections_);
   return file.parse([&](int sectionId, std::string_view name, OptionalText value) {
-           return readRecord(file, sectionId, name, value);
-         }) == kKeyFileDone;
+    return readRecord(file, sectionId, name, value);
+  }) == kKeyFileDone;
 }
 
 int TVDataFileReader::readRecord(TVKeyFile& file, int sectionId, std::string_view,
@@ -231,7 +233,8 @@ int TVDataFileReader::mergeProject(const std::string& name, const RecordKeys& ke
   const TVProjectConfig config{VPathString(*keys.config)};
   auto* fresh = new TVProjectFolder52(name, config, keys.workDir, keys.workDir, owner(), false);
   auto* project = static_cast<TVProjectFolder52*>(TVObject::mergeIntoCache(fresh, nullptr));
-  // One that was cached before follows the file, unless it holds a change that is yet to be written.
+  // One that was cached before follows the file, unless it holds a change that is yet to be
+  // written.
   if (project != fresh && !project->isDirty()) {
     project->setConfig(config);
     project->setPublicWorkDir(keys.workDir);
@@ -275,8 +278,8 @@ TVArchiveFolder52* TVDataFileReader::addFolder(const std::string& name, const Re
 }
 
 // The first child in table order of a name that this read has met: one that is cached from before
-// counts only once its own record comes, as if it were read for the first time. Folders are known by
-// their class, so a member or a group of the same name is none.
+// counts only once its own record comes, as if it were read for the first time. Folders are known
+// by their class, so a member or a group of the same name is none.
 TVArchiveFolder* TVDataFileReader::findChild(const std::string& name) {
   if (!byNameFilled_) {
     byNameFilled_ = true;
@@ -312,7 +315,8 @@ int TVDataFileReader::readDocumentRecord(OptionalText value) {
   return kRecordTaken;
 }
 
-// TVDataFileWriter ---------------------------------------------------------------------------------
+// TVDataFileWriter
+// ---------------------------------------------------------------------------------
 
 TVDataFileWriter::TVDataFileWriter(TVObject* owner, TVHandle& context, VPathString publicPath,
                                    VPathString privatePath)
@@ -364,7 +368,8 @@ void TVDataFileWriter::reportWriteFailure(Side side, TVHandle& context) const {
   context.sink().error(context, FolderFileMessage(kFolderWriteFailed, path(side).text()));
 }
 
-// TVDataFilePair -----------------------------------------------------------------------------------
+// TVDataFilePair
+// -----------------------------------------------------------------------------------
 
 VString storageDirectory(const VString& ownerDirectory, std::string_view dir) {
   return dir.empty() ? VString() : VString(joinPath(ownerDirectory.view(), dir));
@@ -389,7 +394,8 @@ int TVDataFilePair::read(Side side, TVObject* owner, TVHandle& context,
                          const TextFile* stream) {
   File& file = at(side);
   const VPathString filePath = path(side);
-  const FileStamp stamp = fileStamp(filePath.view());  // Before the open: what changes later counts.
+  const FileStamp stamp =
+      fileStamp(filePath.view());  // Before the open: what changes later counts.
   file.stamp = {};
   file.unread = true;  // Until told otherwise, also by way of an exception.
   TVDataFileReader reader(owner, context, filePath, file.directory, sections, side, true, access);

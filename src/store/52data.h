@@ -1,6 +1,6 @@
-// store/52data.h: what the four text files of the project database have in common: how one is opened
-// and kept from other processes, its format head, the reader that turns records into objects, and the
-// writer that holds a pair of files open during an update.
+// store/52data.h: what the four text files of the project database have in common: how one is
+// opened and kept from other processes, its format head, the reader that turns records into
+// objects, and the writer that holds a pair of files open during an update.
 //
 // A public file is shared by a team; a private one lies over it for one user. Which files belong to
 // an owner, and which records they hold, is told in 52root, 52proj and 52arfld.
@@ -108,7 +108,9 @@ class TVDataFileWriter : public TVDataFile, public TVStorageLock {
   int open();
 
   // Null when the file isn't open.
-  TextFile* stream(Side side) const { return side == Side::kPublic ? public_.get() : private_.get(); }
+  TextFile* stream(Side side) const {
+    return side == Side::kPublic ? public_.get() : private_.get();
+  }
   const VPathString& path(Side side) const {
     return side == Side::kPublic ? publicPath_ : privatePath_;
   }
@@ -161,8 +163,8 @@ class TVDataFilePair {
   // Whether a side was never read, or changed since.
   bool hasChanged(Side side) const;
 
-  // The writer for an update of the sides asked for; null after a report. A side without a directory
-  // is left out.
+  // The writer for an update of the sides asked for; null after a report. A side without a
+  // directory is left out.
   TVDataFileWriter* beginWrite(TVObject* owner, TVHandle& context, bool publicSide,
                                bool privateSide) const;
   // False, after a report, where the writer holds a file that could not be read: what can't be read

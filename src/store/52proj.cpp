@@ -45,7 +45,8 @@ TVProjectFolder52::~TVProjectFolder52() {
   }
 }
 
-// The record in the root's files -------------------------------------------------------------------
+// The record in the root's files
+// -------------------------------------------------------------------
 
 std::string TVProjectFolder52::record(Side side) const {
   const bool isPublic = side == Side::kPublic;
@@ -70,7 +71,8 @@ int TVProjectFolder52::writeChild(TVHandle& context, TVStorageLock* ownerLock) {
   return result;
 }
 
-// The project's own pair ---------------------------------------------------------------------------
+// The project's own pair
+// ---------------------------------------------------------------------------
 
 int TVProjectFolder52::readSide(Side side, TVHandle& context, const TextFile* stream) {
   if (files_.directory(side).isEmpty()) {
@@ -161,7 +163,8 @@ void TVProjectFolder52::loadCache(TVHandle& context) {
   cache_->loadIfCurrent();
 }
 
-// New projects -------------------------------------------------------------------------------------
+// New projects
+// -------------------------------------------------------------------------------------
 
 // Gives the project a free directory below the root's. False if it has one, or the root has none.
 bool TVProjectFolder52::nameDirectory(Side side) {
@@ -196,9 +199,9 @@ void TVProjectFolder52::createConfigFile(TVHandle& context) const {
   context.sink().error(context, FolderFileMessage(kFolderWriteFailed, path.text()));
 }
 
-// Names a directory for a project of old that has none, and has the root's files say so at once. The
-// name is chosen under the root's lock: another process may have chosen one meanwhile. Where the
-// root's file could not be read, or can't be written, nobody knows whether the project has one.
+// Names a directory for a project of old that has none, and has the root's files say so at once.
+// The name is chosen under the root's lock: another process may have chosen one meanwhile. Where
+// the root's file could not be read, or can't be written, nobody knows whether the project has one.
 bool TVProjectFolder52::assignDirectories(TVHandle& context) {
   TVObject* root = owner();
   if (root == nullptr) return false;

@@ -1,9 +1,9 @@
 // store/52proj.h: TVProjectFolder52, a project in format 5.2.
 //
-// It is stored in two places: its record lies in the root's files, its contents in a pair of its own,
-// "trvsfold.pub" and "trvsfold.prv". Four directories belong to it: the public and the private work
-// directory of the base class, for workfiles, and the public and the private storage directory here,
-// for that pair.
+// It is stored in two places: its record lies in the root's files, its contents in a pair of its
+// own, "trvsfold.pub" and "trvsfold.prv". Four directories belong to it: the public and the private
+// work directory of the base class, for workfiles, and the public and the private storage directory
+// here, for that pair.
 #pragma once
 
 #include <memory>
@@ -26,8 +26,8 @@ class TVProjectFolder52 : public TVProjectFolder {
   void unlockStorage(TVHandle& context, TVStorageLock* lock, bool keep) override;
   // Writes the project's record into both of the root's files. 0 or 4.
   int writeChild(TVHandle& context, TVStorageLock* ownerLock) override;
-  // Reads folders and documents, then the promotion groups, then the archive cache. Files that can't
-  // be read leave a project with what was read, and give 0.
+  // Reads folders and documents, then the promotion groups, then the archive cache. Files that
+  // can't be read leave a project with what was read, and give 0.
   int readData(TVHandle& context, TVStorageLock* lock) override;
   bool readWasComplete() const override { return files_.isComplete(); }
   bool mayUpdate(TVHandle& context, TVStorageLock* lock) override;
@@ -41,8 +41,8 @@ class TVProjectFolder52 : public TVProjectFolder {
   void setStorageDir(Side side, VString directory) {
     files_.setDirectory(side, std::move(directory));
   }
-  // The store of archive summaries; null while the project was not read, has no private directory, or
-  // if it is switched off.
+  // The store of archive summaries; null while the project was not read, has no private directory,
+  // or if it is switched off.
   TVArchiveCache* archiveCache() const { return cache_.get(); }
 
  private:

@@ -40,8 +40,8 @@ int TVProjectRoot52::readSide(Side side, TVHandle& context, const TextFile* stre
     context.sink().error(context, FolderMessage(code));
     return kReadFailed;
   }
-  const int code = files_.read(side, this, context, kRootSections, TVDataFile::Access::kUpdate,
-                               stream);
+  const int code =
+      files_.read(side, this, context, kRootSections, TVDataFile::Access::kUpdate, stream);
   if (code == 0) return 0;
   return code == kFolderNoMemory ? kReadNoMemory : kReadFailed;
 }

@@ -23,7 +23,6 @@ bool TVArchiveCache::readFileText(std::string* text) const {
   return !path_.isEmpty() && readFile(path_.view(), text) == FileResult::kOk;
 }
 
-
 // The number stands at the very start: the rest of the file need not be read for it.
 int32_t TVArchiveCache::readVersion() {
   version_ = 0;

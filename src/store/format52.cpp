@@ -1,5 +1,5 @@
-// store/format52.cpp: the list of all classes, abstract and stored. A list, and not an object in each
-// class's file, since a linker leaves out what nobody names.
+// store/format52.cpp: the list of all classes, abstract and stored. A list, and not an object in
+// each class's file, since a linker leaves out what nobody names.
 #include "store/format52.h"
 
 #include "store/52arfld.h"

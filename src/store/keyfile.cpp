@@ -1,5 +1,5 @@
-// store/keyfile.cpp: how lines fall into sections, keys and values. Malformed text is passed over or
-// taken as a key: nothing in here is an error.
+// store/keyfile.cpp: how lines fall into sections, keys and values. Malformed text is passed over
+// or taken as a key: nothing in here is an error.
 #include "store/keyfile.h"
 
 #include "base/vstring.h"
@@ -20,9 +20,7 @@ std::string_view withoutLeading(std::string_view text, std::string_view set) {
 }  // namespace
 
 TVKeyFile::TVKeyFile(std::string_view text, const KeyTableEntry* sections)
-    : text_(text),
-      sections_(sections),
-      mayHoldNulls_(text.find('\0') != std::string_view::npos) {}
+    : text_(text), sections_(sections), mayHoldNulls_(text.find('\0') != std::string_view::npos) {}
 
 int TVKeyFile::parse(const RecordHandler& handler) {
   std::string_view name;

@@ -77,10 +77,10 @@ class TVKeyFile {
   const KeyTableEntry* sections_;
   bool mayHoldNulls_;
   size_t position_ = 0;
-  std::string_view line_;       // Without its line end.
-  bool lineEnded_ = false;      // The line had an end of its own.
-  bool pushedBack_ = false;     // The line has been looked at but not consumed.
-  OptionalText sectionValue_;   // A section line that is cut off keeps the value of the last one.
+  std::string_view line_;      // Without its line end.
+  bool lineEnded_ = false;     // The line had an end of its own.
+  bool pushedBack_ = false;    // The line has been looked at but not consumed.
+  OptionalText sectionValue_;  // A section line that is cut off keeps the value of the last one.
   std::string macro_;
   std::string expanded_;
 };

@@ -27,7 +27,8 @@ int32_t answered(Ask ask) {
 int32_t goOnIf(bool accepted) { return accepted ? kGoOn : kRefused; }
 
 int32_t onContinue() {
-  return answered([](TVHandle& context) { return goOnIf(context.sink().canContinue(context) == 1); });
+  return answered(
+      [](TVHandle& context) { return goOnIf(context.sink().canContinue(context) == 1); });
 }
 
 // The obstacles that a sink tells apart.
@@ -111,9 +112,9 @@ int32_t onBadDirective(int32_t code, const char* line, const char* file, int32_t
     const VString explanation = ToolkitMessage(code, nullptr);
     const VString lineText = line;
     const VString fileName = file;
-    context.sink().error(
-        context, DirectiveMessage(kFolderDirective, lineText.isEmpty() ? 0 : number, fileName.text(),
-                                  lineText.text(), explanation.text()));
+    context.sink().error(context,
+                         DirectiveMessage(kFolderDirective, lineText.isEmpty() ? 0 : number,
+                                          fileName.text(), lineText.text(), explanation.text()));
     return kGoOn;
   });
 }
