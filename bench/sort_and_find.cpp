@@ -66,7 +66,7 @@ const Kind kQualWork = {
     nullptr,
     FindArchiveByQualWorkName,
     GetQualWorkfileName,
-    [](const Plain& plain) { return std::string(plain.workPath) + "/" + plain.workName; }};
+    [](const Plain& plain) { return std::string(plain.workPath) + "\\" + plain.workName; }};
 
 class Lists {
  public:
@@ -156,7 +156,7 @@ class Lists {
 
   // Looks for a key by the one field or the two that it holds.
   static bool searched(const Kind& kind, const std::vector<Plain>& list, const std::string& key) {
-    const size_t cut = key.rfind('/');
+    const size_t cut = key.rfind('\\');
     const std::string directory = cut == std::string::npos ? "" : key.substr(0, cut);
     const char* const name = key.c_str() + (cut == std::string::npos ? 0 : cut + 1);
     const Field first = kind.order.fields[0];

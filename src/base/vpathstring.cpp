@@ -28,16 +28,20 @@ size_t rootLength(std::string_view path) {
 
 }  // namespace
 
-VPathString VPathString::directoryPart() const {
-  const size_t root = rootLength(text_);
-  size_t length = pathPartLength(text_);
-  if (length > root && isSeparator(text_[length - 1])) --length;
-  return VPathString(view().substr(0, length));
+std::string_view VPathString::directoryPartOf(std::string_view path) {
+  const size_t root = rootLength(path);
+  size_t length = pathPartLength(path);
+  if (length > root && isSeparator(path[length - 1])) --length;
+  return path.substr(0, length);
 }
 
-VPathString VPathString::fileNamePart() const {
-  return VPathString(view().substr(pathPartLength(text_)));
+std::string_view VPathString::fileNamePartOf(std::string_view path) {
+  return path.substr(pathPartLength(path));
 }
+
+VPathString VPathString::directoryPart() const { return VPathString(directoryPartOf(text_)); }
+
+VPathString VPathString::fileNamePart() const { return VPathString(fileNamePartOf(text_)); }
 
 VPathString& VPathString::join(const VString& component, std::string_view like) {
   text_ = joinPath(text_, component.view(), like);

@@ -28,6 +28,10 @@ class VPathString : public VString {
   // they have none, that `like` uses.
   VPathString& join(const VString& component, std::string_view like = {});
 
+  // The same parts of a text that is no value of its own, as views into it.
+  static std::string_view directoryPartOf(std::string_view path);
+  static std::string_view fileNamePartOf(std::string_view path);
+
   VBool exists() const;
   // Removes the file; tells whether that worked.
   VBool remove() const;

@@ -16,18 +16,66 @@ TVHandle& placed(TVHandle& handle, int index, int* position) {
   return handle;
 }
 
-uint64_t bigEndianWord(std::string_view bytes, bool caseSensitive) {
+constexpr size_t kPrefixBytes = 24;
+// Equal beginnings up to here are enough: what comes behind is compared as a whole.
+constexpr size_t kLongestBeginning = 40 * kPrefixBytes;
+
+uint64_t bigEndianWord(const char* bytes) {
   uint64_t word = 0;
-  const size_t count = std::min<size_t>(bytes.size(), 8);
-  for (size_t i = 0; i < count; ++i) {
-    auto byte = static_cast<unsigned char>(bytes[i]);
-    if (!caseSensitive && byte >= 'A' && byte <= 'Z') byte = static_cast<unsigned char>(byte + 32);
-    word |= static_cast<uint64_t>(byte) << (56 - 8 * i);
-  }
+  for (int i = 0; i < 8; ++i) word = word << 8 | static_cast<unsigned char>(bytes[i]);
   return word;
 }
 
+char folded(char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c + 32) : c; }
+
 }  // namespace
+
+// Collects a prefix. Keys are compared one after the other and a key before its extensions, and so
+// are their bytes with NULs between: no key has one.
+class TVChildList::KeyBytes {
+ public:
+  // Passes over the first `offset` bytes.
+  explicit KeyBytes(size_t offset) : skip_(offset) {}
+
+  void add(std::string_view key) {
+    take(key);
+    take(std::string_view("", 1));
+  }
+  // Whether there was more than fits.
+  bool isCut() const { return isCut_; }
+
+  KeyPrefix prefix(bool caseSensitive) {
+    if (!caseSensitive) std::transform(bytes_, bytes_ + used_, bytes_, folded);
+    return words();
+  }
+  // As prefix(), with all bits set where there is a byte.
+  KeyPrefix mask() {
+    std::fill(bytes_, bytes_ + used_, '\xff');
+    return words();
+  }
+
+ private:
+  void take(std::string_view text) {
+    const size_t skipped = std::min(skip_, text.size());
+    skip_ -= skipped;
+    text.remove_prefix(skipped);
+    const size_t count = text.copy(bytes_ + used_, kPrefixBytes - used_);
+    used_ += count;
+    isCut_ = isCut_ || count < text.size();
+  }
+  KeyPrefix words() const {
+    return {{bigEndianWord(bytes_), bigEndianWord(bytes_ + 8), bigEndianWord(bytes_ + 16)}};
+  }
+
+  size_t skip_;
+  size_t used_ = 0;
+  bool isCut_ = false;
+  char bytes_[kPrefixBytes] = {};
+};
+
+TVChildList::KeyPrefix TVChildList::KeyPrefix::maskedBy(const KeyPrefix& mask) const {
+  return {{words[0] & mask.words[0], words[1] & mask.words[1], words[2] & mask.words[2]}};
+}
 
 TVChildList::TVChildList(TVHandle* owner, VBool sortable) : owner_(owner), sortable_(sortable) {}
 
@@ -39,7 +87,7 @@ TVHandle& TVChildList::add(TVErrorSink& sink, TVObject* child) {
   entries_.push_back({{}, &handle, child->isA()});
   needsSort_ = true;
   forgetPlaces();
-  prefixesValid_ = false;
+  prefixKeys_ = 0;
   return handle;
 }
 
@@ -110,35 +158,45 @@ void TVChildList::setCaseSensitive(VBool caseSensitive) {
   caseSensitive_ = caseSensitive;
 }
 
-TVChildList::KeyPrefix TVChildList::prefixOf(std::string_view key, bool caseSensitive) {
-  KeyPrefix prefix;
-  prefix.high = bigEndianWord(key, caseSensitive);
-  if (key.size() > 8) prefix.low = bigEndianWord(key.substr(8), caseSensitive);
-  return prefix;
+// Prefixes tell the order of two entries only where sort keys are what decides: with group orders
+// that differ, or with a class that orders its objects in its own way, they stay out of it. A class
+// with fewer keys than another is compared with it by those that both have.
+int TVChildList::keysThatDecide() {
+  int keys = 0;
+  std::string scratch;
+  const VClassRecord* last = nullptr;
+  for (const Entry& entry : entries_) {
+    if (entry.record == last) continue;
+    const TVObject& object = *entry.handle->object();
+    const SortRow& rule = row(entry.record);
+    int index = 0;
+    object.sortKey(&index, rule.sortType, &scratch);
+    keys = last == nullptr ? -index : std::min(keys, -index);
+    last = entry.record;
+    if (rule.groupOrder != row(entries_.front().record).groupOrder) return 0;
+    if (!object.ordersBySortKeys(rule.sortType)) return 0;
+  }
+  return keys;
 }
 
-// Prefixes tell the order of two entries only where the first sort key is what decides: with group
-// orders that differ, or with a class that orders its objects in its own way, they stay out of it.
-bool TVChildList::prefixesDecide() {
-  for (const Entry& entry : entries_) {
-    const SortRow& rule = row(entry.record);
-    if (rule.groupOrder != rows_.front().groupOrder) return false;
-    if (!entry.handle->object()->ordersBySortKeys(rule.sortType)) return false;
+TVChildList::KeyBytes TVChildList::keyBytes(const Entry& entry, size_t offset,
+                                            std::string* scratch) {
+  KeyBytes bytes(offset);
+  const TVObject& object = *entry.handle->object();
+  const int sortType = row(entry.record).sortType;
+  for (int position = 0; position < prefixKeys_ && !bytes.isCut(); ++position) {
+    int index = position;
+    bytes.add(object.sortKey(&index, sortType, scratch));
   }
-  return true;
+  return bytes;
 }
 
 void TVChildList::fillPrefixes() {
-  prefixesValid_ = !entries_.empty() && prefixesDecide();
+  prefixKeys_ = keysThatDecide();
   keyChangesAtSort_ = TVObject::keyChanges();
   std::string scratch;
   for (Entry& entry : entries_) {
-    entry.prefix = {};
-    if (!prefixesValid_) continue;
-    int index = 0;
-    const TVObject& object = *entry.handle->object();
-    const int sortType = row(entry.record).sortType;
-    entry.prefix = prefixOf(object.sortKey(&index, sortType, &scratch), caseSensitive_);
+    entry.prefix = keyBytes(entry, 0, &scratch).prefix(caseSensitive_);
   }
 }
 
@@ -150,18 +208,63 @@ void TVChildList::sortIfNeeded() {
   cursor_ = 0;
 }
 
-// A merge sort: it stays within bounds whatever the comparison answers, which with mixed classes
-// need not be consistent.
 void TVChildList::sort() {
   fillPrefixes();
   forgetPlaces();
-  const auto before = [this](const Entry& a, const Entry& b) {
+  if (prefixKeys_ != 0) {
+    sortRun(0, entries_.size(), 0);
+  } else {
+    sortByComparing(0, entries_.size());
+  }
+}
+
+// Sorts entries whose keys are equal up to `offset` by what comes next, and then those that are
+// still equal among themselves. So an object is touched once for each prefix of its keys, and not
+// whenever it is compared.
+void TVChildList::sortRun(size_t begin, size_t end, size_t offset) {
+  struct Item {
+    KeyPrefix prefix;
+    size_t place;
+  };
+  std::vector<Item> items;
+  items.reserve(end - begin);
+  std::string scratch;
+  for (size_t i = begin; i < end; ++i) {
+    items.push_back({offset == 0 ? entries_[i].prefix
+                                 : keyBytes(entries_[i], offset, &scratch).prefix(caseSensitive_),
+                     i});
+  }
+  std::sort(items.begin(), items.end(), [this](const Item& a, const Item& b) {
+    if (a.prefix == b.prefix) return a.place < b.place;
+    return ascending_ ? a.prefix < b.prefix : b.prefix < a.prefix;
+  });
+  std::vector<Entry> sorted;
+  sorted.reserve(items.size());
+  for (const Item& item : items) sorted.push_back(entries_[item.place]);
+  std::copy(sorted.begin(), sorted.end(), entries_.begin() + static_cast<std::ptrdiff_t>(begin));
+  for (size_t first = 0, next; first < items.size(); first = next) {
+    for (next = first + 1; next < items.size() && items[next].prefix == items[first].prefix;)
+      ++next;
+    if (next == first + 1) continue;
+    // Where one of equal beginnings is cut, all are: they have equally many keys.
+    const bool goesOn = keyBytes(sorted[first], offset, &scratch).isCut();
+    if (goesOn && offset < kLongestBeginning) {
+      sortRun(begin + first, begin + next, offset + kPrefixBytes);
+    } else {
+      sortByComparing(begin + first, begin + next);
+    }
+  }
+}
+
+// A merge sort: it stays within bounds whatever the comparison answers, which with mixed classes
+// need not be consistent.
+void TVChildList::sortByComparing(size_t begin, size_t end) {
+  const auto at = [this](size_t i) { return entries_.begin() + static_cast<std::ptrdiff_t>(i); };
+  std::stable_sort(at(begin), at(end), [this](const Entry& a, const Entry& b) {
     const Entry& left = ascending_ ? a : b;
     const Entry& right = ascending_ ? b : a;
-    if (left.prefix != right.prefix) return left.prefix < right.prefix;
     return left.handle->object()->compareTo(*right.handle->object(), *this) < 0;
-  };
-  std::stable_sort(entries_.begin(), entries_.end(), before);
+  });
 }
 
 // Walks
@@ -260,7 +363,8 @@ TVHandle& TVChildList::found(int index, int* position) {
 
 TVHandle& TVChildList::findNext(int* position) {
   dropRetired();
-  if (keyChangesAtSort_ != TVObject::keyChanges()) {  // Prefixes may be those of old keys.
+  // Prefixes may be those of old keys, or missing with new entries.
+  if (prefixKeys_ == 0 || keyChangesAtSort_ != TVObject::keyChanges()) {
     find_.prefixKnown = true;
     find_.prefixed = false;
   }
@@ -338,17 +442,29 @@ bool TVChildList::isSought(const Entry& entry) const {
 // Compares the key of the find with an entry of the sought class: 0 is a match, below 0 lies before
 // it.
 int TVChildList::match(const Entry& entry) {
-  if (find_.prefixed && entry.prefix != find_.prefix) {
-    return find_.prefix < entry.prefix ? -1 : 1;
-  }
-  const TVObject* object = entry.handle->object();
   if (find_.record != nullptr && find_.bisect && !find_.prefixKnown) {
-    find_.prefixKnown = true;
-    const std::string_view lead = object->leadingPart(find_.key.view(), find_.sortType);
-    find_.prefixed = prefixesValid_ && lead.data() != nullptr;
-    if (find_.prefixed) find_.prefix = prefixOf(lead, caseSensitive_);
+    preparePrefix(*entry.handle->object());
   }
-  return object->compareKey(find_.key.view(), find_.sortType, find_.caseSensitive);
+  if (find_.prefixed) {
+    const KeyPrefix prefix = entry.prefix.maskedBy(find_.mask);
+    if (prefix != find_.prefix) return find_.prefix < prefix ? -1 : 1;
+    if (find_.isWhole) return 0;
+  }
+  return entry.handle->object()->compareKey(find_.key.view(), find_.sortType, find_.caseSensitive);
+}
+
+// Makes the prefix of the key, as an object of the sought class would have it.
+void TVChildList::preparePrefix(const TVObject& object) {
+  find_.prefixKnown = true;
+  const TVObject::KeyParts key = object.keyParts(find_.key.view(), find_.sortType);
+  const int count = std::min(key.count, prefixKeys_);
+  find_.prefixed = count != 0 && !find_.key.contains('\0');
+  if (!find_.prefixed) return;
+  KeyBytes bytes(0);
+  for (int i = 0; i < count; ++i) bytes.add(key.parts[static_cast<size_t>(i)]);
+  find_.isWhole = count == key.count && !bytes.isCut();
+  find_.prefix = bytes.prefix(caseSensitive_);
+  find_.mask = bytes.mask();
 }
 
 }  // namespace foldapi

@@ -1,10 +1,11 @@
 // core/childlist.h: TVChildList, what an open handle shows of its object's children.
 //
 // One handle per child, sorted by rules that are kept per class, with a cursor for walks and the
-// state of the running find. Beside each handle stands the beginning of its first sort key, folded:
+// state of the running find. Beside each handle stands the beginning of its sort keys, folded:
 // sorting and bisecting look there first and touch the objects only where those bytes are equal.
 #pragma once
 
+#include <array>
 #include <cstdint>
 #include <deque>
 #include <string>
@@ -59,12 +60,13 @@ class TVChildList {
   bool isCaseSensitive() const { return caseSensitive_; }
 
  private:
-  // The first 16 bytes of a key as two numbers that order as the bytes do.
+  // 24 bytes of sort keys, each with a NUL behind it, as numbers that order as the bytes do.
   struct KeyPrefix {
-    uint64_t high = 0;
-    uint64_t low = 0;
+    std::array<uint64_t, 3> words = {};
     auto operator<=>(const KeyPrefix&) const = default;
+    KeyPrefix maskedBy(const KeyPrefix& mask) const;
   };
+  class KeyBytes;
   struct Entry {
     KeyPrefix prefix;
     TVHandle* handle;
@@ -85,17 +87,22 @@ class TVChildList {
     int position = -1;  // Next index for findNext(); -1 when the find is finished.
     bool bisect = false;
     bool caseSensitive = false;
-    bool prefixKnown = false;  // `prefix` and `prefixed` stand for this find.
-    bool prefixed = false;     // Entries of the class `record` may be compared by `prefix`.
+    bool prefixKnown = false;  // The rest stands for this find.
+    bool prefixed = false;     // Entries of the class `record` may be compared by `prefix`,
+    bool isWhole = false;      // and match if that is equal.
     KeyPrefix prefix;
+    KeyPrefix mask;  // The bytes of an entry's prefix that `prefix` is compared with.
   };
 
   SortRow& row(const VClassRecord* record);
-  static KeyPrefix prefixOf(std::string_view key, bool caseSensitive);
   void sortIfNeeded();
   void sort();
-  bool prefixesDecide();
+  void sortRun(size_t begin, size_t end, size_t offset);
+  void sortByComparing(size_t begin, size_t end);
+  int keysThatDecide();
   void fillPrefixes();
+  KeyBytes keyBytes(const Entry& entry, size_t offset, std::string* scratch);
+  void preparePrefix(const TVObject& object);
   void dropRetired();
   TVHandle& step(int from, int direction, const VClassRecord* record, int* position);
   TVHandle& found(int index, int* position);
@@ -119,7 +126,7 @@ class TVChildList {
   bool caseSensitive_ = false;
   bool needsSort_ = false;
   bool hasRetired_ = false;
-  bool prefixesValid_ = false;
+  int prefixKeys_ = 0;  // How many sort keys are in the prefixes; 0 while these mean nothing.
   uint64_t keyChangesAtSort_ = 0;
 };
 

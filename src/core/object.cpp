@@ -73,7 +73,7 @@ int TVObject::describe(TVHandle&, uint32_t* status) {
 
 std::string_view TVObject::sortKey(int*, int, std::string*) const { return ""; }
 int TVObject::compareKey(std::string_view, int, bool) const { return 0; }
-std::string_view TVObject::leadingPart(std::string_view, int) const { return {}; }
+TVObject::KeyParts TVObject::keyParts(std::string_view, int) const { return {}; }
 bool TVObject::ordersBySortKeys(int) const { return true; }
 VString TVObject::name(const TVOptionArray&) const { return {}; }
 int TVObject::attribute(const TVOptionArray&) const { return 0; }

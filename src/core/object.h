@@ -10,6 +10,7 @@
 // virtual operations that lock, read, write and unlock it.
 #pragma once
 
+#include <array>
 #include <cstdint>
 #include <string>
 #include <string_view>
@@ -87,9 +88,13 @@ class TVObject : public VObject {
   virtual std::string_view sortKey(int* index, int sortType, std::string* scratch) const;
   // Compares a key with this object: 0 means that it matches, below 0 that it sorts before.
   virtual int compareKey(std::string_view key, int sortType, bool caseSensitive) const;
-  // The part of a key that compareKey() compares with sort key 0 before anything else; a view
-  // without data where it does otherwise.
-  virtual std::string_view leadingPart(std::string_view key, int sortType) const;
+  // A key cut up as compareKey() compares it: the first part with sort key 0, the second one, if
+  // the first is equal, with sort key 1. No parts where compareKey() does otherwise.
+  struct KeyParts {
+    std::array<std::string_view, 2> parts = {};
+    int count = 0;
+  };
+  virtual KeyParts keyParts(std::string_view key, int sortType) const;
   // Whether compareTo() is that of this class under this sort type.
   virtual bool ordersBySortKeys(int sortType) const;
   virtual VBool isSortable() const { return true; }

@@ -69,8 +69,9 @@ int TVArchiveFolder::compareKey(std::string_view key, int sortType, bool caseSen
   return compareText(key, TVArchiveFolder::sortKey(&index, sortType, nullptr), caseSensitive);
 }
 
-std::string_view TVArchiveFolder::leadingPart(std::string_view key, int sortType) const {
-  return sortType == 2 || sortType == 3 ? key : std::string_view();
+TVObject::KeyParts TVArchiveFolder::keyParts(std::string_view key, int sortType) const {
+  if (sortType != 2 && sortType != 3) return {};
+  return {{key}, 1};
 }
 
 VString TVArchiveFolder::nameFor(const VClassRecord* record, const TVOptionArray& options) const {

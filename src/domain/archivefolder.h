@@ -26,7 +26,7 @@ class TVArchiveFolder : public TVObject {
   // Keys: 0 and 4 privacy first, 2 name first, 3 work directory first; any other type as 0.
   std::string_view sortKey(int* index, int sortType, std::string* scratch) const override;
   int compareKey(std::string_view key, int sortType, bool caseSensitive) const override;
-  std::string_view leadingPart(std::string_view key, int sortType) const override;
+  KeyParts keyParts(std::string_view key, int sortType) const override;
   // The name, or in the long form the name, a tab and the work directory.
   VString name(const TVOptionArray& options) const override;
   int attribute(const TVOptionArray& options) const override;

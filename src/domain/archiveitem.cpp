@@ -44,8 +44,9 @@ int TVArchiveItem::compareKey(std::string_view key, int sortType, bool caseSensi
   return sortType == 2 ? compareText(key, itemName_.view(), caseSensitive) : 0;
 }
 
-std::string_view TVArchiveItem::leadingPart(std::string_view key, int sortType) const {
-  return sortType == 2 ? key : std::string_view();
+TVObject::KeyParts TVArchiveItem::keyParts(std::string_view key, int sortType) const {
+  if (sortType != 2) return {};
+  return {{key}, 1};
 }
 
 int TVArchiveItem::compareTo(const TVObject& other, TVChildList& list) const {

@@ -24,7 +24,7 @@ class TVArchiveItem : public TVObject {
   std::string_view sortKey(int* index, int sortType, std::string* scratch) const override;
   // Types 0 and 1 compare with the number's text, byte by byte; 2 with the name.
   int compareKey(std::string_view key, int sortType, bool caseSensitive) const override;
-  std::string_view leadingPart(std::string_view key, int sortType) const override;
+  KeyParts keyParts(std::string_view key, int sortType) const override;
   bool ordersBySortKeys(int sortType) const override { return sortType != 0 && sortType != 1; }
   // Under types 0 and 1 numbers order as numbers.
   int compareTo(const TVObject& other, TVChildList& list) const override;

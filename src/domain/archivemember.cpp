@@ -97,23 +97,23 @@ int TVArchiveMember::compareKey(std::string_view key, int sortType, bool caseSen
   if (sortType == 7) return compareText(key, names_.workName.view(), caseSensitive);
   if (sortType == 9) return compareText(key, names_.archiveName.view(), caseSensitive);
   if (!isQualifiedSort(sortType)) return TVObject::compareKey(key, sortType, caseSensitive);
-  const VPathString path(key);
   std::string scratch;
   int index = 0;
-  const int order =
-      compareText(path.directoryPart().view(), sortKey(&index, sortType, &scratch), caseSensitive);
+  const int order = compareText(VPathString::directoryPartOf(key),
+                                sortKey(&index, sortType, &scratch), caseSensitive);
   if (order != 0) return order;
   const VPathString& name = sortType == 8 ? names_.archiveName : names_.workName;
-  return compareText(path.fileNamePart().view(), name.view(), caseSensitive);
+  return compareText(VPathString::fileNamePartOf(key), name.view(), caseSensitive);
 }
 
-std::string_view TVArchiveMember::leadingPart(std::string_view key, int sortType) const {
+TVObject::KeyParts TVArchiveMember::keyParts(std::string_view key, int sortType) const {
   if (isQualifiedSort(sortType)) {
-    return key.substr(0, VPathString(key).directoryPart().length());
+    return {{VPathString::directoryPartOf(key), VPathString::fileNamePartOf(key)}, 2};
   }
   const bool whole =
       sortType == 7 || sortType == 9 || sortType == kWorkPathOnly || sortType == kArchivePathOnly;
-  return whole ? key : std::string_view();
+  if (!whole) return {};
+  return {{key}, 1};
 }
 
 // Names

@@ -46,7 +46,7 @@ class TVArchiveMember : public TVObject {
   // Keys: 0 and 6 work path, 5 full work path, 7 work name, 8 archive path, 9 archive name first.
   std::string_view sortKey(int* index, int sortType, std::string* scratch) const override;
   int compareKey(std::string_view key, int sortType, bool caseSensitive) const override;
-  std::string_view leadingPart(std::string_view key, int sortType) const override;
+  KeyParts keyParts(std::string_view key, int sortType) const override;
   // Branches below a member stay in the order in which they were read.
   VBool isSortable() const override { return false; }
   VString name(const TVOptionArray& options) const override;

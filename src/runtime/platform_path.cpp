@@ -133,8 +133,8 @@ PlainPath::PlainPath(std::string_view path) {
   if (length_ == 0) isValid_ = false;
   if (!isValid_) length_ = 0;
   text_[length_] = '\0';
-  for (size_t i = start; i < length_; ++i) {
-    if (text_[i] == '\\' && mbTrailOffset(path, i - start) == 0) text_[i] = '/';
+  for (size_t i = path.find('\\'); isValid_ && i < path.size(); i = path.find('\\', i + 1)) {
+    if (mbTrailOffset(path, i) == 0) text_[start + i] = '/';
   }
 }
 

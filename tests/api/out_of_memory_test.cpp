@@ -23,12 +23,14 @@ void* allocate(size_t size) {
 
 }  // namespace
 
-void* operator new(size_t size) {
+// All out of line: where only one of a pair is inlined, compilers see a mismatch.
+[[gnu::noinline]] void* operator new(size_t size) {
   if (void* const memory = allocate(size)) return memory;
   throw std::bad_alloc();
 }
-void* operator new(size_t size, const std::nothrow_t&) noexcept { return allocate(size); }
-// Out of line: inlined, compilers take them for a mismatch with the operator new that they know.
+[[gnu::noinline]] void* operator new(size_t size, const std::nothrow_t&) noexcept {
+  return allocate(size);
+}
 [[gnu::noinline]] void operator delete(void* memory) noexcept { std::free(memory); }
 [[gnu::noinline]] void operator delete(void* memory, size_t) noexcept { std::free(memory); }
 [[gnu::noinline]] void operator delete(void* memory, const std::nothrow_t&) noexcept {

@@ -148,8 +148,8 @@ class Seeded : public ChildLists {
   // Few enough that parts of keys meet, with cases, signs and a beginning longer than what a list
   // remembers of a key.
   VPathString name() {
-    static const char* const all[] = {"",     "a",   "A",   "ab", "aB", "a_b",     "a^b",
-                                      "\xe4", "b.c", "B.C", "z",  "_",  "V:\\src", "V:\\SRC"};
+    static const char* const all[] = {"",     "a",  "A",   "ab", "aB", "a_b",     "a^b",
+                                      "\xe4", "Z_", "B.C", "z_", "_",  "V:\\src", "V:\\SRC"};
     const std::string text = all[upTo(14)];
     return VPathString(upTo(3) == 0 ? "the same long beginning " + text : text);
   }
