@@ -92,7 +92,8 @@ bool appendToFile(const std::string& path, std::string_view text) {
       ::open(path.c_str(), O_WRONLY | O_APPEND | O_CREAT | O_CLOEXEC | O_NONBLOCK, 0666);
   if (file < 0) return false;
   const ssize_t written = ::write(file, text.data(), text.size());
-  return (::close(file) == 0) & (written == static_cast<ssize_t>(text.size()));
+  const bool isClosed = ::close(file) == 0;
+  return isClosed && written == static_cast<ssize_t>(text.size());
 }
 
 void waitAMoment() {

@@ -1,7 +1,10 @@
 // btkf520/checkin_test.cpp: creating archives, checking in and checking out through the C
 // functions.
+#include <sys/resource.h>
+#include <sys/wait.h>
 #include <utime.h>
 
+#include <csignal>
 #include <cstring>
 #include <random>
 
@@ -403,6 +406,29 @@ TEST_F(CheckOut, RefusesDamagedRevisionsAndGivesTheOthers) {
   EXPECT_EQ(TrvsVerifyArchive(kContext, archive().c_str(), damaged, 4), 8);
   EXPECT_EQ(TrvsVerifyArchive(kContext, archive().c_str(), damaged, 16), 27);
   EXPECT_EQ(std::string(damaged, 5), "1.0\0\0"s);
+}
+
+// A full disk, by a limit on the size of files.
+TEST_F(CheckOut, LeavesAllAsItWasWhenTheDiskIsFull) {
+  ASSERT_EQ(create(), 0);
+  const std::string large(200000, 'x');
+  ASSERT_EQ(put(large, {}), 0);
+  write("m.c", "before");
+  const std::string file = support::readFile(archive());
+  const pid_t child = fork();
+  if (child == 0) {
+    signal(SIGXFSZ, SIG_IGN);
+    const rlimit limit{file.size() / 2, file.size() / 2};
+    setrlimit(RLIMIT_FSIZE, &limit);
+    _exit(get({}) != 77 || lock() != 77 || label("REL", "1.0") != 77 ? 1 : 0);
+  }
+  int status = -1;
+  waitpid(child, &status, 0);
+  EXPECT_EQ(status, 0);
+  EXPECT_EQ(support::readFile(workfile()), "before");
+  EXPECT_TRUE(support::readFile(archive()) == file);
+  mkdir(path("directory").c_str(), 0777);
+  EXPECT_EQ(TrvsUnLockRevision(kContext, path("directory").c_str(), nullptr, nullptr), 5);
 }
 
 TEST_F(CheckIn, ComputesArchiveNames) {

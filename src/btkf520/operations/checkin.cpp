@@ -212,7 +212,7 @@ Status CheckIn::assignGroup() {
 Status CheckIn::add() {
   const std::string label(textOf(request_.label));
   if (parent_) std::erase(task_.model.findRevision(*parent_)->lockers, task_.user());
-  Branch* branch = const_cast<Branch*>(branchOf(task_.model, number_));
+  Branch* branch = task_.model.findBranch(branchNumber(number_));
   if (branch == nullptr) branch = &task_.model.addBranch(number_.parent());
   fillRevision(&branch->revisions.emplace_back());
   branch->revisions.back().content = task_.archive().put(content_.bytes());

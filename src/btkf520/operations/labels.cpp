@@ -36,7 +36,7 @@ Status label(const char* archive, const char* label, const char* revision, bool 
   if (const Status status = task.openToUpdate(archive, "LABEL")) return status;
   const Revision* found = nullptr;
   if (const Status status = findRevision(task.model, revision, &found)) return status;
-  const Number target = floats ? branchOf(task.model, found->number)->number : found->number;
+  const Number target = floats ? branchNumber(found->number) : found->number;
   if (const Status status = setLabel(&task.model, label, target, moving, task.archiveText())) {
     return status;
   }

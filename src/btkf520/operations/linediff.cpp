@@ -135,7 +135,8 @@ std::vector<Edit> compareLines(const std::vector<std::string_view>& first,
   Numbering numbering(rules);
   const std::string from = numbering.numbered(first);
   const std::string to = numbering.numbered(second);
-  git_diff_options options = GIT_DIFF_OPTIONS_INIT;
+  git_diff_options options;
+  git_diff_options_init(&options, GIT_DIFF_OPTIONS_VERSION);
   options.context_lines = 0;
   options.interhunk_lines = 0;
   options.max_size = -1;

@@ -35,8 +35,8 @@ Status promote(const char* archive, const char* group, bool acrossBranches) {
   const Revision* lower = revisionInGroup(task.model, group);
   if (lower == nullptr) return kCannotPromote;
   const Revision* higher = revisionInGroup(task.model, parent);
-  const bool isElsewhere = higher != nullptr && branchOf(task.model, higher->number) !=
-                                                    branchOf(task.model, lower->number);
+  const bool isElsewhere =
+      higher != nullptr && branchNumber(higher->number) != branchNumber(lower->number);
   if (isElsewhere && !acrossBranches && !client::retries(kOtherBranch, task.archiveText())) {
     return kOtherBranch;
   }

@@ -34,8 +34,12 @@ Status findRevision(const ArchiveModel& model, const char* text, const Revision*
   return kDone;
 }
 
+Number branchNumber(const Number& revision) {
+  return revision.level() == 1 ? Number::trunk() : revision.parent();
+}
+
 const Branch* branchOf(const ArchiveModel& model, const Number& revision) {
-  return revision.level() == 1 ? &model.trunk() : model.findBranch(revision.parent());
+  return model.findBranch(branchNumber(revision));
 }
 
 bool isTip(const ArchiveModel& model, const Revision& revision) {
@@ -92,9 +96,7 @@ Status RevisionRange::parse(const ArchiveModel& model, const char* text, Revisio
 
 bool RevisionRange::contains(const Revision& revision) const {
   const Number& number = revision.number;
-  if (!branch_.isEmpty()) {
-    return branch_.isTrunk() ? number.level() == 1 : number.parent() == branch_;
-  }
+  if (!branch_.isEmpty()) return branchNumber(number) == branch_;
   return (from_.isEmpty() || from_ <= number) && (to_.isEmpty() || number <= to_);
 }
 

@@ -20,7 +20,9 @@ namespace btkf {
 //   kNoSuchLabel (11)  no such label, or one that floats with a branch that is gone
 Status findRevision(const ArchiveModel& model, const char* text, const Revision** revision);
 
-// The branch of a revision, by its number. Null for none.
+// The number of the branch that a revision of this number stands on.
+Number branchNumber(const Number& revision);
+// That branch. Null for none.
 const Branch* branchOf(const ArchiveModel& model, const Number& revision);
 bool isTip(const ArchiveModel& model, const Revision& revision);
 

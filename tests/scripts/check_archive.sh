@@ -1,0 +1,33 @@
+#!/bin/sh
+# Runs the C example of archives in a fresh directory: check_archive.sh ARCHIVE [PREFIX...]. Its exit
+# codes must be those that it promises, and its tree the one that it builds. PREFIX is a command that
+# runs it, such as valgrind with options.
+set -eu
+archive=$1
+shift
+dir=$(mktemp -d)
+trap 'rm -rf "$dir"' EXIT
+
+"$@" "$archive" "$dir" > "$dir/out"
+grep '^  *1\.[0-9.]* ' "$dir/out" > "$dir/tree"
+diff -u - "$dir/tree" << 'EXPECTED'
+    1.0 First version
+    1.1 Add the brake [REL_1]
+        1.1.1.0 Repair the old version [development]
+    1.2 Windows line ends [NEXT] [production]
+EXPECTED
+
+expect() {
+  want=$1
+  shift
+  code=0
+  "$@" > "$dir/out" 2> "$dir/err" || code=$?
+  if [ "$code" -ne "$want" ]; then
+    echo "exit code $code instead of $want: $*"
+    cat "$dir/out" "$dir/err"
+    exit 1
+  fi
+}
+expect 2 "$@" "$archive"
+expect 1 "$@" "$archive" "$dir"
+grep -q 'status 3$' "$dir/err"  # The archive is there already.
