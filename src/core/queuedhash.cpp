@@ -1,16 +1,22 @@
 // core/queuedhash.cpp: the queue beside the table.
 //
-// The table tells of every value that comes, goes or is found; the queue follows. Walks follow the
-// queue too, and step off a value before it leaves. Its test: queuedhash_test.cpp.
+// The table tells of every value that comes, goes or is found; the queue, whose links lie in the
+// values, follows. Walks follow the queue too, and step off a value before it leaves. Its test:
+// queuedhash_test.cpp.
 #include "core/queuedhash.h"
 
 #include <algorithm>
-#include <iterator>
 
 namespace foldapi {
 
 const VClassRecord TVQueuedHash::theClass = {"TVQueuedHash", &TVHash::theClass, 0,
                                              []() -> VObject* { return new TVQueuedHash; }};
+
+namespace {
+
+TVQueuedValue* queued(VObject* value) { return static_cast<TVQueuedValue*>(value); }
+
+}  // namespace
 
 TVQueuedHash::TVQueuedHash(int capacity) : TVHash(capacity) {}
 
@@ -33,52 +39,73 @@ int TVQueuedHash::resize(int bucketCount) {
 
 void TVQueuedHash::trimTo(int count) {
   while (size() > count) {
-    VObject* oldest = queue_.front();
+    VObject* oldest = oldest_;
     if (removeIdentical(oldest) == nullptr) return;  // Its key changed behind the table's back.
     delete oldest;
   }
 }
 
-void TVQueuedHash::touch(VObject* value) {
-  if (!hasIterators()) queue_.splice(queue_.end(), queue_, places_.at(value));
+std::vector<VObject*> TVQueuedHash::values() const {
+  std::vector<VObject*> all;
+  all.reserve(static_cast<size_t>(size()));
+  for (TVQueuedValue* value = oldest_; value != nullptr; value = value->newer_) {
+    all.push_back(value);
+  }
+  return all;
 }
 
-void TVQueuedHash::entered(VObject* value) { places_[value] = queue_.insert(queue_.end(), value); }
+// The queue ----------------------------------------------------------------------------------------
+
+void TVQueuedHash::insert(TVQueuedValue* value, TVQueuedValue* older, TVQueuedValue* newer) {
+  value->older_ = older;
+  value->newer_ = newer;
+  (older == nullptr ? oldest_ : older->newer_) = value;
+  (newer == nullptr ? newest_ : newer->older_) = value;
+}
+
+void TVQueuedHash::unlink(TVQueuedValue* value) {
+  (value->older_ == nullptr ? oldest_ : value->older_->newer_) = value->newer_;
+  (value->newer_ == nullptr ? newest_ : value->newer_->older_) = value->older_;
+  value->older_ = nullptr;
+  value->newer_ = nullptr;
+}
+
+void TVQueuedHash::touch(VObject* value) {
+  if (hasIterators() || value == newest_) return;
+  unlink(queued(value));
+  insert(queued(value), newest_, nullptr);
+}
+
+void TVQueuedHash::entered(VObject* value) { insert(queued(value), newest_, nullptr); }
 
 void TVQueuedHash::left(VObject* value) {
-  const auto place = places_.find(value);
-  const auto next = queue_.erase(place->second);
-  places_.erase(place);
+  VObject* next = queued(value)->newer_;
+  unlink(queued(value));
   for (TVIterator* i = iterators_; i != nullptr; i = i->nextIterator_) {
-    if (i->queued_ == value) i->queued_ = next == queue_.end() ? nullptr : *next;
+    if (i->queued_ == value) i->queued_ = next;
   }
 }
 
 void TVQueuedHash::exchanged(VObject* value, VObject* with) {
-  const auto place = places_.at(value);
-  *place = with;
-  places_.erase(value);
-  places_[with] = place;
+  TVQueuedValue* older = queued(value)->older_;
+  TVQueuedValue* newer = queued(value)->newer_;
+  unlink(queued(value));
+  insert(queued(with), older, newer);
   for (TVIterator* i = iterators_; i != nullptr; i = i->nextIterator_) {
     if (i->queued_ == value) i->queued_ = with;
   }
 }
 
 void TVQueuedHash::emptied() {
-  queue_.clear();
-  places_.clear();
+  while (oldest_ != nullptr) unlink(oldest_);
   for (TVIterator* i = iterators_; i != nullptr; i = i->nextIterator_) i->queued_ = nullptr;
 }
 
-void TVQueuedHash::iteratorBegin(TVIterator* iterator) const {
-  iterator->queued_ = queue_.empty() ? nullptr : queue_.front();
-}
+void TVQueuedHash::iteratorBegin(TVIterator* iterator) const { iterator->queued_ = oldest_; }
 
 VObject* TVQueuedHash::iteratorNext(TVIterator* iterator) const {
   VObject* value = iterator->queued_;
-  if (value == nullptr) return nullptr;
-  const auto next = std::next(places_.at(value));
-  iterator->queued_ = next == queue_.end() ? nullptr : *next;
+  if (value != nullptr) iterator->queued_ = queued(value)->newer_;
   return value;
 }
 

@@ -2,14 +2,25 @@
 // longest time.
 #pragma once
 
-#include <list>
-#include <unordered_map>
-
 #include "core/hash.h"
 
 namespace foldapi {
 
-// Holds at most as many values as it has buckets, and never grows by itself. A value that no longer
+// What a TVQueuedHash holds: a value that knows its neighbours in the queue, so that being found
+// touches nothing but the value and those. It stands in one such table at most; a copy in none.
+class TVQueuedValue : public VObject {
+ public:
+  TVQueuedValue() = default;
+  TVQueuedValue(const TVQueuedValue& other) : VObject(other) {}
+  TVQueuedValue& operator=(const TVQueuedValue&) { return *this; }
+
+ private:
+  friend class TVQueuedHash;
+  TVQueuedValue* older_ = nullptr;
+  TVQueuedValue* newer_ = nullptr;
+};
+
+// Holds TVQueuedValues, at most as many as it has buckets, and never grows by itself. A value that no longer
 // fits is removed and DELETED: the table owns what it evicts, and only that. Walks go from the
 // value that was used least recently to the last one used. Use is being added or found; a find
 // during a walk doesn't count as use, since it would move entries under the walk.
@@ -27,7 +38,7 @@ class TVQueuedHash : public TVHash {
   VObject* set(VObject* value) override;
   // Evicts first, if the new size is smaller. Ages stay.
   int resize(int bucketCount) override;
-  std::vector<VObject*> values() const override { return {queue_.begin(), queue_.end()}; }
+  std::vector<VObject*> values() const override;
 
  protected:
   void touch(VObject* value) override;
@@ -41,9 +52,11 @@ class TVQueuedHash : public TVHash {
 
  private:
   void trimTo(int count);
+  void insert(TVQueuedValue* value, TVQueuedValue* older, TVQueuedValue* newer);
+  void unlink(TVQueuedValue* value);
 
-  std::list<VObject*> queue_;
-  std::unordered_map<const VObject*, std::list<VObject*>::iterator> places_;
+  TVQueuedValue* oldest_ = nullptr;
+  TVQueuedValue* newest_ = nullptr;
 };
 
 }  // namespace foldapi

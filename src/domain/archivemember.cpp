@@ -123,7 +123,7 @@ TVObject::KeyParts TVArchiveMember::keyParts(std::string_view key, int sortType)
 // "control" is joined as its archive and its folders are written.
 std::string_view TVArchiveMember::pathModel() const {
   const auto hasSeparator = [](const VString& text) {
-    return text.view().find_first_of("\\/") != std::string_view::npos;
+    return text.contains('\\') || text.contains('/');
   };
   for (const VPathString* text : {&names_.workPath, &names_.archivePath}) {
     if (hasSeparator(*text)) return text->view();
@@ -158,11 +158,11 @@ VPathString TVArchiveMember::fullWorkName() const {
 }
 
 VPathString TVArchiveMember::qualWorkName() const {
-  return VPathString(names_.workPath).join(names_.workName, pathModel());
+  return VPathString(joinPath(names_.workPath.view(), names_.workName.view(), pathModel()));
 }
 
 VPathString TVArchiveMember::qualArchiveName() const {
-  return VPathString(names_.archivePath).join(names_.archiveName, pathModel());
+  return VPathString(joinPath(names_.archivePath.view(), names_.archiveName.view(), pathModel()));
 }
 
 VString TVArchiveMember::pairedName() const {

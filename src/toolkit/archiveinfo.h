@@ -12,13 +12,14 @@
 #include "base/vobject.h"
 #include "base/vpathstring.h"
 #include "base/vstring.h"
+#include "core/queuedhash.h"
 #include "runtime/files.h"
 
 namespace foldapi {
 
 class VArchiver;
 
-class TVArchiveInfo52 : public VObject {
+class TVArchiveInfo52 : public TVQueuedValue {
  public:
   static const VClassRecord theClass;
 

@@ -14,7 +14,7 @@
 namespace foldapi {
 namespace {
 
-class Tracked : public VObject {
+class Tracked : public TVQueuedValue {
  public:
   explicit Tracked(int number) : key(number) { alive.insert(this); }
   ~Tracked() override { alive.erase(this); }

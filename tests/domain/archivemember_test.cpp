@@ -59,16 +59,16 @@ TEST_F(DomainNames, FormsOfAMembersNames) {
        "V:\\vault\\m.c_v(V:\\work\\motor\\src\\m.c)",
        "src\\m.c(V:\\vault\\m.c_v)"},
       {{"/vault", "m.c_v", "src", "m.c"},
-       "/work",
+       "/wk",
        "motor",
-       "/work/motor/src/m.c",
-       "/vault/m.c_v(/work/motor/src/m.c)",
+       "/wk/motor/src/m.c",
+       "/vault/m.c_v(/wk/motor/src/m.c)",
        "src/m.c(/vault/m.c_v)"},
       {{"/vault/", "m.c_v", "src/", "m.c"},
-       "/work/",
+       "/wk/",
        "motor/",
-       "/work/motor/src/m.c",
-       "/vault/m.c_v(/work/motor/src/m.c)",
+       "/wk/motor/src/m.c",
+       "/vault/m.c_v(/wk/motor/src/m.c)",
        "src/m.c(/vault/m.c_v)"},
       {{"v", "a_v", "C:\\x", "a"},
        "V:\\work",
@@ -82,16 +82,16 @@ TEST_F(DomainNames, FormsOfAMembersNames) {
        "\\\\host\\x\\a",
        "v\\a_v(\\\\host\\x\\a)",
        "\\\\host\\x\\a(v\\a_v)"},
-      {{"v", "a_v", "/x/y", "a"}, "/work", "m", "/x/y/a", "v/a_v(/x/y/a)", "/x/y/a(v/a_v)"},
+      {{"v", "a_v", "/x/y", "a"}, "/wk", "m", "/x/y/a", "v/a_v(/x/y/a)", "/x/y/a(v/a_v)"},
       {{"v", "a_v", "src", "a"},
        "V:\\work",
        "C:\\f",
        "C:\\f\\src\\a",
        "v\\a_v(C:\\f\\src\\a)",
        "src\\a(v\\a_v)"},
-      {{"v", "a_v", "", "a"}, "/work", "m", "/work/m/a", "v/a_v(/work/m/a)", "a(v/a_v)"},
+      {{"v", "a_v", "", "a"}, "/wk", "m", "/wk/m/a", "v/a_v(/wk/m/a)", "a(v/a_v)"},
       {{"v", "a_v", "./s/../t", "a"},
-       "/work",
+       "/wk",
        "../m",
        "/m/t/a",
        "v/a_v(/m/t/a)",
@@ -110,7 +110,7 @@ TEST_F(DomainNames, FormsOfAMembersNames) {
 }
 
 TEST_F(DomainNames, KeysInTheOrderOfTheSortType) {
-  const TVHandle handle = member({"ap", "an", "wp", "wn"}, "/work", "f");
+  const TVHandle handle = member({"ap", "an", "wp", "wn"}, "/wk", "f");
   const auto keys = [](const TVObject& object, int sortType) {
     std::string text;
     std::string scratch;
@@ -122,7 +122,7 @@ TEST_F(DomainNames, KeysInTheOrderOfTheSortType) {
   };
   const TVArchiveFolder folder("F", "dir", true, nullptr, false);
   const char* const ofMember[] = {"wp wn ap an  ", "wn wp ap an  ", "ap an wn wp  ",
-                                  "an ap wn wp  ", "/work/f/wp wn ap an  "};
+                                  "an ap wn wp  ", "/wk/f/wp wn ap an  "};
   const char* const ofFolder[] = {"1 F dir  ", "F 1 dir  ", "dir 1 F  "};
   for (int type = 0; type <= 10; ++type) {
     EXPECT_EQ(keys(*handle.object(), type), ofMember[type >= 7 && type <= 9 ? type - 6
@@ -135,7 +135,7 @@ TEST_F(DomainNames, KeysInTheOrderOfTheSortType) {
 // Rows are a sort type and keys, each with the sign of its comparison behind a blank; "!" before
 // the keys asks for exact case.
 TEST_F(DomainNames, KeysCompareWithTheFieldsOfTheSortType) {
-  const TVHandle m = member({"ap", "an", "wp", "wn"}, "/work", "f");
+  const TVHandle m = member({"ap", "an", "wp", "wn"}, "/wk", "f");
   const TVHandle f(nullptr, new TVArchiveFolder("F", "dir", true, nullptr, false));
   const struct {
     const TVHandle& handle;
@@ -145,7 +145,7 @@ TEST_F(DomainNames, KeysCompareWithTheFieldsOfTheSortType) {
       {m, 6, "! wp/wn 0 WP/wn - wp/wa - wq/wa + wn -"},
       {m, 6, "wp/wn 0 WP\\wN 0 wp/wo +"},
       {m, 0, "! wp\\wn 0 wp/an -"},
-      {m, 5, "! /work/f/wp/wn 0 wp/wn + /work/f/wp/wo +"},
+      {m, 5, "! /wk/f/wp/wn 0 wp/wn + /wk/f/wp/wo +"},
       {m, 7, "! wn 0 WN - wp/wn +"},
       {m, 7, "WN 0"},
       {m, 8, "! ap/an 0 ap/wn + wp/an +"},
