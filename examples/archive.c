@@ -19,7 +19,7 @@ static struct {
   char configuration[kPathSize];
   char archive[kPathSize];
   char workfile[kPathSize];
-  char specification[2 * kPathSize + 3]; /* "archive(workfile)" */
+  char both[2 * kPathSize + 3]; /* "archive(workfile)" */
 } paths;
 
 /* Steps. ----------------------------------------------------------------------------------------*/
@@ -61,8 +61,7 @@ static void setPaths(const char* directory) {
   for (int i = 0; i < 3; ++i) {
     if (written[i] < 0 || written[i] >= kPathSize) fail("the path is too long");
   }
-  snprintf(paths.specification, sizeof paths.specification, "%s(%s)", paths.archive,
-           paths.workfile);
+  snprintf(paths.both, sizeof paths.both, "%s(%s)", paths.archive, paths.workfile);
 }
 
 /* The revisions to be made, each from what the one before left. */
@@ -86,22 +85,22 @@ static void checkIn(const Revision* revision) {
   char what[80];
   if (revision->parent != NULL) {
     snprintf(what, sizeof what, "lock %s and check it out", revision->parent);
-    report(TrvsGetRevision(kContext, paths.specification, 0, revision->parent, NULL, NULL, 0, NULL,
-                           0, TRVS_GET_LOCK),
+    report(TrvsGetRevision(kContext, paths.both, 0, revision->parent, NULL, NULL, 0, NULL, 0,
+                           TRVS_GET_LOCK),
            what);
   }
   writeFile(paths.workfile, revision->content);
   snprintf(what, sizeof what, "check in %s: %s", revision->number, revision->change);
-  report(TrvsPutRevision(kContext, 0, paths.specification, 0, NULL, NULL, NULL, revision->change,
-                         NULL, NULL, 0, revision->flags),
+  report(TrvsPutRevision(kContext, 0, paths.both, 0, NULL, NULL, NULL, revision->change, NULL, NULL,
+                         0, revision->flags),
          what);
 }
 
 static void checkOut(const Revision* revision) {
   char what[80];
   snprintf(what, sizeof what, "check out %s and compare", revision->number);
-  int32_t status = TrvsGetRevision(kContext, paths.specification, 0, revision->number, NULL, NULL,
-                                   0, NULL, 0, TRVS_GET_OVERWRITE);
+  int32_t status = TrvsGetRevision(kContext, paths.both, 0, revision->number, NULL, NULL, 0, NULL,
+                                   0, TRVS_GET_OVERWRITE);
   if (status == 0 && !isContent(paths.workfile, revision->content)) fail("the bytes differ");
   report(status, what);
 }

@@ -67,7 +67,7 @@ typedef int32_t (*TrvsOutputCallback)(const char* text, int32_t code);
  *   5  may the file `first` be overwritten by a check-out from the archive `second`, or by a report
  *      if that is empty? An answer counts for nothing
  *   6  may the label `first` of the archive `second` be moved? An answer that isn't empty is
- * another label, to be set instead; if that exists too it is asked about in turn */
+ *      another label, to be set instead; if that exists too it is asked about in turn */
 typedef int32_t (*TrvsConfirmCallback)(const char* first, const char* second, char** answer);
 /* 9: the toolkit is done with a string that callback 5 or 6 stored. */
 typedef int32_t (*TrvsFreeCallback)(char* answer);
@@ -204,47 +204,52 @@ TRVS_EXPORT int32_t TrvsVerifyPromoTreeNodeExist(const char* group, int16_t* kin
  *   6   the archive is being changed by another; callback 3 was asked
  *   9   a path or a name that can't be one, or whose directory isn't there
  *   13  the archive has an access list, and the present user is neither on it nor the owner. What
- * an archive tells about itself is open to everybody 15  callback 1 did not want to go on 27  the
- * file is no archive, or what was asked for is damaged 50  there is no user id 77  the disk is
- * full, or a file or directory can't be written 103 the event trigger before the operation said no
+ *       an archive tells about itself is open to everybody
+ *   15  callback 1 did not want to go on
+ *   27  the file is no archive, or what was asked for is damaged
+ *   50  there is no user id
+ *   77  the disk is full, or a file or directory can't be written
+ *   103 the event trigger before the operation said no
  *   106 that event trigger could not be run
  * With any status but 0 the archive is as it was before, unless told otherwise. */
 
 /* Fetches the name of the archive of `workfile`, a path text or a name: the workfile's name with
  * the suffix for its extension. If the configuration has archive directories, it stands in the
  * first of them that has such an archive, or in the first of all if none has; else it has no
- * directory. Gives 0; 8 if `size` is too small; 9 if `workfile` ends with a separator or is empty.
- */
+ * directory.
+ * Gives 0; 8 if `size` is too small; 9 if `workfile` ends with a separator or is empty. */
 TRVS_EXPORT int32_t TrvsComputeArchiveName(const char* workfile, char* buffer, int32_t size);
 
 /* Creates an archive without revisions. Exclusive locks, keyword expansion and access list are
- * taken from the configuration; locks are checked, and workfiles read-only. archive      path text
- * of the archive, not a specification workfile     path text; the archive keeps its name. The file
- * need not be there description  may be null owner        null for the present user time packed
- * time of creation, 0 for the present; see TrvsPutRevision Gives 0; 3 if there is a file of that
- * name; 22 if archive and workfile are one. */
+ * taken from the configuration; locks are checked, and workfiles read-only.
+ *   archive      path text of the archive alone
+ *   workfile     path text; the archive keeps its name. The file need not be there
+ *   description  may be null
+ *   owner        null for the present user
+ *   time         packed time of creation, 0 for the present; see TrvsPutRevision
+ * Gives 0; 3 if there is a file of that name; 22 if archive and workfile are one. */
 TRVS_EXPORT int32_t TrvsCreateArchive(const char* archive, const char* workfile,
                                       const char* description, const char* owner, uint32_t time,
                                       int32_t reserved);
 
 enum {
-  TRVS_PUT_KEEP_LOCK = 0x1,      /* the new revision is locked, the workfile stays, writable */
-  TRVS_PUT_READ_ONLY = 0x2,      /* the workfile stays, read-only; with neither it is removed */
-  TRVS_PUT_BRANCH = 0x4,         /* start a branch even from a tip */
-  TRVS_PUT_OLDER = 0x8,          /* even if the workfile is older than the parent's was */
-  TRVS_PUT_MOVE_LABEL = 0x10,    /* `label` may have another target until now */
-  TRVS_PUT_ASK_UNCHANGED = 0x20, /* with 0x40: ask callback 10 about an unchanged workfile */
-  TRVS_PUT_REFUSE_UNCHANGED =
-      0x40,                   /* refuse an unchanged workfile; also without any of the three */
-  TRVS_PUT_UNCHANGED = 0x80,  /* check in an unchanged workfile */
-  TRVS_PUT_ASK_LABEL = 0x4000 /* ask callback 6 if `label` has another target */
+  TRVS_PUT_KEEP_LOCK = 0x1,         /* the new revision is locked, the workfile stays, writable */
+  TRVS_PUT_READ_ONLY = 0x2,         /* the workfile stays, read-only; with neither it is removed */
+  TRVS_PUT_BRANCH = 0x4,            /* start a branch even from a tip */
+  TRVS_PUT_OLDER = 0x8,             /* even if the workfile is older than the parent's was */
+  TRVS_PUT_MOVE_LABEL = 0x10,       /* `label` may have another target until now */
+  TRVS_PUT_ASK_UNCHANGED = 0x20,    /* with 0x40: ask callback 10 about an unchanged workfile */
+  TRVS_PUT_REFUSE_UNCHANGED = 0x40, /* refuse an unchanged workfile; the default of these three */
+  TRVS_PUT_UNCHANGED = 0x80,        /* check in an unchanged workfile */
+  TRVS_PUT_ASK_LABEL = 0x4000       /* ask callback 6 if `label` has another target */
 };
 
 /* Checks in the workfile: makes a revision from it.
  *   revision     the parent that the new revision follows, locked by the present user if the
- * archive checks locks; or the number of the new revision: greater than the tip of its branch, or
- * the first one of the branch that comes next at its parent. Null: the parent is the one revision
- * that the present user has locked or, if there is none and locks are not checked, the trunk's tip
+ *                archive checks locks; or the number of the new revision: greater than the tip of
+ *                its branch, or the first one of the branch that comes next at its parent. Null:
+ *                the parent is the one revision that the present user has locked or, if there is
+ *                none and locks are not checked, the trunk's tip
  *   label        version label for the new revision; may be null
  *   description  a new description of the archive; null leaves the old one
  *   change       change description of the revision; may be null
@@ -257,9 +262,8 @@ enum {
  * is the tip of its branch continues it; any other starts a branch. The present user's lock of the
  * parent goes. A development group moves from the parent to the new revision.
  *
- * A workfile that changes during the check-in stays where it is, whatever `flags` says. If the
- * revision is in the archive but the workfile can't be removed or its mode changed, the status
- * is 77.
+ * A workfile that changes during the check-in stays where it is, whatever `flags` says. Status 77
+ * with the revision in the archive means that the workfile can't be removed or its mode changed.
  *
  * Gives 0; 11 no such label as parent; 12 `label` has another target; 14 another has locked the
  * parent; 18 no such revision; 19 not a number, not a possible one, or several locks and no number;
@@ -272,8 +276,8 @@ TRVS_EXPORT int32_t TrvsPutRevision(int32_t context, int32_t reserved1, const ch
                                     const char* author, uint32_t time, uint32_t flags);
 
 enum {
-  TRVS_GET_LOCK = 0x2,     /* lock the revision, as TrvsLockRevision; the workfile is writable */
-  TRVS_GET_IF_NEWER = 0x4, /* only if it was checked in after `newerThan` */
+  TRVS_GET_LOCK = 0x2,         /* lock it, as TrvsLockRevision; the workfile is writable */
+  TRVS_GET_IF_NEWER = 0x4,     /* only if it was checked in after `newerThan` */
   TRVS_GET_ARCHIVE_TIME = 0x8, /* give the workfile the check-in time, not the present one */
   TRVS_GET_WRITABLE = 0x10,    /* make the workfile writable without a lock */
   TRVS_GET_OVERWRITE = 0x20,   /* overwrite an existing workfile */
@@ -368,13 +372,18 @@ enum {
 
 /* Reports what happened in an archive.
  *   revisions  "from*to", either may be missing; or one revision, or the number of one branch for
- * all that it has. Null for all authors, lockers, labels, groups  only revisions with one of these;
- * names separated by ",". Null for any words      only revisions whose change description holds
- * this text, case-blind dates      "from*to" of check-in times, either may be missing; or one date
- * for all the time that it may mean, so that a day is a whole day. Null for any output     path
- * text of a file for the report; null or "" for callback 4. An existing file is replaced if
- * callback 5 agrees flags      TRVS_LOG_... A revision must satisfy all that is given. Gives 0; 11,
- * 18 or 20 for an end of the range that isn't there; 17 not a date; 24 there is such a file. */
+ *              all that it has. Null for all
+ *   authors, lockers, labels, groups  only revisions with one of these; names separated by ",".
+ *              Null for any
+ *   words      only revisions whose change description holds this text, case-blind
+ *   dates      "from*to" of check-in times, either may be missing; or one date for all the time
+ *              that it may mean, so that a day is a whole day. Null for any
+ *   output     path text of a file for the report; null or "" for callback 4. An existing file is
+ *              replaced if callback 5 agrees
+ *   flags      TRVS_LOG_...
+ * A revision must satisfy all that is given.
+ * Gives 0; 11, 18 or 20 for an end of the range that isn't there; 17 not a date; 24 there is such
+ * a file. */
 TRVS_EXPORT int32_t TrvsLog(int32_t context, const char* archive, const char* revisions,
                             const char* authors, const char* lockers, const char* labels,
                             const char* groups, const char* words, const char* dates,
@@ -398,9 +407,9 @@ enum {
  *   columns         columns that don't count, such as "1-6,73-80"; null for none
  *   flags           TRVS_DIFF_...
  * Contents with a NUL in their first 8000 bytes are binary: they are compared byte by byte, and
- * said to differ. Besides the statuses of archives they give 2 or 32 for a missing file, 11, 18 or
- * 20 for a missing revision, 60 for bad columns, and those that write also 24 for an existing file.
- */
+ * said to differ.
+ * Besides the statuses of archives they give 2 or 32 for a missing file, 11, 18 or 20 for a missing
+ * revision, 60 for bad columns, and those that write also 24 for an existing file. */
 
 /* Tells in *result whether the two sides differ (1) or not (0). */
 TRVS_EXPORT int32_t TrvsTestDifferences(int32_t context, const char* first,
@@ -436,11 +445,12 @@ TRVS_EXPORT int32_t TrvsGenGuiDelta(int32_t context, const char* first, const ch
 /* Locks a revision for the present user.
  *   revision  null: the one in `group`, else the trunk's tip
  *   group     the development group that the lock is for; null for the only one. The revision is
- * put into it. Without a promotion model there is none Gives 0; 11, 18 or 20 for a revision that
- * isn't there; 14 locked already, by the present user, or by another without MULTILOCK; 29 locks
- * are not checked, or the archive allows one lock only; 37 no such group; 40 the group stands at
- * another revision; 45 no development group, or none given and there are several; 46 a revision in
- * the group is locked; 47 the lock would lead to a branch, and BRANCHWARN forbids that. */
+ *             put into it. Without a promotion model there is none
+ * Gives 0; 11, 18 or 20 for a revision that isn't there; 14 locked already, by the present user, or
+ * by another without MULTILOCK; 29 locks are not checked, or the archive allows one lock only; 37
+ * no such group; 40 the group stands at another revision; 45 no development group, or none given
+ * and there are several; 46 a revision in the group is locked; 47 the lock would lead to a branch,
+ * and BRANCHWARN forbids that. */
 TRVS_EXPORT int32_t TrvsLockRevision(int32_t context, const char* archive, const char* revision,
                                      const char* group);
 
@@ -459,8 +469,8 @@ TRVS_EXPORT int32_t TrvsSetLabel(int32_t context, const char* archive, const cha
 /* Gives 0; 11 if there is no such label. */
 TRVS_EXPORT int32_t TrvsDeleteLabel(int32_t context, const char* archive, const char* label);
 
-/* Fetches a list of pairs: a label, and the number of its revision, or of its branch if it floats.
- */
+/* Fetches a list of pairs: a label, and the number of its revision, or of its branch if it
+ * floats. */
 TRVS_EXPORT int32_t TrvsListLabels(int32_t context, const char* archive, char* buffer,
                                    int32_t size);
 

@@ -12,6 +12,7 @@
 #include <set>
 
 #include "btkf520/archive/checksum.h"
+#include "btkf520/archive/passages.h"
 #include "btkf520/archive/plan.h"
 #include "btkf520/history.h"
 #include "btkf520/platform_file.h"
@@ -76,6 +77,33 @@ TEST(Plan, HasNoCirclesAndFewAncestorsWhateverHasBeenDeleted) {
       EXPECT_LE(ancestors.size(), 3 * 9u) << "seed " << seed << " place " << place;
       EXPECT_EQ(ancestors.empty(), place + 1 == positions.size()) << "seed " << seed;
     }
+  }
+}
+
+// The delta that comes of wrong passages is never stored, but the content would be stored whole
+// instead, and only its size would tell.
+TEST(Passages, RebuildTheContent) {
+  for (unsigned seed = 0; seed < 3000; ++seed) {
+    Contents random(seed);
+    std::string prefix = random.below(2) == 0 ? random.text(random.below(60)) : "";
+    for (char& byte : prefix += random.bytes(random.below(300))) {
+      if (seed % 3 == 0) byte = static_cast<char>('a' + (byte & 1));
+    }
+    std::string content = random.changed(prefix + prefix.substr(0, random.below(90)));
+    if (random.below(4) == 0) content = random.changed(content.substr(content.size() / 2));
+    std::string rebuilt = prefix;
+    size_t begin = 0;
+    for (const btkf::Passage& passage : btkf::findPassages(content, prefix)) {
+      rebuilt += content.substr(begin, passage.skipped);
+      ASSERT_LE(passage.distance, rebuilt.size()) << "seed " << seed;
+      for (uint32_t left = passage.length; left > 0; --left) {
+        rebuilt += rebuilt[rebuilt.size() - passage.distance];
+      }
+      begin = rebuilt.size() - prefix.size();
+      ASSERT_LE(begin, content.size()) << "seed " << seed;
+    }
+    rebuilt += content.substr(begin);
+    ASSERT_EQ(rebuilt, prefix + content) << "seed " << seed;
   }
 }
 
@@ -309,7 +337,13 @@ TEST(ArchiveFile, IsReplacedInPlaceWithItsModeAndBehindLinks) {
 // Runs `work` in a process of its own, whose exit status it gives.
 int inProcess(int (*work)(const History&), const History& history) {
   const pid_t child = ::fork();
-  if (child == 0) ::_exit(work(history));
+  if (child == 0) {
+    try {
+      ::_exit(work(history));
+    } catch (...) {
+      ::_exit(99);
+    }
+  }
   int status = -1;
   ::waitpid(child, &status, 0);
   return WIFEXITED(status) ? WEXITSTATUS(status) : -WTERMSIG(status);

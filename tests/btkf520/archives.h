@@ -51,7 +51,7 @@ class Archives : public Toolkit {
   // The archive and the workfile of all operations.
   std::string archive() const { return path("m.c_v"); }
   std::string workfile() const { return path("m.c"); }
-  std::string specification() const { return archive() + "(" + workfile() + ")"; }
+  std::string target() const { return archive() + "(" + workfile() + ")"; }
 
   int32_t create(const char* description = nullptr) {
     return TrvsCreateArchive(archive().c_str(), workfile().c_str(), description, nullptr, minute(0),
@@ -70,7 +70,7 @@ class Archives : public Toolkit {
   };
   // Checks in what the workfile holds.
   int32_t put(const Put& how) {
-    return TrvsPutRevision(kContext, 0, specification().c_str(), 0, how.revision, how.label,
+    return TrvsPutRevision(kContext, 0, target().c_str(), 0, how.revision, how.label,
                            how.description, how.change, how.group, how.author, how.time, how.flags);
   }
   int32_t put(std::string_view bytes, const Put& how) {
@@ -87,8 +87,8 @@ class Archives : public Toolkit {
     const char* group = nullptr;
   };
   int32_t get(const Get& how) {
-    return TrvsGetRevision(kContext, specification().c_str(), 0, how.revision, how.cutoff,
-                           how.newerThan, 0, how.group, 0, how.flags);
+    return TrvsGetRevision(kContext, target().c_str(), 0, how.revision, how.cutoff, how.newerThan,
+                           0, how.group, 0, how.flags);
   }
   // The bytes of a revision, or "status 18".
   std::string content(const char* revision) {
@@ -151,7 +151,7 @@ class Archives : public Toolkit {
   // locker; deeper levels stand in "<>".
   std::string tree() const {
     TrvsRevTree* first = nullptr;
-    const int32_t status = TrvsRevTreeInfo(kContext, specification().c_str(), &first, 1);
+    const int32_t status = TrvsRevTreeInfo(kContext, target().c_str(), &first, 1);
     if (status != 0) return "status " + std::to_string(status);
     std::string result;
     int level = 1;

@@ -375,8 +375,8 @@ TEST_F(Differences, FindBothSides) {
   write("plain", "1\n");
   const std::string plain = path("plain");
   const Case cases[] = {
-      {"the tip and the workfile", {specification(), ""}, {"", ""}, 0, 0},
-      {"another revision and the workfile", {specification(), ""}, {"1.0", ""}, 0, 1},
+      {"the tip and the workfile", {target(), ""}, {"", ""}, 0, 0},
+      {"another revision and the workfile", {target(), ""}, {"1.0", ""}, 0, 1},
       {"two revisions", {archive(), ""}, {"1.0", "1.1"}, 0, 1},
       {"a revision and a file", {archive(), plain}, {"1.1", ""}, 0, 0},
       {"a file and a tip", {plain, archive()}, {"", ""}, 0, 1},

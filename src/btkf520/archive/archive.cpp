@@ -8,6 +8,7 @@
 
 #include <algorithm>
 #include <map>
+#include <optional>
 #include <set>
 #include <utility>
 
@@ -243,13 +244,10 @@ Status Archive::Impl::pack(Frame* frame, Bytes* packed) {
   }
   if (!content.view.empty()) {
     const Prefix prefix(older.view, newer.view);
-    *packed = codec_.pack(content.view, prefix.view());
-    Bytes check;
-    if (!codec_.unpack(packed->view(), prefix.view(), content.view.size(), &check) ||
-        checksumOf(check.view()) != known(frame->content)->checksum) {
-      // Another wrote to the file that is being checked in.
-      return pending_.contains(frame->content) ? kInUse : kInternalError;
-    }
+    const uint64_t checksum = known(frame->content)->checksum;
+    std::optional<Bytes> made = codec_.pack(content.view, prefix.view(), checksum);
+    if (!made) return kInUse;
+    *packed = std::move(*made);
   }
   frame->size = packed->size();
   frame->checksum = static_cast<uint32_t>(checksumOf(packed->view()));
@@ -289,10 +287,11 @@ Status Archive::Impl::writeFrames(Index* index, SiblingFile* to) {
 Status Archive::Impl::writeEnd(const Index& index, SiblingFile* to) {
   const std::string bytes = encodeIndex(index);
   if (bytes.size() > kLargestIndex) return kNoMemory;
-  const Bytes packed = codec_.pack(bytes, {});
-  const IndexPlace place{static_cast<uint32_t>(packed.size()), static_cast<uint32_t>(bytes.size()),
-                         checksumOf(packed.view())};
-  if (const Status status = writeStatus(to->write(packed.view()))) return status;
+  const std::optional<Bytes> packed = codec_.pack(bytes, {}, checksumOf(bytes));
+  if (!packed) return kInternalError;
+  const IndexPlace place{static_cast<uint32_t>(packed->size()), static_cast<uint32_t>(bytes.size()),
+                         checksumOf(packed->view())};
+  if (const Status status = writeStatus(to->write(packed->view()))) return status;
   return writeStatus(to->write(encodeTail(index.model, place)));
 }
 

@@ -1,9 +1,13 @@
 // btkf520/archive/bytes.h: memory for contents, which may be wide.
 #pragma once
 
+#include <algorithm>
 #include <cstddef>
 #include <memory>
 #include <string_view>
+#include <utility>
+
+#include "btkf520/platform_memory.h"
 
 namespace btkf {
 
@@ -13,14 +17,12 @@ class Bytes {
  public:
   Bytes() = default;
   // Throws std::bad_alloc.
-  explicit Bytes(size_t size) : data_(new char[size]), size_(size) {}
-  Bytes(Bytes&& other) noexcept : data_(std::move(other.data_)), size_(other.size_) {
-    other.size_ = 0;
-  }
+  explicit Bytes(size_t size) : data_(static_cast<char*>(allocateMemory(size))), size_(size) {}
+  Bytes(Bytes&& other) noexcept
+      : data_(std::move(other.data_)), size_(std::exchange(other.size_, 0)) {}
   Bytes& operator=(Bytes&& other) noexcept {
     data_ = std::move(other.data_);
-    size_ = other.size_;
-    other.size_ = 0;
+    size_ = std::exchange(other.size_, 0);
     return *this;
   }
 
@@ -28,11 +30,21 @@ class Bytes {
   const char* data() const { return data_.get(); }
   size_t size() const { return size_; }
   std::string_view view() const { return {data_.get(), size_}; }
-  // Forgets the bytes from `size` on.
-  void shrink(size_t size) { size_ = size; }
+  // Forgets the bytes from `size` on, and gives back their memory if that is most of it.
+  void shrink(size_t size) {
+    if (size < size_ / 2) {
+      Bytes less(size);
+      std::copy_n(data(), size, less.data());
+      *this = std::move(less);
+    }
+    size_ = size;
+  }
 
  private:
-  std::unique_ptr<char[]> data_;
+  struct Free {
+    void operator()(char* memory) const { freeMemory(memory); }
+  };
+  std::unique_ptr<char, Free> data_;
   size_t size_ = 0;
 };
 

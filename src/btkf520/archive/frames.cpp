@@ -1,40 +1,44 @@
-// btkf520/archive/frames.cpp: how zstd is set up for contents.
+// btkf520/archive/frames.cpp: how zstd is told to pack contents.
 //
-// A content and its parents are alike over long stretches, in the same order, with small changes
-// between. Long distance matching finds those stretches in one pass, however wide the content; what
-// remains between them is little, and left to a fast level. Without it the same level stores up to
-// nine times as much: its tables are too small to remember a wide prefix, and it leaves a long
-// match for a short one.
+// What a content repeats of its parents is found by a search of our own (passages.cpp) and handed
+// to zstd, which has only to write it down. zstd could search by itself, and any frame that it
+// makes is as good to a reader. But for a content and its parents it takes four to ten times as
+// long, and does not find more.
 #include "btkf520/archive/frames.h"
 
+#define ZSTD_STATIC_LINKING_ONLY  // For ZSTD_compressSequences().
 #include <zstd.h>
 
 #include <algorithm>
 #include <bit>
 #include <new>
+#include <utility>
+#include <vector>
+
+#include "btkf520/archive/checksum.h"
+#include "btkf520/archive/passages.h"
 
 namespace btkf {
 namespace {
 
-// Up to here packing well costs less than the commit around it.
-constexpr uint64_t kSmallSpan = 1 << 20;
+constexpr size_t kWideContent = 1 << 20;
+constexpr int kSmallLevel = 2;
+constexpr int kWideLevel = 1;
+// A delta that saves less than this part of the content may be worse than no delta at all.
+constexpr size_t kPoorRatio = 4;
+// The search of zstd itself is not used for deltas, so its tables may be as small as they can be.
+constexpr int kLeastTableLog = 6;
 
 void set(ZSTD_CCtx* context, ZSTD_cParameter parameter, int value) {
   if (ZSTD_isError(ZSTD_CCtx_setParameter(context, parameter, value)) != 0) throw std::bad_alloc();
 }
 
-void setUp(ZSTD_CCtx* context, uint64_t span, bool hasPrefix) {
-  const bool isSmall = span <= kSmallSpan;
-  set(context, ZSTD_c_compressionLevel, isSmall ? 3 : 1);
-  if (!hasPrefix) return;
-  const int windowLog = std::max(static_cast<int>(std::bit_width(span - 1)), 16);
-  // One place in two to this power is remembered, and there is room for all of those.
-  const int rateLog = isSmall ? 4 : 7;
-  set(context, ZSTD_c_windowLog, windowLog);
-  set(context, ZSTD_c_enableLongDistanceMatching, 1);
-  set(context, ZSTD_c_ldmMinMatch, isSmall ? 24 : 32);
-  set(context, ZSTD_c_ldmHashRateLog, rateLog);
-  set(context, ZSTD_c_ldmHashLog, windowLog - rateLog);
+std::vector<ZSTD_Sequence> sequences(std::string_view content, std::string_view prefix) {
+  std::vector<ZSTD_Sequence> result;
+  for (const Passage& passage : findPassages(content, prefix)) {
+    result.push_back({passage.distance, passage.skipped, passage.length, 0});
+  }
+  return result;
 }
 
 }  // namespace
@@ -46,12 +50,15 @@ FrameCodec::~FrameCodec() {
   ZSTD_freeDCtx(unpacking_);
 }
 
-Bytes FrameCodec::pack(std::string_view content, std::string_view prefix) {
+void FrameCodec::resetPacking() {
   if (packing_ == nullptr) packing_ = ZSTD_createCCtx();
   if (packing_ == nullptr) throw std::bad_alloc();
   ZSTD_CCtx_reset(packing_, ZSTD_reset_session_and_parameters);
-  setUp(packing_, uint64_t{content.size()} + prefix.size(), !prefix.empty());
-  if (!prefix.empty()) ZSTD_CCtx_refPrefix(packing_, prefix.data(), prefix.size());
+}
+
+Bytes FrameCodec::packAlone(std::string_view content) {
+  resetPacking();
+  set(packing_, ZSTD_c_compressionLevel, content.size() < kWideContent ? kSmallLevel : kWideLevel);
   Bytes frame(ZSTD_compressBound(content.size()));
   const size_t size =
       ZSTD_compress2(packing_, frame.data(), frame.size(), content.data(), content.size());
@@ -59,6 +66,39 @@ Bytes FrameCodec::pack(std::string_view content, std::string_view prefix) {
   if (ZSTD_isError(size) != 0) throw std::bad_alloc();
   frame.shrink(size);
   return frame;
+}
+
+std::optional<Bytes> FrameCodec::packDelta(std::string_view content, std::string_view prefix) {
+  const std::vector<ZSTD_Sequence> found = sequences(content, prefix);
+  const uint64_t span = uint64_t{content.size()} + prefix.size();
+  resetPacking();
+  set(packing_, ZSTD_c_compressionLevel, kWideLevel);
+  set(packing_, ZSTD_c_windowLog, std::clamp(static_cast<int>(std::bit_width(span - 1)), 10, 31));
+  set(packing_, ZSTD_c_hashLog, kLeastTableLog);
+  set(packing_, ZSTD_c_chainLog, kLeastTableLog);
+  Bytes frame(ZSTD_compressBound(content.size()));
+  const size_t size = ZSTD_compressSequences(packing_, frame.data(), frame.size(), found.data(),
+                                             found.size(), content.data(), content.size());
+  if (ZSTD_isError(size) != 0) return {};
+  frame.shrink(size);
+  return frame;
+}
+
+std::optional<Bytes> FrameCodec::pack(std::string_view content, std::string_view prefix,
+                                      uint64_t checksum) {
+  const auto isRight = [&](const Bytes& frame) {
+    Bytes unpacked;
+    return unpack(frame.view(), prefix, content.size(), &unpacked) &&
+           checksumOf(unpacked.view()) == checksum;
+  };
+  std::optional<Bytes> delta;
+  if (!prefix.empty()) delta = packDelta(content, prefix);
+  const bool isPoor = delta && delta->size() > content.size() / kPoorRatio;
+  if (delta && !isPoor && isRight(*delta)) return delta;
+  Bytes alone = packAlone(content);  // Unpacked with the prefix, too, but makes no use of it.
+  if (isPoor && delta->size() < alone.size() && isRight(*delta)) return delta;
+  if (isRight(alone)) return alone;
+  return {};
 }
 
 bool FrameCodec::unpack(std::string_view frame, std::string_view prefix, uint64_t length,

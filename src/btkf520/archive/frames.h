@@ -2,7 +2,7 @@
 #pragma once
 
 #include <cstdint>
-#include <memory>
+#include <optional>
 #include <string_view>
 
 #include "btkf520/archive/bytes.h"
@@ -12,9 +12,9 @@ struct ZSTD_DCtx_s;
 
 namespace btkf {
 
-// The widest prefix and content together that one frame can span; a content that has no parents
-// below this limit is stored whole.
-constexpr uint64_t kWidestSpan = uint64_t{1} << 31;
+// The widest prefix and content together that one frame can span: a match reaches back less than
+// 4 GiB. A content for which no parent fits below this limit is stored whole.
+constexpr uint64_t kWidestSpan = uint64_t{4095} << 20;
 // The same for two parents, which cost more memory: beyond it the older one is left out.
 constexpr uint64_t kWidestPairSpan = uint64_t{1} << 30;
 
@@ -28,14 +28,20 @@ class FrameCodec {
   ~FrameCodec();
 
   // Packs `content`, which is not empty, as one frame. What it shares with `prefix` costs next to
-  // nothing; unpacking takes the same prefix. An empty one makes a frame that stands alone.
-  Bytes pack(std::string_view content, std::string_view prefix);
+  // nothing; unpacking takes the same prefix. An empty one makes a frame that stands alone. The
+  // frame has been unpacked again and has `checksum`: nothing if that can't be, because another
+  // process writes to the file that `content` shows.
+  std::optional<Bytes> pack(std::string_view content, std::string_view prefix, uint64_t checksum);
 
   // Unpacks a frame to `length` bytes. False, and *content is unchanged, if the frame is damaged
   // or has any other length.
   bool unpack(std::string_view frame, std::string_view prefix, uint64_t length, Bytes* content);
 
  private:
+  Bytes packAlone(std::string_view content);
+  std::optional<Bytes> packDelta(std::string_view content, std::string_view prefix);
+  void resetPacking();
+
   ZSTD_CCtx_s* packing_ = nullptr;  // Made at first use, both.
   ZSTD_DCtx_s* unpacking_ = nullptr;
 };

@@ -10,7 +10,7 @@ namespace btkf {
 
 // Any pointer may be null, which is the same as an empty text.
 struct CheckInRequest {
-  const char* archive = nullptr;      // Specification.
+  const char* archive = nullptr;      // Target.
   const char* revision = nullptr;     // The parent, or the number of the new revision.
   const char* label = nullptr;        // A version label for it.
   const char* description = nullptr;  // Of the archive; null leaves it.

@@ -9,7 +9,7 @@ namespace btkf {
 
 // Any pointer may be null, which is the same as an empty text.
 struct CheckOutRequest {
-  const char* archive = nullptr;  // Specification.
+  const char* archive = nullptr;  // Target.
   const char* revision = nullptr;
   const char* cutoffDate = nullptr;  // Nothing newer than this.
   const char* newerThan = nullptr;   // Nothing as old as this; with TRVS_GET_IF_NEWER.

@@ -28,8 +28,8 @@ class Side {
  public:
   // Without a revision, a name that is no archive is a file, and an archive means its trunk's tip.
   Status open(const char* name, const char* revision, bool asStored);
-  // The workfile of an archive specification.
-  Status openWorkfile(const char* specification);
+  // The workfile of a target.
+  Status openWorkfile(const char* target);
 
   std::string_view bytes() const {
     return expanded_ ? *expanded_ : isFile_ ? file_.bytes() : stored_.view();
@@ -65,10 +65,10 @@ Status Side::open(const char* name, const char* revision, bool asStored) {
   return kDone;
 }
 
-Status Side::openWorkfile(const char* specification) {
+Status Side::openWorkfile(const char* target) {
   Task task;
   std::string path;
-  if (const Status status = task.openToTell(specification)) return status;
+  if (const Status status = task.openToTell(target)) return status;
   if (const Status status = task.findWorkfile(&path)) return status;
   return openFile(path, task.workfileText());
 }

@@ -15,7 +15,7 @@ constexpr size_t kLongestName = 254;
 
 }  // namespace
 
-Specification Specification::parse(std::string_view text) {
+Target Target::parse(std::string_view text) {
   if (text.ends_with(')')) {
     int depth = 0;
     for (size_t i = text.size(); i-- > 1;) {

@@ -11,13 +11,13 @@
 
 namespace btkf {
 
-// An archive specification: "archive(workfile)", or a path text alone, then without a workfile.
-struct Specification {
+// What an operation is about: "archive(workfile)", or the archive alone, then without a workfile.
+struct Target {
   std::string archive;
   std::string workfile;
 
   // The "(" is the one that belongs to a ")" at the end, so both parts may hold pairs of them.
-  static Specification parse(std::string_view text);
+  static Target parse(std::string_view text);
 };
 
 // What follows the last separator.

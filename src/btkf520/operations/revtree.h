@@ -7,7 +7,7 @@
 
 namespace btkf {
 
-// Builds the tree of a model: one block of memory, freed by freeRevTree(). Never null: an archive
+// Builds the tree of a model, to be freed by freeRevTree(). Never null: an archive
 // without revisions gives one record that is nothing, level 1. Throws std::bad_alloc.
 TrvsRevTree* makeRevTree(const ArchiveModel& model);
 void freeRevTree(TrvsRevTree* tree);

@@ -19,22 +19,22 @@ constexpr int kMostRetries = 50;
 
 const Configuration& Task::configuration() { return Session::instance().configuration(); }
 
-Status Task::openToTell(const char* specification) {
-  if (const Status status = findArchive(specification)) return status;
+Status Task::openToTell(const char* target) {
+  if (const Status status = findArchive(target)) return status;
   if (const Status status = Archive::openToRead(path_, &archive_)) return status;
   model = archive_->model();
   return client::goOn();
 }
 
-Status Task::openContents(const char* specification) {
+Status Task::openContents(const char* target) {
   if (const Status status = findUser()) return status;
-  if (const Status status = openToTell(specification)) return status;
+  if (const Status status = openToTell(target)) return status;
   return checkAccess();
 }
 
-Status Task::openToUpdate(const char* specification, const std::string& event) {
+Status Task::openToUpdate(const char* target, const std::string& event) {
   if (const Status status = findUser()) return status;
-  if (const Status status = findArchive(specification)) return status;
+  if (const Status status = findArchive(target)) return status;
   if (const Status status = ask(event)) return status;
   if (const Status status = openPatiently()) return status;
   model = archive_->model();
@@ -86,9 +86,9 @@ Status Task::findWorkfile(std::string* path) {
   return kDone;
 }
 
-Status Task::findArchive(const char* specification) {
-  if (specification == nullptr) return kMisuse;
-  names_ = Specification::parse(specification);
+Status Task::findArchive(const char* target) {
+  if (target == nullptr) return kMisuse;
+  names_ = Target::parse(target);
   if (fileName(names_.archive).empty()) return kBadName;
   auto path = Session::instance().systemPath(names_.archive);
   if (!path) return kBadName;

@@ -32,16 +32,16 @@ class Task {
   Task(const Task&) = delete;
   Task& operator=(const Task&) = delete;
 
-  // Each takes an archive specification and may be called once. Statuses besides those of Archive:
+  // Each takes a target and may be called once. Statuses besides those of Archive:
   //   kMisuse (10)     null
   //   kBadName (9)     empty, or a path that is nowhere
   //   kCancelled (15)  the client doesn't want to go on
   // What the archive says about itself is open to everybody; its contents and changes to it are for
   // users on its access list: kNoAccess (13), kNoUserId (50).
-  Status openToTell(const char* specification);
-  Status openContents(const char* specification);
+  Status openToTell(const char* target);
+  Status openContents(const char* target);
   // `event` is what the trigger before it is asked about. Without a trigger for it, nothing.
-  Status openToUpdate(const char* specification, const std::string& event = "");
+  Status openToUpdate(const char* target, const std::string& event = "");
   // For an archive that isn't there yet.
   Status openNew(const char* archive, const char* workfile);
 
@@ -52,7 +52,7 @@ class Task {
   // Asks the trigger before an event: kTriggerRefused (103) or kTriggerFailed (106).
   Status ask(const std::string& event, const std::string& what = "") const;
 
-  // Of the workfile in the operating system: that of the specification, else of the archive's own
+  // Of the workfile in the operating system: that of the target, else of the archive's own
   // workfile in the current directory. kBadName.
   Status findWorkfile(std::string* path);
 
@@ -68,12 +68,12 @@ class Task {
 
  private:
   Account accountOf(const Event& event) const;
-  Status findArchive(const char* specification);
+  Status findArchive(const char* target);
   Status findUser();
   Status checkAccess() const;
   Status openPatiently();
 
-  Specification names_;
+  Target names_;
   std::string path_;
   std::string user_;
   std::unique_ptr<Archive> archive_;

@@ -1,0 +1,226 @@
+// btkf520/archive/passages.cpp: a search made for contents and their parents.
+//
+// Both are alike over long stretches, in the same order, with small changes between. So the long
+// passages are looked for first. Where one ends, the next most likely goes on at the distance of
+// one of the last few: that is all that a replaced word or block takes. Where bytes were inserted
+// or deleted, blocks of the prefix are found again by their hash.
+//
+// What remains repeats nothing for long, but may have words in common with the rest: a second
+// search through the gaps looks for a few equal bytes.
+#include "btkf520/archive/passages.h"
+
+#include <algorithm>
+#include <array>
+#include <bit>
+#include <cstddef>
+#include <cstring>
+
+namespace btkf {
+namespace {
+
+constexpr size_t kBlock = 16;       // What is hashed of a block, and must be equal at least.
+constexpr size_t kLeastRepeat = 8;  // Worth going on at a former distance for.
+constexpr size_t kRecentDistances = 4;
+constexpr size_t kWord = 6;
+constexpr int kWordTableLog = 15;
+// Up to here a block is remembered at every eighth byte of the prefix, and words of it as well;
+// beyond at fewer, and no words.
+constexpr size_t kSmallSpan = 1 << 20;
+constexpr size_t kSmallStep = 8;
+constexpr size_t kWideStep = 64;
+constexpr size_t kWordStep = 4;
+// A search that finds nothing hastens after two to this power bytes, and again after as many.
+constexpr size_t kPatienceLog = 8;
+
+uint64_t load(const char* bytes) {
+  uint64_t word;
+  std::memcpy(&word, bytes, sizeof word);
+  return word;
+}
+
+uint64_t mixed(uint64_t word) { return word * 0x9E3779B185EBCA87; }
+
+// Places by the hash of what stands there, the last put for each slot. Most of what would be found
+// by chance is told by a part of the hash, without a look at distant memory.
+class Places {
+ public:
+  static constexpr size_t kNone = SIZE_MAX;
+
+  explicit Places(int log) : shift_(64 - log), table_(size_t{1} << log) {}
+  void put(uint64_t hash, size_t place) {
+    table_[hash >> shift_] = {static_cast<uint32_t>(hash), static_cast<uint32_t>(place + 1)};
+  }
+  size_t find(uint64_t hash) const {
+    const Entry& entry = table_[hash >> shift_];
+    return entry.next == 0 || entry.tag != static_cast<uint32_t>(hash) ? kNone : entry.next - 1;
+  }
+
+ private:
+  struct Entry {
+    uint32_t tag;
+    uint32_t next;  // One behind the place; 0 for none.
+  };
+  int shift_;
+  std::vector<Entry> table_;
+};
+
+uint64_t blockHash(const char* bytes) { return mixed(mixed(load(bytes)) + load(bytes + 8)); }
+uint64_t wordHash(const char* bytes) { return mixed(load(bytes) << (64 - 8 * kWord)); }
+
+// A passage by its place in the content.
+struct Match {
+  size_t at = 0;
+  size_t length = 0;
+  size_t distance = 0;
+  size_t end() const { return at + length; }
+};
+
+// Places in prefix and content count as if the one stood ahead of the other.
+class Search {
+ public:
+  Search(std::string_view content, std::string_view prefix)
+      : content_(content),
+        prefix_(prefix),
+        isSmall_(content.size() + prefix.size() <= kSmallSpan) {}
+
+  std::vector<Passage> run() {
+    findLong();
+    std::vector<Passage> passages;
+    size_t end = 0;
+    for (const Match& match : withWords()) {
+      passages.push_back({static_cast<uint32_t>(match.at - end),
+                          static_cast<uint32_t>(match.length),
+                          static_cast<uint32_t>(match.distance)});
+      end = match.end();
+    }
+    return passages;
+  }
+
+ private:
+  void findLong() {
+    const size_t step = isSmall_ ? kSmallStep : kWideStep;
+    Places blocks(std::max(static_cast<int>(std::bit_width(prefix_.size() / step)), 8));
+    for (size_t place = 0; place + kBlock <= prefix_.size(); place += step) {
+      blocks.put(blockHash(prefix_.data() + place), place);
+    }
+    size_t begin = 0;  // Of what repeats nothing so far.
+    for (size_t at = 0; at + kBlock <= content_.size();) {
+      Match match = repeatAt(at);
+      if (match.length < 4 * kBlock) {
+        consider(blocks.find(blockHash(content_.data() + at)), kBlock, &match);
+      }
+      if (match.length == 0) {
+        at += 1 + ((at - begin) >> kPatienceLog);
+        continue;
+      }
+      growBackwards(begin, &match);
+      matches_.push_back(match);
+      remember(match.distance);
+      at = begin = match.end();
+    }
+  }
+
+  // The longest repeat at one of the recent distances.
+  Match repeatAt(size_t at) const {
+    Match match{at, 0, 0};
+    for (const size_t distance : recent_) {
+      if (distance != 0 && distance <= prefix_.size() + at) {
+        consider(prefix_.size() + at - distance, kLeastRepeat, &match);
+      }
+    }
+    return match;
+  }
+
+  // Takes the source for *match if it is equal for longer, and for `least` bytes at least.
+  void consider(size_t source, size_t least, Match* match) const {
+    if (source == Places::kNone) return;
+    const size_t length = equalLength(source, match->at);
+    if (length < least || length <= match->length) return;
+    match->length = length;
+    match->distance = prefix_.size() + match->at - source;
+  }
+
+  size_t equalLength(size_t source, size_t at) const {
+    const char* const a = content_.data() + at;
+    const char* const b = bytesAt(source);
+    size_t most = content_.size() - at;
+    if (source < prefix_.size()) most = std::min(most, prefix_.size() - source);
+    size_t length = 0;
+    for (; length + 8 <= most; length += 8) {
+      const uint64_t difference = load(a + length) ^ load(b + length);
+      if (difference != 0) return length + static_cast<size_t>(std::countr_zero(difference)) / 8;
+    }
+    while (length < most && a[length] == b[length]) ++length;
+    return length;
+  }
+
+  const char* bytesAt(size_t place) const {
+    return place < prefix_.size() ? prefix_.data() + place
+                                  : content_.data() + (place - prefix_.size());
+  }
+
+  void growBackwards(size_t begin, Match* match) const {
+    size_t source = prefix_.size() + match->at - match->distance;
+    while (match->at > begin && source > 0 && *bytesAt(source - 1) == content_[match->at - 1]) {
+      --source;
+      --match->at;
+      ++match->length;
+    }
+  }
+
+  void remember(size_t distance) {
+    const auto place = std::find(recent_.begin(), recent_.end() - 1, distance);
+    std::rotate(recent_.begin(), place, place + 1);
+    recent_.front() = distance;
+  }
+
+  // The long matches, and words between them.
+  std::vector<Match> withWords() {
+    Places words(kWordTableLog);
+    if (isSmall_) {
+      for (size_t place = 0; place + sizeof(uint64_t) <= prefix_.size(); place += kWordStep) {
+        words.put(wordHash(prefix_.data() + place), place);
+      }
+    }
+    std::vector<Match> result;
+    size_t begin = 0;
+    for (const Match& match : matches_) {
+      findWords(begin, match.at, &words, &result);
+      result.push_back(match);
+      begin = match.end();
+    }
+    findWords(begin, content_.size(), &words, &result);
+    return result;
+  }
+
+  void findWords(size_t begin, size_t end, Places* words, std::vector<Match>* result) const {
+    for (size_t at = begin; at + sizeof(uint64_t) <= end;) {
+      const uint64_t hash = wordHash(content_.data() + at);
+      Match match{at, 0, 0};
+      consider(words->find(hash), kWord, &match);
+      words->put(hash, prefix_.size() + at);
+      if (match.length == 0) {
+        at += 1 + ((at - begin) >> kPatienceLog);
+        continue;
+      }
+      match.length = std::min(match.length, end - at);
+      growBackwards(begin, &match);
+      result->push_back(match);
+      at = begin = match.end();
+    }
+  }
+
+  std::string_view content_;
+  std::string_view prefix_;
+  bool isSmall_;
+  std::vector<Match> matches_;
+  std::array<size_t, kRecentDistances> recent_{};  // The last first; 0 for none yet.
+};
+
+}  // namespace
+
+std::vector<Passage> findPassages(std::string_view content, std::string_view prefix) {
+  return Search(content, prefix).run();
+}
+
+}  // namespace btkf
