@@ -54,7 +54,8 @@ std::vector<VObject*> TVQueuedHash::values() const {
   return all;
 }
 
-// The queue ----------------------------------------------------------------------------------------
+// The queue
+// ----------------------------------------------------------------------------------------
 
 void TVQueuedHash::insert(TVQueuedValue* value, TVQueuedValue* older, TVQueuedValue* newer) {
   value->older_ = older;

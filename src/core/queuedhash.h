@@ -20,10 +20,10 @@ class TVQueuedValue : public VObject {
   TVQueuedValue* newer_ = nullptr;
 };
 
-// Holds TVQueuedValues, at most as many as it has buckets, and never grows by itself. A value that no longer
-// fits is removed and DELETED: the table owns what it evicts, and only that. Walks go from the
-// value that was used least recently to the last one used. Use is being added or found; a find
-// during a walk doesn't count as use, since it would move entries under the walk.
+// Holds TVQueuedValues, at most as many as it has buckets, and never grows by itself. A value that
+// no longer fits is removed and DELETED: the table owns what it evicts, and only that. Walks go
+// from the value that was used least recently to the last one used. Use is being added or found; a
+// find during a walk doesn't count as use, since it would move entries under the walk.
 class TVQueuedHash : public TVHash {
  public:
   static const VClassRecord theClass;
