@@ -177,23 +177,74 @@ static void printCounts(const Node* node, TVHandle* archive) {
   putchar('\n');
 }
 
-static void printArchive(TVHandle* archive, const Node* parent, bool isLast) {
+/* Branches hold revisions, and those hold branches again. */
+static void printBranches(const Children* branches, const Node* parent);
+
+/* A revision on one line, with its version labels behind, and the branches that start there below.
+ */
+static void printRevision(TVHandle* revision, const Node* parent, bool isLast) {
+  Children branches = {NULL, 0};
   const Node node = beginNode(parent, isLast);
-  ++totals.archives;
-  printText(GetWorkfileName(archive));
+  printText(GetRevisionNumber(revision));
+  OpenRevision(revision);
+  for (TVHandle* label = GetFirstLabel(revision); label != NULL; label = GetNextLabel(revision)) {
+    fputs(" [", stdout);
+    printText(GetLabelName(label));
+    putchar(']');
+  }
   putchar('\n');
-  printFact(&node, "workfile", GetFullQualWorkfileName(archive));
-  printFact(&node, "archive", GetQualArchiveName(archive));
-  printStatus(&node, archive);
+  collect(&branches, revision, GetFirstBranch, GetNextBranch);
+  printBranches(&branches, &node);
+  free(branches.handles);
+  CloseRevision(revision);
+}
+
+static void printBranches(const Children* branches, const Node* parent) {
+  for (size_t i = 0; i < branches->count; ++i) {
+    TVHandle* branch = branches->handles[i];
+    Children revisions = {NULL, 0};
+    const Node node = beginNode(parent, i + 1 == branches->count);
+    fputs("Branch: ", stdout);
+    printText(GetBranchName(branch));
+    putchar('\n');
+    OpenBranch(branch);
+    collect(&revisions, branch, GetFirstRevision, GetNextRevision);
+    for (size_t j = 0; j < revisions.count; ++j) {
+      printRevision(revisions.handles[j], &node, j + 1 == revisions.count);
+    }
+    free(revisions.handles);
+    CloseBranch(branch);
+  }
+}
+
+static void printArchiveFacts(TVHandle* archive, const Node* node) {
+  printFact(node, "workfile", GetFullQualWorkfileName(archive));
+  printFact(node, "archive", GetQualArchiveName(archive));
+  printStatus(node, archive);
   if (!(GetArchiveStatus(archive) & FOLDAPI_STATUS_READABLE)) return;
-  printCounts(&node, archive);
-  printCreationTime(&node, archive);
-  printFact(&node, "access list", GetAccessList(archive));
+  printCounts(node, archive);
+  printCreationTime(node, archive);
+  printFact(node, "access list", GetAccessList(archive));
   if (GetArchiveDescription(archive)[0] != 0) {
-    beginFact(&node, "description");
+    beginFact(node, "description");
     printShort(GetArchiveDescription(archive), kDescriptionColumns);
     putchar('\n');
   }
+}
+
+static void printArchive(TVHandle* archive, const Node* parent, bool isLast) {
+  Children branches = {NULL, 0};
+  Node node = beginNode(parent, isLast);
+  ++totals.archives;
+  printText(GetWorkfileName(archive));
+  putchar('\n');
+  OpenArchive(archive);
+  collect(&branches, archive, GetFirstBranch, GetNextBranch);
+  node.hasChildren = branches.count > 0;
+  printArchiveFacts(archive, &node);
+  printBranches(&branches, &node);
+  free(branches.handles);
+  CloseArchive(archive);
 }
 
 /* Folders and projects. -------------------------------------------------------------------------*/
