@@ -28,7 +28,17 @@ static void fail(const char* format, ...) {
 /* The functions, by signature. `on` says which handles a function is made for.
  * --------------------*/
 
-enum { kRoot = 1, kProject = 2, kFolder = 4, kArchive = 8, kParent = kProject | kFolder };
+enum {
+  kRoot = 1,
+  kProject = 2,
+  kFolder = 4,
+  kArchive = 8,
+  kBranch = 16,
+  kRevision = 32,
+  kLabel = 64,
+  kParent = kProject | kFolder,
+  kBranched = kArchive | kRevision
+};
 
 #define ROW(on, function) \
   { #function, on, function }
@@ -40,14 +50,25 @@ static const struct {
   int on;
   TextFunction call;
 } texts[] = {
-    ROW(kRoot, GetRootPublicDir),           ROW(kRoot, GetRootPrivateDir),
-    ROW(kProject, GetProjectName),          ROW(kProject, GetProjectCfgFile),
-    ROW(kProject, GetProjectVCSDirs),       ROW(kProject, GetProjectPublicDir),
-    ROW(kProject, GetProjectPrivateDir),    ROW(kParent, GetFolderName),
-    ROW(kArchive, GetArchiveName),          ROW(kArchive, GetQualArchiveName),
-    ROW(kArchive, GetWorkfileName),         ROW(kArchive, GetQualWorkfileName),
-    ROW(kArchive, GetFullQualWorkfileName), ROW(kArchive, GetArchiveDescription),
-    ROW(kArchive, GetAccessList),           ROW(kArchive, GetLockerList),
+    ROW(kRoot, GetRootPublicDir),
+    ROW(kRoot, GetRootPrivateDir),
+    ROW(kProject, GetProjectName),
+    ROW(kProject, GetProjectCfgFile),
+    ROW(kProject, GetProjectVCSDirs),
+    ROW(kProject, GetProjectPublicDir),
+    ROW(kProject, GetProjectPrivateDir),
+    ROW(kParent, GetFolderName),
+    ROW(kArchive, GetArchiveName),
+    ROW(kArchive, GetQualArchiveName),
+    ROW(kArchive, GetWorkfileName),
+    ROW(kArchive, GetQualWorkfileName),
+    ROW(kArchive, GetFullQualWorkfileName),
+    ROW(kArchive, GetArchiveDescription),
+    ROW(kArchive, GetAccessList),
+    ROW(kArchive, GetLockerList),
+    ROW(kBranch, GetBranchName),
+    ROW(kRevision, GetRevisionNumber),
+    ROW(kLabel, GetLabelName),
 };
 
 typedef int32_t (*NumberFunction)(TVHandle*);
@@ -65,6 +86,10 @@ static const struct {
     {"CloseFolder", kParent, CloseFolder, -1},
     {"OpenArchive", kArchive, OpenArchive, -1},
     {"CloseArchive", kArchive, CloseArchive, -1},
+    {"OpenBranch", kBranch, OpenBranch, -1},
+    {"CloseBranch", kBranch, CloseBranch, -1},
+    {"OpenRevision", kRevision, OpenRevision, -1},
+    {"CloseRevision", kRevision, CloseRevision, -1},
     {"GetCreationTime", kArchive, GetCreationTime, -1},
     {"GetNumLocks", kArchive, GetNumLocks, 0},
     {"GetNumRevisions", kArchive, GetNumRevisions, 0},
@@ -86,6 +111,9 @@ static const struct {
     ROW(kParent, GetFirstFolder),          ROW(kParent, GetNextFolder),
     ROW(kParent, GetFirstArchive),         ROW(kParent, GetNextArchive),
     ROW(kParent, GetFirstArchiveInFolder), ROW(kParent, GetNextArchiveInFolder),
+    ROW(kBranched, GetFirstBranch),        ROW(kBranched, GetNextBranch),
+    ROW(kBranch, GetFirstRevision),        ROW(kBranch, GetNextRevision),
+    ROW(kRevision, GetFirstLabel),         ROW(kRevision, GetNextLabel),
 };
 
 typedef TVHandle* (*FindFunction)(TVHandle*, const char*);
@@ -101,6 +129,9 @@ static const struct {
     ROW(kParent, FindArchiveByArchiveName),
     ROW(kParent, FindArchiveByQualArchiveName),
     ROW(kParent, FindArchiveInFolder),
+    ROW(kBranched, FindBranch),
+    ROW(kBranch, FindRevision),
+    ROW(kRevision, FindLabel),
 };
 
 typedef void (*ActFunction)(TVHandle*);
@@ -120,9 +151,9 @@ static const struct {
   int on;
   SetFunction call;
 } sets[] = {
-    ROW(kProject, SetProjectVCSDirs),
-    ROW(kProject, SetProjectPublicDir),
-    ROW(kProject, SetProjectPrivateDir),
+    ROW(kProject, SetProjectVCSDirs),    ROW(kProject, SetProjectPublicDir),
+    ROW(kProject, SetProjectPrivateDir), ROW(kRevision, CreateLabel),
+    ROW(kLabel, SetLabelName),
 };
 
 /* Calls all that is not made for a handle of the kind `kind`: each must answer as for no handle,
