@@ -21,5 +21,5 @@ test:
 
 bench:
 	@scripts/setup.sh bench
-	@scripts/build.sh build-bench all -DCMAKE_BUILD_TYPE=Release -DFOLDAPI_BENCH=ON
+	@scripts/build.sh build-bench benchmarks -DCMAKE_BUILD_TYPE=Release -DFOLDAPI_BENCH=ON
 	@scripts/run_benchmarks.sh build-bench
