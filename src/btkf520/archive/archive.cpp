@@ -122,10 +122,11 @@ Content Archive::Impl::put(std::string_view bytes) {
 Status Archive::Impl::read(const Content& content, Bytes* bytes) {
   const Content* const found = known(content.id);
   if (found == nullptr || *found != content) return kNoRevision;
-  Held held;
-  if (const Status status = hold(content.id, &held)) return status;
-  Bytes copy(held.view.size());
-  held.view.copy(copy.data(), held.view.size());
+  const auto pending = pending_.find(content.id);
+  if (pending == pending_.end()) return reader_->take(content.id, bytes);
+  const std::string_view view = pending->second.bytes;
+  Bytes copy(view.size());
+  view.copy(copy.data(), view.size());
   *bytes = std::move(copy);
   return kDone;
 }

@@ -47,21 +47,17 @@ class Places {
   static constexpr size_t kNone = SIZE_MAX;
 
   explicit Places(int log) : shift_(64 - log), table_(size_t{1} << log) {}
-  void put(uint64_t hash, size_t place) {
-    table_[hash >> shift_] = {static_cast<uint32_t>(hash), static_cast<uint32_t>(place + 1)};
-  }
+  void put(uint64_t hash, size_t place) { table_[hash >> shift_] = hash << 32 | (place + 1); }
   size_t find(uint64_t hash) const {
-    const Entry& entry = table_[hash >> shift_];
-    return entry.next == 0 || entry.tag != static_cast<uint32_t>(hash) ? kNone : entry.next - 1;
+    const uint64_t entry = table_[hash >> shift_];
+    const auto next = static_cast<uint32_t>(entry);
+    return next == 0 || entry >> 32 != static_cast<uint32_t>(hash) ? kNone : next - 1;
   }
 
  private:
-  struct Entry {
-    uint32_t tag;
-    uint32_t next;  // One behind the place; 0 for none.
-  };
   int shift_;
-  std::vector<Entry> table_;
+  // The lower half of the hash, and one more than the place, which is below 4 GiB; 0 for none.
+  std::vector<uint64_t> table_;
 };
 
 uint64_t blockHash(const char* bytes) { return mixed(mixed(load(bytes)) + load(bytes + 8)); }

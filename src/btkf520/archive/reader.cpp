@@ -164,7 +164,7 @@ bool ArchiveReader::unpack(const Stored& stored, std::string_view prefix, Bytes*
 }
 
 // Rebuilds a content that is not at hand, without a look at its own checksum.
-Status ArchiveReader::rebuild(const Stored& target, SharedBytes* bytes) {
+Status ArchiveReader::rebuild(const Stored& target, bool keeps, std::shared_ptr<Bytes>* bytes) {
   const std::vector<const Stored*> frames = framesFor(target);
   std::unordered_map<uint32_t, int> uses;
   std::unordered_map<uint32_t, SharedBytes> held;
@@ -183,9 +183,9 @@ Status ArchiveReader::rebuild(const Stored& target, SharedBytes* bytes) {
     Bytes content;
     const Prefix prefix(heldView(frame.olderParent), heldView(frame.newerParent));
     if (!unpack(*stored, prefix.view(), &content)) return kNotAnArchive;
-    *bytes = std::make_shared<const Bytes>(std::move(content));
-    recent_.add(frame.content, *bytes);
+    *bytes = std::make_shared<Bytes>(std::move(content));
     held[frame.content] = *bytes;
+    if (keeps) recent_.add(frame.content, *bytes);
     for (const uint32_t parent : {frame.olderParent, frame.newerParent}) {
       if (--uses[parent] == 0) held.erase(parent);
     }
@@ -198,10 +198,22 @@ Status ArchiveReader::read(uint32_t content, SharedBytes* bytes) {
   if (target == nullptr) return kNoRevision;
   SharedBytes result = recent_.find(content);
   if (result == nullptr) {
-    if (const Status status = rebuild(*target, &result)) return status;
+    std::shared_ptr<Bytes> rebuilt;
+    if (const Status status = rebuild(*target, true, &rebuilt)) return status;
+    result = std::move(rebuilt);
   }
   if (checksumOf(result->view()) != target->content.checksum) return kNotAnArchive;
   *bytes = std::move(result);
+  return kDone;
+}
+
+Status ArchiveReader::take(uint32_t content, Bytes* bytes) {
+  const Stored* const target = find(content);
+  if (target == nullptr) return kNoRevision;
+  std::shared_ptr<Bytes> result;
+  if (const Status status = rebuild(*target, false, &result)) return status;
+  if (checksumOf(result->view()) != target->content.checksum) return kNotAnArchive;
+  *bytes = std::move(*result);
   return kDone;
 }
 

@@ -83,9 +83,11 @@ class ArchiveReader {
   // Null for none. Good as long as the object is.
   const Stored* find(uint32_t content) const;
 
-  // Rebuilds a content and checks it. kNoRevision if there is none, kNotAnArchive for a damaged
-  // one. *bytes changes only with kDone.
+  // Rebuild a content and check it: kNoRevision if there is none, kNotAnArchive for a damaged one.
+  // *bytes changes only with kDone. read() keeps what it rebuilds at hand for the next; take() does
+  // not, and gives the memory away.
   Status read(uint32_t content, SharedBytes* bytes);
+  Status take(uint32_t content, Bytes* bytes);
 
   // See Archive.
   int frameCount(uint32_t content) const;
@@ -101,7 +103,8 @@ class ArchiveReader {
   bool endsAreWhole() const;
 
   std::vector<const Stored*> framesFor(const Stored& target) const;
-  Status rebuild(const Stored& target, SharedBytes* bytes);
+  // Keeps at hand what it rebuilds if `keeps`.
+  Status rebuild(const Stored& target, bool keeps, std::shared_ptr<Bytes>* bytes);
   bool unpack(const Stored& stored, std::string_view prefix, Bytes* content);
 
   InputFile file_;
