@@ -29,6 +29,13 @@ std::FILE* standardStream(int mode) {
 
 }  // namespace
 
+VFile::~VFile() {
+  try {
+    close();
+  } catch (...) {  // Out of memory: the file stays as it was.
+  }
+}
+
 VBool VFile::open(int mode) {
   close();
   position_ = 0;
@@ -72,11 +79,19 @@ VBool VFile::seek(int64_t position) {
   return true;
 }
 
-bool VFile::lockToAppend() const {
+// Another program may have replaced the file since it was opened: what is locked must be what the
+// path names.
+bool VFile::lockToAppend() {
   for (int attempt = 0; attempt < kLockAttempts; ++attempt) {
     const FileResult result = file_.tryLock(ByteFile::Lock::kExclusive);
-    if (result != FileResult::kBusy) return result == FileResult::kOk;
-    sleepMilliseconds(kLockPause);
+    if (result == FileResult::kBusy) {
+      sleepMilliseconds(kLockPause);
+      continue;
+    }
+    FileStatus own, named;
+    if (result != FileResult::kOk || !file_.readStatus(&own)) return false;
+    if (readStat(path_.view(), &named) && named.isSameFile(own)) return true;
+    if (file_.open(path_.view(), ByteFile::Mode::kUpdate) != FileResult::kOk) return false;
   }
   return false;
 }

@@ -37,7 +37,8 @@ class VFile {
   explicit VFile(VPathString path) : path_(std::move(path)) {}
   VFile(const VFile&) = delete;
   VFile& operator=(const VFile&) = delete;
-  ~VFile() { close(); }
+  // Closes; who wants to know whether that worked calls close().
+  ~VFile();
 
   const VPathString& path() const { return path_; }
 
@@ -65,7 +66,7 @@ class VFile {
   bool isWritable() const { return mode_ == kCreate || mode_ == kWrite || mode_ == kReadWrite; }
   bool isStandard() const { return mode_ >= kPrinter; }
   bool openFile(int mode);
-  bool lockToAppend() const;
+  bool lockToAppend();
 
   VPathString path_;
   int mode_ = kClosed;

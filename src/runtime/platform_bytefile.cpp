@@ -183,7 +183,10 @@ int checkAccess(std::string_view path, int mode) {
 bool makeDirectory(std::string_view path) {
   const std::string native = nativePath(path);
   if (native.empty()) return false;
-  if (::mkdir(native.c_str(), kAllMayEnter) == 0) return true;
+  if (::mkdir(native.c_str(), kAllMayEnter) == 0) {
+    syncDirectoryOf(native);
+    return true;
+  }
   struct stat raw;
   return errno == EEXIST && ::stat(native.c_str(), &raw) == 0 && S_ISDIR(raw.st_mode);
 }
@@ -194,7 +197,10 @@ bool createFile(std::string_view path) {
   const int descriptor = untilNotInterrupted([&] {
     return ::open(native.c_str(), O_WRONLY | O_CREAT | O_EXCL | kOpenAlways, kAllMayUse);
   });
-  if (descriptor >= 0) return ::close(descriptor) == 0;
+  if (descriptor >= 0) {
+    syncDirectoryOf(native);
+    return ::close(descriptor) == 0;
+  }
   struct stat raw;
   return errno == EEXIST && ::stat(native.c_str(), &raw) == 0 && S_ISREG(raw.st_mode);
 }

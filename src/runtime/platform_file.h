@@ -26,4 +26,8 @@ FileResult placeNewFile(std::string_view path, const FileStatus* old, std::strin
 // goes behind the old end is written first, so a full disk leaves the content as it was.
 bool overwriteInPlace(const ByteFile& file, uint64_t oldSize, std::string_view bytes);
 
+// Brings the entry of a file or directory that was made or renamed to the device. `native` is the
+// operating system's path.
+void syncDirectoryOf(const std::string& native);
+
 }  // namespace foldapi

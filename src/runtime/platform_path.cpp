@@ -15,6 +15,7 @@
 #include <cstdint>
 #include <cstdlib>
 #include <cstring>
+#include <memory>
 #include <unordered_map>
 #include <vector>
 
@@ -49,14 +50,13 @@ class Listing {
   explicit Listing(const struct stat& status) : status_(status) {}
 
   void read(const char* directory) {
-    DIR* const stream = opendir(directory);
+    const std::unique_ptr<DIR, int (*)(DIR*)> stream(opendir(directory), closedir);
     if (stream == nullptr) return;
     const int64_t now = wallClockNanoseconds();
-    while (const dirent* entry = readdir(stream)) {
+    while (const dirent* entry = readdir(stream.get())) {
       const auto [place, isNew] = names_.try_emplace(foldCase(entry->d_name), entry->d_name);
       if (!isNew) place->second.clear();  // Several: none of them is meant.
     }
-    closedir(stream);
     isSettled_ = now - nanosecondsOf(status_.st_mtim) > kSettledNanoseconds;
   }
 

@@ -41,22 +41,17 @@ std::string resolveLinks(const std::string& native) {
   return result;
 }
 
-std::string parentOf(const std::string& native) {
-  const size_t slash = native.find_last_of('/');
-  if (slash == std::string::npos) return ".";
-  return slash == 0 ? "/" : native.substr(0, slash);
-}
+}  // namespace
 
-// A rename is on the device only once its directory is. Some file systems can't sync a directory;
-// the rename can't be taken back either way.
-void syncDirectory(const std::string& native) {
-  const int descriptor = ::open(native.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+// Some file systems can't sync a directory; what was done to it can't be taken back either way.
+void syncDirectoryOf(const std::string& native) {
+  const size_t slash = native.find_last_of('/', native.find_last_not_of('/'));
+  const std::string parent = slash == std::string::npos ? "." : native.substr(0, slash + 1);
+  const int descriptor = ::open(parent.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
   if (descriptor < 0) return;
   ::fsync(descriptor);
   ::close(descriptor);
 }
-
-}  // namespace
 
 // The sibling of a file from its making to its rename; removed if it doesn't come to that.
 class SiblingFile {
@@ -107,7 +102,7 @@ class SiblingFile {
 
   FileResult takePlace(ByteFile* placed) {
     if (::rename(path_.c_str(), target_.c_str()) != 0) return siblingFailure(errno);
-    syncDirectory(parentOf(target_));
+    syncDirectoryOf(target_);
     *placed = std::move(file_);
     return FileResult::kOk;
   }
@@ -123,7 +118,12 @@ class SiblingFile {
   // Removes a sibling that no living writer holds.
   FileResult clearLeftover() {
     ByteFile leftover;
-    leftover.descriptor_ = ::open(path_.c_str(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC);
+    constexpr int kAlways = O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC;
+    // Network mounts give exclusive locks to those only who may write.
+    leftover.descriptor_ = ::open(path_.c_str(), O_RDWR | kAlways);
+    if (!leftover.isOpen() && errno == EACCES) {
+      leftover.descriptor_ = ::open(path_.c_str(), O_RDONLY | kAlways);
+    }
     if (!leftover.isOpen()) {
       return errno == ENOENT ? FileResult::kOk : siblingFailure(errno);
     }

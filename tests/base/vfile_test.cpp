@@ -47,6 +47,18 @@ TEST_F(VFileTest, KeepsWhatOthersAppendedMeanwhile) {
   EXPECT_EQ(bytes(), "abbcd");
 }
 
+// A real fault: the line went into the file that was no more.
+TEST_F(VFileTest, AppendsToTheFileThatReplacedTheOpenedOne) {
+  support::writeFile(path_, "old\n");
+  VFile file{VPathString(path_)};
+  ASSERT_TRUE(file.open(VFile::kReadWrite));
+  ASSERT_TRUE(replaceFile(path_, "new\n"));
+  file.readAll();
+  EXPECT_EQ(file.writeText("line\n"), 5);
+  EXPECT_TRUE(file.close());
+  EXPECT_EQ(bytes(), "new\nline\n");
+}
+
 TEST_F(VFileTest, ReplacesTheFileInClose) {
   support::writeFile(path_, "old content");
   VFile file{VPathString(path_)};
