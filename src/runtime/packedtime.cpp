@@ -82,15 +82,18 @@ int64_t daysOfDate(const LocalTime& time) {
 }
 
 bool isLegal(const LocalTime& time) {
-  constexpr int kDays[] = {31, 28, 31, 30, 31, 30, 31, 31, 30, 31, 30, 31};
-  if (time.month < 1 || time.month > 12) return false;
   const bool isLeap = time.year % 4 == 0 && (time.year % 100 != 0 || time.year % 400 == 0);
-  const int days = kDays[time.month - 1] + (time.month == 2 && isLeap ? 1 : 0);
-  return time.day >= 1 && time.day <= days && time.hours < 24 && time.minutes < 60 &&
-         time.seconds < 60;
+  return time.day >= 1 && time.day <= daysOfMonth(time.month, isLeap) && time.hours < 24 &&
+         time.minutes < 60 && time.seconds < 60;
 }
 
 }  // namespace
+
+int daysOfMonth(int month, bool isLeapYear) {
+  constexpr int kDays[] = {31, 28, 31, 30, 31, 30, 31, 31, 30, 31, 30, 31};
+  if (month < 1 || month > 12) return 0;
+  return kDays[month - 1] + (month == 2 && isLeapYear ? 1 : 0);
+}
 
 uint32_t packTime(const LocalTime& time) {
   if (time.year < kFirstYear) return packTime(LocalTime{});

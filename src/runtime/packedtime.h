@@ -20,6 +20,9 @@ struct LocalTime {
   bool operator==(const LocalTime&) const = default;
 };
 
+// 28 to 31; 0 if `month` is none. Which years are leap years is the caller's to say.
+int daysOfMonth(int month, bool isLeapYear);
+
 // A year out of range becomes the nearest moment that can be packed.
 uint32_t packTime(const LocalTime& time);
 // False if the fields make no date or time of day; *time then holds them as they stand.
