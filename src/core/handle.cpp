@@ -5,6 +5,7 @@
 #include "core/clienthandles.h"
 #include "core/lockscope.h"
 #include "core/optionarray.h"
+#include "core/result.h"
 
 namespace foldapi {
 
@@ -207,6 +208,18 @@ int TVHandle::compareKey(const VString& key, int sortType, VBool caseSensitive) 
 }
 TVProjectConfig TVHandle::effectiveConfig() {
   return object_ == nullptr ? theEmptyConfig() : object_->effectiveConfig(*this);
+}
+int TVHandle::archiveAction1(TVGetOptions& options) {
+  return object_ == nullptr ? kResultMissing : object_->archiveAction1(*this, options);
+}
+int TVHandle::archiveAction2(TVPutOptions& options) {
+  return object_ == nullptr ? kResultMissing : object_->archiveAction2(*this, options);
+}
+int TVHandle::archiveAction3(TVUnlockOptions& options) {
+  return object_ == nullptr ? kResultMissing : object_->archiveAction3(*this, options);
+}
+int TVHandle::archiveAction4(TVPutOptions& options) {
+  return object_ == nullptr ? kResultMissing : object_->archiveAction4(*this, options);
 }
 
 TVHandle& theNullHandle() {

@@ -89,6 +89,12 @@ class TVHandle : public VObject {
   int attributeWith(const TVOptionArray& options) const;
   int compareKey(const VString& key, int sortType, VBool caseSensitive) const;
   TVProjectConfig effectiveConfig();
+  // Operations on archives, with this handle as the context. An operation result; 5 without an
+  // object.
+  int archiveAction1(TVGetOptions& options);     // Check-out.
+  int archiveAction2(TVPutOptions& options);     // Check-in.
+  int archiveAction3(TVUnlockOptions& options);  // Unlock.
+  int archiveAction4(TVPutOptions& options);     // Create the archive and check in.
 
   // Called after an edit, after the object went, and after a child joined the open list.
   virtual void refreshed() {}

@@ -1,10 +1,12 @@
 // core/object.cpp: references, uses, edits and the cache of children.
 #include "core/object.h"
 
+#include <deque>
 #include <limits>
 
 #include "core/childlist.h"
 #include "core/handle.h"
+#include "core/result.h"
 
 namespace foldapi {
 
@@ -106,6 +108,46 @@ int TVObject::compareTo(const TVObject& other, TVChildList& list) const {
     if (index >= 0 || otherIndex >= 0) break;
   }
   return isA()->ordinal - other.isA()->ordinal;
+}
+
+// Broadcasts
+// ---------------------------------------------------------------------------------------
+
+// What the operation does to one child may change or destroy others: all of them are held. Below a
+// root each child has a configuration of its own, so it becomes the context there.
+template <typename Options>
+int TVObject::broadcast(int (TVObject::*action)(TVHandle&, Options&), TVHandle& context,
+                        Options& options) {
+  TVUseScope use(this, context);
+  const std::vector<TVObject*> all = childrenInOrder();
+  std::deque<TVReferenceHold> holds;
+  for (TVObject* child : all) holds.emplace_back(child);
+  const VPathString configPath = projectConfig().path;
+  int result = kResultDone;
+  for (TVObject* child : all) {
+    if (child->deleted_) continue;
+    if (child->projectConfig().path == configPath) {
+      result = (child->*action)(context, options);
+    } else {
+      TVHandle ownContext(&context.sink(), child);
+      result = (child->*action)(ownContext, options);
+    }
+    if (result == kResultCancelled) break;
+  }
+  return result;
+}
+
+int TVObject::archiveAction1(TVHandle& context, TVGetOptions& options) {
+  return broadcast(&TVObject::archiveAction1, context, options);
+}
+int TVObject::archiveAction2(TVHandle& context, TVPutOptions& options) {
+  return broadcast(&TVObject::archiveAction2, context, options);
+}
+int TVObject::archiveAction3(TVHandle& context, TVUnlockOptions& options) {
+  return broadcast(&TVObject::archiveAction3, context, options);
+}
+int TVObject::archiveAction4(TVHandle& context, TVPutOptions& options) {
+  return broadcast(&TVObject::archiveAction4, context, options);
 }
 
 // References

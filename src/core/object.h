@@ -26,6 +26,9 @@ namespace foldapi {
 class TVChildList;
 class TVHandle;
 class TVOptionArray;
+class TVGetOptions;
+class TVPutOptions;
+struct TVUnlockOptions;
 
 // What lockStorage() gives. Storage classes derive from it; objects without storage share one that
 // means nothing.
@@ -109,6 +112,14 @@ class TVObject : public VObject {
   virtual TVProjectConfig projectConfig() const;
   virtual TVProjectConfig rootConfig() const;
 
+  // Operations on archives: check-out, check-in, unlock and create. A member does it; any other
+  // object does it with all its children, in the order of their records, and gives the result of
+  // the last one. Only kResultCancelled ends that early.
+  virtual int archiveAction1(TVHandle& context, TVGetOptions& options);
+  virtual int archiveAction2(TVHandle& context, TVPutOptions& options);
+  virtual int archiveAction3(TVHandle& context, TVUnlockOptions& options);
+  virtual int archiveAction4(TVHandle& context, TVPutOptions& options);
+
   // Life. ----------------------------------------------------------------------------------------
 
   void addReference(int count);
@@ -181,6 +192,8 @@ class TVObject : public VObject {
  private:
   friend class TVHandle;
 
+  template <typename Options>
+  int broadcast(int (TVObject::*action)(TVHandle&, Options&), TVHandle& context, Options& options);
   void reload(TVHandle& context);
   void rewrite(TVHandle& context);
   void giveUpStorage(TVHandle& context, bool keep);

@@ -1,6 +1,7 @@
 // domain/projectfolder.cpp: projects in memory.
 #include "domain/projectfolder.h"
 
+#include "core/result.h"
 #include "domain/archivemember.h"
 #include "domain/lockedbyfolder.h"
 #include "domain/promotionfolder.h"
@@ -22,6 +23,13 @@ VString TVProjectFolder::name(const TVOptionArray& options) const {
 }
 
 int TVProjectFolder::attribute(const TVOptionArray&) const { return isPrivate() ? 8 : 9; }
+
+VBool TVProjectFolder::validateDate(TVHandle&, const VString&, VString*) { return true; }
+VBool TVProjectFolder::validatePromotion(TVHandle&, const TVGetOptions&, VString*) { return true; }
+int TVProjectFolder::reportLog(TVHandle&, const char*, const TVLogOptions&) {
+  return kResultMissing;
+}
+int TVProjectFolder::differences(TVHandle&, TVDiffOptions&) { return kResultMissing; }
 
 // At version 1 a project may hold promotion groups as well; format 5.2 reads those and makes none.
 TVProjectFolderOptions::TVProjectFolderOptions(int version)
@@ -77,6 +85,26 @@ void TVProjectFolderHandle::setConfig(const TVProjectConfig& config, TVLockScope
   if (project == nullptr) return;
   TVScopedEdit edit(scope, *this);
   if (edit.taken() && !isNull()) project->setConfig(config);
+}
+
+VBool TVProjectFolderHandle::validateDate(const VString& date, VString* errorText) {
+  auto* project = as<TVProjectFolder>();
+  return project != nullptr && project->validateDate(*this, date, errorText);
+}
+
+VBool TVProjectFolderHandle::validatePromotion(const TVGetOptions& options, VString* errorText) {
+  auto* project = as<TVProjectFolder>();
+  return project != nullptr && project->validatePromotion(*this, options, errorText);
+}
+
+int TVProjectFolderHandle::reportLog(const char* archive, const TVLogOptions& options) {
+  auto* project = as<TVProjectFolder>();
+  return project == nullptr ? kResultMissing : project->reportLog(*this, archive, options);
+}
+
+int TVProjectFolderHandle::differences(TVDiffOptions& options) {
+  auto* project = as<TVProjectFolder>();
+  return project == nullptr ? kResultMissing : project->differences(*this, options);
 }
 
 TVProjectFolderHandle TVProjectFolderHandle::create(const VString& name,

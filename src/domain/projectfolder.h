@@ -6,6 +6,10 @@
 
 namespace foldapi {
 
+class TVDiffOptions;
+class TVGetOptions;
+class TVLogOptions;
+
 class TVProjectFolder : public TVArchiveFolder {
  public:
   static const VClassRecord theClass;
@@ -17,6 +21,20 @@ class TVProjectFolder : public TVArchiveFolder {
   VString name(const TVOptionArray& options) const override;
   int attribute(const TVOptionArray& options) const override;
   TVProjectConfig projectConfig() const override { return config_; }
+
+  // What only the format subclass can do, with the toolkit. The checks tell what is wrong in
+  // *errorText or, where that is null, to the context's sink.
+  // Whether `date` is a date in the words and the format of the project's configuration. An empty
+  // one is, and "*".
+  virtual VBool validateDate(TVHandle& context, const VString& date, VString* errorText);
+  // Whether lock, promotion group and revision of a check-out go together in the project's
+  // promotion model.
+  virtual VBool validatePromotion(TVHandle& context, const TVGetOptions& options,
+                                  VString* errorText);
+  // Reports on `archive`, "archive(workfile)" or a path. An operation result.
+  virtual int reportLog(TVHandle& context, const char* archive, const TVLogOptions& options);
+  // Compares two contents. An operation result.
+  virtual int differences(TVHandle& context, TVDiffOptions& options);
 
   const VString& publicWorkDir() const { return publicWorkDir_; }
   void setPublicWorkDir(const VString& dir) { publicWorkDir_ = dir; }
@@ -49,6 +67,12 @@ class TVProjectFolderHandle : public TVArchiveFolderHandle {
   void setPrivateDir(const VString& dir) override;
   // Stores a configuration in memory; `scope` may hold the project already.
   void setConfig(const TVProjectConfig& config, TVLockScope& scope);
+
+  // As those of the object. Without one the checks give false, the others kResultMissing.
+  VBool validateDate(const VString& date, VString* errorText);
+  VBool validatePromotion(const TVGetOptions& options, VString* errorText);
+  int reportLog(const char* archive, const TVLogOptions& options);
+  int differences(TVDiffOptions& options);
 
   static TVProjectFolderHandle create(const VString& name, const TVProjectConfig& config,
                                       const VString& privateDir, const VString& publicDir,

@@ -1,6 +1,9 @@
 // store/52arfld.cpp: folders and documents on disk, and what an archive's tail says of a document.
 #include "store/52arfld.h"
 
+#include <algorithm>
+
+#include "core/result.h"
 #include "runtime/assertion.h"
 #include "runtime/paths.h"
 #include "store/52branch.h"
@@ -18,14 +21,6 @@ constexpr KeyTableEntry kFolderSections[] = {{"Format", kSectionSkipped},
                                              {"Document", kSectionDocument},
                                              {nullptr, 0}};
 
-constexpr int kResultNoMemory = 1;
-constexpr int kResultFailed = 2;
-constexpr int kResultCancelled = 3;
-constexpr int kResultNotWritten = 4;
-constexpr int kResultNoArchiveName = 5;
-
-constexpr int32_t kToolkitCancelled = 15;
-constexpr int32_t kUserSize = 257;
 constexpr int32_t kToolkitContext = -1;
 constexpr int32_t kFetchTree = 1;
 constexpr int32_t kReturnTree = 0;
@@ -156,11 +151,9 @@ int TVArchiveMember52::readData(TVHandle& context, TVStorageLock*) {
     mergeBranch(*this, "Trunk", kTrunkLevel, kTrunkNumber, tree_);
   } else {
     forgetTrunk();
-    context.sink().notice(context, ToolkitMessage(status, qualArchiveName().text()));
   }
   if (old != nullptr) giveBack(old);
-  if (status == 0) return 0;
-  return status == kToolkitCancelled ? kResultCancelled : kResultFailed;
+  return reportToolkitStatus(context, status, qualArchiveName().text());
 }
 
 TVArchiveMember52::~TVArchiveMember52() {
@@ -186,7 +179,7 @@ int TVArchiveMember52::LoadArchiveInfo(TVHandle& context, VPathString* path, Loa
   *path = qualArchiveName();
   if (path->isEmpty()) {
     context.sink().notice(context, FolderMessage(kFolderNoArchiveName));
-    return kResultNoArchiveName;
+    return kResultMissing;
   }
   TVArchiveCache* cache = projectCache();
   TVArchiveInfo52* known = cache == nullptr ? nullptr : cache->find(path->view());
@@ -270,21 +263,12 @@ uint32_t statusBits(const TVArchiveInfo52& info, std::string_view user) {
 
 int TVArchiveMember52::describe(TVHandle& context, uint32_t* status) {
   *status = 0;
-  char user[kUserSize] = {};
-  char second[kUserSize] = {};
-  {
-    TVToolkitBracket bracket(context);
-    int16_t kind = 0;
-    const int32_t code = TrvsGetUserInfo(user, kUserSize, second, kUserSize, &kind);
-    if (code != 0) {
-      context.sink().notice(context, ToolkitMessage(code, nullptr));
-      return code == kToolkitCancelled ? kResultCancelled : kResultFailed;
-    }
-  }
+  VString user;
+  if (const int result = fetchUser(context, &user)) return result;
   VPathString path;
   LoadedInfo loaded;
   const int result = LoadArchiveInfo(context, &path, &loaded);
-  if (result == 0) *status = statusBits(*loaded.info, user);
+  if (result == 0) *status = statusBits(*loaded.info, user.view());
   return result;
 }
 

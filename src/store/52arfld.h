@@ -10,6 +10,7 @@
 #include "btkf520/btkf520.h"
 #include "domain/archivefolder.h"
 #include "domain/archivemember.h"
+#include "domain/tvopts.h"
 #include "store/52data.h"
 #include "toolkit/archiveinfo.h"
 
@@ -67,6 +68,33 @@ class TVArchiveMember52 : public TVArchiveMember {
   // The status word: what the archive's summary and the present user's name say together.
   int describe(TVHandle& context, uint32_t* status) override;
 
+  // Operations on the archive through the toolkit, which makes all further checks itself
+  // (toolkit/memberoperations.cpp). Each gives an operation result; what failed goes to the
+  // context's sink. kResultMissing for a member without an archive name.
+  int archiveAction1(TVHandle& context, TVGetOptions& options) override {
+    return getRevision(context, options);
+  }
+  int archiveAction2(TVHandle& context, TVPutOptions& options) override {
+    return putRevision(context, options);
+  }
+  int archiveAction3(TVHandle& context, TVUnlockOptions& options) override {
+    return unlockRevision(context, options);
+  }
+  int archiveAction4(TVHandle& context, TVPutOptions& options) override {
+    return createArchive(context, options);
+  }
+  // Checks a revision out to the workfile.
+  int getRevision(TVHandle& context, const TVGetOptions& options);
+  // Checks the workfile in.
+  int putRevision(TVHandle& context, const TVPutOptions& options);
+  // Takes back the present user's locks, then checks out if the mode says so.
+  int unlockRevision(TVHandle& context, const TVUnlockOptions& options);
+  // Creates the archive and checks the workfile in, unless there is an archive; then stores the
+  // member in its folder, in place of one without an archive.
+  int createArchive(TVHandle& context, const TVPutOptions& options);
+  // Names the archive by the project's configuration, as far as it has no name yet.
+  int computeArchiveName(TVHandle& context);
+
   // From the archive's summary.
   int GetCreationTime(TVHandle& context, uint32_t* out) override;
   int GetFileTime(TVHandle& context, uint32_t* out) override;
@@ -84,6 +112,10 @@ class TVArchiveMember52 : public TVArchiveMember {
     std::unique_ptr<TVArchiveInfo52> owned;
   };
 
+  int makeArchive(TVHandle& context, const VString& description);
+  int computeArchivePath(TVHandle& context, const VPathString& computed);
+  int storeInOwner(TVHandle& context, const TVMemberNames& before);
+  int takeLocks(TVHandle& context, bool wantsRevision, VString* revision);
   void forgetTrunk();
   static void giveBack(TrvsRevTree* tree);
   int LoadArchiveInfo(TVHandle& context, VPathString* path, LoadedInfo* loaded);

@@ -131,10 +131,7 @@ int TVProjectFolder52::readPromotionGroups(TVHandle& context) {
     TVToolkitBracket bracket(context);
     status = QueryConfigurationItem(kItemPromotionGroups, &names);
   }
-  if (status != 0) {
-    context.sink().notice(context, ToolkitMessage(status, nullptr));
-    return status == 15 ? 3 : 2;
-  }
+  if (status != 0) return reportToolkitStatus(context, status, nullptr);
   mergePromotionModel(*this, std::move(names));
   return 0;
 }

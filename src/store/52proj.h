@@ -37,6 +37,13 @@ class TVProjectFolder52 : public TVProjectFolder {
   // The configuration with the archive directories that the toolkit finds in it.
   TVProjectConfig effectiveConfig(TVHandle& context) override;
 
+  // Through the toolkit (toolkit/projectoperations.cpp).
+  VBool validateDate(TVHandle& context, const VString& date, VString* errorText) override;
+  VBool validatePromotion(TVHandle& context, const TVGetOptions& options,
+                          VString* errorText) override;
+  int reportLog(TVHandle& context, const char* archive, const TVLogOptions& options) override;
+  int differences(TVHandle& context, TVDiffOptions& options) override;
+
   const VString& storageDir(Side side) const { return files_.directory(side); }
   void setStorageDir(Side side, VString directory) {
     files_.setDirectory(side, std::move(directory));

@@ -5,16 +5,12 @@
 #include "base/vfile.h"
 #include "btkf520/btkf520.h"
 #include "runtime/files.h"
+#include "toolkit/arguments.h"
 #include "toolkit/messages.h"
 
 namespace foldapi {
 
 namespace {
-
-constexpr int32_t kTooSmall = 8;
-constexpr size_t kFirstSize = 257;
-constexpr size_t kSizeStep = 256;
-constexpr size_t kLargestSize = 0xffff;  // Sizes are kept in 16 bits.
 
 constexpr const char* kDirsFailedTail =
     ". The archive directory could not be set. Before you can check files into archives, you must "
@@ -60,14 +56,12 @@ VBool LoadConfiguration(const VPathString& rootPath, const VPathString& projectP
 }
 
 int32_t QueryConfigurationItem(int32_t item, std::string* answer) {
-  std::string buffer(kFirstSize, '\0');
-  for (;;) {
-    const int32_t status =
-        TrvsQueryConfigurationItem(item, buffer.data(), static_cast<int32_t>(buffer.size()));
-    if (status == 0) *answer = std::move(buffer);
-    if (status != kTooSmall || buffer.size() + kSizeStep > kLargestSize) return status;
-    buffer.assign(buffer.size() + kSizeStep, '\0');
-  }
+  std::string buffer;
+  const int32_t status = fetchGrowing(&buffer, [item](char* data, int32_t size) {
+    return TrvsQueryConfigurationItem(item, data, size);
+  });
+  if (status == 0) *answer = std::move(buffer);
+  return status;
 }
 
 void appendArchiveDirs(TVProjectConfig* config, const VString& dirs, TVHandle& context) {

@@ -13,6 +13,8 @@ namespace foldapi {
 // Items of the configuration, by the toolkit's numbers.
 constexpr int32_t kItemArchiveDirs = 49;
 constexpr int32_t kItemPromotionGroups = 55;
+constexpr int32_t kItemDateWords = 78;
+constexpr int32_t kItemDateFormat = 79;
 
 // Has the toolkit read the root's file, then the project's, then, if asked to, "vcs.cfg" in the
 // current directory. Later files override earlier ones. False when one could not be taken in. A

@@ -2,6 +2,7 @@
 #include "toolkit/session.h"
 
 #include "btkf520/btkf520.h"
+#include "core/result.h"
 #include "runtime/platform_path.h"
 #include "toolkit/configuration.h"
 #include "toolkit/messages.h"
@@ -10,9 +11,11 @@ namespace foldapi {
 
 namespace {
 
-constexpr int32_t kUserSize = 129;
+constexpr int32_t kUserSize = 257;
+constexpr int32_t kStartUserSize = 129;
 constexpr int32_t kBufferTooSmall = 8;
 constexpr int32_t kNoSuchPlace = 9;
+constexpr int32_t kUserCancelled = 15;
 
 // Path texts mean the same to the toolkit as to the library.
 int32_t resolvePath(const char* text, char* buffer, int32_t size) {
@@ -76,6 +79,25 @@ VBool TVToolkitSession::leave() {
   return true;
 }
 
+int reportToolkitStatus(TVHandle& context, int32_t status, const char* path) {
+  if (status == 0) return kResultDone;
+  context.sink().notice(context, ToolkitMessage(status, path));
+  return status == kUserCancelled ? kResultCancelled : kResultFailed;
+}
+
+int fetchUser(TVHandle& context, VString* user) {
+  char name[kUserSize] = {};
+  char second[kUserSize] = {};
+  int16_t kind = 0;
+  int32_t status;
+  {
+    TVToolkitBracket bracket(context);
+    status = TrvsGetUserInfo(name, kUserSize, second, kUserSize, &kind);
+  }
+  if (status == 0) *user = name;
+  return reportToolkitStatus(context, status, nullptr);
+}
+
 VBool EnableToolkit(TVErrorSink& sink) {
   TVHandle context(&sink, nullptr);
   TVToolkitBracket bracket(context);
@@ -97,10 +119,10 @@ VBool StartToolkit(TVErrorSink& sink) {
   }
   TrvsRegisterPathResolver(resolvePath);
   RegisterToolkitCallbacks();
-  char user[kUserSize] = {};
-  char second[kUserSize] = {};
+  char user[kStartUserSize] = {};
+  char second[kStartUserSize] = {};
   int16_t kind = 0;
-  TrvsGetUserInfo(user, kUserSize, second, kUserSize, &kind);
+  TrvsGetUserInfo(user, kStartUserSize, second, kStartUserSize, &kind);
   return true;
 }
 

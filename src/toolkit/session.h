@@ -43,6 +43,14 @@ class TVToolkitBracket {
   ~TVToolkitBracket() { TVToolkitSession::Instance().leave(); }
 };
 
+// What a toolkit status means to an operation: reports any but 0 to the context's sink, with `path`
+// behind the text unless it is null, and gives the operation result. To be called outside of
+// brackets, so that the sink may use the library.
+int reportToolkitStatus(TVHandle& context, int32_t status, const char* path);
+
+// Fetches the present user's id, in a bracket of its own. An operation result.
+int fetchUser(TVHandle& context, VString* user);
+
 // The start that runs when the library is attached: enables the toolkit and registers the
 // callbacks.
 VBool EnableToolkit(TVErrorSink& sink);

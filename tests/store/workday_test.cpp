@@ -1,0 +1,210 @@
+// A day of work through the classes, with real archives: what a desktop client does from morning to
+// evening, on one archive and on a whole tree of folders.
+#include <algorithm>
+
+#include "btkf520/btkf520.h"
+#include "core/result.h"
+#include "store/storefixture.h"
+#include "toolkit/messages.h"
+#include "toolkit/session.h"
+
+namespace store_test {
+namespace {
+
+// A sink that says no after a number of questions whether to go on.
+struct ImpatientSink : support::RecordingSink {
+  int patience = -1;  // Without end if negative.
+  int canContinue(Handle&) override { return patience < 0 || patience-- > 0 ? 1 : 0; }
+};
+
+class Workday : public Store {
+ protected:
+  Workday() {
+    EXPECT_TRUE(EnableToolkit(sink));
+    TVProjectRootHandle root = makeRoot();
+    put("motor.cfg", "VCSDIR = " + path("vault") + "\nPROMOTE dev = test\n");
+    support::writeFile(path("vault/.keep"), "");
+    project_ =
+        TVProjectFolderHandle::create("Motor", TVProjectConfig(path("motor.cfg")), path("work"),
+                                      path("team"), root, theNoLock(), &sink, 1, 0);
+    project_.open();
+  }
+
+  TVHandle folder(const char* name, const TVHandle& parent) {
+    return TVArchiveFolderHandle::create(name, "", false, parent, theNoLock(), &sink, 1, 0);
+  }
+  // A member without an archive; a transient one is in no folder.
+  TVArchiveMemberHandle member(const char* workName, const TVHandle& parent, bool isTransient) {
+    return TVArchiveMemberHandle::create({"", "", "", workName}, parent, theNoLock(), &sink,
+                                         isTransient ? 0 : 1, 0);
+  }
+  void edit(const char* workName, const std::string& text) {
+    put("work/" + std::string(workName), text);
+  }
+  // A member whose archive holds one revision.
+  TVArchiveMemberHandle archived(const char* workName, const TVHandle& parent) {
+    edit(workName, std::string(workName) + "\n");
+    TVArchiveMemberHandle made = member(workName, parent, false);
+    EXPECT_EQ(made.archiveAction4(create_), 0) << told();
+    return made;
+  }
+  uint32_t status(TVArchiveMemberHandle& handle) {
+    uint32_t bits = 0;
+    EXPECT_EQ(handle.status(&bits), 0) << told();
+    return bits;
+  }
+
+  // What was told, but for the questions whether to go on.
+  std::string reported() { return replaced(told(), "continue\n", ""); }
+
+  TVProjectFolderHandle project_;
+  TVPutOptions create_;
+};
+
+TEST_F(Workday, OnOneArchive) {
+  TVHandle control = folder("control", project_);
+  edit("m.c", "one\ntwo\n");
+  create_.description = "Motor control";
+  create_.text1 = "First version";
+  create_.promotionGroup = "dev";
+  create_.setKeepReadOnly();
+  ASSERT_EQ(member("m.c", control, true).archiveAction4(create_), 0) << told();
+  EXPECT_EQ(listing(control), "document vault|m.c_v||m.c\n");
+  EXPECT_NE(
+      get("pub/Motor.prj/control/trvsfold.pub").find("[DOCUMENT=" + path("vault") + ";m.c_v;"),
+      std::string::npos);
+  control.open();
+  TVArchiveMemberHandle motor(control.first(nullptr));
+  EXPECT_EQ(status(motor), kStatusReadable | kStatusHasRevisions);
+
+  TVGetOptions get;
+  get.setLock();
+  get.setOverwriteAlways();
+  get.promotionGroup = "dev";
+  EXPECT_TRUE(get.prepare(&motor, true)) << told();
+  ASSERT_EQ(motor.archiveAction1(get), 0) << told();
+  EXPECT_EQ(status(motor), kStatusReadable | kStatusHasRevisions | kStatusLockedByMe);
+  edit("m.c", "one\nthree\n");
+  TVPutOptions putOptions;
+  putOptions.text1 = "Count right";
+  putOptions.text2 = "REL_1";
+  putOptions.setKeepLock();
+  ASSERT_EQ(motor.archiveAction2(putOptions), 0) << told();
+  // Unchanged: the toolkit refuses, and the work goes on.
+  EXPECT_EQ(motor.archiveAction2(putOptions), kResultFailed);
+  EXPECT_NE(told().find("notice "), std::string::npos);
+
+  TVUnlockOptions unlock;
+  unlock.mode = TVUnlockOptions::kGetLockedWritable;
+  edit("m.c", "spoilt\n");
+  ASSERT_EQ(motor.archiveAction3(unlock), 0) << told();
+  EXPECT_EQ(Store::get("work/m.c"), "one\nthree\n");
+  EXPECT_EQ(status(motor), kStatusReadable | kStatusHasRevisions);
+  EXPECT_EQ(motor.archiveAction3(unlock), kResultFailed);  // No lock is left.
+  told();
+
+  const VString archive = motor.toolkitName();
+  TVLogOptions log;
+  log.setMode(TVLogOptions::kBrief);
+  log.setHeading(false);
+  log.revisionFrom = "1.1";
+  ASSERT_EQ(project_.reportLog(archive.text(), log), 0);
+  const std::string report = reported();
+  EXPECT_TRUE(report.starts_with("output 1 1.1  ")) << report;
+  EXPECT_EQ(std::count(report.begin(), report.end(), '\n'), 1) << report;
+  log.outputText = path("report.txt");
+  ASSERT_EQ(project_.reportLog(archive.text(), log), 0) << told();
+  EXPECT_TRUE(Store::get("report.txt").ends_with("  Count right\n"));
+
+  TVDiffOptions diff;
+  diff.kind = TVDiffOptions::kTest;
+  diff.first = diff.third = motor.qualArchiveName();
+  diff.second = "1.0";
+  diff.fourth = "REL_1";
+  ASSERT_EQ(project_.differences(diff), 0) << told();
+  EXPECT_EQ(diff.testResult, 1);
+  diff.kind = TVDiffOptions::kReport;
+  diff.setHeading(false);
+  ASSERT_EQ(project_.differences(diff), 0);
+  EXPECT_EQ(reported(), "output 3 @@ -2 +2 @@\noutput 3 -two\r\noutput 3 +three\r\n");
+}
+
+// The record of a member without an archive gives way to the one with it, also if somebody else
+// wrote the folder's file meanwhile.
+TEST_F(Workday, AnArchiveIsAddedToAMemberThatIsThere) {
+  TVHandle control = folder("control", project_);
+  for (const bool meanwhile : {false, true}) {
+    const char* name = meanwhile ? "b.c" : "a.c";
+    SCOPED_TRACE(name);
+    edit(name, "text\n");
+    TVArchiveMemberHandle made = member(name, control, false);
+    const std::string file = "pub/Motor.prj/control/trvsfold.pub";
+    if (meanwhile) put(file, get(file) + "[DOCUMENT=/x;other_v;;other.c]\n");
+    ASSERT_EQ(made.archiveAction4(create_), 0) << told();
+  }
+  EXPECT_EQ(listing(control),
+            "document vault|a.c_v||a.c\ndocument vault|b.c_v||b.c\ndocument /x|other_v||other.c\n");
+  EXPECT_EQ(get("pub/Motor.prj/control/trvsfold.pub").find("[DOCUMENT=;"), std::string::npos);
+
+  // An archive that is there already is taken as it is; one that can't be made leaves no record.
+  edit("new.c", "text\n");
+  EXPECT_EQ(TrvsCreateArchive(path("vault/new.c_v").c_str(), "new.c", nullptr, nullptr, 0, 0), 0);
+  EXPECT_EQ(member("new.c", control, true).archiveAction4(create_), 0) << told();
+  EXPECT_EQ(get("work/new.c"), "text\n");
+  put("motor.cfg", "VCSDIR = " + path("none") + "\n");
+  EXPECT_EQ(member("lost.c", control, true).archiveAction4(create_), kResultFailed);
+  EXPECT_NE(told().find("notice "), std::string::npos);
+  EXPECT_EQ(listing(control).find("lost.c"), std::string::npos);
+}
+
+// A failure in the middle doesn't end a broadcast; the user does.
+TEST_F(Workday, OnAWholeTree) {
+  TVHandle control = folder("control", project_);
+  TVHandle view = folder("view", project_);
+  create_.promotionGroup = "dev";
+  for (const char* name : {"a.c", "b.c", "c.c"}) archived(name, control);
+  member("gone.c", control, false);
+  for (const char* name : {"d.c", "e.c"}) archived(name, view);
+  told();
+
+  ImpatientSink user;
+  TVHandle day(&user, project_.object());
+  const auto workfiles = [this] {
+    std::string all;
+    for (const char* name : {"a.c", "b.c", "c.c", "d.c", "e.c"}) {
+      const VPathString file = path(std::string("work/") + name);
+      if (file.exists()) all += std::string(name) + " ";
+      file.remove();
+    }
+    return all;
+  };
+  TVGetOptions get;
+  get.setOverwriteAlways();
+  EXPECT_EQ(day.archiveAction1(get), 0) << user.told();
+  EXPECT_EQ(workfiles(), "a.c b.c c.c d.c e.c ");
+  EXPECT_NE(user.told().find(FolderMessage(kFolderNoArchiveName).str()), std::string::npos);
+
+  // From the root down each project works with its own configuration: the model asks for a group.
+  TVHandle root(&user, project_.object()->owner());
+  TVPutOptions label;
+  get.setLock();
+  get.promotionGroup = "none";
+  EXPECT_EQ(root.archiveAction1(get), kResultFailed);
+  EXPECT_EQ(workfiles(), "");
+  get.promotionGroup = "dev";
+  EXPECT_EQ(root.archiveAction1(get), kResultDone) << user.told();
+  EXPECT_EQ(workfiles(), "a.c b.c c.c d.c e.c ");
+  TVUnlockOptions unlock;
+  EXPECT_EQ(root.archiveAction3(unlock), kResultDone);
+
+  user.told();
+  get = TVGetOptions();
+  user.patience = 2;
+  EXPECT_EQ(day.archiveAction1(get), kResultCancelled);
+  const std::string done = workfiles();
+  EXPECT_TRUE(!done.empty() && done != "a.c b.c c.c d.c e.c ") << done;
+  EXPECT_NE(user.told().find("notice Action canceled."), std::string::npos);
+}
+
+}  // namespace
+}  // namespace store_test

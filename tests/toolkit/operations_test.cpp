@@ -1,0 +1,512 @@
+// What archive operations hand to the toolkit, and what they make of its answers; with a fake one.
+#include <gtest/gtest.h>
+
+#include <functional>
+
+#include "core/result.h"
+#include "domain/projectroot.h"
+#include "domain/tvopts.h"
+#include "runtime/assertion.h"
+#include "store/52arfld.h"
+#include "store/52proj.h"
+#include "support/files.h"
+#include "support/recordingsink.h"
+#include "toolkit/faketoolkit.h"
+#include "toolkit/messages.h"
+#include "toolkit/session.h"
+
+namespace foldapi {
+namespace {
+
+using toolkit_test::fakeToolkit;
+
+// A project with one member in it.
+class Operations : public testing::Test {
+ protected:
+  Operations() {
+    EXPECT_TRUE(EnableToolkit(sink));
+    fakeToolkit() = {};
+    char name[257] = {};
+    EXPECT_EQ(TrvsGetUserInfo(name, 257, nullptr, 0, nullptr), 0);
+    user = name;
+    setAssertionTarget([](const char* text) { assertions += text; });
+    assertions.clear();
+  }
+  ~Operations() override {
+    setAssertionTarget(nullptr);
+    fakeToolkit() = {};
+  }
+
+  template <typename Object, typename... Fields>
+  TVHandle make(Fields... fields) {
+    return TVHandle(&sink, TVObject::mergeIntoCache(new Object(fields..., false), nullptr));
+  }
+  TVArchiveMember52& memberOf(TVHandle& handle) {
+    return *static_cast<TVArchiveMember52*>(handle.object());
+  }
+  TVHandle makeMember(const TVMemberNames& names) {
+    return make<TVArchiveMember52>(names, project.object());
+  }
+
+  static inline std::string assertions;
+  support::RecordingSink sink;
+  std::string user;
+  TVHandle root = make<TVProjectRoot>("", "", nullptr);
+  TVProjectFolderHandle project{
+      make<TVProjectFolder52>("P", TVProjectConfig(), "/work", "/team", root.object())};
+  TVHandle member = makeMember({"/v", "m.c_v", "src", "m.c"});
+  TVHandle nameless = makeMember({"", "", "", ""});
+};
+
+TEST_F(Operations, PassEmptyTextsAsTheToolkitWantsThem) {
+  TVGetOptions get;
+  TVPutOptions put;
+  TVLogOptions log;
+  TVDiffOptions diff;
+  diff.first = "a";
+  const auto runAll = [&] {
+    EXPECT_EQ(member.archiveAction1(get), 0);
+    EXPECT_EQ(member.archiveAction2(put), 0);
+    EXPECT_EQ(project.reportLog("/v/m.c_v", log), 0);
+    for (const int kind : {3, 1, 0, 2}) {
+      diff.kind = kind;
+      EXPECT_EQ(project.differences(diff), 0);
+    }
+    return fakeToolkit().calls();
+  };
+  EXPECT_EQ(runAll(),
+            "GetRevision -1 '/v/m.c_v(/work/src/m.c)' 0 '' '' '' 0 '' 0 0\n"
+            "PutRevision -1 0 '/v/m.c_v(/work/src/m.c)' 0 - - - - - - 0 0\n"
+            "Log -1 '/v/m.c_v' - - - - - - - '' 0\n"
+            "TestDifferences -1 'a' - - - 0 - 0\n"
+            "ReportDifferences -1 'a' - - - - 0 0 0 - 0\n"
+            "GenGuiDelta -1 'a' - - - 0 - - 0 0 0 0 0 0 0 0\n"
+            "GenGuiDelta -1 'a' - - - 0 - - 0 0 0 0 0 0 0 0\n");
+
+  get.revision = "1.2";
+  get.cutoffDate = "cutoff";
+  get.otherDate = "other";
+  get.text4 = "unused";
+  get.promotionGroup = "test";
+  get.flags = 0xfe;
+  put.revision = "1.3";
+  put.text1 = "change";
+  put.text2 = "LABEL";
+  put.description = "about";
+  put.promotionGroup = "dev";
+  put.flags = 0x40ff;
+  log.revisionFrom = "1.0";
+  log.dateTo = "3/4/95";
+  log.text1 = "authors";
+  log.text2 = "lockers";
+  log.text3 = "labels";
+  log.text4 = "groups";
+  log.text5 = "words";
+  log.outputText = "out";
+  log.flags = 0x104;
+  diff.second = "1.1";
+  diff.third = "b";
+  diff.fourth = "1.2";
+  diff.text5 = "1-6";
+  diff.text6 = "report";
+  diff.text7 = "ranges";
+  diff.short1 = 8;
+  diff.short2 = 3;
+  diff.short3 = 1;
+  diff.long1 = 255;
+  diff.short4 = 4;
+  diff.long2 = 256;
+  diff.short5 = 5;
+  diff.long3 = 257;
+  diff.short6 = 6;
+  diff.flags = 0x1f;
+  fakeToolkit().differ = 1;
+  EXPECT_EQ(runAll(),
+            "GetRevision -1 '/v/m.c_v(/work/src/m.c)' 0 '1.2' 'cutoff' 'other' 0 'test' 0 254\n"
+            "PutRevision -1 0 '/v/m.c_v(/work/src/m.c)' 0 '1.3' 'LABEL' 'about' 'change' 'dev' - 0 "
+            "16639\n"
+            "Log -1 '/v/m.c_v' '1.0*' 'authors' 'lockers' 'labels' 'groups' 'words' '*3/4/95' "
+            "'out' 260\n"
+            "TestDifferences -1 'a' '1.1' 'b' '1.2' 8 '1-6' 31\n"
+            "ReportDifferences -1 'a' '1.1' 'b' '1.2' 'report' 3 1 8 '1-6' 31\n"
+            "GenGuiDelta -1 'a' '1.1' 'b' '1.2' 8 '1-6' 'ranges' 255 4 256 5 257 6 0 31\n"
+            "GenGuiDelta -1 'a' '1.1' 'b' '1.2' 8 '1-6' 'ranges' 255 4 256 5 257 6 0 31\n");
+  EXPECT_EQ(diff.testResult, 1);
+  EXPECT_EQ(sink.told(), "");
+}
+
+TEST_F(Operations, TellEachStatusWithThePathThatItIsAbout) {
+  TVGetOptions get;
+  TVPutOptions put;
+  TVUnlockOptions unlock;
+  unlock.mode = 3;
+  TVLogOptions log;
+  TVDiffOptions diff;
+  diff.first = "a";
+  TVHandle unnamed = makeMember({"/v", "", "src", "n.c"});
+  TVHandle fresh = makeMember({"/none", "f.c_v", "src", "f.c"});
+  struct Case {
+    const char* function;
+    const char* path;  // Null for none.
+    std::function<int()> run;
+  };
+  const Case cases[] = {
+      {"GetRevision", "/v/m.c_v", [&] { return member.archiveAction1(get); }},
+      {"PutRevision", "/v/m.c_v", [&] { return member.archiveAction2(put); }},
+      {"GetUserInfo", nullptr, [&] { return member.archiveAction3(unlock); }},
+      {"GetLockInfo", nullptr, [&] { return member.archiveAction3(unlock); }},
+      {"UnLockRevision", "/v/m.c_v", [&] { return member.archiveAction3(unlock); }},
+      {"CreateArchive", "/none/f.c_v", [&] { return fresh.archiveAction4(put); }},
+      {"ComputeArchiveName", "/v", [&] { return unnamed.archiveAction4(put); }},
+      {"Log", "/x(y)", [&] { return project.reportLog("/x(y)", log); }},
+      {"ReportDifferences", nullptr, [&] { return project.differences(diff); }},
+  };
+  diff.kind = TVDiffOptions::kReport;
+  for (const Case& c : cases) {
+    for (const int32_t status : {1, 8, 15, 18, 107, 999}) {
+      SCOPED_TRACE(std::string(c.function) + " " + std::to_string(status));
+      fakeToolkit().statuses = {{c.function, {status}}};
+      EXPECT_EQ(c.run(), status == 15 ? kResultCancelled : kResultFailed);
+      EXPECT_EQ(sink.told(), "notice " + ToolkitMessage(status, c.path).str() + "\n");
+    }
+  }
+  // The answer of a comparison counts whatever the status was.
+  fakeToolkit().statuses = {{"TestDifferences", {5}}};
+  fakeToolkit().differ = 7;
+  diff.kind = TVDiffOptions::kTest;
+  EXPECT_EQ(project.differences(diff), kResultFailed);
+  EXPECT_EQ(diff.testResult, 7);
+}
+
+TEST_F(Operations, NeedAnArchiveNameBeforeTheToolkitIsAsked) {
+  const std::string noName = "notice " + FolderMessage(kFolderNoArchiveName).str() + "\n";
+  TVGetOptions get;
+  TVPutOptions put;
+  TVUnlockOptions unlock;
+  TVDiffOptions diff;
+  EXPECT_EQ(nameless.archiveAction1(get), kResultMissing);
+  EXPECT_EQ(nameless.archiveAction2(put), kResultMissing);
+  EXPECT_EQ(project.reportLog("", TVLogOptions()), kResultMissing);
+  EXPECT_EQ(project.reportLog(nullptr, TVLogOptions()), kResultMissing);
+  EXPECT_EQ(sink.told(), noName + noName + noName + noName);
+  EXPECT_EQ(fakeToolkit().calls(), "");
+  EXPECT_EQ(nameless.archiveAction4(put), kResultFailed);
+  EXPECT_EQ(sink.told(), "notice " + FolderMessage(kFolderNoWorkfileName).str() + "\n");
+  // A comparison asks all the same, and has the toolkit's result.
+  EXPECT_EQ(project.differences(diff), kResultDone);
+  EXPECT_EQ(sink.told(), noName);
+  EXPECT_EQ(fakeToolkit().calls(), "GenGuiDelta -1 '' - - - 0 - - 0 0 0 0 0 0 0 0\n");
+
+  TVProjectFolderHandle none;
+  TVHandle nobody;
+  EXPECT_EQ(none.reportLog("a", TVLogOptions()), kResultMissing);
+  EXPECT_EQ(none.differences(diff), kResultMissing);
+  EXPECT_FALSE(none.validateDate("", nullptr));
+  EXPECT_FALSE(none.validatePromotion(get, nullptr));
+  EXPECT_EQ(nobody.archiveAction3(unlock), kResultMissing);
+}
+
+TEST_F(Operations, UnlockAndCheckOutByMode) {
+  const std::string archive = "'/v/m.c_v(/work/src/m.c)'";
+  const std::string lockInfo = "GetLockInfo -1 " + archive + " 0 '" + user + "' 1 ";
+  const std::string taken = "UnLockRevision -1 " + archive + " - '" + user + "'\n";
+  const auto got = [&](const std::string& revision, const std::string& flags) {
+    return "GetRevision -1 " + archive + " 0 '" + revision + "' '' '' 0 '' 0 " + flags + "\n";
+  };
+  const std::string wanted[] = {taken, taken + got("", "32"), taken + got("", "48"),
+                                lockInfo + "257\n" + taken + got("1.7", "32"),
+                                lockInfo + "257\n" + taken + got("1.7", "48")};
+  fakeToolkit().lockedRevision = "1.7";
+  TVUnlockOptions options;
+  for (options.mode = 0; options.mode <= 4; ++options.mode) {
+    SCOPED_TRACE(options.mode);
+    EXPECT_EQ(member.archiveAction3(options), 0);
+    EXPECT_EQ(fakeToolkit().calls(), wanted[options.mode]);
+  }
+  options.mode = 3;
+  fakeToolkit().statuses = {{"GetLockInfo", {8, 8, 0}}};
+  EXPECT_EQ(member.archiveAction3(options), 0);
+  EXPECT_EQ(fakeToolkit().calls(), lockInfo + "257\n" + lockInfo + "513\n" + lockInfo + "769\n" +
+                                       taken + got("1.7", "32"));
+  // The check-out's own failure is the result.
+  fakeToolkit().statuses = {{"GetRevision", {15}}};
+  EXPECT_EQ(member.archiveAction3(options), kResultCancelled);
+}
+
+TEST_F(Operations, ComputeAnArchiveNameAsFarAsItIsMissing) {
+  struct Case {
+    const char* why;
+    TVMemberNames names;
+    const char* computed;
+    const char* dirs;
+    int result;
+    const char* want;  // The archive's path.
+  };
+  const Case cases[] = {
+      {"directory and name", {"", "", "", "a.c"}, "V:\\vault\\a.c_v", "/x", 0, "V:\\vault\\a.c_v"},
+      {"root directory", {"", "", "", "a.c"}, "/a.c_v", "/x", 0, "/a.c_v"},
+      {"name alone", {"", "", "", "a.c"}, "a.c_v", "/x;/y", 0, "/x/a.c_v"},
+      {"leading separator", {"", "", "", "a.c"}, "a.c_v", ";/x;/y", 0, "/x/a.c_v"},
+      {"directory is known", {"/known", "", "", "a.c"}, "/v/a.c_v", "/x", 0, "/known/a.c_v"},
+      {"name is known", {"", "b_v", "", "a.c"}, "/v/a.c_v", "/x", 0, "/v/a.c_v"},
+      {"all is known", {"/known", "b_v", "", "a.c"}, "/v/a.c_v", "/x", 0, "/known/b_v"},
+      {"nothing computed", {"", "", "", "a.c"}, "", "/x", kResultFailed, ""},
+      {"no directories", {"", "", "", "a.c"}, "a.c_v", "", kResultFailed, "a.c_v"},
+  };
+  for (const Case& c : cases) {
+    SCOPED_TRACE(c.why);
+    TVHandle handle = makeMember(c.names);
+    fakeToolkit().computedName = c.computed;
+    fakeToolkit().items = {{49, c.dirs}};
+    EXPECT_EQ(memberOf(handle).computeArchiveName(handle), c.result);
+    EXPECT_EQ(memberOf(handle).qualArchiveName().str(), c.want);
+    EXPECT_EQ(project.object()->children().find(handle.object()), handle.object());
+    EXPECT_EQ(sink.told().empty(), c.result == 0);
+  }
+}
+
+TEST_F(Operations, CheckThePromotionGroupOfACheckOut) {
+  const std::string unknown = FolderFileMessage(kFolderUnknownGroup, "G").str();
+  const std::string higher = FolderFileMessage(kFolderNotDevelopmentGroup, "G").str();
+  const std::string both = FolderMessage(kFolderRevisionWithGroup).str();
+  const std::string needed = FolderMessage(kFolderGroupNeeded).str();
+  struct Case {
+    const char* why;
+    int16_t kind;
+    const char* group;
+    const char* revision;
+    bool lock;
+    std::string want;
+  };
+  const Case cases[] = {
+      {"no group, no lock", 2, "", "1.2", false, ""},
+      {"unknown group", 1, "G", "", false, unknown},
+      {"unknown group and revision", 1, "G", "1.2", false, unknown + both},
+      {"development group", 2, "G", "", true, ""},
+      {"group between", 3, "G", "", true, higher},
+      {"top group", 4, "G", "1.2", true, higher},
+      {"higher group without a lock", 4, "G", "", false, ""},
+      {"higher group and revision", 3, "G", "1.2", false, both},
+  };
+  fakeToolkit().items = {{55, std::string("A\0C\0B\0C\0\0", 9)}};
+  for (const Case& c : cases) {
+    SCOPED_TRACE(c.why);
+    fakeToolkit().groups = {{"G", c.kind}};
+    TVGetOptions options;
+    options.promotionGroup = c.group;
+    options.revision = c.revision;
+    if (c.lock) options.setLock();
+    VString errorText = "before";
+    EXPECT_EQ(project.validatePromotion(options, &errorText), c.want.empty());
+    const bool replaced = c.want.starts_with(unknown) || c.want.starts_with(higher);
+    EXPECT_EQ(errorText.str(), (replaced ? "" : "before") + c.want);
+    EXPECT_EQ(sink.told(), "");
+  }
+  // Without a group a lock needs one only if the model has several to start in.
+  TVGetOptions lock;
+  lock.setLock();
+  fakeToolkit().groups = {{"A", int16_t{2}}, {"B", int16_t{2}}, {"C", int16_t{4}}};
+  EXPECT_FALSE(project.validatePromotion(lock, nullptr));
+  EXPECT_EQ(sink.told(), "notice " + needed + "\n");
+  fakeToolkit().groups["B"] = 3;
+  EXPECT_TRUE(project.validatePromotion(lock, nullptr));
+  // The query is repeated while it fails, but not for ever; too small a buffer grows to 16 bits.
+  fakeToolkit().statuses = {{"QueryItem", {5}}};
+  EXPECT_TRUE(project.validatePromotion(lock, nullptr));
+  fakeToolkit().statuses = {{"QueryItem", {5, 5, 0}}};
+  fakeToolkit().groups["B"] = 2;
+  EXPECT_FALSE(project.validatePromotion(lock, nullptr));
+  fakeToolkit().statuses = {{"QueryItem", {8}}};
+  EXPECT_TRUE(project.validatePromotion(lock, nullptr));
+}
+
+TEST_F(Operations, CheckDatesInTheWordsAndTheFormatOfTheProject) {
+  fakeToolkit().items = {{78, "Jan Feb Mrz Apr Mai Jun Jul Aug Sep Okt Nov Dez vorm nachm"},
+                         {79, "dd.mm.yy hh:mm:ss"}};
+  struct Case {
+    const char* date;
+    bool good;
+  };
+  const Case cases[] = {{"24.12.95", true},  {"12.24.95", false},    {"Mrz.95", true},
+                        {"Mar.95", false},   {"24.12.95 \t ", true}, {"9:30 nachm", true},
+                        {"nonsense", false}, {"\t ", true}};
+  for (const Case& c : cases) {
+    SCOPED_TRACE(c.date);
+    VString errorText;
+    EXPECT_EQ(project.validateDate(c.date, &errorText), c.good);
+    EXPECT_EQ(errorText.str(),
+              c.good ? "" : DateMessage(kFolderDate, c.date, "dd.mm.yy hh:mm:ss").str());
+    EXPECT_EQ(sink.told(), "");
+  }
+  EXPECT_FALSE(project.validateDate("32.1.95  ", nullptr));
+  EXPECT_EQ(sink.told(),
+            "notice " + DateMessage(kFolderDate, "32.1.95", "dd.mm.yy hh:mm:ss").str() + "\n");
+  fakeToolkit().calls();
+  for (const char* date : {"", "*", "* \t"}) EXPECT_TRUE(project.validateDate(date, nullptr));
+  EXPECT_EQ(fakeToolkit().calls(), "");
+}
+
+// Options ---------------------------------------------------------------------------------------
+
+// Each setter after each other one of its group: only the last one counts.
+TEST(Options, KeepFlagsThatExcludeOneAnotherApart) {
+  using Get = TVGetOptions;
+  using Put = TVPutOptions;
+  const auto lastCounts = [](auto fresh, auto setters) {
+    for (const auto& first : setters) {
+      for (const auto& second : setters) {
+        auto options = fresh;
+        options.flags = 0x100000;  // A stranger's.
+        (options.*first.set)();
+        (options.*second.set)();
+        EXPECT_EQ(options.flags, 0x100000 | second.flags);
+      }
+    }
+  };
+  struct GetSetter {
+    void (Get::*set)();
+    uint32_t flags;
+  };
+  struct PutSetter {
+    void (Put::*set)();
+    uint32_t flags;
+  };
+  using Gets = std::vector<GetSetter>;
+  using Puts = std::vector<PutSetter>;
+  lastCounts(Get(), Gets{{&Get::setReadOnly, 0}, {&Get::setWritable, 0x10}, {&Get::setLock, 0x2}});
+  lastCounts(Get(), Gets{{&Get::setOverwritePrompt, 0},
+                         {&Get::setOverwriteAlways, 0x20},
+                         {&Get::setOverwriteNever, 0x40}});
+  lastCounts(Put(), Puts{{&Put::setPutUnchanged, 0x80},
+                         {&Put::setRefuseUnchanged, 0x40},
+                         {&Put::setAskUnchanged, 0x60}});
+  lastCounts(
+      Put(),
+      Puts{{&Put::setKeepLock, 0x1}, {&Put::setKeepReadOnly, 0x2}, {&Put::setRemoveWorkfile, 0}});
+  lastCounts(
+      Put(),
+      Puts{{&Put::setMoveLabel, 0x10}, {&Put::setAskLabel, 0x4000}, {&Put::setRefuseLabel, 0}});
+}
+
+TEST(Options, KeepTheDateOfTheLastChoice) {
+  struct Choice {
+    void (*choose)(TVGetOptions& options);
+    uint32_t flags;
+    const char* cutoffDate;
+    const char* otherDate;
+  };
+  const Choice choices[] = {
+      {[](TVGetOptions& options) { options.setCutoffDate("1/1/95"); }, 0, "1/1/95", ""},
+      {[](TVGetOptions& options) { options.setOtherDate("2/2/96"); }, 0x4, "", "2/2/96"},
+      {[](TVGetOptions& options) { options.setLatest(); }, 0x80, "", ""},
+  };
+  for (const Choice& first : choices) {
+    for (const Choice& second : choices) {
+      TVGetOptions options;
+      first.choose(options);
+      second.choose(options);
+      EXPECT_EQ(options.flags, second.flags);
+      EXPECT_EQ(options.cutoffDate, second.cutoffDate);
+      EXPECT_EQ(options.otherDate, second.otherDate);
+    }
+  }
+}
+
+TEST(Options, SetSingleBits) {
+  TVGetOptions get;
+  get.setFlag8(true);
+  EXPECT_EQ(get.flags, 0x8U);
+  TVPutOptions put;
+  put.setBranch(true);
+  put.setOlder(true);
+  EXPECT_EQ(put.flags, 0xcU);
+  put.setBranch(false);
+  EXPECT_EQ(put.flags, 0x8U);
+  TVDiffOptions diff;
+  diff.setIgnoreSpace(true);
+  diff.setIgnoreCase(true);
+  diff.setIgnoreLineEnds(true);
+  diff.setHeading(false);
+  diff.setExpandKeywords(false);
+  EXPECT_EQ(diff.flags, 0x1fU);
+  diff.setHeading(true);
+  diff.setIgnoreCase(false);
+  EXPECT_EQ(diff.flags, 0x15U);
+  TVLogOptions log;
+  log.setOldestFirst(true);
+  log.setHeading(false);
+  const uint32_t bits[] = {0, 0, 0x20, 0x80, 0x10, 0x40, 0x1, 0x2, 0x8, 0};
+  for (int mode = 0; mode <= 9; ++mode) {
+    log.setMode(mode);
+    EXPECT_EQ(log.flags, 0x104 | bits[mode]);
+    EXPECT_EQ(log.mode(), mode == 0 || mode == 9 ? 1 : mode);
+  }
+  log.flags = 0x104 | 0x20 | 0x80;
+  EXPECT_EQ(log.mode(), 0);
+}
+
+TEST_F(Operations, CheckOptionsAgainstTheProjectThatTheyAreFor) {
+  fakeToolkit().items = {{55, std::string("A\0C\0B\0C\0\0", 9)}};
+  fakeToolkit().groups = {{"A", int16_t{2}}, {"B", int16_t{2}}, {"C", int16_t{4}}};
+  TVGetOptions fresh;
+  EXPECT_TRUE(fresh.prepare(&member, true));
+  TVGetOptions badDate;
+  badDate.setCutoffDate("nonsense");
+  EXPECT_FALSE(badDate.prepare(&member, true));
+  std::string told = sink.told();
+  EXPECT_TRUE(told.starts_with("notice ") && told.ends_with("\nalert\n")) << told;
+  EXPECT_FALSE(badDate.prepare(&member, false));
+  EXPECT_EQ(sink.told().find("alert"), std::string::npos);
+  TVHandle nobody;
+  for (const TVHandle* item : {static_cast<TVHandle*>(nullptr), &nobody, &root}) {
+    EXPECT_TRUE(badDate.prepare(item, true));
+  }
+  EXPECT_EQ(sink.told(), "");
+
+  // Which dates count.
+  badDate.flags = TVGetOptions::kLatest;
+  EXPECT_TRUE(badDate.prepare(&member, true));
+  badDate.otherDate = "nonsense";
+  EXPECT_FALSE(badDate.prepare(&member, true));
+  badDate.flags = TVGetOptions::kOtherDate;
+  EXPECT_TRUE(badDate.prepare(&member, true));
+  EXPECT_EQ(assertions, "");
+  sink.told();
+
+  // What can't go together prints an assertion, and the check goes on: here to the missing group.
+  TVGetOptions odd;
+  odd.setOverwriteNever();
+  odd.setOverwriteAlways();
+  odd.setLock();
+  EXPECT_FALSE(odd.prepare(&member, true));
+  EXPECT_EQ(sink.told(), "notice " + FolderMessage(kFolderGroupNeeded).str() + "\nalert\n");
+  EXPECT_EQ(assertions, "Assertion Failed: TVOPTS.cpp 242\n");
+  assertions.clear();
+  odd.flags = 0x20 | 0x40 | 0x80 | 0x4;
+  EXPECT_TRUE(odd.prepare(&member, true));
+  EXPECT_EQ(assertions, "Assertion Failed: TVOPTS.cpp 244\nAssertion Failed: TVOPTS.cpp 246\n");
+
+  TVDiffOptions diff;
+  EXPECT_TRUE(diff.prepare(&member, true));
+}
+
+TEST_F(Operations, CheckTheRangesOfAReport) {
+  TVLogOptions log;
+  EXPECT_TRUE(log.validate(project, true));
+  log.revisionFrom = "1.*";
+  log.revisionTo = "*";
+  EXPECT_FALSE(log.validate(project, true));
+  EXPECT_EQ(sink.told(), "notice Range character \"*\" not allowed in revision numbers\nalert\n");
+  log.revisionFrom = log.revisionTo = "1.2";
+  log.dateFrom = "nonsense";
+  log.dateTo = "*";
+  EXPECT_FALSE(log.validate(project, false));
+  const std::string told = sink.told();
+  EXPECT_TRUE(told.starts_with("notice ") && told.find("notice", 1) == std::string::npos) << told;
+  log.dateTo = "rubbish";
+  EXPECT_FALSE(log.validate(project, true));
+  EXPECT_NE(sink.told().find("rubbish"), std::string::npos);
+}
+
+}  // namespace
+}  // namespace foldapi
