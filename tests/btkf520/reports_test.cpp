@@ -1,127 +1,17 @@
-// btkf520/reports_test.cpp: dates, logs and differences.
+// btkf520/reports_test.cpp: logs and differences.
 #include <algorithm>
 #include <random>
 
 #include "btkf520/archives.h"
-#include "btkf520/dates.h"
 #include "btkf520/operations/linediff.h"
-#include "btkf520/operations/times.h"
 
 namespace btkf520_test {
 namespace {
 
 using std::string_literals::operator""s;
-using btkf::Fill;
 
 class Logs : public Archives {};
 class Differences : public Archives {};
-
-// 2026-05-17 13:45:30.
-constexpr uint32_t kNow = 46u << 25 | 5u << 21 | 17u << 16 | 13u << 11 | 45u << 5 | 15;
-const btkf::DateRules kRules{btkf::kDefaultDateWords, btkf::kDefaultDateFormat, kNow};
-
-std::string read(const btkf::DateRules& rules, const char* text, Fill fill = Fill::kEarliest) {
-  const auto time = parseDate(rules, text, fill);
-  return time ? btkf::isoTime(*time) : "bad";
-}
-
-TEST(Dates, AreReadAsPeopleMeanThem) {
-  struct Case {
-    const char* text;
-    const char* earliest;
-    const char* latest;  // Null: the same.
-  };
-  const Case cases[] = {
-      {"", "1980-01-01 00:00:00", "2100-12-31 23:59:58"},
-      {"5", "2026-05-05 00:00:00", "2026-05-05 23:59:58"},
-      {"3/4", "2026-03-04 00:00:00", "2026-03-04 23:59:58"},
-      {"3/4/95", "1995-03-04 00:00:00", "1995-03-04 23:59:58"},
-      {"3/4/05", "2005-03-04 00:00:00", "2005-03-04 23:59:58"},
-      {"95", "1995-01-01 00:00:00", "1995-12-31 23:59:58"},
-      {"2/96", "1996-02-01 00:00:00", "1996-02-29 23:59:58"},
-      {"12:30", "2026-05-17 12:30:00", "2026-05-17 12:30:58"},
-      {"2pm", "2026-05-17 14:00:00", "2026-05-17 14:59:58"},
-      {"12am", "2026-05-17 00:00:00", "2026-05-17 00:59:58"},
-      {"12pm", "2026-05-17 12:00:00", "2026-05-17 12:59:58"},
-      {"13pm", "bad", nullptr},
-      {"pm", "2026-05-17 12:00:00", "2026-05-17 23:59:58"},
-      {"Mar 5", "2026-03-01 05:00:00", "2026-03-31 05:59:58"},
-      {"5 Mar", "2026-03-01 05:00:00", "2026-03-31 05:59:58"},
-      {"March 5, 1995", "bad", nullptr},
-      {"Mar/5/1995", "1995-03-05 00:00:00", "1995-03-05 23:59:58"},
-      {"12/25/95 10:30", "1995-12-25 10:30:00", "1995-12-25 10:30:58"},
-      {"10:30:20 12/25/95", "1995-12-25 10:30:20", nullptr},
-      {"1/2 10:30:21", "2026-01-02 10:30:20", nullptr},
-      {"2/29/96", "1996-02-29 00:00:00", "1996-02-29 23:59:58"},
-      {"12/31/2100", "2100-12-31 00:00:00", "2100-12-31 23:59:58"},
-      {"2/29/97", "bad", nullptr},
-      {"13/1/95", "bad", nullptr},
-      {"1/1/2101", "bad", nullptr},
-      {"1/1/200", "bad", nullptr},
-      {"Jan 5 Feb", "bad", nullptr},
-      {"Ja", "2026-01-01 00:00:00", "2026-01-31 23:59:58"},
-      {"J", "bad", nullptr},
-      {"Januaryx", "bad", nullptr},
-      {"1:2:3:4", "bad", nullptr},
-      {"1/2/3/4", "bad", nullptr},
-      {"am pm", "bad", nullptr},
-      {"99999999999999999999", "bad", nullptr},
-      {"1995 1996", "bad", nullptr},
-  };
-  for (const Case& c : cases) {
-    EXPECT_EQ(read(kRules, c.text), c.earliest) << c.text;
-    EXPECT_EQ(read(kRules, c.text, Fill::kLatest), c.latest == nullptr ? c.earliest : c.latest)
-        << c.text;
-  }
-  const btkf::DateRules german{
-      "Januar Februar Maerz April Mai Juni Juli August September Oktober "
-      "November Dezember VM NM",
-      "dd.mm.yy hh:mm:ss", kNow};
-  EXPECT_EQ(read(german, "3.12.95 4:05nm"), "1995-12-03 16:05:00");
-  EXPECT_EQ(read(german, "3.Mae.95"), "1995-03-03 00:00:00");
-  EXPECT_EQ(read(german, "12/31/95"), "1995-01-01 12:31:00") << "a time: / is no date separator";
-}
-
-TEST(Dates, MakeRanges) {
-  struct Case {
-    const char* text;
-    const char* from;
-    const char* to;
-  };
-  const Case cases[] = {
-      {"3/4/95", "1995-03-04 00:00:00", "1995-03-04 23:59:58"},
-      {"1995*", "1995-01-01 00:00:00", "2100-12-31 23:59:58"},
-      {"*1995", "1980-01-01 00:00:00", "1995-12-31 23:59:58"},
-      {"3/95*4/95", "1995-03-01 00:00:00", "1995-04-30 23:59:58"},
-      {"*", "1980-01-01 00:00:00", "2100-12-31 23:59:58"},
-      {" /.", "2026-05-17 13:45:30", "2026-05-17 13:45:30"},
-  };
-  for (const Case& c : cases) {
-    const auto range = parseDateRange(kRules, c.text);
-    ASSERT_TRUE(range) << c.text;
-    EXPECT_EQ(btkf::isoTime(range->from), c.from) << c.text;
-    EXPECT_EQ(btkf::isoTime(range->to), c.to) << c.text;
-  }
-  for (const char* bad : {"x*1995", "1995*x", "1995*1996*1997"}) {
-    EXPECT_FALSE(parseDateRange(kRules, bad)) << bad;
-  }
-}
-
-TEST(Dates, SurviveAnyText) {
-  std::mt19937 random(3);
-  const std::string_view parts[] = {"1", "12",  "95", "1995", "/",    ":",
-                                    " ", "Jan", "pm", "*",    "\xe9", "-"};
-  for (int i = 0; i < 20000; ++i) {
-    std::string text;
-    for (size_t count = random() % 8; count > 0; --count)
-      text += parts[random() % std::size(parts)];
-    const auto time = parseDate(kRules, text, i % 2 == 0 ? Fill::kEarliest : Fill::kLatest);
-    if (time) {
-      EXPECT_GE(*time, 1u << 21 | 1u << 16) << text;
-      EXPECT_LE(*time, 0xf19fbf7d) << text;
-    }
-  }
-}
 
 TEST_F(Logs, HaveAFormForEachQuestion) {
   struct Case {
