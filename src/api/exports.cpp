@@ -26,11 +26,13 @@ using Root = foldapi::TVProjectRoot;
 using Project = foldapi::TVProjectFolder;
 using Folder = foldapi::TVArchiveFolder;  // Projects are folders too.
 using Archive = foldapi::TVArchiveMember;
-using Branching = foldapi::TVObject;  // Archives, branches and revisions have branches.
 using Item = foldapi::TVArchiveItem;
 using Branch = foldapi::TVBranch;
 using Revision = foldapi::TVRevision;
 using Label = foldapi::TVVersionLabel;
+// What may hold branches, and what may hold revisions.
+using Branching = api::AnyOf<Archive, Branch, Revision>;
+using Line = api::AnyOf<Branch, Revision>;
 
 // Sort types of archives, which are also what finds go by.
 constexpr int kByRow = 0;
@@ -288,10 +290,10 @@ int32_t CloseBranch(TVHandle* branch) { return api::close<Branch>(branch); }
 // Revisions
 // ----------------------------------------------------------------------------------------
 
-TVHandle* GetFirstRevision(TVHandle* branch) { return api::first<Item, Revision>(branch); }
-TVHandle* GetNextRevision(TVHandle* branch) { return api::next<Item, Revision>(branch); }
+TVHandle* GetFirstRevision(TVHandle* branch) { return api::first<Line, Revision>(branch); }
+TVHandle* GetNextRevision(TVHandle* branch) { return api::next<Line, Revision>(branch); }
 TVHandle* FindRevision(TVHandle* branch, const char* number) {
-  return api::findItem<Item, Revision>(branch, number);
+  return api::findItem<Line, Revision>(branch, number);
 }
 const char* GetRevisionNumber(TVHandle* revision) {
   return api::text<Revision, TVArchiveItemHandle>(revision,

@@ -40,11 +40,26 @@ void guarded(Call call) {
   });
 }
 
+// Stands for several classes where a frame wants one.
+template <typename... Classes>
+struct AnyOf {};
+
+template <typename Class>
+struct Kind {
+  static bool holds(const foldapi::TVHandle& handle) { return handle.as<Class>() != nullptr; }
+};
+template <typename... Classes>
+struct Kind<AnyOf<Classes...>> {
+  static bool holds(const foldapi::TVHandle& handle) {
+    return (Kind<Classes>::holds(handle) || ...);
+  }
+};
+
 // The handle behind a token, or one without an object if its object is none of `Class`.
 template <typename Class>
 foldapi::TVHandle& resolve(const ::TVHandle* token) {
   foldapi::TVHandle* handle = clientHandle(token);
-  return handle == nullptr || handle->as<Class>() == nullptr ? theNullHandle() : *handle;
+  return handle == nullptr || !Kind<Class>::holds(*handle) ? theNullHandle() : *handle;
 }
 
 inline ::TVHandle* tokenOf(foldapi::TVHandle& handle) {

@@ -2,16 +2,15 @@
  *
  *     handles EMPTY_DIRECTORY
  *
- * Compiled as C99 against the public header alone, so that no C++ slips into it. Exit code 1 and a
- * line for each answer that is wrong. */
-#include <pwd.h>
+ * Compiled as C99 against the public headers alone, so that no C++ slips into them. Exit code 1 and
+ * a line for each answer that is wrong. */
 #include <stdarg.h>
 #include <stdint.h>
 #include <stdio.h>
 #include <stdlib.h>
 #include <string.h>
-#include <unistd.h>
 
+#include "btkf520/btkf520.h"
 #include "foldapi/foldapi.h"
 
 static int failures;
@@ -37,7 +36,9 @@ enum {
   kRevision = 32,
   kLabel = 64,
   kParent = kProject | kFolder,
-  kBranched = kArchive | kRevision
+  kBranched = kArchive | kBranch | kRevision,
+  kLined = kBranch | kRevision,
+  kItem = kBranch | kRevision | kLabel
 };
 
 #define ROW(on, function) \
@@ -66,9 +67,9 @@ static const struct {
     ROW(kArchive, GetArchiveDescription),
     ROW(kArchive, GetAccessList),
     ROW(kArchive, GetLockerList),
-    ROW(kBranch, GetBranchName),
+    ROW(kItem, GetBranchName),
     ROW(kRevision, GetRevisionNumber),
-    ROW(kLabel, GetLabelName),
+    ROW(kItem, GetLabelName),
 };
 
 typedef int32_t (*NumberFunction)(TVHandle*);
@@ -112,7 +113,7 @@ static const struct {
     ROW(kParent, GetFirstArchive),         ROW(kParent, GetNextArchive),
     ROW(kParent, GetFirstArchiveInFolder), ROW(kParent, GetNextArchiveInFolder),
     ROW(kBranched, GetFirstBranch),        ROW(kBranched, GetNextBranch),
-    ROW(kBranch, GetFirstRevision),        ROW(kBranch, GetNextRevision),
+    ROW(kLined, GetFirstRevision),         ROW(kLined, GetNextRevision),
     ROW(kRevision, GetFirstLabel),         ROW(kRevision, GetNextLabel),
 };
 
@@ -130,7 +131,7 @@ static const struct {
     ROW(kParent, FindArchiveByQualArchiveName),
     ROW(kParent, FindArchiveInFolder),
     ROW(kBranched, FindBranch),
-    ROW(kBranch, FindRevision),
+    ROW(kLined, FindRevision),
     ROW(kRevision, FindLabel),
 };
 
@@ -197,7 +198,7 @@ static void callAllOthers(const char* why, TVHandle* handle, int kind) {
 
 typedef struct {
   char pub[512], prv[512];
-  TVHandle *root, *project, *folder, *archive;
+  TVHandle *root, *project, *folder, *archive, *branch, *revision, *label;
 } Client;
 
 static void writeFile(const char* path, const char* bytes, size_t size) {
@@ -207,20 +208,17 @@ static void writeFile(const char* path, const char* bytes, size_t size) {
   }
 }
 
-/* An archive whose summary is one lock, by the user who runs this. */
-static void writeArchive(const char* path) {
-  const char* const user = getpwuid(geteuid())->pw_name;
-  const int payload = (int)strlen(user) + 2;
-  const int block = 3 + payload + 1; /* With the end mark. */
-  char bytes[300] = {'R', 0, (char)payload};
-  char* const trailer = bytes + block;
-  strcpy(bytes + 4, user);
-  trailer[-1] = '@';
-  trailer[0] = 4;
-  memset(trailer + 1, 0xff, 8); /* Two distances back, big-endian. */
-  trailer[4] = (char)(-block - 9);
-  trailer[8] = (char)-block;
-  writeFile(path, bytes, (size_t)block + 9);
+/* An archive with one revision, which has a label and is locked by the user who runs this. */
+static void makeArchive(const char* path, const char* workfile) {
+  char both[1300];
+  int32_t status = TrvsCreateArchive(path, workfile, NULL, NULL, 0, 0);
+  snprintf(both, sizeof both, "%s(%s)", path, workfile);
+  writeFile(workfile, "content", 7);
+  if (status == 0) {
+    status = TrvsPutRevision(-1, 0, both, 0, NULL, "LABEL", NULL, "first", NULL, NULL, 0,
+                             TRVS_PUT_KEEP_LOCK);
+  }
+  if (status != 0) fail("no archive: status %d", (int)status);
 }
 
 /* All data files one after the other, to be freed. */
@@ -251,11 +249,16 @@ static void start(Client* client) {
   OpenFolder(client->folder);
   client->archive = FindArchiveByWorkName(client->project, "w");
   OpenArchive(client->archive);
+  client->branch = FindBranch(client->archive, "Trunk");
+  OpenBranch(client->branch);
+  client->revision = FindRevision(client->branch, "1.0");
+  OpenRevision(client->revision);
+  client->label = FindLabel(client->revision, "LABEL");
 }
 
 static void build(Client* client, const char* directory) {
   static const char folder[] = "[FOLDER=f]\r\nDIR=f\r\nWKDIR=f\r\n\r\n";
-  char archive[600], file[600];
+  char archive[600], workfile[600], file[600];
   snprintf(client->pub, sizeof client->pub, "%s/pub", directory);
   snprintf(client->prv, sizeof client->prv, "%s/prv", directory);
   start(client);
@@ -263,7 +266,8 @@ static void build(Client* client, const char* directory) {
   snprintf(file, sizeof file, "%s/P.prj/trvsfold.pub", client->pub);
   writeFile(file, folder, sizeof folder - 1);
   snprintf(archive, sizeof archive, "%s/P.prj/w_v", client->pub);
-  writeArchive(archive);
+  snprintf(workfile, sizeof workfile, "%s/w", directory);
+  makeArchive(archive, workfile);
   start(client);
   AddExistingArchive(client->project, "w", archive);
   AddExistingArchive(client->folder, "in folder", archive);
@@ -277,15 +281,23 @@ static void checkKinds(Client* client) {
     const char* why;
     TVHandle* handle;
     int kind;
+    TextFunction name; /* Not empty as long as the handle lives. */
   } kinds[] = {
-      {"root", client->root, kRoot},
-      {"project", client->project, kProject | kFolder},
-      {"folder", client->folder, kFolder},
-      {"archive", client->archive, kArchive},
+      {"root", client->root, kRoot, GetRootPublicDir},
+      {"project", client->project, kProject | kFolder, GetProjectName},
+      {"folder", client->folder, kFolder, GetFolderName},
+      {"archive", client->archive, kArchive, GetArchiveName},
+      {"branch", client->branch, kBranch, GetBranchName},
+      {"revision", client->revision, kRevision, GetRevisionNumber},
+      {"label", client->label, kLabel, GetLabelName},
   };
   for (size_t i = 0; i < COUNT_OF(kinds); ++i) {
-    if (kinds[i].handle == NULL) fail("no %s", kinds[i].why);
     callAllOthers(kinds[i].why, kinds[i].handle, kinds[i].kind);
+    /* A change of an open count would have closed what stands below. */
+    for (size_t j = 0; j < COUNT_OF(kinds); ++j) {
+      if (*kinds[j].name(kinds[j].handle) != '\0') continue;
+      fail("no %s after the calls for the %s", kinds[j].why, kinds[i].why);
+    }
   }
 }
 
@@ -303,6 +315,9 @@ static void checkDead(Client* client) {
   while (CloseProject(client->project) > 0) continue;
   callAllOthers("folder of a closed project", before.folder, 0);
   callAllOthers("archive of a closed project", before.archive, 0);
+  callAllOthers("branch of a closed project", before.branch, 0);
+  callAllOthers("revision of a closed project", before.revision, 0);
+  callAllOthers("label of a closed project", before.label, 0);
   if (GetNextArchive(client->project) != NULL) fail("a closed project goes on with a walk");
   start(client);
   callAllOthers("project of the session before", before.project, 0);
@@ -311,6 +326,7 @@ static void checkDead(Client* client) {
 static void checkDestroyed(Client* client) {
   DestroyArchive(client->archive);
   callAllOthers("destroyed archive", client->archive, 0);
+  callAllOthers("revision of a destroyed archive", client->revision, 0);
   DestroyFolder(client->folder);
   callAllOthers("destroyed folder", client->folder, 0);
   DestroyProject(client->project);
@@ -326,7 +342,7 @@ int main(int argc, char** argv) {
   before = readAll(&client);
   if (strstr(before, "[DOCUMENT=") == NULL) fail("no archive was added");
   /* Only a started toolkit knows the user: loading the library has started it. */
-  if (GetArchiveStatus(client.archive) != 0x1001)
+  if (GetArchiveStatus(client.archive) != 0x1041)
     fail("status %x", GetArchiveStatus(client.archive));
   checkKinds(&client);
   checkDead(&client);
