@@ -3,6 +3,8 @@
 
 #include <gtest/gtest.h>
 
+#include "domain/lockedbyfolder.h"
+#include "store/52branch.h"
 #include "store/52promo.h"
 #include "store/storefixture.h"
 
@@ -17,36 +19,50 @@ TEST_F(Store, ContainmentOfBothVersions) {
   const struct {
     const char* parent;
     TVObject* object;
-    const char* allowed;  // Root, project, folder, member, group.
+    const char* allowed;  // By the letters below.
   } cases[] = {
-      {"root 1", new TVProjectRoot("a", "b", nullptr, false), "-p---"},
-      {"project 1", new TVProjectFolder("", config, "", "", nullptr, false), "--fmg"},
-      {"folder 1", new TVArchiveFolder("", "", false, nullptr, false), "--fm-"},
-      {"member 1", new TVArchiveMember(names, nullptr, false), "-----"},
-      {"group 1", new TVPromotionFolder("", nullptr, false), "----g"},
-      {"root 2", new TVProjectRoot52("a", "b", context, nullptr, false), "-p---"},
-      {"project 2", new TVProjectFolder52("", config, "", "", nullptr, false), "--fm-"},
-      {"folder 2", new TVArchiveFolder52("", "", false, nullptr, false), "---m-"},
-      {"member 2", new TVArchiveMember52(names, nullptr, false), "-----"},
-      {"group 2", new TVPromotionFolder52("", nullptr, nullptr, false), "-p---"},
+      {"root 1", new TVProjectRoot("a", "b", nullptr, false), "-p----------"},
+      {"project 1", new TVProjectFolder("", config, "", "", nullptr, false), "--fmgl------"},
+      {"folder 1", new TVArchiveFolder("", "", false, nullptr, false), "--fm--------"},
+      {"member 1", new TVArchiveMember(names, nullptr, false), "------b-----"},
+      {"group 1", new TVPromotionFolder("", nullptr, false), "----g-------"},
+      {"locked by 1", new TVLockedByFolder("", "", nullptr, false), "---m--------"},
+      {"branch 1", new TVBranch("", 0, nullptr, false), "------br----"},
+      {"revision 1", new TVRevision("", {}, false, 0, nullptr, false), "------brvFPL"},
+      {"label 1", new TVVersionLabel("", 0, nullptr, false), "------------"},
+      {"root 2", new TVProjectRoot52("a", "b", context, nullptr, false), "-p----------"},
+      {"project 2", new TVProjectFolder52("", config, "", "", nullptr, false), "--fm-l------"},
+      {"folder 2", new TVArchiveFolder52("", "", false, nullptr, false), "---m--------"},
+      {"member 2", new TVArchiveMember52(names, nullptr, false), "------b-----"},
+      {"group 2", new TVPromotionFolder52("", nullptr, nullptr, false), "-p----------"},
+      {"branch 2", new TVBranch52("", 1, 0, nullptr, nullptr, false), "------br----"},
+      {"revision 2", new TVRevision52("", {}, false, 1, nullptr, nullptr, false), "------brv-PL"},
+      {"label 2", new TVVersionLabel52("", 0, nullptr, false), "------------"},
   };
-  const VClassRecord* const classes[] = {&TVProjectRoot::theClass, &TVProjectFolder::theClass,
-                                         &TVArchiveFolder::theClass, &TVArchiveMember::theClass,
-                                         &TVPromotionFolder::theClass};
+  const std::pair<char, const VClassRecord*> classes[] = {
+      {'r', &TVProjectRoot::theClass},     {'p', &TVProjectFolder::theClass},
+      {'f', &TVArchiveFolder::theClass},   {'m', &TVArchiveMember::theClass},
+      {'g', &TVPromotionFolder::theClass}, {'l', &TVLockedByFolder::theClass},
+      {'b', &TVBranch::theClass},          {'r', &TVRevision::theClass},
+      {'v', &TVVersionLabel::theClass},    {'F', &TVFloatingLabel::theClass},
+      {'P', &TVPromotionLabel::theClass},  {'L', &TVLocker::theClass}};
   for (const auto& c : cases) {
     SCOPED_TRACE(c.parent);
     const TVHandle parent(nullptr, c.object);
     std::string allowed;
-    for (size_t i = 0; i < 5; ++i) {
-      const TVFolderOptions* options = TVFolderOptions::lookup(classes[i], parent.version());
-      allowed += options->isAllowedUnder(parent) ? "rpfmg"[i] : '-';
+    for (const auto& [letter, record] : classes) {
+      const TVFolderOptions* options = TVFolderOptions::lookup(record, parent.version());
+      allowed += options->isAllowedUnder(parent) ? letter : '-';
       EXPECT_TRUE(options->isAllowedUnder(theNullHandle()));
-      EXPECT_EQ(options->version(), parent.version());
-      EXPECT_EQ(options->defaultSortType(), i == 3 ? 6 : 2);
+      const bool hasFormat = letter != 'l' && letter != 'F';
+      EXPECT_EQ(options->version(), hasFormat ? parent.version() : 1) << letter;
+      const bool isItem = allowed.size() > 6;
+      EXPECT_EQ(options->defaultSortType(), isItem ? 1 : letter == 'm' ? 6 : 2) << letter;
     }
     EXPECT_EQ(allowed, c.allowed);
   }
-  EXPECT_EQ(TVFolderOptions::lookup(classes[1], 7), TVFolderOptions::lookup(classes[1], 1));
+  EXPECT_EQ(TVFolderOptions::lookup(&TVBranch::theClass, 7),
+            TVFolderOptions::lookup(&TVBranch::theClass, 1));
   EXPECT_EQ(TVFolderOptions::lookup(&TVObject::theClass, 1), nullptr);
 }
 

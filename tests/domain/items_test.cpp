@@ -1,0 +1,130 @@
+// What stands inside an archive, and the folders that are made in memory alone: keys, order, the
+// texts of the revision around an item, titles.
+#include <gtest/gtest.h>
+
+#include <limits>
+
+#include "core/optionarray.h"
+#include "domain/branch.h"
+#include "domain/labels.h"
+#include "domain/lockedbyfolder.h"
+#include "domain/projectfolder.h"
+#include "domain/promotionfolder.h"
+#include "domain/revision.h"
+#include "store/format52.h"
+#include "support/recordingsink.h"
+
+namespace foldapi {
+namespace {
+
+class Items : public testing::Test {
+ protected:
+  Items() { registerFormat52(); }
+
+  template <typename Item>
+  Item* add(const char* name, int32_t number, TVObject* owner) {
+    return static_cast<Item*>(
+        TVObject::mergeIntoCache(new Item(name, number, owner, false), nullptr));
+  }
+  TVRevision* addRevision(const char* name, int32_t number, TVObject* owner) {
+    return static_cast<TVRevision*>(TVObject::mergeIntoCache(
+        new TVRevision(name, {"time", "author", "change"}, false, number, owner, false), nullptr));
+  }
+  static std::string names(TVHandle& handle) {
+    std::string text;
+    for (TVHandle* it = &handle.first(nullptr); !it->isNull(); it = &handle.next(nullptr)) {
+      text += it->name().str() + " ";
+    }
+    return text;
+  }
+
+  support::RecordingSink sink;
+  TVHandle trunk{&sink, new TVBranch("Trunk", 1, nullptr, false)};
+  TVHandle project{&sink, new TVProjectFolder("P", TVProjectConfig(), "", "", nullptr, false)};
+};
+
+TEST_F(Items, OrderByNumberOrByName) {
+  constexpr int32_t kMost = std::numeric_limits<int32_t>::max();
+  constexpr int32_t kLeast = std::numeric_limits<int32_t>::min();
+  trunk.open();  // The first use reads, and finds nothing stored: what is added later stays.
+  for (const auto& [name, number] :
+       {std::pair{"c", 10}, {"d", 9}, {"a", kMost}, {"b", kLeast}, {"e", -1}}) {
+    addRevision(name, number, trunk.object());
+  }
+  EXPECT_EQ(names(trunk), "b e d c a ");
+  EXPECT_EQ(trunk.find("10", true, &TVRevision::theClass, 0).name().str(), "c");
+  EXPECT_EQ(trunk.find("010", true, &TVRevision::theClass, 0).name().str(), "");
+  trunk.setSortType(&TVRevision::theClass, 2);
+  EXPECT_EQ(names(trunk), "a b c d e ");
+  EXPECT_EQ(trunk.find("D", false, &TVRevision::theClass, 2).name().str(), "d");
+  EXPECT_EQ(trunk.find("D", true, &TVRevision::theClass, 2).name().str(), "");
+  EXPECT_EQ(trunk.first(nullptr).compareKey("anything", 3, true), 0);
+}
+
+TEST_F(Items, AnswerForTheRevisionAroundThem) {
+  trunk.open();
+  TVRevision* revision = addRevision("1.0", 0, trunk.object());
+  TVHandle held(&sink, revision);
+  held.open();
+  for (const char* user : {"ann", "ben"}) add<TVLocker>(user, 0, revision);
+  TVArchiveItemHandle label(TVHandle(&sink, add<TVVersionLabel>("L", 0, revision)));
+  const auto texts = [](const TVArchiveItemHandle& item) {
+    return item.firstAttribute().str() + "|" + item.secondAttribute().str() + "|" +
+           item.thirdAttribute().str() + "|" + item.lockerText().str();
+  };
+  EXPECT_EQ(texts(label), "time|author|change|ann,ben");
+  EXPECT_EQ(texts(TVArchiveItemHandle(trunk)), "|||");
+  EXPECT_EQ(texts(TVArchiveItemHandle()), "|||");
+  label.setItemName("M");
+  EXPECT_EQ(add<TVVersionLabel>("M", 7, revision), label.object());  // The name is all.
+  EXPECT_NE(add<TVVersionLabel>("L", 0, revision), label.object());
+  EXPECT_NE(static_cast<TVObject*>(add<TVPromotionLabel>("M", 0, revision)), label.object());
+}
+
+TEST_F(Items, LockedByFoldersHaveTwoTitles) {
+  const struct {
+    const char* user;
+    const char* stored;
+  } cases[] = {{"ann", "Files Locked by "},
+               {"", "Files Locked by "},
+               {"3com", "es Locked by "},
+               {" +6", "Locked by "},
+               {"15", " "},
+               {"16", ""},
+               {"17", ""},
+               {"-1", ""},
+               {"99999999999999999999", ""},
+               {"0x5", "Files Locked by "},
+               {"5 5", " Locked by "}};
+  project.open();
+  for (const auto& c : cases) {
+    TVProjectFolder owner("P", TVProjectConfig(), "", "", nullptr, false);
+    const TVLockedByFolder folder(c.user, "dir", &owner, true);
+    EXPECT_EQ(folder.folderName().str(), c.stored) << c.user;
+    EXPECT_EQ(folder.name(TVOptionArray()).str(), std::string("Files locked by ") + c.user);
+  }
+  const auto create = [this](const char* user) {
+    return TVLockedByFolderHandle::create(user, "d", project, theNoLock(), nullptr, 1, 0);
+  };
+  const TVLockedByFolderHandle ann = create("ann");
+  EXPECT_EQ(create("ben").object(), ann.object());
+  EXPECT_EQ(create("ben").lockerName().str(), "ann");
+  EXPECT_NE(create("3com").object(), ann.object());
+}
+
+TEST_F(Items, PromotionGroupsHaveNoKeyOfTheirOwn) {
+  const auto create = [](const char* name, const TVHandle& parent, int version = 0) {
+    return TVPromotionFolderHandle::create(name, parent, theNoLock(), nullptr, 1, version);
+  };
+  project.open();
+  TVPromotionFolderHandle group = create("dev", project);
+  EXPECT_EQ(group.compareKey("any key", 2, true), 0);
+  group.setName("test");
+  EXPECT_EQ(create("test", project).object(), group.object());
+  EXPECT_FALSE(create("below", group).isNull());
+  EXPECT_TRUE(create("stored", project, 2).isNull());  // Those come from configurations alone.
+  EXPECT_EQ(TVPromotionFolderHandle().promotionName().str(), "");
+}
+
+}  // namespace
+}  // namespace foldapi
