@@ -69,14 +69,6 @@ TEST_F(Semantics, RootsThatCannotBeUsedShowAsAnEmptyWalk) {
   EXPECT_EQ(scratch_.files(), Names{"file"});
 }
 
-TEST_F(Semantics, AttachAnswersEachReason) {
-  const struct {
-    uint32_t reason;
-    int32_t want;
-  } cases[] = {{0, 1}, {1, 1}, {2, 1}, {3, 1}};
-  for (const auto& c : cases) EXPECT_EQ(DllMain(nullptr, c.reason, nullptr), c.want) << c.reason;
-}
-
 // Handles and counts
 // -------------------------------------------------------------------------------
 

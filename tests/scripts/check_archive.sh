@@ -5,8 +5,7 @@
 set -eu
 archive=$1
 shift
-dir=$(mktemp -d)
-trap 'rm -rf "$dir"' EXIT
+. "$(dirname "$0")/expect.sh"
 
 "$@" "$archive" "$dir" > "$dir/out"
 grep '^  *1\.[0-9.]* ' "$dir/out" > "$dir/tree"
@@ -17,17 +16,6 @@ diff -u - "$dir/tree" << 'EXPECTED'
     1.2 Windows line ends [NEXT] [production]
 EXPECTED
 
-expect() {
-  want=$1
-  shift
-  code=0
-  "$@" > "$dir/out" 2> "$dir/err" || code=$?
-  if [ "$code" -ne "$want" ]; then
-    echo "exit code $code instead of $want: $*"
-    cat "$dir/out" "$dir/err"
-    exit 1
-  fi
-}
 expect 2 "$@" "$archive"
 expect 1 "$@" "$archive" "$dir"
 grep -q 'status 3$' "$dir/err"  # The archive is there already.

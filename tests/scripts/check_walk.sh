@@ -6,8 +6,7 @@ set -eu
 expected=$(dirname "$0")/walk.expected
 walk=$1 make_database=$2
 shift 2
-dir=$(mktemp -d)
-trap 'rm -rf "$dir"' EXIT
+. "$(dirname "$0")/expect.sh"
 
 "$make_database" "$dir/db" > /dev/null
 export KSTR_INI="$dir/db/KSTR.INI"
@@ -18,17 +17,6 @@ for roots in '' 'V:\pub V:\prv'; do
   diff -u "$expected" "$dir/out"
 done
 
-expect() {
-  want=$1
-  shift
-  code=0
-  "$@" > "$dir/out" 2> "$dir/err" || code=$?
-  if [ "$code" -ne "$want" ]; then
-    echo "exit code $code instead of $want: $*"
-    cat "$dir/out" "$dir/err"
-    exit 1
-  fi
-}
 expect 2 "$@" "$walk" too many roots
 grep -q '^usage: walk' "$dir/err"
 expect 2 "$@" "$walk" --unknown
