@@ -1,6 +1,6 @@
 # The three things to do with a fresh clone; each installs what it needs and builds by itself.
 #
-#   make demo    a small team's database, and the C example that prints it
+#   make demo    a day's work of a small team, and the C example that prints the database then
 #   make test    all tests: optimised, with the sanitizers, and the checks of the sources
 #   make bench   the benchmarks
 #
@@ -12,7 +12,8 @@ demo:
 	@scripts/setup.sh build
 	@scripts/build.sh build walk make_database
 	@rm -rf build/demo
-	@build/tests/make_database build/demo --user "$$(id -un)"
+	@build/tests/make_database build/demo --user "$$(id -un)" > /dev/null
+	@cat build/demo/day.txt; echo
 	@KSTR_INI=build/demo/KSTR.INI build/walk
 
 test:

@@ -1,7 +1,7 @@
 #!/bin/sh
 # Runs the C example over a fresh team database: check_walk.sh WALK MAKE_DATABASE [PREFIX...].
-# Its output must be walk.expected, byte by byte, and its exit codes those that it promises. PREFIX
-# is a command that runs it, such as valgrind with options.
+# The team's day and the example's output must be walk.expected, byte by byte, and its exit codes
+# those that it promises. PREFIX is a command that runs it, such as valgrind with options.
 set -eu
 expected=$(dirname "$0")/walk.expected
 walk=$1 make_database=$2
@@ -13,7 +13,7 @@ export KSTR_INI="$dir/db/KSTR.INI"
 
 for roots in '' 'V:\pub V:\prv'; do
   # shellcheck disable=SC2086  # Two words, or none: the profile knows the same roots.
-  "$@" "$walk" $roots > "$dir/out"
+  { cat "$dir/db/day.txt"; echo; "$@" "$walk" $roots; } > "$dir/out"
   diff -u "$expected" "$dir/out"
 done
 

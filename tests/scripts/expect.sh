@@ -1,3 +1,4 @@
+# shellcheck shell=sh
 # Sourced by scripts that run programs: a directory $dir that goes with the script, and `expect`.
 dir=$(mktemp -d)
 trap 'rm -rf "$dir"' EXIT

@@ -1,0 +1,103 @@
+// tools/teamwork.cpp: each operation as one member's, with what the toolkit asks to come before it.
+#include "tools/teamwork.h"
+
+#include <chrono>
+#include <cstdlib>
+#include <ctime>
+#include <filesystem>
+#include <stdexcept>
+
+#include "btkf520/btkf520.h"
+
+namespace team {
+
+namespace {
+
+constexpr int32_t kContext = -1;
+
+void expectDone(int32_t status, const std::string& what) {
+  if (status == 0) return;
+  throw std::runtime_error("can't " + what + ": status " + std::to_string(status));
+}
+
+// A workfile as it was saved at a local time.
+void writeWorkfile(const std::string& path, const std::string& text, const support::Moment& time) {
+  std::tm fields = {};
+  fields.tm_year = time.year - 1900;
+  fields.tm_mon = time.month - 1;
+  fields.tm_mday = time.day;
+  fields.tm_hour = time.hour;
+  fields.tm_min = time.minute;
+  fields.tm_sec = time.second;
+  fields.tm_isdst = -1;
+  const auto seconds = std::chrono::system_clock::from_time_t(std::mktime(&fields));
+  support::writeFile(path, text);
+  std::filesystem::last_write_time(path, std::chrono::file_clock::from_sys(seconds));
+}
+
+}  // namespace
+
+// The toolkit takes the user's name from where its configuration says, and a project that is opened
+// in between brings its own: so the configuration is read each time.
+void Teamwork::become(const std::string& member) {
+  const std::string path = directory_ / "team.cfg";
+  std::string lines = "USERID = ENVIRONMENT TEAM_MEMBER\n";
+  if (!configuration_.empty()) lines += "INCLUDE " + configuration_ + "\n";
+  support::writeFile(path, lines);
+  setenv("TEAM_MEMBER", member.c_str(), 1);
+  expectDone(TrvsQueryConfiguration(path.c_str(), 0, 0, TRVS_READ_FIRST), "read the configuration");
+}
+
+void Teamwork::create(const std::string& member, const File& file, const std::string& description,
+                      const support::Moment& time) {
+  become(member);
+  const std::filesystem::path path = database_.path(file.archive);
+  std::filesystem::create_directories(path.parent_path());
+  expectDone(TrvsCreateArchive(archive(file).c_str(), database_.text(file.workfile).c_str(),
+                               description.c_str(), nullptr, support::packedTime(time), 0),
+             "create " + file.archive);
+}
+
+void Teamwork::allow(const File& file, const std::string& member) {
+  expectDone(TrvsAddAccess(kContext, archive(file).c_str(), member.c_str()), "allow " + member);
+}
+
+void Teamwork::lockExclusively(const File& file) {
+  expectDone(TrvsSetAttributes(kContext, archive(file).c_str(), TRVS_ATTRIBUTE_EXCLUSIVE_LOCKS, 0),
+             "set attributes of " + file.archive);
+}
+
+void Teamwork::checkIn(const std::string& member, const File& file, const CheckIn& what,
+                       const support::Moment& time) {
+  if (what.parent != nullptr) lock(member, file, what.parent);
+  become(member);
+  writeWorkfile(
+      database_.path(file.workfile),
+      std::string("/* ") + what.change + " */\r\nint revision = " + what.number[2] + ";\r\n", time);
+  const std::string both = archive(file) + "(" + database_.text(file.workfile) + ")";
+  expectDone(TrvsPutRevision(kContext, 0, both.c_str(), 0, what.number, nullptr, nullptr,
+                             what.change, nullptr, nullptr, support::packedTime(time), 0),
+             "check in " + file.workfile + " " + what.number);
+}
+
+void Teamwork::lock(const std::string& member, const File& file, const char* revision) {
+  become(member);
+  expectDone(TrvsLockRevision(kContext, archive(file).c_str(), revision, nullptr),
+             "lock " + file.archive + " " + revision);
+}
+
+void Teamwork::label(const std::string& member, const File& file, const char* label,
+                     const char* revision, bool floats) {
+  become(member);
+  expectDone(TrvsSetLabel(kContext, archive(file).c_str(), label, revision,
+                          floats ? TRVS_LABEL_FLOATS : 0),
+             std::string("set the label ") + label);
+}
+
+void Teamwork::promote(const std::string& member, const File& file, const char* group) {
+  become(member);
+  expectDone(TrvsPromoteRevision(kContext, archive(file).c_str(), group, 0),
+             std::string("promote from ") + group);
+}
+
+}  // namespace team
