@@ -123,7 +123,7 @@ class DateReader {
     if (date.year < 80) {
       date.year += 2000;
     } else if (date.year < 1000) {
-      date.year += 1980;  // 200 becomes 2180, which is too late: only 80 to 199 are short years.
+      date.year += 1980;  // 200 to 999 become years that are too late: they are no short years.
     }
     completeDay();
     completeTime();

@@ -30,8 +30,8 @@ DateScanner::Token DateScanner::read(size_t at, DateToken previous) const {
   if (character.empty() || isIn(character, endSet_)) return {kDateEnd, 0, at};
   if (isIn(character, settings_.dateSeparators)) return {kDateSeparator, 0, at + length};
   if (isIn(character, settings_.timeSeparators)) return {kTimeSeparator, 0, at + length};
-  if (length == 1 && isDateLetter(character[0])) return readWord(at);
-  if (length == 1 && isDateDigit(character[0])) return readNumber(at, previous);
+  if (isDateLetter(character[0])) return readWord(at);
+  if (isDateDigit(character[0])) return readNumber(at, previous);
   const bool wasDate = (previous & (kDateBefore | kDateAfter)) != 0;
   return {wasDate ? kDateSeparator : kTimeSeparator, 0, at + length};
 }
@@ -67,7 +67,7 @@ DateScanner::Token DateScanner::readNumber(size_t at, DateToken previous) const 
 // What stands behind a number decides, else what stands before it.
 void DateScanner::classify(DateToken previous, Token* number) const {
   int mask = 0;
-  const size_t behind = skip(number->end);
+  const size_t behind = skip(number->end);  // A digit only if there was something to skip.
   if (behind == text_.size() || !isDateDigit(text_[behind])) {
     // To a blank behind it the number is nothing yet: what counts is what the number stood behind.
     const Token next = read(behind, previous);

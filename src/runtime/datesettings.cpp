@@ -46,7 +46,7 @@ bool readWords(std::string_view rest, DateWords* words) {
 // Takes a field, up to one of `ends`, and gives its first letter in upper case; 0 for no letter.
 char takeField(std::string_view* rest, std::string_view ends) {
   const std::string_view field = takeFront(rest, mbSpanNot(*rest, ends));
-  if (mbCharLength(field, 0) != 1 || !isDateLetter(field[0])) return '\0';
+  if (field.empty() || !isDateLetter(field[0])) return '\0';
   return static_cast<char>(characterTable()[static_cast<unsigned char>(field[0])].upper);
 }
 
@@ -55,7 +55,7 @@ std::string_view takeGap(std::string_view* rest) {
   size_t length = 0;
   for (size_t step; (step = mbCharLength(*rest, length)) != 0; length += step) {
     const char c = (*rest)[length];
-    if (step == 1 && (isDateLetter(c) || isDateDigit(c))) break;
+    if (isDateLetter(c) || isDateDigit(c)) break;
   }
   return takeFront(rest, length);
 }

@@ -76,7 +76,7 @@ TEST_F(Dates, AreReadAsPeopleMeanThem) {
     const char* earliest;
     const char* latest;  // Null: the same.
   };
-  const std::string word31(31, 'x'), word30(30, 'x');
+  const std::string word31(31, 'x'), word30(30, 'x'), fourNumbers = "1/2/3/4/" + word31;
   const Case cases[] = {
       // What is left out.
       {"", "1980-01-01 00:00:00", "2100-12-31 23:59:58"},
@@ -103,6 +103,8 @@ TEST_F(Dates, AreReadAsPeopleMeanThem) {
       {"1/2/79", "2079-01-02 00:00:00", "2079-01-02 23:59:58"},
       {"1/1/200", "error 2", nullptr},
       {"1/1/1979", "error 2", nullptr},
+      {"3/4 1979", "error 2", nullptr},  // An hour;
+      {"3/4 1980", "error 1", nullptr},  // a second date.
       {"1/1/1980", "1980-01-01 00:00:00", "1980-01-01 23:59:58"},
       {"12:80", "1980-01-01 12:00:00", "1980-12-31 12:59:58"},
       {"1/1/2101", "error 2", nullptr},
@@ -140,6 +142,7 @@ TEST_F(Dates, AreReadAsPeopleMeanThem) {
       {"23:59:60", "error 2", nullptr},
       {"1:2:3:4", "error 1", nullptr},
       {"1/2/3/4", "error 2", nullptr},
+      {fourNumbers.c_str(), "error 2", nullptr},  // The fourth comes first.
       {"1/2/3/95", "error 2", nullptr},
       // The halves of a day.
       {"2pm", "2026-05-17 14:00:00", "2026-05-17 14:59:58"},
@@ -278,7 +281,9 @@ TEST_F(Dates, SpeakAnotherLanguage) {
   dateSettings().skip = " ";
   EXPECT_EQ(read("M\xe4rz 5"), "2005-03-01 00:00:00");
   EXPECT_EQ(read(" 5 / 12 / 3 "), "2005-12-03 00:00:00");
-  EXPECT_EQ(read("5 6 x"), "error 2") << "what is behind a number behind a number doesn't count";
+  std::string many;
+  for (int i = 0; i < 200000; ++i) many += "1 ";
+  EXPECT_EQ(read(many.c_str()), "error 2") << "no number is read to judge the one before it";
 }
 
 TEST_F(Dates, RefuseWordsThatAreNoSet) {
