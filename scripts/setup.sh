@@ -6,7 +6,7 @@ packages='g++ cmake ninja-build python3 pkg-config libgit2-dev libzstd-dev libgt
 case "${1-}" in
   build) ;;
   test) packages="$packages clang-14 clang-format-14 valgrind binutils nlohmann-json3-dev" ;;
-  bench) packages="$packages libglib2.0-dev" ;;
+  bench) packages="$packages libglib2.0-dev rcs" ;;
   *) echo 'usage: setup.sh build | test | bench' >&2; exit 2 ;;
 esac
 
