@@ -100,7 +100,6 @@ class Archive::Impl {
   uint32_t lastContent_;
   std::map<uint32_t, Pending> pending_;
   std::set<uint32_t> damaged_;  // Contents that could not be rebuilt when a commit needed them.
-  FrameCodec codec_;
 };
 
 Status Archive::Impl::open(Purpose purpose, const std::string& path, InputFile file,
@@ -246,7 +245,7 @@ Status Archive::Impl::pack(Frame* frame, Bytes* packed) {
   if (!content.view.empty()) {
     const Prefix prefix(older.view, newer.view);
     const uint64_t checksum = known(frame->content)->checksum;
-    std::optional<Bytes> made = codec_.pack(content.view, prefix.view(), checksum);
+    std::optional<Bytes> made = reader_->codec().pack(content.view, prefix.view(), checksum);
     if (!made) return kInUse;
     *packed = std::move(*made);
   }
@@ -288,7 +287,7 @@ Status Archive::Impl::writeFrames(Index* index, SiblingFile* to) {
 Status Archive::Impl::writeEnd(const Index& index, SiblingFile* to) {
   const std::string bytes = encodeIndex(index);
   if (bytes.size() > kLargestIndex) return kNoMemory;
-  const std::optional<Bytes> packed = codec_.pack(bytes, {}, checksumOf(bytes));
+  const std::optional<Bytes> packed = reader_->codec().pack(bytes, {}, checksumOf(bytes));
   if (!packed) return kInternalError;
   const IndexPlace place{static_cast<uint32_t>(packed->size()), static_cast<uint32_t>(bytes.size()),
                          checksumOf(packed->view())};
@@ -303,7 +302,7 @@ Status Archive::Impl::tryCommit(Index index) {
   if (const Status status = writeFrames(&index, &file)) return status;
   if (const Status status = writeEnd(index, &file)) return status;
 
-  auto next = std::make_unique<ArchiveReader>(std::move(index));
+  auto next = std::make_unique<ArchiveReader>(std::move(index), std::make_unique<FrameCodec>());
   const auto naming =
       purpose_ == Purpose::kMake ? SiblingFile::Naming::kNew : SiblingFile::Naming::kReplace;
   const FileResult result = file.finish(naming, SiblingFile::Safety::kOnDisk, &next->file());
@@ -345,7 +344,7 @@ Status Archive::openToUpdate(const std::string& path, std::unique_ptr<Archive>* 
 }
 
 std::unique_ptr<Archive> Archive::forNew(const std::string& path) {
-  auto empty = std::make_unique<ArchiveReader>(Index());
+  auto empty = std::make_unique<ArchiveReader>(Index(), std::make_unique<FrameCodec>());
   return std::unique_ptr<Archive>(
       new Archive(std::make_unique<Impl>(Impl::Purpose::kMake, path, std::move(empty))));
 }

@@ -84,36 +84,49 @@ std::optional<Bytes> FrameCodec::packDelta(std::string_view content, std::string
   return frame;
 }
 
+// Whether unpacking gives bytes with that checksum.
+bool FrameCodec::isRight(const Bytes& frame, std::string_view prefix, uint64_t length,
+                         uint64_t checksum) {
+  if (unpacked_.size() != length) {
+    unpacked_ = Bytes();
+    unpacked_ = Bytes(length);
+  }
+  return unpackTo(frame.view(), prefix, &unpacked_) && checksumOf(unpacked_.view()) == checksum;
+}
+
 std::optional<Bytes> FrameCodec::pack(std::string_view content, std::string_view prefix,
                                       uint64_t checksum) {
-  const auto isRight = [&](const Bytes& frame) {
-    Bytes unpacked;
-    return unpack(frame.view(), prefix, content.size(), &unpacked) &&
-           checksumOf(unpacked.view()) == checksum;
+  const auto isGood = [&](const Bytes& frame) {
+    return isRight(frame, prefix, content.size(), checksum);
   };
   std::optional<Bytes> delta;
   if (!prefix.empty()) delta = packDelta(content, prefix);
   const bool isPoor = delta && delta->size() > content.size() / kPoorRatio;
-  if (delta && !isPoor && isRight(*delta)) return delta;
+  if (delta && !isPoor && isGood(*delta)) return delta;
   Bytes alone = packAlone(content);  // Unpacked with the prefix, too, but makes no use of it.
-  if (isPoor && delta->size() < alone.size() && isRight(*delta)) return delta;
-  if (isRight(alone)) return alone;
+  if (isPoor && delta->size() < alone.size() && isGood(*delta)) return delta;
+  if (isGood(alone)) return alone;
   return {};
 }
 
 bool FrameCodec::unpack(std::string_view frame, std::string_view prefix, uint64_t length,
                         Bytes* content) {
   if (ZSTD_getFrameContentSize(frame.data(), frame.size()) != length) return false;
+  Bytes result(length);
+  if (!unpackTo(frame, prefix, &result)) return false;
+  *content = std::move(result);
+  return true;
+}
+
+// To bytes of the right size, which change even if that fails.
+bool FrameCodec::unpackTo(std::string_view frame, std::string_view prefix, Bytes* content) {
   if (unpacking_ == nullptr) unpacking_ = ZSTD_createDCtx();
   if (unpacking_ == nullptr) throw std::bad_alloc();
   ZSTD_DCtx_reset(unpacking_, ZSTD_reset_session_and_parameters);
   if (!prefix.empty()) ZSTD_DCtx_refPrefix(unpacking_, prefix.data(), prefix.size());
-  Bytes result(length);
   const size_t size =
-      ZSTD_decompressDCtx(unpacking_, result.data(), result.size(), frame.data(), frame.size());
-  if (ZSTD_isError(size) != 0 || size != length) return false;
-  *content = std::move(result);
-  return true;
+      ZSTD_decompressDCtx(unpacking_, content->data(), content->size(), frame.data(), frame.size());
+  return size == content->size();
 }
 
 }  // namespace btkf

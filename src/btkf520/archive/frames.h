@@ -38,12 +38,15 @@ class FrameCodec {
   bool unpack(std::string_view frame, std::string_view prefix, uint64_t length, Bytes* content);
 
  private:
+  bool unpackTo(std::string_view frame, std::string_view prefix, Bytes* content);
+  bool isRight(const Bytes& frame, std::string_view prefix, uint64_t length, uint64_t checksum);
   Bytes packAlone(std::string_view content);
   std::optional<Bytes> packDelta(std::string_view content, std::string_view prefix);
   void resetPacking();
 
   ZSTD_CCtx_s* packing_ = nullptr;  // Made at first use, both.
   ZSTD_DCtx_s* unpacking_ = nullptr;
+  Bytes unpacked_;  // To be looked at only, and then used again: new memory takes time to clear.
 };
 
 }  // namespace btkf

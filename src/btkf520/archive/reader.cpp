@@ -81,8 +81,8 @@ void RecentContents::clear() {
   size_ = 0;
 }
 
-ArchiveReader::ArchiveReader(Index index)
-    : index_(std::move(index)), bodySize_(kArchiveHeader.size()) {
+ArchiveReader::ArchiveReader(Index index, std::unique_ptr<FrameCodec> codec)
+    : index_(std::move(index)), bodySize_(kArchiveHeader.size()), codec_(std::move(codec)) {
   for (const Frame& frame : index_.frames) {
     contents_[frame.content] = {{}, frame, bodySize_};
     bodySize_ += frame.size;
@@ -112,11 +112,11 @@ Status ArchiveReader::open(InputFile file, std::unique_ptr<ArchiveReader>* reade
   if (!hasHeader(file)) return kNotAnArchive;
   if (const Status status = readEnds(file, &ends)) return status;
   Bytes bytes;
-  FrameCodec codec;
-  if (!codec.unpack(ends.storedIndex, {}, ends.place.size, &bytes)) return kNotAnArchive;
+  auto codec = std::make_unique<FrameCodec>();
+  if (!codec->unpack(ends.storedIndex, {}, ends.place.size, &bytes)) return kNotAnArchive;
   std::optional<Index> index = decodeIndex(bytes.view());
   if (!index) return kNotAnArchive;
-  auto result = std::make_unique<ArchiveReader>(std::move(*index));
+  auto result = std::make_unique<ArchiveReader>(std::move(*index), std::move(codec));
   if (result->bodySize_ + ends.storedIndex.size() + ends.tail.size() != file.size()) {
     return kNotAnArchive;
   }
@@ -160,7 +160,7 @@ bool ArchiveReader::unpack(const Stored& stored, std::string_view prefix, Bytes*
   Bytes frame(static_cast<size_t>(stored.frame.size));
   return file_.readAt(stored.offset, frame.data(), frame.size()) &&
          frameChecksum(frame.view()) == stored.frame.checksum &&
-         codec_.unpack(frame.view(), prefix, stored.content.length, content);
+         codec_->unpack(frame.view(), prefix, stored.content.length, content);
 }
 
 // Rebuilds a content that is not at hand, without a look at its own checksum.

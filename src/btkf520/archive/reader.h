@@ -68,7 +68,7 @@ class ArchiveReader {
   };
 
   // For a file that is being written: it is to have this index. `file()` is set when it is there.
-  explicit ArchiveReader(Index index);
+  ArchiveReader(Index index, std::unique_ptr<FrameCodec> codec);
   ArchiveReader(const ArchiveReader&) = delete;
   ArchiveReader& operator=(const ArchiveReader&) = delete;
 
@@ -77,6 +77,7 @@ class ArchiveReader {
 
   InputFile& file() { return file_; }
   const Index& index() const { return index_; }
+  FrameCodec& codec() { return *codec_; }
   // Where the frames end, and the index begins.
   uint64_t bodySize() const { return bodySize_; }
 
@@ -111,7 +112,7 @@ class ArchiveReader {
   Index index_;
   uint64_t bodySize_ = 0;
   std::unordered_map<uint32_t, Stored> contents_;
-  FrameCodec codec_;
+  std::unique_ptr<FrameCodec> codec_;
   RecentContents recent_;
 };
 

@@ -63,7 +63,8 @@ class CheckIn {
   Task task_;
   std::string workfilePath_;
   WorkfileState workfile_;
-  MappedFile content_;
+  MappedFile bytes_;
+  Content content_;               // The same, put into the archive.
   std::optional<Number> parent_;  // Nothing for the archive's first revision.
   Number number_;                 // Of the new revision.
   std::string group_;
@@ -86,7 +87,9 @@ Status CheckIn::readWorkfile() {
   const auto state = workfileState(workfilePath_);
   if (!state) return kNoWorkfile;
   workfile_ = *state;
-  return readFailure(content_.open(workfilePath_), kNoWorkfile);
+  if (const Status status = readFailure(bytes_.open(workfilePath_), kNoWorkfile)) return status;
+  content_ = task_.archive().put(bytes_.bytes());
+  return kDone;
 }
 
 Status CheckIn::findPlace() {
@@ -179,14 +182,15 @@ Status CheckIn::checkWorkfile() {
 // A workfile with expanded keywords is unchanged if it is what a check-out would give.
 Status CheckIn::checkUnchanged() {
   const Revision& parent = *task_.model.findRevision(*parent_);
-  if (parent.content.length != content_.bytes().size() && !task_.model.has(kExpandKeywords)) {
-    return kDone;
-  }
+  // Contents with different checksums need not be looked at.
+  const bool mayBeEqual =
+      parent.content.length == content_.length && parent.content.checksum == content_.checksum;
+  if (!mayBeEqual && !task_.model.has(kExpandKeywords)) return kDone;
   Bytes old;
   if (const Status status = task_.archive().read(parent.content, &old)) return status;
   const auto asWorkfile = expanded(task_.model, parent, task_.archiveText(), old.view());
   const bool isEqual =
-      old.view() == content_.bytes() || (asWorkfile && *asWorkfile == content_.bytes());
+      old.view() == bytes_.bytes() || (asWorkfile && *asWorkfile == bytes_.bytes());
   if (!isEqual) return kDone;
   if (!asks(TRVS_PUT_ASK_UNCHANGED)) return kUnchanged;
   return client::accepts(task_.workfileText(), kUnchanged) ? kDone : kUnchanged;
@@ -215,7 +219,7 @@ Status CheckIn::add() {
   Branch* branch = task_.model.findBranch(branchNumber(number_));
   if (branch == nullptr) branch = &task_.model.addBranch(number_.parent());
   fillRevision(&branch->revisions.emplace_back());
-  branch->revisions.back().content = task_.archive().put(content_.bytes());
+  branch->revisions.back().content = content_;
   if (request_.description != nullptr) task_.model.description = request_.description;
   if (label.empty()) return kDone;
   const Moving moving = asks(TRVS_PUT_MOVE_LABEL)  ? Moving::kAlways

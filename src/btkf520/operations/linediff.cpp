@@ -12,6 +12,7 @@
 #include <stdexcept>
 #include <unordered_map>
 
+#include "btkf520/platform_library.h"
 #include "btkf520/text.h"
 
 namespace btkf {
@@ -56,6 +57,19 @@ class Numbering {
  private:
   const LineRules& rules_;
   std::unordered_map<std::string, size_t> numbers_;
+};
+
+// What is used of libgit2, from the first comparison on.
+struct Git {
+  Git() {
+    if (start() < 0) throw std::runtime_error("libgit2 does not start");
+  }
+
+  const LoadedLibrary library{LIBGIT2_SONAME};
+  decltype(&git_libgit2_init) start = library.find<decltype(start)>("git_libgit2_init");
+  decltype(&git_diff_options_init) setOptions =
+      library.find<decltype(setOptions)>("git_diff_options_init");
+  decltype(&git_diff_buffers) compare = library.find<decltype(compare)>("git_diff_buffers");
 };
 
 // Called by libgit2 for each run of changed lines. It must not throw.
@@ -130,22 +144,20 @@ std::vector<std::string_view> linesOf(std::string_view text) {
 std::vector<Edit> compareLines(const std::vector<std::string_view>& first,
                                const std::vector<std::string_view>& second,
                                const LineRules& rules) {
-  static const int started = git_libgit2_init();
-  if (started < 0) throw std::runtime_error("libgit2 does not start");
+  static const Git git;
   Numbering numbering(rules);
   const std::string from = numbering.numbered(first);
   const std::string to = numbering.numbered(second);
   git_diff_options options;
-  git_diff_options_init(&options, GIT_DIFF_OPTIONS_VERSION);
+  git.setOptions(&options, GIT_DIFF_OPTIONS_VERSION);
   options.context_lines = 0;
   options.interhunk_lines = 0;
   options.max_size = -1;
   options.flags = GIT_DIFF_FORCE_TEXT;
   if (first.size() + second.size() <= kMostLinesForShortest) options.flags |= GIT_DIFF_MINIMAL;
   std::vector<Edit> edits;
-  const int status =
-      git_diff_buffers(from.data(), from.size(), nullptr, to.data(), to.size(), nullptr, &options,
-                       nullptr, nullptr, takeHunk, nullptr, &edits);
+  const int status = git.compare(from.data(), from.size(), nullptr, to.data(), to.size(), nullptr,
+                                 &options, nullptr, nullptr, takeHunk, nullptr, &edits);
   if (status == GIT_EUSER) throw std::bad_alloc();
   if (status != 0) throw std::runtime_error("libgit2 can't compare");
   return edits;
