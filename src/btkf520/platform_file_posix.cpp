@@ -18,9 +18,9 @@
 namespace btkf {
 namespace {
 
-constexpr size_t kWideFile = 1 << 20;      // From here on contents are mapped.
-constexpr size_t kWideWrite = 1 << 20;     // Pieces below it are collected.
-constexpr uint64_t kWideCopy = 256 << 10;  // From here on the kernel copies, and shares if it can.
+constexpr size_t kWideFile = 1 << 20;     // From here on contents are mapped.
+constexpr size_t kWideWrite = 64 << 10;   // Up to it pieces are collected.
+constexpr uint64_t kWideCopy = 32 << 10;  // From here on the kernel copies, and shares if it can.
 constexpr size_t kLargestTransfer = 1 << 30;
 constexpr int kTries = 100;  // While others rename and remove the file that is being opened.
 constexpr mode_t kModeBits = 07777;

@@ -93,7 +93,7 @@ TEST(Passages, RebuildTheContent) {
     if (random.below(4) == 0) content = random.changed(content.substr(content.size() / 2));
     std::string rebuilt = prefix;
     size_t begin = 0;
-    for (const btkf::Passage& passage : btkf::findPassages(content, prefix)) {
+    for (const btkf::Passage& passage : btkf::PassageFinder().find(content, prefix)) {
       rebuilt += content.substr(begin, passage.skipped);
       ASSERT_LE(passage.distance, rebuilt.size()) << "seed " << seed;
       for (uint32_t left = passage.length; left > 0; --left) {

@@ -15,15 +15,14 @@
 #include <utility>
 #include <vector>
 
-#include "btkf520/archive/checksum.h"
-#include "btkf520/archive/passages.h"
-
 namespace btkf {
 namespace {
 
-constexpr size_t kWideContent = 1 << 20;
-constexpr int kSmallLevel = 2;
-constexpr int kWideLevel = 1;
+constexpr size_t kPiece = 128 << 10;
+// The longest content that zstd unpacks from pieces of its frame.
+constexpr uint64_t kLongestInPieces = uint64_t{1} << 30;
+constexpr int kWidestWindowLog = 31;
+constexpr int kLevel = 1;
 // A delta that saves less than this part of the content may be worse than no delta at all.
 constexpr size_t kPoorRatio = 4;
 // The search of zstd itself is not used for deltas, so its tables may be as small as they can be.
@@ -33,12 +32,12 @@ void set(ZSTD_CCtx* context, ZSTD_cParameter parameter, int value) {
   if (ZSTD_isError(ZSTD_CCtx_setParameter(context, parameter, value)) != 0) throw std::bad_alloc();
 }
 
-std::vector<ZSTD_Sequence> sequences(std::string_view content, std::string_view prefix) {
-  std::vector<ZSTD_Sequence> result;
-  for (const Passage& passage : findPassages(content, prefix)) {
-    result.push_back({passage.distance, passage.skipped, passage.length, 0});
-  }
-  return result;
+FramePieces piecesOf(std::string_view frame) {
+  return [frame]() mutable {
+    const std::string_view piece = frame.substr(0, kPiece);
+    frame.remove_prefix(piece.size());
+    return piece;
+  };
 }
 
 }  // namespace
@@ -58,7 +57,7 @@ void FrameCodec::resetPacking() {
 
 Bytes FrameCodec::packAlone(std::string_view content) {
   resetPacking();
-  set(packing_, ZSTD_c_compressionLevel, content.size() < kWideContent ? kSmallLevel : kWideLevel);
+  set(packing_, ZSTD_c_compressionLevel, kLevel);
   Bytes frame(ZSTD_compressBound(content.size()));
   const size_t size =
       ZSTD_compress2(packing_, frame.data(), frame.size(), content.data(), content.size());
@@ -69,11 +68,15 @@ Bytes FrameCodec::packAlone(std::string_view content) {
 }
 
 std::optional<Bytes> FrameCodec::packDelta(std::string_view content, std::string_view prefix) {
-  const std::vector<ZSTD_Sequence> found = sequences(content, prefix);
+  std::vector<ZSTD_Sequence> found;
+  for (const Passage& passage : passages_.find(content, prefix)) {
+    found.push_back({passage.distance, passage.skipped, passage.length, 0});
+  }
   const uint64_t span = uint64_t{content.size()} + prefix.size();
   resetPacking();
-  set(packing_, ZSTD_c_compressionLevel, kWideLevel);
-  set(packing_, ZSTD_c_windowLog, std::clamp(static_cast<int>(std::bit_width(span - 1)), 10, 31));
+  set(packing_, ZSTD_c_compressionLevel, kLevel);
+  set(packing_, ZSTD_c_windowLog,
+      std::clamp(static_cast<int>(std::bit_width(span - 1)), 10, kWidestWindowLog));
   set(packing_, ZSTD_c_hashLog, kLeastTableLog);
   set(packing_, ZSTD_c_chainLog, kLeastTableLog);
   Bytes frame(ZSTD_compressBound(content.size()));
@@ -91,7 +94,8 @@ bool FrameCodec::isRight(const Bytes& frame, std::string_view prefix, uint64_t l
     unpacked_ = Bytes();
     unpacked_ = Bytes(length);
   }
-  return unpackTo(frame.view(), prefix, &unpacked_) && checksumOf(unpacked_.view()) == checksum;
+  Checksum sum;
+  return unpackTo(piecesOf(frame.view()), prefix, &unpacked_, &sum) && sum.value() == checksum;
 }
 
 std::optional<Bytes> FrameCodec::pack(std::string_view content, std::string_view prefix,
@@ -109,24 +113,53 @@ std::optional<Bytes> FrameCodec::pack(std::string_view content, std::string_view
   return {};
 }
 
-bool FrameCodec::unpack(std::string_view frame, std::string_view prefix, uint64_t length,
-                        Bytes* content) {
-  if (ZSTD_getFrameContentSize(frame.data(), frame.size()) != length) return false;
+bool FrameCodec::unpack(const FramePieces& frame, std::string_view prefix, uint64_t length,
+                        Bytes* content, Checksum* checksum) {
   Bytes result(length);
-  if (!unpackTo(frame, prefix, &result)) return false;
+  if (!unpackTo(frame, prefix, &result, checksum)) return false;
   *content = std::move(result);
   return true;
 }
 
-// To bytes of the right size, which change even if that fails.
-bool FrameCodec::unpackTo(std::string_view frame, std::string_view prefix, Bytes* content) {
+bool FrameCodec::unpack(std::string_view frame, std::string_view prefix, uint64_t length,
+                        Bytes* content) {
+  return unpack(piecesOf(frame), prefix, length, content, nullptr);
+}
+
+// To bytes of the right size, which change even if that fails. zstd writes them where they are to
+// be, with no buffer of its own between.
+bool FrameCodec::unpackTo(const FramePieces& frame, std::string_view prefix, Bytes* content,
+                          Checksum* checksum) {
   if (unpacking_ == nullptr) unpacking_ = ZSTD_createDCtx();
   if (unpacking_ == nullptr) throw std::bad_alloc();
   ZSTD_DCtx_reset(unpacking_, ZSTD_reset_session_and_parameters);
+  ZSTD_DCtx_setParameter(unpacking_, ZSTD_d_windowLogMax, kWidestWindowLog);
+  ZSTD_DCtx_setParameter(unpacking_, ZSTD_d_stableOutBuffer, 1);
   if (!prefix.empty()) ZSTD_DCtx_refPrefix(unpacking_, prefix.data(), prefix.size());
+  if (content->size() > kLongestInPieces) return unpackAtOnce(frame, content, checksum);
+  ZSTD_outBuffer out{content->data(), content->size(), 0};
+  size_t wanted = 1;  // 0 when the frame is complete.
+  for (std::string_view piece = frame(); !piece.empty(); piece = frame()) {
+    ZSTD_inBuffer in{piece.data(), piece.size(), 0};
+    while (in.pos < in.size) {
+      const size_t before = out.pos;
+      wanted = ZSTD_decompressStream(unpacking_, &out, &in);
+      if (ZSTD_isError(wanted) != 0 || (wanted == 0 && in.pos < in.size)) return false;
+      if (checksum != nullptr) checksum->add(content->view().substr(before, out.pos - before));
+    }
+  }
+  return wanted == 0 && out.pos == content->size();
+}
+
+// The same for contents that zstd takes for too wide to be unpacked from pieces.
+bool FrameCodec::unpackAtOnce(const FramePieces& frame, Bytes* content, Checksum* checksum) {
+  std::string whole;
+  for (std::string_view piece = frame(); !piece.empty(); piece = frame()) whole += piece;
   const size_t size =
-      ZSTD_decompressDCtx(unpacking_, content->data(), content->size(), frame.data(), frame.size());
-  return size == content->size();
+      ZSTD_decompressDCtx(unpacking_, content->data(), content->size(), whole.data(), whole.size());
+  if (size != content->size()) return false;
+  if (checksum != nullptr) checksum->add(content->view());
+  return true;
 }
 
 }  // namespace btkf

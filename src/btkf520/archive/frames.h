@@ -2,10 +2,13 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <optional>
 #include <string_view>
 
 #include "btkf520/archive/bytes.h"
+#include "btkf520/archive/checksum.h"
+#include "btkf520/archive/passages.h"
 
 struct ZSTD_CCtx_s;
 struct ZSTD_DCtx_s;
@@ -17,6 +20,10 @@ namespace btkf {
 constexpr uint64_t kWidestSpan = uint64_t{4095} << 20;
 // The same for two parents, which cost more memory: beyond it the older one is left out.
 constexpr uint64_t kWidestPairSpan = uint64_t{1} << 30;
+
+// Gives a frame piece by piece; an empty piece at its end, or if there is no more to be had. A
+// piece is good until the next one is asked for.
+using FramePieces = std::function<std::string_view()>;
 
 // Makes frames and opens them. One object is used again and again, because its tables cost more to
 // set up than a small content costs to pack. Operations may throw std::bad_alloc.
@@ -33,12 +40,17 @@ class FrameCodec {
   // process writes to the file that `content` shows.
   std::optional<Bytes> pack(std::string_view content, std::string_view prefix, uint64_t checksum);
 
-  // Unpacks a frame to `length` bytes. False, and *content is unchanged, if the frame is damaged
-  // or has any other length.
+  // Unpacks a frame to `length` bytes, and adds them to *checksum unless it is null: while they are
+  // still near to the processor. False, and *content is unchanged, if the frame is damaged or has
+  // any other length.
+  bool unpack(const FramePieces& frame, std::string_view prefix, uint64_t length, Bytes* content,
+              Checksum* checksum);
   bool unpack(std::string_view frame, std::string_view prefix, uint64_t length, Bytes* content);
 
  private:
-  bool unpackTo(std::string_view frame, std::string_view prefix, Bytes* content);
+  bool unpackTo(const FramePieces& frame, std::string_view prefix, Bytes* content,
+                Checksum* checksum);
+  bool unpackAtOnce(const FramePieces& frame, Bytes* content, Checksum* checksum);
   bool isRight(const Bytes& frame, std::string_view prefix, uint64_t length, uint64_t checksum);
   Bytes packAlone(std::string_view content);
   std::optional<Bytes> packDelta(std::string_view content, std::string_view prefix);
@@ -46,6 +58,7 @@ class FrameCodec {
 
   ZSTD_CCtx_s* packing_ = nullptr;  // Made at first use, both.
   ZSTD_DCtx_s* unpacking_ = nullptr;
+  PassageFinder passages_;
   Bytes unpacked_;  // To be looked at only, and then used again: new memory takes time to clear.
 };
 

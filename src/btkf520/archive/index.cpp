@@ -3,7 +3,6 @@
 #include "btkf520/archive/index.h"
 
 #include <algorithm>
-#include <unordered_map>
 #include <utility>
 
 #include "btkf520/archive/bytecodec.h"
@@ -145,32 +144,52 @@ bool framesMatch(const Index& index) {
   return used == stored && (used.empty() || used.back() <= index.lastContent);
 }
 
-// Whether all parents exist and nothing goes in a circle: takes away frame after frame all of whose
-// parents have been taken away, and sees whether any stays.
+// Where the frame of a content stands among all of them.
+class Places {
+ public:
+  explicit Places(const std::vector<Frame>& frames) {
+    places_.reserve(frames.size());
+    for (const Frame& frame : frames) places_.emplace_back(frame.content, places_.size());
+    std::sort(places_.begin(), places_.end());
+  }
+
+  std::optional<size_t> find(uint32_t content) const {
+    const auto found =
+        std::lower_bound(places_.begin(), places_.end(), std::pair(content, size_t{0}));
+    if (found == places_.end() || found->first != content) return {};
+    return found->second;
+  }
+
+ private:
+  std::vector<std::pair<uint32_t, size_t>> places_;
+};
+
+// Whether all parents exist and nothing goes in a circle: walks from each frame to its parents, and
+// so on, and sees whether one is met again before all its parents are done.
 bool parentsAreSound(const std::vector<Frame>& frames) {
-  std::unordered_map<uint32_t, std::vector<size_t>> children;
-  std::vector<int> missing(frames.size(), 0);
-  for (const Frame& frame : frames) children[frame.content];
-  std::vector<uint32_t> ready;
-  for (size_t place = 0; place < frames.size(); ++place) {
-    for (const uint32_t parent : {frames[place].olderParent, frames[place].newerParent}) {
-      if (parent == 0) continue;
-      const auto found = children.find(parent);
-      if (found == children.end()) return false;
-      found->second.push_back(place);
-      ++missing[place];
+  enum class Mark : char { kUnseen, kOpen, kDone };
+  const Places places(frames);
+  std::vector<Mark> marks(frames.size(), Mark::kUnseen);
+  std::vector<size_t> path;
+  for (size_t start = 0; start < frames.size(); ++start) {
+    path.push_back(start);
+    while (!path.empty()) {
+      const size_t place = path.back();
+      if (marks[place] != Mark::kUnseen) {
+        marks[place] = Mark::kDone;
+        path.pop_back();
+        continue;
+      }
+      marks[place] = Mark::kOpen;
+      for (const uint32_t id : {frames[place].olderParent, frames[place].newerParent}) {
+        if (id == 0) continue;
+        const std::optional<size_t> parent = places.find(id);
+        if (!parent || marks[*parent] == Mark::kOpen) return false;
+        if (marks[*parent] == Mark::kUnseen) path.push_back(*parent);
+      }
     }
-    if (missing[place] == 0) ready.push_back(frames[place].content);
   }
-  size_t taken = 0;
-  for (; !ready.empty(); ++taken) {
-    const uint32_t content = ready.back();
-    ready.pop_back();
-    for (const size_t child : children[content]) {
-      if (--missing[child] == 0) ready.push_back(frames[child].content);
-    }
-  }
-  return taken == frames.size();
+  return true;
 }
 
 }  // namespace

@@ -61,16 +61,24 @@ bool isSoundRevision(const Revision& revision) {
          areSoundTexts(revision.promotionGroups);
 }
 
-// The revisions of one branch: each on it, in order, with a content that none has had yet.
-bool areSoundRevisions(const Branch& branch, std::set<uint32_t>* contents) {
+bool standsOn(const Number& revision, const Number& branch) {
+  const std::vector<uint32_t>& own = revision.components();
+  const std::vector<uint32_t>& its = branch.components();
+  if (own.size() == 2) return branch.isTrunk();
+  return own.size() == its.size() + 1 && std::equal(its.begin(), its.end(), own.begin());
+}
+
+// The revisions of one branch: each on it, in order, with a content, which joins *contents.
+bool areSoundRevisions(const Branch& branch, std::vector<uint32_t>* contents) {
   const Number* last = nullptr;
   for (const Revision& revision : branch.revisions) {
     if (!isSoundRevision(revision) || !revision.number.isRevision() ||
-        branchOf(revision.number) != branch.number) {
+        !standsOn(revision.number, branch.number)) {
       return false;
     }
     if (last != nullptr && *last >= revision.number) return false;
-    if (revision.content.id == 0 || !contents->insert(revision.content.id).second) return false;
+    if (revision.content.id == 0) return false;
+    contents->push_back(revision.content.id);
     last = &revision.number;
   }
   return true;
@@ -143,13 +151,15 @@ bool ArchiveModel::isSound() const {
     if (!isSoundText(*text)) return false;
   }
   if (!areSoundTexts(accessList)) return false;
-  std::set<uint32_t> contents;
+  std::vector<uint32_t> contents;
   for (const Branch& branch : branches) {
     const bool isFirst = &branch == &trunk();
     if (!isSoundNumber(branch.number) || !branch.number.isBranch()) return false;
     if (!isFirst && (&branch)[-1].number >= branch.number) return false;
     if (!areSoundRevisions(branch, &contents)) return false;
   }
+  std::sort(contents.begin(), contents.end());
+  if (std::adjacent_find(contents.begin(), contents.end()) != contents.end()) return false;
   std::set<std::string_view> names;
   return std::all_of(labels.begin(), labels.end(), [&](const Label& label) {
     return isSoundText(label.name) && isSoundNumber(label.target) &&

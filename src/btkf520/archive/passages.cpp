@@ -23,12 +23,12 @@ constexpr size_t kLeastRepeat = 8;  // Worth going on at a former distance for.
 constexpr size_t kRecentDistances = 4;
 constexpr size_t kWord = 6;
 constexpr int kWordTableLog = 15;
-// Up to here a block is remembered at every eighth byte of the prefix, and words of it as well;
+// Up to here a block is remembered at every sixteenth byte of the prefix, and words of it as well;
 // beyond at fewer, and no words.
 constexpr size_t kSmallSpan = 1 << 20;
-constexpr size_t kSmallStep = 8;
+constexpr size_t kSmallStep = 16;
 constexpr size_t kWideStep = 64;
-constexpr size_t kWordStep = 4;
+constexpr size_t kWordStep = 8;
 // A search that finds nothing hastens after two to this power bytes, and again after as many.
 constexpr size_t kPatienceLog = 8;
 
@@ -40,13 +40,16 @@ uint64_t load(const char* bytes) {
 
 uint64_t mixed(uint64_t word) { return word * 0x9E3779B185EBCA87; }
 
-// Places by the hash of what stands there, the last put for each slot. Most of what would be found
-// by chance is told by a part of the hash, without a look at distant memory.
+// Places by the hash of what stands there, the last put for each slot, in a table that is lent.
+// Most of what would be found by chance is told by a part of the hash, without a look at distant
+// memory.
 class Places {
  public:
   static constexpr size_t kNone = SIZE_MAX;
 
-  explicit Places(int log) : shift_(64 - log), table_(size_t{1} << log) {}
+  Places(int log, std::vector<uint64_t>* table) : shift_(64 - log), table_(*table) {
+    table_.assign(size_t{1} << log, 0);
+  }
   void put(uint64_t hash, size_t place) { table_[hash >> shift_] = hash << 32 | (place + 1); }
   size_t find(uint64_t hash) const {
     const uint64_t entry = table_[hash >> shift_];
@@ -57,7 +60,7 @@ class Places {
  private:
   int shift_;
   // The lower half of the hash, and one more than the place, which is below 4 GiB; 0 for none.
-  std::vector<uint64_t> table_;
+  std::vector<uint64_t>& table_;
 };
 
 uint64_t blockHash(const char* bytes) { return mixed(mixed(load(bytes)) + load(bytes + 8)); }
@@ -74,10 +77,14 @@ struct Match {
 // Places in prefix and content count as if the one stood ahead of the other.
 class Search {
  public:
-  Search(std::string_view content, std::string_view prefix)
+  // The tables are used while it runs.
+  Search(std::string_view content, std::string_view prefix, std::vector<uint64_t>* blocks,
+         std::vector<uint64_t>* words)
       : content_(content),
         prefix_(prefix),
-        isSmall_(content.size() + prefix.size() <= kSmallSpan) {}
+        isSmall_(content.size() + prefix.size() <= kSmallSpan),
+        blocks_(blocks),
+        words_(words) {}
 
   std::vector<Passage> run() {
     findLong();
@@ -95,7 +102,7 @@ class Search {
  private:
   void findLong() {
     const size_t step = isSmall_ ? kSmallStep : kWideStep;
-    Places blocks(std::max(static_cast<int>(std::bit_width(prefix_.size() / step)), 8));
+    Places blocks(std::max(static_cast<int>(std::bit_width(prefix_.size() / step)), 8), blocks_);
     for (size_t place = 0; place + kBlock <= prefix_.size(); place += step) {
       blocks.put(blockHash(prefix_.data() + place), place);
     }
@@ -172,7 +179,7 @@ class Search {
 
   // The long matches, and words between them.
   std::vector<Match> withWords() {
-    Places words(kWordTableLog);
+    Places words(kWordTableLog, words_);
     if (isSmall_) {
       for (size_t place = 0; place + sizeof(uint64_t) <= prefix_.size(); place += kWordStep) {
         words.put(wordHash(prefix_.data() + place), place);
@@ -209,14 +216,16 @@ class Search {
   std::string_view content_;
   std::string_view prefix_;
   bool isSmall_;
+  std::vector<uint64_t>* blocks_;
+  std::vector<uint64_t>* words_;
   std::vector<Match> matches_;
   std::array<size_t, kRecentDistances> recent_{};  // The last first; 0 for none yet.
 };
 
 }  // namespace
 
-std::vector<Passage> findPassages(std::string_view content, std::string_view prefix) {
-  return Search(content, prefix).run();
+std::vector<Passage> PassageFinder::find(std::string_view content, std::string_view prefix) {
+  return Search(content, prefix, &blocks_, &words_).run();
 }
 
 }  // namespace btkf

@@ -15,9 +15,17 @@ struct Passage {
   uint32_t distance;
 };
 
-// The passages of `content`, in order and without overlap. Both together are shorter than 4 GiB.
-// Takes time in proportion to the length of both; most of it for what is not repeated. May throw
-// std::bad_alloc.
-std::vector<Passage> findPassages(std::string_view content, std::string_view prefix);
+// One object is used again and again, because its tables are wide.
+class PassageFinder {
+ public:
+  // The passages of `content`, in order and without overlap. Both together are shorter than 4 GiB.
+  // Takes time in proportion to the length of both; most of it for what is not repeated. May throw
+  // std::bad_alloc.
+  std::vector<Passage> find(std::string_view content, std::string_view prefix);
+
+ private:
+  std::vector<uint64_t> blocks_;
+  std::vector<uint64_t> words_;
+};
 
 }  // namespace btkf

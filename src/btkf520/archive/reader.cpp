@@ -8,13 +8,13 @@
 #include <algorithm>
 #include <cstring>
 
-#include "btkf520/archive/checksum.h"
-
 namespace btkf {
 namespace {
 
 // Usually index and tail lie in the last bytes, and are read at once.
 constexpr uint64_t kFirstRead = 32 << 10;
+// Of frames as much is read at once as stays near to the processor.
+constexpr uint64_t kPiece = 128 << 10;
 
 // The end of a file, read in growing pieces.
 class FileEnd {
@@ -43,8 +43,6 @@ bool hasHeader(const InputFile& file) {
   return file.size() >= sizeof header && file.readAt(0, header, sizeof header) &&
          std::string_view(header, sizeof header) == kArchiveHeader;
 }
-
-uint32_t frameChecksum(std::string_view frame) { return static_cast<uint32_t>(checksumOf(frame)); }
 
 }  // namespace
 
@@ -152,18 +150,30 @@ std::vector<const ArchiveReader::Stored*> ArchiveReader::framesFor(const Stored&
   return result;
 }
 
-bool ArchiveReader::unpack(const Stored& stored, std::string_view prefix, Bytes* content) {
+bool ArchiveReader::unpack(const Stored& stored, std::string_view prefix, Bytes* content,
+                           Checksum* checksum) {
   if (stored.content.length == 0 || stored.frame.size == 0) {
     *content = Bytes(0);
     return stored.content.length == stored.frame.size;
   }
-  Bytes frame(static_cast<size_t>(stored.frame.size));
-  return file_.readAt(stored.offset, frame.data(), frame.size()) &&
-         frameChecksum(frame.view()) == stored.frame.checksum &&
-         codec_->unpack(frame.view(), prefix, stored.content.length, content);
+  Checksum ofFrame;
+  Bytes buffer(static_cast<size_t>(std::min(stored.frame.size, kPiece)));
+  uint64_t done = 0;
+  const auto pieces = [&]() -> std::string_view {
+    const auto size =
+        static_cast<size_t>(std::min<uint64_t>(stored.frame.size - done, buffer.size()));
+    if (size == 0 || !file_.readAt(stored.offset + done, buffer.data(), size)) return {};
+    const std::string_view piece = buffer.view().substr(0, size);
+    ofFrame.add(piece);
+    done += size;
+    return piece;
+  };
+  return codec_->unpack(pieces, prefix, stored.content.length, content, checksum) &&
+         done == stored.frame.size &&
+         static_cast<uint32_t>(ofFrame.value()) == stored.frame.checksum;
 }
 
-// Rebuilds a content that is not at hand, without a look at its own checksum.
+// Rebuilds a content that is not at hand, and checks it.
 Status ArchiveReader::rebuild(const Stored& target, bool keeps, std::shared_ptr<Bytes>* bytes) {
   const std::vector<const Stored*> frames = framesFor(target);
   std::unordered_map<uint32_t, int> uses;
@@ -182,7 +192,12 @@ Status ArchiveReader::rebuild(const Stored& target, bool keeps, std::shared_ptr<
     const Frame& frame = stored->frame;
     Bytes content;
     const Prefix prefix(heldView(frame.olderParent), heldView(frame.newerParent));
-    if (!unpack(*stored, prefix.view(), &content)) return kNotAnArchive;
+    Checksum checksum;
+    const bool isTarget = stored == &target;
+    if (!unpack(*stored, prefix.view(), &content, isTarget ? &checksum : nullptr)) {
+      return kNotAnArchive;
+    }
+    if (isTarget && checksum.value() != target.content.checksum) return kNotAnArchive;
     *bytes = std::make_shared<Bytes>(std::move(content));
     held[frame.content] = *bytes;
     if (keeps) recent_.add(frame.content, *bytes);
@@ -196,14 +211,14 @@ Status ArchiveReader::rebuild(const Stored& target, bool keeps, std::shared_ptr<
 Status ArchiveReader::read(uint32_t content, SharedBytes* bytes) {
   const Stored* const target = find(content);
   if (target == nullptr) return kNoRevision;
-  SharedBytes result = recent_.find(content);
-  if (result == nullptr) {
-    std::shared_ptr<Bytes> rebuilt;
-    if (const Status status = rebuild(*target, true, &rebuilt)) return status;
-    result = std::move(rebuilt);
+  if (SharedBytes recent = recent_.find(content)) {
+    if (checksumOf(recent->view()) != target->content.checksum) return kNotAnArchive;
+    *bytes = std::move(recent);
+    return kDone;
   }
-  if (checksumOf(result->view()) != target->content.checksum) return kNotAnArchive;
-  *bytes = std::move(result);
+  std::shared_ptr<Bytes> rebuilt;
+  if (const Status status = rebuild(*target, true, &rebuilt)) return status;
+  *bytes = std::move(rebuilt);
   return kDone;
 }
 
@@ -212,7 +227,6 @@ Status ArchiveReader::take(uint32_t content, Bytes* bytes) {
   if (target == nullptr) return kNoRevision;
   std::shared_ptr<Bytes> result;
   if (const Status status = rebuild(*target, false, &result)) return status;
-  if (checksumOf(result->view()) != target->content.checksum) return kNotAnArchive;
   *bytes = std::move(*result);
   return kDone;
 }

@@ -106,7 +106,7 @@ class ArchiveReader {
   std::vector<const Stored*> framesFor(const Stored& target) const;
   // Keeps at hand what it rebuilds if `keeps`.
   Status rebuild(const Stored& target, bool keeps, std::shared_ptr<Bytes>* bytes);
-  bool unpack(const Stored& stored, std::string_view prefix, Bytes* content);
+  bool unpack(const Stored& stored, std::string_view prefix, Bytes* content, Checksum* checksum);
 
   InputFile file_;
   Index index_;

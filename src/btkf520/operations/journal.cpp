@@ -16,7 +16,8 @@ void writeJournal(const Account& account) {
   const std::string& journal = session.configuration().journal();
   if (journal.empty()) return;
   std::string line = isoTime(presentTime());
-  for (std::string field : {account.user, account.event, account.archive, account.what}) {
+  const std::string user = session.userId().value_or("");
+  for (std::string field : {user, account.event, account.archive, account.what}) {
     for (char& c : field) c = static_cast<unsigned char>(c) < ' ' ? ' ' : c;
     line += '\t' + field;
   }
@@ -25,13 +26,15 @@ void writeJournal(const Account& account) {
 }
 
 Status runTrigger(const std::string& trigger, const Account& account) {
-  const std::string command = Session::instance().configuration().eventTrigger(trigger);
+  const Session& session = Session::instance();
+  const std::string command = session.configuration().eventTrigger(trigger);
   if (command.empty()) return kDone;
-  const std::optional<int> code = runCommand(command, {{"BTKF_EVENT", trigger},
-                                                       {"BTKF_ARCHIVE", account.archive},
-                                                       {"BTKF_WORKFILE", account.workfile},
-                                                       {"BTKF_WHAT", account.what},
-                                                       {"BTKF_USER", account.user}});
+  const std::optional<int> code =
+      runCommand(command, {{"BTKF_EVENT", trigger},
+                           {"BTKF_ARCHIVE", account.archive},
+                           {"BTKF_WORKFILE", account.workfile},
+                           {"BTKF_WHAT", account.what},
+                           {"BTKF_USER", session.userId().value_or("")}});
   constexpr int kNoSuchCommand = 127;
   if (!code || *code == kNoSuchCommand) return kTriggerFailed;
   return *code == 0 ? kDone : kTriggerRefused;

@@ -7,13 +7,12 @@
 
 namespace btkf {
 
-// Who did what to which archive.
+// What is done to which archive; by whom, the session knows.
 struct Account {
   std::string event;
   std::string archive;   // Path texts.
   std::string workfile;  // May be empty.
   std::string what;
-  std::string user;
 };
 
 // Adds a line to the journal, if there is one. What was done is done: a journal that can't be

@@ -61,7 +61,7 @@ class Task {
   const std::string& archiveText() const { return names_.archive; }
   const std::string& workfileText() const { return names_.workfile; }
   const std::string& archivePath() const { return path_; }
-  const std::string& user() const { return user_; }  // Empty after openToTell().
+  const std::string& user() const { return user_; }  // After openToUpdate() and openNew().
   static const Configuration& configuration();
 
   ArchiveModel model;  // A copy to be changed.
