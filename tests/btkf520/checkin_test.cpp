@@ -7,6 +7,8 @@
 #include <csignal>
 #include <cstring>
 #include <random>
+#include <sstream>
+#include <stdexcept>
 
 #include "btkf520/archives.h"
 
@@ -429,6 +431,54 @@ TEST_F(CheckOut, LeavesAllAsItWasWhenTheDiskIsFull) {
   EXPECT_TRUE(support::readFile(archive()) == file);
   mkdir(path("directory").c_str(), 0777);
   EXPECT_EQ(TrvsUnLockRevision(kContext, path("directory").c_str(), nullptr, nullptr), 5);
+}
+
+#ifndef __SANITIZE_ADDRESS__  // Its shadow takes address space of its own.
+// The address space of this process may grow by `bytes` from now on.
+void limitMemory(rlim_t bytes) {
+  std::istringstream pages(support::readFile("/proc/self/statm"));
+  rlim_t used = 0;
+  pages >> used;
+  rlimit limit{};
+  getrlimit(RLIMIT_AS, &limit);
+  limit.rlim_cur = used * static_cast<rlim_t>(sysconf(_SC_PAGESIZE)) + bytes;
+  setrlimit(RLIMIT_AS, &limit);
+}
+
+TEST_F(CheckOut, LeavesAllAsItWasWhenMemoryIsShort) {
+  constexpr off_t kWide = 96 << 20;
+  ASSERT_EQ(create(), 0);
+  write("m.c", "wide");
+  ASSERT_EQ(truncate(workfile().c_str(), kWide), 0);
+  ASSERT_EQ(put({.flags = TRVS_PUT_KEEP_LOCK}), 0);
+  write("m.c", "wide, too");
+  ASSERT_EQ(truncate(workfile().c_str(), kWide), 0);
+  const std::string file = support::readFile(archive());
+  const pid_t child = fork();
+  if (child == 0) {
+    limitMemory(kWide / 2);
+    if (get({}) != 16) _exit(1);
+    limitMemory(kWide + kWide / 2);  // The workfile is mapped, but can't be packed.
+    _exit(put({}) != 16 ? 2 : 0);
+  }
+  int status = -1;
+  waitpid(child, &status, 0);
+  EXPECT_EQ(status, 0);
+  EXPECT_TRUE(support::readFile(archive()) == file);
+  EXPECT_EQ(put({}), 0) << "the workfile is as it was";
+}
+#endif
+
+TEST_F(CheckIn, SurvivesACallbackThatThrows) {
+  ASSERT_EQ(create(), 0);
+  ASSERT_EQ(put("0", {}), 0);
+  const std::string file = support::readFile(archive());
+  TrvsRegisterCallback(
+      1, anyCallback(+[]() -> int32_t { throw std::runtime_error("the client's own"); }));
+  EXPECT_EQ(lock(), 1);
+  EXPECT_EQ(support::readFile(archive()), file);
+  TrvsRegisterCallback(1, nullptr);
+  EXPECT_EQ(lock(), 0);
 }
 
 TEST_F(CheckIn, ComputesArchiveNames) {
