@@ -188,10 +188,10 @@ TRVS_EXPORT int32_t TrvsVerifyPromoTreeNodeExist(const char* group, int16_t* kin
  * For all functions from here on:
  *   context   -1; any other value has no meaning yet
  *   archive   "archive(workfile)", two path texts, or the archive's alone. The workfile is then the
- *             file of the archive's own workfile name in the current directory
- *   revision  a number such as 1.2 or 1.2.1.0, the number of a branch such as 1.2.1 for its tip (1
- *             is the trunk), or a version label. Null: the trunk's tip, unless told otherwise
- *   user      null for the present user, as TrvsGetUserInfo gives it
+ *             file of the archive's own workfile name in the current directory. An archive whose
+ * own name ends with ")" needs "()" behind it revision  a number such as 1.2 or 1.2.1.0, the number
+ * of a branch such as 1.2.1 for its tip (1 is the trunk), or a version label. Null: the trunk's
+ * tip, unless told otherwise user      null for the present user, as TrvsGetUserInfo gives it
  *   reserved  0 or null
  * Null and "" are the same for all texts that may be null, except for descriptions.
  *
@@ -202,10 +202,11 @@ TRVS_EXPORT int32_t TrvsVerifyPromoTreeNodeExist(const char* group, int16_t* kin
  *   2   no such archive
  *   5   the archive, or the workfile, can't be opened
  *   6   the archive is being changed by another; callback 3 was asked
- *   9   a path or a name that can't be one, or whose directory isn't there
+ *   9   a path or a name that can't be one; the directory of a new file isn't there
  *   13  the archive has an access list, and the present user is neither on it nor the owner. What
  *       an archive tells about itself is open to everybody
  *   15  callback 1 did not want to go on
+ *   22  the workfile is the archive itself
  *   27  the file is no archive, or what was asked for is damaged
  *   50  there is no user id
  *   77  the disk is full, or a file or directory can't be written
@@ -233,7 +234,8 @@ TRVS_EXPORT int32_t TrvsCreateArchive(const char* archive, const char* workfile,
                                       int32_t reserved);
 
 enum {
-  TRVS_PUT_KEEP_LOCK = 0x1,         /* the new revision is locked, the workfile stays, writable */
+  TRVS_PUT_KEEP_LOCK = 0x1,         /* the workfile stays, writable, and the new revision is locked,
+                                       if the archive checks locks */
   TRVS_PUT_READ_ONLY = 0x2,         /* the workfile stays, read-only; with neither it is removed */
   TRVS_PUT_BRANCH = 0x4,            /* start a branch even from a tip */
   TRVS_PUT_OLDER = 0x8,             /* even if the workfile is older than the parent's was */
@@ -262,7 +264,8 @@ enum {
  * is the tip of its branch continues it; any other starts a branch. The present user's lock of the
  * parent goes. A development group moves from the parent to the new revision.
  *
- * A workfile that changes during the check-in stays where it is, whatever `flags` says. Status 77
+ * A workfile that changes during the check-in stays where it is, whatever `flags` says. One of a
+ * megabyte and more is mapped: if it is cut short meanwhile the process gets SIGBUS. Status 77
  * with the revision in the archive means that the workfile can't be removed or its mode changed.
  *
  * Gives 0; 11 no such label as parent; 12 `label` has another target; 14 another has locked the
@@ -293,7 +296,8 @@ enum {
  *   newerThan   for 0x4; null or "*" for the time of the workfile that is there
  *   group       promotion group; with a lock the development group that it is for
  *   flags       TRVS_GET_...
- * With a lock, dates don't count. A workfile that is equal already is replaced without a question.
+ * With a lock, dates don't count. A workfile that is equal already is replaced without a question,
+ * and one that came or changed since the question isn't replaced (24).
  *
  * Gives 0; 11 no such label; 17 not a date; 18 no such revision, or none of that time; 20 no
  * revisions; 24 there is a workfile; 41 no revision in `group`; with a lock also the statuses of
@@ -512,7 +516,8 @@ TRVS_EXPORT int32_t TrvsListAccess(int32_t context, const char* archive, char* b
                                    int32_t size);
 
 /* Deletes revisions and the labels that they leave without a revision. Contents of the others stay.
- *   range  as for TrvsLog, but never null; "+" behind it takes in all branches that start there
+ *   range  as for TrvsLog, but never null; "+" behind it takes in all branches that start there,
+ *          which without it keep their revisions from going
  * Gives 0; 11, 18 or 20 for a revision that isn't there; 14 one is locked; 19 no range; 40 one is
  * in a promotion group; 78 a branch starts at one. */
 TRVS_EXPORT int32_t TrvsDeleteRevisions(int32_t context, const char* archive, const char* range);

@@ -184,7 +184,7 @@ bool Configuration::setUserSource(std::string_view value) {
 bool Configuration::setAccessList(std::string_view value) {
   std::vector<std::string> names;
   for (std::string_view piece : pieces(value, ",")) {
-    if (trimmed(piece).empty()) return false;
+    if (!isGoodName(trimmed(piece))) return false;
     names.emplace_back(trimmed(piece));
   }
   if (names.empty() && !value.empty()) return false;

@@ -43,6 +43,9 @@ class InputFile {
 
   // False if not all of `size` bytes are there, or reading fails.
   bool readAt(uint64_t offset, char* buffer, size_t size) const;
+  // Whether the system has failed to read since the file was opened, so that what is missing may be
+  // there all the same.
+  bool hasFailed() const { return hasFailed_; }
 
  private:
   friend class MappedFile;
@@ -52,6 +55,7 @@ class InputFile {
 
   int descriptor_ = -1;
   uint64_t size_ = 0;
+  mutable bool hasFailed_ = false;
 };
 
 // The bytes of a whole file as memory, for contents: a wide file is mapped, a small one read. If
@@ -77,9 +81,9 @@ class MappedFile {
 };
 
 // A file that is written beside another and then takes its name: all or nothing. Meanwhile it has
-// the other's name with ".new~" behind it. Whoever writes it has it locked, so what a killed writer
-// left over is known as such and removed by the next; and the lock goes on when the file has got
-// its name.
+// the other's name, cut short if need be, with ".trvs-new" behind it. Whoever writes it has it
+// locked, so what a killed writer left over is known as such and removed by the next; and the lock
+// goes on when the file has got its name.
 class SiblingFile {
  public:
   SiblingFile() = default;
@@ -88,8 +92,13 @@ class SiblingFile {
   // Removes the file unless it is finished.
   ~SiblingFile();
 
+  enum class Others {
+    kPossible,  // Others may be writing the same file at this moment.
+    kExcluded,  // The caller has the file at `path` for itself: what stands beside it is left over.
+  };
+
   // To be called once. kBusy if another is writing it.
-  FileResult open(const std::string& path);
+  FileResult open(const std::string& path, Others others = Others::kPossible);
 
   // Gives the file the mode of `model`, and its owner and group where that is allowed.
   void imitate(const InputFile& model);
@@ -97,6 +106,12 @@ class SiblingFile {
   // Both add at the end, sooner or later. May throw std::bad_alloc.
   FileResult write(std::string_view bytes);
   FileResult copy(const InputFile& from, uint64_t offset, uint64_t size);
+  // Writes what is still to be written, so that a full disk shows now.
+  FileResult flush();
+  // Both to be called when all is written: whether its owner may write, or nobody; and when it was
+  // changed, in seconds since 1970. False if that failed.
+  bool setWritable(bool isWritable) const;
+  bool setChangeTime(int64_t seconds) const;
 
   enum class Naming { kReplace, kNew };  // kNew: kExists if there is a file of that name.
   enum class Safety { kOnDisk, kSoon };  // kOnDisk: a power cut does not undo it.
@@ -108,12 +123,13 @@ class SiblingFile {
  private:
   FileResult create();
   FileResult removeLeftover() const;
-  FileResult flush();
+  FileResult removeUnlocked() const;
   FileResult writeOut(std::string_view bytes);
   FileResult takeName(Naming naming) const;
 
   std::string path_;
   std::string ownPath_;
+  Others others_ = Others::kPossible;
   int descriptor_ = -1;
   std::string pending_;  // Not written yet, so that many small pieces make one write.
 };

@@ -64,13 +64,22 @@ std::string directoryOf(const std::string& path) {
   return slash == 0 ? "/" : path.substr(0, slash);
 }
 
-// What the directory now says stays said after a power cut. Where directories can't be synced there
-// is nothing more to do, and nothing that could be taken back.
-void syncDirectory(const std::string& path) {
+// Where a file is written that will have the name `path`.
+std::string siblingOf(const std::string& path) {
+  constexpr std::string_view kSuffix = ".trvs-new";
+  constexpr size_t kLongestName = 255;
+  const size_t name = path.rfind('/') + 1;  // 0 with none.
+  return path.substr(0, name + std::min(path.size() - name, kLongestName - kSuffix.size())) +
+         std::string(kSuffix);
+}
+
+// What the directory now says about the open file `path` stays said after a power cut. A directory
+// that may not be read is synced with all of its disk. Where neither works there is nothing more to
+// do, and nothing that could be taken back.
+void syncDirectory(const std::string& path, int file) {
   const int directory = ::open(directoryOf(path).c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
-  if (directory < 0) return;
-  ::fsync(directory);
-  ::close(directory);
+  if (directory < 0 || ::fsync(directory) != 0) ::syncfs(file);
+  if (directory >= 0) ::close(directory);
 }
 
 bool cannotCopyThere(int error) {
@@ -81,11 +90,14 @@ bool cannotCopyThere(int error) {
 }  // namespace
 
 InputFile::InputFile(InputFile&& other) noexcept
-    : descriptor_(std::exchange(other.descriptor_, -1)), size_(other.size_) {}
+    : descriptor_(std::exchange(other.descriptor_, -1)),
+      size_(other.size_),
+      hasFailed_(other.hasFailed_) {}
 
 InputFile& InputFile::operator=(InputFile&& other) noexcept {
   std::swap(descriptor_, other.descriptor_);
   std::swap(size_, other.size_);
+  std::swap(hasFailed_, other.hasFailed_);
   return *this;
 }
 
@@ -139,6 +151,7 @@ bool InputFile::readAt(uint64_t offset, char* buffer, size_t size) const {
     const ssize_t count =
         ::pread(descriptor_, buffer, std::min(size, kLargestTransfer), static_cast<off_t>(offset));
     if (count < 0 && errno == EINTR) continue;
+    if (count < 0) hasFailed_ = true;
     if (count <= 0) return false;
     buffer += count;
     offset += static_cast<uint64_t>(count);
@@ -175,9 +188,10 @@ SiblingFile::~SiblingFile() {
   ::close(descriptor_);
 }
 
-FileResult SiblingFile::open(const std::string& path) {
+FileResult SiblingFile::open(const std::string& path, Others others) {
   path_ = path;
-  ownPath_ = path + ".new~";
+  ownPath_ = siblingOf(path);
+  others_ = others;
   for (int tries = 0; tries < kTries; ++tries) {
     FileResult result = create();
     if (result == FileResult::kExists) result = removeLeftover();
@@ -202,6 +216,12 @@ FileResult SiblingFile::create() {
 }
 
 FileResult SiblingFile::removeLeftover() const {
+  if (others_ == Others::kPossible) return removeUnlocked();
+  const bool isGone = ::unlink(ownPath_.c_str()) == 0 || errno == ENOENT;
+  return isGone ? FileResult::kDone : resultOf(errno);
+}
+
+FileResult SiblingFile::removeUnlocked() const {
   const int descriptor = ::open(ownPath_.c_str(), O_RDONLY | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK);
   if (descriptor < 0) {
     const FileResult result = resultOf(errno);
@@ -239,6 +259,19 @@ FileResult SiblingFile::flush() {
   const FileResult result = writeOut(pending_);
   pending_.clear();
   return result;
+}
+
+bool SiblingFile::setWritable(bool isWritable) const {
+  struct stat status {};
+  if (::fstat(descriptor_, &status) != 0) return false;
+  const mode_t mode = status.st_mode & kModeBits;
+  return ::fchmod(descriptor_,
+                  isWritable ? mode | S_IWUSR : mode & ~mode_t{S_IWUSR | S_IWGRP | S_IWOTH}) == 0;
+}
+
+bool SiblingFile::setChangeTime(int64_t seconds) const {
+  const timespec times[2] = {{0, UTIME_OMIT}, {static_cast<time_t>(seconds), 0}};
+  return ::futimens(descriptor_, times) == 0;
 }
 
 FileResult SiblingFile::writeOut(std::string_view bytes) {
@@ -300,7 +333,7 @@ FileResult SiblingFile::finish(Naming naming, Safety safety, InputFile* finished
   }
   if (result == FileResult::kDone) result = takeName(naming);
   if (result != FileResult::kDone) return result;
-  if (safety == Safety::kOnDisk) syncDirectory(path_);
+  if (safety == Safety::kOnDisk) syncDirectory(path_, descriptor_);
   const int descriptor = std::exchange(descriptor_, -1);
   if (finished == nullptr) {
     ::close(descriptor);

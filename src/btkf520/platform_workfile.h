@@ -37,9 +37,14 @@ std::optional<WorkfileState> workfileState(const std::string& path);
 // Whether the directory is there that `path` names a file in.
 bool hasDirectory(const std::string& path);
 
+// Whether both paths mean one file, or would if it were there.
+bool isSameFile(const std::string& first, const std::string& second);
+
+// Seconds since 1970. Nothing for a time that there wasn't.
+std::optional<int64_t> secondsOf(PackedTime time);
+
 // Each is false if that failed.
 bool setWritable(const std::string& path, bool isWritable);
-bool setChangeTime(const std::string& path, PackedTime time);
 bool removeFile(const std::string& path);
 // Adds to the end of a file, in one piece; makes the file.
 bool appendToFile(const std::string& path, std::string_view text);

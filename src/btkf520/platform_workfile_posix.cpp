@@ -31,7 +31,14 @@ PackedTime packed(time_t moment) {
          field(local.tm_hour, 11) | field(local.tm_min, 5) | field(local.tm_sec / 2, 0);
 }
 
-time_t unpacked(PackedTime time) {
+std::string directoryOf(const std::string& path) {
+  const size_t end = path.rfind('/');
+  return end == std::string::npos ? "." : path.substr(0, end + 1);
+}
+
+}  // namespace
+
+std::optional<int64_t> secondsOf(PackedTime time) {
   const auto field = [time](int shift, int bits) {
     return static_cast<int>(time >> shift & ((1u << bits) - 1));
   };
@@ -43,10 +50,9 @@ time_t unpacked(PackedTime time) {
   local.tm_min = field(5, 6);
   local.tm_sec = field(0, 5) * 2;
   local.tm_isdst = -1;
-  return ::mktime(&local);
+  const time_t moment = ::mktime(&local);
+  return moment == -1 ? std::nullopt : std::optional<int64_t>(moment);
 }
-
-}  // namespace
 
 PackedTime presentTime() { return packed(::time(nullptr)); }
 
@@ -64,10 +70,19 @@ std::optional<WorkfileState> workfileState(const std::string& path) {
 }
 
 bool hasDirectory(const std::string& path) {
-  const size_t end = path.rfind('/');
-  const std::string directory = end == std::string::npos ? "." : path.substr(0, end + 1);
   struct stat status {};
-  return ::stat(directory.c_str(), &status) == 0 && S_ISDIR(status.st_mode);
+  return ::stat(directoryOf(path).c_str(), &status) == 0 && S_ISDIR(status.st_mode);
+}
+
+bool isSameFile(const std::string& first, const std::string& second) {
+  const auto one = workfileState(first);
+  const auto other = workfileState(second);
+  if (one && other) return one->identity == other->identity;
+  if (one || other) return false;
+  const auto directory = workfileState(directoryOf(first));
+  const auto otherDirectory = workfileState(directoryOf(second));
+  return directory && otherDirectory && directory->identity == otherDirectory->identity &&
+         first.substr(first.rfind('/') + 1) == second.substr(second.rfind('/') + 1);
 }
 
 bool setWritable(const std::string& path, bool isWritable) {
@@ -76,13 +91,6 @@ bool setWritable(const std::string& path, bool isWritable) {
   const mode_t others = status.st_mode & 07777 & ~mode_t{S_IWUSR | S_IWGRP | S_IWOTH};
   const mode_t mode = isWritable ? (status.st_mode & 07777) | S_IWUSR : others;
   return ::chmod(path.c_str(), mode) == 0;
-}
-
-bool setChangeTime(const std::string& path, PackedTime time) {
-  const time_t moment = unpacked(time);
-  if (moment == -1) return false;
-  const timespec times[2] = {{0, UTIME_OMIT}, {moment, 0}};
-  return ::utimensat(AT_FDCWD, path.c_str(), times, 0) == 0;
 }
 
 bool removeFile(const std::string& path) { return ::unlink(path.c_str()) == 0; }

@@ -4,11 +4,13 @@
 #include <algorithm>
 #include <set>
 
+#include "btkf520/text.h"
+
 namespace btkf {
 
 bool PromotionModel::link(std::string_view child, std::string_view parent) {
-  if (child.empty() || child == parent) return false;
-  if (child.size() > kLongestName || parent.size() > kLongestName) return false;
+  if (!isGoodName(child) || child == parent) return false;
+  if (!parent.empty() && !isGoodName(parent)) return false;
   const auto place = places_.find(child);
   const bool isNew = place == places_.end();
   if (!isNew && parent.empty()) return true;

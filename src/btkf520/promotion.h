@@ -38,7 +38,6 @@ class PromotionModel {
   // Followed by one more NUL this is what clients get. For a model without fault.
   std::string listing() const;
 
-  static constexpr size_t kLongestName = 255;
   static constexpr size_t kLongestListing =
       32767;  // Its last NUL included: clients count in 16 bits.
 

@@ -32,6 +32,16 @@ inline bool isLetter(char c) { return upperCase(c) >= 'A' && upperCase(c) <= 'Z'
 inline bool isDigit(char c) { return c >= '0' && c <= '9'; }
 inline bool isNameCharacter(char c) { return isLetter(c) || isDigit(c) || c == '_'; }
 
+// Whether a user or a group may have this name: 1 to 254 bytes, no control characters, and nothing
+// that reads as a range of revisions or as a list of names.
+inline bool isGoodName(std::string_view name) {
+  constexpr size_t kLongestName = 254;
+  if (name.empty() || name.size() > kLongestName) return false;
+  return std::none_of(name.begin(), name.end(), [](char c) {
+    return static_cast<unsigned char>(c) < ' ' || c == '\x7f' || c == '*' || c == '+' || c == ',';
+  });
+}
+
 // The non-empty pieces of `text` between characters of `separators`. They point into `text`.
 inline std::vector<std::string_view> pieces(std::string_view text, std::string_view separators) {
   std::vector<std::string_view> result;

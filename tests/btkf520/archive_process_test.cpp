@@ -112,7 +112,7 @@ TEST(ArchiveProcesses, LoseNoAcknowledgedRevisionWhenKilled) {
   EXPECT_EQ(checkIn(path, "last"), btkf::kDone);
   const std::set<std::string> there = tagsOf(path);
   EXPECT_TRUE(std::includes(there.begin(), there.end(), acknowledged.begin(), acknowledged.end()));
-  EXPECT_FALSE(std::filesystem::exists(path + ".new~"));
+  EXPECT_FALSE(std::filesystem::exists(path + ".trvs-new"));
 }
 
 TEST(ArchiveProcesses, AreServedOneAfterTheOtherWhileOthersRead) {

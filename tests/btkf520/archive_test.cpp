@@ -58,8 +58,11 @@ TEST(Plan, HasNoCirclesAndFewAncestorsWhateverHasBeenDeleted) {
     Contents random(seed);
     std::vector<uint32_t> positions;
     const size_t density = 1 + random.below(9);
+    const bool isRegular = seed < 10;  // Every so many are left, so that many have one rank.
     for (uint32_t position = 0; position < 300; ++position) {
-      if (random.below(10) < density) positions.push_back(position);
+      if (isRegular ? (position + 1) % (seed + 1) == 0 : random.below(10) < density) {
+        positions.push_back(position);
+      }
     }
     const auto plan = btkf::planParents(positions);
     for (size_t place = 0; place < positions.size(); ++place) {
@@ -74,7 +77,7 @@ TEST(Plan, HasNoCirclesAndFewAncestorsWhateverHasBeenDeleted) {
           if (isParent && ancestors.insert(parent).second) open.push_back(parent);
         }
       }
-      EXPECT_LE(ancestors.size(), 3 * 9u) << "seed " << seed << " place " << place;
+      EXPECT_LE(ancestors.size(), 2 * 9u + 4) << "seed " << seed << " place " << place;
       EXPECT_EQ(ancestors.empty(), place + 1 == positions.size()) << "seed " << seed;
     }
   }
@@ -206,13 +209,13 @@ TEST(ArchiveFile, KeepsWhatTheModelSays) {
   model.description = std::string(40000, 'd') + "\r\n\xFC";
   model.creationTime = 0x1f9953ca;
   model.attributes = btkf::kExclusiveLocks | 0x80010001;
-  model.accessList = {"ann", "", "a,b"};
+  model.accessList = {"ann", "a,b"};
   btkf::Revision& revision = *model.findRevision(number("1.1.1.1"));
   revision.checkInTime = 0xFFFFFFFF;
   revision.workfileTime = 1;
   revision.author = "bo";
   revision.changeDescription = "why\nand how";
-  revision.lockers = {"bo", "", "ann"};
+  revision.lockers = {"bo", "ann"};
   revision.promotionGroups = {"dev", "test"};
   model.findRevision(number("1.0"))->lockers = {"cy"};
   model.labels = {{"REL_1", number("1.1")}, {"tip of it", number("1.1.1")}, {"", number("1.9")}};
@@ -243,8 +246,8 @@ TEST(ArchiveFile, KeepsWhatTheModelSays) {
   EXPECT_EQ(slow.names('H'), std::vector<std::string>{model.workName});
   EXPECT_EQ(slow.value('X'), model.creationTime);
   EXPECT_EQ(slow.value('P'), btkf::kExclusiveLocks | 1u);
-  EXPECT_EQ(slow.names('R'), (std::vector<std::string>{"cy", "bo", "", "ann"}));
-  EXPECT_EQ(slow.names('V'), std::vector<std::string>{"ann,,a,b"});
+  EXPECT_EQ(slow.names('R'), (std::vector<std::string>{"cy", "bo", "ann"}));
+  EXPECT_EQ(slow.names('V'), std::vector<std::string>{"ann,a,b"});
   EXPECT_EQ(slow.names('I'), std::vector<std::string>{model.description});
 
   EXPECT_EQ(model.newBranchAt(number("1.1")).text(), "1.1.3");
@@ -252,7 +255,7 @@ TEST(ArchiveFile, KeepsWhatTheModelSays) {
   EXPECT_EQ(model.branchesAt(number("1.1")).size(), 2u);
   EXPECT_EQ(model.labelled(model.labels[1])->number.text(), "1.1.1.1");
   EXPECT_EQ(model.labelled(model.labels[2]), nullptr);
-  EXPECT_EQ(model.lockCount(), 4u);
+  EXPECT_EQ(model.lockCount(), 3u);
 }
 
 TEST(ArchiveFile, RefusesWhatCannotBe) {
@@ -285,6 +288,10 @@ TEST(ArchiveFile, RefusesWhatCannotBe) {
   };
   const Case cases[] = {
       {"no trunk", [](ArchiveModel* model) { model->branches.clear(); }},
+      {"a name without a letter",
+       [](ArchiveModel* model) {
+         model->accessList = {"ann", ""};
+       }},
       {"a content that is not there",
        [](ArchiveModel* model) { ++model->trunk().tip()->content.id; }},
       {"another length", [](ArchiveModel* model) { ++model->trunk().tip()->content.length; }},
@@ -321,7 +328,7 @@ TEST(ArchiveFile, IsReplacedInPlaceWithItsModeAndBehindLinks) {
   const std::string link = path.string() + ".link";
   std::filesystem::create_symlink(path.filename(), link);
   std::filesystem::permissions(path, std::filesystem::perms(0444));
-  support::writeFile(path.string() + ".new~", "what a killed writer left");
+  support::writeFile(path.string() + ".trvs-new", "what a killed writer left");
 
   std::unique_ptr<Archive> archive;
   ASSERT_EQ(Archive::openToUpdate(link, &archive), btkf::kDone);
@@ -331,7 +338,7 @@ TEST(ArchiveFile, IsReplacedInPlaceWithItsModeAndBehindLinks) {
   EXPECT_EQ(history.toRead()->model().owner, "ann");
   EXPECT_EQ(std::filesystem::status(path).permissions(), std::filesystem::perms(0444));
   EXPECT_TRUE(std::filesystem::is_symlink(link));
-  EXPECT_FALSE(std::filesystem::exists(path.string() + ".new~"));
+  EXPECT_FALSE(std::filesystem::exists(path.string() + ".trvs-new"));
 }
 
 // Runs `work` in a process of its own, whose exit status it gives.
@@ -367,7 +374,7 @@ TEST(ArchiveFile, StaysAsItIsWhenTheDiskIsFull) {
       history);
   EXPECT_EQ(status, btkf::kCannotWrite);
   EXPECT_EQ(history.file(), before);
-  EXPECT_FALSE(std::filesystem::exists(history.path() + ".new~"));
+  EXPECT_FALSE(std::filesystem::exists(history.path() + ".trvs-new"));
 }
 
 // A content of many megabytes that is mostly a hole, under a limit of a few times its size. The

@@ -481,6 +481,53 @@ TEST_F(CheckIn, SurvivesACallbackThatThrows) {
   EXPECT_EQ(lock(), 0);
 }
 
+// Real faults: the archive was replaced by its own workfile, and checked in as one.
+TEST_F(CheckOut, NeverTakesTheArchiveForTheWorkfile) {
+  const std::string archive = path("v/m.c");
+  write("v/.keep", "");
+  ASSERT_EQ(TrvsCreateArchive(archive.c_str(), workfile().c_str(), nullptr, nullptr, 0, 0), 0);
+  const std::string before = support::readFile(archive);
+  for (const std::string& workfile : {archive, path("v/./m.c"), path("v/../v/m.c")}) {
+    const std::string both = archive + "(" + workfile + ")";
+    EXPECT_EQ(TrvsGetRevision(kContext, both.c_str(), 0, nullptr, nullptr, nullptr, 0, nullptr, 0,
+                              TRVS_GET_OVERWRITE),
+              22);
+    EXPECT_EQ(TrvsPutRevision(kContext, 0, both.c_str(), 0, nullptr, nullptr, nullptr, nullptr,
+                              nullptr, nullptr, 0, 0),
+              22);
+  }
+  EXPECT_EQ(
+      TrvsCreateArchive(path("v/new").c_str(), path("v/./new").c_str(), nullptr, nullptr, 0, 0),
+      22);
+  EXPECT_TRUE(support::readFile(archive) == before);
+}
+
+// What happens while the client is asked whether to go on: nobody has agreed to overwrite that.
+TEST_F(CheckOut, KeepsAWorkfileThatComesOrChangesMeanwhile) {
+  static std::string theWorkfile;
+  theWorkfile = workfile();
+  ASSERT_EQ(create(), 0);
+  ASSERT_EQ(put("right", {}), 0);
+  for (const uint32_t flags : {0u, uint32_t{TRVS_GET_KEEP}, uint32_t{TRVS_GET_LOCK}}) {
+    for (const bool isThere : {false, true}) {
+      if (isThere && flags == TRVS_GET_KEEP) continue;
+      SCOPED_TRACE(std::to_string(flags) + (isThere ? " changes" : " comes"));
+      static int calls;
+      calls = 0;
+      unlink(workfile().c_str());
+      if (isThere) write("m.c", "right");
+      TrvsRegisterCallback(1, anyCallback(+[]() -> int32_t {
+                             if (++calls == 2) support::writeFile(theWorkfile, "mine");
+                             return 0;
+                           }));
+      EXPECT_EQ(get({.flags = flags}), 24);
+      EXPECT_EQ(support::readFile(workfile()), "mine");
+      EXPECT_EQ(tree(), "1.0^");
+    }
+  }
+  TrvsRegisterCallback(1, nullptr);
+}
+
 TEST_F(CheckIn, ComputesArchiveNames) {
   struct Case {
     const char* configuration;
@@ -498,6 +545,8 @@ TEST_F(CheckIn, ComputesArchiveNames) {
       {"VCSDIR = ;a/;b\n", "m.c", "a/m.c_v"},
       {"VCSDIR = V:\n", "m.c", "V:m.c_v"},
       {"VCSDIR = vault\n", "m.c", "vault/m.c_v"},
+      {"", "/w/12:30.log", "12:30.log_v"},
+      {"", "V:m.c", "m.c_v"},
       {"ARCHIVESUFFIX c = _x\nVCSDIR = %a;%b\n", "m.c", here + "b/m.c_x"},
   };
   for (const Case& c : cases) {

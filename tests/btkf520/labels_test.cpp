@@ -143,6 +143,10 @@ TEST_F(Labels, AreSetMovedAndDeleted) {
     const size_t news = asked.find("18:");
     EXPECT_EQ(asked.substr(0, news), step.asked);
     EXPECT_EQ(news != std::string::npos, step.status == 0);
+    const std::string set = *step.other == '\0' ? step.name : step.other;
+    if (step.status == 0) {
+      EXPECT_EQ(asked.substr(news), "18:LABEL:" + set + " ");
+    }
     EXPECT_EQ(labels(), step.labels);
   }
   for (const char* bad : {"", "1.2", "a*b", "a,b", "a+", "a\nb"}) {
@@ -231,7 +235,9 @@ TEST_F(Upkeep, DeletesRangesThatNothingHolds) {
       {"from", "1.1*+", 0, "1.0"},
       {"to", "*1.1+", 0, "1.2"},
       {"by label", "REL*1.1+", 0, "1.2"},
-      {"all that lies between", "1.1*1.2", 0, "1.0"},
+      {"all that lies between", "1.1*1.2+", 0, "1.0"},
+      {"branches lie between", "1.1*1.2", 78, ""},
+      {"everything", "*", 78, ""},
   };
   for (const Case& c : cases) {
     SCOPED_TRACE(c.why);

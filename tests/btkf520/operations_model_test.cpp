@@ -208,7 +208,7 @@ struct Rules {
     }
     if (chosen.empty()) return 18;
     for (const auto& [key, unused] : revisions) {
-      if (key.size() > 2 && !chosen.contains(key) && chosen.contains(parentOf(branchOf(key)))) {
+      if (!withBranches && key.size() > 2 && chosen.contains(parentOf(branchOf(key)))) {
         return 78;
       }
     }

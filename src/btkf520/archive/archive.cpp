@@ -297,14 +297,15 @@ Status Archive::Impl::writeEnd(const Index& index, SiblingFile* to) {
 
 Status Archive::Impl::tryCommit(Index index) {
   SiblingFile file;
-  if (const Status status = writeStatus(file.open(path_))) return status;
-  if (purpose_ == Purpose::kUpdate) file.imitate(reader_->file());
+  const bool isUpdate = purpose_ == Purpose::kUpdate;  // And then the archive is locked.
+  const auto others = isUpdate ? SiblingFile::Others::kExcluded : SiblingFile::Others::kPossible;
+  if (const Status status = writeStatus(file.open(path_, others))) return status;
+  if (isUpdate) file.imitate(reader_->file());
   if (const Status status = writeFrames(&index, &file)) return status;
   if (const Status status = writeEnd(index, &file)) return status;
 
   auto next = std::make_unique<ArchiveReader>(std::move(index), std::make_unique<FrameCodec>());
-  const auto naming =
-      purpose_ == Purpose::kMake ? SiblingFile::Naming::kNew : SiblingFile::Naming::kReplace;
+  const auto naming = isUpdate ? SiblingFile::Naming::kReplace : SiblingFile::Naming::kNew;
   const FileResult result = file.finish(naming, SiblingFile::Safety::kOnDisk, &next->file());
   if (result != FileResult::kDone) return writeStatus(result);
   reader_ = std::move(next);

@@ -88,12 +88,13 @@ class ByteReader {
   size_t count() { return static_cast<size_t>(number(bytes_.size())); }
   std::string text() { return std::string(raw(count())); }
 
- private:
+  // Refuses what was read: nothing more comes.
   void fail() {
     isGood_ = false;
     bytes_ = {};
   }
 
+ private:
   std::string_view bytes_;
   bool isGood_ = true;
 };

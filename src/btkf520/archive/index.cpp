@@ -17,9 +17,14 @@ void putTexts(ByteWriter* to, const std::vector<std::string>& texts) {
   for (const std::string& text : texts) to->put(text);
 }
 
+// Names, none of which is empty. The list grows with what is really there: a small file may unpack
+// to a count that would fill the memory.
 std::vector<std::string> getTexts(ByteReader* from) {
-  std::vector<std::string> texts(from->count());
-  for (std::string& text : texts) text = from->text();
+  std::vector<std::string> texts;
+  for (size_t left = from->count(); left > 0 && from->isGood(); --left) {
+    texts.push_back(from->text());
+    if (texts.back().empty()) from->fail();
+  }
   return texts;
 }
 

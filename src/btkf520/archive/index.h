@@ -33,7 +33,7 @@ struct Index {
 };
 
 // The largest index in bytes, before it is packed.
-constexpr size_t kLargestIndex = size_t{1} << 28;
+constexpr size_t kLargestIndex = size_t{1} << 26;
 
 // `index` has a sound model and a frame for each of its contents.
 std::string encodeIndex(const Index& index);

@@ -44,8 +44,10 @@ bool isSoundText(const std::string& text) {
   return text.size() <= kLongestText && text.find('\0') == std::string::npos;
 }
 
-bool areSoundTexts(const std::vector<std::string>& texts) {
-  return std::all_of(texts.begin(), texts.end(), isSoundText);
+bool areSoundNames(const std::vector<std::string>& names) {
+  return std::all_of(names.begin(), names.end(), [](const std::string& name) {
+    return !name.empty() && isSoundText(name);
+  });
 }
 
 bool isSoundNumber(const Number& number) {
@@ -57,8 +59,8 @@ bool isSoundNumber(const Number& number) {
 
 bool isSoundRevision(const Revision& revision) {
   return isSoundNumber(revision.number) && isSoundText(revision.author) &&
-         isSoundText(revision.changeDescription) && areSoundTexts(revision.lockers) &&
-         areSoundTexts(revision.promotionGroups);
+         isSoundText(revision.changeDescription) && areSoundNames(revision.lockers) &&
+         areSoundNames(revision.promotionGroups);
 }
 
 bool standsOn(const Number& revision, const Number& branch) {
@@ -150,7 +152,7 @@ bool ArchiveModel::isSound() const {
   for (const std::string* text : {&workName, &owner, &description}) {
     if (!isSoundText(*text)) return false;
   }
-  if (!areSoundTexts(accessList)) return false;
+  if (!areSoundNames(accessList)) return false;
   std::vector<uint32_t> contents;
   for (const Branch& branch : branches) {
     const bool isFirst = &branch == &trunk();

@@ -126,8 +126,8 @@ class ArchiveModel {
   }
 
   // Whether the file format can hold it: branches and revisions in order, without duplicates and
-  // under their own branch, texts without NUL and not too long, contents used once, label targets
-  // that are numbers. Archive::commit() refuses any other with kMisuse.
+  // under their own branch, texts without NUL and not too long, no empty names in lists, contents
+  // used once, label targets that are numbers. Archive::commit() refuses any other with kMisuse.
   bool isSound() const;
 
   bool operator==(const ArchiveModel&) const = default;

@@ -20,15 +20,14 @@ std::vector<Parents> planParents(const std::vector<uint32_t>& positions) {
   std::vector<size_t> candidates;
   const auto rank = [&](size_t place) { return rankOf(positions[place]); };
 
+  size_t highest = Parents::kNoParent;  // So far, and of several the newest.
   for (size_t place = positions.size(); place-- > 0;) {
-    size_t highest = Parents::kNoParent;
-    while (!candidates.empty() && rank(candidates.back()) <= rank(place)) {
-      highest = candidates.back();
-      candidates.pop_back();
-    }
-    // With none of higher rank the content waits on the highest, which was the last to go.
+    while (!candidates.empty() && rank(candidates.back()) <= rank(place)) candidates.pop_back();
+    // With none of higher rank the content waits on the highest. Deletions can leave any number of
+    // equal ranks: if each waited on the next one, they would make a chain.
     result[place].newer = candidates.empty() ? highest : candidates.back();
     candidates.push_back(place);
+    if (highest == Parents::kNoParent || rank(place) > rank(highest)) highest = place;
   }
 
   candidates.clear();

@@ -16,8 +16,9 @@
 // that is, the nearest older and the nearest newer one of higher rank. Whatever stands in between
 // two parents is found in the one or the other unless it lived between them only: so nothing is
 // stored twice. Where no newer one of higher rank exists yet, as with 0 here, the content waits:
-// its one parent is the highest that is newer. Waiting contents depend on waiting ones only and the
-// others on higher ranks only, so no circle can arise, even where revisions have been deleted.
+// its one parent is the highest that is newer, of several the newest. Waiting contents depend on
+// waiting ones only and the others on higher ranks only, so no circle can arise, even where
+// revisions have been deleted.
 #pragma once
 
 #include <array>

@@ -107,8 +107,9 @@ Status ArchiveReader::readEnds(const InputFile& file, Ends* ends) {
 
 Status ArchiveReader::open(InputFile file, std::unique_ptr<ArchiveReader>* reader) {
   Ends ends;
-  if (!hasHeader(file)) return kNotAnArchive;
-  if (const Status status = readEnds(file, &ends)) return status;
+  if (!hasHeader(file) || readEnds(file, &ends) != kDone) {
+    return file.hasFailed() ? kCannotOpen : kNotAnArchive;
+  }
   Bytes bytes;
   auto codec = std::make_unique<FrameCodec>();
   if (!codec->unpack(ends.storedIndex, {}, ends.place.size, &bytes)) return kNotAnArchive;
@@ -195,7 +196,7 @@ Status ArchiveReader::rebuild(const Stored& target, bool keeps, std::shared_ptr<
     Checksum checksum;
     const bool isTarget = stored == &target;
     if (!unpack(*stored, prefix.view(), &content, isTarget ? &checksum : nullptr)) {
-      return kNotAnArchive;
+      return file_.hasFailed() ? kCannotOpen : kNotAnArchive;
     }
     if (isTarget && checksum.value() != target.content.checksum) return kNotAnArchive;
     *bytes = std::make_shared<Bytes>(std::move(content));
@@ -256,7 +257,9 @@ Status ArchiveReader::verify(std::vector<Content>* damaged) {
       if (damaged != nullptr) damaged->push_back(content);
     }
   }
-  return result;
+  if (!file_.hasFailed()) return result;
+  if (damaged != nullptr) damaged->clear();
+  return kCannotOpen;
 }
 
 }  // namespace btkf

@@ -34,6 +34,9 @@ bool areGood(uint32_t flags) {
          !hasAll(TRVS_PUT_MOVE_LABEL | TRVS_PUT_ASK_LABEL);
 }
 
+// The name of a user that may be left out.
+bool isGoodOrNone(const char* name) { return textOf(name).empty() || isGoodName(name); }
+
 // One check-in, step by step. Nothing is changed on disk before the commit.
 class CheckIn {
  public:
@@ -72,14 +75,17 @@ class CheckIn {
 
 Status CheckIn::run() {
   if (!areGood(request_.flags)) return kMisuse;
+  if (!isGoodOrNone(request_.author)) return kBadName;
   if (const Status status = task_.openToUpdate(request_.archive, "CHECKIN")) return status;
   for (auto step : {&CheckIn::readWorkfile, &CheckIn::findPlace, &CheckIn::checkWorkfile,
                     &CheckIn::assignGroup, &CheckIn::add}) {
     if (const Status status = (this->*step)()) return status;
   }
   if (const Status status = client::goOn()) return status;
-  if (const Status status = task_.commit({"CHECKIN", number_.text()})) return status;
-  return settleWorkfile();
+  if (const Status status = task_.store()) return status;
+  const Status status = settleWorkfile();
+  task_.announce({"CHECKIN", number_.text()});
+  return status;
 }
 
 Status CheckIn::readWorkfile() {
@@ -214,7 +220,7 @@ Status CheckIn::assignGroup() {
 }
 
 Status CheckIn::add() {
-  const std::string label(textOf(request_.label));
+  std::string label(textOf(request_.label));
   if (parent_) std::erase(task_.model.findRevision(*parent_)->lockers, task_.user());
   Branch* branch = task_.model.findBranch(branchNumber(number_));
   if (branch == nullptr) branch = &task_.model.addBranch(number_.parent());
@@ -225,7 +231,7 @@ Status CheckIn::add() {
   const Moving moving = asks(TRVS_PUT_MOVE_LABEL)  ? Moving::kAlways
                         : asks(TRVS_PUT_ASK_LABEL) ? Moving::kAsk
                                                    : Moving::kNever;
-  return setLabel(&task_.model, label, number_, moving, task_.archiveText());
+  return setLabel(&task_.model, &label, number_, moving, task_.archiveText());
 }
 
 void CheckIn::fillRevision(Revision* revision) const {
@@ -262,12 +268,13 @@ Status checkIn(const CheckInRequest& request) { return CheckIn(request).run(); }
 
 Status createArchive(const char* archive, const char* workfile, const char* description,
                      const char* owner, PackedTime time) {
+  if (!isGoodOrNone(owner)) return kBadName;
   Task task;
   if (const Status status = task.openNew(archive, workfile)) return status;
   std::string workfilePath;
   if (const Status status = task.findWorkfile(&workfilePath)) return status;
-  if (workfilePath == task.archivePath()) return kSameNames;
   if (!hasDirectory(task.archivePath())) return kBadName;
+  if (workfileState(task.archivePath())) return kArchiveExists;
   task.model.workName = fileName(workfile);
   task.model.owner = textOf(owner).empty() ? task.user() : owner;
   task.model.description = textOf(description);

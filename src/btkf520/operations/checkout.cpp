@@ -56,6 +56,7 @@ class CheckOut {
   Status boundTime(std::optional<PackedTime>* time) const;
   Status readContent();
   Status checkOverwrite();
+  Status finish(const Event& event);
 
   const CheckOutRequest& request_;
   Task task_;
@@ -63,6 +64,7 @@ class CheckOut {
   std::string workfilePath_;
   Bytes stored_;
   std::optional<std::string> expanded_;
+  NewWorkfile workfile_;
 };
 
 Status CheckOut::run() {
@@ -72,23 +74,25 @@ Status CheckOut::run() {
   for (auto step : {&CheckOut::chooseRevision, &CheckOut::readContent, &CheckOut::checkOverwrite}) {
     if (const Status status = (this->*step)()) return status;
   }
-  NewWorkfile workfile;
-  const std::string_view bytes = expanded_ ? *expanded_ : stored_.view();
-  if (const Status status = workfile.write(workfilePath_, bytes)) return status;
-  if (const Status status = client::goOn()) return status;
   const bool isWritable =
       asks(TRVS_GET_WRITABLE | TRVS_GET_LOCK) || !task_.model.has(kWriteProtected);
   const PackedTime time = asks(TRVS_GET_ARCHIVE_TIME) ? revision_->checkInTime : 0;
-  const Event event{"CHECKOUT", revision_->number.text()};
-  if (!asks(TRVS_GET_LOCK)) {
-    if (const Status status = workfile.finish(isWritable, time)) return status;
-    task_.announce(event);
-    return kDone;
+  const std::string_view bytes = expanded_ ? *expanded_ : stored_.view();
+  if (const Status status = workfile_.write(workfilePath_, bytes, isWritable, time)) return status;
+  if (const Status status = client::goOn()) return status;
+  return finish({"CHECKOUT", revision_->number.text()});
+}
+
+// The lock comes first: a workfile that may be changed without one would be worse than a lock
+// without a workfile.
+Status CheckOut::finish(const Event& event) {
+  if (asks(TRVS_GET_LOCK)) {
+    if (const Status status = workfile_.check()) return status;
+    if (const Status status = task_.store()) return status;
   }
-  // The lock comes first: a workfile that may be changed without one would be worse than a lock
-  // without a workfile.
-  if (const Status status = task_.commit(event)) return status;
-  return workfile.finish(isWritable, time);
+  const Status status = workfile_.finish();
+  if (status == kDone || asks(TRVS_GET_LOCK)) task_.announce(event);
+  return status;
 }
 
 Status CheckOut::open() {
@@ -153,9 +157,10 @@ Status CheckOut::readContent() {
 // A file that is equal already may be replaced without a question: nothing is lost.
 Status CheckOut::checkOverwrite() {
   const auto old = workfileState(workfilePath_);
-  if (!old) return kDone;
-  if (!old->isRegular) return kWouldOverwrite;
+  if (old && !old->isRegular) return kWouldOverwrite;
   if (asks(TRVS_GET_OVERWRITE)) return kDone;
+  workfile_.replaceOnly(old);
+  if (!old) return kDone;
   if (asks(TRVS_GET_KEEP)) return kWouldOverwrite;
   MappedFile file;
   const bool isReadable = file.open(workfilePath_) == FileResult::kDone;

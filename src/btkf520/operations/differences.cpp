@@ -8,6 +8,7 @@
 #include <string_view>
 #include <vector>
 
+#include "btkf520/archive/reader.h"
 #include "btkf520/btkf520.h"
 #include "btkf520/operations/keywords.h"
 #include "btkf520/operations/linediff.h"
@@ -54,7 +55,8 @@ Status Side::open(const char* name, const char* revision, bool asStored) {
   const bool mayBeFile = status == kNotAnArchive || status == kNoArchive;
   if (mayBeFile && textOf(revision).empty()) {
     const auto path = Session::instance().systemPath(name);  // Its name may look like "a(b)".
-    return path && openFile(*path, name) == kDone ? kDone : status;
+    const bool isOpen = path && openFile(*path, name) == kDone;
+    return isOpen && !file_.bytes().starts_with(kArchiveHeader) ? kDone : status;
   }
   if (status != kDone) return status;
   const Revision* found = nullptr;

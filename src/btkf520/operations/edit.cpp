@@ -20,22 +20,19 @@ Status checkDeletion(const Revision& revision) {
   return revision.promotionGroups.empty() ? kDone : kGroupInTheWay;
 }
 
-// Adds what stands on branches that start at one of them, and so on. The branches come in ascending
-// order, so each is seen after the revision where it starts.
-void addBranches(const ArchiveModel& model, std::set<Number>* chosen) {
+// What a range means to a deletion: a branch goes with the revision where it starts if that is
+// asked for, and otherwise keeps it from going, although its numbers lie in the range. The branches
+// come in ascending order, so each is seen after the revision where it starts.
+Status choose(const ArchiveModel& model, const RevisionRange& range, bool withBranches,
+              std::set<Number>* chosen) {
   for (const Branch& branch : model.branches) {
-    if (branch.number.isTrunk() || !chosen->contains(branch.number.parent())) continue;
-    for (const Revision& revision : branch.revisions) chosen->insert(revision.number);
+    const bool losesStart = !branch.number.isTrunk() && chosen->contains(branch.number.parent());
+    if (losesStart && !withBranches) return kHasBranches;
+    for (const Revision& revision : branch.revisions) {
+      if (losesStart || range.contains(revision)) chosen->insert(revision.number);
+    }
   }
-}
-
-// Whether a branch that stays starts at a revision that goes.
-bool leavesBranches(const ArchiveModel& model, const std::set<Number>& chosen) {
-  return std::any_of(model.branches.begin(), model.branches.end(), [&](const Branch& branch) {
-    const auto goes = [&](const Revision& each) { return chosen.contains(each.number); };
-    return !branch.number.isTrunk() && chosen.contains(branch.number.parent()) &&
-           !std::all_of(branch.revisions.begin(), branch.revisions.end(), goes);
-  });
+  return chosen->empty() ? kNoRevision : kDone;
 }
 
 void erase(const std::set<Number>& chosen, ArchiveModel* model) {
@@ -131,12 +128,7 @@ Status deleteRevisions(const char* archive, const char* range) {
   RevisionRange parsed;
   if (const Status status = RevisionRange::parse(task.model, text.c_str(), &parsed)) return status;
   std::set<Number> chosen;
-  task.model.forEachRevision([&](const Revision& revision) {
-    if (parsed.contains(revision)) chosen.insert(revision.number);
-  });
-  if (withBranches) addBranches(task.model, &chosen);
-  if (chosen.empty()) return kNoRevision;
-  if (leavesBranches(task.model, chosen)) return kHasBranches;
+  if (const Status status = choose(task.model, parsed, withBranches, &chosen)) return status;
   for (const Number& number : chosen) {
     if (const Status status = checkDeletion(*task.model.findRevision(number))) return status;
   }

@@ -24,6 +24,14 @@ std::optional<std::string> valueOf(std::string_view keyword, const ArchiveModel&
   return {};
 }
 
+// A value must not end its own keyword: the next expansion would take the rest for text.
+std::string withoutEnds(std::string value) {
+  for (char& c : value) {
+    if (c == '$' || c == '\r' || c == '\n') c = '_';
+  }
+  return value;
+}
+
 // The keyword that `text` begins with behind its first "$", and its size up to the closing "$".
 // Size 0 if there is none: "$Name$", or "$Name: anything on this line $".
 std::pair<std::string_view, size_t> keywordAt(std::string_view text) {
@@ -53,7 +61,7 @@ std::optional<std::string> expanded(const ArchiveModel& model, const Revision& r
     const auto value = size == 0 ? std::nullopt : valueOf(keyword, model, revision, archive);
     if (value) {
       result.append(bytes.substr(copied, at - copied));
-      result.append("$").append(keyword).append(": ").append(*value).append(" $");
+      result.append("$").append(keyword).append(": ").append(withoutEnds(*value)).append(" $");
       copied = at + size;
     }
     at = bytes.find('$', value ? copied : at + 1);

@@ -7,13 +7,13 @@
 
 namespace btkf {
 
-Status setLabel(ArchiveModel* model, std::string label, const Number& target, Moving moving,
+Status setLabel(ArchiveModel* model, std::string* label, const Number& target, Moving moving,
                 const std::string& archive) {
   for (;;) {
-    if (!isGoodLabel(label)) return kBadName;
-    Label* old = model->findLabel(label);
+    if (!isGoodLabel(*label)) return kBadName;
+    Label* old = model->findLabel(*label);
     if (old == nullptr) {
-      model->labels.push_back({label, target});
+      model->labels.push_back({*label, target});
       return kDone;
     }
     if (old->target == target || moving == Moving::kAlways) {
@@ -21,11 +21,11 @@ Status setLabel(ArchiveModel* model, std::string label, const Number& target, Mo
       return kDone;
     }
     if (moving == Moving::kNever) return kLabelExists;
-    std::string chosen = label;
+    std::string chosen = *label;
     if (!client::moves(&chosen, archive)) return kLabelExists;
     // Another label, that may exist as well, is moved only after another question.
-    if (chosen == label) moving = Moving::kAlways;
-    label = chosen;
+    if (chosen == *label) moving = Moving::kAlways;
+    *label = chosen;
   }
 }
 
@@ -37,10 +37,11 @@ Status label(const char* archive, const char* label, const char* revision, bool 
   const Revision* found = nullptr;
   if (const Status status = findRevision(task.model, revision, &found)) return status;
   const Number target = floats ? branchNumber(found->number) : found->number;
-  if (const Status status = setLabel(&task.model, label, target, moving, task.archiveText())) {
+  std::string name = label;
+  if (const Status status = setLabel(&task.model, &name, target, moving, task.archiveText())) {
     return status;
   }
-  return task.commit({"LABEL", label});
+  return task.commit({"LABEL", name});
 }
 
 Status deleteLabel(const char* archive, const char* label) {

@@ -15,10 +15,10 @@ namespace btkf {
 enum class Moving { kNever, kAsk, kAlways };
 
 // Gives a label to a revision, or with the number of a branch to whatever is its tip. The client
-// may choose another label when it is asked.
+// may choose another label when it is asked: *label becomes the one that was set.
 //   kBadName (9)       not a name for labels
 //   kLabelExists (12)  it has another target, and stays there
-Status setLabel(ArchiveModel* model, std::string label, const Number& target, Moving moving,
+Status setLabel(ArchiveModel* model, std::string* label, const Number& target, Moving moving,
                 const std::string& archive);
 
 // The whole operations. `revision` as findRevision() takes it; with `floats`, its branch.

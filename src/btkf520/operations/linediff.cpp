@@ -126,8 +126,9 @@ std::string LineRules::whatCounts(std::string_view line) const {
     }
   }
   while (ignoreSpace && result.ends_with(' ')) result.pop_back();
-  // No line holds a line feed, so whether and how it ends is told apart from what it says.
-  if (!ignoreSpace && !ignoreLineEnds) result.append("\n").append(end);
+  // No line holds a line feed, so whether and how it ends is told apart from what it says. The CR
+  // of an end is white space.
+  if (!ignoreLineEnds) result.append("\n").append(ignoreSpace && !end.empty() ? "\n" : end);
   return result;
 }
 

@@ -1,8 +1,6 @@
 // btkf520/operations/names.cpp: cutting and joining path texts and names.
 #include "btkf520/operations/names.h"
 
-#include <algorithm>
-
 #include "btkf520/archive/number.h"
 #include "btkf520/platform_workfile.h"
 #include "btkf520/session.h"
@@ -10,8 +8,11 @@
 namespace btkf {
 namespace {
 
-constexpr std::string_view kSeparators = "/\\:";
-constexpr size_t kLongestName = 254;
+constexpr std::string_view kSeparators = "/\\";
+
+bool hasDrive(std::string_view path) {
+  return path.size() >= 2 && path[1] == ':' && isLetter(path[0]);
+}
 
 }  // namespace
 
@@ -30,13 +31,16 @@ Target Target::parse(std::string_view text) {
 }
 
 std::string_view fileName(std::string_view path) {
-  return path.substr(path.find_last_of(kSeparators) + 1);
+  const size_t separator = path.find_last_of(kSeparators);
+  if (separator != std::string_view::npos) return path.substr(separator + 1);
+  return path.substr(hasDrive(path) ? 2 : 0);
 }
 
 std::string joined(std::string_view directory, std::string_view name) {
   std::string result(directory);
-  if (!result.empty() && kSeparators.find(result.back()) == std::string_view::npos) {
-    const size_t separator = directory.find_first_of("/\\");
+  const bool isDrive = hasDrive(directory) && directory.size() == 2;
+  if (!result.empty() && !isDrive && kSeparators.find(result.back()) == std::string_view::npos) {
+    const size_t separator = directory.find_first_of(kSeparators);
     result += separator == std::string_view::npos ? '/' : directory[separator];
   }
   return result.append(name);
@@ -58,13 +62,6 @@ std::string archivePathText(const Configuration& configuration, std::string_view
     if (path && workfileState(*path)) return text;
   }
   return directories.empty() ? name : joined(directories.front(), name);
-}
-
-bool isGoodName(std::string_view name) {
-  if (name.empty() || name.size() > kLongestName) return false;
-  return std::none_of(name.begin(), name.end(), [](char c) {
-    return static_cast<unsigned char>(c) < ' ' || c == '\x7f' || c == '*' || c == '+' || c == ',';
-  });
 }
 
 bool isGoodLabel(std::string_view name) { return isGoodName(name) && !Number::parse(name); }

@@ -8,6 +8,7 @@
 #include <string_view>
 
 #include "btkf520/configuration.h"
+#include "btkf520/text.h"
 
 namespace btkf {
 
@@ -33,10 +34,8 @@ std::string archiveName(const Configuration& configuration, std::string_view wor
 // first of all; without archive directories the bare name.
 std::string archivePathText(const Configuration& configuration, std::string_view workfile);
 
-// Whether a user or a group may have this name: 1 to 254 bytes, no control characters, and nothing
-// that reads as a range of revisions or as a list of names.
-bool isGoodName(std::string_view name);
-// Whether a label may: it must not read as a number either.
+// Whether a label may have this name: like those of users and groups, and it must not read as a
+// number either.
 bool isGoodLabel(std::string_view name);
 
 }  // namespace btkf

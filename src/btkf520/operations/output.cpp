@@ -5,7 +5,6 @@
 
 #include "btkf520/operations/revisions.h"
 #include "btkf520/operations/workfile.h"
-#include "btkf520/platform_workfile.h"
 #include "btkf520/session.h"
 
 namespace btkf {
@@ -15,8 +14,8 @@ Status ReportOutput::open(const char* path) {
   if (text.empty()) return kDone;
   const auto place = Session::instance().systemPath(text);
   if (!place) return kBadName;
-  const auto old = workfileState(*place);
-  if (old && !(old->isRegular && client::overwrites(text, ""))) return kWouldOverwrite;
+  old_ = workfileState(*place);
+  if (old_ && !(old_->isRegular && client::overwrites(text, ""))) return kWouldOverwrite;
   path_ = *place;
   return kDone;
 }
@@ -46,8 +45,9 @@ Status ReportOutput::lines(std::string_view text, std::string_view indent, Outpu
 Status ReportOutput::close() {
   if (path_.empty()) return kDone;
   NewWorkfile file;
-  if (const Status status = file.write(path_, text_)) return status;
-  return file.finish(true, 0);
+  if (const Status status = file.write(path_, text_, true, 0)) return status;
+  file.replaceOnly(old_);
+  return file.finish();
 }
 
 }  // namespace btkf

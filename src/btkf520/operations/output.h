@@ -1,10 +1,12 @@
 // btkf520/operations/output.h: where the lines of a report go.
 #pragma once
 
+#include <optional>
 #include <string>
 #include <string_view>
 
 #include "btkf520/client.h"
+#include "btkf520/platform_workfile.h"
 
 namespace btkf {
 
@@ -21,11 +23,12 @@ class ReportOutput {
   // Takes each line of a text.
   Status lines(std::string_view text, std::string_view indent, Output kind);
 
-  // To be called at the end. kCannotWrite (77).
+  // To be called at the end. kWouldOverwrite (24) if the file has changed since, kCannotWrite (77).
   Status close();
 
  private:
-  std::string path_;  // Empty: the callback.
+  std::string path_;                  // Empty: the callback.
+  std::optional<WorkfileState> old_;  // The file that may be replaced.
   std::string text_;
   bool isFull_ = false;  // The client has enough, or doesn't listen.
 };

@@ -59,9 +59,14 @@ Status Task::openNew(const char* archive, const char* workfile) {
 }
 
 Status Task::commit(const Event& event) {
+  if (const Status status = store()) return status;
+  announce(event);
+  return kDone;
+}
+
+Status Task::store() {
   if (const Status status = archive_->commit(model)) return status;
   archive_.reset();  // Triggers find it free.
-  announce(event);
   return kDone;
 }
 
@@ -85,6 +90,7 @@ Status Task::findWorkfile(std::string* path) {
   if (fileName(names_.workfile).empty()) return kBadName;
   auto found = Session::instance().systemPath(names_.workfile);
   if (!found) return kBadName;
+  if (isSameFile(*found, path_)) return kSameNames;
   *path = std::move(*found);
   return kDone;
 }

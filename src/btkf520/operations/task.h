@@ -47,13 +47,14 @@ class Task {
 
   // Makes the archive say what `model` says, closes it, and tells everybody about it.
   Status commit(const Event& event);
-  // Tells everybody about an operation that changed no archive.
+  // The same in two steps, for operations that do more in between.
+  Status store();
   void announce(const Event& event) const;
   // Asks the trigger before an event: kTriggerRefused (103) or kTriggerFailed (106).
   Status ask(const std::string& event, const std::string& what = "") const;
 
   // Of the workfile in the operating system: that of the target, else of the archive's own
-  // workfile in the current directory. kBadName.
+  // workfile in the current directory. kBadName, kSameNames (22) if that is the archive itself.
   Status findWorkfile(std::string* path);
 
   Archive& archive() { return *archive_; }

@@ -1,7 +1,7 @@
 // btkf520/operations/workfile.cpp: the two steps of a new workfile.
 #include "btkf520/operations/workfile.h"
 
-#include "btkf520/platform_workfile.h"
+#include <utility>
 
 namespace btkf {
 namespace {
@@ -14,6 +14,8 @@ Status writeFailure(FileResult result) {
       return kBadName;
     case FileResult::kBusy:
       return kInUse;
+    case FileResult::kExists:
+      return kWouldOverwrite;
     default:
       return kCannotWrite;
   }
@@ -21,21 +23,35 @@ Status writeFailure(FileResult result) {
 
 }  // namespace
 
-Status NewWorkfile::write(const std::string& path, std::string_view bytes) {
+// Mode and time are set before anybody can see the file.
+Status NewWorkfile::write(const std::string& path, std::string_view bytes, bool isWritable,
+                          PackedTime time) {
   path_ = linkTarget(path);
   if (const Status status = writeFailure(file_.open(path_))) return status;
   InputFile old;
   if (old.open(path_) == FileResult::kDone) file_.imitate(old);
-  return writeFailure(file_.write(bytes));
+  if (const Status status = writeFailure(file_.write(bytes))) return status;
+  if (const Status status = writeFailure(file_.flush())) return status;
+  const auto seconds = secondsOf(time);
+  const bool isTimed = time == 0 || (seconds && file_.setChangeTime(*seconds));
+  return isTimed && file_.setWritable(isWritable) ? kDone : kCannotWrite;
 }
 
-Status NewWorkfile::finish(bool isWritable, PackedTime time) {
+void NewWorkfile::replaceOnly(std::optional<WorkfileState> seen) {
+  isGuarded_ = true;
+  seen_ = std::move(seen);
+}
+
+Status NewWorkfile::check() const {
+  return isGuarded_ && workfileState(path_) != seen_ ? kWouldOverwrite : kDone;
+}
+
+Status NewWorkfile::finish() {
+  if (const Status status = check()) return status;
+  const auto naming =
+      isGuarded_ && !seen_ ? SiblingFile::Naming::kNew : SiblingFile::Naming::kReplace;
   // A workfile that a power cut takes is in the archive: no need to wait for the disk.
-  const FileResult result =
-      file_.finish(SiblingFile::Naming::kReplace, SiblingFile::Safety::kSoon, nullptr);
-  if (const Status status = writeFailure(result)) return status;
-  const bool isDone = setWritable(path_, isWritable) && (time == 0 || setChangeTime(path_, time));
-  return isDone ? kDone : kCannotWrite;
+  return writeFailure(file_.finish(naming, SiblingFile::Safety::kSoon, nullptr));
 }
 
 Status readFailure(FileResult result, Status missing) {
