@@ -282,6 +282,15 @@ TEST_F(Differences, FindBothSides) {
               c.status);
     EXPECT_EQ(result, c.want);
   }
+  // A damaged archive is not compared as if it were any file.
+  std::string bytes = support::readFile(archive());
+  bytes.back() ^= 1;
+  support::writeFile(archive(), bytes);
+  int16_t result = 7;
+  EXPECT_EQ(TrvsTestDifferences(kContext, archive().c_str(), nullptr, plain.c_str(), nullptr,
+                                &result, 0, nullptr, 0),
+            27);
+  EXPECT_EQ(result, 7);
 }
 
 TEST_F(Differences, AreWrittenForPeopleAndForViewers) {
