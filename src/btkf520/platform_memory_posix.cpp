@@ -16,10 +16,10 @@ constexpr size_t kLargePage = 2 << 20;
 
 void* allocateMemory(size_t size) {
   if (size > PTRDIFF_MAX - kLargePage) throw std::bad_alloc();
-  const size_t wholePages = size / kLargePage * kLargePage;
-  const bool isWide = wholePages >= 2 * kLargePage;
-  void* const memory = isWide ? std::aligned_alloc(kLargePage, wholePages + kLargePage)
-                              : std::malloc(size > 0 ? size : 1);
+  const size_t wholePages = (size + kLargePage - 1) / kLargePage * kLargePage;
+  const bool isWide = size >= 2 * kLargePage;
+  void* const memory =
+      isWide ? std::aligned_alloc(kLargePage, wholePages) : std::malloc(size > 0 ? size : 1);
   if (memory == nullptr) throw std::bad_alloc();
   if (isWide) ::madvise(memory, wholePages, MADV_HUGEPAGE);
   return memory;

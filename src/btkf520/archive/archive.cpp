@@ -68,6 +68,7 @@ class Archive::Impl {
 
   Content put(std::string_view bytes);
   Status read(const Content& content, Bytes* bytes);
+  Status read(const Content& content, const BytesSink& sink);
   Status commit(const ArchiveModel& model);
 
  private:
@@ -128,6 +129,14 @@ Status Archive::Impl::read(const Content& content, Bytes* bytes) {
   view.copy(copy.data(), view.size());
   *bytes = std::move(copy);
   return kDone;
+}
+
+Status Archive::Impl::read(const Content& content, const BytesSink& sink) {
+  const Content* const found = known(content.id);
+  if (found == nullptr || *found != content) return kNoRevision;
+  const auto pending = pending_.find(content.id);
+  if (pending == pending_.end()) return reader_->give(content.id, sink);
+  return sink(pending->second.bytes) ? kDone : kCannotWrite;
 }
 
 const Content* Archive::Impl::known(uint32_t id) const {
@@ -353,6 +362,9 @@ std::unique_ptr<Archive> Archive::forNew(const std::string& path) {
 const ArchiveModel& Archive::model() const { return impl_->reader().index().model; }
 Status Archive::read(const Content& content, Bytes* bytes) const {
   return impl_->read(content, bytes);
+}
+Status Archive::read(const Content& content, const BytesSink& sink) const {
+  return impl_->read(content, sink);
 }
 Content Archive::put(std::string_view bytes) { return impl_->put(bytes); }
 Status Archive::commit(const ArchiveModel& model) { return impl_->commit(model); }

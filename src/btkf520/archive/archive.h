@@ -61,6 +61,10 @@ class Archive {
   // kDone. Contents that were put and not committed yet can be read as well.
   Status read(const Content& content, Bytes* bytes) const;
 
+  // The same, to a sink, and in little memory if the content is a tip's. kCannotWrite (77) if the
+  // sink takes no more. With any status but kDone the sink may have got bytes that are not right.
+  Status read(const Content& content, const BytesSink& sink) const;
+
   // Takes in a new content, to be kept by the next commit() whose model uses it; without one it is
   // forgotten. Nothing is copied: `bytes` must stay as they are until that commit() has returned.
   Content put(std::string_view bytes);

@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <cstddef>
+#include <functional>
 #include <memory>
 #include <string_view>
 #include <utility>
@@ -10,6 +11,10 @@
 #include "btkf520/platform_memory.h"
 
 namespace btkf {
+
+// Takes bytes piece by piece, in order; false if it can take no more. A piece is good until it
+// returns.
+using BytesSink = std::function<bool(std::string_view)>;
 
 // Bytes of a size that is settled once. Unlike a string's they start with any value, so that a
 // gigabyte that is about to be filled is not written twice. Moved, never copied.

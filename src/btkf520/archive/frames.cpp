@@ -19,8 +19,6 @@ namespace btkf {
 namespace {
 
 constexpr size_t kPiece = 128 << 10;
-// The longest content that zstd unpacks from pieces of its frame.
-constexpr uint64_t kLongestInPieces = uint64_t{1} << 30;
 constexpr int kWidestWindowLog = 31;
 constexpr int kLevel = 1;
 // A delta that saves less than this part of the content may be worse than no delta at all.
@@ -126,14 +124,42 @@ bool FrameCodec::unpack(std::string_view frame, std::string_view prefix, uint64_
   return unpack(piecesOf(frame), prefix, length, content, nullptr);
 }
 
-// To bytes of the right size, which change even if that fails. zstd writes them where they are to
-// be, with no buffer of its own between.
-bool FrameCodec::unpackTo(const FramePieces& frame, std::string_view prefix, Bytes* content,
-                          Checksum* checksum) {
+void FrameCodec::resetUnpacking() {
   if (unpacking_ == nullptr) unpacking_ = ZSTD_createDCtx();
   if (unpacking_ == nullptr) throw std::bad_alloc();
   ZSTD_DCtx_reset(unpacking_, ZSTD_reset_session_and_parameters);
   ZSTD_DCtx_setParameter(unpacking_, ZSTD_d_windowLogMax, kWidestWindowLog);
+}
+
+bool FrameCodec::unpackAlone(const FramePieces& frame, uint64_t length, const BytesSink& sink,
+                             Checksum* checksum) {
+  resetUnpacking();
+  Bytes room(ZSTD_DStreamOutSize());
+  uint64_t done = 0;
+  size_t wanted = 1;  // 0 when the frame is complete.
+  for (std::string_view piece = frame(); !piece.empty(); piece = frame()) {
+    ZSTD_inBuffer in{piece.data(), piece.size(), 0};
+    ZSTD_outBuffer out{room.data(), room.size(), room.size()};
+    // A full room may mean that there is more to come of what was taken in.
+    while (in.pos < in.size || out.pos == out.size) {
+      if (wanted == 0) return false;
+      out.pos = 0;
+      wanted = ZSTD_decompressStream(unpacking_, &out, &in);
+      const std::string_view bytes = room.view().substr(0, out.pos);
+      checksum->add(bytes);
+      done += bytes.size();
+      if (ZSTD_isError(wanted) != 0 || done > length || !sink(bytes)) return false;
+      if (wanted == 0 && in.pos == in.size) break;
+    }
+  }
+  return wanted == 0 && done == length;
+}
+
+// To bytes of the right size, which change even if that fails. zstd writes them where they are to
+// be, with no buffer of its own between.
+bool FrameCodec::unpackTo(const FramePieces& frame, std::string_view prefix, Bytes* content,
+                          Checksum* checksum) {
+  resetUnpacking();
   ZSTD_DCtx_setParameter(unpacking_, ZSTD_d_stableOutBuffer, 1);
   if (!prefix.empty()) ZSTD_DCtx_refPrefix(unpacking_, prefix.data(), prefix.size());
   if (content->size() > kLongestInPieces) return unpackAtOnce(frame, content, checksum);

@@ -151,13 +151,9 @@ std::vector<const ArchiveReader::Stored*> ArchiveReader::framesFor(const Stored&
   return result;
 }
 
-bool ArchiveReader::unpack(const Stored& stored, std::string_view prefix, Bytes* content,
-                           Checksum* checksum) {
-  if (stored.content.length == 0 || stored.frame.size == 0) {
-    *content = Bytes(0);
-    return stored.content.length == stored.frame.size;
-  }
-  Checksum ofFrame;
+bool ArchiveReader::withFrame(const Stored& stored,
+                              const std::function<bool(const FramePieces&)>& work) const {
+  Checksum checksum;
   Bytes buffer(static_cast<size_t>(std::min(stored.frame.size, kPiece)));
   uint64_t done = 0;
   const auto pieces = [&]() -> std::string_view {
@@ -165,13 +161,23 @@ bool ArchiveReader::unpack(const Stored& stored, std::string_view prefix, Bytes*
         static_cast<size_t>(std::min<uint64_t>(stored.frame.size - done, buffer.size()));
     if (size == 0 || !file_.readAt(stored.offset + done, buffer.data(), size)) return {};
     const std::string_view piece = buffer.view().substr(0, size);
-    ofFrame.add(piece);
+    checksum.add(piece);
     done += size;
     return piece;
   };
-  return codec_->unpack(pieces, prefix, stored.content.length, content, checksum) &&
-         done == stored.frame.size &&
-         static_cast<uint32_t>(ofFrame.value()) == stored.frame.checksum;
+  return work(pieces) && done == stored.frame.size &&
+         static_cast<uint32_t>(checksum.value()) == stored.frame.checksum;
+}
+
+bool ArchiveReader::unpack(const Stored& stored, std::string_view prefix, Bytes* content,
+                           Checksum* checksum) {
+  if (stored.content.length == 0 || stored.frame.size == 0) {
+    *content = Bytes(0);
+    return stored.content.length == stored.frame.size;
+  }
+  return withFrame(stored, [&](const FramePieces& pieces) {
+    return codec_->unpack(pieces, prefix, stored.content.length, content, checksum);
+  });
 }
 
 // Rebuilds a content that is not at hand, and checks it.
@@ -230,6 +236,27 @@ Status ArchiveReader::take(uint32_t content, Bytes* bytes) {
   if (const Status status = rebuild(*target, false, &result)) return status;
   *bytes = std::move(*result);
   return kDone;
+}
+
+// Contents with parents have to be in memory as a whole, and those that fit there easily may be.
+Status ArchiveReader::give(uint32_t content, const BytesSink& sink) {
+  const Stored* const target = find(content);
+  if (target == nullptr) return kNoRevision;
+  const uint64_t length = target->content.length;
+  const bool isAlone = target->frame.olderParent == 0 && target->frame.newerParent == 0;
+  if (!isAlone || length < kPiece || length > kLongestInPieces) {
+    Bytes bytes;
+    if (const Status status = take(content, &bytes)) return status;
+    return sink(bytes.view()) ? kDone : kCannotWrite;
+  }
+  Checksum checksum;
+  bool isTaken = true;
+  const auto watched = [&](std::string_view bytes) { return isTaken = sink(bytes); };
+  const bool isUnpacked = withFrame(*target, [&](const FramePieces& pieces) {
+    return codec_->unpackAlone(pieces, length, watched, &checksum);
+  });
+  if (!isTaken) return kCannotWrite;
+  return isUnpacked && checksum.value() == target->content.checksum ? kDone : kNotAnArchive;
 }
 
 int ArchiveReader::frameCount(uint32_t content) const {

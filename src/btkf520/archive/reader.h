@@ -3,6 +3,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <functional>
 #include <list>
 #include <map>
 #include <memory>
@@ -89,6 +90,9 @@ class ArchiveReader {
   // not, and gives the memory away.
   Status read(uint32_t content, SharedBytes* bytes);
   Status take(uint32_t content, Bytes* bytes);
+  // The same, to a sink: kCannotWrite if that takes no more. What a sink got is worth nothing with
+  // any status but kDone.
+  Status give(uint32_t content, const BytesSink& sink);
 
   // See Archive.
   int frameCount(uint32_t content) const;
@@ -106,6 +110,8 @@ class ArchiveReader {
   std::vector<const Stored*> framesFor(const Stored& target) const;
   // Keeps at hand what it rebuilds if `keeps`.
   Status rebuild(const Stored& target, bool keeps, std::shared_ptr<Bytes>* bytes);
+  // Hands the frame to `work`, which unpacks all of it. False if that is, or the frame is damaged.
+  bool withFrame(const Stored& stored, const std::function<bool(const FramePieces&)>& work) const;
   bool unpack(const Stored& stored, std::string_view prefix, Bytes* content, Checksum* checksum);
 
   InputFile file_;

@@ -54,15 +54,18 @@ class CheckOut {
   Status chooseByGroup(std::string_view group);
   Status applyDates();
   Status boundTime(std::optional<PackedTime>* time) const;
-  Status readContent();
+  bool needsWhole() const;
+  Status readWhole();
   Status checkOverwrite();
+  Status writeContent();
   Status finish(const Event& event);
 
   const CheckOutRequest& request_;
   Task task_;
   const Revision* revision_ = nullptr;  // In task_.model.
   std::string workfilePath_;
-  Bytes stored_;
+  bool isWhole_ = false;  // All of it has to be seen before any of it is written.
+  Bytes stored_;          // Then the content.
   std::optional<std::string> expanded_;
   NewWorkfile workfile_;
 };
@@ -71,14 +74,10 @@ Status CheckOut::run() {
   if (!areGood(request_.flags)) return kMisuse;
   if (const Status status = open()) return status;
   if (const Status status = task_.findWorkfile(&workfilePath_)) return status;
-  for (auto step : {&CheckOut::chooseRevision, &CheckOut::readContent, &CheckOut::checkOverwrite}) {
+  for (auto step : {&CheckOut::chooseRevision, &CheckOut::readWhole, &CheckOut::checkOverwrite,
+                    &CheckOut::writeContent}) {
     if (const Status status = (this->*step)()) return status;
   }
-  const bool isWritable =
-      asks(TRVS_GET_WRITABLE | TRVS_GET_LOCK) || !task_.model.has(kWriteProtected);
-  const PackedTime time = asks(TRVS_GET_ARCHIVE_TIME) ? revision_->checkInTime : 0;
-  const std::string_view bytes = expanded_ ? *expanded_ : stored_.view();
-  if (const Status status = workfile_.write(workfilePath_, bytes, isWritable, time)) return status;
   if (const Status status = client::goOn()) return status;
   return finish({"CHECKOUT", revision_->number.text()});
 }
@@ -148,7 +147,15 @@ Status CheckOut::boundTime(std::optional<PackedTime>* time) const {
   return kDone;
 }
 
-Status CheckOut::readContent() {
+// For keywords, and for a comparison with the file that is there.
+bool CheckOut::needsWhole() const {
+  return task_.model.has(kExpandKeywords) ||
+         (!asks(TRVS_GET_OVERWRITE | TRVS_GET_KEEP) && workfileState(workfilePath_));
+}
+
+Status CheckOut::readWhole() {
+  isWhole_ = needsWhole();
+  if (!isWhole_) return kDone;
   if (const Status status = task_.archive().read(revision_->content, &stored_)) return status;
   expanded_ = expanded(task_.model, *revision_, task_.archiveText(), stored_.view());
   return kDone;
@@ -164,8 +171,27 @@ Status CheckOut::checkOverwrite() {
   if (asks(TRVS_GET_KEEP)) return kWouldOverwrite;
   MappedFile file;
   const bool isReadable = file.open(workfilePath_) == FileResult::kDone;
-  if (isReadable && file.bytes() == (expanded_ ? *expanded_ : stored_.view())) return kDone;
+  const std::string_view whole = expanded_ ? *expanded_ : stored_.view();
+  if (isWhole_ && isReadable && file.bytes() == whole) return kDone;
   return client::overwrites(task_.workfileText(), task_.archiveText()) ? kDone : kWouldOverwrite;
+}
+
+Status CheckOut::writeContent() {
+  if (const Status status = workfile_.open(workfilePath_)) return status;
+  Status status = kDone;
+  if (expanded_) {
+    status = workfile_.write(*expanded_);
+  } else if (isWhole_) {
+    status = workfile_.write(stored_.view());
+  } else {
+    status = task_.archive().read(revision_->content, [this](std::string_view bytes) {
+      return workfile_.write(bytes) == kDone;
+    });
+  }
+  if (status != kDone) return status;
+  const bool isWritable =
+      asks(TRVS_GET_WRITABLE | TRVS_GET_LOCK) || !task_.model.has(kWriteProtected);
+  return workfile_.complete(isWritable, asks(TRVS_GET_ARCHIVE_TIME) ? revision_->checkInTime : 0);
 }
 
 }  // namespace

@@ -45,7 +45,9 @@ Status ReportOutput::lines(std::string_view text, std::string_view indent, Outpu
 Status ReportOutput::close() {
   if (path_.empty()) return kDone;
   NewWorkfile file;
-  if (const Status status = file.write(path_, text_, true, 0)) return status;
+  if (const Status status = file.open(path_)) return status;
+  if (const Status status = file.write(text_)) return status;
+  if (const Status status = file.complete(true, 0)) return status;
   file.replaceOnly(old_);
   return file.finish();
 }

@@ -1,4 +1,4 @@
-// btkf520/operations/workfile.cpp: the two steps of a new workfile.
+// btkf520/operations/workfile.cpp: the steps of a new workfile.
 #include "btkf520/operations/workfile.h"
 
 #include <utility>
@@ -23,14 +23,18 @@ Status writeFailure(FileResult result) {
 
 }  // namespace
 
-// Mode and time are set before anybody can see the file.
-Status NewWorkfile::write(const std::string& path, std::string_view bytes, bool isWritable,
-                          PackedTime time) {
+Status NewWorkfile::open(const std::string& path) {
   path_ = linkTarget(path);
   if (const Status status = writeFailure(file_.open(path_))) return status;
   InputFile old;
   if (old.open(path_) == FileResult::kDone) file_.imitate(old);
-  if (const Status status = writeFailure(file_.write(bytes))) return status;
+  return kDone;
+}
+
+Status NewWorkfile::write(std::string_view bytes) { return writeFailure(file_.write(bytes)); }
+
+// Mode and time are set before anybody can see the file.
+Status NewWorkfile::complete(bool isWritable, PackedTime time) {
   if (const Status status = writeFailure(file_.flush())) return status;
   const auto seconds = secondsOf(time);
   const bool isTimed = time == 0 || (seconds && file_.setChangeTime(*seconds));

@@ -16,9 +16,13 @@ namespace btkf {
 // disk shows, then it takes its place. Gone without a trace if it is given up in between.
 class NewWorkfile {
  public:
-  // `time` 0 is the present time. kBadName (9) if there is no such directory, kInUse (6) if another
-  // is writing the same one, kCannotWrite (77).
-  Status write(const std::string& path, std::string_view bytes, bool isWritable, PackedTime time);
+  // kBadName (9) if there is no such directory, kInUse (6) if another is writing the same one,
+  // kCannotWrite (77).
+  Status open(const std::string& path);
+  // Adds at the end. kCannotWrite (77).
+  Status write(std::string_view bytes);
+  // To be called when all is written: `time` 0 is the present time. kCannotWrite (77).
+  Status complete(bool isWritable, PackedTime time);
 
   // Tells what was seen at the file's place, nothing for no file, when it was decided that it may
   // be replaced. Without this anything may be.
