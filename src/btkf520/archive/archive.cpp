@@ -69,7 +69,7 @@ class Archive::Impl {
   Content put(std::string_view bytes);
   Status read(const Content& content, Bytes* bytes);
   Status read(const Content& content, const BytesSink& sink);
-  Status commit(const ArchiveModel& model);
+  Status commit(ArchiveModel model);
 
  private:
   // A content that is not in the file yet. The bytes are the caller's.
@@ -93,7 +93,7 @@ class Archive::Impl {
   Status pack(Frame* frame, Bytes* packed);
   Status writeFrames(Index* index, SiblingFile* to);
   Status writeEnd(const Index& index, SiblingFile* to);
-  Status tryCommit(Index index);
+  Status tryCommit(Index* index);
 
   Purpose purpose_;
   std::string path_;
@@ -304,16 +304,17 @@ Status Archive::Impl::writeEnd(const Index& index, SiblingFile* to) {
   return writeStatus(to->write(encodeTail(index.model, place)));
 }
 
-Status Archive::Impl::tryCommit(Index index) {
+// *index goes to the new reader, unless a damaged content ended this before.
+Status Archive::Impl::tryCommit(Index* index) {
   SiblingFile file;
   const bool isUpdate = purpose_ == Purpose::kUpdate;  // And then the archive is locked.
   const auto others = isUpdate ? SiblingFile::Others::kExcluded : SiblingFile::Others::kPossible;
   if (const Status status = writeStatus(file.open(path_, others))) return status;
   if (isUpdate) file.imitate(reader_->file());
-  if (const Status status = writeFrames(&index, &file)) return status;
-  if (const Status status = writeEnd(index, &file)) return status;
+  if (const Status status = writeFrames(index, &file)) return status;
+  if (const Status status = writeEnd(*index, &file)) return status;
 
-  auto next = std::make_unique<ArchiveReader>(std::move(index), std::make_unique<FrameCodec>());
+  auto next = std::make_unique<ArchiveReader>(std::move(*index), std::make_unique<FrameCodec>());
   const auto naming = isUpdate ? SiblingFile::Naming::kReplace : SiblingFile::Naming::kNew;
   const FileResult result = file.finish(naming, SiblingFile::Safety::kOnDisk, &next->file());
   if (result != FileResult::kDone) return writeStatus(result);
@@ -323,15 +324,15 @@ Status Archive::Impl::tryCommit(Index index) {
   return kDone;
 }
 
-Status Archive::Impl::commit(const ArchiveModel& model) {
+Status Archive::Impl::commit(ArchiveModel model) {
   if (purpose_ == Purpose::kRead || !model.isSound() || !knowsAllOf(model)) return kMisuse;
-  Index index{model, {}, lastContent_};
+  Index index{std::move(model), {}, lastContent_};
   std::erase_if(index.model.branches, [](const Branch& branch) {
     return branch.revisions.empty() && !branch.number.isTrunk();
   });
   for (;;) {
     const size_t damaged = damaged_.size();
-    const Status status = tryCommit(index);
+    const Status status = tryCommit(&index);
     if (status == kDone || damaged_.size() == damaged) return status;
     // A content turned out to be damaged: once more with a plan that leaves it alone.
   }
@@ -367,7 +368,7 @@ Status Archive::read(const Content& content, const BytesSink& sink) const {
   return impl_->read(content, sink);
 }
 Content Archive::put(std::string_view bytes) { return impl_->put(bytes); }
-Status Archive::commit(const ArchiveModel& model) { return impl_->commit(model); }
+Status Archive::commit(ArchiveModel model) { return impl_->commit(std::move(model)); }
 Status Archive::verify(std::vector<Content>* damaged) const {
   return impl_->reader().verify(damaged);
 }

@@ -77,7 +77,7 @@ class Archive {
   // The new file keeps the mode of the old one and, where that is allowed, its owner. A damaged
   // content is no obstacle: it is kept as it is, and stays damaged. kInUse also if a content that
   // was put is found to have changed since.
-  Status commit(const ArchiveModel& model);
+  Status commit(ArchiveModel model);
 
   // Reads every byte of the file and checks it, so that it finds any changed bit. kDone if all is
   // well. Else kNotAnArchive, and in *damaged the contents that can't be rebuilt any more; if that

@@ -22,7 +22,7 @@ constexpr size_t kBlock = 16;       // What is hashed of a block, and must be eq
 constexpr size_t kLeastRepeat = 8;  // Worth going on at a former distance for.
 constexpr size_t kRecentDistances = 4;
 constexpr size_t kWord = 6;
-constexpr int kWordTableLog = 14;
+constexpr int kWordTableLog = 13;
 // Up to here a block is remembered at every sixteenth byte of the prefix, and words of it as well;
 // beyond at fewer, and no words.
 constexpr size_t kSmallSpan = 1 << 20;

@@ -256,6 +256,7 @@ Status ArchiveReader::give(uint32_t content, const BytesSink& sink) {
     return codec_->unpackAlone(pieces, length, watched, &checksum);
   });
   if (!isTaken) return kCannotWrite;
+  if (!isUnpacked && file_.hasFailed()) return kCannotOpen;
   return isUnpacked && checksum.value() == target->content.checksum ? kDone : kNotAnArchive;
 }
 

@@ -65,7 +65,7 @@ Status Task::commit(const Event& event) {
 }
 
 Status Task::store() {
-  if (const Status status = archive_->commit(model)) return status;
+  if (const Status status = archive_->commit(std::move(model))) return status;
   archive_.reset();  // Triggers find it free.
   return kDone;
 }

@@ -45,7 +45,8 @@ class Task {
   // For an archive that isn't there yet.
   Status openNew(const char* archive, const char* workfile);
 
-  // Makes the archive say what `model` says, closes it, and tells everybody about it.
+  // Makes the archive say what `model` says, which is gone then, closes it, and tells everybody
+  // about it.
   Status commit(const Event& event);
   // The same in two steps, for operations that do more in between.
   Status store();
