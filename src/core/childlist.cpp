@@ -163,20 +163,22 @@ void TVChildList::setCaseSensitive(VBool caseSensitive) {
 // with fewer keys than another is compared with it by those that both have.
 int TVChildList::keysThatDecide() {
   int keys = 0;
+  bool decide = true;
   std::string scratch;
   const VClassRecord* last = nullptr;
   for (const Entry& entry : entries_) {
     if (entry.record == last) continue;
     const TVObject& object = *entry.handle->object();
-    const SortRow& rule = row(entry.record);
+    SortRow& rule = row(entry.record);
     int index = 0;
     object.sortKey(&index, rule.sortType, &scratch);
     keys = last == nullptr ? -index : std::min(keys, -index);
     last = entry.record;
-    if (rule.groupOrder != row(entries_.front().record).groupOrder) return 0;
-    if (!object.ordersBySortKeys(rule.sortType)) return 0;
+    rule.ordersByKeys = object.ordersBySortKeys(rule.sortType);
+    const int firstGroup = row(entries_.front().record).groupOrder;
+    decide = decide && rule.ordersByKeys && rule.groupOrder == firstGroup;
   }
-  return keys;
+  return decide ? keys : 0;
 }
 
 TVChildList::KeyBytes TVChildList::keyBytes(const Entry& entry, size_t offset,
@@ -343,14 +345,14 @@ TVHandle& TVChildList::find(const VString& key, VBool caseSensitive, const VClas
   return found(index, position);
 }
 
-// Settles the sort type and order of a find, and tells whether the order of the list can serve it.
+// Settles the sort type of a find, and tells whether the order of the list can serve it. It can't
+// where classes with sort types of their own are mixed, or where it is not that of the keys: items
+// are in the order of their numbers and are found by the texts of these.
 bool TVChildList::prepareFind() {
-  if (find_.caseSensitive != caseSensitive_) return false;
-  if (find_.record != nullptr) {
-    const SortRow& rule = row(find_.record);
-    if (find_.sortType == 0) find_.sortType = rule.sortType;
-    if ((find_.sortType & 0xff) != rule.sortType) return false;
-  }
+  if (find_.caseSensitive != caseSensitive_ || find_.record == nullptr) return false;
+  const SortRow& rule = row(find_.record);
+  if (find_.sortType == 0) find_.sortType = rule.sortType;
+  if ((find_.sortType & 0xff) != rule.sortType || !rule.ordersByKeys) return false;
   if (sortable_ && keyChangesAtSort_ != TVObject::keyChanges()) fillPrefixes();
   return sortable_;
 }
@@ -387,8 +389,6 @@ TVHandle& TVChildList::findNext(int* position) {
 // "src", whose keys a folder's name can't be compared with. So only the entries of the sought class
 // are looked at; within one class keys and order agree.
 int TVChildList::bisect() {
-  static const std::vector<int> all;
-  if (find_.record == nullptr) return bisect(all, 0, static_cast<int>(entries_.size()));
   SortRow& rule = row(find_.record);
   if (!rule.placesKnown) fillPlaces(&rule);
   const bool alone = !entries_.empty() && rule.places.empty() && isSought(entries_.front());
@@ -442,7 +442,7 @@ bool TVChildList::isSought(const Entry& entry) const {
 // Compares the key of the find with an entry of the sought class: 0 is a match, below 0 lies before
 // it.
 int TVChildList::match(const Entry& entry) {
-  if (find_.record != nullptr && find_.bisect && !find_.prefixKnown) {
+  if (find_.bisect && !find_.prefixKnown) {
     preparePrefix(*entry.handle->object());
   }
   if (find_.prefixed) {

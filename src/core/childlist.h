@@ -76,6 +76,7 @@ class TVChildList {
     const VClassRecord* record;
     int groupOrder;
     int sortType;
+    bool ordersByKeys = true;  // As of the last sort: the class's order is that of its sort keys.
     // Where the entries of the class stand. Empty if there are none, or none of another class.
     std::vector<int> places = {};
     bool placesKnown = false;

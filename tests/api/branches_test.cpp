@@ -108,6 +108,26 @@ TEST_F(Branches, AreFoundByNumberAndByName) {
   EXPECT_EQ(FindLabel(first, "REL_2"), nullptr);
 }
 
+// A real fault: lists that are in the order of numbers were halved by the texts of numbers.
+TEST_F(Branches, AreFoundByNumberHoweverManyThereAre) {
+  checkIn(nullptr);
+  for (int i = 1; i < 25; ++i) checkIn(("1." + std::to_string(i - 1)).c_str());
+  for (int i = 0; i < 12; ++i) checkIn("1.3");
+  TVHandle* const trunk = FindBranch(openArchive(), "1");
+  OpenBranch(trunk);
+  for (int i = 0; i < 25; ++i) {
+    const std::string number = std::to_string(i);
+    EXPECT_EQ(GetRevisionNumber(FindRevision(trunk, number.c_str())), "1." + number);
+  }
+  EXPECT_EQ(FindRevision(trunk, "25"), nullptr);
+  TVHandle* const revision = FindRevision(trunk, "3");
+  OpenRevision(revision);
+  for (int i = 1; i < 13; ++i) {
+    const std::string number = std::to_string(i);
+    EXPECT_EQ(GetBranchName(FindBranch(revision, number.c_str())), "1.3." + number);
+  }
+}
+
 TEST_F(Branches, ForgetALabelThatWasOnlyMadeInMemory) {
   checkIn(nullptr);
   TVHandle* const trunk = FindBranch(openArchive(), "Trunk");
