@@ -21,12 +21,15 @@ TVHandle createObject(const TVCreateRequest& request, const TVMakeObject& make) 
   if (known) return result;
   try {
     result.object()->createStorage(result);
-    if (result.object()->writeInOwner(result)) owner->dropWrites();
+    if (!result.object()->writeInOwner(result)) return result;
   } catch (...) {
     if (owner != nullptr) owner->dropWrites();
     throw;
   }
-  return result;
+  // Its end may be a caller's edit: until then nobody is to find what will not be stored.
+  owner->dropWrites();
+  result.object()->destroyObject(result, false);
+  return TVHandle();
 }
 
 bool isStorableText(TVHandle& context, std::string_view text) {

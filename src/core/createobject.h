@@ -26,7 +26,8 @@ using TVMakeObject = std::function<TVObject*(TVFolderOptions& options, TVHandle&
 
 // Creates a record under its parent, or answers with the one that exists. A new one makes its
 // storage and is appended to its owner's file. Gives a handle without an object where the parent
-// may not contain the class, where its storage can't be locked, or where nothing was made.
+// may not contain the class, where its storage can't be locked, where nothing was made, or where
+// the record could not be stored. Under a caller's edit the last shows only at the end of that.
 TVHandle createObject(const TVCreateRequest& request, const TVMakeObject& make);
 
 // Whether a text may go into a name or a directory: the data files have no way to hold a line end.

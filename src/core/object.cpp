@@ -61,8 +61,11 @@ uint64_t TVObject::fingerprint() const {
 
 TVStorageLock* TVObject::lockStorage(TVHandle&) { return TVStorageLock::none(); }
 int TVObject::writeData(TVHandle&, TVStorageLock*) { return 0; }
-void TVObject::unlockStorage(TVHandle&, TVStorageLock*, bool) {}
+bool TVObject::unlockStorage(TVHandle&, TVStorageLock*, bool keep) { return keep; }
 int TVObject::writeChild(TVHandle&, TVStorageLock*) { return 0; }
+int TVObject::writeNewChild(TVHandle& context, TVStorageLock* ownerLock) {
+  return writeChild(context, ownerLock);
+}
 int TVObject::readData(TVHandle&, TVStorageLock*) { return 0; }
 bool TVObject::mayUpdate(TVHandle&, TVStorageLock*) { return true; }
 void TVObject::createStorage(TVHandle&) {}
@@ -246,32 +249,41 @@ VBool TVObject::beginEdit(TVHandle& context) {
   return ready;
 }
 
-void TVObject::giveUpStorage(TVHandle& context, bool keep) {
+bool TVObject::giveUpStorage(TVHandle& context, bool keep) {
   TVStorageLock* lock = lockData_;
   lockData_ = nullptr;
-  unlockStorage(context, lock, keep);
+  return unlockStorage(context, lock, keep);
 }
 
 // A deleted object writes nothing, but what it holds goes all the same.
 VBool TVObject::endEdit(TVHandle& context) {
   if (lockData_ == nullptr) return false;
   const bool wasDeleted = deleted_;
+  bool stored = false;
   try {
     if (!wasDeleted && dirty_) rewrite(context);
+    stored = giveUpStorage(context, keepWrites_);
   } catch (...) {
-    dirty_ = false;
-    giveUpStorage(context, false);
+    if (lockData_ != nullptr) giveUpStorage(context, false);
+    if (!wasDeleted) revert(context);
     throw;
   }
-  if (!wasDeleted) dirty_ = false;
-  giveUpStorage(context, keepWrites_);
   if (wasDeleted) return false;
+  dirty_ = false;
+  if (!stored) revert(context);
   if (notifyHandles_) {
     for (TVHandle* handle = handles_; handle != nullptr; handle = handle->nextAttached_) {
       handle->refreshed();
     }
   }
-  return true;
+  return stored;
+}
+
+// Memory goes back to what is stored, now that nothing holds the storage. No change is left to be
+// written: a failed write is not tried again.
+void TVObject::revert(TVHandle& context) {
+  dirty_ = false;
+  reload(context);
 }
 
 // Writes all children anew. A pass that stops early leaves the old files as they are.
@@ -288,7 +300,7 @@ void TVObject::rewrite(TVHandle& context) {
 
 VBool TVObject::writeInOwner(TVHandle& context) {
   if (deleted_ || owner_ == nullptr || owner_->lockData_ == nullptr) return false;
-  return writeChild(context, owner_->lockData_) != 0;
+  return writeNewChild(context, owner_->lockData_) != 0;
 }
 
 // The cache

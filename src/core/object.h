@@ -65,10 +65,13 @@ class TVObject : public VObject {
   virtual TVStorageLock* lockStorage(TVHandle& context);
   // Starts a rewrite of the storage. Non-zero stops the write of the children.
   virtual int writeData(TVHandle& context, TVStorageLock* lock);
-  // Gives the storage up. `keep` false drops what was written since lockStorage().
-  virtual void unlockStorage(TVHandle& context, TVStorageLock* lock, bool keep);
+  // Gives the storage up. `keep` false drops what was written since lockStorage(). Tells whether
+  // all that was written is stored now; why not has been reported.
+  virtual bool unlockStorage(TVHandle& context, TVStorageLock* lock, bool keep);
   // Writes this object's record into its owner's open storage. 0 on success.
   virtual int writeChild(TVHandle& context, TVStorageLock* ownerLock);
+  // The same for a new object, whose record must not be written in part.
+  virtual int writeNewChild(TVHandle& context, TVStorageLock* ownerLock);
   // Reads this object's children, each through mergeIntoCache(). `lock` is null outside an edit.
   virtual int readData(TVHandle& context, TVStorageLock* lock);
   // Whether the last readData() met all that is stored; what it did not meet goes only then.
@@ -133,10 +136,13 @@ class TVObject : public VObject {
   // Takes the storage for a change, and reads again what changed meanwhile. False when that failed;
   // the reason has been reported.
   VBool beginEdit(TVHandle& context);
-  // Writes the children if the object is dirty, and gives the storage up.
+  // Writes the children if the object is dirty, and gives the storage up. True where all is stored.
+  // Where it is not, the children are read again before this returns, and memory shows what is
+  // stored: a new child goes, with its handles, a destroyed one is back as a new object, and the
+  // others have their stored values. What can't be read then stays as it is until it can.
+  // False also for a deleted object and without an edit.
   VBool endEdit(TVHandle& context);
-  // Writes this object's record into its owner's open storage.
-  // True when that failed.
+  // Writes the record of this new object into its owner's open storage. True when that failed.
   VBool writeInOwner(TVHandle& context);
   // Lets the end of the present edit leave the files as they were.
   void dropWrites() { keepWrites_ = false; }
@@ -196,7 +202,8 @@ class TVObject : public VObject {
   int broadcast(int (TVObject::*action)(TVHandle&, Options&), TVHandle& context, Options& options);
   void reload(TVHandle& context);
   void rewrite(TVHandle& context);
-  void giveUpStorage(TVHandle& context, bool keep);
+  void revert(TVHandle& context);
+  bool giveUpStorage(TVHandle& context, bool keep);
   void leaveOwnerTable();
   void keyChanged(bool inHash, uint64_t fingerprintBefore);
   void leaveOwner(bool fromDisk);

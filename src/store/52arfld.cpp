@@ -72,6 +72,12 @@ int TVArchiveFolder52::writeChild(TVHandle& context, TVStorageLock* ownerLock) {
   return result;
 }
 
+int TVArchiveFolder52::writeNewChild(TVHandle& context, TVStorageLock* ownerLock) {
+  const auto* writer = static_cast<const TVDataFileWriter*>(ownerLock);
+  if (!isPrivate() && writer->stream(Side::kPublic) == nullptr) return kResultNotWritten;
+  return writeChild(context, ownerLock);
+}
+
 // A private folder gets the public stream, of which it has none: read during its own update it
 // finds the file held by itself, and stays as it is until the next use.
 int TVArchiveFolder52::readData(TVHandle& context, TVStorageLock* lock) {
@@ -102,8 +108,8 @@ int TVArchiveFolder52::writeData(TVHandle&, TVStorageLock* lock) {
   return 0;
 }
 
-void TVArchiveFolder52::unlockStorage(TVHandle& context, TVStorageLock* lock, bool keep) {
-  files_.endWrite(static_cast<TVDataFileWriter*>(lock), context, keep);
+bool TVArchiveFolder52::unlockStorage(TVHandle& context, TVStorageLock* lock, bool keep) {
+  return files_.endWrite(static_cast<TVDataFileWriter*>(lock), context, keep);
 }
 
 void TVArchiveFolder52::createStorage(TVHandle&) {

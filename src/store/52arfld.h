@@ -26,9 +26,11 @@ class TVArchiveFolder52 : public TVArchiveFolder {
   int version() const override { return 2; }
   TVStorageLock* lockStorage(TVHandle& context) override;
   int writeData(TVHandle& context, TVStorageLock* lock) override;
-  void unlockStorage(TVHandle& context, TVStorageLock* lock, bool keep) override;
+  bool unlockStorage(TVHandle& context, TVStorageLock* lock, bool keep) override;
   // Writes the folder's record into its owner's files: a public one into both. 0 or 4.
   int writeChild(TVHandle& context, TVStorageLock* ownerLock) override;
+  // The same; 4 also for a public one if the public file isn't open.
+  int writeNewChild(TVHandle& context, TVStorageLock* ownerLock) override;
   int readData(TVHandle& context, TVStorageLock* lock) override;
   bool readWasComplete() const override { return files_.isComplete(); }
   bool mayUpdate(TVHandle& context, TVStorageLock* lock) override;

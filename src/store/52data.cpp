@@ -451,12 +451,20 @@ bool TVDataFilePair::mayUpdate(const TVDataFileWriter& writer, TVHandle& context
   return true;
 }
 
-void TVDataFilePair::endWrite(TVDataFileWriter* writer, TVHandle& context, bool keep) {
+bool TVDataFilePair::endWrite(TVDataFileWriter* writer, TVHandle& context, bool keep) {
   const std::unique_ptr<TVDataFileWriter> owned(writer);
+  bool changed = false;
+  bool missed = false;
+  for (const Side side : {Side::kPublic, Side::kPrivate}) {
+    const TextFile* stream = writer->stream(side);
+    changed = changed || (stream != nullptr && stream->isChanged());
+    missed = missed || (stream == nullptr && !writer->path(side).isEmpty());
+  }
   // The private file lies over the public one, and follows only where that went before.
   for (const Side side : {Side::kPublic, Side::kPrivate}) {
     if (writer->stream(side) != nullptr) keep = endWrite(side, *writer, context, keep);
   }
+  return keep && !(changed && missed);
 }
 
 // The stamp is taken while the file is still held. Objects that did not reach the disk must go with
@@ -464,8 +472,9 @@ void TVDataFilePair::endWrite(TVDataFileWriter* writer, TVHandle& context, bool 
 bool TVDataFilePair::endWrite(Side side, TVDataFileWriter& writer, TVHandle& context, bool keep) {
   File& file = at(side);
   const TextFile& stream = *writer.stream(side);
-  const bool written = keep && writer.commit(side, context);
   file.absent = false;
+  file.stamp = {};
+  const bool written = keep && writer.commit(side, context);
   file.stamp = written && !file.unread ? stream.stamp() : FileStamp();
   return written;
 }

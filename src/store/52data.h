@@ -170,8 +170,10 @@ class TVDataFilePair {
   // False, after a report, where the writer holds a file that could not be read: what can't be read
   // is never overwritten.
   bool mayUpdate(const TVDataFileWriter& writer, TVHandle& context) const;
-  // Commits or drops what was written, takes the stamps and deletes the writer.
-  void endWrite(TVDataFileWriter* writer, TVHandle& context, bool keep);
+  // Commits or drops what was written, takes the stamps and deletes the writer. Tells whether all
+  // of it is stored: not so if `keep` is false, a commit failed, or there were changes and a side
+  // that could not be opened.
+  bool endWrite(TVDataFileWriter* writer, TVHandle& context, bool keep);
 
  private:
   struct File {

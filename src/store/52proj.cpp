@@ -3,6 +3,7 @@
 #include "store/52proj.h"
 
 #include "base/vfile.h"
+#include "core/result.h"
 #include "domain/projectroot.h"
 #include "runtime/assertion.h"
 #include "runtime/files.h"
@@ -66,9 +67,15 @@ int TVProjectFolder52::writeChild(TVHandle& context, TVStorageLock* ownerLock) {
   int result = 0;
   for (const Side side : {Side::kPublic, Side::kPrivate}) {
     if (writer == nullptr || writer->stream(side) == nullptr) continue;
-    if (writer->writeRecord(side, record(side), context) != 0) result = 4;
+    if (writer->writeRecord(side, record(side), context) != 0) result = kResultNotWritten;
   }
   return result;
+}
+
+int TVProjectFolder52::writeNewChild(TVHandle& context, TVStorageLock* ownerLock) {
+  const auto* writer = static_cast<const TVDataFileWriter*>(ownerLock);
+  if (writer->stream(Side::kPublic) == nullptr) return kResultNotWritten;
+  return writeChild(context, ownerLock);
 }
 
 // The project's own pair
@@ -119,8 +126,8 @@ int TVProjectFolder52::writeData(TVHandle&, TVStorageLock* lock) {
   return 0;
 }
 
-void TVProjectFolder52::unlockStorage(TVHandle& context, TVStorageLock* lock, bool keep) {
-  files_.endWrite(static_cast<TVDataFileWriter*>(lock), context, keep);
+bool TVProjectFolder52::unlockStorage(TVHandle& context, TVStorageLock* lock, bool keep) {
+  return files_.endWrite(static_cast<TVDataFileWriter*>(lock), context, keep);
 }
 
 // The top of the promotion model becomes a child; the groups below it grow as they are opened.
@@ -206,11 +213,15 @@ bool TVProjectFolder52::assignDirectories(TVHandle& context) {
   const bool locked = root->storageLock() != nullptr;
   if (!locked && !root->beginEdit(rootHandle)) return false;
   const auto* writer = static_cast<const TVDataFileWriter*>(root->storageLock());
-  for (const Side side : {Side::kPublic, Side::kPrivate}) {
-    const bool known = root->readWasComplete() && writer->stream(side) != nullptr;
-    if (known && nameDirectory(side)) root->setDirty(true);
+  const bool known = root->readWasComplete() && writer->stream(Side::kPublic) != nullptr &&
+                     writer->stream(Side::kPrivate) != nullptr;
+  const bool publicNamed = known && nameDirectory(Side::kPublic);
+  const bool privateNamed = known && nameDirectory(Side::kPrivate);
+  if (publicNamed || privateNamed) root->setDirty(true);
+  // The public record, which the end reads again, tells its directory; the private one is missing.
+  if (!locked && !root->endEdit(rootHandle) && privateNamed) {
+    files_.setDirectory(Side::kPrivate, VString());
   }
-  if (!locked) root->endEdit(rootHandle);
   return !files_.directory(Side::kPrivate).isEmpty();
 }
 

@@ -23,9 +23,11 @@ class TVProjectFolder52 : public TVProjectFolder {
   int version() const override { return 2; }
   TVStorageLock* lockStorage(TVHandle& context) override;
   int writeData(TVHandle& context, TVStorageLock* lock) override;
-  void unlockStorage(TVHandle& context, TVStorageLock* lock, bool keep) override;
+  bool unlockStorage(TVHandle& context, TVStorageLock* lock, bool keep) override;
   // Writes the project's record into both of the root's files. 0 or 4.
   int writeChild(TVHandle& context, TVStorageLock* ownerLock) override;
+  // The same; 4 also if the public file isn't open, since a private record alone is no project.
+  int writeNewChild(TVHandle& context, TVStorageLock* ownerLock) override;
   // Reads folders and documents, then the promotion groups, then the archive cache. Files that
   // can't be read leave a project with what was read, and give 0.
   int readData(TVHandle& context, TVStorageLock* lock) override;

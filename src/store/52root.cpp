@@ -1,8 +1,11 @@
 // store/52root.cpp: how the root reads and writes its pair of files.
 //
 // The files are opened for update even to read them, so a read excludes every other process for as
-// long as it lasts, and makes files that are missing.
+// long as it lasts, and makes files that are missing. Only the read after an update that failed
+// does neither.
 #include "store/52root.h"
+
+#include <utility>
 
 #include "store/profile.h"
 #include "toolkit/messages.h"
@@ -34,14 +37,14 @@ TVProjectRoot52::TVProjectRoot52(const VString& publicDir, const VString& privat
   files_.setDirectory(Side::kPrivate, this->privateDir());
 }
 
-int TVProjectRoot52::readSide(Side side, TVHandle& context, const TextFile* stream) {
+int TVProjectRoot52::readSide(Side side, TVHandle& context, TVDataFile::Access access,
+                              const TextFile* stream) {
   if (files_.directory(side).isEmpty()) {
     const int code = side == Side::kPublic ? kFolderNoPublicRoot : kFolderNoPrivateRoot;
     context.sink().error(context, FolderMessage(code));
     return kReadFailed;
   }
-  const int code =
-      files_.read(side, this, context, kRootSections, TVDataFile::Access::kUpdate, stream);
+  const int code = files_.read(side, this, context, kRootSections, access, stream);
   if (code == 0) return 0;
   return code == kFolderNoMemory ? kReadNoMemory : kReadFailed;
 }
@@ -51,8 +54,10 @@ int TVProjectRoot52::readData(TVHandle& context, TVStorageLock* lock) {
   const auto stream = [writer](Side side) {
     return writer == nullptr ? nullptr : writer->stream(side);
   };
-  const int code = readSide(Side::kPublic, context, stream(Side::kPublic));
-  if (code == 0) return readSide(Side::kPrivate, context, stream(Side::kPrivate));
+  const auto access =
+      std::exchange(onlyReads_, false) ? TVDataFile::Access::kRead : TVDataFile::Access::kUpdate;
+  const int code = readSide(Side::kPublic, context, access, stream(Side::kPublic));
+  if (code == 0) return readSide(Side::kPrivate, context, access, stream(Side::kPrivate));
   files_.skip(Side::kPrivate);
   return code;
 }
@@ -76,8 +81,12 @@ int TVProjectRoot52::writeData(TVHandle&, TVStorageLock* lock) {
   return 0;
 }
 
-void TVProjectRoot52::unlockStorage(TVHandle& context, TVStorageLock* lock, bool keep) {
-  files_.endWrite(static_cast<TVDataFileWriter*>(lock), context, keep);
+// Files that could not be had for an update a moment ago are only read to see what they hold.
+bool TVProjectRoot52::unlockStorage(TVHandle& context, TVStorageLock* lock, bool keep) {
+  onlyReads_ = true;  // Also where this throws.
+  const bool stored = files_.endWrite(static_cast<TVDataFileWriter*>(lock), context, keep);
+  onlyReads_ = !stored;
+  return stored;
 }
 
 TVObject* TVProjectRoot52Options::makeObject(const VString& publicDir, const VString& privateDir,

@@ -16,7 +16,7 @@ class TVProjectRoot52 : public TVProjectRoot {
   int version() const override { return 2; }
   TVStorageLock* lockStorage(TVHandle& context) override;
   int writeData(TVHandle& context, TVStorageLock* lock) override;
-  void unlockStorage(TVHandle& context, TVStorageLock* lock, bool keep) override;
+  bool unlockStorage(TVHandle& context, TVStorageLock* lock, bool keep) override;
   // 0, 1 out of memory, or 4 for any other failure, which has been reported.
   int readData(TVHandle& context, TVStorageLock* lock) override;
   bool readWasComplete() const override { return files_.isComplete(); }
@@ -24,8 +24,9 @@ class TVProjectRoot52 : public TVProjectRoot {
   VBool isStale(TVHandle& context) override;
 
  private:
-  int readSide(Side side, TVHandle& context, const TextFile* stream);
+  int readSide(Side side, TVHandle& context, TVDataFile::Access access, const TextFile* stream);
 
+  bool onlyReads_ = false;  // The next read, since an update has just failed.
   TVDataFilePair files_;
 };
 

@@ -3,6 +3,7 @@
 //
 // The toolkit is the judge of locks, promotion and the age of workfiles; its answer comes back as a
 // status. Brackets hold for the toolkit call alone: what follows may enter again.
+#include <memory>
 #include <new>
 #include <vector>
 
@@ -192,8 +193,9 @@ int TVArchiveMember52::storeInOwner(TVHandle& context, const TVMemberNames& befo
   const TVMemberNames present = names();
   const bool renamed = !isTransient() && !(before == present);
   TVHandle folderHandle(&context.sink(), folder);
+  TVHandle stored(&context.sink(), nullptr);
   // The caller may hold the folder already, and then writes it at the end of its own edit.
-  TVLockScope held(folderHandle, folder->storageLock() == nullptr);
+  auto held = std::make_unique<TVLockScope>(folderHandle, folder->storageLock() == nullptr);
   if (folder->storageLock() == nullptr) return kResultNotWritten;
   if (renamed) {
     TVArchiveMember52 former(before, folder, false);
@@ -203,9 +205,15 @@ int TVArchiveMember52::storeInOwner(TVHandle& context, const TVMemberNames& befo
   }
   VBool known;
   TVObject* member = mergeIntoCache(new TVArchiveMember52(present, folder, false), &known);
-  if (known || folder->isDirty() || !member->writeInOwner(folderHandle)) return kResultDone;
-  folder->dropWrites();
-  return kResultNotWritten;
+  if (!known && !folder->isDirty() && member->writeInOwner(folderHandle)) {
+    folder->dropWrites();
+    member->destroyObject(folderHandle, false);
+    return kResultNotWritten;
+  }
+  // What could not be stored is gone when the edit ends.
+  stored.attach(member);
+  held.reset();
+  return stored.isNull() ? kResultNotWritten : kResultDone;
 }
 
 }  // namespace foldapi

@@ -45,14 +45,16 @@ class Node : public TVObject {
   }
   int writeData(TVHandle&, TVStorageLock*) override {
     log += "head ";
+    if (fails == "memory") throw std::bad_alloc();
     return fails == "head";
   }
   int writeChild(TVHandle&, TVStorageLock*) override {
     static_cast<Node*>(owner())->log += name_ + " ";
     return static_cast<Node*>(owner())->fails == name_;
   }
-  void unlockStorage(TVHandle&, TVStorageLock*, bool keep) override {
+  bool unlockStorage(TVHandle&, TVStorageLock*, bool keep) override {
     log += keep ? "keep" : "drop";
+    return keep && fails != "commit";
   }
   int readData(TVHandle&, TVStorageLock*) override {
     log += "read ";
@@ -233,6 +235,13 @@ TEST_F(Objects, AUseThatFailsLeavesNothingOpen) {
   EXPECT_FALSE(node.storageLock() != nullptr);
   EXPECT_THROW(node.beginEdit(root), std::bad_alloc);
   EXPECT_EQ(node.storageLock(), nullptr);
+  node.fails = "memory";
+  node.stale = false;
+  ASSERT_TRUE(node.beginEdit(root));
+  child(root, "a").object()->destroyObject(root, true);
+  EXPECT_THROW(node.endEdit(root), std::bad_alloc);
+  EXPECT_EQ(node.storageLock(), nullptr);
+  EXPECT_EQ(names(root), "a ");
 }
 
 TEST_F(Objects, EditsWriteWhatIsDirtyOnce) {
@@ -242,15 +251,17 @@ TEST_F(Objects, EditsWriteWhatIsDirtyOnce) {
     bool dirty;
     bool stale;
     bool begun;
+    bool ended;
     const char* log;
   } cases[] = {
-      {"nothing changed", "", false, false, true, "lock keep"},
-      {"dirty", "", true, false, true, "lock head a b c keep"},
-      {"dirty and stale", "", true, true, true, "lock read head a b c keep"},
-      {"no lock", "lock", true, false, false, "lock "},
-      {"what was not read whole", "part", true, true, false, "lock read drop"},
-      {"the head fails", "head", true, false, true, "lock head drop"},
-      {"a child fails", "b", true, false, true, "lock head a b drop"},
+      {"nothing changed", "", false, false, true, true, "lock keep"},
+      {"dirty", "", true, false, true, true, "lock head a b c keep"},
+      {"dirty and stale", "", true, true, true, true, "lock read head a b c keep"},
+      {"no lock", "lock", true, false, false, false, "lock "},
+      {"what was not read whole", "part", true, true, false, false, "lock read drop"},
+      {"the head fails", "head", true, false, true, false, "lock head dropread "},
+      {"a child fails", "b", true, false, true, false, "lock head a b dropread "},
+      {"the end fails", "commit", true, false, true, false, "lock head a b c keepread "},
   };
   for (const auto& c : cases) {
     SCOPED_TRACE(c.why);
@@ -262,7 +273,7 @@ TEST_F(Objects, EditsWriteWhatIsDirtyOnce) {
     node.stale = c.stale;
     EXPECT_EQ(node.beginEdit(root), c.begun);
     node.setDirty(c.dirty);
-    EXPECT_EQ(node.endEdit(root), c.begun);
+    EXPECT_EQ(node.endEdit(root), c.ended);
     EXPECT_EQ(node.told(), c.log);
     EXPECT_EQ(node.isDirty(), !c.begun);
     EXPECT_EQ(node.storageLock(), nullptr);

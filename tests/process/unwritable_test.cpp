@@ -72,6 +72,32 @@ class Unwritable : public testing::Test {
 
   support::ScratchDatabase scratch_;
 };
+
+// Puts both sides of a database back as they were.
+class Restored {
+ public:
+  explicit Restored(const support::ScratchDatabase& scratch) : scratch_(scratch) {
+    std::filesystem::create_directory(copy_);
+    for (const char* side : kSides) {
+      std::filesystem::copy(scratch.path(side), copy_ / side,
+                            std::filesystem::copy_options::recursive);
+    }
+  }
+  Restored(const Restored&) = delete;
+  Restored& operator=(const Restored&) = delete;
+  ~Restored() {
+    for (const char* side : kSides) {
+      std::filesystem::remove_all(scratch_.path(side));
+      std::filesystem::rename(copy_ / side, scratch_.path(side));
+    }
+  }
+
+ private:
+  static constexpr const char* kSides[] = {"pub", "prv"};
+  const support::ScratchDatabase& scratch_;
+  const std::filesystem::path copy_ = scratch_.path("copy");
+};
+
 TEST_F(Unwritable, AFullDiskLeavesTheOldFilesAndTheOldView) {
   const auto before = scratch_.everything();
   TVHandle* root = scratch_.openRoot();
@@ -119,12 +145,7 @@ TEST_F(Unwritable, ReadOnlyFilesKeepTheirBytesAndTheirPartners) {
     const string bytes = scratch_.shown(c.file);
     for (const Change& change : kChanges) {
       SCOPED_TRACE(string(change.why) + " with a read-only " + c.file);
-      const std::filesystem::path copy = scratch_.path("copy");
-      std::filesystem::create_directory(copy);
-      for (const char* side : {"pub", "prv"}) {
-        std::filesystem::copy(scratch_.path(side), copy / side,
-                              std::filesystem::copy_options::recursive);
-      }
+      const Restored restored(scratch_);
       chmod(scratch_.path(c.file).c_str(), 0444);
       TVHandle* root = scratch_.openRoot();
       EXPECT_EQ(support::projectNames(root).size(), c.projects);
@@ -134,10 +155,6 @@ TEST_F(Unwritable, ReadOnlyFilesKeepTheirBytesAndTheirPartners) {
       EXPECT_EQ(support::folderNames(project).size(), c.folders);
       change.make(root, project);
       EXPECT_EQ(scratch_.shown(c.file), bytes);
-      for (const char* side : {"pub", "prv"}) {
-        std::filesystem::remove_all(scratch_.path(side));
-        std::filesystem::rename(copy / side, scratch_.path(side));
-      }
     }
   }
 }
@@ -169,6 +186,64 @@ TEST_F(Unwritable, FilesThatCouldNotBeReadAreNeverOverwritten) {
     EXPECT_EQ(support::workfileNames(project), (Names{"a", "b"}));
     EXPECT_STREQ(GetProjectPrivateDir(project), "/ann");
     EXPECT_EQ(support::projectNames(scratch_.openRoot()), (Names{"P", "Q"}));
+  }
+}
+
+// All that a session shows while it keeps a root and a project open.
+Names shownNow(TVHandle* root, TVHandle* project) {
+  TVHandle* folder = FindFolder(project, "f");
+  OpenFolder(folder);
+  Names all = support::projectNames(root);
+  for (const auto get : {GetProjectName, GetProjectPublicDir, GetProjectPrivateDir}) {
+    all.emplace_back(get(project));
+  }
+  all.emplace_back(GetFolderName(folder));
+  for (const Names& names : {support::folderNames(project), support::workfileNames(project),
+                             support::workfileNames(folder)}) {
+    all.emplace_back("|");
+    all.insert(all.end(), names.begin(), names.end());
+  }
+  return all;
+}
+
+// A real fault: a session went on with what had never reached the disk.
+TEST_F(Unwritable, WhatIsNotWrittenIsNotShown) {
+  std::vector<Change> changes(std::begin(kChanges), std::end(kChanges));
+  changes.push_back({"create", [](TVHandle* r, TVHandle*) { CreateProject(r, "R", "", ""); }});
+  const struct {
+    const char* why;
+    rlim_t room;
+    const char* readOnly;  // It became so since it was read.
+  } obstacles[] = {{"on a full disk", 10, ""},
+                   {"with a file", RLIM_INFINITY, "pub/trvsproj.pub"},
+                   {"with a file", RLIM_INFINITY, "prv/trvsproj.prv"},
+                   {"with a file", RLIM_INFINITY, "pub/P.prj/trvsfold.pub"},
+                   {"with a file", RLIM_INFINITY, "prv/P.prj/trvsfold.prv"},
+                   {"with a file", RLIM_INFINITY, "pub/P.prj/f/trvsfold.pub"}};
+  for (const auto& obstacle : obstacles) {
+    for (const Change& change : changes) {
+      SCOPED_TRACE(string(change.why) + " " + obstacle.why + " " + obstacle.readOnly);
+      const Restored restored(scratch_);
+      TVHandle* root = scratch_.openRoot();
+      TVHandle* project = FindProject(root, "P");
+      OpenProject(project);
+      const Names before = shownNow(root, project);
+      ASSERT_EQ(before.size(), 14U);
+      {
+        const support::SizeLimit room(obstacle.room);
+        if (*obstacle.readOnly != 0) chmod(scratch_.path(obstacle.readOnly).c_str(), 0444);
+        change.make(root, project);
+      }
+      if (*obstacle.readOnly != 0) chmod(scratch_.path(obstacle.readOnly).c_str(), 0644);
+      const Names now = shownNow(root, project);
+      if (*obstacle.readOnly == 0) {
+        EXPECT_EQ(now, before);
+      }
+      root = scratch_.openRoot();
+      project = FindProject(root, "P");
+      OpenProject(project);
+      EXPECT_EQ(now, shownNow(root, project));
+    }
   }
 }
 

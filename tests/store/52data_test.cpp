@@ -360,6 +360,11 @@ TEST_F(Unread, AnAbortedReadSweepsNothingAndRefusesTheUpdate) {
   EXPECT_EQ(get("pub/trvsproj.pub"), broken);
   EXPECT_EQ(get("prv/trvsproj.prv"), "");
   sink.answer = 1;
+  {
+    const support::SizeLimit full(10);
+    EXPECT_TRUE(create().isNull());
+  }
+  EXPECT_EQ(listing(root), want);
   EXPECT_FALSE(create().isNull());
   EXPECT_TRUE(get("pub/trvsproj.pub").starts_with(broken + "[Project=N]\n"));
 }

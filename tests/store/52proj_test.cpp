@@ -1,8 +1,11 @@
 // What is made for new projects and folders, and what a project shows that no file lists.
 #include "store/52proj.h"
 
+#include <filesystem>
+
 #include "store/52promo.h"
 #include "store/storefixture.h"
+#include "support/sizelimit.h"
 
 namespace store_test {
 namespace {
@@ -68,6 +71,12 @@ TEST_F(Store, ProjectsWithoutADirectoryGetOneWithTheCache) {
   put("pub/trvsproj.pub", "[Project=P]\nCFG=\nDIR=p\nWKDIR=w\n");
   ::unsetenv("TRVS_TVAPI_NOCACHE");
   TVProjectRootHandle root = makeRoot();
+  {
+    const support::SizeLimit full(10);
+    EXPECT_EQ(listing(child(root, "P")), "");
+    EXPECT_EQ(listing(root), "project P||w|w|pub/p|\n");
+    std::filesystem::remove(path("prv/P.prj"));
+  }
   EXPECT_EQ(listing(child(root, "P")), "");
   EXPECT_EQ(get("prv/trvsproj.prv"),
             "[FORMAT=TRVS_GUI]\nVersion=5.2\n\n[Project=P]\nCFG=\n"

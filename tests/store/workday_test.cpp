@@ -5,6 +5,7 @@
 #include "btkf520/btkf520.h"
 #include "core/result.h"
 #include "store/storefixture.h"
+#include "support/sizelimit.h"
 #include "toolkit/messages.h"
 #include "toolkit/session.h"
 
@@ -149,6 +150,11 @@ TEST_F(Workday, AnArchiveIsAddedToAMemberThatIsThere) {
   // An archive that is there already is taken as it is; one that can't be made leaves no record.
   edit("new.c", "text\n");
   EXPECT_EQ(TrvsCreateArchive(path("vault/new.c_v").c_str(), "new.c", nullptr, nullptr, 0, 0), 0);
+  {
+    const support::SizeLimit full(10);
+    EXPECT_EQ(member("new.c", control, true).archiveAction4(create_), kResultNotWritten);
+  }
+  EXPECT_EQ(listing(control).find("new.c"), std::string::npos);
   EXPECT_EQ(member("new.c", control, true).archiveAction4(create_), 0) << told();
   EXPECT_EQ(get("work/new.c"), "text\n");
   put("motor.cfg", "VCSDIR = " + path("none") + "\n");
