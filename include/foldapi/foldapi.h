@@ -104,8 +104,8 @@ FOLDAPI_EXPORT TVHandle* FindProject(TVHandle* root, const char* name);
  * in 8.3 form, as in "MyPrjct.prj"), their trvsfold files, a configuration file, and its records in
  * trvsproj.pub and trvsproj.prv. `privateWorkDir` and `publicWorkDir` are where the workfiles of a
  * user and of the team are; they are not created. A project that exists already stays as it is. A
- * name that is empty, or any text with a line break in it, creates nothing. To see whether it
- * worked, find the project. */
+ * name that is empty or has a "]" in it, or any text with a line break, creates nothing: the data
+ * files can't hold it. To see whether it worked, find the project. */
 FOLDAPI_EXPORT void CreateProject(TVHandle* root, const char* name, const char* privateWorkDir,
                                   const char* publicWorkDir);
 
@@ -190,8 +190,9 @@ FOLDAPI_EXPORT TVHandle* FindArchiveInFolder(TVHandle* parent, const char* name)
 
 /* Appends a record that pairs the path of a workfile, which may be relative, with the path of an
  * archive to the parent's data file: trvsfold.pub of a project or a public folder, trvsfold.prv of
- * a private folder. Neither path is looked at on disk. A pair that is there already stays as it is;
- * a text with a line break is refused. To see whether it worked, find the archive. */
+ * a private folder. Neither path is looked at on disk. A pair that is there already stays as it is.
+ * Refused is what a record can't hold: a line break or a "]" anywhere, and a ";" anywhere but in the
+ * workfile's name. To see whether it worked, find the archive. */
 FOLDAPI_EXPORT void AddExistingArchive(TVHandle* parent, const char* workfile, const char* archive);
 
 /* The first open has the archive toolkit read the archive's branches. */

@@ -32,9 +32,16 @@ TVHandle createObject(const TVCreateRequest& request, const TVMakeObject& make) 
   return TVHandle();
 }
 
-bool isStorableText(TVHandle& context, std::string_view text) {
-  if (text.find_first_of(std::string_view("\r\n\0", 3)) == std::string_view::npos) return true;
-  context.sink().notice(context, "A name or directory must not contain a line end or a null.");
+bool isStorableText(TVHandle& context, std::string_view text, std::string_view refused) {
+  VString message;
+  if (text.find_first_of(std::string_view("\r\n\0", 3)) != std::string_view::npos) {
+    message = "A name or directory must not contain a line end or a null.";
+  } else if (const size_t at = text.find_first_of(refused); at != std::string_view::npos) {
+    message = VString("A name in brackets must not contain \"") + text.substr(at, 1) + "\".";
+  } else {
+    return true;
+  }
+  context.sink().notice(context, message);
   return false;
 }
 

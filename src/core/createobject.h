@@ -30,8 +30,13 @@ using TVMakeObject = std::function<TVObject*(TVFolderOptions& options, TVHandle&
 // the record could not be stored. Under a caller's edit the last shows only at the end of that.
 TVHandle createObject(const TVCreateRequest& request, const TVMakeObject& make);
 
-// Whether a text may go into a name or a directory: the data files have no way to hold a line end.
-// Reports a refusal to the sink.
-bool isStorableText(TVHandle& context, std::string_view text);
+// Whether a text may go into a name or a directory. The data files have no way to hold a line end,
+// nor, where the text stands in a section line, what ends it there: that is `refused`. Reports a
+// refusal to the sink.
+bool isStorableText(TVHandle& context, std::string_view text, std::string_view refused = "");
+
+// For `refused`: what ends the name in a section line, and a field of several in one.
+constexpr std::string_view kEndsSectionName = "]";
+constexpr std::string_view kEndsSectionField = "];";
 
 }  // namespace foldapi

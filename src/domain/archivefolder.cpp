@@ -133,7 +133,7 @@ VBool TVArchiveFolderHandle::isPrivate() const {
 
 void TVArchiveFolderHandle::setName(const VString& name) {
   auto* folder = as<TVArchiveFolder>();
-  if (folder == nullptr || !isStorableText(*this, name.view())) return;
+  if (folder == nullptr || !isStorableText(*this, name.view(), kEndsSectionName)) return;
   editObject(*this, [&] { folder->setFolderName(name); });
 }
 
@@ -155,7 +155,8 @@ TVArchiveFolderHandle TVArchiveFolderHandle::create(const VString& name, const V
                                                     TVLockScope& scope, TVErrorSink* sink, int mode,
                                                     int version) {
   TVHandle context(sink != nullptr ? sink : &parent.sink(), nullptr);
-  if (!isStorableText(context, name.view()) || !isStorableText(context, privateDir.view())) {
+  if (!isStorableText(context, name.view(), kEndsSectionName) ||
+      !isStorableText(context, privateDir.view())) {
     return TVArchiveFolderHandle();
   }
   const TVCreateRequest request = {&TVArchiveFolder::theClass, parent, scope, sink, mode, version};

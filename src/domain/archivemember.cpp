@@ -56,6 +56,13 @@ bool isQualifiedSort(int sortType) {
 
 }  // namespace
 
+bool TVMemberNames::areStorable(TVHandle& context) const {
+  for (const VPathString* field : {&archivePath, &archiveName, &workPath}) {
+    if (!isStorableText(context, field->view(), kEndsSectionField)) return false;
+  }
+  return isStorableText(context, workName.view(), kEndsSectionName);
+}
+
 TVArchiveMember::TVArchiveMember(TVMemberNames names, TVObject* owner, VBool transient)
     : TVObject(owner, transient), names_(std::move(names)) {}
 
@@ -298,33 +305,30 @@ int TVArchiveMemberHandle::lockers(VString* out) {
 }
 
 void TVArchiveMemberHandle::setName(void (TVArchiveMember::*setter)(const VPathString&),
-                                    const VPathString& name) {
+                                    const VPathString& name, std::string_view refused) {
   auto* member = as<TVArchiveMember>();
-  if (member == nullptr || !isStorableText(*this, name.view())) return;
+  if (member == nullptr || !isStorableText(*this, name.view(), refused)) return;
   editObject(*this, [&] { (member->*setter)(name); });
 }
 
 void TVArchiveMemberHandle::setWorkName(const VPathString& name) {
-  setName(&TVArchiveMember::setWorkName, name);
+  setName(&TVArchiveMember::setWorkName, name, kEndsSectionName);
 }
 void TVArchiveMemberHandle::setWorkPath(const VPathString& path) {
-  setName(&TVArchiveMember::setWorkPath, path);
+  setName(&TVArchiveMember::setWorkPath, path, kEndsSectionField);
 }
 void TVArchiveMemberHandle::setArchiveName(const VPathString& name) {
-  setName(&TVArchiveMember::setArchiveName, name);
+  setName(&TVArchiveMember::setArchiveName, name, kEndsSectionField);
 }
 void TVArchiveMemberHandle::setArchivePath(const VPathString& path) {
-  setName(&TVArchiveMember::setArchivePath, path);
+  setName(&TVArchiveMember::setArchivePath, path, kEndsSectionField);
 }
 
 TVArchiveMemberHandle TVArchiveMemberHandle::create(const TVMemberNames& names,
                                                     const TVHandle& parent, TVLockScope& scope,
                                                     TVErrorSink* sink, int mode, int version) {
   TVHandle context(sink != nullptr ? sink : &parent.sink(), nullptr);
-  for (const VPathString* text :
-       {&names.archivePath, &names.archiveName, &names.workPath, &names.workName}) {
-    if (!isStorableText(context, text->view())) return TVArchiveMemberHandle();
-  }
+  if (!names.areStorable(context)) return TVArchiveMemberHandle();
   const TVCreateRequest request = {&TVArchiveMember::theClass, parent, scope, sink, mode, version};
   return TVArchiveMemberHandle(createObject(
       request, [&](TVFolderOptions& options, TVHandle& result, TVObject* owner, VBool transient) {

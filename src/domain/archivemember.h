@@ -29,6 +29,9 @@ struct TVMemberNames {
   VPathString workName;
 
   bool operator==(const TVMemberNames&) const = default;
+  // Whether a record can hold them; else the reason goes to the context's sink. The workfile's name
+  // is the last field, and may hold what ends the others.
+  bool areStorable(TVHandle& context) const;
 };
 
 class TVArchiveMember : public TVObject {
@@ -128,7 +131,8 @@ class TVArchiveMemberHandle : public TVHandle {
  private:
   template <typename Value>
   int query(int (TVArchiveMember::*get)(TVHandle&, Value*), Value* out);
-  void setName(void (TVArchiveMember::*setter)(const VPathString&), const VPathString& name);
+  void setName(void (TVArchiveMember::*setter)(const VPathString&), const VPathString& name,
+               std::string_view refused);
 };
 
 }  // namespace foldapi

@@ -114,7 +114,8 @@ TVProjectFolderHandle TVProjectFolderHandle::create(const VString& name,
                                                     const TVHandle& parent, TVLockScope& scope,
                                                     TVErrorSink* sink, int mode, int version) {
   TVHandle context(sink != nullptr ? sink : &parent.sink(), nullptr);
-  for (const VString* text : {&name, &privateDir, &publicDir}) {
+  if (!isStorableText(context, name.view(), kEndsSectionName)) return TVProjectFolderHandle();
+  for (const VString* text : {&privateDir, &publicDir}) {
     if (!isStorableText(context, text->view())) return TVProjectFolderHandle();
   }
   const TVCreateRequest request = {&TVProjectFolder::theClass, parent, scope, sink, mode, version};

@@ -163,6 +163,7 @@ int TVArchiveMember52::createArchive(TVHandle& context, const TVPutOptions& opti
   TVReferenceHold hold(this);
   const TVMemberNames before = names();
   if (const int result = computeArchiveName(context)) return result;
+  if (!names().areStorable(context)) return kResultFailed;
   int result = kResultDone;
   if (!qualArchiveName().exists()) {
     result = makeArchive(context, options.description);

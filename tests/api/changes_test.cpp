@@ -108,6 +108,17 @@ TEST_F(Changes, RefusedChangesLeaveEveryFileAlone) {
     AddExistingArchive(project, bad, "/v/w_v");
     AddExistingArchive(project, "w", bad);
   }
+  // Nor what ends a name in a section line, or a field of it: "X]1" would be read back as "X".
+  for (const char* bad : {"P]1", "]"}) CreateProject(root, bad, "/w", "/w");
+  for (const auto& [work, archive] : {std::pair("a]", "/v/a_v"),
+                                      {"d]/a", "/v/a_v"},
+                                      {"a", "/v]/a_v"},
+                                      {"a", "/v/a]_v"},
+                                      {"d;e/a", "/v/a_v"},
+                                      {"a", "/v;w/a_v"},
+                                      {"a", "/v/a;b_v"}}) {
+    AddExistingArchive(project, work, archive);
+  }
   EXPECT_EQ(scratch_.changedSince(before), Names());
   EXPECT_STREQ(GetProjectPrivateDir(project), "/w/ann");
   // Nor does a refused text keep the project from what others wrote by the next change.

@@ -240,6 +240,22 @@ TEST_F(DomainChanges, LineEndsAndNullsAreRefused) {
   EXPECT_EQ(a.archiveName().str() + project.folderName().str() + project.publicDir().str() +
                 project.privateDir().str(),
             "a_vP");
+  // What would end a name or a field where it stands in a section line.
+  project.setName("]");
+  for (const char* bad : {"]", ";"}) {
+    a.setArchivePath(bad);
+    a.setArchiveName(bad);
+    a.setWorkPath(bad);
+    EXPECT_EQ(a.pairedName().str() + project.folderName().str(), "w/a(v/a_v)P");
+  }
+  a.setWorkName("]");
+  EXPECT_NE(sink.told().find("notice A name in brackets must not contain \"]\".\n"),
+            std::string::npos);
+  a.setWorkName(";$(");
+  project.setPublicDir("[d];$(");
+  EXPECT_EQ(a.workName().str() + project.publicDir().str(), ";$([d];$(");
+  EXPECT_TRUE(
+      TVArchiveFolderHandle::create("F]", "", false, project, theNoLock(), nullptr, 1, 0).isNull());
 }
 
 // A changed name is found under the new name, and the order of the records on disk changes only
