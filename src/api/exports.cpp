@@ -307,8 +307,9 @@ int32_t CloseRevision(TVHandle* revision) { return api::close<Revision>(revision
 
 TVHandle* GetFirstLabel(TVHandle* revision) { return api::first<Revision, Label>(revision); }
 TVHandle* GetNextLabel(TVHandle* revision) { return api::next<Revision, Label>(revision); }
+// By name alone: the ordering number of every label is 0.
 TVHandle* FindLabel(TVHandle* revision, const char* name) {
-  return api::findItem<Revision, Label>(revision, name);
+  return api::find<Revision, Label>(revision, name, kByName);
 }
 
 void CreateLabel(TVHandle* revision, const char* name) {

@@ -138,7 +138,7 @@ template <typename Class, typename Child>
 }
 
 // As find(), and once more by the name of an item: sort type 0 knows items by their ordering
-// number.
+// number, which branches and revisions have.
 template <typename Class, typename Child>
 ::TVHandle* findItem(const ::TVHandle* token, const char* key) {
   constexpr int kByRow = 0;
