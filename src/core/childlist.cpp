@@ -97,7 +97,8 @@ void TVChildList::retire(TVHandle& handle) {
 }
 
 // Retired entries are dropped all at once at the next look, so that a sweep of many children stays
-// linear. An entry at or before the cursor takes the cursor back with it.
+// linear. An entry at or before the cursor takes the cursor back with it: a step forward goes on
+// behind the gap. A step back from there must not pass over the entry that the cursor moved to.
 void TVChildList::dropRetired() {
   if (!hasRetired_) return;
   hasRetired_ = false;
@@ -111,6 +112,7 @@ void TVChildList::dropRetired() {
       continue;
     }
     if (i <= cursor_) --cursor;
+    if (i == cursor_) currentGone_ = true;
     if (i < find_.position) --position;
   }
   entries_.resize(static_cast<size_t>(kept));
@@ -195,22 +197,24 @@ TVChildList::KeyBytes TVChildList::keyBytes(const Entry& entry, size_t offset,
 
 void TVChildList::fillPrefixes() {
   prefixKeys_ = keysThatDecide();
-  keyChangesAtSort_ = TVObject::keyChanges();
   std::string scratch;
   for (Entry& entry : entries_) {
     entry.prefix = keyBytes(entry, 0, &scratch).prefix(caseSensitive_);
   }
+  keyChangesAtSort_ = TVObject::keyChanges();
 }
 
 void TVChildList::sortIfNeeded() {
   dropRetired();
   if (!sortable_ || !needsSort_) return;
-  needsSort_ = false;
   sort();
+  needsSort_ = false;  // Not before: a sort that had no memory is still due.
   cursor_ = 0;
+  currentGone_ = false;
 }
 
 void TVChildList::sort() {
+  forgetPrefixOfFind();
   fillPrefixes();
   forgetPlaces();
   if (prefixKeys_ != 0) {
@@ -259,14 +263,16 @@ void TVChildList::sortRun(size_t begin, size_t end, size_t offset) {
 }
 
 // A merge sort: it stays within bounds whatever the comparison answers, which with mixed classes
-// need not be consistent.
+// need not be consistent. A comparison that throws must not lose entries, so a copy is sorted.
 void TVChildList::sortByComparing(size_t begin, size_t end) {
   const auto at = [this](size_t i) { return entries_.begin() + static_cast<std::ptrdiff_t>(i); };
-  std::stable_sort(at(begin), at(end), [this](const Entry& a, const Entry& b) {
+  std::vector<Entry> sorted(at(begin), at(end));
+  std::stable_sort(sorted.begin(), sorted.end(), [this](const Entry& a, const Entry& b) {
     const Entry& left = ascending_ ? a : b;
     const Entry& right = ascending_ ? b : a;
     return left.handle->object()->compareTo(*right.handle->object(), *this) < 0;
   });
+  std::copy(sorted.begin(), sorted.end(), at(begin));
 }
 
 // Walks
@@ -274,6 +280,7 @@ void TVChildList::sortByComparing(size_t begin, size_t end) {
 
 TVHandle& TVChildList::step(int from, int direction, const VClassRecord* record, int* position) {
   const int count = static_cast<int>(entries_.size());
+  currentGone_ = false;
   for (cursor_ = from; cursor_ >= 0 && cursor_ < count; cursor_ += direction) {
     const Entry& entry = entries_[static_cast<size_t>(cursor_)];
     if (record == nullptr || entry.record == record) {
@@ -304,7 +311,7 @@ TVHandle& TVChildList::last(const VClassRecord* record, int* position) {
 TVHandle& TVChildList::previous(const VClassRecord* record, int* position) {
   dropRetired();
   if (cursor_ < 0) return placed(theNullHandle(), cursor_, position);
-  return step(cursor_ - 1, -1, record, position);
+  return step(currentGone_ ? cursor_ : cursor_ - 1, -1, record, position);
 }
 
 TVHandle& TVChildList::current(int* position) {
@@ -366,10 +373,7 @@ TVHandle& TVChildList::found(int index, int* position) {
 TVHandle& TVChildList::findNext(int* position) {
   dropRetired();
   // Prefixes may be those of old keys, or missing with new entries.
-  if (prefixKeys_ == 0 || keyChangesAtSort_ != TVObject::keyChanges()) {
-    find_.prefixKnown = true;
-    find_.prefixed = false;
-  }
+  if (prefixKeys_ == 0 || keyChangesAtSort_ != TVObject::keyChanges()) forgetPrefixOfFind();
   const int count = static_cast<int>(entries_.size());
   int index = find_.position;
   if (index >= 0) {
@@ -451,6 +455,12 @@ int TVChildList::match(const Entry& entry) {
     if (find_.isWhole) return 0;
   }
   return entry.handle->object()->compareKey(find_.key.view(), find_.sortType, find_.caseSensitive);
+}
+
+// From here on the find compares with the objects themselves.
+void TVChildList::forgetPrefixOfFind() {
+  find_.prefixKnown = true;
+  find_.prefixed = false;
 }
 
 // Makes the prefix of the key, as an object of the sought class would have it.

@@ -104,6 +104,7 @@ class TVChildList {
   void fillPrefixes();
   KeyBytes keyBytes(const Entry& entry, size_t offset, std::string* scratch);
   void preparePrefix(const TVObject& object);
+  void forgetPrefixOfFind();
   void dropRetired();
   TVHandle& step(int from, int direction, const VClassRecord* record, int* position);
   TVHandle& found(int index, int* position);
@@ -121,6 +122,7 @@ class TVChildList {
   std::vector<SortRow> rows_;
   Find find_;
   int cursor_ = 0;
+  bool currentGone_ = false;  // What stood at the cursor was dropped: it stands before the gap now.
   int16_t openCount_ = 0;
   bool sortable_;
   bool ascending_ = true;
