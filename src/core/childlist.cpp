@@ -2,7 +2,7 @@
 #include "core/childlist.h"
 
 #include <algorithm>
-#include <cstring>
+#include <climits>
 
 #include "core/folderoptions.h"
 
@@ -162,9 +162,10 @@ void TVChildList::setCaseSensitive(VBool caseSensitive) {
 
 // Prefixes tell the order of two entries only where sort keys are what decides: with group orders
 // that differ, or with a class that orders its objects in its own way, they stay out of it. A class
-// with fewer keys than another is compared with it by those that both have.
+// with fewer keys than another is compared with it by those that both have. One that has none, as
+// promotion groups, says nothing about the others: its entries are placed among them by themselves.
 int TVChildList::keysThatDecide() {
-  int keys = 0;
+  int keys = INT_MAX;
   bool decide = true;
   std::string scratch;
   const VClassRecord* last = nullptr;
@@ -174,13 +175,14 @@ int TVChildList::keysThatDecide() {
     SortRow& rule = row(entry.record);
     int index = 0;
     object.sortKey(&index, rule.sortType, &scratch);
-    keys = last == nullptr ? -index : std::min(keys, -index);
+    rule.hasKeys = index < 0;
+    if (rule.hasKeys) keys = std::min(keys, -index);
     last = entry.record;
     rule.ordersByKeys = object.ordersBySortKeys(rule.sortType);
     const int firstGroup = row(entries_.front().record).groupOrder;
     decide = decide && rule.ordersByKeys && rule.groupOrder == firstGroup;
   }
-  return decide ? keys : 0;
+  return decide && keys != INT_MAX ? keys : 0;
 }
 
 TVChildList::KeyBytes TVChildList::keyBytes(const Entry& entry, size_t offset,
@@ -217,11 +219,41 @@ void TVChildList::sort() {
   forgetPrefixOfFind();
   fillPrefixes();
   forgetPlaces();
-  if (prefixKeys_ != 0) {
-    sortRun(0, entries_.size(), 0);
-  } else {
+  if (prefixKeys_ == 0) {
     sortByComparing(0, entries_.size());
+    return;
   }
+  const size_t keyed = gatherKeyed();
+  sortRun(0, keyed, 0);
+  sortByComparing(keyed, entries_.size());
+  placeKeyless(keyed);
+}
+
+// Moves entries of classes without keys behind all others. Gives the number of those.
+size_t TVChildList::gatherKeyed() {
+  const auto isKeyless = [](const SortRow& rule) { return !rule.hasKeys; };
+  if (std::none_of(rows_.begin(), rows_.end(), isKeyless)) return entries_.size();
+  const auto rest = std::stable_partition(entries_.begin(), entries_.end(),
+                                          [this](const Entry& e) { return row(e.record).hasKeys; });
+  return static_cast<size_t>(rest - entries_.begin());
+}
+
+// Moves the sorted entries from `keyed` on to their places among the sorted ones before them.
+void TVChildList::placeKeyless(size_t keyed) {
+  if (keyed == entries_.size()) return;
+  const auto end = entries_.cbegin() + static_cast<std::ptrdiff_t>(keyed);
+  std::vector<Entry> placed;
+  placed.reserve(entries_.size());
+  auto next = entries_.cbegin();
+  for (auto entry = end; entry != entries_.cend(); ++entry) {
+    const auto place = std::partition_point(
+        next, end, [&](const Entry& other) { return isBefore(other, *entry); });
+    placed.insert(placed.end(), next, place);
+    placed.push_back(*entry);
+    next = place;
+  }
+  placed.insert(placed.end(), next, end);
+  entries_ = std::move(placed);
 }
 
 // Sorts entries whose keys are equal up to `offset` by what comes next, and then those that are
@@ -267,12 +299,15 @@ void TVChildList::sortRun(size_t begin, size_t end, size_t offset) {
 void TVChildList::sortByComparing(size_t begin, size_t end) {
   const auto at = [this](size_t i) { return entries_.begin() + static_cast<std::ptrdiff_t>(i); };
   std::vector<Entry> sorted(at(begin), at(end));
-  std::stable_sort(sorted.begin(), sorted.end(), [this](const Entry& a, const Entry& b) {
-    const Entry& left = ascending_ ? a : b;
-    const Entry& right = ascending_ ? b : a;
-    return left.handle->object()->compareTo(*right.handle->object(), *this) < 0;
-  });
+  std::stable_sort(sorted.begin(), sorted.end(),
+                   [this](const Entry& a, const Entry& b) { return isBefore(a, b); });
   std::copy(sorted.begin(), sorted.end(), at(begin));
+}
+
+bool TVChildList::isBefore(const Entry& a, const Entry& b) {
+  const Entry& left = ascending_ ? a : b;
+  const Entry& right = ascending_ ? b : a;
+  return left.handle->object()->compareTo(*right.handle->object(), *this) < 0;
 }
 
 // Walks

@@ -76,7 +76,8 @@ class TVChildList {
     const VClassRecord* record;
     int groupOrder;
     int sortType;
-    bool ordersByKeys = true;  // As of the last sort: the class's order is that of its sort keys.
+    bool ordersByKeys = true;  // As of the last sort: the class's order is that of its sort keys,
+    bool hasKeys = true;       // of which it has some.
     // Where the entries of the class stand. Empty if there are none, or none of another class.
     std::vector<int> places = {};
     bool placesKnown = false;
@@ -100,6 +101,9 @@ class TVChildList {
   void sort();
   void sortRun(size_t begin, size_t end, size_t offset);
   void sortByComparing(size_t begin, size_t end);
+  size_t gatherKeyed();
+  void placeKeyless(size_t keyed);
+  bool isBefore(const Entry& a, const Entry& b);
   int keysThatDecide();
   void fillPrefixes();
   KeyBytes keyBytes(const Entry& entry, size_t offset, std::string* scratch);

@@ -363,6 +363,23 @@ TEST_F(ChildLists, ASortThatFailsIsStillDue) {
   }
 }
 
+// A real fault: one promotion group made a sort compare all archives one by one.
+TEST_F(ChildLists, AClassWithoutKeysCostsTheOthersNothing) {
+  int looks[2];
+  for (const bool withGroup : {false, true}) {
+    shelf = TVHandle(nullptr, new Shelf);
+    for (int i = 0; i < 1000; ++i) {
+      add<Forgetful>(TVMemberNames{"v", "x_v", "d", VPathString(std::to_string(i * 7919 % 1000))});
+    }
+    if (withGroup) add<TVPromotionFolder>("top");
+    shelf.open();
+    Forgetful::looksLeft = -1;
+    EXPECT_EQ(walk(shelf).size(), withGroup ? 1001U : 1000U);
+    looks[withGroup ? 1 : 0] = -1 - std::exchange(Forgetful::looksLeft, -1);
+  }
+  EXPECT_LT(looks[1], looks[0] + 50);
+}
+
 TEST_F(ChildLists, WalkBothWaysAndByClass) {
   add<TVPromotionFolder>("group");
   addMember("d", "m2");
