@@ -220,6 +220,9 @@ void TVArchiveMember::setArchivePath(const VPathString& path) {
 void TVArchiveMember::setArchiveName(const VPathString& name) {
   changeKey(true, [&] { names_.archiveName = name; });
 }
+void TVArchiveMember::setNames(const TVMemberNames& names) {
+  changeKey(true, [&] { names_ = names; });
+}
 
 TVArchiveMemberOptions::TVArchiveMemberOptions(int version)
     : TVFolderOptions(&TVArchiveMember::theClass, version, 6, {&TVBranch::theClass}) {}

@@ -80,6 +80,7 @@ class TVArchiveMember : public TVObject {
   void setWorkName(const VPathString& name);
   void setArchivePath(const VPathString& path);
   void setArchiveName(const VPathString& name);
+  void setNames(const TVMemberNames& names);
 
  private:
   std::string_view pathModel() const;

@@ -121,7 +121,7 @@ int TVLogOptions::mode() const {
 }
 
 void TVLogOptions::setOldestFirst(VBool on) { setBit(&flags, kOldestFirst, on); }
-void TVLogOptions::setHeading(VBool on) { setBit(&flags, kNoHeading, !on); }
+void TVLogOptions::setNoHeading(VBool on) { setBit(&flags, kNoHeading, on); }
 
 // A "*" in an end would make another range of the two.
 VBool TVLogOptions::validate(TVProjectFolderHandle& project, VBool report) const {

@@ -24,7 +24,7 @@ class TVOptionsBase {
   // and, if `report`, an alert at the end. The base has nothing to object to.
   virtual VBool validate(TVProjectFolderHandle& project, VBool report);
   // The same for the project that `item` stands in. True for no item, and outside a project.
-  VBool prepare(const TVHandle* item, VBool report);
+  virtual VBool prepare(const TVHandle* item, VBool report);
 };
 
 // A check-out.
@@ -196,7 +196,7 @@ class TVLogOptions {
   // 0 if the flags hold more than one mode, or none that is known.
   int mode() const;
   void setOldestFirst(VBool on);
-  void setHeading(VBool on);
+  void setNoHeading(VBool on);
 
   VString revisionFrom;  // Empty ends are open.
   VString revisionTo;

@@ -131,6 +131,7 @@ TVObject* TVArchiveFolder52Options::makeObject(const VString& name, const VStrin
 
 // The record lies in the owner's public file if it has one, else in the private one: never in both.
 int TVArchiveMember52::writeChild(TVHandle& context, TVStorageLock* ownerLock) {
+  recordNames_.reset();
   auto* writer = static_cast<TVDataFileWriter*>(ownerLock);
   if (writer == nullptr) return kResultNotWritten;
   const Side side = writer->path(Side::kPublic).isEmpty() ? Side::kPrivate : Side::kPublic;

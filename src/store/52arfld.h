@@ -92,9 +92,11 @@ class TVArchiveMember52 : public TVArchiveMember {
   // Takes back the present user's locks, then checks out if the mode says so.
   int unlockRevision(TVHandle& context, const TVUnlockOptions& options);
   // Creates the archive and checks the workfile in, unless there is an archive; then stores the
-  // member in its folder, in place of one without an archive.
+  // member in its folder, in place of its record without an archive. kResultNotWritten where that
+  // failed: a second call finds the archive and stores the member.
   int createArchive(TVHandle& context, const TVPutOptions& options);
-  // Names the archive by the project's configuration, as far as it has no name yet.
+  // Names the archive by the project's configuration, as far as it has no name yet; in memory only.
+  // kResultFailed also where another member of the folder has these names.
   int computeArchiveName(TVHandle& context);
 
   // From the archive's summary.
@@ -114,10 +116,23 @@ class TVArchiveMember52 : public TVArchiveMember {
     std::unique_ptr<TVArchiveInfo52> owned;
   };
 
-  int makeArchive(TVHandle& context, const VString& description);
-  int computeArchivePath(TVHandle& context, const VPathString& computed);
-  int storeInOwner(TVHandle& context, const TVMemberNames& before);
-  int takeLocks(TVHandle& context, bool wantsRevision, VString* revision);
+  // What an operation works on. Taken at its start: a sink that reads the folder meanwhile may take
+  // the member out of it, and then its names would mean other files.
+  struct Target {
+    VPathString archive;  // Empty without an archive name.
+    VString toolkitName;
+    VPathString workfile;
+  };
+
+  Target target() const { return {qualArchiveName(), toolkitName(), fullWorkName()}; }
+  static int checkOut(TVHandle& context, const Target& target, const TVGetOptions& options);
+  static int checkIn(TVHandle& context, const Target& target, const TVPutOptions& options);
+  static int makeArchive(TVHandle& context, const Target& target, const VString& description);
+  static int takeLocks(TVHandle& context, const Target& target, bool wantsRevision,
+                       VString* revision);
+  int computeNames(TVHandle& context, TVMemberNames* names) const;
+  int storeIn(TVObject* folder, TVHandle& context, const TVMemberNames& wanted);
+  int writeRecord(TVObject* folder, TVHandle& folderHandle, const TVMemberNames& wanted);
   void forgetTrunk();
   static void giveBack(TrvsRevTree* tree);
   int LoadArchiveInfo(TVHandle& context, VPathString* path, LoadedInfo* loaded);
@@ -126,6 +141,8 @@ class TVArchiveMember52 : public TVArchiveMember {
   int infoField(TVHandle& context, Value* out, Take take);
 
   TrvsRevTree* tree_ = nullptr;  // The toolkit's; given back to it and never freed otherwise.
+  // The names of the record, while those in memory have been computed and not been stored.
+  std::unique_ptr<TVMemberNames> recordNames_;
 };
 
 class TVArchiveMember52Options : public TVArchiveMemberOptions {

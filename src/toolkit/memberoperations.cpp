@@ -5,6 +5,8 @@
 // status. Brackets hold for the toolkit call alone: what follows may enter again.
 #include <memory>
 #include <new>
+#include <string>
+#include <string_view>
 #include <vector>
 
 #include "btkf520/btkf520.h"
@@ -22,6 +24,7 @@ namespace {
 
 constexpr int32_t kToolkitContext = -1;
 constexpr int32_t kPathSize = 2049;
+constexpr int32_t kArchiveExists = 3;
 
 int refuse(TVHandle& context, int32_t code, int result) {
   context.sink().notice(context, FolderMessage(code));
@@ -39,36 +42,64 @@ int32_t fetchLockedRevision(const VString& archive, const VString& user, VString
   return status;
 }
 
+// The first of the project's archive directories.
+int firstArchiveDirectory(TVHandle& context, VPathString* directory) {
+  std::string all;
+  {
+    TVToolkitBracket bracket(context);
+    QueryConfigurationItem(kItemArchiveDirs, &all);
+  }
+  std::string_view dirs(all.c_str());
+  if (dirs.empty()) return refuse(context, kFolderNoArchiveDirectories, kResultFailed);
+  if (dirs.starts_with(';')) dirs.remove_prefix(1);
+  *directory = dirs.substr(0, dirs.find(';'));
+  return kResultDone;
+}
+
+// The member that a folder has under these names, null for none.
+TVObject* findMember(TVObject& folder, const TVMemberNames& names) {
+  const TVArchiveMember52 like(names, &folder, false);
+  return static_cast<TVObject*>(folder.children().find(&like));
+}
+
 }  // namespace
 
 // Check-out and check-in
 // -----------------------------------------------------------------------------
 
 int TVArchiveMember52::getRevision(TVHandle& context, const TVGetOptions& options) {
-  const VPathString path = qualArchiveName();
-  if (path.isEmpty()) return refuse(context, kFolderNoArchiveName, kResultMissing);
+  return checkOut(context, target(), options);
+}
+
+int TVArchiveMember52::checkOut(TVHandle& context, const Target& target,
+                                const TVGetOptions& options) {
+  if (target.archive.isEmpty()) return refuse(context, kFolderNoArchiveName, kResultMissing);
   int32_t status;
   {
     TVToolkitBracket bracket(context);
-    status = TrvsGetRevision(kToolkitContext, toolkitName().text(), 0, options.revision.text(),
+    status = TrvsGetRevision(kToolkitContext, target.toolkitName.text(), 0, options.revision.text(),
                              options.cutoffDate.text(), options.otherDate.text(), 0,
                              options.promotionGroup.text(), 0, options.flags);
   }
-  return reportToolkitStatus(context, status, path.text());
+  return reportToolkitStatus(context, status, target.archive.text());
 }
 
 int TVArchiveMember52::putRevision(TVHandle& context, const TVPutOptions& options) {
-  const VPathString path = qualArchiveName();
-  if (path.isEmpty()) return refuse(context, kFolderNoArchiveName, kResultMissing);
+  return checkIn(context, target(), options);
+}
+
+int TVArchiveMember52::checkIn(TVHandle& context, const Target& target,
+                               const TVPutOptions& options) {
+  if (target.archive.isEmpty()) return refuse(context, kFolderNoArchiveName, kResultMissing);
   int32_t status;
   {
     TVToolkitBracket bracket(context);
-    status = TrvsPutRevision(kToolkitContext, 0, toolkitName().text(), 0,
+    status = TrvsPutRevision(kToolkitContext, 0, target.toolkitName.text(), 0,
                              nullIfEmpty(options.revision), nullIfEmpty(options.text2),
                              nullIfEmpty(options.description), nullIfEmpty(options.text1),
                              nullIfEmpty(options.promotionGroup), nullptr, 0, options.flags);
   }
-  return reportToolkitStatus(context, status, path.text());
+  return reportToolkitStatus(context, status, target.archive.text());
 }
 
 // Unlock
@@ -76,145 +107,159 @@ int TVArchiveMember52::putRevision(TVHandle& context, const TVPutOptions& option
 
 int TVArchiveMember52::unlockRevision(TVHandle& context, const TVUnlockOptions& options) {
   using Options = TVUnlockOptions;
-  if (toolkitName().isEmpty()) return refuse(context, kFolderNoArchiveName, kResultMissing);
+  const Target about = target();
   const int32_t mode = options.mode;
+  if (about.toolkitName.isEmpty()) return refuse(context, kFolderNoArchiveName, kResultMissing);
   const bool wantsLocked =
       mode == Options::kGetLockedReadOnly || mode == Options::kGetLockedWritable;
-  TVGetOptions checkOut;
-  if (const int result = takeLocks(context, wantsLocked, &checkOut.revision)) return result;
+  TVGetOptions get;
+  if (const int result = takeLocks(context, about, wantsLocked, &get.revision)) return result;
   switch (mode) {
     case Options::kGetReadOnly:
     case Options::kGetLockedReadOnly:
-      checkOut.setReadOnly();
+      get.setReadOnly();
       break;
     case Options::kGetWritable:
     case Options::kGetLockedWritable:
-      checkOut.setWritable();
+      get.setWritable();
       break;
     default:
       return kResultDone;
   }
-  checkOut.setOverwriteAlways();
-  return getRevision(context, checkOut);
+  get.setOverwriteAlways();
+  return checkOut(context, about, get);
 }
 
 // Takes back the present user's locks, and tells before which revision was locked.
-int TVArchiveMember52::takeLocks(TVHandle& context, bool wantsRevision, VString* revision) {
+int TVArchiveMember52::takeLocks(TVHandle& context, const Target& target, bool wantsRevision,
+                                 VString* revision) {
   try {
     VString user;
     if (const int result = fetchUser(context, &user)) return result;
-    const VString archive = toolkitName();
     int32_t lockStatus = 0;
     int32_t status = 0;
     {
       TVToolkitBracket bracket(context);
-      if (wantsRevision) lockStatus = fetchLockedRevision(archive, user, revision);
+      if (wantsRevision) lockStatus = fetchLockedRevision(target.toolkitName, user, revision);
       if (lockStatus == 0) {
-        status = TrvsUnLockRevision(kToolkitContext, archive.text(), nullptr, user.text());
+        status =
+            TrvsUnLockRevision(kToolkitContext, target.toolkitName.text(), nullptr, user.text());
       }
     }
     if (lockStatus != 0) return reportToolkitStatus(context, lockStatus, nullptr);
-    return reportToolkitStatus(context, status, qualArchiveName().text());
+    return reportToolkitStatus(context, status, target.archive.text());
   } catch (const std::bad_alloc&) {
     context.sink().error(context, FolderMessage(kFolderNoMemory));
     return kResultNoMemory;
   }
 }
 
-// A new archive
-// --------------------------------------------------------------------------------------
+// The name of an archive
+// -------------------------------------------------------------------------------
 
 int TVArchiveMember52::computeArchiveName(TVHandle& context) {
-  if (names().workName.isEmpty()) return refuse(context, kFolderNoWorkfileName, kResultFailed);
-  if (!names().archivePath.isEmpty() && !names().archiveName.isEmpty()) return kResultDone;
-  char buffer[kPathSize] = {};
-  int32_t status;
-  {
-    TVToolkitBracket bracket(context);
-    status = TrvsComputeArchiveName(names().workName.text(), buffer, kPathSize);
-  }
-  if (status != 0) return reportToolkitStatus(context, status, qualArchiveName().text());
-  const VPathString computed(buffer);
-  if (computed.isEmpty()) return refuse(context, kFolderNoArchiveName, kResultFailed);
-  setArchiveName(computed.fileNamePart());
-  return names().archivePath.isEmpty() ? computeArchivePath(context, computed) : kResultDone;
-}
-
-// The directory of the computed name or, without one, the first of the project's.
-int TVArchiveMember52::computeArchivePath(TVHandle& context, const VPathString& computed) {
-  VPathString directory = computed.directoryPart();
-  if (computed.fileNamePart() == computed) {
-    std::string all;
-    {
-      TVToolkitBracket bracket(context);
-      QueryConfigurationItem(kItemArchiveDirs, &all);
+  TVMemberNames wanted = names();
+  const int result = computeNames(context, &wanted);
+  if (wanted == names()) return result;
+  const bool isCached = !isTransient() && owner() != nullptr;
+  if (isCached) {
+    if (findMember(*owner(), wanted) != nullptr) {
+      context.sink().notice(context, ToolkitMessage(kArchiveExists, wanted.archiveName.text()));
+      return kResultFailed;
     }
-    std::string_view dirs(all.c_str());
-    if (dirs.empty()) return refuse(context, kFolderNoArchiveDirectories, kResultFailed);
-    if (dirs.starts_with(';')) dirs.remove_prefix(1);
-    directory = dirs.substr(0, dirs.find(';'));
+    if (recordNames_ == nullptr) recordNames_ = std::make_unique<TVMemberNames>(names());
   }
-  setArchivePath(directory);
-  return kResultDone;
+  setNames(wanted);
+  return result;
 }
 
-// An archive that is there already becomes the member's own, without a check-in.
-int TVArchiveMember52::createArchive(TVHandle& context, const TVPutOptions& options) {
-  TVReferenceHold hold(this);
-  const TVMemberNames before = names();
-  if (const int result = computeArchiveName(context)) return result;
-  if (!names().areStorable(context)) return kResultFailed;
-  int result = kResultDone;
-  if (!qualArchiveName().exists()) {
-    result = makeArchive(context, options.description);
-    if (result != kResultDone) return result;
-    result = putRevision(context, options);
-  }
-  const int stored = storeInOwner(context, before);
-  return result != kResultDone ? result : stored;
-}
-
-int TVArchiveMember52::makeArchive(TVHandle& context, const VString& description) {
+int TVArchiveMember52::computeNames(TVHandle& context, TVMemberNames* names) const {
+  if (names->workName.isEmpty()) return refuse(context, kFolderNoWorkfileName, kResultFailed);
+  if (!names->archivePath.isEmpty() && !names->archiveName.isEmpty()) return kResultDone;
+  char buffer[kPathSize] = {};
   const VPathString path = qualArchiveName();
   int32_t status;
   {
     TVToolkitBracket bracket(context);
-    status = TrvsCreateArchive(path.text(), fullWorkName().text(), nullIfEmpty(description),
-                               nullptr, 0, 0);
+    status = TrvsComputeArchiveName(names->workName.text(), buffer, kPathSize);
   }
-  return reportToolkitStatus(context, status, path.text());
+  if (status != 0) return reportToolkitStatus(context, status, path.text());
+  const VPathString computed(buffer);
+  if (computed.isEmpty()) return refuse(context, kFolderNoArchiveName, kResultFailed);
+  names->archiveName = computed.fileNamePart();
+  if (!names->archivePath.isEmpty()) return kResultDone;
+  if (computed.fileNamePart() == computed)
+    return firstArchiveDirectory(context, &names->archivePath);
+  names->archivePath = computed.directoryPart();
+  return kResultDone;
 }
 
-// A transient member is stored as one of its own. A cached one has got its archive's name
-// meanwhile: its record goes, also if the folder was read again and brought it back under its
-// former name.
-int TVArchiveMember52::storeInOwner(TVHandle& context, const TVMemberNames& before) {
+// A new archive
+// --------------------------------------------------------------------------------------
+
+// An archive that is there already becomes the member's own, without a check-in.
+int TVArchiveMember52::createArchive(TVHandle& context, const TVPutOptions& options) {
+  TVReferenceHold hold(this);
   TVObject* const folder = owner();
-  if (folder == nullptr) return kResultDone;
-  const TVMemberNames present = names();
-  const bool renamed = !isTransient() && !(before == present);
+  TVReferenceHold folderHold(folder);
+  TVMemberNames wanted = names();
+  if (const int result = computeNames(context, &wanted)) return result;
+  const Target about = TVArchiveMember52(wanted, folder, true).target();
+  int result = kResultDone;
+  if (!about.archive.exists()) {
+    result = makeArchive(context, about, options.description);
+    if (result != kResultDone) return result;
+    result = checkIn(context, about, options);
+  }
+  const int stored = storeIn(folder, context, wanted);
+  return result != kResultDone ? result : stored;
+}
+
+int TVArchiveMember52::makeArchive(TVHandle& context, const Target& target,
+                                   const VString& description) {
+  int32_t status;
+  {
+    TVToolkitBracket bracket(context);
+    status = TrvsCreateArchive(target.archive.text(), target.workfile.text(),
+                               nullIfEmpty(description), nullptr, 0, 0);
+  }
+  return reportToolkitStatus(context, status, target.archive.text());
+}
+
+// The folder is read again first, to be asked whether it has the record, and a member is known
+// there by the names of its record.
+int TVArchiveMember52::storeIn(TVObject* folder, TVHandle& context, const TVMemberNames& wanted) {
+  if (isTransient()) setNames(wanted);
+  if (folder == nullptr || folder->isDeleted()) return kResultDone;
+  if (recordNames_ != nullptr && owner() == folder) setNames(*recordNames_);
+  recordNames_.reset();
   TVHandle folderHandle(&context.sink(), folder);
-  TVHandle stored(&context.sink(), nullptr);
+  TVUseScope use(folder, folderHandle);
+  if (findMember(*folder, wanted) != nullptr) return kResultDone;
   // The caller may hold the folder already, and then writes it at the end of its own edit.
-  auto held = std::make_unique<TVLockScope>(folderHandle, folder->storageLock() == nullptr);
+  const bool isHeld = folder->storageLock() != nullptr;
+  TVLockScope edit(folderHandle, !isHeld);
   if (folder->storageLock() == nullptr) return kResultNotWritten;
-  if (renamed) {
-    TVArchiveMember52 former(before, folder, false);
-    auto* record = static_cast<TVObject*>(folder->children().find(&former));
-    if (record != nullptr) record->destroyObject(folderHandle, true);
+  const int result = writeRecord(folder, folderHandle, wanted);
+  const bool isStored = isHeld || folder->endEdit(folderHandle);
+  return result == kResultDone && !isStored ? kResultNotWritten : result;
+}
+
+// A cached member is stored with all others; a transient one, or one that has lost its record
+// meanwhile, gets one of its own.
+int TVArchiveMember52::writeRecord(TVObject* folder, TVHandle& folderHandle,
+                                   const TVMemberNames& wanted) {
+  if (!isTransient() && owner() == folder) {
+    setNames(wanted);
     folder->setDirty(true);
+    return kResultDone;
   }
   VBool known;
-  TVObject* member = mergeIntoCache(new TVArchiveMember52(present, folder, false), &known);
-  if (!known && !folder->isDirty() && member->writeInOwner(folderHandle)) {
-    folder->dropWrites();
-    member->destroyObject(folderHandle, false);
-    return kResultNotWritten;
-  }
-  // What could not be stored is gone when the edit ends.
-  stored.attach(member);
-  held.reset();
-  return stored.isNull() ? kResultNotWritten : kResultDone;
+  TVObject* member = mergeIntoCache(new TVArchiveMember52(wanted, folder, false), &known);
+  if (known || folder->isDirty() || !member->writeInOwner(folderHandle)) return kResultDone;
+  folder->dropWrites();
+  member->destroyObject(folderHandle, false);
+  return kResultNotWritten;
 }
 
 }  // namespace foldapi

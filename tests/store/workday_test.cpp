@@ -1,6 +1,9 @@
 // A day of work through the classes, with real archives: what a desktop client does from morning to
 // evening, on one archive and on a whole tree of folders.
+#include <sys/stat.h>
+
 #include <algorithm>
+#include <csignal>
 
 #include "btkf520/btkf520.h"
 #include "core/result.h"
@@ -107,7 +110,7 @@ TEST_F(Workday, OnOneArchive) {
   const VString archive = motor.toolkitName();
   TVLogOptions log;
   log.setMode(TVLogOptions::kBrief);
-  log.setHeading(false);
+  log.setNoHeading(true);
   log.revisionFrom = "1.1";
   ASSERT_EQ(project_.reportLog(archive.text(), log), 0);
   const std::string report = reported();
@@ -142,6 +145,7 @@ TEST_F(Workday, AnArchiveIsAddedToAMemberThatIsThere) {
     const std::string file = "pub/Motor.prj/control/trvsfold.pub";
     if (meanwhile) put(file, get(file) + "[DOCUMENT=/x;other_v;;other.c]\n");
     ASSERT_EQ(made.archiveAction4(create_), 0) << told();
+    EXPECT_EQ(status(made), kStatusReadable | kStatusHasRevisions) << "the caller's handle lives";
   }
   EXPECT_EQ(listing(control),
             "document vault|a.c_v||a.c\ndocument vault|b.c_v||b.c\ndocument /x|other_v||other.c\n");
@@ -161,6 +165,59 @@ TEST_F(Workday, AnArchiveIsAddedToAMemberThatIsThere) {
   EXPECT_EQ(member("lost.c", control, true).archiveAction4(create_), kResultFailed);
   EXPECT_NE(told().find("notice "), std::string::npos);
   EXPECT_EQ(listing(control).find("lost.c"), std::string::npos);
+}
+
+// Real faults: what the first call had named was never stored, and a failed write counted as done.
+TEST_F(Workday, WhatFailedCanBeDoneAgain) {
+  TVHandle control = folder("control", project_);
+  control.open();
+  const std::string file = "pub/Motor.prj/control/trvsfold.pub";
+  edit("a.c", "text\n");
+  TVArchiveMemberHandle made = member("a.c", control, false);
+  put("motor.cfg", "VCSDIR = " + path("none") + "\n");
+  EXPECT_EQ(made.archiveAction4(create_), kResultFailed);
+  put("motor.cfg", "VCSDIR = " + path("vault") + "\n");
+  EXPECT_EQ(static_cast<TVArchiveMember52*>(made.object())->computeArchiveName(made), 0);
+  const std::string before = get(file);
+  ::signal(SIGXFSZ, SIG_IGN);
+  {
+    const support::SizeLimit limit(40);
+    EXPECT_EQ(made.archiveAction4(create_), kResultFailed) << "no archive either";
+  }
+  EXPECT_EQ(get(file), before);
+  ASSERT_EQ(::chmod(path(file).c_str(), 0444), 0);
+  EXPECT_EQ(made.archiveAction4(create_), kResultNotWritten);
+  EXPECT_EQ(get(file), before);
+  ASSERT_EQ(::chmod(path(file).c_str(), 0644), 0);
+  told();
+  ASSERT_EQ(made.archiveAction4(create_), 0) << told();
+  EXPECT_EQ(status(made), kStatusReadable | kStatusHasRevisions);
+  EXPECT_NE(get(file).find("vault;a.c_v;;a.c]"), std::string::npos);
+  EXPECT_EQ(get(file).find("[DOCUMENT=;"), std::string::npos);
+}
+
+// Real faults: the names of a member that leaves its folder while the toolkit asks meant other
+// files.
+TEST_F(Workday, KeepsToItsFilesWhileTheFolderIsReadAgain) {
+  struct ReadingSink : support::RecordingSink {
+    TVHandle* folder = nullptr;
+    int canContinue(Handle&) override {
+      folder->open();
+      folder->close();
+      return 1;
+    }
+  } reading;
+  TVHandle control = folder("control", project_);
+  reading.folder = &control;
+  edit("a.c", "work\n");
+  member("a.c", control, false);
+  TVHandle kept = member("a.c", control, false);
+  put("pub/Motor.prj/control/trvsfold.pub", "[DOCUMENT=;;;other.c]\n");
+  kept.setSink(&reading);
+  EXPECT_EQ(kept.archiveAction4(create_), 0) << reading.told();
+  EXPECT_FALSE(VPathString(path("work/a.c")).exists()) << "checked in";
+  EXPECT_TRUE(VPathString(path("vault/a.c_v")).exists());
+  EXPECT_EQ(listing(control), "document vault|a.c_v||a.c\ndocument |||other.c\n");
 }
 
 // A failure in the middle doesn't end a broadcast; the user does.
@@ -192,7 +249,6 @@ TEST_F(Workday, OnAWholeTree) {
 
   // From the root down each project works with its own configuration: the model asks for a group.
   TVHandle root(&user, project_.object()->owner());
-  TVPutOptions label;
   get.setLock();
   get.promotionGroup = "none";
   EXPECT_EQ(root.archiveAction1(get), kResultFailed);

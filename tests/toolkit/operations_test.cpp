@@ -311,10 +311,10 @@ TEST_F(Operations, CheckThePromotionGroupOfACheckOut) {
   fakeToolkit().groups["B"] = 3;
   EXPECT_TRUE(project.validatePromotion(lock, nullptr));
   // The query is repeated while it fails, but not for ever; too small a buffer grows to 16 bits.
+  fakeToolkit().groups["B"] = 2;
   fakeToolkit().statuses = {{"QueryItem", {5}}};
   EXPECT_TRUE(project.validatePromotion(lock, nullptr));
   fakeToolkit().statuses = {{"QueryItem", {5, 5, 0}}};
-  fakeToolkit().groups["B"] = 2;
   EXPECT_FALSE(project.validatePromotion(lock, nullptr));
   fakeToolkit().statuses = {{"QueryItem", {8}}};
   EXPECT_TRUE(project.validatePromotion(lock, nullptr));
@@ -434,7 +434,7 @@ TEST(Options, SetSingleBits) {
   EXPECT_EQ(diff.flags, 0x15U);
   TVLogOptions log;
   log.setOldestFirst(true);
-  log.setHeading(false);
+  log.setNoHeading(true);
   const uint32_t bits[] = {0, 0, 0x20, 0x80, 0x10, 0x40, 0x1, 0x2, 0x8, 0};
   for (int mode = 0; mode <= 9; ++mode) {
     log.setMode(mode);
