@@ -279,8 +279,12 @@ int TVArchiveMember52::describe(TVHandle& context, uint32_t* status) {
   return result;
 }
 
-TVObject* TVArchiveMember52Options::makeObject(const TVMemberNames& names, TVHandle&,
+TVObject* TVArchiveMember52Options::makeObject(const TVMemberNames& names, TVHandle& context,
                                                TVObject* owner, VBool transient) {
+  if (names.workName.isEmpty() && names.archiveName.isEmpty()) {
+    context.sink().notice(context, FolderMessage(kFolderNoWorkfileName));
+    return nullptr;
+  }
   return new TVArchiveMember52(names, owner, transient);
 }
 

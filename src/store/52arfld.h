@@ -148,6 +148,7 @@ class TVArchiveMember52 : public TVArchiveMember {
 class TVArchiveMember52Options : public TVArchiveMemberOptions {
  public:
   TVArchiveMember52Options() : TVArchiveMemberOptions(2) {}
+  // Null, after a notice, for names without a workfile and without an archive.
   TVObject* makeObject(const TVMemberNames& names, TVHandle& context, TVObject* owner,
                        VBool transient) override;
 };

@@ -119,6 +119,9 @@ TEST_F(Changes, RefusedChangesLeaveEveryFileAlone) {
                                       {"a", "/v/a;b_v"}}) {
     AddExistingArchive(project, work, archive);
   }
+  for (const auto& [work, archive] : {std::pair("", ""), {nullptr, nullptr}, {"src/", "/a/"}}) {
+    AddExistingArchive(project, work, archive);
+  }
   EXPECT_EQ(scratch_.changedSince(before), Names());
   EXPECT_STREQ(GetProjectPrivateDir(project), "/w/ann");
   // Nor does a refused text keep the project from what others wrote by the next change.

@@ -6,6 +6,7 @@
 #include "store/52promo.h"
 #include "store/storefixture.h"
 #include "support/sizelimit.h"
+#include "toolkit/messages.h"
 
 namespace store_test {
 namespace {
@@ -153,6 +154,9 @@ TEST_F(Store, MembersReportWhatIsWrongWithTheirArchive) {
   EXPECT_EQ(told(),
             "notice Unable to access the archive x_v. Either the archive does not exist, or "
             "is not a TRVS archive.\n");
+  EXPECT_TRUE(TVArchiveMemberHandle::create({"v", "", "w", ""}, project, theNoLock(), nullptr, 1, 0)
+                  .isNull());
+  EXPECT_EQ(told(), "notice " + FolderMessage(kFolderNoWorkfileName).str() + "\n");
 }
 
 }  // namespace
