@@ -30,8 +30,8 @@
  *            the end closes it. So a walk that runs to its end is balanced; whoever leaves one
  *            early calls the parent's close function. There is one cursor for each parent: walks
  *            of the same parent can't be nested. A find leaves it where it is, unless it has to
- *            sort first, after a change of the sort type or an addition: a sort takes it back to the
- *            first child.
+ *            sort first, after a change of the sort type or an addition: a sort takes it back
+ *            to the first child.
  *
  * Finds      A find ignores the case of the letters A to Z and gives the first match, or null. Keep
  *            the parent open while the result is in use.
@@ -193,9 +193,9 @@ FOLDAPI_EXPORT TVHandle* FindArchiveInFolder(TVHandle* parent, const char* name)
 /* Appends a record that pairs the path of a workfile, which may be relative, with the path of an
  * archive to the parent's data file: trvsfold.pub of a project or a public folder, trvsfold.prv of
  * a private folder. Neither path is looked at on disk. A pair that is there already stays as it is.
- * Refused is what a record can't hold: a line break or a "]" anywhere, and a ";" anywhere but in the
- * workfile's name; and a pair of which neither path names a file. To see whether it worked, find the
- * archive. */
+ * Refused is what a record can't hold: a line break or a "]" anywhere, and a ";" anywhere but in
+ * the workfile's name; and a pair of which neither path names a file. To see whether it worked,
+ * find the archive. */
 FOLDAPI_EXPORT void AddExistingArchive(TVHandle* parent, const char* workfile, const char* archive);
 
 /* The first open has the archive toolkit read the archive's branches. */
