@@ -3,104 +3,51 @@
 
 #include <gtest/gtest.h>
 
-#include <optional>
-
 #include "runtime/files.h"
 #include "support/files.h"
+#include "support/table.h"
 
 namespace foldapi {
 namespace {
 
 TEST(NormalisePath, ResolvesDotsBelowTheRoot) {
-  const char* const cases[][2] = {
-      {"", ""},
-      {".", "."},
-      {"..", ".."},
-      {"a\\..", "."},
-      {"a\\..\\..\\b", "..\\b"},
-      {"..\\..\\a", "..\\..\\a"},
-      {"\\..\\a", ""},
-      {"/a/../..", ""},
-      {"/a/..", "/"},
-      {"c:\\a\\..", "c:\\"},
-      {"c:\\..", ""},
-      {"c:a\\..\\..", "c:.."},
-      {"c:a\\..", "c:."},
-      {"c:", "c:"},
-      {"c:\\", "c:\\"},
-      {"a.\\b.", "a\\b"},
-      {"a...\\..\\b", "b"},
-      {"a//b///c/", "a/b/c"},
-      {"a\\.\\b/c", "a\\b\\c"},
-      {"\\\\server\\share\\..\\x", "\\\\server\\x"},
-      {"/home/ann/./db", "/home/ann/db"},
-      {"a..b/../c", "c"},
-      {".hidden/..x", ".hidden/..x"},
-  };
+  const auto cases = support::table<2>(R"(
+       -> | . -> . | .. -> .. | a\.. -> . | a\..\..\b -> ..\b | ..\..\a -> ..\..\a | \..\a ->
+      /a/../.. -> | /a/.. -> / | c:\a\.. -> c:\ | c:\.. -> | c:a\..\.. -> c:.. | c:a\.. -> c:.
+      c: -> c: | c:\ -> c:\ | a.\b. -> a\b | a...\..\b -> b | a//b///c/ -> a/b/c | a..b/../c -> c
+      a\.\b/c -> a\b\c | \\server\share\..\x -> \\server\x | .hidden/..x -> .hidden/..x)");
   for (const auto& [path, want] : cases) EXPECT_EQ(normalisePath(path), want) << path;
 }
 
 TEST(JoinPath, AddsOneSeparatorOfTheOperands) {
-  const char* const cases[][3] = {
-      {"c:\\x", "y", "c:\\x\\y"},
-      {"c:\\x", "d:\\y", "d:\\y"},
-      {"c:", "y", "c:y"},
-      {"x", "y", "x/y"},
-      {"x", "y\\z", "x\\y\\z"},
-      {"/x", "y\\z", "/x/y\\z"},
-      {"x\\", "y", "x\\y"},
-      {"x", "\\y", "x\\y"},
-      {"", "y", "y"},
-      {"x", "", "x"},
-      {"/x", "/y", "/y"},
-      {"x", "\\\\s\\h", "\\\\s\\h"},
-      {"x", "//s/h", "//s/h"},
-  };
+  const auto cases = support::table<3>(R"(
+      c:\x -> y -> c:\x\y | c:\x -> d:\y -> d:\y | c: -> y -> c:y   | x -> y -> x/y   | x\ -> y -> x\y
+      x -> y\z -> x\y\z   | /x -> y\z -> /x/y\z  | x -> \y -> x\y   | -> y -> y       | x -> -> x
+      /x -> /y -> /y      | x -> \\s\h -> \\s\h  | x -> //s/h -> //s/h)");
   for (const auto& [dir, name, want] : cases) {
     EXPECT_EQ(joinPath(dir, name), want) << dir << " and " << name;
   }
 }
 
 TEST(BuildPath, ReplacesDirectoryAndExtension) {
-  struct Case {
-    std::optional<std::string> dir;
-    const char* name;
-    std::optional<std::string> extension;
-    const char* want;
-  };
-  const Case cases[] = {
-      {std::nullopt, "a\\b.c", "h", "a\\b.h"},
-      {"d", "a\\b.c", std::nullopt, "d\\b.c"},
-      {"d\\", "b", "prj", "d\\b.prj"},
-      {"d", "b.tar.gz", "", "d/b.tar"},
-      {std::nullopt, ".profile", std::nullopt, ".profile"},
-      {std::nullopt, "b.", std::nullopt, "b"},
-      {"", "b.c", std::nullopt, "b.c"},
-      {"a/b\\..", "x.y", std::nullopt, "a/x.y"},
-      {"c:", "x", "y", "c:x.y"},
-  };
-  for (const Case& c : cases) {
-    EXPECT_EQ(buildPath(c.dir ? &*c.dir : nullptr, c.name, c.extension ? &*c.extension : nullptr),
-              c.want)
-        << c.name;
+  // "none" stands for no text at all.
+  const auto cases = support::table<4>(R"(
+      none -> a\b.c -> h -> a\b.h       | d -> a\b.c -> none -> d\b.c | d\ -> b -> prj -> d\b.prj
+      d -> b.tar.gz -> -> d/b.tar       | none -> b. -> none -> b     | -> b.c -> none -> b.c
+      none -> .profile -> none -> .profile | a/b\.. -> x.y -> none -> a/x.y | c: -> x -> y -> c:x.y)");
+  for (const auto& [dir, name, extension, want] : cases) {
+    const auto given = [](const std::string& text) { return text == "none" ? nullptr : &text; };
+    EXPECT_EQ(buildPath(given(dir), name, given(extension)), want) << name;
   }
 }
 
 TEST(RelativePath, CutsTheBaseAtAComponentOnly) {
-  const char* const cases[][3] = {
-      {"c:\\x", "C:\\X\\y\\z", "y\\z"},
-      {"c:\\x", "c:\\xy", "c:\\xy"},
-      {"c:\\x", "c:\\x", ""},
-      {"c:\\x", "\\X\\y", "y"},
-      {"c:\\x", "d:\\x\\y", "d:\\x\\y"},
-      {"c:\\x", "y", "y"},
-      {"\\\\srv\\share\\x", "\\share\\X\\y", "y"},
-      {"\\\\srv\\share\\x", "\\\\SRV\\share\\x\\y", "y"},
-      {"/home/ann", "/home/ann/db", "db"},
-      {"/home/ann", "/home/Ann/db", "/home/Ann/db"},
-      {"/home/ann", "/home/anna", "/home/anna"},
-      {"", "/home", "/home"},
-  };
+  const auto cases = support::table<3>(R"(
+      c:\x -> C:\X\y\z -> y\z | c:\x -> c:\xy -> c:\xy | c:\x -> c:\x -> | c:\x -> \X\y -> y
+      c:\x -> d:\x\y -> d:\x\y | c:\x -> y -> y        | \\srv\share\x -> \share\X\y -> y
+      \\srv\share\x -> \\SRV\share\x\y -> y            | /home/ann -> /home/ann/db -> db
+      /home/ann -> /home/Ann/db -> /home/Ann/db | /home/ann -> /home/anna -> /home/anna
+      -> /home -> /home)");
   for (const auto& [base, path, want] : cases) {
     EXPECT_EQ(relativePath(base, path), want) << base << " and " << path;
   }
