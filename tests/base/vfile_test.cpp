@@ -2,10 +2,9 @@
 #include "base/vfile.h"
 
 #include <gtest/gtest.h>
-#include <sys/resource.h>
 
-#include "runtime/child_process.h"
 #include "support/files.h"
+#include "support/sizelimit.h"
 
 namespace foldapi {
 namespace {
@@ -97,19 +96,16 @@ TEST_F(VFileTest, ReadsOnlyWhenOpenedToRead) {
 TEST_F(VFileTest, ReportsAFullDiskAndKeepsTheFile) {
   const std::string old(90, 'x');
   support::writeFile(path_, old);
-  ChildProcess child([this](ChildProcess&) {
-    ::signal(SIGXFSZ, SIG_IGN);
-    const rlimit limit{100, 100};
-    ::setrlimit(RLIMIT_FSIZE, &limit);
+  {
+    const support::SizeLimit full(100);
     VFile file{VPathString(path_)};
-    if (!file.open(VFile::kReadWrite)) return 1;
+    ASSERT_TRUE(file.open(VFile::kReadWrite));
     file.seek(VFile::kEnd);
-    if (file.writeText(std::string(20, 'y')) != -1) return 2;
-    if (!file.open(VFile::kCreate)) return 3;
+    EXPECT_EQ(file.writeText(std::string(20, 'y')), -1);
+    ASSERT_TRUE(file.open(VFile::kCreate));
     file.writeText(std::string(200, 'z'));
-    return file.close() ? 4 : 0;
-  });
-  EXPECT_EQ(child.finish(), 0);
+    EXPECT_FALSE(file.close());
+  }
   EXPECT_EQ(bytes(), old);
 }
 

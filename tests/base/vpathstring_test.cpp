@@ -6,34 +6,20 @@
 #include <cstdio>
 #include <string>
 
+#include "support/table.h"
+
 namespace foldapi {
 namespace {
 
 TEST(PathString, FallsIntoDirectoryAndFileName) {
-  struct Case {
-    const char* path;
-    const char* directory;
-    const char* name;
-  };
-  const Case cases[] = {
-      {"name", "", "name"},
-      {"", "", ""},
-      {"c:\\dir\\name.c", "c:\\dir", "name.c"},
-      {"c:\\name", "c:\\", "name"},
-      {"c:name", "c:", "name"},
-      {"c:\\", "c:\\", ""},
-      {"c:", "c:", ""},
-      {"/home/ann", "/home", "ann"},
-      {"/home", "/", "home"},
-      {"/", "/", ""},
-      {"\\\\server\\share\\name", "\\\\server\\share", "name"},
-      {"dir/sub\\name", "dir/sub", "name"},
-      {"dir\\", "dir", ""},
-  };
-  for (const Case& c : cases) {
-    SCOPED_TRACE(c.path);
-    EXPECT_EQ(VPathString(c.path).directoryPart(), VPathString(c.directory));
-    EXPECT_EQ(VPathString(c.path).fileNamePart(), VPathString(c.name));
+  const auto cases = support::table<3>(R"(
+      name -> -> name | -> ->        | c:\dir\name.c -> c:\dir -> name.c | c:\name -> c:\ -> name
+      c:name -> c: -> name           | c:\ -> c:\ ->   | c: -> c: ->     | /home/ann -> /home -> ann
+      /home -> / -> home | / -> / -> | dir/sub\name -> dir/sub -> name   | dir\ -> dir ->
+      \\server\share\name -> \\server\share -> name)");
+  for (const auto& [path, directory, name] : cases) {
+    EXPECT_EQ(VPathString(path).directoryPart(), VPathString(directory)) << path;
+    EXPECT_EQ(VPathString(path).fileNamePart(), VPathString(name)) << path;
   }
 }
 

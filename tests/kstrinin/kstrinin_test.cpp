@@ -2,17 +2,18 @@
 #include "kstrinin/kstrinin.h"
 
 #include <gtest/gtest.h>
-#include <sys/resource.h>
 #include <sys/stat.h>
-#include <sys/wait.h>
-#include <unistd.h>
 
-#include <csignal>
 #include <filesystem>
+#include <memory>
 #include <optional>
 #include <string>
+#include <vector>
 
+#include "runtime/child_process.h"
 #include "support/files.h"
+#include "support/sizelimit.h"
+#include "support/table.h"
 
 namespace {
 
@@ -65,64 +66,47 @@ TEST_F(ProfileTest, QueryFindsTheFirstKeyInASectionOfThatName) {
       "[trvsgui]\r\n"
       "AGAIN=second part\r\n"
       "LAST=no line end");
-  struct Case {
-    const char* section;
-    const char* key;
-    std::optional<std::string> want;
-  };
-  const Case cases[] = {
-      {"[TRVSGUI]", "TRVSPROJ", "V:\\db"},
-      {"[First]", "trvsproj", "wrong section"},
-      {"[TRVSGUI]", "EMPTY", ""},
-      {"[TRVSGUI]", "QUOTED", " both blanks "},
-      {"[TRVSGUI]", "EQUALS", "a=b"},
-      {"[TRVSGUI]", "AGAIN", "second part"},
-      {"[TRVSGUI]", "LAST", "no line end"},
-      {"[Other]", "FOREIGN", "1"},
-      {"[TRVSGUI]", "FOREIGN", std::nullopt},
-      {"[TRVSGUI]", "TRVSPRO", std::nullopt},
-      {"[Absent]", "TRVSPROJ", std::nullopt},
-      {"[TRVSGUI]", "LASTX", std::nullopt},
-  };
-  for (const Case& c : cases) {
-    SCOPED_TRACE(std::string(c.section) + c.key);
-    EXPECT_EQ(query(c.section, c.key), c.want);
+  const auto cases = support::table<3>(R"(
+      [TRVSGUI] -> TRVSPROJ -> V:\db   | [First] -> trvsproj -> wrong section | [TRVSGUI] -> EMPTY ->
+      [TRVSGUI] -> EQUALS -> a=b       | [TRVSGUI] -> AGAIN -> second part    | [Other] -> FOREIGN -> 1
+      [TRVSGUI] -> LAST -> no line end | [TRVSGUI] -> FOREIGN -> none         | [TRVSGUI] -> LASTX -> none
+      [TRVSGUI] -> TRVSPRO -> none     | [Absent] -> TRVSPROJ -> none)");
+  for (const auto& [section, key, want] : cases) {
+    SCOPED_TRACE(section + key);
+    EXPECT_EQ(query(section.c_str(), key.c_str()).value_or("none"), want);
     EXPECT_EQ(error_, 0);
   }
+  EXPECT_EQ(query("[TRVSGUI]", "QUOTED"), " both blanks ");
   EXPECT_EQ(query("[TRVSGUI]", "LAST", 4), "no ") << "cut to the buffer";
   EXPECT_EQ(query("[TRVSGUI]", "LAST", 1), "");
 }
 
 TEST_F(ProfileTest, WriteChangesOneValueAndKeepsTheRest) {
-  struct Case {
+  const struct {
     const char* why;
     const char* before;
-    const char* key;
     const char* value;
     const char* after;
-  };
-  const Case cases[] = {
-      {"no content", "", "K", "v", "[S]\r\nK=v\r\n"},
-      {"value replaced, its line end and neighbours kept", "; top\n\n[S]\nA=1\nk = old \nB=2\n",
-       "K", "new", "; top\n\n[S]\nA=1\nk =new\nB=2\n"},
+  } cases[] = {
+      {"no content", "", "v", "[S]\r\nK=v\r\n"},
+      {"line end and neighbours kept", "; top\n\n[S]\nA=1\nk = old \nB=2\n", "new",
+       "; top\n\n[S]\nA=1\nk =new\nB=2\n"},
       {"added behind the last line of the section, ahead of the blank ones",
-       "[S]\r\nA=1\r\n\r\n[T]\r\nK=t\r\n", "K", "v", "[S]\r\nA=1\r\nK=v\r\n\r\n[T]\r\nK=t\r\n"},
-      {"section added", "[T]\nK=t", "K", "v", "[T]\nK=t\r\n[S]\r\nK=v\r\n"},
-      {"last line without an end", "[S]\nA=1", "K", "v", "[S]\nA=1\r\nK=v\r\n"},
-      {"found in a later part of the section", "[S]\nA=1\n[T]\n[s]\nK=1\n", "K", "2",
-       "[S]\nA=1\n[T]\n[s]\nK=2\n"},
-      {"a comment is no key", "[S]\n;K=1\n", "K", "2", "[S]\n;K=1\nK=2\r\n"},
-      {"blanks at the ends", "", "K", " v ", "[S]\r\nK=\" v \"\r\n"},
-      {"quotes of its own", "", "K", "\"v\"", "[S]\r\nK=\"\"v\"\"\r\n"},
-      {"Latin-1 and stray carriage return", "[S]\nA=\xE9\rx\nK=1\n", "K", "\xE9",
-       "[S]\nA=\xE9\rx\nK=\xE9\n"},
+       "[S]\r\nA=1\r\n\r\n[T]\r\nK=t\r\n", "v", "[S]\r\nA=1\r\nK=v\r\n\r\n[T]\r\nK=t\r\n"},
+      {"section added", "[T]\nK=t", "v", "[T]\nK=t\r\n[S]\r\nK=v\r\n"},
+      {"last line without an end", "[S]\nA=1", "v", "[S]\nA=1\r\nK=v\r\n"},
+      {"a later part of the section", "[S]\n[T]\n[s]\nK=1\n", "2", "[S]\n[T]\n[s]\nK=2\n"},
+      {"a comment is no key", "[S]\n;K=1\n", "2", "[S]\n;K=1\nK=2\r\n"},
+      {"blanks at the ends", "", " v ", "[S]\r\nK=\" v \"\r\n"},
+      {"quotes of its own", "", "\"v\"", "[S]\r\nK=\"\"v\"\"\r\n"},
+      {"Latin-1 and a stray CR", "[S]\nA=\xE9\rx\nK=1\n", "\xE9", "[S]\nA=\xE9\rx\nK=\xE9\n"},
   };
-  for (const Case& c : cases) {
+  for (const auto& c : cases) {
     SCOPED_TRACE(c.why);
     put(c.before);
-    EXPECT_TRUE(write("[S]", c.key, c.value));
+    EXPECT_TRUE(write("[S]", "K", c.value));
     EXPECT_EQ(content(), c.after);
-    EXPECT_EQ(query("[S]", c.key), c.value);
+    EXPECT_EQ(query("[S]", "K"), c.value);
   }
 }
 
@@ -131,34 +115,25 @@ TEST_F(ProfileTest, ErrorsTellWhatIsWrong) {
   char buffer[10] = "";
   const intptr_t open = KSTRIniOpen(path_.c_str());
   ASSERT_NE(open, 0);
-  EXPECT_EQ(KSTRQueryProfileString(open, "S", "K", buffer, 10), 0);
-  EXPECT_EQ(KSTRIniGetError(), -6);
-  EXPECT_EQ(KSTRQueryProfileString(open, "[S]", "K", nullptr, 10), 0);
-  EXPECT_EQ(KSTRIniGetError(), -10);
-  EXPECT_EQ(KSTRQueryProfileString(open, "[S]", "K", buffer, 0), 0);
-  EXPECT_EQ(KSTRIniGetError(), -10);
+  const auto error = [](intptr_t result) { return result == 0 ? KSTRIniGetError() : 0; };
+  EXPECT_EQ(error(KSTRQueryProfileString(open, "S", "K", buffer, 10)), -6);
+  EXPECT_EQ(error(KSTRQueryProfileString(open, "[S]", "K", nullptr, 10)), -10);
+  EXPECT_EQ(error(KSTRQueryProfileString(open, "[S]", "K", buffer, 0)), -10);
   for (const char* key : {"", "a=b", "a\nb", ";a", "[a", " a"}) {
-    EXPECT_EQ(KSTRWriteProfileString(open, "[S]", key, "v"), 0) << key;
-    EXPECT_EQ(KSTRIniGetError(), -7) << key;
+    EXPECT_EQ(error(KSTRWriteProfileString(open, "[S]", key, "v")), -7) << key;
   }
   for (const char* value : {"a\r\nB=2", "a\n", static_cast<const char*>(nullptr)}) {
-    EXPECT_EQ(KSTRWriteProfileString(open, "[S]", "K", value), 0);
-    EXPECT_EQ(KSTRIniGetError(), -8);
+    EXPECT_EQ(error(KSTRWriteProfileString(open, "[S]", "K", value)), -8);
   }
   EXPECT_EQ(KSTRIniClose(open), 1);
   for (const intptr_t handle : {open, intptr_t{0}, intptr_t{-1}, intptr_t{123456}}) {
-    EXPECT_EQ(KSTRIniClose(handle), 0);
-    EXPECT_EQ(KSTRIniGetError(), -1);
-    EXPECT_EQ(KSTRQueryProfileString(handle, "[S]", "K", buffer, 10), 0);
-    EXPECT_EQ(KSTRIniGetError(), -1);
+    EXPECT_EQ(error(KSTRIniClose(handle)), -1);
+    EXPECT_EQ(error(KSTRQueryProfileString(handle, "[S]", "K", buffer, 10)), -1);
   }
-  EXPECT_EQ(KSTRIniOpen(directory_.path().c_str()), 0) << "a directory";
-  EXPECT_EQ(KSTRIniGetError(), -4);
-  EXPECT_EQ(KSTRIniOpen(""), 0);
-  EXPECT_EQ(KSTRIniGetError(), -4);
+  EXPECT_EQ(error(KSTRIniOpen(directory_.path().c_str())), -4) << "a directory";
+  EXPECT_EQ(error(KSTRIniOpen("")), -4);
   put(std::string("[S]\0K=v", 7));
-  EXPECT_EQ(KSTRIniOpen(path_.c_str()), 0) << "not a text";
-  EXPECT_EQ(KSTRIniGetError(), -12);
+  EXPECT_EQ(error(KSTRIniOpen(path_.c_str())), -12) << "not a text";
   EXPECT_EQ(content(), std::string("[S]\0K=v", 7));
 }
 
@@ -190,74 +165,51 @@ TEST_F(ProfileTest, WriteKeepsModeAndLinkAndRefusesAReadOnlyFile) {
 TEST_F(ProfileTest, FailedWriteLeavesTheOldFileAndNothingBesideIt) {
   const std::string old = "[S]\r\nK=" + std::string(3000, 'x') + "\r\n";
   put(old);
-  const pid_t child = fork();
-  ASSERT_GE(child, 0);
-  if (child == 0) {
-    const rlimit limit{1000, 1000};
-    std::signal(SIGXFSZ, SIG_IGN);
-    setrlimit(RLIMIT_FSIZE, &limit);
-    const intptr_t handle = KSTRIniOpen(path_.c_str());
-    const bool refused = KSTRWriteProfileString(handle, "[S]", "L", "v") == 0;
-    _exit(refused && KSTRIniGetError() == -5 ? 0 : 1);
+  {
+    const support::SizeLimit full(1000);
+    EXPECT_FALSE(write("[S]", "L", "v"));
+    EXPECT_EQ(error_, -5);
   }
-  int status = 0;
-  ASSERT_EQ(waitpid(child, &status, 0), child);
-  EXPECT_EQ(status, 0);
   EXPECT_EQ(content(), old);
-  EXPECT_EQ(std::distance(fs::directory_iterator(directory_.path()), fs::directory_iterator()), 1);
+  EXPECT_EQ(support::entryCount(directory_.path()), 1);
 }
 
 TEST_F(ProfileTest, WritersInSeveralProcessesLoseNothing) {
   constexpr int kWriters = 4;
   constexpr int kKeys = 15;
+  const auto key = [](int writer, int i) {
+    return "K" + std::to_string(writer) + "_" + std::to_string(i);
+  };
+  std::vector<std::unique_ptr<foldapi::ChildProcess>> writers;
   for (int writer = 0; writer < kWriters; ++writer) {
-    const pid_t child = fork();
-    ASSERT_GE(child, 0);
-    if (child != 0) continue;
-    bool done = true;
-    const intptr_t handle = KSTRIniOpen(path_.c_str());  // Opened before the others wrote.
-    for (int i = 0; i < kKeys; ++i) {
-      const std::string key = "K" + std::to_string(writer) + "_" + std::to_string(i);
-      done = KSTRWriteProfileString(handle, "[S]", key.c_str(), "v") != 0 && done;
-    }
-    _exit(done ? 0 : 1);
+    const auto body = [&, writer](foldapi::ChildProcess&) {
+      const intptr_t handle = KSTRIniOpen(path_.c_str());  // Opened before the others wrote.
+      for (int i = 0; i < kKeys; ++i) {
+        if (KSTRWriteProfileString(handle, "[S]", key(writer, i).c_str(), "v") == 0) return 1;
+      }
+      return 0;
+    };
+    writers.push_back(std::make_unique<foldapi::ChildProcess>(body));
   }
+  for (const auto& writer : writers) EXPECT_EQ(writer->finish(), 0);
   for (int writer = 0; writer < kWriters; ++writer) {
-    int status = 0;
-    wait(&status);
-    EXPECT_EQ(status, 0);
-  }
-  for (int writer = 0; writer < kWriters; ++writer) {
-    for (int i = 0; i < kKeys; ++i) {
-      const std::string key = "K" + std::to_string(writer) + "_" + std::to_string(i);
-      EXPECT_EQ(query("[S]", key.c_str()), "v") << key;
-    }
+    for (int i = 0; i < kKeys; ++i) EXPECT_EQ(query("[S]", key(writer, i).c_str()), "v");
   }
 }
 
 TEST(UserProfile, ComesFromTheEnvironment) {
-  struct Case {
-    const char* why;
-    const char* named;
-    const char* config;
-    const char* home;
-    const char* want;
-  };
-  const Case cases[] = {
-      {"named", "/x/my.ini", "/c", "/h", "/x/my.ini"},
-      {"configuration directory", "", "/c", "/h", "/c/trevault/KSTR.INI"},
-      {"empty values count as none", "", "", "/h", "/h/.config/trevault/KSTR.INI"},
-      {"a relative directory counts as none", "", "c", "/h", "/h/.config/trevault/KSTR.INI"},
-  };
-  for (const Case& c : cases) {
-    SCOPED_TRACE(c.why);
-    const support::ScopedEnvironment named("KSTR_INI", c.named);
-    const support::ScopedEnvironment config("XDG_CONFIG_HOME", c.config);
-    const support::ScopedEnvironment home("HOME", c.home);
+  // The name, the configuration directory, the home. Empty or relative ones count as none.
+  const auto cases = support::table<4>(R"(
+      /x/my.ini -> /c -> /h -> /x/my.ini     | -> /c -> /h -> /c/trevault/KSTR.INI
+      -> -> /h -> /h/.config/trevault/KSTR.INI | -> c -> /h -> /h/.config/trevault/KSTR.INI)");
+  for (const auto& [name, configDirectory, homeDirectory, want] : cases) {
+    const support::ScopedEnvironment named("KSTR_INI", name);
+    const support::ScopedEnvironment config("XDG_CONFIG_HOME", configDirectory);
+    const support::ScopedEnvironment home("HOME", homeDirectory);
     char buffer[100] = "";
     EXPECT_NE(KSTRGetKESTRIANINI(buffer, sizeof buffer), 0);
-    EXPECT_STREQ(buffer, c.want);
-    EXPECT_EQ(KSTRGetKESTRIANINI(buffer, static_cast<uint32_t>(std::string(c.want).size())), 0)
+    EXPECT_EQ(buffer, want);
+    EXPECT_EQ(KSTRGetKESTRIANINI(buffer, static_cast<uint32_t>(want.size())), 0)
         << "no room for the NUL";
   }
 }

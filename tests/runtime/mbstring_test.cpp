@@ -5,6 +5,7 @@
 
 #include "runtime/paths.h"
 #include "support/files.h"
+#include "support/table.h"
 
 namespace foldapi {
 namespace {
@@ -23,27 +24,23 @@ class TwoByteCharacters : public testing::Test {
 };
 
 TEST(CharacterTable, HoldsTheAsciiClasses) {
-  struct Case {
+  const struct {
     unsigned char c;
-    unsigned classes;
-    char upper, lower;
+    CharacterEntry want;
+  } cases[] = {
+      {'A', {kCharUpper | kCharAlphanumeric | kCharHexDigit | kCharGraphic | kCharVowel, 'A', 'a'}},
+      {'z', {kCharLower | kCharAlphanumeric | kCharGraphic, 'Z', 'z'}},
+      {'7', {kCharDigit | kCharAlphanumeric | kCharHexDigit | kCharGraphic, '7', '7'}},
+      {'_', {kCharPunctuation | kCharGraphic, '_', '_'}},
+      {'\t', {kCharSpace | kCharBlank | kCharControl, '\t', '\t'}},
+      {0x7f, {kCharControl, 0x7f, 0x7f}},
+      {0xfc, {0, 0xfc, 0xfc}},
   };
-  const Case cases[] = {
-      {'A', kCharUpper | kCharAlphanumeric | kCharHexDigit | kCharGraphic | kCharVowel, 'A', 'a'},
-      {'z', kCharLower | kCharAlphanumeric | kCharGraphic, 'Z', 'z'},
-      {'7', kCharDigit | kCharAlphanumeric | kCharHexDigit | kCharGraphic, '7', '7'},
-      {'_', kCharPunctuation | kCharGraphic, '_', '_'},
-      {' ', kCharSpace | kCharBlank, ' ', ' '},
-      {'\t', kCharSpace | kCharBlank | kCharControl, '\t', '\t'},
-      {0x7f, kCharControl, 0x7f, 0x7f},
-      {0xfc, 0, static_cast<char>(0xfc), static_cast<char>(0xfc)},
-  };
-  for (const Case& c : cases) {
-    SCOPED_TRACE(int{c.c});
+  for (const auto& c : cases) {
     const CharacterEntry& entry = characterTable()[c.c];
-    EXPECT_EQ(entry.classes, c.classes);
-    EXPECT_EQ(entry.upper, static_cast<unsigned char>(c.upper));
-    EXPECT_EQ(entry.lower, static_cast<unsigned char>(c.lower));
+    EXPECT_EQ(std::tuple(entry.classes, entry.upper, entry.lower),
+              std::tuple(c.want.classes, c.want.upper, c.want.lower))
+        << int{c.c};
   }
   EXPECT_FALSE(hasLeadBytes());
   EXPECT_EQ(mbTrailOffset("\x81\\", 1), 0);
@@ -99,40 +96,20 @@ TEST_F(TwoByteCharacters, HideTheirTrailByteFromPathFunctions) {
 }
 
 TEST_F(TwoByteCharacters, OrderWithoutCase) {
-  struct Case {
+  const struct {
     const char* a;
     const char* b;
     int order;
-  };
-  const Case cases[] = {
-      {nullptr, nullptr, 0},
-      {nullptr, "", -1},
-      {"", nullptr, 1},
-      {"abc", "ABC", 0},
-      {"ab", "ABC", -1},
-      {"b", "A", 1},
-      {"z", "_", -1},
-      {"x\x81z", "x\x81Z", 1},
-      {"x\x81z", "xz", 1},
-      {"\x81z", "\x81z", 0},
-      {"\x81z",
-       "\x82"
-       "a",
-       -1},
-  };
-  for (const Case& c : cases) {
+  } cases[] = {{nullptr, nullptr, 0}, {nullptr, "", -1},       {"abc", "ABC", 0},
+               {"ab", "ABC", -1},     {"b", "A", 1},           {"z", "_", -1},
+               {"x\x81z", "xz", 1},   {"\x81z", "\x82 a", -1}, {"x\x81z", "x\x81Z", 1}};
+  for (const auto& c : cases) {
     SCOPED_TRACE(testing::Message() << (c.a ? c.a : "null") << " and " << (c.b ? c.b : "null"));
     EXPECT_EQ(mbCompareNoCase(c.a, c.b), c.order);
     EXPECT_EQ(mbCompareNoCase(c.b, c.a), -c.order);
   }
   EXPECT_EQ(mbCompareNoCaseN("ABx", "aby", 2), 0);
-  EXPECT_EQ(mbCompareNoCaseN("\x81"
-                             "ax",
-                             "\x81"
-                             "ay",
-                             1),
-            0)
-      << "counts characters, not bytes";
+  EXPECT_EQ(mbCompareNoCaseN("\x81 a", "\x81 b", 2), -1) << "counts characters, not bytes";
 }
 
 TEST(CharacterTable, IsLoadedWholeOrNotAtAll) {
@@ -159,24 +136,13 @@ TEST(CharacterTable, IsLoadedWholeOrNotAtAll) {
 }
 
 TEST(CleanFileName, DropsNoMoreThanItMust) {
-  struct Case {
-    const char* source;
-    size_t limit;
-    const char* want;
-  };
-  const Case cases[] = {
-      {"My Project", 8, "MyPrjct"},
-      {"Master Project", 8, "MstrPrjc"},
-      {"Accounts Payable", 8, "cntsPybl"},
-      {"PROJECTS", 8, "PROJECTS"},
-      {"abcdefgh_", 8, "bcdfgh"},
-      {"a  b", 2, "ab"},
-      {"a b", 8, "a_b"},
-      {"f\xfc", 8, "f_"},
-      {"", 8, ""},
-      {"anything", 0, ""},
-  };
-  for (const Case& c : cases) EXPECT_EQ(cleanFileName(c.source, c.limit), c.want) << c.source;
+  const auto cases = support::table<2>(R"(
+      My Project -> MyPrjct | Master Project -> MstrPrjc | Accounts Payable -> cntsPybl
+      PROJECTS -> PROJECTS  | abcdefgh_ -> bcdfgh        | a b -> a_b       | ->)");
+  for (const auto& [source, want] : cases) EXPECT_EQ(cleanFileName(source, 8), want) << source;
+  EXPECT_EQ(cleanFileName("f\xfc", 8), "f_");
+  EXPECT_EQ(cleanFileName("a  b", 2), "ab");
+  EXPECT_EQ(cleanFileName("anything", 0), "");
 }
 
 TEST_F(TwoByteCharacters, AreNotCutByTheFileNameCleaner) {

@@ -60,6 +60,11 @@ std::string escaped(std::string_view bytes) {
   return text;
 }
 
+int entryCount(const std::string& directory) {
+  const std::filesystem::directory_iterator entries(directory);
+  return static_cast<int>(std::distance(begin(entries), end(entries)));
+}
+
 std::string currentUser() {
   const passwd* entry = ::getpwuid(::geteuid());
   if (!entry) throw std::runtime_error("the effective user has no name");

@@ -31,6 +31,9 @@ void writeFile(const std::string& path, std::string_view bytes);
 // Bytes as C source would write them ("a\r\n\xfc"), so that a failed comparison shows all of them.
 std::string escaped(std::string_view bytes);
 
+// How many files and directories are in a directory.
+int entryCount(const std::string& directory);
+
 // The account name of the effective user.
 std::string currentUser();
 
