@@ -11,6 +11,7 @@
 #include "domain/promotionfolder.h"
 #include "store/format52.h"
 #include "support/recordingsink.h"
+#include "support/table.h"
 
 namespace foldapi {
 namespace {
@@ -44,68 +45,25 @@ class DomainNames : public testing::Test {
 };
 
 TEST_F(DomainNames, FormsOfAMembersNames) {
-  const struct {
-    TVMemberNames names;
-    const char* project;
-    const char* folder;
-    const char* fullWorkName;
-    const char* toolkitName;
-    const char* pairedName;
-  } cases[] = {
-      {{"V:\\vault", "m.c_v", "src", "m.c"},
-       "V:\\work",
-       "motor",
-       "V:\\work\\motor\\src\\m.c",
-       "V:\\vault\\m.c_v(V:\\work\\motor\\src\\m.c)",
-       "src\\m.c(V:\\vault\\m.c_v)"},
-      {{"/vault", "m.c_v", "src", "m.c"},
-       "/wk",
-       "motor",
-       "/wk/motor/src/m.c",
-       "/vault/m.c_v(/wk/motor/src/m.c)",
-       "src/m.c(/vault/m.c_v)"},
-      {{"/vault/", "m.c_v", "src/", "m.c"},
-       "/wk/",
-       "motor/",
-       "/wk/motor/src/m.c",
-       "/vault/m.c_v(/wk/motor/src/m.c)",
-       "src/m.c(/vault/m.c_v)"},
-      {{"v", "a_v", "C:\\x", "a"},
-       "V:\\work",
-       "motor",
-       "C:\\x\\a",
-       "v\\a_v(C:\\x\\a)",
-       "C:\\x\\a(v\\a_v)"},
-      {{"v", "a_v", "\\\\host\\x", "a"},
-       "V:\\work",
-       "m",
-       "\\\\host\\x\\a",
-       "v\\a_v(\\\\host\\x\\a)",
-       "\\\\host\\x\\a(v\\a_v)"},
-      {{"v", "a_v", "/x/y", "a"}, "/wk", "m", "/x/y/a", "v/a_v(/x/y/a)", "/x/y/a(v/a_v)"},
-      {{"v", "a_v", "src", "a"},
-       "V:\\work",
-       "C:\\f",
-       "C:\\f\\src\\a",
-       "v\\a_v(C:\\f\\src\\a)",
-       "src\\a(v\\a_v)"},
-      {{"v", "a_v", "", "a"}, "/wk", "m", "/wk/m/a", "v/a_v(/wk/m/a)", "a(v/a_v)"},
-      {{"v", "a_v", "./s/../t", "a"},
-       "/wk",
-       "../m",
-       "/m/t/a",
-       "v/a_v(/m/t/a)",
-       "./s/../t/a(v/a_v)"},
-      {{"v", "a_v", "", "a"}, "", "", "a", "v/a_v(a)", "a(v/a_v)"},
-      {{"v", "", "s", "a"}, "/w", "", "/w/s/a", "/w/s/a", "s/a(v)"},
-      {{"", "a_v", "", "a"}, "/w", "", "/w/a", "a_v(/w/a)", "a(a_v)"},
-  };
-  for (const auto& c : cases) {
-    SCOPED_TRACE(c.fullWorkName);
-    const TVArchiveMemberHandle handle(member(c.names, c.project, c.folder));
-    EXPECT_EQ(handle.fullWorkName().str(), c.fullWorkName);
-    EXPECT_EQ(handle.toolkitName().str(), c.toolkitName);
-    EXPECT_EQ(handle.pairedName().str(), c.pairedName);
+  // Archive directory and name, work directory and name, the directories of project and folder.
+  const auto cases = support::table<9>(R"(
+      V:\v -> a_v -> s -> a -> V:\w -> m -> V:\w\m\s\a -> V:\v\a_v(V:\w\m\s\a) -> s\a(V:\v\a_v)
+      /v/ -> a_v -> s/ -> a -> /w/ -> m/ -> /w/m/s/a -> /v/a_v(/w/m/s/a) -> s/a(/v/a_v)
+      v -> a_v -> C:\x -> a -> V:\work -> m -> C:\x\a -> v\a_v(C:\x\a) -> C:\x\a(v\a_v)
+      v -> a_v -> \\host\x -> a -> V:\w -> m -> \\host\x\a -> v\a_v(\\host\x\a) -> \\host\x\a(v\a_v)
+      v -> a_v -> /x/y -> a -> /wk -> m -> /x/y/a -> v/a_v(/x/y/a) -> /x/y/a(v/a_v)
+      v -> a_v -> src -> a -> V:\work -> C:\f -> C:\f\src\a -> v\a_v(C:\f\src\a) -> src\a(v\a_v)
+      v -> a_v -> ./s/../t -> a -> /wk -> ../m -> /m/t/a -> v/a_v(/m/t/a) -> ./s/../t/a(v/a_v)
+      v -> a_v -> -> a -> -> -> a -> v/a_v(a) -> a(v/a_v)
+      v -> -> s -> a -> /w -> -> /w/s/a -> /w/s/a -> s/a(v)
+      -> a_v -> -> a -> /w -> -> /w/a -> a_v(/w/a) -> a(a_v))");
+  for (const auto& [archivePath, archiveName, workPath, workName, project, folder, full, forToolkit,
+                    paired] : cases) {
+    const TVArchiveMemberHandle handle(
+        member({archivePath, archiveName, workPath, workName}, project.c_str(), folder.c_str()));
+    EXPECT_EQ(handle.fullWorkName().str(), full);
+    EXPECT_EQ(handle.toolkitName().str(), forToolkit);
+    EXPECT_EQ(handle.pairedName().str(), paired);
   }
 }
 
