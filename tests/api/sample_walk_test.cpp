@@ -159,43 +159,10 @@ string describeRoot(TVHandle* root) {
   return text;
 }
 
-// <me> stands for the current user.
-const char* const kSample =
-    R"(V:\pub | V:\prv
-B\xfcro | V:\pub\b_ro.prj\b_ro.cfg |  | V:\work\b | 
-Master Project | V:\pub\master.prj\master.cfg |  | V:\work | V:\work
-Motor Control | V:\pub\motorcon.prj\motorcon.cfg | V:\vault\motor;V:\vault\docs | V:\work\motor | V:\work\ann\motor
-  docs
-    damaged.doc | damaged.doc | V:\shared\docs\damaged.doc | damaged.doc_v | V:\vault\docs\damaged.doc_v
-      status 0 00000, 0 revisions, 0 locks (), access (), created ffffffff, ()
-    far.doc | far.doc | V:\shared\docs\far.doc | far.doc_v | X:\nowhere\far.doc_v
-      status 0 00000, 0 revisions, 0 locks (), access (), created ffffffff, ()
-    gone.doc | user\gone.doc | V:\shared\docs\user\gone.doc | gone.doc_v | V:\vault\docs\gone.doc_v
-      status 0 00000, 0 revisions, 0 locks (), access (), created ffffffff, ()
-    guide.doc | user\guide.doc | V:\shared\docs\user\guide.doc | guide.doc_v | V:\vault\docs\guide.doc_v
-      status 1055 11111, 1 revisions, 2 locks (ann.m,<me>), access (), created ef77fe7f, (40000 characters)
-    short;1.doc | V:\elsewhere\short;1.doc | V:\elsewhere\short;1.doc | short.doc_v | V:\vault\docs\short.doc_v
-      status 0 00000, 0 revisions, 0 locks (), access (), created ffffffff, ()
-  scratch
-    copy of ramp.c | copy of ramp.c | V:\work\ann\motor\scratch\copy of ramp.c | ramp.c_v | V:\vault\motor\ramp.c_v
-      status 1 00000, 0 revisions, 0 locks (), access (), created 880, ()
-  src
-    ramp.c | ramp.c | V:\work\ann\motor\src\ramp.c | ramp.c_v | V:\vault\motor\ramp.c_v
-      status 1 00000, 0 revisions, 0 locks (), access (), created 880, ()
-    stop.c | ..\safety\.\stop.c | V:\work\ann\motor\safety\stop.c | stop.c_v | V:\vault\motor\stop.c_v
-      status 1049 11111, 1 revisions, 1 locks (<me>), access (), created abc98a90, ()
-    pid.c | control\pid.c | V:\work\ann\motor\src\control\pid.c | pid.c_v | V:\vault\motor\pid.c_v
-      status 55 10000, 12 revisions, 2 locks (ann.m,bob.k), access (ann.m,bob.k), created abc98a90, (PID controller)
-    pid.h | control\pid.h | V:\work\ann\motor\src\control\pid.h | pid.h_v | V:\vault\motor\pid.h_v
-      status 4d 10000, 3 revisions, 1 locks (ann.m), access (), created abc98a90, ()
-    trip.c | safety\trip.c | V:\work\ann\motor\src\safety\trip.c | trip.c_v | V:\vault\motor\trip.c_v
-      status 1051 11111, 65535 revisions, 2 locks (<me>,<me>), access (), created abc98a90, ()
-  plan.txt | plan.txt | V:\work\ann\motor\plan.txt | plan.txt_v | \\fs1\tools\plan.txt_v
-    status 41 10000, 1 revisions, 0 locks (), access (), created abc98a90, (M\xfcller's plan)
-)";
-
+// In the golden file <me> stands for the current user.
 void expectSample(const string& text) {
-  string sample = kSample;
+  string sample =
+      support::readFile(std::filesystem::path(__FILE__).replace_filename("sample_walk.expected"));
   for (size_t at; (at = sample.find("<me>")) != string::npos;) {
     sample.replace(at, 4, support::currentUser());
   }

@@ -273,50 +273,6 @@ TEST_F(Semantics, EveryFindGivesTheFirstOfItsMatchesInTheOrderOfTheWalk) {
 // Files and other processes
 // ------------------------------------------------------------------------
 
-TEST_F(Semantics, PublicAndPrivateRecordsJoinAsAClientSeesThem) {
-  CreateProject(scratch_.openRoot(), "P", "", "");
-  const auto record = [](const char* name, const char* workDir, const char* more = "") {
-    return string("[project=") + name + "]\ncfg=@/pub/" + name + ".cfg\nWkDir=" + workDir +
-           "\nDIR=P.prj\n" + more + "\n";
-  };
-  scratch_.write("pub/trvsproj.pub", record("both", "/team") + record("public", "/team") +
-                                         "[Project=no dir]\nCFG=x\n[Project=no cfg]\nDIR=x\n" +
-                                         record("last", "/team"));
-  scratch_.write("prv/trvsproj.prv", record("private", "/me") + record("both", "/me") +
-                                         "[Project=last]\nCFG=x\nWKDIR=/lost without DIR\n");
-  scratch_.write("pub/P.prj/trvsfold.pub",
-                 "[FOLDER=both]\nDIR=both\nWKDIR=team\n[FOLDER=public]\nDIR=public\n"
-                 "[DOCUMENT=;pub_v;;pub]\n[DOCUMENT=two;fields;]\n[Folder=no dir]\nWKDIR=x\n");
-  scratch_.write("prv/P.prj/trvsfold.prv",
-                 "[FOLDER=both]\nDIR=both\nWKDIR=me\n[FOLDER=mine]\nDIR=mine\nWKDIR=m\n"
-                 "[FOLDER=lost]\nDIR=lost\nOWNERSHIP=\n[DOCUMENT=;prv_v;;prv]\n");
-  scratch_.write("pub/P.prj/both/trvsfold.pub", "[DOCUMENT=;b_v;;b]\n");
-  scratch_.write("prv/P.prj/both/trvsfold.prv", "[DOCUMENT=;not read_v;;not read]\n");
-  scratch_.write("prv/P.prj/mine/trvsfold.prv", "[DOCUMENT=;m_v;;m]\n");
-  TVHandle* root = scratch_.openRoot();
-  EXPECT_EQ(support::projectNames(root), (Names{"both", "last", "public"}));
-  EXPECT_STREQ(GetProjectPublicDir(FindProject(root, "both")), "/team");
-  EXPECT_STREQ(GetProjectPrivateDir(FindProject(root, "both")), "/me");
-  EXPECT_STREQ(GetProjectPrivateDir(FindProject(root, "last")), "/team");
-
-  TVHandle* project = FindProject(root, "both");
-  OpenProject(project);
-  EXPECT_EQ(support::folderNames(project), (Names{"both", "mine", "public"}));
-  EXPECT_EQ(support::workfileNames(project), (Names{"prv", "pub"}));
-  const struct {
-    const char* folder;
-    Names workfiles;
-    string firstPath;
-  } folders[] = {{"both", {"b"}, "/me/team/b"}, {"mine", {"m"}, "/me/m/m"}, {"public", {}, ""}};
-  for (const auto& f : folders) {
-    SCOPED_TRACE(f.folder);
-    TVHandle* folder = FindFolder(project, f.folder);
-    OpenFolder(folder);
-    EXPECT_EQ(support::workfileNames(folder), f.workfiles);
-    EXPECT_EQ(GetFullQualWorkfileName(GetFirstArchive(folder)), f.firstPath);
-  }
-}
-
 TEST_F(Semantics, ProjectsWithoutAPrivateDirectoryGetOneEach) {
   // Three names with one short form, as a new user finds them: all private files are missing.
   string records;

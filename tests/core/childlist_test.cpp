@@ -402,27 +402,5 @@ TEST_F(ChildLists, WalkBothWaysAndByClass) {
   EXPECT_EQ(members.size(), 2);
 }
 
-TEST_F(ChildLists, SortsWhenDueAndNotBefore) {
-  addMember("b", "1");
-  addMember("a", "2");
-  shelf.open();
-  EXPECT_EQ(names(), "2 1 ");
-  EXPECT_EQ(shelf.first(nullptr).name().str(), "2");
-  shelf.setSortType(kMember, 7);
-  EXPECT_EQ(shelf.next(nullptr).name().str(), "1");  // In the old order still.
-  shelf.setSortType(kMember, 6);                     // Sorts by 7 first, and then is due again.
-  EXPECT_EQ(shelf.next(nullptr).name().str(), "2");
-  EXPECT_EQ(names(), "2 1 ");
-  shelf.first(nullptr);
-  addMember("0", "0");
-  EXPECT_EQ(shelf.next(nullptr).name().str(), "1");
-  EXPECT_EQ(shelf.next(nullptr).name().str(), "0");  // Where it was added.
-  EXPECT_EQ(names(), "0 2 1 ");
-  shelf.setAscending(false);
-  EXPECT_EQ(names(), "1 2 0 ");
-  shelf.setAscending(false);
-  EXPECT_EQ(shelf.first(nullptr).name().str(), "1");
-}
-
 }  // namespace
 }  // namespace foldapi

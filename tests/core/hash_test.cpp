@@ -215,44 +215,6 @@ TEST(Hash, CantBeToldFromLinkedChains) {
   EXPECT_GE(deepestGrowth, 3);
 }
 
-// Fills a table without a lookup that could judge the chains, then looks up until it may grow.
-struct GrowthCase {
-  const char* why;
-  int entries;
-  int bucketCount;
-  int hashes;
-  bool walking;
-  int want;
-};
-
-TEST(Hash, GrowsOnlyWhenMeasuredChainsAreLong) {
-  const GrowthCase cases[] = {
-      {"fewer than 100 lookups", 12, 17, 1, false, 17},
-      {"long chains, up to four buckets an entry", 40, 17, 1, false, 223},
-      {"short chains", 200, 1229, 1000, false, 1229},
-      {"long chains, but few entries", 50, 223, 1, false, 223},
-      {"a walk stands on the table", 40, 17, 1, true, 17},
-      {"no larger size", 400, 799003, 1, false, 799003},
-  };
-  for (const GrowthCase& c : cases) {
-    SCOPED_TRACE(c.why);
-    const KeyRule rule = {c.hashes, 0, 0};
-    std::vector<std::unique_ptr<TestValue>> values;
-    TVHash table(c.bucketCount);
-    std::unique_ptr<TVIterator> walk;
-    if (c.walking) walk = std::make_unique<TVIterator>(table);
-    for (int key = 0; key < c.entries; ++key) {
-      values.push_back(std::make_unique<TestValue>(key, rule));
-      table.add(values.back().get());
-    }
-    EXPECT_EQ(table.capacity(), c.want);
-    if (!c.walking) continue;
-    walk.reset();
-    table.find(values[0].get());
-    EXPECT_GT(table.capacity(), c.want) << "after the walk";
-  }
-}
-
 // An archive as a project holds it: nearly all names share a few dozen hash values. Counts what the
 // table asks of it, which stands for the entries touched: nothing else leads from one to another.
 class CountedName : public VObject {

@@ -114,31 +114,6 @@ TEST_F(Objects, HashesAreNeverTheMarkForUnknown) {
   EXPECT_EQ(node.hash(), 0x10000000);
 }
 
-TEST_F(Objects, MergeKeepsTheOneThatIsCached) {
-  Node& owner = of(root);
-  VBool known = true;
-  EXPECT_FALSE((TVObject::mergeIntoCache(&owner, &known), known));
-  root.open();
-  TVHandle second(root);
-  second.open();
-  TVObject* a = TVObject::mergeIntoCache(new Node("a", &owner), &known);
-  EXPECT_FALSE(known);
-  EXPECT_EQ(names(root) + names(second), "a a ");
-  EXPECT_EQ(a->referenceCount(), 4);  // Two uses, two handles.
-  EXPECT_EQ(owner.referenceCount(), 6);
-  a->setUnseen(true);
-  EXPECT_EQ(TVObject::mergeIntoCache(new Node("a", &owner), &known), a);
-  EXPECT_TRUE(known);
-  EXPECT_FALSE(a->isUnseen());
-  EXPECT_EQ(Node::alive, 2);
-
-  TVHandle apart(&sink, TVObject::mergeIntoCache(new Node("a", &owner, true), &known));
-  EXPECT_TRUE(known);
-  EXPECT_NE(apart.object(), a);
-  EXPECT_EQ(owner.childCount(), 1);
-  EXPECT_EQ(names(root), "a ");
-}
-
 TEST_F(Objects, LiveAsLongAsAnythingRefersToThem) {
   of(root).stored = {"a", "b"};
   root.open();
@@ -159,64 +134,6 @@ TEST_F(Objects, LiveAsLongAsAnythingRefersToThem) {
   owner.attach(nullptr);
   object->releaseReference(5);  // More than there are.
   EXPECT_EQ(Node::alive, 0);
-}
-
-TEST_F(Objects, OpenCountsAndTheLastCloseTakesTheChildrenAlong) {
-  of(root).stored = {"a"};
-  EXPECT_EQ(root.close(), -1);
-  EXPECT_EQ(root.open(), 1);
-  EXPECT_EQ(root.open(), 2);
-  TVHandle& a = child(root, "a");
-  EXPECT_EQ(a.owner(), &root);
-  EXPECT_EQ(a.open(), 1);
-  EXPECT_EQ(root.close(), 1);
-  EXPECT_EQ(names(root), "a ");
-  EXPECT_EQ(root.close(), 0);
-  EXPECT_EQ(Node::alive, 1);
-  EXPECT_EQ(of(root).useCount(), 0);
-  EXPECT_TRUE(root.first(nullptr).isNull());
-  TVHandle none;
-  EXPECT_EQ(none.open() + none.close(), -2);
-
-  root.open();
-  TVHandle& again = child(root, "a");
-  std::unique_ptr<TVChildList> parked;
-  EXPECT_EQ(root.close(&parked), 0);
-  EXPECT_EQ(again.name().str(), "a");
-  EXPECT_EQ(again.owner(), nullptr);
-}
-
-TEST_F(Objects, ReadAgainWhatChangedAndSweepWhatIsGone) {
-  Node& node = of(root);
-  node.stored = {"a", "b", "c"};
-  root.open();
-  EXPECT_EQ(node.told(), "read ");
-  TVHandle& b = child(root, "b");
-  TVHandle kept(b);
-  TVHandle second(root);
-  second.open();
-  EXPECT_EQ(node.told(), "");
-
-  node.stale = true;
-  node.stored = {"c", "d"};
-  node.fails = "part";
-  TVHandle third(root);
-  third.open();
-  EXPECT_EQ(names(third), "a b c d ");
-  EXPECT_EQ(names(root), "a b c d ");
-  node.fails = "";
-  TVHandle fourth(root);
-  fourth.open();
-  EXPECT_EQ(names(fourth) + names(root) + names(second), "c d c d c d ");
-  EXPECT_TRUE(b.isNull());
-  EXPECT_TRUE(kept.isNull());
-  EXPECT_EQ(node.told(), "read read ");  // Nothing is removed from disk.
-  EXPECT_FALSE(node.isDirty());
-  EXPECT_EQ(Node::alive, 3);
-  for (TVObject* object : node.childrenInOrder()) {
-    EXPECT_FALSE(object->isUnseen());
-    EXPECT_EQ(object->referenceCount(), 8);  // Four uses, four handles.
-  }
 }
 
 // A real fault: the use that had failed was never ended.
@@ -280,30 +197,6 @@ TEST_F(Objects, EditsWriteWhatIsDirtyOnce) {
     node.setDirty(false);
     node.fails = "";
     node.stale = false;
-    root.close();
-  }
-}
-
-TEST_F(Objects, DestructionReachesDiskOnlyWhenAsked) {
-  Node& node = of(root);
-  node.stored = {"a", "b"};
-  for (const bool fromDisk : {true, false}) {
-    root.open();
-    TVHandle& a = child(root, "a");
-    of(a).stored = {"x"};
-    a.open();
-    TVHandle x(child(a, "x"));
-    TVHandle held(a);
-    EXPECT_EQ(node.referenceCount(), 1 + 2 + 3 + 3);  // Itself, b, a, x: uses and handles.
-    node.told();
-    a.object()->destroyObject(root, fromDisk);
-    EXPECT_EQ(node.isDirty(), fromDisk);
-    EXPECT_TRUE(a.isNull() && held.isNull() && x.isNull());
-    EXPECT_EQ(held.open(), -1);
-    EXPECT_EQ(names(root), "b ");
-    EXPECT_EQ(node.referenceCount(), 3);
-    EXPECT_EQ(Node::alive, 2);
-    node.setDirty(false);
     root.close();
   }
 }

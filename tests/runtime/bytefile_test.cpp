@@ -11,27 +11,6 @@
 namespace foldapi {
 namespace {
 
-TEST(ByteFile, ReadsAnyPartOfAFile) {
-  const support::TemporaryDirectory directory;
-  const std::string path = directory / "Archive.v";
-  support::writeFile(path, "0123456789");
-  ByteFile file;
-  ASSERT_TRUE(file.openRead(directory / "archive.V"));
-  char buffer[20];
-  EXPECT_EQ(file.readAt(7, buffer, 3), 3);
-  EXPECT_EQ(std::string(buffer, 3), "789");
-  EXPECT_EQ(file.readAt(8, buffer, 20), 2) << "to the end";
-  EXPECT_EQ(file.readAt(10, buffer, 1), 0);
-  EXPECT_EQ(file.readAt(uint64_t{1} << 63, buffer, 1), -1);
-  EXPECT_EQ(file.stamp(), fileStamp(path));
-  EXPECT_EQ(file.stamp().size, 10u);
-  EXPECT_TRUE(file.close());
-  EXPECT_FALSE(file.isOpen());
-  EXPECT_FALSE(file.openRead(directory / "none"));
-  ASSERT_TRUE(file.openRead(directory.path()));
-  EXPECT_EQ(file.readAt(0, buffer, 1), -1) << "a directory";
-}
-
 TEST(ReplaceFile, KeepsModeAndMakesWhatIsMissing) {
   const support::TemporaryDirectory directory;
   const std::string path = directory / "f";
@@ -51,18 +30,6 @@ TEST(ReplaceFile, KeepsModeAndMakesWhatIsMissing) {
   EXPECT_EQ(support::readFile(path).size(), 5u);
   EXPECT_FALSE(replaceFile(directory / "no/such/place", ""));
   EXPECT_FALSE(replaceFile(directory.path(), ""));
-}
-
-TEST(ReplaceFile, LeavesTheOldFileWhenTheDiskIsFull) {
-  const support::TemporaryDirectory directory;
-  const std::string path = directory / "f";
-  support::writeFile(path, "old");
-  {
-    const support::SizeLimit full(10);
-    EXPECT_FALSE(replaceFile(path, std::string(100, 'x')));
-  }
-  EXPECT_EQ(support::readFile(path), "old");
-  EXPECT_EQ(support::entryCount(directory.path()), 1);
 }
 
 // Nobody locks the file here, so writers meet at the sibling; it must neither mix nor stay.

@@ -128,26 +128,6 @@ TEST_F(TextFileTest, SharesAsUpdatersAndReadersMayWithinOneProcess) {
   }
 }
 
-TEST_F(TextFileTest, LetsReadersOfOtherProcessesInWhileItUpdates) {
-  write("x\n");
-  ChildProcess updater([this](ChildProcess& parent) {
-    const auto file = open(Access::kUpdate);
-    parent.signal();
-    return file && parent.await() ? 0 : 1;
-  });
-  ASSERT_TRUE(updater.await());
-  const auto reader = open(Access::kRead);
-  ASSERT_TRUE(reader);
-  EXPECT_EQ(reader->text(), "x\n");
-  EXPECT_EQ(tryOpen(Access::kProbe), Failure::kBusy);
-  EXPECT_EQ(tryOpen(Access::kUpdate), Failure::kBusy);
-  reader->append("z\n");
-  EXPECT_TRUE(reader->failed()) << "the other process is still at it";
-  EXPECT_FALSE(reader->commit());
-  updater.signal();
-  EXPECT_EQ(updater.finish(), 0);
-}
-
 TEST_F(TextFileTest, TellsWhyAnOpenFails) {
   EXPECT_EQ(tryOpen(Access::kRead), Failure::kMissing);
   EXPECT_EQ(tryOpen(Access::kUpdate), Failure::kMissing);
@@ -204,25 +184,6 @@ TEST_F(TextFileTest, RefusesToCommitToAFileThatIsNoLongerThere) {
   EXPECT_TRUE(file->failed());
   EXPECT_EQ(bytes(), "theirs\n");
   EXPECT_EQ(support::readFile(path_ + ".old"), "a\n");
-}
-
-TEST_F(TextFileTest, LeavesTheOldFileWhenTheDiskIsFull) {
-  const std::string old(100, 'x');
-  for (const bool isRewrite : {false, true}) {
-    write(old);
-    {
-      const support::SizeLimit full(120);
-      const auto file = open(Access::kUpdate);
-      if (isRewrite) file->clear();
-      file->append(std::string(isRewrite ? 200 : 50, 'y'));
-      EXPECT_TRUE(!file->commit() && file->failed());
-      file->append("more");
-      EXPECT_FALSE(file->commit());
-      EXPECT_EQ(file->stamp().size, 100u);
-    }
-    EXPECT_EQ(bytes(), old);
-    EXPECT_TRUE(isAlone());
-  }
 }
 
 // Where the directory takes no new file, for instance one of another user's.

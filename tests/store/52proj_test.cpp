@@ -6,65 +6,28 @@
 #include "store/52promo.h"
 #include "store/storefixture.h"
 #include "support/sizelimit.h"
+#include "support/table.h"
 #include "toolkit/messages.h"
 
 namespace store_test {
 namespace {
 
 TEST_F(Store, UniqueNamesAreShortAndFree) {
-  const struct {
-    const char* base;
-    const char* suffix;
-    const char* taken;  // Separated by blanks.
-    const char* want;
-  } cases[] = {
-      {"Motor", ".prj", "", "Motor.prj"},
-      {"Motor", ".prj", "Motor.prj", "Motor0.prj"},
-      {"Motor", ".prj", "MOTOR.PRJ Motor0.prj", "Motor1.prj"},
-      {"Master Project", ".prj", "", "MstrPrjc.prj"},
-      {"Master Project", ".prj", "MstrPrjc.prj", "MstrPrj0.prj"},
-      {"Master Project", ".prj",
-       "MstrPrjc.prj MstrPrj0.prj MstrPrj1.prj MstrPrj2.prj MstrPrj3.prj MstrPrj4.prj MstrPrj5.prj "
-       "MstrPrj6.prj MstrPrj7.prj MstrPrj8.prj MstrPrj9.prj",
-       "MstrPr10.prj"},
-      {"_a_b", "", "", "_a_b"},
-      {"", ".prj", ".prj", "0.prj"},
+  // One project after the other, each of which takes its name.
+  const auto cases = support::table<2>(R"(
+      Motor -> Motor.prj | Motor -> Motor0.prj | MOTOR -> MOTOR1.prj
+      Master Project -> MstrPrjc.prj | Master Project -> MstrPrj0.prj | -> .prj | -> 0.prj)");
+  const auto take = [this](const std::string& base) {
+    const std::string name = uniqueName(directory.path(), base, ".prj").str();
+    support::writeFile(name, "");
+    return name;
   };
-  int number = 0;
-  for (const auto& c : cases) {
-    SCOPED_TRACE(c.want);
-    const std::string base = path("base" + std::to_string(++number));
-    std::string taken = c.taken;
-    while (!taken.empty()) {
-      const size_t end = taken.find(' ');
-      support::writeFile(base + "/" + taken.substr(0, end), "");
-      taken = end == std::string::npos ? "" : taken.substr(end + 1);
-    }
-    EXPECT_EQ(uniqueName(base, c.base, c.suffix).str(), base + "/" + c.want);
-  }
+  for (const auto& [base, want] : cases) EXPECT_EQ(take(base), path(want));
+  for (int i = 1; i <= 9; ++i) take("Master Project");
+  EXPECT_EQ(take("Master Project"), path("MstrPr10.prj"));
+  EXPECT_EQ(uniqueName(directory.path(), "_a_b", "").str(), path("_a_b"));
   EXPECT_TRUE(uniqueName("", "Motor", ".prj").isEmpty());
   EXPECT_EQ(uniqueName("V:\\none", "Motor", ".prj").str(), "V:\\none\\Motor.prj");
-}
-
-TEST_F(Store, NewProjectsGetDirectoriesAndAConfigurationFile) {
-  TVProjectRootHandle root = makeRoot();
-  const auto create = [&](const char* name, const char* config) {
-    return TVProjectFolderHandle::create(name, TVProjectConfig(config), "wprv", "wpub", root,
-                                         theNoLock(), nullptr, 1, 0);
-  };
-  put("own.cfg", "kept");
-  EXPECT_FALSE(create("Motor", "").isNull());
-  EXPECT_FALSE(create("motor", path("own.cfg").c_str()).isNull());
-  EXPECT_EQ(listing(root),
-            "project Motor|pub/Motor.prj/Motor.cfg|wpub|wprv|pub/Motor.prj|"
-            "prv/Motor.prj\n"
-            "project motor|own.cfg|wpub|wprv|pub/motor0.prj|prv/motor0.prj\n");
-  EXPECT_EQ(get("pub/Motor.prj/Motor.cfg"), "# VERSION TRVS Trevault_5.2.00\n");
-  EXPECT_EQ(get("own.cfg"), "kept");
-  EXPECT_EQ(get("prv/motor0.prj/trvsfold.prv"), "[FORMAT=TRVS_GUI]\nVersion=5.2\n\n");
-  told();
-  EXPECT_TRUE(create("", "").isNull());
-  EXPECT_EQ(told(), "notice No project name was specified for the create/open of project.\n");
 }
 
 // A project of old, without a private record: its first use gives it a directory.

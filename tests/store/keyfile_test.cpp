@@ -4,6 +4,8 @@
 
 #include <gtest/gtest.h>
 
+#include "support/table.h"
+
 namespace foldapi {
 namespace {
 
@@ -76,24 +78,16 @@ TEST(KeyFile, ReadsOddLines) {
 }
 
 TEST(KeyFile, ExpandsMacros) {
-  const struct {
-    std::string_view value;
-    std::string_view empty;  // With the empty macro value.
-    std::string_view long_;  // With "VW".
-  } cases[] = {
-      {"$(A)", "", "VW"},
-      {"a$(A)b$(long name)c", "abc", "aVWbVWc"},
-      {"$(A)$(B)", "$(B)", "VWVW"},  // What is right behind a replacement is stepped over unseen.
-      {"$(A)$(B)$(C)", "$(B)", "VWVWVW"},
-      {"$(A)x$(B)", "x", "VWxVW"},
-      {"a$(A", "a$(A", "a$(A"},
-      {"$(A)b$(C", "b$(C", "VWb$(C"},
-      {"$()", "", "VW"},
-      {"$ (A)$A)(", "$ (A)$A)(", "$ (A)$A)("},
-      {"$($(A))", ")", "VW)"},
-  };
-  for (const auto& c : cases) {
-    const std::string text = "[Project=$(A)]\nK=" + std::string(c.value) + "\n";
+  // A value, and what it becomes with an empty macro and with "VW". What is right behind a
+  // replacement is stepped over unseen.
+  const auto cases = support::table<3>(
+      "$(A) -> -> VW | a$(A)b$(long name)c -> abc -> aVWbVWc |"
+      "$(A)$(B) -> $(B) -> VWVW | $(A)$(B)$(C) -> $(B) -> VWVWVW |"
+      "$(A)x$(B) -> x -> VWxVW | a$(A -> a$(A -> a$(A | $() -> -> VW |"
+      "$(A)b$(C -> b$(C -> VWb$(C | $($(A)) -> ) -> VW) |"
+      "$ (A)$A)( -> $ (A)$A)( -> $ (A)$A)(");
+  for (const auto& [source, withEmpty, withLong] : cases) {
+    const std::string text = "[Project=$(A)]\nK=" + source + "\n";
     for (const char* macro : {"", "VW"}) {
       TVKeyFile file(text, kSections);
       file.setMacro("trvsPRIV", macro);
@@ -102,7 +96,7 @@ TEST(KeyFile, ExpandsMacros) {
       ASSERT_EQ(file.nextSection(&name, &value), kKeyFileDone);
       EXPECT_EQ(value, "$(A)");
       ASSERT_EQ(file.nextKey(&name, &value), kKeyFileDone);
-      EXPECT_EQ(value, *macro == '\0' ? c.empty : c.long_) << c.value;
+      EXPECT_EQ(value, *macro == '\0' ? withEmpty : withLong) << source;
     }
   }
 }
@@ -113,23 +107,15 @@ TEST(KeyFile, FollowsTheHandlerAndTheTable) {
   EXPECT_EQ(records("[Format=x]\n[Project=p]\n[Any=a]\n", all), "1 Project=p\n1 Any=a\n");
 
   const std::string_view text = "[Project=a]\nK=1\n[Project=b]\nK=2\n[Project=c]\n";
-  const struct {
-    int answer;  // To b.
-    int result;
-    const char* seen;
-  } cases[] = {{kRecordTaken, kKeyFileDone, "abc"},
-               {kRecordDropped, kKeyFileDone, "abc"},
-               {7, kKeyFileDone, "abc"},
-               {kRecordAbort, kKeyFileAborted, "ab"}};
-  for (const auto& c : cases) {
+  for (const int answer : {int{kRecordTaken}, int{kRecordDropped}, 7, int{kRecordAbort}}) {
     TVKeyFile file(text, kSections);
     std::string seen;  // The handler leaves the keys alone: they are passed over.
-    EXPECT_EQ(file.parse([&](int, std::string_view, OptionalText value) {
+    const int result = file.parse([&](int, std::string_view, OptionalText value) {
       seen += *value;
-      return value == "b" ? c.answer : kRecordTaken;
-    }),
-              c.result);
-    EXPECT_EQ(seen, c.seen);
+      return value == "b" ? answer : kRecordTaken;
+    });
+    EXPECT_EQ(result, answer == kRecordAbort ? kKeyFileAborted : kKeyFileDone);
+    EXPECT_EQ(seen, answer == kRecordAbort ? "ab" : "abc");
   }
 }
 

@@ -8,21 +8,15 @@
 #include <filesystem>
 #include <string>
 #include <thread>
-#include <vector>
 
 #include "support/files.h"
+#include "support/recordingsink.h"
 #include "toolkit/messages.h"
 
 namespace foldapi {
 namespace {
 
 namespace fs = std::filesystem;
-
-class NoticeSink : public TVErrorSink {
- public:
-  void notice(TVHandle&, const VString& message) override { notices.push_back(message.str()); }
-  std::vector<std::string> notices;
-};
 
 class StoreProfileTest : public testing::Test {
  protected:
@@ -42,29 +36,26 @@ class StoreProfileTest : public testing::Test {
   const support::ScopedEnvironment named_{"KSTR_INI", profile_.str()};
   const support::ScopedEnvironment data_{"XDG_DATA_HOME", directory_.path()};
   const support::ScopedEnvironment programs_{"PATH", directory_.path()};
-  NoticeSink sink_;
+  support::RecordingSink sink_;
   TVHandle context_{&sink_, nullptr};
 };
 
 TEST_F(StoreProfileTest, RootsComeFromTheProfileAndMissingOnesAreFixedThere) {
-  struct Case {
-    const char* why;
-    std::string before;  // Empty: no profile.
-    std::string wantPublic;
-    std::string wantPrivate;
-    std::string after;
-  };
   const std::string version = "[TRVSGUI]\r\nVERSION=TRVS Trevault_5.2.00\r\n";
   const std::string both =
       "TRVSPROJ=" + data("TRVSPROJ") + "\r\nTRVSPRIV=" + data("TRVSPRIV") + "\r\n";
   const std::string given = "[TRVSGUI]\nTRVSPROJ=V:\\pub\n";
-  const Case cases[] = {
+  const struct {
+    const char* why;
+    std::string before;  // Empty: no profile.
+    std::string wantPublic, wantPrivate, after;
+  } cases[] = {
       {"no profile", "", data("TRVSPROJ"), data("TRVSPRIV"), version + both},
       {"public only", given, "V:\\pub", data("TRVSPRIV"),
        given + "TRVSPRIV=" + data("TRVSPRIV") + "\r\n"},
       {"both", given + "TRVSPRIV=W:\\priv\n", "V:\\pub", "W:\\priv", given + "TRVSPRIV=W:\\priv\n"},
   };
-  for (const Case& c : cases) {
+  for (const auto& c : cases) {
     SCOPED_TRACE(c.why);
     fs::remove_all(directory_ / "conf");
     if (!c.before.empty()) put(c.before);
@@ -77,15 +68,15 @@ TEST_F(StoreProfileTest, RootsComeFromTheProfileAndMissingOnesAreFixedThere) {
       EXPECT_EQ(content(), c.after);
     }
   }
-  EXPECT_TRUE(sink_.notices.empty());
+  EXPECT_EQ(sink_.told(), "");
 }
 
 TEST_F(StoreProfileTest, AnUnusableProfileIsReportedAndTheDefaultsServe) {
   fs::create_directories(profile_.str());  // A directory in the profile's place.
   EXPECT_EQ(readProfile(profile_, nullptr, "K", "fallback", 100, context_), VString("fallback"));
   EXPECT_FALSE(writeProfile(profile_, nullptr, "K", "v", context_));
-  const std::string message = "Cannot open initialization file\n\n" + profile_.str() + ".";
-  EXPECT_EQ(sink_.notices, std::vector<std::string>(2, message));
+  const std::string message = "notice Cannot open initialization file\n\n" + profile_.str() + ".\n";
+  EXPECT_EQ(sink_.told(), message + message);
   EXPECT_EQ(profileNumber(nullptr, "K", 7), 7);
   VPathString publicRoot;
   VPathString privateRoot;
@@ -99,27 +90,23 @@ TEST_F(StoreProfileTest, NoProfileIsAnsweredWithoutAMessage) {
   EXPECT_EQ(readProfile("", "[S]", "K", "d", 100, context_), VString("d"));
   EXPECT_FALSE(writeProfile("", "[S]", "K", "v", context_));
   EXPECT_EQ(readProfile(profile_, "[S]", "K", "d", 100, context_), VString("d"));
-  EXPECT_TRUE(sink_.notices.empty());
+  EXPECT_EQ(sink_.told(), "");
 }
 
 TEST_F(StoreProfileTest, ReportsNameWhatTheCodeIsAbout) {
-  struct Case {
-    int code;
-    const char* subject;
-  };
-  const Case cases[] = {{0, ""},     {-1, ""},  {-2, "P"}, {-5, "P"},
-                        {-6, "[S]"}, {-7, "K"}, {-9, "K"}, {-12, "P"}};
-  for (const Case& c : cases) {
-    SCOPED_TRACE(c.code);
-    sink_.notices.clear();
-    reportProfileError(c.code, "P", "[S]", "K", context_);
-    if (c.code == 0) {
-      EXPECT_TRUE(sink_.notices.empty());
-      continue;
-    }
-    ASSERT_EQ(sink_.notices.size(), 1u);
-    EXPECT_EQ(VString(sink_.notices[0]), IniFileMessage(c.code, c.subject));
+  std::string want;
+  for (const auto& [code, subject] : {std::pair{0, ""},
+                                      {-1, ""},
+                                      {-2, "P"},
+                                      {-5, "P"},
+                                      {-6, "[S]"},
+                                      {-7, "K"},
+                                      {-9, "K"},
+                                      {-12, "P"}}) {
+    reportProfileError(code, "P", "[S]", "K", context_);
+    if (code != 0) want += "notice " + IniFileMessage(code, subject).str() + "\n";
   }
+  EXPECT_EQ(sink_.told(), want);
 }
 
 TEST_F(StoreProfileTest, NumbersAreCutTo16Bits) {
@@ -143,7 +130,7 @@ TEST_F(StoreProfileTest, LaunchListsTheProjectOnceAndStartsTheProgram) {
   EXPECT_EQ(content(),
             "[TRVSGUI]\nOPENPROJ1=Alpha\nOPENPROJ2=Beta\nOPENPROJ3=Gamma\r\n"
             "OPENPROJTOP=OPENPROJ3\r\n");
-  EXPECT_TRUE(sink_.notices.empty());
+  EXPECT_EQ(sink_.told(), "");
   const auto starts = [&] { return fs::exists(proof) ? fs::file_size(proof) : 0; };
   for (int i = 0; i < 500 && starts() < 3; ++i) {
     std::this_thread::sleep_for(std::chrono::milliseconds(10));
@@ -155,9 +142,8 @@ TEST_F(StoreProfileTest, FailedLaunchTellsWhy) {
   EXPECT_FALSE(launchManager("P", context_));
   putManager("neither a program nor a script");
   EXPECT_FALSE(launchManager("P", context_));
-  const std::string text = "Unable to launch TRVS Trevault: TRVSTVNT.EXE ";
-  EXPECT_EQ(sink_.notices,
-            (std::vector<std::string>{text + "not found in path.", text + "is corrupt."}));
+  const std::string text = "notice Unable to launch TRVS Trevault: TRVSTVNT.EXE ";
+  EXPECT_EQ(sink_.told(), text + "not found in path.\n" + text + "is corrupt.\n");
 }
 
 }  // namespace

@@ -114,33 +114,6 @@ constexpr const char* kTail =
     "use Project / Configure Project / Archive Directories in TRVS Trevault to select an archive "
     "directory for this project.\n";
 
-TEST_F(ToolkitConfiguration, AppendsArchiveDirectories) {
-  const struct {
-    const char* before;
-    const char* dirs;
-    const char* after;
-  } cases[] = {
-      {"A=1\r\n", "d:\\arch", "A=1\r\nVCSDIR=d:\\arch\r\n\r\n"},
-      {"VCSDIR=old", "d:\\arch\\", "VCSDIR=old\r\nVCSDIR=d:\\arch\r\n\r\n"},
-      {"", "d:\\arch\\\\", "VCSDIR=d:\\arch\\\r\n\r\n"},
-      {"", "d:\\arch\\ \t", "VCSDIR=d:\\arch\r\n\r\n"},
-      {"", "\\", "VCSDIR=\r\n\r\n"},
-      {"", "/arch/", "VCSDIR=/arch/\r\n\r\n"},
-      {"", "", "VCSDIR=\r\n\r\n"},
-  };
-  for (const auto& c : cases) {
-    writeFile(directory / "own.cfg", c.before);
-    TVProjectConfig config(directory / "own.cfg");
-    config.archiveDirs = "old";
-    config.recordTime();
-    appendArchiveDirs(&config, c.dirs, context);
-    EXPECT_EQ(support::escaped(readFile(directory / "own.cfg")), support::escaped(c.after));
-    EXPECT_EQ(config.archiveDirs.str(), c.dirs);
-    EXPECT_TRUE(config.hasChanged());
-    EXPECT_EQ(sink.told(), "");
-  }
-}
-
 TEST_F(ToolkitConfiguration, ReportsWhatCannotBeAppended) {
   TVProjectConfig missing("none.cfg");
   missing.archiveDirs = "old";

@@ -11,6 +11,7 @@
 #include "store/52proj.h"
 #include "support/files.h"
 #include "support/recordingsink.h"
+#include "support/table.h"
 #include "toolkit/faketoolkit.h"
 #include "toolkit/messages.h"
 #include "toolkit/session.h"
@@ -83,43 +84,17 @@ TEST_F(Operations, PassEmptyTextsAsTheToolkitWantsThem) {
             "GenGuiDelta -1 'a' - - - 0 - - 0 0 0 0 0 0 0 0\n"
             "GenGuiDelta -1 'a' - - - 0 - - 0 0 0 0 0 0 0 0\n");
 
-  get.revision = "1.2";
-  get.cutoffDate = "cutoff";
-  get.otherDate = "other";
-  get.text4 = "unused";
-  get.promotionGroup = "test";
-  get.flags = 0xfe;
-  put.revision = "1.3";
-  put.text1 = "change";
-  put.text2 = "LABEL";
-  put.description = "about";
-  put.promotionGroup = "dev";
-  put.flags = 0x40ff;
-  log.revisionFrom = "1.0";
-  log.dateTo = "3/4/95";
-  log.text1 = "authors";
-  log.text2 = "lockers";
-  log.text3 = "labels";
-  log.text4 = "groups";
-  log.text5 = "words";
-  log.outputText = "out";
+  get.revision = "1.2", get.cutoffDate = "cutoff", get.otherDate = "other";
+  get.text4 = "unused", get.promotionGroup = "test", get.flags = 0xfe;
+  put.revision = "1.3", put.text1 = "change", put.text2 = "LABEL", put.description = "about";
+  put.promotionGroup = "dev", put.flags = 0x40ff;
+  log.revisionFrom = "1.0", log.dateTo = "3/4/95", log.text1 = "authors", log.text2 = "lockers";
+  log.text3 = "labels", log.text4 = "groups", log.text5 = "words", log.outputText = "out";
   log.flags = 0x104;
-  diff.second = "1.1";
-  diff.third = "b";
-  diff.fourth = "1.2";
-  diff.text5 = "1-6";
-  diff.text6 = "report";
-  diff.text7 = "ranges";
-  diff.short1 = 8;
-  diff.short2 = 3;
-  diff.short3 = 1;
-  diff.long1 = 255;
-  diff.short4 = 4;
-  diff.long2 = 256;
-  diff.short5 = 5;
-  diff.long3 = 257;
-  diff.short6 = 6;
-  diff.flags = 0x1f;
+  diff.second = "1.1", diff.third = "b", diff.fourth = "1.2", diff.text5 = "1-6";
+  diff.text6 = "report", diff.text7 = "ranges", diff.flags = 0x1f;
+  diff.short1 = 8, diff.short2 = 3, diff.short3 = 1, diff.short4 = 4, diff.short5 = 5;
+  diff.short6 = 6, diff.long1 = 255, diff.long2 = 256, diff.long3 = 257;
   fakeToolkit().differ = 1;
   EXPECT_EQ(runAll(),
             "GetRevision -1 '/v/m.c_v(/work/src/m.c)' 0 '1.2' 'cutoff' 'other' 0 'test' 0 254\n"
@@ -145,12 +120,11 @@ TEST_F(Operations, TellEachStatusWithThePathThatItIsAbout) {
   diff.first = "a";
   TVHandle unnamed = makeMember({"/v", "", "src", "n.c"});
   TVHandle fresh = makeMember({"/none", "f.c_v", "src", "f.c"});
-  struct Case {
+  const struct {
     const char* function;
     const char* path;  // Null for none.
     std::function<int()> run;
-  };
-  const Case cases[] = {
+  } cases[] = {
       {"GetRevision", "/v/m.c_v", [&] { return member.archiveAction1(get); }},
       {"PutRevision", "/v/m.c_v", [&] { return member.archiveAction2(put); }},
       {"GetUserInfo", nullptr, [&] { return member.archiveAction3(unlock); }},
@@ -162,7 +136,7 @@ TEST_F(Operations, TellEachStatusWithThePathThatItIsAbout) {
       {"ReportDifferences", nullptr, [&] { return project.differences(diff); }},
   };
   diff.kind = TVDiffOptions::kReport;
-  for (const Case& c : cases) {
+  for (const auto& c : cases) {
     for (const int32_t status : {1, 8, 15, 18, 107, 999}) {
       SCOPED_TRACE(std::string(c.function) + " " + std::to_string(status));
       fakeToolkit().statuses = {{c.function, {status}}};
@@ -234,34 +208,22 @@ TEST_F(Operations, UnlockAndCheckOutByMode) {
 }
 
 TEST_F(Operations, ComputeAnArchiveNameAsFarAsItIsMissing) {
-  struct Case {
-    const char* why;
-    TVMemberNames names;
-    const char* computed;
-    const char* dirs;
-    int result;
-    const char* want;  // The archive's path.
-  };
-  const Case cases[] = {
-      {"directory and name", {"", "", "", "a.c"}, "V:\\vault\\a.c_v", "/x", 0, "V:\\vault\\a.c_v"},
-      {"root directory", {"", "", "", "a.c"}, "/a.c_v", "/x", 0, "/a.c_v"},
-      {"name alone", {"", "", "", "a.c"}, "a.c_v", "/x;/y", 0, "/x/a.c_v"},
-      {"leading separator", {"", "", "", "a.c"}, "a.c_v", ";/x;/y", 0, "/x/a.c_v"},
-      {"directory is known", {"/known", "", "", "a.c"}, "/v/a.c_v", "/x", 0, "/known/a.c_v"},
-      {"name is known", {"", "b_v", "", "a.c"}, "/v/a.c_v", "/x", 0, "/v/a.c_v"},
-      {"all is known", {"/known", "b_v", "", "a.c"}, "/v/a.c_v", "/x", 0, "/known/b_v"},
-      {"nothing computed", {"", "", "", "a.c"}, "", "/x", kResultFailed, ""},
-      {"no directories", {"", "", "", "a.c"}, "a.c_v", "", kResultFailed, "a.c_v"},
-  };
-  for (const Case& c : cases) {
-    SCOPED_TRACE(c.why);
-    TVHandle handle = makeMember(c.names);
-    fakeToolkit().computedName = c.computed;
-    fakeToolkit().items = {{49, c.dirs}};
-    EXPECT_EQ(memberOf(handle).computeArchiveName(handle), c.result);
-    EXPECT_EQ(memberOf(handle).qualArchiveName().str(), c.want);
+  // The member's archive directory and name, the computed name, the archive directories; the path.
+  const auto cases = support::table<5>(R"(
+      -> -> V:\vault\a.c_v -> /x -> V:\vault\a.c_v | -> -> /a.c_v -> /x -> /a.c_v
+      -> -> a.c_v -> /x;/y -> /x/a.c_v              | -> -> a.c_v -> ;/x;/y -> /x/a.c_v
+      /known -> -> /v/a.c_v -> /x -> /known/a.c_v   | -> b_v -> /v/a.c_v -> /x -> /v/a.c_v
+      /known -> b_v -> /v/a.c_v -> /x -> /known/b_v | -> -> -> /x -> failed | -> -> a.c_v -> -> failed)");
+  for (const auto& [place, name, computed, directories, want] : cases) {
+    SCOPED_TRACE(place + name + " " + computed + " " + directories);
+    TVHandle handle = makeMember({place, name, "", "a.c"});
+    fakeToolkit().computedName = computed;
+    fakeToolkit().items = {{49, directories}};
+    const bool fails = want == "failed";
+    EXPECT_EQ(memberOf(handle).computeArchiveName(handle), fails ? kResultFailed : 0);
+    EXPECT_EQ(memberOf(handle).qualArchiveName().str(), fails ? computed : want);
     EXPECT_EQ(project.object()->children().find(handle.object()), handle.object());
-    EXPECT_EQ(sink.told().empty(), c.result == 0);
+    EXPECT_EQ(sink.told().empty(), !fails);
   }
 }
 
@@ -270,15 +232,14 @@ TEST_F(Operations, CheckThePromotionGroupOfACheckOut) {
   const std::string higher = FolderFileMessage(kFolderNotDevelopmentGroup, "G").str();
   const std::string both = FolderMessage(kFolderRevisionWithGroup).str();
   const std::string needed = FolderMessage(kFolderGroupNeeded).str();
-  struct Case {
+  const struct {
     const char* why;
     int16_t kind;
     const char* group;
     const char* revision;
     bool lock;
     std::string want;
-  };
-  const Case cases[] = {
+  } cases[] = {
       {"no group, no lock", 2, "", "1.2", false, ""},
       {"unknown group", 1, "G", "", false, unknown},
       {"unknown group and revision", 1, "G", "1.2", false, unknown + both},
@@ -289,7 +250,7 @@ TEST_F(Operations, CheckThePromotionGroupOfACheckOut) {
       {"higher group and revision", 3, "G", "1.2", false, both},
   };
   fakeToolkit().items = {{55, std::string("A\0C\0B\0C\0\0", 9)}};
-  for (const Case& c : cases) {
+  for (const auto& c : cases) {
     SCOPED_TRACE(c.why);
     fakeToolkit().groups = {{"G", c.kind}};
     TVGetOptions options;
@@ -323,21 +284,19 @@ TEST_F(Operations, CheckThePromotionGroupOfACheckOut) {
 TEST_F(Operations, CheckDatesInTheWordsAndTheFormatOfTheProject) {
   fakeToolkit().items = {{78, "Jan Feb Mrz Apr Mai Jun Jul Aug Sep Okt Nov Dez vorm nachm"},
                          {79, "dd.mm.yy hh:mm:ss"}};
-  struct Case {
-    const char* date;
-    bool good;
+  const auto error = [&](const char* date) {
+    VString text;
+    const bool isGood = project.validateDate(date, &text);
+    EXPECT_EQ(isGood, text.isEmpty());
+    return text.str();
   };
-  const Case cases[] = {{"24.12.95", true},  {"12.24.95", false},    {"Mrz.95", true},
-                        {"Mar.95", false},   {"24.12.95 \t ", true}, {"9:30 nachm", true},
-                        {"nonsense", false}, {"\t ", true}};
-  for (const Case& c : cases) {
-    SCOPED_TRACE(c.date);
-    VString errorText;
-    EXPECT_EQ(project.validateDate(c.date, &errorText), c.good);
-    EXPECT_EQ(errorText.str(),
-              c.good ? "" : DateMessage(kFolderDate, c.date, "dd.mm.yy hh:mm:ss").str());
-    EXPECT_EQ(sink.told(), "");
+  for (const char* good : {"24.12.95", "Mrz.95", "24.12.95 \t ", "9:30 nachm", "\t "}) {
+    EXPECT_EQ(error(good), "");
   }
+  for (const char* bad : {"12.24.95", "Mar.95", "nonsense"}) {
+    EXPECT_EQ(error(bad), DateMessage(kFolderDate, bad, "dd.mm.yy hh:mm:ss").str());
+  }
+  EXPECT_EQ(sink.told(), "");
   EXPECT_FALSE(project.validateDate("32.1.95  ", nullptr));
   EXPECT_EQ(sink.told(),
             "notice " + DateMessage(kFolderDate, "32.1.95", "dd.mm.yy hh:mm:ss").str() + "\n");
@@ -350,64 +309,50 @@ TEST_F(Operations, CheckDatesInTheWordsAndTheFormatOfTheProject) {
 
 // Each setter after each other one of its group: only the last one counts.
 TEST(Options, KeepFlagsThatExcludeOneAnotherApart) {
-  using Get = TVGetOptions;
-  using Put = TVPutOptions;
-  const auto lastCounts = [](auto fresh, auto setters) {
-    for (const auto& first : setters) {
-      for (const auto& second : setters) {
-        auto options = fresh;
+  const auto lastCounts = [](auto options, const auto& setters) {
+    for (const auto& [first, ignored] : setters) {
+      for (const auto& [second, flags] : setters) {
         options.flags = 0x100000;  // A stranger's.
-        (options.*first.set)();
-        (options.*second.set)();
-        EXPECT_EQ(options.flags, 0x100000 | second.flags);
+        (options.*first)();
+        (options.*second)();
+        EXPECT_EQ(options.flags, 0x100000 | flags);
       }
     }
   };
-  struct GetSetter {
-    void (Get::*set)();
-    uint32_t flags;
-  };
-  struct PutSetter {
-    void (Put::*set)();
-    uint32_t flags;
-  };
-  using Gets = std::vector<GetSetter>;
-  using Puts = std::vector<PutSetter>;
-  lastCounts(Get(), Gets{{&Get::setReadOnly, 0}, {&Get::setWritable, 0x10}, {&Get::setLock, 0x2}});
-  lastCounts(Get(), Gets{{&Get::setOverwritePrompt, 0},
-                         {&Get::setOverwriteAlways, 0x20},
-                         {&Get::setOverwriteNever, 0x40}});
-  lastCounts(Put(), Puts{{&Put::setPutUnchanged, 0x80},
-                         {&Put::setRefuseUnchanged, 0x40},
-                         {&Put::setAskUnchanged, 0x60}});
-  lastCounts(
-      Put(),
-      Puts{{&Put::setKeepLock, 0x1}, {&Put::setKeepReadOnly, 0x2}, {&Put::setRemoveWorkfile, 0}});
-  lastCounts(
-      Put(),
-      Puts{{&Put::setMoveLabel, 0x10}, {&Put::setAskLabel, 0x4000}, {&Put::setRefuseLabel, 0}});
+  using Get = TVGetOptions;
+  using Put = TVPutOptions;
+  using Gets = std::vector<std::pair<void (Get::*)(), uint32_t>>;
+  using Puts = std::vector<std::pair<void (Put::*)(), uint32_t>>;
+  for (const Gets& setters :
+       {Gets{{&Get::setReadOnly, 0}, {&Get::setWritable, 0x10}, {&Get::setLock, 0x2}},
+        Gets{{&Get::setOverwritePrompt, 0},
+             {&Get::setOverwriteAlways, 0x20},
+             {&Get::setOverwriteNever, 0x40}}}) {
+    lastCounts(Get(), setters);
+  }
+  for (const Puts& setters :
+       {Puts{{&Put::setPutUnchanged, 0x80},
+             {&Put::setRefuseUnchanged, 0x40},
+             {&Put::setAskUnchanged, 0x60}},
+        Puts{{&Put::setKeepLock, 0x1}, {&Put::setKeepReadOnly, 0x2}, {&Put::setRemoveWorkfile, 0}},
+        Puts{{&Put::setMoveLabel, 0x10}, {&Put::setAskLabel, 0x4000}, {&Put::setRefuseLabel, 0}}}) {
+    lastCounts(Put(), setters);
+  }
 }
 
 TEST(Options, KeepTheDateOfTheLastChoice) {
-  struct Choice {
-    void (*choose)(TVGetOptions& options);
-    uint32_t flags;
-    const char* cutoffDate;
-    const char* otherDate;
-  };
-  const Choice choices[] = {
-      {[](TVGetOptions& options) { options.setCutoffDate("1/1/95"); }, 0, "1/1/95", ""},
-      {[](TVGetOptions& options) { options.setOtherDate("2/2/96"); }, 0x4, "", "2/2/96"},
-      {[](TVGetOptions& options) { options.setLatest(); }, 0x80, "", ""},
-  };
-  for (const Choice& first : choices) {
-    for (const Choice& second : choices) {
+  using Choice = std::pair<void (*)(TVGetOptions&), const char*>;
+  const Choice choices[] = {{[](TVGetOptions& o) { o.setCutoffDate("1/1/95"); }, "0 1/1/95|"},
+                            {[](TVGetOptions& o) { o.setOtherDate("2/2/96"); }, "4 |2/2/96"},
+                            {[](TVGetOptions& o) { o.setLatest(); }, "128 |"}};
+  for (const auto& [first, ignored] : choices) {
+    for (const auto& [second, want] : choices) {
       TVGetOptions options;
-      first.choose(options);
-      second.choose(options);
-      EXPECT_EQ(options.flags, second.flags);
-      EXPECT_EQ(options.cutoffDate, second.cutoffDate);
-      EXPECT_EQ(options.otherDate, second.otherDate);
+      first(options);
+      second(options);
+      EXPECT_EQ(std::to_string(options.flags) + " " + options.cutoffDate.str() + "|" +
+                    options.otherDate.str(),
+                want);
     }
   }
 }

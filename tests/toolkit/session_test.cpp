@@ -185,23 +185,15 @@ TEST_F(ToolkitCallbacks, MapAnswersToResults) {
 }
 
 TEST_F(ToolkitCallbacks, MapCodes) {
-  const struct {
-    int32_t code;
-    const char* told;
-  } retries[] = {
-      {37, "retry 2 p\n"}, {38, "retry 1 p\n"}, {49, "retry 3 p\n"}, {50, "retry 0 p\n"}};
-  for (const auto& c : retries) {
-    EXPECT_EQ(answers<TrvsRetryCallback>(3, c.code, "p"), 2022);
-    EXPECT_EQ(sink.told(), c.told);
+  for (const auto& [code, kind] : {std::pair{37, "2"}, {38, "1"}, {49, "3"}, {50, "0"}}) {
+    EXPECT_EQ(answers<TrvsRetryCallback>(3, code, "p"), 2022);
+    EXPECT_EQ(sink.told(), std::string("retry ") + kind + " p\n");
   }
-  const struct {
-    int32_t code;
-    const char* told;
-  } outputs[] = {{0, ""}, {1, "output 0 x\n"}, {15, "output 14 x\n"}, {16, ""}, {-1, ""}};
-  for (const auto& c : outputs) {
-    sink.answer = 0;
-    EXPECT_EQ(call<TrvsOutputCallback>(4, "x", c.code), *c.told == '\0' ? 0 : 2);
-    EXPECT_EQ(sink.told(), c.told);
+  sink.answer = 0;
+  for (const auto& [code, told] :
+       {std::pair{0, ""}, {1, "output 0 x\n"}, {15, "output 14 x\n"}, {16, ""}, {-1, ""}}) {
+    EXPECT_EQ(call<TrvsOutputCallback>(4, "x", code), *told == '\0' ? 0 : 2);
+    EXPECT_EQ(sink.told(), told);
   }
 }
 
