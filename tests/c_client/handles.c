@@ -41,16 +41,21 @@ enum {
   kItem = kBranch | kRevision | kLabel
 };
 
+/* A table of functions of one signature. */
+#define TABLE(name, result, ...) \
+  static const struct {          \
+    const char* function;        \
+    int on;                      \
+    result (*call)(__VA_ARGS__); \
+    int32_t none;                \
+  } name[]
 #define ROW(on, function) \
-  { #function, on, function }
+  { #function, on, function, 0 }
+#define OPENS(on, function) \
+  { #function, on, function, -1 }
 #define COUNT_OF(rows) (sizeof rows / sizeof rows[0])
 
-typedef const char* (*TextFunction)(TVHandle*);
-static const struct {
-  const char* name;
-  int on;
-  TextFunction call;
-} texts[] = {
+TABLE(texts, const char*, TVHandle*) = {
     ROW(kRoot, GetRootPublicDir),
     ROW(kRoot, GetRootPrivateDir),
     ROW(kProject, GetProjectName),
@@ -72,42 +77,21 @@ static const struct {
     ROW(kItem, GetLabelName),
 };
 
-typedef int32_t (*NumberFunction)(TVHandle*);
-static const struct {
-  const char* name;
-  int on;
-  NumberFunction call;
-  int32_t none;
-} numbers[] = {
-    {"OpenProjectRoot", kRoot, OpenProjectRoot, -1},
-    {"CloseProjectRoot", kRoot, CloseProjectRoot, -1},
-    {"OpenProject", kProject, OpenProject, -1},
-    {"CloseProject", kProject, CloseProject, -1},
-    {"OpenFolder", kParent, OpenFolder, -1},
-    {"CloseFolder", kParent, CloseFolder, -1},
-    {"OpenArchive", kArchive, OpenArchive, -1},
-    {"CloseArchive", kArchive, CloseArchive, -1},
-    {"OpenBranch", kBranch, OpenBranch, -1},
-    {"CloseBranch", kBranch, CloseBranch, -1},
-    {"OpenRevision", kRevision, OpenRevision, -1},
-    {"CloseRevision", kRevision, CloseRevision, -1},
-    {"GetCreationTime", kArchive, GetCreationTime, -1},
-    {"GetNumLocks", kArchive, GetNumLocks, 0},
-    {"GetNumRevisions", kArchive, GetNumRevisions, 0},
-    {"GetArchiveStatus", kArchive, GetArchiveStatus, 0},
-    {"ArchiveHasChildren", kArchive, ArchiveHasChildren, 0},
-    {"ArchiveLockedByMe", kArchive, ArchiveLockedByMe, 0},
-    {"ArchiveLockedByOther", kArchive, ArchiveLockedByOther, 0},
-    {"ArchiveLockedExclusive", kArchive, ArchiveLockedExclusive, 0},
-    {"ArchiveLockedMultiple", kArchive, ArchiveLockedMultiple, 0},
+TABLE(numbers, int32_t, TVHandle*) = {
+    OPENS(kRoot, OpenProjectRoot),        OPENS(kRoot, CloseProjectRoot),
+    OPENS(kProject, OpenProject),         OPENS(kProject, CloseProject),
+    OPENS(kParent, OpenFolder),           OPENS(kParent, CloseFolder),
+    OPENS(kArchive, OpenArchive),         OPENS(kArchive, CloseArchive),
+    OPENS(kBranch, OpenBranch),           OPENS(kBranch, CloseBranch),
+    OPENS(kRevision, OpenRevision),       OPENS(kRevision, CloseRevision),
+    OPENS(kArchive, GetCreationTime),     ROW(kArchive, GetNumLocks),
+    ROW(kArchive, GetNumRevisions),       ROW(kArchive, GetArchiveStatus),
+    ROW(kArchive, ArchiveHasChildren),    ROW(kArchive, ArchiveLockedByMe),
+    ROW(kArchive, ArchiveLockedByOther),  ROW(kArchive, ArchiveLockedExclusive),
+    ROW(kArchive, ArchiveLockedMultiple),
 };
 
-typedef TVHandle* (*StepFunction)(TVHandle*);
-static const struct {
-  const char* name;
-  int on;
-  StepFunction call;
-} steps[] = {
+TABLE(steps, TVHandle*, TVHandle*) = {
     ROW(kRoot, GetFirstProject),           ROW(kRoot, GetNextProject),
     ROW(kParent, GetFirstFolder),          ROW(kParent, GetNextFolder),
     ROW(kParent, GetFirstArchive),         ROW(kParent, GetNextArchive),
@@ -117,12 +101,7 @@ static const struct {
     ROW(kRevision, GetFirstLabel),         ROW(kRevision, GetNextLabel),
 };
 
-typedef TVHandle* (*FindFunction)(TVHandle*, const char*);
-static const struct {
-  const char* name;
-  int on;
-  FindFunction call;
-} finds[] = {
+TABLE(finds, TVHandle*, TVHandle*, const char*) = {
     ROW(kRoot, FindProject),
     ROW(kParent, FindFolder),
     ROW(kParent, FindArchiveByWorkName),
@@ -135,23 +114,13 @@ static const struct {
     ROW(kRevision, FindLabel),
 };
 
-typedef void (*ActFunction)(TVHandle*);
-static const struct {
-  const char* name;
-  int on;
-  ActFunction call;
-} acts[] = {
+TABLE(acts, void, TVHandle*) = {
     ROW(kProject, DestroyProject),         ROW(kParent, DestroyFolder),
     ROW(kArchive, DestroyArchive),         ROW(kParent, SetSortTypeWorkName),
     ROW(kParent, SetSortTypeQualWorkName), ROW(kParent, SetSortTypeArchiveName),
 };
 
-typedef void (*SetFunction)(TVHandle*, const char*);
-static const struct {
-  const char* name;
-  int on;
-  SetFunction call;
-} sets[] = {
+TABLE(sets, void, TVHandle*, const char*) = {
     ROW(kProject, SetProjectVCSDirs),    ROW(kProject, SetProjectPublicDir),
     ROW(kProject, SetProjectPrivateDir), ROW(kRevision, CreateLabel),
     ROW(kLabel, SetLabelName),
@@ -165,22 +134,22 @@ static void callAllOthers(const char* why, TVHandle* handle, int kind) {
     const char* text;
     if (texts[i].on & kind) continue;
     text = texts[i].call(handle);
-    if (text == NULL || *text != '\0') fail("%s: %s gives a text", why, texts[i].name);
+    if (text == NULL || *text != '\0') fail("%s: %s gives a text", why, texts[i].function);
   }
   for (size_t i = 0; i < COUNT_OF(numbers); ++i) {
     int32_t number;
     if (numbers[i].on & kind) continue;
     number = numbers[i].call(handle);
-    if (number != numbers[i].none) fail("%s: %s gives %d", why, numbers[i].name, (int)number);
+    if (number != numbers[i].none) fail("%s: %s gives %d", why, numbers[i].function, (int)number);
   }
   for (size_t i = 0; i < COUNT_OF(steps); ++i) {
     if (steps[i].on & kind) continue;
-    if (steps[i].call(handle) != NULL) fail("%s: %s gives a handle", why, steps[i].name);
+    if (steps[i].call(handle) != NULL) fail("%s: %s gives a handle", why, steps[i].function);
   }
   for (size_t key = 0; key < COUNT_OF(keys); ++key) {
     for (size_t i = 0; i < COUNT_OF(finds); ++i) {
       if (finds[i].on & kind) continue;
-      if (finds[i].call(handle, keys[key]) != NULL) fail("%s: %s finds", why, finds[i].name);
+      if (finds[i].call(handle, keys[key]) != NULL) fail("%s: %s finds", why, finds[i].function);
     }
     for (size_t i = 0; i < COUNT_OF(sets); ++i) {
       if (!(sets[i].on & kind)) sets[i].call(handle, keys[key]);
@@ -281,7 +250,7 @@ static void checkKinds(Client* client) {
     const char* why;
     TVHandle* handle;
     int kind;
-    TextFunction name; /* Not empty as long as the handle lives. */
+    const char* (*name)(TVHandle*); /* Not empty as long as the handle lives. */
   } kinds[] = {
       {"root", client->root, kRoot, GetRootPublicDir},
       {"project", client->project, kProject | kFolder, GetProjectName},

@@ -165,10 +165,7 @@ TEST_F(Objects, EditsWriteWhatIsDirtyOnce) {
   const struct {
     const char* why;
     const char* fails;
-    bool dirty;
-    bool stale;
-    bool begun;
-    bool ended;
+    bool dirty, stale, begun, ended;
     const char* log;
   } cases[] = {
       {"nothing changed", "", false, false, true, true, "lock keep"},

@@ -11,6 +11,7 @@
 
 #include "store/storefixture.h"
 #include "support/sizelimit.h"
+#include "toolkit/messages.h"
 
 namespace store_test {
 namespace {
@@ -53,38 +54,26 @@ TEST_F(OpenLocked, ReportsWhyAFileCannotBeHad) {
   put("readonly", "");
   ::chmod(path("readonly").c_str(), 0444);
   std::filesystem::create_directory(path("dir"));
-  const std::string rights =
-      " Check to see that you have sufficient directory rights.  Then retry "
-      "the operation.\n";
-  const auto write = [](const std::string& name) {
-    return "error Unable to write " + name +
-           ".\n\nCheck to see that you have sufficient directory rights, that you have write "
-           "access "
-           "to the file, and that you are not out of disk space. \n";
+  const auto message = [](int code, const char* name) {
+    return "error " + FolderFileMessage(code, name).str() + "\n";
   };
   const struct {
     const char* name;
     Access access;
     bool create;
     int code;
-    std::string told;
   } cases[] = {
-      {"F", Access::kRead, false, 0, ""},
-      {"F", Access::kUpdate, true, 0, ""},
-      {"F/x/G", Access::kRead, true, 5, "error Cannot create directory F/x/G." + rights},
-      {"none", Access::kRead, true, 6, "error Cannot create file none." + rights},
-      {"none", Access::kRead, false, 8, "error File none does not exist.\n"},
-      {"none", Access::kUpdate, false, 8, "error File none does not exist.\n"},
-      {"readonly", Access::kUpdate, true, 7, write("readonly")},
-      {"readonly", Access::kRead, true, 0, ""},
-      {"dir", Access::kUpdate, true, 7, write("dir")},
-      {"dir", Access::kRead, true, 4, "error An error occured while attempting to read dir.\n"},
+      {"F", Access::kRead, false, 0},         {"F", Access::kUpdate, true, 0},
+      {"F/x/G", Access::kRead, true, 5},      {"none", Access::kRead, true, 6},
+      {"none", Access::kRead, false, 8},      {"none", Access::kUpdate, false, 8},
+      {"readonly", Access::kUpdate, true, 7}, {"readonly", Access::kRead, true, 0},
+      {"dir", Access::kUpdate, true, 7},      {"dir", Access::kRead, true, 4},
   };
   for (const auto& c : cases) {
     SCOPED_TRACE(std::string(c.name) + " " + std::to_string(c.code));
     EXPECT_EQ(open(c.name, c.access, c.create), c.code);
     EXPECT_EQ(stream != nullptr, c.code == 0);
-    EXPECT_EQ(told(), c.told);
+    EXPECT_EQ(told(), c.code == 0 ? "" : message(c.code, c.name));
     EXPECT_EQ(open(c.name, c.access, c.create, false) != 0, c.code != 0);
     EXPECT_EQ(told(), "");
   }
@@ -122,20 +111,17 @@ TEST_F(OpenLocked, WaitsForAnUpdaterWithNotices) {
     return text;
   };
   const struct {
-    const char* why;
     int last;    // The notice at which something happens.
     bool frees;  // The updater goes, or else the sink gives up.
     int code;
     std::string told;
-  } cases[] = {
-      {"frees at once", 1, true, 0, notices("13")},
-      {"frees later", 3, true, 0, notices("1223")},
-      {"given up at once", 1, false, 9, notices("13") + kBusy},
-      {"given up later", 2, false, 9, notices("123") + kBusy},
-      {"nothing happens", 99, false, 9, notices("12222222223") + kBusy},
-  };
+  } cases[] = {{1, true, 0, notices("13")},
+               {3, true, 0, notices("1223")},
+               {1, false, 9, notices("13") + kBusy},
+               {2, false, 9, notices("123") + kBusy},
+               {99, false, 9, notices("12222222223") + kBusy}};
   for (const auto& c : cases) {
-    SCOPED_TRACE(c.why);
+    SCOPED_TRACE(c.last);
     Holder updater(path("F"), LOCK_EX);
     int count = 0;
     sink.onRetry = [&](int) {
@@ -183,11 +169,9 @@ TEST_F(Merge, ProjectsComeFromThePublicFile) {
   const std::string a = "project A|a.cfg|wa|wa|pub/a|\n";
   const struct {
     const char* why;
-    std::string pub;
-    std::string prv;
+    std::string pub, prv;
     int answer;
-    std::string want;
-    std::string told;
+    std::string want, told;
   } cases[] = {
       {"public only", full + last, "", 1, a + z, ""},
       {"in both, private first wins", full + last,
@@ -236,9 +220,7 @@ TEST_F(Merge, FoldersComeFromEitherFile) {
   const std::string both = "public A|wa|pub/p/a|prv/p/aa\n";
   const struct {
     const char* why;
-    std::string pub;
-    std::string prv;
-    std::string want;
+    std::string pub, prv, want;
   } cases[] = {
       {"public only", a, "", "public A|wa|pub/p/a|\n"},
       {"in both, marked", a, overlay, both},
