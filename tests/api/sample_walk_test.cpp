@@ -2,19 +2,17 @@
 // names in mixed case, Latin-1 bytes, odd records, damaged archives.
 #include <gtest/gtest.h>
 
-#include <cstdio>
 #include <filesystem>
 #include <string>
 #include <utility>
 
 #include "foldapi/foldapi.h"
-#include "support/client.h"
+#include "support/describe.h"
 
 namespace {
 
 using std::string;
 using support::Archive;
-using support::walk;
 
 void writeArchives(const support::Database& database, const string& me) {
   const auto write = [&](const char* path, const Archive& archive) {
@@ -100,65 +98,6 @@ void writeSample(const support::Database& database, const string& me) {
   }
 }
 
-string hex(int32_t value) {
-  char text[16];
-  std::snprintf(text, sizeof text, "%x", static_cast<unsigned>(value));
-  return text;
-}
-
-// All that can be asked of an archive, on two lines.
-string describeArchive(TVHandle* archive, const string& indent) {
-  string tests;
-  for (const auto test : {ArchiveHasChildren, ArchiveLockedByMe, ArchiveLockedByOther,
-                          ArchiveLockedExclusive, ArchiveLockedMultiple}) {
-    tests += std::to_string(test(archive));
-  }
-  string description = support::escaped(GetArchiveDescription(archive));
-  if (description.size() > 99) description = std::to_string(description.size()) + " characters";
-  return indent + GetWorkfileName(archive) + " | " + GetQualWorkfileName(archive) + " | " +
-         GetFullQualWorkfileName(archive) + " | " + GetArchiveName(archive) + " | " +
-         GetQualArchiveName(archive) + "\n" + indent + "  status " +
-         hex(GetArchiveStatus(archive)) + " " + tests + ", " +
-         std::to_string(GetNumRevisions(archive)) + " revisions, " +
-         std::to_string(GetNumLocks(archive)) + " locks (" + GetLockerList(archive) +
-         "), access (" + GetAccessList(archive) + "), created " + hex(GetCreationTime(archive)) +
-         ", (" + description + ")\n";
-}
-
-string describeArchives(TVHandle* parent, const string& indent) {
-  string text;
-  for (TVHandle* archive : walk(parent, GetFirstArchive, GetNextArchive)) {
-    text += describeArchive(archive, indent);
-  }
-  return text;
-}
-
-string describeProject(TVHandle* project) {
-  string text = support::escaped(GetProjectName(project)) + " | " + GetProjectCfgFile(project) +
-                " | " + GetProjectVCSDirs(project) + " | " + GetProjectPublicDir(project) + " | " +
-                GetProjectPrivateDir(project) + "\n";
-  OpenProject(project);
-  for (TVHandle* folder : walk(project, GetFirstFolder, GetNextFolder)) {
-    text += string("  ") + GetFolderName(folder) + "\n";
-    OpenFolder(folder);
-    text += describeArchives(folder, "    ");
-    CloseFolder(folder);
-  }
-  text += describeArchives(project, "  ");
-  CloseProject(project);
-  return text;
-}
-
-string describeRoot(TVHandle* root) {
-  string text = string(GetRootPublicDir(root)) + " | " + GetRootPrivateDir(root) + "\n";
-  OpenProjectRoot(root);
-  for (TVHandle* project : walk(root, GetFirstProject, GetNextProject)) {
-    text += describeProject(project);
-  }
-  CloseProjectRoot(root);
-  return text;
-}
-
 // In the golden file <me> stands for the current user.
 void expectSample(const string& text) {
   string sample =
@@ -174,10 +113,10 @@ TEST(SampleWalk, ShowsAllThatTheFilesSay) {
   const support::Database database(directory.path());
   const support::ScopedEnvironment profile("KSTR_INI", database.profile());
   writeSample(database, support::currentUser());
-  expectSample(describeRoot(Init("V:\\pub", "V:\\prv")));
+  expectSample(support::describeRoot(Init("V:\\pub", "V:\\prv")));
   // From memory and the caches now, with the roots of the profile.
   TVHandle* const root = Init("", "");
-  expectSample(describeRoot(root));
+  expectSample(support::describeRoot(root));
   OpenProjectRoot(root);
   EXPECT_STREQ(GetProjectName(FindProject(root, "motor CONTROL")), "Motor Control");
   CloseProjectRoot(root);
