@@ -17,20 +17,6 @@ class VFileTest : public testing::Test {
   const std::string path_ = directory_ / "proj.cfg";
 };
 
-TEST_F(VFileTest, AppendsAtTheEnd) {
-  VFile file{VPathString(path_)};
-  EXPECT_FALSE(file.open(VFile::kReadWrite)) << "makes no file";
-  EXPECT_TRUE(file.close()) << "does nothing";
-  support::writeFile(path_, "# head\r\n");
-  ASSERT_TRUE(file.open(VFile::kReadWrite));
-  EXPECT_TRUE(file.seek(VFile::kEnd));
-  EXPECT_EQ(file.writeText("VCSDIR=d:\\arch\r\n\r\n"), 18);
-  EXPECT_EQ(bytes(), "# head\r\nVCSDIR=d:\\arch\r\n\r\n") << "at once";
-  EXPECT_TRUE(file.close());
-  EXPECT_EQ(bytes(), "# head\r\nVCSDIR=d:\\arch\r\n\r\n");
-  EXPECT_EQ(file.writeText("x"), -1) << "closed";
-}
-
 TEST_F(VFileTest, KeepsWhatOthersAppendedMeanwhile) {
   support::writeFile(path_, "a");
   VFile one{VPathString(path_)}, two{VPathString(path_)};

@@ -279,9 +279,7 @@ TEST(Hash, ForgetsOrDeletesItsValues) {
     ~Mortal() override { ++deleted; }
   };
   const KeyRule rule = {5, 0, 0};
-  deleted = 0;
-  TVHash table;
-  TVHash other;
+  TVHash table, other;
   for (int key = 0; key < 30; ++key) table.add(new Mortal(key, rule));
   other.addAll(table);
   EXPECT_EQ(other.values().size(), 30u);

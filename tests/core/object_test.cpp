@@ -114,28 +114,6 @@ TEST_F(Objects, HashesAreNeverTheMarkForUnknown) {
   EXPECT_EQ(node.hash(), 0x10000000);
 }
 
-TEST_F(Objects, LiveAsLongAsAnythingRefersToThem) {
-  of(root).stored = {"a", "b"};
-  root.open();
-  TVHandle held(child(root, "b"));
-  root.close();
-  EXPECT_EQ(Node::alive, 2);
-  root.attach(nullptr);
-  EXPECT_EQ(Node::alive, 2);  // The owner too.
-  TVHandle owner(&sink, held.object()->owner());
-  EXPECT_EQ(owner.object()->referenceCount(), 2);
-  held.attach(nullptr);
-  // The next object lives below the old one, and nothing else holds either.
-  owner.attach(TVObject::mergeIntoCache(new Node("c", owner.object()), nullptr));
-  EXPECT_EQ(owner.name().str(), "c");
-  EXPECT_EQ(Node::alive, 2);
-  owner.object()->addReference(1);
-  TVObject* object = owner.object();
-  owner.attach(nullptr);
-  object->releaseReference(5);  // More than there are.
-  EXPECT_EQ(Node::alive, 0);
-}
-
 // A real fault: the use that had failed was never ended.
 TEST_F(Objects, AUseThatFailsLeavesNothingOpen) {
   Node& node = of(root);

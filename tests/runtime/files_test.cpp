@@ -11,6 +11,7 @@
 #include "runtime/paths.h"
 #include "runtime/platform_path.h"
 #include "support/files.h"
+#include "support/table.h"
 
 namespace foldapi {
 namespace {
@@ -41,19 +42,14 @@ class PathMap : public testing::Test {
 };
 
 TEST_F(PathMap, LeadsDrivesAndSharesToTheirPlaces) {
-  const std::string vol = directory_ / "vol", team = directory_ / "team";
-  const std::pair<const char*, std::string> cases[] = {
-      {"v:\\Proj\\Main.C", vol + "/Proj/Main.C"},
-      {"V:proj/MAIN.c", vol + "/Proj/Main.C"},
-      {"V:", vol},
-      {"V:\\PROJ\\new\\File", vol + "/Proj/new/File"},
-      {"\\\\srv\\TEAM\\file", team + "/File"},
-      {"//SRV/team/file", team + "/File"},
-      {"\\\\srv\\other\\file", ""},
-      {"U:\\x", ""},
-      {"", ""},
-  };
-  for (const auto& [path, want] : cases) EXPECT_EQ(nativePath(path), want) << path;
+  const std::string vol = directory_ / "vol";
+  const auto cases = support::table<2>(R"(
+      v:\Proj\Main.C -> vol/Proj/Main.C | V:proj/MAIN.c -> vol/Proj/Main.C | V: -> vol
+      V:\PROJ\new\File -> vol/Proj/new/File | \\srv\TEAM\file -> team/File
+      //SRV/team/file -> team/File)");
+  for (const auto& [path, want] : cases) EXPECT_EQ(nativePath(path), directory_ / want) << path;
+  for (const char* path : {"\\\\srv\\other\\file", "U:\\x", ""})
+    EXPECT_EQ(nativePath(path), "") << path;
   EXPECT_EQ(nativePath("/" + vol + "/proj"), "/" + vol + "/Proj") << "doubled slash, no share";
   EXPECT_TRUE(fileExists("V:\\proj\\main.c"));
   EXPECT_FALSE(fileExists("U:\\x"));
@@ -80,17 +76,10 @@ TEST(CaseBlindNames, MeanTheOnlyEntryThatEqualsThem) {
   for (const char* name : {"One.txt", "two.TXT", "TWO.txt", "Sub/Deep/File", "d\xfcr"}) {
     support::writeFile(directory / name, "");
   }
-  const char* const cases[][2] = {
-      {"ONE.TXT", "One.txt"},
-      {"One.txt", "One.txt"},
-      {"two.txt", "two.txt"},
-      {"TWO.txt", "TWO.txt"},
-      {"sub\\DEEP\\file", "Sub/Deep/File"},
-      {"SUB/deep/new/A", "Sub/Deep/new/A"},
-      {"sub/", "Sub/"},
-      {"D\xfcR", "d\xfcr"},
-      {"D\xdcR", "D\xdcR"},
-  };
+  const auto cases = support::table<2>(
+      "ONE.TXT -> One.txt | One.txt -> One.txt | two.txt -> two.txt | TWO.txt -> TWO.txt | "
+      "sub\\DEEP\\file -> Sub/Deep/File | SUB/deep/new/A -> Sub/Deep/new/A | sub/ -> Sub/ | "
+      "D\xfcR -> d\xfcr | D\xdcR -> D\xdcR");
   // The second round finds the directory's listing kept, as it is old enough.
   for (const int64_t age : {int64_t{0}, 3600 * kSecond}) {
     if (age != 0) setModified(directory.path(), 1'000'000'000 * kSecond);

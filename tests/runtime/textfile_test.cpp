@@ -209,21 +209,5 @@ TEST_F(TextFileTest, WritesInPlaceWhereNoSiblingCanBe) {
   EXPECT_TRUE(isAlone());
 }
 
-TEST_F(TextFileTest, EndsAWaitWhenTheHoldEnds) {
-  write("x\n");
-  ChildProcess updater([this](ChildProcess& parent) {
-    const auto file = open(Access::kUpdate);
-    parent.signal();
-    ::usleep(50000);
-    return file ? 0 : 1;
-  });
-  ASSERT_TRUE(updater.await());
-  waitForTextFile(path_, 60000);
-  EXPECT_EQ(tryOpen(Access::kUpdate), Failure::kNone);
-  const auto held = open(Access::kUpdate);
-  waitForTextFile(path_, 1);  // Ends although the hold doesn't.
-  waitForTextFile(directory_ / "none", 60000);
-}
-
 }  // namespace
 }  // namespace foldapi

@@ -103,14 +103,14 @@ TEST_F(Store, BranchesTakeWhatIsTheirsFromAList) {
     const char* why;
     const char* list;
     const char* want;
-    int assertions;
+    int assertions = 0;
   } cases[] = {
-      {"no list", "", "Trunk", 0},
-      {"no revisions", "1 - \"\"", "Trunk", 0},
+      {"no list", "", "Trunk"},
+      {"no revisions", "1 - \"\"", "Trunk"},
       {"all that hangs on a revision",
        "1 R^ 1.0\n1 t T0\n1 a ann\n1 c new\n1 ! ben\n1 ! cy\n1 # B\n1 # A\n1 ~ dev\n"
        "1 R 1.1\n1 t T1\n1 a ben\n1 c \"\"",
-       "Trunk 1.0*{T0|ann|new}(!ben)(!cy)(#A)(~dev)(#B) 1.1{T1|ben|}", 0},
+       "Trunk 1.0*{T0|ann|new}(!ben)(!cy)(#A)(~dev)(#B) 1.1{T1|ben|}"},
       {"branches in branches, several off one revision, and a label behind them all",
        "1 R^+ 1.0\n1 t 1\n1 a 1\n1 c 1\n"
        "2 R^+ 1.0.1.0\n2 t 2\n2 a 2\n2 c 2\n2 # IN\n"
@@ -123,33 +123,32 @@ TEST_F(Store, BranchesTakeWhatIsTheirsFromAList) {
        "(1.0.1 1.0.1.0{2|2|2}(#IN)(1.0.1.0.1 1.0.1.0.1.0{3|3|3} 1.0.1.0.1.1*{4|4|4}(!ann))"
        " 1.0.1.1{5|5|5})"
        "(1.0.2 1.0.2.0{6|6|6})"
-       " 1.1{7|7|7}(#END)",
-       0},
+       " 1.1{7|7|7}(#END)"},
       {"texts that are missing, one at a time",
        "1 R^ 1.0\n1 a b\n1 c c\n1 R 1.1\n1 t a\n1 c c\n1 R 1.2\n1 t a\n1 a b\n1 R 1.3",
        "Trunk 1.0{|b|c} 1.1{a||c} 1.2{a|b|} 1.3{||}", 4},
       {"texts in another order, twice, with two marks, behind a label",
-       "1 R^ 1.0\n1 c c\n1 # L\n1 at b\n1 t a\n1 t A\n1 !c ann", "Trunk 1.0*{A|b|c}(!ann)(#L)", 0},
+       "1 R^ 1.0\n1 c c\n1 # L\n1 at b\n1 t a\n1 t A\n1 !c ann", "Trunk 1.0*{A|b|c}(!ann)(#L)"},
       {"texts of a branch are not those of its origin",
        "1 R^+ 1.0\n2 R^ 1.0.1.0\n2 t t\n2 a a\n2 c c", "Trunk 1.0{||}(1.0.1 1.0.1.0{t|a|c})", 1},
       {"a branch that its origin doesn't announce",
        "1 R^ 1.0\n1 t 1\n1 a 1\n1 c 1\n2 R^ 1.0.1.0\n2 t 2\n2 a 2\n2 c 2\n1 R 1.1\n1 t 3\n1 a 3\n"
        "1 c 3",
-       "Trunk 1.0{1|1|1} 1.1{3|3|3}", 0},
+       "Trunk 1.0{1|1|1} 1.1{3|3|3}"},
       {"another head ends the branch", "1 R^ 1.0\n1 t t\n1 a a\n1 c c\n1 R^ 2.0\n1 # L",
-       "Trunk 1.0{t|a|c}", 0},
+       "Trunk 1.0{t|a|c}"},
       {"a higher level ends the branch", "1 R^ 1.0\n1 t t\n1 a a\n1 c c\n0 R 9.9\n1 R 1.1",
-       "Trunk 1.0{t|a|c}", 0},
+       "Trunk 1.0{t|a|c}"},
       {"nothing is taken before the first revision",
        "1 t t\n1 ! ann\n1 # L\n5 R 5.5\n1 R 1.0\n1 t 1", "Trunk 1.0{1||}", 1},
       {"one number twice is one revision, as it came last",
        "1 R^ 1.0\n1 t 1\n1 a 1\n1 c 1\n1 ! ann\n1 # OLD\n1 R 1.0\n1 t 2\n1 a 2\n1 c 2\n1 # NEW",
-       "Trunk 1.0{2|2|2}(#NEW)", 0},
+       "Trunk 1.0{2|2|2}(#NEW)"},
       {"numbers without dots, and too long ones, which come first",
        "1 R^+ 7\n1 t t\n1 a a\n1 c c\n2 R^ 8\n2 t t\n2 a a\n2 c c\n1 R 1.99999999999\n1 t t\n1 a "
        "a\n"
        "1 c c",
-       "Trunk 1.99999999999{t|a|c} 7{t|a|c}(8 8{t|a|c})", 0},
+       "Trunk 1.99999999999{t|a|c} 7{t|a|c}(8 8{t|a|c})"},
   };
   for (const auto& c : cases) {
     SCOPED_TRACE(c.why);

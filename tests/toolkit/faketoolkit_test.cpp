@@ -15,7 +15,10 @@ using toolkit_test::fakeToolkit;
 std::string shown(const char* text) {
   return text == nullptr ? "-" : "'" + std::string(text) + "'";
 }
-std::string shown(int64_t number) { return std::to_string(number); }
+template <typename Number>
+std::string shown(Number number) {
+  return std::to_string(number);
+}
 
 template <typename... Arguments>
 int32_t note(const char* name, Arguments... arguments) {
@@ -40,7 +43,7 @@ Function* behind(const char* name, Function*) {
 int32_t TrvsGetUserInfo(char* user, int32_t userSize, char* second, int32_t secondSize,
                         int16_t* kind) {
   if (fakeToolkit().statuses.count("GetUserInfo") != 0) {
-    const int32_t status = note("GetUserInfo", int64_t{userSize}, int64_t{secondSize});
+    const int32_t status = note("GetUserInfo", userSize, secondSize);
     if (status != 0) return status;
   }
   static const auto real = behind("TrvsGetUserInfo", &TrvsGetUserInfo);
@@ -54,7 +57,7 @@ int32_t TrvsQueryConfigurationItem(int32_t item, char* buffer, int32_t size) {
     static const auto real = behind("TrvsQueryConfigurationItem", &TrvsQueryConfigurationItem);
     return real(item, buffer, size);
   }
-  const int32_t status = note("QueryItem", int64_t{item}, int64_t{size});
+  const int32_t status = note("QueryItem", item, size);
   if (status != 0) return status;
   if (known->second.size() >= static_cast<size_t>(size)) return 8;
   known->second.copy(buffer, known->second.size());
@@ -73,36 +76,34 @@ int32_t TrvsVerifyPromoTreeNodeExist(const char* group, int16_t* kind) {
 }
 
 int32_t TrvsComputeArchiveName(const char* workfile, char* buffer, int32_t size) {
-  const int32_t status = note("ComputeArchiveName", workfile, int64_t{size});
+  const int32_t status = note("ComputeArchiveName", workfile, size);
   if (status == 0) std::strcpy(buffer, fakeToolkit().computedName.c_str());
   return status;
 }
 
 int32_t TrvsCreateArchive(const char* archive, const char* workfile, const char* description,
                           const char* owner, uint32_t time, int32_t reserved) {
-  return note("CreateArchive", archive, workfile, description, owner, int64_t{time},
-              int64_t{reserved});
+  return note("CreateArchive", archive, workfile, description, owner, time, reserved);
 }
 
 int32_t TrvsPutRevision(int32_t context, int32_t reserved1, const char* archive, int32_t reserved2,
                         const char* revision, const char* label, const char* description,
                         const char* change, const char* group, const char* author, uint32_t time,
                         uint32_t flags) {
-  return note("PutRevision", int64_t{context}, int64_t{reserved1}, archive, int64_t{reserved2},
-              revision, label, description, change, group, author, int64_t{time}, int64_t{flags});
+  return note("PutRevision", context, reserved1, archive, reserved2, revision, label, description,
+              change, group, author, time, flags);
 }
 
 int32_t TrvsGetRevision(int32_t context, const char* archive, int32_t reserved1,
                         const char* revision, const char* cutoffDate, const char* newerThan,
                         int32_t reserved2, const char* group, int32_t reserved3, uint32_t flags) {
-  return note("GetRevision", int64_t{context}, archive, int64_t{reserved1}, revision, cutoffDate,
-              newerThan, int64_t{reserved2}, group, int64_t{reserved3}, int64_t{flags});
+  return note("GetRevision", context, archive, reserved1, revision, cutoffDate, newerThan,
+              reserved2, group, reserved3, flags);
 }
 
 int32_t TrvsGetLockInfo(int32_t context, const char* archive, int32_t reserved, const char* user,
                         int16_t* count, char* buffer, int32_t size) {
-  const int32_t status = note("GetLockInfo", int64_t{context}, archive, int64_t{reserved}, user,
-                              int64_t{*count}, int64_t{size});
+  const int32_t status = note("GetLockInfo", context, archive, reserved, user, *count, size);
   if (status != 0) return status;
   char* const text = buffer + sizeof(char*);
   std::strcpy(text, fakeToolkit().lockedRevision.c_str());
@@ -112,31 +113,30 @@ int32_t TrvsGetLockInfo(int32_t context, const char* archive, int32_t reserved, 
 
 int32_t TrvsUnLockRevision(int32_t context, const char* archive, const char* revision,
                            const char* user) {
-  return note("UnLockRevision", int64_t{context}, archive, revision, user);
+  return note("UnLockRevision", context, archive, revision, user);
 }
 
 int32_t TrvsLog(int32_t context, const char* archive, const char* revisions, const char* authors,
                 const char* lockers, const char* labels, const char* groups, const char* words,
                 const char* dates, const char* output, uint32_t flags) {
-  return note("Log", int64_t{context}, archive, revisions, authors, lockers, labels, groups, words,
-              dates, output, int64_t{flags});
+  return note("Log", context, archive, revisions, authors, lockers, labels, groups, words, dates,
+              output, flags);
 }
 
 int32_t TrvsTestDifferences(int32_t context, const char* first, const char* firstRevision,
                             const char* second, const char* secondRevision, int16_t* result,
                             int16_t tabWidth, const char* columns, uint32_t flags) {
   *result = fakeToolkit().differ;
-  return note("TestDifferences", int64_t{context}, first, firstRevision, second, secondRevision,
-              int64_t{tabWidth}, columns, int64_t{flags});
+  return note("TestDifferences", context, first, firstRevision, second, secondRevision, tabWidth,
+              columns, flags);
 }
 
 int32_t TrvsReportDifferences(int32_t context, const char* first, const char* firstRevision,
                               const char* second, const char* secondRevision, const char* output,
                               int16_t contextLines, int16_t form, int16_t tabWidth,
                               const char* columns, uint32_t flags) {
-  return note("ReportDifferences", int64_t{context}, first, firstRevision, second, secondRevision,
-              output, int64_t{contextLines}, int64_t{form}, int64_t{tabWidth}, columns,
-              int64_t{flags});
+  return note("ReportDifferences", context, first, firstRevision, second, secondRevision, output,
+              contextLines, form, tabWidth, columns, flags);
 }
 
 int32_t TrvsGenGuiDelta(int32_t context, const char* first, const char* firstRevision,
@@ -145,10 +145,9 @@ int32_t TrvsGenGuiDelta(int32_t context, const char* first, const char* firstRev
                         int16_t changedStyle, int32_t addedColour, int16_t addedStyle,
                         int32_t deletedColour, int16_t deletedStyle, int32_t reserved,
                         uint32_t flags) {
-  return note("GenGuiDelta", int64_t{context}, first, firstRevision, second, secondRevision,
-              int64_t{tabWidth}, columns, output, int64_t{changedColour}, int64_t{changedStyle},
-              int64_t{addedColour}, int64_t{addedStyle}, int64_t{deletedColour},
-              int64_t{deletedStyle}, int64_t{reserved}, int64_t{flags});
+  return note("GenGuiDelta", context, first, firstRevision, second, secondRevision, tabWidth,
+              columns, output, changedColour, changedStyle, addedColour, addedStyle, deletedColour,
+              deletedStyle, reserved, flags);
 }
 
 namespace toolkit_test {
