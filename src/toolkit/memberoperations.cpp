@@ -204,6 +204,7 @@ int TVArchiveMember52::createArchive(TVHandle& context, const TVPutOptions& opti
   TVReferenceHold folderHold(folder);
   TVMemberNames wanted = names();
   if (const int result = computeNames(context, &wanted)) return result;
+  if (!wanted.areStorable(context)) return kResultFailed;
   const Target about = TVArchiveMember52(wanted, folder, true).target();
   int result = kResultDone;
   if (!about.archive.exists()) {
