@@ -121,6 +121,7 @@ TEST_F(Dates, AreRefusedForWhatTheyCannotMean) {
       1/1/4294969291 -> 2                | 18446744073709553611 -> 2         | 1995/1996 -> 2
       Jan 5 Feb -> 2     | Jan/Feb -> 2  | 13/1/95 -> 2     | 0/1/95 -> 2    | 1/0/95 -> 2
       4/31/95 -> 2       | 2/29/97 -> 2  | 24:00 -> 2       | 23:60 -> 2     | 23:59:60 -> 2
+      1/2/3/95 -> 2
       1/2/3/4 -> 2       | 13pm -> 2     | pm5 -> 2         | 2am:pm -> 2    | 1:2:3:4z -> 2
       J -> 2             | Ju -> 2       | Ma -> 2          | A -> 2         | Januaryx -> 2
       Mar5 -> 2          | xxxxxxxxxxxxxxxxxxxxxxxxxxxxxx -> 2 | xxxxxxxxxxxxxxxxxxxxxxxxxxxxxxx -> 1)");
