@@ -54,7 +54,7 @@ class Operations : public testing::Test {
   std::string user;
   TVHandle root = make<TVProjectRoot>("", "", nullptr);
   TVProjectFolderHandle project{
-      make<TVProjectFolder52>("P", TVProjectConfig(), "/work", "/team", root.object())};
+      make<TVProjectFolder52>("P", TVProjectConfig(), "/ann", "/team", root.object())};
   TVHandle member = makeMember({"/v", "m.c_v", "src", "m.c"});
   TVHandle nameless = makeMember({"", "", "", ""});
 };
@@ -76,8 +76,8 @@ TEST_F(Operations, PassEmptyTextsAsTheToolkitWantsThem) {
     return fakeToolkit().calls();
   };
   EXPECT_EQ(runAll(),
-            "GetRevision -1 '/v/m.c_v(/work/src/m.c)' 0 '' '' '' 0 '' 0 0\n"
-            "PutRevision -1 0 '/v/m.c_v(/work/src/m.c)' 0 - - - - - - 0 0\n"
+            "GetRevision -1 '/v/m.c_v(/ann/src/m.c)' 0 '' '' '' 0 '' 0 0\n"
+            "PutRevision -1 0 '/v/m.c_v(/ann/src/m.c)' 0 - - - - - - 0 0\n"
             "Log -1 '/v/m.c_v' - - - - - - - '' 0\n"
             "TestDifferences -1 'a' - - - 0 - 0\n"
             "ReportDifferences -1 'a' - - - - 0 0 0 - 0\n"
@@ -97,8 +97,8 @@ TEST_F(Operations, PassEmptyTextsAsTheToolkitWantsThem) {
   diff.short6 = 6, diff.long1 = 255, diff.long2 = 256, diff.long3 = 257;
   fakeToolkit().differ = 1;
   EXPECT_EQ(runAll(),
-            "GetRevision -1 '/v/m.c_v(/work/src/m.c)' 0 '1.2' 'cutoff' 'other' 0 'test' 0 254\n"
-            "PutRevision -1 0 '/v/m.c_v(/work/src/m.c)' 0 '1.3' 'LABEL' 'about' 'change' 'dev' - 0 "
+            "GetRevision -1 '/v/m.c_v(/ann/src/m.c)' 0 '1.2' 'cutoff' 'other' 0 'test' 0 254\n"
+            "PutRevision -1 0 '/v/m.c_v(/ann/src/m.c)' 0 '1.3' 'LABEL' 'about' 'change' 'dev' - 0 "
             "16639\n"
             "Log -1 '/v/m.c_v' '1.0*' 'authors' 'lockers' 'labels' 'groups' 'words' '*3/4/95' "
             "'out' 260\n"
@@ -181,7 +181,7 @@ TEST_F(Operations, NeedAnArchiveNameBeforeTheToolkitIsAsked) {
 }
 
 TEST_F(Operations, UnlockAndCheckOutByMode) {
-  const std::string archive = "'/v/m.c_v(/work/src/m.c)'";
+  const std::string archive = "'/v/m.c_v(/ann/src/m.c)'";
   const std::string lockInfo = "GetLockInfo -1 " + archive + " 0 '" + user + "' 1 ";
   const std::string taken = "UnLockRevision -1 " + archive + " - '" + user + "'\n";
   const auto got = [&](const std::string& revision, const std::string& flags) {
