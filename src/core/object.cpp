@@ -344,20 +344,27 @@ uint64_t TVObject::keyChanges() { return theKeyChanges; }
 
 void TVObject::countKeyChange() { ++theKeyChanges; }
 
-void TVObject::leaveOwnerTable() {
-  if (!transient_ && owner_ != nullptr) owner_->children_.removeIdentical(this);
+// Tells whether the object was in it.
+bool TVObject::leaveOwnerTable() {
+  if (transient_ || owner_ == nullptr) return false;
+  return owner_->children_.removeIdentical(this) != nullptr;
 }
 
-void TVObject::keyChanged(bool inHash, uint64_t fingerprintBefore) {
+// The owner's open uses hold those in its table, and give back what they hold at their end.
+void TVObject::enterOwnerTable(bool wasCached) {
   countKeyChange();
-  if (inHash) hashValue_ = kHashUnknown;
+  hashValue_ = kHashUnknown;
   fingerprint_ = 0;
   if (transient_ || owner_ == nullptr) return;
-  if (inHash) {
-    owner_->children_.add(this);
-  } else {
-    owner_->children_.rekey(this, fingerprintBefore);
-  }
+  const bool isCached = owner_->children_.add(this) != nullptr;
+  if (isCached && !wasCached) addReference(owner_->useCount_);
+  if (!isCached && wasCached) releaseReference(owner_->useCount_);
+}
+
+void TVObject::rekeyInOwnerTable(uint64_t fingerprintBefore) {
+  countKeyChange();
+  fingerprint_ = 0;
+  if (!transient_ && owner_ != nullptr) owner_->children_.rekey(this, fingerprintBefore);
 }
 
 // Destruction
@@ -387,13 +394,9 @@ void TVObject::destroyChildren(TVHandle& context, bool fromDisk) {
 void TVObject::leaveOwner(bool fromDisk) {
   TVObject* owner = owner_;
   if (fromDisk) owner->dirty_ = true;
-  if (!transient_) {
-    owner->children_.removeIdentical(this);
-    owner->releaseReference(refCount_);
-    refCount_ -= owner->useCount_;
-  } else {
-    owner->releaseReference(refCount_);
-  }
+  const bool wasCached = leaveOwnerTable();
+  owner->releaseReference(refCount_);
+  if (wasCached) refCount_ -= owner->useCount_;
   owner_ = nullptr;
 }
 

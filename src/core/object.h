@@ -186,13 +186,18 @@ class TVObject : public VObject {
   // To be called by setters of sort keys that take no part in isEqual().
   static void countKeyChange();
   // Runs `assign`, which changes a field that takes part in isEqual(), and keeps the owner's table
-  // in order: the object moves if its hash takes part as well.
+  // in order: the object moves if its hash takes part as well. Where an equal one is in the table
+  // already the object leaves it, and lives on for its handles alone.
   template <typename Assign>
   void changeKey(bool inHash, Assign assign) {
     const uint64_t before = fingerprint();
-    if (inHash) leaveOwnerTable();
+    const bool wasCached = inHash && leaveOwnerTable();
     assign();
-    keyChanged(inHash, before);
+    if (inHash) {
+      enterOwnerTable(wasCached);
+    } else {
+      rekeyInOwnerTable(before);
+    }
   }
 
  private:
@@ -204,8 +209,9 @@ class TVObject : public VObject {
   void rewrite(TVHandle& context);
   void revert(TVHandle& context);
   bool giveUpStorage(TVHandle& context, bool keep);
-  void leaveOwnerTable();
-  void keyChanged(bool inHash, uint64_t fingerprintBefore);
+  bool leaveOwnerTable();
+  void enterOwnerTable(bool wasCached);
+  void rekeyInOwnerTable(uint64_t fingerprintBefore);
   void leaveOwner(bool fromDisk);
   void orphanHandles();
   void announce(TVObject* child);
