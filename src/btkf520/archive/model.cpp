@@ -45,9 +45,8 @@ bool isSoundText(const std::string& text) {
 }
 
 bool areSoundNames(const std::vector<std::string>& names) {
-  return std::all_of(names.begin(), names.end(), [](const std::string& name) {
-    return !name.empty() && isSoundText(name);
-  });
+  return std::all_of(names.begin(), names.end(),
+                     [](const std::string& name) { return !name.empty() && isSoundText(name); });
 }
 
 bool isSoundNumber(const Number& number) {
