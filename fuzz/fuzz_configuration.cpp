@@ -11,9 +11,9 @@
 #include <string_view>
 #include <vector>
 
-#include "btkf520/configurationreader.h"
+#include "btkf520/configuration/configurationreader.h"
+#include "btkf520/configuration/text.h"
 #include "btkf520/dates.h"
-#include "btkf520/text.h"
 
 namespace {
 

@@ -5,7 +5,7 @@
 #include <set>
 #include <vector>
 
-#include "btkf520/text.h"
+#include "btkf520/configuration/text.h"
 
 namespace btkf {
 namespace {

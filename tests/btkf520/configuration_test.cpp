@@ -1,5 +1,5 @@
 // btkf520/configuration_test.cpp: the configuration language through the toolkit's C functions.
-#include "btkf520/configuration.h"
+#include "btkf520/configuration/configuration.h"
 
 #include "btkf520/toolkit.h"
 

@@ -23,7 +23,7 @@
 
 #include "btkf520/archive/bytes.h"
 #include "btkf520/archive/model.h"
-#include "btkf520/status.h"
+#include "btkf520/archive/status.h"
 
 namespace btkf {
 

@@ -3,7 +3,7 @@
 
 #include <charconv>
 
-#include "btkf520/text.h"
+#include "btkf520/configuration/text.h"
 
 namespace btkf {
 namespace {

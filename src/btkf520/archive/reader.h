@@ -16,9 +16,9 @@
 #include "btkf520/archive/bytes.h"
 #include "btkf520/archive/frames.h"
 #include "btkf520/archive/index.h"
+#include "btkf520/archive/status.h"
 #include "btkf520/archive/tail.h"
 #include "btkf520/platform_file.h"
-#include "btkf520/status.h"
 
 namespace btkf {
 

@@ -4,7 +4,7 @@
 #include <cstdint>
 
 #include "btkf520/archive/model.h"
-#include "btkf520/status.h"
+#include "btkf520/archive/status.h"
 
 namespace btkf {
 

@@ -5,7 +5,8 @@
 #include <string>
 
 #include "btkf520/btkf520.h"
-#include "btkf520/client.h"
+#include "btkf520/configuration/text.h"
+#include "btkf520/interface/client.h"
 #include "btkf520/operations/keywords.h"
 #include "btkf520/operations/locks.h"
 #include "btkf520/operations/revisions.h"
@@ -13,7 +14,6 @@
 #include "btkf520/operations/times.h"
 #include "btkf520/operations/workfile.h"
 #include "btkf520/platform_workfile.h"
-#include "btkf520/text.h"
 
 namespace btkf {
 namespace {

@@ -10,6 +10,7 @@
 
 #include "btkf520/archive/reader.h"
 #include "btkf520/btkf520.h"
+#include "btkf520/interface/session.h"
 #include "btkf520/operations/keywords.h"
 #include "btkf520/operations/linediff.h"
 #include "btkf520/operations/output.h"
@@ -17,7 +18,6 @@
 #include "btkf520/operations/task.h"
 #include "btkf520/operations/workfile.h"
 #include "btkf520/platform_file.h"
-#include "btkf520/session.h"
 
 namespace btkf {
 namespace {

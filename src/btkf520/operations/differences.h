@@ -3,7 +3,7 @@
 
 #include <cstdint>
 
-#include "btkf520/status.h"
+#include "btkf520/archive/status.h"
 
 namespace btkf {
 

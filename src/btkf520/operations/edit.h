@@ -7,7 +7,7 @@
 #include <string>
 #include <vector>
 
-#include "btkf520/status.h"
+#include "btkf520/archive/status.h"
 
 namespace btkf {
 

@@ -3,10 +3,10 @@
 
 #include <optional>
 
-#include "btkf520/client.h"
+#include "btkf520/interface/client.h"
+#include "btkf520/interface/session.h"
 #include "btkf520/operations/times.h"
 #include "btkf520/platform_workfile.h"
-#include "btkf520/session.h"
 
 namespace btkf {
 

@@ -4,9 +4,9 @@
 #include <algorithm>
 #include <utility>
 
+#include "btkf520/configuration/text.h"
 #include "btkf520/operations/names.h"
 #include "btkf520/operations/times.h"
-#include "btkf520/text.h"
 
 namespace btkf {
 namespace {

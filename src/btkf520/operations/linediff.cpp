@@ -12,8 +12,8 @@
 #include <stdexcept>
 #include <unordered_map>
 
+#include "btkf520/configuration/text.h"
 #include "btkf520/platform_library.h"
-#include "btkf520/text.h"
 
 namespace btkf {
 namespace {

@@ -2,8 +2,8 @@
 #include "btkf520/operations/names.h"
 
 #include "btkf520/archive/number.h"
+#include "btkf520/interface/session.h"
 #include "btkf520/platform_workfile.h"
-#include "btkf520/session.h"
 
 namespace btkf {
 namespace {

@@ -7,8 +7,8 @@
 #include <string>
 #include <string_view>
 
-#include "btkf520/configuration.h"
-#include "btkf520/text.h"
+#include "btkf520/configuration/configuration.h"
+#include "btkf520/configuration/text.h"
 
 namespace btkf {
 

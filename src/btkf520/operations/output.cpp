@@ -3,9 +3,9 @@
 
 #include <algorithm>
 
+#include "btkf520/interface/session.h"
 #include "btkf520/operations/revisions.h"
 #include "btkf520/operations/workfile.h"
-#include "btkf520/session.h"
 
 namespace btkf {
 

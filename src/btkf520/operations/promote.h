@@ -1,7 +1,7 @@
 // btkf520/operations/promote.h: moving revisions up in the promotion model.
 #pragma once
 
-#include "btkf520/status.h"
+#include "btkf520/archive/status.h"
 
 namespace btkf {
 

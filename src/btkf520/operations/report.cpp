@@ -8,12 +8,12 @@
 #include <vector>
 
 #include "btkf520/btkf520.h"
-#include "btkf520/client.h"
+#include "btkf520/configuration/text.h"
+#include "btkf520/interface/client.h"
 #include "btkf520/operations/output.h"
 #include "btkf520/operations/revisions.h"
 #include "btkf520/operations/task.h"
 #include "btkf520/operations/times.h"
-#include "btkf520/text.h"
 
 namespace btkf {
 namespace {

@@ -10,7 +10,7 @@
 #include <vector>
 
 #include "btkf520/archive/model.h"
-#include "btkf520/status.h"
+#include "btkf520/archive/status.h"
 
 namespace btkf {
 

@@ -2,8 +2,8 @@
 #pragma once
 
 #include "btkf520/archive/model.h"
+#include "btkf520/archive/status.h"
 #include "btkf520/btkf520.h"
-#include "btkf520/status.h"
 
 namespace btkf {
 

@@ -5,9 +5,9 @@
 #include <utility>
 #include <vector>
 
-#include "btkf520/client.h"
+#include "btkf520/interface/client.h"
+#include "btkf520/interface/session.h"
 #include "btkf520/platform_workfile.h"
-#include "btkf520/session.h"
 
 namespace btkf {
 namespace {

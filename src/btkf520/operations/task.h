@@ -14,7 +14,7 @@
 #include <string>
 
 #include "btkf520/archive/archive.h"
-#include "btkf520/configuration.h"
+#include "btkf520/configuration/configuration.h"
 #include "btkf520/operations/journal.h"
 #include "btkf520/operations/names.h"
 

@@ -11,9 +11,9 @@
 #include <cstdio>
 #include <vector>
 
+#include "btkf520/configuration/text.h"
+#include "btkf520/interface/session.h"
 #include "btkf520/platform_workfile.h"
-#include "btkf520/session.h"
-#include "btkf520/text.h"
 
 namespace btkf {
 namespace {

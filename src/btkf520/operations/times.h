@@ -9,7 +9,7 @@
 #include <string_view>
 
 #include "btkf520/archive/model.h"
-#include "btkf520/status.h"
+#include "btkf520/archive/status.h"
 
 namespace btkf {
 

@@ -6,9 +6,9 @@
 #include <string_view>
 
 #include "btkf520/archive/model.h"
+#include "btkf520/archive/status.h"
 #include "btkf520/platform_file.h"
 #include "btkf520/platform_workfile.h"
-#include "btkf520/status.h"
 
 namespace btkf {
 

@@ -1,4 +1,5 @@
-// btkf520/boundary.h: what all C functions share: the wall that no exception passes, and buffers.
+// btkf520/interface/boundary.h: what all C functions share: the wall that no exception passes, and
+// buffers.
 #pragma once
 
 #include <cstdint>
@@ -7,7 +8,7 @@
 #include <string>
 #include <vector>
 
-#include "btkf520/status.h"
+#include "btkf520/archive/status.h"
 
 namespace btkf::boundary {
 

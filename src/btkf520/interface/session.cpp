@@ -1,5 +1,6 @@
-// btkf520/session.cpp: connects the toolkit's parts with the client and the operating system.
-#include "btkf520/session.h"
+// btkf520/interface/session.cpp: connects the toolkit's parts with the client and the operating
+// system.
+#include "btkf520/interface/session.h"
 
 #include <algorithm>
 #include <iterator>

@@ -1,11 +1,12 @@
-// btkf520/configuration.cpp: the settings, one function each: what values a directive may have.
-#include "btkf520/configuration.h"
+// btkf520/configuration/configuration.cpp: the settings, one function each: what values a directive
+// may have.
+#include "btkf520/configuration/configuration.h"
 
 #include <algorithm>
 #include <optional>
 #include <utility>
 
-#include "btkf520/text.h"
+#include "btkf520/configuration/text.h"
 
 namespace btkf {
 namespace {

@@ -1,13 +1,13 @@
-// btkf520/exports.cpp: the C functions about configuration, callbacks and users.
+// btkf520/interface/exports.cpp: the C functions about configuration, callbacks and users.
 //
 // What the functions promise is told in btkf520.h; the work is done behind Session.
 #include <optional>
 #include <string>
 
-#include "btkf520/boundary.h"
+#include "btkf520/archive/status.h"
 #include "btkf520/btkf520.h"
-#include "btkf520/session.h"
-#include "btkf520/status.h"
+#include "btkf520/interface/boundary.h"
+#include "btkf520/interface/session.h"
 
 namespace {
 

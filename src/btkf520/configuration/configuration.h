@@ -1,4 +1,4 @@
-// btkf520/configuration.h: what a set of configuration files settles.
+// btkf520/configuration/configuration.h: what a set of configuration files settles.
 //
 // How those files are read, line by line and file by file, is in configurationreader.h; here is
 // what each directive means. docs/configuration.md describes the whole language.
@@ -11,8 +11,8 @@
 #include <string_view>
 #include <vector>
 
+#include "btkf520/configuration/promotion.h"
 #include "btkf520/dates.h"
-#include "btkf520/promotion.h"
 
 namespace btkf {
 

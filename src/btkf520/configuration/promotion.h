@@ -1,4 +1,5 @@
-// btkf520/promotion.h: the promotion model: named groups, each promoting to the one above it.
+// btkf520/configuration/promotion.h: the promotion model: named groups, each promoting to the one
+// above it.
 #pragma once
 
 #include <cstddef>

@@ -1,4 +1,5 @@
-// btkf520/status.h: the codes that the toolkit's functions give and that callbacks are told.
+// btkf520/archive/status.h: the codes that the toolkit's functions give and that callbacks are
+// told.
 //
 // Clients turn a code into a text; the toolkit itself has none. Only codes in use stand here.
 #pragma once

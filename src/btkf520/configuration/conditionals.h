@@ -1,4 +1,4 @@
-// btkf520/conditionals.h: which lines of one configuration file count.
+// btkf520/configuration/conditionals.h: which lines of one configuration file count.
 #pragma once
 
 #include <optional>

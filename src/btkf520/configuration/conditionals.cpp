@@ -1,5 +1,5 @@
-// btkf520/conditionals.cpp: IF, ELSEIF, ELSE and ENDIF as a stack.
-#include "btkf520/conditionals.h"
+// btkf520/configuration/conditionals.cpp: IF, ELSEIF, ELSE and ENDIF as a stack.
+#include "btkf520/configuration/conditionals.h"
 
 #include <utility>
 

@@ -1,13 +1,14 @@
-// btkf520/exports_archives.cpp: the C functions on archives: arguments in, statuses and buffers
-// out.
+// btkf520/interface/exports_archives.cpp: the C functions on archives: arguments in, statuses and
+// buffers out.
 //
 // What the functions promise is told in btkf520.h; each operation stands in operations/.
 #include <algorithm>
 #include <string>
 #include <vector>
 
-#include "btkf520/boundary.h"
 #include "btkf520/btkf520.h"
+#include "btkf520/interface/boundary.h"
+#include "btkf520/interface/session.h"
 #include "btkf520/operations/checkin.h"
 #include "btkf520/operations/checkout.h"
 #include "btkf520/operations/edit.h"
@@ -16,7 +17,6 @@
 #include "btkf520/operations/names.h"
 #include "btkf520/operations/promote.h"
 #include "btkf520/operations/revtree.h"
-#include "btkf520/session.h"
 
 namespace {
 

@@ -1,4 +1,5 @@
-// btkf520/text.h: the few cuts and comparisons that the configuration language is made of.
+// btkf520/configuration/text.h: the few cuts and comparisons that the configuration language is
+// made of.
 //
 // All work on bytes. The characters they look for are ASCII below 0x40, which no second byte of a
 // double-byte character is, so names in any code page pass through whole.

@@ -1,4 +1,4 @@
-// btkf520/configurationreader.h: reads configuration files into a Configuration.
+// btkf520/configuration/configurationreader.h: reads configuration files into a Configuration.
 #pragma once
 
 #include <cstddef>
@@ -8,10 +8,10 @@
 #include <string_view>
 #include <vector>
 
-#include "btkf520/conditionals.h"
-#include "btkf520/configuration.h"
+#include "btkf520/archive/status.h"
+#include "btkf520/configuration/conditionals.h"
+#include "btkf520/configuration/configuration.h"
 #include "btkf520/platform.h"
-#include "btkf520/status.h"
 
 namespace btkf {
 

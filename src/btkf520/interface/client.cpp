@@ -1,7 +1,8 @@
-// btkf520/client.cpp: the way from the toolkit to the functions that a client has registered.
-#include "btkf520/client.h"
+// btkf520/interface/client.cpp: the way from the toolkit to the functions that a client has
+// registered.
+#include "btkf520/interface/client.h"
 
-#include "btkf520/session.h"
+#include "btkf520/interface/session.h"
 
 namespace btkf::client {
 namespace {

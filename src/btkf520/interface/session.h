@@ -1,4 +1,4 @@
-// btkf520/session.h: the toolkit's process-wide state.
+// btkf520/interface/session.h: the toolkit's process-wide state.
 #pragma once
 
 #include <cstdint>
@@ -6,10 +6,10 @@
 #include <optional>
 #include <string>
 
+#include "btkf520/archive/status.h"
 #include "btkf520/btkf520.h"
-#include "btkf520/configuration.h"
-#include "btkf520/configurationreader.h"
-#include "btkf520/status.h"
+#include "btkf520/configuration/configuration.h"
+#include "btkf520/configuration/configurationreader.h"
 
 namespace btkf {
 

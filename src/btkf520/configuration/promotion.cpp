@@ -1,10 +1,10 @@
-// btkf520/promotion.cpp: building, checking and listing a promotion model.
-#include "btkf520/promotion.h"
+// btkf520/configuration/promotion.cpp: building, checking and listing a promotion model.
+#include "btkf520/configuration/promotion.h"
 
 #include <algorithm>
 #include <set>
 
-#include "btkf520/text.h"
+#include "btkf520/configuration/text.h"
 
 namespace btkf {
 

@@ -1,6 +1,6 @@
-// btkf520/exports_reports.cpp: the C functions that report and compare.
-#include "btkf520/boundary.h"
+// btkf520/interface/exports_reports.cpp: the C functions that report and compare.
 #include "btkf520/btkf520.h"
+#include "btkf520/interface/boundary.h"
 #include "btkf520/operations/differences.h"
 #include "btkf520/operations/report.h"
 

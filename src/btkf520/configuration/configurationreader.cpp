@@ -1,13 +1,13 @@
-// btkf520/configurationreader.cpp: from files to lines to directives.
+// btkf520/configuration/configurationreader.cpp: from files to lines to directives.
 //
 // Structure is settled here: line ends, comments, conditionals, includes, and which file may say
 // what. What a setting's value means is settled in configuration.cpp.
-#include "btkf520/configurationreader.h"
+#include "btkf520/configuration/configurationreader.h"
 
 #include <algorithm>
 #include <utility>
 
-#include "btkf520/text.h"
+#include "btkf520/configuration/text.h"
 
 namespace btkf {
 namespace {
