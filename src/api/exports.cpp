@@ -18,6 +18,7 @@ using foldapi::TVArchiveItemHandle;
 using foldapi::TVArchiveMemberHandle;
 using foldapi::TVProjectFolderHandle;
 using foldapi::TVProjectRootHandle;
+using foldapi::TVSortType;
 using foldapi::VPathString;
 using foldapi::VString;
 namespace api = foldapi::api;
@@ -33,17 +34,6 @@ using Label = foldapi::TVVersionLabel;
 // What may hold branches, and what may hold revisions.
 using Branching = api::AnyOf<Archive, Branch, Revision>;
 using Line = api::AnyOf<Branch, Revision>;
-
-// Sort types of archives, which are also what finds go by.
-constexpr int kByRow = 0;
-constexpr int kByName = 2;
-constexpr int kByQualWorkName = 6;
-constexpr int kByWorkName = 7;
-constexpr int kByQualArchiveName = 8;
-constexpr int kByArchiveName = 9;
-
-constexpr int kCached = 1;
-constexpr int kParentsVersion = 0;
 
 template <typename Query>
 const char* rootText(TVHandle* token, Query query) {
@@ -91,7 +81,7 @@ int32_t CloseProjectRoot(TVHandle* root) { return api::close<Root>(root); }
 TVHandle* GetFirstProject(TVHandle* root) { return api::first<Root, Project>(root); }
 TVHandle* GetNextProject(TVHandle* root) { return api::next<Root, Project>(root); }
 TVHandle* FindProject(TVHandle* root, const char* name) {
-  return api::find<Root, Project>(root, name, kByRow);
+  return api::find<Root, Project>(root, name, TVSortType::kDefault);
 }
 
 // Projects
@@ -101,8 +91,7 @@ void CreateProject(TVHandle* root, const char* name, const char* privateWorkDir,
                    const char* publicWorkDir) {
   api::guarded([&] {
     TVProjectFolderHandle::create(name, foldapi::TVProjectConfig(), privateWorkDir, publicWorkDir,
-                                  api::resolve<Root>(root), theNoLock(), nullptr, kCached,
-                                  kParentsVersion);
+                                  api::resolve<Root>(root));
   });
 }
 
@@ -153,7 +142,7 @@ void DestroyProject(TVHandle* project) { api::destroy<Project>(project); }
 TVHandle* GetFirstFolder(TVHandle* project) { return api::first<Folder, Folder>(project); }
 TVHandle* GetNextFolder(TVHandle* project) { return api::next<Folder, Folder>(project); }
 TVHandle* FindFolder(TVHandle* project, const char* name) {
-  return api::find<Folder, Folder>(project, name, kByName);
+  return api::find<Folder, Folder>(project, name, TVSortType::kName);
 }
 const char* GetFolderName(TVHandle* folder) {
   return api::text<Folder, TVArchiveFolderHandle>(folder,
@@ -171,25 +160,27 @@ TVHandle* GetNextArchive(TVHandle* parent) { return api::next<Folder, Archive>(p
 TVHandle* GetFirstArchiveInFolder(TVHandle* parent) { return GetFirstArchive(parent); }
 TVHandle* GetNextArchiveInFolder(TVHandle* parent) { return GetNextArchive(parent); }
 
-void SetSortTypeWorkName(TVHandle* parent) { api::sort<Folder, Archive>(parent, kByWorkName); }
+void SetSortTypeWorkName(TVHandle* parent) {
+  api::sort<Folder, Archive>(parent, TVSortType::kWorkName);
+}
 void SetSortTypeQualWorkName(TVHandle* parent) {
-  api::sort<Folder, Archive>(parent, kByQualWorkName);
+  api::sort<Folder, Archive>(parent, TVSortType::kWorkPath);
 }
 void SetSortTypeArchiveName(TVHandle* parent) {
-  api::sort<Folder, Archive>(parent, kByArchiveName);
+  api::sort<Folder, Archive>(parent, TVSortType::kArchiveName);
 }
 
 TVHandle* FindArchiveByWorkName(TVHandle* parent, const char* name) {
-  return api::find<Folder, Archive>(parent, name, kByWorkName);
+  return api::find<Folder, Archive>(parent, name, TVSortType::kWorkName);
 }
 TVHandle* FindArchiveByQualWorkName(TVHandle* parent, const char* path) {
-  return api::find<Folder, Archive>(parent, path, kByQualWorkName);
+  return api::find<Folder, Archive>(parent, path, TVSortType::kWorkPath);
 }
 TVHandle* FindArchiveByArchiveName(TVHandle* parent, const char* name) {
-  return api::find<Folder, Archive>(parent, name, kByArchiveName);
+  return api::find<Folder, Archive>(parent, name, TVSortType::kArchiveName);
 }
 TVHandle* FindArchiveByQualArchiveName(TVHandle* parent, const char* path) {
-  return api::find<Folder, Archive>(parent, path, kByQualArchiveName);
+  return api::find<Folder, Archive>(parent, path, TVSortType::kArchivePath);
 }
 TVHandle* FindArchiveInFolder(TVHandle* parent, const char* name) {
   return FindArchiveByWorkName(parent, name);
@@ -204,8 +195,7 @@ void AddExistingArchive(TVHandle* parent, const char* workfile, const char* arch
     const VPathString archivePath(archive);
     const foldapi::TVMemberNames names = {archivePath.directoryPart(), archivePath.fileNamePart(),
                                           workPath.directoryPart(), workPath.fileNamePart()};
-    TVArchiveMemberHandle::create(names, api::resolve<Folder>(parent), theNoLock(), nullptr,
-                                  kCached, kParentsVersion);
+    TVArchiveMemberHandle::create(names, api::resolve<Folder>(parent));
   });
 }
 
@@ -309,14 +299,12 @@ TVHandle* GetFirstLabel(TVHandle* revision) { return api::first<Revision, Label>
 TVHandle* GetNextLabel(TVHandle* revision) { return api::next<Revision, Label>(revision); }
 // By name alone: the ordering number of every label is 0.
 TVHandle* FindLabel(TVHandle* revision, const char* name) {
-  return api::find<Revision, Label>(revision, name, kByName);
+  return api::find<Revision, Label>(revision, name, TVSortType::kName);
 }
 
 void CreateLabel(TVHandle* revision, const char* name) {
-  api::guarded([&] {
-    foldapi::TVVersionLabelHandle::create(name, api::resolve<Revision>(revision), theNoLock(),
-                                          nullptr, kCached, kParentsVersion);
-  });
+  api::guarded(
+      [&] { foldapi::TVVersionLabelHandle::create(name, api::resolve<Revision>(revision)); });
 }
 
 const char* GetLabelName(TVHandle* label) { return itemName(label); }

@@ -129,7 +129,7 @@ template <typename Class, typename Child>
 // The parent is open during the find alone. Where that was its only count, the list goes, and the
 // result with it after the next call.
 template <typename Class, typename Child>
-::TVHandle* find(const ::TVHandle* token, const char* key, int sortType) {
+::TVHandle* find(const ::TVHandle* token, const char* key, TVSortType sortType) {
   return guarded<::TVHandle*>(nullptr, [&] {
     foldapi::TVHandle& parent = resolve<Class>(token);
     const OpenScope open(parent, &theParkedList());
@@ -137,18 +137,16 @@ template <typename Class, typename Child>
   });
 }
 
-// As find(), and once more by the name of an item: sort type 0 knows items by their ordering
-// number, which branches and revisions have.
+// As find(), and once more by the name of an item: the default sort type knows items by their
+// ordering number, which branches and revisions have.
 template <typename Class, typename Child>
 ::TVHandle* findItem(const ::TVHandle* token, const char* key) {
-  constexpr int kByRow = 0;
-  constexpr int kByItemName = 2;
-  ::TVHandle* item = find<Class, Child>(token, key, kByRow);
-  return item != nullptr ? item : find<Class, Child>(token, key, kByItemName);
+  ::TVHandle* item = find<Class, Child>(token, key, TVSortType::kDefault);
+  return item != nullptr ? item : find<Class, Child>(token, key, TVSortType::kName);
 }
 
 template <typename Class, typename Child>
-void sort(const ::TVHandle* token, int sortType) {
+void sort(const ::TVHandle* token, TVSortType sortType) {
   guarded([&] { resolve<Class>(token).setSortType(&Child::theClass, sortType); });
 }
 

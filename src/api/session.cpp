@@ -7,7 +7,6 @@
 #include "store/format52.h"
 
 using foldapi::theApiSink;
-using foldapi::theNoLock;
 using foldapi::theNullHandle;
 using foldapi::TVProjectRootHandle;
 
@@ -15,8 +14,6 @@ namespace {
 
 constexpr uint32_t kProcessAttach = 1;
 constexpr uint32_t kThreadAttach = 2;
-constexpr int kCached = 1;
-constexpr int kFormat52 = 2;
 
 // The only handle that Init() gives out.
 TVProjectRootHandle& theRootHandle() {
@@ -42,8 +39,9 @@ TVHandle* Init(const char* publicRoot, const char* privateRoot) {
   return foldapi::api::guarded<TVHandle*>(nullptr, [&]() -> TVHandle* {
     foldapi::registerFormat52();
     foldapi::reloadPathMap();
-    const TVProjectRootHandle root = TVProjectRootHandle::create(
-        publicRoot, privateRoot, theNullHandle(), theNoLock(), &theApiSink(), kCached, kFormat52);
+    const TVProjectRootHandle root =
+        TVProjectRootHandle::create(publicRoot, privateRoot, theNullHandle(),
+                                    {.sink = &theApiSink(), .version = foldapi::kFormat52});
     if (root.isNull()) return nullptr;
     theRootHandle() = root;
     return foldapi::api::tokenOf(theRootHandle());

@@ -128,13 +128,13 @@ TVChildList::SortRow& TVChildList::row(const VClassRecord* record) {
   for (SortRow& known : rows_) {
     if (known.record == record) return known;
   }
-  const TVFolderOptions* options = TVFolderOptions::lookup(record, 1);
+  const TVFolderOptions* options = TVFolderOptions::lookup(record, kAbstractVersion);
   rows_.push_back({record, options == nullptr ? 0 : options->groupOrder(),
-                   options == nullptr ? 0 : options->defaultSortType()});
+                   options == nullptr ? TVSortType::kDefault : options->defaultSortType()});
   return rows_.back();
 }
 
-void TVChildList::setSortType(const VClassRecord* record, int sortType) {
+void TVChildList::setSortType(const VClassRecord* record, TVSortType sortType) {
   sortIfNeeded();
   SortRow& rule = row(record);
   if (rule.sortType != sortType) needsSort_ = true;
@@ -189,7 +189,7 @@ TVChildList::KeyBytes TVChildList::keyBytes(const Entry& entry, size_t offset,
                                             std::string* scratch) {
   KeyBytes bytes(offset);
   const TVObject& object = *entry.handle->object();
-  const int sortType = row(entry.record).sortType;
+  const TVSortType sortType = row(entry.record).sortType;
   for (int position = 0; position < prefixKeys_ && !bytes.isCut(); ++position) {
     int index = position;
     bytes.add(object.sortKey(&index, sortType, scratch));
@@ -368,7 +368,7 @@ void TVChildList::collect(VOrdCollect* target, const VClassRecord* record) {
 // --------------------------------------------------------------------------------------------
 
 TVHandle& TVChildList::find(const VString& key, VBool caseSensitive, const VClassRecord* record,
-                            int sortType, int* position) {
+                            TVSortType sortType, int* position) {
   if (position != nullptr) *position = -1;
   sortIfNeeded();
   find_ = Find();
@@ -393,8 +393,8 @@ TVHandle& TVChildList::find(const VString& key, VBool caseSensitive, const VClas
 bool TVChildList::prepareFind() {
   if (find_.caseSensitive != caseSensitive_ || find_.record == nullptr) return false;
   const SortRow& rule = row(find_.record);
-  if (find_.sortType == 0) find_.sortType = rule.sortType;
-  if ((find_.sortType & 0xff) != rule.sortType || !rule.ordersByKeys) return false;
+  if (find_.sortType == TVSortType::kDefault) find_.sortType = rule.sortType;
+  if (listOrderOf(find_.sortType) != rule.sortType || !rule.ordersByKeys) return false;
   if (sortable_ && keyChangesAtSort_ != TVObject::keyChanges()) fillPrefixes();
   return sortable_;
 }

@@ -44,18 +44,18 @@ class TVChildList {
   TVHandle& last(const VClassRecord* record, int* position);
   TVHandle& previous(const VClassRecord* record, int* position);
   TVHandle& current(int* position);
-  TVHandle& find(const VString& key, VBool caseSensitive, const VClassRecord* record, int sortType,
-                 int* position);
+  TVHandle& find(const VString& key, VBool caseSensitive, const VClassRecord* record,
+                 TVSortType sortType, int* position);
   TVHandle& findNext(int* position);
   void collect(VOrdCollect* target, const VClassRecord* record);
 
-  void setSortType(const VClassRecord* record, int sortType);
+  void setSortType(const VClassRecord* record, TVSortType sortType);
   void setGroupOrder(const VClassRecord* record, int order);
   void setAscending(VBool ascending);
   void setCaseSensitive(VBool caseSensitive);
 
   // What comparisons of objects ask. A class seen for the first time gets the rules of its options.
-  int sortTypeOf(const VClassRecord* record) { return row(record).sortType; }
+  TVSortType sortTypeOf(const VClassRecord* record) { return row(record).sortType; }
   int groupOrderOf(const VClassRecord* record) { return row(record).groupOrder; }
   bool isCaseSensitive() const { return caseSensitive_; }
 
@@ -75,7 +75,7 @@ class TVChildList {
   struct SortRow {
     const VClassRecord* record;
     int groupOrder;
-    int sortType;
+    TVSortType sortType;
     bool ordersByKeys = true;  // As of the last sort: the class's order is that of its sort keys,
     bool hasKeys = true;       // of which it has some.
     // Where the entries of the class stand. Empty if there are none, or none of another class.
@@ -85,7 +85,7 @@ class TVChildList {
   struct Find {
     VString key;
     const VClassRecord* record = nullptr;
-    int sortType = 0;
+    TVSortType sortType = TVSortType::kDefault;
     int position = -1;  // Next index for findNext(); -1 when the find is finished.
     bool bisect = false;
     bool caseSensitive = false;

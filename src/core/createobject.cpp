@@ -3,18 +3,19 @@
 
 namespace foldapi {
 
-TVHandle createObject(const TVCreateRequest& request, const TVMakeObject& make) {
-  TVHandle parent(request.parent);
+TVHandle createObject(const VClassRecord* record, const TVHandle& parentHandle,
+                      const TVCreateOptions& options, const TVMakeObject& make) {
+  TVHandle parent(parentHandle);
   TVObject* owner = parent.object();
-  const int version = request.version != 0 ? request.version : parent.version();
-  TVFolderOptions* options = TVFolderOptions::lookup(request.record, version);
-  if (options == nullptr || !options->isAllowedUnder(parent)) return TVHandle();
+  const int version = options.version != 0 ? options.version : parent.version();
+  TVFolderOptions* rules = TVFolderOptions::lookup(record, version);
+  if (rules == nullptr || !rules->isAllowedUnder(parent)) return TVHandle();
   TVUseScope use(owner, parent);
-  TVScopedEdit edit(request.scope, parent);
+  TVScopedEdit edit(options.scope, parent);
   if (!edit.taken() || (owner != nullptr && owner->isDeleted())) return TVHandle();
 
-  TVHandle result(request.sink != nullptr ? request.sink : &parent.sink(), nullptr);
-  TVObject* fresh = make(*options, result, owner, request.mode != 1);
+  TVHandle result = options.context(parent);
+  TVObject* fresh = make(*rules, result, owner, options.transient);
   if (fresh == nullptr) return TVHandle();
   VBool known;
   result.attach(TVObject::mergeIntoCache(fresh, &known));

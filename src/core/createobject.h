@@ -9,26 +9,30 @@
 
 namespace foldapi {
 
-// What is the same for every class. A null sink takes the parent's, version 0 the parent's version.
-// Any mode but 1 builds a transient object: it is in no cache and is never written.
-struct TVCreateRequest {
-  const VClassRecord* record;
-  const TVHandle& parent;
-  TVLockScope& scope;
-  TVErrorSink* sink;
-  int mode;
-  int version;
+// What every create may be told beside the fields of its class.
+struct TVCreateOptions {
+  TVLockScope& scope = theNoLock();  // What the caller has locked.
+  TVErrorSink* sink = nullptr;       // Null for the parent's. The new handle keeps it.
+  bool transient = false;            // In no cache, and never written.
+  int version = 0;                   // A format version (object.h); 0 for the parent's.
+
+  // A handle without an object that reports where the new one will.
+  TVHandle context(const TVHandle& parent) const {
+    return TVHandle(sink != nullptr ? sink : &parent.sink(), nullptr);
+  }
 };
 
-// Builds the object by the options found for it; null to give up, after a report to the context.
-using TVMakeObject = std::function<TVObject*(TVFolderOptions& options, TVHandle& context,
+// Builds the object by the rules found for it; null to give up, after a report to the context.
+using TVMakeObject = std::function<TVObject*(TVFolderOptions& rules, TVHandle& context,
                                              TVObject* owner, VBool transient)>;
 
-// Creates a record under its parent, or answers with the one that exists. A new one makes its
-// storage and is appended to its owner's file. Gives a handle without an object where the parent
-// may not contain the class, where its storage can't be locked, where nothing was made, or where
-// the record could not be stored. Under a caller's edit the last shows only at the end of that.
-TVHandle createObject(const TVCreateRequest& request, const TVMakeObject& make);
+// Creates a record of a class under its parent, or answers with the one that exists. A new one
+// makes its storage and is appended to its owner's file. Gives a handle without an object where the
+// parent may not contain the class, where its storage can't be locked, where nothing was made, or
+// where the record could not be stored. Under a caller's edit the last shows only at the end of
+// that.
+TVHandle createObject(const VClassRecord* record, const TVHandle& parent,
+                      const TVCreateOptions& options, const TVMakeObject& make);
 
 // Whether a text may go into a name or a directory. The data files have no way to hold a line end,
 // nor, where the text stands in a section line, what ends it there: that is `refused`. Reports a

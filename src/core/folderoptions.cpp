@@ -29,7 +29,8 @@ TVFolderOptions* lookupExactly(const VClassRecord* objectClass, int version) {
 
 }  // namespace
 
-TVFolderOptions::TVFolderOptions(const VClassRecord* objectClass, int version, int defaultSortType,
+TVFolderOptions::TVFolderOptions(const VClassRecord* objectClass, int version,
+                                 TVSortType defaultSortType,
                                  std::vector<const VClassRecord*> childClasses)
     : objectClass_(objectClass),
       version_(version),
@@ -48,7 +49,9 @@ int32_t TVFolderOptions::hash() const { return TVFactoryKey(objectClass_, versio
 
 TVFolderOptions* TVFolderOptions::lookup(const VClassRecord* objectClass, int version) {
   TVFolderOptions* options = lookupExactly(objectClass, version);
-  return options != nullptr || version == 1 ? options : lookupExactly(objectClass, 1);
+  return options != nullptr || version == kAbstractVersion
+             ? options
+             : lookupExactly(objectClass, kAbstractVersion);
 }
 
 void TVFolderOptions::add(TVFolderOptions* options) {

@@ -9,6 +9,7 @@
 
 #include "base/containers.h"
 #include "base/vobject.h"
+#include "core/sorttype.h"
 
 namespace foldapi {
 
@@ -20,7 +21,7 @@ class TVFolderOptions : public VObject {
   static const VClassRecord theClass;
 
   // `childClasses` are those that the class may contain, at the same version where they have one.
-  TVFolderOptions(const VClassRecord* objectClass, int version, int defaultSortType,
+  TVFolderOptions(const VClassRecord* objectClass, int version, TVSortType defaultSortType,
                   std::vector<const VClassRecord*> childClasses);
 
   const VClassRecord* isA() const override { return &theClass; }
@@ -30,8 +31,8 @@ class TVFolderOptions : public VObject {
   const VClassRecord* objectClass() const { return objectClass_; }
   int version() const { return version_; }
   int groupOrder() const { return 0; }
-  int defaultSortType() const { return defaultSortType_; }
-  int fallbackSortType() const { return defaultSortType_; }
+  TVSortType defaultSortType() const { return defaultSortType_; }
+  TVSortType fallbackSortType() const { return defaultSortType_; }
   bool hasChildClasses() const { return children_.size() != 0; }
 
   // Whether the class may live under the owner's. No owner is allowed: a root needs none.
@@ -50,7 +51,7 @@ class TVFolderOptions : public VObject {
 
   const VClassRecord* objectClass_;
   int version_;
-  int defaultSortType_;
+  TVSortType defaultSortType_;
   std::vector<const VClassRecord*> childClasses_;
   bool registered_ = false;
   VSet parents_;

@@ -158,7 +158,7 @@ TVHandle& TVHandle::current(int* position) {
 }
 
 TVHandle& TVHandle::find(const VString& key, VBool caseSensitive, const VClassRecord* record,
-                         int sortType, int* position) {
+                         TVSortType sortType, int* position) {
   if (childList_ != nullptr) {
     return childList_->find(key, caseSensitive, record, sortType, position);
   }
@@ -177,7 +177,7 @@ void TVHandle::collectChildren(VOrdCollect* target, const VClassRecord* record) 
   if (childList_ != nullptr) childList_->collect(target, record);
 }
 
-void TVHandle::setSortType(const VClassRecord* record, int sortType) {
+void TVHandle::setSortType(const VClassRecord* record, TVSortType sortType) {
   if (childList_ != nullptr) childList_->setSortType(record, sortType);
 }
 void TVHandle::setGroupOrder(const VClassRecord* record, int order) {
@@ -203,7 +203,7 @@ int TVHandle::attribute() const { return attributeWith(TVOptionArray()); }
 int TVHandle::attributeWith(const TVOptionArray& options) const {
   return object_ == nullptr ? 0 : object_->attribute(options);
 }
-int TVHandle::compareKey(const VString& key, int sortType, VBool caseSensitive) const {
+int TVHandle::compareKey(const VString& key, TVSortType sortType, VBool caseSensitive) const {
   return object_ == nullptr ? -1 : object_->compareKey(key.view(), sortType, caseSensitive);
 }
 TVProjectConfig TVHandle::effectiveConfig() {

@@ -76,10 +76,10 @@ int TVObject::describe(TVHandle&, uint32_t* status) {
   return 0;
 }
 
-std::string_view TVObject::sortKey(int*, int, std::string*) const { return ""; }
-int TVObject::compareKey(std::string_view, int, bool) const { return 0; }
-TVObject::KeyParts TVObject::keyParts(std::string_view, int) const { return {}; }
-bool TVObject::ordersBySortKeys(int) const { return true; }
+std::string_view TVObject::sortKey(int*, TVSortType, std::string*) const { return ""; }
+int TVObject::compareKey(std::string_view, TVSortType, bool) const { return 0; }
+TVObject::KeyParts TVObject::keyParts(std::string_view, TVSortType) const { return {}; }
+bool TVObject::ordersBySortKeys(TVSortType) const { return true; }
 VString TVObject::name(const TVOptionArray&) const { return {}; }
 int TVObject::attribute(const TVOptionArray&) const { return 0; }
 
@@ -97,8 +97,8 @@ TVProjectConfig TVObject::rootConfig() const {
 int TVObject::compareTo(const TVObject& other, TVChildList& list) const {
   const int groups = list.groupOrderOf(isA()) - list.groupOrderOf(other.isA());
   if (groups != 0) return groups;
-  const int sortType = list.sortTypeOf(isA());
-  const int otherSortType = list.sortTypeOf(other.isA());
+  const TVSortType sortType = list.sortTypeOf(isA());
+  const TVSortType otherSortType = list.sortTypeOf(other.isA());
   std::string scratch;
   std::string otherScratch;
   for (int position = 0;; ++position) {

@@ -20,6 +20,7 @@
 #include "base/vstring.h"
 #include "core/hash.h"
 #include "core/projectconfig.h"
+#include "core/sorttype.h"
 
 namespace foldapi {
 
@@ -37,6 +38,10 @@ class TVStorageLock {
   virtual ~TVStorageLock() = default;
   static TVStorageLock* none();
 };
+
+// Format versions: of an object, and of the rules for its class (folderoptions.h).
+constexpr int kAbstractVersion = 1;  // Classes that know of no files.
+constexpr int kFormat52 = 2;
 
 class TVObject : public VObject {
  public:
@@ -86,23 +91,22 @@ class TVObject : public VObject {
   virtual VBool isStale(TVHandle& context);
   // Fills a status word; 0 on success, else an operation result.
   virtual int describe(TVHandle& context, uint32_t* status);
-  // The format version of this object: 1 for the abstract classes, 2 for format 5.2.
-  virtual int version() const { return 1; }
+  virtual int version() const { return kAbstractVersion; }
 
   // The key at *index under a sort type. Subtracts the number of the class's keys from *index, so a
   // negative value means that more keys may follow. The text is the object's own or `scratch`'s.
-  virtual std::string_view sortKey(int* index, int sortType, std::string* scratch) const;
+  virtual std::string_view sortKey(int* index, TVSortType sortType, std::string* scratch) const;
   // Compares a key with this object: 0 means that it matches, below 0 that it sorts before.
-  virtual int compareKey(std::string_view key, int sortType, bool caseSensitive) const;
+  virtual int compareKey(std::string_view key, TVSortType sortType, bool caseSensitive) const;
   // A key cut up as compareKey() compares it: the first part with sort key 0, the second one, if
   // the first is equal, with sort key 1. No parts where compareKey() does otherwise.
   struct KeyParts {
     std::array<std::string_view, 2> parts = {};
     int count = 0;
   };
-  virtual KeyParts keyParts(std::string_view key, int sortType) const;
+  virtual KeyParts keyParts(std::string_view key, TVSortType sortType) const;
   // Whether compareTo() is that of this class under this sort type.
-  virtual bool ordersBySortKeys(int sortType) const;
+  virtual bool ordersBySortKeys(TVSortType sortType) const;
   virtual VBool isSortable() const { return true; }
   // Orders two objects of a child list.
   virtual int compareTo(const TVObject& other, TVChildList& list) const;

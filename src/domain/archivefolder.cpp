@@ -18,14 +18,21 @@ constexpr int kFolderKeys = 3;
 enum class FolderKey { kPrivacy, kName, kWorkDir };
 
 // The keys of each sort type in their order.
-const FolderKey* folderKeys(int sortType) {
+const FolderKey* folderKeys(TVSortType sortType) {
   static constexpr FolderKey kByPrivacy[] = {FolderKey::kPrivacy, FolderKey::kName,
                                              FolderKey::kWorkDir};
   static constexpr FolderKey kByName[] = {FolderKey::kName, FolderKey::kPrivacy,
                                           FolderKey::kWorkDir};
   static constexpr FolderKey kByWorkDir[] = {FolderKey::kWorkDir, FolderKey::kPrivacy,
                                              FolderKey::kName};
-  return sortType == 2 ? kByName : sortType == 3 ? kByWorkDir : kByPrivacy;
+  switch (sortType) {
+    case TVSortType::kName:
+      return kByName;
+    case TVSortType::kWorkDir:
+      return kByWorkDir;
+    default:
+      return kByPrivacy;
+  }
 }
 
 }  // namespace
@@ -47,7 +54,8 @@ uint64_t TVArchiveFolder::computeFingerprint() const {
   return fingerprintText(folderName_.view(), isPrivate_ ? 3 : 2);
 }
 
-std::string_view TVArchiveFolder::sortKey(int* index, int sortType, std::string* scratch) const {
+std::string_view TVArchiveFolder::sortKey(int* index, TVSortType sortType,
+                                          std::string* scratch) const {
   const int position = *index;
   *index -= kFolderKeys;
   if (*index >= 0) return TVObject::sortKey(index, sortType, scratch);
@@ -62,15 +70,17 @@ std::string_view TVArchiveFolder::sortKey(int* index, int sortType, std::string*
   return privateWorkDir_.view();
 }
 
-int TVArchiveFolder::compareKey(std::string_view key, int sortType, bool caseSensitive) const {
-  const bool known = sortType == 0 || (sortType >= 2 && sortType <= 4);
+int TVArchiveFolder::compareKey(std::string_view key, TVSortType sortType,
+                                bool caseSensitive) const {
+  const bool known = sortType == TVSortType::kDefault || sortType == TVSortType::kName ||
+                     sortType == TVSortType::kWorkDir || sortType == TVSortType::kPrivacy;
   if (!known) return 0;
   int index = 0;
   return compareText(key, TVArchiveFolder::sortKey(&index, sortType, nullptr), caseSensitive);
 }
 
-TVObject::KeyParts TVArchiveFolder::keyParts(std::string_view key, int sortType) const {
-  if (sortType != 2 && sortType != 3) return {};
+TVObject::KeyParts TVArchiveFolder::keyParts(std::string_view key, TVSortType sortType) const {
+  if (sortType != TVSortType::kName && sortType != TVSortType::kWorkDir) return {};
   return {{key}, 1};
 }
 
@@ -102,13 +112,15 @@ void TVArchiveFolder::setIsPrivate(VBool isPrivate) {
 
 // At version 1 a folder may hold folders; format 5.2 keeps members only.
 TVArchiveFolderOptions::TVArchiveFolderOptions(int version)
-    : TVArchiveFolderOptions(version, version == 1 ? std::vector{&TVArchiveFolder::theClass,
-                                                                 &TVArchiveMember::theClass}
-                                                   : std::vector{&TVArchiveMember::theClass}) {}
+    : TVArchiveFolderOptions(
+          version, version == kAbstractVersion
+                       ? std::vector{&TVArchiveFolder::theClass, &TVArchiveMember::theClass}
+                       : std::vector{&TVArchiveMember::theClass}) {}
 
 TVArchiveFolderOptions::TVArchiveFolderOptions(int version,
                                                std::vector<const VClassRecord*> childClasses)
-    : TVFolderOptions(&TVArchiveFolder::theClass, version, 2, std::move(childClasses)) {}
+    : TVFolderOptions(&TVArchiveFolder::theClass, version, TVSortType::kName,
+                      std::move(childClasses)) {}
 
 TVObject* TVArchiveFolderOptions::makeObject(const VString& name, const VString& privateWorkDir,
                                              VBool isPrivate, TVHandle&, TVObject* owner,
@@ -152,19 +164,18 @@ void TVArchiveFolderHandle::setPrivateDir(const VString& dir) {
 
 TVArchiveFolderHandle TVArchiveFolderHandle::create(const VString& name, const VString& privateDir,
                                                     VBool isPrivate, const TVHandle& parent,
-                                                    TVLockScope& scope, TVErrorSink* sink, int mode,
-                                                    int version) {
-  TVHandle context(sink != nullptr ? sink : &parent.sink(), nullptr);
+                                                    const TVCreateOptions& options) {
+  TVHandle context = options.context(parent);
   if (!isStorableText(context, name.view(), kEndsSectionName) ||
       !isStorableText(context, privateDir.view())) {
     return TVArchiveFolderHandle();
   }
-  const TVCreateRequest request = {&TVArchiveFolder::theClass, parent, scope, sink, mode, version};
-  return TVArchiveFolderHandle(createObject(
-      request, [&](TVFolderOptions& options, TVHandle& result, TVObject* owner, VBool transient) {
-        return static_cast<TVArchiveFolderOptions&>(options).makeObject(name, privateDir, isPrivate,
-                                                                        result, owner, transient);
-      }));
+  return TVArchiveFolderHandle(
+      createObject(&TVArchiveFolder::theClass, parent, options,
+                   [&](TVFolderOptions& rules, TVHandle& result, TVObject* owner, VBool transient) {
+                     return static_cast<TVArchiveFolderOptions&>(rules).makeObject(
+                         name, privateDir, isPrivate, result, owner, transient);
+                   }));
 }
 
 }  // namespace foldapi

@@ -23,10 +23,10 @@ class TVArchiveFolder : public TVObject {
   int32_t computeHash() const override { return folderName_.hash(); }
   uint64_t computeFingerprint() const override;
 
-  // Keys: 0 and 4 privacy first, 2 name first, 3 work directory first; any other type as 0.
-  std::string_view sortKey(int* index, int sortType, std::string* scratch) const override;
-  int compareKey(std::string_view key, int sortType, bool caseSensitive) const override;
-  KeyParts keyParts(std::string_view key, int sortType) const override;
+  // Under kDefault, and under types that folders don't have, privacy comes first.
+  std::string_view sortKey(int* index, TVSortType sortType, std::string* scratch) const override;
+  int compareKey(std::string_view key, TVSortType sortType, bool caseSensitive) const override;
+  KeyParts keyParts(std::string_view key, TVSortType sortType) const override;
   // The name, or in the long form the name, a tab and the work directory.
   VString name(const TVOptionArray& options) const override;
   int attribute(const TVOptionArray& options) const override;
@@ -51,7 +51,7 @@ class TVArchiveFolder : public TVObject {
 
 class TVArchiveFolderOptions : public TVFolderOptions {
  public:
-  explicit TVArchiveFolderOptions(int version = 1);
+  explicit TVArchiveFolderOptions(int version = kAbstractVersion);
   virtual TVObject* makeObject(const VString& name, const VString& privateWorkDir, VBool isPrivate,
                                TVHandle& context, TVObject* owner, VBool transient);
 
@@ -73,8 +73,8 @@ class TVArchiveFolderHandle : public TVHandle {
   virtual void setPrivateDir(const VString& dir);
 
   static TVArchiveFolderHandle create(const VString& name, const VString& privateDir,
-                                      VBool isPrivate, const TVHandle& parent, TVLockScope& scope,
-                                      TVErrorSink* sink, int mode, int version);
+                                      VBool isPrivate, const TVHandle& parent,
+                                      const TVCreateOptions& options = {});
 };
 
 // Runs `assign` on the object of a handle between beginEdit() and endEdit().

@@ -27,30 +27,31 @@ bool TVArchiveItem::isEqual(const VObject* other) const {
 
 uint64_t TVArchiveItem::computeFingerprint() const { return fingerprintText(itemName_.view(), 6); }
 
-std::string_view TVArchiveItem::sortKey(int* index, int sortType, std::string* scratch) const {
+std::string_view TVArchiveItem::sortKey(int* index, TVSortType sortType,
+                                        std::string* scratch) const {
   const int position = *index;
   *index -= kItemKeys;
   if (*index >= 0) return TVObject::sortKey(index, sortType, scratch);
-  const bool wantsName = (sortType == 2) == (position == 0);
+  const bool wantsName = (sortType == TVSortType::kName) == (position == 0);
   if (wantsName) return itemName_.view();
   *scratch = std::to_string(itemNumber_);
   return *scratch;
 }
 
-int TVArchiveItem::compareKey(std::string_view key, int sortType, bool caseSensitive) const {
-  if (sortType == 0 || sortType == 1) {
+int TVArchiveItem::compareKey(std::string_view key, TVSortType sortType, bool caseSensitive) const {
+  if (!ordersBySortKeys(sortType)) {
     return compareText(key, std::to_string(itemNumber_), true);
   }
-  return sortType == 2 ? compareText(key, itemName_.view(), caseSensitive) : 0;
+  return sortType == TVSortType::kName ? compareText(key, itemName_.view(), caseSensitive) : 0;
 }
 
-TVObject::KeyParts TVArchiveItem::keyParts(std::string_view key, int sortType) const {
-  if (sortType != 2) return {};
+TVObject::KeyParts TVArchiveItem::keyParts(std::string_view key, TVSortType sortType) const {
+  if (sortType != TVSortType::kName) return {};
   return {{key}, 1};
 }
 
 int TVArchiveItem::compareTo(const TVObject& other, TVChildList& list) const {
-  const int sortType = list.sortTypeOf(isA());
+  const TVSortType sortType = list.sortTypeOf(isA());
   if (!other.isKindOf(&theClass) || ordersBySortKeys(sortType)) {
     return TVObject::compareTo(other, list);
   }
@@ -86,7 +87,7 @@ void TVArchiveItem::setItemName(const VString& name) {
 
 TVArchiveItemOptions::TVArchiveItemOptions(const VClassRecord* objectClass, int version,
                                            std::vector<const VClassRecord*> childClasses)
-    : TVFolderOptions(objectClass, version, 1, std::move(childClasses)) {}
+    : TVFolderOptions(objectClass, version, TVSortType::kNumber, std::move(childClasses)) {}
 
 VString TVArchiveItemHandle::itemName() const {
   const auto* item = as<TVArchiveItem>();
@@ -116,14 +117,14 @@ void TVArchiveItemHandle::setItemName(const VString& name) {
 }
 
 TVArchiveItemHandle TVArchiveItemHandle::create(const VClassRecord* record, const VString& name,
-                                                const TVHandle& parent, TVLockScope& scope,
-                                                TVErrorSink* sink, int mode, int version) {
-  TVHandle context(sink != nullptr ? sink : &parent.sink(), nullptr);
+                                                const TVHandle& parent,
+                                                const TVCreateOptions& options) {
+  TVHandle context = options.context(parent);
   if (!isStorableText(context, name.view())) return TVArchiveItemHandle();
-  const TVCreateRequest request = {record, parent, scope, sink, mode, version};
   return TVArchiveItemHandle(createObject(
-      request, [&](TVFolderOptions& options, TVHandle&, TVObject* owner, VBool transient) {
-        return static_cast<TVArchiveItemOptions&>(options).makeObject(name, owner, transient);
+      record, parent, options,
+      [&](TVFolderOptions& rules, TVHandle&, TVObject* owner, VBool transient) {
+        return static_cast<TVArchiveItemOptions&>(rules).makeObject(name, owner, transient);
       }));
 }
 

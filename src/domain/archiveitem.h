@@ -20,13 +20,15 @@ class TVArchiveItem : public TVObject {
   int32_t computeHash() const override { return itemName_.hash(); }
   uint64_t computeFingerprint() const override;
 
-  // Keys: 2 name first, any other type number first.
-  std::string_view sortKey(int* index, int sortType, std::string* scratch) const override;
-  // Types 0 and 1 compare with the number's text, byte by byte; 2 with the name.
-  int compareKey(std::string_view key, int sortType, bool caseSensitive) const override;
-  KeyParts keyParts(std::string_view key, int sortType) const override;
-  bool ordersBySortKeys(int sortType) const override { return sortType != 0 && sortType != 1; }
-  // Under types 0 and 1 numbers order as numbers.
+  // Under kName the name comes first, under any other type the number.
+  std::string_view sortKey(int* index, TVSortType sortType, std::string* scratch) const override;
+  // Under kDefault and kNumber a key is the text of the number, and compares byte by byte.
+  int compareKey(std::string_view key, TVSortType sortType, bool caseSensitive) const override;
+  KeyParts keyParts(std::string_view key, TVSortType sortType) const override;
+  bool ordersBySortKeys(TVSortType sortType) const override {
+    return sortType != TVSortType::kDefault && sortType != TVSortType::kNumber;
+  }
+  // Under kDefault and kNumber numbers order as numbers.
   int compareTo(const TVObject& other, TVChildList& list) const override;
   VString name(const TVOptionArray&) const override { return itemName_; }
 
@@ -83,8 +85,7 @@ class TVArchiveItemHandle : public TVHandle {
 
   // Creates an item of a class under a name: in memory alone.
   static TVArchiveItemHandle create(const VClassRecord* record, const VString& name,
-                                    const TVHandle& parent, TVLockScope& scope, TVErrorSink* sink,
-                                    int mode, int version);
+                                    const TVHandle& parent, const TVCreateOptions& options = {});
 };
 
 // The typed handle of a class of items that are made from a name alone.
@@ -93,10 +94,9 @@ class TVNamedItemHandle : public TVArchiveItemHandle {
  public:
   using TVArchiveItemHandle::TVArchiveItemHandle;
 
-  static TVNamedItemHandle create(const VString& name, const TVHandle& parent, TVLockScope& scope,
-                                  TVErrorSink* sink, int mode, int version) {
-    return TVNamedItemHandle(
-        TVArchiveItemHandle::create(&Item::theClass, name, parent, scope, sink, mode, version));
+  static TVNamedItemHandle create(const VString& name, const TVHandle& parent,
+                                  const TVCreateOptions& options = {}) {
+    return TVNamedItemHandle(TVArchiveItemHandle::create(&Item::theClass, name, parent, options));
   }
 };
 

@@ -18,14 +18,10 @@ namespace {
 
 constexpr int kMemberKeys = 4;
 
-// Sort types with these high bits compare a whole key with the directory part alone.
-constexpr int kWorkPathOnly = 0x106;
-constexpr int kArchivePathOnly = 0x108;
-
 using NameField = VPathString TVMemberNames::*;
 
 // The names of each sort type in the order in which they decide.
-const NameField* memberKeys(int sortType) {
+const NameField* memberKeys(TVSortType sortType) {
   static constexpr NameField kByWorkPath[] = {&TVMemberNames::workPath, &TVMemberNames::workName,
                                               &TVMemberNames::archivePath,
                                               &TVMemberNames::archiveName};
@@ -39,19 +35,37 @@ const NameField* memberKeys(int sortType) {
       &TVMemberNames::archiveName, &TVMemberNames::archivePath, &TVMemberNames::workName,
       &TVMemberNames::workPath};
   switch (sortType) {
-    case 7:
+    case TVSortType::kWorkName:
       return kByWorkName;
-    case 8:
+    case TVSortType::kArchivePath:
       return kByArchivePath;
-    case 9:
+    case TVSortType::kArchiveName:
       return kByArchiveName;
     default:
       return kByWorkPath;
   }
 }
 
-bool isQualifiedSort(int sortType) {
-  return sortType == 0 || sortType == 5 || sortType == 6 || sortType == 8;
+// The one name that a whole key is compared with; null where more than one decides.
+NameField wholeKeyField(TVSortType sortType) {
+  switch (sortType) {
+    case TVSortType::kWorkName:
+      return &TVMemberNames::workName;
+    case TVSortType::kArchiveName:
+      return &TVMemberNames::archiveName;
+    case TVSortType::kWorkDirOfPath:
+      return &TVMemberNames::workPath;
+    case TVSortType::kArchiveDirOfPath:
+      return &TVMemberNames::archivePath;
+    default:
+      return nullptr;
+  }
+}
+
+// Whether a key is a path: a directory and a name.
+bool isQualifiedSort(TVSortType sortType) {
+  return sortType == TVSortType::kDefault || sortType == TVSortType::kFullWorkPath ||
+         sortType == TVSortType::kWorkPath || sortType == TVSortType::kArchivePath;
 }
 
 }  // namespace
@@ -85,41 +99,39 @@ uint64_t TVArchiveMember::computeFingerprint() const {
 // Sorting
 // ------------------------------------------------------------------------------------------
 
-std::string_view TVArchiveMember::sortKey(int* index, int sortType, std::string* scratch) const {
+std::string_view TVArchiveMember::sortKey(int* index, TVSortType sortType,
+                                          std::string* scratch) const {
   const int position = *index;
   *index -= kMemberKeys;
   if (*index >= 0) return TVObject::sortKey(index, sortType, scratch);
-  if (sortType == 5 && position == 0) {
+  if (sortType == TVSortType::kFullWorkPath && position == 0) {
     *scratch = fullWorkDir().str();
     return *scratch;
   }
   return (names_.*memberKeys(sortType)[position]).view();
 }
 
-int TVArchiveMember::compareKey(std::string_view key, int sortType, bool caseSensitive) const {
-  if (sortType == kWorkPathOnly) return compareText(key, names_.workPath.view(), caseSensitive);
-  if (sortType == kArchivePathOnly) {
-    return compareText(key, names_.archivePath.view(), caseSensitive);
+int TVArchiveMember::compareKey(std::string_view key, TVSortType sortType,
+                                bool caseSensitive) const {
+  if (const NameField field = wholeKeyField(sortType); field != nullptr) {
+    return compareText(key, (names_.*field).view(), caseSensitive);
   }
-  if (sortType == 7) return compareText(key, names_.workName.view(), caseSensitive);
-  if (sortType == 9) return compareText(key, names_.archiveName.view(), caseSensitive);
   if (!isQualifiedSort(sortType)) return TVObject::compareKey(key, sortType, caseSensitive);
   std::string scratch;
   int index = 0;
   const int order = compareText(VPathString::directoryPartOf(key),
                                 sortKey(&index, sortType, &scratch), caseSensitive);
   if (order != 0) return order;
-  const VPathString& name = sortType == 8 ? names_.archiveName : names_.workName;
+  const VPathString& name =
+      sortType == TVSortType::kArchivePath ? names_.archiveName : names_.workName;
   return compareText(VPathString::fileNamePartOf(key), name.view(), caseSensitive);
 }
 
-TVObject::KeyParts TVArchiveMember::keyParts(std::string_view key, int sortType) const {
+TVObject::KeyParts TVArchiveMember::keyParts(std::string_view key, TVSortType sortType) const {
   if (isQualifiedSort(sortType)) {
     return {{VPathString::directoryPartOf(key), VPathString::fileNamePartOf(key)}, 2};
   }
-  const bool whole =
-      sortType == 7 || sortType == 9 || sortType == kWorkPathOnly || sortType == kArchivePathOnly;
-  if (!whole) return {};
+  if (wholeKeyField(sortType) == nullptr) return {};
   return {{key}, 1};
 }
 
@@ -225,7 +237,8 @@ void TVArchiveMember::setNames(const TVMemberNames& names) {
 }
 
 TVArchiveMemberOptions::TVArchiveMemberOptions(int version)
-    : TVFolderOptions(&TVArchiveMember::theClass, version, 6, {&TVBranch::theClass}) {}
+    : TVFolderOptions(&TVArchiveMember::theClass, version, TVSortType::kWorkPath,
+                      {&TVBranch::theClass}) {}
 
 TVObject* TVArchiveMemberOptions::makeObject(const TVMemberNames& names, TVHandle&, TVObject* owner,
                                              VBool transient) {
@@ -328,16 +341,16 @@ void TVArchiveMemberHandle::setArchivePath(const VPathString& path) {
 }
 
 TVArchiveMemberHandle TVArchiveMemberHandle::create(const TVMemberNames& names,
-                                                    const TVHandle& parent, TVLockScope& scope,
-                                                    TVErrorSink* sink, int mode, int version) {
-  TVHandle context(sink != nullptr ? sink : &parent.sink(), nullptr);
+                                                    const TVHandle& parent,
+                                                    const TVCreateOptions& options) {
+  TVHandle context = options.context(parent);
   if (!names.areStorable(context)) return TVArchiveMemberHandle();
-  const TVCreateRequest request = {&TVArchiveMember::theClass, parent, scope, sink, mode, version};
-  return TVArchiveMemberHandle(createObject(
-      request, [&](TVFolderOptions& options, TVHandle& result, TVObject* owner, VBool transient) {
-        return static_cast<TVArchiveMemberOptions&>(options).makeObject(names, result, owner,
-                                                                        transient);
-      }));
+  return TVArchiveMemberHandle(
+      createObject(&TVArchiveMember::theClass, parent, options,
+                   [&](TVFolderOptions& rules, TVHandle& result, TVObject* owner, VBool transient) {
+                     return static_cast<TVArchiveMemberOptions&>(rules).makeObject(
+                         names, result, owner, transient);
+                   }));
 }
 
 }  // namespace foldapi

@@ -46,10 +46,10 @@ class TVArchiveMember : public TVObject {
   int32_t computeHash() const override;
   uint64_t computeFingerprint() const override;
 
-  // Keys: 0 and 6 work path, 5 full work path, 7 work name, 8 archive path, 9 archive name first.
-  std::string_view sortKey(int* index, int sortType, std::string* scratch) const override;
-  int compareKey(std::string_view key, int sortType, bool caseSensitive) const override;
-  KeyParts keyParts(std::string_view key, int sortType) const override;
+  // Under kDefault, and under types that members don't have, as under kWorkPath.
+  std::string_view sortKey(int* index, TVSortType sortType, std::string* scratch) const override;
+  int compareKey(std::string_view key, TVSortType sortType, bool caseSensitive) const override;
+  KeyParts keyParts(std::string_view key, TVSortType sortType) const override;
   // Branches below a member stay in the order in which they were read.
   VBool isSortable() const override { return false; }
   VString name(const TVOptionArray& options) const override;
@@ -90,7 +90,7 @@ class TVArchiveMember : public TVObject {
 
 class TVArchiveMemberOptions : public TVFolderOptions {
  public:
-  explicit TVArchiveMemberOptions(int version = 1);
+  explicit TVArchiveMemberOptions(int version = kAbstractVersion);
   virtual TVObject* makeObject(const TVMemberNames& names, TVHandle& context, TVObject* owner,
                                VBool transient);
 };
@@ -127,7 +127,7 @@ class TVArchiveMemberHandle : public TVHandle {
   void setArchivePath(const VPathString& path);
 
   static TVArchiveMemberHandle create(const TVMemberNames& names, const TVHandle& parent,
-                                      TVLockScope& scope, TVErrorSink* sink, int mode, int version);
+                                      const TVCreateOptions& options = {});
 
  private:
   template <typename Value>

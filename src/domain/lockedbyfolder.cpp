@@ -36,7 +36,8 @@ VString TVLockedByFolder::name(const TVOptionArray&) const {
 }
 
 TVLockedByFolderOptions::TVLockedByFolderOptions()
-    : TVFolderOptions(&TVLockedByFolder::theClass, 1, 2, {&TVArchiveMember::theClass}) {}
+    : TVFolderOptions(&TVLockedByFolder::theClass, kAbstractVersion, TVSortType::kName,
+                      {&TVArchiveMember::theClass}) {}
 
 TVObject* TVLockedByFolderOptions::makeObject(const VString& lockerName,
                                               const VString& privateWorkDir, TVObject* owner,
@@ -51,14 +52,14 @@ VString TVLockedByFolderHandle::lockerName() const {
 
 TVLockedByFolderHandle TVLockedByFolderHandle::create(const VString& lockerName,
                                                       const VString& privateDir,
-                                                      const TVHandle& parent, TVLockScope& scope,
-                                                      TVErrorSink* sink, int mode, int version) {
-  const TVCreateRequest request = {&TVLockedByFolder::theClass, parent, scope, sink, mode, version};
-  return TVLockedByFolderHandle(createObject(
-      request, [&](TVFolderOptions& options, TVHandle&, TVObject* owner, VBool transient) {
-        return static_cast<TVLockedByFolderOptions&>(options).makeObject(lockerName, privateDir,
-                                                                         owner, transient);
-      }));
+                                                      const TVHandle& parent,
+                                                      const TVCreateOptions& options) {
+  return TVLockedByFolderHandle(
+      createObject(&TVLockedByFolder::theClass, parent, options,
+                   [&](TVFolderOptions& rules, TVHandle&, TVObject* owner, VBool transient) {
+                     return static_cast<TVLockedByFolderOptions&>(rules).makeObject(
+                         lockerName, privateDir, owner, transient);
+                   }));
 }
 
 }  // namespace foldapi

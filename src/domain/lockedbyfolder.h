@@ -39,8 +39,7 @@ class TVLockedByFolderHandle : public TVArchiveFolderHandle {
   VString lockerName() const;
 
   static TVLockedByFolderHandle create(const VString& lockerName, const VString& privateDir,
-                                       const TVHandle& parent, TVLockScope& scope,
-                                       TVErrorSink* sink, int mode, int version);
+                                       const TVHandle& parent, const TVCreateOptions& options = {});
 };
 
 }  // namespace foldapi

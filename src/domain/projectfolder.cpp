@@ -33,8 +33,8 @@ int TVProjectFolder::differences(TVHandle&, TVDiffOptions&) { return kResultMiss
 
 // At version 1 a project may hold promotion groups as well; format 5.2 reads those and makes none.
 TVProjectFolderOptions::TVProjectFolderOptions(int version)
-    : TVFolderOptions(&TVProjectFolder::theClass, version, 2,
-                      version == 1
+    : TVFolderOptions(&TVProjectFolder::theClass, version, TVSortType::kName,
+                      version == kAbstractVersion
                           ? std::vector{&TVArchiveFolder::theClass, &TVLockedByFolder::theClass,
                                         &TVPromotionFolder::theClass, &TVArchiveMember::theClass}
                           : std::vector{&TVArchiveFolder::theClass, &TVLockedByFolder::theClass,
@@ -107,23 +107,20 @@ int TVProjectFolderHandle::differences(TVDiffOptions& options) {
   return project == nullptr ? kResultMissing : project->differences(*this, options);
 }
 
-TVProjectFolderHandle TVProjectFolderHandle::create(const VString& name,
-                                                    const TVProjectConfig& config,
-                                                    const VString& privateDir,
-                                                    const VString& publicDir,
-                                                    const TVHandle& parent, TVLockScope& scope,
-                                                    TVErrorSink* sink, int mode, int version) {
-  TVHandle context(sink != nullptr ? sink : &parent.sink(), nullptr);
+TVProjectFolderHandle TVProjectFolderHandle::create(
+    const VString& name, const TVProjectConfig& config, const VString& privateDir,
+    const VString& publicDir, const TVHandle& parent, const TVCreateOptions& options) {
+  TVHandle context = options.context(parent);
   if (!isStorableText(context, name.view(), kEndsSectionName)) return TVProjectFolderHandle();
   for (const VString* text : {&privateDir, &publicDir}) {
     if (!isStorableText(context, text->view())) return TVProjectFolderHandle();
   }
-  const TVCreateRequest request = {&TVProjectFolder::theClass, parent, scope, sink, mode, version};
-  return TVProjectFolderHandle(createObject(
-      request, [&](TVFolderOptions& options, TVHandle& result, TVObject* owner, VBool transient) {
-        return static_cast<TVProjectFolderOptions&>(options).makeObject(
-            name, config, privateDir, publicDir, result, owner, transient);
-      }));
+  return TVProjectFolderHandle(
+      createObject(&TVProjectFolder::theClass, parent, options,
+                   [&](TVFolderOptions& rules, TVHandle& result, TVObject* owner, VBool transient) {
+                     return static_cast<TVProjectFolderOptions&>(rules).makeObject(
+                         name, config, privateDir, publicDir, result, owner, transient);
+                   }));
 }
 
 }  // namespace foldapi

@@ -48,7 +48,7 @@ class TVProjectFolder : public TVArchiveFolder {
 
 class TVProjectFolderOptions : public TVFolderOptions {
  public:
-  explicit TVProjectFolderOptions(int version = 1);
+  explicit TVProjectFolderOptions(int version = kAbstractVersion);
   virtual TVObject* makeObject(const VString& name, const TVProjectConfig& config,
                                const VString& privateWorkDir, const VString& publicWorkDir,
                                TVHandle& context, TVObject* owner, VBool transient);
@@ -76,8 +76,7 @@ class TVProjectFolderHandle : public TVArchiveFolderHandle {
 
   static TVProjectFolderHandle create(const VString& name, const TVProjectConfig& config,
                                       const VString& privateDir, const VString& publicDir,
-                                      const TVHandle& parent, TVLockScope& scope, TVErrorSink* sink,
-                                      int mode, int version);
+                                      const TVHandle& parent, const TVCreateOptions& options = {});
 
  private:
   void setDirectory(void (TVProjectFolder::*setter)(const VString&), const VString& dir);

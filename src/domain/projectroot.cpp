@@ -28,7 +28,8 @@ void TVProjectRoot::setDirectories(VString publicDir, VString privateDir) {
 }
 
 TVProjectRootOptions::TVProjectRootOptions(int version)
-    : TVFolderOptions(&TVProjectRoot::theClass, version, 2, {&TVProjectFolder::theClass}) {}
+    : TVFolderOptions(&TVProjectRoot::theClass, version, TVSortType::kName,
+                      {&TVProjectFolder::theClass}) {}
 
 TVObject* TVProjectRootOptions::makeObject(const VString& publicDir, const VString& privateDir,
                                            TVHandle&, TVObject* owner, VBool transient) {
@@ -53,13 +54,13 @@ void TVProjectRootHandle::setConfig(const TVProjectConfig& config, TVLockScope& 
 }
 
 TVProjectRootHandle TVProjectRootHandle::create(const VString& publicDir, const VString& privateDir,
-                                                const TVHandle& owner, TVLockScope& scope,
-                                                TVErrorSink* sink, int mode, int version) {
-  const TVCreateRequest request = {&TVProjectRoot::theClass, owner, scope, sink, mode, version};
+                                                const TVHandle& owner,
+                                                const TVCreateOptions& options) {
   return TVProjectRootHandle(createObject(
-      request, [&](TVFolderOptions& options, TVHandle& context, TVObject* parent, VBool transient) {
-        return static_cast<TVProjectRootOptions&>(options).makeObject(publicDir, privateDir,
-                                                                      context, parent, transient);
+      &TVProjectRoot::theClass, owner, options,
+      [&](TVFolderOptions& rules, TVHandle& context, TVObject* parent, VBool transient) {
+        return static_cast<TVProjectRootOptions&>(rules).makeObject(publicDir, privateDir, context,
+                                                                    parent, transient);
       }));
 }
 

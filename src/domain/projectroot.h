@@ -38,7 +38,7 @@ class TVProjectRoot : public TVObject {
 
 class TVProjectRootOptions : public TVFolderOptions {
  public:
-  explicit TVProjectRootOptions(int version = 1);
+  explicit TVProjectRootOptions(int version = kAbstractVersion);
   virtual TVObject* makeObject(const VString& publicDir, const VString& privateDir,
                                TVHandle& context, TVObject* owner, VBool transient);
 };
@@ -54,8 +54,7 @@ class TVProjectRootHandle : public TVHandle {
   void setConfig(const TVProjectConfig& config, TVLockScope& scope);
 
   static TVProjectRootHandle create(const VString& publicDir, const VString& privateDir,
-                                    const TVHandle& owner, TVLockScope& scope, TVErrorSink* sink,
-                                    int mode, int version);
+                                    const TVHandle& owner, const TVCreateOptions& options = {});
 };
 
 }  // namespace foldapi

@@ -25,8 +25,9 @@ uint64_t TVPromotionFolder::computeFingerprint() const {
 // Format 5.2 lists a group as a place for projects, and for groups none: a group can be read there,
 // and never be made. Kept so.
 TVPromotionFolderOptions::TVPromotionFolderOptions(int version)
-    : TVFolderOptions(&TVPromotionFolder::theClass, version, 2,
-                      {version == 1 ? &TVPromotionFolder::theClass : &TVProjectFolder::theClass}) {}
+    : TVFolderOptions(&TVPromotionFolder::theClass, version, TVSortType::kName,
+                      {version == kAbstractVersion ? &TVPromotionFolder::theClass
+                                                   : &TVProjectFolder::theClass}) {}
 
 TVObject* TVPromotionFolderOptions::makeObject(const VString& name, TVObject* owner,
                                                VBool transient) {
@@ -49,13 +50,11 @@ void TVPromotionFolderHandle::setName(const VString& name) {
 }
 
 TVPromotionFolderHandle TVPromotionFolderHandle::create(const VString& name, const TVHandle& parent,
-                                                        TVLockScope& scope, TVErrorSink* sink,
-                                                        int mode, int version) {
-  const TVCreateRequest request = {
-      &TVPromotionFolder::theClass, parent, scope, sink, mode, version};
+                                                        const TVCreateOptions& options) {
   return TVPromotionFolderHandle(createObject(
-      request, [&](TVFolderOptions& options, TVHandle&, TVObject* owner, VBool transient) {
-        return static_cast<TVPromotionFolderOptions&>(options).makeObject(name, owner, transient);
+      &TVPromotionFolder::theClass, parent, options,
+      [&](TVFolderOptions& rules, TVHandle&, TVObject* owner, VBool transient) {
+        return static_cast<TVPromotionFolderOptions&>(rules).makeObject(name, owner, transient);
       }));
 }
 

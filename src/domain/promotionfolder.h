@@ -30,7 +30,7 @@ class TVPromotionFolder : public TVObject {
 
 class TVPromotionFolderOptions : public TVFolderOptions {
  public:
-  explicit TVPromotionFolderOptions(int version = 1);
+  explicit TVPromotionFolderOptions(int version = kAbstractVersion);
   TVObject* makeObject(const VString& name, TVObject* owner, VBool transient);
 };
 
@@ -44,8 +44,7 @@ class TVPromotionFolderHandle : public TVHandle {
 
   // Creates a group in memory; under a project of format 5.2 none can be made.
   static TVPromotionFolderHandle create(const VString& name, const TVHandle& parent,
-                                        TVLockScope& scope, TVErrorSink* sink, int mode,
-                                        int version);
+                                        const TVCreateOptions& options = {});
 };
 
 }  // namespace foldapi

@@ -40,14 +40,15 @@ std::vector<const VClassRecord*> revisionChildren(int version) {
   std::vector<const VClassRecord*> classes = {&TVBranch::theClass, &TVRevision::theClass,
                                               &TVVersionLabel::theClass,
                                               &TVPromotionLabel::theClass, &TVLocker::theClass};
-  if (version == 1) classes.push_back(&TVFloatingLabel::theClass);
+  if (version == kAbstractVersion) classes.push_back(&TVFloatingLabel::theClass);
   return classes;
 }
 
 }  // namespace
 
 TVRevisionOptions::TVRevisionOptions(int version)
-    : TVFolderOptions(&TVRevision::theClass, version, 1, revisionChildren(version)) {}
+    : TVFolderOptions(&TVRevision::theClass, version, TVSortType::kNumber,
+                      revisionChildren(version)) {}
 
 TVObject* TVRevisionOptions::makeObject(const VString& name, const TVRevisionTexts& texts,
                                         VBool isLocked, TVObject* owner, VBool transient) {
@@ -56,14 +57,13 @@ TVObject* TVRevisionOptions::makeObject(const VString& name, const TVRevisionTex
 
 TVRevisionHandle TVRevisionHandle::create(const VString& name, const TVRevisionTexts& texts,
                                           VBool isLocked, const TVHandle& parent,
-                                          TVLockScope& scope, TVErrorSink* sink, int mode,
-                                          int version) {
-  const TVCreateRequest request = {&TVRevision::theClass, parent, scope, sink, mode, version};
-  return TVRevisionHandle(createObject(
-      request, [&](TVFolderOptions& options, TVHandle&, TVObject* owner, VBool transient) {
-        return static_cast<TVRevisionOptions&>(options).makeObject(name, texts, isLocked, owner,
-                                                                   transient);
-      }));
+                                          const TVCreateOptions& options) {
+  return TVRevisionHandle(
+      createObject(&TVRevision::theClass, parent, options,
+                   [&](TVFolderOptions& rules, TVHandle&, TVObject* owner, VBool transient) {
+                     return static_cast<TVRevisionOptions&>(rules).makeObject(name, texts, isLocked,
+                                                                              owner, transient);
+                   }));
 }
 
 int32_t lastNumber(std::string_view number) {

@@ -36,7 +36,7 @@ class TVRevision : public TVArchiveItem {
 
 class TVRevisionOptions : public TVFolderOptions {
  public:
-  explicit TVRevisionOptions(int version = 1);
+  explicit TVRevisionOptions(int version = kAbstractVersion);
   virtual TVObject* makeObject(const VString& name, const TVRevisionTexts& texts, VBool isLocked,
                                TVObject* owner, VBool transient);
 };
@@ -46,8 +46,7 @@ class TVRevisionHandle : public TVArchiveItemHandle {
   using TVArchiveItemHandle::TVArchiveItemHandle;
 
   static TVRevisionHandle create(const VString& name, const TVRevisionTexts& texts, VBool isLocked,
-                                 const TVHandle& parent, TVLockScope& scope, TVErrorSink* sink,
-                                 int mode, int version);
+                                 const TVHandle& parent, const TVCreateOptions& options = {});
 };
 
 // The last component of a revision or branch number: what items of one level are ordered by.

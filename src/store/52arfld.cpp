@@ -34,7 +34,7 @@ const KeyTableEntry* folderSections() { return kFolderSections; }
 
 const VString& storageDirOf(const TVObject* owner, Side side) {
   static const VString none;
-  if (owner == nullptr || owner->version() != 2) return none;
+  if (owner == nullptr || owner->version() != kFormat52) return none;
   if (owner->isA() == &TVProjectFolder::theClass) {
     return static_cast<const TVProjectFolder52*>(owner)->storageDir(side);
   }
@@ -178,7 +178,7 @@ void TVArchiveMember52::giveBack(TrvsRevTree* tree) {
 
 TVArchiveCache* TVArchiveMember52::projectCache() {
   TVObject* project = findAncestor(&TVProjectFolder::theClass);
-  if (project == nullptr || project->version() != 2) return nullptr;
+  if (project == nullptr || project->version() != kFormat52) return nullptr;
   return static_cast<TVProjectFolder52*>(project)->archiveCache();
 }
 

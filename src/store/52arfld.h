@@ -23,7 +23,7 @@ class TVArchiveFolder52 : public TVArchiveFolder {
   TVArchiveFolder52(VString name, VString privateWorkDir, VBool isPrivate, TVObject* owner,
                     VBool transient);
 
-  int version() const override { return 2; }
+  int version() const override { return kFormat52; }
   TVStorageLock* lockStorage(TVHandle& context) override;
   int writeData(TVHandle& context, TVStorageLock* lock) override;
   bool unlockStorage(TVHandle& context, TVStorageLock* lock, bool keep) override;
@@ -52,7 +52,7 @@ class TVArchiveFolder52 : public TVArchiveFolder {
 
 class TVArchiveFolder52Options : public TVArchiveFolderOptions {
  public:
-  TVArchiveFolder52Options() : TVArchiveFolderOptions(2) {}
+  TVArchiveFolder52Options() : TVArchiveFolderOptions(kFormat52) {}
   TVObject* makeObject(const VString& name, const VString& privateWorkDir, VBool isPrivate,
                        TVHandle& context, TVObject* owner, VBool transient) override;
 };
@@ -62,7 +62,7 @@ class TVArchiveMember52 : public TVArchiveMember {
   using TVArchiveMember::TVArchiveMember;
   ~TVArchiveMember52() override;  // Gives the revision tree back.
 
-  int version() const override { return 2; }
+  int version() const override { return kFormat52; }
   // Fetches the revision tree and builds the branch "Trunk" on it. An operation result.
   int readData(TVHandle& context, TVStorageLock* lock) override;
   // Writes the member's record into its owner's file. 0 or 4.
@@ -147,7 +147,7 @@ class TVArchiveMember52 : public TVArchiveMember {
 
 class TVArchiveMember52Options : public TVArchiveMemberOptions {
  public:
-  TVArchiveMember52Options() : TVArchiveMemberOptions(2) {}
+  TVArchiveMember52Options() : TVArchiveMemberOptions(kFormat52) {}
   // Null, after a notice, for names without a workfile and without an archive.
   TVObject* makeObject(const TVMemberNames& names, TVHandle& context, TVObject* owner,
                        VBool transient) override;

@@ -162,7 +162,8 @@ void TVBranch52::setTree(const TrvsRevTree* tree) {
 }
 
 TVBranch52Options::TVBranch52Options()
-    : TVArchiveItemOptions(&TVBranch::theClass, 2, {&TVBranch::theClass, &TVRevision::theClass}) {}
+    : TVArchiveItemOptions(&TVBranch::theClass, kFormat52,
+                           {&TVBranch::theClass, &TVRevision::theClass}) {}
 
 TVObject* TVBranch52Options::makeObject(const VString& name, TVObject* owner, VBool transient) {
   return new TVBranch52(name, 1, 0, nullptr, owner, transient);

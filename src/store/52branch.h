@@ -18,7 +18,7 @@ class TVBranch52 : public TVBranch {
   TVBranch52(VString name, int level, int32_t itemNumber, const TrvsRevTree* tree, TVObject* owner,
              VBool transient);
 
-  int version() const override { return 2; }
+  int version() const override { return kFormat52; }
   // Builds the revisions of this branch from the list.
   int readData(TVHandle& context, TVStorageLock* lock) override;
   VBool isStale(TVHandle&) override { return tree_ == nullptr; }
@@ -40,7 +40,7 @@ class TVRevision52 : public TVRevision {
   TVRevision52(VString number, TVRevisionTexts texts, VBool isLocked, int level,
                const TrvsRevTree* tree, TVObject* owner, VBool transient);
 
-  int version() const override { return 2; }
+  int version() const override { return kFormat52; }
   // Builds labels, promotion labels, lockers and branches from the list.
   int readData(TVHandle& context, TVStorageLock* lock) override;
   VBool isStale(TVHandle&) override { return tree_ == nullptr; }
@@ -58,7 +58,7 @@ template <typename Item>
 class TVNamedItem52 : public Item {
  public:
   using Item::Item;
-  int version() const override { return 2; }
+  int version() const override { return kFormat52; }
 };
 using TVVersionLabel52 = TVNamedItem52<TVVersionLabel>;
 using TVPromotionLabel52 = TVNamedItem52<TVPromotionLabel>;
@@ -72,7 +72,7 @@ class TVBranch52Options : public TVArchiveItemOptions {
 
 class TVRevision52Options : public TVRevisionOptions {
  public:
-  TVRevision52Options() : TVRevisionOptions(2) {}
+  TVRevision52Options() : TVRevisionOptions(kFormat52) {}
   TVObject* makeObject(const VString& name, const TVRevisionTexts& texts, VBool isLocked,
                        TVObject* owner, VBool transient) override;
 };

@@ -20,7 +20,7 @@ class TVProjectFolder52 : public TVProjectFolder {
                     VString publicWorkDir, TVObject* owner, VBool transient);
   ~TVProjectFolder52() override;  // Saves the archive cache.
 
-  int version() const override { return 2; }
+  int version() const override { return kFormat52; }
   TVStorageLock* lockStorage(TVHandle& context) override;
   int writeData(TVHandle& context, TVStorageLock* lock) override;
   bool unlockStorage(TVHandle& context, TVStorageLock* lock, bool keep) override;
@@ -69,7 +69,7 @@ class TVProjectFolder52 : public TVProjectFolder {
 
 class TVProjectFolder52Options : public TVProjectFolderOptions {
  public:
-  TVProjectFolder52Options() : TVProjectFolderOptions(2) {}
+  TVProjectFolder52Options() : TVProjectFolderOptions(kFormat52) {}
   TVObject* makeObject(const VString& name, const TVProjectConfig& config,
                        const VString& privateWorkDir, const VString& publicWorkDir,
                        TVHandle& context, TVObject* owner, VBool transient) override;

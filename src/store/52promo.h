@@ -17,7 +17,7 @@ class TVPromotionFolder52 : public TVPromotionFolder {
 
   TVPromotionFolder52(VString promotionName, List list, TVObject* owner, VBool transient);
 
-  int version() const override { return 2; }
+  int version() const override { return kFormat52; }
   int readData(TVHandle& context, TVStorageLock* lock) override;
   void setList(List list) { list_ = std::move(list); }
 
@@ -29,7 +29,7 @@ class TVPromotionFolder52 : public TVPromotionFolder {
 
 class TVPromotionFolder52Options : public TVPromotionFolderOptions {
  public:
-  TVPromotionFolder52Options() : TVPromotionFolderOptions(2) {}
+  TVPromotionFolder52Options() : TVPromotionFolderOptions(kFormat52) {}
 };
 
 // Puts the top group of a model under `owner`, or leaves it without one if the model is empty.

@@ -13,7 +13,7 @@ class TVProjectRoot52 : public TVProjectRoot {
   TVProjectRoot52(const VString& publicDir, const VString& privateDir, TVHandle& context,
                   TVObject* owner, VBool transient);
 
-  int version() const override { return 2; }
+  int version() const override { return kFormat52; }
   TVStorageLock* lockStorage(TVHandle& context) override;
   int writeData(TVHandle& context, TVStorageLock* lock) override;
   bool unlockStorage(TVHandle& context, TVStorageLock* lock, bool keep) override;
@@ -32,7 +32,7 @@ class TVProjectRoot52 : public TVProjectRoot {
 
 class TVProjectRoot52Options : public TVProjectRootOptions {
  public:
-  TVProjectRoot52Options() : TVProjectRootOptions(2) {}
+  TVProjectRoot52Options() : TVProjectRootOptions(kFormat52) {}
   TVObject* makeObject(const VString& publicDir, const VString& privateDir, TVHandle& context,
                        TVObject* owner, VBool transient) override;
 };

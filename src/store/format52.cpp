@@ -15,18 +15,18 @@ namespace {
 
 void registerItems() {
   using ItemClasses = std::vector<const VClassRecord*>;
-  TVFolderOptions::add(
-      new TVNamedItemOptions<TVBranch>(1, ItemClasses{&TVBranch::theClass, &TVRevision::theClass}));
+  TVFolderOptions::add(new TVNamedItemOptions<TVBranch>(
+      kAbstractVersion, ItemClasses{&TVBranch::theClass, &TVRevision::theClass}));
   TVFolderOptions::add(new TVRevisionOptions);
-  TVFolderOptions::add(new TVNamedItemOptions<TVVersionLabel>(1));
-  TVFolderOptions::add(new TVNamedItemOptions<TVFloatingLabel>(1));
-  TVFolderOptions::add(new TVNamedItemOptions<TVPromotionLabel>(1));
-  TVFolderOptions::add(new TVNamedItemOptions<TVLocker>(1));
+  TVFolderOptions::add(new TVNamedItemOptions<TVVersionLabel>(kAbstractVersion));
+  TVFolderOptions::add(new TVNamedItemOptions<TVFloatingLabel>(kAbstractVersion));
+  TVFolderOptions::add(new TVNamedItemOptions<TVPromotionLabel>(kAbstractVersion));
+  TVFolderOptions::add(new TVNamedItemOptions<TVLocker>(kAbstractVersion));
   TVFolderOptions::add(new TVBranch52Options);
   TVFolderOptions::add(new TVRevision52Options);
-  TVFolderOptions::add(new TVNamedItemOptions<TVVersionLabel52>(2));
-  TVFolderOptions::add(new TVNamedItemOptions<TVPromotionLabel52>(2));
-  TVFolderOptions::add(new TVNamedItemOptions<TVLocker52>(2));
+  TVFolderOptions::add(new TVNamedItemOptions<TVVersionLabel52>(kFormat52));
+  TVFolderOptions::add(new TVNamedItemOptions<TVPromotionLabel52>(kFormat52));
+  TVFolderOptions::add(new TVNamedItemOptions<TVLocker52>(kFormat52));
 }
 
 }  // namespace

@@ -57,14 +57,21 @@ class ChildLists : public testing::Test {
   TVHandle shelf{nullptr, new Shelf};
 };
 
+// What items are sorted by unless it is their names.
+bool isByNumber(TVSortType type) {
+  return type == TVSortType::kDefault || type == TVSortType::kNumber;
+}
+
 // The rules of a list as they were set, and what they mean, word for word.
 struct Rules {
   struct Row {
-    int sortType;
+    TVSortType sortType;
     int groupOrder = 0;
   };
-  std::map<const VClassRecord*, Row> rows = {
-      {kMember, {6}}, {kFolder, {2}}, {kGroup, {2}}, {kLabel, {1}}};
+  std::map<const VClassRecord*, Row> rows = {{kMember, {TVSortType::kWorkPath}},
+                                             {kFolder, {TVSortType::kName}},
+                                             {kGroup, {TVSortType::kName}},
+                                             {kLabel, {TVSortType::kNumber}}};
   bool ascending = true;
   bool caseSensitive = false;
 
@@ -72,7 +79,7 @@ struct Rules {
     const Row& left = rows.at(a.isA());
     const Row& right = rows.at(b.isA());
     int order = left.groupOrder - right.groupOrder;
-    if (order == 0 && a.isA() == kLabel && left.sortType < 2) {
+    if (order == 0 && a.isA() == kLabel && isByNumber(left.sortType)) {
       order = a.as<TVVersionLabel>()->itemNumber() - b.as<TVVersionLabel>()->itemNumber();
       return ascending ? order : -order;
     }
@@ -100,16 +107,16 @@ struct Rules {
 // every match; `changed` is a list that a key no longer fits, and where halving may miss some.
 std::vector<TVHandle*> twinFind(const Rules& rules, const std::vector<TVHandle*>& all, bool changed,
                                 const std::string& key, bool caseSensitive,
-                                const VClassRecord* record, int sortType) {
+                                const VClassRecord* record, TVSortType sortType) {
   std::vector<TVHandle*> sought;
   for (TVHandle* handle : all) {
     if (record == nullptr || handle->isA() == record) sought.push_back(handle);
   }
   bool bisects = changed && record != nullptr && caseSensitive == rules.caseSensitive;
   if (record != nullptr && caseSensitive == rules.caseSensitive) {
-    const int own = rules.rows.at(record).sortType;
-    if (sortType == 0) sortType = own;
-    bisects = bisects && (sortType & 0xff) == own && !(record == kLabel && own < 2);
+    const TVSortType own = rules.rows.at(record).sortType;
+    if (sortType == TVSortType::kDefault) sortType = own;
+    bisects = bisects && listOrderOf(sortType) == own && !(record == kLabel && isByNumber(own));
   }
   const auto match = [&](int i) {
     return sought[static_cast<size_t>(i)]->compareKey(key, sortType, caseSensitive);
@@ -137,7 +144,7 @@ std::vector<TVHandle*> twinFind(const Rules& rules, const std::vector<TVHandle*>
 }
 
 std::vector<TVHandle*> allFound(TVHandle& handle, const std::string& key, bool caseSensitive,
-                                const VClassRecord* record, int sortType) {
+                                const VClassRecord* record, TVSortType sortType) {
   std::vector<TVHandle*> result;
   int place = -2;
   for (TVHandle* it = &handle.find(key, caseSensitive, record, sortType, &place); !it->isNull();
@@ -185,7 +192,9 @@ class Seeded : public ChildLists {
         shelf.setCaseSensitive(rules.caseSensitive = !rules.caseSensitive);
         break;
       default:
-        row.sortType = record == kFolder ? upTo(6) : record == kLabel ? upTo(4) : 4 + upTo(7);
+        row.sortType = static_cast<TVSortType>(record == kFolder  ? upTo(6)
+                                               : record == kLabel ? upTo(4)
+                                                                  : 4 + upTo(7));
         shelf.setSortType(record, row.sortType);
     }
   }
@@ -210,10 +219,11 @@ class Seeded : public ChildLists {
       const VClassRecord* records[] = {kMember, kMember, kFolder, kGroup, nullptr};
       const VClassRecord* record = kinds == 0 ? kLabel : records[upTo(5)];
       const int types[] = {0, 1, 2, 3, 4, 5, 6, 7, 8, 9, 0x106, 0x108, 11};
-      const int type = types[upTo(kinds == 0 ? 3 : 13)];
+      const int number = types[upTo(kinds == 0 ? 3 : 13)];
+      const auto type = static_cast<TVSortType>(number);
       const bool caseSensitive = upTo(3) == 0;
       const std::string sought = key();
-      SCOPED_TRACE("key " + sought + " type " + std::to_string(type));
+      SCOPED_TRACE("key " + sought + " type " + std::to_string(number));
       EXPECT_EQ(allFound(shelf, sought, caseSensitive, record, type),
                 twinFind(rules, all, changed, sought, caseSensitive, record, type));
     }
@@ -253,14 +263,14 @@ TEST_F(ChildLists, AKeyChangedBetweenFindsCounts) {
   for (const char* name : {"a", "b", "c"}) add<TVArchiveFolder>(name, name, false);
   shelf.open();
   const std::vector<TVHandle*> all = walk(shelf);
-  EXPECT_EQ(&shelf.find("a", false, kFolder, 2), all[0]);
+  EXPECT_EQ(&shelf.find("a", false, kFolder, TVSortType::kName), all[0]);
   all[1]->as<TVArchiveFolder>()->setFolderName("A");
   EXPECT_EQ(&shelf.findNext(), all[1]);
   EXPECT_TRUE(shelf.findNext().isNull());
-  shelf.setSortType(kFolder, 3);
+  shelf.setSortType(kFolder, TVSortType::kWorkDir);
   walk(shelf);
   all[2]->as<TVArchiveFolder>()->setPrivateWorkDir("d");
-  EXPECT_EQ(&shelf.find("d", false, kFolder, 3), all[2]);
+  EXPECT_EQ(&shelf.find("d", false, kFolder, TVSortType::kWorkDir), all[2]);
 }
 
 TEST_F(ChildLists, WalksKeepTheirPlaceWhileChildrenGo) {
@@ -321,9 +331,9 @@ TEST_F(ChildLists, WalksBackAndFindsStayTrueToWhatIsThere) {
     add<TVArchiveMember>(TVMemberNames{"v", archive, "d", work});
   }
   shelf.open();
-  shelf.setSortType(kMember, 7);
-  EXPECT_EQ(shelf.find("a", false, kMember, 7).name().str(), "a");
-  shelf.setSortType(kMember, 9);
+  shelf.setSortType(kMember, TVSortType::kWorkName);
+  EXPECT_EQ(shelf.find("a", false, kMember, TVSortType::kWorkName).name().str(), "a");
+  shelf.setSortType(kMember, TVSortType::kArchiveName);
   walk(shelf);
   EXPECT_TRUE(shelf.findNext().isNull());
 }
@@ -333,7 +343,7 @@ class Forgetful : public TVArchiveMember {
  public:
   using TVArchiveMember::TVArchiveMember;
   static inline int looksLeft = -1;
-  std::string_view sortKey(int* index, int sortType, std::string* scratch) const override {
+  std::string_view sortKey(int* index, TVSortType sortType, std::string* scratch) const override {
     if (looksLeft-- == 0) throw std::bad_alloc();
     return TVArchiveMember::sortKey(index, sortType, scratch);
   }

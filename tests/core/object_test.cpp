@@ -35,7 +35,7 @@ class Node : public TVObject {
   }
   uint64_t computeFingerprint() const override { return std::hash<std::string>()(name_); }
   VString name(const TVOptionArray&) const override { return VString(name_); }
-  std::string_view sortKey(int* index, int, std::string*) const override {
+  std::string_view sortKey(int* index, TVSortType, std::string*) const override {
     return --*index < 0 ? std::string_view(name_) : "";
   }
 

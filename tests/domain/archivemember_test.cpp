@@ -69,7 +69,7 @@ TEST_F(DomainNames, FormsOfAMembersNames) {
 
 TEST_F(DomainNames, KeysInTheOrderOfTheSortType) {
   const TVHandle handle = member({"ap", "an", "wp", "wn"}, "/wk", "f");
-  const auto keys = [](const TVObject& object, int sortType) {
+  const auto keys = [](const TVObject& object, TVSortType sortType) {
     std::string text;
     std::string scratch;
     for (int position = 0, index = -1; index < 0 && position < 9; ++position) {
@@ -82,11 +82,12 @@ TEST_F(DomainNames, KeysInTheOrderOfTheSortType) {
   const char* const ofMember[] = {"wp wn ap an  ", "wn wp ap an  ", "ap an wn wp  ",
                                   "an ap wn wp  ", "/wk/f/wp wn ap an  "};
   const char* const ofFolder[] = {"1 F dir  ", "F 1 dir  ", "dir 1 F  "};
-  for (int type = 0; type <= 10; ++type) {
-    EXPECT_EQ(keys(*handle.object(), type), ofMember[type >= 7 && type <= 9 ? type - 6
-                                                     : type == 5            ? 4
-                                                                            : 0]);
-    EXPECT_EQ(keys(folder, type), ofFolder[type == 2 || type == 3 ? type - 1 : 0]);
+  for (int number = 0; number <= 10; ++number) {
+    const auto type = static_cast<TVSortType>(number);
+    EXPECT_EQ(keys(*handle.object(), type), ofMember[number >= 7 && number <= 9 ? number - 6
+                                                     : number == 5              ? 4
+                                                                                : 0]);
+    EXPECT_EQ(keys(folder, type), ofFolder[number == 2 || number == 3 ? number - 1 : 0]);
   }
 }
 
@@ -97,28 +98,28 @@ TEST_F(DomainNames, KeysCompareWithTheFieldsOfTheSortType) {
   const TVHandle f(nullptr, new TVArchiveFolder("F", "dir", true, nullptr, false));
   const struct {
     const TVHandle& handle;
-    int sortType;
+    TVSortType sortType;
     const char* keys;
   } cases[] = {
-      {m, 6, "! wp/wn 0 WP/wn - wp/wa - wq/wa + wn -"},
-      {m, 6, "wp/wn 0 WP\\wN 0 wp/wo +"},
-      {m, 0, "! wp\\wn 0 wp/an -"},
-      {m, 5, "! /wk/f/wp/wn 0 wp/wn + /wk/f/wp/wo +"},
-      {m, 7, "! wn 0 WN - wp/wn +"},
-      {m, 7, "WN 0"},
-      {m, 8, "! ap/an 0 ap/wn + wp/an +"},
-      {m, 9, "! an 0 ap + wn +"},
-      {m, 0x106, "! wp 0 wp/wn + WP -"},
-      {m, 0x108, "! ap 0 an - wp +"},
-      {m, 1, "! anything 0"},
-      {f, 2, "! F 0 f + E -"},
-      {f, 2, "f 0"},
-      {f, 3, "! dir 0 DIS -"},
-      {f, 3, "DIS +"},
-      {f, 0, "! 1 0 0 -"},
-      {f, 4, "! 1 0 2 +"},
-      {f, 1, "! anything 0"},
-      {f, 6, "! anything 0"},
+      {m, TVSortType::kWorkPath, "! wp/wn 0 WP/wn - wp/wa - wq/wa + wn -"},
+      {m, TVSortType::kWorkPath, "wp/wn 0 WP\\wN 0 wp/wo +"},
+      {m, TVSortType::kDefault, "! wp\\wn 0 wp/an -"},
+      {m, TVSortType::kFullWorkPath, "! /wk/f/wp/wn 0 wp/wn + /wk/f/wp/wo +"},
+      {m, TVSortType::kWorkName, "! wn 0 WN - wp/wn +"},
+      {m, TVSortType::kWorkName, "WN 0"},
+      {m, TVSortType::kArchivePath, "! ap/an 0 ap/wn + wp/an +"},
+      {m, TVSortType::kArchiveName, "! an 0 ap + wn +"},
+      {m, TVSortType::kWorkDirOfPath, "! wp 0 wp/wn + WP -"},
+      {m, TVSortType::kArchiveDirOfPath, "! ap 0 an - wp +"},
+      {m, TVSortType::kNumber, "! anything 0"},
+      {f, TVSortType::kName, "! F 0 f + E -"},
+      {f, TVSortType::kName, "f 0"},
+      {f, TVSortType::kWorkDir, "! dir 0 DIS -"},
+      {f, TVSortType::kWorkDir, "DIS +"},
+      {f, TVSortType::kDefault, "! 1 0 0 -"},
+      {f, TVSortType::kPrivacy, "! 1 0 2 +"},
+      {f, TVSortType::kNumber, "! anything 0"},
+      {f, TVSortType::kWorkPath, "! anything 0"},
   };
   for (const auto& c : cases) {
     std::istringstream words(c.keys);
@@ -128,7 +129,11 @@ TEST_F(DomainNames, KeysCompareWithTheFieldsOfTheSortType) {
     if (exact) words >> key;
     while (words >> key >> sign) {
       const int order = c.handle.compareKey(key, c.sortType, exact);
-      EXPECT_EQ(order < 0 ? "-" : order > 0 ? "+" : "0", sign) << key << " by " << c.sortType;
+      EXPECT_EQ(order < 0   ? "-"
+                : order > 0 ? "+"
+                            : "0",
+                sign)
+          << key << " by " << static_cast<int>(c.sortType);
     }
   }
 }
@@ -152,10 +157,9 @@ class DomainChanges : public DomainNames {
  protected:
   DomainChanges() { project.open(); }
 
-  TVArchiveMemberHandle create(const char* archive, const char* work, int mode = 1,
-                               int version = 0) {
-    return TVArchiveMemberHandle::create({"v", archive, "w", work}, project, theNoLock(), nullptr,
-                                         mode, version);
+  TVArchiveMemberHandle create(const char* archive, const char* work,
+                               const TVCreateOptions& options = {}) {
+    return TVArchiveMemberHandle::create({"v", archive, "w", work}, project, options);
   }
 
   TVProjectFolderHandle project{
@@ -167,15 +171,13 @@ TEST_F(DomainChanges, CreatingWhatExistsAnswersWithIt) {
   EXPECT_EQ(create("a_v", "a").object(), a.object());
   EXPECT_NE(create("a_v", "b").object(), a.object());
   EXPECT_EQ(&a.sink(), &sink);
-  const TVHandle apart = create("a_v", "a", 2);
+  const TVHandle apart = create("a_v", "a", {.transient = true});
   EXPECT_TRUE(apart.object()->isTransient());
   EXPECT_EQ(project.object()->childCount(), 2);
-  EXPECT_EQ(create("c_v", "c", 1, 7).version(), 1);
-  EXPECT_TRUE(TVArchiveMemberHandle::create({"v", "a_v", "w", "a"}, a, theNoLock(), nullptr, 1, 0)
-                  .isNull());
+  EXPECT_EQ(create("c_v", "c", {.version = 7}).version(), 1);
+  EXPECT_TRUE(TVArchiveMemberHandle::create({"v", "a_v", "w", "a"}, a).isNull());
   TVLockScope scope(project, true);  // Held by the caller: taking it again would never end.
-  EXPECT_FALSE(
-      TVArchiveFolderHandle::create("F", "d", false, project, scope, nullptr, 1, 0).isNull());
+  EXPECT_FALSE(TVArchiveFolderHandle::create("F", "d", false, project, {.scope = scope}).isNull());
   EXPECT_EQ(sink.told(), "");
 }
 
@@ -184,11 +186,8 @@ TEST_F(DomainChanges, LineEndsAndNullsAreRefused) {
   TVArchiveMemberHandle a = create("a_v", "a");
   for (const std::string& bad : {std::string("x\ny"), std::string("x\r"), std::string("x\0y", 3)}) {
     const VPathString text(bad);
-    EXPECT_TRUE(
-        TVArchiveMemberHandle::create({"v", "a_v", text, "b"}, project, theNoLock(), nullptr, 1, 0)
-            .isNull());
-    EXPECT_TRUE(TVArchiveFolderHandle::create(text, "", false, project, theNoLock(), nullptr, 1, 0)
-                    .isNull());
+    EXPECT_TRUE(TVArchiveMemberHandle::create({"v", "a_v", text, "b"}, project).isNull());
+    EXPECT_TRUE(TVArchiveFolderHandle::create(text, "", false, project).isNull());
     a.setArchiveName(text);
     project.setName(text);
     project.setPublicDir(text);
@@ -212,8 +211,7 @@ TEST_F(DomainChanges, LineEndsAndNullsAreRefused) {
   a.setWorkName(";$(");
   project.setPublicDir("[d];$(");
   EXPECT_EQ(a.workName().str() + project.publicDir().str(), ";$([d];$(");
-  EXPECT_TRUE(
-      TVArchiveFolderHandle::create("F]", "", false, project, theNoLock(), nullptr, 1, 0).isNull());
+  EXPECT_TRUE(TVArchiveFolderHandle::create("F]", "", false, project).isNull());
 }
 
 // A changed name is found under the new name, and the order of the records on disk changes only
@@ -239,8 +237,7 @@ TEST_F(DomainChanges, SettersKeepTheTableRight) {
   EXPECT_EQ(order(), "a2 a3 a1 rx ");
   EXPECT_EQ(create("r", "x").object(), kept[0].object());
   kept[2].setArchivePath("q");
-  EXPECT_EQ(TVArchiveMemberHandle::create({"q", "a", "w", "3"}, project, theNoLock(), nullptr, 1, 0)
-                .object(),
+  EXPECT_EQ(TVArchiveMemberHandle::create({"q", "a", "w", "3"}, project).object(),
             kept[2].object());
   EXPECT_EQ(project.object()->childCount(), 4);
 }

@@ -52,13 +52,13 @@ TEST_F(Items, OrderByNumberOrByName) {
     addRevision(name, number, trunk.object());
   }
   EXPECT_EQ(names(trunk), "b e d c a ");
-  EXPECT_EQ(trunk.find("10", true, &TVRevision::theClass, 0).name().str(), "c");
-  EXPECT_EQ(trunk.find("010", true, &TVRevision::theClass, 0).name().str(), "");
-  trunk.setSortType(&TVRevision::theClass, 2);
+  EXPECT_EQ(trunk.find("10", true, &TVRevision::theClass, TVSortType::kDefault).name().str(), "c");
+  EXPECT_EQ(trunk.find("010", true, &TVRevision::theClass, TVSortType::kDefault).name().str(), "");
+  trunk.setSortType(&TVRevision::theClass, TVSortType::kName);
   EXPECT_EQ(names(trunk), "a b c d e ");
-  EXPECT_EQ(trunk.find("D", false, &TVRevision::theClass, 2).name().str(), "d");
-  EXPECT_EQ(trunk.find("D", true, &TVRevision::theClass, 2).name().str(), "");
-  EXPECT_EQ(trunk.first(nullptr).compareKey("anything", 3, true), 0);
+  EXPECT_EQ(trunk.find("D", false, &TVRevision::theClass, TVSortType::kName).name().str(), "d");
+  EXPECT_EQ(trunk.find("D", true, &TVRevision::theClass, TVSortType::kName).name().str(), "");
+  EXPECT_EQ(trunk.first(nullptr).compareKey("anything", TVSortType::kWorkDir, true), 0);
 }
 
 TEST_F(Items, AnswerForTheRevisionAroundThem) {
@@ -95,7 +95,7 @@ TEST_F(Items, LockedByFoldersHaveTwoTitles) {
     EXPECT_EQ(folder.name(TVOptionArray()).str(), std::string("Files locked by ") + user);
   }
   const auto create = [this](const char* user) {
-    return TVLockedByFolderHandle::create(user, "d", project, theNoLock(), nullptr, 1, 0);
+    return TVLockedByFolderHandle::create(user, "d", project);
   };
   const TVLockedByFolderHandle ann = create("ann");
   EXPECT_EQ(create("ben").object(), ann.object());
@@ -105,11 +105,11 @@ TEST_F(Items, LockedByFoldersHaveTwoTitles) {
 
 TEST_F(Items, PromotionGroupsHaveNoKeyOfTheirOwn) {
   const auto create = [](const char* name, const TVHandle& parent, int version = 0) {
-    return TVPromotionFolderHandle::create(name, parent, theNoLock(), nullptr, 1, version);
+    return TVPromotionFolderHandle::create(name, parent, {.version = version});
   };
   project.open();
   TVPromotionFolderHandle group = create("dev", project);
-  EXPECT_EQ(group.compareKey("any key", 2, true), 0);
+  EXPECT_EQ(group.compareKey("any key", TVSortType::kName, true), 0);
   group.setName("test");
   EXPECT_EQ(create("test", project).object(), group.object());
   EXPECT_FALSE(create("below", group).isNull());

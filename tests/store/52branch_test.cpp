@@ -190,8 +190,8 @@ TEST_F(Store, MembersMoveOverFromListToList) {
     EXPECT_EQ(shown(trunk),
               "Trunk 1.0{t|a|c}(1.0.1 1.0.1.0{t|a|c}(#OLD)) 1.1{t|a|c}(#GONE) 1.2{t|a|c}");
     trunk.open();
-    const TVHandle origin(trunk.find("0", false, nullptr, 0));
-    TVHandle gone(trunk.find("1", false, nullptr, 0));
+    const TVHandle origin(trunk.find("0", false, nullptr, TVSortType::kDefault));
+    TVHandle gone(trunk.find("1", false, nullptr, TVSortType::kDefault));
     TVHandle branch(child(trunk.first(nullptr), "1.0.1"));
     member.close();
     trunk.close();

@@ -334,8 +334,7 @@ TEST_F(Unread, AnAbortedReadSweepsNothingAndRefusesTheUpdate) {
   EXPECT_EQ(listing(root), want);
   told();
   const auto create = [&] {
-    return TVProjectFolderHandle::create("N", TVProjectConfig(), "", "", root, theNoLock(), nullptr,
-                                         1, 0);
+    return TVProjectFolderHandle::create("N", TVProjectConfig(), "", "", root);
   };
   EXPECT_TRUE(create().isNull());
   EXPECT_TRUE(told().ends_with("notice Corrupted folder file pub/trvsproj.pub.\n"));
@@ -424,7 +423,7 @@ TEST_F(Unread, StampsTellOwnWritesFromThoseOfOthers) {
   project.open();
   EXPECT_FALSE(project.object()->isStale(project));
   const auto create = [&](const char* name, bool isPrivate) {
-    return TVArchiveFolderHandle::create(name, "", isPrivate, project, theNoLock(), nullptr, 1, 0);
+    return TVArchiveFolderHandle::create(name, "", isPrivate, project);
   };
   ASSERT_FALSE(create("B", false).isNull());
   auto* a = child(project, "A").as<TVArchiveFolder>();

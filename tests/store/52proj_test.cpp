@@ -117,8 +117,7 @@ TEST_F(Store, MembersReportWhatIsWrongWithTheirArchive) {
   EXPECT_EQ(told(),
             "notice Unable to access the archive x_v. Either the archive does not exist, or "
             "is not a TRVS archive.\n");
-  EXPECT_TRUE(TVArchiveMemberHandle::create({"v", "", "w", ""}, project, theNoLock(), nullptr, 1, 0)
-                  .isNull());
+  EXPECT_TRUE(TVArchiveMemberHandle::create({"v", "", "w", ""}, project).isNull());
   EXPECT_EQ(told(), "notice " + FolderMessage(kFolderNoWorkfileName).str() + "\n");
 }
 

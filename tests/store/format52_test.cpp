@@ -57,7 +57,10 @@ TEST_F(Store, ContainmentOfBothVersions) {
       const bool hasFormat = letter != 'l' && letter != 'F';
       EXPECT_EQ(options->version(), hasFormat ? parent.version() : 1) << letter;
       const bool isItem = allowed.size() > 6;
-      EXPECT_EQ(options->defaultSortType(), isItem ? 1 : letter == 'm' ? 6 : 2) << letter;
+      EXPECT_EQ(options->defaultSortType(), isItem          ? TVSortType::kNumber
+                                            : letter == 'm' ? TVSortType::kWorkPath
+                                                            : TVSortType::kName)
+          << letter;
     }
     EXPECT_EQ(allowed, c.allowed);
   }

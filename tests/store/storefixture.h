@@ -47,8 +47,8 @@ class Store : public testing::Test {
   std::string told() { return shortened(sink.told()); }
 
   TVProjectRootHandle makeRoot() {
-    return TVProjectRootHandle::create(path("pub"), path("prv"), theNullHandle(), theNoLock(),
-                                       &sink, 1, 2);
+    return TVProjectRootHandle::create(path("pub"), path("prv"), theNullHandle(),
+                                       {.sink = &sink, .version = kFormat52});
   }
   // A root with the one project P, whose files are in pub/p and prv/p.
   void putProject(const std::string& config = "") const {

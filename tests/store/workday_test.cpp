@@ -28,19 +28,18 @@ class Workday : public Store {
     TVProjectRootHandle root = makeRoot();
     put("motor.cfg", "VCSDIR = " + path("vault") + "\nPROMOTE dev = test\n");
     support::writeFile(path("vault/.keep"), "");
-    project_ =
-        TVProjectFolderHandle::create("Motor", TVProjectConfig(path("motor.cfg")), path("work"),
-                                      path("team"), root, theNoLock(), &sink, 1, 0);
+    project_ = TVProjectFolderHandle::create("Motor", TVProjectConfig(path("motor.cfg")),
+                                             path("work"), path("team"), root, {.sink = &sink});
     project_.open();
   }
 
   TVHandle folder(const char* name, const TVHandle& parent) {
-    return TVArchiveFolderHandle::create(name, "", false, parent, theNoLock(), &sink, 1, 0);
+    return TVArchiveFolderHandle::create(name, "", false, parent, {.sink = &sink});
   }
   // A member without an archive; a transient one is in no folder.
   TVArchiveMemberHandle member(const char* workName, const TVHandle& parent, bool isTransient) {
-    return TVArchiveMemberHandle::create({"", "", "", workName}, parent, theNoLock(), &sink,
-                                         isTransient ? 0 : 1, 0);
+    return TVArchiveMemberHandle::create({"", "", "", workName}, parent,
+                                         {.sink = &sink, .transient = isTransient});
   }
   void edit(const char* workName, const std::string& text) {
     put("work/" + std::string(workName), text);
