@@ -8,7 +8,7 @@
 #include "domain/projectfolder.h"
 #include "domain/projectroot.h"
 #include "domain/revision.h"
-#include "toolkit/configuration.h"
+#include "toolkit/configfiles.h"
 
 namespace {
 

@@ -1,10 +1,9 @@
 // api/session.cpp: how the library starts: when it is loaded, and when a client names the roots.
-#include "toolkit/session.h"
-
 #include "api/frames.h"
 #include "domain/projectroot.h"
 #include "runtime/platform_path.h"
 #include "store/format52.h"
+#include "toolkit/bracket.h"
 
 using foldapi::theApiSink;
 using foldapi::theNullHandle;

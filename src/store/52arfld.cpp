@@ -9,8 +9,8 @@
 #include "store/52branch.h"
 #include "store/52proj.h"
 #include "store/archivecache.h"
+#include "toolkit/bracket.h"
 #include "toolkit/messages.h"
-#include "toolkit/session.h"
 
 namespace foldapi {
 

@@ -71,7 +71,7 @@ class TVArchiveMember52 : public TVArchiveMember {
   int describe(TVHandle& context, uint32_t* status) override;
 
   // Operations on the archive through the toolkit, which makes all further checks itself
-  // (toolkit/memberoperations.cpp). Each gives an operation result; what failed goes to the
+  // (store/memberoperations.cpp). Each gives an operation result; what failed goes to the
   // context's sink. kResultMissing for a member without an archive name.
   int archiveAction1(TVHandle& context, TVGetOptions& options) override {
     return getRevision(context, options);

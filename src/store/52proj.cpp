@@ -12,9 +12,9 @@
 #include "runtime/platform_env.h"
 #include "store/52arfld.h"
 #include "store/52promo.h"
-#include "toolkit/configuration.h"
+#include "toolkit/bracket.h"
+#include "toolkit/configfiles.h"
 #include "toolkit/messages.h"
-#include "toolkit/session.h"
 
 namespace foldapi {
 

@@ -39,7 +39,7 @@ class TVProjectFolder52 : public TVProjectFolder {
   // The configuration with the archive directories that the toolkit finds in it.
   TVProjectConfig effectiveConfig(TVHandle& context) override;
 
-  // Through the toolkit (toolkit/projectoperations.cpp).
+  // Through the toolkit (store/projectoperations.cpp).
   VBool validateDate(TVHandle& context, const VString& date, VString* errorText) override;
   VBool validatePromotion(TVHandle& context, const TVGetOptions& options,
                           VString* errorText) override;

@@ -4,8 +4,8 @@
 #include <cstring>
 
 #include "btkf520/btkf520.h"
+#include "toolkit/bracket.h"
 #include "toolkit/messages.h"
-#include "toolkit/session.h"
 
 namespace foldapi {
 

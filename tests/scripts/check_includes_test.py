@@ -14,7 +14,7 @@ CASES = [
     ("runtime/a.h", '"base/vstring.h"', False),
     ("runtime/a.cpp", '"kstrinin/kstrinin.h"', True),
     ("runtime/a.cpp", '"kstrinin/profiletext.h"', False),
-    ("store/a.cpp", '"toolkit/session.h"', True),
+    ("store/a.cpp", '"toolkit/bracket.h"', True),
     ("toolkit/a.cpp", '"store/52data.h"', True),
     ("domain/a.cpp", '"store/52data.h"', False),
     ("toolkit/a.cpp", '"btkf520/btkf520.h"', True),

@@ -9,8 +9,8 @@
 #include "core/result.h"
 #include "store/storefixture.h"
 #include "support/sizelimit.h"
+#include "toolkit/bracket.h"
 #include "toolkit/messages.h"
-#include "toolkit/session.h"
 
 namespace store_test {
 namespace {

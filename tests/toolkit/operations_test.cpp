@@ -12,9 +12,9 @@
 #include "support/files.h"
 #include "support/recordingsink.h"
 #include "support/table.h"
+#include "toolkit/bracket.h"
 #include "toolkit/faketoolkit.h"
 #include "toolkit/messages.h"
-#include "toolkit/session.h"
 
 namespace foldapi {
 namespace {

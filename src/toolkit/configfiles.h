@@ -1,4 +1,4 @@
-// toolkit/configuration.h: which configuration files the toolkit reads, what is asked of them, and
+// toolkit/configfiles.h: which configuration files the toolkit reads, what is asked of them, and
 // the directives that are added to a project's file.
 #pragma once
 

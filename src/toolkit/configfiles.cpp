@@ -1,6 +1,6 @@
-// toolkit/configuration.cpp: master file first, project next, local last; directives are appended
+// toolkit/configfiles.cpp: master file first, project next, local last; directives are appended
 // without a look at what stands there.
-#include "toolkit/configuration.h"
+#include "toolkit/configfiles.h"
 
 #include "base/vfile.h"
 #include "btkf520/btkf520.h"

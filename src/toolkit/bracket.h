@@ -1,4 +1,4 @@
-// toolkit/session.h: the one place that owns the toolkit's process-wide state.
+// toolkit/bracket.h: the one place that owns the toolkit's process-wide state.
 //
 // The toolkit knows one current configuration and one set of callbacks. So every toolkit call
 // stands between enter() and leave(): these make the caller's sink the target of the callbacks, and

@@ -1,4 +1,4 @@
-// toolkit/projectoperations.cpp: what TVProjectFolder52 asks the toolkit: are these options
+// store/projectoperations.cpp: what TVProjectFolder52 asks the toolkit: are these options
 // possible in the project's configuration, what happened in an archive, how do two contents differ.
 #include <algorithm>
 #include <string>
@@ -11,9 +11,9 @@
 #include "runtime/dateparse.h"
 #include "store/52proj.h"
 #include "toolkit/arguments.h"
-#include "toolkit/configuration.h"
+#include "toolkit/bracket.h"
+#include "toolkit/configfiles.h"
 #include "toolkit/messages.h"
-#include "toolkit/session.h"
 
 namespace foldapi {
 

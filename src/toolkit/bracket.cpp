@@ -1,10 +1,10 @@
-// toolkit/session.cpp: the bracket, and the two ways to start.
-#include "toolkit/session.h"
+// toolkit/bracket.cpp: the bracket, and the two ways to start.
+#include "toolkit/bracket.h"
 
 #include "btkf520/btkf520.h"
 #include "core/result.h"
 #include "runtime/platform_path.h"
-#include "toolkit/configuration.h"
+#include "toolkit/configfiles.h"
 #include "toolkit/messages.h"
 
 namespace foldapi {

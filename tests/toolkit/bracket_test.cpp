@@ -1,5 +1,5 @@
 // The bracket around toolkit calls: what it loads and when, and where the toolkit's callbacks go.
-#include "toolkit/session.h"
+#include "toolkit/bracket.h"
 
 #include <gtest/gtest.h>
 
@@ -8,7 +8,7 @@
 #include "domain/projectroot.h"
 #include "support/files.h"
 #include "support/recordingsink.h"
-#include "toolkit/configuration.h"
+#include "toolkit/configfiles.h"
 #include "toolkit/spytoolkit.h"
 
 namespace foldapi {

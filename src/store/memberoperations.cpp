@@ -1,4 +1,4 @@
-// toolkit/memberoperations.cpp: what TVArchiveMember52 does to its archive: check-out, check-in,
+// store/memberoperations.cpp: what TVArchiveMember52 does to its archive: check-out, check-in,
 // unlock, and the creation of a new one.
 //
 // The toolkit is the judge of locks, promotion and the age of workfiles; its answer comes back as a
@@ -14,9 +14,9 @@
 #include "core/result.h"
 #include "store/52arfld.h"
 #include "toolkit/arguments.h"
-#include "toolkit/configuration.h"
+#include "toolkit/bracket.h"
+#include "toolkit/configfiles.h"
 #include "toolkit/messages.h"
-#include "toolkit/session.h"
 
 namespace foldapi {
 

@@ -1,5 +1,5 @@
 // Which files the toolkit is given, in which order and mode, and what is added to them.
-#include "toolkit/configuration.h"
+#include "toolkit/configfiles.h"
 
 #include <gtest/gtest.h>
 
