@@ -9,16 +9,13 @@ import pathlib
 import re
 import sys
 
+# The folders of the library from the bottom up: each may include the headers of those before it.
+LAYERS = ["runtime", "base", "core", "domain", "toolkit", "store"]
 # Each folder, and whose headers it may include besides its own.
 MAY_INCLUDE = {
-    "runtime": [],
-    "base": ["runtime"],
-    "core": ["runtime", "base"],
-    "domain": ["runtime", "base", "core"],
-    "store": ["runtime", "base", "core", "domain", "toolkit"],
-    "toolkit": ["runtime", "base", "core", "domain", "store"],
-    "api": ["runtime", "base", "core", "domain", "store", "toolkit"],
-    "cli": ["runtime", "base", "core", "domain", "store", "toolkit"],
+    **{layer: LAYERS[:place] for place, layer in enumerate(LAYERS)},
+    "api": LAYERS,
+    "cli": LAYERS,
     "btkf520": [],
     "kstrinin": [],
 }

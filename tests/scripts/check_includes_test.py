@@ -15,7 +15,7 @@ CASES = [
     ("runtime/a.cpp", '"kstrinin/kstrinin.h"', True),
     ("runtime/a.cpp", '"kstrinin/profiletext.h"', False),
     ("store/a.cpp", '"toolkit/bracket.h"', True),
-    ("toolkit/a.cpp", '"store/52data.h"', True),
+    ("toolkit/a.cpp", '"store/52data.h"', False),
     ("domain/a.cpp", '"store/52data.h"', False),
     ("toolkit/a.cpp", '"btkf520/btkf520.h"', True),
     ("toolkit/a.cpp", '"btkf520/text.h"', False),
