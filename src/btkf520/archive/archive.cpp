@@ -13,7 +13,7 @@
 #include <utility>
 
 #include "btkf520/archive/checksum.h"
-#include "btkf520/archive/frames.h"
+#include "btkf520/archive/contentframes.h"
 #include "btkf520/archive/index.h"
 #include "btkf520/archive/plan.h"
 #include "btkf520/archive/reader.h"

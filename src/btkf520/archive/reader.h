@@ -14,7 +14,7 @@
 #include <vector>
 
 #include "btkf520/archive/bytes.h"
-#include "btkf520/archive/frames.h"
+#include "btkf520/archive/contentframes.h"
 #include "btkf520/archive/index.h"
 #include "btkf520/archive/status.h"
 #include "btkf520/archive/tail.h"

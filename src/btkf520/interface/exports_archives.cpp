@@ -8,7 +8,6 @@
 
 #include "btkf520/btkf520.h"
 #include "btkf520/interface/boundary.h"
-#include "btkf520/interface/session.h"
 #include "btkf520/operations/checkin.h"
 #include "btkf520/operations/checkout.h"
 #include "btkf520/operations/edit.h"
@@ -17,6 +16,7 @@
 #include "btkf520/operations/names.h"
 #include "btkf520/operations/promote.h"
 #include "btkf520/operations/revtree.h"
+#include "btkf520/operations/surroundings.h"
 
 namespace {
 

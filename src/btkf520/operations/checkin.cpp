@@ -10,7 +10,7 @@
 #include <string>
 
 #include "btkf520/btkf520.h"
-#include "btkf520/interface/client.h"
+#include "btkf520/operations/client.h"
 #include "btkf520/operations/keywords.h"
 #include "btkf520/operations/labels.h"
 #include "btkf520/operations/locks.h"

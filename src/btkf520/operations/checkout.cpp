@@ -6,7 +6,7 @@
 
 #include "btkf520/btkf520.h"
 #include "btkf520/configuration/text.h"
-#include "btkf520/interface/client.h"
+#include "btkf520/operations/client.h"
 #include "btkf520/operations/keywords.h"
 #include "btkf520/operations/locks.h"
 #include "btkf520/operations/revisions.h"

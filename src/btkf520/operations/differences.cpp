@@ -10,11 +10,11 @@
 
 #include "btkf520/archive/reader.h"
 #include "btkf520/btkf520.h"
-#include "btkf520/interface/session.h"
 #include "btkf520/operations/keywords.h"
 #include "btkf520/operations/linediff.h"
 #include "btkf520/operations/output.h"
 #include "btkf520/operations/revisions.h"
+#include "btkf520/operations/surroundings.h"
 #include "btkf520/operations/task.h"
 #include "btkf520/operations/workfile.h"
 #include "btkf520/platform_file.h"

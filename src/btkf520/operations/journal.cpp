@@ -3,8 +3,8 @@
 
 #include <optional>
 
-#include "btkf520/interface/client.h"
-#include "btkf520/interface/session.h"
+#include "btkf520/operations/client.h"
+#include "btkf520/operations/surroundings.h"
 #include "btkf520/operations/times.h"
 #include "btkf520/platform_workfile.h"
 

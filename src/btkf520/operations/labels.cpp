@@ -1,7 +1,7 @@
 // btkf520/operations/labels.cpp: setting, moving, deleting and listing labels.
 #include "btkf520/operations/labels.h"
 
-#include "btkf520/interface/client.h"
+#include "btkf520/operations/client.h"
 #include "btkf520/operations/revisions.h"
 #include "btkf520/operations/task.h"
 

@@ -4,8 +4,8 @@
 #include <algorithm>
 #include <optional>
 
-#include "btkf520/interface/session.h"
 #include "btkf520/operations/revisions.h"
+#include "btkf520/operations/surroundings.h"
 
 namespace btkf {
 namespace {

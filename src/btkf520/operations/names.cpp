@@ -2,7 +2,7 @@
 #include "btkf520/operations/names.h"
 
 #include "btkf520/archive/number.h"
-#include "btkf520/interface/session.h"
+#include "btkf520/operations/surroundings.h"
 #include "btkf520/platform_workfile.h"
 
 namespace btkf {

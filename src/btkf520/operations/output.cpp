@@ -3,8 +3,8 @@
 
 #include <algorithm>
 
-#include "btkf520/interface/session.h"
 #include "btkf520/operations/revisions.h"
+#include "btkf520/operations/surroundings.h"
 #include "btkf520/operations/workfile.h"
 
 namespace btkf {

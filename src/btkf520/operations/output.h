@@ -5,7 +5,7 @@
 #include <string>
 #include <string_view>
 
-#include "btkf520/interface/client.h"
+#include "btkf520/operations/client.h"
 #include "btkf520/platform_workfile.h"
 
 namespace btkf {

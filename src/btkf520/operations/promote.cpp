@@ -4,7 +4,7 @@
 
 #include <string>
 
-#include "btkf520/interface/client.h"
+#include "btkf520/operations/client.h"
 #include "btkf520/operations/revisions.h"
 #include "btkf520/operations/task.h"
 

@@ -9,7 +9,7 @@
 
 #include "btkf520/btkf520.h"
 #include "btkf520/configuration/text.h"
-#include "btkf520/interface/client.h"
+#include "btkf520/operations/client.h"
 #include "btkf520/operations/output.h"
 #include "btkf520/operations/revisions.h"
 #include "btkf520/operations/task.h"

@@ -5,8 +5,8 @@
 #include <utility>
 #include <vector>
 
-#include "btkf520/interface/client.h"
-#include "btkf520/interface/session.h"
+#include "btkf520/operations/client.h"
+#include "btkf520/operations/surroundings.h"
 #include "btkf520/platform_workfile.h"
 
 namespace btkf {

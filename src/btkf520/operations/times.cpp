@@ -12,7 +12,7 @@
 #include <vector>
 
 #include "btkf520/configuration/text.h"
-#include "btkf520/interface/session.h"
+#include "btkf520/operations/surroundings.h"
 #include "btkf520/platform_workfile.h"
 
 namespace btkf {

@@ -1,4 +1,4 @@
-// btkf520/interface/client.h: what the toolkit asks and tells its client, as plain functions.
+// btkf520/operations/client.h: what the toolkit asks and tells its client, as plain functions.
 //
 // Each calls the function that the client registered. Without one it gives the answer that loses
 // nothing: a question is declined, and news go nowhere.

@@ -1,6 +1,6 @@
-// btkf520/interface/session.cpp: connects the toolkit's parts with the client and the operating
-// system.
-#include "btkf520/interface/session.h"
+// btkf520/operations/surroundings.cpp: connects the toolkit's parts with the client and the
+// operating system.
+#include "btkf520/operations/surroundings.h"
 
 #include <algorithm>
 #include <iterator>

@@ -1,4 +1,4 @@
-// btkf520/interface/session.h: the toolkit's process-wide state.
+// btkf520/operations/surroundings.h: the toolkit's process-wide state.
 #pragma once
 
 #include <cstdint>

@@ -1,8 +1,8 @@
-// btkf520/interface/client.cpp: the way from the toolkit to the functions that a client has
+// btkf520/operations/client.cpp: the way from the toolkit to the functions that a client has
 // registered.
-#include "btkf520/interface/client.h"
+#include "btkf520/operations/client.h"
 
-#include "btkf520/interface/session.h"
+#include "btkf520/operations/surroundings.h"
 
 namespace btkf::client {
 namespace {

@@ -1,4 +1,5 @@
-// btkf520/interface/exports.cpp: the C functions about configuration, callbacks and users.
+// btkf520/interface/exports_configuration.cpp: the C functions about configuration, callbacks and
+// users.
 //
 // What the functions promise is told in btkf520.h; the work is done behind Session.
 #include <optional>
@@ -7,7 +8,7 @@
 #include "btkf520/archive/status.h"
 #include "btkf520/btkf520.h"
 #include "btkf520/interface/boundary.h"
-#include "btkf520/interface/session.h"
+#include "btkf520/operations/surroundings.h"
 
 namespace {
 

@@ -1,10 +1,10 @@
-// btkf520/archive/frames.cpp: how zstd is told to pack contents.
+// btkf520/archive/contentframes.cpp: how zstd is told to pack contents.
 //
 // What a content repeats of its parents is found by a search of our own (passages.cpp) and handed
 // to zstd, which has only to write it down. zstd could search by itself, and any frame that it
 // makes is as good to a reader. But for a content and its parents it takes four to ten times as
 // long, and does not find more.
-#include "btkf520/archive/frames.h"
+#include "btkf520/archive/contentframes.h"
 
 #define ZSTD_STATIC_LINKING_ONLY  // For ZSTD_compressSequences().
 #include <zstd.h>

@@ -1,4 +1,4 @@
-// btkf520/archive/frames.h: contents to zstd frames and back.
+// btkf520/archive/contentframes.h: contents to zstd frames and back.
 #pragma once
 
 #include <cstdint>
