@@ -2,12 +2,9 @@
 #include <gtest/gtest.h>
 #include <utime.h>
 
-#include <cstdlib>
 #include <ctime>
 #include <filesystem>
-#include <optional>
 #include <string>
-#include <vector>
 
 #include "foldapi/foldapi.h"
 #include "support/client.h"
@@ -57,21 +54,6 @@ class ArchiveCache : public testing::Test {
   support::ScratchDatabase scratch_;
 };
 
-TEST_F(ArchiveCache, IsWrittenWhenTheLastUseOfTheProjectEnds) {
-  TVHandle* project = scratch_.openProject("P");
-  GetNumLocks(FindArchiveByWorkName(project, "b"));
-  GetArchiveStatus(FindArchiveByWorkName(project, "a"));
-  EXPECT_FALSE(hasCacheFile());
-  endRun();
-  const string head = "14\nAcTVQueuedHash\no2\nA";
-  const string file = scratch_.shown(kCacheFile);
-  EXPECT_EQ(file.substr(0, head.size() + 19), head + "cTVArchiveInfo52\no6");
-  EXPECT_LT(file.find("/vault/b_v"), file.find("/vault/a_v"));  // From the oldest to the newest.
-  // The same again from the cache alone.
-  EXPECT_EQ(revisions("a"), 1);
-  EXPECT_TRUE(hasCacheFile());
-}
-
 TEST_F(ArchiveCache, ServesAnArchiveUntilItChanges) {
   const struct {
     const char* why;
@@ -102,21 +84,6 @@ TEST_F(ArchiveCache, DoesNotTrustWhatItReadWithinTheTickOfTheLastChange) {
   }
 }
 
-// Within a session the file itself tells, to the nanosecond.
-TEST_F(ArchiveCache, SeesEveryChangeWithinASession) {
-  TVHandle* project = scratch_.openProject("P");
-  TVHandle* handle = FindArchiveByWorkName(project, "a");
-  EXPECT_EQ(GetNumRevisions(handle), 1);
-  EXPECT_NE(GetCreationTime(handle), -1);
-  writeArchive("a", {.revisions = 2, .description = "another size"});
-  EXPECT_EQ(GetNumRevisions(handle), 2);
-  support::writeFile(archive("a"), "no archive");
-  EXPECT_EQ(GetNumRevisions(handle), 0);
-  EXPECT_EQ(GetCreationTime(handle), -1);
-  writeArchive("a", {.revisions = 4});
-  EXPECT_EQ(GetNumRevisions(handle), 4);
-}
-
 TEST_F(ArchiveCache, IsOffWhileTheEnvironmentSaysSo) {
   for (const char* value : {"1", ""}) {
     const support::ScopedEnvironment off("TRVS_TVAPI_NOCACHE", value);
@@ -131,24 +98,6 @@ TEST_F(ArchiveCache, IsOffWhileTheEnvironmentSaysSo) {
   const support::ScopedEnvironment off("TRVS_TVAPI_NOCACHE", "");
   EXPECT_EQ(revisions("a"), 2);
   EXPECT_EQ(scratch_.shown(kCacheFile), before);
-}
-
-TEST_F(ArchiveCache, FilesThatCannotBeUsedAreReplacedOrDropped) {
-  EXPECT_EQ(revisions("a"), 1);
-  const string good = support::readFile(scratch_.path(kCacheFile));
-  for (const string& bad : {string("13") + good.substr(2), good.substr(0, good.size() / 2),
-                            string("14\r\nAcTVQueuedHash\r\no2147483647\r\n"), string()}) {
-    SCOPED_TRACE(support::escaped(bad.substr(0, 40)));
-    support::writeFile(scratch_.path(kCacheFile), bad);
-    EXPECT_EQ(revisions("a"), 1);
-    EXPECT_EQ(support::escaped(support::readFile(scratch_.path(kCacheFile))),
-              support::escaped(good));
-    // Without any archive read in the run there is nothing to keep.
-    support::writeFile(scratch_.path(kCacheFile), bad);
-    scratch_.openProject("P");
-    endRun();
-    EXPECT_FALSE(hasCacheFile());
-  }
 }
 
 }  // namespace

@@ -128,23 +128,6 @@ TEST_F(Branches, AreFoundByNumberHoweverManyThereAre) {
   }
 }
 
-TEST_F(Branches, ForgetALabelThatWasOnlyMadeInMemory) {
-  checkIn(nullptr);
-  TVHandle* const trunk = FindBranch(openArchive(), "Trunk");
-  OpenBranch(trunk);
-  TVHandle* const revision = FindRevision(trunk, "1.0");
-  OpenRevision(revision);
-  CreateLabel(revision, "MINE");
-  CreateLabel(revision, "MINE");
-  TVHandle* const label = FindLabel(revision, "MINE");
-  SetLabelName(label, "OTHER");
-  EXPECT_EQ(texts(walk(revision, GetFirstLabel, GetNextLabel), GetLabelName), Names{"MINE"});
-  CreateLabel(trunk, "NOWHERE");  // Only a revision holds labels.
-  while (CloseRevision(revision) > 0) continue;
-  OpenRevision(revision);
-  EXPECT_EQ(GetFirstLabel(revision), nullptr);
-}
-
 TEST_F(Branches, FollowTheArchive) {
   checkIn(nullptr);
   TVHandle* const archive = openArchive();

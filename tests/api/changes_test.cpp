@@ -71,20 +71,6 @@ TEST_F(Changes, CreateProjectMakesAllItsFilesAndAppendsItsRecords) {
   EXPECT_STREQ(GetProjectPrivateDir(FindProject(root, "my-project")), "");
 }
 
-TEST_F(Changes, CreateProjectWritesTheSeparatorsOfItsRoots) {
-  support::TemporaryDirectory directory;
-  const support::Database database(directory.path(), "V:");
-  database.writeProfile();
-  const support::ScopedEnvironment profile("KSTR_INI", database.profile());
-  TVHandle* root = Init("V:\\pub", "V:\\prv");
-  CreateProject(root, "Motor Control", "V:\\w\\ann", "");
-  EXPECT_EQ(support::escaped(support::readFile(database.path("prv/trvsproj.prv"))),
-            "[Project=Motor Control]\\r\\nCFG=V:\\pub\\MtrCntrl.prj\\MtrCntrl.cfg\\r\\n"
-            "DIR=MtrCntrl.prj\\r\\nWKDIR=V:\\w\\ann\\r\\nOWNERSHIP=PUBLIC\\r\\n\\r\\n");
-  EXPECT_EQ(support::readFile(database.path("pub/MtrCntrl.prj/MtrCntrl.cfg")),
-            "# VERSION TRVS Trevault_5.2.00\r\n");
-}
-
 TEST_F(Changes, RefusedChangesLeaveEveryFileAlone) {
   TVHandle* project = createProject("P");
   AddExistingArchive(project, "w", "/v/w_v");

@@ -32,27 +32,6 @@ class Semantics : public testing::Test {
 // Sessions
 // -----------------------------------------------------------------------------------------
 
-TEST_F(Semantics, InitTouchesNoFileAndForgetsTheSessionBefore) {
-  const string pub = scratch_.path("pub"), prv = scratch_.path("prv");
-  TVHandle* root = Init(pub.c_str(), prv.c_str());
-  ASSERT_NE(root, nullptr);
-  EXPECT_EQ(scratch_.files(), Names());
-  EXPECT_EQ(GetRootPublicDir(root), pub);
-  EXPECT_EQ(OpenProjectRoot(root), 1);
-  EXPECT_EQ(scratch_.files(), (Names{"prv/trvsproj.prv", "pub/trvsproj.pub"}));
-  EXPECT_EQ(scratch_.shown("pub/trvsproj.pub"), "");
-  EXPECT_EQ(OpenProjectRoot(root), 2);
-  CreateProject(root, "P", "", "");
-  TVHandle* project = FindProject(root, "P");
-  EXPECT_EQ(OpenProject(project), 1);
-
-  EXPECT_EQ(Init(prv.c_str(), pub.c_str()), root);
-  EXPECT_EQ(GetRootPublicDir(root), prv);
-  EXPECT_EQ(CloseProjectRoot(root), -1);
-  EXPECT_EQ(OpenProject(project), -1);
-  EXPECT_EQ(GetFirstProject(root), nullptr);
-}
-
 TEST_F(Semantics, RootsThatCannotBeUsedShowAsAnEmptyWalk) {
   scratch_.write("file", "");
   for (const string& bad : {scratch_.path("file"), string("V:\\unmapped"), string("//no/share")}) {
@@ -135,60 +114,6 @@ TEST_F(Semantics, SortTypesNeedAnOpenParentAndGoWithItsLastClose) {
   EXPECT_STREQ(GetWorkfileName(GetNextArchive(project)), "y");
 }
 
-TEST_F(Semantics, DestroyedHandlesStayHarmlessAndWalksGoOn) {
-  TVHandle* project = projectWith(
-      "[DOCUMENT=;a_v;;a]\n[DOCUMENT=;b_v;;b]\n[DOCUMENT=;c_v;;c]\n[FOLDER=f]\nDIR=f\n"
-      "[FOLDER=g]\nDIR=g\n");
-  scratch_.write("pub/P.prj/f/trvsfold.pub", "[DOCUMENT=;fa_v;;fa]\n");
-  GetFirstArchive(project);
-  TVHandle* archive = GetNextArchive(project);
-  DestroyArchive(archive);
-  DestroyArchive(archive);
-  EXPECT_STREQ(GetWorkfileName(GetNextArchive(project)), "c");
-  EXPECT_EQ(GetNextArchive(project), nullptr);
-
-  TVHandle* folder = FindFolder(project, "f");
-  OpenFolder(folder);
-  TVHandle* inside = GetFirstArchive(folder);
-  DestroyFolder(folder);
-  EXPECT_EQ(GetFirstArchive(folder), nullptr);
-  EXPECT_EQ(GetNextArchive(folder), nullptr);
-  EXPECT_EQ(CloseFolder(folder), -1);
-  EXPECT_STREQ(GetWorkfileName(inside), "");
-  DestroyArchive(inside);
-  AddExistingArchive(folder, "w", "w_v");
-  EXPECT_EQ(support::folderNames(project), Names{"g"});
-  EXPECT_EQ(scratch_.shown("pub/P.prj/f/trvsfold.pub"), "[DOCUMENT=;fa_v;;fa]\n");
-
-  TVHandle* root = scratch_.openRoot();
-  project = FindProject(root, "P");
-  OpenProject(project);
-  archive = FindArchiveByWorkName(project, "a");
-  DestroyProject(project);
-  EXPECT_EQ(OpenProject(project), -1);
-  EXPECT_STREQ(GetWorkfileName(archive), "");
-  AddExistingArchive(project, "w", "w_v");
-  SetProjectPrivateDir(project, "/x");
-  EXPECT_EQ(support::projectNames(root), Names());
-  CreateProject(root, "P", "", "");
-  EXPECT_EQ(OpenProject(project), -1);
-  EXPECT_EQ(support::projectNames(root), Names{"P"});
-}
-
-// A child that is added while its parent is open shows in the parent's next walk.
-TEST_F(Semantics, NewChildrenShowUnderEveryOpenParent) {
-  TVHandle* root = scratch_.openRoot();
-  CreateProject(root, "b", "", "");
-  EXPECT_STREQ(GetProjectName(GetFirstProject(root)), "b");
-  CreateProject(root, "a", "", "");
-  EXPECT_EQ(support::projectNames(root), (Names{"a", "b"}));
-  TVHandle* project = FindProject(root, "a");
-  AddExistingArchive(project, "closed", "1_v");
-  OpenProject(project);
-  AddExistingArchive(project, "open", "2_v");
-  EXPECT_EQ(support::workfileNames(project), (Names{"closed", "open"}));
-}
-
 TEST_F(Semantics, TextsOutlastFifteenMore) {
   TVHandle* project = projectWith("");
   char line[100];
@@ -226,67 +151,8 @@ const struct {
     {"by archive name", SetSortTypeArchiveName},
 };
 
-// Each find is held against a look at all of the list: under each order the first match counts.
-TEST_F(Semantics, EveryFindGivesTheFirstOfItsMatchesInTheOrderOfTheWalk) {
-  string lines;
-  // Between "Z" and "a" in the code table stand "[", "^", "_" and "`": orders must agree on them.
-  for (const char* name :
-       {"A", "a", "Z", "z", "_", "^", "`", "a_b", "A-B", "aab", "AZB", "main.c"}) {
-    for (const char* dir : {"", "a_", "AZ", "sub/a", "main.c"}) {
-      const string tail = string(";") + dir + ";" + name + "]\n";
-      lines += string("[DOCUMENT=/v") + dir + ";" + name + "_v" + tail;
-      lines += string("[DOCUMENT=/V") + dir + ";" + name + "_V" + tail;
-    }
-  }
-  for (const char* name : {"_", "a_", "AZ", "b", "main.c", "sub", "zz"}) {
-    lines += string("[FOLDER=") + name + "]\nDIR=" + name + "\nWKDIR=" + name + "\n";
-  }
-  TVHandle* project = projectWith(lines);
-  const auto folded = [](string text) {
-    for (char& c : text) c = c >= 'A' && c <= 'Z' ? static_cast<char>(c + 32) : c;
-    return text;
-  };
-  for (const auto& order : kSorts) {
-    SCOPED_TRACE(order.why);
-    order.sort(project);
-    const auto archives = walk(project, GetFirstArchive, GetNextArchive);
-    ASSERT_EQ(archives.size(), 120U);
-    for (const FindKind& by : kFinds) {
-      SCOPED_TRACE(by.why);
-      for (TVHandle* archive : archives) {
-        const string key = by.name(archive);
-        TVHandle* want = nullptr;
-        for (size_t i = 0; want == nullptr; ++i) {
-          if (folded(by.name(archives[i])) == folded(key)) want = archives[i];
-        }
-        EXPECT_EQ(by.find(project, folded(key).c_str()), want) << key;
-      }
-      EXPECT_EQ(by.find(project, "/v/none"), nullptr);
-    }
-    for (const string& name : support::folderNames(project)) {
-      EXPECT_STREQ(GetFolderName(FindFolder(project, folded(name).c_str())), name.c_str());
-    }
-    EXPECT_EQ(FindFolder(project, "aaa"), nullptr);
-  }
-}
-
 // Files and other processes
 // ------------------------------------------------------------------------
-
-TEST_F(Semantics, ProjectsWithoutAPrivateDirectoryGetOneEach) {
-  // Three names with one short form, as a new user finds them: all private files are missing.
-  string records;
-  for (const char* name : {"My Project", "My_Project", "My.Project"}) {
-    records += string("[Project=") + name + "]\nCFG=\nDIR=" + name + "\nWKDIR=\n\n";
-  }
-  scratch_.write("pub/trvsproj.pub", records);
-  TVHandle* root = scratch_.openRoot();
-  for (TVHandle* project : walk(root, GetFirstProject, GetNextProject)) OpenProject(project);
-  const string file = scratch_.shown("prv/trvsproj.prv");
-  for (const char* line : {"DIR=MyPrjct.prj\n", "DIR=MyPrjct0.prj\n", "DIR=MyPrjct1.prj\n"}) {
-    EXPECT_NE(file.find(line), string::npos) << line << "in\n" << file;
-  }
-}
 
 TEST_F(Semantics, OpenSessionsFollowWhatAnotherProcessDid) {
   TVHandle* root = scratch_.openRoot();

@@ -17,21 +17,6 @@ class VFileTest : public testing::Test {
   const std::string path_ = directory_ / "proj.cfg";
 };
 
-TEST_F(VFileTest, KeepsWhatOthersAppendedMeanwhile) {
-  support::writeFile(path_, "a");
-  VFile one{VPathString(path_)}, two{VPathString(path_)};
-  ASSERT_TRUE(one.open(VFile::kWrite));
-  ASSERT_TRUE(two.open(VFile::kWrite));
-  two.seek(VFile::kEnd);
-  EXPECT_EQ(two.writeText("bb"), 2);
-  EXPECT_TRUE(two.close());
-  one.seek(VFile::kEnd);
-  EXPECT_EQ(one.writeText("c"), 1);
-  EXPECT_EQ(one.writeText("d"), 1);
-  EXPECT_TRUE(one.close());
-  EXPECT_EQ(bytes(), "abbcd");
-}
-
 // A real fault: the line went into the file that was no more.
 TEST_F(VFileTest, AppendsToTheFileThatReplacedTheOpenedOne) {
   support::writeFile(path_, "old\n");

@@ -46,13 +46,6 @@ TEST(Numbers, AreReadWrittenAndOrdered) {
   EXPECT_EQ(revision.level(), 2);
 }
 
-TEST(Checksums, AreThoseOfXxh64) {
-  EXPECT_EQ(btkf::checksumOf(""), 0xEF46DB3751D8E999);
-  EXPECT_EQ(btkf::checksumOf("a"), 0xD24EC4F1A98C6E5B);
-  EXPECT_EQ(btkf::checksumOf("abc"), 0x44BC2CF5AD770999);
-  EXPECT_EQ(btkf::checksumOf("Nobody inspects the spammish repetition"), 0xFBCEA83C8A378BF1);
-}
-
 TEST(Plan, HasNoCirclesAndFewAncestorsWhateverHasBeenDeleted) {
   for (unsigned seed = 0; seed < 300; ++seed) {
     Contents random(seed);
@@ -354,27 +347,6 @@ int inProcess(int (*work)(const History&), const History& history) {
   int status = -1;
   ::waitpid(child, &status, 0);
   return WIFEXITED(status) ? WEXITSTATUS(status) : -WTERMSIG(status);
-}
-
-TEST(ArchiveFile, StaysAsItIsWhenTheDiskIsFull) {
-  History history;
-  history.checkIn("1", "one");
-  const std::string before = history.file();
-  const int status = inProcess(
-      [](const History& full) {
-        const rlimit limit{1000, 1000};
-        ::setrlimit(RLIMIT_FSIZE, &limit);
-        std::signal(SIGXFSZ, SIG_IGN);
-        const auto archive = full.toUpdate();
-        ArchiveModel model = archive->model();
-        const std::string wide = Contents(1).bytes(100000);
-        model.trunk().tip()->content = archive->put(wide);
-        return static_cast<int>(archive->commit(model));
-      },
-      history);
-  EXPECT_EQ(status, btkf::kCannotWrite);
-  EXPECT_EQ(history.file(), before);
-  EXPECT_FALSE(std::filesystem::exists(history.path() + ".trvs-new"));
 }
 
 // A content of many megabytes that is mostly a hole, under a limit of a few times its size. The

@@ -20,32 +20,6 @@ using std::string_literals::operator""s;
 class CheckIn : public Archives {};
 class CheckOut : public Archives {};
 
-TEST_F(CheckIn, KeepsEveryByte) {
-  std::mt19937 random(1);
-  std::string wide(3 << 20, '\0');
-  for (char& byte : wide) byte = static_cast<char>(random() % 7 == 0 ? random() : 'x');
-  const std::string contents[] = {"",
-                                  "a",
-                                  "no end\nat all",
-                                  "a\r\nb\r\n",
-                                  "\0\0\n\0"s,
-                                  "\r\n\r\n",
-                                  "$Revision$ \xe9\n",
-                                  wide,
-                                  wide + "more",
-                                  "a"};
-  ASSERT_EQ(create(), 0);
-  std::vector<std::string> numbers;
-  for (const std::string& bytes : contents) {
-    numbers.push_back("1." + std::to_string(numbers.size()));
-    ASSERT_EQ(put(bytes, {.flags = TRVS_PUT_KEEP_LOCK}), 0) << numbers.back();
-  }
-  for (size_t i = 0; i < numbers.size(); ++i) {
-    EXPECT_TRUE(content(numbers[i].c_str()) == contents[i]) << numbers[i];
-  }
-  EXPECT_EQ(TrvsVerifyArchive(kContext, archive().c_str(), nullptr, 0), 0);
-}
-
 TEST_F(CheckIn, FollowsALockOrTheTipOrStartsABranch) {
   struct Step {
     const char* why;
@@ -67,6 +41,7 @@ TEST_F(CheckIn, FollowsALockOrTheTipOrStartsABranch) {
       {"a branch from a tip", "2.1.1", TRVS_PUT_BRANCH, 0, "2.1.1.1.1.0"},
       {"a number on a branch", "2.1.2.7", 0, 0, "2.1.2.7"},
       {"a number that makes the next branch", "2.1.3.0", 0, 0, "2.1.3.0"},
+      {"the next branch by number and by flag", "2.1.4.0", TRVS_PUT_BRANCH, 0, "2.1.4.0"},
       {"a number that skips a branch", "2.1.9.0", 0, 19, ""},
       {"a branch from nowhere", "2.7.1.0", 0, 18, ""},
       {"a branch that isn't there", "2.7.1", 0, 18, ""},
@@ -363,29 +338,6 @@ TEST_F(CheckOut, ExpandsKeywordsOnlyWhereTheArchiveWantsIt) {
   EXPECT_EQ(content("1.1"), text + "\0$Revision$"s) << "no text";
   EXPECT_EQ(TrvsSetAttributes(kContext, archive().c_str(), TRVS_ATTRIBUTE_BINARY, 0), 0);
   EXPECT_EQ(content("1.0"), text) << "what is stored never changed";
-}
-
-TEST_F(CheckOut, UsesTheArchivesOwnNameInTheCurrentDirectory) {
-  ASSERT_EQ(create(), 0);
-  ASSERT_EQ(put("0", {}), 0);
-  char before[4096];
-  ASSERT_NE(getcwd(before, sizeof before), nullptr);
-  ASSERT_EQ(chdir(path("").c_str()), 0);
-  EXPECT_EQ(TrvsGetRevision(kContext, archive().c_str(), 0, "", "", "", 0, "", 0, 0), 0);
-  EXPECT_EQ(chdir(before), 0);
-  EXPECT_EQ(support::readFile(workfile()), "0");
-}
-
-TEST_F(CheckOut, TakesNamesWithParentheses) {
-  ASSERT_EQ(TrvsCreateArchive(path("a(1)_v").c_str(), "a(1)", nullptr, nullptr, 0, 0), 0);
-  write("a(1)", "0");
-  const std::string both = path("a(1)_v") + "(" + path("a(1)") + ")";
-  EXPECT_EQ(TrvsPutRevision(kContext, 0, both.c_str(), 0, nullptr, nullptr, nullptr, nullptr,
-                            nullptr, nullptr, 0, 0),
-            0);
-  EXPECT_EQ(TrvsGetRevision(kContext, both.c_str(), 0, "1.0", nullptr, nullptr, 0, nullptr, 0, 0),
-            0);
-  EXPECT_EQ(support::readFile(path("a(1)")), "0");
 }
 
 TEST_F(CheckOut, RefusesDamagedRevisionsAndGivesTheOthers) {

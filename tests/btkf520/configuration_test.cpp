@@ -43,27 +43,6 @@ TEST_F(ConfigurationFile, TakesEveryFormOfALineAndReportsTheRest) {
   }
 }
 
-TEST_F(ConfigurationFile, ReportsLineFileAndNumber) {
-  write("sub/more.cfg", "\nNONSENSE here\r\n" + std::string(5000, 'x') + "\n");
-  load("# first\ninclude sub/more.cfg\n  ALSO = bad \nPROMOTE a = b\nPROMOTE b = a\n");
-  ASSERT_EQ(reports.size(), 4u);
-  EXPECT_EQ(reports[0].line, "NONSENSE here");
-  EXPECT_EQ(reports[0].file, path("sub/more.cfg"));
-  EXPECT_EQ(reports[0].number, 2);
-  EXPECT_EQ(reports[1].line, std::string(1023, 'x'));
-  EXPECT_EQ(reports[2].line, "  ALSO = bad ");
-  EXPECT_EQ(reports[2].file, path("project.cfg"));
-  EXPECT_EQ(reports[3].line, "");
-  EXPECT_EQ(reports[3].file, path("project.cfg"));
-  EXPECT_EQ(told(), "4@2 4@3 4@3 37@0");
-}
-
-TEST_F(ConfigurationFile, IsReadWithoutAnybodyToTell) {
-  TrvsRegisterCallback(19, nullptr);
-  EXPECT_EQ(load("BAD\nVCSDIR=a\n"), 0);
-  EXPECT_EQ(directories(), "a");
-}
-
 TEST_F(ConfigurationFile, ConditionalsChooseOneBranch) {
   const support::ScopedEnvironment site("BTKF_SITE", "Kiel Nord");
   const support::ScopedEnvironment empty("BTKF_EMPTY", "");

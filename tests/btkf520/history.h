@@ -8,7 +8,6 @@
 #include <memory>
 #include <random>
 #include <string>
-#include <vector>
 
 #include "btkf520/archive/archive.h"
 #include "support/files.h"

@@ -270,25 +270,6 @@ TEST_F(Upkeep, DeletesRangesThatNothingHolds) {
   EXPECT_EQ(deleteRange("1.2"), 40);
 }
 
-TEST_F(Upkeep, ListsRanges) {
-  makeBranches();
-  struct Case {
-    const char* range;
-    const char* want;
-  };
-  const Case cases[] = {
-      {"*", "1.0 1.1 1.2 1.1.1.0 1.1.2.0"},
-      {"1.1*1.1.2.0", "1.1 1.1.1.0 1.1.2.0"},
-      {"1", "1.0 1.1 1.2"},
-      {"1.1.1*", "1.2 1.1.1.0 1.1.2.0"},
-      {"1.1", "1.1"},
-      {"1.4", "status 18"},
-      {"1.1.4", "status 18"},
-      {"REL*", "status 11"},
-  };
-  for (const Case& c : cases) EXPECT_EQ(revisions(c.range), c.want) << c.range;
-}
-
 TEST_F(Upkeep, AccessIsForTheListAndTheOwner) {
   configure("ACCESSLIST = bob, eve\n");
   ASSERT_EQ(create(), 0);

@@ -128,19 +128,6 @@ TEST_F(Session, CallbacksHaveThirteenIds) {
   EXPECT_EQ(known, "1 3 4 5 6 9 10 16 17 18 19 20 23 ");
 }
 
-// A callback may ask: it sees the state before the load that it interrupts, and can't damage it.
-TEST_F(Session, CallbacksMayAskTheToolkit) {
-  load("VCSDIR=before\n", TRVS_READ_MASTER);
-  static std::string seen;
-  TrvsRegisterCallback(19, asCallback([](int32_t, const char*, const char*, int32_t) -> int32_t {
-                         seen = item(TRVS_ITEM_ARCHIVE_DIRECTORIES);
-                         return 0;
-                       }));
-  load("VCSDIR=after\nBAD\n", TRVS_READ_FOLLOWING);
-  EXPECT_EQ(seen, "before");
-  EXPECT_EQ(directories(), "after");
-}
-
 // The test's drive: "P:\name" is a file of the directory, everything else is nowhere.
 std::string theDrive;
 int theCalls = 0;

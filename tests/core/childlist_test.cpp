@@ -273,34 +273,6 @@ TEST_F(ChildLists, AKeyChangedBetweenFindsCounts) {
   EXPECT_EQ(&shelf.find("d", false, kFolder, TVSortType::kWorkDir), all[2]);
 }
 
-TEST_F(ChildLists, WalksKeepTheirPlaceWhileChildrenGo) {
-  const struct {
-    const char* why;
-    const char* gone;  // After two steps: at c.
-    const char* rest;
-  } cases[] = {
-      {"before", "a", "d e f "},    {"the current one", "c", "d e f "}, {"behind", "d", "e f "},
-      {"both sides", "bcde", "f "}, {"the last ones", "def", ""},       {"all", "abcdef", ""},
-  };
-  for (const auto& c : cases) {
-    SCOPED_TRACE(c.why);
-    for (const char* name : {"f", "e", "d", "c", "b", "a"}) add<TVArchiveFolder>(name, "", false);
-    shelf.open();
-    const std::vector<TVHandle*> all = walk(shelf);
-    TVHandle* at = &shelf.first(nullptr);
-    at = &shelf.next(nullptr);
-    at = &shelf.next(nullptr);
-    for (TVHandle* handle : all) {
-      if (std::string_view(c.gone).find(handle->name().view()) == std::string_view::npos) continue;
-      handle->object()->destroyObject(shelf, false);
-    }
-    std::string rest;
-    while (!(at = &shelf.next(nullptr))->isNull()) rest += at->name().str() + " ";
-    EXPECT_EQ(rest, c.rest);
-    shelf.close();
-  }
-}
-
 // Real faults: going back skipped the child before one that went, and a find that goes on after a
 // sort compared its key with beginnings of other keys.
 TEST_F(ChildLists, WalksBackAndFindsStayTrueToWhatIsThere) {

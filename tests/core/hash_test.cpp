@@ -8,7 +8,6 @@
 #include <memory>
 #include <random>
 #include <string>
-#include <utility>
 #include <vector>
 
 #include "base/fingerprint.h"

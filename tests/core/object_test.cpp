@@ -108,12 +108,6 @@ class Objects : public testing::Test {
   TVHandle root;
 };
 
-TEST_F(Objects, HashesAreNeverTheMarkForUnknown) {
-  Node node("sentinel", nullptr);
-  EXPECT_EQ(node.hash(), 0x10000000);
-  EXPECT_EQ(node.hash(), 0x10000000);
-}
-
 // A real fault: the use that had failed was never ended.
 TEST_F(Objects, AUseThatFailsLeavesNothingOpen) {
   Node& node = of(root);

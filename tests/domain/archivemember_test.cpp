@@ -67,30 +67,6 @@ TEST_F(DomainNames, FormsOfAMembersNames) {
   }
 }
 
-TEST_F(DomainNames, KeysInTheOrderOfTheSortType) {
-  const TVHandle handle = member({"ap", "an", "wp", "wn"}, "/wk", "f");
-  const auto keys = [](const TVObject& object, TVSortType sortType) {
-    std::string text;
-    std::string scratch;
-    for (int position = 0, index = -1; index < 0 && position < 9; ++position) {
-      index = position;
-      text += std::string(object.sortKey(&index, sortType, &scratch)) + " ";
-    }
-    return text;
-  };
-  const TVArchiveFolder folder("F", "dir", true, nullptr, false);
-  const char* const ofMember[] = {"wp wn ap an  ", "wn wp ap an  ", "ap an wn wp  ",
-                                  "an ap wn wp  ", "/wk/f/wp wn ap an  "};
-  const char* const ofFolder[] = {"1 F dir  ", "F 1 dir  ", "dir 1 F  "};
-  for (int number = 0; number <= 10; ++number) {
-    const auto type = static_cast<TVSortType>(number);
-    EXPECT_EQ(keys(*handle.object(), type), ofMember[number >= 7 && number <= 9 ? number - 6
-                                                     : number == 5              ? 4
-                                                                                : 0]);
-    EXPECT_EQ(keys(folder, type), ofFolder[number == 2 || number == 3 ? number - 1 : 0]);
-  }
-}
-
 // Rows are a sort type and keys, each with the sign of its comparison behind a blank; "!" before
 // the keys asks for exact case.
 TEST_F(DomainNames, KeysCompareWithTheFieldsOfTheSortType) {

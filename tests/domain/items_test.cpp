@@ -2,8 +2,6 @@
 // texts of the revision around an item, titles.
 #include <gtest/gtest.h>
 
-#include <limits>
-
 #include "core/optionarray.h"
 #include "domain/branch.h"
 #include "domain/labels.h"
@@ -30,36 +28,11 @@ class Items : public testing::Test {
     return static_cast<TVRevision*>(TVObject::mergeIntoCache(
         new TVRevision(name, {"time", "author", "change"}, false, number, owner, false), nullptr));
   }
-  static std::string names(TVHandle& handle) {
-    std::string text;
-    for (TVHandle* it = &handle.first(nullptr); !it->isNull(); it = &handle.next(nullptr)) {
-      text += it->name().str() + " ";
-    }
-    return text;
-  }
 
   support::RecordingSink sink;
   TVHandle trunk{&sink, new TVBranch("Trunk", 1, nullptr, false)};
   TVHandle project{&sink, new TVProjectFolder("P", TVProjectConfig(), "", "", nullptr, false)};
 };
-
-TEST_F(Items, OrderByNumberOrByName) {
-  constexpr int32_t kMost = std::numeric_limits<int32_t>::max();
-  constexpr int32_t kLeast = std::numeric_limits<int32_t>::min();
-  trunk.open();  // The first use reads, and finds nothing stored: what is added later stays.
-  for (const auto& [name, number] :
-       {std::pair{"c", 10}, {"d", 9}, {"a", kMost}, {"b", kLeast}, {"e", -1}}) {
-    addRevision(name, number, trunk.object());
-  }
-  EXPECT_EQ(names(trunk), "b e d c a ");
-  EXPECT_EQ(trunk.find("10", true, &TVRevision::theClass, TVSortType::kDefault).name().str(), "c");
-  EXPECT_EQ(trunk.find("010", true, &TVRevision::theClass, TVSortType::kDefault).name().str(), "");
-  trunk.setSortType(&TVRevision::theClass, TVSortType::kName);
-  EXPECT_EQ(names(trunk), "a b c d e ");
-  EXPECT_EQ(trunk.find("D", false, &TVRevision::theClass, TVSortType::kName).name().str(), "d");
-  EXPECT_EQ(trunk.find("D", true, &TVRevision::theClass, TVSortType::kName).name().str(), "");
-  EXPECT_EQ(trunk.first(nullptr).compareKey("anything", TVSortType::kWorkDir, true), 0);
-}
 
 TEST_F(Items, AnswerForTheRevisionAroundThem) {
   trunk.open();

@@ -21,22 +21,18 @@ using Names = std::vector<string>;
 struct Change {
   const char* why;
   void (*make)(TVHandle* root, TVHandle* project);
-  const char* appendsTo = nullptr;  // Else it writes anew.
 };
 const Change kChanges[] = {
-    {"add", [](TVHandle*, TVHandle* p) { AddExistingArchive(p, "new", "/v/new_v"); },
-     "pub/P.prj/trvsfold.pub"},
+    {"add", [](TVHandle*, TVHandle* p) { AddExistingArchive(p, "new", "/v/new_v"); }},
     {"add to a folder",
-     [](TVHandle*, TVHandle* p) { AddExistingArchive(FindFolder(p, "f"), "new", "/v/new_v"); },
-     "pub/P.prj/f/trvsfold.pub"},
+     [](TVHandle*, TVHandle* p) { AddExistingArchive(FindFolder(p, "f"), "new", "/v/new_v"); }},
     {"destroy an archive",
      [](TVHandle*, TVHandle* p) { DestroyArchive(FindArchiveByWorkName(p, "a")); }},
     {"destroy a folder", [](TVHandle*, TVHandle* p) { DestroyFolder(FindFolder(p, "f")); }},
     {"destroy a project", [](TVHandle* r, TVHandle*) { DestroyProject(FindProject(r, "Q")); }},
     {"public directory", [](TVHandle*, TVHandle* p) { SetProjectPublicDir(p, "/moved"); }},
     {"private directory", [](TVHandle*, TVHandle* p) { SetProjectPrivateDir(p, "/moved"); }},
-    {"archive directories", [](TVHandle*, TVHandle* p) { SetProjectVCSDirs(p, "/moved"); },
-     "pub/P.prj/P.cfg"},
+    {"archive directories", [](TVHandle*, TVHandle* p) { SetProjectVCSDirs(p, "/moved"); }},
 };
 
 // Two projects; the first has two archives, two folders and a long line that nobody knows.
@@ -52,22 +48,6 @@ class Unwritable : public testing::Test {
     scratch_.write("prv/P.prj/trvsfold.prv",
                    kHead + "[FOLDER=mine]\nDIR=mine\nWKDIR=" + string(900, 'w') + "\n\n");
     scratch_.write("pub/P.prj/f/trvsfold.pub", kHead + "[DOCUMENT=/v;in f_v;;in f]\n");
-  }
-
-  // All names and directories, through the interface.
-  static Names view(TVHandle* root) {
-    CloseProjectRoot(root);
-    OpenProjectRoot(root);
-    Names all = support::projectNames(root);
-    TVHandle* project = FindProject(root, "P");
-    OpenProject(project);
-    for (const auto get : {GetProjectPublicDir, GetProjectPrivateDir, GetProjectVCSDirs}) {
-      all.emplace_back(get(project));
-    }
-    for (const Names& names : {support::folderNames(project), support::workfileNames(project)}) {
-      all.insert(all.end(), names.begin(), names.end());
-    }
-    return all;
   }
 
   support::ScratchDatabase scratch_;
@@ -97,67 +77,6 @@ class Restored {
   const support::ScratchDatabase& scratch_;
   const std::filesystem::path copy_ = scratch_.path("copy");
 };
-
-TEST_F(Unwritable, AFullDiskLeavesTheOldFilesAndTheOldView) {
-  const auto before = scratch_.everything();
-  TVHandle* root = scratch_.openRoot();
-  const Names viewBefore = view(root);
-  for (const Change& change : kChanges) {
-    // Room for nothing, for a little more than a head, or for the start of what is appended.
-    const rlim_t last = change.appendsTo == nullptr
-                            ? 40
-                            : support::readFile(scratch_.path(change.appendsTo)).size() + 5;
-    for (const rlim_t limit : {rlim_t{0}, rlim_t{35}, last}) {
-      SCOPED_TRACE(string(change.why) + " with " + std::to_string(limit));
-      TVHandle* project = scratch_.openProject("P");
-      {
-        const support::SizeLimit full(limit);
-        change.make(root, project);
-      }
-      EXPECT_EQ(scratch_.changedSince(before), Names());
-      EXPECT_EQ(view(root), viewBefore);
-    }
-  }
-  {
-    const support::SizeLimit full(35);
-    CreateProject(root, "R", "/ann", "/team");
-  }
-  EXPECT_EQ(view(root), viewBefore);
-  // Files of the new project that were made before the disk was full are not referred to.
-  EXPECT_EQ(scratch_.changedSince(before),
-            (Names{"prv/R.prj/trvsfold.prv", "pub/R.prj/R.cfg", "pub/R.prj/trvsfold.pub"}));
-  // With room again, all goes on where it was.
-  AddExistingArchive(scratch_.openProject("P"), "new", "/v/new_v");
-  const string added = scratch_.shown("pub/P.prj/trvsfold.pub");
-  EXPECT_TRUE(added.ends_with("[FOLDER=f]\nDIR=f\n\n[DOCUMENT=/v;new_v;;new]\n"));
-}
-
-TEST_F(Unwritable, ReadOnlyFilesKeepTheirBytesAndTheirPartners) {
-  const struct {
-    const char* file;
-    size_t projects, archives, folders;  // What is seen.
-  } cases[] = {{"pub/trvsproj.pub", 0, 0, 0},
-               {"pub/P.prj/trvsfold.pub", 2, 2, 2},
-               {"pub/P.prj/f/trvsfold.pub", 2, 2, 2},
-               {"prv/trvsproj.prv", 2, 2, 1},
-               {"prv/P.prj/trvsfold.prv", 2, 2, 2}};
-  for (const auto& c : cases) {
-    const string bytes = scratch_.shown(c.file);
-    for (const Change& change : kChanges) {
-      SCOPED_TRACE(string(change.why) + " with a read-only " + c.file);
-      const Restored restored(scratch_);
-      chmod(scratch_.path(c.file).c_str(), 0444);
-      TVHandle* root = scratch_.openRoot();
-      EXPECT_EQ(support::projectNames(root).size(), c.projects);
-      TVHandle* project = FindProject(root, "P");
-      OpenProject(project);
-      EXPECT_EQ(support::workfileNames(project).size(), c.archives);
-      EXPECT_EQ(support::folderNames(project).size(), c.folders);
-      change.make(root, project);
-      EXPECT_EQ(scratch_.shown(c.file), bytes);
-    }
-  }
-}
 
 // A file that could not be read is read again before anything is written.
 TEST_F(Unwritable, FilesThatCouldNotBeReadAreNeverOverwritten) {

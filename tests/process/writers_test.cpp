@@ -3,7 +3,6 @@
 #include <gtest/gtest.h>
 #include <sys/file.h>
 
-#include <algorithm>
 #include <memory>
 #include <random>
 #include <set>
@@ -80,38 +79,6 @@ TEST_F(Writers, AddArchivesAtOnceAndLoseNone) {
     const Names names = support::workfileNames(scratch_.openProject("P"));
     EXPECT_EQ(names.size(), static_cast<size_t>(count * kAdds));
     EXPECT_EQ(std::set<string>(names.begin(), names.end()).size(), names.size());
-  }
-}
-
-TEST_F(Writers, StartAtOnceOnAnEmptyDatabaseAndSeeTheSame) {
-  // One short name for all, so they also compete for directories.
-  const Names names = {"My Project", "My-Project", "My.Project", "My_Project"};
-  const Processes all = start(4, [&](int number, ChildProcess& self) {
-    const string& name = names[static_cast<size_t>(number)];
-    TVHandle* root = scratch_.openRoot();
-    const auto reopen = [root] {
-      CloseProjectRoot(root);
-      OpenProjectRoot(root);
-    };
-    const bool created = untilVisible([&] { CreateProject(root, name.c_str(), "", ""); },
-                                      [&] {
-                                        reopen();
-                                        return FindProject(root, name.c_str()) != nullptr;
-                                      });
-    self.signal();
-    if (!created || !self.await()) return 1;
-    return untilVisible(reopen, [&] { return support::projectNames(root) == names; }) ? 0 : 2;
-  });
-  for (const auto& process : all) EXPECT_TRUE(process->await());
-  for (const auto& process : all) process->signal();
-  for (const auto& process : all) EXPECT_EQ(process->finish(), 0);
-  for (const char* file : {"pub/trvsproj.pub", "prv/trvsproj.prv"}) {
-    std::istringstream lines(scratch_.shown(file));
-    std::set<string> directories;
-    for (string line; std::getline(lines, line);) {
-      if (line.starts_with("DIR=")) directories.insert(line);
-    }
-    EXPECT_EQ(directories.size(), names.size()) << scratch_.shown(file);
   }
 }
 

@@ -132,17 +132,6 @@ TEST_F(Dates, AreRefusedForWhatTheyCannotMean) {
   }
 }
 
-TEST_F(Dates, EndWhereTheCallerSays) {
-  const auto cases = support::table<3>(R"(
-      95*rest -> * -> 1995-01-01 00:00:00~*rest   | Mar;5 -> *; -> 2026-03-01 00:00:00~;5
-      3/4/95/5 -> 5 -> 1995-03-04 00:00:00~5      | 3/4/6;x -> ; -> 2006-03-04 00:00:00~;x
-      * -> * -> 1980-01-01 00:00:00~*             | 3/4 ] -> ] -> 2026-03-04 00:00:00~])");
-  for (const auto& [text, endSet, want] : cases) {
-    EXPECT_EQ(read(text.c_str(), false, endSet.c_str()), want) << text;
-  }
-  EXPECT_EQ(read("3*4", false, nullptr), "2026-05-17 03:04:00");
-}
-
 TEST_F(Dates, ComeFromTheSystemsClock) {
   dateSettings() = DateSettings();
   const uint32_t before = packNanoseconds(wallClockNanoseconds());
@@ -250,18 +239,6 @@ TEST_F(Dates, FollowTheFormat) {
   }
 }
 
-TEST_F(Dates, AreWrittenAsTheyAreRead) {
-  for (const auto& [time, want] : {std::pair{LocalTime{1980, 1, 1, 0, 0, 0}, "01/01/80 00:00:00"},
-                                   {{1999, 12, 31, 23, 59, 58}, "12/31/99 23:59:58"},
-                                   {{2000, 2, 29, 12, 0, 2}, "02/29/00 12:00:02"},
-                                   {{2079, 10, 20, 10, 20, 30}, "10/20/79 10:20:30"},
-                                   {{2080, 10, 20, 10, 20, 30}, "10/20/2080 10:20:30"}}) {
-    EXPECT_STREQ(FormatDate(packTime(time)), want);
-    EXPECT_EQ(read(want, true), isoText(packTime(time)));
-  }
-  EXPECT_STREQ(FormatDate(UINT32_MAX), "15/31/2107 31:63:62");
-}
-
 TEST_F(Dates, FitIntoABufferOrStayOut) {
   char buffer[] = "0123456789abcdefgh";
   for (const int32_t size : {-1, 0, 1, 17}) {
@@ -304,27 +281,6 @@ TEST_F(Dates, AreTrimmed) {
   EXPECT_EQ(trimmed("a \x81", " "), "a \x81");
   EXPECT_EQ(trimmed("a\x81z z\x81z", "\x81z"), "a\x81z z");
   EXPECT_EQ(trimmed("a\x81z\x82z", "z"), "a\x81z\x82z");
-}
-
-TEST(DatesFuzz, KeepTheirPromisesForAnyText) {
-  const std::string seeds[] = {
-      "\1"
-      "12/25/95 10:30:20pm*Mar 5\ndd-mm-yy hh.mm.ss\n"
-      "January February March April May June July August September October November December AM PM",
-      "\2"
-      "5 Jan 1995, 2:30am*95\nyear/month/day h m s\na b c d e f g h i j k l m n",
-      "\3"
-      "3/4/05 12:30\x81z*1995\nm\x81.d.y h:m:s",
-      std::string("\0"
-                  "2/29/2100 am*18446744073709553611",
-                  35),
-      "\1"
-      "Jan*Dec; 3-4-5 12.30 pm, 6/7\n\nIan Ion Iun I\x81z ma me mi mo mu na ne ni am pm",
-  };
-  for (unsigned seed = 0; seed < 40000; ++seed) {
-    SCOPED_TRACE(seed);
-    fuzz::checkDates(fuzz::damaged(seeds[seed % std::size(seeds)], seed));
-  }
 }
 
 }  // namespace

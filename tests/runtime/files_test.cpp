@@ -102,30 +102,6 @@ TEST(CaseBlindNames, FollowTheDirectory) {
   EXPECT_TRUE(fileExists(directory / "a.txt"));
 }
 
-TEST(FileStamps, TellTimeAndIdentity) {
-  const support::TemporaryDirectory directory;
-  const std::string path = directory / "f";
-  support::writeFile(path, "12345");
-  const int64_t modified = 1'600'000'000 * kSecond + 500;
-  setModified(path, modified);
-  const FileStamp stamp = fileStamp(path);
-  EXPECT_EQ(stamp.packed, packNanoseconds(modified));
-  EXPECT_EQ(stamp.size, 5u);
-  EXPECT_EQ(stamp.nanoseconds, modified);
-  EXPECT_EQ(fileStamp(directory / "F"), stamp) << "the same file by another name";
-  uint32_t packed = 0;
-  EXPECT_EQ(fileTime(path, &packed), stamp.packed);
-  EXPECT_EQ(packed, stamp.packed);
-  setModified(path, modified + 1);
-  EXPECT_EQ(fileTime(path), stamp.packed);
-  EXPECT_FALSE(fileStamp(path) == stamp) << "within the two seconds of a tick";
-  setModified(path, 1000);
-  EXPECT_EQ(fileTime(path), packNanoseconds(0)) << "before 1980, and yet a stamp";
-  EXPECT_FALSE(fileStamp(directory / "none").isSet());
-  EXPECT_EQ(fileTime(directory / "none", &packed), 0u);
-  EXPECT_EQ(packed, 0u);
-}
-
 TEST(FileStamps, AreSetWithoutTouchingTheAccessTime) {
   const support::TemporaryDirectory directory;
   const std::string path = directory / "f";

@@ -23,30 +23,6 @@ class TwoByteCharacters : public testing::Test {
   ~TwoByteCharacters() override { setCharacterTable(nullptr); }
 };
 
-TEST(CharacterTable, HoldsTheAsciiClasses) {
-  const struct {
-    unsigned char c;
-    CharacterEntry want;
-  } cases[] = {
-      {'A', {kCharUpper | kCharAlphanumeric | kCharHexDigit | kCharGraphic | kCharVowel, 'A', 'a'}},
-      {'z', {kCharLower | kCharAlphanumeric | kCharGraphic, 'Z', 'z'}},
-      {'7', {kCharDigit | kCharAlphanumeric | kCharHexDigit | kCharGraphic, '7', '7'}},
-      {'_', {kCharPunctuation | kCharGraphic, '_', '_'}},
-      {'\t', {kCharSpace | kCharBlank | kCharControl, '\t', '\t'}},
-      {0x7f, {kCharControl, 0x7f, 0x7f}},
-      {0xfc, {0, 0xfc, 0xfc}},
-  };
-  for (const auto& c : cases) {
-    const CharacterEntry& entry = characterTable()[c.c];
-    EXPECT_EQ(std::tuple(entry.classes, entry.upper, entry.lower),
-              std::tuple(c.want.classes, c.want.upper, c.want.lower))
-        << int{c.c};
-  }
-  EXPECT_FALSE(hasLeadBytes());
-  EXPECT_EQ(mbTrailOffset("\x81\\", 1), 0);
-  EXPECT_EQ(mbLength("\x81\\"), 2u);
-}
-
 TEST_F(TwoByteCharacters, AreSteppedOverWhole) {
   ASSERT_TRUE(hasLeadBytes());
   EXPECT_EQ(mbLength("a\x81\\b"), 3u);
@@ -86,13 +62,6 @@ TEST_F(TwoByteCharacters, DelimitTokensAndAreCutOutWhole) {
   EXPECT_STREQ(mbTokenize(nullptr, ";\x81\\"), "three");
   EXPECT_EQ(mbTokenize(nullptr, ";"), nullptr);
   EXPECT_EQ(mbTokenize(nullptr, ";"), nullptr);
-}
-
-TEST_F(TwoByteCharacters, HideTheirTrailByteFromPathFunctions) {
-  EXPECT_EQ(pathPartLength("d\\\x81\\"), 2u);
-  EXPECT_EQ(joinPath("d\\\x81\\", "n"), "d\\\x81\\\\n");
-  EXPECT_EQ(normalisePath("d\\\x81\\\\..\\n"), "d\\n");
-  EXPECT_EQ(unifySeparators("a/\x81\\\\b"), "a/\x81\\/b");
 }
 
 TEST_F(TwoByteCharacters, OrderWithoutCase) {

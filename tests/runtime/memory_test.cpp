@@ -60,13 +60,6 @@ TEST_F(EmptyHeap, AsksTheHandlerUntilItGivesUp) {
   FreeBlock(block);
 }
 
-TEST_F(EmptyHeap, TellsTheOldHandlerAndCountsSettings) {
-  const unsigned settings = LowMemoryHandlerSettings();
-  const LowMemoryHandler handler = GetLowMemoryHandler();
-  EXPECT_EQ(SetLowMemoryHandler(nullptr), handler);
-  EXPECT_EQ(LowMemoryHandlerSettings(), settings + 1);
-}
-
 TEST_F(EmptyHeap, FreesOnlyWhatIsThere) {
   theFailuresLeft = theFreedBlocks = 0;
   EXPECT_EQ(DuplicateString(nullptr), nullptr);

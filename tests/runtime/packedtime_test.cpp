@@ -35,24 +35,6 @@ uint32_t packedBySystem(time_t moment) {
                    local.tm_min, local.tm_sec});
 }
 
-TEST(PackedTime, PutsEachFieldInItsPlace) {
-  const LocalTime time{1995, 12, 25, 18, 30, 20};
-  const uint32_t packed = 15u << 25 | 12 << 21 | 25 << 16 | 18 << 11 | 30 << 5 | 10;
-  EXPECT_EQ(packTime(time), packed);
-  LocalTime back;
-  EXPECT_TRUE(unpackTime(packed, &back));
-  EXPECT_EQ(back, time);
-  EXPECT_EQ(packTime({1995, 12, 25, 18, 30, 21}), packed) << "ticks every two seconds";
-  EXPECT_EQ(packTime({1979, 12, 31, 23, 59, 59}), packTime({1980, 1, 1, 0, 0, 0}));
-  EXPECT_EQ(packTime({2108, 1, 1, 0, 0, 0}), packTime({2107, 12, 31, 23, 59, 59}));
-}
-
-TEST(PackedTime, IsReversedForClients) {
-  EXPECT_EQ(reversePackedTime(0x1f9953ca), 1405799951u);
-  EXPECT_EQ(reversePackedTime(127u << 25), 127u);
-  EXPECT_EQ(reversePackedTime(1), 1u << 27);
-}
-
 TEST(PackedTime, RefusesWhatIsNoTime) {
   const uint32_t day = 15u << 25 | 2 << 21 | 28 << 16;
   LocalTime time;
@@ -86,17 +68,6 @@ TEST(PackedTime, FollowsTheZoneThroughItsChanges) {
       ASSERT_EQ(packNanoseconds(back), packed) << name << ' ' << moment;
     }
   }
-}
-
-TEST(PackedTime, BeginsWith1980) {
-  const ScopedZone zone("UTC0");
-  const uint32_t first = packTime(LocalTime{});
-  EXPECT_EQ(packNanoseconds(0), first);
-  EXPECT_EQ(packNanoseconds(-5 * kSecond - 1), first);
-  EXPECT_EQ(packNanoseconds(INT64_MIN), first);
-  EXPECT_EQ(packNanoseconds(315532800 * kSecond), first);
-  EXPECT_EQ(packNanoseconds(315532802 * kSecond), first + 1);
-  EXPECT_EQ(packNanoseconds(INT64_MAX), packTime({2108, 1, 1, 0, 0, 0}));
 }
 
 }  // namespace

@@ -19,28 +19,6 @@ TEST(NormalisePath, ResolvesDotsBelowTheRoot) {
   for (const auto& [path, want] : cases) EXPECT_EQ(normalisePath(path), want) << path;
 }
 
-TEST(JoinPath, AddsOneSeparatorOfTheOperands) {
-  const auto cases = support::table<3>(R"(
-      c:\x -> y -> c:\x\y | c:\x -> d:\y -> d:\y | c: -> y -> c:y   | x -> y -> x/y   | x\ -> y -> x\y
-      x -> y\z -> x\y\z   | /x -> y\z -> /x/y\z  | x -> \y -> x\y   | -> y -> y       | x -> -> x
-      /x -> /y -> /y      | x -> \\s\h -> \\s\h  | x -> //s/h -> //s/h)");
-  for (const auto& [dir, name, want] : cases) {
-    EXPECT_EQ(joinPath(dir, name), want) << dir << " and " << name;
-  }
-}
-
-TEST(BuildPath, ReplacesDirectoryAndExtension) {
-  // "none" stands for no text at all.
-  const auto cases = support::table<4>(R"(
-      none -> a\b.c -> h -> a\b.h       | d -> a\b.c -> none -> d\b.c | d\ -> b -> prj -> d\b.prj
-      d -> b.tar.gz -> -> d/b.tar       | none -> b. -> none -> b     | -> b.c -> none -> b.c
-      none -> .profile -> none -> .profile | a/b\.. -> x.y -> none -> a/x.y | c: -> x -> y -> c:x.y)");
-  for (const auto& [dir, name, extension, want] : cases) {
-    const auto given = [](const std::string& text) { return text == "none" ? nullptr : &text; };
-    EXPECT_EQ(buildPath(given(dir), name, given(extension)), want) << name;
-  }
-}
-
 TEST(RelativePath, CutsTheBaseAtAComponentOnly) {
   const auto cases = support::table<3>(R"(
       c:\x -> C:\X\y\z -> y\z | c:\x -> c:\xy -> c:\xy | c:\x -> c:\x -> | c:\x -> \X\y -> y

@@ -113,21 +113,6 @@ TEST_F(TextFileTest, KeepsModeLinkAndHoldThroughARewrite) {
       inChild([this](ChildProcess&) { return tryOpen(Access::kUpdate) != Failure::kBusy; }));
 }
 
-TEST_F(TextFileTest, SharesAsUpdatersAndReadersMayWithinOneProcess) {
-  write("x\n");
-  for (const Access first : {Access::kRead, Access::kUpdate}) {
-    for (const Access second : {Access::kRead, Access::kProbe, Access::kUpdate}) {
-      SCOPED_TRACE(static_cast<int>(first) * 10 + static_cast<int>(second));
-      auto file = open(first);
-      ASSERT_TRUE(file);
-      const bool share = first == Access::kRead && second != Access::kUpdate;
-      EXPECT_EQ(tryOpen(second), share ? Failure::kNone : Failure::kBusy);
-      file.reset();
-      EXPECT_EQ(tryOpen(second), Failure::kNone);
-    }
-  }
-}
-
 TEST_F(TextFileTest, TellsWhyAnOpenFails) {
   EXPECT_EQ(tryOpen(Access::kRead), Failure::kMissing);
   EXPECT_EQ(tryOpen(Access::kUpdate), Failure::kMissing);

@@ -7,7 +7,6 @@
 #include <unistd.h>
 
 #include <filesystem>
-#include <random>
 
 #include "store/storefixture.h"
 #include "support/sizelimit.h"
@@ -251,49 +250,6 @@ TEST_F(Merge, FoldersComeFromEitherFile) {
   }
 }
 
-// A read of files that were read before must show what a first read shows. An open handle follows.
-TEST_F(Merge, RereadsShowWhatAFirstReadShows) {
-  putProject();
-  for (unsigned seed = 1; seed <= 40; ++seed) {
-    std::mt19937 random(seed);
-    const auto records = [&](bool isPrivate) {
-      std::string text;
-      for (const char* name : {"A", "B", "C"}) {
-        const auto kind = random() % 4;
-        if (kind == 0) continue;
-        text += "[Folder=" + std::string(name) + "]\nDIR=" + name + "\nWKDIR=w" +
-                std::to_string(random() % 3) + "\n";
-        if (isPrivate && kind == 1) text += "OWNERSHIP=PUBLIC\n";
-      }
-      for (auto i = random() % 3; i > 0; --i) {
-        text += "[Document=v;d_v;w;" + std::to_string(random() % 5) + "]\n";
-      }
-      return text;
-    };
-    // Where a public folder's private files lie is not compared: once known, it stays known.
-    const auto comparable = [](std::string text) {
-      for (const char* name : {"A", "B", "C"}) {
-        text = replaced(text, std::string("pub/p/") + name + "|prv/p/" + name,
-                        std::string("pub/p/") + name + "|");
-      }
-      return text;
-    };
-    TVProjectRootHandle root = makeRoot();
-    TVHandle watcher(child(root, "P"));
-    for (int round = 0; round < 6; ++round) {
-      SCOPED_TRACE("seed " + std::to_string(seed) + " round " + std::to_string(round));
-      put("pub/p/trvsfold.pub", records(false));
-      put("prv/p/trvsfold.prv", records(true));
-      TVProjectRootHandle cold = makeRoot();
-      const std::string want = comparable(listing(child(cold, "P")));
-      EXPECT_EQ(comparable(listing(child(root, "P"))), want);
-      if (round == 2) watcher.open();
-      EXPECT_EQ(round < 2 ? want : comparable(listingOfOpen(watcher)), want);
-      for (TVObject* object : watcher.object()->childrenInOrder()) EXPECT_FALSE(object->isUnseen());
-    }
-  }
-}
-
 TEST_F(Merge, RereadsFollowTheFileUnlessAChangeIsYetToBeWritten) {
   const auto putBoth = [this](const std::string& mark) {
     put("pub/trvsproj.pub", "[Project=A]\nCFG=" + mark + ".cfg\nDIR=a\nWKDIR=pub" + mark + "\n" +
@@ -348,25 +304,6 @@ TEST_F(Unread, AnAbortedReadSweepsNothingAndRefusesTheUpdate) {
   EXPECT_EQ(listing(root), want);
   EXPECT_FALSE(create().isNull());
   EXPECT_TRUE(get("pub/trvsproj.pub").starts_with(broken + "[Project=N]\n"));
-}
-
-TEST_F(Unread, AFileThatIsHeldKeepsItsChildren) {
-  putProject();
-  put("pub/p/trvsfold.pub", "[Folder=A]\nDIR=a\n");
-  put("prv/p/trvsfold.prv", "[Folder=B]\nDIR=b\n[Document=v;d_v;w;d.c]\n");
-  TVProjectRootHandle root = makeRoot();
-  TVHandle& project = child(root, "P");
-  project.open();
-  const std::string b = "private B|||prv/p/b\n";
-  const std::string d = "document v|d_v|w|d.c\n";
-  EXPECT_EQ(listing(project), "public A||pub/p/a|\n" + b + d);
-  put("pub/p/trvsfold.pub", "");
-  TextFile::Failure why;
-  auto held = TextFile::open(path("prv/p/trvsfold.prv"), TextFile::Access::kUpdate, &why);
-  EXPECT_EQ(listing(project), "public A||pub/p/a|\n" + b + d);
-  EXPECT_EQ(told(), "");
-  held.reset();
-  EXPECT_EQ(listing(project), b + d);
 }
 
 // The public file is not writable, so only the private one opens; the document stops the pass.

@@ -6,29 +6,10 @@
 #include "store/52promo.h"
 #include "store/storefixture.h"
 #include "support/sizelimit.h"
-#include "support/table.h"
 #include "toolkit/messages.h"
 
 namespace store_test {
 namespace {
-
-TEST_F(Store, UniqueNamesAreShortAndFree) {
-  // One project after the other, each of which takes its name.
-  const auto cases = support::table<2>(R"(
-      Motor -> Motor.prj | Motor -> Motor0.prj | MOTOR -> MOTOR1.prj
-      Master Project -> MstrPrjc.prj | Master Project -> MstrPrj0.prj | -> .prj | -> 0.prj)");
-  const auto take = [this](const std::string& base) {
-    const std::string name = uniqueName(directory.path(), base, ".prj").str();
-    support::writeFile(name, "");
-    return name;
-  };
-  for (const auto& [base, want] : cases) EXPECT_EQ(take(base), path(want));
-  for (int i = 1; i <= 9; ++i) take("Master Project");
-  EXPECT_EQ(take("Master Project"), path("MstrPr10.prj"));
-  EXPECT_EQ(uniqueName(directory.path(), "_a_b", "").str(), path("_a_b"));
-  EXPECT_TRUE(uniqueName("", "Motor", ".prj").isEmpty());
-  EXPECT_EQ(uniqueName("V:\\none", "Motor", ".prj").str(), "V:\\none\\Motor.prj");
-}
 
 // A project of old, without a private record: its first use gives it a directory.
 TEST_F(Store, ProjectsWithoutADirectoryGetOneWithTheCache) {
@@ -59,25 +40,6 @@ std::string tree(TVHandle& handle) {
   }
   handle.close();
   return text;
-}
-
-TEST_F(Store, PromotionGroupsComeFromTheConfiguration) {
-  putProject(path("p.cfg"));
-  TVProjectRootHandle root = makeRoot();
-  TVHandle& project = child(root, "P");
-  const struct {
-    const char* config;
-    const char* tree;
-  } cases[] = {
-      {"PROMOTE dev = test\nPROMOTE qa = test\nPROMOTE test = top\n", "P(top(test(qa)(dev)))"},
-      {"PROMOTE qa = top\nPROMOTE test = top\n", "P(top(test)(qa))"},
-      {"PROMOTE qa = other\n", "P(other(qa))"},
-      {"VCSDIR = x\n", "P"},
-  };
-  for (const auto& c : cases) {
-    put("p.cfg", c.config);
-    EXPECT_EQ(tree(project), c.tree);
-  }
 }
 
 TEST_F(Store, PromotionListsThatGoInCirclesEnd) {

@@ -5,7 +5,6 @@
 
 #include <filesystem>
 #include <string>
-#include <vector>
 
 #include "../../fuzz/check_ack.h"
 #include "support/files.h"
@@ -62,22 +61,6 @@ TEST_F(ArchiveCacheTest, SavesExactBytesAndReadsThemBack) {
   EXPECT_EQ(info->description(), VString("de\r\ns"));
   EXPECT_EQ(info->headerText(), VString("h"));
   EXPECT_EQ(other.find("v:\\a_v"), nullptr) << "the key is the exact text";
-}
-
-TEST_F(ArchiveCacheTest, ForgetsWhatWasNotFoundForTheLongestTime) {
-  TVArchiveCache cache(VPathString(path_), 3);
-  for (const char* path : {"a", "b", "c"}) add(cache, path);
-  EXPECT_NE(cache.find("a"), nullptr);
-  add(cache, "d");
-  EXPECT_EQ(cache.find("b"), nullptr);
-  EXPECT_TRUE(cache.save());
-  TVArchiveCache smaller(VPathString(path_), 2);
-  EXPECT_TRUE(smaller.load(false));
-  EXPECT_EQ(smaller.find("c"), nullptr) << "the file begins with the oldest";
-  EXPECT_NE(smaller.find("a"), nullptr);
-  EXPECT_NE(smaller.find("d"), nullptr);
-  TVArchiveInfo52 twin{VPathString("a")};
-  EXPECT_EQ(smaller.add(&twin), nullptr) << "an equal one is refused";
 }
 
 TEST_F(ArchiveCacheTest, AnEmptyCacheHasNoFile) {

@@ -101,23 +101,5 @@ TEST(KeyFile, ExpandsMacros) {
   }
 }
 
-TEST(KeyFile, FollowsTheHandlerAndTheTable) {
-  constexpr KeyTableEntry all[] = {
-      {"Format", kSectionSkipped}, {"*", kSectionFolder}, {"Project", 3}, {}};
-  EXPECT_EQ(records("[Format=x]\n[Project=p]\n[Any=a]\n", all), "1 Project=p\n1 Any=a\n");
-
-  const std::string_view text = "[Project=a]\nK=1\n[Project=b]\nK=2\n[Project=c]\n";
-  for (const int answer : {int{kRecordTaken}, int{kRecordDropped}, 7, int{kRecordAbort}}) {
-    TVKeyFile file(text, kSections);
-    std::string seen;  // The handler leaves the keys alone: they are passed over.
-    const int result = file.parse([&](int, std::string_view, OptionalText value) {
-      seen += *value;
-      return value == "b" ? answer : kRecordTaken;
-    });
-    EXPECT_EQ(result, answer == kRecordAbort ? kKeyFileAborted : kKeyFileDone);
-    EXPECT_EQ(seen, answer == kRecordAbort ? "ab" : "abc");
-  }
-}
-
 }  // namespace
 }  // namespace foldapi

@@ -4,7 +4,6 @@
 #include <gtest/gtest.h>
 
 #include <string>
-#include <utility>
 
 #include "core/childlist.h"
 #include "runtime/assertion.h"

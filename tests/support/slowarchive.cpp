@@ -7,8 +7,6 @@
 #include <stdexcept>
 #include <utility>
 
-#include "support/files.h"
-
 namespace support {
 namespace {
 

@@ -79,34 +79,6 @@ TEST_F(ToolkitSession, LoadsOnceForTheSameUntouchedFiles) {
   EXPECT_EQ(bracket(empty), "");
 }
 
-TEST_F(ToolkitSession, LoadsAgainWhenAFileComesOrGoes) {
-  TVHandle late = project("late");
-  EXPECT_EQ(bracket(late), "8 \n");
-  EXPECT_EQ(sink.told(), "error File " + path("late") + " does not exist.\n");
-  EXPECT_EQ(bracket(late), "");
-  EXPECT_EQ(sink.told(), "");
-  writeFile(path("late"), "");
-  EXPECT_EQ(bracket(late), "8 late.cfg\n");
-  ASSERT_EQ(std::remove(path("late").c_str()), 0);
-  EXPECT_EQ(bracket(late), "8 \n");
-}
-
-TEST_F(ToolkitSession, ReportsBadDirectivesToTheOneThatEnters) {
-  writeFile(path("motor"), "VCSDIR = motor\nNONSENSE\n");
-  support::RecordingSink other;
-  TVHandle context(&other, motor.object());
-  bracket(context);
-  EXPECT_EQ(other.told(),
-            "error Error reading a directive on line 2 in the configuration file:\n\n" +
-                path("motor") +
-                ".\n\nThe line read from the file was:\n\nNONSENSE \n\nDetailed explanation:\n\n"
-                "Invalid line in the configuration file. \n\nOpen this file in a text editor and "
-                "correct the error, then close and reopen this project.\n");
-  EXPECT_EQ(other.context, &context);
-  EXPECT_EQ(sink.told(), "");
-  EXPECT_EQ(&TVToolkitSession::Instance().Sink(), &theNullHandle());
-}
-
 // A real fault: the bracket was never left, and the next one waited for ever.
 TEST_F(ToolkitSession, IsLeftWhenTheLoadThrows) {
   struct ThrowingSink : TVErrorSink {
@@ -117,14 +89,6 @@ TEST_F(ToolkitSession, IsLeftWhenTheLoadThrows) {
   EXPECT_THROW(TVToolkitBracket{context}, std::bad_alloc);
   ASSERT_EQ(&TVToolkitSession::Instance().Sink(), &theNullHandle());
   EXPECT_EQ(bracket(motor), "8 \n8 motor.cfg\n");
-}
-
-TEST_F(ToolkitSession, RegistersThirteenCallbacksInOrder) {
-  toolkit_test::registeredCallbacks();
-  RegisterToolkitCallbacks();
-  std::vector<int32_t> ids;
-  for (const auto& [id, callback] : toolkit_test::registeredCallbacks()) ids.push_back(id);
-  EXPECT_EQ(ids, (std::vector<int32_t>{1, 3, 4, 5, 6, 9, 10, 17, 16, 19, 20, 18, 23}));
 }
 
 // Calls registered functions as the toolkit does: by id, with the arguments of that id.
@@ -215,25 +179,6 @@ TEST_F(ToolkitCallbacks, HandOverCopiesOfAnswers) {
     call<TrvsFreeCallback>(9, answer);
   }
   EXPECT_EQ(results, "2002");
-}
-
-TEST_F(ToolkitCallbacks, TellDirectivesWithoutALineInTheShortForm) {
-  const std::string start = "error Error reading a directive";
-  const struct {
-    const char* line;
-    const char* file;
-    int32_t number;
-    const char* begins;
-  } cases[] = {
-      {"BAD", "f", 3, " on line 3 in the configuration file:\n\nf."},
-      {"", "f", 3, " in the configuration file:\n\nf."},
-      {nullptr, nullptr, 3, " in the configuration file:\n\n."},
-      {"BAD", "f", 0, " in the configuration file:\n\nf."},
-  };
-  for (const auto& c : cases) {
-    EXPECT_EQ(call<TrvsBadDirectiveCallback>(19, 4, c.line, c.file, c.number), 0);
-    EXPECT_TRUE(sink.told().starts_with(start + c.begins)) << c.begins;
-  }
 }
 
 }  // namespace

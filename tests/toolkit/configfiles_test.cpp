@@ -97,18 +97,6 @@ TEST_F(ToolkitConfiguration, LeavesTheDefaultsWhereThereIsNoFile) {
   }
 }
 
-TEST_F(ToolkitConfiguration, FetchesItemsThatNeedSeveralBuffers) {
-  for (const size_t length : {255u, 256u, 257u, 512u, 513u, 1000u}) {
-    const std::string dirs(length, 'd');
-    writeFile(directory / "own.cfg", "VCSDIR = " + dirs + "\n");
-    ASSERT_TRUE(LoadConfiguration("", "own.cfg", false, context));
-    EXPECT_EQ(archiveDirs().size(), length);
-  }
-  std::string answer = "as it was";
-  EXPECT_EQ(QueryConfigurationItem(12345, &answer), 10);
-  EXPECT_EQ(answer, "as it was");
-}
-
 constexpr const char* kTail =
     ". The archive directory could not be set. Before you can check files into archives, you must "
     "use Project / Configure Project / Archive Directories in TRVS Trevault to select an archive "

@@ -1,15 +1,12 @@
 // What archive operations hand to the toolkit, and what they make of its answers; with a fake one.
 #include <gtest/gtest.h>
 
-#include <functional>
-
 #include "core/result.h"
 #include "domain/projectroot.h"
 #include "domain/tvopts.h"
 #include "runtime/assertion.h"
 #include "store/52arfld.h"
 #include "store/52proj.h"
-#include "support/files.h"
 #include "support/recordingsink.h"
 #include "support/table.h"
 #include "toolkit/bracket.h"
@@ -108,48 +105,6 @@ TEST_F(Operations, PassEmptyTextsAsTheToolkitWantsThem) {
             "GenGuiDelta -1 'a' '1.1' 'b' '1.2' 8 '1-6' 'ranges' 255 4 256 5 257 6 0 31\n");
   EXPECT_EQ(diff.testResult, 1);
   EXPECT_EQ(sink.told(), "");
-}
-
-TEST_F(Operations, TellEachStatusWithThePathThatItIsAbout) {
-  TVGetOptions get;
-  TVPutOptions put;
-  TVUnlockOptions unlock;
-  unlock.mode = 3;
-  TVLogOptions log;
-  TVDiffOptions diff;
-  diff.first = "a";
-  TVHandle unnamed = makeMember({"/v", "", "src", "n.c"});
-  TVHandle fresh = makeMember({"/none", "f.c_v", "src", "f.c"});
-  const struct {
-    const char* function;
-    const char* path;  // Null for none.
-    std::function<int()> run;
-  } cases[] = {
-      {"GetRevision", "/v/m.c_v", [&] { return member.archiveAction1(get); }},
-      {"PutRevision", "/v/m.c_v", [&] { return member.archiveAction2(put); }},
-      {"GetUserInfo", nullptr, [&] { return member.archiveAction3(unlock); }},
-      {"GetLockInfo", nullptr, [&] { return member.archiveAction3(unlock); }},
-      {"UnLockRevision", "/v/m.c_v", [&] { return member.archiveAction3(unlock); }},
-      {"CreateArchive", "/none/f.c_v", [&] { return fresh.archiveAction4(put); }},
-      {"ComputeArchiveName", "/v", [&] { return unnamed.archiveAction4(put); }},
-      {"Log", "/x(y)", [&] { return project.reportLog("/x(y)", log); }},
-      {"ReportDifferences", nullptr, [&] { return project.differences(diff); }},
-  };
-  diff.kind = TVDiffOptions::kReport;
-  for (const auto& c : cases) {
-    for (const int32_t status : {1, 8, 15, 18, 107, 999}) {
-      SCOPED_TRACE(std::string(c.function) + " " + std::to_string(status));
-      fakeToolkit().statuses = {{c.function, {status}}};
-      EXPECT_EQ(c.run(), status == 15 ? kResultCancelled : kResultFailed);
-      EXPECT_EQ(sink.told(), "notice " + ToolkitMessage(status, c.path).str() + "\n");
-    }
-  }
-  // The answer of a comparison counts whatever the status was.
-  fakeToolkit().statuses = {{"TestDifferences", {5}}};
-  fakeToolkit().differ = 7;
-  diff.kind = TVDiffOptions::kTest;
-  EXPECT_EQ(project.differences(diff), kResultFailed);
-  EXPECT_EQ(diff.testResult, 7);
 }
 
 TEST_F(Operations, NeedAnArchiveNameBeforeTheToolkitIsAsked) {
