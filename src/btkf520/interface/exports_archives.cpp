@@ -64,8 +64,7 @@ int32_t TrvsComputeArchiveName(const char* workfile, char* buffer, int32_t size)
   return guarded([&] {
     if (workfile == nullptr || buffer == nullptr) return btkf::kMisuse;
     if (btkf::fileName(workfile).empty()) return btkf::kBadName;
-    const btkf::Configuration& configuration = btkf::Session::instance().configuration();
-    return handOut(btkf::archivePathText(configuration, workfile), buffer, size);
+    return handOut(btkf::archivePathText(workfile), buffer, size);
   });
 }
 

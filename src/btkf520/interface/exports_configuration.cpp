@@ -1,7 +1,8 @@
 // btkf520/interface/exports_configuration.cpp: the C functions about configuration, callbacks and
 // users.
 //
-// What the functions promise is told in btkf520.h; the work is done behind Session.
+// What the functions promise is told in btkf520.h; the work is done by Surroundings and what stands
+// in it.
 #include <optional>
 #include <string>
 
@@ -12,13 +13,13 @@
 
 namespace {
 
-using btkf::Session;
+using btkf::Surroundings;
 using btkf::boundary::fill;
 using btkf::boundary::fits;
 using btkf::boundary::guarded;
 
 std::optional<std::string> itemText(int32_t item) {
-  const btkf::Configuration& configuration = Session::instance().configuration();
+  const btkf::Configuration& configuration = btkf::configuration();
   switch (item) {
     case TRVS_ITEM_ARCHIVE_DIRECTORIES:
       return configuration.archiveDirectoryText();
@@ -40,20 +41,19 @@ bool isReadMode(int32_t mode) {
 }  // namespace
 
 int32_t TrvsInit(const char* /*application*/) {
-  return guarded([] { return Session::instance().userId() ? btkf::kDone : btkf::kNoUserId; });
+  return guarded([] { return btkf::userId() ? btkf::kDone : btkf::kNoUserId; });
 }
 
 int32_t TrvsOEMEnable(void) { return btkf::kDone; }
 
 int32_t TrvsRegisterCallback(int32_t id, TrvsCallback callback) {
-  return guarded([&] {
-    return Session::instance().registerCallback(id, callback) ? btkf::kDone : btkf::kMisuse;
-  });
+  return guarded(
+      [&] { return btkf::client().registerCallback(id, callback) ? btkf::kDone : btkf::kMisuse; });
 }
 
 int32_t TrvsRegisterPathResolver(TrvsPathResolver resolver) {
   return guarded([&] {
-    Session::instance().registerPathResolver(resolver);
+    Surroundings::current().registerPathResolver(resolver);
     return btkf::kDone;
   });
 }
@@ -62,13 +62,13 @@ int32_t TrvsGetUserInfo(char* user, int32_t userSize, char* second, int32_t seco
                         int16_t* kind) {
   return guarded([&] {
     if (user == nullptr) return btkf::kMisuse;
-    const std::optional<std::string> id = Session::instance().userId();
+    const std::optional<std::string> id = btkf::userId();
     if (!id) return btkf::kNoUserId;
     if (!fits(*id, userSize)) return btkf::kBufferTooSmall;
     if (second != nullptr && !fits("", secondSize)) return btkf::kBufferTooSmall;
     fill(user, *id);
     if (second != nullptr) fill(second, "");
-    const bool isAccount = Session::instance().configuration().userVariable().empty();
+    const bool isAccount = btkf::configuration().userVariable().empty();
     if (kind != nullptr) *kind = isAccount ? TRVS_USER_ACCOUNT : TRVS_USER_ENVIRONMENT;
     return btkf::kDone;
   });
@@ -80,7 +80,7 @@ int32_t TrvsQueryConfiguration(const char* path, int32_t reserved1, int32_t rese
     if (path == nullptr || reserved1 != 0 || reserved2 != 0 || !isReadMode(readMode)) {
       return btkf::kMisuse;
     }
-    return Session::instance().load(path, static_cast<btkf::ReadMode>(readMode));
+    return Surroundings::current().load(path, static_cast<btkf::ReadMode>(readMode));
   });
 }
 
@@ -97,7 +97,7 @@ int32_t TrvsQueryConfigurationItem(int32_t item, char* buffer, int32_t size) {
 int32_t TrvsVerifyPromoTreeNodeExist(const char* group, int16_t* kind) {
   return guarded([&] {
     if (group == nullptr || kind == nullptr) return btkf::kMisuse;
-    *kind = static_cast<int16_t>(Session::instance().configuration().promotion().kindOf(group));
+    *kind = static_cast<int16_t>(btkf::configuration().promotion().kindOf(group));
     return btkf::kDone;
   });
 }

@@ -10,11 +10,11 @@
 #include <string>
 
 #include "btkf520/btkf520.h"
-#include "btkf520/operations/client.h"
 #include "btkf520/operations/keywords.h"
 #include "btkf520/operations/labels.h"
 #include "btkf520/operations/locks.h"
 #include "btkf520/operations/revisions.h"
+#include "btkf520/operations/surroundings.h"
 #include "btkf520/operations/task.h"
 #include "btkf520/operations/workfile.h"
 #include "btkf520/platform_workfile.h"
@@ -81,7 +81,7 @@ Status CheckIn::run() {
                     &CheckIn::assignGroup, &CheckIn::add}) {
     if (const Status status = (this->*step)()) return status;
   }
-  if (const Status status = client::goOn()) return status;
+  if (const Status status = client().goOn()) return status;
   if (const Status status = task_.store()) return status;
   const Status status = settleWorkfile();
   task_.announce({"CHECKIN", number_.text()});
@@ -199,7 +199,7 @@ Status CheckIn::checkUnchanged() {
       old.view() == bytes_.bytes() || (asWorkfile && *asWorkfile == bytes_.bytes());
   if (!isEqual) return kDone;
   if (!asks(TRVS_PUT_ASK_UNCHANGED)) return kUnchanged;
-  return client::accepts(task_.workfileText(), kUnchanged) ? kDone : kUnchanged;
+  return client().accepts(task_.workfileText(), kUnchanged) ? kDone : kUnchanged;
 }
 
 // The group moves on from the parent. At any other revision it stays, and stands in the way.
@@ -208,8 +208,7 @@ Status CheckIn::assignGroup() {
   std::string wanted(textOf(request_.group));
   if (wanted.empty() && parent != nullptr) {
     for (const std::string& group : parent->promotionGroups) {
-      if (Task::configuration().promotion().kindOf(group) == GroupKind::kDevelopment)
-        wanted = group;
+      if (configuration().promotion().kindOf(group) == GroupKind::kDevelopment) wanted = group;
     }
   }
   if (const Status status = chooseGroup(wanted, &group_)) return status;
@@ -279,8 +278,8 @@ Status createArchive(const char* archive, const char* workfile, const char* desc
   task.model.owner = textOf(owner).empty() ? task.user() : owner;
   task.model.description = textOf(description);
   task.model.creationTime = time != 0 ? time : presentTime();
-  task.model.attributes = attributesOf(Task::configuration());
-  task.model.accessList = Task::configuration().accessList();
+  task.model.attributes = attributesOf(configuration());
+  task.model.accessList = configuration().accessList();
   return task.commit({"CREATE", ""});
 }
 

@@ -6,10 +6,10 @@
 
 #include "btkf520/btkf520.h"
 #include "btkf520/configuration/text.h"
-#include "btkf520/operations/client.h"
 #include "btkf520/operations/keywords.h"
 #include "btkf520/operations/locks.h"
 #include "btkf520/operations/revisions.h"
+#include "btkf520/operations/surroundings.h"
 #include "btkf520/operations/task.h"
 #include "btkf520/operations/times.h"
 #include "btkf520/operations/workfile.h"
@@ -78,7 +78,7 @@ Status CheckOut::run() {
                     &CheckOut::writeContent}) {
     if (const Status status = (this->*step)()) return status;
   }
-  if (const Status status = client::goOn()) return status;
+  if (const Status status = client().goOn()) return status;
   return finish({"CHECKOUT", revision_->number.text()});
 }
 
@@ -173,7 +173,7 @@ Status CheckOut::checkOverwrite() {
   const bool isReadable = file.open(workfilePath_) == FileResult::kDone;
   const std::string_view whole = expanded_ ? *expanded_ : stored_.view();
   if (isWhole_ && isReadable && file.bytes() == whole) return kDone;
-  return client::overwrites(task_.workfileText(), task_.archiveText()) ? kDone : kWouldOverwrite;
+  return client().overwrites(task_.workfileText(), task_.archiveText()) ? kDone : kWouldOverwrite;
 }
 
 Status CheckOut::writeContent() {

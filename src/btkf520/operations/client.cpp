@@ -2,20 +2,36 @@
 // registered.
 #include "btkf520/operations/client.h"
 
-#include "btkf520/operations/surroundings.h"
+#include <algorithm>
+#include <iterator>
 
-namespace btkf::client {
+namespace btkf {
 namespace {
 
-// The client's function for `id`, null for none.
+constexpr int32_t kCallbackIds[] = {1, 3, 4, 5, 6, 9, 10, 16, 17, 18, 19, 20, 23};
+
+}  // namespace
+
+bool Client::registerCallback(int32_t id, TrvsCallback callback) {
+  if (std::find(std::begin(kCallbackIds), std::end(kCallbackIds), id) == std::end(kCallbackIds)) {
+    return false;
+  }
+  callbacks_[id] = callback;
+  return true;
+}
+
+// The client's function for `id` as the type that it really has, null for none.
 template <typename Callback>
-Callback registered(int32_t id) {
-  return Session::instance().registered<Callback>(id);
+Callback Client::registered(int32_t id) const {
+  const auto found = callbacks_.find(id);
+  if (found == callbacks_.end()) return nullptr;
+  // By way of the one function type that compilers let stand for all others.
+  return reinterpret_cast<Callback>(reinterpret_cast<void (*)()>(found->second));
 }
 
 // Callbacks 5 and 6. What the client stores is given back in any case.
-bool confirmed(int32_t id, const std::string& first, const std::string& second,
-               std::string* answer) {
+bool Client::confirms(int32_t id, const std::string& first, const std::string& second,
+                      std::string* answer) const {
   const auto ask = registered<TrvsConfirmCallback>(id);
   if (ask == nullptr) return false;
   char* stored = nullptr;
@@ -26,55 +42,59 @@ bool confirmed(int32_t id, const std::string& first, const std::string& second,
   return accepted;
 }
 
-}  // namespace
-
-Status goOn() {
+Status Client::goOn() const {
   const auto ask = registered<TrvsContinueCallback>(1);
   return ask == nullptr || ask() == 0 ? kDone : kCancelled;
 }
 
-bool retries(Status obstacle, const std::string& path) {
+bool Client::retries(Status obstacle, const std::string& path) const {
   const auto ask = registered<TrvsRetryCallback>(3);
   return ask != nullptr && ask(obstacle, path.c_str()) == 0;
 }
 
-Flow output(const std::string& line, Output kind) {
+Flow Client::output(const std::string& line, Output kind) const {
   const auto put = registered<TrvsOutputCallback>(4);
   if (put == nullptr) return Flow::kEnough;
   const int32_t answer = put(line.c_str(), static_cast<int32_t>(kind));
   return answer == 0 ? Flow::kGoOn : answer == 1 ? Flow::kEnough : Flow::kCancelled;
 }
 
-bool overwrites(const std::string& workfile, const std::string& archive) {
+bool Client::overwrites(const std::string& workfile, const std::string& archive) const {
   std::string unused;
-  return confirmed(5, workfile, archive, &unused);
+  return confirms(5, workfile, archive, &unused);
 }
 
-bool moves(std::string* label, const std::string& archive) {
+bool Client::moves(std::string* label, const std::string& archive) const {
   std::string other;
-  if (!confirmed(6, *label, archive, &other)) return false;
+  if (!confirms(6, *label, archive, &other)) return false;
   if (!other.empty()) *label = other;
   return true;
 }
 
-bool accepts(const std::string& workfile, Status why) {
+bool Client::accepts(const std::string& workfile, Status why) const {
   const auto ask = registered<TrvsAskCallback>(10);
   return ask != nullptr && ask(workfile.c_str(), why) == 0;
 }
 
-void idle() {
+void Client::idle() const {
   if (const auto rest = registered<TrvsIdleCallback>(17)) rest();
 }
 
-void done(const std::string& event, const std::string& archive, const std::string& workfile,
-          const std::string& what) {
+void Client::done(const std::string& event, const std::string& archive, const std::string& workfile,
+                  const std::string& what) const {
   if (const auto notify = registered<TrvsNotifyFourCallback>(18)) {
     notify(event.c_str(), archive.c_str(), workfile.c_str(), what.c_str(), 0);
   }
 }
 
-void message(Status code) {
+bool Client::goesOnAfter(const BadDirective& directive) const {
+  const auto tell = registered<TrvsBadDirectiveCallback>(19);
+  return tell == nullptr || tell(directive.code, directive.line.c_str(), directive.file.c_str(),
+                                 directive.number) == 0;
+}
+
+void Client::message(Status code) const {
   if (const auto tell = registered<TrvsMessageCallback>(20)) tell(code);
 }
 
-}  // namespace btkf::client
+}  // namespace btkf

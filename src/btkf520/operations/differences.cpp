@@ -54,7 +54,7 @@ Status Side::open(const char* name, const char* revision, bool asStored) {
   const Status status = task.openContents(name);
   const bool mayBeFile = status == kNotAnArchive || status == kNoArchive;
   if (mayBeFile && textOf(revision).empty()) {
-    const auto path = Session::instance().systemPath(name);  // Its name may look like "a(b)".
+    const auto path = systemPath(name);  // Its name may look like "a(b)".
     const bool isOpen = path && openFile(*path, name) == kDone;
     return isOpen && !file_.bytes().starts_with(kArchiveHeader) ? kDone : status;
   }
@@ -119,7 +119,7 @@ Status Comparison::open(const DifferenceRequest& request) {
   auto columns = LineRules::columns(textOf(request.columns));
   if (!columns) return kBadColumns;
   if (const Status status = openSides(request)) return status;
-  if (const Status status = client::goOn()) return status;
+  if (const Status status = client().goOn()) return status;
   differInBytes_ = first_.bytes() != second_.bytes();
   isText_ = btkf::isText(first_.bytes()) && btkf::isText(second_.bytes());
   if (!isText_) return kDone;

@@ -3,7 +3,6 @@
 
 #include <optional>
 
-#include "btkf520/operations/client.h"
 #include "btkf520/operations/surroundings.h"
 #include "btkf520/operations/times.h"
 #include "btkf520/platform_workfile.h"
@@ -12,29 +11,26 @@ namespace btkf {
 
 // Fields are separated by tabs, which no name has; a tab or a line end in a path becomes a blank.
 void writeJournal(const Account& account) {
-  const Session& session = Session::instance();
-  const std::string& journal = session.configuration().journal();
+  const std::string& journal = configuration().journal();
   if (journal.empty()) return;
   std::string line = isoTime(presentTime());
-  const std::string user = session.userId().value_or("");
+  const std::string user = userId().value_or("");
   for (std::string field : {user, account.event, account.archive, account.what}) {
     for (char& c : field) c = static_cast<unsigned char>(c) < ' ' ? ' ' : c;
     line += '\t' + field;
   }
-  const auto path = session.systemPath(journal);
-  if (!path || !appendToFile(*path, line + "\n")) client::message(kNoJournal);
+  const auto path = systemPath(journal);
+  if (!path || !appendToFile(*path, line + "\n")) client().message(kNoJournal);
 }
 
 Status runTrigger(const std::string& trigger, const Account& account) {
-  const Session& session = Session::instance();
-  const std::string command = session.configuration().eventTrigger(trigger);
+  const std::string command = configuration().eventTrigger(trigger);
   if (command.empty()) return kDone;
-  const std::optional<int> code =
-      runCommand(command, {{"BTKF_EVENT", trigger},
-                           {"BTKF_ARCHIVE", account.archive},
-                           {"BTKF_WORKFILE", account.workfile},
-                           {"BTKF_WHAT", account.what},
-                           {"BTKF_USER", session.userId().value_or("")}});
+  const std::optional<int> code = runCommand(command, {{"BTKF_EVENT", trigger},
+                                                       {"BTKF_ARCHIVE", account.archive},
+                                                       {"BTKF_WORKFILE", account.workfile},
+                                                       {"BTKF_WHAT", account.what},
+                                                       {"BTKF_USER", userId().value_or("")}});
   constexpr int kNoSuchCommand = 127;
   if (!code || *code == kNoSuchCommand) return kTriggerFailed;
   return *code == 0 ? kDone : kTriggerRefused;

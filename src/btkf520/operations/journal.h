@@ -7,7 +7,7 @@
 
 namespace btkf {
 
-// What is done to which archive; by whom, the session knows.
+// What is done to which archive; by whom, the surroundings know.
 struct Account {
   std::string event;
   std::string archive;   // Path texts.

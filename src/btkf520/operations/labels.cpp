@@ -1,8 +1,8 @@
 // btkf520/operations/labels.cpp: setting, moving, deleting and listing labels.
 #include "btkf520/operations/labels.h"
 
-#include "btkf520/operations/client.h"
 #include "btkf520/operations/revisions.h"
+#include "btkf520/operations/surroundings.h"
 #include "btkf520/operations/task.h"
 
 namespace btkf {
@@ -22,7 +22,7 @@ Status setLabel(ArchiveModel* model, std::string* label, const Number& target, M
     }
     if (moving == Moving::kNever) return kLabelExists;
     std::string chosen = *label;
-    if (!client::moves(&chosen, archive)) return kLabelExists;
+    if (!client().moves(&chosen, archive)) return kLabelExists;
     // Another label, that may exist as well, is moved only after another question.
     if (chosen == *label) moving = Moving::kAlways;
     *label = chosen;

@@ -12,13 +12,12 @@ namespace {
 
 // The archive's own rules, then those of the configuration.
 Status checkLock(const Task& task, const Revision& revision) {
-  const Configuration& configuration = Task::configuration();
   if (!task.model.has(kCheckLocks)) return kCannotLock;
   if (isLockedBy(revision, task.user())) return kLocked;
   if (task.model.has(kExclusiveLocks) && task.model.lockCount() > 0) return kCannotLock;
-  if (!revision.lockers.empty() && !configuration.multipleLocks()) return kLocked;
+  if (!revision.lockers.empty() && !configuration().multipleLocks()) return kLocked;
   const bool willBranch = !isTip(task.model, revision) || !revision.lockers.empty();
-  return willBranch && configuration.branchWarning() ? kWouldBranch : kDone;
+  return willBranch && configuration().branchWarning() ? kWouldBranch : kDone;
 }
 
 // A group stands at one revision, and what is locked for it stands there too.
@@ -43,13 +42,13 @@ Status findForGroup(const ArchiveModel& model, const char* text, const std::stri
 // Null or empty: the present user. Nothing if there is none.
 std::optional<std::string> userOrPresent(const char* user) {
   if (!textOf(user).empty()) return user;
-  return Session::instance().userId();
+  return userId();
 }
 
 }  // namespace
 
 Status chooseGroup(std::string_view wanted, std::string* group) {
-  const PromotionModel& promotion = Task::configuration().promotion();
+  const PromotionModel& promotion = configuration().promotion();
   if (wanted.empty()) {
     const std::vector<std::string> groups = promotion.developmentGroups();
     if (promotion.isEmpty()) {

@@ -14,6 +14,14 @@ bool hasDrive(std::string_view path) {
   return path.size() >= 2 && path[1] == ':' && isLetter(path[0]);
 }
 
+// Without a directory.
+std::string archiveName(std::string_view workfile) {
+  const std::string_view name = fileName(workfile);
+  const size_t dot = name.rfind('.');
+  const std::string_view extension = dot == std::string_view::npos ? "" : name.substr(dot + 1);
+  return std::string(name) + configuration().archiveSuffix(extension);
+}
+
 }  // namespace
 
 Target Target::parse(std::string_view text) {
@@ -46,19 +54,12 @@ std::string joined(std::string_view directory, std::string_view name) {
   return result.append(name);
 }
 
-std::string archiveName(const Configuration& configuration, std::string_view workfile) {
-  const std::string_view name = fileName(workfile);
-  const size_t dot = name.rfind('.');
-  const std::string_view extension = dot == std::string_view::npos ? "" : name.substr(dot + 1);
-  return std::string(name) + configuration.archiveSuffix(extension);
-}
-
-std::string archivePathText(const Configuration& configuration, std::string_view workfile) {
-  const std::string name = archiveName(configuration, workfile);
-  const std::vector<std::string> directories = configuration.archiveDirectories();
+std::string archivePathText(std::string_view workfile) {
+  const std::string name = archiveName(workfile);
+  const std::vector<std::string> directories = configuration().archiveDirectories();
   for (const std::string& directory : directories) {
     const std::string text = joined(directory, name);
-    const auto path = Session::instance().systemPath(text);
+    const auto path = systemPath(text);
     if (path && workfileState(*path)) return text;
   }
   return directories.empty() ? name : joined(directories.front(), name);

@@ -3,11 +3,9 @@
 // A separator is "/", "\" or the ":" behind a drive. What a path text means is up to the client.
 #pragma once
 
-#include <optional>
 #include <string>
 #include <string_view>
 
-#include "btkf520/configuration/configuration.h"
 #include "btkf520/configuration/text.h"
 
 namespace btkf {
@@ -27,12 +25,9 @@ std::string_view fileName(std::string_view path);
 // `name` in `directory`, with the separator that `directory` has, else "/".
 std::string joined(std::string_view directory, std::string_view name);
 
-// The name of the archive of a workfile, without a directory.
-std::string archiveName(const Configuration& configuration, std::string_view workfile);
-
 // The path text of the archive of a workfile: in the first archive directory that has it, or in the
 // first of all; without archive directories the bare name.
-std::string archivePathText(const Configuration& configuration, std::string_view workfile);
+std::string archivePathText(std::string_view workfile);
 
 // Whether a label may have this name: like those of users and groups, and it must not read as a
 // number either.

@@ -12,10 +12,10 @@ namespace btkf {
 Status ReportOutput::open(const char* path) {
   const std::string text(textOf(path));
   if (text.empty()) return kDone;
-  const auto place = Session::instance().systemPath(text);
+  const auto place = systemPath(text);
   if (!place) return kBadName;
   old_ = workfileState(*place);
-  if (old_ && !(old_->isRegular && client::overwrites(text, ""))) return kWouldOverwrite;
+  if (old_ && !(old_->isRegular && client().overwrites(text, ""))) return kWouldOverwrite;
   path_ = *place;
   return kDone;
 }
@@ -26,7 +26,7 @@ Status ReportOutput::line(std::string_view text, Output kind) {
     return kDone;
   }
   if (isFull_) return kDone;
-  const Flow flow = client::output(std::string(text), kind);
+  const Flow flow = client().output(std::string(text), kind);
   isFull_ = flow == Flow::kEnough;
   return flow == Flow::kCancelled ? kCancelled : kDone;
 }

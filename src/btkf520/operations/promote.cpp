@@ -4,15 +4,15 @@
 
 #include <string>
 
-#include "btkf520/operations/client.h"
 #include "btkf520/operations/revisions.h"
+#include "btkf520/operations/surroundings.h"
 #include "btkf520/operations/task.h"
 
 namespace btkf {
 namespace {
 
 Status findParent(const std::string& group, std::string* parent) {
-  const PromotionModel& promotion = Task::configuration().promotion();
+  const PromotionModel& promotion = configuration().promotion();
   switch (promotion.kindOf(group)) {
     case GroupKind::kNone:
       return kNoSuchGroup;
@@ -37,7 +37,7 @@ Status promote(const char* archive, const char* group, bool acrossBranches) {
   const Revision* higher = revisionInGroup(task.model, parent);
   const bool isElsewhere =
       higher != nullptr && branchNumber(higher->number) != branchNumber(lower->number);
-  if (isElsewhere && !acrossBranches && !client::retries(kOtherBranch, task.archiveText())) {
+  if (isElsewhere && !acrossBranches && !client().retries(kOtherBranch, task.archiveText())) {
     return kOtherBranch;
   }
   if (higher != nullptr) {

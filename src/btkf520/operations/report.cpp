@@ -9,9 +9,9 @@
 
 #include "btkf520/btkf520.h"
 #include "btkf520/configuration/text.h"
-#include "btkf520/operations/client.h"
 #include "btkf520/operations/output.h"
 #include "btkf520/operations/revisions.h"
+#include "btkf520/operations/surroundings.h"
 #include "btkf520/operations/task.h"
 #include "btkf520/operations/times.h"
 
@@ -193,7 +193,7 @@ Status Report::writeBody() {
   if (mode_ == TRVS_LOG_BY_AUTHOR) return writeByAuthor();
   if (mode_ == TRVS_LOG_LABELS) return writeLabels();
   for (const Revision* revision : revisions_) {
-    if (const Status status = client::goOn()) return status;
+    if (const Status status = client().goOn()) return status;
     Status status = kDone;
     switch (mode_) {
       case TRVS_LOG_LOCKED:

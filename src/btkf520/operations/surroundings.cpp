@@ -3,7 +3,6 @@
 #include "btkf520/operations/surroundings.h"
 
 #include <algorithm>
-#include <iterator>
 #include <utility>
 
 #include "btkf520/platform.h"
@@ -11,25 +10,16 @@
 namespace btkf {
 namespace {
 
-constexpr int32_t kCallbackIds[] = {1, 3, 4, 5, 6, 9, 10, 16, 17, 18, 19, 20, 23};
 constexpr size_t kLongestSystemPath = 65536;
 
 }  // namespace
 
-Session& Session::instance() {
-  static Session* const session = new Session;
-  return *session;
+Surroundings& Surroundings::current() {
+  static auto* const surroundings = new Surroundings;
+  return *surroundings;
 }
 
-bool Session::registerCallback(int32_t id, TrvsCallback callback) {
-  if (std::find(std::begin(kCallbackIds), std::end(kCallbackIds), id) == std::end(kCallbackIds)) {
-    return false;
-  }
-  callbacks_[id] = callback;
-  return true;
-}
-
-Status Session::load(const std::string& path, ReadMode mode) {
+Status Surroundings::load(const std::string& path, ReadMode mode) {
   if (mode != ReadMode::kFollowing) configuration_ = Configuration();
   // On a copy: a callback may ask questions meanwhile, and a cancelled load leaves nothing behind.
   Configuration loaded = configuration_;
@@ -38,14 +28,14 @@ Status Session::load(const std::string& path, ReadMode mode) {
   return status;
 }
 
-std::optional<std::string> Session::userId() const {
+std::optional<std::string> Surroundings::userId() const {
   const std::string& name = configuration_.userVariable();
   if (name.empty()) return accountName();
   std::optional<std::string> user = environmentVariable(name);
   return user && !user->empty() ? user : std::nullopt;
 }
 
-std::optional<std::string> Session::systemPath(const std::string& path) const {
+std::optional<std::string> Surroundings::systemPath(const std::string& path) const {
   if (resolver_ == nullptr) {
     std::string result = path;
     std::replace(result.begin(), result.end(), '\\', '/');
@@ -60,19 +50,15 @@ std::optional<std::string> Session::systemPath(const std::string& path) const {
   return {};
 }
 
-std::optional<FileText> Session::readFile(const std::string& path, size_t largest) {
+std::optional<FileText> Surroundings::readFile(const std::string& path, size_t largest) {
   const std::optional<std::string> place = systemPath(path);
   return place ? btkf::readFile(*place, largest) : std::nullopt;
 }
 
-std::optional<std::string> Session::variable(const std::string& name) {
+std::optional<std::string> Surroundings::variable(const std::string& name) {
   return environmentVariable(name);
 }
 
-bool Session::report(const BadDirective& directive) {
-  const auto badDirective = registered<TrvsBadDirectiveCallback>(19);
-  return badDirective == nullptr || badDirective(directive.code, directive.line.c_str(),
-                                                 directive.file.c_str(), directive.number) == 0;
-}
+bool Surroundings::report(const BadDirective& directive) { return client_.goesOnAfter(directive); }
 
 }  // namespace btkf

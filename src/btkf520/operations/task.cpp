@@ -5,7 +5,6 @@
 #include <utility>
 #include <vector>
 
-#include "btkf520/operations/client.h"
 #include "btkf520/operations/surroundings.h"
 #include "btkf520/platform_workfile.h"
 
@@ -17,13 +16,11 @@ constexpr int kMostRetries = 50;
 
 }  // namespace
 
-const Configuration& Task::configuration() { return Session::instance().configuration(); }
-
 Status Task::openToTell(const char* target) {
   if (const Status status = findArchive(target)) return status;
   if (const Status status = Archive::openToRead(path_, &archive_)) return status;
   model = archive_->model();
-  return client::goOn();
+  return client().goOn();
 }
 
 // To ask the system for an account takes as long as to read a small archive. So only he who has to
@@ -42,20 +39,20 @@ Status Task::openToUpdate(const char* target, const std::string& event) {
   if (const Status status = openPatiently()) return status;
   model = archive_->model();
   if (const Status status = checkAccess()) return status;
-  return client::goOn();
+  return client().goOn();
 }
 
 Status Task::openNew(const char* archive, const char* workfile) {
   if (archive == nullptr || workfile == nullptr) return kMisuse;
   if (fileName(archive).empty() || fileName(workfile).empty()) return kBadName;
   names_ = {archive, workfile};
-  const auto path = Session::instance().systemPath(names_.archive);
+  const auto path = systemPath(names_.archive);
   if (!path) return kBadName;
   path_ = *path;
   if (const Status status = findUser()) return status;
   if (const Status status = ask("CREATE")) return status;
   archive_ = Archive::forNew(path_);
-  return client::goOn();
+  return client().goOn();
 }
 
 Status Task::commit(const Event& event) {
@@ -74,7 +71,7 @@ void Task::announce(const Event& event) const {
   const Account account = accountOf(event);
   writeJournal(account);
   runTrigger("POST" + event.name, account);
-  client::done(event.name, names_.archive, names_.workfile, event.what);
+  client().done(event.name, names_.archive, names_.workfile, event.what);
 }
 
 Status Task::ask(const std::string& event, const std::string& what) const {
@@ -88,7 +85,7 @@ Account Task::accountOf(const Event& event) const {
 Status Task::findWorkfile(std::string* path) {
   if (names_.workfile.empty()) names_.workfile = model.workName;
   if (fileName(names_.workfile).empty()) return kBadName;
-  auto found = Session::instance().systemPath(names_.workfile);
+  auto found = systemPath(names_.workfile);
   if (!found) return kBadName;
   if (isSameFile(*found, path_)) return kSameNames;
   *path = std::move(*found);
@@ -99,14 +96,14 @@ Status Task::findArchive(const char* target) {
   if (target == nullptr) return kMisuse;
   names_ = Target::parse(target);
   if (fileName(names_.archive).empty()) return kBadName;
-  auto path = Session::instance().systemPath(names_.archive);
+  auto path = systemPath(names_.archive);
   if (!path) return kBadName;
   path_ = std::move(*path);
   return kDone;
 }
 
 Status Task::findUser() {
-  auto user = Session::instance().userId();
+  auto user = userId();
   if (!user || !isGoodName(*user)) return kNoUserId;
   user_ = std::move(*user);
   return kDone;
@@ -124,8 +121,8 @@ Status Task::openPatiently() {
   for (int tries = 0;; ++tries) {
     const Status status = Archive::openToUpdate(path_, &archive_);
     if (status != kInUse || tries == kMostRetries) return status;
-    if (!client::retries(kBusyArchive, names_.archive)) return status;
-    client::idle();
+    if (!client().retries(kBusyArchive, names_.archive)) return status;
+    client().idle();
     waitAMoment();
   }
 }

@@ -14,7 +14,6 @@
 #include <string>
 
 #include "btkf520/archive/archive.h"
-#include "btkf520/configuration/configuration.h"
 #include "btkf520/operations/journal.h"
 #include "btkf520/operations/names.h"
 
@@ -64,7 +63,6 @@ class Task {
   const std::string& workfileText() const { return names_.workfile; }
   const std::string& archivePath() const { return path_; }
   const std::string& user() const { return user_; }  // After openToUpdate() and openNew().
-  static const Configuration& configuration();
 
   ArchiveModel model;  // A copy to be changed.
 

@@ -359,8 +359,7 @@ class DateReader {
 }  // namespace
 
 DateRules DateRules::current() {
-  const Configuration& configuration = Session::instance().configuration();
-  return {configuration.dateWords(), configuration.dateFormat(), presentTime()};
+  return {configuration().dateWords(), configuration().dateFormat(), presentTime()};
 }
 
 std::optional<PackedTime> parseDate(const DateRules& rules, std::string_view text, Fill fill) {
