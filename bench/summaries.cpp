@@ -75,7 +75,9 @@ class Summaries {
     bench::compare("read a summary", kArchives, [this] { return loadAll(); },
                    {{"open, fstat, 2 preads, close", [this] { return readBlocks(); }, 1.0}});
     std::vector<TVArchiveInfo52> infos;
-    for (const VPathString& path : paths_) infos.emplace_back(path).Load();
+    for (const VPathString& path : paths_) {
+      bench::check(infos.emplace_back(path).Load() == 0, "a summary that can be read");
+    }
     bench::compare("see that a summary is current", kArchives, [&] { return areCurrent(&infos); },
                    {{"stat", [this] { return statAll(); }, 1.35}});
     const bench::OpenBigProject project;
@@ -90,7 +92,7 @@ class Summaries {
     const double seconds = bench::secondsOf([&] {
       for (const VPathString& path : paths_) {
         TVArchiveInfo52 info(path);
-        if (info.Load() == 0) revisions += info.revisionCount();
+        if (info.Load() == 0) revisions += info.summary().revisionCount;
       }
     });
     bench::check(revisions == revisions_, "the revisions of all summaries");

@@ -13,10 +13,10 @@ inline void checkAck(std::string_view bytes) {
   constexpr int kCapacity = 3;
   const MemoryFile file(bytes);
   foldapi::TVArchiveCache cache(foldapi::VPathString(file.path()), kCapacity);
-  require(cache.load(false), "a file that is there is read");
+  require(cache.load(foldapi::TVArchiveCache::Keep::kNothing), "a file that is there is read");
   require(cache.size() <= kCapacity, "no more than fits");
   const int size = cache.size();
-  require(cache.load(true), "a file that is there is read");
+  require(cache.load(foldapi::TVArchiveCache::Keep::kSummaries), "a file that is there is read");
   require(cache.size() == size, "reading it again adds nothing, or fails again");
   cache.loadIfCurrent();
   require(cache.version() == foldapi::TVArchiveCache::kVersion, "a used cache is of this version");

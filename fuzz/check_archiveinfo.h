@@ -15,17 +15,18 @@ inline void checkArchiveInfo(std::string_view bytes) {
   for (int run = 0; run < 2; ++run) {
     const int32_t result = info.Load();
     require(result == 0 || result == 28, "a load gives 0 or 28");
+    const foldapi::ArchiveSummary& read = info.summary();
     size_t length = 0;
     for (const foldapi::VString* text :
-         {&info.accessList(), &info.description(), &info.lockers(), &info.headerText()}) {
+         {&read.accessList, &read.description, &read.lockers, &read.headerText}) {
       require(!text->contains('\0'), "a text has no NUL");
       length += text->length();
     }
     require(length <= bytes.size(), "no text but that of the file");
     require(info.IsCurrent() == (result == 0), "what was loaded is current, and only that");
     if (result != 0) {
-      require(length == 0 && info.fileTime() == 0 && info.lockCount() == 0 &&
-                  info.revisionCount() == 0 && info.attributes() == 0 && info.creationTime() == 0,
+      require(length == 0 && read.fileTime == 0 && read.lockCount == 0 && read.revisionCount == 0 &&
+                  read.attributes == 0 && read.creationTime == 0,
               "a failed load leaves nothing");
     }
     require(run == 0 || length == before, "a second load gives the same");

@@ -182,64 +182,62 @@ TVArchiveCache* TVArchiveMember52::projectCache() {
   return static_cast<TVProjectFolder52*>(project)->archiveCache();
 }
 
-int TVArchiveMember52::LoadArchiveInfo(TVHandle& context, VPathString* path, LoadedInfo* loaded) {
-  *path = qualArchiveName();
-  if (path->isEmpty()) {
+// Calls use(const ArchiveSummary&) with the archive's summary: the one that the project's cache has
+// or, without a cache, one that is read for this call alone.
+template <typename Use>
+int TVArchiveMember52::LoadArchiveInfo(TVHandle& context, Use use) {
+  const VPathString path = qualArchiveName();
+  if (path.isEmpty()) {
     context.sink().notice(context, FolderMessage(kFolderNoArchiveName));
     return kResultMissing;
   }
-  TVArchiveCache* cache = projectCache();
-  TVArchiveInfo52* known = cache == nullptr ? nullptr : cache->find(path->view());
-  if (known != nullptr && known->IsCurrent()) {
-    loaded->info = known;
-    return 0;
+  TVArchiveCache* const cache = projectCache();
+  ArchiveSummary own;
+  const ArchiveSummary* summary = &own;
+  const int32_t code =
+      cache != nullptr ? cache->fetch(path, &summary) : ReadArchiveInfo(path, &own);
+  if (code == kFolderNoMemory) {
+    context.sink().error(context, FolderMessage(code));
+    return kResultNoMemory;
   }
-  if (known == nullptr) loaded->owned = std::make_unique<TVArchiveInfo52>(*path);
-  TVArchiveInfo52* info = known != nullptr ? known : loaded->owned.get();
-  if (info->Load() == kFolderNotAnArchive) {
-    if (known != nullptr) cache->remove(known);
-    context.sink().notice(context, FolderFileMessage(kFolderNotAnArchive, path->text()));
+  if (code != 0) {
+    context.sink().notice(context, FolderFileMessage(code, path.text()));
     return kResultFailed;
   }
-  loaded->info = info;
-  if (known == nullptr && cache != nullptr && cache->add(info) != nullptr) loaded->owned.release();
-  return 0;
+  use(*summary);
+  return kResultDone;
 }
 
-template <typename Value, typename Take>
-int TVArchiveMember52::infoField(TVHandle& context, Value* out, Take take) {
-  VPathString path;
-  LoadedInfo loaded;
-  const int result = LoadArchiveInfo(context, &path, &loaded);
-  if (result == 0) *out = take(*loaded.info);
-  return result;
+template <typename Value>
+int TVArchiveMember52::infoField(TVHandle& context, Value ArchiveSummary::*field, Value* out) {
+  return LoadArchiveInfo(context, [=](const ArchiveSummary& summary) { *out = summary.*field; });
 }
 
 int TVArchiveMember52::GetCreationTime(TVHandle& context, uint32_t* out) {
   *out = 0;
-  return infoField(context, out, [](const auto& info) { return info.creationTime(); });
+  return infoField(context, &ArchiveSummary::creationTime, out);
 }
 int TVArchiveMember52::GetFileTime(TVHandle& context, uint32_t* out) {
-  return infoField(context, out, [](const auto& info) { return info.fileTime(); });
+  return infoField(context, &ArchiveSummary::fileTime, out);
 }
 int TVArchiveMember52::GetRevisionCount(TVHandle& context, int32_t* out) {
   *out = 0;
-  return infoField(context, out, [](const auto& info) { return info.revisionCount(); });
+  return infoField(context, &ArchiveSummary::revisionCount, out);
 }
 int TVArchiveMember52::GetLockCount(TVHandle& context, int32_t* out) {
-  return infoField(context, out, [](const auto& info) { return info.lockCount(); });
+  return infoField(context, &ArchiveSummary::lockCount, out);
 }
 int TVArchiveMember52::GetAccessList(TVHandle& context, VString* out) {
-  return infoField(context, out, [](const auto& info) { return info.accessList(); });
+  return infoField(context, &ArchiveSummary::accessList, out);
 }
 int TVArchiveMember52::GetDescription(TVHandle& context, VString* out) {
-  return infoField(context, out, [](const auto& info) { return info.description(); });
+  return infoField(context, &ArchiveSummary::description, out);
 }
 int TVArchiveMember52::GetHeaderText(TVHandle& context, VString* out) {
-  return infoField(context, out, [](const auto& info) { return info.headerText(); });
+  return infoField(context, &ArchiveSummary::headerText, out);
 }
 int TVArchiveMember52::GetLockers(TVHandle& context, VString* out) {
-  return infoField(context, out, [](const auto& info) { return VString(info.lockers()); });
+  return infoField(context, &ArchiveSummary::lockers, out);
 }
 
 namespace {
@@ -255,14 +253,14 @@ uint32_t lockerBits(std::string_view lockers, std::string_view user) {
   return bits;
 }
 
-uint32_t statusBits(const TVArchiveInfo52& info, std::string_view user) {
+uint32_t statusBits(const ArchiveSummary& summary, std::string_view user) {
   uint32_t bits = kStatusReadable;
-  if (info.lockCount() > 0) bits |= lockerBits(info.lockers().view(), user);
-  if (info.lockCount() > 1) bits |= kStatusLockedMultiple;
-  if (info.lockCount() == 1 && (info.attributes() & kArchiveExclusiveLocks) != 0) {
+  if (summary.lockCount > 0) bits |= lockerBits(summary.lockers.view(), user);
+  if (summary.lockCount > 1) bits |= kStatusLockedMultiple;
+  if (summary.lockCount == 1 && (summary.attributes & kArchiveExclusiveLocks) != 0) {
     bits |= kStatusLockedExclusive;
   }
-  if (info.revisionCount() > 0) bits |= kStatusHasRevisions;
+  if (summary.revisionCount > 0) bits |= kStatusHasRevisions;
   return bits;
 }
 
@@ -272,11 +270,8 @@ int TVArchiveMember52::describe(TVHandle& context, uint32_t* status) {
   *status = 0;
   VString user;
   if (const int result = fetchUser(context, &user)) return result;
-  VPathString path;
-  LoadedInfo loaded;
-  const int result = LoadArchiveInfo(context, &path, &loaded);
-  if (result == 0) *status = statusBits(*loaded.info, user.view());
-  return result;
+  return LoadArchiveInfo(
+      context, [&](const ArchiveSummary& summary) { *status = statusBits(summary, user.view()); });
 }
 
 TVObject* TVArchiveMember52Options::makeObject(const TVMemberNames& names, TVHandle& context,

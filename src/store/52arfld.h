@@ -110,12 +110,6 @@ class TVArchiveMember52 : public TVArchiveMember {
   int GetLockers(TVHandle& context, VString* out) override;
 
  private:
-  // A summary that the project's cache owns, or, without a cache, this.
-  struct LoadedInfo {
-    TVArchiveInfo52* info = nullptr;
-    std::unique_ptr<TVArchiveInfo52> owned;
-  };
-
   // What an operation works on. Taken at its start: a sink that reads the folder meanwhile may take
   // the member out of it, and then its names would mean other files.
   struct Target {
@@ -135,10 +129,11 @@ class TVArchiveMember52 : public TVArchiveMember {
   int writeRecord(TVObject* folder, TVHandle& folderHandle, const TVMemberNames& wanted);
   void forgetTrunk();
   static void giveBack(TrvsRevTree* tree);
-  int LoadArchiveInfo(TVHandle& context, VPathString* path, LoadedInfo* loaded);
   TVArchiveCache* projectCache();
-  template <typename Value, typename Take>
-  int infoField(TVHandle& context, Value* out, Take take);
+  template <typename Use>
+  int LoadArchiveInfo(TVHandle& context, Use use);
+  template <typename Value>
+  int infoField(TVHandle& context, Value ArchiveSummary::*field, Value* out);
 
   TrvsRevTree* tree_ = nullptr;  // The toolkit's; given back to it and never freed otherwise.
   // The names of the record, while those in memory have been computed and not been stored.

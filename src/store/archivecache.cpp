@@ -4,13 +4,13 @@
 // the newest, each an object of its own.
 #include "store/archivecache.h"
 
-#include <memory>
 #include <new>
 #include <string>
 #include <utility>
 
 #include "runtime/bytefile.h"
 #include "runtime/paths.h"
+#include "toolkit/messages.h"
 
 namespace foldapi {
 
@@ -33,8 +33,8 @@ int32_t TVArchiveCache::readVersion() {
   return version_;
 }
 
-bool TVArchiveCache::load(bool keep) {
-  if (!keep) clear();
+bool TVArchiveCache::load(Keep keep) {
+  if (keep == Keep::kNothing) clear();
   std::string text;
   if (!readFileText(&text)) return false;
   VArchiver archive(text);
@@ -43,7 +43,7 @@ bool TVArchiveCache::load(bool keep) {
 }
 
 void TVArchiveCache::loadIfCurrent() {
-  if (readVersion() != kVersion || !load(false)) clear();
+  if (readVersion() != kVersion || !load(Keep::kNothing)) clear();
   setVersion(kVersion);
 }
 
@@ -55,7 +55,7 @@ bool TVArchiveCache::readQueue(VArchiver& archive) {
   for (; count != 0; --count) {
     auto info = std::make_unique<TVArchiveInfo52>();
     if (!archive.getHead(TVArchiveInfo52::theClass) || !info->getFrom(archive)) return false;
-    if (add(info.get()) != nullptr) info.release();
+    add(std::move(info));
   }
   return true;
 }
@@ -81,15 +81,33 @@ bool TVArchiveCache::save() {
   return true;
 }
 
+int32_t TVArchiveCache::fetch(const VPathString& archivePath, const ArchiveSummary** summary) {
+  try {
+    TVArchiveInfo52* info = find(archivePath.view());
+    if (info == nullptr) {
+      auto fresh = std::make_unique<TVArchiveInfo52>(archivePath);
+      if (fresh->Load() != 0) return kFolderNotAnArchive;
+      info = add(std::move(fresh));
+    } else if (!info->IsCurrent() && info->Load() != 0) {
+      delete queue_.removeIdentical(info);
+      return kFolderNotAnArchive;
+    }
+    *summary = &info->summary();
+    return 0;
+  } catch (const std::bad_alloc&) {
+    return kFolderNoMemory;
+  }
+}
+
 TVArchiveInfo52* TVArchiveCache::find(std::string_view archivePath) {
   const TVArchiveKey key(archivePath);
   return static_cast<TVArchiveInfo52*>(queue_.find(&key));
 }
 
-void TVArchiveCache::remove(TVArchiveInfo52* info) { delete queue_.removeIdentical(info); }
-
-TVArchiveInfo52* TVArchiveCache::add(TVArchiveInfo52* info) {
-  return static_cast<TVArchiveInfo52*>(queue_.add(info));
+TVArchiveInfo52* TVArchiveCache::add(std::unique_ptr<TVArchiveInfo52> info) {
+  auto* const added = static_cast<TVArchiveInfo52*>(queue_.add(info.get()));
+  if (added != nullptr) static_cast<void>(info.release());  // The queue's now.
+  return added;
 }
 
 }  // namespace foldapi

@@ -10,6 +10,7 @@
 #pragma once
 
 #include <cstdint>
+#include <memory>
 #include <string_view>
 
 #include "base/varchiver.h"
@@ -31,9 +32,10 @@ class TVArchiveCache {
 
   // The version that the file has, 0 without a file that says so. It becomes the cache's.
   int32_t readVersion();
-  // Adds what the file holds, whatever its version; empties the cache first unless `keep`. True if
-  // there was a file. The first error in the file leaves an empty cache.
-  bool load(bool keep);
+  // Adds what the file holds, whatever its version, to what is kept. True if there was a file. The
+  // first error in the file leaves an empty cache.
+  enum class Keep { kNothing, kSummaries };
+  bool load(Keep keep);
   // load() for a file of the present version. Any other leaves an empty cache, which replaces the
   // file when it is saved.
   void loadIfCurrent();
@@ -44,13 +46,16 @@ class TVArchiveCache {
   // Destroys all summaries.
   void clear() { queue_.clearAndDelete(); }
 
-  // The summary of the archive at `archivePath`, which becomes the newest, or null.
+  // The summary of an archive as its file is now: read from the file only if the cache has none, or
+  // if the file changed. 0; 1 out of memory; 28 for a file that is no archive, of which the cache
+  // then has no summary. *summary is the cache's, until it is asked or filled again.
+  [[nodiscard]] int32_t fetch(const VPathString& archivePath, const ArchiveSummary** summary);
+
+  // The summary that is here for an archive, which becomes the newest, or null.
   TVArchiveInfo52* find(std::string_view archivePath);
-  // Takes the summary over and destroys the oldest that don't fit. Null if there is one for that
-  // path: the caller keeps `info` then.
-  TVArchiveInfo52* add(TVArchiveInfo52* info);
-  // Destroys a summary that is in the cache.
-  void remove(TVArchiveInfo52* info);
+  // Takes a summary as the newest, and destroys the oldest that don't fit. Gives it; null, and
+  // `info` is gone, if there is one for that path.
+  TVArchiveInfo52* add(std::unique_ptr<TVArchiveInfo52> info);
 
   int32_t version() const { return version_; }
   void setVersion(int32_t version) { version_ = version; }

@@ -48,15 +48,9 @@ int64_t blockSize(const char* trailer) {
 
 std::string_view upToNul(std::string_view text) { return text.substr(0, text.find('\0')); }
 
-// The C string behind a record's first byte, which means nothing here.
+// The C string after a record's first byte, which means nothing here.
 std::string_view nameIn(std::string_view payload) {
   return payload.empty() ? payload : upToNul(payload.substr(1));
-}
-
-// Keeps the string's memory, which a reload fills with much the same text again.
-void assign(VString* target, std::string_view text) {
-  target->clear();
-  target->append(text);
 }
 
 // Reads `size` bytes at `offset`, all of them or none that count.
@@ -72,21 +66,6 @@ const VClassRecord TVArchiveKey::theClass = {"TVArchiveKey", &VObject::theClass,
 
 uint64_t TVArchiveKey::fingerprint() const { return fingerprintText(path_, 0); }
 
-TVArchiveInfo52::TVArchiveInfo52(VPathString path, VString accessList, VString description,
-                                 VString lockers, VString headerText, uint32_t fileTime,
-                                 uint32_t creationTime, int32_t attributes, int32_t revisionCount,
-                                 int32_t lockCount)
-    : fileTime_(fileTime),
-      creationTime_(creationTime),
-      attributes_(attributes),
-      revisionCount_(revisionCount),
-      lockCount_(lockCount),
-      accessList_(std::move(accessList)),
-      description_(std::move(description)),
-      path_(std::move(path)),
-      lockers_(std::move(lockers)),
-      headerText_(std::move(headerText)) {}
-
 bool TVArchiveInfo52::isEqual(const VObject* other) const {
   if (other->isA() == &TVArchiveKey::theClass) {
     return path_.view() == static_cast<const TVArchiveKey*>(other)->path();
@@ -97,7 +76,7 @@ bool TVArchiveInfo52::isEqual(const VObject* other) const {
 uint64_t TVArchiveInfo52::fingerprint() const { return TVArchiveKey(path_.view()).fingerprint(); }
 
 bool TVArchiveInfo52::IsCurrent() {
-  if (fileTime_ == 0) return false;
+  if (summary_.fileTime == 0) return false;
   FileStatus status;
   if (!readStat(path_.view(), &status)) return false;
   if (stamp_.isSet()) {
@@ -105,27 +84,20 @@ bool TVArchiveInfo52::IsCurrent() {
            status.inode == stamp_.inode && status.device == stamp_.device;
   }
   const FileStamp present = status.stamp();
-  if (present.packed != fileTime_) return false;
+  if (present.packed != summary_.fileTime) return false;
   stamp_ = present;
   return true;
 }
 
 void TVArchiveInfo52::ClearFileTime() {
-  fileTime_ = 0;
+  summary_.fileTime = 0;
   isFresh_ = false;
   stamp_ = FileStamp();
 }
 
 void TVArchiveInfo52::clear() {
   ClearFileTime();
-  creationTime_ = 0;
-  attributes_ = 0;
-  revisionCount_ = 0;
-  lockCount_ = 0;
-  accessList_.clear();
-  description_.clear();
-  lockers_.clear();
-  headerText_.clear();
+  summary_ = {};
 }
 
 int32_t TVArchiveInfo52::Load() {
@@ -167,7 +139,7 @@ bool TVArchiveInfo52::readTail() {
     readBlock(block);
   }
   stamp_ = stamp;
-  fileTime_ = stamp.packed;
+  summary_.fileTime = stamp.packed;
   isFresh_ = wallClockNanoseconds() - stamp.nanoseconds < kFreshNanoseconds;
   return true;
 }
@@ -190,29 +162,30 @@ void TVArchiveInfo52::readBlock(std::string_view block) {
 }
 
 void TVArchiveInfo52::takeRecord(char tag, std::string_view payload) {
+  ArchiveSummary& to = summary_;
   switch (tag) {
     case 'H':
-      assign(&headerText_, nameIn(payload));
+      to.headerText = nameIn(payload);
       break;
     case 'R':
-      if (!lockers_.isEmpty()) lockers_.append(',');
-      lockers_.append(nameIn(payload));
-      ++lockCount_;
+      if (!to.lockers.isEmpty()) to.lockers.append(',');
+      to.lockers.append(nameIn(payload));
+      ++to.lockCount;
       break;
     case 'V':
-      assign(&accessList_, nameIn(payload));
+      to.accessList = nameIn(payload);
       break;
     case 'I':
-      description_.append(upToNul(payload));
+      to.description.append(upToNul(payload));
       break;
     case 'J':
-      if (payload.size() >= 2) revisionCount_ = static_cast<int32_t>(read16(payload.data()));
+      if (payload.size() >= 2) to.revisionCount = static_cast<int32_t>(read16(payload.data()));
       break;
     case 'P':
-      if (payload.size() >= 2) attributes_ = static_cast<int32_t>(read16(payload.data()));
+      if (payload.size() >= 2) to.attributes = static_cast<int32_t>(read16(payload.data()));
       break;
     case 'X':
-      if (payload.size() >= 4) creationTime_ = reversePackedTime(read32(payload.data()));
+      if (payload.size() >= 4) to.creationTime = reversePackedTime(read32(payload.data()));
       break;
     default:
       break;
@@ -220,35 +193,37 @@ void TVArchiveInfo52::takeRecord(char tag, std::string_view payload) {
 }
 
 void TVArchiveInfo52::putTo(VArchiver& archive) const {
-  archive.putNumber(isFresh_ ? 0 : static_cast<int32_t>(fileTime_));
-  archive.putNumber(static_cast<int32_t>(creationTime_));
-  archive.putNumber(attributes_);
-  archive.putNumber(revisionCount_);
-  archive.putNumber(lockCount_);
-  for (const VString* text : {&accessList_, &description_, static_cast<const VString*>(&path_),
-                              &lockers_, &headerText_}) {
+  const ArchiveSummary& from = summary_;
+  archive.putNumber(isFresh_ ? 0 : static_cast<int32_t>(from.fileTime));
+  archive.putNumber(static_cast<int32_t>(from.creationTime));
+  archive.putNumber(from.attributes);
+  archive.putNumber(from.revisionCount);
+  archive.putNumber(from.lockCount);
+  for (const VString* text :
+       {&from.accessList, &from.description, static_cast<const VString*>(&path_), &from.lockers,
+        &from.headerText}) {
     archive.putString(text->view());
   }
 }
 
 bool TVArchiveInfo52::getFrom(VArchiver& archive) {
   clear();
-  return archive.getNumber(&fileTime_) && archive.getNumber(&creationTime_) &&
-         archive.getNumber(&attributes_) && archive.getNumber(&revisionCount_) &&
-         archive.getNumber(&lockCount_) && archive.getString(&accessList_) &&
-         archive.getString(&description_) && archive.getString(&path_) &&
-         archive.getString(&lockers_) && archive.getString(&headerText_);
+  ArchiveSummary& to = summary_;
+  return archive.getNumber(&to.fileTime) && archive.getNumber(&to.creationTime) &&
+         archive.getNumber(&to.attributes) && archive.getNumber(&to.revisionCount) &&
+         archive.getNumber(&to.lockCount) && archive.getString(&to.accessList) &&
+         archive.getString(&to.description) && archive.getString(&path_) &&
+         archive.getString(&to.lockers) && archive.getString(&to.headerText);
 }
 
 int32_t ReadArchiveInfo(const VPathString& path, ArchiveSummary* summary) {
   try {
     TVArchiveInfo52 info(path);
-    if (const int32_t result = info.Load()) return result;
-    *summary = {info.description(),  info.attributes(), info.revisionCount(), info.lockCount(),
-                info.creationTime(), info.lockers(),    info.accessList()};
-    return 0;
+    const int32_t code = info.Load();
+    if (code == 0) *summary = info.summary();
+    return code;
   } catch (const std::bad_alloc&) {
-    return 1;
+    return kFolderNoMemory;
   }
 }
 

@@ -19,15 +19,30 @@ namespace foldapi {
 
 class VArchiver;
 
+// The summary. All empty and 0 where nothing was read.
+struct ArchiveSummary {
+  uint32_t fileTime = 0;      // Of the file as read, packed.
+  uint32_t creationTime = 0;  // Packed in the clients' order.
+  int32_t attributes = 0;
+  int32_t revisionCount = 0;
+  int32_t lockCount = 0;
+  VString accessList = {};
+  VString description = {};
+  VString lockers = {};  // Joined by ",".
+  VString headerText = {};
+};
+
+// Bit of ArchiveSummary::attributes: one lock at a time.
+constexpr int32_t kArchiveExclusiveLocks = 0x4;
+
+// The summary of the archive at a path, with what tells whether it is still that of the file.
 class TVArchiveInfo52 : public TVQueuedValue {
  public:
   static const VClassRecord theClass;
 
   TVArchiveInfo52() = default;
-  explicit TVArchiveInfo52(VPathString path) : path_(std::move(path)) {}
-  TVArchiveInfo52(VPathString path, VString accessList, VString description, VString lockers,
-                  VString headerText, uint32_t fileTime, uint32_t creationTime, int32_t attributes,
-                  int32_t revisionCount, int32_t lockCount);
+  explicit TVArchiveInfo52(VPathString path, ArchiveSummary summary = {})
+      : path_(std::move(path)), summary_(std::move(summary)) {}
 
   const VClassRecord* isA() const override { return &theClass; }
   // The path is the key: another summary or a TVArchiveKey of the same path is equal.
@@ -38,28 +53,21 @@ class TVArchiveInfo52 : public TVQueuedValue {
   // Whether the file is still the one that was read. A summary that came from the cache's file
   // knows the time in two-second ticks only; one that proves current by it remembers the file from
   // then on, and one that was loaded here does from the start.
-  bool IsCurrent();
+  [[nodiscard]] bool IsCurrent();
   // Reads the summary from the file. 0, or 28 for anything that is wrong with the file: all but the
   // path is then empty and 0.
-  int32_t Load();
+  [[nodiscard]] int32_t Load();
 
   // The fields in the order in which the cache's file has them. The time of a file that was read
   // within seconds of its last change is given as 0: nobody could tell the next change by it.
   void putTo(VArchiver& archive) const;
-  bool getFrom(VArchiver& archive);
+  [[nodiscard]] bool getFrom(VArchiver& archive);
 
-  uint32_t fileTime() const { return fileTime_; }          // Packed; 0 when never read.
-  uint32_t creationTime() const { return creationTime_; }  // Packed in the clients' order.
-  int32_t attributes() const { return attributes_; }
-  int32_t revisionCount() const { return revisionCount_; }
-  int32_t lockCount() const { return lockCount_; }
-  const VString& accessList() const { return accessList_; }
-  const VString& description() const { return description_; }
   const VPathString& path() const { return path_; }
-  const VString& lockers() const { return lockers_; }  // Joined by ",".
-  const VString& headerText() const { return headerText_; }
+  const ArchiveSummary& summary() const { return summary_; }
 
-  void SetDescription(const VString& description) { description_ = description; }
+  // Until the next load. For a client that has just changed it; nothing in the library does.
+  void SetDescription(const VString& description) { summary_.description = description; }
   // Makes the next use read the file again.
   void ClearFileTime();
 
@@ -69,23 +77,12 @@ class TVArchiveInfo52 : public TVQueuedValue {
   void readBlock(std::string_view block);
   void takeRecord(char tag, std::string_view payload);
 
-  uint32_t fileTime_ = 0;
-  uint32_t creationTime_ = 0;
-  int32_t attributes_ = 0;
-  int32_t revisionCount_ = 0;
-  int32_t lockCount_ = 0;
-  VString accessList_;
-  VString description_;
   VPathString path_;
-  VString lockers_;
-  VString headerText_;
-  FileStamp stamp_;  // Of the file as read; not set where only fileTime_ is known.
-  // Whether the file was so new when it was read that a later change may bear the same fileTime_.
+  ArchiveSummary summary_;
+  FileStamp stamp_;  // Of the file as read; not set where only the summary's fileTime is known.
+  // Whether the file was so new when it was read that a later change may bear the same fileTime.
   bool isFresh_ = false;
 };
-
-// Bit of TVArchiveInfo52::attributes(): one lock at a time.
-constexpr int32_t kArchiveExclusiveLocks = 0x4;
 
 // Finds a summary by path. The text must outlive the key.
 class TVArchiveKey : public VObject {
@@ -103,19 +100,8 @@ class TVArchiveKey : public VObject {
   std::string_view path_;
 };
 
-// What ReadArchiveInfo() fills.
-struct ArchiveSummary {
-  VString description;
-  int32_t attributes = 0;
-  int32_t revisionCount = 0;
-  int32_t lockCount = 0;
-  uint32_t creationTime = 0;
-  VString lockers;
-  VString accessList;
-};
-
 // Reads a summary without any cache. 0, 28 as Load(), or 1 when out of memory. *summary changes
 // only with 0.
-int32_t ReadArchiveInfo(const VPathString& path, ArchiveSummary* summary);
+[[nodiscard]] int32_t ReadArchiveInfo(const VPathString& path, ArchiveSummary* summary);
 
 }  // namespace foldapi

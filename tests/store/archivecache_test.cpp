@@ -32,10 +32,11 @@ const std::string kTwoEntries =
 
 class ArchiveCacheTest : public testing::Test {
  protected:
-  static TVArchiveInfo52* add(TVArchiveCache& cache, const char* path) {
-    auto* info = new TVArchiveInfo52(VPathString(path));
-    if (cache.add(info) == nullptr) delete info;
-    return info;
+  using Keep = TVArchiveCache::Keep;
+
+  static TVArchiveInfo52* add(TVArchiveCache& cache, const char* path,
+                              ArchiveSummary summary = {}) {
+    return cache.add(std::make_unique<TVArchiveInfo52>(VPathString(path), std::move(summary)));
   }
 
   support::TemporaryDirectory directory_;
@@ -44,9 +45,7 @@ class ArchiveCacheTest : public testing::Test {
 
 TEST_F(ArchiveCacheTest, SavesExactBytesAndReadsThemBack) {
   TVArchiveCache cache(VPathString(path_), 10);
-  EXPECT_EQ(cache.add(new TVArchiveInfo52("V:\\a_v", "ac", "de\r\ns", "ann,bob", "h", 530000001,
-                                          0xfffffffe, 4, 7, 2)) != nullptr,
-            true);
+  add(cache, "V:\\a_v", {530000001, 0xfffffffe, 4, 7, 2, "ac", "de\r\ns", "ann,bob", "h"});
   add(cache, "b_v");
   EXPECT_TRUE(cache.save());
   EXPECT_EQ(support::escaped(support::readFile(path_)), support::escaped(kTwoEntries));
@@ -54,12 +53,12 @@ TEST_F(ArchiveCacheTest, SavesExactBytesAndReadsThemBack) {
   TVArchiveCache other(VPathString(path_), 10);
   EXPECT_EQ(other.readVersion(), 14);
   EXPECT_EQ(other.size(), 0);
-  EXPECT_TRUE(other.load(false));
+  EXPECT_TRUE(other.load(Keep::kNothing));
   const TVArchiveInfo52* info = other.find("V:\\a_v");
   ASSERT_NE(info, nullptr);
-  EXPECT_EQ(info->creationTime(), 0xfffffffe);
-  EXPECT_EQ(info->description(), VString("de\r\ns"));
-  EXPECT_EQ(info->headerText(), VString("h"));
+  EXPECT_EQ(info->summary().creationTime, 0xfffffffe);
+  EXPECT_EQ(info->summary().description, VString("de\r\ns"));
+  EXPECT_EQ(info->summary().headerText, VString("h"));
   EXPECT_EQ(other.find("v:\\a_v"), nullptr) << "the key is the exact text";
 }
 
@@ -68,12 +67,12 @@ TEST_F(ArchiveCacheTest, AnEmptyCacheHasNoFile) {
   TVArchiveCache cache(VPathString(path_), 10);
   EXPECT_TRUE(cache.save());
   EXPECT_FALSE(std::filesystem::exists(path_));
-  EXPECT_FALSE(cache.load(false));
+  EXPECT_FALSE(cache.load(Keep::kNothing));
   EXPECT_EQ(cache.readVersion(), 0);
   TVArchiveCache nowhere(VPathString(), 10);
   add(nowhere, "a");
   EXPECT_FALSE(nowhere.save());
-  EXPECT_FALSE(nowhere.load(false));
+  EXPECT_FALSE(nowhere.load(Keep::kNothing));
 }
 
 TEST_F(ArchiveCacheTest, ADamagedFileGivesAnEmptyCache) {
@@ -95,7 +94,7 @@ TEST_F(ArchiveCacheTest, ADamagedFileGivesAnEmptyCache) {
     support::writeFile(path_, bad);
     TVArchiveCache cache(VPathString(path_), 10);
     add(cache, "there before");
-    EXPECT_TRUE(cache.load(true));
+    EXPECT_TRUE(cache.load(Keep::kSummaries));
     EXPECT_EQ(cache.size(), 0);
     cache.loadIfCurrent();
     EXPECT_EQ(cache.size(), 0);
@@ -104,7 +103,7 @@ TEST_F(ArchiveCacheTest, ADamagedFileGivesAnEmptyCache) {
   TVArchiveCache cache(VPathString(path_), 10);
   cache.loadIfCurrent();
   ASSERT_NE(cache.find("V:\\a_v"), nullptr) << "a number without a sign is as good";
-  EXPECT_EQ(cache.find("V:\\a_v")->creationTime(), 0xfffffffe);
+  EXPECT_EQ(cache.find("V:\\a_v")->summary().creationTime, 0xfffffffe);
 }
 
 TEST(ArchiveCacheFuzz, SurvivesDamagedFiles) {

@@ -21,11 +21,11 @@ using support::archiveWithBlock;
 using namespace std::string_literals;
 
 // All that a load fills, as one text: "result X P J locks access|description|lockers|header".
-std::string summary(const TVArchiveInfo52& info, int32_t result) {
+std::string told(const ArchiveSummary& from, int32_t result) {
   const VString text =
-      VString::format("%d %u %d %d %d %s|%s|%s|%s", result, info.creationTime(), info.attributes(),
-                      info.revisionCount(), info.lockCount(), info.accessList().text(),
-                      info.description().text(), info.lockers().text(), info.headerText().text());
+      VString::format("%d %u %d %d %d %s|%s|%s|%s", result, from.creationTime, from.attributes,
+                      from.revisionCount, from.lockCount, from.accessList.text(),
+                      from.description.text(), from.lockers.text(), from.headerText.text());
   return text.str();
 }
 
@@ -45,9 +45,9 @@ class ArchiveInfoTest : public testing::Test {
     support::writeFile(path_, bytes);
     TVArchiveInfo52 info{VPathString(path_)};
     const int32_t result = info.Load();
-    EXPECT_EQ(info.fileTime() != 0, result == 0);
+    EXPECT_EQ(info.summary().fileTime != 0, result == 0);
     EXPECT_EQ(info.path().str(), path_);
-    return summary(info, result);
+    return told(info.summary(), result);
   }
 
   support::TemporaryDirectory directory_;
@@ -80,8 +80,8 @@ TEST_F(ArchiveInfoTest, ReadsTheRecordsOfTheBlock) {
        archiveRecord('H', "") + archiveRecord('J', "\1"s) + archiveRecord('P', "") +
            archiveRecord('X', "\1\2\3"s) + archiveRecord('V', "xok"),
        "0 0 0 0 0 ok|||"},
-      {"what stands behind the end mark",
-       archiveRecord('V', "xok") + "@" + archiveRecord('J', "ab"), "0 0 0 0 0 ok|||"},
+      {"what stands after the end mark", archiveRecord('V', "xok") + "@" + archiveRecord('J', "ab"),
+       "0 0 0 0 0 ok|||"},
       {"a record beyond the end of the block", archiveRecord('V', "xok") + "I\0\x50text"s,
        "0 0 0 0 0 ok|||"},
       {"a length cut off", archiveRecord('V', "xok") + "I\x80\0\0"s, "0 0 0 0 0 ok|||"},
@@ -115,7 +115,7 @@ TEST_F(ArchiveInfoTest, WhatIsNoArchiveGives28AndNothingElse) {
       {"wrong tag", block + trailer(-size - 9, -size, 5)},
       {"difference of 8", block + trailer(-size - 8, -size)},
       {"a block that begins ahead of the file", block + trailer(-size - 10, -size - 1)},
-      {"a block behind the trailer", block + trailer(-8, 1)},
+      {"a block after the trailer", block + trailer(-8, 1)},
       {"a difference of 9 by overflow only", block + trailer(INT32_MAX, INT32_MIN + 8)},
       {"the farthest distance", block + trailer(INT32_MIN, INT32_MIN + 9)},
   };
@@ -142,7 +142,7 @@ TEST_F(ArchiveInfoTest, StaleWhenAnythingAboutTheFileChanges) {
   std::filesystem::rename(sibling, path_);
   EXPECT_FALSE(info.IsCurrent());
   ASSERT_EQ(info.Load(), 0);
-  EXPECT_EQ(info.accessList(), VString("two"));
+  EXPECT_EQ(info.summary().accessList, VString("two"));
 
   std::filesystem::last_write_time(path_, time + std::chrono::nanoseconds(1000));
   EXPECT_FALSE(info.IsCurrent()) << "a time within the same two seconds";
@@ -153,19 +153,19 @@ TEST_F(ArchiveInfoTest, StaleWhenAnythingAboutTheFileChanges) {
   std::filesystem::remove(path_);
   EXPECT_FALSE(info.IsCurrent());
   EXPECT_EQ(info.Load(), 28);
-  EXPECT_EQ(summary(info, 28), "28 0 0 0 0 |||") << "nothing is left of the last load";
+  EXPECT_EQ(told(info.summary(), 28), "28 0 0 0 0 |||") << "nothing is left of the last load";
 }
 
 TEST_F(ArchiveInfoTest, OneFromTheCacheTrustsTheTickOnceAndThenTheFile) {
   support::writeFile(path_, archiveWithBlock("", ""));
   const auto time = std::filesystem::last_write_time(path_);
   std::filesystem::last_write_time(path_, time - time.time_since_epoch() % std::chrono::seconds(2));
-  TVArchiveInfo52 info(VPathString(path_), "", "", "", "", fileTime(path_), 0, 0, 0, 0);
+  TVArchiveInfo52 info(VPathString(path_), {.fileTime = fileTime(path_)});
   EXPECT_TRUE(info.IsCurrent());
   std::filesystem::last_write_time(
       path_, std::filesystem::last_write_time(path_) + std::chrono::milliseconds(500));
   EXPECT_FALSE(info.IsCurrent()) << "the same tick, but no longer the same file";
-  TVArchiveInfo52 older(VPathString(path_), "", "", "", "", fileTime(path_) - 1, 0, 0, 0, 0);
+  TVArchiveInfo52 older(VPathString(path_), {.fileTime = fileTime(path_) - 1});
   EXPECT_FALSE(older.IsCurrent());
 }
 
