@@ -10,9 +10,9 @@
 
 demo:
 	@scripts/setup.sh build
-	@scripts/build.sh build walk make_database
+	@scripts/build.sh build walk team
 	@rm -rf build/demo
-	@build/tests/make_database build/demo --user "$$(id -un)" > /dev/null
+	@build/team examples/team/files build/demo --user "$$(id -un)" > /dev/null
 	@cat build/demo/day.txt; echo
 	@KSTR_INI=build/demo/KSTR.INI build/walk
 

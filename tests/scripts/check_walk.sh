@@ -1,14 +1,15 @@
 #!/bin/sh
-# Runs the C example over a fresh team database: check_walk.sh WALK MAKE_DATABASE [PREFIX...].
+# Runs the C example over a fresh team database: check_walk.sh WALK TEAM [PREFIX...].
 # The team's day and the example's output must be walk.expected, byte by byte, and its exit codes
 # those that it promises. PREFIX is a command that runs it, such as valgrind with options.
 set -eu
 expected=$(dirname "$0")/walk.expected
-walk=$1 make_database=$2
+files=$(dirname "$0")/../../examples/team/files
+walk=$1 team=$2
 shift 2
 . "$(dirname "$0")/expect.sh"
 
-"$make_database" "$dir/db" > /dev/null
+"$team" "$files" "$dir/db" > /dev/null
 export KSTR_INI="$dir/db/KSTR.INI"
 
 for roots in '' 'V:\pub V:\prv'; do

@@ -1,15 +1,36 @@
-// tools/teamwork.h: what the members of a team do to archives, through the toolkit's C interface.
+// team/teamwork.h: what the members of a team do to archives, through the toolkit's C interface.
 //
 // All that depends on the clock is told: the same work makes the same archives. Paths are relative
 // to the database and have "/". Whatever fails throws.
 #pragma once
 
+#include <filesystem>
 #include <string>
 
-#include "support/database.h"
-#include "support/files.h"
-
 namespace team {
+
+// The directory of a database, which the data files call "V:\".
+class Place {
+ public:
+  explicit Place(const std::string& directory) : directory_(std::filesystem::absolute(directory)) {}
+
+  // The operating system's path of something in it.
+  std::string path(const std::string& relative) const { return (directory_ / relative).string(); }
+  // The same place as the data files name it.
+  std::string text(std::string relative) const;
+
+ private:
+  std::filesystem::path directory_;
+};
+
+std::string readFile(const std::string& path);
+// Replaces the file; makes the directories above it.
+void writeFile(const std::string& path, const std::string& bytes);
+
+// A local time.
+struct Moment {
+  int year, month, day, hour, minute, second;
+};
 
 struct File {
   std::string archive;
@@ -24,17 +45,17 @@ struct CheckIn {
 
 class Teamwork {
  public:
-  explicit Teamwork(const support::Database& database) : database_(database) {}
+  explicit Teamwork(const Place& place) : place_(place) {}
 
   // Has the following done in the configuration of a project: its file as the project names it.
   void useConfiguration(const std::string& path) { configuration_ = path; }
 
   void create(const std::string& member, const File& file, const std::string& description,
-              const support::Moment& time);
+              const Moment& time);
   void allow(const File& file, const std::string& member);
   void lockExclusively(const File& file);
   void checkIn(const std::string& member, const File& file, const CheckIn& what,
-               const support::Moment& time);
+               const Moment& time);
   void lock(const std::string& member, const File& file, const char* revision);
   void label(const std::string& member, const File& file, const char* label, const char* revision,
              bool floats);
@@ -42,10 +63,9 @@ class Teamwork {
 
  private:
   void become(const std::string& member);
-  std::string archive(const File& file) const { return database_.text(file.archive); }
+  std::string archive(const File& file) const { return place_.text(file.archive); }
 
-  const support::Database& database_;
-  support::TemporaryDirectory directory_;
+  const Place& place_;
   std::string configuration_;
 };
 

@@ -1,10 +1,12 @@
-// tools/teamwork.cpp: each operation as one member's, with what the toolkit asks to come before it.
-#include "tools/teamwork.h"
+// team/teamwork.cpp: each operation as one member's, with what the toolkit asks to come before it.
+#include "teamwork.h"
 
+#include <algorithm>
 #include <chrono>
 #include <cstdlib>
 #include <ctime>
-#include <filesystem>
+#include <fstream>
+#include <iterator>
 #include <stdexcept>
 
 #include "btkf520/btkf520.h"
@@ -20,8 +22,15 @@ void expectDone(int32_t status, const std::string& what) {
   throw std::runtime_error("can't " + what + ": status " + std::to_string(status));
 }
 
+// As an archive stores it: from the highest bit years since 1980 (7), month (4), day (5), hours
+// (5), minutes (6), seconds divided by two (5).
+uint32_t packedTime(const Moment& m) {
+  return static_cast<uint32_t>((m.year - 1980) << 25 | m.month << 21 | m.day << 16 | m.hour << 11 |
+                               m.minute << 5 | m.second / 2);
+}
+
 // A workfile as it was saved at a local time.
-void writeWorkfile(const std::string& path, const std::string& text, const support::Moment& time) {
+void writeWorkfile(const std::string& path, const std::string& text, const Moment& time) {
   std::tm fields = {};
   fields.tm_year = time.year - 1900;
   fields.tm_mon = time.month - 1;
@@ -31,30 +40,49 @@ void writeWorkfile(const std::string& path, const std::string& text, const suppo
   fields.tm_sec = time.second;
   fields.tm_isdst = -1;
   const auto seconds = std::chrono::system_clock::from_time_t(std::mktime(&fields));
-  support::writeFile(path, text);
+  writeFile(path, text);
   std::filesystem::last_write_time(path, std::chrono::file_clock::from_sys(seconds));
 }
 
 }  // namespace
 
+std::string Place::text(std::string relative) const {
+  std::replace(relative.begin(), relative.end(), '/', '\\');
+  return "V:\\" + relative;
+}
+
+std::string readFile(const std::string& path) {
+  std::ifstream file(path, std::ios::binary);
+  if (!file) throw std::runtime_error("can't read " + path);
+  return {std::istreambuf_iterator<char>(file), {}};
+}
+
+void writeFile(const std::string& path, const std::string& bytes) {
+  std::filesystem::create_directories(std::filesystem::path(path).parent_path());
+  std::ofstream file(path, std::ios::binary);
+  file << bytes;
+  file.close();
+  if (!file) throw std::runtime_error("can't write " + path);
+}
+
 // The toolkit takes the user's name from where its configuration says, and a project that is opened
 // in between brings its own: so the configuration is read each time.
 void Teamwork::become(const std::string& member) {
-  const std::string path = directory_ / "team.cfg";
+  const std::string path = place_.path("member.cfg");
   std::string lines = "USERID = ENVIRONMENT TEAM_MEMBER\n";
   if (!configuration_.empty()) lines += "INCLUDE " + configuration_ + "\n";
-  support::writeFile(path, lines);
+  writeFile(path, lines);
   setenv("TEAM_MEMBER", member.c_str(), 1);
   expectDone(TrvsQueryConfiguration(path.c_str(), 0, 0, TRVS_READ_FIRST), "read the configuration");
 }
 
 void Teamwork::create(const std::string& member, const File& file, const std::string& description,
-                      const support::Moment& time) {
+                      const Moment& time) {
   become(member);
-  const std::filesystem::path path = database_.path(file.archive);
+  const std::filesystem::path path = place_.path(file.archive);
   std::filesystem::create_directories(path.parent_path());
-  expectDone(TrvsCreateArchive(archive(file).c_str(), database_.text(file.workfile).c_str(),
-                               description.c_str(), nullptr, support::packedTime(time), 0),
+  expectDone(TrvsCreateArchive(archive(file).c_str(), place_.text(file.workfile).c_str(),
+                               description.c_str(), nullptr, packedTime(time), 0),
              "create " + file.archive);
 }
 
@@ -68,15 +96,15 @@ void Teamwork::lockExclusively(const File& file) {
 }
 
 void Teamwork::checkIn(const std::string& member, const File& file, const CheckIn& what,
-                       const support::Moment& time) {
+                       const Moment& time) {
   if (what.parent != nullptr) lock(member, file, what.parent);
   become(member);
   writeWorkfile(
-      database_.path(file.workfile),
+      place_.path(file.workfile),
       std::string("/* ") + what.change + " */\r\nint revision = " + what.number[2] + ";\r\n", time);
-  const std::string both = archive(file) + "(" + database_.text(file.workfile) + ")";
+  const std::string both = archive(file) + "(" + place_.text(file.workfile) + ")";
   expectDone(TrvsPutRevision(kContext, 0, both.c_str(), 0, what.number, nullptr, nullptr,
-                             what.change, nullptr, nullptr, support::packedTime(time), 0),
+                             what.change, nullptr, nullptr, packedTime(time), 0),
              "check in " + file.workfile + " " + what.number);
 }
 

@@ -1,33 +1,31 @@
-// tools/teamday.cpp: the script of the day. Each step says what was done, once it is.
-#include "tools/teamday.h"
+// team/teamday.cpp: the script of the day. Each step says what was done, once it is.
+#include "teamday.h"
 
 #include <algorithm>
 #include <stdexcept>
 
 #include "foldapi/foldapi.h"
-#include "tools/teamwork.h"
 
 namespace team {
 
 namespace {
 
 // The path below the database's directory of what a data file calls "V:\pub\a.cfg".
-std::string relative(const support::Database& database, std::string text) {
-  text.erase(0, database.text("").size());
+std::string relative(const Place& place, std::string text) {
+  text.erase(0, place.text("").size());
   std::replace(text.begin(), text.end(), '\\', '/');
   return text;
 }
 
 class Day {
  public:
-  Day(const support::Database& database, const std::string& me)
-      : database_(database), me_(me), team_(database) {}
+  Day(const Place& place, const std::string& me) : place_(place), me_(me), team_(place) {}
 
   std::string run() {
     TVHandle* const root = Init("", "");
     OpenProjectRoot(root);
-    CreateProject(root, "Pump Station", database_.text("home/" + me_ + "/pump").c_str(),
-                  database_.text("work/pump").c_str());
+    CreateProject(root, "Pump Station", place_.text("home/" + me_ + "/pump").c_str(),
+                  place_.text("work/pump").c_str());
     TVHandle* const project = FindProject(root, "Pump Station");
     if (OpenProject(project) != 1) throw std::runtime_error("no project was created");
     tell(me_, "creates the project Pump Station");
@@ -42,17 +40,16 @@ class Day {
   void tell(const std::string& member, const std::string& what) {
     told_ += member + " " + what + "\n";
   }
-  support::Moment now() {
+  Moment now() {
     minute_ += 25;
     return {2026, 3, 2, 8 + minute_ / 60, minute_ % 60, 0};
   }
 
   void configure(TVHandle* project) {
-    SetProjectVCSDirs(project, database_.text("vault/pump").c_str());
+    SetProjectVCSDirs(project, place_.text("vault/pump").c_str());
     const std::string path = GetProjectCfgFile(project);
-    const std::string file = database_.path(relative(database_, path));
-    support::writeFile(file, support::readFile(file) +
-                                 "PROMOTE development = test\r\nPROMOTE test = production\r\n");
+    const std::string file = place_.path(relative(place_, path));
+    writeFile(file, readFile(file) + "PROMOTE development = test\r\nPROMOTE test = production\r\n");
     team_.useConfiguration(path);
     tell(me_, "configures its archive directory and the groups development, test and production");
   }
@@ -61,7 +58,7 @@ class Day {
     for (const File* file : {&pump_, &valve_}) {
       const std::string workfile = file->workfile.substr(file->workfile.rfind('/') + 1);
       team_.create(me_, *file, "Pump station: " + workfile, now());
-      AddExistingArchive(project, workfile.c_str(), database_.text(file->archive).c_str());
+      AddExistingArchive(project, workfile.c_str(), place_.text(file->archive).c_str());
       tell(me_, "adds " + workfile + " with a new archive");
       checkIn(me_, *file, {"1.0", nullptr, "First version"});
     }
@@ -97,7 +94,7 @@ class Day {
     tell(me_, "locks pump.c 1.2");
   }
 
-  const support::Database& database_;
+  const Place& place_;
   const std::string me_;
   Teamwork team_;
   const File pump_ = {"vault/pump/pump.c_v", "work/pump/pump.c"};
@@ -108,8 +105,6 @@ class Day {
 
 }  // namespace
 
-std::string spendDay(const support::Database& database, const std::string& me) {
-  return Day(database, me).run();
-}
+std::string spendDay(const Place& place, const std::string& me) { return Day(place, me).run(); }
 
 }  // namespace team
