@@ -145,12 +145,8 @@ int TVProjectFolder52::readPromotionGroups(TVHandle& context) {
 
 TVProjectConfig TVProjectFolder52::effectiveConfig(TVHandle& context) {
   TVProjectConfig result = config();
-  result.archiveDirs.clear();
-  std::string dirs;
   TVToolkitBracket bracket(context);
-  if (QueryConfigurationItem(kItemArchiveDirs, &dirs) == 0) {
-    result.archiveDirs = VString(dirs.c_str());
-  }
+  result.archiveDirs = configurationText(kItemArchiveDirs);
   return result;
 }
 

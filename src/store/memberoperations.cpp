@@ -44,12 +44,12 @@ int32_t fetchLockedRevision(const VString& archive, const VString& user, VString
 
 // The first of the project's archive directories.
 int firstArchiveDirectory(TVHandle& context, VPathString* directory) {
-  std::string all;
+  VString all;
   {
     TVToolkitBracket bracket(context);
-    QueryConfigurationItem(kItemArchiveDirs, &all);
+    all = configurationText(kItemArchiveDirs);
   }
-  std::string_view dirs(all.c_str());
+  std::string_view dirs = all.view();
   if (dirs.empty()) return refuse(context, kFolderNoArchiveDirectories, kResultFailed);
   if (dirs.starts_with(';')) dirs.remove_prefix(1);
   *directory = dirs.substr(0, dirs.find(';'));

@@ -28,8 +28,15 @@ class Complaints {
  public:
   Complaints(TVHandle& context, VString* errorText) : context_(context), errorText_(errorText) {}
 
-  void replace(const VString& message) { tell(message, false); }
-  void add(const VString& message) { tell(message, true); }
+  // Takes the place of what the caller's text holds.
+  void replace(const VString& message) {
+    if (errorText_ != nullptr) errorText_->clear();
+    add(message);
+  }
+  void add(const VString& message) {
+    messages_.push_back(message);
+    if (errorText_ != nullptr) errorText_->append(message.view());
+  }
   bool none() const { return messages_.empty(); }
   // To be called outside of brackets.
   void deliver() const {
@@ -39,11 +46,6 @@ class Complaints {
   }
 
  private:
-  void tell(const VString& message, bool behind) {
-    messages_.push_back(message);
-    if (errorText_ != nullptr) *errorText_ = behind ? *errorText_ + message : message;
-  }
-
   TVHandle& context_;
   VString* errorText_;
   std::vector<VString> messages_;
@@ -78,7 +80,8 @@ void checkGroup(const TVGetOptions& options, Complaints* complaints) {
   const char* group = options.promotionGroup.text();
   const bool locks = (options.flags & TVGetOptions::kLock) != 0;
   int16_t kind = 0;
-  TrvsVerifyPromoTreeNodeExist(group, &kind);
+  // Without an answer nothing speaks against the group.
+  static_cast<void>(TrvsVerifyPromoTreeNodeExist(group, &kind));
   if (kind == TRVS_GROUP_NONE) {
     complaints->replace(FolderFileMessage(kFolderUnknownGroup, group));
   } else if ((kind == TRVS_GROUP_BETWEEN || kind == TRVS_GROUP_TOP) && locks) {
@@ -131,15 +134,13 @@ VBool TVProjectFolder52::validateDate(TVHandle& context, const VString& date, VS
   Complaints complaints(context, errorText);
   {
     TVToolkitBracket bracket(context);
-    std::string setting;
-    QueryConfigurationItem(kItemDateWords, &setting);
-    SetDateWords(setting.c_str());
-    QueryConfigurationItem(kItemDateFormat, &setting);
-    SetDateFormat(setting.c_str());
+    SetDateWords(configurationText(kItemDateWords).text());
+    const VString format = configurationText(kItemDateFormat);
+    SetDateFormat(format.text());
     const char* at = text.c_str();
     uint32_t time = 0;
     if (ParseDate(&at, &time, "", kLatestDefaults) != 0) {
-      complaints.replace(DateMessage(kFolderDate, text.c_str(), setting.c_str()));
+      complaints.replace(DateMessage(kFolderDate, text.c_str(), format.text()));
     }
   }
   complaints.deliver();

@@ -17,7 +17,7 @@ inline const char* nullIfEmpty(const VString& text) {
 // Gives the last status of `fetch`(char* buffer, int32_t size). `Buffer` is a std::string or a
 // std::vector<char>; it is zeroed before each call, and aligned for pointers.
 template <typename Buffer, typename Fetch>
-int32_t fetchGrowing(Buffer* buffer, Fetch fetch) {
+[[nodiscard]] int32_t fetchGrowing(Buffer* buffer, Fetch fetch) {
   constexpr int32_t kTooSmall = 8;
   constexpr size_t kFirstSize = 257;
   constexpr size_t kSizeStep = 256;

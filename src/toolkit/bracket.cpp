@@ -12,7 +12,6 @@ namespace foldapi {
 namespace {
 
 constexpr int32_t kUserSize = 257;
-constexpr int32_t kStartUserSize = 129;
 constexpr int32_t kBufferTooSmall = 8;
 constexpr int32_t kNoSuchPlace = 9;
 constexpr int32_t kUserCancelled = 15;
@@ -29,6 +28,17 @@ int32_t resolvePath(const char* text, char* buffer, int32_t size) {
   } catch (...) {
     return kNoSuchPlace;
   }
+}
+
+void registerWithToolkit() {
+  TrvsRegisterPathResolver(resolvePath);
+  RegisterToolkitCallbacks();
+}
+
+int32_t askForUser(char (&user)[kUserSize]) {
+  char second[kUserSize] = {};
+  int16_t kind = 0;
+  return TrvsGetUserInfo(user, kUserSize, second, kUserSize, &kind);
 }
 
 }  // namespace
@@ -65,7 +75,8 @@ void TVToolkitSession::load(TVHandle& context) {
   rootFile_ = root;
   projectFile_.recordTime();  // Before the load: what changes meanwhile is loaded again.
   rootFile_.recordTime();
-  LoadConfiguration(root.path, project.path, false, context);
+  // A bad directive has been reported by the toolkit. The call goes on with what could be read.
+  static_cast<void>(LoadConfiguration(root.path, project.path, LocalFile::kLeftOut, context));
 }
 
 bool TVToolkitSession::isLoaded(const TVProjectConfig& project, const TVProjectConfig& root) const {
@@ -87,12 +98,10 @@ int reportToolkitStatus(TVHandle& context, int32_t status, const char* path) {
 
 int fetchUser(TVHandle& context, VString* user) {
   char name[kUserSize] = {};
-  char second[kUserSize] = {};
-  int16_t kind = 0;
   int32_t status;
   {
     TVToolkitBracket bracket(context);
-    status = TrvsGetUserInfo(name, kUserSize, second, kUserSize, &kind);
+    status = askForUser(name);
   }
   if (status == 0) *user = name;
   return reportToolkitStatus(context, status, nullptr);
@@ -102,8 +111,7 @@ VBool EnableToolkit(TVErrorSink& sink) {
   TVHandle context(&sink, nullptr);
   TVToolkitBracket bracket(context);
   const int32_t status = TrvsOEMEnable();
-  TrvsRegisterPathResolver(resolvePath);
-  RegisterToolkitCallbacks();
+  registerWithToolkit();
   if (status != 0) sink.error(context, FolderMessage(kFolderLicence));
   return status == 0;
 }
@@ -117,12 +125,9 @@ VBool StartToolkit(TVErrorSink& sink) {
     sink.error(context, ToolkitMessage(status, nullptr));
     return false;
   }
-  TrvsRegisterPathResolver(resolvePath);
-  RegisterToolkitCallbacks();
-  char user[kStartUserSize] = {};
-  char second[kStartUserSize] = {};
-  int16_t kind = 0;
-  TrvsGetUserInfo(user, kStartUserSize, second, kStartUserSize, &kind);
+  registerWithToolkit();
+  char user[kUserSize] = {};
+  static_cast<void>(askForUser(user));  // What it says is the toolkit's affair.
   return true;
 }
 

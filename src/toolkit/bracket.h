@@ -44,18 +44,19 @@ class TVToolkitBracket {
 };
 
 // What a toolkit status means to an operation: reports any but 0 to the context's sink, with `path`
-// behind the text unless it is null, and gives the operation result. To be called outside of
+// after the text unless it is null, and gives the operation result. To be called outside of
 // brackets, so that the sink may use the library.
-int reportToolkitStatus(TVHandle& context, int32_t status, const char* path);
+[[nodiscard]] int reportToolkitStatus(TVHandle& context, int32_t status, const char* path);
 
 // Fetches the present user's id, in a bracket of its own. An operation result.
-int fetchUser(TVHandle& context, VString* user);
+[[nodiscard]] int fetchUser(TVHandle& context, VString* user);
 
 // The start that runs when the library is attached: enables the toolkit and registers the
 // callbacks.
-VBool EnableToolkit(TVErrorSink& sink);
-// A start with a look at who the user is. Nothing in the library calls it.
-VBool StartToolkit(TVErrorSink& sink);
+[[nodiscard]] VBool EnableToolkit(TVErrorSink& sink);
+// The start for a client that wants the toolkit to find out first who the user is; nothing in the
+// library calls it.
+[[nodiscard]] VBool StartToolkit(TVErrorSink& sink);
 void RegisterToolkitCallbacks();
 // Makes `sink` the sink of operations that report through the null handle; null the default one.
 void SetGlobalHandler(TVErrorSink* sink);

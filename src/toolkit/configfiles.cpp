@@ -17,7 +17,7 @@ constexpr const char* kDirsFailedTail =
     "use Project / Configure Project / Archive Directories in TRVS Trevault to select an archive "
     "directory for this project.";
 
-bool readConfiguration(const char* path, int32_t mode) {
+[[nodiscard]] bool readConfiguration(const char* path, int32_t mode) {
   return TrvsQueryConfiguration(path, 0, 0, mode) == 0;
 }
 
@@ -30,12 +30,12 @@ int32_t appendLines(VFile& file, const VString& lines) {
 }
 
 // A first file that can't be read leaves the defaults, and no file has an empty name.
-void forgetConfiguration() { readConfiguration("", TRVS_READ_FIRST); }
+void forgetConfiguration() { static_cast<void>(readConfiguration("", TRVS_READ_FIRST)); }
 
 }  // namespace
 
 VBool LoadConfiguration(const VPathString& rootPath, const VPathString& projectPath,
-                        VBool readLocal, TVHandle& context) {
+                        LocalFile local, TVHandle& context) {
   int32_t mode = TRVS_READ_FIRST;
   if (fileExists(rootPath.view())) {
     if (!readConfiguration(rootPath.text(), TRVS_READ_MASTER)) return false;
@@ -51,7 +51,7 @@ VBool LoadConfiguration(const VPathString& rootPath, const VPathString& projectP
       context.sink().error(context, FolderFileMessage(kFolderFileMissing, projectPath.text()));
     }
   }
-  if (!readLocal || !fileExists("vcs.cfg")) return true;
+  if (local == LocalFile::kLeftOut || !fileExists("vcs.cfg")) return true;
   return readConfiguration("vcs.cfg", TRVS_READ_FOLLOWING);
 }
 
@@ -62,6 +62,12 @@ int32_t QueryConfigurationItem(int32_t item, std::string* answer) {
   });
   if (status == 0) *answer = std::move(buffer);
   return status;
+}
+
+VString configurationText(int32_t item) {
+  std::string text;
+  const int32_t status = QueryConfigurationItem(item, &text);
+  return status == 0 ? VString(text.c_str()) : VString();
 }
 
 void appendArchiveDirs(TVProjectConfig* config, const VString& dirs, TVHandle& context) {
@@ -83,7 +89,7 @@ void appendArchiveDirs(TVProjectConfig* config, const VString& dirs, TVHandle& c
 }
 
 VBool appendArchiveSuffix(const TVProjectConfig& config, const VString& extension,
-                          const VString& suffix, VBool tellUser, TVHandle& context) {
+                          const VString& suffix, TellUser tell, TVHandle& context) {
   if (extension.isEmpty() || suffix.isEmpty()) return false;
   VFile file(config.path);
   bool written = false;
@@ -97,7 +103,7 @@ VBool appendArchiveSuffix(const TVProjectConfig& config, const VString& extensio
         context, VString::format("Error opening project configuration file %s. Unable to set the "
                                  "archive suffix for file extension %s",
                                  config.path.text(), extension.text()));
-  } else if (tellUser) {
+  } else if (tell == TellUser::kSuccessToo) {
     context.sink().notice(
         context,
         VString::format("The project configuration file %s has been update with the archive suffix "

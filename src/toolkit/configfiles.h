@@ -16,24 +16,30 @@ constexpr int32_t kItemPromotionGroups = 55;
 constexpr int32_t kItemDateWords = 78;
 constexpr int32_t kItemDateFormat = 79;
 
-// Has the toolkit read the root's file, then the project's, then, if asked to, "vcs.cfg" in the
-// current directory. Later files override earlier ones. False when one could not be taken in. A
-// project file that is missing is reported, and nothing more. With neither of the first two files
-// the toolkit is left with its defaults.
-VBool LoadConfiguration(const VPathString& rootPath, const VPathString& projectPath,
-                        VBool readLocal, TVHandle& context);
+// Whether "vcs.cfg" in the current directory counts. Nothing in the library reads it.
+enum class LocalFile { kLeftOut, kRead };
+
+// Has the toolkit read the root's file, then the project's, then the local one. Later files
+// override earlier ones. False when one could not be taken in. A project file that is missing is
+// reported, and nothing more. With neither of the first two files the toolkit is left with its
+// defaults.
+[[nodiscard]] VBool LoadConfiguration(const VPathString& rootPath, const VPathString& projectPath,
+                                      LocalFile local, TVHandle& context);
 
 // Fetches an item into a growing buffer, inside a bracket of the caller's. Gives the toolkit's
 // status; *answer, which changes only with 0, is the whole buffer, nulls included.
-int32_t QueryConfigurationItem(int32_t item, std::string* answer);
+[[nodiscard]] int32_t QueryConfigurationItem(int32_t item, std::string* answer);
+// An item that is one text; empty also where the toolkit gives none.
+VString configurationText(int32_t item);
 
 // Adds a VCSDIR directive to the configuration's file, without one "\" at the end of `dirs`, and
 // takes `dirs` over, also after a write that failed. Failures go to the sink.
 void appendArchiveDirs(TVProjectConfig* config, const VString& dirs, TVHandle& context);
 
-// Adds an ARCHIVESUFFIX directive. False, after a report, when that failed; without a report when
-// one of the texts is empty.
-VBool appendArchiveSuffix(const TVProjectConfig& config, const VString& extension,
-                          const VString& suffix, VBool tellUser, TVHandle& context);
+// Adds an ARCHIVESUFFIX directive, for clients that set up projects; nothing in the library does.
+// False, after a report, when that failed; without a report when one of the texts is empty.
+enum class TellUser { kFailures, kSuccessToo };
+[[nodiscard]] VBool appendArchiveSuffix(const TVProjectConfig& config, const VString& extension,
+                                        const VString& suffix, TellUser tell, TVHandle& context);
 
 }  // namespace foldapi

@@ -44,7 +44,7 @@ enum FolderCode : int32_t {
   kFolderDate = 23,
 };
 
-// A toolkit status. A `path` that is not null, even an empty one, is named behind the text.
+// A toolkit status. A `path` that is not null, even an empty one, stands after the text.
 VString ToolkitMessage(int32_t code, const char* path);
 VString FolderMessage(int32_t code);
 // `text` is what the message is about: a file, or the name of a promotion group.

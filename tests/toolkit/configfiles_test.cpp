@@ -15,6 +15,8 @@ namespace {
 
 using support::readFile;
 using support::writeFile;
+using enum LocalFile;
+using enum TellUser;
 
 class ToolkitConfiguration : public testing::Test {
  protected:
@@ -23,12 +25,6 @@ class ToolkitConfiguration : public testing::Test {
     toolkit_test::readCalls();
   }
   ~ToolkitConfiguration() override { std::filesystem::current_path(old_); }
-
-  static std::string archiveDirs() {
-    std::string answer;
-    EXPECT_EQ(QueryConfigurationItem(kItemArchiveDirs, &answer), 0);
-    return answer.c_str();
-  }
 
   support::TemporaryDirectory directory;
   support::RecordingSink sink;
@@ -46,28 +42,28 @@ TEST_F(ToolkitConfiguration, ReadsMasterThenProjectThenLocal) {
   const struct {
     const char* root;
     const char* project;
-    bool local;
+    LocalFile local;
     const char* calls;
     const char* told;
     bool result;
     const char* dirs;
   } cases[] = {
-      {"root.cfg", "own.cfg", false, "10 root.cfg\n9 own.cfg\n", "", true, "own"},
-      {"root.cfg", "own.cfg", true, "10 root.cfg\n9 own.cfg\n9 vcs.cfg\n", "", true, "local"},
-      {"", "own.cfg", true, "8 own.cfg\n9 vcs.cfg\n", "", true, "local"},
-      {"none.cfg", "own.cfg", false, "8 own.cfg\n", "", true, "own"},
-      {"root.cfg", "ROOT.CFG", false, "10 root.cfg\n", "", true, "master"},
-      {"root.cfg", "none.cfg", false, "10 root.cfg\n", "error File none.cfg does not exist.\n",
+      {"root.cfg", "own.cfg", kLeftOut, "10 root.cfg\n9 own.cfg\n", "", true, "own"},
+      {"root.cfg", "own.cfg", kRead, "10 root.cfg\n9 own.cfg\n9 vcs.cfg\n", "", true, "local"},
+      {"", "own.cfg", kRead, "8 own.cfg\n9 vcs.cfg\n", "", true, "local"},
+      {"none.cfg", "own.cfg", kLeftOut, "8 own.cfg\n", "", true, "own"},
+      {"root.cfg", "ROOT.CFG", kLeftOut, "10 root.cfg\n", "", true, "master"},
+      {"root.cfg", "none.cfg", kLeftOut, "10 root.cfg\n", "error File none.cfg does not exist.\n",
        true, "master"},
-      {"unreadable", "own.cfg", false, "10 unreadable\n", "", false, ""},
-      {"root.cfg", "unreadable", true, "10 root.cfg\n9 unreadable\n", "", false, "master"},
+      {"unreadable", "own.cfg", kLeftOut, "10 unreadable\n", "", false, ""},
+      {"root.cfg", "unreadable", kRead, "10 root.cfg\n9 unreadable\n", "", false, "master"},
   };
   for (const auto& c : cases) {
     SCOPED_TRACE(std::string(c.root) + " " + c.project);
     EXPECT_EQ(LoadConfiguration(c.root, c.project, c.local, context), c.result);
     EXPECT_EQ(toolkit_test::readCalls(), c.calls);
     EXPECT_EQ(sink.told(), c.told);
-    EXPECT_EQ(archiveDirs(), c.dirs);
+    EXPECT_EQ(configurationText(kItemArchiveDirs).str(), c.dirs);
   }
 }
 
@@ -78,21 +74,21 @@ TEST_F(ToolkitConfiguration, LeavesTheDefaultsWhereThereIsNoFile) {
   const struct {
     const char* root;
     const char* project;
-    bool local;
+    LocalFile local;
     const char* told;
   } cases[] = {
-      {"", "none.cfg", false, "error File none.cfg does not exist.\n"},
-      {"gone.cfg", "none.cfg", false, "error File none.cfg does not exist.\n"},
-      {"none.cfg", "NONE.cfg", false, ""},
-      {"", "", false, ""},
-      {"", "", true, ""},
+      {"", "none.cfg", kLeftOut, "error File none.cfg does not exist.\n"},
+      {"gone.cfg", "none.cfg", kLeftOut, "error File none.cfg does not exist.\n"},
+      {"none.cfg", "NONE.cfg", kLeftOut, ""},
+      {"", "", kLeftOut, ""},
+      {"", "", kRead, ""},
   };
   for (const auto& c : cases) {
     SCOPED_TRACE(std::string(c.root) + " " + c.project);
-    ASSERT_TRUE(LoadConfiguration("", "own.cfg", false, context));
-    ASSERT_EQ(archiveDirs(), "own");
+    ASSERT_TRUE(LoadConfiguration("", "own.cfg", kLeftOut, context));
+    ASSERT_EQ(configurationText(kItemArchiveDirs).str(), "own");
     EXPECT_TRUE(LoadConfiguration(c.root, c.project, c.local, context));
-    EXPECT_EQ(archiveDirs(), "");
+    EXPECT_EQ(configurationText(kItemArchiveDirs).str(), "");
     EXPECT_EQ(sink.told(), c.told);
   }
 }
@@ -133,14 +129,17 @@ TEST_F(ToolkitConfiguration, AppendsArchiveSuffixes) {
     const char* file;
     const char* extension;
     const char* suffix;
-    bool tell;
+    TellUser tell;
     bool result;
     std::string told;
   } cases[] = {
-      {"own.cfg", "c", "_v", true, true, done},       {"own.cfg", "c", "_v", false, true, ""},
-      {"own.cfg", "", "_v", true, false, ""},         {"own.cfg", "c", "", true, false, ""},
-      {"none.cfg", "", "_v", true, false, ""},        {"none.cfg", "c", "_v", true, false, refused},
-      {"none.cfg", "c", "_v", false, false, refused},
+      {"own.cfg", "c", "_v", kSuccessToo, true, done},
+      {"own.cfg", "c", "_v", kFailures, true, ""},
+      {"own.cfg", "", "_v", kSuccessToo, false, ""},
+      {"own.cfg", "c", "", kSuccessToo, false, ""},
+      {"none.cfg", "", "_v", kSuccessToo, false, ""},
+      {"none.cfg", "c", "_v", kSuccessToo, false, refused},
+      {"none.cfg", "c", "_v", kFailures, false, refused},
   };
   for (const auto& c : cases) {
     writeFile(directory / "own.cfg", "A=1\r\n");
