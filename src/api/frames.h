@@ -133,7 +133,7 @@ template <typename Class, typename Child>
   return guarded<::TVHandle*>(nullptr, [&] {
     foldapi::TVHandle& parent = resolve<Class>(token);
     const OpenScope open(parent, &theParkedList());
-    return tokenOf(parent.find(key, false, &Child::theClass, sortType));
+    return tokenOf(parent.find(key, VCase::kIgnored, &Child::theClass, sortType));
   });
 }
 

@@ -97,8 +97,8 @@ int compareNoCase(std::string_view a, std::string_view b) {
   return orderOf(a.size(), b.size());
 }
 
-int compareText(std::string_view a, std::string_view b, bool caseSensitive) {
-  return caseSensitive ? a.compare(b) : compareNoCase(a, b);
+int compareText(std::string_view a, std::string_view b, VCase letterCase) {
+  return letterCase == VCase::kExact ? a.compare(b) : compareNoCase(a, b);
 }
 
 }  // namespace foldapi

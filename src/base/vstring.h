@@ -70,7 +70,8 @@ inline VString operator+(const VString& a, const VString& b) { return VString(a.
 
 // Orders two texts without regard to the case of A to Z: both are folded to lower case.
 int compareNoCase(std::string_view a, std::string_view b);
-// Orders two texts, folded or byte by byte.
-int compareText(std::string_view a, std::string_view b, bool caseSensitive);
+// Whether A to Z count as a to z when texts are compared.
+enum class VCase { kIgnored, kExact };
+int compareText(std::string_view a, std::string_view b, VCase letterCase);
 
 }  // namespace foldapi

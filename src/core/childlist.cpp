@@ -44,8 +44,8 @@ class TVChildList::KeyBytes {
   // Whether there was more than fits.
   bool isCut() const { return isCut_; }
 
-  KeyPrefix prefix(bool caseSensitive) {
-    if (!caseSensitive) std::transform(bytes_, bytes_ + used_, bytes_, folded);
+  KeyPrefix prefix(VCase letterCase) {
+    if (letterCase == VCase::kIgnored) std::transform(bytes_, bytes_ + used_, bytes_, folded);
     return words();
   }
   // As prefix(), with all bits set where there is a byte.
@@ -156,8 +156,9 @@ void TVChildList::setAscending(VBool ascending) {
 
 void TVChildList::setCaseSensitive(VBool caseSensitive) {
   sortIfNeeded();
-  if (caseSensitive_ != caseSensitive) needsSort_ = true;
-  caseSensitive_ = caseSensitive;
+  const VCase letterCase = caseSensitive ? VCase::kExact : VCase::kIgnored;
+  if (letterCase_ != letterCase) needsSort_ = true;
+  letterCase_ = letterCase;
 }
 
 // Prefixes tell the order of two entries only where sort keys are what decides: with group orders
@@ -201,7 +202,7 @@ void TVChildList::fillPrefixes() {
   prefixKeys_ = keysThatDecide();
   std::string scratch;
   for (Entry& entry : entries_) {
-    entry.prefix = keyBytes(entry, 0, &scratch).prefix(caseSensitive_);
+    entry.prefix = keyBytes(entry, 0, &scratch).prefix(letterCase_);
   }
   keyChangesAtSort_ = TVObject::keyChanges();
 }
@@ -269,7 +270,7 @@ void TVChildList::sortRun(size_t begin, size_t end, size_t offset) {
   std::string scratch;
   for (size_t i = begin; i < end; ++i) {
     items.push_back({offset == 0 ? entries_[i].prefix
-                                 : keyBytes(entries_[i], offset, &scratch).prefix(caseSensitive_),
+                                 : keyBytes(entries_[i], offset, &scratch).prefix(letterCase_),
                      i});
   }
   std::sort(items.begin(), items.end(), [this](const Item& a, const Item& b) {
@@ -367,7 +368,7 @@ void TVChildList::collect(VOrdCollect* target, const VClassRecord* record) {
 // Finds
 // --------------------------------------------------------------------------------------------
 
-TVHandle& TVChildList::find(const VString& key, VBool caseSensitive, const VClassRecord* record,
+TVHandle& TVChildList::find(const VString& key, VCase letterCase, const VClassRecord* record,
                             TVSortType sortType, int* position) {
   if (position != nullptr) *position = -1;
   sortIfNeeded();
@@ -375,7 +376,7 @@ TVHandle& TVChildList::find(const VString& key, VBool caseSensitive, const VClas
   find_.key = key;
   find_.record = record;
   find_.sortType = sortType;
-  find_.caseSensitive = caseSensitive;
+  find_.letterCase = letterCase;
   find_.position = 0;
   find_.bisect = prepareFind();
   if (!find_.bisect) return findNext(position);
@@ -391,7 +392,7 @@ TVHandle& TVChildList::find(const VString& key, VBool caseSensitive, const VClas
 // where classes with sort types of their own are mixed, or where it is not that of the keys: items
 // are in the order of their numbers and are found by the texts of these.
 bool TVChildList::prepareFind() {
-  if (find_.caseSensitive != caseSensitive_ || find_.record == nullptr) return false;
+  if (find_.letterCase != letterCase_ || find_.record == nullptr) return false;
   const SortRow& rule = row(find_.record);
   if (find_.sortType == TVSortType::kDefault) find_.sortType = rule.sortType;
   if (listOrderOf(find_.sortType) != rule.sortType || !rule.ordersByKeys) return false;
@@ -489,7 +490,7 @@ int TVChildList::match(const Entry& entry) {
     if (prefix != find_.prefix) return find_.prefix < prefix ? -1 : 1;
     if (find_.isWhole) return 0;
   }
-  return entry.handle->object()->compareKey(find_.key.view(), find_.sortType, find_.caseSensitive);
+  return entry.handle->object()->compareKey(find_.key.view(), find_.sortType, find_.letterCase);
 }
 
 // From here on the find compares with the objects themselves.
@@ -508,7 +509,7 @@ void TVChildList::preparePrefix(const TVObject& object) {
   KeyBytes bytes(0);
   for (int i = 0; i < count; ++i) bytes.add(key.parts[static_cast<size_t>(i)]);
   find_.isWhole = count == key.count && !bytes.isCut();
-  find_.prefix = bytes.prefix(caseSensitive_);
+  find_.prefix = bytes.prefix(letterCase_);
   find_.mask = bytes.mask();
 }
 

@@ -44,7 +44,7 @@ class TVChildList {
   TVHandle& last(const VClassRecord* record, int* position);
   TVHandle& previous(const VClassRecord* record, int* position);
   TVHandle& current(int* position);
-  TVHandle& find(const VString& key, VBool caseSensitive, const VClassRecord* record,
+  TVHandle& find(const VString& key, VCase letterCase, const VClassRecord* record,
                  TVSortType sortType, int* position);
   TVHandle& findNext(int* position);
   void collect(VOrdCollect* target, const VClassRecord* record);
@@ -57,7 +57,7 @@ class TVChildList {
   // What comparisons of objects ask. A class seen for the first time gets the rules of its options.
   TVSortType sortTypeOf(const VClassRecord* record) { return row(record).sortType; }
   int groupOrderOf(const VClassRecord* record) { return row(record).groupOrder; }
-  bool isCaseSensitive() const { return caseSensitive_; }
+  VCase letterCase() const { return letterCase_; }
 
  private:
   // 24 bytes of sort keys, each with a NUL behind it, as numbers that order as the bytes do.
@@ -88,7 +88,7 @@ class TVChildList {
     TVSortType sortType = TVSortType::kDefault;
     int position = -1;  // Next index for findNext(); -1 when the find is finished.
     bool bisect = false;
-    bool caseSensitive = false;
+    VCase letterCase = VCase::kIgnored;
     bool prefixKnown = false;  // The rest stands for this find.
     bool prefixed = false;     // Entries of the class `record` may be compared by `prefix`,
     bool isWhole = false;      // and match if that is equal.
@@ -130,7 +130,7 @@ class TVChildList {
   int16_t openCount_ = 0;
   bool sortable_;
   bool ascending_ = true;
-  bool caseSensitive_ = false;
+  VCase letterCase_ = VCase::kIgnored;
   bool needsSort_ = false;
   bool hasRetired_ = false;
   int prefixKeys_ = 0;  // How many sort keys are in the prefixes; 0 while these mean nothing.

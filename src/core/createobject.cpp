@@ -1,6 +1,8 @@
 // core/createobject.cpp: create means merge into the cache, then write what was not known.
 #include "core/createobject.h"
 
+#include "core/result.h"
+
 namespace foldapi {
 
 TVHandle createObject(const VClassRecord* record, const TVHandle& parentHandle,
@@ -15,21 +17,21 @@ TVHandle createObject(const VClassRecord* record, const TVHandle& parentHandle,
   if (!edit.taken() || (owner != nullptr && owner->isDeleted())) return TVHandle();
 
   TVHandle result = options.context(parent);
-  TVObject* fresh = make(*rules, result, owner, options.transient);
+  TVObject* fresh = make(*rules, result, owner, options.caching);
   if (fresh == nullptr) return TVHandle();
   VBool known;
   result.attach(TVObject::mergeIntoCache(fresh, &known));
   if (known) return result;
   try {
     result.object()->createStorage(result);
-    if (!result.object()->writeInOwner(result)) return result;
+    if (result.object()->writeInOwner(result) == kResultDone) return result;
   } catch (...) {
     if (owner != nullptr) owner->dropWrites();
     throw;
   }
   // Its end may be a caller's edit: until then nobody is to find what will not be stored.
   owner->dropWrites();
-  result.object()->destroyObject(result, false);
+  result.object()->destroyObject(result, TVRemoval::kMemoryOnly);
   return TVHandle();
 }
 

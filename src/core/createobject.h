@@ -13,8 +13,8 @@ namespace foldapi {
 struct TVCreateOptions {
   TVLockScope& scope = theNoLock();  // What the caller has locked.
   TVErrorSink* sink = nullptr;       // Null for the parent's. The new handle keeps it.
-  bool transient = false;            // In no cache, and never written.
-  int version = 0;                   // A format version (object.h); 0 for the parent's.
+  TVCaching caching = TVCaching::kCached;
+  int version = 0;  // A format version (object.h); 0 for the parent's.
 
   // A handle without an object that reports where the new one will.
   TVHandle context(const TVHandle& parent) const {
@@ -24,7 +24,7 @@ struct TVCreateOptions {
 
 // Builds the object by the rules found for it; null to give up, after a report to the context.
 using TVMakeObject = std::function<TVObject*(TVFolderOptions& rules, TVHandle& context,
-                                             TVObject* owner, VBool transient)>;
+                                             TVObject* owner, TVCaching caching)>;
 
 // Creates a record of a class under its parent, or answers with the one that exists. A new one
 // makes its storage and is appended to its owner's file. Gives a handle without an object where the

@@ -126,19 +126,19 @@ void TVHandle::destroy(TVLockScope& scope) {
   TVHandle parent(sink_, object_->owner());
   TVScopedEdit edit(scope, parent);
   // Taking the edit may have read the parent again, and found that this record is gone already.
-  if (edit.taken() && object_ != nullptr) object_->destroyObject(*this, true);
+  if (edit.taken() && object_ != nullptr) object_->destroyObject(*this, TVRemoval::kStored);
 }
 
 void TVHandle::destroyChild(TVHandle& child, TVLockScope& scope) {
   if (child.isNull() || object_ == nullptr || child.object()->owner() != object_) return;
   TVScopedEdit edit(scope, *this);
-  if (edit.taken() && !child.isNull()) child.object()->destroyObject(*this, true);
+  if (edit.taken() && !child.isNull()) child.object()->destroyObject(*this, TVRemoval::kStored);
 }
 
 void TVHandle::destroyChildren(TVLockScope& scope) {
   if (object_ == nullptr) return;
   TVScopedEdit edit(scope, *this);
-  if (edit.taken() && object_ != nullptr) object_->destroyChildren(*this, true);
+  if (edit.taken() && object_ != nullptr) object_->destroyChildren(*this, TVRemoval::kStored);
 }
 
 TVHandle& TVHandle::first(const VClassRecord* record, int* position) {
@@ -157,10 +157,10 @@ TVHandle& TVHandle::current(int* position) {
   return childList_ == nullptr ? theNullHandle() : childList_->current(position);
 }
 
-TVHandle& TVHandle::find(const VString& key, VBool caseSensitive, const VClassRecord* record,
+TVHandle& TVHandle::find(const VString& key, VCase letterCase, const VClassRecord* record,
                          TVSortType sortType, int* position) {
   if (childList_ != nullptr) {
-    return childList_->find(key, caseSensitive, record, sortType, position);
+    return childList_->find(key, letterCase, record, sortType, position);
   }
   if (position != nullptr) *position = -1;
   return theNullHandle();
@@ -203,8 +203,8 @@ int TVHandle::attribute() const { return attributeWith(TVOptionArray()); }
 int TVHandle::attributeWith(const TVOptionArray& options) const {
   return object_ == nullptr ? 0 : object_->attribute(options);
 }
-int TVHandle::compareKey(const VString& key, TVSortType sortType, VBool caseSensitive) const {
-  return object_ == nullptr ? -1 : object_->compareKey(key.view(), sortType, caseSensitive);
+int TVHandle::compareKey(const VString& key, TVSortType sortType, VCase letterCase) const {
+  return object_ == nullptr ? -1 : object_->compareKey(key.view(), sortType, letterCase);
 }
 TVProjectConfig TVHandle::effectiveConfig() {
   return object_ == nullptr ? theEmptyConfig() : object_->effectiveConfig(*this);

@@ -68,7 +68,7 @@ class TVHandle : public VObject {
   TVHandle& previous(const VClassRecord* record, int* position = nullptr);
   TVHandle& current(int* position = nullptr);
   // Searches by key under a sort type, then goes on from there.
-  TVHandle& find(const VString& key, VBool caseSensitive, const VClassRecord* record,
+  TVHandle& find(const VString& key, VCase letterCase, const VClassRecord* record,
                  TVSortType sortType, int* position = nullptr);
   TVHandle& findNext(int* position = nullptr);
   void collectChildren(VOrdCollect* target, const VClassRecord* record);
@@ -87,7 +87,7 @@ class TVHandle : public VObject {
   VString nameWith(const TVOptionArray& options) const;
   int attribute() const;
   int attributeWith(const TVOptionArray& options) const;
-  int compareKey(const VString& key, TVSortType sortType, VBool caseSensitive) const;
+  int compareKey(const VString& key, TVSortType sortType, VCase letterCase) const;
   TVProjectConfig effectiveConfig();
   // Operations on archives, with this handle as the context. An operation result; 5 without an
   // object.

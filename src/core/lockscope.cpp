@@ -15,8 +15,8 @@ void endEditQuietly(TVObject* object, TVHandle& context) {
 
 }  // namespace
 
-TVLockScope::TVLockScope(const TVHandle& handle, VBool take) : context_(handle) {
-  if (!take || handle.isNull()) return;
+TVLockScope::TVLockScope(const TVHandle& handle) : context_(handle) {
+  if (handle.isNull()) return;
   TVReferenceHold hold(handle.object());
   TVObject* object = handle.object();
   if (!object->beginEdit(context_)) return;

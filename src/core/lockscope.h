@@ -12,8 +12,8 @@ class TVLockScope {
  public:
   // Holds nothing.
   TVLockScope() = default;
-  // Takes the edit of the handle's object, if asked to, and ends it with the scope.
-  TVLockScope(const TVHandle& handle, VBool take);
+  // Takes the edit of the handle's object, if there is one, and ends it with the scope.
+  explicit TVLockScope(const TVHandle& handle);
   TVLockScope(const TVLockScope&) = delete;
   TVLockScope& operator=(const TVLockScope&) = delete;
   ~TVLockScope();

@@ -23,7 +23,8 @@ TVStorageLock* TVStorageLock::none() {
   return lock;
 }
 
-TVObject::TVObject(TVObject* owner, VBool transient) : transient_(transient), owner_(owner) {}
+TVObject::TVObject(TVObject* owner, TVCaching caching)
+    : transient_(caching == TVCaching::kTransient), owner_(owner) {}
 
 // Children that a reload cached while nothing used them go with their owner. None of them is
 // referred to: every reference on a child counts here as well.
@@ -77,7 +78,7 @@ int TVObject::describe(TVHandle&, uint32_t* status) {
 }
 
 std::string_view TVObject::sortKey(int*, TVSortType, std::string*) const { return ""; }
-int TVObject::compareKey(std::string_view, TVSortType, bool) const { return 0; }
+int TVObject::compareKey(std::string_view, TVSortType, VCase) const { return 0; }
 TVObject::KeyParts TVObject::keyParts(std::string_view, TVSortType) const { return {}; }
 bool TVObject::ordersBySortKeys(TVSortType) const { return true; }
 VString TVObject::name(const TVOptionArray&) const { return {}; }
@@ -106,7 +107,7 @@ int TVObject::compareTo(const TVObject& other, TVChildList& list) const {
     int otherIndex = position;
     const std::string_view key = sortKey(&index, sortType, &scratch);
     const std::string_view otherKey = other.sortKey(&otherIndex, otherSortType, &otherScratch);
-    const int order = compareText(key, otherKey, list.isCaseSensitive());
+    const int order = compareText(key, otherKey, list.letterCase());
     if (order != 0) return order;
     if (index >= 0 || otherIndex >= 0) break;
   }
@@ -226,7 +227,7 @@ void TVObject::reload(TVHandle& context) {
   for (auto child = left.rbegin(); child != left.rend(); ++child) {
     if (!(*child)->unseen_) continue;
     (*child)->unseen_ = false;
-    if (complete && !deleted_) (*child)->destroyObject(context, false);
+    if (complete && !deleted_) (*child)->destroyObject(context, TVRemoval::kMemoryOnly);
   }
 }
 
@@ -242,17 +243,22 @@ VBool TVObject::beginEdit(TVHandle& context) {
     if (lostChildren_ || isStale(context)) reload(context);
     ready = mayUpdate(context, lockData_);
   } catch (...) {
-    giveUpStorage(context, false);
+    abandonStorage(context);
     throw;
   }
-  if (!ready) giveUpStorage(context, false);
+  if (!ready) abandonStorage(context);
   return ready;
 }
 
-bool TVObject::giveUpStorage(TVHandle& context, bool keep) {
+bool TVObject::giveUpStorage(TVHandle& context) {
   TVStorageLock* lock = lockData_;
   lockData_ = nullptr;
-  return unlockStorage(context, lock, keep);
+  return unlockStorage(context, lock, keepWrites_);
+}
+
+void TVObject::abandonStorage(TVHandle& context) {
+  dropWrites();
+  giveUpStorage(context);
 }
 
 // A deleted object writes nothing, but what it holds goes all the same.
@@ -262,9 +268,9 @@ VBool TVObject::endEdit(TVHandle& context) {
   bool stored = false;
   try {
     if (!wasDeleted && dirty_) rewrite(context);
-    stored = giveUpStorage(context, keepWrites_);
+    stored = giveUpStorage(context);
   } catch (...) {
-    if (lockData_ != nullptr) giveUpStorage(context, false);
+    if (lockData_ != nullptr) abandonStorage(context);
     if (!wasDeleted) revert(context);
     throw;
   }
@@ -298,9 +304,9 @@ void TVObject::rewrite(TVHandle& context) {
   }
 }
 
-VBool TVObject::writeInOwner(TVHandle& context) {
-  if (deleted_ || owner_ == nullptr || owner_->lockData_ == nullptr) return false;
-  return writeNewChild(context, owner_->lockData_) != 0;
+int TVObject::writeInOwner(TVHandle& context) {
+  if (deleted_ || owner_ == nullptr || owner_->lockData_ == nullptr) return kResultDone;
+  return writeNewChild(context, owner_->lockData_);
 }
 
 // The cache
@@ -370,30 +376,30 @@ void TVObject::rekeyInOwnerTable(uint64_t fingerprintBefore) {
 // Destruction
 // --------------------------------------------------------------------------------------
 
-void TVObject::destroyObject(TVHandle& context, bool fromDisk) {
+void TVObject::destroyObject(TVHandle& context, TVRemoval removal) {
   if (deleted_) return;
   TVReferenceHold ownerHold(owner_);
   TVReferenceHold hold(this);
   dirty_ = true;
-  destroyChildren(context, fromDisk);
-  if (fromDisk) removeStorage(context);
+  destroyChildren(context, removal);
+  if (removal == TVRemoval::kStored) removeStorage(context);
   deleted_ = true;
-  if (owner_ != nullptr) leaveOwner(fromDisk);
+  if (owner_ != nullptr) leaveOwner(removal);
   orphanHandles();
 }
 
-void TVObject::destroyChildren(TVHandle& context, bool fromDisk) {
+void TVObject::destroyChildren(TVHandle& context, TVRemoval removal) {
   const std::vector<TVObject*> all = childrenInOrder();
   for (auto child = all.rbegin(); child != all.rend(); ++child) {
-    (*child)->destroyObject(context, fromDisk);
+    (*child)->destroyObject(context, removal);
   }
 }
 
 // The owner forgets this object and gets back what it held on behalf of it; this object loses the
 // references that the owner's open uses gave it, and lives on for its handles alone.
-void TVObject::leaveOwner(bool fromDisk) {
+void TVObject::leaveOwner(TVRemoval removal) {
   TVObject* owner = owner_;
-  if (fromDisk) owner->dirty_ = true;
+  if (removal == TVRemoval::kStored) owner->dirty_ = true;
   const bool wasCached = leaveOwnerTable();
   owner->releaseReference(refCount_);
   if (wasCached) refCount_ -= owner->useCount_;

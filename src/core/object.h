@@ -43,11 +43,19 @@ class TVStorageLock {
 constexpr int kAbstractVersion = 1;  // Classes that know of no files.
 constexpr int kFormat52 = 2;
 
+// Whether an object stands in its owner's table of children. A transient one doesn't: it is never
+// found again, nor written.
+enum class TVCaching { kCached, kTransient };
+
+// How far the destruction of an object goes: its record and its storage go too, or memory alone
+// follows what another hand did to the files.
+enum class TVRemoval { kStored, kMemoryOnly };
+
 class TVObject : public VObject {
  public:
   static const VClassRecord theClass;
 
-  TVObject(TVObject* owner, VBool transient);
+  TVObject(TVObject* owner, TVCaching caching = TVCaching::kCached);
   TVObject(const TVObject&) = delete;
   TVObject& operator=(const TVObject&) = delete;
   ~TVObject() override;
@@ -97,7 +105,7 @@ class TVObject : public VObject {
   // negative value means that more keys may follow. The text is the object's own or `scratch`'s.
   virtual std::string_view sortKey(int* index, TVSortType sortType, std::string* scratch) const;
   // Compares a key with this object: 0 means that it matches, below 0 that it sorts before.
-  virtual int compareKey(std::string_view key, TVSortType sortType, bool caseSensitive) const;
+  virtual int compareKey(std::string_view key, TVSortType sortType, VCase letterCase) const;
   // A key cut up as compareKey() compares it: the first part with sort key 0, the second one, if
   // the first is equal, with sort key 1. No parts where compareKey() does otherwise.
   struct KeyParts {
@@ -146,14 +154,14 @@ class TVObject : public VObject {
   // others have their stored values. What can't be read then stays as it is until it can.
   // False also for a deleted object and without an edit.
   VBool endEdit(TVHandle& context);
-  // Writes the record of this new object into its owner's open storage. True when that failed.
-  VBool writeInOwner(TVHandle& context);
+  // Writes the record of this new object into its owner's open storage. An operation result; done
+  // also where there is no owner, or none whose storage is open.
+  [[nodiscard]] int writeInOwner(TVHandle& context);
   // Lets the end of the present edit leave the files as they were.
   void dropWrites() { keepWrites_ = false; }
-  // Takes the object out of the database, with all below it. `fromDisk` says whether its record and
-  // storage go too, or just memory follows what another hand did.
-  void destroyObject(TVHandle& context, bool fromDisk);
-  void destroyChildren(TVHandle& context, bool fromDisk);
+  // Takes the object out of the database, with all below it.
+  void destroyObject(TVHandle& context, TVRemoval removal);
+  void destroyChildren(TVHandle& context, TVRemoval removal);
 
   // Gives a freshly built object to its owner's cache. Where an equal one is cached already, the
   // fresh one is deleted and the cached one given; *known tells which.
@@ -189,19 +197,21 @@ class TVObject : public VObject {
  protected:
   // To be called by setters of sort keys that take no part in isEqual().
   static void countKeyChange();
-  // Runs `assign`, which changes a field that takes part in isEqual(), and keeps the owner's table
-  // in order: the object moves if its hash takes part as well. Where an equal one is in the table
-  // already the object leaves it, and lives on for its handles alone.
+  // Both run `assign`, which changes a field that takes part in isEqual(), and keep the owner's
+  // table in order. This one is for a field that takes no part in the hash.
   template <typename Assign>
-  void changeKey(bool inHash, Assign assign) {
+  void changeKey(Assign assign) {
     const uint64_t before = fingerprint();
-    const bool wasCached = inHash && leaveOwnerTable();
     assign();
-    if (inHash) {
-      enterOwnerTable(wasCached);
-    } else {
-      rekeyInOwnerTable(before);
-    }
+    rekeyInOwnerTable(before);
+  }
+  // For a field that does: the object moves. Where an equal one is in the table already the object
+  // leaves it, and lives on for its handles alone.
+  template <typename Assign>
+  void changeHashedKey(Assign assign) {
+    const bool wasCached = leaveOwnerTable();
+    assign();
+    enterOwnerTable(wasCached);
   }
 
  private:
@@ -212,11 +222,12 @@ class TVObject : public VObject {
   void reload(TVHandle& context);
   void rewrite(TVHandle& context);
   void revert(TVHandle& context);
-  bool giveUpStorage(TVHandle& context, bool keep);
+  bool giveUpStorage(TVHandle& context);
+  void abandonStorage(TVHandle& context);
   bool leaveOwnerTable();
   void enterOwnerTable(bool wasCached);
   void rekeyInOwnerTable(uint64_t fingerprintBefore);
-  void leaveOwner(bool fromDisk);
+  void leaveOwner(TVRemoval removal);
   void orphanHandles();
   void announce(TVObject* child);
 

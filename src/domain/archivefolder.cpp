@@ -38,8 +38,8 @@ const FolderKey* folderKeys(TVSortType sortType) {
 }  // namespace
 
 TVArchiveFolder::TVArchiveFolder(VString name, VString privateWorkDir, VBool isPrivate,
-                                 TVObject* owner, VBool transient)
-    : TVObject(owner, transient),
+                                 TVObject* owner, TVCaching caching)
+    : TVObject(owner, caching),
       folderName_(std::move(name)),
       privateWorkDir_(std::move(privateWorkDir)),
       isPrivate_(isPrivate) {}
@@ -70,13 +70,12 @@ std::string_view TVArchiveFolder::sortKey(int* index, TVSortType sortType,
   return privateWorkDir_.view();
 }
 
-int TVArchiveFolder::compareKey(std::string_view key, TVSortType sortType,
-                                bool caseSensitive) const {
+int TVArchiveFolder::compareKey(std::string_view key, TVSortType sortType, VCase letterCase) const {
   const bool known = sortType == TVSortType::kDefault || sortType == TVSortType::kName ||
                      sortType == TVSortType::kWorkDir || sortType == TVSortType::kPrivacy;
   if (!known) return 0;
   int index = 0;
-  return compareText(key, TVArchiveFolder::sortKey(&index, sortType, nullptr), caseSensitive);
+  return compareText(key, TVArchiveFolder::sortKey(&index, sortType, nullptr), letterCase);
 }
 
 TVObject::KeyParts TVArchiveFolder::keyParts(std::string_view key, TVSortType sortType) const {
@@ -96,7 +95,7 @@ VString TVArchiveFolder::name(const TVOptionArray& options) const {
 int TVArchiveFolder::attribute(const TVOptionArray&) const { return isPrivate_ ? 1 : 2; }
 
 void TVArchiveFolder::setFolderName(const VString& name) {
-  changeKey(true, [&] { folderName_ = name; });
+  changeHashedKey([&] { folderName_ = name; });
 }
 
 // A sort key of the folder, and with the full work directory one of all members below it.
@@ -107,7 +106,7 @@ void TVArchiveFolder::setPrivateWorkDir(const VString& dir) {
 }
 
 void TVArchiveFolder::setIsPrivate(VBool isPrivate) {
-  changeKey(false, [&] { isPrivate_ = isPrivate; });
+  changeKey([&] { isPrivate_ = isPrivate; });
 }
 
 // At version 1 a folder may hold folders; format 5.2 keeps members only.
@@ -124,8 +123,8 @@ TVArchiveFolderOptions::TVArchiveFolderOptions(int version,
 
 TVObject* TVArchiveFolderOptions::makeObject(const VString& name, const VString& privateWorkDir,
                                              VBool isPrivate, TVHandle&, TVObject* owner,
-                                             VBool transient) {
-  return new TVArchiveFolder(name, privateWorkDir, isPrivate, owner, transient);
+                                             TVCaching caching) {
+  return new TVArchiveFolder(name, privateWorkDir, isPrivate, owner, caching);
 }
 
 VString TVArchiveFolderHandle::folderName() const {
@@ -170,12 +169,12 @@ TVArchiveFolderHandle TVArchiveFolderHandle::create(const VString& name, const V
       !isStorableText(context, privateDir.view())) {
     return TVArchiveFolderHandle();
   }
-  return TVArchiveFolderHandle(
-      createObject(&TVArchiveFolder::theClass, parent, options,
-                   [&](TVFolderOptions& rules, TVHandle& result, TVObject* owner, VBool transient) {
-                     return static_cast<TVArchiveFolderOptions&>(rules).makeObject(
-                         name, privateDir, isPrivate, result, owner, transient);
-                   }));
+  return TVArchiveFolderHandle(createObject(
+      &TVArchiveFolder::theClass, parent, options,
+      [&](TVFolderOptions& rules, TVHandle& result, TVObject* owner, TVCaching caching) {
+        return static_cast<TVArchiveFolderOptions&>(rules).makeObject(name, privateDir, isPrivate,
+                                                                      result, owner, caching);
+      }));
 }
 
 }  // namespace foldapi

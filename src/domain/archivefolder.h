@@ -15,7 +15,7 @@ class TVArchiveFolder : public TVObject {
   static const VClassRecord theClass;
 
   TVArchiveFolder(VString name, VString privateWorkDir, VBool isPrivate, TVObject* owner,
-                  VBool transient);
+                  TVCaching caching = TVCaching::kCached);
 
   const VClassRecord* isA() const override { return &theClass; }
   // Name and privacy are the identity.
@@ -25,7 +25,7 @@ class TVArchiveFolder : public TVObject {
 
   // Under kDefault, and under types that folders don't have, privacy comes first.
   std::string_view sortKey(int* index, TVSortType sortType, std::string* scratch) const override;
-  int compareKey(std::string_view key, TVSortType sortType, bool caseSensitive) const override;
+  int compareKey(std::string_view key, TVSortType sortType, VCase letterCase) const override;
   KeyParts keyParts(std::string_view key, TVSortType sortType) const override;
   // The name, or in the long form the name, a tab and the work directory.
   VString name(const TVOptionArray& options) const override;
@@ -53,7 +53,7 @@ class TVArchiveFolderOptions : public TVFolderOptions {
  public:
   explicit TVArchiveFolderOptions(int version = kAbstractVersion);
   virtual TVObject* makeObject(const VString& name, const VString& privateWorkDir, VBool isPrivate,
-                               TVHandle& context, TVObject* owner, VBool transient);
+                               TVHandle& context, TVObject* owner, TVCaching caching);
 
  protected:
   TVArchiveFolderOptions(int version, std::vector<const VClassRecord*> childClasses);

@@ -17,8 +17,9 @@ int signOf(int64_t difference) { return difference < 0 ? -1 : difference > 0 ? 1
 
 }  // namespace
 
-TVArchiveItem::TVArchiveItem(VString itemName, int32_t itemNumber, TVObject* owner, VBool transient)
-    : TVObject(owner, transient), itemNumber_(itemNumber), itemName_(std::move(itemName)) {}
+TVArchiveItem::TVArchiveItem(VString itemName, int32_t itemNumber, TVObject* owner,
+                             TVCaching caching)
+    : TVObject(owner, caching), itemNumber_(itemNumber), itemName_(std::move(itemName)) {}
 
 bool TVArchiveItem::isEqual(const VObject* other) const {
   return TVObject::isEqual(other) &&
@@ -38,11 +39,11 @@ std::string_view TVArchiveItem::sortKey(int* index, TVSortType sortType,
   return *scratch;
 }
 
-int TVArchiveItem::compareKey(std::string_view key, TVSortType sortType, bool caseSensitive) const {
+int TVArchiveItem::compareKey(std::string_view key, TVSortType sortType, VCase letterCase) const {
   if (!ordersBySortKeys(sortType)) {
-    return compareText(key, std::to_string(itemNumber_), true);
+    return compareText(key, std::to_string(itemNumber_), VCase::kExact);
   }
-  return sortType == TVSortType::kName ? compareText(key, itemName_.view(), caseSensitive) : 0;
+  return sortType == TVSortType::kName ? compareText(key, itemName_.view(), letterCase) : 0;
 }
 
 TVObject::KeyParts TVArchiveItem::keyParts(std::string_view key, TVSortType sortType) const {
@@ -82,7 +83,7 @@ VString TVArchiveItem::lockerText() {
 }
 
 void TVArchiveItem::setItemName(const VString& name) {
-  changeKey(true, [&] { itemName_ = name; });
+  changeHashedKey([&] { itemName_ = name; });
 }
 
 TVArchiveItemOptions::TVArchiveItemOptions(const VClassRecord* objectClass, int version,
@@ -123,8 +124,8 @@ TVArchiveItemHandle TVArchiveItemHandle::create(const VClassRecord* record, cons
   if (!isStorableText(context, name.view())) return TVArchiveItemHandle();
   return TVArchiveItemHandle(createObject(
       record, parent, options,
-      [&](TVFolderOptions& rules, TVHandle&, TVObject* owner, VBool transient) {
-        return static_cast<TVArchiveItemOptions&>(rules).makeObject(name, owner, transient);
+      [&](TVFolderOptions& rules, TVHandle&, TVObject* owner, TVCaching caching) {
+        return static_cast<TVArchiveItemOptions&>(rules).makeObject(name, owner, caching);
       }));
 }
 

@@ -13,7 +13,8 @@ class TVArchiveItem : public TVObject {
  public:
   static const VClassRecord theClass;
 
-  TVArchiveItem(VString itemName, int32_t itemNumber, TVObject* owner, VBool transient);
+  TVArchiveItem(VString itemName, int32_t itemNumber, TVObject* owner,
+                TVCaching caching = TVCaching::kCached);
 
   const VClassRecord* isA() const override { return &theClass; }
   bool isEqual(const VObject* other) const override;
@@ -23,7 +24,7 @@ class TVArchiveItem : public TVObject {
   // Under kName the name comes first, under any other type the number.
   std::string_view sortKey(int* index, TVSortType sortType, std::string* scratch) const override;
   // Under kDefault and kNumber a key is the text of the number, and compares byte by byte.
-  int compareKey(std::string_view key, TVSortType sortType, bool caseSensitive) const override;
+  int compareKey(std::string_view key, TVSortType sortType, VCase letterCase) const override;
   KeyParts keyParts(std::string_view key, TVSortType sortType) const override;
   bool ordersBySortKeys(TVSortType sortType) const override {
     return sortType != TVSortType::kDefault && sortType != TVSortType::kNumber;
@@ -57,7 +58,7 @@ class TVArchiveItemOptions : public TVFolderOptions {
   TVArchiveItemOptions(const VClassRecord* objectClass, int version,
                        std::vector<const VClassRecord*> childClasses);
   // Builds an item of the class under a name.
-  virtual TVObject* makeObject(const VString& name, TVObject* owner, VBool transient) = 0;
+  virtual TVObject* makeObject(const VString& name, TVObject* owner, TVCaching caching) = 0;
 };
 
 // The rule record of a class of items that are made from a name alone.
@@ -66,8 +67,8 @@ class TVNamedItemOptions : public TVArchiveItemOptions {
  public:
   TVNamedItemOptions(int version, std::vector<const VClassRecord*> childClasses = {})
       : TVArchiveItemOptions(&Item::theClass, version, std::move(childClasses)) {}
-  TVObject* makeObject(const VString& name, TVObject* owner, VBool transient) override {
-    return new Item(name, 0, owner, transient);
+  TVObject* makeObject(const VString& name, TVObject* owner, TVCaching caching) override {
+    return new Item(name, 0, owner, caching);
   }
 };
 

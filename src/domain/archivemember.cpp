@@ -77,8 +77,8 @@ bool TVMemberNames::areStorable(TVHandle& context) const {
   return isStorableText(context, workName.view(), kEndsSectionName);
 }
 
-TVArchiveMember::TVArchiveMember(TVMemberNames names, TVObject* owner, VBool transient)
-    : TVObject(owner, transient), names_(std::move(names)) {}
+TVArchiveMember::TVArchiveMember(TVMemberNames names, TVObject* owner, TVCaching caching)
+    : TVObject(owner, caching), names_(std::move(names)) {}
 
 bool TVArchiveMember::isEqual(const VObject* other) const {
   return TVObject::isEqual(other) && static_cast<const TVArchiveMember*>(other)->names_ == names_;
@@ -111,20 +111,19 @@ std::string_view TVArchiveMember::sortKey(int* index, TVSortType sortType,
   return (names_.*memberKeys(sortType)[position]).view();
 }
 
-int TVArchiveMember::compareKey(std::string_view key, TVSortType sortType,
-                                bool caseSensitive) const {
+int TVArchiveMember::compareKey(std::string_view key, TVSortType sortType, VCase letterCase) const {
   if (const NameField field = wholeKeyField(sortType); field != nullptr) {
-    return compareText(key, (names_.*field).view(), caseSensitive);
+    return compareText(key, (names_.*field).view(), letterCase);
   }
-  if (!isQualifiedSort(sortType)) return TVObject::compareKey(key, sortType, caseSensitive);
+  if (!isQualifiedSort(sortType)) return TVObject::compareKey(key, sortType, letterCase);
   std::string scratch;
   int index = 0;
   const int order = compareText(VPathString::directoryPartOf(key),
-                                sortKey(&index, sortType, &scratch), caseSensitive);
+                                sortKey(&index, sortType, &scratch), letterCase);
   if (order != 0) return order;
   const VPathString& name =
       sortType == TVSortType::kArchivePath ? names_.archiveName : names_.workName;
-  return compareText(VPathString::fileNamePartOf(key), name.view(), caseSensitive);
+  return compareText(VPathString::fileNamePartOf(key), name.view(), letterCase);
 }
 
 TVObject::KeyParts TVArchiveMember::keyParts(std::string_view key, TVSortType sortType) const {
@@ -221,19 +220,19 @@ int TVArchiveMember::GetHeaderText(TVHandle&, VString* out) { return answerNothi
 int TVArchiveMember::GetLockers(TVHandle&, VString* out) { return answerNothing(out); }
 
 void TVArchiveMember::setWorkPath(const VPathString& path) {
-  changeKey(false, [&] { names_.workPath = path; });
+  changeKey([&] { names_.workPath = path; });
 }
 void TVArchiveMember::setWorkName(const VPathString& name) {
-  changeKey(false, [&] { names_.workName = name; });
+  changeKey([&] { names_.workName = name; });
 }
 void TVArchiveMember::setArchivePath(const VPathString& path) {
-  changeKey(true, [&] { names_.archivePath = path; });
+  changeHashedKey([&] { names_.archivePath = path; });
 }
 void TVArchiveMember::setArchiveName(const VPathString& name) {
-  changeKey(true, [&] { names_.archiveName = name; });
+  changeHashedKey([&] { names_.archiveName = name; });
 }
 void TVArchiveMember::setNames(const TVMemberNames& names) {
-  changeKey(true, [&] { names_ = names; });
+  changeHashedKey([&] { names_ = names; });
 }
 
 TVArchiveMemberOptions::TVArchiveMemberOptions(int version)
@@ -241,8 +240,8 @@ TVArchiveMemberOptions::TVArchiveMemberOptions(int version)
                       {&TVBranch::theClass}) {}
 
 TVObject* TVArchiveMemberOptions::makeObject(const TVMemberNames& names, TVHandle&, TVObject* owner,
-                                             VBool transient) {
-  return new TVArchiveMember(names, owner, transient);
+                                             TVCaching caching) {
+  return new TVArchiveMember(names, owner, caching);
 }
 
 // The handle
@@ -345,12 +344,12 @@ TVArchiveMemberHandle TVArchiveMemberHandle::create(const TVMemberNames& names,
                                                     const TVCreateOptions& options) {
   TVHandle context = options.context(parent);
   if (!names.areStorable(context)) return TVArchiveMemberHandle();
-  return TVArchiveMemberHandle(
-      createObject(&TVArchiveMember::theClass, parent, options,
-                   [&](TVFolderOptions& rules, TVHandle& result, TVObject* owner, VBool transient) {
-                     return static_cast<TVArchiveMemberOptions&>(rules).makeObject(
-                         names, result, owner, transient);
-                   }));
+  return TVArchiveMemberHandle(createObject(
+      &TVArchiveMember::theClass, parent, options,
+      [&](TVFolderOptions& rules, TVHandle& result, TVObject* owner, TVCaching caching) {
+        return static_cast<TVArchiveMemberOptions&>(rules).makeObject(names, result, owner,
+                                                                      caching);
+      }));
 }
 
 }  // namespace foldapi

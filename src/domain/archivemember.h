@@ -38,7 +38,7 @@ class TVArchiveMember : public TVObject {
  public:
   static const VClassRecord theClass;
 
-  TVArchiveMember(TVMemberNames names, TVObject* owner, VBool transient);
+  TVArchiveMember(TVMemberNames names, TVObject* owner, TVCaching caching = TVCaching::kCached);
 
   const VClassRecord* isA() const override { return &theClass; }
   // All four names are the identity; only the archive's two go into the hash.
@@ -48,7 +48,7 @@ class TVArchiveMember : public TVObject {
 
   // Under kDefault, and under types that members don't have, as under kWorkPath.
   std::string_view sortKey(int* index, TVSortType sortType, std::string* scratch) const override;
-  int compareKey(std::string_view key, TVSortType sortType, bool caseSensitive) const override;
+  int compareKey(std::string_view key, TVSortType sortType, VCase letterCase) const override;
   KeyParts keyParts(std::string_view key, TVSortType sortType) const override;
   // Branches below a member stay in the order in which they were read.
   VBool isSortable() const override { return false; }
@@ -92,7 +92,7 @@ class TVArchiveMemberOptions : public TVFolderOptions {
  public:
   explicit TVArchiveMemberOptions(int version = kAbstractVersion);
   virtual TVObject* makeObject(const TVMemberNames& names, TVHandle& context, TVObject* owner,
-                               VBool transient);
+                               TVCaching caching);
 };
 
 class TVArchiveMemberHandle : public TVHandle {

@@ -27,8 +27,8 @@ VString storedName(const VString& lockerName) {
 }  // namespace
 
 TVLockedByFolder::TVLockedByFolder(VString lockerName, VString privateWorkDir, TVObject* owner,
-                                   VBool transient)
-    : TVArchiveFolder(storedName(lockerName), std::move(privateWorkDir), true, owner, transient),
+                                   TVCaching caching)
+    : TVArchiveFolder(storedName(lockerName), std::move(privateWorkDir), true, owner, caching),
       lockerName_(std::move(lockerName)) {}
 
 VString TVLockedByFolder::name(const TVOptionArray&) const {
@@ -41,8 +41,8 @@ TVLockedByFolderOptions::TVLockedByFolderOptions()
 
 TVObject* TVLockedByFolderOptions::makeObject(const VString& lockerName,
                                               const VString& privateWorkDir, TVObject* owner,
-                                              VBool transient) {
-  return new TVLockedByFolder(lockerName, privateWorkDir, owner, transient);
+                                              TVCaching caching) {
+  return new TVLockedByFolder(lockerName, privateWorkDir, owner, caching);
 }
 
 VString TVLockedByFolderHandle::lockerName() const {
@@ -56,9 +56,9 @@ TVLockedByFolderHandle TVLockedByFolderHandle::create(const VString& lockerName,
                                                       const TVCreateOptions& options) {
   return TVLockedByFolderHandle(
       createObject(&TVLockedByFolder::theClass, parent, options,
-                   [&](TVFolderOptions& rules, TVHandle&, TVObject* owner, VBool transient) {
+                   [&](TVFolderOptions& rules, TVHandle&, TVObject* owner, TVCaching caching) {
                      return static_cast<TVLockedByFolderOptions&>(rules).makeObject(
-                         lockerName, privateDir, owner, transient);
+                         lockerName, privateDir, owner, caching);
                    }));
 }
 

@@ -12,7 +12,8 @@ class TVLockedByFolder : public TVArchiveFolder {
  public:
   static const VClassRecord theClass;
 
-  TVLockedByFolder(VString lockerName, VString privateWorkDir, TVObject* owner, VBool transient);
+  TVLockedByFolder(VString lockerName, VString privateWorkDir, TVObject* owner,
+                   TVCaching caching = TVCaching::kCached);
 
   const VClassRecord* isA() const override { return &theClass; }
   // "Files locked by " and the user.
@@ -28,7 +29,7 @@ class TVLockedByFolderOptions : public TVFolderOptions {
  public:
   TVLockedByFolderOptions();
   TVObject* makeObject(const VString& lockerName, const VString& privateWorkDir, TVObject* owner,
-                       VBool transient);
+                       TVCaching caching);
 };
 
 class TVLockedByFolderHandle : public TVArchiveFolderHandle {

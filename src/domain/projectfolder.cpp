@@ -13,8 +13,8 @@ const VClassRecord TVProjectFolder::theClass = {
     []() -> VObject* { return new TVProjectFolderHandle; }};
 
 TVProjectFolder::TVProjectFolder(VString name, TVProjectConfig config, VString privateWorkDir,
-                                 VString publicWorkDir, TVObject* owner, VBool transient)
-    : TVArchiveFolder(std::move(name), std::move(privateWorkDir), false, owner, transient),
+                                 VString publicWorkDir, TVObject* owner, TVCaching caching)
+    : TVArchiveFolder(std::move(name), std::move(privateWorkDir), false, owner, caching),
       publicWorkDir_(std::move(publicWorkDir)),
       config_(std::move(config)) {}
 
@@ -43,8 +43,8 @@ TVProjectFolderOptions::TVProjectFolderOptions(int version)
 TVObject* TVProjectFolderOptions::makeObject(const VString& name, const TVProjectConfig& config,
                                              const VString& privateWorkDir,
                                              const VString& publicWorkDir, TVHandle&,
-                                             TVObject* owner, VBool transient) {
-  return new TVProjectFolder(name, config, privateWorkDir, publicWorkDir, owner, transient);
+                                             TVObject* owner, TVCaching caching) {
+  return new TVProjectFolder(name, config, privateWorkDir, publicWorkDir, owner, caching);
 }
 
 VString TVProjectFolderHandle::publicDir() const {
@@ -115,12 +115,12 @@ TVProjectFolderHandle TVProjectFolderHandle::create(
   for (const VString* text : {&privateDir, &publicDir}) {
     if (!isStorableText(context, text->view())) return TVProjectFolderHandle();
   }
-  return TVProjectFolderHandle(
-      createObject(&TVProjectFolder::theClass, parent, options,
-                   [&](TVFolderOptions& rules, TVHandle& result, TVObject* owner, VBool transient) {
-                     return static_cast<TVProjectFolderOptions&>(rules).makeObject(
-                         name, config, privateDir, publicDir, result, owner, transient);
-                   }));
+  return TVProjectFolderHandle(createObject(
+      &TVProjectFolder::theClass, parent, options,
+      [&](TVFolderOptions& rules, TVHandle& result, TVObject* owner, TVCaching caching) {
+        return static_cast<TVProjectFolderOptions&>(rules).makeObject(
+            name, config, privateDir, publicDir, result, owner, caching);
+      }));
 }
 
 }  // namespace foldapi

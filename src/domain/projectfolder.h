@@ -15,7 +15,7 @@ class TVProjectFolder : public TVArchiveFolder {
   static const VClassRecord theClass;
 
   TVProjectFolder(VString name, TVProjectConfig config, VString privateWorkDir,
-                  VString publicWorkDir, TVObject* owner, VBool transient);
+                  VString publicWorkDir, TVObject* owner, TVCaching caching = TVCaching::kCached);
 
   const VClassRecord* isA() const override { return &theClass; }
   VString name(const TVOptionArray& options) const override;
@@ -51,7 +51,7 @@ class TVProjectFolderOptions : public TVFolderOptions {
   explicit TVProjectFolderOptions(int version = kAbstractVersion);
   virtual TVObject* makeObject(const VString& name, const TVProjectConfig& config,
                                const VString& privateWorkDir, const VString& publicWorkDir,
-                               TVHandle& context, TVObject* owner, VBool transient);
+                               TVHandle& context, TVObject* owner, TVCaching caching);
 };
 
 class TVProjectFolderHandle : public TVArchiveFolderHandle {

@@ -10,8 +10,8 @@ const VClassRecord TVProjectRoot::theClass = {"TVProjectRoot", &TVObject::theCla
                                               []() -> VObject* { return new TVProjectRootHandle; }};
 
 TVProjectRoot::TVProjectRoot(VString publicDir, VString privateDir, TVObject* owner,
-                             VBool transient)
-    : TVObject(owner, transient),
+                             TVCaching caching)
+    : TVObject(owner, caching),
       publicDir_(std::move(publicDir)),
       privateDir_(std::move(privateDir)) {}
 
@@ -32,8 +32,8 @@ TVProjectRootOptions::TVProjectRootOptions(int version)
                       {&TVProjectFolder::theClass}) {}
 
 TVObject* TVProjectRootOptions::makeObject(const VString& publicDir, const VString& privateDir,
-                                           TVHandle&, TVObject* owner, VBool transient) {
-  return new TVProjectRoot(publicDir, privateDir, owner, transient);
+                                           TVHandle&, TVObject* owner, TVCaching caching) {
+  return new TVProjectRoot(publicDir, privateDir, owner, caching);
 }
 
 VString TVProjectRootHandle::publicDir() const {
@@ -58,9 +58,9 @@ TVProjectRootHandle TVProjectRootHandle::create(const VString& publicDir, const 
                                                 const TVCreateOptions& options) {
   return TVProjectRootHandle(createObject(
       &TVProjectRoot::theClass, owner, options,
-      [&](TVFolderOptions& rules, TVHandle& context, TVObject* parent, VBool transient) {
+      [&](TVFolderOptions& rules, TVHandle& context, TVObject* parent, TVCaching caching) {
         return static_cast<TVProjectRootOptions&>(rules).makeObject(publicDir, privateDir, context,
-                                                                    parent, transient);
+                                                                    parent, caching);
       }));
 }
 

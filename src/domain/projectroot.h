@@ -12,7 +12,8 @@ class TVProjectRoot : public TVObject {
  public:
   static const VClassRecord theClass;
 
-  TVProjectRoot(VString publicDir, VString privateDir, TVObject* owner, VBool transient);
+  TVProjectRoot(VString publicDir, VString privateDir, TVObject* owner,
+                TVCaching caching = TVCaching::kCached);
 
   const VClassRecord* isA() const override { return &theClass; }
   // The public directory is the identity; the private one takes no part.
@@ -40,7 +41,7 @@ class TVProjectRootOptions : public TVFolderOptions {
  public:
   explicit TVProjectRootOptions(int version = kAbstractVersion);
   virtual TVObject* makeObject(const VString& publicDir, const VString& privateDir,
-                               TVHandle& context, TVObject* owner, VBool transient);
+                               TVHandle& context, TVObject* owner, TVCaching caching);
 };
 
 class TVProjectRootHandle : public TVHandle {

@@ -10,8 +10,8 @@ const VClassRecord TVPromotionFolder::theClass = {
     "TVPromotionFolder", &TVObject::theClass, 15,
     []() -> VObject* { return new TVPromotionFolderHandle; }};
 
-TVPromotionFolder::TVPromotionFolder(VString promotionName, TVObject* owner, VBool transient)
-    : TVObject(owner, transient), promotionName_(std::move(promotionName)) {}
+TVPromotionFolder::TVPromotionFolder(VString promotionName, TVObject* owner, TVCaching caching)
+    : TVObject(owner, caching), promotionName_(std::move(promotionName)) {}
 
 bool TVPromotionFolder::isEqual(const VObject* other) const {
   return TVObject::isEqual(other) &&
@@ -30,12 +30,12 @@ TVPromotionFolderOptions::TVPromotionFolderOptions(int version)
                                                    : &TVProjectFolder::theClass}) {}
 
 TVObject* TVPromotionFolderOptions::makeObject(const VString& name, TVObject* owner,
-                                               VBool transient) {
-  return new TVPromotionFolder(name, owner, transient);
+                                               TVCaching caching) {
+  return new TVPromotionFolder(name, owner, caching);
 }
 
 void TVPromotionFolder::setPromotionName(const VString& name) {
-  changeKey(true, [&] { promotionName_ = name; });
+  changeHashedKey([&] { promotionName_ = name; });
 }
 
 VString TVPromotionFolderHandle::promotionName() const {
@@ -53,8 +53,8 @@ TVPromotionFolderHandle TVPromotionFolderHandle::create(const VString& name, con
                                                         const TVCreateOptions& options) {
   return TVPromotionFolderHandle(createObject(
       &TVPromotionFolder::theClass, parent, options,
-      [&](TVFolderOptions& rules, TVHandle&, TVObject* owner, VBool transient) {
-        return static_cast<TVPromotionFolderOptions&>(rules).makeObject(name, owner, transient);
+      [&](TVFolderOptions& rules, TVHandle&, TVObject* owner, TVCaching caching) {
+        return static_cast<TVPromotionFolderOptions&>(rules).makeObject(name, owner, caching);
       }));
 }
 

@@ -11,7 +11,7 @@ class TVPromotionFolder : public TVObject {
  public:
   static const VClassRecord theClass;
 
-  TVPromotionFolder(VString promotionName, TVObject* owner, VBool transient);
+  TVPromotionFolder(VString promotionName, TVObject* owner, TVCaching caching = TVCaching::kCached);
 
   const VClassRecord* isA() const override { return &theClass; }
   bool isEqual(const VObject* other) const override;
@@ -31,7 +31,7 @@ class TVPromotionFolder : public TVObject {
 class TVPromotionFolderOptions : public TVFolderOptions {
  public:
   explicit TVPromotionFolderOptions(int version = kAbstractVersion);
-  TVObject* makeObject(const VString& name, TVObject* owner, VBool transient);
+  TVObject* makeObject(const VString& name, TVObject* owner, TVCaching caching);
 };
 
 class TVPromotionFolderHandle : public TVHandle {

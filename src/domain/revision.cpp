@@ -12,8 +12,8 @@ const VClassRecord TVRevision::theClass = {"TVRevision", &TVArchiveItem::theClas
                                            []() -> VObject* { return new TVRevisionHandle; }};
 
 TVRevision::TVRevision(VString itemName, TVRevisionTexts texts, VBool isLocked, int32_t itemNumber,
-                       TVObject* owner, VBool transient)
-    : TVArchiveItem(std::move(itemName), itemNumber, owner, transient),
+                       TVObject* owner, TVCaching caching)
+    : TVArchiveItem(std::move(itemName), itemNumber, owner, caching),
       texts_(std::move(texts)),
       isLocked_(isLocked) {}
 
@@ -51,8 +51,8 @@ TVRevisionOptions::TVRevisionOptions(int version)
                       revisionChildren(version)) {}
 
 TVObject* TVRevisionOptions::makeObject(const VString& name, const TVRevisionTexts& texts,
-                                        VBool isLocked, TVObject* owner, VBool transient) {
-  return new TVRevision(name, texts, isLocked, lastNumber(name.view()), owner, transient);
+                                        VBool isLocked, TVObject* owner, TVCaching caching) {
+  return new TVRevision(name, texts, isLocked, lastNumber(name.view()), owner, caching);
 }
 
 TVRevisionHandle TVRevisionHandle::create(const VString& name, const TVRevisionTexts& texts,
@@ -60,9 +60,9 @@ TVRevisionHandle TVRevisionHandle::create(const VString& name, const TVRevisionT
                                           const TVCreateOptions& options) {
   return TVRevisionHandle(
       createObject(&TVRevision::theClass, parent, options,
-                   [&](TVFolderOptions& rules, TVHandle&, TVObject* owner, VBool transient) {
+                   [&](TVFolderOptions& rules, TVHandle&, TVObject* owner, TVCaching caching) {
                      return static_cast<TVRevisionOptions&>(rules).makeObject(name, texts, isLocked,
-                                                                              owner, transient);
+                                                                              owner, caching);
                    }));
 }
 

@@ -17,7 +17,7 @@ class TVRevision : public TVArchiveItem {
   static const VClassRecord theClass;
 
   TVRevision(VString itemName, TVRevisionTexts texts, VBool isLocked, int32_t itemNumber,
-             TVObject* owner, VBool transient);
+             TVObject* owner, TVCaching caching = TVCaching::kCached);
 
   const VClassRecord* isA() const override { return &theClass; }
   int attribute(const TVOptionArray&) const override { return isLocked_ ? 10 : 11; }
@@ -38,7 +38,7 @@ class TVRevisionOptions : public TVFolderOptions {
  public:
   explicit TVRevisionOptions(int version = kAbstractVersion);
   virtual TVObject* makeObject(const VString& name, const TVRevisionTexts& texts, VBool isLocked,
-                               TVObject* owner, VBool transient);
+                               TVObject* owner, TVCaching caching);
 };
 
 class TVRevisionHandle : public TVArchiveItemHandle {

@@ -48,8 +48,8 @@ const VString& storageDirOf(const TVObject* owner, Side side) {
 // ------------------------------------------------------------------------------------------
 
 TVArchiveFolder52::TVArchiveFolder52(VString name, VString privateWorkDir, VBool isPrivate,
-                                     TVObject* owner, VBool transient)
-    : TVArchiveFolder(std::move(name), std::move(privateWorkDir), isPrivate, owner, transient),
+                                     TVObject* owner, TVCaching caching)
+    : TVArchiveFolder(std::move(name), std::move(privateWorkDir), isPrivate, owner, caching),
       files_("trvsfold.pub", "trvsfold.prv") {}
 
 std::string TVArchiveFolder52::record(Side side) const {
@@ -122,8 +122,8 @@ void TVArchiveFolder52::createStorage(TVHandle&) {
 
 TVObject* TVArchiveFolder52Options::makeObject(const VString& name, const VString& privateWorkDir,
                                                VBool isPrivate, TVHandle&, TVObject* owner,
-                                               VBool transient) {
-  return new TVArchiveFolder52(name, privateWorkDir, isPrivate, owner, transient);
+                                               TVCaching caching) {
+  return new TVArchiveFolder52(name, privateWorkDir, isPrivate, owner, caching);
 }
 
 // Members
@@ -275,12 +275,12 @@ int TVArchiveMember52::describe(TVHandle& context, uint32_t* status) {
 }
 
 TVObject* TVArchiveMember52Options::makeObject(const TVMemberNames& names, TVHandle& context,
-                                               TVObject* owner, VBool transient) {
+                                               TVObject* owner, TVCaching caching) {
   if (names.workName.isEmpty() && names.archiveName.isEmpty()) {
     context.sink().notice(context, FolderMessage(kFolderNoWorkfileName));
     return nullptr;
   }
-  return new TVArchiveMember52(names, owner, transient);
+  return new TVArchiveMember52(names, owner, caching);
 }
 
 }  // namespace foldapi

@@ -21,7 +21,7 @@ class TVArchiveCache;
 class TVArchiveFolder52 : public TVArchiveFolder {
  public:
   TVArchiveFolder52(VString name, VString privateWorkDir, VBool isPrivate, TVObject* owner,
-                    VBool transient);
+                    TVCaching caching = TVCaching::kCached);
 
   int version() const override { return kFormat52; }
   TVStorageLock* lockStorage(TVHandle& context) override;
@@ -54,7 +54,7 @@ class TVArchiveFolder52Options : public TVArchiveFolderOptions {
  public:
   TVArchiveFolder52Options() : TVArchiveFolderOptions(kFormat52) {}
   TVObject* makeObject(const VString& name, const VString& privateWorkDir, VBool isPrivate,
-                       TVHandle& context, TVObject* owner, VBool transient) override;
+                       TVHandle& context, TVObject* owner, TVCaching caching) override;
 };
 
 class TVArchiveMember52 : public TVArchiveMember {
@@ -145,7 +145,7 @@ class TVArchiveMember52Options : public TVArchiveMemberOptions {
   TVArchiveMember52Options() : TVArchiveMemberOptions(kFormat52) {}
   // Null, after a notice, for names without a workfile and without an archive.
   TVObject* makeObject(const TVMemberNames& names, TVHandle& context, TVObject* owner,
-                       VBool transient) override;
+                       TVCaching caching) override;
 };
 
 // The sections of a "trvsfold" file.

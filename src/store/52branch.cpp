@@ -86,7 +86,7 @@ class BranchWalk {
 
   void build() {
     if (textsSeen_ != kTexts) assertFail("52branch.cpp", 96);
-    auto* fresh = new TVRevision52(number_, texts_, locked_, level_, subordinate_, &branch_, false);
+    auto* fresh = new TVRevision52(number_, texts_, locked_, level_, subordinate_, &branch_);
     auto* revision = static_cast<TVRevision52*>(TVObject::mergeIntoCache(fresh, nullptr));
     revision->setDetails(std::move(texts_), locked_);
     revision->setTree(subordinate_);
@@ -111,7 +111,7 @@ class BranchWalk {
 
 template <typename Item>
 void mergeItem(TVObject& owner, const TrvsRevTree& record) {
-  TVObject::mergeIntoCache(new Item(VString(record.text), 0, &owner, false), nullptr);
+  TVObject::mergeIntoCache(new Item(VString(record.text), 0, &owner), nullptr);
 }
 
 // What hangs on a revision, by the first flag that a record has. False for none of it.
@@ -140,8 +140,8 @@ VString branchName(std::string_view number) {
 // -----------------------------------------------------------------------------------------
 
 TVBranch52::TVBranch52(VString name, int level, int32_t itemNumber, const TrvsRevTree* tree,
-                       TVObject* owner, VBool transient)
-    : TVBranch(std::move(name), itemNumber, owner, transient), tree_(tree), level_(level) {}
+                       TVObject* owner, TVCaching caching)
+    : TVBranch(std::move(name), itemNumber, owner, caching), tree_(tree), level_(level) {}
 
 int TVBranch52::readData(TVHandle&, TVStorageLock*) {
   if (tree_ != nullptr) BranchWalk(*this, level_).run(tree_);
@@ -165,13 +165,13 @@ TVBranch52Options::TVBranch52Options()
     : TVArchiveItemOptions(&TVBranch::theClass, kFormat52,
                            {&TVBranch::theClass, &TVRevision::theClass}) {}
 
-TVObject* TVBranch52Options::makeObject(const VString& name, TVObject* owner, VBool transient) {
-  return new TVBranch52(name, 1, 0, nullptr, owner, transient);
+TVObject* TVBranch52Options::makeObject(const VString& name, TVObject* owner, TVCaching caching) {
+  return new TVBranch52(name, 1, 0, nullptr, owner, caching);
 }
 
 void mergeBranch(TVObject& owner, VString name, int level, int32_t itemNumber,
                  const TrvsRevTree* tree) {
-  auto* fresh = new TVBranch52(std::move(name), level, itemNumber, tree, &owner, false);
+  auto* fresh = new TVBranch52(std::move(name), level, itemNumber, tree, &owner);
   static_cast<TVBranch52*>(TVObject::mergeIntoCache(fresh, nullptr))->setTree(tree);
 }
 
@@ -179,8 +179,8 @@ void mergeBranch(TVObject& owner, VString name, int level, int32_t itemNumber,
 // ----------------------------------------------------------------------------------------
 
 TVRevision52::TVRevision52(VString number, TVRevisionTexts texts, VBool isLocked, int level,
-                           const TrvsRevTree* tree, TVObject* owner, VBool transient)
-    : TVRevision(number, std::move(texts), isLocked, lastNumber(number.view()), owner, transient),
+                           const TrvsRevTree* tree, TVObject* owner, TVCaching caching)
+    : TVRevision(number, std::move(texts), isLocked, lastNumber(number.view()), owner, caching),
       tree_(tree),
       level_(level) {}
 
@@ -216,8 +216,8 @@ void TVRevision52::setTree(const TrvsRevTree* tree) {
 }
 
 TVObject* TVRevision52Options::makeObject(const VString& name, const TVRevisionTexts& texts,
-                                          VBool isLocked, TVObject* owner, VBool transient) {
-  return new TVRevision52(name, texts, isLocked, 1, nullptr, owner, transient);
+                                          VBool isLocked, TVObject* owner, TVCaching caching) {
+  return new TVRevision52(name, texts, isLocked, 1, nullptr, owner, caching);
 }
 
 }  // namespace foldapi

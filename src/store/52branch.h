@@ -16,7 +16,7 @@ class TVBranch52 : public TVBranch {
  public:
   // `tree` is the record of the branch's first revision.
   TVBranch52(VString name, int level, int32_t itemNumber, const TrvsRevTree* tree, TVObject* owner,
-             VBool transient);
+             TVCaching caching = TVCaching::kCached);
 
   int version() const override { return kFormat52; }
   // Builds the revisions of this branch from the list.
@@ -38,7 +38,7 @@ class TVRevision52 : public TVRevision {
  public:
   // `tree` is the first record that is subordinate to the revision, null if there is none.
   TVRevision52(VString number, TVRevisionTexts texts, VBool isLocked, int level,
-               const TrvsRevTree* tree, TVObject* owner, VBool transient);
+               const TrvsRevTree* tree, TVObject* owner, TVCaching caching = TVCaching::kCached);
 
   int version() const override { return kFormat52; }
   // Builds labels, promotion labels, lockers and branches from the list.
@@ -67,14 +67,14 @@ using TVLocker52 = TVNamedItem52<TVLocker>;
 class TVBranch52Options : public TVArchiveItemOptions {
  public:
   TVBranch52Options();
-  TVObject* makeObject(const VString& name, TVObject* owner, VBool transient) override;
+  TVObject* makeObject(const VString& name, TVObject* owner, TVCaching caching) override;
 };
 
 class TVRevision52Options : public TVRevisionOptions {
  public:
   TVRevision52Options() : TVRevisionOptions(kFormat52) {}
   TVObject* makeObject(const VString& name, const TVRevisionTexts& texts, VBool isLocked,
-                       TVObject* owner, VBool transient) override;
+                       TVObject* owner, TVCaching caching) override;
 };
 
 // Puts a branch under `owner`, or moves the one of that name over to `tree`.

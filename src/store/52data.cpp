@@ -231,7 +231,7 @@ int TVDataFileReader::mergeProject(const std::string& name, const RecordKeys& ke
     return 0;
   }
   const TVProjectConfig config{VPathString(*keys.config)};
-  auto* fresh = new TVProjectFolder52(name, config, keys.workDir, keys.workDir, owner(), false);
+  auto* fresh = new TVProjectFolder52(name, config, keys.workDir, keys.workDir, owner());
   auto* project = static_cast<TVProjectFolder52*>(TVObject::mergeIntoCache(fresh, nullptr));
   // One that was cached before follows the file, unless it holds a change that is yet to be
   // written.
@@ -271,7 +271,7 @@ bool TVDataFileReader::mergeFolder(const std::string& name, const RecordKeys& ke
 
 TVArchiveFolder52* TVDataFileReader::addFolder(const std::string& name, const RecordKeys& keys) {
   const bool isPrivate = source_ == Side::kPrivate;
-  auto* fresh = new TVArchiveFolder52(name, keys.workDir, isPrivate, owner(), false);
+  auto* fresh = new TVArchiveFolder52(name, keys.workDir, isPrivate, owner());
   auto* folder = static_cast<TVArchiveFolder52*>(TVObject::mergeIntoCache(fresh, nullptr));
   if (isPrivate) byName_[folder->folderName().view()].push_back(folder);
   return folder;
@@ -311,7 +311,7 @@ int TVDataFileReader::readDocumentRecord(OptionalText value) {
     value->remove_prefix(end + 1);
   }
   names.workName = VPathString(*value);
-  TVObject::mergeIntoCache(new TVArchiveMember52(std::move(names), owner(), false), nullptr);
+  TVObject::mergeIntoCache(new TVArchiveMember52(std::move(names), owner()), nullptr);
   return kRecordTaken;
 }
 

@@ -34,9 +34,9 @@ VPathString fileNamedAfter(const VString& directory, const char* extension) {
 }  // namespace
 
 TVProjectFolder52::TVProjectFolder52(VString name, TVProjectConfig config, VString privateWorkDir,
-                                     VString publicWorkDir, TVObject* owner, VBool transient)
+                                     VString publicWorkDir, TVObject* owner, TVCaching caching)
     : TVProjectFolder(std::move(name), std::move(config), std::move(privateWorkDir),
-                      std::move(publicWorkDir), owner, transient),
+                      std::move(publicWorkDir), owner, caching),
       files_("trvsfold.pub", "trvsfold.prv") {}
 
 TVProjectFolder52::~TVProjectFolder52() {
@@ -243,9 +243,9 @@ VString makeUniqueDirectory(const VString& directory, const VString& base,
 TVObject* TVProjectFolder52Options::makeObject(const VString& name, const TVProjectConfig& config,
                                                const VString& privateWorkDir,
                                                const VString& publicWorkDir, TVHandle& context,
-                                               TVObject* owner, VBool transient) {
+                                               TVObject* owner, TVCaching caching) {
   if (!name.isEmpty()) {
-    return new TVProjectFolder52(name, config, privateWorkDir, publicWorkDir, owner, transient);
+    return new TVProjectFolder52(name, config, privateWorkDir, publicWorkDir, owner, caching);
   }
   context.sink().notice(context, FolderMessage(kFolderNoProjectName));
   return nullptr;

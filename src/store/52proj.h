@@ -17,7 +17,7 @@ namespace foldapi {
 class TVProjectFolder52 : public TVProjectFolder {
  public:
   TVProjectFolder52(VString name, TVProjectConfig config, VString privateWorkDir,
-                    VString publicWorkDir, TVObject* owner, VBool transient);
+                    VString publicWorkDir, TVObject* owner, TVCaching caching = TVCaching::kCached);
   ~TVProjectFolder52() override;  // Saves the archive cache.
 
   int version() const override { return kFormat52; }
@@ -72,7 +72,7 @@ class TVProjectFolder52Options : public TVProjectFolderOptions {
   TVProjectFolder52Options() : TVProjectFolderOptions(kFormat52) {}
   TVObject* makeObject(const VString& name, const TVProjectConfig& config,
                        const VString& privateWorkDir, const VString& publicWorkDir,
-                       TVHandle& context, TVObject* owner, VBool transient) override;
+                       TVHandle& context, TVObject* owner, TVCaching caching) override;
 };
 
 // A new path in `directory`: `base` shortened to 8 bytes, with a number where that is taken, and

@@ -13,15 +13,15 @@ std::string_view takeName(std::string_view* list) {
 }
 
 void mergeGroup(TVObject& owner, std::string_view name, const TVPromotionFolder52::List& list) {
-  auto* fresh = new TVPromotionFolder52(VString(name), list, &owner, false);
+  auto* fresh = new TVPromotionFolder52(VString(name), list, &owner);
   static_cast<TVPromotionFolder52*>(TVObject::mergeIntoCache(fresh, nullptr))->setList(list);
 }
 
 }  // namespace
 
 TVPromotionFolder52::TVPromotionFolder52(VString promotionName, List list, TVObject* owner,
-                                         VBool transient)
-    : TVPromotionFolder(std::move(promotionName), owner, transient), list_(std::move(list)) {}
+                                         TVCaching caching)
+    : TVPromotionFolder(std::move(promotionName), owner, caching), list_(std::move(list)) {}
 
 // A group that names one above itself as its child is left out: a circle would never end.
 int TVPromotionFolder52::readData(TVHandle&, TVStorageLock*) {

@@ -15,7 +15,8 @@ class TVPromotionFolder52 : public TVPromotionFolder {
  public:
   using List = std::shared_ptr<const std::string>;
 
-  TVPromotionFolder52(VString promotionName, List list, TVObject* owner, VBool transient);
+  TVPromotionFolder52(VString promotionName, List list, TVObject* owner,
+                      TVCaching caching = TVCaching::kCached);
 
   int version() const override { return kFormat52; }
   int readData(TVHandle& context, TVStorageLock* lock) override;

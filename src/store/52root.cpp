@@ -23,9 +23,8 @@ constexpr int kReadFailed = 4;
 }  // namespace
 
 TVProjectRoot52::TVProjectRoot52(const VString& publicDir, const VString& privateDir,
-                                 TVHandle& context, TVObject* owner, VBool transient)
-    : TVProjectRoot(publicDir, privateDir, owner, transient),
-      files_("trvsproj.pub", "trvsproj.prv") {
+                                 TVHandle& context, TVObject* owner, TVCaching caching)
+    : TVProjectRoot(publicDir, privateDir, owner, caching), files_("trvsproj.pub", "trvsproj.prv") {
   if (publicDir.isEmpty() || privateDir.isEmpty()) {
     VPathString profilePublic;
     VPathString profilePrivate;
@@ -90,8 +89,9 @@ bool TVProjectRoot52::unlockStorage(TVHandle& context, TVStorageLock* lock, bool
 }
 
 TVObject* TVProjectRoot52Options::makeObject(const VString& publicDir, const VString& privateDir,
-                                             TVHandle& context, TVObject* owner, VBool transient) {
-  return new TVProjectRoot52(publicDir, privateDir, context, owner, transient);
+                                             TVHandle& context, TVObject* owner,
+                                             TVCaching caching) {
+  return new TVProjectRoot52(publicDir, privateDir, context, owner, caching);
 }
 
 }  // namespace foldapi

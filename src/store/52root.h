@@ -11,7 +11,7 @@ class TVProjectRoot52 : public TVProjectRoot {
  public:
   // An empty directory is looked up in the profile, each by itself.
   TVProjectRoot52(const VString& publicDir, const VString& privateDir, TVHandle& context,
-                  TVObject* owner, VBool transient);
+                  TVObject* owner, TVCaching caching = TVCaching::kCached);
 
   int version() const override { return kFormat52; }
   TVStorageLock* lockStorage(TVHandle& context) override;
@@ -34,7 +34,7 @@ class TVProjectRoot52Options : public TVProjectRootOptions {
  public:
   TVProjectRoot52Options() : TVProjectRootOptions(kFormat52) {}
   TVObject* makeObject(const VString& publicDir, const VString& privateDir, TVHandle& context,
-                       TVObject* owner, VBool transient) override;
+                       TVObject* owner, TVCaching caching) override;
 };
 
 }  // namespace foldapi

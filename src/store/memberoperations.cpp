@@ -58,7 +58,7 @@ int firstArchiveDirectory(TVHandle& context, VPathString* directory) {
 
 // The member that a folder has under these names, null for none.
 TVObject* findMember(TVObject& folder, const TVMemberNames& names) {
-  const TVArchiveMember52 like(names, &folder, false);
+  const TVArchiveMember52 like(names, &folder);
   return static_cast<TVObject*>(folder.children().find(&like));
 }
 
@@ -205,7 +205,7 @@ int TVArchiveMember52::createArchive(TVHandle& context, const TVPutOptions& opti
   TVMemberNames wanted = names();
   if (const int result = computeNames(context, &wanted)) return result;
   if (!wanted.areStorable(context)) return kResultFailed;
-  const Target about = TVArchiveMember52(wanted, folder, true).target();
+  const Target about = TVArchiveMember52(wanted, folder, TVCaching::kTransient).target();
   int result = kResultDone;
   if (!about.archive.exists()) {
     result = makeArchive(context, about, options.description);
@@ -239,7 +239,7 @@ int TVArchiveMember52::storeIn(TVObject* folder, TVHandle& context, const TVMemb
   if (findMember(*folder, wanted) != nullptr) return kResultDone;
   // The caller may hold the folder already, and then writes it at the end of its own edit.
   const bool isHeld = folder->storageLock() != nullptr;
-  TVLockScope edit(folderHandle, !isHeld);
+  TVLockScope edit(isHeld ? theNullHandle() : folderHandle);
   if (folder->storageLock() == nullptr) return kResultNotWritten;
   const int result = writeRecord(folder, folderHandle, wanted);
   const bool isStored = isHeld || folder->endEdit(folderHandle);
@@ -256,10 +256,11 @@ int TVArchiveMember52::writeRecord(TVObject* folder, TVHandle& folderHandle,
     return kResultDone;
   }
   VBool known;
-  TVObject* member = mergeIntoCache(new TVArchiveMember52(wanted, folder, false), &known);
-  if (known || folder->isDirty() || !member->writeInOwner(folderHandle)) return kResultDone;
+  TVObject* member = mergeIntoCache(new TVArchiveMember52(wanted, folder), &known);
+  if (known || folder->isDirty()) return kResultDone;
+  if (member->writeInOwner(folderHandle) == kResultDone) return kResultDone;
   folder->dropWrites();
-  member->destroyObject(folderHandle, false);
+  member->destroyObject(folderHandle, TVRemoval::kMemoryOnly);
   return kResultNotWritten;
 }
 

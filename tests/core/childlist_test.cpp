@@ -23,7 +23,7 @@ const VClassRecord* const kLabel = &TVVersionLabel::theClass;
 // A project whose children are those in memory.
 class Shelf : public TVProjectFolder {
  public:
-  Shelf() : TVProjectFolder("", TVProjectConfig(), "/work", "", nullptr, false) {}
+  Shelf() : TVProjectFolder("", TVProjectConfig(), "/work", "", nullptr) {}
   int readData(TVHandle&, TVStorageLock*) override {
     for (TVObject* child : childrenInOrder()) child->setUnseen(false);
     return 0;
@@ -36,7 +36,7 @@ class ChildLists : public testing::Test {
 
   template <typename Object, typename... Fields>
   TVObject* add(Fields... fields) {
-    return TVObject::mergeIntoCache(new Object(fields..., shelf.object(), false), nullptr);
+    return TVObject::mergeIntoCache(new Object(fields..., shelf.object()), nullptr);
   }
   TVObject* addMember(const char* dir, const char* name) {
     return add<TVArchiveMember>(TVMemberNames{"v", "x_v", dir, name});
@@ -73,7 +73,7 @@ struct Rules {
                                              {kGroup, {TVSortType::kName}},
                                              {kLabel, {TVSortType::kNumber}}};
   bool ascending = true;
-  bool caseSensitive = false;
+  VCase letterCase = VCase::kIgnored;
 
   int compare(const TVHandle& a, const TVHandle& b) const {
     const Row& left = rows.at(a.isA());
@@ -96,7 +96,8 @@ struct Rules {
   int text(std::string a, std::string b) const {
     for (std::string* side : {&a, &b}) {
       for (char& c : *side) {
-        if (!caseSensitive && c >= 'A' && c <= 'Z') c = static_cast<char>(c + 'a' - 'A');
+        if (letterCase == VCase::kIgnored && c >= 'A' && c <= 'Z')
+          c = static_cast<char>(c + 'a' - 'A');
       }
     }
     return a.compare(b);
@@ -106,20 +107,20 @@ struct Rules {
 // All that a find and its followers give. In a list whose keys are as they were sorted, that is
 // every match; `changed` is a list that a key no longer fits, and where halving may miss some.
 std::vector<TVHandle*> twinFind(const Rules& rules, const std::vector<TVHandle*>& all, bool changed,
-                                const std::string& key, bool caseSensitive,
+                                const std::string& key, VCase letterCase,
                                 const VClassRecord* record, TVSortType sortType) {
   std::vector<TVHandle*> sought;
   for (TVHandle* handle : all) {
     if (record == nullptr || handle->isA() == record) sought.push_back(handle);
   }
-  bool bisects = changed && record != nullptr && caseSensitive == rules.caseSensitive;
-  if (record != nullptr && caseSensitive == rules.caseSensitive) {
+  bool bisects = changed && record != nullptr && letterCase == rules.letterCase;
+  if (record != nullptr && letterCase == rules.letterCase) {
     const TVSortType own = rules.rows.at(record).sortType;
     if (sortType == TVSortType::kDefault) sortType = own;
     bisects = bisects && listOrderOf(sortType) == own && !(record == kLabel && isByNumber(own));
   }
   const auto match = [&](int i) {
-    return sought[static_cast<size_t>(i)]->compareKey(key, sortType, caseSensitive);
+    return sought[static_cast<size_t>(i)]->compareKey(key, sortType, letterCase);
   };
   int start = 0;
   int count = static_cast<int>(sought.size());
@@ -143,11 +144,11 @@ std::vector<TVHandle*> twinFind(const Rules& rules, const std::vector<TVHandle*>
   return result;
 }
 
-std::vector<TVHandle*> allFound(TVHandle& handle, const std::string& key, bool caseSensitive,
+std::vector<TVHandle*> allFound(TVHandle& handle, const std::string& key, VCase letterCase,
                                 const VClassRecord* record, TVSortType sortType) {
   std::vector<TVHandle*> result;
   int place = -2;
-  for (TVHandle* it = &handle.find(key, caseSensitive, record, sortType, &place); !it->isNull();
+  for (TVHandle* it = &handle.find(key, letterCase, record, sortType, &place); !it->isNull();
        it = &handle.findNext(&place)) {
     EXPECT_GE(place, 0);
     result.push_back(it);
@@ -189,7 +190,8 @@ class Seeded : public ChildLists {
         shelf.setAscending(rules.ascending = !rules.ascending);
         break;
       case 2:
-        shelf.setCaseSensitive(rules.caseSensitive = !rules.caseSensitive);
+        rules.letterCase = rules.letterCase == VCase::kExact ? VCase::kIgnored : VCase::kExact;
+        shelf.setCaseSensitive(rules.letterCase == VCase::kExact);
         break;
       default:
         row.sortType = static_cast<TVSortType>(record == kFolder  ? upTo(6)
@@ -221,11 +223,11 @@ class Seeded : public ChildLists {
       const int types[] = {0, 1, 2, 3, 4, 5, 6, 7, 8, 9, 0x106, 0x108, 11};
       const int number = types[upTo(kinds == 0 ? 3 : 13)];
       const auto type = static_cast<TVSortType>(number);
-      const bool caseSensitive = upTo(3) == 0;
+      const VCase letterCase = upTo(3) == 0 ? VCase::kExact : VCase::kIgnored;
       const std::string sought = key();
       SCOPED_TRACE("key " + sought + " type " + std::to_string(number));
-      EXPECT_EQ(allFound(shelf, sought, caseSensitive, record, type),
-                twinFind(rules, all, changed, sought, caseSensitive, record, type));
+      EXPECT_EQ(allFound(shelf, sought, letterCase, record, type),
+                twinFind(rules, all, changed, sought, letterCase, record, type));
     }
   }
 
@@ -263,14 +265,14 @@ TEST_F(ChildLists, AKeyChangedBetweenFindsCounts) {
   for (const char* name : {"a", "b", "c"}) add<TVArchiveFolder>(name, name, false);
   shelf.open();
   const std::vector<TVHandle*> all = walk(shelf);
-  EXPECT_EQ(&shelf.find("a", false, kFolder, TVSortType::kName), all[0]);
+  EXPECT_EQ(&shelf.find("a", VCase::kIgnored, kFolder, TVSortType::kName), all[0]);
   all[1]->as<TVArchiveFolder>()->setFolderName("A");
   EXPECT_EQ(&shelf.findNext(), all[1]);
   EXPECT_TRUE(shelf.findNext().isNull());
   shelf.setSortType(kFolder, TVSortType::kWorkDir);
   walk(shelf);
   all[2]->as<TVArchiveFolder>()->setPrivateWorkDir("d");
-  EXPECT_EQ(&shelf.find("d", false, kFolder, TVSortType::kWorkDir), all[2]);
+  EXPECT_EQ(&shelf.find("d", VCase::kIgnored, kFolder, TVSortType::kWorkDir), all[2]);
 }
 
 // Real faults: going back skipped the child before one that went, and a find that goes on after a
@@ -290,7 +292,7 @@ TEST_F(ChildLists, WalksBackAndFindsStayTrueToWhatIsThere) {
       EXPECT_EQ(shelf.previous(nullptr).name().str(), "d");
       for (TVHandle* handle : all) {
         if (std::string_view(gone).find(handle->name().view()) == std::string_view::npos) continue;
-        handle->object()->destroyObject(shelf, false);
+        handle->object()->destroyObject(shelf, TVRemoval::kMemoryOnly);
         shelf.current();
       }
       EXPECT_EQ((goesBack ? shelf.previous(nullptr) : shelf.next(nullptr)).name().str(),
@@ -304,7 +306,7 @@ TEST_F(ChildLists, WalksBackAndFindsStayTrueToWhatIsThere) {
   }
   shelf.open();
   shelf.setSortType(kMember, TVSortType::kWorkName);
-  EXPECT_EQ(shelf.find("a", false, kMember, TVSortType::kWorkName).name().str(), "a");
+  EXPECT_EQ(shelf.find("a", VCase::kIgnored, kMember, TVSortType::kWorkName).name().str(), "a");
   shelf.setSortType(kMember, TVSortType::kArchiveName);
   walk(shelf);
   EXPECT_TRUE(shelf.findNext().isNull());

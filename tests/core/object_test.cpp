@@ -20,8 +20,8 @@ class Node : public TVObject {
   static const VClassRecord theClass;
   static inline int alive = 0;
 
-  Node(std::string name, TVObject* owner, VBool transient = false)
-      : TVObject(owner, transient), name_(std::move(name)) {
+  Node(std::string name, TVObject* owner)
+      : TVObject(owner, TVCaching::kCached), name_(std::move(name)) {
     ++alive;
   }
   ~Node() override { --alive; }
@@ -127,7 +127,7 @@ TEST_F(Objects, AUseThatFailsLeavesNothingOpen) {
   node.fails = "memory";
   node.stale = false;
   ASSERT_TRUE(node.beginEdit(root));
-  child(root, "a").object()->destroyObject(root, true);
+  child(root, "a").object()->destroyObject(root, TVRemoval::kStored);
   EXPECT_THROW(node.endEdit(root), std::bad_alloc);
   EXPECT_EQ(node.storageLock(), nullptr);
   EXPECT_EQ(names(root), "a ");
@@ -177,7 +177,7 @@ TEST_F(Objects, HandlesDestroyUnderTheLockOfTheParent) {
   TVHandle& b = child(root, "b");
   node.told();
   {
-    TVLockScope scope(root, true);
+    TVLockScope scope(root);
     child(root, "a").destroy(scope);
     EXPECT_EQ(node.told(), "lock ");
     EXPECT_TRUE(scope.holds(root) && scope.holdsOwner(b));
@@ -217,7 +217,7 @@ TEST_F(Objects, WhatEndsWhileItIsDeletedStillGivesItsStorageUp) {
   auto* node = a.as<Node>();
   ASSERT_TRUE(node->beginEdit(a));
   node->setDirty(true);
-  node->destroyObject(root, false);
+  node->destroyObject(root, TVRemoval::kMemoryOnly);
   EXPECT_FALSE(node->endEdit(a));
   EXPECT_EQ(node->told(), "lock keep");
   EXPECT_FALSE(node->endEdit(a));
@@ -234,16 +234,16 @@ TEST_F(Objects, LockScopesLockWhatNobodyHolds) {
   EXPECT_EQ(of(a).told(), "lock keep");
   EXPECT_TRUE(theNoLock().lockOwner(root) && theNoLock().unlockOwner(root));
   EXPECT_TRUE(theNoLock().lock(theNullHandle()) && theNoLock().unlockOwner(theNullHandle()));
-  TVLockScope scope(a, true);
+  TVLockScope scope(a);
   EXPECT_TRUE(scope.lock(a) && scope.unlock(a) && scope.lockOwner(a));
   EXPECT_EQ(of(a).told(), "lock ");
   EXPECT_EQ(of(root).told(), "lock ");
   EXPECT_TRUE(scope.unlockOwner(a));
-  const TVLockScope idle(root, false);
+  const TVLockScope idle(theNullHandle());
   EXPECT_EQ(of(root).told(), "keep");
   of(root).fails = "lock";
   EXPECT_FALSE(theNoLock().lock(root));
-  EXPECT_FALSE(TVLockScope(root, true).holds(root));
+  EXPECT_FALSE(TVLockScope(root).holds(root));
 }
 
 TEST_F(Objects, ClientTokensNameOneLivingHandle) {

@@ -29,14 +29,13 @@ class DomainNames : public testing::Test {
 
   // A member below a folder of a project of a root, each with the work directory given.
   TVHandle member(TVMemberNames names, const char* projectDir, const char* folderDir) {
-    auto* root = new TVProjectRoot("", "", nullptr, false);
+    auto* root = new TVProjectRoot("", "", nullptr);
     keep_.attach(root);
     TVObject* project = TVObject::mergeIntoCache(
-        new TVProjectFolder("P", TVProjectConfig(), projectDir, "public", root, false), nullptr);
-    TVObject* folder = TVObject::mergeIntoCache(
-        new TVArchiveFolder("F", folderDir, false, project, false), nullptr);
-    return TVHandle(&sink,
-                    TVObject::mergeIntoCache(new TVArchiveMember(names, folder, false), nullptr));
+        new TVProjectFolder("P", TVProjectConfig(), projectDir, "public", root), nullptr);
+    TVObject* folder =
+        TVObject::mergeIntoCache(new TVArchiveFolder("F", folderDir, false, project), nullptr);
+    return TVHandle(&sink, TVObject::mergeIntoCache(new TVArchiveMember(names, folder), nullptr));
   }
   support::RecordingSink sink;
 
@@ -71,7 +70,7 @@ TEST_F(DomainNames, FormsOfAMembersNames) {
 // the keys asks for exact case.
 TEST_F(DomainNames, KeysCompareWithTheFieldsOfTheSortType) {
   const TVHandle m = member({"ap", "an", "wp", "wn"}, "/wk", "f");
-  const TVHandle f(nullptr, new TVArchiveFolder("F", "dir", true, nullptr, false));
+  const TVHandle f(nullptr, new TVArchiveFolder("F", "dir", true, nullptr));
   const struct {
     const TVHandle& handle;
     TVSortType sortType;
@@ -104,7 +103,8 @@ TEST_F(DomainNames, KeysCompareWithTheFieldsOfTheSortType) {
     std::string sign;
     if (exact) words >> key;
     while (words >> key >> sign) {
-      const int order = c.handle.compareKey(key, c.sortType, exact);
+      const int order =
+          c.handle.compareKey(key, c.sortType, exact ? VCase::kExact : VCase::kIgnored);
       EXPECT_EQ(order < 0   ? "-"
                 : order > 0 ? "+"
                             : "0",
@@ -116,8 +116,8 @@ TEST_F(DomainNames, KeysCompareWithTheFieldsOfTheSortType) {
 
 TEST_F(DomainNames, LongFormsShowDirectories) {
   const TVHandle m = member({"v", "a_v", "w", "a"}, "", "");
-  const TVArchiveFolder folder("F", "dir", true, nullptr, false);
-  const TVProjectFolder project("P", TVProjectConfig(), "prv", "pub", nullptr, false);
+  const TVArchiveFolder folder("F", "dir", true, nullptr);
+  const TVProjectFolder project("P", TVProjectConfig(), "prv", "pub", nullptr);
   const LongForm folders(&TVArchiveFolder::theClass);
   EXPECT_EQ(m.nameWith(LongForm(&TVArchiveMember::theClass)).str(), "w/a\t(v/a_v)");
   EXPECT_EQ(m.nameWith(LongForm(&TVArchiveMember::theClass, false)).str(), "a");
@@ -138,8 +138,8 @@ class DomainChanges : public DomainNames {
     return TVArchiveMemberHandle::create({"v", archive, "w", work}, project, options);
   }
 
-  TVProjectFolderHandle project{
-      &sink, new TVProjectFolder("P", TVProjectConfig(), "", "", nullptr, false)};
+  TVProjectFolderHandle project{&sink,
+                                new TVProjectFolder("P", TVProjectConfig(), "", "", nullptr)};
 };
 
 TEST_F(DomainChanges, CreatingWhatExistsAnswersWithIt) {
@@ -147,12 +147,12 @@ TEST_F(DomainChanges, CreatingWhatExistsAnswersWithIt) {
   EXPECT_EQ(create("a_v", "a").object(), a.object());
   EXPECT_NE(create("a_v", "b").object(), a.object());
   EXPECT_EQ(&a.sink(), &sink);
-  const TVHandle apart = create("a_v", "a", {.transient = true});
+  const TVHandle apart = create("a_v", "a", {.caching = TVCaching::kTransient});
   EXPECT_TRUE(apart.object()->isTransient());
   EXPECT_EQ(project.object()->childCount(), 2);
   EXPECT_EQ(create("c_v", "c", {.version = 7}).version(), 1);
   EXPECT_TRUE(TVArchiveMemberHandle::create({"v", "a_v", "w", "a"}, a).isNull());
-  TVLockScope scope(project, true);  // Held by the caller: taking it again would never end.
+  TVLockScope scope(project);  // Held by the caller: taking it again would never end.
   EXPECT_FALSE(TVArchiveFolderHandle::create("F", "d", false, project, {.scope = scope}).isNull());
   EXPECT_EQ(sink.told(), "");
 }

@@ -21,17 +21,16 @@ class Items : public testing::Test {
 
   template <typename Item>
   Item* add(const char* name, int32_t number, TVObject* owner) {
-    return static_cast<Item*>(
-        TVObject::mergeIntoCache(new Item(name, number, owner, false), nullptr));
+    return static_cast<Item*>(TVObject::mergeIntoCache(new Item(name, number, owner), nullptr));
   }
   TVRevision* addRevision(const char* name, int32_t number, TVObject* owner) {
     return static_cast<TVRevision*>(TVObject::mergeIntoCache(
-        new TVRevision(name, {"time", "author", "change"}, false, number, owner, false), nullptr));
+        new TVRevision(name, {"time", "author", "change"}, false, number, owner), nullptr));
   }
 
   support::RecordingSink sink;
-  TVHandle trunk{&sink, new TVBranch("Trunk", 1, nullptr, false)};
-  TVHandle project{&sink, new TVProjectFolder("P", TVProjectConfig(), "", "", nullptr, false)};
+  TVHandle trunk{&sink, new TVBranch("Trunk", 1, nullptr)};
+  TVHandle project{&sink, new TVProjectFolder("P", TVProjectConfig(), "", "", nullptr)};
 };
 
 TEST_F(Items, AnswerForTheRevisionAroundThem) {
@@ -62,8 +61,8 @@ TEST_F(Items, LockedByFoldersHaveTwoTitles) {
   } cases[] = {{"ann", 0}, {"", 0},    {"3com", 3}, {" +6", 6}, {"15", 15},
                {"16", 16}, {"17", 16}, {"-1", 16},  {"0x5", 0}, {"99999999999999999999", 16}};
   for (const auto& [user, dropped] : cases) {
-    TVProjectFolder owner("P", TVProjectConfig(), "", "", nullptr, false);
-    const TVLockedByFolder folder(user, "dir", &owner, true);
+    TVProjectFolder owner("P", TVProjectConfig(), "", "", nullptr);
+    const TVLockedByFolder folder(user, "dir", &owner, TVCaching::kTransient);
     EXPECT_EQ(folder.folderName().str(), std::string("Files Locked by ").substr(dropped)) << user;
     EXPECT_EQ(folder.name(TVOptionArray()).str(), std::string("Files locked by ") + user);
   }
@@ -82,7 +81,7 @@ TEST_F(Items, PromotionGroupsHaveNoKeyOfTheirOwn) {
   };
   project.open();
   TVPromotionFolderHandle group = create("dev", project);
-  EXPECT_EQ(group.compareKey("any key", TVSortType::kName, true), 0);
+  EXPECT_EQ(group.compareKey("any key", TVSortType::kName, VCase::kExact), 0);
   group.setName("test");
   EXPECT_EQ(create("test", project).object(), group.object());
   EXPECT_FALSE(create("below", group).isNull());

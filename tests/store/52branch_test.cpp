@@ -154,7 +154,7 @@ TEST_F(Store, BranchesTakeWhatIsTheirsFromAList) {
     SCOPED_TRACE(c.why);
     assertions.clear();
     List list(c.list);
-    TVHandle trunk(&sink, new TVBranch52("Trunk", 1, 1, list.first(), nullptr, false));
+    TVHandle trunk(&sink, new TVBranch52("Trunk", 1, 1, list.first(), nullptr));
     EXPECT_EQ(shown(trunk), c.want);
     std::string fired;
     for (int i = 0; i < c.assertions; ++i) fired += kAssertion;
@@ -182,7 +182,7 @@ TEST_F(Store, MembersMoveOverFromListToList) {
       withTexts("1 R^+ 1.0\n2 R^ 1.0.1.0\n2 # OLD\n1 R 1.1\n1 # GONE\n1 R 1.2"));
   List second(withTexts("1 R^+ 1.0\n1 ! ann\n2 R^ 1.0.1.0\n2 # NEW\n1 R 1.2\n1 R 1.3"));
   {
-    TVHandle member(&sink, new TVArchiveMember52({"/v", "a_v", "/w", "a"}, nullptr, false));
+    TVHandle member(&sink, new TVArchiveMember52({"/v", "a_v", "/w", "a"}, nullptr));
     fake.list = first->first();
     member.open();
     EXPECT_EQ(std::exchange(fake.calls, ""), "fetch /v/a_v(/w/a) ");
@@ -190,8 +190,8 @@ TEST_F(Store, MembersMoveOverFromListToList) {
     EXPECT_EQ(shown(trunk),
               "Trunk 1.0{t|a|c}(1.0.1 1.0.1.0{t|a|c}(#OLD)) 1.1{t|a|c}(#GONE) 1.2{t|a|c}");
     trunk.open();
-    const TVHandle origin(trunk.find("0", false, nullptr, TVSortType::kDefault));
-    TVHandle gone(trunk.find("1", false, nullptr, TVSortType::kDefault));
+    const TVHandle origin(trunk.find("0", VCase::kIgnored, nullptr, TVSortType::kDefault));
+    TVHandle gone(trunk.find("1", VCase::kIgnored, nullptr, TVSortType::kDefault));
     TVHandle branch(child(trunk.first(nullptr), "1.0.1"));
     member.close();
     trunk.close();

@@ -51,7 +51,7 @@ TEST_F(Store, PromotionListsThatGoInCirclesEnd) {
                                    {"a\0b\0c"s, "(c)"},
                                    {""s, ""},
                                    {"\0\0"s, ""}}) {
-    TVHandle owner(&sink, new TVArchiveFolder("", "", false, nullptr, false));
+    TVHandle owner(&sink, new TVArchiveFolder("", "", false, nullptr));
     mergePromotionModel(*owner.object(), list);
     std::string text;
     for (TVObject* top : owner.object()->childrenInOrder()) {

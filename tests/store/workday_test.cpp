@@ -37,9 +37,10 @@ class Workday : public Store {
     return TVArchiveFolderHandle::create(name, "", false, parent, {.sink = &sink});
   }
   // A member without an archive; a transient one is in no folder.
-  TVArchiveMemberHandle member(const char* workName, const TVHandle& parent, bool isTransient) {
+  TVArchiveMemberHandle member(const char* workName, const TVHandle& parent,
+                               TVCaching caching = TVCaching::kCached) {
     return TVArchiveMemberHandle::create({"", "", "", workName}, parent,
-                                         {.sink = &sink, .transient = isTransient});
+                                         {.sink = &sink, .caching = caching});
   }
   void edit(const char* workName, const std::string& text) {
     put("work/" + std::string(workName), text);
@@ -47,7 +48,7 @@ class Workday : public Store {
   // A member whose archive holds one revision.
   TVArchiveMemberHandle archived(const char* workName, const TVHandle& parent) {
     edit(workName, std::string(workName) + "\n");
-    TVArchiveMemberHandle made = member(workName, parent, false);
+    TVArchiveMemberHandle made = member(workName, parent);
     EXPECT_EQ(made.archiveAction4(create_), 0) << told();
     return made;
   }
@@ -71,7 +72,7 @@ TEST_F(Workday, OnOneArchive) {
   create_.text1 = "First version";
   create_.promotionGroup = "dev";
   create_.setKeepReadOnly();
-  ASSERT_EQ(member("m.c", control, true).archiveAction4(create_), 0) << told();
+  ASSERT_EQ(member("m.c", control, TVCaching::kTransient).archiveAction4(create_), 0) << told();
   EXPECT_EQ(listing(control), "document vault|m.c_v||m.c\n");
   EXPECT_NE(
       get("pub/Motor.prj/control/trvsfold.pub").find("[DOCUMENT=" + path("vault") + ";m.c_v;"),
@@ -140,7 +141,7 @@ TEST_F(Workday, AnArchiveIsAddedToAMemberThatIsThere) {
     const char* name = meanwhile ? "b.c" : "a.c";
     SCOPED_TRACE(name);
     edit(name, "text\n");
-    TVArchiveMemberHandle made = member(name, control, false);
+    TVArchiveMemberHandle made = member(name, control);
     const std::string file = "pub/Motor.prj/control/trvsfold.pub";
     if (meanwhile) put(file, get(file) + "[DOCUMENT=/x;other_v;;other.c]\n");
     ASSERT_EQ(made.archiveAction4(create_), 0) << told();
@@ -155,13 +156,15 @@ TEST_F(Workday, AnArchiveIsAddedToAMemberThatIsThere) {
   EXPECT_EQ(TrvsCreateArchive(path("vault/new.c_v").c_str(), "new.c", nullptr, nullptr, 0, 0), 0);
   {
     const support::SizeLimit full(10);
-    EXPECT_EQ(member("new.c", control, true).archiveAction4(create_), kResultNotWritten);
+    EXPECT_EQ(member("new.c", control, TVCaching::kTransient).archiveAction4(create_),
+              kResultNotWritten);
   }
   EXPECT_EQ(listing(control).find("new.c"), std::string::npos);
-  EXPECT_EQ(member("new.c", control, true).archiveAction4(create_), 0) << told();
+  EXPECT_EQ(member("new.c", control, TVCaching::kTransient).archiveAction4(create_), 0) << told();
   EXPECT_EQ(get("work/new.c"), "text\n");
   put("motor.cfg", "VCSDIR = " + path("none") + "\n");
-  EXPECT_EQ(member("lost.c", control, true).archiveAction4(create_), kResultFailed);
+  EXPECT_EQ(member("lost.c", control, TVCaching::kTransient).archiveAction4(create_),
+            kResultFailed);
   EXPECT_NE(told().find("notice "), std::string::npos);
   EXPECT_EQ(listing(control).find("lost.c"), std::string::npos);
 }
@@ -172,7 +175,7 @@ TEST_F(Workday, WhatFailedCanBeDoneAgain) {
   control.open();
   const std::string file = "pub/Motor.prj/control/trvsfold.pub";
   edit("a.c", "text\n");
-  TVArchiveMemberHandle made = member("a.c", control, false);
+  TVArchiveMemberHandle made = member("a.c", control);
   put("motor.cfg", "VCSDIR = " + path("none") + "\n");
   EXPECT_EQ(made.archiveAction4(create_), kResultFailed);
   put("motor.cfg", "VCSDIR = " + path("vault") + "\n");
@@ -209,8 +212,8 @@ TEST_F(Workday, KeepsToItsFilesWhileTheFolderIsReadAgain) {
   TVHandle control = folder("control", project_);
   reading.folder = &control;
   edit("a.c", "work\n");
-  member("a.c", control, false);
-  TVHandle kept = member("a.c", control, false);
+  member("a.c", control);
+  TVHandle kept = member("a.c", control);
   put("pub/Motor.prj/control/trvsfold.pub", "[DOCUMENT=;;;other.c]\n");
   kept.setSink(&reading);
   EXPECT_EQ(kept.archiveAction4(create_), 0) << reading.told();
@@ -225,7 +228,7 @@ TEST_F(Workday, OnAWholeTree) {
   TVHandle view = folder("view", project_);
   create_.promotionGroup = "dev";
   for (const char* name : {"a.c", "b.c", "c.c"}) archived(name, control);
-  member("gone.c", control, false);
+  member("gone.c", control);
   for (const char* name : {"d.c", "e.c"}) archived(name, view);
   told();
 
