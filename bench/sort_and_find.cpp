@@ -72,7 +72,7 @@ class Lists {
  public:
   Lists() {
     for (int i = 0; i < kDocuments; ++i) documents_.push_back(database_.document(i));
-    for (const support::Document& document : documents_) {
+    for (const bench::Document& document : documents_) {
       plain_.push_back({document.archiveDirectory.c_str(), document.archiveName.c_str(),
                         document.workDirectory.c_str(), document.workName.c_str()});
     }
@@ -172,7 +172,7 @@ class Lists {
   }
 
   const bench::BigDatabase database_{kDocuments, false};
-  std::vector<support::Document> documents_;
+  std::vector<bench::Document> documents_;
   std::vector<Plain> plain_;
 };
 

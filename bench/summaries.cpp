@@ -63,7 +63,7 @@ class Summaries {
  public:
   Summaries() {
     for (int i = 0; i < kArchives; ++i) {
-      const support::Document document = database_.document(i);
+      const bench::Document document = database_.document(i);
       natives_.push_back(database_.nativePath(document));
       paths_.emplace_back(database_.textPath(document));
     }

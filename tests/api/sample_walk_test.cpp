@@ -1,10 +1,10 @@
 // The C interface over a database as a team's file server holds it: drive letters and a share, file
-// names in mixed case, Latin-1 bytes, odd records, damaged archives.
+// names in mixed case, Latin-1 bytes, odd records, damaged archives. Its data files are in sample/,
+// their records in no particular order: a walk sorts.
 #include <gtest/gtest.h>
 
 #include <filesystem>
 #include <string>
-#include <utility>
 
 #include "foldapi/foldapi.h"
 #include "support/describe.h"
@@ -40,68 +40,22 @@ void writeArchives(const support::Database& database, const string& me) {
   support::writeFile(database.path("vault/docs/damaged.doc_v"), damaged);
 }
 
-// The records, in no particular order: a walk sorts.
-support::Project motorProject() {
-  const string motor = "V:\\vault\\motor";
-  const string docs = "V:\\vault\\docs";
-  return {.name = "Motor Control",
-          .directory = "motorcon.prj",
-          .publicWorkDirectory = "V:\\work\\motor",
-          .privateWorkDirectory = "V:\\work\\ann\\motor",
-          .configuration = {"VCSDIR=V:\\vault\\motor;V:\\vault\\docs"},
-          .folders = {{.name = "src",
-                       .directory = "src",
-                       .workDirectory = "src",
-                       .isOverlaid = true,
-                       .documents = {{motor, "trip.c_v", "safety", "trip.c"},
-                                     {motor, "pid.c_v", "control", "pid.c"},
-                                     {motor, "ramp.c_v", "", "ramp.c"},
-                                     {motor, "pid.h_v", "control", "pid.h"},
-                                     {motor, "stop.c_v", "..\\safety\\.", "stop.c"}}},
-                      {.name = "docs",
-                       .directory = "docs",
-                       .workDirectory = "V:\\shared\\docs",
-                       .documents = {{docs, "gone.doc_v", "user", "gone.doc"},
-                                     {docs, "guide.doc_v", "user", "guide.doc"},
-                                     {docs, "short.doc_v", "V:\\elsewhere", "short;1.doc"},
-                                     {docs, "damaged.doc_v", "", "damaged.doc"},
-                                     {"X:\\nowhere", "far.doc_v", "", "far.doc"}}},
-                      {.name = "scratch",
-                       .directory = "scratch",
-                       .workDirectory = "scratch",
-                       .isPrivate = true,
-                       .documents = {{motor, "ramp.c_v", "", "copy of ramp.c"}}}},
-          .documents = {{"\\\\fs1\\tools", "plan.txt_v", "", "plan.txt"}},
-          .publicLines = {"[DOCUMENT=too;few]", "[REMARK=nobody knows it]", "Key=value", "noise"},
-          .privateLines = {"[FOLDER=lost]", "DIR=lost", "WKDIR=lost", "OWNERSHIP=PUBLIC"}};
-}
+const std::filesystem::path kHere = std::filesystem::path(__FILE__).parent_path();
 
 void writeSample(const support::Database& database, const string& me) {
+  for (const char* side : {"pub", "prv"}) {
+    std::filesystem::copy(kHere / "sample" / side, database.path(side),
+                          std::filesystem::copy_options::recursive);
+  }
   writeArchives(database, me);
-  database.writeProjects(
-      {{.name = "Master Project", .directory = "master.prj", .publicWorkDirectory = "V:\\work"},
-       motorProject(),
-       {.name = "B\xfcro",
-        .directory = "b_ro.prj",
-        .publicWorkDirectory = "V:\\work\\b",
-        .privateWorkDirectory = ""}});
   database.writeProfile();
   support::writeFile(database.profile(), support::readFile(database.profile()) +
                                              "\\\\fs1\\tools=" + database.path("tools") + "\r\n");
-  const string privateRoot = database.path("prv/trvsproj.prv");
-  support::writeFile(privateRoot, support::readFile(privateRoot) +
-                                      "[Project=Only Mine]\r\nCFG=x\r\nDIR=x\r\nWKDIR=x\r\n");
-  for (const auto& [from, to] : {std::pair{"pub/trvsproj.pub", "pub/TRVSPROJ.PUB"},
-                                 {"prv/motorcon.prj", "prv/MOTORCON.PRJ"},
-                                 {"pub/motorcon.prj/src", "pub/motorcon.prj/Src"}}) {
-    std::filesystem::rename(database.path(from), database.path(to));
-  }
 }
 
 // In the golden file <me> stands for the current user.
 void expectSample(const string& text) {
-  string sample =
-      support::readFile(std::filesystem::path(__FILE__).replace_filename("sample_walk.expected"));
+  string sample = support::readFile(kHere / "sample_walk.expected");
   for (size_t at; (at = sample.find("<me>")) != string::npos;) {
     sample.replace(at, 4, support::currentUser());
   }
