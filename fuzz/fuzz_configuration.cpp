@@ -13,7 +13,7 @@
 
 #include "btkf520/configuration/configurationreader.h"
 #include "btkf520/configuration/text.h"
-#include "btkf520/dates.h"
+#include "dates/language.h"
 
 namespace {
 
@@ -72,9 +72,9 @@ void checkPromotion(const btkf::PromotionModel& model) {
 
 void check(const btkf::Configuration& configuration) {
   checkPromotion(configuration.promotion());
-  require(btkf::normalisedDateWords(configuration.dateWords()) == configuration.dateWords(),
+  require(dates::configuredWords(configuration.dateWords()) == configuration.dateWords(),
           "date words stay good");
-  require(btkf::isDateFormat(configuration.dateFormat()), "the date format stays good");
+  require(dates::isConfiguredFormat(configuration.dateFormat()), "the date format stays good");
   require(configuration.archiveDirectoryText().size() <= btkf::ConfigurationReader::kLongestLine,
           "archive directories can be fetched");
   for (const std::string& directory : configuration.archiveDirectories()) {

@@ -10,25 +10,20 @@
 #include <cerrno>
 
 #include "btkf520/platform_workfile.h"
+#include "dates/packedtime.h"
 
 extern char** environ;
 
 namespace btkf {
 namespace {
 
-constexpr int kFirstYear = 1980;
-constexpr int kLastYear = 2107;
 constexpr int64_t kNanosecondsPerSecond = 1'000'000'000;
 
 PackedTime packed(time_t moment) {
   tm local{};
   ::localtime_r(&moment, &local);
-  const int year = local.tm_year + 1900;
-  if (year < kFirstYear) return 1u << 21 | 1u << 16;
-  if (year > kLastYear) return 0xff9fbf7d;  // The last moment of 2107.
-  const auto field = [](int value, int shift) { return static_cast<PackedTime>(value) << shift; };
-  return field(year - kFirstYear, 25) | field(local.tm_mon + 1, 21) | field(local.tm_mday, 16) |
-         field(local.tm_hour, 11) | field(local.tm_min, 5) | field(local.tm_sec / 2, 0);
+  return dates::packTime({local.tm_year + 1900, local.tm_mon + 1, local.tm_mday, local.tm_hour,
+                          local.tm_min, local.tm_sec});
 }
 
 std::string directoryOf(const std::string& path) {
@@ -39,16 +34,14 @@ std::string directoryOf(const std::string& path) {
 }  // namespace
 
 std::optional<int64_t> secondsOf(PackedTime time) {
-  const auto field = [time](int shift, int bits) {
-    return static_cast<int>(time >> shift & ((1u << bits) - 1));
-  };
+  const dates::LocalTime fields = dates::unpackTime(time);
   tm local{};
-  local.tm_year = field(25, 7) + kFirstYear - 1900;
-  local.tm_mon = field(21, 4) - 1;
-  local.tm_mday = field(16, 5);
-  local.tm_hour = field(11, 5);
-  local.tm_min = field(5, 6);
-  local.tm_sec = field(0, 5) * 2;
+  local.tm_year = fields.year - 1900;
+  local.tm_mon = fields.month - 1;
+  local.tm_mday = fields.day;
+  local.tm_hour = fields.hours;
+  local.tm_min = fields.minutes;
+  local.tm_sec = fields.seconds;
   local.tm_isdst = -1;
   const time_t moment = ::mktime(&local);
   return moment == -1 ? std::nullopt : std::optional<int64_t>(moment);

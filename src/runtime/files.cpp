@@ -4,9 +4,9 @@
 #include <algorithm>
 
 #include "runtime/mbstring.h"
-#include "runtime/packedtime.h"
 #include "runtime/pathmap.h"
 #include "runtime/paths.h"
+#include "runtime/zone.h"
 
 namespace foldapi {
 

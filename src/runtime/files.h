@@ -10,7 +10,7 @@
 namespace foldapi {
 
 // The modification stamp of a file at one moment, and what identifies its content. `packed` is the
-// packed local time that clients and data files know (see packedtime.h); it ticks every two
+// packed local time that clients and data files know (see dates/packedtime.h); it ticks every two
 // seconds, so comparisons look at the identity as well. All 0 for a file that can't be read.
 struct FileStamp {
   uint32_t packed = 0;

@@ -12,9 +12,9 @@
 #include <utility>
 
 #include "runtime/bytefile.h"
-#include "runtime/packedtime.h"
 #include "runtime/platform_file.h"
 #include "runtime/platform_path.h"
+#include "runtime/zone.h"
 
 namespace foldapi {
 namespace {

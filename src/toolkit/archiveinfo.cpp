@@ -13,8 +13,8 @@
 
 #include "base/fingerprint.h"
 #include "base/varchiver.h"
+#include "dates/packedtime.h"
 #include "runtime/bytefile.h"
-#include "runtime/packedtime.h"
 #include "runtime/platform_time.h"
 #include "toolkit/messages.h"
 
@@ -185,7 +185,7 @@ void TVArchiveInfo52::takeRecord(char tag, std::string_view payload) {
       if (payload.size() >= 2) to.attributes = static_cast<int32_t>(read16(payload.data()));
       break;
     case 'X':
-      if (payload.size() >= 4) to.creationTime = reversePackedTime(read32(payload.data()));
+      if (payload.size() >= 4) to.creationTime = dates::reversePackedTime(read32(payload.data()));
       break;
     default:
       break;

@@ -6,10 +6,11 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include "dates/packedtime.h"
 #include "runtime/bytefile.h"
-#include "runtime/packedtime.h"
 #include "runtime/paths.h"
 #include "runtime/platform_path.h"
+#include "runtime/zone.h"
 #include "support/files.h"
 #include "support/table.h"
 
@@ -108,7 +109,7 @@ TEST(FileStamps, AreSetWithoutTouchingTheAccessTime) {
   support::writeFile(path, "");
   const timespec accessed[] = {{1'000'000, 0}, {0, UTIME_OMIT}};
   ASSERT_EQ(::utimensat(AT_FDCWD, path.c_str(), accessed, 0), 0);
-  const uint32_t packed = packTime({1999, 7, 4, 12, 30, 58});
+  const uint32_t packed = dates::packTime({1999, 7, 4, 12, 30, 58});
   EXPECT_EQ(setFileTime(path, packed), 0);
   EXPECT_EQ(fileTime(path), packed);
   struct stat status;

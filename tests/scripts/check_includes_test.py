@@ -20,6 +20,8 @@ CASES = [
     ("toolkit/a.cpp", '"btkf520/btkf520.h"', True),
     ("toolkit/a.cpp", '"btkf520/text.h"', False),
     ("btkf520/a.cpp", '"runtime/files.h"', False),
+    ("btkf520/a.cpp", '"dates/reader.h"', True),
+    ("dates/a.cpp", '"runtime/mbstring.h"', False),
     ("kstrinin/a.cpp", '"btkf520/text.h"', False),
     ("core/a.cpp", '"foldapi/foldapi.h"', False),
     ("api/a.cpp", '"foldapi/foldapi.h"', True),

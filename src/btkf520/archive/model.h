@@ -11,12 +11,11 @@
 #include <vector>
 
 #include "btkf520/archive/number.h"
+#include "dates/packedtime.h"
 
 namespace btkf {
 
-// Packed local time. From the highest bit: years since 1980 (7), month (4), day (5), hours (5),
-// minutes (6), seconds divided by two (5). So times compare as numbers.
-using PackedTime = uint32_t;
+using dates::PackedTime;
 
 // The content of one revision, which the archive file keeps under `id`. Two equal contents of one
 // length have one checksum; the reverse is as good as certain, not certain.

@@ -136,14 +136,14 @@ bool Configuration::setPromotion(std::string_view value) {
 }
 
 bool Configuration::setDateWords(std::string_view value) {
-  const auto words = normalisedDateWords(value.empty() ? kDefaultDateWords : value);
+  const auto words = dates::configuredWords(value.empty() ? dates::kDefaultWords : value);
   if (words) dateWords_ = *words;
   return words.has_value();
 }
 
 bool Configuration::setDateFormat(std::string_view value) {
-  if (value.empty()) value = kDefaultDateFormat;
-  if (!isDateFormat(value)) return false;
+  if (value.empty()) value = dates::kDefaultFormat;
+  if (!dates::isConfiguredFormat(value)) return false;
   dateFormat_ = value;
   return true;
 }

@@ -12,7 +12,7 @@
 #include <vector>
 
 #include "btkf520/configuration/promotion.h"
-#include "btkf520/dates.h"
+#include "dates/language.h"
 
 namespace btkf {
 
@@ -89,8 +89,8 @@ class Configuration {
   std::string archiveDirectories_;
   std::map<std::string, std::string> archiveSuffixes_;  // Extension in upper case, no dot; or "*".
   PromotionModel promotion_;
-  std::string dateWords_{kDefaultDateWords};
-  std::string dateFormat_{kDefaultDateFormat};
+  std::string dateWords_{dates::kDefaultWords};
+  std::string dateFormat_{dates::kDefaultFormat};
   bool exclusiveLock_ = false;
   bool multipleLocks_ = false;
   bool expandKeywords_ = false;

@@ -130,7 +130,7 @@ Status CheckOut::applyDates() {
   }
   const std::string_view text = textOf(request_.cutoffDate);
   if (isNoDate(text)) return kDone;
-  const auto time = parseDate(DateRules::current(), trimmed(text), Fill::kLatest);
+  const auto time = parseDate(trimmed(text));
   if (!time) return kBadDate;
   revision_ = newestUntil(*branchOf(task_.model, revision_->number), revision_->number, *time);
   return revision_ == nullptr ? kNoRevision : kDone;
@@ -140,7 +140,7 @@ Status CheckOut::applyDates() {
 Status CheckOut::boundTime(std::optional<PackedTime>* time) const {
   const std::string_view text = textOf(request_.newerThan);
   if (!isNoDate(text)) {
-    *time = parseDate(DateRules::current(), trimmed(text), Fill::kLatest);
+    *time = parseDate(trimmed(text));
     return *time ? kDone : kBadDate;
   }
   if (const auto state = workfileState(workfilePath_)) *time = state->changeTime;

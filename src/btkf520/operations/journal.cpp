@@ -4,8 +4,8 @@
 #include <optional>
 
 #include "btkf520/operations/surroundings.h"
-#include "btkf520/operations/times.h"
 #include "btkf520/platform_workfile.h"
+#include "dates/packedtime.h"
 
 namespace btkf {
 
@@ -13,7 +13,7 @@ namespace btkf {
 void writeJournal(const Account& account) {
   const std::string& journal = configuration().journal();
   if (journal.empty()) return;
-  std::string line = isoTime(presentTime());
+  std::string line = dates::isoText(presentTime());
   const std::string user = userId().value_or("");
   for (std::string field : {user, account.event, account.archive, account.what}) {
     for (char& c : field) c = static_cast<unsigned char>(c) < ' ' ? ' ' : c;

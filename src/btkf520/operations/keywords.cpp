@@ -6,7 +6,7 @@
 
 #include "btkf520/configuration/text.h"
 #include "btkf520/operations/names.h"
-#include "btkf520/operations/times.h"
+#include "dates/packedtime.h"
 
 namespace btkf {
 namespace {
@@ -18,7 +18,7 @@ std::optional<std::string> valueOf(std::string_view keyword, const ArchiveModel&
                                    const Revision& revision, std::string_view archive) {
   if (keyword == "Revision") return revision.number.text();
   if (keyword == "Author") return revision.author;
-  if (keyword == "Date") return isoTime(revision.checkInTime);
+  if (keyword == "Date") return dates::isoText(revision.checkInTime);
   if (keyword == "Archive") return std::string(fileName(archive));
   if (keyword == "Workfile") return model.workName;
   return {};

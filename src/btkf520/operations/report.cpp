@@ -14,6 +14,7 @@
 #include "btkf520/operations/surroundings.h"
 #include "btkf520/operations/task.h"
 #include "btkf520/operations/times.h"
+#include "dates/packedtime.h"
 
 namespace btkf {
 namespace {
@@ -66,7 +67,7 @@ class Selection {
       return status;
     }
     if (!textOf(request.dates).empty()) {
-      const auto dates = parseDateRange(DateRules::current(), request.dates);
+      const auto dates = parseDateRange(request.dates);
       if (!dates) return kBadDate;
       dates_ = *dates;
     }
@@ -171,7 +172,7 @@ Status Report::writeHeading() {
       {"Archive", task_.archiveText()},
       {"Workfile", model.workName},
       {"Owner", model.owner},
-      {"Created", isoTime(model.creationTime)},
+      {"Created", dates::isoText(model.creationTime)},
       {"Attributes", joinedNames(attributes)},
       {"Access", model.accessList.empty() ? "everybody" : joinedNames(model.accessList)},
       {"Revisions", std::to_string(model.revisionCount())},
@@ -222,8 +223,8 @@ Status Report::writeFull(const Revision& revision) {
   }
   const std::pair<const char*, std::string> lines[] = {
       {"Revision", revision.number.text()},
-      {"Checked in", isoTime(revision.checkInTime)},
-      {"Changed", isoTime(revision.workfileTime)},
+      {"Checked in", dates::isoText(revision.checkInTime)},
+      {"Changed", dates::isoText(revision.workfileTime)},
       {"Author", revision.author},
       {"Size", std::to_string(revision.content.length)},
       {"Locked by", joinedNames(revision.lockers)},
@@ -286,7 +287,7 @@ Status Report::writeEach(const Revision& revision, const Names& names) {
 std::string Report::brief(const Revision& revision) const {
   const std::string& change = revision.changeDescription;
   std::string result =
-      revision.number.text() + "  " + isoTime(revision.checkInTime) + "  " + revision.author;
+      revision.number.text() + "  " + dates::isoText(revision.checkInTime) + "  " + revision.author;
   const std::string_view first = trimmed(std::string_view(change).substr(0, change.find('\n')));
   if (!first.empty()) result.append("  ").append(first);
   return result;

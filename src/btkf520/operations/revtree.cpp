@@ -11,7 +11,7 @@
 #include <vector>
 
 #include "btkf520/operations/task.h"
-#include "btkf520/operations/times.h"
+#include "dates/packedtime.h"
 
 namespace btkf {
 namespace {
@@ -68,7 +68,7 @@ class Builder {
     record(
         TRVS_TREE_REVISION | (isHead ? TRVS_TREE_HEAD : 0) | (hasBranch ? TRVS_TREE_HAS_BRANCH : 0),
         level, revision.number.text());
-    record(TRVS_TREE_TIME, level, isoTime(revision.checkInTime));
+    record(TRVS_TREE_TIME, level, dates::isoText(revision.checkInTime));
     record(TRVS_TREE_AUTHOR, level, revision.author);
     record(TRVS_TREE_CHANGE, level, revision.changeDescription);
     for (const std::string& locker : revision.lockers) record(TRVS_TREE_LOCKER, level, locker);

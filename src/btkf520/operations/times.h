@@ -1,32 +1,19 @@
-// btkf520/operations/times.h: dates that people write and read.
+// btkf520/operations/times.h: dates in the words and the order of the current configuration.
 //
-// The words and the order of dates come from the configuration. Clients check dates by the same
-// rules before they hand them over, so the two must agree on every text.
+// dates/reader.h tells how they are read. Clients check dates by the same rules before they hand
+// them over.
 #pragma once
 
+#include <cstdint>
 #include <optional>
-#include <string>
 #include <string_view>
 
 #include "btkf520/archive/model.h"
-#include "btkf520/archive/status.h"
 
 namespace btkf {
 
-// How dates are written, and which day is today.
-struct DateRules {
-  std::string_view words;   // Fourteen, as Configuration::dateWords() has them.
-  std::string_view format;  // As Configuration::dateFormat().
-  PackedTime now = 0;
-
-  static DateRules current();
-};
-
-// What a text that leaves out fields means: the first or the last moment that fits.
-enum class Fill { kEarliest, kLatest };
-
-// The time that `text` says. Nothing if it says none.
-std::optional<PackedTime> parseDate(const DateRules& rules, std::string_view text, Fill fill);
+// The last moment that `text` may mean. Nothing if it is no date.
+std::optional<PackedTime> parseDate(std::string_view text);
 
 struct TimeRange {
   PackedTime from = 0;
@@ -37,9 +24,6 @@ struct TimeRange {
 
 // "from*to", where either may be missing; a date alone is all the time that it may mean, and a text
 // without any is this moment. Nothing for a bad date.
-std::optional<TimeRange> parseDateRange(const DateRules& rules, std::string_view text);
-
-// "2026-11-21 04:05:46", which is read alike everywhere.
-std::string isoTime(PackedTime time);
+std::optional<TimeRange> parseDateRange(std::string_view text);
 
 }  // namespace btkf
