@@ -15,20 +15,20 @@ namespace fuzz {
 inline void checkArchive(std::string_view bytes) {
   const MemoryFile file(bytes);
   std::unique_ptr<btkf::Archive> archive;
-  const btkf::Status status = btkf::Archive::openToRead(file.path(), &archive);
-  require(status == btkf::kDone || status == btkf::kNotAnArchive, "an open gives 0 or 27");
-  if (status != btkf::kDone) return;
+  const TrvsStatus status = btkf::Archive::openToRead(file.path(), &archive);
+  require(status == TRVS_DONE || status == TRVS_NOT_AN_ARCHIVE, "an open gives 0 or 27");
+  if (status != TRVS_DONE) return;
   std::vector<btkf::Content> damaged;
-  const btkf::Status verified = archive->verify(&damaged);
-  require(damaged.empty() || verified == btkf::kNotAnArchive, "what is damaged is not whole");
+  const TrvsStatus verified = archive->verify(&damaged);
+  require(damaged.empty() || verified == TRVS_NOT_AN_ARCHIVE, "what is damaged is not whole");
   archive->model().forEachRevision([&](const btkf::Revision& revision) {
     btkf::Bytes content;
-    if (archive->read(revision.content, &content) == btkf::kDone) {
+    if (archive->read(revision.content, &content) == TRVS_DONE) {
       require(content.size() == revision.content.length &&
                   btkf::checksumOf(content.view()) == revision.content.checksum,
               "what is delivered is what was checked in");
     } else {
-      require(verified == btkf::kNotAnArchive, "what is whole can be read");
+      require(verified == TRVS_NOT_AN_ARCHIVE, "what is whole can be read");
     }
   });
 }

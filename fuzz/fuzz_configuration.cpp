@@ -65,7 +65,7 @@ void checkPromotion(const btkf::PromotionModel& model) {
   require(names.empty() == model.isEmpty(), "only an empty model lists nothing");
   require(names.size() <= 1 || names.size() % 2 == 0, "groups are listed in pairs");
   for (std::string_view name : names) {
-    const bool isTop = model.kindOf(name) == btkf::GroupKind::kTop;
+    const bool isTop = model.kindOf(name) == TRVS_GROUP_TOP;
     require(isTop == (names.size() > 1 && name == names.back()), "the top group comes last");
   }
 }
@@ -90,8 +90,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   btkf::Configuration configuration;
   // A master file and one that follows it, or the same text with no master.
   const bool hasMaster = data[0] % 2 == 0;
-  for (const auto mode :
-       {hasMaster ? btkf::ReadMode::kMaster : btkf::ReadMode::kFirst, btkf::ReadMode::kFollowing}) {
+  for (const auto mode : {hasMaster ? TRVS_READ_MASTER : TRVS_READ_FIRST, TRVS_READ_FOLLOWING}) {
     btkf::ConfigurationReader(&host, mode, &configuration).read("\x01");
     check(configuration);
   }

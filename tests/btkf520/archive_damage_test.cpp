@@ -24,16 +24,16 @@ void fill(History* history, int revisions) {
   btkf::ArchiveModel model = archive->model();
   model.trunk().tip()->lockers = {"ann"};
   model.labels = {{"REL", number("1.1")}};
-  ASSERT_EQ(archive->commit(model), btkf::kDone);
+  ASSERT_EQ(archive->commit(model), TRVS_DONE);
 }
 
 // Opens damaged bytes as an archive. Whatever can still be read must be right.
-btkf::Status verified(const std::string& path, const History& history) {
+TrvsStatus verified(const std::string& path, const History& history) {
   std::unique_ptr<Archive> archive;
-  if (const btkf::Status status = Archive::openToRead(path, &archive)) return status;
+  if (const TrvsStatus status = Archive::openToRead(path, &archive)) return status;
   archive->model().forEachRevision([&](const btkf::Revision& revision) {
     btkf::Bytes bytes;
-    if (archive->read(revision.content, &bytes) != btkf::kDone) return;
+    if (archive->read(revision.content, &bytes) != TRVS_DONE) return;
     EXPECT_TRUE(bytes.view() == history.plain().at(revision.number.text()));
   });
   return archive->verify(nullptr);
@@ -47,11 +47,11 @@ TEST(ArchiveDamage, IsFoundInEveryBitOfAFile) {
     std::string file = whole;
     file[bit / 8] = static_cast<char>(file[bit / 8] ^ (1 << bit % 8));
     const fuzz::MemoryFile damaged(file);
-    ASSERT_EQ(verified(damaged.path(), history), btkf::kNotAnArchive) << "bit " << bit;
+    ASSERT_EQ(verified(damaged.path(), history), TRVS_NOT_AN_ARCHIVE) << "bit " << bit;
   }
   for (size_t size = 0; size < whole.size(); ++size) {
     const fuzz::MemoryFile cut(whole.substr(0, size));
-    ASSERT_EQ(verified(cut.path(), history), btkf::kNotAnArchive) << "cut to " << size;
+    ASSERT_EQ(verified(cut.path(), history), TRVS_NOT_AN_ARCHIVE) << "cut to " << size;
   }
 }
 
@@ -131,25 +131,25 @@ TEST(ArchiveDamage, CostsNoOtherRevisions) {
     support::writeFile(history.path(), file);
 
     std::vector<btkf::Content> damaged;
-    EXPECT_EQ(history.toRead()->verify(&damaged), btkf::kNotAnArchive);
+    EXPECT_EQ(history.toRead()->verify(&damaged), TRVS_NOT_AN_ARCHIVE);
     const size_t lost = damaged.size();
     EXPECT_GE(lost, 1u);
     for (int more = 0; more < 9; ++more) history.checkIn("1", "more " + std::to_string(more));
     history.remove("1.10");
     damaged.clear();
     const auto archive = history.toRead();
-    EXPECT_EQ(archive->verify(&damaged), btkf::kNotAnArchive);
+    EXPECT_EQ(archive->verify(&damaged), TRVS_NOT_AN_ARCHIVE);
     EXPECT_EQ(damaged.size(), lost);
 
     std::vector<std::string> gone;
     archive->model().forEachRevision([&](const btkf::Revision& each) {
       btkf::Bytes bytes;
-      const btkf::Status status = archive->read(each.content, &bytes);
+      const TrvsStatus status = archive->read(each.content, &bytes);
       if (std::find(damaged.begin(), damaged.end(), each.content) != damaged.end()) {
-        EXPECT_EQ(status, btkf::kNotAnArchive);
+        EXPECT_EQ(status, TRVS_NOT_AN_ARCHIVE);
         gone.push_back(each.number.text());
       } else {
-        EXPECT_EQ(status, btkf::kDone);
+        EXPECT_EQ(status, TRVS_DONE);
         EXPECT_TRUE(bytes.view() == history.plain().at(each.number.text()));
       }
     });

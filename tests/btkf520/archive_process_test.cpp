@@ -23,9 +23,9 @@ std::string contentOf(const std::string& tag) {
 }
 
 // Checks in a revision whose change description is `tag`. 0, or the first status that says why not.
-btkf::Status checkIn(const std::string& path, const std::string& tag) {
+TrvsStatus checkIn(const std::string& path, const std::string& tag) {
   std::unique_ptr<Archive> archive;
-  if (const btkf::Status status = Archive::openToUpdate(path, &archive)) return status;
+  if (const TrvsStatus status = Archive::openToUpdate(path, &archive)) return status;
   btkf::ArchiveModel model = archive->model();
   const std::string content = contentOf(tag);
   btkf::Revision revision;
@@ -78,7 +78,7 @@ int exitStatus(pid_t child) {
 std::set<std::string> tagsOf(const std::string& path) {
   std::set<std::string> result;
   const auto archive = History::toRead(path);
-  EXPECT_EQ(archive->verify(nullptr), btkf::kDone);
+  EXPECT_EQ(archive->verify(nullptr), TRVS_DONE);
   const support::SlowArchive slow(support::readFile(path));
   for (const auto& [revisionNumber, revision] : slow.revisions) {
     result.insert(revision.changeDescription);
@@ -98,7 +98,7 @@ TEST(ArchiveProcesses, LoseNoAcknowledgedRevisionWhenKilled) {
         [&](int to) {
           for (int count = 0;; ++count) {
             const std::string tag = std::to_string(life) + "." + std::to_string(count);
-            if (const btkf::Status status = checkIn(path, tag)) return static_cast<int>(status);
+            if (const TrvsStatus status = checkIn(path, tag)) return static_cast<int>(status);
             acknowledge(to, tag);
           }
         },
@@ -107,9 +107,9 @@ TEST(ArchiveProcesses, LoseNoAcknowledgedRevisionWhenKilled) {
     ::kill(child, SIGKILL);
     EXPECT_EQ(exitStatus(child), -SIGKILL);
     acknowledged.merge(receive(pipe));
-    ASSERT_EQ(History::toRead(path)->verify(nullptr), btkf::kDone) << "life " << life;
+    ASSERT_EQ(History::toRead(path)->verify(nullptr), TRVS_DONE) << "life " << life;
   }
-  EXPECT_EQ(checkIn(path, "last"), btkf::kDone);
+  EXPECT_EQ(checkIn(path, "last"), TRVS_DONE);
   const std::set<std::string> there = tagsOf(path);
   EXPECT_TRUE(std::includes(there.begin(), there.end(), acknowledged.begin(), acknowledged.end()));
   EXPECT_FALSE(std::filesystem::exists(path + ".trvs-new"));
@@ -126,10 +126,10 @@ TEST(ArchiveProcesses, AreServedOneAfterTheOtherWhileOthersRead) {
     const auto work = [&](int to) {
       for (int count = 0; count < kRevisions;) {
         const std::string tag = std::to_string(writer) + "." + std::to_string(count);
-        const btkf::Status status = checkIn(path, tag);
-        if (status != btkf::kDone && status != btkf::kInUse) return static_cast<int>(status);
-        if (status == btkf::kInUse) ::usleep(500);
-        if (status == btkf::kDone) acknowledge(to, tag), ++count;
+        const TrvsStatus status = checkIn(path, tag);
+        if (status != TRVS_DONE && status != TRVS_IN_USE) return static_cast<int>(status);
+        if (status == TRVS_IN_USE) ::usleep(500);
+        if (status == TRVS_DONE) acknowledge(to, tag), ++count;
       }
       return 0;
     };
@@ -141,7 +141,7 @@ TEST(ArchiveProcesses, AreServedOneAfterTheOtherWhileOthersRead) {
     const size_t count = archive->model().revisionCount();
     EXPECT_GE(count, seen) << "what was seen is there the next time";
     seen = count;
-    EXPECT_EQ(archive->verify(nullptr), btkf::kDone);
+    EXPECT_EQ(archive->verify(nullptr), TRVS_DONE);
     int status = 0;
     if (::waitpid(writers[done], &status, WNOHANG) == 0) continue;
     EXPECT_EQ(status, 0);
@@ -171,11 +171,11 @@ TEST(ArchiveProcesses, MakeAnArchiveOnce) {
     std::string winner;
     for (const pid_t maker : makers) {
       const int status = exitStatus(maker);
-      if (status == btkf::kDone) {
+      if (status == TRVS_DONE) {
         EXPECT_EQ(winner, "");
         winner = std::to_string(maker);
       } else {
-        EXPECT_TRUE(status == btkf::kArchiveExists || status == btkf::kInUse) << status;
+        EXPECT_TRUE(status == TRVS_ARCHIVE_EXISTS || status == TRVS_IN_USE) << status;
       }
     }
     for (const int pipe : pipes) ::close(pipe);

@@ -201,7 +201,7 @@ TEST(ArchiveFile, KeepsWhatTheModelSays) {
   model.owner = "ann";
   model.description = std::string(40000, 'd') + "\r\n\xFC";
   model.creationTime = 0x1f9953ca;
-  model.attributes = btkf::kExclusiveLocks | 0x80010001;
+  model.attributes = TRVS_ATTRIBUTE_EXCLUSIVE_LOCKS | 0x80010001;
   model.accessList = {"ann", "a,b"};
   btkf::Revision& revision = *model.findRevision(number("1.1.1.1"));
   revision.checkInTime = 0xFFFFFFFF;
@@ -213,7 +213,7 @@ TEST(ArchiveFile, KeepsWhatTheModelSays) {
   model.findRevision(number("1.0"))->lockers = {"cy"};
   model.labels = {{"REL_1", number("1.1")}, {"tip of it", number("1.1.1")}, {"", number("1.9")}};
   model.addBranch(number("1.0.1"));  // Without a revision: not kept.
-  ASSERT_EQ(archive->commit(model), btkf::kDone);
+  ASSERT_EQ(archive->commit(model), TRVS_DONE);
   std::erase_if(model.branches, [](const btkf::Branch& each) { return each.revisions.empty(); });
   EXPECT_EQ(archive->model(), model);
   EXPECT_EQ(history.toRead()->model(), model);
@@ -238,7 +238,7 @@ TEST(ArchiveFile, KeepsWhatTheModelSays) {
   // The summary that clients read without the engine.
   EXPECT_EQ(slow.names('H'), std::vector<std::string>{model.workName});
   EXPECT_EQ(slow.value('X'), model.creationTime);
-  EXPECT_EQ(slow.value('P'), btkf::kExclusiveLocks | 1u);
+  EXPECT_EQ(slow.value('P'), TRVS_ATTRIBUTE_EXCLUSIVE_LOCKS | 1u);
   EXPECT_EQ(slow.names('R'), (std::vector<std::string>{"cy", "bo", "ann"}));
   EXPECT_EQ(slow.names('V'), std::vector<std::string>{"ann,a,b"});
   EXPECT_EQ(slow.names('I'), std::vector<std::string>{model.description});
@@ -260,20 +260,20 @@ TEST(ArchiveFile, RefusesWhatCannotBe) {
   support::writeFile(other, "no archive at all, but long enough to have a trailer");
 
   std::unique_ptr<Archive> archive;
-  EXPECT_EQ(Archive::openToRead(directory / "none", &archive), btkf::kNoArchive);
-  EXPECT_EQ(Archive::openToUpdate(directory / "none/none", &archive), btkf::kNoArchive);
-  EXPECT_EQ(Archive::openToRead(directory.path(), &archive), btkf::kCannotOpen);
-  EXPECT_EQ(Archive::openToRead(other, &archive), btkf::kNotAnArchive);
-  EXPECT_EQ(Archive::openToUpdate(other, &archive), btkf::kNotAnArchive);
-  EXPECT_EQ(Archive::forNew(other)->commit(ArchiveModel()), btkf::kArchiveExists);
-  EXPECT_EQ(Archive::forNew(directory / "none/none")->commit(ArchiveModel()), btkf::kCannotWrite);
+  EXPECT_EQ(Archive::openToRead(directory / "none", &archive), TRVS_NO_ARCHIVE);
+  EXPECT_EQ(Archive::openToUpdate(directory / "none/none", &archive), TRVS_NO_ARCHIVE);
+  EXPECT_EQ(Archive::openToRead(directory.path(), &archive), TRVS_CANNOT_OPEN);
+  EXPECT_EQ(Archive::openToRead(other, &archive), TRVS_NOT_AN_ARCHIVE);
+  EXPECT_EQ(Archive::openToUpdate(other, &archive), TRVS_NOT_AN_ARCHIVE);
+  EXPECT_EQ(Archive::forNew(other)->commit(ArchiveModel()), TRVS_ARCHIVE_EXISTS);
+  EXPECT_EQ(Archive::forNew(directory / "none/none")->commit(ArchiveModel()), TRVS_CANNOT_WRITE);
   EXPECT_EQ(archive, nullptr);
 
   const auto first = history.toUpdate();
-  EXPECT_EQ(Archive::openToUpdate(history.path(), &archive), btkf::kInUse);
-  EXPECT_EQ(first->commit(first->model()), btkf::kDone);
-  EXPECT_EQ(Archive::openToUpdate(history.path(), &archive), btkf::kInUse) << "after a commit, too";
-  EXPECT_EQ(history.toRead()->commit(ArchiveModel()), btkf::kMisuse) << "open to read";
+  EXPECT_EQ(Archive::openToUpdate(history.path(), &archive), TRVS_IN_USE);
+  EXPECT_EQ(first->commit(first->model()), TRVS_DONE);
+  EXPECT_EQ(Archive::openToUpdate(history.path(), &archive), TRVS_IN_USE) << "after a commit, too";
+  EXPECT_EQ(history.toRead()->commit(ArchiveModel()), TRVS_MISUSE) << "open to read";
 
   struct Case {
     const char* why;
@@ -308,10 +308,10 @@ TEST(ArchiveFile, RefusesWhatCannotBe) {
   for (const Case& c : cases) {
     ArchiveModel model = first->model();
     c.spoil(&model);
-    EXPECT_EQ(first->commit(model), btkf::kMisuse) << c.why;
+    EXPECT_EQ(first->commit(model), TRVS_MISUSE) << c.why;
   }
   btkf::Bytes bytes;
-  EXPECT_EQ(first->read({99, 0, 0}, &bytes), btkf::kNoRevision);
+  EXPECT_EQ(first->read({99, 0, 0}, &bytes), TRVS_NO_REVISION);
   EXPECT_EQ(history.file(), file);
 }
 
@@ -324,10 +324,10 @@ TEST(ArchiveFile, IsReplacedInPlaceWithItsModeAndBehindLinks) {
   support::writeFile(path.string() + ".trvs-new", "what a killed writer left");
 
   std::unique_ptr<Archive> archive;
-  ASSERT_EQ(Archive::openToUpdate(link, &archive), btkf::kDone);
+  ASSERT_EQ(Archive::openToUpdate(link, &archive), TRVS_DONE);
   ArchiveModel model = archive->model();
   model.owner = "ann";
-  ASSERT_EQ(archive->commit(model), btkf::kDone);
+  ASSERT_EQ(archive->commit(model), TRVS_DONE);
   EXPECT_EQ(history.toRead()->model().owner, "ann");
   EXPECT_EQ(std::filesystem::status(path).permissions(), std::filesystem::perms(0444));
   EXPECT_TRUE(std::filesystem::is_symlink(link));
@@ -374,7 +374,7 @@ TEST(ArchiveFile, TakesWideContentsInBoundedMemory) {
           revision.number = trunk.tip() == nullptr ? number("1.0") : trunk.tip()->number.next();
           revision.content = archive->put(file.bytes());
           trunk.revisions.push_back(revision);
-          if (archive->commit(model) != btkf::kDone) return 101;
+          if (archive->commit(model) != TRVS_DONE) return 101;
         }
         return static_cast<int>(wide.toRead()->verify(nullptr));
       },

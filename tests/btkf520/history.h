@@ -65,7 +65,7 @@ class History {
     const auto archive = btkf::Archive::forNew(path_);
     btkf::ArchiveModel model;
     model.workName = "file.c";
-    EXPECT_EQ(archive->commit(model), btkf::kDone);
+    EXPECT_EQ(archive->commit(model), TRVS_DONE);
   }
 
   const std::string& path() const { return path_; }
@@ -74,13 +74,13 @@ class History {
 
   static std::unique_ptr<btkf::Archive> toRead(const std::string& path) {
     std::unique_ptr<btkf::Archive> archive;
-    EXPECT_EQ(btkf::Archive::openToRead(path, &archive), btkf::kDone);
+    EXPECT_EQ(btkf::Archive::openToRead(path, &archive), TRVS_DONE);
     return archive;
   }
   std::unique_ptr<btkf::Archive> toRead() const { return toRead(path_); }
   std::unique_ptr<btkf::Archive> toUpdate() const {
     std::unique_ptr<btkf::Archive> archive;
-    EXPECT_EQ(btkf::Archive::openToUpdate(path_, &archive), btkf::kDone);
+    EXPECT_EQ(btkf::Archive::openToUpdate(path_, &archive), TRVS_DONE);
     return archive;
   }
 
@@ -95,7 +95,7 @@ class History {
         place->tip() == nullptr ? place->number.child(0) : place->tip()->number.next();
     revision.content = archive->put(content);
     place->revisions.push_back(revision);
-    ASSERT_EQ(archive->commit(model), btkf::kDone);
+    ASSERT_EQ(archive->commit(model), TRVS_DONE);
     plain_[revision.number.text()] = content;
   }
 
@@ -106,7 +106,7 @@ class History {
       std::erase_if(branch.revisions,
                     [&](const btkf::Revision& each) { return each.number.text() == revision; });
     }
-    ASSERT_EQ(archive->commit(model), btkf::kDone);
+    ASSERT_EQ(archive->commit(model), TRVS_DONE);
     plain_.erase(revision);
   }
 
@@ -121,7 +121,7 @@ class History {
       const auto plain = plain_.find(revision.number.text());
       ASSERT_NE(plain, plain_.end());
       btkf::Bytes bytes;
-      ASSERT_EQ(archive->read(revision.content, &bytes), btkf::kDone);
+      ASSERT_EQ(archive->read(revision.content, &bytes), TRVS_DONE);
       EXPECT_TRUE(bytes.view() == plain->second);
       const support::SlowRevision& found = slow.revisions.at(revision.number.text());
       EXPECT_TRUE(slow.content(found.content) == plain->second);
@@ -130,7 +130,7 @@ class History {
     EXPECT_EQ(count, plain_.size());
     EXPECT_EQ(slow.revisions.size(), plain_.size());
     EXPECT_EQ(slow.value('J'), plain_.size());
-    EXPECT_EQ(archive->verify(nullptr), btkf::kDone);
+    EXPECT_EQ(archive->verify(nullptr), TRVS_DONE);
     expectFewFrames(*archive, slow);
   }
 

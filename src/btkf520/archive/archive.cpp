@@ -23,29 +23,29 @@
 namespace btkf {
 namespace {
 
-Status openStatus(FileResult result) {
+TrvsStatus openStatus(FileResult result) {
   switch (result) {
     case FileResult::kDone:
-      return kDone;
+      return TRVS_DONE;
     case FileResult::kMissing:
-      return kNoArchive;
+      return TRVS_NO_ARCHIVE;
     case FileResult::kBusy:
-      return kInUse;
+      return TRVS_IN_USE;
     default:
-      return kCannotOpen;
+      return TRVS_CANNOT_OPEN;
   }
 }
 
-Status writeStatus(FileResult result) {
+TrvsStatus writeStatus(FileResult result) {
   switch (result) {
     case FileResult::kDone:
-      return kDone;
+      return TRVS_DONE;
     case FileResult::kExists:
-      return kArchiveExists;
+      return TRVS_ARCHIVE_EXISTS;
     case FileResult::kBusy:
-      return kInUse;
+      return TRVS_IN_USE;
     default:
-      return kCannotWrite;
+      return TRVS_CANNOT_WRITE;
   }
 }
 
@@ -61,15 +61,15 @@ class Archive::Impl {
         reader_(std::move(reader)),
         lastContent_(reader_->index().lastContent) {}
 
-  static Status open(Purpose purpose, const std::string& path, InputFile file,
-                     std::unique_ptr<Archive>* archive);
+  static TrvsStatus open(Purpose purpose, const std::string& path, InputFile file,
+                         std::unique_ptr<Archive>* archive);
 
   ArchiveReader& reader() { return *reader_; }
 
   Content put(std::string_view bytes);
-  Status read(const Content& content, Bytes* bytes);
-  Status read(const Content& content, const BytesSink& sink);
-  Status commit(ArchiveModel model);
+  TrvsStatus read(const Content& content, Bytes* bytes);
+  TrvsStatus read(const Content& content, const BytesSink& sink);
+  TrvsStatus commit(ArchiveModel model);
 
  private:
   // A content that is not in the file yet. The bytes are the caller's.
@@ -88,12 +88,12 @@ class Archive::Impl {
   std::vector<Frame> plannedFrames(const ArchiveModel& model) const;
   void planBranch(const Branch& branch, std::vector<Frame>* frames) const;
   const Frame* storedLike(const Frame& planned) const;
-  Status copyKept(const std::vector<Frame>& kept, SiblingFile* to) const;
-  Status hold(uint32_t id, Held* held);
-  Status pack(Frame* frame, Bytes* packed);
-  Status writeFrames(Index* index, SiblingFile* to);
-  Status writeEnd(const Index& index, SiblingFile* to);
-  Status tryCommit(Index* index);
+  TrvsStatus copyKept(const std::vector<Frame>& kept, SiblingFile* to) const;
+  TrvsStatus hold(uint32_t id, Held* held);
+  TrvsStatus pack(Frame* frame, Bytes* packed);
+  TrvsStatus writeFrames(Index* index, SiblingFile* to);
+  TrvsStatus writeEnd(const Index& index, SiblingFile* to);
+  TrvsStatus tryCommit(Index* index);
 
   Purpose purpose_;
   std::string path_;
@@ -103,13 +103,13 @@ class Archive::Impl {
   std::set<uint32_t> damaged_;  // Contents that could not be rebuilt when a commit needed them.
 };
 
-Status Archive::Impl::open(Purpose purpose, const std::string& path, InputFile file,
-                           std::unique_ptr<Archive>* archive) {
+TrvsStatus Archive::Impl::open(Purpose purpose, const std::string& path, InputFile file,
+                               std::unique_ptr<Archive>* archive) {
   std::unique_ptr<ArchiveReader> reader;
-  if (const Status status = ArchiveReader::open(std::move(file), &reader)) return status;
+  if (const TrvsStatus status = ArchiveReader::open(std::move(file), &reader)) return status;
   auto impl = std::make_unique<Impl>(purpose, path, std::move(reader));
   archive->reset(new Archive(std::move(impl)));
-  return kDone;
+  return TRVS_DONE;
 }
 
 Content Archive::Impl::put(std::string_view bytes) {
@@ -119,24 +119,24 @@ Content Archive::Impl::put(std::string_view bytes) {
   return content;
 }
 
-Status Archive::Impl::read(const Content& content, Bytes* bytes) {
+TrvsStatus Archive::Impl::read(const Content& content, Bytes* bytes) {
   const Content* const found = known(content.id);
-  if (found == nullptr || *found != content) return kNoRevision;
+  if (found == nullptr || *found != content) return TRVS_NO_REVISION;
   const auto pending = pending_.find(content.id);
   if (pending == pending_.end()) return reader_->take(content.id, bytes);
   const std::string_view view = pending->second.bytes;
   Bytes copy(view.size());
   view.copy(copy.data(), view.size());
   *bytes = std::move(copy);
-  return kDone;
+  return TRVS_DONE;
 }
 
-Status Archive::Impl::read(const Content& content, const BytesSink& sink) {
+TrvsStatus Archive::Impl::read(const Content& content, const BytesSink& sink) {
   const Content* const found = known(content.id);
-  if (found == nullptr || *found != content) return kNoRevision;
+  if (found == nullptr || *found != content) return TRVS_NO_REVISION;
   const auto pending = pending_.find(content.id);
   if (pending == pending_.end()) return reader_->give(content.id, sink);
-  return sink(pending->second.bytes) ? kDone : kCannotWrite;
+  return sink(pending->second.bytes) ? TRVS_DONE : TRVS_CANNOT_WRITE;
 }
 
 const Content* Archive::Impl::known(uint32_t id) const {
@@ -212,15 +212,15 @@ const Frame* Archive::Impl::storedLike(const Frame& planned) const {
 }
 
 // Copies the header and frames that are in the file, in their order there.
-Status Archive::Impl::copyKept(const std::vector<Frame>& kept, SiblingFile* to) const {
+TrvsStatus Archive::Impl::copyKept(const std::vector<Frame>& kept, SiblingFile* to) const {
   if (purpose_ == Purpose::kMake) return writeStatus(to->write(kArchiveHeader));
   uint64_t begin = 0;  // Of a run that is copied as one.
   uint64_t end = kArchiveHeader.size();
   for (const Frame& frame : kept) {
     const uint64_t offset = reader_->find(frame.content)->offset;
     if (offset != end) {
-      const Status status = writeStatus(to->copy(reader_->file(), begin, end - begin));
-      if (status != kDone) return status;
+      const TrvsStatus status = writeStatus(to->copy(reader_->file(), begin, end - begin));
+      if (status != TRVS_DONE) return status;
       begin = offset;
     }
     end = offset + frame.size;
@@ -228,44 +228,44 @@ Status Archive::Impl::copyKept(const std::vector<Frame>& kept, SiblingFile* to) 
   return writeStatus(to->copy(reader_->file(), begin, end - begin));
 }
 
-Status Archive::Impl::hold(uint32_t id, Held* held) {
+TrvsStatus Archive::Impl::hold(uint32_t id, Held* held) {
   const auto pending = pending_.find(id);
   if (pending != pending_.end()) {
     held->view = pending->second.bytes;
-    return kDone;
+    return TRVS_DONE;
   }
-  const Status status = reader_->read(id, &held->rebuilt);
-  if (status == kDone) held->view = held->rebuilt->view();
-  if (status == kNotAnArchive) damaged_.insert(id);
+  const TrvsStatus status = reader_->read(id, &held->rebuilt);
+  if (status == TRVS_DONE) held->view = held->rebuilt->view();
+  if (status == TRVS_NOT_AN_ARCHIVE) damaged_.insert(id);
   return status;
 }
 
 // Makes the frame that *frame plans, and fills in the rest of it.
-Status Archive::Impl::pack(Frame* frame, Bytes* packed) {
+TrvsStatus Archive::Impl::pack(Frame* frame, Bytes* packed) {
   Held content;
   Held older;
   Held newer;
   for (const auto& [id, held] :
        {std::pair(frame->content, &content), std::pair(frame->olderParent, &older),
         std::pair(frame->newerParent, &newer)}) {
-    const Status status = id == 0 ? kDone : hold(id, held);
-    if (status != kDone) return status;
+    const TrvsStatus status = id == 0 ? TRVS_DONE : hold(id, held);
+    if (status != TRVS_DONE) return status;
   }
   if (!content.view.empty()) {
     const Prefix prefix(older.view, newer.view);
     const uint64_t checksum = known(frame->content)->checksum;
     std::optional<Bytes> made = reader_->codec().pack(content.view, prefix.view(), checksum);
-    if (!made) return kInUse;
+    if (!made) return TRVS_IN_USE;
     *packed = std::move(*made);
   }
   frame->size = packed->size();
   frame->checksum = static_cast<uint32_t>(checksumOf(packed->view()));
-  return kDone;
+  return TRVS_DONE;
 }
 
 // Writes all but the end, and puts the frames of *index in the order of the new file: those that
 // are kept, then new ones, the tips last.
-Status Archive::Impl::writeFrames(Index* index, SiblingFile* to) {
+TrvsStatus Archive::Impl::writeFrames(Index* index, SiblingFile* to) {
   std::vector<Frame> kept;
   std::vector<Frame> made;
   for (Frame& planned : plannedFrames(index->model)) {
@@ -282,37 +282,37 @@ Status Archive::Impl::writeFrames(Index* index, SiblingFile* to) {
   });
   std::stable_partition(made.begin(), made.end(),
                         [](const Frame& frame) { return frame.newerParent != 0; });
-  if (const Status status = copyKept(kept, to)) return status;
+  if (const TrvsStatus status = copyKept(kept, to)) return status;
   index->frames = std::move(kept);
   for (Frame& frame : made) {
     Bytes packed;
-    if (const Status status = pack(&frame, &packed)) return status;
-    if (const Status status = writeStatus(to->write(packed.view()))) return status;
+    if (const TrvsStatus status = pack(&frame, &packed)) return status;
+    if (const TrvsStatus status = writeStatus(to->write(packed.view()))) return status;
     index->frames.push_back(frame);
   }
-  return kDone;
+  return TRVS_DONE;
 }
 
-Status Archive::Impl::writeEnd(const Index& index, SiblingFile* to) {
+TrvsStatus Archive::Impl::writeEnd(const Index& index, SiblingFile* to) {
   const std::string bytes = encodeIndex(index);
-  if (bytes.size() > kLargestIndex) return kNoMemory;
+  if (bytes.size() > kLargestIndex) return TRVS_NO_MEMORY;
   const std::optional<Bytes> packed = reader_->codec().pack(bytes, {}, checksumOf(bytes));
-  if (!packed) return kInternalError;
+  if (!packed) return TRVS_INTERNAL_ERROR;
   const IndexPlace place{static_cast<uint32_t>(packed->size()), static_cast<uint32_t>(bytes.size()),
                          checksumOf(packed->view())};
-  if (const Status status = writeStatus(to->write(packed->view()))) return status;
+  if (const TrvsStatus status = writeStatus(to->write(packed->view()))) return status;
   return writeStatus(to->write(encodeTail(index.model, place)));
 }
 
 // *index goes to the new reader, unless a damaged content ended this before.
-Status Archive::Impl::tryCommit(Index* index) {
+TrvsStatus Archive::Impl::tryCommit(Index* index) {
   SiblingFile file;
   const bool isUpdate = purpose_ == Purpose::kUpdate;  // And then the archive is locked.
   const auto others = isUpdate ? SiblingFile::Others::kExcluded : SiblingFile::Others::kPossible;
-  if (const Status status = writeStatus(file.open(path_, others))) return status;
+  if (const TrvsStatus status = writeStatus(file.open(path_, others))) return status;
   if (isUpdate) file.imitate(reader_->file());
-  if (const Status status = writeFrames(index, &file)) return status;
-  if (const Status status = writeEnd(*index, &file)) return status;
+  if (const TrvsStatus status = writeFrames(index, &file)) return status;
+  if (const TrvsStatus status = writeEnd(*index, &file)) return status;
 
   auto next = std::make_unique<ArchiveReader>(std::move(*index), std::make_unique<FrameCodec>());
   const auto naming = isUpdate ? SiblingFile::Naming::kReplace : SiblingFile::Naming::kNew;
@@ -321,19 +321,19 @@ Status Archive::Impl::tryCommit(Index* index) {
   reader_ = std::move(next);
   pending_.clear();
   purpose_ = Purpose::kUpdate;
-  return kDone;
+  return TRVS_DONE;
 }
 
-Status Archive::Impl::commit(ArchiveModel model) {
-  if (purpose_ == Purpose::kRead || !model.isSound() || !knowsAllOf(model)) return kMisuse;
+TrvsStatus Archive::Impl::commit(ArchiveModel model) {
+  if (purpose_ == Purpose::kRead || !model.isSound() || !knowsAllOf(model)) return TRVS_MISUSE;
   Index index{std::move(model), {}, lastContent_};
   std::erase_if(index.model.branches, [](const Branch& branch) {
     return branch.revisions.empty() && !branch.number.isTrunk();
   });
   for (;;) {
     const size_t damaged = damaged_.size();
-    const Status status = tryCommit(&index);
-    if (status == kDone || damaged_.size() == damaged) return status;
+    const TrvsStatus status = tryCommit(&index);
+    if (status == TRVS_DONE || damaged_.size() == damaged) return status;
     // A content turned out to be damaged: once more with a plan that leaves it alone.
   }
 }
@@ -341,16 +341,16 @@ Status Archive::Impl::commit(ArchiveModel model) {
 Archive::Archive(std::unique_ptr<Impl> impl) : impl_(std::move(impl)) {}
 Archive::~Archive() = default;
 
-Status Archive::openToRead(const std::string& path, std::unique_ptr<Archive>* archive) {
+TrvsStatus Archive::openToRead(const std::string& path, std::unique_ptr<Archive>* archive) {
   InputFile file;
-  if (const Status status = openStatus(file.open(path))) return status;
+  if (const TrvsStatus status = openStatus(file.open(path))) return status;
   return Impl::open(Impl::Purpose::kRead, path, std::move(file), archive);
 }
 
-Status Archive::openToUpdate(const std::string& path, std::unique_ptr<Archive>* archive) {
+TrvsStatus Archive::openToUpdate(const std::string& path, std::unique_ptr<Archive>* archive) {
   const std::string target = linkTarget(path);
   InputFile file;
-  if (const Status status = openStatus(file.openLocked(target))) return status;
+  if (const TrvsStatus status = openStatus(file.openLocked(target))) return status;
   return Impl::open(Impl::Purpose::kUpdate, target, std::move(file), archive);
 }
 
@@ -361,15 +361,15 @@ std::unique_ptr<Archive> Archive::forNew(const std::string& path) {
 }
 
 const ArchiveModel& Archive::model() const { return impl_->reader().index().model; }
-Status Archive::read(const Content& content, Bytes* bytes) const {
+TrvsStatus Archive::read(const Content& content, Bytes* bytes) const {
   return impl_->read(content, bytes);
 }
-Status Archive::read(const Content& content, const BytesSink& sink) const {
+TrvsStatus Archive::read(const Content& content, const BytesSink& sink) const {
   return impl_->read(content, sink);
 }
 Content Archive::put(std::string_view bytes) { return impl_->put(bytes); }
-Status Archive::commit(ArchiveModel model) { return impl_->commit(std::move(model)); }
-Status Archive::verify(std::vector<Content>* damaged) const {
+TrvsStatus Archive::commit(ArchiveModel model) { return impl_->commit(std::move(model)); }
+TrvsStatus Archive::verify(std::vector<Content>* damaged) const {
   return impl_->reader().verify(damaged);
 }
 int Archive::frameCount(const Content& content) const {

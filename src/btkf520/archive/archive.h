@@ -1,7 +1,7 @@
 // btkf520/archive/archive.h: an archive file, opened.
 //
 //     std::unique_ptr<Archive> archive;
-//     if (Status status = Archive::openToUpdate(path, &archive)) return status;
+//     if (TrvsStatus status = Archive::openToUpdate(path, &archive)) return status;
 //     const MappedFile workfile = ...;
 //     ArchiveModel model = archive->model();
 //     Revision revision = ...;
@@ -23,29 +23,29 @@
 
 #include "btkf520/archive/bytes.h"
 #include "btkf520/archive/model.h"
-#include "btkf520/archive/status.h"
+#include "btkf520/btkf520.h"
 
 namespace btkf {
 
 // One archive, open for reading or for update until the object goes. Paths are the operating
 // system's. Operations may throw std::bad_alloc, which changes neither the object nor the file.
 // Statuses that any operation may give, besides those told with it:
-//   kCannotOpen    (5)   the file can't be opened or read
-//   kNotAnArchive  (27)  the file is no archive, or damaged where the operation had to read
+//   TRVS_CANNOT_OPEN     the file can't be opened or read
+//   TRVS_NOT_AN_ARCHIVE  the file is no archive, or damaged where the operation had to read
 class Archive {
  public:
-  // Opens an archive for model(), read() and verify(). Never waits for a writer. kNoArchive (2) if
+  // Opens an archive for model(), read() and verify(). Never waits for a writer. TRVS_NO_ARCHIVE if
   // there is no file.
-  static Status openToRead(const std::string& path, std::unique_ptr<Archive>* archive);
+  static TrvsStatus openToRead(const std::string& path, std::unique_ptr<Archive>* archive);
 
   // The same, for put() and commit() as well. Until the object goes, no other object, in this
-  // process or another, can be opened to update the same file. kInUse (6), at once, if there is
-  // one; kNoArchive (2).
-  static Status openToUpdate(const std::string& path, std::unique_ptr<Archive>* archive);
+  // process or another, can be opened to update the same file. TRVS_IN_USE, at once, if there is
+  // one; TRVS_NO_ARCHIVE.
+  static TrvsStatus openToUpdate(const std::string& path, std::unique_ptr<Archive>* archive);
 
   // A new archive, for put() and one commit(), which makes the file in one step, with its first
   // revision if `model` has one. From then on the object is open to update. commit() gives
-  // kArchiveExists (3), and leaves what is there, if `path` names anything by then; kInUse if
+  // TRVS_ARCHIVE_EXISTS, and leaves what is there, if `path` names anything by then; TRVS_IN_USE if
   // another is making it.
   static std::unique_ptr<Archive> forNew(const std::string& path);
 
@@ -56,33 +56,34 @@ class Archive {
   // As read from the file or committed last. Good until the next commit().
   const ArchiveModel& model() const;
 
-  // Rebuilds a content and checks it: kNotAnArchive if it is damaged, kNoRevision (18) if the
-  // archive has no such content, kNoMemory (16) if it can't be held. *bytes changes only with
-  // kDone. Contents that were put and not committed yet can be read as well.
-  Status read(const Content& content, Bytes* bytes) const;
+  // Rebuilds a content and checks it: TRVS_NOT_AN_ARCHIVE if it is damaged, TRVS_NO_REVISION if the
+  // archive has no such content, TRVS_NO_MEMORY if it can't be held. *bytes changes only with
+  // TRVS_DONE. Contents that were put and not committed yet can be read as well.
+  TrvsStatus read(const Content& content, Bytes* bytes) const;
 
-  // The same, to a sink, and in little memory if the content is a tip's. kCannotWrite (77) if the
-  // sink takes no more. With any status but kDone the sink may have got bytes that are not right.
-  Status read(const Content& content, const BytesSink& sink) const;
+  // The same, to a sink, and in little memory if the content is a tip's. TRVS_CANNOT_WRITE if the
+  // sink takes no more. With any status but TRVS_DONE the sink may have got bytes that are not
+  // right.
+  TrvsStatus read(const Content& content, const BytesSink& sink) const;
 
   // Takes in a new content, to be kept by the next commit() whose model uses it; without one it is
   // forgotten. Nothing is copied: `bytes` must stay as they are until that commit() has returned.
   Content put(std::string_view bytes);
 
   // Makes the file say what `model` says, all or nothing, and on disk when this returns. Contents
-  // that `model` has no longer are dropped. With any status but kDone the file is the old one.
-  //   kMisuse (10)       `model` is not sound, or uses a content that the archive does not have; or
+  // that `model` has no longer are dropped. With any status but TRVS_DONE the file is the old one.
+  //   TRVS_MISUSE        `model` is not sound, or uses a content that the archive does not have; or
   //                      this is not open to update
-  //   kCannotWrite (77)  no space, or no right to make files in the archive's directory
+  //   TRVS_CANNOT_WRITE  no space, or no right to make files in the archive's directory
   // The new file keeps the mode of the old one and, where that is allowed, its owner. A damaged
-  // content is no obstacle: it is kept as it is, and stays damaged. kInUse also if a content that
-  // was put is found to have changed since.
-  Status commit(ArchiveModel model);
+  // content is no obstacle: it is kept as it is, and stays damaged. TRVS_IN_USE also if a content
+  // that was put is found to have changed since.
+  TrvsStatus commit(ArchiveModel model);
 
-  // Reads every byte of the file and checks it, so that it finds any changed bit. kDone if all is
-  // well. Else kNotAnArchive, and in *damaged the contents that can't be rebuilt any more; if that
-  // is empty, what is damaged is outside the contents. Null for no list.
-  Status verify(std::vector<Content>* damaged) const;
+  // Reads every byte of the file and checks it, so that it finds any changed bit. TRVS_DONE if all
+  // is well. Else TRVS_NOT_AN_ARCHIVE, and in *damaged the contents that can't be rebuilt any more;
+  // if that is empty, what is damaged is outside the contents. Null for no list.
+  TrvsStatus verify(std::vector<Content>* damaged) const;
 
   // How many frames of the file rebuilding `content` decodes. 0 for no such content.
   int frameCount(const Content& content) const;

@@ -11,6 +11,7 @@
 #include <vector>
 
 #include "btkf520/archive/number.h"
+#include "btkf520/btkf520.h"
 #include "dates/packedtime.h"
 
 namespace btkf {
@@ -62,28 +63,20 @@ struct Label {
   bool operator==(const Label&) const = default;
 };
 
-// Bits of ArchiveModel::attributes. The lower sixteen are told to clients in the tail of the file.
-enum Attribute : uint32_t {
-  kBinary = 0x1,          // Not text: no keyword expansion, no line ends to look for.
-  kExpandKeywords = 0x2,  // Keywords are expanded when a revision is checked out.
-  kExclusiveLocks = 0x4,  // One lock at a time in the whole archive.
-  kWriteProtected = 0x8,  // Workfiles are checked out read-only unless locked.
-  kCheckLocks = 0x10,     // Check-in needs a lock.
-};
-
 class ArchiveModel {
  public:
   std::string workName;  // Name of the workfile, without directories.
   std::string owner;     // User id of the creator.
   std::string description;
   PackedTime creationTime = 0;
-  uint32_t attributes = 0;
+  uint32_t attributes =
+      0;  // TRVS_ATTRIBUTE_... The lower sixteen bits are told to clients in the tail of the file.
   std::vector<std::string> accessList;                        // Users and groups; empty: everybody.
   std::vector<Branch> branches{Branch{Number::trunk(), {}}};  // The trunk, always first; then the
                                                               // others, ascending by number.
   std::vector<Label> labels;  // In the order in which they were made.
 
-  bool has(Attribute attribute) const { return (attributes & attribute) != 0; }
+  bool has(TrvsAttribute attribute) const { return (attributes & attribute) != 0; }
 
   Branch& trunk() { return branches.front(); }
   const Branch& trunk() const { return branches.front(); }
@@ -126,7 +119,8 @@ class ArchiveModel {
 
   // Whether the file format can hold it: branches and revisions in order, without duplicates and
   // under their own branch, texts without NUL and not too long, no empty names in lists, contents
-  // used once, label targets that are numbers. Archive::commit() refuses any other with kMisuse.
+  // used once, label targets that are numbers. Archive::commit() refuses any other with
+  // TRVS_MISUSE.
   bool isSound() const;
 
   bool operator==(const ArchiveModel&) const = default;

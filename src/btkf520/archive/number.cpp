@@ -3,8 +3,6 @@
 
 #include <charconv>
 
-#include "btkf520/configuration/text.h"
-
 namespace btkf {
 namespace {
 
@@ -12,7 +10,6 @@ namespace {
 std::optional<uint32_t> component(std::string_view text) {
   uint32_t value = 0;
   const char* end = text.data() + text.size();
-  if (text.empty() || !isDigit(text.front())) return {};
   const auto [stop, error] = std::from_chars(text.data(), end, value);
   if (error != std::errc() || stop != end || value > Number::kLargestComponent) return {};
   return value;

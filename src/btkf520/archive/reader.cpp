@@ -90,38 +90,38 @@ ArchiveReader::ArchiveReader(Index index, std::unique_ptr<FrameCodec> codec)
   });
 }
 
-Status ArchiveReader::readEnds(const InputFile& file, Ends* ends) {
+TrvsStatus ArchiveReader::readEnds(const InputFile& file, Ends* ends) {
   FileEnd end(file);
   const auto trailer = end.last(kTrailerSize);
   const auto size = trailer ? tailSize(*trailer) : std::nullopt;
   const auto tail = size ? end.last(*size) : std::nullopt;
   const auto place = tail ? findIndex(*tail) : std::nullopt;
-  if (!place || place->size > kLargestIndex) return kNotAnArchive;
+  if (!place || place->size > kLargestIndex) return TRVS_NOT_AN_ARCHIVE;
   ends->tail = *tail;
   ends->place = *place;
   const auto all = end.last(uint64_t{*size} + place->storedSize);
-  if (!all) return kNotAnArchive;
+  if (!all) return TRVS_NOT_AN_ARCHIVE;
   ends->storedIndex = all->substr(0, place->storedSize);
-  return checksumOf(ends->storedIndex) == place->checksum ? kDone : kNotAnArchive;
+  return checksumOf(ends->storedIndex) == place->checksum ? TRVS_DONE : TRVS_NOT_AN_ARCHIVE;
 }
 
-Status ArchiveReader::open(InputFile file, std::unique_ptr<ArchiveReader>* reader) {
+TrvsStatus ArchiveReader::open(InputFile file, std::unique_ptr<ArchiveReader>* reader) {
   Ends ends;
-  if (!hasHeader(file) || readEnds(file, &ends) != kDone) {
-    return file.hasFailed() ? kCannotOpen : kNotAnArchive;
+  if (!hasHeader(file) || readEnds(file, &ends) != TRVS_DONE) {
+    return file.hasFailed() ? TRVS_CANNOT_OPEN : TRVS_NOT_AN_ARCHIVE;
   }
   Bytes bytes;
   auto codec = std::make_unique<FrameCodec>();
-  if (!codec->unpack(ends.storedIndex, {}, ends.place.size, &bytes)) return kNotAnArchive;
+  if (!codec->unpack(ends.storedIndex, {}, ends.place.size, &bytes)) return TRVS_NOT_AN_ARCHIVE;
   std::optional<Index> index = decodeIndex(bytes.view());
-  if (!index) return kNotAnArchive;
+  if (!index) return TRVS_NOT_AN_ARCHIVE;
   auto result = std::make_unique<ArchiveReader>(std::move(*index), std::move(codec));
   if (result->bodySize_ + ends.storedIndex.size() + ends.tail.size() != file.size()) {
-    return kNotAnArchive;
+    return TRVS_NOT_AN_ARCHIVE;
   }
   result->file_ = std::move(file);
   *reader = std::move(result);
-  return kDone;
+  return TRVS_DONE;
 }
 
 const ArchiveReader::Stored* ArchiveReader::find(uint32_t content) const {
@@ -181,7 +181,7 @@ bool ArchiveReader::unpack(const Stored& stored, std::string_view prefix, Bytes*
 }
 
 // Rebuilds a content that is not at hand, and checks it.
-Status ArchiveReader::rebuild(const Stored& target, bool keeps, std::shared_ptr<Bytes>* bytes) {
+TrvsStatus ArchiveReader::rebuild(const Stored& target, bool keeps, std::shared_ptr<Bytes>* bytes) {
   const std::vector<const Stored*> frames = framesFor(target);
   std::unordered_map<uint32_t, int> uses;
   std::unordered_map<uint32_t, SharedBytes> held;
@@ -202,9 +202,9 @@ Status ArchiveReader::rebuild(const Stored& target, bool keeps, std::shared_ptr<
     Checksum checksum;
     const bool isTarget = stored == &target;
     if (!unpack(*stored, prefix.view(), &content, isTarget ? &checksum : nullptr)) {
-      return file_.hasFailed() ? kCannotOpen : kNotAnArchive;
+      return file_.hasFailed() ? TRVS_CANNOT_OPEN : TRVS_NOT_AN_ARCHIVE;
     }
-    if (isTarget && checksum.value() != target.content.checksum) return kNotAnArchive;
+    if (isTarget && checksum.value() != target.content.checksum) return TRVS_NOT_AN_ARCHIVE;
     *bytes = std::make_shared<Bytes>(std::move(content));
     held[frame.content] = *bytes;
     if (keeps) recent_.add(frame.content, *bytes);
@@ -212,42 +212,42 @@ Status ArchiveReader::rebuild(const Stored& target, bool keeps, std::shared_ptr<
       if (--uses[parent] == 0) held.erase(parent);
     }
   }
-  return kDone;
+  return TRVS_DONE;
 }
 
-Status ArchiveReader::read(uint32_t content, SharedBytes* bytes) {
+TrvsStatus ArchiveReader::read(uint32_t content, SharedBytes* bytes) {
   const Stored* const target = find(content);
-  if (target == nullptr) return kNoRevision;
+  if (target == nullptr) return TRVS_NO_REVISION;
   if (SharedBytes recent = recent_.find(content)) {
-    if (checksumOf(recent->view()) != target->content.checksum) return kNotAnArchive;
+    if (checksumOf(recent->view()) != target->content.checksum) return TRVS_NOT_AN_ARCHIVE;
     *bytes = std::move(recent);
-    return kDone;
+    return TRVS_DONE;
   }
   std::shared_ptr<Bytes> rebuilt;
-  if (const Status status = rebuild(*target, true, &rebuilt)) return status;
+  if (const TrvsStatus status = rebuild(*target, true, &rebuilt)) return status;
   *bytes = std::move(rebuilt);
-  return kDone;
+  return TRVS_DONE;
 }
 
-Status ArchiveReader::take(uint32_t content, Bytes* bytes) {
+TrvsStatus ArchiveReader::take(uint32_t content, Bytes* bytes) {
   const Stored* const target = find(content);
-  if (target == nullptr) return kNoRevision;
+  if (target == nullptr) return TRVS_NO_REVISION;
   std::shared_ptr<Bytes> result;
-  if (const Status status = rebuild(*target, false, &result)) return status;
+  if (const TrvsStatus status = rebuild(*target, false, &result)) return status;
   *bytes = std::move(*result);
-  return kDone;
+  return TRVS_DONE;
 }
 
 // Contents with parents have to be in memory as a whole, and those that fit there easily may be.
-Status ArchiveReader::give(uint32_t content, const BytesSink& sink) {
+TrvsStatus ArchiveReader::give(uint32_t content, const BytesSink& sink) {
   const Stored* const target = find(content);
-  if (target == nullptr) return kNoRevision;
+  if (target == nullptr) return TRVS_NO_REVISION;
   const uint64_t length = target->content.length;
   const bool isAlone = target->frame.olderParent == 0 && target->frame.newerParent == 0;
   if (!isAlone || length < kPiece || length > kLongestInPieces) {
     Bytes bytes;
-    if (const Status status = take(content, &bytes)) return status;
-    return sink(bytes.view()) ? kDone : kCannotWrite;
+    if (const TrvsStatus status = take(content, &bytes)) return status;
+    return sink(bytes.view()) ? TRVS_DONE : TRVS_CANNOT_WRITE;
   }
   Checksum checksum;
   bool isTaken = true;
@@ -255,9 +255,10 @@ Status ArchiveReader::give(uint32_t content, const BytesSink& sink) {
   const bool isUnpacked = withFrame(*target, [&](const FramePieces& pieces) {
     return codec_->unpackAlone(pieces, length, watched, &checksum);
   });
-  if (!isTaken) return kCannotWrite;
-  if (!isUnpacked && file_.hasFailed()) return kCannotOpen;
-  return isUnpacked && checksum.value() == target->content.checksum ? kDone : kNotAnArchive;
+  if (!isTaken) return TRVS_CANNOT_WRITE;
+  if (!isUnpacked && file_.hasFailed()) return TRVS_CANNOT_OPEN;
+  return isUnpacked && checksum.value() == target->content.checksum ? TRVS_DONE
+                                                                    : TRVS_NOT_AN_ARCHIVE;
 }
 
 int ArchiveReader::frameCount(uint32_t content) const {
@@ -268,26 +269,26 @@ int ArchiveReader::frameCount(uint32_t content) const {
 // Header, sizes and the index are checked whenever a file is opened, and here once more.
 bool ArchiveReader::endsAreWhole() const {
   Ends ends;
-  return hasHeader(file_) && readEnds(file_, &ends) == kDone &&
+  return hasHeader(file_) && readEnds(file_, &ends) == TRVS_DONE &&
          ends.tail == encodeTail(index_.model, ends.place);
 }
 
-Status ArchiveReader::verify(std::vector<Content>* damaged) {
-  Status result = endsAreWhole() ? kDone : kNotAnArchive;
+TrvsStatus ArchiveReader::verify(std::vector<Content>* damaged) {
+  TrvsStatus result = endsAreWhole() ? TRVS_DONE : TRVS_NOT_AN_ARCHIVE;
   recent_.clear();
   for (const Branch& branch : index_.model.branches) {
     // From the tip on, near which the parents are.
     for (size_t place = branch.revisions.size(); place-- > 0;) {
       const Content& content = branch.revisions[place].content;
       SharedBytes bytes;
-      if (read(content.id, &bytes) == kDone) continue;
-      result = kNotAnArchive;
+      if (read(content.id, &bytes) == TRVS_DONE) continue;
+      result = TRVS_NOT_AN_ARCHIVE;
       if (damaged != nullptr) damaged->push_back(content);
     }
   }
   if (!file_.hasFailed()) return result;
   if (damaged != nullptr) damaged->clear();
-  return kCannotOpen;
+  return TRVS_CANNOT_OPEN;
 }
 
 }  // namespace btkf

@@ -16,8 +16,8 @@
 #include "btkf520/archive/bytes.h"
 #include "btkf520/archive/contentframes.h"
 #include "btkf520/archive/index.h"
-#include "btkf520/archive/status.h"
 #include "btkf520/archive/tail.h"
+#include "btkf520/btkf520.h"
 #include "btkf520/platform_file.h"
 
 namespace btkf {
@@ -73,8 +73,8 @@ class ArchiveReader {
   ArchiveReader(const ArchiveReader&) = delete;
   ArchiveReader& operator=(const ArchiveReader&) = delete;
 
-  // kNotAnArchive if `file` is none, or if its index is damaged.
-  static Status open(InputFile file, std::unique_ptr<ArchiveReader>* reader);
+  // TRVS_NOT_AN_ARCHIVE if `file` is none, or if its index is damaged.
+  static TrvsStatus open(InputFile file, std::unique_ptr<ArchiveReader>* reader);
 
   InputFile& file() { return file_; }
   const Index& index() const { return index_; }
@@ -85,18 +85,18 @@ class ArchiveReader {
   // Null for none. Good as long as the object is.
   const Stored* find(uint32_t content) const;
 
-  // Rebuild a content and check it: kNoRevision if there is none, kNotAnArchive for a damaged one.
-  // *bytes changes only with kDone. read() keeps what it rebuilds at hand for the next; take() does
-  // not, and gives the memory away.
-  Status read(uint32_t content, SharedBytes* bytes);
-  Status take(uint32_t content, Bytes* bytes);
-  // The same, to a sink: kCannotWrite if that takes no more. What a sink got is worth nothing with
-  // any status but kDone.
-  Status give(uint32_t content, const BytesSink& sink);
+  // Rebuild a content and check it: TRVS_NO_REVISION if there is none, TRVS_NOT_AN_ARCHIVE for a
+  // damaged one. *bytes changes only with TRVS_DONE. read() keeps what it rebuilds at hand for the
+  // next; take() does not, and gives the memory away.
+  TrvsStatus read(uint32_t content, SharedBytes* bytes);
+  TrvsStatus take(uint32_t content, Bytes* bytes);
+  // The same, to a sink: TRVS_CANNOT_WRITE if that takes no more. What a sink got is worth nothing
+  // with any status but TRVS_DONE.
+  TrvsStatus give(uint32_t content, const BytesSink& sink);
 
   // See Archive.
   int frameCount(uint32_t content) const;
-  Status verify(std::vector<Content>* damaged);
+  TrvsStatus verify(std::vector<Content>* damaged);
 
  private:
   struct Ends {
@@ -104,12 +104,12 @@ class ArchiveReader {
     IndexPlace place;
     std::string storedIndex;
   };
-  static Status readEnds(const InputFile& file, Ends* ends);
+  static TrvsStatus readEnds(const InputFile& file, Ends* ends);
   bool endsAreWhole() const;
 
   std::vector<const Stored*> framesFor(const Stored& target) const;
   // Keeps at hand what it rebuilds if `keeps`.
-  Status rebuild(const Stored& target, bool keeps, std::shared_ptr<Bytes>* bytes);
+  TrvsStatus rebuild(const Stored& target, bool keeps, std::shared_ptr<Bytes>* bytes);
   // Hands the frame to `work`, which unpacks all of it. False if that is, or the frame is damaged.
   bool withFrame(const Stored& stored, const std::function<bool(const FramePieces&)>& work) const;
   bool unpack(const Stored& stored, std::string_view prefix, Bytes* content, Checksum* checksum);

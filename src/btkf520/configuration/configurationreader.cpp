@@ -57,17 +57,17 @@ std::string placeOf(std::string_view path, const std::string& including) {
 
 }  // namespace
 
-ConfigurationReader::ConfigurationReader(ConfigurationHost* host, ReadMode mode,
+ConfigurationReader::ConfigurationReader(ConfigurationHost* host, TrvsReadMode mode,
                                          Configuration* configuration)
     : host_(host), mode_(mode), configuration_(configuration) {}
 
-Status ConfigurationReader::read(const std::string& path) {
+TrvsStatus ConfigurationReader::read(const std::string& path) {
   const std::optional<FileText> file = host_->readFile(path, kLargestFile);
-  if (!file) return kCannotReadConfiguration;
+  if (!file) return TRVS_CANNOT_READ_CONFIGURATION;
   const PromotionModel before = configuration_->promotion();
   readText(path, *file);
   checkPromotion(path, before);
-  return state_ == State::kCancelled ? kCancelled : kDone;
+  return state_ == State::kCancelled ? TRVS_CANCELLED : TRVS_DONE;
 }
 
 void ConfigurationReader::readText(const std::string& path, const FileText& file) {
@@ -82,28 +82,28 @@ void ConfigurationReader::readText(const std::string& path, const FileText& file
     if (line.ends_with('\r')) line.remove_suffix(1);
     open_.back().line = line;
     ++open_.back().number;
-    const Status status = takeLine();
-    if (status != kDone) report(status, line, path, open_.back().number);
+    const TrvsStatus status = takeLine();
+    if (status != TRVS_DONE) report(status, line, path, open_.back().number);
   }
   const std::optional<Conditionals::Opening> unclosed = open_.back().conditionals.unclosed();
   if (unclosed && state_ == State::kReading) {
-    report(kBadConditional, unclosed->text, path, unclosed->line);
+    report(TRVS_BAD_CONDITIONAL, unclosed->text, path, unclosed->line);
   }
   open_.pop_back();
 }
 
-Status ConfigurationReader::takeLine() {
+TrvsStatus ConfigurationReader::takeLine() {
   const OpenFile& file = open_.back();
   const bool reading = file.conditionals.isReading();
-  if (isComment(file.line)) return kDone;
+  if (isComment(file.line)) return TRVS_DONE;
   std::optional<Directive> directive;
   if (file.line.size() <= kLongestLine) directive = parse(file.line);
-  if (!directive) return reading ? kInvalidLine : kDone;
+  if (!directive) return reading ? TRVS_INVALID_LINE : TRVS_DONE;
   if (isConditional(directive->name)) return takeConditional(directive->name, directive->value);
-  return reading ? takeDirective(directive->name, directive->value) : kDone;
+  return reading ? takeDirective(directive->name, directive->value) : TRVS_DONE;
 }
 
-Status ConfigurationReader::takeConditional(const std::string& name, std::string_view value) {
+TrvsStatus ConfigurationReader::takeConditional(const std::string& name, std::string_view value) {
   OpenFile& file = open_.back();
   Conditionals& conditionals = file.conditionals;
   std::optional<bool> condition = false;
@@ -119,37 +119,37 @@ Status ConfigurationReader::takeConditional(const std::string& name, std::string
     inPlace = name == "ELSE" ? conditionals.otherwise() : conditionals.close();
     inPlace = inPlace && value.empty();
   }
-  return inPlace && condition ? kDone : kBadConditional;
+  return inPlace && condition ? TRVS_DONE : TRVS_BAD_CONDITIONAL;
 }
 
-Status ConfigurationReader::takeDirective(const std::string& name, std::string_view value) {
-  if (mode_ == ReadMode::kFollowing && configuration_->isDisallowed(name)) return kDisallowed;
+TrvsStatus ConfigurationReader::takeDirective(const std::string& name, std::string_view value) {
+  if (mode_ == TRVS_READ_FOLLOWING && configuration_->isDisallowed(name)) return TRVS_DISALLOWED;
   if (name == "INCLUDE") return include(value);
   if (name == "DISALLOW") return disallow(value);
-  return configuration_->set(name, value) ? kDone : kInvalidLine;
+  return configuration_->set(name, value) ? TRVS_DONE : TRVS_INVALID_LINE;
 }
 
-Status ConfigurationReader::include(std::string_view value) {
-  if (value.empty()) return kBadInclude;
-  if (open_.size() == kDeepestNesting) return kNestedTooDeep;
-  if (files_ == kMostFiles) return kBadInclude;
+TrvsStatus ConfigurationReader::include(std::string_view value) {
+  if (value.empty()) return TRVS_BAD_INCLUDE;
+  if (open_.size() == kDeepestNesting) return TRVS_NESTED_TOO_DEEP;
+  if (files_ == kMostFiles) return TRVS_BAD_INCLUDE;
   const std::string path = placeOf(value, open_.back().path);
   const std::optional<FileText> file =
       host_->readFile(path, std::min(kLargestFile, kMostBytes - bytes_));
-  if (!file) return kBadInclude;
+  if (!file) return TRVS_BAD_INCLUDE;
   // A file that includes itself would nest for ever: no need to go twenty levels down to know.
   const bool recursive = std::any_of(open_.begin(), open_.end(), [&](const OpenFile& outer) {
     return outer.identity == file->identity;
   });
-  if (recursive) return kNestedTooDeep;
+  if (recursive) return TRVS_NESTED_TOO_DEEP;
   readText(path, *file);
-  return kDone;
+  return TRVS_DONE;
 }
 
 // Names that are known are disallowed even if others in the line are not: that is the safe side.
-Status ConfigurationReader::disallow(std::string_view value) {
+TrvsStatus ConfigurationReader::disallow(std::string_view value) {
   const std::vector<std::string_view> names = pieces(value, " \t,");
-  if (mode_ != ReadMode::kMaster || names.empty()) return kInvalidLine;
+  if (mode_ != TRVS_READ_MASTER || names.empty()) return TRVS_INVALID_LINE;
   bool allKnown = true;
   for (std::string_view piece : names) {
     const std::string name = upperCase(piece);
@@ -159,7 +159,7 @@ Status ConfigurationReader::disallow(std::string_view value) {
       allKnown = false;
     }
   }
-  return allKnown ? kDone : kInvalidLine;
+  return allKnown ? TRVS_DONE : TRVS_INVALID_LINE;
 }
 
 // "NAME", "NOT NAME", "NAME == text" or "NAME != text". Nothing for anything else.
@@ -186,10 +186,11 @@ void ConfigurationReader::checkPromotion(const std::string& path, const Promotio
   if (fault == PromotionModel::Fault::kNone) return;
   configuration_->restorePromotion(before);
   if (state_ == State::kCancelled) return;
-  report(fault == PromotionModel::Fault::kCycle ? kNoTopGroup : kSeveralTopGroups, "", path, 0);
+  report(fault == PromotionModel::Fault::kCycle ? TRVS_NO_TOP_GROUP : TRVS_SEVERAL_TOP_GROUPS, "",
+         path, 0);
 }
 
-void ConfigurationReader::report(Status code, std::string_view line, const std::string& path,
+void ConfigurationReader::report(TrvsStatus code, std::string_view line, const std::string& path,
                                  int number) {
   const bool goOn = host_->report({code, std::string(line.substr(0, kReportedLine)), path, number});
   if (!goOn) {

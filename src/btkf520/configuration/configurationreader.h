@@ -8,23 +8,19 @@
 #include <string_view>
 #include <vector>
 
-#include "btkf520/archive/status.h"
+#include "btkf520/btkf520.h"
 #include "btkf520/configuration/conditionals.h"
 #include "btkf520/configuration/configuration.h"
 #include "btkf520/platform.h"
 
 namespace btkf {
 
-// Which files came before the one that is read. The numbers are those that clients pass.
-enum class ReadMode : int32_t { kFirst = 8, kFollowing = 9, kMaster = 10 };
-
 // One directive that could not be taken in. Good during the report only.
 struct BadDirective {
-  Status code;
-  std::string
-      line;  // Its beginning, up to kReportedLine bytes. Empty if no single line is to blame.
+  TrvsStatus code;
+  std::string line;  // Its beginning, up to kReportedLine bytes. Empty if no line is to blame.
   std::string file;  // Path text.
-  int number;        // Counted from 1. 0 if no single line is to blame.
+  int number;        // Counted from 1. 0 if no line is to blame.
 };
 
 // What the reader needs from outside: files, variables and someone to complain to.
@@ -42,11 +38,12 @@ class ConfigurationHost {
 class ConfigurationReader {
  public:
   // Both pointers must outlive the reader.
-  ConfigurationReader(ConfigurationHost* host, ReadMode mode, Configuration* configuration);
+  ConfigurationReader(ConfigurationHost* host, TrvsReadMode mode, Configuration* configuration);
 
-  // Gives kDone whatever the lines were like, kCannotReadConfiguration with nothing changed, or
-  // kCancelled when a report was answered with false: what was read up to then has been set.
-  Status read(const std::string& path);
+  // Gives TRVS_DONE whatever the lines were like, TRVS_CANNOT_READ_CONFIGURATION with nothing
+  // changed, or TRVS_CANCELLED when a report was answered with false: what was read up to then has
+  // been set.
+  TrvsStatus read(const std::string& path);
 
   // Bounds on what any set of files can cost: beyond them, files are not included and lines are
   // bad.
@@ -69,17 +66,17 @@ class ConfigurationReader {
   };
 
   void readText(const std::string& path, const FileText& file);
-  Status takeLine();
-  Status takeConditional(const std::string& name, std::string_view value);
-  Status takeDirective(const std::string& name, std::string_view value);
-  Status include(std::string_view value);
-  Status disallow(std::string_view value);
+  TrvsStatus takeLine();
+  TrvsStatus takeConditional(const std::string& name, std::string_view value);
+  TrvsStatus takeDirective(const std::string& name, std::string_view value);
+  TrvsStatus include(std::string_view value);
+  TrvsStatus disallow(std::string_view value);
   std::optional<bool> evaluate(std::string_view condition) const;
   void checkPromotion(const std::string& path, const PromotionModel& before);
-  void report(Status code, std::string_view line, const std::string& path, int number);
+  void report(TrvsStatus code, std::string_view line, const std::string& path, int number);
 
   ConfigurationHost* host_;
-  ReadMode mode_;
+  TrvsReadMode mode_;
   Configuration* configuration_;
   std::vector<OpenFile> open_;  // The innermost last.
   size_t files_ = 0;

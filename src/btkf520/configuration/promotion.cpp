@@ -50,16 +50,16 @@ PromotionModel::Fault PromotionModel::fault() const {
   return tops.size() > 1 ? Fault::kSeveralTops : Fault::kNone;
 }
 
-GroupKind PromotionModel::kindOf(std::string_view group) const {
+TrvsGroupKind PromotionModel::kindOf(std::string_view group) const {
   const bool below = hasChild(group);
-  if (!below) return find(group) == nullptr ? GroupKind::kNone : GroupKind::kDevelopment;
-  return hasParent(group) ? GroupKind::kBetween : GroupKind::kTop;
+  if (!below) return find(group) == nullptr ? TRVS_GROUP_NONE : TRVS_GROUP_DEVELOPMENT;
+  return hasParent(group) ? TRVS_GROUP_BETWEEN : TRVS_GROUP_TOP;
 }
 
 std::vector<std::string> PromotionModel::developmentGroups() const {
   std::vector<std::string> groups;
   for (const Link& link : links_) {
-    if (kindOf(link.child) == GroupKind::kDevelopment) groups.push_back(link.child);
+    if (kindOf(link.child) == TRVS_GROUP_DEVELOPMENT) groups.push_back(link.child);
   }
   return groups;
 }

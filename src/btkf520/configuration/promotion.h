@@ -3,16 +3,14 @@
 #pragma once
 
 #include <cstddef>
-#include <cstdint>
 #include <map>
 #include <string>
 #include <string_view>
 #include <vector>
 
-namespace btkf {
+#include "btkf520/btkf520.h"
 
-// Where a group stands in a model. The numbers are those that clients get.
-enum class GroupKind : int16_t { kNone = 1, kDevelopment = 2, kBetween = 3, kTop = 4 };
+namespace btkf {
 
 // A value: the links from groups to the groups above them, in the order in which they were made. A
 // group exists as long as a link names it. Names are case-sensitive. Links may be made in any
@@ -29,7 +27,7 @@ class PromotionModel {
   Fault fault() const;
   bool isEmpty() const { return links_.empty(); }
   // A group that is the whole model is a development group: revisions have to start somewhere.
-  GroupKind kindOf(std::string_view group) const;
+  TrvsGroupKind kindOf(std::string_view group) const;
   // In the order of their links.
   std::vector<std::string> developmentGroups() const;
   // The group that `group` promotes to, empty for none.

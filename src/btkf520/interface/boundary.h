@@ -8,7 +8,7 @@
 #include <string>
 #include <vector>
 
-#include "btkf520/archive/status.h"
+#include "btkf520/btkf520.h"
 
 namespace btkf::boundary {
 
@@ -18,9 +18,9 @@ int32_t guarded(const Operation& operation) noexcept {
   try {
     return operation();
   } catch (const std::bad_alloc&) {
-    return kNoMemory;
+    return TRVS_NO_MEMORY;
   } catch (...) {
-    return kInternalError;
+    return TRVS_INTERNAL_ERROR;
   }
 }
 
@@ -34,10 +34,10 @@ inline void fill(char* buffer, const std::string& text) {
 }
 
 // Fills the buffer if the text fits.
-inline Status handOut(const std::string& text, char* buffer, int32_t size) {
-  if (!fits(text, size)) return kBufferTooSmall;
+inline TrvsStatus handOut(const std::string& text, char* buffer, int32_t size) {
+  if (!fits(text, size)) return TRVS_BUFFER_TOO_SMALL;
   fill(buffer, text);
-  return kDone;
+  return TRVS_DONE;
 }
 
 // Names with a NUL behind each; the text's own NUL is the empty name at the end.
@@ -47,7 +47,6 @@ inline std::string listText(const std::vector<std::string>& names) {
   return text;
 }
 
-// The only value that the first argument of the functions on archives has.
-inline bool isContext(int32_t context) { return context == -1; }
+inline bool isContext(int32_t context) { return context == TRVS_CONTEXT; }
 
 }  // namespace btkf::boundary

@@ -20,7 +20,6 @@
 
 namespace {
 
-using btkf::Status;
 using btkf::boundary::guarded;
 using btkf::boundary::handOut;
 using btkf::boundary::isContext;
@@ -32,25 +31,25 @@ using Names = std::vector<std::string>;
 template <typename Operation>
 int32_t listed(int32_t context, char* buffer, int32_t size, const Operation& operation) noexcept {
   return guarded([&] {
-    if (!isContext(context) || buffer == nullptr) return btkf::kMisuse;
+    if (!isContext(context) || buffer == nullptr) return TRVS_MISUSE;
     Names names;
-    if (const Status status = operation(&names)) return status;
+    if (const TrvsStatus status = operation(&names)) return status;
     return handOut(listText(names), buffer, size);
   });
 }
 
 // Pointers to texts that follow them in the buffer.
-Status handOutPointers(const Names& names, size_t count, char* buffer, int32_t size) {
+TrvsStatus handOutPointers(const Names& names, size_t count, char* buffer, int32_t size) {
   size_t needed = count * sizeof(char*);
   for (size_t i = 0; i < count; ++i) needed += names[i].size() + 1;
-  if (size < 0 || needed > static_cast<size_t>(size)) return btkf::kBufferTooSmall;
+  if (size < 0 || needed > static_cast<size_t>(size)) return TRVS_BUFFER_TOO_SMALL;
   char* text = buffer + count * sizeof(char*);
   for (size_t i = 0; i < count; ++i) {
     std::memcpy(buffer + i * sizeof(char*), &text, sizeof text);
     btkf::boundary::fill(text, names[i]);
     text += names[i].size() + 1;
   }
-  return btkf::kDone;
+  return TRVS_DONE;
 }
 
 btkf::Moving movingOf(uint32_t flags) {
@@ -58,12 +57,14 @@ btkf::Moving movingOf(uint32_t flags) {
   return (flags & TRVS_LABEL_ASK) != 0 ? btkf::Moving::kAsk : btkf::Moving::kNever;
 }
 
+bool isTreeCall(int32_t fetch) { return fetch == TRVS_TREE_FETCH || fetch == TRVS_TREE_RETURN; }
+
 }  // namespace
 
 int32_t TrvsComputeArchiveName(const char* workfile, char* buffer, int32_t size) {
   return guarded([&] {
-    if (workfile == nullptr || buffer == nullptr) return btkf::kMisuse;
-    if (btkf::fileName(workfile).empty()) return btkf::kBadName;
+    if (workfile == nullptr || buffer == nullptr) return TRVS_MISUSE;
+    if (btkf::fileName(workfile).empty()) return TRVS_BAD_NAME;
     return handOut(btkf::archivePathText(workfile), buffer, size);
   });
 }
@@ -71,7 +72,7 @@ int32_t TrvsComputeArchiveName(const char* workfile, char* buffer, int32_t size)
 int32_t TrvsCreateArchive(const char* archive, const char* workfile, const char* description,
                           const char* owner, uint32_t time, int32_t reserved) {
   return guarded([&] {
-    if (reserved != 0) return btkf::kMisuse;
+    if (reserved != 0) return TRVS_MISUSE;
     return btkf::createArchive(archive, workfile, description, owner, time);
   });
 }
@@ -81,7 +82,7 @@ int32_t TrvsPutRevision(int32_t context, int32_t reserved1, const char* archive,
                         const char* change, const char* group, const char* author, uint32_t time,
                         uint32_t flags) {
   return guarded([&] {
-    if (!isContext(context) || reserved1 != 0 || reserved2 != 0) return btkf::kMisuse;
+    if (!isContext(context) || reserved1 != 0 || reserved2 != 0) return TRVS_MISUSE;
     return btkf::checkIn(
         {archive, revision, label, description, change, group, author, time, flags});
   });
@@ -92,7 +93,7 @@ int32_t TrvsGetRevision(int32_t context, const char* archive, int32_t reserved1,
                         int32_t reserved2, const char* group, int32_t reserved3, uint32_t flags) {
   return guarded([&] {
     if (!isContext(context) || reserved1 != 0 || reserved2 != 0 || reserved3 != 0) {
-      return btkf::kMisuse;
+      return TRVS_MISUSE;
     }
     return btkf::checkOut({archive, revision, cutoffDate, newerThan, group, flags});
   });
@@ -103,13 +104,13 @@ int32_t TrvsGetLockInfo(int32_t context, const char* archive, int32_t reserved, 
   return guarded([&] {
     if (!isContext(context) || reserved != 0 || count == nullptr || *count < 1 ||
         buffer == nullptr) {
-      return btkf::kMisuse;
+      return TRVS_MISUSE;
     }
     Names numbers;
-    if (const Status status = btkf::listLocks(archive, user, &numbers)) return status;
+    if (const TrvsStatus status = btkf::listLocks(archive, user, &numbers)) return status;
     const size_t most = std::min(numbers.size(), static_cast<size_t>(*count));
-    const Status status = handOutPointers(numbers, most, buffer, size);
-    if (status == btkf::kDone) *count = static_cast<int16_t>(most);
+    const TrvsStatus status = handOutPointers(numbers, most, buffer, size);
+    if (status == TRVS_DONE) *count = static_cast<int16_t>(most);
     return status;
   });
 }
@@ -117,23 +118,23 @@ int32_t TrvsGetLockInfo(int32_t context, const char* archive, int32_t reserved, 
 int32_t TrvsUnLockRevision(int32_t context, const char* archive, const char* revision,
                            const char* user) {
   return guarded(
-      [&] { return isContext(context) ? btkf::unlock(archive, revision, user) : btkf::kMisuse; });
+      [&] { return isContext(context) ? btkf::unlock(archive, revision, user) : TRVS_MISUSE; });
 }
 
 int32_t TrvsRevTreeInfo(int32_t context, const char* archive, TrvsRevTree** tree, int32_t fetch) {
   return guarded([&] {
-    if (!isContext(context) || tree == nullptr || fetch < 0 || fetch > 1) return btkf::kMisuse;
-    if (fetch == 1) return btkf::fetchRevTree(archive, tree);
+    if (!isContext(context) || tree == nullptr || !isTreeCall(fetch)) return TRVS_MISUSE;
+    if (fetch == TRVS_TREE_FETCH) return btkf::fetchRevTree(archive, tree);
     btkf::freeRevTree(*tree);
     *tree = nullptr;
-    return btkf::kDone;
+    return TRVS_DONE;
   });
 }
 
 int32_t TrvsLockRevision(int32_t context, const char* archive, const char* revision,
                          const char* group) {
   return guarded(
-      [&] { return isContext(context) ? btkf::lock(archive, revision, group) : btkf::kMisuse; });
+      [&] { return isContext(context) ? btkf::lock(archive, revision, group) : TRVS_MISUSE; });
 }
 
 int32_t TrvsSetLabel(int32_t context, const char* archive, const char* label, const char* revision,
@@ -142,7 +143,7 @@ int32_t TrvsSetLabel(int32_t context, const char* archive, const char* label, co
     constexpr uint32_t kMoving = TRVS_LABEL_MOVE | TRVS_LABEL_ASK;
     if (!isContext(context) || (flags & ~(kMoving | TRVS_LABEL_FLOATS)) != 0 ||
         (flags & kMoving) == kMoving) {
-      return btkf::kMisuse;
+      return TRVS_MISUSE;
     }
     const bool floats = (flags & TRVS_LABEL_FLOATS) != 0;
     return btkf::label(archive, label, revision, floats, movingOf(flags));
@@ -151,7 +152,7 @@ int32_t TrvsSetLabel(int32_t context, const char* archive, const char* label, co
 
 int32_t TrvsDeleteLabel(int32_t context, const char* archive, const char* label) {
   return guarded(
-      [&] { return isContext(context) ? btkf::deleteLabel(archive, label) : btkf::kMisuse; });
+      [&] { return isContext(context) ? btkf::deleteLabel(archive, label) : TRVS_MISUSE; });
 }
 
 int32_t TrvsListLabels(int32_t context, const char* archive, char* buffer, int32_t size) {
@@ -162,7 +163,7 @@ int32_t TrvsListLabels(int32_t context, const char* archive, char* buffer, int32
 int32_t TrvsPromoteRevision(int32_t context, const char* archive, const char* group,
                             uint32_t flags) {
   return guarded([&] {
-    if (!isContext(context) || (flags & ~uint32_t{TRVS_PROMOTE_ACROSS}) != 0) return btkf::kMisuse;
+    if (!isContext(context) || (flags & ~uint32_t{TRVS_PROMOTE_ACROSS}) != 0) return TRVS_MISUSE;
     return btkf::promote(archive, group, (flags & TRVS_PROMOTE_ACROSS) != 0);
   });
 }
@@ -170,41 +171,39 @@ int32_t TrvsPromoteRevision(int32_t context, const char* archive, const char* gr
 int32_t TrvsSetDescription(int32_t context, const char* archive, const char* revision,
                            const char* text) {
   return guarded([&] {
-    return isContext(context) ? btkf::setDescription(archive, revision, text) : btkf::kMisuse;
+    return isContext(context) ? btkf::setDescription(archive, revision, text) : TRVS_MISUSE;
   });
 }
 
 int32_t TrvsGetDescription(int32_t context, const char* archive, const char* revision, char* buffer,
                            int32_t size) {
   return guarded([&] {
-    if (!isContext(context) || buffer == nullptr) return btkf::kMisuse;
+    if (!isContext(context) || buffer == nullptr) return TRVS_MISUSE;
     std::string text;
-    if (const Status status = btkf::getDescription(archive, revision, &text)) return status;
+    if (const TrvsStatus status = btkf::getDescription(archive, revision, &text)) return status;
     return handOut(text, buffer, size);
   });
 }
 
 int32_t TrvsSetAttributes(int32_t context, const char* archive, uint32_t set, uint32_t clear) {
-  return guarded([&] {
-    return isContext(context) ? btkf::setAttributes(archive, set, clear) : btkf::kMisuse;
-  });
+  return guarded(
+      [&] { return isContext(context) ? btkf::setAttributes(archive, set, clear) : TRVS_MISUSE; });
 }
 
 int32_t TrvsGetAttributes(int32_t context, const char* archive, uint32_t* attributes) {
   return guarded([&] {
-    if (!isContext(context) || attributes == nullptr) return btkf::kMisuse;
+    if (!isContext(context) || attributes == nullptr) return TRVS_MISUSE;
     return btkf::getAttributes(archive, attributes);
   });
 }
 
 int32_t TrvsAddAccess(int32_t context, const char* archive, const char* user) {
-  return guarded(
-      [&] { return isContext(context) ? btkf::addAccess(archive, user) : btkf::kMisuse; });
+  return guarded([&] { return isContext(context) ? btkf::addAccess(archive, user) : TRVS_MISUSE; });
 }
 
 int32_t TrvsRemoveAccess(int32_t context, const char* archive, const char* user) {
   return guarded(
-      [&] { return isContext(context) ? btkf::removeAccess(archive, user) : btkf::kMisuse; });
+      [&] { return isContext(context) ? btkf::removeAccess(archive, user) : TRVS_MISUSE; });
 }
 
 int32_t TrvsListAccess(int32_t context, const char* archive, char* buffer, int32_t size) {
@@ -214,7 +213,7 @@ int32_t TrvsListAccess(int32_t context, const char* archive, char* buffer, int32
 
 int32_t TrvsDeleteRevisions(int32_t context, const char* archive, const char* range) {
   return guarded(
-      [&] { return isContext(context) ? btkf::deleteRevisions(archive, range) : btkf::kMisuse; });
+      [&] { return isContext(context) ? btkf::deleteRevisions(archive, range) : TRVS_MISUSE; });
 }
 
 int32_t TrvsListRevisions(int32_t context, const char* archive, const char* range, char* buffer,
@@ -225,13 +224,13 @@ int32_t TrvsListRevisions(int32_t context, const char* archive, const char* rang
 
 int32_t TrvsVerifyArchive(int32_t context, const char* archive, char* buffer, int32_t size) {
   return guarded([&] {
-    if (!isContext(context)) return btkf::kMisuse;
+    if (!isContext(context)) return TRVS_MISUSE;
     Names damaged;
-    const Status status = btkf::verify(archive, &damaged);
-    if (buffer == nullptr || (status != btkf::kDone && status != btkf::kNotAnArchive)) {
+    const TrvsStatus status = btkf::verify(archive, &damaged);
+    if (buffer == nullptr || (status != TRVS_DONE && status != TRVS_NOT_AN_ARCHIVE)) {
       return status;
     }
-    const Status handed = handOut(listText(damaged), buffer, size);
-    return handed == btkf::kDone ? status : handed;
+    const TrvsStatus handed = handOut(listText(damaged), buffer, size);
+    return handed == TRVS_DONE ? status : handed;
   });
 }

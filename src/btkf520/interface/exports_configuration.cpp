@@ -6,7 +6,6 @@
 #include <optional>
 #include <string>
 
-#include "btkf520/archive/status.h"
 #include "btkf520/btkf520.h"
 #include "btkf520/interface/boundary.h"
 #include "btkf520/operations/surroundings.h"
@@ -41,36 +40,36 @@ bool isReadMode(int32_t mode) {
 }  // namespace
 
 int32_t TrvsInit(const char* /*application*/) {
-  return guarded([] { return btkf::userId() ? btkf::kDone : btkf::kNoUserId; });
+  return guarded([] { return btkf::userId() ? TRVS_DONE : TRVS_NO_USER_ID; });
 }
 
-int32_t TrvsOEMEnable(void) { return btkf::kDone; }
+int32_t TrvsOEMEnable(void) { return TRVS_DONE; }
 
 int32_t TrvsRegisterCallback(int32_t id, TrvsCallback callback) {
   return guarded(
-      [&] { return btkf::client().registerCallback(id, callback) ? btkf::kDone : btkf::kMisuse; });
+      [&] { return btkf::client().registerCallback(id, callback) ? TRVS_DONE : TRVS_MISUSE; });
 }
 
 int32_t TrvsRegisterPathResolver(TrvsPathResolver resolver) {
   return guarded([&] {
     Surroundings::current().registerPathResolver(resolver);
-    return btkf::kDone;
+    return TRVS_DONE;
   });
 }
 
 int32_t TrvsGetUserInfo(char* user, int32_t userSize, char* second, int32_t secondSize,
                         int16_t* kind) {
   return guarded([&] {
-    if (user == nullptr) return btkf::kMisuse;
+    if (user == nullptr) return TRVS_MISUSE;
     const std::optional<std::string> id = btkf::userId();
-    if (!id) return btkf::kNoUserId;
-    if (!fits(*id, userSize)) return btkf::kBufferTooSmall;
-    if (second != nullptr && !fits("", secondSize)) return btkf::kBufferTooSmall;
+    if (!id) return TRVS_NO_USER_ID;
+    if (!fits(*id, userSize)) return TRVS_BUFFER_TOO_SMALL;
+    if (second != nullptr && !fits("", secondSize)) return TRVS_BUFFER_TOO_SMALL;
     fill(user, *id);
     if (second != nullptr) fill(second, "");
     const bool isAccount = btkf::configuration().userVariable().empty();
     if (kind != nullptr) *kind = isAccount ? TRVS_USER_ACCOUNT : TRVS_USER_ENVIRONMENT;
-    return btkf::kDone;
+    return TRVS_DONE;
   });
 }
 
@@ -78,26 +77,26 @@ int32_t TrvsQueryConfiguration(const char* path, int32_t reserved1, int32_t rese
                                int32_t readMode) {
   return guarded([&] {
     if (path == nullptr || reserved1 != 0 || reserved2 != 0 || !isReadMode(readMode)) {
-      return btkf::kMisuse;
+      return TRVS_MISUSE;
     }
-    return Surroundings::current().load(path, static_cast<btkf::ReadMode>(readMode));
+    return Surroundings::current().load(path, static_cast<TrvsReadMode>(readMode));
   });
 }
 
 int32_t TrvsQueryConfigurationItem(int32_t item, char* buffer, int32_t size) {
   return guarded([&] {
     const std::optional<std::string> text = itemText(item);
-    if (!text || buffer == nullptr) return btkf::kMisuse;
-    if (!fits(*text, size)) return btkf::kBufferTooSmall;
+    if (!text || buffer == nullptr) return TRVS_MISUSE;
+    if (!fits(*text, size)) return TRVS_BUFFER_TOO_SMALL;
     fill(buffer, *text);
-    return btkf::kDone;
+    return TRVS_DONE;
   });
 }
 
 int32_t TrvsVerifyPromoTreeNodeExist(const char* group, int16_t* kind) {
   return guarded([&] {
-    if (group == nullptr || kind == nullptr) return btkf::kMisuse;
+    if (group == nullptr || kind == nullptr) return TRVS_MISUSE;
     *kind = static_cast<int16_t>(btkf::configuration().promotion().kindOf(group));
-    return btkf::kDone;
+    return TRVS_DONE;
   });
 }

@@ -11,7 +11,7 @@ int32_t TrvsLog(int32_t context, const char* archive, const char* revisions, con
                 const char* lockers, const char* labels, const char* groups, const char* words,
                 const char* dates, const char* output, uint32_t flags) {
   return guarded([&] {
-    if (!isContext(context)) return btkf::kMisuse;
+    if (!isContext(context)) return TRVS_MISUSE;
     return btkf::reportLog(
         {archive, revisions, authors, lockers, labels, groups, words, dates, output, flags});
   });
@@ -21,11 +21,11 @@ int32_t TrvsTestDifferences(int32_t context, const char* first, const char* firs
                             const char* second, const char* secondRevision, int16_t* result,
                             int16_t tabWidth, const char* columns, uint32_t flags) {
   return guarded([&] {
-    if (!isContext(context) || result == nullptr) return btkf::kMisuse;
+    if (!isContext(context) || result == nullptr) return TRVS_MISUSE;
     bool differ = false;
-    const btkf::Status status = btkf::testDifferences(
+    const TrvsStatus status = btkf::testDifferences(
         {first, firstRevision, second, secondRevision, tabWidth, columns, flags}, &differ);
-    if (status == btkf::kDone) *result = differ ? 1 : 0;
+    if (status == TRVS_DONE) *result = differ ? 1 : 0;
     return status;
   });
 }
@@ -35,7 +35,7 @@ int32_t TrvsReportDifferences(int32_t context, const char* first, const char* fi
                               int16_t contextLines, int16_t form, int16_t tabWidth,
                               const char* columns, uint32_t flags) {
   return guarded([&] {
-    if (!isContext(context) || form != 0) return btkf::kMisuse;
+    if (!isContext(context) || form != 0) return TRVS_MISUSE;
     return btkf::reportDifferences(
         {first, firstRevision, second, secondRevision, tabWidth, columns, flags}, output,
         contextLines);
@@ -49,7 +49,7 @@ int32_t TrvsGenGuiDelta(int32_t context, const char* first, const char* firstRev
                         int32_t deletedColour, int16_t deletedStyle, int32_t reserved,
                         uint32_t flags) {
   return guarded([&] {
-    if (!isContext(context) || reserved != 0) return btkf::kMisuse;
+    if (!isContext(context) || reserved != 0) return TRVS_MISUSE;
     return btkf::listDifferences(
         {first, firstRevision, second, secondRevision, tabWidth, columns, flags}, output,
         {{changedColour, changedStyle}, {addedColour, addedStyle}, {deletedColour, deletedStyle}});

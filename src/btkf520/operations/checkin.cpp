@@ -42,25 +42,25 @@ class CheckIn {
  public:
   explicit CheckIn(const CheckInRequest& request) : request_(request) {}
 
-  Status run();
+  TrvsStatus run();
 
  private:
   bool asks(uint32_t flag) const { return (request_.flags & flag) != 0; }
 
-  Status readWorkfile();
-  Status findPlace();
-  Status findFirst();
-  Status findLockedParent();
-  Status findNamedParent(std::string_view text);
-  Status placeBeforeNumber(const Number& number);
-  Status checkParentLock() const;
-  Status chooseNumber();
-  Status checkWorkfile();
-  Status checkUnchanged();
-  Status assignGroup();
-  Status add();
+  TrvsStatus readWorkfile();
+  TrvsStatus findPlace();
+  TrvsStatus findFirst();
+  TrvsStatus findLockedParent();
+  TrvsStatus findNamedParent(std::string_view text);
+  TrvsStatus placeBeforeNumber(const Number& number);
+  TrvsStatus checkParentLock() const;
+  TrvsStatus chooseNumber();
+  TrvsStatus checkWorkfile();
+  TrvsStatus checkUnchanged();
+  TrvsStatus assignGroup();
+  TrvsStatus add();
   void fillRevision(Revision* revision) const;
-  Status settleWorkfile() const;
+  TrvsStatus settleWorkfile() const;
 
   const CheckInRequest& request_;
   Task task_;
@@ -73,68 +73,69 @@ class CheckIn {
   std::string group_;
 };
 
-Status CheckIn::run() {
-  if (!areGood(request_.flags)) return kMisuse;
-  if (!isGoodOrNone(request_.author)) return kBadName;
-  if (const Status status = task_.openToUpdate(request_.archive, "CHECKIN")) return status;
+TrvsStatus CheckIn::run() {
+  if (!areGood(request_.flags)) return TRVS_MISUSE;
+  if (!isGoodOrNone(request_.author)) return TRVS_BAD_NAME;
+  if (const TrvsStatus status = task_.openToUpdate(request_.archive, "CHECKIN")) return status;
   for (auto step : {&CheckIn::readWorkfile, &CheckIn::findPlace, &CheckIn::checkWorkfile,
                     &CheckIn::assignGroup, &CheckIn::add}) {
-    if (const Status status = (this->*step)()) return status;
+    if (const TrvsStatus status = (this->*step)()) return status;
   }
-  if (const Status status = client().goOn()) return status;
-  if (const Status status = task_.store()) return status;
-  const Status status = settleWorkfile();
+  if (const TrvsStatus status = client().goOn()) return status;
+  if (const TrvsStatus status = task_.store()) return status;
+  const TrvsStatus status = settleWorkfile();
   task_.announce({"CHECKIN", number_.text()});
   return status;
 }
 
-Status CheckIn::readWorkfile() {
-  if (const Status status = task_.findWorkfile(&workfilePath_)) return status;
+TrvsStatus CheckIn::readWorkfile() {
+  if (const TrvsStatus status = task_.findWorkfile(&workfilePath_)) return status;
   const auto state = workfileState(workfilePath_);
-  if (!state) return kNoWorkfile;
+  if (!state) return TRVS_NO_WORKFILE;
   workfile_ = *state;
-  if (const Status status = readFailure(bytes_.open(workfilePath_), kNoWorkfile)) return status;
+  if (const TrvsStatus status = readFailure(bytes_.open(workfilePath_), TRVS_NO_WORKFILE))
+    return status;
   content_ = task_.archive().put(bytes_.bytes());
-  return kDone;
+  return TRVS_DONE;
 }
 
-Status CheckIn::findPlace() {
+TrvsStatus CheckIn::findPlace() {
   const std::string_view text = textOf(request_.revision);
   if (task_.model.revisionCount() == 0) return findFirst();
-  const Status status = text.empty() ? findLockedParent() : findNamedParent(text);
-  if (status != kDone) return status;
-  if (const Status locked = checkParentLock()) return locked;
+  const TrvsStatus status = text.empty() ? findLockedParent() : findNamedParent(text);
+  if (status != TRVS_DONE) return status;
+  if (const TrvsStatus locked = checkParentLock()) return locked;
   return chooseNumber();
 }
 
-Status CheckIn::findFirst() {
+TrvsStatus CheckIn::findFirst() {
   const std::string_view text = textOf(request_.revision);
   const auto number = text.empty() ? Number({1, 0}) : Number::parse(text);
-  if (!number || number->components().size() != 2) return kBadNumber;
+  if (!number || number->components().size() != 2) return TRVS_BAD_NUMBER;
   number_ = *number;
-  return kDone;
+  return TRVS_DONE;
 }
 
 // The user's only lock tells what the workfile was made from.
-Status CheckIn::findLockedParent() {
+TrvsStatus CheckIn::findLockedParent() {
   const auto locked = lockedBy(task_.model, task_.user());
-  if (locked.size() > 1) return kBadNumber;
+  if (locked.size() > 1) return TRVS_BAD_NUMBER;
   if (locked.size() == 1) {
     parent_ = locked.front()->number;
-    return kDone;
+    return TRVS_DONE;
   }
-  if (task_.model.has(kCheckLocks)) return kNoLock;
-  if (task_.model.trunk().revisions.empty()) return kNoRevisions;
+  if (task_.model.has(TRVS_ATTRIBUTE_CHECK_LOCKS)) return TRVS_NO_LOCK;
+  if (task_.model.trunk().revisions.empty()) return TRVS_NO_REVISIONS;
   parent_ = task_.model.trunk().tip()->number;
-  return kDone;
+  return TRVS_DONE;
 }
 
-Status CheckIn::findNamedParent(std::string_view text) {
+TrvsStatus CheckIn::findNamedParent(std::string_view text) {
   const Revision* revision = nullptr;
-  const Status status = findRevision(task_.model, request_.revision, &revision);
-  if (status == kDone) {
+  const TrvsStatus status = findRevision(task_.model, request_.revision, &revision);
+  if (status == TRVS_DONE) {
     parent_ = revision->number;
-    return kDone;
+    return TRVS_DONE;
   }
   const auto number = Number::parse(text);
   return number && number->isRevision() ? placeBeforeNumber(*number) : status;
@@ -142,83 +143,83 @@ Status CheckIn::findNamedParent(std::string_view text) {
 
 // The number of a revision that isn't there yet: behind the tip of its branch, or the first one of
 // the next branch that a revision would get.
-Status CheckIn::placeBeforeNumber(const Number& number) {
+TrvsStatus CheckIn::placeBeforeNumber(const Number& number) {
   number_ = number;
   if (const Branch* branch = branchOf(task_.model, number)) {
-    if (branch->tip() == nullptr || branch->tip()->number >= number) return kBadNumber;
+    if (branch->tip() == nullptr || branch->tip()->number >= number) return TRVS_BAD_NUMBER;
     parent_ = branch->tip()->number;
-    return kDone;
+    return TRVS_DONE;
   }
   const Number from = number.parent().parent();
-  if (task_.model.findRevision(from) == nullptr) return kNoRevision;
-  if (task_.model.newBranchAt(from) != number.parent()) return kBadNumber;
+  if (task_.model.findRevision(from) == nullptr) return TRVS_NO_REVISION;
+  if (task_.model.newBranchAt(from) != number.parent()) return TRVS_BAD_NUMBER;
   parent_ = from;
-  return kDone;
+  return TRVS_DONE;
 }
 
 // What another has locked must not be continued, except for both with a lock of their own.
-Status CheckIn::checkParentLock() const {
+TrvsStatus CheckIn::checkParentLock() const {
   const Revision& parent = *task_.model.findRevision(*parent_);
-  if (isLockedBy(parent, task_.user())) return kDone;
-  if (!parent.lockers.empty()) return kLocked;
-  return task_.model.has(kCheckLocks) ? kNoLock : kDone;
+  if (isLockedBy(parent, task_.user())) return TRVS_DONE;
+  if (!parent.lockers.empty()) return TRVS_LOCKED;
+  return task_.model.has(TRVS_ATTRIBUTE_CHECK_LOCKS) ? TRVS_NO_LOCK : TRVS_DONE;
 }
 
-Status CheckIn::chooseNumber() {
+TrvsStatus CheckIn::chooseNumber() {
   const Revision& parent = *task_.model.findRevision(*parent_);
   const bool startsBranch = asks(TRVS_PUT_BRANCH) || !isTip(task_.model, parent);
   if (number_.isEmpty()) {
     number_ = startsBranch ? task_.model.newBranchAt(*parent_).child(0) : parent_->next();
   } else if (asks(TRVS_PUT_BRANCH) && number_.level() == parent_->level()) {
-    return kBadNumber;
+    return TRVS_BAD_NUMBER;
   }
   const bool fits = number_.components().size() <= Number::kMostComponents &&
                     number_.last() <= Number::kLargestComponent &&
                     number_.parent().last() <= Number::kLargestComponent;
-  return fits ? kDone : kBadNumber;
+  return fits ? TRVS_DONE : TRVS_BAD_NUMBER;
 }
 
-Status CheckIn::checkWorkfile() {
-  if (!parent_) return kDone;
+TrvsStatus CheckIn::checkWorkfile() {
+  if (!parent_) return TRVS_DONE;
   const Revision& parent = *task_.model.findRevision(*parent_);
-  if (!asks(TRVS_PUT_OLDER) && workfile_.changeTime < parent.workfileTime) return kOlder;
-  return asks(TRVS_PUT_UNCHANGED) ? kDone : checkUnchanged();
+  if (!asks(TRVS_PUT_OLDER) && workfile_.changeTime < parent.workfileTime) return TRVS_OLDER;
+  return asks(TRVS_PUT_UNCHANGED) ? TRVS_DONE : checkUnchanged();
 }
 
 // A workfile with expanded keywords is unchanged if it is what a check-out would give.
-Status CheckIn::checkUnchanged() {
+TrvsStatus CheckIn::checkUnchanged() {
   const Revision& parent = *task_.model.findRevision(*parent_);
   // Contents with different checksums need not be looked at.
   const bool mayBeEqual =
       parent.content.length == content_.length && parent.content.checksum == content_.checksum;
-  if (!mayBeEqual && !task_.model.has(kExpandKeywords)) return kDone;
+  if (!mayBeEqual && !task_.model.has(TRVS_ATTRIBUTE_KEYWORDS)) return TRVS_DONE;
   Bytes old;
-  if (const Status status = task_.archive().read(parent.content, &old)) return status;
+  if (const TrvsStatus status = task_.archive().read(parent.content, &old)) return status;
   const auto asWorkfile = expanded(task_.model, parent, task_.archiveText(), old.view());
   const bool isEqual =
       old.view() == bytes_.bytes() || (asWorkfile && *asWorkfile == bytes_.bytes());
-  if (!isEqual) return kDone;
-  if (!asks(TRVS_PUT_ASK_UNCHANGED)) return kUnchanged;
-  return client().accepts(task_.workfileText(), kUnchanged) ? kDone : kUnchanged;
+  if (!isEqual) return TRVS_DONE;
+  if (!asks(TRVS_PUT_ASK_UNCHANGED)) return TRVS_UNCHANGED;
+  return client().accepts(task_.workfileText(), TRVS_UNCHANGED) ? TRVS_DONE : TRVS_UNCHANGED;
 }
 
 // The group moves on from the parent. At any other revision it stays, and stands in the way.
-Status CheckIn::assignGroup() {
+TrvsStatus CheckIn::assignGroup() {
   Revision* parent = parent_ ? task_.model.findRevision(*parent_) : nullptr;
   std::string wanted(textOf(request_.group));
   if (wanted.empty() && parent != nullptr) {
     for (const std::string& group : parent->promotionGroups) {
-      if (configuration().promotion().kindOf(group) == GroupKind::kDevelopment) wanted = group;
+      if (configuration().promotion().kindOf(group) == TRVS_GROUP_DEVELOPMENT) wanted = group;
     }
   }
-  if (const Status status = chooseGroup(wanted, &group_)) return status;
+  if (const TrvsStatus status = chooseGroup(wanted, &group_)) return status;
   const Revision* at = group_.empty() ? nullptr : revisionInGroup(task_.model, group_);
-  if (at != nullptr && at != parent) return kGroupInTheWay;
+  if (at != nullptr && at != parent) return TRVS_GROUP_IN_THE_WAY;
   if (at != nullptr) std::erase(parent->promotionGroups, group_);
-  return kDone;
+  return TRVS_DONE;
 }
 
-Status CheckIn::add() {
+TrvsStatus CheckIn::add() {
   std::string label(textOf(request_.label));
   if (parent_) std::erase(task_.model.findRevision(*parent_)->lockers, task_.user());
   Branch* branch = task_.model.findBranch(branchNumber(number_));
@@ -226,7 +227,7 @@ Status CheckIn::add() {
   fillRevision(&branch->revisions.emplace_back());
   branch->revisions.back().content = content_;
   if (request_.description != nullptr) task_.model.description = request_.description;
-  if (label.empty()) return kDone;
+  if (label.empty()) return TRVS_DONE;
   const Moving moving = asks(TRVS_PUT_MOVE_LABEL)  ? Moving::kAlways
                         : asks(TRVS_PUT_ASK_LABEL) ? Moving::kAsk
                                                    : Moving::kNever;
@@ -240,40 +241,40 @@ void CheckIn::fillRevision(Revision* revision) const {
   revision->author = textOf(request_.author).empty() ? task_.user() : request_.author;
   revision->changeDescription = textOf(request_.change);
   if (!group_.empty()) revision->promotionGroups.push_back(group_);
-  if (asks(TRVS_PUT_KEEP_LOCK) && task_.model.has(kCheckLocks)) {
+  if (asks(TRVS_PUT_KEEP_LOCK) && task_.model.has(TRVS_ATTRIBUTE_CHECK_LOCKS)) {
     revision->lockers.push_back(task_.user());
   }
 }
 
 // A workfile that was changed meanwhile holds what no revision has: it stays as it is.
-Status CheckIn::settleWorkfile() const {
-  if (workfileState(workfilePath_) != workfile_) return kDone;
+TrvsStatus CheckIn::settleWorkfile() const {
+  if (workfileState(workfilePath_) != workfile_) return TRVS_DONE;
   const bool isDone = asks(TRVS_PUT_KEEP_LOCK)   ? setWritable(workfilePath_, true)
                       : asks(TRVS_PUT_READ_ONLY) ? setWritable(workfilePath_, false)
                                                  : removeFile(workfilePath_);
-  return isDone ? kDone : kCannotWrite;
+  return isDone ? TRVS_DONE : TRVS_CANNOT_WRITE;
 }
 
 uint32_t attributesOf(const Configuration& configuration) {
-  uint32_t attributes = kCheckLocks | kWriteProtected;
-  if (configuration.exclusiveLock()) attributes |= kExclusiveLocks;
-  if (configuration.expandKeywords()) attributes |= kExpandKeywords;
+  uint32_t attributes = TRVS_ATTRIBUTE_CHECK_LOCKS | TRVS_ATTRIBUTE_READ_ONLY;
+  if (configuration.exclusiveLock()) attributes |= TRVS_ATTRIBUTE_EXCLUSIVE_LOCKS;
+  if (configuration.expandKeywords()) attributes |= TRVS_ATTRIBUTE_KEYWORDS;
   return attributes;
 }
 
 }  // namespace
 
-Status checkIn(const CheckInRequest& request) { return CheckIn(request).run(); }
+TrvsStatus checkIn(const CheckInRequest& request) { return CheckIn(request).run(); }
 
-Status createArchive(const char* archive, const char* workfile, const char* description,
-                     const char* owner, PackedTime time) {
-  if (!isGoodOrNone(owner)) return kBadName;
+TrvsStatus createArchive(const char* archive, const char* workfile, const char* description,
+                         const char* owner, PackedTime time) {
+  if (!isGoodOrNone(owner)) return TRVS_BAD_NAME;
   Task task;
-  if (const Status status = task.openNew(archive, workfile)) return status;
+  if (const TrvsStatus status = task.openNew(archive, workfile)) return status;
   std::string workfilePath;
-  if (const Status status = task.findWorkfile(&workfilePath)) return status;
-  if (!hasDirectory(task.archivePath())) return kBadName;
-  if (workfileState(task.archivePath())) return kArchiveExists;
+  if (const TrvsStatus status = task.findWorkfile(&workfilePath)) return status;
+  if (!hasDirectory(task.archivePath())) return TRVS_BAD_NAME;
+  if (workfileState(task.archivePath())) return TRVS_ARCHIVE_EXISTS;
   task.model.workName = fileName(workfile);
   task.model.owner = textOf(owner).empty() ? task.user() : owner;
   task.model.description = textOf(description);

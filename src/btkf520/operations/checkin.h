@@ -4,7 +4,7 @@
 #include <cstdint>
 
 #include "btkf520/archive/model.h"
-#include "btkf520/archive/status.h"
+#include "btkf520/btkf520.h"
 
 namespace btkf {
 
@@ -22,10 +22,10 @@ struct CheckInRequest {
 };
 
 // Makes a revision from a workfile. The statuses are told in btkf520.h.
-Status checkIn(const CheckInRequest& request);
+TrvsStatus checkIn(const CheckInRequest& request);
 
 // Makes an archive without revisions. `owner` null: the present user; `time` 0: the present.
-Status createArchive(const char* archive, const char* workfile, const char* description,
-                     const char* owner, PackedTime time);
+TrvsStatus createArchive(const char* archive, const char* workfile, const char* description,
+                         const char* owner, PackedTime time);
 
 }  // namespace btkf

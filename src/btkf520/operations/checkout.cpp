@@ -44,21 +44,21 @@ class CheckOut {
  public:
   explicit CheckOut(const CheckOutRequest& request) : request_(request) {}
 
-  Status run();
+  TrvsStatus run();
 
  private:
   bool asks(uint32_t flag) const { return (request_.flags & flag) != 0; }
 
-  Status open();
-  Status chooseRevision();
-  Status chooseByGroup(std::string_view group);
-  Status applyDates();
-  Status boundTime(std::optional<PackedTime>* time) const;
+  TrvsStatus open();
+  TrvsStatus chooseRevision();
+  TrvsStatus chooseByGroup(std::string_view group);
+  TrvsStatus applyDates();
+  TrvsStatus boundTime(std::optional<PackedTime>* time) const;
   bool needsWhole() const;
-  Status readWhole();
-  Status checkOverwrite();
-  Status writeContent();
-  Status finish(const Event& event);
+  TrvsStatus readWhole();
+  TrvsStatus checkOverwrite();
+  TrvsStatus writeContent();
+  TrvsStatus finish(const Event& event);
 
   const CheckOutRequest& request_;
   Task task_;
@@ -70,132 +70,135 @@ class CheckOut {
   NewWorkfile workfile_;
 };
 
-Status CheckOut::run() {
-  if (!areGood(request_.flags)) return kMisuse;
-  if (const Status status = open()) return status;
-  if (const Status status = task_.findWorkfile(&workfilePath_)) return status;
+TrvsStatus CheckOut::run() {
+  if (!areGood(request_.flags)) return TRVS_MISUSE;
+  if (const TrvsStatus status = open()) return status;
+  if (const TrvsStatus status = task_.findWorkfile(&workfilePath_)) return status;
   for (auto step : {&CheckOut::chooseRevision, &CheckOut::readWhole, &CheckOut::checkOverwrite,
                     &CheckOut::writeContent}) {
-    if (const Status status = (this->*step)()) return status;
+    if (const TrvsStatus status = (this->*step)()) return status;
   }
-  if (const Status status = client().goOn()) return status;
+  if (const TrvsStatus status = client().goOn()) return status;
   return finish({"CHECKOUT", revision_->number.text()});
 }
 
 // The lock comes first: a workfile that may be changed without one would be worse than a lock
 // without a workfile.
-Status CheckOut::finish(const Event& event) {
+TrvsStatus CheckOut::finish(const Event& event) {
   if (asks(TRVS_GET_LOCK)) {
-    if (const Status status = workfile_.check()) return status;
-    if (const Status status = task_.store()) return status;
+    if (const TrvsStatus status = workfile_.check()) return status;
+    if (const TrvsStatus status = task_.store()) return status;
   }
-  const Status status = workfile_.finish();
-  if (status == kDone || asks(TRVS_GET_LOCK)) task_.announce(event);
+  const TrvsStatus status = workfile_.finish();
+  if (status == TRVS_DONE || asks(TRVS_GET_LOCK)) task_.announce(event);
   return status;
 }
 
-Status CheckOut::open() {
+TrvsStatus CheckOut::open() {
   if (asks(TRVS_GET_LOCK)) return task_.openToUpdate(request_.archive, "CHECKOUT");
-  if (const Status status = task_.openContents(request_.archive)) return status;
+  if (const TrvsStatus status = task_.openContents(request_.archive)) return status;
   return task_.ask("CHECKOUT", std::string(textOf(request_.revision)));
 }
 
-Status CheckOut::chooseRevision() {
+TrvsStatus CheckOut::chooseRevision() {
   const std::string_view group = textOf(request_.group);
   Number number;
   if (asks(TRVS_GET_LOCK)) {
-    if (const Status status = lockRevision(&task_, request_.revision, request_.group, &number)) {
+    if (const TrvsStatus status =
+            lockRevision(&task_, request_.revision, request_.group, &number)) {
       return status;
     }
     revision_ = task_.model.findRevision(number);
-    return kDone;
+    return TRVS_DONE;
   }
   if (!group.empty() && textOf(request_.revision).empty()) return chooseByGroup(group);
-  if (const Status status = findRevision(task_.model, request_.revision, &revision_)) return status;
+  if (const TrvsStatus status = findRevision(task_.model, request_.revision, &revision_))
+    return status;
   return applyDates();
 }
 
-Status CheckOut::chooseByGroup(std::string_view group) {
-  if (task_.model.revisionCount() == 0) return kNoRevisions;
+TrvsStatus CheckOut::chooseByGroup(std::string_view group) {
+  if (task_.model.revisionCount() == 0) return TRVS_NO_REVISIONS;
   revision_ = revisionInGroup(task_.model, group);
-  return revision_ == nullptr ? kNoGroupRevision : applyDates();
+  return revision_ == nullptr ? TRVS_NO_GROUP_REVISION : applyDates();
 }
 
-Status CheckOut::applyDates() {
-  if (asks(TRVS_GET_LATEST)) return kDone;
+TrvsStatus CheckOut::applyDates() {
+  if (asks(TRVS_GET_LATEST)) return TRVS_DONE;
   if (asks(TRVS_GET_IF_NEWER)) {
     std::optional<PackedTime> bound;
-    if (const Status status = boundTime(&bound)) return status;
-    return !bound || revision_->checkInTime > *bound ? kDone : kNoRevision;
+    if (const TrvsStatus status = boundTime(&bound)) return status;
+    return !bound || revision_->checkInTime > *bound ? TRVS_DONE : TRVS_NO_REVISION;
   }
   const std::string_view text = textOf(request_.cutoffDate);
-  if (isNoDate(text)) return kDone;
+  if (isNoDate(text)) return TRVS_DONE;
   const auto time = parseDate(trimmed(text));
-  if (!time) return kBadDate;
+  if (!time) return TRVS_BAD_DATE;
   revision_ = newestUntil(*branchOf(task_.model, revision_->number), revision_->number, *time);
-  return revision_ == nullptr ? kNoRevision : kDone;
+  return revision_ == nullptr ? TRVS_NO_REVISION : TRVS_DONE;
 }
 
 // The date given, else that of the workfile; nothing if there is no workfile yet.
-Status CheckOut::boundTime(std::optional<PackedTime>* time) const {
+TrvsStatus CheckOut::boundTime(std::optional<PackedTime>* time) const {
   const std::string_view text = textOf(request_.newerThan);
   if (!isNoDate(text)) {
     *time = parseDate(trimmed(text));
-    return *time ? kDone : kBadDate;
+    return *time ? TRVS_DONE : TRVS_BAD_DATE;
   }
   if (const auto state = workfileState(workfilePath_)) *time = state->changeTime;
-  return kDone;
+  return TRVS_DONE;
 }
 
 // For keywords, and for a comparison with the file that is there.
 bool CheckOut::needsWhole() const {
-  return task_.model.has(kExpandKeywords) ||
+  return task_.model.has(TRVS_ATTRIBUTE_KEYWORDS) ||
          (!asks(TRVS_GET_OVERWRITE | TRVS_GET_KEEP) && workfileState(workfilePath_));
 }
 
-Status CheckOut::readWhole() {
+TrvsStatus CheckOut::readWhole() {
   isWhole_ = needsWhole();
-  if (!isWhole_) return kDone;
-  if (const Status status = task_.archive().read(revision_->content, &stored_)) return status;
+  if (!isWhole_) return TRVS_DONE;
+  if (const TrvsStatus status = task_.archive().read(revision_->content, &stored_)) return status;
   expanded_ = expanded(task_.model, *revision_, task_.archiveText(), stored_.view());
-  return kDone;
+  return TRVS_DONE;
 }
 
 // A file that is equal already may be replaced without a question: nothing is lost.
-Status CheckOut::checkOverwrite() {
+TrvsStatus CheckOut::checkOverwrite() {
   const auto old = workfileState(workfilePath_);
-  if (old && !old->isRegular) return kWouldOverwrite;
-  if (asks(TRVS_GET_OVERWRITE)) return kDone;
+  if (old && !old->isRegular) return TRVS_WOULD_OVERWRITE;
+  if (asks(TRVS_GET_OVERWRITE)) return TRVS_DONE;
   workfile_.replaceOnly(old);
-  if (!old) return kDone;
-  if (asks(TRVS_GET_KEEP)) return kWouldOverwrite;
+  if (!old) return TRVS_DONE;
+  if (asks(TRVS_GET_KEEP)) return TRVS_WOULD_OVERWRITE;
   MappedFile file;
   const bool isReadable = file.open(workfilePath_) == FileResult::kDone;
   const std::string_view whole = expanded_ ? *expanded_ : stored_.view();
-  if (isWhole_ && isReadable && file.bytes() == whole) return kDone;
-  return client().overwrites(task_.workfileText(), task_.archiveText()) ? kDone : kWouldOverwrite;
+  if (isWhole_ && isReadable && file.bytes() == whole) return TRVS_DONE;
+  return client().overwrites(task_.workfileText(), task_.archiveText()) ? TRVS_DONE
+                                                                        : TRVS_WOULD_OVERWRITE;
 }
 
-Status CheckOut::writeContent() {
-  if (const Status status = workfile_.open(workfilePath_)) return status;
-  Status status = kDone;
+TrvsStatus CheckOut::writeContent() {
+  if (const TrvsStatus status = workfile_.open(workfilePath_)) return status;
+  TrvsStatus status = TRVS_DONE;
   if (expanded_) {
     status = workfile_.write(*expanded_);
   } else if (isWhole_) {
     status = workfile_.write(stored_.view());
   } else {
     status = task_.archive().read(revision_->content, [this](std::string_view bytes) {
-      return workfile_.write(bytes) == kDone;
+      return workfile_.write(bytes) == TRVS_DONE;
     });
   }
-  if (status != kDone) return status;
+  if (status != TRVS_DONE) return status;
   const bool isWritable =
-      asks(TRVS_GET_WRITABLE | TRVS_GET_LOCK) || !task_.model.has(kWriteProtected);
+      asks(TRVS_GET_WRITABLE | TRVS_GET_LOCK) || !task_.model.has(TRVS_ATTRIBUTE_READ_ONLY);
   return workfile_.complete(isWritable, asks(TRVS_GET_ARCHIVE_TIME) ? revision_->checkInTime : 0);
 }
 
 }  // namespace
 
-Status checkOut(const CheckOutRequest& request) { return CheckOut(request).run(); }
+TrvsStatus checkOut(const CheckOutRequest& request) { return CheckOut(request).run(); }
 
 }  // namespace btkf

@@ -3,7 +3,7 @@
 
 #include <cstdint>
 
-#include "btkf520/archive/status.h"
+#include "btkf520/btkf520.h"
 
 namespace btkf {
 
@@ -18,6 +18,6 @@ struct CheckOutRequest {
 };
 
 // Writes a revision to the workfile. The statuses are told in btkf520.h.
-Status checkOut(const CheckOutRequest& request);
+TrvsStatus checkOut(const CheckOutRequest& request);
 
 }  // namespace btkf

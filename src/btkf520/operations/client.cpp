@@ -8,7 +8,12 @@
 namespace btkf {
 namespace {
 
-constexpr int32_t kCallbackIds[] = {1, 3, 4, 5, 6, 9, 10, 16, 17, 18, 19, 20, 23};
+constexpr int32_t kCallbackIds[] = {
+    TRVS_CALLBACK_CONTINUE,  TRVS_CALLBACK_RETRY,         TRVS_CALLBACK_OUTPUT,
+    TRVS_CALLBACK_OVERWRITE, TRVS_CALLBACK_MOVE_LABEL,    TRVS_CALLBACK_FREE,
+    TRVS_CALLBACK_CHECK_IN,  TRVS_CALLBACK_NEWS_TWO,      TRVS_CALLBACK_IDLE,
+    TRVS_CALLBACK_OPERATION, TRVS_CALLBACK_BAD_DIRECTIVE, TRVS_CALLBACK_MESSAGE,
+    TRVS_CALLBACK_TEXT};
 
 }  // namespace
 
@@ -29,72 +34,70 @@ Callback Client::registered(int32_t id) const {
   return reinterpret_cast<Callback>(reinterpret_cast<void (*)()>(found->second));
 }
 
-// Callbacks 5 and 6. What the client stores is given back in any case.
+// What the client stores is given back in any case.
 bool Client::confirms(int32_t id, const std::string& first, const std::string& second,
                       std::string* answer) const {
   const auto ask = registered<TrvsConfirmCallback>(id);
   if (ask == nullptr) return false;
   char* stored = nullptr;
-  const bool accepted = ask(first.c_str(), second.c_str(), &stored) == 0;
+  const bool accepted = ask(first.c_str(), second.c_str(), &stored) == TRVS_GO_ON;
   if (stored == nullptr) return accepted;
   *answer = stored;
-  if (const auto giveBack = registered<TrvsFreeCallback>(9)) giveBack(stored);
+  if (const auto giveBack = registered<TrvsFreeCallback>(TRVS_CALLBACK_FREE)) giveBack(stored);
   return accepted;
 }
 
-Status Client::goOn() const {
-  const auto ask = registered<TrvsContinueCallback>(1);
-  return ask == nullptr || ask() == 0 ? kDone : kCancelled;
+TrvsStatus Client::goOn() const {
+  const auto ask = registered<TrvsContinueCallback>(TRVS_CALLBACK_CONTINUE);
+  return ask == nullptr || ask() == TRVS_GO_ON ? TRVS_DONE : TRVS_CANCELLED;
 }
 
-bool Client::retries(Status obstacle, const std::string& path) const {
-  const auto ask = registered<TrvsRetryCallback>(3);
-  return ask != nullptr && ask(obstacle, path.c_str()) == 0;
+bool Client::retries(TrvsStatus obstacle, const std::string& path) const {
+  const auto ask = registered<TrvsRetryCallback>(TRVS_CALLBACK_RETRY);
+  return ask != nullptr && ask(obstacle, path.c_str()) == TRVS_GO_ON;
 }
 
-Flow Client::output(const std::string& line, Output kind) const {
-  const auto put = registered<TrvsOutputCallback>(4);
-  if (put == nullptr) return Flow::kEnough;
-  const int32_t answer = put(line.c_str(), static_cast<int32_t>(kind));
-  return answer == 0 ? Flow::kGoOn : answer == 1 ? Flow::kEnough : Flow::kCancelled;
+int32_t Client::output(const std::string& line, TrvsOutput kind) const {
+  const auto put = registered<TrvsOutputCallback>(TRVS_CALLBACK_OUTPUT);
+  return put == nullptr ? TRVS_ENOUGH : put(line.c_str(), kind);
 }
 
 bool Client::overwrites(const std::string& workfile, const std::string& archive) const {
   std::string unused;
-  return confirms(5, workfile, archive, &unused);
+  return confirms(TRVS_CALLBACK_OVERWRITE, workfile, archive, &unused);
 }
 
 bool Client::moves(std::string* label, const std::string& archive) const {
   std::string other;
-  if (!confirms(6, *label, archive, &other)) return false;
+  if (!confirms(TRVS_CALLBACK_MOVE_LABEL, *label, archive, &other)) return false;
   if (!other.empty()) *label = other;
   return true;
 }
 
-bool Client::accepts(const std::string& workfile, Status why) const {
-  const auto ask = registered<TrvsAskCallback>(10);
-  return ask != nullptr && ask(workfile.c_str(), why) == 0;
+bool Client::accepts(const std::string& workfile, TrvsStatus why) const {
+  const auto ask = registered<TrvsAskCallback>(TRVS_CALLBACK_CHECK_IN);
+  return ask != nullptr && ask(workfile.c_str(), why) == TRVS_GO_ON;
 }
 
 void Client::idle() const {
-  if (const auto rest = registered<TrvsIdleCallback>(17)) rest();
+  if (const auto rest = registered<TrvsIdleCallback>(TRVS_CALLBACK_IDLE)) rest();
 }
 
 void Client::done(const std::string& event, const std::string& archive, const std::string& workfile,
                   const std::string& what) const {
-  if (const auto notify = registered<TrvsNotifyFourCallback>(18)) {
+  if (const auto notify = registered<TrvsNotifyFourCallback>(TRVS_CALLBACK_OPERATION)) {
     notify(event.c_str(), archive.c_str(), workfile.c_str(), what.c_str(), 0);
   }
 }
 
 bool Client::goesOnAfter(const BadDirective& directive) const {
-  const auto tell = registered<TrvsBadDirectiveCallback>(19);
+  const auto tell = registered<TrvsBadDirectiveCallback>(TRVS_CALLBACK_BAD_DIRECTIVE);
   return tell == nullptr || tell(directive.code, directive.line.c_str(), directive.file.c_str(),
-                                 directive.number) == 0;
+                                 directive.number) == TRVS_GO_ON;
 }
 
-void Client::message(Status code) const {
-  if (const auto tell = registered<TrvsMessageCallback>(20)) tell(code);
+void Client::message(TrvsStatus code) const {
+  if (const auto tell = registered<TrvsMessageCallback>(TRVS_CALLBACK_MESSAGE)) tell(code);
 }
 
 }  // namespace btkf

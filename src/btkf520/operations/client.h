@@ -5,44 +5,37 @@
 #include <map>
 #include <string>
 
-#include "btkf520/archive/status.h"
 #include "btkf520/btkf520.h"
 #include "btkf520/configuration/configurationreader.h"
 
 namespace btkf {
 
-// What callback 4 is told about a text.
-enum class Output : int32_t { kHeading = 1, kRevision = 2, kText = 3, kDelta = 4 };
-enum class Flow { kGoOn, kEnough, kCancelled };
-
-// The functions that the client has registered. Each operation calls one of them. Without one it
-// gives the answer that loses nothing: a question is declined, and news go nowhere.
+// The functions that the client has registered. Each operation calls one of them, and does what
+// btkf520.h tells if there is none: mostly a question is answered with no, and news go nowhere.
 class Client {
  public:
   // False, and nothing is kept, for an id that the toolkit has no use for. Null forgets.
   bool registerCallback(int32_t id, TrvsCallback callback);
 
-  // 1: kCancelled if the client wants to stop. Goes on without one.
-  Status goOn() const;
-  // 3: whether to try again, or to go on all the same.
-  bool retries(Status obstacle, const std::string& path) const;
-  // 4: hands out one line without its end. kEnough, without one, if nobody listens.
-  Flow output(const std::string& line, Output kind) const;
-  // 5: whether the workfile may be overwritten.
+  // TRVS_CANCELLED if the client wants to stop.
+  TrvsStatus goOn() const;
+  // Whether to try again, or to go on all the same.
+  bool retries(TrvsStatus obstacle, const std::string& path) const;
+  // Hands out one line without its end. Gives a TrvsAnswer, TRVS_ENOUGH if nobody listens.
+  int32_t output(const std::string& line, TrvsOutput kind) const;
+  // Whether the workfile may be overwritten.
   bool overwrites(const std::string& workfile, const std::string& archive) const;
-  // 6: whether the label may be moved. *label becomes another if the client would rather have that.
+  // Whether the label may be moved. *label becomes another if the client would rather have that.
   bool moves(std::string* label, const std::string& archive) const;
-  // 10: whether to check in all the same.
-  bool accepts(const std::string& workfile, Status why) const;
-  // 17
+  // Whether to check in all the same.
+  bool accepts(const std::string& workfile, TrvsStatus why) const;
   void idle() const;
-  // 18: an operation is done.
+  // An operation is done.
   void done(const std::string& event, const std::string& archive, const std::string& workfile,
             const std::string& what) const;
-  // 19: whether to read on. Goes on without one.
+  // Whether to read on.
   bool goesOnAfter(const BadDirective& directive) const;
-  // 20
-  void message(Status code) const;
+  void message(TrvsStatus code) const;
 
  private:
   template <typename Callback>

@@ -28,9 +28,9 @@ constexpr int16_t kWidestTab = 64;
 class Side {
  public:
   // Without a revision, a name that is no archive is a file, and an archive means its trunk's tip.
-  Status open(const char* name, const char* revision, bool asStored);
+  TrvsStatus open(const char* name, const char* revision, bool asStored);
   // The workfile of a target.
-  Status openWorkfile(const char* target);
+  TrvsStatus openWorkfile(const char* target);
 
   std::string_view bytes() const {
     return expanded_ ? *expanded_ : isFile_ ? file_.bytes() : stored_.view();
@@ -39,7 +39,7 @@ class Side {
   bool isArchive() const { return !isFile_; }
 
  private:
-  Status openFile(const std::string& path, const std::string& title);
+  TrvsStatus openFile(const std::string& path, const std::string& title);
 
   bool isFile_ = false;
   MappedFile file_;
@@ -48,42 +48,42 @@ class Side {
   std::string title_;
 };
 
-Status Side::open(const char* name, const char* revision, bool asStored) {
-  if (textOf(name).empty()) return kMisuse;
+TrvsStatus Side::open(const char* name, const char* revision, bool asStored) {
+  if (textOf(name).empty()) return TRVS_MISUSE;
   Task task;
-  const Status status = task.openContents(name);
-  const bool mayBeFile = status == kNotAnArchive || status == kNoArchive;
+  const TrvsStatus status = task.openContents(name);
+  const bool mayBeFile = status == TRVS_NOT_AN_ARCHIVE || status == TRVS_NO_ARCHIVE;
   if (mayBeFile && textOf(revision).empty()) {
     const auto path = systemPath(name);  // Its name may look like "a(b)".
-    const bool isOpen = path && openFile(*path, name) == kDone;
-    return isOpen && !file_.bytes().starts_with(kArchiveHeader) ? kDone : status;
+    const bool isOpen = path && openFile(*path, name) == TRVS_DONE;
+    return isOpen && !file_.bytes().starts_with(kArchiveHeader) ? TRVS_DONE : status;
   }
-  if (status != kDone) return status;
+  if (status != TRVS_DONE) return status;
   const Revision* found = nullptr;
-  if (const Status missing = findRevision(task.model, revision, &found)) return missing;
-  if (const Status damaged = task.archive().read(found->content, &stored_)) return damaged;
+  if (const TrvsStatus missing = findRevision(task.model, revision, &found)) return missing;
+  if (const TrvsStatus damaged = task.archive().read(found->content, &stored_)) return damaged;
   if (!asStored) expanded_ = expanded(task.model, *found, task.archiveText(), stored_.view());
   title_ = task.archiveText() + "\t" + found->number.text();
-  return kDone;
+  return TRVS_DONE;
 }
 
-Status Side::openWorkfile(const char* target) {
+TrvsStatus Side::openWorkfile(const char* target) {
   Task task;
   std::string path;
-  if (const Status status = task.openToTell(target)) return status;
-  if (const Status status = task.findWorkfile(&path)) return status;
+  if (const TrvsStatus status = task.openToTell(target)) return status;
+  if (const TrvsStatus status = task.findWorkfile(&path)) return status;
   return openFile(path, task.workfileText());
 }
 
-Status Side::openFile(const std::string& path, const std::string& title) {
+TrvsStatus Side::openFile(const std::string& path, const std::string& title) {
   isFile_ = true;
   title_ = title;
-  return readFailure(file_.open(path), kNoWorkfile);
+  return readFailure(file_.open(path), TRVS_NO_WORKFILE);
 }
 
 class Comparison {
  public:
-  Status open(const DifferenceRequest& request);
+  TrvsStatus open(const DifferenceRequest& request);
 
   bool isText() const { return isText_; }
   bool isEqual() const { return isText_ ? edits_.empty() : !differInBytes_; }
@@ -97,7 +97,7 @@ class Comparison {
   }
 
  private:
-  Status openSides(const DifferenceRequest& request);
+  TrvsStatus openSides(const DifferenceRequest& request);
 
   Side first_;
   Side second_;
@@ -114,36 +114,36 @@ bool areGood(const DifferenceRequest& request) {
   return (request.flags & ~kKnown) == 0 && request.tabWidth >= 0 && request.tabWidth <= kWidestTab;
 }
 
-Status Comparison::open(const DifferenceRequest& request) {
-  if (!areGood(request)) return kMisuse;
+TrvsStatus Comparison::open(const DifferenceRequest& request) {
+  if (!areGood(request)) return TRVS_MISUSE;
   auto columns = LineRules::columns(textOf(request.columns));
-  if (!columns) return kBadColumns;
-  if (const Status status = openSides(request)) return status;
-  if (const Status status = client().goOn()) return status;
+  if (!columns) return TRVS_BAD_COLUMNS;
+  if (const TrvsStatus status = openSides(request)) return status;
+  if (const TrvsStatus status = client().goOn()) return status;
   differInBytes_ = first_.bytes() != second_.bytes();
   isText_ = btkf::isText(first_.bytes()) && btkf::isText(second_.bytes());
-  if (!isText_) return kDone;
+  if (!isText_) return TRVS_DONE;
   firstLines_ = linesOf(first_.bytes());
   secondLines_ = linesOf(second_.bytes());
-  if (!differInBytes_) return kDone;
+  if (!differInBytes_) return TRVS_DONE;
   const auto has = [&request](uint32_t flag) { return (request.flags & flag) != 0; };
   const LineRules rules{has(TRVS_DIFF_IGNORE_SPACE), has(TRVS_DIFF_IGNORE_CASE),
                         has(TRVS_DIFF_IGNORE_LINE_ENDS), static_cast<size_t>(request.tabWidth),
                         std::move(*columns)};
   edits_ = compareLines(firstLines_, secondLines_, rules);
-  return kDone;
+  return TRVS_DONE;
 }
 
 // Without a second name: another revision of the first one's archive, or else its workfile.
-Status Comparison::openSides(const DifferenceRequest& request) {
+TrvsStatus Comparison::openSides(const DifferenceRequest& request) {
   const bool asStored = (request.flags & TRVS_DIFF_STORED) != 0;
-  if (const Status status = first_.open(request.first, request.firstRevision, asStored)) {
+  if (const TrvsStatus status = first_.open(request.first, request.firstRevision, asStored)) {
     return status;
   }
   if (!textOf(request.second).empty()) {
     return second_.open(request.second, request.secondRevision, asStored);
   }
-  if (!first_.isArchive()) return kMisuse;
+  if (!first_.isArchive()) return TRVS_MISUSE;
   return textOf(request.secondRevision).empty()
              ? second_.openWorkfile(request.first)
              : second_.open(request.first, request.secondRevision, asStored);
@@ -193,35 +193,36 @@ class UnifiedReport {
   UnifiedReport(const Comparison& comparison, ReportOutput* output)
       : comparison_(comparison), output_(*output) {}
 
-  Status write(size_t context, bool withHeading) {
-    if (comparison_.isEqual()) return kDone;
-    if (!comparison_.isText()) return output_.line(comparison_.binaryLine(), Output::kDelta);
+  TrvsStatus write(size_t context, bool withHeading) {
+    if (comparison_.isEqual()) return TRVS_DONE;
+    if (!comparison_.isText())
+      return output_.line(comparison_.binaryLine(), TRVS_OUTPUT_DIFFERENCES);
     if (withHeading) {
       for (const std::string& line :
            {"--- " + comparison_.first().title(), "+++ " + comparison_.second().title()}) {
-        if (const Status status = output_.line(line, Output::kHeading)) return status;
+        if (const TrvsStatus status = output_.line(line, TRVS_OUTPUT_HEADING)) return status;
       }
     }
     for (const Hunk& hunk : hunksOf(comparison_, context)) {
-      if (const Status status = writeHunk(hunk)) return status;
+      if (const TrvsStatus status = writeHunk(hunk)) return status;
     }
-    return kDone;
+    return TRVS_DONE;
   }
 
  private:
-  Status writeHunk(const Hunk& hunk) {
+  TrvsStatus writeHunk(const Hunk& hunk) {
     const std::string ranges = "@@ -" + rangeText(hunk.lines.first, hunk.lines.firstCount) + " +" +
                                rangeText(hunk.lines.second, hunk.lines.secondCount) + " @@";
-    if (const Status status = output_.line(ranges, Output::kDelta)) return status;
+    if (const TrvsStatus status = output_.line(ranges, TRVS_OUTPUT_DIFFERENCES)) return status;
     const auto& firstLines = comparison_.firstLines();
     const auto& secondLines = comparison_.secondLines();
     size_t at = hunk.lines.first;
     for (size_t i = hunk.firstEdit; i < hunk.endEdit; ++i) {
       const Edit& edit = comparison_.edits()[i];
       const size_t end = edit.first + edit.firstCount;
-      if (const Status status = writeLines(' ', firstLines, at, edit.first)) return status;
-      if (const Status status = writeLines('-', firstLines, edit.first, end)) return status;
-      if (const Status status =
+      if (const TrvsStatus status = writeLines(' ', firstLines, at, edit.first)) return status;
+      if (const TrvsStatus status = writeLines('-', firstLines, edit.first, end)) return status;
+      if (const TrvsStatus status =
               writeLines('+', secondLines, edit.second, edit.second + edit.secondCount)) {
         return status;
       }
@@ -230,19 +231,22 @@ class UnifiedReport {
     return writeLines(' ', firstLines, at, hunk.lines.first + hunk.lines.firstCount);
   }
 
-  Status writeLines(char mark, const std::vector<std::string_view>& lines, size_t from, size_t to) {
+  TrvsStatus writeLines(char mark, const std::vector<std::string_view>& lines, size_t from,
+                        size_t to) {
     for (size_t i = from; i < to; ++i) {
       const bool hasEnd = lines[i].ends_with('\n');
       const std::string_view text = lines[i].substr(0, lines[i].size() - (hasEnd ? 1 : 0));
-      if (const Status status = output_.line(std::string(1, mark).append(text), Output::kDelta)) {
+      if (const TrvsStatus status =
+              output_.line(std::string(1, mark).append(text), TRVS_OUTPUT_DIFFERENCES)) {
         return status;
       }
       if (hasEnd) continue;
-      if (const Status status = output_.line("\\ No newline at end of file", Output::kDelta)) {
+      if (const TrvsStatus status =
+              output_.line("\\ No newline at end of file", TRVS_OUTPUT_DIFFERENCES)) {
         return status;
       }
     }
-    return kDone;
+    return TRVS_DONE;
   }
 
   const Comparison& comparison_;
@@ -277,33 +281,33 @@ std::vector<std::string> deltaLines(const Comparison& comparison) {
 
 }  // namespace
 
-Status testDifferences(const DifferenceRequest& request, bool* differ) {
+TrvsStatus testDifferences(const DifferenceRequest& request, bool* differ) {
   Comparison comparison;
-  if (const Status status = comparison.open(request)) return status;
+  if (const TrvsStatus status = comparison.open(request)) return status;
   *differ = !comparison.isEqual();
-  return kDone;
+  return TRVS_DONE;
 }
 
-Status reportDifferences(const DifferenceRequest& request, const char* output, int context) {
+TrvsStatus reportDifferences(const DifferenceRequest& request, const char* output, int context) {
   Comparison comparison;
   ReportOutput lines;
-  if (const Status status = comparison.open(request)) return status;
-  if (const Status status = lines.open(output)) return status;
+  if (const TrvsStatus status = comparison.open(request)) return status;
+  if (const TrvsStatus status = lines.open(output)) return status;
   const size_t most = comparison.firstLines().size();
   const size_t count = context < 0 ? most : std::min(static_cast<size_t>(context), most);
   const bool withHeading = (request.flags & TRVS_DIFF_NO_HEADING) == 0;
-  if (const Status status = UnifiedReport(comparison, &lines).write(count, withHeading)) {
+  if (const TrvsStatus status = UnifiedReport(comparison, &lines).write(count, withHeading)) {
     return status;
   }
   return lines.close();
 }
 
-Status listDifferences(const DifferenceRequest& request, const char* output,
-                       const Colour (&colours)[3]) {
+TrvsStatus listDifferences(const DifferenceRequest& request, const char* output,
+                           const Colour (&colours)[3]) {
   Comparison comparison;
   ReportOutput lines;
-  if (const Status status = comparison.open(request)) return status;
-  if (const Status status = lines.open(output)) return status;
+  if (const TrvsStatus status = comparison.open(request)) return status;
+  if (const TrvsStatus status = lines.open(output)) return status;
   std::string viewer = "viewer";
   for (const Colour& each : colours) {
     viewer += " " + std::to_string(each.colour) + " " + std::to_string(each.style);
@@ -322,7 +326,7 @@ Status listDifferences(const DifferenceRequest& request, const char* output,
     all.emplace_back(comparison.isEqual() ? "binary same" : "binary differ");
   }
   for (const std::string& line : all) {
-    if (const Status status = lines.line(line, Output::kDelta)) return status;
+    if (const TrvsStatus status = lines.line(line, TRVS_OUTPUT_DIFFERENCES)) return status;
   }
   return lines.close();
 }

@@ -3,7 +3,7 @@
 
 #include <cstdint>
 
-#include "btkf520/archive/status.h"
+#include "btkf520/btkf520.h"
 
 namespace btkf {
 
@@ -20,10 +20,10 @@ struct DifferenceRequest {
 };
 
 // *differ is true if they differ in anything that counts.
-Status testDifferences(const DifferenceRequest& request, bool* differ);
+TrvsStatus testDifferences(const DifferenceRequest& request, bool* differ);
 
 // A unified report. `context` -1: all lines.
-Status reportDifferences(const DifferenceRequest& request, const char* output, int context);
+TrvsStatus reportDifferences(const DifferenceRequest& request, const char* output, int context);
 
 // What a viewer colours its texts with: handed on as it stands.
 struct Colour {
@@ -32,7 +32,7 @@ struct Colour {
 };
 
 // The ranges of lines, for a program that shows both texts.
-Status listDifferences(const DifferenceRequest& request, const char* output,
-                       const Colour (&colours)[3]);
+TrvsStatus listDifferences(const DifferenceRequest& request, const char* output,
+                           const Colour (&colours)[3]);
 
 }  // namespace btkf

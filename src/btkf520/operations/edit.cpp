@@ -11,28 +11,29 @@
 namespace btkf {
 namespace {
 
-constexpr uint32_t kAttributes =
-    kBinary | kExpandKeywords | kExclusiveLocks | kWriteProtected | kCheckLocks;
+constexpr uint32_t kAttributes = TRVS_ATTRIBUTE_BINARY | TRVS_ATTRIBUTE_KEYWORDS |
+                                 TRVS_ATTRIBUTE_EXCLUSIVE_LOCKS | TRVS_ATTRIBUTE_READ_ONLY |
+                                 TRVS_ATTRIBUTE_CHECK_LOCKS;
 
 // Locks and promotion groups keep a revision from being deleted.
-Status checkDeletion(const Revision& revision) {
-  if (!revision.lockers.empty()) return kLocked;
-  return revision.promotionGroups.empty() ? kDone : kGroupInTheWay;
+TrvsStatus checkDeletion(const Revision& revision) {
+  if (!revision.lockers.empty()) return TRVS_LOCKED;
+  return revision.promotionGroups.empty() ? TRVS_DONE : TRVS_GROUP_IN_THE_WAY;
 }
 
 // What a range means to a deletion: a branch goes with the revision where it starts if that is
 // asked for, and otherwise keeps it from going, although its numbers lie in the range. The branches
 // come in ascending order, so each is seen after the revision where it starts.
-Status choose(const ArchiveModel& model, const RevisionRange& range, bool withBranches,
-              std::set<Number>* chosen) {
+TrvsStatus choose(const ArchiveModel& model, const RevisionRange& range, bool withBranches,
+                  std::set<Number>* chosen) {
   for (const Branch& branch : model.branches) {
     const bool losesStart = !branch.number.isTrunk() && chosen->contains(branch.number.parent());
-    if (losesStart && !withBranches) return kHasBranches;
+    if (losesStart && !withBranches) return TRVS_HAS_BRANCHES;
     for (const Revision& revision : branch.revisions) {
       if (losesStart || range.contains(revision)) chosen->insert(revision.number);
     }
   }
-  return chosen->empty() ? kNoRevision : kDone;
+  return chosen->empty() ? TRVS_NO_REVISION : TRVS_DONE;
 }
 
 void erase(const std::set<Number>& chosen, ArchiveModel* model) {
@@ -49,109 +50,111 @@ void erase(const std::set<Number>& chosen, ArchiveModel* model) {
 
 }  // namespace
 
-Status setDescription(const char* archive, const char* revision, const char* text) {
-  if (text == nullptr) return kMisuse;
+TrvsStatus setDescription(const char* archive, const char* revision, const char* text) {
+  if (text == nullptr) return TRVS_MISUSE;
   Task task;
-  if (const Status status = task.openToUpdate(archive)) return status;
+  if (const TrvsStatus status = task.openToUpdate(archive)) return status;
   if (revision == nullptr) {
     task.model.description = text;
     return task.commit({"DESCRIBE", ""});
   }
   const Revision* found = nullptr;
-  if (const Status status = findRevision(task.model, revision, &found)) return status;
+  if (const TrvsStatus status = findRevision(task.model, revision, &found)) return status;
   const Number number = found->number;
   task.model.findRevision(number)->changeDescription = text;
   return task.commit({"DESCRIBE", number.text()});
 }
 
-Status getDescription(const char* archive, const char* revision, std::string* text) {
+TrvsStatus getDescription(const char* archive, const char* revision, std::string* text) {
   Task task;
-  if (const Status status = task.openToTell(archive)) return status;
+  if (const TrvsStatus status = task.openToTell(archive)) return status;
   if (revision == nullptr) {
     *text = task.model.description;
-    return kDone;
+    return TRVS_DONE;
   }
   const Revision* found = nullptr;
-  if (const Status status = findRevision(task.model, revision, &found)) return status;
+  if (const TrvsStatus status = findRevision(task.model, revision, &found)) return status;
   *text = found->changeDescription;
-  return kDone;
+  return TRVS_DONE;
 }
 
-Status setAttributes(const char* archive, uint32_t set, uint32_t clear) {
-  if (((set | clear) & ~kAttributes) != 0 || (set & clear) != 0) return kMisuse;
+TrvsStatus setAttributes(const char* archive, uint32_t set, uint32_t clear) {
+  if (((set | clear) & ~kAttributes) != 0 || (set & clear) != 0) return TRVS_MISUSE;
   Task task;
-  if (const Status status = task.openToUpdate(archive)) return status;
+  if (const TrvsStatus status = task.openToUpdate(archive)) return status;
   task.model.attributes = (task.model.attributes | set) & ~clear;
   return task.commit({"ATTRIBUTES", ""});
 }
 
-Status getAttributes(const char* archive, uint32_t* attributes) {
+TrvsStatus getAttributes(const char* archive, uint32_t* attributes) {
   Task task;
-  if (const Status status = task.openToTell(archive)) return status;
+  if (const TrvsStatus status = task.openToTell(archive)) return status;
   *attributes = task.model.attributes;
-  return kDone;
+  return TRVS_DONE;
 }
 
-Status addAccess(const char* archive, const char* user) {
-  if (user == nullptr) return kMisuse;
-  if (!isGoodName(user)) return kBadName;
+TrvsStatus addAccess(const char* archive, const char* user) {
+  if (user == nullptr) return TRVS_MISUSE;
+  if (!isGoodName(user)) return TRVS_BAD_NAME;
   Task task;
-  if (const Status status = task.openToUpdate(archive)) return status;
+  if (const TrvsStatus status = task.openToUpdate(archive)) return status;
   std::vector<std::string>& list = task.model.accessList;
-  if (std::find(list.begin(), list.end(), user) != list.end()) return kDone;
+  if (std::find(list.begin(), list.end(), user) != list.end()) return TRVS_DONE;
   list.emplace_back(user);
   return task.commit({"ACCESS", user});
 }
 
-Status removeAccess(const char* archive, const char* user) {
-  if (user == nullptr) return kMisuse;
+TrvsStatus removeAccess(const char* archive, const char* user) {
+  if (user == nullptr) return TRVS_MISUSE;
   Task task;
-  if (const Status status = task.openToUpdate(archive)) return status;
-  if (std::erase(task.model.accessList, user) == 0) return kNotInAccessList;
+  if (const TrvsStatus status = task.openToUpdate(archive)) return status;
+  if (std::erase(task.model.accessList, user) == 0) return TRVS_NOT_IN_ACCESS_LIST;
   return task.commit({"ACCESS", user});
 }
 
-Status listAccess(const char* archive, std::vector<std::string>* users) {
+TrvsStatus listAccess(const char* archive, std::vector<std::string>* users) {
   Task task;
-  if (const Status status = task.openToTell(archive)) return status;
+  if (const TrvsStatus status = task.openToTell(archive)) return status;
   *users = task.model.accessList;
-  return kDone;
+  return TRVS_DONE;
 }
 
-Status deleteRevisions(const char* archive, const char* range) {
+TrvsStatus deleteRevisions(const char* archive, const char* range) {
   std::string text(textOf(range));
   const bool withBranches = text.ends_with('+');
   if (withBranches) text.pop_back();
-  if (text.empty()) return kBadNumber;  // Not everything by accident: that is "*".
+  if (text.empty()) return TRVS_BAD_NUMBER;  // Not everything by accident: that is "*".
   Task task;
-  if (const Status status = task.openToUpdate(archive)) return status;
+  if (const TrvsStatus status = task.openToUpdate(archive)) return status;
   RevisionRange parsed;
-  if (const Status status = RevisionRange::parse(task.model, text.c_str(), &parsed)) return status;
+  if (const TrvsStatus status = RevisionRange::parse(task.model, text.c_str(), &parsed))
+    return status;
   std::set<Number> chosen;
-  if (const Status status = choose(task.model, parsed, withBranches, &chosen)) return status;
+  if (const TrvsStatus status = choose(task.model, parsed, withBranches, &chosen)) return status;
   for (const Number& number : chosen) {
-    if (const Status status = checkDeletion(*task.model.findRevision(number))) return status;
+    if (const TrvsStatus status = checkDeletion(*task.model.findRevision(number))) return status;
   }
   erase(chosen, &task.model);
   return task.commit({"DELETE", std::string(textOf(range))});
 }
 
-Status listRevisions(const char* archive, const char* range, std::vector<std::string>* numbers) {
+TrvsStatus listRevisions(const char* archive, const char* range,
+                         std::vector<std::string>* numbers) {
   Task task;
-  if (const Status status = task.openToTell(archive)) return status;
+  if (const TrvsStatus status = task.openToTell(archive)) return status;
   RevisionRange parsed;
-  if (const Status status = RevisionRange::parse(task.model, range, &parsed)) return status;
+  if (const TrvsStatus status = RevisionRange::parse(task.model, range, &parsed)) return status;
   task.model.forEachRevision([&](const Revision& revision) {
     if (parsed.contains(revision)) numbers->push_back(revision.number.text());
   });
-  return kDone;
+  return TRVS_DONE;
 }
 
-Status verify(const char* archive, std::vector<std::string>* damaged) {
+TrvsStatus verify(const char* archive, std::vector<std::string>* damaged) {
   Task task;
-  if (const Status status = task.openToTell(archive)) return status;
+  if (const TrvsStatus status = task.openToTell(archive)) return status;
   std::vector<Content> contents;
-  const Status status = task.archive().verify(&contents);
+  const TrvsStatus status = task.archive().verify(&contents);
   task.model.forEachRevision([&](const Revision& revision) {
     if (std::find(contents.begin(), contents.end(), revision.content) != contents.end()) {
       damaged->push_back(revision.number.text());

@@ -20,20 +20,20 @@ void writeJournal(const Account& account) {
     line += '\t' + field;
   }
   const auto path = systemPath(journal);
-  if (!path || !appendToFile(*path, line + "\n")) client().message(kNoJournal);
+  if (!path || !appendToFile(*path, line + "\n")) client().message(TRVS_NO_JOURNAL);
 }
 
-Status runTrigger(const std::string& trigger, const Account& account) {
+TrvsStatus runTrigger(const std::string& trigger, const Account& account) {
   const std::string command = configuration().eventTrigger(trigger);
-  if (command.empty()) return kDone;
+  if (command.empty()) return TRVS_DONE;
   const std::optional<int> code = runCommand(command, {{"BTKF_EVENT", trigger},
                                                        {"BTKF_ARCHIVE", account.archive},
                                                        {"BTKF_WORKFILE", account.workfile},
                                                        {"BTKF_WHAT", account.what},
                                                        {"BTKF_USER", userId().value_or("")}});
   constexpr int kNoSuchCommand = 127;
-  if (!code || *code == kNoSuchCommand) return kTriggerFailed;
-  return *code == 0 ? kDone : kTriggerRefused;
+  if (!code || *code == kNoSuchCommand) return TRVS_TRIGGER_FAILED;
+  return *code == 0 ? TRVS_DONE : TRVS_TRIGGER_REFUSED;
 }
 
 }  // namespace btkf

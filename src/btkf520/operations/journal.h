@@ -3,7 +3,7 @@
 
 #include <string>
 
-#include "btkf520/archive/status.h"
+#include "btkf520/btkf520.h"
 
 namespace btkf {
 
@@ -16,11 +16,11 @@ struct Account {
 };
 
 // Adds a line to the journal, if there is one. What was done is done: a journal that can't be
-// written fails nothing, the client is told with callback 20.
+// written fails nothing, the client is told.
 void writeJournal(const Account& account);
 
 // Runs the command for `trigger`, such as "PRECHECKIN", if there is one, and waits for its end.
-// kTriggerRefused (103) if its exit code isn't 0, kTriggerFailed (106) if it could not be run.
-Status runTrigger(const std::string& trigger, const Account& account);
+// TRVS_TRIGGER_REFUSED if its exit code isn't 0, TRVS_TRIGGER_FAILED if it could not be run.
+TrvsStatus runTrigger(const std::string& trigger, const Account& account);
 
 }  // namespace btkf

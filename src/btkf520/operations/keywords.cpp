@@ -53,7 +53,8 @@ bool isText(std::string_view bytes) {
 
 std::optional<std::string> expanded(const ArchiveModel& model, const Revision& revision,
                                     std::string_view archive, std::string_view bytes) {
-  if (!model.has(kExpandKeywords) || model.has(kBinary) || !isText(bytes)) return {};
+  if (!model.has(TRVS_ATTRIBUTE_KEYWORDS) || model.has(TRVS_ATTRIBUTE_BINARY) || !isText(bytes))
+    return {};
   std::string result;
   size_t copied = 0;
   for (size_t at = bytes.find('$'); at != std::string_view::npos;) {

@@ -11,29 +11,31 @@ namespace btkf {
 namespace {
 
 // The archive's own rules, then those of the configuration.
-Status checkLock(const Task& task, const Revision& revision) {
-  if (!task.model.has(kCheckLocks)) return kCannotLock;
-  if (isLockedBy(revision, task.user())) return kLocked;
-  if (task.model.has(kExclusiveLocks) && task.model.lockCount() > 0) return kCannotLock;
-  if (!revision.lockers.empty() && !configuration().multipleLocks()) return kLocked;
+TrvsStatus checkLock(const Task& task, const Revision& revision) {
+  if (!task.model.has(TRVS_ATTRIBUTE_CHECK_LOCKS)) return TRVS_CANNOT_LOCK;
+  if (isLockedBy(revision, task.user())) return TRVS_LOCKED;
+  if (task.model.has(TRVS_ATTRIBUTE_EXCLUSIVE_LOCKS) && task.model.lockCount() > 0)
+    return TRVS_CANNOT_LOCK;
+  if (!revision.lockers.empty() && !configuration().multipleLocks()) return TRVS_LOCKED;
   const bool willBranch = !isTip(task.model, revision) || !revision.lockers.empty();
-  return willBranch && configuration().branchWarning() ? kWouldBranch : kDone;
+  return willBranch && configuration().branchWarning() ? TRVS_WOULD_BRANCH : TRVS_DONE;
 }
 
 // A group stands at one revision, and what is locked for it stands there too.
-Status checkGroup(const ArchiveModel& model, const std::string& group, const Revision& revision) {
+TrvsStatus checkGroup(const ArchiveModel& model, const std::string& group,
+                      const Revision& revision) {
   const Revision* at = group.empty() ? nullptr : revisionInGroup(model, group);
-  if (at == nullptr) return kDone;
-  if (!at->lockers.empty()) return kGroupLocked;
-  return at == &revision ? kDone : kGroupInTheWay;
+  if (at == nullptr) return TRVS_DONE;
+  if (!at->lockers.empty()) return TRVS_GROUP_LOCKED;
+  return at == &revision ? TRVS_DONE : TRVS_GROUP_IN_THE_WAY;
 }
 
-Status findForGroup(const ArchiveModel& model, const char* text, const std::string& group,
-                    const Revision** revision) {
+TrvsStatus findForGroup(const ArchiveModel& model, const char* text, const std::string& group,
+                        const Revision** revision) {
   if (textOf(text).empty() && !group.empty()) {
     if (const Revision* at = revisionInGroup(model, group)) {
       *revision = at;
-      return kDone;
+      return TRVS_DONE;
     }
   }
   return findRevision(model, text, revision);
@@ -47,32 +49,32 @@ std::optional<std::string> userOrPresent(const char* user) {
 
 }  // namespace
 
-Status chooseGroup(std::string_view wanted, std::string* group) {
+TrvsStatus chooseGroup(std::string_view wanted, std::string* group) {
   const PromotionModel& promotion = configuration().promotion();
   if (wanted.empty()) {
     const std::vector<std::string> groups = promotion.developmentGroups();
     if (promotion.isEmpty()) {
       group->clear();
-      return kDone;
+      return TRVS_DONE;
     }
-    if (groups.size() != 1) return kNeedsDevelopmentGroup;
+    if (groups.size() != 1) return TRVS_NEEDS_DEVELOPMENT_GROUP;
     *group = groups.front();
-    return kDone;
+    return TRVS_DONE;
   }
-  const GroupKind kind = promotion.kindOf(wanted);
-  if (kind == GroupKind::kNone) return kNoSuchGroup;
-  if (kind != GroupKind::kDevelopment) return kNeedsDevelopmentGroup;
+  const TrvsGroupKind kind = promotion.kindOf(wanted);
+  if (kind == TRVS_GROUP_NONE) return TRVS_NO_SUCH_GROUP;
+  if (kind != TRVS_GROUP_DEVELOPMENT) return TRVS_NEEDS_DEVELOPMENT_GROUP;
   *group = wanted;
-  return kDone;
+  return TRVS_DONE;
 }
 
-Status lockRevision(Task* task, const char* revision, const char* group, Number* locked) {
+TrvsStatus lockRevision(Task* task, const char* revision, const char* group, Number* locked) {
   std::string chosen;
-  if (const Status status = chooseGroup(textOf(group), &chosen)) return status;
+  if (const TrvsStatus status = chooseGroup(textOf(group), &chosen)) return status;
   const Revision* found = nullptr;
-  if (const Status status = findForGroup(task->model, revision, chosen, &found)) return status;
-  if (const Status status = checkLock(*task, *found)) return status;
-  if (const Status status = checkGroup(task->model, chosen, *found)) return status;
+  if (const TrvsStatus status = findForGroup(task->model, revision, chosen, &found)) return status;
+  if (const TrvsStatus status = checkLock(*task, *found)) return status;
+  if (const TrvsStatus status = checkGroup(task->model, chosen, *found)) return status;
   *locked = found->number;
   Revision* changed = task->model.findRevision(found->number);
   changed->lockers.push_back(task->user());
@@ -80,29 +82,29 @@ Status lockRevision(Task* task, const char* revision, const char* group, Number*
   if (!chosen.empty() && std::find(groups.begin(), groups.end(), chosen) == groups.end()) {
     groups.push_back(chosen);
   }
-  return kDone;
+  return TRVS_DONE;
 }
 
-Status lock(const char* archive, const char* revision, const char* group) {
+TrvsStatus lock(const char* archive, const char* revision, const char* group) {
   Task task;
-  if (const Status status = task.openToUpdate(archive, "LOCK")) return status;
+  if (const TrvsStatus status = task.openToUpdate(archive, "LOCK")) return status;
   Number locked;
-  if (const Status status = lockRevision(&task, revision, group, &locked)) return status;
+  if (const TrvsStatus status = lockRevision(&task, revision, group, &locked)) return status;
   return task.commit({"LOCK", locked.text()});
 }
 
-Status unlock(const char* archive, const char* revision, const char* user) {
+TrvsStatus unlock(const char* archive, const char* revision, const char* user) {
   const auto whose = userOrPresent(user);
-  if (!whose) return kNoUserId;
+  if (!whose) return TRVS_NO_USER_ID;
   Task task;
-  if (const Status status = task.openToUpdate(archive, "UNLOCK")) return status;
+  if (const TrvsStatus status = task.openToUpdate(archive, "UNLOCK")) return status;
   std::vector<const Revision*> found = lockedBy(task.model, *whose);
   if (!textOf(revision).empty()) {
     const Revision* only = nullptr;
-    if (const Status status = findRevision(task.model, revision, &only)) return status;
+    if (const TrvsStatus status = findRevision(task.model, revision, &only)) return status;
     std::erase_if(found, [only](const Revision* each) { return each != only; });
   }
-  if (found.empty()) return kNoLock;
+  if (found.empty()) return TRVS_NO_LOCK;
   std::string numbers;
   for (const Revision* each : found) {
     numbers += (numbers.empty() ? "" : ",") + each->number.text();
@@ -111,15 +113,15 @@ Status unlock(const char* archive, const char* revision, const char* user) {
   return task.commit({"UNLOCK", numbers});
 }
 
-Status listLocks(const char* archive, const char* user, std::vector<std::string>* numbers) {
+TrvsStatus listLocks(const char* archive, const char* user, std::vector<std::string>* numbers) {
   const auto whose = userOrPresent(user);
-  if (!whose) return kNoUserId;
+  if (!whose) return TRVS_NO_USER_ID;
   Task task;
-  if (const Status status = task.openToTell(archive)) return status;
+  if (const TrvsStatus status = task.openToTell(archive)) return status;
   for (const Revision* each : lockedBy(task.model, *whose)) {
     numbers->push_back(each->number.text());
   }
-  return numbers->empty() ? kNoLock : kDone;
+  return numbers->empty() ? TRVS_NO_LOCK : TRVS_DONE;
 }
 
 }  // namespace btkf

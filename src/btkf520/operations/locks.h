@@ -14,24 +14,24 @@ namespace btkf {
 //   revision  as findRevision() takes it; empty: the revision in `group`, else the trunk's tip
 //   group     empty: the only development group of the model, if there is a model
 // Statuses of findRevision(), and:
-//   kCannotLock (29)            locks are not checked, or the archive allows one lock only
-//   kLocked (14)                locked already
-//   kWouldBranch (47)           BRANCHWARN, and it isn't the tip
-//   kNoSuchGroup (37), kNeedsDevelopmentGroup (45)
-//   kGroupLocked (46)           the group's revision is locked already
-//   kGroupInTheWay (40)         the group is at another revision
-Status lockRevision(Task* task, const char* revision, const char* group, Number* locked);
+//   TRVS_CANNOT_LOCK       locks are not checked, or the archive allows one lock only
+//   TRVS_LOCKED            locked already
+//   TRVS_WOULD_BRANCH      BRANCHWARN, and it isn't the tip
+//   TRVS_NO_SUCH_GROUP, TRVS_NEEDS_DEVELOPMENT_GROUP
+//   TRVS_GROUP_LOCKED      the group's revision is locked already
+//   TRVS_GROUP_IN_THE_WAY  the group is at another revision
+TrvsStatus lockRevision(Task* task, const char* revision, const char* group, Number* locked);
 
 // The development group that a lock or a check-in is for. Empty if there is no promotion model.
-//   kNoSuchGroup (37)             not in the model, or there is no model
-//   kNeedsDevelopmentGroup (45)   not one, or none was given and there are several
-Status chooseGroup(std::string_view wanted, std::string* group);
+//   TRVS_NO_SUCH_GROUP            not in the model, or there is no model
+//   TRVS_NEEDS_DEVELOPMENT_GROUP  not one, or none was given and there are several
+TrvsStatus chooseGroup(std::string_view wanted, std::string* group);
 
 // The whole operations. A null user is the present one.
-Status lock(const char* archive, const char* revision, const char* group);
-// Without a revision, all of the user's. kNoLock (30) if there is none.
-Status unlock(const char* archive, const char* revision, const char* user);
-// The numbers of the revisions that the user has locked. kNoLock (30) if there is none.
-Status listLocks(const char* archive, const char* user, std::vector<std::string>* numbers);
+TrvsStatus lock(const char* archive, const char* revision, const char* group);
+// Without a revision, all of the user's. TRVS_NO_LOCK if there is none.
+TrvsStatus unlock(const char* archive, const char* revision, const char* user);
+// The numbers of the revisions that the user has locked. TRVS_NO_LOCK if there is none.
+TrvsStatus listLocks(const char* archive, const char* user, std::vector<std::string>* numbers);
 
 }  // namespace btkf

@@ -9,45 +9,45 @@
 
 namespace btkf {
 
-Status ReportOutput::open(const char* path) {
+TrvsStatus ReportOutput::open(const char* path) {
   const std::string text(textOf(path));
-  if (text.empty()) return kDone;
+  if (text.empty()) return TRVS_DONE;
   const auto place = systemPath(text);
-  if (!place) return kBadName;
+  if (!place) return TRVS_BAD_NAME;
   old_ = workfileState(*place);
-  if (old_ && !(old_->isRegular && client().overwrites(text, ""))) return kWouldOverwrite;
+  if (old_ && !(old_->isRegular && client().overwrites(text, ""))) return TRVS_WOULD_OVERWRITE;
   path_ = *place;
-  return kDone;
+  return TRVS_DONE;
 }
 
-Status ReportOutput::line(std::string_view text, Output kind) {
+TrvsStatus ReportOutput::line(std::string_view text, TrvsOutput kind) {
   if (!path_.empty()) {
     text_.append(text).append("\n");
-    return kDone;
+    return TRVS_DONE;
   }
-  if (isFull_) return kDone;
-  const Flow flow = client().output(std::string(text), kind);
-  isFull_ = flow == Flow::kEnough;
-  return flow == Flow::kCancelled ? kCancelled : kDone;
+  if (isFull_) return TRVS_DONE;
+  const int32_t answer = client().output(std::string(text), kind);
+  isFull_ = answer == TRVS_ENOUGH;
+  return answer == TRVS_GO_ON || isFull_ ? TRVS_DONE : TRVS_CANCELLED;
 }
 
-Status ReportOutput::lines(std::string_view text, std::string_view indent, Output kind) {
+TrvsStatus ReportOutput::lines(std::string_view text, std::string_view indent, TrvsOutput kind) {
   while (!text.empty()) {
     const size_t end = std::min(text.find('\n'), text.size());
     std::string_view one = text.substr(0, end);
     if (one.ends_with('\r')) one.remove_suffix(1);
-    if (const Status status = line(std::string(indent).append(one), kind)) return status;
+    if (const TrvsStatus status = line(std::string(indent).append(one), kind)) return status;
     text.remove_prefix(std::min(end + 1, text.size()));
   }
-  return kDone;
+  return TRVS_DONE;
 }
 
-Status ReportOutput::close() {
-  if (path_.empty()) return kDone;
+TrvsStatus ReportOutput::close() {
+  if (path_.empty()) return TRVS_DONE;
   NewWorkfile file;
-  if (const Status status = file.open(path_)) return status;
-  if (const Status status = file.write(text_)) return status;
-  if (const Status status = file.complete(true, 0)) return status;
+  if (const TrvsStatus status = file.open(path_)) return status;
+  if (const TrvsStatus status = file.write(text_)) return status;
+  if (const TrvsStatus status = file.complete(true, 0)) return status;
   file.replaceOnly(old_);
   return file.finish();
 }

@@ -11,23 +11,23 @@
 namespace btkf {
 
 // The output of one report: a file, which gets everything at the end or nothing at all, or else
-// callback 4, line by line.
+// the client, line by line.
 class ReportOutput {
  public:
-  // `path` is the path text of the file; null or empty for the callback. An existing file is
-  // replaced only if the client agrees: kWouldOverwrite (24). kBadName (9).
-  Status open(const char* path);
+  // `path` is the path text of the file; null or empty for the client. An existing file is
+  // replaced only if the client agrees: TRVS_WOULD_OVERWRITE. TRVS_BAD_NAME.
+  TrvsStatus open(const char* path);
 
-  // Takes one line without its end. kCancelled (15) if the client wants no report at all.
-  Status line(std::string_view text, Output kind);
+  // Takes one line without its end. TRVS_CANCELLED if the client wants no report at all.
+  TrvsStatus line(std::string_view text, TrvsOutput kind);
   // Takes each line of a text.
-  Status lines(std::string_view text, std::string_view indent, Output kind);
+  TrvsStatus lines(std::string_view text, std::string_view indent, TrvsOutput kind);
 
-  // To be called at the end. kWouldOverwrite (24) if the file has changed since, kCannotWrite (77).
-  Status close();
+  // To be called at the end. TRVS_WOULD_OVERWRITE if the file has changed since, TRVS_CANNOT_WRITE.
+  TrvsStatus close();
 
  private:
-  std::string path_;                  // Empty: the callback.
+  std::string path_;                  // Empty: the client.
   std::optional<WorkfileState> old_;  // The file that may be replaced.
   std::string text_;
   bool isFull_ = false;  // The client has enough, or doesn't listen.

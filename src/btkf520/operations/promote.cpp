@@ -11,34 +11,34 @@
 namespace btkf {
 namespace {
 
-Status findParent(const std::string& group, std::string* parent) {
+TrvsStatus findParent(const std::string& group, std::string* parent) {
   const PromotionModel& promotion = configuration().promotion();
   switch (promotion.kindOf(group)) {
-    case GroupKind::kNone:
-      return kNoSuchGroup;
-    case GroupKind::kTop:
-      return kCannotPromote;
+    case TRVS_GROUP_NONE:
+      return TRVS_NO_SUCH_GROUP;
+    case TRVS_GROUP_TOP:
+      return TRVS_CANNOT_PROMOTE;
     default:
       *parent = promotion.parentOf(group);
-      return parent->empty() ? kNoHigherGroup : kDone;
+      return parent->empty() ? TRVS_NO_HIGHER_GROUP : TRVS_DONE;
   }
 }
 
 }  // namespace
 
-Status promote(const char* archive, const char* group, bool acrossBranches) {
-  if (group == nullptr) return kMisuse;
+TrvsStatus promote(const char* archive, const char* group, bool acrossBranches) {
+  if (group == nullptr) return TRVS_MISUSE;
   std::string parent;
-  if (const Status status = findParent(group, &parent)) return status;
+  if (const TrvsStatus status = findParent(group, &parent)) return status;
   Task task;
-  if (const Status status = task.openToUpdate(archive, "PROMOTE")) return status;
+  if (const TrvsStatus status = task.openToUpdate(archive, "PROMOTE")) return status;
   const Revision* lower = revisionInGroup(task.model, group);
-  if (lower == nullptr) return kCannotPromote;
+  if (lower == nullptr) return TRVS_CANNOT_PROMOTE;
   const Revision* higher = revisionInGroup(task.model, parent);
   const bool isElsewhere =
       higher != nullptr && branchNumber(higher->number) != branchNumber(lower->number);
-  if (isElsewhere && !acrossBranches && !client().retries(kOtherBranch, task.archiveText())) {
-    return kOtherBranch;
+  if (isElsewhere && !acrossBranches && !client().retries(TRVS_OTHER_BRANCH, task.archiveText())) {
+    return TRVS_OTHER_BRANCH;
   }
   if (higher != nullptr) {
     std::erase(task.model.findRevision(higher->number)->promotionGroups, parent);

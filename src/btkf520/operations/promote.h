@@ -1,11 +1,11 @@
 // btkf520/operations/promote.h: moving revisions up in the promotion model.
 #pragma once
 
-#include "btkf520/archive/status.h"
+#include "btkf520/btkf520.h"
 
 namespace btkf {
 
 // Moves the revision in `group` to the next higher group. The statuses are told in btkf520.h.
-Status promote(const char* archive, const char* group, bool acrossBranches);
+TrvsStatus promote(const char* archive, const char* group, bool acrossBranches);
 
 }  // namespace btkf

@@ -62,13 +62,13 @@ std::string titled(std::string_view title, std::string_view text) {
 // Which revisions a report is about.
 class Selection {
  public:
-  Status parse(const ArchiveModel& model, const ReportRequest& request) {
-    if (const Status status = RevisionRange::parse(model, request.revisions, &range_)) {
+  TrvsStatus parse(const ArchiveModel& model, const ReportRequest& request) {
+    if (const TrvsStatus status = RevisionRange::parse(model, request.revisions, &range_)) {
       return status;
     }
     if (!textOf(request.dates).empty()) {
       const auto dates = parseDateRange(request.dates);
-      if (!dates) return kBadDate;
+      if (!dates) return TRVS_BAD_DATE;
       dates_ = *dates;
     }
     authors_ = listOf(request.authors);
@@ -76,7 +76,7 @@ class Selection {
     labels_ = listOf(request.labels);
     groups_ = listOf(request.groups);
     words_ = upperCase(textOf(request.words));
-    return kDone;
+    return TRVS_DONE;
   }
 
   bool takes(const Revision& revision, const Names& labels) const {
@@ -98,23 +98,23 @@ class Report {
   explicit Report(const ReportRequest& request)
       : request_(request), mode_(request.flags & ~kOptions) {}
 
-  Status run();
+  TrvsStatus run();
 
  private:
   bool has(uint32_t option) const { return (request_.flags & option) != 0; }
 
-  Status pick();
+  TrvsStatus pick();
   void order();
-  Status writeHeading();
-  Status writeBody();
-  Status writeFull(const Revision& revision);
-  Status writeByAuthor();
-  Status writeLabels();
-  Status writeEach(const Revision& revision, const Names& names);
+  TrvsStatus writeHeading();
+  TrvsStatus writeBody();
+  TrvsStatus writeFull(const Revision& revision);
+  TrvsStatus writeByAuthor();
+  TrvsStatus writeLabels();
+  TrvsStatus writeEach(const Revision& revision, const Names& names);
   std::string brief(const Revision& revision) const;
   Names labelsOf(const Revision& revision) const;
-  Status title(std::string_view name, std::string_view text, Output kind) {
-    return text.empty() ? kDone : output_.line(titled(name, text), kind);
+  TrvsStatus title(std::string_view name, std::string_view text, TrvsOutput kind) {
+    return text.empty() ? TRVS_DONE : output_.line(titled(name, text), kind);
   }
 
   const ReportRequest& request_;
@@ -124,21 +124,22 @@ class Report {
   std::vector<const Revision*> revisions_;
 };
 
-Status Report::run() {
-  if (std::find(std::begin(kModes), std::end(kModes), mode_) == std::end(kModes)) return kMisuse;
-  if (const Status status = task_.openToTell(request_.archive)) return status;
-  if (const Status status = output_.open(request_.output)) return status;
-  if (const Status status = pick()) return status;
+TrvsStatus Report::run() {
+  if (std::find(std::begin(kModes), std::end(kModes), mode_) == std::end(kModes))
+    return TRVS_MISUSE;
+  if (const TrvsStatus status = task_.openToTell(request_.archive)) return status;
+  if (const TrvsStatus status = output_.open(request_.output)) return status;
+  if (const TrvsStatus status = pick()) return status;
   if (!has(TRVS_LOG_NO_HEADING)) {
-    if (const Status status = writeHeading()) return status;
+    if (const TrvsStatus status = writeHeading()) return status;
   }
-  if (const Status status = writeBody()) return status;
+  if (const TrvsStatus status = writeBody()) return status;
   return output_.close();
 }
 
-Status Report::pick() {
+TrvsStatus Report::pick() {
   Selection selection;
-  if (const Status status = selection.parse(task_.model, request_)) return status;
+  if (const TrvsStatus status = selection.parse(task_.model, request_)) return status;
   task_.model.forEachRevision([&](const Revision& revision) {
     const bool isWanted = (mode_ != TRVS_LOG_NEWEST || isTip(task_.model, revision)) &&
                           (mode_ != TRVS_LOG_LOCKED || !revision.lockers.empty()) &&
@@ -146,7 +147,7 @@ Status Report::pick() {
     if (isWanted && selection.takes(revision, labelsOf(revision))) revisions_.push_back(&revision);
   });
   order();
-  return kDone;
+  return TRVS_DONE;
 }
 
 // Newest first, which for revisions of one branch is the order of their numbers.
@@ -160,14 +161,14 @@ void Report::order() {
   if (has(TRVS_LOG_OLDEST_FIRST)) std::reverse(revisions_.begin(), revisions_.end());
 }
 
-Status Report::writeHeading() {
+TrvsStatus Report::writeHeading() {
   const ArchiveModel& model = task_.model;
   Names attributes;
-  if (model.has(kCheckLocks)) attributes.emplace_back("locks are checked");
-  if (model.has(kExclusiveLocks)) attributes.emplace_back("one lock at a time");
-  if (model.has(kWriteProtected)) attributes.emplace_back("workfiles are read-only");
-  if (model.has(kExpandKeywords)) attributes.emplace_back("keywords are expanded");
-  if (model.has(kBinary)) attributes.emplace_back("binary");
+  if (model.has(TRVS_ATTRIBUTE_CHECK_LOCKS)) attributes.emplace_back("locks are checked");
+  if (model.has(TRVS_ATTRIBUTE_EXCLUSIVE_LOCKS)) attributes.emplace_back("one lock at a time");
+  if (model.has(TRVS_ATTRIBUTE_READ_ONLY)) attributes.emplace_back("workfiles are read-only");
+  if (model.has(TRVS_ATTRIBUTE_KEYWORDS)) attributes.emplace_back("keywords are expanded");
+  if (model.has(TRVS_ATTRIBUTE_BINARY)) attributes.emplace_back("binary");
   const std::pair<const char*, std::string> lines[] = {
       {"Archive", task_.archiveText()},
       {"Workfile", model.workName},
@@ -179,23 +180,23 @@ Status Report::writeHeading() {
       {"Locks", std::to_string(model.lockCount())},
   };
   for (const auto& [name, text] : lines) {
-    if (const Status status = title(name, text, Output::kHeading)) return status;
+    if (const TrvsStatus status = title(name, text, TRVS_OUTPUT_HEADING)) return status;
   }
   if (!model.description.empty()) {
-    if (const Status status = output_.line("Description:", Output::kHeading)) return status;
-    if (const Status status = output_.lines(model.description, "    ", Output::kHeading)) {
+    if (const TrvsStatus status = output_.line("Description:", TRVS_OUTPUT_HEADING)) return status;
+    if (const TrvsStatus status = output_.lines(model.description, "    ", TRVS_OUTPUT_HEADING)) {
       return status;
     }
   }
-  return output_.line("", Output::kHeading);
+  return output_.line("", TRVS_OUTPUT_HEADING);
 }
 
-Status Report::writeBody() {
+TrvsStatus Report::writeBody() {
   if (mode_ == TRVS_LOG_BY_AUTHOR) return writeByAuthor();
   if (mode_ == TRVS_LOG_LABELS) return writeLabels();
   for (const Revision* revision : revisions_) {
-    if (const Status status = client().goOn()) return status;
-    Status status = kDone;
+    if (const TrvsStatus status = client().goOn()) return status;
+    TrvsStatus status = TRVS_DONE;
     switch (mode_) {
       case TRVS_LOG_LOCKED:
         status = writeEach(*revision, revision->lockers);
@@ -205,18 +206,18 @@ Status Report::writeBody() {
         break;
       case TRVS_LOG_BRIEF:
       case TRVS_LOG_BY_DATE:
-        status = output_.line(brief(*revision), Output::kRevision);
+        status = output_.line(brief(*revision), TRVS_OUTPUT_REVISION);
         break;
       default:
         status = writeFull(*revision);
         break;
     }
-    if (status != kDone) return status;
+    if (status != TRVS_DONE) return status;
   }
-  return kDone;
+  return TRVS_DONE;
 }
 
-Status Report::writeFull(const Revision& revision) {
+TrvsStatus Report::writeFull(const Revision& revision) {
   Names branches;
   for (const Branch* branch : task_.model.branchesAt(revision.number)) {
     branches.push_back(branch->number.text());
@@ -233,55 +234,57 @@ Status Report::writeFull(const Revision& revision) {
       {"Branches", joinedNames(branches)},
   };
   for (const auto& [name, text] : lines) {
-    if (const Status status = title(name, text, Output::kRevision)) return status;
+    if (const TrvsStatus status = title(name, text, TRVS_OUTPUT_REVISION)) return status;
   }
-  if (const Status status = output_.lines(revision.changeDescription, "    ", Output::kText)) {
+  if (const TrvsStatus status =
+          output_.lines(revision.changeDescription, "    ", TRVS_OUTPUT_CHANGE)) {
     return status;
   }
-  return output_.line("", Output::kRevision);
+  return output_.line("", TRVS_OUTPUT_REVISION);
 }
 
-Status Report::writeByAuthor() {
+TrvsStatus Report::writeByAuthor() {
   Names authors;
   for (const Revision* revision : revisions_) {
     if (!contains(authors, revision->author)) authors.push_back(revision->author);
   }
   std::sort(authors.begin(), authors.end());
   for (const std::string& author : authors) {
-    if (const Status status = output_.line(author + ":", Output::kHeading)) return status;
+    if (const TrvsStatus status = output_.line(author + ":", TRVS_OUTPUT_HEADING)) return status;
     for (const Revision* revision : revisions_) {
       if (revision->author != author) continue;
-      if (const Status status = output_.line("    " + brief(*revision), Output::kRevision)) {
+      if (const TrvsStatus status = output_.line("    " + brief(*revision), TRVS_OUTPUT_REVISION)) {
         return status;
       }
     }
   }
-  return kDone;
+  return TRVS_DONE;
 }
 
 // In the order in which the labels were made: that is how people tell releases.
-Status Report::writeLabels() {
+TrvsStatus Report::writeLabels() {
   for (const Label& label : task_.model.labels) {
     const Revision* revision = task_.model.labelled(label);
     if (std::find(revisions_.begin(), revisions_.end(), revision) == revisions_.end()) continue;
     const std::string floats =
         label.isFloating() ? " (floats with " + label.target.text() + ")" : "";
-    if (const Status status =
-            output_.line(label.name + floats + "  " + brief(*revision), Output::kRevision)) {
+    if (const TrvsStatus status =
+            output_.line(label.name + floats + "  " + brief(*revision), TRVS_OUTPUT_REVISION)) {
       return status;
     }
   }
-  return kDone;
+  return TRVS_DONE;
 }
 
 // One line for each locker or group.
-Status Report::writeEach(const Revision& revision, const Names& names) {
+TrvsStatus Report::writeEach(const Revision& revision, const Names& names) {
   for (const std::string& name : names) {
-    if (const Status status = output_.line(name + "  " + brief(revision), Output::kRevision)) {
+    if (const TrvsStatus status =
+            output_.line(name + "  " + brief(revision), TRVS_OUTPUT_REVISION)) {
       return status;
     }
   }
-  return kDone;
+  return TRVS_DONE;
 }
 
 std::string Report::brief(const Revision& revision) const {
@@ -303,6 +306,6 @@ Names Report::labelsOf(const Revision& revision) const {
 
 }  // namespace
 
-Status reportLog(const ReportRequest& request) { return Report(request).run(); }
+TrvsStatus reportLog(const ReportRequest& request) { return Report(request).run(); }
 
 }  // namespace btkf

@@ -5,7 +5,7 @@
 
 #include <cstdint>
 
-#include "btkf520/archive/status.h"
+#include "btkf520/btkf520.h"
 
 namespace btkf {
 
@@ -24,6 +24,6 @@ struct ReportRequest {
   uint32_t flags = 0;  // TRVS_LOG_...
 };
 
-Status reportLog(const ReportRequest& request);
+TrvsStatus reportLog(const ReportRequest& request);
 
 }  // namespace btkf

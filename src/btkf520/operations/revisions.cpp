@@ -6,32 +6,34 @@
 namespace btkf {
 namespace {
 
-Status findTip(const Branch* branch, const Revision** revision) {
-  if (branch == nullptr || branch->tip() == nullptr) return kNoRevision;
+TrvsStatus findTip(const Branch* branch, const Revision** revision) {
+  if (branch == nullptr || branch->tip() == nullptr) return TRVS_NO_REVISION;
   *revision = branch->tip();
-  return kDone;
+  return TRVS_DONE;
 }
 
-Status findNumbered(const ArchiveModel& model, const Number& number, const Revision** revision) {
+TrvsStatus findNumbered(const ArchiveModel& model, const Number& number,
+                        const Revision** revision) {
   if (number.isBranch()) return findTip(model.findBranch(number), revision);
   const Revision* found = model.findRevision(number);
-  if (found == nullptr) return kNoRevision;
+  if (found == nullptr) return TRVS_NO_REVISION;
   *revision = found;
-  return kDone;
+  return TRVS_DONE;
 }
 
 }  // namespace
 
-Status findRevision(const ArchiveModel& model, const char* text, const Revision** revision) {
-  if (model.revisionCount() == 0) return kNoRevisions;
+TrvsStatus findRevision(const ArchiveModel& model, const char* text, const Revision** revision) {
+  if (model.revisionCount() == 0) return TRVS_NO_REVISIONS;
   const std::string_view name = textOf(text);
-  if (name.empty()) return findTip(&model.trunk(), revision) == kDone ? kDone : kNoRevisions;
+  if (name.empty())
+    return findTip(&model.trunk(), revision) == TRVS_DONE ? TRVS_DONE : TRVS_NO_REVISIONS;
   if (const auto number = Number::parse(name)) return findNumbered(model, *number, revision);
   const Label* label = model.findLabel(name);
   const Revision* found = label == nullptr ? nullptr : model.labelled(*label);
-  if (found == nullptr) return kNoSuchLabel;
+  if (found == nullptr) return TRVS_NO_SUCH_LABEL;
   *revision = found;
-  return kDone;
+  return TRVS_DONE;
 }
 
 Number branchNumber(const Number& revision) {
@@ -69,29 +71,29 @@ std::vector<const Revision*> lockedBy(const ArchiveModel& model, std::string_vie
   return found;
 }
 
-Status RevisionRange::parse(const ArchiveModel& model, const char* text, RevisionRange* range) {
+TrvsStatus RevisionRange::parse(const ArchiveModel& model, const char* text, RevisionRange* range) {
   RevisionRange parsed;
   const std::string_view all = textOf(text);
   const size_t star = all.find('*');
   const auto alone = Number::parse(all);
   if (alone && alone->isBranch()) {
-    if (model.findBranch(*alone) == nullptr) return kNoRevision;
+    if (model.findBranch(*alone) == nullptr) return TRVS_NO_REVISION;
     parsed.branch_ = *alone;
     *range = parsed;
-    return kDone;
+    return TRVS_DONE;
   }
   const auto findEnd = [&model](std::string_view name, Number* end) {
-    if (name.empty()) return kDone;
+    if (name.empty()) return TRVS_DONE;
     const Revision* revision = nullptr;
-    const Status status = findRevision(model, std::string(name).c_str(), &revision);
-    if (status == kDone) *end = revision->number;
+    const TrvsStatus status = findRevision(model, std::string(name).c_str(), &revision);
+    if (status == TRVS_DONE) *end = revision->number;
     return status;
   };
   const std::string_view last = star == std::string_view::npos ? all : all.substr(star + 1);
-  if (const Status status = findEnd(all.substr(0, star), &parsed.from_)) return status;
-  if (const Status status = findEnd(last, &parsed.to_)) return status;
+  if (const TrvsStatus status = findEnd(all.substr(0, star), &parsed.from_)) return status;
+  if (const TrvsStatus status = findEnd(last, &parsed.to_)) return status;
   *range = parsed;
-  return kDone;
+  return TRVS_DONE;
 }
 
 bool RevisionRange::contains(const Revision& revision) const {

@@ -10,15 +10,15 @@
 #include <vector>
 
 #include "btkf520/archive/model.h"
-#include "btkf520/archive/status.h"
+#include "btkf520/btkf520.h"
 
 namespace btkf {
 
 // Fills *revision, good as long as pointers into `model` are. Null and empty text are the same.
-//   kNoRevisions (20)  the archive has none, or no trunk and no text
-//   kNoRevision (18)   a number that the archive doesn't have
-//   kNoSuchLabel (11)  no such label, or one that floats with a branch that is gone
-Status findRevision(const ArchiveModel& model, const char* text, const Revision** revision);
+//   TRVS_NO_REVISIONS   the archive has none, or no trunk and no text
+//   TRVS_NO_REVISION    a number that the archive doesn't have
+//   TRVS_NO_SUCH_LABEL  no such label, or one that floats with a branch that is gone
+TrvsStatus findRevision(const ArchiveModel& model, const char* text, const Revision** revision);
 
 // The number of the branch that a revision of this number stands on.
 Number branchNumber(const Number& revision);
@@ -37,7 +37,7 @@ bool isLockedBy(const Revision& revision, std::string_view user);
 class RevisionRange {
  public:
   // Null and empty text mean all. The statuses are those of findRevision().
-  static Status parse(const ArchiveModel& model, const char* text, RevisionRange* range);
+  static TrvsStatus parse(const ArchiveModel& model, const char* text, RevisionRange* range);
 
   // A revision lies between two ends if its number does: 1.2.1.0 lies between 1.2 and 1.3.
   bool contains(const Revision& revision) const;

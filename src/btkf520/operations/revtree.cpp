@@ -105,11 +105,11 @@ TrvsRevTree* makeRevTree(const ArchiveModel& model) {
 
 void freeRevTree(TrvsRevTree* tree) { trees().erase(tree); }
 
-Status fetchRevTree(const char* archive, TrvsRevTree** tree) {
+TrvsStatus fetchRevTree(const char* archive, TrvsRevTree** tree) {
   Task task;
-  if (const Status status = task.openToTell(archive)) return status;
+  if (const TrvsStatus status = task.openToTell(archive)) return status;
   *tree = makeRevTree(task.model);
-  return kDone;
+  return TRVS_DONE;
 }
 
 }  // namespace btkf

@@ -2,7 +2,6 @@
 #pragma once
 
 #include "btkf520/archive/model.h"
-#include "btkf520/archive/status.h"
 #include "btkf520/btkf520.h"
 
 namespace btkf {
@@ -12,7 +11,7 @@ namespace btkf {
 TrvsRevTree* makeRevTree(const ArchiveModel& model);
 void freeRevTree(TrvsRevTree* tree);
 
-// The whole operation. *tree changes only with kDone.
-Status fetchRevTree(const char* archive, TrvsRevTree** tree);
+// The whole operation. *tree changes only with TRVS_DONE.
+TrvsStatus fetchRevTree(const char* archive, TrvsRevTree** tree);
 
 }  // namespace btkf

@@ -19,12 +19,12 @@ Surroundings& Surroundings::current() {
   return *surroundings;
 }
 
-Status Surroundings::load(const std::string& path, ReadMode mode) {
-  if (mode != ReadMode::kFollowing) configuration_ = Configuration();
+TrvsStatus Surroundings::load(const std::string& path, TrvsReadMode mode) {
+  if (mode != TRVS_READ_FOLLOWING) configuration_ = Configuration();
   // On a copy: a callback may ask questions meanwhile, and a cancelled load leaves nothing behind.
   Configuration loaded = configuration_;
-  const Status status = ConfigurationReader(this, mode, &loaded).read(path);
-  if (status == kDone) configuration_ = std::move(loaded);
+  const TrvsStatus status = ConfigurationReader(this, mode, &loaded).read(path);
+  if (status == TRVS_DONE) configuration_ = std::move(loaded);
   return status;
 }
 
@@ -44,8 +44,8 @@ std::optional<std::string> Surroundings::systemPath(const std::string& path) con
   for (size_t size = 512; size <= kLongestSystemPath; size *= 2) {
     std::string buffer(size, '\0');
     const int32_t status = resolver_(path.c_str(), buffer.data(), static_cast<int32_t>(size));
-    if (status == kDone) return buffer.substr(0, buffer.find('\0'));
-    if (status != kBufferTooSmall) return {};
+    if (status == TRVS_DONE) return buffer.substr(0, buffer.find('\0'));
+    if (status != TRVS_BUFFER_TOO_SMALL) return {};
   }
   return {};
 }

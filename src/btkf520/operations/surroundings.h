@@ -6,7 +6,6 @@
 #include <optional>
 #include <string>
 
-#include "btkf520/archive/status.h"
 #include "btkf520/btkf520.h"
 #include "btkf520/configuration/configuration.h"
 #include "btkf520/configuration/configurationreader.h"
@@ -28,8 +27,8 @@ class Surroundings final : private ConfigurationHost {
   void registerPathResolver(TrvsPathResolver resolver) { resolver_ = resolver; }
 
   // Reads a configuration file. kFirst and kMaster forget what was there before they do anything
-  // else. See ConfigurationReader::read(); after kCancelled nothing of the file counts.
-  Status load(const std::string& path, ReadMode mode);
+  // else. See ConfigurationReader::read(); after TRVS_CANCELLED nothing of the file counts.
+  TrvsStatus load(const std::string& path, TrvsReadMode mode);
 
   // The user id by the source that the configuration names. Nothing if that source has none.
   std::optional<std::string> userId() const;

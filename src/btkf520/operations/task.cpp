@@ -16,55 +16,55 @@ constexpr int kMostRetries = 50;
 
 }  // namespace
 
-Status Task::openToTell(const char* target) {
-  if (const Status status = findArchive(target)) return status;
-  if (const Status status = Archive::openToRead(path_, &archive_)) return status;
+TrvsStatus Task::openToTell(const char* target) {
+  if (const TrvsStatus status = findArchive(target)) return status;
+  if (const TrvsStatus status = Archive::openToRead(path_, &archive_)) return status;
   model = archive_->model();
   return client().goOn();
 }
 
 // To ask the system for an account takes as long as to read a small archive. So only he who has to
 // be let in is asked for.
-Status Task::openContents(const char* target) {
-  if (const Status status = openToTell(target)) return status;
-  if (model.accessList.empty()) return kDone;
-  if (const Status status = findUser()) return status;
+TrvsStatus Task::openContents(const char* target) {
+  if (const TrvsStatus status = openToTell(target)) return status;
+  if (model.accessList.empty()) return TRVS_DONE;
+  if (const TrvsStatus status = findUser()) return status;
   return checkAccess();
 }
 
-Status Task::openToUpdate(const char* target, const std::string& event) {
-  if (const Status status = findUser()) return status;
-  if (const Status status = findArchive(target)) return status;
-  if (const Status status = ask(event)) return status;
-  if (const Status status = openPatiently()) return status;
+TrvsStatus Task::openToUpdate(const char* target, const std::string& event) {
+  if (const TrvsStatus status = findUser()) return status;
+  if (const TrvsStatus status = findArchive(target)) return status;
+  if (const TrvsStatus status = ask(event)) return status;
+  if (const TrvsStatus status = openPatiently()) return status;
   model = archive_->model();
-  if (const Status status = checkAccess()) return status;
+  if (const TrvsStatus status = checkAccess()) return status;
   return client().goOn();
 }
 
-Status Task::openNew(const char* archive, const char* workfile) {
-  if (archive == nullptr || workfile == nullptr) return kMisuse;
-  if (fileName(archive).empty() || fileName(workfile).empty()) return kBadName;
+TrvsStatus Task::openNew(const char* archive, const char* workfile) {
+  if (archive == nullptr || workfile == nullptr) return TRVS_MISUSE;
+  if (fileName(archive).empty() || fileName(workfile).empty()) return TRVS_BAD_NAME;
   names_ = {archive, workfile};
   const auto path = systemPath(names_.archive);
-  if (!path) return kBadName;
+  if (!path) return TRVS_BAD_NAME;
   path_ = *path;
-  if (const Status status = findUser()) return status;
-  if (const Status status = ask("CREATE")) return status;
+  if (const TrvsStatus status = findUser()) return status;
+  if (const TrvsStatus status = ask("CREATE")) return status;
   archive_ = Archive::forNew(path_);
   return client().goOn();
 }
 
-Status Task::commit(const Event& event) {
-  if (const Status status = store()) return status;
+TrvsStatus Task::commit(const Event& event) {
+  if (const TrvsStatus status = store()) return status;
   announce(event);
-  return kDone;
+  return TRVS_DONE;
 }
 
-Status Task::store() {
-  if (const Status status = archive_->commit(std::move(model))) return status;
+TrvsStatus Task::store() {
+  if (const TrvsStatus status = archive_->commit(std::move(model))) return status;
   archive_.reset();  // Triggers find it free.
-  return kDone;
+  return TRVS_DONE;
 }
 
 void Task::announce(const Event& event) const {
@@ -74,7 +74,7 @@ void Task::announce(const Event& event) const {
   client().done(event.name, names_.archive, names_.workfile, event.what);
 }
 
-Status Task::ask(const std::string& event, const std::string& what) const {
+TrvsStatus Task::ask(const std::string& event, const std::string& what) const {
   return runTrigger("PRE" + event, accountOf({event, what}));
 }
 
@@ -82,46 +82,46 @@ Account Task::accountOf(const Event& event) const {
   return {event.name, names_.archive, names_.workfile, event.what};
 }
 
-Status Task::findWorkfile(std::string* path) {
+TrvsStatus Task::findWorkfile(std::string* path) {
   if (names_.workfile.empty()) names_.workfile = model.workName;
-  if (fileName(names_.workfile).empty()) return kBadName;
+  if (fileName(names_.workfile).empty()) return TRVS_BAD_NAME;
   auto found = systemPath(names_.workfile);
-  if (!found) return kBadName;
-  if (isSameFile(*found, path_)) return kSameNames;
+  if (!found) return TRVS_BAD_NAME;
+  if (isSameFile(*found, path_)) return TRVS_SAME_NAMES;
   *path = std::move(*found);
-  return kDone;
+  return TRVS_DONE;
 }
 
-Status Task::findArchive(const char* target) {
-  if (target == nullptr) return kMisuse;
+TrvsStatus Task::findArchive(const char* target) {
+  if (target == nullptr) return TRVS_MISUSE;
   names_ = Target::parse(target);
-  if (fileName(names_.archive).empty()) return kBadName;
+  if (fileName(names_.archive).empty()) return TRVS_BAD_NAME;
   auto path = systemPath(names_.archive);
-  if (!path) return kBadName;
+  if (!path) return TRVS_BAD_NAME;
   path_ = std::move(*path);
-  return kDone;
+  return TRVS_DONE;
 }
 
-Status Task::findUser() {
+TrvsStatus Task::findUser() {
   auto user = userId();
-  if (!user || !isGoodName(*user)) return kNoUserId;
+  if (!user || !isGoodName(*user)) return TRVS_NO_USER_ID;
   user_ = std::move(*user);
-  return kDone;
+  return TRVS_DONE;
 }
 
 // The owner is never locked out.
-Status Task::checkAccess() const {
+TrvsStatus Task::checkAccess() const {
   const std::vector<std::string>& list = model.accessList;
   const bool isAllowed = list.empty() || user_ == model.owner ||
                          std::find(list.begin(), list.end(), user_) != list.end();
-  return isAllowed ? kDone : kNoAccess;
+  return isAllowed ? TRVS_DONE : TRVS_NO_ACCESS;
 }
 
-Status Task::openPatiently() {
+TrvsStatus Task::openPatiently() {
   for (int tries = 0;; ++tries) {
-    const Status status = Archive::openToUpdate(path_, &archive_);
-    if (status != kInUse || tries == kMostRetries) return status;
-    if (!client().retries(kBusyArchive, names_.archive)) return status;
+    const TrvsStatus status = Archive::openToUpdate(path_, &archive_);
+    if (status != TRVS_IN_USE || tries == kMostRetries) return status;
+    if (!client().retries(TRVS_BUSY_ARCHIVE, names_.archive)) return status;
     client().idle();
     waitAMoment();
   }

@@ -1,7 +1,7 @@
 // btkf520/operations/task.h: one operation on one archive, from its name to its commit.
 //
 //     Task task;
-//     if (Status status = task.openToUpdate(archive)) return status;
+//     if (TrvsStatus status = task.openToUpdate(archive)) return status;
 //     task.model.description = text;
 //     return task.commit({"DESCRIBE"});
 //
@@ -19,7 +19,7 @@
 
 namespace btkf {
 
-// What an operation did, for triggers, the journal and callback 18.
+// What an operation did, for triggers, the journal and the client.
 struct Event {
   std::string name;  // Upper case; such as "CHECKIN".
   std::string what;  // A revision, a label, a group; may be empty.
@@ -32,30 +32,31 @@ class Task {
   Task& operator=(const Task&) = delete;
 
   // Each takes a target and may be called once. Statuses besides those of Archive:
-  //   kMisuse (10)     null
-  //   kBadName (9)     empty, or a path that is nowhere
-  //   kCancelled (15)  the client doesn't want to go on
+  //   TRVS_MISUSE     null
+  //   TRVS_BAD_NAME   empty, or a path that is nowhere
+  //   TRVS_CANCELLED  the client doesn't want to go on
   // What the archive says about itself is open to everybody; its contents and changes to it are for
-  // users on its access list: kNoAccess (13), kNoUserId (50).
-  Status openToTell(const char* target);
-  Status openContents(const char* target);
+  // users on its access list: TRVS_NO_ACCESS, TRVS_NO_USER_ID.
+  TrvsStatus openToTell(const char* target);
+  TrvsStatus openContents(const char* target);
   // `event` is what the trigger before it is asked about. Without a trigger for it, nothing.
-  Status openToUpdate(const char* target, const std::string& event = "");
+  TrvsStatus openToUpdate(const char* target, const std::string& event = "");
   // For an archive that isn't there yet.
-  Status openNew(const char* archive, const char* workfile);
+  TrvsStatus openNew(const char* archive, const char* workfile);
 
   // Makes the archive say what `model` says, which is gone then, closes it, and tells everybody
   // about it.
-  Status commit(const Event& event);
+  TrvsStatus commit(const Event& event);
   // The same in two steps, for operations that do more in between.
-  Status store();
+  TrvsStatus store();
   void announce(const Event& event) const;
-  // Asks the trigger before an event: kTriggerRefused (103) or kTriggerFailed (106).
-  Status ask(const std::string& event, const std::string& what = "") const;
+  // Asks the trigger before an event: TRVS_TRIGGER_REFUSED or TRVS_TRIGGER_FAILED.
+  TrvsStatus ask(const std::string& event, const std::string& what = "") const;
 
   // Of the workfile in the operating system: that of the target, else of the archive's own
-  // workfile in the current directory. kBadName, kSameNames (22) if that is the archive itself.
-  Status findWorkfile(std::string* path);
+  // workfile in the current directory. TRVS_BAD_NAME, TRVS_SAME_NAMES if that is the archive
+  // itself.
+  TrvsStatus findWorkfile(std::string* path);
 
   Archive& archive() { return *archive_; }
   const Archive& archive() const { return *archive_; }
@@ -68,10 +69,10 @@ class Task {
 
  private:
   Account accountOf(const Event& event) const;
-  Status findArchive(const char* target);
-  Status findUser();
-  Status checkAccess() const;
-  Status openPatiently();
+  TrvsStatus findArchive(const char* target);
+  TrvsStatus findUser();
+  TrvsStatus checkAccess() const;
+  TrvsStatus openPatiently();
 
   Target names_;
   std::string path_;

@@ -6,39 +6,39 @@
 namespace btkf {
 namespace {
 
-Status writeFailure(FileResult result) {
+TrvsStatus writeFailure(FileResult result) {
   switch (result) {
     case FileResult::kDone:
-      return kDone;
+      return TRVS_DONE;
     case FileResult::kMissing:
-      return kBadName;
+      return TRVS_BAD_NAME;
     case FileResult::kBusy:
-      return kInUse;
+      return TRVS_IN_USE;
     case FileResult::kExists:
-      return kWouldOverwrite;
+      return TRVS_WOULD_OVERWRITE;
     default:
-      return kCannotWrite;
+      return TRVS_CANNOT_WRITE;
   }
 }
 
 }  // namespace
 
-Status NewWorkfile::open(const std::string& path) {
+TrvsStatus NewWorkfile::open(const std::string& path) {
   path_ = linkTarget(path);
-  if (const Status status = writeFailure(file_.open(path_))) return status;
+  if (const TrvsStatus status = writeFailure(file_.open(path_))) return status;
   InputFile old;
   if (old.open(path_) == FileResult::kDone) file_.imitate(old);
-  return kDone;
+  return TRVS_DONE;
 }
 
-Status NewWorkfile::write(std::string_view bytes) { return writeFailure(file_.write(bytes)); }
+TrvsStatus NewWorkfile::write(std::string_view bytes) { return writeFailure(file_.write(bytes)); }
 
 // Mode and time are set before anybody can see the file.
-Status NewWorkfile::complete(bool isWritable, PackedTime time) {
-  if (const Status status = writeFailure(file_.flush())) return status;
+TrvsStatus NewWorkfile::complete(bool isWritable, PackedTime time) {
+  if (const TrvsStatus status = writeFailure(file_.flush())) return status;
   const auto seconds = secondsOf(time);
   const bool isTimed = time == 0 || (seconds && file_.setChangeTime(*seconds));
-  return isTimed && file_.setWritable(isWritable) ? kDone : kCannotWrite;
+  return isTimed && file_.setWritable(isWritable) ? TRVS_DONE : TRVS_CANNOT_WRITE;
 }
 
 void NewWorkfile::replaceOnly(std::optional<WorkfileState> seen) {
@@ -46,26 +46,26 @@ void NewWorkfile::replaceOnly(std::optional<WorkfileState> seen) {
   seen_ = std::move(seen);
 }
 
-Status NewWorkfile::check() const {
-  return isGuarded_ && workfileState(path_) != seen_ ? kWouldOverwrite : kDone;
+TrvsStatus NewWorkfile::check() const {
+  return isGuarded_ && workfileState(path_) != seen_ ? TRVS_WOULD_OVERWRITE : TRVS_DONE;
 }
 
-Status NewWorkfile::finish() {
-  if (const Status status = check()) return status;
+TrvsStatus NewWorkfile::finish() {
+  if (const TrvsStatus status = check()) return status;
   const auto naming =
       isGuarded_ && !seen_ ? SiblingFile::Naming::kNew : SiblingFile::Naming::kReplace;
   // A workfile that a power cut takes is in the archive: no need to wait for the disk.
   return writeFailure(file_.finish(naming, SiblingFile::Safety::kSoon, nullptr));
 }
 
-Status readFailure(FileResult result, Status missing) {
+TrvsStatus readFailure(FileResult result, TrvsStatus missing) {
   switch (result) {
     case FileResult::kDone:
-      return kDone;
+      return TRVS_DONE;
     case FileResult::kMissing:
       return missing;
     default:
-      return kCannotOpen;
+      return TRVS_CANNOT_OPEN;
   }
 }
 

@@ -6,7 +6,7 @@
 #include <string_view>
 
 #include "btkf520/archive/model.h"
-#include "btkf520/archive/status.h"
+#include "btkf520/btkf520.h"
 #include "btkf520/platform_file.h"
 #include "btkf520/platform_workfile.h"
 
@@ -16,22 +16,22 @@ namespace btkf {
 // disk shows, then it takes its place. Gone without a trace if it is given up in between.
 class NewWorkfile {
  public:
-  // kBadName (9) if there is no such directory, kInUse (6) if another is writing the same one,
-  // kCannotWrite (77).
-  Status open(const std::string& path);
-  // Adds at the end. kCannotWrite (77).
-  Status write(std::string_view bytes);
-  // To be called when all is written: `time` 0 is the present time. kCannotWrite (77).
-  Status complete(bool isWritable, PackedTime time);
+  // TRVS_BAD_NAME if there is no such directory, TRVS_IN_USE if another is writing the same one,
+  // TRVS_CANNOT_WRITE.
+  TrvsStatus open(const std::string& path);
+  // Adds at the end. TRVS_CANNOT_WRITE.
+  TrvsStatus write(std::string_view bytes);
+  // To be called when all is written: `time` 0 is the present time. TRVS_CANNOT_WRITE.
+  TrvsStatus complete(bool isWritable, PackedTime time);
 
   // Tells what was seen at the file's place, nothing for no file, when it was decided that it may
   // be replaced. Without this anything may be.
   void replaceOnly(std::optional<WorkfileState> seen);
 
-  // Whether it may still take its place: kWouldOverwrite (24).
-  Status check() const;
-  // Takes its place. kWouldOverwrite (24), kCannotWrite (77).
-  Status finish();
+  // Whether it may still take its place: TRVS_WOULD_OVERWRITE.
+  TrvsStatus check() const;
+  // Takes its place. TRVS_WOULD_OVERWRITE, TRVS_CANNOT_WRITE.
+  TrvsStatus finish();
 
  private:
   std::string path_;
@@ -40,7 +40,7 @@ class NewWorkfile {
   std::optional<WorkfileState> seen_;
 };
 
-// Status for a file that could not be read.
-Status readFailure(FileResult result, Status missing);
+// TrvsStatus for a file that could not be read.
+TrvsStatus readFailure(FileResult result, TrvsStatus missing);
 
 }  // namespace btkf
