@@ -21,10 +21,6 @@ constexpr KeyTableEntry kFolderSections[] = {{"Format", kSectionSkipped},
                                              {"Document", kSectionDocument},
                                              {nullptr, 0}};
 
-constexpr int32_t kToolkitContext = -1;
-constexpr int32_t kFetchTree = 1;
-constexpr int32_t kReturnTree = 0;
-
 constexpr int kTrunkLevel = 1;
 constexpr int32_t kTrunkNumber = 1;
 
@@ -152,9 +148,9 @@ int TVArchiveMember52::readData(TVHandle& context, TVStorageLock*) {
   int32_t status;
   {
     TVToolkitBracket bracket(context);
-    status = TrvsRevTreeInfo(kToolkitContext, toolkitName().text(), &tree_, kFetchTree);
+    status = TrvsRevTreeInfo(TRVS_CONTEXT, toolkitName().text(), &tree_, TRVS_TREE_FETCH);
   }
-  if (status == 0) {
+  if (status == TRVS_DONE) {
     mergeBranch(*this, "Trunk", kTrunkLevel, kTrunkNumber, tree_);
   } else {
     forgetTrunk();
@@ -173,7 +169,7 @@ void TVArchiveMember52::forgetTrunk() {
 
 void TVArchiveMember52::giveBack(TrvsRevTree* tree) {
   TVToolkitBracket bracket(theNullHandle());
-  TrvsRevTreeInfo(kToolkitContext, nullptr, &tree, kReturnTree);
+  TrvsRevTreeInfo(TRVS_CONTEXT, nullptr, &tree, TRVS_TREE_RETURN);
 }
 
 TVArchiveCache* TVArchiveMember52::projectCache() {

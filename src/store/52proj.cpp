@@ -3,6 +3,7 @@
 #include "store/52proj.h"
 
 #include "base/vfile.h"
+#include "btkf520/btkf520.h"
 #include "core/result.h"
 #include "domain/projectroot.h"
 #include "runtime/assertion.h"
@@ -136,9 +137,9 @@ int TVProjectFolder52::readPromotionGroups(TVHandle& context) {
   int32_t status;
   {
     TVToolkitBracket bracket(context);
-    status = QueryConfigurationItem(kItemPromotionGroups, &names);
+    status = QueryConfigurationItem(TRVS_ITEM_PROMOTION_GROUPS, &names);
   }
-  if (status != 0) return reportToolkitStatus(context, status, nullptr);
+  if (status != TRVS_DONE) return reportToolkitStatus(context, status, nullptr);
   mergePromotionModel(*this, std::move(names));
   return 0;
 }
@@ -146,7 +147,7 @@ int TVProjectFolder52::readPromotionGroups(TVHandle& context) {
 TVProjectConfig TVProjectFolder52::effectiveConfig(TVHandle& context) {
   TVProjectConfig result = config();
   TVToolkitBracket bracket(context);
-  result.archiveDirs = configurationText(kItemArchiveDirs);
+  result.archiveDirs = configurationText(TRVS_ITEM_ARCHIVE_DIRECTORIES);
   return result;
 }
 

@@ -22,9 +22,7 @@ namespace foldapi {
 
 namespace {
 
-constexpr int32_t kToolkitContext = -1;
 constexpr int32_t kPathSize = 2049;
-constexpr int32_t kArchiveExists = 3;
 
 int refuse(TVHandle& context, int32_t code, int result) {
   context.sink().notice(context, FolderMessage(code));
@@ -36,9 +34,9 @@ int32_t fetchLockedRevision(const VString& archive, const VString& user, VString
   std::vector<char> buffer;
   int16_t count = 1;
   const int32_t status = fetchGrowing(&buffer, [&](char* data, int32_t size) {
-    return TrvsGetLockInfo(kToolkitContext, archive.text(), 0, user.text(), &count, data, size);
+    return TrvsGetLockInfo(TRVS_CONTEXT, archive.text(), 0, user.text(), &count, data, size);
   });
-  if (status == 0) *revision = *reinterpret_cast<const char* const*>(buffer.data());
+  if (status == TRVS_DONE) *revision = *reinterpret_cast<const char* const*>(buffer.data());
   return status;
 }
 
@@ -47,7 +45,7 @@ int firstArchiveDirectory(TVHandle& context, VPathString* directory) {
   VString all;
   {
     TVToolkitBracket bracket(context);
-    all = configurationText(kItemArchiveDirs);
+    all = configurationText(TRVS_ITEM_ARCHIVE_DIRECTORIES);
   }
   std::string_view dirs = all.view();
   if (dirs.empty()) return refuse(context, kFolderNoArchiveDirectories, kResultFailed);
@@ -77,7 +75,7 @@ int TVArchiveMember52::checkOut(TVHandle& context, const Target& target,
   int32_t status;
   {
     TVToolkitBracket bracket(context);
-    status = TrvsGetRevision(kToolkitContext, target.toolkitName.text(), 0, options.revision.text(),
+    status = TrvsGetRevision(TRVS_CONTEXT, target.toolkitName.text(), 0, options.revision.text(),
                              options.cutoffDate.text(), options.otherDate.text(), 0,
                              options.promotionGroup.text(), 0, options.flags);
   }
@@ -94,7 +92,7 @@ int TVArchiveMember52::checkIn(TVHandle& context, const Target& target,
   int32_t status;
   {
     TVToolkitBracket bracket(context);
-    status = TrvsPutRevision(kToolkitContext, 0, target.toolkitName.text(), 0,
+    status = TrvsPutRevision(TRVS_CONTEXT, 0, target.toolkitName.text(), 0,
                              nullIfEmpty(options.revision), nullIfEmpty(options.text2),
                              nullIfEmpty(options.description), nullIfEmpty(options.text1),
                              nullIfEmpty(options.promotionGroup), nullptr, 0, options.flags);
@@ -142,8 +140,7 @@ int TVArchiveMember52::takeLocks(TVHandle& context, const Target& target, bool w
       TVToolkitBracket bracket(context);
       if (wantsRevision) lockStatus = fetchLockedRevision(target.toolkitName, user, revision);
       if (lockStatus == 0) {
-        status =
-            TrvsUnLockRevision(kToolkitContext, target.toolkitName.text(), nullptr, user.text());
+        status = TrvsUnLockRevision(TRVS_CONTEXT, target.toolkitName.text(), nullptr, user.text());
       }
     }
     if (lockStatus != 0) return reportToolkitStatus(context, lockStatus, nullptr);
@@ -164,7 +161,8 @@ int TVArchiveMember52::computeArchiveName(TVHandle& context) {
   const bool isCached = !isTransient() && owner() != nullptr;
   if (isCached) {
     if (findMember(*owner(), wanted) != nullptr) {
-      context.sink().notice(context, ToolkitMessage(kArchiveExists, wanted.archiveName.text()));
+      context.sink().notice(context,
+                            ToolkitMessage(TRVS_ARCHIVE_EXISTS, wanted.archiveName.text()));
       return kResultFailed;
     }
     if (recordNames_ == nullptr) recordNames_ = std::make_unique<TVMemberNames>(names());
@@ -183,7 +181,7 @@ int TVArchiveMember52::computeNames(TVHandle& context, TVMemberNames* names) con
     TVToolkitBracket bracket(context);
     status = TrvsComputeArchiveName(names->workName.text(), buffer, kPathSize);
   }
-  if (status != 0) return reportToolkitStatus(context, status, path.text());
+  if (status != TRVS_DONE) return reportToolkitStatus(context, status, path.text());
   const VPathString computed(buffer);
   if (computed.isEmpty()) return refuse(context, kFolderNoArchiveName, kResultFailed);
   names->archiveName = computed.fileNamePart();

@@ -19,7 +19,6 @@ namespace foldapi {
 
 namespace {
 
-constexpr int32_t kToolkitContext = -1;
 constexpr int kLatestDefaults = 1;
 constexpr int kQueryTries = 3;  // For an item that the toolkit fails to give.
 
@@ -56,7 +55,7 @@ int32_t queryStubbornly(int32_t item, std::string* answer) {
   int32_t status = 0;
   for (int tries = 0; tries < kQueryTries; ++tries) {
     status = QueryConfigurationItem(item, answer);
-    if (status == 0) break;
+    if (status == TRVS_DONE) break;
   }
   return status;
 }
@@ -64,13 +63,13 @@ int32_t queryStubbornly(int32_t item, std::string* answer) {
 // How many groups of the model one can start in: those with nothing below.
 int countDevelopmentGroups() {
   std::string names;
-  if (queryStubbornly(kItemPromotionGroups, &names) != 0) return 0;
+  if (queryStubbornly(TRVS_ITEM_PROMOTION_GROUPS, &names) != TRVS_DONE) return 0;
   int count = 0;
   std::string_view rest = names;
   while (!rest.empty() && rest.front() != '\0') {
     int16_t kind = 0;
     const int32_t status = TrvsVerifyPromoTreeNodeExist(rest.data(), &kind);
-    if (status == 0 && kind == TRVS_GROUP_DEVELOPMENT) ++count;
+    if (status == TRVS_DONE && kind == TRVS_GROUP_DEVELOPMENT) ++count;
     rest.remove_prefix(std::min(rest.find('\0'), rest.size() - 1) + 1);
   }
   return count;
@@ -107,17 +106,17 @@ int32_t compare(TVDiffOptions& options) {
     case TVDiffOptions::kTest: {
       int16_t differ = 0;
       const int32_t status =
-          TrvsTestDifferences(kToolkitContext, first, firstRevision, second, secondRevision,
-                              &differ, options.short1, columns, options.flags);
+          TrvsTestDifferences(TRVS_CONTEXT, first, firstRevision, second, secondRevision, &differ,
+                              options.short1, columns, options.flags);
       options.testResult = differ;
       return status;
     }
     case TVDiffOptions::kReport:
-      return TrvsReportDifferences(kToolkitContext, first, firstRevision, second, secondRevision,
+      return TrvsReportDifferences(TRVS_CONTEXT, first, firstRevision, second, secondRevision,
                                    nullIfEmpty(options.text6), options.short2, options.short3,
                                    options.short1, columns, options.flags);
     default:
-      return TrvsGenGuiDelta(kToolkitContext, first, firstRevision, second, secondRevision,
+      return TrvsGenGuiDelta(TRVS_CONTEXT, first, firstRevision, second, secondRevision,
                              options.short1, columns, nullIfEmpty(options.text7), options.long1,
                              options.short4, options.long2, options.short5, options.long3,
                              options.short6, 0, options.flags);
@@ -134,8 +133,8 @@ VBool TVProjectFolder52::validateDate(TVHandle& context, const VString& date, VS
   Complaints complaints(context, errorText);
   {
     TVToolkitBracket bracket(context);
-    SetDateWords(configurationText(kItemDateWords).text());
-    const VString format = configurationText(kItemDateFormat);
+    SetDateWords(configurationText(TRVS_ITEM_DATE_WORDS).text());
+    const VString format = configurationText(TRVS_ITEM_DATE_FORMAT);
     SetDateFormat(format.text());
     const char* at = text.c_str();
     uint32_t time = 0;
@@ -173,7 +172,7 @@ int TVProjectFolder52::reportLog(TVHandle& context, const char* archive,
   int32_t status;
   {
     TVToolkitBracket bracket(context);
-    status = TrvsLog(kToolkitContext, archive, nullIfEmpty(revisions), nullIfEmpty(options.text1),
+    status = TrvsLog(TRVS_CONTEXT, archive, nullIfEmpty(revisions), nullIfEmpty(options.text1),
                      nullIfEmpty(options.text2), nullIfEmpty(options.text3),
                      nullIfEmpty(options.text4), nullIfEmpty(options.text5), nullIfEmpty(dates),
                      options.outputText.text(), options.flags);

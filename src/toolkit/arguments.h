@@ -5,6 +5,7 @@
 #include <cstdint>
 
 #include "base/vstring.h"
+#include "btkf520/btkf520.h"
 
 namespace foldapi {
 
@@ -18,14 +19,13 @@ inline const char* nullIfEmpty(const VString& text) {
 // std::vector<char>; it is zeroed before each call, and aligned for pointers.
 template <typename Buffer, typename Fetch>
 [[nodiscard]] int32_t fetchGrowing(Buffer* buffer, Fetch fetch) {
-  constexpr int32_t kTooSmall = 8;
   constexpr size_t kFirstSize = 257;
   constexpr size_t kSizeStep = 256;
   constexpr size_t kLargestSize = 0xffff;
   for (size_t size = kFirstSize;; size += kSizeStep) {
     buffer->assign(size, '\0');
     const int32_t status = fetch(buffer->data(), static_cast<int32_t>(size));
-    if (status != kTooSmall || size + kSizeStep > kLargestSize) return status;
+    if (status != TRVS_BUFFER_TOO_SMALL || size + kSizeStep > kLargestSize) return status;
   }
 }
 

@@ -12,21 +12,18 @@ namespace foldapi {
 namespace {
 
 constexpr int32_t kUserSize = 257;
-constexpr int32_t kBufferTooSmall = 8;
-constexpr int32_t kNoSuchPlace = 9;
-constexpr int32_t kUserCancelled = 15;
 
 // Path texts mean the same to the toolkit as to the library.
 int32_t resolvePath(const char* text, char* buffer, int32_t size) {
   try {
     const std::string path = nativePath(text);
-    if (path.empty()) return kNoSuchPlace;
-    if (size < 0 || path.size() >= static_cast<size_t>(size)) return kBufferTooSmall;
+    if (path.empty()) return TRVS_BAD_NAME;
+    if (size < 0 || path.size() >= static_cast<size_t>(size)) return TRVS_BUFFER_TOO_SMALL;
     path.copy(buffer, path.size());
     buffer[path.size()] = '\0';
-    return 0;
+    return TRVS_DONE;
   } catch (...) {
-    return kNoSuchPlace;
+    return TRVS_BAD_NAME;
   }
 }
 
@@ -91,9 +88,9 @@ VBool TVToolkitSession::leave() {
 }
 
 int reportToolkitStatus(TVHandle& context, int32_t status, const char* path) {
-  if (status == 0) return kResultDone;
+  if (status == TRVS_DONE) return kResultDone;
   context.sink().notice(context, ToolkitMessage(status, path));
-  return status == kUserCancelled ? kResultCancelled : kResultFailed;
+  return status == TRVS_CANCELLED ? kResultCancelled : kResultFailed;
 }
 
 int fetchUser(TVHandle& context, VString* user) {
@@ -103,7 +100,7 @@ int fetchUser(TVHandle& context, VString* user) {
     TVToolkitBracket bracket(context);
     status = askForUser(name);
   }
-  if (status == 0) *user = name;
+  if (status == TRVS_DONE) *user = name;
   return reportToolkitStatus(context, status, nullptr);
 }
 
@@ -112,8 +109,8 @@ VBool EnableToolkit(TVErrorSink& sink) {
   TVToolkitBracket bracket(context);
   const int32_t status = TrvsOEMEnable();
   registerWithToolkit();
-  if (status != 0) sink.error(context, FolderMessage(kFolderLicence));
-  return status == 0;
+  if (status != TRVS_DONE) sink.error(context, FolderMessage(kFolderLicence));
+  return status == TRVS_DONE;
 }
 
 VBool StartToolkit(TVErrorSink& sink) {
@@ -121,7 +118,7 @@ VBool StartToolkit(TVErrorSink& sink) {
   { TVToolkitBracket loadOnly(context); }
   TVToolkitBracket bracket(context);
   const int32_t status = TrvsInit("TVGUI");
-  if (status != 0) {
+  if (status != TRVS_DONE) {
     sink.error(context, ToolkitMessage(status, nullptr));
     return false;
   }

@@ -11,20 +11,17 @@ namespace foldapi {
 
 namespace {
 
-constexpr int32_t kGoOn = 0;
-constexpr int32_t kRefused = 2;
-
 // Runs `ask` on the context of the bracket.
 template <typename Ask>
 int32_t answered(Ask ask) {
   try {
     return ask(TVToolkitSession::Instance().Sink());
   } catch (...) {
-    return kRefused;
+    return TRVS_REFUSE;
   }
 }
 
-int32_t goOnIf(bool accepted) { return accepted ? kGoOn : kRefused; }
+int32_t goOnIf(bool accepted) { return accepted ? TRVS_GO_ON : TRVS_REFUSE; }
 
 int32_t onContinue() {
   return answered(
@@ -34,11 +31,11 @@ int32_t onContinue() {
 // The obstacles that a sink tells apart.
 int retryKind(int32_t code) {
   switch (code) {
-    case 38:
+    case TRVS_BUSY_ARCHIVE:
       return 1;
-    case 37:
+    case TRVS_NO_SUCH_GROUP:
       return 2;
-    case 49:
+    case TRVS_OTHER_BRANCH:
       return 3;
     default:
       return 0;
@@ -52,10 +49,10 @@ int32_t onRetry(int32_t code, const char* path) {
 }
 
 int32_t onOutput(const char* text, int32_t code) {
-  if (code < 1 || code > 15) return kGoOn;
+  if (code < 1 || code > 15) return TRVS_GO_ON;
   return answered([=](TVHandle& context) -> int32_t {
     const int answer = context.sink().sinkKind(context, text, code - 1);
-    return answer == 0 ? kRefused : answer == 2 ? 1 : kGoOn;
+    return answer == 0 ? TRVS_REFUSE : answer == 2 ? TRVS_ENOUGH : TRVS_GO_ON;
   });
 }
 
@@ -80,7 +77,7 @@ int32_t onConfirmSecond(const char* first, const char* second, char** answer) {
 
 int32_t onFree(char* answer) {
   std::free(answer);
-  return kGoOn;
+  return TRVS_GO_ON;
 }
 
 int32_t onAsk(const char* text, int32_t value) {
@@ -93,17 +90,17 @@ int32_t onAsk(const char* text, int32_t value) {
 int32_t onNotifyTwo(const char* first, const char* second, int32_t value) {
   return answered([=](TVHandle& context) {
     context.sink().notifyTwo(context, first, second, value);
-    return kGoOn;
+    return TRVS_GO_ON;
   });
 }
 
-int32_t onIdle() { return kGoOn; }
+int32_t onIdle() { return TRVS_GO_ON; }
 
 int32_t onNotifyFour(const char* first, const char* second, const char* third, const char* fourth,
                      int32_t value) {
   return answered([=](TVHandle& context) {
     context.sink().notifyFour(context, first, second, third, fourth, value);
-    return kGoOn;
+    return TRVS_GO_ON;
   });
 }
 
@@ -115,21 +112,21 @@ int32_t onBadDirective(int32_t code, const char* line, const char* file, int32_t
     context.sink().error(context,
                          DirectiveMessage(kFolderDirective, lineText.isEmpty() ? 0 : number,
                                           fileName.text(), lineText.text(), explanation.text()));
-    return kGoOn;
+    return TRVS_GO_ON;
   });
 }
 
 int32_t onMessage(int32_t code) {
   return answered([=](TVHandle& context) {
     context.sink().error(context, ToolkitMessage(code, nullptr));
-    return kGoOn;
+    return TRVS_GO_ON;
   });
 }
 
 int32_t onText(const char* text) {
   return answered([=](TVHandle& context) {
     context.sink().error(context, text);
-    return kGoOn;
+    return TRVS_GO_ON;
   });
 }
 
@@ -141,19 +138,19 @@ void registerCallback(int32_t id, Function* callback) {
 }  // namespace
 
 void RegisterToolkitCallbacks() {
-  registerCallback(1, onContinue);
-  registerCallback(3, onRetry);
-  registerCallback(4, onOutput);
-  registerCallback(5, onConfirm);
-  registerCallback(6, onConfirmSecond);
-  registerCallback(9, onFree);
-  registerCallback(10, onAsk);
-  registerCallback(17, onIdle);
-  registerCallback(16, onNotifyTwo);
-  registerCallback(19, onBadDirective);
-  registerCallback(20, onMessage);
-  registerCallback(18, onNotifyFour);
-  registerCallback(23, onText);
+  registerCallback(TRVS_CALLBACK_CONTINUE, onContinue);
+  registerCallback(TRVS_CALLBACK_RETRY, onRetry);
+  registerCallback(TRVS_CALLBACK_OUTPUT, onOutput);
+  registerCallback(TRVS_CALLBACK_OVERWRITE, onConfirm);
+  registerCallback(TRVS_CALLBACK_MOVE_LABEL, onConfirmSecond);
+  registerCallback(TRVS_CALLBACK_FREE, onFree);
+  registerCallback(TRVS_CALLBACK_CHECK_IN, onAsk);
+  registerCallback(TRVS_CALLBACK_IDLE, onIdle);
+  registerCallback(TRVS_CALLBACK_NEWS_TWO, onNotifyTwo);
+  registerCallback(TRVS_CALLBACK_BAD_DIRECTIVE, onBadDirective);
+  registerCallback(TRVS_CALLBACK_MESSAGE, onMessage);
+  registerCallback(TRVS_CALLBACK_OPERATION, onNotifyFour);
+  registerCallback(TRVS_CALLBACK_TEXT, onText);
 }
 
 }  // namespace foldapi

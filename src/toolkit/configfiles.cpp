@@ -18,7 +18,7 @@ constexpr const char* kDirsFailedTail =
     "directory for this project.";
 
 [[nodiscard]] bool readConfiguration(const char* path, int32_t mode) {
-  return TrvsQueryConfiguration(path, 0, 0, mode) == 0;
+  return TrvsQueryConfiguration(path, 0, 0, mode) == TRVS_DONE;
 }
 
 // Writes at the end of an open file, on a line of its own: people edit these files, and the last
@@ -60,14 +60,14 @@ int32_t QueryConfigurationItem(int32_t item, std::string* answer) {
   const int32_t status = fetchGrowing(&buffer, [item](char* data, int32_t size) {
     return TrvsQueryConfigurationItem(item, data, size);
   });
-  if (status == 0) *answer = std::move(buffer);
+  if (status == TRVS_DONE) *answer = std::move(buffer);
   return status;
 }
 
 VString configurationText(int32_t item) {
   std::string text;
   const int32_t status = QueryConfigurationItem(item, &text);
-  return status == 0 ? VString(text.c_str()) : VString();
+  return status == TRVS_DONE ? VString(text.c_str()) : VString();
 }
 
 void appendArchiveDirs(TVProjectConfig* config, const VString& dirs, TVHandle& context) {

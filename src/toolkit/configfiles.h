@@ -10,12 +10,6 @@
 
 namespace foldapi {
 
-// Items of the configuration, by the toolkit's numbers.
-constexpr int32_t kItemArchiveDirs = 49;
-constexpr int32_t kItemPromotionGroups = 55;
-constexpr int32_t kItemDateWords = 78;
-constexpr int32_t kItemDateFormat = 79;
-
 // Whether "vcs.cfg" in the current directory counts. Nothing in the library reads it.
 enum class LocalFile { kLeftOut, kRead };
 
@@ -26,7 +20,7 @@ enum class LocalFile { kLeftOut, kRead };
 [[nodiscard]] VBool LoadConfiguration(const VPathString& rootPath, const VPathString& projectPath,
                                       LocalFile local, TVHandle& context);
 
-// Fetches an item into a growing buffer, inside a bracket of the caller's. Gives the toolkit's
+// Fetches a TrvsItem into a growing buffer, inside a bracket of the caller's. Gives the toolkit's
 // status; *answer, which changes only with 0, is the whole buffer, nulls included.
 [[nodiscard]] int32_t QueryConfigurationItem(int32_t item, std::string* answer);
 // An item that is one text; empty also where the toolkit gives none.

@@ -73,7 +73,7 @@ TEST_F(ToolkitSession, LoadsOnceForTheSameUntouchedFiles) {
   EXPECT_EQ(bracket(pump), "10 master.cfg\n9 pump.cfg\n");
   EXPECT_EQ(bracket(motor), kMotor);
   std::string dirs;
-  ASSERT_EQ(QueryConfigurationItem(kItemArchiveDirs, &dirs), 0);
+  ASSERT_EQ(QueryConfigurationItem(TRVS_ITEM_ARCHIVE_DIRECTORIES, &dirs), 0);
   EXPECT_STREQ(dirs.c_str(), "other");
   EXPECT_EQ(bracket(empty), "8 \n");
   EXPECT_EQ(bracket(empty), "");

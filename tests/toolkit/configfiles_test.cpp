@@ -63,7 +63,7 @@ TEST_F(ToolkitConfiguration, ReadsMasterThenProjectThenLocal) {
     EXPECT_EQ(LoadConfiguration(c.root, c.project, c.local, context), c.result);
     EXPECT_EQ(toolkit_test::readCalls(), c.calls);
     EXPECT_EQ(sink.told(), c.told);
-    EXPECT_EQ(configurationText(kItemArchiveDirs).str(), c.dirs);
+    EXPECT_EQ(configurationText(TRVS_ITEM_ARCHIVE_DIRECTORIES).str(), c.dirs);
   }
 }
 
@@ -86,9 +86,9 @@ TEST_F(ToolkitConfiguration, LeavesTheDefaultsWhereThereIsNoFile) {
   for (const auto& c : cases) {
     SCOPED_TRACE(std::string(c.root) + " " + c.project);
     ASSERT_TRUE(LoadConfiguration("", "own.cfg", kLeftOut, context));
-    ASSERT_EQ(configurationText(kItemArchiveDirs).str(), "own");
+    ASSERT_EQ(configurationText(TRVS_ITEM_ARCHIVE_DIRECTORIES).str(), "own");
     EXPECT_TRUE(LoadConfiguration(c.root, c.project, c.local, context));
-    EXPECT_EQ(configurationText(kItemArchiveDirs).str(), "");
+    EXPECT_EQ(configurationText(TRVS_ITEM_ARCHIVE_DIRECTORIES).str(), "");
     EXPECT_EQ(sink.told(), c.told);
   }
 }
