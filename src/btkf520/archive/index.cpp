@@ -3,6 +3,7 @@
 #include "btkf520/archive/index.h"
 
 #include <algorithm>
+#include <array>
 #include <utility>
 
 #include "btkf520/archive/bytecodec.h"
@@ -149,52 +150,74 @@ bool framesMatch(const Index& index) {
   return used == stored && (used.empty() || used.back() <= index.lastContent);
 }
 
-// Where the frame of a content stands among all of them.
+// Where a frame stands among all of them. The size of an index bounds their number.
+using Place = uint32_t;
+
 class Places {
  public:
   explicit Places(const std::vector<Frame>& frames) {
     places_.reserve(frames.size());
-    for (const Frame& frame : frames) places_.emplace_back(frame.content, places_.size());
+    for (const Frame& frame : frames) {
+      places_.emplace_back(frame.content, static_cast<Place>(places_.size()));
+    }
     std::sort(places_.begin(), places_.end());
   }
 
-  std::optional<size_t> find(uint32_t content) const {
+  std::optional<Place> find(uint32_t content) const {
     const auto found =
-        std::lower_bound(places_.begin(), places_.end(), std::pair(content, size_t{0}));
+        std::lower_bound(places_.begin(), places_.end(), std::pair(content, Place{0}));
     if (found == places_.end() || found->first != content) return {};
     return found->second;
   }
 
  private:
-  std::vector<std::pair<uint32_t, size_t>> places_;
+  std::vector<std::pair<uint32_t, Place>> places_;
 };
 
-// Whether all parents exist and nothing goes in a circle: walks from each frame to its parents, and
-// so on, and sees whether one is met again before all its parents are done.
-bool parentsAreSound(const std::vector<Frame>& frames) {
-  enum class Mark : char { kUnseen, kOpen, kDone };
+// The places of a frame's parents, or kNowhere for none.
+using ParentPlaces = std::array<Place, 2>;
+constexpr Place kNowhere = UINT32_MAX;
+
+// One for each frame. Nothing if a parent is missing.
+std::optional<std::vector<ParentPlaces>> placesOfParents(const std::vector<Frame>& frames) {
   const Places places(frames);
-  std::vector<Mark> marks(frames.size(), Mark::kUnseen);
-  std::vector<size_t> path;
-  for (size_t start = 0; start < frames.size(); ++start) {
-    path.push_back(start);
-    while (!path.empty()) {
-      const size_t place = path.back();
-      if (marks[place] != Mark::kUnseen) {
-        marks[place] = Mark::kDone;
-        path.pop_back();
-        continue;
-      }
-      marks[place] = Mark::kOpen;
-      for (const uint32_t id : {frames[place].olderParent, frames[place].newerParent}) {
-        if (id == 0) continue;
-        const std::optional<size_t> parent = places.find(id);
-        if (!parent || marks[*parent] == Mark::kOpen) return false;
-        if (marks[*parent] == Mark::kUnseen) path.push_back(*parent);
-      }
+  std::vector<ParentPlaces> result;
+  result.reserve(frames.size());
+  for (const Frame& frame : frames) {
+    ParentPlaces& parents = result.emplace_back(ParentPlaces{kNowhere, kNowhere});
+    for (size_t i = 0; i < parents.size(); ++i) {
+      const uint32_t id = frame.parents()[i];
+      if (id == 0) continue;
+      const std::optional<Place> place = places.find(id);
+      if (!place) return {};
+      parents[i] = *place;
     }
   }
-  return true;
+  return result;
+}
+
+// Whether all parents exist and nothing goes in a circle. Frames that no other needs are set aside,
+// then those that only such ones need, and so on. What is left goes in a circle.
+bool parentsAreSound(const std::vector<Frame>& frames) {
+  const auto parents = placesOfParents(frames);
+  if (!parents) return false;
+  std::vector<uint32_t> needs(frames.size());  // How many need each frame, but for those set aside.
+  for (const ParentPlaces& both : *parents) {
+    for (const Place parent : both) {
+      if (parent != kNowhere) ++needs[parent];
+    }
+  }
+  std::vector<Place> aside;
+  aside.reserve(frames.size());
+  for (Place place = 0; place < frames.size(); ++place) {
+    if (needs[place] == 0) aside.push_back(place);
+  }
+  for (size_t i = 0; i < aside.size(); ++i) {  // It grows on the way.
+    for (const Place parent : (*parents)[aside[i]]) {
+      if (parent != kNowhere && --needs[parent] == 0) aside.push_back(parent);
+    }
+  }
+  return aside.size() == frames.size();
 }
 
 }  // namespace

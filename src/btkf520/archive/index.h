@@ -4,6 +4,7 @@
 // in docs/archive-format.md.
 #pragma once
 
+#include <array>
 #include <cstddef>
 #include <cstdint>
 #include <optional>
@@ -24,6 +25,8 @@ struct Frame {
   uint32_t newerParent = 0;  // 0: none.
   uint64_t size = 0;
   uint32_t checksum = 0;  // The lower half of checksumOf() the stored bytes.
+
+  std::array<uint32_t, 2> parents() const { return {olderParent, newerParent}; }
 };
 
 struct Index {

@@ -44,6 +44,51 @@ bool hasHeader(const InputFile& file) {
          std::string_view(header, sizeof header) == kArchiveHeader;
 }
 
+// What is in memory during a rebuild: each content from when it is unpacked until the last of the
+// frames that needs it is done.
+class HeldContents {
+ public:
+  // `frames` are all that will be unpacked. Their other parents are among the recent contents.
+  HeldContents(const std::vector<const ArchiveReader::Stored*>& frames,
+               const RecentContents& recent) {
+    for (const ArchiveReader::Stored* stored : frames) {
+      for (const uint32_t parent : stored->frame.parents()) {
+        Held& held = contents_[parent];
+        if (held.uses++ == 0) held.bytes = recent.find(parent);
+      }
+    }
+  }
+
+  // Good until the frame's parents are replaced.
+  Prefix prefixOf(const Frame& frame) const {
+    return Prefix(viewOf(frame.olderParent), viewOf(frame.newerParent));
+  }
+
+  // A frame is done: takes in its content, if a later frame needs that, and lets go of those of its
+  // parents that none needs any more.
+  void replaceParents(const Frame& frame, const SharedBytes& bytes) {
+    const auto own = contents_.find(frame.content);
+    if (own != contents_.end()) own->second.bytes = bytes;
+    for (const uint32_t parent : frame.parents()) {
+      const auto found = contents_.find(parent);
+      if (--found->second.uses == 0) contents_.erase(found);
+    }
+  }
+
+ private:
+  struct Held {
+    SharedBytes bytes;
+    int uses = 0;
+  };
+
+  std::string_view viewOf(uint32_t content) const {
+    const SharedBytes& bytes = contents_.at(content).bytes;
+    return bytes == nullptr ? std::string_view() : bytes->view();
+  }
+
+  std::unordered_map<uint32_t, Held> contents_;  // Also 0, which is no parent: without bytes.
+};
+
 }  // namespace
 
 Prefix::Prefix(std::string_view older, std::string_view newer) {
@@ -139,7 +184,7 @@ std::vector<const ArchiveReader::Stored*> ArchiveReader::framesFor(const Stored&
     const Stored* const top = open.back();
     bool& isListed = seen[top->frame.content];
     size_t before = open.size();
-    for (const uint32_t parent : {top->frame.olderParent, top->frame.newerParent}) {
+    for (const uint32_t parent : top->frame.parents()) {
       if (!isListed && parent != 0 && !seen.contains(parent) && recent_.find(parent) == nullptr) {
         open.push_back(find(parent));
       }
@@ -183,34 +228,19 @@ bool ArchiveReader::unpack(const Stored& stored, std::string_view prefix, Bytes*
 // Rebuilds a content that is not at hand, and checks it.
 TrvsStatus ArchiveReader::rebuild(const Stored& target, bool keeps, std::shared_ptr<Bytes>* bytes) {
   const std::vector<const Stored*> frames = framesFor(target);
-  std::unordered_map<uint32_t, int> uses;
-  std::unordered_map<uint32_t, SharedBytes> held;
+  HeldContents held(frames, recent_);
   for (const Stored* stored : frames) {
-    for (const uint32_t parent : {stored->frame.olderParent, stored->frame.newerParent}) {
-      ++uses[parent];
-      if (SharedBytes recent = recent_.find(parent)) held[parent] = std::move(recent);
-    }
-  }
-  const auto heldView = [&](uint32_t content) {
-    const auto found = held.find(content);
-    return found == held.end() ? std::string_view() : found->second->view();
-  };
-  for (const Stored* stored : frames) {
-    const Frame& frame = stored->frame;
-    Bytes content;
-    const Prefix prefix(heldView(frame.olderParent), heldView(frame.newerParent));
-    Checksum checksum;
     const bool isTarget = stored == &target;
-    if (!unpack(*stored, prefix.view(), &content, isTarget ? &checksum : nullptr)) {
+    const Prefix prefix = held.prefixOf(stored->frame);
+    const auto content = std::make_shared<Bytes>();
+    Checksum checksum;
+    if (!unpack(*stored, prefix.view(), content.get(), isTarget ? &checksum : nullptr)) {
       return file_.hasFailed() ? TRVS_CANNOT_OPEN : TRVS_NOT_AN_ARCHIVE;
     }
     if (isTarget && checksum.value() != target.content.checksum) return TRVS_NOT_AN_ARCHIVE;
-    *bytes = std::make_shared<Bytes>(std::move(content));
-    held[frame.content] = *bytes;
-    if (keeps) recent_.add(frame.content, *bytes);
-    for (const uint32_t parent : {frame.olderParent, frame.newerParent}) {
-      if (--uses[parent] == 0) held.erase(parent);
-    }
+    if (keeps) recent_.add(stored->frame.content, content);
+    held.replaceParents(stored->frame, content);
+    if (isTarget) *bytes = content;
   }
   return TRVS_DONE;
 }

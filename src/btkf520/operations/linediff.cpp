@@ -39,6 +39,42 @@ std::string_view takeLineEnd(std::string_view* line) {
   return end;
 }
 
+// The line as it looks with tab stops every `width` columns.
+std::string withoutTabs(std::string_view line, size_t width) {
+  std::string result;
+  for (const char c : line) {
+    if (c == '\t') {
+      result.append(width - result.size() % width, ' ');
+    } else {
+      result += c;
+    }
+  }
+  return result;
+}
+
+std::string withoutColumns(std::string_view line, const std::vector<Columns>& hidden) {
+  std::string result;
+  size_t next = 0;  // The columns before it are in `result`, or hidden.
+  for (const auto& [first, last] : hidden) {
+    if (first > line.size()) break;
+    if (next < first - 1) result += line.substr(next, first - 1 - next);
+    next = std::max(next, last);
+  }
+  return result += line.substr(std::min(next, line.size()));
+}
+
+// Each run of blanks and tabs as one blank, and none at the end.
+std::string withSingleBlanks(std::string_view line) {
+  std::string result;
+  result.reserve(line.size());
+  for (const char c : line) {
+    const bool isBlank = c == ' ' || c == '\t';
+    if (!isBlank || !result.ends_with(' ')) result += isBlank ? ' ' : c;
+  }
+  if (result.ends_with(' ')) result.pop_back();
+  return result;
+}
+
 // Each line as its number, and a line end: what libgit2 compares.
 class Numbering {
  public:
@@ -88,8 +124,8 @@ int takeHunk(const git_diff_delta*, const git_diff_hunk* hunk, void* payload) no
 
 }  // namespace
 
-std::optional<std::vector<std::pair<size_t, size_t>>> LineRules::columns(std::string_view text) {
-  std::vector<std::pair<size_t, size_t>> result;
+std::optional<std::vector<Columns>> LineRules::columns(std::string_view text) {
+  std::vector<Columns> result;
   for (std::string_view piece : pieces(text, ",")) {
     const size_t dash = piece.find('-');
     const auto from = columnNumber(trimmed(piece.substr(0, dash)));
@@ -105,27 +141,10 @@ std::optional<std::vector<std::pair<size_t, size_t>>> LineRules::columns(std::st
 
 std::string LineRules::whatCounts(std::string_view line) const {
   const std::string_view end = takeLineEnd(&line);
-  std::string result;
-  size_t column = 0;
-  const auto put = [&](char c) {
-    ++column;
-    const bool isHidden =
-        std::any_of(hiddenColumns.begin(), hiddenColumns.end(),
-                    [&](const auto& run) { return run.first <= column && column <= run.second; });
-    if (isHidden) return;
-    const bool isBlank = c == ' ' || c == '\t';
-    if (ignoreSpace && isBlank && result.ends_with(' ')) return;
-    result += ignoreSpace && isBlank ? ' ' : ignoreCase ? upperCase(c) : c;
-  };
-  for (const char c : line) {
-    if (c != '\t' || tabWidth == 0) {
-      put(c);
-    } else {
-      do put(' ');
-      while (column % tabWidth != 0);
-    }
-  }
-  while (ignoreSpace && result.ends_with(' ')) result.pop_back();
+  std::string result = tabWidth == 0 ? std::string(line) : withoutTabs(line, tabWidth);
+  if (!hiddenColumns.empty()) result = withoutColumns(result, hiddenColumns);
+  if (ignoreSpace) result = withSingleBlanks(result);
+  if (ignoreCase) result = upperCase(result);
   // No line holds a line feed, so whether and how it ends is told apart from what it says. The CR
   // of an end is white space.
   if (!ignoreLineEnds) result.append("\n").append(ignoreSpace && !end.empty() ? "\n" : end);

@@ -10,16 +10,18 @@
 
 namespace btkf {
 
+using Columns = std::pair<size_t, size_t>;  // First and last, from 1.
+
 // What of a line doesn't count when lines are compared.
 struct LineRules {
-  bool ignoreSpace = false;     // How many blanks there are, and any at the end.
-  bool ignoreCase = false;      // Of A to Z.
-  bool ignoreLineEnds = false;  // CR LF or LF, or neither at the end of the text.
-  size_t tabWidth = 0;          // Not 0: a tab is as good as blanks up to the next multiple.
-  std::vector<std::pair<size_t, size_t>> hiddenColumns;  // First and last, from 1, ascending.
+  bool ignoreSpace = false;            // How many blanks there are, and any at the end.
+  bool ignoreCase = false;             // Of A to Z.
+  bool ignoreLineEnds = false;         // CR LF or LF, or neither at the end of the text.
+  size_t tabWidth = 0;                 // Not 0: a tab is as good as blanks up to the next multiple.
+  std::vector<Columns> hiddenColumns;  // Ascending by their first ones.
 
   // "1-6,73-80". Nothing for anything else.
-  static std::optional<std::vector<std::pair<size_t, size_t>>> columns(std::string_view text);
+  static std::optional<std::vector<Columns>> columns(std::string_view text);
 
   // What counts of a line. `line` has its line end.
   std::string whatCounts(std::string_view line) const;
