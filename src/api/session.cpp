@@ -1,7 +1,7 @@
 // api/session.cpp: how the library starts: when it is loaded, and when a client names the roots.
 #include "api/frames.h"
 #include "domain/projectroot.h"
-#include "runtime/platform_path.h"
+#include "runtime/nativepath.h"
 #include "store/format52.h"
 #include "toolkit/bracket.h"
 

@@ -8,6 +8,9 @@
 #include <cstdio>
 #include <new>
 
+#include "os/clock.h"
+#include "runtime/files.h"
+
 namespace foldapi {
 namespace {
 
@@ -49,10 +52,10 @@ VBool VFile::open(int mode) {
 bool VFile::openFile(int mode) {
   if (mode != kCreate && mode != kRead && mode != kWrite && mode != kReadWrite) return false;
   if (mode == kCreate && !createFile(path_.view())) return false;
-  const auto access = mode == kRead ? ByteFile::Mode::kRead : ByteFile::Mode::kUpdate;
-  if (file_.open(path_.view(), access) != FileResult::kOk) return false;
+  const auto access = mode == kRead ? os::File::Access::kRead : os::File::Access::kUpdate;
+  if (foldapi::openFile(path_.view(), access, &file_) != os::FileResult::kDone) return false;
   isReplaced_ = mode == kCreate;
-  if (mode == kCreate || readFile(path_.view(), &content_) == FileResult::kOk) return true;
+  if (mode == kCreate || readFile(path_.view(), &content_)) return true;
   file_.close();
   return false;
 }
@@ -83,15 +86,17 @@ VBool VFile::seek(int64_t position) {
 // path names.
 bool VFile::lockToAppend() {
   for (int attempt = 0; attempt < kLockAttempts; ++attempt) {
-    const FileResult result = file_.tryLock(ByteFile::Lock::kExclusive);
-    if (result == FileResult::kBusy) {
-      sleepMilliseconds(kLockPause);
+    const os::FileResult result = file_.tryLock(os::File::Lock::kExclusive);
+    if (result == os::FileResult::kBusy) {
+      os::sleepMilliseconds(kLockPause);
       continue;
     }
-    FileStatus own, named;
-    if (result != FileResult::kOk || !file_.readStatus(&own)) return false;
-    if (readStat(path_.view(), &named) && named.isSameFile(own)) return true;
-    if (file_.open(path_.view(), ByteFile::Mode::kUpdate) != FileResult::kOk) return false;
+    if (result != os::FileResult::kDone) return false;
+    if (isNamedBy(path_.view(), file_)) return true;
+    if (foldapi::openFile(path_.view(), os::File::Access::kUpdate, &file_) !=
+        os::FileResult::kDone) {
+      return false;
+    }
   }
   return false;
 }

@@ -9,7 +9,7 @@
 #include "base/vbool.h"
 #include "base/vpathstring.h"
 #include "base/vstring.h"
-#include "runtime/bytefile.h"
+#include "os/file.h"
 
 namespace foldapi {
 
@@ -70,7 +70,7 @@ class VFile {
 
   VPathString path_;
   int mode_ = kClosed;
-  ByteFile file_;
+  os::File file_;
   std::string content_;  // As it is in the file, or will be after close().
   size_t position_ = 0;
   bool isAppended_ = false;  // Something was written at the end, and the lock is held.

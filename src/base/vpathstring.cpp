@@ -4,7 +4,6 @@
 // becomes of the separator at the cut. Its test: vpathstring_test.cpp.
 #include "base/vpathstring.h"
 
-#include "runtime/bytefile.h"
 #include "runtime/files.h"
 #include "runtime/paths.h"
 

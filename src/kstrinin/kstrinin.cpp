@@ -1,7 +1,7 @@
 // kstrinin/kstrinin.cpp: the C functions of the profile library: handles, arguments and errors.
 //
 // What a line of a profile means is in profiletext.cpp; how it reaches the disk is in
-// platform_profile_posix.cpp.
+// profilefile.cpp.
 #include "kstrinin/kstrinin.h"
 
 #include <algorithm>
@@ -14,8 +14,9 @@
 #include <string>
 #include <utility>
 
-#include "kstrinin/platform_profile.h"
+#include "kstrinin/profilefile.h"
 #include "kstrinin/profiletext.h"
+#include "os/file.h"
 
 namespace kstrinin {
 namespace {
@@ -81,16 +82,16 @@ auto guarded(Body body) -> decltype(body()) {
 // Reads the profile; 0, or the code of the failure. A missing file is an empty text.
 int readText(const std::string& path, std::string* text) {
   text->clear();
-  switch (readProfileFile(path, text)) {
-    case ReadResult::kCannotOpen:
-      return kCannotOpen;
-    case ReadResult::kCannotRead:
-      return kCannotRead;
-    case ReadResult::kTooLarge:
-      return kNotAProfile;
-    case ReadResult::kRead:
-    case ReadResult::kMissing:
+  switch (os::readFile(path.c_str(), kLargestProfile, text)) {
+    case os::FileResult::kDone:
+    case os::FileResult::kMissing:
       break;
+    case os::FileResult::kTooLarge:
+      return kNotAProfile;
+    case os::FileResult::kFailed:
+      return kCannotRead;
+    default:
+      return kCannotOpen;
   }
   return text->find('\0') == std::string::npos ? 0 : kNotAProfile;
 }
@@ -149,12 +150,12 @@ int write(intptr_t handle, const char* section, const char* key, const char* val
   if (profile == nullptr) return failWith(kBadHandle);
   if (const int code = checkNames(section, key)) return failWith(code);
   if (value == nullptr || std::strpbrk(value, "\r\n") != nullptr) return failWith(kBadValue);
-  const ProfileLock lock(profile->path);
-  if (!lock.isHeld()) return failWith(kCannotWrite);
+  ProfileUpdate update(profile->path);
+  if (!update.isHeld()) return failWith(kCannotWrite);
   std::string text;
   if (const int code = readText(profile->path, &text)) return failWith(code);
   setValue(&text, section, key, value);
-  if (text.size() > kLargestProfile || !replaceProfileFile(profile->path, text)) {
+  if (text.size() > kLargestProfile || !update.replace(text)) {
     return failWith(kCannotWrite);
   }
   profile->text = std::move(text);

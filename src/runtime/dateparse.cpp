@@ -5,8 +5,8 @@
 #include <string_view>
 
 #include "dates/reader.h"
+#include "os/clock.h"
 #include "runtime/mbstring.h"
-#include "runtime/platform_time.h"
 #include "runtime/zone.h"
 
 namespace foldapi {
@@ -22,7 +22,7 @@ constexpr dates::Characters kCodePage = {
     },
 };
 
-uint32_t presentTime() { return packNanoseconds(wallClockNanoseconds()); }
+uint32_t presentTime() { return packNanoseconds(os::wallClockNanoseconds()); }
 
 int32_t copyOut(std::string_view text, char* buffer, int32_t size) {
   if (size < 0 || text.size() >= static_cast<size_t>(size)) return 1;

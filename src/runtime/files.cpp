@@ -1,22 +1,57 @@
-// runtime/files.cpp: the questions that storage code asks about a path, in terms of one status.
+// runtime/files.cpp: what storage code asks and does by path text, in terms of the system's files.
 #include "runtime/files.h"
 
-#include <algorithm>
+#include <cerrno>
+#include <new>
+#include <stdexcept>
 
+#include "os/clock.h"
+#include "os/directory.h"
+#include "os/sibling.h"
 #include "runtime/mbstring.h"
+#include "runtime/nativepath.h"
 #include "runtime/pathmap.h"
 #include "runtime/paths.h"
 #include "runtime/zone.h"
 
 namespace foldapi {
 
-FileStamp FileStatus::stamp() const {
-  return {packNanoseconds(nanoseconds), device, inode, size, nanoseconds};
+namespace {
+
+using os::FileResult;
+using os::FileStatus;
+
+// How long a replacement waits for somebody who is replacing the same file: that takes one write
+// and one sync.
+constexpr int kReplaceAttempts = 200;
+constexpr unsigned kReplacePause = 5;  // Milliseconds.
+constexpr int64_t kNanosecondsPerSecond = 1'000'000'000;
+
+FileResult tryReplace(const std::string& native, std::string_view bytes) {
+  os::File old;
+  const FileResult opened = old.open(native.c_str(), os::File::Access::kUpdate);
+  if (opened != FileResult::kDone && opened != FileResult::kMissing) return opened;
+  if (old.isOpen() && !old.status().ownerMayWrite) return FileResult::kRefused;
+  os::File placed;
+  return os::replaceFile(os::linkTarget(native), old.isOpen() ? &old : nullptr, bytes, &placed);
+}
+
+}  // namespace
+
+FileStamp stampOf(const FileStatus& status) {
+  return {packNanoseconds(status.nanoseconds), status.identity.device, status.identity.inode,
+          status.size, status.nanoseconds};
+}
+
+bool readStat(std::string_view path, FileStatus* status) {
+  return withNativePath(path, [status](const char* native) {
+           return os::readStatus(native, status);
+         }) == FileResult::kDone;
 }
 
 FileStamp fileStamp(std::string_view path) {
   FileStatus status;
-  return readStat(path, &status) ? status.stamp() : FileStamp{};
+  return readStat(path, &status) ? stampOf(status) : FileStamp{};
 }
 
 uint32_t fileTime(std::string_view path, uint32_t* out) {
@@ -55,6 +90,64 @@ char driveLetter(std::string_view path) {
 bool driveNotReady(char letter) {
   const std::string* const place = mappedDrive(letter);
   return place == nullptr || !isDirectory(*place);
+}
+
+int setFileTime(std::string_view path, uint32_t packed) {
+  int64_t nanoseconds = 0;
+  if (!unpackNanoseconds(packed, &nanoseconds)) return -1;
+  const FileResult result = withNativePath(path, [nanoseconds](const char* native) {
+    return os::setModificationTime(native, nanoseconds / kNanosecondsPerSecond);
+  });
+  return result == FileResult::kDone ? 0 : -1;
+}
+
+int checkAccess(std::string_view path, int mode) {
+  constexpr int kWrite = 0x2;
+  const auto access = (mode & kWrite) != 0 ? os::File::Access::kUpdate : os::File::Access::kRead;
+  const FileResult result = withNativePath(
+      path, [access](const char* native) { return os::checkAccess(native, access); });
+  if (result == FileResult::kDone) return 0;
+  errno = result == FileResult::kMissing ? ENOENT : EACCES;
+  return -1;
+}
+
+FileResult openFile(std::string_view path, os::File::Access access, os::File* file) {
+  return withNativePath(path, [=](const char* native) { return file->open(native, access); });
+}
+
+bool isNamedBy(std::string_view path, const os::File& file) {
+  return withNativePath(path, [&file](const char* native) {
+           return file.isNamedBy(native) ? FileResult::kDone : FileResult::kMissing;
+         }) == FileResult::kDone;
+}
+
+bool readFile(std::string_view path, std::string* bytes) {
+  try {
+    return withNativePath(path, [bytes](const char* native) {
+             return os::readFile(native, bytes->max_size() - 1, bytes);
+           }) == FileResult::kDone;
+  } catch (const std::bad_alloc&) {
+    return false;
+  }
+}
+
+bool replaceFile(std::string_view path, std::string_view bytes) {
+  const std::string native = nativePath(path);
+  FileResult result = native.empty() ? FileResult::kRefused : FileResult::kBusy;
+  for (int attempt = 0; attempt < kReplaceAttempts && result == FileResult::kBusy; ++attempt) {
+    if (attempt > 0) os::sleepMilliseconds(kReplacePause);
+    result = tryReplace(native, bytes);
+  }
+  return result == FileResult::kDone;
+}
+
+bool createFile(std::string_view path) {
+  const std::string native = nativePath(path);
+  return !native.empty() && os::makeFile(native) == FileResult::kDone;
+}
+
+bool removeFile(std::string_view path) {
+  return withNativePath(path, os::removeFile) == FileResult::kDone;
 }
 
 }  // namespace foldapi

@@ -1,11 +1,17 @@
-// runtime/files.h: tests, stamps and attributes of files, by path text.
+// runtime/files.h: files by path text: their status, stamps and attributes, and what opens, reads,
+// replaces, makes and removes them.
 //
-// Every function translates its path with nativePath() (platform_path.h) first. None reports to a
-// sink: callers turn a failure into a message of their own.
+// Every function translates its path as nativePath() (nativepath.h) does, but tries the plain name
+// first and searches without regard to case only if nothing has it, so a file that is there costs
+// one call of the system. None reports to a sink: callers turn a failure into a message of their
+// own.
 #pragma once
 
 #include <cstdint>
+#include <string>
 #include <string_view>
+
+#include "os/file.h"
 
 namespace foldapi {
 
@@ -23,24 +29,10 @@ struct FileStamp {
   bool operator==(const FileStamp&) const = default;
 };
 
-// What the system tells about a file.
-struct FileStatus {
-  bool isDirectory = false;
-  bool isRegular = false;
-  bool ownerMayWrite = false;
-  uint64_t device = 0;
-  uint64_t inode = 0;
-  uint64_t size = 0;
-  int64_t nanoseconds = 0;  // The modification time, since 1970.
-
-  bool isSameFile(const FileStatus& other) const {
-    return device == other.device && inode == other.inode;
-  }
-  FileStamp stamp() const;
-};
+FileStamp stampOf(const os::FileStatus& status);
 
 // False for a file that can't be asked; *status is left alone then.
-bool readStat(std::string_view path, FileStatus* status);
+bool readStat(std::string_view path, os::FileStatus* status);
 
 constexpr int32_t kAttributeReadOnly = 0x1;
 constexpr int32_t kAttributeDirectory = 0x10;
@@ -66,6 +58,21 @@ bool driveNotReady(char letter);
 // 0 if the file may be used for `mode` (0x2 write, else read), -1 otherwise with errno set. The
 // owner's write bit decides, so a read-only file refuses root as well.
 int checkAccess(std::string_view path, int mode);
-void sleepMilliseconds(unsigned milliseconds);
+
+os::FileResult openFile(std::string_view path, os::File::Access access, os::File* file);
+// Whether an open file is still the one that the path names.
+bool isNamedBy(std::string_view path, const os::File& file);
+
+// Reads a whole file into `bytes`. False if it can't be opened or read, or memory is short.
+bool readFile(std::string_view path, std::string* bytes);
+
+// Makes the file hold exactly `bytes`, or leaves it as it was, if it can't be written. A new file
+// gets the usual rights, an old one keeps its own; a link stays one. Of several that replace a file
+// at once the last one wins. Where the directory takes no sibling the file is written in place.
+bool replaceFile(std::string_view path, std::string_view bytes);
+
+// Makes an empty file if there is none. False if there is none then.
+bool createFile(std::string_view path);
+bool removeFile(std::string_view path);
 
 }  // namespace foldapi

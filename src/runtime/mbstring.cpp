@@ -8,7 +8,7 @@
 #include <algorithm>
 #include <cstring>
 
-#include "runtime/bytefile.h"
+#include "runtime/files.h"
 
 namespace foldapi {
 namespace {
@@ -110,10 +110,11 @@ void setCharacterTable(const CharacterTable* table) {
 
 bool loadCharacterTable(std::string_view path) {
   std::array<uint8_t, sizeof(kTableMagic) + 256 * kEntrySize> bytes;
-  ByteFile file;
-  if (!file.openRead(path)) return false;
-  if (file.readAt(0, bytes.data(), bytes.size()) != static_cast<int64_t>(bytes.size()))
+  os::File file;
+  if (openFile(path, os::File::Access::kRead, &file) != os::FileResult::kDone ||
+      !file.readAt(0, bytes.data(), bytes.size())) {
     return false;
+  }
   uint32_t magic = 0;
   for (size_t i = 0; i < sizeof magic; ++i) magic |= static_cast<uint32_t>(bytes[i]) << (8 * i);
   if (magic != kTableMagic) return false;

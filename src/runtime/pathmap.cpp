@@ -8,7 +8,7 @@
 #include <unordered_map>
 
 #include "kstrinin/kstrinin.h"
-#include "runtime/platform_path.h"
+#include "runtime/nativepath.h"
 
 namespace foldapi {
 namespace {

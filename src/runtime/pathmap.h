@@ -1,7 +1,7 @@
 // runtime/pathmap.h: the places of drives and shares, from section [TRVSPATHS] of the profile.
 //
 // A key is "V:" or "\\server\share", a value a directory of the operating system. What was looked
-// up, found or not, is kept until reloadPathMap() (platform_path.h).
+// up, found or not, is kept until reloadPathMap() (nativepath.h).
 #pragma once
 
 #include <string>

@@ -6,9 +6,10 @@
 
 #include <algorithm>
 
+#include "os/directory.h"
 #include "runtime/files.h"
 #include "runtime/mbstring.h"
-#include "runtime/platform_file.h"
+#include "runtime/nativepath.h"
 
 namespace foldapi {
 namespace {
@@ -244,7 +245,7 @@ int makeDirectories(std::string_view path) {
     if (!isSeparatorAt(path, at)) continue;
     if (at != 0 && (path[at - 1] == ':' || path[at - 1] == '.')) continue;
     const std::string_view directory = path.substr(0, at);
-    if (!isDirectory(directory) && !makeDirectory(directory)) return -1;
+    if (!isDirectory(directory) && !os::makeDirectory(nativePath(directory))) return -1;
   }
   return 0;
 }

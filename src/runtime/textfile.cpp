@@ -12,13 +12,18 @@
 #include <utility>
 #include <vector>
 
-#include "runtime/bytefile.h"
-#include "runtime/platform_file.h"
-#include "runtime/platform_time.h"
+#include "os/clock.h"
+#include "os/directory.h"
+#include "os/sibling.h"
+#include "runtime/nativepath.h"
 #include "runtime/textbuffer.h"
 
 namespace foldapi {
 namespace {
+
+using os::File;
+using os::FileResult;
+using os::FileStatus;
 
 constexpr int kOpenAttempts = 100;  // Each means that somebody committed in between.
 constexpr unsigned kWaitPause = 2;  // Milliseconds between two looks at a lock.
@@ -31,19 +36,18 @@ constexpr uint64_t kLargestFile = uint64_t{1} << 31;
 // The data files that this process holds exclusively.
 class ExclusiveHolds {
  public:
-  void add(const FileStatus& file) { files_.push_back(file); }
-  void remove(const FileStatus& file) {
+  void add(const File& file) { files_.push_back(file.status().identity); }
+  void remove(const File& file) {
     const auto found = find(file);
     if (found != files_.end()) files_.erase(found);
   }
-  bool contains(const FileStatus& file) { return find(file) != files_.end(); }
+  bool contains(const File& file) { return find(file) != files_.end(); }
 
  private:
-  std::vector<FileStatus>::iterator find(const FileStatus& file) {
-    return std::find_if(files_.begin(), files_.end(),
-                        [&](const FileStatus& held) { return held.isSameFile(file); });
+  std::vector<os::FileIdentity>::iterator find(const File& file) {
+    return std::find(files_.begin(), files_.end(), file.status().identity);
   }
-  std::vector<FileStatus> files_;
+  std::vector<os::FileIdentity> files_;
 };
 
 ExclusiveHolds& exclusiveHolds() {
@@ -54,22 +58,22 @@ ExclusiveHolds& exclusiveHolds() {
 
 TextFile::Failure failureOf(FileResult result) {
   switch (result) {
-    case FileResult::kOk:
+    case FileResult::kDone:
       return TextFile::Failure::kNone;
     case FileResult::kMissing:
       return TextFile::Failure::kMissing;
     case FileResult::kBusy:
       return TextFile::Failure::kBusy;
-    case FileResult::kNoMemory:
+    case FileResult::kTooLarge:
       return TextFile::Failure::kNoMemory;
-    case FileResult::kRefused:
-      break;
+    default:
+      return TextFile::Failure::kRefused;
   }
-  return TextFile::Failure::kRefused;
 }
 
 bool isUnchanged(const FileStatus& before, const FileStatus& now) {
-  return before.isSameFile(now) && before.size == now.size && before.nanoseconds == now.nanoseconds;
+  return before.identity == now.identity && before.size == now.size &&
+         before.nanoseconds == now.nanoseconds;
 }
 
 // Turns each CR LF of `text` into LF, in place. Most of the work is finding the first CR.
@@ -108,78 +112,61 @@ std::string withCarriageReturns(std::string_view text) {
 
 // An open data file, held as it was asked for.
 struct HeldFile {
-  ByteFile file;
-  FileStatus status;      // When it was held, before the read.
+  File file;
   bool isLocked = false;  // Else others may change it now.
-
-  bool isNamedBy(std::string_view path) const {
-    FileStatus named;
-    return readStat(path, &named) && named.isSameFile(status);
-  }
 
   // Reads the whole content as it is on disk.
   FileResult read(TextBuffer* text) {
-    FileStatus after;
     for (int attempt = 0; attempt < kOpenAttempts; ++attempt) {
-      const FileResult result = readOnce(text);
-      if (result != FileResult::kOk || isLocked) return result;
-      if (!file.readStatus(&after)) return FileResult::kRefused;
-      if (isUnchanged(status, after)) return FileResult::kOk;
-      status = after;
+      const FileStatus before = file.status();
+      if (before.size > kLargestFile) return FileResult::kTooLarge;
+      text->clear();
+      text->reserve(before.size);
+      const bool isWhole = file.readAt(0, text->data(), before.size);
+      text->setSize(before.size);
+      if (isLocked) return isWhole ? FileResult::kDone : FileResult::kFailed;
+      if (file.hasFailed() || !file.refresh()) return FileResult::kFailed;
+      if (isWhole && isUnchanged(before, file.status())) return FileResult::kDone;
     }
     return FileResult::kBusy;
   }
-
- private:
-  FileResult readOnce(TextBuffer* text) {
-    if (status.size > kLargestFile) return FileResult::kNoMemory;
-    text->clear();
-    text->reserve(status.size);
-    const int64_t count = file.readAt(0, text->data(), status.size);
-    if (count < 0) return FileResult::kRefused;
-    text->setSize(static_cast<size_t>(count));
-    return FileResult::kOk;
-  }
 };
 
-FileResult lockForUpdate(const ByteFile& file) {
-  FileResult result = file.tryLock(ByteFile::Lock::kExclusive);
+FileResult lockForUpdate(const File& file) {
+  FileResult result = file.tryLock(File::Lock::kExclusive);
   for (int attempt = 1; attempt < kUpdateAttempts && result == FileResult::kBusy; ++attempt) {
-    sleepMilliseconds(kUpdatePause);
-    result = file.tryLock(ByteFile::Lock::kExclusive);
+    os::sleepMilliseconds(kUpdatePause);
+    result = file.tryLock(File::Lock::kExclusive);
   }
   return result;
 }
 
-// Takes the lock that `access` needs. kOk without a lock is a reader that another process lets in.
+// Takes the lock that `access` needs. kDone without a lock is a reader that another process lets
+// in.
 FileResult lockFor(TextFile::Access access, HeldFile* held) {
   if (access == TextFile::Access::kUpdate) {
-    if (!held->status.ownerMayWrite) return FileResult::kRefused;
+    if (!held->file.status().ownerMayWrite) return FileResult::kRefused;
     const FileResult result = lockForUpdate(held->file);
-    held->isLocked = result == FileResult::kOk;
+    held->isLocked = result == FileResult::kDone;
     return result;
   }
-  const FileResult result = held->file.tryLock(ByteFile::Lock::kShared);
-  held->isLocked = result == FileResult::kOk;
+  const FileResult result = held->file.tryLock(File::Lock::kShared);
+  held->isLocked = result == FileResult::kDone;
   if (held->isLocked || access == TextFile::Access::kProbe) return result;
-  return exclusiveHolds().contains(held->status) ? FileResult::kBusy : FileResult::kOk;
+  return exclusiveHolds().contains(held->file) ? FileResult::kBusy : FileResult::kDone;
 }
 
 FileResult openAndHold(std::string_view path, TextFile::Access access, HeldFile* held) {
-  const ByteFile::Mode mode =
-      access == TextFile::Access::kUpdate ? ByteFile::Mode::kUpdate : ByteFile::Mode::kRead;
+  const bool isUpdate = access == TextFile::Access::kUpdate;
   for (int attempt = 0; attempt < kOpenAttempts; ++attempt) {
-    FileResult result = held->file.open(path, mode);
-    if (result != FileResult::kOk) return result;
-    if (!held->file.readStatus(&held->status) || !held->status.isRegular) {
-      return FileResult::kRefused;
-    }
-    result = lockFor(access, held);
-    if (result != FileResult::kOk) return result;
-    if (!held->isLocked) return FileResult::kOk;  // Whole even if it is the old one by now.
+    FileResult result =
+        openFile(path, isUpdate ? File::Access::kUpdate : File::Access::kRead, &held->file);
+    if (result == FileResult::kDone) result = lockFor(access, held);
+    if (result != FileResult::kDone) return result;
+    if (!held->isLocked) return FileResult::kDone;  // Whole even if it is the old one by now.
     // The last holder may have changed it while it was being opened.
-    if (!held->file.readStatus(&held->status)) return FileResult::kRefused;
-    if (held->isNamedBy(path)) return FileResult::kOk;
+    if (!held->file.refresh()) return FileResult::kFailed;
+    if (isNamedBy(path, held->file)) return FileResult::kDone;
   }
   return FileResult::kBusy;
 }
@@ -187,14 +174,11 @@ FileResult openAndHold(std::string_view path, TextFile::Access access, HeldFile*
 // Whether the file can be had exclusively now, or there is nothing to wait for. It is opened for
 // writing: over a network an exclusive lock asks for that.
 bool isFree(std::string_view path) {
-  HeldFile held;
-  if (held.file.open(path, ByteFile::Mode::kUpdate) != FileResult::kOk ||
-      !held.file.readStatus(&held.status)) {
-    return true;
-  }
-  if (held.file.tryLock(ByteFile::Lock::kExclusive) != FileResult::kOk) return false;
-  held.file.close();  // First of all, since others may ask just now.
-  return held.isNamedBy(path);
+  File file;
+  if (openFile(path, File::Access::kUpdate, &file) != FileResult::kDone) return true;
+  if (file.tryLock(File::Lock::kExclusive) != FileResult::kDone) return false;
+  file.close();  // First of all, since others may ask just now.
+  return isNamedBy(path, file);
 }
 
 }  // namespace
@@ -212,46 +196,41 @@ struct TextFile::State {
   bool isUpdater() const { return access == Access::kUpdate; }
 
   void startHolding(HeldFile now) {
-    if (isUpdater()) exclusiveHolds().remove(held.status);
+    if (isUpdater()) exclusiveHolds().remove(held.file);
     held = std::move(now);
     access = Access::kUpdate;
-    exclusiveHolds().add(held.status);
+    exclusiveHolds().add(held.file);
   }
 
   // Whether the system carries out an append of `length` bytes at once.
   bool fitsAppend(size_t length) const {
-    return held.status.size % kPageSize + length <= kPageSize;
+    return held.file.size() % kPageSize + length <= kPageSize;
   }
 
   bool append(std::string_view bytes) {
     if (!held.file.append(bytes)) return false;
     if (held.file.sync()) return true;
-    held.file.setSize(held.status.size);
+    held.file.setSize(held.file.size());
     return false;
   }
 
   bool rewrite(std::string_view bytes) {
     HeldFile now;
     now.isLocked = true;
-    const FileResult result = placeNewFile(path, &held.status, bytes, &now.file);
-    if (result == FileResult::kMissing) {
-      return overwriteInPlace(held.file, held.status.size, bytes);
-    }
-    if (result != FileResult::kOk || !now.file.readStatus(&now.status)) return false;
-    startHolding(std::move(now));
+    const std::string place = os::linkTarget(nativePath(path));
+    if (os::replaceFile(place, &held.file, bytes, &now.file) != FileResult::kDone) return false;
+    if (now.file.isOpen()) startHolding(std::move(now));
     return true;
   }
 
   bool write() {
-    FileStatus present;
-    if (!held.file.readStatus(&present) || !held.isNamedBy(path)) return false;
-    held.status = present;
+    if (!held.file.refresh() || !isNamedBy(path, held.file)) return false;
     if (isCleared) return rewrite(withCarriageReturns(text.view()));
     const std::string added = withCarriageReturns(text.view().substr(keptSize));
     if (fitsAppend(added.size())) return append(added);
     TextBuffer whole;  // With what was there byte for byte, whatever its line ends.
-    whole.reserve(held.status.size + added.size());
-    if (held.read(&whole) != FileResult::kOk) return false;
+    whole.reserve(held.file.size() + added.size());
+    if (held.read(&whole) != FileResult::kDone) return false;
     whole.append(added);
     return rewrite(whole.view());
   }
@@ -260,18 +239,18 @@ struct TextFile::State {
 TextFile::TextFile(std::unique_ptr<State> state) : state_(std::move(state)) {}
 
 TextFile::~TextFile() {
-  if (state_->isUpdater()) exclusiveHolds().remove(state_->held.status);
+  if (state_->isUpdater()) exclusiveHolds().remove(state_->held.file);
 }
 
 std::unique_ptr<TextFile> TextFile::open(std::string_view path, Access access, Failure* failure) {
-  FileResult result = FileResult::kNoMemory;
   try {
     auto state = std::make_unique<State>();
     state->path = path;
     HeldFile held;
-    result = openAndHold(path, access, &held);
-    if (result == FileResult::kOk) result = held.read(&state->text);
-    if (result == FileResult::kOk) {
+    FileResult result = openAndHold(path, access, &held);
+    if (result == FileResult::kDone) result = held.read(&state->text);
+    *failure = failureOf(result);
+    if (result == FileResult::kDone) {
       dropCarriageReturns(&state->text);
       state->keptSize = state->text.size();
       if (access == Access::kUpdate) {
@@ -280,13 +259,11 @@ std::unique_ptr<TextFile> TextFile::open(std::string_view path, Access access, F
         state->held = std::move(held);
         state->access = access;
       }
-      *failure = Failure::kNone;
       return std::unique_ptr<TextFile>(new TextFile(std::move(state)));
     }
   } catch (const std::bad_alloc&) {
-    result = FileResult::kNoMemory;
+    *failure = Failure::kNoMemory;
   }
-  *failure = failureOf(result);
   return nullptr;
 }
 
@@ -334,18 +311,20 @@ bool TextFile::commit() {
   return true;
 }
 
-FileStamp TextFile::stamp() const { return state_->held.file.stamp(); }
+FileStamp TextFile::stamp() const {
+  return state_->held.file.refresh() ? stampOf(state_->held.file.status()) : FileStamp{};
+}
 
 // Makes a file that was opened for reading ready for its first change.
 bool TextFile::becomeUpdater() {
   State& state = *state_;
   if (state.hasFailed) return false;
   if (state.isUpdater()) return true;
-  const FileStatus opened = state.held.status;
+  const FileStatus opened = state.held.file.status();
   state.held.file.close();  // Its own shared hold would be in the way.
   HeldFile held;
-  if (openAndHold(state.path, Access::kUpdate, &held) != FileResult::kOk ||
-      !isUnchanged(opened, held.status)) {
+  if (openAndHold(state.path, Access::kUpdate, &held) != FileResult::kDone ||
+      !isUnchanged(opened, held.file.status())) {
     state.hasFailed = true;
     return false;
   }
@@ -354,18 +333,19 @@ bool TextFile::becomeUpdater() {
 }
 
 unsigned waitForTextFile(std::string_view path, unsigned milliseconds) {
-  const int64_t end = steadyMilliseconds() + milliseconds;
+  const int64_t end = os::steadyMilliseconds() + milliseconds;
   int64_t left = milliseconds;
   while (left > 0 && !isFree(path)) {
-    sleepMilliseconds(static_cast<unsigned>(std::min<int64_t>(left, kWaitPause)));
-    left = end - steadyMilliseconds();
+    os::sleepMilliseconds(static_cast<unsigned>(std::min<int64_t>(left, kWaitPause)));
+    left = end - os::steadyMilliseconds();
   }
   return static_cast<unsigned>(std::max<int64_t>(left, 0));
 }
 
 bool isTextFileShared(std::string_view path) {
-  ByteFile file;
-  return file.openRead(path) && file.tryLock(ByteFile::Lock::kShared) == FileResult::kOk;
+  File file;
+  return openFile(path, File::Access::kRead, &file) == FileResult::kDone &&
+         file.tryLock(File::Lock::kShared) == FileResult::kDone;
 }
 
 }  // namespace foldapi

@@ -10,7 +10,7 @@
 #include <cstddef>
 
 #include "dates/packedtime.h"
-#include "runtime/platform_time.h"
+#include "os/clock.h"
 
 namespace foldapi {
 namespace {
@@ -31,20 +31,20 @@ constinit std::array<std::atomic<int32_t>, kStretches> theOffsets{};
 int32_t askStretch(size_t stretch) {
   const int64_t start = kEarliest + static_cast<int64_t>(stretch << kStretchBits);
   const int64_t end = start + (int64_t{1} << kStretchBits) - 1;
-  const int offset = platformZoneOffset(start);
-  return offset == platformZoneOffset(end) ? kBias + offset : kChanging;
+  const int offset = os::zoneOffset(start);
+  return offset == os::zoneOffset(end) ? kBias + offset : kChanging;
 }
 
 // Seconds east of UTC at a moment given in seconds since 1970.
 int64_t zoneOffset(int64_t seconds) {
-  if (seconds < kEarliest || seconds > kLatest) return platformZoneOffset(seconds);
+  if (seconds < kEarliest || seconds > kLatest) return os::zoneOffset(seconds);
   const auto stretch = static_cast<size_t>((seconds - kEarliest) >> kStretchBits);
   int32_t known = theOffsets[stretch].load(std::memory_order_relaxed);
   if (known == kNotAsked) {
     known = askStretch(stretch);
     theOffsets[stretch].store(known, std::memory_order_relaxed);
   }
-  return known == kChanging ? platformZoneOffset(seconds) : known - kBias;
+  return known == kChanging ? os::zoneOffset(seconds) : known - kBias;
 }
 
 int64_t floorDivide(int64_t value, int64_t by) {
@@ -69,7 +69,7 @@ bool unpackNanoseconds(uint32_t packed, int64_t* nanoseconds) {
 }
 
 void reloadTimeZone() {
-  platformReloadZone();
+  os::reloadZone();
   for (std::atomic<int32_t>& offset : theOffsets) offset.store(kNotAsked);
 }
 

@@ -10,6 +10,7 @@
 
 #include "core/handle.h"
 #include "domain/projectroot.h"
+#include "os/clock.h"
 #include "runtime/assertion.h"
 #include "runtime/files.h"
 #include "runtime/paths.h"
@@ -114,7 +115,7 @@ int TVDataFile::probe(const VPathString& path, bool again,
   TextFile::Failure why = TextFile::Failure::kNone;
   for (int look = 0; look < kLooks; ++look) {
     if (!isTextFileShared(path.view())) return kTryAgain;
-    sleepMilliseconds(kLookMilliseconds);
+    os::sleepMilliseconds(kLookMilliseconds);
     *stream = TextFile::open(path.view(), TextFile::Access::kUpdate, &why);
     if (*stream != nullptr) return 0;
   }

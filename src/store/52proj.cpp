@@ -6,11 +6,11 @@
 #include "btkf520/btkf520.h"
 #include "core/result.h"
 #include "domain/projectroot.h"
+#include "os/environment.h"
 #include "runtime/assertion.h"
 #include "runtime/files.h"
 #include "runtime/mbstring.h"
 #include "runtime/paths.h"
-#include "runtime/platform_env.h"
 #include "store/52arfld.h"
 #include "store/52promo.h"
 #include "toolkit/bracket.h"
@@ -154,7 +154,7 @@ TVProjectConfig TVProjectFolder52::effectiveConfig(TVHandle& context) {
 // The archive cache lies in the private directory and bears its name. A project that has no private
 // directory yet gets one now.
 void TVProjectFolder52::loadCache(TVHandle& context) {
-  if (cache_ != nullptr || hasEnvironmentVariable("TRVS_TVAPI_NOCACHE")) return;
+  if (cache_ != nullptr || os::environmentVariable("TRVS_TVAPI_NOCACHE")) return;
   if (files_.directory(Side::kPrivate).isEmpty()) {
     // An edit of the root goes before one of the project, never after.
     if (storageLock() != nullptr || !assignDirectories(context)) return;

@@ -4,15 +4,22 @@
 // the newest, each an object of its own.
 #include "store/archivecache.h"
 
+#include <algorithm>
 #include <new>
 #include <string>
 #include <utility>
 
-#include "runtime/bytefile.h"
+#include "os/file.h"
+#include "runtime/files.h"
 #include "runtime/paths.h"
 #include "toolkit/messages.h"
 
 namespace foldapi {
+namespace {
+
+constexpr uint64_t kStart = 16;  // Bytes, more than a number takes.
+
+}  // namespace
 
 TVArchiveCache::TVArchiveCache(VPathString path, int capacity)
     : queue_(capacity), path_(std::move(path)) {}
@@ -20,16 +27,16 @@ TVArchiveCache::TVArchiveCache(VPathString path, int capacity)
 TVArchiveCache::~TVArchiveCache() { clear(); }
 
 bool TVArchiveCache::readFileText(std::string* text) const {
-  return !path_.isEmpty() && readFile(path_.view(), text) == FileResult::kOk;
+  return !path_.isEmpty() && readFile(path_.view(), text);
 }
 
 // The number stands at the very start: the rest of the file need not be read for it.
 int32_t TVArchiveCache::readVersion() {
   version_ = 0;
-  ByteFile file;
-  char start[16];
-  const int64_t size = file.openRead(path_.view()) ? file.readAt(0, start, sizeof start) : 0;
-  if (size > 0) VArchiver(std::string(start, static_cast<size_t>(size))).getNumber(&version_);
+  os::File file;
+  if (openFile(path_.view(), os::File::Access::kRead, &file) != os::FileResult::kDone) return 0;
+  std::string start(static_cast<size_t>(std::min(file.size(), kStart)), '\0');
+  if (file.readAt(0, start.data(), start.size())) VArchiver(start).getNumber(&version_);
   return version_;
 }
 

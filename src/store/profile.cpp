@@ -10,9 +10,9 @@
 #include <string>
 
 #include "kstrinin/kstrinin.h"
+#include "os/program.h"
 #include "runtime/files.h"
-#include "runtime/platform_path.h"
-#include "runtime/platform_process.h"
+#include "runtime/nativepath.h"
 #include "toolkit/messages.h"
 
 namespace foldapi {
@@ -82,16 +82,16 @@ VString findProjectKey(const VPathString& profile, const VString& project, bool*
   }
 }
 
-const char* detailOf(StartResult result) {
+const char* detailOf(os::StartResult result) {
   switch (result) {
-    case StartResult::kNoMemory:
+    case os::StartResult::kNoMemory:
       return "Out of memory or resources.";
-    case StartResult::kNotFound:
+    case os::StartResult::kNotFound:
       return "TRVSTVNT.EXE not found in path.";
-    case StartResult::kCorrupt:
+    case os::StartResult::kCorrupt:
       return "TRVSTVNT.EXE is corrupt.";
-    case StartResult::kStarted:
-    case StartResult::kFailed:
+    case os::StartResult::kStarted:
+    case os::StartResult::kFailed:
       break;
   }
   return "";
@@ -183,8 +183,8 @@ VBool launchManager(const VString& project, TVHandle& context) {
   const VString key = findProjectKey(profile, project, &isFree, context);
   if (isFree) writeProfile(profile, nullptr, key.text(), project, context);
   writeProfile(profile, nullptr, "OPENPROJTOP", key, context);
-  const StartResult result = startProgram(kManager);
-  if (result == StartResult::kStarted) return true;
+  const os::StartResult result = os::startProgram(kManager);
+  if (result == os::StartResult::kStarted) return true;
   context.sink().notice(context,
                         VString("Unable to launch TRVS Trevault: ") + VString(detailOf(result)));
   return false;

@@ -14,8 +14,8 @@
 #include "base/fingerprint.h"
 #include "base/varchiver.h"
 #include "dates/packedtime.h"
-#include "runtime/bytefile.h"
-#include "runtime/platform_time.h"
+#include "os/clock.h"
+#include "os/file.h"
 #include "toolkit/messages.h"
 
 namespace foldapi {
@@ -53,11 +53,6 @@ std::string_view nameIn(std::string_view payload) {
   return payload.empty() ? payload : upToNul(payload.substr(1));
 }
 
-// Reads `size` bytes at `offset`, all of them or none that count.
-bool readExactly(const ByteFile& file, uint64_t offset, char* buffer, size_t size) {
-  return file.readAt(offset, buffer, size) == static_cast<int64_t>(size);
-}
-
 }  // namespace
 
 const VClassRecord TVArchiveInfo52::theClass = {"TVArchiveInfo52", &VObject::theClass, 0,
@@ -77,13 +72,13 @@ uint64_t TVArchiveInfo52::fingerprint() const { return TVArchiveKey(path_.view()
 
 bool TVArchiveInfo52::IsCurrent() {
   if (summary_.fileTime == 0) return false;
-  FileStatus status;
+  os::FileStatus status;
   if (!readStat(path_.view(), &status)) return false;
   if (stamp_.isSet()) {
     return status.nanoseconds == stamp_.nanoseconds && status.size == stamp_.size &&
-           status.inode == stamp_.inode && status.device == stamp_.device;
+           status.identity.inode == stamp_.inode && status.identity.device == stamp_.device;
   }
-  const FileStamp present = status.stamp();
+  const FileStamp present = stampOf(status);
   if (present.packed != summary_.fileTime) return false;
   stamp_ = present;
   return true;
@@ -112,13 +107,13 @@ int32_t TVArchiveInfo52::Load() {
 }
 
 bool TVArchiveInfo52::readTail() {
-  ByteFile file;
-  if (!file.openRead(path_.view())) return false;
-  // Before the first byte is read: a change from now on shows as another stamp.
-  const FileStamp stamp = file.stamp();
+  os::File file;
+  if (openFile(path_.view(), os::File::Access::kRead, &file) != os::FileResult::kDone) return false;
+  // From before the first byte is read: a change from now on shows as another stamp.
+  const FileStamp stamp = stampOf(file.status());
   char buffer[kFirstRead];
   const auto tailSize = static_cast<size_t>(std::min<uint64_t>(stamp.size, kFirstRead));
-  if (tailSize < kTrailerSize || !readExactly(file, stamp.size - tailSize, buffer, tailSize)) {
+  if (tailSize < kTrailerSize || !file.readAt(stamp.size - tailSize, buffer, tailSize)) {
     return false;
   }
   const std::string_view tail(buffer, tailSize - kTrailerSize);
@@ -131,8 +126,7 @@ bool TVArchiveInfo52::readTail() {
   } else {
     std::string block(size, '\0');
     const size_t missing = size - tail.size();
-    if (!readExactly(file, stamp.size - kTrailerSize - size, block.data(), missing) ||
-        !file.close()) {
+    if (!file.readAt(stamp.size - kTrailerSize - size, block.data(), missing) || !file.close()) {
       return false;
     }
     tail.copy(block.data() + missing, tail.size());
@@ -140,7 +134,7 @@ bool TVArchiveInfo52::readTail() {
   }
   stamp_ = stamp;
   summary_.fileTime = stamp.packed;
-  isFresh_ = wallClockNanoseconds() - stamp.nanoseconds < kFreshNanoseconds;
+  isFresh_ = os::wallClockNanoseconds() - stamp.nanoseconds < kFreshNanoseconds;
   return true;
 }
 

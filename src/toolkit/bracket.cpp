@@ -3,7 +3,7 @@
 
 #include "btkf520/btkf520.h"
 #include "core/result.h"
-#include "runtime/platform_path.h"
+#include "runtime/nativepath.h"
 #include "toolkit/configfiles.h"
 #include "toolkit/messages.h"
 

@@ -3,6 +3,7 @@
 
 #include <gtest/gtest.h>
 
+#include "runtime/files.h"
 #include "support/files.h"
 #include "support/sizelimit.h"
 

@@ -5,9 +5,9 @@
 #include <string_view>
 
 #include "dates/reader.h"
+#include "os/clock.h"
 #include "runtime/dateparse.h"
 #include "runtime/mbstring.h"
-#include "runtime/platform_time.h"
 #include "runtime/zone.h"
 #include "support/table.h"
 
@@ -212,7 +212,7 @@ TEST_F(Dates, StepOverCharactersOfTwoBytes) {
 }
 
 TEST_F(Dates, OfTheLibraryComeFromTheSystemsClock) {
-  const auto now = [] { return foldapi::packNanoseconds(foldapi::wallClockNanoseconds()); };
+  const auto now = [] { return foldapi::packNanoseconds(os::wallClockNanoseconds()); };
   const uint32_t before = now();
   uint32_t from = 0, to = 0;
   EXPECT_EQ(foldapi::ParseDateRange("", &from, &to), 0);

@@ -146,32 +146,29 @@ TEST_F(ProfileTest, FirstWriteMakesTheFileAndItsDirectories) {
   EXPECT_EQ(content(), "[S]\r\nK=v\r\n");
 }
 
-TEST_F(ProfileTest, WriteKeepsModeAndLinkAndRefusesAReadOnlyFile) {
-  const std::string real = directory_ / "real/file.ini";
-  support::writeFile(real, "[S]\n");
-  fs::create_symlink("real/file.ini", path_);
-  ASSERT_EQ(chmod(real.c_str(), 0640), 0);
+TEST_F(ProfileTest, WriteKeepsLinksAndClearsWhatKilledWritersLeft) {
+  const std::string real = directory_ / "real.ini";
+  fs::create_symlink("real.ini", path_);
   EXPECT_TRUE(write("[S]", "K", "1"));
+  EXPECT_TRUE(fs::is_symlink(path_)) << "also a link to nothing";
+  support::writeFile(real + ".trvs-new", "left over");
+  EXPECT_TRUE(write("[S]", "K", "2"));
+  EXPECT_EQ(support::readFile(real), "[S]\r\nK=2\r\n");
   EXPECT_TRUE(fs::is_symlink(path_));
-  struct stat status {};
-  ASSERT_EQ(stat(real.c_str(), &status), 0);
-  EXPECT_EQ(status.st_mode & 07777, 0640u);
   ASSERT_EQ(chmod(real.c_str(), 0440), 0);
-  EXPECT_FALSE(write("[S]", "K", "2"));
+  EXPECT_FALSE(write("[S]", "K", "3"));
   EXPECT_EQ(error_, -5);
-  EXPECT_EQ(content(), "[S]\nK=1\r\n");
+  EXPECT_EQ(content(), "[S]\r\nK=2\r\n");
+  EXPECT_EQ(support::entryCount(directory_.path()), 2);
 }
 
-TEST_F(ProfileTest, FailedWriteLeavesTheOldFileAndNothingBesideIt) {
+TEST_F(ProfileTest, FailedWriteLeavesTheOldFile) {
   const std::string old = "[S]\r\nK=" + std::string(3000, 'x') + "\r\n";
   put(old);
-  {
-    const support::SizeLimit full(1000);
-    EXPECT_FALSE(write("[S]", "L", "v"));
-    EXPECT_EQ(error_, -5);
-  }
+  const support::SizeLimit full(1000);
+  EXPECT_FALSE(write("[S]", "L", "v"));
+  EXPECT_EQ(error_, -5);
   EXPECT_EQ(content(), old);
-  EXPECT_EQ(support::entryCount(directory_.path()), 1);
 }
 
 TEST_F(ProfileTest, WritersInSeveralProcessesLoseNothing) {

@@ -7,9 +7,8 @@
 #include <unistd.h>
 
 #include "dates/packedtime.h"
-#include "runtime/bytefile.h"
+#include "runtime/nativepath.h"
 #include "runtime/paths.h"
-#include "runtime/platform_path.h"
 #include "runtime/zone.h"
 #include "support/files.h"
 #include "support/table.h"
@@ -143,6 +142,25 @@ TEST(FileTests, TellKindAndRights) {
   EXPECT_FALSE(isDirectory(path));
   EXPECT_EQ(driveLetter("q:\\x"), 'q');
   EXPECT_EQ(driveLetter("q"), 0);
+}
+
+TEST(ReplaceFile, MakesWhatIsMissingAndRefusesWhatIsReadOnly) {
+  const support::TemporaryDirectory directory;
+  const std::string path = directory / "f";
+  EXPECT_TRUE(replaceFile(path, "new"));
+  struct stat status;
+  ASSERT_EQ(::stat(path.c_str(), &status), 0);
+  const mode_t mask = ::umask(0);
+  ::umask(mask);
+  EXPECT_EQ(status.st_mode & 07777, 0666 & ~mask);
+  ASSERT_EQ(::symlink("f", (directory / "link").c_str()), 0);
+  EXPECT_TRUE(replaceFile(directory / "LINK", std::string("a\0b\r\n", 5)));
+  EXPECT_EQ(support::readFile(path), std::string("a\0b\r\n", 5));
+  ASSERT_EQ(::chmod(path.c_str(), 0400), 0);
+  EXPECT_FALSE(replaceFile(path, "refused"));
+  EXPECT_EQ(support::readFile(path).size(), 5u);
+  EXPECT_FALSE(replaceFile(directory / "no/such/place", ""));
+  EXPECT_FALSE(replaceFile(directory.path(), ""));
 }
 
 }  // namespace

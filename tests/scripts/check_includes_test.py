@@ -37,9 +37,14 @@ CASES = [
     ("core/a.cpp", "<vector>", True),
     ("core/a.cpp", "<sys/stat.h>", False),
     ("runtime/files.cpp", "<filesystem>", False),
-    ("runtime/platform_files.cpp", "<filesystem>", True),
-    ("runtime/platform_files.h", "<fcntl.h>", False),
-    ("core/platform_files.cpp", "<fcntl.h>", False),
+    ("os/file_posix.cpp", "<filesystem>", True),
+    ("os/file.h", "<fcntl.h>", False),
+    ("core/file_posix.cpp", "<fcntl.h>", False),
+    ("os/a.cpp", '"runtime/files.h"', False),
+    ("kstrinin/a.cpp", '"os/sibling.h"', True),
+    ("store/a.cpp", '"os/program.h"', True),
+    ("store/a.cpp", '"os/sibling.h"', False),
+    ("core/a.cpp", '"os/file.h"', False),
     ("unknown/a.cpp", "<vector>", False),
 ]
 

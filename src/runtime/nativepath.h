@@ -1,10 +1,11 @@
-// runtime/platform_path.h: from path text to a path of the operating system.
+// runtime/nativepath.h: from path text to a path of the operating system.
 #pragma once
 
-#include <cerrno>
 #include <cstddef>
 #include <string>
 #include <string_view>
+
+#include "os/file.h"
 
 namespace foldapi {
 
@@ -49,20 +50,16 @@ class PlainPath {
 // nativePath(). Leading components are put right even where the last one is missing.
 std::string findCaseBlind(std::string path);
 
-// Calls `use`, which takes an operating system's path and gives false with errno set on failure,
-// with the plain path, and once more with what a case-blind search finds if nothing had that name.
+// Calls `use`, which takes an operating system's path and gives a FileResult, with the plain path,
+// and once more with what a case-blind search finds if nothing had that name.
 template <typename Use>
-bool withNativePath(std::string_view path, Use use) {
+os::FileResult withNativePath(std::string_view path, Use use) {
   const PlainPath plain(path);
-  if (!plain.isValid()) {
-    errno = ENXIO;
-    return false;
-  }
-  if (use(plain.text())) return true;
-  if (errno != ENOENT) return false;
+  if (!plain.isValid()) return os::FileResult::kRefused;
+  const os::FileResult result = use(plain.text());
+  if (result != os::FileResult::kMissing) return result;
   const std::string found = findCaseBlind(plain.text());
-  errno = ENOENT;
-  return found != plain.text() && use(found.c_str());
+  return found == plain.text() ? result : use(found.c_str());
 }
 
 }  // namespace foldapi

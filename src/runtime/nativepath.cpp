@@ -1,29 +1,24 @@
-// runtime/platform_path.cpp: what a path text means on this system.
+// runtime/nativepath.cpp: what a path text means on this system.
 //
 // Databases come from disks that don't tell "Main.C" from "main.c", so a name that is missing is
 // looked for without regard to case. That needs the whole directory; its listing is kept as long as
 // the directory's own time shows that nothing has come or gone, or a folder full of such names
 // would be read anew for each of them.
-#include "runtime/platform_path.h"
-
-#include <dirent.h>
-#include <pwd.h>
-#include <sys/stat.h>
-#include <unistd.h>
+#include "runtime/nativepath.h"
 
 #include <algorithm>
 #include <cstdint>
-#include <cstdlib>
 #include <cstring>
-#include <memory>
 #include <unordered_map>
 #include <vector>
 
 #include "kstrinin/kstrinin.h"
+#include "os/clock.h"
+#include "os/directory.h"
+#include "os/environment.h"
 #include "runtime/mbstring.h"
 #include "runtime/pathmap.h"
 #include "runtime/paths.h"
-#include "runtime/platform_time.h"
 
 namespace foldapi {
 namespace {
@@ -40,35 +35,23 @@ std::string foldCase(std::string_view name) {
   return folded;
 }
 
-int64_t nanosecondsOf(const timespec& time) {
-  return static_cast<int64_t>(time.tv_sec) * 1'000'000'000 + time.tv_nsec;
-}
-
 // The names of one directory, by their folded form.
 class Listing {
  public:
-  explicit Listing(const struct stat& status) : status_(status) {}
+  explicit Listing(const os::DirectoryState& state) : state_(state) {}
 
   void read(const char* directory) {
-    const std::unique_ptr<DIR, int (*)(DIR*)> stream(opendir(directory), closedir);
-    if (stream == nullptr) return;
-    const int64_t now = wallClockNanoseconds();
-    while (const dirent* entry = readdir(stream.get())) {
-      const auto [place, isNew] = names_.try_emplace(foldCase(entry->d_name), entry->d_name);
+    const int64_t now = os::wallClockNanoseconds();
+    os::forEachEntry(directory, [this](const char* name) {
+      const auto [place, isNew] = names_.try_emplace(foldCase(name), name);
       if (!isNew) place->second.clear();  // Several: none of them is meant.
-    }
-    isSettled_ = now - nanosecondsOf(status_.st_mtim) > kSettledNanoseconds;
+    });
+    isSettled_ = now - state_.modified > kSettledNanoseconds;
   }
 
-  bool isOf(const struct stat& status) const {
-    return status.st_dev == status_.st_dev && status.st_ino == status_.st_ino;
-  }
-
-  // Whether nothing came or went up to the state `status` of the same directory.
-  bool isCurrent(const struct stat& status) const {
-    return isSettled_ && nanosecondsOf(status.st_mtim) == nanosecondsOf(status_.st_mtim) &&
-           nanosecondsOf(status.st_ctim) == nanosecondsOf(status_.st_ctim);
-  }
+  bool isOf(const os::DirectoryState& state) const { return state.identity == state_.identity; }
+  // Whether nothing came or went up to the state `state` of the same directory.
+  bool isCurrent(const os::DirectoryState& state) const { return isSettled_ && state == state_; }
 
   // The single name that equals `name` without regard to case, "" with none or several.
   std::string find(std::string_view name) const {
@@ -77,17 +60,17 @@ class Listing {
   }
 
  private:
-  struct stat status_;
+  os::DirectoryState state_;
   bool isSettled_ = false;
   std::unordered_map<std::string, std::string> names_;
 };
 
 // The listing of a directory. The cache holds those used last, the newest first.
-const Listing& listingOf(const char* directory, const struct stat& status) {
+const Listing& listingOf(const char* directory, const os::DirectoryState& state) {
   static std::vector<Listing>& listings = *new std::vector<Listing>;
   const auto known = std::find_if(listings.begin(), listings.end(),
-                                  [&](const Listing& listing) { return listing.isOf(status); });
-  if (known != listings.end() && known->isCurrent(status)) {
+                                  [&](const Listing& listing) { return listing.isOf(state); });
+  if (known != listings.end() && known->isCurrent(state)) {
     std::rotate(listings.begin(), known, known + 1);
     return listings.front();
   }
@@ -96,7 +79,7 @@ const Listing& listingOf(const char* directory, const struct stat& status) {
   } else if (listings.size() == kListingsKept) {
     listings.pop_back();
   }
-  listings.emplace(listings.begin(), status)->read(directory);
+  listings.emplace(listings.begin(), state)->read(directory);
   return listings.front();
 }
 
@@ -148,8 +131,7 @@ void PlainPath::append(std::string_view part) {
 }
 
 std::string findCaseBlind(std::string path) {
-  struct stat status;
-  if (path.empty() || lstat(path.c_str(), &status) == 0) return path;
+  if (path.empty() || os::hasEntry(path.c_str())) return path;
   const size_t nameEnd = path.find_last_not_of('/') + 1;
   const size_t nameStart = path.find_last_of('/', nameEnd - 1) + 1;  // 0 with none.
   const size_t parentEnd = path.find_last_not_of('/', nameStart == 0 ? 0 : nameStart - 1);
@@ -158,8 +140,8 @@ std::string findCaseBlind(std::string path) {
     parent = findCaseBlind(path.substr(0, parentEnd + 1));
   }
   std::string name = path.substr(nameStart, nameEnd - nameStart);
-  if (stat(parent.c_str(), &status) == 0 && S_ISDIR(status.st_mode)) {
-    const std::string found = listingOf(parent.c_str(), status).find(name);
+  if (const auto state = os::directoryState(parent.c_str())) {
+    const std::string found = listingOf(parent.c_str(), *state).find(name);
     if (!found.empty()) name = found;
   }
   if (nameStart == 0) return name + path.substr(nameEnd);
@@ -178,15 +160,8 @@ std::string profilePath() {
 }
 
 std::string userDataDirectory() {
-  const char* const dataHome = getenv("XDG_DATA_HOME");
-  if (dataHome != nullptr && dataHome[0] == '/') return std::string(dataHome) + "/trevault";
-  const char* home = getenv("HOME");
-  if (home == nullptr || home[0] == '\0') {
-    const passwd* const user = getpwuid(geteuid());
-    if (user == nullptr) return {};
-    home = user->pw_dir;
-  }
-  return std::string(home) + "/.local/share/trevault";
+  const std::string directory = os::dataDirectory();
+  return directory.empty() ? "" : directory + "/trevault";
 }
 
 }  // namespace foldapi

@@ -1,0 +1,38 @@
+// os/calls_posix.h: what the POSIX side of this folder shares: calls that a signal interrupts, and
+// what their failures mean.
+#pragma once
+
+#include <sys/types.h>
+
+#include <cerrno>
+
+#include "os/file.h"
+
+namespace os {
+
+// Calls until no signal comes in between. Not for close(), which must not be called again.
+template <typename Call>
+auto uninterrupted(Call call) {
+  decltype(call()) result;
+  do {
+    result = call();
+  } while (result < 0 && errno == EINTR);
+  return result;
+}
+
+// What `error`, a value of errno, says.
+FileResult resultOf(int error);
+
+// What a call says that gives 0 if it worked.
+inline FileResult resultOfCall(int result) {
+  return result == 0 ? FileResult::kDone : resultOf(errno);
+}
+
+// Never waits for the other end of a pipe, and is not handed on to programs that are started.
+// Gives a descriptor, or -1 with errno set. A file that is made gets the usual rights.
+int openDescriptor(const char* path, int flags);
+
+// The mode of a file of mode `old` that its owner may write, or nobody.
+mode_t modeFor(mode_t old, bool isWritable);
+
+}  // namespace os

@@ -1,0 +1,49 @@
+// os/directory.h: directories, and what their entries are called.
+//
+// Paths are the operating system's.
+#pragma once
+
+#include <cstdint>
+#include <functional>
+#include <optional>
+#include <string>
+#include <string_view>
+
+#include "os/file.h"
+
+namespace os {
+
+// The directory that `path` names something in: "." where it says none.
+std::string parentOf(std::string_view path);
+
+// Where a chain of symbolic links at `path` ends, so that a file is replaced and not the link to
+// it; there need be no file. `path` itself if it is no link.
+std::string linkTarget(const std::string& path);
+
+// Whether something has that name, if only a link to nothing.
+bool hasEntry(const char* path);
+
+// Makes one directory, with the usual rights, or finds it made by somebody else.
+bool makeDirectory(const std::string& path);
+// The same with all that lead to it.
+bool makeDirectories(const std::string& path);
+
+// Brings what a directory now says about its entry `path` to the device, so that a power cut does
+// not undo it. A directory that may not be read is synced with all of the disk of `file`, the open
+// entry, -1 for none. Where neither works there is nothing that could be taken back.
+void syncParentOf(const std::string& path, int file = -1);
+
+// By which a directory is known, and known to have neither gained nor lost an entry.
+struct DirectoryState {
+  FileIdentity identity;
+  int64_t modified = 0;  // Nanoseconds since 1970, as the next.
+  int64_t changed = 0;
+  bool operator==(const DirectoryState&) const = default;
+};
+// Nothing for what is no directory.
+std::optional<DirectoryState> directoryState(const char* path);
+
+// Calls `take` with each name in the directory; with none if it can't be read.
+void forEachEntry(const char* path, const std::function<void(const char* name)>& take);
+
+}  // namespace os

@@ -1,0 +1,60 @@
+// os/environment_posix.cpp: accounts and variables on POSIX systems.
+#include <pwd.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstdlib>
+
+#include "os/environment.h"
+
+namespace os {
+namespace {
+
+constexpr size_t kFirstRecord = 1024;
+constexpr size_t kLargestRecord = 1 << 20;
+
+// A text of the effective user's account, "" if there is none.
+std::string accountText(char* passwd::*field) {
+  for (size_t size = kFirstRecord; size <= kLargestRecord; size *= 4) {
+    std::string buffer(size, '\0');
+    passwd entry{};
+    passwd* found = nullptr;
+    const int failure = ::getpwuid_r(::geteuid(), &entry, buffer.data(), buffer.size(), &found);
+    if (failure == ERANGE || failure == EINTR) continue;
+    const char* const text = failure == 0 && found != nullptr ? found->*field : nullptr;
+    return text == nullptr ? "" : text;
+  }
+  return "";
+}
+
+// A relative directory would be another one in each working directory: it counts as none.
+std::string absoluteFrom(const char* variable) {
+  const std::string value = environmentVariable(variable).value_or("");
+  return value.starts_with('/') ? value : "";
+}
+
+std::string userDirectory(const char* variable, const char* belowHome) {
+  std::string directory = absoluteFrom(variable);
+  if (!directory.empty()) return directory;
+  directory = absoluteFrom("HOME");
+  if (directory.empty()) directory = accountText(&passwd::pw_dir);
+  return directory.empty() ? "" : directory + belowHome;
+}
+
+}  // namespace
+
+std::optional<std::string> environmentVariable(const char* name) {
+  const char* const value = std::getenv(name);
+  return value == nullptr ? std::nullopt : std::optional<std::string>(value);
+}
+
+std::string accountName() {
+  const std::string name = accountText(&passwd::pw_name);
+  return name.empty() ? std::to_string(::geteuid()) : name;
+}
+
+std::string configurationDirectory() { return userDirectory("XDG_CONFIG_HOME", "/.config"); }
+
+std::string dataDirectory() { return userDirectory("XDG_DATA_HOME", "/.local/share"); }
+
+}  // namespace os

@@ -1,0 +1,141 @@
+// os/file.h: files of the operating system: their status, and an open one that is read, written,
+// synced and held.
+//
+// Paths are the system's own. Nothing here waits for another process, not even for the other end of
+// a pipe; what a signal interrupts is done again.
+//
+// Holding. A lock belongs to the open file: it goes with close() and with the process, and two open
+// files of one process exclude each other too. It is a lock on the file that was opened, while
+// others know a file by its path and may have put another one there: so after a lock is granted,
+// isNamedBy() tells whether it is the one to work on. Other machines may change the file as well,
+// and a network mount remembers what it was told before: what is asked after a lock is asked of the
+// server, and with refresh() so is the size.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <string>
+#include <string_view>
+
+namespace os {
+
+enum class [[nodiscard]] FileResult{
+    kDone,
+    kMissing,   // No such file, or no such directory.
+    kExists,    // There is one already.
+    kBusy,      // Another open file has it.
+    kNoLocks,   // The file system knows no locks.
+    kRefused,   // Not allowed, not possible in this place, or not a regular file.
+    kTooLarge,  // More bytes than were asked for.
+    kFailed,    // Any other failure, such as a full disk.
+};
+
+// Which file it is, whatever its name: two paths lead to one file if these are equal.
+struct FileIdentity {
+  uint64_t device = 0;
+  uint64_t inode = 0;
+  bool operator==(const FileIdentity&) const = default;
+};
+
+// What the system tells about a file.
+struct FileStatus {
+  bool isDirectory = false;
+  bool isRegular = false;
+  bool ownerMayWrite = false;  // Whoever asks: a read-only mark binds everybody.
+  FileIdentity identity;
+  uint64_t size = 0;
+  int64_t nanoseconds = 0;  // The modification time, since 1970.
+
+  bool operator==(const FileStatus&) const = default;
+};
+
+// The file behind all links. *status is left alone unless the result is kDone.
+FileResult readStatus(const char* path, FileStatus* status);
+
+// A regular file, open until the object goes.
+class File {
+ public:
+  enum class Access {
+    kRead,
+    kUpdate,  // Reading and writing of an existing file.
+  };
+  enum class Lock { kShared, kExclusive };
+
+  File() = default;
+  File(File&& other) noexcept;
+  File& operator=(File&& other) noexcept;
+  ~File() { close(); }
+
+  // Closes what was open before.
+  FileResult open(const char* path, Access access);
+  // Opens the file that the path names, behind no link, for this object alone: kBusy if another
+  // holds it. It is open for reading only where it can't be written.
+  FileResult openLocked(const char* path);
+  bool isOpen() const { return descriptor_ >= 0; }
+  // False if the system reports a failure, also one of an earlier write. Closed in any case.
+  bool close();
+
+  // As it was when the file was opened, or at the last refresh(). Stays after close().
+  const FileStatus& status() const { return status_; }
+  uint64_t size() const { return status_.size; }
+  // Asks again, and the server if there is one.
+  bool refresh();
+
+  // Takes or changes the lock of this open file.
+  FileResult tryLock(Lock lock) const;
+  // Whether `path` names this file, and not one that was put in its place.
+  enum class Links { kFollowed, kNot };
+  bool isNamedBy(const char* path, Links links = Links::kFollowed) const;
+
+  // False if not all of `size` bytes are there, or reading fails.
+  bool readAt(uint64_t offset, void* buffer, size_t size) const;
+  // Whether the system has failed to read since the file was opened, so that what is missing may be
+  // there all the same.
+  bool hasFailed() const { return hasFailed_; }
+
+  // Reads the whole file, of `largest` bytes at most: kTooLarge for more. *bytes changes only with
+  // kDone, and status() is of what was read then. May throw std::bad_alloc.
+  FileResult readAll(uint64_t largest, std::string* bytes);
+
+  // Writes all of `bytes`; false on failure, with an unknown part of them written.
+  bool writeAt(uint64_t offset, std::string_view bytes) const;
+  // Adds `bytes` at the end by one write. On failure the file has its old size again.
+  bool append(std::string_view bytes);
+  bool setSize(uint64_t size) const;
+  // Waits until what was written is on the device.
+  bool sync() const;
+
+ private:
+  friend class MappedFile;
+  friend class SiblingFile;
+
+  FileResult take(int descriptor);
+  FileResult openToLock(const char* path);
+
+  int descriptor_ = -1;
+  mutable bool hasFailed_ = false;
+  FileStatus status_;
+};
+
+// Opens a file and reads all of it, as File::readAll() does. *status may be null.
+FileResult readFile(const char* path, uint64_t largest, std::string* bytes,
+                    FileStatus* status = nullptr);
+
+// Adds to the end of a file, in one piece; makes the file.
+FileResult appendToFile(const char* path, std::string_view text);
+
+// Makes an empty file, with the usual rights, if there is none: kExists if something else has that
+// name.
+FileResult makeFile(const std::string& path);
+
+// Whether the process may open the file like that: kRefused if not. The owner's right to write
+// decides too, so a read-only file refuses root as well.
+FileResult checkAccess(const char* path, File::Access access);
+
+FileResult removeFile(const char* path);
+// Keeps the time of the last access.
+FileResult setModificationTime(const char* path, int64_t seconds);
+// Whether its owner may write, or nobody.
+FileResult setWritable(const char* path, bool isWritable);
+
+}  // namespace os

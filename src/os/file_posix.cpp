@@ -1,0 +1,315 @@
+// os/file_posix.cpp: files on Linux.
+//
+// Locks are flock's: fcntl's would let a second open of this process in, and its close would drop
+// the first one's lock.
+#include <fcntl.h>
+#include <sys/file.h>
+#include <sys/stat.h>
+#include <sys/sysmacros.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <utility>
+
+#include "os/calls_posix.h"
+#include "os/directory.h"
+#include "os/file.h"
+
+namespace os {
+namespace {
+
+constexpr mode_t kAllMayUse = 0666;  // Less the umask.
+constexpr int kOpenAlways = O_CLOEXEC | O_NOCTTY | O_NONBLOCK;
+constexpr mode_t kModeBits = 07777;
+constexpr mode_t kAllWriters = S_IWUSR | S_IWGRP | S_IWOTH;
+constexpr int64_t kNanosecondsPerSecond = 1'000'000'000;
+constexpr size_t kLargestTransfer = 1 << 30;
+constexpr int kTries = 100;  // While others put new files where one is being opened.
+
+FileStatus statusOf(const struct stat& raw) {
+  FileStatus status;
+  status.isDirectory = S_ISDIR(raw.st_mode);
+  status.isRegular = S_ISREG(raw.st_mode);
+  status.ownerMayWrite = (raw.st_mode & S_IWUSR) != 0;
+  status.identity = {raw.st_dev, raw.st_ino};
+  status.size = static_cast<uint64_t>(raw.st_size);
+  status.nanoseconds = raw.st_mtim.tv_sec * kNanosecondsPerSecond + raw.st_mtim.tv_nsec;
+  return status;
+}
+
+FileStatus statusOf(const struct statx& raw) {
+  FileStatus status;
+  status.isDirectory = S_ISDIR(raw.stx_mode);
+  status.isRegular = S_ISREG(raw.stx_mode);
+  status.ownerMayWrite = (raw.stx_mode & S_IWUSR) != 0;
+  status.identity = {makedev(raw.stx_dev_major, raw.stx_dev_minor), raw.stx_ino};
+  status.size = raw.stx_size;
+  status.nanoseconds = raw.stx_mtime.tv_sec * kNanosecondsPerSecond + raw.stx_mtime.tv_nsec;
+  return status;
+}
+
+// Takes what a network mount remembers for nothing. False with errno set.
+bool askServer(int directory, const char* path, int flags, FileStatus* status) {
+  struct statx raw;
+  if (uninterrupted([&] {
+        return ::statx(directory, path, flags | AT_STATX_FORCE_SYNC, STATX_BASIC_STATS, &raw);
+      }) == 0) {
+    *status = statusOf(raw);
+    return true;
+  }
+  if (errno != ENOSYS && errno != EPERM && errno != EINVAL) return false;
+  struct stat known;  // A system that doesn't have, or doesn't allow, that question.
+  if (uninterrupted([&] { return ::fstatat(directory, path, &known, flags); }) != 0) return false;
+  *status = statusOf(known);
+  return true;
+}
+
+// Reads up to `size` bytes; fewer at the end of the file, -1 on failure.
+int64_t readUpTo(int descriptor, uint64_t offset, void* buffer, size_t size) {
+  size_t done = 0;
+  while (done < size) {
+    const ssize_t count = uninterrupted([&] {
+      return ::pread(descriptor, static_cast<char*>(buffer) + done,
+                     std::min(size - done, kLargestTransfer), static_cast<off_t>(offset + done));
+    });
+    if (count < 0) return -1;
+    if (count == 0) break;
+    done += static_cast<size_t>(count);
+  }
+  return static_cast<int64_t>(done);
+}
+
+}  // namespace
+
+FileResult resultOf(int error) {
+  switch (error) {
+    case ENOENT:
+    case ENOTDIR:
+      return FileResult::kMissing;
+    case EEXIST:
+      return FileResult::kExists;
+    case EWOULDBLOCK:
+      return FileResult::kBusy;
+    case EACCES:
+    case EBADF:
+    case EBUSY:
+    case EINVAL:
+    case EISDIR:
+    case ELOOP:
+    case ENAMETOOLONG:
+    case ENXIO:
+    case EPERM:
+    case EROFS:
+    case ETXTBSY:
+    case EXDEV:
+      return FileResult::kRefused;
+    default:
+      return FileResult::kFailed;
+  }
+}
+
+mode_t modeFor(mode_t old, bool isWritable) {
+  return (isWritable ? old | S_IWUSR : old & ~kAllWriters) & kModeBits;
+}
+
+int openDescriptor(const char* path, int flags) {
+  return uninterrupted([=] { return ::open(path, flags | kOpenAlways, kAllMayUse); });
+}
+
+FileResult readStatus(const char* path, FileStatus* status) {
+  struct stat raw;
+  const FileResult result = resultOfCall(uninterrupted([&] { return ::stat(path, &raw); }));
+  if (result == FileResult::kDone) *status = statusOf(raw);
+  return result;
+}
+
+File::File(File&& other) noexcept
+    : descriptor_(std::exchange(other.descriptor_, -1)),
+      hasFailed_(other.hasFailed_),
+      status_(other.status_) {}
+
+File& File::operator=(File&& other) noexcept {
+  std::swap(descriptor_, other.descriptor_);
+  std::swap(hasFailed_, other.hasFailed_);
+  std::swap(status_, other.status_);
+  return *this;
+}
+
+FileResult File::open(const char* path, Access access) {
+  return take(openDescriptor(path, access == Access::kRead ? O_RDONLY : O_RDWR));
+}
+
+// Owns `descriptor` from now on, which may be -1 with errno set.
+FileResult File::take(int descriptor) {
+  close();
+  if (descriptor < 0) return resultOf(errno);
+  descriptor_ = descriptor;
+  hasFailed_ = false;
+  struct stat raw;
+  if (::fstat(descriptor, &raw) != 0) {
+    close();
+    return FileResult::kFailed;
+  }
+  status_ = statusOf(raw);
+  if (status_.isRegular) return FileResult::kDone;
+  close();
+  return FileResult::kRefused;
+}
+
+// Network mounts give exclusive locks to those only who may write.
+FileResult File::openToLock(const char* path) {
+  int descriptor = openDescriptor(path, O_RDWR | O_NOFOLLOW);
+  if (descriptor < 0 && errno != ENOENT) descriptor = openDescriptor(path, O_RDONLY | O_NOFOLLOW);
+  FileResult result = take(descriptor);
+  if (result == FileResult::kDone) result = tryLock(Lock::kExclusive);
+  if (result != FileResult::kDone) close();
+  return result;
+}
+
+FileResult File::openLocked(const char* path) {
+  for (int tries = 0; tries < kTries; ++tries) {
+    if (const FileResult result = openToLock(path); result != FileResult::kDone) return result;
+    if (isNamedBy(path, Links::kNot)) return refresh() ? FileResult::kDone : FileResult::kFailed;
+  }
+  close();
+  return FileResult::kBusy;
+}
+
+bool File::close() { return descriptor_ < 0 || ::close(std::exchange(descriptor_, -1)) == 0; }
+
+bool File::refresh() { return askServer(descriptor_, "", AT_EMPTY_PATH, &status_); }
+
+FileResult File::tryLock(Lock lock) const {
+  const int operation = (lock == Lock::kShared ? LOCK_SH : LOCK_EX) | LOCK_NB;
+  if (uninterrupted([=, this] { return ::flock(descriptor_, operation); }) == 0) {
+    return FileResult::kDone;
+  }
+  const bool knowsNone = errno == ENOLCK || errno == ENOSYS || errno == EOPNOTSUPP;
+  return knowsNone ? FileResult::kNoLocks : resultOf(errno);
+}
+
+// Opened anew: a network mount answers a mere question about a name from what it remembers.
+bool File::isNamedBy(const char* path, Links links) const {
+  const bool isFollowed = links == Links::kFollowed;
+  const int named = openDescriptor(path, O_RDONLY | (isFollowed ? 0 : O_NOFOLLOW));
+  FileStatus status;
+  bool isKnown = false;
+  if (named >= 0) {
+    isKnown = askServer(named, "", AT_EMPTY_PATH, &status);
+    ::close(named);
+  } else if (errno == EACCES) {  // One that may be written only.
+    isKnown = askServer(AT_FDCWD, path, isFollowed ? 0 : AT_SYMLINK_NOFOLLOW, &status);
+  }
+  return isKnown && status.identity == status_.identity;
+}
+
+bool File::readAt(uint64_t offset, void* buffer, size_t size) const {
+  const int64_t count = readUpTo(descriptor_, offset, buffer, size);
+  if (count < 0) hasFailed_ = true;
+  return count == static_cast<int64_t>(size);
+}
+
+bool File::writeAt(uint64_t offset, std::string_view bytes) const {
+  while (!bytes.empty()) {
+    const ssize_t count = uninterrupted([&] {
+      return ::pwrite(descriptor_, bytes.data(), std::min(bytes.size(), kLargestTransfer),
+                      static_cast<off_t>(offset));
+    });
+    if (count <= 0) return false;
+    bytes.remove_prefix(static_cast<size_t>(count));
+    offset += static_cast<uint64_t>(count);
+  }
+  return true;
+}
+
+bool File::append(std::string_view bytes) {
+  if (!refresh()) return false;
+  const ssize_t count = uninterrupted([&] {
+    return ::pwrite(descriptor_, bytes.data(), bytes.size(), static_cast<off_t>(size()));
+  });
+  if (count == static_cast<ssize_t>(bytes.size())) return true;
+  if (count > 0) setSize(size());
+  return false;
+}
+
+bool File::setSize(uint64_t size) const {
+  return uninterrupted([=, this] { return ::ftruncate(descriptor_, static_cast<off_t>(size)); }) ==
+         0;
+}
+
+bool File::sync() const {
+  return uninterrupted([this] { return ::fsync(descriptor_); }) == 0;
+}
+
+FileResult File::readAll(uint64_t largest, std::string* bytes) {
+  std::string text;
+  for (int tries = 0; tries < kTries && size() <= largest; ++tries) {
+    text.resize(static_cast<size_t>(size()) + 1);  // More than that means that it has grown.
+    const int64_t count = readUpTo(descriptor_, 0, text.data(), text.size());
+    if (count == static_cast<int64_t>(size())) {
+      text.pop_back();
+      *bytes = std::move(text);
+      return FileResult::kDone;
+    }
+    if (count < 0 || !refresh()) return FileResult::kFailed;
+  }
+  return size() > largest ? FileResult::kTooLarge : FileResult::kFailed;
+}
+
+FileResult readFile(const char* path, uint64_t largest, std::string* bytes, FileStatus* status) {
+  File file;
+  FileResult result = file.open(path, File::Access::kRead);
+  if (result == FileResult::kDone) result = file.readAll(largest, bytes);
+  if (result == FileResult::kDone && status != nullptr) *status = file.status();
+  return result;
+}
+
+FileResult appendToFile(const char* path, std::string_view text) {
+  const int file = openDescriptor(path, O_WRONLY | O_APPEND | O_CREAT);
+  if (file < 0) return resultOf(errno);
+  const ssize_t written = uninterrupted([&] { return ::write(file, text.data(), text.size()); });
+  const bool isWritten = written == static_cast<ssize_t>(text.size());
+  return ::close(file) == 0 && isWritten ? FileResult::kDone : FileResult::kFailed;
+}
+
+FileResult makeFile(const std::string& path) {
+  const int made = openDescriptor(path.c_str(), O_WRONLY | O_CREAT | O_EXCL);
+  if (made >= 0) {
+    syncParentOf(path, made);
+    return resultOfCall(::close(made));
+  }
+  const FileResult result = resultOf(errno);
+  FileStatus status;
+  const bool isThere = result == FileResult::kExists &&
+                       readStatus(path.c_str(), &status) == FileResult::kDone && status.isRegular;
+  return isThere ? FileResult::kDone : result;
+}
+
+FileResult checkAccess(const char* path, File::Access access) {
+  FileStatus status;
+  const FileResult result = readStatus(path, &status);
+  if (result != FileResult::kDone) return result;
+  const bool isUpdate = access == File::Access::kUpdate;
+  if (isUpdate && !status.ownerMayWrite) return FileResult::kRefused;
+  return resultOfCall(uninterrupted(
+      [=] { return ::faccessat(AT_FDCWD, path, isUpdate ? W_OK : R_OK, AT_EACCESS); }));
+}
+
+FileResult removeFile(const char* path) {
+  return resultOfCall(uninterrupted([=] { return ::unlink(path); }));
+}
+
+FileResult setModificationTime(const char* path, int64_t seconds) {
+  const timespec times[] = {{0, UTIME_OMIT}, {static_cast<time_t>(seconds), 0}};
+  return resultOfCall(uninterrupted([&] { return ::utimensat(AT_FDCWD, path, times, 0); }));
+}
+
+FileResult setWritable(const char* path, bool isWritable) {
+  struct stat status;
+  const int asked = uninterrupted([&] { return ::stat(path, &status); });
+  if (asked != 0) return resultOf(errno);
+  return resultOfCall(
+      uninterrupted([&] { return ::chmod(path, modeFor(status.st_mode, isWritable)); }));
+}
+
+}  // namespace os

@@ -1,0 +1,22 @@
+// os/program.h: starting other programs.
+#pragma once
+
+#include <optional>
+#include <string>
+#include <utility>
+#include <vector>
+
+namespace os {
+
+enum class StartResult { kStarted, kNoMemory, kNotFound, kCorrupt, kFailed };
+
+// Starts the program of that name, looked for along PATH, without arguments. It goes on by itself:
+// nobody waits for it, and it outlives this process.
+StartResult startProgram(const std::string& name);
+
+// Runs a command of the shell and waits for its end. `variables` join its environment. Gives its
+// exit code, 128 and more if a signal ended it, and nothing if it could not be started.
+std::optional<int> runCommand(const std::string& command,
+                              const std::vector<std::pair<std::string, std::string>>& variables);
+
+}  // namespace os

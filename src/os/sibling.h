@@ -1,0 +1,91 @@
+// os/sibling.h: how a whole file changes at one instant.
+//
+// The new content goes into a sibling, which is synced and then renamed over the file: a kill or a
+// power cut at any moment leaves the old content or the new. The sibling has one name for each
+// file, the file's own, cut short if need be, and ".trvs-new"; and it is locked as long as it is
+// written. So it keeps others from replacing the same file, and one that nobody has locked was left
+// by a writer that was killed, and is removed by the next. The lock is taken before the rename and
+// goes on with the file that then has the name, so nobody finds that one free while its writer
+// still holds the old one.
+//
+// A path is the operating system's, and is taken as it is: who wants a link to stay one gives
+// linkTarget() (os/directory.h).
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <string_view>
+
+#include "os/file.h"
+
+namespace os {
+
+class SiblingFile {
+ public:
+  SiblingFile() = default;
+  SiblingFile(const SiblingFile&) = delete;
+  SiblingFile& operator=(const SiblingFile&) = delete;
+  // Removes the file unless it is finished.
+  ~SiblingFile() { giveUp(); }
+
+  enum class Others {
+    kPossible,  // Others may be writing the same file at this moment.
+    kExcluded,  // The caller sees to it that there is none: what stands beside the file is left
+                // over, and it may do without a lock where the file system has none.
+  };
+
+  // kBusy if another is writing it. Gives up what was open before.
+  FileResult open(const std::string& path, Others others = Others::kPossible);
+
+  // Gives the file the mode of `model`, and its owner and group where that is allowed. kRefused if
+  // the group that shares the file would be shut out.
+  FileResult imitate(const File& model);
+
+  // Both add at the end, sooner or later. May throw std::bad_alloc.
+  FileResult write(std::string_view bytes);
+  FileResult copy(const File& from, uint64_t offset, uint64_t size);
+  // Writes what is still to be written, so that a full disk shows now.
+  FileResult flush();
+  // Both to be called when all is written: whether its owner may write, or nobody; and when it was
+  // changed, in seconds since 1970.
+  FileResult setWritable(bool isWritable) const;
+  FileResult setModificationTime(int64_t seconds) const;
+
+  enum class Naming { kReplace, kNew };  // kNew: kExists if there is a file of that name.
+  enum class Safety { kOnDisk, kSoon };  // kOnDisk: a power cut does not undo it.
+
+  // Takes over the name. With any result but kDone the other file is as it was. *finished, which
+  // may be null, becomes the file, open and locked.
+  FileResult finish(Naming naming, Safety safety, File* finished);
+
+  // Does all of that for a file that is to hold `bytes`. `old` is the one that goes, open for
+  // updating, null if there is none. Where no sibling could be opened, or it can't take over the
+  // old one's rights, the old one is written where it stands. *placed, which may be null, becomes
+  // the new file, open and locked; it is closed if that is the old one. With any result but kDone
+  // the old one is as it was, unless the disk failed just while it was written where it stands.
+  FileResult replace(const File* old, std::string_view bytes, File* placed);
+
+ private:
+  FileResult create();
+  FileResult replaceBeside(const File* old, std::string_view bytes, File* placed);
+  FileResult removeLeftover() const;
+  FileResult writeOut(std::string_view bytes);
+  FileResult takeName(Naming naming) const;
+  FileResult rename(Naming naming) const;
+  bool hasName(const std::string& path) const;
+  void giveUp();
+
+  std::string path_;
+  std::string ownPath_;
+  Others others_ = Others::kPossible;
+  File file_;
+  uint64_t written_ = 0;
+  std::string pending_;  // Not written yet, so that many small pieces make one write.
+};
+
+// The same in one step: puts a new file that holds `bytes` in the place of the one at `path`. See
+// SiblingFile::replace().
+FileResult replaceFile(const std::string& path, const File* old, std::string_view bytes,
+                       File* placed);
+
+}  // namespace os

@@ -1,0 +1,246 @@
+// os/sibling_posix.cpp: files that take another's name, on Linux.
+#include <fcntl.h>
+#include <stdio.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <utility>
+
+#include "os/calls_posix.h"
+#include "os/directory.h"
+#include "os/sibling.h"
+
+namespace os {
+namespace {
+
+constexpr size_t kWideWrite = 64 << 10;   // Up to it pieces are collected.
+constexpr uint64_t kWideCopy = 32 << 10;  // From here on the kernel copies, and shares if it can.
+constexpr uint64_t kLargestTransfer = 1 << 30;
+constexpr int kTries = 100;  // While others rename and remove the sibling.
+constexpr mode_t kModeBits = 07777;
+
+std::string siblingOf(const std::string& path) {
+  constexpr std::string_view kSuffix = ".trvs-new";
+  constexpr size_t kLongestName = 255;
+  const size_t name = path.rfind('/') + 1;  // 0 with none.
+  return path.substr(0, name + std::min(path.size() - name, kLongestName - kSuffix.size())) +
+         std::string(kSuffix);
+}
+
+bool cannotCopyThere(int error) {
+  return error == EXDEV || error == EINVAL || error == ENOSYS || error == EOPNOTSUPP ||
+         error == EBADF;
+}
+
+// False with errno set.
+bool changeOwner(int descriptor, uid_t owner, gid_t group) {
+  return uninterrupted([=] { return ::fchown(descriptor, owner, group); }) == 0;
+}
+
+// Writes `bytes` over the content of `file`, and syncs it. What goes after the old end is written
+// first, so a full disk leaves the content as it was.
+bool overwriteInPlace(const File& file, std::string_view bytes) {
+  const std::string_view start = bytes.substr(0, file.size());
+  const std::string_view growth = bytes.substr(start.size());
+  if (!growth.empty() && !(file.writeAt(file.size(), growth) && file.sync())) {
+    file.setSize(file.size());
+    return false;
+  }
+  return file.writeAt(0, start) && (start.size() == file.size() || file.setSize(start.size())) &&
+         file.sync();
+}
+
+}  // namespace
+
+void SiblingFile::giveUp() {
+  if (!file_.isOpen()) return;
+  if (hasName(ownPath_)) ::unlink(ownPath_.c_str());
+  file_.close();
+}
+
+FileResult SiblingFile::open(const std::string& path, Others others) {
+  giveUp();
+  path_ = path;
+  ownPath_ = siblingOf(path);
+  others_ = others;
+  pending_.clear();
+  written_ = 0;
+  for (int tries = 0; tries < kTries; ++tries) {
+    FileResult result = create();
+    if (result == FileResult::kExists) result = removeLeftover();
+    if (result != FileResult::kDone || file_.isOpen()) return result;
+  }
+  return FileResult::kBusy;
+}
+
+// Makes and locks the file. kDone without a file: another took it for a leftover before it was
+// locked.
+FileResult SiblingFile::create() {
+  File made;
+  FileResult result = made.take(openDescriptor(ownPath_.c_str(), O_RDWR | O_CREAT | O_EXCL));
+  if (result != FileResult::kDone) return result;
+  result = made.tryLock(File::Lock::kExclusive);
+  const bool mayBeUnlocked = result == FileResult::kNoLocks && others_ == Others::kExcluded;
+  if (result == FileResult::kBusy) return FileResult::kDone;
+  if (result != FileResult::kDone && !mayBeUnlocked) {
+    ::unlink(ownPath_.c_str());
+    return result;
+  }
+  if (made.isNamedBy(ownPath_.c_str(), File::Links::kNot)) file_ = std::move(made);
+  return FileResult::kDone;
+}
+
+// Only a lock shows that no living writer has it.
+FileResult SiblingFile::removeLeftover() const {
+  File leftover;
+  FileResult result = FileResult::kDone;
+  if (others_ == Others::kPossible) result = leftover.openToLock(ownPath_.c_str());
+  if (result == FileResult::kDone && leftover.isOpen() &&
+      !leftover.isNamedBy(ownPath_.c_str(), File::Links::kNot)) {
+    return FileResult::kDone;
+  }
+  if (result == FileResult::kDone) result = removeFile(ownPath_.c_str());
+  return result == FileResult::kMissing ? FileResult::kDone : result;
+}
+
+FileResult SiblingFile::imitate(const File& model) {
+  struct stat old, own;
+  if (::fstat(model.descriptor_, &old) != 0 || ::fstat(file_.descriptor_, &own) != 0) {
+    return FileResult::kFailed;
+  }
+  constexpr auto kSameOwner = static_cast<uid_t>(-1);
+  // The owner first: a change of owner may take bits from the mode. It may well be refused.
+  const bool isGroupKept = changeOwner(file_.descriptor_, old.st_uid, old.st_gid) ||
+                           old.st_gid == own.st_gid ||
+                           changeOwner(file_.descriptor_, kSameOwner, old.st_gid);
+  const int changed =
+      uninterrupted([&] { return ::fchmod(file_.descriptor_, old.st_mode & kModeBits); });
+  return isGroupKept ? resultOfCall(changed) : FileResult::kRefused;
+}
+
+FileResult SiblingFile::write(std::string_view bytes) {
+  if (pending_.size() + bytes.size() <= kWideWrite) {
+    pending_ += bytes;
+    return FileResult::kDone;
+  }
+  const FileResult result = flush();
+  return result == FileResult::kDone ? writeOut(bytes) : result;
+}
+
+FileResult SiblingFile::flush() {
+  const FileResult result = writeOut(pending_);
+  pending_.clear();
+  return result;
+}
+
+FileResult SiblingFile::writeOut(std::string_view bytes) {
+  if (!file_.writeAt(written_, bytes)) return FileResult::kFailed;
+  written_ += bytes.size();
+  return FileResult::kDone;
+}
+
+FileResult SiblingFile::setWritable(bool isWritable) const {
+  struct stat status;
+  if (::fstat(file_.descriptor_, &status) != 0) return FileResult::kFailed;
+  return resultOfCall(uninterrupted(
+      [&] { return ::fchmod(file_.descriptor_, modeFor(status.st_mode, isWritable)); }));
+}
+
+FileResult SiblingFile::setModificationTime(int64_t seconds) const {
+  const timespec times[] = {{0, UTIME_OMIT}, {static_cast<time_t>(seconds), 0}};
+  return resultOfCall(uninterrupted([&] { return ::futimens(file_.descriptor_, times); }));
+}
+
+FileResult SiblingFile::copy(const File& from, uint64_t offset, uint64_t size) {
+  if (size >= kWideCopy) {
+    if (const FileResult result = flush(); result != FileResult::kDone) return result;
+    auto place = static_cast<off_t>(offset);
+    while (size > 0) {
+      auto target = static_cast<off_t>(written_);
+      const ssize_t count = uninterrupted([&] {
+        return ::copy_file_range(from.descriptor_, &place, file_.descriptor_, &target,
+                                 static_cast<size_t>(std::min(size, kLargestTransfer)), 0);
+      });
+      if (count < 0 && !cannotCopyThere(errno)) return resultOf(errno);
+      if (count <= 0) break;
+      size -= static_cast<uint64_t>(count);
+      written_ += static_cast<uint64_t>(count);
+    }
+    offset = static_cast<uint64_t>(place);
+  }
+  // By hand: little pieces, and where the kernel could not.
+  while (size > 0) {
+    const auto count = static_cast<size_t>(std::min<uint64_t>(size, kWideWrite));
+    std::string piece(count, '\0');
+    if (!from.readAt(offset, piece.data(), count)) return FileResult::kFailed;
+    if (const FileResult result = write(piece); result != FileResult::kDone) return result;
+    offset += count;
+    size -= count;
+  }
+  return FileResult::kDone;
+}
+
+bool SiblingFile::hasName(const std::string& path) const {
+  return file_.isNamedBy(path.c_str(), File::Links::kNot);
+}
+
+FileResult SiblingFile::rename(Naming naming) const {
+  const char* const from = ownPath_.c_str();
+  const char* const to = path_.c_str();
+  if (naming == Naming::kReplace) {
+    return resultOfCall(uninterrupted([=] { return ::rename(from, to); }));
+  }
+  const int renamed =
+      uninterrupted([=] { return ::renameat2(AT_FDCWD, from, AT_FDCWD, to, RENAME_NOREPLACE); });
+  if (renamed == 0 || (errno != EINVAL && errno != ENOSYS)) return resultOfCall(renamed);
+  // A file system that can't do that in one step: for a moment the file has both names.
+  const FileResult result = resultOfCall(uninterrupted([=] { return ::link(from, to); }));
+  if (result == FileResult::kDone) ::unlink(from);
+  return result;
+}
+
+// A network mount may call it a failure although it was done, and so may a signal.
+FileResult SiblingFile::takeName(Naming naming) const {
+  if (!hasName(ownPath_)) return FileResult::kBusy;
+  const FileResult result = rename(naming);
+  return result == FileResult::kDone || !hasName(path_) ? result : FileResult::kDone;
+}
+
+// Nothing may fail once the file has the name.
+FileResult SiblingFile::finish(Naming naming, Safety safety, File* finished) {
+  FileResult result = flush();
+  const bool isOnDisk = safety == Safety::kOnDisk;
+  if (result == FileResult::kDone && isOnDisk && !file_.sync()) result = FileResult::kFailed;
+  if (result == FileResult::kDone && !file_.refresh()) result = FileResult::kFailed;
+  if (result == FileResult::kDone) result = takeName(naming);
+  if (result != FileResult::kDone) return result;
+  if (isOnDisk) syncParentOf(path_, file_.descriptor_);
+  File done = std::move(file_);
+  if (finished != nullptr) *finished = std::move(done);
+  return FileResult::kDone;
+}
+
+FileResult SiblingFile::replaceBeside(const File* old, std::string_view bytes, File* placed) {
+  FileResult result = file_.isOpen() ? FileResult::kDone : FileResult::kRefused;
+  if (result == FileResult::kDone && old != nullptr) result = imitate(*old);
+  if (result == FileResult::kDone) result = write(bytes);
+  return result == FileResult::kDone ? finish(Naming::kReplace, Safety::kOnDisk, placed) : result;
+}
+
+FileResult SiblingFile::replace(const File* old, std::string_view bytes, File* placed) {
+  if (placed != nullptr) placed->close();
+  const FileResult result = replaceBeside(old, bytes, placed);
+  if (result != FileResult::kRefused || old == nullptr) return result;
+  return overwriteInPlace(*old, bytes) ? FileResult::kDone : FileResult::kFailed;
+}
+
+FileResult replaceFile(const std::string& path, const File* old, std::string_view bytes,
+                       File* placed) {
+  SiblingFile sibling;
+  const FileResult opened = sibling.open(path);
+  const bool canGoOn = opened == FileResult::kDone || opened == FileResult::kRefused;
+  return canGoOn ? sibling.replace(old, bytes, placed) : opened;
+}
+
+}  // namespace os

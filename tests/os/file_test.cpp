@@ -1,0 +1,174 @@
+// Tests of open files: what is opened, held, read and added to, and of the places files are in.
+#include "os/file.h"
+
+#include <gtest/gtest.h>
+#include <sys/file.h>
+#include <sys/stat.h>
+
+#include <cerrno>
+#include <filesystem>
+
+#include "os/directory.h"
+#include "os/systemcalls.h"
+#include "support/files.h"
+#include "support/sizelimit.h"
+#include "support/table.h"
+
+namespace os {
+namespace {
+
+using os_test::Call;
+using os_test::SystemCalls;
+
+class FileTest : public testing::Test {
+ protected:
+  void SetUp() override { support::writeFile(path_, "old"); }
+  // As another process does that puts a new file in the old one's place.
+  void putAnother() const {
+    support::writeFile(path_ + "2", "another");
+    std::filesystem::rename(path_ + "2", path_);
+  }
+
+  const support::TemporaryDirectory directory_;
+  const std::string path_ = directory_ / "f";
+  File file_;
+};
+
+TEST_F(FileTest, OpensRegularFilesOnlyAndNeverWaits) {
+  const std::string pipe = directory_ / "pipe";
+  ASSERT_EQ(::mkfifo(pipe.c_str(), 0600), 0);
+  std::filesystem::create_symlink("f", directory_ / "link");
+  std::filesystem::create_symlink("none", directory_ / "dangling");
+  for (const File::Access access : {File::Access::kRead, File::Access::kUpdate}) {
+    EXPECT_EQ(file_.open(path_.c_str(), access), FileResult::kDone);
+    EXPECT_EQ(file_.open((directory_ / "link").c_str(), access), FileResult::kDone);
+    EXPECT_EQ(file_.open((directory_ / "dangling").c_str(), access), FileResult::kMissing);
+    EXPECT_EQ(file_.open((path_ + "/x").c_str(), access), FileResult::kMissing);
+    EXPECT_EQ(file_.open(directory_.path().c_str(), access), FileResult::kRefused);
+    EXPECT_EQ(file_.open(pipe.c_str(), access), FileResult::kRefused);
+    EXPECT_FALSE(file_.isOpen());
+  }
+  EXPECT_EQ(file_.openLocked((directory_ / "link").c_str()), FileResult::kRefused);
+}
+
+// What is locked must be what has the name, even if another file came between open and lock.
+TEST_F(FileTest, HoldsTheFileThatHasTheName) {
+  {
+    bool isDone = false;
+    const SystemCalls calls([&](const Call& call) {
+      if (call.name == "flock" && !std::exchange(isDone, true)) putAnother();
+      return 0;
+    });
+    ASSERT_EQ(file_.openLocked(path_.c_str()), FileResult::kDone);
+  }
+  EXPECT_EQ(file_.size(), 7u);
+  File other;
+  EXPECT_EQ(other.openLocked(path_.c_str()), FileResult::kBusy);
+  EXPECT_TRUE(file_.isNamedBy(path_.c_str()));
+  putAnother();
+  EXPECT_FALSE(file_.isNamedBy(path_.c_str()));
+  EXPECT_EQ(other.openLocked(path_.c_str()), FileResult::kDone);
+  std::filesystem::create_symlink("f", directory_ / "link");
+  EXPECT_TRUE(other.isNamedBy((directory_ / "link").c_str()));
+  EXPECT_FALSE(other.isNamedBy((directory_ / "link").c_str(), File::Links::kNot));
+  for (const int error : {ENOLCK, ENOSYS, EOPNOTSUPP}) {
+    const SystemCalls calls([=](const Call& call) { return call.name == "flock" ? error : 0; });
+    EXPECT_EQ(file_.openLocked(path_.c_str()), FileResult::kNoLocks);
+  }
+}
+
+// After a lock the server is asked, and the name looked up anew.
+TEST_F(FileTest, AsksTheServerWhatOthersMayHaveChanged) {
+  ASSERT_EQ(file_.open(path_.c_str(), File::Access::kUpdate), FileResult::kDone);
+  support::writeFile(path_, "grown by another");
+  const auto countsAsAsked = [](const Call& call) {
+    return call.name == "statx" && (call.flags & AT_STATX_FORCE_SYNC) == 0 ? EIO : 0;
+  };
+  const SystemCalls calls(countsAsAsked);
+  EXPECT_TRUE(file_.append(", and on"));
+  EXPECT_EQ(calls.log("statx pwrite"), "statx f, pwrite f");
+  EXPECT_EQ(support::readFile(path_), "grown by another, and on");
+  EXPECT_TRUE(file_.isNamedBy(path_.c_str()));
+  EXPECT_EQ(calls.log("open statx pwrite"), "statx f, pwrite f, open f, statx f");
+  for (const int error : {ENOSYS, EPERM}) {  // As old systems and narrow containers answer.
+    const SystemCalls none([=](const Call& call) { return call.name == "statx" ? error : 0; });
+    EXPECT_TRUE(file_.refresh());
+    EXPECT_EQ(file_.size(), 24u);
+    EXPECT_TRUE(file_.isNamedBy(path_.c_str()));
+  }
+}
+
+TEST_F(FileTest, AppendsAllOrNothing) {
+  ASSERT_EQ(file_.open(path_.c_str(), File::Access::kUpdate), FileResult::kDone);
+  {
+    const support::SizeLimit full(5);
+    EXPECT_FALSE(file_.append("more"));
+  }
+  EXPECT_EQ(support::readFile(path_), "old");
+  EXPECT_EQ(appendToFile(path_.c_str(), "er"), FileResult::kDone);
+  EXPECT_EQ(support::readFile(path_), "older");
+}
+
+TEST_F(FileTest, ReadsAllOrFails) {
+  std::string text = "untouched";
+  EXPECT_EQ(readFile(path_.c_str(), 2, &text), FileResult::kTooLarge);
+  {
+    const SystemCalls calls([](const Call& call) { return call.name == "pread" ? EIO : 0; });
+    EXPECT_EQ(readFile(path_.c_str(), 3, &text), FileResult::kFailed);
+  }
+  EXPECT_EQ(text, "untouched");
+  // The file is written where it stands, longer or shorter, just before it is read.
+  for (const char* now : {"longer than it was", "no"}) {
+    support::writeFile(path_, "old");
+    bool isDone = false;
+    const SystemCalls calls([&](const Call& call) {
+      if (call.name == "pread" && !std::exchange(isDone, true)) support::writeFile(path_, now);
+      return 0;
+    });
+    FileStatus status;
+    EXPECT_EQ(readFile(path_.c_str(), 100, &text, &status), FileResult::kDone);
+    EXPECT_EQ(text, now);
+    EXPECT_EQ(status.size, text.size());
+  }
+}
+
+TEST_F(FileTest, GoesOnWhenASignalComes) {
+  const auto interrupted = [](std::string last) {
+    return [last](const Call& call) mutable {
+      return std::exchange(last, call.name) == call.name ? 0 : EINTR;
+    };
+  };
+  const SystemCalls calls(interrupted(""));
+  ASSERT_EQ(file_.openLocked(path_.c_str()), FileResult::kDone);
+  EXPECT_TRUE(file_.append("er"));
+  EXPECT_TRUE(file_.setSize(4));
+  EXPECT_TRUE(file_.sync());
+  std::string text;
+  EXPECT_EQ(file_.readAll(100, &text), FileResult::kDone);
+  EXPECT_EQ(text, "olde");
+  EXPECT_TRUE(makeDirectories(directory_ / "a/b"));
+  EXPECT_EQ(removeFile(path_.c_str()), FileResult::kDone);
+}
+
+TEST(Places, AreFoundAndMade) {
+  const auto parents = support::table<2>(
+      "a -> . | /a -> / | / -> / | a/b -> a | /a/b -> /a | a/b/ -> a | a//b -> a/ | /a/ -> /");
+  for (const auto& [path, want] : parents) EXPECT_EQ(parentOf(path), want) << path;
+  const support::TemporaryDirectory directory;
+  EXPECT_TRUE(makeDirectories(directory / "a/b/c"));
+  EXPECT_TRUE(makeDirectories(directory / "a/b/c")) << "they are there";
+  support::writeFile(directory / "a/f", "");
+  EXPECT_FALSE(makeDirectories(directory / "a/f"));
+  EXPECT_FALSE(makeDirectories(directory / "a/f/g"));
+  std::filesystem::create_symlink("b/../f", directory / "a/one");
+  std::filesystem::create_symlink(directory / "a/one", directory / "two");
+  std::filesystem::create_symlink("none", directory / "a/dangling");
+  std::filesystem::create_symlink("round", directory / "round");
+  EXPECT_EQ(linkTarget(directory / "two"), directory / "a/b/../f");
+  EXPECT_EQ(linkTarget(directory / "a/dangling"), directory / "a/none");
+  EXPECT_EQ(linkTarget(directory / "none"), directory / "none");
+  EXPECT_EQ(linkTarget(directory / "round"), directory / "round");
+}
+
+}  // namespace
+}  // namespace os
