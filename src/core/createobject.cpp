@@ -17,10 +17,10 @@ TVHandle createObject(const VClassRecord* record, const TVHandle& parentHandle,
   if (!edit.taken() || (owner != nullptr && owner->isDeleted())) return TVHandle();
 
   TVHandle result = options.context(parent);
-  TVObject* fresh = make(*rules, result, owner, options.caching);
+  std::unique_ptr<TVObject> fresh = make(*rules, result, owner, options.caching);
   if (fresh == nullptr) return TVHandle();
-  VBool known;
-  result.attach(TVObject::mergeIntoCache(fresh, &known));
+  bool known = false;
+  result.attach(TVObject::mergeIntoCache(std::move(fresh), &known));
   if (known) return result;
   try {
     result.object()->createStorage(result);

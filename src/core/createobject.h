@@ -23,8 +23,8 @@ struct TVCreateOptions {
 };
 
 // Builds the object by the rules found for it; null to give up, after a report to the context.
-using TVMakeObject = std::function<TVObject*(TVFolderOptions& rules, TVHandle& context,
-                                             TVObject* owner, TVCaching caching)>;
+using TVMakeObject = std::function<std::unique_ptr<TVObject>(
+    TVFolderOptions& rules, TVHandle& context, TVObject* owner, TVCaching caching)>;
 
 // Creates a record of a class under its parent, or answers with the one that exists. A new one
 // makes its storage and is appended to its owner's file. Gives a handle without an object where the

@@ -1,6 +1,7 @@
 // core/object.cpp: references, uses, edits and the cache of children.
 #include "core/object.h"
 
+#include <atomic>
 #include <deque>
 #include <limits>
 
@@ -17,11 +18,6 @@ namespace {
 uint64_t theKeyChanges = 0;
 
 }  // namespace
-
-TVStorageLock* TVStorageLock::none() {
-  static auto* lock = new TVStorageLock;
-  return lock;
-}
 
 TVObject::TVObject(TVObject* owner, TVCaching caching)
     : transient_(caching == TVCaching::kTransient), owner_(owner) {}
@@ -60,15 +56,17 @@ uint64_t TVObject::fingerprint() const {
 // What an object without storage answers
 // -----------------------------------------------------------
 
-TVStorageLock* TVObject::lockStorage(TVHandle&) { return TVStorageLock::none(); }
-int TVObject::writeData(TVHandle&, TVStorageLock*) { return 0; }
-bool TVObject::unlockStorage(TVHandle&, TVStorageLock*, bool keep) { return keep; }
-int TVObject::writeChild(TVHandle&, TVStorageLock*) { return 0; }
-int TVObject::writeNewChild(TVHandle& context, TVStorageLock* ownerLock) {
+std::unique_ptr<TVStorageLock> TVObject::lockStorage(TVHandle&) {
+  return std::make_unique<TVStorageLock>();
+}
+int TVObject::writeData(TVHandle&, TVStorageLock&) { return 0; }
+bool TVObject::unlockStorage(TVHandle&, std::unique_ptr<TVStorageLock>, bool keep) { return keep; }
+int TVObject::writeChild(TVHandle&, TVStorageLock&) { return 0; }
+int TVObject::writeNewChild(TVHandle& context, TVStorageLock& ownerLock) {
   return writeChild(context, ownerLock);
 }
 int TVObject::readData(TVHandle&, TVStorageLock*) { return 0; }
-bool TVObject::mayUpdate(TVHandle&, TVStorageLock*) { return true; }
+bool TVObject::mayUpdate(TVHandle&, TVStorageLock&) { return true; }
 void TVObject::createStorage(TVHandle&) {}
 void TVObject::removeStorage(TVHandle&) {}
 VBool TVObject::isStale(TVHandle&) { return false; }
@@ -190,8 +188,7 @@ TVObject* TVObject::findAncestor(const VClassRecord* record) {
 // The two waits only stop a bad nesting on one object from going on: nothing else runs in here that
 // could end them.
 void TVObject::acquireBusy() {
-  while (*const_cast<const volatile bool*>(&busy_)) {
-  }
+  while (busy_) std::atomic_signal_fence(std::memory_order_seq_cst);
   busy_ = true;
 }
 
@@ -220,7 +217,7 @@ void TVObject::endUse() {
 // What could not be read to its end says nothing about what is gone.
 void TVObject::reload(TVHandle& context) {
   for (TVObject* child : childrenInOrder()) child->unseen_ = true;
-  readData(context, lockData_);
+  readData(context, lockData_.get());
   lostChildren_ = false;
   const bool complete = readWasComplete();
   const std::vector<TVObject*> left = childrenInOrder();
@@ -232,8 +229,7 @@ void TVObject::reload(TVHandle& context) {
 }
 
 VBool TVObject::beginEdit(TVHandle& context) {
-  while (*const_cast<TVStorageLock* const volatile*>(&lockData_) != nullptr) {
-  }
+  while (lockData_ != nullptr) std::atomic_signal_fence(std::memory_order_seq_cst);
   lockData_ = lockStorage(context);
   if (lockData_ == nullptr) return false;
   keepWrites_ = true;
@@ -241,7 +237,7 @@ VBool TVObject::beginEdit(TVHandle& context) {
   try {
     // A rewrite needs all children in memory, and without a use they go with their handles.
     if (lostChildren_ || isStale(context)) reload(context);
-    ready = mayUpdate(context, lockData_);
+    ready = mayUpdate(context, *lockData_);
   } catch (...) {
     abandonStorage(context);
     throw;
@@ -251,9 +247,7 @@ VBool TVObject::beginEdit(TVHandle& context) {
 }
 
 bool TVObject::giveUpStorage(TVHandle& context) {
-  TVStorageLock* lock = lockData_;
-  lockData_ = nullptr;
-  return unlockStorage(context, lock, keepWrites_);
+  return unlockStorage(context, std::move(lockData_), keepWrites_);
 }
 
 void TVObject::abandonStorage(TVHandle& context) {
@@ -294,11 +288,11 @@ void TVObject::revert(TVHandle& context) {
 
 // Writes all children anew. A pass that stops early leaves the old files as they are.
 void TVObject::rewrite(TVHandle& context) {
-  keepWrites_ = writeData(context, lockData_) == 0;
+  keepWrites_ = writeData(context, *lockData_) == 0;
   if (!keepWrites_) return;
   for (TVObject* child : childrenInOrder()) {
     if (child->deleted_) continue;
-    if (child->writeChild(context, lockData_) == 0) continue;
+    if (child->writeChild(context, *lockData_) == 0) continue;
     keepWrites_ = false;
     return;
   }
@@ -306,35 +300,29 @@ void TVObject::rewrite(TVHandle& context) {
 
 int TVObject::writeInOwner(TVHandle& context) {
   if (deleted_ || owner_ == nullptr || owner_->lockData_ == nullptr) return kResultDone;
-  return writeNewChild(context, owner_->lockData_);
+  return writeNewChild(context, *owner_->lockData_);
 }
 
 // The cache
 // ----------------------------------------------------------------------------------------
 
-TVObject* TVObject::mergeIntoCache(TVObject* fresh, VBool* known) {
+TVObject* TVObject::mergeIntoCache(std::unique_ptr<TVObject> fresh, bool* known) {
   TVObject* owner = fresh->owner_;
-  if (owner == nullptr) {
-    if (known != nullptr) *known = false;
-    return fresh;
-  }
-  TVObject* object = fresh;
-  bool revived;
-  auto* cached = static_cast<TVObject*>(owner->children_.find(fresh));
-  if (cached == nullptr) {
-    revived = !fresh->transient_;
-    if (revived) {
-      owner->children_.add(fresh);
-      if (owner->useCount_ > 0) fresh->addReference(owner->useCount_);
-    }
+  auto* object =
+      owner == nullptr ? nullptr : static_cast<TVObject*>(owner->children_.find(fresh.get()));
+  bool revived = false;
+  if (object != nullptr) {
+    fresh.reset();
+    revived = object->deleted_;
+    object->unseen_ = false;
   } else {
-    revived = cached->deleted_;
-    delete fresh;
-    cached->unseen_ = false;
-    object = cached;
+    revived = owner != nullptr && !fresh->transient_;
+    if (revived) owner->children_.add(fresh.get());
+    object = fresh.release();
+    if (revived && owner->useCount_ > 0) object->addReference(owner->useCount_);
   }
   if (revived) owner->announce(object);
-  if (known != nullptr) *known = !revived;
+  if (known != nullptr) *known = owner != nullptr && !revived;
   return object;
 }
 

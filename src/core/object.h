@@ -12,6 +12,7 @@
 
 #include <array>
 #include <cstdint>
+#include <memory>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -31,12 +32,11 @@ class TVGetOptions;
 class TVPutOptions;
 struct TVUnlockOptions;
 
-// What lockStorage() gives. Storage classes derive from it; objects without storage share one that
-// means nothing.
+// What lockStorage() gives: it holds the storage for as long as it lives. Storage classes derive
+// from it; that of an object without storage is this one, and means nothing.
 class TVStorageLock {
  public:
   virtual ~TVStorageLock() = default;
-  static TVStorageLock* none();
 };
 
 // Format versions: of an object, and of the rules for its class (folderoptions.h).
@@ -75,22 +75,22 @@ class TVObject : public VObject {
   // Number of cached children.
   virtual int childCount() const { return children_.size(); }
   // Takes this object's storage for an update. Null on failure, which has been reported.
-  virtual TVStorageLock* lockStorage(TVHandle& context);
+  virtual std::unique_ptr<TVStorageLock> lockStorage(TVHandle& context);
   // Starts a rewrite of the storage. Non-zero stops the write of the children.
-  virtual int writeData(TVHandle& context, TVStorageLock* lock);
+  virtual int writeData(TVHandle& context, TVStorageLock& lock);
   // Gives the storage up. `keep` false drops what was written since lockStorage(). Tells whether
   // all that was written is stored now; why not has been reported.
-  virtual bool unlockStorage(TVHandle& context, TVStorageLock* lock, bool keep);
+  virtual bool unlockStorage(TVHandle& context, std::unique_ptr<TVStorageLock> lock, bool keep);
   // Writes this object's record into its owner's open storage. 0 on success.
-  virtual int writeChild(TVHandle& context, TVStorageLock* ownerLock);
+  virtual int writeChild(TVHandle& context, TVStorageLock& ownerLock);
   // The same for a new object, whose record must not be written in part.
-  virtual int writeNewChild(TVHandle& context, TVStorageLock* ownerLock);
+  virtual int writeNewChild(TVHandle& context, TVStorageLock& ownerLock);
   // Reads this object's children, each through mergeIntoCache(). `lock` is null outside an edit.
   virtual int readData(TVHandle& context, TVStorageLock* lock);
   // Whether the last readData() met all that is stored; what it did not meet goes only then.
   virtual bool readWasComplete() const { return true; }
   // Whether an edit under `lock` may go on after the last read. Reports why not.
-  virtual bool mayUpdate(TVHandle& context, TVStorageLock* lock);
+  virtual bool mayUpdate(TVHandle& context, TVStorageLock& lock);
   // Makes what a new object needs on disk, before its record is written.
   virtual void createStorage(TVHandle& context);
   // Removes what this object has on disk.
@@ -163,9 +163,14 @@ class TVObject : public VObject {
   void destroyObject(TVHandle& context, TVRemoval removal);
   void destroyChildren(TVHandle& context, TVRemoval removal);
 
-  // Gives a freshly built object to its owner's cache. Where an equal one is cached already, the
-  // fresh one is deleted and the cached one given; *known tells which.
-  static TVObject* mergeIntoCache(TVObject* fresh, VBool* known);
+  // Gives a freshly built object to its owner's cache, and with it to the references on it. Where
+  // an equal one is cached already, the fresh one is deleted and the cached one given; *known tells
+  // which.
+  template <typename Object>
+  static Object* mergeIntoCache(std::unique_ptr<Object> fresh, bool* known = nullptr) {
+    return static_cast<Object*>(mergeIntoCache(std::unique_ptr<TVObject>(std::move(fresh)), known));
+  }
+  static TVObject* mergeIntoCache(std::unique_ptr<TVObject> fresh, bool* known = nullptr);
 
   // This object or its nearest owner of a class; null if there is none.
   TVObject* findAncestor(const VClassRecord* record);
@@ -185,7 +190,7 @@ class TVObject : public VObject {
   void setNotifyHandles(bool notify) { notifyHandles_ = notify; }
   int useCount() const { return useCount_; }
   int referenceCount() const { return refCount_; }
-  TVStorageLock* storageLock() const { return lockData_; }
+  TVStorageLock* storageLock() const { return lockData_.get(); }
 
   // Guards the building and tearing of a child list.
   void acquireBusy();
@@ -245,7 +250,7 @@ class TVObject : public VObject {
   mutable uint64_t fingerprint_ = 0;  // 0 until it is asked for.
   int useCount_ = 0;
   int refCount_ = 0;
-  TVStorageLock* lockData_ = nullptr;
+  std::unique_ptr<TVStorageLock> lockData_;
   TVObject* owner_;              // Not owned; null for a root and once destroyed.
   TVHandle* handles_ = nullptr;  // All handles attached here, linked through the handles.
   TVHash children_;

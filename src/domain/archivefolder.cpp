@@ -121,10 +121,11 @@ TVArchiveFolderOptions::TVArchiveFolderOptions(int version,
     : TVFolderOptions(&TVArchiveFolder::theClass, version, TVSortType::kName,
                       std::move(childClasses)) {}
 
-TVObject* TVArchiveFolderOptions::makeObject(const VString& name, const VString& privateWorkDir,
-                                             VBool isPrivate, TVHandle&, TVObject* owner,
-                                             TVCaching caching) {
-  return new TVArchiveFolder(name, privateWorkDir, isPrivate, owner, caching);
+std::unique_ptr<TVObject> TVArchiveFolderOptions::makeObject(const VString& name,
+                                                             const VString& privateWorkDir,
+                                                             VBool isPrivate, TVHandle&,
+                                                             TVObject* owner, TVCaching caching) {
+  return std::make_unique<TVArchiveFolder>(name, privateWorkDir, isPrivate, owner, caching);
 }
 
 VString TVArchiveFolderHandle::folderName() const {

@@ -52,8 +52,9 @@ class TVArchiveFolder : public TVObject {
 class TVArchiveFolderOptions : public TVFolderOptions {
  public:
   explicit TVArchiveFolderOptions(int version = kAbstractVersion);
-  virtual TVObject* makeObject(const VString& name, const VString& privateWorkDir, VBool isPrivate,
-                               TVHandle& context, TVObject* owner, TVCaching caching);
+  virtual std::unique_ptr<TVObject> makeObject(const VString& name, const VString& privateWorkDir,
+                                               VBool isPrivate, TVHandle& context, TVObject* owner,
+                                               TVCaching caching);
 
  protected:
   TVArchiveFolderOptions(int version, std::vector<const VClassRecord*> childClasses);

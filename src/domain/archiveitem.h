@@ -58,7 +58,8 @@ class TVArchiveItemOptions : public TVFolderOptions {
   TVArchiveItemOptions(const VClassRecord* objectClass, int version,
                        std::vector<const VClassRecord*> childClasses);
   // Builds an item of the class under a name.
-  virtual TVObject* makeObject(const VString& name, TVObject* owner, TVCaching caching) = 0;
+  virtual std::unique_ptr<TVObject> makeObject(const VString& name, TVObject* owner,
+                                               TVCaching caching) = 0;
 };
 
 // The rule record of a class of items that are made from a name alone.
@@ -67,8 +68,9 @@ class TVNamedItemOptions : public TVArchiveItemOptions {
  public:
   TVNamedItemOptions(int version, std::vector<const VClassRecord*> childClasses = {})
       : TVArchiveItemOptions(&Item::theClass, version, std::move(childClasses)) {}
-  TVObject* makeObject(const VString& name, TVObject* owner, TVCaching caching) override {
-    return new Item(name, 0, owner, caching);
+  std::unique_ptr<TVObject> makeObject(const VString& name, TVObject* owner,
+                                       TVCaching caching) override {
+    return std::make_unique<Item>(name, 0, owner, caching);
   }
 };
 

@@ -239,9 +239,9 @@ TVArchiveMemberOptions::TVArchiveMemberOptions(int version)
     : TVFolderOptions(&TVArchiveMember::theClass, version, TVSortType::kWorkPath,
                       {&TVBranch::theClass}) {}
 
-TVObject* TVArchiveMemberOptions::makeObject(const TVMemberNames& names, TVHandle&, TVObject* owner,
-                                             TVCaching caching) {
-  return new TVArchiveMember(names, owner, caching);
+std::unique_ptr<TVObject> TVArchiveMemberOptions::makeObject(const TVMemberNames& names, TVHandle&,
+                                                             TVObject* owner, TVCaching caching) {
+  return std::make_unique<TVArchiveMember>(names, owner, caching);
 }
 
 // The handle

@@ -91,8 +91,8 @@ class TVArchiveMember : public TVObject {
 class TVArchiveMemberOptions : public TVFolderOptions {
  public:
   explicit TVArchiveMemberOptions(int version = kAbstractVersion);
-  virtual TVObject* makeObject(const TVMemberNames& names, TVHandle& context, TVObject* owner,
-                               TVCaching caching);
+  virtual std::unique_ptr<TVObject> makeObject(const TVMemberNames& names, TVHandle& context,
+                                               TVObject* owner, TVCaching caching);
 };
 
 class TVArchiveMemberHandle : public TVHandle {

@@ -39,10 +39,10 @@ TVLockedByFolderOptions::TVLockedByFolderOptions()
     : TVFolderOptions(&TVLockedByFolder::theClass, kAbstractVersion, TVSortType::kName,
                       {&TVArchiveMember::theClass}) {}
 
-TVObject* TVLockedByFolderOptions::makeObject(const VString& lockerName,
-                                              const VString& privateWorkDir, TVObject* owner,
-                                              TVCaching caching) {
-  return new TVLockedByFolder(lockerName, privateWorkDir, owner, caching);
+std::unique_ptr<TVObject> TVLockedByFolderOptions::makeObject(const VString& lockerName,
+                                                              const VString& privateWorkDir,
+                                                              TVObject* owner, TVCaching caching) {
+  return std::make_unique<TVLockedByFolder>(lockerName, privateWorkDir, owner, caching);
 }
 
 VString TVLockedByFolderHandle::lockerName() const {

@@ -28,8 +28,8 @@ class TVLockedByFolder : public TVArchiveFolder {
 class TVLockedByFolderOptions : public TVFolderOptions {
  public:
   TVLockedByFolderOptions();
-  TVObject* makeObject(const VString& lockerName, const VString& privateWorkDir, TVObject* owner,
-                       TVCaching caching);
+  std::unique_ptr<TVObject> makeObject(const VString& lockerName, const VString& privateWorkDir,
+                                       TVObject* owner, TVCaching caching);
 };
 
 class TVLockedByFolderHandle : public TVArchiveFolderHandle {

@@ -40,11 +40,11 @@ TVProjectFolderOptions::TVProjectFolderOptions(int version)
                           : std::vector{&TVArchiveFolder::theClass, &TVLockedByFolder::theClass,
                                         &TVArchiveMember::theClass}) {}
 
-TVObject* TVProjectFolderOptions::makeObject(const VString& name, const TVProjectConfig& config,
-                                             const VString& privateWorkDir,
-                                             const VString& publicWorkDir, TVHandle&,
-                                             TVObject* owner, TVCaching caching) {
-  return new TVProjectFolder(name, config, privateWorkDir, publicWorkDir, owner, caching);
+std::unique_ptr<TVObject> TVProjectFolderOptions::makeObject(
+    const VString& name, const TVProjectConfig& config, const VString& privateWorkDir,
+    const VString& publicWorkDir, TVHandle&, TVObject* owner, TVCaching caching) {
+  return std::make_unique<TVProjectFolder>(name, config, privateWorkDir, publicWorkDir, owner,
+                                           caching);
 }
 
 VString TVProjectFolderHandle::publicDir() const {

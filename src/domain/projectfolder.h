@@ -49,9 +49,10 @@ class TVProjectFolder : public TVArchiveFolder {
 class TVProjectFolderOptions : public TVFolderOptions {
  public:
   explicit TVProjectFolderOptions(int version = kAbstractVersion);
-  virtual TVObject* makeObject(const VString& name, const TVProjectConfig& config,
-                               const VString& privateWorkDir, const VString& publicWorkDir,
-                               TVHandle& context, TVObject* owner, TVCaching caching);
+  virtual std::unique_ptr<TVObject> makeObject(const VString& name, const TVProjectConfig& config,
+                                               const VString& privateWorkDir,
+                                               const VString& publicWorkDir, TVHandle& context,
+                                               TVObject* owner, TVCaching caching);
 };
 
 class TVProjectFolderHandle : public TVArchiveFolderHandle {

@@ -31,9 +31,10 @@ TVProjectRootOptions::TVProjectRootOptions(int version)
     : TVFolderOptions(&TVProjectRoot::theClass, version, TVSortType::kName,
                       {&TVProjectFolder::theClass}) {}
 
-TVObject* TVProjectRootOptions::makeObject(const VString& publicDir, const VString& privateDir,
-                                           TVHandle&, TVObject* owner, TVCaching caching) {
-  return new TVProjectRoot(publicDir, privateDir, owner, caching);
+std::unique_ptr<TVObject> TVProjectRootOptions::makeObject(const VString& publicDir,
+                                                           const VString& privateDir, TVHandle&,
+                                                           TVObject* owner, TVCaching caching) {
+  return std::make_unique<TVProjectRoot>(publicDir, privateDir, owner, caching);
 }
 
 VString TVProjectRootHandle::publicDir() const {

@@ -40,8 +40,9 @@ class TVProjectRoot : public TVObject {
 class TVProjectRootOptions : public TVFolderOptions {
  public:
   explicit TVProjectRootOptions(int version = kAbstractVersion);
-  virtual TVObject* makeObject(const VString& publicDir, const VString& privateDir,
-                               TVHandle& context, TVObject* owner, TVCaching caching);
+  virtual std::unique_ptr<TVObject> makeObject(const VString& publicDir, const VString& privateDir,
+                                               TVHandle& context, TVObject* owner,
+                                               TVCaching caching);
 };
 
 class TVProjectRootHandle : public TVHandle {

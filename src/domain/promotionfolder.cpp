@@ -29,9 +29,9 @@ TVPromotionFolderOptions::TVPromotionFolderOptions(int version)
                       {version == kAbstractVersion ? &TVPromotionFolder::theClass
                                                    : &TVProjectFolder::theClass}) {}
 
-TVObject* TVPromotionFolderOptions::makeObject(const VString& name, TVObject* owner,
-                                               TVCaching caching) {
-  return new TVPromotionFolder(name, owner, caching);
+std::unique_ptr<TVObject> TVPromotionFolderOptions::makeObject(const VString& name, TVObject* owner,
+                                                               TVCaching caching) {
+  return std::make_unique<TVPromotionFolder>(name, owner, caching);
 }
 
 void TVPromotionFolder::setPromotionName(const VString& name) {

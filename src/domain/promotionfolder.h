@@ -31,7 +31,7 @@ class TVPromotionFolder : public TVObject {
 class TVPromotionFolderOptions : public TVFolderOptions {
  public:
   explicit TVPromotionFolderOptions(int version = kAbstractVersion);
-  TVObject* makeObject(const VString& name, TVObject* owner, TVCaching caching);
+  std::unique_ptr<TVObject> makeObject(const VString& name, TVObject* owner, TVCaching caching);
 };
 
 class TVPromotionFolderHandle : public TVHandle {

@@ -50,9 +50,12 @@ TVRevisionOptions::TVRevisionOptions(int version)
     : TVFolderOptions(&TVRevision::theClass, version, TVSortType::kNumber,
                       revisionChildren(version)) {}
 
-TVObject* TVRevisionOptions::makeObject(const VString& name, const TVRevisionTexts& texts,
-                                        VBool isLocked, TVObject* owner, TVCaching caching) {
-  return new TVRevision(name, texts, isLocked, lastNumber(name.view()), owner, caching);
+std::unique_ptr<TVObject> TVRevisionOptions::makeObject(const VString& name,
+                                                        const TVRevisionTexts& texts,
+                                                        VBool isLocked, TVObject* owner,
+                                                        TVCaching caching) {
+  return std::make_unique<TVRevision>(name, texts, isLocked, lastNumber(name.view()), owner,
+                                      caching);
 }
 
 TVRevisionHandle TVRevisionHandle::create(const VString& name, const TVRevisionTexts& texts,

@@ -37,8 +37,8 @@ class TVRevision : public TVArchiveItem {
 class TVRevisionOptions : public TVFolderOptions {
  public:
   explicit TVRevisionOptions(int version = kAbstractVersion);
-  virtual TVObject* makeObject(const VString& name, const TVRevisionTexts& texts, VBool isLocked,
-                               TVObject* owner, TVCaching caching);
+  virtual std::unique_ptr<TVObject> makeObject(const VString& name, const TVRevisionTexts& texts,
+                                               VBool isLocked, TVObject* owner, TVCaching caching);
 };
 
 class TVRevisionHandle : public TVArchiveItemHandle {

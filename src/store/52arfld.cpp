@@ -45,8 +45,17 @@ const VString& storageDirOf(const TVObject* owner, Side side) {
 
 TVArchiveFolder52::TVArchiveFolder52(VString name, VString privateWorkDir, VBool isPrivate,
                                      TVObject* owner, TVCaching caching)
-    : TVArchiveFolder(std::move(name), std::move(privateWorkDir), isPrivate, owner, caching),
-      files_("trvsfold.pub", "trvsfold.prv") {}
+    : TVFileOwner52(TVDataFilePair("trvsfold.pub", "trvsfold.prv"), std::move(name),
+                    std::move(privateWorkDir), isPrivate, owner, caching) {}
+
+std::span<const Side> TVArchiveFolder52::sides() const {
+  const std::span both(kBothSides);
+  return isPrivate() ? both.last(1) : both.first(1);
+}
+
+std::span<const Side> TVArchiveFolder52::recordSides() const {
+  return isPrivate() ? sides() : kBothSides;
+}
 
 std::string TVArchiveFolder52::record(Side side) const {
   std::string text = "[FOLDER=" + folderName().str() + "]\n";
@@ -56,92 +65,52 @@ std::string TVArchiveFolder52::record(Side side) const {
   return text + "\n";
 }
 
-int TVArchiveFolder52::writeChild(TVHandle& context, TVStorageLock* ownerLock) {
-  auto* writer = static_cast<TVDataFileWriter*>(ownerLock);
-  if (writer == nullptr) return 0;
-  int result = 0;
-  for (const Side side : {Side::kPublic, Side::kPrivate}) {
-    const bool elsewhere = side == Side::kPublic && isPrivate();
-    if (elsewhere || writer->stream(side) == nullptr) continue;
-    if (writer->writeRecord(side, record(side), context) != 0) result = kResultNotWritten;
-  }
-  return result;
-}
-
-int TVArchiveFolder52::writeNewChild(TVHandle& context, TVStorageLock* ownerLock) {
-  const auto* writer = static_cast<const TVDataFileWriter*>(ownerLock);
-  if (!isPrivate() && writer->stream(Side::kPublic) == nullptr) return kResultNotWritten;
-  return writeChild(context, ownerLock);
-}
-
-// A private folder gets the public stream, of which it has none: read during its own update it
-// finds the file held by itself, and stays as it is until the next use.
-int TVArchiveFolder52::readData(TVHandle& context, TVStorageLock* lock) {
-  auto* writer = static_cast<TVDataFileWriter*>(lock);
-  const TextFile* stream = writer == nullptr ? nullptr : writer->stream(Side::kPublic);
+// A private folder is never read from its writer: during its own update it finds the file held by
+// itself, and stays as it is until the next use.
+int TVArchiveFolder52::readFiles(TVHandle& context, const TVDataFileWriter* writer) {
   if (files_.directory(ownSide()).isEmpty()) {
     assertFail("52arfld.cpp", 162);
     files_.passOver(ownSide());
-    return 0;
+    return kResultDone;
   }
-  const int code =
-      files_.read(ownSide(), this, context, kFolderSections, TVDataFile::Access::kRead, stream);
-  return code == kFolderNoMemory ? kResultNoMemory : 0;
-}
-
-VBool TVArchiveFolder52::isStale(TVHandle&) { return files_.hasChanged(ownSide()); }
-
-TVStorageLock* TVArchiveFolder52::lockStorage(TVHandle& context) {
-  return files_.beginWrite(this, context, !isPrivate(), isPrivate());
-}
-
-bool TVArchiveFolder52::mayUpdate(TVHandle& context, TVStorageLock* lock) {
-  return files_.mayUpdate(*static_cast<TVDataFileWriter*>(lock), context);
-}
-
-int TVArchiveFolder52::writeData(TVHandle&, TVStorageLock* lock) {
-  static_cast<TVDataFileWriter*>(lock)->truncate(ownSide());
-  return 0;
-}
-
-bool TVArchiveFolder52::unlockStorage(TVHandle& context, TVStorageLock* lock, bool keep) {
-  return files_.endWrite(static_cast<TVDataFileWriter*>(lock), context, keep);
+  const int code = files_.read(ownSide(), this, context, kFolderSections, TVDataFile::Access::kRead,
+                               isPrivate() ? nullptr : writer);
+  return code == kFolderNoMemory ? kResultNoMemory : kResultDone;
 }
 
 void TVArchiveFolder52::createStorage(TVHandle&) {
-  for (const Side side : {Side::kPublic, Side::kPrivate}) {
-    const bool elsewhere = side == Side::kPublic && isPrivate();
-    if (elsewhere || !files_.directory(side).isEmpty()) continue;
+  for (const Side side : recordSides()) {
+    if (!files_.directory(side).isEmpty()) continue;
     files_.setDirectory(side, makeUniqueDirectory(storageDirOf(owner(), side), folderName(), ""));
   }
 }
 
-TVObject* TVArchiveFolder52Options::makeObject(const VString& name, const VString& privateWorkDir,
-                                               VBool isPrivate, TVHandle&, TVObject* owner,
-                                               TVCaching caching) {
-  return new TVArchiveFolder52(name, privateWorkDir, isPrivate, owner, caching);
+std::unique_ptr<TVObject> TVArchiveFolder52Options::makeObject(const VString& name,
+                                                               const VString& privateWorkDir,
+                                                               VBool isPrivate, TVHandle&,
+                                                               TVObject* owner, TVCaching caching) {
+  return std::make_unique<TVArchiveFolder52>(name, privateWorkDir, isPrivate, owner, caching);
 }
 
 // Members
 // ------------------------------------------------------------------------------------------
 
 // The record lies in the owner's public file if it has one, else in the private one: never in both.
-int TVArchiveMember52::writeChild(TVHandle& context, TVStorageLock* ownerLock) {
+int TVArchiveMember52::writeChild(TVHandle& context, TVStorageLock& ownerLock) {
   recordNames_.reset();
-  auto* writer = static_cast<TVDataFileWriter*>(ownerLock);
-  if (writer == nullptr) return kResultNotWritten;
-  const Side side = writer->path(Side::kPublic).isEmpty() ? Side::kPrivate : Side::kPublic;
-  if (writer->stream(side) == nullptr) return kResultNotWritten;
+  TVDataFileWriter& writer = writerOf(ownerLock);
+  const Side side = writer.path(Side::kPublic).isEmpty() ? Side::kPrivate : Side::kPublic;
+  if (writer.stream(side) == nullptr) return kResultNotWritten;
   std::string record = "[DOCUMENT=";
   record.append(names().archivePath.view()).append(";");
   record.append(names().archiveName.view()).append(";");
   record.append(names().workPath.view()).append(";");
   record.append(names().workName.view()).append("]\n");
-  return writer->writeRecord(side, record, context);
+  return writer.writeRecord(side, record, context) ? kResultDone : kResultNotWritten;
 }
 
 // The revision tree. The branches point into the list: they move over to the new one, or lose it,
-// before the old one goes back.
+// before the old one is given back.
 int TVArchiveMember52::readData(TVHandle& context, TVStorageLock*) {
   TrvsRevTree* const old = tree_;
   tree_ = nullptr;
@@ -169,7 +138,7 @@ void TVArchiveMember52::forgetTrunk() {
 
 void TVArchiveMember52::giveBack(TrvsRevTree* tree) {
   TVToolkitBracket bracket(theNullHandle());
-  TrvsRevTreeInfo(TRVS_CONTEXT, nullptr, &tree, TRVS_TREE_RETURN);
+  static_cast<void>(TrvsRevTreeInfo(TRVS_CONTEXT, nullptr, &tree, TRVS_TREE_RETURN));
 }
 
 TVArchiveCache* TVArchiveMember52::projectCache() {
@@ -270,13 +239,14 @@ int TVArchiveMember52::describe(TVHandle& context, uint32_t* status) {
       context, [&](const ArchiveSummary& summary) { *status = statusBits(summary, user.view()); });
 }
 
-TVObject* TVArchiveMember52Options::makeObject(const TVMemberNames& names, TVHandle& context,
-                                               TVObject* owner, TVCaching caching) {
+std::unique_ptr<TVObject> TVArchiveMember52Options::makeObject(const TVMemberNames& names,
+                                                               TVHandle& context, TVObject* owner,
+                                                               TVCaching caching) {
   if (names.workName.isEmpty() && names.archiveName.isEmpty()) {
     context.sink().notice(context, FolderMessage(kFolderNoWorkfileName));
     return nullptr;
   }
-  return new TVArchiveMember52(names, owner, caching);
+  return std::make_unique<TVArchiveMember52>(names, owner, caching);
 }
 
 }  // namespace foldapi

@@ -11,50 +11,36 @@
 #include "domain/archivefolder.h"
 #include "domain/archivemember.h"
 #include "domain/tvopts.h"
-#include "store/52data.h"
+#include "store/fileowner.h"
 #include "toolkit/archiveinfo.h"
 
 namespace foldapi {
 
 class TVArchiveCache;
 
-class TVArchiveFolder52 : public TVArchiveFolder {
+class TVArchiveFolder52 : public TVFileOwner52<TVArchiveFolder> {
  public:
   TVArchiveFolder52(VString name, VString privateWorkDir, VBool isPrivate, TVObject* owner,
                     TVCaching caching = TVCaching::kCached);
 
-  int version() const override { return kFormat52; }
-  TVStorageLock* lockStorage(TVHandle& context) override;
-  int writeData(TVHandle& context, TVStorageLock* lock) override;
-  bool unlockStorage(TVHandle& context, TVStorageLock* lock, bool keep) override;
-  // Writes the folder's record into its owner's files: a public one into both. 0 or 4.
-  int writeChild(TVHandle& context, TVStorageLock* ownerLock) override;
-  // The same; 4 also for a public one if the public file isn't open.
-  int writeNewChild(TVHandle& context, TVStorageLock* ownerLock) override;
-  int readData(TVHandle& context, TVStorageLock* lock) override;
-  bool readWasComplete() const override { return files_.isComplete(); }
-  bool mayUpdate(TVHandle& context, TVStorageLock* lock) override;
-  VBool isStale(TVHandle& context) override;
   // Gives a new folder its storage directories below its owner's.
   void createStorage(TVHandle& context) override;
 
-  const VString& storageDir(Side side) const { return files_.directory(side); }
-  void setStorageDir(Side side, VString directory) {
-    files_.setDirectory(side, std::move(directory));
-  }
-
  private:
   Side ownSide() const { return isPrivate() ? Side::kPrivate : Side::kPublic; }
-  std::string record(Side side) const;
-
-  TVDataFilePair files_;
+  std::span<const Side> sides() const override;
+  int readFiles(TVHandle& context, const TVDataFileWriter* writer) override;
+  // A public folder has a record in both of its owner's files.
+  std::span<const Side> recordSides() const override;
+  std::string record(Side side) const override;
 };
 
 class TVArchiveFolder52Options : public TVArchiveFolderOptions {
  public:
   TVArchiveFolder52Options() : TVArchiveFolderOptions(kFormat52) {}
-  TVObject* makeObject(const VString& name, const VString& privateWorkDir, VBool isPrivate,
-                       TVHandle& context, TVObject* owner, TVCaching caching) override;
+  std::unique_ptr<TVObject> makeObject(const VString& name, const VString& privateWorkDir,
+                                       VBool isPrivate, TVHandle& context, TVObject* owner,
+                                       TVCaching caching) override;
 };
 
 class TVArchiveMember52 : public TVArchiveMember {
@@ -66,7 +52,7 @@ class TVArchiveMember52 : public TVArchiveMember {
   // Fetches the revision tree and builds the branch "Trunk" on it. An operation result.
   int readData(TVHandle& context, TVStorageLock* lock) override;
   // Writes the member's record into its owner's file. 0 or 4.
-  int writeChild(TVHandle& context, TVStorageLock* ownerLock) override;
+  int writeChild(TVHandle& context, TVStorageLock& ownerLock) override;
   // The status word: what the archive's summary and the present user's name say together.
   int describe(TVHandle& context, uint32_t* status) override;
 
@@ -144,8 +130,8 @@ class TVArchiveMember52Options : public TVArchiveMemberOptions {
  public:
   TVArchiveMember52Options() : TVArchiveMemberOptions(kFormat52) {}
   // Null, after a notice, for names without a workfile and without an archive.
-  TVObject* makeObject(const TVMemberNames& names, TVHandle& context, TVObject* owner,
-                       TVCaching caching) override;
+  std::unique_ptr<TVObject> makeObject(const TVMemberNames& names, TVHandle& context,
+                                       TVObject* owner, TVCaching caching) override;
 };
 
 // The sections of a "trvsfold" file.

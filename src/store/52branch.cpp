@@ -86,8 +86,8 @@ class BranchWalk {
 
   void build() {
     if (textsSeen_ != kTexts) assertFail("52branch.cpp", 96);
-    auto* fresh = new TVRevision52(number_, texts_, locked_, level_, subordinate_, &branch_);
-    auto* revision = static_cast<TVRevision52*>(TVObject::mergeIntoCache(fresh, nullptr));
+    auto* revision = TVObject::mergeIntoCache(
+        std::make_unique<TVRevision52>(number_, texts_, locked_, level_, subordinate_, &branch_));
     revision->setDetails(std::move(texts_), locked_);
     revision->setTree(subordinate_);
     number_.clear();
@@ -111,7 +111,7 @@ class BranchWalk {
 
 template <typename Item>
 void mergeItem(TVObject& owner, const TrvsRevTree& record) {
-  TVObject::mergeIntoCache(new Item(VString(record.text), 0, &owner), nullptr);
+  TVObject::mergeIntoCache(std::make_unique<Item>(VString(record.text), 0, &owner));
 }
 
 // What hangs on a revision, by the first flag that a record has. False for none of it.
@@ -165,14 +165,16 @@ TVBranch52Options::TVBranch52Options()
     : TVArchiveItemOptions(&TVBranch::theClass, kFormat52,
                            {&TVBranch::theClass, &TVRevision::theClass}) {}
 
-TVObject* TVBranch52Options::makeObject(const VString& name, TVObject* owner, TVCaching caching) {
-  return new TVBranch52(name, 1, 0, nullptr, owner, caching);
+std::unique_ptr<TVObject> TVBranch52Options::makeObject(const VString& name, TVObject* owner,
+                                                        TVCaching caching) {
+  return std::make_unique<TVBranch52>(name, 1, 0, nullptr, owner, caching);
 }
 
 void mergeBranch(TVObject& owner, VString name, int level, int32_t itemNumber,
                  const TrvsRevTree* tree) {
-  auto* fresh = new TVBranch52(std::move(name), level, itemNumber, tree, &owner);
-  static_cast<TVBranch52*>(TVObject::mergeIntoCache(fresh, nullptr))->setTree(tree);
+  TVObject::mergeIntoCache(
+      std::make_unique<TVBranch52>(std::move(name), level, itemNumber, tree, &owner))
+      ->setTree(tree);
 }
 
 // Revisions
@@ -215,9 +217,11 @@ void TVRevision52::setTree(const TrvsRevTree* tree) {
   tree_ = tree;
 }
 
-TVObject* TVRevision52Options::makeObject(const VString& name, const TVRevisionTexts& texts,
-                                          VBool isLocked, TVObject* owner, TVCaching caching) {
-  return new TVRevision52(name, texts, isLocked, 1, nullptr, owner, caching);
+std::unique_ptr<TVObject> TVRevision52Options::makeObject(const VString& name,
+                                                          const TVRevisionTexts& texts,
+                                                          VBool isLocked, TVObject* owner,
+                                                          TVCaching caching) {
+  return std::make_unique<TVRevision52>(name, texts, isLocked, 1, nullptr, owner, caching);
 }
 
 }  // namespace foldapi

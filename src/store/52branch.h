@@ -2,7 +2,7 @@
 // toolkit's list of one archive.
 //
 // The list belongs to the member that asked for it. Branches and revisions point into it, and lose
-// their pointers before the list goes back.
+// their pointers before the list is given back.
 #pragma once
 
 #include "btkf520/btkf520.h"
@@ -67,14 +67,15 @@ using TVLocker52 = TVNamedItem52<TVLocker>;
 class TVBranch52Options : public TVArchiveItemOptions {
  public:
   TVBranch52Options();
-  TVObject* makeObject(const VString& name, TVObject* owner, TVCaching caching) override;
+  std::unique_ptr<TVObject> makeObject(const VString& name, TVObject* owner,
+                                       TVCaching caching) override;
 };
 
 class TVRevision52Options : public TVRevisionOptions {
  public:
   TVRevision52Options() : TVRevisionOptions(kFormat52) {}
-  TVObject* makeObject(const VString& name, const TVRevisionTexts& texts, VBool isLocked,
-                       TVObject* owner, TVCaching caching) override;
+  std::unique_ptr<TVObject> makeObject(const VString& name, const TVRevisionTexts& texts,
+                                       VBool isLocked, TVObject* owner, TVCaching caching) override;
 };
 
 // Puts a branch under `owner`, or moves the one of that name over to `tree`.

@@ -40,8 +40,8 @@ constexpr std::string_view kFormatHead = "[FORMAT=TRVS_GUI]\nVersion=5.2\n\n";
 // TVDataFile
 // ---------------------------------------------------------------------------------------
 
-TVDataFile::TVDataFile(TVObject* owner, TVHandle& context, bool create, bool report, Access access)
-    : owner_(owner), context_(context), create_(create), report_(report), access_(access) {}
+TVDataFile::TVDataFile(TVHandle& context, Missing missing, Failures failures, Access access)
+    : context_(context), missing_(missing), report_(failures == Failures::kTold), access_(access) {}
 
 void TVDataFile::report(int code, const VPathString& path) const {
   const VString message =
@@ -76,7 +76,9 @@ bool TVDataFile::waitToRetry(const VPathString& path, int* notice, unsigned* sil
   return true;
 }
 
-int TVDataFile::missingCode() const { return create_ ? kFolderFileNotMade : kFolderFileMissing; }
+int TVDataFile::missingCode() const {
+  return missing_ == Missing::kMade ? kFolderFileNotMade : kFolderFileMissing;
+}
 
 int TVDataFile::failed(int code, const VPathString& path) const {
   if (report_) report(code, path);
@@ -89,8 +91,8 @@ int TVDataFile::attempt(const VPathString& path, bool again,
   const bool update = access_ == Access::kUpdate;
   if (update && fileExists(path.view())) {
     if (checkAccess(path.view(), 0x2) != 0) return failed(kFolderWriteFailed, path);
-  } else if (update && create_) {
-    TextFile::create(path.view());
+  } else if (update && missing_ == Missing::kMade) {
+    static_cast<void>(TextFile::create(path.view()));  // The open tells.
   }
   TextFile::Failure why = TextFile::Failure::kNone;
   *stream = TextFile::open(path.view(),
@@ -107,7 +109,7 @@ int TVDataFile::attempt(const VPathString& path, bool again,
   return report_ ? probe(path, again, stream) : kTryAgain;
 }
 
-// A file that others read can't be had exclusively, and that is told at once. A later try takes
+// A file that others read can't be taken exclusively, and that is told at once. A later try takes
 // such a file for reading: its first write will ask again. Who only looked whether the file is
 // shared, or was about to be done with it, is no reader: so a few looks must agree.
 int TVDataFile::probe(const VPathString& path, bool again,
@@ -132,8 +134,10 @@ int TVDataFile::probe(const VPathString& path, bool again,
 
 TVDataFileReader::TVDataFileReader(TVObject* owner, TVHandle& context, const VPathString& path,
                                    const VString& directory, const KeyTableEntry* sections,
-                                   Side source, bool create, Access access)
-    : TVDataFile(owner, context, create, source == Side::kPublic, access),
+                                   Side source, Access access)
+    : TVDataFile(context, Missing::kMade,
+                 source == Side::kPublic ? Failures::kTold : Failures::kNotTold, access),
+      owner_(owner),
       path_(path),
       directory_(directory),
       sections_(sections),
@@ -214,7 +218,7 @@ int TVDataFileReader::readProjectRecord(TVKeyFile& file, OptionalText value) {
 }
 
 // A record of the public file that can't be used is a question: 1 goes on without it, anything else
-// ends the read. A private one just goes.
+// ends the read. A private one is dropped.
 int TVDataFileReader::recordFailed(int code, const std::string& name) {
   if (source_ == Side::kPrivate) return kRecordTaken;
   const VString message = FolderFileMessage(code, name.c_str());
@@ -232,17 +236,17 @@ int TVDataFileReader::mergeProject(const std::string& name, const RecordKeys& ke
     return 0;
   }
   const TVProjectConfig config{VPathString(*keys.config)};
-  auto* fresh = new TVProjectFolder52(name, config, keys.workDir, keys.workDir, owner());
-  auto* project = static_cast<TVProjectFolder52*>(TVObject::mergeIntoCache(fresh, nullptr));
+  auto* project = TVObject::mergeIntoCache(
+      std::make_unique<TVProjectFolder52>(name, config, keys.workDir, keys.workDir, owner_));
   // One that was cached before follows the file, unless it holds a change that is yet to be
   // written.
-  if (project != fresh && !project->isDirty()) {
+  if (!project->isDirty()) {
     project->setConfig(config);
     project->setPublicWorkDir(keys.workDir);
     project->setPrivateWorkDir(keys.workDir);
   }
   project->setStorageDir(source_, storageDirectory(directory_, *keys.dir));
-  if (name == "Master Project") static_cast<TVProjectRoot*>(owner())->setConfig(config);
+  if (name == "Master Project") static_cast<TVProjectRoot*>(owner_)->setConfig(config);
   return 0;
 }
 
@@ -272,8 +276,8 @@ bool TVDataFileReader::mergeFolder(const std::string& name, const RecordKeys& ke
 
 TVArchiveFolder52* TVDataFileReader::addFolder(const std::string& name, const RecordKeys& keys) {
   const bool isPrivate = source_ == Side::kPrivate;
-  auto* fresh = new TVArchiveFolder52(name, keys.workDir, isPrivate, owner());
-  auto* folder = static_cast<TVArchiveFolder52*>(TVObject::mergeIntoCache(fresh, nullptr));
+  auto* folder = TVObject::mergeIntoCache(
+      std::make_unique<TVArchiveFolder52>(name, keys.workDir, isPrivate, owner_));
   if (isPrivate) byName_[folder->folderName().view()].push_back(folder);
   return folder;
 }
@@ -284,7 +288,7 @@ TVArchiveFolder52* TVDataFileReader::addFolder(const std::string& name, const Re
 TVArchiveFolder* TVDataFileReader::findChild(const std::string& name) {
   if (!byNameFilled_) {
     byNameFilled_ = true;
-    for (TVObject* child : owner()->childrenInOrder()) {
+    for (TVObject* child : owner_->childrenInOrder()) {
       if (!child->isKindOf(&TVArchiveFolder::theClass)) continue;
       auto* folder = static_cast<TVArchiveFolder*>(child);
       byName_[folder->folderName().view()].push_back(folder);
@@ -312,16 +316,16 @@ int TVDataFileReader::readDocumentRecord(OptionalText value) {
     value->remove_prefix(end + 1);
   }
   names.workName = VPathString(*value);
-  TVObject::mergeIntoCache(new TVArchiveMember52(std::move(names), owner()), nullptr);
+  TVObject::mergeIntoCache(std::make_unique<TVArchiveMember52>(std::move(names), owner_));
   return kRecordTaken;
 }
 
 // TVDataFileWriter
 // ---------------------------------------------------------------------------------
 
-TVDataFileWriter::TVDataFileWriter(TVObject* owner, TVHandle& context, VPathString publicPath,
+TVDataFileWriter::TVDataFileWriter(TVHandle& context, VPathString publicPath,
                                    VPathString privatePath)
-    : TVDataFile(owner, context, true, true, Access::kUpdate) {
+    : TVDataFile(context, Missing::kMade, Failures::kTold, Access::kUpdate) {
   // The paths are looked at before they are stored, so this check speaks up every time. Kept so.
   if (publicPath_.isEmpty() && privatePath_.isEmpty()) assertFail("52data.cpp", 838);
   publicPath_ = std::move(publicPath);
@@ -349,13 +353,13 @@ void writeHeader(TextFile* stream) {
 
 void TVDataFileWriter::truncate(Side side) { writeHeader(stream(side)); }
 
-int TVDataFileWriter::writeRecord(Side side, const std::string& record, TVHandle& context) {
+bool TVDataFileWriter::writeRecord(Side side, const std::string& record, TVHandle& context) {
   TextFile* file = stream(side);
   file->endLastLine();
   file->append(record);
-  if (!file->failed()) return 0;
+  if (!file->failed()) return true;
   reportWriteFailure(side, context);
-  return 4;
+  return false;
 }
 
 bool TVDataFileWriter::commit(Side side, TVHandle& context) {
@@ -392,15 +396,15 @@ VPathString TVDataFilePair::path(Side side) const {
 
 int TVDataFilePair::read(Side side, TVObject* owner, TVHandle& context,
                          const KeyTableEntry* sections, TVDataFile::Access access,
-                         const TextFile* stream) {
+                         const TVDataFileWriter* writer) {
   File& file = at(side);
   const VPathString filePath = path(side);
   const FileStamp stamp =
       fileStamp(filePath.view());  // Before the open: what changes later counts.
   file.stamp = {};
   file.unread = true;  // Until told otherwise, also by way of an exception.
-  TVDataFileReader reader(owner, context, filePath, file.directory, sections, side, true, access);
-  const int code = reader.readFile(stream);
+  TVDataFileReader reader(owner, context, filePath, file.directory, sections, side, access);
+  const int code = reader.readFile(writer == nullptr ? nullptr : writer->stream(side));
   file.unread = code != 0 && fileExists(filePath.view());
   file.absent = code != 0 && !file.unread;
   if (code == 0) file.stamp = stamp;
@@ -429,21 +433,21 @@ bool TVDataFilePair::hasChanged(Side side) const {
   return !file.stamp.isSet() || !(fileStamp(path(side).view()) == file.stamp);
 }
 
-TVDataFileWriter* TVDataFilePair::beginWrite(TVObject* owner, TVHandle& context, bool publicSide,
-                                             bool privateSide) const {
-  auto writer = std::make_unique<TVDataFileWriter>(
-      owner, context, publicSide ? path(Side::kPublic) : VPathString(),
-      privateSide ? path(Side::kPrivate) : VPathString());
-  if (writer->path(Side::kPublic).isEmpty() && writer->path(Side::kPrivate).isEmpty()) {
-    const char* name = publicSide ? public_.name : private_.name;
-    context.sink().error(context, FolderFileMessage(kFolderWriteFailed, name));
+std::unique_ptr<TVDataFileWriter> TVDataFilePair::beginWrite(TVHandle& context,
+                                                             std::span<const Side> sides) const {
+  VPathString publicPath;
+  VPathString privatePath;
+  for (const Side side : sides) (side == Side::kPublic ? publicPath : privatePath) = path(side);
+  if (publicPath.isEmpty() && privatePath.isEmpty()) {
+    context.sink().error(context, FolderFileMessage(kFolderWriteFailed, at(sides.front()).name));
     return nullptr;
   }
-  return writer->open() == 0 ? writer.release() : nullptr;
+  auto writer = std::make_unique<TVDataFileWriter>(context, publicPath, privatePath);
+  return writer->open() == 0 ? std::move(writer) : nullptr;
 }
 
 bool TVDataFilePair::mayUpdate(const TVDataFileWriter& writer, TVHandle& context) const {
-  for (const Side side : {Side::kPublic, Side::kPrivate}) {
+  for (const Side side : kBothSides) {
     const TextFile* stream = writer.stream(side);
     if (stream == nullptr || !at(side).unread || stream->text().empty()) continue;
     context.sink().notice(context, FolderFileMessage(kFolderCorrupted, writer.path(side).text()));
@@ -452,25 +456,24 @@ bool TVDataFilePair::mayUpdate(const TVDataFileWriter& writer, TVHandle& context
   return true;
 }
 
-bool TVDataFilePair::endWrite(TVDataFileWriter* writer, TVHandle& context, bool keep) {
-  const std::unique_ptr<TVDataFileWriter> owned(writer);
+bool TVDataFilePair::endWrite(TVDataFileWriter& writer, TVHandle& context, bool keep) {
   bool changed = false;
   bool missed = false;
-  for (const Side side : {Side::kPublic, Side::kPrivate}) {
-    const TextFile* stream = writer->stream(side);
+  for (const Side side : kBothSides) {
+    const TextFile* stream = writer.stream(side);
     changed = changed || (stream != nullptr && stream->isChanged());
-    missed = missed || (stream == nullptr && !writer->path(side).isEmpty());
+    missed = missed || (stream == nullptr && !writer.path(side).isEmpty());
   }
-  // The private file lies over the public one, and follows only where that went before.
-  for (const Side side : {Side::kPublic, Side::kPrivate}) {
-    if (writer->stream(side) != nullptr) keep = endWrite(side, *writer, context, keep);
+  // The private file overlays the public one, and is stored only if that is.
+  for (const Side side : kBothSides) {
+    if (writer.stream(side) != nullptr) keep = endSide(side, writer, context, keep);
   }
   return keep && !(changed && missed);
 }
 
 // The stamp is taken while the file is still held. Objects that did not reach the disk must go with
 // the next read, so a write that failed or was dropped leaves no stamp.
-bool TVDataFilePair::endWrite(Side side, TVDataFileWriter& writer, TVHandle& context, bool keep) {
+bool TVDataFilePair::endSide(Side side, TVDataFileWriter& writer, TVHandle& context, bool keep) {
   File& file = at(side);
   const TextFile& stream = *writer.stream(side);
   file.absent = false;

@@ -2,11 +2,12 @@
 // opened and kept from other processes, its format head, the reader that turns records into
 // objects, and the writer that holds a pair of files open during an update.
 //
-// A public file is shared by a team; a private one lies over it for one user. Which files belong to
+// A public file is shared by a team; a private one overlays it for one user. Which files belong to
 // an owner, and which records they hold, is told in 52root, 52proj and 52arfld.
 #pragma once
 
 #include <memory>
+#include <span>
 #include <string>
 #include <unordered_map>
 #include <vector>
@@ -23,20 +24,23 @@ class TVArchiveFolder52;
 
 enum class Side { kPrivate = 0, kPublic = 1 };
 
+// In the order in which the two are read and written.
+inline constexpr Side kBothSides[] = {Side::kPublic, Side::kPrivate};
+
 // One text file of an owner, to be opened. Nothing is copied.
 class TVDataFile {
  public:
   enum class Access { kRead = 0, kUpdate = 1 };
+  enum class Missing { kMade, kRefused };   // What a file is that is missing.
+  enum class Failures { kTold, kNotTold };  // To the context's sink.
 
-  // `create` lets a missing file be made. Failures go to the context's sink unless `report` is off.
-  TVDataFile(TVObject* owner, TVHandle& context, bool create, bool report, Access access);
+  TVDataFile(TVHandle& context, Missing missing, Failures failures, Access access);
 
   // Opens the file at `path`. An update waits for another updater, with wait notices that may end
   // it, up to five seconds. 0, or a code of the folder messages.
-  int openLocked(const VPathString& path, std::unique_ptr<TextFile>* stream);
+  [[nodiscard]] int openLocked(const VPathString& path, std::unique_ptr<TextFile>* stream);
 
  protected:
-  TVObject* owner() const { return owner_; }
   TVHandle& context() const { return context_; }
 
  private:
@@ -47,9 +51,8 @@ class TVDataFile {
   int attempt(const VPathString& path, bool again, std::unique_ptr<TextFile>* stream) const;
   int probe(const VPathString& path, bool again, std::unique_ptr<TextFile>* stream) const;
 
-  TVObject* owner_;
   TVHandle& context_;
-  bool create_;
+  Missing missing_;
   bool report_;
   Access access_;
 };
@@ -61,18 +64,18 @@ class TVDataFileReader : public TVDataFile {
   // `directory` is the owner's storage directory on the side read: records name theirs below it.
   TVDataFileReader(TVObject* owner, TVHandle& context, const VPathString& path,
                    const VString& directory, const KeyTableEntry* sections, Side source,
-                   bool create, Access access);
+                   Access access);
 
   // Reads `stream`, or opens the file if it is null, and closes it again. 0, or the code of what
   // ended it. Objects built before stay with the owner.
-  int readFile(const TextFile* stream);
+  [[nodiscard]] int readFile(const TextFile* stream);
 
  private:
   struct RecordKeys {
     std::string workDir;
     std::optional<std::string> dir;
     std::optional<std::string> config;
-    bool overlay = false;  // OWNERSHIP was there: the record lies over a public object.
+    bool overlay = false;  // OWNERSHIP was there: the record overlays a public object.
   };
 
   static RecordKeys readKeys(TVKeyFile& file);
@@ -88,6 +91,7 @@ class TVDataFileReader : public TVDataFile {
   int recordFailed(int code, const std::string& name);
   TVArchiveFolder* findChild(const std::string& name);
 
+  TVObject* owner_;
   const VPathString& path_;
   const VString& directory_;
   const KeyTableEntry* sections_;
@@ -101,11 +105,10 @@ class TVDataFileReader : public TVDataFile {
 class TVDataFileWriter : public TVDataFile, public TVStorageLock {
  public:
   // An empty path stands for a file that the owner doesn't have.
-  TVDataFileWriter(TVObject* owner, TVHandle& context, VPathString publicPath,
-                   VPathString privatePath);
+  TVDataFileWriter(TVHandle& context, VPathString publicPath, VPathString privatePath);
 
   // 0, or the code of a failure. With two paths one open file is enough.
-  int open();
+  [[nodiscard]] int open();
 
   // Null when the file isn't open.
   TextFile* stream(Side side) const {
@@ -117,10 +120,10 @@ class TVDataFileWriter : public TVDataFile, public TVStorageLock {
 
   // Empties an open file and writes the format head.
   void truncate(Side side);
-  // Adds a record at the end of an open file, on a line of its own. 0, or 4 after a report.
-  int writeRecord(Side side, const std::string& record, TVHandle& context);
+  // Adds a record at the end of an open file, on a line of its own. False after a report.
+  [[nodiscard]] bool writeRecord(Side side, const std::string& record, TVHandle& context);
   // Brings the changes of one file to the disk. False after a report.
-  bool commit(Side side, TVHandle& context);
+  [[nodiscard]] bool commit(Side side, TVHandle& context);
 
  private:
   void reportWriteFailure(Side side, TVHandle& context) const;
@@ -130,6 +133,11 @@ class TVDataFileWriter : public TVDataFile, public TVStorageLock {
   std::unique_ptr<TextFile> public_;
   std::unique_ptr<TextFile> private_;
 };
+
+// What the lock of a root, project or folder is.
+inline TVDataFileWriter& writerOf(TVStorageLock& lock) {
+  return static_cast<TVDataFileWriter&>(lock);
+}
 
 // What every keyed data file begins with after a rewrite. Readers pass over it.
 void writeHeader(TextFile* stream);
@@ -150,30 +158,32 @@ class TVDataFilePair {
   // Empty where there is no directory.
   VPathString path(Side side) const;
 
-  // Reads one side. 0, or the code of the failure; the file then counts as unread.
-  int read(Side side, TVObject* owner, TVHandle& context, const KeyTableEntry* sections,
-           TVDataFile::Access access, const TextFile* stream);
+  // Reads one side, from `writer` where that holds the file. 0, or the code of the failure; the
+  // file then counts as unread.
+  [[nodiscard]] int read(Side side, TVObject* owner, TVHandle& context,
+                         const KeyTableEntry* sections, TVDataFile::Access access,
+                         const TVDataFileWriter* writer);
   // Notes that a side has nothing to read.
   void passOver(Side side);
   // Notes that a side says nothing because another could not be read: it was not read itself, or
-  // its records found nothing that they could lie over.
+  // its records found nothing that they could overlay.
   void skip(Side side);
   // Whether all that exists was read to its end.
   bool isComplete() const { return !at(Side::kPublic).unread && !at(Side::kPrivate).unread; }
   // Whether a side was never read, or changed since.
   bool hasChanged(Side side) const;
 
-  // The writer for an update of the sides asked for; null after a report. A side without a
-  // directory is left out.
-  TVDataFileWriter* beginWrite(TVObject* owner, TVHandle& context, bool publicSide,
-                               bool privateSide) const;
+  // The writer for an update of those sides; null after a report. A side without a directory is
+  // left out.
+  [[nodiscard]] std::unique_ptr<TVDataFileWriter> beginWrite(TVHandle& context,
+                                                             std::span<const Side> sides) const;
   // False, after a report, where the writer holds a file that could not be read: what can't be read
   // is never overwritten.
-  bool mayUpdate(const TVDataFileWriter& writer, TVHandle& context) const;
-  // Commits or drops what was written, takes the stamps and deletes the writer. Tells whether all
-  // of it is stored: not so if `keep` is false, a commit failed, or there were changes and a side
-  // that could not be opened.
-  bool endWrite(TVDataFileWriter* writer, TVHandle& context, bool keep);
+  [[nodiscard]] bool mayUpdate(const TVDataFileWriter& writer, TVHandle& context) const;
+  // Commits or drops what was written, and takes the stamps. Tells whether all of it is stored: not
+  // so if `keep` is false, a commit failed, or there were changes and a side that could not be
+  // opened.
+  [[nodiscard]] bool endWrite(TVDataFileWriter& writer, TVHandle& context, bool keep);
 
  private:
   struct File {
@@ -185,7 +195,7 @@ class TVDataFilePair {
   };
   const File& at(Side side) const { return side == Side::kPublic ? public_ : private_; }
   File& at(Side side) { return side == Side::kPublic ? public_ : private_; }
-  bool endWrite(Side side, TVDataFileWriter& writer, TVHandle& context, bool keep);
+  bool endSide(Side side, TVDataFileWriter& writer, TVHandle& context, bool keep);
 
   File public_;
   File private_;

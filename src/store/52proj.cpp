@@ -36,9 +36,9 @@ VPathString fileNamedAfter(const VString& directory, const char* extension) {
 
 TVProjectFolder52::TVProjectFolder52(VString name, TVProjectConfig config, VString privateWorkDir,
                                      VString publicWorkDir, TVObject* owner, TVCaching caching)
-    : TVProjectFolder(std::move(name), std::move(config), std::move(privateWorkDir),
-                      std::move(publicWorkDir), owner, caching),
-      files_("trvsfold.pub", "trvsfold.prv") {}
+    : TVFileOwner52(TVDataFilePair("trvsfold.pub", "trvsfold.prv"), std::move(name),
+                    std::move(config), std::move(privateWorkDir), std::move(publicWorkDir), owner,
+                    caching) {}
 
 TVProjectFolder52::~TVProjectFolder52() {
   try {
@@ -63,85 +63,40 @@ std::string TVProjectFolder52::record(Side side) const {
   return text + (isPublic ? "\n" : "OWNERSHIP=PUBLIC\n\n");
 }
 
-int TVProjectFolder52::writeChild(TVHandle& context, TVStorageLock* ownerLock) {
-  auto* writer = static_cast<TVDataFileWriter*>(ownerLock);
-  int result = 0;
-  for (const Side side : {Side::kPublic, Side::kPrivate}) {
-    if (writer == nullptr || writer->stream(side) == nullptr) continue;
-    if (writer->writeRecord(side, record(side), context) != 0) result = kResultNotWritten;
-  }
-  return result;
-}
-
-int TVProjectFolder52::writeNewChild(TVHandle& context, TVStorageLock* ownerLock) {
-  const auto* writer = static_cast<const TVDataFileWriter*>(ownerLock);
-  if (writer->stream(Side::kPublic) == nullptr) return kResultNotWritten;
-  return writeChild(context, ownerLock);
-}
-
 // The project's own pair
 // ---------------------------------------------------------------------------
 
-int TVProjectFolder52::readSide(Side side, TVHandle& context, const TextFile* stream) {
+int TVProjectFolder52::readSide(Side side, TVHandle& context, const TVDataFileWriter* writer) {
   if (files_.directory(side).isEmpty()) {
     if (side == Side::kPublic) assertFail("52proj.cpp", 219);
     files_.passOver(side);
     return 0;
   }
-  return files_.read(side, this, context, folderSections(), TVDataFile::Access::kRead, stream);
+  return files_.read(side, this, context, folderSections(), TVDataFile::Access::kRead, writer);
 }
 
-int TVProjectFolder52::readData(TVHandle& context, TVStorageLock* lock) {
-  auto* writer = static_cast<TVDataFileWriter*>(lock);
-  const auto stream = [writer](Side side) {
-    return writer == nullptr ? nullptr : writer->stream(side);
-  };
-  const int publicCode = readSide(Side::kPublic, context, stream(Side::kPublic));
+int TVProjectFolder52::readFiles(TVHandle& context, const TVDataFileWriter* writer) {
+  const int publicCode = readSide(Side::kPublic, context, writer);
   int privateCode = 0;
-  if (publicCode != kFolderNoMemory) {
-    privateCode = readSide(Side::kPrivate, context, stream(Side::kPrivate));
-  }
-  // Records that lie over public ones found nothing there, and must not be lost by a rewrite.
+  if (publicCode != kFolderNoMemory) privateCode = readSide(Side::kPrivate, context, writer);
+  // Records that overlay public ones found nothing there, and must not be lost by a rewrite.
   if (publicCode != 0) files_.skip(Side::kPrivate);
   readPromotionGroups(context);
   loadCache(context);
-  return publicCode == kFolderNoMemory || privateCode == kFolderNoMemory ? 1 : 0;
-}
-
-VBool TVProjectFolder52::isStale(TVHandle&) {
-  return files_.hasChanged(Side::kPublic) || files_.hasChanged(Side::kPrivate);
-}
-
-TVStorageLock* TVProjectFolder52::lockStorage(TVHandle& context) {
-  return files_.beginWrite(this, context, true, true);
-}
-
-bool TVProjectFolder52::mayUpdate(TVHandle& context, TVStorageLock* lock) {
-  return files_.mayUpdate(*static_cast<TVDataFileWriter*>(lock), context);
-}
-
-int TVProjectFolder52::writeData(TVHandle&, TVStorageLock* lock) {
-  auto* writer = static_cast<TVDataFileWriter*>(lock);
-  writer->truncate(Side::kPublic);
-  writer->truncate(Side::kPrivate);
-  return 0;
-}
-
-bool TVProjectFolder52::unlockStorage(TVHandle& context, TVStorageLock* lock, bool keep) {
-  return files_.endWrite(static_cast<TVDataFileWriter*>(lock), context, keep);
+  const bool noMemory = publicCode == kFolderNoMemory || privateCode == kFolderNoMemory;
+  return noMemory ? kResultNoMemory : kResultDone;
 }
 
 // The top of the promotion model becomes a child; the groups below it grow as they are opened.
-int TVProjectFolder52::readPromotionGroups(TVHandle& context) {
+void TVProjectFolder52::readPromotionGroups(TVHandle& context) {
   std::string names;
   int32_t status;
   {
     TVToolkitBracket bracket(context);
     status = QueryConfigurationItem(TRVS_ITEM_PROMOTION_GROUPS, &names);
   }
-  if (status != TRVS_DONE) return reportToolkitStatus(context, status, nullptr);
+  if (reportToolkitStatus(context, status, nullptr) != kResultDone) return;
   mergePromotionModel(*this, std::move(names));
-  return 0;
 }
 
 TVProjectConfig TVProjectFolder52::effectiveConfig(TVHandle& context) {
@@ -156,7 +111,7 @@ TVProjectConfig TVProjectFolder52::effectiveConfig(TVHandle& context) {
 void TVProjectFolder52::loadCache(TVHandle& context) {
   if (cache_ != nullptr || os::environmentVariable("TRVS_TVAPI_NOCACHE")) return;
   if (files_.directory(Side::kPrivate).isEmpty()) {
-    // An edit of the root goes before one of the project, never after.
+    // An edit of the root is begun before one of the project, never after.
     if (storageLock() != nullptr || !assignDirectories(context)) return;
   }
   const VPathString path = fileNamedAfter(files_.directory(Side::kPrivate), ".ack");
@@ -209,9 +164,9 @@ bool TVProjectFolder52::assignDirectories(TVHandle& context) {
   TVHandle rootHandle(&context.sink(), root);
   const bool locked = root->storageLock() != nullptr;
   if (!locked && !root->beginEdit(rootHandle)) return false;
-  const auto* writer = static_cast<const TVDataFileWriter*>(root->storageLock());
-  const bool known = root->readWasComplete() && writer->stream(Side::kPublic) != nullptr &&
-                     writer->stream(Side::kPrivate) != nullptr;
+  const TVDataFileWriter& writer = writerOf(*root->storageLock());
+  const bool known = root->readWasComplete() && writer.stream(Side::kPublic) != nullptr &&
+                     writer.stream(Side::kPrivate) != nullptr;
   const bool publicNamed = known && nameDirectory(Side::kPublic);
   const bool privateNamed = known && nameDirectory(Side::kPrivate);
   if (publicNamed || privateNamed) root->setDirty(true);
@@ -241,12 +196,12 @@ VString makeUniqueDirectory(const VString& directory, const VString& base,
   return path;
 }
 
-TVObject* TVProjectFolder52Options::makeObject(const VString& name, const TVProjectConfig& config,
-                                               const VString& privateWorkDir,
-                                               const VString& publicWorkDir, TVHandle& context,
-                                               TVObject* owner, TVCaching caching) {
+std::unique_ptr<TVObject> TVProjectFolder52Options::makeObject(
+    const VString& name, const TVProjectConfig& config, const VString& privateWorkDir,
+    const VString& publicWorkDir, TVHandle& context, TVObject* owner, TVCaching caching) {
   if (!name.isEmpty()) {
-    return new TVProjectFolder52(name, config, privateWorkDir, publicWorkDir, owner, caching);
+    return std::make_unique<TVProjectFolder52>(name, config, privateWorkDir, publicWorkDir, owner,
+                                               caching);
   }
   context.sink().notice(context, FolderMessage(kFolderNoProjectName));
   return nullptr;

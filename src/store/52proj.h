@@ -9,31 +9,17 @@
 #include <memory>
 
 #include "domain/projectfolder.h"
-#include "store/52data.h"
 #include "store/archivecache.h"
+#include "store/fileowner.h"
 
 namespace foldapi {
 
-class TVProjectFolder52 : public TVProjectFolder {
+class TVProjectFolder52 : public TVFileOwner52<TVProjectFolder> {
  public:
   TVProjectFolder52(VString name, TVProjectConfig config, VString privateWorkDir,
                     VString publicWorkDir, TVObject* owner, TVCaching caching = TVCaching::kCached);
   ~TVProjectFolder52() override;  // Saves the archive cache.
 
-  int version() const override { return kFormat52; }
-  TVStorageLock* lockStorage(TVHandle& context) override;
-  int writeData(TVHandle& context, TVStorageLock* lock) override;
-  bool unlockStorage(TVHandle& context, TVStorageLock* lock, bool keep) override;
-  // Writes the project's record into both of the root's files. 0 or 4.
-  int writeChild(TVHandle& context, TVStorageLock* ownerLock) override;
-  // The same; 4 also if the public file isn't open, since a private record alone is no project.
-  int writeNewChild(TVHandle& context, TVStorageLock* ownerLock) override;
-  // Reads folders and documents, then the promotion groups, then the archive cache. Files that
-  // can't be read leave a project with what was read, and give 0.
-  int readData(TVHandle& context, TVStorageLock* lock) override;
-  bool readWasComplete() const override { return files_.isComplete(); }
-  bool mayUpdate(TVHandle& context, TVStorageLock* lock) override;
-  VBool isStale(TVHandle& context) override;
   // Gives a new project its directories, its pair of files and its configuration file.
   void createStorage(TVHandle& context) override;
   // The configuration with the archive directories that the toolkit finds in it.
@@ -46,37 +32,38 @@ class TVProjectFolder52 : public TVProjectFolder {
   int reportLog(TVHandle& context, const char* archive, const TVLogOptions& options) override;
   int differences(TVHandle& context, TVDiffOptions& options) override;
 
-  const VString& storageDir(Side side) const { return files_.directory(side); }
-  void setStorageDir(Side side, VString directory) {
-    files_.setDirectory(side, std::move(directory));
-  }
   // The store of archive summaries; null while the project was not read, has no private directory,
   // or if it is switched off.
   TVArchiveCache* archiveCache() const { return cache_.get(); }
 
  private:
-  int readSide(Side side, TVHandle& context, const TextFile* stream);
-  std::string record(Side side) const;
+  // Reads folders and documents, then the promotion groups, then the archive cache. Files that
+  // can't be read leave a project with what was read, and give 0.
+  int readFiles(TVHandle& context, const TVDataFileWriter* writer) override;
+  // In both of the root's files.
+  std::span<const Side> recordSides() const override { return kBothSides; }
+  std::string record(Side side) const override;
+  int readSide(Side side, TVHandle& context, const TVDataFileWriter* writer);
   bool nameDirectory(Side side);
   bool assignDirectories(TVHandle& context);
   void createConfigFile(TVHandle& context) const;
-  int readPromotionGroups(TVHandle& context);
+  void readPromotionGroups(TVHandle& context);
   void loadCache(TVHandle& context);
 
   std::unique_ptr<TVArchiveCache> cache_;
-  TVDataFilePair files_;
 };
 
 class TVProjectFolder52Options : public TVProjectFolderOptions {
  public:
   TVProjectFolder52Options() : TVProjectFolderOptions(kFormat52) {}
-  TVObject* makeObject(const VString& name, const TVProjectConfig& config,
-                       const VString& privateWorkDir, const VString& publicWorkDir,
-                       TVHandle& context, TVObject* owner, TVCaching caching) override;
+  std::unique_ptr<TVObject> makeObject(const VString& name, const TVProjectConfig& config,
+                                       const VString& privateWorkDir, const VString& publicWorkDir,
+                                       TVHandle& context, TVObject* owner,
+                                       TVCaching caching) override;
 };
 
 // A new path in `directory`: `base` shortened to 8 bytes, with a number where that is taken, and
-// `suffix` behind. Empty for an empty directory.
+// `suffix` after it. Empty for an empty directory.
 VString uniqueName(const VString& directory, const VString& base, std::string_view suffix);
 // The same, and the directory is made at once: a free name is one that nothing on disk has, so the
 // next one of the same short name would get it as well.

@@ -13,8 +13,8 @@ std::string_view takeName(std::string_view* list) {
 }
 
 void mergeGroup(TVObject& owner, std::string_view name, const TVPromotionFolder52::List& list) {
-  auto* fresh = new TVPromotionFolder52(VString(name), list, &owner);
-  static_cast<TVPromotionFolder52*>(TVObject::mergeIntoCache(fresh, nullptr))->setList(list);
+  TVObject::mergeIntoCache(std::make_unique<TVPromotionFolder52>(VString(name), list, &owner))
+      ->setList(list);
 }
 
 }  // namespace

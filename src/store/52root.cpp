@@ -7,6 +7,7 @@
 
 #include <utility>
 
+#include "core/result.h"
 #include "store/profile.h"
 #include "toolkit/messages.h"
 
@@ -17,14 +18,14 @@ namespace {
 constexpr KeyTableEntry kRootSections[] = {
     {"Format", kSectionSkipped}, {"Project", kSectionProject}, {nullptr, 0}};
 
-constexpr int kReadNoMemory = 1;
 constexpr int kReadFailed = 4;
 
 }  // namespace
 
 TVProjectRoot52::TVProjectRoot52(const VString& publicDir, const VString& privateDir,
                                  TVHandle& context, TVObject* owner, TVCaching caching)
-    : TVProjectRoot(publicDir, privateDir, owner, caching), files_("trvsproj.pub", "trvsproj.prv") {
+    : TVFileOwner52(TVDataFilePair("trvsproj.pub", "trvsproj.prv"), publicDir, privateDir, owner,
+                    caching) {
   if (publicDir.isEmpty() || privateDir.isEmpty()) {
     VPathString profilePublic;
     VPathString profilePrivate;
@@ -37,61 +38,40 @@ TVProjectRoot52::TVProjectRoot52(const VString& publicDir, const VString& privat
 }
 
 int TVProjectRoot52::readSide(Side side, TVHandle& context, TVDataFile::Access access,
-                              const TextFile* stream) {
+                              const TVDataFileWriter* writer) {
   if (files_.directory(side).isEmpty()) {
     const int code = side == Side::kPublic ? kFolderNoPublicRoot : kFolderNoPrivateRoot;
     context.sink().error(context, FolderMessage(code));
     return kReadFailed;
   }
-  const int code = files_.read(side, this, context, kRootSections, access, stream);
-  if (code == 0) return 0;
-  return code == kFolderNoMemory ? kReadNoMemory : kReadFailed;
+  const int code = files_.read(side, this, context, kRootSections, access, writer);
+  if (code == 0) return kResultDone;
+  return code == kFolderNoMemory ? kResultNoMemory : kReadFailed;
 }
 
-int TVProjectRoot52::readData(TVHandle& context, TVStorageLock* lock) {
-  auto* writer = static_cast<TVDataFileWriter*>(lock);
-  const auto stream = [writer](Side side) {
-    return writer == nullptr ? nullptr : writer->stream(side);
-  };
+int TVProjectRoot52::readFiles(TVHandle& context, const TVDataFileWriter* writer) {
   const auto access =
       std::exchange(onlyReads_, false) ? TVDataFile::Access::kRead : TVDataFile::Access::kUpdate;
-  const int code = readSide(Side::kPublic, context, access, stream(Side::kPublic));
-  if (code == 0) return readSide(Side::kPrivate, context, access, stream(Side::kPrivate));
+  const int code = readSide(Side::kPublic, context, access, writer);
+  if (code == 0) return readSide(Side::kPrivate, context, access, writer);
   files_.skip(Side::kPrivate);
   return code;
 }
 
-VBool TVProjectRoot52::isStale(TVHandle&) {
-  return files_.hasChanged(Side::kPublic) || files_.hasChanged(Side::kPrivate);
-}
-
-TVStorageLock* TVProjectRoot52::lockStorage(TVHandle& context) {
-  return files_.beginWrite(this, context, true, true);
-}
-
-bool TVProjectRoot52::mayUpdate(TVHandle& context, TVStorageLock* lock) {
-  return files_.mayUpdate(*static_cast<TVDataFileWriter*>(lock), context);
-}
-
-int TVProjectRoot52::writeData(TVHandle&, TVStorageLock* lock) {
-  auto* writer = static_cast<TVDataFileWriter*>(lock);
-  writer->truncate(Side::kPublic);
-  writer->truncate(Side::kPrivate);
-  return 0;
-}
-
-// Files that could not be had for an update a moment ago are only read to see what they hold.
-bool TVProjectRoot52::unlockStorage(TVHandle& context, TVStorageLock* lock, bool keep) {
+// Files that could not be taken for an update a moment ago are only read to see what they hold.
+bool TVProjectRoot52::unlockStorage(TVHandle& context, std::unique_ptr<TVStorageLock> lock,
+                                    bool keep) {
   onlyReads_ = true;  // Also where this throws.
-  const bool stored = files_.endWrite(static_cast<TVDataFileWriter*>(lock), context, keep);
+  const bool stored = TVFileOwner52::unlockStorage(context, std::move(lock), keep);
   onlyReads_ = !stored;
   return stored;
 }
 
-TVObject* TVProjectRoot52Options::makeObject(const VString& publicDir, const VString& privateDir,
-                                             TVHandle& context, TVObject* owner,
-                                             TVCaching caching) {
-  return new TVProjectRoot52(publicDir, privateDir, context, owner, caching);
+std::unique_ptr<TVObject> TVProjectRoot52Options::makeObject(const VString& publicDir,
+                                                             const VString& privateDir,
+                                                             TVHandle& context, TVObject* owner,
+                                                             TVCaching caching) {
+  return std::make_unique<TVProjectRoot52>(publicDir, privateDir, context, owner, caching);
 }
 
 }  // namespace foldapi

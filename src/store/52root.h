@@ -3,38 +3,33 @@
 #pragma once
 
 #include "domain/projectroot.h"
-#include "store/52data.h"
+#include "store/fileowner.h"
 
 namespace foldapi {
 
-class TVProjectRoot52 : public TVProjectRoot {
+class TVProjectRoot52 : public TVFileOwner52<TVProjectRoot> {
  public:
   // An empty directory is looked up in the profile, each by itself.
   TVProjectRoot52(const VString& publicDir, const VString& privateDir, TVHandle& context,
                   TVObject* owner, TVCaching caching = TVCaching::kCached);
 
-  int version() const override { return kFormat52; }
-  TVStorageLock* lockStorage(TVHandle& context) override;
-  int writeData(TVHandle& context, TVStorageLock* lock) override;
-  bool unlockStorage(TVHandle& context, TVStorageLock* lock, bool keep) override;
-  // 0, 1 out of memory, or 4 for any other failure, which has been reported.
-  int readData(TVHandle& context, TVStorageLock* lock) override;
-  bool readWasComplete() const override { return files_.isComplete(); }
-  bool mayUpdate(TVHandle& context, TVStorageLock* lock) override;
-  VBool isStale(TVHandle& context) override;
+  bool unlockStorage(TVHandle& context, std::unique_ptr<TVStorageLock> lock, bool keep) override;
 
  private:
-  int readSide(Side side, TVHandle& context, TVDataFile::Access access, const TextFile* stream);
+  // 0, 1 out of memory, or 4 for any other failure, which has been reported.
+  int readFiles(TVHandle& context, const TVDataFileWriter* writer) override;
+  int readSide(Side side, TVHandle& context, TVDataFile::Access access,
+               const TVDataFileWriter* writer);
 
   bool onlyReads_ = false;  // The next read, since an update has just failed.
-  TVDataFilePair files_;
 };
 
 class TVProjectRoot52Options : public TVProjectRootOptions {
  public:
   TVProjectRoot52Options() : TVProjectRootOptions(kFormat52) {}
-  TVObject* makeObject(const VString& publicDir, const VString& privateDir, TVHandle& context,
-                       TVObject* owner, TVCaching caching) override;
+  std::unique_ptr<TVObject> makeObject(const VString& publicDir, const VString& privateDir,
+                                       TVHandle& context, TVObject* owner,
+                                       TVCaching caching) override;
 };
 
 }  // namespace foldapi

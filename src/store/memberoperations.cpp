@@ -253,8 +253,8 @@ int TVArchiveMember52::writeRecord(TVObject* folder, TVHandle& folderHandle,
     folder->setDirty(true);
     return kResultDone;
   }
-  VBool known;
-  TVObject* member = mergeIntoCache(new TVArchiveMember52(wanted, folder), &known);
+  bool known = false;
+  auto* member = mergeIntoCache(std::make_unique<TVArchiveMember52>(wanted, folder), &known);
   if (known || folder->isDirty()) return kResultDone;
   if (member->writeInOwner(folderHandle) == kResultDone) return kResultDone;
   folder->dropWrites();

@@ -1,6 +1,8 @@
 // toolkit/bracket.cpp: the bracket, and the two ways to start.
 #include "toolkit/bracket.h"
 
+#include <atomic>
+
 #include "btkf520/btkf520.h"
 #include "core/result.h"
 #include "runtime/nativepath.h"
@@ -49,8 +51,7 @@ TVHandle& TVToolkitSession::Sink() const { return sink_ == nullptr ? theNullHand
 
 // The wait only stops a bad nesting from going on: no callback calls an operation that enters.
 VBool TVToolkitSession::enter(TVHandle& context) {
-  while (*const_cast<const volatile bool*>(&busy_)) {
-  }
+  while (busy_) std::atomic_signal_fence(std::memory_order_seq_cst);
   busy_ = true;
   sink_ = &context;
   try {

@@ -36,7 +36,7 @@ class ChildLists : public testing::Test {
 
   template <typename Object, typename... Fields>
   TVObject* add(Fields... fields) {
-    return TVObject::mergeIntoCache(new Object(fields..., shelf.object()), nullptr);
+    return TVObject::mergeIntoCache(std::make_unique<Object>(fields..., shelf.object()));
   }
   TVObject* addMember(const char* dir, const char* name) {
     return add<TVArchiveMember>(TVMemberNames{"v", "x_v", dir, name});

@@ -39,31 +39,31 @@ class Node : public TVObject {
     return --*index < 0 ? std::string_view(name_) : "";
   }
 
-  TVStorageLock* lockStorage(TVHandle&) override {
+  std::unique_ptr<TVStorageLock> lockStorage(TVHandle& context) override {
     log += "lock ";
-    return fails == "lock" ? nullptr : TVStorageLock::none();
+    return fails == "lock" ? nullptr : TVObject::lockStorage(context);
   }
-  int writeData(TVHandle&, TVStorageLock*) override {
+  int writeData(TVHandle&, TVStorageLock&) override {
     log += "head ";
     if (fails == "memory") throw std::bad_alloc();
     return fails == "head";
   }
-  int writeChild(TVHandle&, TVStorageLock*) override {
+  int writeChild(TVHandle&, TVStorageLock&) override {
     static_cast<Node*>(owner())->log += name_ + " ";
     return static_cast<Node*>(owner())->fails == name_;
   }
-  bool unlockStorage(TVHandle&, TVStorageLock*, bool keep) override {
+  bool unlockStorage(TVHandle&, std::unique_ptr<TVStorageLock>, bool keep) override {
     log += keep ? "keep" : "drop";
     return keep && fails != "commit";
   }
   int readData(TVHandle&, TVStorageLock*) override {
     log += "read ";
-    for (const std::string& child : stored) mergeIntoCache(new Node(child, this), nullptr);
+    for (const std::string& child : stored) mergeIntoCache(std::make_unique<Node>(child, this));
     if (fails == "read") throw std::bad_alloc();
     return 0;
   }
   bool readWasComplete() const override { return fails != "part"; }
-  bool mayUpdate(TVHandle&, TVStorageLock*) override { return fails != "part"; }
+  bool mayUpdate(TVHandle&, TVStorageLock&) override { return fails != "part"; }
   void removeStorage(TVHandle&) override { log += "remove "; }
   VBool isStale(TVHandle&) override { return stale; }
 
@@ -190,7 +190,7 @@ TEST_F(Objects, HandlesDestroyUnderTheLockOfTheParent) {
   EXPECT_EQ(node.told(), "");
   root.destroyChild(b, theNoLock());
   EXPECT_EQ(node.told(), "lock head c d keep");
-  TVObject::mergeIntoCache(new Node("b", &node), nullptr);  // It comes back.
+  TVObject::mergeIntoCache(std::make_unique<Node>("b", &node));  // It comes back.
   EXPECT_EQ(names(root), "b c d ");
   node.fails = "lock";
   child(root, "c").destroy(theNoLock());

@@ -32,10 +32,11 @@ class DomainNames : public testing::Test {
     auto* root = new TVProjectRoot("", "", nullptr);
     keep_.attach(root);
     TVObject* project = TVObject::mergeIntoCache(
-        new TVProjectFolder("P", TVProjectConfig(), projectDir, "public", root), nullptr);
+        std::make_unique<TVProjectFolder>("P", TVProjectConfig(), projectDir, "public", root));
     TVObject* folder =
-        TVObject::mergeIntoCache(new TVArchiveFolder("F", folderDir, false, project), nullptr);
-    return TVHandle(&sink, TVObject::mergeIntoCache(new TVArchiveMember(names, folder), nullptr));
+        TVObject::mergeIntoCache(std::make_unique<TVArchiveFolder>("F", folderDir, false, project));
+    return TVHandle(&sink,
+                    TVObject::mergeIntoCache(std::make_unique<TVArchiveMember>(names, folder)));
   }
   support::RecordingSink sink;
 

@@ -21,11 +21,11 @@ class Items : public testing::Test {
 
   template <typename Item>
   Item* add(const char* name, int32_t number, TVObject* owner) {
-    return static_cast<Item*>(TVObject::mergeIntoCache(new Item(name, number, owner), nullptr));
+    return TVObject::mergeIntoCache(std::make_unique<Item>(name, number, owner));
   }
   TVRevision* addRevision(const char* name, int32_t number, TVObject* owner) {
-    return static_cast<TVRevision*>(TVObject::mergeIntoCache(
-        new TVRevision(name, {"time", "author", "change"}, false, number, owner), nullptr));
+    return TVObject::mergeIntoCache(std::make_unique<TVRevision>(
+        name, TVRevisionTexts{"time", "author", "change"}, false, number, owner));
   }
 
   support::RecordingSink sink;

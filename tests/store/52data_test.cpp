@@ -16,6 +16,8 @@ namespace store_test {
 namespace {
 
 using Access = TVDataFile::Access;
+using Missing = TVDataFile::Missing;
+using Failures = TVDataFile::Failures;
 
 // Opening
 // ------------------------------------------------------------------------------------------
@@ -24,9 +26,10 @@ class OpenLocked : public Store {
  protected:
   OpenLocked() { put("F", "text\n"); }
 
-  int open(const char* name, Access access, bool create = true, bool report = true) {
+  int open(const char* name, Access access, Missing missing = Missing::kMade,
+           Failures failures = Failures::kTold) {
     TVHandle context(&sink, nullptr);
-    TVDataFile file(nullptr, context, create, report, access);
+    TVDataFile file(context, missing, failures, access);
     stream.reset();
     return file.openLocked(path(name), &stream);
   }
@@ -59,21 +62,26 @@ TEST_F(OpenLocked, ReportsWhyAFileCannotBeHad) {
   const struct {
     const char* name;
     Access access;
-    bool create;
+    Missing missing;
     int code;
   } cases[] = {
-      {"F", Access::kRead, false, 0},         {"F", Access::kUpdate, true, 0},
-      {"F/x/G", Access::kRead, true, 5},      {"none", Access::kRead, true, 6},
-      {"none", Access::kRead, false, 8},      {"none", Access::kUpdate, false, 8},
-      {"readonly", Access::kUpdate, true, 7}, {"readonly", Access::kRead, true, 0},
-      {"dir", Access::kUpdate, true, 7},      {"dir", Access::kRead, true, 4},
+      {"F", Access::kRead, Missing::kRefused, 0},
+      {"F", Access::kUpdate, Missing::kMade, 0},
+      {"F/x/G", Access::kRead, Missing::kMade, 5},
+      {"none", Access::kRead, Missing::kMade, 6},
+      {"none", Access::kRead, Missing::kRefused, 8},
+      {"none", Access::kUpdate, Missing::kRefused, 8},
+      {"readonly", Access::kUpdate, Missing::kMade, 7},
+      {"readonly", Access::kRead, Missing::kMade, 0},
+      {"dir", Access::kUpdate, Missing::kMade, 7},
+      {"dir", Access::kRead, Missing::kMade, 4},
   };
   for (const auto& c : cases) {
     SCOPED_TRACE(std::string(c.name) + " " + std::to_string(c.code));
-    EXPECT_EQ(open(c.name, c.access, c.create), c.code);
+    EXPECT_EQ(open(c.name, c.access, c.missing), c.code);
     EXPECT_EQ(stream != nullptr, c.code == 0);
     EXPECT_EQ(told(), c.code == 0 ? "" : message(c.code, c.name));
-    EXPECT_EQ(open(c.name, c.access, c.create, false) != 0, c.code != 0);
+    EXPECT_EQ(open(c.name, c.access, c.missing, Failures::kNotTold) != 0, c.code != 0);
     EXPECT_EQ(told(), "");
   }
   EXPECT_EQ(open("a/b/new", Access::kUpdate), 0);
@@ -97,7 +105,7 @@ TEST_F(OpenLocked, LetsAReaderPassAnotherProcessButNotThisOne) {
     EXPECT_EQ(told(), "");
   }
   const auto self = hold(TextFile::Access::kUpdate);
-  EXPECT_EQ(open("F", Access::kRead, true, false), 6);
+  EXPECT_EQ(open("F", Access::kRead, Missing::kMade, Failures::kNotTold), 6);
   EXPECT_EQ(told(), "");
 }
 
@@ -134,7 +142,7 @@ TEST_F(OpenLocked, WaitsForAnUpdaterWithNotices) {
     stream.reset();
   }
   const Holder updater(path("F"), LOCK_EX);
-  EXPECT_EQ(open("F", Access::kUpdate, true, false), 6);
+  EXPECT_EQ(open("F", Access::kUpdate, Missing::kMade, Failures::kNotTold), 6);
   EXPECT_EQ(told(), "");
 }
 

@@ -33,7 +33,7 @@ class ToolkitSession : public testing::Test {
 
   template <typename Object, typename... Fields>
   TVHandle make(Fields... fields) {
-    return TVHandle(&sink, TVObject::mergeIntoCache(new Object(fields...), nullptr));
+    return TVHandle(&sink, TVObject::mergeIntoCache(std::make_unique<Object>(fields...)));
   }
   TVHandle project(const char* name) {
     return make<TVProjectFolder>(name, TVProjectConfig(path(name)), "", "", root.object());

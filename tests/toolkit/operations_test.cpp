@@ -37,7 +37,7 @@ class Operations : public testing::Test {
 
   template <typename Object, typename... Fields>
   TVHandle make(Fields... fields) {
-    return TVHandle(&sink, TVObject::mergeIntoCache(new Object(fields...), nullptr));
+    return TVHandle(&sink, TVObject::mergeIntoCache(std::make_unique<Object>(fields...)));
   }
   TVArchiveMember52& memberOf(TVHandle& handle) {
     return *static_cast<TVArchiveMember52*>(handle.object());

@@ -1,0 +1,94 @@
+// store/fileowner.h: TVFileOwner52, the common half of root, project and folder: an object that
+// keeps its children's records in a pair of files, and has a record of its own in those of its
+// owner.
+//
+// A class says which of the two files it has and how they are read, and which records it has where.
+// What an edit and a write do with that is the same for all of them, and stands here.
+#pragma once
+
+#include <memory>
+#include <span>
+#include <string>
+#include <utility>
+
+#include "core/result.h"
+#include "store/52data.h"
+
+namespace foldapi {
+
+// `Base` is the class of the domain.
+template <typename Base>
+class TVFileOwner52 : public Base {
+ public:
+  int version() const override { return kFormat52; }
+
+  std::unique_ptr<TVStorageLock> lockStorage(TVHandle& context) override {
+    return files_.beginWrite(context, sides());
+  }
+  int writeData(TVHandle&, TVStorageLock& lock) override {
+    for (const Side side : sides()) writerOf(lock).truncate(side);
+    return kResultDone;
+  }
+  bool unlockStorage(TVHandle& context, std::unique_ptr<TVStorageLock> lock, bool keep) override {
+    return files_.endWrite(writerOf(*lock), context, keep);
+  }
+  int readData(TVHandle& context, TVStorageLock* lock) override {
+    return readFiles(context, lock == nullptr ? nullptr : &writerOf(*lock));
+  }
+  bool readWasComplete() const override { return files_.isComplete(); }
+  bool mayUpdate(TVHandle& context, TVStorageLock& lock) override {
+    return files_.mayUpdate(writerOf(lock), context);
+  }
+  VBool isStale(TVHandle&) override {
+    for (const Side side : sides()) {
+      if (files_.hasChanged(side)) return true;
+    }
+    return false;
+  }
+  // Writes the records into those of the owner's files that are open. kResultDone or
+  // kResultNotWritten, after a report.
+  int writeChild(TVHandle& context, TVStorageLock& ownerLock) override {
+    TVDataFileWriter& writer = writerOf(ownerLock);
+    int result = kResultDone;
+    for (const Side side : recordSides()) {
+      if (writer.stream(side) == nullptr) continue;
+      if (!writer.writeRecord(side, record(side), context)) result = kResultNotWritten;
+    }
+    return result;
+  }
+  // The same; kResultNotWritten also where a public record is due and the public file isn't open: a
+  // private record alone would not bring the object back.
+  int writeNewChild(TVHandle& context, TVStorageLock& ownerLock) override {
+    for (const Side side : recordSides()) {
+      if (side == Side::kPublic && writerOf(ownerLock).stream(side) == nullptr) {
+        return kResultNotWritten;
+      }
+    }
+    return writeChild(context, ownerLock);
+  }
+
+  // The directories in which the object has its own files, and those below it theirs.
+  const VString& storageDir(Side side) const { return files_.directory(side); }
+  void setStorageDir(Side side, VString directory) {
+    files_.setDirectory(side, std::move(directory));
+  }
+
+ protected:
+  template <typename... Fields>
+  explicit TVFileOwner52(TVDataFilePair files, Fields&&... fields)
+      : Base(std::forward<Fields>(fields)...), files_(std::move(files)) {}
+
+  TVDataFilePair files_;
+
+ private:
+  // The files that the object has.
+  virtual std::span<const Side> sides() const { return kBothSides; }
+  // Reads them into the children; what `writer` holds, if there is one, from there. An operation
+  // result.
+  virtual int readFiles(TVHandle& context, const TVDataFileWriter* writer) = 0;
+  // The files of the owner that have a record of the object, and that record.
+  virtual std::span<const Side> recordSides() const { return {}; }
+  virtual std::string record(Side) const { return {}; }
+};
+
+}  // namespace foldapi
