@@ -137,9 +137,11 @@ void TVProjectFolder52::createStorage(TVHandle& context) {
   if (config().path.isEmpty() && !files_.directory(Side::kPublic).isEmpty()) {
     setConfig(TVProjectConfig(fileNamedAfter(files_.directory(Side::kPublic), ".cfg")));
   }
+  // What fails here has been reported. The project is recorded all the same, and its next update
+  // makes the files that are missing.
   if (beginEdit(context)) {
     setDirty(true);
-    endEdit(context);
+    static_cast<void>(endEdit(context));
   }
   createConfigFile(context);
 }
@@ -151,7 +153,7 @@ void TVProjectFolder52::createConfigFile(TVHandle& context) const {
   const bool written = makeDirectories(path.view()) == 0 && file.open(VFile::kCreate) &&
                        file.writeText(kNewConfigLine) > 0 && file.close();
   if (written) return;
-  path.remove();  // An empty one would pass for the real one later.
+  static_cast<void>(path.remove());  // An empty one would pass for the real one later.
   context.sink().error(context, FolderFileMessage(kFolderWriteFailed, path.text()));
 }
 
@@ -192,7 +194,8 @@ VString uniqueName(const VString& directory, const VString& base, std::string_vi
 VString makeUniqueDirectory(const VString& directory, const VString& base,
                             std::string_view suffix) {
   VString path = uniqueName(directory, base, suffix);
-  if (!path.isEmpty()) makeDirectories(joinPath(path.view(), "."));
+  // The first update of a file in it tries once more, and reports.
+  if (!path.isEmpty()) static_cast<void>(makeDirectories(joinPath(path.view(), ".")));
   return path;
 }
 

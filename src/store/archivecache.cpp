@@ -84,7 +84,9 @@ bool TVArchiveCache::save() {
   }
   std::string old;
   if (readFileText(&old) && old == archive.text()) return true;
-  if (makeDirectories(path_.view()) == 0) replaceFile(path_.view(), archive.text());
+  // A file that can't be written is done without.
+  if (makeDirectories(path_.view()) == 0)
+    static_cast<void>(replaceFile(path_.view(), archive.text()));
   return true;
 }
 

@@ -2,8 +2,8 @@
 //
 // A bounded map from archive path to summary that forgets what was not found for the longest time.
 // Each project has one while its children are in memory; it is read from the ".ack" file in the
-// project's private directory and written there when the project goes. It is only an accelerator: a
-// missing, damaged or outdated file changes nothing but speed.
+// project's private directory and written there when the project object is destroyed. It is only an
+// accelerator: a missing, damaged or outdated file changes nothing but speed.
 //
 // The file knows the time of an archive in two-second ticks only. So a summary that was read from
 // it is trusted if the tick is the same, and nothing else is compared.

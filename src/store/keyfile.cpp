@@ -107,7 +107,7 @@ void TVKeyFile::setMacro(std::string_view name, std::string_view value) {
 
 // Every "$(...)" gives way to the one macro value, whatever name it holds. The character that then
 // stands in its place is stepped over unseen: the first one of the macro value or, where that is
-// empty, the one behind, so that a second macro that touches the first stays. What a macro value
+// empty, the one after it, so that a second macro that touches the first stays. What a macro value
 // holds is not expanded again.
 std::string_view TVKeyFile::expandMacros(std::string_view value) {
   if (value.find("$(") == std::string_view::npos) return value;

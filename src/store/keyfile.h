@@ -57,13 +57,13 @@ class TVKeyFile {
   TVKeyFile(std::string_view text, const KeyTableEntry* sections);
 
   // Runs over the whole text. Gives kKeyFileDone, or kKeyFileAborted when a handler asked for it.
-  int parse(const RecordHandler& handler);
+  [[nodiscard]] int parse(const RecordHandler& handler);
 
   // The next section line; key lines and anything else before it are passed over.
-  int nextSection(std::string_view* name, OptionalText* value);
+  [[nodiscard]] int nextSection(std::string_view* name, OptionalText* value);
   // The next key line of the present section, for record handlers: to be called until it gives
   // something other than kKeyFileDone.
-  int nextKey(std::string_view* key, OptionalText* value);
+  [[nodiscard]] int nextKey(std::string_view* key, OptionalText* value);
 
   // The text that stands for every macro "$(...)" in a value. `name` is "TRVSPRIV".
   void setMacro(std::string_view name, std::string_view value);

@@ -15,12 +15,12 @@
 
 namespace foldapi {
 
-// Sets a value in the profile at an operating system path, making the file if need be. An empty
-// `profile` gives false and no message.
+// Sets a value in the profile at an operating system path, making the file if need be. False after
+// a report; an empty `profile` gives false and no report.
 VBool writeProfile(const VPathString& profile, const char* section, const char* key,
                    const VString& value, TVHandle& context);
 
-// The value of a key, cut to `size` - 1 bytes; `fallback`, null for none, where it can't be had.
+// The value of a key, cut to `size` - 1 bytes; `fallback`, null for none, where it can't be read.
 VString readProfile(const VPathString& profile, const char* section, const char* key,
                     const char* fallback, size_t size, TVHandle& context);
 
@@ -29,11 +29,14 @@ VString readProfile(const VPathString& profile, const char* section, const char*
 // find the same. Both stay empty if nothing can be found. The directories are not made.
 void findRootDirectories(VPathString* publicRoot, VPathString* privateRoot, TVHandle& context);
 
+// The next two are for clients; nothing in the library calls them.
+
 // The number under a key of the user's profile, of its first 9 characters and as far as 16 bits
-// hold it; `fallback` where it can't be had. Reports nothing.
+// hold it; `fallback` where it can't be read. Reports nothing.
 int16_t profileNumber(const char* section, const char* key, int16_t fallback);
 
 // Puts the project at the top of the list of opened projects and starts the graphical program.
+// False after a report.
 VBool launchManager(const VString& project, TVHandle& context);
 
 // Reports a code of the profile library; 0 is none.

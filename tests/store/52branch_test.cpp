@@ -111,7 +111,7 @@ TEST_F(Store, BranchesTakeWhatIsTheirsFromAList) {
        "1 R^ 1.0\n1 t T0\n1 a ann\n1 c new\n1 ! ben\n1 ! cy\n1 # B\n1 # A\n1 ~ dev\n"
        "1 R 1.1\n1 t T1\n1 a ben\n1 c \"\"",
        "Trunk 1.0*{T0|ann|new}(!ben)(!cy)(#A)(~dev)(#B) 1.1{T1|ben|}"},
-      {"branches in branches, several off one revision, and a label behind them all",
+      {"branches in branches, several off one revision, and a label after them all",
        "1 R^+ 1.0\n1 t 1\n1 a 1\n1 c 1\n"
        "2 R^+ 1.0.1.0\n2 t 2\n2 a 2\n2 c 2\n2 # IN\n"
        "3 R^ 1.0.1.0.1.0\n3 t 3\n3 a 3\n3 c 3\n"
@@ -127,7 +127,7 @@ TEST_F(Store, BranchesTakeWhatIsTheirsFromAList) {
       {"texts that are missing, one at a time",
        "1 R^ 1.0\n1 a b\n1 c c\n1 R 1.1\n1 t a\n1 c c\n1 R 1.2\n1 t a\n1 a b\n1 R 1.3",
        "Trunk 1.0{|b|c} 1.1{a||c} 1.2{a|b|} 1.3{||}", 4},
-      {"texts in another order, twice, with two marks, behind a label",
+      {"texts in another order, twice, with two marks, after a label",
        "1 R^ 1.0\n1 c c\n1 # L\n1 at b\n1 t a\n1 t A\n1 !c ann", "Trunk 1.0*{A|b|c}(!ann)(#L)"},
       {"texts of a branch are not those of its origin",
        "1 R^+ 1.0\n2 R^ 1.0.1.0\n2 t t\n2 a a\n2 c c", "Trunk 1.0{||}(1.0.1 1.0.1.0{t|a|c})", 1},

@@ -52,7 +52,7 @@ class Holder {
   int file_;
 };
 
-TEST_F(OpenLocked, ReportsWhyAFileCannotBeHad) {
+TEST_F(OpenLocked, ReportsWhyAFileCannotBeOpened) {
   put("readonly", "");
   ::chmod(path("readonly").c_str(), 0444);
   std::filesystem::create_directory(path("dir"));
@@ -119,7 +119,7 @@ TEST_F(OpenLocked, WaitsForAnUpdaterWithNotices) {
   };
   const struct {
     int last;    // The notice at which something happens.
-    bool frees;  // The updater goes, or else the sink gives up.
+    bool frees;  // The updater is done, or else the sink gives up.
     int code;
     std::string told;
   } cases[] = {{1, true, 0, notices("13")},
@@ -146,7 +146,7 @@ TEST_F(OpenLocked, WaitsForAnUpdaterWithNotices) {
   EXPECT_EQ(told(), "");
 }
 
-// A file that came to be had for reading only is good as long as nobody else needs it.
+// A file that was taken for reading only is good as long as nobody else needs it.
 TEST_F(OpenLocked, AsksAgainAtTheFirstWriteAfterAReadOnlyRetry) {
   for (const bool readerGoes : {true, false}) {
     Holder other(path("F"), LOCK_EX);

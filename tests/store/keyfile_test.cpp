@@ -47,7 +47,7 @@ TEST(KeyFile, ReadsOddLines) {
       {"blanks before a head", "\t [Project=p]\nA=1\n  [Folder=f]\nB=2\n",
        "3 Project=p|A=1\n1 Folder=f|B=2\n"},
       {"blank before the name is part of it", "[ Project=p]\n[Project =p]\n", ""},
-      {"text behind the bracket", "[Project=p] DIR=a\nA=1\n", "3 Project=p|A=1\n"},
+      {"text after the bracket", "[Project=p] DIR=a\nA=1\n", "3 Project=p|A=1\n"},
       {"brackets and signs in the value", "[Project=a[b=c]d]\n", "3 Project=a[b=c\n"},
       {"no value and an empty one", "[Project]\n[Project=]\n[]\n[=p]\n", "3 Project\n3 Project=\n"},
       {"no bracket but a line end", "[Project=p\n[Project\nA=1\n", "3 Project=p\n3 Project|A=1\n"},
@@ -78,7 +78,7 @@ TEST(KeyFile, ReadsOddLines) {
 }
 
 TEST(KeyFile, ExpandsMacros) {
-  // A value, and what it becomes with an empty macro and with "VW". What is right behind a
+  // A value, and what it becomes with an empty macro and with "VW". What is right after a
   // replacement is stepped over unseen.
   const auto cases = support::table<3>(
       "$(A) -> -> VW | a$(A)b$(long name)c -> abc -> aVWbVWc |"
