@@ -11,15 +11,15 @@
 
 #include "btkf520/btkf520.h"
 
-enum { kContext = -1, kPathSize = 4096 };
+enum { kPathSize = 4096 };
 
 static int32_t checkIn(const char* both) {
-  return TrvsPutRevision(kContext, 0, both, 0, NULL, NULL, NULL, "changed", NULL, NULL, 0,
+  return TrvsPutRevision(TRVS_CONTEXT, 0, both, 0, NULL, NULL, NULL, "changed", NULL, NULL, 0,
                          TRVS_PUT_KEEP_LOCK);
 }
 
 static int32_t checkOut(const char* both, const char* revision) {
-  return TrvsGetRevision(kContext, both, 0, revision, NULL, NULL, 0, NULL, 0,
+  return TrvsGetRevision(TRVS_CONTEXT, both, 0, revision, NULL, NULL, 0, NULL, 0,
                          TRVS_GET_OVERWRITE | TRVS_GET_WRITABLE);
 }
 

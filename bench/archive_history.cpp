@@ -177,8 +177,8 @@ class Histories {
     const Syncs before = syncs;
     int32_t status = -1;
     const Cost cost = costOf([&] {
-      status = TrvsPutRevision(-1, 0, both.c_str(), 0, nullptr, nullptr, nullptr, "changed",
-                               nullptr, nullptr, 0, TRVS_PUT_KEEP_LOCK);
+      status = TrvsPutRevision(TRVS_CONTEXT, 0, both.c_str(), 0, nullptr, nullptr, nullptr,
+                               "changed", nullptr, nullptr, 0, TRVS_PUT_KEEP_LOCK);
     });
     check(status == 0, "status " + std::to_string(status) + " of a check-in");
     syncsOfCall_ = {syncs.files - before.files, syncs.directories - before.directories};
@@ -234,8 +234,8 @@ class Histories {
     const std::string both = archive("process") + "(" + out + ")";
     int32_t status = -1;
     const Cost cost = costOf([&] {
-      status = TrvsGetRevision(-1, both.c_str(), 0, revision.c_str(), nullptr, nullptr, 0, nullptr,
-                               0, TRVS_GET_OVERWRITE | TRVS_GET_WRITABLE);
+      status = TrvsGetRevision(TRVS_CONTEXT, both.c_str(), 0, revision.c_str(), nullptr, nullptr, 0,
+                               nullptr, 0, TRVS_GET_OVERWRITE | TRVS_GET_WRITABLE);
     });
     check(status == 0, "status " + std::to_string(status) + " of a check-out");
     return cost;
@@ -246,7 +246,8 @@ class Histories {
     const auto theirs = static_cast<double>(std::filesystem::file_size(archive("rcs")));
     std::printf("%-34s %10.0f   %-28s %10.0f %8.3f %8s %8.3f\n", "stored [bytes]", ours, "RCS",
                 theirs, ours / theirs, "", aims_.stored);
-    check(TrvsVerifyArchive(-1, archive("process").c_str(), nullptr, 0) == 0, "a whole archive");
+    check(TrvsVerifyArchive(TRVS_CONTEXT, archive("process").c_str(), nullptr, 0) == 0,
+          "a whole archive");
   }
 
   static constexpr size_t kCheckOuts = 41;

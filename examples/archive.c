@@ -13,7 +13,7 @@
 
 #include "btkf520/btkf520.h"
 
-enum { kContext = -1, kPathSize = 4096, kTextSize = 32768 };
+enum { kPathSize = 4096, kTextSize = 32768 };
 
 static struct {
   char configuration[kPathSize];
@@ -85,22 +85,22 @@ static void checkIn(const Revision* revision) {
   char what[80];
   if (revision->parent != NULL) {
     snprintf(what, sizeof what, "lock %s and check it out", revision->parent);
-    report(TrvsGetRevision(kContext, paths.both, 0, revision->parent, NULL, NULL, 0, NULL, 0,
+    report(TrvsGetRevision(TRVS_CONTEXT, paths.both, 0, revision->parent, NULL, NULL, 0, NULL, 0,
                            TRVS_GET_LOCK),
            what);
   }
   writeFile(paths.workfile, revision->content);
   snprintf(what, sizeof what, "check in %s: %s", revision->number, revision->change);
-  report(TrvsPutRevision(kContext, 0, paths.both, 0, NULL, NULL, NULL, revision->change, NULL, NULL,
-                         0, revision->flags),
+  report(TrvsPutRevision(TRVS_CONTEXT, 0, paths.both, 0, NULL, NULL, NULL, revision->change, NULL,
+                         NULL, 0, revision->flags),
          what);
 }
 
 static void checkOut(const Revision* revision) {
   char what[80];
   snprintf(what, sizeof what, "check out %s and compare", revision->number);
-  int32_t status = TrvsGetRevision(kContext, paths.both, 0, revision->number, NULL, NULL, 0, NULL,
-                                   0, TRVS_GET_OVERWRITE);
+  int32_t status = TrvsGetRevision(TRVS_CONTEXT, paths.both, 0, revision->number, NULL, NULL, 0,
+                                   NULL, 0, TRVS_GET_OVERWRITE);
   if (status == 0 && !isContent(paths.workfile, revision->content)) fail("the bytes differ");
   report(status, what);
 }
@@ -109,17 +109,19 @@ static void checkOut(const Revision* revision) {
 static void showLocks(void) {
   char* buffer[64]; /* pointers come first in what the toolkit fills */
   int16_t count = 8;
-  report(TrvsLockRevision(kContext, paths.archive, "1.1.1", NULL), "lock the tip of 1.1.1");
-  report(TrvsGetLockInfo(kContext, paths.archive, 0, NULL, &count, (char*)buffer, sizeof buffer),
-         "ask for my locks");
+  report(TrvsLockRevision(TRVS_CONTEXT, paths.archive, "1.1.1", NULL), "lock the tip of 1.1.1");
+  report(
+      TrvsGetLockInfo(TRVS_CONTEXT, paths.archive, 0, NULL, &count, (char*)buffer, sizeof buffer),
+      "ask for my locks");
   for (int16_t i = 0; i < count; ++i) printf("    locked: %s\n", buffer[i]);
-  report(TrvsUnLockRevision(kContext, paths.archive, NULL, NULL), "unlock");
+  report(TrvsUnLockRevision(TRVS_CONTEXT, paths.archive, NULL, NULL), "unlock");
 }
 
 /* Prints the tree: a revision a line, what hangs on it behind, branches further in. */
 static void showTree(void) {
   TrvsRevTree* tree = NULL;
-  report(TrvsRevTreeInfo(kContext, paths.archive, &tree, 1), "fetch the revision tree");
+  report(TrvsRevTreeInfo(TRVS_CONTEXT, paths.archive, &tree, TRVS_TREE_FETCH),
+         "fetch the revision tree");
   for (const TrvsRevTree* record = tree; record != NULL; record = record->next) {
     if ((record->flags & TRVS_TREE_REVISION) != 0) {
       printf("%s%*s%s", record == tree ? "" : "\n", 4 * record->level, "", record->text);
@@ -130,7 +132,7 @@ static void showTree(void) {
     }
   }
   printf("\n");
-  report(TrvsRevTreeInfo(kContext, NULL, &tree, 0), "take it back");
+  report(TrvsRevTreeInfo(TRVS_CONTEXT, NULL, &tree, TRVS_TREE_RETURN), "take it back");
 }
 
 static int32_t printLine(const char* text, int32_t code) {
@@ -140,8 +142,9 @@ static int32_t printLine(const char* text, int32_t code) {
 }
 
 static void showDifferences(void) {
-  TrvsRegisterCallback(4, (TrvsCallback)(void (*)(void))printLine);
-  report(TrvsReportDifferences(kContext, paths.archive, "1.0", NULL, "1.1", NULL, 3, 0, 0, NULL, 0),
+  TrvsRegisterCallback(TRVS_CALLBACK_OUTPUT, (TrvsCallback)(void (*)(void))printLine);
+  report(TrvsReportDifferences(TRVS_CONTEXT, paths.archive, "1.0", NULL, "1.1", NULL, 3, 0, 0, NULL,
+                               0),
          "compare 1.0 and 1.1");
 }
 
@@ -158,17 +161,17 @@ int main(int argc, char** argv) {
          "create motor.c_v");
 
   for (int i = 0; i < 3; ++i) checkIn(&kRevisions[i]);
-  report(TrvsPromoteRevision(kContext, paths.archive, "development", 0), "promote 1.2 to test");
+  report(TrvsPromoteRevision(TRVS_CONTEXT, paths.archive, "development", 0), "promote 1.2 to test");
   checkIn(&kRevisions[3]);
-  report(TrvsSetLabel(kContext, paths.archive, "REL_1", "1.1", 0), "label 1.1 as REL_1");
-  report(TrvsSetLabel(kContext, paths.archive, "NEXT", "1.2", TRVS_LABEL_FLOATS),
+  report(TrvsSetLabel(TRVS_CONTEXT, paths.archive, "REL_1", "1.1", 0), "label 1.1 as REL_1");
+  report(TrvsSetLabel(TRVS_CONTEXT, paths.archive, "NEXT", "1.2", TRVS_LABEL_FLOATS),
          "let NEXT float with the trunk");
-  report(TrvsPromoteRevision(kContext, paths.archive, "test", 0), "promote 1.2 to production");
+  report(TrvsPromoteRevision(TRVS_CONTEXT, paths.archive, "test", 0), "promote 1.2 to production");
   showLocks();
   showTree();
   showDifferences();
 
   for (int i = 0; i < kRevisionCount; ++i) checkOut(&kRevisions[i]);
-  report(TrvsVerifyArchive(kContext, paths.archive, NULL, 0), "verify every byte");
+  report(TrvsVerifyArchive(TRVS_CONTEXT, paths.archive, NULL, 0), "verify every byte");
   return 0;
 }

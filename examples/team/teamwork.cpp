@@ -15,8 +15,6 @@ namespace team {
 
 namespace {
 
-constexpr int32_t kContext = -1;
-
 void expectDone(int32_t status, const std::string& what) {
   if (status == 0) return;
   throw std::runtime_error("can't " + what + ": status " + std::to_string(status));
@@ -87,12 +85,13 @@ void Teamwork::create(const std::string& member, const File& file, const std::st
 }
 
 void Teamwork::allow(const File& file, const std::string& member) {
-  expectDone(TrvsAddAccess(kContext, archive(file).c_str(), member.c_str()), "allow " + member);
+  expectDone(TrvsAddAccess(TRVS_CONTEXT, archive(file).c_str(), member.c_str()), "allow " + member);
 }
 
 void Teamwork::lockExclusively(const File& file) {
-  expectDone(TrvsSetAttributes(kContext, archive(file).c_str(), TRVS_ATTRIBUTE_EXCLUSIVE_LOCKS, 0),
-             "set attributes of " + file.archive);
+  expectDone(
+      TrvsSetAttributes(TRVS_CONTEXT, archive(file).c_str(), TRVS_ATTRIBUTE_EXCLUSIVE_LOCKS, 0),
+      "set attributes of " + file.archive);
 }
 
 void Teamwork::checkIn(const std::string& member, const File& file, const CheckIn& what,
@@ -103,28 +102,28 @@ void Teamwork::checkIn(const std::string& member, const File& file, const CheckI
       place_.path(file.workfile),
       std::string("/* ") + what.change + " */\r\nint revision = " + what.number[2] + ";\r\n", time);
   const std::string both = archive(file) + "(" + place_.text(file.workfile) + ")";
-  expectDone(TrvsPutRevision(kContext, 0, both.c_str(), 0, what.number, nullptr, nullptr,
+  expectDone(TrvsPutRevision(TRVS_CONTEXT, 0, both.c_str(), 0, what.number, nullptr, nullptr,
                              what.change, nullptr, nullptr, packedTime(time), 0),
              "check in " + file.workfile + " " + what.number);
 }
 
 void Teamwork::lock(const std::string& member, const File& file, const char* revision) {
   become(member);
-  expectDone(TrvsLockRevision(kContext, archive(file).c_str(), revision, nullptr),
+  expectDone(TrvsLockRevision(TRVS_CONTEXT, archive(file).c_str(), revision, nullptr),
              "lock " + file.archive + " " + revision);
 }
 
 void Teamwork::label(const std::string& member, const File& file, const char* label,
                      const char* revision, bool floats) {
   become(member);
-  expectDone(TrvsSetLabel(kContext, archive(file).c_str(), label, revision,
+  expectDone(TrvsSetLabel(TRVS_CONTEXT, archive(file).c_str(), label, revision,
                           floats ? TRVS_LABEL_FLOATS : 0),
              std::string("set the label ") + label);
 }
 
 void Teamwork::promote(const std::string& member, const File& file, const char* group) {
   become(member);
-  expectDone(TrvsPromoteRevision(kContext, archive(file).c_str(), group, 0),
+  expectDone(TrvsPromoteRevision(TRVS_CONTEXT, archive(file).c_str(), group, 0),
              std::string("promote from ") + group);
 }
 

@@ -25,16 +25,16 @@ class Branches : public testing::Test {
   // Checks in a revision behind a parent, or the first one.
   void checkIn(const char* parent, uint32_t flags = 0) {
     if (parent != nullptr) {
-      EXPECT_EQ(TrvsLockRevision(-1, archive_.c_str(), parent, nullptr), 0);
+      EXPECT_EQ(TrvsLockRevision(TRVS_CONTEXT, archive_.c_str(), parent, nullptr), 0);
     }
     support::writeFile(workfile_, "text " + std::to_string(++count_) + "\n");
     const std::string both = archive_ + "(" + workfile_ + ")";
-    EXPECT_EQ(TrvsPutRevision(-1, 0, both.c_str(), 0, nullptr, nullptr, nullptr, "change", nullptr,
-                              nullptr, 0, flags | TRVS_PUT_OLDER),
+    EXPECT_EQ(TrvsPutRevision(TRVS_CONTEXT, 0, both.c_str(), 0, nullptr, nullptr, nullptr, "change",
+                              nullptr, nullptr, 0, flags | TRVS_PUT_OLDER),
               0);
   }
   void label(const char* name, const char* revision) {
-    EXPECT_EQ(TrvsSetLabel(-1, archive_.c_str(), name, revision, 0), 0);
+    EXPECT_EQ(TrvsSetLabel(TRVS_CONTEXT, archive_.c_str(), name, revision, 0), 0);
   }
 
   TVHandle* openArchive() {

@@ -130,8 +130,8 @@ class Handles : public testing::Test {
     const std::string archive = scratch_.path("w_v"), workfile = scratch_.path("w");
     support::writeFile(workfile, "content");
     EXPECT_EQ(TrvsCreateArchive(archive.c_str(), workfile.c_str(), nullptr, nullptr, 0, 0), 0);
-    EXPECT_EQ(TrvsPutRevision(-1, 0, (archive + "(" + workfile + ")").c_str(), 0, nullptr, "LABEL",
-                              nullptr, "first", nullptr, nullptr, 0, TRVS_PUT_KEEP_LOCK),
+    EXPECT_EQ(TrvsPutRevision(TRVS_CONTEXT, 0, (archive + "(" + workfile + ")").c_str(), 0, nullptr,
+                              "LABEL", nullptr, "first", nullptr, nullptr, 0, TRVS_PUT_KEEP_LOCK),
               0);
     TVHandle* const added = scratch_.openProject("P");
     AddExistingArchive(added, "w", archive.c_str());

@@ -21,6 +21,8 @@ TrvsCallback anyCallback(Function* callback) {
   return reinterpret_cast<TrvsCallback>(reinterpret_cast<void (*)()>(callback));
 }
 
+inline std::string statusText(int32_t status) { return "status " + std::to_string(status); }
+
 // A packed time of 2001, by minutes.
 inline uint32_t minute(uint32_t count) {
   return 21u << 25 | 2u << 21 | (3 + count / 1440) << 16 | count / 60 % 24 << 11 | count % 60 << 5;
@@ -28,8 +30,6 @@ inline uint32_t minute(uint32_t count) {
 
 class Archives : public Toolkit {
  protected:
-  static constexpr int32_t kContext = -1;
-
   void SetUp() override {
     Toolkit::SetUp();
     configure("");
@@ -38,7 +38,7 @@ class Archives : public Toolkit {
     lines.clear();
   }
   void TearDown() override {
-    for (const int32_t id : {1, 3, 4, 5, 6, 9, 10, 17, 18, 20}) TrvsRegisterCallback(id, nullptr);
+    for (int32_t id = 1; id <= TRVS_CALLBACK_TEXT; ++id) TrvsRegisterCallback(id, nullptr);
     Toolkit::TearDown();
   }
 
@@ -70,7 +70,7 @@ class Archives : public Toolkit {
   };
   // Checks in what the workfile holds.
   int32_t put(const Put& how) {
-    return TrvsPutRevision(kContext, 0, target().c_str(), 0, how.revision, how.label,
+    return TrvsPutRevision(TRVS_CONTEXT, 0, target().c_str(), 0, how.revision, how.label,
                            how.description, how.change, how.group, how.author, how.time, how.flags);
   }
   int32_t put(std::string_view bytes, const Put& how) {
@@ -87,33 +87,33 @@ class Archives : public Toolkit {
     const char* group = nullptr;
   };
   int32_t get(const Get& how) {
-    return TrvsGetRevision(kContext, target().c_str(), 0, how.revision, how.cutoff, how.newerThan,
-                           0, how.group, 0, how.flags);
+    return TrvsGetRevision(TRVS_CONTEXT, target().c_str(), 0, how.revision, how.cutoff,
+                           how.newerThan, 0, how.group, 0, how.flags);
   }
-  // The bytes of a revision, or "status 18".
+  // The bytes of a revision, or statusText().
   std::string content(const char* revision) {
     const int32_t status = get({.revision = revision});
-    return status == 0 ? support::readFile(workfile()) : "status " + std::to_string(status);
+    return status == 0 ? support::readFile(workfile()) : statusText(status);
   }
 
   int32_t lock(const char* revision = nullptr, const char* group = nullptr) {
-    return TrvsLockRevision(kContext, archive().c_str(), revision, group);
+    return TrvsLockRevision(TRVS_CONTEXT, archive().c_str(), revision, group);
   }
   int32_t unlock(const char* user = nullptr, const char* revision = nullptr) {
-    return TrvsUnLockRevision(kContext, archive().c_str(), revision, user);
+    return TrvsUnLockRevision(TRVS_CONTEXT, archive().c_str(), revision, user);
   }
   int32_t label(const char* name, const char* revision, uint32_t flags = 0) {
-    return TrvsSetLabel(kContext, archive().c_str(), name, revision, flags);
+    return TrvsSetLabel(TRVS_CONTEXT, archive().c_str(), name, revision, flags);
   }
   int32_t deleteRange(const char* range) {
-    return TrvsDeleteRevisions(kContext, archive().c_str(), range);
+    return TrvsDeleteRevisions(TRVS_CONTEXT, archive().c_str(), range);
   }
 
   // An archive with 1.0, 1.1, 1.2 of contents "0\n", "1\n", "2\n", and 1.1.1.0 and 1.1.2.0; locks
   // are not checked. Minutes 1 to 5 are their times, of 2001-02-03.
   void makeBranches() {
     ASSERT_EQ(create("motor"), 0);
-    ASSERT_EQ(TrvsSetAttributes(kContext, archive().c_str(), 0, TRVS_ATTRIBUTE_CHECK_LOCKS), 0);
+    ASSERT_EQ(TrvsSetAttributes(TRVS_CONTEXT, archive().c_str(), 0, TRVS_ATTRIBUTE_CHECK_LOCKS), 0);
     uint32_t time = 0;
     for (const char* bytes : {"0\n", "1\n", "2\n"}) {
       ASSERT_EQ(put(bytes, {.time = minute(++time)}), 0);
@@ -122,15 +122,16 @@ class Archives : public Toolkit {
     ASSERT_EQ(put("c\n", {.revision = "1.1", .time = minute(5)}), 0);
   }
 
-  // A list that a function hands out, as "a b c"; or "status 2".
+  // A list that a function hands out, as "a b c"; or statusText().
   template <typename Fetch>
   static std::string list(const Fetch& fetch) {
     std::vector<char> buffer(1, '?');
     int32_t status;
-    while ((status = fetch(buffer.data(), static_cast<int32_t>(buffer.size()))) == 8) {
+    while ((status = fetch(buffer.data(), static_cast<int32_t>(buffer.size()))) ==
+           TRVS_BUFFER_TOO_SMALL) {
       buffer.resize(buffer.size() + 16, '?');
     }
-    if (status != 0) return "status " + std::to_string(status);
+    if (status != 0) return statusText(status);
     std::string result;
     for (const char* name = buffer.data(); *name != '\0'; name += std::strlen(name) + 1) {
       result.append(result.empty() ? "" : " ").append(name);
@@ -139,20 +140,20 @@ class Archives : public Toolkit {
   }
   std::string revisions(const char* range = nullptr) const {
     return list([&](char* buffer, int32_t size) {
-      return TrvsListRevisions(kContext, archive().c_str(), range, buffer, size);
+      return TrvsListRevisions(TRVS_CONTEXT, archive().c_str(), range, buffer, size);
     });
   }
   std::string labels() const {
     return list([&](char* buffer, int32_t size) {
-      return TrvsListLabels(kContext, archive().c_str(), buffer, size);
+      return TrvsListLabels(TRVS_CONTEXT, archive().c_str(), buffer, size);
     });
   }
   // The revision tree: "1.1^+ ann #REL ~dev", where "^" is a head, "+" has a branch, "!" is a
   // locker; deeper levels stand in "<>".
   std::string tree() const {
     TrvsRevTree* first = nullptr;
-    const int32_t status = TrvsRevTreeInfo(kContext, target().c_str(), &first, 1);
-    if (status != 0) return "status " + std::to_string(status);
+    const int32_t status = TrvsRevTreeInfo(TRVS_CONTEXT, target().c_str(), &first, TRVS_TREE_FETCH);
+    if (status != 0) return statusText(status);
     std::string result;
     int level = 1;
     for (const TrvsRevTree* record = first; record != nullptr; record = record->next) {
@@ -167,7 +168,7 @@ class Archives : public Toolkit {
       if (has(TRVS_TREE_GROUP)) result.append("~").append(record->text);
     }
     for (; level > 1; --level) result += ">";
-    EXPECT_EQ(TrvsRevTreeInfo(kContext, nullptr, &first, 0), 0);
+    EXPECT_EQ(TrvsRevTreeInfo(TRVS_CONTEXT, nullptr, &first, TRVS_TREE_RETURN), 0);
     EXPECT_EQ(first, nullptr);
     return result;
   }
@@ -181,42 +182,45 @@ class Archives : public Toolkit {
   // Has all callbacks of questions answer from `answers`, by id, 0 if nothing stands there; what
   // they are asked goes to `asked`, and lines of reports to `lines`.
   static void answerQuestions() {
-    TrvsRegisterCallback(1, anyCallback(+[]() -> int32_t { return answers[1]; }));
-    TrvsRegisterCallback(3, anyCallback(+[](int32_t code, const char*) -> int32_t {
-                           asked += "3:" + std::to_string(code) + " ";
-                           return answers[3];
-                         }));
-    TrvsRegisterCallback(4, anyCallback(+[](const char* text, int32_t code) -> int32_t {
-                           lines.push_back(std::to_string(code) + " " + text);
-                           return answers[4];
-                         }));
-    TrvsRegisterCallback(5, anyCallback(+[](const char*, const char*, char**) -> int32_t {
-                           asked += "5 ";
-                           return answers[5];
-                         }));
-    TrvsRegisterCallback(6, anyCallback(+[](const char* name, const char*, char** other) {
-                           asked += "6:" + std::string(name) + " ";
-                           if (!otherLabel.empty()) *other = otherLabel.data();
-                           return answers[6];
-                         }));
-    TrvsRegisterCallback(9, anyCallback(+[](char* text) -> int32_t {
-                           asked += "9:" + std::string(text) + " ";
-                           otherLabel.clear();
-                           return 0;
-                         }));
-    TrvsRegisterCallback(10, anyCallback(+[](const char*, int32_t value) -> int32_t {
-                           asked += "10:" + std::to_string(value) + " ";
-                           return answers[10];
-                         }));
-    TrvsRegisterCallback(18, anyCallback(+[](const char* event, const char*, const char*,
-                                             const char* what, int32_t) -> int32_t {
-                           asked += "18:" + std::string(event) + ":" + what + " ";
-                           return 0;
-                         }));
-    TrvsRegisterCallback(20, anyCallback(+[](int32_t code) -> int32_t {
-                           asked += "20:" + std::to_string(code) + " ";
-                           return 0;
-                         }));
+    const auto on = [](int32_t id, auto callback) {
+      TrvsRegisterCallback(id, anyCallback(+callback));
+    };
+    on(TRVS_CALLBACK_CONTINUE, []() -> int32_t { return answers[TRVS_CALLBACK_CONTINUE]; });
+    on(TRVS_CALLBACK_RETRY, [](int32_t code, const char*) -> int32_t {
+      asked += code == TRVS_BUSY_ARCHIVE ? "busy " : "branch ";
+      return answers[TRVS_CALLBACK_RETRY];
+    });
+    on(TRVS_CALLBACK_OUTPUT, [](const char* text, int32_t kind) -> int32_t {
+      lines.push_back(std::to_string(kind) + " " + text);
+      return answers[TRVS_CALLBACK_OUTPUT];
+    });
+    on(TRVS_CALLBACK_OVERWRITE, [](const char*, const char*, char**) -> int32_t {
+      asked += "overwrite ";
+      return answers[TRVS_CALLBACK_OVERWRITE];
+    });
+    on(TRVS_CALLBACK_MOVE_LABEL, [](const char* name, const char*, char** other) -> int32_t {
+      asked += "move:" + std::string(name) + " ";
+      if (!otherLabel.empty()) *other = otherLabel.data();
+      return answers[TRVS_CALLBACK_MOVE_LABEL];
+    });
+    on(TRVS_CALLBACK_FREE, [](char* text) -> int32_t {
+      asked += "free:" + std::string(text) + " ";
+      otherLabel.clear();
+      return 0;
+    });
+    on(TRVS_CALLBACK_CHECK_IN, [](const char*, int32_t value) -> int32_t {
+      asked += value == TRVS_UNCHANGED ? "unchanged " : "? ";
+      return answers[TRVS_CALLBACK_CHECK_IN];
+    });
+    on(TRVS_CALLBACK_OPERATION,
+       [](const char* event, const char*, const char*, const char* what, int32_t) -> int32_t {
+         asked += "done:" + std::string(event) + ":" + what + " ";
+         return 0;
+       });
+    on(TRVS_CALLBACK_MESSAGE, [](int32_t code) -> int32_t {
+      asked += code == TRVS_NO_JOURNAL ? "no journal " : "? ";
+      return 0;
+    });
   }
 
   static inline std::map<int32_t, int32_t> answers;

@@ -24,19 +24,21 @@ class Team : public Archives {
     std::string acknowledged;
     for (int round = 0; round < kRounds; ++round) {
       if (withLocks) {
-        const int32_t status = TrvsGetRevision(kContext, both.c_str(), 0, nullptr, nullptr, nullptr,
-                                               0, nullptr, 0, TRVS_GET_LOCK | TRVS_GET_OVERWRITE);
-        if (status == 6 || status == 14) continue;
+        const int32_t status =
+            TrvsGetRevision(TRVS_CONTEXT, both.c_str(), 0, nullptr, nullptr, nullptr, 0, nullptr, 0,
+                            TRVS_GET_LOCK | TRVS_GET_OVERWRITE);
+        if (status == TRVS_IN_USE || status == TRVS_LOCKED) continue;
         if (status != 0) return status;
       }
       const std::string text = name + " round " + std::to_string(round);
       write(name, text);
       const int32_t status =
-          TrvsPutRevision(kContext, 0, both.c_str(), 0, nullptr, nullptr, nullptr, text.c_str(),
+          TrvsPutRevision(TRVS_CONTEXT, 0, both.c_str(), 0, nullptr, nullptr, nullptr, text.c_str(),
                           nullptr, nullptr, 0, TRVS_PUT_OLDER | TRVS_PUT_READ_ONLY);
       if (status == 0) acknowledged += text + "\n";
-      if (status == 6 && withLocks) TrvsUnLockRevision(kContext, both.c_str(), nullptr, nullptr);
-      if (status != 0 && status != 6) return status;
+      if (status == TRVS_IN_USE && withLocks)
+        TrvsUnLockRevision(TRVS_CONTEXT, both.c_str(), nullptr, nullptr);
+      if (status != 0 && status != TRVS_IN_USE) return status;
       chmod(path(name).c_str(), 0644);
     }
     write("acknowledged" + std::to_string(member), acknowledged);
@@ -63,7 +65,8 @@ class Team : public Archives {
     std::istringstream numbers(revisions());
     for (std::string number; numbers >> number;) {
       char change[100] = "";
-      EXPECT_EQ(TrvsGetDescription(kContext, archive().c_str(), number.c_str(), change, 100), 0);
+      EXPECT_EQ(TrvsGetDescription(TRVS_CONTEXT, archive().c_str(), number.c_str(), change, 100),
+                0);
       EXPECT_TRUE(contents.emplace(change, content(number.c_str())).second) << change;
     }
     std::set<std::string> acknowledged;
@@ -73,14 +76,14 @@ class Team : public Archives {
     }
     for (const std::string& text : acknowledged) EXPECT_EQ(contents[text], text);
     EXPECT_EQ(contents.size(), acknowledged.size() + 1) << "nothing that nobody knows of";
-    EXPECT_EQ(TrvsVerifyArchive(kContext, archive().c_str(), nullptr, 0), 0);
+    EXPECT_EQ(TrvsVerifyArchive(TRVS_CONTEXT, archive().c_str(), nullptr, 0), 0);
     return acknowledged.size();
   }
 };
 
 TEST_F(Team, LosesNothingWithoutLocks) {
   ASSERT_EQ(create(), 0);
-  ASSERT_EQ(TrvsSetAttributes(kContext, archive().c_str(), 0, TRVS_ATTRIBUTE_CHECK_LOCKS), 0);
+  ASSERT_EQ(TrvsSetAttributes(TRVS_CONTEXT, archive().c_str(), 0, TRVS_ATTRIBUTE_CHECK_LOCKS), 0);
   ASSERT_EQ(put("first", {.change = "first"}), 0);
   run(false);
   EXPECT_GE(check(), 1u);
@@ -88,7 +91,7 @@ TEST_F(Team, LosesNothingWithoutLocks) {
 
 TEST_F(Team, LosesNothingWhenItWaits) {
   ASSERT_EQ(create(), 0);
-  ASSERT_EQ(TrvsSetAttributes(kContext, archive().c_str(), 0, TRVS_ATTRIBUTE_CHECK_LOCKS), 0);
+  ASSERT_EQ(TrvsSetAttributes(TRVS_CONTEXT, archive().c_str(), 0, TRVS_ATTRIBUTE_CHECK_LOCKS), 0);
   ASSERT_EQ(put("first", {.change = "first"}), 0);
   answerQuestions();
   run(false);

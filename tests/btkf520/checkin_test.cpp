@@ -29,29 +29,29 @@ TEST_F(CheckIn, FollowsALockOrTheTipOrStartsABranch) {
     const char* made;
   };
   const Step steps[] = {
-      {"the first has two components", "1.2.1.0", 0, 19, ""},
-      {"the first is no label", "REL", 0, 19, ""},
-      {"a first number", "2.0", 0, 0, "2.0"},
-      {"behind the tip", nullptr, 0, 0, "2.1"},
-      {"a number behind the tip", "3.5", 0, 0, "3.5"},
-      {"a number before the tip", "3.4", 0, 19, ""},
-      {"not the tip", "2.1", 0, 0, "2.1.1.0"},
-      {"once more", "2.1", 0, 0, "2.1.2.0"},
-      {"the tip of a branch", "2.1.1", 0, 0, "2.1.1.1"},
-      {"a branch from a tip", "2.1.1", TRVS_PUT_BRANCH, 0, "2.1.1.1.1.0"},
-      {"a number on a branch", "2.1.2.7", 0, 0, "2.1.2.7"},
-      {"a number that makes the next branch", "2.1.3.0", 0, 0, "2.1.3.0"},
-      {"the next branch by number and by flag", "2.1.4.0", TRVS_PUT_BRANCH, 0, "2.1.4.0"},
-      {"a number that skips a branch", "2.1.9.0", 0, 19, ""},
-      {"a branch from nowhere", "2.7.1.0", 0, 18, ""},
-      {"a branch that isn't there", "2.7.1", 0, 18, ""},
-      {"no label", "REL", 0, 11, ""},
-      {"a number that can't branch", "4.0", TRVS_PUT_BRANCH, 19, ""},
-      {"the last number", "3.999999999", 0, 0, "3.999999999"},
-      {"behind the last number", nullptr, 0, 19, ""},
+      {"the first has two components", "1.2.1.0", 0, TRVS_BAD_NUMBER, ""},
+      {"the first is no label", "REL", 0, TRVS_BAD_NUMBER, ""},
+      {"a first number", "2.0", 0, TRVS_DONE, "2.0"},
+      {"behind the tip", nullptr, 0, TRVS_DONE, "2.1"},
+      {"a number behind the tip", "3.5", 0, TRVS_DONE, "3.5"},
+      {"a number before the tip", "3.4", 0, TRVS_BAD_NUMBER, ""},
+      {"not the tip", "2.1", 0, TRVS_DONE, "2.1.1.0"},
+      {"once more", "2.1", 0, TRVS_DONE, "2.1.2.0"},
+      {"the tip of a branch", "2.1.1", 0, TRVS_DONE, "2.1.1.1"},
+      {"a branch from a tip", "2.1.1", TRVS_PUT_BRANCH, TRVS_DONE, "2.1.1.1.1.0"},
+      {"a number on a branch", "2.1.2.7", 0, TRVS_DONE, "2.1.2.7"},
+      {"a number that makes the next branch", "2.1.3.0", 0, TRVS_DONE, "2.1.3.0"},
+      {"the next branch by number and by flag", "2.1.4.0", TRVS_PUT_BRANCH, TRVS_DONE, "2.1.4.0"},
+      {"a number that skips a branch", "2.1.9.0", 0, TRVS_BAD_NUMBER, ""},
+      {"a branch from nowhere", "2.7.1.0", 0, TRVS_NO_REVISION, ""},
+      {"a branch that isn't there", "2.7.1", 0, TRVS_NO_REVISION, ""},
+      {"no label", "REL", 0, TRVS_NO_SUCH_LABEL, ""},
+      {"a number that can't branch", "4.0", TRVS_PUT_BRANCH, TRVS_BAD_NUMBER, ""},
+      {"the last number", "3.999999999", 0, TRVS_DONE, "3.999999999"},
+      {"behind the last number", nullptr, 0, TRVS_BAD_NUMBER, ""},
   };
   ASSERT_EQ(create(), 0);
-  ASSERT_EQ(TrvsSetAttributes(kContext, archive().c_str(), 0, TRVS_ATTRIBUTE_CHECK_LOCKS), 0);
+  ASSERT_EQ(TrvsSetAttributes(TRVS_CONTEXT, archive().c_str(), 0, TRVS_ATTRIBUTE_CHECK_LOCKS), 0);
   int count = 0;
   for (const Step& step : steps) {
     SCOPED_TRACE(step.why);
@@ -70,17 +70,17 @@ TEST_F(CheckIn, FollowsALockOrTheTipOrStartsABranch) {
 TEST_F(CheckIn, NeedsALockOfOnesOwn) {
   ASSERT_EQ(create(), 0);
   ASSERT_EQ(put("0", {}), 0);
-  EXPECT_EQ(put("1", {}), 30) << "no lock at all";
-  EXPECT_EQ(put("1", {.revision = "1.0"}), 30);
+  EXPECT_EQ(put("1", {}), TRVS_NO_LOCK) << "no lock at all";
+  EXPECT_EQ(put("1", {.revision = "1.0"}), TRVS_NO_LOCK);
   become("bob");
   ASSERT_EQ(lock(), 0);
   become("ann");
-  EXPECT_EQ(put("1", {.revision = "1.0"}), 14) << "another's";
+  EXPECT_EQ(put("1", {.revision = "1.0"}), TRVS_LOCKED) << "another's";
   become("bob");
   EXPECT_EQ(put("1", {.flags = TRVS_PUT_KEEP_LOCK}), 0);
   EXPECT_EQ(tree(), "1.0^ 1.1!bob");
   ASSERT_EQ(lock("1.0"), 0);
-  EXPECT_EQ(put("2", {}), 19) << "which lock?";
+  EXPECT_EQ(put("2", {}), TRVS_BAD_NUMBER) << "which lock?";
   EXPECT_EQ(put("2", {.revision = "1.0"}), 0);
   EXPECT_EQ(put("3", {}), 0);
   EXPECT_EQ(tree(), "1.0^+< 1.0.1.0^> 1.1 1.2");
@@ -94,28 +94,32 @@ TEST_F(CheckIn, DecidesAboutTheWorkfileByFlags) {
     const char* bytes;  // The parent is "old".
     bool isOlder;
     uint32_t flags;
-    int32_t answer;  // Of callback 10.
+    int32_t answer;
     int32_t status;
     const char* asked;
     const char* left;  // Of the workfile: gone, read-only or writable.
   };
   const uint32_t ask = TRVS_PUT_REFUSE_UNCHANGED | TRVS_PUT_ASK_UNCHANGED;
-  const char* const done = "18:CHECKIN:1.1 ";
-  const std::string askedAndDone = "10:52 "s + done;
+  const char* const done = "done:CHECKIN:1.1 ";
+  const std::string askedAndDone = "unchanged "s + done;
   const Case cases[] = {
-      {"plain", "new", false, 0, 2, 0, done, "gone"},
-      {"keeps the lock", "new", false, TRVS_PUT_KEEP_LOCK, 2, 0, done, "writable"},
-      {"read-only", "new", false, TRVS_PUT_READ_ONLY, 2, 0, done, "read-only"},
-      {"both", "new", false, TRVS_PUT_READ_ONLY | TRVS_PUT_KEEP_LOCK, 0, 10, "", "writable"},
-      {"unknown flag", "new", false, 0x100, 0, 10, "", "writable"},
-      {"unchanged", "old", false, 0, 0, 52, "", "writable"},
-      {"unchanged, refuse", "old", false, TRVS_PUT_REFUSE_UNCHANGED, 0, 52, "", "writable"},
-      {"unchanged, in all the same", "old", false, TRVS_PUT_UNCHANGED, 2, 0, done, "gone"},
-      {"unchanged, yes", "old", false, ask, 0, 0, askedAndDone.c_str(), "gone"},
-      {"unchanged, no", "old", false, ask, 2, 52, "10:52 ", "writable"},
-      {"changed: no question", "new", false, ask, 2, 0, done, "gone"},
-      {"older", "new", true, 0, 0, 51, "", "writable"},
-      {"older, in all the same", "new", true, TRVS_PUT_OLDER, 2, 0, done, "gone"},
+      {"plain", "new", false, 0, TRVS_REFUSE, TRVS_DONE, done, "gone"},
+      {"keeps the lock", "new", false, TRVS_PUT_KEEP_LOCK, TRVS_REFUSE, TRVS_DONE, done,
+       "writable"},
+      {"read-only", "new", false, TRVS_PUT_READ_ONLY, TRVS_REFUSE, TRVS_DONE, done, "read-only"},
+      {"both", "new", false, TRVS_PUT_READ_ONLY | TRVS_PUT_KEEP_LOCK, TRVS_GO_ON, TRVS_MISUSE, "",
+       "writable"},
+      {"unknown flag", "new", false, 0x100, TRVS_GO_ON, TRVS_MISUSE, "", "writable"},
+      {"unchanged", "old", false, 0, TRVS_GO_ON, TRVS_UNCHANGED, "", "writable"},
+      {"unchanged, refuse", "old", false, TRVS_PUT_REFUSE_UNCHANGED, TRVS_GO_ON, TRVS_UNCHANGED, "",
+       "writable"},
+      {"unchanged, in all the same", "old", false, TRVS_PUT_UNCHANGED, TRVS_REFUSE, TRVS_DONE, done,
+       "gone"},
+      {"unchanged, yes", "old", false, ask, TRVS_GO_ON, TRVS_DONE, askedAndDone.c_str(), "gone"},
+      {"unchanged, no", "old", false, ask, TRVS_REFUSE, TRVS_UNCHANGED, "unchanged ", "writable"},
+      {"changed: no question", "new", false, ask, TRVS_REFUSE, TRVS_DONE, done, "gone"},
+      {"older", "new", true, 0, TRVS_GO_ON, TRVS_OLDER, "", "writable"},
+      {"older, in all the same", "new", true, TRVS_PUT_OLDER, TRVS_REFUSE, TRVS_DONE, done, "gone"},
   };
   answerQuestions();
   for (const Case& c : cases) {
@@ -127,7 +131,7 @@ TEST_F(CheckIn, DecidesAboutTheWorkfileByFlags) {
     const utimbuf past{1000000000, 1000000000};
     if (c.isOlder) utime(workfile().c_str(), &past);
     asked.clear();
-    answers[10] = c.answer;
+    answers[TRVS_CALLBACK_CHECK_IN] = c.answer;
     EXPECT_EQ(put({.flags = c.flags}), c.status);
     EXPECT_EQ(asked, c.asked);
     EXPECT_STREQ(!isWorkfileThere()     ? "gone"
@@ -144,49 +148,54 @@ TEST_F(CheckIn, RecordsWhatItIsTold) {
   EXPECT_EQ(labels(), "REL 1.0");
   EXPECT_EQ(content("REL"), "0");
   TrvsRevTree* record = nullptr;
-  ASSERT_EQ(TrvsRevTreeInfo(kContext, archive().c_str(), &record, 1), 0);
+  ASSERT_EQ(TrvsRevTreeInfo(TRVS_CONTEXT, archive().c_str(), &record, TRVS_TREE_FETCH), 0);
   std::string texts;
   for (const TrvsRevTree* each = record; each != nullptr; each = each->next) {
     texts.append(each->text).append("|");
   }
   EXPECT_EQ(texts, "1.0|2001-02-03 00:09:00|zoe|first\nline|REL|");
-  TrvsRevTreeInfo(kContext, nullptr, &record, 0);
+  TrvsRevTreeInfo(TRVS_CONTEXT, nullptr, &record, TRVS_TREE_RETURN);
 
   char text[40] = "";
-  EXPECT_EQ(TrvsGetDescription(kContext, archive().c_str(), nullptr, text, 40), 0);
+  EXPECT_EQ(TrvsGetDescription(TRVS_CONTEXT, archive().c_str(), nullptr, text, 40), 0);
   EXPECT_STREQ(text, "old text") << "null leaves it";
   ASSERT_EQ(lock(), 0);
   ASSERT_EQ(put("1", {.description = ""}), 0);
-  EXPECT_EQ(TrvsGetDescription(kContext, archive().c_str(), nullptr, text, 40), 0);
+  EXPECT_EQ(TrvsGetDescription(TRVS_CONTEXT, archive().c_str(), nullptr, text, 40), 0);
   EXPECT_STREQ(text, "");
-  EXPECT_EQ(TrvsSetDescription(kContext, archive().c_str(), "1.0", "better"), 0);
-  EXPECT_EQ(TrvsGetDescription(kContext, archive().c_str(), "REL", text, 6), 8);
-  EXPECT_EQ(TrvsGetDescription(kContext, archive().c_str(), "REL", text, 7), 0);
+  EXPECT_EQ(TrvsSetDescription(TRVS_CONTEXT, archive().c_str(), "1.0", "better"), 0);
+  EXPECT_EQ(TrvsGetDescription(TRVS_CONTEXT, archive().c_str(), "REL", text, 6),
+            TRVS_BUFFER_TOO_SMALL);
+  EXPECT_EQ(TrvsGetDescription(TRVS_CONTEXT, archive().c_str(), "REL", text, 7), 0);
   EXPECT_STREQ(text, "better");
 }
 
 TEST_F(CheckIn, RefusesWhatCannotBe) {
   const std::string here = path("");
-  EXPECT_EQ(TrvsCreateArchive(nullptr, "m.c", nullptr, nullptr, 0, 0), 10);
-  EXPECT_EQ(TrvsCreateArchive(here.c_str(), "m.c", nullptr, nullptr, 0, 0), 9);
-  EXPECT_EQ(TrvsCreateArchive(archive().c_str(), here.c_str(), nullptr, nullptr, 0, 0), 9);
-  EXPECT_EQ(TrvsCreateArchive(workfile().c_str(), workfile().c_str(), nullptr, nullptr, 0, 0), 22);
-  EXPECT_EQ(TrvsCreateArchive((here + "none/m.c_v").c_str(), "m.c", nullptr, nullptr, 0, 0), 9);
-  EXPECT_EQ(put("0", {}), 2);
+  EXPECT_EQ(TrvsCreateArchive(nullptr, "m.c", nullptr, nullptr, 0, 0), TRVS_MISUSE);
+  EXPECT_EQ(TrvsCreateArchive(here.c_str(), "m.c", nullptr, nullptr, 0, 0), TRVS_BAD_NAME);
+  EXPECT_EQ(TrvsCreateArchive(archive().c_str(), here.c_str(), nullptr, nullptr, 0, 0),
+            TRVS_BAD_NAME);
+  EXPECT_EQ(TrvsCreateArchive(workfile().c_str(), workfile().c_str(), nullptr, nullptr, 0, 0),
+            TRVS_SAME_NAMES);
+  EXPECT_EQ(TrvsCreateArchive((here + "none/m.c_v").c_str(), "m.c", nullptr, nullptr, 0, 0),
+            TRVS_BAD_NAME);
+  EXPECT_EQ(put("0", {}), TRVS_NO_ARCHIVE);
   ASSERT_EQ(create(), 0);
-  EXPECT_EQ(create(), 3);
+  EXPECT_EQ(create(), TRVS_ARCHIVE_EXISTS);
   unlink(workfile().c_str());
-  EXPECT_EQ(put({}), 32);
-  EXPECT_EQ(get({}), 20) << "no revisions yet";
+  EXPECT_EQ(put({}), TRVS_NO_WORKFILE);
+  EXPECT_EQ(get({}), TRVS_NO_REVISIONS) << "no revisions yet";
   EXPECT_EQ(TrvsPutRevision(0, 0, archive().c_str(), 0, nullptr, nullptr, nullptr, nullptr, nullptr,
                             nullptr, 0, 0),
-            10);
+            TRVS_MISUSE);
   write("other", "no archive");
-  EXPECT_EQ(TrvsUnLockRevision(kContext, path("other").c_str(), nullptr, nullptr), 27);
-  EXPECT_EQ(TrvsUnLockRevision(kContext, "", nullptr, nullptr), 9);
-  EXPECT_EQ(TrvsUnLockRevision(kContext, nullptr, nullptr, nullptr), 10);
+  EXPECT_EQ(TrvsUnLockRevision(TRVS_CONTEXT, path("other").c_str(), nullptr, nullptr),
+            TRVS_NOT_AN_ARCHIVE);
+  EXPECT_EQ(TrvsUnLockRevision(TRVS_CONTEXT, "", nullptr, nullptr), TRVS_BAD_NAME);
+  EXPECT_EQ(TrvsUnLockRevision(TRVS_CONTEXT, nullptr, nullptr, nullptr), TRVS_MISUSE);
   become("");
-  EXPECT_EQ(put("0", {}), 50);
+  EXPECT_EQ(put("0", {}), TRVS_NO_USER_ID);
 }
 
 TEST_F(CheckOut, GivesTheWorkfileModeAndTime) {
@@ -218,7 +227,7 @@ TEST_F(CheckOut, GivesTheWorkfileModeAndTime) {
     EXPECT_EQ(isOfArchive, c.hasArchiveTime);
     EXPECT_EQ(tree(), c.tree);
   }
-  EXPECT_EQ(TrvsSetAttributes(kContext, archive().c_str(), 0, TRVS_ATTRIBUTE_READ_ONLY), 0);
+  EXPECT_EQ(TrvsSetAttributes(TRVS_CONTEXT, archive().c_str(), 0, TRVS_ATTRIBUTE_READ_ONLY), 0);
   EXPECT_EQ(get({}), 0);
   EXPECT_TRUE(isWorkfileWritable());
 }
@@ -232,17 +241,18 @@ TEST_F(CheckOut, OverwritesOnlyWhereItMay) {
     int32_t status;
     const char* asked;
   };
-  const char* const done = "18:CHECKOUT:1.0 ";
-  const std::string askedAndDone = "5 "s + done;
+  const char* const done = "done:CHECKOUT:1.0 ";
+  const std::string askedAndDone = "overwrite "s + done;
   const Case cases[] = {
-      {"no workfile", nullptr, 0, 2, 0, done},
-      {"equal already", "right", 0, 2, 0, done},
-      {"yes", "wrong", 0, 0, 0, askedAndDone.c_str()},
-      {"no", "wrong", 0, 2, 24, "5 "},
-      {"always", "wrong", TRVS_GET_OVERWRITE, 2, 0, done},
-      {"never", "wrong", TRVS_GET_KEEP, 0, 24, ""},
-      {"contradiction", "wrong", TRVS_GET_KEEP | TRVS_GET_OVERWRITE, 0, 10, ""},
-      {"a lock that comes to nothing", "wrong", TRVS_GET_KEEP | TRVS_GET_LOCK, 0, 24, ""},
+      {"no workfile", nullptr, 0, TRVS_REFUSE, TRVS_DONE, done},
+      {"equal already", "right", 0, TRVS_REFUSE, TRVS_DONE, done},
+      {"yes", "wrong", 0, TRVS_GO_ON, TRVS_DONE, askedAndDone.c_str()},
+      {"no", "wrong", 0, TRVS_REFUSE, TRVS_WOULD_OVERWRITE, "overwrite "},
+      {"always", "wrong", TRVS_GET_OVERWRITE, TRVS_REFUSE, TRVS_DONE, done},
+      {"never", "wrong", TRVS_GET_KEEP, TRVS_GO_ON, TRVS_WOULD_OVERWRITE, ""},
+      {"contradiction", "wrong", TRVS_GET_KEEP | TRVS_GET_OVERWRITE, TRVS_GO_ON, TRVS_MISUSE, ""},
+      {"a lock that comes to nothing", "wrong", TRVS_GET_KEEP | TRVS_GET_LOCK, TRVS_GO_ON,
+       TRVS_WOULD_OVERWRITE, ""},
   };
   answerQuestions();
   ASSERT_EQ(create(), 0);
@@ -252,22 +262,22 @@ TEST_F(CheckOut, OverwritesOnlyWhereItMay) {
     unlink(workfile().c_str());
     if (c.bytes != nullptr) write("m.c", c.bytes);
     asked.clear();
-    answers[5] = c.answer;
+    answers[TRVS_CALLBACK_OVERWRITE] = c.answer;
     EXPECT_EQ(get({.flags = c.flags}), c.status);
     EXPECT_EQ(asked, c.asked);
     EXPECT_EQ(support::readFile(workfile()), c.status == 0 ? "right" : "wrong");
     EXPECT_EQ(tree(), "1.0^");
   }
-  for (const int32_t id : {5}) TrvsRegisterCallback(id, nullptr);
+  TrvsRegisterCallback(TRVS_CALLBACK_OVERWRITE, nullptr);
   chmod(workfile().c_str(), 0644);
   write("m.c", "wrong");
-  EXPECT_EQ(get({.flags = 0}), 24) << "nobody to ask";
+  EXPECT_EQ(get({.flags = 0}), TRVS_WOULD_OVERWRITE) << "nobody to ask";
   unlink(workfile().c_str());
   mkdir(workfile().c_str(), 0777);
-  EXPECT_EQ(get({}), 24) << "a directory is no workfile";
-  EXPECT_EQ(TrvsGetRevision(kContext, (archive() + "(" + path("none/x") + ")").c_str(), 0, nullptr,
-                            nullptr, nullptr, 0, nullptr, 0, 0),
-            9);
+  EXPECT_EQ(get({}), TRVS_WOULD_OVERWRITE) << "a directory is no workfile";
+  EXPECT_EQ(TrvsGetRevision(TRVS_CONTEXT, (archive() + "(" + path("none/x") + ")").c_str(), 0,
+                            nullptr, nullptr, nullptr, 0, nullptr, 0, 0),
+            TRVS_BAD_NAME);
 }
 
 TEST_F(CheckOut, FindsRevisionsByNumberLabelGroupAndDate) {
@@ -281,7 +291,7 @@ TEST_F(CheckOut, FindsRevisionsByNumberLabelGroupAndDate) {
   ASSERT_EQ(label("REL", "1.0"), 0);
   ASSERT_EQ(label("TIP", "1.1.1", TRVS_LABEL_FLOATS), 0);
   ASSERT_EQ(put("d\n", {.revision = "1.1.1", .time = minute(1442)}), 0);
-  ASSERT_EQ(TrvsPromoteRevision(kContext, archive().c_str(), "dev", 0), 0);
+  ASSERT_EQ(TrvsPromoteRevision(TRVS_CONTEXT, archive().c_str(), "dev", 0), 0);
   ASSERT_EQ(put("e\n", {.revision = "1.1.2", .time = minute(1443)}), 0);
   const uint32_t always = TRVS_GET_OVERWRITE;
   const Case cases[] = {
@@ -333,10 +343,10 @@ TEST_F(CheckOut, ExpandsKeywordsOnlyWhereTheArchiveWantsIt) {
   ASSERT_EQ(create(), 0);
   ASSERT_EQ(put(text, {.time = minute(1), .flags = TRVS_PUT_KEEP_LOCK}), 0);
   EXPECT_EQ(content("1.0"), want);
-  EXPECT_EQ(put({}), 52) << "what a check-out gives is unchanged";
+  EXPECT_EQ(put({}), TRVS_UNCHANGED) << "what a check-out gives is unchanged";
   EXPECT_EQ(put(text + "\0$Revision$"s, {}), 0);
   EXPECT_EQ(content("1.1"), text + "\0$Revision$"s) << "no text";
-  EXPECT_EQ(TrvsSetAttributes(kContext, archive().c_str(), TRVS_ATTRIBUTE_BINARY, 0), 0);
+  EXPECT_EQ(TrvsSetAttributes(TRVS_CONTEXT, archive().c_str(), TRVS_ATTRIBUTE_BINARY, 0), 0);
   EXPECT_EQ(content("1.0"), text) << "what is stored never changed";
 }
 
@@ -354,11 +364,11 @@ TEST_F(CheckOut, RefusesDamagedRevisionsAndGivesTheOthers) {
   ASSERT_NE(place, std::string::npos);
   file[place] = static_cast<char>(file[place] ^ 1);
   write("m.c_v", file);
-  EXPECT_EQ(content("1.0"), "status 27");
+  EXPECT_EQ(content("1.0"), statusText(TRVS_NOT_AN_ARCHIVE));
   EXPECT_TRUE(content("1.1") == second);
   char damaged[16] = "";
-  EXPECT_EQ(TrvsVerifyArchive(kContext, archive().c_str(), damaged, 4), 8);
-  EXPECT_EQ(TrvsVerifyArchive(kContext, archive().c_str(), damaged, 16), 27);
+  EXPECT_EQ(TrvsVerifyArchive(TRVS_CONTEXT, archive().c_str(), damaged, 4), TRVS_BUFFER_TOO_SMALL);
+  EXPECT_EQ(TrvsVerifyArchive(TRVS_CONTEXT, archive().c_str(), damaged, 16), TRVS_NOT_AN_ARCHIVE);
   EXPECT_EQ(std::string(damaged, 5), "1.0\0\0"s);
 }
 
@@ -374,7 +384,10 @@ TEST_F(CheckOut, LeavesAllAsItWasWhenTheDiskIsFull) {
     signal(SIGXFSZ, SIG_IGN);
     const rlimit limit{file.size() / 2, file.size() / 2};
     setrlimit(RLIMIT_FSIZE, &limit);
-    _exit(get({}) != 77 || lock() != 77 || label("REL", "1.0") != 77 ? 1 : 0);
+    _exit(get({}) != TRVS_CANNOT_WRITE || lock() != TRVS_CANNOT_WRITE ||
+                  label("REL", "1.0") != TRVS_CANNOT_WRITE
+              ? 1
+              : 0);
   }
   int status = -1;
   waitpid(child, &status, 0);
@@ -382,7 +395,8 @@ TEST_F(CheckOut, LeavesAllAsItWasWhenTheDiskIsFull) {
   EXPECT_EQ(support::readFile(workfile()), "before");
   EXPECT_TRUE(support::readFile(archive()) == file);
   mkdir(path("directory").c_str(), 0777);
-  EXPECT_EQ(TrvsUnLockRevision(kContext, path("directory").c_str(), nullptr, nullptr), 5);
+  EXPECT_EQ(TrvsUnLockRevision(TRVS_CONTEXT, path("directory").c_str(), nullptr, nullptr),
+            TRVS_CANNOT_OPEN);
 }
 
 #ifndef __SANITIZE_ADDRESS__  // Its shadow takes address space of its own.
@@ -409,10 +423,10 @@ TEST_F(CheckOut, LeavesAllAsItWasWhenMemoryIsShort) {
   const pid_t child = fork();
   if (child == 0) {
     limitMemory(kWide + kWide / 2);  // The workfile is mapped, but can't be packed.
-    if (put({}) != 16) _exit(1);
+    if (put({}) != TRVS_NO_MEMORY) _exit(1);
     limitMemory(kWide / 2);
-    if (get({.flags = 0}) != 16) _exit(2);  // There is a file to compare it with.
-    _exit(get({}) != 0 ? 3 : 0);            // Piece by piece.
+    if (get({.flags = 0}) != TRVS_NO_MEMORY) _exit(2);  // There is a file to compare it with.
+    _exit(get({}) != 0 ? 3 : 0);                        // Piece by piece.
   }
   int status = -1;
   waitpid(child, &status, 0);
@@ -428,9 +442,9 @@ TEST_F(CheckIn, SurvivesACallbackThatThrows) {
   const std::string file = support::readFile(archive());
   TrvsRegisterCallback(
       1, anyCallback(+[]() -> int32_t { throw std::runtime_error("the client's own"); }));
-  EXPECT_EQ(lock(), 1);
+  EXPECT_EQ(lock(), TRVS_INTERNAL_ERROR);
   EXPECT_EQ(support::readFile(archive()), file);
-  TrvsRegisterCallback(1, nullptr);
+  TrvsRegisterCallback(TRVS_CALLBACK_CONTINUE, nullptr);
   EXPECT_EQ(lock(), 0);
 }
 
@@ -442,16 +456,16 @@ TEST_F(CheckOut, NeverTakesTheArchiveForTheWorkfile) {
   const std::string before = support::readFile(archive);
   for (const std::string& workfile : {archive, path("v/./m.c"), path("v/../v/m.c")}) {
     const std::string both = archive + "(" + workfile + ")";
-    EXPECT_EQ(TrvsGetRevision(kContext, both.c_str(), 0, nullptr, nullptr, nullptr, 0, nullptr, 0,
-                              TRVS_GET_OVERWRITE),
-              22);
-    EXPECT_EQ(TrvsPutRevision(kContext, 0, both.c_str(), 0, nullptr, nullptr, nullptr, nullptr,
+    EXPECT_EQ(TrvsGetRevision(TRVS_CONTEXT, both.c_str(), 0, nullptr, nullptr, nullptr, 0, nullptr,
+                              0, TRVS_GET_OVERWRITE),
+              TRVS_SAME_NAMES);
+    EXPECT_EQ(TrvsPutRevision(TRVS_CONTEXT, 0, both.c_str(), 0, nullptr, nullptr, nullptr, nullptr,
                               nullptr, nullptr, 0, 0),
-              22);
+              TRVS_SAME_NAMES);
   }
   EXPECT_EQ(
       TrvsCreateArchive(path("v/new").c_str(), path("v/./new").c_str(), nullptr, nullptr, 0, 0),
-      22);
+      TRVS_SAME_NAMES);
   EXPECT_TRUE(support::readFile(archive) == before);
 }
 
@@ -469,16 +483,16 @@ TEST_F(CheckOut, KeepsAWorkfileThatComesOrChangesMeanwhile) {
       calls = 0;
       unlink(workfile().c_str());
       if (isThere) write("m.c", "right");
-      TrvsRegisterCallback(1, anyCallback(+[]() -> int32_t {
+      TrvsRegisterCallback(TRVS_CALLBACK_CONTINUE, anyCallback(+[]() -> int32_t {
                              if (++calls == 2) support::writeFile(theWorkfile, "mine");
                              return 0;
                            }));
-      EXPECT_EQ(get({.flags = flags}), 24);
+      EXPECT_EQ(get({.flags = flags}), TRVS_WOULD_OVERWRITE);
       EXPECT_EQ(support::readFile(workfile()), "mine");
       EXPECT_EQ(tree(), "1.0^");
     }
   }
-  TrvsRegisterCallback(1, nullptr);
+  TrvsRegisterCallback(TRVS_CALLBACK_CONTINUE, nullptr);
 }
 
 TEST_F(CheckIn, ComputesArchiveNames) {
@@ -511,10 +525,10 @@ TEST_F(CheckIn, ComputesArchiveNames) {
     EXPECT_EQ(buffer, c.want);
     EXPECT_EQ(TrvsComputeArchiveName(c.workfile.c_str(), buffer,
                                      static_cast<int32_t>(std::strlen(buffer))),
-              8);
+              TRVS_BUFFER_TOO_SMALL);
   }
   char buffer[9];
-  EXPECT_EQ(TrvsComputeArchiveName("dir/", buffer, 9), 9);
+  EXPECT_EQ(TrvsComputeArchiveName("dir/", buffer, 9), TRVS_BAD_NAME);
 }
 
 }  // namespace

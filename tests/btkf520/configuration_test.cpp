@@ -29,11 +29,11 @@ TEST_F(ConfigurationFile, TakesEveryFormOfALineAndReportsTheRest) {
       {"places are kept as they are", "VCSDIR=;a;;b=c;\n", ";a;;b=c;", ""},
       {"bytes of any code page", "VCSDIR=b\xFCro\n", "b\xFCro", ""},
       {"bad lines stop nothing", "VCSDIRX=a\n=b\n\nVCSDIR/c\nVCSDIR=d\n[e]\n", "d",
-       "4@1 4@2 4@4 4@6"},
-      {"a NUL in a line, one in a comment", "VCSDIR=a\0b\n# \0\nVCSDIR=c\n"s, "c", "4@1"},
+       "line@1 line@2 line@4 line@6"},
+      {"a NUL in a line, one in a comment", "VCSDIR=a\0b\n# \0\nVCSDIR=c\n"s, "c", "line@1"},
       {"a line of the largest length", "VCSDIR=" + std::string(8184, 'x') + "\r\nVCSDIR=a\n", "a",
        ""},
-      {"a line that is longer", "VCSDIR=b\nVCSDIR=" + std::string(8185, 'x') + "\n", "b", "4@2"},
+      {"a line that is longer", "VCSDIR=b\nVCSDIR=" + std::string(8185, 'x') + "\n", "b", "line@2"},
   };
   for (const Case& c : cases) {
     SCOPED_TRACE(c.why);
@@ -70,15 +70,17 @@ TEST_F(ConfigurationFile, ConditionalsChooseOneBranch) {
       {"skipped lines may be anything", "IF BTKF_NONE\n[x]\nIF =\nENDIF\nENDIF\nVCSDIR=a\n", "a",
        ""},
       {"malformed: no branch at all",
-       "IF == x\nVCSDIR=a\nELSEIF BTKF_SITE\nVCSDIR=b\nELSE\nVCSDIR=c\nENDIF\n", "", "62@1"},
+       "IF == x\nVCSDIR=a\nELSEIF BTKF_SITE\nVCSDIR=b\nELSE\nVCSDIR=c\nENDIF\n", "",
+       "conditional@1"},
       {"malformed where it matters not", "IF BTKF_SITE\nVCSDIR=a\nELSEIF ?\nENDIF\n", "a", ""},
       {"malformed further down", "IF BTKF_NONE\nELSEIF BTKF_SITE = x\nELSE\nVCSDIR=c\nENDIF\n", "",
-       "62@2"},
-      {"out of place", "ELSE\nENDIF\nELSEIF BTKF_SITE\nVCSDIR=a\n", "a", "62@1 62@2 62@3"},
+       "conditional@2"},
+      {"out of place", "ELSE\nENDIF\nELSEIF BTKF_SITE\nVCSDIR=a\n", "a",
+       "conditional@1 conditional@2 conditional@3"},
       {"after ELSE", "IF BTKF_NONE\nELSE\nELSEIF BTKF_SITE\nVCSDIR=a\nELSE\nVCSDIR=b\nENDIF\n", "",
-       "62@3 62@5"},
-      {"text behind ENDIF", "IF BTKF_NONE\nENDIF BTKF_NONE\nVCSDIR=a\n", "a", "62@2"},
-      {"not closed", "VCSDIR=a\nIF BTKF_NONE\nVCSDIR=b\n", "a", "62@2"},
+       "conditional@3 conditional@5"},
+      {"text behind ENDIF", "IF BTKF_NONE\nENDIF BTKF_NONE\nVCSDIR=a\n", "a", "conditional@2"},
+      {"not closed", "VCSDIR=a\nIF BTKF_NONE\nVCSDIR=b\n", "a", "conditional@2"},
   };
   for (const Case& c : cases) {
     SCOPED_TRACE(c.why);
@@ -98,25 +100,25 @@ TEST_F(ConfigurationFile, IncludesAreFoundBesideTheIncludingFile) {
   EXPECT_EQ(directories(), "later");
   EXPECT_EQ(told(), "");
   load("INCLUDE\nINCLUDE none.cfg\nINCLUDE sub\nINCLUDE open.cfg\nENDIF\n");
-  EXPECT_EQ(told(), "57@1 57@2 57@3 62@1 62@5");
+  EXPECT_EQ(told(), "include@1 include@2 include@3 conditional@1 conditional@5");
 }
 
 TEST_F(ConfigurationFile, IncludesEnd) {
   load("VCSDIR=a\nINCLUDE project.cfg\nINCLUDE ./project.cfg\nVCSDIR=b\n");
-  EXPECT_EQ(told(), "21@2 21@3") << "a file in itself";
+  EXPECT_EQ(told(), "nesting@2 nesting@3") << "a file in itself";
   EXPECT_EQ(directories(), "b");
 
   write("a.cfg", "INCLUDE b.cfg\n");
   write("b.cfg", "INCLUDE a.cfg\n");
   load("INCLUDE a.cfg\nINCLUDE b.cfg\n");
-  EXPECT_EQ(told(), "21@1 21@1") << "two files in each other";
+  EXPECT_EQ(told(), "nesting@1 nesting@1") << "two files in each other";
 
   for (int level = 2; level <= 21; ++level) {
     write("chain" + std::to_string(level),
           "VCSDIR=" + std::to_string(level) + "\nINCLUDE chain" + std::to_string(level + 1) + "\n");
   }
   load("INCLUDE chain2\n");
-  EXPECT_EQ(told(), "21@2");
+  EXPECT_EQ(told(), "nesting@2");
   EXPECT_EQ(directories(), "20");
 
   // Files that include others in number would make as many reads as the numbers multiplied.
@@ -124,10 +126,10 @@ TEST_F(ConfigurationFile, IncludesEnd) {
   std::string text;
   for (int i = 0; i < 257; ++i) text += "INCLUDE empty.cfg\n";
   load(text);
-  EXPECT_EQ(told(), "57@256 57@257");
+  EXPECT_EQ(told(), "include@256 include@257");
   write("large.cfg", std::string(1 << 20, '\n'));
   load("INCLUDE large.cfg\nINCLUDE large.cfg\nINCLUDE large.cfg\nINCLUDE large.cfg\nVCSDIR=end\n");
-  EXPECT_EQ(told(), "57@4");
+  EXPECT_EQ(told(), "include@4");
   EXPECT_EQ(directories(), "end");
 }
 
@@ -135,15 +137,15 @@ TEST_F(ConfigurationFile, DisallowedDirectivesHoldAgainstLaterFilesOnly) {
   write("more.cfg", "DISALLOW promote\n");
   load("DISALLOW VcsDir, INCLUDE NONSENSE\nVCSDIR=master\nINCLUDE more.cfg\n", TRVS_READ_MASTER);
   EXPECT_EQ(directories(), "master");
-  EXPECT_EQ(told(), "4@1");
+  EXPECT_EQ(told(), "line@1");
   load("VCSDIR=own\nPROMOTE a = b\nINCLUDE more.cfg\nDATEFORMAT = dd.mm.yy hh:mm:ss\n",
        TRVS_READ_FOLLOWING);
-  EXPECT_EQ(told(), "109@1 109@2 109@3");
+  EXPECT_EQ(told(), "disallowed@1 disallowed@2 disallowed@3");
   EXPECT_EQ(directories(), "master");
   EXPECT_EQ(item(TRVS_ITEM_DATE_FORMAT), "dd.mm.yy hh:mm:ss");
 
   load("DISALLOW VCSDIR\nVCSDIR=own\n");
-  EXPECT_EQ(told(), "4@1") << "only a master file disallows, and a first file forgets it";
+  EXPECT_EQ(told(), "line@1") << "only a master file disallows, and a first file forgets it";
   load("VCSDIR=next\n", TRVS_READ_FOLLOWING);
   EXPECT_EQ(directories(), "next");
 }
@@ -151,7 +153,7 @@ TEST_F(ConfigurationFile, DisallowedDirectivesHoldAgainstLaterFilesOnly) {
 TEST_F(ConfigurationFile, StopsAtAnErrorIfToldTo) {
   write("more.cfg", "VCSDIR=b\nBAD\nVCSDIR=c\n");
   load("BAD\nONERROR = STOP\nVCSDIR=a\nINCLUDE more.cfg\nVCSDIR=d\nBAD\n");
-  EXPECT_EQ(told(), "4@1 4@2");
+  EXPECT_EQ(told(), "line@1 line@2");
   EXPECT_EQ(directories(), "b");
   load("BAD\nVCSDIR=e\nONERROR=CONTINUE\n", TRVS_READ_FOLLOWING);
   EXPECT_EQ(directories(), "b") << "the rule of an earlier file goes on";
@@ -160,22 +162,28 @@ TEST_F(ConfigurationFile, StopsAtAnErrorIfToldTo) {
 TEST_F(ConfigurationFile, WhatIsLeftAfterAFailure) {
   const std::string none = path("none.cfg");
   load("VCSDIR=master\n", TRVS_READ_MASTER);
-  EXPECT_EQ(TrvsQueryConfiguration(none.c_str(), 0, 0, TRVS_READ_FOLLOWING), 107);
+  EXPECT_EQ(TrvsQueryConfiguration(none.c_str(), 0, 0, TRVS_READ_FOLLOWING),
+            TRVS_CANNOT_READ_CONFIGURATION);
   EXPECT_EQ(directories(), "master");
-  for (int32_t mode : {7, 11}) EXPECT_EQ(TrvsQueryConfiguration(none.c_str(), 0, 0, mode), 10);
-  EXPECT_EQ(TrvsQueryConfiguration(nullptr, 0, 0, TRVS_READ_FIRST), 10);
+  for (int32_t mode : {7, 11})
+    EXPECT_EQ(TrvsQueryConfiguration(none.c_str(), 0, 0, mode), TRVS_MISUSE);
+  EXPECT_EQ(TrvsQueryConfiguration(nullptr, 0, 0, TRVS_READ_FIRST), TRVS_MISUSE);
   EXPECT_EQ(directories(), "master");
-  EXPECT_EQ(TrvsQueryConfiguration(none.c_str(), 0, 0, TRVS_READ_MASTER), 107);
+  EXPECT_EQ(TrvsQueryConfiguration(none.c_str(), 0, 0, TRVS_READ_MASTER),
+            TRVS_CANNOT_READ_CONFIGURATION);
   EXPECT_EQ(directories(), "") << "no project works with another one's settings";
 
   load("VCSDIR=master\n", TRVS_READ_MASTER);
   answer = 2;
-  EXPECT_EQ(load("VCSDIR=own\nBAD\nBAD\nPROMOTE a=b\nPROMOTE c=d\n", TRVS_READ_FOLLOWING), 15);
-  EXPECT_EQ(told(), "4@2");
+  EXPECT_EQ(load("VCSDIR=own\nBAD\nBAD\nPROMOTE a=b\nPROMOTE c=d\n", TRVS_READ_FOLLOWING),
+            TRVS_CANCELLED);
+  EXPECT_EQ(told(), "line@2");
   EXPECT_EQ(directories(), "master");
   EXPECT_EQ(load(std::string(1 << 20, '\n')), 0);
-  EXPECT_EQ(load(std::string((1 << 20) + 1, '\n')), 107);
-  EXPECT_EQ(TrvsQueryConfiguration(path("").c_str(), 0, 0, TRVS_READ_FIRST), 107) << "a directory";
+  EXPECT_EQ(load(std::string((1 << 20) + 1, '\n')), TRVS_CANNOT_READ_CONFIGURATION);
+  EXPECT_EQ(TrvsQueryConfiguration(path("").c_str(), 0, 0, TRVS_READ_FIRST),
+            TRVS_CANNOT_READ_CONFIGURATION)
+      << "a directory";
 }
 
 TEST_F(ConfigurationFile, DateWordsAndFormatAreWhatParsersTake) {
@@ -216,7 +224,7 @@ TEST_F(ConfigurationFile, DateWordsAndFormatAreWhatParsersTake) {
     const std::string before = item(c.item);
     load(c.line + "\r\n");
     EXPECT_EQ(item(c.item), c.want.empty() ? before : c.want);
-    EXPECT_EQ(told(), c.want.empty() ? "4@1" : "");
+    EXPECT_EQ(told(), c.want.empty() ? "line@1" : "");
   }
   load("");
   EXPECT_EQ(item(words),

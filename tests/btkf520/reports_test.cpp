@@ -26,7 +26,7 @@ TEST_F(Logs, HaveAFormForEachQuestion) {
   become("bob");
   configure("PROMOTE dev = test\n");
   ASSERT_EQ(put("9\n", {.change = "Mend\nmore", .time = minute(9)}), 0);
-  TrvsSetAttributes(kContext, archive().c_str(), TRVS_ATTRIBUTE_CHECK_LOCKS, 0);
+  TrvsSetAttributes(TRVS_CONTEXT, archive().c_str(), TRVS_ATTRIBUTE_CHECK_LOCKS, 0);
   ASSERT_EQ(lock(), 0);
   ASSERT_EQ(label("REL", "1.0"), 0);
   ASSERT_EQ(label("TIP", "1", TRVS_LABEL_FLOATS), 0);
@@ -81,7 +81,7 @@ TEST_F(Logs, HaveAFormForEachQuestion) {
   for (const Case& c : cases) {
     SCOPED_TRACE(c.why);
     lines.clear();
-    ASSERT_EQ(TrvsLog(kContext, archive().c_str(), c.revisions, c.filters[0], c.filters[1],
+    ASSERT_EQ(TrvsLog(TRVS_CONTEXT, archive().c_str(), c.revisions, c.filters[0], c.filters[1],
                       c.filters[2], c.filters[3], c.filters[4], c.dates, "", c.flags),
               0);
     std::string got;
@@ -99,7 +99,8 @@ TEST_F(Logs, TellAllInFull) {
   ASSERT_EQ(lock(), 0);
   const std::string output = path("log");
   const auto report = [&](uint32_t flags) {
-    return TrvsLog(kContext, archive().c_str(), "", "", "", "", "", "", "", output.c_str(), flags);
+    return TrvsLog(TRVS_CONTEXT, archive().c_str(), "", "", "", "", "", "", "", output.c_str(),
+                   flags);
   };
   ASSERT_EQ(report(TRVS_LOG_FULL), 0);
   std::string text = support::readFile(output);
@@ -114,25 +115,25 @@ TEST_F(Logs, TellAllInFull) {
                       "Revision:     1.0\nChecked in:   2001-02-03 00:01:00\n"
                       "Author:       ann\nSize:         5\nLocked by:    ann\nLabels:       A\n"
                       "    first\n    line\n\n");
-  EXPECT_EQ(report(TRVS_LOG_FULL), 24) << "nobody agreed to overwrite";
+  EXPECT_EQ(report(TRVS_LOG_FULL), TRVS_WOULD_OVERWRITE) << "nobody agreed to overwrite";
   answerQuestions();
   EXPECT_EQ(report(TRVS_LOG_NEWEST | TRVS_LOG_NO_HEADING), 0);
   EXPECT_TRUE(support::readFile(output).starts_with("Revision:     1.0\n"));
-  EXPECT_EQ(report(TRVS_LOG_BRIEF | TRVS_LOG_NEWEST), 10) << "one mode";
-  EXPECT_EQ(report(0x200), 10);
+  EXPECT_EQ(report(TRVS_LOG_BRIEF | TRVS_LOG_NEWEST), TRVS_MISUSE) << "one mode";
+  EXPECT_EQ(report(0x200), TRVS_MISUSE);
   const auto ranges = [&](const char* revisions, const char* dates) {
-    return TrvsLog(kContext, archive().c_str(), revisions, "", "", "", "", "", dates, "", 0);
+    return TrvsLog(TRVS_CONTEXT, archive().c_str(), revisions, "", "", "", "", "", dates, "", 0);
   };
-  EXPECT_EQ(ranges("1.7*", nullptr), 18);
-  EXPECT_EQ(ranges("REL*", nullptr), 11);
-  EXPECT_EQ(ranges(nullptr, "32/1/95*"), 17);
+  EXPECT_EQ(ranges("1.7*", nullptr), TRVS_NO_REVISION);
+  EXPECT_EQ(ranges("REL*", nullptr), TRVS_NO_SUCH_LABEL);
+  EXPECT_EQ(ranges(nullptr, "32/1/95*"), TRVS_BAD_DATE);
 
-  answers[4] = 1;
+  answers[TRVS_CALLBACK_OUTPUT] = TRVS_ENOUGH;
   lines.clear();
   EXPECT_EQ(ranges(nullptr, nullptr), 0);
   EXPECT_EQ(lines.size(), 1u) << "enough";
-  answers[4] = 2;
-  EXPECT_EQ(ranges(nullptr, nullptr), 15);
+  answers[TRVS_CALLBACK_OUTPUT] = TRVS_REFUSE;
+  EXPECT_EQ(ranges(nullptr, nullptr), TRVS_CANCELLED);
 }
 
 // All lines of both texts once, the slow way: the length of the longest common subsequence.
@@ -234,8 +235,8 @@ TEST_F(Differences, CountOnlyWhatTheyAreToldTo) {
   const std::string second = path("second(2)");
   int16_t result = -1;
   const auto test = [&](uint32_t flags, int16_t tabWidth, const char* columns) {
-    return TrvsTestDifferences(kContext, first.c_str(), "", second.c_str(), "", &result, tabWidth,
-                               columns, flags);
+    return TrvsTestDifferences(TRVS_CONTEXT, first.c_str(), "", second.c_str(), "", &result,
+                               tabWidth, columns, flags);
   };
   for (const Case& c : cases) {
     SCOPED_TRACE(c.why);
@@ -244,12 +245,16 @@ TEST_F(Differences, CountOnlyWhatTheyAreToldTo) {
     EXPECT_EQ(test(c.flags, c.tabWidth, c.columns), 0);
     EXPECT_EQ(result, c.want);
   }
-  for (const char* bad : {"1-", "0", "5-3", "x", ","}) EXPECT_EQ(test(0, 0, bad), 60) << bad;
-  EXPECT_EQ(test(0x20, 0, ""), 10);
-  EXPECT_EQ(test(0, 65, ""), 10);
-  EXPECT_EQ(TrvsTestDifferences(kContext, "", "", first.c_str(), "", &result, 0, "", 0), 10);
-  EXPECT_EQ(TrvsTestDifferences(kContext, first.c_str(), "", "", "", &result, 0, "", 0), 10);
-  EXPECT_EQ(TrvsTestDifferences(kContext, path("no").c_str(), "", "", "", &result, 0, "", 0), 2);
+  for (const char* bad : {"1-", "0", "5-3", "x", ","})
+    EXPECT_EQ(test(0, 0, bad), TRVS_BAD_COLUMNS) << bad;
+  EXPECT_EQ(test(0x20, 0, ""), TRVS_MISUSE);
+  EXPECT_EQ(test(0, 65, ""), TRVS_MISUSE);
+  EXPECT_EQ(TrvsTestDifferences(TRVS_CONTEXT, "", "", first.c_str(), "", &result, 0, "", 0),
+            TRVS_MISUSE);
+  EXPECT_EQ(TrvsTestDifferences(TRVS_CONTEXT, first.c_str(), "", "", "", &result, 0, "", 0),
+            TRVS_MISUSE);
+  EXPECT_EQ(TrvsTestDifferences(TRVS_CONTEXT, path("no").c_str(), "", "", "", &result, 0, "", 0),
+            TRVS_NO_ARCHIVE);
 }
 
 TEST_F(Differences, FindBothSides) {
@@ -270,15 +275,15 @@ TEST_F(Differences, FindBothSides) {
       {"two revisions", {archive(), ""}, {"1.0", "1.1"}, 0, 1},
       {"a revision and a file", {archive(), plain}, {"1.1", ""}, 0, 0},
       {"a file and a tip", {plain, archive()}, {"", ""}, 0, 1},
-      {"a file has no revisions", {plain, archive()}, {"1.1", ""}, 27, 1},
-      {"no such revision", {archive(), ""}, {"1.0", "1.7"}, 18, 1},
-      {"no workfile", {archive() + "(" + path("no") + ")", ""}, {"", ""}, 32, 1},
+      {"a file has no revisions", {plain, archive()}, {"1.1", ""}, TRVS_NOT_AN_ARCHIVE, 1},
+      {"no such revision", {archive(), ""}, {"1.0", "1.7"}, TRVS_NO_REVISION, 1},
+      {"no workfile", {archive() + "(" + path("no") + ")", ""}, {"", ""}, TRVS_NO_WORKFILE, 1},
   };
   for (const Case& c : cases) {
     SCOPED_TRACE(c.why);
     int16_t result = 1;
-    EXPECT_EQ(TrvsTestDifferences(kContext, c.names[0].c_str(), c.revisions[0], c.names[1].c_str(),
-                                  c.revisions[1], &result, 0, nullptr, 0),
+    EXPECT_EQ(TrvsTestDifferences(TRVS_CONTEXT, c.names[0].c_str(), c.revisions[0],
+                                  c.names[1].c_str(), c.revisions[1], &result, 0, nullptr, 0),
               c.status);
     EXPECT_EQ(result, c.want);
   }
@@ -287,9 +292,9 @@ TEST_F(Differences, FindBothSides) {
   bytes.back() ^= 1;
   support::writeFile(archive(), bytes);
   int16_t result = 7;
-  EXPECT_EQ(TrvsTestDifferences(kContext, archive().c_str(), nullptr, plain.c_str(), nullptr,
+  EXPECT_EQ(TrvsTestDifferences(TRVS_CONTEXT, archive().c_str(), nullptr, plain.c_str(), nullptr,
                                 &result, 0, nullptr, 0),
-            27);
+            TRVS_NOT_AN_ARCHIVE);
   EXPECT_EQ(result, 7);
 }
 
@@ -302,7 +307,7 @@ TEST_F(Differences, AreWrittenForPeopleAndForViewers) {
   const std::string heading = "--- " + first + "\n+++ " + second + "\n";
   const auto report = [&](int16_t context, uint32_t flags) {
     unlink(output.c_str());
-    EXPECT_EQ(TrvsReportDifferences(kContext, first.c_str(), nullptr, second.c_str(), nullptr,
+    EXPECT_EQ(TrvsReportDifferences(TRVS_CONTEXT, first.c_str(), nullptr, second.c_str(), nullptr,
                                     output.c_str(), context, 0, 0, nullptr, flags),
               0);
     return support::readFile(output);
@@ -319,8 +324,8 @@ TEST_F(Differences, AreWrittenForPeopleAndForViewers) {
   answerQuestions();
   const auto delta = [&](uint32_t flags) {
     lines.clear();
-    EXPECT_EQ(TrvsGenGuiDelta(kContext, first.c_str(), nullptr, second.c_str(), nullptr, 0, nullptr,
-                              nullptr, 255, 1, -2, 2, 3, 3, 0, flags),
+    EXPECT_EQ(TrvsGenGuiDelta(TRVS_CONTEXT, first.c_str(), nullptr, second.c_str(), nullptr, 0,
+                              nullptr, nullptr, 255, 1, -2, 2, 3, 3, 0, flags),
               0);
     std::string text;
     for (const std::string& line : lines) text += line.substr(2) + "|";

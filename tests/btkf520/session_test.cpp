@@ -31,14 +31,14 @@ TEST_F(Session, PromotionModelsAreListedTopLast) {
        "", "2341"},
       {"cleared", "PROMOTE a = b\nPROMOTE=\nPROMOTE dev=test\nPROMOTE test=prod\n", line, "",
        "2341"},
-      {"two tops", "PROMOTE dev = test\nPROMOTE a = prod\n", "", "35@0", "1111"},
-      {"two tops, one alone", "PROMOTE dev = test\nPROMOTE prod\n", "", "35@0", "1111"},
-      {"a circle", "PROMOTE dev = test\nPROMOTE test = prod\nPROMOTE prod = dev\n", "", "37@0",
+      {"two tops", "PROMOTE dev = test\nPROMOTE a = prod\n", "", "tops@0", "1111"},
+      {"two tops, one alone", "PROMOTE dev = test\nPROMOTE prod\n", "", "tops@0", "1111"},
+      {"a circle", "PROMOTE dev = test\nPROMOTE test = prod\nPROMOTE prod = dev\n", "", "circle@0",
        "1111"},
       {"a circle beside a good part", "PROMOTE dev = test\nPROMOTE a = b\nPROMOTE b = a\n", "",
-       "37@0", "1111"},
+       "circle@0", "1111"},
       {"bad lines", "PROMOTE dev = dev\nPROMOTE = x = \nPROMOTE a = b = c\nPROMOTE dev = test\n",
-       "dev\0test\0"s, "4@1 4@2 4@3", "2411"},
+       "dev\0test\0"s, "line@1 line@2 line@3", "2411"},
   };
   for (const Case& c : cases) {
     SCOPED_TRACE(c.why);
@@ -55,7 +55,7 @@ TEST_F(Session, PromotionModelsAreListedTopLast) {
 TEST_F(Session, ABrokenPromotionModelLeavesTheOneBefore) {
   load("PROMOTE dev = prod\n", TRVS_READ_MASTER);
   load("PROMOTE prod = dev\nVCSDIR=a\n", TRVS_READ_FOLLOWING);
-  EXPECT_EQ(told(), "37@0");
+  EXPECT_EQ(told(), "circle@0");
   EXPECT_EQ(item(TRVS_ITEM_PROMOTION_GROUPS), "dev\0prod\0"s);
   EXPECT_EQ(directories(), "a");
   load("PROMOTE dev = test\nPROMOTE test = prod\n", TRVS_READ_FOLLOWING);
@@ -69,29 +69,30 @@ TEST_F(Session, PromotionModelsStayFetchable) {
   load(text);
   EXPECT_LT(item(TRVS_ITEM_PROMOTION_GROUPS).size(), 32767u);
   EXPECT_GT(item(TRVS_ITEM_PROMOTION_GROUPS).size(), 32700u);
-  EXPECT_EQ(reports.empty() ? 0 : reports[0].code, 4);
+  EXPECT_EQ(reports.empty() ? 0 : reports[0].code, TRVS_INVALID_LINE);
   load("PROMOTE " + std::string(256, 'g') + " = top\n");
   EXPECT_EQ(item(TRVS_ITEM_PROMOTION_GROUPS), "");
 }
 
 TEST_F(Session, BuffersAreFilledWholeOrNotAtAll) {
   load("VCSDIR=V:\\a;b\nPROMOTE dev = test\n");
-  for (const int32_t number : {49, 55, 78, 79}) {
+  for (const int32_t number : {TRVS_ITEM_ARCHIVE_DIRECTORIES, TRVS_ITEM_PROMOTION_GROUPS,
+                               TRVS_ITEM_DATE_WORDS, TRVS_ITEM_DATE_FORMAT}) {
     SCOPED_TRACE(number);
     const std::string whole = item(number);
     std::string buffer(whole.size() + 2, '?');
     const auto size = static_cast<int32_t>(whole.size() + 1);
-    EXPECT_EQ(TrvsQueryConfigurationItem(number, buffer.data(), size - 1), 8);
+    EXPECT_EQ(TrvsQueryConfigurationItem(number, buffer.data(), size - 1), TRVS_BUFFER_TOO_SMALL);
     EXPECT_EQ(buffer, std::string(buffer.size(), '?'));
     EXPECT_EQ(TrvsQueryConfigurationItem(number, buffer.data(), size), 0);
     EXPECT_EQ(buffer, whole + "\0?"s);
-    EXPECT_EQ(TrvsQueryConfigurationItem(number, buffer.data(), 0), 8);
-    EXPECT_EQ(TrvsQueryConfigurationItem(number, buffer.data(), -1), 8);
-    EXPECT_EQ(TrvsQueryConfigurationItem(number, nullptr, size), 10);
+    EXPECT_EQ(TrvsQueryConfigurationItem(number, buffer.data(), 0), TRVS_BUFFER_TOO_SMALL);
+    EXPECT_EQ(TrvsQueryConfigurationItem(number, buffer.data(), -1), TRVS_BUFFER_TOO_SMALL);
+    EXPECT_EQ(TrvsQueryConfigurationItem(number, nullptr, size), TRVS_MISUSE);
   }
   char buffer[8] = "?";
-  EXPECT_EQ(TrvsQueryConfigurationItem(50, buffer, 8), 10);
-  EXPECT_EQ(TrvsVerifyPromoTreeNodeExist(nullptr, nullptr), 10);
+  EXPECT_EQ(TrvsQueryConfigurationItem(50, buffer, 8), TRVS_MISUSE);
+  EXPECT_EQ(TrvsVerifyPromoTreeNodeExist(nullptr, nullptr), TRVS_MISUSE);
 }
 
 TEST_F(Session, TheUserIdComesFromTheAccountOrAVariable) {
@@ -107,17 +108,17 @@ TEST_F(Session, TheUserIdComesFromTheAccountOrAVariable) {
   EXPECT_EQ(kind, TRVS_USER_ACCOUNT);
 
   load("USERID = ENVIRONMENT BTKF_USER\n");
-  EXPECT_EQ(TrvsGetUserInfo(user, 129, second, 129, &kind), 50);
-  EXPECT_EQ(TrvsInit(nullptr), 50);
+  EXPECT_EQ(TrvsGetUserInfo(user, 129, second, 129, &kind), TRVS_NO_USER_ID);
+  EXPECT_EQ(TrvsInit(nullptr), TRVS_NO_USER_ID);
   const support::ScopedEnvironment variable("BTKF_USER", "ann");
-  EXPECT_EQ(TrvsGetUserInfo(user, 3, second, 129, &kind), 8);
-  EXPECT_EQ(TrvsGetUserInfo(user, 129, second, 0, &kind), 8);
+  EXPECT_EQ(TrvsGetUserInfo(user, 3, second, 129, &kind), TRVS_BUFFER_TOO_SMALL);
+  EXPECT_EQ(TrvsGetUserInfo(user, 129, second, 0, &kind), TRVS_BUFFER_TOO_SMALL);
   EXPECT_EQ(user, account) << "untouched";
   EXPECT_EQ(TrvsGetUserInfo(user, 4, nullptr, 0, &kind), 0);
   EXPECT_STREQ(user, "ann");
   EXPECT_EQ(kind, TRVS_USER_ENVIRONMENT);
   EXPECT_EQ(TrvsInit("TVGUI"), 0);
-  EXPECT_EQ(TrvsGetUserInfo(nullptr, 4, nullptr, 0, nullptr), 10);
+  EXPECT_EQ(TrvsGetUserInfo(nullptr, 4, nullptr, 0, nullptr), TRVS_MISUSE);
 }
 
 TEST_F(Session, CallbacksHaveThirteenIds) {
@@ -134,9 +135,9 @@ int theCalls = 0;
 int32_t onDrive(const char* text, char* buffer, int32_t size) {
   ++theCalls;
   const std::string asked(text);
-  if (asked.rfind("P:\\", 0) != 0) return 9;
+  if (asked.rfind("P:\\", 0) != 0) return TRVS_BAD_NAME;
   const std::string place = theDrive + asked.substr(3);
-  if (place.size() >= static_cast<size_t>(size)) return 8;
+  if (place.size() >= static_cast<size_t>(size)) return TRVS_BUFFER_TOO_SMALL;
   place.copy(buffer, place.size());
   buffer[place.size()] = '\0';
   return 0;
@@ -148,9 +149,10 @@ TEST_F(Session, PathsGoThroughTheResolver) {
   TrvsRegisterPathResolver(onDrive);
   theDrive = path("");
   EXPECT_EQ(TrvsQueryConfiguration("P:\\project.cfg", 0, 0, TRVS_READ_FIRST), 0);
-  EXPECT_EQ(told(), "57@2 57@3");
+  EXPECT_EQ(told(), "include@2 include@3");
   EXPECT_EQ(directories(), "more");
-  EXPECT_EQ(TrvsQueryConfiguration("Q:\\project.cfg", 0, 0, TRVS_READ_FIRST), 107);
+  EXPECT_EQ(TrvsQueryConfiguration("Q:\\project.cfg", 0, 0, TRVS_READ_FIRST),
+            TRVS_CANNOT_READ_CONFIGURATION);
 
   theCalls = 0;
   for (int i = 0; i < 300; ++i) theDrive += "./";
@@ -158,7 +160,8 @@ TEST_F(Session, PathsGoThroughTheResolver) {
   EXPECT_EQ(theCalls, 2) << "asked again with a larger buffer";
   EXPECT_EQ(directories(), "more");
   theDrive.assign(100000, '/');
-  EXPECT_EQ(TrvsQueryConfiguration("P:\\more.cfg", 0, 0, TRVS_READ_FIRST), 107);
+  EXPECT_EQ(TrvsQueryConfiguration("P:\\more.cfg", 0, 0, TRVS_READ_FIRST),
+            TRVS_CANNOT_READ_CONFIGURATION);
 }
 
 }  // namespace

@@ -5,6 +5,7 @@
 #include <gtest/gtest.h>
 
 #include <cstdint>
+#include <map>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -31,12 +32,12 @@ class Toolkit : public testing::Test {
     reports.clear();
     answer = 0;
     TrvsRegisterPathResolver(nullptr);
-    TrvsRegisterCallback(19, asCallback(take));
+    TrvsRegisterCallback(TRVS_CALLBACK_BAD_DIRECTIVE, asCallback(take));
     ASSERT_EQ(load("", TRVS_READ_FIRST), 0);
   }
   void TearDown() override {
     TrvsRegisterPathResolver(nullptr);
-    TrvsRegisterCallback(19, nullptr);
+    TrvsRegisterCallback(TRVS_CALLBACK_BAD_DIRECTIVE, nullptr);
   }
 
   // Writes `text` to the file that every load reads, and reads it.
@@ -54,7 +55,8 @@ class Toolkit : public testing::Test {
     std::string buffer(257, '?');
     int32_t status;
     while ((status = TrvsQueryConfigurationItem(number, buffer.data(),
-                                                static_cast<int32_t>(buffer.size()))) == 8) {
+                                                static_cast<int32_t>(buffer.size()))) ==
+           TRVS_BUFFER_TOO_SMALL) {
       buffer.append(256, '?');
     }
     EXPECT_EQ(status, 0);
@@ -71,19 +73,24 @@ class Toolkit : public testing::Test {
     return kind;
   }
 
-  // "4@1 62@7": code and line of each report so far, which are forgotten.
+  // "line@1 conditional@7": reason and line of each report so far, which are forgotten.
   static std::string told() {
+    static const std::map<int32_t, std::string> reasons = {
+        {TRVS_INVALID_LINE, "line"},       {TRVS_NESTED_TOO_DEEP, "nesting"},
+        {TRVS_SEVERAL_TOP_GROUPS, "tops"}, {TRVS_NO_TOP_GROUP, "circle"},
+        {TRVS_BAD_INCLUDE, "include"},     {TRVS_BAD_CONDITIONAL, "conditional"},
+        {TRVS_DISALLOWED, "disallowed"}};
     std::string result;
     for (const Report& report : reports) {
       if (!result.empty()) result += ' ';
-      result += std::to_string(report.code) + "@" + std::to_string(report.number);
+      result += reasons.at(report.code) + "@" + std::to_string(report.number);
     }
     reports.clear();
     return result;
   }
 
   static inline std::vector<Report> reports;
-  static inline int32_t answer = 0;  // What callback 19 gives.
+  static inline int32_t answer = 0;  // What the callback gives.
 
  private:
   static int32_t take(int32_t code, const char* line, const char* file, int32_t number) {

@@ -209,12 +209,13 @@ TEST_F(Store, MembersMoveOverFromListToList) {
     EXPECT_TRUE(gone.isNull());
     member.close();
 
-    for (const auto& [status, result] : {std::pair{2, 2}, {15, 3}, {27, 2}}) {
+    for (const auto& [status, result] :
+         {std::pair{TRVS_NO_ARCHIVE, 2}, {TRVS_CANCELLED, 3}, {TRVS_NOT_AN_ARCHIVE, 2}}) {
       fake.status = status;
       fake.calls.clear();
       EXPECT_EQ(member.object()->readData(member, nullptr), result);
-      EXPECT_EQ(fake.calls,
-                std::string("fetch /v/a_v(/w/a) ") + (status == 2 ? "return 1.0 " : ""));
+      EXPECT_EQ(fake.calls, std::string("fetch /v/a_v(/w/a) ") +
+                                (status == TRVS_NO_ARCHIVE ? "return 1.0 " : ""));
       EXPECT_NE(told(), "");
     }
     EXPECT_EQ(shown(trunk), "Trunk");

@@ -130,53 +130,57 @@ class ToolkitCallbacks : public ToolkitSession {
 };
 
 TEST_F(ToolkitCallbacks, MapAnswersToResults) {
-  EXPECT_EQ(answers<TrvsContinueCallback>(1), 2022);
+  EXPECT_EQ(answers<TrvsContinueCallback>(TRVS_CALLBACK_CONTINUE), 2022);
   EXPECT_EQ(sink.told(), "continue\n");
-  EXPECT_EQ(answers<TrvsOutputCallback>(4, "line", 1), 2010);
+  EXPECT_EQ(answers<TrvsOutputCallback>(TRVS_CALLBACK_OUTPUT, "line", 1), 2010);
   EXPECT_EQ(sink.told(), "output 0 line\n");
-  EXPECT_EQ(answers<TrvsAskCallback>(10, "why", 7), 2022);
+  EXPECT_EQ(answers<TrvsAskCallback>(TRVS_CALLBACK_CHECK_IN, "why", 7), 2022);
   EXPECT_EQ(sink.told(), "ask 7 why\n");
-  EXPECT_EQ(answers<TrvsNotifyTwoCallback>(16, "a", nullptr, 5), 0);
+  EXPECT_EQ(answers<TrvsNotifyTwoCallback>(TRVS_CALLBACK_NEWS_TWO, "a", nullptr, 5), 0);
   EXPECT_EQ(sink.told(), "two a||5\n");
-  EXPECT_EQ(answers<TrvsNotifyFourCallback>(18, "a", "b", "c", "d", 5), 0);
+  EXPECT_EQ(answers<TrvsNotifyFourCallback>(TRVS_CALLBACK_OPERATION, "a", "b", "c", "d", 5), 0);
   EXPECT_EQ(sink.told(), "four a|b|c|d|5\n");
-  EXPECT_EQ(answers<TrvsMessageCallback>(20, 2), 0);
+  EXPECT_EQ(answers<TrvsMessageCallback>(TRVS_CALLBACK_MESSAGE, 2), 0);
   EXPECT_EQ(sink.told(), "error Cannot find archive.\n");
-  EXPECT_EQ(answers<TrvsTextCallback>(23, "text"), 0);
+  EXPECT_EQ(answers<TrvsTextCallback>(TRVS_CALLBACK_TEXT, "text"), 0);
   EXPECT_EQ(sink.told(), "error text\n");
-  EXPECT_EQ(call<TrvsIdleCallback>(17), 0);
+  EXPECT_EQ(call<TrvsIdleCallback>(TRVS_CALLBACK_IDLE), 0);
   EXPECT_EQ(sink.told(), "");
 }
 
 TEST_F(ToolkitCallbacks, MapCodes) {
-  for (const auto& [code, kind] : {std::pair{37, "2"}, {38, "1"}, {49, "3"}, {50, "0"}}) {
-    EXPECT_EQ(answers<TrvsRetryCallback>(3, code, "p"), 2022);
+  for (const auto& [code, kind] : {std::pair{TRVS_NO_SUCH_GROUP, "2"},
+                                   {TRVS_BUSY_ARCHIVE, "1"},
+                                   {TRVS_OTHER_BRANCH, "3"},
+                                   {TRVS_NO_USER_ID, "0"}}) {
+    EXPECT_EQ(answers<TrvsRetryCallback>(TRVS_CALLBACK_RETRY, code, "p"), 2022);
     EXPECT_EQ(sink.told(), std::string("retry ") + kind + " p\n");
   }
   sink.answer = 0;
   for (const auto& [code, told] :
        {std::pair{0, ""}, {1, "output 0 x\n"}, {15, "output 14 x\n"}, {16, ""}, {-1, ""}}) {
-    EXPECT_EQ(call<TrvsOutputCallback>(4, "x", code), *told == '\0' ? 0 : 2);
+    EXPECT_EQ(call<TrvsOutputCallback>(TRVS_CALLBACK_OUTPUT, "x", code), *told == '\0' ? 0 : 2);
     EXPECT_EQ(sink.told(), told);
   }
 }
 
 TEST_F(ToolkitCallbacks, HandOverCopiesOfAnswers) {
   sink.answerText = "yes";
-  for (const int32_t id : {5, 6}) {
+  for (const int32_t id : {TRVS_CALLBACK_OVERWRITE, TRVS_CALLBACK_MOVE_LABEL}) {
     char* answer = nullptr;
     sink.answer = 1;
     EXPECT_EQ(call<TrvsConfirmCallback>(id, "a", "b", &answer), 0);
-    EXPECT_EQ(sink.told(), id == 5 ? "confirm a|b\n" : "confirm2 a|b\n");
+    EXPECT_EQ(sink.told(), id == TRVS_CALLBACK_OVERWRITE ? "confirm a|b\n" : "confirm2 a|b\n");
     ASSERT_STREQ(answer, "yes");
-    EXPECT_EQ(call<TrvsFreeCallback>(9, answer), 0);
+    EXPECT_EQ(call<TrvsFreeCallback>(TRVS_CALLBACK_FREE, answer), 0);
   }
   sink.answerText = "";
   std::string results;
   for (sink.answer = 0; sink.answer <= 3; ++sink.answer) {
     char* answer = nullptr;
-    results += std::to_string(call<TrvsConfirmCallback>(5, "a", "b", &answer));
-    call<TrvsFreeCallback>(9, answer);
+    results +=
+        std::to_string(call<TrvsConfirmCallback>(TRVS_CALLBACK_OVERWRITE, "a", "b", &answer));
+    call<TrvsFreeCallback>(TRVS_CALLBACK_FREE, answer);
   }
   EXPECT_EQ(results, "2002");
 }

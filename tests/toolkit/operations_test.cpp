@@ -153,12 +153,13 @@ TEST_F(Operations, UnlockAndCheckOutByMode) {
     EXPECT_EQ(fakeToolkit().calls(), wanted[options.mode]);
   }
   options.mode = 3;
-  fakeToolkit().statuses = {{"GetLockInfo", {8, 8, 0}}};
+  fakeToolkit().statuses = {
+      {"GetLockInfo", {TRVS_BUFFER_TOO_SMALL, TRVS_BUFFER_TOO_SMALL, TRVS_DONE}}};
   EXPECT_EQ(member.archiveAction3(options), 0);
   EXPECT_EQ(fakeToolkit().calls(), lockInfo + "257\n" + lockInfo + "513\n" + lockInfo + "769\n" +
                                        taken + got("1.7", "32"));
   // The check-out's own failure is the result.
-  fakeToolkit().statuses = {{"GetRevision", {15}}};
+  fakeToolkit().statuses = {{"GetRevision", {TRVS_CANCELLED}}};
   EXPECT_EQ(member.archiveAction3(options), kResultCancelled);
 }
 
@@ -224,21 +225,22 @@ TEST_F(Operations, CheckThePromotionGroupOfACheckOut) {
   fakeToolkit().groups = {{"A", int16_t{2}}, {"B", int16_t{2}}, {"C", int16_t{4}}};
   EXPECT_FALSE(project.validatePromotion(lock, nullptr));
   EXPECT_EQ(sink.told(), "notice " + needed + "\n");
-  fakeToolkit().groups["B"] = 3;
+  fakeToolkit().groups["B"] = TRVS_GROUP_BETWEEN;
   EXPECT_TRUE(project.validatePromotion(lock, nullptr));
   // The query is repeated while it fails, but not for ever; too small a buffer grows to 16 bits.
-  fakeToolkit().groups["B"] = 2;
-  fakeToolkit().statuses = {{"QueryItem", {5}}};
+  fakeToolkit().groups["B"] = TRVS_GROUP_DEVELOPMENT;
+  fakeToolkit().statuses = {{"QueryItem", {TRVS_CANNOT_OPEN}}};
   EXPECT_TRUE(project.validatePromotion(lock, nullptr));
-  fakeToolkit().statuses = {{"QueryItem", {5, 5, 0}}};
+  fakeToolkit().statuses = {{"QueryItem", {TRVS_CANNOT_OPEN, TRVS_CANNOT_OPEN, TRVS_DONE}}};
   EXPECT_FALSE(project.validatePromotion(lock, nullptr));
-  fakeToolkit().statuses = {{"QueryItem", {8}}};
+  fakeToolkit().statuses = {{"QueryItem", {TRVS_BUFFER_TOO_SMALL}}};
   EXPECT_TRUE(project.validatePromotion(lock, nullptr));
 }
 
 TEST_F(Operations, CheckDatesInTheWordsAndTheFormatOfTheProject) {
-  fakeToolkit().items = {{78, "Jan Feb Mrz Apr Mai Jun Jul Aug Sep Okt Nov Dez vorm nachm"},
-                         {79, "dd.mm.yy hh:mm:ss"}};
+  fakeToolkit().items = {
+      {TRVS_ITEM_DATE_WORDS, "Jan Feb Mrz Apr Mai Jun Jul Aug Sep Okt Nov Dez vorm nachm"},
+      {TRVS_ITEM_DATE_FORMAT, "dd.mm.yy hh:mm:ss"}};
   const auto error = [&](const char* date) {
     VString text;
     const bool isGood = project.validateDate(date, &text);
