@@ -121,10 +121,4 @@ void VSet::grow() {
   }
 }
 
-std::vector<VObject*> VSet::elements() const {
-  std::vector<VObject*> all;
-  for (const Bucket& bucket : buckets_) all.insert(all.end(), bucket.begin(), bucket.end());
-  return all;
-}
-
 }  // namespace foldapi

@@ -51,6 +51,7 @@ class VOrdCollect {
   std::vector<VObject*> elements_;
 };
 
+// For clients that walk what collectChildren() gave them: the library itself walks child lists.
 // A position in a collection, which must outlive it. It may stand before the first element and
 // behind the last, where no element is current. Changes to the collection don't move it.
 class VIterator {
@@ -84,8 +85,6 @@ class VSet {
   VObject* find(const VObject* key) const;
   VBool contains(const VObject* key) const { return find(key) != nullptr; }
   int size() const { return size_; }
-  // All of them, in no order that means anything.
-  std::vector<VObject*> elements() const;
 
  private:
   using Bucket = std::vector<VObject*>;

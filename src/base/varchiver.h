@@ -10,7 +10,6 @@
 // reaches beyond the text.
 #pragma once
 
-#include <cstddef>
 #include <cstdint>
 #include <string>
 #include <string_view>

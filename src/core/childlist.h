@@ -31,7 +31,6 @@ class TVChildList {
   // The open count is 16 bits wide, and signed.
   int open() { return ++openCount_; }
   int close() { return --openCount_; }
-  int openCount() const { return openCount_; }
 
   void reserve(size_t count) { entries_.reserve(count); }
   // Makes a handle on a child. A sort is due then.

@@ -1,6 +1,9 @@
-// core/folderoptions.cpp: the one set of all rule records, and the links between them.
+// core/folderoptions.cpp: the one set of all rule records.
 #include "core/folderoptions.h"
 
+#include <algorithm>
+
+#include "base/containers.h"
 #include "core/handle.h"
 
 namespace foldapi {
@@ -11,20 +14,14 @@ const VClassRecord TVFactoryKey::theClass = {"TVFactoryKey", &VObject::theClass,
 
 namespace {
 
-// Containment is linked on the first question, when all options stand.
-struct OptionsSet {
-  VSet all;
-  bool linked = false;
-};
-
-OptionsSet& theFolderOptions() {
-  static auto* set = new OptionsSet;
+VSet& theFolderOptions() {
+  static auto* set = new VSet;
   return *set;
 }
 
 TVFolderOptions* lookupExactly(const VClassRecord* objectClass, int version) {
   const TVFactoryKey key(objectClass, version);
-  return static_cast<TVFolderOptions*>(theFolderOptions().all.find(&key));
+  return static_cast<TVFolderOptions*>(theFolderOptions().find(&key));
 }
 
 }  // namespace
@@ -42,7 +39,8 @@ bool TVFolderOptions::isEqual(const VObject* other) const {
     const auto* key = static_cast<const TVFactoryKey*>(other);
     return key->objectClass() == objectClass_ && key->version() == version_;
   }
-  return this == other;  // A set holds one for each class and version.
+  const TVFactoryKey key(objectClass_, version_);
+  return other->isEqual(&key);
 }
 
 int32_t TVFolderOptions::hash() const { return TVFactoryKey(objectClass_, version_).hash(); }
@@ -54,45 +52,18 @@ TVFolderOptions* TVFolderOptions::lookup(const VClassRecord* objectClass, int ve
              : lookupExactly(objectClass, kAbstractVersion);
 }
 
-void TVFolderOptions::add(TVFolderOptions* options) {
-  OptionsSet& set = theFolderOptions();
-  if (lookupExactly(options->objectClass(), options->version()) != nullptr) {
-    delete options;
-    return;
-  }
-  set.all.add(options);
-  set.linked = false;
+void TVFolderOptions::add(std::unique_ptr<TVFolderOptions> options) {
+  if (theFolderOptions().add(options.get()) != nullptr) options.release();
 }
 
+// A class that the owner names is meant at the owner's version, where it has that one.
 VBool TVFolderOptions::isAllowedUnder(const TVHandle& owner) const {
   if (owner.isNull()) return true;
-  OptionsSet& set = theFolderOptions();
-  if (!set.linked) {
-    set.linked = true;
-    for (VObject* options : set.all.elements()) {
-      static_cast<TVFolderOptions*>(options)->registerContainment();
-    }
-  }
-  const TVFolderOptions* parent = lookup(owner.isA(), owner.version());
-  return parent != nullptr && parents_.contains(parent);
-}
-
-void TVFolderOptions::registerContainment() {
-  if (registered_) return;
-  registered_ = true;
-  for (const VClassRecord* childClass : childClasses_) {
-    TVFolderOptions* child = lookup(childClass, version_);
-    if (child != nullptr) addChild(child);
-  }
-}
-
-// Each side closes the other; a repeat does nothing.
-void TVFolderOptions::addParent(TVFolderOptions* parent) {
-  if (parents_.add(parent) != nullptr) parent->addChild(this);
-}
-
-void TVFolderOptions::addChild(TVFolderOptions* child) {
-  if (children_.add(child) != nullptr) child->addParent(this);
+  const TVFolderOptions* rules = lookup(owner.isA(), owner.version());
+  if (rules == nullptr) return false;
+  const std::vector<const VClassRecord*>& named = rules->childClasses_;
+  return lookup(objectClass_, rules->version_) == this &&
+         std::find(named.begin(), named.end(), objectClass_) != named.end();
 }
 
 }  // namespace foldapi

@@ -5,9 +5,9 @@
 // abstract classes; format 5.2 registers version 2 for those that it stores.
 #pragma once
 
+#include <memory>
 #include <vector>
 
-#include "base/containers.h"
 #include "base/vobject.h"
 #include "core/sorttype.h"
 
@@ -32,30 +32,22 @@ class TVFolderOptions : public VObject {
   int version() const { return version_; }
   int groupOrder() const { return 0; }
   TVSortType defaultSortType() const { return defaultSortType_; }
-  TVSortType fallbackSortType() const { return defaultSortType_; }
-  bool hasChildClasses() const { return children_.size() != 0; }
+  // For clients that show a tree; the library itself asks isAllowedUnder().
+  bool hasChildClasses() const { return !childClasses_.empty(); }
 
   // Whether the class may live under the owner's. No owner is allowed: a root needs none.
   VBool isAllowedUnder(const TVHandle& owner) const;
-  // Enters the options into the links of the classes that they name. Only the first run counts.
-  void registerContainment();
 
   // The options of a class and version, else of version 1, else null.
   static TVFolderOptions* lookup(const VClassRecord* objectClass, int version);
   // Adds options for the life of the process. A second set for a class and version is dropped.
-  static void add(TVFolderOptions* options);
+  static void add(std::unique_ptr<TVFolderOptions> options);
 
  private:
-  void addParent(TVFolderOptions* parent);
-  void addChild(TVFolderOptions* child);
-
   const VClassRecord* objectClass_;
   int version_;
   TVSortType defaultSortType_;
   std::vector<const VClassRecord*> childClasses_;
-  bool registered_ = false;
-  VSet parents_;
-  VSet children_;
 };
 
 // Finds the options of a class and version in a set.

@@ -195,11 +195,11 @@ void TVHandle::markDirty() {
 }
 
 int TVHandle::version() const { return object_ == nullptr ? 1 : object_->version(); }
-VString TVHandle::name() const { return nameWith(TVOptionArray()); }
+VString TVHandle::name() const { return nameWith(TVOptionArray::none()); }
 VString TVHandle::nameWith(const TVOptionArray& options) const {
   return object_ == nullptr ? VString() : object_->name(options);
 }
-int TVHandle::attribute() const { return attributeWith(TVOptionArray()); }
+int TVHandle::attribute() const { return attributeWith(TVOptionArray::none()); }
 int TVHandle::attributeWith(const TVOptionArray& options) const {
   return object_ == nullptr ? 0 : object_->attribute(options);
 }

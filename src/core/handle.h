@@ -45,7 +45,6 @@ class TVHandle : public VObject {
   }
   // The parent handle; null for a handle that stands in no list, or whose list is closed.
   TVHandle* owner() const;
-  TVChildList* childList() const { return childList_.get(); }
 
   // Closes until closed, then moves over to another object or none.
   void attach(TVObject* object);

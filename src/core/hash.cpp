@@ -45,8 +45,10 @@ TVHash::~TVHash() {
 // ------------------------------------------------------------------------------------------
 
 ChainKey TVHash::equalTo(const VObject* key) const {
-  return {key, false, tagOfFingerprint(key->fingerprint()),
-          bucketOfHash(key->hash(), bucketCount_)};
+  return {.object = key,
+          .identical = false,
+          .tag = tagOfFingerprint(key->fingerprint()),
+          .bucket = bucketOfHash(key->hash(), bucketCount_)};
 }
 
 ChainKey TVHash::identicalTo(const VObject* value) const {
@@ -91,7 +93,8 @@ VObject* TVHash::findIdentical(const VObject* value) {
 
 bool TVHash::enter(const ChainEntry& entry) {
   const int32_t bucket = bucketOfHash(entry.hash, bucketCount_);
-  if (lookUp({entry.value, false, entry.tag, bucket}).found) return false;
+  if (lookUp({.object = entry.value, .identical = false, .tag = entry.tag, .bucket = bucket}).found)
+    return false;
   append(bucket, entry);
   return true;
 }
@@ -155,7 +158,8 @@ VObject* TVHash::set(VObject* value) {
   checkGrow();
   const ChainEntry entry = entryOf(value);
   const int32_t bucket = bucketOfHash(entry.hash, bucketCount_);
-  const ChainPlace place = lookUp({value, false, entry.tag, bucket});
+  const ChainPlace place =
+      lookUp({.object = value, .identical = false, .tag = entry.tag, .bucket = bucket});
   if (place.found) {
     VObject* displaced = valueAt(place);
     chains_->valueAt(place.bucket, place.ordinal) = value;
@@ -170,7 +174,10 @@ VObject* TVHash::set(VObject* value) {
 void TVHash::rekey(VObject* value, uint64_t oldFingerprint) {
   if (chains_ == nullptr) return;
   const int32_t bucket = bucketOfHash(value->hash(), bucketCount_);
-  const ChainPlace place = chains_->locate({value, true, tagOfFingerprint(oldFingerprint), bucket});
+  const ChainPlace place = chains_->locate({.object = value,
+                                            .identical = true,
+                                            .tag = tagOfFingerprint(oldFingerprint),
+                                            .bucket = bucket});
   if (place.found) chains_->retag(place, tagOfFingerprint(value->fingerprint()));
 }
 
@@ -189,13 +196,6 @@ void TVHash::clearAndDelete() {
   const std::vector<VObject*> doomed = values();
   clear();
   for (VObject* value : doomed) delete value;
-}
-
-void TVHash::reset(int bucketCount) {
-  clear();
-  endIterators();
-  bucketCount_ = std::max(1, bucketCount);
-  statistics_ = {};
 }
 
 // Contents

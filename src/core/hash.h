@@ -76,8 +76,6 @@ class TVHash : public VObject {
   void addAll(TVHash& other);
   void clear();           // Values, capacity and statistics stay as they are.
   void clearAndDelete();  // Deletes the values too. They find the table empty.
-  // As newly constructed. Values stay.
-  void reset(int bucketCount = kDefaultBuckets);
 
   // To be called when a field of `value` that counts in isEqual() and fingerprint(), but not in
   // hash(), has changed in place: it can't be found before. Keeps its place and the statistics.

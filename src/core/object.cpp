@@ -3,7 +3,6 @@
 
 #include <atomic>
 #include <deque>
-#include <limits>
 
 #include "core/childlist.h"
 #include "core/handle.h"

@@ -185,8 +185,8 @@ class TVObject : public VObject {
   bool isTransient() const { return transient_; }
   bool isDirty() const { return dirty_; }
   void setDirty(bool dirty) { dirty_ = dirty; }
-  bool isUnseen() const { return unseen_; }
-  void setUnseen(bool unseen) { unseen_ = unseen; }
+  bool isUnseen() const { return unseen_; }  // By the read that runs.
+  // Lets each end of an edit tell the handles; for clients whose handles override refreshed().
   void setNotifyHandles(bool notify) { notifyHandles_ = notify; }
   int useCount() const { return useCount_; }
   int referenceCount() const { return refCount_; }

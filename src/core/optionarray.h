@@ -31,6 +31,13 @@ class TVOptionArray : private VObjArray {
   TVOptionArray& operator=(const TVOptionArray&) = delete;
   ~TVOptionArray() { deleteAll(); }
 
+  // One that stays empty, for the many queries without options: an array has its slots allocated
+  // from the start.
+  static const TVOptionArray& none() {
+    static const auto* empty = new TVOptionArray;
+    return *empty;
+  }
+
   void add(std::unique_ptr<TVDisplayOption> option) {
     const int index = option->hash();
     remove(index);

@@ -1,8 +1,6 @@
 // core/projectconfig.h: TVProjectConfig, the configuration of a project or of the root.
 #pragma once
 
-#include <cstdint>
-
 #include "base/vpathstring.h"
 #include "base/vstring.h"
 #include "runtime/files.h"

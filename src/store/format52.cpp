@@ -15,18 +15,18 @@ namespace {
 
 void registerItems() {
   using ItemClasses = std::vector<const VClassRecord*>;
-  TVFolderOptions::add(new TVNamedItemOptions<TVBranch>(
+  TVFolderOptions::add(std::make_unique<TVNamedItemOptions<TVBranch>>(
       kAbstractVersion, ItemClasses{&TVBranch::theClass, &TVRevision::theClass}));
-  TVFolderOptions::add(new TVRevisionOptions);
-  TVFolderOptions::add(new TVNamedItemOptions<TVVersionLabel>(kAbstractVersion));
-  TVFolderOptions::add(new TVNamedItemOptions<TVFloatingLabel>(kAbstractVersion));
-  TVFolderOptions::add(new TVNamedItemOptions<TVPromotionLabel>(kAbstractVersion));
-  TVFolderOptions::add(new TVNamedItemOptions<TVLocker>(kAbstractVersion));
-  TVFolderOptions::add(new TVBranch52Options);
-  TVFolderOptions::add(new TVRevision52Options);
-  TVFolderOptions::add(new TVNamedItemOptions<TVVersionLabel52>(kFormat52));
-  TVFolderOptions::add(new TVNamedItemOptions<TVPromotionLabel52>(kFormat52));
-  TVFolderOptions::add(new TVNamedItemOptions<TVLocker52>(kFormat52));
+  TVFolderOptions::add(std::make_unique<TVRevisionOptions>());
+  TVFolderOptions::add(std::make_unique<TVNamedItemOptions<TVVersionLabel>>(kAbstractVersion));
+  TVFolderOptions::add(std::make_unique<TVNamedItemOptions<TVFloatingLabel>>(kAbstractVersion));
+  TVFolderOptions::add(std::make_unique<TVNamedItemOptions<TVPromotionLabel>>(kAbstractVersion));
+  TVFolderOptions::add(std::make_unique<TVNamedItemOptions<TVLocker>>(kAbstractVersion));
+  TVFolderOptions::add(std::make_unique<TVBranch52Options>());
+  TVFolderOptions::add(std::make_unique<TVRevision52Options>());
+  TVFolderOptions::add(std::make_unique<TVNamedItemOptions<TVVersionLabel52>>(kFormat52));
+  TVFolderOptions::add(std::make_unique<TVNamedItemOptions<TVPromotionLabel52>>(kFormat52));
+  TVFolderOptions::add(std::make_unique<TVNamedItemOptions<TVLocker52>>(kFormat52));
 }
 
 }  // namespace
@@ -35,17 +35,17 @@ void registerFormat52() {
   static bool done = false;
   if (done) return;
   done = true;
-  TVFolderOptions::add(new TVProjectRootOptions);
-  TVFolderOptions::add(new TVProjectFolderOptions);
-  TVFolderOptions::add(new TVArchiveFolderOptions);
-  TVFolderOptions::add(new TVArchiveMemberOptions);
-  TVFolderOptions::add(new TVPromotionFolderOptions);
-  TVFolderOptions::add(new TVLockedByFolderOptions);
-  TVFolderOptions::add(new TVProjectRoot52Options);
-  TVFolderOptions::add(new TVProjectFolder52Options);
-  TVFolderOptions::add(new TVArchiveFolder52Options);
-  TVFolderOptions::add(new TVArchiveMember52Options);
-  TVFolderOptions::add(new TVPromotionFolder52Options);
+  TVFolderOptions::add(std::make_unique<TVProjectRootOptions>());
+  TVFolderOptions::add(std::make_unique<TVProjectFolderOptions>());
+  TVFolderOptions::add(std::make_unique<TVArchiveFolderOptions>());
+  TVFolderOptions::add(std::make_unique<TVArchiveMemberOptions>());
+  TVFolderOptions::add(std::make_unique<TVPromotionFolderOptions>());
+  TVFolderOptions::add(std::make_unique<TVLockedByFolderOptions>());
+  TVFolderOptions::add(std::make_unique<TVProjectRoot52Options>());
+  TVFolderOptions::add(std::make_unique<TVProjectFolder52Options>());
+  TVFolderOptions::add(std::make_unique<TVArchiveFolder52Options>());
+  TVFolderOptions::add(std::make_unique<TVArchiveMember52Options>());
+  TVFolderOptions::add(std::make_unique<TVPromotionFolder52Options>());
   registerItems();
 }
 
