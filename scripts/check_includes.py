@@ -20,10 +20,9 @@ MAY_INCLUDE = {
     "api": LAYERS,
     "cli": LAYERS,
     "kstrinin": ["os"],
-    "btkf520": ["dates", "os", "btkf520/archive"],
-    "btkf520/archive": ["dates", "os", "btkf520"],
-    "btkf520/configuration": ["dates", "os", "btkf520"],
-    "btkf520/operations": ["dates", "os", "btkf520", "btkf520/archive", "btkf520/configuration"],
+    "btkf520/archive": ["dates", "os"],
+    "btkf520/configuration": ["dates", "os"],
+    "btkf520/operations": ["dates", "os", "btkf520/archive", "btkf520/configuration"],
     "btkf520/interface": ["dates", "os", "btkf520/archive", "btkf520/configuration",
                           "btkf520/operations"],
 }
@@ -38,7 +37,7 @@ MAY_INCLUDE_TOO = {
     **{"btkf520/" + part: ["btkf520/btkf520.h"]
        for part in ("archive", "configuration", "operations", "interface")},
 }
-PLATFORM_FILE = re.compile(r"os/\w+_posix\.(cpp|h)|btkf520/platform_\w+\.cpp")
+PLATFORM_FILE = re.compile(r"os/\w+_posix\.(cpp|h)")
 PLATFORM_ONLY = re.compile(
     r"sys/.*|(fcntl|unistd|dirent|pwd|grp|time|utime|signal|spawn|poll|sched|pthread|dlfcn|windows)\.h"
     r"|filesystem|fstream|ctime|chrono|csignal|thread")

@@ -42,6 +42,15 @@ uint32_t reversePackedTime(PackedTime packed);
 PackedTime packSeconds(int64_t localSeconds);
 int64_t secondsOf(const LocalTime& time);
 
+// The moment, in seconds since 1970, UTC, when such a clock shows `time`. `offsetAt` tells how many
+// seconds east of UTC its zone is at a moment.
+template <typename OffsetAt>
+int64_t momentOf(const LocalTime& time, OffsetAt offsetAt) {
+  const int64_t local = secondsOf(time);
+  // The offset belongs to the moment looked for, so a first guess finds the place to ask at.
+  return local - offsetAt(local - offsetAt(local));
+}
+
 // "2026-11-21 04:05:46", which is read alike everywhere.
 std::string isoText(PackedTime packed);
 

@@ -20,6 +20,9 @@ std::string parentOf(std::string_view path);
 // it; there need be no file. `path` itself if it is no link.
 std::string linkTarget(const std::string& path);
 
+// Whether both paths mean one file, or would if it were there.
+bool isSameFile(const std::string& first, const std::string& second);
+
 // Whether something has that name, if only a link to nothing.
 bool hasEntry(const char* path);
 

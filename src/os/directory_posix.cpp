@@ -42,6 +42,17 @@ std::string linkTarget(const std::string& path) {
   return result;
 }
 
+bool isSameFile(const std::string& first, const std::string& second) {
+  FileStatus one, other;
+  const FileResult found = readStatus(first.c_str(), &one);
+  if (readStatus(second.c_str(), &other) != found) return false;
+  if (found == FileResult::kDone) return one.identity == other.identity;
+  const auto directory = directoryState(parentOf(first).c_str());
+  const auto otherDirectory = directoryState(parentOf(second).c_str());
+  return directory && otherDirectory && directory->identity == otherDirectory->identity &&
+         first.substr(first.rfind('/') + 1) == second.substr(second.rfind('/') + 1);
+}
+
 bool hasEntry(const char* path) {
   struct stat status;
   return uninterrupted([&] { return ::lstat(path, &status); }) == 0;

@@ -61,10 +61,7 @@ uint32_t packNanoseconds(int64_t nanoseconds) {
 bool unpackNanoseconds(uint32_t packed, int64_t* nanoseconds) {
   const dates::LocalTime time = dates::unpackTime(packed);
   if (!dates::isTime(time)) return false;
-  const int64_t local = dates::secondsOf(time);
-  // The offset belongs to the moment looked for, so a first guess finds the place to ask at.
-  const int64_t guess = local - zoneOffset(local);
-  *nanoseconds = (local - zoneOffset(guess)) * kNanosecondsPerSecond;
+  *nanoseconds = dates::momentOf(time, zoneOffset) * kNanosecondsPerSecond;
   return true;
 }
 

@@ -1,26 +1,9 @@
 // btkf520/read_failure_test.cpp: a disk that fails once is no damage. The archive stays as it was,
 // and all of it can be read when the disk is well again.
-#include <sys/syscall.h>
-#include <unistd.h>
-
 #include <cerrno>
 
 #include "btkf520/archives.h"
-
-namespace {
-
-int theReadsLeft = -1;  // Until one fails; without end if negative.
-
-}  // namespace
-
-// In front of the C library's own.
-extern "C" ssize_t pread(int file, void* buffer, size_t size, off_t offset) {
-  if (theReadsLeft >= 0 && theReadsLeft-- == 0) {
-    errno = EIO;
-    return -1;
-  }
-  return ::syscall(SYS_pread64, file, buffer, size, offset);
-}
+#include "os/systemcalls.h"
 
 namespace btkf520_test {
 namespace {
@@ -38,10 +21,15 @@ TEST_F(ReadFailure, CostsNoRevision) {
   for (int reads = 0;; ++reads) {
     SCOPED_TRACE(reads);
     support::writeFile(archive(), before);
-    theReadsLeft = reads;
-    const int32_t status = deleteRange("1.4");
-    const bool hasFailed = theReadsLeft < 0;
-    theReadsLeft = -1;
+    int left = reads;
+    int32_t status = 0;
+    {
+      const os_test::SystemCalls calls([&left](const os_test::Call& call) {
+        return call.name == "pread" && left-- == 0 ? EIO : 0;
+      });
+      status = deleteRange("1.4");
+    }
+    const bool hasFailed = left < 0;
     EXPECT_EQ(TrvsVerifyArchive(TRVS_CONTEXT, archive().c_str(), nullptr, 0), 0);
     if (!hasFailed) break;
     ++failures;

@@ -18,10 +18,13 @@
 #include "btkf520/archive/plan.h"
 #include "btkf520/archive/reader.h"
 #include "btkf520/archive/tail.h"
-#include "btkf520/platform_file.h"
+#include "os/directory.h"
+#include "os/sibling.h"
 
 namespace btkf {
 namespace {
+
+using os::FileResult;
 
 TrvsStatus openStatus(FileResult result) {
   switch (result) {
@@ -61,7 +64,7 @@ class Archive::Impl {
         reader_(std::move(reader)),
         lastContent_(reader_->index().lastContent) {}
 
-  static TrvsStatus open(Purpose purpose, const std::string& path, InputFile file,
+  static TrvsStatus open(Purpose purpose, const std::string& path, os::File file,
                          std::unique_ptr<Archive>* archive);
 
   ArchiveReader& reader() { return *reader_; }
@@ -88,11 +91,11 @@ class Archive::Impl {
   std::vector<Frame> plannedFrames(const ArchiveModel& model) const;
   void planBranch(const Branch& branch, std::vector<Frame>* frames) const;
   const Frame* storedLike(const Frame& planned) const;
-  TrvsStatus copyKept(const std::vector<Frame>& kept, SiblingFile* to) const;
+  TrvsStatus copyKept(const std::vector<Frame>& kept, os::SiblingFile* to) const;
   TrvsStatus hold(uint32_t id, Held* held);
   TrvsStatus pack(Frame* frame, Bytes* packed);
-  TrvsStatus writeFrames(Index* index, SiblingFile* to);
-  TrvsStatus writeEnd(const Index& index, SiblingFile* to);
+  TrvsStatus writeFrames(Index* index, os::SiblingFile* to);
+  TrvsStatus writeEnd(const Index& index, os::SiblingFile* to);
   TrvsStatus tryCommit(Index* index);
 
   Purpose purpose_;
@@ -103,7 +106,7 @@ class Archive::Impl {
   std::set<uint32_t> damaged_;  // Contents that could not be rebuilt when a commit needed them.
 };
 
-TrvsStatus Archive::Impl::open(Purpose purpose, const std::string& path, InputFile file,
+TrvsStatus Archive::Impl::open(Purpose purpose, const std::string& path, os::File file,
                                std::unique_ptr<Archive>* archive) {
   std::unique_ptr<ArchiveReader> reader;
   if (const TrvsStatus status = ArchiveReader::open(std::move(file), &reader)) return status;
@@ -212,7 +215,7 @@ const Frame* Archive::Impl::storedLike(const Frame& planned) const {
 }
 
 // Copies the header and frames that are in the file, in their order there.
-TrvsStatus Archive::Impl::copyKept(const std::vector<Frame>& kept, SiblingFile* to) const {
+TrvsStatus Archive::Impl::copyKept(const std::vector<Frame>& kept, os::SiblingFile* to) const {
   if (purpose_ == Purpose::kMake) return writeStatus(to->write(kArchiveHeader));
   uint64_t begin = 0;  // Of a run that is copied as one.
   uint64_t end = kArchiveHeader.size();
@@ -265,7 +268,7 @@ TrvsStatus Archive::Impl::pack(Frame* frame, Bytes* packed) {
 
 // Writes all but the end, and puts the frames of *index in the order of the new file: those that
 // are kept, then new ones, the tips last.
-TrvsStatus Archive::Impl::writeFrames(Index* index, SiblingFile* to) {
+TrvsStatus Archive::Impl::writeFrames(Index* index, os::SiblingFile* to) {
   std::vector<Frame> kept;
   std::vector<Frame> made;
   for (Frame& planned : plannedFrames(index->model)) {
@@ -293,7 +296,7 @@ TrvsStatus Archive::Impl::writeFrames(Index* index, SiblingFile* to) {
   return TRVS_DONE;
 }
 
-TrvsStatus Archive::Impl::writeEnd(const Index& index, SiblingFile* to) {
+TrvsStatus Archive::Impl::writeEnd(const Index& index, os::SiblingFile* to) {
   const std::string bytes = encodeIndex(index);
   if (bytes.size() > kLargestIndex) return TRVS_NO_MEMORY;
   const std::optional<Bytes> packed = reader_->codec().pack(bytes, {}, checksumOf(bytes));
@@ -306,17 +309,18 @@ TrvsStatus Archive::Impl::writeEnd(const Index& index, SiblingFile* to) {
 
 // *index goes to the new reader, unless a damaged content ended this before.
 TrvsStatus Archive::Impl::tryCommit(Index* index) {
-  SiblingFile file;
+  os::SiblingFile file;
   const bool isUpdate = purpose_ == Purpose::kUpdate;  // And then the archive is locked.
-  const auto others = isUpdate ? SiblingFile::Others::kExcluded : SiblingFile::Others::kPossible;
+  const auto others =
+      isUpdate ? os::SiblingFile::Others::kExcluded : os::SiblingFile::Others::kPossible;
   if (const TrvsStatus status = writeStatus(file.open(path_, others))) return status;
-  if (isUpdate) file.imitate(reader_->file());
+  if (isUpdate) static_cast<void>(file.imitate(reader_->file()));
   if (const TrvsStatus status = writeFrames(index, &file)) return status;
   if (const TrvsStatus status = writeEnd(*index, &file)) return status;
 
   auto next = std::make_unique<ArchiveReader>(std::move(*index), std::make_unique<FrameCodec>());
-  const auto naming = isUpdate ? SiblingFile::Naming::kReplace : SiblingFile::Naming::kNew;
-  const FileResult result = file.finish(naming, SiblingFile::Safety::kOnDisk, &next->file());
+  const auto naming = isUpdate ? os::SiblingFile::Naming::kReplace : os::SiblingFile::Naming::kNew;
+  const FileResult result = file.finish(naming, os::SiblingFile::Safety::kOnDisk, &next->file());
   if (result != FileResult::kDone) return writeStatus(result);
   reader_ = std::move(next);
   pending_.clear();
@@ -342,15 +346,17 @@ Archive::Archive(std::unique_ptr<Impl> impl) : impl_(std::move(impl)) {}
 Archive::~Archive() = default;
 
 TrvsStatus Archive::openToRead(const std::string& path, std::unique_ptr<Archive>* archive) {
-  InputFile file;
-  if (const TrvsStatus status = openStatus(file.open(path))) return status;
+  os::File file;
+  if (const TrvsStatus status = openStatus(file.open(path.c_str(), os::File::Access::kRead))) {
+    return status;
+  }
   return Impl::open(Impl::Purpose::kRead, path, std::move(file), archive);
 }
 
 TrvsStatus Archive::openToUpdate(const std::string& path, std::unique_ptr<Archive>* archive) {
-  const std::string target = linkTarget(path);
-  InputFile file;
-  if (const TrvsStatus status = openStatus(file.openLocked(target))) return status;
+  const std::string target = os::linkTarget(path);
+  os::File file;
+  if (const TrvsStatus status = openStatus(file.openLocked(target.c_str()))) return status;
   return Impl::open(Impl::Purpose::kUpdate, target, std::move(file), archive);
 }
 

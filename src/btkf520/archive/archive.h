@@ -2,7 +2,7 @@
 //
 //     std::unique_ptr<Archive> archive;
 //     if (TrvsStatus status = Archive::openToUpdate(path, &archive)) return status;
-//     const MappedFile workfile = ...;
+//     const os::MappedFile workfile = ...;
 //     ArchiveModel model = archive->model();
 //     Revision revision = ...;
 //     revision.content = archive->put(workfile.bytes());

@@ -8,7 +8,7 @@
 #include <string_view>
 #include <utility>
 
-#include "btkf520/platform_memory.h"
+#include "os/pages.h"
 
 namespace btkf {
 
@@ -22,7 +22,7 @@ class Bytes {
  public:
   Bytes() = default;
   // Throws std::bad_alloc.
-  explicit Bytes(size_t size) : data_(static_cast<char*>(allocateMemory(size))), size_(size) {}
+  explicit Bytes(size_t size) : data_(static_cast<char*>(os::allocateMemory(size))), size_(size) {}
   Bytes(Bytes&& other) noexcept
       : data_(std::move(other.data_)), size_(std::exchange(other.size_, 0)) {}
   Bytes& operator=(Bytes&& other) noexcept {
@@ -47,7 +47,7 @@ class Bytes {
 
  private:
   struct Free {
-    void operator()(char* memory) const { freeMemory(memory); }
+    void operator()(char* memory) const { os::freeMemory(memory); }
   };
   std::unique_ptr<char, Free> data_;
   size_t size_ = 0;

@@ -19,7 +19,7 @@ constexpr uint64_t kPiece = 128 << 10;
 // The end of a file, read in growing pieces.
 class FileEnd {
  public:
-  explicit FileEnd(const InputFile& file) : file_(file) {}
+  explicit FileEnd(const os::File& file) : file_(file) {}
 
   // The last `size` bytes; nothing if there are not as many, or can't be read.
   std::optional<std::string_view> last(uint64_t size) {
@@ -34,11 +34,11 @@ class FileEnd {
   }
 
  private:
-  const InputFile& file_;
+  const os::File& file_;
   Bytes bytes_;
 };
 
-bool hasHeader(const InputFile& file) {
+bool hasHeader(const os::File& file) {
   char header[kArchiveHeader.size()];
   return file.size() >= sizeof header && file.readAt(0, header, sizeof header) &&
          std::string_view(header, sizeof header) == kArchiveHeader;
@@ -135,7 +135,7 @@ ArchiveReader::ArchiveReader(Index index, std::unique_ptr<FrameCodec> codec)
   });
 }
 
-TrvsStatus ArchiveReader::readEnds(const InputFile& file, Ends* ends) {
+TrvsStatus ArchiveReader::readEnds(const os::File& file, Ends* ends) {
   FileEnd end(file);
   const auto trailer = end.last(kTrailerSize);
   const auto size = trailer ? tailSize(*trailer) : std::nullopt;
@@ -150,7 +150,7 @@ TrvsStatus ArchiveReader::readEnds(const InputFile& file, Ends* ends) {
   return checksumOf(ends->storedIndex) == place->checksum ? TRVS_DONE : TRVS_NOT_AN_ARCHIVE;
 }
 
-TrvsStatus ArchiveReader::open(InputFile file, std::unique_ptr<ArchiveReader>* reader) {
+TrvsStatus ArchiveReader::open(os::File file, std::unique_ptr<ArchiveReader>* reader) {
   Ends ends;
   if (!hasHeader(file) || readEnds(file, &ends) != TRVS_DONE) {
     return file.hasFailed() ? TRVS_CANNOT_OPEN : TRVS_NOT_AN_ARCHIVE;

@@ -18,7 +18,7 @@
 #include "btkf520/archive/index.h"
 #include "btkf520/archive/tail.h"
 #include "btkf520/btkf520.h"
-#include "btkf520/platform_file.h"
+#include "os/file.h"
 
 namespace btkf {
 
@@ -74,9 +74,9 @@ class ArchiveReader {
   ArchiveReader& operator=(const ArchiveReader&) = delete;
 
   // TRVS_NOT_AN_ARCHIVE if `file` is none, or if its index is damaged.
-  static TrvsStatus open(InputFile file, std::unique_ptr<ArchiveReader>* reader);
+  static TrvsStatus open(os::File file, std::unique_ptr<ArchiveReader>* reader);
 
-  InputFile& file() { return file_; }
+  os::File& file() { return file_; }
   const Index& index() const { return index_; }
   FrameCodec& codec() { return *codec_; }
   // Where the frames end, and the index begins.
@@ -104,7 +104,7 @@ class ArchiveReader {
     IndexPlace place;
     std::string storedIndex;
   };
-  static TrvsStatus readEnds(const InputFile& file, Ends* ends);
+  static TrvsStatus readEnds(const os::File& file, Ends* ends);
   bool endsAreWhole() const;
 
   std::vector<const Stored*> framesFor(const Stored& target) const;
@@ -114,7 +114,7 @@ class ArchiveReader {
   bool withFrame(const Stored& stored, const std::function<bool(const FramePieces&)>& work) const;
   bool unpack(const Stored& stored, std::string_view prefix, Bytes* content, Checksum* checksum);
 
-  InputFile file_;
+  os::File file_;
   Index index_;
   uint64_t bodySize_ = 0;
   std::unordered_map<uint32_t, Stored> contents_;

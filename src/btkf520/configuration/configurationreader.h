@@ -11,7 +11,7 @@
 #include "btkf520/btkf520.h"
 #include "btkf520/configuration/conditionals.h"
 #include "btkf520/configuration/configuration.h"
-#include "btkf520/platform.h"
+#include "os/file.h"
 
 namespace btkf {
 
@@ -21,6 +21,11 @@ struct BadDirective {
   std::string line;  // Its beginning, up to kReportedLine bytes. Empty if no line is to blame.
   std::string file;  // Path text.
   int number;        // Counted from 1. 0 if no line is to blame.
+};
+
+struct FileText {
+  std::string text;
+  os::FileIdentity identity;
 };
 
 // What the reader needs from outside: files, variables and someone to complain to.
@@ -59,7 +64,7 @@ class ConfigurationReader {
   // A file between its first and its last line.
   struct OpenFile {
     std::string path;
-    FileIdentity identity;
+    os::FileIdentity identity;
     Conditionals conditionals;
     std::string_view line;  // The present one, without its end.
     int number = 0;

@@ -16,8 +16,10 @@
 #include "btkf520/operations/revisions.h"
 #include "btkf520/operations/surroundings.h"
 #include "btkf520/operations/task.h"
+#include "btkf520/operations/times.h"
 #include "btkf520/operations/workfile.h"
-#include "btkf520/platform_workfile.h"
+#include "os/directory.h"
+#include "os/mappedfile.h"
 
 namespace btkf {
 namespace {
@@ -65,8 +67,8 @@ class CheckIn {
   const CheckInRequest& request_;
   Task task_;
   std::string workfilePath_;
-  WorkfileState workfile_;
-  MappedFile bytes_;
+  os::FileStatus workfile_;
+  os::MappedFile bytes_;
   Content content_;               // The same, put into the archive.
   std::optional<Number> parent_;  // Nothing for the archive's first revision.
   Number number_;                 // Of the new revision.
@@ -90,10 +92,10 @@ TrvsStatus CheckIn::run() {
 
 TrvsStatus CheckIn::readWorkfile() {
   if (const TrvsStatus status = task_.findWorkfile(&workfilePath_)) return status;
-  const auto state = workfileState(workfilePath_);
+  const auto state = statusAt(workfilePath_);
   if (!state) return TRVS_NO_WORKFILE;
   workfile_ = *state;
-  if (const TrvsStatus status = readFailure(bytes_.open(workfilePath_), TRVS_NO_WORKFILE))
+  if (const TrvsStatus status = readFailure(bytes_.open(workfilePath_.c_str()), TRVS_NO_WORKFILE))
     return status;
   content_ = task_.archive().put(bytes_.bytes());
   return TRVS_DONE;
@@ -182,7 +184,8 @@ TrvsStatus CheckIn::chooseNumber() {
 TrvsStatus CheckIn::checkWorkfile() {
   if (!parent_) return TRVS_DONE;
   const Revision& parent = *task_.model.findRevision(*parent_);
-  if (!asks(TRVS_PUT_OLDER) && workfile_.changeTime < parent.workfileTime) return TRVS_OLDER;
+  if (!asks(TRVS_PUT_OLDER) && packedTime(workfile_.nanoseconds) < parent.workfileTime)
+    return TRVS_OLDER;
   return asks(TRVS_PUT_UNCHANGED) ? TRVS_DONE : checkUnchanged();
 }
 
@@ -237,7 +240,7 @@ TrvsStatus CheckIn::add() {
 void CheckIn::fillRevision(Revision* revision) const {
   revision->number = number_;
   revision->checkInTime = request_.time != 0 ? request_.time : presentTime();
-  revision->workfileTime = workfile_.changeTime;
+  revision->workfileTime = packedTime(workfile_.nanoseconds);
   revision->author = textOf(request_.author).empty() ? task_.user() : request_.author;
   revision->changeDescription = textOf(request_.change);
   if (!group_.empty()) revision->promotionGroups.push_back(group_);
@@ -248,11 +251,12 @@ void CheckIn::fillRevision(Revision* revision) const {
 
 // A workfile that was changed meanwhile holds what no revision has: it stays as it is.
 TrvsStatus CheckIn::settleWorkfile() const {
-  if (workfileState(workfilePath_) != workfile_) return TRVS_DONE;
-  const bool isDone = asks(TRVS_PUT_KEEP_LOCK)   ? setWritable(workfilePath_, true)
-                      : asks(TRVS_PUT_READ_ONLY) ? setWritable(workfilePath_, false)
-                                                 : removeFile(workfilePath_);
-  return isDone ? TRVS_DONE : TRVS_CANNOT_WRITE;
+  if (statusAt(workfilePath_) != workfile_) return TRVS_DONE;
+  const char* const path = workfilePath_.c_str();
+  const os::FileResult result = asks(TRVS_PUT_KEEP_LOCK)   ? os::setWritable(path, true)
+                                : asks(TRVS_PUT_READ_ONLY) ? os::setWritable(path, false)
+                                                           : os::removeFile(path);
+  return result == os::FileResult::kDone ? TRVS_DONE : TRVS_CANNOT_WRITE;
 }
 
 uint32_t attributesOf(const Configuration& configuration) {
@@ -273,8 +277,8 @@ TrvsStatus createArchive(const char* archive, const char* workfile, const char* 
   if (const TrvsStatus status = task.openNew(archive, workfile)) return status;
   std::string workfilePath;
   if (const TrvsStatus status = task.findWorkfile(&workfilePath)) return status;
-  if (!hasDirectory(task.archivePath())) return TRVS_BAD_NAME;
-  if (workfileState(task.archivePath())) return TRVS_ARCHIVE_EXISTS;
+  if (!os::directoryState(os::parentOf(task.archivePath()).c_str())) return TRVS_BAD_NAME;
+  if (statusAt(task.archivePath())) return TRVS_ARCHIVE_EXISTS;
   task.model.workName = fileName(workfile);
   task.model.owner = textOf(owner).empty() ? task.user() : owner;
   task.model.description = textOf(description);

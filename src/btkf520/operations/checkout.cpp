@@ -13,7 +13,7 @@
 #include "btkf520/operations/task.h"
 #include "btkf520/operations/times.h"
 #include "btkf520/operations/workfile.h"
-#include "btkf520/platform_workfile.h"
+#include "os/mappedfile.h"
 
 namespace btkf {
 namespace {
@@ -145,14 +145,14 @@ TrvsStatus CheckOut::boundTime(std::optional<PackedTime>* time) const {
     *time = parseDate(trimmed(text));
     return *time ? TRVS_DONE : TRVS_BAD_DATE;
   }
-  if (const auto state = workfileState(workfilePath_)) *time = state->changeTime;
+  if (const auto state = statusAt(workfilePath_)) *time = packedTime(state->nanoseconds);
   return TRVS_DONE;
 }
 
 // For keywords, and for a comparison with the file that is there.
 bool CheckOut::needsWhole() const {
   return task_.model.has(TRVS_ATTRIBUTE_KEYWORDS) ||
-         (!asks(TRVS_GET_OVERWRITE | TRVS_GET_KEEP) && workfileState(workfilePath_));
+         (!asks(TRVS_GET_OVERWRITE | TRVS_GET_KEEP) && statusAt(workfilePath_));
 }
 
 TrvsStatus CheckOut::readWhole() {
@@ -165,14 +165,14 @@ TrvsStatus CheckOut::readWhole() {
 
 // A file that is equal already may be replaced without a question: nothing is lost.
 TrvsStatus CheckOut::checkOverwrite() {
-  const auto old = workfileState(workfilePath_);
+  const auto old = statusAt(workfilePath_);
   if (old && !old->isRegular) return TRVS_WOULD_OVERWRITE;
   if (asks(TRVS_GET_OVERWRITE)) return TRVS_DONE;
   workfile_.replaceOnly(old);
   if (!old) return TRVS_DONE;
   if (asks(TRVS_GET_KEEP)) return TRVS_WOULD_OVERWRITE;
-  MappedFile file;
-  const bool isReadable = file.open(workfilePath_) == FileResult::kDone;
+  os::MappedFile file;
+  const bool isReadable = file.open(workfilePath_.c_str()) == os::FileResult::kDone;
   const std::string_view whole = expanded_ ? *expanded_ : stored_.view();
   if (isWhole_ && isReadable && file.bytes() == whole) return TRVS_DONE;
   return client().overwrites(task_.workfileText(), task_.archiveText()) ? TRVS_DONE

@@ -17,7 +17,7 @@
 #include "btkf520/operations/surroundings.h"
 #include "btkf520/operations/task.h"
 #include "btkf520/operations/workfile.h"
-#include "btkf520/platform_file.h"
+#include "os/mappedfile.h"
 
 namespace btkf {
 namespace {
@@ -42,7 +42,7 @@ class Side {
   TrvsStatus openFile(const std::string& path, const std::string& title);
 
   bool isFile_ = false;
-  MappedFile file_;
+  os::MappedFile file_;
   Bytes stored_;
   std::optional<std::string> expanded_;
   std::string title_;
@@ -78,7 +78,7 @@ TrvsStatus Side::openWorkfile(const char* target) {
 TrvsStatus Side::openFile(const std::string& path, const std::string& title) {
   isFile_ = true;
   title_ = title;
-  return readFailure(file_.open(path), TRVS_NO_WORKFILE);
+  return readFailure(file_.open(path.c_str()), TRVS_NO_WORKFILE);
 }
 
 class Comparison {

@@ -4,8 +4,10 @@
 #include <optional>
 
 #include "btkf520/operations/surroundings.h"
-#include "btkf520/platform_workfile.h"
+#include "btkf520/operations/times.h"
 #include "dates/packedtime.h"
+#include "os/file.h"
+#include "os/program.h"
 
 namespace btkf {
 
@@ -20,17 +22,18 @@ void writeJournal(const Account& account) {
     line += '\t' + field;
   }
   const auto path = systemPath(journal);
-  if (!path || !appendToFile(*path, line + "\n")) client().message(TRVS_NO_JOURNAL);
+  if (!path || os::appendToFile(path->c_str(), line + "\n") != os::FileResult::kDone)
+    client().message(TRVS_NO_JOURNAL);
 }
 
 TrvsStatus runTrigger(const std::string& trigger, const Account& account) {
   const std::string command = configuration().eventTrigger(trigger);
   if (command.empty()) return TRVS_DONE;
-  const std::optional<int> code = runCommand(command, {{"BTKF_EVENT", trigger},
-                                                       {"BTKF_ARCHIVE", account.archive},
-                                                       {"BTKF_WORKFILE", account.workfile},
-                                                       {"BTKF_WHAT", account.what},
-                                                       {"BTKF_USER", userId().value_or("")}});
+  const std::optional<int> code = os::runCommand(command, {{"BTKF_EVENT", trigger},
+                                                           {"BTKF_ARCHIVE", account.archive},
+                                                           {"BTKF_WORKFILE", account.workfile},
+                                                           {"BTKF_WHAT", account.what},
+                                                           {"BTKF_USER", userId().value_or("")}});
   constexpr int kNoSuchCommand = 127;
   if (!code || *code == kNoSuchCommand) return TRVS_TRIGGER_FAILED;
   return *code == 0 ? TRVS_DONE : TRVS_TRIGGER_REFUSED;

@@ -13,7 +13,7 @@
 #include <unordered_map>
 
 #include "btkf520/configuration/text.h"
-#include "btkf520/platform_library.h"
+#include "os/library.h"
 
 namespace btkf {
 namespace {
@@ -101,7 +101,7 @@ struct Git {
     if (start() < 0) throw std::runtime_error("libgit2 does not start");
   }
 
-  const LoadedLibrary library{LIBGIT2_SONAME};
+  const os::LoadedLibrary library{LIBGIT2_SONAME};
   decltype(&git_libgit2_init) start = library.find<decltype(start)>("git_libgit2_init");
   decltype(&git_diff_options_init) setOptions =
       library.find<decltype(setOptions)>("git_diff_options_init");

@@ -3,7 +3,7 @@
 
 #include "btkf520/archive/number.h"
 #include "btkf520/operations/surroundings.h"
-#include "btkf520/platform_workfile.h"
+#include "btkf520/operations/workfile.h"
 
 namespace btkf {
 namespace {
@@ -60,7 +60,7 @@ std::string archivePathText(std::string_view workfile) {
   for (const std::string& directory : directories) {
     const std::string text = joined(directory, name);
     const auto path = systemPath(text);
-    if (path && workfileState(*path)) return text;
+    if (path && statusAt(*path)) return text;
   }
   return directories.empty() ? name : joined(directories.front(), name);
 }

@@ -14,7 +14,7 @@ TrvsStatus ReportOutput::open(const char* path) {
   if (text.empty()) return TRVS_DONE;
   const auto place = systemPath(text);
   if (!place) return TRVS_BAD_NAME;
-  old_ = workfileState(*place);
+  old_ = statusAt(*place);
   if (old_ && !(old_->isRegular && client().overwrites(text, ""))) return TRVS_WOULD_OVERWRITE;
   path_ = *place;
   return TRVS_DONE;

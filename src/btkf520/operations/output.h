@@ -6,7 +6,7 @@
 #include <string_view>
 
 #include "btkf520/operations/client.h"
-#include "btkf520/platform_workfile.h"
+#include "os/file.h"
 
 namespace btkf {
 
@@ -27,8 +27,8 @@ class ReportOutput {
   TrvsStatus close();
 
  private:
-  std::string path_;                  // Empty: the client.
-  std::optional<WorkfileState> old_;  // The file that may be replaced.
+  std::string path_;                   // Empty: the client.
+  std::optional<os::FileStatus> old_;  // The file that may be replaced.
   std::string text_;
   bool isFull_ = false;  // The client has enough, or doesn't listen.
 };

@@ -5,7 +5,8 @@
 #include <algorithm>
 #include <utility>
 
-#include "btkf520/platform.h"
+#include "os/environment.h"
+#include "os/file.h"
 
 namespace btkf {
 namespace {
@@ -30,8 +31,8 @@ TrvsStatus Surroundings::load(const std::string& path, TrvsReadMode mode) {
 
 std::optional<std::string> Surroundings::userId() const {
   const std::string& name = configuration_.userVariable();
-  if (name.empty()) return accountName();
-  std::optional<std::string> user = environmentVariable(name);
+  if (name.empty()) return os::accountName();
+  std::optional<std::string> user = os::environmentVariable(name.c_str());
   return user && !user->empty() ? user : std::nullopt;
 }
 
@@ -52,11 +53,18 @@ std::optional<std::string> Surroundings::systemPath(const std::string& path) con
 
 std::optional<FileText> Surroundings::readFile(const std::string& path, size_t largest) {
   const std::optional<std::string> place = systemPath(path);
-  return place ? btkf::readFile(*place, largest) : std::nullopt;
+  FileText file;
+  os::FileStatus status;
+  if (!place ||
+      os::readFile(place->c_str(), largest, &file.text, &status) != os::FileResult::kDone) {
+    return {};
+  }
+  file.identity = status.identity;
+  return file;
 }
 
 std::optional<std::string> Surroundings::variable(const std::string& name) {
-  return environmentVariable(name);
+  return os::environmentVariable(name.c_str());
 }
 
 bool Surroundings::report(const BadDirective& directive) { return client_.goesOnAfter(directive); }

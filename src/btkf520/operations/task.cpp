@@ -6,13 +6,15 @@
 #include <vector>
 
 #include "btkf520/operations/surroundings.h"
-#include "btkf520/platform_workfile.h"
+#include "os/clock.h"
+#include "os/directory.h"
 
 namespace btkf {
 namespace {
 
 // A client that always says yes must not wait for ever: 5 seconds.
 constexpr int kMostRetries = 50;
+constexpr unsigned kPause = 100;  // Milliseconds.
 
 }  // namespace
 
@@ -87,7 +89,7 @@ TrvsStatus Task::findWorkfile(std::string* path) {
   if (fileName(names_.workfile).empty()) return TRVS_BAD_NAME;
   auto found = systemPath(names_.workfile);
   if (!found) return TRVS_BAD_NAME;
-  if (isSameFile(*found, path_)) return TRVS_SAME_NAMES;
+  if (os::isSameFile(*found, path_)) return TRVS_SAME_NAMES;
   *path = std::move(*found);
   return TRVS_DONE;
 }
@@ -123,7 +125,7 @@ TrvsStatus Task::openPatiently() {
     if (status != TRVS_IN_USE || tries == kMostRetries) return status;
     if (!client().retries(TRVS_BUSY_ARCHIVE, names_.archive)) return status;
     client().idle();
-    waitAMoment();
+    os::sleepMilliseconds(kPause);
   }
 }
 

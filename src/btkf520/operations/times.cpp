@@ -2,8 +2,9 @@
 #include "btkf520/operations/times.h"
 
 #include "btkf520/operations/surroundings.h"
-#include "btkf520/platform_workfile.h"
+#include "dates/packedtime.h"
 #include "dates/reader.h"
+#include "os/clock.h"
 
 namespace btkf {
 namespace {
@@ -16,6 +17,17 @@ dates::Language currentLanguage() {
 }
 
 }  // namespace
+
+PackedTime packedTime(int64_t nanoseconds) {
+  const int64_t seconds = nanoseconds / 1'000'000'000;
+  return dates::packSeconds(seconds + os::zoneOffset(seconds));
+}
+
+PackedTime presentTime() { return packedTime(os::wallClockNanoseconds()); }
+
+int64_t secondsOf(PackedTime time) {
+  return dates::momentOf(dates::unpackTime(time), os::zoneOffset);
+}
 
 std::optional<PackedTime> parseDate(std::string_view text) {
   const auto date = dates::readDate(text, currentLanguage(), presentTime(), dates::Fill::kLatest);

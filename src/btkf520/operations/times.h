@@ -12,6 +12,12 @@
 
 namespace btkf {
 
+// The time of the local zone at a moment in nanoseconds since 1970, and now.
+PackedTime packedTime(int64_t nanoseconds);
+PackedTime presentTime();
+// The way back, in seconds since 1970.
+int64_t secondsOf(PackedTime time);
+
 // The last moment that `text` may mean. Nothing if it is no date.
 std::optional<PackedTime> parseDate(std::string_view text);
 

@@ -3,8 +3,14 @@
 
 #include <utility>
 
+#include "btkf520/operations/times.h"
+#include "os/directory.h"
+
 namespace btkf {
 namespace {
+
+using os::FileResult;
+using os::SiblingFile;
 
 TrvsStatus writeFailure(FileResult result) {
   switch (result) {
@@ -23,11 +29,19 @@ TrvsStatus writeFailure(FileResult result) {
 
 }  // namespace
 
+std::optional<os::FileStatus> statusAt(const std::string& path) {
+  os::FileStatus status;
+  if (os::readStatus(path.c_str(), &status) != FileResult::kDone) return {};
+  return status;
+}
+
 TrvsStatus NewWorkfile::open(const std::string& path) {
-  path_ = linkTarget(path);
+  path_ = os::linkTarget(path);
   if (const TrvsStatus status = writeFailure(file_.open(path_))) return status;
-  InputFile old;
-  if (old.open(path_) == FileResult::kDone) file_.imitate(old);
+  os::File old;
+  if (old.open(path_.c_str(), os::File::Access::kRead) == FileResult::kDone) {
+    static_cast<void>(file_.imitate(old));  // A group that can't be kept is let go.
+  }
   return TRVS_DONE;
 }
 
@@ -36,18 +50,19 @@ TrvsStatus NewWorkfile::write(std::string_view bytes) { return writeFailure(file
 // Mode and time are set before anybody can see the file.
 TrvsStatus NewWorkfile::complete(bool isWritable, PackedTime time) {
   if (const TrvsStatus status = writeFailure(file_.flush())) return status;
-  const auto seconds = secondsOf(time);
-  const bool isTimed = time == 0 || (seconds && file_.setChangeTime(*seconds));
-  return isTimed && file_.setWritable(isWritable) ? TRVS_DONE : TRVS_CANNOT_WRITE;
+  FileResult result = FileResult::kDone;
+  if (time != 0) result = file_.setModificationTime(secondsOf(time));
+  if (result == FileResult::kDone) result = file_.setWritable(isWritable);
+  return result == FileResult::kDone ? TRVS_DONE : TRVS_CANNOT_WRITE;
 }
 
-void NewWorkfile::replaceOnly(std::optional<WorkfileState> seen) {
+void NewWorkfile::replaceOnly(std::optional<os::FileStatus> seen) {
   isGuarded_ = true;
   seen_ = std::move(seen);
 }
 
 TrvsStatus NewWorkfile::check() const {
-  return isGuarded_ && workfileState(path_) != seen_ ? TRVS_WOULD_OVERWRITE : TRVS_DONE;
+  return isGuarded_ && statusAt(path_) != seen_ ? TRVS_WOULD_OVERWRITE : TRVS_DONE;
 }
 
 TrvsStatus NewWorkfile::finish() {

@@ -7,10 +7,13 @@
 
 #include "btkf520/archive/model.h"
 #include "btkf520/btkf520.h"
-#include "btkf520/platform_file.h"
-#include "btkf520/platform_workfile.h"
+#include "os/file.h"
+#include "os/sibling.h"
 
 namespace btkf {
+
+// What is at a path of the system; nothing for nothing.
+std::optional<os::FileStatus> statusAt(const std::string& path);
 
 // A file on its way to the user: first all of it is written beside its place, which is where a full
 // disk shows, then it takes its place. Gone without a trace if it is given up in between.
@@ -26,7 +29,7 @@ class NewWorkfile {
 
   // Tells what was seen at the file's place, nothing for no file, when it was decided that it may
   // be replaced. Without this anything may be.
-  void replaceOnly(std::optional<WorkfileState> seen);
+  void replaceOnly(std::optional<os::FileStatus> seen);
 
   // Whether it may still take its place: TRVS_WOULD_OVERWRITE.
   TrvsStatus check() const;
@@ -35,12 +38,12 @@ class NewWorkfile {
 
  private:
   std::string path_;
-  SiblingFile file_;
+  os::SiblingFile file_;
   bool isGuarded_ = false;
-  std::optional<WorkfileState> seen_;
+  std::optional<os::FileStatus> seen_;
 };
 
 // TrvsStatus for a file that could not be read.
-TrvsStatus readFailure(FileResult result, TrvsStatus missing);
+TrvsStatus readFailure(os::FileResult result, TrvsStatus missing);
 
 }  // namespace btkf

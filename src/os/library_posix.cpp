@@ -1,11 +1,11 @@
-// btkf520/platform_library_posix.cpp: shared libraries on POSIX systems.
+// os/library_posix.cpp: shared libraries on POSIX systems.
 #include <dlfcn.h>
 
 #include <stdexcept>
 
-#include "btkf520/platform_library.h"
+#include "os/library.h"
 
-namespace btkf {
+namespace os {
 
 LoadedLibrary::LoadedLibrary(const char* name) : handle_(::dlopen(name, RTLD_LAZY | RTLD_LOCAL)) {
   if (handle_ == nullptr) throw std::runtime_error(::dlerror());
@@ -17,4 +17,4 @@ void* LoadedLibrary::address(const char* name) const {
   return found;
 }
 
-}  // namespace btkf
+}  // namespace os

@@ -1,13 +1,13 @@
-// btkf520/platform_memory_posix.cpp: memory on Linux, which gives large pages to those who ask.
+// os/pages_posix.cpp: memory on Linux, which gives large pages to those who ask.
 #include <sys/mman.h>
 
 #include <cstdint>
 #include <cstdlib>
 #include <new>
 
-#include "btkf520/platform_memory.h"
+#include "os/pages.h"
 
-namespace btkf {
+namespace os {
 namespace {
 
 constexpr size_t kLargePage = 2 << 20;
@@ -27,4 +27,4 @@ void* allocateMemory(size_t size) {
 
 void freeMemory(void* memory) { std::free(memory); }
 
-}  // namespace btkf
+}  // namespace os

@@ -1,10 +1,9 @@
-// btkf520/platform_memory.h: memory in the units in which the operating system hands it out.
-// Implemented by platform_memory_posix.cpp.
+// os/pages.h: memory in the units in which the operating system hands it out.
 #pragma once
 
 #include <cstddef>
 
-namespace btkf {
+namespace os {
 
 // `size` bytes of any value. Wide memory comes in large pages where the system has them: filling
 // it for the first time then costs a fraction. Throws std::bad_alloc.
@@ -13,4 +12,4 @@ void* allocateMemory(size_t size);
 // Gives back what allocateMemory() gave, or null.
 void freeMemory(void* memory);
 
-}  // namespace btkf
+}  // namespace os

@@ -1,8 +1,7 @@
-// btkf520/platform_library.h: shared libraries that few runs need. Implemented by
-// platform_library_posix.cpp.
+// os/library.h: shared libraries that few runs need.
 #pragma once
 
-namespace btkf {
+namespace os {
 
 // A library that is loaded when the object is made. It stays until the process ends, so that its
 // functions outlive the object.
@@ -24,4 +23,4 @@ class LoadedLibrary {
   void* handle_;
 };
 
-}  // namespace btkf
+}  // namespace os
