@@ -2,8 +2,8 @@
 """Checks that what the documents name is there: check_docs.py ROOT. Prints each miss and gives 1 if any.
 
 A path below one of the source folders must exist; so must, somewhere in them, a file that is named
-without a path, and a function that is named with its brackets, as `TVHandle::open()`. A `*` stands
-for anything, a `<...>` ends a path.
+without a path, and a function that is named with its brackets, as `TVHandle::open()`: defined with
+its class, or in a file that declares it. A `*` stands for anything, a `<...>` ends a path.
 """
 import fnmatch
 import pathlib
@@ -18,7 +18,17 @@ FILE = re.compile(r"(?<![\w./<-])((?:\w+/)*[\w*-]+\.(?:h|cpp|py|sh|def))(?![\w])
 FUNCTION = re.compile(r"`(?:(\w+)::)?(\w+)\(\)`")
 
 
-def misses(text, paths, words):
+def is_function(owner, name, sources):
+    word = re.compile(r"\b%s\(" % name)
+    if owner:
+        shown = re.compile(r"\b%s::%s\b" % (owner, name))
+        declared = re.compile(r"\b(class|struct) %s\b" % owner)
+        return any(shown.search(text) or (declared.search(text) and word.search(text))
+                   for text in sources)
+    return any(word.search(text) for text in sources)
+
+
+def misses(text, paths, sources):
     for path in PATH.findall(text):
         if not fnmatch.filter(paths, path.rstrip("./")):
             yield path
@@ -26,7 +36,7 @@ def misses(text, paths, words):
         if not fnmatch.filter(paths, "*/" + name) and not fnmatch.filter(paths, name):
             yield name
     for owner, name in FUNCTION.findall(text):
-        if name not in words or (owner and owner not in words):
+        if not is_function(owner, name, sources):
             yield "%s::%s()" % (owner, name) if owner else name + "()"
 
 
@@ -34,11 +44,10 @@ def main(root):
     files = [path for folder in FOLDERS for path in (root / folder).rglob("*")]
     paths = FOLDERS + [path.relative_to(root).as_posix() for path in files]
     sources = [path.read_text(errors="replace") for path in files if path.suffix in CODE]
-    words = set(re.findall(r"\w+", "\n".join(sources)))
     found = False
     for document in sorted(root.glob("*.md")) + sorted((root / "docs").glob("*.md")):
         for number, line in enumerate(document.read_text().splitlines(), 1):
-            for miss in misses(line, paths, words):
+            for miss in misses(line, paths, sources):
                 found = True
                 print("%s:%d: %s is not there" % (document.relative_to(root), number, miss))
     return found
