@@ -16,7 +16,7 @@ bool isSeparator(char c) { return c == '\\' || c == '/'; }
 // How much of `path` names the root: a drive or the start of a share, and one separator behind it.
 size_t rootLength(std::string_view path) {
   size_t length = 0;
-  if (path.size() >= 2 && path[1] == ':') {
+  if (hasDrive(path)) {
     length = 2;
   } else if (path.size() >= 2 && isSeparator(path[0]) && path[1] == path[0]) {
     return 2;

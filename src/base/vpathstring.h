@@ -22,7 +22,7 @@ class VPathString : public VString {
 
   // The path without its last component and the separator before that. A root stays as it is.
   VPathString directoryPart() const;
-  // The last component: what stands behind the last "\", "/" or ":".
+  // The last component: what stands after the last "\", "/" or the ":" of a drive.
   VPathString fileNamePart() const;
   // Appends a component with one separator between: the one that the operands use already or, where
   // they have none, that `like` uses.

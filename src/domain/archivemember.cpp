@@ -172,7 +172,7 @@ VPathString TVArchiveMember::fullWorkDir() const {
 VPathString TVArchiveMember::fullWorkName() const {
   const VPathString directory = fullWorkDir();
   if (directory.isEmpty()) return names_.workName;
-  return buildPath(&directory.str(), names_.workName.view(), nullptr, pathModel());
+  return buildPath(directory.view(), names_.workName.view(), pathModel());
 }
 
 VPathString TVArchiveMember::qualWorkName() const {

@@ -23,8 +23,9 @@ bool isSeparatorAt(std::string_view path, size_t at) {
   return isSeparatorByte(path[at]) && mbTrailOffset(path, at) == 0;
 }
 
+// Where a directory may end: a ":" anywhere else belongs to a name.
 bool isDelimiterAt(std::string_view path, size_t at) {
-  return (isSeparatorByte(path[at]) || path[at] == ':') && mbTrailOffset(path, at) == 0;
+  return isSeparatorAt(path, at) || (at == 1 && hasDrive(path));
 }
 
 bool endsInSeparator(std::string_view path) {
@@ -65,7 +66,7 @@ class NormalisedPath {
   }
 
   size_t rootLength() const { return root_; }
-  bool needsDot() const { return out_.empty() || out_.back() == ':'; }
+  bool needsDot() const { return out_.empty() || (out_.size() == 2 && hasDrive(out_)); }
   std::string take() { return std::move(out_); }
 
   void add(std::string_view component) {
@@ -198,16 +199,10 @@ std::string joinPath(std::string_view dir, std::string_view name, std::string_vi
   return result;
 }
 
-std::string buildPath(const std::string* dir, std::string_view name, const std::string* extension,
-                      std::string_view like) {
-  FileParts parts = splitFile(name);
-  if (dir != nullptr) parts.directory = *dir;
-  if (extension != nullptr) parts.extension = *extension;
-  std::string result(parts.directory);
+std::string buildPath(std::string_view dir, std::string_view name, std::string_view like) {
+  std::string result = unifySeparators(dir);
   if (!result.empty() && !endsInDelimiter(result)) result += separatorOf(result, name, like);
-  result += parts.stem;
-  if (!parts.extension.empty()) result.append(".").append(parts.extension);
-  return unifySeparators(normalisePath(result));
+  return result.append(name);
 }
 
 std::string relativePath(std::string_view base, std::string_view path) {
@@ -243,7 +238,7 @@ int makeDirectories(std::string_view path) {
   if (length == 0 || isDirectory(path.substr(0, length))) return 0;
   for (size_t at = endOfMount(path); at < length; ++at) {
     if (!isSeparatorAt(path, at)) continue;
-    if (at != 0 && (path[at - 1] == ':' || path[at - 1] == '.')) continue;
+    if (at != 0 && (path[at - 1] == '.' || (at == 2 && hasDrive(path)))) continue;
     const std::string_view directory = path.substr(0, at);
     if (!isDirectory(directory) && !os::makeDirectory(nativePath(directory))) return -1;
   }

@@ -19,15 +19,14 @@ std::string normalisePath(std::string_view path);
 // Where neither holds a separator, `like` may show which one its neighbours use.
 std::string joinPath(std::string_view dir, std::string_view name, std::string_view like = {});
 
-// Directory, file part and extension built into one normalised path. A null `dir` takes the
-// directory of `name`, a null `extension` keeps its extension. `like` is as for joinPath().
-std::string buildPath(const std::string* dir, std::string_view name, const std::string* extension,
-                      std::string_view like = {});
+// The file called `name` in a directory, of which the separators are unified. The name is taken as
+// it is, whatever it holds: "V:x" and "README." are names too. `like` is as for joinPath().
+std::string buildPath(std::string_view dir, std::string_view name, std::string_view like = {});
 
 // `path` relative to `base`, or `path` itself where it does not lie below `base`.
 std::string relativePath(std::string_view base, std::string_view path);
 
-// One past the last "\", "/" or ":", 0 with none.
+// One past the last "\", "/" or the ":" of a drive, 0 with none.
 size_t pathPartLength(std::string_view path);
 
 // Every separator becomes equal to the first one.

@@ -16,7 +16,8 @@ TEST(PathString, FallsIntoDirectoryAndFileName) {
       name -> -> name | -> ->        | c:\dir\name.c -> c:\dir -> name.c | c:\name -> c:\ -> name
       c:name -> c: -> name           | c:\ -> c:\ ->   | c: -> c: ->     | /home/ann -> /home -> ann
       /home -> / -> home | / -> / -> | dir/sub\name -> dir/sub -> name   | dir\ -> dir ->
-      \\server\share\name -> \\server\share -> name)");
+      \\server\share\name -> \\server\share -> name | 12:30 a. -> -> 12:30 a.
+      1:/x -> 1: -> x)");
   for (const auto& [path, directory, name] : cases) {
     EXPECT_EQ(VPathString(path).directoryPart(), VPathString(directory)) << path;
     EXPECT_EQ(VPathString(path).fileNamePart(), VPathString(name)) << path;

@@ -56,7 +56,8 @@ TEST_F(DomainNames, FormsOfAMembersNames) {
       v -> a_v -> ./s/../t -> a -> /wk -> ../m -> /m/t/a -> v/a_v(/m/t/a) -> ./s/../t/a(v/a_v)
       v -> a_v -> -> a -> -> -> a -> v/a_v(a) -> a(v/a_v)
       v -> -> s -> a -> /w -> -> /w/s/a -> /w/s/a -> s/a(v)
-      -> a_v -> -> a -> /w -> -> /w/a -> a_v(/w/a) -> a(a_v))");
+      -> a_v -> -> a -> /w -> -> /w/a -> a_v(/w/a) -> a(a_v)
+      v -> a_v -> 1:x -> 12:30 n. -> /w -> -> /w/1:x/12:30 n. -> v/a_v(/w/1:x/12:30 n.) -> 1:x/12:30 n.(v/a_v))");
   for (const auto& [archivePath, archiveName, workPath, workName, project, folder, full, forToolkit,
                     paired] : cases) {
     const TVArchiveMemberHandle handle(

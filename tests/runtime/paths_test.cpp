@@ -15,7 +15,8 @@ TEST(NormalisePath, ResolvesDotsBelowTheRoot) {
        -> | . -> . | .. -> .. | a\.. -> . | a\..\..\b -> ..\b | ..\..\a -> ..\..\a | \..\a ->
       /a/../.. -> | /a/.. -> / | c:\a\.. -> c:\ | c:\.. -> | c:a\..\.. -> c:.. | c:a\.. -> c:.
       c: -> c: | c:\ -> c:\ | a.\b. -> a\b | a...\..\b -> b | a//b///c/ -> a/b/c | a..b/../c -> c
-      a\.\b/c -> a\b\c | \\server\share\..\x -> \\server\x | .hidden/..x -> .hidden/..x)");
+      a\.\b/c -> a\b\c | \\server\share\..\x -> \\server\x | .hidden/..x -> .hidden/..x
+      1:/.. -> . | a/1:/../b -> a/b)");
   for (const auto& [path, want] : cases) EXPECT_EQ(normalisePath(path), want) << path;
 }
 
@@ -53,6 +54,8 @@ TEST(MakeDirectories, MakesAllButTheLastComponent) {
   EXPECT_EQ(makeDirectories("file"), 0);
   EXPECT_EQ(makeDirectories(directory / "a\\b/c/file"), 0);
   EXPECT_TRUE(isDirectory(directory / "a/b/c"));
+  EXPECT_EQ(makeDirectories(directory / "12:/30:/file"), 0);
+  EXPECT_TRUE(isDirectory(directory / "12:/30:"));
   EXPECT_FALSE(fileExists(directory / "a/b/c/file"));
   EXPECT_EQ(makeDirectories(directory / "a/b/c/file"), 0) << "they are there";
   support::writeFile(directory / "a/plain", "");

@@ -13,7 +13,7 @@ namespace btkf {
 namespace {
 
 constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";
-constexpr std::string_view kPathEnds = "/\\:";
+constexpr std::string_view kSeparators = "/\\";
 
 struct Directive {
   std::string name;  // In upper case.
@@ -43,16 +43,15 @@ bool isConditional(const std::string& name) {
 }
 
 bool isAbsolute(std::string_view path) {
-  return path.starts_with('/') || path.starts_with('\\') ||
-         (path.size() > 1 && isLetter(path[0]) && path[1] == ':');
+  return path.starts_with('/') || path.starts_with('\\') || hasDrive(path);
 }
 
 // Where `including` says that `path` is, as text.
 std::string placeOf(std::string_view path, const std::string& including) {
   if (isAbsolute(path)) return std::string(path);
-  const size_t end = including.find_last_of(kPathEnds);
-  const size_t directory = end == std::string::npos ? 0 : end + 1;
-  return including.substr(0, directory).append(path);
+  const size_t end = including.find_last_of(kSeparators);
+  const size_t drive = hasDrive(including) ? 2 : 0;
+  return including.substr(0, end == std::string::npos ? drive : end + 1).append(path);
 }
 
 }  // namespace

@@ -33,6 +33,11 @@ inline bool isLetter(char c) { return upperCase(c) >= 'A' && upperCase(c) <= 'Z'
 inline bool isDigit(char c) { return c >= '0' && c <= '9'; }
 inline bool isNameCharacter(char c) { return isLetter(c) || isDigit(c) || c == '_'; }
 
+// Whether a path text begins with a drive. Any other ":" in it belongs to a name.
+inline bool hasDrive(std::string_view path) {
+  return path.size() >= 2 && path[1] == ':' && isLetter(path[0]);
+}
+
 // Whether a user or a group may have this name: 1 to 254 bytes, no control characters, and nothing
 // that reads as a range of revisions or as a list of names.
 inline bool isGoodName(std::string_view name) {

@@ -10,10 +10,6 @@ namespace {
 
 constexpr std::string_view kSeparators = "/\\";
 
-bool hasDrive(std::string_view path) {
-  return path.size() >= 2 && path[1] == ':' && isLetter(path[0]);
-}
-
 // Without a directory.
 std::string archiveName(std::string_view workfile) {
   const std::string_view name = fileName(workfile);
