@@ -5,7 +5,6 @@
 
 #include "core/result.h"
 #include "runtime/assertion.h"
-#include "runtime/paths.h"
 #include "store/52branch.h"
 #include "store/52proj.h"
 #include "store/archivecache.h"
@@ -21,7 +20,6 @@ constexpr KeyTableEntry kFolderSections[] = {{"Format", kSectionSkipped},
                                              {"Document", kSectionDocument},
                                              {nullptr, 0}};
 
-constexpr int kTrunkLevel = 1;
 constexpr int32_t kTrunkNumber = 1;
 
 }  // namespace

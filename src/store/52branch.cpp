@@ -167,7 +167,7 @@ TVBranch52Options::TVBranch52Options()
 
 std::unique_ptr<TVObject> TVBranch52Options::makeObject(const VString& name, TVObject* owner,
                                                         TVCaching caching) {
-  return std::make_unique<TVBranch52>(name, 1, 0, nullptr, owner, caching);
+  return std::make_unique<TVBranch52>(name, kTrunkLevel, 0, nullptr, owner, caching);
 }
 
 void mergeBranch(TVObject& owner, VString name, int level, int32_t itemNumber,
@@ -221,7 +221,8 @@ std::unique_ptr<TVObject> TVRevision52Options::makeObject(const VString& name,
                                                           const TVRevisionTexts& texts,
                                                           VBool isLocked, TVObject* owner,
                                                           TVCaching caching) {
-  return std::make_unique<TVRevision52>(name, texts, isLocked, 1, nullptr, owner, caching);
+  return std::make_unique<TVRevision52>(name, texts, isLocked, kTrunkLevel, nullptr, owner,
+                                        caching);
 }
 
 }  // namespace foldapi

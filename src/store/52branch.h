@@ -12,6 +12,8 @@
 
 namespace foldapi {
 
+constexpr int kTrunkLevel = 1;  // Branches off the trunk have the level 2, and so on.
+
 class TVBranch52 : public TVBranch {
  public:
   // `tree` is the record of the branch's first revision.

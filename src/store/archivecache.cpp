@@ -9,6 +9,7 @@
 #include <string>
 #include <utility>
 
+#include "base/varchiver.h"
 #include "os/file.h"
 #include "runtime/files.h"
 #include "runtime/paths.h"

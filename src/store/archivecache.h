@@ -13,12 +13,13 @@
 #include <memory>
 #include <string_view>
 
-#include "base/varchiver.h"
 #include "base/vpathstring.h"
 #include "core/queuedhash.h"
 #include "toolkit/archiveinfo.h"
 
 namespace foldapi {
+
+class VArchiver;
 
 class TVArchiveCache {
  public:

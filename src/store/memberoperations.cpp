@@ -5,7 +5,6 @@
 // status. Brackets hold for the toolkit call alone: what follows may enter again.
 #include <memory>
 #include <new>
-#include <string>
 #include <string_view>
 #include <vector>
 

@@ -9,7 +9,6 @@
 #include <algorithm>
 #include <new>
 #include <string>
-#include <utility>
 
 #include "base/fingerprint.h"
 #include "base/varchiver.h"
