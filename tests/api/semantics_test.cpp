@@ -7,7 +7,7 @@
 #include <vector>
 
 #include "foldapi/foldapi.h"
-#include "runtime/child_process.h"
+#include "support/childprocess.h"
 #include "support/client.h"
 
 namespace {
@@ -127,30 +127,6 @@ TEST_F(Semantics, TextsOutlastFifteenMore) {
   EXPECT_STREQ(first, "/team");
 }
 
-// Finds
-// --------------------------------------------------------------------------------------------
-
-struct FindKind {
-  const char* why;
-  TVHandle* (*find)(TVHandle*, const char*);
-  support::Text name;
-};
-const FindKind kFinds[] = {
-    {"workfile name", FindArchiveByWorkName, GetWorkfileName},
-    {"qualified workfile name", FindArchiveByQualWorkName, GetQualWorkfileName},
-    {"archive name", FindArchiveByArchiveName, GetArchiveName},
-    {"qualified archive name", FindArchiveByQualArchiveName, GetQualArchiveName},
-    {"in folder", FindArchiveInFolder, GetWorkfileName},
-};
-const struct {
-  const char* why;
-  void (*sort)(TVHandle*);
-} kSorts[] = {
-    {"by workfile name", SetSortTypeWorkName},
-    {"by qualified workfile name", SetSortTypeQualWorkName},
-    {"by archive name", SetSortTypeArchiveName},
-};
-
 // Files and other processes
 // ------------------------------------------------------------------------
 
@@ -163,7 +139,7 @@ TEST_F(Semantics, OpenSessionsFollowWhatAnotherProcessDid) {
   AddExistingArchive(kept, "stays", "stays_v");
   TVHandle* gone = FindProject(root, "gone");
   TVHandle* goneArchive = FindArchiveByWorkName(kept, "gone");
-  foldapi::ChildProcess other([this](foldapi::ChildProcess&) {
+  const int theirResult = support::inProcess([this] {
     TVHandle* theirs = scratch_.openRoot();
     DestroyProject(FindProject(theirs, "gone"));
     SetProjectPrivateDir(FindProject(theirs, "moved"), "/new");
@@ -173,7 +149,7 @@ TEST_F(Semantics, OpenSessionsFollowWhatAnotherProcessDid) {
     AddExistingArchive(project, "added", "added_v");
     return 0;
   });
-  ASSERT_EQ(other.finish(), 0);
+  ASSERT_EQ(theirResult, 0);
 
   // Without a change of one's own, only a new first open reads again.
   EXPECT_EQ(support::projectNames(root), (Names{"gone", "kept", "moved"}));

@@ -5,7 +5,7 @@
 
 #include "runtime/files.h"
 #include "support/files.h"
-#include "support/sizelimit.h"
+#include "support/limits.h"
 
 namespace foldapi {
 namespace {

@@ -1,25 +1,27 @@
 // btkf520/archive_process_test.cpp: several processes with one archive, and processes that die.
 #include <gtest/gtest.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
 #include <algorithm>
-#include <array>
-#include <csignal>
 #include <filesystem>
 #include <set>
-#include <utility>
 
 #include "btkf520/history.h"
+#include "support/childprocess.h"
 
 namespace btkf520_test {
 namespace {
 
 using btkf::Archive;
+using support::ChildProcess;
 
 // What a revision with this tag holds, so that anybody can tell whether it is right.
 std::string contentOf(const std::string& tag) {
   return Contents(7).text(30) + tag + Contents(8).text(30);
+}
+
+std::string tagOf(int writer, int count) {
+  return std::to_string(writer) + "." + std::to_string(count);
 }
 
 // Checks in a revision whose change description is `tag`. 0, or the first status that says why not.
@@ -35,43 +37,6 @@ TrvsStatus checkIn(const std::string& path, const std::string& tag) {
   revision.content = archive->put(content);
   model.trunk().revisions.push_back(revision);
   return archive->commit(model);
-}
-
-// Starts a process that runs `work` with the write end of a pipe, whose read end is *acknowledged.
-template <typename Work>
-pid_t start(const Work& work, int* acknowledged) {
-  std::array<int, 2> ends{};
-  EXPECT_EQ(::pipe(ends.data()), 0);
-  const pid_t child = ::fork();
-  if (child == 0) ::_exit(work(ends[1]));
-  ::close(ends[1]);
-  *acknowledged = ends[0];
-  return child;
-}
-
-void acknowledge(int pipe, const std::string& tag) {
-  if (::write(pipe, (tag + "\n").data(), tag.size() + 1) < 0) ::_exit(9);
-}
-
-// The tags that came through a pipe whose other end is closed.
-std::set<std::string> receive(int pipe) {
-  std::set<std::string> result;
-  std::string tag;
-  for (char c; ::read(pipe, &c, 1) == 1;) {
-    if (c != '\n') {
-      tag += c;
-    } else {
-      result.insert(std::exchange(tag, ""));
-    }
-  }
-  ::close(pipe);
-  return result;
-}
-
-int exitStatus(pid_t child) {
-  int status = -1;
-  ::waitpid(child, &status, 0);
-  return WIFEXITED(status) ? WEXITSTATUS(status) : -WTERMSIG(status);
 }
 
 // Every revision must be what its tag says, by both readers. Gives the tags.
@@ -93,20 +58,20 @@ TEST(ArchiveProcesses, LoseNoAcknowledgedRevisionWhenKilled) {
   std::set<std::string> acknowledged;
   Contents random(11);
   for (int life = 0; life < 50; ++life) {
-    int pipe = -1;
-    const pid_t child = start(
-        [&](int to) {
-          for (int count = 0;; ++count) {
-            const std::string tag = std::to_string(life) + "." + std::to_string(count);
-            if (const TrvsStatus status = checkIn(path, tag)) return static_cast<int>(status);
-            acknowledge(to, tag);
-          }
-        },
-        &pipe);
+    ChildProcess writer([&](ChildProcess& self) {
+      for (int count = 0;; ++count) {
+        if (const TrvsStatus status = checkIn(path, tagOf(life, count))) {
+          return static_cast<int>(status);
+        }
+        self.signal();
+      }
+    });
     ::usleep(static_cast<useconds_t>(random.below(40000)));
-    ::kill(child, SIGKILL);
-    EXPECT_EQ(exitStatus(child), -SIGKILL);
-    acknowledged.merge(receive(pipe));
+    EXPECT_TRUE(writer.isRunning());
+    writer.kill();
+    for (int count = writer.countSignals(); count > 0; --count) {
+      acknowledged.insert(tagOf(life, count - 1));
+    }
     ASSERT_EQ(History::toRead(path)->verify(nullptr), TRVS_DONE) << "life " << life;
   }
   EXPECT_EQ(checkIn(path, "last"), TRVS_DONE);
@@ -120,21 +85,15 @@ TEST(ArchiveProcesses, AreServedOneAfterTheOtherWhileOthersRead) {
   constexpr int kRevisions = 12;
   History history;
   const std::string& path = history.path();
-  std::array<int, kWriters> pipes{};
-  std::vector<pid_t> writers;
-  for (int writer = 0; writer < kWriters; ++writer) {
-    const auto work = [&](int to) {
-      for (int count = 0; count < kRevisions;) {
-        const std::string tag = std::to_string(writer) + "." + std::to_string(count);
-        const TrvsStatus status = checkIn(path, tag);
-        if (status != TRVS_DONE && status != TRVS_IN_USE) return static_cast<int>(status);
-        if (status == TRVS_IN_USE) ::usleep(500);
-        if (status == TRVS_DONE) acknowledge(to, tag), ++count;
-      }
-      return 0;
-    };
-    writers.push_back(start(work, &pipes[static_cast<size_t>(writer)]));
-  }
+  const auto writers = support::startProcesses(kWriters, [&](int writer, ChildProcess&) {
+    for (int count = 0; count < kRevisions;) {
+      const TrvsStatus status = checkIn(path, tagOf(writer, count));
+      if (status != TRVS_DONE && status != TRVS_IN_USE) return static_cast<int>(status);
+      if (status == TRVS_IN_USE) ::usleep(500);
+      if (status == TRVS_DONE) ++count;
+    }
+    return 0;
+  });
   size_t seen = 0;
   for (size_t done = 0; done < writers.size();) {
     const auto archive = History::toRead(path);
@@ -142,14 +101,14 @@ TEST(ArchiveProcesses, AreServedOneAfterTheOtherWhileOthersRead) {
     EXPECT_GE(count, seen) << "what was seen is there the next time";
     seen = count;
     EXPECT_EQ(archive->verify(nullptr), TRVS_DONE);
-    int status = 0;
-    if (::waitpid(writers[done], &status, WNOHANG) == 0) continue;
-    EXPECT_EQ(status, 0);
+    if (writers[done]->isRunning()) continue;
+    EXPECT_EQ(writers[done]->finish(), 0);
     ++done;
   }
   std::set<std::string> acknowledged;
-  for (const int pipe : pipes) acknowledged.merge(receive(pipe));
-  EXPECT_EQ(acknowledged.size(), size_t{kWriters * kRevisions});
+  for (int writer = 0; writer < kWriters; ++writer) {
+    for (int count = 0; count < kRevisions; ++count) acknowledged.insert(tagOf(writer, count));
+  }
   EXPECT_EQ(tagsOf(path), acknowledged);
 }
 
@@ -158,19 +117,14 @@ TEST(ArchiveProcesses, MakeAnArchiveOnce) {
   support::TemporaryDirectory directory;
   for (int round = 0; round < 20; ++round) {
     const std::string path = directory / std::to_string(round);
-    std::vector<pid_t> makers;
-    std::array<int, 4> pipes{};
-    for (int& pipe : pipes) {
-      const auto make = [&](int) {
-        btkf::ArchiveModel model;
-        model.owner = std::to_string(::getpid());
-        return static_cast<int>(Archive::forNew(path)->commit(model));
-      };
-      makers.push_back(start(make, &pipe));
-    }
+    const auto makers = support::startProcesses(4, [&](int maker, ChildProcess&) {
+      btkf::ArchiveModel model;
+      model.owner = std::to_string(maker);
+      return static_cast<int>(Archive::forNew(path)->commit(model));
+    });
     std::string winner;
-    for (const pid_t maker : makers) {
-      const int status = exitStatus(maker);
+    for (int maker = 0; maker < 4; ++maker) {
+      const int status = makers[static_cast<size_t>(maker)]->finish();
       if (status == TRVS_DONE) {
         EXPECT_EQ(winner, "");
         winner = std::to_string(maker);
@@ -178,7 +132,6 @@ TEST(ArchiveProcesses, MakeAnArchiveOnce) {
         EXPECT_TRUE(status == TRVS_ARCHIVE_EXISTS || status == TRVS_IN_USE) << status;
       }
     }
-    for (const int pipe : pipes) ::close(pipe);
     ASSERT_NE(winner, "");
     EXPECT_EQ(History::toRead(path)->model().owner, winner);
   }

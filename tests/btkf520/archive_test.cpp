@@ -1,9 +1,7 @@
 // btkf520/archive_test.cpp: what goes into an archive file comes out again, and what can't is told.
 #include "btkf520/archive/archive.h"
 
-#include <sys/resource.h>
 #include <sys/stat.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
 #include <csignal>
@@ -16,6 +14,8 @@
 #include "btkf520/archive/plan.h"
 #include "btkf520/history.h"
 #include "os/mappedfile.h"
+#include "support/childprocess.h"
+#include "support/limits.h"
 
 namespace btkf520_test {
 namespace {
@@ -332,51 +332,31 @@ TEST(ArchiveFile, IsReplacedInPlaceWithItsModeAndBehindLinks) {
   EXPECT_TRUE(std::filesystem::is_symlink(link));
 }
 
-// Runs `work` in a process of its own, whose exit status it gives.
-int inProcess(int (*work)(const History&), const History& history) {
-  const pid_t child = ::fork();
-  if (child == 0) {
-    try {
-      ::_exit(work(history));
-    } catch (...) {
-      ::_exit(99);
-    }
-  }
-  int status = -1;
-  ::waitpid(child, &status, 0);
-  return WIFEXITED(status) ? WEXITSTATUS(status) : -WTERMSIG(status);
-}
-
 // A content of many megabytes that is mostly a hole, under a limit of a few times its size. The
 // address space counts, so the mapped workfile takes one of the shares.
 TEST(ArchiveFile, TakesWideContentsInBoundedMemory) {
   const History history;
-  const int status = inProcess(
-      [](const History& wide) {
-        constexpr rlim_t kSize = 128 << 20;
-#ifndef __SANITIZE_ADDRESS__  // Its shadow takes address space of its own.
-        const rlimit limit{5 * kSize, 5 * kSize};
-        ::setrlimit(RLIMIT_AS, &limit);
-#endif
-        const std::string path = wide.path() + ".wide";
-        support::writeFile(path, "begin");
-        for (const char* end : {"end", "another end"}) {
-          std::filesystem::resize_file(path, kSize - 100);
-          std::ofstream(path, std::ios::app | std::ios::binary) << end;
-          os::MappedFile file;
-          if (file.open(path.c_str()) != os::FileResult::kDone) return 100;
-          const auto archive = wide.toUpdate();
-          ArchiveModel model = archive->model();
-          btkf::Revision revision;
-          btkf::Branch& trunk = model.trunk();
-          revision.number = trunk.tip() == nullptr ? number("1.0") : trunk.tip()->number.next();
-          revision.content = archive->put(file.bytes());
-          trunk.revisions.push_back(revision);
-          if (archive->commit(model) != TRVS_DONE) return 101;
-        }
-        return static_cast<int>(wide.toRead()->verify(nullptr));
-      },
-      history);
+  const int status = support::inProcess([&] {
+    constexpr rlim_t kSize = 128 << 20;
+    support::limitMemory(4 * kSize);
+    const std::string path = history.path() + ".wide";
+    support::writeFile(path, "begin");
+    for (const char* end : {"end", "another end"}) {
+      std::filesystem::resize_file(path, kSize - 100);
+      std::ofstream(path, std::ios::app | std::ios::binary) << end;
+      os::MappedFile file;
+      if (file.open(path.c_str()) != os::FileResult::kDone) return 100;
+      const auto archive = history.toUpdate();
+      ArchiveModel model = archive->model();
+      btkf::Revision revision;
+      btkf::Branch& trunk = model.trunk();
+      revision.number = trunk.tip() == nullptr ? number("1.0") : trunk.tip()->number.next();
+      revision.content = archive->put(file.bytes());
+      trunk.revisions.push_back(revision);
+      if (archive->commit(model) != TRVS_DONE) return 101;
+    }
+    return static_cast<int>(history.toRead()->verify(nullptr));
+  });
   EXPECT_EQ(status, 0);
   EXPECT_LT(history.file().size(), 1u << 20);
 }

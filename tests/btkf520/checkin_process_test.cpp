@@ -1,11 +1,10 @@
 // btkf520/checkin_process_test.cpp: a team of processes that check in to one archive at once.
-#include <sys/wait.h>
-
 #include <map>
 #include <set>
 #include <sstream>
 
 #include "btkf520/archives.h"
+#include "support/childprocess.h"
 
 namespace btkf520_test {
 namespace {
@@ -46,17 +45,9 @@ class Team : public Archives {
   }
 
   void run(bool withLocks) {
-    std::vector<pid_t> members;
-    for (int member = 0; member < kMembers; ++member) {
-      members.push_back(fork());
-      ASSERT_GE(members.back(), 0);
-      if (members.back() == 0) _exit(work(member, withLocks));
-    }
-    for (const pid_t member : members) {
-      int status = -1;
-      waitpid(member, &status, 0);
-      EXPECT_EQ(status, 0) << "status " << WEXITSTATUS(status);
-    }
+    const auto members = support::startProcesses(
+        kMembers, [&](int member, support::ChildProcess&) { return work(member, withLocks); });
+    for (const auto& member : members) EXPECT_EQ(member->finish(), 0);
   }
 
   // Everything acknowledged is there, once and whole; gives how many there are.

@@ -1,16 +1,14 @@
 // btkf520/checkin_test.cpp: creating archives, checking in and checking out through the C
 // functions.
-#include <sys/resource.h>
-#include <sys/wait.h>
 #include <utime.h>
 
-#include <csignal>
 #include <cstring>
 #include <random>
-#include <sstream>
 #include <stdexcept>
 
 #include "btkf520/archives.h"
+#include "support/childprocess.h"
+#include "support/limits.h"
 
 namespace btkf520_test {
 namespace {
@@ -379,36 +377,17 @@ TEST_F(CheckOut, LeavesAllAsItWasWhenTheDiskIsFull) {
   ASSERT_EQ(put(large, {}), 0);
   write("m.c", "before");
   const std::string file = support::readFile(archive());
-  const pid_t child = fork();
-  if (child == 0) {
-    signal(SIGXFSZ, SIG_IGN);
-    const rlimit limit{file.size() / 2, file.size() / 2};
-    setrlimit(RLIMIT_FSIZE, &limit);
-    _exit(get({}) != TRVS_CANNOT_WRITE || lock() != TRVS_CANNOT_WRITE ||
-                  label("REL", "1.0") != TRVS_CANNOT_WRITE
-              ? 1
-              : 0);
+  {
+    const support::SizeLimit full(file.size() / 2);
+    EXPECT_EQ(get({}), TRVS_CANNOT_WRITE);
+    EXPECT_EQ(lock(), TRVS_CANNOT_WRITE);
+    EXPECT_EQ(label("REL", "1.0"), TRVS_CANNOT_WRITE);
   }
-  int status = -1;
-  waitpid(child, &status, 0);
-  EXPECT_EQ(status, 0);
   EXPECT_EQ(support::readFile(workfile()), "before");
   EXPECT_TRUE(support::readFile(archive()) == file);
   mkdir(path("directory").c_str(), 0777);
   EXPECT_EQ(TrvsUnLockRevision(TRVS_CONTEXT, path("directory").c_str(), nullptr, nullptr),
             TRVS_CANNOT_OPEN);
-}
-
-#ifndef __SANITIZE_ADDRESS__  // Its shadow takes address space of its own.
-// The address space of this process may grow by `bytes` from now on.
-void limitMemory(rlim_t bytes) {
-  std::istringstream pages(support::readFile("/proc/self/statm"));
-  rlim_t used = 0;
-  pages >> used;
-  rlimit limit{};
-  getrlimit(RLIMIT_AS, &limit);
-  limit.rlim_cur = used * static_cast<rlim_t>(sysconf(_SC_PAGESIZE)) + bytes;
-  setrlimit(RLIMIT_AS, &limit);
 }
 
 TEST_F(CheckOut, LeavesAllAsItWasWhenMemoryIsShort) {
@@ -420,21 +399,18 @@ TEST_F(CheckOut, LeavesAllAsItWasWhenMemoryIsShort) {
   write("m.c", "wide, too");
   ASSERT_EQ(truncate(workfile().c_str(), kWide), 0);
   const std::string file = support::readFile(archive());
-  const pid_t child = fork();
-  if (child == 0) {
-    limitMemory(kWide + kWide / 2);  // The workfile is mapped, but can't be packed.
-    if (put({}) != TRVS_NO_MEMORY) _exit(1);
-    limitMemory(kWide / 2);
-    if (get({.flags = 0}) != TRVS_NO_MEMORY) _exit(2);  // There is a file to compare it with.
-    _exit(get({}) != 0 ? 3 : 0);                        // Piece by piece.
-  }
-  int status = -1;
-  waitpid(child, &status, 0);
-  EXPECT_EQ(status, 0);
+  const int failed = support::inProcess([&] {
+    // The workfile is mapped, but can't be packed.
+    const bool isShort = support::limitMemory(kWide + kWide / 2);
+    if (isShort && put({}) != TRVS_NO_MEMORY) return 1;
+    // There is a file to compare it with.
+    if (support::limitMemory(kWide / 2) && get({.flags = 0}) != TRVS_NO_MEMORY) return 2;
+    return get({}) != 0 ? 3 : 0;  // Piece by piece.
+  });
+  EXPECT_EQ(failed, 0);
   EXPECT_TRUE(support::readFile(archive()) == file);
   EXPECT_TRUE(support::readFile(workfile()) == "wide" + std::string(kWide - 4, '\0'));
 }
-#endif
 
 TEST_F(CheckIn, SurvivesACallbackThatThrows) {
   ASSERT_EQ(create(), 0);

@@ -1,6 +1,7 @@
 // btkf520/configuration_test.cpp: the configuration language through the toolkit's C functions.
 #include "btkf520/configuration/configuration.h"
 
+#include "../../fuzz/check_configuration.h"
 #include "btkf520/toolkit.h"
 
 namespace btkf520_test {
@@ -289,6 +290,26 @@ TEST(Configuration, SettingsTakeTheirValuesOrRefuseThem) {
   }
   configuration.set("VCSDIR", ";a b; ;c");
   EXPECT_EQ(configuration.archiveDirectories(), (std::vector<std::string>{"a b", "c"}));
+}
+
+// What editors, disks and merges do to files, each joined with another's lines.
+TEST(ConfigurationDamage, BreaksNoPromise) {
+  const std::string_view seeds[] = {
+      "\2# VERSION TRVS Trevault_5.2.00\r\nVCSDIR=V:\\vault;W:\\docs\r\nARCHIVESUFFIX .c = _v\r\n"
+      "DISALLOW VCSDIR, PROMOTE\r\nUSERID = ENVIRONMENT LOGNAME\r\nACCESSLIST = ann, bo\r\n",
+      "\1PROMOTE dev = test\nPROMOTE test = prod\nPROMOTE fix = prod\nPROMOTE prod = top\n"
+      "PROMOTE\nPROMOTE a = b\nPROMOTE b = a\n",
+      "\200IF HOME\nIF NOT SHELL\nVCSDIR a\nELSEIF SITE == x\nINCLUDE 1\nELSE\nINCLUDE 2\nENDIF\n"
+      "ENDIF\n\fINCLUDE 0\nINCLUDE 1\nINCLUDE 2\nINCLUDE 2\n\fINCLUDE 1\nONERROR STOP\nBAD\n",
+      "\3DATEWORDS = a b c d e f g h i j k l m n\nDATEFORMAT = dd.mm.yy hh:mm:ss\n"
+      "ONERROR=CONTINUE\nEVENTTRIGGER PRECHECKIN = lint\nJOURNAL = j\nEXCLUSIVELOCK\n"
+      "BRANCHWARN off\n"};
+  for (unsigned seed = 0; seed < 20000; ++seed) {
+    SCOPED_TRACE(seed);
+    const std::string one = fuzz::damaged(std::string(seeds[seed % 4]), seed);
+    const std::string_view other = seeds[seed / 4 % 4].substr(1);
+    fuzz::checkConfiguration(fuzz::damaged(one + std::string(other), seed));
+  }
 }
 
 }  // namespace

@@ -30,9 +30,7 @@ class Node : public TVObject {
   bool isEqual(const VObject* other) const override {
     return TVObject::isEqual(other) && static_cast<const Node*>(other)->name_ == name_;
   }
-  int32_t computeHash() const override {
-    return name_ == "sentinel" ? 0xfffffff : VString::hashText(name_);
-  }
+  int32_t computeHash() const override { return VString::hashText(name_); }
   uint64_t computeFingerprint() const override { return std::hash<std::string>()(name_); }
   VString name(const TVOptionArray&) const override { return VString(name_); }
   std::string_view sortKey(int* index, TVSortType, std::string*) const override {

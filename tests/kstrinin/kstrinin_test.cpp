@@ -5,14 +5,12 @@
 #include <sys/stat.h>
 
 #include <filesystem>
-#include <memory>
 #include <optional>
 #include <string>
-#include <vector>
 
-#include "runtime/child_process.h"
+#include "support/childprocess.h"
 #include "support/files.h"
-#include "support/sizelimit.h"
+#include "support/limits.h"
 #include "support/table.h"
 
 namespace {
@@ -177,17 +175,13 @@ TEST_F(ProfileTest, WritersInSeveralProcessesLoseNothing) {
   const auto key = [](int writer, int i) {
     return "K" + std::to_string(writer) + "_" + std::to_string(i);
   };
-  std::vector<std::unique_ptr<foldapi::ChildProcess>> writers;
-  for (int writer = 0; writer < kWriters; ++writer) {
-    const auto body = [&, writer](foldapi::ChildProcess&) {
-      const intptr_t handle = KSTRIniOpen(path_.c_str());  // Opened before the others wrote.
-      for (int i = 0; i < kKeys; ++i) {
-        if (KSTRWriteProfileString(handle, "[S]", key(writer, i).c_str(), "v") == 0) return 1;
-      }
-      return 0;
-    };
-    writers.push_back(std::make_unique<foldapi::ChildProcess>(body));
-  }
+  const auto writers = support::startProcesses(kWriters, [&](int writer, support::ChildProcess&) {
+    const intptr_t handle = KSTRIniOpen(path_.c_str());  // Opened before the others wrote.
+    for (int i = 0; i < kKeys; ++i) {
+      if (KSTRWriteProfileString(handle, "[S]", key(writer, i).c_str(), "v") == 0) return 1;
+    }
+    return 0;
+  });
   for (const auto& writer : writers) EXPECT_EQ(writer->finish(), 0);
   for (int writer = 0; writer < kWriters; ++writer) {
     for (int i = 0; i < kKeys; ++i) EXPECT_EQ(query("[S]", key(writer, i).c_str()), "v");

@@ -11,7 +11,7 @@
 #include "os/directory.h"
 #include "os/systemcalls.h"
 #include "support/files.h"
-#include "support/sizelimit.h"
+#include "support/limits.h"
 #include "support/table.h"
 
 namespace os {

@@ -14,16 +14,16 @@
 
 #include "os/directory.h"
 #include "os/systemcalls.h"
-#include "runtime/child_process.h"
+#include "support/childprocess.h"
 #include "support/files.h"
-#include "support/sizelimit.h"
+#include "support/limits.h"
 
 namespace os {
 namespace {
 
-using foldapi::ChildProcess;
 using os_test::Call;
 using os_test::SystemCalls;
+using support::ChildProcess;
 
 class Sibling : public testing::Test {
  protected:
@@ -276,18 +276,15 @@ TEST_F(Sibling, CopiesByItselfWhatTheKernelDoesNot) {
 TEST_F(Sibling, GivesOneOfTheTextsWhenSeveralWriteAtOnce) {
   constexpr int kWriters = 3, kRounds = 40;
   support::writeFile(path_, std::string(5000, 'a'));
-  std::vector<std::unique_ptr<ChildProcess>> writers;
-  for (int writer = 0; writer < kWriters; ++writer) {
-    writers.push_back(std::make_unique<ChildProcess>([&, writer](ChildProcess&) {
-      const std::string text(static_cast<size_t>(5000 + writer), static_cast<char>('a' + writer));
-      for (int done = 0; done < kRounds;) {
-        const FileResult result = replace(text);
-        if (result != FileResult::kDone && result != FileResult::kBusy) return 1;
-        done += result == FileResult::kDone;
-      }
-      return 0;
-    }));
-  }
+  const auto writers = support::startProcesses(kWriters, [&](int writer, ChildProcess&) {
+    const std::string text(static_cast<size_t>(5000 + writer), static_cast<char>('a' + writer));
+    for (int done = 0; done < kRounds;) {
+      const FileResult result = replace(text);
+      if (result != FileResult::kDone && result != FileResult::kBusy) return 1;
+      done += result == FileResult::kDone;
+    }
+    return 0;
+  });
   for (int i = 0; i < 500; ++i) {
     const std::string text = content();
     ASSERT_GE(text.size(), 5000u);

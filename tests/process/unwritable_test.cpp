@@ -9,7 +9,7 @@
 
 #include "foldapi/foldapi.h"
 #include "support/client.h"
-#include "support/sizelimit.h"
+#include "support/limits.h"
 
 namespace {
 

@@ -3,7 +3,6 @@
 #include <gtest/gtest.h>
 #include <sys/file.h>
 
-#include <memory>
 #include <random>
 #include <set>
 #include <sstream>
@@ -11,13 +10,13 @@
 #include <vector>
 
 #include "foldapi/foldapi.h"
-#include "runtime/child_process.h"
+#include "support/childprocess.h"
 #include "support/client.h"
 
 namespace {
 
-using foldapi::ChildProcess;
 using std::string;
+using support::ChildProcess;
 using support::kHead;
 using Names = std::vector<string>;
 
@@ -43,19 +42,6 @@ bool addUntilVisible(TVHandle* project, const string& name) {
       });
 }
 
-using Processes = std::vector<std::unique_ptr<ChildProcess>>;
-
-// Starts `count` processes, each with its number.
-Processes start(int count, const std::function<int(int, ChildProcess&)>& body) {
-  Processes all;
-  for (int i = 0; i < count; ++i) {
-    all.push_back(std::make_unique<ChildProcess>(
-        [i, &body](ChildProcess& self) { return self.await() ? body(i, self) : 1; }));
-  }
-  for (const auto& process : all) process->signal();
-  return all;
-}
-
 class Writers : public testing::Test {
  protected:
   support::ScratchDatabase scratch_;
@@ -67,7 +53,7 @@ TEST_F(Writers, AddArchivesAtOnceAndLoseNone) {
   for (const int count : {2, 4}) {
     SCOPED_TRACE(count);
     scratch_.write("pub/P.prj/trvsfold.pub", "");
-    const Processes all = start(count, [this](int number, ChildProcess&) {
+    const auto all = support::startProcesses(count, [this](int number, ChildProcess&) {
       TVHandle* project = scratch_.openProject("P");
       for (int i = 0; i < kAdds; ++i) {
         const string name = std::to_string(number) + "_" + std::to_string(i);
@@ -206,7 +192,7 @@ TEST_F(KilledWriters, LoseNothingThatWasAcknowledged) {
     const int seen = round % 5 != 0 && writer.await() ? 1 : 0;
     usleep(static_cast<useconds_t>(random() % 25000));
     writer.kill();
-    const int steps = seen + writer.countSignals(kTries);
+    const int steps = seen + writer.countSignals();
     acknowledged += steps;
     for (int step = 0; step < steps; ++step) plan.apply(step, &state);
     const Plan::State now = readFiles();

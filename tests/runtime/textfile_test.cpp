@@ -8,9 +8,9 @@
 #include <filesystem>
 #include <random>
 
-#include "runtime/child_process.h"
+#include "support/childprocess.h"
 #include "support/files.h"
-#include "support/sizelimit.h"
+#include "support/limits.h"
 
 namespace foldapi {
 namespace {
@@ -36,7 +36,6 @@ class TextFileTest : public testing::Test {
   // Nothing but the data file is in the directory.
   bool isAlone() const { return support::entryCount(directory_.path()) == 1; }
   // Whether a child, started before the first line ends, gives 0.
-  static bool inChild(const ChildProcess::Body& body) { return ChildProcess(body).finish() == 0; }
 
   const support::TemporaryDirectory directory_;
   const std::string path_ = directory_ / "trvsfold.pub";
@@ -109,8 +108,7 @@ TEST_F(TextFileTest, KeepsModeLinkAndHoldThroughARewrite) {
   ASSERT_EQ(::stat(path_.c_str(), &status), 0);
   EXPECT_EQ(status.st_mode & 07777, 0640u);
   EXPECT_EQ(tryOpen(Access::kUpdate), Failure::kBusy) << "the new file is held as the old one was";
-  EXPECT_TRUE(
-      inChild([this](ChildProcess&) { return tryOpen(Access::kUpdate) != Failure::kBusy; }));
+  EXPECT_EQ(support::inProcess([this] { return tryOpen(Access::kUpdate) != Failure::kBusy; }), 0);
 }
 
 TEST_F(TextFileTest, TellsWhyAnOpenFails) {
@@ -176,7 +174,7 @@ TEST_F(TextFileTest, WritesInPlaceWhereNoSiblingCanBe) {
   write("a long old text\r\n");
   ASSERT_EQ(::chmod(path_.c_str(), 0666), 0);
   ASSERT_EQ(::chmod(directory_.path().c_str(), 0555), 0);
-  EXPECT_TRUE(inChild([this](ChildProcess&) {
+  const int failed = support::inProcess([this] {
     constexpr uid_t kNobody = 65534;
     if (::geteuid() == 0 && ::setuid(kNobody) != 0) return 1;
     for (const char* text : {"short\n", "a text that is longer than the old one\n"}) {
@@ -189,7 +187,8 @@ TEST_F(TextFileTest, WritesInPlaceWhereNoSiblingCanBe) {
       if (bytes() != want + "\r\n") return 4;
     }
     return 0;
-  }));
+  });
+  EXPECT_EQ(failed, 0);
   ASSERT_EQ(::chmod(directory_.path().c_str(), 0755), 0);
   EXPECT_TRUE(isAlone());
 }

@@ -9,7 +9,7 @@
 #include <filesystem>
 
 #include "store/storefixture.h"
-#include "support/sizelimit.h"
+#include "support/limits.h"
 #include "toolkit/messages.h"
 
 namespace store_test {

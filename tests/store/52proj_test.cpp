@@ -5,7 +5,7 @@
 
 #include "store/52promo.h"
 #include "store/storefixture.h"
-#include "support/sizelimit.h"
+#include "support/limits.h"
 #include "toolkit/messages.h"
 
 namespace store_test {

@@ -8,7 +8,7 @@
 #include "btkf520/btkf520.h"
 #include "core/result.h"
 #include "store/storefixture.h"
-#include "support/sizelimit.h"
+#include "support/limits.h"
 #include "toolkit/bracket.h"
 #include "toolkit/messages.h"
 

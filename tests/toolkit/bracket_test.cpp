@@ -9,12 +9,13 @@
 #include "support/files.h"
 #include "support/recordingsink.h"
 #include "toolkit/configfiles.h"
-#include "toolkit/spytoolkit.h"
+#include "toolkit/faketoolkit.h"
 
 namespace foldapi {
 namespace {
 
 using support::writeFile;
+using toolkit_test::fakeToolkit;
 
 // A root with its master file, two projects with files of their own, and a member in one of them.
 class ToolkitSession : public testing::Test {
@@ -25,7 +26,7 @@ class ToolkitSession : public testing::Test {
     }
     EXPECT_TRUE(EnableToolkit(sink));
     bracket(empty);
-    toolkit_test::readCalls();
+    fakeToolkit().readCalls();
     sink.told();
   }
 
@@ -41,7 +42,7 @@ class ToolkitSession : public testing::Test {
   // What one bracket has the toolkit read, paths without their directory.
   std::string bracket(TVHandle& handle) {
     { TVToolkitBracket scope(handle); }
-    std::string calls = toolkit_test::readCalls();
+    std::string calls = fakeToolkit().readCalls();
     for (size_t at; (at = calls.find(directory / "")) != std::string::npos;) {
       calls.erase(at, (directory / "").size());
     }
@@ -95,22 +96,17 @@ TEST_F(ToolkitSession, IsLeftWhenTheLoadThrows) {
 class ToolkitCallbacks : public ToolkitSession {
  protected:
   ToolkitCallbacks() {
-    toolkit_test::registeredCallbacks();
+    fakeToolkit().registeredCallbacks();
     RegisterToolkitCallbacks();
-    registered_ = toolkit_test::registeredCallbacks();
+    registered_ = fakeToolkit().registeredCallbacks();
     TVToolkitSession::Instance().enter(empty);
   }
   ~ToolkitCallbacks() override { TVToolkitSession::Instance().leave(); }
 
   template <typename Callback, typename... Arguments>
   int32_t call(int32_t id, Arguments... arguments) {
-    for (const auto& known : registered_) {
-      if (known.id != id) continue;
-      const auto callback = reinterpret_cast<void (*)()>(known.callback);
-      return reinterpret_cast<Callback>(callback)(arguments...);
-    }
-    ADD_FAILURE() << id;
-    return -1;
+    const auto callback = reinterpret_cast<void (*)()>(registered_.at(id));
+    return reinterpret_cast<Callback>(callback)(arguments...);
   }
 
   // One call for each answer of the sink: what the toolkit gets for 0, 1, 2 and 3, in one number.
@@ -126,7 +122,7 @@ class ToolkitCallbacks : public ToolkitSession {
   }
 
  private:
-  std::vector<toolkit_test::Registered> registered_;
+  std::map<int32_t, TrvsCallback> registered_;
 };
 
 TEST_F(ToolkitCallbacks, MapAnswersToResults) {

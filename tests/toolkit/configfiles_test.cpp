@@ -6,15 +6,16 @@
 #include <filesystem>
 
 #include "support/files.h"
+#include "support/limits.h"
 #include "support/recordingsink.h"
-#include "support/sizelimit.h"
-#include "toolkit/spytoolkit.h"
+#include "toolkit/faketoolkit.h"
 
 namespace foldapi {
 namespace {
 
 using support::readFile;
 using support::writeFile;
+using toolkit_test::fakeToolkit;
 using enum LocalFile;
 using enum TellUser;
 
@@ -22,7 +23,7 @@ class ToolkitConfiguration : public testing::Test {
  protected:
   ToolkitConfiguration() : old_(std::filesystem::current_path()) {
     std::filesystem::current_path(directory.path());  // So that paths in tables are short.
-    toolkit_test::readCalls();
+    fakeToolkit().readCalls();
   }
   ~ToolkitConfiguration() override { std::filesystem::current_path(old_); }
 
@@ -61,7 +62,7 @@ TEST_F(ToolkitConfiguration, ReadsMasterThenProjectThenLocal) {
   for (const auto& c : cases) {
     SCOPED_TRACE(std::string(c.root) + " " + c.project);
     EXPECT_EQ(LoadConfiguration(c.root, c.project, c.local, context), c.result);
-    EXPECT_EQ(toolkit_test::readCalls(), c.calls);
+    EXPECT_EQ(fakeToolkit().readCalls(), c.calls);
     EXPECT_EQ(sink.told(), c.told);
     EXPECT_EQ(configurationText(TRVS_ITEM_ARCHIVE_DIRECTORIES).str(), c.dirs);
   }

@@ -1,13 +1,17 @@
 // toolkit/faketoolkit.h: a toolkit without archives. The functions of this program stand in front
 // of the library's own; each writes down what it was given and answers as a test wants.
 //
-// Users, configuration items and promotion groups are the real ones until a test answers for them.
+// Configuration items and promotion groups are the real ones until a test answers for them; reads
+// of configuration files and registrations are always handed on.
 #pragma once
 
 #include <cstdint>
 #include <deque>
 #include <map>
 #include <string>
+#include <utility>
+
+#include "btkf520/btkf520.h"
 
 namespace toolkit_test {
 
@@ -20,9 +24,15 @@ struct FakeToolkit {
   std::string lockedRevision;             // Of TrvsGetLockInfo.
   int16_t differ = 0;                     // Of TrvsTestDifferences.
 
-  // The calls since the last look, one line each: the function, then its arguments. A null is "-".
-  std::string calls();
+  // Since the last look: the calls, one line each, the function and its arguments, where a null is
+  // "-"; the configuration files read, "10 <path>" for each; the callbacks registered, by id.
+  std::string calls() { return std::exchange(log, ""); }
+  std::string readCalls() { return std::exchange(reads, ""); }
+  std::map<int32_t, TrvsCallback> registeredCallbacks() { return std::exchange(registered, {}); }
+
   std::string log;
+  std::string reads;
+  std::map<int32_t, TrvsCallback> registered;
 };
 
 FakeToolkit& fakeToolkit();

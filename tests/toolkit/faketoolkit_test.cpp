@@ -4,9 +4,6 @@
 #include <dlfcn.h>
 
 #include <cstring>
-#include <utility>
-
-#include "btkf520/btkf520.h"
 
 namespace {
 
@@ -33,28 +30,33 @@ int32_t note(const char* name, Arguments... arguments) {
   return status;
 }
 
+// The library's own.
 template <typename Function>
-Function* behind(const char* name, Function*) {
+Function* next(const char* name, Function*) {
   return reinterpret_cast<Function*>(dlsym(RTLD_NEXT, name));
 }
 
 }  // namespace
 
-int32_t TrvsGetUserInfo(char* user, int32_t userSize, char* second, int32_t secondSize,
-                        int16_t* kind) {
-  if (fakeToolkit().statuses.count("GetUserInfo") != 0) {
-    const int32_t status = note("GetUserInfo", userSize, secondSize);
-    if (status != 0) return status;
-  }
-  static const auto real = behind("TrvsGetUserInfo", &TrvsGetUserInfo);
-  return real(user, userSize, second, secondSize, kind);
+int32_t TrvsQueryConfiguration(const char* path, int32_t reserved1, int32_t reserved2,
+                               int32_t readMode) {
+  fakeToolkit().reads += std::to_string(readMode) + " " + path + "\n";
+  if (reserved1 != 0 || reserved2 != 0) fakeToolkit().reads += "reserved values used\n";
+  static const auto real = next("TrvsQueryConfiguration", &TrvsQueryConfiguration);
+  return real(path, reserved1, reserved2, readMode);
+}
+
+int32_t TrvsRegisterCallback(int32_t id, TrvsCallback callback) {
+  fakeToolkit().registered[id] = callback;
+  static const auto real = next("TrvsRegisterCallback", &TrvsRegisterCallback);
+  return real(id, callback);
 }
 
 int32_t TrvsQueryConfigurationItem(int32_t item, char* buffer, int32_t size) {
   auto& fake = fakeToolkit();
   const auto known = fake.items.find(item);
   if (known == fake.items.end()) {
-    static const auto real = behind("TrvsQueryConfigurationItem", &TrvsQueryConfigurationItem);
+    static const auto real = next("TrvsQueryConfigurationItem", &TrvsQueryConfigurationItem);
     return real(item, buffer, size);
   }
   const int32_t status = note("QueryItem", item, size);
@@ -67,7 +69,7 @@ int32_t TrvsQueryConfigurationItem(int32_t item, char* buffer, int32_t size) {
 int32_t TrvsVerifyPromoTreeNodeExist(const char* group, int16_t* kind) {
   auto& fake = fakeToolkit();
   if (fake.groups.empty()) {
-    static const auto real = behind("TrvsVerifyPromoTreeNodeExist", &TrvsVerifyPromoTreeNodeExist);
+    static const auto real = next("TrvsVerifyPromoTreeNodeExist", &TrvsVerifyPromoTreeNodeExist);
     return real(group, kind);
   }
   const auto known = fake.groups.find(group);
@@ -79,11 +81,6 @@ int32_t TrvsComputeArchiveName(const char* workfile, char* buffer, int32_t size)
   const int32_t status = note("ComputeArchiveName", workfile, size);
   if (status == 0) std::strcpy(buffer, fakeToolkit().computedName.c_str());
   return status;
-}
-
-int32_t TrvsCreateArchive(const char* archive, const char* workfile, const char* description,
-                          const char* owner, uint32_t time, int32_t reserved) {
-  return note("CreateArchive", archive, workfile, description, owner, time, reserved);
 }
 
 int32_t TrvsPutRevision(int32_t context, int32_t reserved1, const char* archive, int32_t reserved2,
@@ -151,8 +148,6 @@ int32_t TrvsGenGuiDelta(int32_t context, const char* first, const char* firstRev
 }
 
 namespace toolkit_test {
-
-std::string FakeToolkit::calls() { return std::exchange(log, ""); }
 
 FakeToolkit& fakeToolkit() {
   static FakeToolkit fake;

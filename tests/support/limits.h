@@ -1,0 +1,49 @@
+// support/limits.h: a disk that is full and a memory that is short, for this process alone.
+#pragma once
+
+#include <sys/resource.h>
+#include <unistd.h>
+
+#include <csignal>
+#include <fstream>
+
+namespace support {
+
+// No file of this process may grow beyond `bytes`, as on a disk that is full.
+class SizeLimit {
+ public:
+  explicit SizeLimit(rlim_t bytes) : oldHandler_(std::signal(SIGXFSZ, SIG_IGN)) {
+    getrlimit(RLIMIT_FSIZE, &old_);
+    const rlimit limit = {bytes, old_.rlim_max};
+    setrlimit(RLIMIT_FSIZE, &limit);
+  }
+  SizeLimit(const SizeLimit&) = delete;
+  SizeLimit& operator=(const SizeLimit&) = delete;
+  ~SizeLimit() {
+    setrlimit(RLIMIT_FSIZE, &old_);
+    std::signal(SIGXFSZ, oldHandler_);
+  }
+
+ private:
+  rlimit old_;
+  void (*oldHandler_)(int);
+};
+
+// The address space of this process may grow by `bytes` from now on; it can't be left again, so
+// call it in a process of its own. Gives false where it can't be had: the address sanitizer's
+// shadow takes address space of its own.
+inline bool limitMemory(rlim_t bytes) {
+#ifdef __SANITIZE_ADDRESS__
+  static_cast<void>(bytes);
+  return false;
+#else
+  rlim_t used = 0;
+  std::ifstream("/proc/self/statm") >> used;
+  rlimit limit{};
+  getrlimit(RLIMIT_AS, &limit);
+  limit.rlim_cur = used * static_cast<rlim_t>(sysconf(_SC_PAGESIZE)) + bytes;
+  return setrlimit(RLIMIT_AS, &limit) == 0;
+#endif
+}
+
+}  // namespace support
