@@ -117,7 +117,7 @@ static void showLocks(void) {
   report(TrvsUnLockRevision(TRVS_CONTEXT, paths.archive, NULL, NULL), "unlock");
 }
 
-/* Prints the tree: a revision a line, what hangs on it behind, branches further in. */
+/* Prints the tree: a revision a line, what hangs on it after it, branches further in. */
 static void showTree(void) {
   TrvsRevTree* tree = NULL;
   report(TrvsRevTreeInfo(TRVS_CONTEXT, paths.archive, &tree, TRVS_TREE_FETCH),

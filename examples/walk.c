@@ -180,8 +180,7 @@ static void printCounts(const Node* node, TVHandle* archive) {
 /* Branches hold revisions, and those hold branches again. */
 static void printBranches(const Children* branches, const Node* parent);
 
-/* A revision on one line, with its version labels behind, and the branches that start there below.
- */
+/* A revision and its version labels on one line, and the branches that start there below. */
 static void printRevision(TVHandle* revision, const Node* parent, bool isLast) {
   Children branches = {NULL, 0};
   const Node node = beginNode(parent, isLast);

@@ -33,7 +33,7 @@ inline void checkArchive(std::string_view bytes) {
   });
 }
 
-// The same for the index, which damage to a file does not reach behind its checksum.
+// The same for the index, which damage to a file does not reach past its checksum.
 inline void checkIndex(std::string_view bytes) {
   const auto index = btkf::decodeIndex(bytes);
   if (!index) return;

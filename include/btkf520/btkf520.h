@@ -60,7 +60,7 @@ typedef enum TrvsStatus {
   TRVS_SEVERAL_TOP_GROUPS = 35, /* so has the promotion model */
   TRVS_NO_HIGHER_GROUP = 36,    /* the group has none above it */
   TRVS_NO_SUCH_GROUP = 37,      /* not in the promotion model, or there is no model */
-  TRVS_NO_TOP_GROUP = 37,       /* the promotion model goes in a circle */
+  TRVS_NO_TOP_GROUP = 37,       /* the promotion model is a circle */
   TRVS_BUSY_ARCHIVE = 38,       /* TRVS_CALLBACK_RETRY only: another updates the archive */
   TRVS_GROUP_IN_THE_WAY = 40,   /* the group stands at another revision, or at this one */
   TRVS_NO_GROUP_REVISION = 41,  /* no revision in the group */

@@ -43,8 +43,8 @@
  *
  * Failure    Null, 0 or -1, as told at each function. No function gives a message, and none exits
  *            or throws. A function without a result shows success only by reading the value back:
- *            a change that could not be stored does not show. What it had made goes again, what it
- *            had destroyed is back behind a new handle, and values are those on disk.
+ *            a change that could not be stored does not show. What it had made is removed,
+ *            what it had destroyed is back under a new handle, and values are those on disk.
  *
  * Paths      Separators are "\" and "/" alike. A drive ("V:") or a share ("\\server\share") is
  *            looked up in section [TRVSPATHS] of the profile KSTR.INI. Names on disk match without

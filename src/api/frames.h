@@ -55,7 +55,7 @@ struct Kind<AnyOf<Classes...>> {
   }
 };
 
-// The handle behind a token, or one without an object if its object is none of `Class`.
+// The handle that a token names, or one without an object if its object is none of `Class`.
 template <typename Class>
 foldapi::TVHandle& resolve(const ::TVHandle* token) {
   foldapi::TVHandle* handle = clientHandle(token);
@@ -126,8 +126,8 @@ template <typename Class, typename Child>
   });
 }
 
-// The parent is open during the find alone. Where that was its only count, the list goes, and the
-// result with it after the next call.
+// The parent is open during the find alone. Where that was its only count, the list is deleted, and
+// the result with it after the next call.
 template <typename Class, typename Child>
 ::TVHandle* find(const ::TVHandle* token, const char* key, TVSortType sortType) {
   return guarded<::TVHandle*>(nullptr, [&] {

@@ -53,7 +53,7 @@ class VOrdCollect {
 
 // For clients that walk what collectChildren() gave them: the library itself walks child lists.
 // A position in a collection, which must outlive it. It may stand before the first element and
-// behind the last, where no element is current. Changes to the collection don't move it.
+// after the last, where no element is current. Changes to the collection don't move it.
 class VIterator {
  public:
   explicit VIterator(const VOrdCollect& collection) : collection_(&collection) {}

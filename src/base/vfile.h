@@ -52,10 +52,10 @@ class VFile {
   // Goes to a position; one past the end is the end. Standard streams have no position.
   VBool seek(int64_t position);
 
-  // Writes at the position and moves it behind. Gives the number of bytes, -1 on failure.
+  // Writes at the position and moves it past that. Gives the number of bytes, -1 on failure.
   int32_t writeText(const VString& text) { return writeBytes(text.view()); }
   int32_t writeBytes(std::string_view bytes);
-  // Reads up to `size` bytes at the position and moves it behind: fewer at the end.
+  // Reads up to `size` bytes at the position and moves it past them: fewer at the end.
   std::string_view readBytes(size_t size);
   // All that follows the position, which moves to the end. Good until the next operation.
   std::string_view readAll() { return readBytes(std::string_view::npos); }

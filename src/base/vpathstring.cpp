@@ -13,7 +13,7 @@ namespace {
 
 bool isSeparator(char c) { return c == '\\' || c == '/'; }
 
-// How much of `path` names the root: a drive or the start of a share, and one separator behind it.
+// How much of `path` names the root: a drive or the start of a share, and one separator after it.
 size_t rootLength(std::string_view path) {
   size_t length = 0;
   if (hasDrive(path)) {

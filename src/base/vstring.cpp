@@ -36,7 +36,7 @@ uint64_t loadWord(const char* bytes) {
   return word;
 }
 
-// Up to seven bytes, filled up with zeros behind them, in text order.
+// Up to seven bytes, filled up with zeros after them, in text order.
 uint64_t loadTail(const char* bytes, size_t count) {
   uint64_t word = 0;
   for (size_t i = 0; i < count; ++i) word = word << 8 | static_cast<unsigned char>(bytes[i]);

@@ -23,7 +23,7 @@ class VString {
   // Formats as printf does.
   static VString format(const char* format, ...) __attribute__((format(printf, 1, 2)));
 
-  // Never null. Good until the text changes or goes.
+  // Never null. Good until the text changes or is destroyed.
   const char* text() const { return text_.c_str(); }
   std::string_view view() const { return text_; }
   const std::string& str() const { return text_; }

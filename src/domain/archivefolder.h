@@ -68,7 +68,7 @@ class TVArchiveFolderHandle : public TVHandle {
   VString folderName() const;
   VString privateDir() const;  // The work directory.
   VBool isPrivate() const;
-  // Setters lock the object, assign, and write. They do nothing when the lock can't be had.
+  // Setters lock the object, assign, and write. They do nothing when the lock is refused.
   void setName(const VString& name);
   void setIsPrivate(VBool isPrivate);
   virtual void setPrivateDir(const VString& dir);

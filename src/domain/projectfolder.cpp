@@ -66,7 +66,7 @@ void TVProjectFolderHandle::setPrivateDir(const VString& dir) {
 }
 
 // The record with the directory lies in the root's files: they are rewritten when the project's own
-// edit was had.
+// edit was granted.
 void TVProjectFolderHandle::setDirectory(void (TVProjectFolder::*setter)(const VString&),
                                          const VString& dir) {
   if (as<TVProjectFolder>() == nullptr || !isStorableText(*this, dir.view())) return;

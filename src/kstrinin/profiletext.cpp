@@ -48,9 +48,9 @@ bool isComment(std::string_view line) {
 struct Place {
   bool hasSection = false;
   bool hasKey = false;
-  size_t valueBegin = 0;  // With the key: what stands behind the "=", without the line end.
+  size_t valueBegin = 0;  // With the key: what stands after the "=", without the line end.
   size_t valueEnd = 0;
-  size_t sectionEnd = 0;  // With the section: behind its last line that is not blank.
+  size_t sectionEnd = 0;  // With the section: after its last line that is not blank.
 };
 
 Place findPlace(std::string_view text, std::string_view section, std::string_view key) {

@@ -16,7 +16,7 @@ bool isKeyName(std::string_view key);
 std::optional<std::string> findValue(std::string_view text, std::string_view section,
                                      std::string_view key);
 
-// Changes the value of that line, or adds a line behind the last one of the section, or a section
+// Changes the value of that line, or adds a line after the last one of the section, or a section
 // at the end. Every other byte stays. `value` holds no line end.
 void setValue(std::string* text, std::string_view section, std::string_view key,
               std::string_view value);

@@ -49,10 +49,10 @@ struct FileStatus {
   bool operator==(const FileStatus&) const = default;
 };
 
-// The file behind all links. *status is left alone unless the result is kDone.
+// The file that all links lead to. *status is left alone unless the result is kDone.
 FileResult readStatus(const char* path, FileStatus* status);
 
-// A regular file, open until the object goes.
+// A regular file, open until the object is destroyed.
 class File {
  public:
   enum class Access {
@@ -68,8 +68,8 @@ class File {
 
   // Closes what was open before.
   FileResult open(const char* path, Access access);
-  // Opens the file that the path names, behind no link, for this object alone: kBusy if another
-  // holds it. It is open for reading only where it can't be written.
+  // Opens the file that the path itself names, not through a link, for this object alone: kBusy if
+  // another holds it. It is open for reading only where it can't be written.
   FileResult openLocked(const char* path);
   bool isOpen() const { return descriptor_ >= 0; }
   // False if the system reports a failure, also one of an earlier write. Closed in any case.

@@ -22,7 +22,7 @@ class MappedFile {
   // To be called once. May throw std::bad_alloc.
   FileResult open(const char* path);
 
-  // Good until the object goes.
+  // Good until the object is destroyed.
   std::string_view bytes() const { return {data_, size_}; }
 
  private:

@@ -222,7 +222,7 @@ void mbReverse(std::string* text) {
   size_t at = 0;
   for (size_t step; (step = mbCharLength(source, at)) != 0; at += step) {
   }
-  size_t end = at;  // What no character holds, behind the last one, stays where it is.
+  size_t end = at;  // What no character holds, after the last one, stays where it is.
   for (size_t from = 0, step; (step = mbCharLength(source, from)) != 0; from += step) {
     end -= step;
     text->replace(end, step, source, from, step);

@@ -3,7 +3,7 @@
 // What a byte means stands in one character table, which a program may replace. The table built in
 // knows ASCII only and has no lead bytes, so with it every character is one byte long.
 //
-// A scan stops at a NUL as at the end of the text, and at a lead byte that has nothing behind it.
+// A scan stops at a NUL as at the end of the text, and at a lead byte that has nothing after it.
 // Positions are byte positions; std::string_view::npos says "not there".
 #pragma once
 

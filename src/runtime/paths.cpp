@@ -36,7 +36,7 @@ bool endsInDelimiter(std::string_view path) {
   return !path.empty() && isDelimiterAt(path, path.size() - 1);
 }
 
-// The first separator at or behind `from`, the length with none.
+// The first separator at or after `from`, the length with none.
 size_t findSeparator(std::string_view path, size_t from) {
   while (from < path.size() && !isSeparatorAt(path, from)) ++from;
   return from;
@@ -82,7 +82,7 @@ class NormalisedPath {
     }
     if (endsInSeparator(out_)) return false;
     size_t cut = pathPartLength(out_);
-    if (cut > root_) --cut;  // The separator goes too, but for the root's.
+    if (cut > root_) --cut;  // The separator is cut as well, but for the root's.
     out_.resize(cut);
     return true;
   }

@@ -87,7 +87,7 @@ void dropCarriageReturns(TextBuffer* text) {
   if (found == nullptr) return;
   char* out = found;
   while (found != nullptr) {
-    char* const rest = found + 1;  // `found` goes if a LF follows.
+    char* const rest = found + 1;  // `found` is dropped if a LF follows.
     if (rest == end || *rest != '\n') *out++ = '\r';
     found = rest == end ? nullptr : nextReturn(rest);
     const auto run = static_cast<size_t>((found == nullptr ? end : found) - rest);
@@ -171,7 +171,7 @@ FileResult openAndHold(std::string_view path, TextFile::Access access, HeldFile*
   return FileResult::kBusy;
 }
 
-// Whether the file can be had exclusively now, or there is nothing to wait for. It is opened for
+// Whether the file can be locked exclusively now, or there is nothing to wait for. It is opened for
 // writing: over a network an exclusive lock asks for that.
 bool isFree(std::string_view path) {
   File file;

@@ -4,7 +4,7 @@
 //
 // Sharing. An updater holds the file exclusively until it closes it; a reader takes a shared hold
 // without waiting. The hold is flock() on the data file itself, so it belongs to this open file,
-// goes with the process, and also counts between two opens of one process.
+// ends with the process, and also counts between two opens of one process.
 // Content. Opening reads the whole file. Changes are made in memory and reach the disk in commit():
 // a sibling file, synced and renamed over the data file, or one write where an append fits. A kill
 // at any instant leaves the old content or the new, and so does a read at any instant. Where the
@@ -76,12 +76,12 @@ class TextFile {
   std::unique_ptr<State> state_;
 };
 
-// Waits until the file may be had exclusively or `milliseconds` have passed, whichever is first,
+// Waits until the file can be locked exclusively or `milliseconds` have passed, whichever is first,
 // looking again every few milliseconds. Gives the milliseconds that are left.
 unsigned waitForTextFile(std::string_view path, unsigned milliseconds);
 
-// Whether the file may be had for reading: if it can't be had exclusively all the same, then only
-// readers are in the way.
+// Whether the file can be locked for reading: if it can't be locked exclusively all the same, then
+// only readers are in the way.
 bool isTextFileShared(std::string_view path);
 
 }  // namespace foldapi
