@@ -1,7 +1,7 @@
 #!/bin/sh
 # Everything that must hold before a change goes in: the tests in an optimised build and again under
-# the address and undefined-behaviour sanitizers, then the checks of the sources. Ends with the
-# closing lines of both test runs.
+# the address and undefined-behaviour sanitizers, the fuzzers' build, then the checks of the sources.
+# Ends with the closing lines of both test runs.
 set -eu
 cd "$(dirname "$0")/.."
 
@@ -17,6 +17,7 @@ scripts/build.sh build
 run_tests build
 scripts/build.sh build-sanitize -DFOLDAPI_SANITIZE=ON
 run_tests build-sanitize
+scripts/build.sh build-fuzz -DFOLDAPI_FUZZ=ON -DCMAKE_CXX_COMPILER=clang++-14
 
 echo 'Checking the format ...'
 scripts/check_format.sh

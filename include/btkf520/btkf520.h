@@ -123,7 +123,7 @@ typedef enum TrvsCallbackId {
   TRVS_CALLBACK_NEWS_TWO = 16,      /* kept, and never called */
   TRVS_CALLBACK_IDLE = 17,          /* a moment to let others work */
   TRVS_CALLBACK_OPERATION = 18,     /* an operation is done */
-  TRVS_CALLBACK_BAD_DIRECTIVE = 19, /* a directive that was left out. Else the load goes on */
+  TRVS_CALLBACK_BAD_DIRECTIVE = 19, /* a directive that was left out. Else the load continues */
   TRVS_CALLBACK_MESSAGE = 20,       /* a message by its code */
   TRVS_CALLBACK_TEXT = 23           /* kept, and never called */
 } TrvsCallbackId;
@@ -139,7 +139,7 @@ typedef enum TrvsOutput {
 /* TRVS_CALLBACK_CONTINUE. Asked before anything is changed, and now and then in a long report. To
  * refuse ends the operation with TRVS_CANCELLED. */
 typedef int32_t (*TrvsContinueCallback)(void);
-/* TRVS_CALLBACK_RETRY: an obstacle at the archive `path` that may go away, by its code:
+/* TRVS_CALLBACK_RETRY: an obstacle at the archive `path` that may vanish, by its code:
  *   TRVS_BUSY_ARCHIVE  try again, or give up? Asked every tenth of a second for at most 5 seconds;
  *                      then the status is TRVS_IN_USE
  *   TRVS_OTHER_BRANCH  promote all the same? */
@@ -339,7 +339,7 @@ enum {
  *   flags        TRVS_PUT_...
  * The first revision of an archive is 1.0 or the number given, such as 2.0. A revision whose parent
  * is the tip of its branch continues it; any other starts a branch. The present user's lock of the
- * parent goes. A development group moves from the parent to the new revision.
+ * parent is removed. A development group moves from the parent to the new revision.
  *
  * A workfile that changes during the check-in stays where it is, whatever `flags` says. One of a
  * megabyte and more is mapped: if it is cut short meanwhile the process gets SIGBUS.

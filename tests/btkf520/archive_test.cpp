@@ -1,4 +1,5 @@
-// btkf520/archive_test.cpp: what goes into an archive file comes out again, and what can't is told.
+// btkf520/archive_test.cpp: what is written to an archive file is read again, and what can't is
+// told.
 #include "btkf520/archive/archive.h"
 
 #include <sys/stat.h>

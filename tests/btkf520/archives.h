@@ -180,7 +180,7 @@ class Archives : public Toolkit {
   }
 
   // Has all callbacks of questions answer from `answers`, by id, 0 if nothing stands there; what
-  // they are asked goes to `asked`, and lines of reports to `lines`.
+  // they are asked is added to `asked`, and lines of reports to `lines`.
   static void answerQuestions() {
     const auto on = [](int32_t id, auto callback) {
       TrvsRegisterCallback(id, anyCallback(+callback));

@@ -14,8 +14,8 @@ class Team : public Archives {
   static constexpr int kMembers = 8;
   static constexpr int kRounds = 6;
 
-  // One member's day: what was checked in, by its text, goes to the member's own file. 0, or the
-  // first status that must not be.
+  // One member's day: what was checked in, by its text, is added to the member's own file. 0, or
+  // the first status that must not be.
   int32_t work(int member, bool withLocks) {
     become(("user" + std::to_string(member)).c_str());
     const std::string name = "work" + std::to_string(member);

@@ -30,8 +30,8 @@ TEST_F(CheckIn, FollowsALockOrTheTipOrStartsABranch) {
       {"the first has two components", "1.2.1.0", 0, TRVS_BAD_NUMBER, ""},
       {"the first is no label", "REL", 0, TRVS_BAD_NUMBER, ""},
       {"a first number", "2.0", 0, TRVS_DONE, "2.0"},
-      {"behind the tip", nullptr, 0, TRVS_DONE, "2.1"},
-      {"a number behind the tip", "3.5", 0, TRVS_DONE, "3.5"},
+      {"after the tip", nullptr, 0, TRVS_DONE, "2.1"},
+      {"a number after the tip", "3.5", 0, TRVS_DONE, "3.5"},
       {"a number before the tip", "3.4", 0, TRVS_BAD_NUMBER, ""},
       {"not the tip", "2.1", 0, TRVS_DONE, "2.1.1.0"},
       {"once more", "2.1", 0, TRVS_DONE, "2.1.2.0"},
@@ -46,7 +46,7 @@ TEST_F(CheckIn, FollowsALockOrTheTipOrStartsABranch) {
       {"no label", "REL", 0, TRVS_NO_SUCH_LABEL, ""},
       {"a number that can't branch", "4.0", TRVS_PUT_BRANCH, TRVS_BAD_NUMBER, ""},
       {"the last number", "3.999999999", 0, TRVS_DONE, "3.999999999"},
-      {"behind the last number", nullptr, 0, TRVS_BAD_NUMBER, ""},
+      {"after the last number", nullptr, 0, TRVS_BAD_NUMBER, ""},
   };
   ASSERT_EQ(create(), 0);
   ASSERT_EQ(TrvsSetAttributes(TRVS_CONTEXT, archive().c_str(), 0, TRVS_ATTRIBUTE_CHECK_LOCKS), 0);

@@ -80,7 +80,7 @@ TEST_F(ConfigurationFile, ConditionalsChooseOneBranch) {
        "conditional@1 conditional@2 conditional@3"},
       {"after ELSE", "IF BTKF_NONE\nELSE\nELSEIF BTKF_SITE\nVCSDIR=a\nELSE\nVCSDIR=b\nENDIF\n", "",
        "conditional@3 conditional@5"},
-      {"text behind ENDIF", "IF BTKF_NONE\nENDIF BTKF_NONE\nVCSDIR=a\n", "a", "conditional@2"},
+      {"text after ENDIF", "IF BTKF_NONE\nENDIF BTKF_NONE\nVCSDIR=a\n", "a", "conditional@2"},
       {"not closed", "VCSDIR=a\nIF BTKF_NONE\nVCSDIR=b\n", "a", "conditional@2"},
   };
   for (const Case& c : cases) {
@@ -217,7 +217,7 @@ TEST_F(ConfigurationFile, DateWordsAndFormatAreWhatParsersTake) {
       {"no time", "DATEFORMAT = dd/mm/yy", format, ""},
       {"time in another order", "DATEFORMAT = dd/mm/yy ss:mm:hh", format, ""},
       {"digits", "DATEFORMAT = d1/mm/yy hh:mm:ss", format, ""},
-      {"more behind", "DATEFORMAT = dd/mm/yy hh:mm:ss pp", format, ""},
+      {"more after it", "DATEFORMAT = dd/mm/yy hh:mm:ss pp", format, ""},
   };
   for (const Case& c : cases) {
     SCOPED_TRACE(c.why);

@@ -84,7 +84,7 @@ class History {
     return archive;
   }
 
-  // Adds a revision behind the tip of `branch`, which is made if there is none.
+  // Adds a revision after the tip of `branch`, which is made if there is none.
   void checkIn(const std::string& branch, const std::string& content) {
     const auto archive = toUpdate();
     btkf::ArchiveModel model = archive->model();

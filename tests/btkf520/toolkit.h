@@ -50,7 +50,7 @@ class Toolkit : public testing::Test {
   }
   std::string path(std::string_view name) const { return directory_ / name; }
 
-  // The item as a client gets it by growing its buffer; names with the NUL behind each.
+  // The item as a client gets it by growing its buffer; names with the NUL after each.
   static std::string item(int32_t number) {
     std::string buffer(257, '?');
     int32_t status;

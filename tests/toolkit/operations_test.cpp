@@ -174,7 +174,7 @@ TEST_F(Operations, ComputeAnArchiveNameAsFarAsItIsMissing) {
     SCOPED_TRACE(place + name + " " + computed + " " + directories);
     TVHandle handle = makeMember({place, name, "", "a.c"});
     fakeToolkit().computedName = computed;
-    fakeToolkit().items = {{49, directories}};
+    fakeToolkit().items = {{TRVS_ITEM_ARCHIVE_DIRECTORIES, directories}};
     const bool fails = want == "failed";
     EXPECT_EQ(memberOf(handle).computeArchiveName(handle), fails ? kResultFailed : 0);
     EXPECT_EQ(memberOf(handle).qualArchiveName().str(), fails ? computed : want);
@@ -205,7 +205,7 @@ TEST_F(Operations, CheckThePromotionGroupOfACheckOut) {
       {"higher group without a lock", 4, "G", "", false, ""},
       {"higher group and revision", 3, "G", "1.2", false, both},
   };
-  fakeToolkit().items = {{55, std::string("A\0C\0B\0C\0\0", 9)}};
+  fakeToolkit().items = {{TRVS_ITEM_PROMOTION_GROUPS, std::string("A\0C\0B\0C\0\0", 9)}};
   for (const auto& c : cases) {
     SCOPED_TRACE(c.why);
     fakeToolkit().groups = {{"G", c.kind}};
@@ -348,7 +348,7 @@ TEST(Options, SetSingleBits) {
 }
 
 TEST_F(Operations, CheckOptionsAgainstTheProjectThatTheyAreFor) {
-  fakeToolkit().items = {{55, std::string("A\0C\0B\0C\0\0", 9)}};
+  fakeToolkit().items = {{TRVS_ITEM_PROMOTION_GROUPS, std::string("A\0C\0B\0C\0\0", 9)}};
   fakeToolkit().groups = {{"A", int16_t{2}}, {"B", int16_t{2}}, {"C", int16_t{4}}};
   TVGetOptions fresh;
   EXPECT_TRUE(fresh.prepare(&member, true));

@@ -27,7 +27,7 @@
 
 namespace btkf {
 
-// One archive, open for reading or for update until the object goes. Paths are the operating
+// One archive, open for reading or for update as long as the object lives. Paths are the operating
 // system's. Operations may throw std::bad_alloc, which changes neither the object nor the file.
 // Statuses that any operation may give, besides those told with it:
 //   TRVS_CANNOT_OPEN     the file can't be opened or read
@@ -38,7 +38,7 @@ class Archive {
   // there is no file.
   static TrvsStatus openToRead(const std::string& path, std::unique_ptr<Archive>* archive);
 
-  // The same, for put() and commit() as well. Until the object goes, no other object, in this
+  // The same, for put() and commit() as well. As long as the object lives, no other object, in this
   // process or another, can be opened to update the same file. TRVS_IN_USE, at once, if there is
   // one; TRVS_NO_ARCHIVE.
   static TrvsStatus openToUpdate(const std::string& path, std::unique_ptr<Archive>* archive);

@@ -24,7 +24,7 @@ constexpr uint64_t kWidestSpan = uint64_t{4095} << 20;
 // The same for two parents, which cost more memory: beyond it the older one is left out.
 constexpr uint64_t kWidestPairSpan = uint64_t{1} << 30;
 
-// Gives a frame piece by piece; an empty piece at its end, or if there is no more to be had. A
+// Gives a frame piece by piece; an empty piece at its end, or if no more can be read. A
 // piece is good until the next one is asked for.
 using FramePieces = std::function<std::string_view()>;
 

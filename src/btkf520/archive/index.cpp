@@ -196,8 +196,8 @@ std::optional<std::vector<ParentPlaces>> placesOfParents(const std::vector<Frame
   return result;
 }
 
-// Whether all parents exist and nothing goes in a circle. Frames that no other needs are set aside,
-// then those that only such ones need, and so on. What is left goes in a circle.
+// Whether all parents exist and nothing forms a circle. Frames that no other needs are set aside,
+// then those that only such ones need, and so on. What is left forms a circle.
 bool parentsAreSound(const std::vector<Frame>& frames) {
   const auto parents = placesOfParents(frames);
   if (!parents) return false;

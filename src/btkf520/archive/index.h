@@ -16,7 +16,7 @@
 
 namespace btkf {
 
-// How one content is stored. Frames stand in the file one behind the other, without gaps, in the
+// How one content is stored. Frames stand in the file one after the other, without gaps, in the
 // order of the index; an empty content has a frame of no bytes.
 struct Frame {
   uint32_t content = 0;      // The id.

@@ -81,7 +81,8 @@ class ArchiveModel {
   Branch& trunk() { return branches.front(); }
   const Branch& trunk() const { return branches.front(); }
 
-  // Each gives null for none. The pointers are good until branches or revisions are added or go.
+  // Each gives null for none. The pointers are good until branches or revisions are added or
+  // removed.
   const Branch* findBranch(const Number& number) const;
   Branch* findBranch(const Number& number);
   // Any number with two components is one of the trunk.

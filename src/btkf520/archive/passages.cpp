@@ -1,7 +1,7 @@
 // btkf520/archive/passages.cpp: a search made for contents and their parents.
 //
 // Both are alike over long stretches, in the same order, with small changes between. So the long
-// passages are looked for first. Where one ends, the next most likely goes on at the distance of
+// passages are looked for first. Where one ends, the next most likely begins at the distance of
 // one of the last few: that is all that a replaced word or block takes. Where bytes were inserted
 // or deleted, blocks of the prefix are found again by their hash.
 //

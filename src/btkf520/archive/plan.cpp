@@ -1,6 +1,6 @@
 // btkf520/archive/plan.cpp: one pass from the tip to the oldest for the newer parents, and one the
 // other way for the older ones. Each keeps a stack of candidates, the nearest on top, from which
-// those go that a higher rank hides.
+// those are dropped that a higher rank hides.
 #include "btkf520/archive/plan.h"
 
 #include <limits>

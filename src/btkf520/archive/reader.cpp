@@ -225,7 +225,7 @@ bool ArchiveReader::unpack(const Stored& stored, std::string_view prefix, Bytes*
   });
 }
 
-// Rebuilds a content that is not at hand, and checks it.
+// Rebuilds a content that was not kept, and checks it.
 TrvsStatus ArchiveReader::rebuild(const Stored& target, bool keeps, std::shared_ptr<Bytes>* bytes) {
   const std::vector<const Stored*> frames = framesFor(target);
   HeldContents held(frames, recent_);

@@ -29,7 +29,7 @@ constexpr std::string_view kArchiveHeader =
 
 using SharedBytes = std::shared_ptr<const Bytes>;
 
-// What a content is packed against: its parents, one behind the other. One parent alone is not
+// What a content is packed against: its parents, one after the other. One parent alone is not
 // copied, so the bytes must outlive the object. May throw std::bad_alloc.
 class Prefix {
  public:
@@ -57,8 +57,8 @@ class RecentContents {
   size_t size_ = 0;
 };
 
-// The file may be replaced meanwhile: an object goes on with the one that it opened. Operations may
-// throw std::bad_alloc.
+// The file may be replaced meanwhile: an object continues with the one that it opened. Operations
+// may throw std::bad_alloc.
 class ArchiveReader {
  public:
   // A content and the frame that holds it.
@@ -86,7 +86,7 @@ class ArchiveReader {
   const Stored* find(uint32_t content) const;
 
   // Rebuild a content and check it: TRVS_NO_REVISION if there is none, TRVS_NOT_AN_ARCHIVE for a
-  // damaged one. *bytes changes only with TRVS_DONE. read() keeps what it rebuilds at hand for the
+  // damaged one. *bytes changes only with TRVS_DONE. read() keeps what it rebuilds for the
   // next; take() does not, and gives the memory away.
   TrvsStatus read(uint32_t content, SharedBytes* bytes);
   TrvsStatus take(uint32_t content, Bytes* bytes);
@@ -108,7 +108,7 @@ class ArchiveReader {
   bool endsAreWhole() const;
 
   std::vector<const Stored*> framesFor(const Stored& target) const;
-  // Keeps at hand what it rebuilds if `keeps`.
+  // Keeps what it rebuilds for the next call if `keeps`.
   TrvsStatus rebuild(const Stored& target, bool keeps, std::shared_ptr<Bytes>* bytes);
   // Hands the frame to `work`, which unpacks all of it. False if that is, or the frame is damaged.
   bool withFrame(const Stored& stored, const std::function<bool(const FramePieces&)>& work) const;

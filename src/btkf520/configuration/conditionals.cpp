@@ -25,7 +25,7 @@ bool Conditionals::elseif(std::optional<bool> condition) {
 }
 
 bool Conditionals::otherwise() {
-  // Settles the construct too, so that whatever stands behind ELSE is skipped.
+  // Settles the construct too, so that whatever stands after ELSE is skipped.
   const bool first = !open_.empty() && !open_.back().elseSeen;
   elseif(true);
   if (!open_.empty()) open_.back().elseSeen = true;

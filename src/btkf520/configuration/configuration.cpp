@@ -102,7 +102,7 @@ bool Configuration::setArchiveDirectories(std::string_view value) {
   return true;
 }
 
-// "c = _v"; with nothing after "=" the extension's own suffix goes.
+// "c = _v"; with nothing after "=" the extension has no suffix of its own any more.
 bool Configuration::setArchiveSuffix(std::string_view value) {
   if (value.empty()) {
     archiveSuffixes_.clear();
@@ -193,7 +193,7 @@ bool Configuration::setAccessList(std::string_view value) {
   return true;
 }
 
-// "event = command"; with nothing after "=" the event's command goes.
+// "event = command"; with nothing after "=" the event has no command any more.
 bool Configuration::setEventTrigger(std::string_view value) {
   if (value.empty()) {
     eventTriggers_.clear();

@@ -24,7 +24,7 @@ class Configuration {
   const std::string& archiveDirectoryText() const { return archiveDirectories_; }
   // The same cut up, without the empty places.
   std::vector<std::string> archiveDirectories() const;
-  // What is put behind a workfile's name to make its archive's name. `extension` is with or without
+  // What is put after a workfile's name to make its archive's name. `extension` is with or without
   // its dot, and is matched case-blind.
   std::string archiveSuffix(std::string_view extension) const;
 
@@ -51,8 +51,8 @@ class Configuration {
   std::string eventTrigger(std::string_view event) const;
   bool stopsOnError() const { return stopsOnError_; }
 
-  // Takes in one directive. `name` is in upper case, `value` is trimmed; an empty value goes back
-  // to the default, or turns a switch on. False, and nothing changes, for a name that isn't a
+  // Takes in one directive. `name` is in upper case, `value` is trimmed; an empty value sets
+  // the default, or turns a switch on. False, and nothing changes, for a name that isn't a
   // setting or a value that this setting can't have.
   bool set(const std::string& name, std::string_view value);
   static bool isSetting(const std::string& name);

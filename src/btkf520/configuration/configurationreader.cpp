@@ -114,7 +114,7 @@ TrvsStatus ConfigurationReader::takeConditional(const std::string& name, std::st
     if (conditionals.asksForElseif()) condition = evaluate(value);
     inPlace = conditionals.elseif(condition);
   } else {
-    // Whatever stands behind ELSE or ENDIF was meant for another line: they act, and are reported.
+    // Whatever stands after ELSE or ENDIF was meant for another line: they act, and are reported.
     inPlace = name == "ELSE" ? conditionals.otherwise() : conditionals.close();
     inPlace = inPlace && value.empty();
   }
@@ -136,7 +136,7 @@ TrvsStatus ConfigurationReader::include(std::string_view value) {
   const std::optional<FileText> file =
       host_->readFile(path, std::min(kLargestFile, kMostBytes - bytes_));
   if (!file) return TRVS_BAD_INCLUDE;
-  // A file that includes itself would nest for ever: no need to go twenty levels down to know.
+  // A file that includes itself would nest for ever: no need to open twenty levels to know.
   const bool recursive = std::any_of(open_.begin(), open_.end(), [&](const OpenFile& outer) {
     return outer.identity == file->identity;
   });

@@ -32,7 +32,7 @@ PromotionModel::Fault PromotionModel::fault() const {
   std::set<std::string_view> tops;
   std::set<std::string_view> reachesTop;
   for (const Link& link : links_) {
-    // Up from here, as far as the way is new. More steps than links: it goes in a circle.
+    // Up from here, as far as the way is new. More steps than links: it is a circle.
     std::vector<std::string_view> way;
     std::string_view group = link.child;
     while (!reachesTop.contains(group)) {

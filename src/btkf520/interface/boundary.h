@@ -40,7 +40,7 @@ inline TrvsStatus handOut(const std::string& text, char* buffer, int32_t size) {
   return TRVS_DONE;
 }
 
-// Names with a NUL behind each; the text's own NUL is the empty name at the end.
+// Names with a NUL after each; the text's own NUL is the empty name at the end.
 inline std::string listText(const std::vector<std::string>& names) {
   std::string text;
   for (const std::string& name : names) text.append(name).append(1, '\0');

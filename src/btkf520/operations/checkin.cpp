@@ -1,7 +1,7 @@
 // btkf520/operations/checkin.cpp: a check-in, from the parent to the fate of the workfile.
 //
 // The new revision follows the parent: the revision that the user has locked, or in an archive that
-// checks no locks the one that is asked for. Behind a tip it continues the branch; behind any other
+// checks no locks the one that is asked for. After a tip it continues the branch; after any other
 // revision, or where that is asked for, it starts a new one.
 #include "btkf520/operations/checkin.h"
 
@@ -143,7 +143,7 @@ TrvsStatus CheckIn::findNamedParent(std::string_view text) {
   return number && number->isRevision() ? placeBeforeNumber(*number) : status;
 }
 
-// The number of a revision that isn't there yet: behind the tip of its branch, or the first one of
+// The number of a revision that isn't there yet: after the tip of its branch, or the first one of
 // the next branch that a revision would get.
 TrvsStatus CheckIn::placeBeforeNumber(const Number& number) {
   number_ = number;

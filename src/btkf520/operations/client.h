@@ -11,7 +11,7 @@
 namespace btkf {
 
 // The functions that the client has registered. Each operation calls one of them, and does what
-// btkf520.h tells if there is none: mostly a question is answered with no, and news go nowhere.
+// btkf520.h tells if there is none: mostly a question is answered with no, and news are dropped.
 class Client {
  public:
   // False, and nothing is kept, for an id that the toolkit has no use for. Null forgets.
@@ -19,7 +19,7 @@ class Client {
 
   // TRVS_CANCELLED if the client wants to stop.
   TrvsStatus goOn() const;
-  // Whether to try again, or to go on all the same.
+  // Whether to try again, or to continue all the same.
   bool retries(TrvsStatus obstacle, const std::string& path) const;
   // Hands out one line without its end. Gives a TrvsAnswer, TRVS_ENOUGH if nobody listens.
   int32_t output(const std::string& line, TrvsOutput kind) const;

@@ -182,7 +182,7 @@ std::vector<Hunk> hunksOf(const Comparison& comparison, size_t context) {
 }
 
 // "12,3": first line and count; the count is left out if it is 1, and nothing begins before the
-// line that it would come behind.
+// line that it would come after.
 std::string rangeText(size_t first, size_t count) {
   std::string text = std::to_string(count == 0 ? first : first + 1);
   return count == 1 ? text : text + "," + std::to_string(count);

@@ -21,9 +21,9 @@ TrvsStatus checkDeletion(const Revision& revision) {
   return revision.promotionGroups.empty() ? TRVS_DONE : TRVS_GROUP_IN_THE_WAY;
 }
 
-// What a range means to a deletion: a branch goes with the revision where it starts if that is
-// asked for, and otherwise keeps it from going, although its numbers lie in the range. The branches
-// come in ascending order, so each is seen after the revision where it starts.
+// What a range means to a deletion: a branch is deleted with the revision where it starts if that
+// is asked for, and otherwise keeps it from being deleted, although its numbers lie in the range.
+// The branches come in ascending order, so each is seen after the revision where it starts.
 TrvsStatus choose(const ArchiveModel& model, const RevisionRange& range, bool withBranches,
                   std::set<Number>* chosen) {
   for (const Branch& branch : model.branches) {

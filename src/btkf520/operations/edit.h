@@ -22,7 +22,7 @@ TrvsStatus addAccess(const char* archive, const char* user);
 TrvsStatus removeAccess(const char* archive, const char* user);
 TrvsStatus listAccess(const char* archive, std::vector<std::string>* users);
 
-// `range` as RevisionRange takes it, and with "+" behind it with all branches.
+// `range` as RevisionRange takes it, and with "+" after it with all branches.
 TrvsStatus deleteRevisions(const char* archive, const char* range);
 // Their numbers: the trunk's from the oldest on, then those of each branch.
 TrvsStatus listRevisions(const char* archive, const char* range, std::vector<std::string>* numbers);

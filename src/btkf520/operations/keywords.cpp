@@ -32,7 +32,7 @@ std::string withoutEnds(std::string value) {
   return value;
 }
 
-// The keyword that `text` begins with behind its first "$", and its size up to the closing "$".
+// The keyword that `text` begins with after its first "$", and its size up to the closing "$".
 // Size 0 if there is none: "$Name$", or "$Name: anything on this line $".
 std::pair<std::string_view, size_t> keywordAt(std::string_view text) {
   size_t end = 1;

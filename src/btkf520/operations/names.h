@@ -1,6 +1,6 @@
 // btkf520/operations/names.h: path texts, as far as operations look into them.
 //
-// A separator is "/", "\" or the ":" behind a drive. What a path text means is up to the client.
+// A separator is "/", "\" or the ":" after a drive. What a path text means is up to the client.
 #pragma once
 
 #include <string>

@@ -1,4 +1,4 @@
-// btkf520/operations/output.h: where the lines of a report go.
+// btkf520/operations/output.h: a file or the client, which gets the lines of a report.
 #pragma once
 
 #include <optional>

@@ -1,7 +1,7 @@
 // btkf520/operations/revtree.cpp: flattens branches, revisions and what hangs on them.
 //
-// A client's walk of a branch goes on past deeper records and stops at the next head of its own
-// level, so a revision's branches stand behind all that hangs on the revision itself.
+// A client's walk of a branch continues past deeper records and stops at the next head of its own
+// level, so a revision's branches stand after all that hangs on the revision itself.
 #include "btkf520/operations/revtree.h"
 
 #include <algorithm>
@@ -16,7 +16,7 @@
 namespace btkf {
 namespace {
 
-// The records and their texts, which live and go together. Clients see the first record.
+// The records and their texts, which live as long as each other. Clients see the first record.
 struct Tree {
   std::deque<TrvsRevTree> records;
   std::deque<std::string> texts;

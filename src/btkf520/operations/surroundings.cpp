@@ -22,7 +22,7 @@ Surroundings& Surroundings::current() {
 
 TrvsStatus Surroundings::load(const std::string& path, TrvsReadMode mode) {
   if (mode != TRVS_READ_FOLLOWING) configuration_ = Configuration();
-  // On a copy: a callback may ask questions meanwhile, and a cancelled load leaves nothing behind.
+  // On a copy: a callback may ask questions meanwhile, and a cancelled load changes nothing.
   Configuration loaded = configuration_;
   const TrvsStatus status = ConfigurationReader(this, mode, &loaded).read(path);
   if (status == TRVS_DONE) configuration_ = std::move(loaded);

@@ -34,7 +34,7 @@ class Task {
   // Each takes a target and may be called once. Statuses besides those of Archive:
   //   TRVS_MISUSE     null
   //   TRVS_BAD_NAME   empty, or a path that is nowhere
-  //   TRVS_CANCELLED  the client doesn't want to go on
+  //   TRVS_CANCELLED  the client doesn't want to continue
   // What the archive says about itself is open to everybody; its contents and changes to it are for
   // users on its access list: TRVS_NO_ACCESS, TRVS_NO_USER_ID.
   TrvsStatus openToTell(const char* target);
