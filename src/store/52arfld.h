@@ -82,6 +82,7 @@ class TVArchiveMember52 : public TVArchiveMember {
   // failed: a second call finds the archive and stores the member.
   int createArchive(TVHandle& context, const TVPutOptions& options);
   // Names the archive by the project's configuration, as far as it has no name yet; in memory only.
+  // For clients: createArchive() finds the names by itself.
   // kResultFailed also where another member of the folder has these names.
   int computeArchiveName(TVHandle& context);
 

@@ -136,29 +136,25 @@ VString branchName(std::string_view number) {
 
 }  // namespace
 
+// The place in the list
+// -----------------------------------------------------------------------------------------
+
+void TVTreePlace::setTree(const TrvsRevTree* tree) {
+  if (tree == tree_) return;
+  if (tree_ != nullptr) clear();
+  tree_ = tree;
+}
+
 // Branches
 // -----------------------------------------------------------------------------------------
 
 TVBranch52::TVBranch52(VString name, int level, int32_t itemNumber, const TrvsRevTree* tree,
                        TVObject* owner, TVCaching caching)
-    : TVBranch(std::move(name), itemNumber, owner, caching), tree_(tree), level_(level) {}
+    : TVInTree52(tree, level, std::move(name), itemNumber, owner, caching) {}
 
 int TVBranch52::readData(TVHandle&, TVStorageLock*) {
   if (tree_ != nullptr) BranchWalk(*this, level_).run(tree_);
   return 0;
-}
-
-void TVBranch52::clear() {
-  for (TVObject* child : childrenInOrder()) {
-    if (child->isA() == &TVRevision::theClass) static_cast<TVRevision52*>(child)->clear();
-  }
-  tree_ = nullptr;
-}
-
-void TVBranch52::setTree(const TrvsRevTree* tree) {
-  if (tree == tree_) return;
-  if (tree_ != nullptr) clear();
-  tree_ = tree;
 }
 
 TVBranch52Options::TVBranch52Options()
@@ -182,9 +178,8 @@ void mergeBranch(TVObject& owner, VString name, int level, int32_t itemNumber,
 
 TVRevision52::TVRevision52(VString number, TVRevisionTexts texts, VBool isLocked, int level,
                            const TrvsRevTree* tree, TVObject* owner, TVCaching caching)
-    : TVRevision(number, std::move(texts), isLocked, lastNumber(number.view()), owner, caching),
-      tree_(tree),
-      level_(level) {}
+    : TVInTree52(tree, level, number, std::move(texts), isLocked, lastNumber(number.view()), owner,
+                 caching) {}
 
 int TVRevision52::readData(TVHandle&, TVStorageLock*) {
   bool taken = false;
@@ -202,19 +197,6 @@ int TVRevision52::readData(TVHandle&, TVStorageLock*) {
     }
   }
   return 0;
-}
-
-void TVRevision52::clear() {
-  for (TVObject* child : childrenInOrder()) {
-    if (child->isA() == &TVBranch::theClass) static_cast<TVBranch52*>(child)->clear();
-  }
-  tree_ = nullptr;
-}
-
-void TVRevision52::setTree(const TrvsRevTree* tree) {
-  if (tree == tree_) return;
-  if (tree_ != nullptr) clear();
-  tree_ = tree;
 }
 
 std::unique_ptr<TVObject> TVRevision52Options::makeObject(const VString& name,

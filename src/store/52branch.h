@@ -5,6 +5,8 @@
 // their pointers before the list is given back.
 #pragma once
 
+#include <utility>
+
 #include "btkf520/btkf520.h"
 #include "domain/branch.h"
 #include "domain/labels.h"
@@ -14,45 +16,60 @@ namespace foldapi {
 
 constexpr int kTrunkLevel = 1;  // Branches off the trunk have the level 2, and so on.
 
-class TVBranch52 : public TVBranch {
+// Where an object begins in the list.
+class TVTreePlace {
+ public:
+  const TrvsRevTree* tree() const { return tree_; }
+  // Forgets the list, here and below.
+  virtual void clear() = 0;
+  // Moves over to a place in a list, and forgets the old one.
+  void setTree(const TrvsRevTree* tree);
+
+ protected:
+  TVTreePlace(const TrvsRevTree* tree, int level) : tree_(tree), level_(level) {}
+  ~TVTreePlace() = default;
+
+  const TrvsRevTree* tree_;
+  int level_;
+};
+
+// What a branch and a revision have in common. `Base` is the class of the domain.
+template <typename Base>
+class TVInTree52 : public Base, public TVTreePlace {
+ public:
+  int version() const override { return kFormat52; }
+  VBool isStale(TVHandle&) override { return tree_ == nullptr; }
+  void clear() override {
+    for (TVObject* child : this->childrenInOrder()) {
+      if (auto* place = dynamic_cast<TVTreePlace*>(child)) place->clear();
+    }
+    tree_ = nullptr;
+  }
+
+ protected:
+  template <typename... Fields>
+  TVInTree52(const TrvsRevTree* tree, int level, Fields&&... fields)
+      : Base(std::forward<Fields>(fields)...), TVTreePlace(tree, level) {}
+};
+
+class TVBranch52 : public TVInTree52<TVBranch> {
  public:
   // `tree` is the record of the branch's first revision.
   TVBranch52(VString name, int level, int32_t itemNumber, const TrvsRevTree* tree, TVObject* owner,
              TVCaching caching = TVCaching::kCached);
 
-  int version() const override { return kFormat52; }
   // Builds the revisions of this branch from the list.
   int readData(TVHandle& context, TVStorageLock* lock) override;
-  VBool isStale(TVHandle&) override { return tree_ == nullptr; }
-
-  const TrvsRevTree* tree() const { return tree_; }
-  // Forgets the list, here and below.
-  void clear();
-  // Moves over to a place in a list, and forgets the old one.
-  void setTree(const TrvsRevTree* tree);
-
- private:
-  const TrvsRevTree* tree_;
-  int level_;
 };
 
-class TVRevision52 : public TVRevision {
+class TVRevision52 : public TVInTree52<TVRevision> {
  public:
   // `tree` is the first record that is subordinate to the revision, null if there is none.
   TVRevision52(VString number, TVRevisionTexts texts, VBool isLocked, int level,
                const TrvsRevTree* tree, TVObject* owner, TVCaching caching = TVCaching::kCached);
 
-  int version() const override { return kFormat52; }
   // Builds labels, promotion labels, lockers and branches from the list.
   int readData(TVHandle& context, TVStorageLock* lock) override;
-  VBool isStale(TVHandle&) override { return tree_ == nullptr; }
-
-  void clear();
-  void setTree(const TrvsRevTree* tree);
-
- private:
-  const TrvsRevTree* tree_;
-  int level_;
 };
 
 // The classes that format 5.2 adds nothing to.

@@ -164,13 +164,12 @@ int TVDataFileReader::readFile(const TextFile* stream) {
 
 bool TVDataFileReader::parse(const TextFile& stream) {
   TVKeyFile file(stream.text(), sections_);
-  return file.parse([&](int sectionId, std::string_view name, OptionalText value) {
-    return readRecord(file, sectionId, name, value);
+  return file.parse([&](int sectionId, std::string_view, OptionalText value) {
+    return readRecord(file, sectionId, value);
   }) == kKeyFileDone;
 }
 
-int TVDataFileReader::readRecord(TVKeyFile& file, int sectionId, std::string_view,
-                                 OptionalText value) {
+int TVDataFileReader::readRecord(TVKeyFile& file, int sectionId, OptionalText value) {
   switch (sectionId) {
     case kSectionProject:
       return readProjectRecord(file, value);

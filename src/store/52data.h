@@ -80,7 +80,7 @@ class TVDataFileReader : public TVDataFile {
 
   static RecordKeys readKeys(TVKeyFile& file);
   bool parse(const TextFile& stream);
-  int readRecord(TVKeyFile& file, int sectionId, std::string_view name, OptionalText value);
+  int readRecord(TVKeyFile& file, int sectionId, OptionalText value);
   int readProjectRecord(TVKeyFile& file, OptionalText value);
   int readFolderRecord(TVKeyFile& file, OptionalText value);
   int readDocumentRecord(OptionalText value);

@@ -65,7 +65,8 @@ class TVKeyFile {
   // something other than kKeyFileDone.
   [[nodiscard]] int nextKey(std::string_view* key, OptionalText* value);
 
-  // The text that stands for every macro "$(...)" in a value. `name` is "TRVSPRIV".
+  // The text that stands for every macro "$(...)" in a value. `name` is "TRVSPRIV". Nothing in the
+  // library sets one, so that a macro stands for nothing.
   void setMacro(std::string_view name, std::string_view value);
 
  private:
