@@ -17,7 +17,7 @@ TVHandle& placed(TVHandle& handle, int index, int* position) {
 }
 
 constexpr size_t kPrefixBytes = 24;
-// Equal beginnings up to here are enough: what comes behind is compared as a whole.
+// Equal beginnings up to here are enough: what comes after is compared as a whole.
 constexpr size_t kLongestBeginning = 40 * kPrefixBytes;
 
 uint64_t bigEndianWord(const char* bytes) {
@@ -98,7 +98,7 @@ void TVChildList::retire(TVHandle& handle) {
 
 // Retired entries are dropped all at once at the next look, so that a sweep of many children stays
 // linear. An entry at or before the cursor takes the cursor back with it: a step forward goes on
-// behind the gap. A step back from there must not pass over the entry that the cursor moved to.
+// after the gap. A step back from there must not pass over the entry that the cursor moved to.
 void TVChildList::dropRetired() {
   if (!hasRetired_) return;
   hasRetired_ = false;
@@ -230,7 +230,7 @@ void TVChildList::sort() {
   placeKeyless(keyed);
 }
 
-// Moves entries of classes without keys behind all others. Gives the number of those.
+// Moves entries of classes without keys after all others. Gives the number of those.
 size_t TVChildList::gatherKeyed() {
   const auto isKeyless = [](const SortRow& rule) { return !rule.hasKeys; };
   if (std::none_of(rows_.begin(), rows_.end(), isKeyless)) return entries_.size();
@@ -424,7 +424,7 @@ TVHandle& TVChildList::findNext(int* position) {
   return placed(theNullHandle(), -1, position);
 }
 
-// Halving needs a key that lies before or behind each entry that it meets. Between classes that is
+// Halving needs a key that lies before or after each entry that it meets. Between classes that is
 // not so: in a project's list the folder "src" stands among the archives of the workfile directory
 // "src", whose keys a folder's name can't be compared with. So only the entries of the sought class
 // are looked at; within one class keys and order agree.

@@ -35,7 +35,7 @@ class TVChildList {
   void reserve(size_t count) { entries_.reserve(count); }
   // Makes a handle on a child. A sort is due then.
   TVHandle& add(TVErrorSink& sink, TVObject* child);
-  // Takes a handle out of walks and finds; it stays allocated until the list goes.
+  // Takes a handle out of walks and finds; it stays allocated until the list is deleted.
   void retire(TVHandle& handle);
 
   TVHandle& first(const VClassRecord* record, int* position);
@@ -59,7 +59,7 @@ class TVChildList {
   VCase letterCase() const { return letterCase_; }
 
  private:
-  // 24 bytes of sort keys, each with a NUL behind it, as numbers that order as the bytes do.
+  // 24 bytes of sort keys, each with a NUL after it, as numbers that order as the bytes do.
   struct KeyPrefix {
     std::array<uint64_t, 3> words = {};
     auto operator<=>(const KeyPrefix&) const = default;

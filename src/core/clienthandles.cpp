@@ -1,4 +1,4 @@
-// core/clienthandles.cpp: the table of slots behind the tokens.
+// core/clienthandles.cpp: the table of slots that tokens name.
 #include "core/clienthandles.h"
 
 #include <cstdint>

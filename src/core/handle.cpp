@@ -56,7 +56,7 @@ void TVHandle::unlink() {
   object->releaseReference(1);
 }
 
-// The new object is held before the old one goes: it may live below the old one.
+// The new object is held before the old one is let go: it may live below the old one.
 void TVHandle::attach(TVObject* object) {
   TVReferenceHold hold(object);
   while (childList_ != nullptr) close();

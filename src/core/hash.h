@@ -32,7 +32,7 @@ class TVHash : public VObject {
   static const VClassRecord theClass;
   static constexpr int kDefaultBuckets = 17;
 
-  // What the growth rule goes by, in signed 32 bits that wrap around.
+  // What the growth rule looks at, in signed 32 bits that wrap around.
   struct Statistics {
     int32_t hits = 0;    // Lookups that found an entry.
     int32_t misses = 0;  // Lookups that came to the end of a chain.

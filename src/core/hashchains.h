@@ -67,7 +67,7 @@ class ChainStore {
   ChainPlace locate(const ChainKey& key) const;
   // Puts an entry at the end of a chain.
   void append(int32_t bucket, const ChainEntry& entry);
-  // Takes the entry of a found place out. True if the ordinals behind it in its chain fell by one.
+  // Takes the entry of a found place out. True if the ordinals after it in its chain fell by one.
   // `pinned` says that others keep ordinals, so that no more than that may happen to them.
   bool remove(const ChainPlace& place, bool pinned);
   // Gives the entry of a found place another tag.

@@ -36,7 +36,7 @@ void TagIndex::grow() {
   }
 }
 
-// Closes the gap with slots from behind it that may stand there, so that no run is cut.
+// Closes the gap with later slots that may stand there, so that no run is cut.
 void TagIndex::erase(size_t index) {
   const size_t mask = slots_.size() - 1;
   for (size_t from = after(index); !isFree(from); from = after(from)) {
@@ -108,7 +108,7 @@ void Chain::removeInside(uint32_t ordinal) {
 }
 
 // An entry removed at an end is not counted, but what was counted may come to stand at an end. At
-// the back the number will be given again, so its count goes.
+// the back the number will be given again, so its count is dropped.
 void Chain::trimEnds() {
   if (live_ == 0) {
     *this = Chain();

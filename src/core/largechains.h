@@ -66,7 +66,7 @@ class RemovalCounts {
   std::vector<uint32_t> sums_;
 };
 
-// One chain. An entry keeps its ordinal until compact(); a removed one leaves a null value behind.
+// One chain. An entry keeps its ordinal until compact(); a removed one leaves a null value.
 class Chain {
  public:
   uint32_t length() const { return live_; }

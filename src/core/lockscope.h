@@ -20,7 +20,7 @@ class TVLockScope {
 
   VBool holds(const TVHandle& handle) const;
   VBool holdsOwner(const TVHandle& handle) const;
-  // Give true at once where nothing has to be done; false when the lock can't be had, or when what
+  // Give true at once where nothing has to be done; false when the lock is refused, or when what
   // was written under it could not be stored.
   VBool lock(TVHandle& handle) const;
   VBool lockOwner(TVHandle& handle) const;

@@ -254,7 +254,7 @@ void TVObject::abandonStorage(TVHandle& context) {
   giveUpStorage(context);
 }
 
-// A deleted object writes nothing, but what it holds goes all the same.
+// A deleted object writes nothing, but its storage is given up all the same.
 VBool TVObject::endEdit(TVHandle& context) {
   if (lockData_ == nullptr) return false;
   const bool wasDeleted = deleted_;
@@ -278,7 +278,7 @@ VBool TVObject::endEdit(TVHandle& context) {
   return stored;
 }
 
-// Memory goes back to what is stored, now that nothing holds the storage. No change is left to be
+// Memory returns to what is stored, now that nothing holds the storage. No change is left to be
 // written: a failed write is not tried again.
 void TVObject::revert(TVHandle& context) {
   dirty_ = false;

@@ -47,7 +47,7 @@ constexpr int kFormat52 = 2;
 // found again, nor written.
 enum class TVCaching { kCached, kTransient };
 
-// How far the destruction of an object goes: its record and its storage go too, or memory alone
+// How far the destruction of an object reaches: its record and its storage too, or memory alone
 // follows what another hand did to the files.
 enum class TVRemoval { kStored, kMemoryOnly };
 
@@ -87,7 +87,7 @@ class TVObject : public VObject {
   virtual int writeNewChild(TVHandle& context, TVStorageLock& ownerLock);
   // Reads this object's children, each through mergeIntoCache(). `lock` is null outside an edit.
   virtual int readData(TVHandle& context, TVStorageLock* lock);
-  // Whether the last readData() met all that is stored; what it did not meet goes only then.
+  // Whether the last readData() met all that is stored; what it did not meet is dropped only then.
   virtual bool readWasComplete() const { return true; }
   // Whether an edit under `lock` may go on after the last read. Reports why not.
   virtual bool mayUpdate(TVHandle& context, TVStorageLock& lock);
@@ -150,7 +150,7 @@ class TVObject : public VObject {
   VBool beginEdit(TVHandle& context);
   // Writes the children if the object is dirty, and gives the storage up. True where all is stored.
   // Where it is not, the children are read again before this returns, and memory shows what is
-  // stored: a new child goes, with its handles, a destroyed one is back as a new object, and the
+  // stored: a new child is gone, with its handles, a destroyed one is back as a new object, and the
   // others have their stored values. What can't be read then stays as it is until it can.
   // False also for a deleted object and without an edit.
   VBool endEdit(TVHandle& context);

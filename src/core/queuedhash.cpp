@@ -1,6 +1,6 @@
 // core/queuedhash.cpp: the queue beside the table.
 //
-// The table tells of every value that comes, goes or is found; the queue, whose links lie in the
+// The table tells of every value that enters, leaves or is found; the queue, whose links lie in the
 // values, follows. Walks follow the queue too, and step off a value before it leaves. Its test:
 // queuedhash_test.cpp.
 #include "core/queuedhash.h"
@@ -40,7 +40,7 @@ int TVQueuedHash::resize(int bucketCount) {
 void TVQueuedHash::trimTo(int count) {
   while (size() > count) {
     VObject* oldest = oldest_;
-    if (removeIdentical(oldest) == nullptr) return;  // Its key changed behind the table's back.
+    if (removeIdentical(oldest) == nullptr) return;  // Its key changed without a word to the table.
     delete oldest;
   }
 }

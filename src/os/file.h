@@ -4,7 +4,7 @@
 // Paths are the system's own. Nothing here waits for another process, not even for the other end of
 // a pipe; what a signal interrupts is done again.
 //
-// Holding. A lock belongs to the open file: it goes with close() and with the process, and two open
+// Holding. A lock belongs to the open file: it ends with close() and with the process, and two open
 // files of one process exclude each other too. It is a lock on the file that was opened, while
 // others know a file by its path and may have put another one there: so after a lock is granted,
 // isNamedBy() tells whether it is the one to work on. Other machines may change the file as well,

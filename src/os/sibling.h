@@ -58,7 +58,7 @@ class SiblingFile {
   // may be null, becomes the file, open and locked.
   FileResult finish(Naming naming, Safety safety, File* finished);
 
-  // Does all of that for a file that is to hold `bytes`. `old` is the one that goes, open for
+  // Does all of that for a file that is to hold `bytes`. `old` is the one to be replaced, open for
   // updating, null if there is none. Where no sibling could be opened, or it can't take over the
   // old one's rights, the old one is written where it stands. *placed, which may be null, becomes
   // the new file, open and locked; it is closed if that is the old one. With any result but kDone

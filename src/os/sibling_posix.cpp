@@ -38,7 +38,7 @@ bool changeOwner(int descriptor, uid_t owner, gid_t group) {
   return uninterrupted([=] { return ::fchown(descriptor, owner, group); }) == 0;
 }
 
-// Writes `bytes` over the content of `file`, and syncs it. What goes after the old end is written
+// Writes `bytes` over the content of `file`, and syncs it. What comes after the old end is written
 // first, so a full disk leaves the content as it was.
 bool overwriteInPlace(const File& file, std::string_view bytes) {
   const std::string_view start = bytes.substr(0, file.size());
