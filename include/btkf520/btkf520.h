@@ -1,8 +1,8 @@
 /* btkf520.h: the archive toolkit: archives of revisions, their configuration, users and promotion
  * models.
  *
- * Plain C99. The toolkit keeps one state for the whole process: the current configuration, the
- * registered functions, nothing else. docs/configuration.md describes the configuration language,
+ * Plain C99. All that one call leaves to the next is a state: the current configuration and the
+ * registered functions. docs/configuration.md describes the configuration language,
  * docs/reports.md the forms of reports and differences, docs/archive-format.md the archive file.
  *
  * Threads    one at a time; the caller sees to it.
@@ -93,6 +93,28 @@ TRVS_EXPORT int32_t TrvsInit(const char* application);
 
 /* Enables the toolkit. There is nothing to check: always gives TRVS_DONE. */
 TRVS_EXPORT int32_t TrvsOEMEnable(void);
+
+/* ---- States ----
+ *
+ * All functions work in the state that is in place. That is one which the toolkit makes itself,
+ * until a client puts another there. A library that uses the toolkit, in a program that may use it
+ * too, keeps a state of its own: it puts that in place for each of its calls and the program's back
+ * after it, so that neither sees the other's configuration or has the other's functions asked. */
+
+typedef struct TrvsState TrvsState; /* Opaque. */
+
+/* Makes a state with the defaults of the configuration and nothing registered. It is the caller's,
+ * who gives it to TrvsFreeState. */
+TRVS_EXPORT int32_t TrvsNewState(TrvsState** state);
+
+/* Puts *state in place, and hands out in *state the one that was there. Does not fail with a state
+ * that TrvsNewState made. A callback may do so too, if it puts the old one back before it
+ * returns. */
+TRVS_EXPORT int32_t TrvsExchangeState(TrvsState** state);
+
+/* Frees a state; null is none. The one that is in place stays: TRVS_MISUSE. No function may be at
+ * work in it. */
+TRVS_EXPORT int32_t TrvsFreeState(TrvsState* state);
 
 /* ---- Callbacks ---- */
 

@@ -129,6 +129,29 @@ TEST_F(Session, CallbacksHaveThirteenIds) {
   EXPECT_EQ(known, "1 3 4 5 6 9 10 16 17 18 19 20 23 ");
 }
 
+TEST_F(Session, StatesKnowNothingOfOneAnother) {
+  load("VCSDIR=first\n");
+  TrvsState* state = nullptr;
+  ASSERT_EQ(TrvsNewState(&state), 0);
+  TrvsState* const second = state;
+  ASSERT_EQ(TrvsExchangeState(&state), 0);
+  EXPECT_EQ(directories(), "");
+  load("NONSENSE\nVCSDIR=second\n");
+  EXPECT_EQ(told(), "") << "nothing is registered here";
+  EXPECT_EQ(TrvsFreeState(second), 10) << "in place";
+  ASSERT_EQ(TrvsExchangeState(&state), 0);
+  EXPECT_EQ(state, second);
+  EXPECT_EQ(directories(), "first");
+  load("NONSENSE\n");
+  EXPECT_EQ(told(), "line@1");
+  EXPECT_EQ(TrvsFreeState(second), 0);
+  state = nullptr;
+  EXPECT_EQ(TrvsExchangeState(&state), 10);
+  EXPECT_EQ(TrvsExchangeState(nullptr), 10);
+  EXPECT_EQ(TrvsNewState(nullptr), 10);
+  EXPECT_EQ(TrvsFreeState(nullptr), 0);
+}
+
 // The test's drive: "P:\name" is a file of the directory, everything else is nowhere.
 std::string theDrive;
 int theCalls = 0;

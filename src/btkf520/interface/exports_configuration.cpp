@@ -1,10 +1,11 @@
-// btkf520/interface/exports_configuration.cpp: the C functions about configuration, callbacks and
-// users.
+// btkf520/interface/exports_configuration.cpp: the C functions about states, and about what one
+// holds: configuration, callbacks and users.
 //
 // What the functions promise is told in btkf520.h; the work is done by Surroundings and what stands
 // in it.
 #include <optional>
 #include <string>
+#include <utility>
 
 #include "btkf520/btkf520.h"
 #include "btkf520/interface/boundary.h"
@@ -33,11 +34,40 @@ std::optional<std::string> itemText(int32_t item) {
   }
 }
 
+// What a client holds is one of ours.
+Surroundings* stateOf(TrvsState* state) { return reinterpret_cast<Surroundings*>(state); }
+TrvsState* tokenOf(Surroundings* state) { return reinterpret_cast<TrvsState*>(state); }
+
 bool isReadMode(int32_t mode) {
   return mode == TRVS_READ_FIRST || mode == TRVS_READ_FOLLOWING || mode == TRVS_READ_MASTER;
 }
 
 }  // namespace
+
+int32_t TrvsNewState(TrvsState** state) {
+  return guarded([&] {
+    if (state == nullptr) return TRVS_MISUSE;
+    Surroundings::place();  // So that no exchange has to make the first one.
+    *state = tokenOf(new Surroundings);
+    return TRVS_DONE;
+  });
+}
+
+int32_t TrvsExchangeState(TrvsState** state) {
+  return guarded([&] {
+    if (state == nullptr || *state == nullptr) return TRVS_MISUSE;
+    *state = tokenOf(std::exchange(Surroundings::place(), stateOf(*state)));
+    return TRVS_DONE;
+  });
+}
+
+int32_t TrvsFreeState(TrvsState* state) {
+  return guarded([&] {
+    if (stateOf(state) == Surroundings::place()) return TRVS_MISUSE;
+    delete stateOf(state);
+    return TRVS_DONE;
+  });
+}
 
 int32_t TrvsInit(const char* /*application*/) {
   return guarded([] { return btkf::userId() ? TRVS_DONE : TRVS_NO_USER_ID; });

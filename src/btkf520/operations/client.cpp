@@ -21,17 +21,16 @@ bool Client::registerCallback(int32_t id, TrvsCallback callback) {
   if (std::find(std::begin(kCallbackIds), std::end(kCallbackIds), id) == std::end(kCallbackIds)) {
     return false;
   }
-  callbacks_[id] = callback;
+  callbacks_[static_cast<size_t>(id)] = callback;
   return true;
 }
 
 // The client's function for `id` as the type that it really has, null for none.
 template <typename Callback>
 Callback Client::registered(int32_t id) const {
-  const auto found = callbacks_.find(id);
-  if (found == callbacks_.end()) return nullptr;
   // By way of the one function type that compilers let stand for all others.
-  return reinterpret_cast<Callback>(reinterpret_cast<void (*)()>(found->second));
+  return reinterpret_cast<Callback>(
+      reinterpret_cast<void (*)()>(callbacks_[static_cast<size_t>(id)]));
 }
 
 // What the client stores is given back in any case.

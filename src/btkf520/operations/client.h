@@ -1,8 +1,8 @@
 // btkf520/operations/client.h: what the toolkit asks and tells its client.
 #pragma once
 
+#include <array>
 #include <cstdint>
-#include <map>
 #include <string>
 
 #include "btkf520/btkf520.h"
@@ -43,7 +43,7 @@ class Client {
   bool confirms(int32_t id, const std::string& first, const std::string& second,
                 std::string* answer) const;
 
-  std::map<int32_t, TrvsCallback> callbacks_;
+  std::array<TrvsCallback, 24> callbacks_ = {};  // By id; some ids have no meaning.
 };
 
 }  // namespace btkf

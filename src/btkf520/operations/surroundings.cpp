@@ -15,9 +15,9 @@ constexpr size_t kLongestSystemPath = 65536;
 
 }  // namespace
 
-Surroundings& Surroundings::current() {
-  static auto* const surroundings = new Surroundings;
-  return *surroundings;
+Surroundings*& Surroundings::place() {
+  static auto* current = new Surroundings;
+  return current;
 }
 
 TrvsStatus Surroundings::load(const std::string& path, TrvsReadMode mode) {

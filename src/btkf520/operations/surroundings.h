@@ -18,9 +18,11 @@ namespace btkf {
 // a status.
 class Surroundings final : private ConfigurationHost {
  public:
-  // The one that all operations work in at present. It is made at first use and never destroyed, so
-  // that calls late in a process's life still find it.
-  static Surroundings& current();
+  // The one that all operations work in at present. The first is made at first use and never
+  // destroyed, so that calls late in a process's life still find it.
+  static Surroundings& current() { return *place(); }
+  // Where the current one stands: a client may put one of its own there.
+  static Surroundings*& place();
 
   const Configuration& configuration() const { return configuration_; }
   Client& client() { return client_; }
