@@ -134,8 +134,8 @@ void TVArchiveMember52::forgetTrunk() {
   for (TVObject* child : childrenInOrder()) static_cast<TVBranch52*>(child)->clear();
 }
 
+// Without a bracket: it is the same in any state, and needs no configuration to be read.
 void TVArchiveMember52::giveBack(TrvsRevTree* tree) {
-  TVToolkitBracket bracket(theNullHandle());
   static_cast<void>(TrvsRevTreeInfo(TRVS_CONTEXT, nullptr, &tree, TRVS_TREE_RETURN));
 }
 

@@ -2,6 +2,8 @@
 #include "toolkit/bracket.h"
 
 #include <atomic>
+#include <new>
+#include <utility>
 
 #include "btkf520/btkf520.h"
 #include "core/result.h"
@@ -29,6 +31,10 @@ int32_t resolvePath(const char* text, char* buffer, int32_t size) {
   }
 }
 
+VString missingFileMessage(const TVProjectConfig& config) {
+  return FolderFileMessage(kFolderFileMissing, config.path.text());
+}
+
 void registerWithToolkit() {
   TrvsRegisterPathResolver(resolvePath);
   RegisterToolkitCallbacks();
@@ -52,29 +58,43 @@ TVHandle& TVToolkitSession::Sink() const { return sink_ == nullptr ? theNullHand
 // The wait only stops a bad nesting from going on: no callback calls an operation that enters.
 VBool TVToolkitSession::enter(TVHandle& context) {
   while (busy_) std::atomic_signal_fence(std::memory_order_seq_cst);
+  if (state_ == nullptr) makeState();
+  exchangeStates();
   busy_ = true;
   sink_ = &context;
   try {
     load(context);
   } catch (...) {
-    projectFile_ = TVProjectConfig();  // Nobody knows what is loaded now.
     leave();
     throw;
   }
   return true;
 }
 
+void TVToolkitSession::makeState() {
+  if (TrvsNewState(&state_) != 0) throw std::bad_alloc();
+  exchangeStates();
+  registerWithToolkit();
+  exchangeStates();
+}
+
+// Can't fail with a state that the toolkit made.
+void TVToolkitSession::exchangeStates() noexcept { static_cast<void>(TrvsExchangeState(&state_)); }
+
 void TVToolkitSession::load(TVHandle& context) {
   const bool none = context.isNull();
-  const TVProjectConfig project = none ? theEmptyConfig() : context.object()->projectConfig();
-  const TVProjectConfig root = none ? theEmptyConfig() : context.object()->rootConfig();
+  TVProjectConfig project = none ? theEmptyConfig() : context.object()->projectConfig();
+  TVProjectConfig root = none ? theEmptyConfig() : context.object()->rootConfig();
   if (isLoaded(project, root)) return;
-  projectFile_ = project;
-  rootFile_ = root;
-  projectFile_.recordTime();  // Before the load: what changes meanwhile is loaded again.
-  rootFile_.recordTime();
-  // A bad directive has been reported by the toolkit. The call goes on with what could be read.
-  static_cast<void>(LoadConfiguration(root.path, project.path, LocalFile::kLeftOut, context));
+  projectFile_ = TVProjectConfig();  // Nobody knows what is loaded until all is read.
+  project.recordTime();              // Before the load: what changes meanwhile is loaded again.
+  root.recordTime();
+  // The call goes on with what could be read, and the next bracket tries once more.
+  const Loaded loaded = LoadConfiguration(root.path, project.path, LocalFile::kLeftOut);
+  if (loaded == Loaded::kFailed) return;
+  if (loaded == Loaded::kProjectMissing) tellLater(missingFileMessage(project));
+  projectFile_ = std::move(project);
+  rootFile_ = std::move(root);
 }
 
 bool TVToolkitSession::isLoaded(const TVProjectConfig& project, const TVProjectConfig& root) const {
@@ -83,8 +103,17 @@ bool TVToolkitSession::isLoaded(const TVProjectConfig& project, const TVProjectC
 }
 
 VBool TVToolkitSession::leave() {
+  TVHandle& context = Sink();
+  const std::vector<VString> errors = std::exchange(errors_, {});
+  exchangeStates();
   busy_ = false;
   sink_ = nullptr;
+  for (const VString& error : errors) {
+    try {
+      context.sink().error(context, error);
+    } catch (...) {  // The call that it is about is over.
+    }
+  }
   return true;
 }
 
@@ -107,9 +136,12 @@ int fetchUser(TVHandle& context, VString* user) {
 
 VBool EnableToolkit(TVErrorSink& sink) {
   TVHandle context(&sink, nullptr);
-  TVToolkitBracket bracket(context);
-  const int32_t status = TrvsOEMEnable();
-  registerWithToolkit();
+  int32_t status;
+  {
+    TVToolkitBracket bracket(context);
+    status = TrvsOEMEnable();
+    registerWithToolkit();
+  }
   if (status != TRVS_DONE) sink.error(context, FolderMessage(kFolderLicence));
   return status == TRVS_DONE;
 }
@@ -117,16 +149,30 @@ VBool EnableToolkit(TVErrorSink& sink) {
 VBool StartToolkit(TVErrorSink& sink) {
   TVHandle context(&sink, nullptr);
   { TVToolkitBracket loadOnly(context); }
-  TVToolkitBracket bracket(context);
-  const int32_t status = TrvsInit("TVGUI");
-  if (status != TRVS_DONE) {
-    sink.error(context, ToolkitMessage(status, nullptr));
-    return false;
+  int32_t status;
+  {
+    TVToolkitBracket bracket(context);
+    status = TrvsInit("TVGUI");
+    if (status == TRVS_DONE) {
+      registerWithToolkit();
+      char user[kUserSize] = {};
+      static_cast<void>(askForUser(user));  // What it says is the toolkit's affair.
+    }
   }
-  registerWithToolkit();
-  char user[kUserSize] = {};
-  static_cast<void>(askForUser(user));  // What it says is the toolkit's affair.
-  return true;
+  if (status != TRVS_DONE) sink.error(context, ToolkitMessage(status, nullptr));
+  return status == TRVS_DONE;
+}
+
+VBool useInClientState(TVHandle& context) {
+  if (context.isNull()) return false;
+  TrvsRegisterPathResolver(resolvePath);
+  const TVProjectConfig project = context.object()->projectConfig();
+  const Loaded loaded =
+      LoadConfiguration(context.object()->rootConfig().path, project.path, LocalFile::kLeftOut);
+  if (loaded == Loaded::kProjectMissing) {
+    context.sink().error(context, missingFileMessage(project));
+  }
+  return loaded != Loaded::kFailed;
 }
 
 void SetGlobalHandler(TVErrorSink* sink) { theNullHandle().setSink(sink); }

@@ -1,12 +1,20 @@
-// toolkit/bracket.h: the one place that owns the toolkit's process-wide state.
+// toolkit/bracket.h: the one place that owns what the library leaves in the toolkit.
 //
-// The toolkit knows one current configuration and one set of callbacks. So every toolkit call
-// stands between enter() and leave(): these make the caller's sink the target of the callbacks, and
-// see to it that the configuration files of the object that is worked on are loaded.
+// The toolkit works in one state at a time: a configuration and a set of callbacks. The library has
+// a state of its own, so that a program that uses the toolkit itself finds its own as it left it.
+// Every toolkit call stands between enter() and leave(). These put the library's state in place and
+// the client's back, make the caller's sink the target of the callbacks, and see to it that the
+// configuration files of the object that is worked on are loaded. A sink is the client's code: it
+// runs in the client's state, and is told messages once the bracket is left, so that it may use the
+// library then.
 #pragma once
+
+#include <vector>
 
 #include "base/vbool.h"
 #include "core/handle.h"
+
+struct TrvsState;
 
 namespace foldapi {
 
@@ -15,23 +23,32 @@ class TVToolkitSession {
   static TVToolkitSession& Instance();
 
   // Waits for the one before to leave; reads the configuration of the handle's object again only if
-  // it is another one, or changed. `context` stays the caller's. Where that throws, the bracket is
-  // left.
+  // it is another one, changed, or could not be read. `context` stays the caller's. Where that
+  // throws, the bracket is left.
   VBool enter(TVHandle& context);
+  // Tells the sink what was kept for it. What it throws then is dropped.
   VBool leave();
   // Where callbacks report to: the context of the present bracket, else the null handle.
   TVHandle& Sink() const;
 
+  // Keeps an error for the sink until the bracket is left.
+  void tellLater(const VString& error) { errors_.push_back(error); }
+  // In a bracket: puts the client's state in place, and the library's when called again.
+  void exchangeStates() noexcept;
+
  private:
   TVToolkitSession() = default;
 
+  void makeState();
   void load(TVHandle& context);
   bool isLoaded(const TVProjectConfig& project, const TVProjectConfig& root) const;
 
   bool busy_ = false;
   TVProjectConfig projectFile_;
   TVProjectConfig rootFile_;
-  TVHandle* sink_ = nullptr;  // Not owned.
+  TVHandle* sink_ = nullptr;    // Not owned.
+  TrvsState* state_ = nullptr;  // The one that isn't in place: the library's between brackets.
+  std::vector<VString> errors_;
 };
 
 // A bracket for the length of a block.
@@ -58,6 +75,10 @@ class TVToolkitBracket {
 // library calls it.
 [[nodiscard]] VBool StartToolkit(TVErrorSink& sink);
 void RegisterToolkitCallbacks();
+// Loads the configuration of the handle's object into the client's own state of the toolkit, and
+// has paths there translated as the library does. False if a file can't be read. To be called
+// outside of brackets.
+[[nodiscard]] VBool useInClientState(TVHandle& context);
 // Makes `sink` the sink of operations that report through the null handle; null the default one.
 void SetGlobalHandler(TVErrorSink* sink);
 

@@ -1,5 +1,6 @@
 // toolkit/callbacks.cpp: what the toolkit asks and tells while it runs, handed to the sink of the
-// present bracket. No exception leaves for the toolkit: out of memory is a refusal.
+// present bracket; messages are kept until it is left. No exception leaves for the toolkit: out of
+// memory is a refusal.
 #include <cstdlib>
 #include <cstring>
 
@@ -11,11 +12,32 @@ namespace foldapi {
 
 namespace {
 
+// The client's state for the length of a block.
+class ClientState {
+ public:
+  ClientState() { TVToolkitSession::Instance().exchangeStates(); }
+  ClientState(const ClientState&) = delete;
+  ClientState& operator=(const ClientState&) = delete;
+  ~ClientState() { TVToolkitSession::Instance().exchangeStates(); }
+};
+
 // Runs `ask` on the context of the bracket.
 template <typename Ask>
 int32_t answered(Ask ask) {
   try {
+    const ClientState outside;
     return ask(TVToolkitSession::Instance().Sink());
+  } catch (...) {
+    return TRVS_REFUSE;
+  }
+}
+
+// Keeps what `message` gives for the sink.
+template <typename Message>
+int32_t kept(Message message) {
+  try {
+    TVToolkitSession::Instance().tellLater(message());
+    return TRVS_GO_ON;
   } catch (...) {
     return TRVS_REFUSE;
   }
@@ -105,29 +127,21 @@ int32_t onNotifyFour(const char* first, const char* second, const char* third, c
 }
 
 int32_t onBadDirective(int32_t code, const char* line, const char* file, int32_t number) {
-  return answered([=](TVHandle& context) {
+  return kept([=] {
     const VString explanation = ToolkitMessage(code, nullptr);
     const VString lineText = line;
     const VString fileName = file;
-    context.sink().error(context,
-                         DirectiveMessage(kFolderDirective, lineText.isEmpty() ? 0 : number,
-                                          fileName.text(), lineText.text(), explanation.text()));
-    return TRVS_GO_ON;
+    return DirectiveMessage(kFolderDirective, lineText.isEmpty() ? 0 : number, fileName.text(),
+                            lineText.text(), explanation.text());
   });
 }
 
 int32_t onMessage(int32_t code) {
-  return answered([=](TVHandle& context) {
-    context.sink().error(context, ToolkitMessage(code, nullptr));
-    return TRVS_GO_ON;
-  });
+  return kept([=] { return ToolkitMessage(code, nullptr); });
 }
 
 int32_t onText(const char* text) {
-  return answered([=](TVHandle& context) {
-    context.sink().error(context, text);
-    return TRVS_GO_ON;
-  });
+  return kept([=] { return VString(text); });
 }
 
 template <typename Function>

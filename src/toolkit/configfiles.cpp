@@ -34,25 +34,23 @@ void forgetConfiguration() { static_cast<void>(readConfiguration("", TRVS_READ_F
 
 }  // namespace
 
-VBool LoadConfiguration(const VPathString& rootPath, const VPathString& projectPath,
-                        LocalFile local, TVHandle& context) {
+Loaded LoadConfiguration(const VPathString& rootPath, const VPathString& projectPath,
+                         LocalFile local) {
   int32_t mode = TRVS_READ_FIRST;
   if (fileExists(rootPath.view())) {
-    if (!readConfiguration(rootPath.text(), TRVS_READ_MASTER)) return false;
+    if (!readConfiguration(rootPath.text(), TRVS_READ_MASTER)) return Loaded::kFailed;
     mode = TRVS_READ_FOLLOWING;
   }
   const bool hasOwnFile = compareNoCase(projectPath.view(), rootPath.view()) != 0;
-  if (hasOwnFile && fileExists(projectPath.view())) {
-    if (!readConfiguration(projectPath.text(), mode)) return false;
-  } else {
-    // Without any file the settings of the project before must not stay.
-    if (mode == TRVS_READ_FIRST) forgetConfiguration();
-    if (hasOwnFile) {
-      context.sink().error(context, FolderFileMessage(kFolderFileMissing, projectPath.text()));
-    }
+  const bool isMissing = hasOwnFile && !fileExists(projectPath.view());
+  if (hasOwnFile && !isMissing) {
+    if (!readConfiguration(projectPath.text(), mode)) return Loaded::kFailed;
+  } else if (mode == TRVS_READ_FIRST) {
+    forgetConfiguration();  // The settings of the project before must not stay.
   }
-  if (local == LocalFile::kLeftOut || !fileExists("vcs.cfg")) return true;
-  return readConfiguration("vcs.cfg", TRVS_READ_FOLLOWING);
+  const bool readsLocal = local == LocalFile::kRead && fileExists("vcs.cfg");
+  if (readsLocal && !readConfiguration("vcs.cfg", TRVS_READ_FOLLOWING)) return Loaded::kFailed;
+  return isMissing ? Loaded::kProjectMissing : Loaded::kAll;
 }
 
 int32_t QueryConfigurationItem(int32_t item, std::string* answer) {

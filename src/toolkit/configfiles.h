@@ -13,12 +13,15 @@ namespace foldapi {
 // Whether "vcs.cfg" in the current directory counts. Nothing in the library reads it.
 enum class LocalFile { kLeftOut, kRead };
 
-// Has the toolkit read the root's file, then the project's, then the local one. Later files
-// override earlier ones. False when one could not be taken in. A project file that is missing is
-// reported, and nothing more. With neither of the first two files the toolkit is left with its
-// defaults.
-[[nodiscard]] VBool LoadConfiguration(const VPathString& rootPath, const VPathString& projectPath,
-                                      LocalFile local, TVHandle& context);
+// What came of a load: all files that are there were taken in; the same, but the project's is not
+// there; one could not be taken in, and what comes after it was not read.
+enum class Loaded { kAll, kProjectMissing, kFailed };
+
+// Has the toolkit read the root's file, then the project's, then the local one, in the state that
+// is in place. Later files override earlier ones. With neither of the first two files the toolkit
+// is left with its defaults.
+[[nodiscard]] Loaded LoadConfiguration(const VPathString& rootPath, const VPathString& projectPath,
+                                       LocalFile local);
 
 // Fetches a TrvsItem into a growing buffer, inside a bracket of the caller's. Gives the toolkit's
 // status; *answer, which changes only with 0, is the whole buffer, nulls included.

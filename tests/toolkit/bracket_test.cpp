@@ -2,10 +2,11 @@
 #include "toolkit/bracket.h"
 
 #include <gtest/gtest.h>
+#include <sys/resource.h>
 
-#include "domain/archivemember.h"
 #include "domain/projectfolder.h"
 #include "domain/projectroot.h"
+#include "store/52arfld.h"
 #include "support/files.h"
 #include "support/recordingsink.h"
 #include "toolkit/configfiles.h"
@@ -39,10 +40,17 @@ class ToolkitSession : public testing::Test {
   TVHandle project(const char* name) {
     return make<TVProjectFolder>(name, TVProjectConfig(path(name)), "", "", root.object());
   }
-  // What one bracket has the toolkit read, paths without their directory.
+  // What one bracket has the toolkit read.
   std::string bracket(TVHandle& handle) {
     { TVToolkitBracket scope(handle); }
-    std::string calls = fakeToolkit().readCalls();
+    return shortened(fakeToolkit().readCalls());
+  }
+  static std::string dirs(TVHandle& handle) {
+    TVToolkitBracket scope(handle);
+    return configurationText(TRVS_ITEM_ARCHIVE_DIRECTORIES).str();
+  }
+  // Paths without their directory.
+  std::string shortened(std::string calls) const {
     for (size_t at; (at = calls.find(directory / "")) != std::string::npos;) {
       calls.erase(at, (directory / "").size());
     }
@@ -73,33 +81,91 @@ TEST_F(ToolkitSession, LoadsOnceForTheSameUntouchedFiles) {
   EXPECT_EQ(bracket(motor), "");
   EXPECT_EQ(bracket(pump), "10 master.cfg\n9 pump.cfg\n");
   EXPECT_EQ(bracket(motor), kMotor);
-  std::string dirs;
-  ASSERT_EQ(QueryConfigurationItem(TRVS_ITEM_ARCHIVE_DIRECTORIES, &dirs), 0);
-  EXPECT_STREQ(dirs.c_str(), "other");
+  EXPECT_EQ(dirs(motor), "other");
   EXPECT_EQ(bracket(empty), "8 \n");
   EXPECT_EQ(bracket(empty), "");
 }
 
-// A real fault: the bracket was never left, and the next one waited for ever.
-TEST_F(ToolkitSession, IsLeftWhenTheLoadThrows) {
-  struct ThrowingSink : TVErrorSink {
-    void error(TVHandle&, const VString&) override { throw std::bad_alloc(); }
-  } throwing;
-  TVHandle late = project("late");
-  TVHandle context(&throwing, late.object());
-  EXPECT_THROW(TVToolkitBracket{context}, std::bad_alloc);
-  ASSERT_EQ(&TVToolkitSession::Instance().Sink(), &theNullHandle());
-  EXPECT_EQ(bracket(motor), "8 \n8 motor.cfg\n");
+// A real fault: the defaults held until another project was asked.
+TEST_F(ToolkitSession, LoadsOnceMoreWhatCouldNotBeRead) {
+  rlimit files;
+  ASSERT_EQ(getrlimit(RLIMIT_NOFILE, &files), 0);
+  const rlimit none = {0, files.rlim_max};
+  ASSERT_EQ(setrlimit(RLIMIT_NOFILE, &none), 0);
+  const std::string calls = bracket(motor);
+  ASSERT_EQ(setrlimit(RLIMIT_NOFILE, &files), 0);
+  EXPECT_EQ(calls, "8 motor.cfg\n");
+  EXPECT_EQ(bracket(motor), "8 motor.cfg\n");
+  EXPECT_EQ(dirs(motor), "motor");
+  EXPECT_EQ(bracket(motor), "");
+}
+
+// A real fault: giving the tree back read the configuration of no object, and the next open that of
+// the project again.
+TEST_F(ToolkitSession, ReadsNothingAgainForAnArchiveThatIsOpenedAgain) {
+  ASSERT_EQ(TrvsCreateArchive((directory / "a_v").c_str(), "a.c", nullptr, nullptr, 0, 0), 0);
+  TVHandle member = make<TVArchiveMember52>(
+      TVMemberNames{VPathString(directory.path()), "a_v", "w", "a.c"}, motor.object());
+  for (const char* calls : {"8 motor.cfg\n", ""}) {
+    member.open();
+    member.close();
+    EXPECT_EQ(shortened(fakeToolkit().readCalls()), calls);
+  }
+}
+
+// Uses the library whenever it is told a message, and fails.
+struct UsingSink : support::RecordingSink {
+  void error(TVHandle& from, const VString& text) override {
+    RecordingSink::error(from, text);
+    { TVToolkitBracket scope(*other); }
+    throw std::bad_alloc();
+  }
+  TVHandle* other = nullptr;
+};
+
+// A real fault: a sink that was told in a bracket waited for ever for another one.
+TEST_F(ToolkitSession, TellsMessagesOnceItIsLeft) {
+  writeFile(path("bad"), "NONSENSE = 1\nVCSDIR = bad\n");
+  UsingSink user;
+  user.other = &pump;
+  for (const auto& [name, told] :
+       {std::pair("late", "error File "), {"bad", "error Error reading a directive on line 1"}}) {
+    TVHandle object = project(name);
+    TVHandle context(&user, object.object());
+    bracket(context);
+    EXPECT_EQ(user.told().find(told), 0u) << name;
+    EXPECT_EQ(&TVToolkitSession::Instance().Sink(), &theNullHandle());
+    EXPECT_EQ(bracket(pump), "") << "loaded by the sink";
+  }
+}
+
+// A sink is the client's code: it asks the toolkit in the client's own state.
+TEST_F(ToolkitSession, RunsSinksInTheClientsState) {
+  struct AskingSink : TVErrorSink {
+    int canContinue(TVHandle&) override {
+      return configurationText(TRVS_ITEM_ARCHIVE_DIRECTORIES).view() == "client" ? 1 : 0;
+    }
+  } asking;
+  writeFile(path("client"), "VCSDIR = client\n");
+  ASSERT_EQ(TrvsQueryConfiguration(path("client").c_str(), 0, 0, TRVS_READ_FIRST), 0);
+  TVHandle context(&asking, motor.object());
+  const std::string archive = directory / "a_v";
+  {
+    TVToolkitBracket scope(context);
+    EXPECT_EQ(TrvsCreateArchive(archive.c_str(), "a.c", nullptr, nullptr, 0, 0), 0);
+    EXPECT_EQ(configurationText(TRVS_ITEM_ARCHIVE_DIRECTORIES).view(), "motor");
+  }
+  EXPECT_EQ(configurationText(TRVS_ITEM_ARCHIVE_DIRECTORIES).view(), "client");
 }
 
 // Calls registered functions as the toolkit does: by id, with the arguments of that id.
 class ToolkitCallbacks : public ToolkitSession {
  protected:
   ToolkitCallbacks() {
+    TVToolkitSession::Instance().enter(empty);
     fakeToolkit().registeredCallbacks();
     RegisterToolkitCallbacks();
     registered_ = fakeToolkit().registeredCallbacks();
-    TVToolkitSession::Instance().enter(empty);
   }
   ~ToolkitCallbacks() override { TVToolkitSession::Instance().leave(); }
 
@@ -136,12 +202,13 @@ TEST_F(ToolkitCallbacks, MapAnswersToResults) {
   EXPECT_EQ(sink.told(), "two a||5\n");
   EXPECT_EQ(answers<TrvsNotifyFourCallback>(TRVS_CALLBACK_OPERATION, "a", "b", "c", "d", 5), 0);
   EXPECT_EQ(sink.told(), "four a|b|c|d|5\n");
-  EXPECT_EQ(answers<TrvsMessageCallback>(TRVS_CALLBACK_MESSAGE, 2), 0);
-  EXPECT_EQ(sink.told(), "error Cannot find archive.\n");
-  EXPECT_EQ(answers<TrvsTextCallback>(TRVS_CALLBACK_TEXT, "text"), 0);
-  EXPECT_EQ(sink.told(), "error text\n");
   EXPECT_EQ(call<TrvsIdleCallback>(TRVS_CALLBACK_IDLE), 0);
+  EXPECT_EQ(call<TrvsMessageCallback>(TRVS_CALLBACK_MESSAGE, 2), 0);
+  EXPECT_EQ(call<TrvsTextCallback>(TRVS_CALLBACK_TEXT, "text"), 0);
   EXPECT_EQ(sink.told(), "");
+  TVToolkitSession::Instance().leave();
+  EXPECT_EQ(sink.told(), "error Cannot find archive.\nerror text\n");
+  TVToolkitSession::Instance().enter(empty);
 }
 
 TEST_F(ToolkitCallbacks, MapCodes) {

@@ -45,25 +45,22 @@ TEST_F(ToolkitConfiguration, ReadsMasterThenProjectThenLocal) {
     const char* project;
     LocalFile local;
     const char* calls;
-    const char* told;
-    bool result;
+    Loaded result;
     const char* dirs;
   } cases[] = {
-      {"root.cfg", "own.cfg", kLeftOut, "10 root.cfg\n9 own.cfg\n", "", true, "own"},
-      {"root.cfg", "own.cfg", kRead, "10 root.cfg\n9 own.cfg\n9 vcs.cfg\n", "", true, "local"},
-      {"", "own.cfg", kRead, "8 own.cfg\n9 vcs.cfg\n", "", true, "local"},
-      {"none.cfg", "own.cfg", kLeftOut, "8 own.cfg\n", "", true, "own"},
-      {"root.cfg", "ROOT.CFG", kLeftOut, "10 root.cfg\n", "", true, "master"},
-      {"root.cfg", "none.cfg", kLeftOut, "10 root.cfg\n", "error File none.cfg does not exist.\n",
-       true, "master"},
-      {"unreadable", "own.cfg", kLeftOut, "10 unreadable\n", "", false, ""},
-      {"root.cfg", "unreadable", kRead, "10 root.cfg\n9 unreadable\n", "", false, "master"},
+      {"root.cfg", "own.cfg", kLeftOut, "10 root.cfg\n9 own.cfg\n", Loaded::kAll, "own"},
+      {"root.cfg", "own.cfg", kRead, "10 root.cfg\n9 own.cfg\n9 vcs.cfg\n", Loaded::kAll, "local"},
+      {"", "own.cfg", kRead, "8 own.cfg\n9 vcs.cfg\n", Loaded::kAll, "local"},
+      {"none.cfg", "own.cfg", kLeftOut, "8 own.cfg\n", Loaded::kAll, "own"},
+      {"root.cfg", "ROOT.CFG", kLeftOut, "10 root.cfg\n", Loaded::kAll, "master"},
+      {"root.cfg", "none.cfg", kLeftOut, "10 root.cfg\n", Loaded::kProjectMissing, "master"},
+      {"unreadable", "own.cfg", kLeftOut, "10 unreadable\n", Loaded::kFailed, ""},
+      {"root.cfg", "unreadable", kRead, "10 root.cfg\n9 unreadable\n", Loaded::kFailed, "master"},
   };
   for (const auto& c : cases) {
     SCOPED_TRACE(std::string(c.root) + " " + c.project);
-    EXPECT_EQ(LoadConfiguration(c.root, c.project, c.local, context), c.result);
+    EXPECT_EQ(LoadConfiguration(c.root, c.project, c.local), c.result);
     EXPECT_EQ(fakeToolkit().readCalls(), c.calls);
-    EXPECT_EQ(sink.told(), c.told);
     EXPECT_EQ(configurationText(TRVS_ITEM_ARCHIVE_DIRECTORIES).str(), c.dirs);
   }
 }
@@ -76,21 +73,20 @@ TEST_F(ToolkitConfiguration, LeavesTheDefaultsWhereThereIsNoFile) {
     const char* root;
     const char* project;
     LocalFile local;
-    const char* told;
+    Loaded result;
   } cases[] = {
-      {"", "none.cfg", kLeftOut, "error File none.cfg does not exist.\n"},
-      {"gone.cfg", "none.cfg", kLeftOut, "error File none.cfg does not exist.\n"},
-      {"none.cfg", "NONE.cfg", kLeftOut, ""},
-      {"", "", kLeftOut, ""},
-      {"", "", kRead, ""},
+      {"", "none.cfg", kLeftOut, Loaded::kProjectMissing},
+      {"gone.cfg", "none.cfg", kLeftOut, Loaded::kProjectMissing},
+      {"none.cfg", "NONE.cfg", kLeftOut, Loaded::kAll},
+      {"", "", kLeftOut, Loaded::kAll},
+      {"", "", kRead, Loaded::kAll},
   };
   for (const auto& c : cases) {
     SCOPED_TRACE(std::string(c.root) + " " + c.project);
-    ASSERT_TRUE(LoadConfiguration("", "own.cfg", kLeftOut, context));
+    ASSERT_EQ(LoadConfiguration("", "own.cfg", kLeftOut), Loaded::kAll);
     ASSERT_EQ(configurationText(TRVS_ITEM_ARCHIVE_DIRECTORIES).str(), "own");
-    EXPECT_TRUE(LoadConfiguration(c.root, c.project, c.local, context));
+    EXPECT_EQ(LoadConfiguration(c.root, c.project, c.local), c.result);
     EXPECT_EQ(configurationText(TRVS_ITEM_ARCHIVE_DIRECTORIES).str(), "");
-    EXPECT_EQ(sink.told(), c.told);
   }
 }
 
