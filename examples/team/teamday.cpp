@@ -10,13 +10,6 @@ namespace team {
 
 namespace {
 
-// The path below the database's directory of what a data file calls "V:\pub\a.cfg".
-std::string relative(const Place& place, std::string text) {
-  text.erase(0, place.text("").size());
-  std::replace(text.begin(), text.end(), '\\', '/');
-  return text;
-}
-
 class Day {
  public:
   Day(const Place& place, const std::string& me) : place_(place), me_(me), team_(place) {}
@@ -47,10 +40,9 @@ class Day {
 
   void configure(TVHandle* project) {
     SetProjectVCSDirs(project, place_.text("vault/pump").c_str());
-    const std::string path = GetProjectCfgFile(project);
-    const std::string file = place_.path(relative(place_, path));
+    const std::string file = FoldapiNativePath(GetProjectCfgFile(project));
     writeFile(file, readFile(file) + "PROMOTE development = test\r\nPROMOTE test = production\r\n");
-    team_.useConfiguration(path);
+    team_.useProject(project);
     tell(me_, "configures its archive directory and the groups development, test and production");
   }
 

@@ -42,6 +42,17 @@ void writeWorkfile(const std::string& path, const std::string& text, const Momen
   std::filesystem::last_write_time(path, std::chrono::file_clock::from_sys(seconds));
 }
 
+// The toolkit takes the user's name from where its configuration says.
+constexpr const char* kMember = "TEAM_MEMBER";
+
+void nameUsers(const Place& place, int32_t readMode) {
+  const std::string path = place.path("member.cfg");
+  writeFile(path, std::string("USERID = ENVIRONMENT ") + kMember + "\n");
+  expectDone(TrvsQueryConfiguration(path.c_str(), 0, 0, readMode), "read the configuration");
+}
+
+void become(const std::string& member) { setenv(kMember, member.c_str(), 1); }
+
 }  // namespace
 
 std::string Place::text(std::string relative) const {
@@ -63,15 +74,11 @@ void writeFile(const std::string& path, const std::string& bytes) {
   if (!file) throw std::runtime_error("can't write " + path);
 }
 
-// The toolkit takes the user's name from where its configuration says, and a project that is opened
-// in between brings its own: so the configuration is read each time.
-void Teamwork::become(const std::string& member) {
-  const std::string path = place_.path("member.cfg");
-  std::string lines = "USERID = ENVIRONMENT TEAM_MEMBER\n";
-  if (!configuration_.empty()) lines += "INCLUDE " + configuration_ + "\n";
-  writeFile(path, lines);
-  setenv("TEAM_MEMBER", member.c_str(), 1);
-  expectDone(TrvsQueryConfiguration(path.c_str(), 0, 0, TRVS_READ_FIRST), "read the configuration");
+Teamwork::Teamwork(const Place& place) : place_(place) { nameUsers(place, TRVS_READ_FIRST); }
+
+void Teamwork::useProject(TVHandle* project) {
+  if (FoldapiUseProject(project) != 1) throw std::runtime_error(FoldapiLastMessage());
+  nameUsers(place_, TRVS_READ_FOLLOWING);
 }
 
 void Teamwork::create(const std::string& member, const File& file, const std::string& description,
@@ -79,7 +86,7 @@ void Teamwork::create(const std::string& member, const File& file, const std::st
   become(member);
   const std::filesystem::path path = place_.path(file.archive);
   std::filesystem::create_directories(path.parent_path());
-  expectDone(TrvsCreateArchive(archive(file).c_str(), place_.text(file.workfile).c_str(),
+  expectDone(TrvsCreateArchive(archive(file).c_str(), place_.path(file.workfile).c_str(),
                                description.c_str(), nullptr, packedTime(time), 0),
              "create " + file.archive);
 }
@@ -101,7 +108,7 @@ void Teamwork::checkIn(const std::string& member, const File& file, const CheckI
   writeWorkfile(
       place_.path(file.workfile),
       std::string("/* ") + what.change + " */\r\nint revision = " + what.number[2] + ";\r\n", time);
-  const std::string both = archive(file) + "(" + place_.text(file.workfile) + ")";
+  const std::string both = archive(file) + "(" + place_.path(file.workfile) + ")";
   expectDone(TrvsPutRevision(TRVS_CONTEXT, 0, both.c_str(), 0, what.number, nullptr, nullptr,
                              what.change, nullptr, nullptr, packedTime(time), 0),
              "check in " + file.workfile + " " + what.number);

@@ -7,6 +7,8 @@
 #include <filesystem>
 #include <string>
 
+#include "foldapi/foldapi.h"
+
 namespace team {
 
 // The directory of a database, which the data files call "V:\".
@@ -45,10 +47,10 @@ struct CheckIn {
 
 class Teamwork {
  public:
-  explicit Teamwork(const Place& place) : place_(place) {}
+  explicit Teamwork(const Place& place);
 
-  // Has the following done in the configuration of a project: its file as the project names it.
-  void useConfiguration(const std::string& path) { configuration_ = path; }
+  // Has the following done in the configuration of a project.
+  void useProject(TVHandle* project);
 
   void create(const std::string& member, const File& file, const std::string& description,
               const Moment& time);
@@ -62,11 +64,9 @@ class Teamwork {
   void promote(const std::string& member, const File& file, const char* group);
 
  private:
-  void become(const std::string& member);
-  std::string archive(const File& file) const { return place_.text(file.archive); }
+  std::string archive(const File& file) const { return place_.path(file.archive); }
 
   const Place& place_;
-  std::string configuration_;
 };
 
 }  // namespace team

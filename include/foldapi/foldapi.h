@@ -41,10 +41,10 @@
  *            null. Each lies in one of 16 buffers of the calling thread, used in turn: it outlasts
  *            15 more calls that give text, so copy what must last longer.
  *
- * Failure    Null, 0 or -1, as told at each function. No function gives a message, and none exits
- *            or throws. A function without a result shows success only by reading the value back:
- *            a change that could not be stored does not show. What it had made is removed,
- *            what it had destroyed is back under a new handle, and values are those on disk.
+ * Failure    Null, 0 or -1, as told at each function; FoldapiLastMessage tells why, where there is
+ * a message. No function exits or throws. A function without a result shows success only by reading
+ * the value back: a change that could not be stored does not show. What it had made is removed,
+ * what it had destroyed is back under a new handle, and values are those on disk.
  *
  * Paths      Separators are "\" and "/" alike. A drive ("V:") or a share ("\\server\share") is
  *            looked up in section [TRVSPATHS] of the profile KSTR.INI. Names on disk match without
@@ -59,6 +59,14 @@ extern "C" {
 #endif
 
 #define FOLDAPI_EXPORT __attribute__((visibility("default")))
+
+/* The version that this header describes; FoldapiVersion gives that of the loaded library. A client
+ * works with each library of the same major version that is not older. */
+#define FOLDAPI_VERSION_MAJOR 1
+#define FOLDAPI_VERSION_MINOR 0
+#define FOLDAPI_VERSION_PATCH 0
+#define FOLDAPI_VERSION \
+  (FOLDAPI_VERSION_MAJOR * 10000 + FOLDAPI_VERSION_MINOR * 100 + FOLDAPI_VERSION_PATCH)
 
 /* A place in the database: the root, a project, a folder or an archive. Opaque. */
 typedef struct TVHandle TVHandle;
@@ -308,6 +316,31 @@ FOLDAPI_EXPORT const char* GetLabelName(TVHandle* label);
 
 /* Does nothing: a label's name is set when it is created. */
 FOLDAPI_EXPORT void SetLabelName(TVHandle* label, const char* name);
+
+/* Beside the database. --------------------------------------------------------------------------*/
+
+/* FOLDAPI_VERSION of the library. */
+FOLDAPI_EXPORT int32_t FoldapiVersion(void);
+
+/* The messages of the calling thread's last call of another function, FoldapiVersion aside: one
+ * after the other, with a line end between two, at most 4095 bytes. "" if there was none, as after
+ * a find that found nothing. The text lies in a buffer of its own, and is good until that thread's
+ * next call of another function. */
+FOLDAPI_EXPORT const char* FoldapiLastMessage(void);
+
+/* A path text as a path of the operating system: see "Paths" above. Nothing needs to be there. ""
+ * for a drive or a share that the profile does not name. */
+FOLDAPI_EXPORT const char* FoldapiNativePath(const char* text);
+
+/* For a client that works on archives itself, through btkf520.h. The library leaves the client's
+ * own state there alone: its configuration, callbacks and path resolver. This function, and no
+ * other, changes it: it loads the configuration that the library would use for `project`, and has
+ * paths translated as the library does, for as long as the client registers nothing else. The
+ * client's callbacks stay, and are told of bad directives. What changes in the files later is not
+ * followed.
+ * Gives 1; 0 for a handle that is none of a project, which changes nothing, and for a configuration
+ * that can't be read, which leaves the defaults for what was not read. */
+FOLDAPI_EXPORT int32_t FoldapiUseProject(TVHandle* project);
 
 #ifdef __cplusplus
 }

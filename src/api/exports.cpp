@@ -310,4 +310,6 @@ void CreateLabel(TVHandle* revision, const char* name) {
 const char* GetLabelName(TVHandle* label) { return itemName(label); }
 
 // A label's name is set when it is created, and never again through this interface.
-void SetLabelName(TVHandle*, const char*) {}
+void SetLabelName(TVHandle*, const char*) {
+  api::guarded([] {});
+}

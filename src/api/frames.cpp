@@ -4,11 +4,20 @@
 #include <array>
 #include <string>
 
+#include "toolkit/messages.h"
+
 namespace foldapi::api {
 
 std::unique_ptr<TVChildList>& theParkedList() {
   static auto* list = new std::unique_ptr<TVChildList>;
   return *list;
+}
+
+void tellNoMemory() noexcept {
+  try {
+    theApiSink().error(theNullHandle(), FolderMessage(kFolderNoMemory));
+  } catch (...) {  // None left for the message either.
+  }
 }
 
 const char* clientText(const VString& text) {

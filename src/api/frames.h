@@ -5,6 +5,7 @@
 #pragma once
 
 #include <memory>
+#include <new>
 
 #include "core/childlist.h"
 #include "core/clienthandles.h"
@@ -21,12 +22,19 @@ std::unique_ptr<TVChildList>& theParkedList();
 // A text in a ring of buffers of the calling thread.
 const char* clientText(const VString& text);
 
+// Adds to the messages of this call that there was no memory.
+void tellNoMemory() noexcept;
+
 // Runs a call for a client: whatever is thrown ends as `fallback`.
 template <typename Result, typename Call>
 Result guarded(Result fallback, Call call) {
+  TVApiSink::forgetTold();
   try {
     const std::unique_ptr<TVChildList> parked = std::move(theParkedList());
     return call();
+  } catch (const std::bad_alloc&) {
+    tellNoMemory();
+    return fallback;
   } catch (...) {
     return fallback;
   }

@@ -41,10 +41,18 @@ class TVErrorSink {
   virtual void notifyTwo(TVHandle& context, const VString& first, const VString& second, int value);
 };
 
-// The sink of flat clients: it discards every text and goes on where it is asked.
+// The sink of flat clients: it goes on where it is asked, and keeps messages for a client that
+// wants to know why nothing happened.
 class TVApiSink : public TVErrorSink {
  public:
   int sinkKind(TVHandle& context, const VString& text, int code) override;
+  void notice(TVHandle& context, const VString& message) override;
+  void error(TVHandle& context, const VString& message) override;
+
+  // The calling thread's messages since it forgot them last, with a line end between two; as much
+  // as there is room for. Lies in a buffer of the thread.
+  static const char* told();
+  static void forgetTold();
 };
 
 // The sink of handles built without one. Like all statics it is built on first use and never

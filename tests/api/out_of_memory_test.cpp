@@ -55,6 +55,7 @@ TEST(OutOfMemory, CallsThatFailLeaveTheSessionAndTheFilesAsTheyWere) {
   EXPECT_EQ(Init(text, "/other"), nullptr);
   EXPECT_EQ(Init("/other", text), nullptr);
   CreateProject(root, text, "", "");
+  EXPECT_STREQ(FoldapiLastMessage(), "Out of memory!");
   CreateProject(root, "Q", text, "");
   SetProjectPublicDir(project, text);
   SetProjectPrivateDir(project, text);

@@ -2,7 +2,10 @@
 // keeps its own configuration, callbacks and paths.
 #include <gtest/gtest.h>
 
+#include <cstring>
+#include <filesystem>
 #include <string>
+#include <thread>
 
 #include "btkf520/btkf520.h"
 #include "foldapi/foldapi.h"
@@ -117,9 +120,10 @@ class TwoLibraries : public testing::Test {
     return all;
   }
 
- private:
   static inline const support::ScratchDatabase* theScratch = nullptr;
   support::ScratchDatabase scratch_;
+
+ private:
   string archive_;
   string both_;
   int archives_ = 0;
@@ -144,6 +148,57 @@ TEST_F(TwoLibraries, TheClientsAnswersAreItsOwn) {
         return clientDirs() == "client" ? 0 : 2;
       });
   EXPECT_EQ(statuses(), kNothingLost);
+}
+
+// A real fault: what a client loaded answered for the library's projects, and the other way round.
+TEST_F(TwoLibraries, TheClientsConfigurationChangesOnPurposeAlone) {
+  const string blind = path("CLIENT.CFG");  // Found as the library finds files.
+  useLibrary();
+  EXPECT_EQ(clientDirs(), "client");
+  EXPECT_EQ(TrvsQueryConfiguration(blind.c_str(), 0, 0, TRVS_READ_FOLLOWING), 107);
+  TVHandle* const root = scratch_.openRoot();
+  for (TVHandle* none : {root, static_cast<TVHandle*>(nullptr)}) {
+    EXPECT_EQ(FoldapiUseProject(none), 0);
+    EXPECT_EQ(clientDirs(), "client");
+  }
+  setCallback(
+      TRVS_CALLBACK_CONTINUE, +[]() -> int32_t { return 2; });
+  TVHandle* const project = FindProject(root, "P");
+  EXPECT_EQ(FoldapiUseProject(project), 1);
+  EXPECT_EQ(clientDirs(), "library");
+  EXPECT_EQ(TrvsCreateArchive(path("x_v").c_str(), "x", nullptr, nullptr, 0, 0), 15);
+  EXPECT_EQ(FoldapiNativePath(blind.c_str()), path("client.cfg"));
+  EXPECT_EQ(TrvsQueryConfiguration(blind.c_str(), 0, 0, TRVS_READ_FIRST), 0);
+  EXPECT_STREQ(GetProjectVCSDirs(project), "library");
+  const string file = GetProjectCfgFile(project);
+  std::filesystem::remove(file);
+  EXPECT_EQ(FoldapiUseProject(project), 1);
+  EXPECT_EQ(FoldapiLastMessage(), "File " + file + " does not exist.");
+  EXPECT_EQ(clientDirs(), "");
+  std::filesystem::create_directory(file);
+  EXPECT_EQ(FoldapiUseProject(project), 0);
+  TrvsRegisterPathResolver(nullptr);
+}
+
+TEST_F(TwoLibraries, TheLastMessageIsThatOfTheLastCallOfAThread) {
+  TVHandle* const project = scratch_.openProject("P");
+  const string file = GetProjectCfgFile(project);
+  EXPECT_STREQ(FoldapiLastMessage(), "");
+  scratch_.write("pub/P.prj/P.cfg", "FIRST\n" + string(5000, 'x') + "\n");
+  GetProjectVCSDirs(project);
+  EXPECT_EQ(FoldapiVersion(), FOLDAPI_VERSION);
+  const string bad = FoldapiLastMessage();
+  EXPECT_EQ(bad.find("Error reading a directive on line 1"), 0u);
+  EXPECT_NE(bad.find("\nError reading a directive on line 2"), string::npos);
+  std::thread([] { EXPECT_STREQ(FoldapiLastMessage(), ""); }).join();
+  EXPECT_EQ(FoldapiLastMessage(), bad);
+  EXPECT_STREQ(GetProjectName(project), "P");
+  EXPECT_STREQ(FoldapiLastMessage(), "");
+  string many;
+  for (int i = 0; i < 100; ++i) many += "BAD\n";
+  scratch_.write("pub/P.prj/P.cfg", many);
+  GetProjectVCSDirs(project);
+  EXPECT_EQ(std::strlen(FoldapiLastMessage()), 4095u);
 }
 
 }  // namespace

@@ -1,0 +1,23 @@
+// api/further.cpp: the exported functions beside the database: the version, why nothing happened,
+// and what clients of the toolkit share with the library.
+#include "api/frames.h"
+#include "domain/projectfolder.h"
+#include "runtime/nativepath.h"
+#include "toolkit/bracket.h"
+
+namespace api = foldapi::api;
+
+int32_t FoldapiVersion(void) { return FOLDAPI_VERSION; }
+
+const char* FoldapiLastMessage(void) { return foldapi::TVApiSink::told(); }
+
+const char* FoldapiNativePath(const char* text) {
+  return api::guarded(
+      "", [&] { return api::clientText(foldapi::nativePath(foldapi::VString(text).view())); });
+}
+
+int32_t FoldapiUseProject(TVHandle* project) {
+  return api::guarded(0, [&] {
+    return foldapi::useInClientState(api::resolve<foldapi::TVProjectFolder>(project)) ? 1 : 0;
+  });
+}
