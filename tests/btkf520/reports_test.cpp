@@ -117,6 +117,9 @@ TEST_F(Logs, TellAllInFull) {
                       "    first\n    line\n\n");
   EXPECT_EQ(report(TRVS_LOG_FULL), TRVS_WOULD_OVERWRITE) << "nobody agreed to overwrite";
   answerQuestions();
+  EXPECT_EQ(
+      TrvsLog(TRVS_CONTEXT, archive().c_str(), "", "", "", "", "", "", "", archive().c_str(), 0),
+      TRVS_SAME_NAMES);
   EXPECT_EQ(report(TRVS_LOG_NEWEST | TRVS_LOG_NO_HEADING), 0);
   EXPECT_TRUE(support::readFile(output).starts_with("Revision:     1.0\n"));
   EXPECT_EQ(report(TRVS_LOG_BRIEF | TRVS_LOG_NEWEST), TRVS_MISUSE) << "one mode";
@@ -335,6 +338,12 @@ TEST_F(Differences, AreWrittenForPeopleAndForViewers) {
             "delta 1|first 9 " + first + "|second 9 " + second +
                 "|viewer 255 1 -2 2 3 3|added 1 0 1 1|same 1 3 2 3|changed 4 1 5 1|same 5 2 6 2|"
                 "deleted 7 1 8 0|same 8 2 8 2|");
+  symlink(second.c_str(), path("link").c_str());
+  for (const std::string& input : {first, path("link")}) {
+    EXPECT_EQ(TrvsReportDifferences(TRVS_CONTEXT, first.c_str(), nullptr, second.c_str(), nullptr,
+                                    input.c_str(), 3, 0, 0, nullptr, 0),
+              TRVS_SAME_NAMES);
+  }
   write("second", "\0"s);
   EXPECT_EQ(delta(TRVS_DIFF_NO_HEADING), "binary differ|");
   EXPECT_EQ(report(3, 0), "Binary files " + first + " and " + second + " differ\n");

@@ -36,12 +36,14 @@ class Side {
     return expanded_ ? *expanded_ : isFile_ ? file_.bytes() : stored_.view();
   }
   const std::string& title() const { return title_; }
+  const std::string& path() const { return path_; }  // Of the file or archive, in the system.
   bool isArchive() const { return !isFile_; }
 
  private:
   TrvsStatus openFile(const std::string& path, const std::string& title);
 
   bool isFile_ = false;
+  std::string path_;
   os::MappedFile file_;
   Bytes stored_;
   std::optional<std::string> expanded_;
@@ -63,6 +65,7 @@ TrvsStatus Side::open(const char* name, const char* revision, bool asStored) {
   if (const TrvsStatus missing = findRevision(task.model, revision, &found)) return missing;
   if (const TrvsStatus damaged = task.archive().read(found->content, &stored_)) return damaged;
   if (!asStored) expanded_ = expanded(task.model, *found, task.archiveText(), stored_.view());
+  path_ = task.archivePath();
   title_ = task.archiveText() + "\t" + found->number.text();
   return TRVS_DONE;
 }
@@ -77,6 +80,7 @@ TrvsStatus Side::openWorkfile(const char* target) {
 
 TrvsStatus Side::openFile(const std::string& path, const std::string& title) {
   isFile_ = true;
+  path_ = path;
   title_ = title;
   return readFailure(file_.open(path.c_str()), TRVS_NO_WORKFILE);
 }
@@ -92,6 +96,7 @@ class Comparison {
   const std::vector<std::string_view>& firstLines() const { return firstLines_; }
   const std::vector<std::string_view>& secondLines() const { return secondLines_; }
   const std::vector<Edit>& edits() const { return edits_; }
+  std::vector<std::string> paths() const { return {first_.path(), second_.path()}; }
   std::string binaryLine() const {
     return "Binary files " + first_.title() + " and " + second_.title() + " differ";
   }
@@ -292,7 +297,7 @@ TrvsStatus reportDifferences(const DifferenceRequest& request, const char* outpu
   Comparison comparison;
   ReportOutput lines;
   if (const TrvsStatus status = comparison.open(request)) return status;
-  if (const TrvsStatus status = lines.open(output)) return status;
+  if (const TrvsStatus status = lines.open(output, comparison.paths())) return status;
   const size_t most = comparison.firstLines().size();
   const size_t count = context < 0 ? most : std::min(static_cast<size_t>(context), most);
   const bool withHeading = (request.flags & TRVS_DIFF_NO_HEADING) == 0;
@@ -307,7 +312,7 @@ TrvsStatus listDifferences(const DifferenceRequest& request, const char* output,
   Comparison comparison;
   ReportOutput lines;
   if (const TrvsStatus status = comparison.open(request)) return status;
-  if (const TrvsStatus status = lines.open(output)) return status;
+  if (const TrvsStatus status = lines.open(output, comparison.paths())) return status;
   std::string viewer = "viewer";
   for (const Colour& each : colours) {
     viewer += " " + std::to_string(each.colour) + " " + std::to_string(each.style);

@@ -6,14 +6,18 @@
 #include "btkf520/operations/revisions.h"
 #include "btkf520/operations/surroundings.h"
 #include "btkf520/operations/workfile.h"
+#include "os/directory.h"
 
 namespace btkf {
 
-TrvsStatus ReportOutput::open(const char* path) {
+TrvsStatus ReportOutput::open(const char* path, const std::vector<std::string>& inputs) {
   const std::string text(textOf(path));
   if (text.empty()) return TRVS_DONE;
   const auto place = systemPath(text);
   if (!place) return TRVS_BAD_NAME;
+  for (const std::string& input : inputs) {
+    if (os::isSameFile(*place, input)) return TRVS_SAME_NAMES;
+  }
   old_ = statusAt(*place);
   if (old_ && !(old_->isRegular && client().overwrites(text, ""))) return TRVS_WOULD_OVERWRITE;
   path_ = *place;

@@ -4,6 +4,7 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "btkf520/operations/client.h"
 #include "os/file.h"
@@ -15,8 +16,9 @@ namespace btkf {
 class ReportOutput {
  public:
   // `path` is the path text of the file; null or empty for the client. An existing file is
-  // replaced only if the client agrees: TRVS_WOULD_OVERWRITE. TRVS_BAD_NAME.
-  TrvsStatus open(const char* path);
+  // replaced only if the client agrees: TRVS_WOULD_OVERWRITE. TRVS_BAD_NAME. TRVS_SAME_NAMES if it
+  // is one of `inputs`, the system's paths of what the report is about.
+  TrvsStatus open(const char* path, const std::vector<std::string>& inputs);
 
   // Takes one line without its end. TRVS_CANCELLED if the client wants no report at all.
   TrvsStatus line(std::string_view text, TrvsOutput kind);

@@ -3,8 +3,11 @@
 #include "btkf520/operations/report.h"
 
 #include <algorithm>
+#include <map>
 #include <string>
 #include <string_view>
+#include <unordered_map>
+#include <unordered_set>
 #include <vector>
 
 #include "btkf520/btkf520.h"
@@ -103,6 +106,7 @@ class Report {
  private:
   bool has(uint32_t option) const { return (request_.flags & option) != 0; }
 
+  void collectLabels();
   TrvsStatus pick();
   void order();
   TrvsStatus writeHeading();
@@ -121,6 +125,7 @@ class Report {
   const uint32_t mode_;
   Task task_;
   ReportOutput output_;
+  std::unordered_map<const Revision*, Names> labels_;  // Empty where nobody asks for them.
   std::vector<const Revision*> revisions_;
 };
 
@@ -128,7 +133,9 @@ TrvsStatus Report::run() {
   if (std::find(std::begin(kModes), std::end(kModes), mode_) == std::end(kModes))
     return TRVS_MISUSE;
   if (const TrvsStatus status = task_.openToTell(request_.archive)) return status;
-  if (const TrvsStatus status = output_.open(request_.output)) return status;
+  if (const TrvsStatus status = output_.open(request_.output, {task_.archivePath()})) {
+    return status;
+  }
   if (const TrvsStatus status = pick()) return status;
   if (!has(TRVS_LOG_NO_HEADING)) {
     if (const TrvsStatus status = writeHeading()) return status;
@@ -137,7 +144,16 @@ TrvsStatus Report::run() {
   return output_.close();
 }
 
+void Report::collectLabels() {
+  const bool areShown = mode_ == TRVS_LOG_FULL || mode_ == TRVS_LOG_NEWEST;
+  if (!areShown && textOf(request_.labels).empty()) return;
+  for (const Label& label : task_.model.labels) {
+    labels_[task_.model.labelled(label)].push_back(label.name);
+  }
+}
+
 TrvsStatus Report::pick() {
+  collectLabels();
   Selection selection;
   if (const TrvsStatus status = selection.parse(task_.model, request_)) return status;
   task_.model.forEachRevision([&](const Revision& revision) {
@@ -244,15 +260,11 @@ TrvsStatus Report::writeFull(const Revision& revision) {
 }
 
 TrvsStatus Report::writeByAuthor() {
-  Names authors;
-  for (const Revision* revision : revisions_) {
-    if (!contains(authors, revision->author)) authors.push_back(revision->author);
-  }
-  std::sort(authors.begin(), authors.end());
-  for (const std::string& author : authors) {
+  std::map<std::string, std::vector<const Revision*>> authors;
+  for (const Revision* revision : revisions_) authors[revision->author].push_back(revision);
+  for (const auto& [author, revisions] : authors) {
     if (const TrvsStatus status = output_.line(author + ":", TRVS_OUTPUT_HEADING)) return status;
-    for (const Revision* revision : revisions_) {
-      if (revision->author != author) continue;
+    for (const Revision* revision : revisions) {
       if (const TrvsStatus status = output_.line("    " + brief(*revision), TRVS_OUTPUT_REVISION)) {
         return status;
       }
@@ -263,9 +275,10 @@ TrvsStatus Report::writeByAuthor() {
 
 // In the order in which the labels were made: that is how people tell releases.
 TrvsStatus Report::writeLabels() {
+  const std::unordered_set<const Revision*> picked(revisions_.begin(), revisions_.end());
   for (const Label& label : task_.model.labels) {
     const Revision* revision = task_.model.labelled(label);
-    if (std::find(revisions_.begin(), revisions_.end(), revision) == revisions_.end()) continue;
+    if (!picked.contains(revision)) continue;
     const std::string floats =
         label.isFloating() ? " (floats with " + label.target.text() + ")" : "";
     if (const TrvsStatus status =
@@ -297,11 +310,8 @@ std::string Report::brief(const Revision& revision) const {
 }
 
 Names Report::labelsOf(const Revision& revision) const {
-  Names names;
-  for (const Label& label : task_.model.labels) {
-    if (task_.model.labelled(label) == &revision) names.push_back(label.name);
-  }
-  return names;
+  const auto found = labels_.find(&revision);
+  return found == labels_.end() ? Names() : found->second;
 }
 
 }  // namespace
