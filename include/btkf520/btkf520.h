@@ -45,12 +45,13 @@ typedef enum TrvsStatus {
   TRVS_LOCKED = 14,             /* the revision is locked already */
   TRVS_CANCELLED = 15,          /* a callback did not want to go on */
   TRVS_NO_MEMORY = 16,          /* out of memory */
-  TRVS_BAD_DATE = 17,           /* not a date in the words and the format that are set */
+  TRVS_BAD_DATE = 17,           /* not a date in the words and the format that are set, or a packed
+                                   time that there can't be */
   TRVS_NO_REVISION = 18,        /* no such revision, or none of that time */
   TRVS_BAD_NUMBER = 19,         /* not a number of a revision, or not a possible one */
   TRVS_NO_REVISIONS = 20,       /* the archive, or its trunk, has no revisions */
   TRVS_NESTED_TOO_DEEP = 21,    /* INCLUDE of an open file, or below 20 levels of files */
-  TRVS_SAME_NAMES = 22,         /* the workfile is the archive itself */
+  TRVS_SAME_NAMES = 22,         /* the workfile, or the output, is the archive or input itself */
   TRVS_WOULD_OVERWRITE = 24,    /* there is a file already, and it may not be replaced */
   TRVS_NOT_AN_ARCHIVE = 27,     /* the file is no archive, or damaged where it was read */
   TRVS_CANNOT_LOCK = 29,        /* locks aren't checked, or the archive allows one only */
@@ -230,7 +231,7 @@ typedef enum TrvsUserSource {
  *   user    receives the user id
  *   second  receives "": there is no second value. May be null
  *   kind    receives a TrvsUserSource. May be null
- * May give TRVS_NO_USER_ID if the variable is not set, or empty. */
+ * May give TRVS_NO_USER_ID if the variable is not set, or empty, or not a name of a user. */
 TRVS_EXPORT int32_t TrvsGetUserInfo(char* user, int32_t userSize, char* second, int32_t secondSize,
                                     int16_t* kind);
 
@@ -289,8 +290,9 @@ TRVS_EXPORT int32_t TrvsVerifyPromoTreeNodeExist(const char* group, int16_t* kin
  * For all functions from here on:
  *   context   TRVS_CONTEXT
  *   archive   "archive(workfile)", two path texts, or the archive's alone. The workfile is then the
- *             file of the archive's own workfile name in the current directory. An archive whose
- *             own name ends with ")" needs "()" after it
+ *             file of the archive's own workfile name in the current directory. Both names may hold
+ *             parentheses: the archive is the whole text if there is such a file, else the longest
+ *             part before a "(" that is one, else what stands before the last pair of parentheses
  *   revision  a number such as 1.2 or 1.2.1.0, the number of a branch such as 1.2.1 for its tip (1
  *             is the trunk), or a version label. Null: the trunk's tip, unless told otherwise
  *   user      null for the present user, as TrvsGetUserInfo gives it
@@ -327,7 +329,7 @@ TRVS_EXPORT int32_t TrvsComputeArchiveName(const char* workfile, char* buffer, i
  *   description  may be null
  *   owner        null for the present user
  *   time         packed time of creation, 0 for the present; see TrvsPutRevision
- * May give TRVS_ARCHIVE_EXISTS; TRVS_SAME_NAMES. */
+ * May give TRVS_ARCHIVE_EXISTS; TRVS_SAME_NAMES; TRVS_BAD_DATE. */
 TRVS_EXPORT int32_t TrvsCreateArchive(const char* archive, const char* workfile,
                                       const char* description, const char* owner, uint32_t time,
                                       int32_t reserved);
@@ -340,9 +342,10 @@ enum {
   TRVS_PUT_OLDER = 0x8,             /* even if the workfile is older than the parent's was */
   TRVS_PUT_MOVE_LABEL = 0x10,       /* `label` may have another target until now */
   TRVS_PUT_ASK_UNCHANGED = 0x20,    /* ask TRVS_CALLBACK_CHECK_IN about an unchanged workfile */
-  TRVS_PUT_REFUSE_UNCHANGED = 0x40, /* refuse an unchanged workfile; the default of these three */
-  TRVS_PUT_UNCHANGED = 0x80,        /* check in an unchanged workfile */
-  TRVS_PUT_ASK_LABEL = 0x4000       /* ask TRVS_CALLBACK_MOVE_LABEL if it has */
+  TRVS_PUT_REFUSE_UNCHANGED = 0x40, /* refuse an unchanged workfile, unless the one before is given
+                                       too; the default of these three */
+  TRVS_PUT_UNCHANGED = 0x80,  /* check in an unchanged workfile, whatever the two before say */
+  TRVS_PUT_ASK_LABEL = 0x4000 /* ask TRVS_CALLBACK_MOVE_LABEL if it has */
 };
 
 /* Checks in the workfile: makes a revision from it.
@@ -370,7 +373,8 @@ enum {
  *
  * May give TRVS_LABEL_EXISTS; TRVS_LOCKED if another has locked the parent; TRVS_BAD_NUMBER, also
  * for several locks and no number; TRVS_NO_LOCK; TRVS_NO_WORKFILE; TRVS_NO_SUCH_GROUP;
- * TRVS_GROUP_IN_THE_WAY; TRVS_NEEDS_DEVELOPMENT_GROUP; TRVS_OLDER; TRVS_UNCHANGED. */
+ * TRVS_GROUP_IN_THE_WAY; TRVS_NEEDS_DEVELOPMENT_GROUP; TRVS_OLDER; TRVS_UNCHANGED; TRVS_BAD_DATE.
+ */
 TRVS_EXPORT int32_t TrvsPutRevision(int32_t context, int32_t reserved1, const char* archive,
                                     int32_t reserved2, const char* revision, const char* label,
                                     const char* description, const char* change, const char* group,
@@ -482,7 +486,8 @@ enum {
  *   dates      "from*to" of check-in times, either may be missing; or one date for all the time
  *              that it may mean, so that a day is a whole day. Null for any
  *   output     path text of a file for the report; null or "" for TRVS_CALLBACK_OUTPUT. An
- *              existing file is replaced if TRVS_CALLBACK_OVERWRITE agrees
+ *              existing file is replaced if TRVS_CALLBACK_OVERWRITE agrees, but never one that the
+ *              report is about: TRVS_SAME_NAMES
  *   flags      TRVS_LOG_...
  * A revision must satisfy all that is given.
  * May give TRVS_BAD_DATE; TRVS_WOULD_OVERWRITE. */

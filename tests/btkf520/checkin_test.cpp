@@ -113,7 +113,8 @@ TEST_F(CheckIn, DecidesAboutTheWorkfileByFlags) {
        "writable"},
       {"unchanged, in all the same", "old", false, TRVS_PUT_UNCHANGED, TRVS_REFUSE, TRVS_DONE, done,
        "gone"},
-      {"unchanged, yes", "old", false, ask, TRVS_GO_ON, TRVS_DONE, askedAndDone.c_str(), "gone"},
+      {"unchanged, yes", "old", false, TRVS_PUT_ASK_UNCHANGED, TRVS_GO_ON, TRVS_DONE,
+       askedAndDone.c_str(), "gone"},
       {"unchanged, no", "old", false, ask, TRVS_REFUSE, TRVS_UNCHANGED, "unchanged ", "writable"},
       {"changed: no question", "new", false, ask, TRVS_REFUSE, TRVS_DONE, done, "gone"},
       {"older", "new", true, 0, TRVS_GO_ON, TRVS_OLDER, "", "writable"},
@@ -181,6 +182,14 @@ TEST_F(CheckIn, RefusesWhatCannotBe) {
   EXPECT_EQ(put("0", {}), TRVS_NO_ARCHIVE);
   ASSERT_EQ(create(), 0);
   EXPECT_EQ(create(), TRVS_ARCHIVE_EXISTS);
+  // Months 0 and 13, day 0, the 30th of February, hour 24, minute 60, second 60.
+  for (const uint32_t time :
+       {0x10000u, 0x1a10000u, 0x200000u, 0x5e0000u, 0x21c000u, 0x210780u, 0x21001eu}) {
+    SCOPED_TRACE(time);
+    EXPECT_EQ(put("0", {.time = time}), TRVS_BAD_DATE);
+    EXPECT_EQ(TrvsCreateArchive(path("n").c_str(), "m.c", nullptr, nullptr, time, 0),
+              TRVS_BAD_DATE);
+  }
   unlink(workfile().c_str());
   EXPECT_EQ(put({}), TRVS_NO_WORKFILE);
   EXPECT_EQ(get({}), TRVS_NO_REVISIONS) << "no revisions yet";
@@ -194,6 +203,29 @@ TEST_F(CheckIn, RefusesWhatCannotBe) {
   EXPECT_EQ(TrvsUnLockRevision(TRVS_CONTEXT, nullptr, nullptr, nullptr), TRVS_MISUSE);
   become("");
   EXPECT_EQ(put("0", {}), TRVS_NO_USER_ID);
+}
+
+// Real faults: each of these was cut at another parenthesis, and could not be opened.
+TEST_F(CheckIn, FindsTheArchiveAmongParentheses) {
+  const std::pair<const char*, const char*> names[] = {
+      {"m.c_v", "m.c"},        {"open(.c_v", "open(.c"}, {"close).c_v", "close).c"},
+      {"old (2/m.c_v", "m.c"}, {"x", "(x) (1)"},         {"x(1)", "m.c"},
+  };
+  write("old (2/m.c", "");
+  for (const auto& [archive, workfile] : names) {
+    SCOPED_TRACE(archive);
+    const std::string both = path(archive) + "(" + path(workfile) + ")";
+    ASSERT_EQ(TrvsCreateArchive(path(archive).c_str(), workfile, archive, nullptr, 0, 0), 0);
+    write(workfile, "0");
+    EXPECT_EQ(TrvsPutRevision(TRVS_CONTEXT, 0, both.c_str(), 0, nullptr, nullptr, nullptr, nullptr,
+                              nullptr, nullptr, 0, TRVS_PUT_READ_ONLY),
+              0);
+    for (const std::string& name : {path(archive), both}) {
+      char description[20] = "";
+      EXPECT_EQ(TrvsGetDescription(TRVS_CONTEXT, name.c_str(), nullptr, description, 20), 0);
+      EXPECT_STREQ(description, archive);
+    }
+  }
 }
 
 TEST_F(CheckOut, GivesTheWorkfileModeAndTime) {

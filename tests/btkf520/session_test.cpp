@@ -117,6 +117,10 @@ TEST_F(Session, TheUserIdComesFromTheAccountOrAVariable) {
   EXPECT_EQ(TrvsGetUserInfo(user, 4, nullptr, 0, &kind), 0);
   EXPECT_STREQ(user, "ann");
   EXPECT_EQ(kind, TRVS_USER_ENVIRONMENT);
+  {
+    const support::ScopedEnvironment two("BTKF_USER", "ann,bob");
+    EXPECT_EQ(TrvsGetUserInfo(user, 129, nullptr, 0, nullptr), TRVS_NO_USER_ID);
+  }
   EXPECT_EQ(TrvsInit("TVGUI"), 0);
   EXPECT_EQ(TrvsGetUserInfo(nullptr, 4, nullptr, 0, nullptr), TRVS_MISUSE);
 }

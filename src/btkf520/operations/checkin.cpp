@@ -39,6 +39,9 @@ bool areGood(uint32_t flags) {
 // The name of a user that may be left out.
 bool isGoodOrNone(const char* name) { return textOf(name).empty() || isGoodName(name); }
 
+// A packed time that may be left out.
+bool isTimeOrNone(PackedTime time) { return time == 0 || dates::isTime(dates::unpackTime(time)); }
+
 // One check-in, step by step. Nothing is changed on disk before the commit.
 class CheckIn {
  public:
@@ -78,6 +81,7 @@ class CheckIn {
 TrvsStatus CheckIn::run() {
   if (!areGood(request_.flags)) return TRVS_MISUSE;
   if (!isGoodOrNone(request_.author)) return TRVS_BAD_NAME;
+  if (!isTimeOrNone(request_.time)) return TRVS_BAD_DATE;
   if (const TrvsStatus status = task_.openToUpdate(request_.archive, "CHECKIN")) return status;
   for (auto step : {&CheckIn::readWorkfile, &CheckIn::findPlace, &CheckIn::checkWorkfile,
                     &CheckIn::assignGroup, &CheckIn::add}) {
@@ -273,6 +277,7 @@ TrvsStatus checkIn(const CheckInRequest& request) { return CheckIn(request).run(
 TrvsStatus createArchive(const char* archive, const char* workfile, const char* description,
                          const char* owner, PackedTime time) {
   if (!isGoodOrNone(owner)) return TRVS_BAD_NAME;
+  if (!isTimeOrNone(time)) return TRVS_BAD_DATE;
   Task task;
   if (const TrvsStatus status = task.openNew(archive, workfile)) return status;
   std::string workfilePath;

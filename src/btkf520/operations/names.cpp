@@ -18,20 +18,36 @@ std::string archiveName(std::string_view workfile) {
   return std::string(name) + configuration().archiveSuffix(extension);
 }
 
+bool isFile(std::string_view text) {
+  const auto path = systemPath(std::string(text));
+  const auto status = path ? statusAt(*path) : std::nullopt;
+  return status && status->isRegular;
+}
+
+// Whether a "(" was found at `at`, and something before it.
+bool hasArchiveBefore(size_t at) { return at != 0 && at != std::string_view::npos; }
+
+// The "(" that belongs to the ")" at the end, npos for none.
+size_t outermostPair(std::string_view text) {
+  int depth = 0;
+  for (size_t at = text.size(); at-- > 0;) {
+    if (text[at] == ')') ++depth;
+    if (text[at] == '(' && --depth == 0) return at;
+  }
+  return std::string_view::npos;
+}
+
 }  // namespace
 
 Target Target::parse(std::string_view text) {
-  if (text.ends_with(')')) {
-    int depth = 0;
-    for (size_t i = text.size(); i-- > 1;) {
-      if (text[i] == ')') ++depth;
-      if (text[i] == '(' && --depth == 0) {
-        return {std::string(text.substr(0, i)),
-                std::string(text.substr(i + 1, text.size() - i - 2))};
-      }
-    }
-  }
-  return {std::string(text), ""};
+  if (!text.ends_with(')') || isFile(text)) return {std::string(text), ""};
+  size_t at = text.size();
+  do {
+    at = text.rfind('(', at - 1);
+  } while (hasArchiveBefore(at) && !isFile(text.substr(0, at)));
+  if (!hasArchiveBefore(at)) at = outermostPair(text);
+  if (!hasArchiveBefore(at)) return {std::string(text), ""};
+  return {std::string(text.substr(0, at)), std::string(text.substr(at + 1, text.size() - at - 2))};
 }
 
 std::string_view fileName(std::string_view path) {

@@ -11,11 +11,13 @@
 namespace btkf {
 
 // What an operation is about: "archive(workfile)", or the archive alone, then without a workfile.
+// Either name may hold parentheses, so the disk is asked which one separates.
 struct Target {
   std::string archive;
   std::string workfile;
 
-  // The "(" is the one that belongs to a ")" at the end, so both parts may hold pairs of them.
+  // The archive is the whole text if there is a file of that name, else the longest part before a
+  // "(" that names one, else what stands before the outermost pair of parentheses at the end.
   static Target parse(std::string_view text);
 };
 

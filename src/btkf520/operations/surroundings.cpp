@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <utility>
 
+#include "btkf520/configuration/text.h"
 #include "os/environment.h"
 #include "os/file.h"
 
@@ -31,9 +32,9 @@ TrvsStatus Surroundings::load(const std::string& path, TrvsReadMode mode) {
 
 std::optional<std::string> Surroundings::userId() const {
   const std::string& name = configuration_.userVariable();
-  if (name.empty()) return os::accountName();
-  std::optional<std::string> user = os::environmentVariable(name.c_str());
-  return user && !user->empty() ? user : std::nullopt;
+  std::optional<std::string> user =
+      name.empty() ? os::accountName() : os::environmentVariable(name.c_str());
+  return user && isGoodName(*user) ? user : std::nullopt;
 }
 
 std::optional<std::string> Surroundings::systemPath(const std::string& path) const {

@@ -32,7 +32,8 @@ class Surroundings final : private ConfigurationHost {
   // else. See ConfigurationReader::read(); after TRVS_CANCELLED nothing of the file counts.
   TrvsStatus load(const std::string& path, TrvsReadMode mode);
 
-  // The user id by the source that the configuration names. Nothing if that source has none.
+  // The user id by the source that the configuration names. Nothing if that source has none, or
+  // one that is no good name: it would read as several users in a list.
   std::optional<std::string> userId() const;
 
   // Where the path text `path` is in the operating system. Nothing if it is nowhere.

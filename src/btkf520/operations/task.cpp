@@ -106,7 +106,7 @@ TrvsStatus Task::findArchive(const char* target) {
 
 TrvsStatus Task::findUser() {
   auto user = userId();
-  if (!user || !isGoodName(*user)) return TRVS_NO_USER_ID;
+  if (!user) return TRVS_NO_USER_ID;
   user_ = std::move(*user);
   return TRVS_DONE;
 }
