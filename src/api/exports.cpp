@@ -1,10 +1,10 @@
-// api/exports.cpp: the exported functions, each one frame around one operation. foldapi.h tells
-// what they promise.
-#include "api/frames.h"
+// api/exports.cpp: the exported functions, each one call of one operation (calls.h). foldapi.h
+// tells what they promise.
+#include "api/calls.h"
 #include "domain/archivefolder.h"
 #include "domain/archivemember.h"
 #include "domain/branch.h"
-#include "domain/labels.h"
+#include "domain/nameditems.h"
 #include "domain/projectfolder.h"
 #include "domain/projectroot.h"
 #include "domain/revision.h"

@@ -1,6 +1,6 @@
 // api/further.cpp: the exported functions beside the database: the version, why nothing happened,
 // and what clients of the toolkit share with the library.
-#include "api/frames.h"
+#include "api/calls.h"
 #include "domain/projectfolder.h"
 #include "runtime/nativepath.h"
 #include "toolkit/bracket.h"

@@ -4,7 +4,7 @@
 #include <charconv>
 
 #include "domain/branch.h"
-#include "domain/labels.h"
+#include "domain/nameditems.h"
 
 namespace foldapi {
 

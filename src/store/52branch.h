@@ -9,7 +9,7 @@
 
 #include "btkf520/btkf520.h"
 #include "domain/branch.h"
-#include "domain/labels.h"
+#include "domain/nameditems.h"
 #include "domain/revision.h"
 
 namespace foldapi {

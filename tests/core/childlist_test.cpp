@@ -7,7 +7,7 @@
 #include <random>
 
 #include "domain/archivemember.h"
-#include "domain/labels.h"
+#include "domain/nameditems.h"
 #include "domain/projectfolder.h"
 #include "domain/promotionfolder.h"
 #include "store/format52.h"

@@ -4,8 +4,8 @@
 
 #include "core/optionarray.h"
 #include "domain/branch.h"
-#include "domain/labels.h"
 #include "domain/lockedbyfolder.h"
+#include "domain/nameditems.h"
 #include "domain/projectfolder.h"
 #include "domain/promotionfolder.h"
 #include "domain/revision.h"

@@ -1,5 +1,5 @@
-// domain/labels.cpp: the class records of what hangs on a revision.
-#include "domain/labels.h"
+// domain/nameditems.cpp: the class records of what hangs on a revision.
+#include "domain/nameditems.h"
 
 namespace foldapi {
 

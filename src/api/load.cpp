@@ -1,5 +1,5 @@
-// api/session.cpp: how the library starts: when it is loaded, and when a client names the roots.
-#include "api/frames.h"
+// api/load.cpp: how the library starts: when it is loaded, and when a client names the roots.
+#include "api/calls.h"
 #include "domain/projectroot.h"
 #include "runtime/nativepath.h"
 #include "store/format52.h"

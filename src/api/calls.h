@@ -1,7 +1,7 @@
-// api/frames.h: the few frames that every exported function is one of.
+// api/calls.h: the few kinds of call that every exported function is one of.
 //
-// A frame resolves the client's tokens, catches whatever is thrown and keeps alive what the client
-// may still use: the exported functions (exports.cpp) are one line each over these.
+// Each resolves the client's tokens, catches whatever is thrown and keeps alive what the client may
+// still use: the exported functions (exports.cpp) are one line each over these.
 #pragma once
 
 #include <memory>
@@ -48,7 +48,7 @@ void guarded(Call call) {
   });
 }
 
-// Stands for several classes where a frame wants one.
+// Stands for several classes where a call wants one.
 template <typename... Classes>
 struct AnyOf {};
 
@@ -91,7 +91,7 @@ void destroy(const ::TVHandle* token) {
 }
 
 // An open count on a handle for the length of a block, or beyond it.
-class OpenScope {
+class [[nodiscard]] OpenScope {
  public:
   // Where the count is the last one, the child list goes to *parked, if that is not null.
   explicit OpenScope(foldapi::TVHandle& handle, std::unique_ptr<TVChildList>* parked = nullptr)

@@ -1,5 +1,5 @@
-// domain/labels.h: the items that hang on a revision and are nothing but a name: version labels,
-// floating labels, promotion labels and lockers.
+// domain/nameditems.h: the items that hang on a revision and are nothing but a name: version
+// labels, floating labels, promotion labels and lockers.
 #pragma once
 
 #include "domain/archiveitem.h"

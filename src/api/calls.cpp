@@ -1,5 +1,5 @@
-// api/frames.cpp: what the frames keep between two calls.
-#include "api/frames.h"
+// api/calls.cpp: what is kept from one call to the next.
+#include "api/calls.h"
 
 #include <array>
 #include <string>
