@@ -33,15 +33,15 @@ class VArchiver {
   const std::string& text() const { return output_; }
 
   // False leave the value as it was; what is read after a failure means nothing.
-  bool getNumber(int32_t* value);
-  bool getNumber(uint32_t* value);
-  bool getString(VString* value);
+  [[nodiscard]] bool getNumber(int32_t* value);
+  [[nodiscard]] bool getNumber(uint32_t* value);
+  [[nodiscard]] bool getString(VString* value);
   // Whether the head of an object of that class comes next.
-  bool getHead(const VClassRecord& record);
+  [[nodiscard]] bool getHead(const VClassRecord& record);
 
  private:
-  bool getByte(char wanted);
-  bool getLine(std::string_view* line);
+  [[nodiscard]] bool getByte(char wanted);
+  [[nodiscard]] bool getLine(std::string_view* line);
 
   std::string output_;
   std::string_view input_;                    // What is left to read.

@@ -34,13 +34,13 @@ std::FILE* standardStream(int mode) {
 
 VFile::~VFile() {
   try {
-    close();
+    static_cast<void>(close());
   } catch (...) {  // Out of memory: the file stays as it was.
   }
 }
 
 VBool VFile::open(int mode) {
-  close();
+  if (!close()) return false;
   position_ = 0;
   content_.clear();
   isAppended_ = isReplaced_ = false;

@@ -37,24 +37,24 @@ class VFile {
   explicit VFile(VPathString path) : path_(std::move(path)) {}
   VFile(const VFile&) = delete;
   VFile& operator=(const VFile&) = delete;
-  // Closes; who wants to know whether that worked calls close().
+  // Closes. To know whether that works, call close() before.
   ~VFile();
 
   const VPathString& path() const { return path_; }
 
-  // Closes first, and starts at position 0. Only kCreate makes a file.
-  VBool open(int mode);
+  // Closes first, and fails where that does. Starts at position 0. Only kCreate makes a file.
+  [[nodiscard]] VBool open(int mode);
   VBool isOpen() const { return mode_ != kClosed; }
   // Brings what was written to the device. False if that fails: a file that was to be replaced is
   // as it was. Does nothing if the file is not open, and leaves standard streams open.
-  VBool close();
+  [[nodiscard]] VBool close();
 
   // Goes to a position; one past the end is the end. Standard streams have no position.
-  VBool seek(int64_t position);
+  [[nodiscard]] VBool seek(int64_t position);
 
   // Writes at the position and moves it past that. Gives the number of bytes, -1 on failure.
-  int32_t writeText(const VString& text) { return writeBytes(text.view()); }
-  int32_t writeBytes(std::string_view bytes);
+  [[nodiscard]] int32_t writeText(const VString& text) { return writeBytes(text.view()); }
+  [[nodiscard]] int32_t writeBytes(std::string_view bytes);
   // Reads up to `size` bytes at the position and moves it past them: fewer at the end.
   std::string_view readBytes(size_t size);
   // All that follows the position, which moves to the end. Good until the next operation.
@@ -65,8 +65,8 @@ class VFile {
 
   bool isWritable() const { return mode_ == kCreate || mode_ == kWrite || mode_ == kReadWrite; }
   bool isStandard() const { return mode_ >= kPrinter; }
-  bool openFile(int mode);
-  bool lockToAppend();
+  [[nodiscard]] bool openFile(int mode);
+  [[nodiscard]] bool lockToAppend();
 
   VPathString path_;
   int mode_ = kClosed;

@@ -34,7 +34,7 @@ class VPathString : public VString {
 
   VBool exists() const;
   // Removes the file; tells whether that worked.
-  VBool remove() const;
+  [[nodiscard]] VBool remove() const;
 };
 
 }  // namespace foldapi

@@ -37,7 +37,8 @@ TVHandle createObject(const VClassRecord* record, const TVHandle& parent,
 // Whether a text may go into a name or a directory. The data files have no way to hold a line end,
 // nor, where the text stands in a section line, what ends it there: that is `refused`. Reports a
 // refusal to the sink.
-bool isStorableText(TVHandle& context, std::string_view text, std::string_view refused = "");
+[[nodiscard]] bool isStorableText(TVHandle& context, std::string_view text,
+                                  std::string_view refused = "");
 
 // For `refused`: what ends the name in a section line, and a field of several in one.
 constexpr std::string_view kEndsSectionName = "]";

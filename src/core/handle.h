@@ -90,10 +90,10 @@ class TVHandle : public VObject {
   TVProjectConfig effectiveConfig();
   // Operations on archives, with this handle as the context. An operation result; 5 without an
   // object.
-  int archiveAction1(TVGetOptions& options);     // Check-out.
-  int archiveAction2(TVPutOptions& options);     // Check-in.
-  int archiveAction3(TVUnlockOptions& options);  // Unlock.
-  int archiveAction4(TVPutOptions& options);     // Create the archive and check in.
+  [[nodiscard]] int archiveAction1(TVGetOptions& options);     // Check-out.
+  [[nodiscard]] int archiveAction2(TVPutOptions& options);     // Check-in.
+  [[nodiscard]] int archiveAction3(TVUnlockOptions& options);  // Unlock.
+  [[nodiscard]] int archiveAction4(TVPutOptions& options);     // Create the archive and check in.
 
   // Called after an edit, after the object went, and after a child joined the open list.
   virtual void refreshed() {}

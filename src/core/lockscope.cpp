@@ -5,10 +5,11 @@ namespace foldapi {
 
 namespace {
 
-// An edit that ends out of memory has given its storage up by then, with the old files in place.
+// Where an edit can't be stored, the sink knows why and memory shows what is stored. One that ends
+// out of memory has given its storage up by then, with the old files in place.
 void endEditQuietly(TVObject* object, TVHandle& context) {
   try {
-    object->endEdit(context);
+    static_cast<void>(object->endEdit(context));
   } catch (...) {
   }
 }

@@ -8,7 +8,7 @@
 
 namespace foldapi {
 
-class TVLockScope {
+class [[nodiscard]] TVLockScope {
  public:
   // Holds nothing.
   TVLockScope() = default;
@@ -22,10 +22,10 @@ class TVLockScope {
   VBool holdsOwner(const TVHandle& handle) const;
   // Give true at once where nothing has to be done; false when the lock is refused, or when what
   // was written under it could not be stored.
-  VBool lock(TVHandle& handle) const;
-  VBool lockOwner(TVHandle& handle) const;
-  VBool unlock(TVHandle& handle) const;
-  VBool unlockOwner(TVHandle& handle) const;
+  [[nodiscard]] VBool lock(TVHandle& handle) const;
+  [[nodiscard]] VBool lockOwner(TVHandle& handle) const;
+  [[nodiscard]] VBool unlock(TVHandle& handle) const;
+  [[nodiscard]] VBool unlockOwner(TVHandle& handle) const;
 
  private:
   TVObject* object_ = nullptr;  // Held by a reference, and edited.
@@ -34,7 +34,7 @@ class TVLockScope {
 
 // Takes an edit of a handle's object under a caller's scope for the length of a block. The object
 // is held: it may be destroyed meanwhile, and its storage must be given up all the same.
-class TVScopedEdit {
+class [[nodiscard]] TVScopedEdit {
  public:
   TVScopedEdit(const TVLockScope& scope, const TVHandle& handle);
   TVScopedEdit(const TVScopedEdit&) = delete;
@@ -42,7 +42,7 @@ class TVScopedEdit {
   ~TVScopedEdit();
 
   // Whether the caller may go on. Also true for a handle without an object.
-  bool taken() const { return taken_; }
+  [[nodiscard]] bool taken() const { return taken_; }
 
  private:
   TVHandle context_;

@@ -251,7 +251,7 @@ bool TVObject::giveUpStorage(TVHandle& context) {
 
 void TVObject::abandonStorage(TVHandle& context) {
   dropWrites();
-  giveUpStorage(context);
+  static_cast<void>(giveUpStorage(context));  // Nothing is to be stored.
 }
 
 // A deleted object writes nothing, but its storage is given up all the same.

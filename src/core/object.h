@@ -75,22 +75,23 @@ class TVObject : public VObject {
   // Number of cached children.
   virtual int childCount() const { return children_.size(); }
   // Takes this object's storage for an update. Null on failure, which has been reported.
-  virtual std::unique_ptr<TVStorageLock> lockStorage(TVHandle& context);
+  [[nodiscard]] virtual std::unique_ptr<TVStorageLock> lockStorage(TVHandle& context);
   // Starts a rewrite of the storage. Non-zero stops the write of the children.
-  virtual int writeData(TVHandle& context, TVStorageLock& lock);
+  [[nodiscard]] virtual int writeData(TVHandle& context, TVStorageLock& lock);
   // Gives the storage up. `keep` false drops what was written since lockStorage(). Tells whether
   // all that was written is stored now; why not has been reported.
-  virtual bool unlockStorage(TVHandle& context, std::unique_ptr<TVStorageLock> lock, bool keep);
+  [[nodiscard]] virtual bool unlockStorage(TVHandle& context, std::unique_ptr<TVStorageLock> lock,
+                                           bool keep);
   // Writes this object's record into its owner's open storage. 0 on success.
-  virtual int writeChild(TVHandle& context, TVStorageLock& ownerLock);
+  [[nodiscard]] virtual int writeChild(TVHandle& context, TVStorageLock& ownerLock);
   // The same for a new object, whose record must not be written in part.
-  virtual int writeNewChild(TVHandle& context, TVStorageLock& ownerLock);
+  [[nodiscard]] virtual int writeNewChild(TVHandle& context, TVStorageLock& ownerLock);
   // Reads this object's children, each through mergeIntoCache(). `lock` is null outside an edit.
   virtual int readData(TVHandle& context, TVStorageLock* lock);
   // Whether the last readData() met all that is stored; what it did not meet is dropped only then.
   virtual bool readWasComplete() const { return true; }
   // Whether an edit under `lock` may go on after the last read. Reports why not.
-  virtual bool mayUpdate(TVHandle& context, TVStorageLock& lock);
+  [[nodiscard]] virtual bool mayUpdate(TVHandle& context, TVStorageLock& lock);
   // Makes what a new object needs on disk, before its record is written.
   virtual void createStorage(TVHandle& context);
   // Removes what this object has on disk.
@@ -98,7 +99,7 @@ class TVObject : public VObject {
   // Whether the storage changed since the last read.
   virtual VBool isStale(TVHandle& context);
   // Fills a status word; 0 on success, else an operation result.
-  virtual int describe(TVHandle& context, uint32_t* status);
+  [[nodiscard]] virtual int describe(TVHandle& context, uint32_t* status);
   virtual int version() const { return kAbstractVersion; }
 
   // The key at *index under a sort type. Subtracts the number of the class's keys from *index, so a
@@ -130,10 +131,10 @@ class TVObject : public VObject {
   // Operations on archives: check-out, check-in, unlock and create. A member does it; any other
   // object does it with all its children, in the order of their records, and gives the result of
   // the last one. Only kResultCancelled ends that early.
-  virtual int archiveAction1(TVHandle& context, TVGetOptions& options);
-  virtual int archiveAction2(TVHandle& context, TVPutOptions& options);
-  virtual int archiveAction3(TVHandle& context, TVUnlockOptions& options);
-  virtual int archiveAction4(TVHandle& context, TVPutOptions& options);
+  [[nodiscard]] virtual int archiveAction1(TVHandle& context, TVGetOptions& options);
+  [[nodiscard]] virtual int archiveAction2(TVHandle& context, TVPutOptions& options);
+  [[nodiscard]] virtual int archiveAction3(TVHandle& context, TVUnlockOptions& options);
+  [[nodiscard]] virtual int archiveAction4(TVHandle& context, TVPutOptions& options);
 
   // Life. ----------------------------------------------------------------------------------------
 
@@ -147,13 +148,13 @@ class TVObject : public VObject {
   void endUse();
   // Takes the storage for a change, and reads again what changed meanwhile. False when that failed;
   // the reason has been reported.
-  VBool beginEdit(TVHandle& context);
+  [[nodiscard]] VBool beginEdit(TVHandle& context);
   // Writes the children if the object is dirty, and gives the storage up. True where all is stored.
   // Where it is not, the children are read again before this returns, and memory shows what is
   // stored: a new child is gone, with its handles, a destroyed one is back as a new object, and the
   // others have their stored values. What can't be read then stays as it is until it can.
   // False also for a deleted object and without an edit.
-  VBool endEdit(TVHandle& context);
+  [[nodiscard]] VBool endEdit(TVHandle& context);
   // Writes the record of this new object into its owner's open storage. An operation result; done
   // also where there is no owner, or none whose storage is open.
   [[nodiscard]] int writeInOwner(TVHandle& context);
@@ -227,9 +228,9 @@ class TVObject : public VObject {
   void reload(TVHandle& context);
   void rewrite(TVHandle& context);
   void revert(TVHandle& context);
-  bool giveUpStorage(TVHandle& context);
+  [[nodiscard]] bool giveUpStorage(TVHandle& context);
   void abandonStorage(TVHandle& context);
-  bool leaveOwnerTable();
+  [[nodiscard]] bool leaveOwnerTable();
   void enterOwnerTable(bool wasCached);
   void rekeyInOwnerTable(uint64_t fingerprintBefore);
   void leaveOwner(TVRemoval removal);
@@ -257,7 +258,7 @@ class TVObject : public VObject {
 };
 
 // Holds a reference on an object for the length of a block.
-class TVReferenceHold {
+class [[nodiscard]] TVReferenceHold {
  public:
   explicit TVReferenceHold(TVObject* object) : object_(object) {
     if (object_ != nullptr) object_->addReference(1);
@@ -273,7 +274,7 @@ class TVReferenceHold {
 };
 
 // Keeps an object in use for the length of a block, or beyond it.
-class TVUseScope {
+class [[nodiscard]] TVUseScope {
  public:
   // A null object is left alone.
   TVUseScope(TVObject* object, TVHandle& context) : hold_(object), object_(object) {

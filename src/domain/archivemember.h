@@ -31,7 +31,7 @@ struct TVMemberNames {
   bool operator==(const TVMemberNames&) const = default;
   // Whether a record can hold them; else the reason goes to the context's sink. The workfile's name
   // is the last field, and may hold what ends the others.
-  bool areStorable(TVHandle& context) const;
+  [[nodiscard]] bool areStorable(TVHandle& context) const;
 };
 
 class TVArchiveMember : public TVObject {
@@ -58,14 +58,14 @@ class TVArchiveMember : public TVObject {
   virtual VBool isNamed(const VString& name) const { return name == names_.workName; }
 
   // What the archive knows. Each gives an operation result and fills `out` on 0.
-  virtual int GetCreationTime(TVHandle& context, uint32_t* out);
-  virtual int GetFileTime(TVHandle& context, uint32_t* out);
-  virtual int GetRevisionCount(TVHandle& context, int32_t* out);
-  virtual int GetLockCount(TVHandle& context, int32_t* out);
-  virtual int GetAccessList(TVHandle& context, VString* out);
-  virtual int GetDescription(TVHandle& context, VString* out);
-  virtual int GetHeaderText(TVHandle& context, VString* out);
-  virtual int GetLockers(TVHandle& context, VString* out);
+  [[nodiscard]] virtual int GetCreationTime(TVHandle& context, uint32_t* out);
+  [[nodiscard]] virtual int GetFileTime(TVHandle& context, uint32_t* out);
+  [[nodiscard]] virtual int GetRevisionCount(TVHandle& context, int32_t* out);
+  [[nodiscard]] virtual int GetLockCount(TVHandle& context, int32_t* out);
+  [[nodiscard]] virtual int GetAccessList(TVHandle& context, VString* out);
+  [[nodiscard]] virtual int GetDescription(TVHandle& context, VString* out);
+  [[nodiscard]] virtual int GetHeaderText(TVHandle& context, VString* out);
+  [[nodiscard]] virtual int GetLockers(TVHandle& context, VString* out);
 
   const TVMemberNames& names() const { return names_; }
   // `workPath` below the work directories of the enclosing folders, normalised.
@@ -111,15 +111,15 @@ class TVArchiveMemberHandle : public TVHandle {
   VString toolkitName() const;
 
   // Operation results; 5 without an object, and *out stays as it was.
-  int status(uint32_t* out);
-  int creationTime(uint32_t* out);
-  int modificationTime(uint32_t* out);
-  int revisionCount(int32_t* out);
-  int lockCount(int32_t* out);
-  int accessList(VString* out);
-  int description(VString* out);
-  int headerText(VString* out);
-  int lockers(VString* out);
+  [[nodiscard]] int status(uint32_t* out);
+  [[nodiscard]] int creationTime(uint32_t* out);
+  [[nodiscard]] int modificationTime(uint32_t* out);
+  [[nodiscard]] int revisionCount(int32_t* out);
+  [[nodiscard]] int lockCount(int32_t* out);
+  [[nodiscard]] int accessList(VString* out);
+  [[nodiscard]] int description(VString* out);
+  [[nodiscard]] int headerText(VString* out);
+  [[nodiscard]] int lockers(VString* out);
 
   void setWorkName(const VPathString& name);
   void setWorkPath(const VPathString& path);

@@ -26,15 +26,17 @@ class TVProjectFolder : public TVArchiveFolder {
   // *errorText or, where that is null, to the context's sink.
   // Whether `date` is a date in the words and the format of the project's configuration. An empty
   // one is, and "*".
-  virtual VBool validateDate(TVHandle& context, const VString& date, VString* errorText);
+  [[nodiscard]] virtual VBool validateDate(TVHandle& context, const VString& date,
+                                           VString* errorText);
   // Whether lock, promotion group and revision of a check-out go together in the project's
   // promotion model.
-  virtual VBool validatePromotion(TVHandle& context, const TVGetOptions& options,
-                                  VString* errorText);
+  [[nodiscard]] virtual VBool validatePromotion(TVHandle& context, const TVGetOptions& options,
+                                                VString* errorText);
   // Reports on `archive`, "archive(workfile)" or a path. An operation result.
-  virtual int reportLog(TVHandle& context, const char* archive, const TVLogOptions& options);
+  [[nodiscard]] virtual int reportLog(TVHandle& context, const char* archive,
+                                      const TVLogOptions& options);
   // Compares two contents. An operation result.
-  virtual int differences(TVHandle& context, TVDiffOptions& options);
+  [[nodiscard]] virtual int differences(TVHandle& context, TVDiffOptions& options);
 
   const VString& publicWorkDir() const { return publicWorkDir_; }
   void setPublicWorkDir(const VString& dir) { publicWorkDir_ = dir; }
@@ -70,10 +72,10 @@ class TVProjectFolderHandle : public TVArchiveFolderHandle {
   void setConfig(const TVProjectConfig& config, TVLockScope& scope);
 
   // As those of the object. Without one the checks give false, the others kResultMissing.
-  VBool validateDate(const VString& date, VString* errorText);
-  VBool validatePromotion(const TVGetOptions& options, VString* errorText);
-  int reportLog(const char* archive, const TVLogOptions& options);
-  int differences(TVDiffOptions& options);
+  [[nodiscard]] VBool validateDate(const VString& date, VString* errorText);
+  [[nodiscard]] VBool validatePromotion(const TVGetOptions& options, VString* errorText);
+  [[nodiscard]] int reportLog(const char* archive, const TVLogOptions& options);
+  [[nodiscard]] int differences(TVDiffOptions& options);
 
   static TVProjectFolderHandle create(const VString& name, const TVProjectConfig& config,
                                       const VString& privateDir, const VString& publicDir,

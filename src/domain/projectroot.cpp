@@ -51,7 +51,7 @@ void TVProjectRootHandle::setConfig(const TVProjectConfig& config, TVLockScope& 
   auto* root = as<TVProjectRoot>();
   if (root == nullptr || !scope.lockOwner(*this)) return;
   root->setConfig(config);
-  scope.unlockOwner(*this);
+  static_cast<void>(scope.unlockOwner(*this));  // No file has the configuration.
 }
 
 TVProjectRootHandle TVProjectRootHandle::create(const VString& publicDir, const VString& privateDir,

@@ -22,9 +22,9 @@ class TVOptionsBase {
 
   // Whether the options make sense in `project`, with a notice to its sink for each that doesn't
   // and, if `report`, an alert at the end. The base has nothing to object to.
-  virtual VBool validate(TVProjectFolderHandle& project, VBool report);
+  [[nodiscard]] virtual VBool validate(TVProjectFolderHandle& project, VBool report);
   // The same for the project that `item` stands in. True for no item, and outside a project.
-  virtual VBool prepare(const TVHandle* item, VBool report);
+  [[nodiscard]] virtual VBool prepare(const TVHandle* item, VBool report);
 };
 
 // A check-out.
@@ -41,7 +41,7 @@ class TVGetOptions : public TVOptionsBase {
   };
 
   // Checks dates and promotion group.
-  VBool validate(TVProjectFolderHandle& project, VBool report) override;
+  [[nodiscard]] VBool validate(TVProjectFolderHandle& project, VBool report) override;
 
   // How the workfile is left, one of three.
   void setReadOnly() { flags &= ~(kLock | kWritable); }
@@ -189,7 +189,7 @@ class TVLogOptions {
   enum Flag : uint32_t { kOldestFirst = 0x4, kNoHeading = 0x100 };
 
   // Revision ends without "*", and good dates. As TVOptionsBase::validate().
-  VBool validate(TVProjectFolderHandle& project, VBool report) const;
+  [[nodiscard]] VBool validate(TVProjectFolderHandle& project, VBool report) const;
 
   // Anything but a mode from kBrief to kGroups is kFull.
   void setMode(int mode);

@@ -32,7 +32,7 @@ struct FileStamp {
 FileStamp stampOf(const os::FileStatus& status);
 
 // False for a file that can't be asked; *status is left alone then.
-bool readStat(std::string_view path, os::FileStatus* status);
+[[nodiscard]] bool readStat(std::string_view path, os::FileStatus* status);
 
 constexpr int32_t kAttributeReadOnly = 0x1;
 constexpr int32_t kAttributeDirectory = 0x10;
@@ -43,7 +43,7 @@ FileStamp fileStamp(std::string_view path);
 // The packed modification time, 0 when the file can't be read. Fills `out` if it isn't null.
 uint32_t fileTime(std::string_view path, uint32_t* out = nullptr);
 // Sets the modification time and keeps the access time. 0, or -1 on failure.
-int setFileTime(std::string_view path, uint32_t packed);
+[[nodiscard]] int setFileTime(std::string_view path, uint32_t packed);
 
 // Whether a regular file or a directory of that name exists. An empty path does not.
 bool fileExists(std::string_view path);
@@ -57,7 +57,7 @@ char driveLetter(std::string_view path);
 bool driveNotReady(char letter);
 // 0 if the file may be used for `mode` (0x2 write, else read), -1 otherwise with errno set. The
 // owner's write bit decides, so a read-only file refuses root as well.
-int checkAccess(std::string_view path, int mode);
+[[nodiscard]] int checkAccess(std::string_view path, int mode);
 
 os::FileResult openFile(std::string_view path, os::File::Access access, os::File* file);
 // Whether an open file is still the one that the path names.

@@ -40,7 +40,7 @@ const CharacterTable& characterTable();
 void setCharacterTable(const CharacterTable* table);
 // Replaces the table by the one in a file: the magic 0x23239843, then the 256 entries, all little
 // endian. False for a file that can't be read, is too short or is something else: nothing changes.
-bool loadCharacterTable(std::string_view path);
+[[nodiscard]] bool loadCharacterTable(std::string_view path);
 // Whether any byte of the table is a lead byte.
 bool hasLeadBytes();
 

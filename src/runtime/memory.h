@@ -19,10 +19,10 @@ LowMemoryHandler GetLowMemoryHandler();
 unsigned LowMemoryHandlerSettings();
 
 // Null when the heap is empty and the handler has given up.
-void* RetryMalloc(size_t size);
-void* RetryCalloc(size_t count, size_t size);  // Filled with zeros.
-void* RetryRealloc(void* block, size_t size);  // On failure `block` stays as it was.
-void FreeBlock(void* block);                   // Null is allowed.
+[[nodiscard]] void* RetryMalloc(size_t size);
+[[nodiscard]] void* RetryCalloc(size_t count, size_t size);  // Filled with zeros.
+[[nodiscard]] void* RetryRealloc(void* block, size_t size);  // On failure `block` stays as it was.
+void FreeBlock(void* block);                                 // Null is allowed.
 
 // Frees *block and makes it null, unless it is.
 template <typename T>
@@ -33,7 +33,7 @@ void FreeAndClear(T** block) {
 }
 
 // A copy of `text`; null for null or when out of memory.
-char* DuplicateString(const char* text);
+[[nodiscard]] char* DuplicateString(const char* text);
 
 // Where blocks come from. A program may put its own in place before the first allocation; null
 // brings back the C heap. Not copied.

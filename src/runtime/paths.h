@@ -39,7 +39,7 @@ bool hasPathPrefix(std::string_view path);
 bool hasDrive(std::string_view path);
 
 // Makes the directories that lead to the file `path`, not the file. 0, or -1 if one can't be made.
-int makeDirectories(std::string_view path);
+[[nodiscard]] int makeDirectories(std::string_view path);
 
 // Cuts an extension to 3 bytes and the name before it to 8.
 std::string limitToShortName(std::string_view path);

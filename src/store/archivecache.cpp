@@ -37,8 +37,8 @@ int32_t TVArchiveCache::readVersion() {
   os::File file;
   if (openFile(path_.view(), os::File::Access::kRead, &file) != os::FileResult::kDone) return 0;
   std::string start(static_cast<size_t>(std::min(file.size(), kStart)), '\0');
-  if (file.readAt(0, start.data(), start.size())) VArchiver(start).getNumber(&version_);
-  return version_;
+  if (!file.readAt(0, start.data(), start.size())) return 0;
+  return VArchiver(start).getNumber(&version_) ? version_ : 0;
 }
 
 bool TVArchiveCache::load(Keep keep) {

@@ -72,10 +72,10 @@ TEST_F(VFileTest, ReportsAFullDiskAndKeepsTheFile) {
     const support::SizeLimit full(100);
     VFile file{VPathString(path_)};
     ASSERT_TRUE(file.open(VFile::kReadWrite));
-    file.seek(VFile::kEnd);
+    ASSERT_TRUE(file.seek(VFile::kEnd));
     EXPECT_EQ(file.writeText(std::string(20, 'y')), -1);
     ASSERT_TRUE(file.open(VFile::kCreate));
-    file.writeText(std::string(200, 'z'));
+    EXPECT_EQ(file.writeText(std::string(200, 'z')), 200);
     EXPECT_FALSE(file.close());
   }
   EXPECT_EQ(bytes(), old);

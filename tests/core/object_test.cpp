@@ -120,13 +120,13 @@ TEST_F(Objects, AUseThatFailsLeavesNothingOpen) {
   node.fails = "read";
   node.stale = true;
   EXPECT_FALSE(node.storageLock() != nullptr);
-  EXPECT_THROW(node.beginEdit(root), std::bad_alloc);
+  EXPECT_THROW(static_cast<void>(node.beginEdit(root)), std::bad_alloc);
   EXPECT_EQ(node.storageLock(), nullptr);
   node.fails = "memory";
   node.stale = false;
   ASSERT_TRUE(node.beginEdit(root));
   child(root, "a").object()->destroyObject(root, TVRemoval::kStored);
-  EXPECT_THROW(node.endEdit(root), std::bad_alloc);
+  EXPECT_THROW(static_cast<void>(node.endEdit(root)), std::bad_alloc);
   EXPECT_EQ(node.storageLock(), nullptr);
   EXPECT_EQ(names(root), "a ");
 }
