@@ -82,7 +82,10 @@ inline void checkConfiguration(std::string_view bytes) {
   // A master file and one that follows it, or the same text with no master.
   for (const auto mode :
        {first % 2 == 0 ? TRVS_READ_MASTER : TRVS_READ_FIRST, TRVS_READ_FOLLOWING}) {
-    btkf::ConfigurationReader(&host, mode, &configuration).read("\x01");
+    const TrvsStatus status = btkf::ConfigurationReader(&host, mode, &configuration).read("\x01");
+    require(
+        status == TRVS_DONE || status == TRVS_CANCELLED || status == TRVS_CANNOT_READ_CONFIGURATION,
+        "a load is done, cancelled or not begun");
     check(configuration);
   }
 }

@@ -2,10 +2,8 @@
 // told.
 #include "btkf520/archive/archive.h"
 
-#include <sys/stat.h>
 #include <unistd.h>
 
-#include <csignal>
 #include <filesystem>
 #include <fstream>
 #include <set>

@@ -288,7 +288,7 @@ TEST(Configuration, SettingsTakeTheirValuesOrRefuseThem) {
     EXPECT_EQ(configuration.set(c.name, c.value), c.good);
     EXPECT_EQ(kept(), c.want);
   }
-  configuration.set("VCSDIR", ";a b; ;c");
+  EXPECT_TRUE(configuration.set("VCSDIR", ";a b; ;c"));
   EXPECT_EQ(configuration.archiveDirectories(), (std::vector<std::string>{"a b", "c"}));
 }
 

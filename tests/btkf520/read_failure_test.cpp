@@ -1,6 +1,5 @@
 // btkf520/read_failure_test.cpp: a disk that fails once is no damage. The archive stays as it was,
 // and all of it can be read when the disk is well again.
-#include <cerrno>
 
 #include "btkf520/archives.h"
 #include "os/systemcalls.h"

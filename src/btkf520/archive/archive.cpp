@@ -378,8 +378,5 @@ TrvsStatus Archive::commit(ArchiveModel model) { return impl_->commit(std::move(
 TrvsStatus Archive::verify(std::vector<Content>* damaged) const {
   return impl_->reader().verify(damaged);
 }
-int Archive::frameCount(const Content& content) const {
-  return impl_->reader().frameCount(content.id);
-}
 
 }  // namespace btkf

@@ -15,7 +15,6 @@
 // where in the file is told in docs/archive-format.md.
 #pragma once
 
-#include <cstdint>
 #include <memory>
 #include <string>
 #include <string_view>
@@ -36,12 +35,14 @@ class Archive {
  public:
   // Opens an archive for model(), read() and verify(). Never waits for a writer. TRVS_NO_ARCHIVE if
   // there is no file.
-  static TrvsStatus openToRead(const std::string& path, std::unique_ptr<Archive>* archive);
+  [[nodiscard]] static TrvsStatus openToRead(const std::string& path,
+                                             std::unique_ptr<Archive>* archive);
 
   // The same, for put() and commit() as well. As long as the object lives, no other object, in this
   // process or another, can be opened to update the same file. TRVS_IN_USE, at once, if there is
   // one; TRVS_NO_ARCHIVE.
-  static TrvsStatus openToUpdate(const std::string& path, std::unique_ptr<Archive>* archive);
+  [[nodiscard]] static TrvsStatus openToUpdate(const std::string& path,
+                                               std::unique_ptr<Archive>* archive);
 
   // A new archive, for put() and one commit(), which makes the file in one step, with its first
   // revision if `model` has one. From then on the object is open to update. commit() gives
@@ -59,12 +60,12 @@ class Archive {
   // Rebuilds a content and checks it: TRVS_NOT_AN_ARCHIVE if it is damaged, TRVS_NO_REVISION if the
   // archive has no such content, TRVS_NO_MEMORY if it can't be held. *bytes changes only with
   // TRVS_DONE. Contents that were put and not committed yet can be read as well.
-  TrvsStatus read(const Content& content, Bytes* bytes) const;
+  [[nodiscard]] TrvsStatus read(const Content& content, Bytes* bytes) const;
 
   // The same, to a sink, and in little memory if the content is a tip's. TRVS_CANNOT_WRITE if the
   // sink takes no more. With any status but TRVS_DONE the sink may have got bytes that are not
   // right.
-  TrvsStatus read(const Content& content, const BytesSink& sink) const;
+  [[nodiscard]] TrvsStatus read(const Content& content, const BytesSink& sink) const;
 
   // Takes in a new content, to be kept by the next commit() whose model uses it; without one it is
   // forgotten. Nothing is copied: `bytes` must stay as they are until that commit() has returned.
@@ -78,15 +79,12 @@ class Archive {
   // The new file keeps the mode of the old one and, where that is allowed, its owner. A damaged
   // content is no obstacle: it is kept as it is, and stays damaged. TRVS_IN_USE also if a content
   // that was put is found to have changed since.
-  TrvsStatus commit(ArchiveModel model);
+  [[nodiscard]] TrvsStatus commit(ArchiveModel model);
 
   // Reads every byte of the file and checks it, so that it finds any changed bit. TRVS_DONE if all
   // is well. Else TRVS_NOT_AN_ARCHIVE, and in *damaged the contents that can't be rebuilt any more;
   // if that is empty, what is damaged is outside the contents. Null for no list.
-  TrvsStatus verify(std::vector<Content>* damaged) const;
-
-  // How many frames of the file rebuilding `content` decodes. 0 for no such content.
-  int frameCount(const Content& content) const;
+  [[nodiscard]] TrvsStatus verify(std::vector<Content>* damaged) const;
 
  private:
   class Impl;

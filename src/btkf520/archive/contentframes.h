@@ -41,27 +41,29 @@ class FrameCodec {
   // nothing; unpacking takes the same prefix. An empty one makes a frame that stands alone. The
   // frame has been unpacked again and has `checksum`: nothing if that can't be, because another
   // process writes to the file that `content` shows.
-  std::optional<Bytes> pack(std::string_view content, std::string_view prefix, uint64_t checksum);
+  [[nodiscard]] std::optional<Bytes> pack(std::string_view content, std::string_view prefix,
+                                          uint64_t checksum);
 
   // Unpacks a frame to `length` bytes, and adds them to *checksum unless it is null: while they are
   // still near to the processor. False, and *content is unchanged, if the frame is damaged or has
   // any other length.
-  bool unpack(const FramePieces& frame, std::string_view prefix, uint64_t length, Bytes* content,
-              Checksum* checksum);
-  bool unpack(std::string_view frame, std::string_view prefix, uint64_t length, Bytes* content);
+  [[nodiscard]] bool unpack(const FramePieces& frame, std::string_view prefix, uint64_t length,
+                            Bytes* content, Checksum* checksum);
+  [[nodiscard]] bool unpack(std::string_view frame, std::string_view prefix, uint64_t length,
+                            Bytes* content);
   // Unpacks a frame that stands alone to *sink, in little memory. False if it is damaged, or if the
   // sink takes no more: then what has been given to the sink is worth nothing.
-  bool unpackAlone(const FramePieces& frame, uint64_t length, const BytesSink& sink,
-                   Checksum* checksum);
+  [[nodiscard]] bool unpackAlone(const FramePieces& frame, uint64_t length, const BytesSink& sink,
+                                 Checksum* checksum);
 
  private:
   void resetUnpacking();
-  bool unpackTo(const FramePieces& frame, std::string_view prefix, Bytes* content,
-                Checksum* checksum);
-  bool unpackAtOnce(const FramePieces& frame, Bytes* content, Checksum* checksum);
+  [[nodiscard]] bool unpackTo(const FramePieces& frame, std::string_view prefix, Bytes* content,
+                              Checksum* checksum);
+  [[nodiscard]] bool unpackAtOnce(const FramePieces& frame, Bytes* content, Checksum* checksum);
   bool isRight(const Bytes& frame, std::string_view prefix, uint64_t length, uint64_t checksum);
   Bytes packAlone(std::string_view content);
-  std::optional<Bytes> packDelta(std::string_view content, std::string_view prefix);
+  [[nodiscard]] std::optional<Bytes> packDelta(std::string_view content, std::string_view prefix);
   void resetPacking();
 
   ZSTD_CCtx_s* packing_ = nullptr;  // Made at first use, both.

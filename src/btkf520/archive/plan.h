@@ -21,7 +21,6 @@
 // revisions have been deleted.
 #pragma once
 
-#include <array>
 #include <cstddef>
 #include <cstdint>
 #include <vector>

@@ -6,7 +6,6 @@
 #include "btkf520/archive/reader.h"
 
 #include <algorithm>
-#include <cstring>
 
 namespace btkf {
 namespace {
@@ -289,11 +288,6 @@ TrvsStatus ArchiveReader::give(uint32_t content, const BytesSink& sink) {
   if (!isUnpacked && file_.hasFailed()) return TRVS_CANNOT_OPEN;
   return isUnpacked && checksum.value() == target->content.checksum ? TRVS_DONE
                                                                     : TRVS_NOT_AN_ARCHIVE;
-}
-
-int ArchiveReader::frameCount(uint32_t content) const {
-  const Stored* const target = find(content);
-  return target == nullptr ? 0 : static_cast<int>(framesFor(*target).size());
 }
 
 // Header, sizes and the index are checked whenever a file is opened, and here once more.

@@ -5,7 +5,6 @@
 #include <cstdint>
 #include <functional>
 #include <list>
-#include <map>
 #include <memory>
 #include <string>
 #include <string_view>
@@ -74,13 +73,11 @@ class ArchiveReader {
   ArchiveReader& operator=(const ArchiveReader&) = delete;
 
   // TRVS_NOT_AN_ARCHIVE if `file` is none, or if its index is damaged.
-  static TrvsStatus open(os::File file, std::unique_ptr<ArchiveReader>* reader);
+  [[nodiscard]] static TrvsStatus open(os::File file, std::unique_ptr<ArchiveReader>* reader);
 
   os::File& file() { return file_; }
   const Index& index() const { return index_; }
   FrameCodec& codec() { return *codec_; }
-  // Where the frames end, and the index begins.
-  uint64_t bodySize() const { return bodySize_; }
 
   // Null for none. Good as long as the object is.
   const Stored* find(uint32_t content) const;
@@ -88,15 +85,14 @@ class ArchiveReader {
   // Rebuild a content and check it: TRVS_NO_REVISION if there is none, TRVS_NOT_AN_ARCHIVE for a
   // damaged one. *bytes changes only with TRVS_DONE. read() keeps what it rebuilds for the
   // next; take() does not, and gives the memory away.
-  TrvsStatus read(uint32_t content, SharedBytes* bytes);
-  TrvsStatus take(uint32_t content, Bytes* bytes);
+  [[nodiscard]] TrvsStatus read(uint32_t content, SharedBytes* bytes);
+  [[nodiscard]] TrvsStatus take(uint32_t content, Bytes* bytes);
   // The same, to a sink: TRVS_CANNOT_WRITE if that takes no more. What a sink got is worth nothing
   // with any status but TRVS_DONE.
-  TrvsStatus give(uint32_t content, const BytesSink& sink);
+  [[nodiscard]] TrvsStatus give(uint32_t content, const BytesSink& sink);
 
   // See Archive.
-  int frameCount(uint32_t content) const;
-  TrvsStatus verify(std::vector<Content>* damaged);
+  [[nodiscard]] TrvsStatus verify(std::vector<Content>* damaged);
 
  private:
   struct Ends {
@@ -104,19 +100,21 @@ class ArchiveReader {
     IndexPlace place;
     std::string storedIndex;
   };
-  static TrvsStatus readEnds(const os::File& file, Ends* ends);
+  [[nodiscard]] static TrvsStatus readEnds(const os::File& file, Ends* ends);
   bool endsAreWhole() const;
 
   std::vector<const Stored*> framesFor(const Stored& target) const;
   // Keeps what it rebuilds for the next call if `keeps`.
-  TrvsStatus rebuild(const Stored& target, bool keeps, std::shared_ptr<Bytes>* bytes);
+  [[nodiscard]] TrvsStatus rebuild(const Stored& target, bool keeps, std::shared_ptr<Bytes>* bytes);
   // Hands the frame to `work`, which unpacks all of it. False if that is, or the frame is damaged.
-  bool withFrame(const Stored& stored, const std::function<bool(const FramePieces&)>& work) const;
-  bool unpack(const Stored& stored, std::string_view prefix, Bytes* content, Checksum* checksum);
+  [[nodiscard]] bool withFrame(const Stored& stored,
+                               const std::function<bool(const FramePieces&)>& work) const;
+  [[nodiscard]] bool unpack(const Stored& stored, std::string_view prefix, Bytes* content,
+                            Checksum* checksum);
 
   os::File file_;
   Index index_;
-  uint64_t bodySize_ = 0;
+  uint64_t bodySize_ = 0;  // Where the frames end, and the index begins.
   std::unordered_map<uint32_t, Stored> contents_;
   std::unique_ptr<FrameCodec> codec_;
   RecentContents recent_;

@@ -9,11 +9,10 @@ bool Conditionals::asksForElseif() const {
   return !open_.empty() && open_.back().outerReading && !open_.back().settled;
 }
 
-bool Conditionals::open(std::optional<bool> condition, Opening opening) {
+void Conditionals::open(std::optional<bool> condition, Opening opening) {
   const bool outer = isReading();
   open_.push_back(
       {std::move(opening), outer, outer && condition.value_or(false), condition.value_or(true)});
-  return true;
 }
 
 bool Conditionals::elseif(std::optional<bool> condition) {
@@ -26,8 +25,7 @@ bool Conditionals::elseif(std::optional<bool> condition) {
 
 bool Conditionals::otherwise() {
   // Settles the construct too, so that whatever stands after ELSE is skipped.
-  const bool first = !open_.empty() && !open_.back().elseSeen;
-  elseif(true);
+  const bool first = elseif(true);
   if (!open_.empty()) open_.back().elseSeen = true;
   return first;
 }

@@ -24,10 +24,10 @@ class Conditionals {
   // Each follows one line, and is false if that line is out of place. A condition that could not
   // be understood is passed as nullopt: then this branch and all further ones are skipped, since
   // nobody knows which of them was meant.
-  bool open(std::optional<bool> condition, Opening opening);
-  bool elseif(std::optional<bool> condition);
-  bool otherwise();
-  bool close();
+  void open(std::optional<bool> condition, Opening opening);
+  [[nodiscard]] bool elseif(std::optional<bool> condition);
+  [[nodiscard]] bool otherwise();
+  [[nodiscard]] bool close();
 
   // The innermost construct that is still open.
   std::optional<Opening> unclosed() const;

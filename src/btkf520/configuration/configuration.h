@@ -54,7 +54,7 @@ class Configuration {
   // Takes in one directive. `name` is in upper case, `value` is trimmed; an empty value sets
   // the default, or turns a switch on. False, and nothing changes, for a name that isn't a
   // setting or a value that this setting can't have.
-  bool set(const std::string& name, std::string_view value);
+  [[nodiscard]] bool set(const std::string& name, std::string_view value);
   static bool isSetting(const std::string& name);
 
   // Directives that files after the master file may not use, by names in upper case.

@@ -5,7 +5,6 @@
 #include "btkf520/configuration/configurationreader.h"
 
 #include <algorithm>
-#include <utility>
 
 #include "btkf520/configuration/text.h"
 

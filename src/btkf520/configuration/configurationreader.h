@@ -2,7 +2,6 @@
 #pragma once
 
 #include <cstddef>
-#include <cstdint>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -36,7 +35,7 @@ class ConfigurationHost {
   virtual std::optional<FileText> readFile(const std::string& path, size_t largest) = 0;
   virtual std::optional<std::string> variable(const std::string& name) = 0;
   // False ends the reading.
-  virtual bool report(const BadDirective& directive) = 0;
+  [[nodiscard]] virtual bool report(const BadDirective& directive) = 0;
 };
 
 // Reads one file, and those that it includes, into a configuration, and is then thrown away.
@@ -48,7 +47,7 @@ class ConfigurationReader {
   // Gives TRVS_DONE whatever the lines were like, TRVS_CANNOT_READ_CONFIGURATION with nothing
   // changed, or TRVS_CANCELLED when a report was answered with false: what was read up to then has
   // been set.
-  TrvsStatus read(const std::string& path);
+  [[nodiscard]] TrvsStatus read(const std::string& path);
 
   // Bounds on what any set of files can cost: beyond them, files are not included and lines are
   // bad.
@@ -71,11 +70,11 @@ class ConfigurationReader {
   };
 
   void readText(const std::string& path, const FileText& file);
-  TrvsStatus takeLine();
-  TrvsStatus takeConditional(const std::string& name, std::string_view value);
-  TrvsStatus takeDirective(const std::string& name, std::string_view value);
-  TrvsStatus include(std::string_view value);
-  TrvsStatus disallow(std::string_view value);
+  [[nodiscard]] TrvsStatus takeLine();
+  [[nodiscard]] TrvsStatus takeConditional(const std::string& name, std::string_view value);
+  [[nodiscard]] TrvsStatus takeDirective(const std::string& name, std::string_view value);
+  [[nodiscard]] TrvsStatus include(std::string_view value);
+  [[nodiscard]] TrvsStatus disallow(std::string_view value);
   std::optional<bool> evaluate(std::string_view condition) const;
   void checkPromotion(const std::string& path, const PromotionModel& before);
   void report(TrvsStatus code, std::string_view line, const std::string& path, int number);

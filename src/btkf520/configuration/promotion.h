@@ -22,7 +22,7 @@ class PromotionModel {
   // Lets `child` promote to `parent` and to nothing else. With an empty `parent` the group merely
   // exists, unless it is linked already. False, and nothing changes, for an empty or overlong name,
   // a group above itself, or a model that clients could no longer fetch.
-  bool link(std::string_view child, std::string_view parent);
+  [[nodiscard]] bool link(std::string_view child, std::string_view parent);
 
   Fault fault() const;
   bool isEmpty() const { return links_.empty(); }

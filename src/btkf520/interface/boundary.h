@@ -34,7 +34,7 @@ inline void fill(char* buffer, const std::string& text) {
 }
 
 // Fills the buffer if the text fits.
-inline TrvsStatus handOut(const std::string& text, char* buffer, int32_t size) {
+[[nodiscard]] inline TrvsStatus handOut(const std::string& text, char* buffer, int32_t size) {
   if (!fits(text, size)) return TRVS_BUFFER_TOO_SMALL;
   fill(buffer, text);
   return TRVS_DONE;

@@ -16,7 +16,6 @@
 #include "btkf520/operations/names.h"
 #include "btkf520/operations/promote.h"
 #include "btkf520/operations/revtree.h"
-#include "btkf520/operations/surroundings.h"
 
 namespace {
 

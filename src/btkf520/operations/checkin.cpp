@@ -5,11 +5,11 @@
 // revision, or where that is asked for, it starts a new one.
 #include "btkf520/operations/checkin.h"
 
-#include <algorithm>
 #include <optional>
 #include <string>
 
 #include "btkf520/btkf520.h"
+#include "btkf520/configuration/text.h"
 #include "btkf520/operations/keywords.h"
 #include "btkf520/operations/labels.h"
 #include "btkf520/operations/locks.h"

@@ -22,10 +22,10 @@ struct CheckInRequest {
 };
 
 // Makes a revision from a workfile. The statuses are told in btkf520.h.
-TrvsStatus checkIn(const CheckInRequest& request);
+[[nodiscard]] TrvsStatus checkIn(const CheckInRequest& request);
 
 // Makes an archive without revisions. `owner` null: the present user; `time` 0: the present.
-TrvsStatus createArchive(const char* archive, const char* workfile, const char* description,
-                         const char* owner, PackedTime time);
+[[nodiscard]] TrvsStatus createArchive(const char* archive, const char* workfile,
+                                       const char* description, const char* owner, PackedTime time);
 
 }  // namespace btkf

@@ -18,6 +18,6 @@ struct CheckOutRequest {
 };
 
 // Writes a revision to the workfile. The statuses are told in btkf520.h.
-TrvsStatus checkOut(const CheckOutRequest& request);
+[[nodiscard]] TrvsStatus checkOut(const CheckOutRequest& request);
 
 }  // namespace btkf

@@ -15,26 +15,26 @@ namespace btkf {
 class Client {
  public:
   // False, and nothing is kept, for an id that the toolkit has no use for. Null forgets.
-  bool registerCallback(int32_t id, TrvsCallback callback);
+  [[nodiscard]] bool registerCallback(int32_t id, TrvsCallback callback);
 
   // TRVS_CANCELLED if the client wants to stop.
-  TrvsStatus goOn() const;
+  [[nodiscard]] TrvsStatus goOn() const;
   // Whether to try again, or to continue all the same.
-  bool retries(TrvsStatus obstacle, const std::string& path) const;
+  [[nodiscard]] bool retries(TrvsStatus obstacle, const std::string& path) const;
   // Hands out one line without its end. Gives a TrvsAnswer, TRVS_ENOUGH if nobody listens.
-  int32_t output(const std::string& line, TrvsOutput kind) const;
+  [[nodiscard]] int32_t output(const std::string& line, TrvsOutput kind) const;
   // Whether the workfile may be overwritten.
-  bool overwrites(const std::string& workfile, const std::string& archive) const;
+  [[nodiscard]] bool overwrites(const std::string& workfile, const std::string& archive) const;
   // Whether the label may be moved. *label becomes another if the client would rather have that.
-  bool moves(std::string* label, const std::string& archive) const;
+  [[nodiscard]] bool moves(std::string* label, const std::string& archive) const;
   // Whether to check in all the same.
-  bool accepts(const std::string& workfile, TrvsStatus why) const;
+  [[nodiscard]] bool accepts(const std::string& workfile, TrvsStatus why) const;
   void idle() const;
   // An operation is done.
   void done(const std::string& event, const std::string& archive, const std::string& workfile,
             const std::string& what) const;
   // Whether to read on.
-  bool goesOnAfter(const BadDirective& directive) const;
+  [[nodiscard]] bool goesOnAfter(const BadDirective& directive) const;
   void message(TrvsStatus code) const;
 
  private:

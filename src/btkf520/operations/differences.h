@@ -20,10 +20,11 @@ struct DifferenceRequest {
 };
 
 // *differ is true if they differ in anything that counts.
-TrvsStatus testDifferences(const DifferenceRequest& request, bool* differ);
+[[nodiscard]] TrvsStatus testDifferences(const DifferenceRequest& request, bool* differ);
 
 // A unified report. `context` -1: all lines.
-TrvsStatus reportDifferences(const DifferenceRequest& request, const char* output, int context);
+[[nodiscard]] TrvsStatus reportDifferences(const DifferenceRequest& request, const char* output,
+                                           int context);
 
 // What a viewer colours its texts with: handed on as it stands.
 struct Colour {
@@ -32,7 +33,7 @@ struct Colour {
 };
 
 // The ranges of lines, for a program that shows both texts.
-TrvsStatus listDifferences(const DifferenceRequest& request, const char* output,
-                           const Colour (&colours)[3]);
+[[nodiscard]] TrvsStatus listDifferences(const DifferenceRequest& request, const char* output,
+                                         const Colour (&colours)[3]);
 
 }  // namespace btkf

@@ -3,8 +3,8 @@
 
 #include <algorithm>
 #include <set>
-#include <string_view>
 
+#include "btkf520/configuration/text.h"
 #include "btkf520/operations/revisions.h"
 #include "btkf520/operations/task.h"
 

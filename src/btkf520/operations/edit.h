@@ -12,23 +12,26 @@
 namespace btkf {
 
 // Of a revision, or with null of the archive.
-TrvsStatus setDescription(const char* archive, const char* revision, const char* text);
-TrvsStatus getDescription(const char* archive, const char* revision, std::string* text);
+[[nodiscard]] TrvsStatus setDescription(const char* archive, const char* revision,
+                                        const char* text);
+[[nodiscard]] TrvsStatus getDescription(const char* archive, const char* revision,
+                                        std::string* text);
 
-TrvsStatus setAttributes(const char* archive, uint32_t set, uint32_t clear);
-TrvsStatus getAttributes(const char* archive, uint32_t* attributes);
+[[nodiscard]] TrvsStatus setAttributes(const char* archive, uint32_t set, uint32_t clear);
+[[nodiscard]] TrvsStatus getAttributes(const char* archive, uint32_t* attributes);
 
-TrvsStatus addAccess(const char* archive, const char* user);
-TrvsStatus removeAccess(const char* archive, const char* user);
-TrvsStatus listAccess(const char* archive, std::vector<std::string>* users);
+[[nodiscard]] TrvsStatus addAccess(const char* archive, const char* user);
+[[nodiscard]] TrvsStatus removeAccess(const char* archive, const char* user);
+[[nodiscard]] TrvsStatus listAccess(const char* archive, std::vector<std::string>* users);
 
 // `range` as RevisionRange takes it, and with "+" after it with all branches.
-TrvsStatus deleteRevisions(const char* archive, const char* range);
+[[nodiscard]] TrvsStatus deleteRevisions(const char* archive, const char* range);
 // Their numbers: the trunk's from the oldest on, then those of each branch.
-TrvsStatus listRevisions(const char* archive, const char* range, std::vector<std::string>* numbers);
+[[nodiscard]] TrvsStatus listRevisions(const char* archive, const char* range,
+                                       std::vector<std::string>* numbers);
 
 // Reads all of an archive. *damaged receives the numbers of the revisions that can't be checked out
 // any more, with TRVS_NOT_AN_ARCHIVE.
-TrvsStatus verify(const char* archive, std::vector<std::string>* damaged);
+[[nodiscard]] TrvsStatus verify(const char* archive, std::vector<std::string>* damaged);
 
 }  // namespace btkf

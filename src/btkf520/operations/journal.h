@@ -21,6 +21,6 @@ void writeJournal(const Account& account);
 
 // Runs the command for `trigger`, such as "PRECHECKIN", if there is one, and waits for its end.
 // TRVS_TRIGGER_REFUSED if its exit code isn't 0, TRVS_TRIGGER_FAILED if it could not be run.
-TrvsStatus runTrigger(const std::string& trigger, const Account& account);
+[[nodiscard]] TrvsStatus runTrigger(const std::string& trigger, const Account& account);
 
 }  // namespace btkf

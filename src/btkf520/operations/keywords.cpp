@@ -1,7 +1,6 @@
 // btkf520/operations/keywords.cpp: keyword expansion, in one pass over a text.
 #include "btkf520/operations/keywords.h"
 
-#include <algorithm>
 #include <utility>
 
 #include "btkf520/configuration/text.h"

@@ -2,8 +2,6 @@
 #pragma once
 
 #include <string>
-#include <string_view>
-#include <utility>
 #include <vector>
 
 #include "btkf520/archive/model.h"
@@ -18,15 +16,15 @@ enum class Moving { kNever, kAsk, kAlways };
 // may choose another label when it is asked: *label becomes the one that was set.
 //   TRVS_BAD_NAME      not a name for labels
 //   TRVS_LABEL_EXISTS  it has another target, and stays there
-TrvsStatus setLabel(ArchiveModel* model, std::string* label, const Number& target, Moving moving,
-                    const std::string& archive);
+[[nodiscard]] TrvsStatus setLabel(ArchiveModel* model, std::string* label, const Number& target,
+                                  Moving moving, const std::string& archive);
 
 // The whole operations. `revision` as findRevision() takes it; with `floats`, its branch.
-TrvsStatus label(const char* archive, const char* label, const char* revision, bool floats,
-                 Moving moving);
+[[nodiscard]] TrvsStatus label(const char* archive, const char* label, const char* revision,
+                               bool floats, Moving moving);
 // TRVS_NO_SUCH_LABEL.
-TrvsStatus deleteLabel(const char* archive, const char* label);
+[[nodiscard]] TrvsStatus deleteLabel(const char* archive, const char* label);
 // Pairs of a label and the number of its revision or branch.
-TrvsStatus listLabels(const char* archive, std::vector<std::string>* pairs);
+[[nodiscard]] TrvsStatus listLabels(const char* archive, std::vector<std::string>* pairs);
 
 }  // namespace btkf

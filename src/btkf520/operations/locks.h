@@ -20,18 +20,20 @@ namespace btkf {
 //   TRVS_NO_SUCH_GROUP, TRVS_NEEDS_DEVELOPMENT_GROUP
 //   TRVS_GROUP_LOCKED      the group's revision is locked already
 //   TRVS_GROUP_IN_THE_WAY  the group is at another revision
-TrvsStatus lockRevision(Task* task, const char* revision, const char* group, Number* locked);
+[[nodiscard]] TrvsStatus lockRevision(Task* task, const char* revision, const char* group,
+                                      Number* locked);
 
 // The development group that a lock or a check-in is for. Empty if there is no promotion model.
 //   TRVS_NO_SUCH_GROUP            not in the model, or there is no model
 //   TRVS_NEEDS_DEVELOPMENT_GROUP  not one, or none was given and there are several
-TrvsStatus chooseGroup(std::string_view wanted, std::string* group);
+[[nodiscard]] TrvsStatus chooseGroup(std::string_view wanted, std::string* group);
 
 // The whole operations. A null user is the present one.
-TrvsStatus lock(const char* archive, const char* revision, const char* group);
+[[nodiscard]] TrvsStatus lock(const char* archive, const char* revision, const char* group);
 // Without a revision, all of the user's. TRVS_NO_LOCK if there is none.
-TrvsStatus unlock(const char* archive, const char* revision, const char* user);
+[[nodiscard]] TrvsStatus unlock(const char* archive, const char* revision, const char* user);
 // The numbers of the revisions that the user has locked. TRVS_NO_LOCK if there is none.
-TrvsStatus listLocks(const char* archive, const char* user, std::vector<std::string>* numbers);
+[[nodiscard]] TrvsStatus listLocks(const char* archive, const char* user,
+                                   std::vector<std::string>* numbers);
 
 }  // namespace btkf

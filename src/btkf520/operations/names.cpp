@@ -2,6 +2,7 @@
 #include "btkf520/operations/names.h"
 
 #include "btkf520/archive/number.h"
+#include "btkf520/configuration/text.h"
 #include "btkf520/operations/surroundings.h"
 #include "btkf520/operations/workfile.h"
 

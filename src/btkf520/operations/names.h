@@ -6,8 +6,6 @@
 #include <string>
 #include <string_view>
 
-#include "btkf520/configuration/text.h"
-
 namespace btkf {
 
 // What an operation is about: "archive(workfile)", or the archive alone, then without a workfile.

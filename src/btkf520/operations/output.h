@@ -6,7 +6,7 @@
 #include <string_view>
 #include <vector>
 
-#include "btkf520/operations/client.h"
+#include "btkf520/btkf520.h"
 #include "os/file.h"
 
 namespace btkf {
@@ -18,15 +18,15 @@ class ReportOutput {
   // `path` is the path text of the file; null or empty for the client. An existing file is
   // replaced only if the client agrees: TRVS_WOULD_OVERWRITE. TRVS_BAD_NAME. TRVS_SAME_NAMES if it
   // is one of `inputs`, the system's paths of what the report is about.
-  TrvsStatus open(const char* path, const std::vector<std::string>& inputs);
+  [[nodiscard]] TrvsStatus open(const char* path, const std::vector<std::string>& inputs);
 
   // Takes one line without its end. TRVS_CANCELLED if the client wants no report at all.
-  TrvsStatus line(std::string_view text, TrvsOutput kind);
+  [[nodiscard]] TrvsStatus line(std::string_view text, TrvsOutput kind);
   // Takes each line of a text.
-  TrvsStatus lines(std::string_view text, std::string_view indent, TrvsOutput kind);
+  [[nodiscard]] TrvsStatus lines(std::string_view text, std::string_view indent, TrvsOutput kind);
 
   // To be called at the end. TRVS_WOULD_OVERWRITE if the file has changed since, TRVS_CANNOT_WRITE.
-  TrvsStatus close();
+  [[nodiscard]] TrvsStatus close();
 
  private:
   std::string path_;                   // Empty: the client.

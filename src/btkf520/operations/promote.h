@@ -6,6 +6,6 @@
 namespace btkf {
 
 // Moves the revision in `group` to the next higher group. The statuses are told in btkf520.h.
-TrvsStatus promote(const char* archive, const char* group, bool acrossBranches);
+[[nodiscard]] TrvsStatus promote(const char* archive, const char* group, bool acrossBranches);
 
 }  // namespace btkf

@@ -24,6 +24,6 @@ struct ReportRequest {
   uint32_t flags = 0;  // TRVS_LOG_...
 };
 
-TrvsStatus reportLog(const ReportRequest& request);
+[[nodiscard]] TrvsStatus reportLog(const ReportRequest& request);
 
 }  // namespace btkf

@@ -4,8 +4,6 @@
 // version label. No text at all means the trunk's tip.
 #pragma once
 
-#include <optional>
-#include <string>
 #include <string_view>
 #include <vector>
 
@@ -18,7 +16,8 @@ namespace btkf {
 //   TRVS_NO_REVISIONS   the archive has none, or no trunk and no text
 //   TRVS_NO_REVISION    a number that the archive doesn't have
 //   TRVS_NO_SUCH_LABEL  no such label, or one that floats with a branch that is gone
-TrvsStatus findRevision(const ArchiveModel& model, const char* text, const Revision** revision);
+[[nodiscard]] TrvsStatus findRevision(const ArchiveModel& model, const char* text,
+                                      const Revision** revision);
 
 // The number of the branch that a revision of this number stands on.
 Number branchNumber(const Number& revision);
@@ -37,7 +36,8 @@ bool isLockedBy(const Revision& revision, std::string_view user);
 class RevisionRange {
  public:
   // Null and empty text mean all. The statuses are those of findRevision().
-  static TrvsStatus parse(const ArchiveModel& model, const char* text, RevisionRange* range);
+  [[nodiscard]] static TrvsStatus parse(const ArchiveModel& model, const char* text,
+                                        RevisionRange* range);
 
   // A revision lies between two ends if its number does: 1.2.1.0 lies between 1.2 and 1.3.
   bool contains(const Revision& revision) const;

@@ -4,7 +4,6 @@
 // level, so a revision's branches stand after all that hangs on the revision itself.
 #include "btkf520/operations/revtree.h"
 
-#include <algorithm>
 #include <deque>
 #include <map>
 #include <string>

@@ -12,6 +12,6 @@ TrvsRevTree* makeRevTree(const ArchiveModel& model);
 void freeRevTree(TrvsRevTree* tree);
 
 // The whole operation. *tree changes only with TRVS_DONE.
-TrvsStatus fetchRevTree(const char* archive, TrvsRevTree** tree);
+[[nodiscard]] TrvsStatus fetchRevTree(const char* archive, TrvsRevTree** tree);
 
 }  // namespace btkf

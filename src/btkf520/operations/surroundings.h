@@ -2,7 +2,6 @@
 // functions, and where users and path texts are in the operating system.
 #pragma once
 
-#include <cstdint>
 #include <optional>
 #include <string>
 
@@ -30,7 +29,7 @@ class Surroundings final : private ConfigurationHost {
 
   // Reads a configuration file. kFirst and kMaster forget what was there before they do anything
   // else. See ConfigurationReader::read(); after TRVS_CANCELLED nothing of the file counts.
-  TrvsStatus load(const std::string& path, TrvsReadMode mode);
+  [[nodiscard]] TrvsStatus load(const std::string& path, TrvsReadMode mode);
 
   // The user id by the source that the configuration names. Nothing if that source has none, or
   // one that is no good name: it would read as several users in a list.

@@ -5,6 +5,7 @@
 #include <utility>
 #include <vector>
 
+#include "btkf520/configuration/text.h"
 #include "btkf520/operations/surroundings.h"
 #include "os/clock.h"
 #include "os/directory.h"
@@ -72,7 +73,8 @@ TrvsStatus Task::store() {
 void Task::announce(const Event& event) const {
   const Account account = accountOf(event);
   writeJournal(account);
-  runTrigger("POST" + event.name, account);
+  // It is done, whatever the trigger says.
+  static_cast<void>(runTrigger("POST" + event.name, account));
   client().done(event.name, names_.archive, names_.workfile, event.what);
 }
 

@@ -37,26 +37,26 @@ class Task {
   //   TRVS_CANCELLED  the client doesn't want to continue
   // What the archive says about itself is open to everybody; its contents and changes to it are for
   // users on its access list: TRVS_NO_ACCESS, TRVS_NO_USER_ID.
-  TrvsStatus openToTell(const char* target);
-  TrvsStatus openContents(const char* target);
+  [[nodiscard]] TrvsStatus openToTell(const char* target);
+  [[nodiscard]] TrvsStatus openContents(const char* target);
   // `event` is what the trigger before it is asked about. Without a trigger for it, nothing.
-  TrvsStatus openToUpdate(const char* target, const std::string& event = "");
+  [[nodiscard]] TrvsStatus openToUpdate(const char* target, const std::string& event = "");
   // For an archive that isn't there yet.
-  TrvsStatus openNew(const char* archive, const char* workfile);
+  [[nodiscard]] TrvsStatus openNew(const char* archive, const char* workfile);
 
   // Makes the archive say what `model` says, which is gone then, closes it, and tells everybody
   // about it.
-  TrvsStatus commit(const Event& event);
+  [[nodiscard]] TrvsStatus commit(const Event& event);
   // The same in two steps, for operations that do more in between.
-  TrvsStatus store();
+  [[nodiscard]] TrvsStatus store();
   void announce(const Event& event) const;
   // Asks the trigger before an event: TRVS_TRIGGER_REFUSED or TRVS_TRIGGER_FAILED.
-  TrvsStatus ask(const std::string& event, const std::string& what = "") const;
+  [[nodiscard]] TrvsStatus ask(const std::string& event, const std::string& what = "") const;
 
   // Of the workfile in the operating system: that of the target, else of the archive's own
   // workfile in the current directory. TRVS_BAD_NAME, TRVS_SAME_NAMES if that is the archive
   // itself.
-  TrvsStatus findWorkfile(std::string* path);
+  [[nodiscard]] TrvsStatus findWorkfile(std::string* path);
 
   Archive& archive() { return *archive_; }
   const Archive& archive() const { return *archive_; }
@@ -69,10 +69,10 @@ class Task {
 
  private:
   Account accountOf(const Event& event) const;
-  TrvsStatus findArchive(const char* target);
-  TrvsStatus findUser();
-  TrvsStatus checkAccess() const;
-  TrvsStatus openPatiently();
+  [[nodiscard]] TrvsStatus findArchive(const char* target);
+  [[nodiscard]] TrvsStatus findUser();
+  [[nodiscard]] TrvsStatus checkAccess() const;
+  [[nodiscard]] TrvsStatus openPatiently();
 
   Target names_;
   std::string path_;

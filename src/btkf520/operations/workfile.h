@@ -21,20 +21,20 @@ class NewWorkfile {
  public:
   // TRVS_BAD_NAME if there is no such directory, TRVS_IN_USE if another is writing the same one,
   // TRVS_CANNOT_WRITE.
-  TrvsStatus open(const std::string& path);
+  [[nodiscard]] TrvsStatus open(const std::string& path);
   // Adds at the end. TRVS_CANNOT_WRITE.
-  TrvsStatus write(std::string_view bytes);
+  [[nodiscard]] TrvsStatus write(std::string_view bytes);
   // To be called when all is written: `time` 0 is the present time. TRVS_CANNOT_WRITE.
-  TrvsStatus complete(bool isWritable, PackedTime time);
+  [[nodiscard]] TrvsStatus complete(bool isWritable, PackedTime time);
 
   // Tells what was seen at the file's place, nothing for no file, when it was decided that it may
   // be replaced. Without this anything may be.
   void replaceOnly(std::optional<os::FileStatus> seen);
 
   // Whether it may still take its place: TRVS_WOULD_OVERWRITE.
-  TrvsStatus check() const;
+  [[nodiscard]] TrvsStatus check() const;
   // Takes its place. TRVS_WOULD_OVERWRITE, TRVS_CANNOT_WRITE.
-  TrvsStatus finish();
+  [[nodiscard]] TrvsStatus finish();
 
  private:
   std::string path_;
@@ -44,6 +44,6 @@ class NewWorkfile {
 };
 
 // TrvsStatus for a file that could not be read.
-TrvsStatus readFailure(os::FileResult result, TrvsStatus missing);
+[[nodiscard]] TrvsStatus readFailure(os::FileResult result, TrvsStatus missing);
 
 }  // namespace btkf
