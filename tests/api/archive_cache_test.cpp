@@ -92,7 +92,7 @@ TEST_F(ArchiveCache, IsOffWhileTheEnvironmentSaysSo) {
   }
   EXPECT_EQ(revisions("a"), 1);
   EXPECT_TRUE(hasCacheFile());
-  // What lies there is neither used nor touched.
+  // The file that is there is neither used nor touched.
   writeArchive("a", {.revisions = 2});
   const string before = scratch_.shown(kCacheFile);
   const support::ScopedEnvironment off("TRVS_TVAPI_NOCACHE", "");

@@ -22,7 +22,7 @@ class Branches : public testing::Test {
     AddExistingArchive(scratch_.openProject("P"), "m.c", archive_.c_str());
   }
 
-  // Checks in a revision behind a parent, or the first one.
+  // Checks in a revision after a parent, or the first one.
   void checkIn(const char* parent, uint32_t flags = 0) {
     if (parent != nullptr) {
       EXPECT_EQ(TrvsLockRevision(TRVS_CONTEXT, archive_.c_str(), parent, nullptr), 0);

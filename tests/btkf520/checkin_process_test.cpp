@@ -72,29 +72,25 @@ class Team : public Archives {
   }
 };
 
-TEST_F(Team, LosesNothingWithoutLocks) {
-  ASSERT_EQ(create(), 0);
-  ASSERT_EQ(TrvsSetAttributes(TRVS_CONTEXT, archive().c_str(), 0, TRVS_ATTRIBUTE_CHECK_LOCKS), 0);
-  ASSERT_EQ(put("first", {.change = "first"}), 0);
-  run(false);
-  EXPECT_GE(check(), 1u);
-}
-
-TEST_F(Team, LosesNothingWhenItWaits) {
-  ASSERT_EQ(create(), 0);
-  ASSERT_EQ(TrvsSetAttributes(TRVS_CONTEXT, archive().c_str(), 0, TRVS_ATTRIBUTE_CHECK_LOCKS), 0);
-  ASSERT_EQ(put("first", {.change = "first"}), 0);
-  answerQuestions();
-  run(false);
-  EXPECT_GE(check(), 1u);
-}
-
-TEST_F(Team, LosesNothingWithLocks) {
-  ASSERT_EQ(create(), 0);
-  ASSERT_EQ(put("first", {.change = "first"}), 0);
-  answerQuestions();
-  run(true);
-  EXPECT_GE(check(), 1u);
+TEST_F(Team, LosesNothing) {
+  struct Case {
+    const char* why;
+    bool withLocks;
+    bool waits;
+  };
+  for (const Case& c : {Case{"without locks", false, false},
+                        {"waiting", false, true},
+                        {"with locks", true, true}}) {
+    SCOPED_TRACE(c.why);
+    unlink(archive().c_str());
+    ASSERT_EQ(create(), 0);
+    TrvsSetAttributes(TRVS_CONTEXT, archive().c_str(), c.withLocks ? TRVS_ATTRIBUTE_CHECK_LOCKS : 0,
+                      c.withLocks ? 0 : TRVS_ATTRIBUTE_CHECK_LOCKS);
+    ASSERT_EQ(put("first", {.change = "first"}), 0);
+    if (c.waits) answerQuestions();
+    run(c.withLocks);
+    EXPECT_GE(check(), 1u);
+  }
 }
 
 }  // namespace

@@ -14,13 +14,16 @@ class Logs : public Archives {};
 class Differences : public Archives {};
 
 TEST_F(Logs, HaveAFormForEachQuestion) {
+  struct Filters {
+    const char *authors = nullptr, *lockers = nullptr, *labels = nullptr, *groups = nullptr;
+    const char *words = nullptr, *dates = nullptr;
+  };
   struct Case {
     const char* why;
     uint32_t flags;
-    const char* revisions;
-    const char* filters[5];  // Authors, lockers, labels, groups, words.
-    const char* dates;
     std::string want;  // The lines, "|" between them; dates as "@minute".
+    const char* revisions = nullptr;
+    Filters only = {};
   };
   makeBranches();
   become("bob");
@@ -34,55 +37,37 @@ TEST_F(Logs, HaveAFormForEachQuestion) {
   const uint32_t brief = bare | TRVS_LOG_BRIEF;
   const std::string tip = "1.3  @9  bob  Mend";
   const Case cases[] = {
-      {"brief",
-       brief,
-       nullptr,
-       {},
-       nullptr,
+      {"brief", brief,
        tip + "|1.2  @3  ann|1.1.2.0  @5  ann|1.1.1.0  @4  ann|1.1  @2  ann|1.0  @1  ann"},
-      {"oldest first",
-       brief | TRVS_LOG_OLDEST_FIRST,
-       "1.1*1.1.1.0",
-       {},
+      {"oldest first", brief | TRVS_LOG_OLDEST_FIRST, "1.1  @2  ann|1.1.1.0  @4  ann",
+       "1.1*1.1.1.0"},
+      {"by date", bare | TRVS_LOG_BY_DATE,
+       "1.1.2.0  @5  ann|1.1.1.0  @4  ann|1.2  @3  ann|1.1  @2  ann|1.0  @1  ann", "*1.2"},
+      {"by author", bare | TRVS_LOG_BY_AUTHOR, "ann:|    1.2  @3  ann|bob:|    " + tip, "1.2*"},
+      {"labels", bare | TRVS_LOG_LABELS, "REL  1.0  @1  ann|TIP (floats with 1)  " + tip},
+      {"locked", bare | TRVS_LOG_LOCKED, "bob  " + tip},
+      {"groups", bare | TRVS_LOG_GROUPS, "dev  " + tip},
+      {"one branch", brief, "1.1.2.0  @5  ann", "1.1.2"},
+      {"authors", brief, tip, nullptr, {.authors = "eve, bob"}},
+      {"lockers", brief, tip, nullptr, {.lockers = "bob"}},
+      {"no such locker", brief, "", nullptr, {.lockers = "ann"}},
+      {"labels wanted", brief, "1.0  @1  ann", nullptr, {.labels = "X,REL"}},
+      {"groups wanted", brief, tip, nullptr, {.groups = "dev"}},
+      {"words", brief, tip, nullptr, {.words = "MORE"}},
+      {"all must agree", brief, "", nullptr, {.authors = "ann", .lockers = "bob"}},
+      {"dates",
+       brief,
+       "1.2  @3  ann|1.1.1.0  @4  ann",
        nullptr,
-       "1.1  @2  ann|1.1.1.0  @4  ann"},
-      {"by date",
-       bare | TRVS_LOG_BY_DATE,
-       "*1.2",
-       {},
-       nullptr,
-       "1.1.2.0  @5  ann|1.1.1.0  @4  ann|1.2  @3  ann|1.1  @2  ann|1.0  @1  ann"},
-      {"by author",
-       bare | TRVS_LOG_BY_AUTHOR,
-       "1.2*",
-       {},
-       nullptr,
-       "ann:|    1.2  @3  ann|bob:|    " + tip},
-      {"labels",
-       bare | TRVS_LOG_LABELS,
-       nullptr,
-       {},
-       nullptr,
-       "REL  1.0  @1  ann|TIP (floats with 1)  " + tip},
-      {"locked", bare | TRVS_LOG_LOCKED, nullptr, {}, nullptr, "bob  " + tip},
-      {"groups", bare | TRVS_LOG_GROUPS, nullptr, {}, nullptr, "dev  " + tip},
-      {"one branch", brief, "1.1.2", {}, nullptr, "1.1.2.0  @5  ann"},
-      {"authors", brief, nullptr, {"eve, bob"}, nullptr, tip},
-      {"lockers", brief, nullptr, {nullptr, "bob"}, nullptr, tip},
-      {"no such locker", brief, nullptr, {nullptr, "ann"}, nullptr, ""},
-      {"labels wanted", brief, nullptr, {nullptr, nullptr, "X,REL"}, nullptr, "1.0  @1  ann"},
-      {"groups wanted", brief, nullptr, {nullptr, nullptr, nullptr, "dev"}, nullptr, tip},
-      {"words", brief, nullptr, {nullptr, nullptr, nullptr, nullptr, "MORE"}, nullptr, tip},
-      {"all must agree", brief, nullptr, {"ann", "bob"}, nullptr, ""},
-      {"dates", brief, nullptr, {}, "2/3/01 00:03*2/3/01 00:04", "1.2  @3  ann|1.1.1.0  @4  ann"},
-      {"a label as the end", brief, "*REL", {}, nullptr, "1.0  @1  ann"},
+       {.dates = "2/3/01 00:03*2/3/01 00:04"}},
+      {"a label as the end", brief, "1.0  @1  ann", "*REL"},
   };
   answerQuestions();
   for (const Case& c : cases) {
     SCOPED_TRACE(c.why);
     lines.clear();
-    ASSERT_EQ(TrvsLog(TRVS_CONTEXT, archive().c_str(), c.revisions, c.filters[0], c.filters[1],
-                      c.filters[2], c.filters[3], c.filters[4], c.dates, "", c.flags),
+    ASSERT_EQ(TrvsLog(TRVS_CONTEXT, archive().c_str(), c.revisions, c.only.authors, c.only.lockers,
+                      c.only.labels, c.only.groups, c.only.words, c.only.dates, "", c.flags),
               0);
     std::string got;
     for (const std::string& line : lines) got += (got.empty() ? "" : "|") + line.substr(2);

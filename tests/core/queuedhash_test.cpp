@@ -29,7 +29,7 @@ class Tracked : public TVQueuedValue {
   static inline std::set<const VObject*> alive;
 };
 
-// A plain list, oldest first, goes through the same operations.
+// A plain list, oldest first, is taken through the same operations.
 TEST(QueuedHash, KeepsWhatWasUsedLastAndDeletesTheRest) {
   for (unsigned seed = 1; seed <= 20; ++seed) {
     SCOPED_TRACE("seed " + std::to_string(seed));

@@ -68,7 +68,7 @@ TEST_F(DomainNames, FormsOfAMembersNames) {
   }
 }
 
-// Rows are a sort type and keys, each with the sign of its comparison behind a blank; "!" before
+// Rows are a sort type and keys, each with the sign of its comparison after a blank; "!" before
 // the keys asks for exact case.
 TEST_F(DomainNames, KeysCompareWithTheFieldsOfTheSortType) {
   const TVHandle m = member({"ap", "an", "wp", "wn"}, "/wk", "f");

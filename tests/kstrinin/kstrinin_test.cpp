@@ -89,7 +89,7 @@ TEST_F(ProfileTest, WriteChangesOneValueAndKeepsTheRest) {
       {"no content", "", "v", "[S]\r\nK=v\r\n"},
       {"line end and neighbours kept", "; top\n\n[S]\nA=1\nk = old \nB=2\n", "new",
        "; top\n\n[S]\nA=1\nk =new\nB=2\n"},
-      {"added behind the last line of the section, ahead of the blank ones",
+      {"added after the last line of the section, before the blank ones",
        "[S]\r\nA=1\r\n\r\n[T]\r\nK=t\r\n", "v", "[S]\r\nA=1\r\nK=v\r\n\r\n[T]\r\nK=t\r\n"},
       {"section added", "[T]\nK=t", "v", "[T]\nK=t\r\n[S]\r\nK=v\r\n"},
       {"last line without an end", "[S]\nA=1", "v", "[S]\nA=1\r\nK=v\r\n"},

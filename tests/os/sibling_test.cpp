@@ -1,5 +1,5 @@
 // Tests of files that take another's name: in which order, against whom, and what every failure
-// leaves behind.
+// leaves there.
 #include "os/sibling.h"
 
 #include <fcntl.h>
@@ -119,7 +119,7 @@ TEST_F(Sibling, OfAKilledWriterGoes) {
   EXPECT_TRUE(isAlone());
 }
 
-// A real fault: behind a network mount what a killed writer had left was in the way for good.
+// A real fault: on a network mount what a killed writer had left was in the way for good.
 TEST_F(Sibling, GoesWhereOnlyWritersGetLocks) {
   support::writeFile(sibling_, "left over");
   const SystemCalls calls([](const Call& call) {

@@ -203,7 +203,7 @@ TEST_F(KilledWriters, LoseNothingThatWasAcknowledged) {
     state = now;
   }
   EXPECT_GT(acknowledged, 50);
-  // What killed writers left beside the files goes with the next rewrite.
+  // The next rewrite removes what killed writers left beside the files.
   TVHandle* project = scratch_.openProject("P");
   SetProjectPrivateDir(project, "/end");
   EXPECT_EQ(readFiles().names, state.names);

@@ -26,7 +26,7 @@ class TwoByteCharacters : public testing::Test {
 TEST_F(TwoByteCharacters, AreSteppedOverWhole) {
   ASSERT_TRUE(hasLeadBytes());
   EXPECT_EQ(mbLength("a\x81\\b"), 3u);
-  EXPECT_EQ(mbLength("a\x81"), 1u) << "nothing behind the lead byte";
+  EXPECT_EQ(mbLength("a\x81"), 1u) << "nothing after the lead byte";
   EXPECT_EQ(mbFindByte("\x81\\x\\", '\\'), 3u);
   EXPECT_EQ(mbFindLastByte("x\\\x81\\", '\\'), 1u);
   EXPECT_EQ(mbFindAny("\x81\\\x82\\", "\\\x82\\"), 2u) << "pairs are compared as pairs";

@@ -4,7 +4,6 @@
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 
-#include <chrono>
 #include <filesystem>
 #include <random>
 
@@ -35,7 +34,6 @@ class TextFileTest : public testing::Test {
   std::string bytes() const { return support::readFile(path_); }
   // Nothing but the data file is in the directory.
   bool isAlone() const { return support::entryCount(directory_.path()) == 1; }
-  // Whether a child, started before the first line ends, gives 0.
 
   const support::TemporaryDirectory directory_;
   const std::string path_ = directory_ / "trvsfold.pub";

@@ -1,5 +1,5 @@
 # shellcheck shell=sh
-# Sourced by scripts that run programs: a directory $dir that goes with the script, and `expect`.
+# Sourced by scripts that run programs: a directory $dir that is removed when the script ends, and `expect`.
 dir=$(mktemp -d)
 trap 'rm -rf "$dir"' EXIT
 

@@ -8,7 +8,7 @@
 
 namespace support {
 
-// A directory that goes, with all in it, when the object does.
+// A directory that is removed with all in it at the end of the object.
 class TemporaryDirectory {
  public:
   TemporaryDirectory();

@@ -30,7 +30,7 @@ class SizeLimit {
 };
 
 // The address space of this process may grow by `bytes` from now on; it can't be left again, so
-// call it in a process of its own. Gives false where it can't be had: the address sanitizer's
+// call it in a process of its own. Gives false where that can't be: the address sanitizer's
 // shadow takes address space of its own.
 inline bool limitMemory(rlim_t bytes) {
 #ifdef __SANITIZE_ADDRESS__

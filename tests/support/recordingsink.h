@@ -15,7 +15,7 @@ class RecordingSink : public foldapi::TVErrorSink {
   using Text = foldapi::VString;
 
   int answer = 1;                   // To every question.
-  std::string answerText;           // Goes with it.
+  std::string answerText;           // Is given with it.
   std::function<int(int)> onRetry;  // Answers wait notices by their kind, if set.
   const Handle* context = nullptr;  // Of the last call.
 

@@ -90,7 +90,7 @@ void SlowArchive::readBlock(const std::string& block) {
     if (length >= 32768) length = (length - 32768) * 65536 + values.fixed(2);
     records_.emplace_back(tag, values.raw(length));
   }
-  if (!values.isAtEnd()) throw std::runtime_error("archive: bytes behind the block");
+  if (!values.isAtEnd()) throw std::runtime_error("archive: bytes after the block");
 }
 
 void SlowArchive::readIndex(const std::string& index, const std::string& packedFrames) {

@@ -114,7 +114,7 @@ TEST_F(ArchiveInfoTest, WhatIsNoArchiveGives28AndNothingElse) {
       {"shorter than a trailer", trailer(-9, 0).substr(1)},
       {"wrong tag", block + trailer(-size - 9, -size, 5)},
       {"difference of 8", block + trailer(-size - 8, -size)},
-      {"a block that begins ahead of the file", block + trailer(-size - 10, -size - 1)},
+      {"a block that begins before the file", block + trailer(-size - 10, -size - 1)},
       {"a block after the trailer", block + trailer(-8, 1)},
       {"a difference of 9 by overflow only", block + trailer(INT32_MAX, INT32_MIN + 8)},
       {"the farthest distance", block + trailer(INT32_MIN, INT32_MIN + 9)},
