@@ -5,7 +5,10 @@ set -eu
 packages='g++ cmake ninja-build python3 pkg-config libgit2-dev libzstd-dev libgtest-dev'
 case "${1-}" in
   build) ;;
-  test) packages="$packages clang-14 libclang-rt-14-dev clang-format-14 valgrind binutils libglib2.0-dev" ;;
+  test)
+    packages="$packages clang-14 libclang-rt-14-dev clang-format-14 valgrind binutils libglib2.0-dev"
+    packages="$packages glusterfs-server glusterfs-client"
+    ;;
   bench) packages="$packages libglib2.0-dev rcs" ;;
   *) echo 'usage: setup.sh build | test | bench' >&2; exit 2 ;;
 esac
