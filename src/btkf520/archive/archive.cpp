@@ -12,11 +12,11 @@
 #include <set>
 #include <utility>
 
+#include "btkf520/archive/archivereader.h"
 #include "btkf520/archive/checksum.h"
 #include "btkf520/archive/contentframes.h"
 #include "btkf520/archive/index.h"
 #include "btkf520/archive/plan.h"
-#include "btkf520/archive/reader.h"
 #include "btkf520/archive/tail.h"
 #include "os/directory.h"
 #include "os/sibling.h"

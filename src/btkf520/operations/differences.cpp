@@ -8,7 +8,7 @@
 #include <string_view>
 #include <vector>
 
-#include "btkf520/archive/reader.h"
+#include "btkf520/archive/archivereader.h"
 #include "btkf520/btkf520.h"
 #include "btkf520/operations/keywords.h"
 #include "btkf520/operations/linediff.h"

@@ -27,8 +27,8 @@ class Surroundings final : private ConfigurationHost {
   Client& client() { return client_; }
   void registerPathResolver(TrvsPathResolver resolver) { resolver_ = resolver; }
 
-  // Reads a configuration file. kFirst and kMaster forget what was there before they do anything
-  // else. See ConfigurationReader::read(); after TRVS_CANCELLED nothing of the file counts.
+  // Reads a configuration file. TRVS_READ_FIRST and TRVS_READ_MASTER first of all forget what was
+  // there. See ConfigurationReader::read(); after TRVS_CANCELLED nothing of the file counts.
   [[nodiscard]] TrvsStatus load(const std::string& path, TrvsReadMode mode);
 
   // The user id by the source that the configuration names. Nothing if that source has none, or

@@ -1,4 +1,5 @@
-// btkf520/archive/reader.h: one archive file as it is: its index, and its contents on demand.
+// btkf520/archive/archivereader.h: one archive file as it is: its index, and its contents on
+// demand.
 #pragma once
 
 #include <cstddef>

@@ -1,9 +1,10 @@
-// btkf520/archive/reader.cpp: from the end of a file to its index, and from frames to contents.
+// btkf520/archive/archivereader.cpp: from the end of a file to its index, and from frames to
+// contents.
 //
 // Rebuilding a content needs its parents, theirs, and so on up to a content that is stored whole.
 // All of them are listed first, parents ahead of children, and then unpacked in that order; each is
 // let go when the last that needs it is done. So only a few are in memory at a time.
-#include "btkf520/archive/reader.h"
+#include "btkf520/archive/archivereader.h"
 
 #include <algorithm>
 
