@@ -207,7 +207,7 @@ typedef int32_t (*TrvsMessageCallback)(int32_t code);
 typedef int32_t (*TrvsTextCallback)(const char* text);
 
 /* Registers `callback` for `id`, in place of the one before; null for none.
- * May give TRVS_MISUSE for an id that is not a TrvsCallbackId. */
+ * Gives TRVS_MISUSE for an id that is not a TrvsCallbackId. */
 TRVS_EXPORT int32_t TrvsRegisterCallback(int32_t id, TrvsCallback callback);
 
 /* The client's translation of a path text, which may have a drive letter and backslashes, to a path
@@ -231,7 +231,7 @@ typedef enum TrvsUserSource {
  *   user    receives the user id
  *   second  receives "": there is no second value. May be null
  *   kind    receives a TrvsUserSource. May be null
- * May give TRVS_NO_USER_ID if the variable is not set, or empty, or not a name of a user. */
+ * Gives TRVS_NO_USER_ID if the variable is not set, or empty, or not a name of a user. */
 TRVS_EXPORT int32_t TrvsGetUserInfo(char* user, int32_t userSize, char* second, int32_t secondSize,
                                     int16_t* kind);
 
@@ -271,7 +271,7 @@ typedef enum TrvsItem {
 } TrvsItem;
 
 /* Fetches an item of the current configuration. No answer is longer than 32767 bytes.
- * May give TRVS_MISUSE for anything but a TrvsItem. */
+ * Gives TRVS_MISUSE for anything but a TrvsItem. */
 TRVS_EXPORT int32_t TrvsQueryConfigurationItem(int32_t item, char* buffer, int32_t size);
 
 typedef enum TrvsGroupKind {
@@ -319,7 +319,7 @@ enum { TRVS_CONTEXT = -1 };
  * the suffix for its extension. If the configuration has archive directories, it stands in the
  * first of them that has such an archive, or in the first of all if none has; else it has no
  * directory.
- * May give TRVS_BAD_NAME if `workfile` ends with a separator or is empty. */
+ * Gives TRVS_BAD_NAME if `workfile` ends with a separator or is empty. */
 TRVS_EXPORT int32_t TrvsComputeArchiveName(const char* workfile, char* buffer, int32_t size);
 
 /* Creates an archive without revisions. Exclusive locks, keyword expansion and access list are
@@ -627,7 +627,7 @@ TRVS_EXPORT int32_t TrvsListRevisions(int32_t context, const char* archive, cons
 /* Reads every byte of an archive and checks it. The buffer, which may be null, receives the numbers
  * of the revisions that can't be checked out any more, with TRVS_DONE and
  * TRVS_NOT_AN_ARCHIVE; an empty list with the latter means that what is damaged stands outside
- * their contents, or that all is. May give TRVS_NOT_AN_ARCHIVE if anything is damaged. */
+ * their contents, or that all is. Gives TRVS_NOT_AN_ARCHIVE if anything is damaged. */
 TRVS_EXPORT int32_t TrvsVerifyArchive(int32_t context, const char* archive, char* buffer,
                                       int32_t size);
 

@@ -3,9 +3,7 @@
 
 #include <gtest/gtest.h>
 
-#include <cstdio>
-#include <string>
-
+#include "support/files.h"
 #include "support/table.h"
 
 namespace foldapi {
@@ -31,15 +29,15 @@ TEST(PathString, JoinsWithTheSeparatorThatIsThere) {
 }
 
 TEST(PathString, RemovesFilesOnly) {
-  const std::string directory = testing::TempDir();
-  const VPathString path = VPathString(directory).join("foldapi_vpathstring_test");
+  const support::TemporaryDirectory directory;
+  const VPathString path = directory / "file";
   EXPECT_FALSE(path.remove());
-  std::fclose(std::fopen(path.text(), "w"));
+  support::writeFile(directory / "file", "");
   EXPECT_TRUE(path.exists());
   EXPECT_TRUE(path.remove());
   EXPECT_FALSE(path.exists());
-  EXPECT_FALSE(VPathString(directory).remove());
-  EXPECT_TRUE(VPathString(directory).exists());
+  EXPECT_FALSE(VPathString(directory.path()).remove());
+  EXPECT_TRUE(VPathString(directory.path()).exists());
 }
 
 }  // namespace
