@@ -92,7 +92,7 @@ bool VFile::lockToAppend() {
       continue;
     }
     if (result != os::FileResult::kDone) return false;
-    if (isNamedBy(path_.view(), file_)) return true;
+    if (confirmFile(path_.view(), &file_)) return true;
     if (foldapi::openFile(path_.view(), os::File::Access::kUpdate, &file_) !=
         os::FileResult::kDone) {
       return false;

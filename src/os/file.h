@@ -7,9 +7,9 @@
 // Holding. A lock belongs to the open file: it ends with close() and with the process, and two open
 // files of one process exclude each other too. It is a lock on the file that was opened, while
 // others know a file by its path and may have put another one there: so after a lock is granted,
-// isNamedBy() tells whether it is the one to work on. Other machines may change the file as well,
-// and a network mount remembers what it was told before: what is asked after a lock is asked of the
-// server, and with refresh() so is the size.
+// confirm() tells whether it is the one to work on. Other machines may change the file as well, and
+// a network mount remembers what it was told before: confirm() and refresh() ask the server for
+// what counts now.
 #pragma once
 
 #include <cstddef>
@@ -78,14 +78,15 @@ class File {
   // As it was when the file was opened, or at the last refresh(). Stays after close().
   const FileStatus& status() const { return status_; }
   uint64_t size() const { return status_.size; }
-  // Asks again, and the server if there is one.
+  // Asks again.
   bool refresh();
 
   // Takes or changes the lock of this open file.
   FileResult tryLock(Lock lock) const;
-  // Whether `path` names this file, and not one that was put in its place.
+  // Whether `path` names this file, and not one that was put in its place. If so, status() is the
+  // present one.
   enum class Links { kFollowed, kNot };
-  bool isNamedBy(const char* path, Links links = Links::kFollowed) const;
+  bool confirm(const char* path, Links links = Links::kFollowed);
 
   // False if not all of `size` bytes are there, or reading fails.
   bool readAt(uint64_t offset, void* buffer, size_t size) const;

@@ -169,7 +169,7 @@ FileResult File::openToLock(const char* path) {
 FileResult File::openLocked(const char* path) {
   for (int tries = 0; tries < kTries; ++tries) {
     if (const FileResult result = openToLock(path); result != FileResult::kDone) return result;
-    if (isNamedBy(path, Links::kNot)) return refresh() ? FileResult::kDone : FileResult::kFailed;
+    if (confirm(path, Links::kNot)) return FileResult::kDone;
   }
   close();
   return FileResult::kBusy;
@@ -189,7 +189,7 @@ FileResult File::tryLock(Lock lock) const {
 }
 
 // Opened anew: a network mount answers a mere question about a name from what it remembers.
-bool File::isNamedBy(const char* path, Links links) const {
+bool File::confirm(const char* path, Links links) {
   const bool isFollowed = links == Links::kFollowed;
   const int named = openDescriptor(path, O_RDONLY | (isFollowed ? 0 : O_NOFOLLOW));
   FileStatus status;
@@ -200,7 +200,9 @@ bool File::isNamedBy(const char* path, Links links) const {
   } else if (errno == EACCES) {  // One that may be written only.
     isKnown = askServer(AT_FDCWD, path, isFollowed ? 0 : AT_SYMLINK_NOFOLLOW, &status);
   }
-  return isKnown && status.identity == status_.identity;
+  if (!isKnown || status.identity != status_.identity) return false;
+  status_ = status;
+  return true;
 }
 
 bool File::readAt(uint64_t offset, void* buffer, size_t size) const {

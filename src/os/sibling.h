@@ -70,15 +70,16 @@ class SiblingFile {
   FileResult replaceBeside(const File* old, std::string_view bytes, File* placed);
   FileResult removeLeftover() const;
   FileResult writeOut(std::string_view bytes);
-  FileResult takeName(Naming naming) const;
+  FileResult takeName(Naming naming);
   FileResult rename(Naming naming) const;
-  bool hasName(const std::string& path) const;
+  bool hasName(const std::string& path);
   void giveUp();
 
   std::string path_;
   std::string ownPath_;
   Others others_ = Others::kPossible;
   File file_;
+  bool isLocked_ = false;
   uint64_t written_ = 0;
   std::string pending_;  // Not written yet, so that many small pieces make one write.
 };

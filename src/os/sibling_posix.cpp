@@ -55,7 +55,8 @@ bool overwriteInPlace(const File& file, std::string_view bytes) {
 
 void SiblingFile::giveUp() {
   if (!file_.isOpen()) return;
-  if (hasName(ownPath_)) ::unlink(ownPath_.c_str());
+  // While it is locked nobody else can have taken the name.
+  if (isLocked_ || hasName(ownPath_)) ::unlink(ownPath_.c_str());
   file_.close();
 }
 
@@ -81,13 +82,14 @@ FileResult SiblingFile::create() {
   FileResult result = made.take(openDescriptor(ownPath_.c_str(), O_RDWR | O_CREAT | O_EXCL));
   if (result != FileResult::kDone) return result;
   result = made.tryLock(File::Lock::kExclusive);
-  const bool mayBeUnlocked = result == FileResult::kNoLocks && others_ == Others::kExcluded;
   if (result == FileResult::kBusy) return FileResult::kDone;
-  if (result != FileResult::kDone && !mayBeUnlocked) {
+  isLocked_ = result == FileResult::kDone;
+  const bool mayBeUnlocked = result == FileResult::kNoLocks && others_ == Others::kExcluded;
+  if (!isLocked_ && !mayBeUnlocked) {
     ::unlink(ownPath_.c_str());
     return result;
   }
-  if (made.isNamedBy(ownPath_.c_str(), File::Links::kNot)) file_ = std::move(made);
+  if (made.confirm(ownPath_.c_str(), File::Links::kNot)) file_ = std::move(made);
   return FileResult::kDone;
 }
 
@@ -97,7 +99,7 @@ FileResult SiblingFile::removeLeftover() const {
   FileResult result = FileResult::kDone;
   if (others_ == Others::kPossible) result = leftover.openToLock(ownPath_.c_str());
   if (result == FileResult::kDone && leftover.isOpen() &&
-      !leftover.isNamedBy(ownPath_.c_str(), File::Links::kNot)) {
+      !leftover.confirm(ownPath_.c_str(), File::Links::kNot)) {
     return FileResult::kDone;
   }
   if (result == FileResult::kDone) result = removeFile(ownPath_.c_str());
@@ -106,13 +108,11 @@ FileResult SiblingFile::removeLeftover() const {
 
 FileResult SiblingFile::imitate(const File& model) {
   struct stat old, own;
-  if (::fstat(model.descriptor_, &old) != 0 || ::fstat(file_.descriptor_, &own) != 0) {
-    return FileResult::kFailed;
-  }
+  if (::fstat(model.descriptor_, &old) != 0) return FileResult::kFailed;
   constexpr auto kSameOwner = static_cast<uid_t>(-1);
   // The owner first: a change of owner may take bits from the mode. It may well be refused.
   const bool isGroupKept = changeOwner(file_.descriptor_, old.st_uid, old.st_gid) ||
-                           old.st_gid == own.st_gid ||
+                           (::fstat(file_.descriptor_, &own) == 0 && old.st_gid == own.st_gid) ||
                            changeOwner(file_.descriptor_, kSameOwner, old.st_gid);
   const int changed =
       uninterrupted([&] { return ::fchmod(file_.descriptor_, old.st_mode & kModeBits); });
@@ -181,8 +181,8 @@ FileResult SiblingFile::copy(const File& from, uint64_t offset, uint64_t size) {
   return FileResult::kDone;
 }
 
-bool SiblingFile::hasName(const std::string& path) const {
-  return file_.isNamedBy(path.c_str(), File::Links::kNot);
+bool SiblingFile::hasName(const std::string& path) {
+  return file_.confirm(path.c_str(), File::Links::kNot);
 }
 
 FileResult SiblingFile::rename(Naming naming) const {
@@ -201,8 +201,8 @@ FileResult SiblingFile::rename(Naming naming) const {
 }
 
 // A network mount may call it a failure although it was done, and so may a signal.
-FileResult SiblingFile::takeName(Naming naming) const {
-  if (!hasName(ownPath_)) return FileResult::kBusy;
+FileResult SiblingFile::takeName(Naming naming) {
+  if (!isLocked_ && !hasName(ownPath_)) return FileResult::kBusy;
   const FileResult result = rename(naming);
   return result == FileResult::kDone || !hasName(path_) ? result : FileResult::kDone;
 }
@@ -212,12 +212,13 @@ FileResult SiblingFile::finish(Naming naming, Safety safety, File* finished) {
   FileResult result = flush();
   const bool isOnDisk = safety == Safety::kOnDisk;
   if (result == FileResult::kDone && isOnDisk && !file_.sync()) result = FileResult::kFailed;
-  if (result == FileResult::kDone && !file_.refresh()) result = FileResult::kFailed;
+  const bool isWanted = finished != nullptr;
+  if (result == FileResult::kDone && isWanted && !file_.refresh()) result = FileResult::kFailed;
   if (result == FileResult::kDone) result = takeName(naming);
   if (result != FileResult::kDone) return result;
   if (isOnDisk) syncParentOf(path_, file_.descriptor_);
   File done = std::move(file_);
-  if (finished != nullptr) *finished = std::move(done);
+  if (isWanted) *finished = std::move(done);
   return FileResult::kDone;
 }
 

@@ -115,9 +115,9 @@ FileResult openFile(std::string_view path, os::File::Access access, os::File* fi
   return withNativePath(path, [=](const char* native) { return file->open(native, access); });
 }
 
-bool isNamedBy(std::string_view path, const os::File& file) {
-  return withNativePath(path, [&file](const char* native) {
-           return file.isNamedBy(native) ? FileResult::kDone : FileResult::kMissing;
+bool confirmFile(std::string_view path, os::File* file) {
+  return withNativePath(path, [file](const char* native) {
+           return file->confirm(native) ? FileResult::kDone : FileResult::kMissing;
          }) == FileResult::kDone;
 }
 

@@ -60,8 +60,8 @@ bool driveNotReady(char letter);
 [[nodiscard]] int checkAccess(std::string_view path, int mode);
 
 os::FileResult openFile(std::string_view path, os::File::Access access, os::File* file);
-// Whether an open file is still the one that the path names.
-bool isNamedBy(std::string_view path, const os::File& file);
+// Whether an open file is still the one that the path names; see os::File::confirm().
+bool confirmFile(std::string_view path, os::File* file);
 
 // Reads a whole file into `bytes`. False if it can't be opened or read, or memory is short.
 bool readFile(std::string_view path, std::string* bytes);

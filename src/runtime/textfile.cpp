@@ -164,9 +164,8 @@ FileResult openAndHold(std::string_view path, TextFile::Access access, HeldFile*
     if (result == FileResult::kDone) result = lockFor(access, held);
     if (result != FileResult::kDone) return result;
     if (!held->isLocked) return FileResult::kDone;  // Whole even if it is the old one by now.
-    // The last holder may have changed it while it was being opened.
-    if (!held->file.refresh()) return FileResult::kFailed;
-    if (isNamedBy(path, held->file)) return FileResult::kDone;
+    // The last holder may have changed or replaced it while it was being opened.
+    if (confirmFile(path, &held->file)) return FileResult::kDone;
   }
   return FileResult::kBusy;
 }
@@ -178,7 +177,7 @@ bool isFree(std::string_view path) {
   if (openFile(path, File::Access::kUpdate, &file) != FileResult::kDone) return true;
   if (file.tryLock(File::Lock::kExclusive) != FileResult::kDone) return false;
   file.close();  // First of all, since others may ask just now.
-  return isNamedBy(path, file);
+  return confirmFile(path, &file);
 }
 
 }  // namespace
@@ -224,7 +223,7 @@ struct TextFile::State {
   }
 
   bool write() {
-    if (!held.file.refresh() || !isNamedBy(path, held.file)) return false;
+    if (!confirmFile(path, &held.file)) return false;
     if (isCleared) return rewrite(withCarriageReturns(text.view()));
     const std::string added = withCarriageReturns(text.view().substr(keptSize));
     if (fitsAppend(added.size())) return append(added);

@@ -64,13 +64,13 @@ TEST_F(FileTest, HoldsTheFileThatHasTheName) {
   EXPECT_EQ(file_.size(), 7u);
   File other;
   EXPECT_EQ(other.openLocked(path_.c_str()), FileResult::kBusy);
-  EXPECT_TRUE(file_.isNamedBy(path_.c_str()));
+  EXPECT_TRUE(file_.confirm(path_.c_str()));
   putAnother();
-  EXPECT_FALSE(file_.isNamedBy(path_.c_str()));
+  EXPECT_FALSE(file_.confirm(path_.c_str()));
   EXPECT_EQ(other.openLocked(path_.c_str()), FileResult::kDone);
   std::filesystem::create_symlink("f", directory_ / "link");
-  EXPECT_TRUE(other.isNamedBy((directory_ / "link").c_str()));
-  EXPECT_FALSE(other.isNamedBy((directory_ / "link").c_str(), File::Links::kNot));
+  EXPECT_TRUE(other.confirm((directory_ / "link").c_str()));
+  EXPECT_FALSE(other.confirm((directory_ / "link").c_str(), File::Links::kNot));
   for (const int error : {ENOLCK, ENOSYS, EOPNOTSUPP}) {
     const SystemCalls calls([=](const Call& call) { return call.name == "flock" ? error : 0; });
     EXPECT_EQ(file_.openLocked(path_.c_str()), FileResult::kNoLocks);
@@ -88,13 +88,13 @@ TEST_F(FileTest, AsksTheServerWhatOthersMayHaveChanged) {
   EXPECT_TRUE(file_.append(", and on"));
   EXPECT_EQ(calls.log("statx pwrite"), "statx f, pwrite f");
   EXPECT_EQ(support::readFile(path_), "grown by another, and on");
-  EXPECT_TRUE(file_.isNamedBy(path_.c_str()));
+  EXPECT_TRUE(file_.confirm(path_.c_str()));
   EXPECT_EQ(calls.log("open statx pwrite"), "statx f, pwrite f, open f, statx f");
   for (const int error : {ENOSYS, EPERM}) {  // As old systems and narrow containers answer.
     const SystemCalls none([=](const Call& call) { return call.name == "statx" ? error : 0; });
     EXPECT_TRUE(file_.refresh());
     EXPECT_EQ(file_.size(), 24u);
-    EXPECT_TRUE(file_.isNamedBy(path_.c_str()));
+    EXPECT_TRUE(file_.confirm(path_.c_str()));
   }
 }
 
