@@ -10,6 +10,7 @@
 
 #include <cerrno>
 #include <filesystem>
+#include <utility>
 #include <vector>
 
 #include "os/directory.h"
@@ -48,16 +49,6 @@ class Sibling : public testing::Test {
   const std::string path_ = directory_ / "f";
   const std::string sibling_ = directory_ / "f.trvs-new";
 };
-
-// Fails a call with `error` once, when `when` has been true for it.
-template <typename When>
-SystemCalls::Rule once(int error, When when) {
-  return [=, isDone = false](const Call& call) mutable {
-    if (isDone || !when(call)) return 0;
-    isDone = true;
-    return error;
-  };
-}
 
 TEST_F(Sibling, IsOnDiskBeforeItHasTheName) {
   const std::string steps = "pwrite fsync rename renameat2";
@@ -145,17 +136,35 @@ TEST_F(Sibling, TellsThatThereAreNoLocks) {
 
 // Between the making of the sibling and its lock another takes it for left over.
 TEST_F(Sibling, IsMadeAgainWhenItLostItsName) {
-  for (const bool isReplaced : {false, true}) {
-    const SystemCalls calls(once(0, [&](const Call& call) {
-      if (call.name != "flock") return false;
-      std::filesystem::remove(sibling_);
-      if (isReplaced) support::writeFile(sibling_, "another's");
-      return true;
-    }));
-    EXPECT_EQ(replace("new"), FileResult::kDone);
-    EXPECT_EQ(content(), "new");
-    EXPECT_TRUE(isAlone());
+  for (const int error : {0, EWOULDBLOCK}) {  // The second: the other has it still.
+    for (const bool isReplaced : {false, true}) {
+      bool isDone = false;
+      const SystemCalls calls([&](const Call& call) {
+        if (call.name != "flock" || std::exchange(isDone, true)) return 0;
+        std::filesystem::remove(sibling_);
+        if (isReplaced) support::writeFile(sibling_, "another's");
+        return error;
+      });
+      EXPECT_EQ(replace("new"), FileResult::kDone);
+      EXPECT_EQ(content(), "new");
+      EXPECT_TRUE(isAlone());
+    }
   }
+}
+
+// Between a look at what is left over and its lock it goes, and another writer comes.
+TEST_F(Sibling, IsNotTakenFromTheNextWriter) {
+  support::writeFile(sibling_, "left over");
+  File next;
+  const SystemCalls calls([&](const Call& call) {
+    if (call.name != "flock" || next.isOpen()) return 0;
+    std::filesystem::remove(sibling_);
+    support::writeFile(sibling_, "the next one's");
+    EXPECT_EQ(next.openLocked(sibling_.c_str()), FileResult::kDone);
+    return 0;
+  });
+  EXPECT_EQ(replace("new"), FileResult::kBusy);
+  EXPECT_TRUE(next.confirm(sibling_.c_str()));
 }
 
 // Without a lock the name may be lost by the end: what has it then is neither renamed nor removed.
@@ -209,8 +218,8 @@ TEST_F(Sibling, GivesWayToTheFileItself) {
        [](const Call& call) { return call.name == "rename" ? EBUSY : 0; }},
   };
   const bool isRoot = ::chown(path_.c_str(), 1, 1) == 0;
-  struct stat before, after;
-  ASSERT_EQ(::stat(path_.c_str(), &before), 0);
+  File file;
+  ASSERT_EQ(file.open(path_.c_str(), File::Access::kRead), FileResult::kDone);
   for (const Case& c : cases) {
     SCOPED_TRACE(c.why);
     if (&c == cases && !isRoot) continue;  // Its group can be kept.
@@ -219,8 +228,7 @@ TEST_F(Sibling, GivesWayToTheFileItself) {
       EXPECT_EQ(replace(text), FileResult::kDone);
       EXPECT_EQ(content(), text);
     }
-    ASSERT_EQ(::stat(path_.c_str(), &after), 0);
-    EXPECT_EQ(after.st_ino, before.st_ino);
+    EXPECT_TRUE(file.confirm(path_.c_str())) << "it is still the same";
     const std::string grown(3000, 'x');
     const support::SizeLimit full(1000);
     const SystemCalls calls(c.rule);
@@ -248,6 +256,9 @@ TEST_F(Sibling, KeepsModeOwnerAndLock) {
   EXPECT_EQ(placed.size(), 6u);
   File other;
   EXPECT_EQ(other.openLocked(path_.c_str()), FileResult::kBusy);
+  const std::string longest = directory_ / std::string(255, 'n');
+  EXPECT_EQ(replaceFile(longest, nullptr, "new", nullptr), FileResult::kDone);
+  EXPECT_EQ(support::readFile(longest), "new");
 }
 
 TEST_F(Sibling, CopiesByItselfWhatTheKernelDoesNot) {

@@ -1,8 +1,8 @@
-// Tests of what surrounds the process: its user's places, and the programs that it starts.
+// Tests of where the user's files are.
+#include "os/environment.h"
+
 #include <gtest/gtest.h>
 
-#include "os/environment.h"
-#include "os/program.h"
 #include "support/files.h"
 #include "support/table.h"
 
@@ -24,15 +24,6 @@ TEST(UserDirectories, ComeFromTheEnvironment) {
   const support::ScopedEnvironment data("XDG_DATA_HOME", "");
   EXPECT_TRUE(dataDirectory().ends_with("/.local/share") && dataDirectory().starts_with("/"))
       << "the account's own home: " << dataDirectory();
-}
-
-TEST(Programs, TellHowTheyEnded) {
-  EXPECT_EQ(runCommand("test \"$A$B\" = 'x y'", {{"A", "x "}, {"B", "y"}}), 0);
-  EXPECT_EQ(runCommand("exit 3", {}), 3);
-  EXPECT_EQ(runCommand("kill -9 $$", {}), 128 + 9);
-  const support::TemporaryDirectory directory;
-  const support::ScopedEnvironment path("PATH", directory.path());
-  EXPECT_EQ(startProgram("none"), StartResult::kNotFound);
 }
 
 }  // namespace
