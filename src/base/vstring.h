@@ -1,7 +1,7 @@
 // base/vstring.h: VString, the text value that every interface passes and returns by value.
 //
 // Bytes, not characters: a text may hold any byte but NUL, in whatever encoding the data files use.
-// Copies are independent of each other.
+// Copies are independent of each other. Characters by index are for clients alone.
 #pragma once
 
 #include <cstdint>

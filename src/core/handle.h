@@ -66,10 +66,11 @@ class TVHandle : public VObject {
   TVHandle& last(const VClassRecord* record, int* position = nullptr);
   TVHandle& previous(const VClassRecord* record, int* position = nullptr);
   TVHandle& current(int* position = nullptr);
-  // Searches by key under a sort type, then goes on from there.
+  // The first match of a key under a sort type; findNext() gives the ones after it.
   TVHandle& find(const VString& key, VCase letterCase, const VClassRecord* record,
                  TVSortType sortType, int* position = nullptr);
   TVHandle& findNext(int* position = nullptr);
+  // Fills `target` with the handles of a class, or with all of them, in order.
   void collectChildren(VOrdCollect* target, const VClassRecord* record);
 
   // Sort rules of the child list; without one they do nothing.
@@ -88,12 +89,12 @@ class TVHandle : public VObject {
   int attributeWith(const TVOptionArray& options) const;
   int compareKey(const VString& key, TVSortType sortType, VCase letterCase) const;
   TVProjectConfig effectiveConfig();
-  // Operations on archives, with this handle as the context. An operation result; 5 without an
-  // object.
-  [[nodiscard]] int archiveAction1(TVGetOptions& options);     // Check-out.
-  [[nodiscard]] int archiveAction2(TVPutOptions& options);     // Check-in.
-  [[nodiscard]] int archiveAction3(TVUnlockOptions& options);  // Unlock.
-  [[nodiscard]] int archiveAction4(TVPutOptions& options);     // Create the archive and check in.
+  // The operations on archives (object.h), with this handle as the context. An operation result;
+  // kResultMissing without an object.
+  [[nodiscard]] int archiveAction1(TVGetOptions& options);
+  [[nodiscard]] int archiveAction2(TVPutOptions& options);
+  [[nodiscard]] int archiveAction3(TVUnlockOptions& options);
+  [[nodiscard]] int archiveAction4(TVPutOptions& options);
 
   // Called after an edit, after the object went, and after a child joined the open list.
   virtual void refreshed() {}

@@ -6,7 +6,8 @@
 // at how long the chains proved in lookups, as a walk along linked chains would count them. No
 // chain is walked, though: with the weak hash one chain may hold tens of thousands of entries. The
 // counts come from the place of an entry in its chain, and the entry from an index of fingerprints
-// (hashchains.h). An empty table owns no memory.
+// (hashchains.h). An empty table owns no memory. The library adds, finds, removes and walks; the
+// other operations complete the class for clients that keep tables of their own.
 #pragma once
 
 #include <cstdint>

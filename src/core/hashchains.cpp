@@ -52,7 +52,7 @@ void ChainStore::append(int32_t bucket, const ChainEntry& entry) {
   row_.insert(row_.begin() + static_cast<std::ptrdiff_t>(firstFrom(bucket + 1)), entry);
 }
 
-// Ordinals stay: each chain goes over from its start.
+// Ordinals stay: each chain is copied from its start.
 void ChainStore::enlarge() {
   large_ = std::make_unique<LargeChains>(bucketCount_, 2 * kSmallLimit);
   for (const ChainEntry& entry : row_) large_->append(bucketOf(entry), entry);

@@ -2,8 +2,8 @@
 //
 // A table counts how far along its chain an entry stands, so the store must know that without a
 // walk. Up to kSmallLimit entries stand in one row, bucket by bucket: an entry's place in its chain
-// is its distance from the first one of the bucket. More go over to LargeChains, once and for all
-// until the store is empty again.
+// is its distance from the first one of the bucket. When there are more, all of them move to
+// LargeChains and stay there until the store is empty again.
 #pragma once
 
 #include <cstdint>

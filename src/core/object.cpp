@@ -212,8 +212,8 @@ void TVObject::endUse() {
   for (auto child = used.rbegin(); child != used.rend(); ++child) (*child)->releaseReference(1);
 }
 
-// Reads the children again and drops those that are gone, by another hand: only memory follows.
-// What could not be read to its end says nothing about what is gone.
+// Reads the children again and drops those that another process has removed. What could not be
+// read to its end does not tell which those are.
 void TVObject::reload(TVHandle& context) {
   for (TVObject* child : childrenInOrder()) child->unseen_ = true;
   readData(context, lockData_.get());

@@ -1,13 +1,29 @@
 // core/object.h: TVObject, the base of every record of the database.
 //
-// Nobody holds a TVObject directly: clients and parents hold a TVHandle (handle.h). An object is
-// cached in its owner's table of children, so that two handles on the same record meet in one
-// object, and lives as long as something refers to it. A reference counts on all its ancestors too,
-// so an owner outlives what is used below it.
+// Clients reach an object through a TVHandle (handle.h). Each object has an owner, but for a root,
+// and a table of its children. The table is the cache: one object for each record, so that two
+// handles on the same record meet in one object.
 //
-// Two more counters tell its state: it is in use while beginUse() calls stand open, and locked
-// while beginEdit() holds its storage. Storage is a subclass's affair: this class only calls the
-// virtual operations that lock, read, write and unlock it.
+// What keeps an object alive. It has two counts:
+//   use count        the uses that are open, from beginUse() to endUse(). The first use reads the
+//                    children.
+//   reference count  the handles and TVReferenceHolds on the object,
+//                    + the owner's use count, if the object is in the owner's table,
+//                    + the reference counts of all objects that it owns.
+// An object is deleted when its reference count falls to 0, and its table entry goes with it: a
+// table refers to nothing. So
+//   - an owner outlives whatever is referred to below it;
+//   - while an object is in use all its children live; without a use a child lives for its own
+//     handles and holds, and for what is referred to below it. A use does not keep the object
+//     itself: who opens one has a handle or a hold (TVUseScope);
+//   - an object that was merged into the cache of an owner without a use has the count 0. It lives
+//     until a reference on it ends, or as long as its owner;
+//   - a destroyed object has no owner, and one whose key became that of another child is in no
+//     table. Both live on for the handles and holds that are left.
+//
+// An edit, from beginEdit() to endEdit(), holds the object's storage, and does not keep the object
+// either. This class knows nothing of storage itself: it calls the virtual operations that lock,
+// read, write and unlock it.
 #pragma once
 
 #include <array>
@@ -48,14 +64,14 @@ constexpr int kFormat52 = 2;
 enum class TVCaching { kCached, kTransient };
 
 // How far the destruction of an object reaches: its record and its storage too, or memory alone
-// follows what another hand did to the files.
+// follows what another process did to the files.
 enum class TVRemoval { kStored, kMemoryOnly };
 
 class TVObject : public VObject {
  public:
   static const VClassRecord theClass;
 
-  TVObject(TVObject* owner, TVCaching caching = TVCaching::kCached);
+  explicit TVObject(TVObject* owner, TVCaching caching = TVCaching::kCached);
   TVObject(const TVObject&) = delete;
   TVObject& operator=(const TVObject&) = delete;
   ~TVObject() override;
@@ -121,6 +137,7 @@ class TVObject : public VObject {
   virtual int compareTo(const TVObject& other, TVChildList& list) const;
 
   virtual VString name(const TVOptionArray& options) const;
+  // What sort of object it is, for a client that shows it (domain/attribute.h).
   virtual int attribute(const TVOptionArray& options) const;
 
   // Configuration, each answered by the nearest owner that has one.
@@ -128,18 +145,23 @@ class TVObject : public VObject {
   virtual TVProjectConfig projectConfig() const;
   virtual TVProjectConfig rootConfig() const;
 
-  // Operations on archives: check-out, check-in, unlock and create. A member does it; any other
-  // object does it with all its children, in the order of their records, and gives the result of
-  // the last one. Only kResultCancelled ends that early.
+  // Operations on archives. A member does it; any other object does it with all its children, in
+  // the order of their records, and gives the result of the last one. Only kResultCancelled ends
+  // that early.
+  // Check-out.
   [[nodiscard]] virtual int archiveAction1(TVHandle& context, TVGetOptions& options);
+  // Check-in.
   [[nodiscard]] virtual int archiveAction2(TVHandle& context, TVPutOptions& options);
+  // Unlock.
   [[nodiscard]] virtual int archiveAction3(TVHandle& context, TVUnlockOptions& options);
+  // Create the archive, and check in its first revision.
   [[nodiscard]] virtual int archiveAction4(TVHandle& context, TVPutOptions& options);
 
   // Life. ----------------------------------------------------------------------------------------
 
+  // Adds the references to the object and to all its owners.
   void addReference(int count);
-  // Deletes the object when its count falls below 1, and goes on up the owners.
+  // Takes the references off the object and all its owners, and deletes those that fall to 0.
   void releaseReference(int count);
 
   // Opens a use: reads the children on the first one, and later when the storage is stale. Where

@@ -7,7 +7,8 @@ namespace foldapi {
 
 namespace {
 
-// Neither needs memory to be kept, nor goes before a client's exit code may ask.
+// Of a fixed size, so that a message can be kept when there is no memory, and never destroyed, so
+// that a client's exit code may still ask.
 struct Told {
   size_t length;
   char text[4096];

@@ -17,31 +17,41 @@ class TVErrorSink {
  public:
   virtual ~TVErrorSink() = default;
 
-  // Whether a long operation may go on. 1 goes on.
+  // Whether a long operation may continue. 1 continues, any other answer cancels it.
   virtual int canContinue(TVHandle& context);
   // Whether to try again. `kind` says what is waited for: while a data file is locked 1 is the
   // first notice, 2 a later one and 3 the last; from the toolkit 1 to 3 are the busy archive, the
   // missing group and the group on another branch, 0 anything else. 1 tries again, 0 gives up.
   virtual int canRetry(TVHandle& context, int kind, const VPathString& path);
+  // Whether the user has cancelled. The library asks canContinue(): this is for clients.
   virtual int isCancelled(TVHandle& context);
-  // Takes a line of a report (codes 0 to 14). 0 refuses, 2 asks to stop, others go on.
+  // Takes a line of a report; `code` is a TrvsOutput (btkf520.h) less 1. 0 refuses and cancels the
+  // report, 2 wants no more lines, any other answer wants the next one.
   virtual int sinkKind(TVHandle& context, const VString& text, int code);
   virtual void notice(TVHandle& context, const VString& message);
   virtual void alert(TVHandle& context);
   virtual void error(TVHandle& context, const VString& message);
-  // Questions with an answer text; 1 or 2 accept.
+  // Whether the file `first` may be overwritten by a check-out from the archive `second`, or by a
+  // report if that is empty. 1 and 2 say yes.
   virtual int confirm(TVHandle& context, const VString& first, const VString& second,
                       VString* answer);
+  // Whether the label `first` of the archive `second` may be moved. 1 and 2 say yes; with an
+  // *answer they have that label set instead.
   virtual int confirmSecond(TVHandle& context, const VString& first, const VString& second,
                             VString* answer);
-  // Asks whether to go on after `text`; `value` is its code. 1 goes on.
+  // Whether to continue all the same. 1 says yes. `text` is a workfile and `value` the toolkit's
+  // status that forbids its check-in, or `text` is the message on a bad record of a data file and
+  // `value` the message's code.
   virtual int askString(TVHandle& context, const VString& text, int value, VString* answer);
+  // The toolkit has done something: the event, the archive, the workfile, which may be empty, and
+  // what it was about (a revision, a label, a group). `value` is 0.
   virtual void notifyFour(TVHandle& context, const VString& first, const VString& second,
                           const VString& third, const VString& fourth, int value);
+  // News with two texts and a number, of which the toolkit has none at present.
   virtual void notifyTwo(TVHandle& context, const VString& first, const VString& second, int value);
 };
 
-// The sink of flat clients: it goes on where it is asked, and keeps messages for a client that
+// The sink of flat clients: it says yes where it is asked, and keeps messages for a client that
 // wants to know why nothing happened.
 class TVApiSink : public TVErrorSink {
  public:

@@ -4,6 +4,7 @@
 #include "base/fingerprint.h"
 #include "core/optionarray.h"
 #include "domain/archivemember.h"
+#include "domain/attribute.h"
 
 namespace foldapi {
 
@@ -92,7 +93,9 @@ VString TVArchiveFolder::name(const TVOptionArray& options) const {
   return nameFor(&theClass, options);
 }
 
-int TVArchiveFolder::attribute(const TVOptionArray&) const { return isPrivate_ ? 1 : 2; }
+int TVArchiveFolder::attribute(const TVOptionArray&) const {
+  return isPrivate_ ? TVAttribute::kPrivateFolder : TVAttribute::kPublicFolder;
+}
 
 void TVArchiveFolder::setFolderName(const VString& name) {
   changeHashedKey([&] { folderName_ = name; });

@@ -31,6 +31,7 @@ class TVArchiveFolder : public TVObject {
   VString name(const TVOptionArray& options) const override;
   int attribute(const TVOptionArray& options) const override;
 
+  // For clients; the library finds children by compareKey().
   virtual VBool isNamed(const VString& name) const { return name == folderName_; }
 
   const VString& folderName() const { return folderName_; }

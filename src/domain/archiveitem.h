@@ -39,6 +39,7 @@ class TVArchiveItem : public TVObject {
   virtual VString thirdAttribute() const;
   // The lockers of the revision, joined by ",".
   virtual VString lockerText();
+  // For clients; the library finds children by compareKey().
   VBool isNamed(const VString& name) const { return name == itemName_; }
 
   const VString& itemName() const { return itemName_; }

@@ -3,6 +3,7 @@
 
 #include "base/fingerprint.h"
 #include "core/optionarray.h"
+#include "core/result.h"
 #include "domain/archivefolder.h"
 #include "domain/branch.h"
 #include "domain/projectroot.h"
@@ -287,12 +288,12 @@ VString TVArchiveMemberHandle::toolkitName() const {
 template <typename Value>
 int TVArchiveMemberHandle::query(int (TVArchiveMember::*get)(TVHandle&, Value*), Value* out) {
   auto* member = as<TVArchiveMember>();
-  return member == nullptr ? 5 : (member->*get)(*this, out);
+  return member == nullptr ? kResultMissing : (member->*get)(*this, out);
 }
 
 int TVArchiveMemberHandle::status(uint32_t* out) {
   auto* member = as<TVArchiveMember>();
-  return member == nullptr ? 5 : member->describe(*this, out);
+  return member == nullptr ? kResultMissing : member->describe(*this, out);
 }
 int TVArchiveMemberHandle::creationTime(uint32_t* out) {
   return query(&TVArchiveMember::GetCreationTime, out);

@@ -9,6 +9,7 @@
 #include "core/createobject.h"
 #include "core/folderoptions.h"
 #include "core/handle.h"
+#include "domain/attribute.h"
 
 namespace foldapi {
 
@@ -53,8 +54,9 @@ class TVArchiveMember : public TVObject {
   // Branches below a member stay in the order in which they were read.
   VBool isSortable() const override { return false; }
   VString name(const TVOptionArray& options) const override;
-  int attribute(const TVOptionArray&) const override { return 3; }
+  int attribute(const TVOptionArray&) const override { return TVAttribute::kArchive; }
 
+  // For clients; the library finds children by compareKey().
   virtual VBool isNamed(const VString& name) const { return name == names_.workName; }
 
   // What the archive knows. Each gives an operation result and fills `out` on 0.
@@ -110,7 +112,7 @@ class TVArchiveMemberHandle : public TVHandle {
   VString pairedName() const;
   VString toolkitName() const;
 
-  // Operation results; 5 without an object, and *out stays as it was.
+  // Operation results; kResultMissing without an object, and *out stays as it was.
   [[nodiscard]] int status(uint32_t* out);
   [[nodiscard]] int creationTime(uint32_t* out);
   [[nodiscard]] int modificationTime(uint32_t* out);

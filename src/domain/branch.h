@@ -3,6 +3,7 @@
 #pragma once
 
 #include "domain/archiveitem.h"
+#include "domain/attribute.h"
 
 namespace foldapi {
 
@@ -13,7 +14,7 @@ class TVBranch : public TVArchiveItem {
   using TVArchiveItem::TVArchiveItem;
 
   const VClassRecord* isA() const override { return &theClass; }
-  int attribute(const TVOptionArray&) const override { return 4; }
+  int attribute(const TVOptionArray&) const override { return TVAttribute::kBranch; }
 };
 
 using TVBranchHandle = TVNamedItemHandle<TVBranch>;

@@ -5,6 +5,7 @@
 #pragma once
 
 #include "domain/archivefolder.h"
+#include "domain/attribute.h"
 
 namespace foldapi {
 
@@ -18,7 +19,7 @@ class TVLockedByFolder : public TVArchiveFolder {
   const VClassRecord* isA() const override { return &theClass; }
   // "Files locked by " and the user.
   VString name(const TVOptionArray&) const override;
-  int attribute(const TVOptionArray&) const override { return 6; }
+  int attribute(const TVOptionArray&) const override { return TVAttribute::kLockedByFolder; }
   const VString& lockerName() const { return lockerName_; }
 
  private:

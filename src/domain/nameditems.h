@@ -3,6 +3,7 @@
 #pragma once
 
 #include "domain/archiveitem.h"
+#include "domain/attribute.h"
 
 namespace foldapi {
 
@@ -12,7 +13,7 @@ class TVVersionLabel : public TVArchiveItem {
   static const VClassRecord theClass;
   using TVArchiveItem::TVArchiveItem;
   const VClassRecord* isA() const override { return &theClass; }
-  int attribute(const TVOptionArray&) const override { return 12; }
+  int attribute(const TVOptionArray&) const override { return TVAttribute::kVersionLabel; }
 };
 
 // A name that may stand under a revision of the abstract format; format 5.2 has none.
@@ -21,7 +22,7 @@ class TVFloatingLabel : public TVArchiveItem {
   static const VClassRecord theClass;
   using TVArchiveItem::TVArchiveItem;
   const VClassRecord* isA() const override { return &theClass; }
-  int attribute(const TVOptionArray&) const override { return 5; }
+  int attribute(const TVOptionArray&) const override { return TVAttribute::kFloatingLabel; }
 };
 
 // The promotion group that a revision belongs to.
@@ -30,7 +31,7 @@ class TVPromotionLabel : public TVArchiveItem {
   static const VClassRecord theClass;
   using TVArchiveItem::TVArchiveItem;
   const VClassRecord* isA() const override { return &theClass; }
-  int attribute(const TVOptionArray&) const override { return 7; }
+  int attribute(const TVOptionArray&) const override { return TVAttribute::kPromotionLabel; }
 };
 
 // One lock; the name is the user's.
@@ -39,7 +40,7 @@ class TVLocker : public TVArchiveItem {
   static const VClassRecord theClass;
   using TVArchiveItem::TVArchiveItem;
   const VClassRecord* isA() const override { return &theClass; }
-  int attribute(const TVOptionArray&) const override { return 14; }
+  int attribute(const TVOptionArray&) const override { return TVAttribute::kLocker; }
 };
 
 using TVVersionLabelHandle = TVNamedItemHandle<TVVersionLabel>;

@@ -3,6 +3,7 @@
 
 #include "core/result.h"
 #include "domain/archivemember.h"
+#include "domain/attribute.h"
 #include "domain/lockedbyfolder.h"
 #include "domain/promotionfolder.h"
 
@@ -22,7 +23,9 @@ VString TVProjectFolder::name(const TVOptionArray& options) const {
   return nameFor(&theClass, options);
 }
 
-int TVProjectFolder::attribute(const TVOptionArray&) const { return isPrivate() ? 8 : 9; }
+int TVProjectFolder::attribute(const TVOptionArray&) const {
+  return isPrivate() ? TVAttribute::kPrivateProject : TVAttribute::kPublicProject;
+}
 
 VBool TVProjectFolder::validateDate(TVHandle&, const VString&, VString*) { return true; }
 VBool TVProjectFolder::validatePromotion(TVHandle&, const TVGetOptions&, VString*) { return true; }

@@ -21,6 +21,7 @@ class TVProjectRoot : public TVObject {
   int32_t computeHash() const override { return publicDir_.hash(); }
   uint64_t computeFingerprint() const override;
   TVProjectConfig rootConfig() const override { return config_; }
+  // Nothing asks it: for roots that a client derives.
   virtual VBool rootHook() const { return false; }
 
   const VString& publicDir() const { return publicDir_; }

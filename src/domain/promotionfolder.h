@@ -4,6 +4,7 @@
 #include "core/createobject.h"
 #include "core/folderoptions.h"
 #include "core/handle.h"
+#include "domain/attribute.h"
 
 namespace foldapi {
 
@@ -18,8 +19,9 @@ class TVPromotionFolder : public TVObject {
   int32_t computeHash() const override { return promotionName_.hash(); }
   uint64_t computeFingerprint() const override;
   VString name(const TVOptionArray&) const override { return promotionName_; }
-  int attribute(const TVOptionArray&) const override { return 13; }
+  int attribute(const TVOptionArray&) const override { return TVAttribute::kPromotionGroup; }
 
+  // For clients; the library finds children by compareKey().
   VBool isNamed(const VString& name) const { return name == promotionName_; }
   const VString& promotionName() const { return promotionName_; }
   void setPromotionName(const VString& name);

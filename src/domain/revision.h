@@ -2,6 +2,7 @@
 #pragma once
 
 #include "domain/archiveitem.h"
+#include "domain/attribute.h"
 
 namespace foldapi {
 
@@ -20,7 +21,9 @@ class TVRevision : public TVArchiveItem {
              TVObject* owner, TVCaching caching = TVCaching::kCached);
 
   const VClassRecord* isA() const override { return &theClass; }
-  int attribute(const TVOptionArray&) const override { return isLocked_ ? 10 : 11; }
+  int attribute(const TVOptionArray&) const override {
+    return isLocked_ ? TVAttribute::kLockedRevision : TVAttribute::kRevision;
+  }
   VString firstAttribute() const override { return texts_.first; }
   VString secondAttribute() const override { return texts_.second; }
   VString thirdAttribute() const override { return texts_.third; }

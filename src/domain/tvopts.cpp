@@ -16,8 +16,8 @@ void setBit(uint32_t* flags, uint32_t bit, bool on) { *flags = on ? *flags | bit
 // Exactly `bits` out of `group`.
 void choose(uint32_t* flags, uint32_t group, uint32_t bits) { *flags = (*flags & ~group) | bits; }
 
-VBool finish(TVProjectFolderHandle& project, bool valid, VBool report) {
-  if (!valid && report) project.sink().alert(project);
+VBool finish(TVProjectFolderHandle& project, bool valid, TVAlert alert) {
+  if (!valid && alert == TVAlert::kAtEnd) project.sink().alert(project);
   return valid;
 }
 
@@ -26,14 +26,14 @@ VBool finish(TVProjectFolderHandle& project, bool valid, VBool report) {
 // All options
 // ----------------------------------------------------------------------------------------
 
-VBool TVOptionsBase::validate(TVProjectFolderHandle&, VBool) { return true; }
+VBool TVOptionsBase::validate(TVProjectFolderHandle&, TVAlert) { return true; }
 
-VBool TVOptionsBase::prepare(const TVHandle* item, VBool report) {
+VBool TVOptionsBase::prepare(const TVHandle* item, TVAlert alert) {
   if (item == nullptr || item->isNull() || item->object()->owner() == nullptr) return true;
   TVObject* project = item->object()->findAncestor(&TVProjectFolder::theClass);
   if (project == nullptr) return true;
   TVProjectFolderHandle handle(&item->sink(), project);
-  return validate(handle, report);
+  return validate(handle, alert);
 }
 
 // Check-out
@@ -60,7 +60,7 @@ void TVGetOptions::setLatest() {
 void TVGetOptions::setFlag8(VBool on) { setBit(&flags, kArchiveTime, on); }
 
 // The first assertion prints for each lock. Clients rely on its text in their logs, so it stays.
-VBool TVGetOptions::validate(TVProjectFolderHandle& project, VBool report) {
+VBool TVGetOptions::validate(TVProjectFolderHandle& project, TVAlert alert) {
   const auto has = [this](uint32_t bits) { return (flags & bits) == bits; };
   if (has(kLock) && !has(kWritable)) assertFail(kSource, 242);
   if (has(kOverwriteAlways | kOverwriteNever)) assertFail(kSource, 244);
@@ -70,7 +70,7 @@ VBool TVGetOptions::validate(TVProjectFolderHandle& project, VBool report) {
   if (!has(kLatest) && !has(kOtherDate)) dateIsGood = project.validateDate(cutoffDate, nullptr);
   if (has(kLatest)) dateIsGood = project.validateDate(otherDate, nullptr);
   const bool groupIsGood = project.validatePromotion(*this, nullptr);
-  return finish(project, dateIsGood && groupIsGood, report);
+  return finish(project, dateIsGood && groupIsGood, alert);
 }
 
 // Check-in
@@ -124,14 +124,14 @@ void TVLogOptions::setOldestFirst(VBool on) { setBit(&flags, kOldestFirst, on); 
 void TVLogOptions::setNoHeading(VBool on) { setBit(&flags, kNoHeading, on); }
 
 // A "*" in an end would make another range of the two.
-VBool TVLogOptions::validate(TVProjectFolderHandle& project, VBool report) const {
+VBool TVLogOptions::validate(TVProjectFolderHandle& project, TVAlert alert) const {
   const bool endsAreGood = !revisionFrom.contains('*') && !revisionTo.contains('*');
   if (!endsAreGood) {
     project.sink().notice(project, "Range character \"*\" not allowed in revision numbers");
   }
   bool datesAreGood = project.validateDate(dateFrom, nullptr);
   if (!project.validateDate(dateTo, nullptr)) datesAreGood = false;
-  return finish(project, endsAreGood && datesAreGood, report);
+  return finish(project, endsAreGood && datesAreGood, alert);
 }
 
 }  // namespace foldapi

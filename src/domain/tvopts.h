@@ -15,16 +15,19 @@ namespace foldapi {
 class TVHandle;
 class TVProjectFolderHandle;
 
+// Whether a check of options that finds mistakes ends with an alert to the sink.
+enum class TVAlert { kNone, kAtEnd };
+
 // Options that can be checked against the project that they are for.
 class TVOptionsBase {
  public:
   virtual ~TVOptionsBase() = default;
 
-  // Whether the options make sense in `project`, with a notice to its sink for each that doesn't
-  // and, if `report`, an alert at the end. The base has nothing to object to.
-  [[nodiscard]] virtual VBool validate(TVProjectFolderHandle& project, VBool report);
+  // Whether the options make sense in `project`, with a notice to its sink for each that doesn't.
+  // The base has nothing to object to.
+  [[nodiscard]] virtual VBool validate(TVProjectFolderHandle& project, TVAlert alert);
   // The same for the project that `item` stands in. True for no item, and outside a project.
-  [[nodiscard]] virtual VBool prepare(const TVHandle* item, VBool report);
+  [[nodiscard]] virtual VBool prepare(const TVHandle* item, TVAlert alert);
 };
 
 // A check-out.
@@ -41,7 +44,7 @@ class TVGetOptions : public TVOptionsBase {
   };
 
   // Checks dates and promotion group.
-  [[nodiscard]] VBool validate(TVProjectFolderHandle& project, VBool report) override;
+  [[nodiscard]] VBool validate(TVProjectFolderHandle& project, TVAlert alert) override;
 
   // How the workfile is left, one of three.
   void setReadOnly() { flags &= ~(kLock | kWritable); }
@@ -189,7 +192,7 @@ class TVLogOptions {
   enum Flag : uint32_t { kOldestFirst = 0x4, kNoHeading = 0x100 };
 
   // Revision ends without "*", and good dates. As TVOptionsBase::validate().
-  [[nodiscard]] VBool validate(TVProjectFolderHandle& project, VBool report) const;
+  [[nodiscard]] VBool validate(TVProjectFolderHandle& project, TVAlert alert) const;
 
   // Anything but a mode from kBrief to kGroups is kFull.
   void setMode(int mode);

@@ -4,7 +4,8 @@
 // Every function translates its path as nativePath() (nativepath.h) does, but tries the plain name
 // first and searches without regard to case only if nothing has it, so a file that is there costs
 // one call of the system. None reports to a sink: callers turn a failure into a message of their
-// own.
+// own. Drives, attributes and setFileTime() are for clients that show files; the library itself
+// doesn't ask for them.
 #pragma once
 
 #include <cstdint>

@@ -69,11 +69,13 @@ bool isInSet(std::string_view text, size_t at, size_t length, std::string_view s
   return false;
 }
 
-// The length of the leading run of characters whose membership in `set` is `wanted`.
-size_t spanWhile(std::string_view text, std::string_view set, bool wanted) {
+enum class Run { kOfSet, kOfOthers };
+
+// The length of the leading run of characters that are in `set`, or of those that are not.
+size_t lengthOf(Run run, std::string_view text, std::string_view set) {
   size_t at = 0;
   for (size_t step; (step = mbCharLength(text, at)) != 0; at += step) {
-    if (isInSet(text, at, step, set) != wanted) break;
+    if (isInSet(text, at, step, set) != (run == Run::kOfSet)) break;
   }
   return at;
 }
@@ -158,14 +160,16 @@ size_t mbFindLastByte(std::string_view text, char byte) {
 }
 
 size_t mbFindAny(std::string_view text, std::string_view set) {
-  const size_t at = spanWhile(text, set, false);
+  const size_t at = mbSpanNot(text, set);
   return mbCharLength(text, at) == 0 ? std::string_view::npos : at;
 }
 
-size_t mbSpan(std::string_view text, std::string_view set) { return spanWhile(text, set, true); }
+size_t mbSpan(std::string_view text, std::string_view set) {
+  return lengthOf(Run::kOfSet, text, set);
+}
 
 size_t mbSpanNot(std::string_view text, std::string_view set) {
-  return spanWhile(text, set, false);
+  return lengthOf(Run::kOfOthers, text, set);
 }
 
 size_t mbFindString(std::string_view text, std::string_view part) {

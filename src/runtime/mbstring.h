@@ -5,6 +5,9 @@
 //
 // A scan stops at a NUL as at the end of the text, and at a lead byte that has nothing after it.
 // Positions are byte positions; std::string_view::npos says "not there".
+//
+// The library itself uses the half of this that paths and dates need. The rest completes the set
+// for programs that replace the table.
 #pragma once
 
 #include <array>

@@ -1,6 +1,7 @@
 // runtime/memory.h: allocation that gives the program a chance to free memory and tries again.
 //
-// All blocks go back by FreeBlock() or FreeAndClear().
+// All blocks are given back by FreeBlock() or FreeAndClear(). For programs that must survive an
+// empty heap with blocks of their own; the library itself allocates with new.
 #pragma once
 
 #include <cstddef>

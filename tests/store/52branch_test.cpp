@@ -78,7 +78,8 @@ std::string shown(TVHandle& handle) {
   const auto* item = handle.as<TVArchiveItem>();
   const bool isRevision = handle.as<TVRevision>() != nullptr;
   if (isRevision) {
-    text = " " + item->itemName().str() + (handle.attribute() == 10 ? "*{" : "{") +
+    text = " " + item->itemName().str() +
+           (handle.attribute() == TVAttribute::kLockedRevision ? "*{" : "{") +
            item->firstAttribute().str() + "|" + item->secondAttribute().str() + "|" +
            item->thirdAttribute().str() + "}";
   } else {

@@ -85,7 +85,7 @@ TEST_F(Workday, OnOneArchive) {
   get.setLock();
   get.setOverwriteAlways();
   get.promotionGroup = "dev";
-  EXPECT_TRUE(get.prepare(&motor, true)) << told();
+  EXPECT_TRUE(get.prepare(&motor, TVAlert::kAtEnd)) << told();
   ASSERT_EQ(motor.archiveAction1(get), 0) << told();
   EXPECT_EQ(status(motor), kStatusReadable | kStatusHasRevisions | kStatusLockedByMe);
   edit("m.c", "one\nthree\n");

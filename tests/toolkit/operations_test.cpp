@@ -351,27 +351,27 @@ TEST_F(Operations, CheckOptionsAgainstTheProjectThatTheyAreFor) {
   fakeToolkit().items = {{TRVS_ITEM_PROMOTION_GROUPS, std::string("A\0C\0B\0C\0\0", 9)}};
   fakeToolkit().groups = {{"A", int16_t{2}}, {"B", int16_t{2}}, {"C", int16_t{4}}};
   TVGetOptions fresh;
-  EXPECT_TRUE(fresh.prepare(&member, true));
+  EXPECT_TRUE(fresh.prepare(&member, TVAlert::kAtEnd));
   TVGetOptions badDate;
   badDate.setCutoffDate("nonsense");
-  EXPECT_FALSE(badDate.prepare(&member, true));
+  EXPECT_FALSE(badDate.prepare(&member, TVAlert::kAtEnd));
   std::string told = sink.told();
   EXPECT_TRUE(told.starts_with("notice ") && told.ends_with("\nalert\n")) << told;
-  EXPECT_FALSE(badDate.prepare(&member, false));
+  EXPECT_FALSE(badDate.prepare(&member, TVAlert::kNone));
   EXPECT_EQ(sink.told().find("alert"), std::string::npos);
   TVHandle nobody;
   for (const TVHandle* item : {static_cast<TVHandle*>(nullptr), &nobody, &root}) {
-    EXPECT_TRUE(badDate.prepare(item, true));
+    EXPECT_TRUE(badDate.prepare(item, TVAlert::kAtEnd));
   }
   EXPECT_EQ(sink.told(), "");
 
   // Which dates count.
   badDate.flags = TVGetOptions::kLatest;
-  EXPECT_TRUE(badDate.prepare(&member, true));
+  EXPECT_TRUE(badDate.prepare(&member, TVAlert::kAtEnd));
   badDate.otherDate = "nonsense";
-  EXPECT_FALSE(badDate.prepare(&member, true));
+  EXPECT_FALSE(badDate.prepare(&member, TVAlert::kAtEnd));
   badDate.flags = TVGetOptions::kOtherDate;
-  EXPECT_TRUE(badDate.prepare(&member, true));
+  EXPECT_TRUE(badDate.prepare(&member, TVAlert::kAtEnd));
   EXPECT_EQ(assertions, "");
   sink.told();
 
@@ -380,33 +380,33 @@ TEST_F(Operations, CheckOptionsAgainstTheProjectThatTheyAreFor) {
   odd.setOverwriteNever();
   odd.setOverwriteAlways();
   odd.setLock();
-  EXPECT_FALSE(odd.prepare(&member, true));
+  EXPECT_FALSE(odd.prepare(&member, TVAlert::kAtEnd));
   EXPECT_EQ(sink.told(), "notice " + FolderMessage(kFolderGroupNeeded).str() + "\nalert\n");
   EXPECT_EQ(assertions, "Assertion Failed: TVOPTS.cpp 242\n");
   assertions.clear();
   odd.flags = 0x20 | 0x40 | 0x80 | 0x4;
-  EXPECT_TRUE(odd.prepare(&member, true));
+  EXPECT_TRUE(odd.prepare(&member, TVAlert::kAtEnd));
   EXPECT_EQ(assertions, "Assertion Failed: TVOPTS.cpp 244\nAssertion Failed: TVOPTS.cpp 246\n");
 
   TVDiffOptions diff;
-  EXPECT_TRUE(diff.prepare(&member, true));
+  EXPECT_TRUE(diff.prepare(&member, TVAlert::kAtEnd));
 }
 
 TEST_F(Operations, CheckTheRangesOfAReport) {
   TVLogOptions log;
-  EXPECT_TRUE(log.validate(project, true));
+  EXPECT_TRUE(log.validate(project, TVAlert::kAtEnd));
   log.revisionFrom = "1.*";
   log.revisionTo = "*";
-  EXPECT_FALSE(log.validate(project, true));
+  EXPECT_FALSE(log.validate(project, TVAlert::kAtEnd));
   EXPECT_EQ(sink.told(), "notice Range character \"*\" not allowed in revision numbers\nalert\n");
   log.revisionFrom = log.revisionTo = "1.2";
   log.dateFrom = "nonsense";
   log.dateTo = "*";
-  EXPECT_FALSE(log.validate(project, false));
+  EXPECT_FALSE(log.validate(project, TVAlert::kNone));
   const std::string told = sink.told();
   EXPECT_TRUE(told.starts_with("notice ") && told.find("notice", 1) == std::string::npos) << told;
   log.dateTo = "rubbish";
-  EXPECT_FALSE(log.validate(project, true));
+  EXPECT_FALSE(log.validate(project, TVAlert::kAtEnd));
   EXPECT_NE(sink.told().find("rubbish"), std::string::npos);
 }
 
