@@ -20,11 +20,10 @@ void fill(History* history, int revisions) {
   }
   history->checkIn("1.0.1", "");
   history->checkIn("1.0.1", "branch");
-  const auto archive = history->toUpdate();
-  btkf::ArchiveModel model = archive->model();
-  model.trunk().tip()->lockers = {"ann"};
-  model.labels = {{"REL", number("1.1")}};
-  ASSERT_EQ(archive->commit(model), TRVS_DONE);
+  history->change([](btkf::ArchiveModel* model) {
+    model->trunk().tip()->lockers = {"ann"};
+    model->labels = {{"REL", number("1.1")}};
+  });
 }
 
 // Opens damaged bytes as an archive. Whatever can still be read must be right.
@@ -80,23 +79,19 @@ TEST(ArchiveDamage, SurvivesSeededMutations) {
 }
 
 TEST(ArchiveDamage, IsRefusedInAnIndexThatContradictsItself) {
-  struct Case {
-    const char* why;
-    void (*spoil)(btkf::Index*);
-  };
-  const Case cases[] = {
-      {"a circle",
-       [](btkf::Index* index) {
-         index->frames[0].newerParent = 2, index->frames[1].newerParent = 1;
-       }},
-      {"its own parent", [](btkf::Index* index) { index->frames[0].olderParent = 1; }},
-      {"a parent that is not there", [](btkf::Index* index) { index->frames[0].newerParent = 7; }},
-      {"a frame too few", [](btkf::Index* index) { index->frames.pop_back(); }},
-      {"a frame twice", [](btkf::Index* index) { index->frames[1].content = 1; }},
-      {"a content beyond the last", [](btkf::Index* index) { index->lastContent = 1; }},
-      {"revisions out of order",
-       [](btkf::Index* index) { index->model.trunk().revisions[0].number = number("1.2"); }},
-  };
+  // A circle; its own parent; a parent that isn't there; a frame too few; a frame twice; a content
+  // beyond the last; revisions out of order.
+  void (*const spoilers[])(btkf::Index*) = {
+      [](btkf::Index* index) {
+        index->frames[0].newerParent = 2;
+        index->frames[1].newerParent = 1;
+      },
+      [](btkf::Index* index) { index->frames[0].olderParent = 1; },
+      [](btkf::Index* index) { index->frames[0].newerParent = 7; },
+      [](btkf::Index* index) { index->frames.pop_back(); },
+      [](btkf::Index* index) { index->frames[1].content = 1; },
+      [](btkf::Index* index) { index->lastContent = 1; },
+      [](btkf::Index* index) { index->model.trunk().revisions[0].number = number("1.2"); }};
   btkf::Index sound;
   sound.lastContent = 2;
   for (const uint32_t id : {1u, 2u}) {
@@ -108,10 +103,10 @@ TEST(ArchiveDamage, IsRefusedInAnIndexThatContradictsItself) {
   }
   ASSERT_TRUE(btkf::decodeIndex(btkf::encodeIndex(sound)));
   EXPECT_FALSE(btkf::decodeIndex(btkf::encodeIndex(sound) + '\0'));
-  for (const Case& c : cases) {
+  for (const auto& spoil : spoilers) {
     btkf::Index index = sound;
-    c.spoil(&index);
-    EXPECT_FALSE(btkf::decodeIndex(btkf::encodeIndex(index))) << c.why;
+    spoil(&index);
+    EXPECT_FALSE(btkf::decodeIndex(btkf::encodeIndex(index))) << &spoil - spoilers;
   }
 }
 

@@ -25,17 +25,9 @@ std::string tagOf(int writer, int count) {
 
 // Checks in a revision whose change description is `tag`. 0, or the first status that says why not.
 TrvsStatus checkIn(const std::string& path, const std::string& tag) {
-  std::unique_ptr<Archive> archive;
-  if (const TrvsStatus status = Archive::openToUpdate(path, &archive)) return status;
-  btkf::ArchiveModel model = archive->model();
-  const std::string content = contentOf(tag);
   btkf::Revision revision;
-  const btkf::Revision* const tip = model.trunk().tip();
-  revision.number = tip == nullptr ? number("1.0") : tip->number.next();
   revision.changeDescription = tag;
-  revision.content = archive->put(content);
-  model.trunk().revisions.push_back(revision);
-  return archive->commit(model);
+  return History::add(path, "1", contentOf(tag), revision);
 }
 
 // Every revision must be what its tag says, by both readers. Gives the tags.
@@ -77,38 +69,6 @@ TEST(ArchiveProcesses, LoseNoAcknowledgedRevisionWhenKilled) {
   const std::set<std::string> there = tagsOf(path);
   EXPECT_TRUE(std::includes(there.begin(), there.end(), acknowledged.begin(), acknowledged.end()));
   EXPECT_FALSE(std::filesystem::exists(path + ".trvs-new"));
-}
-
-TEST(ArchiveProcesses, AreServedOneAfterTheOtherWhileOthersRead) {
-  constexpr int kWriters = 8;
-  constexpr int kRevisions = 12;
-  History history;
-  const std::string& path = history.path();
-  const auto writers = support::startProcesses(kWriters, [&](int writer, ChildProcess&) {
-    for (int count = 0; count < kRevisions;) {
-      const TrvsStatus status = checkIn(path, tagOf(writer, count));
-      if (status != TRVS_DONE && status != TRVS_IN_USE) return static_cast<int>(status);
-      if (status == TRVS_IN_USE) ::usleep(500);
-      if (status == TRVS_DONE) ++count;
-    }
-    return 0;
-  });
-  size_t seen = 0;
-  for (size_t done = 0; done < writers.size();) {
-    const auto archive = History::toRead(path);
-    const size_t count = archive->model().revisionCount();
-    EXPECT_GE(count, seen) << "what was seen is there the next time";
-    seen = count;
-    EXPECT_EQ(archive->verify(nullptr), TRVS_DONE);
-    if (writers[done]->isRunning()) continue;
-    EXPECT_EQ(writers[done]->finish(), 0);
-    ++done;
-  }
-  std::set<std::string> acknowledged;
-  for (int writer = 0; writer < kWriters; ++writer) {
-    for (int count = 0; count < kRevisions; ++count) acknowledged.insert(tagOf(writer, count));
-  }
-  EXPECT_EQ(tagsOf(path), acknowledged);
 }
 
 // Of several that make one archive at once, one does, and the others are told so.

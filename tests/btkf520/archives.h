@@ -16,11 +16,6 @@
 
 namespace btkf520_test {
 
-template <typename Function>
-TrvsCallback anyCallback(Function* callback) {
-  return reinterpret_cast<TrvsCallback>(reinterpret_cast<void (*)()>(callback));
-}
-
 inline std::string statusText(int32_t status) { return "status " + std::to_string(status); }
 
 // A packed time of 2001, by minutes.
@@ -69,8 +64,10 @@ class Archives : public Toolkit {
     uint32_t flags = 0;
   };
   // Checks in what the workfile holds.
-  int32_t put(const Put& how) {
-    return TrvsPutRevision(TRVS_CONTEXT, 0, target().c_str(), 0, how.revision, how.label,
+  int32_t put(const Put& how) { return putFrom(target(), how); }
+  // The same for "archive(workfile)".
+  static int32_t putFrom(const std::string& both, const Put& how) {
+    return TrvsPutRevision(TRVS_CONTEXT, 0, both.c_str(), 0, how.revision, how.label,
                            how.description, how.change, how.group, how.author, how.time, how.flags);
   }
   int32_t put(std::string_view bytes, const Put& how) {
@@ -89,6 +86,10 @@ class Archives : public Toolkit {
   int32_t get(const Get& how) {
     return TrvsGetRevision(TRVS_CONTEXT, target().c_str(), 0, how.revision, how.cutoff,
                            how.newerThan, 0, how.group, 0, how.flags);
+  }
+  static int32_t getTo(const std::string& both, uint32_t flags) {
+    return TrvsGetRevision(TRVS_CONTEXT, both.c_str(), 0, nullptr, nullptr, nullptr, 0, nullptr, 0,
+                           flags);
   }
   // The bytes of a revision, or statusText().
   std::string content(const char* revision) {
@@ -125,13 +126,8 @@ class Archives : public Toolkit {
   // A list that a function hands out, as "a b c"; or statusText().
   template <typename Fetch>
   static std::string list(const Fetch& fetch) {
-    std::vector<char> buffer(1, '?');
-    int32_t status;
-    while ((status = fetch(buffer.data(), static_cast<int32_t>(buffer.size()))) ==
-           TRVS_BUFFER_TOO_SMALL) {
-      buffer.resize(buffer.size() + 16, '?');
-    }
-    if (status != 0) return statusText(status);
+    std::string buffer;
+    if (const int32_t status = grown(&buffer, fetch)) return statusText(status);
     std::string result;
     for (const char* name = buffer.data(); *name != '\0'; name += std::strlen(name) + 1) {
       result.append(result.empty() ? "" : " ").append(name);

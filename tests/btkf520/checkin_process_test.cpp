@@ -23,17 +23,14 @@ class Team : public Archives {
     std::string acknowledged;
     for (int round = 0; round < kRounds; ++round) {
       if (withLocks) {
-        const int32_t status =
-            TrvsGetRevision(TRVS_CONTEXT, both.c_str(), 0, nullptr, nullptr, nullptr, 0, nullptr, 0,
-                            TRVS_GET_LOCK | TRVS_GET_OVERWRITE);
+        const int32_t status = getTo(both, TRVS_GET_LOCK | TRVS_GET_OVERWRITE);
         if (status == TRVS_IN_USE || status == TRVS_LOCKED) continue;
         if (status != 0) return status;
       }
       const std::string text = name + " round " + std::to_string(round);
       write(name, text);
       const int32_t status =
-          TrvsPutRevision(TRVS_CONTEXT, 0, both.c_str(), 0, nullptr, nullptr, nullptr, text.c_str(),
-                          nullptr, nullptr, 0, TRVS_PUT_OLDER | TRVS_PUT_READ_ONLY);
+          putFrom(both, {.change = text.c_str(), .flags = TRVS_PUT_OLDER | TRVS_PUT_READ_ONLY});
       if (status == 0) acknowledged += text + "\n";
       if (status == TRVS_IN_USE && withLocks)
         TrvsUnLockRevision(TRVS_CONTEXT, both.c_str(), nullptr, nullptr);
@@ -47,7 +44,15 @@ class Team : public Archives {
   void run(bool withLocks) {
     const auto members = support::startProcesses(
         kMembers, [&](int member, support::ChildProcess&) { return work(member, withLocks); });
-    for (const auto& member : members) EXPECT_EQ(member->finish(), 0);
+    size_t seen = 0;
+    for (size_t done = 0; done < members.size();) {
+      const std::string now = revisions();
+      EXPECT_GE(now.size(), seen) << "what was seen is there the next time";
+      seen = now.size();
+      EXPECT_EQ(TrvsVerifyArchive(TRVS_CONTEXT, archive().c_str(), nullptr, 0), 0);
+      if (members[done]->isRunning()) continue;
+      EXPECT_EQ(members[done++]->finish(), 0);
+    }
   }
 
   // Everything acknowledged is there, once and whole; gives how many there are.

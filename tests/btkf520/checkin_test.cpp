@@ -9,6 +9,7 @@
 #include "btkf520/archives.h"
 #include "support/childprocess.h"
 #include "support/limits.h"
+#include "support/table.h"
 
 namespace btkf520_test {
 namespace {
@@ -19,50 +20,43 @@ class CheckIn : public Archives {};
 class CheckOut : public Archives {};
 
 TEST_F(CheckIn, FollowsALockOrTheTipOrStartsABranch) {
-  struct Step {
-    const char* why;
-    const char* revision;
-    uint32_t flags;
-    int32_t status;
-    const char* made;
-  };
-  const Step steps[] = {
-      {"the first has two components", "1.2.1.0", 0, TRVS_BAD_NUMBER, ""},
-      {"the first is no label", "REL", 0, TRVS_BAD_NUMBER, ""},
-      {"a first number", "2.0", 0, TRVS_DONE, "2.0"},
-      {"after the tip", nullptr, 0, TRVS_DONE, "2.1"},
-      {"a number after the tip", "3.5", 0, TRVS_DONE, "3.5"},
-      {"a number before the tip", "3.4", 0, TRVS_BAD_NUMBER, ""},
-      {"not the tip", "2.1", 0, TRVS_DONE, "2.1.1.0"},
-      {"once more", "2.1", 0, TRVS_DONE, "2.1.2.0"},
-      {"the tip of a branch", "2.1.1", 0, TRVS_DONE, "2.1.1.1"},
-      {"a branch from a tip", "2.1.1", TRVS_PUT_BRANCH, TRVS_DONE, "2.1.1.1.1.0"},
-      {"a number on a branch", "2.1.2.7", 0, TRVS_DONE, "2.1.2.7"},
-      {"a number that makes the next branch", "2.1.3.0", 0, TRVS_DONE, "2.1.3.0"},
-      {"the next branch by number and by flag", "2.1.4.0", TRVS_PUT_BRANCH, TRVS_DONE, "2.1.4.0"},
-      {"a number that skips a branch", "2.1.9.0", 0, TRVS_BAD_NUMBER, ""},
-      {"a branch from nowhere", "2.7.1.0", 0, TRVS_NO_REVISION, ""},
-      {"a branch that isn't there", "2.7.1", 0, TRVS_NO_REVISION, ""},
-      {"no label", "REL", 0, TRVS_NO_SUCH_LABEL, ""},
-      {"a number that can't branch", "4.0", TRVS_PUT_BRANCH, TRVS_BAD_NUMBER, ""},
-      {"the last number", "3.999999999", 0, TRVS_DONE, "3.999999999"},
-      {"after the last number", nullptr, 0, TRVS_BAD_NUMBER, ""},
-  };
+  // What is asked for, "+" after it for a branch; what is made, or the status (11 and 18: no such
+  // thing; 19: no possible number).
+  const auto steps = support::table<2>(R"(
+      1.2.1.0 -> status 19  | REL -> status 19         | 2.0 -> 2.0           | -> 2.1
+      3.5 -> 3.5            | 3.4 -> status 19         | 2.1 -> 2.1.1.0       | 2.1 -> 2.1.2.0
+      2.1.1 -> 2.1.1.1      | 2.1.1+ -> 2.1.1.1.1.0    | 2.1.2.7 -> 2.1.2.7   | 2.1.3.0 -> 2.1.3.0
+      2.1.4.0+ -> 2.1.4.0   | 2.1.9.0 -> status 19     | 2.7.1.0 -> status 18 | 2.7.1 -> status 18
+      REL -> status 11      | 4.0+ -> status 19        | 2.1.1.1.1 -> 2.1.1.1.1.1
+      3.999999999 -> 3.999999999                       | -> status 19)");
   ASSERT_EQ(create(), 0);
+  EXPECT_EQ(tree(), "") << "no revisions, but a tree to give back";
   ASSERT_EQ(TrvsSetAttributes(TRVS_CONTEXT, archive().c_str(), 0, TRVS_ATTRIBUTE_CHECK_LOCKS), 0);
   int count = 0;
-  for (const Step& step : steps) {
-    SCOPED_TRACE(step.why);
+  for (const auto& [place, want] : steps) {
+    SCOPED_TRACE(place);
     const std::string before = revisions();
-    ASSERT_EQ(put(std::to_string(++count), {.revision = step.revision, .flags = step.flags}),
-              step.status);
-    if (step.status != 0) {
+    const bool isBranch = place.ends_with('+');
+    const std::string number = place.substr(0, place.size() - (isBranch ? 1 : 0));
+    const int32_t status =
+        put(std::to_string(++count),
+            {.revision = number.c_str(), .flags = isBranch ? uint32_t{TRVS_PUT_BRANCH} : 0u});
+    if (status == 0) {
+      EXPECT_EQ(content(want.c_str()), std::to_string(count));
+    } else {
+      EXPECT_EQ(statusText(status), want);
       EXPECT_EQ(revisions(), before);
-      continue;
     }
-    EXPECT_EQ(content(step.made), std::to_string(count));
   }
   EXPECT_EQ(revisions("2.1.1"), "2.1.1.0 2.1.1.1");
+  EXPECT_EQ(tree(),
+            "2.0^ 2.1+< 2.1.1.0^ 2.1.1.1+< 2.1.1.1.1.0^ 2.1.1.1.1.1> 2.1.2.0^ 2.1.2.7 2.1.3.0^ "
+            "2.1.4.0^> 3.5 3.999999999");
+  TrvsRevTree* none = nullptr;
+  EXPECT_EQ(TrvsRevTreeInfo(TRVS_CONTEXT, nullptr, &none, 2), TRVS_MISUSE);
+  EXPECT_EQ(TrvsRevTreeInfo(TRVS_CONTEXT, path("none").c_str(), &none, TRVS_TREE_FETCH),
+            TRVS_NO_ARCHIVE);
+  EXPECT_EQ(none, nullptr);
 }
 
 TEST_F(CheckIn, NeedsALockOfOnesOwn) {
@@ -87,85 +81,65 @@ TEST_F(CheckIn, NeedsALockOfOnesOwn) {
 }
 
 TEST_F(CheckIn, DecidesAboutTheWorkfileByFlags) {
-  struct Case {
-    const char* why;
-    const char* bytes;  // The parent is "old".
-    bool isOlder;
-    uint32_t flags;
-    int32_t answer;
-    int32_t status;
-    const char* asked;
-    const char* left;  // Of the workfile: gone, read-only or writable.
-  };
-  const uint32_t ask = TRVS_PUT_REFUSE_UNCHANGED | TRVS_PUT_ASK_UNCHANGED;
-  const char* const done = "done:CHECKIN:1.1 ";
-  const std::string askedAndDone = "unchanged "s + done;
-  const Case cases[] = {
-      {"plain", "new", false, 0, TRVS_REFUSE, TRVS_DONE, done, "gone"},
-      {"keeps the lock", "new", false, TRVS_PUT_KEEP_LOCK, TRVS_REFUSE, TRVS_DONE, done,
-       "writable"},
-      {"read-only", "new", false, TRVS_PUT_READ_ONLY, TRVS_REFUSE, TRVS_DONE, done, "read-only"},
-      {"both", "new", false, TRVS_PUT_READ_ONLY | TRVS_PUT_KEEP_LOCK, TRVS_GO_ON, TRVS_MISUSE, "",
-       "writable"},
-      {"unknown flag", "new", false, 0x100, TRVS_GO_ON, TRVS_MISUSE, "", "writable"},
-      {"unchanged", "old", false, 0, TRVS_GO_ON, TRVS_UNCHANGED, "", "writable"},
-      {"unchanged, refuse", "old", false, TRVS_PUT_REFUSE_UNCHANGED, TRVS_GO_ON, TRVS_UNCHANGED, "",
-       "writable"},
-      {"unchanged, in all the same", "old", false, TRVS_PUT_UNCHANGED, TRVS_REFUSE, TRVS_DONE, done,
-       "gone"},
-      {"unchanged, yes", "old", false, TRVS_PUT_ASK_UNCHANGED, TRVS_GO_ON, TRVS_DONE,
-       askedAndDone.c_str(), "gone"},
-      {"unchanged, no", "old", false, ask, TRVS_REFUSE, TRVS_UNCHANGED, "unchanged ", "writable"},
-      {"changed: no question", "new", false, ask, TRVS_REFUSE, TRVS_DONE, done, "gone"},
-      {"older", "new", true, 0, TRVS_GO_ON, TRVS_OLDER, "", "writable"},
-      {"older, in all the same", "new", true, TRVS_PUT_OLDER, TRVS_REFUSE, TRVS_DONE, done, "gone"},
-  };
+  const std::map<std::string, uint32_t> flags = {{"", 0},
+                                                 {"keep", TRVS_PUT_KEEP_LOCK},
+                                                 {"read-only", TRVS_PUT_READ_ONLY},
+                                                 {"both", TRVS_PUT_READ_ONLY | TRVS_PUT_KEEP_LOCK},
+                                                 {"unknown", 0x100},
+                                                 {"refuse", TRVS_PUT_REFUSE_UNCHANGED},
+                                                 {"always", TRVS_PUT_UNCHANGED},
+                                                 {"ask", TRVS_PUT_ASK_UNCHANGED},
+                                                 {"older", TRVS_PUT_OLDER}};
+  // The workfile, whose parent is "old"; the flags, and "yes" as the client's answer; the status
+  // (10: misuse, 51: older, 52: unchanged), whether the client was asked, and what is left.
+  const auto cases = support::table<4>(R"(
+      new -> -> no -> 0 gone              | new -> keep -> no -> 0 writable
+      new -> read-only -> no -> 0 read-only
+      new -> both -> yes -> 10 writable   | new -> unknown -> yes -> 10 writable
+      old -> -> yes -> 52 writable         | old -> refuse -> yes -> 52 writable
+      old -> always -> no -> 0 gone       | old -> ask -> yes -> unchanged 0 gone
+      old -> ask refuse -> no -> unchanged 52 writable | new -> ask refuse -> no -> 0 gone
+      past -> -> yes -> 51 writable       | past -> older -> no -> 0 gone)");
   answerQuestions();
-  for (const Case& c : cases) {
-    SCOPED_TRACE(c.why);
+  for (const auto& [bytes, names, answered, want] : cases) {
+    SCOPED_TRACE(testing::Message() << bytes << ", " << names << ", " << answered);
     unlink(archive().c_str());
     ASSERT_EQ(create(), 0);
     ASSERT_EQ(put("old", {.flags = TRVS_PUT_KEEP_LOCK}), 0);
-    write("m.c", c.bytes);
+    write("m.c", bytes);
     const utimbuf past{1000000000, 1000000000};
-    if (c.isOlder) utime(workfile().c_str(), &past);
+    if (bytes == "past") utime(workfile().c_str(), &past);
     asked.clear();
-    answers[TRVS_CALLBACK_CHECK_IN] = c.answer;
-    EXPECT_EQ(put({.flags = c.flags}), c.status);
-    EXPECT_EQ(asked, c.asked);
-    EXPECT_STREQ(!isWorkfileThere()     ? "gone"
-                 : isWorkfileWritable() ? "writable"
-                                        : "read-only",
-                 c.left);
+    answers[TRVS_CALLBACK_CHECK_IN] = answered == "yes" ? TRVS_GO_ON : TRVS_REFUSE;
+    uint32_t all = 0;
+    for (const std::string& name : support::pieces(names, " ")) all |= flags.at(name);
+    const int32_t status = put({.flags = all});
+    const char* left = isWorkfileWritable() ? "writable" : "read-only";
+    const std::string done = status == 0 ? "done:CHECKIN:1.1 " : "";
+    ASSERT_TRUE(asked.ends_with(done)) << asked;
+    EXPECT_EQ(asked.substr(0, asked.size() - done.size()) + std::to_string(status) + " " +
+                  (isWorkfileThere() ? left : "gone"),
+              want);
   }
 }
 
 TEST_F(CheckIn, RecordsWhatItIsTold) {
   ASSERT_EQ(create("old text"), 0);
-  ASSERT_EQ(put("0", {.label = "REL", .change = "first\nline", .author = "zoe", .time = minute(9)}),
-            0);
+  ASSERT_EQ(put("0", {.label = "REL", .change = "first", .author = "zoe", .time = minute(9)}), 0);
   EXPECT_EQ(labels(), "REL 1.0");
-  EXPECT_EQ(content("REL"), "0");
-  TrvsRevTree* record = nullptr;
-  ASSERT_EQ(TrvsRevTreeInfo(TRVS_CONTEXT, archive().c_str(), &record, TRVS_TREE_FETCH), 0);
-  std::string texts;
-  for (const TrvsRevTree* each = record; each != nullptr; each = each->next) {
-    texts.append(each->text).append("|");
-  }
-  EXPECT_EQ(texts, "1.0|2001-02-03 00:09:00|zoe|first\nline|REL|");
-  TrvsRevTreeInfo(TRVS_CONTEXT, nullptr, &record, TRVS_TREE_RETURN);
-
   char text[40] = "";
-  EXPECT_EQ(TrvsGetDescription(TRVS_CONTEXT, archive().c_str(), nullptr, text, 40), 0);
+  const auto description = [&](const char* revision, int32_t size = 40) {
+    return TrvsGetDescription(TRVS_CONTEXT, archive().c_str(), revision, text, size);
+  };
+  EXPECT_EQ(description(nullptr), 0);
   EXPECT_STREQ(text, "old text") << "null leaves it";
   ASSERT_EQ(lock(), 0);
   ASSERT_EQ(put("1", {.description = ""}), 0);
-  EXPECT_EQ(TrvsGetDescription(TRVS_CONTEXT, archive().c_str(), nullptr, text, 40), 0);
+  EXPECT_EQ(description(nullptr), 0);
   EXPECT_STREQ(text, "");
   EXPECT_EQ(TrvsSetDescription(TRVS_CONTEXT, archive().c_str(), "1.0", "better"), 0);
-  EXPECT_EQ(TrvsGetDescription(TRVS_CONTEXT, archive().c_str(), "REL", text, 6),
-            TRVS_BUFFER_TOO_SMALL);
-  EXPECT_EQ(TrvsGetDescription(TRVS_CONTEXT, archive().c_str(), "REL", text, 7), 0);
+  EXPECT_EQ(description("REL", 6), TRVS_BUFFER_TOO_SMALL);
+  EXPECT_EQ(description("REL", 7), 0);
   EXPECT_STREQ(text, "better");
 }
 
@@ -217,9 +191,7 @@ TEST_F(CheckIn, FindsTheArchiveAmongParentheses) {
     const std::string both = path(archive) + "(" + path(workfile) + ")";
     ASSERT_EQ(TrvsCreateArchive(path(archive).c_str(), workfile, archive, nullptr, 0, 0), 0);
     write(workfile, "0");
-    EXPECT_EQ(TrvsPutRevision(TRVS_CONTEXT, 0, both.c_str(), 0, nullptr, nullptr, nullptr, nullptr,
-                              nullptr, nullptr, 0, TRVS_PUT_READ_ONLY),
-              0);
+    EXPECT_EQ(putFrom(both, {.flags = TRVS_PUT_READ_ONLY}), 0);
     for (const std::string& name : {path(archive), both}) {
       char description[20] = "";
       EXPECT_EQ(TrvsGetDescription(TRVS_CONTEXT, name.c_str(), nullptr, description, 20), 0);
@@ -229,33 +201,21 @@ TEST_F(CheckIn, FindsTheArchiveAmongParentheses) {
 }
 
 TEST_F(CheckOut, GivesTheWorkfileModeAndTime) {
-  struct Case {
-    const char* why;
-    uint32_t flags;
-    bool isWritable;
-    bool hasArchiveTime;
-    const char* tree;
-  };
-  const Case cases[] = {
-      {"plain", 0, false, false, "1.0^"},
-      {"writable", TRVS_GET_WRITABLE, true, false, "1.0^"},
-      {"check-in time", TRVS_GET_ARCHIVE_TIME, false, true, "1.0^"},
-      {"both", TRVS_GET_ARCHIVE_TIME | TRVS_GET_WRITABLE, true, true, "1.0^"},
-      {"locked", TRVS_GET_LOCK, true, false, "1.0^!ann"},
-  };
   ASSERT_EQ(create(), 0);
   ASSERT_EQ(put("0", {.time = minute(7)}), 0);
-  for (const Case& c : cases) {
-    SCOPED_TRACE(c.why);
-    EXPECT_EQ(get({.flags = c.flags | TRVS_GET_OVERWRITE}), 0);
-    EXPECT_EQ(isWorkfileWritable(), c.isWritable);
+  const uint32_t time = TRVS_GET_ARCHIVE_TIME;
+  const uint32_t writable = TRVS_GET_WRITABLE;
+  for (const uint32_t flags : {0u, writable, time, time | writable, uint32_t{TRVS_GET_LOCK}}) {
+    SCOPED_TRACE(flags);
+    EXPECT_EQ(get({.flags = flags | TRVS_GET_OVERWRITE}), 0);
+    EXPECT_EQ(isWorkfileWritable(), (flags & (writable | TRVS_GET_LOCK)) != 0);
     struct stat status {};
     stat(workfile().c_str(), &status);
     tm local{};
     localtime_r(&status.st_mtime, &local);
     const bool isOfArchive = local.tm_year == 101 && local.tm_min == 7 && local.tm_mday == 3;
-    EXPECT_EQ(isOfArchive, c.hasArchiveTime);
-    EXPECT_EQ(tree(), c.tree);
+    EXPECT_EQ(isOfArchive, (flags & time) != 0);
+    EXPECT_EQ(tree(), (flags & TRVS_GET_LOCK) != 0 ? "1.0^!ann" : "1.0^");
   }
   EXPECT_EQ(TrvsSetAttributes(TRVS_CONTEXT, archive().c_str(), 0, TRVS_ATTRIBUTE_READ_ONLY), 0);
   EXPECT_EQ(get({}), 0);
@@ -264,37 +224,35 @@ TEST_F(CheckOut, GivesTheWorkfileModeAndTime) {
 
 TEST_F(CheckOut, OverwritesOnlyWhereItMay) {
   struct Case {
-    const char* why;
-    const char* bytes;  // Null for none.
+    const char* bytes;  // Of the workfile; null for none.
     uint32_t flags;
     int32_t answer;
     int32_t status;
-    const char* asked;
+    bool isAsked = false;
   };
-  const char* const done = "done:CHECKOUT:1.0 ";
-  const std::string askedAndDone = "overwrite "s + done;
+  const uint32_t keep = TRVS_GET_KEEP;
   const Case cases[] = {
-      {"no workfile", nullptr, 0, TRVS_REFUSE, TRVS_DONE, done},
-      {"equal already", "right", 0, TRVS_REFUSE, TRVS_DONE, done},
-      {"yes", "wrong", 0, TRVS_GO_ON, TRVS_DONE, askedAndDone.c_str()},
-      {"no", "wrong", 0, TRVS_REFUSE, TRVS_WOULD_OVERWRITE, "overwrite "},
-      {"always", "wrong", TRVS_GET_OVERWRITE, TRVS_REFUSE, TRVS_DONE, done},
-      {"never", "wrong", TRVS_GET_KEEP, TRVS_GO_ON, TRVS_WOULD_OVERWRITE, ""},
-      {"contradiction", "wrong", TRVS_GET_KEEP | TRVS_GET_OVERWRITE, TRVS_GO_ON, TRVS_MISUSE, ""},
-      {"a lock that comes to nothing", "wrong", TRVS_GET_KEEP | TRVS_GET_LOCK, TRVS_GO_ON,
-       TRVS_WOULD_OVERWRITE, ""},
+      {nullptr, 0, TRVS_REFUSE, TRVS_DONE},
+      {"right", 0, TRVS_REFUSE, TRVS_DONE},
+      {"wrong", 0, TRVS_GO_ON, TRVS_DONE, true},
+      {"wrong", 0, TRVS_REFUSE, TRVS_WOULD_OVERWRITE, true},
+      {"wrong", TRVS_GET_OVERWRITE, TRVS_REFUSE, TRVS_DONE},
+      {"wrong", keep, TRVS_GO_ON, TRVS_WOULD_OVERWRITE},
+      {"wrong", keep | TRVS_GET_OVERWRITE, TRVS_GO_ON, TRVS_MISUSE},
+      {"wrong", keep | TRVS_GET_LOCK, TRVS_GO_ON, TRVS_WOULD_OVERWRITE},
   };
   answerQuestions();
   ASSERT_EQ(create(), 0);
   ASSERT_EQ(put("right", {}), 0);
   for (const Case& c : cases) {
-    SCOPED_TRACE(c.why);
+    SCOPED_TRACE(&c - cases);
     unlink(workfile().c_str());
     if (c.bytes != nullptr) write("m.c", c.bytes);
     asked.clear();
     answers[TRVS_CALLBACK_OVERWRITE] = c.answer;
     EXPECT_EQ(get({.flags = c.flags}), c.status);
-    EXPECT_EQ(asked, c.asked);
+    EXPECT_EQ(asked,
+              (c.isAsked ? "overwrite "s : "") + (c.status == 0 ? "done:CHECKOUT:1.0 " : ""));
     EXPECT_EQ(support::readFile(workfile()), c.status == 0 ? "right" : "wrong");
     EXPECT_EQ(tree(), "1.0^");
   }
@@ -305,17 +263,10 @@ TEST_F(CheckOut, OverwritesOnlyWhereItMay) {
   unlink(workfile().c_str());
   mkdir(workfile().c_str(), 0777);
   EXPECT_EQ(get({}), TRVS_WOULD_OVERWRITE) << "a directory is no workfile";
-  EXPECT_EQ(TrvsGetRevision(TRVS_CONTEXT, (archive() + "(" + path("none/x") + ")").c_str(), 0,
-                            nullptr, nullptr, nullptr, 0, nullptr, 0, 0),
-            TRVS_BAD_NAME);
+  EXPECT_EQ(getTo(archive() + "(" + path("none/x") + ")", 0), TRVS_BAD_NAME);
 }
 
 TEST_F(CheckOut, FindsRevisionsByNumberLabelGroupAndDate) {
-  struct Case {
-    const char* why;
-    Get how;
-    std::string want;  // The content or the status.
-  };
   makeBranches();
   configure("PROMOTE dev = test\n");
   ASSERT_EQ(label("REL", "1.0"), 0);
@@ -323,39 +274,32 @@ TEST_F(CheckOut, FindsRevisionsByNumberLabelGroupAndDate) {
   ASSERT_EQ(put("d\n", {.revision = "1.1.1", .time = minute(1442)}), 0);
   ASSERT_EQ(TrvsPromoteRevision(TRVS_CONTEXT, archive().c_str(), "dev", 0), 0);
   ASSERT_EQ(put("e\n", {.revision = "1.1.2", .time = minute(1443)}), 0);
-  const uint32_t always = TRVS_GET_OVERWRITE;
-  const Case cases[] = {
-      {"tip", {}, "2\n"},
-      {"number", {.revision = "1.1"}, "1\n"},
-      {"trunk", {.revision = "1"}, "2\n"},
-      {"branch", {.revision = "1.1.2"}, "e\n"},
-      {"label", {.revision = "REL"}, "0\n"},
-      {"floating label", {.revision = "TIP"}, "d\n"},
-      {"no such number", {.revision = "1.7"}, "18"},
-      {"no such branch", {.revision = "1.7.1"}, "18"},
-      {"no such label", {.revision = "rel"}, "11"},
-      {"group", {.group = "dev"}, "e\n"},
-      {"group above", {.group = "test"}, "d\n"},
-      {"no such group", {.group = "prod"}, "41"},
-      {"date", {.cutoff = "2/3/2001 00:02:30"}, "1\n"},
-      {"a whole day", {.revision = "1.1.1", .cutoff = "2/3/2001"}, "b\n"},
-      {"the next day", {.revision = "1.1.1", .cutoff = "2/4/2001"}, "d\n"},
-      {"up to a revision", {.revision = "1.1", .cutoff = "2/4/2001"}, "1\n"},
-      {"before all", {.cutoff = "2/2/2001"}, "18"},
-      {"any date", {.cutoff = "* "}, "2\n"},
-      {"no date", {.cutoff = "31/31/2001"}, "17"},
-      {"dates don't count", {.flags = always | TRVS_GET_LATEST, .cutoff = "x"}, "2\n"},
-      {"newer", {.flags = always | TRVS_GET_IF_NEWER, .newerThan = "2/2/2001"}, "2\n"},
-      {"not newer", {.flags = always | TRVS_GET_IF_NEWER, .newerThan = "2/3/2001"}, "18"},
-      {"not newer than the workfile", {.flags = always | TRVS_GET_IF_NEWER}, "18"},
-  };
-  for (const Case& c : cases) {
-    SCOPED_TRACE(c.why);
+  const auto check = [&](const Get& how, const std::string& want) {
     write("m.c", "before");
-    const int32_t status = get(c.how);
-    EXPECT_EQ(status == 0 ? support::readFile(workfile()) : std::to_string(status), c.want);
+    const int32_t status = get(how);
+    EXPECT_EQ(status == 0 ? support::readFile(workfile()) : statusText(status) + "\n", want + "\n");
     chmod(workfile().c_str(), 0644);
+  };
+  // Number or label, group, the last date: the content or the status (11, 18 and 41: not found;
+  // 17: no date).
+  const auto cases = support::table<4>(R"(
+      -> -> -> 2           | 1.1 -> -> -> 1     | 1 -> -> -> 2        | 1.1.2 -> -> -> e
+      REL -> -> -> 0       | TIP -> -> -> d     | 1.7 -> -> -> status 18
+      1.7.1 -> -> -> status 18                  | rel -> -> -> status 11
+      -> dev -> -> e       | -> test -> -> d    | -> prod -> -> status 41
+      -> -> 2/3/2001 00:02:30 -> 1              | 1.1.1 -> -> 2/3/2001 -> b
+      1.1.1 -> -> 2/4/2001 -> d                 | 1.1 -> -> 2/4/2001 -> 1
+      -> -> 2/2/2001 -> status 18               | -> -> 31/31/2001 -> status 17)");
+  for (const auto& [revision, group, cutoff, want] : cases) {
+    SCOPED_TRACE(revision + group + cutoff);
+    check({.revision = revision.c_str(), .cutoff = cutoff.c_str(), .group = group.c_str()}, want);
   }
+  check({.cutoff = "* "}, "2");
+  check({.flags = TRVS_GET_OVERWRITE | TRVS_GET_LATEST, .cutoff = "x"}, "2");
+  const uint32_t newer = TRVS_GET_OVERWRITE | TRVS_GET_IF_NEWER;
+  check({.flags = newer, .newerThan = "2/2/2001"}, "2");
+  check({.flags = newer, .newerThan = "2/3/2001"}, "status 18");
+  check({.flags = newer}, "status 18");
 }
 
 TEST_F(CheckOut, ExpandsKeywordsOnlyWhereTheArchiveWantsIt) {
@@ -464,12 +408,8 @@ TEST_F(CheckOut, NeverTakesTheArchiveForTheWorkfile) {
   const std::string before = support::readFile(archive);
   for (const std::string& workfile : {archive, path("v/./m.c"), path("v/../v/m.c")}) {
     const std::string both = archive + "(" + workfile + ")";
-    EXPECT_EQ(TrvsGetRevision(TRVS_CONTEXT, both.c_str(), 0, nullptr, nullptr, nullptr, 0, nullptr,
-                              0, TRVS_GET_OVERWRITE),
-              TRVS_SAME_NAMES);
-    EXPECT_EQ(TrvsPutRevision(TRVS_CONTEXT, 0, both.c_str(), 0, nullptr, nullptr, nullptr, nullptr,
-                              nullptr, nullptr, 0, 0),
-              TRVS_SAME_NAMES);
+    EXPECT_EQ(getTo(both, TRVS_GET_OVERWRITE), TRVS_SAME_NAMES);
+    EXPECT_EQ(putFrom(both, {}), TRVS_SAME_NAMES);
   }
   EXPECT_EQ(
       TrvsCreateArchive(path("v/new").c_str(), path("v/./new").c_str(), nullptr, nullptr, 0, 0),
@@ -504,38 +444,28 @@ TEST_F(CheckOut, KeepsAWorkfileThatComesOrChangesMeanwhile) {
 }
 
 TEST_F(CheckIn, ComputesArchiveNames) {
-  struct Case {
-    const char* configuration;
-    std::string workfile;
-    std::string want;
-  };
-  const std::string here = path("");
   write("b/m.c_x", "");
-  const Case cases[] = {
-      {"", "m.c", "m.c_v"},
-      {"", "V:\\src\\m.c", "m.c_v"},
-      {"ARCHIVESUFFIX c = _x\n", "/src/m.C", "m.C_x"},
-      {"ARCHIVESUFFIX . = _n\n", "a.b/makefile", "makefile_n"},
-      {"VCSDIR = V:\\a;V:\\b\n", "m.c", "V:\\a\\m.c_v"},
-      {"VCSDIR = ;a/;b\n", "m.c", "a/m.c_v"},
-      {"VCSDIR = V:\n", "m.c", "V:m.c_v"},
-      {"VCSDIR = vault\n", "m.c", "vault/m.c_v"},
-      {"", "/w/12:30.log", "12:30.log_v"},
-      {"", "V:m.c", "m.c_v"},
-      {"ARCHIVESUFFIX c = _x\nVCSDIR = %a;%b\n", "m.c", here + "b/m.c_x"},
+  // Suffix and directories, with "%" for here; the workfile; the archive.
+  const auto cases = support::table<4>(R"(
+      -> -> m.c -> m.c_v                      | -> -> V:\src\m.c -> m.c_v
+      c = _x -> -> /src/m.C -> m.C_x          | . = _n -> -> a.b/makefile -> makefile_n
+      -> V:\a;V:\b -> m.c -> V:\a\m.c_v       | -> ;a/;b -> m.c -> a/m.c_v
+      -> V: -> m.c -> V:m.c_v                 | -> vault -> m.c -> vault/m.c_v
+      -> -> /w/12:30.log -> 12:30.log_v       | -> -> V:m.c -> m.c_v
+      c = _x -> %a;%b -> m.c -> %b/m.c_x)");
+  const auto placed = [&](std::string text) {
+    for (size_t at; (at = text.find('%')) != std::string::npos;) text.replace(at, 1, path(""));
+    return text;
   };
-  for (const Case& c : cases) {
-    std::string text = c.configuration;
-    for (size_t at; (at = text.find('%')) != std::string::npos;) text.replace(at, 1, here);
-    configure(text);
-    char buffer[2049];
-    EXPECT_EQ(TrvsComputeArchiveName(c.workfile.c_str(), buffer, 2049), 0);
-    EXPECT_EQ(buffer, c.want);
-    EXPECT_EQ(TrvsComputeArchiveName(c.workfile.c_str(), buffer,
-                                     static_cast<int32_t>(std::strlen(buffer))),
-              TRVS_BUFFER_TOO_SMALL);
+  char buffer[2049];
+  for (const auto& [suffix, directories, workfile, want] : cases) {
+    configure("ARCHIVESUFFIX " + suffix + "\nVCSDIR = " + placed(directories) + "\n");
+    EXPECT_EQ(TrvsComputeArchiveName(workfile.c_str(), buffer, 2049), 0);
+    EXPECT_EQ(buffer, placed(want));
+    EXPECT_EQ(
+        TrvsComputeArchiveName(workfile.c_str(), buffer, static_cast<int32_t>(std::strlen(buffer))),
+        TRVS_BUFFER_TOO_SMALL);
   }
-  char buffer[9];
   EXPECT_EQ(TrvsComputeArchiveName("dir/", buffer, 9), TRVS_BAD_NAME);
 }
 

@@ -3,6 +3,7 @@
 
 #include "../../fuzz/check_configuration.h"
 #include "btkf520/toolkit.h"
+#include "support/table.h"
 
 namespace btkf520_test {
 namespace {
@@ -11,83 +12,63 @@ using std::string_literals::operator""s;
 
 class ConfigurationFile : public Toolkit {};
 
+std::string lines(std::string text) {
+  std::replace(text.begin(), text.end(), ';', '\n');
+  return text + '\n';
+}
+
 TEST_F(ConfigurationFile, TakesEveryFormOfALineAndReportsTheRest) {
   struct Case {
-    const char* why;
     std::string text;
     const char* directories;
-    const char* told;
+    const char* told = "";
   };
   const Case cases[] = {
-      {"what projects are made with", "# VERSION TRVS Trevault_5.2.00\r\n", "", ""},
-      {"what clients append", "VCSDIR=V:\\vault;W:\\docs\r\n\r\n", "V:\\vault;W:\\docs", ""},
-      {"a blank for the sign", "vcsdir \t V:\\a b \t\r\n", "V:\\a b", ""},
-      {"no end of the last line", "# c\nVcsDir = a", "a", ""},
-      {"the last one wins", "VCSDIR=a\nVCSDIR=b;c\n", "b;c", ""},
-      {"an empty one clears", "VCSDIR=a\nVCSDIR=\n", "", ""},
-      {"only whole lines are comments", " # x\nVCSDIR=d:\\c#\n", "d:\\c#", ""},
-      {"a byte order mark", "\xEF\xBB\xBFVCSDIR=a\n", "a", ""},
-      {"places are kept as they are", "VCSDIR=;a;;b=c;\n", ";a;;b=c;", ""},
-      {"bytes of any code page", "VCSDIR=b\xFCro\n", "b\xFCro", ""},
-      {"bad lines stop nothing", "VCSDIRX=a\n=b\n\nVCSDIR/c\nVCSDIR=d\n[e]\n", "d",
-       "line@1 line@2 line@4 line@6"},
-      {"a NUL in a line, one in a comment", "VCSDIR=a\0b\n# \0\nVCSDIR=c\n"s, "c", "line@1"},
-      {"a line of the largest length", "VCSDIR=" + std::string(8184, 'x') + "\r\nVCSDIR=a\n", "a",
-       ""},
-      {"a line that is longer", "VCSDIR=b\nVCSDIR=" + std::string(8185, 'x') + "\n", "b", "line@2"},
+      {"# VERSION TRVS Trevault_5.2.00\r\n", ""},
+      {"VCSDIR=V:\\vault;W:\\docs\r\n\r\n", "V:\\vault;W:\\docs"},
+      {"vcsdir \t V:\\a b \t\r\n", "V:\\a b"},
+      {"# c\nVcsDir = a", "a"},
+      {"VCSDIR=a\nVCSDIR=b;c\n", "b;c"},
+      {"VCSDIR=a\nVCSDIR=\n", ""},
+      {" # x\nVCSDIR=d:\\c#\n", "d:\\c#"},
+      {"\xEF\xBB\xBFVCSDIR=a\n", "a"},
+      {"VCSDIR=;a;;b=c;\n", ";a;;b=c;"},
+      {"VCSDIR=b\xFCro\n", "b\xFCro"},
+      {"VCSDIRX=a\n=b\n\nVCSDIR/c\nVCSDIR=d\n[e]\n", "d", "line@1 line@2 line@4 line@6"},
+      {"VCSDIR=a\0b\n# \0\nVCSDIR=c\n"s, "c", "line@1"},
+      {"VCSDIR=" + std::string(8184, 'x') + "\r\nVCSDIR=a\n", "a"},
+      {"VCSDIR=b\nVCSDIR=" + std::string(8185, 'x') + "\n", "b", "line@2"},
   };
   for (const Case& c : cases) {
-    SCOPED_TRACE(c.why);
     EXPECT_EQ(load(c.text), 0);
-    EXPECT_EQ(directories(), c.directories);
-    EXPECT_EQ(told(), c.told);
+    EXPECT_EQ(directories(), c.directories) << c.text;
+    EXPECT_EQ(told(), c.told) << c.text;
   }
 }
 
 TEST_F(ConfigurationFile, ConditionalsChooseOneBranch) {
-  const support::ScopedEnvironment site("BTKF_SITE", "Kiel Nord");
-  const support::ScopedEnvironment empty("BTKF_EMPTY", "");
-  struct Case {
-    const char* why;
-    const char* text;
-    const char* directories;
-    const char* told;
-  };
-  const Case cases[] = {
-      {"set", "IF BTKF_SITE\nVCSDIR=a\nELSE\nVCSDIR=b\nENDIF\n", "a", ""},
-      {"empty is not set", "if BTKF_EMPTY\nVCSDIR=a\nelse\nVCSDIR=b\nendif\n", "b", ""},
-      {"not", "IF NOT BTKF_SITE\nVCSDIR=a\nELSEIF not BTKF_NONE\nVCSDIR=b\nENDIF\n", "b", ""},
-      {"equal, with a blank", "IF BTKF_SITE == Kiel Nord\nVCSDIR=a\nENDIF\n", "a", ""},
-      {"equal means case too", "IF BTKF_SITE==kiel nord\nVCSDIR=a\nENDIF\n", "", ""},
-      {"unequal", "IF BTKF_SITE != Kiel\nVCSDIR=a\nENDIF\n", "a", ""},
-      {"unset equals nothing", "IF BTKF_NONE ==\nVCSDIR=a\nENDIF\n", "a", ""},
-      {"the first true branch only",
-       "IF BTKF_NONE\nVCSDIR=a\nELSEIF BTKF_SITE\nVCSDIR=b\nELSEIF BTKF_SITE\nVCSDIR=c\nELSE\n"
-       "VCSDIR=d\nENDIF\n",
-       "b", ""},
-      {"nested in a skipped one",
-       "IF BTKF_NONE\nIF BTKF_SITE\nVCSDIR=a\nELSE\nVCSDIR=b\nENDIF\nELSE\nVCSDIR=c\nENDIF\n", "c",
-       ""},
-      {"skipped lines may be anything", "IF BTKF_NONE\n[x]\nIF =\nENDIF\nENDIF\nVCSDIR=a\n", "a",
-       ""},
-      {"malformed: no branch at all",
-       "IF == x\nVCSDIR=a\nELSEIF BTKF_SITE\nVCSDIR=b\nELSE\nVCSDIR=c\nENDIF\n", "",
-       "conditional@1"},
-      {"malformed where it matters not", "IF BTKF_SITE\nVCSDIR=a\nELSEIF ?\nENDIF\n", "a", ""},
-      {"malformed further down", "IF BTKF_NONE\nELSEIF BTKF_SITE = x\nELSE\nVCSDIR=c\nENDIF\n", "",
-       "conditional@2"},
-      {"out of place", "ELSE\nENDIF\nELSEIF BTKF_SITE\nVCSDIR=a\n", "a",
-       "conditional@1 conditional@2 conditional@3"},
-      {"after ELSE", "IF BTKF_NONE\nELSE\nELSEIF BTKF_SITE\nVCSDIR=a\nELSE\nVCSDIR=b\nENDIF\n", "",
-       "conditional@3 conditional@5"},
-      {"text after ENDIF", "IF BTKF_NONE\nENDIF BTKF_NONE\nVCSDIR=a\n", "a", "conditional@2"},
-      {"not closed", "VCSDIR=a\nIF BTKF_NONE\nVCSDIR=b\n", "a", "conditional@2"},
-  };
-  for (const Case& c : cases) {
-    SCOPED_TRACE(c.why);
-    EXPECT_EQ(load(c.text), 0);
-    EXPECT_EQ(directories(), c.directories);
-    EXPECT_EQ(told(), c.told);
+  const support::ScopedEnvironment site("SITE", "Kiel Nord");
+  const support::ScopedEnvironment empty("EMPTY", "");
+  // The lines, with ";" between; the directory that is set in the end; what is told.
+  const auto cases = support::table<3>(R"(
+      IF SITE;VCSDIR=a;ELSE;VCSDIR=b;ENDIF -> a -> | if EMPTY;VCSDIR=a;else;VCSDIR=b;endif -> b ->
+      IF NOT SITE;VCSDIR=a;ELSEIF not NONE;VCSDIR=b;ENDIF -> b ->
+      IF SITE == Kiel Nord;VCSDIR=a;ENDIF -> a ->  | IF SITE==kiel nord;VCSDIR=a;ENDIF -> ->
+      IF SITE != Kiel;VCSDIR=a;ENDIF -> a ->       | IF NONE ==;VCSDIR=a;ENDIF -> a ->
+      IF NONE;VCSDIR=a;ELSEIF SITE;VCSDIR=b;ELSEIF SITE;VCSDIR=c;ELSE;VCSDIR=d;ENDIF -> b ->
+      IF NONE;IF SITE;VCSDIR=a;ELSE;VCSDIR=b;ENDIF;ELSE;VCSDIR=c;ENDIF -> c ->
+      IF NONE;[x];IF =;ENDIF;ENDIF;VCSDIR=a -> a ->
+      IF == x;VCSDIR=a;ELSEIF SITE;VCSDIR=b;ELSE;VCSDIR=c;ENDIF -> -> conditional@1
+      IF SITE;VCSDIR=a;ELSEIF ?;ENDIF -> a ->
+      IF NONE;ELSEIF SITE = x;ELSE;VCSDIR=c;ENDIF -> -> conditional@2
+      ELSE;ENDIF;ELSEIF SITE;VCSDIR=a -> a -> conditional@1 conditional@2 conditional@3
+      IF NONE;ELSE;ELSEIF SITE;VCSDIR=a;ELSE;VCSDIR=b;ENDIF -> -> conditional@3 conditional@5
+      IF NONE;ENDIF NONE;VCSDIR=a -> a -> conditional@2
+      VCSDIR=a;IF NONE;VCSDIR=b -> a -> conditional@2)");
+  for (const auto& [text, directory, reported] : cases) {
+    EXPECT_EQ(load(lines(text)), 0);
+    EXPECT_EQ(directories(), directory) << text;
+    EXPECT_EQ(told(), reported) << text;
   }
 }
 
@@ -188,60 +169,42 @@ TEST_F(ConfigurationFile, WhatIsLeftAfterAFailure) {
 }
 
 TEST_F(ConfigurationFile, DateWordsAndFormatAreWhatParsersTake) {
-  const std::string german =
-      "Januar Februar M\xE4rz April Mai Juni Juli August September Oktober November Dezember VM NM";
-  const std::string english = item(TRVS_ITEM_DATE_WORDS);
-  struct Case {
-    const char* why;
-    std::string line;
-    int32_t item;
-    std::string want;  // Empty: the line is bad, and the item keeps its default.
-  };
-  const int32_t words = TRVS_ITEM_DATE_WORDS;
-  const int32_t format = TRVS_ITEM_DATE_FORMAT;
-  const Case cases[] = {
-      {"other words", "DATEWORDS = " + german, words, german},
-      {"any separators", "DATEWORDS = a,b, c\td.e-f/g,,h i j k l m n", words,
-       "a b c d e f g h i j k l m n"},
-      {"back to the default", "DATEWORDS=", words, english},
-      {"thirteen", "DATEWORDS = a b c d e f g h i j k l m", words, ""},
-      {"fifteen", "DATEWORDS = a b c d e f g h i j k l m n o", words, ""},
-      {"two alike", "DATEWORDS = a b c d e f g h i j k l m A", words, ""},
-      {"a number", "DATEWORDS = a b c d e f g h i j k l m 1n", words, ""},
-      {"a colon", "DATEWORDS = a b c d e f g h i j k l m n:", words, ""},
-      {"too long", "DATEWORDS = a b c d e f g h i j k l m " + std::string(31, 'n'), words, ""},
-      {"the other order", "DATEFORMAT = dd.mm.yyyy, hh.mm.ss", format, "dd.mm.yyyy, hh.mm.ss"},
-      {"whole words", "DATEFORMAT Year-Month-Day Hour:Minute:Second", format,
-       "Year-Month-Day Hour:Minute:Second"},
-      {"two days", "DATEFORMAT = dd/dd/yy hh:mm:ss", format, ""},
-      {"no time", "DATEFORMAT = dd/mm/yy", format, ""},
-      {"time in another order", "DATEFORMAT = dd/mm/yy ss:mm:hh", format, ""},
-      {"digits", "DATEFORMAT = d1/mm/yy hh:mm:ss", format, ""},
-      {"more after it", "DATEFORMAT = dd/mm/yy hh:mm:ss pp", format, ""},
-  };
-  for (const Case& c : cases) {
-    SCOPED_TRACE(c.why);
-    load("");
-    const std::string before = item(c.item);
-    load(c.line + "\r\n");
-    EXPECT_EQ(item(c.item), c.want.empty() ? before : c.want);
-    EXPECT_EQ(told(), c.want.empty() ? "line@1" : "");
+  const std::string words =
+      "January February March April May June July August September October November December AM PM";
+  const std::string format = "mm/dd/yy hh:mm:ss";
+  const std::string bad[] = {"WORDS = a b c d e f g h i j k l m",
+                             "WORDS = a b c d e f g h i j k l m n o",
+                             "WORDS = a b c d e f g h i j k l m A",
+                             "WORDS = a b c d e f g h i j k l m 1n",
+                             "WORDS = a b c d e f g h i j k l m n:",
+                             "WORDS = a b c d e f g h i j k l m " + std::string(31, 'n'),
+                             "FORMAT = dd/dd/yy hh:mm:ss",
+                             "FORMAT = dd/mm/yy",
+                             "FORMAT = dd/mm/yy ss:mm:hh",
+                             "FORMAT = d1/mm/yy hh:mm:ss",
+                             "FORMAT = dd/mm/yy hh:mm:ss pp"};
+  for (const std::string& line : bad) {
+    load("DATE" + line);
+    EXPECT_EQ(told(), "line@1") << line;
+    EXPECT_EQ(item(TRVS_ITEM_DATE_WORDS), words);
+    EXPECT_EQ(item(TRVS_ITEM_DATE_FORMAT), format);
   }
-  load("");
-  EXPECT_EQ(item(words),
-            "January February March April May June July August September October "
-            "November December AM PM");
-  EXPECT_EQ(item(format), "mm/dd/yy hh:mm:ss");
+  const auto good = support::table<3>(
+      "WORDS = J F M\xE4rz A M. Jn Jl Au S O N D VM NM -> J F M\xE4rz A M Jn Jl Au S O N D VM NM "
+      "->|"
+      "WORDS = a,b, c\td.e-f/g,,h i j k l m n -> a b c d e f g h i j k l m n -> | WORDS= -> -> |"
+      "FORMAT = dd.mm.yyyy, hh.mm.ss -> -> dd.mm.yyyy, hh.mm.ss |"
+      "FORMAT Year-Month-Day Hour:Minute:Second -> -> Year-Month-Day Hour:Minute:Second");
+  for (const auto& [line, wantedWords, wantedFormat] : good) {
+    load("DATE" + line + "\r\n");
+    EXPECT_EQ(told(), "") << line;
+    EXPECT_EQ(item(TRVS_ITEM_DATE_WORDS), wantedWords.empty() ? words : wantedWords);
+    EXPECT_EQ(item(TRVS_ITEM_DATE_FORMAT), wantedFormat.empty() ? format : wantedFormat);
+  }
 }
 
 // What operations on archives ask for, which no item of the C interface shows.
 TEST(Configuration, SettingsTakeTheirValuesOrRefuseThem) {
-  struct Case {
-    const char* name;
-    const char* value;
-    bool good;
-    std::string want;  // All that is kept, after this one and those before it.
-  };
   btkf::Configuration configuration;
   const auto kept = [&] {
     std::string result;
@@ -251,42 +214,35 @@ TEST(Configuration, SettingsTakeTheirValuesOrRefuseThem) {
     for (const bool on : {configuration.exclusiveLock(), configuration.branchWarning()}) {
       result += on ? "on " : "off ";
     }
-    result += configuration.journal() + "|" + configuration.userVariable() + "|";
+    result += configuration.journal() + ";" + configuration.userVariable() + ";";
     for (const std::string& user : configuration.accessList()) result += user + "+";
-    return result + "|" + configuration.eventTrigger("PRECHECKIN");
+    return result + ";" + configuration.eventTrigger("PRECHECKIN");
   };
-  const Case cases[] = {
-      {"ARCHIVESUFFIX", "C = _c", true, "_c _v _v _v off off |||"},
-      {"ARCHIVESUFFIX", ".h=_h", true, "_c _h _v _v off off |||"},
-      {"ARCHIVESUFFIX", ". = _none", true, "_c _h _none _v off off |||"},
-      {"ARCHIVESUFFIX", "* = _rest", true, "_c _h _none _rest off off |||"},
-      {"ARCHIVESUFFIX", "c =", true, "_rest _h _none _rest off off |||"},
-      {"ARCHIVESUFFIX", "c = ../x", false, "_rest _h _none _rest off off |||"},
-      {"ARCHIVESUFFIX", "_v", false, "_rest _h _none _rest off off |||"},
-      {"ARCHIVESUFFIX", "= _v", false, "_rest _h _none _rest off off |||"},
-      {"ARCHIVESUFFIX", "", true, "_v _v _v _v off off |||"},
-      {"EXCLUSIVELOCK", "yes", true, "_v _v _v _v on off |||"},
-      {"BRANCHWARN", "", true, "_v _v _v _v on on |||"},
-      {"EXCLUSIVELOCK", "maybe", false, "_v _v _v _v on on |||"},
-      {"EXCLUSIVELOCK", "Off", true, "_v _v _v _v off on |||"},
-      {"JOURNAL", "V:\\log\\all.jnl", true, "_v _v _v _v off on V:\\log\\all.jnl|||"},
-      {"JOURNAL", "", true, "_v _v _v _v off on |||"},
-      {"USERID", "Environment  LOGNAME", true, "_v _v _v _v off on |LOGNAME||"},
-      {"USERID", "ENVIRONMENT A-B", false, "_v _v _v _v off on |LOGNAME||"},
-      {"USERID", "SOMEBODY", false, "_v _v _v _v off on |LOGNAME||"},
-      {"USERID", "account", true, "_v _v _v _v off on |||"},
-      {"ACCESSLIST", "ann, the office ,bo", true, "_v _v _v _v off on ||ann+the office+bo+|"},
-      {"ACCESSLIST", "ann, ,bo", false, "_v _v _v _v off on ||ann+the office+bo+|"},
-      {"ACCESSLIST", "", true, "_v _v _v _v off on |||"},
-      {"EVENTTRIGGER", "PreCheckin = lint --all=1", true, "_v _v _v _v off on |||lint --all=1"},
-      {"EVENTTRIGGER", "PREDINNER = wash", false, "_v _v _v _v off on |||lint --all=1"},
-      {"EVENTTRIGGER", "precheckin =", true, "_v _v _v _v off on |||"},
-      {"NOSETTING", "1", false, "_v _v _v _v off on |||"},
-  };
-  for (const Case& c : cases) {
-    SCOPED_TRACE(std::string(c.name) + " = " + c.value);
-    EXPECT_EQ(configuration.set(c.name, c.value), c.good);
-    EXPECT_EQ(kept(), c.want);
+  // A setting, its value, and all that is kept after it. "bad": nothing changes.
+  const auto cases = support::table<3>(R"(
+      ARCHIVESUFFIX -> C = _c    -> _c _v _v _v off off ;;;
+      ARCHIVESUFFIX -> .h=_h     -> _c _h _v _v off off ;;;
+      ARCHIVESUFFIX -> . = _none -> _c _h _none _v off off ;;;
+      ARCHIVESUFFIX -> * = _rest -> _c _h _none _rest off off ;;;
+      ARCHIVESUFFIX -> c =       -> _rest _h _none _rest off off ;;;
+      ARCHIVESUFFIX -> c = ../x -> bad | ARCHIVESUFFIX -> _v -> bad | ARCHIVESUFFIX -> = _v -> bad
+      ARCHIVESUFFIX -> -> _v _v _v _v off off ;;; | EXCLUSIVELOCK -> yes -> _v _v _v _v on off ;;;
+      BRANCHWARN -> -> _v _v _v _v on on ;;;      | EXCLUSIVELOCK -> maybe -> bad
+      EXCLUSIVELOCK -> Off -> _v _v _v _v off on ;;;
+      JOURNAL -> V:\log\all.jnl -> _v _v _v _v off on V:\log\all.jnl;;;
+      JOURNAL -> -> _v _v _v _v off on ;;;
+      USERID -> Environment  LOGNAME -> _v _v _v _v off on ;LOGNAME;;
+      USERID -> ENVIRONMENT A-B -> bad            | USERID -> SOMEBODY -> bad
+      USERID -> account -> _v _v _v _v off on ;;;
+      ACCESSLIST -> ann, the office ,bo -> _v _v _v _v off on ;;ann+the office+bo+;
+      ACCESSLIST -> ann, ,bo -> bad               | ACCESSLIST -> -> _v _v _v _v off on ;;;
+      EVENTTRIGGER -> PreCheckin = lint --all=1 -> _v _v _v _v off on ;;;lint --all=1
+      EVENTTRIGGER -> PREDINNER = wash -> bad     | NOSETTING -> 1 -> bad
+      EVENTTRIGGER -> precheckin = -> _v _v _v _v off on ;;;)");
+  for (const auto& [name, value, want] : cases) {
+    const std::string before = kept();
+    EXPECT_EQ(configuration.set(name, value), want != "bad") << name << " = " << value;
+    EXPECT_EQ(kept(), want == "bad" ? before : want) << name << " = " << value;
   }
   EXPECT_TRUE(configuration.set("VCSDIR", ";a b; ;c"));
   EXPECT_EQ(configuration.archiveDirectories(), (std::vector<std::string>{"a b", "c"}));

@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
+#include <functional>
 #include <map>
 #include <memory>
 #include <random>
@@ -85,28 +86,37 @@ class History {
   }
 
   // Adds a revision after the tip of `branch`, which is made if there is none.
-  void checkIn(const std::string& branch, const std::string& content) {
-    const auto archive = toUpdate();
+  static TrvsStatus add(const std::string& path, const std::string& branch,
+                        std::string_view content, btkf::Revision revision) {
+    std::unique_ptr<btkf::Archive> archive;
+    if (const auto status = btkf::Archive::openToUpdate(path, &archive)) return status;
     btkf::ArchiveModel model = archive->model();
     btkf::Branch* place = model.findBranch(number(branch));
     if (place == nullptr) place = &model.addBranch(number(branch));
-    btkf::Revision revision;
-    revision.number =
-        place->tip() == nullptr ? place->number.child(0) : place->tip()->number.next();
+    const btkf::Revision* const tip = place->tip();
+    revision.number = tip == nullptr ? place->number.child(0) : tip->number.next();
     revision.content = archive->put(content);
     place->revisions.push_back(revision);
-    ASSERT_EQ(archive->commit(model), TRVS_DONE);
-    plain_[revision.number.text()] = content;
+    return archive->commit(model);
+  }
+  void checkIn(const std::string& branch, const std::string& content) {
+    ASSERT_EQ(add(path_, branch, content, {}), TRVS_DONE);
+    plain_[toRead()->model().findBranch(number(branch))->tip()->number.text()] = content;
   }
 
-  void remove(const std::string& revision) {
+  void change(const std::function<void(btkf::ArchiveModel*)>& edit) const {
     const auto archive = toUpdate();
     btkf::ArchiveModel model = archive->model();
-    for (btkf::Branch& branch : model.branches) {
-      std::erase_if(branch.revisions,
-                    [&](const btkf::Revision& each) { return each.number.text() == revision; });
-    }
+    edit(&model);
     ASSERT_EQ(archive->commit(model), TRVS_DONE);
+  }
+  void remove(const std::string& revision) {
+    change([&](btkf::ArchiveModel* model) {
+      for (btkf::Branch& branch : model->branches) {
+        std::erase_if(branch.revisions,
+                      [&](const btkf::Revision& each) { return each.number.text() == revision; });
+      }
+    });
     plain_.erase(revision);
   }
 

@@ -1,9 +1,11 @@
 // btkf520/labels_test.cpp: locks, labels, promotion, access, deletion, journal and triggers, and
 // the revision tree that shows them.
+#include <algorithm>
 #include <memory>
 
 #include "btkf520/archive/archive.h"
 #include "btkf520/archives.h"
+#include "support/table.h"
 
 namespace btkf520_test {
 namespace {
@@ -15,48 +17,39 @@ class Upkeep : public Archives {};
 class Events : public Archives {};
 
 TEST_F(Locks, FollowTheRulesOfArchiveAndConfiguration) {
-  struct Case {
-    const char* why;
-    const char* configuration;
-    uint32_t attributes;  // Besides those of a new archive.
-    const char* other;    // What bob has locked, null for nothing.
-    const char* revision;
-    int32_t status;
-  };
-  const Case cases[] = {
-      {"the tip", "", 0, nullptr, nullptr, TRVS_DONE},
-      {"an old one", "", 0, nullptr, "1.0", TRVS_DONE},
-      {"another's", "", 0, "1.1", nullptr, TRVS_LOCKED},
-      {"beside another's", "", 0, "1.0", nullptr, TRVS_DONE},
-      {"shared", "MULTILOCK\n", 0, "1.1", nullptr, TRVS_DONE},
-      {"exclusive", "", TRVS_ATTRIBUTE_EXCLUSIVE_LOCKS, "1.0", nullptr, TRVS_CANNOT_LOCK},
-      {"exclusive, the first", "", TRVS_ATTRIBUTE_EXCLUSIVE_LOCKS, nullptr, nullptr, TRVS_DONE},
-      {"exclusive wins", "MULTILOCK\n", TRVS_ATTRIBUTE_EXCLUSIVE_LOCKS, "1.1", nullptr,
-       TRVS_CANNOT_LOCK},
-      {"warned, the tip", "BRANCHWARN\n", 0, nullptr, nullptr, TRVS_DONE},
-      {"warned, an old one", "BRANCHWARN\n", 0, nullptr, "1.0", TRVS_WOULD_BRANCH},
-      {"warned, shared", "BRANCHWARN\nMULTILOCK\n", 0, "1.1", nullptr, TRVS_WOULD_BRANCH},
-      {"no such revision", "", 0, nullptr, "1.5", TRVS_NO_REVISION},
-      {"no such label", "", 0, nullptr, "REL", TRVS_NO_SUCH_LABEL},
-      {"no such group", "", 0, nullptr, nullptr, TRVS_NO_SUCH_GROUP},
-  };
-  for (const Case& c : cases) {
-    SCOPED_TRACE(c.why);
-    configure(c.configuration);
+  // What the archive and the configuration say; what bob has locked; what is asked for, "~" before
+  // a group; the status (11, 18 and 37: no such thing; 14: locked; 29: one lock only; 47: would
+  // branch).
+  const auto cases = support::table<4>(R"(
+      -> -> -> 0                  | -> -> 1.0 -> 0                 | -> 1.1 -> -> 14
+      -> 1.0 -> -> 0              | MULTILOCK -> 1.1 -> -> 0       | EXCLUSIVE -> 1.0 -> -> 29
+      EXCLUSIVE -> -> -> 0        | EXCLUSIVE MULTILOCK -> 1.1 -> -> 29
+      BRANCHWARN -> -> -> 0       | BRANCHWARN -> -> 1.0 -> 47     | -> -> 1.5 -> 18
+      BRANCHWARN MULTILOCK -> 1.1 -> -> 47       | -> -> REL -> 11 | -> -> ~dev -> 37)");
+  for (const auto& [rules, other, wanted, status] : cases) {
+    SCOPED_TRACE(testing::Message() << rules << ", " << other << ", " << wanted);
+    std::string configuration = rules;
+    const bool isExclusive = configuration.starts_with("EXCLUSIVE");
+    if (isExclusive) configuration.erase(0, 9);
+    std::replace(configuration.begin(), configuration.end(), ' ', '\n');
+    configure(configuration + "\n");
     unlink(archive().c_str());
     ASSERT_EQ(create(), 0);
     EXPECT_EQ(lock(), TRVS_NO_REVISIONS);
     ASSERT_EQ(put("0", {.flags = TRVS_PUT_KEEP_LOCK}), 0);
     ASSERT_EQ(put("1", {}), 0);
     become("bob");
-    if (c.other != nullptr) {
-      ASSERT_EQ(lock(c.other), 0);
+    if (!other.empty()) {
+      ASSERT_EQ(lock(other.c_str()), 0);
     }
     become("ann");
-    ASSERT_EQ(TrvsSetAttributes(TRVS_CONTEXT, archive().c_str(), c.attributes, 0), 0);
-    EXPECT_EQ(lock(c.revision, c.status == TRVS_NO_SUCH_GROUP ? "dev" : nullptr), c.status);
-    EXPECT_EQ(unlock(), c.status == 0 ? TRVS_DONE : TRVS_NO_LOCK);
-    EXPECT_EQ(unlock("bob"), c.other != nullptr ? TRVS_DONE : TRVS_NO_LOCK) << "others' locks stay";
+    const uint32_t attributes = isExclusive ? TRVS_ATTRIBUTE_EXCLUSIVE_LOCKS : 0;
+    ASSERT_EQ(TrvsSetAttributes(TRVS_CONTEXT, archive().c_str(), attributes, 0), 0);
+    const bool isGroup = wanted.starts_with("~");
+    const int32_t got = isGroup ? lock(nullptr, wanted.c_str() + 1) : lock(wanted.c_str());
+    EXPECT_EQ(std::to_string(got), status);
+    EXPECT_EQ(unlock(), got == 0 ? TRVS_DONE : TRVS_NO_LOCK);
+    EXPECT_EQ(unlock("bob"), !other.empty() ? TRVS_DONE : TRVS_NO_LOCK) << "others' locks stay";
   }
   ASSERT_EQ(TrvsSetAttributes(TRVS_CONTEXT, archive().c_str(), 0, TRVS_ATTRIBUTE_CHECK_LOCKS), 0);
   EXPECT_EQ(lock(), TRVS_CANNOT_LOCK) << "locks are not checked";
@@ -103,55 +96,37 @@ TEST_F(Locks, AreListedForAUser) {
 }
 
 TEST_F(Labels, AreSetMovedAndDeleted) {
-  struct Step {
-    const char* why;
-    const char* name;
-    const char* revision;
-    uint32_t flags;
-    int32_t answer;
-    const char* other;
-    int32_t status;
-    const char* asked;
-    const char* labels;
-  };
-  const Step steps[] = {
-      {"new", "A", "1.0", 0, TRVS_REFUSE, "", TRVS_DONE, "", "A 1.0"},
-      {"there already", "A", "1.0", 0, TRVS_REFUSE, "", TRVS_DONE, "", "A 1.0"},
-      {"elsewhere", "A", "1.1", 0, TRVS_GO_ON, "", TRVS_LABEL_EXISTS, "", "A 1.0"},
-      {"moved", "A", "1.1", TRVS_LABEL_MOVE, TRVS_REFUSE, "", TRVS_DONE, "", "A 1.1"},
-      {"asked, no", "A", "1.0", TRVS_LABEL_ASK, TRVS_REFUSE, "", TRVS_LABEL_EXISTS, "move:A ",
-       "A 1.1"},
-      {"asked, yes", "A", "1.0", TRVS_LABEL_ASK, TRVS_GO_ON, "", TRVS_DONE, "move:A ", "A 1.0"},
-      {"asked, another", "A", "1.2", TRVS_LABEL_ASK, TRVS_GO_ON, "B", TRVS_DONE, "move:A free:B ",
-       "A 1.0 B 1.2"},
-      {"asked, another that exists", "A", "1.1", TRVS_LABEL_ASK, TRVS_GO_ON, "B", TRVS_DONE,
-       "move:A free:B move:B ", "A 1.0 B 1.1"},
-      {"asked, no name", "A", "1.1", TRVS_LABEL_ASK, TRVS_GO_ON, "1.1", TRVS_BAD_NAME,
-       "move:A free:1.1 ", "A 1.0 B 1.1"},
-      {"floating", "A", "1.1.1", TRVS_LABEL_FLOATS | TRVS_LABEL_MOVE, TRVS_REFUSE, "", TRVS_DONE,
-       "", "A 1.1.1 B 1.1"},
-      {"floating with the trunk", "C", nullptr, TRVS_LABEL_FLOATS, TRVS_REFUSE, "", TRVS_DONE, "",
-       "A 1.1.1 B 1.1 C 1"},
-      {"contradiction", "A", "1.0", TRVS_LABEL_ASK | TRVS_LABEL_MOVE, TRVS_GO_ON, "", TRVS_MISUSE,
-       "", "A 1.1.1 B 1.1 C 1"},
-      {"no revision", "D", "1.9", 0, TRVS_GO_ON, "", TRVS_NO_REVISION, "", "A 1.1.1 B 1.1 C 1"},
-  };
+  const std::map<std::string, uint32_t> flags = {
+      {"", 0},
+      {"move", TRVS_LABEL_MOVE},
+      {"ask", TRVS_LABEL_ASK},
+      {"float", TRVS_LABEL_FLOATS},
+      {"float, move", TRVS_LABEL_FLOATS | TRVS_LABEL_MOVE},
+      {"ask, move", TRVS_LABEL_ASK | TRVS_LABEL_MOVE}};
+  // A label, its revision, flags, the client's answer ("no", "yes" or another name); what was asked
+  // and done or the status (9: no name; 10: misuse; 12: it exists; 18: no revision); all labels.
+  const auto steps = support::table<6>(R"(
+      A -> 1.0 -> -> no -> done:LABEL:A -> A 1.0   | A -> 1.0 -> -> no -> done:LABEL:A -> A 1.0
+      A -> 1.1 -> -> yes -> 12 -> A 1.0     | A -> 1.1 -> move -> no -> done:LABEL:A -> A 1.1
+      A -> 1.0 -> ask -> no -> move:A 12 -> A 1.1
+      A -> 1.0 -> ask -> yes -> move:A done:LABEL:A -> A 1.0
+      A -> 1.2 -> ask -> B -> move:A free:B done:LABEL:B -> A 1.0 B 1.2
+      A -> 1.1 -> ask -> B -> move:A free:B move:B done:LABEL:B -> A 1.0 B 1.1
+      A -> 1.1 -> ask -> 1.1 -> move:A free:1.1 9 -> A 1.0 B 1.1
+      A -> 1.1.1 -> float, move -> no -> done:LABEL:A -> A 1.1.1 B 1.1
+      C -> -> float -> no -> done:LABEL:C -> A 1.1.1 B 1.1 C 1
+      A -> 1.0 -> ask, move -> yes -> 10 -> A 1.1.1 B 1.1 C 1
+      D -> 1.9 -> -> yes -> 18 -> A 1.1.1 B 1.1 C 1)");
   makeBranches();
   answerQuestions();
-  for (const Step& step : steps) {
-    SCOPED_TRACE(step.why);
+  for (const auto& [name, revision, how, answered, want, left] : steps) {
+    SCOPED_TRACE(testing::Message() << name << " " << revision << " " << how << " " << answered);
     asked.clear();
-    answers[TRVS_CALLBACK_MOVE_LABEL] = step.answer;
-    otherLabel = step.other;
-    EXPECT_EQ(label(step.name, step.revision, step.flags), step.status);
-    const size_t news = asked.find("done:");
-    EXPECT_EQ(asked.substr(0, news), step.asked);
-    EXPECT_EQ(news != std::string::npos, step.status == 0);
-    const std::string set = *step.other == '\0' ? step.name : step.other;
-    if (step.status == 0) {
-      EXPECT_EQ(asked.substr(news), "done:LABEL:" + set + " ");
-    }
-    EXPECT_EQ(labels(), step.labels);
+    answers[TRVS_CALLBACK_MOVE_LABEL] = answered == "no" ? TRVS_REFUSE : TRVS_GO_ON;
+    otherLabel = answered == "no" || answered == "yes" ? "" : answered;
+    const int32_t status = label(name.c_str(), revision.c_str(), flags.at(how));
+    EXPECT_EQ(asked + (status == 0 ? "" : std::to_string(status)), want + (status == 0 ? " " : ""));
+    EXPECT_EQ(labels(), left);
   }
   for (const char* bad : {"", "1.2", "a*b", "a,b", "a+", "a\nb"}) {
     EXPECT_EQ(label(bad, "1.0"), TRVS_BAD_NAME) << bad;
@@ -220,39 +195,27 @@ TEST_F(Promotion, GoesUpGroupByGroup) {
 }
 
 TEST_F(Upkeep, DeletesRangesThatNothingHolds) {
-  struct Case {
-    const char* why;
-    const char* range;
-    int32_t status;
-    const char* left;
-  };
-  const Case cases[] = {
-      {"no range", "", TRVS_BAD_NUMBER, ""},
-      {"no range, with branches", "+", TRVS_BAD_NUMBER, ""},
-      {"no such revision", "1.7", TRVS_NO_REVISION, ""},
-      {"a branch starts there", "1.1", TRVS_HAS_BRANCHES, ""},
-      {"nothing between", "1.2*1.1", TRVS_NO_REVISION, ""},
-      {"one", "1.0", TRVS_DONE, "1.1 1.2 1.1.1.0 1.1.2.0"},
-      {"the tip", "1.2", TRVS_DONE, "1.0 1.1 1.1.1.0 1.1.2.0"},
-      {"a branch", "1.1.1", TRVS_DONE, "1.0 1.1 1.2 1.1.2.0"},
-      {"with branches", "1.1+", TRVS_DONE, "1.0 1.2"},
-      {"from", "1.1*+", TRVS_DONE, "1.0"},
-      {"to", "*1.1+", TRVS_DONE, "1.2"},
-      {"by label", "REL*1.1+", TRVS_DONE, "1.2"},
-      {"all that lies between", "1.1*1.2+", TRVS_DONE, "1.0"},
-      {"branches lie between", "1.1*1.2", TRVS_HAS_BRANCHES, ""},
-      {"everything", "*", TRVS_HAS_BRANCHES, ""},
-  };
-  for (const Case& c : cases) {
-    SCOPED_TRACE(c.why);
+  // A range, and what it leaves or the status (18: no such revision; 19: no range; 78: a branch).
+  const auto cases = support::table<2>(R"(
+      -> status 19           | + -> status 19                          | 1.7 -> status 18
+      1.1 -> status 78       | 1.2*1.1 -> status 18                    | 1.1+ -> 1.0 1.2
+      1.1*+ -> 1.0           | *1.1+ -> 1.2                            | REL*1.1+ -> 1.2
+      1.1*1.2+ -> 1.0        | 1.1*1.2 -> status 78                    | * -> status 78
+      1.2 -> 1.0 1.1 1.1.1.0 1.1.2.0     | 1.0 -> 1.1 1.2 1.1.1.0 1.1.2.0
+      1.1.1 -> 1.0 1.1 1.2 1.1.2.0)");
+  for (const auto& [range, want] : cases) {
+    SCOPED_TRACE(range);
     unlink(archive().c_str());
     makeBranches();
     label("REL", "1.0");
     label("FLOAT", "1.1.1", TRVS_LABEL_FLOATS);
     const std::string before = revisions();
-    EXPECT_EQ(deleteRange(c.range), c.status);
+    const int32_t status = deleteRange(range.c_str());
     const std::string after = revisions();
-    EXPECT_EQ(after, c.status == 0 ? c.left : before);
+    EXPECT_EQ(status == 0 ? after : statusText(status), want);
+    if (status != 0) {
+      EXPECT_EQ(after, before);
+    }
     EXPECT_EQ(labels().find("REL") == std::string::npos,
               (" " + after).find(" 1.0") == std::string::npos);
     EXPECT_EQ(labels().find("FLOAT") == std::string::npos,
@@ -297,26 +260,6 @@ TEST_F(Upkeep, AccessIsForTheListAndTheOwner) {
   EXPECT_EQ(lock(), 0);
   become("bob");
   EXPECT_EQ(unlock("zoe"), TRVS_NO_ACCESS);
-}
-
-TEST_F(Upkeep, TheTreeNestsBranches) {
-  ASSERT_EQ(create(), 0);
-  EXPECT_EQ(tree(), "") << "no revisions, but a tree to give back";
-  ASSERT_EQ(TrvsSetAttributes(TRVS_CONTEXT, archive().c_str(), 0, TRVS_ATTRIBUTE_CHECK_LOCKS), 0);
-  int count = 0;
-  for (const char* parent : {"", "", "1.0", "1.0.1", "1.0.1.0", "1.0", "1.0.1.0.1", "1.0.1.0",
-                             "1.0.1.0.1.0", "1.1", "1.0.2"}) {
-    const uint32_t flags = std::string(parent) == "1.1" ? TRVS_PUT_BRANCH : 0;
-    ASSERT_EQ(put(std::to_string(++count), {.revision = parent, .flags = flags}), 0) << parent;
-  }
-  EXPECT_EQ(tree(),
-            "1.0^+< 1.0.1.0^+< 1.0.1.0.1.0^+< 1.0.1.0.1.0.1.0^> 1.0.1.0.1.1 1.0.1.0.2.0^> 1.0.1.1 "
-            "1.0.2.0^ 1.0.2.1> 1.1+< 1.1.1.0^>");
-  TrvsRevTree* none = nullptr;
-  EXPECT_EQ(TrvsRevTreeInfo(TRVS_CONTEXT, nullptr, &none, 2), TRVS_MISUSE);
-  EXPECT_EQ(TrvsRevTreeInfo(TRVS_CONTEXT, path("none").c_str(), &none, TRVS_TREE_FETCH),
-            TRVS_NO_ARCHIVE);
-  EXPECT_EQ(none, nullptr);
 }
 
 TEST_F(Events, GoToTheJournalTheTriggersAndTheClient) {

@@ -4,6 +4,7 @@
 
 #include "btkf520/archives.h"
 #include "btkf520/operations/linediff.h"
+#include "support/table.h"
 
 namespace btkf520_test {
 namespace {
@@ -80,7 +81,9 @@ TEST_F(Logs, HaveAFormForEachQuestion) {
 
 TEST_F(Logs, TellAllInFull) {
   ASSERT_EQ(create("a motor\nfor cars"), 0);
-  ASSERT_EQ(put("12345", {.label = "A", .change = "first\r\nline", .time = minute(1)}), 0);
+  ASSERT_EQ(
+      put("12345", {.label = "A", .change = "first\r\nline", .author = "zoe", .time = minute(1)}),
+      0);
   ASSERT_EQ(lock(), 0);
   const std::string output = path("log");
   const auto report = [&](uint32_t flags) {
@@ -98,7 +101,7 @@ TEST_F(Logs, TellAllInFull) {
                       "Access:       everybody\nRevisions:    1\nLocks:        1\n"
                       "Description:\n    a motor\n    for cars\n\n"
                       "Revision:     1.0\nChecked in:   2001-02-03 00:01:00\n"
-                      "Author:       ann\nSize:         5\nLocked by:    ann\nLabels:       A\n"
+                      "Author:       zoe\nSize:         5\nLocked by:    ann\nLabels:       A\n"
                       "    first\n    line\n\n");
   EXPECT_EQ(report(TRVS_LOG_FULL), TRVS_WOULD_OVERWRITE) << "nobody agreed to overwrite";
   answerQuestions();
@@ -192,98 +195,86 @@ TEST(LineDifferences, AreValidAndAsGoodAsShortest) {
 }
 
 TEST_F(Differences, CountOnlyWhatTheyAreToldTo) {
+  const uint32_t noCase = TRVS_DIFF_IGNORE_CASE;
+  const uint32_t noSpace = TRVS_DIFF_IGNORE_SPACE;
   struct Case {
-    const char* why;
     std::string first;
     std::string second;
-    uint32_t flags;
-    int16_t tabWidth;
-    const char* columns;
     int want;
+    uint32_t flags = 0;
+    int16_t tabWidth = 0;
+    const char* columns = nullptr;
   };
   const Case cases[] = {
-      {"equal", "a\n", "a\n", 0, 0, nullptr, 0},
-      {"different", "a\n", "b\n", 0, 0, nullptr, 1},
-      {"empty", "", "a\n", 0, 0, nullptr, 1},
-      {"case", "a B\n", "A b\n", TRVS_DIFF_IGNORE_CASE, 0, nullptr, 0},
-      {"case matters", "a\n", "A\n", TRVS_DIFF_IGNORE_SPACE, 0, nullptr, 1},
-      {"blanks", "a \t b  \n", "a b\r\n", TRVS_DIFF_IGNORE_SPACE, 0, nullptr, 0},
-      {"a blank or none", "a b\n", "ab\n", TRVS_DIFF_IGNORE_SPACE, 0, nullptr, 1},
-      {"line ends", "a\r\nb", "a\nb\n", TRVS_DIFF_IGNORE_LINE_ENDS, 0, nullptr, 0},
-      {"line ends matter", "a\r\n", "a\n", 0, 0, nullptr, 1},
-      {"the last end matters", "a", "a\n", 0, 0, nullptr, 1},
-      {"tabs", "a\tb\n", "a   b\n", 0, 4, nullptr, 0},
-      {"tabs of another width", "a\tb\n", "a   b\n", 0, 8, nullptr, 1},
-      {"columns", "001 a 9\n", "002 a 8\n", 0, 0, "1-3, 7", 0},
-      {"other columns", "001 a 9\n", "002 a 8\n", 0, 0, "1-3", 1},
-      {"binary", "a\0b"s, "a\0B"s, TRVS_DIFF_IGNORE_CASE, 0, nullptr, 1},
-      {"equal binary", "a\0b"s, "a\0b"s, 0, 0, nullptr, 0},
+      {"a\n", "a\n", 0},
+      {"a\n", "b\n", 1},
+      {"", "a\n", 1},
+      {"a B\n", "A b\n", 0, noCase},
+      {"a\n", "A\n", 1, noSpace},
+      {"a \t b  \n", "a b\r\n", 0, noSpace},
+      {"a b\n", "ab\n", 1, noSpace},
+      {"a\r\nb", "a\nb\n", 0, TRVS_DIFF_IGNORE_LINE_ENDS},
+      {"a\r\n", "a\n", 1},
+      {"a", "a\n", 1},
+      {"a\tb\n", "a   b\n", 0, 0, 4},
+      {"a\tb\n", "a   b\n", 1, 0, 8},
+      {"001 a 9\n", "002 a 8\n", 0, 0, 0, "1-3, 7"},
+      {"001 a 9\n", "002 a 8\n", 1, 0, 0, "1-3"},
+      {"a\0b"s, "a\0B"s, 1, noCase},
+      {"a\0b"s, "a\0b"s, 0},
   };
   const std::string first = path("first");
   const std::string second = path("second(2)");
   int16_t result = -1;
-  const auto test = [&](uint32_t flags, int16_t tabWidth, const char* columns) {
-    return TrvsTestDifferences(TRVS_CONTEXT, first.c_str(), "", second.c_str(), "", &result,
-                               tabWidth, columns, flags);
+  const auto test = [&](const std::string& one, const std::string& other, uint32_t flags = 0,
+                        int16_t tabWidth = 0, const char* columns = nullptr) {
+    return TrvsTestDifferences(TRVS_CONTEXT, one.c_str(), "", other.c_str(), "", &result, tabWidth,
+                               columns, flags);
   };
   for (const Case& c : cases) {
-    SCOPED_TRACE(c.why);
+    SCOPED_TRACE(c.first + " " + c.second);
     write("first", c.first);
     write("second(2)", c.second);
-    EXPECT_EQ(test(c.flags, c.tabWidth, c.columns), 0);
+    EXPECT_EQ(test(first, second, c.flags, c.tabWidth, c.columns), 0);
     EXPECT_EQ(result, c.want);
   }
   for (const char* bad : {"1-", "0", "5-3", "x", ","})
-    EXPECT_EQ(test(0, 0, bad), TRVS_BAD_COLUMNS) << bad;
-  EXPECT_EQ(test(0x20, 0, ""), TRVS_MISUSE);
-  EXPECT_EQ(test(0, 65, ""), TRVS_MISUSE);
-  EXPECT_EQ(TrvsTestDifferences(TRVS_CONTEXT, "", "", first.c_str(), "", &result, 0, "", 0),
-            TRVS_MISUSE);
-  EXPECT_EQ(TrvsTestDifferences(TRVS_CONTEXT, first.c_str(), "", "", "", &result, 0, "", 0),
-            TRVS_MISUSE);
-  EXPECT_EQ(TrvsTestDifferences(TRVS_CONTEXT, path("no").c_str(), "", "", "", &result, 0, "", 0),
-            TRVS_NO_ARCHIVE);
+    EXPECT_EQ(test(first, second, 0, 0, bad), TRVS_BAD_COLUMNS) << bad;
+  EXPECT_EQ(test(first, second, 0x20), TRVS_MISUSE);
+  EXPECT_EQ(test(first, second, 0, 65), TRVS_MISUSE);
+  EXPECT_EQ(test("", first), TRVS_MISUSE);
+  EXPECT_EQ(test(first, ""), TRVS_MISUSE);
+  EXPECT_EQ(test(path("no"), ""), TRVS_NO_ARCHIVE);
 }
 
 TEST_F(Differences, FindBothSides) {
-  struct Case {
-    const char* why;
-    std::string names[2];
-    const char* revisions[2];
-    int32_t status;
-    int want;
-  };
   makeBranches();
   write("m.c", "2\n");
   write("plain", "1\n");
-  const std::string plain = path("plain");
-  const Case cases[] = {
-      {"the tip and the workfile", {target(), ""}, {"", ""}, 0, 0},
-      {"another revision and the workfile", {target(), ""}, {"1.0", ""}, 0, 1},
-      {"two revisions", {archive(), ""}, {"1.0", "1.1"}, 0, 1},
-      {"a revision and a file", {archive(), plain}, {"1.1", ""}, 0, 0},
-      {"a file and a tip", {plain, archive()}, {"", ""}, 0, 1},
-      {"a file has no revisions", {plain, archive()}, {"1.1", ""}, TRVS_NOT_AN_ARCHIVE, 1},
-      {"no such revision", {archive(), ""}, {"1.0", "1.7"}, TRVS_NO_REVISION, 1},
-      {"no workfile", {archive() + "(" + path("no") + ")", ""}, {"", ""}, TRVS_NO_WORKFILE, 1},
+  // Two names and their revisions; the status and whether there are differences.
+  const auto cases = support::table<5>(R"(
+      m.c_v(%m.c) -> -> -> -> 0 0      | m.c_v(%m.c) -> 1.0 -> -> -> 0 1
+      m.c_v -> 1.0 -> -> 1.1 -> 0 1    | m.c_v -> 1.1 -> plain -> -> 0 0
+      plain -> -> m.c_v -> -> 0 1      | plain -> 1.1 -> m.c_v -> -> 27 7
+      m.c_v -> 1.0 -> -> 1.7 -> 18 7   | m.c_v(%no) -> -> -> -> 32 7)");
+  const auto test = [&](std::string first, const std::string& firstRevision,
+                        const std::string& second, const std::string& secondRevision) {
+    if (const size_t at = first.find('%'); at != std::string::npos) first.replace(at, 1, path(""));
+    int16_t result = 7;
+    const int32_t status = TrvsTestDifferences(
+        TRVS_CONTEXT, path(first).c_str(), firstRevision.c_str(),
+        second.empty() ? "" : path(second).c_str(), secondRevision.c_str(), &result, 0, nullptr, 0);
+    return std::to_string(status) + " " + std::to_string(result);
   };
-  for (const Case& c : cases) {
-    SCOPED_TRACE(c.why);
-    int16_t result = 1;
-    EXPECT_EQ(TrvsTestDifferences(TRVS_CONTEXT, c.names[0].c_str(), c.revisions[0],
-                                  c.names[1].c_str(), c.revisions[1], &result, 0, nullptr, 0),
-              c.status);
-    EXPECT_EQ(result, c.want);
+  for (const auto& [first, firstRevision, second, secondRevision, want] : cases) {
+    EXPECT_EQ(test(first, firstRevision, second, secondRevision), want)
+        << first << firstRevision << second << secondRevision;
   }
   // A damaged archive is not compared as if it were any file.
   std::string bytes = support::readFile(archive());
   bytes.back() ^= 1;
   support::writeFile(archive(), bytes);
-  int16_t result = 7;
-  EXPECT_EQ(TrvsTestDifferences(TRVS_CONTEXT, archive().c_str(), nullptr, plain.c_str(), nullptr,
-                                &result, 0, nullptr, 0),
-            TRVS_NOT_AN_ARCHIVE);
-  EXPECT_EQ(result, 7);
+  EXPECT_EQ(test("m.c_v", "", "plain", ""), "27 7");
 }
 
 TEST_F(Differences, AreWrittenForPeopleAndForViewers) {

@@ -15,7 +15,8 @@
 
 namespace btkf520_test {
 
-inline TrvsCallback asCallback(TrvsBadDirectiveCallback callback) {
+template <typename Function>
+TrvsCallback anyCallback(Function* callback) {
   return reinterpret_cast<TrvsCallback>(reinterpret_cast<void (*)()>(callback));
 }
 
@@ -32,7 +33,7 @@ class Toolkit : public testing::Test {
     reports.clear();
     answer = 0;
     TrvsRegisterPathResolver(nullptr);
-    TrvsRegisterCallback(TRVS_CALLBACK_BAD_DIRECTIVE, asCallback(take));
+    TrvsRegisterCallback(TRVS_CALLBACK_BAD_DIRECTIVE, anyCallback(take));
     ASSERT_EQ(load("", TRVS_READ_FIRST), 0);
   }
   void TearDown() override {
@@ -50,16 +51,22 @@ class Toolkit : public testing::Test {
   }
   std::string path(std::string_view name) const { return directory_ / name; }
 
+  // Has `fetch` fill a buffer that grows as long as it is too small. The status.
+  template <typename Fetch>
+  static int32_t grown(std::string* buffer, const Fetch& fetch) {
+    for (buffer->assign(33, '?');; buffer->append(32, '?')) {
+      const int32_t status = fetch(buffer->data(), static_cast<int32_t>(buffer->size()));
+      if (status != TRVS_BUFFER_TOO_SMALL) return status;
+    }
+  }
   // The item as a client gets it by growing its buffer; names with the NUL after each.
   static std::string item(int32_t number) {
-    std::string buffer(257, '?');
-    int32_t status;
-    while ((status = TrvsQueryConfigurationItem(number, buffer.data(),
-                                                static_cast<int32_t>(buffer.size()))) ==
-           TRVS_BUFFER_TOO_SMALL) {
-      buffer.append(256, '?');
-    }
-    EXPECT_EQ(status, 0);
+    std::string buffer;
+    EXPECT_EQ(grown(&buffer,
+                    [&](char* bytes, int32_t size) {
+                      return TrvsQueryConfigurationItem(number, bytes, size);
+                    }),
+              0);
     if (number != TRVS_ITEM_PROMOTION_GROUPS) return buffer.c_str();
     size_t end = 0;
     while (buffer.at(end) != '\0') end = buffer.find('\0', end) + 1;

@@ -47,22 +47,10 @@ class ProfileTest : public testing::Test {
 };
 
 TEST_F(ProfileTest, QueryFindsTheFirstKeyInASectionOfThatName) {
-  put("\xEF\xBB\xBF[First]\r\n"
-      "TRVSPROJ=wrong section\r\n"
-      "[TRVSGUI]\n"
-      "; TRVSPROJ=a comment\n"
-      "#TRVSPROJ=another\n"
-      "  trvsProj\t=  V:\\db  \r\n"
-      "TRVSPROJ=later\r\n"
-      "EMPTY=\r\n"
-      "QUOTED=\" both blanks \"\r\n"
-      "EQUALS=a=b\r\n"
-      "no line of a key\r\n"
-      " [Other] \r\n"
-      "FOREIGN=1\r\n"
-      "[trvsgui]\r\n"
-      "AGAIN=second part\r\n"
-      "LAST=no line end");
+  put("\xEF\xBB\xBF[First]\r\nTRVSPROJ=wrong section\r\n[TRVSGUI]\n; TRVSPROJ=a comment\n"
+      "#TRVSPROJ=another\n  trvsProj\t=  V:\\db  \r\nTRVSPROJ=later\r\nEMPTY=\r\n"
+      "QUOTED=\" both blanks \"\r\nEQUALS=a=b\r\nno line of a key\r\n [Other] \r\nFOREIGN=1\r\n"
+      "[trvsgui]\r\nAGAIN=second part\r\nLAST=no line end");
   const auto cases = support::table<3>(R"(
       [TRVSGUI] -> TRVSPROJ -> V:\db   | [First] -> trvsproj -> wrong section | [TRVSGUI] -> EMPTY ->
       [TRVSGUI] -> EQUALS -> a=b       | [TRVSGUI] -> AGAIN -> second part    | [Other] -> FOREIGN -> 1
@@ -79,27 +67,25 @@ TEST_F(ProfileTest, QueryFindsTheFirstKeyInASectionOfThatName) {
 }
 
 TEST_F(ProfileTest, WriteChangesOneValueAndKeepsTheRest) {
-  const struct {
-    const char* why;
+  struct Case {
     const char* before;
     const char* value;
     const char* after;
-  } cases[] = {
-      {"no content", "", "v", "[S]\r\nK=v\r\n"},
-      {"line end and neighbours kept", "; top\n\n[S]\nA=1\nk = old \nB=2\n", "new",
-       "; top\n\n[S]\nA=1\nk =new\nB=2\n"},
-      {"added after the last line of the section, before the blank ones",
-       "[S]\r\nA=1\r\n\r\n[T]\r\nK=t\r\n", "v", "[S]\r\nA=1\r\nK=v\r\n\r\n[T]\r\nK=t\r\n"},
-      {"section added", "[T]\nK=t", "v", "[T]\nK=t\r\n[S]\r\nK=v\r\n"},
-      {"last line without an end", "[S]\nA=1", "v", "[S]\nA=1\r\nK=v\r\n"},
-      {"a later part of the section", "[S]\n[T]\n[s]\nK=1\n", "2", "[S]\n[T]\n[s]\nK=2\n"},
-      {"a comment is no key", "[S]\n;K=1\n", "2", "[S]\n;K=1\nK=2\r\n"},
-      {"blanks at the ends", "", " v ", "[S]\r\nK=\" v \"\r\n"},
-      {"quotes of its own", "", "\"v\"", "[S]\r\nK=\"\"v\"\"\r\n"},
-      {"Latin-1 and a stray CR", "[S]\nA=\xE9\rx\nK=1\n", "\xE9", "[S]\nA=\xE9\rx\nK=\xE9\n"},
   };
-  for (const auto& c : cases) {
-    SCOPED_TRACE(c.why);
+  const Case cases[] = {
+      {"", "v", "[S]\r\nK=v\r\n"},
+      {"; top\n\n[S]\nA=1\nk = old \nB=2\n", "new", "; top\n\n[S]\nA=1\nk =new\nB=2\n"},
+      // Added after the last line of the section, before the blank ones.
+      {"[S]\r\nA=1\r\n\r\n[T]\r\nK=t\r\n", "v", "[S]\r\nA=1\r\nK=v\r\n\r\n[T]\r\nK=t\r\n"},
+      {"[T]\nK=t", "v", "[T]\nK=t\r\n[S]\r\nK=v\r\n"},
+      {"[S]\nA=1", "v", "[S]\nA=1\r\nK=v\r\n"},
+      {"[S]\n[T]\n[s]\nK=1\n", "2", "[S]\n[T]\n[s]\nK=2\n"},
+      {"[S]\n;K=1\n", "2", "[S]\n;K=1\nK=2\r\n"},
+      {"", " v ", "[S]\r\nK=\" v \"\r\n"},
+      {"", "\"v\"", "[S]\r\nK=\"\"v\"\"\r\n"},
+      {"[S]\nA=\xE9\rx\nK=1\n", "\xE9", "[S]\nA=\xE9\rx\nK=\xE9\n"},
+  };
+  for (const Case& c : cases) {
     put(c.before);
     EXPECT_TRUE(write("[S]", "K", c.value));
     EXPECT_EQ(content(), c.after);

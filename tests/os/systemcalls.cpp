@@ -58,6 +58,20 @@ std::string SystemCalls::log(const std::string& names) const {
 
 using os_test::SystemCalls;
 
+namespace {
+
+// The rule's error, or what the system answers to the call of that number.
+template <typename... Arguments>
+ssize_t answer(const char* name, int descriptor, const char* path, int flags, long number,
+               Arguments... arguments) {
+  if (SystemCalls::fails(name, descriptor, path, flags)) return -1;
+  return ::syscall(number, arguments...);
+}
+
+int asInt(ssize_t value) { return static_cast<int>(value); }
+
+}  // namespace
+
 extern "C" {
 
 int open(const char* path, int flags, ...) {
@@ -65,74 +79,60 @@ int open(const char* path, int flags, ...) {
   va_start(rest, flags);
   const int mode = (flags & O_CREAT) != 0 ? va_arg(rest, int) : 0;
   va_end(rest);
-  if (SystemCalls::fails("open", -1, path, flags)) return -1;
-  return static_cast<int>(::syscall(SYS_openat, AT_FDCWD, path, flags, mode));
+  return asInt(answer("open", -1, path, flags, SYS_openat, AT_FDCWD, path, flags, mode));
 }
 
 ssize_t pread(int file, void* buffer, size_t size, off_t offset) {
-  if (SystemCalls::fails("pread", file, nullptr)) return -1;
-  return ::syscall(SYS_pread64, file, buffer, size, offset);
+  return answer("pread", file, nullptr, 0, SYS_pread64, file, buffer, size, offset);
 }
 
 ssize_t pwrite(int file, const void* buffer, size_t size, off_t offset) {
-  if (SystemCalls::fails("pwrite", file, nullptr)) return -1;
-  return ::syscall(SYS_pwrite64, file, buffer, size, offset);
+  return answer("pwrite", file, nullptr, 0, SYS_pwrite64, file, buffer, size, offset);
 }
 
 ssize_t copy_file_range(int from, off_t* begin, int to, off_t* place, size_t size, unsigned flags) {
-  if (SystemCalls::fails("copy_file_range", to, nullptr)) return -1;
-  return ::syscall(SYS_copy_file_range, from, begin, to, place, size, flags);
+  return answer("copy_file_range", to, nullptr, 0, SYS_copy_file_range, from, begin, to, place,
+                size, flags);
 }
 
-int fsync(int file) {
-  if (SystemCalls::fails("fsync", file, nullptr)) return -1;
-  return static_cast<int>(::syscall(SYS_fsync, file));
-}
+int fsync(int file) { return asInt(answer("fsync", file, nullptr, 0, SYS_fsync, file)); }
 
 int ftruncate(int file, off_t size) noexcept {
-  if (SystemCalls::fails("ftruncate", file, nullptr)) return -1;
-  return static_cast<int>(::syscall(SYS_ftruncate, file, size));
+  return asInt(answer("ftruncate", file, nullptr, 0, SYS_ftruncate, file, size));
 }
 
 int flock(int file, int operation) noexcept {
-  if (SystemCalls::fails("flock", file, nullptr, operation)) return -1;
-  return static_cast<int>(::syscall(SYS_flock, file, operation));
+  return asInt(answer("flock", file, nullptr, operation, SYS_flock, file, operation));
 }
 
 int fchown(int file, uid_t owner, gid_t group) noexcept {
-  if (SystemCalls::fails("fchown", file, nullptr)) return -1;
-  return static_cast<int>(::syscall(SYS_fchown, file, owner, group));
+  return asInt(answer("fchown", file, nullptr, 0, SYS_fchown, file, owner, group));
 }
 
 int rename(const char* from, const char* to) noexcept {
-  if (SystemCalls::fails("rename", -1, to)) return -1;
-  return static_cast<int>(::syscall(SYS_renameat2, AT_FDCWD, from, AT_FDCWD, to, 0));
+  return asInt(answer("rename", -1, to, 0, SYS_renameat2, AT_FDCWD, from, AT_FDCWD, to, 0));
 }
 
 int renameat2(int from, const char* old, int to, const char* name, unsigned flags) noexcept {
-  if (SystemCalls::fails("renameat2", -1, name)) return -1;
-  return static_cast<int>(::syscall(SYS_renameat2, from, old, to, name, flags));
+  return asInt(answer("renameat2", -1, name, 0, SYS_renameat2, from, old, to, name, flags));
 }
 
 int link(const char* from, const char* to) noexcept {
-  if (SystemCalls::fails("link", -1, to)) return -1;
-  return static_cast<int>(::syscall(SYS_linkat, AT_FDCWD, from, AT_FDCWD, to, 0));
+  return asInt(answer("link", -1, to, 0, SYS_linkat, AT_FDCWD, from, AT_FDCWD, to, 0));
 }
 
 int unlink(const char* path) noexcept {
-  if (SystemCalls::fails("unlink", -1, path)) return -1;
-  return static_cast<int>(::syscall(SYS_unlinkat, AT_FDCWD, path, 0));
+  return asInt(answer("unlink", -1, path, 0, SYS_unlinkat, AT_FDCWD, path, 0));
 }
 
 int mkdir(const char* path, mode_t mode) noexcept {
-  if (SystemCalls::fails("mkdir", -1, path)) return -1;
-  return static_cast<int>(::syscall(SYS_mkdirat, AT_FDCWD, path, mode));
+  return asInt(answer("mkdir", -1, path, 0, SYS_mkdirat, AT_FDCWD, path, mode));
 }
 
 int statx(int directory, const char* path, int flags, unsigned mask,
           struct statx* status) noexcept {
-  if (SystemCalls::fails("statx", directory, path, flags)) return -1;
-  return static_cast<int>(::syscall(SYS_statx, directory, path, flags, mask, status));
+  return asInt(
+      answer("statx", directory, path, flags, SYS_statx, directory, path, flags, mask, status));
 }
 
 }  // extern "C"
