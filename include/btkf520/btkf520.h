@@ -201,7 +201,9 @@ typedef int32_t (*TrvsNotifyFourCallback)(const char* first, const char* second,
  * Any result but TRVS_GO_ON cancels the load. */
 typedef int32_t (*TrvsBadDirectiveCallback)(int32_t code, const char* line, const char* file,
                                             int32_t number);
-/* TRVS_CALLBACK_MESSAGE: TRVS_NO_JOURNAL. The result is ignored. */
+/* TRVS_CALLBACK_MESSAGE: what went wrong after an operation was done: TRVS_NO_JOURNAL, or
+ * TRVS_CANNOT_WRITE if the workfile of a check-in could not be removed or its mode changed. The
+ * result is ignored. */
 typedef int32_t (*TrvsMessageCallback)(int32_t code);
 /* TRVS_CALLBACK_TEXT: a message as a text. */
 typedef int32_t (*TrvsTextCallback)(const char* text);
@@ -367,9 +369,8 @@ enum {
  * parent is removed. A development group moves from the parent to the new revision.
  *
  * A workfile that changes during the check-in stays where it is, whatever `flags` says. One of a
- * megabyte and more is mapped: if it is cut short meanwhile the process gets SIGBUS.
- * TRVS_CANNOT_WRITE with the revision in the archive means that the workfile can't be removed or
- * its mode changed.
+ * megabyte and more is mapped: if it is cut short meanwhile the process gets SIGBUS. A workfile
+ * that can't be removed, or its mode changed, fails nothing: TRVS_CALLBACK_MESSAGE is told.
  *
  * May give TRVS_LABEL_EXISTS; TRVS_LOCKED if another has locked the parent; TRVS_BAD_NUMBER, also
  * for several locks and no number; TRVS_NO_LOCK; TRVS_NO_WORKFILE; TRVS_NO_SUCH_GROUP;
@@ -399,7 +400,8 @@ enum {
  *   group       promotion group; with a lock the development group that it is for
  *   flags       TRVS_GET_...
  * With a lock, dates don't count. A workfile that is equal already is replaced without a question,
- * and one that came or changed since the question isn't replaced.
+ * and one that came or changed since the question isn't replaced. A lock is given back if the
+ * workfile can't be written.
  *
  * May give TRVS_BAD_DATE; TRVS_WOULD_OVERWRITE; TRVS_NO_GROUP_REVISION; with a lock also the
  * statuses of TrvsLockRevision. */

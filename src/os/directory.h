@@ -34,7 +34,7 @@ bool makeDirectories(const std::string& path);
 // Brings what a directory now says about its entry `path` to the device, so that a power cut does
 // not undo it. A directory that may not be read is synced with all of the disk of `file`, the open
 // entry, -1 for none. Where neither works there is nothing that could be taken back.
-void syncParentOf(const std::string& path, int file = -1);
+void syncParentOf(const std::string& path, int file = -1) noexcept;
 
 // By which a directory is known, and known to have neither gained nor lost an entry.
 struct DirectoryState {

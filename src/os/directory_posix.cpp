@@ -6,6 +6,7 @@
 #include <unistd.h>
 
 #include <memory>
+#include <new>
 
 #include "os/calls_posix.h"
 #include "os/directory.h"
@@ -72,8 +73,13 @@ bool makeDirectories(const std::string& path) {
   return errno == ENOENT && parent != path && makeDirectories(parent) && makeDirectory(path);
 }
 
-void syncParentOf(const std::string& path, int file) {
-  const int directory = openDescriptor(parentOf(path).c_str(), O_RDONLY | O_DIRECTORY);
+void syncParentOf(const std::string& path, int file) noexcept {
+  int directory = -1;
+  try {
+    directory = openDescriptor(parentOf(path).c_str(), O_RDONLY | O_DIRECTORY);
+  } catch (const std::bad_alloc&) {
+    // As for one that may not be read.
+  }
   const bool isSynced = directory >= 0 && uninterrupted([=] { return ::fsync(directory); }) == 0;
   if (!isSynced && file >= 0) ::syncfs(file);
   if (directory >= 0) ::close(directory);

@@ -65,7 +65,7 @@ class CheckIn {
   TrvsStatus assignGroup();
   TrvsStatus add();
   void fillRevision(Revision* revision) const;
-  TrvsStatus settleWorkfile() const;
+  bool settleWorkfile() const;
 
   const CheckInRequest& request_;
   Task task_;
@@ -88,10 +88,11 @@ TrvsStatus CheckIn::run() {
     if (const TrvsStatus status = (this->*step)()) return status;
   }
   if (const TrvsStatus status = client().goOn()) return status;
+  const Event event{"CHECKIN", number_.text()};
   if (const TrvsStatus status = task_.store()) return status;
-  const TrvsStatus status = settleWorkfile();
-  task_.announce({"CHECKIN", number_.text()});
-  return status;
+  if (!settleWorkfile()) task_.warn(TRVS_CANNOT_WRITE);
+  task_.announce(event);
+  return TRVS_DONE;
 }
 
 TrvsStatus CheckIn::readWorkfile() {
@@ -254,13 +255,13 @@ void CheckIn::fillRevision(Revision* revision) const {
 }
 
 // A workfile that was changed meanwhile holds what no revision has: it stays as it is.
-TrvsStatus CheckIn::settleWorkfile() const {
-  if (statusAt(workfilePath_) != workfile_) return TRVS_DONE;
+bool CheckIn::settleWorkfile() const {
+  if (statusAt(workfilePath_) != workfile_) return true;
   const char* const path = workfilePath_.c_str();
   const os::FileResult result = asks(TRVS_PUT_KEEP_LOCK)   ? os::setWritable(path, true)
                                 : asks(TRVS_PUT_READ_ONLY) ? os::setWritable(path, false)
                                                            : os::removeFile(path);
-  return result == os::FileResult::kDone ? TRVS_DONE : TRVS_CANNOT_WRITE;
+  return result == os::FileResult::kDone;
 }
 
 uint32_t attributesOf(const Configuration& configuration) {

@@ -59,6 +59,7 @@ class CheckOut {
   TrvsStatus checkOverwrite();
   TrvsStatus writeContent();
   TrvsStatus finish(const Event& event);
+  TrvsStatus finishWithLock(const Event& event);
 
   const CheckOutRequest& request_;
   Task task_;
@@ -82,15 +83,24 @@ TrvsStatus CheckOut::run() {
   return finish({"CHECKOUT", revision_->number.text()});
 }
 
-// The lock comes first: a workfile that may be changed without one would be worse than a lock
-// without a workfile.
 TrvsStatus CheckOut::finish(const Event& event) {
-  if (asks(TRVS_GET_LOCK)) {
-    if (const TrvsStatus status = workfile_.check()) return status;
-    if (const TrvsStatus status = task_.store()) return status;
-  }
+  if (asks(TRVS_GET_LOCK)) return finishWithLock(event);
+  if (const TrvsStatus status = workfile_.finish()) return status;
+  task_.announce(event);
+  return TRVS_DONE;
+}
+
+// The lock comes first: a workfile that may be changed without one would be worse than a lock
+// without a workfile. So it is given back if the workfile can't follow.
+TrvsStatus CheckOut::finishWithLock(const Event& event) {
+  if (const TrvsStatus status = workfile_.check()) return status;
+  Archive& archive = task_.archive();
+  ArchiveModel before = archive.model();
+  if (const TrvsStatus status = archive.commit(std::move(task_.model))) return status;
   const TrvsStatus status = workfile_.finish();
-  if (status == TRVS_DONE || asks(TRVS_GET_LOCK)) task_.announce(event);
+  const bool isLocked = status == TRVS_DONE || !task_.takeBack(std::move(before));
+  task_.close();
+  if (isLocked) task_.announce(event);
   return status;
 }
 

@@ -17,6 +17,17 @@ namespace {
 constexpr int kMostRetries = 50;
 constexpr unsigned kPause = 100;  // Milliseconds.
 
+// Whether the step ran to its end.
+template <typename Step>
+bool attempt(const Step& step) noexcept {
+  try {
+    step();
+    return true;
+  } catch (...) {
+    return false;
+  }
+}
+
 }  // namespace
 
 TrvsStatus Task::openToTell(const char* target) {
@@ -66,16 +77,25 @@ TrvsStatus Task::commit(const Event& event) {
 
 TrvsStatus Task::store() {
   if (const TrvsStatus status = archive_->commit(std::move(model))) return status;
-  archive_.reset();  // Triggers find it free.
+  close();  // Triggers find it free.
   return TRVS_DONE;
 }
 
-void Task::announce(const Event& event) const {
-  const Account account = accountOf(event);
-  writeJournal(account);
+bool Task::takeBack(ArchiveModel before) noexcept {
+  TrvsStatus status = TRVS_NO_MEMORY;
+  attempt([&] { status = archive_->commit(std::move(before)); });
+  return status == TRVS_DONE;
+}
+
+void Task::announce(const Event& event) const noexcept {
+  if (!attempt([&] { writeJournal(accountOf(event)); })) warn(TRVS_NO_JOURNAL);
   // It is done, whatever the trigger says.
-  static_cast<void>(runTrigger("POST" + event.name, account));
-  client().done(event.name, names_.archive, names_.workfile, event.what);
+  attempt([&] { static_cast<void>(runTrigger("POST" + event.name, accountOf(event))); });
+  attempt([&] { client().done(event.name, names_.archive, names_.workfile, event.what); });
+}
+
+void Task::warn(TrvsStatus code) const noexcept {
+  attempt([code] { client().message(code); });
 }
 
 TrvsStatus Task::ask(const std::string& event, const std::string& what) const {

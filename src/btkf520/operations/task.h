@@ -47,9 +47,16 @@ class Task {
   // Makes the archive say what `model` says, which is gone then, closes it, and tells everybody
   // about it.
   [[nodiscard]] TrvsStatus commit(const Event& event);
-  // The same in two steps, for operations that do more in between.
+  // The same in steps, for operations that do more in between. What is done is done: once the
+  // archive says it, nothing fails the operation, neither memory that is short nor a function of
+  // the client that throws.
   [[nodiscard]] TrvsStatus store();
-  void announce(const Event& event) const;
+  // Makes the archive, which is still open, say `before` again. Whether that worked.
+  [[nodiscard]] bool takeBack(ArchiveModel before) noexcept;
+  void close() { archive_.reset(); }
+  void announce(const Event& event) const noexcept;
+  // Tells the client of something that went wrong afterwards.
+  void warn(TrvsStatus code) const noexcept;
   // Asks the trigger before an event: TRVS_TRIGGER_REFUSED or TRVS_TRIGGER_FAILED.
   [[nodiscard]] TrvsStatus ask(const std::string& event, const std::string& what = "") const;
 

@@ -1,0 +1,128 @@
+// btkf520/failure_test.cpp: each allocation and each call to the system fails once. What is done
+// counts as done and is told; what failed left no trace, and all can be read when the disk is well
+// again.
+#include <cerrno>
+#include <cstdlib>
+#include <functional>
+#include <new>
+
+#include "btkf520/archives.h"
+#include "os/systemcalls.h"
+
+namespace {
+
+int theAllocationsLeft = -1;  // Until one fails; without end if negative.
+
+}  // namespace
+
+// All out of line: where only one of a pair is inlined, compilers see a mismatch.
+[[gnu::noinline]] void* operator new(size_t size) {
+  const bool fails = theAllocationsLeft >= 0 && theAllocationsLeft-- == 0;
+  void* const memory = fails ? nullptr : std::malloc(size != 0 ? size : 1);
+  if (memory == nullptr) throw std::bad_alloc();
+  return memory;
+}
+[[gnu::noinline]] void operator delete(void* memory) noexcept { std::free(memory); }
+[[gnu::noinline]] void operator delete(void* memory, size_t) noexcept { std::free(memory); }
+
+namespace btkf520_test {
+namespace {
+
+class Failures : public Archives {
+ protected:
+  struct Step {
+    const char* tree;  // Afterwards.
+    std::function<int32_t()> run;
+  };
+
+  void SetUp() override {
+    Archives::SetUp();
+    configure("JOURNAL = " + path("journal") + "\n");
+    ASSERT_EQ(create(), 0);
+    std::string text;
+    for (int i = 0; i < 9; ++i) {
+      ASSERT_EQ(put(text += std::to_string(i * i * 7919) + "\n", {.flags = TRVS_PUT_KEEP_LOCK}), 0);
+    }
+    ASSERT_EQ(unlock(), 0);
+    TrvsRegisterCallback(TRVS_CALLBACK_OPERATION,
+                         anyCallback(+[](const char*, const char*, const char*, const char*,
+                                         int32_t) -> int32_t { return ++told; }));
+  }
+
+  // `run` does each of the steps once, and says whether anything failed meanwhile.
+  void check(const std::function<bool(int attempt, const Step& step, int32_t* status)>& run) {
+    const std::string both = target();  // No memory is asked for but by the operation.
+    const char* const name = both.c_str();
+    const auto checkOut = [name](uint32_t flags) {
+      return TrvsGetRevision(TRVS_CONTEXT, name, 0, nullptr, nullptr, nullptr, 0, nullptr, 0,
+                             flags | TRVS_GET_OVERWRITE);
+    };
+    const Step steps[] = {
+        {"1.0^ 1.1 1.2 1.3 1.4 1.5 1.6 1.7 1.8", [&] { return checkOut(0); }},
+        {"1.0^ 1.1 1.2 1.3 1.4 1.5 1.6 1.7 1.8!ann", [&] { return checkOut(TRVS_GET_LOCK); }},
+        {"1.0^ 1.1 1.2 1.3 1.4 1.5 1.6 1.7 1.8!ann#R",
+         [&] { return TrvsSetLabel(TRVS_CONTEXT, name, "R", "1", 0); }},
+        {"1.0^ 1.1 1.2 1.3 1.4 1.5 1.6 1.7 1.8#R 1.9",
+         [&] {
+           return TrvsPutRevision(TRVS_CONTEXT, 0, name, 0, nullptr, nullptr, nullptr, nullptr,
+                                  nullptr, nullptr, 0, 0);
+         }},
+        {"1.0^ 1.1 1.2 1.3 1.5 1.6 1.7 1.8#R 1.9",
+         [&] { return TrvsDeleteRevisions(TRVS_CONTEXT, name, "1.4"); }},
+    };
+    const std::string first = support::readFile(archive());
+    for (const Step& step : steps) {
+      const std::string bytes = support::readFile(archive());
+      const std::string before = tree();
+      bool hasFailed = true;
+      for (int attempt = 0; hasFailed; ++attempt) {
+        SCOPED_TRACE(step.tree + (" after " + std::to_string(attempt)));
+        write("m.c_v", bytes);
+        unlink(workfile().c_str());
+        write("m.c", "2");
+        told = 0;
+        int32_t status = TRVS_DONE;
+        hasFailed = run(attempt, step, &status);
+        EXPECT_EQ(tree(), status == TRVS_DONE ? step.tree : before);
+        EXPECT_EQ(told, status == TRVS_DONE ? 1 : 0);
+        EXPECT_TRUE(status == TRVS_DONE || hasFailed) << status;
+        EXPECT_EQ(TrvsVerifyArchive(TRVS_CONTEXT, name, nullptr, 0), 0);
+      }
+    }
+    write("m.c_v", first);
+  }
+
+  static inline int told;
+};
+
+TEST_F(Failures, OfMemoryTurnNoSuccessIntoFailure) {
+  check([](int attempt, const Step& step, int32_t* status) {
+    theAllocationsLeft = attempt;
+    *status = step.run();
+    const bool hasFailed = theAllocationsLeft < 0;
+    theAllocationsLeft = -1;
+    EXPECT_TRUE(*status == TRVS_DONE || *status == TRVS_NO_MEMORY) << *status;
+    return hasFailed;
+  });
+}
+
+// A real fault: revisions whose frames could not be read were given up for damaged.
+TEST_F(Failures, OfTheSystemTurnNoSuccessIntoFailure) {
+  for (const int error : {EIO, EINTR}) {
+    check([error](int attempt, const Step& step, int32_t* status) {
+      int left = attempt;
+      std::string failed;
+      const os_test::SystemCalls calls([&](const os_test::Call& call) {
+        if (left-- != 0) return 0;
+        failed = call.name + " " + call.path;
+        return error;
+      });
+      *status = step.run();
+      EXPECT_TRUE(*status == TRVS_DONE || error != EINTR) << failed;
+      return left < 0;
+    });
+  }
+}
+
+}  // namespace
+}  // namespace btkf520_test
