@@ -84,20 +84,4 @@ TEST_F(ArchiveCache, DoesNotTrustWhatItReadWithinTheTickOfTheLastChange) {
   }
 }
 
-TEST_F(ArchiveCache, IsOffWhileTheEnvironmentSaysSo) {
-  for (const char* value : {"1", ""}) {
-    const support::ScopedEnvironment off("TRVS_TVAPI_NOCACHE", value);
-    EXPECT_EQ(revisions("a"), 1);
-    EXPECT_FALSE(hasCacheFile());
-  }
-  EXPECT_EQ(revisions("a"), 1);
-  EXPECT_TRUE(hasCacheFile());
-  // The file that is there is neither used nor touched.
-  writeArchive("a", {.revisions = 2});
-  const string before = scratch_.shown(kCacheFile);
-  const support::ScopedEnvironment off("TRVS_TVAPI_NOCACHE", "");
-  EXPECT_EQ(revisions("a"), 2);
-  EXPECT_EQ(scratch_.shown(kCacheFile), before);
-}
-
 }  // namespace

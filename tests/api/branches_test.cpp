@@ -68,46 +68,6 @@ class Branches : public testing::Test {
   int count_ = 0;
 };
 
-TEST_F(Branches, NestAndKeepTheOrderOfTheirNumbers) {
-  checkIn(nullptr);
-  for (const char* parent :
-       {"1.0", "1.1", "1.2", "1.3", "1.4", "1.5", "1.6", "1.7", "1.8", "1.9"}) {
-    checkIn(parent);
-  }
-  checkIn("1.1");  // 1.1.1.0
-  checkIn("1.1");  // 1.1.2.0
-  checkIn("1.1.1.0", TRVS_PUT_BRANCH);
-  checkIn("1.1.1.0");
-  label("REL_1", "1.1");
-  label("FIX", "1.1.1.1");
-  TVHandle* const archive = openArchive();
-  const auto branches = walk(archive, GetFirstBranch, GetNextBranch);
-  ASSERT_EQ(texts(branches, GetBranchName), Names{"Trunk"});
-  EXPECT_EQ(shown(branches[0]),
-            "Trunk 1.0 1.1[REL_1](1.1.1 1.1.1.0(1.1.1.0.1 1.1.1.0.1.0) 1.1.1.1[FIX])(1.1.2 1.1.2.0)"
-            " 1.2 1.3 1.4 1.5 1.6 1.7 1.8 1.9 1.10");
-}
-
-TEST_F(Branches, AreFoundByNumberAndByName) {
-  checkIn(nullptr);
-  for (const char* parent : {"1.0", "1.1", "1.0"}) checkIn(parent);
-  label("REL_1", "1.0");
-  TVHandle* const archive = openArchive();
-  TVHandle* const trunk = FindBranch(archive, "1");
-  EXPECT_STREQ(GetBranchName(trunk), "Trunk");
-  EXPECT_EQ(FindBranch(archive, "trunk"), trunk);
-  OpenBranch(trunk);
-  TVHandle* const first = FindRevision(trunk, "0");
-  EXPECT_STREQ(GetRevisionNumber(first), "1.0");
-  EXPECT_EQ(FindRevision(trunk, "1.0"), first);
-  EXPECT_STREQ(GetRevisionNumber(FindRevision(trunk, "1.2")), "1.2");
-  EXPECT_EQ(FindRevision(trunk, "1.9"), nullptr);
-  OpenRevision(first);
-  EXPECT_STREQ(GetBranchName(FindBranch(first, "1.0.1")), "1.0.1");
-  EXPECT_STREQ(GetLabelName(FindLabel(first, "rel_1")), "REL_1");
-  for (const char* const none : {"REL_2", "0"}) EXPECT_EQ(FindLabel(first, none), nullptr);
-}
-
 // A real fault: lists that are in the order of numbers were halved by the texts of numbers.
 TEST_F(Branches, AreFoundByNumberHoweverManyThereAre) {
   checkIn(nullptr);
@@ -126,22 +86,6 @@ TEST_F(Branches, AreFoundByNumberHoweverManyThereAre) {
     const std::string number = std::to_string(i);
     EXPECT_EQ(GetBranchName(FindBranch(revision, number.c_str())), "1.3." + number);
   }
-}
-
-TEST_F(Branches, FollowTheArchive) {
-  checkIn(nullptr);
-  TVHandle* const archive = openArchive();
-  TVHandle* const trunk = FindBranch(archive, "Trunk");
-  EXPECT_EQ(shown(trunk), "Trunk 1.0");
-  EXPECT_EQ(CloseArchive(archive), 0);
-  EXPECT_STREQ(GetBranchName(trunk), "");  // It went with its parent's last close.
-  checkIn("1.0");
-  EXPECT_EQ(OpenArchive(archive), 1);
-  EXPECT_EQ(shown(FindBranch(archive, "Trunk")), "Trunk 1.0 1.1");
-  CloseArchive(archive);
-  support::writeFile(archive_, "no archive");
-  EXPECT_EQ(OpenArchive(archive), 1);
-  EXPECT_EQ(GetFirstBranch(archive), nullptr);
 }
 
 }  // namespace

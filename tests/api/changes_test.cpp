@@ -22,9 +22,6 @@ string projectRecord(const string& name, const string& directory, const string& 
   return "[Project=" + name + "]\nCFG=@/pub/" + directory + "/" + stem + ".cfg\nDIR=" + directory +
          "\nWKDIR=" + workDir + "\n";
 }
-string publicRecord(const string& name, const string& directory, const string& workDir) {
-  return projectRecord(name, directory, workDir) + "\n";
-}
 string privateRecord(const string& name, const string& directory, const string& workDir) {
   return projectRecord(name, directory, workDir) + "OWNERSHIP=PUBLIC\n\n";
 }
@@ -42,34 +39,6 @@ class Changes : public testing::Test {
 
   support::ScratchDatabase scratch_;
 };
-
-TEST_F(Changes, CreateProjectMakesAllItsFilesAndAppendsItsRecords) {
-  TVHandle* root = scratch_.openRoot();
-  CreateProject(root, "My Project", "/w/ann", "/w/team");
-  const string first = publicRecord("My Project", "MyPrjct.prj", "/w/team");
-  const string firstPrivate = privateRecord("My Project", "MyPrjct.prj", "/w/ann");
-  EXPECT_EQ(shown("pub/trvsproj.pub"), first);
-  EXPECT_EQ(shown("prv/trvsproj.prv"), firstPrivate);
-  EXPECT_EQ(shown("pub/MyPrjct.prj/trvsfold.pub"), kHead);
-  EXPECT_EQ(shown("prv/MyPrjct.prj/trvsfold.prv"), kHead);
-  EXPECT_EQ(shown("pub/MyPrjct.prj/MyPrjct.cfg"), kVersionLine);
-  const Names files = {"prv/MyPrjct.prj/trvsfold.prv", "prv/trvsproj.prv",
-                       "pub/MyPrjct.prj/MyPrjct.cfg", "pub/MyPrjct.prj/trvsfold.pub",
-                       "pub/trvsproj.pub"};
-  EXPECT_EQ(scratch_.files(), files);
-
-  // Short names that collide, the last one only on a disk without regard to case.
-  CreateProject(root, "My-Project", "", "");
-  CreateProject(root, "my project", "/w/bob", "");
-  EXPECT_EQ(shown("pub/trvsproj.pub"), first + publicRecord("My-Project", "MyPrjct0.prj", "") +
-                                           publicRecord("my project", "myprjct1.prj", ""));
-  EXPECT_EQ(shown("prv/trvsproj.prv"), firstPrivate +
-                                           privateRecord("My-Project", "MyPrjct0.prj", "") +
-                                           privateRecord("my project", "myprjct1.prj", "/w/bob"));
-  EXPECT_EQ(shown("pub/MyPrjct0.prj/MyPrjct0.cfg"), kVersionLine);
-  EXPECT_EQ(shown("prv/myprjct1.prj/trvsfold.prv"), kHead);
-  EXPECT_STREQ(GetProjectPrivateDir(FindProject(root, "my-project")), "");
-}
 
 TEST_F(Changes, RefusedChangesLeaveEveryFileAlone) {
   TVHandle* project = createProject("P");
@@ -114,53 +83,6 @@ TEST_F(Changes, RefusedChangesLeaveEveryFileAlone) {
   scratch_.write("prv/trvsproj.prv", privateRecord("P", "P.prj", "/w/moved"));
   CreateProject(root, "Q", "", "");
   EXPECT_STREQ(GetProjectPrivateDir(project), "/w/moved");
-}
-
-// Single letters: their hash is their code, so the 17 buckets give f, r, a, b.
-TEST_F(Changes, SettingADirectoryRewritesTheRootInTableOrder) {
-  TVHandle* root = scratch_.openRoot();
-  for (const char* name : {"b", "r", "a", "f"}) CreateProject(root, name, "/ann", "/team");
-  scratch_.write("pub/r.prj/trvsfold.pub", "[DOCUMENT=/v;x_v;;x]\n");
-  TVHandle* project = FindProject(root, "r");
-
-  SetProjectPublicDir(project, "/new/team");
-  const string publicFile =
-      kHead + publicRecord("f", "f.prj", "/team") + publicRecord("r", "r.prj", "/new/team") +
-      publicRecord("a", "a.prj", "/team") + publicRecord("b", "b.prj", "/team");
-  EXPECT_EQ(shown("pub/trvsproj.pub"), publicFile);
-  EXPECT_EQ(shown("prv/trvsproj.prv"),
-            kHead + privateRecord("f", "f.prj", "/ann") + privateRecord("r", "r.prj", "/ann") +
-                privateRecord("a", "a.prj", "/ann") + privateRecord("b", "b.prj", "/ann"));
-  EXPECT_EQ(shown("pub/r.prj/trvsfold.pub"), "[DOCUMENT=/v;x_v;;x]\n");
-
-  SetProjectPrivateDir(project, "C:\\new");
-  EXPECT_EQ(shown("pub/trvsproj.pub"), publicFile);
-  EXPECT_EQ(shown("prv/trvsproj.prv"),
-            kHead + privateRecord("f", "f.prj", "/ann") + privateRecord("r", "r.prj", "C:\\new") +
-                privateRecord("a", "a.prj", "/ann") + privateRecord("b", "b.prj", "/ann"));
-  // The private directory alone writes the project's own pair anew, too.
-  EXPECT_EQ(shown("pub/r.prj/trvsfold.pub"), kHead + "[DOCUMENT=/v;x_v;;x]\n");
-  EXPECT_STREQ(GetProjectPublicDir(project), "/new/team");
-  EXPECT_STREQ(GetProjectPrivateDir(project), "C:\\new");
-  EXPECT_STREQ(GetProjectPrivateDir(FindProject(scratch_.openRoot(), "r")), "C:\\new");
-}
-
-TEST_F(Changes, DestroyProjectTakesOnlyItsRecords) {
-  TVHandle* root = scratch_.openRoot();
-  for (const char* name : {"b", "r", "a"}) CreateProject(root, name, "", "");
-  const Names files = scratch_.files();
-  DestroyProject(FindProject(root, "a"));
-  EXPECT_EQ(shown("pub/trvsproj.pub"),
-            kHead + publicRecord("r", "r.prj", "") + publicRecord("b", "b.prj", ""));
-  EXPECT_EQ(shown("prv/trvsproj.prv"),
-            kHead + privateRecord("r", "r.prj", "") + privateRecord("b", "b.prj", ""));
-  EXPECT_EQ(scratch_.files(), files);
-  EXPECT_EQ(support::projectNames(root), (Names{"b", "r"}));
-  // Its directory is still there, so a new one of that name gets another, at the end of the file.
-  CreateProject(root, "a", "", "");
-  EXPECT_EQ(shown("pub/trvsproj.pub"), kHead + publicRecord("r", "r.prj", "") +
-                                           publicRecord("b", "b.prj", "") +
-                                           publicRecord("a", "a0.prj", ""));
 }
 
 TEST_F(Changes, AddExistingArchiveAppendsOneLineToItsParentsFile) {

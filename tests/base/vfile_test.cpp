@@ -30,27 +30,6 @@ TEST_F(VFileTest, AppendsToTheFileThatReplacedTheOpenedOne) {
   EXPECT_EQ(bytes(), "new\nline\n");
 }
 
-TEST_F(VFileTest, ReplacesTheFileInClose) {
-  support::writeFile(path_, "old content");
-  VFile file{VPathString(path_)};
-  ASSERT_TRUE(file.open(VFile::kCreate));
-  EXPECT_EQ(file.writeText("14\r\n"), 4);
-  EXPECT_EQ(file.writeBytes(std::string_view("A\0", 2)), 2);
-  EXPECT_EQ(bytes(), "old content") << "until it is whole";
-  EXPECT_TRUE(file.open(VFile::kReadWrite)) << "closes first";
-  EXPECT_EQ(bytes(), std::string("14\r\nA\0", 6));
-  EXPECT_EQ(file.readBytes(2), "14");
-  EXPECT_EQ(file.writeText("!!!"), 3);
-  EXPECT_EQ(file.readAll(), std::string_view("\0", 1));
-  EXPECT_EQ(file.writeText("end"), 3);
-  EXPECT_TRUE(file.close());
-  EXPECT_EQ(bytes(), std::string("14!!!\0end", 9));
-  VFile fresh{VPathString(directory_ / "new.ack")};
-  EXPECT_TRUE(fresh.open(VFile::kCreate));
-  EXPECT_TRUE(fresh.close());
-  EXPECT_EQ(support::readFile(directory_ / "new.ack"), "");
-}
-
 TEST_F(VFileTest, ReadsOnlyWhenOpenedToRead) {
   support::writeFile(path_, "0123456789");
   VFile file{VPathString(path_)};

@@ -22,23 +22,5 @@ TEST(PathString, FallsIntoDirectoryAndFileName) {
   }
 }
 
-TEST(PathString, JoinsWithTheSeparatorThatIsThere) {
-  EXPECT_EQ(VPathString("c:\\dir").join("name"), VPathString("c:\\dir\\name"));
-  EXPECT_EQ(VPathString("/home/").join("name"), VPathString("/home/name"));
-  EXPECT_EQ(VPathString("").join("name"), VPathString("name"));
-}
-
-TEST(PathString, RemovesFilesOnly) {
-  const support::TemporaryDirectory directory;
-  const VPathString path = directory / "file";
-  EXPECT_FALSE(path.remove());
-  support::writeFile(directory / "file", "");
-  EXPECT_TRUE(path.exists());
-  EXPECT_TRUE(path.remove());
-  EXPECT_FALSE(path.exists());
-  EXPECT_FALSE(VPathString(directory.path()).remove());
-  EXPECT_TRUE(VPathString(directory.path()).exists());
-}
-
 }  // namespace
 }  // namespace foldapi

@@ -24,11 +24,5 @@ TEST(String, ToleratesNullsAndIndexesOutOfRange) {
   EXPECT_FALSE(VString(" \t").trimRight());
 }
 
-TEST(String, FormatsTextsOfAnyLength) {
-  const std::string longText(100000, 'x');
-  EXPECT_EQ(VString::format("[%s=%d]", longText.c_str(), 7).str(), "[" + longText + "=7]");
-  EXPECT_TRUE(VString::format("%s", "").isEmpty());
-}
-
 }  // namespace
 }  // namespace foldapi

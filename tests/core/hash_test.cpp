@@ -292,17 +292,5 @@ TEST(Hash, ForgetsOrDeletesItsValues) {
   EXPECT_EQ(walk->next(), nullptr);
 }
 
-TEST(Iterator, OutlivesItsTable) {
-  auto table = std::make_unique<TVHash>();
-  const KeyRule rule = {5, 0, 0};
-  TestValue value(1, rule);
-  table->add(&value);
-  TVIterator walk(*table);
-  table.reset();
-  EXPECT_EQ(walk.next(), nullptr);
-  walk.rewind();
-  EXPECT_EQ(walk.next(), nullptr);
-}
-
 }  // namespace
 }  // namespace foldapi

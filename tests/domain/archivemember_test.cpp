@@ -44,30 +44,6 @@ class DomainNames : public testing::Test {
   TVHandle keep_;
 };
 
-TEST_F(DomainNames, FormsOfAMembersNames) {
-  // Archive directory and name, work directory and name, the directories of project and folder.
-  const auto cases = support::table<9>(R"(
-      V:\v -> a_v -> s -> a -> V:\w -> m -> V:\w\m\s\a -> V:\v\a_v(V:\w\m\s\a) -> s\a(V:\v\a_v)
-      /v/ -> a_v -> s/ -> a -> /w/ -> m/ -> /w/m/s/a -> /v/a_v(/w/m/s/a) -> s/a(/v/a_v)
-      v -> a_v -> C:\x -> a -> V:\work -> m -> C:\x\a -> v\a_v(C:\x\a) -> C:\x\a(v\a_v)
-      v -> a_v -> \\host\x -> a -> V:\w -> m -> \\host\x\a -> v\a_v(\\host\x\a) -> \\host\x\a(v\a_v)
-      v -> a_v -> /x/y -> a -> /wk -> m -> /x/y/a -> v/a_v(/x/y/a) -> /x/y/a(v/a_v)
-      v -> a_v -> src -> a -> V:\work -> C:\f -> C:\f\src\a -> v\a_v(C:\f\src\a) -> src\a(v\a_v)
-      v -> a_v -> ./s/../t -> a -> /wk -> ../m -> /m/t/a -> v/a_v(/m/t/a) -> ./s/../t/a(v/a_v)
-      v -> a_v -> -> a -> -> -> a -> v/a_v(a) -> a(v/a_v)
-      v -> -> s -> a -> /w -> -> /w/s/a -> /w/s/a -> s/a(v)
-      -> a_v -> -> a -> /w -> -> /w/a -> a_v(/w/a) -> a(a_v)
-      v -> a_v -> 1:x -> 12:30 n. -> /w -> -> /w/1:x/12:30 n. -> v/a_v(/w/1:x/12:30 n.) -> 1:x/12:30 n.(v/a_v))");
-  for (const auto& [archivePath, archiveName, workPath, workName, project, folder, full, forToolkit,
-                    paired] : cases) {
-    const TVArchiveMemberHandle handle(
-        member({archivePath, archiveName, workPath, workName}, project.c_str(), folder.c_str()));
-    EXPECT_EQ(handle.fullWorkName().str(), full);
-    EXPECT_EQ(handle.toolkitName().str(), forToolkit);
-    EXPECT_EQ(handle.pairedName().str(), paired);
-  }
-}
-
 // Rows are a sort type and keys, each with the sign of its comparison after a blank; "!" before
 // the keys asks for exact case.
 TEST_F(DomainNames, KeysCompareWithTheFieldsOfTheSortType) {
@@ -114,19 +90,6 @@ TEST_F(DomainNames, KeysCompareWithTheFieldsOfTheSortType) {
           << key << " by " << static_cast<int>(c.sortType);
     }
   }
-}
-
-TEST_F(DomainNames, LongFormsShowDirectories) {
-  const TVHandle m = member({"v", "a_v", "w", "a"}, "", "");
-  const TVArchiveFolder folder("F", "dir", true, nullptr);
-  const TVProjectFolder project("P", TVProjectConfig(), "prv", "pub", nullptr);
-  const LongForm folders(&TVArchiveFolder::theClass);
-  EXPECT_EQ(m.nameWith(LongForm(&TVArchiveMember::theClass)).str(), "w/a\t(v/a_v)");
-  EXPECT_EQ(m.nameWith(LongForm(&TVArchiveMember::theClass, false)).str(), "a");
-  EXPECT_EQ(m.nameWith(folders).str(), "a");
-  EXPECT_EQ(folder.name(folders).str(), "F\tdir");
-  EXPECT_EQ(project.name(folders).str(), "P");
-  EXPECT_EQ(project.name(LongForm(&TVProjectFolder::theClass)).str(), "P\tprv");
 }
 
 // Creating and changing --------------------------------------------------------------------------

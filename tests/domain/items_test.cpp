@@ -53,28 +53,6 @@ TEST_F(Items, AnswerForTheRevisionAroundThem) {
   EXPECT_NE(static_cast<TVObject*>(add<TVPromotionLabel>("M", 0, revision)), label.object());
 }
 
-TEST_F(Items, LockedByFoldersHaveTwoTitles) {
-  project.open();
-  const struct {
-    const char* user;
-    size_t dropped;  // Characters of the title as it is stored.
-  } cases[] = {{"ann", 0}, {"", 0},    {"3com", 3}, {" +6", 6}, {"15", 15},
-               {"16", 16}, {"17", 16}, {"-1", 16},  {"0x5", 0}, {"99999999999999999999", 16}};
-  for (const auto& [user, dropped] : cases) {
-    TVProjectFolder owner("P", TVProjectConfig(), "", "", nullptr);
-    const TVLockedByFolder folder(user, "dir", &owner, TVCaching::kTransient);
-    EXPECT_EQ(folder.folderName().str(), std::string("Files Locked by ").substr(dropped)) << user;
-    EXPECT_EQ(folder.name(TVOptionArray()).str(), std::string("Files locked by ") + user);
-  }
-  const auto create = [this](const char* user) {
-    return TVLockedByFolderHandle::create(user, "d", project);
-  };
-  const TVLockedByFolderHandle ann = create("ann");
-  EXPECT_EQ(create("ben").object(), ann.object());
-  EXPECT_EQ(create("ben").lockerName().str(), "ann");
-  EXPECT_NE(create("3com").object(), ann.object());
-}
-
 TEST_F(Items, PromotionGroupsHaveNoKeyOfTheirOwn) {
   const auto create = [](const char* name, const TVHandle& parent, int version = 0) {
     return TVPromotionFolderHandle::create(name, parent, {.version = version});

@@ -89,19 +89,6 @@ TEST(CaseBlindNames, MeanTheOnlyEntryThatEqualsThem) {
   }
 }
 
-// A kept listing must not outlive a change of the directory.
-TEST(CaseBlindNames, FollowTheDirectory) {
-  const support::TemporaryDirectory directory;
-  setModified(directory.path(), 1'000'000'000 * kSecond);
-  EXPECT_FALSE(fileExists(directory / "a.txt"));
-  support::writeFile(directory / "A.TXT", "");
-  EXPECT_TRUE(fileExists(directory / "a.txt"));
-  support::writeFile(directory / "A.txt", "");
-  EXPECT_FALSE(fileExists(directory / "a.txt")) << "two entries equal it";
-  EXPECT_TRUE(removeFile(directory / "A.TXT"));
-  EXPECT_TRUE(fileExists(directory / "a.txt"));
-}
-
 TEST(FileStamps, AreSetWithoutTouchingTheAccessTime) {
   const support::TemporaryDirectory directory;
   const std::string path = directory / "f";
@@ -142,25 +129,6 @@ TEST(FileTests, TellKindAndRights) {
   EXPECT_FALSE(isDirectory(path));
   EXPECT_EQ(driveLetter("q:\\x"), 'q');
   EXPECT_EQ(driveLetter("q"), 0);
-}
-
-TEST(ReplaceFile, MakesWhatIsMissingAndRefusesWhatIsReadOnly) {
-  const support::TemporaryDirectory directory;
-  const std::string path = directory / "f";
-  EXPECT_TRUE(replaceFile(path, "new"));
-  struct stat status;
-  ASSERT_EQ(::stat(path.c_str(), &status), 0);
-  const mode_t mask = ::umask(0);
-  ::umask(mask);
-  EXPECT_EQ(status.st_mode & 07777, 0666 & ~mask);
-  ASSERT_EQ(::symlink("f", (directory / "link").c_str()), 0);
-  EXPECT_TRUE(replaceFile(directory / "LINK", std::string("a\0b\r\n", 5)));
-  EXPECT_EQ(support::readFile(path), std::string("a\0b\r\n", 5));
-  ASSERT_EQ(::chmod(path.c_str(), 0400), 0);
-  EXPECT_FALSE(replaceFile(path, "refused"));
-  EXPECT_EQ(support::readFile(path).size(), 5u);
-  EXPECT_FALSE(replaceFile(directory / "no/such/place", ""));
-  EXPECT_FALSE(replaceFile(directory.path(), ""));
 }
 
 }  // namespace

@@ -152,32 +152,5 @@ TEST_F(TextFileTest, LetsAReaderWriteIfNothingHappenedSince) {
   EXPECT_EQ(bytes(), "another\n");
 }
 
-TEST_F(TextFileTest, RefusesToCommitToAFileThatIsNoLongerThere) {
-  write("a\n");
-  const auto file = open(Access::kUpdate);
-  std::filesystem::rename(path_, path_ + ".old");
-  write("theirs\n");
-  file->append("b\n");
-  EXPECT_FALSE(file->commit());
-  EXPECT_TRUE(file->failed());
-  EXPECT_EQ(bytes(), "theirs\n");
-  EXPECT_EQ(support::readFile(path_ + ".old"), "a\n");
-}
-
-TEST_F(TextFileTest, WritesInPlaceWhereNoSiblingCanBe) {
-  write("a long old text\r\n");
-  const os_test::SystemCalls calls(
-      [](const os_test::Call& call) { return (call.flags & O_CREAT) != 0 ? EACCES : 0; });
-  const auto file = open(Access::kUpdate);
-  ASSERT_TRUE(file);
-  for (const char* text : {"short", "a text that is longer than the old one"}) {
-    file->clear();
-    file->append(text);
-    EXPECT_TRUE(file->commit());
-    EXPECT_EQ(bytes(), text);
-  }
-  EXPECT_EQ(tryOpen(Access::kUpdate), Failure::kBusy);
-}
-
 }  // namespace
 }  // namespace foldapi

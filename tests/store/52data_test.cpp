@@ -258,26 +258,6 @@ TEST_F(Merge, FoldersComeFromEitherFile) {
   }
 }
 
-TEST_F(Merge, RereadsFollowTheFileUnlessAChangeIsYetToBeWritten) {
-  const auto putBoth = [this](const std::string& mark) {
-    put("pub/trvsproj.pub", "[Project=A]\nCFG=" + mark + ".cfg\nDIR=a\nWKDIR=pub" + mark + "\n" +
-                                "[Project=B]\nCFG=" + mark + ".cfg\nDIR=b\nWKDIR=pub" + mark +
-                                "\n");
-    put("prv/trvsproj.prv", "[Project=A]\nCFG=\nDIR=a\nWKDIR=prv" + mark + "\n");
-  };
-  putBoth("1");
-  TVProjectRootHandle root = makeRoot();
-  TVHandle& a = child(root, "A");
-  a.markDirty();
-  putBoth("2");
-  const std::string b = "project B|2.cfg|pub2|pub2|pub/b|\n";
-  EXPECT_EQ(listing(root), "project A|1.cfg|pub1|prv1|pub/a|prv/a\n" + b);
-  a.object()->setDirty(false);
-  putBoth("2 ");
-  EXPECT_EQ(listing(root), "project A|2 .cfg|pub2 |prv2 |pub/a|prv/a\n" +
-                               replaced(replaced(b, "2.", "2 ."), "2|", "2 |"));
-}
-
 // What can't be read is not lost
 // -------------------------------------------------------------------
 

@@ -62,26 +62,5 @@ TEST_F(Store, PromotionListsThatGoInCirclesEnd) {
   }
 }
 
-TEST_F(Store, MembersReportWhatIsWrongWithTheirArchive) {
-  putProject();
-  put("pub/p/trvsfold.pub", "[Document=;;w;none]\n[Document=" + path("") + ";x_v;w;missing]\n");
-  TVProjectRootHandle root = makeRoot();
-  TVHandle& project = child(root, "P");
-  TVArchiveMemberHandle none(child(project, "none"));
-  TVArchiveMemberHandle missing(child(project, "missing"));
-  uint32_t value = 7;
-  EXPECT_EQ(none.status(&value), 5);
-  EXPECT_EQ(told(),
-            "notice Internal Error: No archive was specified for the current TRVS action. "
-            "Call KESTRIANS Replyline.\n");
-  EXPECT_EQ(missing.creationTime(&value), 2);
-  EXPECT_EQ(value, 0u);
-  EXPECT_EQ(told(),
-            "notice Unable to access the archive x_v. Either the archive does not exist, or "
-            "is not a TRVS archive.\n");
-  EXPECT_TRUE(TVArchiveMemberHandle::create({"v", "", "w", ""}, project).isNull());
-  EXPECT_EQ(told(), "notice " + FolderMessage(kFolderNoWorkfileName).str() + "\n");
-}
-
 }  // namespace
 }  // namespace store_test

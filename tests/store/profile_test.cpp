@@ -85,14 +85,6 @@ TEST_F(StoreProfileTest, AnUnusableProfileIsReportedAndTheDefaultsServe) {
   EXPECT_EQ(privateRoot.str(), data("TRVSPRIV"));
 }
 
-TEST_F(StoreProfileTest, NoProfileIsAnsweredWithoutAMessage) {
-  EXPECT_EQ(readProfile("", "[S]", "K", nullptr, 100, context_), VString());
-  EXPECT_EQ(readProfile("", "[S]", "K", "d", 100, context_), VString("d"));
-  EXPECT_FALSE(writeProfile("", "[S]", "K", "v", context_));
-  EXPECT_EQ(readProfile(profile_, "[S]", "K", "d", 100, context_), VString("d"));
-  EXPECT_EQ(sink_.told(), "");
-}
-
 TEST_F(StoreProfileTest, ReportsNameWhatTheCodeIsAbout) {
   std::string want;
   for (const auto& [code, subject] : {std::pair{0, ""},
@@ -107,17 +99,6 @@ TEST_F(StoreProfileTest, ReportsNameWhatTheCodeIsAbout) {
     if (code != 0) want += "notice " + IniFileMessage(code, subject).str() + "\n";
   }
   EXPECT_EQ(sink_.told(), want);
-}
-
-TEST_F(StoreProfileTest, NumbersAreCutTo16Bits) {
-  put("[TRVSGUI]\nA=12\nB=-3 apples\nC=65537\nD=words\nE=00000000123\n[T]\nA=5\n");
-  EXPECT_EQ(profileNumber(nullptr, "A", 9), 12);
-  EXPECT_EQ(profileNumber("", "B", 9), -3);
-  EXPECT_EQ(profileNumber(nullptr, "C", 9), 1);
-  EXPECT_EQ(profileNumber(nullptr, "D", 9), 0);
-  EXPECT_EQ(profileNumber(nullptr, "E", 9), 1) << "only 9 characters are read";
-  EXPECT_EQ(profileNumber("[T]", "A", 9), 5);
-  EXPECT_EQ(profileNumber(nullptr, "F", 9), 9);
 }
 
 TEST_F(StoreProfileTest, LaunchListsTheProjectOnceAndStartsTheProgram) {

@@ -29,16 +29,6 @@ std::string told(const ArchiveSummary& from, int32_t result) {
   return text.str();
 }
 
-std::string bigEndian32(int32_t value) {
-  const auto bits = static_cast<uint32_t>(value);
-  return {static_cast<char>(bits >> 24), static_cast<char>(bits >> 16),
-          static_cast<char>(bits >> 8), static_cast<char>(bits)};
-}
-
-std::string trailer(int32_t first, int32_t second, char tag = 4) {
-  return tag + bigEndian32(first) + bigEndian32(second);
-}
-
 class ArchiveInfoTest : public testing::Test {
  protected:
   std::string load(const std::string& bytes) {
@@ -102,26 +92,6 @@ TEST_F(ArchiveInfoTest, ABlockOfAnySizeIsReadWhole) {
     const std::string records = archiveRecord('I', text) + archiveRecord('V', "xend");
     EXPECT_EQ(load(archiveWithBlock("", records)), "0 0 0 0 0 end|" + text + "||");
     EXPECT_EQ(load(archiveWithBlock("filler", records)), "0 0 0 0 0 end|" + text + "||");
-  }
-}
-
-TEST_F(ArchiveInfoTest, WhatIsNoArchiveGives28AndNothingElse) {
-  const std::string block = archiveRecord('V', "xok") + "@";
-  const auto size = static_cast<int32_t>(block.size());
-  ASSERT_EQ(load(block + trailer(-size - 9, -size)), "0 0 0 0 0 ok|||") << "the form that is good";
-  const std::pair<const char*, std::string> cases[] = {
-      {"an empty file", ""},
-      {"shorter than a trailer", trailer(-9, 0).substr(1)},
-      {"wrong tag", block + trailer(-size - 9, -size, 5)},
-      {"difference of 8", block + trailer(-size - 8, -size)},
-      {"a block that begins before the file", block + trailer(-size - 10, -size - 1)},
-      {"a block after the trailer", block + trailer(-8, 1)},
-      {"a difference of 9 by overflow only", block + trailer(INT32_MAX, INT32_MIN + 8)},
-      {"the farthest distance", block + trailer(INT32_MIN, INT32_MIN + 9)},
-  };
-  for (const auto& [why, bytes] : cases) EXPECT_EQ(load(bytes), "28 0 0 0 0 |||") << why;
-  for (const std::string& path : {directory_ / "missing", directory_.path()}) {
-    EXPECT_EQ(TVArchiveInfo52(VPathString(path)).Load(), 28);
   }
 }
 

@@ -65,31 +65,6 @@ TEST_F(ToolkitConfiguration, ReadsMasterThenProjectThenLocal) {
   }
 }
 
-// A real fault: the toolkit was not called at all, and answered for the project before.
-TEST_F(ToolkitConfiguration, LeavesTheDefaultsWhereThereIsNoFile) {
-  writeFile(directory / "own.cfg", "VCSDIR = own\n");
-  writeFile(directory / "vcs.cfg", "EXCLUSIVELOCK\n");
-  const struct {
-    const char* root;
-    const char* project;
-    LocalFile local;
-    Loaded result;
-  } cases[] = {
-      {"", "none.cfg", kLeftOut, Loaded::kProjectMissing},
-      {"gone.cfg", "none.cfg", kLeftOut, Loaded::kProjectMissing},
-      {"none.cfg", "NONE.cfg", kLeftOut, Loaded::kAll},
-      {"", "", kLeftOut, Loaded::kAll},
-      {"", "", kRead, Loaded::kAll},
-  };
-  for (const auto& c : cases) {
-    SCOPED_TRACE(std::string(c.root) + " " + c.project);
-    ASSERT_EQ(LoadConfiguration("", "own.cfg", kLeftOut), Loaded::kAll);
-    ASSERT_EQ(configurationText(TRVS_ITEM_ARCHIVE_DIRECTORIES).str(), "own");
-    EXPECT_EQ(LoadConfiguration(c.root, c.project, c.local), c.result);
-    EXPECT_EQ(configurationText(TRVS_ITEM_ARCHIVE_DIRECTORIES).str(), "");
-  }
-}
-
 constexpr const char* kTail =
     ". The archive directory could not be set. Before you can check files into archives, you must "
     "use Project / Configure Project / Archive Directories in TRVS Trevault to select an archive "

@@ -57,11 +57,5 @@ TEST(Messages, EveryTextIsThatOfTheGoldenFile) {
   for (size_t i = 0; i < got.size(); ++i) EXPECT_EQ(got[i], want[i]);
 }
 
-TEST(Messages, NullAndEmptyArguments) {
-  EXPECT_EQ(ToolkitMessage(2, ""), VString("Cannot find archive.\n\nPath name: "));
-  EXPECT_EQ(FolderFileMessage(8, nullptr), VString("File  does not exist."));
-  EXPECT_EQ(DirectiveMessage(21, 0, "a", nullptr, nullptr), DirectiveMessage(21, 0, "a", "b", ""));
-}
-
 }  // namespace
 }  // namespace foldapi

@@ -314,39 +314,6 @@ TEST(Options, KeepTheDateOfTheLastChoice) {
   }
 }
 
-TEST(Options, SetSingleBits) {
-  TVGetOptions get;
-  get.setFlag8(true);
-  EXPECT_EQ(get.flags, 0x8U);
-  TVPutOptions put;
-  put.setBranch(true);
-  put.setOlder(true);
-  EXPECT_EQ(put.flags, 0xcU);
-  put.setBranch(false);
-  EXPECT_EQ(put.flags, 0x8U);
-  TVDiffOptions diff;
-  diff.setIgnoreSpace(true);
-  diff.setIgnoreCase(true);
-  diff.setIgnoreLineEnds(true);
-  diff.setHeading(false);
-  diff.setExpandKeywords(false);
-  EXPECT_EQ(diff.flags, 0x1fU);
-  diff.setHeading(true);
-  diff.setIgnoreCase(false);
-  EXPECT_EQ(diff.flags, 0x15U);
-  TVLogOptions log;
-  log.setOldestFirst(true);
-  log.setNoHeading(true);
-  const uint32_t bits[] = {0, 0, 0x20, 0x80, 0x10, 0x40, 0x1, 0x2, 0x8, 0};
-  for (int mode = 0; mode <= 9; ++mode) {
-    log.setMode(mode);
-    EXPECT_EQ(log.flags, 0x104 | bits[mode]);
-    EXPECT_EQ(log.mode(), mode == 0 || mode == 9 ? 1 : mode);
-  }
-  log.flags = 0x104 | 0x20 | 0x80;
-  EXPECT_EQ(log.mode(), 0);
-}
-
 TEST_F(Operations, CheckOptionsAgainstTheProjectThatTheyAreFor) {
   fakeToolkit().items = {{TRVS_ITEM_PROMOTION_GROUPS, std::string("A\0C\0B\0C\0\0", 9)}};
   fakeToolkit().groups = {{"A", int16_t{2}}, {"B", int16_t{2}}, {"C", int16_t{4}}};
@@ -390,24 +357,6 @@ TEST_F(Operations, CheckOptionsAgainstTheProjectThatTheyAreFor) {
 
   TVDiffOptions diff;
   EXPECT_TRUE(diff.prepare(&member, TVAlert::kAtEnd));
-}
-
-TEST_F(Operations, CheckTheRangesOfAReport) {
-  TVLogOptions log;
-  EXPECT_TRUE(log.validate(project, TVAlert::kAtEnd));
-  log.revisionFrom = "1.*";
-  log.revisionTo = "*";
-  EXPECT_FALSE(log.validate(project, TVAlert::kAtEnd));
-  EXPECT_EQ(sink.told(), "notice Range character \"*\" not allowed in revision numbers\nalert\n");
-  log.revisionFrom = log.revisionTo = "1.2";
-  log.dateFrom = "nonsense";
-  log.dateTo = "*";
-  EXPECT_FALSE(log.validate(project, TVAlert::kNone));
-  const std::string told = sink.told();
-  EXPECT_TRUE(told.starts_with("notice ") && told.find("notice", 1) == std::string::npos) << told;
-  log.dateTo = "rubbish";
-  EXPECT_FALSE(log.validate(project, TVAlert::kAtEnd));
-  EXPECT_NE(sink.told().find("rubbish"), std::string::npos);
 }
 
 }  // namespace
