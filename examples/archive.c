@@ -28,7 +28,7 @@ static struct {
 static void report(int32_t status, const char* what) {
   printf("%-52s %s\n", what, status == 0 ? "done" : "FAILED");
   if (status == 0) return;
-  fprintf(stderr, "archive: %s: status %d\n", what, (int)status);
+  fprintf(stderr, "archive: %s: %s\n", what, TrvsStatusText(status));
   exit(1);
 }
 

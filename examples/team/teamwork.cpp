@@ -17,7 +17,7 @@ namespace {
 
 void expectDone(int32_t status, const std::string& what) {
   if (status == 0) return;
-  throw std::runtime_error("can't " + what + ": status " + std::to_string(status));
+  throw std::runtime_error("can't " + what + ": " + TrvsStatusText(status));
 }
 
 // As an archive stores it: from the highest bit years since 1980 (7), month (4), day (5), hours

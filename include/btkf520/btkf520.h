@@ -1,3 +1,4 @@
+/* clang-format off */
 /* btkf520.h: the archive toolkit: archives of revisions, their configuration, users and promotion
  * models.
  *
@@ -10,10 +11,11 @@
  *            Registered functions are kept until others replace them.
  * Text       bytes, never converted: names keep the code page of the file that they come from.
  * Sizes      in bytes, the NUL at the end included.
- * Failure    every function gives a TrvsStatus, TRVS_DONE for success. What a function would fill
- * is untouched with any other. All may give TRVS_INTERNAL_ERROR, TRVS_MISUSE and TRVS_NO_MEMORY,
- * and those with a buffer TRVS_BUFFER_TOO_SMALL: each function names the others. The texts for them
- * are the client's. */
+ * Failure    every function gives a TrvsStatus, TRVS_DONE for success, unless told otherwise. What
+ *            a function would fill is untouched with any other. All may give TRVS_INTERNAL_ERROR,
+ *            TRVS_MISUSE and TRVS_NO_MEMORY, and those with a buffer TRVS_BUFFER_TOO_SMALL: each
+ *            function names the others. TrvsStatusText says them in words. */
+/* clang-format on */
 #ifndef BTKF520_BTKF520_H
 #define BTKF520_BTKF520_H
 
@@ -24,6 +26,16 @@ extern "C" {
 #endif
 
 #define TRVS_EXPORT __attribute__((visibility("default")))
+
+/* The version that this header describes; TrvsVersion gives that of the loaded library. A client
+ * works with each library of the same major version that is not older. */
+#define TRVS_VERSION_MAJOR 1
+#define TRVS_VERSION_MINOR 0
+#define TRVS_VERSION_PATCH 0
+#define TRVS_VERSION (TRVS_VERSION_MAJOR * 10000 + TRVS_VERSION_MINOR * 100 + TRVS_VERSION_PATCH)
+
+/* Gives TRVS_VERSION of the library. */
+TRVS_EXPORT int32_t TrvsVersion(void);
 
 /* ---- Statuses ---- */
 
@@ -84,6 +96,10 @@ typedef enum TrvsStatus {
   TRVS_CANNOT_READ_CONFIGURATION = 107, /* not a regular file, too large, or unreadable */
   TRVS_DISALLOWED = 109                 /* the master file disallows this directive */
 } TrvsStatus;
+
+/* A status in a few English words, such as "no such archive", for a program's log. "unknown status"
+ * for any other number. Lasts as long as the library. */
+TRVS_EXPORT const char* TrvsStatusText(int32_t status);
 
 /* ---- Start ---- */
 

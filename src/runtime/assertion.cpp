@@ -2,16 +2,28 @@
 #include "runtime/assertion.h"
 
 #include <cstdio>
+#include <string>
+
+#include "os/environment.h"
 
 namespace foldapi {
 namespace {
 
-void printToStandardOutput(const char* text) {
-  std::fputs(text, stdout);
-  std::fflush(stdout);
+// The program's own output may be for another program to read, so its user can turn this away.
+std::FILE* chosenStream() {
+  const std::string choice = os::environmentVariable("TRVS_ASSERTIONS").value_or("stdout");
+  if (choice == "none") return nullptr;
+  return choice == "stderr" ? stderr : stdout;
 }
 
-constinit AssertionTarget theTarget = printToStandardOutput;
+void print(const char* text) {
+  static std::FILE* const stream = chosenStream();
+  if (stream == nullptr) return;
+  std::fputs(text, stream);
+  std::fflush(stream);
+}
+
+constinit AssertionTarget theTarget = print;
 
 }  // namespace
 
@@ -23,7 +35,7 @@ void assertFail(const char* file, unsigned line) {
 
 AssertionTarget setAssertionTarget(AssertionTarget target) {
   const AssertionTarget old = theTarget;
-  theTarget = target == nullptr ? printToStandardOutput : target;
+  theTarget = target == nullptr ? print : target;
   return old;
 }
 

@@ -114,6 +114,14 @@ TEST_F(Session, TheUserIdComesFromTheAccountOrAVariable) {
   EXPECT_EQ(TrvsGetUserInfo(nullptr, 4, nullptr, 0, nullptr), TRVS_MISUSE);
 }
 
+TEST_F(Session, StatusesHaveTexts) {
+  EXPECT_STREQ(TrvsStatusText(TRVS_WOULD_OVERWRITE), "there is a file already");
+  for (const int32_t none : {-1, 7, 110, INT32_MAX}) {
+    EXPECT_STREQ(TrvsStatusText(none), "unknown status");
+  }
+  EXPECT_EQ(TrvsVersion(), TRVS_VERSION);
+}
+
 TEST_F(Session, StatesKnowNothingOfOneAnother) {
   load("VCSDIR=first\n");
   TrvsState* state = nullptr;

@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "runtime/assertion.h"
+#include "support/childprocess.h"
 
 namespace foldapi {
 namespace {
@@ -72,15 +73,29 @@ TEST_F(EmptyHeap, FreesOnlyWhatIsThere) {
   EXPECT_EQ(theFreedBlocks, 1);
 }
 
-TEST(Assertion, PrintsAndGoesOn) {
-  testing::internal::CaptureStdout();
-  assertFail("52data.cpp", 266);
-  EXPECT_EQ(testing::internal::GetCapturedStdout(), "Assertion Failed: 52data.cpp 266\n");
-  static std::string text;
-  setAssertionTarget([](const char* message) { text = message; });
-  assertFail("52data.cpp", 838);
-  EXPECT_EQ(text, "Assertion Failed: 52data.cpp 838\n");
-  setAssertionTarget(nullptr);
+TEST(Assertion, GoesWhereTheEnvironmentSaidFirst) {
+  const std::string text = "Assertion Failed: 52data.cpp 838\n";
+  const struct {
+    const char* choice;
+    std::string out;
+    std::string err;
+  } cases[] = {{"", text, ""}, {"stdout", text, ""}, {"stderr", "", text}, {"none", "", ""}};
+  for (const auto& c : cases) {
+    support::ChildProcess process([&](support::ChildProcess&) {
+      testing::internal::CaptureStdout();
+      testing::internal::CaptureStderr();
+      setenv("TRVS_ASSERTIONS", c.choice, 1);
+      setAssertionTarget([](const char*) {});
+      assertFail("52data.cpp", 1);
+      setAssertionTarget(nullptr);
+      assertFail("52data.cpp", 838);
+      return testing::internal::GetCapturedStdout() == c.out &&
+                     testing::internal::GetCapturedStderr() == c.err
+                 ? 0
+                 : 1;
+    });
+    EXPECT_EQ(process.finish(), 0) << c.choice;
+  }
 }
 
 }  // namespace

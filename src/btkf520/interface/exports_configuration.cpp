@@ -44,6 +44,8 @@ bool isReadMode(int32_t mode) {
 
 }  // namespace
 
+int32_t TrvsVersion(void) { return TRVS_VERSION; }
+
 int32_t TrvsNewState(TrvsState** state) {
   return guarded([&] {
     if (state == nullptr) return TRVS_MISUSE;
