@@ -305,6 +305,12 @@ static void printRoot(TVHandle* root) {
   free(projects.handles);
 }
 
+/* Says why the last call did less than it was asked to, if it did. */
+static void tellWhy(void) {
+  const char* message = FoldapiLastMessage();
+  if (message[0] != 0) fprintf(stderr, "walk: %s\n", message);
+}
+
 static int usage(FILE* out, int code) {
   fputs(
       "usage: walk [PUBLIC_ROOT [PRIVATE_ROOT]]\n"
@@ -320,9 +326,11 @@ int main(int argc, char** argv) {
 
   TVHandle* root = Init(argc > 1 ? argv[1] : "", argc > 2 ? argv[2] : "");
   if (root == NULL || OpenProjectRoot(root) < 0) {
+    tellWhy();
     fputs("walk: the project database can't be opened\n", stderr);
     return EXIT_FAILURE;
   }
+  tellWhy();
   printRoot(root);
   CloseProjectRoot(root);
 

@@ -303,6 +303,7 @@ typedef enum TrvsGroupKind {
  * sensitive. *kind receives a TrvsGroupKind, and a group that does not exist is no failure. */
 TRVS_EXPORT int32_t TrvsVerifyPromoTreeNodeExist(const char* group, int16_t* kind);
 
+/* clang-format off */
 /* ---- Archives ----
  *
  * For all functions from here on:
@@ -329,6 +330,7 @@ TRVS_EXPORT int32_t TrvsVerifyPromoTreeNodeExist(const char* group, int16_t* kin
  * A function that finds a revision may also give TRVS_NO_SUCH_LABEL, TRVS_NO_REVISION and
  * TRVS_NO_REVISIONS. With any status but TRVS_DONE the archive is as it was before, unless told
  * otherwise. */
+/* clang-format on */
 
 /* The only context that there is. */
 enum { TRVS_CONTEXT = -1 };

@@ -1,3 +1,4 @@
+/* clang-format off */
 /* foldapi.h: walk, query and change a project database.
  *
  * A database is a root that lists projects. A project holds folders and archives, a folder holds
@@ -11,44 +12,70 @@
  *       puts(GetProjectName(p));
  *     CloseProjectRoot(root);
  *
- * Threads    One at a time. Only the text buffers are a thread's own.
+ * Threads    One at a time. Only the text buffers and the last message are a thread's own.
  *
- * Handles    Every handle belongs to the library, and a client frees none. The root handle lives as
- *            long as the library. Any other one belongs to the handle that it was walked or found
- *            from, its parent, and dies when the parent's open count falls to 0, whatever its own
- *            count is. So whoever wants to keep children keeps the parent open. Null, and a handle
- *            that is closed, destroyed or of another kind than the function wants, is answered like
- *            a handle that stands for nothing: "", null, 0 or -1, and a change does nothing.
+ * Handles    Root, projects, folders, archives, branches, revisions and labels are all handles.
+ *            Each belongs to the library, and a client frees none. The root handle lives as long as
+ *            the library. Any other one belongs to the handle that it was walked or found from, its
+ *            parent, and dies when the parent's open count falls to 0, whatever its own count is.
+ *            So whoever wants to keep children keeps the parent open. Null, and a handle whose
+ *            parent was closed, that was destroyed, or that is of another kind than the function
+ *            wants, is answered like a handle that stands for nothing: "", null, 0 or -1, and a
+ *            change does nothing.
  *
  * Opening    Each open raises the open count by 1 and each close lowers it. The open that takes it
  *            from 0 reads the data files; what others change later shows after the last close and
  *            the next open, or once a change of one's own had to read them again. The open
  *            functions and the close functions give the new count, or -1 for a handle that stands
- *            for nothing; closing a handle that is not open gives -1 as well.
+ *            for nothing; closing a handle that is not open gives -1 as well. Counts have 16 bits:
+ *            nothing may be open more than 32767 times.
  *
  * Walks      A "first" function opens the parent once more, and the "next" function that reaches
  *            the end closes it. So a walk that runs to its end is balanced; whoever leaves one
  *            early calls the parent's close function. There is one cursor for each parent: walks
  *            of the same parent can't be nested. A find leaves it where it is, unless it has to
  *            sort first, after a change of the sort type or an addition: a sort takes it back
- *            to the first child.
+ *            to the first child. Changes during a walk: a child that goes away is passed over, and
+ *            one that is added comes last.
  *
- * Finds      A find ignores the case of the letters A to Z and gives the first match, or null. Keep
- *            the parent open while the result is in use.
+ * Finds      Names that differ in case alone are different names, but a find ignores the case of
+ *            the letters A to Z and gives the first match, or null. Keep the parent open while the
+ *            result is in use.
  *
  * Text       Strings in are NUL-terminated, in the bytes of the data files (no encoding is asked
  *            for), and copied before the function returns; null counts as "". Strings out are never
  *            null. Each lies in one of 16 buffers of the calling thread, used in turn: it outlasts
  *            15 more calls that give text, so copy what must last longer.
  *
+ * Times      GetCreationTime packs a time from the lowest bit on; times that are given to the
+ *            archive toolkit (btkf520.h) are packed from the highest bit on.
+ *
  * Failure    Null, 0 or -1, as told at each function; FoldapiLastMessage tells why, where there is
- * a message. No function exits or throws. A function without a result shows success only by reading
- * the value back: a change that could not be stored does not show. What it had made is removed,
- * what it had destroyed is back under a new handle, and values are those on disk.
+ *            a message. No function exits or throws. A function without a result shows success only
+ *            by reading the value back: a change that could not be stored does not show. What it
+ *            had made is removed, what it had destroyed is back under a new handle, and values are
+ *            those on disk.
+ *
+ * Waits      Opening the root and every change take the data files that they need from other
+ *            processes; the first open of a project that has no private directory yet is a change.
+ *            A file that another process is changing is waited for, up to five seconds for each
+ *            file. Nothing else waits: other opens read beside whoever changes a file.
  *
  * Paths      Separators are "\" and "/" alike. A drive ("V:") or a share ("\\server\share") is
- *            looked up in section [TRVSPATHS] of the profile KSTR.INI. Names on disk match without
- *            regard to case if there is no exact match. */
+ *            looked up in section [TRVSPATHS] of the profile. Names on disk match without regard to
+ *            case if there is no exact match.
+ *
+ * Profile    The file that the environment variable KSTR_INI names, else trevault/KSTR.INI in the
+ *            user's configuration directory ($XDG_CONFIG_HOME, else ~/.config).
+ *
+ * User       The current user is the account of the process's effective user, unless the project's
+ *            configuration names an environment variable for it: USERID.
+ *
+ * Output     Some checks of the library that fail, one at every change among them, print a line
+ *            "Assertion Failed: FILE LINE" to standard output and mean nothing to a client. The
+ *            environment variable TRVS_ASSERTIONS sends them elsewhere: "stdout", "stderr" or
+ *            "none". It is read once, when the first one comes. */
+/* clang-format on */
 #ifndef FOLDAPI_FOLDAPI_H
 #define FOLDAPI_FOLDAPI_H
 
@@ -68,7 +95,7 @@ extern "C" {
 #define FOLDAPI_VERSION \
   (FOLDAPI_VERSION_MAJOR * 10000 + FOLDAPI_VERSION_MINOR * 100 + FOLDAPI_VERSION_PATCH)
 
-/* A place in the database: the root, a project, a folder or an archive. Opaque. */
+/* A place in the database or in an archive: see "Handles". Opaque. */
 typedef struct TVHandle TVHandle;
 
 /* Session. --------------------------------------------------------------------------------------*/
@@ -79,13 +106,15 @@ typedef struct TVHandle TVHandle;
  * Gives 1, or 0 if the toolkit could not start. */
 FOLDAPI_EXPORT int32_t DllMain(void* module, uint32_t reason, void* reserved);
 
-/* Sets the root's two directories and gives the root handle. They hold trvsproj.pub and
- * trvsproj.prv, the lists of projects; neither is touched before the root is opened. An empty or
- * null text takes its value from the profile: TRVSPROJ and TRVSPRIV in section [TRVSGUI]. Where the
- * profile has none, a default under the user's data directory is taken and written to the profile.
- * Gives null if no root could be made; then the root is as it was before. Otherwise all handles and
- * counts of an earlier Init are gone, and the pointer is always the same. Unusable directories do
- * not fail here: their walk is empty. */
+/* Sets the root's two directories, the public one first (CreateProject takes the private one
+ * first), and gives the root handle. They hold trvsproj.pub and trvsproj.prv, the lists of
+ * projects; neither is touched before the root is opened. An empty or null text takes its value
+ * from the profile: TRVSPROJ and TRVSPRIV in section [TRVSGUI]. Where the profile has none, a
+ * default under the user's data directory is taken and written to the profile. Gives null if no
+ * root could be made; then the root is as it was before. Otherwise all handles and counts of an
+ * earlier Init are gone, and the pointer is always the same. Unusable directories do not fail here:
+ * their walk is empty. Directories that aren't there are made when the root is opened, so a
+ * mistyped one looks like an empty database. */
 FOLDAPI_EXPORT TVHandle* Init(const char* publicRoot, const char* privateRoot);
 
 /* Root. -----------------------------------------------------------------------------------------*/
@@ -95,9 +124,9 @@ FOLDAPI_EXPORT const char* GetRootPublicDir(TVHandle* root);
 FOLDAPI_EXPORT const char* GetRootPrivateDir(TVHandle* root);
 
 /* Open reads trvsproj.pub, then trvsproj.prv, and makes the one that is missing. Each is kept from
- * other processes while it is read; one that another process is changing is waited for, up to five
- * seconds. A file that can't be read leaves the projects out that it would give, and still counts
- * as opened. */
+ * other processes while it is read, so reading takes the right to write them, trvsproj.pub too; one
+ * that another process is changing is waited for. A file that can't be read leaves the projects out
+ * that it would give, and still counts as opened. */
 FOLDAPI_EXPORT int32_t OpenProjectRoot(TVHandle* root);
 FOLDAPI_EXPORT int32_t CloseProjectRoot(TVHandle* root);
 
@@ -112,10 +141,11 @@ FOLDAPI_EXPORT TVHandle* FindProject(TVHandle* root, const char* name);
 
 /* Creates a project: its two data directories (under the root directories, named after the project
  * in 8.3 form, as in "MyPrjct.prj"), their trvsfold files, a configuration file, and its records in
- * trvsproj.pub and trvsproj.prv. `privateWorkDir` and `publicWorkDir` are where the workfiles of a
- * user and of the team are; they are not created. A project that exists already stays as it is. A
- * name that is empty or has a "]" in it, or any text with a line break, creates nothing: the data
- * files can't hold it. To see whether it worked, find the project. */
+ * trvsproj.pub and trvsproj.prv. `privateWorkDir` and `publicWorkDir`, the private one
+ * first, are where the workfiles of a user and of the team are; they are not created. A project
+ * that exists already stays as it is. A name that is empty or has a "]" in it, or any text with a
+ * line break, creates nothing: the data files can't hold it. To see whether it worked, find the
+ * project. */
 FOLDAPI_EXPORT void CreateProject(TVHandle* root, const char* name, const char* privateWorkDir,
                                   const char* publicWorkDir);
 
@@ -153,7 +183,8 @@ FOLDAPI_EXPORT void DestroyProject(TVHandle* project);
 
 /* Folders. --------------------------------------------------------------------------------------*/
 
-/* Walk the folders of a project in the order of their names. */
+/* Walk the folders of a project in the order of their names. No function here makes one: that is
+ * done by the graphical program. */
 FOLDAPI_EXPORT TVHandle* GetFirstFolder(TVHandle* project);
 FOLDAPI_EXPORT TVHandle* GetNextFolder(TVHandle* project);
 
@@ -237,7 +268,8 @@ FOLDAPI_EXPORT const char* GetArchiveDescription(TVHandle* archive);
 /* The names of the users who may use the archive, as it keeps them; "" for all, and on failure. */
 FOLDAPI_EXPORT const char* GetAccessList(TVHandle* archive);
 
-/* The names of the users who hold locks, one for each lock, separated by ",". "" on failure. */
+/* The names of the users who hold locks, one for each lock, separated by ",". Who holds which
+ * revision is told by the toolkit's revision tree (btkf520.h). "" on failure. */
 FOLDAPI_EXPORT const char* GetLockerList(TVHandle* archive);
 
 /* The time when the archive was created, packed from the lowest bit: 7 bits years since 1980,

@@ -18,4 +18,4 @@ EXPECTED
 
 expect 2 "$@" "$archive"
 expect 1 "$@" "$archive" "$dir"
-grep -q 'status 3$' "$dir/err"  # The archive is there already.
+grep -q "there is a file of the archive's name$" "$dir/err"

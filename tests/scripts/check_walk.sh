@@ -23,5 +23,9 @@ grep -q '^usage: walk' "$dir/err"
 expect 2 "$@" "$walk" --unknown
 expect 0 "$@" "$walk" --help
 grep -q '^usage: walk' "$dir/out"
+# The library's own words where the lists of projects can't be read.
+mkdir -p "$dir/bad/pub/trvsproj.pub"
+expect 0 "$@" "$walk" "$dir/bad/pub" "$dir/bad/prv"
+grep -q '^walk: Unable to write ' "$dir/err"
 # A full disk at the other end of the output.
 expect 1 sh -c 'exec "$@" > /dev/full' sh "$@" "$walk"
