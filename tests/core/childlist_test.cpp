@@ -11,9 +11,13 @@
 #include "domain/projectfolder.h"
 #include "domain/promotionfolder.h"
 #include "store/format52.h"
+#include "support/handles.h"
 
 namespace foldapi {
 namespace {
+
+using support::children;
+using support::names;
 
 const VClassRecord* const kMember = &TVArchiveMember::theClass;
 const VClassRecord* const kFolder = &TVArchiveFolder::theClass;
@@ -38,19 +42,6 @@ class ChildLists : public testing::Test {
   TVObject* addMember(const char* dir, const char* name) {
     return add<TVArchiveMember>(TVMemberNames{"v", "x_v", dir, name});
   }
-  static std::vector<TVHandle*> walk(TVHandle& handle) {
-    std::vector<TVHandle*> all;
-    for (TVHandle* it = &handle.first(nullptr); !it->isNull(); it = &handle.next(nullptr)) {
-      all.push_back(it);
-    }
-    return all;
-  }
-  std::string names() {
-    std::string text;
-    for (const TVHandle* handle : walk(shelf)) text += handle->name().str() + " ";
-    return text;
-  }
-
   TVHandle shelf{nullptr, new Shelf};
 };
 
@@ -213,7 +204,7 @@ class Seeded : public ChildLists {
     return upTo(2) == 0 ? name().str() : name().join(name()).str();
   }
   void compareFinds(bool changed) {
-    const std::vector<TVHandle*> all = walk(shelf);
+    const std::vector<TVHandle*> all = children(shelf);
     for (int i = 0; i < 12; ++i) {
       const VClassRecord* records[] = {kMember, kMember, kFolder, kGroup, nullptr};
       const VClassRecord* record = kinds == 0 ? kLabel : records[upTo(5)];
@@ -242,15 +233,15 @@ TEST_F(Seeded, SortsAndFindsLikeTheTwin) {
     shelf = TVHandle(nullptr, new Shelf);
     fill();
     shelf.open();
-    const size_t count = walk(shelf).size();
+    const size_t count = children(shelf).size();
     for (int round = 0; round < 6; ++round) {
-      const std::vector<TVHandle*> all = walk(shelf);
+      const std::vector<TVHandle*> all = children(shelf);
       ASSERT_EQ(all.size(), count);
       for (size_t i = 1; i < count; ++i) EXPECT_LE(rules.compare(*all[i - 1], *all[i]), 0);
       compareFinds(false);
       changeRule();
     }
-    walk(shelf);
+    children(shelf);
     for (int change = 0; change < 3 && count > 0; ++change) {
       changeKey();  // The order stays until a sort is due.
       compareFinds(true);
@@ -261,13 +252,13 @@ TEST_F(Seeded, SortsAndFindsLikeTheTwin) {
 TEST_F(ChildLists, AKeyChangedBetweenFindsCounts) {
   for (const char* name : {"a", "b", "c"}) add<TVArchiveFolder>(name, name, false);
   shelf.open();
-  const std::vector<TVHandle*> all = walk(shelf);
+  const std::vector<TVHandle*> all = children(shelf);
   EXPECT_EQ(&shelf.find("a", VCase::kIgnored, kFolder, TVSortType::kName), all[0]);
   all[1]->as<TVArchiveFolder>()->setFolderName("A");
   EXPECT_EQ(&shelf.findNext(), all[1]);
   EXPECT_TRUE(shelf.findNext().isNull());
   shelf.setSortType(kFolder, TVSortType::kWorkDir);
-  walk(shelf);
+  children(shelf);
   all[2]->as<TVArchiveFolder>()->setPrivateWorkDir("d");
   EXPECT_EQ(&shelf.find("d", VCase::kIgnored, kFolder, TVSortType::kWorkDir), all[2]);
 }
@@ -284,7 +275,7 @@ TEST_F(ChildLists, WalksBackAndFindsStayTrueToWhatIsThere) {
     SCOPED_TRACE(gone);
     for (const bool goesBack : {true, false}) {
       shelf.open();
-      const std::vector<TVHandle*> all = walk(shelf);
+      const std::vector<TVHandle*> all = children(shelf);
       shelf.last(nullptr);
       EXPECT_EQ(shelf.previous(nullptr).name().str(), "d");
       for (TVHandle* handle : all) {
@@ -305,7 +296,7 @@ TEST_F(ChildLists, WalksBackAndFindsStayTrueToWhatIsThere) {
   shelf.setSortType(kMember, TVSortType::kWorkName);
   EXPECT_EQ(shelf.find("a", VCase::kIgnored, kMember, TVSortType::kWorkName).name().str(), "a");
   shelf.setSortType(kMember, TVSortType::kArchiveName);
-  walk(shelf);
+  children(shelf);
   EXPECT_TRUE(shelf.findNext().isNull());
 }
 
@@ -332,13 +323,13 @@ TEST_F(ChildLists, ASortThatFailsIsStillDue) {
     Forgetful::looksLeft = looks;
     failed = false;
     try {
-      walk(shelf);
+      children(shelf);
     } catch (const std::bad_alloc&) {
       failed = true;
     }
     Forgetful::looksLeft = -1;
     std::string order;
-    for (const TVHandle* handle : walk(shelf)) order += handle->name().str().substr(1000);
+    for (const TVHandle* handle : children(shelf)) order += handle->name().str().substr(1000);
     EXPECT_EQ(order, "abcd");
     shelf.close();
   }
@@ -355,7 +346,7 @@ TEST_F(ChildLists, AClassWithoutKeysCostsTheOthersNothing) {
     if (withGroup) add<TVPromotionFolder>("top");
     shelf.open();
     Forgetful::looksLeft = -1;
-    EXPECT_EQ(walk(shelf).size(), withGroup ? 1001U : 1000U);
+    EXPECT_EQ(children(shelf).size(), withGroup ? 1001U : 1000U);
     looks[withGroup ? 1 : 0] = -1 - std::exchange(Forgetful::looksLeft, -1);
   }
   EXPECT_LT(looks[1], looks[0] + 50);
@@ -367,7 +358,7 @@ TEST_F(ChildLists, WalkBothWaysAndByClass) {
   addMember("d", "m1");
   add<TVArchiveFolder>("f", "", false);
   shelf.open();
-  EXPECT_EQ(names(), "group m1 m2 f ");
+  EXPECT_EQ(names(shelf), "group m1 m2 f ");
   int place = -2;
   EXPECT_EQ(shelf.last(kMember, &place).name().str(), "m2");
   EXPECT_EQ(place, 2);

@@ -9,10 +9,14 @@
 #include "core/childlist.h"
 #include "core/clienthandles.h"
 #include "core/lockscope.h"
+#include "support/handles.h"
 #include "support/recordingsink.h"
 
 namespace foldapi {
 namespace {
+
+using support::child;
+using support::names;
 
 // A record known by its name, over storage that is a list of names and notes what is asked of it.
 class Node : public TVObject {
@@ -87,20 +91,6 @@ class Objects : public testing::Test {
   }
 
   static Node& of(const TVHandle& handle) { return *handle.as<Node>(); }
-  static std::string names(TVHandle& handle) {
-    std::string text;
-    for (TVHandle* child = &handle.first(nullptr); !child->isNull();
-         child = &handle.next(nullptr)) {
-      text += child->name().str() + " ";
-    }
-    return text;
-  }
-  static TVHandle& child(TVHandle& parent, const char* name) {
-    for (TVHandle* it = &parent.first(nullptr); !it->isNull(); it = &parent.next(nullptr)) {
-      if (it->name() == name) return *it;
-    }
-    return theNullHandle();
-  }
 
   support::RecordingSink sink;
   TVHandle root;

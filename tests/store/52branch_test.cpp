@@ -90,8 +90,8 @@ std::string shown(TVHandle& handle) {
     text = sign + item->itemName().str();
   }
   handle.open();
-  for (TVHandle* it = &handle.first(nullptr); !it->isNull(); it = &handle.next(nullptr)) {
-    text += isRevision ? "(" + shown(*it) + ")" : shown(*it);
+  for (TVHandle* child : support::children(handle)) {
+    text += isRevision ? "(" + shown(*child) + ")" : shown(*child);
   }
   handle.close();
   return text;

@@ -35,9 +35,7 @@ TEST_F(Store, ProjectsWithoutADirectoryGetOneWithTheCache) {
 std::string tree(TVHandle& handle) {
   std::string text = handle.name().str();
   handle.open();
-  for (TVHandle* it = &handle.first(nullptr); !it->isNull(); it = &handle.next(nullptr)) {
-    text += "(" + tree(*it) + ")";
-  }
+  for (TVHandle* child : support::children(handle)) text += "(" + tree(*child) + ")";
   handle.close();
   return text;
 }

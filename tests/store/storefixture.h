@@ -12,6 +12,7 @@
 #include "store/52root.h"
 #include "store/format52.h"
 #include "support/files.h"
+#include "support/handles.h"
 #include "support/recordingsink.h"
 
 namespace store_test {
@@ -64,21 +65,15 @@ class Store : public testing::Test {
   }
   std::string listingOfOpen(TVHandle& handle) const {
     std::string text;
-    for (TVHandle* child = &handle.first(nullptr); !child->isNull();
-         child = &handle.next(nullptr)) {
-      text += line(*child) + "\n";
-    }
+    for (const TVHandle* child : support::children(handle)) text += line(*child) + "\n";
     return shortened(text);
   }
   // The child of that name. The handle stays open.
   TVHandle& child(TVHandle& handle, const char* name) {
     handle.open();
-    for (TVHandle* child = &handle.first(nullptr); !child->isNull();
-         child = &handle.next(nullptr)) {
-      if (child->name() == name) return *child;
-    }
-    ADD_FAILURE() << "no child " << name;
-    return theNullHandle();
+    TVHandle& child = support::child(handle, name);
+    EXPECT_FALSE(child.isNull()) << "no child " << name;
+    return child;
   }
 
   support::TemporaryDirectory directory;
