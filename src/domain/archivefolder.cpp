@@ -38,12 +38,12 @@ const FolderKey* folderKeys(TVSortType sortType) {
 
 }  // namespace
 
-TVArchiveFolder::TVArchiveFolder(VString name, VString privateWorkDir, VBool isPrivate,
+TVArchiveFolder::TVArchiveFolder(VString name, VString privateWorkDir, TVPrivacy privacy,
                                  TVObject* owner, TVCaching caching)
     : TVObject(owner, caching),
       folderName_(std::move(name)),
       privateWorkDir_(std::move(privateWorkDir)),
-      isPrivate_(isPrivate) {}
+      isPrivate_(privacy == TVPrivacy::kPrivate) {}
 
 bool TVArchiveFolder::isEqual(const VObject* other) const {
   if (!TVObject::isEqual(other)) return false;
@@ -126,9 +126,9 @@ TVArchiveFolderOptions::TVArchiveFolderOptions(int version,
 
 std::unique_ptr<TVObject> TVArchiveFolderOptions::makeObject(const VString& name,
                                                              const VString& privateWorkDir,
-                                                             VBool isPrivate, TVHandle&,
+                                                             TVPrivacy privacy, TVHandle&,
                                                              TVObject* owner, TVCaching caching) {
-  return std::make_unique<TVArchiveFolder>(name, privateWorkDir, isPrivate, owner, caching);
+  return std::make_unique<TVArchiveFolder>(name, privateWorkDir, privacy, owner, caching);
 }
 
 VString TVArchiveFolderHandle::folderName() const {
@@ -166,7 +166,7 @@ void TVArchiveFolderHandle::setPrivateDir(const VString& dir) {
 }
 
 TVArchiveFolderHandle TVArchiveFolderHandle::create(const VString& name, const VString& privateDir,
-                                                    VBool isPrivate, const TVHandle& parent,
+                                                    TVPrivacy privacy, const TVHandle& parent,
                                                     const TVCreateOptions& options) {
   TVHandle context = options.context(parent);
   if (!isStorableText(context, name.view(), kEndsSectionName) ||
@@ -176,7 +176,7 @@ TVArchiveFolderHandle TVArchiveFolderHandle::create(const VString& name, const V
   return TVArchiveFolderHandle(createObject(
       &TVArchiveFolder::theClass, parent, options,
       [&](TVFolderOptions& rules, TVHandle& result, TVObject* owner, TVCaching caching) {
-        return static_cast<TVArchiveFolderOptions&>(rules).makeObject(name, privateDir, isPrivate,
+        return static_cast<TVArchiveFolderOptions&>(rules).makeObject(name, privateDir, privacy,
                                                                       result, owner, caching);
       }));
 }

@@ -10,11 +10,14 @@
 
 namespace foldapi {
 
+// Whether a folder is one that only this user has, or one of the team.
+enum class TVPrivacy { kPublic, kPrivate };
+
 class TVArchiveFolder : public TVObject {
  public:
   static const VClassRecord theClass;
 
-  TVArchiveFolder(VString name, VString privateWorkDir, VBool isPrivate, TVObject* owner,
+  TVArchiveFolder(VString name, VString privateWorkDir, TVPrivacy privacy, TVObject* owner,
                   TVCaching caching = TVCaching::kCached);
 
   const VClassRecord* isA() const override { return &theClass; }
@@ -54,8 +57,8 @@ class TVArchiveFolderOptions : public TVFolderOptions {
  public:
   explicit TVArchiveFolderOptions(int version = kAbstractVersion);
   virtual std::unique_ptr<TVObject> makeObject(const VString& name, const VString& privateWorkDir,
-                                               VBool isPrivate, TVHandle& context, TVObject* owner,
-                                               TVCaching caching);
+                                               TVPrivacy privacy, TVHandle& context,
+                                               TVObject* owner, TVCaching caching);
 
  protected:
   TVArchiveFolderOptions(int version, std::vector<const VClassRecord*> childClasses);
@@ -75,7 +78,7 @@ class TVArchiveFolderHandle : public TVHandle {
   virtual void setPrivateDir(const VString& dir);
 
   static TVArchiveFolderHandle create(const VString& name, const VString& privateDir,
-                                      VBool isPrivate, const TVHandle& parent,
+                                      TVPrivacy privacy, const TVHandle& parent,
                                       const TVCreateOptions& options = {});
 };
 

@@ -28,7 +28,8 @@ VString storedName(const VString& lockerName) {
 
 TVLockedByFolder::TVLockedByFolder(VString lockerName, VString privateWorkDir, TVObject* owner,
                                    TVCaching caching)
-    : TVArchiveFolder(storedName(lockerName), std::move(privateWorkDir), true, owner, caching),
+    : TVArchiveFolder(storedName(lockerName), std::move(privateWorkDir), TVPrivacy::kPrivate, owner,
+                      caching),
       lockerName_(std::move(lockerName)) {}
 
 VString TVLockedByFolder::name(const TVOptionArray&) const {

@@ -15,7 +15,8 @@ const VClassRecord TVProjectFolder::theClass = {
 
 TVProjectFolder::TVProjectFolder(VString name, TVProjectConfig config, VString privateWorkDir,
                                  VString publicWorkDir, TVObject* owner, TVCaching caching)
-    : TVArchiveFolder(std::move(name), std::move(privateWorkDir), false, owner, caching),
+    : TVArchiveFolder(std::move(name), std::move(privateWorkDir), TVPrivacy::kPublic, owner,
+                      caching),
       publicWorkDir_(std::move(publicWorkDir)),
       config_(std::move(config)) {}
 

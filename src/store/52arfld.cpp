@@ -41,10 +41,10 @@ const VString& storageDirOf(const TVObject* owner, Side side) {
 // Folders
 // ------------------------------------------------------------------------------------------
 
-TVArchiveFolder52::TVArchiveFolder52(VString name, VString privateWorkDir, VBool isPrivate,
+TVArchiveFolder52::TVArchiveFolder52(VString name, VString privateWorkDir, TVPrivacy privacy,
                                      TVObject* owner, TVCaching caching)
     : TVFileOwner52(TVDataFilePair("trvsfold.pub", "trvsfold.prv"), std::move(name),
-                    std::move(privateWorkDir), isPrivate, owner, caching) {}
+                    std::move(privateWorkDir), privacy, owner, caching) {}
 
 std::span<const Side> TVArchiveFolder52::sides() const {
   const std::span both(kBothSides);
@@ -85,9 +85,9 @@ void TVArchiveFolder52::createStorage(TVHandle&) {
 
 std::unique_ptr<TVObject> TVArchiveFolder52Options::makeObject(const VString& name,
                                                                const VString& privateWorkDir,
-                                                               VBool isPrivate, TVHandle&,
+                                                               TVPrivacy privacy, TVHandle&,
                                                                TVObject* owner, TVCaching caching) {
-  return std::make_unique<TVArchiveFolder52>(name, privateWorkDir, isPrivate, owner, caching);
+  return std::make_unique<TVArchiveFolder52>(name, privateWorkDir, privacy, owner, caching);
 }
 
 // Members

@@ -20,7 +20,7 @@ class TVArchiveCache;
 
 class TVArchiveFolder52 : public TVFileOwner52<TVArchiveFolder> {
  public:
-  TVArchiveFolder52(VString name, VString privateWorkDir, VBool isPrivate, TVObject* owner,
+  TVArchiveFolder52(VString name, VString privateWorkDir, TVPrivacy privacy, TVObject* owner,
                     TVCaching caching = TVCaching::kCached);
 
   // Gives a new folder its storage directories below its owner's.
@@ -39,7 +39,7 @@ class TVArchiveFolder52Options : public TVArchiveFolderOptions {
  public:
   TVArchiveFolder52Options() : TVArchiveFolderOptions(kFormat52) {}
   std::unique_ptr<TVObject> makeObject(const VString& name, const VString& privateWorkDir,
-                                       VBool isPrivate, TVHandle& context, TVObject* owner,
+                                       TVPrivacy privacy, TVHandle& context, TVObject* owner,
                                        TVCaching caching) override;
 };
 

@@ -274,10 +274,10 @@ bool TVDataFileReader::mergeFolder(const std::string& name, const RecordKeys& ke
 }
 
 TVArchiveFolder52* TVDataFileReader::addFolder(const std::string& name, const RecordKeys& keys) {
-  const bool isPrivate = source_ == Side::kPrivate;
+  const auto privacy = source_ == Side::kPrivate ? TVPrivacy::kPrivate : TVPrivacy::kPublic;
   auto* folder = TVObject::mergeIntoCache(
-      std::make_unique<TVArchiveFolder52>(name, keys.workDir, isPrivate, owner_));
-  if (isPrivate) byName_[folder->folderName().view()].push_back(folder);
+      std::make_unique<TVArchiveFolder52>(name, keys.workDir, privacy, owner_));
+  if (privacy == TVPrivacy::kPrivate) byName_[folder->folderName().view()].push_back(folder);
   return folder;
 }
 

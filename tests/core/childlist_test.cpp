@@ -160,7 +160,9 @@ class Seeded : public ChildLists {
   void fill() {
     for (int i = upTo(40); i > 0; --i) {
       const int kind = kinds == 0 ? 4 : upTo(kinds);
-      if (kind == 1) add<TVArchiveFolder>(name(), name(), upTo(2) == 0);
+      if (kind == 1)
+        add<TVArchiveFolder>(name(), name(),
+                             upTo(2) == 0 ? TVPrivacy::kPrivate : TVPrivacy::kPublic);
       if (kind == 2) add<TVPromotionFolder>(name());
       if (kind == 4) add<TVVersionLabel>(name(), upTo(30));
       if (kind == 0 || kind == 3)
@@ -250,7 +252,7 @@ TEST_F(Seeded, SortsAndFindsLikeTheTwin) {
 }
 
 TEST_F(ChildLists, AKeyChangedBetweenFindsCounts) {
-  for (const char* name : {"a", "b", "c"}) add<TVArchiveFolder>(name, name, false);
+  for (const char* name : {"a", "b", "c"}) add<TVArchiveFolder>(name, name, TVPrivacy::kPublic);
   shelf.open();
   const std::vector<TVHandle*> all = children(shelf);
   EXPECT_EQ(&shelf.find("a", VCase::kIgnored, kFolder, TVSortType::kName), all[0]);
@@ -356,7 +358,7 @@ TEST_F(ChildLists, WalkBothWaysAndByClass) {
   add<TVPromotionFolder>("group");
   addMember("d", "m2");
   addMember("d", "m1");
-  add<TVArchiveFolder>("f", "", false);
+  add<TVArchiveFolder>("f", "", TVPrivacy::kPublic);
   shelf.open();
   EXPECT_EQ(names(shelf), "group m1 m2 f ");
   int place = -2;

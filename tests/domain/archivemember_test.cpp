@@ -33,8 +33,8 @@ class DomainNames : public testing::Test {
     keep_.attach(root);
     TVObject* project = TVObject::mergeIntoCache(
         std::make_unique<TVProjectFolder>("P", TVProjectConfig(), projectDir, "public", root));
-    TVObject* folder =
-        TVObject::mergeIntoCache(std::make_unique<TVArchiveFolder>("F", folderDir, false, project));
+    TVObject* folder = TVObject::mergeIntoCache(
+        std::make_unique<TVArchiveFolder>("F", folderDir, TVPrivacy::kPublic, project));
     return TVHandle(&sink,
                     TVObject::mergeIntoCache(std::make_unique<TVArchiveMember>(names, folder)));
   }
@@ -48,7 +48,7 @@ class DomainNames : public testing::Test {
 // the keys asks for exact case.
 TEST_F(DomainNames, KeysCompareWithTheFieldsOfTheSortType) {
   const TVHandle m = member({"ap", "an", "wp", "wn"}, "/wk", "f");
-  const TVHandle f(nullptr, new TVArchiveFolder("F", "dir", true, nullptr));
+  const TVHandle f(nullptr, new TVArchiveFolder("F", "dir", TVPrivacy::kPrivate, nullptr));
   const struct {
     const TVHandle& handle;
     TVSortType sortType;
@@ -118,7 +118,9 @@ TEST_F(DomainChanges, CreatingWhatExistsAnswersWithIt) {
   EXPECT_EQ(create("c_v", "c", {.version = 7}).version(), 1);
   EXPECT_TRUE(TVArchiveMemberHandle::create({"v", "a_v", "w", "a"}, a).isNull());
   TVLockScope scope(project);  // Held by the caller: taking it again would never end.
-  EXPECT_FALSE(TVArchiveFolderHandle::create("F", "d", false, project, {.scope = scope}).isNull());
+  EXPECT_FALSE(
+      TVArchiveFolderHandle::create("F", "d", TVPrivacy::kPublic, project, {.scope = scope})
+          .isNull());
   EXPECT_EQ(sink.told(), "");
 }
 
@@ -128,7 +130,7 @@ TEST_F(DomainChanges, LineEndsAndNullsAreRefused) {
   for (const std::string& bad : {std::string("x\ny"), std::string("x\r"), std::string("x\0y", 3)}) {
     const VPathString text(bad);
     EXPECT_TRUE(TVArchiveMemberHandle::create({"v", "a_v", text, "b"}, project).isNull());
-    EXPECT_TRUE(TVArchiveFolderHandle::create(text, "", false, project).isNull());
+    EXPECT_TRUE(TVArchiveFolderHandle::create(text, "", TVPrivacy::kPublic, project).isNull());
     a.setArchiveName(text);
     project.setName(text);
     project.setPublicDir(text);
@@ -152,7 +154,7 @@ TEST_F(DomainChanges, LineEndsAndNullsAreRefused) {
   a.setWorkName(";$(");
   project.setPublicDir("[d];$(");
   EXPECT_EQ(a.workName().str() + project.publicDir().str(), ";$([d];$(");
-  EXPECT_TRUE(TVArchiveFolderHandle::create("F]", "", false, project).isNull());
+  EXPECT_TRUE(TVArchiveFolderHandle::create("F]", "", TVPrivacy::kPublic, project).isNull());
 }
 
 // A changed name is found under the new name, and the order of the records on disk changes only

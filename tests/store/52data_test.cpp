@@ -347,17 +347,17 @@ TEST_F(Unread, StampsTellOwnWritesFromThoseOfOthers) {
   TVHandle& project = child(root, "P");
   project.open();
   EXPECT_FALSE(project.object()->isStale(project));
-  const auto create = [&](const char* name, bool isPrivate) {
-    return TVArchiveFolderHandle::create(name, "", isPrivate, project);
+  const auto create = [&](const char* name, TVPrivacy privacy) {
+    return TVArchiveFolderHandle::create(name, "", privacy, project);
   };
-  ASSERT_FALSE(create("B", false).isNull());
+  ASSERT_FALSE(create("B", TVPrivacy::kPublic).isNull());
   auto* a = child(project, "A").as<TVArchiveFolder>();
   a->setPrivateWorkDir("yet to be written");
   a->setDirty(true);
   EXPECT_FALSE(project.object()->isStale(project));
   put("pub/p/trvsfold.pub", replaced(get("pub/p/trvsfold.pub"), "FOLDER=B", "FOLDER=C"));
   EXPECT_TRUE(project.object()->isStale(project));
-  EXPECT_FALSE(create("D", true).isNull());
+  EXPECT_FALSE(create("D", TVPrivacy::kPrivate).isNull());
   EXPECT_EQ(listingOfOpen(project),
             "public A|yet to be written|pub/p/a|\npublic C||pub/p/B|\nprivate D|||prv/p/D\n");
   EXPECT_FALSE(project.object()->isStale(project));

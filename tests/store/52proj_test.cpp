@@ -49,7 +49,7 @@ TEST_F(Store, PromotionListsThatGoInCirclesEnd) {
                                    {"a\0b\0c"s, "(c)"},
                                    {""s, ""},
                                    {"\0\0"s, ""}}) {
-    TVHandle owner(&sink, new TVArchiveFolder("", "", false, nullptr));
+    TVHandle owner(&sink, new TVArchiveFolder("", "", TVPrivacy::kPublic, nullptr));
     mergePromotionModel(*owner.object(), list);
     std::string text;
     for (TVObject* top : owner.object()->childrenInOrder()) {

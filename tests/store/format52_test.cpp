@@ -23,7 +23,7 @@ TEST_F(Store, ContainmentOfBothVersions) {
   } cases[] = {
       {"root 1", new TVProjectRoot("a", "b", nullptr), "-p----------"},
       {"project 1", new TVProjectFolder("", config, "", "", nullptr), "--fmgl------"},
-      {"folder 1", new TVArchiveFolder("", "", false, nullptr), "--fm--------"},
+      {"folder 1", new TVArchiveFolder("", "", TVPrivacy::kPublic, nullptr), "--fm--------"},
       {"member 1", new TVArchiveMember(names, nullptr), "------b-----"},
       {"group 1", new TVPromotionFolder("", nullptr), "----g-------"},
       {"locked by 1", new TVLockedByFolder("", "", nullptr), "---m--------"},
@@ -32,7 +32,7 @@ TEST_F(Store, ContainmentOfBothVersions) {
       {"label 1", new TVVersionLabel("", 0, nullptr), "------------"},
       {"root 2", new TVProjectRoot52("a", "b", context, nullptr), "-p----------"},
       {"project 2", new TVProjectFolder52("", config, "", "", nullptr), "--fm-l------"},
-      {"folder 2", new TVArchiveFolder52("", "", false, nullptr), "---m--------"},
+      {"folder 2", new TVArchiveFolder52("", "", TVPrivacy::kPublic, nullptr), "---m--------"},
       {"member 2", new TVArchiveMember52(names, nullptr), "------b-----"},
       {"group 2", new TVPromotionFolder52("", nullptr, nullptr), "-p----------"},
       {"branch 2", new TVBranch52("", 1, 0, nullptr, nullptr), "------br----"},

@@ -34,7 +34,7 @@ class Workday : public Store {
   }
 
   TVHandle folder(const char* name, const TVHandle& parent) {
-    return TVArchiveFolderHandle::create(name, "", false, parent, {.sink = &sink});
+    return TVArchiveFolderHandle::create(name, "", TVPrivacy::kPublic, parent, {.sink = &sink});
   }
   // A member without an archive; a transient one is in no folder.
   TVArchiveMemberHandle member(const char* workName, const TVHandle& parent,
