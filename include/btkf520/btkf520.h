@@ -46,7 +46,8 @@ typedef enum TrvsStatus {
   TRVS_NO_ARCHIVE = 2,          /* no such archive; in a comparison: no such file */
   TRVS_ARCHIVE_EXISTS = 3,      /* there is a file of that name */
   TRVS_INVALID_LINE = 4,        /* not a directive, or not with this value */
-  TRVS_CANNOT_OPEN = 5,         /* the archive, or the workfile, can't be opened */
+  TRVS_CANNOT_OPEN = 5,         /* the archive, or the workfile, can't be opened; or the archive
+                                   can't be changed, as its file system has no locks */
   TRVS_IN_USE = 6,              /* the file is being changed by another */
   TRVS_BUFFER_TOO_SMALL = 8,    /* call again with a larger one */
   TRVS_BAD_NAME = 9,            /* not a path, or not a name for a label, user or group */

@@ -91,8 +91,8 @@ bool VFile::lockToAppend() {
       os::sleepMilliseconds(kLockPause);
       continue;
     }
-    if (result != os::FileResult::kDone) return false;
-    if (confirmFile(path_.view(), &file_)) return true;
+    if (result == os::FileResult::kDone && confirmFile(path_.view(), &file_)) return true;
+    if (result != os::FileResult::kDone && result != os::FileResult::kStale) return false;
     if (foldapi::openFile(path_.view(), os::File::Access::kUpdate, &file_) !=
         os::FileResult::kDone) {
       return false;

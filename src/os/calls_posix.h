@@ -28,8 +28,9 @@ inline FileResult resultOfCall(int result) {
   return result == 0 ? FileResult::kDone : resultOf(errno);
 }
 
-// Never waits for the other end of a pipe, and is not handed on to programs that are started.
-// Gives a descriptor, or -1 with errno set. A file that is made gets the usual rights.
+// Looks again for a file that another machine is just replacing, so that only its name is there, or
+// not even that. Never waits for the other end of a pipe, and is not handed on to programs that are
+// started. Gives a descriptor, or -1 with errno set. A file that is made gets the usual rights.
 int openDescriptor(const char* path, int flags);
 
 // The mode of a file of mode `old` that its owner may write, or nobody.

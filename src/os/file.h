@@ -9,7 +9,9 @@
 // others know a file by its path and may have put another one there: so after a lock is granted,
 // confirm() tells whether it is the one to work on. Other machines may change the file as well, and
 // a network mount remembers what it was told before: confirm() and refresh() ask the server for
-// what counts now.
+// what counts now. While another machine replaces a file, the name may lead nowhere for a moment,
+// and an open file may be gone: then it is looked for again, and who reads from an open file learns
+// it by kStale.
 #pragma once
 
 #include <cstddef>
@@ -27,6 +29,7 @@ enum class [[nodiscard]] FileResult{
     kNoLocks,   // The file system knows no locks.
     kRefused,   // Not allowed, not possible in this place, or not a regular file.
     kTooLarge,  // More bytes than were asked for.
+    kStale,     // Another machine has put another file in the place of this open one.
     kFailed,    // Any other failure, such as a full disk.
 };
 
@@ -90,9 +93,10 @@ class File {
 
   // False if not all of `size` bytes are there, or reading fails.
   bool readAt(uint64_t offset, void* buffer, size_t size) const;
-  // Whether the system has failed to read since the file was opened, so that what is missing may be
-  // there all the same.
-  bool hasFailed() const { return hasFailed_; }
+  // Whether reading has failed since the file was opened, or gave less than size() tells, so that
+  // what is missing may be there all the same. failure() is kDone if not.
+  bool hasFailed() const { return failure_ != FileResult::kDone; }
+  FileResult failure() const { return failure_; }
 
   // Reads the whole file, of `largest` bytes at most: kTooLarge for more. *bytes changes only with
   // kDone, and status() is of what was read then. May throw std::bad_alloc.
@@ -114,7 +118,7 @@ class File {
   FileResult openToLock(const char* path);
 
   int descriptor_ = -1;
-  mutable bool hasFailed_ = false;
+  mutable FileResult failure_ = FileResult::kDone;
   FileStatus status_;
 };
 

@@ -12,6 +12,7 @@
 #include <utility>
 
 #include "os/calls_posix.h"
+#include "os/clock.h"
 #include "os/directory.h"
 #include "os/file.h"
 
@@ -24,7 +25,8 @@ constexpr mode_t kModeBits = 07777;
 constexpr mode_t kAllWriters = S_IWUSR | S_IWGRP | S_IWOTH;
 constexpr int64_t kNanosecondsPerSecond = 1'000'000'000;
 constexpr size_t kLargestTransfer = 1 << 30;
-constexpr int kTries = 100;  // While others put new files where one is being opened.
+constexpr int kTries = 100;     // While others put new files where one is being opened.
+constexpr unsigned kPause = 2;  // Milliseconds between two looks at a name that leads nowhere.
 
 FileStatus statusOf(const struct stat& raw) {
   FileStatus status;
@@ -64,6 +66,22 @@ bool askServer(int directory, const char* path, int flags, FileStatus* status) {
   return true;
 }
 
+// Whether the last call failed because another machine is replacing the file at `path`.
+bool isBeingReplaced(const char* path, int flags) {
+  const int error = errno;
+  FileStatus status;
+  const bool wasMissed = error == ENOENT && (flags & O_CREAT) == 0 &&
+                         askServer(AT_FDCWD, path, AT_SYMLINK_NOFOLLOW, &status) &&
+                         status.isRegular;
+  errno = error;
+  return error == ESTALE || wasMissed;
+}
+
+// Of a call that asked an open file and has just failed.
+FileResult failureOfOpenFile() {
+  return errno == ESTALE ? FileResult::kStale : FileResult::kFailed;
+}
+
 // Reads up to `size` bytes; fewer at the end of the file, -1 on failure.
 int64_t readUpTo(int descriptor, uint64_t offset, void* buffer, size_t size) {
   size_t done = 0;
@@ -90,6 +108,8 @@ FileResult resultOf(int error) {
       return FileResult::kExists;
     case EWOULDBLOCK:
       return FileResult::kBusy;
+    case ESTALE:
+      return FileResult::kStale;
     case EACCES:
     case EBADF:
     case EBUSY:
@@ -113,24 +133,33 @@ mode_t modeFor(mode_t old, bool isWritable) {
 }
 
 int openDescriptor(const char* path, int flags) {
-  return uninterrupted([=] { return ::open(path, flags | kOpenAlways, kAllMayUse); });
+  for (int tries = 1;; ++tries) {
+    const int descriptor =
+        uninterrupted([=] { return ::open(path, flags | kOpenAlways, kAllMayUse); });
+    if (descriptor >= 0 || tries == kTries || !isBeingReplaced(path, flags)) return descriptor;
+    if (tries > 1) sleepMilliseconds(kPause);
+  }
 }
 
 FileResult readStatus(const char* path, FileStatus* status) {
   struct stat raw;
-  const FileResult result = resultOfCall(uninterrupted([&] { return ::stat(path, &raw); }));
+  FileResult result = FileResult::kStale;
+  for (int tries = 0; tries < kTries && result == FileResult::kStale; ++tries) {
+    if (tries > 1) sleepMilliseconds(kPause);
+    result = resultOfCall(uninterrupted([&] { return ::stat(path, &raw); }));
+  }
   if (result == FileResult::kDone) *status = statusOf(raw);
   return result;
 }
 
 File::File(File&& other) noexcept
     : descriptor_(std::exchange(other.descriptor_, -1)),
-      hasFailed_(other.hasFailed_),
+      failure_(other.failure_),
       status_(other.status_) {}
 
 File& File::operator=(File&& other) noexcept {
   std::swap(descriptor_, other.descriptor_);
-  std::swap(hasFailed_, other.hasFailed_);
+  std::swap(failure_, other.failure_);
   std::swap(status_, other.status_);
   return *this;
 }
@@ -142,13 +171,14 @@ FileResult File::open(const char* path, Access access) {
 // Owns `descriptor` from now on, which may be -1 with errno set.
 FileResult File::take(int descriptor) {
   close();
-  if (descriptor < 0) return resultOf(errno);
+  if (descriptor < 0) return errno == ESTALE ? FileResult::kFailed : resultOf(errno);
   descriptor_ = descriptor;
-  hasFailed_ = false;
+  failure_ = FileResult::kDone;
   struct stat raw;
   if (::fstat(descriptor, &raw) != 0) {
+    const FileResult result = failureOfOpenFile();
     close();
-    return FileResult::kFailed;
+    return result;
   }
   status_ = statusOf(raw);
   if (status_.isRegular) return FileResult::kDone;
@@ -168,8 +198,9 @@ FileResult File::openToLock(const char* path) {
 
 FileResult File::openLocked(const char* path) {
   for (int tries = 0; tries < kTries; ++tries) {
-    if (const FileResult result = openToLock(path); result != FileResult::kDone) return result;
-    if (confirm(path, Links::kNot)) return FileResult::kDone;
+    const FileResult result = openToLock(path);
+    if (result == FileResult::kStale) continue;
+    if (result != FileResult::kDone || confirm(path, Links::kNot)) return result;
   }
   close();
   return FileResult::kBusy;
@@ -177,7 +208,11 @@ FileResult File::openLocked(const char* path) {
 
 bool File::close() { return descriptor_ < 0 || ::close(std::exchange(descriptor_, -1)) == 0; }
 
-bool File::refresh() { return askServer(descriptor_, "", AT_EMPTY_PATH, &status_); }
+bool File::refresh() {
+  const bool isKnown = askServer(descriptor_, "", AT_EMPTY_PATH, &status_);
+  if (!isKnown) failure_ = failureOfOpenFile();
+  return isKnown;
+}
 
 FileResult File::tryLock(Lock lock) const {
   const int operation = (lock == Lock::kShared ? LOCK_SH : LOCK_EX) | LOCK_NB;
@@ -207,8 +242,13 @@ bool File::confirm(const char* path, Links links) {
 
 bool File::readAt(uint64_t offset, void* buffer, size_t size) const {
   const int64_t count = readUpTo(descriptor_, offset, buffer, size);
-  if (count < 0) hasFailed_ = true;
-  return count == static_cast<int64_t>(size);
+  const bool isWhole = count == static_cast<int64_t>(size);
+  if (count < 0) {
+    failure_ = failureOfOpenFile();
+  } else if (!isWhole && offset + size <= status_.size) {
+    failure_ = FileResult::kFailed;
+  }
+  return isWhole;
 }
 
 bool File::writeAt(uint64_t offset, std::string_view bytes) const {
@@ -253,15 +293,19 @@ FileResult File::readAll(uint64_t largest, std::string* bytes) {
       *bytes = std::move(text);
       return FileResult::kDone;
     }
-    if (count < 0 || !refresh()) return FileResult::kFailed;
+    if (count < 0) return failureOfOpenFile();
+    if (!refresh()) return failure();
   }
   return size() > largest ? FileResult::kTooLarge : FileResult::kFailed;
 }
 
 FileResult readFile(const char* path, uint64_t largest, std::string* bytes, FileStatus* status) {
   File file;
-  FileResult result = file.open(path, File::Access::kRead);
-  if (result == FileResult::kDone) result = file.readAll(largest, bytes);
+  FileResult result = FileResult::kStale;
+  for (int tries = 0; tries < kTries && result == FileResult::kStale; ++tries) {
+    result = file.open(path, File::Access::kRead);
+    if (result == FileResult::kDone) result = file.readAll(largest, bytes);
+  }
   if (result == FileResult::kDone && status != nullptr) *status = file.status();
   return result;
 }

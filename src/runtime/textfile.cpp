@@ -64,6 +64,8 @@ TextFile::Failure failureOf(FileResult result) {
       return TextFile::Failure::kMissing;
     case FileResult::kBusy:
       return TextFile::Failure::kBusy;
+    case FileResult::kNoLocks:
+      return TextFile::Failure::kNoLocks;
     case FileResult::kTooLarge:
       return TextFile::Failure::kNoMemory;
     default:
@@ -115,7 +117,7 @@ struct HeldFile {
   File file;
   bool isLocked = false;  // Else others may change it now.
 
-  // Reads the whole content as it is on disk.
+  // Reads the whole content as it is on disk, where nobody changes it meanwhile.
   FileResult read(TextBuffer* text) {
     for (int attempt = 0; attempt < kOpenAttempts; ++attempt) {
       const FileStatus before = file.status();
@@ -124,9 +126,9 @@ struct HeldFile {
       text->reserve(before.size);
       const bool isWhole = file.readAt(0, text->data(), before.size);
       text->setSize(before.size);
-      if (isLocked) return isWhole ? FileResult::kDone : FileResult::kFailed;
-      if (file.hasFailed() || !file.refresh()) return FileResult::kFailed;
-      if (isWhole && isUnchanged(before, file.status())) return FileResult::kDone;
+      if (!isLocked && !file.refresh()) return file.failure();
+      if (!isUnchanged(before, file.status())) continue;
+      return isWhole ? FileResult::kDone : file.failure();
     }
     return FileResult::kBusy;
   }
@@ -142,7 +144,7 @@ FileResult lockForUpdate(const File& file) {
 }
 
 // Takes the lock that `access` needs. kDone without a lock is a reader that another process lets
-// in.
+// in, or one where there are no locks.
 FileResult lockFor(TextFile::Access access, HeldFile* held) {
   if (access == TextFile::Access::kUpdate) {
     if (!held->file.status().ownerMayWrite) return FileResult::kRefused;
@@ -170,12 +172,23 @@ FileResult openAndHold(std::string_view path, TextFile::Access access, HeldFile*
   return FileResult::kBusy;
 }
 
+// Opens, holds and reads it, as often as another machine replaces it before that is done.
+FileResult openAndRead(std::string_view path, TextFile::Access access, HeldFile* held,
+                       TextBuffer* text) {
+  FileResult result = FileResult::kStale;
+  for (int attempt = 0; attempt < kOpenAttempts && result == FileResult::kStale; ++attempt) {
+    result = openAndHold(path, access, held);
+    if (result == FileResult::kDone) result = held->read(text);
+  }
+  return result;
+}
+
 // Whether the file can be locked exclusively now, or there is nothing to wait for. It is opened for
 // writing: over a network an exclusive lock asks for that.
 bool isFree(std::string_view path) {
   File file;
   if (openFile(path, File::Access::kUpdate, &file) != FileResult::kDone) return true;
-  if (file.tryLock(File::Lock::kExclusive) != FileResult::kDone) return false;
+  if (file.tryLock(File::Lock::kExclusive) == FileResult::kBusy) return false;
   file.close();  // First of all, since others may ask just now.
   return confirmFile(path, &file);
 }
@@ -190,6 +203,7 @@ struct TextFile::State {
   // What of `text` is on disk as it stands: all of it, or nothing after clear().
   size_t keptSize = 0;
   bool isCleared = false;
+  bool hasDroppedEnd = false;  // On disk more follows.
   bool hasFailed = false;
 
   bool isUpdater() const { return access == Access::kUpdate; }
@@ -224,7 +238,7 @@ struct TextFile::State {
 
   bool write() {
     if (!confirmFile(path, &held.file)) return false;
-    if (isCleared) return rewrite(withCarriageReturns(text.view()));
+    if (isCleared || hasDroppedEnd) return rewrite(withCarriageReturns(text.view()));
     const std::string added = withCarriageReturns(text.view().substr(keptSize));
     if (fitsAppend(added.size())) return append(added);
     TextBuffer whole;  // With what was there byte for byte, whatever its line ends.
@@ -246,8 +260,7 @@ std::unique_ptr<TextFile> TextFile::open(std::string_view path, Access access, F
     auto state = std::make_unique<State>();
     state->path = path;
     HeldFile held;
-    FileResult result = openAndHold(path, access, &held);
-    if (result == FileResult::kDone) result = held.read(&state->text);
+    const FileResult result = openAndRead(path, access, &held, &state->text);
     *failure = failureOf(result);
     if (result == FileResult::kDone) {
       dropCarriageReturns(&state->text);
@@ -269,6 +282,19 @@ std::unique_ptr<TextFile> TextFile::open(std::string_view path, Access access, F
 bool TextFile::create(std::string_view path) { return createFile(path); }
 
 std::string_view TextFile::text() const { return state_->text.view(); }
+
+void TextFile::letGo() {
+  if (state_->isUpdater()) exclusiveHolds().remove(state_->held.file);
+  state_->access = Access::kRead;
+  state_->held.file.close();
+}
+
+void TextFile::dropEnd(size_t size) {
+  if (size >= state_->text.size()) return;
+  state_->text.setSize(size);
+  state_->keptSize = size;
+  state_->hasDroppedEnd = true;
+}
 
 bool TextFile::isChanged() const {
   return state_->isCleared || state_->text.size() != state_->keptSize;
@@ -305,7 +331,7 @@ bool TextFile::commit() {
     state_->hasFailed = true;
   }
   if (state_->hasFailed) return false;
-  state_->isCleared = false;
+  state_->isCleared = state_->hasDroppedEnd = false;
   state_->keptSize = state_->text.size();
   return true;
 }

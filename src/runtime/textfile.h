@@ -4,7 +4,8 @@
 //
 // Sharing. An updater holds the file exclusively until it closes it; a reader takes a shared hold
 // without waiting. The hold is flock() on the data file itself, so it belongs to this open file,
-// ends with the process, and also counts between two opens of one process.
+// ends with the process, and also counts between two opens of one process. Where the file system
+// knows no locks a file can be read, but not be updated.
 // Content. Opening reads the whole file. Changes are made in memory and reach the disk in commit():
 // a sibling file, synced and renamed over the data file, or one write where an append fits. A kill
 // at any instant leaves the old content or the new, and so does a read at any instant. Where the
@@ -32,6 +33,7 @@ class TextFile {
     kNone,
     kMissing,  // No such file.
     kBusy,     // Held by another open file.
+    kNoLocks,  // An update where the file system knows no locks.
     kRefused,  // No right to open, a directory, a drive that is not ready, or a failed read.
     kNoMemory,
   };
@@ -47,6 +49,12 @@ class TextFile {
 
   // The text as it now stands, changes included, with LF line ends. Good until the next change.
   std::string_view text() const;
+
+  // Gives up the hold before the end, when the text is all that is still asked for.
+  void letGo();
+  // Drops what comes after the first `size` bytes of the text, which is no change by itself: it
+  // stays on disk until a change is committed.
+  void dropEnd(size_t size);
 
   // Whether changes were made that are not on disk yet.
   bool isChanged() const;

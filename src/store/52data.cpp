@@ -59,6 +59,8 @@ int TVDataFile::openLocked(const VPathString& path, std::unique_ptr<TextFile>* s
     if (code == kTryAgain && !waitToRetry(path, &notice, &silence)) break;
   }
   if (notice != kNoNotice) context_.sink().canRetry(context_, kNoNotice, path);
+  // Of what a power cut left behind nothing shows, and the next change doesn't make it last.
+  if (code == 0) (*stream)->dropEnd(wholeSize((*stream)->text()));
   if (code != kTryAgain) return code;
   return failed(report_ ? kFolderFileBusy : missingCode(), path);
 }
@@ -105,6 +107,7 @@ int TVDataFile::attempt(const VPathString& path, bool again,
     if (!report_) return missingCode();
     return failed(why == TextFile::Failure::kBusy ? kFolderFileBusy : kFolderReadFailed, path);
   }
+  if (why == TextFile::Failure::kNoLocks) return openWithoutLocks(path, stream);
   if (why != TextFile::Failure::kBusy) return failed(kFolderWriteFailed, path);
   return report_ ? probe(path, again, stream) : kTryAgain;
 }
@@ -129,6 +132,14 @@ int TVDataFile::probe(const VPathString& path, bool again,
   return kFolderWriteFailed;
 }
 
+int TVDataFile::openWithoutLocks(const VPathString& path, std::unique_ptr<TextFile>* stream) const {
+  TextFile::Failure why = TextFile::Failure::kNone;
+  if (onlyReads_) *stream = TextFile::open(path.view(), TextFile::Access::kRead, &why);
+  if (*stream != nullptr) return 0;
+  if (report_) context_.sink().error(context_, NoLocksMessage(path.text()));
+  return kFolderWriteFailed;
+}
+
 // TVDataFileReader
 // ---------------------------------------------------------------------------------
 
@@ -143,6 +154,7 @@ TVDataFileReader::TVDataFileReader(TVObject* owner, TVHandle& context, const VPa
       sections_(sections),
       source_(source) {
   if (owner == nullptr || sections == nullptr) assertFail("52data.cpp", 266);
+  onlyReads_ = true;
 }
 
 int TVDataFileReader::readFile(const TextFile* stream) {
@@ -152,6 +164,7 @@ int TVDataFileReader::readFile(const TextFile* stream) {
     if (code != 0) return code;
     stream = own.get();
   }
+  if (own != nullptr) own->letGo();  // Others need not wait until all is parsed.
   try {
     if (parse(*stream)) return 0;
   } catch (const std::bad_alloc&) {
@@ -398,8 +411,8 @@ int TVDataFilePair::read(Side side, TVObject* owner, TVHandle& context,
                          const TVDataFileWriter* writer) {
   File& file = at(side);
   const VPathString filePath = path(side);
-  const FileStamp stamp =
-      fileStamp(filePath.view());  // Before the open: what changes later counts.
+  // Taken before the open, so that what changes later counts.
+  const FileStamp stamp = present(side, writer);
   file.stamp = {};
   file.unread = true;  // Until told otherwise, also by way of an exception.
   TVDataFileReader reader(owner, context, filePath, file.directory, sections, side, access);
@@ -426,10 +439,16 @@ void TVDataFilePair::passOver(Side side) {
 
 // A file that was missing and still is has not changed: reading a large project again for each find
 // because it has no private file would be waste.
-bool TVDataFilePair::hasChanged(Side side) const {
+bool TVDataFilePair::hasChanged(Side side, const TVDataFileWriter* writer) const {
   const File& file = at(side);
   if (file.absent) return fileExists(path(side).view());
-  return !file.stamp.isSet() || !(fileStamp(path(side).view()) == file.stamp);
+  return !file.stamp.isSet() || present(side, writer) != file.stamp;
+}
+
+// From a file that is held: what its path tells may be old on a network mount.
+FileStamp TVDataFilePair::present(Side side, const TVDataFileWriter* writer) const {
+  const TextFile* const stream = writer == nullptr ? nullptr : writer->stream(side);
+  return stream == nullptr ? fileStamp(path(side).view()) : stream->stamp();
 }
 
 std::unique_ptr<TVDataFileWriter> TVDataFilePair::beginWrite(TVHandle& context,

@@ -43,6 +43,8 @@ class TVDataFile {
  protected:
   TVHandle& context() const { return context_; }
 
+  bool onlyReads_ = false;  // An update changes nothing: it is a read where there are no locks.
+
  private:
   void report(int code, const VPathString& path) const;
   int failed(int code, const VPathString& path) const;
@@ -50,6 +52,7 @@ class TVDataFile {
   bool waitToRetry(const VPathString& path, int* notice, unsigned* silence) const;
   int attempt(const VPathString& path, bool again, std::unique_ptr<TextFile>* stream) const;
   int probe(const VPathString& path, bool again, std::unique_ptr<TextFile>* stream) const;
+  int openWithoutLocks(const VPathString& path, std::unique_ptr<TextFile>* stream) const;
 
   TVHandle& context_;
   Missing missing_;
@@ -170,8 +173,9 @@ class TVDataFilePair {
   void skip(Side side);
   // Whether all that exists was read to its end.
   bool isComplete() const { return !at(Side::kPublic).unread && !at(Side::kPrivate).unread; }
-  // Whether a side was never read, or changed since.
-  bool hasChanged(Side side) const;
+  // Whether a side was never read, or changed since. `writer`, which may be null, tells of what it
+  // holds.
+  bool hasChanged(Side side, const TVDataFileWriter* writer) const;
 
   // The writer for an update of those sides; null after a report. A side without a directory is
   // left out.
@@ -195,6 +199,7 @@ class TVDataFilePair {
   };
   const File& at(Side side) const { return side == Side::kPublic ? public_ : private_; }
   File& at(Side side) { return side == Side::kPublic ? public_ : private_; }
+  FileStamp present(Side side, const TVDataFileWriter* writer) const;
   bool endSide(Side side, TVDataFileWriter& writer, TVHandle& context, bool keep);
 
   File public_;

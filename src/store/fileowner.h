@@ -40,8 +40,9 @@ class TVFileOwner52 : public Base {
     return files_.mayUpdate(writerOf(lock), context);
   }
   VBool isStale(TVHandle&) override {
+    TVStorageLock* const lock = this->storageLock();
     for (const Side side : sides()) {
-      if (files_.hasChanged(side)) return true;
+      if (files_.hasChanged(side, lock == nullptr ? nullptr : &writerOf(*lock))) return true;
     }
     return false;
   }

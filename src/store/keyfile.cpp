@@ -19,6 +19,21 @@ std::string_view withoutLeading(std::string_view text, std::string_view set) {
 
 }  // namespace
 
+// The zeros are a part of the disk that was never written.
+size_t wholeSize(std::string_view text) {
+  text = text.substr(0, text.find_last_not_of('\0') + 1);
+  if (text.empty() || text.back() == '\n') return text.size();
+  const size_t found = text.rfind("\n[");
+  const size_t head = found == std::string_view::npos ? 0 : found + 1;
+  const std::string_view record = text.substr(head);
+  if (record.front() != '[') return text.size();
+  bool isCut = record.find(']') == std::string_view::npos;
+  for (const std::string_view start : {"[PROJECT=", "[FOLDER="}) {
+    isCut = isCut || compareNoCase(record.substr(0, start.size()), start) == 0;
+  }
+  return isCut ? head : text.size();
+}
+
 TVKeyFile::TVKeyFile(std::string_view text, const KeyTableEntry* sections)
     : text_(text), sections_(sections), mayHoldNulls_(text.find('\0') != std::string_view::npos) {}
 

@@ -8,6 +8,7 @@
 // tokeniser that is good until the next call.
 #pragma once
 
+#include <cstddef>
 #include <functional>
 #include <optional>
 #include <string>
@@ -47,6 +48,10 @@ enum : int {
 
 // A value that may be missing, which is not the same as empty.
 using OptionalText = std::optional<std::string_view>;
+
+// How much of a data file's text is whole: without a last record whose append a power cut ended.
+// That is one whose last line has no end; a document's lacks nothing as soon as its "]" is there.
+size_t wholeSize(std::string_view text);
 
 class TVKeyFile {
  public:

@@ -291,6 +291,8 @@ constexpr Text kIniFileTexts[] = {
     {-13, "Internal error number 1011.  Call KESTRIANS Replyline."},
 };
 
+constexpr char kNoLocksText[] =
+    "%s cannot be changed, since the file system that it is on has no locks.";
 constexpr char kDateText[] =
     "The date \"%s\" is not valid.\n\n You must specify the date in the format: %s.\n\n If you "
     "wish to enter dates in a different format, you may change the standard date entry format for "
@@ -357,6 +359,8 @@ VString FolderFileMessage(int32_t code, const char* text) {
   const char* pattern = findText(kFolderFileTexts, code);
   return pattern == nullptr ? unknownFolderCode(code) : filled(pattern, {textOrEmpty(text)});
 }
+
+VString NoLocksMessage(const char* path) { return filled(kNoLocksText, {textOrEmpty(path)}); }
 
 VString DateMessage(int32_t code, const char* date, const char* format) {
   if (code != kFolderDate) return unknownFolderCode(code);

@@ -49,6 +49,8 @@ VString ToolkitMessage(int32_t code, const char* path);
 VString FolderMessage(int32_t code);
 // `text` is what the message is about: a file, or the name of a promotion group.
 VString FolderFileMessage(int32_t code, const char* text);
+// Why the file at `path` can't be changed.
+VString NoLocksMessage(const char* path);
 VString DateMessage(int32_t code, const char* date, const char* format);
 // Line 0 stands for an error without a line, and leaves `lineText` out. Gives an empty text for any
 // other code than 21.

@@ -127,6 +127,21 @@ TEST_F(Changes, AddExistingArchiveAppendsOneLineToItsParentsFile) {
   EXPECT_EQ(shown("prv/P.prj/trvsfold.prv"), "[FOLDER=mine]\nDIR=mine\nWKDIR=mine\n\n");
 }
 
+// A power cut in the middle of an append.
+TEST_F(Changes, ARecordThatWasCutOffGoes) {
+  createProject("P");
+  const string whole = kHead + "[DOCUMENT=/v;a_v;;a]\n";
+  for (const char* torn : {"[DOCUMENT=/v;b_v;;b", "[FOLDER=f]\nDIR=f\nWKDIR=/w"}) {
+    scratch_.write("pub/P.prj/trvsfold.pub", whole + torn);
+    TVHandle* project = scratch_.openProject("P");
+    EXPECT_EQ(support::workfileNames(project), Names{"a"});
+    EXPECT_EQ(support::folderNames(project), Names{});
+    EXPECT_EQ(shown("pub/P.prj/trvsfold.pub"), whole + torn);
+    AddExistingArchive(project, "c", "/v/c_v");
+    EXPECT_EQ(shown("pub/P.prj/trvsfold.pub"), whole + "[DOCUMENT=/v;c_v;;c]\n");
+  }
+}
+
 // The buckets: m_v 2, q_v 6, b_v 8, gone 9, src 10, mine 15.
 TEST_F(Changes, DestroyArchiveAndFolderRewriteTheirParentsFilesInTableOrder) {
   createProject("P");

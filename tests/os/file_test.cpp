@@ -134,6 +134,42 @@ TEST_F(FileTest, ReadsAllOrFails) {
   }
 }
 
+// What failed because another machine was replacing the file is tried again, for a while.
+TEST_F(FileTest, LooksAgainWhileTheFileIsReplaced) {
+  const struct {
+    const char* call;
+    int error;
+  } cases[] = {{"open", ESTALE}, {"open", ENOENT}, {"pread", ESTALE}, {"flock", ESTALE}};
+  for (const auto& c : cases) {
+    SCOPED_TRACE(std::string(c.call) + " " + std::to_string(c.error));
+    int left = 0;
+    bool isForEver = false;
+    const SystemCalls calls([&](const Call& call) {
+      return call.name == c.call && (isForEver || left-- > 0) ? c.error : 0;
+    });
+    std::string text;
+    left = 3;
+    EXPECT_EQ(readFile(path_.c_str(), 3, &text), FileResult::kDone);
+    EXPECT_EQ(text, "old");
+    left = 3;
+    EXPECT_EQ(file_.openLocked(path_.c_str()), FileResult::kDone);
+    EXPECT_TRUE(file_.close());
+    isForEver = true;
+    const bool isRead = readFile(path_.c_str(), 3, &text) == FileResult::kDone;
+    const bool isHeld = file_.openLocked(path_.c_str()) == FileResult::kDone;
+    EXPECT_TRUE(!isRead || !isHeld);
+    file_.close();
+  }
+}
+
+TEST_F(FileTest, FailsToReadWhatIsCutShort) {
+  ASSERT_EQ(file_.open(path_.c_str(), File::Access::kRead), FileResult::kDone);
+  std::filesystem::resize_file(path_, 1);
+  char bytes[3];
+  EXPECT_FALSE(file_.readAt(0, bytes, 3));
+  EXPECT_TRUE(file_.hasFailed());
+}
+
 TEST_F(FileTest, GoesOnWhenASignalComes) {
   const auto interrupted = [](std::string last) {
     return [last](const Call& call) mutable {

@@ -5,6 +5,7 @@
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 
+#include <cerrno>
 #include <filesystem>
 #include <random>
 
@@ -15,6 +16,8 @@
 namespace foldapi {
 namespace {
 
+using os_test::Call;
+using os_test::SystemCalls;
 using support::escaped;
 using Access = TextFile::Access;
 using Failure = TextFile::Failure;
@@ -150,6 +153,56 @@ TEST_F(TextFileTest, LetsAReaderWriteIfNothingHappenedSince) {
   EXPECT_TRUE(file->failed()) << "the file is another one by now";
   EXPECT_FALSE(file->commit());
   EXPECT_EQ(bytes(), "another\n");
+}
+
+TEST_F(TextFileTest, RefusesToCommitToAFileThatIsNoLongerThere) {
+  write("a\n");
+  const auto file = open(Access::kUpdate);
+  std::filesystem::rename(path_, path_ + ".old");
+  write("theirs\n");
+  file->append("b\n");
+  EXPECT_FALSE(file->commit());
+  EXPECT_TRUE(file->failed());
+  EXPECT_EQ(bytes(), "theirs\n");
+  EXPECT_EQ(support::readFile(path_ + ".old"), "a\n");
+}
+
+TEST_F(TextFileTest, IsReadButNotUpdatedWhereThereAreNoLocks) {
+  write("a\r\n");
+  for (const int error : {ENOLCK, ENOSYS, EOPNOTSUPP}) {
+    bool isDone = false;
+    const SystemCalls calls([&](const Call& call) {
+      // Meanwhile another program writes to it.
+      if (call.name == "pread" && !std::exchange(isDone, true)) write(bytes() + "b\r\n");
+      return call.name == "flock" ? error : 0;
+    });
+    const std::string before = bytes();
+    const auto file = open(Access::kRead);
+    ASSERT_TRUE(file);
+    EXPECT_EQ(file->text().size(), before.size() / 3 * 2 + 2);
+    file->append("c\n");
+    EXPECT_TRUE(file->failed());
+    EXPECT_EQ(tryOpen(Access::kUpdate), Failure::kNoLocks);
+    EXPECT_TRUE(isAlone());
+  }
+}
+
+// A read that ends early doesn't make the rest go with the next rewrite.
+TEST_F(TextFileTest, IsNotReadInPart) {
+  for (const int error : {0, EIO, ESTALE}) {
+    write("one\r\ntwo\r\n");
+    int count = 0;
+    const SystemCalls calls([&](const Call& call) {
+      if (call.name != "pread" || ++count > 1) return 0;
+      if (error == 0) std::filesystem::resize_file(path_, 5);
+      return error;
+    });
+    const auto file = open(Access::kUpdate);
+    EXPECT_EQ(file != nullptr, error == ESTALE);
+    if (file != nullptr) {
+      EXPECT_EQ(file->text(), "one\ntwo\n");
+    }
+  }
 }
 
 }  // namespace

@@ -6,8 +6,10 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <cerrno>
 #include <filesystem>
 
+#include "os/systemcalls.h"
 #include "store/storefixture.h"
 #include "support/limits.h"
 #include "toolkit/messages.h"
@@ -216,6 +218,42 @@ TEST_F(Merge, ProjectsComeFromThePublicFile) {
     EXPECT_EQ(root.object()->rootConfig().path.str(), isMaster ? "m.cfg" : "");
     EXPECT_EQ(assertions.find("52data.cpp 348") != std::string::npos, noName);
   }
+}
+
+os_test::SystemCalls noLocks() {
+  return os_test::SystemCalls(
+      [](const os_test::Call& call) { return call.name == "flock" ? ENOLCK : 0; });
+}
+
+TEST_F(OpenLocked, TellsThatThereAreNoLocks) {
+  const os_test::SystemCalls calls = noLocks();
+  EXPECT_EQ(open("F", Access::kRead), 0);
+  EXPECT_EQ(told(), "");
+  EXPECT_EQ(open("F", Access::kUpdate), 7);
+  EXPECT_EQ(told(),
+            "error F cannot be changed, since the file system that it is on has no locks.\n");
+}
+
+TEST_F(Merge, IsReadWhereThereAreNoLocks) {
+  put("pub/trvsproj.pub", "[Project=A]\nCFG=a.cfg\nDIR=a\n");
+  put("prv/trvsproj.prv", "");
+  const os_test::SystemCalls calls = noLocks();
+  EXPECT_EQ(listing(makeRoot()), "project A|a.cfg|||pub/a|\n");
+  EXPECT_EQ(told(), "");
+}
+
+TEST_F(Merge, OthersMayUpdateWhatIsBeingParsed) {
+  put("pub/trvsproj.pub", "[Project=B]\nCFG=\nDIR\n");
+  int free = 0;
+  sink.onQuestion = [&] {
+    const int file = ::open(path("pub/trvsproj.pub").c_str(), O_RDONLY);
+    if (::flock(file, LOCK_EX | LOCK_NB) == 0) ++free;
+    ::close(file);
+  };
+  TVProjectRootHandle root = makeRoot();
+  listing(root);
+  EXPECT_EQ(free, 1);
+  sink.onQuestion = nullptr;
 }
 
 TEST_F(Merge, FoldersComeFromEitherFile) {

@@ -33,6 +33,32 @@ std::string records(std::string_view text, const KeyTableEntry* sections = kSect
   return result;
 }
 
+TEST(KeyFile, TellsWhereAnAppendWasCutOff) {
+  const std::string_view start = "[Document=a;;;]\n\n";
+  const struct {
+    std::string_view last;
+    bool isWhole;
+  } cases[] = {{"", true},
+               {"[Document=b", false},
+               {"[Document=b;;;]", true},
+               {"[Document=b;;;]\n\0\0"sv, true},
+               {"[Doc", false},
+               {"[Folder=f]", false},
+               {"[FOLDER=f]\nDIR=f\nWKD", false},
+               {"[Project=p]\nDIR=p\nCFG=c", false},
+               {"[Project=p]\nDIR=p\nCFG=c\n", true},
+               {"\0\0\0"sv, true},
+               {"a remark", true}};
+  for (const auto& c : cases) {
+    SCOPED_TRACE(c.last);
+    const std::string text = std::string(start) + std::string(c.last);
+    const size_t size = text.find_last_not_of('\0') + 1;
+    EXPECT_EQ(wholeSize(text), c.isWhole ? size : start.size());
+  }
+  EXPECT_EQ(wholeSize("[Document=b"), 0u);
+  EXPECT_EQ(wholeSize("a remark"), 8u);
+}
+
 TEST(KeyFile, ReadsOddLines) {
   const struct {
     const char* why;

@@ -14,10 +14,11 @@ class RecordingSink : public foldapi::TVErrorSink {
   using Handle = foldapi::TVHandle;
   using Text = foldapi::VString;
 
-  int answer = 1;                   // To every question.
-  std::string answerText;           // Is given with it.
-  std::function<int(int)> onRetry;  // Answers wait notices by their kind, if set.
-  const Handle* context = nullptr;  // Of the last call.
+  int answer = 1;                    // To every question.
+  std::string answerText;            // Is given with it.
+  std::function<int(int)> onRetry;   // Answers wait notices by their kind, if set.
+  std::function<void()> onQuestion;  // What happens before askString() answers, if set.
+  const Handle* context = nullptr;   // Of the last call.
 
   // What was told since the last look, one line each: the operation, then its arguments.
   std::string told() { return std::exchange(log_, ""); }
@@ -42,6 +43,7 @@ class RecordingSink : public foldapi::TVErrorSink {
     return note(from, "confirm2 " + first.str() + "|" + second.str());
   }
   int askString(Handle& from, const Text& text, int value, Text*) override {
+    if (onQuestion) onQuestion();
     return note(from, "ask " + std::to_string(value) + " " + text.str());
   }
   void notifyFour(Handle& from, const Text& a, const Text& b, const Text& c, const Text& d,

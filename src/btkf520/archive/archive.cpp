@@ -26,6 +26,8 @@ namespace {
 
 using os::FileResult;
 
+constexpr int kReadTries = 3;
+
 TrvsStatus openStatus(FileResult result) {
   switch (result) {
     case FileResult::kDone:
@@ -345,12 +347,16 @@ TrvsStatus Archive::Impl::commit(ArchiveModel model) {
 Archive::Archive(std::unique_ptr<Impl> impl) : impl_(std::move(impl)) {}
 Archive::~Archive() = default;
 
+// Looks again where reading fails: another machine may just have replaced the archive.
 TrvsStatus Archive::openToRead(const std::string& path, std::unique_ptr<Archive>* archive) {
-  os::File file;
-  if (const TrvsStatus status = openStatus(file.open(path.c_str(), os::File::Access::kRead))) {
-    return status;
+  TrvsStatus status = TRVS_CANNOT_OPEN;
+  for (int tries = 0; tries < kReadTries && status == TRVS_CANNOT_OPEN; ++tries) {
+    os::File file;
+    status = openStatus(file.open(path.c_str(), os::File::Access::kRead));
+    if (status != TRVS_DONE) break;
+    status = Impl::open(Impl::Purpose::kRead, path, std::move(file), archive);
   }
-  return Impl::open(Impl::Purpose::kRead, path, std::move(file), archive);
+  return status;
 }
 
 TrvsStatus Archive::openToUpdate(const std::string& path, std::unique_ptr<Archive>* archive) {
