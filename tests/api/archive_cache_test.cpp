@@ -49,8 +49,6 @@ class ArchiveCache : public testing::Test {
     return count;
   }
 
-  bool hasCacheFile() const { return std::filesystem::exists(scratch_.path(kCacheFile)); }
-
   support::ScratchDatabase scratch_;
 };
 

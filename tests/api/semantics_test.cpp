@@ -19,13 +19,6 @@ using Names = std::vector<string>;
 
 class Semantics : public testing::Test {
  protected:
-  // A project "P" with these lines in its public file, opened once.
-  TVHandle* projectWith(const string& lines) {
-    CreateProject(scratch_.openRoot(), "P", "/w", "/team");
-    scratch_.write("pub/P.prj/trvsfold.pub", kHead + lines);
-    return scratch_.openProject("P");
-  }
-
   support::ScratchDatabase scratch_;
 };
 

@@ -24,20 +24,6 @@ using btkf::ArchiveModel;
 using btkf::Number;
 using std::string_literals::operator""s;
 
-TEST(Numbers, AreReadWrittenAndOrdered) {
-  const char* const bad[] = {"",     ".",    "1.",  ".1",           "1..2", " 1.2",
-                             "1.2 ", "+1.2", "1.x", "1.1000000000", "-1",   "1,2"};
-  for (const char* text : bad) EXPECT_FALSE(Number::parse(text)) << text;
-  EXPECT_FALSE(Number::parse(std::string(Number::kMostComponents * 2, '1').replace(1, 1, ".")));
-  EXPECT_EQ(number("01.0.999999999").text(), "1.0.999999999");
-
-  const char* const ascending[] = {"1",        "1.9",   "1.9.1", "1.9.1.0",
-                                   "1.9.1.10", "1.9.2", "1.10",  "2.0"};
-  for (size_t i = 1; i < std::size(ascending); ++i) {
-    EXPECT_LT(number(ascending[i - 1]), number(ascending[i])) << ascending[i];
-  }
-}
-
 TEST(Plan, HasNoCirclesAndFewAncestorsWhateverHasBeenDeleted) {
   for (unsigned seed = 0; seed < 300; ++seed) {
     Contents random(seed);
@@ -237,74 +223,6 @@ TEST(ArchiveFile, KeepsWhatTheModelSays) {
 
   EXPECT_EQ(model.labelled(model.labels[2]), nullptr);
   EXPECT_EQ(model.lockCount(), 3u);
-}
-
-TEST(ArchiveFile, RefusesWhatCannotBe) {
-  History history;
-  history.checkIn("1", "one");
-  const std::string file = history.file();
-  support::TemporaryDirectory directory;
-  const std::string other = directory / "other";
-  support::writeFile(other, "no archive at all, but long enough to have a trailer");
-
-  std::unique_ptr<Archive> archive;
-  EXPECT_EQ(Archive::openToRead(directory / "none", &archive), TRVS_NO_ARCHIVE);
-  EXPECT_EQ(Archive::openToUpdate(directory / "none/none", &archive), TRVS_NO_ARCHIVE);
-  EXPECT_EQ(Archive::openToRead(directory.path(), &archive), TRVS_CANNOT_OPEN);
-  EXPECT_EQ(Archive::openToRead(other, &archive), TRVS_NOT_AN_ARCHIVE);
-  EXPECT_EQ(Archive::openToUpdate(other, &archive), TRVS_NOT_AN_ARCHIVE);
-  EXPECT_EQ(Archive::forNew(other)->commit(ArchiveModel()), TRVS_ARCHIVE_EXISTS);
-  EXPECT_EQ(Archive::forNew(directory / "none/none")->commit(ArchiveModel()), TRVS_CANNOT_WRITE);
-  EXPECT_EQ(archive, nullptr);
-
-  const auto first = history.toUpdate();
-  EXPECT_EQ(Archive::openToUpdate(history.path(), &archive), TRVS_IN_USE);
-  EXPECT_EQ(first->commit(first->model()), TRVS_DONE);
-  EXPECT_EQ(Archive::openToUpdate(history.path(), &archive), TRVS_IN_USE) << "after a commit, too";
-  EXPECT_EQ(history.toRead()->commit(ArchiveModel()), TRVS_MISUSE) << "open to read";
-
-  // No trunk; no letter in a name; a content that isn't there; another length; a content twice; a
-  // revision of another branch; a branch that is a revision; a NUL in a text; a label twice.
-  void (*const spoilers[])(ArchiveModel*) = {
-      [](ArchiveModel* model) { model->branches.clear(); },
-      [](ArchiveModel* model) { model->accessList.emplace_back(); },
-      [](ArchiveModel* model) { ++model->trunk().tip()->content.id; },
-      [](ArchiveModel* model) { ++model->trunk().tip()->content.length; },
-      [](ArchiveModel* model) {
-        model->trunk().revisions.push_back(*model->trunk().tip());
-        model->trunk().tip()->number = number("1.1");
-      },
-      [](ArchiveModel* model) { model->trunk().tip()->number = number("1.0.1.0"); },
-      [](ArchiveModel* model) { model->addBranch(number("1.0")); },
-      [](ArchiveModel* model) { model->owner = "a\0b"s; },
-      [](ArchiveModel* model) {
-        model->labels.assign(2, {"a", number("1")});
-      }};
-  for (const auto& spoil : spoilers) {
-    ArchiveModel model = first->model();
-    spoil(&model);
-    EXPECT_EQ(first->commit(model), TRVS_MISUSE) << &spoil - spoilers;
-  }
-  btkf::Bytes bytes;
-  EXPECT_EQ(first->read({99, 0, 0}, &bytes), TRVS_NO_REVISION);
-  EXPECT_EQ(history.file(), file);
-}
-
-TEST(ArchiveFile, IsReplacedInPlaceWithItsModeAndBehindLinks) {
-  History history;
-  const std::filesystem::path path = history.path();
-  const std::string link = path.string() + ".link";
-  std::filesystem::create_symlink(path.filename(), link);
-  std::filesystem::permissions(path, std::filesystem::perms(0444));
-
-  std::unique_ptr<Archive> archive;
-  ASSERT_EQ(Archive::openToUpdate(link, &archive), TRVS_DONE);
-  ArchiveModel model = archive->model();
-  model.owner = "ann";
-  ASSERT_EQ(archive->commit(model), TRVS_DONE);
-  EXPECT_EQ(history.toRead()->model().owner, "ann");
-  EXPECT_EQ(std::filesystem::status(path).permissions(), std::filesystem::perms(0444));
-  EXPECT_TRUE(std::filesystem::is_symlink(link));
 }
 
 // A content of many megabytes that is mostly a hole, under a limit of a few times its size. The

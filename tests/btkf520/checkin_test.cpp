@@ -143,42 +143,6 @@ TEST_F(CheckIn, RecordsWhatItIsTold) {
   EXPECT_STREQ(text, "better");
 }
 
-TEST_F(CheckIn, RefusesWhatCannotBe) {
-  const std::string here = path("");
-  EXPECT_EQ(TrvsCreateArchive(nullptr, "m.c", nullptr, nullptr, 0, 0), TRVS_MISUSE);
-  EXPECT_EQ(TrvsCreateArchive(here.c_str(), "m.c", nullptr, nullptr, 0, 0), TRVS_BAD_NAME);
-  EXPECT_EQ(TrvsCreateArchive(archive().c_str(), here.c_str(), nullptr, nullptr, 0, 0),
-            TRVS_BAD_NAME);
-  EXPECT_EQ(TrvsCreateArchive(workfile().c_str(), workfile().c_str(), nullptr, nullptr, 0, 0),
-            TRVS_SAME_NAMES);
-  EXPECT_EQ(TrvsCreateArchive((here + "none/m.c_v").c_str(), "m.c", nullptr, nullptr, 0, 0),
-            TRVS_BAD_NAME);
-  EXPECT_EQ(put("0", {}), TRVS_NO_ARCHIVE);
-  ASSERT_EQ(create(), 0);
-  EXPECT_EQ(create(), TRVS_ARCHIVE_EXISTS);
-  // Months 0 and 13, day 0, the 30th of February, hour 24, minute 60, second 60.
-  for (const uint32_t time :
-       {0x10000u, 0x1a10000u, 0x200000u, 0x5e0000u, 0x21c000u, 0x210780u, 0x21001eu}) {
-    SCOPED_TRACE(time);
-    EXPECT_EQ(put("0", {.time = time}), TRVS_BAD_DATE);
-    EXPECT_EQ(TrvsCreateArchive(path("n").c_str(), "m.c", nullptr, nullptr, time, 0),
-              TRVS_BAD_DATE);
-  }
-  unlink(workfile().c_str());
-  EXPECT_EQ(put({}), TRVS_NO_WORKFILE);
-  EXPECT_EQ(get({}), TRVS_NO_REVISIONS) << "no revisions yet";
-  EXPECT_EQ(TrvsPutRevision(0, 0, archive().c_str(), 0, nullptr, nullptr, nullptr, nullptr, nullptr,
-                            nullptr, 0, 0),
-            TRVS_MISUSE);
-  write("other", "no archive");
-  EXPECT_EQ(TrvsUnLockRevision(TRVS_CONTEXT, path("other").c_str(), nullptr, nullptr),
-            TRVS_NOT_AN_ARCHIVE);
-  EXPECT_EQ(TrvsUnLockRevision(TRVS_CONTEXT, "", nullptr, nullptr), TRVS_BAD_NAME);
-  EXPECT_EQ(TrvsUnLockRevision(TRVS_CONTEXT, nullptr, nullptr, nullptr), TRVS_MISUSE);
-  become("");
-  EXPECT_EQ(put("0", {}), TRVS_NO_USER_ID);
-}
-
 // Real faults: each of these was cut at another parenthesis, and could not be opened.
 TEST_F(CheckIn, FindsTheArchiveAmongParentheses) {
   const std::pair<const char*, const char*> names[] = {
@@ -198,28 +162,6 @@ TEST_F(CheckIn, FindsTheArchiveAmongParentheses) {
       EXPECT_STREQ(description, archive);
     }
   }
-}
-
-TEST_F(CheckOut, GivesTheWorkfileModeAndTime) {
-  ASSERT_EQ(create(), 0);
-  ASSERT_EQ(put("0", {.time = minute(7)}), 0);
-  const uint32_t time = TRVS_GET_ARCHIVE_TIME;
-  const uint32_t writable = TRVS_GET_WRITABLE;
-  for (const uint32_t flags : {0u, writable, time, time | writable, uint32_t{TRVS_GET_LOCK}}) {
-    SCOPED_TRACE(flags);
-    EXPECT_EQ(get({.flags = flags | TRVS_GET_OVERWRITE}), 0);
-    EXPECT_EQ(isWorkfileWritable(), (flags & (writable | TRVS_GET_LOCK)) != 0);
-    struct stat status {};
-    stat(workfile().c_str(), &status);
-    tm local{};
-    localtime_r(&status.st_mtime, &local);
-    const bool isOfArchive = local.tm_year == 101 && local.tm_min == 7 && local.tm_mday == 3;
-    EXPECT_EQ(isOfArchive, (flags & time) != 0);
-    EXPECT_EQ(tree(), (flags & TRVS_GET_LOCK) != 0 ? "1.0^!ann" : "1.0^");
-  }
-  EXPECT_EQ(TrvsSetAttributes(TRVS_CONTEXT, archive().c_str(), 0, TRVS_ATTRIBUTE_READ_ONLY), 0);
-  EXPECT_EQ(get({}), 0);
-  EXPECT_TRUE(isWorkfileWritable());
 }
 
 TEST_F(CheckOut, OverwritesOnlyWhereItMay) {

@@ -132,42 +132,6 @@ TEST_F(ConfigurationFile, DisallowedDirectivesHoldAgainstLaterFilesOnly) {
   EXPECT_EQ(directories(), "next");
 }
 
-TEST_F(ConfigurationFile, StopsAtAnErrorIfToldTo) {
-  write("more.cfg", "VCSDIR=b\nBAD\nVCSDIR=c\n");
-  load("BAD\nONERROR = STOP\nVCSDIR=a\nINCLUDE more.cfg\nVCSDIR=d\nBAD\n");
-  EXPECT_EQ(told(), "line@1 line@2");
-  EXPECT_EQ(directories(), "b");
-  load("BAD\nVCSDIR=e\nONERROR=CONTINUE\n", TRVS_READ_FOLLOWING);
-  EXPECT_EQ(directories(), "b") << "the rule of an earlier file goes on";
-}
-
-TEST_F(ConfigurationFile, WhatIsLeftAfterAFailure) {
-  const std::string none = path("none.cfg");
-  load("VCSDIR=master\n", TRVS_READ_MASTER);
-  EXPECT_EQ(TrvsQueryConfiguration(none.c_str(), 0, 0, TRVS_READ_FOLLOWING),
-            TRVS_CANNOT_READ_CONFIGURATION);
-  EXPECT_EQ(directories(), "master");
-  for (int32_t mode : {7, 11})
-    EXPECT_EQ(TrvsQueryConfiguration(none.c_str(), 0, 0, mode), TRVS_MISUSE);
-  EXPECT_EQ(TrvsQueryConfiguration(nullptr, 0, 0, TRVS_READ_FIRST), TRVS_MISUSE);
-  EXPECT_EQ(directories(), "master");
-  EXPECT_EQ(TrvsQueryConfiguration(none.c_str(), 0, 0, TRVS_READ_MASTER),
-            TRVS_CANNOT_READ_CONFIGURATION);
-  EXPECT_EQ(directories(), "") << "no project works with another one's settings";
-
-  load("VCSDIR=master\n", TRVS_READ_MASTER);
-  answer = 2;
-  EXPECT_EQ(load("VCSDIR=own\nBAD\nBAD\nPROMOTE a=b\nPROMOTE c=d\n", TRVS_READ_FOLLOWING),
-            TRVS_CANCELLED);
-  EXPECT_EQ(told(), "line@2");
-  EXPECT_EQ(directories(), "master");
-  EXPECT_EQ(load(std::string(1 << 20, '\n')), 0);
-  EXPECT_EQ(load(std::string((1 << 20) + 1, '\n')), TRVS_CANNOT_READ_CONFIGURATION);
-  EXPECT_EQ(TrvsQueryConfiguration(path("").c_str(), 0, 0, TRVS_READ_FIRST),
-            TRVS_CANNOT_READ_CONFIGURATION)
-      << "a directory";
-}
-
 TEST_F(ConfigurationFile, DateWordsAndFormatAreWhatParsersTake) {
   const std::string words =
       "January February March April May June July August September October November December AM PM";

@@ -16,9 +16,12 @@ int theAllocationsLeft = -1;  // Until one fails; without end if negative.
 }  // namespace
 
 // All out of line: where only one of a pair is inlined, compilers see a mismatch.
-[[gnu::noinline]] void* operator new(size_t size) {
+[[gnu::noinline]] void* operator new(size_t size, const std::nothrow_t&) noexcept {
   const bool fails = theAllocationsLeft >= 0 && theAllocationsLeft-- == 0;
-  void* const memory = fails ? nullptr : std::malloc(size != 0 ? size : 1);
+  return fails ? nullptr : std::malloc(size != 0 ? size : 1);
+}
+[[gnu::noinline]] void* operator new(size_t size) {
+  void* const memory = operator new(size, std::nothrow);
   if (memory == nullptr) throw std::bad_alloc();
   return memory;
 }

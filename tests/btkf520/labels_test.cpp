@@ -65,36 +65,6 @@ TEST_F(Locks, FollowTheRulesOfArchiveAndConfiguration) {
   EXPECT_EQ(attributes, 0x1cu);
 }
 
-TEST_F(Locks, AreListedForAUser) {
-  ASSERT_EQ(create(), 0);
-  ASSERT_EQ(put("0", {.flags = TRVS_PUT_KEEP_LOCK}), 0);
-  ASSERT_EQ(put("1", {.flags = TRVS_PUT_KEEP_LOCK}), 0);
-  EXPECT_EQ(lock(), TRVS_LOCKED) << "mine already";
-  ASSERT_EQ(lock("1.0"), 0);
-  char* buffer[8];
-  auto* bytes = reinterpret_cast<char*>(buffer);
-  int16_t count = 1;
-  const int32_t exact = sizeof(char*) + 4;
-  const auto ask = [&](const char* user, int32_t size) {
-    return TrvsGetLockInfo(TRVS_CONTEXT, archive().c_str(), 0, user, &count, bytes, size);
-  };
-  EXPECT_EQ(ask(nullptr, exact - 1), TRVS_BUFFER_TOO_SMALL);
-  EXPECT_EQ(ask("ann", exact), 0);
-  EXPECT_STREQ(buffer[0], "1.0");
-  EXPECT_EQ(count, 1);
-  count = 9;
-  EXPECT_EQ(ask("", sizeof buffer), 0);
-  EXPECT_EQ(count, 2);
-  EXPECT_STREQ(buffer[1], "1.1");
-  EXPECT_EQ(ask("bob", sizeof buffer), TRVS_NO_LOCK);
-  count = 0;
-  EXPECT_EQ(ask(nullptr, sizeof buffer), TRVS_MISUSE);
-  EXPECT_EQ(unlock(nullptr, "1.1"), 0);
-  EXPECT_EQ(unlock(nullptr, "1.1"), TRVS_NO_LOCK);
-  EXPECT_EQ(unlock("ann", "REL"), TRVS_NO_SUCH_LABEL);
-  EXPECT_EQ(tree(), "1.0^!ann 1.1");
-}
-
 TEST_F(Labels, AreSetMovedAndDeleted) {
   const std::map<std::string, uint32_t> flags = {
       {"", 0},

@@ -120,15 +120,6 @@ TEST_F(ProfileTest, ErrorsTellWhatIsWrong) {
   EXPECT_EQ(content(), std::string("[S]\0K=v", 7));
 }
 
-TEST_F(ProfileTest, FirstWriteMakesTheFileAndItsDirectories) {
-  path_ = directory_ / "a/b/KSTR.INI";
-  EXPECT_EQ(query("[S]", "K"), std::nullopt);
-  EXPECT_EQ(error_, 0);
-  EXPECT_FALSE(fs::exists(directory_ / "a")) << "a query makes nothing";
-  EXPECT_TRUE(write("[S]", "K", "v"));
-  EXPECT_EQ(content(), "[S]\r\nK=v\r\n");
-}
-
 TEST_F(ProfileTest, WriteKeepsLinksAndClearsWhatKilledWritersLeft) {
   const std::string real = directory_ / "real.ini";
   fs::create_symlink("real.ini", path_);

@@ -188,29 +188,5 @@ TEST_F(FileTest, GoesOnWhenASignalComes) {
   EXPECT_EQ(removeFile(path_.c_str()), FileResult::kDone);
 }
 
-TEST(Places, AreFoundAndMade) {
-  const auto parents = support::table<2>(
-      "a -> . | /a -> / | / -> / | a/b -> a | /a/b -> /a | a/b/ -> a | a//b -> a/ | /a/ -> /");
-  for (const auto& [path, want] : parents) EXPECT_EQ(parentOf(path), want) << path;
-  const support::TemporaryDirectory directory;
-  {
-    const SystemCalls calls;
-    EXPECT_TRUE(makeDirectories(directory / "a/b/c"));
-    EXPECT_TRUE(calls.log("mkdir fsync").ends_with("mkdir b, fsync a, mkdir c, fsync b"));
-  }
-  EXPECT_TRUE(makeDirectories(directory / "a/b/c")) << "they are there";
-  support::writeFile(directory / "a/f", "");
-  EXPECT_FALSE(makeDirectories(directory / "a/f"));
-  EXPECT_FALSE(makeDirectories(directory / "a/f/g"));
-  std::filesystem::create_symlink("b/../f", directory / "a/one");
-  std::filesystem::create_symlink(directory / "a/one", directory / "two");
-  std::filesystem::create_symlink("none", directory / "a/dangling");
-  std::filesystem::create_symlink("round", directory / "round");
-  EXPECT_EQ(linkTarget(directory / "two"), directory / "a/b/../f");
-  EXPECT_EQ(linkTarget(directory / "a/dangling"), directory / "a/none");
-  EXPECT_EQ(linkTarget(directory / "none"), directory / "none");
-  EXPECT_EQ(linkTarget(directory / "round"), directory / "round");
-}
-
 }  // namespace
 }  // namespace os
