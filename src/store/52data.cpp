@@ -8,6 +8,8 @@
 //             dropped, if it says OWNERSHIP
 #include "store/52data.h"
 
+#include <algorithm>
+
 #include "core/handle.h"
 #include "domain/projectroot.h"
 #include "os/clock.h"
@@ -218,6 +220,7 @@ int TVDataFileReader::readProjectRecord(TVKeyFile& file, OptionalText value) {
   if (!value) assertFail("52data.cpp", 348);
   const std::string name(value.value_or(""));
   const RecordKeys keys = readKeys(file);
+  if (source_ == Side::kPrivate && findChild(name) == nullptr) return keepStray(name, file);
   int code = 0;
   if (!keys.dir) {
     code = kFolderDirFieldMissing;
@@ -239,10 +242,14 @@ int TVDataFileReader::recordFailed(int code, const std::string& name) {
   return goOn == 1 ? kRecordDropped : kRecordAbort;
 }
 
+int TVDataFileReader::keepStray(const std::string& name, const TVKeyFile& file) {
+  strays_.push_back({name, std::string(file.sectionText())});
+  return kRecordDropped;
+}
+
 int TVDataFileReader::mergeProject(const std::string& name, const RecordKeys& keys) {
   if (source_ == Side::kPrivate) {
     auto* project = static_cast<TVProjectFolder52*>(findChild(name));
-    if (project == nullptr) return kFolderPrivateOnly;
     if (!project->isDirty()) project->setPrivateWorkDir(keys.workDir);
     project->setStorageDir(source_, storageDirectory(directory_, *keys.dir));
     return 0;
@@ -269,21 +276,21 @@ int TVDataFileReader::readFolderRecord(TVKeyFile& file, OptionalText value) {
   }
   const std::string name(*value);
   const RecordKeys keys = readKeys(file);
+  if (source_ == Side::kPrivate && keys.overlay && findChild(name) == nullptr) {
+    return keepStray(name, file);
+  }
   if (!keys.dir) return kRecordDropped;
-  return mergeFolder(name, keys) ? kRecordTaken : kRecordDropped;
+  mergeFolder(name, keys);
+  return kRecordTaken;
 }
 
-bool TVDataFileReader::mergeFolder(const std::string& name, const RecordKeys& keys) {
+void TVDataFileReader::mergeFolder(const std::string& name, const RecordKeys& keys) {
   TVArchiveFolder52* folder = nullptr;
-  if (source_ == Side::kPrivate) {
-    folder = static_cast<TVArchiveFolder52*>(findChild(name));
-    if (folder == nullptr && keys.overlay) return false;
-  }
+  if (source_ == Side::kPrivate) folder = static_cast<TVArchiveFolder52*>(findChild(name));
   if (folder == nullptr) folder = addFolder(name, keys);
   const bool ownRecord = source_ == Side::kPublic || folder->isPrivate();
   if (ownRecord && !folder->isDirty()) folder->setPrivateWorkDir(keys.workDir);
   folder->setStorageDir(source_, storageDirectory(directory_, *keys.dir));
-  return true;
 }
 
 TVArchiveFolder52* TVDataFileReader::addFolder(const std::string& name, const RecordKeys& keys) {
@@ -420,6 +427,7 @@ int TVDataFilePair::read(Side side, TVObject* owner, TVHandle& context,
   file.unread = code != 0 && fileExists(filePath.view());
   file.absent = code != 0 && !file.unread;
   if (code == 0) file.stamp = stamp;
+  if (side == Side::kPrivate) strays_ = reader.takeStrays();
   return code;
 }
 
@@ -462,6 +470,22 @@ std::unique_ptr<TVDataFileWriter> TVDataFilePair::beginWrite(TVHandle& context,
   }
   auto writer = std::make_unique<TVDataFileWriter>(context, publicPath, privatePath);
   return writer->open() == 0 ? std::move(writer) : nullptr;
+}
+
+void TVDataFilePair::dropStraysOf(const TVObject& owner) {
+  if (strays_.empty()) return;
+  for (const TVObject* child : owner.childrenInOrder()) {
+    if (!child->isKindOf(&TVArchiveFolder::theClass)) continue;
+    const VString& name = static_cast<const TVArchiveFolder*>(child)->folderName();
+    std::erase_if(strays_, [&](const StrayRecord& stray) { return name.view() == stray.name; });
+  }
+}
+
+bool TVDataFilePair::writeStrays(TVDataFileWriter& writer, TVHandle& context) const {
+  if (writer.stream(Side::kPrivate) == nullptr) return true;
+  return std::all_of(strays_.begin(), strays_.end(), [&](const StrayRecord& stray) {
+    return writer.writeRecord(Side::kPrivate, stray.text, context);
+  });
 }
 
 bool TVDataFilePair::mayUpdate(const TVDataFileWriter& writer, TVHandle& context) const {

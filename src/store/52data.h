@@ -60,6 +60,13 @@ class TVDataFile {
   Access access_;
 };
 
+// A private record that overlays nothing: what it belongs to stands in another public file, or is
+// gone. It means nothing here, and is kept word for word.
+struct StrayRecord {
+  std::string name;
+  std::string text;
+};
+
 // Reads one file into the children of `owner`, in one pass, and is then thrown away. A private file
 // never reports that it can't be opened.
 class TVDataFileReader : public TVDataFile {
@@ -72,6 +79,7 @@ class TVDataFileReader : public TVDataFile {
   // Reads `stream`, or opens the file if it is null, and closes it again. 0, or the code of what
   // ended it. Objects built before stay with the owner.
   [[nodiscard]] int readFile(const TextFile* stream);
+  std::vector<StrayRecord> takeStrays() { return std::move(strays_); }
 
  private:
   struct RecordKeys {
@@ -89,9 +97,10 @@ class TVDataFileReader : public TVDataFile {
   int readDocumentRecord(OptionalText value);
 
   int mergeProject(const std::string& name, const RecordKeys& keys);
-  bool mergeFolder(const std::string& name, const RecordKeys& keys);
+  void mergeFolder(const std::string& name, const RecordKeys& keys);
   TVArchiveFolder52* addFolder(const std::string& name, const RecordKeys& keys);
   int recordFailed(int code, const std::string& name);
+  int keepStray(const std::string& name, const TVKeyFile& file);
   TVArchiveFolder* findChild(const std::string& name);
 
   TVObject* owner_;
@@ -102,6 +111,7 @@ class TVDataFileReader : public TVDataFile {
   // The folders and projects of the owner by name, for a private pass; made on first use.
   std::unordered_map<std::string_view, std::vector<TVArchiveFolder*>> byName_;
   bool byNameFilled_ = false;
+  std::vector<StrayRecord> strays_;
 };
 
 // Holds the files of an owner for an update, exclusively, from open() to its end.
@@ -181,6 +191,11 @@ class TVDataFilePair {
   // left out.
   [[nodiscard]] std::unique_ptr<TVDataFileWriter> beginWrite(TVHandle& context,
                                                              std::span<const Side> sides) const;
+  // Forgets the stray records of what is now a child of `owner`: they are out of date, and must not
+  // come back when that goes.
+  void dropStraysOf(const TVObject& owner);
+  // Writes the others. False after a report.
+  [[nodiscard]] bool writeStrays(TVDataFileWriter& writer, TVHandle& context) const;
   // False, after a report, where the writer holds a file that could not be read: what can't be read
   // is never overwritten.
   [[nodiscard]] bool mayUpdate(const TVDataFileWriter& writer, TVHandle& context) const;
@@ -204,6 +219,7 @@ class TVDataFilePair {
 
   File public_;
   File private_;
+  std::vector<StrayRecord> strays_;  // Of the private file.
 };
 
 }  // namespace foldapi

@@ -166,12 +166,17 @@ bool TVProjectFolder52::assignDirectories(TVHandle& context) {
   TVHandle rootHandle(&context.sink(), root);
   const bool locked = root->storageLock() != nullptr;
   if (!locked && !root->beginEdit(rootHandle)) return false;
-  const TVDataFileWriter& writer = writerOf(*root->storageLock());
+  TVDataFileWriter& writer = writerOf(*root->storageLock());
   const bool known = root->readWasComplete() && writer.stream(Side::kPublic) != nullptr &&
                      writer.stream(Side::kPrivate) != nullptr;
   const bool publicNamed = known && nameDirectory(Side::kPublic);
   const bool privateNamed = known && nameDirectory(Side::kPrivate);
-  if (publicNamed || privateNamed) root->setDirty(true);
+  if (publicNamed) {
+    root->setDirty(true);
+  } else if (privateNamed &&
+             !writer.writeRecord(Side::kPrivate, record(Side::kPrivate), rootHandle)) {
+    root->dropWrites();
+  }
   // The public record, which the end reads again, tells its directory; the private one is missing.
   if (!locked && !root->endEdit(rootHandle) && privateNamed) {
     files_.setDirectory(Side::kPrivate, VString());

@@ -25,11 +25,14 @@ class TVFileOwner52 : public Base {
   std::unique_ptr<TVStorageLock> lockStorage(TVHandle& context) override {
     return files_.beginWrite(context, sides());
   }
-  int writeData(TVHandle&, TVStorageLock& lock) override {
-    for (const Side side : sides()) writerOf(lock).truncate(side);
-    return kResultDone;
+  int writeData(TVHandle& context, TVStorageLock& lock) override {
+    TVDataFileWriter& writer = writerOf(lock);
+    for (const Side side : sides()) writer.truncate(side);
+    files_.dropStraysOf(*this);
+    return files_.writeStrays(writer, context) ? kResultDone : kResultNotWritten;
   }
   bool unlockStorage(TVHandle& context, std::unique_ptr<TVStorageLock> lock, bool keep) override {
+    files_.dropStraysOf(*this);
     return files_.endWrite(writerOf(*lock), context, keep);
   }
   int readData(TVHandle& context, TVStorageLock* lock) override {

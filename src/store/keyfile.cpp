@@ -55,6 +55,7 @@ int TVKeyFile::nextSection(std::string_view* name, OptionalText* value) {
     head = withoutLeading(line_, kBlanks);
   } while (head.empty() || head.front() != '[');
   head.remove_prefix(1);
+  sectionStart_ = lineStart_;
 
   const size_t end = head.find_first_of("=]");
   *name = head.substr(0, end);
@@ -87,6 +88,11 @@ int TVKeyFile::nextKey(std::string_view* key, OptionalText* value) {
   return kKeyFileDone;
 }
 
+std::string_view TVKeyFile::sectionText() const {
+  const size_t end = pushedBack_ ? lineStart_ : position_;
+  return text_.substr(sectionStart_, end - sectionStart_);
+}
+
 // False at the end of the text. A null ends the text of its line.
 bool TVKeyFile::readLine() {
   if (pushedBack_) {
@@ -96,6 +102,7 @@ bool TVKeyFile::readLine() {
   if (position_ >= text_.size()) return false;
   const size_t end = text_.find('\n', position_);
   lineEnded_ = end != std::string_view::npos;
+  lineStart_ = position_;
   line_ = text_.substr(position_, lineEnded_ ? end - position_ : end);
   position_ = lineEnded_ ? end + 1 : text_.size();
   if (mayHoldNulls_) {

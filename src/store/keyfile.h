@@ -69,6 +69,8 @@ class TVKeyFile {
   // The next key line of the present section, for record handlers: to be called until it gives
   // something other than kKeyFileDone.
   [[nodiscard]] int nextKey(std::string_view* key, OptionalText* value);
+  // The present section word for word, once all its key lines have been read.
+  std::string_view sectionText() const;
 
   // The text that stands for every macro "$(...)" in a value. `name` is "TRVSPRIV". Nothing in the
   // library sets one, so that a macro stands for nothing.
@@ -83,6 +85,8 @@ class TVKeyFile {
   const KeyTableEntry* sections_;
   bool mayHoldNulls_;
   size_t position_ = 0;
+  size_t sectionStart_ = 0;
+  size_t lineStart_ = 0;
   std::string_view line_;      // Without its line end.
   bool lineEnded_ = false;     // The line had an end of its own.
   bool pushedBack_ = false;    // The line has been looked at but not consumed.

@@ -23,9 +23,7 @@ TEST_F(Store, ProjectsWithoutADirectoryGetOneWithTheCache) {
     std::filesystem::remove(path("prv/P.prj"));
   }
   EXPECT_EQ(listing(child(root, "P")), "");
-  EXPECT_EQ(get("prv/trvsproj.prv"),
-            "[FORMAT=TRVS_GUI]\nVersion=5.2\n\n[Project=P]\nCFG=\n"
-            "DIR=P.prj\nWKDIR=w\nOWNERSHIP=PUBLIC\n\n");
+  EXPECT_EQ(get("prv/trvsproj.prv"), "[Project=P]\nCFG=\nDIR=P.prj\nWKDIR=w\nOWNERSHIP=PUBLIC\n\n");
   const auto* project = static_cast<TVProjectFolder52*>(child(root, "P").object());
   ASSERT_NE(project->archiveCache(), nullptr);
   EXPECT_EQ(project->archiveCache()->path().str(), path("prv/P.prj/P.ack"));

@@ -1,0 +1,62 @@
+// Records that must neither vanish nor go where nobody looks: private ones without a public one,
+// changes that fail half-way, and owners that other programs change meanwhile.
+#include <gtest/gtest.h>
+
+#include <string>
+#include <vector>
+
+#include "foldapi/foldapi.h"
+#include "support/client.h"
+
+namespace {
+
+using std::string;
+using support::kHead;
+using Names = std::vector<string>;
+
+class Records : public testing::Test {
+ protected:
+  // With the one private root, and another public one if `publicRoot` says so.
+  TVHandle* openRoot(const char* publicRoot) const {
+    TVHandle* root = Init(scratch_.path(publicRoot).c_str(), scratch_.path("prv").c_str());
+    OpenProjectRoot(root);
+    return root;
+  }
+
+  support::ScratchDatabase scratch_;
+};
+
+// A real fault: a rewrite under one public root lost all private records of the other one.
+TEST_F(Records, OnePrivateRootServesSeveralPublicOnes) {
+  const string other = "[Project=O]\nCFG=\nDIR=O.prj\nWKDIR=\n\n";
+  scratch_.write("pub2/trvsproj.pub", other);
+  CreateProject(openRoot("pub"), "P", "/ann", "/team");
+  const string p = scratch_.shown("prv/trvsproj.prv") + "NOTE=kept\n\n";
+  scratch_.write("prv/trvsproj.prv", p);
+  TVHandle* root = openRoot("pub2");
+  OpenProject(FindProject(root, "O"));
+  const string o = "[Project=O]\nCFG=\nDIR=O.prj\nWKDIR=\nOWNERSHIP=PUBLIC\n\n";
+  EXPECT_EQ(scratch_.shown("prv/trvsproj.prv"), p + o);
+  EXPECT_EQ(scratch_.shown("pub2/trvsproj.pub"), other);
+  CreateProject(root, "Q", "/ann2", "/team2");
+  SetProjectPrivateDir(FindProject(root, "Q"), "/moved");
+  DestroyProject(FindProject(root, "Q"));
+  EXPECT_EQ(scratch_.shown("prv/trvsproj.prv"), kHead + p + o);
+  OpenProject(FindProject(openRoot("pub"), "P"));
+  EXPECT_STREQ(GetProjectPrivateDir(FindProject(openRoot("pub"), "P")), "/ann");
+
+  // A record that a new project makes void doesn't come back when that is destroyed.
+  CreateProject(root = openRoot("pub2"), "P", "", "");
+  DestroyProject(FindProject(root, "P"));
+  EXPECT_EQ(scratch_.shown("prv/trvsproj.prv"), kHead + o);
+}
+
+TEST_F(Records, ARewriteKeepsWhatPublicFoldersLeftBehind) {
+  CreateProject(openRoot("pub"), "P", "", "");
+  const string stray = "[FOLDER=gone]\nDIR=gone\nNOTE kept\n;\nOWNERSHIP=x\n";
+  scratch_.write("prv/P.prj/trvsfold.prv", stray + "[FOLDER=mine]\nDIR=mine\n");
+  DestroyFolder(FindFolder(scratch_.openProject("P"), "mine"));
+  EXPECT_EQ(scratch_.shown("prv/P.prj/trvsfold.prv"), kHead + stray);
+}
+
+}  // namespace
