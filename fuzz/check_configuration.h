@@ -30,7 +30,7 @@ class ConfigurationFiles : public btkf::ConfigurationHost {
     require(++reads_ <= 2 * btkf::ConfigurationReader::kMostBytes, "reads are bounded");
     const size_t index = path.empty() ? 0 : static_cast<unsigned char>(path.back()) % files_.size();
     if (files_[index].size() > largest) return {};
-    return btkf::FileText{files_[index], {0, index}};
+    return btkf::FileText{files_[index], {0, index}, index % 2 == 0};
   }
   std::optional<std::string> variable(const std::string& name) override {
     return name.size() % 2 == 0 ? std::optional(name) : std::nullopt;

@@ -93,7 +93,7 @@ typedef enum TrvsStatus {
   TRVS_HAS_BRANCHES = 78,            /* a branch starts at the revision */
   TRVS_NOT_IN_ACCESS_LIST = 95,      /* the user to be taken off is not on it */
   TRVS_TRIGGER_REFUSED = 103,        /* the event trigger before the operation said no */
-  TRVS_TRIGGER_FAILED = 106,         /* the event trigger could not be run */
+  TRVS_TRIGGER_FAILED = 106,         /* the event trigger could not be run, or may not be */
   TRVS_CANNOT_READ_CONFIGURATION = 107, /* not a regular file, too large, or unreadable */
   TRVS_DISALLOWED = 109                 /* the master file disallows this directive */
 } TrvsStatus;
@@ -165,7 +165,8 @@ typedef enum TrvsCallbackId {
   TRVS_CALLBACK_OPERATION = 18,     /* an operation is done */
   TRVS_CALLBACK_BAD_DIRECTIVE = 19, /* a directive that was left out. Else the load continues */
   TRVS_CALLBACK_MESSAGE = 20,       /* a message by its code */
-  TRVS_CALLBACK_TEXT = 23           /* kept, and never called */
+  TRVS_CALLBACK_TEXT = 23,          /* kept, and never called */
+  TRVS_CALLBACK_TRIGGER = 24        /* may a shared configuration have its way? Else no */
 } TrvsCallbackId;
 
 /* What sort of line TRVS_CALLBACK_OUTPUT is given. */
@@ -224,6 +225,13 @@ typedef int32_t (*TrvsBadDirectiveCallback)(int32_t code, const char* line, cons
 typedef int32_t (*TrvsMessageCallback)(int32_t code);
 /* TRVS_CALLBACK_TEXT: a message as a text. */
 typedef int32_t (*TrvsTextCallback)(const char* text);
+/* TRVS_CALLBACK_TRIGGER: may the process do what a configuration file wants that other users can
+ * change: run the command `value` at `event`, such as "PRECHECKIN"? Asked for the triggers before
+ * and after an operation before it begins. To refuse ends it with TRVS_TRIGGER_FAILED: say then
+ * what the user has to set. Not asked for what stands in a trusted master file: one that is read by
+ * TRVS_READ_MASTER, or included there, where nobody but root and the present user can change any of
+ * these files, nor the directories above them. */
+typedef int32_t (*TrvsTriggerCallback)(const char* event, const char* value);
 
 /* Registers `callback` for `id`, in place of the one before; null for none.
  * Gives TRVS_MISUSE for an id that is not a TrvsCallbackId. */

@@ -14,8 +14,10 @@ enum class StartResult { kStarted, kNoMemory, kNotFound, kCorrupt, kFailed };
 // nobody waits for it, and it outlives this process.
 StartResult startProgram(const std::string& name);
 
-// Runs a command of the shell and waits for its end. `variables` join its environment. Gives its
-// exit code, 128 and more if a signal ended it, and nothing if it could not be started.
+// Runs a command of the shell and waits for its end. `variables` join its environment; what they
+// hold, whatever it is, stays one word where the command names them without quotes: words are not
+// split at blanks, and "*" and its like stand for themselves. Gives the exit
+// code, 128 and more if a signal ended it, and nothing if it could not be started.
 std::optional<int> runCommand(const std::string& command,
                               const std::vector<std::pair<std::string, std::string>>& variables);
 

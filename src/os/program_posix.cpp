@@ -113,8 +113,8 @@ std::optional<int> runCommand(const std::string& command,
   std::vector<std::string> replacements;
   for (const auto& [name, value] : variables) replacements.push_back(name + "=" + value);
   std::string shell = "sh";
-  std::string option = "-c";
-  std::string line = command;
+  std::string option = "-fc";             // No names of files in the place of patterns,
+  std::string line = "IFS=\n" + command;  // and no character at which words are split.
   char* const arguments[] = {shell.data(), option.data(), line.data(), nullptr};
   pid_t child = 0;
   if (::posix_spawn(&child, "/bin/sh", nullptr, nullptr, arguments,

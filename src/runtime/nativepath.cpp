@@ -16,6 +16,7 @@
 #include "os/clock.h"
 #include "os/directory.h"
 #include "os/environment.h"
+#include "os/trust.h"
 #include "runtime/mbstring.h"
 #include "runtime/pathmap.h"
 #include "runtime/paths.h"
@@ -23,6 +24,7 @@
 namespace foldapi {
 namespace {
 
+constexpr uint16_t kLongestValue = 4096;
 constexpr size_t kListingsKept = 8;
 // A directory that changed just now may change again without its time moving on.
 constexpr int64_t kSettledNanoseconds = 2'000'000'000;
@@ -157,6 +159,21 @@ std::string nativePath(std::string_view path) {
 std::string profilePath() {
   char path[4096];
   return KSTRGetKESTRIANINI(path, sizeof path) != 0 ? path : "";
+}
+
+std::optional<std::string> profileValue(const char* section, const char* key) {
+  const intptr_t profile = KSTRIniOpen(profilePath().c_str());
+  if (profile == 0) return std::nullopt;
+  char value[kLongestValue] = "";
+  const bool found = KSTRQueryProfileString(profile, section, key, value, kLongestValue) != 0;
+  KSTRIniClose(profile);
+  if (!found || value[0] == '\0') return std::nullopt;
+  return value;
+}
+
+bool profileAllows(const char* key) {
+  return os::isOursAlone(profilePath()) &&
+         foldCase(profileValue("[TRVSGUI]", key).value_or("")) == "on";
 }
 
 std::string userDataDirectory() {

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstddef>
+#include <optional>
 #include <string>
 #include <string_view>
 
@@ -21,6 +22,11 @@ void reloadPathMap();
 // The profile's own path (an operating system path): $KSTR_INI, else trevault/KSTR.INI under the
 // user's configuration directory.
 std::string profilePath();
+// The value of a key, nothing for none and for an empty one. Asked anew each time.
+std::optional<std::string> profileValue(const char* section, const char* key);
+// Whether the user says `key` = ON in section [TRVSGUI]. A profile that others can change says
+// nothing of the kind.
+bool profileAllows(const char* key);
 // The directory `trevault` under the user's data directory: where default roots are made.
 std::string userDataDirectory();
 

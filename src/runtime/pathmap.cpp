@@ -3,18 +3,15 @@
 
 #include <algorithm>
 #include <array>
-#include <cstdint>
 #include <optional>
 #include <unordered_map>
 
-#include "kstrinin/kstrinin.h"
 #include "runtime/nativepath.h"
 
 namespace foldapi {
 namespace {
 
 constexpr char kSection[] = "[TRVSPATHS]";
-constexpr uint16_t kLongestPath = 4096;
 
 struct PathMap {
   struct Drive {
@@ -30,17 +27,6 @@ PathMap& pathMap() {
   return map;
 }
 
-std::optional<std::string> askProfile(const std::string& key) {
-  const intptr_t profile = KSTRIniOpen(profilePath().c_str());
-  if (profile == 0) return std::nullopt;
-  char directory[kLongestPath] = "";
-  const bool found =
-      KSTRQueryProfileString(profile, kSection, key.c_str(), directory, kLongestPath) != 0;
-  KSTRIniClose(profile);
-  if (!found || directory[0] == '\0') return std::nullopt;
-  return directory;
-}
-
 const std::string* addressOf(const std::optional<std::string>& directory) {
   return directory ? &*directory : nullptr;
 }
@@ -51,7 +37,7 @@ const std::string* mappedDrive(char letter) {
   const char upper = static_cast<char>(letter & ~0x20);
   if (upper < 'A' || upper > 'Z') return nullptr;
   PathMap::Drive& drive = pathMap().drives[static_cast<size_t>(upper - 'A')];
-  if (!drive.isKnown) drive = {true, askProfile({upper, ':'})};
+  if (!drive.isKnown) drive = {true, profileValue(kSection, std::string{upper, ':'}.c_str())};
   return addressOf(drive.directory);
 }
 
@@ -60,7 +46,8 @@ const std::string* mappedShare(std::string_view share) {
   std::replace(key.begin(), key.end(), '/', '\\');
   const auto known = pathMap().shares.find(key);
   if (known != pathMap().shares.end()) return addressOf(known->second);
-  return addressOf(pathMap().shares.emplace(key, askProfile(key)).first->second);
+  return addressOf(
+      pathMap().shares.emplace(key, profileValue(kSection, key.c_str())).first->second);
 }
 
 void reloadPathMap() { pathMap() = {}; }

@@ -5,6 +5,7 @@
 #include <cstring>
 
 #include "btkf520/btkf520.h"
+#include "runtime/nativepath.h"
 #include "toolkit/bracket.h"
 #include "toolkit/messages.h"
 
@@ -144,6 +145,17 @@ int32_t onText(const char* text) {
   return kept([=] { return VString(text); });
 }
 
+// Yes only if the user says so: the configuration is the team's.
+int32_t onTrigger(const char* event, const char* value) {
+  try {
+    if (profileAllows("TRVSTRIGGERS")) return TRVS_GO_ON;
+  } catch (...) {
+    return TRVS_REFUSE;
+  }
+  kept([=] { return TriggerMessage(event, value, profilePath().c_str()); });
+  return TRVS_REFUSE;
+}
+
 template <typename Function>
 void registerCallback(int32_t id, Function* callback) {
   TrvsRegisterCallback(id, reinterpret_cast<TrvsCallback>(reinterpret_cast<void (*)()>(callback)));
@@ -165,6 +177,7 @@ void RegisterToolkitCallbacks() {
   registerCallback(TRVS_CALLBACK_MESSAGE, onMessage);
   registerCallback(TRVS_CALLBACK_OPERATION, onNotifyFour);
   registerCallback(TRVS_CALLBACK_TEXT, onText);
+  registerCallback(TRVS_CALLBACK_TRIGGER, onTrigger);
 }
 
 }  // namespace foldapi

@@ -299,6 +299,11 @@ constexpr char kDateText[] =
     "the project or the master project in TRVS Trevault - Project / Configure Project / Date/Time "
     "Format.";
 
+constexpr char kTriggerText[] =
+    "Not done at %s, as others can change the configuration file that wants it:\n\n%s\n\nTo allow "
+    "what the configuration wants, set TRVSTRIGGERS=ON in section [TRVSGUI] of your profile %s, "
+    "which nobody else may be able to change.";
+
 constexpr char kDirectiveText[] =
     "Error reading a directive on line %i in the configuration file:\n\n%s.\n\nThe line read from "
     "the file was:\n\n%s \n\nDetailed explanation:\n\n%s \n\nOpen this file in a text editor and "
@@ -361,6 +366,10 @@ VString FolderFileMessage(int32_t code, const char* text) {
 }
 
 VString NoLocksMessage(const char* path) { return filled(kNoLocksText, {textOrEmpty(path)}); }
+
+VString TriggerMessage(const char* event, const char* value, const char* profile) {
+  return filled(kTriggerText, {textOrEmpty(event), textOrEmpty(value), textOrEmpty(profile)});
+}
 
 VString DateMessage(int32_t code, const char* date, const char* format) {
   if (code != kFolderDate) return unknownFolderCode(code);

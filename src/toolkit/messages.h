@@ -51,6 +51,8 @@ VString FolderMessage(int32_t code);
 VString FolderFileMessage(int32_t code, const char* text);
 // Why the file at `path` can't be changed.
 VString NoLocksMessage(const char* path);
+// Why what the configuration wants at `event` isn't done. `profile` is where that can be allowed.
+VString TriggerMessage(const char* event, const char* value, const char* profile);
 VString DateMessage(int32_t code, const char* date, const char* format);
 // Line 0 stands for an error without a line, and leaves `lineText` out. Gives an empty text for any
 // other code than 21.

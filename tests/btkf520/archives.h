@@ -33,7 +33,7 @@ class Archives : public Toolkit {
     lines.clear();
   }
   void TearDown() override {
-    for (int32_t id = 1; id <= TRVS_CALLBACK_TEXT; ++id) TrvsRegisterCallback(id, nullptr);
+    for (int32_t id = 1; id <= TRVS_CALLBACK_TRIGGER; ++id) TrvsRegisterCallback(id, nullptr);
     Toolkit::TearDown();
   }
 
@@ -213,6 +213,10 @@ class Archives : public Toolkit {
          asked += "done:" + std::string(event) + ":" + what + " ";
          return 0;
        });
+    on(TRVS_CALLBACK_TRIGGER, [](const char* event, const char* value) -> int32_t {
+      asked += "may:" + std::string(event) + ":" + value + " ";
+      return answers[TRVS_CALLBACK_TRIGGER];
+    });
     on(TRVS_CALLBACK_MESSAGE, [](int32_t code) -> int32_t {
       asked += code == TRVS_NO_JOURNAL ? "no journal " : "? ";
       return 0;

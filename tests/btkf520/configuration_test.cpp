@@ -178,9 +178,9 @@ TEST(Configuration, SettingsTakeTheirValuesOrRefuseThem) {
     for (const bool on : {configuration.exclusiveLock(), configuration.branchWarning()}) {
       result += on ? "on " : "off ";
     }
-    result += configuration.journal() + ";" + configuration.userVariable() + ";";
+    result += configuration.journal().text + ";" + configuration.userVariable() + ";";
     for (const std::string& user : configuration.accessList()) result += user + "+";
-    return result + ";" + configuration.eventTrigger("PRECHECKIN");
+    return result + ";" + configuration.eventTrigger("PRECHECKIN").text;
   };
   // A setting, its value, and all that is kept after it. "bad": nothing changes.
   const auto cases = support::table<3>(R"(

@@ -238,11 +238,12 @@ TEST_F(Events, GoToTheJournalTheTriggersAndTheClient) {
   configure("JOURNAL = " + journal +
             "\nEVENTTRIGGER POSTCHECKIN = echo $BTKF_EVENT $BTKF_WHAT $BTKF_USER >> " + trace +
             "\nEVENTTRIGGER PRELABEL = exit 3\nEVENTTRIGGER PRELOCK = exit 127\n");
-  ASSERT_EQ(create(), 0);
   answerQuestions();
+  ASSERT_EQ(create(), 0);
   asked.clear();
   ASSERT_EQ(put("0", {}), 0);
-  EXPECT_EQ(asked, "done:CHECKIN:1.0 ");
+  EXPECT_EQ(asked.find("may:POSTCHECKIN:echo $BTKF_EVENT "), 0u);
+  EXPECT_TRUE(asked.ends_with(" done:CHECKIN:1.0 "));
   EXPECT_EQ(support::readFile(trace), "POSTCHECKIN 1.0 ann\n");
   EXPECT_EQ(label("REL", "1.0"), TRVS_TRIGGER_REFUSED);
   EXPECT_EQ(labels(), "");
@@ -259,6 +260,44 @@ TEST_F(Events, GoToTheJournalTheTriggersAndTheClient) {
   asked.clear();
   EXPECT_EQ(get({}), 0);
   EXPECT_EQ(asked, "no journal done:CHECKOUT:1.0 ");
+}
+
+// Real faults: whoever could write the configuration ran commands as his colleagues, and so did who
+// gave a file its name.
+TEST_F(Events, RunWhatTheClientOrATrustedMasterFileAllows) {
+  const std::string trigger =
+      "EVENTTRIGGER POSTCREATE = printf %s, $BTKF_WORKFILE >> " + path("ran");
+  const std::string archive = path("new_v");
+  const std::string workfile = path("a *;$(id)'b c'");
+  // How the first file is read; modes of it, of the one that it may include, and of their
+  // directory; which of them has the trigger.
+  const auto cases = support::table<5>(R"(
+      master -> 644 -> 644 -> 755 -> first      | master -> 644 -> 644 -> 1777 -> second
+      project -> 644 -> 644 -> 755 -> neither   | master -> 664 -> 644 -> 755 -> neither first
+      master -> 646 -> 644 -> 755 -> neither second | master -> 644 -> 664 -> 755 -> neither second
+      master -> 644 -> 644 -> 777 -> neither first)");
+  for (const auto& [mode, first, second, directory, which] : cases) {
+    SCOPED_TRACE(mode + first + second + directory + which);
+    const bool isInFirst = !which.ends_with("second");
+    write("v/second", trigger);
+    write("v/first", isInFirst ? trigger : "INCLUDE second");
+    for (const auto& [name, bits] :
+         {std::pair("v/first", first), {"v/second", second}, {"v", directory}}) {
+      chmod(path(name).c_str(), static_cast<mode_t>(std::stoul(bits, nullptr, 8)));
+    }
+    for (const bool isAllowed : {!which.starts_with("neither"), true}) {
+      unlink(archive.c_str());
+      write("ran", "");
+      const int32_t how = mode == "master" ? TRVS_READ_MASTER : TRVS_READ_FIRST;
+      ASSERT_EQ(TrvsQueryConfiguration(path("v/first").c_str(), 0, 0, how), 0);
+      EXPECT_EQ(TrvsCreateArchive(archive.c_str(), workfile.c_str(), nullptr, nullptr, 0, 0),
+                isAllowed ? TRVS_DONE : TRVS_TRIGGER_FAILED);
+      EXPECT_EQ(access(archive.c_str(), F_OK) == 0, isAllowed);
+      EXPECT_EQ(support::readFile(path("ran")), isAllowed ? workfile + "," : "");
+      answerQuestions();  // Yes.
+    }
+    TrvsRegisterCallback(TRVS_CALLBACK_TRIGGER, nullptr);
+  }
 }
 
 TEST_F(Events, TheClientMayCancelAndWait) {

@@ -3,6 +3,7 @@
 
 #include <gtest/gtest.h>
 #include <sys/resource.h>
+#include <sys/stat.h>
 
 #include "domain/projectfolder.h"
 #include "domain/projectroot.h"
@@ -224,6 +225,26 @@ TEST_F(ToolkitCallbacks, MapCodes) {
        {std::pair{0, ""}, {1, "output 0 x\n"}, {15, "output 14 x\n"}, {16, ""}, {-1, ""}}) {
     EXPECT_EQ(call<TrvsOutputCallback>(TRVS_CALLBACK_OUTPUT, "x", code), *told == '\0' ? 0 : 2);
     EXPECT_EQ(sink.told(), told);
+  }
+}
+
+TEST_F(ToolkitCallbacks, LetTheTeamsTriggersRunIfTheUsersProfileSaysSo) {
+  const std::string profile = directory / "KSTR.INI";
+  const support::ScopedEnvironment place("KSTR_INI", profile);
+  std::string answers;
+  for (const char* value : {"", "OFF", "on"}) {
+    writeFile(profile, "[TRVSGUI]\r\nTRVSTRIGGERS=" + std::string(value) + "\r\n");
+    answers += std::to_string(call<TrvsTriggerCallback>(24, "PRELOCK", "lint"));
+  }
+  chmod(profile.c_str(), 0666);
+  answers += std::to_string(call<TrvsTriggerCallback>(24, "PRELOCK", "lint"));
+  EXPECT_EQ(answers, "2202") << "the last one may be anybody's word";
+  TVToolkitSession::Instance().leave();
+  const std::string told = sink.told();
+  TVToolkitSession::Instance().enter(empty);
+  for (const std::string& part : {std::string("PRELOCK"), std::string("lint"), profile,
+                                  std::string("TRVSTRIGGERS=ON in section [TRVSGUI]")}) {
+    EXPECT_NE(told.find(part), std::string::npos) << told;
   }
 }
 

@@ -70,7 +70,8 @@ const std::map<std::string, Configuration::Setter>& Configuration::setters() {
   return *table;
 }
 
-bool Configuration::set(const std::string& name, std::string_view value) {
+bool Configuration::set(const std::string& name, std::string_view value, bool isTrusted) {
+  isTrusted_ = isTrusted;
   const auto setter = setters().find(name);
   return setter != setters().end() && (this->*setter->second)(value);
 }
@@ -92,9 +93,9 @@ std::string Configuration::archiveSuffix(std::string_view extension) const {
   return suffix == archiveSuffixes_.end() ? std::string(kDefaultSuffix) : suffix->second;
 }
 
-std::string Configuration::eventTrigger(std::string_view event) const {
+Demand Configuration::eventTrigger(std::string_view event) const {
   const auto trigger = eventTriggers_.find(std::string(event));
-  return trigger == eventTriggers_.end() ? "" : trigger->second;
+  return trigger == eventTriggers_.end() ? Demand() : trigger->second;
 }
 
 bool Configuration::setArchiveDirectories(std::string_view value) {
@@ -165,7 +166,7 @@ bool Configuration::setBranchWarning(std::string_view value) {
 }
 
 bool Configuration::setJournal(std::string_view value) {
-  journal_ = value;
+  journal_ = {std::string(value), isTrusted_};
   return true;
 }
 
@@ -204,7 +205,7 @@ bool Configuration::setEventTrigger(std::string_view value) {
   if (both->second.empty()) {
     eventTriggers_.erase(upperCase(both->first));
   } else {
-    eventTriggers_[upperCase(both->first)] = both->second;
+    eventTriggers_[upperCase(both->first)] = {std::string(both->second), isTrusted_};
   }
   return true;
 }

@@ -16,6 +16,12 @@
 
 namespace btkf {
 
+// What a configuration has the process do outside of archives: run a command, write a file.
+struct Demand {
+  std::string text;        // A command or a path text. Empty for none.
+  bool isTrusted = false;  // Nobody but root and the present user can have written it.
+};
+
 // A value, copied freely. A new one holds the defaults. Its size is bounded, whatever set() is
 // given.
 class Configuration {
@@ -41,20 +47,20 @@ class Configuration {
   bool expandKeywords() const { return expandKeywords_; }
   // Whether a lock that will lead to a branch is refused.
   bool branchWarning() const { return branchWarning_; }
-  // Path text of the journal file, empty for no journal.
-  const std::string& journal() const { return journal_; }
+  // Path text of the journal file.
+  const Demand& journal() const { return journal_; }
   // The environment variable that holds the user id. Empty: the account name is the user id.
   const std::string& userVariable() const { return userVariable_; }
   // Users and groups who may work with a new archive. Empty: everybody.
   const std::vector<std::string>& accessList() const { return accessList_; }
-  // The command for an event such as "PRECHECKIN" (upper case), empty for none.
-  std::string eventTrigger(std::string_view event) const;
+  // The command for an event such as "PRECHECKIN" (upper case).
+  Demand eventTrigger(std::string_view event) const;
   bool stopsOnError() const { return stopsOnError_; }
 
   // Takes in one directive. `name` is in upper case, `value` is trimmed; an empty value sets
   // the default, or turns a switch on. False, and nothing changes, for a name that isn't a
-  // setting or a value that this setting can't have.
-  [[nodiscard]] bool set(const std::string& name, std::string_view value);
+  // setting or a value that this setting can't have. `isTrusted`: see Demand.
+  [[nodiscard]] bool set(const std::string& name, std::string_view value, bool isTrusted = false);
   static bool isSetting(const std::string& name);
 
   // Directives that files after the master file may not use, by names in upper case.
@@ -95,12 +101,13 @@ class Configuration {
   bool multipleLocks_ = false;
   bool expandKeywords_ = false;
   bool branchWarning_ = false;
-  std::string journal_;
+  Demand journal_;
   std::string userVariable_;
   std::vector<std::string> accessList_;
-  std::map<std::string, std::string> eventTriggers_;
+  std::map<std::string, Demand> eventTriggers_;
   bool stopsOnError_ = false;
   std::set<std::string> disallowed_;
+  bool isTrusted_ = false;  // Of the directive that is being set.
 };
 
 }  // namespace btkf

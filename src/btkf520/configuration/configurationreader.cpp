@@ -71,7 +71,8 @@ TrvsStatus ConfigurationReader::read(const std::string& path) {
 void ConfigurationReader::readText(const std::string& path, const FileText& file) {
   ++files_;
   bytes_ += file.text.size();
-  open_.push_back({path, file.identity, {}, {}});
+  const bool mayBeTrusted = open_.empty() ? mode_ == TRVS_READ_MASTER : open_.back().isTrusted;
+  open_.push_back({path, file.identity, mayBeTrusted && file.isTrusted, {}, {}});
   std::string_view rest = file.text;
   if (rest.starts_with(kByteOrderMark)) rest.remove_prefix(kByteOrderMark.size());
   while (!rest.empty() && state_ == State::kReading) {
@@ -124,7 +125,8 @@ TrvsStatus ConfigurationReader::takeDirective(const std::string& name, std::stri
   if (mode_ == TRVS_READ_FOLLOWING && configuration_->isDisallowed(name)) return TRVS_DISALLOWED;
   if (name == "INCLUDE") return include(value);
   if (name == "DISALLOW") return disallow(value);
-  return configuration_->set(name, value) ? TRVS_DONE : TRVS_INVALID_LINE;
+  const bool isTrusted = open_.back().isTrusted;
+  return configuration_->set(name, value, isTrusted) ? TRVS_DONE : TRVS_INVALID_LINE;
 }
 
 TrvsStatus ConfigurationReader::include(std::string_view value) {

@@ -25,6 +25,7 @@ struct BadDirective {
 struct FileText {
   std::string text;
   os::FileIdentity identity;
+  bool isTrusted = false;  // Root and the present user alone can change it.
 };
 
 // What the reader needs from outside: files, variables and someone to complain to.
@@ -64,6 +65,7 @@ class ConfigurationReader {
   struct OpenFile {
     std::string path;
     os::FileIdentity identity;
+    bool isTrusted;  // So is each file that includes it, and the first is a master file.
     Conditionals conditionals;
     std::string_view line;  // The present one, without its end.
     int number = 0;

@@ -105,7 +105,7 @@ const char* TrvsStatusText(int32_t status) {
     case TRVS_TRIGGER_REFUSED:
       return "event trigger refused";
     case TRVS_TRIGGER_FAILED:
-      return "event trigger could not be run";
+      return "event trigger could not be run, or may not be";
     case TRVS_CANNOT_READ_CONFIGURATION:
       return "configuration file can't be read";
     case TRVS_DISALLOWED:

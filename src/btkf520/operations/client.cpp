@@ -13,7 +13,7 @@ constexpr int32_t kCallbackIds[] = {
     TRVS_CALLBACK_OVERWRITE, TRVS_CALLBACK_MOVE_LABEL,    TRVS_CALLBACK_FREE,
     TRVS_CALLBACK_CHECK_IN,  TRVS_CALLBACK_NEWS_TWO,      TRVS_CALLBACK_IDLE,
     TRVS_CALLBACK_OPERATION, TRVS_CALLBACK_BAD_DIRECTIVE, TRVS_CALLBACK_MESSAGE,
-    TRVS_CALLBACK_TEXT};
+    TRVS_CALLBACK_TEXT,      TRVS_CALLBACK_TRIGGER};
 
 }  // namespace
 
@@ -76,6 +76,12 @@ bool Client::moves(std::string* label, const std::string& archive) const {
 bool Client::accepts(const std::string& workfile, TrvsStatus why) const {
   const auto ask = registered<TrvsAskCallback>(TRVS_CALLBACK_CHECK_IN);
   return ask != nullptr && ask(workfile.c_str(), why) == TRVS_GO_ON;
+}
+
+bool Client::permits(const std::string& event, const Demand& demand) const {
+  if (demand.text.empty() || demand.isTrusted) return true;
+  const auto ask = registered<TrvsTriggerCallback>(TRVS_CALLBACK_TRIGGER);
+  return ask != nullptr && ask(event.c_str(), demand.text.c_str()) == TRVS_GO_ON;
 }
 
 void Client::idle() const {

@@ -29,6 +29,8 @@ class Client {
   [[nodiscard]] bool moves(std::string* label, const std::string& archive) const;
   // Whether to check in all the same.
   [[nodiscard]] bool accepts(const std::string& workfile, TrvsStatus why) const;
+  // Whether to do at `event` what the configuration wants.
+  [[nodiscard]] bool permits(const std::string& event, const Demand& demand) const;
   void idle() const;
   // An operation is done.
   void done(const std::string& event, const std::string& archive, const std::string& workfile,
@@ -43,7 +45,8 @@ class Client {
   bool confirms(int32_t id, const std::string& first, const std::string& second,
                 std::string* answer) const;
 
-  std::array<TrvsCallback, 24> callbacks_ = {};  // By id; some ids have no meaning.
+  std::array<TrvsCallback, TRVS_CALLBACK_TRIGGER + 1> callbacks_ =
+      {};  // By id; some ids have no meaning.
 };
 
 }  // namespace btkf

@@ -2,6 +2,7 @@
 #include "btkf520/operations/journal.h"
 
 #include <optional>
+#include <utility>
 
 #include "btkf520/operations/surroundings.h"
 #include "btkf520/operations/times.h"
@@ -13,7 +14,7 @@ namespace btkf {
 
 // Fields are separated by tabs, which no name has; a tab or a line end in a path becomes a blank.
 void writeJournal(const Account& account) {
-  const std::string& journal = configuration().journal();
+  const std::string& journal = configuration().journal().text;
   if (journal.empty()) return;
   std::string line = dates::isoText(presentTime());
   const std::string user = userId().value_or("");
@@ -26,10 +27,16 @@ void writeJournal(const Account& account) {
     client().message(TRVS_NO_JOURNAL);
 }
 
-TrvsStatus runTrigger(const std::string& trigger, const Account& account) {
-  const std::string command = configuration().eventTrigger(trigger);
+TrvsStatus findTrigger(const std::string& event, std::string* command) {
+  Demand trigger = configuration().eventTrigger(event);
+  if (!client().permits(event, trigger)) return TRVS_TRIGGER_FAILED;
+  *command = std::move(trigger.text);
+  return TRVS_DONE;
+}
+
+TrvsStatus runTrigger(const std::string& command, const Account& account) {
   if (command.empty()) return TRVS_DONE;
-  const std::optional<int> code = os::runCommand(command, {{"BTKF_EVENT", trigger},
+  const std::optional<int> code = os::runCommand(command, {{"BTKF_EVENT", account.event},
                                                            {"BTKF_ARCHIVE", account.archive},
                                                            {"BTKF_WORKFILE", account.workfile},
                                                            {"BTKF_WHAT", account.what},

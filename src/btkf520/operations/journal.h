@@ -19,8 +19,12 @@ struct Account {
 // written fails nothing, the client is told.
 void writeJournal(const Account& account);
 
-// Runs the command for `trigger`, such as "PRECHECKIN", if there is one, and waits for its end.
+// Fills *command with what to run at `event`, such as "PRECHECKIN", empty for nothing.
+// TRVS_TRIGGER_FAILED if neither the file that says so nor the client lets it run.
+[[nodiscard]] TrvsStatus findTrigger(const std::string& event, std::string* command);
+
+// Runs a command, unless it is empty, and waits for its end. `account` is of that event.
 // TRVS_TRIGGER_REFUSED if its exit code isn't 0, TRVS_TRIGGER_FAILED if it could not be run.
-[[nodiscard]] TrvsStatus runTrigger(const std::string& trigger, const Account& account);
+[[nodiscard]] TrvsStatus runTrigger(const std::string& command, const Account& account);
 
 }  // namespace btkf

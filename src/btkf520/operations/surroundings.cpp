@@ -8,6 +8,7 @@
 #include "btkf520/configuration/text.h"
 #include "os/environment.h"
 #include "os/file.h"
+#include "os/trust.h"
 
 namespace btkf {
 namespace {
@@ -56,6 +57,7 @@ std::optional<FileText> Surroundings::readFile(const std::string& path, size_t l
   const std::optional<std::string> place = systemPath(path);
   FileText file;
   os::FileStatus status;
+  file.isTrusted = place && os::isOursAlone(*place);
   if (!place ||
       os::readFile(place->c_str(), largest, &file.text, &status) != os::FileResult::kDone) {
     return {};

@@ -90,7 +90,9 @@ bool Task::takeBack(ArchiveModel before) noexcept {
 void Task::announce(const Event& event) const noexcept {
   if (!attempt([&] { writeJournal(accountOf(event)); })) warn(TRVS_NO_JOURNAL);
   // It is done, whatever the trigger says.
-  attempt([&] { static_cast<void>(runTrigger("POST" + event.name, accountOf(event))); });
+  attempt([&] {
+    static_cast<void>(runTrigger(triggerAfter_, accountOf({"POST" + event.name, event.what})));
+  });
   attempt([&] { client().done(event.name, names_.archive, names_.workfile, event.what); });
 }
 
@@ -98,8 +100,12 @@ void Task::warn(TrvsStatus code) const noexcept {
   attempt([code] { client().message(code); });
 }
 
-TrvsStatus Task::ask(const std::string& event, const std::string& what) const {
-  return runTrigger("PRE" + event, accountOf({event, what}));
+TrvsStatus Task::ask(const std::string& event, const std::string& what) {
+  const std::string before = "PRE" + event;
+  std::string command;
+  if (const TrvsStatus status = findTrigger(before, &command)) return status;
+  if (const TrvsStatus status = findTrigger("POST" + event, &triggerAfter_)) return status;
+  return runTrigger(command, accountOf({before, what}));
 }
 
 Account Task::accountOf(const Event& event) const {

@@ -57,8 +57,9 @@ class Task {
   void announce(const Event& event) const noexcept;
   // Tells the client of something that went wrong afterwards.
   void warn(TrvsStatus code) const noexcept;
-  // Asks the trigger before an event: TRVS_TRIGGER_REFUSED or TRVS_TRIGGER_FAILED.
-  [[nodiscard]] TrvsStatus ask(const std::string& event, const std::string& what = "") const;
+  // Asks the trigger before an event, and before that whether those before and after it may run:
+  // TRVS_TRIGGER_REFUSED or TRVS_TRIGGER_FAILED.
+  [[nodiscard]] TrvsStatus ask(const std::string& event, const std::string& what = "");
 
   // Of the workfile in the operating system: that of the target, else of the archive's own
   // workfile in the current directory. TRVS_BAD_NAME, TRVS_SAME_NAMES if that is the archive
@@ -84,6 +85,7 @@ class Task {
   Target names_;
   std::string path_;
   std::string user_;
+  std::string triggerAfter_;  // The command that may run then.
   std::unique_ptr<Archive> archive_;
 };
 
