@@ -78,7 +78,8 @@ typedef enum TrvsStatus {
   TRVS_BUSY_ARCHIVE = 38,       /* TRVS_CALLBACK_RETRY only: another updates the archive */
   TRVS_GROUP_IN_THE_WAY = 40,   /* the group stands at another revision, or at this one */
   TRVS_NO_GROUP_REVISION = 41,  /* no revision in the group */
-  TRVS_NO_JOURNAL = 43,         /* TRVS_CALLBACK_MESSAGE only: the journal could not be written */
+  TRVS_NO_JOURNAL = 43,         /* TRVS_CALLBACK_MESSAGE only: the journal could not be written,
+                                   or may not be */
   TRVS_NEEDS_DEVELOPMENT_GROUP = 45, /* not such a group, or none given and there are several */
   TRVS_GROUP_LOCKED = 46,            /* a revision in the group is locked */
   TRVS_WOULD_BRANCH = 47,            /* the lock would lead to a branch: BRANCHWARN */
@@ -230,7 +231,10 @@ typedef int32_t (*TrvsTextCallback)(const char* text);
  * and after an operation before it begins. To refuse ends it with TRVS_TRIGGER_FAILED: say then
  * what the user has to set. Not asked for what stands in a trusted master file: one that is read by
  * TRVS_READ_MASTER, or included there, where nobody but root and the present user can change any of
- * these files, nor the directories above them. */
+ * these files, nor the directories above them.
+ * It is asked about the journal too, after the operation: `event` is "JOURNAL" then, and `value`
+ * the path text of the file. A journal is no part of what is done: where it may not be written, the
+ * operation succeeds all the same, and TRVS_CALLBACK_MESSAGE is told TRVS_NO_JOURNAL. */
 typedef int32_t (*TrvsTriggerCallback)(const char* event, const char* value);
 
 /* Registers `callback` for `id`, in place of the one before; null for none.

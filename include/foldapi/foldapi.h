@@ -67,8 +67,9 @@
  *
  * Profile    The file that the environment variable KSTR_INI names, else trevault/KSTR.INI in the
  *            user's configuration directory ($XDG_CONFIG_HOME, else ~/.config). With TRVSTRIGGERS=ON
- *            in section [TRVSGUI] the event triggers of configuration files run that other users
- *            can change (docs/configuration.md); the profile itself must be the user's alone then.
+ *            in section [TRVSGUI] event triggers run and journals are written that stand in
+ *            configuration files which other users can change (docs/configuration.md); the profile
+ *            itself must be the user's alone then.
  *
  * User       The current user is the account of the process's effective user, unless the project's
  *            configuration names an environment variable for it: USERID.
@@ -370,8 +371,8 @@ FOLDAPI_EXPORT const char* FoldapiNativePath(const char* text);
  * own state there alone: its configuration, callbacks and path resolver. This function, and no
  * other, changes it: it loads the configuration that the library would use for `project`, and has
  * paths translated as the library does, for as long as the client registers nothing else. The
- * client's callbacks stay: they are told of bad directives, and asked about event triggers. What
- * changes in the files later is not followed.
+ * client's callbacks stay: they are told of bad directives, and asked about event triggers and
+ * the journal. What changes in the files later is not followed.
  * Gives 1; 0 for a handle that is none of a project, which changes nothing, and for a configuration
  * that can't be read, which leaves the defaults for what was not read. */
 FOLDAPI_EXPORT int32_t FoldapiUseProject(TVHandle* project);

@@ -126,8 +126,11 @@ class File {
 FileResult readFile(const char* path, uint64_t largest, std::string* bytes,
                     FileStatus* status = nullptr);
 
-// Adds to the end of a file, in one piece; makes the file.
-FileResult appendToFile(const char* path, std::string_view text);
+// Adds to the end of a file, in one piece; makes the file. kRefused for a link, for anything but a
+// regular file, and for one that isn't empty and doesn't begin as `isExpected` wants: it is asked
+// about the first 64 bytes at most.
+FileResult appendToFile(const char* path, std::string_view text,
+                        bool (*isExpected)(std::string_view start));
 
 // Makes an empty file, with the usual rights, if there is none: kExists if something else has that
 // name.

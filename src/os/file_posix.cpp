@@ -310,12 +310,21 @@ FileResult readFile(const char* path, uint64_t largest, std::string* bytes, File
   return result;
 }
 
-FileResult appendToFile(const char* path, std::string_view text) {
-  const int file = openDescriptor(path, O_WRONLY | O_APPEND | O_CREAT);
+FileResult appendToFile(const char* path, std::string_view text,
+                        bool (*isExpected)(std::string_view start)) {
+  const int file = openDescriptor(path, O_RDWR | O_APPEND | O_CREAT | O_NOFOLLOW);
   if (file < 0) return resultOf(errno);
-  const ssize_t written = uninterrupted([&] { return ::write(file, text.data(), text.size()); });
-  const bool isWritten = written == static_cast<ssize_t>(text.size());
-  return ::close(file) == 0 && isWritten ? FileResult::kDone : FileResult::kFailed;
+  struct stat status;
+  char start[64];
+  const bool isRegular = ::fstat(file, &status) == 0 && S_ISREG(status.st_mode);
+  const int64_t count = isRegular ? readUpTo(file, 0, start, sizeof start) : -1;
+  FileResult result = FileResult::kRefused;
+  if (count == 0 || (count > 0 && isExpected({start, static_cast<size_t>(count)}))) {
+    const ssize_t written = uninterrupted([&] { return ::write(file, text.data(), text.size()); });
+    const bool isWritten = written == static_cast<ssize_t>(text.size());
+    result = isWritten ? FileResult::kDone : FileResult::kFailed;
+  }
+  return ::close(file) == 0 ? result : FileResult::kFailed;
 }
 
 FileResult makeFile(const std::string& path) {

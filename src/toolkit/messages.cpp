@@ -300,8 +300,9 @@ constexpr char kDateText[] =
     "Format.";
 
 constexpr char kTriggerText[] =
-    "Not done at %s, as others can change the configuration file that wants it:\n\n%s\n\nTo allow "
-    "what the configuration wants, set TRVSTRIGGERS=ON in section [TRVSGUI] of your profile %s, "
+    "%s in the configuration was not followed, as others can change the file that it stands "
+    "in:\n\n%s\n\nTo allow what the configuration wants, set TRVSTRIGGERS=ON in section [TRVSGUI] "
+    "of your profile %s, "
     "which nobody else may be able to change.";
 
 constexpr char kDirectiveText[] =

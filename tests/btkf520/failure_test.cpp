@@ -41,6 +41,8 @@ class Failures : public Archives {
   void SetUp() override {
     Archives::SetUp();
     configure("JOURNAL = " + path("journal") + "\n");
+    TrvsRegisterCallback(TRVS_CALLBACK_TRIGGER,
+                         anyCallback(+[](const char*, const char*) -> int32_t { return 0; }));
     ASSERT_EQ(create(), 0);
     std::string text;
     for (int i = 0; i < 9; ++i) {

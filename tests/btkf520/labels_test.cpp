@@ -256,10 +256,40 @@ TEST_F(Events, GoToTheJournalTheTriggersAndTheClient) {
   }
   EXPECT_EQ(events, "\tann\tCREATE\t" + archive() + "\t|\tann\tCHECKIN\t" + archive() +
                         "\t1.0|\tann\tCHECKOUT\t" + archive() + "\t1.0|");
-  configure("JOURNAL = " + path("none/journal") + "\n");
-  asked.clear();
-  EXPECT_EQ(get({}), 0);
-  EXPECT_EQ(asked, "no journal done:CHECKOUT:1.0 ");
+}
+
+// Real faults: a line of chosen text was added to any file, and through links.
+TEST_F(Events, GoToNothingButAJournal) {
+  const std::string journal = path("journal");
+  const std::string target = path("target");
+  const std::string archive = path("m\tb\n\x1b\x7f\xc2\x9b\xe4_v");
+  const std::string line = "\tCREATE\t" + path(R"(m\x09b\x0a\x1b\x7f)") + "\xc2\\x9b\xe4_v\t\n";
+  ASSERT_EQ(load("JOURNAL = " + journal + "\n"), 0);
+  const struct {
+    const char* old;
+    bool isLink, isAllowed, isWritten;
+  } cases[] = {{"", false, true, true},
+               {"2026-11-21 04:05:46\tann\n", false, true, true},
+               {"", false, false, false},
+               {"", true, true, false},
+               {"2026-11-21 04:05:46\tann\n", true, true, false},
+               {"2026-11-21 04:05:46 ann\n", false, true, false},
+               {"alias ls=ls\n", false, true, false}};
+  for (const auto& [old, isLink, isAllowed, isWritten] : cases) {
+    SCOPED_TRACE(old);
+    unlink(archive.c_str());
+    unlink(journal.c_str());
+    write("target", old);
+    ASSERT_EQ((isLink ? symlink : link)(target.c_str(), journal.c_str()), 0);
+    answerQuestions();
+    if (!isAllowed) TrvsRegisterCallback(TRVS_CALLBACK_TRIGGER, nullptr);
+    asked.clear();
+    EXPECT_EQ(TrvsCreateArchive(archive.c_str(), "m", nullptr, nullptr, 0, 0), 0);
+    EXPECT_EQ(asked.find("no journal ") == std::string::npos, isWritten) << asked;
+    const std::string now = support::readFile(target);
+    EXPECT_TRUE(now.starts_with(old) && now.ends_with(isWritten ? line : old)) << now;
+    EXPECT_EQ(now.size() > std::strlen(old), isWritten);
+  }
 }
 
 // Real faults: whoever could write the configuration ran commands as his colleagues, and so did who

@@ -107,7 +107,9 @@ TEST_F(FileTest, AppendsAllOrNothing) {
     EXPECT_FALSE(file_.append("more"));
   }
   EXPECT_EQ(support::readFile(path_), "old");
-  EXPECT_EQ(appendToFile(path_.c_str(), "er"), FileResult::kDone);
+  const auto isOld = [](std::string_view start) { return start == "old"; };
+  EXPECT_EQ(appendToFile(path_.c_str(), "er", isOld), FileResult::kDone);
+  EXPECT_EQ(appendToFile(path_.c_str(), "er", isOld), FileResult::kRefused);
   EXPECT_EQ(support::readFile(path_), "older");
 }
 

@@ -1,9 +1,13 @@
 // btkf520/operations/journal.cpp: one line, or one command, for each thing done to an archive.
 #include "btkf520/operations/journal.h"
 
+#include <algorithm>
 #include <optional>
+#include <string_view>
 #include <utility>
 
+#include "btkf520/configuration/text.h"
+#include "btkf520/operations/plaintext.h"
 #include "btkf520/operations/surroundings.h"
 #include "btkf520/operations/times.h"
 #include "dates/packedtime.h"
@@ -12,19 +16,32 @@
 
 namespace btkf {
 
-// Fields are separated by tabs, which no name has; a tab or a line end in a path becomes a blank.
+namespace {
+
+// "2026-11-21 04:05:46\tann": other files are none of ours.
+bool isJournal(std::string_view start) {
+  constexpr std::string_view kForm = "0000-00-00 00:00:00\t";
+  std::string form(start.substr(0, kForm.size()));
+  std::replace_if(form.begin(), form.end(), isDigit, '0');
+  return form == kForm;
+}
+
+}  // namespace
+
+// Fields are separated by tabs, so none has one.
 void writeJournal(const Account& account) {
-  const std::string& journal = configuration().journal().text;
-  if (journal.empty()) return;
+  const Demand& journal = configuration().journal();
+  if (journal.text.empty()) return;
   std::string line = dates::isoText(presentTime());
   const std::string user = userId().value_or("");
-  for (std::string field : {user, account.event, account.archive, account.what}) {
-    for (char& c : field) c = static_cast<unsigned char>(c) < ' ' ? ' ' : c;
-    line += '\t' + field;
+  for (const std::string& field : {user, account.event, account.archive, account.what}) {
+    line += '\t' + plainText(field);
   }
-  const auto path = systemPath(journal);
-  if (!path || os::appendToFile(path->c_str(), line + "\n") != os::FileResult::kDone)
-    client().message(TRVS_NO_JOURNAL);
+  const auto path = systemPath(journal.text);
+  const bool isWritten =
+      path && client().permits("JOURNAL", journal) &&
+      os::appendToFile(path->c_str(), line + "\n", isJournal) == os::FileResult::kDone;
+  if (!isWritten) client().message(TRVS_NO_JOURNAL);
 }
 
 TrvsStatus findTrigger(const std::string& event, std::string* command) {

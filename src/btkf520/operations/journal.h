@@ -16,7 +16,7 @@ struct Account {
 };
 
 // Adds a line to the journal, if there is one. What was done is done: a journal that can't be
-// written fails nothing, the client is told.
+// written, or may not be, fails nothing, and the client is told.
 void writeJournal(const Account& account);
 
 // Fills *command with what to run at `event`, such as "PRECHECKIN", empty for nothing.
