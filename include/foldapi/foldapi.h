@@ -147,7 +147,8 @@ FOLDAPI_EXPORT TVHandle* FindProject(TVHandle* root, const char* name);
  * trvsproj.pub and trvsproj.prv. `privateWorkDir` and `publicWorkDir`, the private one
  * first, are where the workfiles of a user and of the team are; they are not created. A project
  * that exists already stays as it is. A name that is empty or has a "]" in it, or any text with a
- * line break, creates nothing: the data files can't hold it. To see whether it worked, find the
+ * line break, creates nothing: the data files can't hold it. Nor is a project made whose
+ * directories or records can't be written, the private ones too. To see whether it worked, find the
  * project. */
 FOLDAPI_EXPORT void CreateProject(TVHandle* root, const char* name, const char* privateWorkDir,
                                   const char* publicWorkDir);

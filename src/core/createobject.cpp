@@ -23,8 +23,10 @@ TVHandle createObject(const VClassRecord* record, const TVHandle& parentHandle,
   result.attach(TVObject::mergeIntoCache(std::move(fresh), &known));
   if (known) return result;
   try {
-    result.object()->createStorage(result);
-    if (result.object()->writeInOwner(result) == kResultDone) return result;
+    if (result.object()->createStorage(result) &&
+        result.object()->writeInOwner(result) == kResultDone) {
+      return result;
+    }
   } catch (...) {
     if (owner != nullptr) owner->dropWrites();
     throw;

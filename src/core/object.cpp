@@ -66,7 +66,7 @@ int TVObject::writeNewChild(TVHandle& context, TVStorageLock& ownerLock) {
 }
 int TVObject::readData(TVHandle&, TVStorageLock*) { return 0; }
 bool TVObject::mayUpdate(TVHandle&, TVStorageLock&) { return true; }
-void TVObject::createStorage(TVHandle&) {}
+bool TVObject::createStorage(TVHandle&) { return true; }
 void TVObject::removeStorage(TVHandle&) {}
 VBool TVObject::isStale(TVHandle&) { return false; }
 int TVObject::describe(TVHandle&, uint32_t* status) {

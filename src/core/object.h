@@ -108,8 +108,9 @@ class TVObject : public VObject {
   virtual bool readWasComplete() const { return true; }
   // Whether an edit under `lock` may go on after the last read. Reports why not.
   [[nodiscard]] virtual bool mayUpdate(TVHandle& context, TVStorageLock& lock);
-  // Makes what a new object needs on disk, before its record is written.
-  virtual void createStorage(TVHandle& context);
+  // Makes what a new object needs on disk, before its record is written. False, after a report,
+  // where that fails: there must be no record then.
+  [[nodiscard]] virtual bool createStorage(TVHandle& context);
   // Removes what this object has on disk.
   virtual void removeStorage(TVHandle& context);
   // Whether the storage changed since the last read.

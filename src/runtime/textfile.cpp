@@ -202,6 +202,7 @@ struct TextFile::State {
   TextBuffer text;
   // What of `text` is on disk as it stands: all of it, or nothing after clear().
   size_t keptSize = 0;
+  uint64_t sizeBefore = 0;  // On disk, before the last commit, if that only added.
   bool isCleared = false;
   bool hasDroppedEnd = false;  // On disk more follows.
   bool hasFailed = false;
@@ -238,7 +239,11 @@ struct TextFile::State {
 
   bool write() {
     if (!confirmFile(path, &held.file)) return false;
-    if (isCleared || hasDroppedEnd) return rewrite(withCarriageReturns(text.view()));
+    if (isCleared || hasDroppedEnd) {
+      sizeBefore = withCarriageReturns(text.view().substr(0, keptSize)).size();
+      return rewrite(withCarriageReturns(text.view()));
+    }
+    sizeBefore = held.file.size();
     const std::string added = withCarriageReturns(text.view().substr(keptSize));
     if (fitsAppend(added.size())) return append(added);
     TextBuffer whole;  // With what was there byte for byte, whatever its line ends.
@@ -300,6 +305,8 @@ bool TextFile::isChanged() const {
   return state_->isCleared || state_->text.size() != state_->keptSize;
 }
 
+bool TextFile::isAddedTo() const { return !state_->isCleared && isChanged(); }
+
 void TextFile::clear() {
   if (!becomeUpdater()) return;
   state_->text.clear();
@@ -334,6 +341,10 @@ bool TextFile::commit() {
   state_->isCleared = state_->hasDroppedEnd = false;
   state_->keptSize = state_->text.size();
   return true;
+}
+
+bool TextFile::takeBack() {
+  return state_->held.file.setSize(state_->sizeBefore) && state_->held.file.sync();
 }
 
 FileStamp TextFile::stamp() const {

@@ -58,6 +58,8 @@ class TextFile {
 
   // Whether changes were made that are not on disk yet.
   bool isChanged() const;
+  // Whether what was there stays, and something comes after it.
+  bool isAddedTo() const;
   // Empties the text.
   void clear();
   // Adds at the end. Line ends are LF. On a file opened for reading the first change tries to
@@ -72,6 +74,8 @@ class TextFile {
   // Brings the changes to the disk, all or nothing; nothing to do without changes. The hold stays,
   // on the new file too. False on failure, with the old file as it was.
   bool commit();
+  // Takes back a commit() that only added. False if that fails: what was added stays on disk then.
+  bool takeBack();
 
   // The stamp of the file as it now stands on disk, taken through the open file.
   FileStamp stamp() const;

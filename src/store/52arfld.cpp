@@ -76,11 +76,12 @@ int TVArchiveFolder52::readFiles(TVHandle& context, const TVDataFileWriter* writ
   return code == kFolderNoMemory ? kResultNoMemory : kResultDone;
 }
 
-void TVArchiveFolder52::createStorage(TVHandle&) {
+bool TVArchiveFolder52::createStorage(TVHandle& context) {
+  if (!canBeStored()) return false;
   for (const Side side : recordSides()) {
-    if (!files_.directory(side).isEmpty()) continue;
-    files_.setDirectory(side, makeUniqueDirectory(storageDirOf(owner(), side), folderName(), ""));
+    if (!makeStorageDir(side, storageDirOf(owner(), side), "", context)) return false;
   }
+  return true;
 }
 
 std::unique_ptr<TVObject> TVArchiveFolder52Options::makeObject(const VString& name,

@@ -24,7 +24,7 @@ class TVArchiveFolder52 : public TVFileOwner52<TVArchiveFolder> {
                     TVCaching caching = TVCaching::kCached);
 
   // Gives a new folder its storage directories below its owner's.
-  void createStorage(TVHandle& context) override;
+  bool createStorage(TVHandle& context) override;
 
  private:
   Side ownSide() const { return isPrivate() ? Side::kPrivate : Side::kPublic; }

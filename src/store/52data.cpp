@@ -35,6 +35,7 @@ constexpr int kFirstNotice = 1;
 constexpr int kLaterNotice = 2;
 constexpr int kNoNotice = 3;
 
+constexpr size_t kShortNameLimit = 8;
 constexpr std::string_view kFormatHead = "[FORMAT=TRVS_GUI]\nVersion=5.2\n\n";
 
 }  // namespace
@@ -399,6 +400,26 @@ VString storageDirectory(const VString& ownerDirectory, std::string_view dir) {
   return dir.empty() ? VString() : VString(joinPath(ownerDirectory.view(), dir));
 }
 
+VString uniqueName(const VString& directory, const VString& base, std::string_view suffix) {
+  if (directory.isEmpty()) return {};
+  for (int counter = -1;; ++counter) {
+    const std::string digits = counter < 0 ? "" : std::to_string(counter);
+    const size_t limit = digits.size() < kShortNameLimit ? kShortNameLimit - digits.size() : 0;
+    std::string name = cleanFileName(base.view(), limit);
+    name.append(digits).append(suffix);
+    const std::string path = joinPath(directory.view(), name);
+    if (!fileExists(path)) return path;
+  }
+}
+
+VString makeUniqueDirectory(const VString& directory, const VString& base, std::string_view suffix,
+                            TVHandle& context) {
+  VString path = uniqueName(directory, base, suffix);
+  if (path.isEmpty() || makeDirectories(joinPath(path.view(), ".")) == 0) return path;
+  context.sink().error(context, FolderFileMessage(kFolderDirectoryNotMade, path.text()));
+  return {};
+}
+
 TVDataFilePair::TVDataFilePair(const char* publicName, const char* privateName)
     : public_{.name = publicName}, private_{.name = privateName} {}
 
@@ -506,11 +527,24 @@ bool TVDataFilePair::endWrite(TVDataFileWriter& writer, TVHandle& context, bool 
     changed = changed || (stream != nullptr && stream->isChanged());
     missed = missed || (stream == nullptr && !writer.path(side).isEmpty());
   }
-  // The private file overlays the public one, and is stored only if that is.
-  for (const Side side : kBothSides) {
-    if (writer.stream(side) != nullptr) keep = endSide(side, writer, context, keep);
+  return endSides(writer, context, keep) && !(changed && missed);
+}
+
+// A private record means nothing without its public one. So where records are only added the
+// private file comes first, and whatever happens no public record lacks its private one; a rewrite,
+// which may drop records, goes the other way round.
+bool TVDataFilePair::endSides(TVDataFileWriter& writer, TVHandle& context, bool keep) {
+  TextFile* const prv = writer.stream(Side::kPrivate);
+  const bool addsToPrivate = prv != nullptr && prv->isAddedTo();
+  if (addsToPrivate) keep = endSide(Side::kPrivate, writer, context, keep);
+  const bool isAdded = addsToPrivate && keep;
+  if (writer.stream(Side::kPublic) != nullptr) keep = endSide(Side::kPublic, writer, context, keep);
+  if (prv != nullptr && !addsToPrivate) keep = endSide(Side::kPrivate, writer, context, keep);
+  if (isAdded && !keep) {
+    at(Side::kPrivate).stamp = {};
+    static_cast<void>(prv->takeBack());  // What stays means nothing.
   }
-  return keep && !(changed && missed);
+  return keep;
 }
 
 // The stamp is taken while the file is still held. Objects that did not reach the disk must go with

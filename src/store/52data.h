@@ -151,6 +151,9 @@ class TVDataFileWriter : public TVDataFile, public TVStorageLock {
 inline TVDataFileWriter& writerOf(TVStorageLock& lock) {
   return static_cast<TVDataFileWriter&>(lock);
 }
+inline const TVDataFileWriter& writerOf(const TVStorageLock& lock) {
+  return static_cast<const TVDataFileWriter&>(lock);
+}
 
 // What every keyed data file begins with after a rewrite. Readers pass over it.
 void writeHeader(TextFile* stream);
@@ -159,6 +162,14 @@ void writeHeader(TextFile* stream);
 VString storageDirectory(const VString& ownerDirectory, std::string_view dir);
 // The way back, for a record: relative where that reads back as the same directory, else in full.
 std::string recordDirectory(const VString& ownerDirectory, const VString& directory);
+
+// A new path in `directory`: `base` shortened to 8 bytes, with a number where that is taken, and
+// `suffix` after it. Empty for an empty directory.
+VString uniqueName(const VString& directory, const VString& base, std::string_view suffix);
+// The same, and the directory is made at once: a free name is one that nothing on disk has, so the
+// next one of the same short name would get it as well. Empty, after a report, if that fails.
+VString makeUniqueDirectory(const VString& directory, const VString& base, std::string_view suffix,
+                            TVHandle& context);
 
 // The pair of files of one owner: where they lie, when they were read or written last, and whether
 // that told everything.
@@ -215,6 +226,7 @@ class TVDataFilePair {
   const File& at(Side side) const { return side == Side::kPublic ? public_ : private_; }
   File& at(Side side) { return side == Side::kPublic ? public_ : private_; }
   FileStamp present(Side side, const TVDataFileWriter* writer) const;
+  bool endSides(TVDataFileWriter& writer, TVHandle& context, bool keep);
   bool endSide(Side side, TVDataFileWriter& writer, TVHandle& context, bool keep);
 
   File public_;

@@ -21,7 +21,6 @@ namespace foldapi {
 
 namespace {
 
-constexpr size_t kShortNameLimit = 8;
 constexpr int kSpareCacheEntries = 50;
 constexpr const char* kNewConfigLine = "# VERSION TRVS Trevault_5.2.00\r\n";
 
@@ -122,18 +121,18 @@ void TVProjectFolder52::loadCache(TVHandle& context) {
 // New projects
 // -------------------------------------------------------------------------------------
 
-// Gives the project a free directory below the root's. False if it has one, or the root has none.
-bool TVProjectFolder52::nameDirectory(Side side) {
+bool TVProjectFolder52::nameDirectory(Side side, TVHandle& context) {
   const auto* root = static_cast<const TVProjectRoot*>(owner());
-  if (root == nullptr || !files_.directory(side).isEmpty()) return false;
+  if (root == nullptr) return true;
   const VString& base = side == Side::kPublic ? root->publicDir() : root->privateDir();
-  files_.setDirectory(side, makeUniqueDirectory(base, folderName(), ".prj"));
-  return !files_.directory(side).isEmpty();
+  return makeStorageDir(side, base, ".prj", context);
 }
 
-void TVProjectFolder52::createStorage(TVHandle& context) {
-  nameDirectory(Side::kPublic);
-  nameDirectory(Side::kPrivate);
+bool TVProjectFolder52::createStorage(TVHandle& context) {
+  if (!canBeStored() || !nameDirectory(Side::kPublic, context) ||
+      !nameDirectory(Side::kPrivate, context)) {
+    return false;
+  }
   if (config().path.isEmpty() && !files_.directory(Side::kPublic).isEmpty()) {
     setConfig(TVProjectConfig(fileNamedAfter(files_.directory(Side::kPublic), ".cfg")));
   }
@@ -144,6 +143,7 @@ void TVProjectFolder52::createStorage(TVHandle& context) {
     static_cast<void>(endEdit(context));
   }
   createConfigFile(context);
+  return true;
 }
 
 void TVProjectFolder52::createConfigFile(TVHandle& context) const {
@@ -167,11 +167,17 @@ bool TVProjectFolder52::assignDirectories(TVHandle& context) {
   const bool locked = root->storageLock() != nullptr;
   if (!locked && !root->beginEdit(rootHandle)) return false;
   TVDataFileWriter& writer = writerOf(*root->storageLock());
-  const bool known = root->readWasComplete() && writer.stream(Side::kPublic) != nullptr &&
+  const bool known = !isDeleted() && root->readWasComplete() &&
+                     writer.stream(Side::kPublic) != nullptr &&
                      writer.stream(Side::kPrivate) != nullptr;
-  const bool publicNamed = known && nameDirectory(Side::kPublic);
-  const bool privateNamed = known && nameDirectory(Side::kPrivate);
-  if (publicNamed) {
+  const auto isNamed = [&](Side side) { return !files_.directory(side).isEmpty(); };
+  const bool hadPublic = isNamed(Side::kPublic);
+  const bool hadPrivate = isNamed(Side::kPrivate);
+  if (known && nameDirectory(Side::kPublic, context)) {
+    static_cast<void>(nameDirectory(Side::kPrivate, context));
+  }
+  const bool privateNamed = !hadPrivate && isNamed(Side::kPrivate);
+  if (!hadPublic && isNamed(Side::kPublic)) {
     root->setDirty(true);
   } else if (privateNamed &&
              !writer.writeRecord(Side::kPrivate, record(Side::kPrivate), rootHandle)) {
@@ -181,27 +187,7 @@ bool TVProjectFolder52::assignDirectories(TVHandle& context) {
   if (!locked && !root->endEdit(rootHandle) && privateNamed) {
     files_.setDirectory(Side::kPrivate, VString());
   }
-  return !files_.directory(Side::kPrivate).isEmpty();
-}
-
-VString uniqueName(const VString& directory, const VString& base, std::string_view suffix) {
-  if (directory.isEmpty()) return {};
-  for (int counter = -1;; ++counter) {
-    const std::string digits = counter < 0 ? "" : std::to_string(counter);
-    const size_t limit = digits.size() < kShortNameLimit ? kShortNameLimit - digits.size() : 0;
-    std::string name = cleanFileName(base.view(), limit);
-    name.append(digits).append(suffix);
-    const std::string path = joinPath(directory.view(), name);
-    if (!fileExists(path)) return path;
-  }
-}
-
-VString makeUniqueDirectory(const VString& directory, const VString& base,
-                            std::string_view suffix) {
-  VString path = uniqueName(directory, base, suffix);
-  // The first update of a file in it tries once more, and reports.
-  if (!path.isEmpty()) static_cast<void>(makeDirectories(joinPath(path.view(), ".")));
-  return path;
+  return isNamed(Side::kPrivate);
 }
 
 std::unique_ptr<TVObject> TVProjectFolder52Options::makeObject(

@@ -21,7 +21,7 @@ class TVProjectFolder52 : public TVFileOwner52<TVProjectFolder> {
   ~TVProjectFolder52() override;  // Saves the archive cache.
 
   // Gives a new project its directories, its pair of files and its configuration file.
-  void createStorage(TVHandle& context) override;
+  bool createStorage(TVHandle& context) override;
   // The configuration with the archive directories that the toolkit finds in it.
   TVProjectConfig effectiveConfig(TVHandle& context) override;
 
@@ -44,7 +44,7 @@ class TVProjectFolder52 : public TVFileOwner52<TVProjectFolder> {
   std::span<const Side> recordSides() const override { return kBothSides; }
   std::string record(Side side) const override;
   int readSide(Side side, TVHandle& context, const TVDataFileWriter* writer);
-  bool nameDirectory(Side side);
+  bool nameDirectory(Side side, TVHandle& context);
   bool assignDirectories(TVHandle& context);
   void createConfigFile(TVHandle& context) const;
   void readPromotionGroups(TVHandle& context);
@@ -61,12 +61,5 @@ class TVProjectFolder52Options : public TVProjectFolderOptions {
                                        TVHandle& context, TVObject* owner,
                                        TVCaching caching) override;
 };
-
-// A new path in `directory`: `base` shortened to 8 bytes, with a number where that is taken, and
-// `suffix` after it. Empty for an empty directory.
-VString uniqueName(const VString& directory, const VString& base, std::string_view suffix);
-// The same, and the directory is made at once: a free name is one that nothing on disk has, so the
-// next one of the same short name would get it as well.
-VString makeUniqueDirectory(const VString& directory, const VString& base, std::string_view suffix);
 
 }  // namespace foldapi

@@ -60,15 +60,9 @@ class TVFileOwner52 : public Base {
     }
     return result;
   }
-  // The same; kResultNotWritten also where a public record is due and the public file isn't open: a
-  // private record alone would not bring the object back.
+  // The same; kResultNotWritten also where one of the files could not be opened.
   int writeNewChild(TVHandle& context, TVStorageLock& ownerLock) override {
-    for (const Side side : recordSides()) {
-      if (side == Side::kPublic && writerOf(ownerLock).stream(side) == nullptr) {
-        return kResultNotWritten;
-      }
-    }
-    return writeChild(context, ownerLock);
+    return canBeStored(ownerLock) ? writeChild(context, ownerLock) : kResultNotWritten;
   }
 
   // The directories in which the object has its own files, and those below it theirs.
@@ -81,6 +75,31 @@ class TVFileOwner52 : public Base {
   template <typename... Fields>
   explicit TVFileOwner52(TVDataFilePair files, Fields&&... fields)
       : Base(std::forward<Fields>(fields)...), files_(std::move(files)) {}
+
+  // Whether each file of the owner that is to have a record is open. A private one that the owner
+  // doesn't have is not missed.
+  bool canBeStored(const TVStorageLock& ownerLock) const {
+    const TVDataFileWriter& writer = writerOf(ownerLock);
+    for (const Side side : recordSides()) {
+      if (side == Side::kPrivate && writer.path(side).isEmpty()) continue;
+      if (writer.stream(side) == nullptr) return false;
+    }
+    return true;
+  }
+  // The same before anything is made for a new object. True without an edit of the owner.
+  bool canBeStored() const {
+    const TVObject* const owner = this->owner();
+    return owner == nullptr || owner->storageLock() == nullptr ||
+           canBeStored(*owner->storageLock());
+  }
+  // Makes a directory of the object's own below its owner's, if it has none and the owner has one.
+  // False, after a report, where that fails.
+  bool makeStorageDir(Side side, const VString& ownerDir, std::string_view suffix,
+                      TVHandle& context) {
+    if (!storageDir(side).isEmpty() || ownerDir.isEmpty()) return true;
+    setStorageDir(side, makeUniqueDirectory(ownerDir, this->folderName(), suffix, context));
+    return !storageDir(side).isEmpty();
+  }
 
   TVDataFilePair files_;
 

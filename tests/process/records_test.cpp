@@ -1,12 +1,15 @@
 // Records that must neither vanish nor go where nobody looks: private ones without a public one,
 // changes that fail half-way, and owners that other programs change meanwhile.
 #include <gtest/gtest.h>
+#include <sys/stat.h>
 
+#include <filesystem>
 #include <string>
 #include <vector>
 
 #include "foldapi/foldapi.h"
 #include "support/client.h"
+#include "support/limits.h"
 
 namespace {
 
@@ -57,6 +60,49 @@ TEST_F(Records, ARewriteKeepsWhatPublicFoldersLeftBehind) {
   scratch_.write("prv/P.prj/trvsfold.prv", stray + "[FOLDER=mine]\nDIR=mine\n");
   DestroyFolder(FindFolder(scratch_.openProject("P"), "mine"));
   EXPECT_EQ(scratch_.shown("prv/P.prj/trvsfold.prv"), kHead + stray);
+}
+
+// A real fault: the public record stayed, and the project was taken for a whole one.
+TEST_F(Records, ACreateIsStoredInBothFilesOrInNone) {
+  TVHandle* root = openRoot("pub");
+  CreateProject(root, "O", "/ann", "/team");
+  const auto create = [](TVHandle* in) { CreateProject(in, "P", "/ann", "/team"); };
+  const auto isHere = [](TVHandle* in) { return FindProject(in, "P") != nullptr; };
+  auto before = scratch_.everything();
+  const int entries = support::entryCount(scratch_.path("pub"));
+  chmod(scratch_.path("prv/trvsproj.prv").c_str(), 0444);
+  create(root);
+  EXPECT_FALSE(isHere(root));
+  EXPECT_EQ(scratch_.changedSince(before), Names());
+  chmod(scratch_.path("prv/trvsproj.prv").c_str(), 0644);
+  scratch_.write("file", "");
+  root = Init(scratch_.path("pub").c_str(), scratch_.path("file").c_str());
+  OpenProjectRoot(root);
+  create(root);
+  EXPECT_FALSE(isHere(root));
+  EXPECT_EQ(support::entryCount(scratch_.path("pub")), entries);
+
+  for (const char* full : {"prv/trvsproj.prv", "pub/trvsproj.pub"}) {
+    SCOPED_TRACE(full);
+    for (const size_t size : {5000, 9000}) {  // What comes next fits the last page, or doesn't.
+      const string old = scratch_.shown(full);
+      scratch_.write(full, old + ";" + string(size, '-') + "\n");
+      before = scratch_.everything();
+      root = openRoot("pub");
+      {
+        const support::SizeLimit room(std::filesystem::file_size(scratch_.path(full)) + 20);
+        create(root);
+      }
+      EXPECT_FALSE(isHere(root));
+      for (const char* file : {"prv/trvsproj.prv", "pub/trvsproj.pub"}) {
+        EXPECT_EQ(scratch_.shown(file), before[file]);
+      }
+      scratch_.write(full, old);
+    }
+  }
+  create(root = openRoot("pub"));
+  EXPECT_TRUE(isHere(root));
+  EXPECT_STREQ(GetProjectPrivateDir(FindProject(openRoot("pub"), "P")), "/ann");
 }
 
 }  // namespace

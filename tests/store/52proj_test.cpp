@@ -1,8 +1,10 @@
 // What is made for new projects and folders, and what a project shows that no file lists.
 #include "store/52proj.h"
 
+#include <cerrno>
 #include <filesystem>
 
+#include "os/systemcalls.h"
 #include "store/52promo.h"
 #include "store/storefixture.h"
 #include "support/limits.h"
@@ -27,6 +29,30 @@ TEST_F(Store, ProjectsWithoutADirectoryGetOneWithTheCache) {
   const auto* project = static_cast<TVProjectFolder52*>(child(root, "P").object());
   ASSERT_NE(project->archiveCache(), nullptr);
   EXPECT_EQ(project->archiveCache()->path().str(), path("prv/P.prj/P.ack"));
+}
+
+TEST_F(Store, NothingIsStoredWithoutItsDirectories) {
+  putProject();
+  TVProjectRootHandle root = makeRoot();
+  TVHandle& project = child(root, "P");
+  put("pub/p/trvsfold.pub", "");
+  const std::string projects = get("pub/trvsproj.pub");
+  for (const std::string refused : {"pub/N.prj", "prv/N.prj", "pub/p/N", "prv/p/N"}) {
+    SCOPED_TRACE(refused);
+    const bool isProject = refused.ends_with(".prj");
+    int toCome = refused.starts_with("pub") ? 1 : 2;
+    const os_test::SystemCalls calls([&](const os_test::Call& call) {
+      return call.name == "mkdir" && call.path == refused.substr(isProject ? 4 : 6) && --toCome == 0
+                 ? EACCES
+                 : 0;
+    });
+    EXPECT_TRUE(isProject
+                    ? TVProjectFolderHandle::create("N", TVProjectConfig(), "", "", root).isNull()
+                    : TVArchiveFolderHandle::create("N", "", TVPrivacy::kPublic, project).isNull());
+    EXPECT_TRUE(told().starts_with("error Cannot create directory " + refused));
+    EXPECT_EQ(get("pub/trvsproj.pub"), projects);
+    EXPECT_EQ(listing(project), "");
+  }
 }
 
 // Each group with those below it, in brackets.
