@@ -7,6 +7,8 @@
 
 #include <algorithm>
 #include <limits>
+#include <new>
+#include <utility>
 
 #include "core/hashchains.h"
 
@@ -139,6 +141,11 @@ VObject* TVHash::removeIdentical(const VObject* value) {
   return removeBy(identicalTo(value));
 }
 
+VObject* TVHash::forget(const VObject* value) {
+  judgeChains();
+  return removeBy(identicalTo(value));
+}
+
 // Built from whole operations, each of which looks at the chains first, as this one does.
 VObject* TVHash::replace(const VObject* key, VObject* value) {
   checkGrow();
@@ -217,22 +224,32 @@ std::vector<VObject*> TVHash::values() const {
 // -------------------------------------------------------------------------------------------
 
 void TVHash::checkGrow() {
-  if (hasIterators()) return;
+  const int32_t larger = judgeChains();
+  if (larger == 0) return;
+  try {
+    resize(larger);
+  } catch (const std::bad_alloc&) {  // The chains stay long, and the next operation tries again.
+  }
+}
+
+// The number of buckets that the table should have; 0 for those that it has.
+int32_t TVHash::judgeChains() {
+  if (hasIterators()) return 0;
   Statistics& counts = statistics_;
   int32_t lookups = wrappingSum(counts.hits, counts.misses);
   int32_t total = wrappingSum(lookups, counts.probes);
-  if (total < kLookupsToJudge) return;
+  if (total < kLookupsToJudge) return 0;
   if (lookups > total / 2) {
     for (; total > kLookupsToKeep; total >>= 1) {
       counts.hits >>= 1;
       counts.misses >>= 1;
       counts.probes >>= 1;
     }
-    return;
+    return 0;
   }
-  if (int64_t{size()} * 4 < bucketCount_) return;  // Few entries, so their hash is to blame.
+  if (int64_t{size()} * 4 < bucketCount_) return 0;  // Few entries, so their hash is to blame.
   const auto* larger = std::upper_bound(std::begin(kSizes), std::end(kSizes), bucketCount_);
-  if (larger != std::end(kSizes)) resize(*larger);
+  return larger == std::end(kSizes) ? 0 : *larger;
 }
 
 int TVHash::resize(int bucketCount) {
@@ -243,14 +260,24 @@ int TVHash::resize(int bucketCount) {
   if (chains_ != nullptr) {
     chains_->forEach([&](const ChainEntry& entry) { entries.push_back(entry); });
   }
-  endIterators();
+  std::vector<VObject*> refused;  // Two values have become equal since they came.
+  const Statistics oldStatistics = std::exchange(statistics_, {});
+  std::unique_ptr<ChainStore> oldChains = std::move(chains_);
   bucketCount_ = std::max(1, bucketCount);
-  statistics_ = {};
-  chains_ = entries.empty() ? nullptr : std::make_unique<ChainStore>(bucketCount_, entries.size());
-  for (auto entry = entries.rbegin(); entry != entries.rend(); ++entry) {
-    checkGrow();
-    if (!enter(*entry)) left(entry->value);  // Two values have become equal since they came.
+  try {
+    if (!entries.empty()) chains_ = std::make_unique<ChainStore>(bucketCount_, entries.size());
+    for (auto entry = entries.rbegin(); entry != entries.rend(); ++entry) {
+      checkGrow();
+      if (!enter(*entry)) refused.push_back(entry->value);
+    }
+  } catch (...) {
+    chains_ = std::move(oldChains);
+    bucketCount_ = old;
+    statistics_ = oldStatistics;
+    throw;
   }
+  endIterators();
+  for (VObject* value : refused) left(value);
   return old;
 }
 
@@ -298,6 +325,7 @@ TVIterator::~TVIterator() {
   TVIterator** link = &table_->iterators_;
   while (*link != this) link = &(*link)->nextIterator_;
   *link = nextIterator_;
+  if (!table_->hasIterators() && table_->isEmpty()) table_->chains_.reset();
 }
 
 VObject* TVIterator::next() { return table_ == nullptr ? nullptr : table_->iteratorNext(this); }

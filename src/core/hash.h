@@ -6,8 +6,10 @@
 // at how long the chains proved in lookups, as a walk along linked chains would count them. No
 // chain is walked, though: with the weak hash one chain may hold tens of thousands of entries. The
 // counts come from the place of an entry in its chain, and the entry from an index of fingerprints
-// (hashchains.h). An empty table owns no memory. The library adds, finds, removes and walks; the
-// other operations complete the class for clients that keep tables of their own.
+// (hashchains.h). An empty table owns no memory, and removals take none: growth that there is no
+// memory for is put off, and an addition that fails leaves the table as it was. The library adds,
+// finds, removes and walks; the other operations complete the class for clients that keep tables of
+// their own.
 #pragma once
 
 #include <cstdint>
@@ -54,6 +56,8 @@ class TVHash : public VObject {
   // Takes the value equal to `key`, or `value` itself, out and gives it; null if there is none.
   VObject* remove(const VObject* key);
   VObject* removeIdentical(const VObject* value);
+  // As removeIdentical(), for destructors: never grows the table.
+  VObject* forget(const VObject* value);
   // Removes by equality or by identity, then adds `value`; gives what was removed, or null.
   VObject* replace(const VObject* key, VObject* value);
   VObject* replaceIdentical(const VObject* key, VObject* value);
@@ -111,6 +115,7 @@ class TVHash : public VObject {
   VObject* removeBy(const ChainKey& key);
   bool enter(const ChainEntry& entry);
   void append(int32_t bucket, const ChainEntry& entry);
+  int32_t judgeChains();
   void settle(TVIterator* iterator, int32_t bucket, uint32_t ordinal) const;
   void endIterators();
 

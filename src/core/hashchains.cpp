@@ -54,8 +54,9 @@ void ChainStore::append(int32_t bucket, const ChainEntry& entry) {
 
 // Ordinals stay: each chain is copied from its start.
 void ChainStore::enlarge() {
-  large_ = std::make_unique<LargeChains>(bucketCount_, 2 * kSmallLimit);
-  for (const ChainEntry& entry : row_) large_->append(bucketOf(entry), entry);
+  auto large = std::make_unique<LargeChains>(bucketCount_, 2 * kSmallLimit);
+  for (const ChainEntry& entry : row_) large->append(bucketOf(entry), entry);
+  large_ = std::move(large);
   row_ = {};
 }
 

@@ -4,6 +4,7 @@
 #include "core/largechains.h"
 
 #include <algorithm>
+#include <utility>
 
 namespace foldapi {
 
@@ -15,8 +16,17 @@ TagIndex::TagIndex(size_t expected) {
   slots_.resize(size_t{1} << bits_);
 }
 
+void TagIndex::makeRoom() {
+  if (4 * (count_ + 1) <= 3 * slots_.size()) return;
+  std::vector<Slot> old(slots_.size() * 2);
+  old.swap(slots_);
+  ++bits_;
+  for (const Slot& slot : old) {
+    if (slot.chain != kFree) place(slot);
+  }
+}
+
 void TagIndex::insert(const Slot& slot) {
-  if (4 * (count_ + 1) > 3 * slots_.size()) grow();
   place(slot);
   ++count_;
 }
@@ -25,15 +35,6 @@ void TagIndex::place(const Slot& slot) {
   size_t index = home(slot.tag);
   while (!isFree(index)) index = after(index);
   slots_[index] = slot;
-}
-
-void TagIndex::grow() {
-  std::vector<Slot> old(slots_.size() * 2);
-  old.swap(slots_);
-  ++bits_;
-  for (const Slot& slot : old) {
-    if (slot.chain != kFree) place(slot);
-  }
 }
 
 // Closes the gap with later slots that may stand there, so that no run is cut.
@@ -59,51 +60,59 @@ size_t TagIndex::indexOf(uint32_t tag, uint32_t chain, uint32_t ordinal) const {
 // ------------------------------------------------------------------------------------
 
 void RemovalCounts::change(uint32_t ordinal, int by) {
-  for (size_t i = size_t{ordinal} + 1; i < sums_.size(); i += i & (~i + 1)) {
-    sums_[i] += static_cast<uint32_t>(by);
+  for (size_t i = size_t{ordinal} + 1; i <= sums_.size(); i += i & (~i + 1)) {
+    sums_[i - 1] += static_cast<uint32_t>(by);
   }
 }
 
 uint32_t RemovalCounts::before(uint32_t ordinal) const {
   uint32_t sum = 0;
-  for (size_t i = std::min<size_t>(ordinal, size()); i != 0; i &= i - 1) sum += sums_[i];
+  for (size_t i = std::min<size_t>(ordinal, size()); i != 0; i &= i - 1) sum += sums_[i - 1];
   return sum;
 }
+
+void RemovalCounts::clear() { std::fill(sums_.begin(), sums_.end(), 0); }
 
 // Chain
 // --------------------------------------------------------------------------------------------
 
 uint32_t Chain::append(const ChainEntry& entry) {
+  if (entries_.size() == gaps_.size()) grow();
   entries_.push_back(entry);
   ++live_;
   return static_cast<uint32_t>(entries_.size() - 1);
 }
 
+void Chain::grow() {
+  constexpr size_t kFirstRoom = 4;
+  const size_t room = std::max(kFirstRoom, 2 * entries_.size());
+  RemovalCounts larger(room);
+  entries_.reserve(room);
+  gaps_ = std::move(larger);
+  if (!std::exchange(hasGaps_, false)) return;
+  for (uint32_t i = first_; i < entries_.size(); ++i) {
+    if (entries_[i].value == nullptr) countGap(i);
+  }
+}
+
+void Chain::countGap(uint32_t ordinal) {
+  gaps_.change(ordinal, 1);
+  hasGaps_ = true;
+}
+
 uint32_t Chain::position(uint32_t ordinal) const {
   const uint32_t distance = ordinal - first_;
-  if (removed_ == nullptr) return distance;
-  return distance - (removed_->before(ordinal) - removed_->before(first_));
+  if (!hasGaps_) return distance;
+  return distance - (gaps_.before(ordinal) - gaps_.before(first_));
 }
 
 void Chain::remove(uint32_t ordinal) {
   entries_[ordinal].value = nullptr;
   --live_;
   if (ordinal != first_ && ordinal + 1 != entries_.size()) {
-    removeInside(ordinal);
+    countGap(ordinal);
   } else {
     trimEnds();
-  }
-}
-
-// Counts up to the room that the chain has, so that a growing chain seldom counts anew.
-void Chain::removeInside(uint32_t ordinal) {
-  if (removed_ != nullptr && ordinal < removed_->size()) {
-    removed_->change(ordinal, 1);
-    return;
-  }
-  removed_ = std::make_unique<RemovalCounts>(entries_.capacity());
-  for (uint32_t i = first_; i < entries_.size(); ++i) {
-    if (entries_[i].value == nullptr) removed_->change(i, 1);
   }
 }
 
@@ -118,7 +127,7 @@ void Chain::trimEnds() {
   if (entries_.back().value != nullptr) return;
   entries_.pop_back();
   while (entries_.back().value == nullptr) {
-    removed_->change(static_cast<uint32_t>(entries_.size() - 1), -1);
+    gaps_.change(static_cast<uint32_t>(entries_.size() - 1), -1);
     entries_.pop_back();
   }
 }
@@ -146,9 +155,9 @@ void Chain::compact(Moved moved) {
     ++kept;
   }
   entries_.resize(kept);
-  entries_.shrink_to_fit();
   first_ = 0;
-  removed_.reset();
+  gaps_.clear();
+  hasGaps_ = false;
 }
 
 // BucketPages
@@ -163,14 +172,14 @@ uint32_t BucketPages::chainOf(int32_t bucket) const {
   return page == nullptr ? kNone : (*page)[index % kPageSize];
 }
 
-void BucketPages::setChain(int32_t bucket, uint32_t chain) {
+uint32_t& BucketPages::chainAt(int32_t bucket) {
   const auto index = static_cast<size_t>(bucket);
   std::unique_ptr<Page>& page = pages_[index / kPageSize];
   if (page == nullptr) {
     page = std::make_unique<Page>();
     page->fill(kNone);
   }
-  (*page)[index % kPageSize] = chain;
+  return (*page)[index % kPageSize];
 }
 
 int32_t BucketPages::nextUsed(int32_t from) const {
@@ -211,12 +220,13 @@ ChainPlace LargeChains::locate(const ChainKey& key) const {
   return place;
 }
 
+// Where memory is short, no chain has an entry that the index doesn't know.
 void LargeChains::append(int32_t bucket, const ChainEntry& entry) {
-  uint32_t number = buckets_.chainOf(bucket);
+  index_.makeRoom();
+  uint32_t& number = buckets_.chainAt(bucket);
   if (number == BucketPages::kNone) {
-    number = static_cast<uint32_t>(chains_.size());
     chains_.emplace_back();
-    buckets_.setChain(bucket, number);
+    number = static_cast<uint32_t>(chains_.size() - 1);
   }
   index_.insert({entry.tag, number, chains_[number].append(entry)});
 }

@@ -4,8 +4,8 @@
 // through an index from its tag to its chain and its number there, and the number of entries before
 // it is that number less the entries removed before it, which are counted per chain. Every
 // operation takes constant time while nothing is removed from the middle of a chain, and
-// logarithmic time after that. An entry takes 16 bytes in its chain and 12 in the index, with the
-// slack of both some 45.
+// logarithmic time after that. An entry takes 20 bytes in its chain and 12 in the index, with the
+// slack of both some 50. Removals take no memory: destructors call them.
 #pragma once
 
 #include <array>
@@ -39,6 +39,8 @@ class TagIndex {
   const Slot& operator[](size_t index) const { return slots_[index]; }
 
   size_t size() const { return count_; }
+  // Makes room for one more slot, which insert() needs; erase() leaves room for another.
+  void makeRoom();
   void insert(const Slot& slot);
   void erase(size_t index);
   // The slot of an entry that is here.
@@ -46,7 +48,6 @@ class TagIndex {
 
  private:
   void place(const Slot& slot);
-  void grow();
 
   unsigned bits_ = 5;
   size_t count_ = 0;
@@ -56,17 +57,19 @@ class TagIndex {
 // Counts removed ordinals: a tree of partial sums. An ordinal past its size is never removed.
 class RemovalCounts {
  public:
-  explicit RemovalCounts(size_t size) : sums_(size + 1) {}
+  explicit RemovalCounts(size_t size = 0) : sums_(size) {}
 
-  size_t size() const { return sums_.size() - 1; }
+  size_t size() const { return sums_.size(); }
   void change(uint32_t ordinal, int by);
   uint32_t before(uint32_t ordinal) const;
+  void clear();
 
  private:
-  std::vector<uint32_t> sums_;
+  std::vector<uint32_t> sums_;  // Of the ordinal 0 in the first one, and so on.
 };
 
-// One chain. An entry keeps its ordinal until compact(); a removed one leaves a null value.
+// One chain. An entry keeps its ordinal until compact(); a removed one leaves a null value. All the
+// memory that removals need is taken when an entry is added.
 class Chain {
  public:
   uint32_t length() const { return live_; }
@@ -86,13 +89,15 @@ class Chain {
   void compact(Moved moved);
 
  private:
-  void removeInside(uint32_t ordinal);
+  void grow();
+  void countGap(uint32_t ordinal);
   void trimEnds();
 
   std::vector<ChainEntry> entries_;
   uint32_t first_ = 0;  // No entry stands before this one.
   uint32_t live_ = 0;
-  std::unique_ptr<RemovalCounts> removed_;  // Of those from first_ on; null while there are none.
+  RemovalCounts gaps_;    // Has room for all ordinals up to the next grow().
+  bool hasGaps_ = false;  // Whether any is counted there.
 };
 
 // The number of the chain of each bucket. Most buckets have none, so pages are made when needed.
@@ -103,7 +108,8 @@ class BucketPages {
   explicit BucketPages(int32_t bucketCount);
 
   uint32_t chainOf(int32_t bucket) const;
-  void setChain(int32_t bucket, uint32_t chain);
+  // Where that number is kept.
+  uint32_t& chainAt(int32_t bucket);
   // The first bucket from `from` on that has a chain, -1 if there is none.
   int32_t nextUsed(int32_t from) const;
 

@@ -24,14 +24,12 @@ TVObject::TVObject(TVObject* owner, TVCaching caching)
 // Children that a reload cached while nothing used them go with their owner. None of them is
 // referred to: every reference on a child counts here as well.
 TVObject::~TVObject() {
-  std::vector<TVObject*> orphans = childrenInOrder();
-  for (auto child = orphans.rbegin(); child != orphans.rend(); ++child) {
-    children_.removeIdentical(*child);
-    (*child)->owner_ = nullptr;
-    delete *child;
-  }
+  forEachChild([](TVObject* child) {
+    child->owner_ = nullptr;
+    delete child;
+  });
   if (owner_ == nullptr || transient_) return;
-  if (owner_->children_.removeIdentical(this) != nullptr) owner_->lostChildren_ = true;
+  if (owner_->children_.forget(this) != nullptr) owner_->lostChildren_ = true;
 }
 
 bool TVObject::isEqual(const VObject* other) const {
@@ -170,6 +168,14 @@ void TVObject::releaseReference(int count) {
   }
 }
 
+// In one walk of the table, which decides its order: removals in a walk count as lookups at the
+// start of a chain, and the table doesn't grow meanwhile. Takes no memory.
+template <typename Visit>
+void TVObject::forEachChild(Visit visit) {
+  TVIterator walk(children_);
+  while (VObject* child = walk.next()) visit(static_cast<TVObject*>(child));
+}
+
 std::vector<TVObject*> TVObject::childrenInOrder() const {
   std::vector<TVObject*> result;
   result.reserve(static_cast<size_t>(children_.size()));
@@ -195,7 +201,7 @@ void TVObject::acquireBusy() {
 // -----------------------------------------------------------------------------------
 
 void TVObject::beginUse(TVHandle& context) {
-  for (TVObject* child : childrenInOrder()) child->addReference(1);
+  forEachChild([](TVObject* child) { child->addReference(1); });
   ++useCount_;
   try {
     if (useCount_ == 1 || isStale(context)) reload(context);
@@ -205,26 +211,24 @@ void TVObject::beginUse(TVHandle& context) {
   }
 }
 
-// Backwards, since taking the last entry of a chain leaves the others where they are.
+// The last of them may be what kept this object.
 void TVObject::endUse() {
   --useCount_;
-  const std::vector<TVObject*> used = childrenInOrder();
-  for (auto child = used.rbegin(); child != used.rend(); ++child) (*child)->releaseReference(1);
+  forEachChild([](TVObject* child) { child->releaseReference(1); });
 }
 
 // Reads the children again and drops those that another process has removed. What could not be
 // read to its end does not tell which those are.
 void TVObject::reload(TVHandle& context) {
-  for (TVObject* child : childrenInOrder()) child->unseen_ = true;
+  forEachChild([](TVObject* child) { child->unseen_ = true; });
   readData(context, lockData_.get());
   lostChildren_ = false;
   const bool complete = readWasComplete();
-  const std::vector<TVObject*> left = childrenInOrder();
-  for (auto child = left.rbegin(); child != left.rend(); ++child) {
-    if (!(*child)->unseen_) continue;
-    (*child)->unseen_ = false;
-    if (complete && !deleted_) (*child)->destroyObject(context, TVRemoval::kMemoryOnly);
-  }
+  forEachChild([&](TVObject* child) {
+    if (!child->unseen_) return;
+    child->unseen_ = false;
+    if (complete && !deleted_) child->destroyObject(context, TVRemoval::kMemoryOnly);
+  });
 }
 
 VBool TVObject::beginEdit(TVHandle& context) {
@@ -311,6 +315,9 @@ TVObject* TVObject::mergeIntoCache(std::unique_ptr<TVObject> fresh, bool* known)
       owner == nullptr ? nullptr : static_cast<TVObject*>(owner->children_.find(fresh.get()));
   bool revived = false;
   if (object != nullptr) {
+    // The order of the table comes from its lookups, and each object that goes is looked for.
+    owner->children_.removeIdentical(fresh.get());
+    fresh->owner_ = nullptr;
     fresh.reset();
     revived = object->deleted_;
     object->unseen_ = false;
@@ -376,10 +383,7 @@ void TVObject::destroyObject(TVHandle& context, TVRemoval removal) {
 }
 
 void TVObject::destroyChildren(TVHandle& context, TVRemoval removal) {
-  const std::vector<TVObject*> all = childrenInOrder();
-  for (auto child = all.rbegin(); child != all.rend(); ++child) {
-    (*child)->destroyObject(context, removal);
-  }
+  forEachChild([&](TVObject* child) { child->destroyObject(context, removal); });
 }
 
 // The owner forgets this object and gets back what it held on behalf of it; this object loses the

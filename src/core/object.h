@@ -248,6 +248,8 @@ class TVObject : public VObject {
 
   template <typename Options>
   int broadcast(int (TVObject::*action)(TVHandle&, Options&), TVHandle& context, Options& options);
+  template <typename Visit>
+  void forEachChild(Visit visit);
   void reload(TVHandle& context);
   void rewrite(TVHandle& context);
   void revert(TVHandle& context);
