@@ -431,8 +431,9 @@ enum {
  *   group       promotion group; with a lock the development group that it is for
  *   flags       TRVS_GET_...
  * With a lock, dates don't count. A workfile that is equal already is replaced without a question,
- * and one that came or changed since the question isn't replaced. A lock is given back if the
- * workfile can't be written.
+ * and one that came or changed since the question isn't replaced. A symbolic link, also one to
+ * nothing, is a workfile that is there: it is asked about and replaced itself, and what it leads to
+ * stays as it is. A lock is given back if the workfile can't be written.
  *
  * May give TRVS_BAD_DATE; TRVS_WOULD_OVERWRITE; TRVS_NO_GROUP_REVISION; with a lock also the
  * statuses of TrvsLockRevision. */
@@ -520,7 +521,8 @@ enum {
  *              that it may mean, so that a day is a whole day. Null for any
  *   output     path text of a file for the report; null or "" for TRVS_CALLBACK_OUTPUT. An
  *              existing file is replaced if TRVS_CALLBACK_OVERWRITE agrees, but never one that the
- *              report is about: TRVS_SAME_NAMES
+ *              report is about: TRVS_SAME_NAMES. A symbolic link is such a file, and is replaced
+ *              itself
  *   flags      TRVS_LOG_...
  * A revision must satisfy all that is given.
  * May give TRVS_BAD_DATE; TRVS_WOULD_OVERWRITE. */

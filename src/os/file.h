@@ -44,6 +44,7 @@ struct FileIdentity {
 struct FileStatus {
   bool isDirectory = false;
   bool isRegular = false;
+  bool isLink = false;         // Told by readEntryStatus() only.
   bool ownerMayWrite = false;  // Whoever asks: a read-only mark binds everybody.
   FileIdentity identity;
   uint64_t size = 0;
@@ -54,6 +55,8 @@ struct FileStatus {
 
 // The file that all links lead to. *status is left alone unless the result is kDone.
 FileResult readStatus(const char* path, FileStatus* status);
+// The entry itself, which may be a link, even to nothing.
+FileResult readEntryStatus(const char* path, FileStatus* status);
 
 // A regular file, open until the object is destroyed.
 class File {
@@ -63,6 +66,7 @@ class File {
     kUpdate,  // Reading and writing of an existing file.
   };
   enum class Lock { kShared, kExclusive };
+  enum class Links { kFollowed, kNot };
 
   File() = default;
   File(File&& other) noexcept;
@@ -70,7 +74,7 @@ class File {
   ~File() { close(); }
 
   // Closes what was open before.
-  FileResult open(const char* path, Access access);
+  FileResult open(const char* path, Access access, Links links = Links::kFollowed);
   // Opens the file that the path itself names, not through a link, for this object alone: kBusy if
   // another holds it. It is open for reading only where it can't be written.
   FileResult openLocked(const char* path);
@@ -88,7 +92,6 @@ class File {
   FileResult tryLock(Lock lock) const;
   // Whether `path` names this file, and not one that was put in its place. If so, status() is the
   // present one.
-  enum class Links { kFollowed, kNot };
   bool confirm(const char* path, Links links = Links::kFollowed);
 
   // False if not all of `size` bytes are there, or reading fails.

@@ -32,6 +32,7 @@ FileStatus statusOf(const struct stat& raw) {
   FileStatus status;
   status.isDirectory = S_ISDIR(raw.st_mode);
   status.isRegular = S_ISREG(raw.st_mode);
+  status.isLink = S_ISLNK(raw.st_mode);
   status.ownerMayWrite = (raw.st_mode & S_IWUSR) != 0;
   status.identity = {raw.st_dev, raw.st_ino};
   status.size = static_cast<uint64_t>(raw.st_size);
@@ -97,6 +98,18 @@ int64_t readUpTo(int descriptor, uint64_t offset, void* buffer, size_t size) {
   return static_cast<int64_t>(done);
 }
 
+FileResult readStatusBy(int (*call)(const char*, struct stat*), const char* path,
+                        FileStatus* status) {
+  struct stat raw;
+  FileResult result = FileResult::kStale;
+  for (int tries = 0; tries < kTries && result == FileResult::kStale; ++tries) {
+    if (tries > 1) sleepMilliseconds(kPause);
+    result = resultOfCall(uninterrupted([&] { return call(path, &raw); }));
+  }
+  if (result == FileResult::kDone) *status = statusOf(raw);
+  return result;
+}
+
 }  // namespace
 
 FileResult resultOf(int error) {
@@ -142,14 +155,11 @@ int openDescriptor(const char* path, int flags) {
 }
 
 FileResult readStatus(const char* path, FileStatus* status) {
-  struct stat raw;
-  FileResult result = FileResult::kStale;
-  for (int tries = 0; tries < kTries && result == FileResult::kStale; ++tries) {
-    if (tries > 1) sleepMilliseconds(kPause);
-    result = resultOfCall(uninterrupted([&] { return ::stat(path, &raw); }));
-  }
-  if (result == FileResult::kDone) *status = statusOf(raw);
-  return result;
+  return readStatusBy(::stat, path, status);
+}
+
+FileResult readEntryStatus(const char* path, FileStatus* status) {
+  return readStatusBy(::lstat, path, status);
 }
 
 File::File(File&& other) noexcept
@@ -164,8 +174,9 @@ File& File::operator=(File&& other) noexcept {
   return *this;
 }
 
-FileResult File::open(const char* path, Access access) {
-  return take(openDescriptor(path, access == Access::kRead ? O_RDONLY : O_RDWR));
+FileResult File::open(const char* path, Access access, Links links) {
+  return take(openDescriptor(path, (access == Access::kRead ? O_RDONLY : O_RDWR) |
+                                       (links == Links::kFollowed ? 0 : O_NOFOLLOW)));
 }
 
 // Owns `descriptor` from now on, which may be -1 with errno set.

@@ -3,6 +3,7 @@
 #include <utime.h>
 
 #include <cstring>
+#include <functional>
 #include <random>
 #include <stdexcept>
 
@@ -357,6 +358,38 @@ TEST_F(CheckOut, NeverTakesTheArchiveForTheWorkfile) {
       TrvsCreateArchive(path("v/new").c_str(), path("v/./new").c_str(), nullptr, nullptr, 0, 0),
       TRVS_SAME_NAMES);
   EXPECT_TRUE(support::readFile(archive) == before);
+}
+
+// Real faults: what a workfile or an output linked to was written over, without a question where it
+// was not there, or equal.
+TEST_F(CheckOut, ReplacesALinkItselfAndAsksBefore) {
+  ASSERT_EQ(create(), 0);
+  ASSERT_EQ(put("right", {}), 0);
+  const auto ask = [&] { return get({.flags = 0}); };
+  const auto log = [&] {
+    return TrvsLog(-1, archive().c_str(), "", "", "", "", "", "", "", workfile().c_str(), 0);
+  };
+  const auto keep = [&] { return get({.flags = TRVS_GET_KEEP}); };
+  const auto overwrite = [&] { return get({}); };
+  const std::function<int32_t()> calls[] = {ask, log, keep, overwrite, ask, log};
+  for (const std::string target : {"none", "equal", "other", "."}) {
+    for (size_t call = 0; call < std::size(calls); ++call) {
+      SCOPED_TRACE(target + std::to_string(call));
+      write("equal", "right");
+      write("other", "mine");
+      unlink(workfile().c_str());
+      ASSERT_EQ(symlink(target.c_str(), workfile().c_str()), 0);
+      if (call == 4) answerQuestions();  // Yes.
+      const bool isReplaced = call >= 3;
+      EXPECT_EQ(calls[call](), isReplaced ? 0 : TRVS_WOULD_OVERWRITE);
+      struct stat status {};
+      EXPECT_EQ(lstat(workfile().c_str(), &status), 0);
+      EXPECT_EQ(S_ISLNK(status.st_mode), !isReplaced);
+      EXPECT_EQ(support::readFile(path("equal")) + support::readFile(path("other")), "rightmine");
+      EXPECT_NE(access(path("none").c_str(), F_OK), 0);
+    }
+    TrvsRegisterCallback(TRVS_CALLBACK_OVERWRITE, nullptr);
+  }
 }
 
 // What happens while the client is asked whether to go on: nobody has agreed to overwrite that.

@@ -162,7 +162,7 @@ TrvsStatus CheckOut::boundTime(std::optional<PackedTime>* time) const {
 // For keywords, and for a comparison with the file that is there.
 bool CheckOut::needsWhole() const {
   return task_.model.has(TRVS_ATTRIBUTE_KEYWORDS) ||
-         (!asks(TRVS_GET_OVERWRITE | TRVS_GET_KEEP) && statusAt(workfilePath_));
+         (!asks(TRVS_GET_OVERWRITE | TRVS_GET_KEEP) && entryAt(workfilePath_));
 }
 
 TrvsStatus CheckOut::readWhole() {
@@ -173,16 +173,18 @@ TrvsStatus CheckOut::readWhole() {
   return TRVS_DONE;
 }
 
-// A file that is equal already may be replaced without a question: nothing is lost.
+// A file that is equal already may be replaced without a question: nothing is lost. A link would
+// be.
 TrvsStatus CheckOut::checkOverwrite() {
-  const auto old = statusAt(workfilePath_);
-  if (old && !old->isRegular) return TRVS_WOULD_OVERWRITE;
+  const auto old = entryAt(workfilePath_);
+  if (old && !isReplaceable(*old)) return TRVS_WOULD_OVERWRITE;
   if (asks(TRVS_GET_OVERWRITE)) return TRVS_DONE;
   workfile_.replaceOnly(old);
   if (!old) return TRVS_DONE;
   if (asks(TRVS_GET_KEEP)) return TRVS_WOULD_OVERWRITE;
   os::MappedFile file;
-  const bool isReadable = file.open(workfilePath_.c_str()) == os::FileResult::kDone;
+  const bool isReadable =
+      old->isRegular && file.open(workfilePath_.c_str()) == os::FileResult::kDone;
   const std::string_view whole = expanded_ ? *expanded_ : stored_.view();
   if (isWhole_ && isReadable && file.bytes() == whole) return TRVS_DONE;
   return client().overwrites(task_.workfileText(), task_.archiveText()) ? TRVS_DONE

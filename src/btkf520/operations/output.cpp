@@ -18,8 +18,8 @@ TrvsStatus ReportOutput::open(const char* path, const std::vector<std::string>& 
   for (const std::string& input : inputs) {
     if (os::isSameFile(*place, input)) return TRVS_SAME_NAMES;
   }
-  old_ = statusAt(*place);
-  if (old_ && !(old_->isRegular && client().overwrites(text, ""))) return TRVS_WOULD_OVERWRITE;
+  old_ = entryAt(*place);
+  if (old_ && !(isReplaceable(*old_) && client().overwrites(text, ""))) return TRVS_WOULD_OVERWRITE;
   path_ = *place;
   return TRVS_DONE;
 }

@@ -4,7 +4,6 @@
 #include <utility>
 
 #include "btkf520/operations/times.h"
-#include "os/directory.h"
 
 namespace btkf {
 namespace {
@@ -35,11 +34,20 @@ std::optional<os::FileStatus> statusAt(const std::string& path) {
   return status;
 }
 
+std::optional<os::FileStatus> entryAt(const std::string& path) {
+  os::FileStatus status;
+  if (os::readEntryStatus(path.c_str(), &status) != FileResult::kDone) return {};
+  return status;
+}
+
+bool isReplaceable(const os::FileStatus& entry) { return entry.isRegular || entry.isLink; }
+
 TrvsStatus NewWorkfile::open(const std::string& path) {
-  path_ = os::linkTarget(path);
+  path_ = path;
   if (const TrvsStatus status = writeFailure(file_.open(path_))) return status;
   os::File old;
-  if (old.open(path_.c_str(), os::File::Access::kRead) == FileResult::kDone) {
+  if (old.open(path_.c_str(), os::File::Access::kRead, os::File::Links::kNot) ==
+      FileResult::kDone) {
     static_cast<void>(file_.imitate(old));  // A group that can't be kept is let go.
   }
   return TRVS_DONE;
@@ -62,7 +70,7 @@ void NewWorkfile::replaceOnly(std::optional<os::FileStatus> seen) {
 }
 
 TrvsStatus NewWorkfile::check() const {
-  return isGuarded_ && statusAt(path_) != seen_ ? TRVS_WOULD_OVERWRITE : TRVS_DONE;
+  return isGuarded_ && entryAt(path_) != seen_ ? TRVS_WOULD_OVERWRITE : TRVS_DONE;
 }
 
 TrvsStatus NewWorkfile::finish() {

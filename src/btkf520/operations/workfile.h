@@ -14,9 +14,14 @@ namespace btkf {
 
 // What is at a path of the system; nothing for nothing.
 std::optional<os::FileStatus> statusAt(const std::string& path);
+// The same for the entry itself. A link counts as a file that is there: what it leads to is
+// another's affair, and would be lost unseen.
+std::optional<os::FileStatus> entryAt(const std::string& path);
+bool isReplaceable(const os::FileStatus& entry);
 
 // A file on its way to the user: first all of it is written beside its place, which is where a full
-// disk shows, then it takes its place. Gone without a trace if it is given up in between.
+// disk shows, then it takes its place, also that of a link. Gone without a trace if it is given up
+// in between.
 class NewWorkfile {
  public:
   // TRVS_BAD_NAME if there is no such directory, TRVS_IN_USE if another is writing the same one,
