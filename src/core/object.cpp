@@ -217,6 +217,14 @@ void TVObject::endUse() {
   forEachChild([](TVObject* child) { child->releaseReference(1); });
 }
 
+bool TVObject::bringUpToDate(TVHandle& context) {
+  TVReferenceHold hold(this);
+  if (owner_ != nullptr) static_cast<void>(owner_->bringUpToDate(context));
+  TVHandle own(&context.sink(), this);
+  if (!deleted_ && isStale(own)) TVUseScope reading(this, own);
+  return !deleted_;
+}
+
 // Reads the children again and drops those that another process has removed. What could not be
 // read to its end does not tell which those are.
 void TVObject::reload(TVHandle& context) {
@@ -232,6 +240,7 @@ void TVObject::reload(TVHandle& context) {
 }
 
 VBool TVObject::beginEdit(TVHandle& context) {
+  TVReferenceHold hold(this);  // Taking the storage may find that the object is gone.
   while (lockData_ != nullptr) std::atomic_signal_fence(std::memory_order_seq_cst);
   lockData_ = lockStorage(context);
   if (lockData_ == nullptr) return false;

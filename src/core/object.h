@@ -169,6 +169,9 @@ class TVObject : public VObject {
   // that throws, no use is open.
   void beginUse(TVHandle& context);
   void endUse();
+  // Reads again what has changed on disk since the last read: the owners first, since they tell
+  // where the rest is. False if this object turns out to be gone.
+  [[nodiscard]] bool bringUpToDate(TVHandle& context);
   // Takes the storage for a change, and reads again what changed meanwhile. False when that failed;
   // the reason has been reported.
   [[nodiscard]] VBool beginEdit(TVHandle& context);

@@ -428,6 +428,11 @@ std::string recordDirectory(const VString& ownerDirectory, const VString& direct
   return storageDirectory(ownerDirectory, relative) == directory ? relative : directory.str();
 }
 
+void TVDataFilePair::setDirectory(Side side, VString directory) {
+  if (directory == at(side).directory) return;
+  at(side) = {.name = at(side).name, .directory = std::move(directory)};
+}
+
 VPathString TVDataFilePair::path(Side side) const {
   const File& file = at(side);
   return file.directory.isEmpty() ? VPathString()

@@ -178,7 +178,8 @@ class TVDataFilePair {
   TVDataFilePair(const char* publicName, const char* privateName);
 
   const VString& directory(Side side) const { return at(side).directory; }
-  void setDirectory(Side side, VString directory) { at(side).directory = std::move(directory); }
+  // Another one than before has files that nobody has read yet.
+  void setDirectory(Side side, VString directory);
   // Empty where there is no directory.
   VPathString path(Side side) const;
 

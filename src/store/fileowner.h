@@ -11,8 +11,10 @@
 #include <string>
 #include <utility>
 
+#include "core/optionarray.h"
 #include "core/result.h"
 #include "store/52data.h"
+#include "toolkit/messages.h"
 
 namespace foldapi {
 
@@ -22,8 +24,14 @@ class TVFileOwner52 : public Base {
  public:
   int version() const override { return kFormat52; }
 
+  // The owner's files may tell by now that this object is gone, or that it is kept elsewhere: what
+  // went to its old files nobody would read.
   std::unique_ptr<TVStorageLock> lockStorage(TVHandle& context) override {
-    return files_.beginWrite(context, sides());
+    TVObject* const owner = this->owner();
+    if (owner != nullptr) static_cast<void>(owner->bringUpToDate(context));
+    if (!this->isDeleted()) return files_.beginWrite(context, sides());
+    context.sink().notice(context, GoneMessage(this->name(TVOptionArray::none()).text()));
+    return nullptr;
   }
   int writeData(TVHandle& context, TVStorageLock& lock) override {
     TVDataFileWriter& writer = writerOf(lock);

@@ -291,6 +291,8 @@ constexpr Text kIniFileTexts[] = {
     {-13, "Internal error number 1011.  Call KESTRIANS Replyline."},
 };
 
+constexpr char kGoneText[] =
+    "%s cannot be changed, since another process has removed it from the project database.";
 constexpr char kNoLocksText[] =
     "%s cannot be changed, since the file system that it is on has no locks.";
 constexpr char kDateText[] =
@@ -365,6 +367,8 @@ VString FolderFileMessage(int32_t code, const char* text) {
   const char* pattern = findText(kFolderFileTexts, code);
   return pattern == nullptr ? unknownFolderCode(code) : filled(pattern, {textOrEmpty(text)});
 }
+
+VString GoneMessage(const char* name) { return filled(kGoneText, {textOrEmpty(name)}); }
 
 VString NoLocksMessage(const char* path) { return filled(kNoLocksText, {textOrEmpty(path)}); }
 

@@ -49,6 +49,8 @@ VString ToolkitMessage(int32_t code, const char* path);
 VString FolderMessage(int32_t code);
 // `text` is what the message is about: a file, or the name of a promotion group.
 VString FolderFileMessage(int32_t code, const char* text);
+// Why the project or folder of that name can't be changed.
+VString GoneMessage(const char* name);
 // Why the file at `path` can't be changed.
 VString NoLocksMessage(const char* path);
 // Why what the configuration wants at `event` isn't done. `profile` is where that can be allowed.

@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "foldapi/foldapi.h"
+#include "support/childprocess.h"
 #include "support/client.h"
 #include "support/limits.h"
 
@@ -103,6 +104,38 @@ TEST_F(Records, ACreateIsStoredInBothFilesOrInNone) {
   create(root = openRoot("pub"));
   EXPECT_TRUE(isHere(root));
   EXPECT_STREQ(GetProjectPrivateDir(FindProject(openRoot("pub"), "P")), "/ann");
+}
+
+// A real fault: what was added went to a directory that nobody reads any more.
+TEST_F(Records, AddsGoWhereTheOwnerIsKeptNow) {
+  TVHandle* root = openRoot("pub");
+  CreateProject(root, "P", "", "");
+  CreateProject(root, "O", "", "");
+  scratch_.write("pub/P.prj/trvsfold.pub", "[FOLDER=f]\nDIR=f\n");
+  TVHandle* project = FindProject(root, "P");
+  OpenProject(project);
+  TVHandle* folder = FindFolder(project, "f");
+  OpenFolder(folder);
+  const auto elsewhere = [&](void (*change)(TVHandle*)) {
+    EXPECT_EQ(support::inProcess([&] { return change(openRoot("pub")), 0; }), 0);
+  };
+  elsewhere([](TVHandle* in) {
+    DestroyProject(FindProject(in, "P"));
+    CreateProject(in, "P", "", "");
+  });
+  scratch_.write("pub/P0.prj/trvsfold.pub", "[FOLDER=f]\nDIR=moved\n");
+  AddExistingArchive(folder, "w", "/v/w_v");
+  EXPECT_EQ(scratch_.shown("pub/P0.prj/moved/trvsfold.pub"), "[DOCUMENT=/v;w_v;;w]\n");
+  AddExistingArchive(project, "w", "/v/w_v");
+  EXPECT_EQ(support::workfileNames(scratch_.openProject("P")), Names{"w"});
+
+  project = FindProject(root = openRoot("pub"), "P");
+  OpenProject(project);
+  elsewhere([](TVHandle* in) { DestroyProject(FindProject(in, "P")); });
+  const auto before = scratch_.everything();
+  AddExistingArchive(project, "lost", "/v/w_v");
+  EXPECT_EQ(scratch_.changedSince(before), Names());
+  EXPECT_EQ(support::projectNames(root), Names{"O"});
 }
 
 }  // namespace
