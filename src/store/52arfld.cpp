@@ -63,16 +63,14 @@ std::string TVArchiveFolder52::record(Side side) const {
   return text + "\n";
 }
 
-// A private folder is never read from its writer: during its own update it finds the file held by
-// itself, and stays as it is until the next use.
 int TVArchiveFolder52::readFiles(TVHandle& context, const TVDataFileWriter* writer) {
   if (files_.directory(ownSide()).isEmpty()) {
     assertFail("52arfld.cpp", 162);
     files_.passOver(ownSide());
     return kResultDone;
   }
-  const int code = files_.read(ownSide(), this, context, kFolderSections, TVDataFile::Access::kRead,
-                               isPrivate() ? nullptr : writer);
+  const int code =
+      files_.read(ownSide(), this, context, kFolderSections, TVDataFile::Access::kRead, writer);
   return code == kFolderNoMemory ? kResultNoMemory : kResultDone;
 }
 

@@ -138,4 +138,18 @@ TEST_F(Records, AddsGoWhereTheOwnerIsKeptNow) {
   EXPECT_EQ(support::projectNames(root), Names{"O"});
 }
 
+// A real fault: its own lock kept a private folder from being read again.
+TEST_F(Records, APrivateFolderThatAnotherProcessChangedTakesEdits) {
+  CreateProject(openRoot("pub"), "P", "", "");
+  scratch_.write("prv/P.prj/trvsfold.prv", "[FOLDER=mine]\nDIR=mine\n");
+  const string old = "[DOCUMENT=/v;old_v;;old]\n";
+  scratch_.write("prv/P.prj/mine/trvsfold.prv", old);
+  TVHandle* folder = FindFolder(scratch_.openProject("P"), "mine");
+  OpenFolder(folder);
+  scratch_.write("prv/P.prj/mine/trvsfold.prv", old + "[DOCUMENT=/v;b_v;;b]\n");
+  DestroyArchive(FindArchiveByWorkName(folder, "old"));
+  EXPECT_EQ(support::workfileNames(folder), Names{"b"});
+  EXPECT_EQ(scratch_.shown("prv/P.prj/mine/trvsfold.prv"), kHead + "[DOCUMENT=/v;b_v;;b]\n");
+}
+
 }  // namespace
