@@ -12,7 +12,17 @@
 
 namespace fuzz {
 
+// An unpacked index, which damage to a file does not reach past its checksum.
+inline void checkIndex(std::string_view bytes) {
+  const auto index = btkf::decodeIndex(bytes);
+  if (!index) return;
+  require(index->model.isSound(), "what is read is sound");
+  const auto again = btkf::decodeIndex(btkf::encodeIndex(*index));
+  require(again && again->model == index->model, "what is read can be written");
+}
+
 inline void checkArchive(std::string_view bytes) {
+  checkIndex(bytes);
   const MemoryFile file(bytes);
   std::unique_ptr<btkf::Archive> archive;
   const TrvsStatus status = btkf::Archive::openToRead(file.path(), &archive);
@@ -31,15 +41,6 @@ inline void checkArchive(std::string_view bytes) {
       require(verified == TRVS_NOT_AN_ARCHIVE, "what is whole can be read");
     }
   });
-}
-
-// The same for the index, which damage to a file does not reach past its checksum.
-inline void checkIndex(std::string_view bytes) {
-  const auto index = btkf::decodeIndex(bytes);
-  if (!index) return;
-  require(index->model.isSound(), "what is read is sound");
-  const auto again = btkf::decodeIndex(btkf::encodeIndex(*index));
-  require(again && again->model == index->model, "what is read can be written");
 }
 
 }  // namespace fuzz

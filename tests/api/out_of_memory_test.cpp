@@ -1,41 +1,12 @@
 // Texts that there is no memory for: the call fails as a whole, and the session goes on.
-//
-// The program's operator new serves the library as well.
 #include <gtest/gtest.h>
 
-#include <cstdlib>
-#include <new>
 #include <string>
 #include <vector>
 
 #include "foldapi/foldapi.h"
 #include "support/client.h"
-
-namespace {
-
-constexpr size_t kLargeText = 1 << 20;
-bool theLargeBlocksAreGone = false;
-
-void* allocate(size_t size) {
-  if (theLargeBlocksAreGone && size >= kLargeText) return nullptr;
-  return std::malloc(size != 0 ? size : 1);
-}
-
-}  // namespace
-
-// All out of line: where only one of a pair is inlined, compilers see a mismatch.
-[[gnu::noinline]] void* operator new(size_t size) {
-  if (void* const memory = allocate(size)) return memory;
-  throw std::bad_alloc();
-}
-[[gnu::noinline]] void* operator new(size_t size, const std::nothrow_t&) noexcept {
-  return allocate(size);
-}
-[[gnu::noinline]] void operator delete(void* memory) noexcept { std::free(memory); }
-[[gnu::noinline]] void operator delete(void* memory, size_t) noexcept { std::free(memory); }
-[[gnu::noinline]] void operator delete(void* memory, const std::nothrow_t&) noexcept {
-  std::free(memory);
-}
+#include "support/failingheap.h"
 
 namespace {
 
@@ -49,9 +20,10 @@ TEST(OutOfMemory, CallsThatFailLeaveTheSessionAndTheFilesAsTheyWere) {
   TVHandle* const project = FindProject(root, "P");
   EXPECT_EQ(OpenProject(project), 1);
   const auto before = scratch.everything();
+  constexpr size_t kLargeText = 1 << 20;
   const std::string large(kLargeText, 'x');
   const char* const text = large.c_str();
-  theLargeBlocksAreGone = true;
+  support::allocationFails = [](size_t size) { return size >= kLargeText; };
   EXPECT_EQ(Init(text, "/other"), nullptr);
   EXPECT_EQ(Init("/other", text), nullptr);
   CreateProject(root, text, "", "");
@@ -64,7 +36,7 @@ TEST(OutOfMemory, CallsThatFailLeaveTheSessionAndTheFilesAsTheyWere) {
   AddExistingArchive(project, "w", text);
   EXPECT_EQ(FindProject(root, text), nullptr);
   EXPECT_EQ(FindArchiveByQualWorkName(project, text), nullptr);
-  theLargeBlocksAreGone = false;
+  support::allocationFails = nullptr;
 
   EXPECT_EQ(scratch.changedSince(before), Names());
   EXPECT_EQ(GetRootPublicDir(root), scratch.path("pub"));

@@ -2,7 +2,6 @@
 // the joined files and of other processes.
 #include <gtest/gtest.h>
 
-#include <cstdio>
 #include <string>
 #include <vector>
 
@@ -13,17 +12,12 @@
 namespace {
 
 using std::string;
-using support::kHead;
-using support::walk;
 using Names = std::vector<string>;
 
 class Semantics : public testing::Test {
  protected:
   support::ScratchDatabase scratch_;
 };
-
-// Sessions
-// -----------------------------------------------------------------------------------------
 
 TEST_F(Semantics, RootsThatCannotBeUsedShowAsAnEmptyWalk) {
   scratch_.write("file", "");
@@ -40,12 +34,6 @@ TEST_F(Semantics, RootsThatCannotBeUsedShowAsAnEmptyWalk) {
   }
   EXPECT_EQ(scratch_.files(), Names{"file"});
 }
-
-// Handles and counts
-// -------------------------------------------------------------------------------
-
-// Files and other processes
-// ------------------------------------------------------------------------
 
 TEST_F(Semantics, OpenSessionsFollowWhatAnotherProcessDid) {
   TVHandle* root = scratch_.openRoot();

@@ -181,45 +181,38 @@ class Archives : public Toolkit {
     const auto on = [](int32_t id, auto callback) {
       TrvsRegisterCallback(id, anyCallback(+callback));
     };
-    on(TRVS_CALLBACK_CONTINUE, []() -> int32_t { return answers[TRVS_CALLBACK_CONTINUE]; });
-    on(TRVS_CALLBACK_RETRY, [](int32_t code, const char*) -> int32_t {
-      asked += code == TRVS_BUSY_ARCHIVE ? "busy " : "branch ";
-      return answers[TRVS_CALLBACK_RETRY];
+    on(TRVS_CALLBACK_CONTINUE, [] { return reply(TRVS_CALLBACK_CONTINUE, ""); });
+    on(TRVS_CALLBACK_RETRY, [](int32_t code, const char*) {
+      return reply(TRVS_CALLBACK_RETRY, code == TRVS_BUSY_ARCHIVE ? "busy " : "branch ");
     });
-    on(TRVS_CALLBACK_OUTPUT, [](const char* text, int32_t kind) -> int32_t {
+    on(TRVS_CALLBACK_OUTPUT, [](const char* text, int32_t kind) {
       lines.push_back(std::to_string(kind) + " " + text);
-      return answers[TRVS_CALLBACK_OUTPUT];
+      return reply(TRVS_CALLBACK_OUTPUT, "");
     });
-    on(TRVS_CALLBACK_OVERWRITE, [](const char*, const char*, char**) -> int32_t {
-      asked += "overwrite ";
-      return answers[TRVS_CALLBACK_OVERWRITE];
+    on(TRVS_CALLBACK_OVERWRITE, [](const char*, const char*, char**) {
+      return reply(TRVS_CALLBACK_OVERWRITE, "overwrite ");
     });
-    on(TRVS_CALLBACK_MOVE_LABEL, [](const char* name, const char*, char** other) -> int32_t {
-      asked += "move:" + std::string(name) + " ";
+    on(TRVS_CALLBACK_MOVE_LABEL, [](const char* name, const char*, char** other) {
       if (!otherLabel.empty()) *other = otherLabel.data();
-      return answers[TRVS_CALLBACK_MOVE_LABEL];
+      return reply(TRVS_CALLBACK_MOVE_LABEL, "move:" + std::string(name) + " ");
     });
-    on(TRVS_CALLBACK_FREE, [](char* text) -> int32_t {
-      asked += "free:" + std::string(text) + " ";
+    on(TRVS_CALLBACK_FREE, [](char* text) {
+      const std::string freed = "free:" + std::string(text) + " ";
       otherLabel.clear();
-      return 0;
+      return reply(TRVS_CALLBACK_FREE, freed);
     });
-    on(TRVS_CALLBACK_CHECK_IN, [](const char*, int32_t value) -> int32_t {
-      asked += value == TRVS_UNCHANGED ? "unchanged " : "? ";
-      return answers[TRVS_CALLBACK_CHECK_IN];
+    on(TRVS_CALLBACK_CHECK_IN, [](const char*, int32_t value) {
+      return reply(TRVS_CALLBACK_CHECK_IN, value == TRVS_UNCHANGED ? "unchanged " : "? ");
     });
     on(TRVS_CALLBACK_OPERATION,
-       [](const char* event, const char*, const char*, const char* what, int32_t) -> int32_t {
-         asked += "done:" + std::string(event) + ":" + what + " ";
-         return 0;
+       [](const char* event, const char*, const char*, const char* what, int32_t) {
+         return reply(TRVS_CALLBACK_OPERATION, "done:" + std::string(event) + ":" + what + " ");
        });
-    on(TRVS_CALLBACK_TRIGGER, [](const char* event, const char* value) -> int32_t {
-      asked += "may:" + std::string(event) + ":" + value + " ";
-      return answers[TRVS_CALLBACK_TRIGGER];
+    on(TRVS_CALLBACK_TRIGGER, [](const char* event, const char* value) {
+      return reply(TRVS_CALLBACK_TRIGGER, "may:" + std::string(event) + ":" + value + " ");
     });
-    on(TRVS_CALLBACK_MESSAGE, [](int32_t code) -> int32_t {
-      asked += code == TRVS_NO_JOURNAL ? "no journal " : "? ";
-      return 0;
+    on(TRVS_CALLBACK_MESSAGE, [](int32_t code) {
+      return reply(TRVS_CALLBACK_MESSAGE, code == TRVS_NO_JOURNAL ? "no journal " : "? ");
     });
   }
 
@@ -229,6 +222,11 @@ class Archives : public Toolkit {
   static inline std::vector<std::string> lines;
 
  private:
+  static int32_t reply(int32_t id, const std::string& question) {
+    asked += question;
+    return answers[id];
+  }
+
   std::optional<support::ScopedEnvironment> user_{std::in_place, "BTKF_USER", "ann"};
 };
 

@@ -2,31 +2,11 @@
 // counts as done and is told; what failed left no trace, and all can be read when the disk is well
 // again.
 #include <cerrno>
-#include <cstdlib>
 #include <functional>
-#include <new>
 
 #include "btkf520/archives.h"
 #include "os/systemcalls.h"
-
-namespace {
-
-int theAllocationsLeft = -1;  // Until one fails; without end if negative.
-
-}  // namespace
-
-// All out of line: where only one of a pair is inlined, compilers see a mismatch.
-[[gnu::noinline]] void* operator new(size_t size, const std::nothrow_t&) noexcept {
-  const bool fails = theAllocationsLeft >= 0 && theAllocationsLeft-- == 0;
-  return fails ? nullptr : std::malloc(size != 0 ? size : 1);
-}
-[[gnu::noinline]] void* operator new(size_t size) {
-  void* const memory = operator new(size, std::nothrow);
-  if (memory == nullptr) throw std::bad_alloc();
-  return memory;
-}
-[[gnu::noinline]] void operator delete(void* memory) noexcept { std::free(memory); }
-[[gnu::noinline]] void operator delete(void* memory, size_t) noexcept { std::free(memory); }
+#include "support/failingheap.h"
 
 namespace btkf520_test {
 namespace {
@@ -102,12 +82,13 @@ class Failures : public Archives {
 
 TEST_F(Failures, OfMemoryTurnNoSuccessIntoFailure) {
   check([](int attempt, const Step& step, int32_t* status) {
-    theAllocationsLeft = attempt;
+    static int left;  // Until one fails.
+    left = attempt;
+    support::allocationFails = [](size_t) { return left-- == 0; };
     *status = step.run();
-    const bool hasFailed = theAllocationsLeft < 0;
-    theAllocationsLeft = -1;
+    support::allocationFails = nullptr;
     EXPECT_TRUE(*status == TRVS_DONE || *status == TRVS_NO_MEMORY) << *status;
-    return hasFailed;
+    return left < 0;
   });
 }
 

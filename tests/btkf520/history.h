@@ -139,7 +139,6 @@ class History {
     });
     EXPECT_EQ(count, plain_.size());
     EXPECT_EQ(slow.revisions.size(), plain_.size());
-    EXPECT_EQ(slow.value('J'), plain_.size());
     EXPECT_EQ(archive->verify(nullptr), TRVS_DONE);
     expectFewFrames(*archive, slow);
   }

@@ -24,14 +24,11 @@ class Toolkit : public testing::Test {
  protected:
   struct Report {
     int32_t code;
-    std::string line;
-    std::string file;
-    int32_t number;
+    int32_t line;
   };
 
   void SetUp() override {
     reports.clear();
-    answer = 0;
     TrvsRegisterPathResolver(nullptr);
     TrvsRegisterCallback(TRVS_CALLBACK_BAD_DIRECTIVE, anyCallback(take));
     ASSERT_EQ(load("", TRVS_READ_FIRST), 0);
@@ -90,19 +87,18 @@ class Toolkit : public testing::Test {
     std::string result;
     for (const Report& report : reports) {
       if (!result.empty()) result += ' ';
-      result += reasons.at(report.code) + "@" + std::to_string(report.number);
+      result += reasons.at(report.code) + "@" + std::to_string(report.line);
     }
     reports.clear();
     return result;
   }
 
   static inline std::vector<Report> reports;
-  static inline int32_t answer = 0;  // What the callback gives.
 
  private:
-  static int32_t take(int32_t code, const char* line, const char* file, int32_t number) {
-    reports.push_back({code, line, file, number});
-    return answer;
+  static int32_t take(int32_t code, const char*, const char*, int32_t line) {
+    reports.push_back({code, line});
+    return 0;
   }
 
   support::TemporaryDirectory directory_;

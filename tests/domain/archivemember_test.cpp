@@ -5,23 +5,13 @@
 
 #include <sstream>
 
-#include "core/optionarray.h"
 #include "domain/projectfolder.h"
 #include "domain/projectroot.h"
-#include "domain/promotionfolder.h"
 #include "store/format52.h"
 #include "support/recordingsink.h"
-#include "support/table.h"
 
 namespace foldapi {
 namespace {
-
-// Asks for the long form of the names of one class.
-struct LongForm : TVOptionArray {
-  explicit LongForm(const VClassRecord* record, bool first = true) {
-    add(std::make_unique<TVDisplayOption>(record, first));
-  }
-};
 
 class DomainNames : public testing::Test {
  protected:

@@ -31,11 +31,6 @@ class Values {
     return byte < 128 ? byte : byte - 128 + 128 * number();
   }
   std::string text() { return raw(number()); }
-  std::vector<std::string> texts() {
-    std::vector<std::string> result(number());
-    for (std::string& text : result) text = this->text();
-    return result;
-  }
   std::string revisionNumber() {
     std::string result;
     for (uint64_t left = number(); left > 0; --left) {
@@ -75,7 +70,7 @@ SlowArchive::SlowArchive(const std::string& file) {
   if (tag != 4 || whole != informationSize + 9) throw std::runtime_error("archive: no trailer");
   readBlock(file.substr(file.size() - whole, informationSize));
 
-  Values place(names('Z').at(0));
+  Values place(records.at('Z'));
   const size_t indexSize = place.fixed(4);
   const size_t indexBegin = file.size() - whole - indexSize;
   const std::string index = unpacked(file.substr(indexBegin, indexSize), "");
@@ -88,7 +83,7 @@ void SlowArchive::readBlock(const std::string& block) {
   for (char tag; (tag = values.raw(1)[0]) != '@';) {
     uint64_t length = values.fixed(2);
     if (length >= 32768) length = (length - 32768) * 65536 + values.fixed(2);
-    records_.emplace_back(tag, values.raw(length));
+    records[tag] += values.raw(length);
   }
   if (!values.isAtEnd()) throw std::runtime_error("archive: bytes after the block");
 }
@@ -96,32 +91,36 @@ void SlowArchive::readBlock(const std::string& block) {
 void SlowArchive::readIndex(const std::string& index, const std::string& packedFrames) {
   Values values(index);
   if (values.number() != 1) throw std::runtime_error("archive: version");
-  workName = values.text();
-  owner = values.text();
-  description = values.text();
-  creationTime = values.fixed(4);
-  attributes = values.number();
-  accessList = values.texts();
+  const auto note = [this](const std::string& text) {
+    told += text + "|";
+    return text;
+  };
+  const auto noteNumber = [&](uint64_t value) { note(std::to_string(value)); };
+  const auto noteTexts = [&] {
+    for (uint64_t left = values.number(); left > 0; --left) note(values.text());
+  };
+  for (int left = 3; left > 0; --left) note(values.text());
+  noteNumber(values.fixed(4));
+  noteNumber(values.number());
+  noteTexts();
   for (uint64_t branchesLeft = values.number(); branchesLeft > 0; --branchesLeft) {
-    branches.push_back(values.revisionNumber());
+    note("branch " + values.revisionNumber());
     for (uint64_t left = values.number(); left > 0; --left) {
-      SlowRevision revision;
-      revision.number = values.revisionNumber();
-      revision.checkInTime = static_cast<uint32_t>(values.fixed(4));
-      revision.workfileTime = static_cast<uint32_t>(values.fixed(4));
-      revision.author = values.text();
-      revision.changeDescription = values.text();
-      revision.lockers = values.texts();
-      revision.promotionGroups = values.texts();
+      SlowRevision& revision = revisions[note(values.revisionNumber())];
+      noteNumber(values.fixed(4));
+      noteNumber(values.fixed(4));
+      note(values.text());
+      revision.changeDescription = note(values.text());
+      noteTexts();
+      noteTexts();
       revision.content = values.number();
       revision.length = values.number();
       values.fixed(8);
-      revisions[revision.number] = revision;
     }
   }
   for (uint64_t left = values.number(); left > 0; --left) {
-    const std::string name = values.text();
-    labels[name] = values.revisionNumber();
+    note("label " + values.text());
+    note(values.revisionNumber());
   }
   values.number();
   Values packed(packedFrames);
@@ -154,20 +153,6 @@ size_t SlowArchive::frameCount(uint64_t id) const {
     grew = needed.size() != before;
   }
   return needed.size();
-}
-
-std::vector<std::string> SlowArchive::names(char tag) const {
-  std::vector<std::string> result;
-  for (const auto& [found, payload] : records_) {
-    const bool isName = tag == 'H' || tag == 'R' || tag == 'V';
-    if (found == tag) result.push_back(isName ? payload.substr(1, payload.size() - 2) : payload);
-  }
-  return result;
-}
-
-uint64_t SlowArchive::value(char tag) const {
-  const std::string payload = names(tag).at(0);
-  return Values(payload).fixed(static_cast<int>(payload.size()));
 }
 
 }  // namespace support

@@ -14,13 +14,7 @@
 namespace support {
 
 struct SlowRevision {
-  std::string number;
-  uint32_t checkInTime = 0;
-  uint32_t workfileTime = 0;
-  std::string author;
   std::string changeDescription;
-  std::vector<std::string> lockers;
-  std::vector<std::string> promotionGroups;
   uint64_t content = 0;
   uint64_t length = 0;
 };
@@ -40,25 +34,17 @@ class SlowArchive {
   // How many different frames that takes.
   size_t frameCount(uint64_t id) const;
 
-  // From the information block, by tag; a name without its first byte and its NUL.
-  std::vector<std::string> names(char tag) const;
-  uint64_t value(char tag) const;
-
-  std::string workName, owner, description;
-  uint64_t creationTime = 0;
-  uint64_t attributes = 0;
-  std::vector<std::string> accessList;
-  std::vector<std::string> branches;              // Their numbers.
+  // What the index says up to the frames, but for contents: texts and numbers as they come, a "|"
+  // after each.
+  std::string told;
   std::map<std::string, SlowRevision> revisions;  // By number.
-  std::map<std::string, std::string> labels;      // Name to number.
   std::map<uint64_t, SlowFrame> frames;           // By content id.
-  size_t informationSize = 0;                     // Of the information block.
+  std::map<char, std::string> records;            // Of the information block, joined, by tag.
+  size_t informationSize = 0;                     // Of that block.
 
  private:
   void readBlock(const std::string& block);
   void readIndex(const std::string& index, const std::string& packedFrames);
-
-  std::vector<std::pair<char, std::string>> records_;
 };
 
 }  // namespace support
