@@ -342,7 +342,13 @@ TRVS_EXPORT int32_t TrvsVerifyPromoTreeNodeExist(const char* group, int16_t* kin
  *   TRVS_TRIGGER_REFUSED, TRVS_TRIGGER_FAILED
  * A function that finds a revision may also give TRVS_NO_SUCH_LABEL, TRVS_NO_REVISION and
  * TRVS_NO_REVISIONS. With any status but TRVS_DONE the archive is as it was before, unless told
- * otherwise. */
+ * otherwise.
+ *
+ * A change makes a new file in the archive's directory, which takes the old one's place with its
+ * mode, group, access list of the file system and user attributes; with its owner too if the
+ * process may give files away, else it belongs to the present account. TRVS_CANNOT_WRITE, and no
+ * change, if one of the others can't be kept, such as the group by somebody who isn't in it; if the
+ * process may not write the archive; or if its owner may not, so that mode 0444 refuses root too. */
 /* clang-format on */
 
 /* The only context that there is. */

@@ -33,17 +33,14 @@ ProfileUpdate::ProfileUpdate(const std::string& path) : path_(os::linkTarget(pat
 }
 
 FileResult ProfileUpdate::hold() {
-  FileResult result = sibling_.open(path_);
+  FileResult beside = sibling_.open(path_);
+  const bool hasLocks = beside != FileResult::kNoLocks;
   // Where there are no locks the file is still replaced whole.
-  if (result == FileResult::kNoLocks) {
-    result = sibling_.open(path_, os::SiblingFile::Others::kExcluded);
-  }
-  if (result == FileResult::kDone) {
-    result = old_.open(path_.c_str(), os::File::Access::kUpdate);
-    if (result == FileResult::kMissing) return FileResult::kDone;
-  } else if (result == FileResult::kRefused) {
-    result = old_.openLocked(path_.c_str());
-  }
+  if (!hasLocks) beside = sibling_.open(path_, os::SiblingFile::Others::kExcluded);
+  if (beside != FileResult::kDone && beside != FileResult::kRefused) return beside;
+  const FileResult result = hasLocks ? old_.openLocked(path_.c_str())
+                                     : old_.open(path_.c_str(), os::File::Access::kUpdate);
+  if (result == FileResult::kMissing) return beside;
   const bool isReadOnly = old_.isOpen() && !old_.status().ownerMayWrite;
   return isReadOnly ? FileResult::kRefused : result;
 }

@@ -18,7 +18,7 @@ std::string userProfilePath();
 
 // A change of the profile at a path, from before it is read until it is written: nobody else
 // changes it meanwhile. What they all ask for is the sibling that takes its place, so that a first
-// write excludes others too.
+// write excludes others too, and then the file itself, which several users may share.
 class ProfileUpdate {
  public:
   // Makes the directories of `path` if need be, and waits a few seconds at most. A link at `path`

@@ -7,6 +7,7 @@
 #include <cerrno>
 
 #include "os/file.h"
+#include "os/rights_posix.h"
 
 namespace os {
 
@@ -30,10 +31,12 @@ inline FileResult resultOfCall(int result) {
 
 // Looks again for a file that another machine is just replacing, so that only its name is there, or
 // not even that. Never waits for the other end of a pipe, and is not handed on to programs that are
-// started. Gives a descriptor, or -1 with errno set. A file that is made gets the usual rights.
-int openDescriptor(const char* path, int flags);
+// started. Gives a descriptor, or -1 with errno set. A file that is made gets `mode` less the
+// umask.
+int openDescriptor(const char* path, int flags, mode_t mode = kRightsOfNewFile);
 
-// The mode of a file of mode `old` that its owner may write, or nobody.
+// The mode of a file of mode `old` that its owner may write, or nobody. What would lend the owner's
+// rights to those who run it is dropped.
 mode_t modeFor(mode_t old, bool isWritable);
 
 }  // namespace os

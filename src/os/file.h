@@ -75,8 +75,8 @@ class File {
 
   // Closes what was open before.
   FileResult open(const char* path, Access access, Links links = Links::kFollowed);
-  // Opens the file that the path itself names, not through a link, for this object alone: kBusy if
-  // another holds it. It is open for reading only where it can't be written.
+  // Opens the file that the path itself names, not through a link, for updating by this object
+  // alone: kBusy if another holds it.
   FileResult openLocked(const char* path);
   bool isOpen() const { return descriptor_ >= 0; }
   // False if the system reports a failure, also one of an earlier write. Closed in any case.
@@ -110,6 +110,8 @@ class File {
   // Adds `bytes` at the end by one write. On failure the file has its old size again.
   bool append(std::string_view bytes);
   bool setSize(uint64_t size) const;
+  // Whether its owner may write, or nobody.
+  FileResult setWritable(bool isWritable) const;
   // Waits until what was written is on the device.
   bool sync() const;
 
@@ -118,7 +120,8 @@ class File {
   friend class SiblingFile;
 
   FileResult take(int descriptor);
-  FileResult openToLock(const char* path);
+  FileResult openToLock(const char* path, Access access);
+  bool isAt(const char* path, Links links, FileStatus* now) const;
 
   int descriptor_ = -1;
   mutable FileResult failure_ = FileResult::kDone;
@@ -146,7 +149,7 @@ FileResult checkAccess(const char* path, File::Access access);
 FileResult removeFile(const char* path);
 // Keeps the time of the last access.
 FileResult setModificationTime(const char* path, int64_t seconds);
-// Whether its owner may write, or nobody.
+// See File::setWritable(). The process must be allowed to read the file.
 FileResult setWritable(const char* path, bool isWritable);
 
 }  // namespace os

@@ -19,9 +19,8 @@
 namespace os {
 namespace {
 
-constexpr mode_t kAllMayUse = 0666;  // Less the umask.
 constexpr int kOpenAlways = O_CLOEXEC | O_NOCTTY | O_NONBLOCK;
-constexpr mode_t kModeBits = 07777;
+constexpr mode_t kModeBits = 0777;
 constexpr mode_t kAllWriters = S_IWUSR | S_IWGRP | S_IWOTH;
 constexpr int64_t kNanosecondsPerSecond = 1'000'000'000;
 constexpr size_t kLargestTransfer = 1 << 30;
@@ -145,10 +144,9 @@ mode_t modeFor(mode_t old, bool isWritable) {
   return (isWritable ? old | S_IWUSR : old & ~kAllWriters) & kModeBits;
 }
 
-int openDescriptor(const char* path, int flags) {
+int openDescriptor(const char* path, int flags, mode_t mode) {
   for (int tries = 1;; ++tries) {
-    const int descriptor =
-        uninterrupted([=] { return ::open(path, flags | kOpenAlways, kAllMayUse); });
+    const int descriptor = uninterrupted([=] { return ::open(path, flags | kOpenAlways, mode); });
     if (descriptor >= 0 || tries == kTries || !isBeingReplaced(path, flags)) return descriptor;
     if (tries > 1) sleepMilliseconds(kPause);
   }
@@ -197,11 +195,8 @@ FileResult File::take(int descriptor) {
   return FileResult::kRefused;
 }
 
-// Network mounts give exclusive locks to those only who may write.
-FileResult File::openToLock(const char* path) {
-  int descriptor = openDescriptor(path, O_RDWR | O_NOFOLLOW);
-  if (descriptor < 0 && errno != ENOENT) descriptor = openDescriptor(path, O_RDONLY | O_NOFOLLOW);
-  FileResult result = take(descriptor);
+FileResult File::openToLock(const char* path, Access access) {
+  FileResult result = open(path, access, Links::kNot);
   if (result == FileResult::kDone) result = tryLock(Lock::kExclusive);
   if (result != FileResult::kDone) close();
   return result;
@@ -209,7 +204,7 @@ FileResult File::openToLock(const char* path) {
 
 FileResult File::openLocked(const char* path) {
   for (int tries = 0; tries < kTries; ++tries) {
-    const FileResult result = openToLock(path);
+    const FileResult result = openToLock(path, Access::kUpdate);
     if (result == FileResult::kStale) continue;
     if (result != FileResult::kDone || confirm(path, Links::kNot)) return result;
   }
@@ -234,8 +229,10 @@ FileResult File::tryLock(Lock lock) const {
   return knowsNone ? FileResult::kNoLocks : resultOf(errno);
 }
 
+bool File::confirm(const char* path, Links links) { return isAt(path, links, &status_); }
+
 // Opened anew: a network mount answers a mere question about a name from what it remembers.
-bool File::confirm(const char* path, Links links) {
+bool File::isAt(const char* path, Links links, FileStatus* now) const {
   const bool isFollowed = links == Links::kFollowed;
   const int named = openDescriptor(path, O_RDONLY | (isFollowed ? 0 : O_NOFOLLOW));
   FileStatus status;
@@ -247,7 +244,7 @@ bool File::confirm(const char* path, Links links) {
     isKnown = askServer(AT_FDCWD, path, isFollowed ? 0 : AT_SYMLINK_NOFOLLOW, &status);
   }
   if (!isKnown || status.identity != status_.identity) return false;
-  status_ = status;
+  *now = status;
   return true;
 }
 
@@ -288,6 +285,13 @@ bool File::append(std::string_view bytes) {
 bool File::setSize(uint64_t size) const {
   return uninterrupted([=, this] { return ::ftruncate(descriptor_, static_cast<off_t>(size)); }) ==
          0;
+}
+
+FileResult File::setWritable(bool isWritable) const {
+  struct stat status;
+  if (::fstat(descriptor_, &status) != 0) return FileResult::kFailed;
+  return resultOfCall(
+      uninterrupted([&] { return ::fchmod(descriptor_, modeFor(status.st_mode, isWritable)); }));
 }
 
 bool File::sync() const {
@@ -371,11 +375,9 @@ FileResult setModificationTime(const char* path, int64_t seconds) {
 }
 
 FileResult setWritable(const char* path, bool isWritable) {
-  struct stat status;
-  const int asked = uninterrupted([&] { return ::stat(path, &status); });
-  if (asked != 0) return resultOf(errno);
-  return resultOfCall(
-      uninterrupted([&] { return ::chmod(path, modeFor(status.st_mode, isWritable)); }));
+  File file;  // Another one may take the path at any time, and has a mode of its own.
+  const FileResult result = file.open(path, File::Access::kRead);
+  return result == FileResult::kDone ? file.setWritable(isWritable) : result;
 }
 
 }  // namespace os

@@ -8,6 +8,10 @@
 // goes on with the file that then has the name, so nobody finds that one free while its writer
 // still holds the old one.
 //
+// Till it is whole nobody but its owner may open it. So another user can neither tell whether it is
+// left over nor, in some directories, remove it, and takes the next name, with a digit at the end:
+// siblings exclude the writers of one user. Writers of several need a lock on the file itself.
+//
 // A path is the operating system's, and is taken as it is: who wants a link to stay one gives
 // linkTarget() (os/directory.h).
 #pragma once
@@ -34,21 +38,22 @@ class SiblingFile {
                 // over, and it may do without a lock where the file system has none.
   };
 
-  // kBusy if another is writing it. Gives up what was open before.
+  // kBusy if another is writing it. Gives up what was open before. Nobody else may use it until
+  // giveRights().
   FileResult open(const std::string& path, Others others = Others::kPossible);
-
-  // Gives the file the mode of `model`, and its owner and group where that is allowed. kRefused if
-  // the group that shares the file would be shut out.
-  FileResult imitate(const File& model);
 
   // Both add at the end, sooner or later. May throw std::bad_alloc.
   FileResult write(std::string_view bytes);
   FileResult copy(const File& from, uint64_t offset, uint64_t size);
   // Writes what is still to be written, so that a full disk shows now.
   FileResult flush();
-  // Both to be called when all is written: whether its owner may write, or nobody; and when it was
-  // changed, in seconds since 1970.
-  FileResult setWritable(bool isWritable) const;
+  // To be called when all is written: gives the file the rights of `model`, the open one that is to
+  // be replaced: group, mode, access list, what users noted on it, and its owner where that is
+  // allowed. Without one, those of any new file. kRefused if something else than the owner can't be
+  // kept; what can be kept is. kBusy if another file has taken the place of `model`.
+  enum class Writing { kAsBefore, kAllowed, kForbidden };  // For the owner; kForbidden for all.
+  FileResult giveRights(const File* model, Writing writing = Writing::kAsBefore);
+  // When it was changed, in seconds since 1970. Also when all is written.
   FileResult setModificationTime(int64_t seconds) const;
 
   enum class Naming { kReplace, kNew };  // kNew: kExists if there is a file of that name.
@@ -63,9 +68,11 @@ class SiblingFile {
   // old one's rights, the old one is written where it stands. *placed, which may be null, becomes
   // the new file, open and locked; it is closed if that is the old one. With any result but kDone
   // the old one is as it was, unless the disk failed just while it was written where it stands.
+  // kExists if there was none and is one now.
   FileResult replace(const File* old, std::string_view bytes, File* placed);
 
  private:
+  FileResult openThere();
   FileResult create();
   FileResult replaceBeside(const File* old, std::string_view bytes, File* placed);
   FileResult removeLeftover() const;

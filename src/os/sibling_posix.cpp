@@ -9,6 +9,7 @@
 
 #include "os/calls_posix.h"
 #include "os/directory.h"
+#include "os/rights_posix.h"
 #include "os/sibling.h"
 
 namespace os {
@@ -18,24 +19,20 @@ constexpr size_t kWideWrite = 64 << 10;   // Up to it pieces are collected.
 constexpr uint64_t kWideCopy = 32 << 10;  // From here on the kernel copies, and shares if it can.
 constexpr uint64_t kLargestTransfer = 1 << 30;
 constexpr int kTries = 100;  // While others rename and remove the sibling.
-constexpr mode_t kModeBits = 07777;
+constexpr int kNames = 10;   // Of which all but one are other users' leftovers.
+constexpr mode_t kForOwner = S_IRUSR | S_IWUSR;
+constexpr mode_t kModeBits = 0777;
 
-std::string siblingOf(const std::string& path) {
-  constexpr std::string_view kSuffix = ".trvs-new";
+std::string siblingOf(const std::string& path, int number) {
   constexpr size_t kLongestName = 255;
+  const std::string suffix = ".trvs-new" + (number == 0 ? "" : std::to_string(number));
   const size_t name = path.rfind('/') + 1;  // 0 with none.
-  return path.substr(0, name + std::min(path.size() - name, kLongestName - kSuffix.size())) +
-         std::string(kSuffix);
+  return path.substr(0, name + std::min(path.size() - name, kLongestName - suffix.size())) + suffix;
 }
 
 bool cannotCopyThere(int error) {
   return error == EXDEV || error == EINVAL || error == ENOSYS || error == EOPNOTSUPP ||
          error == EBADF;
-}
-
-// False with errno set.
-bool changeOwner(int descriptor, uid_t owner, gid_t group) {
-  return uninterrupted([=] { return ::fchown(descriptor, owner, group); }) == 0;
 }
 
 // Writes `bytes` over the content of `file`, and syncs it. What comes after the old end is written
@@ -63,13 +60,25 @@ void SiblingFile::giveUp() {
 FileResult SiblingFile::open(const std::string& path, Others others) {
   giveUp();
   path_ = path;
-  ownPath_ = siblingOf(path);
   others_ = others;
   pending_.clear();
   written_ = 0;
+  for (int number = 0; number < kNames; ++number) {
+    ownPath_ = siblingOf(path, number);
+    const FileResult result = openThere();
+    if (result != FileResult::kExists) return result;
+  }
+  return FileResult::kRefused;
+}
+
+// kExists if what has the name can be neither judged nor removed.
+FileResult SiblingFile::openThere() {
   for (int tries = 0; tries < kTries; ++tries) {
     FileResult result = create();
-    if (result == FileResult::kExists) result = removeLeftover();
+    if (result == FileResult::kExists) {
+      result = removeLeftover();
+      if (result == FileResult::kRefused) return FileResult::kExists;
+    }
     if (result != FileResult::kDone || file_.isOpen()) return result;
   }
   return FileResult::kBusy;
@@ -79,7 +88,8 @@ FileResult SiblingFile::open(const std::string& path, Others others) {
 // locked.
 FileResult SiblingFile::create() {
   File made;
-  FileResult result = made.take(openDescriptor(ownPath_.c_str(), O_RDWR | O_CREAT | O_EXCL));
+  FileResult result =
+      made.take(openDescriptor(ownPath_.c_str(), O_RDWR | O_CREAT | O_EXCL, kForOwner));
   if (result != FileResult::kDone) return result;
   result = made.tryLock(File::Lock::kExclusive);
   if (result == FileResult::kBusy) return FileResult::kDone;
@@ -93,30 +103,23 @@ FileResult SiblingFile::create() {
   return FileResult::kDone;
 }
 
-// Only a lock shows that no living writer has it.
+// Only a lock shows that no living writer has it. Network mounts give exclusive locks to those only
+// who may write.
 FileResult SiblingFile::removeLeftover() const {
   File leftover;
   FileResult result = FileResult::kDone;
-  if (others_ == Others::kPossible) result = leftover.openToLock(ownPath_.c_str());
+  if (others_ == Others::kPossible) {
+    result = leftover.openToLock(ownPath_.c_str(), File::Access::kUpdate);
+    if (result == FileResult::kRefused) {
+      result = leftover.openToLock(ownPath_.c_str(), File::Access::kRead);
+    }
+  }
   if (result == FileResult::kDone && leftover.isOpen() &&
       !leftover.confirm(ownPath_.c_str(), File::Links::kNot)) {
     return FileResult::kDone;
   }
   if (result == FileResult::kDone) result = removeFile(ownPath_.c_str());
   return result == FileResult::kMissing ? FileResult::kDone : result;
-}
-
-FileResult SiblingFile::imitate(const File& model) {
-  struct stat old, own;
-  if (::fstat(model.descriptor_, &old) != 0) return FileResult::kFailed;
-  constexpr auto kSameOwner = static_cast<uid_t>(-1);
-  // The owner first: a change of owner may take bits from the mode. It may well be refused.
-  const bool isGroupKept = changeOwner(file_.descriptor_, old.st_uid, old.st_gid) ||
-                           (::fstat(file_.descriptor_, &own) == 0 && old.st_gid == own.st_gid) ||
-                           changeOwner(file_.descriptor_, kSameOwner, old.st_gid);
-  const int changed =
-      uninterrupted([&] { return ::fchmod(file_.descriptor_, old.st_mode & kModeBits); });
-  return isGroupKept ? resultOfCall(changed) : FileResult::kRefused;
 }
 
 FileResult SiblingFile::write(std::string_view bytes) {
@@ -140,11 +143,22 @@ FileResult SiblingFile::writeOut(std::string_view bytes) {
   return FileResult::kDone;
 }
 
-FileResult SiblingFile::setWritable(bool isWritable) const {
-  struct stat status;
-  if (::fstat(file_.descriptor_, &status) != 0) return FileResult::kFailed;
-  return resultOfCall(uninterrupted(
-      [&] { return ::fchmod(file_.descriptor_, modeFor(status.st_mode, isWritable)); }));
+FileResult SiblingFile::giveRights(const File* model, Writing writing) {
+  FileResult result = flush();
+  if (result != FileResult::kDone) return result;
+  mode_t mode = 0;
+  FileStatus now;
+  if (model == nullptr) {
+    result = giveUsualRights(parentOf(path_), file_.descriptor_, &mode);
+  } else if (!model->isAt(path_.c_str(), File::Links::kNot, &now)) {
+    result = FileResult::kBusy;
+  } else {
+    result = copyRights(model->descriptor_, file_.descriptor_, &mode);
+  }
+  if (result != FileResult::kDone && result != FileResult::kRefused) return result;
+  if (writing != Writing::kAsBefore) mode = modeFor(mode, writing == Writing::kAllowed);
+  const int changed = uninterrupted([&] { return ::fchmod(file_.descriptor_, mode & kModeBits); });
+  return changed == 0 ? result : resultOf(errno);
 }
 
 FileResult SiblingFile::setModificationTime(int64_t seconds) const {
@@ -224,9 +238,10 @@ FileResult SiblingFile::finish(Naming naming, Safety safety, File* finished) {
 
 FileResult SiblingFile::replaceBeside(const File* old, std::string_view bytes, File* placed) {
   FileResult result = file_.isOpen() ? FileResult::kDone : FileResult::kRefused;
-  if (result == FileResult::kDone && old != nullptr) result = imitate(*old);
   if (result == FileResult::kDone) result = write(bytes);
-  return result == FileResult::kDone ? finish(Naming::kReplace, Safety::kOnDisk, placed) : result;
+  if (result == FileResult::kDone) result = giveRights(old);
+  const Naming naming = old == nullptr ? Naming::kNew : Naming::kReplace;
+  return result == FileResult::kDone ? finish(naming, Safety::kOnDisk, placed) : result;
 }
 
 FileResult SiblingFile::replace(const File* old, std::string_view bytes, File* placed) {

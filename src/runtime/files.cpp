@@ -137,6 +137,7 @@ bool replaceFile(std::string_view path, std::string_view bytes) {
   for (int attempt = 0; attempt < kReplaceAttempts && result == FileResult::kBusy; ++attempt) {
     if (attempt > 0) os::sleepMilliseconds(kReplacePause);
     result = tryReplace(native, bytes);
+    if (result == FileResult::kExists) result = FileResult::kBusy;  // It came meanwhile.
   }
   return result == FileResult::kDone;
 }

@@ -136,22 +136,33 @@ TEST_F(ProfileTest, WriteKeepsLinksAndClearsWhatKilledWritersLeft) {
   EXPECT_EQ(support::entryCount(directory_.path()), 2);
 }
 
+// All of one user; then of two, of whom each can't open what the other has begun.
 TEST_F(ProfileTest, WritersInSeveralProcessesLoseNothing) {
   constexpr int kWriters = 4;
   constexpr int kKeys = 15;
+  constexpr uid_t kOther = 65534;
   const auto key = [](int writer, int i) {
     return "K" + std::to_string(writer) + "_" + std::to_string(i);
   };
-  const auto writers = support::startProcesses(kWriters, [&](int writer, support::ChildProcess&) {
-    const intptr_t handle = KSTRIniOpen(path_.c_str());  // Opened before the others wrote.
-    for (int i = 0; i < kKeys; ++i) {
-      if (KSTRWriteProfileString(handle, "[S]", key(writer, i).c_str(), "v") == 0) return 1;
+  for (const bool isShared : {false, true}) {
+    if (isShared) {
+      put("[S]\r\n");
+      if (chown(path_.c_str(), kOther, kOther) != 0) GTEST_SKIP() << "only root has other users";
+      ASSERT_EQ(chmod(directory_.path().c_str(), 0777), 0);
     }
-    return 0;
-  });
-  for (const auto& writer : writers) EXPECT_EQ(writer->finish(), 0);
-  for (int writer = 0; writer < kWriters; ++writer) {
-    for (int i = 0; i < kKeys; ++i) EXPECT_EQ(query("[S]", key(writer, i).c_str()), "v");
+    const auto writers = support::startProcesses(kWriters, [&](int writer, support::ChildProcess&) {
+      const bool isOther = isShared && writer % 2 == 1;
+      if (isOther && (setgid(kOther) != 0 || setuid(kOther) != 0)) return 2;
+      const intptr_t handle = KSTRIniOpen(path_.c_str());  // Opened before the others wrote.
+      for (int i = 0; i < kKeys; ++i) {
+        if (KSTRWriteProfileString(handle, "[S]", key(writer, i).c_str(), "v") == 0) return 1;
+      }
+      return 0;
+    });
+    for (const auto& writer : writers) EXPECT_EQ(writer->finish(), 0);
+    for (int writer = 0; writer < kWriters; ++writer) {
+      for (int i = 0; i < kKeys; ++i) EXPECT_EQ(query("[S]", key(writer, i).c_str()), "v");
+    }
   }
 }
 

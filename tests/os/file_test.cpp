@@ -76,7 +76,7 @@ TEST_F(FileTest, HoldsTheFileThatHasTheName) {
   const SystemCalls readOnly([](const Call& call) {
     return call.name == "open" && (call.flags & O_RDWR) != 0 ? EACCES : 0;
   });
-  EXPECT_EQ(other.openLocked(path_.c_str()), FileResult::kDone);
+  EXPECT_EQ(other.openLocked(path_.c_str()), FileResult::kRefused) << "not to be updated";
 }
 
 // After a lock the server is asked, and the name looked up anew.

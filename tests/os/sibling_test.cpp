@@ -6,10 +6,12 @@
 #include <gtest/gtest.h>
 #include <sys/file.h>
 #include <sys/stat.h>
+#include <sys/xattr.h>
 #include <unistd.h>
 
 #include <cerrno>
 #include <filesystem>
+#include <sstream>
 #include <utility>
 #include <vector>
 
@@ -25,6 +27,16 @@ namespace {
 using os_test::Call;
 using os_test::SystemCalls;
 using support::ChildProcess;
+
+// An access list by which user 65534 may write, if `mask` allows it, and the group may read.
+std::string accessList(char mask) {
+  const auto entry = [](char tag, char rights, const char* id) {
+    return std::string{tag, 0, rights, 0} + std::string(id, 4);
+  };
+  const char* const none = "\xff\xff\xff\xff";
+  return std::string("\2\0\0", 4) + entry(1, 6, none) + entry(2, 6, "\xfe\xff\0") +
+         entry(4, 4, none) + entry(16, mask, none) + entry(32, 0, none);
+}
 
 class Sibling : public testing::Test {
  protected:
@@ -43,8 +55,23 @@ class Sibling : public testing::Test {
     return sibling.finish(naming, SiblingFile::Safety::kSoon, nullptr);
   }
   std::string content() const { return support::readFile(path_); }
+  std::string attribute(const char* name) const {
+    char value[100];
+    const ssize_t size = ::getxattr(path_.c_str(), name, value, sizeof value);
+    return size < 0 ? "none" : std::string(value, static_cast<size_t>(size));
+  }
+  // The mode, the owner, the group and the access list.
+  std::string rights() const {
+    struct stat status {};
+    EXPECT_EQ(::stat(path_.c_str(), &status), 0);
+    std::ostringstream text;
+    text << std::oct << status.st_mode << ' ' << status.st_uid << ' ' << status.st_gid << ' '
+         << support::escaped(attribute(kAccessList));
+    return text.str();
+  }
   bool isAlone() const { return support::entryCount(directory_.path()) == 1; }
 
+  static constexpr const char* kAccessList = "system.posix_acl_access";
   const support::TemporaryDirectory directory_;
   const std::string path_ = directory_ / "f";
   const std::string sibling_ = directory_ / "f.trvs-new";
@@ -212,17 +239,21 @@ TEST_F(Sibling, GivesWayToTheFileItself) {
   const Case cases[] = {
       {"the group can't be kept",
        [](const Call& call) { return call.name == "fchown" ? EPERM : 0; }},
+      {"an attribute can't be kept",
+       [](const Call& call) { return call.name == "fsetxattr" ? ENOSPC : 0; }},
       {"the directory takes none",
        [](const Call& call) { return (call.flags & O_CREAT) != 0 ? EACCES : 0; }},
       {"the file is where something is mounted",
        [](const Call& call) { return call.name == "rename" ? EBUSY : 0; }},
   };
   const bool isRoot = ::chown(path_.c_str(), 1, 1) == 0;
+  const bool hasAttribute = ::setxattr(path_.c_str(), "user.note", "kept", 4, 0) == 0;
   File file;
   ASSERT_EQ(file.open(path_.c_str(), File::Access::kRead), FileResult::kDone);
   for (const Case& c : cases) {
     SCOPED_TRACE(c.why);
     if (&c == cases && !isRoot) continue;  // Its group can be kept.
+    if (&c == cases + 1 && !hasAttribute) continue;
     for (const char* text : {"a long text", "short"}) {
       const SystemCalls calls(c.rule);
       EXPECT_EQ(replace(text), FileResult::kDone);
@@ -238,27 +269,103 @@ TEST_F(Sibling, GivesWayToTheFileItself) {
   EXPECT_TRUE(isAlone());
 }
 
-TEST_F(Sibling, KeepsModeOwnerAndLock) {
+TEST_F(Sibling, KeepsRightsAndLock) {
   if (::geteuid() == 0) {
     ASSERT_EQ(::chown(path_.c_str(), 1, 1), 0);
   }
   ASSERT_EQ(::chmod(path_.c_str(), 0640), 0);
-  struct stat before, after;
-  ASSERT_EQ(::stat(path_.c_str(), &before), 0);
+  const std::string before = rights();
+  ASSERT_EQ(::chmod(path_.c_str(), 06640), 0);  // What no new content is to inherit.
   File old;
   ASSERT_EQ(old.openLocked(path_.c_str()), FileResult::kDone);
   File placed;
   EXPECT_EQ(replaceFile(path_, &old, "longer", &placed), FileResult::kDone);
-  ASSERT_EQ(::stat(path_.c_str(), &after), 0);
-  EXPECT_EQ(after.st_mode & 07777, 0640u);
-  EXPECT_EQ(after.st_uid, before.st_uid);
-  EXPECT_EQ(after.st_gid, before.st_gid);
+  EXPECT_EQ(rights(), before);
   EXPECT_EQ(placed.size(), 6u);
   File other;
   EXPECT_EQ(other.openLocked(path_.c_str()), FileResult::kBusy);
   const std::string longest = directory_ / std::string(255, 'n');
   EXPECT_EQ(replaceFile(longest, nullptr, "new", nullptr), FileResult::kDone);
   EXPECT_EQ(support::readFile(longest), "new");
+}
+
+// Only its owner may open a sibling that is not whole. Then an old file's rights are all kept, and
+// a new one gets what it would have got at once.
+TEST_F(Sibling, GetsItsRightsInTheEnd) {
+  const std::string all = accessList(6);
+  if (::setxattr(path_.c_str(), kAccessList, all.data(), all.size(), 0) != 0 ||
+      ::setxattr(path_.c_str(), "user.note", "kept", 4, 0) != 0) {
+    GTEST_SKIP() << "no access lists or no attributes of users in " << directory_.path();
+  }
+  const mode_t umask = ::umask(0);
+  const SystemCalls calls([](const Call& call) {
+    struct stat status {};
+    if (call.name == "pwrite" && ::fstat(call.descriptor, &status) == 0) {
+      EXPECT_EQ(status.st_mode & 0777, 0600u);
+    }
+    return 0;
+  });
+  const std::string before = rights();
+  EXPECT_EQ(replace("new"), FileResult::kDone);
+  EXPECT_EQ(rights(), before);
+  EXPECT_EQ(attribute("user.note"), "kept");
+  for (const bool hasList : {false, true}) {
+    if (hasList) {
+      ASSERT_EQ(::setxattr(directory_.path().c_str(), "system.posix_acl_default", all.data(),
+                           all.size(), 0),
+                0);
+    }
+    for (const mode_t mask : {0u, 027u}) {
+      SCOPED_TRACE(hasList ? "a list" : "no list");
+      ::umask(mask);
+      std::filesystem::remove(path_);
+      support::writeFile(path_, "old");
+      const std::string usual = rights();
+      std::filesystem::remove(path_);
+      EXPECT_EQ(replaceFile(path_, nullptr, "new", nullptr), FileResult::kDone);
+      EXPECT_EQ(rights(), usual);
+      ASSERT_EQ(::removexattr(path_.c_str(), kAccessList), 0);
+      const std::string plain = rights();
+      EXPECT_EQ(replace("newer"), FileResult::kDone);
+      EXPECT_EQ(rights(), plain) << "not what its directory gives to new ones";
+    }
+  }
+  ::umask(umask);
+}
+
+// Somebody puts another file there after the old one was opened.
+TEST_F(Sibling, GivesNoOthersFileAway) {
+  File old;
+  ASSERT_EQ(old.open(path_.c_str(), File::Access::kUpdate), FileResult::kDone);
+  support::writeFile(path_ + "2", "another");
+  std::filesystem::rename(path_ + "2", path_);
+  EXPECT_EQ(replaceFile(path_, &old, "new", nullptr), FileResult::kBusy);
+  EXPECT_EQ(replaceFile(path_, nullptr, "new", nullptr), FileResult::kExists);
+  EXPECT_EQ(content(), "another");
+  EXPECT_TRUE(isAlone());
+}
+
+// A real fault: what another user had left was in the way for good.
+TEST_F(Sibling, StepsAsideForWhatItCanNeitherOpenNorRemove) {
+  std::filesystem::create_directory(sibling_);
+  EXPECT_EQ(put("new", SiblingFile::Naming::kReplace), FileResult::kDone);
+  if (::geteuid() != 0) GTEST_SKIP() << "only root can leave a file of another user";
+  support::writeFile(sibling_ + "1", "root's");
+  ASSERT_EQ(::chmod((sibling_ + "1").c_str(), 0600), 0);
+  ASSERT_EQ(::chmod(directory_.path().c_str(), 01777), 0);
+  ASSERT_EQ(::chown(path_.c_str(), 65534, 65534), 0);
+  struct stat before, after;
+  ASSERT_EQ(::stat(path_.c_str(), &before), 0);
+  EXPECT_EQ(support::inProcess([this] {
+              const bool isAnother = ::setgid(65534) == 0 && ::setuid(65534) == 0;
+              return isAnother && replace("newer") == FileResult::kDone ? 0 : 1;
+            }),
+            0);
+  ASSERT_EQ(::stat(path_.c_str(), &after), 0);
+  EXPECT_NE(after.st_ino, before.st_ino) << "not written in place";
+  EXPECT_EQ(content(), "newer");
+  EXPECT_EQ(support::readFile(sibling_ + "1"), "root's");
+  EXPECT_EQ(support::entryCount(directory_.path()), 3);
 }
 
 TEST_F(Sibling, CopiesByItselfWhatTheKernelDoesNot) {

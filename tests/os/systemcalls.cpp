@@ -6,6 +6,7 @@
 #include <sys/file.h>
 #include <sys/stat.h>
 #include <sys/syscall.h>
+#include <sys/xattr.h>
 #include <unistd.h>
 
 #include <cerrno>
@@ -107,6 +108,19 @@ int flock(int file, int operation) noexcept {
 
 int fchown(int file, uid_t owner, gid_t group) noexcept {
   return asInt(answer("fchown", file, nullptr, 0, SYS_fchown, file, owner, group));
+}
+
+int fchmod(int file, mode_t mode) noexcept {
+  return asInt(answer("fchmod", file, nullptr, 0, SYS_fchmod, file, mode));
+}
+
+ssize_t fgetxattr(int file, const char* name, void* value, size_t size) noexcept {
+  return answer("fgetxattr", file, nullptr, 0, SYS_fgetxattr, file, name, value, size);
+}
+
+int fsetxattr(int file, const char* name, const void* value, size_t size, int flags) noexcept {
+  return asInt(
+      answer("fsetxattr", file, nullptr, flags, SYS_fsetxattr, file, name, value, size, flags));
 }
 
 int rename(const char* from, const char* to) noexcept {

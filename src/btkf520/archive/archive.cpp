@@ -54,6 +54,11 @@ TrvsStatus writeStatus(FileResult result) {
   }
 }
 
+bool isReadable(const std::string& path) {
+  os::File file;
+  return file.open(path.c_str(), os::File::Access::kRead) == FileResult::kDone;
+}
+
 }  // namespace
 
 class Archive::Impl {
@@ -316,9 +321,10 @@ TrvsStatus Archive::Impl::tryCommit(Index* index) {
   const auto others =
       isUpdate ? os::SiblingFile::Others::kExcluded : os::SiblingFile::Others::kPossible;
   if (const TrvsStatus status = writeStatus(file.open(path_, others))) return status;
-  if (isUpdate) static_cast<void>(file.imitate(reader_->file()));
   if (const TrvsStatus status = writeFrames(index, &file)) return status;
   if (const TrvsStatus status = writeEnd(*index, &file)) return status;
+  const os::File* const old = isUpdate ? &reader_->file() : nullptr;
+  if (const TrvsStatus status = writeStatus(file.giveRights(old))) return status;
 
   auto next = std::make_unique<ArchiveReader>(std::move(*index), std::make_unique<FrameCodec>());
   const auto naming = isUpdate ? os::SiblingFile::Naming::kReplace : os::SiblingFile::Naming::kNew;
@@ -362,7 +368,10 @@ TrvsStatus Archive::openToRead(const std::string& path, std::unique_ptr<Archive>
 TrvsStatus Archive::openToUpdate(const std::string& path, std::unique_ptr<Archive>* archive) {
   const std::string target = os::linkTarget(path);
   os::File file;
-  if (const TrvsStatus status = openStatus(file.openLocked(target.c_str()))) return status;
+  const FileResult result = file.openLocked(target.c_str());
+  if (result == FileResult::kRefused && isReadable(target)) return TRVS_CANNOT_WRITE;
+  if (const TrvsStatus status = openStatus(result)) return status;
+  if (!file.status().ownerMayWrite) return TRVS_CANNOT_WRITE;  // Root could write it.
   return Impl::open(Impl::Purpose::kUpdate, target, std::move(file), archive);
 }
 

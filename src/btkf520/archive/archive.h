@@ -40,7 +40,8 @@ class Archive {
 
   // The same, for put() and commit() as well. As long as the object lives, no other object, in this
   // process or another, can be opened to update the same file. TRVS_IN_USE, at once, if there is
-  // one; TRVS_NO_ARCHIVE.
+  // one; TRVS_NO_ARCHIVE; TRVS_CANNOT_WRITE if the process may not write the file, or its owner may
+  // not.
   [[nodiscard]] static TrvsStatus openToUpdate(const std::string& path,
                                                std::unique_ptr<Archive>* archive);
 
@@ -75,10 +76,11 @@ class Archive {
   // that `model` has no longer are dropped. With any status but TRVS_DONE the file is the old one.
   //   TRVS_MISUSE        `model` is not sound, or uses a content that the archive does not have; or
   //                      this is not open to update
-  //   TRVS_CANNOT_WRITE  no space, or no right to make files in the archive's directory
-  // The new file keeps the mode of the old one and, where that is allowed, its owner. A damaged
-  // content is no obstacle: it is kept as it is, and stays damaged. TRVS_IN_USE also if a content
-  // that was put is found to have changed since.
+  //   TRVS_CANNOT_WRITE  no space; no right to make files in the archive's directory; or the new
+  //                      file can't have the group, access list and attributes of the old one
+  // The new file keeps these, the mode and, where that is allowed, the owner. A damaged content is
+  // no obstacle: it is kept as it is, and stays damaged. TRVS_IN_USE also if a content that was put
+  // is found to have changed since.
   [[nodiscard]] TrvsStatus commit(ArchiveModel model);
 
   // Reads every byte of the file and checks it, so that it finds any changed bit. TRVS_DONE if all

@@ -44,24 +44,25 @@ bool isReplaceable(const os::FileStatus& entry) { return entry.isRegular || entr
 
 TrvsStatus NewWorkfile::open(const std::string& path) {
   path_ = path;
-  if (const TrvsStatus status = writeFailure(file_.open(path_))) return status;
-  os::File old;
-  if (old.open(path_.c_str(), os::File::Access::kRead, os::File::Links::kNot) ==
-      FileResult::kDone) {
-    static_cast<void>(file_.imitate(old));  // A group that can't be kept is let go.
-  }
-  return TRVS_DONE;
+  return writeFailure(file_.open(path_));
 }
 
 TrvsStatus NewWorkfile::write(std::string_view bytes) { return writeFailure(file_.write(bytes)); }
 
-// Mode and time are set before anybody can see the file.
+// Rights and time are set before anybody can see the file.
 TrvsStatus NewWorkfile::complete(bool isWritable, PackedTime time) {
-  if (const TrvsStatus status = writeFailure(file_.flush())) return status;
-  FileResult result = FileResult::kDone;
-  if (time != 0) result = file_.setModificationTime(secondsOf(time));
-  if (result == FileResult::kDone) result = file_.setWritable(isWritable);
-  return result == FileResult::kDone ? TRVS_DONE : TRVS_CANNOT_WRITE;
+  os::File old;
+  const bool isThere =
+      old.open(path_.c_str(), os::File::Access::kRead, os::File::Links::kNot) == FileResult::kDone;
+  FileResult result =
+      file_.giveRights(isThere ? &old : nullptr, isWritable ? SiblingFile::Writing::kAllowed
+                                                            : SiblingFile::Writing::kForbidden);
+  // The file is the user's own: what can't be kept of an old one is let go.
+  if (result == FileResult::kRefused) result = FileResult::kDone;
+  if (result == FileResult::kDone && time != 0) {
+    result = file_.setModificationTime(secondsOf(time));
+  }
+  return writeFailure(result);
 }
 
 void NewWorkfile::replaceOnly(std::optional<os::FileStatus> seen) {

@@ -1,0 +1,131 @@
+// os/rights_posix.cpp: owners, modes, access lists and attributes.
+#include "os/rights_posix.h"
+
+#include <linux/limits.h>
+#include <sys/stat.h>
+#include <sys/xattr.h>
+#include <unistd.h>
+
+#include <cstdlib>
+#include <cstring>
+#include <string_view>
+
+#include "os/calls_posix.h"
+
+namespace os {
+namespace {
+
+constexpr char kAccessList[] = "system.posix_acl_access";
+constexpr char kListOfNewFiles[] = "system.posix_acl_default";
+constexpr std::string_view kUsersAttribute = "user.";
+
+// Has `call` fill *bytes, with nothing if there is no such attribute or the file system has none.
+// False on failure.
+template <typename Call>
+bool fill(std::string* bytes, Call call) {
+  static_assert(XATTR_SIZE_MAX == XATTR_LIST_MAX);
+  bytes->resize(XATTR_SIZE_MAX);
+  const ssize_t size = uninterrupted([&] { return call(bytes->data(), bytes->size()); });
+  const bool isKnown = size >= 0 || errno == ENODATA || errno == EOPNOTSUPP || errno == ENOSYS;
+  bytes->resize(size > 0 ? static_cast<size_t>(size) : 0);
+  return isKnown;
+}
+
+bool readAttribute(int file, const char* name, std::string* value) {
+  return fill(value,
+              [=](char* buffer, size_t size) { return ::fgetxattr(file, name, buffer, size); });
+}
+
+bool setAttribute(int file, const char* name, const std::string& value) {
+  return uninterrupted([&] { return ::fsetxattr(file, name, value.data(), value.size(), 0); }) == 0;
+}
+
+// False with errno set.
+bool changeOwner(int file, uid_t owner, gid_t group) {
+  return uninterrupted([=] { return ::fchown(file, owner, group); }) == 0;
+}
+
+// A change of owner may well be refused.
+bool copyGroup(const struct stat& model, int file) {
+  constexpr auto kSameOwner = static_cast<uid_t>(-1);
+  struct stat own;
+  return changeOwner(file, model.st_uid, model.st_gid) ||
+         (::fstat(file, &own) == 0 && model.st_gid == own.st_gid) ||
+         changeOwner(file, kSameOwner, model.st_gid);
+}
+
+bool copyAccessList(int model, int file) {
+  std::string list, own;  // A new file may have got one from its directory.
+  if (!readAttribute(model, kAccessList, &list) || !readAttribute(file, kAccessList, &own)) {
+    return false;
+  }
+  if (list == own) return true;
+  if (!list.empty()) return setAttribute(file, kAccessList, list);
+  return uninterrupted([=] { return ::fremovexattr(file, kAccessList); }) == 0;
+}
+
+bool copyUsersAttributes(int model, int file) {
+  std::string names, value;
+  bool isDone =
+      fill(&names, [=](char* buffer, size_t size) { return ::flistxattr(model, buffer, size); });
+  for (const char* name = names.c_str(); *name != '\0'; name += std::strlen(name) + 1) {
+    if (!std::string_view(name).starts_with(kUsersAttribute)) continue;
+    isDone = readAttribute(model, name, &value) && setAttribute(file, name, value) && isDone;
+  }
+  return isDone;
+}
+
+// To ask the system for it is to change it, for other threads as well: only where no file tells it.
+mode_t currentUmask() {
+  char text[128] = "";
+  File status;
+  if (status.open("/proc/self/status", File::Access::kRead) == FileResult::kDone &&
+      status.readAt(0, text, sizeof text - 1)) {
+    constexpr std::string_view kKey = "\nUmask:";
+    const char* const line = std::strstr(text, kKey.data());
+    if (line != nullptr) {
+      return static_cast<mode_t>(std::strtoul(line + kKey.size(), nullptr, 8));
+    }
+  }
+  const mode_t mask = ::umask(S_IRWXG | S_IRWXO);
+  ::umask(mask);
+  return mask;
+}
+
+}  // namespace
+
+// The owner first: a change of owner may take bits from the mode.
+FileResult copyRights(int model, int file, mode_t* mode) {
+  struct stat status;
+  if (::fstat(model, &status) != 0) return FileResult::kFailed;
+  *mode = status.st_mode;
+  const bool isGroupKept = copyGroup(status, file);
+  const bool isListKept = copyAccessList(model, file);
+  // The mode tells what the list allows at most, which its group may not have.
+  if (!isListKept) *mode &= ~static_cast<mode_t>(S_IRWXG);
+  const bool areAttributesKept = copyUsersAttributes(model, file);
+  const bool isAllKept = isGroupKept && isListKept && areAttributesKept;
+  return isAllKept ? FileResult::kDone : FileResult::kRefused;
+}
+
+// A directory's own list takes the place of the umask.
+FileResult giveUsualRights(const std::string& directory, int file, mode_t* mode) {
+  std::string list;
+  if (!fill(&list, [&](char* buffer, size_t size) {
+        return ::getxattr(directory.c_str(), kListOfNewFiles, buffer, size);
+      })) {
+    return FileResult::kFailed;
+  }
+  if (list.empty()) {
+    *mode = kRightsOfNewFile & ~currentUmask();
+    return FileResult::kDone;
+  }
+  struct stat status;
+  if (!setAttribute(file, kAccessList, list) || ::fstat(file, &status) != 0) {
+    return FileResult::kFailed;
+  }
+  *mode = status.st_mode & kRightsOfNewFile;
+  return FileResult::kDone;
+}
+
+}  // namespace os
