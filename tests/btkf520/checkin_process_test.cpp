@@ -1,5 +1,7 @@
-// btkf520/checkin_process_test.cpp: a team of processes that check in to one archive at once.
-#include <map>
+// btkf520/checkin_process_test.cpp: a team of processes that check in to one archive at once, and
+// processes that die.
+#include <filesystem>
+#include <random>
 #include <set>
 #include <sstream>
 
@@ -9,92 +11,138 @@
 namespace btkf520_test {
 namespace {
 
+using support::ChildProcess;
+
 class Team : public Archives {
  protected:
-  static constexpr int kMembers = 8;
-  static constexpr int kRounds = 6;
+  enum class Locks { kChecked, kNotChecked };
 
-  // One member's day: what was checked in, by its text, is added to the member's own file. 0, or
-  // the first status that must not be.
-  int32_t work(int member, bool withLocks) {
-    become(("user" + std::to_string(member)).c_str());
-    const std::string name = "work" + std::to_string(member);
+  void start(Locks locks) {
+    unlink(archive().c_str());
+    acknowledged_.clear();
+    ASSERT_EQ(create(), 0);
+    const uint32_t check = TRVS_ATTRIBUTE_CHECK_LOCKS;
+    TrvsSetAttributes(TRVS_CONTEXT, archive().c_str(), locks == Locks::kChecked ? check : 0,
+                      locks == Locks::kChecked ? 0 : check);
+    ASSERT_EQ(put("first", {.change = "first"}), 0);
+  }
+
+  // Checks in "NAME 0", "NAME 1" and so on, each as its own change, and signals each that is done.
+  // 0, or the first status that must not be.
+  int32_t work(const std::string& name, int rounds, Locks locks, ChildProcess& self) {
+    become(name.c_str());
     const std::string both = archive() + "(" + path(name) + ")";
-    std::string acknowledged;
-    for (int round = 0; round < kRounds; ++round) {
-      if (withLocks) {
+    for (int done = 0; done < rounds;) {
+      if (locks == Locks::kChecked) {
         const int32_t status = getTo(both, TRVS_GET_LOCK | TRVS_GET_OVERWRITE);
         if (status == TRVS_IN_USE || status == TRVS_LOCKED) continue;
         if (status != 0) return status;
       }
-      const std::string text = name + " round " + std::to_string(round);
+      const std::string text = name + " " + std::to_string(done);
       write(name, text);
       const int32_t status =
           putFrom(both, {.change = text.c_str(), .flags = TRVS_PUT_OLDER | TRVS_PUT_READ_ONLY});
-      if (status == 0) acknowledged += text + "\n";
-      if (status == TRVS_IN_USE && withLocks)
-        TrvsUnLockRevision(TRVS_CONTEXT, both.c_str(), nullptr, nullptr);
-      if (status != 0 && status != TRVS_IN_USE) return status;
       chmod(path(name).c_str(), 0644);
+      if (status != 0 && status != TRVS_IN_USE) return status;
+      if (status == 0 && ++done) self.signal();
+      if (status != 0) TrvsUnLockRevision(TRVS_CONTEXT, both.c_str(), nullptr, nullptr);
     }
-    write("acknowledged" + std::to_string(member), acknowledged);
     return 0;
   }
-
-  void run(bool withLocks) {
-    const auto members = support::startProcesses(
-        kMembers, [&](int member, support::ChildProcess&) { return work(member, withLocks); });
-    size_t seen = 0;
-    for (size_t done = 0; done < members.size();) {
-      const std::string now = revisions();
-      EXPECT_GE(now.size(), seen) << "what was seen is there the next time";
-      seen = now.size();
-      EXPECT_EQ(TrvsVerifyArchive(TRVS_CONTEXT, archive().c_str(), nullptr, 0), 0);
-      if (members[done]->isRunning()) continue;
-      EXPECT_EQ(members[done++]->finish(), 0);
+  void countAcknowledged(const std::string& name, ChildProcess& worker) {
+    for (int count = worker.countSignals(); count > 0; --count) {
+      acknowledged_.insert(name + " " + std::to_string(count - 1));
     }
   }
 
-  // Everything acknowledged is there, once and whole; gives how many there are.
+  bool isWhole() const { return TrvsVerifyArchive(-1, archive().c_str(), nullptr, 0) == 0; }
+
+  // Everything acknowledged is there, once and whole, and each revision is its own change; gives
+  // how many there are besides.
   size_t check() {
-    std::map<std::string, std::string> contents;  // By change description.
+    std::set<std::string> there;
     std::istringstream numbers(revisions());
     for (std::string number; numbers >> number;) {
       char change[100] = "";
       EXPECT_EQ(TrvsGetDescription(TRVS_CONTEXT, archive().c_str(), number.c_str(), change, 100),
                 0);
-      EXPECT_TRUE(contents.emplace(change, content(number.c_str())).second) << change;
+      EXPECT_EQ(content(number.c_str()), change);
+      EXPECT_TRUE(there.insert(change).second) << change;
     }
-    std::set<std::string> acknowledged;
-    for (int member = 0; member < kMembers; ++member) {
-      std::istringstream mine(support::readFile(path("acknowledged" + std::to_string(member))));
-      for (std::string text; std::getline(mine, text);) acknowledged.insert(text);
-    }
-    for (const std::string& text : acknowledged) EXPECT_EQ(contents[text], text);
-    EXPECT_EQ(contents.size(), acknowledged.size() + 1) << "nothing that nobody knows of";
-    EXPECT_EQ(TrvsVerifyArchive(TRVS_CONTEXT, archive().c_str(), nullptr, 0), 0);
-    return acknowledged.size();
+    for (const std::string& text : acknowledged_) EXPECT_TRUE(there.contains(text)) << text;
+    EXPECT_TRUE(isWhole());
+    return there.size() - acknowledged_.size();
   }
+
+ private:
+  std::set<std::string> acknowledged_;
 };
 
 TEST_F(Team, LosesNothing) {
-  struct Case {
+  const struct {
     const char* why;
-    bool withLocks;
+    Locks locks;
     bool waits;
-  };
-  for (const Case& c : {Case{"without locks", false, false},
-                        {"waiting", false, true},
-                        {"with locks", true, true}}) {
+  } cases[] = {{"without locks", Locks::kNotChecked, false},
+               {"waiting", Locks::kNotChecked, true},
+               {"with locks", Locks::kChecked, true}};
+  for (const auto& c : cases) {
     SCOPED_TRACE(c.why);
-    unlink(archive().c_str());
-    ASSERT_EQ(create(), 0);
-    TrvsSetAttributes(TRVS_CONTEXT, archive().c_str(), c.withLocks ? TRVS_ATTRIBUTE_CHECK_LOCKS : 0,
-                      c.withLocks ? 0 : TRVS_ATTRIBUTE_CHECK_LOCKS);
-    ASSERT_EQ(put("first", {.change = "first"}), 0);
+    start(c.locks);
     if (c.waits) answerQuestions();
-    run(c.withLocks);
-    EXPECT_GE(check(), 1u);
+    const auto members = support::startProcesses(8, [&](int member, ChildProcess& self) {
+      return work("user" + std::to_string(member), 5, c.locks, self);
+    });
+    size_t seen = 0;
+    for (size_t done = 0; done < members.size();) {
+      const std::string now = revisions();
+      EXPECT_GE(now.size(), seen) << "what was seen is there the next time";
+      seen = now.size();
+      EXPECT_TRUE(isWhole());
+      if (members[done]->isRunning()) continue;
+      EXPECT_EQ(members[done]->finish(), 0);
+      countAcknowledged("user" + std::to_string(done), *members[done]);
+      ++done;
+    }
+    EXPECT_EQ(check(), 1u) << "nothing that nobody knows of";
+  }
+}
+
+TEST_F(Team, LosesNothingWhenItsMembersAreKilled) {
+  start(Locks::kNotChecked);
+  std::mt19937 random(11);
+  for (int life = 0; life < 50; ++life) {
+    const std::string name = "life" + std::to_string(life);
+    ChildProcess writer(
+        [&](ChildProcess& self) { return work(name, 1 << 30, Locks::kNotChecked, self); });
+    ::usleep(static_cast<useconds_t>(random() % 40000));
+    EXPECT_TRUE(writer.isRunning());
+    writer.kill();
+    countAcknowledged(name, writer);
+    ASSERT_TRUE(isWhole()) << name;
+  }
+  EXPECT_EQ(put("last", {.change = "last"}), 0);
+  EXPECT_LE(check(), 52u) << "each life may have one that it could not acknowledge";
+  EXPECT_FALSE(std::filesystem::exists(archive() + ".trvs-new"));
+}
+
+// Of several that make one archive at once, one does, and the others are told so.
+TEST_F(Team, MakesAnArchiveOnce) {
+  for (int round = 0; round < 20; ++round) {
+    unlink(archive().c_str());
+    const auto makers = support::startProcesses(4, [&](int maker, ChildProcess&) {
+      become(std::to_string(maker).c_str());
+      return static_cast<int>(create(std::to_string(maker).c_str()));
+    });
+    std::string winners;
+    for (size_t maker = 0; maker < makers.size(); ++maker) {
+      const int status = makers[maker]->finish();
+      if (status == TRVS_DONE) winners += std::to_string(maker);
+      EXPECT_TRUE(status == 0 || status == TRVS_ARCHIVE_EXISTS || status == TRVS_IN_USE) << status;
+    }
+    char description[20] = "";
+    EXPECT_EQ(TrvsGetDescription(TRVS_CONTEXT, archive().c_str(), nullptr, description, 20), 0);
+    EXPECT_EQ(winners, description);
   }
 }
 

@@ -166,6 +166,16 @@ TEST_F(OpenLocked, AsksAgainAtTheFirstWriteAfterAReadOnlyRetry) {
   }
 }
 
+TEST_F(OpenLocked, TellsThatThereAreNoLocks) {
+  const os_test::SystemCalls calls(
+      [](const os_test::Call& call) { return call.name == "flock" ? ENOLCK : 0; });
+  EXPECT_EQ(open("F", Access::kRead), 0);
+  EXPECT_EQ(told(), "");
+  EXPECT_EQ(open("F", Access::kUpdate), 7);
+  EXPECT_EQ(told(),
+            "error F cannot be changed, since the file system that it is on has no locks.\n");
+}
+
 // What the records of both files make
 // --------------------------------------------------------------
 
@@ -218,28 +228,6 @@ TEST_F(Merge, ProjectsComeFromThePublicFile) {
     EXPECT_EQ(root.object()->rootConfig().path.str(), isMaster ? "m.cfg" : "");
     EXPECT_EQ(assertions.find("52data.cpp 348") != std::string::npos, noName);
   }
-}
-
-os_test::SystemCalls noLocks() {
-  return os_test::SystemCalls(
-      [](const os_test::Call& call) { return call.name == "flock" ? ENOLCK : 0; });
-}
-
-TEST_F(OpenLocked, TellsThatThereAreNoLocks) {
-  const os_test::SystemCalls calls = noLocks();
-  EXPECT_EQ(open("F", Access::kRead), 0);
-  EXPECT_EQ(told(), "");
-  EXPECT_EQ(open("F", Access::kUpdate), 7);
-  EXPECT_EQ(told(),
-            "error F cannot be changed, since the file system that it is on has no locks.\n");
-}
-
-TEST_F(Merge, IsReadWhereThereAreNoLocks) {
-  put("pub/trvsproj.pub", "[Project=A]\nCFG=a.cfg\nDIR=a\n");
-  put("prv/trvsproj.prv", "");
-  const os_test::SystemCalls calls = noLocks();
-  EXPECT_EQ(listing(makeRoot()), "project A|a.cfg|||pub/a|\n");
-  EXPECT_EQ(told(), "");
 }
 
 TEST_F(Merge, OthersMayUpdateWhatIsBeingParsed) {
@@ -330,39 +318,6 @@ TEST_F(Unread, AnAbortedReadSweepsNothingAndRefusesTheUpdate) {
   EXPECT_EQ(listing(root), want);
   EXPECT_FALSE(create().isNull());
   EXPECT_TRUE(get("pub/trvsproj.pub").starts_with(broken + "[Project=N]\n"));
-}
-
-// The public file is not writable, so only the private one opens; the document stops the pass.
-TEST_F(Unread, ARewriteThatStopsKeepsBothFiles) {
-  putProject();
-  put("pub/p/trvsfold.pub", "[Document=v;d_v;w;d.c]\n");
-  put("prv/p/trvsfold.prv", "[Folder=B]\nDIR=b\n");
-  ::chmod(path("pub/p/trvsfold.pub").c_str(), 0444);
-  TVProjectRootHandle root = makeRoot();
-  TVHandle& project = child(root, "P");
-  const std::string before = listing(project);
-  const auto rewrite = [&] {
-    if (!project.object()->beginEdit(project)) return false;
-    project.markDirty();
-    return bool(project.object()->endEdit(project));
-  };
-  EXPECT_FALSE(rewrite());
-  EXPECT_TRUE(told().starts_with("error Unable to write pub/p/trvsfold.pub."));
-  EXPECT_EQ(get("pub/p/trvsfold.pub"), "[Document=v;d_v;w;d.c]\n");
-  EXPECT_EQ(get("prv/p/trvsfold.prv"), "[Folder=B]\nDIR=b\n");
-  EXPECT_EQ(listing(project), before);
-
-  ::chmod(path("pub/p/trvsfold.pub").c_str(), 0644);
-  {
-    const support::SizeLimit full(30);
-    EXPECT_FALSE(rewrite());
-  }
-  EXPECT_TRUE(told().starts_with("error Unable to write "));
-  EXPECT_EQ(get("pub/p/trvsfold.pub"), "[Document=v;d_v;w;d.c]\n");
-  EXPECT_TRUE(rewrite());
-  EXPECT_EQ(told(), "");
-  EXPECT_EQ(get("pub/p/trvsfold.pub"),
-            "[FORMAT=TRVS_GUI]\nVersion=5.2\n\n[DOCUMENT=v;d_v;w;d.c]\n");
 }
 
 // A real fault: the children had gone with their handles, and the rewrite emptied the file.
