@@ -66,7 +66,9 @@ typedef enum TrvsStatus {
   TRVS_NESTED_TOO_DEEP = 21,    /* INCLUDE of an open file, or below 20 levels of files */
   TRVS_SAME_NAMES = 22,         /* the workfile, or the output, is the archive or input itself */
   TRVS_WOULD_OVERWRITE = 24,    /* there is a file already, and it may not be replaced */
-  TRVS_NOT_AN_ARCHIVE = 27,     /* the file is no archive, or damaged where it was read */
+  TRVS_NOT_AN_ARCHIVE = 27,     /* the file is no archive, or damaged where it was read, or has a
+                                      name that leads out of a directory, or control
+                                      characters in names */
   TRVS_CANNOT_LOCK = 29,        /* locks aren't checked, or the archive allows one only */
   TRVS_NO_LOCK = 30,            /* the user has not locked the revision, or nothing */
   TRVS_NO_WORKFILE = 32,        /* no such workfile */
@@ -364,11 +366,10 @@ TRVS_EXPORT int32_t TrvsComputeArchiveName(const char* workfile, char* buffer, i
 /* Creates an archive without revisions. Exclusive locks, keyword expansion and access list are
  * taken from the configuration; locks are checked, and workfiles read-only.
  *   archive      path text of the archive alone
- *   workfile     path text; the archive keeps its name. The file need not be there
- *   description  may be null
- *   owner        null for the present user
- *   time         packed time of creation, 0 for the present; see TrvsPutRevision
- * May give TRVS_ARCHIVE_EXISTS; TRVS_SAME_NAMES; TRVS_BAD_DATE. */
+ *   workfile     path text; the archive keeps its name, which has no control characters, is not
+ * ".." and does not begin with a drive. The file need not be there description  may be null owner
+ * null for the present user time         packed time of creation, 0 for the present; see
+ * TrvsPutRevision May give TRVS_ARCHIVE_EXISTS; TRVS_SAME_NAMES; TRVS_BAD_DATE. */
 TRVS_EXPORT int32_t TrvsCreateArchive(const char* archive, const char* workfile,
                                       const char* description, const char* owner, uint32_t time,
                                       int32_t reserved);

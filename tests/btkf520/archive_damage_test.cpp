@@ -108,7 +108,39 @@ TEST(ArchiveDamage, IsRefusedInAnIndexThatContradictsItself) {
     spoil(&index);
     EXPECT_FALSE(btkf::decodeIndex(btkf::encodeIndex(index))) << &spoil - spoilers;
   }
+  // Real faults: a check-out wrote wherever the archive said, and names moved the cursor of whoever
+  // listed them.
+  const auto isRead = [&sound](auto name, const std::string& text) {
+    btkf::Index index = sound;
+    name(&index.model) = text;
+    return btkf::decodeIndex(btkf::encodeIndex(index)).has_value();
+  };
+  const auto workName = [](btkf::ArchiveModel * model) -> auto& { return model->workName; };
+  for (const char* good : {"", "m.c", "..m", "12:30 notes.txt", "m\xfcll; $(id)"}) {
+    EXPECT_TRUE(isRead(workName, good)) << good;
+  }
+  for (const char* bad :
+       {".", "..", "/m", "d/m", "..\\m", "m/", "V:m", "v:", "m\n", "\x1bm", "m\x7f"}) {
+    EXPECT_FALSE(isRead(workName, bad)) << bad;
+  }
+  std::string& (*const names[])(btkf::ArchiveModel*) = {
+      [](btkf::ArchiveModel * model) -> auto& {return model->owner;
 }
+, [](btkf::ArchiveModel* model) -> auto& { return model->accessList.emplace_back(); }
+, [](btkf::ArchiveModel* model) -> auto& { return model->trunk().tip()->author; }
+, [](btkf::ArchiveModel* model) -> auto& { return model->trunk().tip()->lockers.emplace_back(); }
+, [](btkf::ArchiveModel* model) -> auto& {
+  return model->trunk().tip()->promotionGroups.emplace_back();
+}
+, [](btkf::ArchiveModel* model) -> auto& {
+  return model->labels.emplace_back(btkf::Label{"", number("1.0")}).name;
+}
+};  // namespace
+for (const auto& name : names) {
+  EXPECT_TRUE(isRead(name, "a b/..")) << &name - names;
+  EXPECT_FALSE(isRead(name, "a\x1b")) << &name - names;
+}
+}  // namespace btkf520_test
 
 // One damaged frame costs the revisions that need it and no others; work goes on; and when those
 // revisions are deleted the archive is whole again.

@@ -442,6 +442,9 @@ TEST_F(CheckIn, ComputesArchiveNames) {
         TRVS_BUFFER_TOO_SMALL);
   }
   EXPECT_EQ(TrvsComputeArchiveName("dir/", buffer, 9), TRVS_BAD_NAME);
+  for (const char* none : {"a/..", "a/V:b", "a\nb"}) {
+    EXPECT_EQ(TrvsCreateArchive(archive().c_str(), none, "", "", 0, 0), TRVS_BAD_NAME) << none;
+  }
 }
 
 }  // namespace

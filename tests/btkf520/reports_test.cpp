@@ -29,14 +29,14 @@ TEST_F(Logs, HaveAFormForEachQuestion) {
   makeBranches();
   become("bob");
   configure("PROMOTE dev = test\n");
-  ASSERT_EQ(put("9\n", {.change = "Mend\nmore", .time = minute(9)}), 0);
+  ASSERT_EQ(put("9\n", {.change = "Mend\x1b[A\nmore", .time = minute(9)}), 0);
   TrvsSetAttributes(TRVS_CONTEXT, archive().c_str(), TRVS_ATTRIBUTE_CHECK_LOCKS, 0);
   ASSERT_EQ(lock(), 0);
   ASSERT_EQ(label("REL", "1.0"), 0);
   ASSERT_EQ(label("TIP", "1", TRVS_LABEL_FLOATS), 0);
   const uint32_t bare = TRVS_LOG_NO_HEADING;
   const uint32_t brief = bare | TRVS_LOG_BRIEF;
-  const std::string tip = "1.3  @9  bob  Mend";
+  const std::string tip = "1.3  @9  bob  Mend\\x1b[A";
   const Case cases[] = {
       {"brief", brief,
        tip + "|1.2  @3  ann|1.1.2.0  @5  ann|1.1.1.0  @4  ann|1.1  @2  ann|1.0  @1  ann"},
@@ -80,7 +80,7 @@ TEST_F(Logs, HaveAFormForEachQuestion) {
 }
 
 TEST_F(Logs, TellAllInFull) {
-  ASSERT_EQ(create("a motor\nfor cars"), 0);
+  ASSERT_EQ(create("a motor\nfor\tcars\rship"), 0);
   ASSERT_EQ(
       put("12345", {.label = "A", .change = "first\r\nline", .author = "zoe", .time = minute(1)}),
       0);
@@ -99,7 +99,7 @@ TEST_F(Logs, TellAllInFull) {
                       "\nWorkfile:     m.c\nOwner:        ann\nCreated:      2001-02-03 00:00:00\n"
                       "Attributes:   locks are checked, workfiles are read-only\n"
                       "Access:       everybody\nRevisions:    1\nLocks:        1\n"
-                      "Description:\n    a motor\n    for cars\n\n"
+                      "Description:\n    a motor\n    for\tcars\\x0dship\n\n"
                       "Revision:     1.0\nChecked in:   2001-02-03 00:01:00\n"
                       "Author:       zoe\nSize:         5\nLocked by:    ann\nLabels:       A\n"
                       "    first\n    line\n\n");

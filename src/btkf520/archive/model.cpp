@@ -44,9 +44,16 @@ bool isSoundText(const std::string& text) {
   return text.size() <= kLongestText && text.find('\0') == std::string::npos;
 }
 
+bool hasControls(std::string_view text) {
+  return std::any_of(text.begin(), text.end(),
+                     [](char c) { return static_cast<unsigned char>(c) < ' ' || c == '\x7f'; });
+}
+
+bool isSoundName(const std::string& name) { return isSoundText(name) && !hasControls(name); }
+
 bool areSoundNames(const std::vector<std::string>& names) {
   return std::all_of(names.begin(), names.end(),
-                     [](const std::string& name) { return !name.empty() && isSoundText(name); });
+                     [](const std::string& name) { return !name.empty() && isSoundName(name); });
 }
 
 bool isSoundNumber(const Number& number) {
@@ -57,7 +64,7 @@ bool isSoundNumber(const Number& number) {
 }
 
 bool isSoundRevision(const Revision& revision) {
-  return isSoundNumber(revision.number) && isSoundText(revision.author) &&
+  return isSoundNumber(revision.number) && isSoundName(revision.author) &&
          isSoundText(revision.changeDescription) && areSoundNames(revision.lockers) &&
          areSoundNames(revision.promotionGroups);
 }
@@ -86,6 +93,13 @@ bool areSoundRevisions(const Branch& branch, std::vector<uint32_t>* contents) {
 }
 
 }  // namespace
+
+bool isWorkfileName(std::string_view name) {
+  const bool hasDrive = name.size() > 1 && name[1] == ':' &&
+                        ((name[0] >= 'A' && name[0] <= 'Z') || (name[0] >= 'a' && name[0] <= 'z'));
+  return name != "." && name != ".." && !hasDrive && !hasControls(name) &&
+         name.find_first_of("/\\") == std::string_view::npos;
+}
 
 const Branch* ArchiveModel::findBranch(const Number& number) const {
   return findBranchIn(branches, number);
@@ -148,9 +162,8 @@ size_t ArchiveModel::lockCount() const {
 
 bool ArchiveModel::isSound() const {
   if (branches.empty() || trunk().number != Number::trunk()) return false;
-  for (const std::string* text : {&workName, &owner, &description}) {
-    if (!isSoundText(*text)) return false;
-  }
+  if (!isSoundText(workName) || !isWorkfileName(workName)) return false;
+  if (!isSoundName(owner) || !isSoundText(description)) return false;
   if (!areSoundNames(accessList)) return false;
   std::vector<uint32_t> contents;
   for (const Branch& branch : branches) {
@@ -163,7 +176,7 @@ bool ArchiveModel::isSound() const {
   if (std::adjacent_find(contents.begin(), contents.end()) != contents.end()) return false;
   std::set<std::string_view> names;
   return std::all_of(labels.begin(), labels.end(), [&](const Label& label) {
-    return isSoundText(label.name) && isSoundNumber(label.target) &&
+    return isSoundName(label.name) && isSoundNumber(label.target) &&
            names.insert(label.name).second;
   });
 }

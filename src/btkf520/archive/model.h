@@ -63,6 +63,10 @@ struct Label {
   bool operator==(const Label&) const = default;
 };
 
+// Whether an archive may give its workfile this name: in whatever directory, it names a file right
+// there. A name from another's archive must not lead anywhere else.
+bool isWorkfileName(std::string_view name);
+
 class ArchiveModel {
  public:
   std::string workName;  // Name of the workfile, without directories.

@@ -13,6 +13,7 @@
 #include "btkf520/operations/keywords.h"
 #include "btkf520/operations/linediff.h"
 #include "btkf520/operations/output.h"
+#include "btkf520/operations/plaintext.h"
 #include "btkf520/operations/revisions.h"
 #include "btkf520/operations/surroundings.h"
 #include "btkf520/operations/task.h"
@@ -66,7 +67,7 @@ TrvsStatus Side::open(const char* name, const char* revision, bool asStored) {
   if (const TrvsStatus damaged = task.archive().read(found->content, &stored_)) return damaged;
   if (!asStored) expanded_ = expanded(task.model, *found, task.archiveText(), stored_.view());
   path_ = task.archivePath();
-  title_ = task.archiveText() + "\t" + found->number.text();
+  title_ = plainText(task.archiveText()) + "\t" + found->number.text();
   return TRVS_DONE;
 }
 
@@ -81,7 +82,7 @@ TrvsStatus Side::openWorkfile(const char* target) {
 TrvsStatus Side::openFile(const std::string& path, const std::string& title) {
   isFile_ = true;
   path_ = path;
-  title_ = title;
+  title_ = plainText(title);
   return readFailure(file_.open(path.c_str()), TRVS_NO_WORKFILE);
 }
 

@@ -3,6 +3,7 @@
 
 #include <algorithm>
 
+#include "btkf520/operations/plaintext.h"
 #include "btkf520/operations/revisions.h"
 #include "btkf520/operations/surroundings.h"
 #include "btkf520/operations/workfile.h"
@@ -25,6 +26,8 @@ TrvsStatus ReportOutput::open(const char* path, const std::vector<std::string>& 
 }
 
 TrvsStatus ReportOutput::line(std::string_view text, TrvsOutput kind) {
+  std::string plain;
+  if (kind != TRVS_OUTPUT_DIFFERENCES) text = plain = plainText(text, "\t");
   if (!path_.empty()) {
     text_.append(text).append("\n");
     return TRVS_DONE;

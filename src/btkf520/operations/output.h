@@ -20,7 +20,9 @@ class ReportOutput {
   // is one of `inputs`, the system's paths of what the report is about.
   [[nodiscard]] TrvsStatus open(const char* path, const std::vector<std::string>& inputs);
 
-  // Takes one line without its end. TRVS_CANCELLED if the client wants no report at all.
+  // Takes one line without its end. Control characters but tabs are written as "\x1b", except with
+  // TRVS_OUTPUT_DIFFERENCES: those lines are the files' own. TRVS_CANCELLED if the client wants no
+  // report at all.
   [[nodiscard]] TrvsStatus line(std::string_view text, TrvsOutput kind);
   // Takes each line of a text.
   [[nodiscard]] TrvsStatus lines(std::string_view text, std::string_view indent, TrvsOutput kind);

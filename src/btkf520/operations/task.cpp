@@ -58,7 +58,8 @@ TrvsStatus Task::openToUpdate(const char* target, const std::string& event) {
 
 TrvsStatus Task::openNew(const char* archive, const char* workfile) {
   if (archive == nullptr || workfile == nullptr) return TRVS_MISUSE;
-  if (fileName(archive).empty() || fileName(workfile).empty()) return TRVS_BAD_NAME;
+  const std::string_view name = fileName(workfile);
+  if (fileName(archive).empty() || name.empty() || !isWorkfileName(name)) return TRVS_BAD_NAME;
   names_ = {archive, workfile};
   const auto path = systemPath(names_.archive);
   if (!path) return TRVS_BAD_NAME;
