@@ -67,8 +67,7 @@ int32_t archiveHasStatus(TVHandle* token, int32_t mask) {
 
 }  // namespace
 
-// Root
-// ---------------------------------------------------------------------------------------------
+// Root --------------------------------------------------------------------------------------------
 
 const char* GetRootPublicDir(TVHandle* root) {
   return rootText(root, [](auto& handle) { return handle.publicDir(); });
@@ -84,8 +83,7 @@ TVHandle* FindProject(TVHandle* root, const char* name) {
   return api::find<Root, Project>(root, name, TVSortType::kDefault);
 }
 
-// Projects
-// -----------------------------------------------------------------------------------------
+// Projects ----------------------------------------------------------------------------------------
 
 void CreateProject(TVHandle* root, const char* name, const char* privateWorkDir,
                    const char* publicWorkDir) {
@@ -136,8 +134,7 @@ int32_t OpenProject(TVHandle* project) { return api::open<Project>(project); }
 int32_t CloseProject(TVHandle* project) { return api::close<Project>(project); }
 void DestroyProject(TVHandle* project) { api::destroy<Project>(project); }
 
-// Folders
-// ------------------------------------------------------------------------------------------
+// Folders -----------------------------------------------------------------------------------------
 
 TVHandle* GetFirstFolder(TVHandle* project) { return api::first<Folder, Folder>(project); }
 TVHandle* GetNextFolder(TVHandle* project) { return api::next<Folder, Folder>(project); }
@@ -152,8 +149,7 @@ int32_t OpenFolder(TVHandle* folder) { return api::open<Folder>(folder); }
 int32_t CloseFolder(TVHandle* folder) { return api::close<Folder>(folder); }
 void DestroyFolder(TVHandle* folder) { api::destroy<Folder>(folder); }
 
-// Archives: walks and finds
-// ------------------------------------------------------------------------
+// Archives: walks and finds -----------------------------------------------------------------------
 
 TVHandle* GetFirstArchive(TVHandle* parent) { return api::first<Folder, Archive>(parent); }
 TVHandle* GetNextArchive(TVHandle* parent) { return api::next<Folder, Archive>(parent); }
@@ -186,8 +182,7 @@ TVHandle* FindArchiveInFolder(TVHandle* parent, const char* name) {
   return FindArchiveByWorkName(parent, name);
 }
 
-// Archives: changes
-// --------------------------------------------------------------------------------
+// Archives: changes -------------------------------------------------------------------------------
 
 void AddExistingArchive(TVHandle* parent, const char* workfile, const char* archive) {
   api::guarded([&] {
@@ -203,8 +198,7 @@ int32_t OpenArchive(TVHandle* archive) { return api::open<Archive>(archive); }
 int32_t CloseArchive(TVHandle* archive) { return api::close<Archive>(archive); }
 void DestroyArchive(TVHandle* archive) { api::destroy<Archive>(archive); }
 
-// Archives: names
-// ----------------------------------------------------------------------------------
+// Archives: names ---------------------------------------------------------------------------------
 
 const char* GetArchiveName(TVHandle* archive) {
   return archiveText(archive, [](auto& handle) { return handle.archiveName(); });
@@ -222,8 +216,7 @@ const char* GetFullQualWorkfileName(TVHandle* archive) {
   return archiveText(archive, [](auto& handle) { return handle.fullWorkName(); });
 }
 
-// Archives: what the archive file says
-// -------------------------------------------------------------
+// Archives: what the archive file says ------------------------------------------------------------
 
 const char* GetArchiveDescription(TVHandle* archive) {
   return archiveInfoText(archive, &TVArchiveMemberHandle::description);
@@ -265,8 +258,7 @@ int32_t ArchiveLockedByOther(TVHandle* archive) { return ArchiveLockedByMe(archi
 int32_t ArchiveLockedExclusive(TVHandle* archive) { return ArchiveLockedByMe(archive); }
 int32_t ArchiveLockedMultiple(TVHandle* archive) { return ArchiveLockedByMe(archive); }
 
-// Branches
-// -----------------------------------------------------------------------------------------
+// Branches ----------------------------------------------------------------------------------------
 
 TVHandle* GetFirstBranch(TVHandle* parent) { return api::first<Branching, Branch>(parent); }
 TVHandle* GetNextBranch(TVHandle* parent) { return api::next<Branching, Branch>(parent); }
@@ -277,8 +269,7 @@ const char* GetBranchName(TVHandle* branch) { return itemName(branch); }
 int32_t OpenBranch(TVHandle* branch) { return api::open<Branch>(branch); }
 int32_t CloseBranch(TVHandle* branch) { return api::close<Branch>(branch); }
 
-// Revisions
-// ----------------------------------------------------------------------------------------
+// Revisions ---------------------------------------------------------------------------------------
 
 TVHandle* GetFirstRevision(TVHandle* branch) { return api::first<Line, Revision>(branch); }
 TVHandle* GetNextRevision(TVHandle* branch) { return api::next<Line, Revision>(branch); }
@@ -292,8 +283,7 @@ const char* GetRevisionNumber(TVHandle* revision) {
 int32_t OpenRevision(TVHandle* revision) { return api::open<Revision>(revision); }
 int32_t CloseRevision(TVHandle* revision) { return api::close<Revision>(revision); }
 
-// Labels
-// -------------------------------------------------------------------------------------------
+// Labels ------------------------------------------------------------------------------------------
 
 TVHandle* GetFirstLabel(TVHandle* revision) { return api::first<Revision, Label>(revision); }
 TVHandle* GetNextLabel(TVHandle* revision) { return api::next<Revision, Label>(revision); }

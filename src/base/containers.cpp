@@ -20,8 +20,7 @@ std::vector<VObject*>::const_iterator equalIn(const std::vector<VObject*>& eleme
 
 }  // namespace
 
-// VObjArray
-// ----------------------------------------------------------------------------------------
+// VObjArray ---------------------------------------------------------------------------------------
 
 VObject* VObjArray::at(int index) const { return elementAt(slots_, index); }
 
@@ -45,8 +44,7 @@ void VObjArray::deleteAll() {
   }
 }
 
-// VOrdCollect and VIterator
-// ------------------------------------------------------------------------
+// VOrdCollect and VIterator -----------------------------------------------------------------------
 
 VObject* VOrdCollect::remove(const VObject* object) {
   const auto found = std::find(elements_.rbegin(), elements_.rend(), object);
@@ -78,8 +76,7 @@ VObject* VIterator::previous() {
   return current();
 }
 
-// VSet
-// ---------------------------------------------------------------------------------------------
+// VSet --------------------------------------------------------------------------------------------
 
 const VSet::Bucket& VSet::bucketOf(const VObject* key) const {
   return buckets_[static_cast<uint32_t>(key->hash()) % buckets_.size()];

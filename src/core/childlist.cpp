@@ -121,8 +121,7 @@ void TVChildList::dropRetired() {
   find_.position = position < kept ? position : -1;
 }
 
-// Sort rules
-// ---------------------------------------------------------------------------------------
+// Sort rules --------------------------------------------------------------------------------------
 
 TVChildList::SortRow& TVChildList::row(const VClassRecord* record) {
   for (SortRow& known : rows_) {
@@ -311,8 +310,7 @@ bool TVChildList::isBefore(const Entry& a, const Entry& b) {
   return left.handle->object()->compareTo(*right.handle->object(), *this) < 0;
 }
 
-// Walks
-// --------------------------------------------------------------------------------------------
+// Walks -------------------------------------------------------------------------------------------
 
 TVHandle& TVChildList::step(int from, int direction, const VClassRecord* record, int* position) {
   const int count = static_cast<int>(entries_.size());
@@ -365,8 +363,7 @@ void TVChildList::collect(VOrdCollect* target, const VClassRecord* record) {
   }
 }
 
-// Finds
-// --------------------------------------------------------------------------------------------
+// Finds -------------------------------------------------------------------------------------------
 
 TVHandle& TVChildList::find(const VString& key, VCase letterCase, const VClassRecord* record,
                             TVSortType sortType, int* position) {

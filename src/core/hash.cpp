@@ -43,8 +43,7 @@ TVHash::~TVHash() {
   for (TVIterator* i = iterators_; i != nullptr; i = i->nextIterator_) i->table_ = nullptr;
 }
 
-// Lookups
-// ------------------------------------------------------------------------------------------
+// Lookups -----------------------------------------------------------------------------------------
 
 ChainKey TVHash::equalTo(const VObject* key) const {
   return {.object = key,
@@ -90,8 +89,7 @@ VObject* TVHash::findIdentical(const VObject* value) {
   return findBy(identicalTo(value));
 }
 
-// Changes
-// ------------------------------------------------------------------------------------------
+// Changes -----------------------------------------------------------------------------------------
 
 bool TVHash::enter(const ChainEntry& entry) {
   const int32_t bucket = bucketOfHash(entry.hash, bucketCount_);
@@ -205,8 +203,7 @@ void TVHash::clearAndDelete() {
   for (VObject* value : doomed) delete value;
 }
 
-// Contents
-// -----------------------------------------------------------------------------------------
+// Contents ----------------------------------------------------------------------------------------
 
 int TVHash::size() const { return chains_ == nullptr ? 0 : chains_->size(); }
 
@@ -220,8 +217,7 @@ std::vector<VObject*> TVHash::values() const {
   return all;
 }
 
-// Growth
-// -------------------------------------------------------------------------------------------
+// Growth ------------------------------------------------------------------------------------------
 
 void TVHash::checkGrow() {
   const int32_t larger = judgeChains();
@@ -281,8 +277,7 @@ int TVHash::resize(int bucketCount) {
   return old;
 }
 
-// Walks
-// --------------------------------------------------------------------------------------------
+// Walks -------------------------------------------------------------------------------------------
 
 void TVHash::settle(TVIterator* iterator, int32_t bucket, uint32_t ordinal) const {
   iterator->bucket_ = chains_->settle(bucket, &ordinal) ? bucket : -1;
@@ -334,8 +329,7 @@ void TVIterator::rewind() {
   if (table_ != nullptr) table_->iteratorBegin(this);
 }
 
-// Tables without an order of their own
-// -------------------------------------------------------------
+// Tables without an order of their own ------------------------------------------------------------
 
 void TVHash::touch(VObject*) {}
 void TVHash::entered(VObject*) {}

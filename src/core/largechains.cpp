@@ -8,8 +8,7 @@
 
 namespace foldapi {
 
-// TagIndex
-// -----------------------------------------------------------------------------------------
+// TagIndex ----------------------------------------------------------------------------------------
 
 TagIndex::TagIndex(size_t expected) {
   while (4 * expected > 3 * (size_t{1} << bits_)) ++bits_;
@@ -56,8 +55,7 @@ size_t TagIndex::indexOf(uint32_t tag, uint32_t chain, uint32_t ordinal) const {
   return index;
 }
 
-// RemovalCounts
-// ------------------------------------------------------------------------------------
+// RemovalCounts -----------------------------------------------------------------------------------
 
 void RemovalCounts::change(uint32_t ordinal, int by) {
   for (size_t i = size_t{ordinal} + 1; i <= sums_.size(); i += i & (~i + 1)) {
@@ -73,8 +71,7 @@ uint32_t RemovalCounts::before(uint32_t ordinal) const {
 
 void RemovalCounts::clear() { std::fill(sums_.begin(), sums_.end(), 0); }
 
-// Chain
-// --------------------------------------------------------------------------------------------
+// Chain -------------------------------------------------------------------------------------------
 
 uint32_t Chain::append(const ChainEntry& entry) {
   if (entries_.size() == gaps_.size()) grow();
@@ -160,8 +157,7 @@ void Chain::compact(Moved moved) {
   hasGaps_ = false;
 }
 
-// BucketPages
-// --------------------------------------------------------------------------------------
+// BucketPages -------------------------------------------------------------------------------------
 
 BucketPages::BucketPages(int32_t bucketCount)
     : pages_((static_cast<size_t>(bucketCount) + kPageSize - 1) / kPageSize) {}
@@ -197,8 +193,7 @@ int32_t BucketPages::nextUsed(int32_t from) const {
   return -1;
 }
 
-// LargeChains
-// --------------------------------------------------------------------------------------
+// LargeChains -------------------------------------------------------------------------------------
 
 // Several entries may have one tag, and all of them if a class gives no fingerprint: the first in
 // the chain counts.

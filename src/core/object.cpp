@@ -50,8 +50,7 @@ uint64_t TVObject::fingerprint() const {
   return fingerprint_;
 }
 
-// What an object without storage answers
-// -----------------------------------------------------------
+// What an object without storage answers ----------------------------------------------------------
 
 std::unique_ptr<TVStorageLock> TVObject::lockStorage(TVHandle&) {
   return std::make_unique<TVStorageLock>();
@@ -109,8 +108,7 @@ int TVObject::compareTo(const TVObject& other, TVChildList& list) const {
   return isA()->ordinal - other.isA()->ordinal;
 }
 
-// Broadcasts
-// ---------------------------------------------------------------------------------------
+// Broadcasts --------------------------------------------------------------------------------------
 
 // What the operation does to one child may change or destroy others: all of them are held. Below a
 // root each child has a configuration of its own, so it becomes the context there.
@@ -149,8 +147,7 @@ int TVObject::archiveAction4(TVHandle& context, TVPutOptions& options) {
   return broadcast(&TVObject::archiveAction4, context, options);
 }
 
-// References
-// ---------------------------------------------------------------------------------------
+// References --------------------------------------------------------------------------------------
 
 void TVObject::addReference(int count) {
   for (TVObject* object = this; object != nullptr; object = object->owner_) {
@@ -197,8 +194,7 @@ void TVObject::acquireBusy() {
   busy_ = true;
 }
 
-// Uses and edits
-// -----------------------------------------------------------------------------------
+// Uses and edits ----------------------------------------------------------------------------------
 
 void TVObject::beginUse(TVHandle& context) {
   forEachChild([](TVObject* child) { child->addReference(1); });
@@ -315,8 +311,7 @@ int TVObject::writeInOwner(TVHandle& context) {
   return writeNewChild(context, *owner_->lockData_);
 }
 
-// The cache
-// ----------------------------------------------------------------------------------------
+// The cache ---------------------------------------------------------------------------------------
 
 TVObject* TVObject::mergeIntoCache(std::unique_ptr<TVObject> fresh, bool* known) {
   TVObject* owner = fresh->owner_;
@@ -376,8 +371,7 @@ void TVObject::rekeyInOwnerTable(uint64_t fingerprintBefore) {
   if (!transient_ && owner_ != nullptr) owner_->children_.rekey(this, fingerprintBefore);
 }
 
-// Destruction
-// --------------------------------------------------------------------------------------
+// Destruction -------------------------------------------------------------------------------------
 
 void TVObject::destroyObject(TVHandle& context, TVRemoval removal) {
   if (deleted_) return;

@@ -54,8 +54,7 @@ std::vector<VObject*> TVQueuedHash::values() const {
   return all;
 }
 
-// The queue
-// ----------------------------------------------------------------------------------------
+// The queue ---------------------------------------------------------------------------------------
 
 void TVQueuedHash::insert(TVQueuedValue* value, TVQueuedValue* older, TVQueuedValue* newer) {
   value->older_ = older;

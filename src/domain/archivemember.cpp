@@ -97,8 +97,7 @@ uint64_t TVArchiveMember::computeFingerprint() const {
   return fingerprintText(names_.archivePath.view(), state);
 }
 
-// Sorting
-// ------------------------------------------------------------------------------------------
+// Sorting -----------------------------------------------------------------------------------------
 
 std::string_view TVArchiveMember::sortKey(int* index, TVSortType sortType,
                                           std::string* scratch) const {
@@ -135,8 +134,7 @@ TVObject::KeyParts TVArchiveMember::keyParts(std::string_view key, TVSortType so
   return {{key}, 1};
 }
 
-// Names
-// --------------------------------------------------------------------------------------------
+// Names -------------------------------------------------------------------------------------------
 
 // A text that shows which separator the paths around this member use: a workfile "pid.c" in
 // "control" is joined as its archive and its folders are written.
@@ -198,8 +196,7 @@ VString TVArchiveMember::name(const TVOptionArray& options) const {
   return qualWorkName() + "\t(" + qualArchiveName() + ")";
 }
 
-// What an archive that nobody can read knows
-// -------------------------------------------------------
+// What an archive that nobody can read knows ------------------------------------------------------
 
 namespace {
 
@@ -245,8 +242,7 @@ std::unique_ptr<TVObject> TVArchiveMemberOptions::makeObject(const TVMemberNames
   return std::make_unique<TVArchiveMember>(names, owner, caching);
 }
 
-// The handle
-// ---------------------------------------------------------------------------------------
+// The handle --------------------------------------------------------------------------------------
 
 VPathString TVArchiveMemberHandle::workName() const {
   const auto* member = as<TVArchiveMember>();

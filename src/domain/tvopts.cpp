@@ -23,8 +23,7 @@ VBool finish(TVProjectFolderHandle& project, bool valid, TVAlert alert) {
 
 }  // namespace
 
-// All options
-// ----------------------------------------------------------------------------------------
+// All options -------------------------------------------------------------------------------------
 
 VBool TVOptionsBase::validate(TVProjectFolderHandle&, TVAlert) { return true; }
 
@@ -36,8 +35,7 @@ VBool TVOptionsBase::prepare(const TVHandle* item, TVAlert alert) {
   return validate(handle, alert);
 }
 
-// Check-out
-// ------------------------------------------------------------------------------------------
+// Check-out ---------------------------------------------------------------------------------------
 
 void TVGetOptions::setCutoffDate(const VString& date) {
   flags &= ~(kOtherDate | kLatest);
@@ -73,8 +71,7 @@ VBool TVGetOptions::validate(TVProjectFolderHandle& project, TVAlert alert) {
   return finish(project, dateIsGood && groupIsGood, alert);
 }
 
-// Check-in
-// -------------------------------------------------------------------------------------------
+// Check-in ----------------------------------------------------------------------------------------
 
 void TVPutOptions::setUnchanged(uint32_t bits) {
   choose(&flags, kPutUnchanged | kRefuseUnchanged | kAsk, bits);
@@ -84,8 +81,7 @@ void TVPutOptions::setLabel(uint32_t bits) { choose(&flags, kMoveLabel | kAskLab
 void TVPutOptions::setBranch(VBool on) { setBit(&flags, kBranch, on); }
 void TVPutOptions::setOlder(VBool on) { setBit(&flags, kOlder, on); }
 
-// Differences and reports
-// ----------------------------------------------------------------------------
+// Differences and reports -------------------------------------------------------------------------
 
 void TVDiffOptions::set(uint32_t bit, bool on) { setBit(&flags, bit, on); }
 

@@ -38,8 +38,7 @@ const VString& storageDirOf(const TVObject* owner, Side side) {
   return none;
 }
 
-// Folders
-// ------------------------------------------------------------------------------------------
+// Folders -----------------------------------------------------------------------------------------
 
 TVArchiveFolder52::TVArchiveFolder52(VString name, VString privateWorkDir, TVPrivacy privacy,
                                      TVObject* owner, TVCaching caching)
@@ -89,8 +88,7 @@ std::unique_ptr<TVObject> TVArchiveFolder52Options::makeObject(const VString& na
   return std::make_unique<TVArchiveFolder52>(name, privateWorkDir, privacy, owner, caching);
 }
 
-// Members
-// ------------------------------------------------------------------------------------------
+// Members -----------------------------------------------------------------------------------------
 
 // The record lies in the owner's public file if it has one, else in the private one: never in both.
 int TVArchiveMember52::writeChild(TVHandle& context, TVStorageLock& ownerLock) {

@@ -136,8 +136,7 @@ VString branchName(std::string_view number) {
 
 }  // namespace
 
-// The place in the list
-// -----------------------------------------------------------------------------------------
+// The place in the list ---------------------------------------------------------------------------
 
 void TVTreePlace::setTree(const TrvsRevTree* tree) {
   if (tree == tree_) return;
@@ -145,8 +144,7 @@ void TVTreePlace::setTree(const TrvsRevTree* tree) {
   tree_ = tree;
 }
 
-// Branches
-// -----------------------------------------------------------------------------------------
+// Branches ----------------------------------------------------------------------------------------
 
 TVBranch52::TVBranch52(VString name, int level, int32_t itemNumber, const TrvsRevTree* tree,
                        TVObject* owner, TVCaching caching)
@@ -173,8 +171,7 @@ void mergeBranch(TVObject& owner, VString name, int level, int32_t itemNumber,
       ->setTree(tree);
 }
 
-// Revisions
-// ----------------------------------------------------------------------------------------
+// Revisions ---------------------------------------------------------------------------------------
 
 TVRevision52::TVRevision52(VString number, TVRevisionTexts texts, VBool isLocked, int level,
                            const TrvsRevTree* tree, TVObject* owner, TVCaching caching)

@@ -40,8 +40,7 @@ constexpr std::string_view kFormatHead = "[FORMAT=TRVS_GUI]\nVersion=5.2\n\n";
 
 }  // namespace
 
-// TVDataFile
-// ---------------------------------------------------------------------------------------
+// TVDataFile --------------------------------------------------------------------------------------
 
 TVDataFile::TVDataFile(TVHandle& context, Missing missing, Failures failures, Access access)
     : context_(context), missing_(missing), report_(failures == Failures::kTold), access_(access) {}
@@ -143,8 +142,7 @@ int TVDataFile::openWithoutLocks(const VPathString& path, std::unique_ptr<TextFi
   return kFolderWriteFailed;
 }
 
-// TVDataFileReader
-// ---------------------------------------------------------------------------------
+// TVDataFileReader --------------------------------------------------------------------------------
 
 TVDataFileReader::TVDataFileReader(TVObject* owner, TVHandle& context, const VPathString& path,
                                    const VString& directory, const KeyTableEntry* sections,
@@ -340,8 +338,7 @@ int TVDataFileReader::readDocumentRecord(OptionalText value) {
   return kRecordTaken;
 }
 
-// TVDataFileWriter
-// ---------------------------------------------------------------------------------
+// TVDataFileWriter --------------------------------------------------------------------------------
 
 TVDataFileWriter::TVDataFileWriter(TVHandle& context, VPathString publicPath,
                                    VPathString privatePath)
@@ -393,8 +390,7 @@ void TVDataFileWriter::reportWriteFailure(Side side, TVHandle& context) const {
   context.sink().error(context, FolderFileMessage(kFolderWriteFailed, path(side).text()));
 }
 
-// TVDataFilePair
-// -----------------------------------------------------------------------------------
+// TVDataFilePair ----------------------------------------------------------------------------------
 
 VString storageDirectory(const VString& ownerDirectory, std::string_view dir) {
   return dir.empty() ? VString() : VString(joinPath(ownerDirectory.view(), dir));

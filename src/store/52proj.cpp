@@ -46,8 +46,7 @@ TVProjectFolder52::~TVProjectFolder52() {
   }
 }
 
-// The record in the root's files
-// -------------------------------------------------------------------
+// The record in the root's files ------------------------------------------------------------------
 
 std::string TVProjectFolder52::record(Side side) const {
   const bool isPublic = side == Side::kPublic;
@@ -62,8 +61,7 @@ std::string TVProjectFolder52::record(Side side) const {
   return text + (isPublic ? "\n" : "OWNERSHIP=PUBLIC\n\n");
 }
 
-// The project's own pair
-// ---------------------------------------------------------------------------
+// The project's own pair --------------------------------------------------------------------------
 
 int TVProjectFolder52::readSide(Side side, TVHandle& context, const TVDataFileWriter* writer) {
   if (files_.directory(side).isEmpty()) {
@@ -118,8 +116,7 @@ void TVProjectFolder52::loadCache(TVHandle& context) {
   cache_->loadIfCurrent();
 }
 
-// New projects
-// -------------------------------------------------------------------------------------
+// New projects ------------------------------------------------------------------------------------
 
 bool TVProjectFolder52::nameDirectory(Side side, TVHandle& context) {
   const auto* root = static_cast<const TVProjectRoot*>(owner());

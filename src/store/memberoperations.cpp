@@ -61,8 +61,7 @@ TVObject* findMember(TVObject& folder, const TVMemberNames& names) {
 
 }  // namespace
 
-// Check-out and check-in
-// -----------------------------------------------------------------------------
+// Check-out and check-in --------------------------------------------------------------------------
 
 int TVArchiveMember52::getRevision(TVHandle& context, const TVGetOptions& options) {
   return checkOut(context, target(), options);
@@ -99,8 +98,7 @@ int TVArchiveMember52::checkIn(TVHandle& context, const Target& target,
   return reportToolkitStatus(context, status, target.archive.text());
 }
 
-// Unlock
-// ---------------------------------------------------------------------------------------------
+// Unlock ------------------------------------------------------------------------------------------
 
 int TVArchiveMember52::unlockRevision(TVHandle& context, const TVUnlockOptions& options) {
   using Options = TVUnlockOptions;
@@ -150,8 +148,7 @@ int TVArchiveMember52::takeLocks(TVHandle& context, const Target& target, bool w
   }
 }
 
-// The name of an archive
-// -------------------------------------------------------------------------------
+// The name of an archive --------------------------------------------------------------------------
 
 int TVArchiveMember52::computeArchiveName(TVHandle& context) {
   TVMemberNames wanted = names();
@@ -191,8 +188,7 @@ int TVArchiveMember52::computeNames(TVHandle& context, TVMemberNames* names) con
   return kResultDone;
 }
 
-// A new archive
-// --------------------------------------------------------------------------------------
+// A new archive -----------------------------------------------------------------------------------
 
 // An archive that is there already becomes the member's own, without a check-in.
 int TVArchiveMember52::createArchive(TVHandle& context, const TVPutOptions& options) {

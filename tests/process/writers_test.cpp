@@ -98,8 +98,7 @@ TEST_F(Writers, WaitForAnotherWriterAndGiveWayToAReader) {
   }
 }
 
-// Killed writers
-// ------------------------------------------------------------------------------------
+// Killed writers ----------------------------------------------------------------------------------
 
 // One step of a writer. The plan says what a step does, so whoever knows how many were acknowledged
 // knows what must be there.

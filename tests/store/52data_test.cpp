@@ -21,8 +21,7 @@ using Access = TVDataFile::Access;
 using Missing = TVDataFile::Missing;
 using Failures = TVDataFile::Failures;
 
-// Opening
-// ------------------------------------------------------------------------------------------
+// Opening -----------------------------------------------------------------------------------------
 
 class OpenLocked : public Store {
  protected:
@@ -176,8 +175,7 @@ TEST_F(OpenLocked, TellsThatThereAreNoLocks) {
             "error F cannot be changed, since the file system that it is on has no locks.\n");
 }
 
-// What the records of both files make
-// --------------------------------------------------------------
+// What the records of both files make -------------------------------------------------------------
 
 class Merge : public Store {};
 
@@ -284,8 +282,7 @@ TEST_F(Merge, FoldersComeFromEitherFile) {
   }
 }
 
-// What can't be read is not lost
-// -------------------------------------------------------------------
+// What can't be read is not lost ------------------------------------------------------------------
 
 class Unread : public Store {};
 
