@@ -114,11 +114,7 @@ class DateReader {
     if (date.month == kMissing) date.month = (date.year == kMissing ? today_ : filling_).month;
     if (date.day == kMissing) date.day = (dateCount_ == 0 ? today_ : filling_).day;
     if (date.year == kMissing) date.year = today_.year;
-    if (date.year < 80) {
-      date.year += 2000;
-    } else if (date.year < 1000) {
-      date.year += 1980;  // 200 to 999 become years that are too late: they are no short years.
-    }
+    if (date.year < 80) date.year += 2000;  // The scanner has read 80 to 199.
     completeDay();
     completeTime();
   }

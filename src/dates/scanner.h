@@ -21,26 +21,27 @@ enum Status : int32_t {
   kValueError = 2,   // An unknown word, a day that there isn't, a field twice.
 };
 
-// What a piece of a date text is. The bits tell where it may belong and what it makes of a number
-// beside it.
+// Where a piece of a date text may belong, and what it makes of a number beside it.
+constexpr int kInDate = 0x10;
+constexpr int kInTime = 0x20;
+constexpr int kDateBefore = 0x40;  // A number before it belongs to a date,
+constexpr int kTimeBefore = 0x80;  // to a time;
+constexpr int kDateAfter = 0x100;  // a number after it to a date,
+constexpr int kTimeAfter = 0x200;  // to a time.
+
+// What a piece is: the bits above, and a number of its own.
 enum TokenKind : int {
   kEnd = 0,
-  kMonthWord = 0x81,
-  kYearNumber = 0x82,
-  kDateNumber = 0x88,
-  kTimeNumber = 0x49,
-  kAnyNumber = 0xc7,
-  kDateSeparator = 0x383,
-  kTimeSeparator = 0xc46,
-  kAmWord = 0x944,
-  kPmWord = 0x945,
+  kMonthWord = kInDate | 1,
+  kYearNumber = kInDate | 2,
+  kDateNumber = kInDate | 3,
+  kTimeNumber = kInTime | 4,
+  kAnyNumber = kInDate | kInTime | 5,
+  kDateSeparator = kInDate | kDateBefore | kDateAfter | 6,
+  kTimeSeparator = kInTime | kTimeBefore | kTimeAfter | 7,
+  kAmWord = kInTime | kTimeBefore | kDateAfter | 8,
+  kPmWord = kInTime | kTimeBefore | kDateAfter | 9,
 };
-constexpr int kInDate = 0x80;
-constexpr int kInTime = 0x40;
-constexpr int kDateBefore = 0x200;  // A number before it belongs to a date,
-constexpr int kTimeBefore = 0x800;  // to a time;
-constexpr int kDateAfter = 0x100;   // a number after it to a date,
-constexpr int kTimeAfter = 0x400;   // to a time.
 
 struct Token {
   TokenKind kind = kEnd;
