@@ -86,16 +86,16 @@ class File {
   const FileStatus& status() const { return status_; }
   uint64_t size() const { return status_.size; }
   // Asks again.
-  bool refresh();
+  [[nodiscard]] bool refresh();
 
   // Takes or changes the lock of this open file.
   FileResult tryLock(Lock lock) const;
   // Whether `path` names this file, and not one that was put in its place. If so, status() is the
   // present one.
-  bool confirm(const char* path, Links links = Links::kFollowed);
+  [[nodiscard]] bool confirm(const char* path, Links links = Links::kFollowed);
 
   // False if not all of `size` bytes are there, or reading fails.
-  bool readAt(uint64_t offset, void* buffer, size_t size) const;
+  [[nodiscard]] bool readAt(uint64_t offset, void* buffer, size_t size) const;
   // Whether reading has failed since the file was opened, or gave less than size() tells, so that
   // what is missing may be there all the same. failure() is kDone if not.
   bool hasFailed() const { return failure_ != FileResult::kDone; }
@@ -106,14 +106,14 @@ class File {
   FileResult readAll(uint64_t largest, std::string* bytes);
 
   // Writes all of `bytes`; false on failure, with an unknown part of them written.
-  bool writeAt(uint64_t offset, std::string_view bytes) const;
+  [[nodiscard]] bool writeAt(uint64_t offset, std::string_view bytes) const;
   // Adds `bytes` at the end by one write. On failure the file has its old size again.
-  bool append(std::string_view bytes);
+  [[nodiscard]] bool append(std::string_view bytes);
   bool setSize(uint64_t size) const;
   // Whether its owner may write, or nobody.
   FileResult setWritable(bool isWritable) const;
   // Waits until what was written is on the device.
-  bool sync() const;
+  [[nodiscard]] bool sync() const;
 
  private:
   friend class MappedFile;

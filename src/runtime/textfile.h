@@ -41,7 +41,7 @@ class TextFile {
   // Opens an existing file and reads it. Null on failure, with the reason in *failure.
   static std::unique_ptr<TextFile> open(std::string_view path, Access access, Failure* failure);
   // Makes an empty file if there is none. False if that fails.
-  static bool create(std::string_view path);
+  [[nodiscard]] static bool create(std::string_view path);
 
   TextFile(const TextFile&) = delete;
   TextFile& operator=(const TextFile&) = delete;
@@ -73,9 +73,9 @@ class TextFile {
 
   // Brings the changes to the disk, all or nothing; nothing to do without changes. The hold stays,
   // on the new file too. False on failure, with the old file as it was.
-  bool commit();
+  [[nodiscard]] bool commit();
   // Takes back a commit() that only added. False if that fails: what was added stays on disk then.
-  bool takeBack();
+  [[nodiscard]] bool takeBack();
 
   // The stamp of the file as it now stands on disk, taken through the open file.
   FileStamp stamp() const;
