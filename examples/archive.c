@@ -26,8 +26,8 @@ static struct {
 
 /* Prints one line for a step, and ends the program if the step failed. */
 static void report(int32_t status, const char* what) {
-  printf("%-52s %s\n", what, status == 0 ? "done" : "FAILED");
-  if (status == 0) return;
+  printf("%-52s %s\n", what, status == TRVS_DONE ? "done" : "FAILED");
+  if (status == TRVS_DONE) return;
   fprintf(stderr, "archive: %s: %s\n", what, TrvsStatusText(status));
   exit(1);
 }
@@ -101,7 +101,8 @@ static void checkOut(const Revision* revision) {
   snprintf(what, sizeof what, "check out %s and compare", revision->number);
   int32_t status = TrvsGetRevision(TRVS_CONTEXT, paths.both, 0, revision->number, NULL, NULL, 0,
                                    NULL, 0, TRVS_GET_OVERWRITE);
-  if (status == 0 && !isContent(paths.workfile, revision->content)) fail("the bytes differ");
+  if (status == TRVS_DONE && !isContent(paths.workfile, revision->content))
+    fail("the bytes differ");
   report(status, what);
 }
 

@@ -30,6 +30,7 @@ MAY_INCLUDE = {
 MAY_INCLUDE_TOO = {
     "base": ["os/clock.h", "os/file.h"],
     "runtime": ["kstrinin/kstrinin.h"],
+    "domain": ["btkf520/btkf520.h"],
     "store": ["btkf520/btkf520.h", "kstrinin/kstrinin.h", "os/clock.h", "os/environment.h",
               "os/file.h", "os/program.h"],
     "toolkit": ["btkf520/btkf520.h", "os/clock.h", "os/file.h"],

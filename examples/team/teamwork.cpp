@@ -16,7 +16,7 @@ namespace team {
 namespace {
 
 void expectDone(int32_t status, const std::string& what) {
-  if (status == 0) return;
+  if (status == TRVS_DONE) return;
   throw std::runtime_error("can't " + what + ": " + TrvsStatusText(status));
 }
 

@@ -61,6 +61,14 @@ const char* archiveInfoText(TVHandle* token, int (TVArchiveMemberHandle::*query)
   return api::guarded("", [&] { return api::clientText(api::filled<Archive>(token, query)); });
 }
 
+// The status word goes to the client as it is.
+static_assert(foldapi::kStatusReadable == FOLDAPI_STATUS_READABLE &&
+              foldapi::kStatusLockedByOther == FOLDAPI_STATUS_LOCKED_BY_OTHER &&
+              foldapi::kStatusLockedExclusive == FOLDAPI_STATUS_LOCKED_EXCLUSIVE &&
+              foldapi::kStatusLockedMultiple == FOLDAPI_STATUS_LOCKED_MULTIPLE &&
+              foldapi::kStatusHasRevisions == FOLDAPI_STATUS_HAS_CHILDREN &&
+              foldapi::kStatusLockedByMe == FOLDAPI_STATUS_LOCKED_BY_ME);
+
 int32_t archiveHasStatus(TVHandle* token, int32_t mask) {
   return (GetArchiveStatus(token) & mask) != 0 ? 1 : 0;
 }

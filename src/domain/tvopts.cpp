@@ -93,9 +93,10 @@ struct LogMode {
 };
 
 constexpr LogMode kLogModes[] = {
-    {TVLogOptions::kFull, 0},      {TVLogOptions::kBrief, 0x20},  {TVLogOptions::kNewest, 0x80},
-    {TVLogOptions::kLabels, 0x10}, {TVLogOptions::kLocked, 0x40}, {TVLogOptions::kByAuthor, 0x1},
-    {TVLogOptions::kByDate, 0x2},  {TVLogOptions::kGroups, 0x8},
+    {TVLogOptions::kFull, TRVS_LOG_FULL},      {TVLogOptions::kBrief, TRVS_LOG_BRIEF},
+    {TVLogOptions::kNewest, TRVS_LOG_NEWEST},  {TVLogOptions::kLabels, TRVS_LOG_LABELS},
+    {TVLogOptions::kLocked, TRVS_LOG_LOCKED},  {TVLogOptions::kByAuthor, TRVS_LOG_BY_AUTHOR},
+    {TVLogOptions::kByDate, TRVS_LOG_BY_DATE}, {TVLogOptions::kGroups, TRVS_LOG_GROUPS},
 };
 
 constexpr uint32_t kLogOptions = TVLogOptions::kOldestFirst | TVLogOptions::kNoHeading;

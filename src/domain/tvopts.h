@@ -9,6 +9,7 @@
 
 #include "base/vbool.h"
 #include "base/vstring.h"
+#include "btkf520/btkf520.h"
 
 namespace foldapi {
 
@@ -34,13 +35,13 @@ class TVOptionsBase {
 class TVGetOptions : public TVOptionsBase {
  public:
   enum Flag : uint32_t {
-    kLock = 0x2,
-    kOtherDate = 0x4,
-    kArchiveTime = 0x8,
-    kWritable = 0x10,
-    kOverwriteAlways = 0x20,
-    kOverwriteNever = 0x40,
-    kLatest = 0x80,
+    kLock = TRVS_GET_LOCK,
+    kOtherDate = TRVS_GET_IF_NEWER,
+    kArchiveTime = TRVS_GET_ARCHIVE_TIME,
+    kWritable = TRVS_GET_WRITABLE,
+    kOverwriteAlways = TRVS_GET_OVERWRITE,
+    kOverwriteNever = TRVS_GET_KEEP,
+    kLatest = TRVS_GET_LATEST,
   };
 
   // Checks dates and promotion group.
@@ -74,15 +75,15 @@ class TVGetOptions : public TVOptionsBase {
 class TVPutOptions {
  public:
   enum Flag : uint32_t {
-    kKeepLock = 0x1,
-    kKeepReadOnly = 0x2,
-    kBranch = 0x4,
-    kOlder = 0x8,
-    kMoveLabel = 0x10,
-    kAsk = 0x20,  // Together with kRefuseUnchanged.
-    kRefuseUnchanged = 0x40,
-    kPutUnchanged = 0x80,
-    kAskLabel = 0x4000,
+    kKeepLock = TRVS_PUT_KEEP_LOCK,
+    kKeepReadOnly = TRVS_PUT_READ_ONLY,
+    kBranch = TRVS_PUT_BRANCH,
+    kOlder = TRVS_PUT_OLDER,
+    kMoveLabel = TRVS_PUT_MOVE_LABEL,
+    kAsk = TRVS_PUT_ASK_UNCHANGED,  // Together with kRefuseUnchanged.
+    kRefuseUnchanged = TRVS_PUT_REFUSE_UNCHANGED,
+    kPutUnchanged = TRVS_PUT_UNCHANGED,
+    kAskLabel = TRVS_PUT_ASK_LABEL,
   };
 
   // What happens to an unchanged workfile, one of three.
@@ -138,11 +139,11 @@ class TVDiffOptions : public TVOptionsBase {
  public:
   enum Kind : int32_t { kViewer = 0, kReport = 1, kTest = 3 };
   enum Flag : uint32_t {
-    kIgnoreSpace = 0x1,
-    kIgnoreCase = 0x2,
-    kIgnoreLineEnds = 0x4,
-    kNoHeading = 0x8,
-    kStored = 0x10,
+    kIgnoreSpace = TRVS_DIFF_IGNORE_SPACE,
+    kIgnoreCase = TRVS_DIFF_IGNORE_CASE,
+    kIgnoreLineEnds = TRVS_DIFF_IGNORE_LINE_ENDS,
+    kNoHeading = TRVS_DIFF_NO_HEADING,
+    kStored = TRVS_DIFF_STORED,
   };
 
   void setIgnoreSpace(VBool on) { set(kIgnoreSpace, on); }
@@ -189,7 +190,10 @@ class TVLogOptions {
     kByDate = 7,
     kGroups = 8,
   };
-  enum Flag : uint32_t { kOldestFirst = 0x4, kNoHeading = 0x100 };
+  enum Flag : uint32_t {
+    kOldestFirst = TRVS_LOG_OLDEST_FIRST,
+    kNoHeading = TRVS_LOG_NO_HEADING,
+  };
 
   // Revision ends without "*", and good dates. As TVOptionsBase::validate().
   [[nodiscard]] VBool validate(TVProjectFolderHandle& project, TVAlert alert) const;

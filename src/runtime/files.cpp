@@ -1,9 +1,7 @@
 // runtime/files.cpp: what storage code asks and does by path text, in terms of the system's files.
 #include "runtime/files.h"
 
-#include <cerrno>
 #include <new>
-#include <stdexcept>
 
 #include "os/clock.h"
 #include "os/directory.h"
@@ -101,14 +99,9 @@ int setFileTime(std::string_view path, uint32_t packed) {
   return result == FileResult::kDone ? 0 : -1;
 }
 
-int checkAccess(std::string_view path, int mode) {
-  constexpr int kWrite = 0x2;
-  const auto access = (mode & kWrite) != 0 ? os::File::Access::kUpdate : os::File::Access::kRead;
-  const FileResult result = withNativePath(
-      path, [access](const char* native) { return os::checkAccess(native, access); });
-  if (result == FileResult::kDone) return 0;
-  errno = result == FileResult::kMissing ? ENOENT : EACCES;
-  return -1;
+FileResult checkAccess(std::string_view path, os::File::Access access) {
+  return withNativePath(path,
+                        [access](const char* native) { return os::checkAccess(native, access); });
 }
 
 FileResult openFile(std::string_view path, os::File::Access access, os::File* file) {

@@ -56,24 +56,24 @@ int32_t getAttributes(std::string_view path);
 char driveLetter(std::string_view path);
 // Whether the path map knows no place for the drive, or the place is gone. True for no letter.
 bool driveNotReady(char letter);
-// 0 if the file may be used for `mode` (0x2 write, else read), -1 otherwise with errno set. The
-// owner's write bit decides, so a read-only file refuses root as well.
-[[nodiscard]] int checkAccess(std::string_view path, int mode);
+// kDone if the file may be opened like that. The owner's write bit decides, so a read-only file
+// refuses root as well.
+os::FileResult checkAccess(std::string_view path, os::File::Access access);
 
 os::FileResult openFile(std::string_view path, os::File::Access access, os::File* file);
 // Whether an open file is still the one that the path names; see os::File::confirm().
-bool confirmFile(std::string_view path, os::File* file);
+[[nodiscard]] bool confirmFile(std::string_view path, os::File* file);
 
 // Reads a whole file into `bytes`. False if it can't be opened or read, or memory is short.
-bool readFile(std::string_view path, std::string* bytes);
+[[nodiscard]] bool readFile(std::string_view path, std::string* bytes);
 
 // Makes the file hold exactly `bytes`, or leaves it as it was, if it can't be written. A new file
 // gets the usual rights, an old one keeps its own; a link stays one. Of several that replace a file
 // at once the last one wins. Where the directory takes no sibling the file is written in place.
-bool replaceFile(std::string_view path, std::string_view bytes);
+[[nodiscard]] bool replaceFile(std::string_view path, std::string_view bytes);
 
 // Makes an empty file if there is none. False if there is none then.
-bool createFile(std::string_view path);
+[[nodiscard]] bool createFile(std::string_view path);
 bool removeFile(std::string_view path);
 
 }  // namespace foldapi

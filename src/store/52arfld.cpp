@@ -217,7 +217,7 @@ uint32_t statusBits(const ArchiveSummary& summary, std::string_view user) {
   uint32_t bits = kStatusReadable;
   if (summary.lockCount > 0) bits |= lockerBits(summary.lockers.view(), user);
   if (summary.lockCount > 1) bits |= kStatusLockedMultiple;
-  if (summary.lockCount == 1 && (summary.attributes & kArchiveExclusiveLocks) != 0) {
+  if (summary.lockCount == 1 && (summary.attributes & TRVS_ATTRIBUTE_EXCLUSIVE_LOCKS) != 0) {
     bits |= kStatusLockedExclusive;
   }
   if (summary.revisionCount > 0) bits |= kStatusHasRevisions;

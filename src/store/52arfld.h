@@ -51,7 +51,7 @@ class TVArchiveMember52 : public TVArchiveMember {
   int version() const override { return kFormat52; }
   // Fetches the revision tree and builds the branch "Trunk" on it. An operation result.
   int readData(TVHandle& context, TVStorageLock* lock) override;
-  // Writes the member's record into its owner's file. 0 or 4.
+  // Writes the member's record into its owner's file. kResultDone or kResultNotWritten.
   int writeChild(TVHandle& context, TVStorageLock& ownerLock) override;
   // The status word: what the archive's summary and the present user's name say together.
   int describe(TVHandle& context, uint32_t* status) override;

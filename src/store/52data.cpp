@@ -94,7 +94,8 @@ int TVDataFile::attempt(const VPathString& path, bool again,
                         std::unique_ptr<TextFile>* stream) const {
   const bool update = access_ == Access::kUpdate;
   if (update && fileExists(path.view())) {
-    if (checkAccess(path.view(), 0x2) != 0) return failed(kFolderWriteFailed, path);
+    const os::FileResult access = checkAccess(path.view(), os::File::Access::kUpdate);
+    if (access != os::FileResult::kDone) return failed(kFolderWriteFailed, path);
   } else if (update && missing_ == Missing::kMade) {
     static_cast<void>(TextFile::create(path.view()));  // The open tells.
   }

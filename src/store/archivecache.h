@@ -48,8 +48,8 @@ class TVArchiveCache {
   void clear() { queue_.clearAndDelete(); }
 
   // The summary of an archive as its file is now: read from the file only if the cache has none, or
-  // if the file changed. 0; 1 out of memory; 28 for a file that is no archive, of which the cache
-  // then has no summary. *summary is the cache's, until it is asked or filled again.
+  // if the file changed. 0; kFolderNoMemory; kFolderNotAnArchive, and the cache then has no
+  // summary. *summary is the cache's, until it is asked or filled again.
   [[nodiscard]] int32_t fetch(const VPathString& archivePath, const ArchiveSummary** summary);
 
   // The summary that is here for an archive, which becomes the newest, or null.

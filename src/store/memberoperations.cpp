@@ -131,16 +131,16 @@ int TVArchiveMember52::takeLocks(TVHandle& context, const Target& target, bool w
   try {
     VString user;
     if (const int result = fetchUser(context, &user)) return result;
-    int32_t lockStatus = 0;
-    int32_t status = 0;
+    int32_t lockStatus = TRVS_DONE;
+    int32_t status = TRVS_DONE;
     {
       TVToolkitBracket bracket(context);
       if (wantsRevision) lockStatus = fetchLockedRevision(target.toolkitName, user, revision);
-      if (lockStatus == 0) {
+      if (lockStatus == TRVS_DONE) {
         status = TrvsUnLockRevision(TRVS_CONTEXT, target.toolkitName.text(), nullptr, user.text());
       }
     }
-    if (lockStatus != 0) return reportToolkitStatus(context, lockStatus, nullptr);
+    if (lockStatus != TRVS_DONE) return reportToolkitStatus(context, lockStatus, nullptr);
     return reportToolkitStatus(context, status, target.archive.text());
   } catch (const std::bad_alloc&) {
     context.sink().error(context, FolderMessage(kFolderNoMemory));

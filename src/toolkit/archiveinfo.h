@@ -23,7 +23,7 @@ class VArchiver;
 struct ArchiveSummary {
   uint32_t fileTime = 0;      // Of the file as read, packed.
   uint32_t creationTime = 0;  // Packed in the clients' order.
-  int32_t attributes = 0;
+  int32_t attributes = 0;     // A sum of TrvsAttribute.
   int32_t revisionCount = 0;
   int32_t lockCount = 0;
   VString accessList = {};
@@ -31,9 +31,6 @@ struct ArchiveSummary {
   VString lockers = {};  // Joined by ",".
   VString headerText = {};
 };
-
-// Bit of ArchiveSummary::attributes: one lock at a time.
-constexpr int32_t kArchiveExclusiveLocks = 0x4;
 
 // The summary of the archive at a path, with what tells whether it is still that of the file.
 class TVArchiveInfo52 : public TVQueuedValue {
@@ -54,8 +51,8 @@ class TVArchiveInfo52 : public TVQueuedValue {
   // knows the time in two-second ticks only; one that proves current by it remembers the file from
   // then on, and one that was loaded here does from the start.
   [[nodiscard]] bool IsCurrent();
-  // Reads the summary from the file. 0, or 28 for anything that is wrong with the file: all but the
-  // path is then empty and 0.
+  // Reads the summary from the file. 0, or kFolderNotAnArchive for anything that is wrong with the
+  // file: all but the path is then empty and 0.
   [[nodiscard]] int32_t Load();
 
   // The fields in the order in which the cache's file has them. The time of a file that was read
@@ -100,8 +97,8 @@ class TVArchiveKey : public VObject {
   std::string_view path_;
 };
 
-// Reads a summary without any cache. 0, 28 as Load(), or 1 when out of memory. *summary changes
-// only with 0.
+// Reads a summary without any cache. 0, kFolderNotAnArchive as Load(), or kFolderNoMemory. *summary
+// changes only with 0.
 [[nodiscard]] int32_t ReadArchiveInfo(const VPathString& path, ArchiveSummary* summary);
 
 }  // namespace foldapi

@@ -72,7 +72,7 @@ VBool TVToolkitSession::enter(TVHandle& context) {
 }
 
 void TVToolkitSession::makeState() {
-  if (TrvsNewState(&state_) != 0) throw std::bad_alloc();
+  if (TrvsNewState(&state_) != TRVS_DONE) throw std::bad_alloc();
   exchangeStates();
   registerWithToolkit();
   exchangeStates();

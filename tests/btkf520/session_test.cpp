@@ -51,24 +51,24 @@ TEST_F(Session, StatusesHaveTexts) {
 TEST_F(Session, StatesKnowNothingOfOneAnother) {
   load("VCSDIR=first\n");
   TrvsState* state = nullptr;
-  ASSERT_EQ(TrvsNewState(&state), 0);
+  ASSERT_EQ(TrvsNewState(&state), TRVS_DONE);
   TrvsState* const second = state;
-  ASSERT_EQ(TrvsExchangeState(&state), 0);
+  ASSERT_EQ(TrvsExchangeState(&state), TRVS_DONE);
   EXPECT_EQ(directories(), "");
   load("NONSENSE\nVCSDIR=second\n");
   EXPECT_EQ(told(), "") << "nothing is registered here";
-  EXPECT_EQ(TrvsFreeState(second), 10) << "in place";
-  ASSERT_EQ(TrvsExchangeState(&state), 0);
+  EXPECT_EQ(TrvsFreeState(second), TRVS_MISUSE) << "in place";
+  ASSERT_EQ(TrvsExchangeState(&state), TRVS_DONE);
   EXPECT_EQ(state, second);
   EXPECT_EQ(directories(), "first");
   load("NONSENSE\n");
   EXPECT_EQ(told(), "line@1");
-  EXPECT_EQ(TrvsFreeState(second), 0);
+  EXPECT_EQ(TrvsFreeState(second), TRVS_DONE);
   state = nullptr;
-  EXPECT_EQ(TrvsExchangeState(&state), 10);
-  EXPECT_EQ(TrvsExchangeState(nullptr), 10);
-  EXPECT_EQ(TrvsNewState(nullptr), 10);
-  EXPECT_EQ(TrvsFreeState(nullptr), 0);
+  EXPECT_EQ(TrvsExchangeState(&state), TRVS_MISUSE);
+  EXPECT_EQ(TrvsExchangeState(nullptr), TRVS_MISUSE);
+  EXPECT_EQ(TrvsNewState(nullptr), TRVS_MISUSE);
+  EXPECT_EQ(TrvsFreeState(nullptr), TRVS_DONE);
 }
 
 }  // namespace
