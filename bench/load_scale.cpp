@@ -8,9 +8,7 @@
 #include <unistd.h>
 
 #include <cstdio>
-#include <cstring>
 #include <memory>
-#include <string>
 #include <vector>
 
 #include "bigproject.h"

@@ -3,7 +3,6 @@
 
 #include <string_view>
 
-#include "base/varchiver.h"
 #include "fuzz_support.h"
 #include "store/archivecache.h"
 

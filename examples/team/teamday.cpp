@@ -1,7 +1,6 @@
 // team/teamday.cpp: the script of the day. Each step says what was done, once it is.
 #include "teamday.h"
 
-#include <algorithm>
 #include <stdexcept>
 
 #include "foldapi/foldapi.h"

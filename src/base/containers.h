@@ -1,7 +1,8 @@
 // base/containers.h: small collections of object pointers.
 //
-// None of them owns its elements, but for the operations that say "delete". Children and handles
-// stand in TVHash (core/hash.h), which has an order and a growth of its own.
+// None of them owns its elements, but for the operations that say "delete". Children stand in
+// TVHash (core/hash.h), which has an order and a growth of its own. What the library doesn't call
+// completes the classes for clients.
 #pragma once
 
 #include <cstddef>

@@ -194,7 +194,7 @@ void TVHandle::markDirty() {
   if (object_ != nullptr) object_->setDirty(true);
 }
 
-int TVHandle::version() const { return object_ == nullptr ? 1 : object_->version(); }
+int TVHandle::version() const { return object_ == nullptr ? kAbstractVersion : object_->version(); }
 VString TVHandle::name() const { return nameWith(TVOptionArray::none()); }
 VString TVHandle::nameWith(const TVOptionArray& options) const {
   return object_ == nullptr ? VString() : object_->name(options);

@@ -1,5 +1,5 @@
-// core/hash.h: TVHash, the table in which every object keeps its children and its handles, and
-// TVIterator, the walk over it.
+// core/hash.h: TVHash, the table in which every object keeps its children, and TVIterator, the walk
+// over it.
 //
 // The order of a table is the order of records on disk, so what decides it is fixed: 17 buckets at
 // the start, a weak text hash, new entries at the end of their chain, and a growth rule that looks

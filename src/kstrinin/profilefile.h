@@ -1,7 +1,6 @@
 // kstrinin/profilefile.h: where the profile is, and how its file is read and changed.
 #pragma once
 
-#include <cstddef>
 #include <cstdint>
 #include <string>
 #include <string_view>

@@ -14,7 +14,6 @@
 #pragma once
 
 #include <memory>
-#include <string>
 #include <string_view>
 
 #include "runtime/files.h"

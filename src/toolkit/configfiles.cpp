@@ -6,7 +6,6 @@
 #include "btkf520/btkf520.h"
 #include "runtime/files.h"
 #include "toolkit/arguments.h"
-#include "toolkit/messages.h"
 
 namespace foldapi {
 

@@ -13,7 +13,6 @@
 #include <filesystem>
 #include <sstream>
 #include <utility>
-#include <vector>
 
 #include "os/directory.h"
 #include "os/systemcalls.h"

@@ -9,7 +9,6 @@
 #include "dates/packedtime.h"
 #include "runtime/nativepath.h"
 #include "runtime/paths.h"
-#include "runtime/zone.h"
 #include "support/files.h"
 #include "support/table.h"
 

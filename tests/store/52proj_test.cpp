@@ -8,7 +8,6 @@
 #include "store/52promo.h"
 #include "store/storefixture.h"
 #include "support/limits.h"
-#include "toolkit/messages.h"
 
 namespace store_test {
 namespace {

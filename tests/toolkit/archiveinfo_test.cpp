@@ -12,6 +12,7 @@
 #include "base/varchiver.h"
 #include "support/database.h"
 #include "support/files.h"
+#include "toolkit/messages.h"
 
 namespace foldapi {
 namespace {
@@ -122,7 +123,7 @@ TEST_F(ArchiveInfoTest, StaleWhenAnythingAboutTheFileChanges) {
   ASSERT_EQ(info.Load(), 0);
   std::filesystem::remove(path_);
   EXPECT_FALSE(info.IsCurrent());
-  EXPECT_EQ(info.Load(), 28);
+  EXPECT_EQ(info.Load(), kFolderNotAnArchive);
   EXPECT_EQ(told(info.summary(), 28), "28 0 0 0 0 |||") << "nothing is left of the last load";
 }
 

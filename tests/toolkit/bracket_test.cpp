@@ -204,7 +204,7 @@ TEST_F(ToolkitCallbacks, MapAnswersToResults) {
   EXPECT_EQ(answers<TrvsNotifyFourCallback>(TRVS_CALLBACK_OPERATION, "a", "b", "c", "d", 5), 0);
   EXPECT_EQ(sink.told(), "four a|b|c|d|5\n");
   EXPECT_EQ(call<TrvsIdleCallback>(TRVS_CALLBACK_IDLE), 0);
-  EXPECT_EQ(call<TrvsMessageCallback>(TRVS_CALLBACK_MESSAGE, 2), 0);
+  EXPECT_EQ(call<TrvsMessageCallback>(TRVS_CALLBACK_MESSAGE, TRVS_NO_ARCHIVE), 0);
   EXPECT_EQ(call<TrvsTextCallback>(TRVS_CALLBACK_TEXT, "text"), 0);
   EXPECT_EQ(sink.told(), "");
   TVToolkitSession::Instance().leave();

@@ -45,8 +45,8 @@ class Client {
   bool confirms(int32_t id, const std::string& first, const std::string& second,
                 std::string* answer) const;
 
-  std::array<TrvsCallback, TRVS_CALLBACK_TRIGGER + 1> callbacks_ =
-      {};  // By id; some ids have no meaning.
+  // By id; some ids have no meaning.
+  std::array<TrvsCallback, TRVS_CALLBACK_TRIGGER + 1> callbacks_ = {};
 };
 
 }  // namespace btkf
