@@ -89,7 +89,7 @@ constexpr const char* kAgreed = "0 0 0 0 0 ";
 TEST_F(TwoLibraries, TheClientsAnswersAreItsOwn) {
   EXPECT_EQ(statuses(), kNothingLost);
   answerQuestions();
-  useLibrary();
+  std::thread(useLibrary).join();
   EXPECT_EQ(statuses(), kAgreed);
   Archives::TearDown();  // Nothing is registered any more.
   useLibrary();

@@ -139,6 +139,9 @@ TEST_F(CheckIn, RecordsWhatItIsTold) {
   EXPECT_EQ(description(nullptr), 0);
   EXPECT_STREQ(text, "");
   EXPECT_EQ(TrvsSetDescription(TRVS_CONTEXT, archive().c_str(), "1.0", "better"), 0);
+  EXPECT_EQ(TrvsSetDescription(TRVS_CONTEXT, archive().c_str(), nullptr, "a motor"), 0);
+  EXPECT_EQ(description(nullptr), 0);
+  EXPECT_STREQ(text, "a motor");
   EXPECT_EQ(description("REL", 6), TRVS_BUFFER_TOO_SMALL);
   EXPECT_EQ(description("REL", 7), 0);
   EXPECT_STREQ(text, "better");

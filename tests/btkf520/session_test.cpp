@@ -48,6 +48,38 @@ TEST_F(Session, StatusesHaveTexts) {
   EXPECT_EQ(TrvsVersion(), TRVS_VERSION);
 }
 
+TEST_F(Session, NullArgumentsAreMisuse) {
+  write("a_v", "");
+  const std::string file = path("a_v");
+  const char* const archive = file.c_str();
+  char buffer[40];
+  int16_t number = 1;
+  TrvsRevTree* tree = nullptr;
+  const int32_t none[] = {
+      TrvsGetUserInfo(nullptr, 40, nullptr, 0, nullptr),
+      TrvsQueryConfiguration(nullptr, 0, 0, TRVS_READ_FIRST),
+      TrvsQueryConfigurationItem(TRVS_ITEM_DATE_WORDS, nullptr, 40),
+      TrvsVerifyPromoTreeNodeExist(nullptr, &number),
+      TrvsVerifyPromoTreeNodeExist("dev", nullptr),
+      TrvsComputeArchiveName(nullptr, buffer, 40),
+      TrvsComputeArchiveName("a", nullptr, 40),
+      TrvsGetLockInfo(TRVS_CONTEXT, archive, 0, nullptr, nullptr, buffer, 40),
+      TrvsGetLockInfo(TRVS_CONTEXT, archive, 0, nullptr, &number, nullptr, 40),
+      TrvsRevTreeInfo(TRVS_CONTEXT, archive, nullptr, TRVS_TREE_FETCH),
+      TrvsGetDescription(TRVS_CONTEXT, archive, nullptr, nullptr, 40),
+      TrvsGetAttributes(TRVS_CONTEXT, archive, nullptr),
+      TrvsListRevisions(TRVS_CONTEXT, archive, nullptr, nullptr, 40),
+      TrvsTestDifferences(TRVS_CONTEXT, archive, nullptr, nullptr, nullptr, nullptr, 0, nullptr, 0),
+      TrvsTestDifferences(TRVS_CONTEXT, nullptr, nullptr, nullptr, nullptr, &number, 0, nullptr, 0),
+      TrvsDeleteRevisions(TRVS_CONTEXT, nullptr, "1.0"),
+      TrvsCreateArchive(nullptr, nullptr, nullptr, nullptr, 0, 0),
+      TrvsVerifyArchive(TRVS_CONTEXT, nullptr, buffer, 40),
+      TrvsRevTreeInfo(TRVS_CONTEXT, nullptr, &tree, TRVS_TREE_FETCH),
+      TrvsSetLabel(TRVS_CONTEXT, archive, nullptr, "1.0", 0),
+      TrvsAddAccess(TRVS_CONTEXT, archive, nullptr)};
+  for (const int32_t& status : none) EXPECT_EQ(status, TRVS_MISUSE) << &status - none;
+}
+
 TEST_F(Session, StatesKnowNothingOfOneAnother) {
   load("VCSDIR=first\n");
   TrvsState* state = nullptr;

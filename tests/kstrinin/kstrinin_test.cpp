@@ -83,6 +83,7 @@ TEST_F(ProfileTest, WriteChangesOneValueAndKeepsTheRest) {
       {"[S]\n;K=1\n", "2", "[S]\n;K=1\nK=2\r\n"},
       {"", " v ", "[S]\r\nK=\" v \"\r\n"},
       {"", "\"v\"", "[S]\r\nK=\"\"v\"\"\r\n"},
+      {"", "\"", "[S]\r\nK=\"\r\n"},
       {"[S]\nA=\xE9\rx\nK=1\n", "\xE9", "[S]\nA=\xE9\rx\nK=\xE9\n"},
   };
   for (const Case& c : cases) {

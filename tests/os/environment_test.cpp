@@ -2,6 +2,8 @@
 #include "os/environment.h"
 
 #include <gtest/gtest.h>
+#include <pwd.h>
+#include <unistd.h>
 
 #include "support/files.h"
 #include "support/table.h"
@@ -21,9 +23,15 @@ TEST(UserDirectories, ComeFromTheEnvironment) {
     EXPECT_EQ(dataDirectory(), isOwn ? want : "/h/.local/share");
   }
   const support::ScopedEnvironment home("HOME", "");
+  const support::ScopedEnvironment configuration("XDG_CONFIG_HOME", "");
   const support::ScopedEnvironment data("XDG_DATA_HOME", "");
-  EXPECT_TRUE(dataDirectory().ends_with("/.local/share") && dataDirectory().starts_with("/"))
-      << "the account's own home: " << dataDirectory();
+  const std::string own = ::getpwuid(::geteuid())->pw_dir;
+  for (const bool isSet : {true, false}) {
+    EXPECT_EQ(configurationDirectory(), own + "/.config");
+    EXPECT_EQ(dataDirectory(), own + "/.local/share");
+    if (!isSet) continue;
+    for (const char* name : {"HOME", "XDG_CONFIG_HOME", "XDG_DATA_HOME"}) ::unsetenv(name);
+  }
 }
 
 }  // namespace

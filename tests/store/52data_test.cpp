@@ -353,5 +353,24 @@ TEST_F(Unread, StampsTellOwnWritesFromThoseOfOthers) {
   EXPECT_FALSE(project.object()->isStale(project));
 }
 
+// A folder without a directory has no file: none that could change, and none that wasn't read.
+TEST_F(Unread, ASideThatIsPassedOverIsReadForGood) {
+  putProject();
+  put("pub/p/trvsfold.pub", "[Folder=A]\nDIR=a\n");
+  put("pub/p/a/trvsfold.pub", "[Document=v;d_v;w;d.c]\n");
+  TVProjectRootHandle root = makeRoot();
+  TVHandle& project = child(root, "P");
+  TVHandle& folder = child(project, "A");
+  folder.open();
+  std::filesystem::remove(path("pub/p/a/trvsfold.pub"));
+  std::filesystem::create_directory(path("pub/p/a/trvsfold.pub"));
+  EXPECT_EQ(listing(folder), "document v|d_v|w|d.c\n") << "unread";
+  put("pub/p/trvsfold.pub", "[Folder=A]\nDIR=\n");
+  EXPECT_EQ(listing(project), "public A|||\n");
+  EXPECT_TRUE(folder.object()->isStale(folder));
+  EXPECT_EQ(listing(folder), "");
+  EXPECT_FALSE(folder.object()->isStale(folder));
+}
+
 }  // namespace
 }  // namespace store_test

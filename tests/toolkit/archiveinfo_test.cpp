@@ -118,6 +118,11 @@ TEST_F(ArchiveInfoTest, StaleWhenAnythingAboutTheFileChanges) {
   std::filesystem::last_write_time(path_, time + std::chrono::nanoseconds(1000));
   EXPECT_FALSE(info.IsCurrent()) << "a time within the same two seconds";
   ASSERT_EQ(info.Load(), 0);
+  std::filesystem::resize_file(path_, second.size() + 1);
+  std::filesystem::last_write_time(path_, time + std::chrono::nanoseconds(1000));
+  EXPECT_FALSE(info.IsCurrent()) << "a size";
+  support::writeFile(path_, second);
+  ASSERT_EQ(info.Load(), 0);
   info.ClearFileTime();
   EXPECT_FALSE(info.IsCurrent());
   ASSERT_EQ(info.Load(), 0);
