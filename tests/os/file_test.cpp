@@ -100,6 +100,22 @@ TEST_F(FileTest, AsksTheServerWhatOthersMayHaveChanged) {
   }
 }
 
+// A real fault: a mode was read by path and set by path, and went to another file, all bits of it.
+TEST_F(FileTest, GivesAModeToTheFileItCameFrom) {
+  ASSERT_EQ(::chmod(path_.c_str(), 04755), 0);
+  EXPECT_EQ(setWritable(path_.c_str(), false), FileResult::kDone);
+  struct stat status {};
+  EXPECT_EQ(::stat(path_.c_str(), &status), 0);
+  EXPECT_EQ(status.st_mode & 07777, 0555u);
+  const SystemCalls calls([&](const Call& call) {
+    if (call.name == "fchmod") putAnother();
+    return 0;
+  });
+  EXPECT_EQ(setWritable(path_.c_str(), true), FileResult::kDone);
+  EXPECT_EQ(::stat(path_.c_str(), &status), 0);
+  EXPECT_EQ(status.st_mode & 0111, 0u);
+}
+
 TEST_F(FileTest, AppendsAllOrNothing) {
   ASSERT_EQ(file_.open(path_.c_str(), File::Access::kUpdate), FileResult::kDone);
   {
