@@ -3,10 +3,11 @@
 #   make demo    a day's work of a small team, and the C example that prints the database then
 #   make test    all tests: optimised, with the sanitizers, and the checks of the sources
 #   make bench   the benchmarks
+#   make test-ports   the engine's and the store's tests as a 32-bit and as a big-endian machine
 #
 # For daily work: cmake -S . -B build -G Ninja && cmake --build build && ctest --test-dir build
 
-.PHONY: demo test bench
+.PHONY: demo test bench test-ports
 
 demo:
 	@scripts/setup.sh build
@@ -24,3 +25,7 @@ bench:
 	@scripts/setup.sh bench
 	@scripts/build.sh build-bench benchmarks -DCMAKE_BUILD_TYPE=Release -DFOLDAPI_BENCH=ON
 	@scripts/run_benchmarks.sh build-bench
+
+test-ports:
+	@scripts/setup.sh ports
+	@scripts/test_ports.sh

@@ -1,6 +1,6 @@
 #!/bin/sh
 # Installs what a purpose needs on Debian 12, and only that which is missing:
-# setup.sh build | test | bench
+# setup.sh build | test | bench | ports
 set -eu
 packages='g++ cmake ninja-build python3 pkg-config libgit2-dev libzstd-dev libgtest-dev'
 case "${1-}" in
@@ -10,7 +10,8 @@ case "${1-}" in
     packages="$packages glusterfs-server glusterfs-client"
     ;;
   bench) packages="$packages libglib2.0-dev rcs" ;;
-  *) echo 'usage: setup.sh build | test | bench' >&2; exit 2 ;;
+  ports) packages="$packages debootstrap g++-i686-linux-gnu g++-s390x-linux-gnu qemu-user" ;;
+  *) echo 'usage: setup.sh build | test | bench | ports' >&2; exit 2 ;;
 esac
 
 missing=

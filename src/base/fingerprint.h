@@ -10,11 +10,24 @@
 
 namespace foldapi {
 
-__extension__ using Wide = unsigned __int128;
+// Both halves of the product of two words, folded into one.
+inline uint64_t foldedProduct(uint64_t a, uint64_t b) {
+#ifdef __SIZEOF_INT128__
+  __extension__ using Wide = unsigned __int128;
+  const Wide product = Wide{a} * b;
+  return static_cast<uint64_t>(product) ^ static_cast<uint64_t>(product >> 64);
+#else  // Narrow machines: from the products of the halves.
+  constexpr uint64_t kHalf = 0xffffffff;
+  const uint64_t low = (a & kHalf) * (b & kHalf);
+  const uint64_t middle = (a >> 32) * (b & kHalf) + (low >> 32);
+  const uint64_t other = (a & kHalf) * (b >> 32) + (middle & kHalf);
+  const uint64_t high = (a >> 32) * (b >> 32) + (middle >> 32) + (other >> 32);
+  return (other << 32 | (low & kHalf)) ^ high;
+#endif
+}
 
 inline uint64_t mixBits(uint64_t a, uint64_t b) {
-  const Wide product = Wide{a ^ 0x9e3779b97f4a7c15u} * (b ^ 0xd6e8feb86659fd93u);
-  return static_cast<uint64_t>(product) ^ static_cast<uint64_t>(product >> 64);
+  return foldedProduct(a ^ 0x9e3779b97f4a7c15u, b ^ 0xd6e8feb86659fd93u);
 }
 
 // Folds `text` into `seed`. The length goes in too, so neighbours in a chain of texts stay apart.

@@ -2,6 +2,7 @@
 #include "core/clienthandles.h"
 
 #include <cstdint>
+#include <new>
 #include <vector>
 
 #include "core/handle.h"
@@ -26,10 +27,11 @@ Slots& theSlots() {
   return *slots;
 }
 
-// A token is, from the lowest bit: 4 bits that are clear, as in an aligned pointer, the slot and
-// the generation.
-constexpr unsigned kAlignmentBits = 4;
-constexpr unsigned kSlotBits = sizeof(void*) == 8 ? 28 : 18;
+// A token is, from the lowest bit: bits that are clear, as in an aligned pointer, the slot and the
+// generation. A narrow machine has slots for as many handles as its memory holds.
+constexpr bool kIsNarrow = sizeof(void*) < 8;
+constexpr unsigned kAlignmentBits = kIsNarrow ? 2 : 4;
+constexpr unsigned kSlotBits = kIsNarrow ? 23 : 28;
 constexpr unsigned kGenerationShift = kAlignmentBits + kSlotBits;
 constexpr uintptr_t kSlotMask = (uintptr_t{1} << kSlotBits) - 1;
 constexpr uintptr_t kGenerationMask = ~uintptr_t{0} >> kGenerationShift;
@@ -49,7 +51,8 @@ void* clientToken(TVHandle& handle) {
   uint32_t slot;
   if (slots.free.empty()) {
     slot = static_cast<uint32_t>(slots.all.size());
-    if (slot > kSlotMask) return nullptr;
+    if (slot > kSlotMask)
+      throw std::bad_alloc();  // A null token would look like the end of a walk.
     slots.free.reserve(slots.all.capacity() + 1);  // So that forgetting a handle needs no memory.
     slots.all.emplace_back();
   } else {

@@ -10,7 +10,7 @@ namespace foldapi {
 class TVHandle;
 
 // The token of a handle: the same one as long as the handle lives. Null for a handle without
-// object.
+// object. Throws std::bad_alloc where all tokens are in use.
 void* clientToken(TVHandle& handle);
 
 // The handle that a token names; null for a null token and for one that names no living handle.

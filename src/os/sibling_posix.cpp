@@ -38,7 +38,8 @@ bool cannotCopyThere(int error) {
 // Writes `bytes` over the content of `file`, and syncs it. What comes after the old end is written
 // first, so a full disk leaves the content as it was.
 bool overwriteInPlace(const File& file, std::string_view bytes) {
-  const std::string_view start = bytes.substr(0, file.size());
+  const std::string_view start =
+      bytes.substr(0, static_cast<size_t>(std::min<uint64_t>(file.size(), bytes.size())));
   const std::string_view growth = bytes.substr(start.size());
   if (!growth.empty() && !(file.writeAt(file.size(), growth) && file.sync())) {
     file.setSize(file.size());

@@ -122,10 +122,11 @@ struct HeldFile {
     for (int attempt = 0; attempt < kOpenAttempts; ++attempt) {
       const FileStatus before = file.status();
       if (before.size > kLargestFile) return FileResult::kTooLarge;
+      const auto size = static_cast<size_t>(before.size);
       text->clear();
-      text->reserve(before.size);
-      const bool isWhole = file.readAt(0, text->data(), before.size);
-      text->setSize(before.size);
+      text->reserve(size);
+      const bool isWhole = file.readAt(0, text->data(), size);
+      text->setSize(size);
       if (!isLocked && !file.refresh()) return file.failure();
       if (!isUnchanged(before, file.status())) continue;
       return isWhole ? FileResult::kDone : file.failure();
@@ -247,7 +248,6 @@ struct TextFile::State {
     const std::string added = withCarriageReturns(text.view().substr(keptSize));
     if (fitsAppend(added.size())) return append(added);
     TextBuffer whole;  // With what was there byte for byte, whatever its line ends.
-    whole.reserve(held.file.size() + added.size());
     if (held.read(&whole) != FileResult::kDone) return false;
     whole.append(added);
     return rewrite(whole.view());

@@ -5,6 +5,7 @@
 #include <gtest/gtest.h>
 
 #include <set>
+#include <vector>
 
 #include "core/childlist.h"
 #include "core/clienthandles.h"
@@ -257,6 +258,9 @@ TEST_F(Objects, ClientTokensNameOneLivingHandle) {
   held->attach(nullptr);
   EXPECT_EQ(clientHandle(reinterpret_cast<void*>(living)), held.get());
   EXPECT_EQ(clientToken(*held), nullptr);
+
+  std::vector<TVHandle> many(300'000, root);  // As many as a walk of large folders needs.
+  for (TVHandle& each : many) ASSERT_EQ(clientHandle(clientToken(each)), &each);
 }
 
 }  // namespace

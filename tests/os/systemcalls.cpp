@@ -91,7 +91,8 @@ ssize_t pwrite(int file, const void* buffer, size_t size, off_t offset) {
   return answer("pwrite", file, nullptr, 0, SYS_pwrite64, file, buffer, size, offset);
 }
 
-ssize_t copy_file_range(int from, off_t* begin, int to, off_t* place, size_t size, unsigned flags) {
+ssize_t copy_file_range(int from, off64_t* begin, int to, off64_t* place, size_t size,
+                        unsigned flags) {
   return answer("copy_file_range", to, nullptr, 0, SYS_copy_file_range, from, begin, to, place,
                 size, flags);
 }

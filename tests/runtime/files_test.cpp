@@ -18,7 +18,8 @@ namespace {
 constexpr int64_t kSecond = 1'000'000'000;
 
 void setModified(const std::string& path, int64_t nanoseconds) {
-  const timespec times[] = {{0, UTIME_OMIT}, {nanoseconds / kSecond, nanoseconds % kSecond}};
+  const timespec times[] = {{0, UTIME_OMIT},
+                            {nanoseconds / kSecond, static_cast<long>(nanoseconds % kSecond)}};
   ASSERT_EQ(::utimensat(AT_FDCWD, path.c_str(), times, 0), 0);
 }
 

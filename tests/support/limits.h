@@ -1,6 +1,7 @@
 // support/limits.h: a disk that is full and a memory that is short, for this process alone.
 #pragma once
 
+#include <sys/mman.h>
 #include <sys/resource.h>
 #include <unistd.h>
 
@@ -31,7 +32,7 @@ class SizeLimit {
 
 // The address space of this process may grow by `bytes` from now on; it can't be left again, so
 // call it in a process of its own. Gives false where that can't be: the address sanitizer's
-// shadow takes address space of its own.
+// shadow takes address space of its own, and an emulator doesn't enforce the limit.
 inline bool limitMemory(rlim_t bytes) {
 #ifdef __SANITIZE_ADDRESS__
   static_cast<void>(bytes);
@@ -42,7 +43,12 @@ inline bool limitMemory(rlim_t bytes) {
   rlimit limit{};
   getrlimit(RLIMIT_AS, &limit);
   limit.rlim_cur = used * static_cast<rlim_t>(sysconf(_SC_PAGESIZE)) + bytes;
-  return setrlimit(RLIMIT_AS, &limit) == 0;
+  if (setrlimit(RLIMIT_AS, &limit) != 0) return false;
+  const size_t tooMuch = static_cast<size_t>(bytes) + (1u << 20);
+  void* const memory = mmap(nullptr, tooMuch, PROT_NONE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
+  if (memory == MAP_FAILED) return true;
+  munmap(memory, tooMuch);
+  return false;
 #endif
 }
 

@@ -16,8 +16,9 @@ class Values {
   explicit Values(std::string bytes) : bytes_(std::move(bytes)) {}
 
   bool isAtEnd() const { return at_ == bytes_.size(); }
-  std::string raw(uint64_t size) {
-    if (size > bytes_.size() - at_) throw std::runtime_error("archive: a value is cut off");
+  std::string raw(uint64_t claimed) {
+    if (claimed > bytes_.size() - at_) throw std::runtime_error("archive: a value is cut off");
+    const auto size = static_cast<size_t>(claimed);
     at_ += size;
     return bytes_.substr(at_ - size, size);
   }
@@ -46,7 +47,8 @@ class Values {
 
 std::string unpacked(const std::string& frame, const std::string& prefix) {
   if (frame.empty()) return "";
-  std::string result(ZSTD_getFrameContentSize(frame.data(), frame.size()), '\0');
+  const auto length = ZSTD_getFrameContentSize(frame.data(), frame.size());
+  std::string result(static_cast<size_t>(length), '\0');
   ZSTD_DCtx* context = ZSTD_createDCtx();
   ZSTD_DCtx_refPrefix(context, prefix.data(), prefix.size());
   const size_t size =
@@ -65,13 +67,13 @@ SlowArchive::SlowArchive(const std::string& file) {
   if (file.substr(0, header.size()) != header) throw std::runtime_error("archive: no header");
   Values trailer(file.substr(file.size() - 9));
   const uint64_t tag = trailer.fixed(1);
-  const uint64_t whole = (1ull << 32) - trailer.fixed(4);
-  informationSize = (1ull << 32) - trailer.fixed(4);
+  const auto whole = static_cast<size_t>((1ull << 32) - trailer.fixed(4));
+  informationSize = static_cast<size_t>((1ull << 32) - trailer.fixed(4));
   if (tag != 4 || whole != informationSize + 9) throw std::runtime_error("archive: no trailer");
   readBlock(file.substr(file.size() - whole, informationSize));
 
   Values place(records.at('Z'));
-  const size_t indexSize = place.fixed(4);
+  const auto indexSize = static_cast<size_t>(place.fixed(4));
   const size_t indexBegin = file.size() - whole - indexSize;
   const std::string index = unpacked(file.substr(indexBegin, indexSize), "");
   if (index.size() != place.fixed(4)) throw std::runtime_error("archive: size of the index");

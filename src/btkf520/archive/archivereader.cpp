@@ -26,11 +26,11 @@ class FileEnd {
     if (size > file_.size()) return {};
     if (size > bytes_.size() || bytes_.size() == 0) {
       const uint64_t wanted = std::min(std::max(size, kFirstRead), file_.size());
-      Bytes bytes(static_cast<size_t>(wanted));
+      Bytes bytes(wanted);
       if (!file_.readAt(file_.size() - wanted, bytes.data(), bytes.size())) return {};
       bytes_ = std::move(bytes);
     }
-    return bytes_.view().substr(bytes_.size() - size);
+    return bytes_.view().substr(bytes_.size() - static_cast<size_t>(size));
   }
 
  private:

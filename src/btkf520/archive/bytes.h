@@ -3,8 +3,10 @@
 
 #include <algorithm>
 #include <cstddef>
+#include <cstdint>
 #include <functional>
 #include <memory>
+#include <new>
 #include <string_view>
 #include <utility>
 
@@ -21,8 +23,11 @@ using BytesSink = std::function<bool(std::string_view)>;
 class Bytes {
  public:
   Bytes() = default;
-  // Throws std::bad_alloc.
-  explicit Bytes(size_t size) : data_(static_cast<char*>(os::allocateMemory(size))), size_(size) {}
+  // Throws std::bad_alloc, also where a claimed size is more than this machine can address.
+  explicit Bytes(uint64_t size) : size_(static_cast<size_t>(size)) {
+    if (size_ != size) throw std::bad_alloc();
+    data_.reset(static_cast<char*>(os::allocateMemory(size_)));
+  }
   Bytes(Bytes&& other) noexcept
       : data_(std::move(other.data_)), size_(std::exchange(other.size_, 0)) {}
   Bytes& operator=(Bytes&& other) noexcept {

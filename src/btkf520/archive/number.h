@@ -5,6 +5,7 @@
 // revision has an even count of components and a branch an odd one.
 #pragma once
 
+#include <algorithm>
 #include <compare>
 #include <cstddef>
 #include <cstdint>
@@ -52,7 +53,13 @@ class Number {
   Number next() const;
 
   bool operator==(const Number&) const = default;
-  std::strong_ordering operator<=>(const Number&) const = default;
+  // Not the vector's own: on big-endian machines some libraries compare its bytes from the wrong
+  // end.
+  std::strong_ordering operator<=>(const Number& other) const {
+    return std::lexicographical_compare_three_way(
+        components_.begin(), components_.end(), other.components_.begin(), other.components_.end(),
+        [](uint32_t a, uint32_t b) { return a <=> b; });
+  }
 
  private:
   std::vector<uint32_t> components_;

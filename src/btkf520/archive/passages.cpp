@@ -38,6 +38,13 @@ uint64_t load(const char* bytes) {
   return word;
 }
 
+// How many bytes are equal before the first of two words that differ in these bits.
+size_t equalBytes(uint64_t difference) {
+  const int bits = std::endian::native == std::endian::little ? std::countr_zero(difference)
+                                                              : std::countl_zero(difference);
+  return static_cast<size_t>(bits) / 8;
+}
+
 uint64_t mixed(uint64_t word) { return word * 0x9E3779B185EBCA87; }
 
 // Places by the hash of what stands there, the last put for each slot, in a table that is lent.
@@ -50,14 +57,16 @@ class Places {
   Places(int log, std::vector<uint64_t>* table) : shift_(64 - log), table_(*table) {
     table_.assign(size_t{1} << log, 0);
   }
-  void put(uint64_t hash, size_t place) { table_[hash >> shift_] = hash << 32 | (place + 1); }
+  void put(uint64_t hash, size_t place) { table_[slot(hash)] = hash << 32 | (place + 1); }
   size_t find(uint64_t hash) const {
-    const uint64_t entry = table_[hash >> shift_];
+    const uint64_t entry = table_[slot(hash)];
     const auto next = static_cast<uint32_t>(entry);
     return next == 0 || entry >> 32 != static_cast<uint32_t>(hash) ? kNone : next - 1;
   }
 
  private:
+  size_t slot(uint64_t hash) const { return static_cast<size_t>(hash >> shift_); }
+
   int shift_;
   // The lower half of the hash, and one more than the place, which is below 4 GiB; 0 for none.
   std::vector<uint64_t>& table_;
@@ -151,7 +160,7 @@ class Search {
     size_t length = 0;
     for (; length + 8 <= most; length += 8) {
       const uint64_t difference = load(a + length) ^ load(b + length);
-      if (difference != 0) return length + static_cast<size_t>(std::countr_zero(difference)) / 8;
+      if (difference != 0) return length + equalBytes(difference);
     }
     while (length < most && a[length] == b[length]) ++length;
     return length;

@@ -101,9 +101,9 @@ std::optional<IndexPlace> findIndex(std::string_view tail) {
   while (from.isGood()) {
     const char tag = static_cast<char>(from.fixed(1));
     if (tag == kEndTag) break;
-    size_t length = from.fixed(2);
+    uint64_t length = from.fixed(2);
     if ((length & kLongLength) != 0) length = (length & ~kLongLength) << 16 | from.fixed(2);
-    const std::string_view payload = from.raw(length);
+    const std::string_view payload = from.raw(static_cast<size_t>(length));
     if (tag == kIndexTag) return indexPlace(payload);
   }
   return {};

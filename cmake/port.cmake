@@ -1,0 +1,17 @@
+# Builds for another machine: PORT names its kind as the compilers do (i686-linux-gnu), PORT_ROOT is
+# a directory with that machine's libraries and headers. `scripts/test_ports.sh` uses it.
+set(CMAKE_TRY_COMPILE_PLATFORM_VARIABLES PORT PORT_ROOT)
+string(REGEX REPLACE "-.*" "" processor ${PORT})
+set(CMAKE_SYSTEM_NAME Linux)
+set(CMAKE_SYSTEM_PROCESSOR ${processor})
+set(CMAKE_C_COMPILER ${PORT}-gcc)
+set(CMAKE_CXX_COMPILER ${PORT}-g++)
+set(CMAKE_SYSROOT ${PORT_ROOT})
+set(CMAKE_FIND_ROOT_PATH_MODE_PROGRAM NEVER)
+set(CMAKE_FIND_ROOT_PATH_MODE_LIBRARY ONLY)
+set(CMAKE_FIND_ROOT_PATH_MODE_INCLUDE ONLY)
+set(CMAKE_FIND_ROOT_PATH_MODE_PACKAGE ONLY)
+string(REPLACE i686 i386 multiarch ${PORT})
+set(CMAKE_LIBRARY_ARCHITECTURE ${multiarch})
+set(ENV{PKG_CONFIG_SYSROOT_DIR} ${PORT_ROOT})
+set(ENV{PKG_CONFIG_LIBDIR} ${PORT_ROOT}/usr/lib/${multiarch}/pkgconfig:${PORT_ROOT}/usr/share/pkgconfig)
