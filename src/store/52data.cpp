@@ -36,7 +36,26 @@ constexpr int kLaterNotice = 2;
 constexpr int kNoNotice = 3;
 
 constexpr size_t kShortNameLimit = 8;
+constexpr KeyTableEntry kAllRecords[] = {
+    {"Format", kSectionSkipped}, {"*", kSectionDocument}, {nullptr, 0}};
+
 constexpr std::string_view kFormatHead = "[FORMAT=TRVS_GUI]\nVersion=5.2\n\n";
+
+// In an order of their own: that in the file means nothing.
+std::vector<std::string> recordsOf(std::string_view text) {
+  std::vector<std::string> records;
+  TVKeyFile file(text, kAllRecords);
+  static_cast<void>(file.parse([&](int, std::string_view, OptionalText) {
+    std::string_view key;
+    OptionalText value;
+    while (file.nextKey(&key, &value) == kKeyFileDone) continue;
+    const std::string_view record = file.sectionText();
+    records.emplace_back(record.substr(0, record.find_last_not_of('\n') + 1));
+    return kRecordTaken;
+  }));
+  std::sort(records.begin(), records.end());
+  return records;
+}
 
 }  // namespace
 
@@ -369,10 +388,26 @@ void writeHeader(TextFile* stream) {
   stream->append(kFormatHead);
 }
 
-void TVDataFileWriter::truncate(Side side) { writeHeader(stream(side)); }
+void TVDataFileWriter::truncate(Side side) {
+  writeHeader(stream(side));
+  if (stream(side) == nullptr) missed(side) = {true, ""};
+}
+
+bool TVDataFileWriter::isMissed(Side side) const {
+  const Missed& lost = missed_[side == Side::kPublic ? 0 : 1];
+  if (!lost.isRewritten) return !lost.records.empty();
+  if (path(side).isEmpty()) return false;
+  TextFile::Failure why;
+  const auto file = TextFile::open(path(side).view(), TextFile::Access::kRead, &why);
+  return recordsOf(lost.records) != recordsOf(file == nullptr ? "" : file->text());
+}
 
 bool TVDataFileWriter::writeRecord(Side side, const std::string& record, TVHandle& context) {
   TextFile* file = stream(side);
+  if (file == nullptr) {
+    missed(side).records += record;
+    return true;
+  }
   file->endLastLine();
   file->append(record);
   if (!file->failed()) return true;
@@ -505,7 +540,6 @@ void TVDataFilePair::dropStraysOf(const TVObject& owner) {
 }
 
 bool TVDataFilePair::writeStrays(TVDataFileWriter& writer, TVHandle& context) const {
-  if (writer.stream(Side::kPrivate) == nullptr) return true;
   return std::all_of(strays_.begin(), strays_.end(), [&](const StrayRecord& stray) {
     return writer.writeRecord(Side::kPrivate, stray.text, context);
   });
@@ -522,14 +556,8 @@ bool TVDataFilePair::mayUpdate(const TVDataFileWriter& writer, TVHandle& context
 }
 
 bool TVDataFilePair::endWrite(TVDataFileWriter& writer, TVHandle& context, bool keep) {
-  bool changed = false;
-  bool missed = false;
-  for (const Side side : kBothSides) {
-    const TextFile* stream = writer.stream(side);
-    changed = changed || (stream != nullptr && stream->isChanged());
-    missed = missed || (stream == nullptr && !writer.path(side).isEmpty());
-  }
-  return endSides(writer, context, keep) && !(changed && missed);
+  const bool isMissed = writer.isMissed(Side::kPublic) || writer.isMissed(Side::kPrivate);
+  return endSides(writer, context, keep) && !isMissed;
 }
 
 // A private record means nothing without its public one. So where records are only added the

@@ -131,20 +131,31 @@ class TVDataFileWriter : public TVDataFile, public TVStorageLock {
     return side == Side::kPublic ? publicPath_ : privatePath_;
   }
 
-  // Empties an open file and writes the format head.
+  // Empties a file and writes the format head.
   void truncate(Side side);
-  // Adds a record at the end of an open file, on a line of its own. False after a report.
+  // Adds a record at the end of a file, on a line of its own. False after a report.
   [[nodiscard]] bool writeRecord(Side side, const std::string& record, TVHandle& context);
+  // Whether something was written to a file that isn't open, and so goes nowhere. A rewrite with
+  // the records that are there anyway isn't missed.
+  [[nodiscard]] bool isMissed(Side side) const;
   // Brings the changes of one file to the disk. False after a report.
   [[nodiscard]] bool commit(Side side, TVHandle& context);
 
  private:
   void reportWriteFailure(Side side, TVHandle& context) const;
 
+  // What goes to a side without an open file.
+  struct Missed {
+    bool isRewritten = false;
+    std::string records;
+  };
+  Missed& missed(Side side) { return missed_[side == Side::kPublic ? 0 : 1]; }
+
   VPathString publicPath_;
   VPathString privatePath_;
   std::unique_ptr<TextFile> public_;
   std::unique_ptr<TextFile> private_;
+  Missed missed_[2];
 };
 
 // What the lock of a root, project or folder is.
@@ -212,8 +223,7 @@ class TVDataFilePair {
   // is never overwritten.
   [[nodiscard]] bool mayUpdate(const TVDataFileWriter& writer, TVHandle& context) const;
   // Commits or drops what was written, and takes the stamps. Tells whether all of it is stored: not
-  // so if `keep` is false, a commit failed, or there were changes and a side that could not be
-  // opened.
+  // so if `keep` is false, a commit failed, or something is missed.
   [[nodiscard]] bool endWrite(TVDataFileWriter& writer, TVHandle& context, bool keep);
 
  private:

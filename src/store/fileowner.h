@@ -57,13 +57,12 @@ class TVFileOwner52 : public Base {
     }
     return false;
   }
-  // Writes the records into those of the owner's files that are open. kResultDone or
-  // kResultNotWritten, after a report.
+  // Writes the records into the owner's files. kResultDone or kResultNotWritten, after a report.
   int writeChild(TVHandle& context, TVStorageLock& ownerLock) override {
     TVDataFileWriter& writer = writerOf(ownerLock);
     int result = kResultDone;
     for (const Side side : recordSides()) {
-      if (writer.stream(side) == nullptr) continue;
+      if (writer.path(side).isEmpty()) continue;
       if (!writer.writeRecord(side, record(side), context)) result = kResultNotWritten;
     }
     return result;

@@ -176,6 +176,23 @@ TEST_F(Workday, AnArchiveIsAddedToAMemberThatIsThere) {
   EXPECT_EQ(listing(control).find("lost.c"), std::string::npos);
 }
 
+// A real fault: the archive was there and its record too, and the answer was that it is not stored.
+TEST_F(Workday, APrivateFileWithoutAChangeIsNotMissed) {
+  folder("control", project_);
+  TVArchiveMemberHandle made = member("a.c", project_);
+  const std::string file = "prv/Motor.prj/trvsfold.prv";
+  const std::string before = get(file);
+  EXPECT_EQ(::chmod(path(file).c_str(), 0444), 0);
+  edit("a.c", "text\n");
+  edit("b.c", "text\n");
+  EXPECT_EQ(made.archiveAction4(create_), 0) << told();
+  EXPECT_EQ(member("b.c", project_, TVCaching::kTransient).archiveAction4(create_), 0) << told();
+  for (const char* archive : {";a.c_v;", ";b.c_v;"}) {
+    EXPECT_NE(get("pub/Motor.prj/trvsfold.pub").find(archive), std::string::npos);
+  }
+  EXPECT_EQ(get(file), before);
+}
+
 // Real faults: the names of a member that leaves its folder while the toolkit asks meant other
 // files.
 TEST_F(Workday, KeepsToItsFilesWhileTheFolderIsReadAgain) {
