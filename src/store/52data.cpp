@@ -197,6 +197,7 @@ int TVDataFileReader::readFile(const TextFile* stream) {
 }
 
 bool TVDataFileReader::parse(const TextFile& stream) {
+  if (!isKeyFile(stream.text())) return false;
   TVKeyFile file(stream.text(), sections_);
   return file.parse([&](int sectionId, std::string_view, OptionalText value) {
     return readRecord(file, sectionId, value);

@@ -11,22 +11,51 @@ namespace foldapi {
 namespace {
 
 constexpr std::string_view kBlanks = " \t";
+constexpr std::string_view kEmptiness(" \t\r\n\0", 5);
+constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";
 
 std::string_view withoutLeading(std::string_view text, std::string_view set) {
   const size_t start = text.find_first_not_of(set);
   return start == std::string_view::npos ? std::string_view() : text.substr(start);
 }
 
+std::string_view withoutMark(std::string_view text) {
+  if (text.starts_with(kByteOrderMark)) text.remove_prefix(kByteOrderMark.size());
+  return text;
+}
+
+bool endsLinesInReturns(std::string_view text) {
+  return text.find('\n') == std::string_view::npos &&
+         text.find('\r') < text.size() - 1;  // A last CR may have lost its LF.
+}
+
+bool isSectionLine(std::string_view line) {
+  line = withoutLeading(line.substr(0, line.find('\0')), kBlanks);
+  return line.starts_with('[') && line.find_first_of("=]") != std::string_view::npos;
+}
+
 }  // namespace
+
+bool isKeyFile(std::string_view text) {
+  text = withoutMark(text);
+  if (text.find_first_not_of(kEmptiness) == std::string_view::npos) return true;
+  if (endsLinesInReturns(text)) return false;
+  while (!text.empty()) {
+    const size_t end = text.find('\n');
+    if (isSectionLine(text.substr(0, end))) return true;
+    text.remove_prefix(end == std::string_view::npos ? text.size() : end + 1);
+  }
+  return false;
+}
 
 // The zeros are a part of the disk that was never written.
 size_t wholeSize(std::string_view text) {
   text = text.substr(0, text.find_last_not_of('\0') + 1);
-  if (text.empty() || text.back() == '\n') return text.size();
+  if (text.empty() || text.back() == '\n' || endsLinesInReturns(text)) return text.size();
   const size_t found = text.rfind("\n[");
   const size_t head = found == std::string_view::npos ? 0 : found + 1;
-  const std::string_view record = text.substr(head);
-  if (record.front() != '[') return text.size();
+  const std::string_view record = withoutMark(text.substr(head));
+  if (!record.starts_with('[')) return text.size();
   bool isCut = record.find(']') == std::string_view::npos;
   for (const std::string_view start : {"[PROJECT=", "[FOLDER="}) {
     isCut = isCut || compareNoCase(record.substr(0, start.size()), start) == 0;
@@ -35,7 +64,9 @@ size_t wholeSize(std::string_view text) {
 }
 
 TVKeyFile::TVKeyFile(std::string_view text, const KeyTableEntry* sections)
-    : text_(text), sections_(sections), mayHoldNulls_(text.find('\0') != std::string_view::npos) {}
+    : text_(withoutMark(text)),
+      sections_(sections),
+      mayHoldNulls_(text.find('\0') != std::string_view::npos) {}
 
 int TVKeyFile::parse(const RecordHandler& handler) {
   std::string_view name;

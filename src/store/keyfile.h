@@ -53,12 +53,17 @@ using OptionalText = std::optional<std::string_view>;
 // That is one whose last line has no end; a document's lacks nothing as soon as its "]" is there.
 size_t wholeSize(std::string_view text);
 
+// Whether a data file's text is one: it has nothing in it, or a section line. What is written in
+// UTF-16 or ends its lines in CR alone must not pass for a file without records.
+bool isKeyFile(std::string_view text);
+
 class TVKeyFile {
  public:
   using RecordHandler =
       std::function<int(int sectionId, std::string_view name, OptionalText value)>;
 
-  // Neither the text nor the table is copied. Line ends are LF.
+  // Neither the text nor the table is copied. Line ends are LF. A UTF-8 mark at the start doesn't
+  // count.
   TVKeyFile(std::string_view text, const KeyTableEntry* sections);
 
   // Runs over the whole text. Gives kKeyFileDone, or kKeyFileAborted when a handler asked for it.

@@ -317,6 +317,37 @@ TEST_F(Unread, AnAbortedReadSweepsNothingAndRefusesTheUpdate) {
   EXPECT_TRUE(get("pub/trvsproj.pub").starts_with(broken + "[Project=N]\n"));
 }
 
+TEST_F(Unread, AFileOfAnotherFormIsNotOneWithoutRecords) {
+  using namespace std::string_literals;
+  const std::string text = replaced(kTwo, "\n", "\r\n");
+  std::string wide;
+  for (const char c : text) wide += c + "\0"s;
+  const std::string want = "project A||||pub/a|\nproject B||||pub/b|\n";
+  for (const std::string& form :
+       {"\xFF\xFE"s + wide, "\xFE\xFF\0"s + wide.substr(0, wide.size() - 1), wide,
+        replaced(kTwo, "\n", "\r"), "A remark\n"s}) {
+    SCOPED_TRACE(support::escaped(form));
+    for (const char* file : {"pub/trvsproj.pub", "prv/trvsproj.prv"}) {
+      put("pub/trvsproj.pub", kTwo);
+      put("prv/trvsproj.prv", "");
+      TVProjectRootHandle root = makeRoot();
+      root.open();
+      support::writeFile(path(file), form);
+      EXPECT_EQ(listing(root), want);
+      EXPECT_TRUE(TVProjectFolderHandle::create("N", TVProjectConfig(), "", "", root).isNull());
+      EXPECT_EQ(support::readFile(path(file)), form);
+      EXPECT_EQ(listing(root), want);
+    }
+  }
+  for (const char* text8 : {"", "\n \n", "[Project=A]\nCFG=\nDIR=a\n"}) {
+    support::writeFile(path("pub/trvsproj.pub"), "\xEF\xBB\xBF"s + text8);
+    put("prv/trvsproj.prv", "");
+    TVProjectRootHandle root = makeRoot();
+    EXPECT_EQ(listing(root), *text8 == '[' ? "project A||||pub/a|\n" : "");
+    EXPECT_FALSE(TVProjectFolderHandle::create("N", TVProjectConfig(), "", "", root).isNull());
+  }
+}
+
 // A real fault: the children had gone with their handles, and the rewrite emptied the file.
 TEST_F(Unread, AnEditOfWhatNobodyUsesWritesAllThatIsStored) {
   put("pub/trvsproj.pub", kTwo);
