@@ -3,9 +3,10 @@
 // A record stands in a public file that a team shares, in a private file that overlays it for one
 // user, or in both. This file keeps the rule that joins the two in one place; 52root, 52proj and
 // 52arfld say only which file, which sections and which text. The public file is read first; then:
-//   project   private WKDIR wins; each file sets its own DIR; private only: dropped
-//   folder    public WKDIR stays; each file sets its own DIR; private only: a private folder, or
-//             dropped, if it says OWNERSHIP
+//   project   private WKDIR wins; each file sets its own DIR; private only: a stray
+//   folder    public WKDIR stays; each file sets its own DIR; private only: a private folder, or a
+//             stray, if it says OWNERSHIP
+// A stray makes no object, and is kept as text.
 #include "store/52data.h"
 
 #include <algorithm>
@@ -279,7 +280,7 @@ int TVDataFileReader::mergeProject(const std::string& name, const RecordKeys& ke
       std::make_unique<TVProjectFolder52>(name, config, keys.workDir, keys.workDir, owner_));
   // One that was cached before follows the file, unless it holds a change that is yet to be
   // written.
-  if (!project->isDirty()) {
+  if (met_.insert(project).second && !project->isDirty()) {
     project->setConfig(config);
     project->setPublicWorkDir(keys.workDir);
     project->setPrivateWorkDir(keys.workDir);
@@ -309,7 +310,8 @@ void TVDataFileReader::mergeFolder(const std::string& name, const RecordKeys& ke
   if (source_ == Side::kPrivate) folder = static_cast<TVArchiveFolder52*>(findChild(name));
   if (folder == nullptr) folder = addFolder(name, keys);
   const bool ownRecord = source_ == Side::kPublic || folder->isPrivate();
-  if (ownRecord && !folder->isDirty()) folder->setPrivateWorkDir(keys.workDir);
+  const bool isFirst = met_.insert(folder).second;
+  if (ownRecord && isFirst && !folder->isDirty()) folder->setPrivateWorkDir(keys.workDir);
   folder->setStorageDir(source_, storageDirectory(directory_, *keys.dir));
 }
 

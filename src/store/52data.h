@@ -10,6 +10,7 @@
 #include <span>
 #include <string>
 #include <unordered_map>
+#include <unordered_set>
 #include <vector>
 
 #include "base/vpathstring.h"
@@ -112,6 +113,8 @@ class TVDataFileReader : public TVDataFile {
   std::unordered_map<std::string_view, std::vector<TVArchiveFolder*>> byName_;
   bool byNameFilled_ = false;
   std::vector<StrayRecord> strays_;
+  // The projects and folders that this file has told of: a further record only moves them.
+  std::unordered_set<const TVObject*> met_;
 };
 
 // Holds the files of an owner for an update, exclusively, from open() to its end.

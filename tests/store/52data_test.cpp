@@ -207,6 +207,8 @@ TEST_F(Merge, ProjectsComeFromThePublicFile) {
        2, a,
        "ask 10 Corrupted folder file B. Missing DIR= field.\n"
        "error An error occured while attempting to read pub/trvsproj.pub.\n"},
+      {"twice: only the directory follows", full + "[Project=A]\nCFG=b\nDIR=/b\nWKDIR=wb\n", "", 1,
+       "project A|a.cfg|wa|wa|/b|\n", ""},
       {"the master", "[Project=Master Project]\nCFG=m.cfg\nDIR=m\n", "", 1,
        "project Master Project|m.cfg|||pub/m|\n", ""},
       {"keys of any case, unknown and twice",
@@ -222,6 +224,10 @@ TEST_F(Merge, ProjectsComeFromThePublicFile) {
     const bool noName = std::string_view(c.why) == "no name";
     EXPECT_EQ(listing(root), noName ? "project ||||pub/x|\n" + z : c.want);
     EXPECT_EQ(told(), c.told);
+    root.open();
+    put("pub/trvsproj.pub", c.pub + "\n");
+    EXPECT_EQ(noName ? "" : listing(root), noName ? "" : c.want) << "read again";
+    told();
     const bool isMaster = c.want.starts_with("project Master");
     EXPECT_EQ(root.object()->rootConfig().path.str(), isMaster ? "m.cfg" : "");
     EXPECT_EQ(assertions.find("52data.cpp 348") != std::string::npos, noName);
@@ -259,7 +265,8 @@ TEST_F(Merge, FoldersComeFromEitherFile) {
       {"private only, marked", "", overlay, ""},
       {"any mark counts", "", alone + "ownership\n", ""},
       {"private only, not marked", "", alone, "private A|wb||prv/p/aa\n"},
-      {"private twice", "", alone + alone, "private A|wb||prv/p/aa\n"},
+      {"public twice", a + "[Folder=A]\nDIR=/b\nWKDIR=wb\n", "", "public A|wa|/b|\n"},
+      {"private twice", "", alone + "[Folder=A]\nDIR=/b\nWKDIR=c\n", "private A|wb||/b\n"},
       {"no DIR", "[Folder=A]\nWKDIR=x\n" + d, "[Folder=B]\n", "document v|d_v|w|d.c\n"},
       {"no name", "[Folder]\nDIR=a\n" + d, "", "document v|d_v|w|d.c\n"},
       {"a document of that name", "[Document=v;a_v;w;A]\n", alone,
@@ -277,7 +284,12 @@ TEST_F(Merge, FoldersComeFromEitherFile) {
     put("pub/p/trvsfold.pub", c.pub);
     put("prv/p/trvsfold.prv", c.prv);
     TVProjectRootHandle root = makeRoot();
-    EXPECT_EQ(listing(child(root, "P")), c.want);
+    TVHandle& project = child(root, "P");
+    EXPECT_EQ(listing(project), c.want);
+    project.open();
+    put("pub/p/trvsfold.pub", c.pub + "\n");
+    put("prv/p/trvsfold.prv", c.prv + "\n");
+    EXPECT_EQ(listing(project), c.want) << "read again";
     EXPECT_EQ(told(), "");
   }
 }
