@@ -67,8 +67,8 @@ typedef enum TrvsStatus {
   TRVS_SAME_NAMES = 22,         /* the workfile, or the output, is the archive or input itself */
   TRVS_WOULD_OVERWRITE = 24,    /* there is a file already, and it may not be replaced */
   TRVS_NOT_AN_ARCHIVE = 27,     /* the file is no archive, or damaged where it was read, or has a
-                                      name that leads out of a directory, or control
-                                      characters in names */
+                                   workfile's name that leads out of a directory, or control
+                                   characters in names */
   TRVS_CANNOT_LOCK = 29,        /* locks aren't checked, or the archive allows one only */
   TRVS_NO_LOCK = 30,            /* the user has not locked the revision, or nothing */
   TRVS_NO_WORKFILE = 32,        /* no such workfile */

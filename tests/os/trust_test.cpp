@@ -15,6 +15,8 @@ TEST(Trust, IsForWhatRootAndTheUserAloneCanChange) {
   const std::string link = directory / "open/link";
   support::writeFile(file, "");
   chmod((directory / "open").c_str(), 01777);
+  chmod((directory / "open/own").c_str(), 0755);
+  chmod(file.c_str(), 0644);
   EXPECT_TRUE(os::isOursAlone(file));
   EXPECT_TRUE(os::isOursAlone(directory / "open/../open/./own//file"));
   EXPECT_FALSE(os::isOursAlone(directory / "open/own"));

@@ -234,6 +234,7 @@ TEST_F(ToolkitCallbacks, LetTheTeamsTriggersRunIfTheUsersProfileSaysSo) {
   std::string answers;
   for (const char* value : {"", "OFF", "on"}) {
     writeFile(profile, "[TRVSGUI]\r\nTRVSTRIGGERS=" + std::string(value) + "\r\n");
+    chmod(profile.c_str(), 0644);
     answers += std::to_string(call<TrvsTriggerCallback>(24, "PRELOCK", "lint"));
   }
   chmod(profile.c_str(), 0666);
