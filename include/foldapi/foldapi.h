@@ -312,7 +312,7 @@ FOLDAPI_EXPORT int32_t ArchiveLockedMultiple(TVHandle* archive);
 FOLDAPI_EXPORT TVHandle* GetFirstBranch(TVHandle* parent);
 FOLDAPI_EXPORT TVHandle* GetNextBranch(TVHandle* parent);
 
-/* The branch whose ordering number or, failing that, whose name is given: "1.2.1" by its name or as
+/* The branch whose name or, failing that, whose ordering number is given: "1.2.1" by its name or as
  * "1", the last part of it. "Trunk" has the number 1. */
 FOLDAPI_EXPORT TVHandle* FindBranch(TVHandle* parent, const char* name);
 
@@ -328,7 +328,8 @@ FOLDAPI_EXPORT int32_t CloseBranch(TVHandle* branch);
 FOLDAPI_EXPORT TVHandle* GetFirstRevision(TVHandle* branch);
 FOLDAPI_EXPORT TVHandle* GetNextRevision(TVHandle* branch);
 
-/* The revision of a number: "10" for the last part of it or, failing that, all of it, as "1.10". */
+/* The revision of a number: all of it, as "1.10", or, failing that, "10" for the last part of it.
+ * On a trunk that goes on from 1.1 to 2.0 the places count instead, from 0 on. */
 FOLDAPI_EXPORT TVHandle* FindRevision(TVHandle* branch, const char* number);
 
 /* The whole number, such as "1.10". */
@@ -339,7 +340,8 @@ FOLDAPI_EXPORT int32_t CloseRevision(TVHandle* revision);
 
 /* Version labels. -------------------------------------------------------------------------------*/
 
-/* Walk the version labels of a revision, and find one by name. */
+/* Walk the version labels of a revision, and find one by name: the one of exactly that name or,
+ * failing that, one that differs in case alone. */
 FOLDAPI_EXPORT TVHandle* GetFirstLabel(TVHandle* revision);
 FOLDAPI_EXPORT TVHandle* GetNextLabel(TVHandle* revision);
 FOLDAPI_EXPORT TVHandle* FindLabel(TVHandle* revision, const char* name);

@@ -4,6 +4,7 @@
 // still use: the exported functions (exports.cpp) are one line each over these.
 #pragma once
 
+#include <initializer_list>
 #include <memory>
 #include <new>
 
@@ -134,23 +135,33 @@ template <typename Class, typename Child>
   });
 }
 
-// The parent is open during the find alone. Where that was its only count, the list is deleted, and
-// the result with it after the next call.
+// How a key is looked for.
+struct Look {
+  TVSortType sortType;
+  VCase letterCase = VCase::kIgnored;
+};
+
+// Gives what the first of the looks finds that finds anything. The parent is open during them
+// alone. Where that was its only count, the list is deleted, and the result with it after the next
+// call.
 template <typename Class, typename Child>
-::TVHandle* find(const ::TVHandle* token, const char* key, TVSortType sortType) {
-  return guarded<::TVHandle*>(nullptr, [&] {
+::TVHandle* find(const ::TVHandle* token, const char* key, std::initializer_list<Look> looks) {
+  return guarded<::TVHandle*>(nullptr, [&]() -> ::TVHandle* {
     foldapi::TVHandle& parent = resolve<Class>(token);
     const OpenScope open(parent, &theParkedList());
-    return tokenOf(parent.find(key, VCase::kIgnored, &Child::theClass, sortType));
+    for (const Look& look : looks) {
+      auto& found = parent.find(key, look.letterCase, &Child::theClass, look.sortType);
+      if (!found.isNull()) return tokenOf(found);
+    }
+    return nullptr;
   });
 }
 
-// As find(), and once more by the name of an item: the default sort type knows items by their
-// ordering number, which branches and revisions have.
+// By the whole name, then by the ordering number: that is what the default sort type knows items
+// by.
 template <typename Class, typename Child>
 ::TVHandle* findItem(const ::TVHandle* token, const char* key) {
-  ::TVHandle* item = find<Class, Child>(token, key, TVSortType::kDefault);
-  return item != nullptr ? item : find<Class, Child>(token, key, TVSortType::kName);
+  return find<Class, Child>(token, key, {{TVSortType::kName}, {TVSortType::kDefault}});
 }
 
 template <typename Class, typename Child>

@@ -88,7 +88,7 @@ int32_t CloseProjectRoot(TVHandle* root) { return api::close<Root>(root); }
 TVHandle* GetFirstProject(TVHandle* root) { return api::first<Root, Project>(root); }
 TVHandle* GetNextProject(TVHandle* root) { return api::next<Root, Project>(root); }
 TVHandle* FindProject(TVHandle* root, const char* name) {
-  return api::find<Root, Project>(root, name, TVSortType::kDefault);
+  return api::find<Root, Project>(root, name, {{TVSortType::kDefault}});
 }
 
 // Projects ----------------------------------------------------------------------------------------
@@ -147,7 +147,7 @@ void DestroyProject(TVHandle* project) { api::destroy<Project>(project); }
 TVHandle* GetFirstFolder(TVHandle* project) { return api::first<Folder, Folder>(project); }
 TVHandle* GetNextFolder(TVHandle* project) { return api::next<Folder, Folder>(project); }
 TVHandle* FindFolder(TVHandle* project, const char* name) {
-  return api::find<Folder, Folder>(project, name, TVSortType::kName);
+  return api::find<Folder, Folder>(project, name, {{TVSortType::kName}});
 }
 const char* GetFolderName(TVHandle* folder) {
   return api::text<Folder, TVArchiveFolderHandle>(folder,
@@ -175,16 +175,16 @@ void SetSortTypeArchiveName(TVHandle* parent) {
 }
 
 TVHandle* FindArchiveByWorkName(TVHandle* parent, const char* name) {
-  return api::find<Folder, Archive>(parent, name, TVSortType::kWorkName);
+  return api::find<Folder, Archive>(parent, name, {{TVSortType::kWorkName}});
 }
 TVHandle* FindArchiveByQualWorkName(TVHandle* parent, const char* path) {
-  return api::find<Folder, Archive>(parent, path, TVSortType::kWorkPath);
+  return api::find<Folder, Archive>(parent, path, {{TVSortType::kWorkPath}});
 }
 TVHandle* FindArchiveByArchiveName(TVHandle* parent, const char* name) {
-  return api::find<Folder, Archive>(parent, name, TVSortType::kArchiveName);
+  return api::find<Folder, Archive>(parent, name, {{TVSortType::kArchiveName}});
 }
 TVHandle* FindArchiveByQualArchiveName(TVHandle* parent, const char* path) {
-  return api::find<Folder, Archive>(parent, path, TVSortType::kArchivePath);
+  return api::find<Folder, Archive>(parent, path, {{TVSortType::kArchivePath}});
 }
 TVHandle* FindArchiveInFolder(TVHandle* parent, const char* name) {
   return FindArchiveByWorkName(parent, name);
@@ -295,9 +295,10 @@ int32_t CloseRevision(TVHandle* revision) { return api::close<Revision>(revision
 
 TVHandle* GetFirstLabel(TVHandle* revision) { return api::first<Revision, Label>(revision); }
 TVHandle* GetNextLabel(TVHandle* revision) { return api::next<Revision, Label>(revision); }
-// By name alone: the ordering number of every label is 0.
+// By name alone: the ordering number of every label is 0. Labels may differ in case.
 TVHandle* FindLabel(TVHandle* revision, const char* name) {
-  return api::find<Revision, Label>(revision, name, TVSortType::kName);
+  return api::find<Revision, Label>(
+      revision, name, {{TVSortType::kName, foldapi::VCase::kExact}, {TVSortType::kName}});
 }
 
 void CreateLabel(TVHandle* revision, const char* name) {

@@ -93,6 +93,7 @@ TVHandle& TVChildList::add(TVErrorSink& sink, TVObject* child) {
 
 void TVChildList::retire(TVHandle& handle) {
   handle.retired_ = true;
+  handle.home_ = nullptr;
   hasRetired_ = true;
 }
 

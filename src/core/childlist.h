@@ -35,7 +35,8 @@ class TVChildList {
   void reserve(size_t count) { entries_.reserve(count); }
   // Makes a handle on a child. A sort is due then.
   TVHandle& add(TVErrorSink& sink, TVObject* child);
-  // Takes a handle out of walks and finds; it stays allocated until the list is deleted.
+  // Takes a handle out of walks and finds, and cuts its way here; it stays allocated until the list
+  // is deleted.
   void retire(TVHandle& handle);
 
   TVHandle& first(const VClassRecord* record, int* position);

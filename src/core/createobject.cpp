@@ -11,7 +11,7 @@ TVHandle createObject(const VClassRecord* record, const TVHandle& parentHandle,
   TVObject* owner = parent.object();
   const int version = options.version != 0 ? options.version : parent.version();
   TVFolderOptions* rules = TVFolderOptions::lookup(record, version);
-  if (rules == nullptr || !rules->isAllowedUnder(parent)) return TVHandle();
+  if (rules == nullptr || !rules->isAllowedUnder(parent, options.version)) return TVHandle();
   TVUseScope use(owner, parent);
   TVScopedEdit edit(options.scope, parent);
   if (!edit.taken() || (owner != nullptr && owner->isDeleted())) return TVHandle();

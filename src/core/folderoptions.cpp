@@ -56,14 +56,19 @@ void TVFolderOptions::add(std::unique_ptr<TVFolderOptions> options) {
   if (theFolderOptions().add(options.get()) != nullptr) options.release();
 }
 
+bool TVFolderOptions::names(const VClassRecord* childClass) const {
+  return std::find(childClasses_.begin(), childClasses_.end(), childClass) != childClasses_.end();
+}
+
 // A class that the owner names is meant at the owner's version, where it has that one.
-VBool TVFolderOptions::isAllowedUnder(const TVHandle& owner) const {
+VBool TVFolderOptions::isAllowedUnder(const TVHandle& owner, int version) const {
   if (owner.isNull()) return true;
   const TVFolderOptions* rules = lookup(owner.isA(), owner.version());
-  if (rules == nullptr) return false;
-  const std::vector<const VClassRecord*>& named = rules->childClasses_;
-  return lookup(objectClass_, rules->version_) == this &&
-         std::find(named.begin(), named.end(), objectClass_) != named.end();
+  if (rules == nullptr || lookup(objectClass_, rules->version_) != this) return false;
+  if (rules->names(objectClass_)) return true;
+  const TVFolderOptions* abstractRules = lookup(owner.isA(), kAbstractVersion);
+  return version == kAbstractVersion && abstractRules != nullptr &&
+         abstractRules->names(objectClass_);
 }
 
 }  // namespace foldapi

@@ -35,8 +35,10 @@ class TVFolderOptions : public VObject {
   // For clients that show a tree; the library itself asks isAllowedUnder().
   bool hasChildClasses() const { return !childClasses_.empty(); }
 
-  // Whether the class may live under the owner's. No owner is allowed: a root needs none.
-  VBool isAllowedUnder(const TVHandle& owner) const;
+  // Whether the class may live under the owner's. No owner is allowed: a root needs none. Where
+  // `version` asks for the abstract one, a class that has no other may live under all whose
+  // abstract class names it.
+  VBool isAllowedUnder(const TVHandle& owner, int version = 0) const;
 
   // The options of a class and version, else of version 1, else null.
   static TVFolderOptions* lookup(const VClassRecord* objectClass, int version);
@@ -44,6 +46,8 @@ class TVFolderOptions : public VObject {
   static void add(std::unique_ptr<TVFolderOptions> options);
 
  private:
+  bool names(const VClassRecord* childClass) const;
+
   const VClassRecord* objectClass_;
   int version_;
   TVSortType defaultSortType_;

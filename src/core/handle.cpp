@@ -26,7 +26,7 @@ TVHandle& TVHandle::operator=(const TVHandle& other) {
 }
 
 TVHandle::~TVHandle() {
-  attach(nullptr);
+  moveTo(nullptr);
   if (clientSlot_ != 0) forgetClientHandle(*this);
 }
 
@@ -56,8 +56,13 @@ void TVHandle::unlink() {
   object->releaseReference(1);
 }
 
-// The new object is held before the old one is let go: it may live below the old one.
 void TVHandle::attach(TVObject* object) {
+  if (home_ != nullptr && object != object_) home_->retire(*this);
+  moveTo(object);
+}
+
+// The new object is held before the old one is let go: it may live below the old one.
+void TVHandle::moveTo(TVObject* object) {
   TVReferenceHold hold(object);
   while (childList_ != nullptr) close();
   unlink();
@@ -116,7 +121,6 @@ int TVHandle::close(std::unique_ptr<TVChildList>* parked) {
 
 // The object is gone: all that is left is this handle's place in its list.
 void TVHandle::orphan() {
-  if (home_ != nullptr) home_->retire(*this);
   attach(nullptr);
   orphaned();
 }

@@ -46,7 +46,7 @@ class TVHandle : public VObject {
   // The parent handle; null for a handle that stands in no list, or whose list is closed.
   TVHandle* owner() const;
 
-  // Closes until closed, then moves over to another object or none.
+  // Closes until closed, then moves over to another object or none, and leaves the list for it.
   void attach(TVObject* object);
 
   // Opens and closes give the new open count, or -1 without an object; close also without a list.
@@ -112,16 +112,17 @@ class TVHandle : public VObject {
   void buildChildList();
   void link(TVObject* object);
   void unlink();
+  void moveTo(TVObject* object);
   void orphan();
 
   TVErrorSink* sink_;
   TVObject* object_ = nullptr;
   TVHandle* nextAttached_ = nullptr;  // Neighbours among the handles of the object.
   TVHandle* previousAttached_ = nullptr;
-  TVChildList* home_ = nullptr;  // The list that owns this handle.
+  TVChildList* home_ = nullptr;  // The list that owns this handle and shows it.
   std::unique_ptr<TVChildList> childList_;
   uint32_t clientSlot_ = 0;
-  bool retired_ = false;  // Its object was destroyed; only its place in `home_` is left.
+  bool retired_ = false;  // Only its place in the list that owns it is left.
 };
 
 // The one failure value of operations that give a handle. Two handles without an object are equal.

@@ -86,6 +86,12 @@ void TVArchiveItem::setItemName(const VString& name) {
   changeHashedKey([&] { itemName_ = name; });
 }
 
+void TVArchiveItem::setItemNumber(int32_t number) {
+  if (number == itemNumber_) return;
+  itemNumber_ = number;
+  countKeyChange();
+}
+
 TVArchiveItemOptions::TVArchiveItemOptions(const VClassRecord* objectClass, int version,
                                            std::vector<const VClassRecord*> childClasses)
     : TVFolderOptions(objectClass, version, TVSortType::kNumber, std::move(childClasses)) {}

@@ -45,6 +45,7 @@ class TVArchiveItem : public TVObject {
   const VString& itemName() const { return itemName_; }
   int32_t itemNumber() const { return itemNumber_; }
   void setItemName(const VString& name);
+  void setItemNumber(int32_t number);
 
  private:
   TVArchiveItem* ownerItem() const;

@@ -316,24 +316,49 @@ int TVArchiveMemberHandle::lockers(VString* out) {
   return query(&TVArchiveMember::GetLockers, out);
 }
 
-void TVArchiveMemberHandle::setName(void (TVArchiveMember::*setter)(const VPathString&),
+namespace {
+
+// Asks each of them: a lookup in the table would count, and change its order in time.
+bool isTaken(const TVArchiveMember& member, const TVMemberNames& names) {
+  if (member.isTransient() || member.owner() == nullptr) return false;
+  for (const TVObject* sibling : member.owner()->childrenInOrder()) {
+    if (sibling != &member && sibling->isA() == member.isA() &&
+        static_cast<const TVArchiveMember*>(sibling)->names() == names) {
+      return true;
+    }
+  }
+  return false;
+}
+
+}  // namespace
+
+void TVArchiveMemberHandle::setName(NameField field,
+                                    void (TVArchiveMember::*setter)(const VPathString&),
                                     const VPathString& name, std::string_view refused) {
   auto* member = as<TVArchiveMember>();
   if (member == nullptr || !isStorableText(*this, name.view(), refused)) return;
-  editObject(*this, [&] { (member->*setter)(name); });
+  TVMemberNames wanted = member->names();
+  wanted.*field = name;
+  editObject(*this, [&] {
+    if (isTaken(*member, wanted)) {
+      sink().notice(*this, "A file of these names is in the folder already.");
+    } else {
+      (member->*setter)(name);
+    }
+  });
 }
 
 void TVArchiveMemberHandle::setWorkName(const VPathString& name) {
-  setName(&TVArchiveMember::setWorkName, name, kEndsSectionName);
+  setName(&TVMemberNames::workName, &TVArchiveMember::setWorkName, name, kEndsSectionName);
 }
 void TVArchiveMemberHandle::setWorkPath(const VPathString& path) {
-  setName(&TVArchiveMember::setWorkPath, path, kEndsSectionField);
+  setName(&TVMemberNames::workPath, &TVArchiveMember::setWorkPath, path, kEndsSectionField);
 }
 void TVArchiveMemberHandle::setArchiveName(const VPathString& name) {
-  setName(&TVArchiveMember::setArchiveName, name, kEndsSectionField);
+  setName(&TVMemberNames::archiveName, &TVArchiveMember::setArchiveName, name, kEndsSectionField);
 }
 void TVArchiveMemberHandle::setArchivePath(const VPathString& path) {
-  setName(&TVArchiveMember::setArchivePath, path, kEndsSectionField);
+  setName(&TVMemberNames::archivePath, &TVArchiveMember::setArchivePath, path, kEndsSectionField);
 }
 
 TVArchiveMemberHandle TVArchiveMemberHandle::create(const TVMemberNames& names,

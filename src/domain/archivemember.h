@@ -123,6 +123,7 @@ class TVArchiveMemberHandle : public TVHandle {
   [[nodiscard]] int headerText(VString* out);
   [[nodiscard]] int lockers(VString* out);
 
+  // The names of another member beside this one are refused, with a report.
   void setWorkName(const VPathString& name);
   void setWorkPath(const VPathString& path);
   void setArchiveName(const VPathString& name);
@@ -134,7 +135,8 @@ class TVArchiveMemberHandle : public TVHandle {
  private:
   template <typename Value>
   int query(int (TVArchiveMember::*get)(TVHandle&, Value*), Value* out);
-  void setName(void (TVArchiveMember::*setter)(const VPathString&), const VPathString& name,
+  void setName(VPathString TVMemberNames::*field,
+               void (TVArchiveMember::*setter)(const VPathString&), const VPathString& name,
                std::string_view refused);
 };
 

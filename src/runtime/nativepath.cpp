@@ -8,6 +8,7 @@
 
 #include <algorithm>
 #include <cstdint>
+#include <cstdlib>
 #include <cstring>
 #include <unordered_map>
 #include <vector>
@@ -48,7 +49,8 @@ class Listing {
       const auto [place, isNew] = names_.try_emplace(foldCase(name), name);
       if (!isNew) place->second.clear();  // Several: none of them is meant.
     });
-    isSettled_ = now - state_.modified > kSettledNanoseconds;
+    // A time that lies ahead was set: a change would bring it back to the present.
+    isSettled_ = std::abs(now - state_.modified) > kSettledNanoseconds;
   }
 
   bool isOf(const os::DirectoryState& state) const { return state.identity == state_.identity; }

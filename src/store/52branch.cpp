@@ -5,6 +5,9 @@
 // hangs on it and the branches that start there.
 #include "store/52branch.h"
 
+#include <algorithm>
+#include <vector>
+
 #include "runtime/assertion.h"
 
 namespace foldapi {
@@ -15,6 +18,12 @@ constexpr unsigned kTexts = TRVS_TREE_CHANGE | TRVS_TREE_AUTHOR | TRVS_TREE_TIME
 
 bool has(const TrvsRevTree& record, unsigned flags) { return (record.flags & flags) != 0; }
 
+// The branch of a revision is named by all but the last component of its number.
+VString branchName(std::string_view number) {
+  const size_t dot = number.rfind('.');
+  return VString(number.substr(0, dot));
+}
+
 // Walks the list for the revisions of one branch. A revision is built when the next one begins.
 class BranchWalk {
  public:
@@ -23,6 +32,7 @@ class BranchWalk {
   void run(const TrvsRevTree* record) {
     for (; record != nullptr && !stopped_; record = record->next) take(*record);
     if (seen_ && !number_.isEmpty()) build();
+    giveNumbers();
   }
 
  private:
@@ -90,14 +100,28 @@ class BranchWalk {
         std::make_unique<TVRevision52>(number_, texts_, locked_, level_, subordinate_, &branch_));
     revision->setDetails(std::move(texts_), locked_);
     revision->setTree(subordinate_);
+    built_.push_back(revision);
     number_.clear();
     texts_ = {};
     textsSeen_ = 0;
     subordinate_ = nullptr;
   }
 
+  // Last components order the revisions of one major; those of several follow the list.
+  void giveNumbers() {
+    const auto isOfOtherMajor = [this](const TVRevision* revision) {
+      return branchName(revision->itemName().view()) != branchName(built_[0]->itemName().view());
+    };
+    const bool byPlace = std::any_of(built_.begin(), built_.end(), isOfOtherMajor);
+    for (size_t i = 0; i < built_.size(); ++i) {
+      built_[i]->setItemNumber(byPlace ? static_cast<int32_t>(i)
+                                       : lastNumber(built_[i]->itemName().view()));
+    }
+  }
+
   TVObject& branch_;
   const int level_;
+  std::vector<TVRevision*> built_;
   bool seen_ = false;
   bool stopped_ = false;
   bool takesTexts_ = false;
@@ -126,12 +150,6 @@ bool mergeAttachment(TVObject& revision, const TrvsRevTree& record) {
     return false;
   }
   return true;
-}
-
-// The branch of a head revision is named by all but the last component of its number.
-VString branchName(std::string_view number) {
-  const size_t dot = number.rfind('.');
-  return VString(number.substr(0, dot));
 }
 
 }  // namespace

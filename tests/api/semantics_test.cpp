@@ -74,7 +74,7 @@ TEST_F(Semantics, OpenSessionsFollowWhatAnotherProcessDid) {
 }
 
 // A real fault: lists that are in the order of numbers were halved by the texts of numbers.
-TEST_F(Semantics, BranchesAreFoundByNumberHoweverManyThereAre) {
+TEST_F(Semantics, BranchesAreFoundByNumberAndByNameHoweverManyThereAre) {
   const string archive = scratch_.path("m.c_v");
   const string workfile = scratch_.path("m.c");
   const auto checkIn = [&](const char* parent) {
@@ -104,6 +104,20 @@ TEST_F(Semantics, BranchesAreFoundByNumberHoweverManyThereAre) {
     const string number = std::to_string(i);
     EXPECT_EQ(GetBranchName(FindBranch(revision, number.c_str())), "1.3." + number);
   }
+  // Real faults: a find by name was a second one, and the first had let go of what it looked in; of
+  // labels that differ in case the first one was given.
+  for (const char* name : {"REL", "Rel", "rel", "One"}) {
+    EXPECT_EQ(TrvsSetLabel(TRVS_CONTEXT, archive.c_str(), name, "1.0", 0), 0);
+  }
+  TVHandle* const closed = FindProject(scratch_.openRoot(), "P");
+  const auto first = [closed] {
+    return FindRevision(FindBranch(FindArchiveByWorkName(closed, "m.c"), "trunk"), "1.0");
+  };
+  EXPECT_STREQ(GetRevisionNumber(first()), "1.0");
+  for (const char* name : {"rel", "Rel", "REL"}) {
+    EXPECT_STREQ(GetLabelName(FindLabel(first(), name)), name);
+  }
+  EXPECT_STREQ(GetLabelName(FindLabel(first(), "ONE")), "One");
 }
 
 }  // namespace

@@ -335,6 +335,20 @@ TEST_F(ChildLists, AClassWithoutKeysCostsTheOthersNothing) {
   EXPECT_LT(looks[1], looks[0] + 50);
 }
 
+// A real fault: the entry stayed, with the class of one object and the keys of another.
+TEST_F(ChildLists, AHandleThatIsAttachedElsewhereLeaves) {
+  for (const char* name : {"a", "b", "c"}) add<TVArchiveFolder>(name, "", TVPrivacy::kPublic);
+  shelf.open();
+  TVHandle& moved = *children(shelf)[1];
+  EXPECT_EQ(moved.owner(), &shelf);
+  moved.attach(moved.object());
+  EXPECT_EQ(names(shelf), "a b c ");
+  moved = shelf;
+  EXPECT_EQ(names(shelf), "a c ");
+  EXPECT_EQ(moved.owner(), nullptr);
+  EXPECT_TRUE(shelf.find("b", VCase::kIgnored, nullptr, TVSortType::kName).isNull());
+}
+
 TEST_F(ChildLists, WalkBothWaysAndByClass) {
   add<TVPromotionFolder>("group");
   addMember("d", "m2");

@@ -173,6 +173,11 @@ TEST_F(DomainChanges, SettersKeepTheTableRight) {
   EXPECT_EQ(TVArchiveMemberHandle::create({"q", "a", "w", "3"}, project).object(),
             kept[2].object());
   EXPECT_EQ(project.object()->childCount(), 4);
+  kept[1].setWorkName("1");  // Not the same names yet,
+  kept[1].setWorkPath("w");  // but now: refused.
+  EXPECT_EQ(kept[1].workPath().str(), "y");
+  EXPECT_EQ(create("a", "1").object()->owner(), project.object());
+  EXPECT_EQ(project.object()->childCount(), 4);
 }
 
 }  // namespace

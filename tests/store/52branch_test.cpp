@@ -145,11 +145,14 @@ TEST_F(Store, BranchesTakeWhatIsTheirsFromAList) {
       {"one number twice is one revision, as it came last",
        "1 R^ 1.0\n1 t 1\n1 a 1\n1 c 1\n1 ! ann\n1 # OLD\n1 R 1.0\n1 t 2\n1 a 2\n1 c 2\n1 # NEW",
        "Trunk 1.0{2|2|2}(#NEW)"},
-      {"numbers without dots, and too long ones, which come first",
+      {"several majors, in the order of the list",
+       "1 R^ 1.0\n1 t t\n1 a a\n1 c c\n1 R 1.1\n1 t t\n1 a a\n1 c c\n1 R 2.0\n1 t t\n1 a a\n1 c c",
+       "Trunk 1.0{t|a|c} 1.1{t|a|c} 2.0{t|a|c}"},
+      {"numbers without dots, and too long ones",
        "1 R^+ 7\n1 t t\n1 a a\n1 c c\n2 R^ 8\n2 t t\n2 a a\n2 c c\n1 R 1.99999999999\n1 t t\n1 a "
        "a\n"
        "1 c c",
-       "Trunk 1.99999999999{t|a|c} 7{t|a|c}(8 8{t|a|c})"},
+       "Trunk 7{t|a|c}(8 8{t|a|c}) 1.99999999999{t|a|c}"},
   };
   for (const auto& c : cases) {
     SCOPED_TRACE(c.why);

@@ -64,6 +64,10 @@ TEST_F(Store, ContainmentOfBothVersions) {
     }
     EXPECT_EQ(allowed, c.allowed);
   }
+  const TVHandle revision(nullptr, new TVRevision52("", {}, false, 1, nullptr, nullptr));
+  EXPECT_TRUE(TVFloatingLabelHandle::create("F", revision).isNull());
+  EXPECT_FALSE(TVFloatingLabelHandle::create("F", revision, {.version = 1}).isNull());
+  EXPECT_TRUE(TVVersionLabelHandle::create("V", revision, {.version = 1}).isNull());
   EXPECT_EQ(TVFolderOptions::lookup(&TVBranch::theClass, 7),
             TVFolderOptions::lookup(&TVBranch::theClass, 1));
   EXPECT_EQ(TVFolderOptions::lookup(&TVObject::theClass, 1), nullptr);
