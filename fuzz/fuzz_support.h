@@ -8,6 +8,8 @@
 #include <algorithm>
 #include <cstdio>
 #include <cstdlib>
+#include <fstream>
+#include <iterator>
 #include <random>
 #include <string>
 #include <string_view>
@@ -36,6 +38,26 @@ class MemoryFile {
  private:
   int descriptor_;
 };
+
+// A path for a file that is replaced: in a directory of this process.
+inline std::string scratchPath(const std::string& name) {
+  static const std::string directory = [] {
+    char path[] = "/dev/shm/fuzz-XXXXXX";
+    require(::mkdtemp(path) != nullptr, "there is a directory");
+    return std::string(path) + "/";
+  }();
+  return directory + name;
+}
+
+inline std::string readFile(const std::string& path) {
+  std::ifstream in(path, std::ios::binary);
+  return {std::istreambuf_iterator<char>(in), {}};
+}
+
+inline void writeFile(const std::string& path, std::string_view bytes) {
+  std::remove(path.c_str());  // It may be read-only.
+  std::ofstream(path, std::ios::binary) << bytes;
+}
 
 // Does to `bytes` what disks, crashed writers and bad copies do to a file: a few small damages,
 // decided by `seed` alone.

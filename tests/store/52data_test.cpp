@@ -413,6 +413,11 @@ TEST_F(Unread, ASideThatIsPassedOverIsReadForGood) {
   EXPECT_TRUE(folder.object()->isStale(folder));
   EXPECT_EQ(listing(folder), "");
   EXPECT_FALSE(folder.object()->isStale(folder));
+  // Without the public file private records find nothing to overlay: they count as unread.
+  std::filesystem::remove(path("pub/p/trvsfold.pub"));
+  put("prv/p/trvsfold.prv", "[Folder=A]\nDIR=a\nOWNERSHIP=PUBLIC\n");
+  listing(project);
+  EXPECT_FALSE(project.object()->readWasComplete());
 }
 
 }  // namespace
