@@ -114,9 +114,10 @@ FOLDAPI_EXPORT int32_t DllMain(void* module, uint32_t reason, void* reserved);
  * projects; neither is touched before the root is opened. An empty or null text takes its value
  * from the profile: TRVSPROJ and TRVSPRIV in section [TRVSGUI]. Where the profile has none, a
  * default under the user's data directory is taken and written to the profile. Gives null if no
- * root could be made; then the root is as it was before. Otherwise all handles and counts of an
- * earlier Init are gone, and the pointer is always the same. Unusable directories do not fail here:
- * their walk is empty. Directories that aren't there are made when the root is opened, so a
+ * root could be made, or for a directory with a line break or with "$(" and a ")" after it, which
+ * the data files can't hold; then the root is as it was before. Otherwise all handles and counts of
+ * an earlier Init are gone, and the pointer is always the same. Unusable directories do not fail
+ * here: their walk is empty. Directories that aren't there are made when the root is opened, so a
  * mistyped one looks like an empty database. */
 FOLDAPI_EXPORT TVHandle* Init(const char* publicRoot, const char* privateRoot);
 
@@ -147,9 +148,9 @@ FOLDAPI_EXPORT TVHandle* FindProject(TVHandle* root, const char* name);
  * trvsproj.pub and trvsproj.prv. `privateWorkDir` and `publicWorkDir`, the private one
  * first, are where the workfiles of a user and of the team are; they are not created. A project
  * that exists already stays as it is. A name that is empty or has a "]" in it, or any text with a
- * line break, creates nothing: the data files can't hold it. Nor is a project made whose
- * directories or records can't be written, the private ones too. To see whether it worked, find the
- * project. */
+ * line break or with "$(" and a ")" after it, creates nothing: the data files can't hold it. Nor is
+ * a project made whose directories or records can't be written, the private ones too. To see
+ * whether it worked, find the project. */
 FOLDAPI_EXPORT void CreateProject(TVHandle* root, const char* name, const char* privateWorkDir,
                                   const char* publicWorkDir);
 
@@ -165,8 +166,8 @@ FOLDAPI_EXPORT const char* GetProjectCfgFile(TVHandle* project);
 FOLDAPI_EXPORT const char* GetProjectVCSDirs(TVHandle* project);
 
 /* Appends a VCSDIR directive with `directories`, less one "\" at their end, to the project's
- * configuration file; earlier directives stay above it. Read the value back to see whether it
- * worked. */
+ * configuration file; earlier directives stay above it. A list with a line break, or of more than
+ * 8184 bytes, is refused. Read the value back to see whether it worked. */
 FOLDAPI_EXPORT void SetProjectVCSDirs(TVHandle* project, const char* directories);
 
 /* Where the workfiles of the team (public) and of this user (private) are: WKDIR in trvsproj.pub
@@ -256,7 +257,8 @@ FOLDAPI_EXPORT const char* GetArchiveName(TVHandle* archive);
 FOLDAPI_EXPORT const char* GetQualArchiveName(TVHandle* archive);
 
 /* The workfile's name: alone, with the directory of the record, and as a full path, where a
- * relative directory hangs under the private work directories of the folder and the project. */
+ * relative directory hangs under the private work directories of the folder and the project. A full
+ * path that climbs above its root leads nowhere: "". */
 FOLDAPI_EXPORT const char* GetWorkfileName(TVHandle* archive);
 FOLDAPI_EXPORT const char* GetQualWorkfileName(TVHandle* archive);
 FOLDAPI_EXPORT const char* GetFullQualWorkfileName(TVHandle* archive);

@@ -50,4 +50,14 @@ bool isStorableText(TVHandle& context, std::string_view text, std::string_view r
   return false;
 }
 
+bool isStorableValue(TVHandle& context, std::string_view text, std::string_view refused) {
+  const size_t macro = text.find("$(");
+  if (macro == std::string_view::npos || text.find(')', macro) == std::string_view::npos) {
+    return isStorableText(context, text, refused);
+  }
+  context.sink().notice(context,
+                        "A name or directory must not contain \"$(\" with a \")\" after it.");
+  return false;
+}
+
 }  // namespace foldapi

@@ -40,6 +40,11 @@ TVHandle createObject(const VClassRecord* record, const TVHandle& parent,
 [[nodiscard]] bool isStorableText(TVHandle& context, std::string_view text,
                                   std::string_view refused = "");
 
+// The same for a text that stands, or gives its name to what stands, after a key: a reader takes
+// "$(" out of that, with all up to a ")".
+[[nodiscard]] bool isStorableValue(TVHandle& context, std::string_view text,
+                                   std::string_view refused = "");
+
 // For `refused`: what ends the name in a section line, and a field of several in one.
 constexpr std::string_view kEndsSectionName = "]";
 constexpr std::string_view kEndsSectionField = "];";

@@ -148,7 +148,7 @@ VBool TVArchiveFolderHandle::isPrivate() const {
 
 void TVArchiveFolderHandle::setName(const VString& name) {
   auto* folder = as<TVArchiveFolder>();
-  if (folder == nullptr || !isStorableText(*this, name.view(), kEndsSectionName)) return;
+  if (folder == nullptr || !isStorableValue(*this, name.view(), kEndsSectionName)) return;
   editObject(*this, [&] { folder->setFolderName(name); });
 }
 
@@ -161,7 +161,7 @@ void TVArchiveFolderHandle::setIsPrivate(VBool isPrivate) {
 
 void TVArchiveFolderHandle::setPrivateDir(const VString& dir) {
   auto* folder = as<TVArchiveFolder>();
-  if (folder == nullptr || !isStorableText(*this, dir.view())) return;
+  if (folder == nullptr || !isStorableValue(*this, dir.view())) return;
   editObject(*this, [&] { folder->setPrivateWorkDir(dir); });
 }
 
@@ -169,8 +169,8 @@ TVArchiveFolderHandle TVArchiveFolderHandle::create(const VString& name, const V
                                                     TVPrivacy privacy, const TVHandle& parent,
                                                     const TVCreateOptions& options) {
   TVHandle context = options.context(parent);
-  if (!isStorableText(context, name.view(), kEndsSectionName) ||
-      !isStorableText(context, privateDir.view())) {
+  if (!isStorableValue(context, name.view(), kEndsSectionName) ||
+      !isStorableValue(context, privateDir.view())) {
     return TVArchiveFolderHandle();
   }
   return TVArchiveFolderHandle(createObject(

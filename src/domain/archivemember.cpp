@@ -157,7 +157,7 @@ std::string_view TVArchiveMember::pathModel() const {
   return {};
 }
 
-VPathString TVArchiveMember::fullWorkDir() const {
+std::string TVArchiveMember::joinedWorkDir() const {
   const std::string_view like = pathModel();
   std::string directory = names_.workPath.str();
   for (const TVObject* object = owner(); object != nullptr; object = object->owner()) {
@@ -165,13 +165,17 @@ VPathString TVArchiveMember::fullWorkDir() const {
     directory = joinPath(static_cast<const TVArchiveFolder*>(object)->privateWorkDir().view(),
                          directory, like);
   }
-  return normalisePath(directory);
+  return directory;
 }
 
+VPathString TVArchiveMember::fullWorkDir() const { return normalisePath(joinedWorkDir()); }
+
 VPathString TVArchiveMember::fullWorkName() const {
-  const VPathString directory = fullWorkDir();
-  if (directory.isEmpty()) return names_.workName;
-  return buildPath(directory.view(), names_.workName.view(), pathModel());
+  const std::string joined = joinedWorkDir();
+  if (joined.empty()) return names_.workName;
+  const std::string directory = normalisePath(joined);
+  if (directory.empty()) return {};
+  return buildPath(directory, names_.workName.view(), pathModel());
 }
 
 VPathString TVArchiveMember::qualWorkName() const {
@@ -188,6 +192,7 @@ VString TVArchiveMember::pairedName() const {
 
 VString TVArchiveMember::toolkitName() const {
   if (names_.archiveName.isEmpty()) return fullWorkName();
+  if (isNowhere()) return qualArchiveName();
   return qualArchiveName() + "(" + fullWorkName() + ")";
 }
 

@@ -70,9 +70,11 @@ class TVArchiveMember : public TVObject {
   [[nodiscard]] virtual int GetLockers(TVHandle& context, VString* out);
 
   const TVMemberNames& names() const { return names_; }
-  // `workPath` below the work directories of the enclosing folders, normalised.
+  // `workPath` below the work directories of the enclosing folders, normalised. Both are empty
+  // where that climbs above a root: the workfile is nowhere then.
   VPathString fullWorkDir() const;
   VPathString fullWorkName() const;
+  bool isNowhere() const { return fullWorkName().isEmpty() && !names_.workName.isEmpty(); }
   VPathString qualWorkName() const;
   VPathString qualArchiveName() const;
   VString pairedName() const;   // qualWorkName(qualArchiveName)
@@ -86,6 +88,7 @@ class TVArchiveMember : public TVObject {
 
  private:
   std::string_view pathModel() const;
+  std::string joinedWorkDir() const;
 
   TVMemberNames names_;
 };

@@ -73,7 +73,7 @@ void TVProjectFolderHandle::setPrivateDir(const VString& dir) {
 // edit was granted.
 void TVProjectFolderHandle::setDirectory(void (TVProjectFolder::*setter)(const VString&),
                                          const VString& dir) {
-  if (as<TVProjectFolder>() == nullptr || !isStorableText(*this, dir.view())) return;
+  if (as<TVProjectFolder>() == nullptr || !isStorableValue(*this, dir.view())) return;
   TVHandle root(&sink(), object()->owner());
   TVScopedEdit rootEdit(theNoLock(), root);
   if (!rootEdit.taken()) return;
@@ -86,7 +86,7 @@ void TVProjectFolderHandle::setDirectory(void (TVProjectFolder::*setter)(const V
 
 void TVProjectFolderHandle::setConfig(const TVProjectConfig& config, TVLockScope& scope) {
   auto* project = as<TVProjectFolder>();
-  if (project == nullptr) return;
+  if (project == nullptr || !isStorableValue(*this, config.path.view())) return;
   TVScopedEdit edit(scope, *this);
   if (edit.taken() && !isNull()) project->setConfig(config);
 }
@@ -115,9 +115,9 @@ TVProjectFolderHandle TVProjectFolderHandle::create(
     const VString& name, const TVProjectConfig& config, const VString& privateDir,
     const VString& publicDir, const TVHandle& parent, const TVCreateOptions& options) {
   TVHandle context = options.context(parent);
-  if (!isStorableText(context, name.view(), kEndsSectionName)) return TVProjectFolderHandle();
-  for (const VString* text : {&privateDir, &publicDir}) {
-    if (!isStorableText(context, text->view())) return TVProjectFolderHandle();
+  if (!isStorableValue(context, name.view(), kEndsSectionName)) return TVProjectFolderHandle();
+  for (const std::string_view text : {config.path.view(), privateDir.view(), publicDir.view()}) {
+    if (!isStorableValue(context, text)) return TVProjectFolderHandle();
   }
   return TVProjectFolderHandle(createObject(
       &TVProjectFolder::theClass, parent, options,

@@ -71,7 +71,11 @@ std::unique_ptr<TVObject> TVProjectRoot52Options::makeObject(const VString& publ
                                                              const VString& privateDir,
                                                              TVHandle& context, TVObject* owner,
                                                              TVCaching caching) {
-  return std::make_unique<TVProjectRoot52>(publicDir, privateDir, context, owner, caching);
+  auto root = std::make_unique<TVProjectRoot52>(publicDir, privateDir, context, owner, caching);
+  for (const std::string_view dir : {root->publicDir().view(), root->privateDir().view()}) {
+    if (!isStorableValue(context, dir)) return nullptr;
+  }
+  return root;
 }
 
 }  // namespace foldapi

@@ -63,7 +63,14 @@ TVObject* findMember(TVObject& folder, const TVMemberNames& names) {
 
 // Check-out and check-in --------------------------------------------------------------------------
 
+// Without its workfile the toolkit would take one of that name in the current directory.
+int TVArchiveMember52::findWorkfile(TVHandle& context) const {
+  return isNowhere() ? reportToolkitStatus(context, TRVS_BAD_NAME, qualWorkName().text())
+                     : kResultDone;
+}
+
 int TVArchiveMember52::getRevision(TVHandle& context, const TVGetOptions& options) {
+  if (const int result = findWorkfile(context)) return result;
   return checkOut(context, target(), options);
 }
 
@@ -81,6 +88,7 @@ int TVArchiveMember52::checkOut(TVHandle& context, const Target& target,
 }
 
 int TVArchiveMember52::putRevision(TVHandle& context, const TVPutOptions& options) {
+  if (const int result = findWorkfile(context)) return result;
   return checkIn(context, target(), options);
 }
 
@@ -107,6 +115,9 @@ int TVArchiveMember52::unlockRevision(TVHandle& context, const TVUnlockOptions& 
   if (about.toolkitName.isEmpty()) return refuse(context, kFolderNoArchiveName, kResultMissing);
   const bool wantsLocked =
       mode == Options::kGetLockedReadOnly || mode == Options::kGetLockedWritable;
+  if (wantsLocked || mode == Options::kGetReadOnly || mode == Options::kGetWritable) {
+    if (const int result = findWorkfile(context)) return result;
+  }
   TVGetOptions get;
   if (const int result = takeLocks(context, about, wantsLocked, &get.revision)) return result;
   switch (mode) {
@@ -195,6 +206,7 @@ int TVArchiveMember52::createArchive(TVHandle& context, const TVPutOptions& opti
   TVReferenceHold hold(this);
   TVObject* const folder = owner();
   TVReferenceHold folderHold(folder);
+  if (const int result = findWorkfile(context)) return result;
   TVMemberNames wanted = names();
   if (const int result = computeNames(context, &wanted)) return result;
   if (!wanted.areStorable(context)) return kResultFailed;

@@ -11,6 +11,8 @@ namespace foldapi {
 
 namespace {
 
+constexpr size_t kLongestLine = 8191;  // That a reader takes, without its end.
+
 constexpr const char* kDirsFailedTail =
     ". The archive directory could not be set. Before you can check files into archives, you must "
     "use Project / Configure Project / Archive Directories in TRVS Trevault to select an archive "
@@ -68,20 +70,18 @@ VString configurationText(int32_t item) {
 }
 
 void appendArchiveDirs(TVProjectConfig* config, const VString& dirs, TVHandle& context) {
+  const auto failed = [&](const char* what) {
+    context.sink().error(
+        context, VString(what) + " project configuration file " + config->path + kDirsFailedTail);
+  };
+  VString line = VString("VCSDIR=") + dirs;
+  line.trimRight();
+  if (line.view().ends_with('\\')) line.truncate(line.length() - 1);
+  if (line.view().size() > kLongestLine) return failed("The list is too long for a line of");
   VFile file(config->path);
-  if (!file.open(VFile::kReadWrite)) {
-    context.sink().error(context, VString("Error opening project configuration file ") +
-                                      config->path + kDirsFailedTail);
-    return;
-  }
-  VString trimmed = dirs;
-  trimmed.trimRight();
-  if (trimmed.view().ends_with('\\')) trimmed.truncate(trimmed.length() - 1);
-  const bool written = appendLines(file, VString("VCSDIR=") + trimmed + "\r\n\r\n") >= 0;
-  if (!file.close() || !written) {
-    context.sink().error(context, VString("Error writing to project configuration file ") +
-                                      config->path + kDirsFailedTail);
-  }
+  if (!file.open(VFile::kReadWrite)) return failed("Error opening");
+  const bool written = appendLines(file, line + "\r\n\r\n") >= 0;
+  if (!file.close() || !written) failed("Error writing to");
   config->archiveDirs = dirs;
 }
 

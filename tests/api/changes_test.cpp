@@ -65,6 +65,17 @@ TEST_F(Changes, RefusedChangesLeaveEveryFileAlone) {
   }
   // Nor what ends a name in a section line, or a field of it: "X]1" would be read back as "X".
   for (const char* bad : {"P]1", "]"}) CreateProject(root, bad, "/w", "/w");
+  // Nor what a reader takes out of a value, nor a list that is too long for a line.
+  for (const char* bad : {"$()", "/a$(b)c"}) {
+    CreateProject(root, bad, "/w", "/w");
+    CreateProject(root, "Q", bad, "/w");
+    CreateProject(root, "Q", "/w", bad);
+    SetProjectPublicDir(project, bad);
+    SetProjectPrivateDir(project, bad);
+    EXPECT_EQ(Init(bad, scratch_.path("prv").c_str()), nullptr);
+  }
+  SetProjectVCSDirs(project, string(8185, 'd').c_str());
+  EXPECT_STREQ(GetProjectVCSDirs(project), "/v");
   for (const auto& [work, archive] : {std::pair("a]", "/v/a_v"),
                                       {"d]/a", "/v/a_v"},
                                       {"a", "/v]/a_v"},

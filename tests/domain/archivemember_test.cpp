@@ -150,6 +150,12 @@ TEST_F(DomainChanges, LineEndsAndNullsAreRefused) {
   project.setPublicDir("[d];$(");
   EXPECT_EQ(a.workName().str() + project.publicDir().str(), ";$([d];$(");
   EXPECT_TRUE(TVArchiveFolderHandle::create("F]", "", TVPrivacy::kPublic, project).isNull());
+  // What a reader would take out of a value.
+  const std::string before = project.config().path.str();
+  project.setConfig(TVProjectConfig("a$(b)c"), theNoLock());
+  project.setName("$()");
+  EXPECT_EQ(project.config().path.str() + project.folderName().str(), before + "P");
+  EXPECT_TRUE(TVArchiveFolderHandle::create("F", "$(b)", TVPrivacy::kPublic, project).isNull());
 }
 
 // A changed name is found under the new name, and the order of the records on disk changes only

@@ -104,6 +104,14 @@ TEST_F(Workday, OnOneArchive) {
   EXPECT_EQ(Store::get("work/m.c"), "one\nthree\n");
   EXPECT_EQ(status(motor), kStatusReadable | kStatusHasRevisions);
   EXPECT_EQ(motor.archiveAction3(unlock), kResultFailed);  // No lock is left.
+  motor.setWorkPath("/..");  // Not the file of that name in the current directory.
+  told();
+  EXPECT_EQ(motor.archiveAction1(get), kResultFailed);
+  EXPECT_EQ(motor.archiveAction2(putOptions), kResultFailed);
+  EXPECT_EQ(motor.archiveAction3(unlock), kResultFailed);
+  EXPECT_EQ(replaced(told(), ToolkitMessage(TRVS_BAD_NAME, "/../m.c").str(), "bad"),
+            "notice bad\nnotice bad\nnotice bad\n");
+  motor.setWorkPath("");
   told();
 
   const VString archive = motor.toolkitName();
