@@ -8,6 +8,7 @@
 #include <algorithm>
 #include <cstdio>
 #include <cstdlib>
+#include <filesystem>
 #include <fstream>
 #include <iterator>
 #include <random>
@@ -41,12 +42,12 @@ class MemoryFile {
 
 // A path for a file that is replaced: in a directory of this process.
 inline std::string scratchPath(const std::string& name) {
-  static const std::string directory = [] {
-    char path[] = "/dev/shm/fuzz-XXXXXX";
-    require(::mkdtemp(path) != nullptr, "there is a directory");
-    return std::string(path) + "/";
-  }();
-  return directory + name;
+  static const struct Directory {
+    Directory() { require(::mkdtemp(path) != nullptr, "there is a directory"); }
+    ~Directory() { std::filesystem::remove_all(path); }
+    char path[30] = "/dev/shm/fuzz-XXXXXX";
+  } directory;
+  return std::string(directory.path) + "/" + name;
 }
 
 inline std::string readFile(const std::string& path) {

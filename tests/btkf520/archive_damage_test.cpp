@@ -4,6 +4,7 @@
 #include <algorithm>
 
 #include "../../fuzz/check_archive.h"
+#include "../../fuzz/check_operations.h"
 #include "btkf520/history.h"
 
 namespace btkf520_test {
@@ -75,6 +76,13 @@ TEST(ArchiveDamage, SurvivesSeededMutations) {
   for (unsigned seed = 0; seed < 20000; ++seed) {
     SCOPED_TRACE(seed);
     fuzz::checkIndex(fuzz::damaged(bytes, seed));
+  }
+}
+
+TEST(ArchiveDamage, SurvivesSeededOperations) {
+  for (unsigned seed = 0; seed < 50; ++seed) {
+    SCOPED_TRACE(seed);
+    fuzz::checkOperations(Contents(seed).bytes(16));
   }
 }
 
@@ -160,6 +168,11 @@ TEST(ArchiveDamage, CostsNoOtherRevisions) {
     std::vector<btkf::Content> damaged;
     EXPECT_EQ(history.toRead()->verify(&damaged), TRVS_NOT_AN_ARCHIVE);
     const size_t lost = damaged.size();
+    char told[100] = "";
+    EXPECT_EQ(TrvsVerifyArchive(TRVS_CONTEXT, history.path().c_str(), told, 3),
+              TRVS_BUFFER_TOO_SMALL);
+    EXPECT_EQ(TrvsVerifyArchive(TRVS_CONTEXT, history.path().c_str(), told, 100),
+              TRVS_NOT_AN_ARCHIVE);
     EXPECT_GE(lost, 1u);
     for (int more = 0; more < 9; ++more) history.checkIn("1", "more " + std::to_string(more));
     history.remove("1.10");
@@ -181,7 +194,12 @@ TEST(ArchiveDamage, CostsNoOtherRevisions) {
       }
     });
     EXPECT_NE(std::find(gone.begin(), gone.end(), revision), gone.end());
-    for (const std::string& number : gone) history.remove(number);
+    const char* next = told;
+    for (const std::string& number : gone) {
+      EXPECT_EQ(std::exchange(next, next + number.size() + 1), number);
+      history.remove(number);
+    }
+    EXPECT_STREQ(next, "");
     history.expectWhole();
   }
 }

@@ -4,7 +4,6 @@
 
 #include <cstring>
 #include <functional>
-#include <random>
 #include <stdexcept>
 
 #include "btkf520/archives.h"
@@ -268,28 +267,6 @@ TEST_F(CheckOut, ExpandsKeywordsOnlyWhereTheArchiveWantsIt) {
   EXPECT_EQ(content("1.1"), text + "\0$Revision$"s) << "no text";
   EXPECT_EQ(TrvsSetAttributes(TRVS_CONTEXT, archive().c_str(), TRVS_ATTRIBUTE_BINARY, 0), 0);
   EXPECT_EQ(content("1.0"), text) << "what is stored never changed";
-}
-
-TEST_F(CheckOut, RefusesDamagedRevisionsAndGivesTheOthers) {
-  std::mt19937 random(7);
-  std::string first(5000, '\0');
-  std::string second(5000, '\0');
-  for (char& byte : first) byte = static_cast<char>(random());
-  for (char& byte : second) byte = static_cast<char>(random());
-  ASSERT_EQ(create(), 0);
-  ASSERT_EQ(put(first, {.flags = TRVS_PUT_KEEP_LOCK}), 0);
-  ASSERT_EQ(put(second, {}), 0);
-  std::string file = support::readFile(archive());
-  const size_t place = file.find(first.substr(1000, 100));  // Random bytes are stored as they are.
-  ASSERT_NE(place, std::string::npos);
-  file[place] = static_cast<char>(file[place] ^ 1);
-  write("m.c_v", file);
-  EXPECT_EQ(content("1.0"), statusText(TRVS_NOT_AN_ARCHIVE));
-  EXPECT_TRUE(content("1.1") == second);
-  char damaged[16] = "";
-  EXPECT_EQ(TrvsVerifyArchive(TRVS_CONTEXT, archive().c_str(), damaged, 4), TRVS_BUFFER_TOO_SMALL);
-  EXPECT_EQ(TrvsVerifyArchive(TRVS_CONTEXT, archive().c_str(), damaged, 16), TRVS_NOT_AN_ARCHIVE);
-  EXPECT_EQ(std::string(damaged, 5), "1.0\0\0"s);
 }
 
 // A full disk, by a limit on the size of files.

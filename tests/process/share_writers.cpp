@@ -5,8 +5,10 @@
 #include <algorithm>
 #include <cstdio>
 #include <cstdlib>
+#include <iterator>
 #include <set>
 #include <string>
+#include <vector>
 
 #include "btkf520/btkf520.h"
 #include "foldapi/foldapi.h"
@@ -113,18 +115,17 @@ Names changesOf(const string& archive) {
 
 // How many are not there once each, or are too many.
 size_t countWrong(const char* what, const Names& names, int each) {
-  size_t wrong = 0;
-  size_t known = 0;
+  Names expected;
   for (int writer = 0; writer < kWriters; ++writer) {
     for (int i = 0; i < kAdds; i += kAdds / each) {
-      const size_t count = names.count(std::to_string(writer) + "_" + std::to_string(i));
-      if (count != 1) ++wrong;
-      known += count;
+      expected.insert(std::to_string(writer) + "_" + std::to_string(i));
     }
   }
-  std::printf("Of %d %s %zu are lost or doubled; %zu others.\n", kWriters * each, what, wrong,
-              names.size() - known);
-  return wrong + names.size() - known;
+  std::vector<string> wrong;
+  std::set_symmetric_difference(expected.begin(), expected.end(), names.begin(), names.end(),
+                                std::back_inserter(wrong));
+  std::printf("Of %zu %s %zu are lost, doubled or unknown.\n", expected.size(), what, wrong.size());
+  return wrong.size();
 }
 
 bool prepare(const Place& place) {
