@@ -45,7 +45,7 @@
  * Text       Strings in are NUL-terminated, in the bytes of the data files (no encoding is asked
  *            for), and copied before the function returns; null counts as "". Strings out are never
  *            null. Each lies in one of 16 buffers of the calling thread, used in turn: it outlasts
- *            15 more calls that give text, so copy what must last longer.
+ *            15 more calls that give text, but not the thread: copy what must last longer.
  *
  * Times      GetCreationTime packs a time from the lowest bit on; times that are given to the
  *            archive toolkit (btkf520.h) are packed from the highest bit on.

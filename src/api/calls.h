@@ -129,7 +129,13 @@ template <typename Class, typename Child>
 ::TVHandle* next(const ::TVHandle* token) {
   return guarded<::TVHandle*>(nullptr, [&] {
     foldapi::TVHandle& parent = resolve<Class>(token);
-    ::TVHandle* child = tokenOf(parent.next(&Child::theClass));
+    ::TVHandle* child = nullptr;
+    try {
+      child = tokenOf(parent.next(&Child::theClass));
+    } catch (...) {
+      parent.close();
+      throw;
+    }
     if (child == nullptr) parent.close();
     return child;
   });

@@ -20,6 +20,15 @@ TVProjectRootHandle& theRootHandle() {
   return *handle;
 }
 
+bool theProcessIsAttached = false;
+
+bool attach() {
+  foldapi::SetGlobalHandler(&theApiSink());
+  const bool enabled = foldapi::EnableToolkit(theApiSink());
+  theProcessIsAttached = true;
+  return enabled;
+}
+
 // Attaches the library once when it is loaded. Nothing here depends on other statics.
 __attribute__((constructor)) void attachProcess() { DllMain(nullptr, kProcessAttach, nullptr); }
 
@@ -28,14 +37,13 @@ __attribute__((constructor)) void attachProcess() { DllMain(nullptr, kProcessAtt
 int32_t DllMain(void*, uint32_t reason, void*) {
   return foldapi::api::guarded(0, [&] {
     if (reason != kProcessAttach && reason != kThreadAttach) return 1;
-    const bool enabled = foldapi::EnableToolkit(theApiSink());
-    foldapi::SetGlobalHandler(&theApiSink());
-    return enabled ? 1 : 0;
+    return attach() ? 1 : 0;
   });
 }
 
 TVHandle* Init(const char* publicRoot, const char* privateRoot) {
   return foldapi::api::guarded<TVHandle*>(nullptr, [&]() -> TVHandle* {
+    if (!theProcessIsAttached) attach();  // There was no memory for it then.
     foldapi::registerFormat52();
     foldapi::reloadPathMap();
     const TVProjectRootHandle root =

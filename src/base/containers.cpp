@@ -111,11 +111,12 @@ VObject* VSet::remove(const VObject* key) {
 }
 
 void VSet::grow() {
-  std::vector<Bucket> old(2 * buckets_.size() + 1);
-  old.swap(buckets_);
-  for (const Bucket& bucket : old) {
-    for (VObject* element : bucket) bucketOf(element).push_back(element);
+  VSet larger;  // Where memory is short, this one stays as it was.
+  larger.buckets_.resize(2 * buckets_.size() + 1);
+  for (const Bucket& bucket : buckets_) {
+    for (VObject* element : bucket) larger.bucketOf(element).push_back(element);
   }
+  buckets_.swap(larger.buckets_);
 }
 
 }  // namespace foldapi

@@ -22,18 +22,21 @@ TVHandle createObject(const VClassRecord* record, const TVHandle& parentHandle,
   bool known = false;
   result.attach(TVObject::mergeIntoCache(std::move(fresh), &known));
   if (known) return result;
+  // The edit's end may be a caller's: until then nobody is to find what will not be stored.
+  const auto takeBack = [&] {
+    if (owner != nullptr) owner->dropWrites();
+    result.object()->destroyObject(result, TVRemoval::kMemoryOnly);
+  };
   try {
     if (result.object()->createStorage(result) &&
         result.object()->writeInOwner(result) == kResultDone) {
       return result;
     }
   } catch (...) {
-    if (owner != nullptr) owner->dropWrites();
+    takeBack();
     throw;
   }
-  // Its end may be a caller's edit: until then nobody is to find what will not be stored.
-  owner->dropWrites();
-  result.object()->destroyObject(result, TVRemoval::kMemoryOnly);
+  takeBack();
   return TVHandle();
 }
 

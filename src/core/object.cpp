@@ -3,6 +3,7 @@
 
 #include <atomic>
 #include <deque>
+#include <new>
 
 #include "core/childlist.h"
 #include "core/handle.h"
@@ -200,7 +201,7 @@ void TVObject::beginUse(TVHandle& context) {
   forEachChild([](TVObject* child) { child->addReference(1); });
   ++useCount_;
   try {
-    if (useCount_ == 1 || isStale(context)) reload(context);
+    if (useCount_ == 1 || lostChildren_ || isStale(context)) reload(context);
   } catch (...) {
     endUse();
     throw;
@@ -225,6 +226,7 @@ bool TVObject::bringUpToDate(TVHandle& context) {
 // read to its end does not tell which those are.
 void TVObject::reload(TVHandle& context) {
   forEachChild([](TVObject* child) { child->unseen_ = true; });
+  lostChildren_ = true;  // Until all is read, also by way of an exception.
   readData(context, lockData_.get());
   lostChildren_ = false;
   const bool complete = readWasComplete();
@@ -272,6 +274,8 @@ VBool TVObject::endEdit(TVHandle& context) {
     if (!wasDeleted && dirty_) rewrite(context);
     stored = giveUpStorage(context);
   } catch (...) {
+    dirty_ = false;
+    lostChildren_ = true;
     if (lockData_ != nullptr) abandonStorage(context);
     if (!wasDeleted) revert(context);
     throw;
@@ -288,9 +292,10 @@ VBool TVObject::endEdit(TVHandle& context) {
 }
 
 // Memory returns to what is stored, now that nothing holds the storage. No change is left to be
-// written: a failed write is not tried again.
+// written: a failed write is not tried again. Where the read fails, the next use or edit reads.
 void TVObject::revert(TVHandle& context) {
   dirty_ = false;
+  lostChildren_ = true;
   reload(context);
 }
 
@@ -336,11 +341,18 @@ TVObject* TVObject::mergeIntoCache(std::unique_ptr<TVObject> fresh, bool* known)
   return object;
 }
 
-// Gives every open handle on this object a child handle on a new child.
+// Gives every open handle on this object a child handle on a new child. One that not all of them
+// learn of leaves again: it would be written some day, though its add has failed.
 void TVObject::announce(TVObject* child) {
   for (TVHandle* handle = handles_; handle != nullptr; handle = handle->nextAttached_) {
     if (handle->childList_ == nullptr) continue;
-    handle->childAdded(handle->childList_->add(handle->sink(), child));
+    try {
+      handle->childAdded(handle->childList_->add(handle->sink(), child));
+    } catch (...) {
+      lostChildren_ = true;
+      child->destroyObject(*handle, TVRemoval::kMemoryOnly);
+      throw;
+    }
   }
 }
 
@@ -360,7 +372,12 @@ void TVObject::enterOwnerTable(bool wasCached) {
   hashValue_ = kHashUnknown;
   fingerprint_ = 0;
   if (transient_ || owner_ == nullptr) return;
-  const bool isCached = owner_->children_.add(this) != nullptr;
+  bool isCached = false;
+  try {
+    isCached = owner_->children_.add(this) != nullptr;
+  } catch (const std::bad_alloc&) {  // As if it were destroyed, until the owner is read again.
+    owner_->lostChildren_ = true;
+  }
   if (isCached && !wasCached) addReference(owner_->useCount_);
   if (!isCached && wasCached) releaseReference(owner_->useCount_);
 }

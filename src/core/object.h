@@ -242,7 +242,12 @@ class TVObject : public VObject {
   template <typename Assign>
   void changeHashedKey(Assign assign) {
     const bool wasCached = leaveOwnerTable();
-    assign();
+    try {
+      assign();
+    } catch (...) {
+      enterOwnerTable(wasCached);
+      throw;
+    }
     enterOwnerTable(wasCached);
   }
 
@@ -274,7 +279,7 @@ class TVObject : public VObject {
   bool unseen_ : 1 = false;
   bool transient_ : 1 = false;
   bool keepWrites_ : 1 = true;
-  bool lostChildren_ : 1 = false;  // Some left the cache unused since the last read, not the files.
+  bool lostChildren_ : 1 = false;  // Some left the cache since the last read, not the files.
   mutable int32_t hashValue_ = kHashUnknown;
   mutable uint64_t fingerprint_ = 0;  // 0 until it is asked for.
   int useCount_ = 0;

@@ -235,7 +235,8 @@ void TVArchiveMember::setArchiveName(const VPathString& name) {
   changeHashedKey([&] { names_.archiveName = name; });
 }
 void TVArchiveMember::setNames(const TVMemberNames& names) {
-  changeHashedKey([&] { names_ = names; });
+  TVMemberNames all = names;  // All of them or none.
+  changeHashedKey([&] { names_ = std::move(all); });
 }
 
 TVArchiveMemberOptions::TVArchiveMemberOptions(int version)

@@ -13,15 +13,12 @@ namespace foldapi {
 
 namespace {
 
-void registerItems() {
-  using ItemClasses = std::vector<const VClassRecord*>;
-  TVFolderOptions::add(std::make_unique<TVNamedItemOptions<TVBranch>>(
-      kAbstractVersion, ItemClasses{&TVBranch::theClass, &TVRevision::theClass}));
-  TVFolderOptions::add(std::make_unique<TVRevisionOptions>());
-  TVFolderOptions::add(std::make_unique<TVNamedItemOptions<TVVersionLabel>>(kAbstractVersion));
-  TVFolderOptions::add(std::make_unique<TVNamedItemOptions<TVFloatingLabel>>(kAbstractVersion));
-  TVFolderOptions::add(std::make_unique<TVNamedItemOptions<TVPromotionLabel>>(kAbstractVersion));
-  TVFolderOptions::add(std::make_unique<TVNamedItemOptions<TVLocker>>(kAbstractVersion));
+void registerStored() {
+  TVFolderOptions::add(std::make_unique<TVProjectRoot52Options>());
+  TVFolderOptions::add(std::make_unique<TVProjectFolder52Options>());
+  TVFolderOptions::add(std::make_unique<TVArchiveFolder52Options>());
+  TVFolderOptions::add(std::make_unique<TVArchiveMember52Options>());
+  TVFolderOptions::add(std::make_unique<TVPromotionFolder52Options>());
   TVFolderOptions::add(std::make_unique<TVBranch52Options>());
   TVFolderOptions::add(std::make_unique<TVRevision52Options>());
   TVFolderOptions::add(std::make_unique<TVNamedItemOptions<TVVersionLabel52>>(kFormat52));
@@ -29,24 +26,33 @@ void registerItems() {
   TVFolderOptions::add(std::make_unique<TVNamedItemOptions<TVLocker52>>(kFormat52));
 }
 
-}  // namespace
-
-void registerFormat52() {
-  static bool done = false;
-  if (done) return;
-  done = true;
+void registerAbstract() {
+  using ItemClasses = std::vector<const VClassRecord*>;
   TVFolderOptions::add(std::make_unique<TVProjectRootOptions>());
   TVFolderOptions::add(std::make_unique<TVProjectFolderOptions>());
   TVFolderOptions::add(std::make_unique<TVArchiveFolderOptions>());
   TVFolderOptions::add(std::make_unique<TVArchiveMemberOptions>());
   TVFolderOptions::add(std::make_unique<TVPromotionFolderOptions>());
   TVFolderOptions::add(std::make_unique<TVLockedByFolderOptions>());
-  TVFolderOptions::add(std::make_unique<TVProjectRoot52Options>());
-  TVFolderOptions::add(std::make_unique<TVProjectFolder52Options>());
-  TVFolderOptions::add(std::make_unique<TVArchiveFolder52Options>());
-  TVFolderOptions::add(std::make_unique<TVArchiveMember52Options>());
-  TVFolderOptions::add(std::make_unique<TVPromotionFolder52Options>());
-  registerItems();
+  TVFolderOptions::add(std::make_unique<TVNamedItemOptions<TVBranch>>(
+      kAbstractVersion, ItemClasses{&TVBranch::theClass, &TVRevision::theClass}));
+  TVFolderOptions::add(std::make_unique<TVRevisionOptions>());
+  TVFolderOptions::add(std::make_unique<TVNamedItemOptions<TVVersionLabel>>(kAbstractVersion));
+  TVFolderOptions::add(std::make_unique<TVNamedItemOptions<TVFloatingLabel>>(kAbstractVersion));
+  TVFolderOptions::add(std::make_unique<TVNamedItemOptions<TVPromotionLabel>>(kAbstractVersion));
+  TVFolderOptions::add(std::make_unique<TVNamedItemOptions<TVLocker>>(kAbstractVersion));
+}
+
+}  // namespace
+
+// Stored classes come first: where memory ends half way, no abstract class stands in for one that
+// is stored. What is registered already is passed over the next time.
+void registerFormat52() {
+  static bool done = false;
+  if (done) return;
+  registerStored();
+  registerAbstract();
+  done = true;
 }
 
 }  // namespace foldapi
