@@ -5,11 +5,15 @@
 #include <sys/types.h>
 
 #include <cerrno>
+#include <cstddef>
 
 #include "os/file.h"
 #include "os/rights_posix.h"
 
 namespace os {
+
+constexpr mode_t kModeBits = 0777;            // Of the owner, the group and all others.
+constexpr size_t kLargestTransfer = 1 << 30;  // Of one call: the system cuts what is larger.
 
 // Calls until no signal comes in between. Not for close(), which must not be called again.
 template <typename Call>

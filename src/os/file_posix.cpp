@@ -20,10 +20,8 @@ namespace os {
 namespace {
 
 constexpr int kOpenAlways = O_CLOEXEC | O_NOCTTY | O_NONBLOCK;
-constexpr mode_t kModeBits = 0777;
 constexpr mode_t kAllWriters = S_IWUSR | S_IWGRP | S_IWOTH;
 constexpr int64_t kNanosecondsPerSecond = 1'000'000'000;
-constexpr size_t kLargestTransfer = 1 << 30;
 constexpr int kTries = 100;     // While others put new files where one is being opened.
 constexpr unsigned kPause = 2;  // Milliseconds between two looks at a name that leads nowhere.
 

@@ -17,11 +17,9 @@ namespace {
 
 constexpr size_t kWideWrite = 64 << 10;   // Up to it pieces are collected.
 constexpr uint64_t kWideCopy = 32 << 10;  // From here on the kernel copies, and shares if it can.
-constexpr uint64_t kLargestTransfer = 1 << 30;
-constexpr int kTries = 100;  // While others rename and remove the sibling.
-constexpr int kNames = 10;   // Of which all but one are other users' leftovers.
+constexpr int kTries = 100;               // While others rename and remove the sibling.
+constexpr int kNames = 10;                // Of which all but one are other users' leftovers.
 constexpr mode_t kForOwner = S_IRUSR | S_IWUSR;
-constexpr mode_t kModeBits = 0777;
 
 std::string siblingOf(const std::string& path, int number) {
   constexpr size_t kLongestName = 255;
@@ -175,7 +173,8 @@ FileResult SiblingFile::copy(const File& from, uint64_t offset, uint64_t size) {
       auto target = static_cast<off_t>(written_);
       const ssize_t count = uninterrupted([&] {
         return ::copy_file_range(from.descriptor_, &place, file_.descriptor_, &target,
-                                 static_cast<size_t>(std::min(size, kLargestTransfer)), 0);
+                                 static_cast<size_t>(std::min<uint64_t>(size, kLargestTransfer)),
+                                 0);
       });
       if (count < 0 && !cannotCopyThere(errno)) return resultOf(errno);
       if (count <= 0) break;
