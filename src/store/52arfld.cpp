@@ -18,7 +18,7 @@ namespace {
 constexpr KeyTableEntry kFolderSections[] = {{"Format", kSectionSkipped},
                                              {"Folder", kSectionFolder},
                                              {"Document", kSectionDocument},
-                                             {nullptr, 0}};
+                                             {nullptr, kSectionSkipped}};
 
 constexpr int32_t kTrunkNumber = 1;
 

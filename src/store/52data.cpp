@@ -38,7 +38,7 @@ constexpr int kNoNotice = 3;
 
 constexpr size_t kShortNameLimit = 8;
 constexpr KeyTableEntry kAllRecords[] = {
-    {"Format", kSectionSkipped}, {"*", kSectionDocument}, {nullptr, 0}};
+    {"Format", kSectionSkipped}, {"*", kSectionDocument}, {nullptr, kSectionSkipped}};
 
 constexpr std::string_view kFormatHead = "[FORMAT=TRVS_GUI]\nVersion=5.2\n\n";
 
@@ -46,7 +46,7 @@ constexpr std::string_view kFormatHead = "[FORMAT=TRVS_GUI]\nVersion=5.2\n\n";
 std::vector<std::string> recordsOf(std::string_view text) {
   std::vector<std::string> records;
   TVKeyFile file(text, kAllRecords);
-  static_cast<void>(file.parse([&](int, std::string_view, OptionalText) {
+  static_cast<void>(file.parse([&](SectionId, std::string_view, OptionalText) {
     std::string_view key;
     OptionalText value;
     while (file.nextKey(&key, &value) == kKeyFileDone) continue;
@@ -200,13 +200,13 @@ int TVDataFileReader::readFile(const TextFile* stream) {
 bool TVDataFileReader::parse(const TextFile& stream) {
   if (!isKeyFile(stream.text())) return false;
   TVKeyFile file(stream.text(), sections_);
-  return file.parse([&](int sectionId, std::string_view, OptionalText value) {
-    return readRecord(file, sectionId, value);
+  return file.parse([&](SectionId id, std::string_view, OptionalText value) {
+    return readRecord(file, id, value);
   }) == kKeyFileDone;
 }
 
-int TVDataFileReader::readRecord(TVKeyFile& file, int sectionId, OptionalText value) {
-  switch (sectionId) {
+RecordResult TVDataFileReader::readRecord(TVKeyFile& file, SectionId id, OptionalText value) {
+  switch (id) {
     case kSectionProject:
       return readProjectRecord(file, value);
     case kSectionFolder:
@@ -237,7 +237,7 @@ TVDataFileReader::RecordKeys TVDataFileReader::readKeys(TVKeyFile& file) {
   return keys;
 }
 
-int TVDataFileReader::readProjectRecord(TVKeyFile& file, OptionalText value) {
+RecordResult TVDataFileReader::readProjectRecord(TVKeyFile& file, OptionalText value) {
   if (!value) assertFail("52data.cpp", 348);
   const std::string name(value.value_or(""));
   const RecordKeys keys = readKeys(file);
@@ -255,7 +255,7 @@ int TVDataFileReader::readProjectRecord(TVKeyFile& file, OptionalText value) {
 
 // A record of the public file that can't be used is a question: 1 goes on without it, anything else
 // ends the read. A private one is dropped.
-int TVDataFileReader::recordFailed(int code, const std::string& name) {
+RecordResult TVDataFileReader::recordFailed(int code, const std::string& name) {
   if (source_ == Side::kPrivate) return kRecordTaken;
   const VString message = FolderFileMessage(code, name.c_str());
   VString answer;
@@ -263,7 +263,7 @@ int TVDataFileReader::recordFailed(int code, const std::string& name) {
   return goOn == 1 ? kRecordDropped : kRecordAbort;
 }
 
-int TVDataFileReader::keepStray(const std::string& name, const TVKeyFile& file) {
+RecordResult TVDataFileReader::keepStray(const std::string& name, const TVKeyFile& file) {
   strays_.push_back({name, std::string(file.sectionText())});
   return kRecordDropped;
 }
@@ -290,7 +290,7 @@ int TVDataFileReader::mergeProject(const std::string& name, const RecordKeys& ke
   return 0;
 }
 
-int TVDataFileReader::readFolderRecord(TVKeyFile& file, OptionalText value) {
+RecordResult TVDataFileReader::readFolderRecord(TVKeyFile& file, OptionalText value) {
   if (!value) {
     assertFail("52data.cpp", 546);
     return kRecordDropped;
@@ -344,7 +344,7 @@ TVArchiveFolder* TVDataFileReader::findChild(const std::string& name) {
 }
 
 // Four fields, cut at the first three ";": a further one belongs to the workfile's name.
-int TVDataFileReader::readDocumentRecord(OptionalText value) {
+RecordResult TVDataFileReader::readDocumentRecord(OptionalText value) {
   if (!value) {
     assertFail("52data.cpp", 719);
     return kRecordDropped;

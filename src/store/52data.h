@@ -92,16 +92,16 @@ class TVDataFileReader : public TVDataFile {
 
   static RecordKeys readKeys(TVKeyFile& file);
   bool parse(const TextFile& stream);
-  int readRecord(TVKeyFile& file, int sectionId, OptionalText value);
-  int readProjectRecord(TVKeyFile& file, OptionalText value);
-  int readFolderRecord(TVKeyFile& file, OptionalText value);
-  int readDocumentRecord(OptionalText value);
+  RecordResult readRecord(TVKeyFile& file, SectionId id, OptionalText value);
+  RecordResult readProjectRecord(TVKeyFile& file, OptionalText value);
+  RecordResult readFolderRecord(TVKeyFile& file, OptionalText value);
+  RecordResult readDocumentRecord(OptionalText value);
 
   int mergeProject(const std::string& name, const RecordKeys& keys);
   void mergeFolder(const std::string& name, const RecordKeys& keys);
   TVArchiveFolder52* addFolder(const std::string& name, const RecordKeys& keys);
-  int recordFailed(int code, const std::string& name);
-  int keepStray(const std::string& name, const TVKeyFile& file);
+  RecordResult recordFailed(int code, const std::string& name);
+  RecordResult keepStray(const std::string& name, const TVKeyFile& file);
   TVArchiveFolder* findChild(const std::string& name);
 
   TVObject* owner_;

@@ -16,7 +16,7 @@ namespace foldapi {
 namespace {
 
 constexpr KeyTableEntry kRootSections[] = {
-    {"Format", kSectionSkipped}, {"Project", kSectionProject}, {nullptr, 0}};
+    {"Format", kSectionSkipped}, {"Project", kSectionProject}, {nullptr, kSectionSkipped}};
 
 constexpr int kReadFailed = 4;
 

@@ -68,18 +68,18 @@ TVKeyFile::TVKeyFile(std::string_view text, const KeyTableEntry* sections)
       sections_(sections),
       mayHoldNulls_(text.find('\0') != std::string_view::npos) {}
 
-int TVKeyFile::parse(const RecordHandler& handler) {
+KeyFileResult TVKeyFile::parse(const RecordHandler& handler) {
   std::string_view name;
   OptionalText value;
   while (nextSection(&name, &value) == kKeyFileDone) {
-    const int id = sectionId(name);
+    const SectionId id = sectionId(name);
     if (id == kSectionSkipped) continue;
     if (handler(id, name, value) == kRecordAbort) return kKeyFileAborted;
   }
   return kKeyFileDone;
 }
 
-int TVKeyFile::nextSection(std::string_view* name, OptionalText* value) {
+KeyFileResult TVKeyFile::nextSection(std::string_view* name, OptionalText* value) {
   std::string_view head;
   do {
     if (!readLine()) return kKeyFileEnd;
@@ -102,7 +102,7 @@ int TVKeyFile::nextSection(std::string_view* name, OptionalText* value) {
   return kKeyFileDone;
 }
 
-int TVKeyFile::nextKey(std::string_view* key, OptionalText* value) {
+KeyFileResult TVKeyFile::nextKey(std::string_view* key, OptionalText* value) {
   std::string_view line;
   do {
     if (!readLine()) return kKeyFileEndOfSection;
@@ -144,7 +144,7 @@ bool TVKeyFile::readLine() {
   return true;
 }
 
-int TVKeyFile::sectionId(std::string_view name) const {
+SectionId TVKeyFile::sectionId(std::string_view name) const {
   for (const KeyTableEntry* row = sections_; row->name != nullptr; ++row) {
     const std::string_view known = row->name;
     if (known == "*") return row->sectionId;

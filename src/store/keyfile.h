@@ -16,22 +16,21 @@
 
 namespace foldapi {
 
-// A row of a section table. A null name ends the table; the name "*" matches every section.
-struct KeyTableEntry {
-  const char* name;
-  int sectionId;
-};
-
-// Section ids. Sections with id 0 are passed over.
-enum : int {
+// Sections with id 0 are passed over.
+enum SectionId : int {
   kSectionSkipped = 0,
   kSectionFolder = 1,
   kSectionDocument = 2,
   kSectionProject = 3,
 };
 
-// Results of the tokeniser.
-enum : int {
+// A row of a section table. A null name ends the table; the name "*" matches every section.
+struct KeyTableEntry {
+  const char* name;
+  SectionId sectionId;
+};
+
+enum KeyFileResult : int {
   kKeyFileDone = 0,
   kKeyFileNoMemory = 2,
   kKeyFileEndOfSection = 3,
@@ -39,8 +38,8 @@ enum : int {
   kKeyFileAborted = 5,
 };
 
-// Results of a record handler.
-enum : int {
+// What a record handler made of a record.
+enum RecordResult : int {
   kRecordTaken = 0,
   kRecordAbort = 1,
   kRecordDropped = 2,
@@ -60,20 +59,20 @@ bool isKeyFile(std::string_view text);
 class TVKeyFile {
  public:
   using RecordHandler =
-      std::function<int(int sectionId, std::string_view name, OptionalText value)>;
+      std::function<RecordResult(SectionId id, std::string_view name, OptionalText value)>;
 
   // Neither the text nor the table is copied. Line ends are LF. A UTF-8 mark at the start doesn't
   // count.
   TVKeyFile(std::string_view text, const KeyTableEntry* sections);
 
   // Runs over the whole text. Gives kKeyFileDone, or kKeyFileAborted when a handler asked for it.
-  [[nodiscard]] int parse(const RecordHandler& handler);
+  [[nodiscard]] KeyFileResult parse(const RecordHandler& handler);
 
   // The next section line; key lines and anything else before it are passed over.
-  [[nodiscard]] int nextSection(std::string_view* name, OptionalText* value);
+  [[nodiscard]] KeyFileResult nextSection(std::string_view* name, OptionalText* value);
   // The next key line of the present section, for record handlers: to be called until it gives
   // something other than kKeyFileDone.
-  [[nodiscard]] int nextKey(std::string_view* key, OptionalText* value);
+  [[nodiscard]] KeyFileResult nextKey(std::string_view* key, OptionalText* value);
   // The present section word for word, once all its key lines have been read.
   std::string_view sectionText() const;
 
@@ -83,7 +82,7 @@ class TVKeyFile {
 
  private:
   bool readLine();
-  int sectionId(std::string_view name) const;
+  SectionId sectionId(std::string_view name) const;
   std::string_view expandMacros(std::string_view value);
 
   std::string_view text_;

@@ -21,7 +21,7 @@ std::string pair(std::string_view name, OptionalText value) {
 std::string records(std::string_view text, const KeyTableEntry* sections = kSections) {
   TVKeyFile file(text, sections);
   std::string result;
-  EXPECT_EQ(file.parse([&](int id, std::string_view name, OptionalText value) {
+  EXPECT_EQ(file.parse([&](SectionId id, std::string_view name, OptionalText value) {
     result += std::to_string(id) + " " + pair(name, value);
     std::string_view key;
     OptionalText text_;
