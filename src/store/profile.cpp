@@ -113,24 +113,18 @@ void reportProfileError(int code, const VPathString& profile, const char* sectio
   context.sink().notice(context, IniFileMessage(code, subject));
 }
 
-VBool writeProfile(const VPathString& profile, const char* section, const char* key,
-                   const VString& value, TVHandle& context) {
-  if (profile.isEmpty()) return false;
+void writeProfile(const VPathString& profile, const char* section, const char* key,
+                  const VString& value, TVHandle& context) {
+  if (profile.isEmpty()) return;
   section = sectionOrDefault(section);
   OpenProfile file(profile);
   if (!file.isOpen()) {
     reportProfileError(KSTRIniGetError(), profile, nullptr, nullptr, context);
-    return false;
-  }
-  if (KSTRWriteProfileString(file.handle(), section, key, value.text()) == 0) {
+  } else if (KSTRWriteProfileString(file.handle(), section, key, value.text()) == 0) {
     reportProfileError(KSTRIniGetError(), profile, section, key, context);
-    return false;
-  }
-  if (!file.close()) {
+  } else if (!file.close()) {
     reportProfileError(KSTRIniGetError(), profile, nullptr, nullptr, context);
-    return false;
   }
-  return true;
 }
 
 VString readProfile(const VPathString& profile, const char* section, const char* key,

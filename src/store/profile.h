@@ -15,10 +15,10 @@
 
 namespace foldapi {
 
-// Sets a value in the profile at an operating system path, making the file if need be. False after
-// a report; an empty `profile` gives false and no report.
-VBool writeProfile(const VPathString& profile, const char* section, const char* key,
-                   const VString& value, TVHandle& context);
+// Sets a value in the profile at an operating system path, making the file if need be. A failure is
+// reported, and the caller goes on with what it has. An empty `profile` is no failure.
+void writeProfile(const VPathString& profile, const char* section, const char* key,
+                  const VString& value, TVHandle& context);
 
 // The value of a key, cut to `size` - 1 bytes; `fallback`, null for none, where it can't be read.
 VString readProfile(const VPathString& profile, const char* section, const char* key,
