@@ -284,14 +284,19 @@ void TVChildList::sortRun(size_t begin, size_t end, size_t offset) {
   for (size_t first = 0, next; first < items.size(); first = next) {
     for (next = first + 1; next < items.size() && items[next].prefix == items[first].prefix;)
       ++next;
-    if (next == first + 1) continue;
-    // Where one of equal beginnings is cut, all are: they have equally many keys.
-    const bool goesOn = keyBytes(sorted[first], offset, &scratch).isCut();
-    if (goesOn && offset < kLongestBeginning) {
-      sortRun(begin + first, begin + next, offset + kPrefixBytes);
-    } else {
-      sortByComparing(begin + first, begin + next);
-    }
+    if (next > first + 1) sortEqual(begin + first, begin + next, offset);
+  }
+}
+
+// Sorts entries whose keys are equal in the prefix at `offset`, too.
+void TVChildList::sortEqual(size_t begin, size_t end, size_t offset) {
+  // Where one of equal beginnings is cut, all are: they have equally many keys.
+  std::string scratch;
+  const bool goesOn = keyBytes(entries_[begin], offset, &scratch).isCut();
+  if (goesOn && offset < kLongestBeginning) {
+    sortRun(begin, end, offset + kPrefixBytes);
+  } else {
+    sortByComparing(begin, end);
   }
 }
 

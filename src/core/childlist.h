@@ -100,6 +100,7 @@ class TVChildList {
   void sortIfNeeded();
   void sort();
   void sortRun(size_t begin, size_t end, size_t offset);
+  void sortEqual(size_t begin, size_t end, size_t offset);
   void sortByComparing(size_t begin, size_t end);
   size_t gatherKeyed();
   void placeKeyless(size_t keyed);

@@ -110,30 +110,34 @@ bool TVArchiveInfo52::readTail() {
   if (openFile(path_.view(), os::File::Access::kRead, &file) != os::FileResult::kDone) return false;
   // From before the first byte is read: a change from now on shows as another stamp.
   const FileStamp stamp = stampOf(file.status());
-  char buffer[kFirstRead];
-  const auto tailSize = static_cast<size_t>(std::min<uint64_t>(stamp.size, kFirstRead));
-  if (tailSize < kTrailerSize || !file.readAt(stamp.size - tailSize, buffer, tailSize)) {
-    return false;
-  }
-  const std::string_view tail(buffer, tailSize - kTrailerSize);
-  const int64_t wanted = blockSize(buffer + tail.size());
-  if (wanted < 0 || static_cast<uint64_t>(wanted) > stamp.size - kTrailerSize) return false;
-  const auto size = static_cast<size_t>(wanted);
-  if (size <= tail.size()) {
-    if (!file.close()) return false;
-    readBlock(tail.substr(tail.size() - size));
-  } else {
-    std::string block(size, '\0');
-    const size_t missing = size - tail.size();
-    if (!file.readAt(stamp.size - kTrailerSize - size, block.data(), missing) || !file.close()) {
-      return false;
-    }
-    tail.copy(block.data() + missing, tail.size());
-    readBlock(block);
-  }
+  if (!readTailOf(&file, stamp.size)) return false;
   stamp_ = stamp;
   summary_.fileTime = stamp.packed;
   isFresh_ = os::wallClockNanoseconds() - stamp.nanoseconds < kFreshNanoseconds;
+  return true;
+}
+
+// Closes the file before anything of it is believed.
+bool TVArchiveInfo52::readTailOf(os::File* file, uint64_t fileSize) {
+  char buffer[kFirstRead];
+  const auto tailSize = static_cast<size_t>(std::min<uint64_t>(fileSize, kFirstRead));
+  if (tailSize < kTrailerSize || !file->readAt(fileSize - tailSize, buffer, tailSize)) return false;
+  const std::string_view tail(buffer, tailSize - kTrailerSize);
+  const int64_t wanted = blockSize(buffer + tail.size());
+  if (wanted < 0 || static_cast<uint64_t>(wanted) > fileSize - kTrailerSize) return false;
+  const auto size = static_cast<size_t>(wanted);
+  if (size <= tail.size()) {
+    if (!file->close()) return false;
+    readBlock(tail.substr(tail.size() - size));
+    return true;
+  }
+  std::string block(size, '\0');
+  const size_t missing = size - tail.size();
+  if (!file->readAt(fileSize - kTrailerSize - size, block.data(), missing) || !file->close()) {
+    return false;
+  }
+  tail.copy(block.data() + missing, tail.size());
+  readBlock(block);
   return true;
 }
 

@@ -71,6 +71,7 @@ class TVArchiveInfo52 : public TVQueuedValue {
  private:
   void clear();
   bool readTail();
+  bool readTailOf(os::File* file, uint64_t fileSize);
   void readBlock(std::string_view block);
   void takeRecord(char tag, std::string_view payload);
 
