@@ -176,16 +176,19 @@ class ToolkitCallbacks : public ToolkitSession {
     return reinterpret_cast<Callback>(callback)(arguments...);
   }
 
-  // One call for each answer of the sink: what the toolkit gets for 0, 1, 2 and 3, in one number.
+  // What the toolkit gets where the sink answers 0, 1, 2 and 3.
+  using Results = std::vector<int32_t>;
+  static inline const Results kOneGoesOn = {2, 0, 2, 2};
+  static inline const Results kAllGoOn = {0, 0, 0, 0};
   template <typename Callback, typename... Arguments>
-  int answers(int32_t id, Arguments... arguments) {
-    int digits = 0;
+  Results resultsOf(int32_t id, Arguments... arguments) {
+    Results results;
     for (sink.answer = 0; sink.answer <= 3; ++sink.answer) {
       sink.told();
-      digits = digits * 10 + call<Callback>(id, arguments...);
+      results.push_back(call<Callback>(id, arguments...));
     }
     EXPECT_EQ(sink.context, &empty);
-    return digits;
+    return results;
   }
 
  private:
@@ -193,15 +196,16 @@ class ToolkitCallbacks : public ToolkitSession {
 };
 
 TEST_F(ToolkitCallbacks, MapAnswersToResults) {
-  EXPECT_EQ(answers<TrvsContinueCallback>(TRVS_CALLBACK_CONTINUE), 2022);
+  EXPECT_EQ(resultsOf<TrvsContinueCallback>(TRVS_CALLBACK_CONTINUE), kOneGoesOn);
   EXPECT_EQ(sink.told(), "continue\n");
-  EXPECT_EQ(answers<TrvsOutputCallback>(TRVS_CALLBACK_OUTPUT, "line", 1), 2010);
+  EXPECT_EQ(resultsOf<TrvsOutputCallback>(TRVS_CALLBACK_OUTPUT, "line", 1), (Results{2, 0, 1, 0}));
   EXPECT_EQ(sink.told(), "output 0 line\n");
-  EXPECT_EQ(answers<TrvsAskCallback>(TRVS_CALLBACK_CHECK_IN, "why", 7), 2022);
+  EXPECT_EQ(resultsOf<TrvsAskCallback>(TRVS_CALLBACK_CHECK_IN, "why", 7), kOneGoesOn);
   EXPECT_EQ(sink.told(), "ask 7 why\n");
-  EXPECT_EQ(answers<TrvsNotifyTwoCallback>(TRVS_CALLBACK_NEWS_TWO, "a", nullptr, 5), 0);
+  EXPECT_EQ(resultsOf<TrvsNotifyTwoCallback>(TRVS_CALLBACK_NEWS_TWO, "a", nullptr, 5), kAllGoOn);
   EXPECT_EQ(sink.told(), "two a||5\n");
-  EXPECT_EQ(answers<TrvsNotifyFourCallback>(TRVS_CALLBACK_OPERATION, "a", "b", "c", "d", 5), 0);
+  EXPECT_EQ(resultsOf<TrvsNotifyFourCallback>(TRVS_CALLBACK_OPERATION, "a", "b", "c", "d", 5),
+            kAllGoOn);
   EXPECT_EQ(sink.told(), "four a|b|c|d|5\n");
   EXPECT_EQ(call<TrvsIdleCallback>(TRVS_CALLBACK_IDLE), 0);
   EXPECT_EQ(call<TrvsMessageCallback>(TRVS_CALLBACK_MESSAGE, TRVS_NO_ARCHIVE), 0);
@@ -217,7 +221,7 @@ TEST_F(ToolkitCallbacks, MapCodes) {
                                    {TRVS_BUSY_ARCHIVE, "1"},
                                    {TRVS_OTHER_BRANCH, "3"},
                                    {TRVS_NO_USER_ID, "0"}}) {
-    EXPECT_EQ(answers<TrvsRetryCallback>(TRVS_CALLBACK_RETRY, code, "p"), 2022);
+    EXPECT_EQ(resultsOf<TrvsRetryCallback>(TRVS_CALLBACK_RETRY, code, "p"), kOneGoesOn);
     EXPECT_EQ(sink.told(), std::string("retry ") + kind + " p\n");
   }
   sink.answer = 0;
@@ -231,15 +235,15 @@ TEST_F(ToolkitCallbacks, MapCodes) {
 TEST_F(ToolkitCallbacks, LetTheTeamsTriggersRunIfTheUsersProfileSaysSo) {
   const std::string profile = directory / "KSTR.INI";
   const support::ScopedEnvironment place("KSTR_INI", profile);
-  std::string answers;
+  Results results;
   for (const char* value : {"", "OFF", "on"}) {
     writeFile(profile, "[TRVSGUI]\r\nTRVSTRIGGERS=" + std::string(value) + "\r\n");
     chmod(profile.c_str(), 0644);
-    answers += std::to_string(call<TrvsTriggerCallback>(24, "PRELOCK", "lint"));
+    results.push_back(call<TrvsTriggerCallback>(24, "PRELOCK", "lint"));
   }
   chmod(profile.c_str(), 0666);
-  answers += std::to_string(call<TrvsTriggerCallback>(24, "PRELOCK", "lint"));
-  EXPECT_EQ(answers, "2202") << "the last one may be anybody's word";
+  results.push_back(call<TrvsTriggerCallback>(24, "PRELOCK", "lint"));
+  EXPECT_EQ(results, (Results{2, 2, 0, 2})) << "the last one may be anybody's word";
   TVToolkitSession::Instance().leave();
   const std::string told = sink.told();
   TVToolkitSession::Instance().enter(empty);
@@ -260,14 +264,13 @@ TEST_F(ToolkitCallbacks, HandOverCopiesOfAnswers) {
     EXPECT_EQ(call<TrvsFreeCallback>(TRVS_CALLBACK_FREE, answer), 0);
   }
   sink.answerText = "";
-  std::string results;
+  Results results;
   for (sink.answer = 0; sink.answer <= 3; ++sink.answer) {
     char* answer = nullptr;
-    results +=
-        std::to_string(call<TrvsConfirmCallback>(TRVS_CALLBACK_OVERWRITE, "a", "b", &answer));
+    results.push_back(call<TrvsConfirmCallback>(TRVS_CALLBACK_OVERWRITE, "a", "b", &answer));
     call<TrvsFreeCallback>(TRVS_CALLBACK_FREE, answer);
   }
-  EXPECT_EQ(results, "2002");
+  EXPECT_EQ(results, (Results{2, 0, 0, 2}));
 }
 
 }  // namespace
