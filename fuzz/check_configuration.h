@@ -26,11 +26,12 @@ class ConfigurationFiles : public btkf::ConfigurationHost {
     } while (!input.empty());
   }
 
-  std::optional<btkf::FileText> readFile(const std::string& path, size_t largest) override {
+  os::FileResult readFile(const std::string& path, size_t largest, btkf::FileText* file) override {
     require(++reads_ <= 2 * btkf::ConfigurationReader::kMostBytes, "reads are bounded");
     const size_t index = path.empty() ? 0 : static_cast<unsigned char>(path.back()) % files_.size();
-    if (files_[index].size() > largest) return {};
-    return btkf::FileText{files_[index], {0, index}, index % 2 == 0};
+    if (files_[index].size() > largest) return os::FileResult::kTooLarge;
+    *file = {files_[index], {0, index}, index % 2 == 0};
+    return os::FileResult::kDone;
   }
   std::optional<std::string> variable(const std::string& name) override {
     return name.size() % 2 == 0 ? std::optional(name) : std::nullopt;

@@ -286,7 +286,8 @@ typedef enum TrvsReadMode {
  * settings of another project. TRVS_READ_FOLLOWING adds nothing unless it gives TRVS_DONE.
  *   reserved1, reserved2  0
  * May give TRVS_CANCELLED if a callback cancelled the load; TRVS_CANNOT_READ_CONFIGURATION, also
- * for anything but a regular file, and for more than 1048576 bytes. */
+ * for anything but a regular file, for more than 1048576 bytes, and for an included file that can't
+ * be read for a reason that may pass. */
 TRVS_EXPORT int32_t TrvsQueryConfiguration(const char* path, int32_t reserved1, int32_t reserved2,
                                            int32_t readMode);
 

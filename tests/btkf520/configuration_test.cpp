@@ -1,8 +1,11 @@
 // btkf520/configuration_test.cpp: the configuration language through the toolkit's C functions.
 #include "btkf520/configuration/configuration.h"
 
+#include <cerrno>
+
 #include "../../fuzz/check_configuration.h"
 #include "btkf520/toolkit.h"
+#include "os/systemcalls.h"
 #include "support/table.h"
 
 namespace btkf520_test {
@@ -83,6 +86,23 @@ TEST_F(ConfigurationFile, IncludesAreFoundBesideTheIncludingFile) {
   EXPECT_EQ(told(), "");
   load("INCLUDE\nINCLUDE none.cfg\nINCLUDE sub\nINCLUDE open.cfg\nENDIF\n");
   EXPECT_EQ(told(), "include@1 include@2 include@3 conditional@1 conditional@5");
+}
+
+// A real fault: without a free descriptor the load passed for done, and was not tried again.
+TEST_F(ConfigurationFile, AnIncludeThatMayBeReadLaterFailsTheLoad) {
+  write("more.cfg", "");
+  load("VCSDIR=old\n");
+  for (const int error : {EMFILE, ESTALE, EACCES}) {
+    SCOPED_TRACE(error);
+    const os_test::SystemCalls calls([=](const os_test::Call& call) {
+      return call.name == "open" && call.path == "more.cfg" ? error : 0;
+    });
+    const bool isDone = error == EACCES;
+    EXPECT_EQ(load("VCSDIR=a\nINCLUDE more.cfg\n", TRVS_READ_FOLLOWING),
+              isDone ? 0 : TRVS_CANNOT_READ_CONFIGURATION);
+    EXPECT_EQ(directories(), isDone ? "a" : "old");
+    EXPECT_EQ(told(), isDone ? "include@2" : "");
+  }
 }
 
 TEST_F(ConfigurationFile, IncludesEnd) {

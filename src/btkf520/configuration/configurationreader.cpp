@@ -45,6 +45,12 @@ bool isAbsolute(std::string_view path) {
   return path.starts_with('/') || path.starts_with('\\') || hasDrive(path);
 }
 
+// Whether the file may be read a moment later: there was no free descriptor, or another machine was
+// replacing it.
+bool mayPass(os::FileResult result) {
+  return result == os::FileResult::kFailed || result == os::FileResult::kStale;
+}
+
 // Where `including` says that `path` is, as text.
 std::string placeOf(std::string_view path, const std::string& including) {
   if (isAbsolute(path)) return std::string(path);
@@ -60,10 +66,13 @@ ConfigurationReader::ConfigurationReader(ConfigurationHost* host, TrvsReadMode m
     : host_(host), mode_(mode), configuration_(configuration) {}
 
 TrvsStatus ConfigurationReader::read(const std::string& path) {
-  const std::optional<FileText> file = host_->readFile(path, kLargestFile);
-  if (!file) return TRVS_CANNOT_READ_CONFIGURATION;
+  FileText file;
+  if (host_->readFile(path, kLargestFile, &file) != os::FileResult::kDone) {
+    return TRVS_CANNOT_READ_CONFIGURATION;
+  }
   const PromotionModel before = configuration_->promotion();
-  readText(path, *file);
+  readText(path, file);
+  if (state_ == State::kUnreadable) return TRVS_CANNOT_READ_CONFIGURATION;
   checkPromotion(path, before);
   return state_ == State::kCancelled ? TRVS_CANCELLED : TRVS_DONE;
 }
@@ -134,15 +143,20 @@ TrvsStatus ConfigurationReader::include(std::string_view value) {
   if (open_.size() == kDeepestNesting) return TRVS_NESTED_TOO_DEEP;
   if (files_ == kMostFiles) return TRVS_BAD_INCLUDE;
   const std::string path = placeOf(value, open_.back().path);
-  const std::optional<FileText> file =
-      host_->readFile(path, std::min(kLargestFile, kMostBytes - bytes_));
-  if (!file) return TRVS_BAD_INCLUDE;
+  FileText file;
+  const os::FileResult result =
+      host_->readFile(path, std::min(kLargestFile, kMostBytes - bytes_), &file);
+  if (mayPass(result)) {
+    state_ = State::kUnreadable;
+    return TRVS_DONE;
+  }
+  if (result != os::FileResult::kDone) return TRVS_BAD_INCLUDE;
   // A file that includes itself would nest for ever: no need to open twenty levels to know.
   const bool recursive = std::any_of(open_.begin(), open_.end(), [&](const OpenFile& outer) {
-    return outer.identity == file->identity;
+    return outer.identity == file.identity;
   });
   if (recursive) return TRVS_NESTED_TOO_DEEP;
-  readText(path, *file);
+  readText(path, file);
   return TRVS_DONE;
 }
 

@@ -32,8 +32,8 @@ struct FileText {
 class ConfigurationHost {
  public:
   virtual ~ConfigurationHost() = default;
-  // Nothing if `path`, a path text, can't be read or holds more than `largest` bytes.
-  virtual std::optional<FileText> readFile(const std::string& path, size_t largest) = 0;
+  // Fills *file from `path`, a path text, if that has up to `largest` bytes.
+  virtual os::FileResult readFile(const std::string& path, size_t largest, FileText* file) = 0;
   virtual std::optional<std::string> variable(const std::string& name) = 0;
   // False ends the reading.
   [[nodiscard]] virtual bool report(const BadDirective& directive) = 0;
@@ -45,9 +45,9 @@ class ConfigurationReader {
   // Both pointers must outlive the reader.
   ConfigurationReader(ConfigurationHost* host, TrvsReadMode mode, Configuration* configuration);
 
-  // Gives TRVS_DONE whatever the lines were like, TRVS_CANNOT_READ_CONFIGURATION with nothing
-  // changed, or TRVS_CANCELLED when a report was answered with false: what was read up to then has
-  // been set.
+  // Gives TRVS_DONE whatever the lines were like, TRVS_CANNOT_READ_CONFIGURATION, also if an
+  // included file can't be read for a reason that may pass, or TRVS_CANCELLED when a report was
+  // answered with false. What was read up to then has been set.
   [[nodiscard]] TrvsStatus read(const std::string& path);
 
   // Bounds on what any set of files can cost: beyond them, files are not included and lines are
@@ -60,7 +60,7 @@ class ConfigurationReader {
   static constexpr size_t kReportedLine = 1023;
 
  private:
-  enum class State { kReading, kStopped, kCancelled };
+  enum class State { kReading, kStopped, kCancelled, kUnreadable };
   // A file between its first and its last line.
   struct OpenFile {
     std::string path;

@@ -53,17 +53,14 @@ std::optional<std::string> Surroundings::systemPath(const std::string& path) con
   return {};
 }
 
-std::optional<FileText> Surroundings::readFile(const std::string& path, size_t largest) {
+os::FileResult Surroundings::readFile(const std::string& path, size_t largest, FileText* file) {
   const std::optional<std::string> place = systemPath(path);
-  FileText file;
+  if (!place) return os::FileResult::kMissing;
   os::FileStatus status;
-  file.isTrusted = place && os::isOursAlone(*place);
-  if (!place ||
-      os::readFile(place->c_str(), largest, &file.text, &status) != os::FileResult::kDone) {
-    return {};
-  }
-  file.identity = status.identity;
-  return file;
+  file->isTrusted = os::isOursAlone(*place);
+  const os::FileResult result = os::readFile(place->c_str(), largest, &file->text, &status);
+  file->identity = status.identity;
+  return result;
 }
 
 std::optional<std::string> Surroundings::variable(const std::string& name) {

@@ -39,7 +39,7 @@ class Surroundings final : private ConfigurationHost {
   std::optional<std::string> systemPath(const std::string& path) const;
 
  private:
-  std::optional<FileText> readFile(const std::string& path, size_t largest) override;
+  os::FileResult readFile(const std::string& path, size_t largest, FileText* file) override;
   std::optional<std::string> variable(const std::string& name) override;
   bool report(const BadDirective& directive) override;
 
