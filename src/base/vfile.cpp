@@ -43,7 +43,7 @@ VBool VFile::open(int mode) {
   if (!close()) return false;
   position_ = 0;
   content_.clear();
-  isAppended_ = isReplaced_ = false;
+  isAppended_ = isReplaced_ = hasNoLocks_ = false;
   const bool isOpened = mode >= kPrinter ? standardStream(mode) != nullptr : openFile(mode);
   if (isOpened) mode_ = mode;
   return isOpened;
@@ -91,6 +91,7 @@ bool VFile::lockToAppend() {
       os::sleepMilliseconds(kLockPause);
       continue;
     }
+    hasNoLocks_ = result == os::FileResult::kNoLocks;
     if (result == os::FileResult::kDone && confirmFile(path_.view(), &file_)) return true;
     if (result != os::FileResult::kDone && result != os::FileResult::kStale) return false;
     if (foldapi::openFile(path_.view(), os::File::Access::kUpdate, &file_) !=

@@ -6,6 +6,7 @@
 #include "btkf520/btkf520.h"
 #include "runtime/files.h"
 #include "toolkit/arguments.h"
+#include "toolkit/messages.h"
 
 namespace foldapi {
 
@@ -81,7 +82,11 @@ void appendArchiveDirs(TVProjectConfig* config, const VString& dirs, TVHandle& c
   VFile file(config->path);
   if (!file.open(VFile::kReadWrite)) return failed("Error opening");
   const bool written = appendLines(file, line + "\r\n\r\n") >= 0;
-  if (!file.close() || !written) failed("Error writing to");
+  if (file.hasNoLocks()) {
+    context.sink().error(context, NoLocksMessage(config->path.text()) + (kDirsFailedTail + 1));
+  } else if (!file.close() || !written) {
+    failed("Error writing to");
+  }
   config->archiveDirs = dirs;
 }
 
@@ -95,7 +100,9 @@ VBool appendArchiveSuffix(const TVProjectConfig& config, const VString& extensio
                                                 suffix.text())) > 0;
     written = file.close() && written;
   }
-  if (!written) {
+  if (file.hasNoLocks()) {
+    context.sink().notice(context, NoLocksMessage(config.path.text()));
+  } else if (!written) {
     context.sink().notice(
         context, VString::format("Error opening project configuration file %s. Unable to set the "
                                  "archive suffix for file extension %s",

@@ -12,6 +12,7 @@
 #include "os/systemcalls.h"
 #include "store/storefixture.h"
 #include "support/limits.h"
+#include "toolkit/configfiles.h"
 #include "toolkit/messages.h"
 
 namespace store_test {
@@ -173,6 +174,16 @@ TEST_F(OpenLocked, TellsThatThereAreNoLocks) {
   EXPECT_EQ(open("F", Access::kUpdate), 7);
   EXPECT_EQ(told(),
             "error F cannot be changed, since the file system that it is on has no locks.\n");
+  TVHandle context(&sink, nullptr);
+  TVProjectConfig config(path("F"));
+  appendArchiveDirs(&config, "dir", context);
+  EXPECT_FALSE(appendArchiveSuffix(config, "c", "_v", TellUser::kFailures, context));
+  const std::string text = told();
+  for (const char* told :
+       {"error F cannot be changed, since the file system", "\nnotice F cannot"}) {
+    EXPECT_NE(text.find(told), std::string::npos) << text;
+  }
+  EXPECT_EQ(get("F"), "text\n");
 }
 
 // What the records of both files make -------------------------------------------------------------
