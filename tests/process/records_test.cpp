@@ -83,22 +83,27 @@ TEST_F(Records, ACreateIsStoredInBothFilesOrInNone) {
   EXPECT_FALSE(isHere(root));
   EXPECT_EQ(support::entryCount(scratch_.path("pub")), entries);
 
-  for (const char* full : {"prv/trvsproj.prv", "pub/trvsproj.pub"}) {
-    SCOPED_TRACE(full);
-    for (const size_t size : {5000, 9000}) {  // What comes next fits the last page, or doesn't.
-      const string old = scratch_.shown(full);
-      scratch_.write(full, old + ";" + string(size, '-') + "\n");
+  const char* const files[] = {"prv/trvsproj.prv", "pub/trvsproj.pub"};
+  for (const char* full : files) {
+    for (const size_t size : {5000U, 8180U}) {  // What comes next fits the last page, or doesn't.
+      SCOPED_TRACE(full + std::to_string(size));
+      const auto old = scratch_.everything();
+      for (const char* file : files) {
+        const size_t wanted = file == full ? size : size / 2;
+        const size_t rest = wanted - std::filesystem::file_size(scratch_.path(file));
+        scratch_.write(file, old.at(file) + string(rest - 2, '-') + "\n");
+      }
       before = scratch_.everything();
       root = openRoot("pub");
       {
-        const support::SizeLimit room(std::filesystem::file_size(scratch_.path(full)) + 20);
+        const support::SizeLimit room(size + 20);
         create(root);
       }
       EXPECT_FALSE(isHere(root));
-      for (const char* file : {"prv/trvsproj.prv", "pub/trvsproj.pub"}) {
+      for (const char* file : files) {
         EXPECT_EQ(scratch_.shown(file), before[file]);
+        scratch_.write(file, old.at(file));
       }
-      scratch_.write(full, old);
     }
   }
   create(root = openRoot("pub"));
