@@ -172,7 +172,7 @@ FOLDAPI_EXPORT void SetProjectVCSDirs(TVHandle* project, const char* directories
 
 /* Where the workfiles of the team (public) and of this user (private) are: WKDIR in trvsproj.pub
  * and in trvsproj.prv. A project without a private record answers both with the public one. Setting
- * rewrites the root's data files; a text with a line break is refused. */
+ * rewrites the root's data files; what CreateProject refuses is refused. */
 FOLDAPI_EXPORT const char* GetProjectPublicDir(TVHandle* project);
 FOLDAPI_EXPORT void SetProjectPublicDir(TVHandle* project, const char* directory);
 FOLDAPI_EXPORT const char* GetProjectPrivateDir(TVHandle* project);
@@ -238,7 +238,8 @@ FOLDAPI_EXPORT TVHandle* FindArchiveInFolder(TVHandle* parent, const char* name)
  * archive to the parent's data file: trvsfold.pub of a project or a public folder, trvsfold.prv of
  * a private folder. Neither path is looked at on disk. A pair that is there already stays as it is.
  * Refused is what a record can't hold: a line break or a "]" anywhere, and a ";" anywhere but in
- * the workfile's name; and a pair of which neither path names a file. To see whether it worked,
+ * the workfile's name; and a pair of which neither path names a file. A parent that another process
+ * has removed takes nothing; where one was created anew the record goes. To see whether it worked,
  * find the archive. */
 FOLDAPI_EXPORT void AddExistingArchive(TVHandle* parent, const char* workfile, const char* archive);
 
