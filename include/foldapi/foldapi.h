@@ -167,7 +167,8 @@ FOLDAPI_EXPORT const char* GetProjectVCSDirs(TVHandle* project);
 
 /* Appends a VCSDIR directive with `directories`, less one "\" at their end, to the project's
  * configuration file; earlier directives stay above it. A list with a line break, or of more than
- * 8184 bytes, is refused. Read the value back to see whether it worked. */
+ * 8184 bytes, is refused, and so is a project that another process has removed. Read the value back
+ * to see whether it worked. */
 FOLDAPI_EXPORT void SetProjectVCSDirs(TVHandle* project, const char* directories);
 
 /* Where the workfiles of the team (public) and of this user (private) are: WKDIR in trvsproj.pub

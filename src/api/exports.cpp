@@ -9,6 +9,7 @@
 #include "domain/projectroot.h"
 #include "domain/revision.h"
 #include "toolkit/configfiles.h"
+#include "toolkit/messages.h"
 
 namespace {
 
@@ -116,6 +117,10 @@ void SetProjectVCSDirs(TVHandle* project, const char* directories) {
     TVProjectFolderHandle handle(api::resolve<Project>(project));
     const VString dirs = directories;
     if (handle.isNull() || !foldapi::isStorableText(handle, dirs.view())) return;
+    const VString name = handle.folderName();
+    if (!handle.object()->bringUpToDate(handle)) {  // Its file is another one now, or nobody's.
+      return handle.sink().notice(handle, foldapi::GoneMessage(name.text()));
+    }
     foldapi::TVProjectConfig config = handle.effectiveConfig();
     foldapi::appendArchiveDirs(&config, dirs, handle);
     handle.setConfig(config, theNoLock());

@@ -134,13 +134,16 @@ TEST_F(Records, AddsGoWhereTheOwnerIsKeptNow) {
   AddExistingArchive(project, "w", "/v/w_v");
   EXPECT_EQ(support::workfileNames(scratch_.openProject("P")), Names{"w"});
 
-  project = FindProject(root = openRoot("pub"), "P");
-  OpenProject(project);
-  elsewhere([](TVHandle* in) { DestroyProject(FindProject(in, "P")); });
-  const auto before = scratch_.everything();
-  AddExistingArchive(project, "lost", "/v/w_v");
-  EXPECT_EQ(scratch_.changedSince(before), Names());
-  EXPECT_EQ(support::projectNames(root), Names{"O"});
+  for (const bool adds : {true, false}) {
+    CreateProject(root = openRoot("pub"), "P", "", "");
+    OpenProject(project = FindProject(root, "P"));
+    elsewhere([](TVHandle* in) { DestroyProject(FindProject(in, "P")); });
+    const auto before = scratch_.everything();
+    adds ? AddExistingArchive(project, "lost", "/v/w_v") : SetProjectVCSDirs(project, "/v");
+    EXPECT_EQ(string(FoldapiLastMessage()).substr(0, 26), "P cannot be changed, since");
+    EXPECT_EQ(scratch_.changedSince(before), Names());
+    EXPECT_EQ(support::projectNames(root), Names{"O"});
+  }
 }
 
 // A real fault: its own lock kept a private folder from being read again.
