@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <deque>
+#include <map>
 #include <memory>
 #include <random>
 #include <string>
@@ -75,8 +76,7 @@ class Model {
   }
   void destroy(int number) {
     if (stale) reload();
-    const std::vector<VObject*> all = table.values();
-    if (std::find(all.begin(), all.end(), key(number)) == all.end()) return;
+    if (std::find(file.begin(), file.end(), number) == file.end()) return;
     table.remove(key(number), LinkedHash::Match::kIdentical);
     rewrite();
   }
@@ -93,10 +93,9 @@ class Model {
 
  private:
   VObject* key(int number) {
-    for (auto& known : keys_) {
-      if (known->number == number) return known.get();
-    }
-    return keys_.emplace_back(std::make_unique<Record>(number, nullptr, nullptr)).get();
+    auto& known = keys_[number];
+    if (known == nullptr) known = std::make_unique<Record>(number, nullptr, nullptr);
+    return known.get();
   }
   // A new object is known already, and leaves again, or is added.
   bool merge(int number) {
@@ -127,7 +126,7 @@ class Model {
     for (VObject* value : table.values()) file.push_back(static_cast<Record*>(value)->number);
   }
 
-  std::vector<std::unique_ptr<Record>> keys_;
+  std::map<int, std::unique_ptr<Record>> keys_;
   int uses_ = 0;
 };
 
@@ -139,13 +138,6 @@ void add(TVHandle& handle, int number) {
   TVHandle record(nullptr, TVObject::mergeIntoCache(
                                std::make_unique<Record>(number, project, &project->file), &known));
   if (!known) static_cast<void>(record.object()->writeInOwner(record));
-}
-
-TVHandle recordOf(const TVHandle& handle, int number) {
-  for (TVObject* child : handle.object()->childrenInOrder()) {
-    if (static_cast<Record*>(child)->number == number) return TVHandle(nullptr, child);
-  }
-  return {};
 }
 
 // A real fault: the children were released from the last to the first, so the table counted other
@@ -178,11 +170,13 @@ TEST(RecordOrder, IsThatOfTheModelWhateverComesBefore) {
       } else if (choice == 99 && !open.empty()) {
         handle.destroyChildren(theNoLock());
         model.destroyAll();
-      } else if (TVHandle record = recordOf(handle, number); !record.isNull()) {
+      } else if (const auto all = project->childrenInOrder(); !all.empty()) {
+        TVHandle record(nullptr, all[static_cast<size_t>(number) % all.size()]);
+        const int doomed = record.as<Record>()->number;
         handle.destroyChild(record, theNoLock());
-        model.destroy(number);
+        model.destroy(doomed);
       }
-      for (int i = 0; i < 3; ++i) {
+      for (int i = 0; i < 3 && choice % 8 != 0; ++i) {
         add(handle, number + 100 * i);
         model.add(number + 100 * i);
       }
