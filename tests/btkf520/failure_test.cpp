@@ -2,6 +2,7 @@
 // counts as done and is told; what failed left no trace, and all can be read when the disk is well
 // again.
 #include <cerrno>
+#include <climits>
 #include <functional>
 
 #include "btkf520/archives.h"
@@ -108,6 +109,35 @@ TEST_F(Failures, OfTheSystemTurnNoSuccessIntoFailure) {
       return left < 0;
     });
   }
+}
+
+// From any read on, the open archive is one that another machine has replaced.
+TEST_F(Failures, OfAReplacedArchiveCostASecondLook) {
+  const std::string wide(600 << 10, 'w');
+  ASSERT_EQ(lock(), 0);
+  ASSERT_EQ(put(wide, {}), 0);
+  write("m.c", "here");
+  const std::function<int32_t()> reads[] = {
+      [&] { return get({.flags = TRVS_GET_OVERWRITE}); },
+      [&] { return get({.revision = "1.2", .flags = TRVS_GET_OVERWRITE}); },
+      [&] { return TrvsVerifyArchive(TRVS_CONTEXT, archive().c_str(), nullptr, 0); },
+  };
+  for (const auto& read : reads) {
+    bool hasFailed = true;
+    for (int attempt = 0; hasFailed; ++attempt) {
+      int left = attempt;
+      hasFailed = false;
+      const os_test::SystemCalls calls([&](const os_test::Call& call) {
+        if (call.path != "m.c_v") return 0;
+        if (call.name == "open" && hasFailed) left = INT_MAX;  // The one that is there now.
+        if (call.name != "pread" || left-- > 0) return 0;
+        hasFailed = true;
+        return ESTALE;
+      });
+      EXPECT_EQ(read(), 0) << attempt;
+    }
+  }
+  EXPECT_EQ(support::readFile(workfile()), "0\n7919\n31676\n");
 }
 
 }  // namespace

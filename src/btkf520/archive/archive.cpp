@@ -76,6 +76,14 @@ class Archive::Impl {
 
   ArchiveReader& reader() { return *reader_; }
 
+  // The status of `read`, which reads from the file; once more from the one that another machine
+  // has put in its place if it can't be read. Contents keep their numbers for good.
+  template <typename Read>
+  TrvsStatus readAgain(const Read& read) {
+    const TrvsStatus status = read(later_ ? *later_ : *reader_);
+    return status == TRVS_CANNOT_OPEN && lookAgain() ? read(*later_) : status;
+  }
+
   Content put(std::string_view bytes);
   TrvsStatus read(const Content& content, Bytes* bytes);
   TrvsStatus read(const Content& content, const BytesSink& sink);
@@ -93,6 +101,7 @@ class Archive::Impl {
     std::string_view view;
   };
 
+  bool lookAgain();
   const Content* known(uint32_t id) const;
   bool knowsAllOf(const ArchiveModel& model) const;
   std::vector<Frame> plannedFrames(const ArchiveModel& model) const;
@@ -108,6 +117,7 @@ class Archive::Impl {
   Purpose purpose_;
   std::string path_;
   std::unique_ptr<ArchiveReader> reader_;
+  std::unique_ptr<ArchiveReader> later_;  // Of the file that has replaced reader_'s; may be null.
   uint32_t lastContent_;
   std::map<uint32_t, Pending> pending_;
   std::set<uint32_t> damaged_;  // Contents that could not be rebuilt when a commit needed them.
@@ -122,6 +132,14 @@ TrvsStatus Archive::Impl::open(Purpose purpose, const std::string& path, os::Fil
   return TRVS_DONE;
 }
 
+// Opens for reading what is in the file's place now.
+bool Archive::Impl::lookAgain() {
+  os::File file;
+  return purpose_ == Purpose::kRead &&
+         file.open(path_.c_str(), os::File::Access::kRead) == FileResult::kDone &&
+         ArchiveReader::open(std::move(file), &later_) == TRVS_DONE;
+}
+
 Content Archive::Impl::put(std::string_view bytes) {
   const Content content{lastContent_ + 1, bytes.size(), checksumOf(bytes)};
   pending_[content.id] = {content, bytes};
@@ -133,7 +151,9 @@ TrvsStatus Archive::Impl::read(const Content& content, Bytes* bytes) {
   const Content* const found = known(content.id);
   if (found == nullptr || *found != content) return TRVS_NO_REVISION;
   const auto pending = pending_.find(content.id);
-  if (pending == pending_.end()) return reader_->take(content.id, bytes);
+  if (pending == pending_.end()) {
+    return readAgain([&](ArchiveReader& from) { return from.take(content, bytes); });
+  }
   const std::string_view view = pending->second.bytes;
   Bytes copy(view.size());
   view.copy(copy.data(), view.size());
@@ -145,7 +165,11 @@ TrvsStatus Archive::Impl::read(const Content& content, const BytesSink& sink) {
   const Content* const found = known(content.id);
   if (found == nullptr || *found != content) return TRVS_NO_REVISION;
   const auto pending = pending_.find(content.id);
-  if (pending == pending_.end()) return reader_->give(content.id, sink);
+  if (pending == pending_.end()) {
+    const TrvsStatus status = (later_ ? *later_ : *reader_).give(content, sink);
+    if (status == TRVS_CANNOT_OPEN) lookAgain();  // For the caller, whose sink is spoilt.
+    return status;
+  }
   return sink(pending->second.bytes) ? TRVS_DONE : TRVS_CANNOT_WRITE;
 }
 
@@ -391,7 +415,7 @@ TrvsStatus Archive::read(const Content& content, const BytesSink& sink) const {
 Content Archive::put(std::string_view bytes) { return impl_->put(bytes); }
 TrvsStatus Archive::commit(ArchiveModel model) { return impl_->commit(std::move(model)); }
 TrvsStatus Archive::verify(std::vector<Content>* damaged) const {
-  return impl_->reader().verify(damaged);
+  return impl_->readAgain([&](ArchiveReader& from) { return from.verify(damaged); });
 }
 
 }  // namespace btkf

@@ -65,7 +65,8 @@ class Archive {
 
   // The same, to a sink, and in little memory if the content is a tip's. TRVS_CANNOT_WRITE if the
   // sink takes no more. With any status but TRVS_DONE the sink may have got bytes that are not
-  // right.
+  // right. After TRVS_CANNOT_OPEN a second call reads the file that another machine may have put in
+  // the place of this one.
   [[nodiscard]] TrvsStatus read(const Content& content, const BytesSink& sink) const;
 
   // Takes in a new content, to be kept by the next commit() whose model uses it; without one it is

@@ -259,9 +259,9 @@ TrvsStatus ArchiveReader::read(uint32_t content, SharedBytes* bytes) {
   return TRVS_DONE;
 }
 
-TrvsStatus ArchiveReader::take(uint32_t content, Bytes* bytes) {
-  const Stored* const target = find(content);
-  if (target == nullptr) return TRVS_NO_REVISION;
+TrvsStatus ArchiveReader::take(const Content& content, Bytes* bytes) {
+  const Stored* const target = find(content.id);
+  if (target == nullptr || target->content != content) return TRVS_NO_REVISION;
   std::shared_ptr<Bytes> result;
   if (const TrvsStatus status = rebuild(*target, false, &result)) return status;
   *bytes = std::move(*result);
@@ -269,9 +269,9 @@ TrvsStatus ArchiveReader::take(uint32_t content, Bytes* bytes) {
 }
 
 // Contents with parents have to be in memory as a whole, and those that fit there easily may be.
-TrvsStatus ArchiveReader::give(uint32_t content, const BytesSink& sink) {
-  const Stored* const target = find(content);
-  if (target == nullptr) return TRVS_NO_REVISION;
+TrvsStatus ArchiveReader::give(const Content& content, const BytesSink& sink) {
+  const Stored* const target = find(content.id);
+  if (target == nullptr || target->content != content) return TRVS_NO_REVISION;
   const uint64_t length = target->content.length;
   const bool isAlone = target->frame.olderParent == 0 && target->frame.newerParent == 0;
   if (!isAlone || length < kPiece || length > kLongestInPieces) {

@@ -87,10 +87,10 @@ class ArchiveReader {
   // damaged one. *bytes changes only with TRVS_DONE. read() keeps what it rebuilds for the
   // next; take() does not, and gives the memory away.
   [[nodiscard]] TrvsStatus read(uint32_t content, SharedBytes* bytes);
-  [[nodiscard]] TrvsStatus take(uint32_t content, Bytes* bytes);
+  [[nodiscard]] TrvsStatus take(const Content& content, Bytes* bytes);
   // The same, to a sink: TRVS_CANNOT_WRITE if that takes no more. What a sink got is worth nothing
   // with any status but TRVS_DONE.
-  [[nodiscard]] TrvsStatus give(uint32_t content, const BytesSink& sink);
+  [[nodiscard]] TrvsStatus give(const Content& content, const BytesSink& sink);
 
   // See Archive.
   [[nodiscard]] TrvsStatus verify(std::vector<Content>* damaged);

@@ -57,6 +57,7 @@ class CheckOut {
   bool needsWhole() const;
   TrvsStatus readWhole();
   TrvsStatus checkOverwrite();
+  TrvsStatus writeBytes();
   TrvsStatus writeContent();
   TrvsStatus finish(const Event& event);
   TrvsStatus finishWithLock(const Event& event);
@@ -191,18 +192,19 @@ TrvsStatus CheckOut::checkOverwrite() {
                                                                         : TRVS_WOULD_OVERWRITE;
 }
 
-TrvsStatus CheckOut::writeContent() {
+TrvsStatus CheckOut::writeBytes() {
   if (const TrvsStatus status = workfile_.open(workfilePath_)) return status;
-  TrvsStatus status = TRVS_DONE;
-  if (expanded_) {
-    status = workfile_.write(*expanded_);
-  } else if (isWhole_) {
-    status = workfile_.write(stored_.view());
-  } else {
-    status = task_.archive().read(revision_->content, [this](std::string_view bytes) {
-      return workfile_.write(bytes) == TRVS_DONE;
-    });
-  }
+  if (expanded_) return workfile_.write(*expanded_);
+  if (isWhole_) return workfile_.write(stored_.view());
+  return task_.archive().read(revision_->content, [this](std::string_view bytes) {
+    return workfile_.write(bytes) == TRVS_DONE;
+  });
+}
+
+// From the start again if another machine has replaced the archive meanwhile.
+TrvsStatus CheckOut::writeContent() {
+  TrvsStatus status = writeBytes();
+  if (status == TRVS_CANNOT_OPEN) status = writeBytes();
   if (status != TRVS_DONE) return status;
   const bool isWritable =
       asks(TRVS_GET_WRITABLE | TRVS_GET_LOCK) || !task_.model.has(TRVS_ATTRIBUTE_READ_ONLY);
