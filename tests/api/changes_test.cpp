@@ -102,7 +102,9 @@ TEST_F(Changes, AddExistingArchiveAppendsOneLineToItsParentsFile) {
       "[FOLDER=src]\nDIR=src\nWKDIR=src\n\n[DOCUMENT=/v;old_v;;old]";  // No line end.
   scratch_.write("pub/P.prj/trvsfold.pub", folders);
   scratch_.write("prv/P.prj/trvsfold.prv", "[FOLDER=mine]\nDIR=mine\nWKDIR=mine\n\n");
-  scratch_.write("pub/P.prj/src/trvsfold.pub", kHead + "; A remark\n[DOCUMENT=/v;s_v;d;s]\n\n");
+  // With what is added it takes two pages.
+  const string inFolder = kHead + "; " + string(4010, '-') + "\n[DOCUMENT=/v;s_v;d;s]\n\n";
+  scratch_.write("pub/P.prj/src/trvsfold.pub", inFolder);
   scratch_.write("prv/P.prj/mine/trvsfold.prv", "[DOCUMENT=/v;m_v;;m]\nend");
   const struct {
     const char* why;
@@ -118,7 +120,7 @@ TEST_F(Changes, AddExistingArchiveAppendsOneLineToItsParentsFile) {
        "pub/P.prj/trvsfold.pub",
        folders + "\n[DOCUMENT=/v;new.c_v;d;new.c]\n[DOCUMENT=;new.c_v;;other.c]\n"},
       {"public folder", "src", "C:\\w\\a;b.c", "V:\\v\\a_v", "pub/P.prj/src/trvsfold.pub",
-       kHead + "; A remark\n[DOCUMENT=/v;s_v;d;s]\n\n[DOCUMENT=V:\\v;a_v;C:\\w;a;b.c]\n"},
+       inFolder + "[DOCUMENT=V:\\v;a_v;C:\\w;a;b.c]\n"},
       {"private folder", "mine", "/w.c", "C:\\w_v", "prv/P.prj/mine/trvsfold.prv",
        "[DOCUMENT=/v;m_v;;m]\nend\n[DOCUMENT=C:\\;w_v;/;w.c]\n"},
   };

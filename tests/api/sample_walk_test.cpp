@@ -55,11 +55,8 @@ void writeSample(const support::Database& database, const string& me) {
 
 // In the golden file <me> stands for the current user.
 void expectSample(const string& text) {
-  string sample = support::readFile(kHere / "sample_walk.expected");
-  for (size_t at; (at = sample.find("<me>")) != string::npos;) {
-    sample.replace(at, 4, support::currentUser());
-  }
-  EXPECT_EQ(text, sample);
+  const string sample = support::readFile(kHere / "sample_walk.expected");
+  EXPECT_EQ(text, support::replaced(sample, "<me>", support::currentUser()));
 }
 
 TEST(SampleWalk, ShowsAllThatTheFilesSay) {

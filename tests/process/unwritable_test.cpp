@@ -36,58 +36,31 @@ const Change kChanges[] = {
 };
 
 // Two projects; the first has two archives, two folders and a long line that nobody knows.
-class Unwritable : public testing::Test {
- protected:
-  Unwritable() {
-    TVHandle* root = scratch_.openRoot();
+struct Filled : support::ScratchDatabase {
+  Filled() {
+    TVHandle* root = openRoot();
     CreateProject(root, "P", "/ann", "/team");
     CreateProject(root, "Q", "/ann", "/team");
-    scratch_.write("pub/P.prj/trvsfold.pub",
-                   kHead + "; " + string(5000, '-') +
-                       "\n[DOCUMENT=/v;a_v;;a]\n[DOCUMENT=/v;b_v;;b]\n[FOLDER=f]\nDIR=f\n\n");
-    scratch_.write("prv/P.prj/trvsfold.prv",
-                   kHead + "[FOLDER=mine]\nDIR=mine\nWKDIR=" + string(900, 'w') + "\n\n");
-    scratch_.write("pub/P.prj/f/trvsfold.pub", kHead + "[DOCUMENT=/v;in f_v;;in f]\n");
+    write("pub/P.prj/trvsfold.pub",
+          kHead + "; " + string(5000, '-') +
+              "\n[DOCUMENT=/v;a_v;;a]\n[DOCUMENT=/v;b_v;;b]\n[FOLDER=f]\nDIR=f\n\n");
+    write("prv/P.prj/trvsfold.prv",
+          kHead + "[FOLDER=mine]\nDIR=mine\nWKDIR=" + string(900, 'w') + "\n\n");
+    write("pub/P.prj/f/trvsfold.pub", kHead + "[DOCUMENT=/v;in f_v;;in f]\n");
   }
-
-  support::ScratchDatabase scratch_;
-};
-
-// Puts both sides of a database back as they were.
-class Restored {
- public:
-  explicit Restored(const support::ScratchDatabase& scratch) : scratch_(scratch) {
-    std::filesystem::create_directory(copy_);
-    for (const char* side : kSides) {
-      std::filesystem::copy(scratch.path(side), copy_ / side,
-                            std::filesystem::copy_options::recursive);
-    }
-  }
-  Restored(const Restored&) = delete;
-  Restored& operator=(const Restored&) = delete;
-  ~Restored() {
-    for (const char* side : kSides) {
-      std::filesystem::remove_all(scratch_.path(side));
-      std::filesystem::rename(copy_ / side, scratch_.path(side));
-    }
-  }
-
- private:
-  static constexpr const char* kSides[] = {"pub", "prv"};
-  const support::ScratchDatabase& scratch_;
-  const std::filesystem::path copy_ = scratch_.path("copy");
 };
 
 // A file that could not be read is read again before anything is written.
-TEST_F(Unwritable, FilesThatCouldNotBeReadAreNeverOverwritten) {
+TEST(Unwritable, FilesThatCouldNotBeReadAreNeverOverwritten) {
   for (const char* file : {"pub/trvsproj.pub", "prv/trvsproj.prv", "pub/P.prj/trvsfold.pub",
                            "prv/P.prj/trvsfold.prv"}) {
     SCOPED_TRACE(file);
-    const string path = scratch_.path(file);
-    const string aside = scratch_.path("aside");
+    const Filled filled;
+    const string path = filled.path(file);
+    const string aside = filled.path("aside");
     std::filesystem::rename(path, aside);
     std::filesystem::create_directory(path);  // Nobody can read this, not even root.
-    TVHandle* root = scratch_.openRoot();
+    TVHandle* root = filled.openRoot();
     TVHandle* project = FindProject(root, "P");
     OpenProject(project);
     CreateProject(root, "R", "/ann", "/team");
@@ -100,11 +73,11 @@ TEST_F(Unwritable, FilesThatCouldNotBeReadAreNeverOverwritten) {
     SetProjectPrivateDir(project, "/ann");
     DestroyArchive(FindArchiveByWorkName(project, "new"));
     DestroyProject(FindProject(root, "R"));
-    project = scratch_.openProject("P");
+    project = filled.openProject("P");
     EXPECT_EQ(support::folderNames(project), (Names{"f", "mine"}));
     EXPECT_EQ(support::workfileNames(project), (Names{"a", "b"}));
     EXPECT_STREQ(GetProjectPrivateDir(project), "/ann");
-    EXPECT_EQ(support::projectNames(scratch_.openRoot()), (Names{"P", "Q"}));
+    EXPECT_EQ(support::projectNames(filled.openRoot()), (Names{"P", "Q"}));
   }
 }
 
@@ -126,7 +99,7 @@ Names shownNow(TVHandle* root, TVHandle* project) {
 }
 
 // A real fault: a session went on with what had never reached the disk.
-TEST_F(Unwritable, WhatIsNotWrittenIsNotShown) {
+TEST(Unwritable, WhatIsNotWrittenIsNotShown) {
   std::vector<Change> changes(std::begin(kChanges), std::end(kChanges));
   changes.push_back({"create", [](TVHandle* r, TVHandle*) { CreateProject(r, "R", "", ""); }});
   const struct {
@@ -142,23 +115,23 @@ TEST_F(Unwritable, WhatIsNotWrittenIsNotShown) {
   for (const auto& obstacle : obstacles) {
     for (const Change& change : changes) {
       SCOPED_TRACE(string(change.why) + " " + obstacle.why + " " + obstacle.readOnly);
-      const Restored restored(scratch_);
-      TVHandle* root = scratch_.openRoot();
+      const Filled filled;
+      TVHandle* root = filled.openRoot();
       TVHandle* project = FindProject(root, "P");
       OpenProject(project);
       const Names before = shownNow(root, project);
       ASSERT_EQ(before.size(), 14U);
       {
         const support::SizeLimit room(obstacle.room);
-        if (*obstacle.readOnly != 0) chmod(scratch_.path(obstacle.readOnly).c_str(), 0444);
+        if (*obstacle.readOnly != 0) chmod(filled.path(obstacle.readOnly).c_str(), 0444);
         change.make(root, project);
       }
-      if (*obstacle.readOnly != 0) chmod(scratch_.path(obstacle.readOnly).c_str(), 0644);
+      if (*obstacle.readOnly != 0) chmod(filled.path(obstacle.readOnly).c_str(), 0644);
       const Names now = shownNow(root, project);
       if (*obstacle.readOnly == 0) {
         EXPECT_EQ(now, before);
       }
-      root = scratch_.openRoot();
+      root = filled.openRoot();
       project = FindProject(root, "P");
       OpenProject(project);
       EXPECT_EQ(now, shownNow(root, project));

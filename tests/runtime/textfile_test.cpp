@@ -72,22 +72,6 @@ TEST_F(TextFileTest, ReadsEitherLineEndAndWritesOne) {
   }
 }
 
-TEST_F(TextFileTest, AppendsAcrossPages) {
-  std::string want = "an LF stays\none\n";  // Although what is added ends in CR LF.
-  write(want);
-  for (const size_t size : {0, 1, 100, 5000, 7, 3000}) {
-    const std::string line(size, 'x');
-    const auto file = open(Access::kUpdate);
-    ASSERT_TRUE(file);
-    file->endLastLine();
-    file->append(line);
-    ASSERT_TRUE(file->commit());
-    want += (want.ends_with('\n') ? "" : "\r\n") + line;
-    EXPECT_EQ(bytes(), want);
-    EXPECT_EQ(file->stamp(), fileStamp(path_));
-  }
-}
-
 TEST_F(TextFileTest, KeepsLinkAndHoldThroughARewrite) {
   write("old\r\n");
   const std::string link = directory_ / "link";

@@ -18,13 +18,7 @@
 namespace store_test {
 
 using namespace foldapi;
-
-inline std::string replaced(std::string text, std::string_view from, std::string_view to) {
-  for (size_t at = 0; (at = text.find(from, at)) != std::string::npos; at += to.size()) {
-    text.replace(at, from.size(), to);
-  }
-  return text;
-}
+using support::replaced;
 
 class Store : public testing::Test {
  protected:

@@ -2,8 +2,6 @@
 // evening, on one archive and on a whole tree of folders.
 #include <sys/stat.h>
 
-#include <algorithm>
-
 #include "btkf520/btkf520.h"
 #include "core/result.h"
 #include "store/storefixture.h"
@@ -56,9 +54,6 @@ class Workday : public Store {
     EXPECT_EQ(handle.status(&bits), 0) << told();
     return bits;
   }
-
-  // What was told, but for the questions whether to go on.
-  std::string reported() { return replaced(told(), "continue\n", ""); }
 
   TVProjectFolderHandle project_;
   TVPutOptions create_;
@@ -113,31 +108,6 @@ TEST_F(Workday, OnOneArchive) {
             "notice bad\nnotice bad\nnotice bad\n");
   motor.setWorkPath("");
   told();
-
-  const VString archive = motor.toolkitName();
-  TVLogOptions log;
-  log.setMode(TVLogOptions::kBrief);
-  log.setNoHeading(true);
-  log.revisionFrom = "1.1";
-  ASSERT_EQ(project_.reportLog(archive.text(), log), 0);
-  const std::string report = reported();
-  EXPECT_TRUE(report.starts_with("output 1 1.1  ")) << report;
-  EXPECT_EQ(std::count(report.begin(), report.end(), '\n'), 1) << report;
-  log.outputText = path("report.txt");
-  ASSERT_EQ(project_.reportLog(archive.text(), log), 0) << told();
-  EXPECT_TRUE(Store::get("report.txt").ends_with("  Count right\n"));
-
-  TVDiffOptions diff;
-  diff.kind = TVDiffOptions::kTest;
-  diff.first = diff.third = motor.qualArchiveName();
-  diff.second = "1.0";
-  diff.fourth = "REL_1";
-  ASSERT_EQ(project_.differences(diff), 0) << told();
-  EXPECT_EQ(diff.testResult, 1);
-  diff.kind = TVDiffOptions::kReport;
-  diff.setHeading(false);
-  ASSERT_EQ(project_.differences(diff), 0);
-  EXPECT_EQ(reported(), "output 3 @@ -2 +2 @@\noutput 3 -two\r\noutput 3 +three\r\n");
 }
 
 // The record of a member without an archive gives way to the one with it, also if somebody else

@@ -70,22 +70,12 @@ class ScratchDatabase {
   }
 
   std::string shown(std::string_view relative) const {
-    std::string bytes = readFile(path(relative));
-    for (size_t at; (at = bytes.find(directory_.path())) != std::string::npos;) {
-      bytes.replace(at, directory_.path().size(), "@");
-    }
-    std::string text = escaped(bytes);
-    for (size_t at; (at = text.find("\\r\\n")) != std::string::npos;) text.replace(at, 4, "\n");
-    return text;
+    const std::string bytes = replaced(readFile(path(relative)), directory_.path(), "@");
+    return replaced(escaped(bytes), "\\r\\n", "\n");
   }
-  void write(std::string_view relative, std::string text) const {
-    for (size_t at = 0; (at = text.find('\n', at)) != std::string::npos; at += 2) {
-      text.replace(at, 1, "\r\n");
-    }
-    for (size_t at; (at = text.find('@')) != std::string::npos;) {
-      text.replace(at, 1, directory_.path());
-    }
-    writeFile(path(relative), text);
+  void write(std::string_view relative, const std::string& text) const {
+    const std::string bytes = replaced(text, "\n", "\r\n");
+    writeFile(path(relative), replaced(bytes, "@", directory_.path()));
   }
 
   // The names of all files below the roots and the vault, sorted.

@@ -31,6 +31,14 @@ void writeFile(const std::string& path, std::string_view bytes);
 // Bytes as C source would write them ("a\r\n\xfc"), so that a failed comparison shows all of them.
 std::string escaped(std::string_view bytes);
 
+// `text` with `to` in the place of each `from`.
+inline std::string replaced(std::string text, std::string_view from, std::string_view to) {
+  for (size_t at = 0; (at = text.find(from, at)) != std::string::npos; at += to.size()) {
+    text.replace(at, from.size(), to);
+  }
+  return text;
+}
+
 // How many files and directories are in a directory.
 int entryCount(const std::string& directory);
 

@@ -51,11 +51,8 @@ class ToolkitSession : public testing::Test {
     return configurationText(TRVS_ITEM_ARCHIVE_DIRECTORIES).str();
   }
   // Paths without their directory.
-  std::string shortened(std::string calls) const {
-    for (size_t at; (at = calls.find(directory / "")) != std::string::npos;) {
-      calls.erase(at, (directory / "").size());
-    }
-    return calls;
+  std::string shortened(const std::string& calls) const {
+    return support::replaced(calls, directory / "", "");
   }
 
   support::TemporaryDirectory directory;

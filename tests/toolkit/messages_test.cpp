@@ -1,36 +1,24 @@
 // Every message text, with its arguments in place, against messages.golden: one line for each code,
-// known or not, with "\n" for a line feed and "\\" for a backslash.
+// known or not, with "\n" for a line feed.
 #include "toolkit/messages.h"
 
 #include <gtest/gtest.h>
 
 #include <filesystem>
-#include <fstream>
 #include <string>
-#include <vector>
+
+#include "support/files.h"
 
 namespace foldapi {
 namespace {
 
-std::string escaped(const VString& text) {
-  std::string result;
-  for (const char c : text.view()) {
-    if (c == '\n') {
-      result += "\\n";
-    } else {
-      result.append(c == '\\' ? 2 : 1, c);
-    }
-  }
-  return result;
-}
-
 // What the builders give for every code of every family and some on either side.
-std::vector<std::string> allMessages() {
+std::string allMessages() {
   const char* path =
       "V:\\a%s";  // Neither the backslash nor the "%s" of an argument means anything.
-  std::vector<std::string> lines;
+  std::string lines;
   const auto add = [&](const std::string& family, int code, const VString& text) {
-    lines.push_back(family + " " + std::to_string(code) + ": " + escaped(text));
+    lines += family + " " + std::to_string(code) + ": " + support::escaped(text.view()) + "\n";
   };
   for (int code = -1; code <= 111; ++code) add("toolkit", code, ToolkitMessage(code, nullptr));
   for (int code : {1, 38, 109}) add("toolkit+path", code, ToolkitMessage(code, path));
@@ -48,13 +36,8 @@ std::vector<std::string> allMessages() {
 }
 
 TEST(Messages, EveryTextIsThatOfTheGoldenFile) {
-  std::ifstream golden(std::filesystem::path(__FILE__).replace_filename("messages.golden"));
-  ASSERT_TRUE(golden.is_open());
-  std::vector<std::string> want;
-  for (std::string line; std::getline(golden, line);) want.push_back(line);
-  const std::vector<std::string> got = allMessages();
-  ASSERT_EQ(got.size(), want.size());
-  for (size_t i = 0; i < got.size(); ++i) EXPECT_EQ(got[i], want[i]);
+  const auto golden = std::filesystem::path(__FILE__).replace_filename("messages.golden");
+  EXPECT_EQ(allMessages(), support::readFile(golden));
 }
 
 }  // namespace

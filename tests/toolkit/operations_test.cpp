@@ -87,9 +87,9 @@ TEST_F(Operations, PassEmptyTextsAsTheToolkitWantsThem) {
   put.promotionGroup = "dev", put.flags = 0x40ff;
   log.revisionFrom = "1.0", log.dateTo = "3/4/95", log.text1 = "authors", log.text2 = "lockers";
   log.text3 = "labels", log.text4 = "groups", log.text5 = "words", log.outputText = "out";
-  log.flags = 0x104;
+  log.setMode(TVLogOptions::kBrief), log.setNoHeading(true);
   diff.second = "1.1", diff.third = "b", diff.fourth = "1.2", diff.text5 = "1-6";
-  diff.text6 = "report", diff.text7 = "ranges", diff.flags = 0x1f;
+  diff.text6 = "report", diff.text7 = "ranges", diff.flags = 0x17, diff.setHeading(false);
   diff.short1 = 8, diff.short2 = 3, diff.short3 = 1, diff.short4 = 4, diff.short5 = 5;
   diff.short6 = 6, diff.long1 = 255, diff.long2 = 256, diff.long3 = 257;
   fakeToolkit().differ = 1;
@@ -98,7 +98,7 @@ TEST_F(Operations, PassEmptyTextsAsTheToolkitWantsThem) {
             "PutRevision -1 0 '/v/m.c_v(/ann/src/m.c)' 0 '1.3' 'LABEL' 'about' 'change' 'dev' - 0 "
             "16639\n"
             "Log -1 '/v/m.c_v' '1.0*' 'authors' 'lockers' 'labels' 'groups' 'words' '*3/4/95' "
-            "'out' 260\n"
+            "'out' 288\n"
             "TestDifferences -1 'a' '1.1' 'b' '1.2' 8 '1-6' 31\n"
             "ReportDifferences -1 'a' '1.1' 'b' '1.2' 'report' 3 1 8 '1-6' 31\n"
             "GenGuiDelta -1 'a' '1.1' 'b' '1.2' 8 '1-6' 'ranges' 255 4 256 5 257 6 0 31\n"
