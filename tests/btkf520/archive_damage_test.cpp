@@ -5,7 +5,11 @@
 
 #include "../../fuzz/check_archive.h"
 #include "../../fuzz/check_operations.h"
+#include "btkf520/archive/archivereader.h"
+#include "btkf520/archive/bytecodec.h"
 #include "btkf520/history.h"
+#include "support/childprocess.h"
+#include "support/limits.h"
 
 namespace btkf520_test {
 namespace {
@@ -149,6 +153,76 @@ for (const auto& name : names) {
   EXPECT_FALSE(isRead(name, "a\x1b")) << &name - names;
 }
 }  // namespace btkf520_test
+
+// An archive of one revision for each of `contents`, of which each needs the one before.
+btkf::Index chainOf(const std::vector<std::string>& contents, std::string* frames) {
+  btkf::Index index;
+  for (const std::string& content : contents) {
+    const btkf::Bytes frame =
+        btkf::FrameCodec().pack(content, {}, btkf::checksumOf(content)).value();
+    btkf::Revision revision;
+    revision.number = number("1").child(index.lastContent);
+    revision.content = {index.lastContent + 1, content.size(), btkf::checksumOf(content)};
+    index.model.trunk().revisions.push_back(revision);
+    index.frames.push_back({revision.content.id, 0, 0, index.lastContent++, frame.size(),
+                            static_cast<uint32_t>(btkf::checksumOf(frame.view()))});
+    *frames += frame.view();
+  }
+  return index;
+}
+
+std::string forged(const btkf::Index& index, const std::string& frames) {
+  const std::string bytes = btkf::encodeIndex(index);
+  const btkf::Bytes packed = btkf::FrameCodec().pack(bytes, {}, btkf::checksumOf(bytes)).value();
+  const btkf::IndexPlace place{static_cast<uint32_t>(packed.size()),
+                               static_cast<uint32_t>(bytes.size()),
+                               btkf::checksumOf(packed.view())};
+  return std::string(btkf::kArchiveHeader).append(frames).append(packed.view()) +
+         btkf::encodeTail(index.model, place);
+}
+
+// Opens a file and reads one of its revisions.
+int readStatus(const fuzz::MemoryFile& file, size_t revision) {
+  std::unique_ptr<Archive> archive;
+  if (const TrvsStatus status = Archive::openToRead(file.path(), &archive)) return status;
+  btkf::Bytes bytes;
+  return archive->read(archive->model().trunk().revisions.at(revision).content, &bytes);
+}
+
+// Real faults: files of some KB took gigabytes, or minutes.
+TEST(ArchiveDamage, CostsNoMoreThanAFileCanHold) {
+  std::string frames;
+  btkf::Index index = chainOf(std::vector<std::string>(257, "content"), &frames);
+  const auto statusOf = [&](size_t revision) {
+    return readStatus(fuzz::MemoryFile(forged(index, frames)), revision);
+  };
+  EXPECT_EQ(statusOf(255), 0);
+  EXPECT_EQ(statusOf(256), TRVS_NOT_AN_ARCHIVE) << "a chain longer than any writer's";
+  index.model.accessList.assign(200000, "a");
+  EXPECT_EQ(statusOf(0), TRVS_NOT_AN_ARCHIVE) << "more names than come of so few bytes";
+  index.model.accessList.clear();
+  index.model.trunk().revisions[0].content.length = 1 << 30;
+  const auto refusesHole = [&](const btkf::IndexPlace& place, uint32_t tailSize) {
+    const fuzz::MemoryFile file(btkf::kArchiveHeader);
+    std::filesystem::resize_file(file.path(), 100 << 20);
+    btkf::ByteWriter trailer;
+    trailer.putFixed(4, 1);
+    trailer.putFixed(0 - tailSize, 4);
+    trailer.putFixed(9 - tailSize, 4);
+    const std::string tail = btkf::encodeTail(index.model, place);
+    std::ofstream(file.path(), std::ios::app)
+        << tail.substr(0, tail.size() - btkf::kTrailerSize) + trailer.bytes();
+    return readStatus(file, 0) == TRVS_NOT_AN_ARCHIVE;
+  };
+  const int failed = support::inProcess([&] {
+    support::limitMemory(32 << 20);
+    if (statusOf(0) != TRVS_NOT_AN_ARCHIVE) return 1;  // A content of a gigabyte.
+    if (!refusesHole({64 << 20, 64 << 20, 0}, 100)) return 2;
+    if (!refusesHole({100, 1 << 20, 0}, 90 << 20)) return 3;
+    return refusesHole({100, 64 << 20, 0}, 100) ? 0 : 4;
+  });
+  EXPECT_EQ(failed, 0);
+}
 
 // One damaged frame costs the revisions that need it and no others; work goes on; and when those
 // revisions are deleted the archive is whole again.

@@ -7,6 +7,7 @@
 #include <stdexcept>
 
 #include "btkf520/archives.h"
+#include "btkf520/history.h"
 #include "support/childprocess.h"
 #include "support/limits.h"
 #include "support/table.h"
@@ -267,6 +268,11 @@ TEST_F(CheckOut, ExpandsKeywordsOnlyWhereTheArchiveWantsIt) {
   EXPECT_EQ(content("1.1"), text + "\0$Revision$"s) << "no text";
   EXPECT_EQ(TrvsSetAttributes(TRVS_CONTEXT, archive().c_str(), TRVS_ATTRIBUTE_BINARY, 0), 0);
   EXPECT_EQ(content("1.0"), text) << "what is stored never changed";
+  EXPECT_EQ(TrvsSetAttributes(TRVS_CONTEXT, archive().c_str(), 0, TRVS_ATTRIBUTE_BINARY), 0);
+  btkf::Revision revision;  // A real fault: an author of megabytes, as often as a text asks.
+  revision.author.assign(5000, 'a');
+  EXPECT_EQ(History::add(archive(), "1", "$Author$", revision), TRVS_DONE);
+  EXPECT_EQ(content("1.2"), "$Author: " + std::string(1020, 'a') + " $");
 }
 
 // A full disk, by a limit on the size of files.
@@ -304,7 +310,9 @@ TEST_F(CheckOut, LeavesAllAsItWasWhenMemoryIsShort) {
     if (isShort && put({}) != TRVS_NO_MEMORY) return 1;
     // There is a file to compare it with.
     if (support::limitMemory(kWide / 2) && get({.flags = 0}) != TRVS_NO_MEMORY) return 2;
-    return get({}) != 0 ? 3 : 0;  // Piece by piece.
+    // A file of another size needs no comparison.
+    if (truncate(workfile().c_str(), 9) != 0 || get({.flags = 0}) != TRVS_WOULD_OVERWRITE) return 3;
+    return get({}) != 0 ? 4 : 0;  // Piece by piece.
   });
   EXPECT_EQ(failed, 0);
   EXPECT_TRUE(support::readFile(archive()) == file);

@@ -334,6 +334,12 @@ TrvsStatus Archive::Impl::writeEnd(const Index& index, os::SiblingFile* to) {
   if (bytes.size() > kLargestIndex) return TRVS_NO_MEMORY;
   const std::optional<Bytes> packed = reader_->codec().pack(bytes, {}, checksumOf(bytes));
   if (!packed) return TRVS_INTERNAL_ERROR;
+  // What packs better than any reader believes. A reader is asked only where that may be.
+  const bool isDense = bytes.size() / packed->size() >= kThingsPerByte;
+  if (isDense &&
+      (bytes.size() > largestIndex(packed->size()) || !decodeIndex(bytes, packed->size()))) {
+    return TRVS_NO_MEMORY;
+  }
   const IndexPlace place{static_cast<uint32_t>(packed->size()), static_cast<uint32_t>(bytes.size()),
                          checksumOf(packed->view())};
   if (const TrvsStatus status = writeStatus(to->write(packed->view()))) return status;

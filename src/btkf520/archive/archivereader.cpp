@@ -15,27 +15,37 @@ namespace {
 constexpr uint64_t kFirstRead = 32 << 10;
 // Of frames as much is read at once as stays near to the processor.
 constexpr uint64_t kPiece = 128 << 10;
+// zstd unpacks a block of four bytes or more to 128 KiB at most.
+constexpr int kLargestRatioLog = 15;
+// What a writer makes needs less than a hundred frames for any content, however many there are.
+constexpr size_t kMostFrames = 256;
 
-// The end of a file, read in growing pieces.
-class FileEnd {
+// A part of a file, piece by piece, with the checksum of what was given.
+class FilePieces {
  public:
-  explicit FileEnd(const os::File& file) : file_(file) {}
+  FilePieces(const os::File& file, uint64_t offset, uint64_t size)
+      : file_(file), offset_(offset), left_(size), buffer_(std::min(size, kPiece)) {}
 
-  // The last `size` bytes; nothing if there are not as many, or can't be read.
-  std::optional<std::string_view> last(uint64_t size) {
-    if (size > file_.size()) return {};
-    if (size > bytes_.size() || bytes_.size() == 0) {
-      const uint64_t wanted = std::min(std::max(size, kFirstRead), file_.size());
-      Bytes bytes(wanted);
-      if (!file_.readAt(file_.size() - wanted, bytes.data(), bytes.size())) return {};
-      bytes_ = std::move(bytes);
-    }
-    return bytes_.view().substr(bytes_.size() - static_cast<size_t>(size));
+  // Empty at the end, or if no more can be read.
+  std::string_view next() {
+    const auto size = static_cast<size_t>(std::min<uint64_t>(left_, buffer_.size()));
+    if (size == 0 || !file_.readAt(offset_, buffer_.data(), size)) return {};
+    const std::string_view piece = buffer_.view().substr(0, size);
+    checksum_.add(piece);
+    offset_ += size;
+    left_ -= size;
+    return piece;
   }
+
+  bool areAllGiven() const { return left_ == 0; }
+  uint64_t checksum() const { return checksum_.value(); }
 
  private:
   const os::File& file_;
-  Bytes bytes_;
+  uint64_t offset_;
+  uint64_t left_;
+  Bytes buffer_;
+  Checksum checksum_;
 };
 
 bool hasHeader(const os::File& file) {
@@ -135,35 +145,53 @@ ArchiveReader::ArchiveReader(Index index, std::unique_ptr<FrameCodec> codec)
   });
 }
 
+// Nothing that the ends claim is believed: an index may be no larger than a writer makes it, packed
+// and unpacked, before memory is taken for it.
 TrvsStatus ArchiveReader::readEnds(const os::File& file, Ends* ends) {
-  FileEnd end(file);
-  const auto trailer = end.last(kTrailerSize);
-  const auto size = trailer ? tailSize(*trailer) : std::nullopt;
-  const auto tail = size ? end.last(*size) : std::nullopt;
-  const auto place = tail ? findIndex(*tail) : std::nullopt;
-  if (!place || place->size > kLargestIndex) return TRVS_NOT_AN_ARCHIVE;
-  ends->tail = *tail;
-  ends->place = *place;
-  const auto all = end.last(uint64_t{*size} + place->storedSize);
-  if (!all) return TRVS_NOT_AN_ARCHIVE;
-  ends->storedIndex = all->substr(0, place->storedSize);
-  return checksumOf(ends->storedIndex) == place->checksum ? TRVS_DONE : TRVS_NOT_AN_ARCHIVE;
+  const uint64_t size = file.size();
+  if (size < kEndSize) return TRVS_NOT_AN_ARCHIVE;
+  Bytes last(std::min(size, kFirstRead));
+  if (!file.readAt(size - last.size(), last.data(), last.size())) return TRVS_NOT_AN_ARCHIVE;
+  const std::string_view end = last.view().substr(last.size() - kEndSize);
+  const auto tail = tailSize(end.substr(kEndSize - kTrailerSize));
+  const auto place = findIndex(end);
+  if (!tail || !place || *tail > size || place->storedSize > size - *tail) {
+    return TRVS_NOT_AN_ARCHIVE;
+  }
+  if (place->size > largestIndex(place->storedSize)) return TRVS_NOT_AN_ARCHIVE;
+  if (place->storedSize > FrameCodec::mostPacked(place->size)) return TRVS_NOT_AN_ARCHIVE;
+  *ends = {std::move(last), *tail, *place, size - *tail - place->storedSize};
+  return TRVS_DONE;
+}
+
+bool ArchiveReader::readIndex(const os::File& file, const Ends& ends, FrameCodec* codec,
+                              Bytes* bytes) {
+  const IndexPlace& place = ends.place;
+  const uint64_t lastOffset = file.size() - ends.last.size();
+  if (ends.indexOffset >= lastOffset) {
+    const auto stored = ends.last.view().substr(static_cast<size_t>(ends.indexOffset - lastOffset),
+                                                place.storedSize);
+    return checksumOf(stored) == place.checksum && codec->unpack(stored, {}, place.size, bytes);
+  }
+  FilePieces pieces(file, ends.indexOffset, place.storedSize);
+  return codec->unpack([&] { return pieces.next(); }, {}, place.size, bytes, nullptr) &&
+         pieces.areAllGiven() && pieces.checksum() == place.checksum;
 }
 
 TrvsStatus ArchiveReader::open(os::File file, std::unique_ptr<ArchiveReader>* reader) {
   Ends ends;
-  if (!hasHeader(file) || readEnds(file, &ends) != TRVS_DONE) {
-    return file.hasFailed() ? TRVS_CANNOT_OPEN : TRVS_NOT_AN_ARCHIVE;
-  }
   Bytes bytes;
   auto codec = std::make_unique<FrameCodec>();
-  if (!codec->unpack(ends.storedIndex, {}, ends.place.size, &bytes)) return TRVS_NOT_AN_ARCHIVE;
-  std::optional<Index> index = decodeIndex(bytes.view());
-  if (!index) return TRVS_NOT_AN_ARCHIVE;
-  auto result = std::make_unique<ArchiveReader>(std::move(*index), std::move(codec));
-  if (result->bodySize_ + ends.storedIndex.size() + ends.tail.size() != file.size()) {
-    return TRVS_NOT_AN_ARCHIVE;
+  if (!hasHeader(file) || readEnds(file, &ends) != TRVS_DONE ||
+      !readIndex(file, ends, codec.get(), &bytes)) {
+    return file.hasFailed() ? TRVS_CANNOT_OPEN : TRVS_NOT_AN_ARCHIVE;
   }
+  std::optional<Index> index = decodeIndex(bytes.view(), ends.place.storedSize);
+  if (!index) return TRVS_NOT_AN_ARCHIVE;
+  const bool fit = std::all_of(index->frames.begin(), index->frames.end(),
+                               [&](const Frame& frame) { return frame.size <= file.size(); });
+  auto result = std::make_unique<ArchiveReader>(std::move(*index), std::move(codec));
+  if (!fit || result->bodySize_ != ends.indexOffset) return TRVS_NOT_AN_ARCHIVE;
   result->file_ = std::move(file);
   *reader = std::move(result);
   return TRVS_DONE;
@@ -196,22 +224,24 @@ std::vector<const ArchiveReader::Stored*> ArchiveReader::framesFor(const Stored&
   return result;
 }
 
+// Whether rebuilding `target` takes more frames than any writer lets it take, whatever is at hand.
+bool ArchiveReader::needsTooMany(const Stored& target) const {
+  std::vector<uint32_t> needed{target.frame.content};
+  for (size_t i = 0; i < needed.size() && needed.size() <= kMostFrames; ++i) {  // It grows.
+    for (const uint32_t parent : find(needed[i])->frame.parents()) {
+      const bool isNew = std::find(needed.begin(), needed.end(), parent) == needed.end();
+      if (parent != 0 && isNew) needed.push_back(parent);
+    }
+  }
+  return needed.size() > kMostFrames;
+}
+
 bool ArchiveReader::withFrame(const Stored& stored,
                               const std::function<bool(const FramePieces&)>& work) const {
-  Checksum checksum;
-  Bytes buffer(static_cast<size_t>(std::min(stored.frame.size, kPiece)));
-  uint64_t done = 0;
-  const auto pieces = [&]() -> std::string_view {
-    const auto size =
-        static_cast<size_t>(std::min<uint64_t>(stored.frame.size - done, buffer.size()));
-    if (size == 0 || !file_.readAt(stored.offset + done, buffer.data(), size)) return {};
-    const std::string_view piece = buffer.view().substr(0, size);
-    checksum.add(piece);
-    done += size;
-    return piece;
-  };
-  return work(pieces) && done == stored.frame.size &&
-         static_cast<uint32_t>(checksum.value()) == stored.frame.checksum;
+  if (stored.content.length >> kLargestRatioLog > stored.frame.size) return false;
+  FilePieces pieces(file_, stored.offset, stored.frame.size);
+  return work([&] { return pieces.next(); }) && pieces.areAllGiven() &&
+         static_cast<uint32_t>(pieces.checksum()) == stored.frame.checksum;
 }
 
 bool ArchiveReader::unpack(const Stored& stored, std::string_view prefix, Bytes* content,
@@ -227,6 +257,7 @@ bool ArchiveReader::unpack(const Stored& stored, std::string_view prefix, Bytes*
 
 // Rebuilds a content that was not kept, and checks it.
 TrvsStatus ArchiveReader::rebuild(const Stored& target, bool keeps, std::shared_ptr<Bytes>* bytes) {
+  if (needsTooMany(target)) return TRVS_NOT_AN_ARCHIVE;
   const std::vector<const Stored*> frames = framesFor(target);
   HeldContents held(frames, recent_);
   for (const Stored* stored : frames) {
@@ -292,10 +323,17 @@ TrvsStatus ArchiveReader::give(const Content& content, const BytesSink& sink) {
 }
 
 // Header, sizes and the index are checked whenever a file is opened, and here once more.
-bool ArchiveReader::endsAreWhole() const {
+bool ArchiveReader::endsAreWhole() {
   Ends ends;
-  return hasHeader(file_) && readEnds(file_, &ends) == TRVS_DONE &&
-         ends.tail == encodeTail(index_.model, ends.place);
+  Bytes index;
+  if (!hasHeader(file_) || readEnds(file_, &ends) != TRVS_DONE ||
+      !readIndex(file_, ends, codec_.get(), &index)) {
+    return false;
+  }
+  const std::string expected = encodeTail(index_.model, ends.place);
+  if (expected.size() != ends.tailSize) return false;
+  std::string tail(expected.size(), '\0');
+  return file_.readAt(file_.size() - tail.size(), tail.data(), tail.size()) && tail == expected;
 }
 
 TrvsStatus ArchiveReader::verify(std::vector<Content>* damaged) {

@@ -97,13 +97,17 @@ class ArchiveReader {
 
  private:
   struct Ends {
-    std::string tail;
+    Bytes last;  // Of the file, as much as is read at once.
+    uint32_t tailSize = 0;
     IndexPlace place;
-    std::string storedIndex;
+    uint64_t indexOffset = 0;
   };
   [[nodiscard]] static TrvsStatus readEnds(const os::File& file, Ends* ends);
-  bool endsAreWhole() const;
+  [[nodiscard]] static bool readIndex(const os::File& file, const Ends& ends, FrameCodec* codec,
+                                      Bytes* bytes);
+  bool endsAreWhole();
 
+  bool needsTooMany(const Stored& target) const;
   std::vector<const Stored*> framesFor(const Stored& target) const;
   // Keeps what it rebuilds for the next call if `keeps`.
   [[nodiscard]] TrvsStatus rebuild(const Stored& target, bool keeps, std::shared_ptr<Bytes>* bytes);

@@ -4,6 +4,7 @@
 // from the lowest on, with the top bit set in all but the last.
 #pragma once
 
+#include <algorithm>
 #include <cstddef>
 #include <cstdint>
 #include <string>
@@ -41,7 +42,9 @@ class ByteWriter {
 // so do all others from then on; what failed reads give is 0 and empty.
 class ByteReader {
  public:
-  explicit ByteReader(std::string_view bytes) : bytes_(bytes) {}
+  // `mostThings` may be counted by all counts together.
+  explicit ByteReader(std::string_view bytes, size_t mostThings = SIZE_MAX)
+      : bytes_(bytes), thingsLeft_(mostThings) {}
 
   bool isGood() const { return isGood_; }
   bool isAtEnd() const { return bytes_.empty(); }
@@ -85,8 +88,12 @@ class ByteReader {
   }
   // How many things follow of which each takes a byte or more, so that nobody makes room for more
   // than there can be.
-  size_t count() { return static_cast<size_t>(number(bytes_.size())); }
-  std::string text() { return std::string(raw(count())); }
+  size_t count() {
+    const auto things = static_cast<size_t>(number(std::min(bytes_.size(), thingsLeft_)));
+    thingsLeft_ -= things;
+    return things;
+  }
+  std::string text() { return std::string(raw(static_cast<size_t>(number(bytes_.size())))); }
 
   // Refuses what was read: nothing more comes.
   void fail() {
@@ -96,6 +103,7 @@ class ByteReader {
 
  private:
   std::string_view bytes_;
+  size_t thingsLeft_;
   bool isGood_ = true;
 };
 

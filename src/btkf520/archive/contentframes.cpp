@@ -65,6 +65,10 @@ Bytes FrameCodec::packAlone(std::string_view content) {
   return frame;
 }
 
+uint64_t FrameCodec::mostPacked(uint64_t length) {
+  return ZSTD_compressBound(static_cast<size_t>(length));
+}
+
 std::optional<Bytes> FrameCodec::packDelta(std::string_view content, std::string_view prefix) {
   std::vector<ZSTD_Sequence> found;
   for (const Passage& passage : passages_.find(content, prefix)) {
@@ -93,7 +97,8 @@ bool FrameCodec::isRight(const Bytes& frame, std::string_view prefix, uint64_t l
     unpacked_ = Bytes(length);
   }
   Checksum sum;
-  return unpackTo(piecesOf(frame.view()), prefix, &unpacked_, &sum) && sum.value() == checksum;
+  const FramePieces pieces = piecesOf(frame.view());
+  return unpackTo(pieces(), pieces, prefix, &unpacked_, &sum) && sum.value() == checksum;
 }
 
 std::optional<Bytes> FrameCodec::pack(std::string_view content, std::string_view prefix,
@@ -113,8 +118,10 @@ std::optional<Bytes> FrameCodec::pack(std::string_view content, std::string_view
 
 bool FrameCodec::unpack(const FramePieces& frame, std::string_view prefix, uint64_t length,
                         Bytes* content, Checksum* checksum) {
+  const std::string_view first = frame();
+  if (ZSTD_getFrameContentSize(first.data(), first.size()) != length) return false;
   Bytes result(length);
-  if (!unpackTo(frame, prefix, &result, checksum)) return false;
+  if (!unpackTo(first, frame, prefix, &result, checksum)) return false;
   *content = std::move(result);
   return true;
 }
@@ -155,17 +162,18 @@ bool FrameCodec::unpackAlone(const FramePieces& frame, uint64_t length, const By
   return wanted == 0 && done == length;
 }
 
-// To bytes of the right size, which change even if that fails. zstd writes them where they are to
+// From the first piece and those after it to bytes of the right size, which change even if that
+// fails. zstd writes them where they are to
 // be, with no buffer of its own between.
-bool FrameCodec::unpackTo(const FramePieces& frame, std::string_view prefix, Bytes* content,
-                          Checksum* checksum) {
+bool FrameCodec::unpackTo(std::string_view first, const FramePieces& frame, std::string_view prefix,
+                          Bytes* content, Checksum* checksum) {
   resetUnpacking();
   ZSTD_DCtx_setParameter(unpacking_, ZSTD_d_stableOutBuffer, 1);
   if (!prefix.empty()) ZSTD_DCtx_refPrefix(unpacking_, prefix.data(), prefix.size());
-  if (content->size() > kLongestInPieces) return unpackAtOnce(frame, content, checksum);
+  if (content->size() > kLongestInPieces) return unpackAtOnce(first, frame, content, checksum);
   ZSTD_outBuffer out{content->data(), content->size(), 0};
   size_t wanted = 1;  // 0 when the frame is complete.
-  for (std::string_view piece = frame(); !piece.empty(); piece = frame()) {
+  for (std::string_view piece = first; !piece.empty(); piece = frame()) {
     ZSTD_inBuffer in{piece.data(), piece.size(), 0};
     while (in.pos < in.size) {
       const size_t before = out.pos;
@@ -178,9 +186,10 @@ bool FrameCodec::unpackTo(const FramePieces& frame, std::string_view prefix, Byt
 }
 
 // The same for contents that zstd takes for too wide to be unpacked from pieces.
-bool FrameCodec::unpackAtOnce(const FramePieces& frame, Bytes* content, Checksum* checksum) {
+bool FrameCodec::unpackAtOnce(std::string_view first, const FramePieces& frame, Bytes* content,
+                              Checksum* checksum) {
   std::string whole;
-  for (std::string_view piece = frame(); !piece.empty(); piece = frame()) whole += piece;
+  for (std::string_view piece = first; !piece.empty(); piece = frame()) whole += piece;
   const size_t size =
       ZSTD_decompressDCtx(unpacking_, content->data(), content->size(), whole.data(), whole.size());
   if (size != content->size()) return false;

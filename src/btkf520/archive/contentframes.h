@@ -44,9 +44,12 @@ class FrameCodec {
   [[nodiscard]] std::optional<Bytes> pack(std::string_view content, std::string_view prefix,
                                           uint64_t checksum);
 
+  // The size of the widest frame that pack() makes of a content of that length.
+  static uint64_t mostPacked(uint64_t length);
+
   // Unpacks a frame to `length` bytes, and adds them to *checksum unless it is null: while they are
   // still near to the processor. False, and *content is unchanged, if the frame is damaged or has
-  // any other length.
+  // any other length; memory is taken only if it says that it has this one.
   [[nodiscard]] bool unpack(const FramePieces& frame, std::string_view prefix, uint64_t length,
                             Bytes* content, Checksum* checksum);
   [[nodiscard]] bool unpack(std::string_view frame, std::string_view prefix, uint64_t length,
@@ -58,9 +61,10 @@ class FrameCodec {
 
  private:
   void resetUnpacking();
-  [[nodiscard]] bool unpackTo(const FramePieces& frame, std::string_view prefix, Bytes* content,
-                              Checksum* checksum);
-  [[nodiscard]] bool unpackAtOnce(const FramePieces& frame, Bytes* content, Checksum* checksum);
+  [[nodiscard]] bool unpackTo(std::string_view first, const FramePieces& frame,
+                              std::string_view prefix, Bytes* content, Checksum* checksum);
+  [[nodiscard]] bool unpackAtOnce(std::string_view first, const FramePieces& frame, Bytes* content,
+                                  Checksum* checksum);
   bool isRight(const Bytes& frame, std::string_view prefix, uint64_t length, uint64_t checksum);
   Bytes packAlone(std::string_view content);
   [[nodiscard]] std::optional<Bytes> packDelta(std::string_view content, std::string_view prefix);

@@ -12,14 +12,14 @@ namespace btkf {
 namespace {
 
 constexpr uint64_t kVersion = 1;
+constexpr size_t kMostThings = 1 << 16;  // In any index, and kThingsPerByte more.
 
 void putTexts(ByteWriter* to, const std::vector<std::string>& texts) {
   to->put(texts.size());
   for (const std::string& text : texts) to->put(text);
 }
 
-// Names, none of which is empty. The list grows with what is really there: a small file may unpack
-// to a count that would fill the memory.
+// Names, none of which is empty.
 std::vector<std::string> getTexts(ByteReader* from) {
   std::vector<std::string> texts;
   for (size_t left = from->count(); left > 0 && from->isGood(); --left) {
@@ -232,8 +232,8 @@ std::string encodeIndex(const Index& index) {
   return to.take();
 }
 
-std::optional<Index> decodeIndex(std::string_view bytes) {
-  ByteReader from(bytes);
+std::optional<Index> decodeIndex(std::string_view bytes, size_t storedSize) {
+  ByteReader from(bytes, kMostThings + kThingsPerByte * storedSize);
   if (from.number() != kVersion) return {};
   Index index;
   index.model = getModel(&from);

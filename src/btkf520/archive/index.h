@@ -4,6 +4,7 @@
 // in docs/archive-format.md.
 #pragma once
 
+#include <algorithm>
 #include <array>
 #include <cstddef>
 #include <cstdint>
@@ -35,14 +36,23 @@ struct Index {
   uint32_t lastContent = 0;  // The highest id that was ever given.
 };
 
-// The largest index in bytes, before it is packed.
+// The largest index in bytes, before it is packed: in all, and by the size of its frame. What
+// repeats itself packs well, such as a change description that many revisions share.
 constexpr size_t kLargestIndex = size_t{1} << 26;
+constexpr size_t largestIndex(size_t storedSize) {
+  return std::min(kLargestIndex, (size_t{1} << 20) + 4096 * std::min(storedSize, kLargestIndex));
+}
 
 // `index` has a sound model and a frame for each of its contents.
 std::string encodeIndex(const Index& index);
 
+// Of names, numbers and the like, which take more memory here than in an index, a reader takes no
+// more than can come of a frame of that size: 65536, and as many for each of its bytes.
+constexpr size_t kThingsPerByte = 32;
+
 // Nothing for bytes that are not a whole index: beyond the form, the model must be sound, contents
-// and frames must match one to one, and no content may need itself to be rebuilt.
-std::optional<Index> decodeIndex(std::string_view bytes);
+// and frames must match one to one, and no content may need itself to be rebuilt. They came of a
+// frame of `storedSize` bytes.
+std::optional<Index> decodeIndex(std::string_view bytes, size_t storedSize = kLargestIndex);
 
 }  // namespace btkf

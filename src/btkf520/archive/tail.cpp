@@ -1,4 +1,4 @@
-// btkf520/archive/tail.cpp: writes the records of the information block and looks for one of them.
+// btkf520/archive/tail.cpp: writes the records of the information block and reads the last of them.
 #include "btkf520/archive/tail.h"
 
 #include <algorithm>
@@ -53,16 +53,6 @@ void putIndexPlace(ByteWriter* to, const IndexPlace& place) {
   putRecord(to, kIndexTag, payload.bytes());
 }
 
-std::optional<IndexPlace> indexPlace(std::string_view payload) {
-  if (payload.size() != kIndexPayload) return {};
-  ByteReader from(payload);
-  IndexPlace place;
-  place.storedSize = static_cast<uint32_t>(from.fixed(4));
-  place.size = static_cast<uint32_t>(from.fixed(4));
-  place.checksum = from.fixed(8);
-  return place;
-}
-
 }  // namespace
 
 std::string encodeTail(const ArchiveModel& model, const IndexPlace& place) {
@@ -96,17 +86,16 @@ std::optional<uint32_t> tailSize(std::string_view trailer) {
   return 0 - first;
 }
 
-std::optional<IndexPlace> findIndex(std::string_view tail) {
-  ByteReader from(tail);
-  while (from.isGood()) {
-    const char tag = static_cast<char>(from.fixed(1));
-    if (tag == kEndTag) break;
-    uint64_t length = from.fixed(2);
-    if ((length & kLongLength) != 0) length = (length & ~kLongLength) << 16 | from.fixed(2);
-    const std::string_view payload = from.raw(static_cast<size_t>(length));
-    if (tag == kIndexTag) return indexPlace(payload);
-  }
-  return {};
+std::optional<IndexPlace> findIndex(std::string_view end) {
+  ByteReader from(end);
+  const bool isRecord = from.fixed(1) == kIndexTag && from.fixed(2) == kIndexPayload;
+  IndexPlace place;
+  place.storedSize = static_cast<uint32_t>(from.fixed(4));
+  place.size = static_cast<uint32_t>(from.fixed(4));
+  place.checksum = from.fixed(8);
+  const bool isLast = from.fixed(1) == kEndTag;
+  if (!isRecord || !isLast || from.left() != kTrailerSize) return {};
+  return place;
 }
 
 }  // namespace btkf

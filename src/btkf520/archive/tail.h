@@ -17,6 +17,8 @@
 namespace btkf {
 
 constexpr size_t kTrailerSize = 9;
+// The last bytes of every archive: the engine's record, the end of the block, and the trailer.
+constexpr size_t kEndSize = 29;
 
 // Where the index is, and what it must be. It ends where the block begins.
 struct IndexPlace {
@@ -32,7 +34,8 @@ std::string encodeTail(const ArchiveModel& model, const IndexPlace& place);
 // `trailer`, the last nine bytes of the file, is none.
 std::optional<uint32_t> tailSize(std::string_view trailer);
 
-// The engine's record in a whole tail. Nothing if there is none, or if it is malformed.
-std::optional<IndexPlace> findIndex(std::string_view tail);
+// The engine's record, which is the last of the block: so nobody has to read a block before it is
+// known what stands in it. `end` is the last kEndSize bytes of a file. Nothing for any others.
+std::optional<IndexPlace> findIndex(std::string_view end);
 
 }  // namespace btkf

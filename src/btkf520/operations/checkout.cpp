@@ -160,10 +160,12 @@ TrvsStatus CheckOut::boundTime(std::optional<PackedTime>* time) const {
   return TRVS_DONE;
 }
 
-// For keywords, and for a comparison with the file that is there.
+// For keywords, and for a comparison with a file that is there and as long.
 bool CheckOut::needsWhole() const {
-  return task_.model.has(TRVS_ATTRIBUTE_KEYWORDS) ||
-         (!asks(TRVS_GET_OVERWRITE | TRVS_GET_KEEP) && entryAt(workfilePath_));
+  if (task_.model.has(TRVS_ATTRIBUTE_KEYWORDS)) return true;
+  if (asks(TRVS_GET_OVERWRITE | TRVS_GET_KEEP)) return false;
+  const auto old = entryAt(workfilePath_);
+  return old && old->size == revision_->content.length;
 }
 
 TrvsStatus CheckOut::readWhole() {
@@ -183,11 +185,11 @@ TrvsStatus CheckOut::checkOverwrite() {
   workfile_.replaceOnly(old);
   if (!old) return TRVS_DONE;
   if (asks(TRVS_GET_KEEP)) return TRVS_WOULD_OVERWRITE;
-  os::MappedFile file;
-  const bool isReadable =
-      old->isRegular && file.open(workfilePath_.c_str()) == os::FileResult::kDone;
   const std::string_view whole = expanded_ ? *expanded_ : stored_.view();
-  if (isWhole_ && isReadable && file.bytes() == whole) return TRVS_DONE;
+  os::MappedFile file;
+  const bool isReadable = isWhole_ && old->isRegular && old->size == whole.size() &&
+                          file.open(workfilePath_.c_str()) == os::FileResult::kDone;
+  if (isReadable && file.bytes() == whole) return TRVS_DONE;
   return client().overwrites(task_.workfileText(), task_.archiveText()) ? TRVS_DONE
                                                                         : TRVS_WOULD_OVERWRITE;
 }

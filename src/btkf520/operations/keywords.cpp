@@ -1,6 +1,7 @@
 // btkf520/operations/keywords.cpp: keyword expansion, in one pass over a text.
 #include "btkf520/operations/keywords.h"
 
+#include <algorithm>
 #include <utility>
 
 #include "btkf520/configuration/text.h"
@@ -11,7 +12,8 @@ namespace btkf {
 namespace {
 
 constexpr size_t kTextProbe = 8000;
-constexpr size_t kLongestValue = 1024;  // Of a keyword expanded before. Longer is no keyword.
+// Of a keyword expanded before, with ": " and " $". Longer is no keyword, so none is made.
+constexpr size_t kLongestValue = 1024;
 
 std::optional<std::string> valueOf(std::string_view keyword, const ArchiveModel& model,
                                    const Revision& revision, std::string_view archive) {
@@ -23,8 +25,10 @@ std::optional<std::string> valueOf(std::string_view keyword, const ArchiveModel&
   return {};
 }
 
-// A value must not end its own keyword: the next expansion would take the rest for text.
+// A value must not end its own keyword, or be longer than the next expansion believes: that would
+// take the rest for text.
 std::string withoutEnds(std::string value) {
+  value.resize(std::min(value.size(), kLongestValue - std::string_view(":  $").size()));
   for (char& c : value) {
     if (c == '$' || c == '\r' || c == '\n') c = '_';
   }
