@@ -122,12 +122,15 @@ TEST(ArchiveDamage, IsRefusedInAnIndexThatContradictsItself) {
   }
   // Real faults: a check-out wrote wherever the archive said, and names moved the cursor of whoever
   // listed them.
-  const auto isRead = [&sound](auto name, const std::string& text) {
+  using Model = btkf::ArchiveModel;
+  using Text = const std::string&;
+  using Setter = void (*)(Model*, Text);
+  const auto isRead = [&sound](Setter set, Text text) {
     btkf::Index index = sound;
-    name(&index.model) = text;
+    set(&index.model, text);
     return btkf::decodeIndex(btkf::encodeIndex(index)).has_value();
   };
-  const auto workName = [](btkf::ArchiveModel * model) -> auto& { return model->workName; };
+  const Setter workName = [](Model* model, Text text) { model->workName = text; };
   for (const char* good : {"", "m.c", "..m", "12:30 notes.txt", "m\xfcll; $(id)"}) {
     EXPECT_TRUE(isRead(workName, good)) << good;
   }
@@ -135,24 +138,20 @@ TEST(ArchiveDamage, IsRefusedInAnIndexThatContradictsItself) {
        {".", "..", "/m", "d/m", "..\\m", "m/", "V:m", "v:", "m\n", "\x1bm", "m\x7f"}) {
     EXPECT_FALSE(isRead(workName, bad)) << bad;
   }
-  std::string& (*const names[])(btkf::ArchiveModel*) = {
-      [](btkf::ArchiveModel * model) -> auto& {return model->owner;
+  const Setter names[] = {
+      [](Model* model, Text text) { model->owner = text; },
+      [](Model* model, Text text) { model->accessList = {text}; },
+      [](Model* model, Text text) { model->trunk().tip()->author = text; },
+      [](Model* model, Text text) { model->trunk().tip()->lockers = {text}; },
+      [](Model* model, Text text) { model->trunk().tip()->promotionGroups = {text}; },
+      [](Model* model, Text text) {
+        model->labels = {{text, number("1.0")}};
+      }};
+  for (const Setter& name : names) {
+    EXPECT_TRUE(isRead(name, "a b/..")) << &name - names;
+    EXPECT_FALSE(isRead(name, "a\x1b")) << &name - names;
+  }
 }
-, [](btkf::ArchiveModel* model) -> auto& { return model->accessList.emplace_back(); }
-, [](btkf::ArchiveModel* model) -> auto& { return model->trunk().tip()->author; }
-, [](btkf::ArchiveModel* model) -> auto& { return model->trunk().tip()->lockers.emplace_back(); }
-, [](btkf::ArchiveModel* model) -> auto& {
-  return model->trunk().tip()->promotionGroups.emplace_back();
-}
-, [](btkf::ArchiveModel* model) -> auto& {
-  return model->labels.emplace_back(btkf::Label{"", number("1.0")}).name;
-}
-};  // namespace
-for (const auto& name : names) {
-  EXPECT_TRUE(isRead(name, "a b/..")) << &name - names;
-  EXPECT_FALSE(isRead(name, "a\x1b")) << &name - names;
-}
-}  // namespace btkf520_test
 
 // An archive of one revision for each of `contents`, of which each needs the one before.
 btkf::Index chainOf(const std::vector<std::string>& contents, std::string* frames) {
