@@ -180,14 +180,6 @@ TEST_F(FileTest, LooksAgainWhileTheFileIsReplaced) {
   }
 }
 
-TEST_F(FileTest, FailsToReadWhatIsCutShort) {
-  ASSERT_EQ(file_.open(path_.c_str(), File::Access::kRead), FileResult::kDone);
-  std::filesystem::resize_file(path_, 1);
-  char bytes[3];
-  EXPECT_FALSE(file_.readAt(0, bytes, 3));
-  EXPECT_TRUE(file_.hasFailed());
-}
-
 TEST_F(FileTest, GoesOnWhenASignalComes) {
   const auto interrupted = [](std::string last) {
     return [last](const Call& call) mutable {
