@@ -349,10 +349,9 @@ TRVS_EXPORT int32_t TrvsVerifyPromoTreeNodeExist(const char* group, int16_t* kin
  *
  * A change makes a new file in the archive's directory, which takes the old one's place with its
  * mode, group, access list of the file system and user attributes; with its owner too if the
- * process may give files away, else it belongs to the present account, and an access list lets the
- * former owner do what he could. TRVS_CANNOT_WRITE, and no change, if one of the others can't be
- * kept, such as the group by somebody who isn't in it; if the process may not write the archive; or
- * if its owner may not, so that mode 0444 refuses root too. */
+ * process may give files away, else it belongs to the present account. TRVS_CANNOT_WRITE, and no
+ * change, if one of the others can't be kept, such as the group by somebody who isn't in it; if the
+ * process may not write the archive; or if its owner may not, so that mode 0444 refuses root too. */
 /* clang-format on */
 
 /* The only context that there is. */
@@ -365,17 +364,13 @@ enum { TRVS_CONTEXT = -1 };
  * Gives TRVS_BAD_NAME if `workfile` ends with a separator or is empty. */
 TRVS_EXPORT int32_t TrvsComputeArchiveName(const char* workfile, char* buffer, int32_t size);
 
-/* clang-format off */
 /* Creates an archive without revisions. Exclusive locks, keyword expansion and access list are
  * taken from the configuration; locks are checked, and workfiles read-only.
  *   archive      path text of the archive alone
  *   workfile     path text; the archive keeps its name, which has no control characters, is not
- *                ".." and does not begin with a drive. The file need not be there
- *   description  may be null
- *   owner        null for the present user
- *   time         packed time of creation, 0 for the present; see TrvsPutRevision
- * May give TRVS_ARCHIVE_EXISTS; TRVS_SAME_NAMES; TRVS_BAD_DATE. */
-/* clang-format on */
+ * ".." and does not begin with a drive. The file need not be there description  may be null owner
+ * null for the present user time         packed time of creation, 0 for the present; see
+ * TrvsPutRevision May give TRVS_ARCHIVE_EXISTS; TRVS_SAME_NAMES; TRVS_BAD_DATE. */
 TRVS_EXPORT int32_t TrvsCreateArchive(const char* archive, const char* workfile,
                                       const char* description, const char* owner, uint32_t time,
                                       int32_t reserved);

@@ -70,14 +70,13 @@ FileResult SiblingFile::open(const std::string& path, Others others) {
   return FileResult::kRefused;
 }
 
-// kExists if what has the name can be neither judged nor removed, and another name will do.
+// kExists if what has the name can be neither judged nor removed.
 FileResult SiblingFile::openThere() {
   for (int tries = 0; tries < kTries; ++tries) {
     FileResult result = create();
     if (result == FileResult::kExists) {
       result = removeLeftover();
-      const bool isUnknown = result == FileResult::kNoLocks && others_ == Others::kWelcome;
-      if (result == FileResult::kRefused || isUnknown) return FileResult::kExists;
+      if (result == FileResult::kRefused) return FileResult::kExists;
     }
     if (result != FileResult::kDone || file_.isOpen()) return result;
   }
@@ -94,7 +93,7 @@ FileResult SiblingFile::create() {
   result = made.tryLock(File::Lock::kExclusive);
   if (result == FileResult::kBusy) return FileResult::kDone;
   isLocked_ = result == FileResult::kDone;
-  const bool mayBeUnlocked = result == FileResult::kNoLocks && others_ != Others::kPossible;
+  const bool mayBeUnlocked = result == FileResult::kNoLocks && others_ == Others::kExcluded;
   if (!isLocked_ && !mayBeUnlocked) {
     ::unlink(ownPath_.c_str());
     return result;
@@ -108,7 +107,7 @@ FileResult SiblingFile::create() {
 FileResult SiblingFile::removeLeftover() const {
   File leftover;
   FileResult result = FileResult::kDone;
-  if (others_ != Others::kExcluded) {
+  if (others_ == Others::kPossible) {
     result = leftover.openToLock(ownPath_.c_str(), File::Access::kUpdate);
     if (result == FileResult::kRefused) {
       result = leftover.openToLock(ownPath_.c_str(), File::Access::kRead);

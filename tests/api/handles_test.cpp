@@ -124,10 +124,11 @@ class Handles : public testing::Test {
     scratch_.write("pub/P.prj/trvsfold.pub", "[FOLDER=f]\nDIR=f\nWKDIR=f\n");
     const std::string archive = scratch_.path("w_v"), workfile = scratch_.path("w");
     support::writeFile(workfile, "content");
-    EXPECT_EQ(TrvsCreateArchive(archive.c_str(), workfile.c_str(), nullptr, nullptr, 0, 0), 0);
+    EXPECT_EQ(TrvsCreateArchive(archive.c_str(), workfile.c_str(), nullptr, nullptr, 0, 0),
+              TRVS_DONE);
     EXPECT_EQ(TrvsPutRevision(TRVS_CONTEXT, 0, (archive + "(" + workfile + ")").c_str(), 0, nullptr,
                               "LABEL", nullptr, "first", nullptr, nullptr, 0, TRVS_PUT_KEEP_LOCK),
-              0);
+              TRVS_DONE);
     TVHandle* const added = scratch_.openProject("P");
     AddExistingArchive(added, "w", archive.c_str());
     AddExistingArchive(FindFolder(added, "f"), "in folder", archive.c_str());

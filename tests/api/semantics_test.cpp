@@ -87,7 +87,7 @@ TEST_F(Semantics, ClosedBranchesAreSearchedForExactNamesFirst) {
   CreateProject(scratch_.openRoot(), "P", "", "");
   AddExistingArchive(scratch_.openProject("P"), "m.c", archive.c_str());
   for (const char* name : {"REL", "Rel", "rel", "One"}) {
-    EXPECT_EQ(TrvsSetLabel(TRVS_CONTEXT, archive.c_str(), name, "1.0", 0), 0);
+    EXPECT_EQ(TrvsSetLabel(TRVS_CONTEXT, archive.c_str(), name, "1.0", 0), TRVS_DONE);
   }
   TVHandle* const closed = FindProject(scratch_.openRoot(), "P");
   const auto first = [closed] {

@@ -18,11 +18,11 @@ class TwoLibraries : public btkf520_test::Archives {
   void SetUp() override {
     Archives::SetUp();
     theScratch = &scratch_;
-    ASSERT_EQ(load("VCSDIR = client\nPROMOTE dev = test\n"), 0);
+    ASSERT_EQ(load("VCSDIR = client\nPROMOTE dev = test\n"), TRVS_DONE);
     CreateProject(scratch_.openRoot(), "P", "", "");
     SetProjectVCSDirs(scratch_.openProject("P"), "library");
     const string own = path("library_v");
-    EXPECT_EQ(TrvsCreateArchive(own.c_str(), "m", nullptr, nullptr, 0, 0), 0);
+    EXPECT_EQ(TrvsCreateArchive(own.c_str(), "m", nullptr, nullptr, 0, 0), TRVS_DONE);
     AddExistingArchive(scratch_.openProject("P"), "m", own.c_str());
   }
 
@@ -47,15 +47,15 @@ class TwoLibraries : public btkf520_test::Archives {
                    nullptr, nullptr, path("log").c_str(), TRVS_LOG_BRIEF);
   }
   int32_t moveALabel() {
-    EXPECT_EQ(label("REL", "1.0"), 0);
-    EXPECT_EQ(checkIn("1.1", "two"), 0);
+    EXPECT_EQ(label("REL", "1.0"), TRVS_DONE);
+    EXPECT_EQ(checkIn("1.1", "two"), TRVS_DONE);
     return label("REL", "1.1", TRVS_LABEL_ASK);
   }
   int32_t promoteAcross() {
-    EXPECT_EQ(checkIn("1.1", "two"), 0);
-    EXPECT_EQ(TrvsPromoteRevision(TRVS_CONTEXT, archive().c_str(), "dev", 0), 0);
-    EXPECT_EQ(checkIn("1.0", "three"), 0);
-    return TrvsPromoteRevision(TRVS_CONTEXT, archive().c_str(), "dev", 0);
+    EXPECT_EQ(checkIn("1.1", "two"), TRVS_DONE);
+    EXPECT_EQ(promote("dev"), TRVS_DONE);
+    EXPECT_EQ(checkIn("1.0", "three"), TRVS_DONE);
+    return promote("dev");
   }
   int32_t checkInUnchanged() {
     return checkIn(nullptr, "one", TRVS_PUT_ASK_UNCHANGED | TRVS_PUT_REFUSE_UNCHANGED);
@@ -69,10 +69,9 @@ class TwoLibraries : public btkf520_test::Archives {
                                  &TwoLibraries::moveALabel, &TwoLibraries::promoteAcross,
                                  &TwoLibraries::checkInUnchanged}) {
       unlink(archive().c_str());
-      EXPECT_EQ(create(), 0);
-      EXPECT_EQ(TrvsSetAttributes(TRVS_CONTEXT, archive().c_str(), 0, TRVS_ATTRIBUTE_CHECK_LOCKS),
-                0);
-      EXPECT_EQ(checkIn(nullptr, "one"), 0);
+      EXPECT_EQ(create(), TRVS_DONE);
+      EXPECT_EQ(setAttributes(0, TRVS_ATTRIBUTE_CHECK_LOCKS), TRVS_DONE);
+      EXPECT_EQ(checkIn(nullptr, "one"), TRVS_DONE);
       all += std::to_string((this->*operation)()) + " ";
     }
     return all;
@@ -120,7 +119,7 @@ TEST_F(TwoLibraries, TheClientsConfigurationChangesOnPurposeAlone) {
   EXPECT_EQ(directories(), "library");
   EXPECT_EQ(TrvsCreateArchive(path("x_v").c_str(), "x", nullptr, nullptr, 0, 0), 15);
   EXPECT_EQ(FoldapiNativePath(blind.c_str()), path("project.cfg"));
-  EXPECT_EQ(TrvsQueryConfiguration(blind.c_str(), 0, 0, TRVS_READ_FIRST), 0);
+  EXPECT_EQ(TrvsQueryConfiguration(blind.c_str(), 0, 0, TRVS_READ_FIRST), TRVS_DONE);
   EXPECT_STREQ(GetProjectVCSDirs(project), "library");
   const string file = GetProjectCfgFile(project);
   std::filesystem::remove(file);

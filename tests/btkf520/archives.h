@@ -38,7 +38,7 @@ class Archives : public Toolkit {
   }
 
   void configure(std::string_view text) {
-    ASSERT_EQ(load("USERID = ENVIRONMENT BTKF_USER\n" + std::string(text)), 0);
+    ASSERT_EQ(load("USERID = ENVIRONMENT BTKF_USER\n" + std::string(text)), TRVS_DONE);
     EXPECT_EQ(told(), "");
   }
   void become(const char* user) { user_.emplace("BTKF_USER", user); }
@@ -94,7 +94,7 @@ class Archives : public Toolkit {
   // The bytes of a revision, or statusText().
   std::string content(const char* revision) {
     const int32_t status = get({.revision = revision});
-    return status == 0 ? support::readFile(workfile()) : statusText(status);
+    return status == TRVS_DONE ? support::readFile(workfile()) : statusText(status);
   }
 
   int32_t lock(const char* revision = nullptr, const char* group = nullptr) {
@@ -110,17 +110,25 @@ class Archives : public Toolkit {
     return TrvsDeleteRevisions(TRVS_CONTEXT, archive().c_str(), range);
   }
 
+  int32_t promote(const char* group, uint32_t flags = 0) {
+    return TrvsPromoteRevision(TRVS_CONTEXT, archive().c_str(), group, flags);
+  }
+  int32_t setAttributes(uint32_t set, uint32_t cleared = 0) {
+    return TrvsSetAttributes(TRVS_CONTEXT, archive().c_str(), set, cleared);
+  }
+  int32_t verify() const { return TrvsVerifyArchive(TRVS_CONTEXT, archive().c_str(), nullptr, 0); }
+
   // An archive with 1.0, 1.1, 1.2 of contents "0\n", "1\n", "2\n", and 1.1.1.0 and 1.1.2.0; locks
   // are not checked. Minutes 1 to 5 are their times, of 2001-02-03.
   void makeBranches() {
-    ASSERT_EQ(create("motor"), 0);
-    ASSERT_EQ(TrvsSetAttributes(TRVS_CONTEXT, archive().c_str(), 0, TRVS_ATTRIBUTE_CHECK_LOCKS), 0);
+    ASSERT_EQ(create("motor"), TRVS_DONE);
+    ASSERT_EQ(setAttributes(0, TRVS_ATTRIBUTE_CHECK_LOCKS), TRVS_DONE);
     uint32_t time = 0;
     for (const char* bytes : {"0\n", "1\n", "2\n"}) {
-      ASSERT_EQ(put(bytes, {.time = minute(++time)}), 0);
+      ASSERT_EQ(put(bytes, {.time = minute(++time)}), TRVS_DONE);
     }
-    ASSERT_EQ(put("b\n", {.revision = "1.1", .time = minute(4)}), 0);
-    ASSERT_EQ(put("c\n", {.revision = "1.1", .time = minute(5)}), 0);
+    ASSERT_EQ(put("b\n", {.revision = "1.1", .time = minute(4)}), TRVS_DONE);
+    ASSERT_EQ(put("c\n", {.revision = "1.1", .time = minute(5)}), TRVS_DONE);
   }
 
   // A list that a function hands out, as "a b c"; or statusText().
@@ -149,7 +157,7 @@ class Archives : public Toolkit {
   std::string tree() const {
     TrvsRevTree* first = nullptr;
     const int32_t status = TrvsRevTreeInfo(TRVS_CONTEXT, target().c_str(), &first, TRVS_TREE_FETCH);
-    if (status != 0) return statusText(status);
+    if (status != TRVS_DONE) return statusText(status);
     std::string result;
     int level = 1;
     for (const TrvsRevTree* record = first; record != nullptr; record = record->next) {
@@ -164,7 +172,7 @@ class Archives : public Toolkit {
       if (has(TRVS_TREE_GROUP)) result.append("~").append(record->text);
     }
     for (; level > 1; --level) result += ">";
-    EXPECT_EQ(TrvsRevTreeInfo(TRVS_CONTEXT, nullptr, &first, TRVS_TREE_RETURN), 0);
+    EXPECT_EQ(TrvsRevTreeInfo(TRVS_CONTEXT, nullptr, &first, TRVS_TREE_RETURN), TRVS_DONE);
     EXPECT_EQ(first, nullptr);
     return result;
   }

@@ -20,11 +20,10 @@ class Team : public Archives {
   void start(Locks locks) {
     unlink(archive().c_str());
     acknowledged_.clear();
-    ASSERT_EQ(create(), 0);
+    ASSERT_EQ(create(), TRVS_DONE);
     const uint32_t check = TRVS_ATTRIBUTE_CHECK_LOCKS;
-    TrvsSetAttributes(TRVS_CONTEXT, archive().c_str(), locks == Locks::kChecked ? check : 0,
-                      locks == Locks::kChecked ? 0 : check);
-    ASSERT_EQ(put("first", {.change = "first"}), 0);
+    setAttributes(locks == Locks::kChecked ? check : 0, locks == Locks::kChecked ? 0 : check);
+    ASSERT_EQ(put("first", {.change = "first"}), TRVS_DONE);
   }
 
   // Checks in "NAME 0", "NAME 1" and so on, each as its own change, and signals each that is done.
@@ -36,16 +35,16 @@ class Team : public Archives {
       if (locks == Locks::kChecked) {
         const int32_t status = getTo(both, TRVS_GET_LOCK | TRVS_GET_OVERWRITE);
         if (status == TRVS_IN_USE || status == TRVS_LOCKED) continue;
-        if (status != 0) return status;
+        if (status != TRVS_DONE) return status;
       }
       const std::string text = name + " " + std::to_string(done);
       write(name, text);
       const int32_t status =
           putFrom(both, {.change = text.c_str(), .flags = TRVS_PUT_OLDER | TRVS_PUT_READ_ONLY});
       chmod(path(name).c_str(), 0644);
-      if (status != 0 && status != TRVS_IN_USE) return status;
-      if (status == 0 && ++done) self.signal();
-      if (status != 0) TrvsUnLockRevision(TRVS_CONTEXT, both.c_str(), nullptr, nullptr);
+      if (status != TRVS_DONE && status != TRVS_IN_USE) return status;
+      if (status == TRVS_DONE && ++done) self.signal();
+      if (status != TRVS_DONE) TrvsUnLockRevision(TRVS_CONTEXT, both.c_str(), nullptr, nullptr);
     }
     return 0;
   }
@@ -55,7 +54,7 @@ class Team : public Archives {
     }
   }
 
-  bool isWhole() const { return TrvsVerifyArchive(-1, archive().c_str(), nullptr, 0) == 0; }
+  bool isWhole() const { return verify() == TRVS_DONE; }
 
   // Everything acknowledged is there, once and whole, and each revision is its own change; gives
   // how many there are besides.
@@ -65,7 +64,7 @@ class Team : public Archives {
     for (std::string number; numbers >> number;) {
       char change[100] = "";
       EXPECT_EQ(TrvsGetDescription(TRVS_CONTEXT, archive().c_str(), number.c_str(), change, 100),
-                0);
+                TRVS_DONE);
       EXPECT_EQ(content(number.c_str()), change);
       EXPECT_TRUE(there.insert(change).second) << change;
     }
@@ -121,7 +120,7 @@ TEST_F(Team, LosesNothingWhenItsMembersAreKilled) {
     countAcknowledged(name, writer);
     ASSERT_TRUE(isWhole()) << name;
   }
-  EXPECT_EQ(put("last", {.change = "last"}), 0);
+  EXPECT_EQ(put("last", {.change = "last"}), TRVS_DONE);
   EXPECT_LE(check(), 52u) << "each life may have one that it could not acknowledge";
   EXPECT_FALSE(std::filesystem::exists(archive() + ".trvs-new"));
 }
@@ -138,10 +137,12 @@ TEST_F(Team, MakesAnArchiveOnce) {
     for (size_t maker = 0; maker < makers.size(); ++maker) {
       const int status = makers[maker]->finish();
       if (status == TRVS_DONE) winners += std::to_string(maker);
-      EXPECT_TRUE(status == 0 || status == TRVS_ARCHIVE_EXISTS || status == TRVS_IN_USE) << status;
+      EXPECT_TRUE(status == TRVS_DONE || status == TRVS_ARCHIVE_EXISTS || status == TRVS_IN_USE)
+          << status;
     }
     char description[20] = "";
-    EXPECT_EQ(TrvsGetDescription(TRVS_CONTEXT, archive().c_str(), nullptr, description, 20), 0);
+    EXPECT_EQ(TrvsGetDescription(TRVS_CONTEXT, archive().c_str(), nullptr, description, 20),
+              TRVS_DONE);
     EXPECT_EQ(winners, description);
   }
 }

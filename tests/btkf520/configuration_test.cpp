@@ -43,7 +43,7 @@ TEST_F(ConfigurationFile, TakesEveryFormOfALineAndReportsTheRest) {
       {"VCSDIR=b\nVCSDIR=" + std::string(8185, 'x') + "\n", "b", "line@2"},
   };
   for (const Case& c : cases) {
-    EXPECT_EQ(load(c.text), 0);
+    EXPECT_EQ(load(c.text), TRVS_DONE);
     EXPECT_EQ(directories(), c.directories) << c.text;
     EXPECT_EQ(told(), c.told) << c.text;
   }
@@ -69,7 +69,7 @@ TEST_F(ConfigurationFile, ConditionalsChooseOneBranch) {
       IF NONE;ENDIF NONE;VCSDIR=a -> a -> conditional@2
       VCSDIR=a;IF NONE;VCSDIR=b -> a -> conditional@2)");
   for (const auto& [text, directory, reported] : cases) {
-    EXPECT_EQ(load(lines(text)), 0);
+    EXPECT_EQ(load(lines(text)), TRVS_DONE);
     EXPECT_EQ(directories(), directory) << text;
     EXPECT_EQ(told(), reported) << text;
   }

@@ -24,12 +24,13 @@ class Failures : public Archives {
     configure("JOURNAL = " + path("journal") + "\n");
     TrvsRegisterCallback(TRVS_CALLBACK_TRIGGER,
                          anyCallback(+[](const char*, const char*) -> int32_t { return 0; }));
-    ASSERT_EQ(create(), 0);
+    ASSERT_EQ(create(), TRVS_DONE);
     std::string text;
     for (int i = 0; i < 9; ++i) {
-      ASSERT_EQ(put(text += std::to_string(i * i * 7919) + "\n", {.flags = TRVS_PUT_KEEP_LOCK}), 0);
+      ASSERT_EQ(put(text += std::to_string(i * i * 7919) + "\n", {.flags = TRVS_PUT_KEEP_LOCK}),
+                TRVS_DONE);
     }
-    ASSERT_EQ(unlock(), 0);
+    ASSERT_EQ(unlock(), TRVS_DONE);
     TrvsRegisterCallback(TRVS_CALLBACK_OPERATION,
                          anyCallback(+[](const char*, const char*, const char*, const char*,
                                          int32_t) -> int32_t { return ++told; }));
@@ -72,7 +73,7 @@ class Failures : public Archives {
         EXPECT_EQ(tree(), status == TRVS_DONE ? step.tree : before);
         EXPECT_EQ(told, status == TRVS_DONE ? 1 : 0);
         EXPECT_TRUE(status == TRVS_DONE || hasFailed) << status;
-        EXPECT_EQ(TrvsVerifyArchive(TRVS_CONTEXT, name, nullptr, 0), 0);
+        EXPECT_EQ(TrvsVerifyArchive(TRVS_CONTEXT, name, nullptr, 0), TRVS_DONE);
       }
     }
     write("m.c_v", first);
@@ -114,13 +115,13 @@ TEST_F(Failures, OfTheSystemTurnNoSuccessIntoFailure) {
 // From any read on, the open archive is one that another machine has replaced.
 TEST_F(Failures, OfAReplacedArchiveCostASecondLook) {
   const std::string wide(600 << 10, 'w');
-  ASSERT_EQ(lock(), 0);
-  ASSERT_EQ(put(wide, {}), 0);
+  ASSERT_EQ(lock(), TRVS_DONE);
+  ASSERT_EQ(put(wide, {}), TRVS_DONE);
   write("m.c", "here");
   const std::function<int32_t()> reads[] = {
       [&] { return get({.flags = TRVS_GET_OVERWRITE}); },
       [&] { return get({.revision = "1.2", .flags = TRVS_GET_OVERWRITE}); },
-      [&] { return TrvsVerifyArchive(TRVS_CONTEXT, archive().c_str(), nullptr, 0); },
+      [&] { return verify(); },
   };
   for (const auto& read : reads) {
     bool hasFailed = true;
@@ -134,7 +135,7 @@ TEST_F(Failures, OfAReplacedArchiveCostASecondLook) {
         hasFailed = true;
         return ESTALE;
       });
-      EXPECT_EQ(read(), 0) << attempt;
+      EXPECT_EQ(read(), TRVS_DONE) << attempt;
     }
   }
   EXPECT_EQ(support::readFile(workfile()), "0\n7919\n31676\n");

@@ -34,33 +34,33 @@ TEST_F(Locks, FollowTheRulesOfArchiveAndConfiguration) {
     std::replace(configuration.begin(), configuration.end(), ' ', '\n');
     configure(configuration + "\n");
     unlink(archive().c_str());
-    ASSERT_EQ(create(), 0);
+    ASSERT_EQ(create(), TRVS_DONE);
     EXPECT_EQ(lock(), TRVS_NO_REVISIONS);
-    ASSERT_EQ(put("0", {.flags = TRVS_PUT_KEEP_LOCK}), 0);
-    ASSERT_EQ(put("1", {}), 0);
+    ASSERT_EQ(put("0", {.flags = TRVS_PUT_KEEP_LOCK}), TRVS_DONE);
+    ASSERT_EQ(put("1", {}), TRVS_DONE);
     become("bob");
     if (!other.empty()) {
-      ASSERT_EQ(lock(other.c_str()), 0);
+      ASSERT_EQ(lock(other.c_str()), TRVS_DONE);
     }
     become("ann");
     const uint32_t attributes = isExclusive ? TRVS_ATTRIBUTE_EXCLUSIVE_LOCKS : 0;
-    ASSERT_EQ(TrvsSetAttributes(TRVS_CONTEXT, archive().c_str(), attributes, 0), 0);
+    ASSERT_EQ(setAttributes(attributes), TRVS_DONE);
     const bool isGroup = wanted.starts_with("~");
     const int32_t got = isGroup ? lock(nullptr, wanted.c_str() + 1) : lock(wanted.c_str());
     EXPECT_EQ(std::to_string(got), status);
-    EXPECT_EQ(unlock(), got == 0 ? TRVS_DONE : TRVS_NO_LOCK);
+    EXPECT_EQ(unlock(), got == TRVS_DONE ? TRVS_DONE : TRVS_NO_LOCK);
     EXPECT_EQ(unlock("bob"), !other.empty() ? TRVS_DONE : TRVS_NO_LOCK) << "others' locks stay";
   }
-  ASSERT_EQ(TrvsSetAttributes(TRVS_CONTEXT, archive().c_str(), 0, TRVS_ATTRIBUTE_CHECK_LOCKS), 0);
+  ASSERT_EQ(setAttributes(0, TRVS_ATTRIBUTE_CHECK_LOCKS), TRVS_DONE);
   EXPECT_EQ(lock(), TRVS_CANNOT_LOCK) << "locks are not checked";
-  EXPECT_EQ(TrvsSetAttributes(TRVS_CONTEXT, archive().c_str(), 0x20, 0), TRVS_MISUSE);
-  EXPECT_EQ(TrvsSetAttributes(TRVS_CONTEXT, archive().c_str(), 1, 1), TRVS_MISUSE);
+  EXPECT_EQ(setAttributes(0x20), TRVS_MISUSE);
+  EXPECT_EQ(setAttributes(1, 1), TRVS_MISUSE);
   uint32_t attributes = 0;
-  EXPECT_EQ(TrvsGetAttributes(TRVS_CONTEXT, archive().c_str(), &attributes), 0);
+  EXPECT_EQ(TrvsGetAttributes(TRVS_CONTEXT, archive().c_str(), &attributes), TRVS_DONE);
   EXPECT_EQ(attributes, uint32_t{TRVS_ATTRIBUTE_READ_ONLY});
   configure("EXCLUSIVELOCK\n");
   unlink(archive().c_str());
-  ASSERT_EQ(create(), 0);
+  ASSERT_EQ(create(), TRVS_DONE);
   TrvsGetAttributes(TRVS_CONTEXT, archive().c_str(), &attributes);
   EXPECT_EQ(attributes, 0x1cu);
 }
@@ -95,51 +95,49 @@ TEST_F(Labels, AreSetMovedAndDeleted) {
     answers[TRVS_CALLBACK_MOVE_LABEL] = answered == "no" ? TRVS_REFUSE : TRVS_GO_ON;
     otherLabel = answered == "no" || answered == "yes" ? "" : answered;
     const int32_t status = label(name.c_str(), revision.c_str(), flags.at(how));
-    EXPECT_EQ(asked + (status == 0 ? "" : std::to_string(status)), want + (status == 0 ? " " : ""));
+    EXPECT_EQ(asked + (status == TRVS_DONE ? "" : std::to_string(status)),
+              want + (status == TRVS_DONE ? " " : ""));
     EXPECT_EQ(labels(), left);
   }
   for (const char* bad : {"", "1.2", "a*b", "a,b", "a+", "a\nb"}) {
     EXPECT_EQ(label(bad, "1.0"), TRVS_BAD_NAME) << bad;
   }
   EXPECT_EQ(tree(), "1.0^ 1.1+#B< 1.1.1.0^#A 1.1.2.0^> 1.2#C");
-  EXPECT_EQ(put("x", {.revision = "1.1.1.0"}), 0);
-  EXPECT_EQ(put("y", {}), 0);
+  EXPECT_EQ(put("x", {.revision = "1.1.1.0"}), TRVS_DONE);
+  EXPECT_EQ(put("y", {}), TRVS_DONE);
   EXPECT_EQ(tree(), "1.0^ 1.1+#B< 1.1.1.0^ 1.1.1.1#A 1.1.2.0^> 1.2 1.3#C");
   EXPECT_EQ(put("z", {.label = "B"}), TRVS_LABEL_EXISTS);
   EXPECT_EQ(revisions("1"), "1.0 1.1 1.2 1.3") << "nothing of it was done";
-  EXPECT_EQ(put("z", {.label = "B", .flags = TRVS_PUT_MOVE_LABEL}), 0);
+  EXPECT_EQ(put("z", {.label = "B", .flags = TRVS_PUT_MOVE_LABEL}), TRVS_DONE);
   EXPECT_EQ(labels(), "A 1.1.1 B 1.4 C 1");
-  EXPECT_EQ(TrvsDeleteLabel(TRVS_CONTEXT, archive().c_str(), "A"), 0);
+  EXPECT_EQ(TrvsDeleteLabel(TRVS_CONTEXT, archive().c_str(), "A"), TRVS_DONE);
   EXPECT_EQ(TrvsDeleteLabel(TRVS_CONTEXT, archive().c_str(), "A"), TRVS_NO_SUCH_LABEL);
   EXPECT_EQ(labels(), "B 1.4 C 1");
 }
 
 TEST_F(Promotion, GoesUpGroupByGroup) {
-  const auto promote = [&](const char* group, uint32_t flags = 0) {
-    return TrvsPromoteRevision(TRVS_CONTEXT, archive().c_str(), group, flags);
-  };
   configure("PROMOTE dev = test\nPROMOTE test = prod\n");
-  ASSERT_EQ(create(), 0);
+  ASSERT_EQ(create(), TRVS_DONE);
   EXPECT_EQ(promote("dev"), TRVS_CANNOT_PROMOTE) << "no revision there";
   EXPECT_EQ(promote("Dev"), TRVS_NO_SUCH_GROUP);
   EXPECT_EQ(put("0", {.group = "test"}), TRVS_NEEDS_DEVELOPMENT_GROUP);
   EXPECT_EQ(put("0", {.group = "Dev"}), TRVS_NO_SUCH_GROUP);
-  ASSERT_EQ(put("0", {}), 0) << "the only development group";
-  ASSERT_EQ(lock(), 0);
+  ASSERT_EQ(put("0", {}), TRVS_DONE) << "the only development group";
+  ASSERT_EQ(lock(), TRVS_DONE);
   EXPECT_EQ(lock(), TRVS_LOCKED);
   become("bob");
   EXPECT_EQ(lock("1.0"), TRVS_LOCKED);
   become("ann");
-  ASSERT_EQ(put("1", {}), 0);
+  ASSERT_EQ(put("1", {}), TRVS_DONE);
   EXPECT_EQ(tree(), "1.0^ 1.1~dev") << "the group moves on";
   EXPECT_EQ(lock("1.0"), TRVS_GROUP_IN_THE_WAY) << "the group is at another revision";
-  ASSERT_EQ(promote("dev"), 0);
+  ASSERT_EQ(promote("dev"), TRVS_DONE);
   EXPECT_EQ(lock("1.0", "test"), TRVS_NEEDS_DEVELOPMENT_GROUP);
-  ASSERT_EQ(lock("1.0", "dev"), 0) << "the group is free";
+  ASSERT_EQ(lock("1.0", "dev"), TRVS_DONE) << "the group is free";
   EXPECT_EQ(tree(), "1.0^!ann~dev 1.1~test");
   EXPECT_EQ(lock(nullptr, "dev"), TRVS_LOCKED) << "the group's revision";
   EXPECT_EQ(lock("1.1", "dev"), TRVS_GROUP_LOCKED);
-  ASSERT_EQ(put("b", {}), 0);
+  ASSERT_EQ(put("b", {}), TRVS_DONE);
   EXPECT_EQ(tree(), "1.0^+< 1.0.1.0^~dev> 1.1~test");
   EXPECT_EQ(promote("dev"), TRVS_OTHER_BRANCH) << "nobody to ask";
   answerQuestions();
@@ -147,19 +145,19 @@ TEST_F(Promotion, GoesUpGroupByGroup) {
   EXPECT_EQ(promote("dev"), TRVS_OTHER_BRANCH);
   EXPECT_EQ(asked, "branch ");
   answers[TRVS_CALLBACK_RETRY] = TRVS_GO_ON;
-  EXPECT_EQ(promote("dev"), 0);
+  EXPECT_EQ(promote("dev"), TRVS_DONE);
   EXPECT_EQ(tree(), "1.0^+< 1.0.1.0^~test> 1.1");
-  EXPECT_EQ(promote("test"), 0);
+  EXPECT_EQ(promote("test"), TRVS_DONE);
   EXPECT_EQ(promote("prod"), TRVS_CANNOT_PROMOTE);
   EXPECT_EQ(promote("dev", 2), TRVS_MISUSE);
   EXPECT_EQ(tree(), "1.0^+< 1.0.1.0^~prod> 1.1");
 
   configure("PROMOTE dev = test\nPROMOTE hot = test\n");
   EXPECT_EQ(lock("1.1"), TRVS_NEEDS_DEVELOPMENT_GROUP) << "which one?";
-  EXPECT_EQ(lock("1.1", "hot"), 0);
-  EXPECT_EQ(put("2", {}), 0) << "the parent's";
+  EXPECT_EQ(lock("1.1", "hot"), TRVS_DONE);
+  EXPECT_EQ(put("2", {}), TRVS_DONE) << "the parent's";
   EXPECT_EQ(tree(), "1.0^+< 1.0.1.0^~prod> 1.1 1.2~hot");
-  EXPECT_EQ(promote("hot", TRVS_PROMOTE_ACROSS), 0);
+  EXPECT_EQ(promote("hot", TRVS_PROMOTE_ACROSS), TRVS_DONE);
   configure("PROMOTE alone\n");
   EXPECT_EQ(promote("alone"), TRVS_NO_HIGHER_GROUP);
 }
@@ -182,35 +180,35 @@ TEST_F(Upkeep, DeletesRangesThatNothingHolds) {
     const std::string before = revisions();
     const int32_t status = deleteRange(range.c_str());
     const std::string after = revisions();
-    EXPECT_EQ(status == 0 ? after : statusText(status), want);
-    if (status != 0) {
+    EXPECT_EQ(status == TRVS_DONE ? after : statusText(status), want);
+    if (status != TRVS_DONE) {
       EXPECT_EQ(after, before);
     }
     EXPECT_EQ(labels().find("REL") == std::string::npos,
               (" " + after).find(" 1.0") == std::string::npos);
     EXPECT_EQ(labels().find("FLOAT") == std::string::npos,
               after.find("1.1.1.0") == std::string::npos);
-    EXPECT_EQ(TrvsVerifyArchive(TRVS_CONTEXT, archive().c_str(), nullptr, 0), 0);
+    EXPECT_EQ(verify(), TRVS_DONE);
     if (after.starts_with("1.0 1.1 1.2")) {
       EXPECT_EQ(content("1.2"), "2\n");
     }
   }
   unlink(archive().c_str());
   makeBranches();
-  TrvsSetAttributes(TRVS_CONTEXT, archive().c_str(), TRVS_ATTRIBUTE_CHECK_LOCKS, 0);
-  ASSERT_EQ(lock("1.2"), 0);
+  setAttributes(TRVS_ATTRIBUTE_CHECK_LOCKS);
+  ASSERT_EQ(lock("1.2"), TRVS_DONE);
   EXPECT_EQ(deleteRange("1.2"), TRVS_LOCKED);
   unlock();
   configure("PROMOTE dev = test\n");
-  ASSERT_EQ(lock("1.2"), 0);
+  ASSERT_EQ(lock("1.2"), TRVS_DONE);
   unlock();
   EXPECT_EQ(deleteRange("1.2"), TRVS_GROUP_IN_THE_WAY);
 }
 
 TEST_F(Upkeep, AccessIsForTheListAndTheOwner) {
   configure("ACCESSLIST = bob, eve\n");
-  ASSERT_EQ(create(), 0);
-  ASSERT_EQ(put("0", {}), 0) << "the owner";
+  ASSERT_EQ(create(), TRVS_DONE);
+  ASSERT_EQ(put("0", {}), TRVS_DONE) << "the owner";
   become("zoe");
   EXPECT_EQ(lock(), TRVS_NO_ACCESS);
   EXPECT_EQ(get({}), TRVS_NO_ACCESS);
@@ -219,15 +217,15 @@ TEST_F(Upkeep, AccessIsForTheListAndTheOwner) {
   become("eve");
   EXPECT_EQ(content("1.0"), "0");
   EXPECT_EQ(TrvsAddAccess(TRVS_CONTEXT, archive().c_str(), "a,b"), TRVS_BAD_NAME);
-  EXPECT_EQ(TrvsAddAccess(TRVS_CONTEXT, archive().c_str(), "zoe"), 0);
-  EXPECT_EQ(TrvsRemoveAccess(TRVS_CONTEXT, archive().c_str(), "bob"), 0);
+  EXPECT_EQ(TrvsAddAccess(TRVS_CONTEXT, archive().c_str(), "zoe"), TRVS_DONE);
+  EXPECT_EQ(TrvsRemoveAccess(TRVS_CONTEXT, archive().c_str(), "bob"), TRVS_DONE);
   EXPECT_EQ(TrvsRemoveAccess(TRVS_CONTEXT, archive().c_str(), "bob"), TRVS_NOT_IN_ACCESS_LIST);
   EXPECT_EQ(list([&](char* buffer, int32_t size) {
               return TrvsListAccess(TRVS_CONTEXT, archive().c_str(), buffer, size);
             }),
             "eve zoe");
   become("zoe");
-  EXPECT_EQ(lock(), 0);
+  EXPECT_EQ(lock(), TRVS_DONE);
   become("bob");
   EXPECT_EQ(unlock("zoe"), TRVS_NO_ACCESS);
 }
@@ -239,16 +237,16 @@ TEST_F(Events, GoToTheJournalTheTriggersAndTheClient) {
             "\nEVENTTRIGGER POSTCHECKIN = echo $BTKF_EVENT $BTKF_WHAT $BTKF_USER >> " + trace +
             "\nEVENTTRIGGER PRELABEL = exit 3\nEVENTTRIGGER PRELOCK = exit 127\n");
   answerQuestions();
-  ASSERT_EQ(create(), 0);
+  ASSERT_EQ(create(), TRVS_DONE);
   asked.clear();
-  ASSERT_EQ(put("0", {}), 0);
+  ASSERT_EQ(put("0", {}), TRVS_DONE);
   EXPECT_EQ(asked.find("may:POSTCHECKIN:echo $BTKF_EVENT "), 0u);
   EXPECT_TRUE(asked.ends_with(" done:CHECKIN:1.0 "));
   EXPECT_EQ(support::readFile(trace), "POSTCHECKIN 1.0 ann\n");
   EXPECT_EQ(label("REL", "1.0"), TRVS_TRIGGER_REFUSED);
   EXPECT_EQ(labels(), "");
   EXPECT_EQ(lock(), TRVS_TRIGGER_FAILED);
-  ASSERT_EQ(get({}), 0);
+  ASSERT_EQ(get({}), TRVS_DONE);
   const std::string text = support::readFile(journal);
   std::string events;
   for (size_t at = 0; at < text.size(); at = text.find('\n', at) + 1) {
@@ -264,7 +262,7 @@ TEST_F(Events, GoToNothingButAJournal) {
   const std::string target = path("target");
   const std::string archive = path("m\tb\n\x1b\x7f\xc2\x9b\xe4_v");
   const std::string line = "\tCREATE\t" + path(R"(m\x09b\x0a\x1b\x7f)") + "\xc2\\x9b\xe4_v\t\n";
-  ASSERT_EQ(load("JOURNAL = " + journal + "\n"), 0);
+  ASSERT_EQ(load("JOURNAL = " + journal + "\n"), TRVS_DONE);
   const struct {
     const char* old;
     bool isLink, isAllowed, isWritten;
@@ -284,7 +282,7 @@ TEST_F(Events, GoToNothingButAJournal) {
     answerQuestions();
     if (!isAllowed) TrvsRegisterCallback(TRVS_CALLBACK_TRIGGER, nullptr);
     asked.clear();
-    EXPECT_EQ(TrvsCreateArchive(archive.c_str(), "m", nullptr, nullptr, 0, 0), 0);
+    EXPECT_EQ(TrvsCreateArchive(archive.c_str(), "m", nullptr, nullptr, 0, 0), TRVS_DONE);
     EXPECT_EQ(asked.find("no journal ") == std::string::npos, isWritten) << asked;
     const std::string now = support::readFile(target);
     EXPECT_TRUE(now.starts_with(old) && now.ends_with(isWritten ? line : old)) << now;
@@ -319,7 +317,7 @@ TEST_F(Events, RunWhatTheClientOrATrustedMasterFileAllows) {
       unlink(archive.c_str());
       write("ran", "");
       const int32_t how = mode == "master" ? TRVS_READ_MASTER : TRVS_READ_FIRST;
-      ASSERT_EQ(TrvsQueryConfiguration(path("v/first").c_str(), 0, 0, how), 0);
+      ASSERT_EQ(TrvsQueryConfiguration(path("v/first").c_str(), 0, 0, how), TRVS_DONE);
       EXPECT_EQ(TrvsCreateArchive(archive.c_str(), workfile.c_str(), nullptr, nullptr, 0, 0),
                 isAllowed ? TRVS_DONE : TRVS_TRIGGER_FAILED);
       EXPECT_EQ(access(archive.c_str(), F_OK) == 0, isAllowed);
@@ -344,7 +342,7 @@ TEST_F(Events, TheClientMayCancelAndWait) {
 
   // Another holds the archive, and lets it go when asked the third time.
   static std::unique_ptr<btkf::Archive> holder;
-  ASSERT_EQ(btkf::Archive::openToUpdate(archive(), &holder), 0);
+  ASSERT_EQ(btkf::Archive::openToUpdate(archive(), &holder), TRVS_DONE);
   answers[TRVS_CALLBACK_RETRY] = TRVS_REFUSE;
   asked.clear();
   EXPECT_EQ(put("3", {}), TRVS_IN_USE);
@@ -355,7 +353,7 @@ TEST_F(Events, TheClientMayCancelAndWait) {
                        }));
   answers[TRVS_CALLBACK_RETRY] = TRVS_GO_ON;
   asked.clear();
-  EXPECT_EQ(put("3", {}), 0);
+  EXPECT_EQ(put("3", {}), TRVS_DONE);
   EXPECT_EQ(asked, "busy busy busy done:CHECKIN:1.3 ");
   EXPECT_EQ(content("1.3"), "3");
 }

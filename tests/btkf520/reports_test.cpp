@@ -29,11 +29,11 @@ TEST_F(Logs, HaveAFormForEachQuestion) {
   makeBranches();
   become("bob");
   configure("PROMOTE dev = test\n");
-  ASSERT_EQ(put("9\n", {.change = "Mend\x1b[A\nmore", .time = minute(9)}), 0);
-  TrvsSetAttributes(TRVS_CONTEXT, archive().c_str(), TRVS_ATTRIBUTE_CHECK_LOCKS, 0);
-  ASSERT_EQ(lock(), 0);
-  ASSERT_EQ(label("REL", "1.0"), 0);
-  ASSERT_EQ(label("TIP", "1", TRVS_LABEL_FLOATS), 0);
+  ASSERT_EQ(put("9\n", {.change = "Mend\x1b[A\nmore", .time = minute(9)}), TRVS_DONE);
+  setAttributes(TRVS_ATTRIBUTE_CHECK_LOCKS);
+  ASSERT_EQ(lock(), TRVS_DONE);
+  ASSERT_EQ(label("REL", "1.0"), TRVS_DONE);
+  ASSERT_EQ(label("TIP", "1", TRVS_LABEL_FLOATS), TRVS_DONE);
   const uint32_t bare = TRVS_LOG_NO_HEADING;
   const uint32_t brief = bare | TRVS_LOG_BRIEF;
   const std::string tip = "1.3  @9  bob  Mend\\x1b[A";
@@ -69,7 +69,7 @@ TEST_F(Logs, HaveAFormForEachQuestion) {
     lines.clear();
     ASSERT_EQ(TrvsLog(TRVS_CONTEXT, archive().c_str(), c.revisions, c.only.authors, c.only.lockers,
                       c.only.labels, c.only.groups, c.only.words, c.only.dates, "", c.flags),
-              0);
+              TRVS_DONE);
     std::string got;
     for (const std::string& line : lines) got += (got.empty() ? "" : "|") + line.substr(2);
     for (size_t at; (at = got.find("2001-02-03 00:0")) != std::string::npos;) {
@@ -80,17 +80,17 @@ TEST_F(Logs, HaveAFormForEachQuestion) {
 }
 
 TEST_F(Logs, TellAllInFull) {
-  ASSERT_EQ(create("a motor\nfor\tcars\rship"), 0);
+  ASSERT_EQ(create("a motor\nfor\tcars\rship"), TRVS_DONE);
   ASSERT_EQ(
       put("12345", {.label = "A", .change = "first\r\nline", .author = "zoe", .time = minute(1)}),
-      0);
-  ASSERT_EQ(lock(), 0);
+      TRVS_DONE);
+  ASSERT_EQ(lock(), TRVS_DONE);
   const std::string output = path("log");
   const auto report = [&](uint32_t flags) {
     return TrvsLog(TRVS_CONTEXT, archive().c_str(), "", "", "", "", "", "", "", output.c_str(),
                    flags);
   };
-  ASSERT_EQ(report(TRVS_LOG_FULL), 0);
+  ASSERT_EQ(report(TRVS_LOG_FULL), TRVS_DONE);
   std::string text = support::readFile(output);
   const size_t changed = text.find("Changed:");
   ASSERT_NE(changed, std::string::npos);
@@ -108,7 +108,7 @@ TEST_F(Logs, TellAllInFull) {
   EXPECT_EQ(
       TrvsLog(TRVS_CONTEXT, archive().c_str(), "", "", "", "", "", "", "", archive().c_str(), 0),
       TRVS_SAME_NAMES);
-  EXPECT_EQ(report(TRVS_LOG_NEWEST | TRVS_LOG_NO_HEADING), 0);
+  EXPECT_EQ(report(TRVS_LOG_NEWEST | TRVS_LOG_NO_HEADING), TRVS_DONE);
   EXPECT_TRUE(support::readFile(output).starts_with("Revision:     1.0\n"));
   EXPECT_EQ(report(TRVS_LOG_BRIEF | TRVS_LOG_NEWEST), TRVS_MISUSE) << "one mode";
   EXPECT_EQ(report(0x200), TRVS_MISUSE);
@@ -121,7 +121,7 @@ TEST_F(Logs, TellAllInFull) {
 
   answers[TRVS_CALLBACK_OUTPUT] = TRVS_ENOUGH;
   lines.clear();
-  EXPECT_EQ(ranges(nullptr, nullptr), 0);
+  EXPECT_EQ(ranges(nullptr, nullptr), TRVS_DONE);
   EXPECT_EQ(lines.size(), 1u) << "enough";
   answers[TRVS_CALLBACK_OUTPUT] = TRVS_REFUSE;
   EXPECT_EQ(ranges(nullptr, nullptr), TRVS_CANCELLED);
@@ -211,7 +211,7 @@ TEST_F(Differences, CountOnlyWhatTheyAreToldTo) {
     SCOPED_TRACE(c.first + " " + c.second);
     write("first", c.first);
     write("second(2)", c.second);
-    EXPECT_EQ(test(first, second, c.flags, c.tabWidth, c.columns), 0);
+    EXPECT_EQ(test(first, second, c.flags, c.tabWidth, c.columns), TRVS_DONE);
     EXPECT_EQ(result, c.want);
   }
   for (const char* bad : {"1-", "0", "5-3", "x", ","})
@@ -264,7 +264,7 @@ TEST_F(Differences, AreWrittenForPeopleAndForViewers) {
     unlink(output.c_str());
     EXPECT_EQ(TrvsReportDifferences(TRVS_CONTEXT, first.c_str(), nullptr, second.c_str(), nullptr,
                                     output.c_str(), context, 0, 0, nullptr, flags),
-              0);
+              TRVS_DONE);
     return support::readFile(output);
   };
   EXPECT_EQ(report(1, 0), heading +
@@ -281,7 +281,7 @@ TEST_F(Differences, AreWrittenForPeopleAndForViewers) {
     lines.clear();
     EXPECT_EQ(TrvsGenGuiDelta(TRVS_CONTEXT, first.c_str(), nullptr, second.c_str(), nullptr, 0,
                               nullptr, nullptr, 255, 1, -2, 2, 3, 3, 0, flags),
-              0);
+              TRVS_DONE);
     std::string text;
     for (const std::string& line : lines) text += line.substr(2) + "|";
     return text;

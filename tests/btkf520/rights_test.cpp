@@ -1,13 +1,11 @@
-// btkf520/rights_test.cpp: archives belong to those who may write them, what another user left
-// beside one is in nobody's way, and file systems without locks are for reading.
+// btkf520/rights_test.cpp: archives belong to those who may write them, and what another user left
+// beside one is in nobody's way.
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include <cerrno>
 #include <filesystem>
 
 #include "btkf520/archives.h"
-#include "os/systemcalls.h"
 #include "support/childprocess.h"
 
 namespace btkf520_test {
@@ -31,8 +29,8 @@ TEST_F(Rights, OfAnArchiveAreKeptOrItIsNotChanged) {
       {"shared with the user's group", kOther, kRoot, kOther, 0664, TRVS_DONE},
       {"can't be read", kOther, kRoot, 0, 0600, TRVS_CANNOT_OPEN},
   };
-  ASSERT_EQ(create(), 0);
-  ASSERT_EQ(put("text", {.flags = TRVS_PUT_KEEP_LOCK}), 0);
+  ASSERT_EQ(create(), TRVS_DONE);
+  ASSERT_EQ(put("text", {.flags = TRVS_PUT_KEEP_LOCK}), TRVS_DONE);
   ASSERT_EQ(chmod(path("").c_str(), 0777), 0);
   const std::string bytes = support::readFile(archive());
   for (const auto& c : cases) {
@@ -60,32 +58,13 @@ TEST_F(Rights, OfAnArchiveAreKeptOrItIsNotChanged) {
   }
 }
 
-// A real fault: nothing could be checked out where there are no locks.
-TEST_F(Rights, AreToReadWhereThereAreNoLocks) {
-  ASSERT_EQ(create(), 0);
-  ASSERT_EQ(put("text", {}), 0);
-  write("m.c.trvs-new", "another's, who may be at work");
-  const int before = support::entryCount(path(""));
-  const std::string output = path("log");
-  const os_test::SystemCalls calls(
-      [](const os_test::Call& call) { return call.name == "flock" ? ENOLCK : 0; });
-  EXPECT_EQ(TrvsCreateArchive(output.c_str(), "m.c", nullptr, nullptr, 0, 0), TRVS_CANNOT_OPEN);
-  EXPECT_EQ(get({.flags = TRVS_GET_LOCK}), TRVS_CANNOT_OPEN);
-  EXPECT_EQ(support::entryCount(path("")), before);
-  EXPECT_EQ(content(nullptr), "text");
-  EXPECT_EQ(TrvsLog(TRVS_CONTEXT, archive().c_str(), nullptr, nullptr, nullptr, nullptr, nullptr,
-                    nullptr, nullptr, output.c_str(), TRVS_LOG_BRIEF),
-            TRVS_DONE);
-  EXPECT_EQ(support::entryCount(path("")), before + 2);
-}
-
 TEST_F(Rights, AreNotTakenByWhatIsLeftBeside) {
   for (const std::string& file : {archive(), workfile()}) {
     std::filesystem::create_directory(file + ".trvs-new");
   }
-  EXPECT_EQ(create(), 0);
-  EXPECT_EQ(put("text", {.flags = TRVS_PUT_KEEP_LOCK}), 0);
-  EXPECT_EQ(get({}), 0);
+  EXPECT_EQ(create(), TRVS_DONE);
+  EXPECT_EQ(put("text", {.flags = TRVS_PUT_KEEP_LOCK}), TRVS_DONE);
+  EXPECT_EQ(get({}), TRVS_DONE);
 }
 
 }  // namespace

@@ -31,7 +31,7 @@ class Toolkit : public testing::Test {
     reports.clear();
     TrvsRegisterPathResolver(nullptr);
     TrvsRegisterCallback(TRVS_CALLBACK_BAD_DIRECTIVE, anyCallback(take));
-    ASSERT_EQ(load("", TRVS_READ_FIRST), 0);
+    ASSERT_EQ(load("", TRVS_READ_FIRST), TRVS_DONE);
   }
   void TearDown() override {
     TrvsRegisterPathResolver(nullptr);
@@ -63,7 +63,7 @@ class Toolkit : public testing::Test {
                     [&](char* bytes, int32_t size) {
                       return TrvsQueryConfigurationItem(number, bytes, size);
                     }),
-              0);
+              TRVS_DONE);
     if (number != TRVS_ITEM_PROMOTION_GROUPS) return buffer.c_str();
     size_t end = 0;
     while (buffer.at(end) != '\0') end = buffer.find('\0', end) + 1;
@@ -73,7 +73,7 @@ class Toolkit : public testing::Test {
 
   static int kindOf(const char* group) {
     int16_t kind = 0;
-    EXPECT_EQ(TrvsVerifyPromoTreeNodeExist(group, &kind), 0);
+    EXPECT_EQ(TrvsVerifyPromoTreeNodeExist(group, &kind), TRVS_DONE);
     return kind;
   }
 

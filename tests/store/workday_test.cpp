@@ -138,7 +138,8 @@ TEST_F(Workday, AnArchiveIsAddedToAMemberThatIsThere) {
 
   // An archive that is there already is taken as it is; one that can't be made leaves no record.
   edit("new.c", "text\n");
-  EXPECT_EQ(TrvsCreateArchive(path("vault/new.c_v").c_str(), "new.c", nullptr, nullptr, 0, 0), 0);
+  EXPECT_EQ(TrvsCreateArchive(path("vault/new.c_v").c_str(), "new.c", nullptr, nullptr, 0, 0),
+            TRVS_DONE);
   {
     const support::SizeLimit full(10);
     EXPECT_EQ(member("new.c", control, TVCaching::kTransient).archiveAction4(create_),

@@ -101,7 +101,8 @@ TEST_F(ToolkitSession, LoadsOnceMoreWhatCouldNotBeRead) {
 // A real fault: giving the tree back read the configuration of no object, and the next open that of
 // the project again.
 TEST_F(ToolkitSession, ReadsNothingAgainForAnArchiveThatIsOpenedAgain) {
-  ASSERT_EQ(TrvsCreateArchive((directory / "a_v").c_str(), "a.c", nullptr, nullptr, 0, 0), 0);
+  ASSERT_EQ(TrvsCreateArchive((directory / "a_v").c_str(), "a.c", nullptr, nullptr, 0, 0),
+            TRVS_DONE);
   TVHandle member = make<TVArchiveMember52>(
       TVMemberNames{VPathString(directory.path()), "a_v", "w", "a.c"}, motor.object());
   for (const char* calls : {"8 motor.cfg\n", ""}) {
@@ -145,12 +146,12 @@ TEST_F(ToolkitSession, RunsSinksInTheClientsState) {
     }
   } asking;
   writeFile(path("client"), "VCSDIR = client\n");
-  ASSERT_EQ(TrvsQueryConfiguration(path("client").c_str(), 0, 0, TRVS_READ_FIRST), 0);
+  ASSERT_EQ(TrvsQueryConfiguration(path("client").c_str(), 0, 0, TRVS_READ_FIRST), TRVS_DONE);
   TVHandle context(&asking, motor.object());
   const std::string archive = directory / "a_v";
   {
     TVToolkitBracket scope(context);
-    EXPECT_EQ(TrvsCreateArchive(archive.c_str(), "a.c", nullptr, nullptr, 0, 0), 0);
+    EXPECT_EQ(TrvsCreateArchive(archive.c_str(), "a.c", nullptr, nullptr, 0, 0), TRVS_DONE);
     EXPECT_EQ(configurationText(TRVS_ITEM_ARCHIVE_DIRECTORIES).view(), "motor");
   }
   EXPECT_EQ(configurationText(TRVS_ITEM_ARCHIVE_DIRECTORIES).view(), "client");
