@@ -53,7 +53,8 @@
  * Failure    Null, 0 or -1, as told at each function; FoldapiLastMessage tells why, where there is
  *            a message. No function exits or throws. A function without a result shows success only
  *            by reading the value back: a change that could not be stored does not show. What it
- *            had made is removed, what it had destroyed is back under a new handle, and values are
+ *            had made is gone from the walk and from the files, but for directories and data files
+ *            without records; what it had destroyed is back under a new handle, and values are
  *            those on disk.
  *
  * Waits      Opening the root and every change take the data files that they need from other
