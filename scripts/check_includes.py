@@ -30,10 +30,10 @@ MAY_INCLUDE = {
 MAY_INCLUDE_TOO = {
     "base": ["os/clock.h", "os/file.h"],
     "runtime": ["kstrinin/kstrinin.h"],
-    "domain": ["btkf520/btkf520.h"],
+    "domain": ["btkf520/btkf520.h", "os/fingerprint.h"],
     "store": ["btkf520/btkf520.h", "kstrinin/kstrinin.h", "os/clock.h", "os/environment.h",
               "os/file.h", "os/program.h"],
-    "toolkit": ["btkf520/btkf520.h", "os/clock.h", "os/file.h"],
+    "toolkit": ["btkf520/btkf520.h", "os/clock.h", "os/file.h", "os/fingerprint.h"],
     "api": ["foldapi/foldapi.h"],
     **{"btkf520/" + part: ["btkf520/btkf520.h"]
        for part in ("archive", "configuration", "operations", "interface")},

@@ -1,10 +1,10 @@
 // domain/archivefolder.cpp: what makes a folder, and how folders sort.
 #include "domain/archivefolder.h"
 
-#include "base/fingerprint.h"
 #include "core/optionarray.h"
 #include "domain/archivemember.h"
 #include "domain/attribute.h"
+#include "os/fingerprint.h"
 
 namespace foldapi {
 
@@ -52,7 +52,7 @@ bool TVArchiveFolder::isEqual(const VObject* other) const {
 }
 
 uint64_t TVArchiveFolder::computeFingerprint() const {
-  return fingerprintText(folderName_.view(), isPrivate_ ? 3 : 2);
+  return os::fingerprintText(folderName_.view(), isPrivate_ ? 3 : 2);
 }
 
 std::string_view TVArchiveFolder::sortKey(int* index, TVSortType sortType,

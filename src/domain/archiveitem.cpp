@@ -1,9 +1,9 @@
 // domain/archiveitem.cpp: identity, order and inherited texts of items.
 #include "domain/archiveitem.h"
 
-#include "base/fingerprint.h"
 #include "core/childlist.h"
 #include "domain/archivefolder.h"
+#include "os/fingerprint.h"
 
 namespace foldapi {
 
@@ -26,7 +26,9 @@ bool TVArchiveItem::isEqual(const VObject* other) const {
          static_cast<const TVArchiveItem*>(other)->itemName_ == itemName_;
 }
 
-uint64_t TVArchiveItem::computeFingerprint() const { return fingerprintText(itemName_.view(), 6); }
+uint64_t TVArchiveItem::computeFingerprint() const {
+  return os::fingerprintText(itemName_.view(), 6);
+}
 
 std::string_view TVArchiveItem::sortKey(int* index, TVSortType sortType,
                                         std::string* scratch) const {

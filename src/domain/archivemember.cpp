@@ -1,12 +1,12 @@
 // domain/archivemember.cpp: the name forms of a member, and how members sort.
 #include "domain/archivemember.h"
 
-#include "base/fingerprint.h"
 #include "core/optionarray.h"
 #include "core/result.h"
 #include "domain/archivefolder.h"
 #include "domain/branch.h"
 #include "domain/projectroot.h"
+#include "os/fingerprint.h"
 #include "runtime/paths.h"
 
 namespace foldapi {
@@ -91,10 +91,10 @@ int32_t TVArchiveMember::computeHash() const {
 }
 
 uint64_t TVArchiveMember::computeFingerprint() const {
-  uint64_t state = fingerprintText(names_.workName.view(), 4);
-  state = fingerprintText(names_.workPath.view(), state);
-  state = fingerprintText(names_.archiveName.view(), state);
-  return fingerprintText(names_.archivePath.view(), state);
+  uint64_t state = os::fingerprintText(names_.workName.view(), 4);
+  state = os::fingerprintText(names_.workPath.view(), state);
+  state = os::fingerprintText(names_.archiveName.view(), state);
+  return os::fingerprintText(names_.archivePath.view(), state);
 }
 
 // Sorting -----------------------------------------------------------------------------------------

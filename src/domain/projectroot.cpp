@@ -1,8 +1,8 @@
 // domain/projectroot.cpp: the root in memory.
 #include "domain/projectroot.h"
 
-#include "base/fingerprint.h"
 #include "domain/projectfolder.h"
+#include "os/fingerprint.h"
 
 namespace foldapi {
 
@@ -20,7 +20,9 @@ bool TVProjectRoot::isEqual(const VObject* other) const {
          static_cast<const TVProjectRoot*>(other)->publicDir_ == publicDir_;
 }
 
-uint64_t TVProjectRoot::computeFingerprint() const { return fingerprintText(publicDir_.view(), 1); }
+uint64_t TVProjectRoot::computeFingerprint() const {
+  return os::fingerprintText(publicDir_.view(), 1);
+}
 
 void TVProjectRoot::setDirectories(VString publicDir, VString privateDir) {
   publicDir_ = std::move(publicDir);

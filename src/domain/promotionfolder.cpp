@@ -1,8 +1,8 @@
 // domain/promotionfolder.cpp: promotion groups in memory. They have no sort key of their own.
 #include "domain/promotionfolder.h"
 
-#include "base/fingerprint.h"
 #include "domain/projectfolder.h"
+#include "os/fingerprint.h"
 
 namespace foldapi {
 
@@ -19,7 +19,7 @@ bool TVPromotionFolder::isEqual(const VObject* other) const {
 }
 
 uint64_t TVPromotionFolder::computeFingerprint() const {
-  return fingerprintText(promotionName_.view(), 5);
+  return os::fingerprintText(promotionName_.view(), 5);
 }
 
 // Format 5.2 lists a group as a place for projects, and for groups none: a group can be read there,

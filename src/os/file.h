@@ -116,7 +116,6 @@ class File {
   [[nodiscard]] bool sync() const;
 
  private:
-  friend class MappedFile;
   friend class SiblingFile;
 
   FileResult take(int descriptor);

@@ -10,11 +10,11 @@
 #include <new>
 #include <string>
 
-#include "base/fingerprint.h"
 #include "base/varchiver.h"
 #include "dates/packedtime.h"
 #include "os/clock.h"
 #include "os/file.h"
+#include "os/fingerprint.h"
 #include "toolkit/messages.h"
 
 namespace foldapi {
@@ -58,7 +58,7 @@ const VClassRecord TVArchiveInfo52::theClass = {"TVArchiveInfo52", &VObject::the
                                                 []() -> VObject* { return new TVArchiveInfo52; }};
 const VClassRecord TVArchiveKey::theClass = {"TVArchiveKey", &VObject::theClass, 0, nullptr};
 
-uint64_t TVArchiveKey::fingerprint() const { return fingerprintText(path_, 0); }
+uint64_t TVArchiveKey::fingerprint() const { return os::fingerprintText(path_, 0); }
 
 bool TVArchiveInfo52::isEqual(const VObject* other) const {
   if (other->isA() == &TVArchiveKey::theClass) {

@@ -1,9 +1,12 @@
 // btkf520/reports_test.cpp: logs and differences.
 #include <algorithm>
+#include <functional>
 #include <random>
 
 #include "btkf520/archives.h"
 #include "btkf520/operations/linediff.h"
+#include "support/childprocess.h"
+#include "support/limits.h"
 #include "support/table.h"
 
 namespace btkf520_test {
@@ -194,6 +197,8 @@ TEST_F(Differences, CountOnlyWhatTheyAreToldTo) {
       {"a", "a\n", 1},
       {"a\tb\n", "a   b\n", 0, 0, 4},
       {"a\tb\n", "a   b\n", 1, 0, 8},
+      {"a  b\n", "a 2 b\n", 1, 0, 4},
+      {"\ta1 \n", "  \tb1 \n", 0, 0, 4, "5-6"},
       {"001 a 9\n", "002 a 8\n", 0, 0, 0, "1-3, 7"},
       {"001 a 9\n", "002 a 8\n", 1, 0, 0, "1-3"},
       {"a\0b"s, "a\0B"s, 1, noCase},
@@ -214,6 +219,25 @@ TEST_F(Differences, CountOnlyWhatTheyAreToldTo) {
     EXPECT_EQ(test(first, second, c.flags, c.tabWidth, c.columns), TRVS_DONE);
     EXPECT_EQ(result, c.want);
   }
+  // Real faults: a line of tabs took gigabytes, and who cut a file short killed whoever compared it
+  // or checked it in.
+  static std::string theFile;
+  const auto survives = [](const std::string& file, const std::function<int()>& work) {
+    return support::inProcess([&] {
+      theFile = file;
+      support::writeFile(file, std::string(4 << 20, '\t'));
+      support::limitMemory(100 << 20);
+      static int calls = 0;
+      TrvsRegisterCallback(TRVS_CALLBACK_CONTINUE, anyCallback(+[]() -> int32_t {
+                             return ++calls == 2 ? truncate(theFile.c_str(), 0) : 0;
+                           }));
+      return work();
+    });
+  };
+  write("second(2)", "a\n");
+  EXPECT_EQ(survives(first, [&] { return test(first, second, 0, 64); }), 0);
+  ASSERT_EQ(create(), 0);
+  EXPECT_EQ(survives(workfile(), [&] { return put({}); }), 0);
   for (const char* bad : {"1-", "0", "5-3", "x", ","})
     EXPECT_EQ(test(first, second, 0, 0, bad), TRVS_BAD_COLUMNS) << bad;
   EXPECT_EQ(test(first, second, 0x20), TRVS_MISUSE);

@@ -2,10 +2,10 @@
 //
 //     std::unique_ptr<Archive> archive;
 //     if (TrvsStatus status = Archive::openToUpdate(path, &archive)) return status;
-//     const os::MappedFile workfile = ...;
+//     const Bytes workfile = ...;
 //     ArchiveModel model = archive->model();
 //     Revision revision = ...;
-//     revision.content = archive->put(workfile.bytes());
+//     revision.content = archive->put(workfile.view());
 //     model.trunk().revisions.push_back(revision);
 //     return archive->commit(model);
 //

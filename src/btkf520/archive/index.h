@@ -40,7 +40,8 @@ struct Index {
 // repeats itself packs well, such as a change description that many revisions share.
 constexpr size_t kLargestIndex = size_t{1} << 26;
 constexpr size_t largestIndex(size_t storedSize) {
-  return std::min(kLargestIndex, (size_t{1} << 20) + 4096 * std::min(storedSize, kLargestIndex));
+  return std::min(kLargestIndex,
+                  (size_t{1} << 20) + 4096 * std::min(storedSize, kLargestIndex / 4096));
 }
 
 // `index` has a sound model and a frame for each of its contents.

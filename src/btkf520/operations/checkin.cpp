@@ -19,7 +19,6 @@
 #include "btkf520/operations/times.h"
 #include "btkf520/operations/workfile.h"
 #include "os/directory.h"
-#include "os/mappedfile.h"
 
 namespace btkf {
 namespace {
@@ -71,7 +70,7 @@ class CheckIn {
   Task task_;
   std::string workfilePath_;
   os::FileStatus workfile_;
-  os::MappedFile bytes_;
+  Bytes bytes_;
   Content content_;               // The same, put into the archive.
   std::optional<Number> parent_;  // Nothing for the archive's first revision.
   Number number_;                 // Of the new revision.
@@ -100,9 +99,8 @@ TrvsStatus CheckIn::readWorkfile() {
   const auto state = statusAt(workfilePath_);
   if (!state) return TRVS_NO_WORKFILE;
   workfile_ = *state;
-  if (const TrvsStatus status = readFailure(bytes_.open(workfilePath_.c_str()), TRVS_NO_WORKFILE))
-    return status;
-  content_ = task_.archive().put(bytes_.bytes());
+  if (const TrvsStatus status = readBytes(workfilePath_, &bytes_)) return status;
+  content_ = task_.archive().put(bytes_.view());
   return TRVS_DONE;
 }
 
@@ -204,8 +202,7 @@ TrvsStatus CheckIn::checkUnchanged() {
   Bytes old;
   if (const TrvsStatus status = task_.archive().read(parent.content, &old)) return status;
   const auto asWorkfile = expanded(task_.model, parent, task_.archiveText(), old.view());
-  const bool isEqual =
-      old.view() == bytes_.bytes() || (asWorkfile && *asWorkfile == bytes_.bytes());
+  const bool isEqual = old.view() == bytes_.view() || (asWorkfile && *asWorkfile == bytes_.view());
   if (!isEqual) return TRVS_DONE;
   if (!asks(TRVS_PUT_ASK_UNCHANGED)) return TRVS_UNCHANGED;
   return client().accepts(task_.workfileText(), TRVS_UNCHANGED) ? TRVS_DONE : TRVS_UNCHANGED;

@@ -13,7 +13,6 @@
 #include "btkf520/operations/task.h"
 #include "btkf520/operations/times.h"
 #include "btkf520/operations/workfile.h"
-#include "os/mappedfile.h"
 
 namespace btkf {
 namespace {
@@ -186,10 +185,10 @@ TrvsStatus CheckOut::checkOverwrite() {
   if (!old) return TRVS_DONE;
   if (asks(TRVS_GET_KEEP)) return TRVS_WOULD_OVERWRITE;
   const std::string_view whole = expanded_ ? *expanded_ : stored_.view();
-  os::MappedFile file;
+  Bytes file;
   const bool isReadable = isWhole_ && old->isRegular && old->size == whole.size() &&
-                          file.open(workfilePath_.c_str()) == os::FileResult::kDone;
-  if (isReadable && file.bytes() == whole) return TRVS_DONE;
+                          readBytes(workfilePath_, &file) == TRVS_DONE;
+  if (isReadable && file.view() == whole) return TRVS_DONE;
   return client().overwrites(task_.workfileText(), task_.archiveText()) ? TRVS_DONE
                                                                         : TRVS_WOULD_OVERWRITE;
 }

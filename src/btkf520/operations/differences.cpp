@@ -18,7 +18,6 @@
 #include "btkf520/operations/surroundings.h"
 #include "btkf520/operations/task.h"
 #include "btkf520/operations/workfile.h"
-#include "os/mappedfile.h"
 
 namespace btkf {
 namespace {
@@ -33,9 +32,7 @@ class Side {
   // The workfile of a target.
   TrvsStatus openWorkfile(const char* target);
 
-  std::string_view bytes() const {
-    return expanded_ ? *expanded_ : isFile_ ? file_.bytes() : stored_.view();
-  }
+  std::string_view bytes() const { return expanded_ ? *expanded_ : bytes_.view(); }
   const std::string& title() const { return title_; }
   const std::string& path() const { return path_; }  // Of the file or archive, in the system.
   bool isArchive() const { return !isFile_; }
@@ -45,8 +42,7 @@ class Side {
 
   bool isFile_ = false;
   std::string path_;
-  os::MappedFile file_;
-  Bytes stored_;
+  Bytes bytes_;  // Of the file, or the revision as it is stored.
   std::optional<std::string> expanded_;
   std::string title_;
 };
@@ -59,13 +55,13 @@ TrvsStatus Side::open(const char* name, const char* revision, bool asStored) {
   if (mayBeFile && textOf(revision).empty()) {
     const auto path = systemPath(name);  // Its name may look like "a(b)".
     const bool isOpen = path && openFile(*path, name) == TRVS_DONE;
-    return isOpen && !file_.bytes().starts_with(kArchiveHeader) ? TRVS_DONE : status;
+    return isOpen && !bytes_.view().starts_with(kArchiveHeader) ? TRVS_DONE : status;
   }
   if (status != TRVS_DONE) return status;
   const Revision* found = nullptr;
   if (const TrvsStatus missing = findRevision(task.model, revision, &found)) return missing;
-  if (const TrvsStatus damaged = task.archive().read(found->content, &stored_)) return damaged;
-  if (!asStored) expanded_ = expanded(task.model, *found, task.archiveText(), stored_.view());
+  if (const TrvsStatus damaged = task.archive().read(found->content, &bytes_)) return damaged;
+  if (!asStored) expanded_ = expanded(task.model, *found, task.archiveText(), bytes_.view());
   path_ = task.archivePath();
   title_ = plainText(task.archiveText()) + "\t" + found->number.text();
   return TRVS_DONE;
@@ -83,7 +79,7 @@ TrvsStatus Side::openFile(const std::string& path, const std::string& title) {
   isFile_ = true;
   path_ = path;
   title_ = plainText(title);
-  return readFailure(file_.open(path.c_str()), TRVS_NO_WORKFILE);
+  return readBytes(path, &bytes_);
 }
 
 class Comparison {

@@ -13,6 +13,7 @@
 #include <unordered_map>
 
 #include "btkf520/configuration/text.h"
+#include "os/fingerprint.h"
 #include "os/library.h"
 
 namespace btkf {
@@ -39,41 +40,31 @@ std::string_view takeLineEnd(std::string_view* line) {
   return end;
 }
 
-// The line as it looks with tab stops every `width` columns.
-std::string withoutTabs(std::string_view line, size_t width) {
-  std::string result;
-  for (const char c : line) {
-    if (c == '\t') {
-      result.append(width - result.size() % width, ' ');
-    } else {
-      result += c;
+// Tells how much of a line's columns is to be seen, from the first column on.
+class VisibleColumns {
+ public:
+  explicit VisibleColumns(const std::vector<Columns>& hidden) : hidden_(hidden) {}
+
+  // Of the next `width` columns.
+  size_t next(size_t width) {
+    const size_t end = at_ + width;
+    size_t seen = 0;
+    while (at_ < end) {
+      while (place_ < hidden_.size() && hidden_[place_].second <= at_) ++place_;
+      const bool isLast = place_ == hidden_.size();
+      const size_t open = isLast ? end : std::clamp(hidden_[place_].first - 1, at_, end);
+      seen += open - at_;
+      at_ = open < end ? std::min(end, hidden_[place_].second) : end;
     }
+    return seen;
   }
-  return result;
-}
+  size_t column() const { return at_; }
 
-std::string withoutColumns(std::string_view line, const std::vector<Columns>& hidden) {
-  std::string result;
-  size_t next = 0;  // The columns before it are in `result`, or hidden.
-  for (const auto& [first, last] : hidden) {
-    if (first > line.size()) break;
-    if (next < first - 1) result += line.substr(next, first - 1 - next);
-    next = std::max(next, last);
-  }
-  return result += line.substr(std::min(next, line.size()));
-}
-
-// Each run of blanks and tabs as one blank, and none at the end.
-std::string withSingleBlanks(std::string_view line) {
-  std::string result;
-  result.reserve(line.size());
-  for (const char c : line) {
-    const bool isBlank = c == ' ' || c == '\t';
-    if (!isBlank || !result.ends_with(' ')) result += isBlank ? ' ' : c;
-  }
-  if (result.ends_with(' ')) result.pop_back();
-  return result;
-}
+ private:
+  const std::vector<Columns>& hidden_;
+  size_t place_ = 0;
+  size_t at_ = 0;
+};
 
 // Each line as its number, and a line end: what libgit2 compares.
 class Numbering {
@@ -92,7 +83,8 @@ class Numbering {
 
  private:
   const LineRules& rules_;
-  std::unordered_map<std::string, size_t> numbers_;
+  // By fingerprints of this process: whoever writes the lines can't choose those that meet.
+  std::unordered_map<std::string, size_t, os::TextHash> numbers_;
 };
 
 // What is used of libgit2, from the first comparison on.
@@ -139,16 +131,41 @@ std::optional<std::vector<Columns>> LineRules::columns(std::string_view text) {
   return result;
 }
 
+// A run of blanks is told by its length: a line of tabs may look like one of gigabytes. No line
+// holds a line feed, so one marks what is no text of the line: a run, or whether and how the line
+// ends. The CR of an end is white space.
 std::string LineRules::whatCounts(std::string_view line) const {
   const std::string_view end = takeLineEnd(&line);
-  std::string result = tabWidth == 0 ? std::string(line) : withoutTabs(line, tabWidth);
-  if (!hiddenColumns.empty()) result = withoutColumns(result, hiddenColumns);
-  if (ignoreSpace) result = withSingleBlanks(result);
-  if (ignoreCase) result = upperCase(result);
-  // No line holds a line feed, so whether and how it ends is told apart from what it says. The CR
-  // of an end is white space.
+  std::string result;
+  if (tabWidth == 0 && hiddenColumns.empty() && !ignoreSpace && !ignoreCase) {
+    result = line;
+  } else {
+    appendText(line, &result);
+  }
   if (!ignoreLineEnds) result.append("\n").append(ignoreSpace && !end.empty() ? "\n" : end);
   return result;
+}
+
+void LineRules::appendText(std::string_view line, std::string* result) const {
+  VisibleColumns columns(hiddenColumns);
+  size_t blanks = 0;  // Not in *result yet.
+  const auto appendBlanks = [&] {
+    if (blanks == 1 || (blanks > 1 && ignoreSpace)) result->append(" ");
+    if (blanks > 1 && !ignoreSpace)
+      result->append("\n").append(std::to_string(blanks)).append("\n");
+    blanks = 0;
+  };
+  for (const char c : line) {
+    const bool isWideTab = c == '\t' && tabWidth != 0;
+    const size_t seen = columns.next(isWideTab ? tabWidth - columns.column() % tabWidth : 1);
+    if (c == ' ' || isWideTab || (c == '\t' && ignoreSpace)) {
+      blanks += seen;
+    } else if (seen != 0) {
+      appendBlanks();
+      *result += ignoreCase ? upperCase(c) : c;
+    }
+  }
+  if (!ignoreSpace) appendBlanks();
 }
 
 std::vector<std::string_view> linesOf(std::string_view text) {

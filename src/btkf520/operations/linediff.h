@@ -23,8 +23,11 @@ struct LineRules {
   // "1-6,73-80". Nothing for anything else.
   static std::optional<std::vector<Columns>> columns(std::string_view text);
 
-  // What counts of a line. `line` has its line end.
+  // Two lines are equal if this is. `line` has its line end.
   std::string whatCounts(std::string_view line) const;
+
+ private:
+  void appendText(std::string_view line, std::string* result) const;
 };
 
 // The lines of a text, each with its line end; the last one may have none.

@@ -30,22 +30,20 @@ constexpr size_t kTitleWidth = 14;
 
 using Names = std::vector<std::string>;
 
+// In order, to be searched: both a client and an archive may tell any number of names.
 Names listOf(const char* text) {
   Names names;
   for (std::string_view piece : pieces(textOf(text), ",")) {
     if (!trimmed(piece).empty()) names.emplace_back(trimmed(piece));
   }
+  std::sort(names.begin(), names.end());
   return names;
-}
-
-bool contains(const Names& names, std::string_view name) {
-  return std::find(names.begin(), names.end(), name) != names.end();
 }
 
 // Whether a list that asks for nothing in particular, or for one of `names`, is satisfied.
 bool agrees(const Names& wanted, const Names& names) {
   return wanted.empty() || std::any_of(names.begin(), names.end(), [&](const std::string& name) {
-           return contains(wanted, name);
+           return std::binary_search(wanted.begin(), wanted.end(), name);
          });
 }
 

@@ -82,6 +82,16 @@ TrvsStatus NewWorkfile::finish() {
   return writeFailure(file_.finish(naming, SiblingFile::Safety::kSoon, nullptr));
 }
 
+TrvsStatus readBytes(const std::string& path, Bytes* bytes) {
+  os::File file;
+  const FileResult result = file.open(path.c_str(), os::File::Access::kRead);
+  if (const TrvsStatus status = readFailure(result, TRVS_NO_WORKFILE)) return status;
+  Bytes whole(file.size());
+  if (!file.readAt(0, whole.data(), whole.size())) return TRVS_CANNOT_OPEN;
+  *bytes = std::move(whole);
+  return TRVS_DONE;
+}
+
 TrvsStatus readFailure(FileResult result, TrvsStatus missing) {
   switch (result) {
     case FileResult::kDone:

@@ -5,6 +5,7 @@
 #include <string>
 #include <string_view>
 
+#include "btkf520/archive/bytes.h"
 #include "btkf520/archive/model.h"
 #include "btkf520/btkf520.h"
 #include "os/file.h"
@@ -47,6 +48,11 @@ class NewWorkfile {
   bool isGuarded_ = false;
   std::optional<os::FileStatus> seen_;
 };
+
+// Reads a whole file. It is copied, not mapped: another may write to it, or cut it short, as long
+// as an operation takes. TRVS_NO_WORKFILE if there is none, TRVS_CANNOT_OPEN if it became shorter
+// while it was read. *bytes changes only with TRVS_DONE. May throw std::bad_alloc.
+[[nodiscard]] TrvsStatus readBytes(const std::string& path, Bytes* bytes);
 
 // TrvsStatus for a file that could not be read.
 [[nodiscard]] TrvsStatus readFailure(os::FileResult result, TrvsStatus missing);
