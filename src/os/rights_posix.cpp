@@ -24,8 +24,12 @@ constexpr std::string_view kUsersAttribute = "user.";
 template <typename Call>
 bool fill(std::string* bytes, Call call) {
   static_assert(XATTR_SIZE_MAX == XATTR_LIST_MAX);
-  bytes->resize(XATTR_SIZE_MAX);
-  const ssize_t size = uninterrupted([&] { return call(bytes->data(), bytes->size()); });
+  bytes->clear();
+  ssize_t size = uninterrupted([&] { return call(nullptr, 0); });  // Most files have none.
+  if (size > 0) {
+    bytes->resize(XATTR_SIZE_MAX);
+    size = uninterrupted([&] { return call(bytes->data(), bytes->size()); });
+  }
   const bool isKnown = size >= 0 || errno == ENODATA || errno == EOPNOTSUPP || errno == ENOSYS;
   bytes->resize(size > 0 ? static_cast<size_t>(size) : 0);
   return isKnown;
