@@ -2,7 +2,7 @@
 //
 // The table tells of every value that enters, leaves or is found; the queue, whose links lie in the
 // values, follows. Walks follow the queue too, and step off a value before it leaves. Its test:
-// queuedhash_test.cpp.
+// hash_test.cpp.
 #include "core/queuedhash.h"
 
 #include <algorithm>

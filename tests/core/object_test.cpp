@@ -35,7 +35,7 @@ class Node : public TVObject {
   bool isEqual(const VObject* other) const override {
     return TVObject::isEqual(other) && static_cast<const Node*>(other)->name_ == name_;
   }
-  int32_t computeHash() const override { return VString::hashText(name_); }
+  int32_t computeHash() const override { return 0; }  // All in one chain.
   uint64_t computeFingerprint() const override { return std::hash<std::string>()(name_); }
   VString name(const TVOptionArray&) const override { return VString(name_); }
   std::string_view sortKey(int* index, TVSortType, std::string*) const override {
@@ -196,6 +196,47 @@ TEST_F(Objects, HandlesDestroyUnderTheLockOfTheParent) {
   EXPECT_EQ(names(root), "");
   root.destroy(theNoLock());
   EXPECT_TRUE(root.isNull());
+}
+
+// The order of the records on disk comes of it. A real fault: children were released from the last
+// to the first, so the table counted other lookups, and grew at other times.
+TEST_F(Objects, AskTheTableOfChildrenAlwaysTheSame) {
+  Node& node = of(root);
+  // Hits, misses and entries passed since the table grew, and its buckets.
+  const auto counts = [&table = node.children()] {
+    const auto& [hits, misses, probes] = table.statistics();
+    return testing::PrintToString(std::vector{hits, misses, probes, table.capacity()});
+  };
+  node.stored = {"a", "b", "c", "d", "e", "f", "g", "h", "i"};
+  root.open();
+  EXPECT_EQ(counts(), "{ 0, 18, 72, 17 }") << "each is looked for, and added";
+  TVObject::mergeIntoCache(std::make_unique<Node>("i", &node));
+  EXPECT_EQ(counts(), "{ 1, 19, 89, 17 }") << "a new one that is known leaves again";
+  root.close();
+  EXPECT_EQ(counts(), "{ 10, 19, 89, 17 }") << "the first leaves, nine times, and nothing grows";
+  root.open();
+  EXPECT_EQ(counts(), "{ 0, 13, 62, 41 }")
+      << "the sixth makes it grow: those before are added from the last on";
+  node.told();
+  node.stale = true;
+  node.stored = {"b", "c", "d", "x", "y"};
+  ASSERT_TRUE(node.beginEdit(root));
+  EXPECT_EQ(counts(), "{ 9, 20, 148, 41 }");
+  node.stale = false;
+  node.setDirty(true);
+  EXPECT_TRUE(node.endEdit(root));
+  EXPECT_EQ(node.told(), "lock read head d c b x y keep");
+  child(root, "c").destroy(theNoLock());
+  EXPECT_EQ(node.told(), "lock head d b x y keep");
+  EXPECT_EQ(counts(), "{ 10, 20, 149, 41 }");
+  node.stale = true;  // What nobody has read yet is read first.
+  node.stored = {"b", "x", "z"};
+  child(root, "b").destroy(theNoLock());
+  EXPECT_EQ(node.told(), "lock read head x z keep");
+  EXPECT_EQ(counts(), "{ 15, 24, 170, 41 }");
+  node.stale = false;
+  root.destroyChildren(theNoLock());
+  EXPECT_EQ(counts(), "{ 17, 24, 170, 41 }");
 }
 
 TEST_F(Objects, WhatEndsWhileItIsDeletedStillGivesItsStorageUp) {
