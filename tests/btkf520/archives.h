@@ -13,8 +13,18 @@
 #include <vector>
 
 #include "btkf520/toolkit.h"
+#include "support/table.h"
 
 namespace btkf520_test {
+
+// The flags whose names stand in `names`, with blanks between.
+inline uint32_t allOf(const std::string& names, const std::map<std::string, uint32_t>& flags) {
+  uint32_t all = 0;
+  for (const std::string& name : support::pieces(names, " ")) {
+    if (!name.empty()) all |= flags.at(name);
+  }
+  return all;
+}
 
 inline std::string statusText(int32_t status) { return "status " + std::to_string(status); }
 
@@ -177,7 +187,6 @@ class Archives : public Toolkit {
     return result;
   }
 
-  bool isWorkfileThere() const { return access(workfile().c_str(), F_OK) == 0; }
   bool isWorkfileWritable() const {
     struct stat status {};
     return stat(workfile().c_str(), &status) == 0 && (status.st_mode & S_IWUSR) != 0;

@@ -21,8 +21,9 @@ class Team : public Archives {
     unlink(archive().c_str());
     acknowledged_.clear();
     ASSERT_EQ(create(), TRVS_DONE);
-    const uint32_t check = TRVS_ATTRIBUTE_CHECK_LOCKS;
-    setAttributes(locks == Locks::kChecked ? check : 0, locks == Locks::kChecked ? 0 : check);
+    if (locks == Locks::kNotChecked) {
+      setAttributes(0, TRVS_ATTRIBUTE_CHECK_LOCKS);
+    }
     ASSERT_EQ(put("first", {.change = "first"}), TRVS_DONE);
   }
 

@@ -82,8 +82,7 @@ TEST_F(CheckIn, NeedsALockOfOnesOwn) {
 }
 
 TEST_F(CheckIn, DecidesAboutTheWorkfileByFlags) {
-  const std::map<std::string, uint32_t> flags = {{"", 0},
-                                                 {"keep", TRVS_PUT_KEEP_LOCK},
+  const std::map<std::string, uint32_t> flags = {{"keep", TRVS_PUT_KEEP_LOCK},
                                                  {"read-only", TRVS_PUT_READ_ONLY},
                                                  {"both", TRVS_PUT_READ_ONLY | TRVS_PUT_KEEP_LOCK},
                                                  {"unknown", 0x100},
@@ -112,14 +111,12 @@ TEST_F(CheckIn, DecidesAboutTheWorkfileByFlags) {
     if (bytes == "past") utime(workfile().c_str(), &past);
     asked.clear();
     answers[TRVS_CALLBACK_CHECK_IN] = answered == "yes" ? TRVS_GO_ON : TRVS_REFUSE;
-    uint32_t all = 0;
-    for (const std::string& name : support::pieces(names, " ")) all |= flags.at(name);
-    const int32_t status = put({.flags = all});
+    const int32_t status = put({.flags = allOf(names, flags)});
     const char* left = isWorkfileWritable() ? "writable" : "read-only";
     const std::string done = status == TRVS_DONE ? "done:CHECKIN:1.1 " : "";
     ASSERT_TRUE(asked.ends_with(done)) << asked;
     EXPECT_EQ(asked.substr(0, asked.size() - done.size()) + std::to_string(status) + " " +
-                  (isWorkfileThere() ? left : "gone"),
+                  (access(workfile().c_str(), F_OK) == 0 ? left : "gone"),
               want);
   }
 }
@@ -172,37 +169,29 @@ TEST_F(CheckIn, FindsTheArchiveAmongParentheses) {
 }
 
 TEST_F(CheckOut, OverwritesOnlyWhereItMay) {
-  struct Case {
-    const char* bytes;  // Of the workfile; null for none.
-    uint32_t flags;
-    int32_t answer;
-    int32_t status;
-    bool isAsked = false;
-  };
-  const uint32_t keep = TRVS_GET_KEEP;
-  const Case cases[] = {
-      {nullptr, 0, TRVS_REFUSE, TRVS_DONE},
-      {"right", 0, TRVS_REFUSE, TRVS_DONE},
-      {"wrong", 0, TRVS_GO_ON, TRVS_DONE, true},
-      {"wrong", 0, TRVS_REFUSE, TRVS_WOULD_OVERWRITE, true},
-      {"wrong", TRVS_GET_OVERWRITE, TRVS_REFUSE, TRVS_DONE},
-      {"wrong", keep, TRVS_GO_ON, TRVS_WOULD_OVERWRITE},
-      {"wrong", keep | TRVS_GET_OVERWRITE, TRVS_GO_ON, TRVS_MISUSE},
-      {"wrong", keep | TRVS_GET_LOCK, TRVS_GO_ON, TRVS_WOULD_OVERWRITE},
-  };
+  const std::map<std::string, uint32_t> flags = {
+      {"keep", TRVS_GET_KEEP}, {"overwrite", TRVS_GET_OVERWRITE}, {"lock", TRVS_GET_LOCK}};
+  // The workfile, if there is one; the flags, and "yes" as the client's answer; the status (10:
+  // misuse, 24: would overwrite), after "overwrite" if the client was asked.
+  const auto cases = support::table<4>(R"(
+      -> -> no -> 0                    | right -> -> no -> 0
+      wrong -> -> yes -> overwrite 0   | wrong -> -> no -> overwrite 24
+      wrong -> overwrite -> no -> 0    | wrong -> keep -> yes -> 24
+      wrong -> keep lock -> yes -> 24  | wrong -> keep overwrite -> yes -> 10)");
   answerQuestions();
   ASSERT_EQ(create(), TRVS_DONE);
   ASSERT_EQ(put("right", {}), TRVS_DONE);
-  for (const Case& c : cases) {
-    SCOPED_TRACE(&c - cases);
+  for (const auto& [bytes, names, answered, want] : cases) {
+    SCOPED_TRACE(bytes + ", " + names + ", " + answered);
     unlink(workfile().c_str());
-    if (c.bytes != nullptr) write("m.c", c.bytes);
+    if (!bytes.empty()) write("m.c", bytes);
     asked.clear();
-    answers[TRVS_CALLBACK_OVERWRITE] = c.answer;
-    EXPECT_EQ(get({.flags = c.flags}), c.status);
-    EXPECT_EQ(asked, (c.isAsked ? "overwrite "s : "") +
-                         (c.status == TRVS_DONE ? "done:CHECKOUT:1.0 " : ""));
-    EXPECT_EQ(support::readFile(workfile()), c.status == TRVS_DONE ? "right" : "wrong");
+    answers[TRVS_CALLBACK_OVERWRITE] = answered == "yes" ? TRVS_GO_ON : TRVS_REFUSE;
+    const int32_t status = get({.flags = allOf(names, flags)});
+    const std::string done = status == TRVS_DONE ? "done:CHECKOUT:1.0 " : "";
+    ASSERT_TRUE(asked.ends_with(done)) << asked;
+    EXPECT_EQ(asked.substr(0, asked.size() - done.size()) + std::to_string(status), want);
+    EXPECT_EQ(support::readFile(workfile()), status == TRVS_DONE ? "right" : "wrong");
     EXPECT_EQ(tree(), "1.0^");
   }
   TrvsRegisterCallback(TRVS_CALLBACK_OVERWRITE, nullptr);
@@ -292,28 +281,31 @@ TEST_F(CheckOut, TellsThatTheDiskIsFull) {
   EXPECT_EQ(tree(), "1.0^");
 }
 
-TEST_F(CheckOut, LeavesAllAsItWasWhenMemoryIsShort) {
+// The address space counts, so what is read of the workfile takes one of the shares.
+TEST_F(CheckOut, TakesWideContentsInBoundedMemoryOrLeavesAllAsItWas) {
   constexpr off_t kWide = 96 << 20;
   ASSERT_EQ(create(), TRVS_DONE);
-  write("m.c", "wide");
-  ASSERT_EQ(truncate(workfile().c_str(), kWide), 0);
-  ASSERT_EQ(put({.flags = TRVS_PUT_KEEP_LOCK}), TRVS_DONE);
-  write("m.c", "wide, too");
-  ASSERT_EQ(truncate(workfile().c_str(), kWide), 0);
-  const std::string file = support::readFile(archive());
+  std::string file;
   const int failed = support::inProcess([&] {
-    // The workfile is mapped, but can't be packed.
-    const bool isShort = support::limitMemory(kWide + kWide / 2);
-    if (isShort && put({}) != TRVS_NO_MEMORY) return 1;
+    support::limitMemory(4 * kWide);
+    for (const char* text : {"wide", "wide, too", "wide as well"}) {
+      write("m.c", text);
+      if (truncate(workfile().c_str(), kWide) != 0) return 1;
+      const bool isLast = text == std::string_view("wide as well");
+      if (isLast) file = support::readFile(archive());
+      // The last one is read, but can't be packed.
+      if (isLast && !support::limitMemory(kWide + kWide / 2)) break;
+      if (put({.flags = TRVS_PUT_KEEP_LOCK}) != (isLast ? TRVS_NO_MEMORY : TRVS_DONE)) return 2;
+    }
     // There is a file to compare it with.
-    if (support::limitMemory(kWide / 2) && get({.flags = 0}) != TRVS_NO_MEMORY) return 2;
+    if (support::limitMemory(kWide / 2) && get({.flags = 0}) != TRVS_NO_MEMORY) return 3;
+    if (support::readFile(archive()) != file || file.size() >= 1 << 20) return 4;
     // A file of another size needs no comparison.
-    if (truncate(workfile().c_str(), 9) != 0 || get({.flags = 0}) != TRVS_WOULD_OVERWRITE) return 3;
-    return get({}) != 0 ? 4 : 0;  // Piece by piece.
+    if (truncate(workfile().c_str(), 9) != 0 || get({.flags = 0}) != TRVS_WOULD_OVERWRITE) return 5;
+    return get({}) != 0 ? 6 : 0;  // Piece by piece.
   });
   EXPECT_EQ(failed, 0);
-  EXPECT_TRUE(support::readFile(archive()) == file);
-  EXPECT_TRUE(support::readFile(workfile()) == "wide" + std::string(kWide - 4, '\0'));
+  EXPECT_TRUE(support::readFile(workfile()) == "wide, too" + std::string(kWide - 9, '\0'));
 }
 
 TEST_F(CheckIn, SurvivesACallbackThatThrows) {

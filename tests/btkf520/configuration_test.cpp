@@ -156,18 +156,15 @@ TEST_F(ConfigurationFile, DateWordsAndFormatAreWhatParsersTake) {
   const std::string words =
       "January February March April May June July August September October November December AM PM";
   const std::string format = "mm/dd/yy hh:mm:ss";
-  const std::string bad[] = {"WORDS = a b c d e f g h i j k l m",
-                             "WORDS = a b c d e f g h i j k l m n o",
-                             "WORDS = a b c d e f g h i j k l m A",
-                             "WORDS = a b c d e f g h i j k l m 1n",
-                             "WORDS = a b c d e f g h i j k l m n:",
-                             "WORDS = a b c d e f g h i j k l m " + std::string(31, 'n'),
-                             "FORMAT = dd/dd/yy hh:mm:ss",
-                             "FORMAT = dd/mm/yy",
-                             "FORMAT = dd/mm/yy ss:mm:hh",
-                             "FORMAT = d1/mm/yy hh:mm:ss",
-                             "FORMAT = dd/mm/yy hh:mm:ss pp"};
-  for (const std::string& line : bad) {
+  // Too few, too many, one that begins as another one, one that begins or ends wrongly or is long.
+  const auto bad = support::table<1>(
+      "WORDS = a b c d e f g h i j k l m     | WORDS = a b c d e f g h i j k l m n o |"
+      "WORDS = a b c d e f g h i j k l m A   | WORDS = a b c d e f g h i j k l m 1n  |"
+      "WORDS = a b c d e f g h i j k l m n:  | FORMAT = dd/dd/yy hh:mm:ss |"
+      "FORMAT = dd/mm/yy | FORMAT = dd/mm/yy ss:mm:hh | FORMAT = d1/mm/yy hh:mm:ss |"
+      "FORMAT = dd/mm/yy hh:mm:ss pp | WORDS = a b c d e f g h i j k l m " +
+      std::string(31, 'n'));
+  for (const auto& [line] : bad) {
     load("DATE" + line);
     EXPECT_EQ(told(), "line@1") << line;
     EXPECT_EQ(item(TRVS_ITEM_DATE_WORDS), words);

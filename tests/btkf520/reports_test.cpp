@@ -18,17 +18,6 @@ class Logs : public Archives {};
 class Differences : public Archives {};
 
 TEST_F(Logs, HaveAFormForEachQuestion) {
-  struct Filters {
-    const char *authors = nullptr, *lockers = nullptr, *labels = nullptr, *groups = nullptr;
-    const char *words = nullptr, *dates = nullptr;
-  };
-  struct Case {
-    const char* why;
-    uint32_t flags;
-    std::string want;  // The lines, "|" between them; dates as "@minute".
-    const char* revisions = nullptr;
-    Filters only = {};
-  };
   makeBranches();
   become("bob");
   configure("PROMOTE dev = test\n");
@@ -37,48 +26,48 @@ TEST_F(Logs, HaveAFormForEachQuestion) {
   ASSERT_EQ(lock(), TRVS_DONE);
   ASSERT_EQ(label("REL", "1.0"), TRVS_DONE);
   ASSERT_EQ(label("TIP", "1", TRVS_LABEL_FLOATS), TRVS_DONE);
-  const uint32_t bare = TRVS_LOG_NO_HEADING;
-  const uint32_t brief = bare | TRVS_LOG_BRIEF;
   const std::string tip = "1.3  @9  bob  Mend\\x1b[A";
-  const Case cases[] = {
-      {"brief", brief,
-       tip + "|1.2  @3  ann|1.1.2.0  @5  ann|1.1.1.0  @4  ann|1.1  @2  ann|1.0  @1  ann"},
-      {"oldest first", brief | TRVS_LOG_OLDEST_FIRST, "1.1  @2  ann|1.1.1.0  @4  ann",
-       "1.1*1.1.1.0"},
-      {"by date", bare | TRVS_LOG_BY_DATE,
-       "1.1.2.0  @5  ann|1.1.1.0  @4  ann|1.2  @3  ann|1.1  @2  ann|1.0  @1  ann", "*1.2"},
-      {"by author", bare | TRVS_LOG_BY_AUTHOR, "ann:|    1.2  @3  ann|bob:|    " + tip, "1.2*"},
-      {"labels", bare | TRVS_LOG_LABELS, "REL  1.0  @1  ann|TIP (floats with 1)  " + tip},
-      {"locked", bare | TRVS_LOG_LOCKED, "bob  " + tip},
-      {"groups", bare | TRVS_LOG_GROUPS, "dev  " + tip},
-      {"one branch", brief, "1.1.2.0  @5  ann", "1.1.2"},
-      {"authors", brief, tip, nullptr, {.authors = "eve, bob"}},
-      {"lockers", brief, tip, nullptr, {.lockers = "bob"}},
-      {"no such locker", brief, "", nullptr, {.lockers = "ann"}},
-      {"labels wanted", brief, "1.0  @1  ann", nullptr, {.labels = "X,REL"}},
-      {"groups wanted", brief, tip, nullptr, {.groups = "dev"}},
-      {"words", brief, tip, nullptr, {.words = "MORE"}},
-      {"all must agree", brief, "", nullptr, {.authors = "ann", .lockers = "bob"}},
-      {"dates",
-       brief,
-       "1.2  @3  ann|1.1.1.0  @4  ann",
-       nullptr,
-       {.dates = "2/3/01 00:03*2/3/01 00:04"}},
-      {"a label as the end", brief, "1.0  @1  ann", "*REL"},
-  };
+  const std::map<std::string, uint32_t> flags = {
+      {"bare", TRVS_LOG_NO_HEADING},     {"brief", TRVS_LOG_NO_HEADING | TRVS_LOG_BRIEF},
+      {"oldest", TRVS_LOG_OLDEST_FIRST}, {"by-date", TRVS_LOG_BY_DATE},
+      {"by-author", TRVS_LOG_BY_AUTHOR}, {"labels", TRVS_LOG_LABELS},
+      {"locked", TRVS_LOG_LOCKED},       {"groups", TRVS_LOG_GROUPS}};
+  // The form; revisions, "=" after the name of any other filter; the lines, ";" between them, with
+  // dates as "@minute" and "%" for the tip.
+  const auto cases = support::table<3>(R"(
+      brief -> -> %;1.2  @3  ann;1.1.2.0  @5  ann;1.1.1.0  @4  ann;1.1  @2  ann;1.0  @1  ann
+      brief oldest -> 1.1*1.1.1.0 -> 1.1  @2  ann;1.1.1.0  @4  ann
+      bare by-date -> 1.1*1.2 -> 1.1.2.0  @5  ann;1.1.1.0  @4  ann;1.2  @3  ann;1.1  @2  ann
+      bare by-author -> 1.2* -> ann:;    1.2  @3  ann;bob:;    %
+      bare labels -> -> REL  1.0  @1  ann;TIP (floats with 1)  %
+      bare locked -> -> bob  %         | bare groups -> -> dev  %
+      brief -> 1.1.2 -> 1.1.2.0  @5  ann
+      brief -> author=eve, bob -> %    | brief -> locker=bob -> %  | brief -> locker=ann ->
+      brief -> label=X,REL -> 1.0  @1  ann | brief -> group=dev -> % | brief -> words=MORE -> %
+      brief -> author=ann;locker=bob -> | brief -> *REL -> 1.0  @1  ann
+      brief -> dates=2/3/01 00:03*2/3/01 00:04 -> 1.2  @3  ann;1.1.1.0  @4  ann)");
   answerQuestions();
-  for (const Case& c : cases) {
-    SCOPED_TRACE(c.why);
+  for (const auto& [form, filters, wanted] : cases) {
+    SCOPED_TRACE(form + " " + filters);
     lines.clear();
-    ASSERT_EQ(TrvsLog(TRVS_CONTEXT, archive().c_str(), c.revisions, c.only.authors, c.only.lockers,
-                      c.only.labels, c.only.groups, c.only.words, c.only.dates, "", c.flags),
+    std::map<std::string, std::string> only;
+    for (const std::string& filter : support::pieces(filters, ";")) {
+      const size_t at = filter.find('=');
+      const bool isNamed = at != std::string::npos;
+      only[isNamed ? filter.substr(0, at) : "revisions"] = filter.substr(isNamed ? at + 1 : 0);
+    }
+    const auto of = [&only](const char* name) { return only[name].c_str(); };
+    ASSERT_EQ(TrvsLog(TRVS_CONTEXT, archive().c_str(), of("revisions"), of("author"), of("locker"),
+                      of("label"), of("group"), of("words"), of("dates"), "", allOf(form, flags)),
               TRVS_DONE);
     std::string got;
-    for (const std::string& line : lines) got += (got.empty() ? "" : "|") + line.substr(2);
+    for (const std::string& line : lines) got += (got.empty() ? "" : ";") + line.substr(2);
     for (size_t at; (at = got.find("2001-02-03 00:0")) != std::string::npos;) {
       got.replace(at, 19, "@" + got.substr(at + 15, 1));
     }
-    EXPECT_EQ(got, c.want);
+    std::string want = wanted;
+    if (const size_t at = want.find('%'); at != std::string::npos) want.replace(at, 1, tip);
+    EXPECT_EQ(got, want);
   }
 }
 

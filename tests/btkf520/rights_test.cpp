@@ -1,5 +1,4 @@
-// btkf520/rights_test.cpp: archives belong to those who may write them, and what another user left
-// beside one is in nobody's way.
+// btkf520/rights_test.cpp: archives belong to those who may write them.
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -56,15 +55,6 @@ TEST_F(Rights, OfAnArchiveAreKeptOrItIsNotChanged) {
     EXPECT_FALSE(std::filesystem::exists(archive() + ".trvs-new"));
     chmod(archive().c_str(), 0666);
   }
-}
-
-TEST_F(Rights, AreNotTakenByWhatIsLeftBeside) {
-  for (const std::string& file : {archive(), workfile()}) {
-    std::filesystem::create_directory(file + ".trvs-new");
-  }
-  EXPECT_EQ(create(), TRVS_DONE);
-  EXPECT_EQ(put("text", {.flags = TRVS_PUT_KEEP_LOCK}), TRVS_DONE);
-  EXPECT_EQ(get({}), TRVS_DONE);
 }
 
 }  // namespace

@@ -12,25 +12,21 @@ namespace os {
 namespace {
 
 TEST(UserDirectories, ComeFromTheEnvironment) {
-  // The variable, the home. Empty or relative ones count as none.
-  const auto cases = support::table<3>("/x -> /h -> /x | -> /h -> /h/.w | x -> /h -> /h/.w");
+  const std::string account = ::getpwuid(::geteuid())->pw_dir;
+  // The variable, the home. Empty or relative ones count as none, as do those that aren't set.
+  const auto cases = support::table<3>(
+      "/x -> /h -> /x | -> /h -> /h/.w | x -> /h -> /h/.w | -> -> account | unset -> unset -> "
+      "account");
   for (const auto& [own, home, want] : cases) {
     const support::ScopedEnvironment homeSet("HOME", home);
     const support::ScopedEnvironment configuration("XDG_CONFIG_HOME", own);
     const support::ScopedEnvironment data("XDG_DATA_HOME", own);
-    const bool isOwn = want == own;
-    EXPECT_EQ(configurationDirectory(), isOwn ? want : "/h/.config");
-    EXPECT_EQ(dataDirectory(), isOwn ? want : "/h/.local/share");
-  }
-  const support::ScopedEnvironment home("HOME", "");
-  const support::ScopedEnvironment configuration("XDG_CONFIG_HOME", "");
-  const support::ScopedEnvironment data("XDG_DATA_HOME", "");
-  const std::string own = ::getpwuid(::geteuid())->pw_dir;
-  for (const bool isSet : {true, false}) {
-    EXPECT_EQ(configurationDirectory(), own + "/.config");
-    EXPECT_EQ(dataDirectory(), own + "/.local/share");
-    if (!isSet) continue;
-    for (const char* name : {"HOME", "XDG_CONFIG_HOME", "XDG_DATA_HOME"}) ::unsetenv(name);
+    for (const char* name : {"HOME", "XDG_CONFIG_HOME", "XDG_DATA_HOME"}) {
+      if (own == "unset") ::unsetenv(name);
+    }
+    const std::string below = want == "account" ? account : home;
+    EXPECT_EQ(configurationDirectory(), want == own ? want : below + "/.config");
+    EXPECT_EQ(dataDirectory(), want == own ? want : below + "/.local/share");
   }
 }
 

@@ -49,52 +49,45 @@ TEST_F(EmptyHeap, AsksTheHandlerUntilItGivesUp) {
   EXPECT_EQ(theAttempts, (std::vector<int>{1, 2, 3, 4}));
   theAttempts.clear();
   theFailuresLeft = 2;
-  void* const block = RetryCalloc(2, 4);
+  char* block = static_cast<char*>(RetryCalloc(2, 4));
   ASSERT_NE(block, nullptr);
-  EXPECT_EQ(std::string(static_cast<char*>(block), 8), std::string(8, '\0'));
+  EXPECT_EQ(std::string(block, 8), std::string(8, '\0'));
   EXPECT_EQ(theAttempts, (std::vector<int>{1, 2}));
   theFailuresLeft = 100;
   EXPECT_EQ(RetryRealloc(block, 16), nullptr);
   EXPECT_EQ(DuplicateString("x"), nullptr);
   SetLowMemoryHandler(nullptr);
   EXPECT_EQ(RetryMalloc(8), nullptr) << "ends without a handler";
-  FreeBlock(block);
-}
-
-TEST_F(EmptyHeap, FreesOnlyWhatIsThere) {
   theFailuresLeft = theFreedBlocks = 0;
-  EXPECT_EQ(DuplicateString(nullptr), nullptr);
   EXPECT_EQ(RetryCalloc(SIZE_MAX / 2, 3), nullptr) << "a size that doesn't fit";
-  char* copy = DuplicateString("text");
-  EXPECT_STREQ(copy, "text");
-  FreeAndClear(&copy);
-  EXPECT_EQ(copy, nullptr);
-  FreeAndClear(&copy);
+  EXPECT_EQ(DuplicateString(nullptr), nullptr);
+  FreeAndClear(&block);
+  EXPECT_EQ(block, nullptr);
+  FreeAndClear(&block);
   EXPECT_EQ(theFreedBlocks, 1);
+  block = DuplicateString("text");
+  EXPECT_STREQ(block, "text");
+  FreeBlock(block);
 }
 
 TEST(Assertion, GoesWhereTheEnvironmentSaidFirst) {
   const std::string text = "Assertion Failed: 52data.cpp 838\n";
-  const struct {
-    const char* choice;
-    std::string out;
-    std::string err;
-  } cases[] = {{"", text, ""}, {"stdout", text, ""}, {"stderr", "", text}, {"none", "", ""}};
-  for (const auto& c : cases) {
+  for (const std::string choice : {"", "stdout", "stderr", "none"}) {
+    const bool isOut = choice.empty() || choice == "stdout";
     support::ChildProcess process([&](support::ChildProcess&) {
       testing::internal::CaptureStdout();
       testing::internal::CaptureStderr();
-      setenv("TRVS_ASSERTIONS", c.choice, 1);
+      setenv("TRVS_ASSERTIONS", choice.c_str(), 1);
       setAssertionTarget([](const char*) {});
       assertFail("52data.cpp", 1);
       setAssertionTarget(nullptr);
       assertFail("52data.cpp", 838);
-      return testing::internal::GetCapturedStdout() == c.out &&
-                     testing::internal::GetCapturedStderr() == c.err
+      return testing::internal::GetCapturedStdout() == (isOut ? text : "") &&
+                     testing::internal::GetCapturedStderr() == (choice == "stderr" ? text : "")
                  ? 0
                  : 1;
     });
-    EXPECT_EQ(process.finish(), 0) << c.choice;
+    EXPECT_EQ(process.finish(), 0) << choice;
   }
 }
 
