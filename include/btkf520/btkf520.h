@@ -349,9 +349,10 @@ TRVS_EXPORT int32_t TrvsVerifyPromoTreeNodeExist(const char* group, int16_t* kin
  *
  * A change makes a new file in the archive's directory, which takes the old one's place with its
  * mode, group, access list of the file system and user attributes; with its owner too if the
- * process may give files away, else it belongs to the present account. TRVS_CANNOT_WRITE, and no
- * change, if one of the others can't be kept, such as the group by somebody who isn't in it; if the
- * process may not write the archive; or if its owner may not, so that mode 0444 refuses root too. */
+ * process may give files away, else it belongs to the present account, and an access list lets the
+ * former owner do what he could. TRVS_CANNOT_WRITE, and no change, if one of the others can't be
+ * kept, such as the group by somebody who isn't in it; if the process may not write the archive; or
+ * if its owner may not, so that mode 0444 refuses root too. */
 /* clang-format on */
 
 /* The only context that there is. */

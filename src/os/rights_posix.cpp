@@ -44,6 +44,35 @@ bool setAttribute(int file, const char* name, const std::string& value) {
   return uninterrupted([&] { return ::fsetxattr(file, name, value.data(), value.size(), 0); }) == 0;
 }
 
+// An access list is a head, the owner's entry, those of users, and more. An entry is a tag, rights
+// and an id, each with its lowest byte first.
+constexpr size_t kHeadSize = 4;
+constexpr size_t kEntrySize = 8;
+constexpr size_t kPlaceOfId = 4;
+constexpr char kUserTag = 2;
+
+std::string idOf(uid_t user) {
+  std::string id;
+  for (unsigned shift = 0; shift < 32; shift += 8) id += static_cast<char>(user >> shift);
+  return id;
+}
+
+// Lets `user` do all that the owner may.
+void addUser(uid_t user, std::string* list) {
+  constexpr size_t kFirstUser = kHeadSize + kEntrySize;
+  if (list->size() < kFirstUser) return;
+  std::string entry = list->substr(kHeadSize, kPlaceOfId) + idOf(user);
+  entry[0] = kUserTag;
+  size_t place = kFirstUser;
+  while (place < list->size() &&
+         (list->at(place) != kUserTag ||
+          list->compare(place + kPlaceOfId, kEntrySize - kPlaceOfId, entry, kPlaceOfId) != 0)) {
+    place += kEntrySize;
+  }
+  const bool isThere = place < list->size();
+  list->replace(isThere ? place : kFirstUser, isThere ? kEntrySize : 0, entry);
+}
+
 // False with errno set.
 bool changeOwner(int file, uid_t owner, gid_t group) {
   return uninterrupted([=] { return ::fchown(file, owner, group); }) == 0;
@@ -58,11 +87,15 @@ bool copyGroup(const struct stat& model, int file) {
          changeOwner(file, kSameOwner, model.st_gid);
 }
 
-bool copyAccessList(int model, int file) {
+// Who shares his file by a list must not be shut out when it becomes another's.
+bool copyAccessList(int model, uid_t owner, int file) {
   std::string list, own;  // A new file may have got one from its directory.
-  if (!readAttribute(model, kAccessList, &list) || !readAttribute(file, kAccessList, &own)) {
+  struct stat status;
+  if (!readAttribute(model, kAccessList, &list) || !readAttribute(file, kAccessList, &own) ||
+      ::fstat(file, &status) != 0) {
     return false;
   }
+  if (status.st_uid != owner) addUser(owner, &list);
   if (list == own) return true;
   if (!list.empty()) return setAttribute(file, kAccessList, list);
   return uninterrupted([=] { return ::fremovexattr(file, kAccessList); }) == 0;
@@ -104,7 +137,7 @@ FileResult copyRights(int model, int file, mode_t* mode) {
   if (::fstat(model, &status) != 0) return FileResult::kFailed;
   *mode = status.st_mode;
   const bool isGroupKept = copyGroup(status, file);
-  const bool isListKept = copyAccessList(model, file);
+  const bool isListKept = copyAccessList(model, status.st_uid, file);
   // The mode tells what the list allows at most, which its group may not have.
   if (!isListKept) *mode &= ~static_cast<mode_t>(S_IRWXG);
   const bool areAttributesKept = copyUsersAttributes(model, file);

@@ -15,7 +15,8 @@ constexpr mode_t kRightsOfNewFile = 0666;  // Less the umask.
 // is to be set last, so that nobody has for a moment what he has not in the end.
 
 // Gives `file` the group, the access list and the users' attributes of `model`, and its owner where
-// that is allowed. kRefused if one of them can't be kept but the owner; what can be kept is.
+// that is allowed; else an access list lets him do what he could. kRefused if one of them can't be
+// kept but the owner; what can be kept is.
 FileResult copyRights(int model, int file, mode_t* mode);
 
 // The same with what any new file in `directory` gets.

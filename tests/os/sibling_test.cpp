@@ -332,6 +332,25 @@ TEST_F(Sibling, GetsItsRightsInTheEnd) {
   ::umask(umask);
 }
 
+// A real fault: who shared a file by an access list was shut out by the first change of another.
+TEST_F(Sibling, LeavesTheFormerOwnerHisRights) {
+  const std::string list = accessList(6);
+  if (::chown(path_.c_str(), 70000, 65534) != 0 ||
+      ::setxattr(path_.c_str(), kAccessList, list.data(), list.size(), 0) != 0) {
+    GTEST_SKIP() << "not root, or no access lists";
+  }
+  ASSERT_EQ(::chmod(directory_.path().c_str(), 0777), 0);
+  for (const uid_t user : {65534u, 70000u, 65534u}) {
+    EXPECT_EQ(support::inProcess([&] {
+                const bool isUser = ::setgid(65534) == 0 && ::setuid(user) == 0;
+                return isUser && replace(std::to_string(user)) == FileResult::kDone ? 0 : 1;
+              }),
+              0);
+    EXPECT_EQ(content(), std::to_string(user));
+  }
+  EXPECT_EQ(attribute(kAccessList).size(), list.size() + 8) << "one entry for each";
+}
+
 // Somebody puts another file there after the old one was opened.
 TEST_F(Sibling, GivesNoOthersFileAway) {
   File old;
