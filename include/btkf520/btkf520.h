@@ -365,13 +365,17 @@ enum { TRVS_CONTEXT = -1 };
  * Gives TRVS_BAD_NAME if `workfile` ends with a separator or is empty. */
 TRVS_EXPORT int32_t TrvsComputeArchiveName(const char* workfile, char* buffer, int32_t size);
 
+/* clang-format off */
 /* Creates an archive without revisions. Exclusive locks, keyword expansion and access list are
  * taken from the configuration; locks are checked, and workfiles read-only.
  *   archive      path text of the archive alone
  *   workfile     path text; the archive keeps its name, which has no control characters, is not
- * ".." and does not begin with a drive. The file need not be there description  may be null owner
- * null for the present user time         packed time of creation, 0 for the present; see
- * TrvsPutRevision May give TRVS_ARCHIVE_EXISTS; TRVS_SAME_NAMES; TRVS_BAD_DATE. */
+ *                ".." and does not begin with a drive. The file need not be there
+ *   description  may be null
+ *   owner        null for the present user
+ *   time         packed time of creation, 0 for the present; see TrvsPutRevision
+ * May give TRVS_ARCHIVE_EXISTS; TRVS_SAME_NAMES; TRVS_BAD_DATE. */
+/* clang-format on */
 TRVS_EXPORT int32_t TrvsCreateArchive(const char* archive, const char* workfile,
                                       const char* description, const char* owner, uint32_t time,
                                       int32_t reserved);
