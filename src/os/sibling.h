@@ -34,6 +34,8 @@ class SiblingFile {
 
   enum class Others {
     kPossible,  // Others may be writing the same file at this moment.
+    kWelcome,   // The same, and the last one wins: where the file system has no locks each has a
+                // name of his own.
     kExcluded,  // The caller sees to it that there is none: what stands beside the file is left
                 // over, and it may do without a lock where the file system has none.
   };

@@ -70,13 +70,14 @@ FileResult SiblingFile::open(const std::string& path, Others others) {
   return FileResult::kRefused;
 }
 
-// kExists if what has the name can be neither judged nor removed.
+// kExists if what has the name can be neither judged nor removed, and another name will do.
 FileResult SiblingFile::openThere() {
   for (int tries = 0; tries < kTries; ++tries) {
     FileResult result = create();
     if (result == FileResult::kExists) {
       result = removeLeftover();
-      if (result == FileResult::kRefused) return FileResult::kExists;
+      const bool isUnknown = result == FileResult::kNoLocks && others_ == Others::kWelcome;
+      if (result == FileResult::kRefused || isUnknown) return FileResult::kExists;
     }
     if (result != FileResult::kDone || file_.isOpen()) return result;
   }
@@ -93,7 +94,7 @@ FileResult SiblingFile::create() {
   result = made.tryLock(File::Lock::kExclusive);
   if (result == FileResult::kBusy) return FileResult::kDone;
   isLocked_ = result == FileResult::kDone;
-  const bool mayBeUnlocked = result == FileResult::kNoLocks && others_ == Others::kExcluded;
+  const bool mayBeUnlocked = result == FileResult::kNoLocks && others_ != Others::kPossible;
   if (!isLocked_ && !mayBeUnlocked) {
     ::unlink(ownPath_.c_str());
     return result;
@@ -107,7 +108,7 @@ FileResult SiblingFile::create() {
 FileResult SiblingFile::removeLeftover() const {
   File leftover;
   FileResult result = FileResult::kDone;
-  if (others_ == Others::kPossible) {
+  if (others_ != Others::kExcluded) {
     result = leftover.openToLock(ownPath_.c_str(), File::Access::kUpdate);
     if (result == FileResult::kRefused) {
       result = leftover.openToLock(ownPath_.c_str(), File::Access::kRead);

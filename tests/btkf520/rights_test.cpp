@@ -1,10 +1,13 @@
-// btkf520/rights_test.cpp: archives belong to those who may write them.
+// btkf520/rights_test.cpp: archives belong to those who may write them, and file systems without
+// locks are for reading.
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <cerrno>
 #include <filesystem>
 
 #include "btkf520/archives.h"
+#include "os/systemcalls.h"
 #include "support/childprocess.h"
 
 namespace btkf520_test {
@@ -55,6 +58,25 @@ TEST_F(Rights, OfAnArchiveAreKeptOrItIsNotChanged) {
     EXPECT_FALSE(std::filesystem::exists(archive() + ".trvs-new"));
     chmod(archive().c_str(), 0666);
   }
+}
+
+// A real fault: nothing could be checked out where there are no locks.
+TEST_F(Rights, AreToReadWhereThereAreNoLocks) {
+  ASSERT_EQ(create(), TRVS_DONE);
+  ASSERT_EQ(put("text", {}), TRVS_DONE);
+  write("m.c.trvs-new", "another's, who may be at work");
+  const int before = support::entryCount(path(""));
+  const std::string output = path("log");
+  const os_test::SystemCalls calls(
+      [](const os_test::Call& call) { return call.name == "flock" ? ENOLCK : 0; });
+  EXPECT_EQ(TrvsCreateArchive(output.c_str(), "m.c", nullptr, nullptr, 0, 0), TRVS_CANNOT_OPEN);
+  EXPECT_EQ(get({.flags = TRVS_GET_LOCK}), TRVS_CANNOT_OPEN);
+  EXPECT_EQ(support::entryCount(path("")), before);
+  EXPECT_EQ(content(nullptr), "text");
+  EXPECT_EQ(TrvsLog(TRVS_CONTEXT, archive().c_str(), nullptr, nullptr, nullptr, nullptr, nullptr,
+                    nullptr, nullptr, output.c_str(), TRVS_LOG_BRIEF),
+            TRVS_DONE);
+  EXPECT_EQ(support::entryCount(path("")), before + 2);
 }
 
 }  // namespace

@@ -49,6 +49,8 @@ TrvsStatus writeStatus(FileResult result) {
       return TRVS_ARCHIVE_EXISTS;
     case FileResult::kBusy:
       return TRVS_IN_USE;
+    case FileResult::kNoLocks:
+      return TRVS_CANNOT_OPEN;
     default:
       return TRVS_CANNOT_WRITE;
   }

@@ -44,7 +44,7 @@ bool isReplaceable(const os::FileStatus& entry) { return entry.isRegular || entr
 
 TrvsStatus NewWorkfile::open(const std::string& path) {
   path_ = path;
-  return writeFailure(file_.open(path_));
+  return writeFailure(file_.open(path_, SiblingFile::Others::kWelcome));
 }
 
 TrvsStatus NewWorkfile::write(std::string_view bytes) { return writeFailure(file_.write(bytes)); }
