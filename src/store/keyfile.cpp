@@ -24,9 +24,13 @@ std::string_view withoutMark(std::string_view text) {
   return text;
 }
 
+// Whether a section line goes on after its CR, as in texts of systems without LF. One that was
+// added at an end of such a text changes nothing.
 bool endsLinesInReturns(std::string_view text) {
-  return text.find('\n') == std::string_view::npos &&
-         text.find('\r') < text.size() - 1;  // A last CR may have lost its LF.
+  const size_t head = text.find("]\r");
+  if (head == std::string_view::npos) return false;
+  const size_t next = text.find_first_not_of('\r', head + 1);  // A last CR may have lost its LF.
+  return next != std::string_view::npos && text[next] != '\n';
 }
 
 bool isSectionLine(std::string_view line) {

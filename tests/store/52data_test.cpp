@@ -348,7 +348,8 @@ TEST_F(Unread, AFileOfAnotherFormIsNotOneWithoutRecords) {
   const std::string want = "project A||||pub/a|\nproject B||||pub/b|\n";
   for (const std::string& form :
        {"\xFF\xFE"s + wide, "\xFE\xFF\0"s + wide.substr(0, wide.size() - 1), wide,
-        replaced(kTwo, "\n", "\r"), "A remark\n"s}) {
+        replaced(kTwo, "\n", "\r"), replaced(kTwo, "\n", "\r") + "\n",
+        "\n" + replaced(kTwo, "\n", "\r"), "A remark\n"s}) {
     SCOPED_TRACE(support::escaped(form));
     for (const char* file : {"pub/trvsproj.pub", "prv/trvsproj.prv"}) {
       put("pub/trvsproj.pub", kTwo);
