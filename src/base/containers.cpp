@@ -1,4 +1,4 @@
-// base/containers.cpp: slots, rows and sets of objects. Its test: containers_test.cpp.
+// base/containers.cpp: slots, rows and sets of objects.
 #include "base/containers.h"
 
 #include <algorithm>

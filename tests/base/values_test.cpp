@@ -1,7 +1,6 @@
-// tests/base/values_test.cpp: texts of any length and without bytes, the parts of paths, and rows.
+// tests/base/values_test.cpp: texts of any length and without bytes, and the parts of paths.
 #include <gtest/gtest.h>
 
-#include "base/containers.h"
 #include "base/vpathstring.h"
 #include "support/table.h"
 
@@ -35,36 +34,6 @@ TEST(PathString, FallsIntoDirectoryAndFileName) {
     EXPECT_EQ(VPathString(path).directoryPart(), VPathString(directory)) << path;
     EXPECT_EQ(VPathString(path).fileNamePart(), VPathString(name)) << path;
   }
-}
-
-class Number : public VObject {
- public:
-  explicit Number(int number) : number_(number) {}
-  bool isEqual(const VObject* other) const override {
-    return static_cast<const Number*>(other)->number_ == number_;
-  }
-  int32_t hash() const override { return number_; }
-
- private:
-  int number_;
-};
-
-TEST(OrderedCollection, RemovesByIdentityAndIsWalkedBothWays) {
-  Number one(1), equalToOne(1), two(2);
-  VOrdCollect row;
-  for (VObject* object : {&one, &equalToOne, &two}) row.add(object);
-  EXPECT_EQ(row.remove(&equalToOne), &equalToOne);
-  EXPECT_EQ(row.remove(&equalToOne), nullptr);
-  VIterator walk(row);
-  EXPECT_EQ(walk.current(), &one);
-  EXPECT_EQ(walk.next(), &two);
-  EXPECT_EQ(walk.next(), nullptr);
-  EXPECT_EQ(walk.next(), nullptr);
-  EXPECT_EQ(walk.previous(), &two);
-  EXPECT_EQ(walk.first(), &one);
-  EXPECT_EQ(walk.previous(), nullptr);
-  EXPECT_EQ(walk.last(), &two);
-  EXPECT_EQ(walk.position(), 1);
 }
 
 }  // namespace

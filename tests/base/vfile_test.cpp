@@ -60,17 +60,5 @@ TEST_F(VFileTest, ReportsAFullDiskAndKeepsTheFile) {
   EXPECT_EQ(bytes(), old);
 }
 
-TEST_F(VFileTest, LeavesStandardStreamsOpen) {
-  testing::internal::CaptureStdout();
-  for (const char* text : {"one ", "two"}) {
-    VFile file{VPathString()};
-    ASSERT_TRUE(file.open(VFile::kStandardOutput));
-    EXPECT_GT(file.writeText(text), 0);
-    EXPECT_FALSE(file.seek(0));
-    EXPECT_TRUE(file.close());
-  }
-  EXPECT_EQ(testing::internal::GetCapturedStdout(), "one two");
-}
-
 }  // namespace
 }  // namespace foldapi

@@ -276,21 +276,6 @@ class Tracked : public TVQueuedValue {
   static inline std::set<const VObject*> alive;
 };
 
-TEST(Hash, ForgetsOrDeletesItsValues) {
-  TVHash table, other;
-  for (int key = 0; key < 30; ++key) table.add(new Tracked(key));
-  other.addAll(table);
-  EXPECT_EQ(other.values().size(), 30u);
-  other.clear();
-  EXPECT_TRUE(other.isEmpty());
-  EXPECT_EQ(Tracked::alive.size(), 30u);
-  auto walk = std::make_unique<TVIterator>(table);
-  EXPECT_EQ(walk->next(), table.firstValue());
-  table.clearAndDelete();
-  EXPECT_TRUE(Tracked::alive.empty());
-  EXPECT_EQ(walk->next(), nullptr);
-}
-
 // A plain list, oldest first, is taken through the same operations.
 TEST(QueuedHash, KeepsWhatWasUsedLastAndDeletesTheRest) {
   for (unsigned seed = 1; seed <= 20; ++seed) {
@@ -334,26 +319,6 @@ TEST(QueuedHash, KeepsWhatWasUsedLastAndDeletesTheRest) {
     table.clearAndDelete();
     EXPECT_TRUE(Tracked::alive.empty());
   }
-}
-
-TEST(QueuedHash, WalksItsQueueWhileValuesLeaveAndAreFound) {
-  TVQueuedHash table;
-  std::vector<VObject*> values;
-  for (int key = 0; key < 6; ++key) values.push_back(table.add(new Tracked(key)));
-  TVIterator walk(table);
-  EXPECT_EQ(walk.next(), values[0]);
-  EXPECT_EQ(table.find(values[0]), values[0]);
-  for (const size_t gone : {0u, 1u, 4u}) delete table.removeIdentical(values[gone]);
-  EXPECT_EQ(walk.next(), values[2]);
-  auto* twin = new Tracked(3);
-  delete table.set(twin);
-  EXPECT_EQ(walk.next(), twin);
-  EXPECT_EQ(walk.next(), values[5]);
-  EXPECT_EQ(walk.next(), nullptr);
-  EXPECT_EQ(table.resize(2), 17);
-  EXPECT_EQ(table.values(), (std::vector<VObject*>{twin, values[5]}));
-  EXPECT_EQ(Tracked::alive.size(), 2u);
-  table.clearAndDelete();
 }
 
 }  // namespace

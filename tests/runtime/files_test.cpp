@@ -1,4 +1,4 @@
-// Tests of files by path text: the path map, names in another case, stamps and attributes.
+// Tests of files by path text: the path map, names in another case, and attributes.
 #include "runtime/files.h"
 
 #include <dirent.h>
@@ -8,7 +8,6 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include "dates/packedtime.h"
 #include "runtime/nativepath.h"
 #include "runtime/paths.h"
 #include "support/files.h"
@@ -71,20 +70,6 @@ TEST_F(PathMap, LeadsDrivesAndSharesToTheirPlaces) {
   EXPECT_TRUE(isDirectory(vol + "/Proj/Sub"));
 }
 
-TEST_F(PathMap, TellsWhichDrivesAreReady) {
-  EXPECT_FALSE(driveNotReady('V'));
-  EXPECT_FALSE(driveNotReady('v'));
-  EXPECT_TRUE(driveNotReady('W')) << "mapped to a directory that is gone";
-  EXPECT_TRUE(driveNotReady('U'));
-  EXPECT_TRUE(driveNotReady('['));
-  EXPECT_TRUE(driveNotReady('1'));
-  support::writeFile(directory_ / "kstr.ini", "[TRVSPATHS]\r\nU: = /\r\n");
-  EXPECT_TRUE(driveNotReady('U')) << "looked up once";
-  reloadPathMap();
-  EXPECT_FALSE(driveNotReady('U'));
-  EXPECT_TRUE(driveNotReady('V'));
-}
-
 TEST(CaseBlindNames, MeanTheOnlyEntryThatEqualsThem) {
   const support::TemporaryDirectory directory;
   for (const char* name : {"One.txt", "two.TXT", "TWO.txt", "Sub/Deep/File", "d\xfcr"}) {
@@ -105,22 +90,6 @@ TEST(CaseBlindNames, MeanTheOnlyEntryThatEqualsThem) {
     }
     EXPECT_EQ(theListings <= 3, seconds != 0) << theListings;
   }
-}
-
-TEST(FileStamps, AreSetWithoutTouchingTheAccessTime) {
-  const support::TemporaryDirectory directory;
-  const std::string path = directory / "f";
-  support::writeFile(path, "");
-  const timespec accessed[] = {{1'000'000, 0}, {0, UTIME_OMIT}};
-  ASSERT_EQ(::utimensat(AT_FDCWD, path.c_str(), accessed, 0), 0);
-  const uint32_t packed = dates::packTime({1999, 7, 4, 12, 30, 58});
-  EXPECT_EQ(setFileTime(path, packed), 0);
-  EXPECT_EQ(fileTime(path), packed);
-  struct stat status;
-  ASSERT_EQ(::stat(path.c_str(), &status), 0);
-  EXPECT_EQ(status.st_atim.tv_sec, 1'000'000);
-  EXPECT_EQ(setFileTime(path, 0), -1) << "no time";
-  EXPECT_EQ(setFileTime(directory / "none", packed), -1);
 }
 
 TEST(FileTests, TellKindAndRights) {

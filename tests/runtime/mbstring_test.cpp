@@ -10,8 +10,6 @@
 namespace foldapi {
 namespace {
 
-constexpr size_t kNone = std::string_view::npos;
-
 // 0x81 to 0x9f lead characters of two bytes, as on several code pages in use.
 class TwoByteCharacters : public testing::Test {
  protected:
@@ -27,41 +25,11 @@ TEST_F(TwoByteCharacters, AreSteppedOverWhole) {
   ASSERT_TRUE(hasLeadBytes());
   EXPECT_EQ(mbLength("a\x81\\b"), 3u);
   EXPECT_EQ(mbLength("a\x81"), 1u) << "nothing after the lead byte";
-  EXPECT_EQ(mbFindByte("\x81\\x\\", '\\'), 3u);
   EXPECT_EQ(mbFindLastByte("x\\\x81\\", '\\'), 1u);
-  EXPECT_EQ(mbFindAny("\x81\\\x82\\", "\\\x82\\"), 2u) << "pairs are compared as pairs";
-  EXPECT_EQ(mbFindAny("\x81\\", "\\"), kNone);
   EXPECT_EQ(mbSpan("\x81\\a\\", "a\x81\\"), 3u);
   EXPECT_EQ(mbSpanNot("\x81\\a\\", "\\"), 3u);
-  EXPECT_EQ(mbFindString("\x81\x82x", "\x82x"), kNone) << "begins in the middle of one";
-  EXPECT_EQ(mbFindString("\x81\x82\x83x", "\x83x"), 2u);
   const int offsets[] = {0, 1, 2, 0};
   for (size_t i = 0; i < 4; ++i) EXPECT_EQ(mbTrailOffset("a\x81\\b", i), offsets[i]) << i;
-}
-
-TEST_F(TwoByteCharacters, AreMappedReadAndWrittenWhole) {
-  std::string text = "a\x81zB";
-  mbUpper(&text);
-  EXPECT_EQ(text, "A\x81zB");
-  mbLower(&text);
-  EXPECT_EQ(text, "a\x81zb");
-  mbReverse(&text);
-  EXPECT_EQ(text, "b\x81za");
-  size_t at = 1;
-  EXPECT_EQ(mbNext(text, &at), 0x817a);
-  EXPECT_EQ(at, 3u);
-  char bytes[2];
-  EXPECT_EQ(mbPut(0x817a, bytes), 2u);
-  EXPECT_EQ(std::string(bytes, 2), "\x81z");
-  EXPECT_EQ(mbPut('q', bytes), 1u);
-}
-
-TEST_F(TwoByteCharacters, DelimitTokensAndAreCutOutWhole) {
-  char text[] = ";;one\x81;two;\x81\\three";
-  EXPECT_STREQ(mbTokenize(text, ";\x81\\"), "one\x81;two");
-  EXPECT_STREQ(mbTokenize(nullptr, ";\x81\\"), "three");
-  EXPECT_EQ(mbTokenize(nullptr, ";"), nullptr);
-  EXPECT_EQ(mbTokenize(nullptr, ";"), nullptr);
 }
 
 TEST_F(TwoByteCharacters, OrderWithoutCase) {
