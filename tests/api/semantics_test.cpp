@@ -20,22 +20,6 @@ class Semantics : public testing::Test {
   support::ScratchDatabase scratch_;
 };
 
-TEST_F(Semantics, RootsThatCannotBeUsedShowAsAnEmptyWalk) {
-  scratch_.write("file", "");
-  for (const string& bad : {scratch_.path("file"), string("V:\\unmapped"), string("//no/share")}) {
-    SCOPED_TRACE(bad);
-    TVHandle* root = Init(bad.c_str(), bad.c_str());
-    ASSERT_NE(root, nullptr);
-    EXPECT_EQ(OpenProjectRoot(root), 1);
-    EXPECT_EQ(GetFirstProject(root), nullptr);
-    CreateProject(root, "P", "", "");
-    SetProjectPublicDir(FindProject(root, "P"), "/x");
-    EXPECT_EQ(CloseProjectRoot(root), 0);
-    EXPECT_EQ(GetFirstProject(root), nullptr);
-  }
-  EXPECT_EQ(scratch_.files(), Names{"file"});
-}
-
 TEST_F(Semantics, OpenSessionsFollowWhatAnotherProcessDid) {
   TVHandle* root = scratch_.openRoot();
   for (const char* name : {"gone", "kept", "moved"}) CreateProject(root, name, "/old", "/old");

@@ -160,15 +160,4 @@ TEST_F(Records, APrivateFolderThatAnotherProcessChangedTakesEdits) {
   EXPECT_EQ(scratch_.shown("prv/P.prj/mine/trvsfold.prv"), kHead + "[DOCUMENT=/v;b_v;;b]\n");
 }
 
-// A real fault: a work path that leads nowhere meant a file in the current directory.
-TEST_F(Records, AWorkPathAboveItsRootHasNoFullName) {
-  CreateProject(openRoot("pub"), "P", "/w/ann", "");
-  TVHandle* project = scratch_.openProject("P");
-  for (const char* path : {"../../../a", "/../b", "../../c"})
-    AddExistingArchive(project, path, "v");
-  EXPECT_EQ(support::texts(support::walk(project, GetFirstArchive, GetNextArchive),
-                           GetFullQualWorkfileName),
-            (Names{"/c", "", ""}));
-}
-
 }  // namespace

@@ -128,31 +128,13 @@ TEST_F(Store, BranchesTakeWhatIsTheirsFromAList) {
       {"texts that are missing, one at a time",
        "1 R^ 1.0\n1 a b\n1 c c\n1 R 1.1\n1 t a\n1 c c\n1 R 1.2\n1 t a\n1 a b\n1 R 1.3",
        "Trunk 1.0{|b|c} 1.1{a||c} 1.2{a|b|} 1.3{||}", 4},
-      {"texts in another order, twice, with two marks, after a label",
-       "1 R^ 1.0\n1 c c\n1 # L\n1 at b\n1 t a\n1 t A\n1 !c ann", "Trunk 1.0*{A|b|c}(!ann)(#L)"},
       {"texts of a branch are not those of its origin",
        "1 R^+ 1.0\n2 R^ 1.0.1.0\n2 t t\n2 a a\n2 c c", "Trunk 1.0{||}(1.0.1 1.0.1.0{t|a|c})", 1},
-      {"a branch that its origin doesn't announce",
-       "1 R^ 1.0\n1 t 1\n1 a 1\n1 c 1\n2 R^ 1.0.1.0\n2 t 2\n2 a 2\n2 c 2\n1 R 1.1\n1 t 3\n1 a 3\n"
-       "1 c 3",
-       "Trunk 1.0{1|1|1} 1.1{3|3|3}"},
-      {"another head ends the branch", "1 R^ 1.0\n1 t t\n1 a a\n1 c c\n1 R^ 2.0\n1 # L",
-       "Trunk 1.0{t|a|c}"},
-      {"a higher level ends the branch", "1 R^ 1.0\n1 t t\n1 a a\n1 c c\n0 R 9.9\n1 R 1.1",
-       "Trunk 1.0{t|a|c}"},
       {"nothing is taken before the first revision",
        "1 t t\n1 ! ann\n1 # L\n5 R 5.5\n1 R 1.0\n1 t 1", "Trunk 1.0{1||}", 1},
       {"one number twice is one revision, as it came last",
        "1 R^ 1.0\n1 t 1\n1 a 1\n1 c 1\n1 ! ann\n1 # OLD\n1 R 1.0\n1 t 2\n1 a 2\n1 c 2\n1 # NEW",
        "Trunk 1.0{2|2|2}(#NEW)"},
-      {"several majors, in the order of the list",
-       "1 R^ 1.0\n1 t t\n1 a a\n1 c c\n1 R 1.1\n1 t t\n1 a a\n1 c c\n1 R 2.0\n1 t t\n1 a a\n1 c c",
-       "Trunk 1.0{t|a|c} 1.1{t|a|c} 2.0{t|a|c}"},
-      {"numbers without dots, and too long ones",
-       "1 R^+ 7\n1 t t\n1 a a\n1 c c\n2 R^ 8\n2 t t\n2 a a\n2 c c\n1 R 1.99999999999\n1 t t\n1 a "
-       "a\n"
-       "1 c c",
-       "Trunk 7{t|a|c}(8 8{t|a|c}) 1.99999999999{t|a|c}"},
   };
   for (const auto& c : cases) {
     SCOPED_TRACE(c.why);

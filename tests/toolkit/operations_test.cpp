@@ -265,36 +265,33 @@ TEST_F(Operations, CheckDatesInTheWordsAndTheFormatOfTheProject) {
 // Options ---------------------------------------------------------------------------------------
 
 // Each setter after each other one of its group: only the last one counts.
-TEST(Options, KeepFlagsThatExcludeOneAnotherApart) {
-  const auto lastCounts = [](auto options, const auto& setters) {
-    for (const auto& [first, ignored] : setters) {
-      for (const auto& [second, flags] : setters) {
-        options.flags = 0x100000;  // A stranger's.
-        (options.*first)();
-        (options.*second)();
-        EXPECT_EQ(options.flags, 0x100000 | flags);
-      }
+template <typename Options>
+void lastCounts(std::initializer_list<std::pair<void (Options::*)(), uint32_t>> setters) {
+  for (const auto& [first, ignored] : setters) {
+    for (const auto& [second, flags] : setters) {
+      Options options;
+      options.flags = 0x100000;  // A stranger's.
+      (options.*first)();
+      (options.*second)();
+      EXPECT_EQ(options.flags, 0x100000 | flags);
     }
-  };
+  }
+}
+
+TEST(Options, KeepFlagsThatExcludeOneAnotherApart) {
   using Get = TVGetOptions;
   using Put = TVPutOptions;
-  using Gets = std::vector<std::pair<void (Get::*)(), uint32_t>>;
-  using Puts = std::vector<std::pair<void (Put::*)(), uint32_t>>;
-  for (const Gets& setters :
-       {Gets{{&Get::setReadOnly, 0}, {&Get::setWritable, 0x10}, {&Get::setLock, 0x2}},
-        Gets{{&Get::setOverwritePrompt, 0},
-             {&Get::setOverwriteAlways, 0x20},
-             {&Get::setOverwriteNever, 0x40}}}) {
-    lastCounts(Get(), setters);
-  }
-  for (const Puts& setters :
-       {Puts{{&Put::setPutUnchanged, 0x80},
-             {&Put::setRefuseUnchanged, 0x40},
-             {&Put::setAskUnchanged, 0x60}},
-        Puts{{&Put::setKeepLock, 0x1}, {&Put::setKeepReadOnly, 0x2}, {&Put::setRemoveWorkfile, 0}},
-        Puts{{&Put::setMoveLabel, 0x10}, {&Put::setAskLabel, 0x4000}, {&Put::setRefuseLabel, 0}}}) {
-    lastCounts(Put(), setters);
-  }
+  lastCounts<Get>({{&Get::setReadOnly, 0}, {&Get::setWritable, 0x10}, {&Get::setLock, 0x2}});
+  lastCounts<Get>({{&Get::setOverwritePrompt, 0},
+                   {&Get::setOverwriteAlways, 0x20},
+                   {&Get::setOverwriteNever, 0x40}});
+  lastCounts<Put>({{&Put::setPutUnchanged, 0x80},
+                   {&Put::setRefuseUnchanged, 0x40},
+                   {&Put::setAskUnchanged, 0x60}});
+  lastCounts<Put>(
+      {{&Put::setKeepLock, 0x1}, {&Put::setKeepReadOnly, 0x2}, {&Put::setRemoveWorkfile, 0}});
+  lastCounts<Put>(
+      {{&Put::setMoveLabel, 0x10}, {&Put::setAskLabel, 0x4000}, {&Put::setRefuseLabel, 0}});
 }
 
 TEST(Options, KeepTheDateOfTheLastChoice) {
