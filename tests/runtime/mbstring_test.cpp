@@ -4,7 +4,6 @@
 #include <gtest/gtest.h>
 
 #include "runtime/paths.h"
-#include "support/files.h"
 #include "support/table.h"
 
 namespace foldapi {
@@ -47,29 +46,6 @@ TEST_F(TwoByteCharacters, OrderWithoutCase) {
   }
   EXPECT_EQ(mbCompareNoCaseN("ABx", "aby", 2), 0);
   EXPECT_EQ(mbCompareNoCaseN("\x81 a", "\x81 b", 2), -1) << "counts characters, not bytes";
-}
-
-TEST(CharacterTable, IsLoadedWholeOrNotAtAll) {
-  const support::TemporaryDirectory directory;
-  std::string good = "\x43\x98\x23\x23";
-  for (int c = 0; c < 256; ++c) good += {0, static_cast<char>(c == 0x90 ? 2 : 0), 'U', 'l'};
-  std::string wrongMagic = good;
-  wrongMagic[0] = 0;
-  const std::string tooShort = good.substr(0, good.size() - 1);
-  for (const std::string& bad : {wrongMagic, tooShort, std::string()}) {
-    support::writeFile(directory / "table", bad);
-    EXPECT_FALSE(loadCharacterTable(directory / "table")) << bad.size();
-    EXPECT_FALSE(hasLeadBytes());
-  }
-  EXPECT_FALSE(loadCharacterTable(directory / "missing"));
-  support::writeFile(directory / "table", good);
-  EXPECT_TRUE(loadCharacterTable(directory / "table"));
-  EXPECT_TRUE(hasLeadBytes());
-  EXPECT_EQ(characterTable()[0x90].classes, kCharLead);
-  EXPECT_EQ(characterTable()[0x91].upper, 'U');
-  EXPECT_EQ(characterTable()[0x91].lower, 'l');
-  setCharacterTable(nullptr);
-  EXPECT_FALSE(hasLeadBytes());
 }
 
 TEST(CleanFileName, DropsNoMoreThanItMust) {

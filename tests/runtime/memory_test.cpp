@@ -49,25 +49,14 @@ TEST_F(EmptyHeap, AsksTheHandlerUntilItGivesUp) {
   EXPECT_EQ(theAttempts, (std::vector<int>{1, 2, 3, 4}));
   theAttempts.clear();
   theFailuresLeft = 2;
-  char* block = static_cast<char*>(RetryCalloc(2, 4));
+  void* const block = RetryMalloc(8);
   ASSERT_NE(block, nullptr);
-  EXPECT_EQ(std::string(block, 8), std::string(8, '\0'));
   EXPECT_EQ(theAttempts, (std::vector<int>{1, 2}));
   theFailuresLeft = 100;
-  EXPECT_EQ(RetryRealloc(block, 16), nullptr);
-  EXPECT_EQ(DuplicateString("x"), nullptr);
   SetLowMemoryHandler(nullptr);
-  EXPECT_EQ(RetryMalloc(8), nullptr) << "ends without a handler";
-  theFailuresLeft = theFreedBlocks = 0;
-  EXPECT_EQ(RetryCalloc(SIZE_MAX / 2, 3), nullptr) << "a size that doesn't fit";
-  EXPECT_EQ(DuplicateString(nullptr), nullptr);
-  FreeAndClear(&block);
-  EXPECT_EQ(block, nullptr);
-  FreeAndClear(&block);
-  EXPECT_EQ(theFreedBlocks, 1);
-  block = DuplicateString("text");
-  EXPECT_STREQ(block, "text");
+  EXPECT_EQ(RetryRealloc(block, 16), nullptr) << "ends without a handler";
   FreeBlock(block);
+  EXPECT_EQ(theFreedBlocks, 1);
 }
 
 TEST(Assertion, GoesWhereTheEnvironmentSaidFirst) {
