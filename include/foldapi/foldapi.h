@@ -119,7 +119,8 @@ FOLDAPI_EXPORT int32_t DllMain(void* module, uint32_t reason, void* reserved);
  * the data files can't hold; then the root is as it was before. Otherwise all handles and counts of
  * an earlier Init are gone, and the pointer is always the same. Unusable directories do not fail
  * here: their walk is empty. Directories that aren't there are made when the root is opened, so a
- * mistyped one looks like an empty database. */
+ * mistyped one looks like an empty database. One private directory may serve several public ones:
+ * its records stay, whichever is open, but projects of one name in two of them share one record. */
 FOLDAPI_EXPORT TVHandle* Init(const char* publicRoot, const char* privateRoot);
 
 /* Root. -----------------------------------------------------------------------------------------*/
@@ -367,8 +368,9 @@ FOLDAPI_EXPORT int32_t FoldapiVersion(void);
 
 /* The messages of the calling thread's last call of another function, FoldapiVersion aside: one
  * after the other, with a line end between two, at most 4095 bytes. "" if there was none, as after
- * a find that found nothing. The text lies in a buffer of its own, and is good until that thread's
- * next call of another function. */
+ * a find that found nothing. What succeeds may have told something too, such as that a new project
+ * had no configuration file yet. The text lies in a buffer of its own, and is good until that
+ * thread's next call of another function. */
 FOLDAPI_EXPORT const char* FoldapiLastMessage(void);
 
 /* A path text as a path of the operating system: see "Paths" above. Nothing needs to be there. ""
