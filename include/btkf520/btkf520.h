@@ -11,6 +11,9 @@
  *            Registered functions are kept until others replace them.
  * Text       bytes, never converted: names keep the code page of the file that they come from.
  * Sizes      in bytes, the NUL at the end included.
+ * Rights     in a program with rights that its user has not (set-user-id, set-group-id, or with
+ *            capabilities from its file) environment variables count as not set: those of conditions
+ *            and of the user id in a configuration, too. Commands find none of them.
  * Failure    every function gives a TrvsStatus, TRVS_DONE for success, unless told otherwise. What
  *            a function would fill is untouched with any other. All may give TRVS_INTERNAL_ERROR,
  *            TRVS_MISUSE and TRVS_NO_MEMORY, and those with a buffer TRVS_BUFFER_TOO_SMALL: each

@@ -72,6 +72,15 @@
  *            configuration files which other users can change (docs/configuration.md); the profile
  *            itself must be the user's alone then.
  *
+ * Rights     In a program with rights that its user has not (set-user-id, set-group-id, or with
+ *            capabilities from its file) the user's word counts for nothing: no environment variable
+ *            is read, by a configuration neither, and none is handed to other programs. The profile
+ *            is trevault/KSTR.INI in .config in the home of the effective user's account. Where the
+ *            effective user is the one who started the program there is no profile, hence no path
+ *            map and no default for Init, and only root's files are trusted to name commands.
+ *            Which directories and files the program is sent to is its own matter: such a program
+ *            has to check what it is told.
+ *
  * User       The current user is the account of the process's effective user, unless the project's
  *            configuration names an environment variable for it: USERID.
  *

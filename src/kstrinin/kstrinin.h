@@ -26,7 +26,10 @@ extern "C" {
 
 /* Puts the path of the user's profile into `buffer` of `size` bytes, NUL included: the file that
  * KSTR_INI in the environment names, else trevault/KSTR.INI under the user's configuration
- * directory. The file need not exist. Gives 0 if the path doesn't fit or there is no home. */
+ * directory. In a program with rights that its user has not (set-user-id, set-group-id,
+ * capabilities from its file) the environment doesn't count: the directory is .config in the home
+ * of the effective user's account, and there is none if that user is the one who started the
+ * program. The file need not exist. Gives 0 if the path doesn't fit or there is no home. */
 int KSTRGetKESTRIANINI(char* buffer, uint32_t size);
 
 /* Reads the profile at `path`. One that doesn't exist is an empty one and is made by the first

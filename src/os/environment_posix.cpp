@@ -1,5 +1,6 @@
 // os/environment_posix.cpp: accounts and variables on POSIX systems.
 #include <pwd.h>
+#include <sys/auxv.h>
 #include <unistd.h>
 
 #include <cerrno>
@@ -37,14 +38,18 @@ std::string userDirectory(const char* variable, const char* belowHome) {
   std::string directory = absoluteFrom(variable);
   if (!directory.empty()) return directory;
   directory = absoluteFrom("HOME");
-  if (directory.empty()) directory = accountText(&passwd::pw_dir);
+  if (directory.empty() && heedsUser()) directory = accountText(&passwd::pw_dir);
   return directory.empty() ? "" : directory + belowHome;
 }
 
 }  // namespace
 
+bool hasRaisedRights() { return ::getauxval(AT_SECURE) != 0; }
+
+bool heedsUser() { return !hasRaisedRights() || ::geteuid() != ::getuid(); }
+
 std::optional<std::string> environmentVariable(const char* name) {
-  const char* const value = std::getenv(name);
+  const char* const value = ::secure_getenv(name);
   return value == nullptr ? std::nullopt : std::optional<std::string>(value);
 }
 

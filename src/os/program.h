@@ -1,4 +1,7 @@
 // os/program.h: starting other programs.
+//
+// In a process with raised rights (os/environment.h) programs are looked for in the system's own
+// directories, and find nothing in their environment but these as PATH and what the caller adds.
 #pragma once
 
 #include <optional>

@@ -17,11 +17,14 @@ extern char** environ;
 namespace os {
 namespace {
 
+constexpr const char* kSystemPath = "/usr/bin:/bin";
+
 // The first file of that name along PATH that may be run, "" without one. Not left to execvp(),
 // which hands a file that is no program to the shell.
 std::string findAlongPath(const std::string& name) {
   if (name.find('/') != std::string::npos) return name;
-  const std::string variable = environmentVariable("PATH").value_or("");
+  const std::string variable =
+      hasRaisedRights() ? kSystemPath : environmentVariable("PATH").value_or("");
   std::string_view left = variable;
   while (!left.empty()) {
     const size_t end = std::min(left.find(':'), left.size());
@@ -53,12 +56,13 @@ StartResult startResultOf(int error) {
 
 // In the child: makes the program a grandchild, so that nobody has to wait for it. `report` closes
 // by itself when the program runs; otherwise it receives why not.
-[[noreturn]] void becomeProgram(const char* path, char* const* arguments, int report) {
+[[noreturn]] void becomeProgram(const char* path, char* const* arguments, char* const* variables,
+                                int report) {
   const pid_t grandchild = ::fork();
   if (grandchild > 0) ::_exit(0);
   if (grandchild == 0) {
     ::setsid();
-    ::execv(path, arguments);
+    ::execve(path, arguments, variables);
   }
   const int error = errno;
   if (::write(report, &error, sizeof error) < 0) ::_exit(1);
@@ -72,10 +76,13 @@ std::optional<int> waitFor(pid_t child) {
   return status;
 }
 
-// The process's environment, with `replacements`, "NAME=value", in the place of what it says.
+// What programs find as their environment: the process's own, with `replacements`, "NAME=value", in
+// the place of what it says.
 std::vector<char*> environmentWith(std::vector<std::string>* replacements) {
+  static std::string systemPath = std::string("PATH=") + kSystemPath;
+  static char* systemsOwn[] = {systemPath.data(), nullptr};
   std::vector<char*> result;
-  for (char** entry = environ; *entry != nullptr; ++entry) {
+  for (char** entry = hasRaisedRights() ? systemsOwn : environ; *entry != nullptr; ++entry) {
     const bool isReplaced = std::any_of(replacements->begin(), replacements->end(),
                                         [entry](std::string_view replacement) {
                                           return std::string_view(*entry).starts_with(
@@ -94,10 +101,12 @@ StartResult startProgram(const std::string& name) {
   std::string path = findAlongPath(name);
   if (path.empty()) return StartResult::kNotFound;
   char* const arguments[] = {path.data(), nullptr};
+  std::vector<std::string> none;
+  const std::vector<char*> variables = environmentWith(&none);
   int ends[2];
   if (::pipe2(ends, O_CLOEXEC) != 0) return StartResult::kFailed;
   const pid_t child = ::fork();
-  if (child == 0) becomeProgram(path.c_str(), arguments, ends[1]);
+  if (child == 0) becomeProgram(path.c_str(), arguments, variables.data(), ends[1]);
   int error = child < 0 ? errno : 0;
   ::close(ends[1]);
   if (child > 0) {

@@ -8,6 +8,7 @@
 #include <string_view>
 
 #include "os/calls_posix.h"
+#include "os/environment.h"
 #include "os/trust.h"
 
 namespace os {
@@ -16,7 +17,7 @@ namespace {
 constexpr int kMostLinks = 40;
 
 bool isOurs(const struct stat& status) {
-  if (status.st_uid != 0 && status.st_uid != ::geteuid()) return false;
+  if (status.st_uid != 0 && (status.st_uid != ::geteuid() || !heedsUser())) return false;
   const bool isShared = (status.st_mode & (S_IWGRP | S_IWOTH)) != 0;
   const bool keepsOthersOff = S_ISDIR(status.st_mode) && (status.st_mode & S_ISVTX) != 0;
   return S_ISLNK(status.st_mode) || !isShared || keepsOthersOff;
