@@ -599,6 +599,21 @@ TRVS_EXPORT int32_t TrvsGenGuiDelta(int32_t context, const char* first, const ch
  *
  * Lists are NUL-terminated names, one after the other, ended by an empty name. */
 
+/* Creates an archive with its first revision, in one step: as TrvsCreateArchive and TrvsPutRevision
+ * do one after the other, but with any status other than TRVS_DONE there is no archive.
+ *   archive, workfile, description, owner  as for TrvsCreateArchive; the workfile must be there
+ *   revision, label, change, group, author, flags  as for TrvsPutRevision
+ *   time                                   of both, 0 for the present
+ * CREATE and CHECKIN are two events: the triggers before both run before anything is done, and the
+ * client, the journal and the triggers after them are told of both in that order.
+ * May give what those two may. */
+TRVS_EXPORT int32_t TrvsCreateWithRevision(int32_t context, const char* archive,
+                                           const char* workfile, const char* owner,
+                                           const char* revision, const char* label,
+                                           const char* description, const char* change,
+                                           const char* group, const char* author, uint32_t time,
+                                           uint32_t flags);
+
 /* Locks a revision for the present user.
  *   revision  null: the one in `group`, else the trunk's tip
  *   group     the development group that the lock is for; null for the only one. The revision is

@@ -77,9 +77,10 @@ class TVArchiveMember52 : public TVArchiveMember {
   int putRevision(TVHandle& context, const TVPutOptions& options);
   // Takes back the present user's locks, then checks out if the mode says so.
   int unlockRevision(TVHandle& context, const TVUnlockOptions& options);
-  // Creates the archive and checks the workfile in, unless there is an archive; then stores the
-  // member in its folder, in place of its record without an archive. kResultNotWritten where that
-  // failed: a second call finds the archive and stores the member.
+  // Creates the archive with the workfile as its first revision, unless there is an archive; then
+  // stores the member in its folder, in place of its record without an archive. Where the workfile
+  // can't be checked in there is neither archive nor record. kResultNotWritten where the record
+  // could not be written: a second call finds the archive and stores the member.
   int createArchive(TVHandle& context, const TVPutOptions& options);
   // Names the archive by the project's configuration, as far as it has no name yet; in memory only.
   // For clients: createArchive() finds the names by itself.
@@ -109,7 +110,7 @@ class TVArchiveMember52 : public TVArchiveMember {
   int findWorkfile(TVHandle& context) const;  // An operation result.
   static int checkOut(TVHandle& context, const Target& target, const TVGetOptions& options);
   static int checkIn(TVHandle& context, const Target& target, const TVPutOptions& options);
-  static int makeArchive(TVHandle& context, const Target& target, const VString& description);
+  static int makeArchive(TVHandle& context, const Target& target, const TVPutOptions& options);
   static int takeLocks(TVHandle& context, const Target& target, bool wantsRevision,
                        VString* revision);
   int computeNames(TVHandle& context, TVMemberNames* names) const;

@@ -211,23 +211,21 @@ int TVArchiveMember52::createArchive(TVHandle& context, const TVPutOptions& opti
   if (const int result = computeNames(context, &wanted)) return result;
   if (!wanted.areStorable(context)) return kResultFailed;
   const Target about = TVArchiveMember52(wanted, folder, TVCaching::kTransient).target();
-  int result = kResultDone;
   if (!about.archive.exists()) {
-    result = makeArchive(context, about, options.description);
-    if (result != kResultDone) return result;
-    result = checkIn(context, about, options);
+    if (const int result = makeArchive(context, about, options)) return result;
   }
-  const int stored = storeIn(folder, context, wanted);
-  return result != kResultDone ? result : stored;
+  return storeIn(folder, context, wanted);
 }
 
 int TVArchiveMember52::makeArchive(TVHandle& context, const Target& target,
-                                   const VString& description) {
+                                   const TVPutOptions& options) {
   int32_t status;
   {
     TVToolkitBracket bracket(context);
-    status = TrvsCreateArchive(target.archive.text(), target.workfile.text(),
-                               nullIfEmpty(description), nullptr, 0, 0);
+    status = TrvsCreateWithRevision(
+        TRVS_CONTEXT, target.archive.text(), target.workfile.text(), nullptr,
+        nullIfEmpty(options.revision), nullIfEmpty(options.text2), nullIfEmpty(options.description),
+        nullIfEmpty(options.text1), nullIfEmpty(options.promotionGroup), nullptr, 0, options.flags);
   }
   return reportToolkitStatus(context, status, target.archive.text());
 }

@@ -86,6 +86,13 @@ class Archives : public Toolkit {
     return put(how);
   }
 
+  // Makes the archive with what the workfile holds.
+  int32_t createWithRevision(const Put& how, const char* owner = nullptr) {
+    return TrvsCreateWithRevision(TRVS_CONTEXT, archive().c_str(), workfile().c_str(), owner,
+                                  how.revision, how.label, how.description, how.change, how.group,
+                                  how.author, how.time, how.flags);
+  }
+
   struct Get {
     const char* revision = nullptr;
     uint32_t flags = TRVS_GET_OVERWRITE;

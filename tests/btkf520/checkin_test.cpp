@@ -81,6 +81,40 @@ TEST_F(CheckIn, NeedsALockOfOnesOwn) {
   EXPECT_EQ(put("0", {}), TRVS_DONE) << "as if it were new";
 }
 
+// Each of these left an archive without a revision, made by a call of its own.
+TEST_F(CheckIn, MakesAnArchiveWithItsFirstRevisionOrNone) {
+  const Put good{.revision = "2.0", .label = "R", .description = "motor", .change = "new"};
+  const auto refused = [&](const Put& how, int32_t want, const char* owner = nullptr) {
+    EXPECT_EQ(createWithRevision(how, owner), want);
+    EXPECT_NE(access(archive().c_str(), F_OK), 0) << want;
+  };
+  refused(good, TRVS_NO_WORKFILE);
+  write("m.c", std::string(100'000, 'x'));
+  refused({.revision = "1.1.1.0"}, TRVS_BAD_NUMBER);
+  refused({.label = "1.0"}, TRVS_BAD_NAME);
+  refused({.group = "dev"}, TRVS_NO_SUCH_GROUP);
+  refused({.time = 1}, TRVS_BAD_DATE);
+  refused({.flags = 0x100}, TRVS_MISUSE);
+  configure("ACCESSLIST zoe\nEVENTTRIGGER PRECHECKIN = exit 1");
+  refused(good, TRVS_NO_ACCESS, "zoe");
+  refused(good, TRVS_TRIGGER_FAILED);
+  configure("");
+  answerQuestions();
+  answers[TRVS_CALLBACK_CONTINUE] = TRVS_REFUSE;
+  refused(good, TRVS_CANCELLED);
+  answers.clear();
+  {
+    const support::SizeLimit full(10);
+    refused(good, TRVS_CANNOT_WRITE);
+  }
+  EXPECT_EQ(access(workfile().c_str(), F_OK), 0);
+  EXPECT_EQ(createWithRevision(good), TRVS_DONE);
+  EXPECT_NE(access(workfile().c_str(), F_OK), 0);
+  EXPECT_EQ(tree(), "2.0^#R");
+  EXPECT_EQ(content("2.0"), std::string(100'000, 'x'));
+  EXPECT_EQ(createWithRevision(good), TRVS_ARCHIVE_EXISTS);
+}
+
 TEST_F(CheckIn, DecidesAboutTheWorkfileByFlags) {
   const std::map<std::string, uint32_t> flags = {{"keep", TRVS_PUT_KEEP_LOCK},
                                                  {"read-only", TRVS_PUT_READ_ONLY},

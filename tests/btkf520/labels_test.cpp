@@ -230,14 +230,16 @@ TEST_F(Events, GoToTheJournalTheTriggersAndTheClient) {
   const std::string trace = path("trace");
   configure("JOURNAL = " + journal +
             "\nEVENTTRIGGER POSTCHECKIN = echo $BTKF_EVENT $BTKF_WHAT $BTKF_USER >> " + trace +
+            "\nEVENTTRIGGER POSTCREATE = echo $BTKF_EVENT >> " + trace +
             "\nEVENTTRIGGER PRELABEL = exit 3\nEVENTTRIGGER PRELOCK = exit 127\n");
   answerQuestions();
-  ASSERT_EQ(create(), TRVS_DONE);
-  asked.clear();
-  ASSERT_EQ(put("0", {}), TRVS_DONE);
-  EXPECT_EQ(asked.find("may:POSTCHECKIN:echo $BTKF_EVENT "), 0u);
+  write("m.c", "0");
+  ASSERT_EQ(createWithRevision({}), TRVS_DONE);
+  EXPECT_EQ(asked.find("may:POSTCREATE:echo $BTKF_EVENT "), 0u);
+  EXPECT_NE(asked.find("may:POSTCHECKIN:echo $BTKF_EVENT "), std::string::npos);
+  EXPECT_NE(asked.find(" done:CREATE: "), std::string::npos);
   EXPECT_TRUE(asked.ends_with(" done:CHECKIN:1.0 "));
-  EXPECT_EQ(support::readFile(trace), "POSTCHECKIN 1.0 ann\n");
+  EXPECT_EQ(support::readFile(trace), "POSTCREATE\nPOSTCHECKIN 1.0 ann\n");
   EXPECT_EQ(label("REL", "1.0"), TRVS_TRIGGER_REFUSED);
   EXPECT_EQ(labels(), "");
   EXPECT_EQ(lock(), TRVS_TRIGGER_FAILED);

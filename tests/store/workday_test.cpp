@@ -148,11 +148,15 @@ TEST_F(Workday, AnArchiveIsAddedToAMemberThatIsThere) {
   EXPECT_EQ(listing(control).find("new.c"), std::string::npos);
   EXPECT_EQ(member("new.c", control, TVCaching::kTransient).archiveAction4(create_), 0) << told();
   EXPECT_EQ(get("work/new.c"), "text\n");
-  put("motor.cfg", "VCSDIR = " + path("none") + "\n");
-  EXPECT_EQ(member("lost.c", control, TVCaching::kTransient).archiveAction4(create_),
-            kResultFailed);
-  EXPECT_NE(told().find("notice "), std::string::npos);
-  EXPECT_EQ(listing(control).find("lost.c"), std::string::npos);
+  // One without a workfile, one without a place.
+  for (const char* place : {"vault", "none"}) {
+    put("motor.cfg", "VCSDIR = " + path(place) + "\n");
+    EXPECT_EQ(member("lost.c", control, TVCaching::kTransient).archiveAction4(create_),
+              kResultFailed);
+    EXPECT_NE(told().find("notice "), std::string::npos);
+    EXPECT_EQ(listing(control).find("lost.c"), std::string::npos);
+    EXPECT_FALSE(VPathString(path("vault/lost.c_v")).exists());
+  }
 }
 
 // A real fault: the archive was there and its record too, and the answer was that it is not stored.

@@ -72,7 +72,19 @@ int32_t TrvsCreateArchive(const char* archive, const char* workfile, const char*
                           const char* owner, uint32_t time, int32_t reserved) {
   return guarded([&] {
     if (reserved != 0) return TRVS_MISUSE;
-    return btkf::createArchive(archive, workfile, description, owner, time);
+    return btkf::createArchive({archive, workfile, description, owner, time});
+  });
+}
+
+int32_t TrvsCreateWithRevision(int32_t context, const char* archive, const char* workfile,
+                               const char* owner, const char* revision, const char* label,
+                               const char* description, const char* change, const char* group,
+                               const char* author, uint32_t time, uint32_t flags) {
+  return guarded([&] {
+    if (!isContext(context)) return TRVS_MISUSE;
+    return btkf::createWithRevision(
+        {archive, workfile, description, owner, time},
+        {archive, revision, label, nullptr, change, group, author, time, flags});
   });
 }
 

@@ -41,16 +41,45 @@ bool isGoodOrNone(const char* name) { return textOf(name).empty() || isGoodName(
 // A packed time that may be left out.
 bool isTimeOrNone(PackedTime time) { return time == 0 || dates::isTime(dates::unpackTime(time)); }
 
+uint32_t attributesOf(const Configuration& configuration) {
+  uint32_t attributes = TRVS_ATTRIBUTE_CHECK_LOCKS | TRVS_ATTRIBUTE_READ_ONLY;
+  if (configuration.exclusiveLock()) attributes |= TRVS_ATTRIBUTE_EXCLUSIVE_LOCKS;
+  if (configuration.expandKeywords()) attributes |= TRVS_ATTRIBUTE_KEYWORDS;
+  return attributes;
+}
+
+// Begins an archive that the task's commit makes.
+TrvsStatus beginArchive(const NewArchive& wanted, Task* task) {
+  if (!isGoodOrNone(wanted.owner)) return TRVS_BAD_NAME;
+  if (!isTimeOrNone(wanted.time)) return TRVS_BAD_DATE;
+  if (const TrvsStatus status = task->openNew(wanted.archive, wanted.workfile)) return status;
+  std::string workfilePath;
+  if (const TrvsStatus status = task->findWorkfile(&workfilePath)) return status;
+  if (!os::directoryState(os::parentOf(task->archivePath()).c_str())) return TRVS_BAD_NAME;
+  if (statusAt(task->archivePath())) return TRVS_ARCHIVE_EXISTS;
+  ArchiveModel& model = task->model;
+  model.workName = fileName(wanted.workfile);
+  model.owner = textOf(wanted.owner).empty() ? task->user() : wanted.owner;
+  model.description = textOf(wanted.description);
+  model.creationTime = wanted.time != 0 ? wanted.time : presentTime();
+  model.attributes = attributesOf(configuration());
+  model.accessList = configuration().accessList();
+  return TRVS_DONE;
+}
+
 // One check-in, step by step. Nothing is changed on disk before the commit.
 class CheckIn {
  public:
-  explicit CheckIn(const CheckInRequest& request) : request_(request) {}
+  // `wanted` is an archive to be made with it; null for one that is there.
+  CheckIn(const CheckInRequest& request, const NewArchive* wanted)
+      : request_(request), wanted_(wanted) {}
 
   TrvsStatus run();
 
  private:
   bool asks(uint32_t flag) const { return (request_.flags & flag) != 0; }
 
+  TrvsStatus open();
   TrvsStatus readWorkfile();
   TrvsStatus findPlace();
   TrvsStatus findFirst();
@@ -67,6 +96,7 @@ class CheckIn {
   bool settleWorkfile() const;
 
   const CheckInRequest& request_;
+  const NewArchive* const wanted_;
   Task task_;
   std::string workfilePath_;
   os::FileStatus workfile_;
@@ -81,17 +111,24 @@ TrvsStatus CheckIn::run() {
   if (!areGood(request_.flags)) return TRVS_MISUSE;
   if (!isGoodOrNone(request_.author)) return TRVS_BAD_NAME;
   if (!isTimeOrNone(request_.time)) return TRVS_BAD_DATE;
-  if (const TrvsStatus status = task_.openToUpdate(request_.archive, "CHECKIN")) return status;
-  for (auto step : {&CheckIn::readWorkfile, &CheckIn::findPlace, &CheckIn::checkWorkfile,
-                    &CheckIn::assignGroup, &CheckIn::add}) {
+  for (auto step : {&CheckIn::open, &CheckIn::readWorkfile, &CheckIn::findPlace,
+                    &CheckIn::checkWorkfile, &CheckIn::assignGroup, &CheckIn::add}) {
     if (const TrvsStatus status = (this->*step)()) return status;
   }
   if (const TrvsStatus status = client().goOn()) return status;
   const Event event{"CHECKIN", number_.text()};
   if (const TrvsStatus status = task_.store()) return status;
   if (!settleWorkfile()) task_.warn(TRVS_CANNOT_WRITE);
+  if (wanted_ != nullptr) task_.announce({"CREATE", ""});
   task_.announce(event);
   return TRVS_DONE;
+}
+
+TrvsStatus CheckIn::open() {
+  if (wanted_ == nullptr) return task_.openToUpdate(request_.archive, "CHECKIN");
+  if (const TrvsStatus status = beginArchive(*wanted_, &task_)) return status;
+  if (const TrvsStatus status = task_.checkAccess()) return status;
+  return task_.ask("CHECKIN");
 }
 
 TrvsStatus CheckIn::readWorkfile() {
@@ -231,7 +268,8 @@ TrvsStatus CheckIn::add() {
   if (branch == nullptr) branch = &task_.model.addBranch(number_.parent());
   fillRevision(&branch->revisions.emplace_back());
   branch->revisions.back().content = content_;
-  if (request_.description != nullptr) task_.model.description = request_.description;
+  if (wanted_ == nullptr && request_.description != nullptr)
+    task_.model.description = request_.description;
   if (label.empty()) return TRVS_DONE;
   const Moving moving = asks(TRVS_PUT_MOVE_LABEL)  ? Moving::kAlways
                         : asks(TRVS_PUT_ASK_LABEL) ? Moving::kAsk
@@ -261,33 +299,17 @@ bool CheckIn::settleWorkfile() const {
   return result == os::FileResult::kDone;
 }
 
-uint32_t attributesOf(const Configuration& configuration) {
-  uint32_t attributes = TRVS_ATTRIBUTE_CHECK_LOCKS | TRVS_ATTRIBUTE_READ_ONLY;
-  if (configuration.exclusiveLock()) attributes |= TRVS_ATTRIBUTE_EXCLUSIVE_LOCKS;
-  if (configuration.expandKeywords()) attributes |= TRVS_ATTRIBUTE_KEYWORDS;
-  return attributes;
-}
-
 }  // namespace
 
-TrvsStatus checkIn(const CheckInRequest& request) { return CheckIn(request).run(); }
+TrvsStatus checkIn(const CheckInRequest& request) { return CheckIn(request, nullptr).run(); }
 
-TrvsStatus createArchive(const char* archive, const char* workfile, const char* description,
-                         const char* owner, PackedTime time) {
-  if (!isGoodOrNone(owner)) return TRVS_BAD_NAME;
-  if (!isTimeOrNone(time)) return TRVS_BAD_DATE;
+TrvsStatus createWithRevision(const NewArchive& wanted, const CheckInRequest& first) {
+  return CheckIn(first, &wanted).run();
+}
+
+TrvsStatus createArchive(const NewArchive& wanted) {
   Task task;
-  if (const TrvsStatus status = task.openNew(archive, workfile)) return status;
-  std::string workfilePath;
-  if (const TrvsStatus status = task.findWorkfile(&workfilePath)) return status;
-  if (!os::directoryState(os::parentOf(task.archivePath()).c_str())) return TRVS_BAD_NAME;
-  if (statusAt(task.archivePath())) return TRVS_ARCHIVE_EXISTS;
-  task.model.workName = fileName(workfile);
-  task.model.owner = textOf(owner).empty() ? task.user() : owner;
-  task.model.description = textOf(description);
-  task.model.creationTime = time != 0 ? time : presentTime();
-  task.model.attributes = attributesOf(configuration());
-  task.model.accessList = configuration().accessList();
+  if (const TrvsStatus status = beginArchive(wanted, &task)) return status;
   return task.commit({"CREATE", ""});
 }
 

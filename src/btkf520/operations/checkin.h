@@ -8,6 +8,16 @@
 
 namespace btkf {
 
+// What an archive is to be that is not there yet. The last three may be null or 0: no description,
+// the present user, the present time.
+struct NewArchive {
+  const char* archive = nullptr;  // Path texts.
+  const char* workfile = nullptr;
+  const char* description = nullptr;
+  const char* owner = nullptr;
+  PackedTime time = 0;
+};
+
 // Any pointer may be null, which is the same as an empty text.
 struct CheckInRequest {
   const char* archive = nullptr;      // Target.
@@ -24,8 +34,11 @@ struct CheckInRequest {
 // Makes a revision from a workfile. The statuses are told in btkf520.h.
 [[nodiscard]] TrvsStatus checkIn(const CheckInRequest& request);
 
-// Makes an archive without revisions. `owner` null: the present user; `time` 0: the present.
-[[nodiscard]] TrvsStatus createArchive(const char* archive, const char* workfile,
-                                       const char* description, const char* owner, PackedTime time);
+// Makes an archive without revisions.
+[[nodiscard]] TrvsStatus createArchive(const NewArchive& wanted);
+
+// The same with its first revision, in one step: with any status but TRVS_DONE there is no archive.
+// The archive's names and description stand in `wanted`, and count for nothing in `first`.
+[[nodiscard]] TrvsStatus createWithRevision(const NewArchive& wanted, const CheckInRequest& first);
 
 }  // namespace btkf

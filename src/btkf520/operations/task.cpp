@@ -92,7 +92,9 @@ void Task::announce(const Event& event) const noexcept {
   if (!attempt([&] { writeJournal(accountOf(event)); })) warn(TRVS_NO_JOURNAL);
   // It is done, whatever the trigger says.
   attempt([&] {
-    static_cast<void>(runTrigger(triggerAfter_, accountOf({"POST" + event.name, event.what})));
+    const auto found = triggersAfter_.find(event.name);
+    if (found == triggersAfter_.end()) return;
+    static_cast<void>(runTrigger(found->second, accountOf({"POST" + event.name, event.what})));
   });
   attempt([&] { client().done(event.name, names_.archive, names_.workfile, event.what); });
 }
@@ -105,7 +107,7 @@ TrvsStatus Task::ask(const std::string& event, const std::string& what) {
   const std::string before = "PRE" + event;
   std::string command;
   if (const TrvsStatus status = findTrigger(before, &command)) return status;
-  if (const TrvsStatus status = findTrigger("POST" + event, &triggerAfter_)) return status;
+  if (const TrvsStatus status = findTrigger("POST" + event, &triggersAfter_[event])) return status;
   return runTrigger(command, accountOf({before, what}));
 }
 

@@ -10,6 +10,7 @@
 // run, and the journal is written.
 #pragma once
 
+#include <map>
 #include <memory>
 #include <string>
 
@@ -60,6 +61,8 @@ class Task {
   // Asks the trigger before an event, and before that whether those before and after it may run:
   // TRVS_TRIGGER_REFUSED or TRVS_TRIGGER_FAILED.
   [[nodiscard]] TrvsStatus ask(const std::string& event, const std::string& what = "");
+  // Whether the user may change an archive of this model: TRVS_NO_ACCESS.
+  [[nodiscard]] TrvsStatus checkAccess() const;
 
   // Of the workfile in the operating system: that of the target, else of the archive's own
   // workfile in the current directory. TRVS_BAD_NAME, TRVS_SAME_NAMES if that is the archive
@@ -79,13 +82,12 @@ class Task {
   Account accountOf(const Event& event) const;
   [[nodiscard]] TrvsStatus findArchive(const char* target);
   [[nodiscard]] TrvsStatus findUser();
-  [[nodiscard]] TrvsStatus checkAccess() const;
   [[nodiscard]] TrvsStatus openPatiently();
 
   Target names_;
   std::string path_;
   std::string user_;
-  std::string triggerAfter_;  // The command that may run then.
+  std::map<std::string, std::string> triggersAfter_;  // By event: the command that may run then.
   std::unique_ptr<Archive> archive_;
 };
 
