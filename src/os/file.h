@@ -114,6 +114,8 @@ class File {
   FileResult setWritable(bool isWritable) const;
   // Waits until what was written is on the device.
   [[nodiscard]] bool sync() const;
+  // The same for what the directory says about `path`, the name of this file: see syncParentOf().
+  void syncName(const std::string& path) const noexcept;
 
  private:
   friend class SiblingFile;

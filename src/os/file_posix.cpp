@@ -296,6 +296,8 @@ bool File::sync() const {
   return uninterrupted([this] { return ::fsync(descriptor_); }) == 0;
 }
 
+void File::syncName(const std::string& path) const noexcept { syncParentOf(path, descriptor_); }
+
 FileResult File::readAll(uint64_t largest, std::string* bytes) {
   std::string text;
   for (int tries = 0; tries < kTries && size() <= largest; ++tries) {

@@ -29,7 +29,6 @@ class SiblingFile {
   SiblingFile() = default;
   SiblingFile(const SiblingFile&) = delete;
   SiblingFile& operator=(const SiblingFile&) = delete;
-  // Removes the file unless it is finished.
   ~SiblingFile() { giveUp(); }
 
   enum class Others {
@@ -64,6 +63,10 @@ class SiblingFile {
   // Takes over the name. With any result but kDone the other file is as it was. *finished, which
   // may be null, becomes the file, open and locked.
   FileResult finish(Naming naming, Safety safety, File* finished);
+  // Removes the file unless it is finished.
+  void giveUp();
+
+  const File& file() const { return file_; }
 
   // Does all of that for a file that is to hold `bytes`. `old` is the one to be replaced, open for
   // updating, null if there is none. Where no sibling could be opened, or it can't take over the
@@ -82,7 +85,6 @@ class SiblingFile {
   FileResult takeName(Naming naming);
   FileResult rename(Naming naming) const;
   bool hasName(const std::string& path);
-  void giveUp();
 
   std::string path_;
   std::string ownPath_;

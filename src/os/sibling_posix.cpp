@@ -133,7 +133,7 @@ FileResult SiblingFile::write(std::string_view bytes) {
 
 FileResult SiblingFile::flush() {
   const FileResult result = writeOut(pending_);
-  pending_.clear();
+  std::string().swap(pending_);  // Many siblings may wait for one sync.
   return result;
 }
 

@@ -12,6 +12,7 @@
 #include <set>
 #include <utility>
 
+#include "btkf520/archive/archivechange.h"
 #include "btkf520/archive/archivereader.h"
 #include "btkf520/archive/checksum.h"
 #include "btkf520/archive/contentframes.h"
@@ -38,21 +39,6 @@ TrvsStatus openStatus(FileResult result) {
       return TRVS_IN_USE;
     default:
       return TRVS_CANNOT_OPEN;
-  }
-}
-
-TrvsStatus writeStatus(FileResult result) {
-  switch (result) {
-    case FileResult::kDone:
-      return TRVS_DONE;
-    case FileResult::kExists:
-      return TRVS_ARCHIVE_EXISTS;
-    case FileResult::kBusy:
-      return TRVS_IN_USE;
-    case FileResult::kNoLocks:
-      return TRVS_CANNOT_OPEN;
-    default:
-      return TRVS_CANNOT_WRITE;
   }
 }
 
@@ -89,6 +75,7 @@ class Archive::Impl {
   Content put(std::string_view bytes);
   TrvsStatus read(const Content& content, Bytes* bytes);
   TrvsStatus read(const Content& content, const BytesSink& sink);
+  TrvsStatus begin(ArchiveModel model, std::unique_ptr<ArchiveChange>* change);
   TrvsStatus commit(ArchiveModel model);
 
  private:
@@ -114,12 +101,13 @@ class Archive::Impl {
   TrvsStatus pack(Frame* frame, Bytes* packed);
   TrvsStatus writeFrames(Index* index, os::SiblingFile* to);
   TrvsStatus writeEnd(const Index& index, os::SiblingFile* to);
-  TrvsStatus tryCommit(Index* index);
+  TrvsStatus write(Index* index, ArchiveChange* change);
 
   Purpose purpose_;
   std::string path_;
   std::unique_ptr<ArchiveReader> reader_;
   std::unique_ptr<ArchiveReader> later_;  // Of the file that has replaced reader_'s; may be null.
+  std::unique_ptr<ArchiveReader> next_;   // Of the file as begin() has written it.
   uint32_t lastContent_;
   std::map<uint32_t, Pending> pending_;
   std::set<uint32_t> damaged_;  // Contents that could not be rebuilt when a commit needed them.
@@ -346,29 +334,18 @@ TrvsStatus Archive::Impl::writeEnd(const Index& index, os::SiblingFile* to) {
   return writeStatus(to->write(encodeTail(index.model, place)));
 }
 
-// *index goes to the new reader, unless a damaged content ended this before.
-TrvsStatus Archive::Impl::tryCommit(Index* index) {
-  os::SiblingFile file;
+TrvsStatus Archive::Impl::write(Index* index, ArchiveChange* change) {
+  os::SiblingFile& file = change->sibling();
   const bool isUpdate = purpose_ == Purpose::kUpdate;  // And then the archive is locked.
   const auto others =
       isUpdate ? os::SiblingFile::Others::kExcluded : os::SiblingFile::Others::kPossible;
   if (const TrvsStatus status = writeStatus(file.open(path_, others))) return status;
   if (const TrvsStatus status = writeFrames(index, &file)) return status;
   if (const TrvsStatus status = writeEnd(*index, &file)) return status;
-  const os::File* const old = isUpdate ? &reader_->file() : nullptr;
-  if (const TrvsStatus status = writeStatus(file.giveRights(old))) return status;
-
-  auto next = std::make_unique<ArchiveReader>(std::move(*index), std::make_unique<FrameCodec>());
-  const auto naming = isUpdate ? os::SiblingFile::Naming::kReplace : os::SiblingFile::Naming::kNew;
-  const FileResult result = file.finish(naming, os::SiblingFile::Safety::kOnDisk, &next->file());
-  if (result != FileResult::kDone) return writeStatus(result);
-  reader_ = std::move(next);
-  pending_.clear();
-  purpose_ = Purpose::kUpdate;
-  return TRVS_DONE;
+  return writeStatus(file.giveRights(isUpdate ? &reader_->file() : nullptr));
 }
 
-TrvsStatus Archive::Impl::commit(ArchiveModel model) {
+TrvsStatus Archive::Impl::begin(ArchiveModel model, std::unique_ptr<ArchiveChange>* change) {
   if (purpose_ == Purpose::kRead || !model.isSound() || !knowsAllOf(model)) return TRVS_MISUSE;
   Index index{std::move(model), {}, lastContent_};
   std::erase_if(index.model.branches, [](const Branch& branch) {
@@ -376,10 +353,29 @@ TrvsStatus Archive::Impl::commit(ArchiveModel model) {
   });
   for (;;) {
     const size_t damaged = damaged_.size();
-    const TrvsStatus status = tryCommit(&index);
-    if (status == TRVS_DONE || damaged_.size() == damaged) return status;
+    auto begun = std::make_unique<ArchiveChange>(path_);
+    const TrvsStatus status = write(&index, begun.get());
+    if (status == TRVS_DONE) {
+      next_ = std::make_unique<ArchiveReader>(std::move(index), std::make_unique<FrameCodec>());
+      begun->hold(std::move(reader_->file()));
+      *change = std::move(begun);
+    }
     // A content turned out to be damaged: once more with a plan that leaves it alone.
+    if (status == TRVS_DONE || damaged_.size() == damaged) return status;
   }
+}
+
+TrvsStatus Archive::Impl::commit(ArchiveModel model) {
+  std::unique_ptr<ArchiveChange> change;
+  if (const TrvsStatus status = begin(std::move(model), &change)) return status;
+  const TrvsStatus status = change->finish();
+  if (status == TRVS_DONE) {
+    reader_ = std::move(next_);
+    pending_.clear();
+    purpose_ = Purpose::kUpdate;
+  }
+  reader_->file() = change->takeFile();
+  return status;
 }
 
 Archive::Archive(std::unique_ptr<Impl> impl) : impl_(std::move(impl)) {}
@@ -421,6 +417,9 @@ TrvsStatus Archive::read(const Content& content, const BytesSink& sink) const {
   return impl_->read(content, sink);
 }
 Content Archive::put(std::string_view bytes) { return impl_->put(bytes); }
+TrvsStatus Archive::begin(ArchiveModel model, std::unique_ptr<ArchiveChange>* change) {
+  return impl_->begin(std::move(model), change);
+}
 TrvsStatus Archive::commit(ArchiveModel model) { return impl_->commit(std::move(model)); }
 TrvsStatus Archive::verify(std::vector<Content>* damaged) const {
   return impl_->readAgain([&](ArchiveReader& from) { return from.verify(damaged); });

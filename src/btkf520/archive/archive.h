@@ -26,6 +26,8 @@
 
 namespace btkf {
 
+class ArchiveChange;
+
 // One archive, open for reading or for update as long as the object lives. Paths are the operating
 // system's. Operations may throw std::bad_alloc, which changes neither the object nor the file.
 // Statuses that any operation may give, besides those told with it:
@@ -83,6 +85,11 @@ class Archive {
   // no obstacle: it is kept as it is, and stays damaged. TRVS_IN_USE also if a content that was put
   // is found to have changed since.
   [[nodiscard]] TrvsStatus commit(ArchiveModel model);
+
+  // The first step of commit(), for who changes many archives and lets them share their syncs: see
+  // ArchiveChange. The same statuses. Once it has given TRVS_DONE, what was put isn't needed any
+  // more, the change holds the archive, and this object can only be destroyed.
+  [[nodiscard]] TrvsStatus begin(ArchiveModel model, std::unique_ptr<ArchiveChange>* change);
 
   // Reads every byte of the file and checks it, so that it finds any changed bit. TRVS_DONE if all
   // is well. Else TRVS_NOT_AN_ARCHIVE, and in *damaged the contents that can't be rebuilt any more;
