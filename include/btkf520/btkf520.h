@@ -53,7 +53,8 @@ typedef enum TrvsStatus {
                                    can't be changed, as its file system has no locks */
   TRVS_IN_USE = 6,              /* the file is being changed by another */
   TRVS_BUFFER_TOO_SMALL = 8,    /* call again with a larger one */
-  TRVS_BAD_NAME = 9,            /* not a path, or not a name for a label, user or group */
+  TRVS_BAD_NAME = 9,            /* not a path, not a name for a label, user or group, or not a
+                                   lock's note */
   TRVS_MISUSE = 10,             /* an argument that no correct program passes, such as null */
   TRVS_NO_SUCH_LABEL = 11,      /* no such version label */
   TRVS_LABEL_EXISTS = 12,       /* the label has another target */
@@ -614,7 +615,7 @@ TRVS_EXPORT int32_t TrvsCreateWithRevision(int32_t context, const char* archive,
                                            const char* group, const char* author, uint32_t time,
                                            uint32_t flags);
 
-/* Locks a revision for the present user.
+/* Locks a revision for the present user. The lock keeps the present time.
  *   revision  null: the one in `group`, else the trunk's tip
  *   group     the development group that the lock is for; null for the only one. The revision is
  *             put into it. Without a promotion model there is none
@@ -623,6 +624,23 @@ TRVS_EXPORT int32_t TrvsCreateWithRevision(int32_t context, const char* archive,
  * TRVS_GROUP_LOCKED; TRVS_WOULD_BRANCH. */
 TRVS_EXPORT int32_t TrvsLockRevision(int32_t context, const char* archive, const char* revision,
                                      const char* group);
+
+/* The same, with a note that the lock keeps: one line of up to 255 bytes without control
+ * characters, such as what the lock is for. Null or "" for none. A lock that a check-in keeps
+ * (TRVS_PUT_KEEP_LOCK) keeps its time and its note, too.
+ * May give what TrvsLockRevision may; TRVS_BAD_NAME for anything that is no such note. */
+TRVS_EXPORT int32_t TrvsLockWithNote(int32_t context, const char* archive, const char* revision,
+                                     const char* group, const char* note);
+
+/* Checks out a revision and locks it with a note: TrvsGetRevision with TRVS_GET_LOCK, which need
+ * not be among the `flags`. */
+TRVS_EXPORT int32_t TrvsGetWithNote(int32_t context, const char* archive, const char* revision,
+                                    const char* group, const char* note, uint32_t flags);
+
+/* Fetches all locks of an archive, whoever has them: a list of four texts for each, the number of
+ * the revision, the user, the time as "2026-11-21 04:05:46", and the note, which may be empty. The
+ * empty number ends the list. TrvsGetLockInfo tells about one user. */
+TRVS_EXPORT int32_t TrvsListLocks(int32_t context, const char* archive, char* buffer, int32_t size);
 
 enum {
   TRVS_LABEL_FLOATS = 0x1, /* with the tip of the revision's branch */

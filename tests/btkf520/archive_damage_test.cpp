@@ -28,7 +28,7 @@ void fill(History* history, int revisions) {
   history->checkIn("1.0.1", "");
   history->checkIn("1.0.1", "branch");
   history->change([](btkf::ArchiveModel* model) {
-    model->trunk().tip()->lockers = {"ann"};
+    model->trunk().tip()->locks = {{"ann", 1, "why"}};
     model->labels = {{"REL", number("1.1")}};
   });
 }
@@ -150,7 +150,8 @@ TEST(ArchiveDamage, IsRefusedInAnIndexThatContradictsItself) {
     EXPECT_EQ(isRead([&](auto& model, auto&) { model.owner = name; }), isGood);
     EXPECT_EQ(isRead([&](auto& model, auto&) { model.accessList = {name}; }), isGood);
     EXPECT_EQ(isRead([&](auto&, auto& tip) { tip.author = name; }), isGood);
-    EXPECT_EQ(isRead([&](auto&, auto& tip) { tip.lockers = {name}; }), isGood);
+    EXPECT_EQ(isRead([&](auto&, auto& tip) { tip.locks = {{name, 0, ""}}; }), isGood);
+    EXPECT_EQ(isRead([&](auto&, auto& tip) { tip.locks = {{"ann", 0, name}}; }), isGood);
     EXPECT_EQ(isRead([&](auto&, auto& tip) { tip.promotionGroups = {name}; }), isGood);
     EXPECT_EQ(isRead([&](auto& model, auto&) { model.labels = {{name, number("1.0")}}; }), isGood);
   }

@@ -167,9 +167,9 @@ TEST(ArchiveFile, KeepsWhatTheModelSays) {
   revision.workfileTime = 1;
   revision.author = "bo";
   revision.changeDescription = "why\nand how";
-  revision.lockers = {"bo", "ann"};
+  revision.locks = {{"bo", 7, "the valve"}, {"ann", 8, ""}};
   revision.promotionGroups = {"dev", "test"};
-  model.findRevision(number("1.0"))->lockers = {"cy"};
+  model.findRevision(number("1.0"))->locks = {{"cy", 9, std::string(255, 'n')}};
   model.labels = {{"REL_1", number("1.1")}, {"tip of it", number("1.1.1")}, {"", number("1.9")}};
   model.addBranch(number("1.0.1"));  // Without a revision: not kept.
   ASSERT_EQ(archive->commit(model), TRVS_DONE);
@@ -179,12 +179,14 @@ TEST(ArchiveFile, KeepsWhatTheModelSays) {
   history.expectWhole();
 
   support::SlowArchive slow(history.file());
-  EXPECT_EQ(slow.told,
-            "h\xE4user.c|ann|" + model.description +
-                "|530142154|2147549189|ann|a,b|branch 1|1.0|0|0|||cy|1.1|0|0|||1.2|0|0|||"
-                "branch 1.1.1|1.1.1.0|0|0|||1.1.1.1|4294967295|1|bo|why\nand how|bo|ann|"
-                "dev|test|branch 1.1.1.1.1|1.1.1.1.1.0|0|0|||branch 1.1.2|1.1.2.0|0|0|||"
-                "label REL_1|1.1|label tip of it|1.1.1|label |1.9|");
+  EXPECT_EQ(
+      slow.told,
+      "h\xE4user.c|ann|" + model.description +
+          "|530142154|2147549189|ann|a,b|branch 1|1.0|0|0|||cy|9|" + std::string(255, 'n') +
+          "|1.1|0|0|||1.2|0|0|||"
+          "branch 1.1.1|1.1.1.0|0|0|||1.1.1.1|4294967295|1|bo|why\nand how|bo|7|the valve|ann|8||"
+          "dev|test|branch 1.1.1.1.1|1.1.1.1.1.0|0|0|||branch 1.1.2|1.1.2.0|0|0|||"
+          "label REL_1|1.1|label tip of it|1.1.1|label |1.9|");
   slow.records.erase('Z');  // Where the index is.
   EXPECT_EQ(slow.records, (std::map<char, std::string>{{'H', "\0h\xE4user.c\0"s},
                                                        {'X', "\x1f\x99\x53\xca"},

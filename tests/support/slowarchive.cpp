@@ -92,7 +92,7 @@ void SlowArchive::readBlock(const std::string& block) {
 
 void SlowArchive::readIndex(const std::string& index, const std::string& packedFrames) {
   Values values(index);
-  if (values.number() != 1) throw std::runtime_error("archive: version");
+  if (values.number() != 2) throw std::runtime_error("archive: version");
   const auto note = [this](const std::string& text) {
     told += text + "|";
     return text;
@@ -113,7 +113,11 @@ void SlowArchive::readIndex(const std::string& index, const std::string& packedF
       noteNumber(values.fixed(4));
       note(values.text());
       revision.changeDescription = note(values.text());
-      noteTexts();
+      for (uint64_t locks = values.number(); locks > 0; --locks) {
+        note(values.text());
+        noteNumber(values.fixed(4));
+        note(values.text());
+      }
       noteTexts();
       revision.content = values.number();
       revision.length = values.number();

@@ -11,7 +11,7 @@
 namespace btkf {
 namespace {
 
-constexpr uint64_t kVersion = 1;
+constexpr uint64_t kVersion = 2;
 constexpr size_t kMostThings = 1 << 16;  // In any index, and kThingsPerByte more.
 
 void putTexts(ByteWriter* to, const std::vector<std::string>& texts) {
@@ -27,6 +27,26 @@ std::vector<std::string> getTexts(ByteReader* from) {
     if (texts.back().empty()) from->fail();
   }
   return texts;
+}
+
+void putLocks(ByteWriter* to, const std::vector<Lock>& locks) {
+  to->put(locks.size());
+  for (const Lock& lock : locks) {
+    to->put(lock.user);
+    to->putFixed(lock.time, 4);
+    to->put(lock.note);
+  }
+}
+
+std::vector<Lock> getLocks(ByteReader* from) {
+  std::vector<Lock> locks;
+  for (size_t left = from->count(); left > 0 && from->isGood(); --left) {
+    Lock& lock = locks.emplace_back();
+    lock.user = from->text();
+    lock.time = static_cast<PackedTime>(from->fixed(4));
+    lock.note = from->text();
+  }
+  return locks;
 }
 
 void putNumber(ByteWriter* to, const Number& number) {
@@ -46,7 +66,7 @@ void putRevision(ByteWriter* to, const Revision& revision) {
   to->putFixed(revision.workfileTime, 4);
   to->put(revision.author);
   to->put(revision.changeDescription);
-  putTexts(to, revision.lockers);
+  putLocks(to, revision.locks);
   putTexts(to, revision.promotionGroups);
   to->put(revision.content.id);
   to->put(revision.content.length);
@@ -60,7 +80,7 @@ Revision getRevision(ByteReader* from) {
   revision.workfileTime = static_cast<PackedTime>(from->fixed(4));
   revision.author = from->text();
   revision.changeDescription = from->text();
-  revision.lockers = getTexts(from);
+  revision.locks = getLocks(from);
   revision.promotionGroups = getTexts(from);
   revision.content.id = from->number32();
   revision.content.length = from->number();

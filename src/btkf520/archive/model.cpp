@@ -56,6 +56,12 @@ bool areSoundNames(const std::vector<std::string>& names) {
                      [](const std::string& name) { return !name.empty() && isSoundName(name); });
 }
 
+bool areSoundLocks(const std::vector<Lock>& locks) {
+  return std::all_of(locks.begin(), locks.end(), [](const Lock& lock) {
+    return !lock.user.empty() && isSoundName(lock.user) && isNote(lock.note);
+  });
+}
+
 bool isSoundNumber(const Number& number) {
   const std::vector<uint32_t>& components = number.components();
   return !number.isEmpty() && components.size() <= Number::kMostComponents &&
@@ -65,7 +71,7 @@ bool isSoundNumber(const Number& number) {
 
 bool isSoundRevision(const Revision& revision) {
   return isSoundNumber(revision.number) && isSoundName(revision.author) &&
-         isSoundText(revision.changeDescription) && areSoundNames(revision.lockers) &&
+         isSoundText(revision.changeDescription) && areSoundLocks(revision.locks) &&
          areSoundNames(revision.promotionGroups);
 }
 
@@ -99,6 +105,11 @@ bool isWorkfileName(std::string_view name) {
                         ((name[0] >= 'A' && name[0] <= 'Z') || (name[0] >= 'a' && name[0] <= 'z'));
   return name != "." && name != ".." && !hasDrive && !hasControls(name) &&
          name.find_first_of("/\\") == std::string_view::npos;
+}
+
+bool isNote(std::string_view text) {
+  constexpr size_t kLongestNote = 255;
+  return text.size() <= kLongestNote && !hasControls(text);
 }
 
 const Branch* ArchiveModel::findBranch(const Number& number) const {
@@ -156,7 +167,7 @@ size_t ArchiveModel::revisionCount() const {
 
 size_t ArchiveModel::lockCount() const {
   size_t count = 0;
-  forEachRevision([&](const Revision& revision) { count += revision.lockers.size(); });
+  forEachRevision([&](const Revision& revision) { count += revision.locks.size(); });
   return count;
 }
 

@@ -28,13 +28,22 @@ struct Content {
   bool operator==(const Content&) const = default;
 };
 
+// A user's lock of a revision.
+struct Lock {
+  std::string user;
+  PackedTime time = 0;  // When it was taken.
+  std::string note;     // One line; may be empty.
+
+  bool operator==(const Lock&) const = default;
+};
+
 struct Revision {
   Number number;
   PackedTime checkInTime = 0;
   PackedTime workfileTime = 0;  // The workfile's time of change when it was checked in.
   std::string author;
   std::string changeDescription;
-  std::vector<std::string> lockers;          // User ids in the order of their locks.
+  std::vector<Lock> locks;                   // In the order in which they were taken.
   std::vector<std::string> promotionGroups;  // In the order in which they were given.
   Content content;
 
@@ -66,6 +75,9 @@ struct Label {
 // Whether an archive may give its workfile this name: in whatever directory, it names a file right
 // there. A name from another's archive must not lead anywhere else.
 bool isWorkfileName(std::string_view name);
+
+// Whether a lock may have this note: up to 255 bytes without control characters.
+bool isNote(std::string_view text);
 
 class ArchiveModel {
  public:
@@ -123,9 +135,9 @@ class ArchiveModel {
   }
 
   // Whether the file format can hold it: branches and revisions in order, without duplicates and
-  // under their own branch, texts without NUL and not too long, no empty names in lists, contents
-  // used once, label targets that are numbers. Archive::commit() refuses any other with
-  // TRVS_MISUSE.
+  // under their own branch, texts without NUL and not too long, no empty names in lists, notes that
+  // are such, contents used once, label targets that are numbers. Archive::commit() refuses any
+  // other with TRVS_MISUSE.
   bool isSound() const;
 
   bool operator==(const ArchiveModel&) const = default;

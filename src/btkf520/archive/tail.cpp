@@ -62,7 +62,7 @@ std::string encodeTail(const ArchiveModel& model, const IndexPlace& place) {
   putNumber(&to, 'P', model.attributes, 2);
   putNumber(&to, 'J', std::min<size_t>(model.revisionCount(), 0xFFFF), 2);
   model.forEachRevision([&](const Revision& revision) {
-    for (const std::string& locker : revision.lockers) putName(&to, 'R', locker);
+    for (const Lock& lock : revision.locks) putName(&to, 'R', lock.user);
   });
   if (!model.accessList.empty()) putName(&to, 'V', joined(model.accessList));
   putRecord(&to, 'I', model.description);

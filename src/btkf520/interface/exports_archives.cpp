@@ -144,8 +144,30 @@ int32_t TrvsRevTreeInfo(int32_t context, const char* archive, TrvsRevTree** tree
 
 int32_t TrvsLockRevision(int32_t context, const char* archive, const char* revision,
                          const char* group) {
-  return guarded(
-      [&] { return isContext(context) ? btkf::lock(archive, revision, group) : TRVS_MISUSE; });
+  return guarded([&] {
+    return isContext(context) ? btkf::lock(archive, revision, group, nullptr) : TRVS_MISUSE;
+  });
+}
+
+int32_t TrvsLockWithNote(int32_t context, const char* archive, const char* revision,
+                         const char* group, const char* note) {
+  return guarded([&] {
+    return isContext(context) ? btkf::lock(archive, revision, group, note) : TRVS_MISUSE;
+  });
+}
+
+int32_t TrvsGetWithNote(int32_t context, const char* archive, const char* revision,
+                        const char* group, const char* note, uint32_t flags) {
+  return guarded([&] {
+    if (!isContext(context)) return TRVS_MISUSE;
+    return btkf::checkOut(
+        {archive, revision, nullptr, nullptr, group, flags | TRVS_GET_LOCK, note});
+  });
+}
+
+int32_t TrvsListLocks(int32_t context, const char* archive, char* buffer, int32_t size) {
+  return listed(context, buffer, size,
+                [&](Names* texts) { return btkf::listAllLocks(archive, texts); });
 }
 
 int32_t TrvsSetLabel(int32_t context, const char* archive, const char* label, const char* revision,

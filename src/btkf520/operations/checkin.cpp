@@ -92,6 +92,7 @@ class CheckIn {
   TrvsStatus checkUnchanged();
   TrvsStatus assignGroup();
   TrvsStatus add();
+  Lock takeLock();
   void fillRevision(Revision* revision) const;
   bool settleWorkfile() const;
 
@@ -203,7 +204,7 @@ TrvsStatus CheckIn::placeBeforeNumber(const Number& number) {
 TrvsStatus CheckIn::checkParentLock() const {
   const Revision& parent = *task_.model.findRevision(*parent_);
   if (isLockedBy(parent, task_.user())) return TRVS_DONE;
-  if (!parent.lockers.empty()) return TRVS_LOCKED;
+  if (!parent.locks.empty()) return TRVS_LOCKED;
   return task_.model.has(TRVS_ATTRIBUTE_CHECK_LOCKS) ? TRVS_NO_LOCK : TRVS_DONE;
 }
 
@@ -263,11 +264,14 @@ TrvsStatus CheckIn::assignGroup() {
 
 TrvsStatus CheckIn::add() {
   std::string label(textOf(request_.label));
-  if (parent_) std::erase(task_.model.findRevision(*parent_)->lockers, task_.user());
+  const Lock lock = takeLock();
   Branch* branch = task_.model.findBranch(branchNumber(number_));
   if (branch == nullptr) branch = &task_.model.addBranch(number_.parent());
   fillRevision(&branch->revisions.emplace_back());
   branch->revisions.back().content = content_;
+  if (asks(TRVS_PUT_KEEP_LOCK) && task_.model.has(TRVS_ATTRIBUTE_CHECK_LOCKS)) {
+    branch->revisions.back().locks.push_back(lock);
+  }
   if (wanted_ == nullptr && request_.description != nullptr)
     task_.model.description = request_.description;
   if (label.empty()) return TRVS_DONE;
@@ -277,6 +281,17 @@ TrvsStatus CheckIn::add() {
   return setLabel(&task_.model, &label, number_, moving, task_.archiveText());
 }
 
+// The user's lock, off its revision. One that is kept is still the same; without one it is new.
+Lock CheckIn::takeLock() {
+  Lock lock{task_.user(), presentTime(), ""};
+  Revision* parent = parent_ ? task_.model.findRevision(*parent_) : nullptr;
+  const Lock* held = parent == nullptr ? nullptr : lockOf(*parent, task_.user());
+  if (held == nullptr) return lock;
+  lock = *held;
+  removeLock(parent, task_.user());
+  return lock;
+}
+
 void CheckIn::fillRevision(Revision* revision) const {
   revision->number = number_;
   revision->checkInTime = request_.time != 0 ? request_.time : presentTime();
@@ -284,9 +299,6 @@ void CheckIn::fillRevision(Revision* revision) const {
   revision->author = textOf(request_.author).empty() ? task_.user() : request_.author;
   revision->changeDescription = textOf(request_.change);
   if (!group_.empty()) revision->promotionGroups.push_back(group_);
-  if (asks(TRVS_PUT_KEEP_LOCK) && task_.model.has(TRVS_ATTRIBUTE_CHECK_LOCKS)) {
-    revision->lockers.push_back(task_.user());
-  }
 }
 
 // A workfile that was changed meanwhile holds what no revision has: it stays as it is.

@@ -115,7 +115,7 @@ TrvsStatus CheckOut::chooseRevision() {
   Number number;
   if (asks(TRVS_GET_LOCK)) {
     if (const TrvsStatus status =
-            lockRevision(&task_, request_.revision, request_.group, &number)) {
+            lockRevision(&task_, request_.revision, request_.group, request_.note, &number)) {
       return status;
     }
     revision_ = task_.model.findRevision(number);

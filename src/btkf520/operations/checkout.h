@@ -14,7 +14,8 @@ struct CheckOutRequest {
   const char* cutoffDate = nullptr;  // Nothing newer than this.
   const char* newerThan = nullptr;   // Nothing as old as this; with TRVS_GET_IF_NEWER.
   const char* group = nullptr;
-  uint32_t flags = 0;  // TRVS_GET_...
+  uint32_t flags = 0;          // TRVS_GET_...
+  const char* note = nullptr;  // Of the lock.
 };
 
 // Writes a revision to the workfile. The statuses are told in btkf520.h.

@@ -17,7 +17,7 @@ constexpr uint32_t kAttributes = TRVS_ATTRIBUTE_BINARY | TRVS_ATTRIBUTE_KEYWORDS
 
 // Locks and promotion groups keep a revision from being deleted.
 TrvsStatus checkDeletion(const Revision& revision) {
-  if (!revision.lockers.empty()) return TRVS_LOCKED;
+  if (!revision.locks.empty()) return TRVS_LOCKED;
   return revision.promotionGroups.empty() ? TRVS_DONE : TRVS_GROUP_IN_THE_WAY;
 }
 

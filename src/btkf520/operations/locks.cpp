@@ -6,6 +6,8 @@
 
 #include "btkf520/operations/revisions.h"
 #include "btkf520/operations/surroundings.h"
+#include "btkf520/operations/times.h"
+#include "dates/packedtime.h"
 
 namespace btkf {
 namespace {
@@ -16,8 +18,8 @@ TrvsStatus checkLock(const Task& task, const Revision& revision) {
   if (isLockedBy(revision, task.user())) return TRVS_LOCKED;
   if (task.model.has(TRVS_ATTRIBUTE_EXCLUSIVE_LOCKS) && task.model.lockCount() > 0)
     return TRVS_CANNOT_LOCK;
-  if (!revision.lockers.empty() && !configuration().multipleLocks()) return TRVS_LOCKED;
-  const bool willBranch = !isTip(task.model, revision) || !revision.lockers.empty();
+  if (!revision.locks.empty() && !configuration().multipleLocks()) return TRVS_LOCKED;
+  const bool willBranch = !isTip(task.model, revision) || !revision.locks.empty();
   return willBranch && configuration().branchWarning() ? TRVS_WOULD_BRANCH : TRVS_DONE;
 }
 
@@ -26,7 +28,7 @@ TrvsStatus checkGroup(const ArchiveModel& model, const std::string& group,
                       const Revision& revision) {
   const Revision* at = group.empty() ? nullptr : revisionInGroup(model, group);
   if (at == nullptr) return TRVS_DONE;
-  if (!at->lockers.empty()) return TRVS_GROUP_LOCKED;
+  if (!at->locks.empty()) return TRVS_GROUP_LOCKED;
   return at == &revision ? TRVS_DONE : TRVS_GROUP_IN_THE_WAY;
 }
 
@@ -68,7 +70,9 @@ TrvsStatus chooseGroup(std::string_view wanted, std::string* group) {
   return TRVS_DONE;
 }
 
-TrvsStatus lockRevision(Task* task, const char* revision, const char* group, Number* locked) {
+TrvsStatus lockRevision(Task* task, const char* revision, const char* group, const char* note,
+                        Number* locked) {
+  if (!isNote(textOf(note))) return TRVS_BAD_NAME;
   std::string chosen;
   if (const TrvsStatus status = chooseGroup(textOf(group), &chosen)) return status;
   const Revision* found = nullptr;
@@ -77,7 +81,7 @@ TrvsStatus lockRevision(Task* task, const char* revision, const char* group, Num
   if (const TrvsStatus status = checkGroup(task->model, chosen, *found)) return status;
   *locked = found->number;
   Revision* changed = task->model.findRevision(found->number);
-  changed->lockers.push_back(task->user());
+  changed->locks.push_back({task->user(), presentTime(), std::string(textOf(note))});
   std::vector<std::string>& groups = changed->promotionGroups;
   if (!chosen.empty() && std::find(groups.begin(), groups.end(), chosen) == groups.end()) {
     groups.push_back(chosen);
@@ -85,11 +89,11 @@ TrvsStatus lockRevision(Task* task, const char* revision, const char* group, Num
   return TRVS_DONE;
 }
 
-TrvsStatus lock(const char* archive, const char* revision, const char* group) {
+TrvsStatus lock(const char* archive, const char* revision, const char* group, const char* note) {
   Task task;
   if (const TrvsStatus status = task.openToUpdate(archive, "LOCK")) return status;
   Number locked;
-  if (const TrvsStatus status = lockRevision(&task, revision, group, &locked)) return status;
+  if (const TrvsStatus status = lockRevision(&task, revision, group, note, &locked)) return status;
   return task.commit({"LOCK", locked.text()});
 }
 
@@ -108,7 +112,7 @@ TrvsStatus unlock(const char* archive, const char* revision, const char* user) {
   std::string numbers;
   for (const Revision* each : found) {
     numbers += (numbers.empty() ? "" : ",") + each->number.text();
-    std::erase(task.model.findRevision(each->number)->lockers, *whose);
+    removeLock(task.model.findRevision(each->number), *whose);
   }
   return task.commit({"UNLOCK", numbers});
 }
@@ -122,6 +126,20 @@ TrvsStatus listLocks(const char* archive, const char* user, std::vector<std::str
     numbers->push_back(each->number.text());
   }
   return numbers->empty() ? TRVS_NO_LOCK : TRVS_DONE;
+}
+
+TrvsStatus listAllLocks(const char* archive, std::vector<std::string>* texts) {
+  Task task;
+  if (const TrvsStatus status = task.openToTell(archive)) return status;
+  task.model.forEachRevision([&](const Revision& revision) {
+    for (const Lock& lock : revision.locks) {
+      for (const std::string& text :
+           {revision.number.text(), lock.user, dates::isoText(lock.time), lock.note}) {
+        texts->push_back(text);
+      }
+    }
+  });
+  return TRVS_DONE;
 }
 
 }  // namespace btkf

@@ -13,7 +13,9 @@ namespace btkf {
 // the lock is for. *locked receives its number. Commits nothing.
 //   revision  as findRevision() takes it; empty: the revision in `group`, else the trunk's tip
 //   group     empty: the only development group of the model, if there is a model
+//   note      what the lock says about itself; may be empty
 // Statuses of findRevision(), and:
+//   TRVS_BAD_NAME          not a note
 //   TRVS_CANNOT_LOCK       locks are not checked, or the archive allows one lock only
 //   TRVS_LOCKED            locked already
 //   TRVS_WOULD_BRANCH      BRANCHWARN, and it isn't the tip
@@ -21,7 +23,7 @@ namespace btkf {
 //   TRVS_GROUP_LOCKED      the group's revision is locked already
 //   TRVS_GROUP_IN_THE_WAY  the group is at another revision
 [[nodiscard]] TrvsStatus lockRevision(Task* task, const char* revision, const char* group,
-                                      Number* locked);
+                                      const char* note, Number* locked);
 
 // The development group that a lock or a check-in is for. Empty if there is no promotion model.
 //   TRVS_NO_SUCH_GROUP            not in the model, or there is no model
@@ -29,11 +31,14 @@ namespace btkf {
 [[nodiscard]] TrvsStatus chooseGroup(std::string_view wanted, std::string* group);
 
 // The whole operations. A null user is the present one.
-[[nodiscard]] TrvsStatus lock(const char* archive, const char* revision, const char* group);
+[[nodiscard]] TrvsStatus lock(const char* archive, const char* revision, const char* group,
+                              const char* note);
 // Without a revision, all of the user's. TRVS_NO_LOCK if there is none.
 [[nodiscard]] TrvsStatus unlock(const char* archive, const char* revision, const char* user);
 // The numbers of the revisions that the user has locked. TRVS_NO_LOCK if there is none.
 [[nodiscard]] TrvsStatus listLocks(const char* archive, const char* user,
                                    std::vector<std::string>* numbers);
+// Four texts for each lock of the archive: number, user, time and note.
+[[nodiscard]] TrvsStatus listAllLocks(const char* archive, std::vector<std::string>* texts);
 
 }  // namespace btkf

@@ -82,7 +82,7 @@ class Selection {
 
   bool takes(const Revision& revision, const Names& labels) const {
     return range_.contains(revision) && dates_.contains(revision.checkInTime) &&
-           agrees(authors_, {revision.author}) && agrees(lockers_, revision.lockers) &&
+           agrees(authors_, {revision.author}) && agrees(lockers_, lockersOf(revision)) &&
            agrees(labels_, labels) && agrees(groups_, revision.promotionGroups) &&
            upperCase(revision.changeDescription).find(words_) != std::string::npos;
   }
@@ -156,7 +156,7 @@ TrvsStatus Report::pick() {
   if (const TrvsStatus status = selection.parse(task_.model, request_)) return status;
   task_.model.forEachRevision([&](const Revision& revision) {
     const bool isWanted = (mode_ != TRVS_LOG_NEWEST || isTip(task_.model, revision)) &&
-                          (mode_ != TRVS_LOG_LOCKED || !revision.lockers.empty()) &&
+                          (mode_ != TRVS_LOG_LOCKED || !revision.locks.empty()) &&
                           (mode_ != TRVS_LOG_GROUPS || !revision.promotionGroups.empty());
     if (isWanted && selection.takes(revision, labelsOf(revision))) revisions_.push_back(&revision);
   });
@@ -213,7 +213,7 @@ TrvsStatus Report::writeBody() {
     TrvsStatus status = TRVS_DONE;
     switch (mode_) {
       case TRVS_LOG_LOCKED:
-        status = writeEach(*revision, revision->lockers);
+        status = writeEach(*revision, lockersOf(*revision));
         break;
       case TRVS_LOG_GROUPS:
         status = writeEach(*revision, revision->promotionGroups);
@@ -242,7 +242,7 @@ TrvsStatus Report::writeFull(const Revision& revision) {
       {"Changed", dates::isoText(revision.workfileTime)},
       {"Author", revision.author},
       {"Size", std::to_string(revision.content.length)},
-      {"Locked by", joinedNames(revision.lockers)},
+      {"Locked by", joinedNames(lockersOf(revision))},
       {"Labels", joinedNames(labelsOf(revision))},
       {"Groups", joinedNames(revision.promotionGroups)},
       {"Branches", joinedNames(branches)},

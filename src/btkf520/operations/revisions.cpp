@@ -59,8 +59,23 @@ const Revision* revisionInGroup(const ArchiveModel& model, std::string_view grou
 }
 
 bool isLockedBy(const Revision& revision, std::string_view user) {
-  return std::find(revision.lockers.begin(), revision.lockers.end(), user) !=
-         revision.lockers.end();
+  return lockOf(revision, user) != nullptr;
+}
+
+const Lock* lockOf(const Revision& revision, std::string_view user) {
+  const auto found = std::find_if(revision.locks.begin(), revision.locks.end(),
+                                  [user](const Lock& lock) { return lock.user == user; });
+  return found == revision.locks.end() ? nullptr : &*found;
+}
+
+std::vector<std::string> lockersOf(const Revision& revision) {
+  std::vector<std::string> users;
+  for (const Lock& lock : revision.locks) users.push_back(lock.user);
+  return users;
+}
+
+void removeLock(Revision* revision, std::string_view user) {
+  std::erase_if(revision->locks, [user](const Lock& lock) { return lock.user == user; });
 }
 
 std::vector<const Revision*> lockedBy(const ArchiveModel& model, std::string_view user) {

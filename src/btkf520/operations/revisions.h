@@ -30,6 +30,12 @@ const Revision* revisionInGroup(const ArchiveModel& model, std::string_view grou
 // Revisions that `user` has locked, in the model's order.
 std::vector<const Revision*> lockedBy(const ArchiveModel& model, std::string_view user);
 bool isLockedBy(const Revision& revision, std::string_view user);
+// His lock of it, null for none. Good until the revision's locks change.
+const Lock* lockOf(const Revision& revision, std::string_view user);
+// The users who have locked it, in the order of their locks.
+std::vector<std::string> lockersOf(const Revision& revision);
+// Takes a user's lock of it away.
+void removeLock(Revision* revision, std::string_view user);
 
 // Which revisions of an archive are meant: "from*to" with revisions at the ends, either of which
 // may be missing; one revision alone, or one branch alone for all that it has.

@@ -70,7 +70,7 @@ class Builder {
     record(TRVS_TREE_TIME, level, dates::isoText(revision.checkInTime));
     record(TRVS_TREE_AUTHOR, level, revision.author);
     record(TRVS_TREE_CHANGE, level, revision.changeDescription);
-    for (const std::string& locker : revision.lockers) record(TRVS_TREE_LOCKER, level, locker);
+    for (const Lock& lock : revision.locks) record(TRVS_TREE_LOCKER, level, lock.user);
     const auto labels = labels_.find(revision.number);
     if (labels != labels_.end()) {
       for (const std::string* label : labels->second) record(TRVS_TREE_LABEL, level, *label);
