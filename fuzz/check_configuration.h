@@ -30,7 +30,7 @@ class ConfigurationFiles : public btkf::ConfigurationHost {
     require(++reads_ <= 2 * btkf::ConfigurationReader::kMostBytes, "reads are bounded");
     const size_t index = path.empty() ? 0 : static_cast<unsigned char>(path.back()) % files_.size();
     if (files_[index].size() > largest) return os::FileResult::kTooLarge;
-    *file = {files_[index], {0, index}, index % 2 == 0};
+    *file = {files_[index], {0, index}, 0, index % 2 == 0};
     return os::FileResult::kDone;
   }
   std::optional<std::string> variable(const std::string& name) override {

@@ -220,7 +220,8 @@ typedef int32_t (*TrvsNotifyFourCallback)(const char* first, const char* second,
  *   code    TRVS_INVALID_LINE, TRVS_NESTED_TOO_DEEP, TRVS_SEVERAL_TOP_GROUPS, TRVS_NO_TOP_GROUP,
  *           TRVS_BAD_INCLUDE, TRVS_BAD_CONDITIONAL or TRVS_DISALLOWED
  *   line    the line as it stands in the file, at most its first 1023 bytes; empty if the promotion
- *           model as a whole is to blame
+ *           model as a whole is to blame, and for an included file whose owner is another one than
+ *           that of the file whose load it is
  *   file    path text of the file that holds it, as the client or an INCLUDE directive gave it
  *   number  of the line in that file, from 1; 0 if the promotion model is to blame
  * Any result but TRVS_GO_ON cancels the load. */
@@ -294,6 +295,12 @@ typedef enum TrvsReadMode {
  * be read for a reason that may pass. */
 TRVS_EXPORT int32_t TrvsQueryConfiguration(const char* path, int32_t reserved1, int32_t reserved2,
                                            int32_t readMode);
+
+/* Whether `size` bytes of text can be meant as a configuration file: at least one directive in it
+ * is good, or it has none. Reads no other file, reports nothing, and leaves the configuration as it
+ * is. For clients that write at the end of a file that another hand has named. Gives
+ * TRVS_INVALID_LINE if not, and if it is larger than a configuration file can be. */
+TRVS_EXPORT int32_t TrvsCheckConfiguration(const char* text, int32_t size);
 
 typedef enum TrvsItem {
   /* As the configuration file has them, separated by ";"; maybe empty. */

@@ -178,8 +178,9 @@ FOLDAPI_EXPORT const char* GetProjectVCSDirs(TVHandle* project);
 
 /* Appends a VCSDIR directive with `directories`, less one "\" at their end, to the project's
  * configuration file; earlier directives stay above it. A list with a line break, or of more than
- * 8184 bytes, is refused, and so is a project that another process has removed. Read the value back
- * to see whether it worked. */
+ * 8184 bytes, is refused, and so is a project that another process has removed. Nor is anything
+ * appended to a file that has lines, and not one good directive among them: CFG in the root's data
+ * files may name any file. Read the value back to see whether it worked. */
 FOLDAPI_EXPORT void SetProjectVCSDirs(TVHandle* project, const char* directories);
 
 /* Where the workfiles of the team (public) and of this user (private) are: WKDIR in trvsproj.pub

@@ -47,6 +47,7 @@ struct FileStatus {
   bool isLink = false;         // Told by readEntryStatus() only.
   bool ownerMayWrite = false;  // Whoever asks: a read-only mark binds everybody.
   FileIdentity identity;
+  uint32_t owner = 0;  // The user's number.
   uint64_t size = 0;
   int64_t nanoseconds = 0;  // The modification time, since 1970.
 

@@ -32,6 +32,7 @@ FileStatus statusOf(const struct stat& raw) {
   status.isLink = S_ISLNK(raw.st_mode);
   status.ownerMayWrite = (raw.st_mode & S_IWUSR) != 0;
   status.identity = {raw.st_dev, raw.st_ino};
+  status.owner = raw.st_uid;
   status.size = static_cast<uint64_t>(raw.st_size);
   status.nanoseconds = raw.st_mtim.tv_sec * kNanosecondsPerSecond + raw.st_mtim.tv_nsec;
   return status;
@@ -43,6 +44,7 @@ FileStatus statusOf(const struct statx& raw) {
   status.isRegular = S_ISREG(raw.stx_mode);
   status.ownerMayWrite = (raw.stx_mode & S_IWUSR) != 0;
   status.identity = {makedev(raw.stx_dev_major, raw.stx_dev_minor), raw.stx_ino};
+  status.owner = raw.stx_uid;
   status.size = raw.stx_size;
   status.nanoseconds = raw.stx_mtime.tv_sec * kNanosecondsPerSecond + raw.stx_mtime.tv_nsec;
   return status;

@@ -130,10 +130,10 @@ int32_t onNotifyFour(const char* first, const char* second, const char* third, c
 int32_t onBadDirective(int32_t code, const char* line, const char* file, int32_t number) {
   return kept([=] {
     const VString explanation = ToolkitMessage(code, nullptr);
-    const VString lineText = line;
+    const VString lineText = *line == '\0' ? "(not shown here)" : line;
     const VString fileName = file;
-    return DirectiveMessage(kFolderDirective, lineText.isEmpty() ? 0 : number, fileName.text(),
-                            lineText.text(), explanation.text());
+    return DirectiveMessage(kFolderDirective, number, fileName.text(), lineText.text(),
+                            explanation.text());
   });
 }
 

@@ -1,6 +1,9 @@
-// toolkit/configfiles.cpp: master file first, project next, local last; directives are appended
-// without a look at what stands there.
+// toolkit/configfiles.cpp: master file first, project next, local last. Directives are appended
+// whatever stands there, as long as it can be meant as a configuration: the file is one that a
+// public record names, which may be any file of the user.
 #include "toolkit/configfiles.h"
+
+#include <algorithm>
 
 #include "base/vfile.h"
 #include "btkf520/btkf520.h"
@@ -19,16 +22,26 @@ constexpr const char* kDirsFailedTail =
     "use Project / Configure Project / Archive Directories in TRVS Trevault to select an archive "
     "directory for this project.";
 
+constexpr const char* kNoConfiguration =
+    "Nothing was added, as there is no directive among the lines of";
+
 [[nodiscard]] bool readConfiguration(const char* path, int32_t mode) {
   return TrvsQueryConfiguration(path, 0, 0, mode) == TRVS_DONE;
 }
 
+enum class Appended { kDone, kFailed, kRefused };
+
 // Writes at the end of an open file, on a line of its own: people edit these files, and the last
-// line may lack its end. Gives what writeText() gives.
-int32_t appendLines(VFile& file, const VString& lines) {
+// line may lack its end. Refused if the file is no configuration.
+Appended appendLines(VFile& file, const VString& lines) {
   const std::string_view old = file.readAll();
+  const size_t size = std::min(old.size(), size_t{INT32_MAX});
+  if (TrvsCheckConfiguration(old.data(), static_cast<int32_t>(size)) != TRVS_DONE) {
+    return Appended::kRefused;
+  }
   const bool isOpen = !old.empty() && old.back() != '\n';
-  return file.writeText(isOpen ? VString("\r\n") + lines : lines);
+  const int32_t written = file.writeText(isOpen ? VString("\r\n") + lines : lines);
+  return written >= 0 ? Appended::kDone : Appended::kFailed;
 }
 
 // A first file that can't be read leaves the defaults, and no file has an empty name.
@@ -81,10 +94,11 @@ void appendArchiveDirs(TVProjectConfig* config, const VString& dirs, TVHandle& c
   if (line.view().size() > kLongestLine) return failed("The list is too long for a line of");
   VFile file(config->path);
   if (!file.open(VFile::kReadWrite)) return failed("Error opening");
-  const bool written = appendLines(file, line + "\r\n\r\n") >= 0;
+  const Appended appended = appendLines(file, line + "\r\n\r\n");
+  if (appended == Appended::kRefused) return failed(kNoConfiguration);
   if (file.hasNoLocks()) {
     context.sink().error(context, NoLocksMessage(config->path.text()) + (kDirsFailedTail + 1));
-  } else if (!file.close() || !written) {
+  } else if (!file.close() || appended != Appended::kDone) {
     failed("Error writing to");
   }
   config->archiveDirs = dirs;
@@ -94,19 +108,23 @@ VBool appendArchiveSuffix(const TVProjectConfig& config, const VString& extensio
                           const VString& suffix, TellUser tell, TVHandle& context) {
   if (extension.isEmpty() || suffix.isEmpty()) return false;
   VFile file(config.path);
-  bool written = false;
+  Appended appended = Appended::kFailed;
   if (file.open(VFile::kReadWrite)) {
-    written = appendLines(file, VString::format("ARCHIVESUFFIX %s = %s\r\n", extension.text(),
-                                                suffix.text())) > 0;
-    written = file.close() && written;
+    appended = appendLines(
+        file, VString::format("ARCHIVESUFFIX %s = %s\r\n", extension.text(), suffix.text()));
+    if (!file.close() && appended == Appended::kDone) appended = Appended::kFailed;
   }
+  const bool written = appended == Appended::kDone;
   if (file.hasNoLocks()) {
     context.sink().notice(context, NoLocksMessage(config.path.text()));
   } else if (!written) {
     context.sink().notice(
-        context, VString::format("Error opening project configuration file %s. Unable to set the "
-                                 "archive suffix for file extension %s",
-                                 config.path.text(), extension.text()));
+        context,
+        VString::format(
+            "%s project configuration file %s. Unable to set the archive suffix for file extension "
+            "%s",
+            appended == Appended::kRefused ? kNoConfiguration : "Error opening", config.path.text(),
+            extension.text()));
   } else if (tell == TellUser::kSuccessToo) {
     context.sink().notice(
         context,

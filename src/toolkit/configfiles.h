@@ -30,8 +30,8 @@ enum class Loaded { kAll, kProjectMissing, kFailed };
 VString configurationText(int32_t item);
 
 // Adds a VCSDIR directive to the configuration's file, without one "\" at the end of `dirs`, and
-// takes `dirs` over, also after a write that failed. Failures go to the sink; a list that is too
-// long for a line is one.
+// takes `dirs` over, also after a write that failed. Failures go to the sink: a list that is too
+// long for a line is one, and a file that isn't empty and can't be meant as a configuration.
 void appendArchiveDirs(TVProjectConfig* config, const VString& dirs, TVHandle& context);
 
 // Adds an ARCHIVESUFFIX directive, for clients that set up projects; nothing in the library does.

@@ -1,6 +1,8 @@
 // btkf520/configuration_test.cpp: the configuration language through the toolkit's C functions.
 #include "btkf520/configuration/configuration.h"
 
+#include <unistd.h>
+
 #include <cerrno>
 
 #include "../../fuzz/check_configuration.h"
@@ -86,6 +88,29 @@ TEST_F(ConfigurationFile, IncludesAreFoundBesideTheIncludingFile) {
   EXPECT_EQ(told(), "");
   load("INCLUDE\nINCLUDE none.cfg\nINCLUDE sub\nINCLUDE open.cfg\nENDIF\n");
   EXPECT_EQ(told(), "include@1 include@2 include@3 conditional@1 conditional@5");
+  if (geteuid() != 0) return;  // Only root can give files away.
+  ASSERT_EQ(chown(path("open.cfg").c_str(), 12345, 0), 0);
+  write("sub/two.cfg", "secret\nINCLUDE " + path("sub/three.cfg") + "\n");
+  write("sub/three.cfg", "line 1\n");
+  ASSERT_EQ(chown(path("sub/two.cfg").c_str(), 12345, 0), 0);
+  load("INCLUDE open.cfg\nINCLUDE sub/two.cfg\nline 3\n");
+  EXPECT_EQ(told(), "conditional@1- line@1- line@1 line@3") << "another's lines are not told";
+}
+
+TEST_F(ConfigurationFile, CanBeToldFromFilesOfOtherKinds) {
+  const auto check = [](const std::string& text) {
+    return TrvsCheckConfiguration(text.c_str(), static_cast<int32_t>(text.size()));
+  };
+  for (const char* text : {"", "\n# x\n", "x\nVCSDIR=a\n[y]", "IF A\nDISALLOW INCLUDE\nENDIF\n",
+                           "INCLUDE none.cfg", "no=1\nINCLUDE a", "no=1\nDISALLOW JOURNAL"}) {
+    EXPECT_EQ(check(text), TRVS_DONE) << text;
+  }
+  const auto others = {"root:x:0:0::/root:/bin/sh\n"s, "# x\nif [ -d a ]; then\n  VCSDIR=a\nfi\n"s,
+                       "export A=1\n"s, "\0"s, std::string((1 << 20) + 1, '\n')};
+  for (const std::string& text : others) {
+    EXPECT_EQ(check(text), TRVS_INVALID_LINE) << text.substr(0, 99);
+  }
+  EXPECT_EQ(told(), "");
 }
 
 // A real fault: without a free descriptor the load passed for done, and was not tried again.

@@ -167,6 +167,7 @@ TEST_F(OpenLocked, AsksAgainAtTheFirstWriteAfterAReadOnlyRetry) {
 }
 
 TEST_F(OpenLocked, TellsThatThereAreNoLocks) {
+  put("F", "# text\n");
   const os_test::SystemCalls calls(
       [](const os_test::Call& call) { return call.name == "flock" ? ENOLCK : 0; });
   EXPECT_EQ(open("F", Access::kRead), 0);
@@ -183,7 +184,7 @@ TEST_F(OpenLocked, TellsThatThereAreNoLocks) {
        {"error F cannot be changed, since the file system", "\nnotice F cannot"}) {
     EXPECT_NE(text.find(told), std::string::npos) << text;
   }
-  EXPECT_EQ(get("F"), "text\n");
+  EXPECT_EQ(get("F"), "# text\n");
 }
 
 // What the records of both files make -------------------------------------------------------------

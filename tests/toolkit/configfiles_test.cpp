@@ -80,6 +80,14 @@ TEST_F(ToolkitConfiguration, ReportsWhatCannotBeAppended) {
 
   writeFile(directory / "own.cfg", "A=1\r\n");
   TVProjectConfig full("own.cfg");
+  appendArchiveDirs(&full, "new", context);
+  EXPECT_EQ(sink.told(), std::string("error Nothing was added, as there is no directive among the "
+                                     "lines of project configuration file own.cfg") +
+                             kTail);
+  EXPECT_EQ(readFile(directory / "own.cfg"), "A=1\r\n");
+  EXPECT_EQ(full.archiveDirs.str(), "");
+
+  writeFile(directory / "own.cfg", "#=1\r\n");
   {
     const support::SizeLimit limit(6);
     appendArchiveDirs(&full, "new", context);
@@ -112,12 +120,12 @@ TEST_F(ToolkitConfiguration, AppendsArchiveSuffixes) {
       {"none.cfg", "c", "_v", kFailures, false, refused},
   };
   for (const auto& c : cases) {
-    writeFile(directory / "own.cfg", "A=1\r\n");
+    writeFile(directory / "own.cfg", "#=1\r\n");
     const TVProjectConfig config{VPathString(c.file)};
     EXPECT_EQ(appendArchiveSuffix(config, c.extension, c.suffix, c.tell, context), c.result);
     EXPECT_EQ(sink.told(), c.told);
     EXPECT_EQ(readFile(directory / "own.cfg"),
-              c.result ? "A=1\r\nARCHIVESUFFIX c = _v\r\n" : "A=1\r\n");
+              c.result ? "#=1\r\nARCHIVESUFFIX c = _v\r\n" : "#=1\r\n");
   }
 }
 

@@ -5,6 +5,7 @@
 #include "btkf520/configuration/configurationreader.h"
 
 #include <algorithm>
+#include <utility>
 
 #include "btkf520/configuration/text.h"
 
@@ -59,6 +60,26 @@ std::string placeOf(std::string_view path, const std::string& including) {
   return including.substr(0, end == std::string::npos ? drive : end + 1).append(path);
 }
 
+// One text in the place of files, which includes empty ones.
+class TextHost final : public ConfigurationHost {
+ public:
+  explicit TextHost(std::string_view text) : text_(text) {}
+  bool hasBadOnes() const { return hasBadOnes_; }
+
+ private:
+  os::FileResult readFile(const std::string& /*path*/, size_t /*largest*/,
+                          FileText* file) override {
+    *file = {std::string(std::exchange(text_, "")), {0, ++files_}};
+    return os::FileResult::kDone;
+  }
+  std::optional<std::string> variable(const std::string& /*name*/) override { return {}; }
+  bool report(const BadDirective& /*directive*/) override { return hasBadOnes_ = true; }
+
+  std::string_view text_;
+  uint64_t files_ = 0;
+  bool hasBadOnes_ = false;
+};
+
 }  // namespace
 
 ConfigurationReader::ConfigurationReader(ConfigurationHost* host, TrvsReadMode mode,
@@ -81,7 +102,7 @@ void ConfigurationReader::readText(const std::string& path, const FileText& file
   ++files_;
   bytes_ += file.text.size();
   const bool mayBeTrusted = open_.empty() ? mode_ == TRVS_READ_MASTER : open_.back().isTrusted;
-  open_.push_back({path, file.identity, mayBeTrusted && file.isTrusted, {}, {}});
+  open_.push_back({path, file.identity, file.owner, mayBeTrusted && file.isTrusted, {}, {}});
   std::string_view rest = file.text;
   if (rest.starts_with(kByteOrderMark)) rest.remove_prefix(kByteOrderMark.size());
   while (!rest.empty() && state_ == State::kReading) {
@@ -132,10 +153,16 @@ TrvsStatus ConfigurationReader::takeConditional(const std::string& name, std::st
 
 TrvsStatus ConfigurationReader::takeDirective(const std::string& name, std::string_view value) {
   if (mode_ == TRVS_READ_FOLLOWING && configuration_->isDisallowed(name)) return TRVS_DISALLOWED;
-  if (name == "INCLUDE") return include(value);
-  if (name == "DISALLOW") return disallow(value);
-  const bool isTrusted = open_.back().isTrusted;
-  return configuration_->set(name, value, isTrusted) ? TRVS_DONE : TRVS_INVALID_LINE;
+  TrvsStatus status = TRVS_DONE;
+  if (name == "INCLUDE") {
+    status = include(value);
+  } else if (name == "DISALLOW") {
+    status = disallow(value);
+  } else if (!configuration_->set(name, value, open_.back().isTrusted)) {
+    status = TRVS_INVALID_LINE;
+  }
+  hasTakenAny_ = hasTakenAny_ || status == TRVS_DONE;
+  return status;
 }
 
 TrvsStatus ConfigurationReader::include(std::string_view value) {
@@ -204,14 +231,25 @@ void ConfigurationReader::checkPromotion(const std::string& path, const Promotio
          path, 0);
 }
 
+// Whoever can write one file can have another included that only the present user may read: what
+// that says is not for a message.
 void ConfigurationReader::report(TrvsStatus code, std::string_view line, const std::string& path,
                                  int number) {
+  if (!open_.empty() && open_.back().owner != open_.front().owner) line = "";
   const bool goOn = host_->report({code, std::string(line.substr(0, kReportedLine)), path, number});
   if (!goOn) {
     state_ = State::kCancelled;
   } else if (configuration_->stopsOnError()) {
     state_ = State::kStopped;
   }
+}
+
+bool readsAsConfiguration(std::string_view text) {
+  if (text.size() > ConfigurationReader::kLargestFile) return false;
+  TextHost host(text);
+  Configuration unused;
+  ConfigurationReader reader(&host, TRVS_READ_MASTER, &unused);
+  return reader.read("") == TRVS_DONE && (reader.hasTakenAny() || !host.hasBadOnes());
 }
 
 }  // namespace btkf

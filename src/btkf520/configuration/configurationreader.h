@@ -17,7 +17,8 @@ namespace btkf {
 // One directive that could not be taken in. Good during the report only.
 struct BadDirective {
   TrvsStatus code;
-  std::string line;  // Its beginning, up to kReportedLine bytes. Empty if no line is to blame.
+  std::string line;  // Its beginning, up to kReportedLine bytes. Empty if no line is to blame, or
+                     // if the file's owner is another one than the first file's.
   std::string file;  // Path text.
   int number;        // Counted from 1. 0 if no line is to blame.
 };
@@ -25,6 +26,7 @@ struct BadDirective {
 struct FileText {
   std::string text;
   os::FileIdentity identity;
+  uint32_t owner = 0;
   bool isTrusted = false;  // Root and the present user alone can change it.
 };
 
@@ -49,6 +51,8 @@ class ConfigurationReader {
   // included file can't be read for a reason that may pass, or TRVS_CANCELLED when a report was
   // answered with false. What was read up to then has been set.
   [[nodiscard]] TrvsStatus read(const std::string& path);
+  // Whether a directive was good, DISALLOW and INCLUDE too.
+  bool hasTakenAny() const { return hasTakenAny_; }
 
   // Bounds on what any set of files can cost: beyond them, files are not included and lines are
   // bad.
@@ -65,6 +69,7 @@ class ConfigurationReader {
   struct OpenFile {
     std::string path;
     os::FileIdentity identity;
+    uint32_t owner;
     bool isTrusted;  // So is each file that includes it, and the first is a master file.
     Conditionals conditionals;
     std::string_view line;  // The present one, without its end.
@@ -88,6 +93,11 @@ class ConfigurationReader {
   size_t files_ = 0;
   size_t bytes_ = 0;
   State state_ = State::kReading;
+  bool hasTakenAny_ = false;
 };
+
+// Whether `text` can be meant as a configuration file: one of its directives is good, or none is
+// bad. No file is included.
+bool readsAsConfiguration(std::string_view text);
 
 }  // namespace btkf

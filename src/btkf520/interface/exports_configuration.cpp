@@ -5,6 +5,7 @@
 // in it.
 #include <optional>
 #include <string>
+#include <string_view>
 #include <utility>
 
 #include "btkf520/btkf520.h"
@@ -112,6 +113,14 @@ int32_t TrvsQueryConfiguration(const char* path, int32_t reserved1, int32_t rese
       return TRVS_MISUSE;
     }
     return Surroundings::current().load(path, static_cast<TrvsReadMode>(readMode));
+  });
+}
+
+int32_t TrvsCheckConfiguration(const char* text, int32_t size) {
+  return guarded([&] {
+    if (size < 0 || (text == nullptr && size != 0)) return TRVS_MISUSE;
+    const std::string_view bytes(text, static_cast<size_t>(size));
+    return btkf::readsAsConfiguration(bytes) ? TRVS_DONE : TRVS_INVALID_LINE;
   });
 }
 

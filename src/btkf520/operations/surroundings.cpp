@@ -60,6 +60,7 @@ os::FileResult Surroundings::readFile(const std::string& path, size_t largest, F
   file->isTrusted = os::isOursAlone(*place);
   const os::FileResult result = os::readFile(place->c_str(), largest, &file->text, &status);
   file->identity = status.identity;
+  file->owner = status.owner;
   return result;
 }
 
