@@ -102,7 +102,8 @@ typedef enum TrvsStatus {
   TRVS_TRIGGER_REFUSED = 103,        /* the event trigger before the operation said no */
   TRVS_TRIGGER_FAILED = 106,         /* the event trigger could not be run, or may not be */
   TRVS_CANNOT_READ_CONFIGURATION = 107, /* not a regular file, too large, or unreadable */
-  TRVS_DISALLOWED = 109                 /* the master file disallows this directive */
+  TRVS_DISALLOWED = 109,                /* the master file disallows this directive */
+  TRVS_TOO_LARGE = 110                  /* the content of a revision: see TrvsSetLargestContent */
 } TrvsStatus;
 
 /* A status in a few English words, such as "no such archive", for a program's log. "unknown status"
@@ -721,6 +722,15 @@ TRVS_EXPORT int32_t TrvsListRevisions(int32_t context, const char* archive, cons
  * their contents, or that all is. Gives TRVS_NOT_AN_ARCHIVE if anything is damaged. */
 TRVS_EXPORT int32_t TrvsVerifyArchive(int32_t context, const char* archive, char* buffer,
                                       int32_t size);
+
+/* Has the state in place refuse contents of more than `bytes`, 0 for no bound, as at the start. A
+ * small archive can hold a content 32768 times its size (docs/archive-format.md): set this where
+ * archives come from strangers. TRVS_TOO_LARGE is what functions give then that would check in such
+ * a workfile, or unpack such a content: to hand it out, to compare or verify it, or to rebuild or
+ * pack another revision that is stored as a difference from it. It comes before memory is taken for
+ * the content and before anything is written, and the archive stays as it is. What an archive tells
+ * of itself, and changes that leave contents as they are, have no bound. */
+TRVS_EXPORT int32_t TrvsSetLargestContent(uint64_t bytes);
 
 #ifdef __cplusplus
 }

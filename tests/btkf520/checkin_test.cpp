@@ -342,6 +342,37 @@ TEST_F(CheckOut, TakesWideContentsInBoundedMemoryOrLeavesAllAsItWas) {
   EXPECT_TRUE(support::readFile(workfile()) == "wide, too" + std::string(kWide - 9, '\0'));
 }
 
+TEST_F(CheckOut, RefusesContentsBeyondTheClientsBound) {
+  const std::string wide(150'000, 'w');
+  ASSERT_EQ(create(), TRVS_DONE);
+  ASSERT_EQ(setAttributes(0, TRVS_ATTRIBUTE_CHECK_LOCKS), TRVS_DONE);
+  for (const std::string& bytes : {std::string("0"), wide, std::string("2")}) {
+    ASSERT_EQ(put(bytes, {}), TRVS_DONE);
+  }
+  const std::string before = support::readFile(archive());
+  write("m.c", "mine");
+  ASSERT_EQ(TrvsSetLargestContent(wide.size() - 1), TRVS_DONE);
+  EXPECT_EQ(get({.revision = "1.1"}), TRVS_TOO_LARGE);
+  EXPECT_EQ(verify(), TRVS_TOO_LARGE);
+  EXPECT_EQ(deleteRange("1.2"), TRVS_TOO_LARGE) << "1.1 would be packed by itself";
+  EXPECT_EQ(support::readFile(workfile()), "mine");
+  EXPECT_EQ(support::entryCount(path("")), 3) << "nothing beside configuration, archive, workfile";
+  EXPECT_EQ(put(wide, {}), TRVS_TOO_LARGE);
+  EXPECT_EQ(support::readFile(workfile()), wide);
+  EXPECT_EQ(support::readFile(archive()), before);
+  EXPECT_EQ(content(nullptr), "2");
+  EXPECT_EQ(label("REL", "1.1"), TRVS_DONE);
+
+  TrvsSetLargestContent(wide.size());
+  EXPECT_EQ(content("1.1"), wide);
+  TrvsSetLargestContent(0);
+  ASSERT_EQ(deleteRange("1.2"), TRVS_DONE);
+  TrvsSetLargestContent(1);
+  EXPECT_EQ(get({}), TRVS_TOO_LARGE) << "a tip, which is unpacked in pieces";
+  TrvsSetLargestContent(0);
+  EXPECT_EQ(verify(), TRVS_DONE);
+}
+
 TEST_F(CheckIn, SurvivesACallbackThatThrows) {
   ASSERT_EQ(create(), TRVS_DONE);
   ASSERT_EQ(put("0", {}), TRVS_DONE);

@@ -7,6 +7,7 @@
 #include "btkf520/archive/archive.h"
 
 #include <algorithm>
+#include <limits>
 #include <map>
 #include <optional>
 #include <set>
@@ -72,6 +73,7 @@ class Archive::Impl {
     return status == TRVS_CANNOT_OPEN && lookAgain() ? read(*later_) : status;
   }
 
+  void boundContents(uint64_t bytes);
   Content put(std::string_view bytes);
   TrvsStatus read(const Content& content, Bytes* bytes);
   TrvsStatus read(const Content& content, const BytesSink& sink);
@@ -109,6 +111,7 @@ class Archive::Impl {
   std::unique_ptr<ArchiveReader> later_;  // Of the file that has replaced reader_'s; may be null.
   std::unique_ptr<ArchiveReader> next_;   // Of the file as begin() has written it.
   uint32_t lastContent_;
+  uint64_t largestContent_ = std::numeric_limits<uint64_t>::max();
   std::map<uint32_t, Pending> pending_;
   std::set<uint32_t> damaged_;  // Contents that could not be rebuilt when a commit needed them.
 };
@@ -125,9 +128,18 @@ TrvsStatus Archive::Impl::open(Purpose purpose, const std::string& path, os::Fil
 // Opens for reading what is in the file's place now.
 bool Archive::Impl::lookAgain() {
   os::File file;
-  return purpose_ == Purpose::kRead &&
-         file.open(path_.c_str(), os::File::Access::kRead) == FileResult::kDone &&
-         ArchiveReader::open(std::move(file), &later_) == TRVS_DONE;
+  if (purpose_ != Purpose::kRead ||
+      file.open(path_.c_str(), os::File::Access::kRead) != FileResult::kDone ||
+      ArchiveReader::open(std::move(file), &later_) != TRVS_DONE) {
+    return false;
+  }
+  later_->boundContents(largestContent_);
+  return true;
+}
+
+void Archive::Impl::boundContents(uint64_t bytes) {
+  largestContent_ = bytes;
+  reader_->boundContents(bytes);
 }
 
 Content Archive::Impl::put(std::string_view bytes) {
@@ -370,6 +382,7 @@ TrvsStatus Archive::Impl::commit(ArchiveModel model) {
   if (const TrvsStatus status = begin(std::move(model), &change)) return status;
   const TrvsStatus status = change->finish();
   if (status == TRVS_DONE) {
+    next_->boundContents(largestContent_);
     reader_ = std::move(next_);
     pending_.clear();
     purpose_ = Purpose::kUpdate;
@@ -409,6 +422,10 @@ std::unique_ptr<Archive> Archive::forNew(const std::string& path) {
       new Archive(std::make_unique<Impl>(Impl::Purpose::kMake, path, std::move(empty))));
 }
 
+void Archive::boundContents(uint64_t bytes) { impl_->boundContents(bytes); }
+TrvsStatus Archive::checkSize(const Content& content) const {
+  return impl_->reader().checkSize(content.id);
+}
 const ArchiveModel& Archive::model() const { return impl_->reader().index().model; }
 TrvsStatus Archive::read(const Content& content, Bytes* bytes) const {
   return impl_->read(content, bytes);

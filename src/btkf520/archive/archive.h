@@ -71,6 +71,13 @@ class Archive {
   // the place of this one.
   [[nodiscard]] TrvsStatus read(const Content& content, const BytesSink& sink) const;
 
+  // From now on TRVS_TOO_LARGE for what would have to rebuild a content of more than `bytes`,
+  // before memory is taken for it: read(), verify(), and a commit() that packs its revision, or the
+  // next one, in another way. No bound at first.
+  void boundContents(uint64_t bytes);
+  // Whether read() would give that.
+  [[nodiscard]] TrvsStatus checkSize(const Content& content) const;
+
   // Takes in a new content, to be kept by the next commit() whose model uses it; without one it is
   // forgotten. Nothing is copied: `bytes` must stay as they are until that commit() has returned.
   Content put(std::string_view bytes);

@@ -236,6 +236,17 @@ bool ArchiveReader::needsTooMany(const Stored& target) const {
   return needed.size() > kMostFrames;
 }
 
+bool ArchiveReader::isTooLarge(const std::vector<const Stored*>& frames) const {
+  return std::any_of(frames.begin(), frames.end(), [this](const Stored* stored) {
+    return stored->content.length > largestContent_;
+  });
+}
+
+TrvsStatus ArchiveReader::checkSize(uint32_t content) const {
+  const Stored* const target = find(content);
+  return target != nullptr && isTooLarge(framesFor(*target)) ? TRVS_TOO_LARGE : TRVS_DONE;
+}
+
 bool ArchiveReader::withFrame(const Stored& stored,
                               const std::function<bool(const FramePieces&)>& work) const {
   if (stored.content.length >> kLargestRatioLog > stored.frame.size) return false;
@@ -259,6 +270,7 @@ bool ArchiveReader::unpack(const Stored& stored, std::string_view prefix, Bytes*
 TrvsStatus ArchiveReader::rebuild(const Stored& target, bool keeps, std::shared_ptr<Bytes>* bytes) {
   if (needsTooMany(target)) return TRVS_NOT_AN_ARCHIVE;
   const std::vector<const Stored*> frames = framesFor(target);
+  if (isTooLarge(frames)) return TRVS_TOO_LARGE;
   HeldContents held(frames, recent_);
   for (const Stored* stored : frames) {
     const bool isTarget = stored == &target;
@@ -304,6 +316,7 @@ TrvsStatus ArchiveReader::give(const Content& content, const BytesSink& sink) {
   const Stored* const target = find(content.id);
   if (target == nullptr || target->content != content) return TRVS_NO_REVISION;
   const uint64_t length = target->content.length;
+  if (length > largestContent_) return TRVS_TOO_LARGE;
   const bool isAlone = target->frame.olderParent == 0 && target->frame.newerParent == 0;
   if (!isAlone || length < kPiece || length > kLongestInPieces) {
     Bytes bytes;
@@ -344,7 +357,9 @@ TrvsStatus ArchiveReader::verify(std::vector<Content>* damaged) {
     for (size_t place = branch.revisions.size(); place-- > 0;) {
       const Content& content = branch.revisions[place].content;
       SharedBytes bytes;
-      if (read(content.id, &bytes) == TRVS_DONE) continue;
+      const TrvsStatus status = read(content.id, &bytes);
+      if (status == TRVS_DONE) continue;
+      if (status == TRVS_TOO_LARGE) return status;
       result = TRVS_NOT_AN_ARCHIVE;
       if (damaged != nullptr) damaged->push_back(content);
     }

@@ -5,6 +5,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <functional>
+#include <limits>
 #include <list>
 #include <memory>
 #include <string>
@@ -80,6 +81,12 @@ class ArchiveReader {
   const Index& index() const { return index_; }
   FrameCodec& codec() { return *codec_; }
 
+  // Contents of more than `bytes` are not rebuilt: TRVS_TOO_LARGE for them and for those that they
+  // are a parent of.
+  void boundContents(uint64_t bytes) { largestContent_ = bytes; }
+  // Whether that keeps a content from being rebuilt, before memory is taken for it.
+  [[nodiscard]] TrvsStatus checkSize(uint32_t content) const;
+
   // Null for none. Good as long as the object is.
   const Stored* find(uint32_t content) const;
 
@@ -107,6 +114,7 @@ class ArchiveReader {
                                       Bytes* bytes);
   bool endsAreWhole();
 
+  bool isTooLarge(const std::vector<const Stored*>& frames) const;
   bool needsTooMany(const Stored& target) const;
   std::vector<const Stored*> framesFor(const Stored& target) const;
   // Keeps what it rebuilds for the next call if `keeps`.
@@ -123,6 +131,7 @@ class ArchiveReader {
   std::unordered_map<uint32_t, Stored> contents_;
   std::unique_ptr<FrameCodec> codec_;
   RecentContents recent_;
+  uint64_t largestContent_ = std::numeric_limits<uint64_t>::max();
 };
 
 }  // namespace btkf

@@ -3,6 +3,7 @@
 //
 // What the functions promise is told in btkf520.h; the work is done by Surroundings and what stands
 // in it.
+#include <limits>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -86,6 +87,14 @@ int32_t TrvsRegisterCallback(int32_t id, TrvsCallback callback) {
 int32_t TrvsRegisterPathResolver(TrvsPathResolver resolver) {
   return guarded([&] {
     Surroundings::current().registerPathResolver(resolver);
+    return TRVS_DONE;
+  });
+}
+
+int32_t TrvsSetLargestContent(uint64_t bytes) {
+  return guarded([&] {
+    const uint64_t none = std::numeric_limits<uint64_t>::max();
+    Surroundings::current().setLargestContent(bytes == 0 ? none : bytes);
     return TRVS_DONE;
   });
 }

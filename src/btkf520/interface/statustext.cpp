@@ -4,7 +4,7 @@
 
 const char* TrvsStatusText(int32_t status) {
   constexpr const char* kUnknown = "unknown status";
-  if (status < TRVS_DONE || status > TRVS_DISALLOWED) return kUnknown;
+  if (status < TRVS_DONE || status > TRVS_TOO_LARGE) return kUnknown;
   switch (static_cast<TrvsStatus>(status)) {
     case TRVS_DONE:
       return "done";
@@ -110,6 +110,8 @@ const char* TrvsStatusText(int32_t status) {
       return "configuration file can't be read";
     case TRVS_DISALLOWED:
       return "master configuration disallows it";
+    case TRVS_TOO_LARGE:
+      return "content is larger than the client allows";
   }
   return kUnknown;
 }

@@ -137,6 +137,7 @@ TrvsStatus CheckIn::readWorkfile() {
   const auto state = statusAt(workfilePath_);
   if (!state) return TRVS_NO_WORKFILE;
   workfile_ = *state;
+  if (workfile_.size > Surroundings::current().largestContent()) return TRVS_TOO_LARGE;
   if (const TrvsStatus status = readBytes(workfilePath_, &bytes_)) return status;
   content_ = task_.archive().put(bytes_.view());
   return TRVS_DONE;

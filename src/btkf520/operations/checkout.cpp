@@ -53,6 +53,7 @@ class CheckOut {
   TrvsStatus chooseByGroup(std::string_view group);
   TrvsStatus applyDates();
   TrvsStatus boundTime(std::optional<PackedTime>* time) const;
+  TrvsStatus checkSize() { return task_.archive().checkSize(revision_->content); }
   bool needsWhole() const;
   TrvsStatus readWhole();
   TrvsStatus checkOverwrite();
@@ -75,8 +76,8 @@ TrvsStatus CheckOut::run() {
   if (!areGood(request_.flags)) return TRVS_MISUSE;
   if (const TrvsStatus status = open()) return status;
   if (const TrvsStatus status = task_.findWorkfile(&workfilePath_)) return status;
-  for (auto step : {&CheckOut::chooseRevision, &CheckOut::readWhole, &CheckOut::checkOverwrite,
-                    &CheckOut::writeContent}) {
+  for (auto step : {&CheckOut::chooseRevision, &CheckOut::checkSize, &CheckOut::readWhole,
+                    &CheckOut::checkOverwrite, &CheckOut::writeContent}) {
     if (const TrvsStatus status = (this->*step)()) return status;
   }
   if (const TrvsStatus status = client().goOn()) return status;

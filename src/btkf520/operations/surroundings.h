@@ -2,6 +2,8 @@
 // functions, and where users and path texts are in the operating system.
 #pragma once
 
+#include <cstdint>
+#include <limits>
 #include <optional>
 #include <string>
 
@@ -27,6 +29,10 @@ class Surroundings final : private ConfigurationHost {
   Client& client() { return client_; }
   void registerPathResolver(TrvsPathResolver resolver) { resolver_ = resolver; }
 
+  // Of contents, in bytes. What a load reads has no say in it.
+  uint64_t largestContent() const { return largestContent_; }
+  void setLargestContent(uint64_t bytes) { largestContent_ = bytes; }
+
   // Reads a configuration file. TRVS_READ_FIRST and TRVS_READ_MASTER first of all forget what was
   // there. See ConfigurationReader::read(); after TRVS_CANCELLED nothing of the file counts.
   [[nodiscard]] TrvsStatus load(const std::string& path, TrvsReadMode mode);
@@ -46,6 +52,7 @@ class Surroundings final : private ConfigurationHost {
   Configuration configuration_;
   Client client_;
   TrvsPathResolver resolver_ = nullptr;
+  uint64_t largestContent_ = std::numeric_limits<uint64_t>::max();
 };
 
 // What operations ask most.

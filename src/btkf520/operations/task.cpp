@@ -33,6 +33,7 @@ bool attempt(const Step& step) noexcept {
 TrvsStatus Task::openToTell(const char* target) {
   if (const TrvsStatus status = findArchive(target)) return status;
   if (const TrvsStatus status = Archive::openToRead(path_, &archive_)) return status;
+  archive_->boundContents(Surroundings::current().largestContent());
   model = archive_->model();
   return client().goOn();
 }
@@ -51,6 +52,7 @@ TrvsStatus Task::openToUpdate(const char* target, const std::string& event) {
   if (const TrvsStatus status = findArchive(target)) return status;
   if (const TrvsStatus status = ask(event)) return status;
   if (const TrvsStatus status = openPatiently()) return status;
+  archive_->boundContents(Surroundings::current().largestContent());
   model = archive_->model();
   if (const TrvsStatus status = checkAccess()) return status;
   return client().goOn();
