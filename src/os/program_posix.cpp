@@ -95,6 +95,15 @@ std::vector<char*> environmentWith(std::vector<std::string>* replacements) {
   return result;
 }
 
+// Where this process has no standard error either, there is no place for the output.
+bool sendOutputToErrors(posix_spawn_file_actions_t* actions) {
+  const int failed =
+      ::fcntl(STDERR_FILENO, F_GETFD) < 0
+          ? ::posix_spawn_file_actions_addopen(actions, STDOUT_FILENO, "/dev/null", O_WRONLY, 0)
+          : ::posix_spawn_file_actions_adddup2(actions, STDERR_FILENO, STDOUT_FILENO);
+  return failed == 0;
+}
+
 }  // namespace
 
 StartResult startProgram(const std::string& name) {
@@ -125,11 +134,14 @@ std::optional<int> runCommand(const std::string& command,
   std::string option = "-fc";             // No names of files in the place of patterns,
   std::string line = "IFS=\n" + command;  // and no character at which words are split.
   char* const arguments[] = {shell.data(), option.data(), line.data(), nullptr};
+  posix_spawn_file_actions_t actions;
+  if (::posix_spawn_file_actions_init(&actions) != 0) return {};
   pid_t child = 0;
-  if (::posix_spawn(&child, "/bin/sh", nullptr, nullptr, arguments,
-                    environmentWith(&replacements).data()) != 0) {
-    return {};
-  }
+  const bool isStarted =
+      sendOutputToErrors(&actions) && ::posix_spawn(&child, "/bin/sh", &actions, nullptr, arguments,
+                                                    environmentWith(&replacements).data()) == 0;
+  ::posix_spawn_file_actions_destroy(&actions);
+  if (!isStarted) return {};
   const std::optional<int> status = waitFor(child);
   if (!status) return {};
   return WIFEXITED(*status) ? WEXITSTATUS(*status) : 128 + WTERMSIG(*status);
