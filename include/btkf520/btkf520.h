@@ -103,7 +103,10 @@ typedef enum TrvsStatus {
   TRVS_TRIGGER_FAILED = 106,         /* the event trigger could not be run, or may not be */
   TRVS_CANNOT_READ_CONFIGURATION = 107, /* not a regular file, too large, or unreadable */
   TRVS_DISALLOWED = 109,                /* the master file disallows this directive */
-  TRVS_TOO_LARGE = 110                  /* the content of a revision: see TrvsSetLargestContent */
+  TRVS_TOO_LARGE = 110,                 /* the content of a revision: see TrvsSetLargestContent */
+  TRVS_NEEDS_BRANCH = 112,              /* TRVS_PUT_NO_BRANCH: the parent is no tip any more, or the
+                                           number is one of a new branch */
+  TRVS_REVISION_EXISTS = 113 /* TRVS_PUT_NEW_NUMBER: there is a revision of that number */
 } TrvsStatus;
 
 /* A status in a few English words, such as "no such archive", for a program's log. "unknown status"
@@ -402,8 +405,11 @@ enum {
   TRVS_PUT_ASK_UNCHANGED = 0x20,    /* ask TRVS_CALLBACK_CHECK_IN about an unchanged workfile */
   TRVS_PUT_REFUSE_UNCHANGED = 0x40, /* refuse an unchanged workfile, unless the one before is given
                                        too; the default of these three */
-  TRVS_PUT_UNCHANGED = 0x80,  /* check in an unchanged workfile, whatever the two before say */
-  TRVS_PUT_ASK_LABEL = 0x4000 /* ask TRVS_CALLBACK_MOVE_LABEL if it has */
+  TRVS_PUT_UNCHANGED = 0x80,    /* check in an unchanged workfile, whatever the two before say */
+  TRVS_PUT_ASK_LABEL = 0x4000,  /* ask TRVS_CALLBACK_MOVE_LABEL if it has */
+  TRVS_PUT_NO_BRANCH = 0x10000, /* continue a branch or refuse: TRVS_NEEDS_BRANCH */
+  TRVS_PUT_NEW_NUMBER = 0x20000 /* `revision` is the number of the new revision, never of its
+                                   parent: TRVS_REVISION_EXISTS if there is one already */
 };
 
 /* Checks in the workfile: makes a revision from it.
@@ -421,8 +427,10 @@ enum {
  *                since 1980, 4 month, 5 day, 5 hours, 6 minutes, 5 seconds divided by two
  *   flags        TRVS_PUT_...
  * The first revision of an archive is 1.0 or the number given, such as 2.0. A revision whose parent
- * is the tip of its branch continues it; any other starts a branch. The present user's lock of the
- * parent is removed. A development group moves from the parent to the new revision.
+ * is the tip of its branch continues it; any other starts a branch. A client that was told a number
+ * some time ago can't know whether it is still free, or still a tip: TRVS_PUT_NEW_NUMBER and
+ * TRVS_PUT_NO_BRANCH refuse what others have overtaken. The present user's lock of the parent is
+ * removed. A development group moves from the parent to the new revision.
  *
  * A workfile that changes during the check-in stays where it is, whatever `flags` says. One of a
  * megabyte and more is mapped: if it is cut short meanwhile the process gets SIGBUS. A workfile
@@ -430,8 +438,8 @@ enum {
  *
  * May give TRVS_LABEL_EXISTS; TRVS_LOCKED if another has locked the parent; TRVS_BAD_NUMBER, also
  * for several locks and no number; TRVS_NO_LOCK; TRVS_NO_WORKFILE; TRVS_NO_SUCH_GROUP;
- * TRVS_GROUP_IN_THE_WAY; TRVS_NEEDS_DEVELOPMENT_GROUP; TRVS_OLDER; TRVS_UNCHANGED; TRVS_BAD_DATE.
- */
+ * TRVS_GROUP_IN_THE_WAY; TRVS_NEEDS_DEVELOPMENT_GROUP; TRVS_OLDER; TRVS_UNCHANGED; TRVS_BAD_DATE;
+ * TRVS_NEEDS_BRANCH; TRVS_REVISION_EXISTS. */
 TRVS_EXPORT int32_t TrvsPutRevision(int32_t context, int32_t reserved1, const char* archive,
                                     int32_t reserved2, const char* revision, const char* label,
                                     const char* description, const char* change, const char* group,

@@ -1,4 +1,5 @@
-// btkf520/further_test.cpp: what clients ask an archive for beyond revisions: notes of locks.
+// btkf520/further_test.cpp: what clients ask an archive for beyond revisions: notes of locks,
+// numbers that stay free.
 #include <string>
 
 #include "btkf520/archives.h"
@@ -67,6 +68,35 @@ TEST_F(Further, LocksKeepTheirNotesAndTimes) {
   ASSERT_EQ(put("and more\n", {.flags = TRVS_PUT_READ_ONLY}), TRVS_DONE);
   EXPECT_EQ(unlock("bob"), TRVS_DONE);
   EXPECT_EQ(locks(), "");
+}
+
+// Where two check-ins meet, the second is told so if it wants to know.
+TEST_F(Further, CheckInsStartNoBranchAndTakeNoNumberUnasked) {
+  const std::map<std::string, uint32_t> flags = {{"-", 0},
+                                                 {"tip", TRVS_PUT_NO_BRANCH},
+                                                 {"new", TRVS_PUT_NEW_NUMBER},
+                                                 {"branch", TRVS_PUT_BRANCH}};
+  // The number that is asked for, "." for none; the flags; the status (10: misuse, 18, 19: no
+  // number, 112: needs a branch, 113: exists), and the tip that the trunk has then, or the branch.
+  const auto cases = support::table<4>(R"(
+      1.2 -> tip -> 0 -> 1.3     | 1.1 -> tip -> 112 -> 1.2       | . -> tip -> 0 -> 1.3
+      1.2 -> - -> 0 -> 1.3       | 1.2 -> new -> 113 -> 1.2       | 1.1 -> new -> 113 -> 1.2
+      1.3 -> new -> 0 -> 1.3     | 1.7 -> new tip -> 0 -> 1.7     | 0.9 -> new -> 19 -> 1.2
+      1.2.1.0 -> new -> 0 -> 1.2.1.0 | 1.2.1.0 -> tip -> 112 -> 1.2  | 1.1.1.1 -> tip -> 0 -> 1.1.1.1
+      1.1.1 -> new -> 19 -> 1.2  | REL -> new -> 19 -> 1.2        | . -> new -> 19 -> 1.2
+      REL -> tip -> 112 -> 1.2   | 1.2 -> tip branch -> 10 -> 1.2 | 1.3 -> new branch -> 19 -> 1.2)");
+  for (const auto& [revision, names, status, want] : cases) {
+    SCOPED_TRACE(revision + " " + names);
+    unlink(archive().c_str());
+    makeBranches();
+    ASSERT_EQ(label("REL", "1.0"), TRVS_DONE);
+    const char* const number = revision == "." ? nullptr : revision.c_str();
+    EXPECT_EQ(std::to_string(put("new\n", {.revision = number, .flags = allOf(names, flags)})),
+              status);
+    const std::string all = " " + revisions() + " ";
+    EXPECT_NE(all.find(" " + want + " "), std::string::npos) << all;
+    EXPECT_EQ(support::pieces(revisions(), " ").size(), status == "0" ? 6u : 5u) << all;
+  }
 }
 
 }  // namespace

@@ -4,7 +4,7 @@
 
 const char* TrvsStatusText(int32_t status) {
   constexpr const char* kUnknown = "unknown status";
-  if (status < TRVS_DONE || status > TRVS_TOO_LARGE) return kUnknown;
+  if (status < TRVS_DONE || status > TRVS_REVISION_EXISTS) return kUnknown;
   switch (static_cast<TrvsStatus>(status)) {
     case TRVS_DONE:
       return "done";
@@ -112,6 +112,10 @@ const char* TrvsStatusText(int32_t status) {
       return "master configuration disallows it";
     case TRVS_TOO_LARGE:
       return "content is larger than the client allows";
+    case TRVS_NEEDS_BRANCH:
+      return "a branch would be needed";
+    case TRVS_REVISION_EXISTS:
+      return "there is a revision of that number";
   }
   return kUnknown;
 }

@@ -29,10 +29,11 @@ constexpr uint32_t kUnchangedFlags =
 bool areGood(uint32_t flags) {
   constexpr uint32_t kKnown = kUnchangedFlags | TRVS_PUT_KEEP_LOCK | TRVS_PUT_READ_ONLY |
                               TRVS_PUT_BRANCH | TRVS_PUT_OLDER | TRVS_PUT_MOVE_LABEL |
-                              TRVS_PUT_ASK_LABEL;
+                              TRVS_PUT_ASK_LABEL | TRVS_PUT_NO_BRANCH | TRVS_PUT_NEW_NUMBER;
   const auto hasAll = [flags](uint32_t bits) { return (flags & bits) == bits; };
   return (flags & ~kKnown) == 0 && !hasAll(TRVS_PUT_KEEP_LOCK | TRVS_PUT_READ_ONLY) &&
-         !hasAll(TRVS_PUT_MOVE_LABEL | TRVS_PUT_ASK_LABEL);
+         !hasAll(TRVS_PUT_MOVE_LABEL | TRVS_PUT_ASK_LABEL) &&
+         !hasAll(TRVS_PUT_BRANCH | TRVS_PUT_NO_BRANCH);
 }
 
 // The name of a user that may be left out.
@@ -145,6 +146,11 @@ TrvsStatus CheckIn::readWorkfile() {
 
 TrvsStatus CheckIn::findPlace() {
   const std::string_view text = textOf(request_.revision);
+  if (asks(TRVS_PUT_NEW_NUMBER)) {
+    const auto number = Number::parse(text);
+    if (!number || !number->isRevision()) return TRVS_BAD_NUMBER;
+    if (task_.model.findRevision(*number) != nullptr) return TRVS_REVISION_EXISTS;
+  }
   if (task_.model.revisionCount() == 0) return findFirst();
   const TrvsStatus status = text.empty() ? findLockedParent() : findNamedParent(text);
   if (status != TRVS_DONE) return status;
@@ -211,10 +217,12 @@ TrvsStatus CheckIn::checkParentLock() const {
 
 TrvsStatus CheckIn::chooseNumber() {
   const Revision& parent = *task_.model.findRevision(*parent_);
-  const bool startsBranch = asks(TRVS_PUT_BRANCH) || !isTip(task_.model, parent);
+  const bool startsBranch = number_.isEmpty() ? asks(TRVS_PUT_BRANCH) || !isTip(task_.model, parent)
+                                              : number_.level() != parent_->level();
+  if (startsBranch && asks(TRVS_PUT_NO_BRANCH)) return TRVS_NEEDS_BRANCH;
   if (number_.isEmpty()) {
     number_ = startsBranch ? task_.model.newBranchAt(*parent_).child(0) : parent_->next();
-  } else if (asks(TRVS_PUT_BRANCH) && number_.level() == parent_->level()) {
+  } else if (asks(TRVS_PUT_BRANCH) && !startsBranch) {
     return TRVS_BAD_NUMBER;
   }
   const bool fits = number_.components().size() <= Number::kMostComponents &&
