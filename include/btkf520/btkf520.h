@@ -685,12 +685,20 @@ enum { TRVS_PROMOTE_ACROSS = 0x1 /* even if the next group stands on another bra
 TRVS_EXPORT int32_t TrvsPromoteRevision(int32_t context, const char* archive, const char* group,
                                         uint32_t flags);
 
+/* Takes the revision in `group` out of that group, which is then free for another. The group need
+ * not be in the promotion model any more.
+ * May give TRVS_NO_GROUP_REVISION; TRVS_GROUP_LOCKED if another user has locked the revision. */
+TRVS_EXPORT int32_t TrvsLeaveGroup(int32_t context, const char* archive, const char* group);
+
 /* Sets or fetches the change description of a revision or, with `revision` null, the description of
  * the archive. "" is the trunk's tip. */
 TRVS_EXPORT int32_t TrvsSetDescription(int32_t context, const char* archive, const char* revision,
                                        const char* text);
 TRVS_EXPORT int32_t TrvsGetDescription(int32_t context, const char* archive, const char* revision,
                                        char* buffer, int32_t size);
+
+/* Fetches the user id of the archive's owner, who is never locked out. */
+TRVS_EXPORT int32_t TrvsGetOwner(int32_t context, const char* archive, char* buffer, int32_t size);
 
 typedef enum TrvsAttribute {
   TRVS_ATTRIBUTE_BINARY = 0x1,          /* contents are never text */

@@ -1,5 +1,5 @@
 // btkf520/further_test.cpp: what clients ask an archive for beyond revisions: notes of locks,
-// numbers that stay free.
+// numbers that stay free, a group that is left.
 #include <string>
 
 #include "btkf520/archives.h"
@@ -97,6 +97,40 @@ TEST_F(Further, CheckInsStartNoBranchAndTakeNoNumberUnasked) {
     EXPECT_NE(all.find(" " + want + " "), std::string::npos) << all;
     EXPECT_EQ(support::pieces(revisions(), " ").size(), status == "0" ? 6u : 5u) << all;
   }
+}
+
+TEST_F(Further, ARevisionLeavesItsGroup) {
+  configure("PROMOTE only\nEVENTTRIGGER PRELEAVE = echo $BTKF_EVENT $BTKF_WHAT\n");
+  answerQuestions();
+  const auto leave = [this](const char* group) {
+    return TrvsLeaveGroup(TRVS_CONTEXT, archive().c_str(), group);
+  };
+  ASSERT_EQ(create(), TRVS_DONE);
+  ASSERT_EQ(put("0", {}), TRVS_DONE);
+  ASSERT_EQ(lock(), TRVS_DONE);
+  become("bob");
+  EXPECT_EQ(leave("only"), TRVS_GROUP_LOCKED);
+  become("ann");
+  ASSERT_EQ(put("1", {}), TRVS_DONE);
+  EXPECT_EQ(lock("1.0"), TRVS_GROUP_IN_THE_WAY);
+  asked.clear();
+  testing::internal::CaptureStdout();
+  testing::internal::CaptureStderr();
+  EXPECT_EQ(leave("only"), TRVS_DONE);
+  // Whatever a trigger says: the output is the client's own.
+  EXPECT_EQ(testing::internal::GetCapturedStdout(), "");
+  EXPECT_EQ(testing::internal::GetCapturedStderr(), "PRELEAVE\n");
+  EXPECT_TRUE(asked.ends_with("done:LEAVE:only ")) << asked;
+  EXPECT_EQ(tree(), "1.0^ 1.1");
+  EXPECT_EQ(lock("1.0"), TRVS_DONE);
+  EXPECT_EQ(leave("only"), TRVS_DONE) << "the user's own lock is no obstacle";
+  EXPECT_EQ(leave("only"), TRVS_NO_GROUP_REVISION);
+  EXPECT_EQ(leave(nullptr), TRVS_MISUSE);
+  const std::string owner = list([&](char* buffer, int32_t size) {
+    std::fill_n(buffer, size, '\0');
+    return TrvsGetOwner(TRVS_CONTEXT, archive().c_str(), buffer, size);
+  });
+  EXPECT_EQ(owner, "ann");
 }
 
 }  // namespace

@@ -39,7 +39,7 @@ const std::set<std::string>& events() {
     auto* all = new std::set<std::string>;
     for (const std::string when : {"PRE", "POST"}) {
       for (const char* what :
-           {"CREATE", "CHECKIN", "CHECKOUT", "LOCK", "UNLOCK", "LABEL", "PROMOTE"}) {
+           {"CREATE", "CHECKIN", "CHECKOUT", "LOCK", "UNLOCK", "LABEL", "PROMOTE", "LEAVE"}) {
         all->insert(when + what);
       }
     }

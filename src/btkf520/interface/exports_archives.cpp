@@ -37,6 +37,17 @@ int32_t listed(int32_t context, char* buffer, int32_t size, const Operation& ope
   });
 }
 
+// Hands out the text that `operation` finds.
+template <typename Operation>
+int32_t told(int32_t context, char* buffer, int32_t size, const Operation& operation) noexcept {
+  return guarded([&] {
+    if (!isContext(context) || buffer == nullptr) return TRVS_MISUSE;
+    std::string text;
+    if (const TrvsStatus status = operation(&text)) return status;
+    return handOut(text, buffer, size);
+  });
+}
+
 // Pointers to texts that follow them in the buffer.
 TrvsStatus handOutPointers(const Names& names, size_t count, char* buffer, int32_t size) {
   size_t needed = count * sizeof(char*);
@@ -201,6 +212,11 @@ int32_t TrvsPromoteRevision(int32_t context, const char* archive, const char* gr
   });
 }
 
+int32_t TrvsLeaveGroup(int32_t context, const char* archive, const char* group) {
+  return guarded(
+      [&] { return isContext(context) ? btkf::leaveGroup(archive, group) : TRVS_MISUSE; });
+}
+
 int32_t TrvsSetDescription(int32_t context, const char* archive, const char* revision,
                            const char* text) {
   return guarded([&] {
@@ -210,12 +226,13 @@ int32_t TrvsSetDescription(int32_t context, const char* archive, const char* rev
 
 int32_t TrvsGetDescription(int32_t context, const char* archive, const char* revision, char* buffer,
                            int32_t size) {
-  return guarded([&] {
-    if (!isContext(context) || buffer == nullptr) return TRVS_MISUSE;
-    std::string text;
-    if (const TrvsStatus status = btkf::getDescription(archive, revision, &text)) return status;
-    return handOut(text, buffer, size);
-  });
+  return told(context, buffer, size,
+              [&](std::string* text) { return btkf::getDescription(archive, revision, text); });
+}
+
+int32_t TrvsGetOwner(int32_t context, const char* archive, char* buffer, int32_t size) {
+  return told(context, buffer, size,
+              [&](std::string* user) { return btkf::getOwner(archive, user); });
 }
 
 int32_t TrvsSetAttributes(int32_t context, const char* archive, uint32_t set, uint32_t clear) {

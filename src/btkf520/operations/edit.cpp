@@ -93,6 +93,13 @@ TrvsStatus getAttributes(const char* archive, uint32_t* attributes) {
   return TRVS_DONE;
 }
 
+TrvsStatus getOwner(const char* archive, std::string* user) {
+  Task task;
+  if (const TrvsStatus status = task.openToTell(archive)) return status;
+  *user = task.model.owner;
+  return TRVS_DONE;
+}
+
 TrvsStatus addAccess(const char* archive, const char* user) {
   if (user == nullptr) return TRVS_MISUSE;
   if (!isGoodName(user)) return TRVS_BAD_NAME;

@@ -20,6 +20,8 @@ namespace btkf {
 [[nodiscard]] TrvsStatus setAttributes(const char* archive, uint32_t set, uint32_t clear);
 [[nodiscard]] TrvsStatus getAttributes(const char* archive, uint32_t* attributes);
 
+[[nodiscard]] TrvsStatus getOwner(const char* archive, std::string* user);
+
 [[nodiscard]] TrvsStatus addAccess(const char* archive, const char* user);
 [[nodiscard]] TrvsStatus removeAccess(const char* archive, const char* user);
 [[nodiscard]] TrvsStatus listAccess(const char* archive, std::vector<std::string>* users);

@@ -49,4 +49,16 @@ TrvsStatus promote(const char* archive, const char* group, bool acrossBranches) 
   return task.commit({"PROMOTE", parent});
 }
 
+// A lock is for its group: without that, its user could not check in what another puts there.
+TrvsStatus leaveGroup(const char* archive, const char* group) {
+  if (group == nullptr) return TRVS_MISUSE;
+  Task task;
+  if (const TrvsStatus status = task.openToUpdate(archive, "LEAVE")) return status;
+  const Revision* found = revisionInGroup(task.model, group);
+  if (found == nullptr) return TRVS_NO_GROUP_REVISION;
+  if (found->locks.size() > (isLockedBy(*found, task.user()) ? 1 : 0)) return TRVS_GROUP_LOCKED;
+  std::erase(task.model.findRevision(found->number)->promotionGroups, group);
+  return task.commit({"LEAVE", group});
+}
+
 }  // namespace btkf
