@@ -59,11 +59,13 @@ TEST(Passages, RebuildTheContent) {
     if (random.below(4) == 0) content = random.changed(content.substr(content.size() / 2));
     std::string rebuilt = prefix;
     size_t begin = 0;
-    for (const btkf::Passage& passage : btkf::PassageFinder().find(content, prefix)) {
-      rebuilt += content.substr(begin, passage.skipped);
-      ASSERT_LE(passage.distance, rebuilt.size()) << "seed " << seed;
-      for (uint32_t left = passage.length; left > 0; --left) {
-        rebuilt += rebuilt[rebuilt.size() - passage.distance];
+    btkf::PassageFinder finder;
+    finder.begin(content, prefix);
+    while (const auto passage = finder.next()) {
+      rebuilt += content.substr(begin, passage->skipped);
+      ASSERT_LE(passage->distance, rebuilt.size()) << "seed " << seed;
+      for (uint32_t left = passage->length; left > 0; --left) {
+        rebuilt += rebuilt[rebuilt.size() - passage->distance];
       }
       begin = rebuilt.size() - prefix.size();
       ASSERT_LE(begin, content.size()) << "seed " << seed;

@@ -318,7 +318,7 @@ TrvsStatus ArchiveReader::give(const Content& content, const BytesSink& sink) {
   const uint64_t length = target->content.length;
   if (length > largestContent_) return TRVS_TOO_LARGE;
   const bool isAlone = target->frame.olderParent == 0 && target->frame.newerParent == 0;
-  if (!isAlone || length < kPiece || length > kLongestInPieces) {
+  if (!isAlone || length < kPiece) {
     Bytes bytes;
     if (const TrvsStatus status = take(content, &bytes)) return status;
     return sink(bytes.view()) ? TRVS_DONE : TRVS_CANNOT_WRITE;

@@ -6,25 +6,29 @@
 // long, and does not find more.
 #include "btkf520/archive/contentframes.h"
 
-#define ZSTD_STATIC_LINKING_ONLY  // For ZSTD_compressSequences().
+#define ZSTD_STATIC_LINKING_ONLY  // For ZSTD_registerSequenceProducer().
 #include <zstd.h>
 
 #include <algorithm>
 #include <bit>
 #include <new>
 #include <utility>
-#include <vector>
 
 namespace btkf {
 namespace {
 
 constexpr size_t kPiece = 128 << 10;
-constexpr int kWidestWindowLog = 31;
+constexpr int kWidestWindowLog = sizeof(size_t) > 4 ? 31 : 30;  // zstd's own limits.
+// zstd has a buffer of that size when it unpacks piece by piece. pack() needs less.
+constexpr uint64_t kWidestWindowInPieces = 8 << 20;
 constexpr int kLevel = 1;
 // A delta that saves less than this part of the content may be worse than no delta at all.
 constexpr size_t kPoorRatio = 4;
 // The search of zstd itself is not used for deltas, so its tables may be as small as they can be.
 constexpr int kLeastTableLog = 6;
+constexpr size_t kLeastMatch = 3;
+// Memory to unpack to that is worth keeping from one frame to the next.
+constexpr size_t kMostKept = 16 << 20;
 
 void set(ZSTD_CCtx* context, ZSTD_cParameter parameter, int value) {
   if (ZSTD_isError(ZSTD_CCtx_setParameter(context, parameter, value)) != 0) throw std::bad_alloc();
@@ -37,6 +41,55 @@ FramePieces piecesOf(std::string_view frame) {
     return piece;
   };
 }
+
+// As much of what is unpacked as the frame that begins so may refer back to. No limit for damaged
+// frames, which end any other way.
+uint64_t windowOf(std::string_view first) {
+  ZSTD_frameHeader header;
+  const bool isKnown = ZSTD_getFrameHeader(&header, first.data(), first.size()) == 0;
+  return isKnown ? header.windowSize : 0;
+}
+
+// Tells zstd the passages of each of its blocks, which are the content's pieces in order. A passage
+// that goes beyond the end of a block continues in the next.
+class BlockPassages {
+ public:
+  explicit BlockPassages(PassageFinder* finder) : finder_(*finder) {}
+
+  static size_t produce(void* self, ZSTD_Sequence* sequences, size_t, const void*, size_t size,
+                        const void*, size_t, int, size_t) {
+    return static_cast<BlockPassages*>(self)->fill(sequences, size);
+  }
+
+ private:
+  // There is room for as many as fit into a block of `size`. The last one is of literals alone.
+  size_t fill(ZSTD_Sequence* sequences, size_t size) {
+    size_t count = 0;
+    uint32_t literals = 0;
+    for (auto left = static_cast<uint32_t>(size); left > 0;) {
+      if (passage_.skipped == 0 && passage_.length == 0) {
+        passage_ = finder_.next().value_or(Passage{left, 0, 0});
+      }
+      const uint32_t skipped = std::min(passage_.skipped, left);
+      literals += skipped;
+      left -= skipped;
+      passage_.skipped -= skipped;
+      const uint32_t length = std::min(passage_.length, left);
+      if (length < kLeastMatch) {
+        literals += length;
+      } else {
+        sequences[count++] = {passage_.distance, std::exchange(literals, 0), length, 0};
+      }
+      left -= length;
+      passage_.length -= length;
+    }
+    sequences[count++] = {0, literals, 0, 0};
+    return count;
+  }
+
+  PassageFinder& finder_;
+  Passage passage_{};  // What is left of it.
+};
 
 }  // namespace
 
@@ -70,10 +123,8 @@ uint64_t FrameCodec::mostPacked(uint64_t length) {
 }
 
 std::optional<Bytes> FrameCodec::packDelta(std::string_view content, std::string_view prefix) {
-  std::vector<ZSTD_Sequence> found;
-  for (const Passage& passage : passages_.find(content, prefix)) {
-    found.push_back({passage.distance, passage.skipped, passage.length, 0});
-  }
+  passages_.begin(content, prefix);
+  BlockPassages passages(&passages_);
   const uint64_t span = uint64_t{content.size()} + prefix.size();
   resetPacking();
   set(packing_, ZSTD_c_compressionLevel, kLevel);
@@ -81,9 +132,11 @@ std::optional<Bytes> FrameCodec::packDelta(std::string_view content, std::string
       std::clamp(static_cast<int>(std::bit_width(span - 1)), 10, kWidestWindowLog));
   set(packing_, ZSTD_c_hashLog, kLeastTableLog);
   set(packing_, ZSTD_c_chainLog, kLeastTableLog);
+  set(packing_, ZSTD_c_searchForExternalRepcodes, ZSTD_ps_enable);
+  ZSTD_registerSequenceProducer(packing_, &passages, BlockPassages::produce);
   Bytes frame(ZSTD_compressBound(content.size()));
-  const size_t size = ZSTD_compressSequences(packing_, frame.data(), frame.size(), found.data(),
-                                             found.size(), content.data(), content.size());
+  const size_t size =
+      ZSTD_compress2(packing_, frame.data(), frame.size(), content.data(), content.size());
   if (ZSTD_isError(size) != 0) return {};
   frame.shrink(size);
   return frame;
@@ -92,27 +145,33 @@ std::optional<Bytes> FrameCodec::packDelta(std::string_view content, std::string
 // Whether unpacking gives bytes with that checksum.
 bool FrameCodec::isRight(const Bytes& frame, std::string_view prefix, uint64_t length,
                          uint64_t checksum) {
+  Checksum sum;
+  const FramePieces pieces = piecesOf(frame.view());
+  if (prefix.empty() && length > kPiece) {
+    const auto take = [](std::string_view) { return true; };
+    return unpackAlone(pieces, length, take, &sum) && sum.value() == checksum;
+  }
   if (unpacked_.size() != length) {
     unpacked_ = Bytes();
     unpacked_ = Bytes(length);
   }
-  Checksum sum;
-  const FramePieces pieces = piecesOf(frame.view());
-  return unpackTo(pieces(), pieces, prefix, &unpacked_, &sum) && sum.value() == checksum;
+  const bool isUnpacked = unpackTo(pieces(), pieces, prefix, &unpacked_, &sum);
+  if (length > kMostKept) unpacked_ = Bytes();
+  return isUnpacked && sum.value() == checksum;
 }
 
 std::optional<Bytes> FrameCodec::pack(std::string_view content, std::string_view prefix,
                                       uint64_t checksum) {
-  const auto isGood = [&](const Bytes& frame) {
-    return isRight(frame, prefix, content.size(), checksum);
+  const auto isGood = [&](const Bytes& frame, std::string_view with) {
+    return isRight(frame, with, content.size(), checksum);
   };
   std::optional<Bytes> delta;
   if (!prefix.empty()) delta = packDelta(content, prefix);
   const bool isPoor = delta && delta->size() > content.size() / kPoorRatio;
-  if (delta && !isPoor && isGood(*delta)) return delta;
-  Bytes alone = packAlone(content);  // Unpacked with the prefix, too, but makes no use of it.
-  if (isPoor && delta->size() < alone.size() && isGood(*delta)) return delta;
-  if (isGood(alone)) return alone;
+  if (delta && !isPoor && isGood(*delta, prefix)) return delta;
+  Bytes alone = packAlone(content);  // Good with the prefix, too, but makes no use of it.
+  if (isPoor && delta->size() < alone.size() && isGood(*delta, prefix)) return delta;
+  if (isGood(alone, {})) return alone;
   return {};
 }
 
@@ -140,11 +199,16 @@ void FrameCodec::resetUnpacking() {
 
 bool FrameCodec::unpackAlone(const FramePieces& frame, uint64_t length, const BytesSink& sink,
                              Checksum* checksum) {
+  const std::string_view first = frame();
+  if (windowOf(first) > kWidestWindowInPieces) {  // Not one of pack()'s.
+    Bytes content(length);
+    return unpackTo(first, frame, {}, &content, checksum) && sink(content.view());
+  }
   resetUnpacking();
   Bytes room(ZSTD_DStreamOutSize());
   uint64_t done = 0;
   size_t wanted = 1;  // 0 when the frame is complete.
-  for (std::string_view piece = frame(); !piece.empty(); piece = frame()) {
+  for (std::string_view piece = first; !piece.empty(); piece = frame()) {
     ZSTD_inBuffer in{piece.data(), piece.size(), 0};
     ZSTD_outBuffer out{room.data(), room.size(), room.size()};
     // A full room may mean that there is more to come of what was taken in.
@@ -163,14 +227,15 @@ bool FrameCodec::unpackAlone(const FramePieces& frame, uint64_t length, const By
 }
 
 // From the first piece and those after it to bytes of the right size, which change even if that
-// fails. zstd writes them where they are to
-// be, with no buffer of its own between.
+// fails. zstd writes them where they are to be, with no buffer of its own between.
 bool FrameCodec::unpackTo(std::string_view first, const FramePieces& frame, std::string_view prefix,
                           Bytes* content, Checksum* checksum) {
   resetUnpacking();
   ZSTD_DCtx_setParameter(unpacking_, ZSTD_d_stableOutBuffer, 1);
   if (!prefix.empty()) ZSTD_DCtx_refPrefix(unpacking_, prefix.data(), prefix.size());
-  if (content->size() > kLongestInPieces) return unpackAtOnce(first, frame, content, checksum);
+  if (windowOf(first) > uint64_t{1} << kWidestWindowLog) {
+    return unpackAtOnce(first, frame, content, checksum);
+  }
   ZSTD_outBuffer out{content->data(), content->size(), 0};
   size_t wanted = 1;  // 0 when the frame is complete.
   for (std::string_view piece = first; !piece.empty(); piece = frame()) {
@@ -188,10 +253,15 @@ bool FrameCodec::unpackTo(std::string_view first, const FramePieces& frame, std:
 // The same for contents that zstd takes for too wide to be unpacked from pieces.
 bool FrameCodec::unpackAtOnce(std::string_view first, const FramePieces& frame, Bytes* content,
                               Checksum* checksum) {
-  std::string whole;
-  for (std::string_view piece = first; !piece.empty(); piece = frame()) whole += piece;
+  Bytes whole(mostPacked(content->size()));
+  size_t gathered = 0;
+  for (std::string_view piece = first; !piece.empty(); piece = frame()) {
+    if (piece.size() > whole.size() - gathered) return false;
+    piece.copy(whole.data() + gathered, piece.size());
+    gathered += piece.size();
+  }
   const size_t size =
-      ZSTD_decompressDCtx(unpacking_, content->data(), content->size(), whole.data(), whole.size());
+      ZSTD_decompressDCtx(unpacking_, content->data(), content->size(), whole.data(), gathered);
   if (size != content->size()) return false;
   if (checksum != nullptr) checksum->add(content->view());
   return true;

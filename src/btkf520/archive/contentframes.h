@@ -15,9 +15,6 @@ struct ZSTD_DCtx_s;
 
 namespace btkf {
 
-// The longest content that zstd unpacks from pieces of its frame; a longer one's is gathered first.
-constexpr uint64_t kLongestInPieces = uint64_t{1} << 30;
-
 // The widest prefix and content together that one frame can span: a match reaches back less than
 // 4 GiB. A content for which no parent fits below this limit is stored whole.
 constexpr uint64_t kWidestSpan = uint64_t{4095} << 20;
@@ -54,8 +51,9 @@ class FrameCodec {
                             Bytes* content, Checksum* checksum);
   [[nodiscard]] bool unpack(std::string_view frame, std::string_view prefix, uint64_t length,
                             Bytes* content);
-  // Unpacks a frame that stands alone to *sink, in little memory. False if it is damaged, or if the
-  // sink takes no more: then what has been given to the sink is worth nothing.
+  // Unpacks a frame that stands alone to *sink, in little memory if it is one of pack()'s. False if
+  // it is damaged, or if the sink takes no more: then what has been given to the sink is worth
+  // nothing.
   [[nodiscard]] bool unpackAlone(const FramePieces& frame, uint64_t length, const BytesSink& sink,
                                  Checksum* checksum);
 

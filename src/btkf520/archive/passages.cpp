@@ -14,6 +14,7 @@
 #include <bit>
 #include <cstddef>
 #include <cstring>
+#include <utility>
 
 namespace btkf {
 namespace {
@@ -83,53 +84,76 @@ struct Match {
   size_t end() const { return at + length; }
 };
 
+}  // namespace
+
 // Places in prefix and content count as if the one stood ahead of the other.
-class Search {
+class PassageFinder::Search {
  public:
-  // The tables are used while it runs.
+  // The tables are used as long as it lives.
   Search(std::string_view content, std::string_view prefix, std::vector<uint64_t>* blocks,
          std::vector<uint64_t>* words)
       : content_(content),
         prefix_(prefix),
         isSmall_(content.size() + prefix.size() <= kSmallSpan),
-        blocks_(blocks),
-        words_(words) {}
-
-  std::vector<Passage> run() {
-    findLong();
-    std::vector<Passage> passages;
-    size_t end = 0;
-    for (const Match& match : withWords()) {
-      passages.push_back({static_cast<uint32_t>(match.at - end),
-                          static_cast<uint32_t>(match.length),
-                          static_cast<uint32_t>(match.distance)});
-      end = match.end();
+        blocks_(blockTableLog(), blocks),
+        words_(kWordTableLog, words) {
+    for (size_t place = 0; place + kBlock <= prefix_.size(); place += blockStep()) {
+      blocks_.put(blockHash(prefix_.data() + place), place);
     }
-    return passages;
+    if (!isSmall_) return;
+    for (size_t place = 0; place + sizeof(uint64_t) <= prefix_.size(); place += kWordStep) {
+      words_.put(wordHash(prefix_.data() + place), place);
+    }
+  }
+
+  std::optional<Passage> next() {
+    const Match match = nextMatch();
+    if (match.length == 0) return {};
+    const size_t skipped = match.at - std::exchange(end_, match.end());
+    return Passage{static_cast<uint32_t>(skipped), static_cast<uint32_t>(match.length),
+                   static_cast<uint32_t>(match.distance)};
   }
 
  private:
-  void findLong() {
-    const size_t step = isSmall_ ? kSmallStep : kWideStep;
-    Places blocks(std::max(static_cast<int>(std::bit_width(prefix_.size() / step)), 8), blocks_);
-    for (size_t place = 0; place + kBlock <= prefix_.size(); place += step) {
-      blocks.put(blockHash(prefix_.data() + place), place);
+  size_t blockStep() const { return isSmall_ ? kSmallStep : kWideStep; }
+  int blockTableLog() const {
+    return std::max(static_cast<int>(std::bit_width(prefix_.size() / blockStep())), 8);
+  }
+
+  // Words up to the long match that was found last, then that, then the same with the next one.
+  // Length 0 at the end.
+  Match nextMatch() {
+    for (;;) {
+      if (const Match word = nextWord(); word.length != 0) return word;
+      if (long_.length == 0 && longAt_ == content_.size()) return {};
+      if (long_.length != 0) {
+        gap_ = wordAt_ = long_.end();
+        return std::exchange(long_, {});
+      }
+      findLong();
     }
-    size_t begin = 0;  // Of what repeats nothing so far.
-    for (size_t at = 0; at + kBlock <= content_.size();) {
+  }
+
+  // The next long match, and where the gap before it ends.
+  void findLong() {
+    const size_t begin = longAt_;  // Of what repeats nothing so far.
+    for (size_t at = begin; at + kBlock <= content_.size();) {
       Match match = repeatAt(at);
       if (match.length < 4 * kBlock) {
-        consider(blocks.find(blockHash(content_.data() + at)), kBlock, &match);
+        consider(blocks_.find(blockHash(content_.data() + at)), kBlock, content_.size(), &match);
       }
       if (match.length == 0) {
         at += 1 + ((at - begin) >> kPatienceLog);
         continue;
       }
       growBackwards(begin, &match);
-      matches_.push_back(match);
       remember(match.distance);
-      at = begin = match.end();
+      long_ = match;
+      gapEnd_ = match.at;
+      longAt_ = match.end();
+      return;
     }
+    gapEnd_ = longAt_ = content_.size();
   }
 
   // The longest repeat at one of the recent distances.
@@ -137,25 +161,26 @@ class Search {
     Match match{at, 0, 0};
     for (const size_t distance : recent_) {
       if (distance != 0 && distance <= prefix_.size() + at) {
-        consider(prefix_.size() + at - distance, kLeastRepeat, &match);
+        consider(prefix_.size() + at - distance, kLeastRepeat, content_.size(), &match);
       }
     }
     return match;
   }
 
-  // Takes the source for *match if it is equal for longer, and for `least` bytes at least.
-  void consider(size_t source, size_t least, Match* match) const {
+  // Takes the source for *match if it is equal for longer, and for `least` bytes at least. Looks no
+  // further than to `end`: else many short gaps that look alike would take quadratic time.
+  void consider(size_t source, size_t least, size_t end, Match* match) const {
     if (source == Places::kNone) return;
-    const size_t length = equalLength(source, match->at);
+    const size_t length = equalLength(source, match->at, end);
     if (length < least || length <= match->length) return;
     match->length = length;
     match->distance = prefix_.size() + match->at - source;
   }
 
-  size_t equalLength(size_t source, size_t at) const {
+  size_t equalLength(size_t source, size_t at, size_t end) const {
     const char* const a = content_.data() + at;
     const char* const b = bytesAt(source);
-    size_t most = content_.size() - at;
+    size_t most = end - at;
     if (source < prefix_.size()) most = std::min(most, prefix_.size() - source);
     size_t length = 0;
     for (; length + 8 <= most; length += 8) {
@@ -186,55 +211,45 @@ class Search {
     recent_.front() = distance;
   }
 
-  // The long matches, and words between them.
-  std::vector<Match> withWords() {
-    Places words(kWordTableLog, words_);
-    if (isSmall_) {
-      for (size_t place = 0; place + sizeof(uint64_t) <= prefix_.size(); place += kWordStep) {
-        words.put(wordHash(prefix_.data() + place), place);
-      }
-    }
-    std::vector<Match> result;
-    size_t begin = 0;
-    for (const Match& match : matches_) {
-      findWords(begin, match.at, &words, &result);
-      result.push_back(match);
-      begin = match.end();
-    }
-    findWords(begin, content_.size(), &words, &result);
-    return result;
-  }
-
-  void findWords(size_t begin, size_t end, Places* words, std::vector<Match>* result) const {
-    for (size_t at = begin; at + sizeof(uint64_t) <= end;) {
-      const uint64_t hash = wordHash(content_.data() + at);
-      Match match{at, 0, 0};
-      consider(words->find(hash), kWord, &match);
-      words->put(hash, prefix_.size() + at);
+  // The next word before the end of the gap.
+  Match nextWord() {
+    while (wordAt_ + sizeof(uint64_t) <= gapEnd_) {
+      const uint64_t hash = wordHash(content_.data() + wordAt_);
+      Match match{wordAt_, 0, 0};
+      consider(words_.find(hash), kWord, gapEnd_, &match);
+      words_.put(hash, prefix_.size() + wordAt_);
       if (match.length == 0) {
-        at += 1 + ((at - begin) >> kPatienceLog);
+        wordAt_ += 1 + ((wordAt_ - gap_) >> kPatienceLog);
         continue;
       }
-      match.length = std::min(match.length, end - at);
-      growBackwards(begin, &match);
-      result->push_back(match);
-      at = begin = match.end();
+      growBackwards(gap_, &match);
+      gap_ = wordAt_ = match.end();
+      return match;
     }
+    return {};
   }
 
   std::string_view content_;
   std::string_view prefix_;
   bool isSmall_;
-  std::vector<uint64_t>* blocks_;
-  std::vector<uint64_t>* words_;
-  std::vector<Match> matches_;
+  Places blocks_;
+  Places words_;
   std::array<size_t, kRecentDistances> recent_{};  // The last first; 0 for none yet.
+  Match long_;                                     // Found, but not given yet.
+  size_t longAt_ = 0;                              // Where the next one is looked for.
+  size_t gap_ = 0;                                 // What is searched for words, ...
+  size_t wordAt_ = 0;                              // ... from here on ...
+  size_t gapEnd_ = 0;                              // ... up to here.
+  size_t end_ = 0;                                 // Of the passage that was given last.
 };
 
-}  // namespace
+PassageFinder::PassageFinder() = default;
+PassageFinder::~PassageFinder() = default;
 
-std::vector<Passage> PassageFinder::find(std::string_view content, std::string_view prefix) {
-  return Search(content, prefix, &blocks_, &words_).run();
+void PassageFinder::begin(std::string_view content, std::string_view prefix) {
+  search_ = std::make_unique<Search>(content, prefix, &blocks_, &words_);
 }
+
+std::optional<Passage> PassageFinder::next() { return search_->next(); }
 
 }  // namespace btkf

@@ -2,6 +2,8 @@
 #pragma once
 
 #include <cstdint>
+#include <memory>
+#include <optional>
 #include <string_view>
 #include <vector>
 
@@ -15,17 +17,26 @@ struct Passage {
   uint32_t distance;
 };
 
-// One object is used again and again, because its tables are wide.
+// Finds the passages of one content after the other, one by one, so that not even very many take
+// memory. One object is used again and again, because its tables are wide.
 class PassageFinder {
  public:
-  // The passages of `content`, in order and without overlap. Both together are shorter than 4 GiB.
-  // Takes time in proportion to the length of both; most of it for what is not repeated. May throw
-  // std::bad_alloc.
-  std::vector<Passage> find(std::string_view content, std::string_view prefix);
+  PassageFinder();
+  ~PassageFinder();
+
+  // Begins with `content`. Both must outlive the search, and are together shorter than 4 GiB. May
+  // throw std::bad_alloc.
+  void begin(std::string_view content, std::string_view prefix);
+  // The next passage, in order and without overlap; nothing after the last. All of them take time
+  // in proportion to the length of content and prefix; most of it for what is not repeated.
+  std::optional<Passage> next();
 
  private:
+  class Search;
+
   std::vector<uint64_t> blocks_;
   std::vector<uint64_t> words_;
+  std::unique_ptr<Search> search_;
 };
 
 }  // namespace btkf
