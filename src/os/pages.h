@@ -1,15 +1,56 @@
-// os/pages.h: memory in the units in which the operating system hands it out.
+// os/pages.h: memory for what may be wide.
 #pragma once
 
+#include <atomic>
 #include <cstddef>
+#include <utility>
 
 namespace os {
 
-// `size` bytes of any value. Wide memory comes in large pages where the system has them: filling
-// it for the first time then costs a fraction. Throws std::bad_alloc.
-void* allocateMemory(size_t size);
+// Memory of a size that is settled once, of any value at first. Moved, never copied.
+//
+// Ordinary memory is the process's until it gives it back, and when all have too much of it some
+// process is ended. So the process has a limit of it for all its wide pieces together, which come
+// in large pages where the system has them. What is wide beyond that limit is a nameless file that
+// is mapped: the system writes it out and takes its pages back when it needs them. The file lies in
+// $TMPDIR, else in /var/tmp, on a disk in any case. All the room for it is taken at the start,
+// since a disk that is found full later would end the process. Where no such file can be had it is
+// ordinary memory after all.
+class Memory {
+ public:
+  // From here on pieces are wide. Narrower ones don't count.
+  static constexpr size_t kWide = 1 << 20;
+  // Ordinary memory in wide pieces. To be set by tests alone.
+  static inline std::atomic<size_t> mostOrdinary = 48 << 20;
 
-// Gives back what allocateMemory() gave, or null.
-void freeMemory(void* memory);
+  Memory() = default;
+  // Throws std::bad_alloc, also where ordinary memory would be needed and the system has not as
+  // much.
+  explicit Memory(size_t size);
+  Memory(Memory&& other) noexcept { swap(other); }
+  Memory& operator=(Memory&& other) noexcept {
+    Memory taken(std::move(other));  // What was here goes with it.
+    swap(taken);
+    return *this;
+  }
+  ~Memory();
+
+  char* data() const { return static_cast<char*>(place_); }
+  // Whether it is a file.
+  bool isMapped() const { return isMapped_; }
+
+ private:
+  void swap(Memory& other) noexcept {
+    std::swap(place_, other.place_);
+    std::swap(size_, other.size_);
+    std::swap(isMapped_, other.isMapped_);
+  }
+
+  static inline std::atomic<size_t> ordinary_ = 0;  // In use, of all wide pieces.
+
+  void* place_ = nullptr;
+  size_t size_ = 0;
+  bool isMapped_ = false;
+};
 
 }  // namespace os

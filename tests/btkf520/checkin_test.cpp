@@ -2,12 +2,15 @@
 // functions.
 #include <utime.h>
 
+#include <cerrno>
 #include <cstring>
 #include <functional>
 #include <stdexcept>
 
 #include "btkf520/archives.h"
 #include "btkf520/history.h"
+#include "os/pages.h"
+#include "os/systemcalls.h"
 #include "support/childprocess.h"
 #include "support/limits.h"
 #include "support/table.h"
@@ -371,6 +374,42 @@ TEST_F(CheckOut, RefusesContentsBeyondTheClientsBound) {
   EXPECT_EQ(get({}), TRVS_TOO_LARGE) << "a tip, which is unpacked in pieces";
   TrvsSetLargestContent(0);
   EXPECT_EQ(verify(), TRVS_DONE);
+}
+
+// Through nameless files, and through ordinary memory where there is no room for such. Many small
+// changes are among them: each block of the frame then ends within a passage.
+TEST_F(CheckOut, GivesBackWhatWentThroughWideMemory) {
+  const size_t mostOrdinary = os::Memory::mostOrdinary.exchange(0);
+  Contents random(3);
+  std::vector<std::string> contents{random.bytes(3 << 20)};
+  contents.push_back(random.changed(contents[0]));
+  contents.push_back(contents[1]);
+  for (size_t at = 0; at < contents[2].size(); at += 40) contents[2][at] ^= 1;
+  for (const int error : {0, ENOSPC}) {
+    unlink(archive().c_str());
+    ASSERT_EQ(create(), TRVS_DONE);
+    int count = 0;
+    const os_test::SystemCalls calls([&](const os_test::Call& call) {
+      count += call.name == "fallocate" ? 1 : 0;
+      return call.name == "fallocate" ? error : 0;
+    });
+    for (const std::string& each : contents) ASSERT_EQ(put(each, {.flags = TRVS_PUT_KEEP_LOCK}), 0);
+    EXPECT_LT(support::readFile(archive()).size(), (3u << 20) + (1u << 20));
+    for (const char* revision : {"1.0", "1.1", "1.2"}) {
+      EXPECT_TRUE(content(revision) == contents[static_cast<size_t>(revision[2] - '0')]);
+    }
+    EXPECT_EQ(verify(), TRVS_DONE);
+    EXPECT_GT(count, 9);
+  }
+  // Who cuts the workfile short while it is read must not end the client.
+  const std::string before = support::readFile(archive());
+  write("m.c", contents[0]);
+  const os_test::SystemCalls calls([&](const os_test::Call& call) {
+    return call.name == "pread" && call.path == "m.c" ? truncate(workfile().c_str(), 9) : 0;
+  });
+  EXPECT_EQ(put({}), TRVS_CANNOT_OPEN);
+  EXPECT_TRUE(support::readFile(archive()) == before);
+  os::Memory::mostOrdinary = mostOrdinary;
 }
 
 TEST_F(CheckIn, SurvivesACallbackThatThrows) {

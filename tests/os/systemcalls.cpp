@@ -103,6 +103,10 @@ int ftruncate(int file, off_t size) noexcept {
   return asInt(answer("ftruncate", file, nullptr, 0, SYS_ftruncate, file, size));
 }
 
+int fallocate(int file, int mode, off_t offset, off_t size) {
+  return asInt(answer("fallocate", file, nullptr, mode, SYS_fallocate, file, mode, offset, size));
+}
+
 int flock(int file, int operation) noexcept {
   return asInt(answer("flock", file, nullptr, operation, SYS_flock, file, operation));
 }

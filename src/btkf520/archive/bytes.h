@@ -5,7 +5,6 @@
 #include <cstddef>
 #include <cstdint>
 #include <functional>
-#include <memory>
 #include <new>
 #include <string_view>
 #include <utility>
@@ -26,20 +25,19 @@ class Bytes {
   // Throws std::bad_alloc, also where a claimed size is more than this machine can address.
   explicit Bytes(uint64_t size) : size_(static_cast<size_t>(size)) {
     if (size_ != size) throw std::bad_alloc();
-    data_.reset(static_cast<char*>(os::allocateMemory(size_)));
+    memory_ = os::Memory(size_);
   }
-  Bytes(Bytes&& other) noexcept
-      : data_(std::move(other.data_)), size_(std::exchange(other.size_, 0)) {}
+  Bytes(Bytes&& other) noexcept { *this = std::move(other); }
   Bytes& operator=(Bytes&& other) noexcept {
-    data_ = std::move(other.data_);
+    memory_ = std::move(other.memory_);
     size_ = std::exchange(other.size_, 0);
     return *this;
   }
 
-  char* data() { return data_.get(); }
-  const char* data() const { return data_.get(); }
+  char* data() { return memory_.data(); }
+  const char* data() const { return memory_.data(); }
   size_t size() const { return size_; }
-  std::string_view view() const { return {data_.get(), size_}; }
+  std::string_view view() const { return {data(), size_}; }
   // Forgets the bytes from `size` on, and gives back their memory if that is most of it.
   void shrink(size_t size) {
     if (size < size_ / 2) {
@@ -51,10 +49,7 @@ class Bytes {
   }
 
  private:
-  struct Free {
-    void operator()(char* memory) const { os::freeMemory(memory); }
-  };
-  std::unique_ptr<char, Free> data_;
+  os::Memory memory_;
   size_t size_ = 0;
 };
 
