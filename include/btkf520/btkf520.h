@@ -242,7 +242,7 @@ typedef int32_t (*TrvsTextCallback)(const char* text);
  * and after an operation before it begins. To refuse ends it with TRVS_TRIGGER_FAILED: say then
  * what the user has to set. Not asked for what stands in a trusted master file: one that is read by
  * TRVS_READ_MASTER, or included there, where nobody but root and the present user can change any of
- * these files, nor the directories above them.
+ * these files, nor the directories above them (TrvsTrustMaster).
  * It is asked about the journal too, after the operation: `event` is "JOURNAL" then, and `value`
  * the path text of the file. A journal is no part of what is done: where it may not be written, the
  * operation succeeds all the same, and TRVS_CALLBACK_MESSAGE is told TRVS_NO_JOURNAL. */
@@ -299,6 +299,17 @@ typedef enum TrvsReadMode {
  * be read for a reason that may pass. */
 TRVS_EXPORT int32_t TrvsQueryConfiguration(const char* path, int32_t reserved1, int32_t reserved2,
                                            int32_t readMode);
+
+/* Whose files can be trusted master files, with all that they include and that leads to them. */
+typedef enum TrvsTrust {
+  TRVS_TRUST_USER = 0, /* root's and the present user's, as at the start */
+  TRVS_TRUST_ROOT = 1  /* root's alone */
+} TrvsTrust;
+
+/* Sets that for loads to come in the state in place. TRVS_TRUST_ROOT is for a client that is told
+ * by others which file is the master file: it may be one that the user has checked out, so that he
+ * owns it and another has written it. TRVS_MISUSE for anything but a TrvsTrust. */
+TRVS_EXPORT int32_t TrvsTrustMaster(int32_t whose);
 
 /* Whether `size` bytes of text can be meant as a configuration file: at least one directive in it
  * is good, or it has none. Reads no other file, reports nothing, and leaves the configuration as it

@@ -69,8 +69,8 @@
  * Profile    The file that the environment variable KSTR_INI names, else trevault/KSTR.INI in the
  *            user's configuration directory ($XDG_CONFIG_HOME, else ~/.config). With TRVSTRIGGERS=ON
  *            in section [TRVSGUI] event triggers run and journals are written that stand in
- *            configuration files which other users can change (docs/configuration.md); the profile
- *            itself must be the user's alone then.
+ *            configuration files that other users can change or choose (docs/configuration.md);
+ *            the profile itself must be the user's alone then.
  *
  * Rights     In a program with rights that its user has not (set-user-id, set-group-id, or with
  *            capabilities from its file) the user's word counts for nothing: no environment variable
@@ -390,7 +390,8 @@ FOLDAPI_EXPORT const char* FoldapiNativePath(const char* text);
 /* For a client that works on archives itself, through btkf520.h. The library leaves the client's
  * own state there alone: its configuration, callbacks and path resolver. This function, and no
  * other, changes it: it loads the configuration that the library would use for `project`, and has
- * paths translated as the library does, for as long as the client registers nothing else. The
+ * paths translated as the library does, for as long as the client registers nothing else. Only
+ * root's files are trusted master files then (TrvsTrustMaster), as the database names them. The
  * client's callbacks stay: they are told of bad directives, and asked about event triggers and
  * the journal. What changes in the files later is not followed.
  * Gives 1; 0 for a handle that is none of a project, which changes nothing, and for a configuration

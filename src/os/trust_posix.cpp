@@ -16,8 +16,9 @@ namespace {
 
 constexpr int kMostLinks = 40;
 
-bool isOurs(const struct stat& status) {
-  if (status.st_uid != 0 && (status.st_uid != ::geteuid() || !heedsUser())) return false;
+bool isOurs(const struct stat& status, Trusted whom) {
+  const bool isUsers = status.st_uid == ::geteuid() && whom != Trusted::kRoot && heedsUser();
+  if (status.st_uid != 0 && !isUsers) return false;
   const bool isShared = (status.st_mode & (S_IWGRP | S_IWOTH)) != 0;
   const bool keepsOthersOff = S_ISDIR(status.st_mode) && (status.st_mode & S_ISVTX) != 0;
   return S_ISLNK(status.st_mode) || !isShared || keepsOthersOff;
@@ -38,13 +39,13 @@ std::string targetOf(const std::string& link) {
 
 }  // namespace
 
-bool isOursAlone(const std::string& path) {
+bool isOursAlone(const std::string& path, Trusted whom) {
   char start[PATH_MAX] = "";
   if (!path.starts_with('/') && ::getcwd(start, sizeof start) == nullptr) return false;
   std::string rest = start + ("/" + path);
   std::string done;  // No link leads through it; "" for the root.
   struct stat status;
-  if (!readState("/", &status) || !isOurs(status)) return false;
+  if (!readState("/", &status) || !isOurs(status, whom)) return false;
   for (int links = 0; !rest.empty();) {
     const size_t end = std::min(rest.find('/'), rest.size());
     const std::string name = rest.substr(0, end);
@@ -55,7 +56,7 @@ bool isOursAlone(const std::string& path) {
       continue;
     }
     const std::string step = done + "/" + name;
-    if (!readState(step, &status) || !isOurs(status)) return false;
+    if (!readState(step, &status) || !isOurs(status, whom)) return false;
     if (!S_ISLNK(status.st_mode)) {
       done = step;
       continue;

@@ -35,8 +35,14 @@ VString missingFileMessage(const TVProjectConfig& config) {
   return FolderFileMessage(kFolderFileMissing, config.path.text());
 }
 
-void registerWithToolkit() {
+// A public record says which file is the master file: the user may own it and not have written it.
+void connectToolkit() {
   TrvsRegisterPathResolver(resolvePath);
+  static_cast<void>(TrvsTrustMaster(TRVS_TRUST_ROOT));
+}
+
+void registerWithToolkit() {
+  connectToolkit();
   RegisterToolkitCallbacks();
 }
 
@@ -165,7 +171,7 @@ VBool StartToolkit(TVErrorSink& sink) {
 
 VBool useInClientState(TVHandle& context) {
   if (context.isNull()) return false;
-  TrvsRegisterPathResolver(resolvePath);
+  connectToolkit();
   const TVProjectConfig project = context.object()->projectConfig();
   const Loaded loaded =
       LoadConfiguration(context.object()->rootConfig().path, project.path, LocalFile::kLeftOut);

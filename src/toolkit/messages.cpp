@@ -302,8 +302,9 @@ constexpr char kDateText[] =
     "Format.";
 
 constexpr char kTriggerText[] =
-    "%s in the configuration was not followed, as others can change the file that it stands "
-    "in:\n\n%s\n\nTo allow what the configuration wants, set TRVSTRIGGERS=ON in section [TRVSGUI] "
+    "%s in the configuration was not followed, as others can change or choose the file that it "
+    "stands in:\n\n%s\n\nTo allow what the configuration wants, set TRVSTRIGGERS=ON in section "
+    "[TRVSGUI] "
     "of your profile %s, "
     "which nobody else may be able to change.";
 

@@ -5,6 +5,7 @@
 
 #include "btkf520/archive/archive.h"
 #include "btkf520/archives.h"
+#include "support/childprocess.h"
 #include "support/table.h"
 
 namespace btkf520_test {
@@ -323,6 +324,30 @@ TEST_F(Events, RunWhatTheClientOrATrustedMasterFileAllows) {
     }
     TrvsRegisterCallback(TRVS_CALLBACK_TRIGGER, nullptr);
   }
+}
+
+// A real fault: whoever could name a master file named one that he had had others check out.
+TEST_F(Events, RunWhatRootSaysWhereOthersNameTheMasterFile) {
+  write("first.cfg", "EVENTTRIGGER POSTCREATE = true");
+  EXPECT_EQ(TrvsTrustMaster(2), TRVS_MISUSE);
+  const int untrusted = support::inProcess([&] {
+    constexpr uid_t kOther = 65534;
+    if (geteuid() == 0) {
+      for (const std::string& own : {path(""), path("first.cfg")}) {
+        if (chown(own.c_str(), kOther, kOther) != 0) return 99;
+      }
+      if (setuid(kOther) != 0) return 99;
+    }
+    int result = 0;
+    for (const int32_t whose : {TRVS_TRUST_USER, TRVS_TRUST_ROOT}) {
+      TrvsTrustMaster(whose);
+      TrvsQueryConfiguration(path("first.cfg").c_str(), 0, 0, TRVS_READ_MASTER);
+      if (create() == TRVS_TRIGGER_FAILED) result += 1 + whose;
+      unlink(archive().c_str());
+    }
+    return result;
+  });
+  EXPECT_EQ(untrusted, 1 + TRVS_TRUST_ROOT) << "the second time alone";
 }
 
 TEST_F(Events, TheClientMayCancelAndWait) {

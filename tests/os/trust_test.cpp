@@ -25,6 +25,7 @@ TEST(Trust, IsForWhatRootAndTheUserAloneCanChange) {
   EXPECT_TRUE(os::isOursAlone(link + "/file"));
   ASSERT_EQ(symlink("round", (directory / "round").c_str()), 0);
   EXPECT_FALSE(os::isOursAlone(directory / "round"));
+  EXPECT_EQ(os::isOursAlone(file, os::Trusted::kRoot), geteuid() == 0);
   if (geteuid() != 0) return;  // Only root can give files away.
   for (const std::string& anothers : {link, directory / "open/own", file}) {
     ASSERT_EQ(lchown(anothers.c_str(), 12345, 12345), 0);

@@ -115,6 +115,15 @@ int32_t TrvsGetUserInfo(char* user, int32_t userSize, char* second, int32_t seco
   });
 }
 
+int32_t TrvsTrustMaster(int32_t whose) {
+  return guarded([&] {
+    if (whose != TRVS_TRUST_USER && whose != TRVS_TRUST_ROOT) return TRVS_MISUSE;
+    Surroundings::current().setTrusted(whose == TRVS_TRUST_ROOT ? os::Trusted::kRoot
+                                                                : os::Trusted::kRootAndUser);
+    return TRVS_DONE;
+  });
+}
+
 int32_t TrvsQueryConfiguration(const char* path, int32_t reserved1, int32_t reserved2,
                                int32_t readMode) {
   return guarded([&] {

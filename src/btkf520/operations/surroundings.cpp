@@ -8,7 +8,6 @@
 #include "btkf520/configuration/text.h"
 #include "os/environment.h"
 #include "os/file.h"
-#include "os/trust.h"
 
 namespace btkf {
 namespace {
@@ -57,7 +56,7 @@ os::FileResult Surroundings::readFile(const std::string& path, size_t largest, F
   const std::optional<std::string> place = systemPath(path);
   if (!place) return os::FileResult::kMissing;
   os::FileStatus status;
-  file->isTrusted = os::isOursAlone(*place);
+  file->isTrusted = os::isOursAlone(*place, trusted_);
   const os::FileResult result = os::readFile(place->c_str(), largest, &file->text, &status);
   file->identity = status.identity;
   file->owner = status.owner;

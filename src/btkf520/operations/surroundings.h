@@ -11,6 +11,7 @@
 #include "btkf520/configuration/configuration.h"
 #include "btkf520/configuration/configurationreader.h"
 #include "btkf520/operations/client.h"
+#include "os/trust.h"
 
 namespace btkf {
 
@@ -33,6 +34,9 @@ class Surroundings final : private ConfigurationHost {
   uint64_t largestContent() const { return largestContent_; }
   void setLargestContent(uint64_t bytes) { largestContent_ = bytes; }
 
+  // Whose master files are trusted.
+  void setTrusted(os::Trusted whom) { trusted_ = whom; }
+
   // Reads a configuration file. TRVS_READ_FIRST and TRVS_READ_MASTER first of all forget what was
   // there. See ConfigurationReader::read(); after TRVS_CANCELLED nothing of the file counts.
   [[nodiscard]] TrvsStatus load(const std::string& path, TrvsReadMode mode);
@@ -52,6 +56,7 @@ class Surroundings final : private ConfigurationHost {
   Configuration configuration_;
   Client client_;
   TrvsPathResolver resolver_ = nullptr;
+  os::Trusted trusted_ = os::Trusted::kRootAndUser;
   uint64_t largestContent_ = std::numeric_limits<uint64_t>::max();
 };
 
