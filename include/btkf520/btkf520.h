@@ -751,8 +751,8 @@ TRVS_EXPORT int32_t TrvsVerifyArchive(int32_t context, const char* archive, char
                                       int32_t size);
 
 /* Has the state in place refuse contents of more than `bytes`, 0 for no bound, as at the start. A
- * small archive can hold a content 32768 times its size (docs/archive-format.md): set this where
- * archives come from strangers. TRVS_TOO_LARGE is what functions give then that would check in such
+ * small archive can hold a content 32768 times its size (docs/security.md): set this where archives
+ * come from strangers. TRVS_TOO_LARGE is what functions give then that would check in such
  * a workfile, or unpack such a content: to hand it out, to compare or verify it, or to rebuild or
  * pack another revision that is stored as a difference from it. It comes before memory is taken for
  * the content and before anything is written, and the archive stays as it is. What an archive tells

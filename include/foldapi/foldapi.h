@@ -79,7 +79,7 @@
  *            effective user is the one who started the program there is no profile, hence no path
  *            map and no default for Init, and only root's files are trusted to name commands.
  *            Which directories and files the program is sent to is its own matter: such a program
- *            has to check what it is told.
+ *            has to check what it is told (docs/security.md).
  *
  * User       The current user is the account of the process's effective user, unless the project's
  *            configuration names an environment variable for it: USERID.
