@@ -171,12 +171,12 @@ typedef enum TrvsCallbackId {
   TRVS_CALLBACK_MOVE_LABEL = 6,     /* may a label be moved? Else no */
   TRVS_CALLBACK_FREE = 9,           /* takes back an answer of the two before */
   TRVS_CALLBACK_CHECK_IN = 10,      /* check in all the same? Else no */
-  TRVS_CALLBACK_NEWS_TWO = 16,      /* kept, and never called */
+  TRVS_CALLBACK_NEWS_TWO = 16,      /* a message as a text */
   TRVS_CALLBACK_IDLE = 17,          /* a moment to let others work */
   TRVS_CALLBACK_OPERATION = 18,     /* an operation is done */
   TRVS_CALLBACK_BAD_DIRECTIVE = 19, /* a directive that was left out. Else the load continues */
   TRVS_CALLBACK_MESSAGE = 20,       /* a message by its code */
-  TRVS_CALLBACK_TEXT = 23,          /* kept, and never called */
+  TRVS_CALLBACK_TEXT = 23,          /* a message as a text */
   TRVS_CALLBACK_TRIGGER = 24        /* may a shared configuration have its way? Else no */
 } TrvsCallbackId;
 
@@ -235,7 +235,8 @@ typedef int32_t (*TrvsBadDirectiveCallback)(int32_t code, const char* line, cons
  * TRVS_CANNOT_WRITE if the workfile of a check-in could not be removed or its mode changed. The
  * result is ignored. */
 typedef int32_t (*TrvsMessageCallback)(int32_t code);
-/* TRVS_CALLBACK_TEXT: a message as a text. */
+/* TRVS_CALLBACK_TEXT: why an operation is refused, where a status doesn't say it. The result is
+ * ignored. */
 typedef int32_t (*TrvsTextCallback)(const char* text);
 /* TRVS_CALLBACK_TRIGGER: may the process do what a configuration file wants that other users can
  * change: run the command `value` at `event`, such as "PRECHECKIN"? Asked for the triggers before
@@ -378,7 +379,9 @@ TRVS_EXPORT int32_t TrvsVerifyPromoTreeNodeExist(const char* group, int16_t* kin
  * process may give files away, else it belongs to the present account, and an access list lets the
  * former owner do what he could. TRVS_CANNOT_WRITE, and no change, if one of the others can't be
  * kept, such as the group by somebody who isn't in it; if the process may not write the archive; or
- * if its owner may not, so that mode 0444 refuses root too. */
+ * if its owner may not, so that mode 0444 refuses root too. Where the path is a symbolic link the
+ * archive that it leads to changes; but TRVS_CANNOT_OPEN, told to TRVS_CALLBACK_TEXT, and no change,
+ * if the link belongs to neither the present user nor root nor the archive's owner. */
 /* clang-format on */
 
 /* The only context that there is. */

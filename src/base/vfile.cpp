@@ -43,7 +43,8 @@ VBool VFile::open(int mode) {
   if (!close()) return false;
   position_ = 0;
   content_.clear();
-  isAppended_ = isReplaced_ = hasNoLocks_ = false;
+  isAppended_ = isReplaced_ = false;
+  failure_ = os::FileResult::kDone;
   const bool isOpened = mode >= kPrinter ? standardStream(mode) != nullptr : openFile(mode);
   if (isOpened) mode_ = mode;
   return isOpened;
@@ -53,7 +54,8 @@ bool VFile::openFile(int mode) {
   if (mode != kCreate && mode != kRead && mode != kWrite && mode != kReadWrite) return false;
   if (mode == kCreate && !createFile(path_.view())) return false;
   const auto access = mode == kRead ? os::File::Access::kRead : os::File::Access::kUpdate;
-  if (foldapi::openFile(path_.view(), access, &file_) != os::FileResult::kDone) return false;
+  failure_ = foldapi::openFile(path_.view(), access, &file_);
+  if (failure_ != os::FileResult::kDone) return false;
   isReplaced_ = mode == kCreate;
   if (mode == kCreate || readFile(path_.view(), &content_)) return true;
   file_.close();
@@ -86,18 +88,15 @@ VBool VFile::seek(int64_t position) {
 // path names.
 bool VFile::lockToAppend() {
   for (int attempt = 0; attempt < kLockAttempts; ++attempt) {
-    const os::FileResult result = file_.tryLock(os::File::Lock::kExclusive);
-    if (result == os::FileResult::kBusy) {
+    failure_ = file_.tryLock(os::File::Lock::kExclusive);
+    if (failure_ == os::FileResult::kBusy) {
       os::sleepMilliseconds(kLockPause);
       continue;
     }
-    hasNoLocks_ = result == os::FileResult::kNoLocks;
-    if (result == os::FileResult::kDone && confirmFile(path_.view(), &file_)) return true;
-    if (result != os::FileResult::kDone && result != os::FileResult::kStale) return false;
-    if (foldapi::openFile(path_.view(), os::File::Access::kUpdate, &file_) !=
-        os::FileResult::kDone) {
-      return false;
-    }
+    if (failure_ == os::FileResult::kDone && file_.confirm()) return true;
+    if (failure_ != os::FileResult::kDone && failure_ != os::FileResult::kStale) return false;
+    failure_ = foldapi::openFile(path_.view(), os::File::Access::kUpdate, &file_);
+    if (failure_ != os::FileResult::kDone) return false;
   }
   return false;
 }

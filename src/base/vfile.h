@@ -55,8 +55,8 @@ class VFile {
   // Writes at the position and moves it past that. Gives the number of bytes, -1 on failure.
   [[nodiscard]] int32_t writeText(const VString& text) { return writeBytes(text.view()); }
   [[nodiscard]] int32_t writeBytes(std::string_view bytes);
-  // Whether a write failed since the file system knows no locks.
-  bool hasNoLocks() const { return hasNoLocks_; }
+  // Why it could not be opened, or the lock for a write could not be taken.
+  os::FileResult failure() const { return failure_; }
   // Reads up to `size` bytes at the position and moves it past them: fewer at the end.
   std::string_view readBytes(size_t size);
   // All that follows the position, which moves to the end. Good until the next operation.
@@ -77,7 +77,7 @@ class VFile {
   size_t position_ = 0;
   bool isAppended_ = false;  // Something was written at the end, and the lock is held.
   bool isReplaced_ = false;  // close() replaces the file by the content.
-  bool hasNoLocks_ = false;
+  os::FileResult failure_ = os::FileResult::kDone;
 };
 
 }  // namespace foldapi

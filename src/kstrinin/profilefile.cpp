@@ -22,8 +22,11 @@ std::string userProfilePath() {
   return directory.empty() ? "" : directory + "/trevault/KSTR.INI";
 }
 
-ProfileUpdate::ProfileUpdate(const std::string& path) : path_(os::linkTarget(path)) {
-  if (!os::makeDirectories(os::parentOf(path_))) return;
+ProfileUpdate::ProfileUpdate(const std::string& path) {
+  if (!os::makeDirectories(os::parentOf(path)) ||
+      os::Place::find(path, &place_) != FileResult::kDone) {
+    return;
+  }
   FileResult result = hold();
   for (int tries = 1; tries < kTries && result == FileResult::kBusy; ++tries) {
     os::sleepMilliseconds(kPause);
@@ -33,13 +36,13 @@ ProfileUpdate::ProfileUpdate(const std::string& path) : path_(os::linkTarget(pat
 }
 
 FileResult ProfileUpdate::hold() {
-  FileResult beside = sibling_.open(path_);
+  FileResult beside = sibling_.open(place_);
   const bool hasLocks = beside != FileResult::kNoLocks;
   // Where there are no locks the file is still replaced whole.
-  if (!hasLocks) beside = sibling_.open(path_, os::SiblingFile::Others::kExcluded);
+  if (!hasLocks) beside = sibling_.open(place_, os::SiblingFile::Others::kExcluded);
   if (beside != FileResult::kDone && beside != FileResult::kRefused) return beside;
-  const FileResult result = hasLocks ? old_.openLocked(path_.c_str())
-                                     : old_.open(path_.c_str(), os::File::Access::kUpdate);
+  const FileResult result =
+      hasLocks ? old_.openLocked(place_) : old_.open(place_, os::File::Access::kUpdate);
   if (result == FileResult::kMissing) return beside;
   const bool isReadOnly = old_.isOpen() && !old_.status().ownerMayWrite;
   return isReadOnly ? FileResult::kRefused : result;

@@ -6,6 +6,7 @@
 #include <string_view>
 
 #include "os/file.h"
+#include "os/place.h"
 #include "os/sibling.h"
 
 namespace kstrinin {
@@ -21,7 +22,7 @@ std::string userProfilePath();
 class ProfileUpdate {
  public:
   // Makes the directories of `path` if need be, and waits a few seconds at most. A link at `path`
-  // stays one.
+  // stays one, if it is followed at all: see os/place.h.
   explicit ProfileUpdate(const std::string& path);
 
   bool isHeld() const { return isHeld_; }
@@ -33,7 +34,7 @@ class ProfileUpdate {
  private:
   os::FileResult hold();
 
-  std::string path_;
+  os::Place place_;
   os::SiblingFile sibling_;
   os::File old_;
   bool isHeld_ = false;

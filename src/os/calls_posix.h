@@ -38,6 +38,13 @@ inline FileResult resultOfCall(int result) {
 // started. Gives a descriptor, or -1 with errno set. A file that is made gets `mode` less the
 // umask.
 int openDescriptor(const char* path, int flags, mode_t mode = kRightsOfNewFile);
+// The same with a path in an open directory.
+int openDescriptor(int directory, const char* path, int flags, mode_t mode = kRightsOfNewFile);
+// The same, and never through a link.
+int openDescriptor(const Place& place, int flags, mode_t mode = kRightsOfNewFile);
+
+// Whether that file has the name there; *now, which may be null, becomes its present status.
+bool isAt(const Place& place, const FileIdentity& file, FileStatus* now);
 
 // The mode of a file of mode `old` that its owner may write, or nobody. What would lend the owner's
 // rights to those who run it is dropped.

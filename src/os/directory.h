@@ -16,10 +16,6 @@ namespace os {
 // The directory that `path` names something in: "." where it says none.
 std::string parentOf(std::string_view path);
 
-// Where a chain of symbolic links at `path` ends, so that a file is replaced and not the link to
-// it; there need be no file. `path` itself if it is no link.
-std::string linkTarget(const std::string& path);
-
 // Whether both paths mean one file, or would if it were there.
 bool isSameFile(const std::string& first, const std::string& second);
 
@@ -30,11 +26,6 @@ bool hasEntry(const char* path);
 bool makeDirectory(const std::string& path);
 // The same with all that lead to it.
 bool makeDirectories(const std::string& path);
-
-// Brings what a directory now says about its entry `path` to the device, so that a power cut does
-// not undo it. A directory that may not be read is synced with all of the disk of `file`, the open
-// entry, -1 for none. Where neither works there is nothing that could be taken back.
-void syncParentOf(const std::string& path, int file = -1) noexcept;
 
 // By which a directory is known, and known to have neither gained nor lost an entry.
 struct DirectoryState {

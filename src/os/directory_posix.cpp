@@ -1,12 +1,9 @@
 // os/directory_posix.cpp: directories on Linux.
 #include <dirent.h>
-#include <fcntl.h>
-#include <limits.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 #include <memory>
-#include <new>
 
 #include "os/calls_posix.h"
 #include "os/directory.h"
@@ -15,7 +12,6 @@ namespace os {
 namespace {
 
 constexpr mode_t kAllMayEnter = 0777;  // Less the umask.
-constexpr int kMostLinks = 100;
 
 int64_t nanosecondsOf(const timespec& time) {
   return static_cast<int64_t>(time.tv_sec) * 1'000'000'000 + time.tv_nsec;
@@ -28,19 +24,6 @@ std::string parentOf(std::string_view path) {
   const size_t slash = path.rfind('/');
   if (slash == std::string_view::npos) return ".";
   return slash == 0 ? "/" : std::string(path.substr(0, slash));
-}
-
-std::string linkTarget(const std::string& path) {
-  std::string result = path;
-  for (int links = 0; links < kMostLinks; ++links) {
-    std::string target(PATH_MAX, '\0');
-    const ssize_t length =
-        uninterrupted([&] { return ::readlink(result.c_str(), target.data(), target.size()); });
-    if (length <= 0) break;
-    target.resize(static_cast<size_t>(length));
-    result = target.front() == '/' ? target : parentOf(result) + '/' + target;
-  }
-  return result;
 }
 
 bool isSameFile(const std::string& first, const std::string& second) {
@@ -61,7 +44,8 @@ bool hasEntry(const char* path) {
 
 bool makeDirectory(const std::string& path) {
   if (uninterrupted([&] { return ::mkdir(path.c_str(), kAllMayEnter); }) == 0) {
-    syncParentOf(path);
+    Place place;
+    if (Place::of(path, &place) == FileResult::kDone) place.sync(-1);
     return true;
   }
   return errno == EEXIST && directoryState(path.c_str()).has_value();
@@ -71,18 +55,6 @@ bool makeDirectories(const std::string& path) {
   if (makeDirectory(path)) return true;
   const std::string parent = parentOf(path);
   return errno == ENOENT && parent != path && makeDirectories(parent) && makeDirectory(path);
-}
-
-void syncParentOf(const std::string& path, int file) noexcept {
-  int directory = -1;
-  try {
-    directory = openDescriptor(parentOf(path).c_str(), O_RDONLY | O_DIRECTORY);
-  } catch (const std::bad_alloc&) {
-    // As for one that may not be read.
-  }
-  const bool isSynced = directory >= 0 && uninterrupted([=] { return ::fsync(directory); }) == 0;
-  if (!isSynced && file >= 0) ::syncfs(file);
-  if (directory >= 0) ::close(directory);
 }
 
 std::optional<DirectoryState> directoryState(const char* path) {

@@ -7,11 +7,12 @@
 // Holding. A lock belongs to the open file: it ends with close() and with the process, and two open
 // files of one process exclude each other too. It is a lock on the file that was opened, while
 // others know a file by its path and may have put another one there: so after a lock is granted,
-// confirm() tells whether it is the one to work on. Other machines may change the file as well, and
-// a network mount remembers what it was told before: confirm() and refresh() ask the server for
-// what counts now. While another machine replaces a file, the name may lead nowhere for a moment,
-// and an open file may be gone: then it is looked for again, and who reads from an open file learns
-// it by kStale.
+// confirm() tells whether it is the one to work on. A file that is opened for updating is known by
+// its place, which is looked up once: there it is looked for, and there it is replaced. Other
+// machines may change the file as well, and a network mount remembers what it was told before:
+// confirm() and refresh() ask the server for what counts now. While another machine replaces a
+// file, the name may lead nowhere for a moment, and an open file may be gone: then it is looked for
+// again, and who reads from an open file learns it by kStale.
 #pragma once
 
 #include <cstddef>
@@ -19,19 +20,10 @@
 #include <string>
 #include <string_view>
 
-namespace os {
+#include "os/place.h"
+#include "os/result.h"
 
-enum class [[nodiscard]] FileResult{
-    kDone,
-    kMissing,   // No such file, or no such directory.
-    kExists,    // There is one already.
-    kBusy,      // Another open file has it.
-    kNoLocks,   // The file system knows no locks.
-    kRefused,   // Not allowed, not possible in this place, or not a regular file.
-    kTooLarge,  // More bytes than were asked for.
-    kStale,     // Another machine has put another file in the place of this open one.
-    kFailed,    // Any other failure, such as a full disk.
-};
+namespace os {
 
 // Which file it is, whatever its name: two paths lead to one file if these are equal.
 struct FileIdentity {
@@ -67,18 +59,19 @@ class File {
     kUpdate,  // Reading and writing of an existing file.
   };
   enum class Lock { kShared, kExclusive };
-  enum class Links { kFollowed, kNot };
 
   File() = default;
   File(File&& other) noexcept;
   File& operator=(File&& other) noexcept;
   ~File() { close(); }
 
-  // Closes what was open before.
-  FileResult open(const char* path, Access access, Links links = Links::kFollowed);
-  // Opens the file that the path itself names, not through a link, for updating by this object
-  // alone: kBusy if another holds it.
+  // Closes what was open before. A link is followed, for updating by the rule of os/place.h.
+  FileResult open(const char* path, Access access);
+  // Opens the file that has the name there, no link.
+  FileResult open(const Place& place, Access access);
+  // The same for updating by this object alone: kBusy if another holds it.
   FileResult openLocked(const char* path);
+  FileResult openLocked(const Place& place);
   bool isOpen() const { return descriptor_ >= 0; }
   // False if the system reports a failure, also one of an earlier write. Closed in any case.
   bool close();
@@ -89,11 +82,15 @@ class File {
   // Asks again.
   [[nodiscard]] bool refresh();
 
+  // Where it was found for updating, or by its place. Stays after close(), as the next.
+  const Place& place() const { return place_; }
+
   // Takes or changes the lock of this open file.
   FileResult tryLock(Lock lock) const;
-  // Whether `path` names this file, and not one that was put in its place. If so, status() is the
-  // present one.
-  [[nodiscard]] bool confirm(const char* path, Links links = Links::kFollowed);
+  // Whether its place still has this file, and not one that was put there. For one that was opened
+  // for reading by `path`: whether that leads to it. If so, status() is the present one.
+  [[nodiscard]] bool confirm();
+  [[nodiscard]] bool confirm(const char* path);
 
   // False if not all of `size` bytes are there, or reading fails.
   [[nodiscard]] bool readAt(uint64_t offset, void* buffer, size_t size) const;
@@ -115,19 +112,19 @@ class File {
   FileResult setWritable(bool isWritable) const;
   // Waits until what was written is on the device.
   [[nodiscard]] bool sync() const;
-  // The same for what the directory says about `path`, the name of this file: see syncParentOf().
-  void syncName(const std::string& path) const noexcept;
+  // The same for what the directory of place() says about its name: see Place::sync().
+  void syncName() const noexcept { place_.sync(descriptor_); }
 
  private:
   friend class SiblingFile;
 
   FileResult take(int descriptor);
-  FileResult openToLock(const char* path, Access access);
-  bool isAt(const char* path, Links links, FileStatus* now) const;
+  FileResult openToLock(const Place& place, Access access);
 
   int descriptor_ = -1;
   mutable FileResult failure_ = FileResult::kDone;
   FileStatus status_;
+  Place place_;
 };
 
 // Opens a file and reads all of it, as File::readAll() does. *status may be null.

@@ -67,14 +67,33 @@ bool askServer(int directory, const char* path, int flags, FileStatus* status) {
 }
 
 // Whether the last call failed because another machine is replacing the file at `path`.
-bool isBeingReplaced(const char* path, int flags) {
+bool isBeingReplaced(int directory, const char* path, int flags) {
   const int error = errno;
   FileStatus status;
   const bool wasMissed = error == ENOENT && (flags & O_CREAT) == 0 &&
-                         askServer(AT_FDCWD, path, AT_SYMLINK_NOFOLLOW, &status) &&
-                         status.isRegular;
+                         askServer(directory, path, AT_SYMLINK_NOFOLLOW, &status) &&
+                         (status.isRegular || status.isDirectory);
   errno = error;
   return error == ESTALE || wasMissed;
+}
+
+// Whether `path`, in an open directory, names that file. Opened anew: a network mount answers a
+// mere question about a name from what it remembers.
+bool isFileAt(int directory, const char* path, int linkFlags, const FileIdentity& file,
+              FileStatus* now) {
+  const bool isFollowed = linkFlags == 0;  // Else AT_SYMLINK_NOFOLLOW.
+  const int named = openDescriptor(directory, path, O_RDONLY | (isFollowed ? 0 : O_NOFOLLOW));
+  FileStatus status;
+  bool isKnown = false;
+  if (named >= 0) {
+    isKnown = askServer(named, "", AT_EMPTY_PATH, &status);
+    ::close(named);
+  } else if (errno == EACCES) {  // One that may be written only.
+    isKnown = askServer(directory, path, linkFlags, &status);
+  }
+  if (!isKnown || status.identity != file) return false;
+  if (now != nullptr) *now = status;
+  return true;
 }
 
 // Of a call that asked an open file and has just failed.
@@ -144,12 +163,27 @@ mode_t modeFor(mode_t old, bool isWritable) {
   return (isWritable ? old | S_IWUSR : old & ~kAllWriters) & kModeBits;
 }
 
-int openDescriptor(const char* path, int flags, mode_t mode) {
+int openDescriptor(int directory, const char* path, int flags, mode_t mode) {
   for (int tries = 1;; ++tries) {
-    const int descriptor = uninterrupted([=] { return ::open(path, flags | kOpenAlways, mode); });
-    if (descriptor >= 0 || tries == kTries || !isBeingReplaced(path, flags)) return descriptor;
+    const int descriptor =
+        uninterrupted([=] { return ::openat(directory, path, flags | kOpenAlways, mode); });
+    if (descriptor >= 0 || tries == kTries || !isBeingReplaced(directory, path, flags)) {
+      return descriptor;
+    }
     if (tries > 1) sleepMilliseconds(kPause);
   }
+}
+
+int openDescriptor(const char* path, int flags, mode_t mode) {
+  return openDescriptor(AT_FDCWD, path, flags, mode);
+}
+
+int openDescriptor(const Place& place, int flags, mode_t mode) {
+  return openDescriptor(place.directory(), place.name().c_str(), flags | O_NOFOLLOW, mode);
+}
+
+bool isAt(const Place& place, const FileIdentity& file, FileStatus* now) {
+  return isFileAt(place.directory(), place.name().c_str(), AT_SYMLINK_NOFOLLOW, file, now);
 }
 
 FileResult readStatus(const char* path, FileStatus* status) {
@@ -163,18 +197,31 @@ FileResult readEntryStatus(const char* path, FileStatus* status) {
 File::File(File&& other) noexcept
     : descriptor_(std::exchange(other.descriptor_, -1)),
       failure_(other.failure_),
-      status_(other.status_) {}
+      status_(other.status_),
+      place_(std::move(other.place_)) {}
 
 File& File::operator=(File&& other) noexcept {
   std::swap(descriptor_, other.descriptor_);
   std::swap(failure_, other.failure_);
   std::swap(status_, other.status_);
+  std::swap(place_, other.place_);
   return *this;
 }
 
-FileResult File::open(const char* path, Access access, Links links) {
-  return take(openDescriptor(path, (access == Access::kRead ? O_RDONLY : O_RDWR) |
-                                       (links == Links::kFollowed ? 0 : O_NOFOLLOW)));
+FileResult File::open(const char* path, Access access) {
+  close();
+  if (access == Access::kUpdate) {
+    Place place;
+    const FileResult result = Place::find(path, &place);
+    return result == FileResult::kDone ? open(place, access) : result;
+  }
+  place_ = {};
+  return take(openDescriptor(path, O_RDONLY));
+}
+
+FileResult File::open(const Place& place, Access access) {
+  place_ = place;
+  return take(openDescriptor(place, access == Access::kRead ? O_RDONLY : O_RDWR));
 }
 
 // Owns `descriptor` from now on, which may be -1 with errno set.
@@ -190,23 +237,30 @@ FileResult File::take(int descriptor) {
     return result;
   }
   status_ = statusOf(raw);
-  if (status_.isRegular) return FileResult::kDone;
+  const bool isForeign = place_.owner().value_or(raw.st_uid) != raw.st_uid;
+  if (status_.isRegular && !isForeign) return FileResult::kDone;
   close();
-  return FileResult::kRefused;
+  return isForeign ? FileResult::kForeignLink : FileResult::kRefused;
 }
 
-FileResult File::openToLock(const char* path, Access access) {
-  FileResult result = open(path, access, Links::kNot);
+FileResult File::openToLock(const Place& place, Access access) {
+  FileResult result = open(place, access);
   if (result == FileResult::kDone) result = tryLock(Lock::kExclusive);
   if (result != FileResult::kDone) close();
   return result;
 }
 
 FileResult File::openLocked(const char* path) {
+  Place place;
+  const FileResult result = Place::find(path, &place);
+  return result == FileResult::kDone ? openLocked(place) : result;
+}
+
+FileResult File::openLocked(const Place& place) {
   for (int tries = 0; tries < kTries; ++tries) {
-    const FileResult result = openToLock(path, Access::kUpdate);
+    const FileResult result = openToLock(place, Access::kUpdate);
     if (result == FileResult::kStale) continue;
-    if (result != FileResult::kDone || confirm(path, Links::kNot)) return result;
+    if (result != FileResult::kDone || confirm()) return result;
   }
   close();
   return FileResult::kBusy;
@@ -229,23 +283,10 @@ FileResult File::tryLock(Lock lock) const {
   return knowsNone ? FileResult::kNoLocks : resultOf(errno);
 }
 
-bool File::confirm(const char* path, Links links) { return isAt(path, links, &status_); }
+bool File::confirm() { return isAt(place_, status_.identity, &status_); }
 
-// Opened anew: a network mount answers a mere question about a name from what it remembers.
-bool File::isAt(const char* path, Links links, FileStatus* now) const {
-  const bool isFollowed = links == Links::kFollowed;
-  const int named = openDescriptor(path, O_RDONLY | (isFollowed ? 0 : O_NOFOLLOW));
-  FileStatus status;
-  bool isKnown = false;
-  if (named >= 0) {
-    isKnown = askServer(named, "", AT_EMPTY_PATH, &status);
-    ::close(named);
-  } else if (errno == EACCES) {  // One that may be written only.
-    isKnown = askServer(AT_FDCWD, path, isFollowed ? 0 : AT_SYMLINK_NOFOLLOW, &status);
-  }
-  if (!isKnown || status.identity != status_.identity) return false;
-  *now = status;
-  return true;
+bool File::confirm(const char* path) {
+  return isFileAt(AT_FDCWD, path, 0, status_.identity, &status_);
 }
 
 bool File::readAt(uint64_t offset, void* buffer, size_t size) const {
@@ -298,8 +339,6 @@ bool File::sync() const {
   return uninterrupted([this] { return ::fsync(descriptor_); }) == 0;
 }
 
-void File::syncName(const std::string& path) const noexcept { syncParentOf(path, descriptor_); }
-
 FileResult File::readAll(uint64_t largest, std::string* bytes) {
   std::string text;
   for (int tries = 0; tries < kTries && size() <= largest; ++tries) {
@@ -347,7 +386,8 @@ FileResult appendToFile(const char* path, std::string_view text,
 FileResult makeFile(const std::string& path) {
   const int made = openDescriptor(path.c_str(), O_WRONLY | O_CREAT | O_EXCL);
   if (made >= 0) {
-    syncParentOf(path, made);
+    Place place;
+    if (Place::of(path, &place) == FileResult::kDone) place.sync(made);
     return resultOfCall(::close(made));
   }
   const FileResult result = resultOf(errno);

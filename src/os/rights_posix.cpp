@@ -8,6 +8,7 @@
 
 #include <cstdlib>
 #include <cstring>
+#include <string>
 #include <string_view>
 
 #include "os/calls_posix.h"
@@ -146,11 +147,14 @@ FileResult copyRights(int model, int file, mode_t* mode) {
 }
 
 // A directory's own list takes the place of the umask.
-FileResult giveUsualRights(const std::string& directory, int file, mode_t* mode) {
+FileResult giveUsualRights(int directory, int file, mode_t* mode) {
   std::string list;
-  if (!fill(&list, [&](char* buffer, size_t size) {
-        return ::getxattr(directory.c_str(), kListOfNewFiles, buffer, size);
-      })) {
+  // One that may not be read is open for looking up names only, and is asked by its number.
+  const std::string number = "/proc/self/fd/" + std::to_string(directory);
+  if (!readAttribute(directory, kListOfNewFiles, &list) &&
+      (errno != EBADF || !fill(&list, [&](char* buffer, size_t size) {
+         return ::getxattr(number.c_str(), kListOfNewFiles, buffer, size);
+       }))) {
     return FileResult::kFailed;
   }
   if (list.empty()) {

@@ -3,8 +3,6 @@
 
 #include <sys/types.h>
 
-#include <string>
-
 #include "os/file.h"
 
 namespace os {
@@ -19,7 +17,7 @@ constexpr mode_t kRightsOfNewFile = 0666;  // Less the umask.
 // kept but the owner; what can be kept is.
 FileResult copyRights(int model, int file, mode_t* mode);
 
-// The same with what any new file in `directory` gets.
-FileResult giveUsualRights(const std::string& directory, int file, mode_t* mode);
+// The same with what any new file in `directory`, an open one, gets.
+FileResult giveUsualRights(int directory, int file, mode_t* mode);
 
 }  // namespace os

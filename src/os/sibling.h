@@ -12,15 +12,18 @@
 // left over nor, in some directories, remove it, and takes the next name, with a digit at the end:
 // siblings exclude the writers of one user. Writers of several need a lock on the file itself.
 //
-// A path is the operating system's, and is taken as it is: who wants a link to stay one gives
-// linkTarget() (os/directory.h).
+// A path is the operating system's, and is taken as it is: who wants a link to stay one gives the
+// place that it leads to (os/place.h). All happens in that place's directory, whatever the path
+// leads to meanwhile.
 #pragma once
 
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <string_view>
 
 #include "os/file.h"
+#include "os/place.h"
 
 namespace os {
 
@@ -41,7 +44,10 @@ class SiblingFile {
 
   // kBusy if another is writing it. Gives up what was open before. Nobody else may use it until
   // giveRights().
+  FileResult open(const Place& place, Others others = Others::kPossible);
   FileResult open(const std::string& path, Others others = Others::kPossible);
+  // Of the file that is to be replaced.
+  const Place& place() const { return place_; }
 
   // Both add at the end, sooner or later. May throw std::bad_alloc.
   FileResult write(std::string_view bytes);
@@ -60,8 +66,9 @@ class SiblingFile {
   enum class Naming { kReplace, kNew };  // kNew: kExists if there is a file of that name.
   enum class Safety { kOnDisk, kSoon };  // kOnDisk: a power cut does not undo it.
 
-  // Takes over the name. With any result but kDone the other file is as it was. *finished, which
-  // may be null, becomes the file, open and locked.
+  // Takes over the name. With any result but kDone the other file is as it was; kBusy if it is no
+  // longer the one that giveRights() was given, unless others are welcome. *finished, which may be
+  // null, becomes the file, open and locked.
   FileResult finish(Naming naming, Safety safety, File* finished);
   // Removes the file unless it is finished.
   void giveUp();
@@ -84,10 +91,11 @@ class SiblingFile {
   FileResult writeOut(std::string_view bytes);
   FileResult takeName(Naming naming);
   FileResult rename(Naming naming) const;
-  bool hasName(const std::string& path);
+  bool isStill(const Place& place) const;
 
-  std::string path_;
-  std::string ownPath_;
+  Place place_;
+  Place ownPlace_;
+  std::optional<FileIdentity> model_;
   Others others_ = Others::kPossible;
   File file_;
   bool isLocked_ = false;
@@ -95,9 +103,8 @@ class SiblingFile {
   std::string pending_;  // Not written yet, so that many small pieces make one write.
 };
 
-// The same in one step: puts a new file that holds `bytes` in the place of the one at `path`. See
+// The same in one step: puts a new file that holds `bytes` in the place of the old one. See
 // SiblingFile::replace().
-FileResult replaceFile(const std::string& path, const File* old, std::string_view bytes,
-                       File* placed);
+FileResult replaceFile(const Place& place, const File* old, std::string_view bytes, File* placed);
 
 }  // namespace os

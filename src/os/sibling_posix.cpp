@@ -8,7 +8,6 @@
 #include <utility>
 
 #include "os/calls_posix.h"
-#include "os/directory.h"
 #include "os/rights_posix.h"
 #include "os/sibling.h"
 
@@ -21,11 +20,15 @@ constexpr int kTries = 100;               // While others rename and remove the 
 constexpr int kNames = 10;                // Of which all but one are other users' leftovers.
 constexpr mode_t kForOwner = S_IRUSR | S_IWUSR;
 
-std::string siblingOf(const std::string& path, int number) {
+std::string siblingOf(const std::string& name, int number) {
   constexpr size_t kLongestName = 255;
   const std::string suffix = ".trvs-new" + (number == 0 ? "" : std::to_string(number));
-  const size_t name = path.rfind('/') + 1;  // 0 with none.
-  return path.substr(0, name + std::min(path.size() - name, kLongestName - suffix.size())) + suffix;
+  return name.substr(0, kLongestName - suffix.size()) + suffix;
+}
+
+FileResult unlinkAt(const Place& place) {
+  return resultOfCall(
+      uninterrupted([&] { return ::unlinkat(place.directory(), place.name().c_str(), 0); }));
 }
 
 bool cannotCopyThere(int error) {
@@ -52,18 +55,25 @@ bool overwriteInPlace(const File& file, std::string_view bytes) {
 void SiblingFile::giveUp() {
   if (!file_.isOpen()) return;
   // While it is locked nobody else can have taken the name.
-  if (isLocked_ || hasName(ownPath_)) ::unlink(ownPath_.c_str());
+  if (isLocked_ || isStill(ownPlace_)) static_cast<void>(unlinkAt(ownPlace_));
   file_.close();
 }
 
 FileResult SiblingFile::open(const std::string& path, Others others) {
+  Place place;
+  const FileResult result = Place::of(path, &place);
+  return result == FileResult::kDone ? open(place, others) : result;
+}
+
+FileResult SiblingFile::open(const Place& place, Others others) {
   giveUp();
-  path_ = path;
+  place_ = place;
   others_ = others;
+  model_.reset();
   pending_.clear();
   written_ = 0;
   for (int number = 0; number < kNames; ++number) {
-    ownPath_ = siblingOf(path, number);
+    ownPlace_ = place.beside(siblingOf(place.name(), number));
     const FileResult result = openThere();
     if (result != FileResult::kExists) return result;
   }
@@ -88,18 +98,18 @@ FileResult SiblingFile::openThere() {
 // locked.
 FileResult SiblingFile::create() {
   File made;
-  FileResult result =
-      made.take(openDescriptor(ownPath_.c_str(), O_RDWR | O_CREAT | O_EXCL, kForOwner));
+  FileResult result = made.take(openDescriptor(ownPlace_, O_RDWR | O_CREAT | O_EXCL, kForOwner));
   if (result != FileResult::kDone) return result;
   result = made.tryLock(File::Lock::kExclusive);
   if (result == FileResult::kBusy) return FileResult::kDone;
   isLocked_ = result == FileResult::kDone;
   const bool mayBeUnlocked = result == FileResult::kNoLocks && others_ != Others::kPossible;
   if (!isLocked_ && !mayBeUnlocked) {
-    ::unlink(ownPath_.c_str());
+    static_cast<void>(unlinkAt(ownPlace_));
     return result;
   }
-  if (made.confirm(ownPath_.c_str(), File::Links::kNot)) file_ = std::move(made);
+  made.place_ = ownPlace_;
+  if (made.confirm()) file_ = std::move(made);
   return FileResult::kDone;
 }
 
@@ -109,16 +119,13 @@ FileResult SiblingFile::removeLeftover() const {
   File leftover;
   FileResult result = FileResult::kDone;
   if (others_ != Others::kExcluded) {
-    result = leftover.openToLock(ownPath_.c_str(), File::Access::kUpdate);
+    result = leftover.openToLock(ownPlace_, File::Access::kUpdate);
     if (result == FileResult::kRefused) {
-      result = leftover.openToLock(ownPath_.c_str(), File::Access::kRead);
+      result = leftover.openToLock(ownPlace_, File::Access::kRead);
     }
   }
-  if (result == FileResult::kDone && leftover.isOpen() &&
-      !leftover.confirm(ownPath_.c_str(), File::Links::kNot)) {
-    return FileResult::kDone;
-  }
-  if (result == FileResult::kDone) result = removeFile(ownPath_.c_str());
+  if (result == FileResult::kDone && leftover.isOpen() && !leftover.confirm()) return result;
+  if (result == FileResult::kDone) result = unlinkAt(ownPlace_);
   return result == FileResult::kMissing ? FileResult::kDone : result;
 }
 
@@ -147,12 +154,12 @@ FileResult SiblingFile::giveRights(const File* model, Writing writing) {
   FileResult result = flush();
   if (result != FileResult::kDone) return result;
   mode_t mode = 0;
-  FileStatus now;
   if (model == nullptr) {
-    result = giveUsualRights(parentOf(path_), file_.descriptor_, &mode);
-  } else if (!model->isAt(path_.c_str(), File::Links::kNot, &now)) {
+    result = giveUsualRights(place_.directory(), file_.descriptor_, &mode);
+  } else if (!isAt(place_, model->status().identity, nullptr)) {
     result = FileResult::kBusy;
   } else {
+    if (others_ != Others::kWelcome) model_ = model->status().identity;
     result = copyRights(model->descriptor_, file_.descriptor_, &mode);
   }
   if (result != FileResult::kDone && result != FileResult::kRefused) return result;
@@ -196,30 +203,33 @@ FileResult SiblingFile::copy(const File& from, uint64_t offset, uint64_t size) {
   return FileResult::kDone;
 }
 
-bool SiblingFile::hasName(const std::string& path) {
-  return file_.confirm(path.c_str(), File::Links::kNot);
+bool SiblingFile::isStill(const Place& place) const {
+  return isAt(place, file_.status().identity, nullptr);
 }
 
 FileResult SiblingFile::rename(Naming naming) const {
-  const char* const from = ownPath_.c_str();
-  const char* const to = path_.c_str();
+  const int directory = place_.directory();
+  const char* const from = ownPlace_.name().c_str();
+  const char* const to = place_.name().c_str();
   if (naming == Naming::kReplace) {
-    return resultOfCall(uninterrupted([=] { return ::rename(from, to); }));
+    return resultOfCall(uninterrupted([=] { return ::renameat(directory, from, directory, to); }));
   }
   const int renamed =
-      uninterrupted([=] { return ::renameat2(AT_FDCWD, from, AT_FDCWD, to, RENAME_NOREPLACE); });
+      uninterrupted([=] { return ::renameat2(directory, from, directory, to, RENAME_NOREPLACE); });
   if (renamed == 0 || (errno != EINVAL && errno != ENOSYS)) return resultOfCall(renamed);
   // A file system that can't do that in one step: for a moment the file has both names.
-  const FileResult result = resultOfCall(uninterrupted([=] { return ::link(from, to); }));
-  if (result == FileResult::kDone) ::unlink(from);
+  const FileResult result =
+      resultOfCall(uninterrupted([=] { return ::linkat(directory, from, directory, to, 0); }));
+  if (result == FileResult::kDone) static_cast<void>(unlinkAt(ownPlace_));
   return result;
 }
 
 // A network mount may call it a failure although it was done, and so may a signal.
 FileResult SiblingFile::takeName(Naming naming) {
-  if (!isLocked_ && !hasName(ownPath_)) return FileResult::kBusy;
+  if (!isLocked_ && !isStill(ownPlace_)) return FileResult::kBusy;
+  if (model_ && !isAt(place_, *model_, nullptr)) return FileResult::kBusy;
   const FileResult result = rename(naming);
-  return result == FileResult::kDone || !hasName(path_) ? result : FileResult::kDone;
+  return result == FileResult::kDone || !isStill(place_) ? result : FileResult::kDone;
 }
 
 // Nothing may fail once the file has the name.
@@ -229,9 +239,10 @@ FileResult SiblingFile::finish(Naming naming, Safety safety, File* finished) {
   if (result == FileResult::kDone && isOnDisk && !file_.sync()) result = FileResult::kFailed;
   const bool isWanted = finished != nullptr;
   if (result == FileResult::kDone && isWanted && !file_.refresh()) result = FileResult::kFailed;
+  if (result == FileResult::kDone) file_.place_ = place_;
   if (result == FileResult::kDone) result = takeName(naming);
   if (result != FileResult::kDone) return result;
-  if (isOnDisk) syncParentOf(path_, file_.descriptor_);
+  if (isOnDisk) place_.sync(file_.descriptor_);
   File done = std::move(file_);
   if (isWanted) *finished = std::move(done);
   return FileResult::kDone;
@@ -252,10 +263,9 @@ FileResult SiblingFile::replace(const File* old, std::string_view bytes, File* p
   return overwriteInPlace(*old, bytes) ? FileResult::kDone : FileResult::kFailed;
 }
 
-FileResult replaceFile(const std::string& path, const File* old, std::string_view bytes,
-                       File* placed) {
+FileResult replaceFile(const Place& place, const File* old, std::string_view bytes, File* placed) {
   SiblingFile sibling;
-  const FileResult opened = sibling.open(path);
+  const FileResult opened = sibling.open(place);
   const bool canGoOn = opened == FileResult::kDone || opened == FileResult::kRefused;
   return canGoOn ? sibling.replace(old, bytes, placed) : opened;
 }

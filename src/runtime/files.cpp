@@ -4,7 +4,6 @@
 #include <new>
 
 #include "os/clock.h"
-#include "os/directory.h"
 #include "os/sibling.h"
 #include "runtime/mbstring.h"
 #include "runtime/nativepath.h"
@@ -26,12 +25,15 @@ constexpr unsigned kReplacePause = 5;  // Milliseconds.
 constexpr int64_t kNanosecondsPerSecond = 1'000'000'000;
 
 FileResult tryReplace(const std::string& native, std::string_view bytes) {
+  os::Place place;
+  const FileResult found = os::Place::find(native, &place);
+  if (found != FileResult::kDone) return found;
   os::File old;
-  const FileResult opened = old.open(native.c_str(), os::File::Access::kUpdate);
+  const FileResult opened = old.open(place, os::File::Access::kUpdate);
   if (opened != FileResult::kDone && opened != FileResult::kMissing) return opened;
   if (old.isOpen() && !old.status().ownerMayWrite) return FileResult::kRefused;
   os::File placed;
-  return os::replaceFile(os::linkTarget(native), old.isOpen() ? &old : nullptr, bytes, &placed);
+  return os::replaceFile(place, old.isOpen() ? &old : nullptr, bytes, &placed);
 }
 
 }  // namespace

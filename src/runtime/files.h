@@ -61,7 +61,8 @@ bool driveNotReady(char letter);
 os::FileResult checkAccess(std::string_view path, os::File::Access access);
 
 os::FileResult openFile(std::string_view path, os::File::Access access, os::File* file);
-// Whether an open file is still the one that the path names; see os::File::confirm().
+// Whether a file that is open for reading is still the one that the path names; see
+// os::File::confirm().
 [[nodiscard]] bool confirmFile(std::string_view path, os::File* file);
 
 // Reads a whole file into `bytes`. False if it can't be opened or read, or memory is short.

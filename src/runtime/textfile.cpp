@@ -13,7 +13,6 @@
 #include <vector>
 
 #include "os/clock.h"
-#include "os/directory.h"
 #include "os/sibling.h"
 #include "runtime/nativepath.h"
 #include "runtime/textbuffer.h"
@@ -66,6 +65,8 @@ TextFile::Failure failureOf(FileResult result) {
       return TextFile::Failure::kBusy;
     case FileResult::kNoLocks:
       return TextFile::Failure::kNoLocks;
+    case FileResult::kForeignLink:
+      return TextFile::Failure::kForeignLink;
     case FileResult::kTooLarge:
       return TextFile::Failure::kNoMemory;
     default:
@@ -168,7 +169,7 @@ FileResult openAndHold(std::string_view path, TextFile::Access access, HeldFile*
     if (result != FileResult::kDone) return result;
     if (!held->isLocked) return FileResult::kDone;  // Whole even if it is the old one by now.
     // The last holder may have changed or replaced it while it was being opened.
-    if (confirmFile(path, &held->file)) return FileResult::kDone;
+    if (isUpdate ? held->file.confirm() : confirmFile(path, &held->file)) return FileResult::kDone;
   }
   return FileResult::kBusy;
 }
@@ -191,7 +192,7 @@ bool isFree(std::string_view path) {
   if (openFile(path, File::Access::kUpdate, &file) != FileResult::kDone) return true;
   if (file.tryLock(File::Lock::kExclusive) == FileResult::kBusy) return false;
   file.close();  // First of all, since others may ask just now.
-  return confirmFile(path, &file);
+  return file.confirm();
 }
 
 }  // namespace
@@ -232,14 +233,14 @@ struct TextFile::State {
   bool rewrite(std::string_view bytes) {
     HeldFile now;
     now.isLocked = true;
-    const std::string place = os::linkTarget(nativePath(path));
+    const os::Place place = held.file.place();
     if (os::replaceFile(place, &held.file, bytes, &now.file) != FileResult::kDone) return false;
     if (now.file.isOpen()) startHolding(std::move(now));
     return true;
   }
 
   bool write() {
-    if (!confirmFile(path, &held.file)) return false;
+    if (!held.file.confirm()) return false;
     if (isCleared || hasDroppedEnd) {
       sizeBefore = withCarriageReturns(text.view().substr(0, keptSize)).size();
       return rewrite(withCarriageReturns(text.view()));
@@ -291,7 +292,7 @@ std::string_view TextFile::text() const { return state_->text.view(); }
 void TextFile::letGo() {
   if (state_->isUpdater()) exclusiveHolds().remove(state_->held.file);
   state_->access = Access::kRead;
-  state_->held.file.close();
+  state_->held.file = {};
 }
 
 void TextFile::dropEnd(size_t size) {

@@ -8,7 +8,8 @@
 // knows no locks a file can be read, but not be updated.
 // Content. Opening reads the whole file. Changes are made in memory and reach the disk in commit():
 // a sibling file, synced and renamed over the data file, or one write where an append fits. A kill
-// at any instant leaves the old content or the new, and so does a read at any instant. Where the
+// at any instant leaves the old content or the new, and so does a read at any instant. All happens
+// where the path led when the file was locked, links included: see os/place.h. Where the
 // directory takes no sibling the file is written in place.
 // Lines end in CR LF on disk and in LF here; both are read. Every other byte is text.
 #pragma once
@@ -30,10 +31,11 @@ class TextFile {
   };
   enum class Failure {
     kNone,
-    kMissing,  // No such file.
-    kBusy,     // Held by another open file.
-    kNoLocks,  // An update where the file system knows no locks.
-    kRefused,  // No right to open, a directory, a drive that is not ready, or a failed read.
+    kMissing,      // No such file.
+    kBusy,         // Held by another open file.
+    kNoLocks,      // An update where the file system knows no locks.
+    kForeignLink,  // An update by a link of another user that is not followed: see os/place.h.
+    kRefused,      // No right to open, a directory, a drive that is not ready, or a failed read.
     kNoMemory,
   };
 

@@ -131,6 +131,10 @@ int TVDataFile::attempt(const VPathString& path, bool again,
     return failed(why == TextFile::Failure::kBusy ? kFolderFileBusy : kFolderReadFailed, path);
   }
   if (why == TextFile::Failure::kNoLocks) return openWithoutLocks(path, stream);
+  if (why == TextFile::Failure::kForeignLink) {
+    if (report_) context_.sink().error(context_, ForeignLinkMessage(path.text()));
+    return kFolderWriteFailed;
+  }
   if (why != TextFile::Failure::kBusy) return failed(kFolderWriteFailed, path);
   return report_ ? probe(path, again, stream) : kTryAgain;
 }

@@ -83,6 +83,12 @@ VString configurationText(int32_t item) {
   return status == TRVS_DONE ? VString(text.c_str()) : VString();
 }
 
+// Why a change of the file failed, if one message says all of it; else an empty text.
+VString reasonOf(os::FileResult failure, const VPathString& path) {
+  if (failure == os::FileResult::kNoLocks) return NoLocksMessage(path.text());
+  return failure == os::FileResult::kForeignLink ? ForeignLinkMessage(path.text()) : VString();
+}
+
 void appendArchiveDirs(TVProjectConfig* config, const VString& dirs, TVHandle& context) {
   const auto failed = [&](const char* what) {
     context.sink().error(
@@ -93,15 +99,18 @@ void appendArchiveDirs(TVProjectConfig* config, const VString& dirs, TVHandle& c
   if (line.view().ends_with('\\')) line.truncate(line.length() - 1);
   if (line.view().size() > kLongestLine) return failed("The list is too long for a line of");
   VFile file(config->path);
-  if (!file.open(VFile::kReadWrite)) return failed("Error opening");
-  const Appended appended = appendLines(file, line + "\r\n\r\n");
+  const bool isOpen = file.open(VFile::kReadWrite);
+  const Appended appended = isOpen ? appendLines(file, line + "\r\n\r\n") : Appended::kFailed;
   if (appended == Appended::kRefused) return failed(kNoConfiguration);
-  if (file.hasNoLocks()) {
-    context.sink().error(context, NoLocksMessage(config->path.text()) + (kDirsFailedTail + 1));
+  const VString reason = reasonOf(file.failure(), config->path);
+  if (!reason.isEmpty()) {
+    context.sink().error(context, reason + (kDirsFailedTail + 1));
+  } else if (!isOpen) {
+    failed("Error opening");
   } else if (!file.close() || appended != Appended::kDone) {
     failed("Error writing to");
   }
-  config->archiveDirs = dirs;
+  if (isOpen) config->archiveDirs = dirs;
 }
 
 VBool appendArchiveSuffix(const TVProjectConfig& config, const VString& extension,
@@ -115,8 +124,9 @@ VBool appendArchiveSuffix(const TVProjectConfig& config, const VString& extensio
     if (!file.close() && appended == Appended::kDone) appended = Appended::kFailed;
   }
   const bool written = appended == Appended::kDone;
-  if (file.hasNoLocks()) {
-    context.sink().notice(context, NoLocksMessage(config.path.text()));
+  const VString reason = reasonOf(file.failure(), config.path);
+  if (!reason.isEmpty()) {
+    context.sink().notice(context, reason);
   } else if (!written) {
     context.sink().notice(
         context,

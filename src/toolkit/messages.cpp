@@ -295,6 +295,8 @@ constexpr char kGoneText[] =
     "%s cannot be changed, since another process has removed it from the project database.";
 constexpr char kNoLocksText[] =
     "%s cannot be changed, since the file system that it is on has no locks.";
+constexpr char kForeignLinkText[] =
+    "%s cannot be changed, since it is a link of another user to a file that is not his.";
 constexpr char kDateText[] =
     "The date \"%s\" is not valid.\n\n You must specify the date in the format: %s.\n\n If you "
     "wish to enter dates in a different format, you may change the standard date entry format for "
@@ -372,6 +374,9 @@ VString FolderFileMessage(int32_t code, const char* text) {
 VString GoneMessage(const char* name) { return filled(kGoneText, {textOrEmpty(name)}); }
 
 VString NoLocksMessage(const char* path) { return filled(kNoLocksText, {textOrEmpty(path)}); }
+VString ForeignLinkMessage(const char* path) {
+  return filled(kForeignLinkText, {textOrEmpty(path)});
+}
 
 VString TriggerMessage(const char* event, const char* value, const char* profile) {
   return filled(kTriggerText, {textOrEmpty(event), textOrEmpty(value), textOrEmpty(profile)});

@@ -53,6 +53,7 @@ VString FolderFileMessage(int32_t code, const char* text);
 VString GoneMessage(const char* name);
 // Why the file at `path` can't be changed.
 VString NoLocksMessage(const char* path);
+VString ForeignLinkMessage(const char* path);
 // Why what the configuration wants at `event` isn't done. `profile` is where that can be allowed.
 VString TriggerMessage(const char* event, const char* value, const char* profile);
 VString DateMessage(int32_t code, const char* date, const char* format);

@@ -238,6 +238,11 @@ class Archives : public Toolkit {
     on(TRVS_CALLBACK_MESSAGE, [](int32_t code) {
       return reply(TRVS_CALLBACK_MESSAGE, code == TRVS_NO_JOURNAL ? "no journal " : "? ");
     });
+    on(TRVS_CALLBACK_TEXT, [](const char* text) {
+      const bool isLink =
+          std::string(text).ends_with(" is a link of another user to a file that is not his");
+      return reply(TRVS_CALLBACK_TEXT, isLink ? "link " : "? ");
+    });
   }
 
   static inline std::map<int32_t, int32_t> answers;

@@ -60,6 +60,26 @@ TEST_F(Rights, OfAnArchiveAreKeptOrItIsNotChanged) {
   }
 }
 
+// A colleague who may write the directory puts a link there that leads to another archive.
+TEST_F(Rights, OfALinkAreThoseOfItsOwner) {
+  if (geteuid() != 0) GTEST_SKIP() << "only root can give links away";
+  const std::string own = path("own");
+  ASSERT_EQ(create(), TRVS_DONE);
+  ASSERT_EQ(put("text", {}), TRVS_DONE);
+  std::filesystem::rename(archive(), own);
+  const std::string before = support::readFile(own);
+  ASSERT_EQ(symlink("own", archive().c_str()), 0);
+  ASSERT_EQ(lchown(archive().c_str(), 65534, 65534), 0);
+  answerQuestions();
+  asked.clear();
+  EXPECT_EQ(label("REL", "1.0"), TRVS_CANNOT_OPEN);
+  EXPECT_EQ(asked, "link ");
+  EXPECT_EQ(support::readFile(own), before);
+  EXPECT_EQ(content(nullptr), "text") << "to read it does no harm";
+  ASSERT_EQ(lchown(archive().c_str(), 0, 0), 0);
+  EXPECT_EQ(label("REL", "1.0"), TRVS_DONE);
+}
+
 // A real fault: nothing could be checked out where there are no locks.
 TEST_F(Rights, AreToReadWhereThereAreNoLocks) {
   ASSERT_EQ(create(), TRVS_DONE);

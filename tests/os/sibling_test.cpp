@@ -45,7 +45,13 @@ class Sibling : public testing::Test {
     File old;
     const FileResult opened = old.open(path_.c_str(), File::Access::kUpdate);
     File placed;
-    return replaceFile(path_, opened == FileResult::kDone ? &old : nullptr, bytes, &placed);
+    return replaceAt(path_, opened == FileResult::kDone ? &old : nullptr, bytes, &placed);
+  }
+  static FileResult replaceAt(const std::string& path, const File* old, std::string_view bytes,
+                              File* placed) {
+    Place place;
+    const FileResult found = Place::find(path, &place);
+    return found == FileResult::kDone ? replaceFile(place, old, bytes, placed) : found;
   }
   FileResult put(std::string_view bytes, SiblingFile::Naming naming) const {
     SiblingFile sibling;
@@ -278,13 +284,13 @@ TEST_F(Sibling, KeepsRightsAndLock) {
   File old;
   ASSERT_EQ(old.openLocked(path_.c_str()), FileResult::kDone);
   File placed;
-  EXPECT_EQ(replaceFile(path_, &old, "longer", &placed), FileResult::kDone);
+  EXPECT_EQ(replaceAt(path_, &old, "longer", &placed), FileResult::kDone);
   EXPECT_EQ(rights(), before);
   EXPECT_EQ(placed.size(), 6u);
   File other;
   EXPECT_EQ(other.openLocked(path_.c_str()), FileResult::kBusy);
   const std::string longest = directory_ / std::string(255, 'n');
-  EXPECT_EQ(replaceFile(longest, nullptr, "new", nullptr), FileResult::kDone);
+  EXPECT_EQ(replaceAt(longest, nullptr, "new", nullptr), FileResult::kDone);
   EXPECT_EQ(support::readFile(longest), "new");
 }
 
@@ -321,7 +327,7 @@ TEST_F(Sibling, GetsItsRightsInTheEnd) {
       support::writeFile(path_, "old");
       const std::string usual = rights();
       std::filesystem::remove(path_);
-      EXPECT_EQ(replaceFile(path_, nullptr, "new", nullptr), FileResult::kDone);
+      EXPECT_EQ(replaceAt(path_, nullptr, "new", nullptr), FileResult::kDone);
       EXPECT_EQ(rights(), usual);
       ASSERT_EQ(::removexattr(path_.c_str(), kAccessList), 0);
       const std::string plain = rights();
@@ -357,9 +363,18 @@ TEST_F(Sibling, GivesNoOthersFileAway) {
   ASSERT_EQ(old.open(path_.c_str(), File::Access::kUpdate), FileResult::kDone);
   support::writeFile(path_ + "2", "another");
   std::filesystem::rename(path_ + "2", path_);
-  EXPECT_EQ(replaceFile(path_, &old, "new", nullptr), FileResult::kBusy);
-  EXPECT_EQ(replaceFile(path_, nullptr, "new", nullptr), FileResult::kExists);
+  EXPECT_EQ(replaceAt(path_, &old, "new", nullptr), FileResult::kBusy);
+  EXPECT_EQ(replaceAt(path_, nullptr, "new", nullptr), FileResult::kExists);
   EXPECT_EQ(content(), "another");
+  const SystemCalls calls([this](const Call& call) {  // When all is written.
+    if (call.name == "fsync" && call.path == "f.trvs-new") {
+      support::writeFile(path_ + "2", "a third");
+      std::filesystem::rename(path_ + "2", path_);
+    }
+    return 0;
+  });
+  EXPECT_EQ(replace("new"), FileResult::kBusy);
+  EXPECT_EQ(content(), "a third");
   EXPECT_TRUE(isAlone());
 }
 

@@ -75,12 +75,12 @@ int asInt(ssize_t value) { return static_cast<int>(value); }
 
 extern "C" {
 
-int open(const char* path, int flags, ...) {
+int openat(int directory, const char* path, int flags, ...) {
   va_list rest;
   va_start(rest, flags);
   const int mode = (flags & O_CREAT) != 0 ? va_arg(rest, int) : 0;
   va_end(rest);
-  return asInt(answer("open", -1, path, flags, SYS_openat, AT_FDCWD, path, flags, mode));
+  return asInt(answer("open", -1, path, flags, SYS_openat, directory, path, flags, mode));
 }
 
 ssize_t pread(int file, void* buffer, size_t size, off_t offset) {
@@ -128,20 +128,24 @@ int fsetxattr(int file, const char* name, const void* value, size_t size, int fl
       answer("fsetxattr", file, nullptr, flags, SYS_fsetxattr, file, name, value, size, flags));
 }
 
-int rename(const char* from, const char* to) noexcept {
-  return asInt(answer("rename", -1, to, 0, SYS_renameat2, AT_FDCWD, from, AT_FDCWD, to, 0));
+int renameat(int from, const char* old, int to, const char* name) noexcept {
+  return asInt(answer("rename", -1, name, 0, SYS_renameat2, from, old, to, name, 0));
 }
 
 int renameat2(int from, const char* old, int to, const char* name, unsigned flags) noexcept {
   return asInt(answer("renameat2", -1, name, 0, SYS_renameat2, from, old, to, name, flags));
 }
 
-int link(const char* from, const char* to) noexcept {
-  return asInt(answer("link", -1, to, 0, SYS_linkat, AT_FDCWD, from, AT_FDCWD, to, 0));
+int linkat(int from, const char* old, int to, const char* name, int flags) noexcept {
+  return asInt(answer("link", -1, name, 0, SYS_linkat, from, old, to, name, flags));
 }
 
 int unlink(const char* path) noexcept {
   return asInt(answer("unlink", -1, path, 0, SYS_unlinkat, AT_FDCWD, path, 0));
+}
+
+int unlinkat(int directory, const char* path, int flags) noexcept {
+  return asInt(answer("unlink", -1, path, 0, SYS_unlinkat, directory, path, flags));
 }
 
 int mkdir(const char* path, mode_t mode) noexcept {

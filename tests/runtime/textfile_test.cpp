@@ -4,9 +4,11 @@
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 #include <cerrno>
 #include <filesystem>
+#include <utility>
 
 #include "os/systemcalls.h"
 #include "support/childprocess.h"
@@ -86,6 +88,77 @@ TEST_F(TextFileTest, KeepsLinkAndHoldThroughARewrite) {
   EXPECT_TRUE(std::filesystem::is_symlink(link));
   EXPECT_EQ(tryOpen(Access::kUpdate), Failure::kBusy) << "the new file is held as the old one was";
   EXPECT_EQ(support::inProcess([this] { return tryOpen(Access::kUpdate) != Failure::kBusy; }), 0);
+}
+
+// A real fault: a colleague's link in a shared directory led to another file of who followed it.
+TEST_F(TextFileTest, ChangesNothingThroughALinkOfWhoHasNoSayThere) {
+  if (::geteuid() != 0) GTEST_SKIP() << "only root can give links away";
+  constexpr uid_t kUser = 65534, kColleague = 65533, kThird = 65532;
+  const struct {
+    uid_t link, target;
+    bool isFollowed;
+  } cases[] = {{0, kThird, true},          {kUser, kThird, true},  {kColleague, kColleague, true},
+               {kColleague, kUser, false}, {kColleague, 0, false}, {kColleague, kThird, false}};
+  ASSERT_EQ(::chmod(directory_.path().c_str(), 01777), 0);
+  const std::string first = directory_ / "first", second = directory_ / "second";
+  std::filesystem::create_symlink("second", first);
+  std::filesystem::create_symlink(path_, second);
+  for (const auto& c : cases) {
+    for (const std::string& link : {first, second}) {
+      SCOPED_TRACE(std::to_string(c.link) + " to " + std::to_string(c.target) + ", " + link);
+      write("old\r\n");
+      ASSERT_EQ(::chmod(path_.c_str(), 0666), 0);
+      ASSERT_EQ(::chown(path_.c_str(), c.target, c.target), 0);
+      ASSERT_EQ(::lchown(link.c_str(), c.link, c.link), 0);
+      EXPECT_EQ(support::inProcess([&] {
+                  if (::setgid(c.target) != 0 || ::setuid(kUser) != 0) return 1;
+                  Failure why = Failure::kNone;
+                  const auto file = TextFile::open(link, Access::kUpdate, &why);
+                  if (file) file->append("new\n");
+                  const bool isAdded = file && file->commit() && replaceFile(first, "newer");
+                  const bool isRefused = why == Failure::kForeignLink && !replaceFile(link, "");
+                  return (c.isFollowed ? isAdded : isRefused) ? 0 : 2;
+                }),
+                0);
+      EXPECT_EQ(bytes(), c.isFollowed ? "newer" : "old\r\n");
+      EXPECT_EQ(::lchown(link.c_str(), 0, 0), 0);
+    }
+  }
+  std::filesystem::remove(path_);
+  ASSERT_EQ(::lchown(second.c_str(), kColleague, kColleague), 0);
+  EXPECT_FALSE(replaceFile(first, "new")) << "nobody owns what is not there";
+  EXPECT_FALSE(std::filesystem::exists(path_));
+}
+
+// Whatever takes the place of the way to a file that is held.
+TEST_F(TextFileTest, IsRewrittenWhereItWasFound) {
+  const std::string way = directory_ / "way", elsewhere = directory_ / "elsewhere";
+  for (const std::string step : {"flock", "pwrite", "rename"}) {
+    SCOPED_TRACE(step);
+    std::filesystem::remove_all(way);
+    support::writeFile(way + "/f", "old\r\n");
+    support::writeFile(elsewhere + "/f", "another's");
+    Failure failure;
+    auto file = TextFile::open(way + "/f", Access::kUpdate, &failure);
+    ASSERT_TRUE(file);
+    bool isDone = false;
+    {
+      const SystemCalls calls([&](const Call& call) {
+        if (call.name != step || std::exchange(isDone, true)) return 0;
+        std::filesystem::rename(way, way + "2");
+        std::filesystem::create_symlink("elsewhere", way);
+        return 0;
+      });
+      file->clear();
+      file->append("new\n");
+      EXPECT_TRUE(file->commit());
+    }
+    EXPECT_TRUE(isDone);
+    EXPECT_EQ(support::readFile(way + "2/f"), "new\r\n");
+    EXPECT_EQ(support::readFile(elsewhere + "/f"), "another's");
+    EXPECT_EQ(support::entryCount(way + "2"), 1);
+    std::filesystem::remove_all(way + "2");
+  }
 }
 
 TEST_F(TextFileTest, IsMadeIfThereIsNone) {

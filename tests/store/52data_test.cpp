@@ -166,25 +166,34 @@ TEST_F(OpenLocked, AsksAgainAtTheFirstWriteAfterAReadOnlyRetry) {
   }
 }
 
-TEST_F(OpenLocked, TellsThatThereAreNoLocks) {
+TEST_F(OpenLocked, TellsThatThereAreNoLocksAndThatALinkIsNotFollowed) {
   put("F", "# text\n");
-  const os_test::SystemCalls calls(
-      [](const os_test::Call& call) { return call.name == "flock" ? ENOLCK : 0; });
-  EXPECT_EQ(open("F", Access::kRead), 0);
-  EXPECT_EQ(told(), "");
-  EXPECT_EQ(open("F", Access::kUpdate), 7);
-  EXPECT_EQ(told(),
-            "error F cannot be changed, since the file system that it is on has no locks.\n");
-  TVHandle context(&sink, nullptr);
-  TVProjectConfig config(path("F"));
-  appendArchiveDirs(&config, "dir", context);
-  EXPECT_FALSE(appendArchiveSuffix(config, "c", "_v", TellUser::kFailures, context));
-  const std::string text = told();
-  for (const char* told :
-       {"error F cannot be changed, since the file system", "\nnotice F cannot"}) {
-    EXPECT_NE(text.find(told), std::string::npos) << text;
+  for (const bool isLink : {false, true}) {
+    if (isLink) {
+      if (::geteuid() != 0) GTEST_SKIP() << "only root can give links away";
+      std::filesystem::rename(path("F"), path("own"));
+      std::filesystem::create_symlink("own", path("F"));
+      ASSERT_EQ(::lchown(path("F").c_str(), 65534, 65534), 0);
+    }
+    const os_test::SystemCalls calls(
+        [=](const os_test::Call& call) { return call.name == "flock" && !isLink ? ENOLCK : 0; });
+    const std::string why = std::string("F cannot be changed, since ") +
+                            (isLink ? "it is a link of another user to a file that is not his."
+                                    : "the file system that it is on has no locks.");
+    EXPECT_EQ(open("F", Access::kRead), 0);
+    EXPECT_EQ(told(), "");
+    EXPECT_EQ(open("F", Access::kUpdate), 7);
+    EXPECT_EQ(told(), "error " + why + "\n");
+    TVHandle context(&sink, nullptr);
+    TVProjectConfig config(path("F"));
+    appendArchiveDirs(&config, "dir", context);
+    EXPECT_FALSE(appendArchiveSuffix(config, "c", "_v", TellUser::kFailures, context));
+    const std::string text = told();
+    for (const std::string& told : {"error " + why, "\nnotice " + why}) {
+      EXPECT_NE(text.find(told), std::string::npos) << text;
+    }
+    EXPECT_EQ(get("F"), "# text\n");
   }
-  EXPECT_EQ(get("F"), "# text\n");
 }
 
 // What the records of both files make -------------------------------------------------------------

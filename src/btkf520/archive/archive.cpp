@@ -20,7 +20,6 @@
 #include "btkf520/archive/index.h"
 #include "btkf520/archive/plan.h"
 #include "btkf520/archive/tail.h"
-#include "os/directory.h"
 #include "os/sibling.h"
 
 namespace btkf {
@@ -351,10 +350,12 @@ TrvsStatus Archive::Impl::write(Index* index, ArchiveChange* change) {
   const bool isUpdate = purpose_ == Purpose::kUpdate;  // And then the archive is locked.
   const auto others =
       isUpdate ? os::SiblingFile::Others::kExcluded : os::SiblingFile::Others::kPossible;
-  if (const TrvsStatus status = writeStatus(file.open(path_, others))) return status;
+  const os::File* const old = isUpdate ? &reader_->file() : nullptr;
+  const FileResult opened = isUpdate ? file.open(old->place(), others) : file.open(path_, others);
+  if (const TrvsStatus status = writeStatus(opened)) return status;
   if (const TrvsStatus status = writeFrames(index, &file)) return status;
   if (const TrvsStatus status = writeEnd(*index, &file)) return status;
-  return writeStatus(file.giveRights(isUpdate ? &reader_->file() : nullptr));
+  return writeStatus(file.giveRights(old));
 }
 
 TrvsStatus Archive::Impl::begin(ArchiveModel model, std::unique_ptr<ArchiveChange>* change) {
@@ -407,13 +408,12 @@ TrvsStatus Archive::openToRead(const std::string& path, std::unique_ptr<Archive>
 }
 
 TrvsStatus Archive::openToUpdate(const std::string& path, std::unique_ptr<Archive>* archive) {
-  const std::string target = os::linkTarget(path);
   os::File file;
-  const FileResult result = file.openLocked(target.c_str());
-  if (result == FileResult::kRefused && isReadable(target)) return TRVS_CANNOT_WRITE;
+  const FileResult result = file.openLocked(path.c_str());
+  if (result == FileResult::kRefused && isReadable(path)) return TRVS_CANNOT_WRITE;
   if (const TrvsStatus status = openStatus(result)) return status;
   if (!file.status().ownerMayWrite) return TRVS_CANNOT_WRITE;  // Root could write it.
-  return Impl::open(Impl::Purpose::kUpdate, target, std::move(file), archive);
+  return Impl::open(Impl::Purpose::kUpdate, path, std::move(file), archive);
 }
 
 std::unique_ptr<Archive> Archive::forNew(const std::string& path) {

@@ -43,7 +43,7 @@ class Archive {
   // The same, for put() and commit() as well. As long as the object lives, no other object, in this
   // process or another, can be opened to update the same file. TRVS_IN_USE, at once, if there is
   // one; TRVS_NO_ARCHIVE; TRVS_CANNOT_WRITE if the process may not write the file, or its owner may
-  // not.
+  // not. A link may not be followed: see os/place.h.
   [[nodiscard]] static TrvsStatus openToUpdate(const std::string& path,
                                                std::unique_ptr<Archive>* archive);
 

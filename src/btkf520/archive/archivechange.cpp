@@ -17,7 +17,7 @@ TrvsStatus ArchiveChange::finish() {
     giveUp();
     return status;
   }
-  done_.syncName(path_);
+  done_.syncName();
   return TRVS_DONE;
 }
 

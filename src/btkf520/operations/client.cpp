@@ -105,4 +105,8 @@ void Client::message(TrvsStatus code) const {
   if (const auto tell = registered<TrvsMessageCallback>(TRVS_CALLBACK_MESSAGE)) tell(code);
 }
 
+void Client::text(const std::string& text) const {
+  if (const auto tell = registered<TrvsTextCallback>(TRVS_CALLBACK_TEXT)) tell(text.c_str());
+}
+
 }  // namespace btkf

@@ -38,6 +38,7 @@ class Client {
   // Whether to read on.
   [[nodiscard]] bool goesOnAfter(const BadDirective& directive) const;
   void message(TrvsStatus code) const;
+  void text(const std::string& text) const;
 
  private:
   template <typename Callback>

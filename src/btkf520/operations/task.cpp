@@ -9,6 +9,7 @@
 #include "btkf520/operations/surroundings.h"
 #include "os/clock.h"
 #include "os/directory.h"
+#include "os/place.h"
 
 namespace btkf {
 namespace {
@@ -152,9 +153,16 @@ TrvsStatus Task::checkAccess() const {
   return isAllowed ? TRVS_DONE : TRVS_NO_ACCESS;
 }
 
+void Task::tellOfLink() const {
+  os::Place unused;
+  if (os::Place::find(path_, &unused) != os::FileResult::kForeignLink) return;
+  client().text(names_.archive + " is a link of another user to a file that is not his");
+}
+
 TrvsStatus Task::openPatiently() {
   for (int tries = 0;; ++tries) {
     const TrvsStatus status = Archive::openToUpdate(path_, &archive_);
+    if (status == TRVS_CANNOT_OPEN) tellOfLink();
     if (status != TRVS_IN_USE || tries == kMostRetries) return status;
     if (!client().retries(TRVS_BUSY_ARCHIVE, names_.archive)) return status;
     client().idle();

@@ -82,6 +82,7 @@ class Task {
   Account accountOf(const Event& event) const;
   [[nodiscard]] TrvsStatus findArchive(const char* target);
   [[nodiscard]] TrvsStatus findUser();
+  void tellOfLink() const;
   [[nodiscard]] TrvsStatus openPatiently();
 
   Target names_;

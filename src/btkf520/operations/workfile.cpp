@@ -52,8 +52,7 @@ TrvsStatus NewWorkfile::write(std::string_view bytes) { return writeFailure(file
 // Rights and time are set before anybody can see the file.
 TrvsStatus NewWorkfile::complete(bool isWritable, PackedTime time) {
   os::File old;
-  const bool isThere =
-      old.open(path_.c_str(), os::File::Access::kRead, os::File::Links::kNot) == FileResult::kDone;
+  const bool isThere = old.open(file_.place(), os::File::Access::kRead) == FileResult::kDone;
   FileResult result =
       file_.giveRights(isThere ? &old : nullptr, isWritable ? SiblingFile::Writing::kAllowed
                                                             : SiblingFile::Writing::kForbidden);
