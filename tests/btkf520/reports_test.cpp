@@ -120,8 +120,7 @@ TEST_F(Logs, TellAllInFull) {
 }
 
 // All lines of both texts once, the slow way: the length of the longest common subsequence.
-size_t slowCommon(const std::vector<std::string_view>& first,
-                  const std::vector<std::string_view>& second) {
+size_t slowCommon(const btkf::Lines& first, const btkf::Lines& second) {
   std::vector<std::vector<size_t>> best(first.size() + 1, std::vector<size_t>(second.size() + 1));
   for (size_t i = 1; i <= first.size(); ++i) {
     for (size_t j = 1; j <= second.size(); ++j) {
@@ -132,6 +131,28 @@ size_t slowCommon(const std::vector<std::string_view>& first,
   return best[first.size()][second.size()];
 }
 
+// How many lines the edits leave, which make the second text of the first.
+size_t commonByEdits(const btkf::Lines& first, const btkf::Lines& second,
+                     const std::string& secondText) {
+  std::string rebuilt;
+  size_t count = 0;  // Of rebuilt lines.
+  size_t at = 0;
+  size_t common = 0;
+  const auto takeUpTo = [&](size_t end) {
+    for (; at < end; ++at, ++common, ++count) rebuilt += first[at];
+  };
+  for (const btkf::Edit& edit : btkf::compareLines(first, second, {})) {
+    EXPECT_TRUE(edit.first > at || edit.first == 0) << "one that continues the last";
+    takeUpTo(edit.first);
+    EXPECT_EQ(edit.second, count);
+    for (size_t i = 0; i < edit.secondCount; ++i, ++count) rebuilt += second[edit.second + i];
+    at += edit.firstCount;
+  }
+  takeUpTo(first.size());
+  EXPECT_TRUE(rebuilt == secondText);
+  return common;
+}
+
 // The library's search leaves a line out now and then that could have stayed.
 TEST(LineDifferences, AreValidAndAsGoodAsShortest) {
   size_t missed = 0;
@@ -139,27 +160,45 @@ TEST(LineDifferences, AreValidAndAsGoodAsShortest) {
   for (unsigned seed = 0; seed < 2000; ++seed) {
     SCOPED_TRACE(seed);
     std::mt19937 random(seed);
-    std::vector<std::string_view> texts[2];
-    for (auto& text : texts) {
-      text.resize(random() % 15);
-      for (std::string_view& line : text) line = parts[random() % std::size(parts)];
+    std::string texts[2];
+    for (std::string& text : texts) {
+      for (size_t left = random() % 15; left > 0; --left)
+        text += parts[random() % std::size(parts)];
     }
-    const auto& [first, second] = texts;
-    std::vector<std::string_view> rebuilt;
-    size_t at = 0;
-    size_t common = 0;
-    for (const btkf::Edit& edit : btkf::compareLines(first, second, {})) {
-      ASSERT_GE(edit.first, at);
-      for (; at < edit.first; ++at, ++common) rebuilt.push_back(first.at(at));
-      ASSERT_EQ(edit.second, rebuilt.size());
-      for (size_t i = 0; i < edit.secondCount; ++i) rebuilt.push_back(second.at(edit.second + i));
-      at += edit.firstCount;
-    }
-    for (; at < first.size(); ++at, ++common) rebuilt.push_back(first[at]);
-    EXPECT_EQ(rebuilt, second);
-    missed += slowCommon(first, second) - common;
+    const btkf::Lines first(texts[0]);
+    const btkf::Lines second(texts[1]);
+    missed += slowCommon(first, second) - commonByEdits(first, second, texts[1]);
   }
   EXPECT_LE(missed, 10u);
+}
+
+// Long texts are compared stretch by stretch, and the stretches must find to each other again.
+TEST(LineDifferences, OfLongTextsAreFoundStretchByStretch) {
+  constexpr size_t kLines = 110'000;
+  const auto text = [](const char* what, size_t begin, size_t end) {
+    std::string result;
+    for (size_t i = begin; i < end; ++i) result += what + std::to_string(i) + "\n";
+    return result;
+  };
+  const std::string plain = text("", 0, kLines);
+  std::string scattered;
+  for (size_t i = 0; i < kLines; i += 1000) {
+    scattered += "other\n" + text("", i, i + 990) + (i % 3000 == 0 ? "one\nmore\n" : "");
+  }
+  const std::string start = text("", 0, 30'000);
+  const std::string rest = text("", 30'000, kLines);
+  const std::tuple<std::string, size_t> cases[] = {
+      {scattered, kLines / 1000 * 990},
+      {start + text("new", 0, 60'000) + rest, kLines},
+      {start + text("new", 0, 450'000) + rest, 30'000},  // More than is looked at.
+      {start, 30'000},
+      {text("", 80'000, kLines), kLines - 80'000},
+      {"", 0}};
+  const btkf::Lines first(plain);
+  for (const auto& [other, want] : cases) {
+    const btkf::Lines second(other);
+    EXPECT_EQ(commonByEdits(first, second, other), want);
+  }
 }
 
 TEST_F(Differences, CountOnlyWhatTheyAreToldTo) {

@@ -249,7 +249,8 @@ TrvsStatus CheckIn::checkUnchanged() {
   Bytes old;
   if (const TrvsStatus status = task_.archive().read(parent.content, &old)) return status;
   const auto asWorkfile = expanded(task_.model, parent, task_.archiveText(), old.view());
-  const bool isEqual = old.view() == bytes_.view() || (asWorkfile && *asWorkfile == bytes_.view());
+  const bool isEqual =
+      old.view() == bytes_.view() || (asWorkfile && asWorkfile->view() == bytes_.view());
   if (!isEqual) return TRVS_DONE;
   if (!asks(TRVS_PUT_ASK_UNCHANGED)) return TRVS_UNCHANGED;
   return client().accepts(task_.workfileText(), TRVS_UNCHANGED) ? TRVS_DONE : TRVS_UNCHANGED;

@@ -68,7 +68,7 @@ class CheckOut {
   std::string workfilePath_;
   bool isWhole_ = false;  // All of it has to be seen before any of it is written.
   Bytes stored_;          // Then the content.
-  std::optional<std::string> expanded_;
+  std::optional<Bytes> expanded_;
   NewWorkfile workfile_;
 };
 
@@ -185,7 +185,7 @@ TrvsStatus CheckOut::checkOverwrite() {
   workfile_.replaceOnly(old);
   if (!old) return TRVS_DONE;
   if (asks(TRVS_GET_KEEP)) return TRVS_WOULD_OVERWRITE;
-  const std::string_view whole = expanded_ ? *expanded_ : stored_.view();
+  const std::string_view whole = expanded_ ? expanded_->view() : stored_.view();
   Bytes file;
   const bool isReadable = isWhole_ && old->isRegular && old->size == whole.size() &&
                           readBytes(workfilePath_, &file) == TRVS_DONE;
@@ -196,7 +196,7 @@ TrvsStatus CheckOut::checkOverwrite() {
 
 TrvsStatus CheckOut::writeBytes() {
   if (const TrvsStatus status = workfile_.open(workfilePath_)) return status;
-  if (expanded_) return workfile_.write(*expanded_);
+  if (expanded_) return workfile_.write(expanded_->view());
   if (isWhole_) return workfile_.write(stored_.view());
   return task_.archive().read(revision_->content, [this](std::string_view bytes) {
     return workfile_.write(bytes) == TRVS_DONE;

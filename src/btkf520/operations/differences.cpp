@@ -32,7 +32,7 @@ class Side {
   // The workfile of a target.
   TrvsStatus openWorkfile(const char* target);
 
-  std::string_view bytes() const { return expanded_ ? *expanded_ : bytes_.view(); }
+  std::string_view bytes() const { return expanded_ ? expanded_->view() : bytes_.view(); }
   const std::string& title() const { return title_; }
   const std::string& path() const { return path_; }  // Of the file or archive, in the system.
   bool isArchive() const { return !isFile_; }
@@ -43,7 +43,7 @@ class Side {
   bool isFile_ = false;
   std::string path_;
   Bytes bytes_;  // Of the file, or the revision as it is stored.
-  std::optional<std::string> expanded_;
+  std::optional<Bytes> expanded_;
   std::string title_;
 };
 
@@ -90,8 +90,8 @@ class Comparison {
   bool isEqual() const { return isText_ ? edits_.empty() : !differInBytes_; }
   const Side& first() const { return first_; }
   const Side& second() const { return second_; }
-  const std::vector<std::string_view>& firstLines() const { return firstLines_; }
-  const std::vector<std::string_view>& secondLines() const { return secondLines_; }
+  const Lines& firstLines() const { return firstLines_; }
+  const Lines& secondLines() const { return secondLines_; }
   const std::vector<Edit>& edits() const { return edits_; }
   std::vector<std::string> paths() const { return {first_.path(), second_.path()}; }
   std::string binaryLine() const {
@@ -105,8 +105,8 @@ class Comparison {
   Side second_;
   bool isText_ = false;
   bool differInBytes_ = false;
-  std::vector<std::string_view> firstLines_;
-  std::vector<std::string_view> secondLines_;
+  Lines firstLines_;
+  Lines secondLines_;
   std::vector<Edit> edits_;
 };
 
@@ -125,8 +125,8 @@ TrvsStatus Comparison::open(const DifferenceRequest& request) {
   differInBytes_ = first_.bytes() != second_.bytes();
   isText_ = btkf::isText(first_.bytes()) && btkf::isText(second_.bytes());
   if (!isText_) return TRVS_DONE;
-  firstLines_ = linesOf(first_.bytes());
-  secondLines_ = linesOf(second_.bytes());
+  firstLines_ = Lines(first_.bytes());
+  secondLines_ = Lines(second_.bytes());
   if (!differInBytes_) return TRVS_DONE;
   const auto has = [&request](uint32_t flag) { return (request.flags & flag) != 0; };
   const LineRules rules{has(TRVS_DIFF_IGNORE_SPACE), has(TRVS_DIFF_IGNORE_CASE),
@@ -158,29 +158,25 @@ struct Hunk {
   Edit lines;  // All lines of the hunk, on both sides.
 };
 
-std::vector<Hunk> hunksOf(const Comparison& comparison, size_t context) {
+// The hunk that begins with the edit `begin`.
+Hunk hunkFrom(const Comparison& comparison, size_t begin, size_t context) {
   const std::vector<Edit>& edits = comparison.edits();
-  const size_t size = comparison.firstLines().size();
-  std::vector<Hunk> hunks;
-  for (size_t i = 0; i < edits.size();) {
-    size_t end = i + 1;
-    const auto isNear = [&](size_t next) {
-      const size_t gap = edits[next].first - edits[next - 1].first - edits[next - 1].firstCount;
-      return gap <= 2 * context;
-    };
-    while (end < edits.size() && isNear(end)) ++end;
-    const Edit& last = edits[end - 1];
-    const size_t before = std::min(context, edits[i].first);
-    const size_t after = std::min(context, size - last.first - last.firstCount);
-    const size_t first = edits[i].first - before;
-    const size_t second = edits[i].second - before;
-    hunks.push_back({i,
-                     end,
-                     {first, last.first + last.firstCount + after - first, second,
-                      last.second + last.secondCount + after - second}});
-    i = end;
-  }
-  return hunks;
+  size_t end = begin + 1;
+  const auto isNear = [&](size_t next) {
+    const size_t gap = edits[next].first - edits[next - 1].first - edits[next - 1].firstCount;
+    return gap <= 2 * context;
+  };
+  while (end < edits.size() && isNear(end)) ++end;
+  const Edit& last = edits[end - 1];
+  const size_t before = std::min(context, edits[begin].first);
+  const size_t after =
+      std::min(context, comparison.firstLines().size() - last.first - last.firstCount);
+  const size_t first = edits[begin].first - before;
+  const size_t second = edits[begin].second - before;
+  return {begin,
+          end,
+          {first, last.first + last.firstCount + after - first, second,
+           last.second + last.secondCount + after - second}};
 }
 
 // "12,3": first line and count; the count is left out if it is 1, and nothing begins before the
@@ -205,8 +201,10 @@ class UnifiedReport {
         if (const TrvsStatus status = output_.line(line, TRVS_OUTPUT_HEADING)) return status;
       }
     }
-    for (const Hunk& hunk : hunksOf(comparison_, context)) {
+    for (size_t edit = 0; edit < comparison_.edits().size();) {
+      const Hunk hunk = hunkFrom(comparison_, edit, context);
       if (const TrvsStatus status = writeHunk(hunk)) return status;
+      edit = hunk.endEdit;
     }
     return TRVS_DONE;
   }
@@ -233,8 +231,7 @@ class UnifiedReport {
     return writeLines(' ', firstLines, at, hunk.lines.first + hunk.lines.firstCount);
   }
 
-  TrvsStatus writeLines(char mark, const std::vector<std::string_view>& lines, size_t from,
-                        size_t to) {
+  TrvsStatus writeLines(char mark, const Lines& lines, size_t from, size_t to) {
     for (size_t i = from; i < to; ++i) {
       const bool hasEnd = lines[i].ends_with('\n');
       const std::string_view text = lines[i].substr(0, lines[i].size() - (hasEnd ? 1 : 0));
@@ -262,23 +259,26 @@ std::string deltaLine(const Edit& range, const char* what) {
          std::to_string(range.secondCount);
 }
 
-std::vector<std::string> deltaLines(const Comparison& comparison) {
-  std::vector<std::string> lines;
+// All ranges of both texts, one line for each.
+TrvsStatus writeRanges(const Comparison& comparison, ReportOutput* output) {
   Edit same;  // What follows the edits seen so far.
-  const auto addSame = [&](size_t end) {
+  const auto write = [&](const Edit& range, const char* what) {
+    return output->line(deltaLine(range, what), TRVS_OUTPUT_DIFFERENCES);
+  };
+  const auto writeSame = [&](size_t end) {
     same.firstCount = same.secondCount = end - same.first;
-    if (same.firstCount != 0) lines.push_back(deltaLine(same, "same"));
+    return same.firstCount == 0 ? TRVS_DONE : write(same, "same");
   };
   for (const Edit& edit : comparison.edits()) {
-    addSame(edit.first);
-    lines.push_back(deltaLine(edit, edit.firstCount == 0    ? "added"
-                                    : edit.secondCount == 0 ? "deleted"
-                                                            : "changed"));
+    if (const TrvsStatus status = writeSame(edit.first)) return status;
+    const char* const what = edit.firstCount == 0    ? "added"
+                             : edit.secondCount == 0 ? "deleted"
+                                                     : "changed";
+    if (const TrvsStatus status = write(edit, what)) return status;
     same.first = edit.first + edit.firstCount;
     same.second = edit.second + edit.secondCount;
   }
-  addSame(comparison.firstLines().size());
-  return lines;
+  return writeSame(comparison.firstLines().size());
 }
 
 }  // namespace
@@ -322,13 +322,14 @@ TrvsStatus listDifferences(const DifferenceRequest& request, const char* output,
     all = {"delta 1", side("first", comparison.firstLines().size(), comparison.first()),
            side("second", comparison.secondLines().size(), comparison.second()), viewer};
   }
-  if (comparison.isText()) {
-    for (std::string& line : deltaLines(comparison)) all.push_back(std::move(line));
-  } else {
+  if (!comparison.isText()) {
     all.emplace_back(comparison.isEqual() ? "binary same" : "binary differ");
   }
   for (const std::string& line : all) {
     if (const TrvsStatus status = lines.line(line, TRVS_OUTPUT_DIFFERENCES)) return status;
+  }
+  if (comparison.isText()) {
+    if (const TrvsStatus status = writeRanges(comparison, &lines)) return status;
   }
   return lines.close();
 }

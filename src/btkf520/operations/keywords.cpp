@@ -1,4 +1,4 @@
-// btkf520/operations/keywords.cpp: keyword expansion, in one pass over a text.
+// btkf520/operations/keywords.cpp: keyword expansion.
 #include "btkf520/operations/keywords.h"
 
 #include <algorithm>
@@ -48,30 +48,47 @@ std::pair<std::string_view, size_t> keywordAt(std::string_view text) {
   return {name, close + 1};
 }
 
+// Gives the text with its keywords expanded piece by piece. Whether there were any.
+template <typename Take>
+bool expandTo(const ArchiveModel& model, const Revision& revision, std::string_view archive,
+              std::string_view bytes, const Take& take) {
+  size_t copied = 0;
+  for (size_t at = bytes.find('$'); at != std::string_view::npos;) {
+    const auto [keyword, size] = keywordAt(bytes.substr(at));
+    const auto value = size == 0 ? std::nullopt : valueOf(keyword, model, revision, archive);
+    if (value) {
+      for (const std::string_view piece :
+           {bytes.substr(copied, at + 1 - copied), keyword, std::string_view(": ")}) {
+        take(piece);
+      }
+      take(withoutEnds(*value) + " $");
+      copied = at + size;
+    }
+    at = bytes.find('$', value ? copied : at + 1);
+  }
+  take(bytes.substr(copied));
+  return copied != 0;
+}
+
 }  // namespace
 
 bool isText(std::string_view bytes) {
   return bytes.substr(0, kTextProbe).find('\0') == std::string_view::npos;
 }
 
-std::optional<std::string> expanded(const ArchiveModel& model, const Revision& revision,
-                                    std::string_view archive, std::string_view bytes) {
+// In two passes, since memory for a wide text is taken once and at its size.
+std::optional<Bytes> expanded(const ArchiveModel& model, const Revision& revision,
+                              std::string_view archive, std::string_view bytes) {
   if (!model.has(TRVS_ATTRIBUTE_KEYWORDS) || model.has(TRVS_ATTRIBUTE_BINARY) || !isText(bytes))
     return {};
-  std::string result;
-  size_t copied = 0;
-  for (size_t at = bytes.find('$'); at != std::string_view::npos;) {
-    const auto [keyword, size] = keywordAt(bytes.substr(at));
-    const auto value = size == 0 ? std::nullopt : valueOf(keyword, model, revision, archive);
-    if (value) {
-      result.append(bytes.substr(copied, at - copied));
-      result.append("$").append(keyword).append(": ").append(withoutEnds(*value)).append(" $");
-      copied = at + size;
-    }
-    at = bytes.find('$', value ? copied : at + 1);
-  }
-  if (copied == 0) return {};
-  return result.append(bytes.substr(copied));
+  uint64_t size = 0;
+  const auto count = [&](std::string_view piece) { size += piece.size(); };
+  if (!expandTo(model, revision, archive, bytes, count)) return {};
+  Bytes result(size);
+  char* end = result.data();
+  expandTo(model, revision, archive, bytes,
+           [&](std::string_view piece) { end = std::copy(piece.begin(), piece.end(), end); });
+  return result;
 }
 
 }  // namespace btkf

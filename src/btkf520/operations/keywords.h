@@ -2,9 +2,9 @@
 #pragma once
 
 #include <optional>
-#include <string>
 #include <string_view>
 
+#include "btkf520/archive/bytes.h"
 #include "btkf520/archive/model.h"
 
 namespace btkf {
@@ -15,8 +15,8 @@ bool isText(std::string_view bytes);
 // The content of a workfile for a revision: with `$Revision$`, `$Author$`, `$Date$`, `$Archive$`
 // and `$Workfile$` expanded to `$Revision: 1.2 $` and so on. A keyword that was expanded before is
 // expanded anew. Nothing if the content stays as it is: keywords are not to be expanded in this
-// archive, or there are none, or it is no text.
-std::optional<std::string> expanded(const ArchiveModel& model, const Revision& revision,
-                                    std::string_view archive, std::string_view bytes);
+// archive, or there are none, or it is no text. May throw std::bad_alloc.
+std::optional<Bytes> expanded(const ArchiveModel& model, const Revision& revision,
+                              std::string_view archive, std::string_view bytes);
 
 }  // namespace btkf

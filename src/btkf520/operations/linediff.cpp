@@ -21,6 +21,12 @@ namespace {
 
 // Up to here the shortest list of edits is worth its time.
 constexpr size_t kMostLinesForShortest = 20000;
+// libgit2 takes some 150 bytes for a line. So of long texts as many lines of each are compared at
+// once, or somewhat more where that many have little in common. Where lines are equal as far as
+// this it is no chance, and the next stretch can begin after them.
+constexpr size_t kLinesOfStretch = 50'000;
+constexpr size_t kMostLinesOfStretch = 8 * kLinesOfStretch;
+constexpr size_t kSureLines = 20;
 
 std::optional<size_t> columnNumber(std::string_view text) {
   size_t value = 0;
@@ -71,10 +77,12 @@ class Numbering {
  public:
   explicit Numbering(const LineRules& rules) : rules_(rules) {}
 
-  std::string numbered(const std::vector<std::string_view>& lines) {
+  std::string numbered(const Lines& lines, size_t begin, size_t count) {
     std::string result;
-    for (std::string_view line : lines) {
-      const auto [entry, isNew] = numbers_.try_emplace(rules_.whatCounts(line), numbers_.size());
+    for (size_t line = begin; line < begin + count; ++line) {
+      const std::string counts = rules_.whatCounts(lines[line]);
+      const Fingerprint print{os::fingerprintText(counts, 0), os::fingerprintText(counts, 1)};
+      const auto [entry, isNew] = numbers_.try_emplace(print, numbers_.size());
       result += std::to_string(entry->second);
       result += '\n';
     }
@@ -82,9 +90,20 @@ class Numbering {
   }
 
  private:
+  // Of this process: whoever writes the lines can't choose those that meet, and by chance none do.
+  struct Fingerprint {
+    uint64_t first;
+    uint64_t second;
+    bool operator==(const Fingerprint&) const = default;
+  };
+  struct Hash {
+    size_t operator()(const Fingerprint& print) const noexcept {
+      return static_cast<size_t>(print.first);
+    }
+  };
+
   const LineRules& rules_;
-  // By fingerprints of this process: whoever writes the lines can't choose those that meet.
-  std::unordered_map<std::string, size_t, os::TextHash> numbers_;
+  std::unordered_map<Fingerprint, size_t, Hash> numbers_;
 };
 
 // What is used of libgit2, from the first comparison on.
@@ -100,18 +119,105 @@ struct Git {
   decltype(&git_diff_buffers) compare = library.find<decltype(compare)>("git_diff_buffers");
 };
 
-// Called by libgit2 for each run of changed lines. It must not throw.
-int takeHunk(const git_diff_delta*, const git_diff_hunk* hunk, void* payload) noexcept try {
-  // An empty run is told by the line before it.
-  const auto start = [](int line, int count) {
-    return static_cast<size_t>(count == 0 ? line : line - 1);
-  };
-  static_cast<std::vector<Edit>*>(payload)->push_back(
-      {start(hunk->old_start, hunk->old_lines), static_cast<size_t>(hunk->old_lines),
-       start(hunk->new_start, hunk->new_lines), static_cast<size_t>(hunk->new_lines)});
-  return 0;
-} catch (...) {
-  return GIT_EUSER;
+// The edits within the lines that `where` shows.
+class Stretch {
+ public:
+  Stretch(const Lines& first, const Lines& second, const LineRules& rules, const Edit& where)
+      : where_(where) {
+    static const Git git;
+    Numbering numbering(rules);
+    const std::string from = numbering.numbered(first, where.first, where.firstCount);
+    const std::string to = numbering.numbered(second, where.second, where.secondCount);
+    git_diff_options options;
+    git.setOptions(&options, GIT_DIFF_OPTIONS_VERSION);
+    options.context_lines = 0;
+    options.interhunk_lines = 0;
+    options.max_size = -1;
+    options.flags = GIT_DIFF_FORCE_TEXT;
+    if (where.firstCount + where.secondCount <= kMostLinesForShortest) {
+      options.flags |= GIT_DIFF_MINIMAL;
+    }
+    const int status = git.compare(from.data(), from.size(), nullptr, to.data(), to.size(), nullptr,
+                                   &options, nullptr, nullptr, takeHunk, nullptr, this);
+    if (status == GIT_EUSER) throw std::bad_alloc();
+    if (status != 0) throw std::runtime_error("libgit2 can't compare");
+  }
+
+  const std::vector<Edit>& edits() const { return edits_; }
+
+  // Forgets what comes after the last `least` lines or more that are equal. Whether there are any.
+  bool cutAfterEqual(size_t least) {
+    const size_t end = where_.first + where_.firstCount;
+    for (size_t count = edits_.size() + 1; count-- > 0;) {
+      const bool isWhole = count == edits_.size();
+      const size_t runEnd = isWhole ? end : edits_[count].first;
+      const size_t runBegin =
+          count == 0 ? where_.first : edits_[count - 1].first + edits_[count - 1].firstCount;
+      if (runEnd - runBegin < least) continue;
+      if (!isWhole) {
+        where_.firstCount = edits_[count].first - where_.first;
+        where_.secondCount = edits_[count].second - where_.second;
+      }
+      edits_.resize(count);
+      return true;
+    }
+    return false;
+  }
+  const Edit& where() const { return where_; }
+
+ private:
+  // Called by libgit2 for each run of changed lines. It must not throw.
+  static int takeHunk(const git_diff_delta*, const git_diff_hunk* hunk, void* payload) noexcept
+      try {
+    // An empty run is told by the line before it.
+    const auto start = [](int line, int count) {
+      return static_cast<size_t>(count == 0 ? line : line - 1);
+    };
+    auto* const self = static_cast<Stretch*>(payload);
+    self->edits_.push_back({self->where_.first + start(hunk->old_start, hunk->old_lines),
+                            static_cast<size_t>(hunk->old_lines),
+                            self->where_.second + start(hunk->new_start, hunk->new_lines),
+                            static_cast<size_t>(hunk->new_lines)});
+    return 0;
+  } catch (...) {
+    return GIT_EUSER;
+  }
+
+  Edit where_;
+  std::vector<Edit> edits_;
+};
+
+bool areFew(const Edit& where) {
+  return where.firstCount + where.secondCount <= 2 * kLinesOfStretch;
+}
+
+// Leaves the first lines of both out.
+void leaveOut(size_t first, size_t second, Edit* where) {
+  where->first += first;
+  where->firstCount -= first;
+  where->second += second;
+  where->secondCount -= second;
+}
+
+void leaveOutEqual(const Lines& first, const Lines& second, Edit* where) {
+  size_t count = 0;
+  const size_t most = std::min(where->firstCount, where->secondCount);
+  while (count < most && first[where->first + count] == second[where->second + count]) ++count;
+  leaveOut(count, count, where);
+}
+
+// An edit that continues the last one becomes part of it.
+void add(const Edit& edit, std::vector<Edit>* edits) {
+  if (!edits->empty()) {
+    Edit& last = edits->back();
+    if (last.first + last.firstCount == edit.first &&
+        last.second + last.secondCount == edit.second) {
+      last.firstCount += edit.firstCount;
+      last.secondCount += edit.secondCount;
+      return;
+    }
+  }
+  edits->push_back(edit);
 }
 
 }  // namespace
@@ -137,6 +243,7 @@ std::optional<std::vector<Columns>> LineRules::columns(std::string_view text) {
 std::string LineRules::whatCounts(std::string_view line) const {
   const std::string_view end = takeLineEnd(&line);
   std::string result;
+  result.reserve(line.size() + sizeof "\n\r\n");
   if (tabWidth == 0 && hiddenColumns.empty() && !ignoreSpace && !ignoreCase) {
     result = line;
   } else {
@@ -168,35 +275,40 @@ void LineRules::appendText(std::string_view line, std::string* result) const {
   if (!ignoreSpace) appendBlanks();
 }
 
-std::vector<std::string_view> linesOf(std::string_view text) {
-  std::vector<std::string_view> lines;
-  while (!text.empty()) {
-    const size_t size = std::min(text.find('\n'), text.size() - 1) + 1;
-    lines.push_back(text.substr(0, size));
-    text.remove_prefix(size);
+Lines::Lines(std::string_view text) : text_(text) {
+  const auto feeds = static_cast<size_t>(std::count(text.begin(), text.end(), '\n'));
+  size_ = feeds + (text.empty() || text.ends_with('\n') ? 0 : 1);
+  ends_ = Bytes(uint64_t{size_} * sizeof(size_t));
+  auto* end = reinterpret_cast<size_t*>(ends_.data());
+  for (size_t at = 0; at < text.size(); *end++ = at) {
+    at = std::min(text.find('\n', at), text.size() - 1) + 1;
   }
-  return lines;
 }
 
-std::vector<Edit> compareLines(const std::vector<std::string_view>& first,
-                               const std::vector<std::string_view>& second,
-                               const LineRules& rules) {
-  static const Git git;
-  Numbering numbering(rules);
-  const std::string from = numbering.numbered(first);
-  const std::string to = numbering.numbered(second);
-  git_diff_options options;
-  git.setOptions(&options, GIT_DIFF_OPTIONS_VERSION);
-  options.context_lines = 0;
-  options.interhunk_lines = 0;
-  options.max_size = -1;
-  options.flags = GIT_DIFF_FORCE_TEXT;
-  if (first.size() + second.size() <= kMostLinesForShortest) options.flags |= GIT_DIFF_MINIMAL;
+std::vector<Edit> compareLines(const Lines& first, const Lines& second, const LineRules& rules) {
   std::vector<Edit> edits;
-  const int status = git.compare(from.data(), from.size(), nullptr, to.data(), to.size(), nullptr,
-                                 &options, nullptr, nullptr, takeHunk, nullptr, &edits);
-  if (status == GIT_EUSER) throw std::bad_alloc();
-  if (status != 0) throw std::runtime_error("libgit2 can't compare");
+  size_t most = kLinesOfStretch;
+  for (Edit rest{0, first.size(), 0, second.size()}; rest.firstCount + rest.secondCount > 0;) {
+    const bool isLast = areFew(rest);
+    if (!isLast) leaveOutEqual(first, second, &rest);
+    if (!isLast && (rest.firstCount == 0 || rest.secondCount == 0)) {
+      if (rest.firstCount + rest.secondCount > 0) add(rest, &edits);
+      break;
+    }
+    const Edit where = isLast ? rest
+                              : Edit{rest.first, std::min(rest.firstCount, most), rest.second,
+                                     std::min(rest.secondCount, most)};
+    Stretch stretch(first, second, rules, where);
+    const bool isCut = isLast || stretch.cutAfterEqual(kSureLines);
+    if (!isCut && most < kMostLinesOfStretch) {
+      most *= 2;
+      continue;
+    }
+    if (!isCut) stretch.cutAfterEqual(1);
+    for (const Edit& edit : stretch.edits()) add(edit, &edits);
+    leaveOut(stretch.where().firstCount, stretch.where().secondCount, &rest);
+    most = kLinesOfStretch;
+  }
   return edits;
 }
 

@@ -8,6 +8,8 @@
 #include <utility>
 #include <vector>
 
+#include "btkf520/archive/bytes.h"
+
 namespace btkf {
 
 using Columns = std::pair<size_t, size_t>;  // First and last, from 1.
@@ -30,8 +32,26 @@ struct LineRules {
   void appendText(std::string_view line, std::string* result) const;
 };
 
-// The lines of a text, each with its line end; the last one may have none.
-std::vector<std::string_view> linesOf(std::string_view text);
+// The lines of a text, which must outlive this, each with its line end; the last one may have none.
+class Lines {
+ public:
+  Lines() = default;
+  // May throw std::bad_alloc.
+  explicit Lines(std::string_view text);
+
+  size_t size() const { return size_; }
+  std::string_view operator[](size_t line) const {
+    const size_t begin = line == 0 ? 0 : ends()[line - 1];
+    return text_.substr(begin, ends()[line] - begin);
+  }
+
+ private:
+  const size_t* ends() const { return reinterpret_cast<const size_t*>(ends_.data()); }
+
+  std::string_view text_;
+  Bytes ends_;  // Where each line ends.
+  size_t size_ = 0;
+};
 
 // A run of lines of the first text that a run of lines of the second stands in place of. Counted
 // from 0; one of the runs may be empty, then it begins where it would be.
@@ -45,7 +65,7 @@ struct Edit {
 };
 
 // The edits from one text to the other, ascending, with lines that count as equal between them.
-std::vector<Edit> compareLines(const std::vector<std::string_view>& first,
-                               const std::vector<std::string_view>& second, const LineRules& rules);
+// Long texts are compared stretch by stretch, in bounded memory.
+std::vector<Edit> compareLines(const Lines& first, const Lines& second, const LineRules& rules);
 
 }  // namespace btkf

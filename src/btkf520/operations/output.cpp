@@ -6,10 +6,14 @@
 #include "btkf520/operations/plaintext.h"
 #include "btkf520/operations/revisions.h"
 #include "btkf520/operations/surroundings.h"
-#include "btkf520/operations/workfile.h"
 #include "os/directory.h"
 
 namespace btkf {
+namespace {
+
+constexpr size_t kPiece = 1 << 20;  // Of a report, that is written at once.
+
+}  // namespace
 
 TrvsStatus ReportOutput::open(const char* path, const std::vector<std::string>& inputs) {
   const std::string text(textOf(path));
@@ -30,7 +34,7 @@ TrvsStatus ReportOutput::line(std::string_view text, TrvsOutput kind) {
   if (kind != TRVS_OUTPUT_DIFFERENCES) text = plain = plainText(text, "\t");
   if (!path_.empty()) {
     text_.append(text).append("\n");
-    return TRVS_DONE;
+    return text_.size() < kPiece ? TRVS_DONE : flush();
   }
   if (isFull_) return TRVS_DONE;
   const int32_t answer = client().output(std::string(text), kind);
@@ -49,14 +53,23 @@ TrvsStatus ReportOutput::lines(std::string_view text, std::string_view indent, T
   return TRVS_DONE;
 }
 
+// What is written so far lies beside the file's place.
+TrvsStatus ReportOutput::flush() {
+  if (!isOpen_) {
+    if (const TrvsStatus status = file_.open(path_)) return status;
+    isOpen_ = true;
+  }
+  const TrvsStatus status = file_.write(text_);
+  text_.clear();
+  return status;
+}
+
 TrvsStatus ReportOutput::close() {
   if (path_.empty()) return TRVS_DONE;
-  NewWorkfile file;
-  if (const TrvsStatus status = file.open(path_)) return status;
-  if (const TrvsStatus status = file.write(text_)) return status;
-  if (const TrvsStatus status = file.complete(true, 0)) return status;
-  file.replaceOnly(old_);
-  return file.finish();
+  if (const TrvsStatus status = flush()) return status;
+  if (const TrvsStatus status = file_.complete(true, 0)) return status;
+  file_.replaceOnly(old_);
+  return file_.finish();
 }
 
 }  // namespace btkf

@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "btkf520/btkf520.h"
+#include "btkf520/operations/workfile.h"
 #include "os/file.h"
 
 namespace btkf {
@@ -31,9 +32,13 @@ class ReportOutput {
   [[nodiscard]] TrvsStatus close();
 
  private:
+  [[nodiscard]] TrvsStatus flush();
+
   std::string path_;                   // Empty: the client.
   std::optional<os::FileStatus> old_;  // The file that may be replaced.
-  std::string text_;
+  std::string text_;                   // Not written yet.
+  NewWorkfile file_;
+  bool isOpen_ = false;  // The same.
   bool isFull_ = false;  // The client has enough, or doesn't listen.
 };
 
