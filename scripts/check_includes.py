@@ -18,7 +18,11 @@ MAY_INCLUDE = {
     "os": [],
     "runtime": ["dates", "os"],
     "api": LAYERS,
-    "cli": LAYERS,
+    **{"cli" + part: ["os", "cli", "cli/text", "cli/terminal", "cli/work", "cli/database",
+                      "cli/archives", "cli/commands"][:known] + more
+       for part, known, more in (("/text", 0, []), ("/terminal", 3, []), ("/database", 3, LAYERS),
+                                 ("/archives", 3, []), ("/work", 7, []), ("/commands", 8, LAYERS),
+                                 ("", 8, ["runtime"]))},
     "kstrinin": ["os"],
     "btkf520/archive": ["dates", "os"],
     "btkf520/configuration": ["dates", "os"],
@@ -35,6 +39,8 @@ MAY_INCLUDE_TOO = {
               "os/file.h", "os/program.h"],
     "toolkit": ["btkf520/btkf520.h", "os/clock.h", "os/file.h", "os/fingerprint.h"],
     "api": ["foldapi/foldapi.h"],
+    "cli": ["foldapi/foldapi.h"],
+    **{"cli/" + part: ["btkf520/btkf520.h"] for part in ("archives", "work", "commands")},
     **{"btkf520/" + part: ["btkf520/btkf520.h"]
        for part in ("archive", "configuration", "operations", "interface")},
 }

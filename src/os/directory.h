@@ -16,6 +16,13 @@ namespace os {
 // The directory that `path` names something in: "." where it says none.
 std::string parentOf(std::string_view path);
 
+// Where relative paths begin: "" if that is no longer there.
+std::string currentDirectory();
+bool changeDirectory(const std::string& path);
+
+// Where a directory is when all links on the way are followed. `path` itself if nothing is there.
+std::string realPath(const std::string& path);
+
 // Whether both paths mean one file, or would if it were there.
 bool isSameFile(const std::string& first, const std::string& second);
 
@@ -26,6 +33,11 @@ bool hasEntry(const char* path);
 bool makeDirectory(const std::string& path);
 // The same with all that lead to it.
 bool makeDirectories(const std::string& path);
+
+// Only an empty one.
+bool removeDirectory(const std::string& path);
+// Gives a file another name on the same disk. kExists if there is something of that name.
+FileResult moveFile(const std::string& from, const std::string& to);
 
 // By which a directory is known, and known to have neither gained nor lost an entry.
 struct DirectoryState {

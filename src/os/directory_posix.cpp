@@ -1,8 +1,12 @@
 // os/directory_posix.cpp: directories on Linux.
 #include <dirent.h>
+#include <fcntl.h>
+#include <limits.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <cstdio>
+#include <cstdlib>
 #include <memory>
 
 #include "os/calls_posix.h"
@@ -24,6 +28,22 @@ std::string parentOf(std::string_view path) {
   const size_t slash = path.rfind('/');
   if (slash == std::string_view::npos) return ".";
   return slash == 0 ? "/" : std::string(path.substr(0, slash));
+}
+
+std::string currentDirectory() {
+  std::string result(PATH_MAX, '\0');
+  if (::getcwd(result.data(), result.size()) == nullptr) return "";
+  result.resize(result.find('\0'));
+  return result;
+}
+
+bool changeDirectory(const std::string& path) {
+  return uninterrupted([&] { return ::chdir(path.c_str()); }) == 0;
+}
+
+std::string realPath(const std::string& path) {
+  const std::unique_ptr<char, void (*)(void*)> real(::realpath(path.c_str(), nullptr), ::free);
+  return real == nullptr ? path : real.get();
 }
 
 bool isSameFile(const std::string& first, const std::string& second) {
@@ -55,6 +75,13 @@ bool makeDirectories(const std::string& path) {
   if (makeDirectory(path)) return true;
   const std::string parent = parentOf(path);
   return errno == ENOENT && parent != path && makeDirectories(parent) && makeDirectory(path);
+}
+
+bool removeDirectory(const std::string& path) { return ::rmdir(path.c_str()) == 0; }
+
+FileResult moveFile(const std::string& from, const std::string& to) {
+  return resultOfCall(uninterrupted(
+      [&] { return ::renameat2(AT_FDCWD, from.c_str(), AT_FDCWD, to.c_str(), RENAME_NOREPLACE); }));
 }
 
 std::optional<DirectoryState> directoryState(const char* path) {

@@ -1,0 +1,95 @@
+// cli/archives/history.cpp: the engine's tree of records as a list of revisions.
+#include "cli/archives/history.h"
+
+#include <algorithm>
+
+#include "btkf520/btkf520.h"
+#include "cli/archives/engine.h"
+
+namespace cli {
+namespace {
+
+bool has(const std::vector<std::string>& list, std::string_view name) {
+  return std::find(list.begin(), list.end(), name) != list.end();
+}
+
+void take(const TrvsRevTree& record, std::vector<RevisionInfo>* to) {
+  const std::string text = record.text;
+  if ((record.flags & TRVS_TREE_REVISION) != 0) {
+    to->emplace_back().number = text;
+    to->back().branch = branchOf(text);
+  }
+  if (to->empty()) return;
+  RevisionInfo& revision = to->back();
+  if ((record.flags & TRVS_TREE_TIME) != 0) revision.time = text;
+  if ((record.flags & TRVS_TREE_AUTHOR) != 0) revision.author = text;
+  if ((record.flags & TRVS_TREE_CHANGE) != 0) revision.message = text;
+  if ((record.flags & TRVS_TREE_LABEL) != 0) revision.labels.push_back(text);
+  if ((record.flags & TRVS_TREE_GROUP) != 0) revision.groups.push_back(text);
+  if ((record.flags & TRVS_TREE_LOCKER) != 0) revision.lockers.push_back(text);
+}
+
+}  // namespace
+
+bool RevisionInfo::isLockedBy(std::string_view user) const { return has(lockers, user); }
+
+std::string branchOf(std::string_view number) {
+  const auto dots = std::count(number.begin(), number.end(), '.');
+  return dots < 2 ? "1" : std::string(number.substr(0, number.rfind('.')));
+}
+
+std::string startOf(std::string_view branch) {
+  return std::string(branch.substr(0, std::min(branch.rfind('.'), branch.size())));
+}
+
+History::History(const std::string& archive, const std::string& file) {
+  TrvsRevTree* tree = nullptr;
+  check(TrvsRevTreeInfo(TRVS_CONTEXT, archive.c_str(), &tree, TRVS_TREE_FETCH),
+        {.file = file, .archive = archive});
+  for (const TrvsRevTree* record = tree; record != nullptr; record = record->next) {
+    take(*record, &revisions_);
+  }
+  static_cast<void>(TrvsRevTreeInfo(TRVS_CONTEXT, nullptr, &tree, TRVS_TREE_RETURN));
+  const bool hasLocks = std::any_of(revisions_.begin(), revisions_.end(),
+                                    [](const RevisionInfo& each) { return !each.lockers.empty(); });
+  if (!hasLocks) return;
+  const std::vector<std::string> texts = fetchList(
+      [&](char* buffer, int32_t size) {
+        return TrvsListLocks(TRVS_CONTEXT, archive.c_str(), buffer, size);
+      },
+      {.file = file, .archive = archive});
+  for (size_t i = 0; i + 3 < texts.size(); i += 4) {
+    locks_.push_back({texts[i], texts[i + 1], texts[i + 2], texts[i + 3]});
+  }
+}
+
+const LockInfo* History::lockOfOther(std::string_view number, std::string_view user) const {
+  const auto found = std::find_if(locks_.begin(), locks_.end(), [&](const LockInfo& each) {
+    return each.number == number && each.user != user;
+  });
+  return found == locks_.end() ? nullptr : &*found;
+}
+
+template <typename Fits>
+const RevisionInfo* History::last(const Fits& fits) const {
+  const auto found = std::find_if(revisions_.rbegin(), revisions_.rend(), fits);
+  return found == revisions_.rend() ? nullptr : &*found;
+}
+
+const RevisionInfo* History::find(std::string_view number) const {
+  return last([&](const RevisionInfo& each) { return each.number == number; });
+}
+const RevisionInfo* History::tipOf(std::string_view branch) const {
+  return last([&](const RevisionInfo& each) { return each.branch == branch; });
+}
+const RevisionInfo* History::withLabel(std::string_view label) const {
+  return last([&](const RevisionInfo& each) { return has(each.labels, label); });
+}
+const RevisionInfo* History::inGroup(std::string_view group) const {
+  return last([&](const RevisionInfo& each) { return has(each.groups, group); });
+}
+const RevisionInfo* History::lockedBy(std::string_view user) const {
+  return last([&](const RevisionInfo& each) { return each.isLockedBy(user); });
+}
+
+}  // namespace cli

@@ -1,0 +1,63 @@
+// cli/archives/history.h: what an archive tells about its revisions.
+#pragma once
+
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace cli {
+
+struct RevisionInfo {
+  std::string number;
+  std::string branch;  // "1" for the trunk, else the number of the branch.
+  std::string time;    // "2026-11-23 10:31:06", local to who made it.
+  std::string author;
+  std::string message;
+  std::vector<std::string> labels;
+  std::vector<std::string> groups;
+  std::vector<std::string> lockers;
+
+  std::string minute() const { return time.substr(0, 16); }
+  bool isLockedBy(std::string_view user) const;
+};
+
+struct LockInfo {
+  std::string number;
+  std::string user;
+  std::string time;  // As that of a revision.
+  std::string note;
+
+  std::string minute() const { return time.substr(0, 16); }
+};
+
+// The branch of a revision's number, and the revision where a branch starts.
+std::string branchOf(std::string_view number);
+std::string startOf(std::string_view branch);
+
+class History {
+ public:
+  // Throws Problem; `file` is what it is about.
+  History(const std::string& archive, const std::string& file);
+  History() = default;
+
+  // The trunk's from the oldest on; each branch after the revision where it starts.
+  const std::vector<RevisionInfo>& revisions() const { return revisions_; }
+  const std::vector<LockInfo>& locks() const { return locks_; }
+  // The lock of a revision that another user has; null for none.
+  const LockInfo* lockOfOther(std::string_view number, std::string_view user) const;
+  // Null for none, all of them.
+  const RevisionInfo* find(std::string_view number) const;
+  const RevisionInfo* tipOf(std::string_view branch) const;
+  const RevisionInfo* withLabel(std::string_view label) const;
+  const RevisionInfo* inGroup(std::string_view group) const;
+  const RevisionInfo* lockedBy(std::string_view user) const;
+
+ private:
+  template <typename Fits>
+  const RevisionInfo* last(const Fits& fits) const;
+
+  std::vector<RevisionInfo> revisions_;
+  std::vector<LockInfo> locks_;
+};
+
+}  // namespace cli

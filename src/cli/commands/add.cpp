@@ -1,0 +1,170 @@
+// cli/commands/add.cpp: add: archives with first revisions, and the records of the files.
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <set>
+
+#include "btkf520/btkf520.h"
+#include "cli/archives/engine.h"
+#include "cli/command.h"
+#include "cli/commands/commands.h"
+#include "cli/problem.h"
+#include "cli/session.h"
+#include "cli/text/paths.h"
+#include "cli/text/text.h"
+#include "cli/work/walk.h"
+#include "cli/work/workspace.h"
+#include "os/directory.h"
+
+namespace cli {
+namespace {
+
+class Add : public Command {
+ public:
+  void declare(Options& options) override {
+    options.text(&message_, "-m,--message", "TEXT", "what the first revisions are");
+    options.text(&label_, "-l,--label", "NAME", "a label for them");
+    options.text(&group_, "-g,--group", "NAME", "the development group they are in");
+    options.text(&number_, "-r,--revision", "NUMBER", "their number, such as 2.0");
+    options.text(&archive_, "--archive", "PATH", "where the archive of one file is to be");
+    options.flag(&noIgnore_, "--no-ignore", "also what .trevaultignore names");
+    options.flag(&isDry_, "-n,--dry-run", "say what would be done");
+    options.words(&names_, "FILE", Options::Need::kRequired, "files and directories");
+  }
+
+  void run(Session& session) override {
+    Workspace space(session, State::Use::kChange);
+    session_ = &session;
+    space_ = &space;
+    for (const FileRecord& file : space.files()) known_.insert(file.path);
+    for (const std::string& name : names_) collect(name);
+    if (group_.empty()) group_ = space.directory().group;
+    addAll();
+    space.save();
+    tell();
+  }
+
+ private:
+  void collect(const std::string& name) {
+    const std::string path = space_->fromTop(name);
+    const std::string whole = absolutePath(space_->directory().top, path);
+    if (!os::hasEntry(whole.c_str())) {
+      return session_->output().problem({name, "no such file", ""});
+    }
+    const bool isNamed = !os::directoryState(whole.c_str());
+    const PassedOver passed =
+        walk(space_->directory().top, path, noIgnore_ ? Ignoring::kNot : Ignoring::kByRules,
+             [&](const std::string& each) { take(each, isNamed); });
+    links_ += passed.links;
+    others_ += passed.others;
+  }
+
+  void take(const std::string& path, bool isNamed) {
+    if (known_.insert(path).second) return chosen_.push_back(path);
+    if (isNamed && std::find(chosen_.begin(), chosen_.end(), path) == chosen_.end()) {
+      session_->output().line(fmt::format("skipped {}, under control already", shown(path)));
+    }
+  }
+
+  // The file's own path below the first archive directory: equal names never meet.
+  std::string archiveOf(const std::string& path) const {
+    if (!archive_.empty()) return session_->absolute(archive_);
+    const auto directories = session_->project().archiveDirectories();
+    if (directories.empty()) {
+      throw Problem{path, "the project has no archive directory",
+                    "'trevault project set --archives DIR' gives it one"};
+    }
+    std::string name(4096, '\0');
+    check(TrvsComputeArchiveName(path.c_str(), name.data(), static_cast<int32_t>(name.size())),
+          {.file = path});
+    name.resize(name.find('\0'));
+    return joined(joined(directories.front(), directoryPart(path)), namePart(name));
+  }
+
+  void addAll() {
+    if (!archive_.empty() && chosen_.size() > 1) {
+      throw misuse("--archive", "is for one file", "add the files one by one");
+    }
+    std::vector<FileRecord> made;
+    for (const std::string& path : chosen_) {
+      try {
+        FileRecord file{path, archiveOf(path), ""};
+        if (!isDry_) create(file);
+        made.push_back(std::move(file));
+      } catch (const Problem& problem) {
+        session_->output().problem(problem);
+      }
+    }
+    if (!isDry_) session_->project().addFiles(made);
+    for (const FileRecord& file : made) {
+      if (!isDry_) space_->note(file, firstNumber(), false);
+      tellFile(file);
+    }
+    added_ = made.size();
+  }
+
+  std::string firstNumber() const { return number_.empty() ? "1.0" : number_; }
+
+  void create(const FileRecord& file) const {
+    const std::string workfile = space_->pathOf(file);
+    if (file.path.find('\n') != std::string::npos) {
+      throw Problem{file.path, "a file's name can't hold a line end", "rename it"};
+    }
+    if (!os::makeDirectories(os::parentOf(file.archive))) {
+      throw Problem{os::parentOf(file.archive), "can't be made",
+                    "see who owns the directory above"};
+    }
+    const std::string message = message_.empty() ? "First version" : message_;
+    check(TrvsCreateWithRevision(TRVS_CONTEXT, file.archive.c_str(), workfile.c_str(), nullptr,
+                                 number_.c_str(), label_.c_str(), nullptr, message.c_str(),
+                                 group_.c_str(), nullptr, 0, TRVS_PUT_READ_ONLY),
+          {.file = file.path,
+           .archive = file.archive,
+           .workfile = workfile,
+           .revision = number_,
+           .label = label_,
+           .group = group_});
+  }
+
+  void tellFile(const FileRecord& file) const {
+    session_->output().result({{"file", file.path},
+                               {"action", "added"},
+                               {"revision", firstNumber()},
+                               {"archive", file.archive},
+                               {"before", nullptr}},
+                              fmt::format("{} {} {}", isDry_ ? "would add" : "added",
+                                          space_->shownPath(file), firstNumber()));
+  }
+
+  void tell() const {
+    Output& output = session_->output();
+    if (added_ != 1) output.line(fmt::format("{} added", counted(added_, "file")));
+    if (links_ > 0) output.line(fmt::format("{} skipped", counted(links_, "link")));
+    if (others_ > 0) output.line(fmt::format("{} skipped", counted(others_, "special file")));
+    if (added_ > 0 && !isDry_) {
+      output.hint("they are read-only now; 'trevault lock FILE' before you edit one");
+    }
+  }
+
+  std::string message_;
+  std::string label_;
+  std::string group_;
+  std::string number_;
+  std::string archive_;
+  bool noIgnore_ = false;
+  bool isDry_ = false;
+  std::vector<std::string> names_;
+  Session* session_ = nullptr;
+  Workspace* space_ = nullptr;
+  std::set<std::string> known_;
+  std::vector<std::string> chosen_;
+  size_t links_ = 0;
+  size_t others_ = 0;
+  size_t added_ = 0;
+};
+
+}  // namespace
+
+std::unique_ptr<Command> makeAdd() { return makeCommand<Add>(); }
+
+}  // namespace cli

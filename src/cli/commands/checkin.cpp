@@ -1,0 +1,188 @@
+// cli/commands/checkin.cpp: checkin: new revisions from changed files.
+#include <fmt/format.h>
+
+#include "btkf520/btkf520.h"
+#include "cli/archives/engine.h"
+#include "cli/command.h"
+#include "cli/commands/bulk.h"
+#include "cli/commands/commands.h"
+#include "cli/problem.h"
+#include "cli/session.h"
+#include "cli/text/text.h"
+#include "cli/work/workspace.h"
+#include "os/file.h"
+#include "os/terminal.h"
+
+namespace cli {
+namespace {
+
+constexpr uint64_t kLongestMessage = 1 << 20;
+
+class CheckIn : public Command {
+ public:
+  void declare(Options& options) override {
+    options.text(&message_, "-m,--message", "TEXT", "what was changed, and why");
+    options.text(&messageFile_, "-F,--file", "FILE", "the message from a file, - for the input");
+    options.text(&label_, "-l,--label", "NAME", "a label for the new revisions");
+    options.flag(&movesLabel_, "--move", "the label may stand at others until now");
+    options.text(&group_, "-g,--group", "NAME", "their development group");
+    options.flag(&keepsLock_, "-k,--keep-lock", "keep the file writable and locked");
+    options.flag(&locks_, "--lock", "take the lock in the same step where nobody has it");
+    options.flag(&branches_, "-b,--branch", "start a branch even from a tip");
+    options.flag(&unchanged_, "--unchanged", "also what has not changed");
+    options.flag(&older_, "--older", "also what is older than its parent was");
+    options.flag(&isDry_, "-n,--dry-run", "say what would be done");
+    options.words(&names_, "FILE", Options::Need::kOptional,
+                  "else what is changed and locked by you");
+  }
+
+  void run(Session& session) override {
+    Workspace space(session, State::Use::kChange);
+    session_ = &session;
+    space_ = &space;
+    readMessage();
+    std::vector<const FileRecord*> files = space.choose(names_);
+    if (names_.empty()) files = changedOnes(files);
+    if (files.empty()) return session.output().line("nothing to check in");
+    if (message_.empty() && !isDry_) {
+      throw misuse("checkin", "no message", "give -m or -F");
+    }
+    const size_t done =
+        forEachFile(session, "checkin", files, [&](const FileRecord& file) { checkIn(file); });
+    if (done > 1) session.output().line(counted(done, "file") + (isDry_ ? "" : " checked in"));
+    space.save();
+  }
+
+ private:
+  void readMessage() {
+    if (messageFile_.empty()) return;
+    if (messageFile_ == "-") {
+      message_ = os::readInput().value_or("");
+    } else if (os::readFile(session_->absolute(messageFile_).c_str(), kLongestMessage, &message_) !=
+               os::FileResult::kDone) {
+      throw misuse(messageFile_, "can't be read");
+    }
+    while (message_.ends_with('\n')) message_.pop_back();
+  }
+
+  std::vector<const FileRecord*> changedOnes(const std::vector<const FileRecord*>& files) {
+    std::vector<const FileRecord*> chosen;
+    for (const FileRecord* file : files) {
+      try {
+        if (space_->standingOf(*file) != Standing::kChanged) continue;
+        const RevisionInfo* const here = space_->hereOf(*file);
+        if (locks_ || here->isLockedBy(space_->user())) {
+          chosen.push_back(file);
+        } else {
+          session_->output().result(
+              {{"file", file->path}, {"action", "skipped"}},
+              fmt::format("skipped {}, changed but not locked", space_->shownPath(*file)));
+        }
+      } catch (const Problem& problem) {
+        session_->output().problem(problem);
+      }
+    }
+    return chosen;
+  }
+
+  void checkIn(const FileRecord& file) {
+    const RevisionInfo& here = space_->revisionOf(file, "here");
+    const std::string parent = here.number;
+    refuseUnlocked(file, here);
+    const History& history = space_->historyOf(file);
+    const RevisionInfo* const tip = history.tipOf(here.branch);
+    const Subject subject{.file = space_->shownPath(file),
+                          .archive = file.archive,
+                          .workfile = space_->pathOf(file),
+                          .revision = parent,
+                          .label = label_,
+                          .group = group_};
+    if (isDry_) return tell(file, parent, "", tip == &here ? "" : ", as a branch");
+    if (locks_ && !here.isLockedBy(space_->user())) {
+      if (tip != &here) {
+        throw Problem{subject.file,
+                      fmt::format("{} by {} came after your {}", tip->number, tip->author, parent),
+                      fmt::format("see 'trevault diff -r here..followed {}'", subject.file)};
+      }
+      check(TrvsLockRevision(TRVS_CONTEXT, file.archive.c_str(), parent.c_str(), group_.c_str()),
+            subject);
+    }
+    check(TrvsPutRevision(TRVS_CONTEXT, 0, target(file.archive, subject.workfile).c_str(), 0,
+                          parent.c_str(), label_.c_str(), nullptr, message_.c_str(), group_.c_str(),
+                          nullptr, 0, flags(tip == &here)),
+          subject);
+    space_->forgetHistory(file);
+    finish(file, parent);
+  }
+
+  void refuseUnlocked(const FileRecord& file, const RevisionInfo& here) const {
+    if (locks_ || here.isLockedBy(space_->user())) return;
+    const std::string path = space_->shownPath(file);
+    if (const RevisionInfo* other = space_->historyOf(file).lockedBy(space_->user())) {
+      throw Problem{path,
+                    fmt::format("you have locked {}, and this file comes from {}", other->number,
+                                here.number),
+                    "lock that too, or check in where you locked it"};
+    }
+    if (const LockInfo* lock = space_->historyOf(file).lockOfOther(here.number, space_->user())) {
+      throw Problem{
+          path, fmt::format("{} has locked {} since {}", lock->user, lock->number, lock->minute()),
+          fmt::format("ask {}, or look at 'trevault locks'", lock->user)};
+    }
+    throw Problem{path, "you have not locked it",
+                  fmt::format("'trevault ci --lock {}' locks and checks in", path)};
+  }
+
+  // What nobody has followed when it was looked at, nobody may follow meanwhile.
+  uint32_t flags(bool isTip) const {
+    uint32_t flags = keepsLock_ ? TRVS_PUT_KEEP_LOCK : TRVS_PUT_READ_ONLY;
+    if (branches_) flags |= TRVS_PUT_BRANCH;
+    if (isTip && !branches_) flags |= TRVS_PUT_NO_BRANCH;
+    if (older_) flags |= TRVS_PUT_OLDER;
+    if (unchanged_) flags |= TRVS_PUT_UNCHANGED;
+    if (movesLabel_) flags |= TRVS_PUT_MOVE_LABEL;
+    return flags;
+  }
+
+  // The new revision is the child of the parent that came last.
+  void finish(const FileRecord& file, const std::string& parent) {
+    const History& history = space_->historyOf(file);
+    const RevisionInfo* made = history.tipOf(branchOf(parent));
+    for (int i = 1; made->number == parent || branches_; ++i) {
+      const RevisionInfo* const tip = history.tipOf(fmt::format("{}.{}", parent, i));
+      if (tip == nullptr) break;
+      made = tip;
+    }
+    space_->note(file, made->number, keepsLock_);
+    tell(file, made->number, parent, "");
+  }
+
+  void tell(const FileRecord& file, const std::string& number, const std::string& before,
+            const std::string& rest) const {
+    const char* const verb = isDry_ ? "would check in" : "checked in";
+    session_->output().result(
+        {{"file", file.path}, {"action", verb}, {"revision", number}, {"before", before}},
+        fmt::format("{} {} {}{}", verb, space_->shownPath(file), number, rest));
+  }
+
+  std::string message_;
+  std::string messageFile_;
+  std::string label_;
+  bool movesLabel_ = false;
+  std::string group_;
+  bool keepsLock_ = false;
+  bool locks_ = false;
+  bool branches_ = false;
+  bool unchanged_ = false;
+  bool older_ = false;
+  bool isDry_ = false;
+  std::vector<std::string> names_;
+  Session* session_ = nullptr;
+  Workspace* space_ = nullptr;
+};
+
+}  // namespace
+
+std::unique_ptr<Command> makeCheckIn() { return makeCommand<CheckIn>(); }
+
+}  // namespace cli

@@ -1,0 +1,210 @@
+// cli/commands/checkout.cpp: checkout, revert and cat: contents from archives.
+#include <fmt/format.h>
+
+#include <algorithm>
+
+#include "btkf520/btkf520.h"
+#include "cli/archives/engine.h"
+#include "cli/command.h"
+#include "cli/commands/bulk.h"
+#include "cli/commands/commands.h"
+#include "cli/problem.h"
+#include "cli/session.h"
+#include "cli/text/paths.h"
+#include "cli/text/text.h"
+#include "cli/work/kept.h"
+#include "cli/work/workspace.h"
+#include "os/directory.h"
+#include "os/file.h"
+#include "os/terminal.h"
+
+namespace cli {
+namespace {
+
+using Need = Options::Need;
+
+// Puts a revision in the place of the file, whatever is there.
+void fetch(Workspace& space, const FileRecord& file, const std::string& number, uint32_t flags) {
+  const std::string path = space.pathOf(file);
+  if (!os::makeDirectories(os::parentOf(path))) {
+    throw Problem{os::parentOf(path), "can't be made", "see who owns the directory above"};
+  }
+  check(TrvsGetRevision(TRVS_CONTEXT, target(file.archive, path).c_str(), 0, number.c_str(),
+                        nullptr, nullptr, 0, nullptr, 0, flags | TRVS_GET_OVERWRITE),
+        {.file = space.shownPath(file),
+         .archive = file.archive,
+         .workfile = path,
+         .revision = number});
+}
+
+class CheckOut : public Command {
+ public:
+  void declare(Options& options) override {
+    options.text(&revision_, "-r,--revision", "REV", "another revision than the one followed");
+    options.flag(&isWritable_, "-w,--writable", "make the files writable without a lock");
+    options.flag(&keepsTimes_, "--times", "give the files the time of their check-in");
+    options.flag(&isDry_, "-n,--dry-run", "say what would be done");
+    options.words(&names_, "FILE", Need::kOptional, "else all of the project");
+  }
+
+  void run(Session& session) override {
+    Workspace space(session, State::Use::kChange);
+    session_ = &session;
+    space_ = &space;
+    const auto files = space.choose(names_);
+    forEachFile(session, "checkout", files, [&](const FileRecord& file) { checkOut(file); });
+    if (done_ == 0 && lacking_ == 0) session.output().line("up to date");
+    if (done_ > 1) {
+      session.output().line(
+          fmt::format("{} {}", counted(done_, "file"), isDry_ ? "to check out" : "checked out"));
+    }
+    if (lacking_ > 0) {
+      session.output().line(fmt::format("{} {} no {}", counted(lacking_, "file"),
+                                        lacking_ == 1 ? "has" : "have", revision_));
+    }
+    space.save();
+  }
+
+ private:
+  const RevisionInfo* wantedOf(const FileRecord& file) {
+    if (revision_.empty()) return space_->followedOf(file);
+    try {
+      return &space_->revisionOf(file, revision_);
+    } catch (const Problem&) {
+      if (!names_.empty()) throw;
+      ++lacking_;
+      return nullptr;
+    }
+  }
+
+  void checkOut(const FileRecord& file) {
+    const RevisionInfo* const wanted = wantedOf(file);
+    if (wanted == nullptr) return;
+    const std::string number = wanted->number;
+    const Standing standing = space_->standingOf(file);
+    const RevisionInfo* const here = space_->hereOf(file);
+    const bool isHere = here != nullptr && here->number == number;
+    if (isHere && standing == Standing::kSame) return;
+    bool isKept = false;
+    if (standing == Standing::kChanged || standing == Standing::kUnknown) {
+      if (isHere && names_.empty()) return;  // Work in progress on what is wanted anyway.
+      isKept = mayOverwrite(file, here, *wanted);
+      if (!isKept) return;
+    }
+    if (!isDry_) {
+      const bool isMine = wanted->isLockedBy(space_->user());
+      uint32_t flags = isWritable_ || isMine ? uint32_t{TRVS_GET_WRITABLE} : 0;
+      if (keepsTimes_) flags |= TRVS_GET_ARCHIVE_TIME;
+      if (isKept) keep(space_->directory().top, file.path);
+      fetch(*space_, file, number, flags);
+      space_->note(file, number, isMine);
+    }
+    ++done_;
+    const char* const verb = isDry_ ? "would check out" : "checked out";
+    session_->output().result({{"file", file.path},
+                               {"action", verb},
+                               {"revision", number},
+                               {"before", here == nullptr ? Value() : Value(here->number)}},
+                              fmt::format("{} {} {}{}", verb, space_->shownPath(file), number,
+                                          isKept ? ", old content kept" : ""));
+  }
+
+  bool mayOverwrite(const FileRecord& file, const RevisionInfo* here, const RevisionInfo& wanted) {
+    const std::string path = space_->shownPath(file);
+    if (isDry_ || session_->output().ask(
+                      fmt::format("{} is changed; overwrite it with {}", path, wanted.number))) {
+      return true;
+    }
+    if (here != nullptr && here->number != wanted.number) {
+      throw Problem{
+          path, fmt::format("changed here, and {} by {} is newer", wanted.number, wanted.author),
+          fmt::format("see 'trevault diff -r followed {}', then revert it", path)};
+    }
+    throw Problem{path,
+                  here == nullptr ? "is there, and no revision is known that it came from"
+                                  : "changed here, and left as it is",
+                  fmt::format("'trevault revert {}' drops the changes", path)};
+  }
+
+  std::string revision_;
+  bool isWritable_ = false;
+  bool keepsTimes_ = false;
+  bool isDry_ = false;
+  std::vector<std::string> names_;
+  Session* session_ = nullptr;
+  Workspace* space_ = nullptr;
+  size_t done_ = 0;
+  size_t lacking_ = 0;
+};
+
+class Revert : public Command {
+ public:
+  void declare(Options& options) override {
+    options.flag(&keepsLock_, "-k,--keep-lock", "keep the lock");
+    options.text(&revision_, "-r,--revision", "REV", "another revision than the one here");
+    options.flag(&isDry_, "-n,--dry-run", "say what would be done");
+    options.words(&names_, "FILE", Need::kRequired, "files and directories");
+  }
+
+  void run(Session& session) override {
+    Workspace space(session, State::Use::kChange);
+    session_ = &session;
+    space_ = &space;
+    std::vector<const FileRecord*> files = space.choose(names_);
+    std::erase_if(files, [&](const FileRecord* file) { return !hasSomething(*file); });
+    if (files.empty()) return session.output().line("nothing to revert");
+    const auto changed =
+        static_cast<size_t>(std::count_if(files.begin(), files.end(), [&](const FileRecord* file) {
+          return space_->standingOf(*file) == Standing::kChanged;
+        }));
+    if (changed > 0 && !isDry_ &&
+        !session.output().ask(fmt::format("drop the changes of {}", counted(changed, "file")))) {
+      throw Problem{"revert", "nothing was done", "'--yes' says that it is sure", Exit::kFailed};
+    }
+    forEachFile(session, "revert", files, [&](const FileRecord& file) { revert(file); });
+    space.save();
+  }
+
+ private:
+  bool hasSomething(const FileRecord& file) {
+    const RevisionInfo* const here = space_->hereOf(file);
+    return here != nullptr && (!revision_.empty() || here->isLockedBy(space_->user()) ||
+                               space_->standingOf(file) != Standing::kSame);
+  }
+
+  void revert(const FileRecord& file) {
+    const RevisionInfo& wanted = space_->revisionOf(file, revision_.empty() ? "here" : revision_);
+    const std::string number = wanted.number;
+    const bool isChanged = space_->standingOf(file) == Standing::kChanged;
+    const RevisionInfo* const locked = space_->historyOf(file).lockedBy(space_->user());
+    const bool isMine = locked != nullptr && locked->number == number;
+    if (!isDry_) {
+      if (isChanged) keep(space_->directory().top, file.path);
+      fetch(*space_, file, number, keepsLock_ && isMine ? uint32_t{TRVS_GET_WRITABLE} : 0);
+      if (isMine && !keepsLock_) {
+        check(TrvsUnLockRevision(TRVS_CONTEXT, file.archive.c_str(), number.c_str(), nullptr),
+              {.file = space_->shownPath(file), .archive = file.archive, .revision = number});
+        space_->forgetHistory(file);
+      }
+      space_->note(file, number, keepsLock_ && isMine);
+    }
+    const char* const verb = isDry_ ? "would revert" : "reverted";
+    session_->output().result({{"file", file.path}, {"action", verb}, {"revision", number}},
+                              fmt::format("{} {} to {}{}", verb, space_->shownPath(file), number,
+                                          isChanged ? ", old content kept" : ""));
+  }
+
+  bool keepsLock_ = false;
+  std::string revision_;
+  bool isDry_ = false;
+  std::vector<std::string> names_;
+  Session* session_ = nullptr;
+  Workspace* space_ = nullptr;
+};
+
+}  // namespace
+
+std::unique_ptr<Command> makeCheckOut() { return makeCommand<CheckOut>(); }
+std::unique_ptr<Command> makeRevert() { return makeCommand<Revert>(); }
+
+}  // namespace cli

@@ -1,0 +1,34 @@
+// cli/commands/commands.cpp: the list of all commands.
+#include "cli/commands/commands.h"
+
+namespace cli {
+
+const std::vector<CommandEntry>& theCommands() {
+  static const std::vector<CommandEntry> commands = {
+      {"init", "", "make the roots of a database, and remember them", makeInit},
+      {"where", "", "every place, and why it was taken", makeWhere},
+      {"project add", "", "make a project", makeProjectAdd},
+      {"project list", "", "the projects, and your work directories", makeProjectList},
+      {"project show", "", "all about a project", makeProjectShow},
+      {"project set", "", "change a project's directories", makeProjectSet},
+      {"project remove", "", "take a project off the list", makeProjectRemove},
+      {"add", "", "put files under control", makeAdd},
+      {"list", "", "the files of the project", makeList},
+      {"status", "", "how the files here stand to the project", makeStatus},
+      {"checkout", "co", "bring files to what is followed", makeCheckOut},
+      {"checkin", "ci", "make new revisions of changed files", makeCheckIn},
+      {"lock", "", "take the lock of files, to edit them", makeLock},
+      {"unlock", "", "give locks back", makeUnlock},
+      {"locks", "", "who has locked what", makeLocks},
+      {"revert", "", "drop changes, and give locks back", makeRevert},
+      {"log", "", "the revisions of files", makeLog},
+      {"diff", "", "what is different", makeDiff},
+      {"tree", "", "branches and marks of a file, drawn", makeTree},
+      {"label", "", "give revisions a label", makeLabel},
+      {"labels", "", "the labels of the project", makeLabels},
+      {"help", "", "what a command does, and its options", makeHelp},
+  };
+  return commands;
+}
+
+}  // namespace cli

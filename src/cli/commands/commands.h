@@ -1,0 +1,33 @@
+// cli/commands/commands.h: what the list of commands knows of each file here.
+#pragma once
+
+#include <memory>
+
+#include "cli/command.h"
+
+namespace cli {
+
+std::unique_ptr<Command> makeInit();
+std::unique_ptr<Command> makeWhere();
+std::unique_ptr<Command> makeProjectAdd();
+std::unique_ptr<Command> makeProjectList();
+std::unique_ptr<Command> makeProjectShow();
+std::unique_ptr<Command> makeProjectSet();
+std::unique_ptr<Command> makeProjectRemove();
+std::unique_ptr<Command> makeAdd();
+std::unique_ptr<Command> makeList();
+std::unique_ptr<Command> makeStatus();
+std::unique_ptr<Command> makeCheckOut();
+std::unique_ptr<Command> makeCheckIn();
+std::unique_ptr<Command> makeLock();
+std::unique_ptr<Command> makeUnlock();
+std::unique_ptr<Command> makeLocks();
+std::unique_ptr<Command> makeRevert();
+std::unique_ptr<Command> makeLog();
+std::unique_ptr<Command> makeDiff();
+std::unique_ptr<Command> makeTree();
+std::unique_ptr<Command> makeLabel();
+std::unique_ptr<Command> makeLabels();
+std::unique_ptr<Command> makeHelp();
+
+}  // namespace cli

@@ -1,0 +1,380 @@
+// cli/commands/history.cpp: log, diff and tree: what happened to files.
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <functional>
+
+#include "btkf520/btkf520.h"
+#include "cli/archives/engine.h"
+#include "cli/command.h"
+#include "cli/commands/bulk.h"
+#include "cli/commands/commands.h"
+#include "cli/problem.h"
+#include "cli/session.h"
+#include "cli/text/text.h"
+#include "cli/work/workspace.h"
+
+namespace cli {
+namespace {
+
+using Need = Options::Need;
+
+std::string isoTime(std::string time) {
+  std::replace(time.begin(), time.end(), ' ', 'T');
+  return time;
+}
+
+std::string firstLine(const std::string& message) {
+  return message.substr(0, message.find_first_of("\r\n"));
+}
+
+Fields itemOf(const FileRecord& file, const RevisionInfo& revision) {
+  return {
+      {"file", file.path},         {"revision", revision.number},    {"branch", revision.branch},
+      {"author", revision.author}, {"time", isoTime(revision.time)}, {"message", revision.message},
+      {"labels", revision.labels}, {"groups", revision.groups},      {"lockers", revision.lockers}};
+}
+
+class Log : public Command {
+ public:
+  void declare(Options& options) override {
+    options.text(&range_, "-r,--revision", "FROM..TO", "these revisions only, or one");
+    options.text(&user_, "-u,--user", "NAME", "by this author");
+    options.text(&label_, "-l,--label", "NAME", "with this label");
+    options.text(&group_, "-g,--group", "NAME", "in this group");
+    options.text(&words_, "--grep", "TEXT", "with this text in the message");
+    options.text(&last_, "--last", "N", "the newest N of each file");
+    options.flag(&isReversed_, "--reverse", "the oldest first");
+    options.words(&names_, "FILE", Need::kOptional, "else all of the project");
+  }
+
+  void run(Session& session) override {
+    Workspace space(session, State::Use::kRead);
+    session_ = &session;
+    space_ = &space;
+    const auto files = space.choose(names_);
+    const bool isOne = files.size() == 1;
+    forEachFile(session, "log", files, [&](const FileRecord& file) { tellFile(file, isOne); });
+  }
+
+ private:
+  void tellFile(const FileRecord& file, bool isOne) {
+    std::vector<RevisionInfo> chosen;
+    for (const RevisionInfo& each : space_->historyOf(file).revisions()) {
+      if (fits(file, each)) chosen.push_back(each);
+    }
+    std::stable_sort(
+        chosen.begin(), chosen.end(),
+        [](const RevisionInfo& left, const RevisionInfo& right) { return left.time < right.time; });
+    std::reverse(chosen.begin(), chosen.end());
+    if (!last_.empty()) chosen.resize(std::min(chosen.size(), countOf(last_)));
+    if (isReversed_) std::reverse(chosen.begin(), chosen.end());
+    if (chosen.empty()) return;
+    Output& output = session_->output();
+    if (!isOne) output.line(space_->shownPath(file));
+    std::vector<std::vector<std::string>> rows;
+    for (const RevisionInfo& each : chosen) {
+      rows.push_back({each.number, each.minute(), each.author, shown(firstLine(each.message))});
+    }
+    const auto lines = table(rows);
+    for (size_t i = 0; i < lines.size(); ++i) {
+      output.result(itemOf(file, chosen[i]), (isOne ? "" : "  ") + lines[i]);
+      if (output.manner().verbose) tellMore(chosen[i]);
+    }
+    if (!isOne) output.line("");
+  }
+
+  static size_t countOf(const std::string& text) {
+    const bool isNumber = !text.empty() && text.size() < 10 &&
+                          text.find_first_not_of("0123456789") == std::string::npos;
+    if (!isNumber) throw misuse("--last", fmt::format("'{}' is not a number", text));
+    return std::stoul(text);
+  }
+
+  void tellMore(const RevisionInfo& revision) const {
+    const auto tell = [&](const char* what, const std::vector<std::string>& names) {
+      if (!names.empty()) session_->output().line(fmt::format("     {} {}", what, listed(names)));
+    };
+    tell("labels", revision.labels);
+    tell("groups", revision.groups);
+    tell("locked by", revision.lockers);
+    for (const std::string& line : split(revision.message, '\n')) {
+      if (line != firstLine(revision.message)) session_->output().line("     " + shown(line));
+    }
+  }
+
+  bool fits(const FileRecord& file, const RevisionInfo& revision) const {
+    const auto has = [](const std::vector<std::string>& list, const std::string& name) {
+      return name.empty() || std::find(list.begin(), list.end(), name) != list.end();
+    };
+    return (user_.empty() || revision.author == user_) && has(revision.labels, label_) &&
+           has(revision.groups, group_) && revision.message.find(words_) != std::string::npos &&
+           isInRange(file, revision);
+  }
+
+  // By their order on one branch, which is that of the list.
+  bool isInRange(const FileRecord& file, const RevisionInfo& revision) const {
+    if (range_.empty()) return true;
+    const size_t dots = range_.find("..");
+    if (dots == std::string::npos)
+      return revision.number == space_->revisionOf(file, range_).number;
+    const auto placeOf = [&](const std::string& text, const RevisionInfo* fallback) {
+      return text.empty() ? fallback : &space_->revisionOf(file, text);
+    };
+    const auto& all = space_->historyOf(file).revisions();
+    const RevisionInfo* const from = placeOf(range_.substr(0, dots), &all.front());
+    const RevisionInfo* const to = placeOf(range_.substr(dots + 2), &all.back());
+    return from <= &*find(all, revision.number) && &*find(all, revision.number) <= to;
+  }
+
+  static std::vector<RevisionInfo>::const_iterator find(const std::vector<RevisionInfo>& all,
+                                                        const std::string& number) {
+    return std::find_if(all.begin(), all.end(),
+                        [&](const RevisionInfo& each) { return each.number == number; });
+  }
+
+  std::string range_;
+  std::string user_;
+  std::string label_;
+  std::string group_;
+  std::string words_;
+  std::string last_;
+  bool isReversed_ = false;
+  std::vector<std::string> names_;
+  Session* session_ = nullptr;
+  Workspace* space_ = nullptr;
+};
+
+class Diff : public Command {
+ public:
+  void declare(Options& options) override {
+    options.text(&range_, "-r,--revision", "REV", "against REV, or FROM..TO");
+    options.flag(&isStat_, "--stat", "only how many lines");
+    options.flag(&isNames_, "--names", "only which files");
+    options.text(&context_, "-U", "N", "lines around each difference");
+    options.flag(&ignoresSpace_, "--ignore-space", "how much white space there is doesn't count");
+    options.flag(&ignoresCase_, "--ignore-case", "nor does the case of letters");
+    options.flag(&ignoresEnds_, "--ignore-line-ends", "nor how lines end");
+    options.flag(&isStored_, "--stored", "revisions as stored, keywords not expanded");
+    options.words(&names_, "FILE", Need::kOptional, "else all that is changed");
+  }
+
+  void run(Session& session) override {
+    Workspace space(session, State::Use::kRead);
+    session_ = &session;
+    space_ = &space;
+    if (context_.find_first_not_of("0123456789") != std::string::npos || context_.size() > 4) {
+      throw misuse(fmt::format("-U {}", context_), "not a number of lines");
+    }
+    forEachFile(session, "diff", space.choose(names_), [&](const FileRecord& file) { diff(file); });
+    if (isStat_ && differing_ > 0) {
+      session.output().line(fmt::format("{} {}", counted(differing_, "file"),
+                                        differing_ == 1 ? "differs" : "differ"));
+    }
+  }
+
+ private:
+  struct Side {
+    std::string revision;  // Empty: the file itself.
+  };
+
+  void diff(const FileRecord& file) {
+    Side from{"here"};
+    Side to;
+    const size_t dots = range_.find("..");
+    if (dots != std::string::npos) {
+      from.revision = range_.substr(0, dots);
+      to.revision = range_.substr(dots + 2).empty() ? "followed" : range_.substr(dots + 2);
+    } else if (!range_.empty()) {
+      from.revision = range_;
+    } else if (space_->standingOf(file) != Standing::kChanged) {
+      return;
+    }
+    from.revision = numberOf(file, from.revision);
+    if (!to.revision.empty()) to.revision = numberOf(file, to.revision);
+    if (from.revision != to.revision) tell(file, from, to, report(file, from, to));
+  }
+
+  std::string numberOf(const FileRecord& file, const std::string& text) {
+    return space_->revisionOf(file, text).number;
+  }
+
+  std::vector<std::string> report(const FileRecord& file, const Side& from, const Side& to) {
+    const std::string path = space_->pathOf(file);
+    const bool isFile = to.revision.empty();
+    const std::string first = target(file.archive, path);
+    uint32_t flags = TRVS_DIFF_NO_HEADING;
+    if (ignoresSpace_) flags |= TRVS_DIFF_IGNORE_SPACE;
+    if (ignoresCase_) flags |= TRVS_DIFF_IGNORE_CASE;
+    if (ignoresEnds_) flags |= TRVS_DIFF_IGNORE_LINE_ENDS;
+    if (isStored_) flags |= TRVS_DIFF_STORED;
+    const auto lines = static_cast<int16_t>(context_.empty() ? 3 : std::stoi(context_));
+    return linesOf(
+        [&] {
+          return TrvsReportDifferences(TRVS_CONTEXT, first.c_str(), from.revision.c_str(),
+                                       isFile ? path.c_str() : first.c_str(),
+                                       isFile ? nullptr : to.revision.c_str(), nullptr, lines, 0, 0,
+                                       nullptr, flags);
+        },
+        {.file = space_->shownPath(file),
+         .archive = file.archive,
+         .workfile = path,
+         .revision = from.revision});
+  }
+
+  void tell(const FileRecord& file, const Side& from, const Side& to,
+            const std::vector<std::string>& lines) {
+    if (lines.empty()) return;
+    ++differing_;
+    Output& output = session_->output();
+    const std::string path = space_->shownPath(file);
+    size_t added = 0;
+    size_t removed = 0;
+    std::string text;
+    for (const std::string& line : lines) {
+      added += line.starts_with('+') ? 1 : 0;
+      removed += line.starts_with('-') ? 1 : 0;
+      text += line + '\n';
+    }
+    const Value end = to.revision.empty() ? Value() : Value(to.revision);
+    output.result({{"file", file.path},
+                   {"from", from.revision},
+                   {"to", end},
+                   {"added", added},
+                   {"removed", removed},
+                   {"text", text}},
+                  "");
+    if (isNames_) return output.line(path);
+    if (isStat_) return output.line(fmt::format("{}  +{} -{}", path, added, removed));
+    output.line(output.coloured(fmt::format("--- {}\t{}", path, from.revision), Colour::kRed));
+    output.line(output.coloured(
+        to.revision.empty() ? "+++ " + path : fmt::format("+++ {}\t{}", path, to.revision),
+        Colour::kGreen));
+    for (const std::string& line : lines) output.line(output.coloured(line, colourOf(line)));
+  }
+
+  static Colour colourOf(const std::string& line) {
+    if (line.starts_with("@@")) return Colour::kCyan;
+    if (line.starts_with('+')) return Colour::kGreen;
+    return line.starts_with('-') ? Colour::kRed : Colour::kPlain;
+  }
+
+  std::string range_;
+  bool isStat_ = false;
+  bool isNames_ = false;
+  std::string context_;
+  bool ignoresSpace_ = false;
+  bool ignoresCase_ = false;
+  bool ignoresEnds_ = false;
+  bool isStored_ = false;
+  std::vector<std::string> names_;
+  Session* session_ = nullptr;
+  Workspace* space_ = nullptr;
+  size_t differing_ = 0;
+};
+
+class Tree : public Command {
+ public:
+  void declare(Options& options) override {
+    options.flag(&isAscii_, "--ascii", "no box characters");
+    options.words(&names_, "FILE", Need::kRequired, "files and directories");
+  }
+
+  void run(Session& session) override {
+    Workspace space(session, State::Use::kRead);
+    output_ = &session.output();
+    isWide_ = !isAscii_ && output_->isWide();
+    forEachFile(session, "tree", space.choose(names_), [&](const FileRecord& file) {
+      history_ = &space.historyOf(file);
+      here_ = space.hereOf(file);
+      output_->result({{"file", file.path}, {"branches", std::vector<Value>{json("1")}}}, "");
+      output_->line(space.shownPath(file));
+      output_->line(mark(true) + "trunk");
+      draw("1", "    ");
+    });
+  }
+
+ private:
+  std::string mark(bool isLast) const {
+    if (isWide_) return isLast ? "└── " : "├── ";
+    return isLast ? "`-- " : "|-- ";
+  }
+  std::string bar(bool isLast) const { return isLast ? "    " : isWide_ ? "│   " : "|   "; }
+
+  std::vector<const RevisionInfo*> on(const std::string& branch) const {
+    std::vector<const RevisionInfo*> found;
+    for (const RevisionInfo& each : history_->revisions()) {
+      if (each.branch == branch) found.push_back(&each);
+    }
+    return found;
+  }
+
+  std::vector<std::string> startingAt(const std::string& number) const {
+    std::vector<std::string> found;
+    for (const RevisionInfo& each : history_->revisions()) {
+      const bool isNew = std::find(found.begin(), found.end(), each.branch) == found.end();
+      if (each.branch != "1" && startOf(each.branch) == number && isNew)
+        found.push_back(each.branch);
+    }
+    return found;
+  }
+
+  void draw(const std::string& branch, const std::string& indent) {
+    const auto revisions = on(branch);
+    std::vector<std::vector<std::string>> rows;
+    for (size_t i = 0; i < revisions.size(); ++i) {
+      const bool isLast = i + 1 == revisions.size();
+      output_->line(indent + mark(isLast) + lineOf(*revisions[i]));
+      const auto branches = startingAt(revisions[i]->number);
+      for (size_t j = 0; j < branches.size(); ++j) {
+        const bool isLastBranch = j + 1 == branches.size();
+        const std::string below = indent + bar(isLast);
+        output_->line(below + mark(isLastBranch) + branches[j]);
+        draw(branches[j], below + bar(isLastBranch));
+      }
+    }
+  }
+
+  std::string lineOf(const RevisionInfo& revision) const {
+    std::string text = fmt::format("{}  {}  {}  {}", revision.number, revision.minute(),
+                                   revision.author, shown(firstLine(revision.message)));
+    std::string marks;
+    const auto add = [&](const std::string& mark, Colour colour) {
+      marks += (marks.empty() ? "" : " ") + output_->coloured(mark, colour);
+    };
+    for (const std::string& each : revision.labels) add("[" + each + "]", Colour::kYellow);
+    for (const std::string& each : revision.groups) add("<" + each + ">", Colour::kMagenta);
+    if (!revision.lockers.empty()) add("locked by " + listed(revision.lockers), Colour::kRed);
+    if (!marks.empty()) text += "  " + marks;
+    return here_ == &revision ? text + "  here" : text;
+  }
+
+  Value json(const std::string& branch) const {
+    std::vector<Value> revisions;
+    for (const RevisionInfo* each : on(branch)) {
+      Fields item = itemOf(FileRecord(), *each);
+      item.erase(item.begin());
+      std::vector<Value> branches;
+      for (const std::string& more : startingAt(each->number)) branches.push_back(json(more));
+      item.emplace_back("branches", branches);
+      item.emplace_back("here", here_ == each);
+      revisions.emplace_back(item);
+    }
+    return Fields{{"branch", branch}, {"revisions", revisions}};
+  }
+
+  bool isAscii_ = false;
+  bool isWide_ = false;
+  std::vector<std::string> names_;
+  Output* output_ = nullptr;
+  const History* history_ = nullptr;
+  const RevisionInfo* here_ = nullptr;
+};
+
+}  // namespace
+
+std::unique_ptr<Command> makeLog() { return makeCommand<Log>(); }
+std::unique_ptr<Command> makeDiff() { return makeCommand<Diff>(); }
+std::unique_ptr<Command> makeTree() { return makeCommand<Tree>(); }
+
+}  // namespace cli

@@ -1,0 +1,270 @@
+// cli/commands/locks.cpp: lock, unlock and locks.
+#include <fmt/format.h>
+
+#include <algorithm>
+
+#include "btkf520/btkf520.h"
+#include "cli/archives/engine.h"
+#include "cli/command.h"
+#include "cli/commands/bulk.h"
+#include "cli/commands/commands.h"
+#include "cli/problem.h"
+#include "cli/session.h"
+#include "cli/text/text.h"
+#include "cli/work/workspace.h"
+#include "os/file.h"
+
+namespace cli {
+namespace {
+
+using Need = Options::Need;
+
+void setWritable(const std::string& path, bool isWritable) {
+  if (os::setWritable(path.c_str(), isWritable) == os::FileResult::kDone) return;
+  throw Problem{path, "its mode can't be changed", "see who owns it"};
+}
+
+class Lock : public Command {
+ public:
+  void declare(Options& options) override {
+    options.text(&note_, "-m,--message", "TEXT", "why, for colleagues");
+    options.text(&revision_, "-r,--revision", "REV", "another revision than the one followed");
+    options.text(&group_, "-g,--group", "NAME", "the development group that it is for");
+    options.flag(&isDry_, "-n,--dry-run", "say what would be done");
+    options.words(&names_, "FILE", Need::kRequired, "files and directories");
+  }
+
+  void run(Session& session) override {
+    Workspace space(session, State::Use::kChange);
+    session_ = &session;
+    space_ = &space;
+    if (group_.empty()) group_ = space.directory().group;
+    forEachFile(session, "lock", space.choose(names_), [&](const FileRecord& file) { lock(file); });
+    space.save();
+  }
+
+ private:
+  void lock(const FileRecord& file) {
+    const History& history = space_->historyOf(file);
+    const RevisionInfo& wanted =
+        space_->revisionOf(file, revision_.empty() ? "followed" : revision_);
+    const std::string number = wanted.number;
+    const RevisionInfo* const here = space_->hereOf(file);
+    const Standing standing = space_->standingOf(file);
+    const bool isHere = here != nullptr && here->number == number;
+    const bool isChanged = standing == Standing::kChanged || standing == Standing::kUnknown;
+    refuseOther(file, history, wanted);
+    if (wanted.isLockedBy(space_->user())) {
+      if (!isDry_) setWritable(space_->pathOf(file), true);
+      return tell(file, number, ", it was yours already");
+    }
+    if (isChanged && !isHere) refuseChanged(file, here, wanted);
+    std::string rest;
+    if (history.tipOf(wanted.branch) != &wanted) {
+      rest = fmt::format(", checking it in will start branch {}", nextBranch(history, wanted));
+    }
+    if (isChanged) rest += ", your changes kept";
+    if (!isHere) rest += ", checked out";
+    if (!isDry_) take(file, number, isHere && standing == Standing::kSame, isChanged);
+    tell(file, number, rest);
+  }
+
+  void refuseOther(const FileRecord& file, const History& history,
+                   const RevisionInfo& wanted) const {
+    const LockInfo* const other = history.lockOfOther(wanted.number, space_->user());
+    if (other == nullptr) return;
+    std::string why =
+        fmt::format("{} has locked {} since {}", other->user, other->number, other->minute());
+    if (!other->note.empty()) why += fmt::format(" ({})", other->note);
+    throw Problem{space_->shownPath(file), why,
+                  fmt::format("ask {}, or look at 'trevault locks'", other->user), Exit::kFailed,
+                  TRVS_LOCKED};
+  }
+
+  void refuseChanged(const FileRecord& file, const RevisionInfo* here,
+                     const RevisionInfo& wanted) const {
+    if (here == nullptr) {
+      throw Problem{space_->shownPath(file), "is there, and no revision is known that it came from",
+                    "move it away, and lock again"};
+    }
+    throw Problem{space_->shownPath(file),
+                  fmt::format("changed since {}, and {} by {} is newer", here->number,
+                              wanted.number, wanted.author),
+                  "'trevault revert' keeps your copy aside, then lock and bring your changes over"};
+  }
+
+  static std::string nextBranch(const History& history, const RevisionInfo& from) {
+    for (int i = 1;; ++i) {
+      const std::string branch = fmt::format("{}.{}", from.number, i);
+      if (history.tipOf(branch) == nullptr) return branch;
+    }
+  }
+
+  void take(const FileRecord& file, const std::string& number, bool isSame, bool isChanged) {
+    const std::string path = space_->pathOf(file);
+    const Subject subject{.file = space_->shownPath(file),
+                          .archive = file.archive,
+                          .workfile = path,
+                          .revision = number,
+                          .group = group_};
+    if (isSame || isChanged) {
+      check(TrvsLockWithNote(TRVS_CONTEXT, file.archive.c_str(), number.c_str(), group_.c_str(),
+                             note_.c_str()),
+            subject);
+      setWritable(path, true);
+    } else {
+      check(TrvsGetWithNote(TRVS_CONTEXT, target(file.archive, path).c_str(), number.c_str(),
+                            group_.c_str(), note_.c_str(), TRVS_GET_OVERWRITE),
+            subject);
+    }
+    if (!isChanged) return space_->note(file, number, true);
+    space_->noteLock(file, true);
+  }
+
+  void tell(const FileRecord& file, const std::string& number, const std::string& rest) const {
+    const char* const verb = isDry_ ? "would lock" : "locked";
+    session_->output().result(
+        {{"file", file.path}, {"action", verb}, {"revision", number}},
+        fmt::format("{} {} {}{}", verb, space_->shownPath(file), number, rest));
+  }
+
+  std::string note_;
+  std::string revision_;
+  std::string group_;
+  bool isDry_ = false;
+  std::vector<std::string> names_;
+  Session* session_ = nullptr;
+  Workspace* space_ = nullptr;
+};
+
+class Unlock : public Command {
+ public:
+  void declare(Options& options) override {
+    options.flag(&keeps_, "--keep", "leave a changed file as it is, writable");
+    options.flag(&isForced_, "--force", "take back the lock of another user");
+    options.text(&user_, "-u,--user", "NAME", "whose lock, where several have one");
+    options.flag(&isDry_, "-n,--dry-run", "say what would be done");
+    options.words(&names_, "FILE", Need::kRequired, "files and directories");
+  }
+
+  void run(Session& session) override {
+    Workspace space(session, State::Use::kChange);
+    session_ = &session;
+    space_ = &space;
+    forEachFile(session, "unlock", space.choose(names_),
+                [&](const FileRecord& file) { unlock(file); });
+    space.save();
+  }
+
+ private:
+  void unlock(const FileRecord& file) {
+    const History& history = space_->historyOf(file);
+    const RevisionInfo* const mine = history.lockedBy(space_->user());
+    const bool isForAnother = !user_.empty() && user_ != space_->user();
+    if (mine == nullptr || isForAnother) return takeBack(file, history);
+    const std::string number = mine->number;
+    const bool isChanged = space_->standingOf(file) == Standing::kChanged;
+    if (isChanged && !keeps_) {
+      const RevisionInfo* const here = space_->hereOf(file);
+      throw Problem{space_->shownPath(file), fmt::format("changed since {}", here->number),
+                    "'revert' drops the changes, '--keep' leaves them"};
+    }
+    if (!isDry_) {
+      remove(file, number, space_->user());
+      if (!isChanged && space_->stateOf(file) != nullptr) {
+        setWritable(space_->pathOf(file), false);
+      }
+      space_->noteLock(file, false);
+    }
+    tell(file, number, isChanged ? ", your changes kept" : "");
+  }
+
+  void takeBack(const FileRecord& file, const History& history) {
+    const LockInfo* lock = nullptr;
+    for (const LockInfo& each : history.locks()) {
+      if (each.user != space_->user() && (user_.empty() || each.user == user_)) lock = &each;
+    }
+    if (lock == nullptr) {
+      throw Problem{space_->shownPath(file),
+                    user_.empty() ? "you have not locked it" : user_ + " has not locked it",
+                    "'trevault locks' lists all locks", Exit::kFailed, TRVS_NO_LOCK};
+    }
+    if (!isForced_) {
+      throw Problem{space_->shownPath(file), fmt::format("{}'s lock, not yours", lock->user),
+                    "'--force' takes it back"};
+    }
+    const LockInfo was = *lock;
+    const bool isSure = isDry_ || session_->output().ask(fmt::format(
+                                      "take back {}'s lock of {} {}, held since {}", was.user,
+                                      space_->shownPath(file), was.number, was.minute()));
+    if (!isSure) {
+      throw Problem{space_->shownPath(file), "left locked", "'--yes' says that it is sure",
+                    Exit::kFailed};
+    }
+    if (!isDry_) remove(file, was.number, was.user);
+    tell(file, was.number, ", held by " + was.user);
+    session_->output().hint(fmt::format(
+        "{0}'s copy is still writable; {0}'s next 'trevault status' tells it", was.user));
+  }
+
+  void remove(const FileRecord& file, const std::string& number, const std::string& user) {
+    check(TrvsUnLockRevision(TRVS_CONTEXT, file.archive.c_str(), number.c_str(), user.c_str()),
+          {.file = space_->shownPath(file), .archive = file.archive, .revision = number});
+    space_->forgetHistory(file);
+  }
+
+  void tell(const FileRecord& file, const std::string& number, const std::string& rest) const {
+    const char* const verb = isDry_ ? "would unlock" : "unlocked";
+    session_->output().result(
+        {{"file", file.path}, {"action", verb}, {"revision", number}},
+        fmt::format("{} {} {}{}", verb, space_->shownPath(file), number, rest));
+  }
+
+  bool keeps_ = false;
+  bool isForced_ = false;
+  std::string user_;
+  bool isDry_ = false;
+  std::vector<std::string> names_;
+  Session* session_ = nullptr;
+  Workspace* space_ = nullptr;
+};
+
+class Locks : public Command {
+ public:
+  void declare(Options& options) override {
+    options.text(&user_, "-u,--user", "NAME", "of that user only");
+    options.words(&names_, "FILE", Need::kOptional, "else all of the project");
+  }
+
+  void run(Session& session) override {
+    Workspace space(session, State::Use::kRead);
+    std::vector<Fields> items;
+    std::vector<std::vector<std::string>> rows;
+    forEachFile(session, "locks", space.choose(names_), [&](const FileRecord& file) {
+      for (const LockInfo& each : space.historyOf(file).locks()) {
+        if (!user_.empty() && each.user != user_) continue;
+        items.push_back({{"file", file.path},
+                         {"revision", each.number},
+                         {"user", each.user},
+                         {"since", each.time},
+                         {"note", each.note},
+                         {"mine", each.user == space.user()}});
+        rows.push_back({space.shownPath(file), each.number, each.user, each.minute(), each.note});
+      }
+    });
+    const auto lines = table(rows);
+    for (size_t i = 0; i < lines.size(); ++i) session.output().result(items[i], lines[i]);
+  }
+
+ private:
+  std::string user_;
+  std::vector<std::string> names_;
+};
+
+}  // namespace
+
+std::unique_ptr<Command> makeLock() { return makeCommand<Lock>(); }
+std::unique_ptr<Command> makeUnlock() { return makeCommand<Unlock>(); }
+std::unique_ptr<Command> makeLocks() { return makeCommand<Locks>(); }
+
+}  // namespace cli

@@ -1,0 +1,261 @@
+// cli/commands/status.cpp: status and list: how the files here stand to the project.
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <map>
+#include <set>
+
+#include "cli/command.h"
+#include "cli/commands/commands.h"
+#include "cli/problem.h"
+#include "cli/session.h"
+#include "cli/text/paths.h"
+#include "cli/text/text.h"
+#include "cli/work/walk.h"
+#include "cli/work/workspace.h"
+
+namespace cli {
+namespace {
+
+Colour colourOf(const std::string& word) {
+  if (word == "broken" || word == "lost" || word == "unknown") return Colour::kRed;
+  if (word == "changed" || word == "missing" || word == "gone") return Colour::kYellow;
+  if (word == "behind") return Colour::kCyan;
+  return word == "locked" ? Colour::kGreen : Colour::kPlain;
+}
+
+std::string newer(const RevisionInfo& revision) {
+  return fmt::format("{} by {}, {}", revision.number, revision.author, revision.minute());
+}
+
+class Status : public Command {
+ public:
+  void declare(Options& options) override {
+    options.flag(&isAll_, "-a,--all", "also files as they were checked out");
+    options.flag(&isNull_, "-0,--null", "names alone, each ended by NUL");
+    options.words(&names_, "FILE", Options::Need::kOptional, "else all of the project");
+  }
+
+  void run(Session& session) override {
+    Workspace space(session, State::Use::kRead);
+    session_ = &session;
+    space_ = &space;
+    for (const FileRecord* file : space.choose(names_)) {
+      try {
+        look(*file);
+      } catch (const Problem& problem) {
+        tellBroken(*file, problem);
+      }
+    }
+    if (names_.empty()) lookForNew();
+    tell();
+    space.save();
+  }
+
+ private:
+  struct Row {
+    std::string word, path, here, remark;
+  };
+
+  void add(Fields item, const std::string& word, Row row) {
+    ++counts_[word];
+    item.insert(item.begin() + 1, {"state", word});
+    if (word == "same" && !isAll_) return;
+    row.word = word;
+    rows_.push_back(std::move(row));
+    items_.push_back(std::move(item));
+  }
+
+  void look(const FileRecord& file) {
+    const Standing standing = space_->standingOf(file);
+    const FileState* const state = space_->stateOf(file);
+    const RevisionInfo* const here = space_->hereOf(file);
+    const RevisionInfo* const followed = space_->followedOf(file);
+    const std::string number = here == nullptr ? "" : here->number;
+    const bool isMine = here != nullptr && here->isLockedBy(space_->user());
+    const bool isBehind = followed != nullptr && (here == nullptr || followed != here);
+    Fields item{
+        {"file", file.path},
+        {"here", number.empty() ? Value() : Value(number)},
+        {"followed", followed == nullptr ? Value() : Value(followed->number)},
+        {"author", followed == nullptr ? Value() : Value(followed->author)},
+        {"time", followed == nullptr ? Value() : Value(isoTime(followed->time))},
+        {"changed", standing == Standing::kChanged},
+        {"locked_by_me", isMine},
+        {"lockers", here == nullptr ? Value(std::vector<std::string>()) : Value(here->lockers)}};
+    Row row{"", space_->shownPath(file), number.empty() ? "-" : number, ""};
+    if (state != nullptr && state->isLockedFromHere && !isMine) {
+      row.remark = standing == Standing::kChanged ? "changed" : "unchanged";
+      row.remark +=
+          ", and your lock was taken back; " + (here == nullptr || here->lockers.empty()
+                                                    ? "nobody has it now"
+                                                    : here->lockers.front() + " has it now");
+      add(std::move(item), "lost", std::move(row));
+    } else if (standing == Standing::kUnknown) {
+      row.remark = "no revision is known that it came from";
+      add(std::move(item), "unknown", std::move(row));
+    } else if (standing == Standing::kMissing) {
+      add(std::move(item), "missing", std::move(row));
+    } else if (standing == Standing::kChanged) {
+      row.remark = isMine                  ? "locked by you"
+                   : here->lockers.empty() ? "not locked"
+                                           : "locked by " + here->lockers.front();
+      if (isBehind)
+        row.remark += fmt::format(", newer: {} by {}", followed->number, followed->author);
+      add(std::move(item), "changed", std::move(row));
+    } else if (isBehind) {
+      row.remark = newer(*followed);
+      add(std::move(item), "behind", std::move(row));
+    } else {
+      if (here != nullptr && !here->lockers.empty() && !isMine) {
+        row.remark = "locked by " + here->lockers.front();
+      }
+      add(std::move(item), isMine ? "locked" : "same", std::move(row));
+    }
+  }
+
+  static std::string isoTime(std::string time) {
+    std::replace(time.begin(), time.end(), ' ', 'T');
+    return time;
+  }
+
+  void tellBroken(const FileRecord& file, const Problem& problem) {
+    session_->output().problem(problem);
+    add({{"file", file.path}, {"here", nullptr}}, "broken",
+        {"", space_->shownPath(file), "-", problem.why});
+  }
+
+  // What the project doesn't know; whole directories where it knows nothing below.
+  void lookForNew() {
+    std::set<std::string> known;
+    for (const FileRecord& file : space_->files()) {
+      std::string path = file.path;
+      while (!path.empty() && known.insert(path).second) path = directoryPart(path);
+    }
+    const std::string& top = space_->directory().top;
+    walk(
+        top, ".", Ignoring::kByRules,
+        [&](const std::string& path) {
+          if (!known.contains(path)) addNew(path, "");
+        },
+        [&](const std::string& directory) {
+          if (known.contains(directory)) return true;
+          bool hasFiles = false;
+          walk(top, directory, Ignoring::kByRules, [&](const std::string&) { hasFiles = true; });
+          if (hasFiles) addNew(directory, "/");
+          return false;
+        });
+  }
+
+  void addNew(const std::string& path, const char* end) {
+    const FileRecord file{path, "", ""};
+    add({{"file", path}, {"here", nullptr}}, "new", {"", space_->shownPath(file) + end, "", ""});
+  }
+
+  void tell() {
+    Output& output = session_->output();
+    output.set("project", space_->directory().project);
+    output.set("work", space_->directory().top);
+    output.set("follows", space_->directory().follows);
+    output.set("group", space_->directory().group);
+    if (isNull_) return tellNames();
+    output.line(space_->directory().line());
+    output.line("");
+    std::vector<std::vector<std::string>> cells;
+    for (const Row& row : rows_) cells.push_back({row.word, row.path, row.here, row.remark});
+    const auto lines = table(cells);
+    for (size_t i = 0; i < lines.size(); ++i) {
+      const std::string& word = rows_[i].word;
+      output.result(items_[i],
+                    output.coloured(word, colourOf(word)) + lines[i].substr(word.size()));
+    }
+    if (!lines.empty()) output.line("");
+    output.line(summary());
+  }
+
+  void tellNames() const {
+    std::string names;
+    for (const Row& row : rows_) names += row.path + '\0';
+    session_->output().bytes(names);
+  }
+
+  std::string summary() const {
+    std::string text;
+    for (const char* word :
+         {"broken", "lost", "unknown", "missing", "changed", "behind", "locked", "new", "gone"}) {
+      const auto found = counts_.find(word);
+      if (found == counts_.end()) continue;
+      text += fmt::format("{}{} {}", text.empty() ? "" : ", ", number(found->second), word);
+    }
+    const auto same = counts_.find("same");
+    const size_t count = same == counts_.end() ? 0 : same->second;
+    if (text.empty()) return counted(count, "file") + " as checked out";
+    return count == 0 ? text : fmt::format("{}, {} as checked out", text, number(count));
+  }
+
+  bool isAll_ = false;
+  bool isNull_ = false;
+  std::vector<std::string> names_;
+  Session* session_ = nullptr;
+  Workspace* space_ = nullptr;
+  std::vector<Row> rows_;
+  std::vector<Fields> items_;
+  std::map<std::string, size_t> counts_;
+};
+
+class List : public Command {
+ public:
+  void declare(Options& options) override {
+    options.flag(&isAll_, "-a,--all", "with revisions, lockers and folder");
+    options.flag(&isNull_, "-0,--null", "names alone, each ended by NUL");
+    options.words(&names_, "FILE", Options::Need::kOptional, "else all of the project");
+  }
+
+  void run(Session& session) override {
+    Workspace space(session, State::Use::kRead);
+    Output& output = session.output();
+    std::string names;
+    std::vector<Fields> items;
+    std::vector<std::vector<std::string>> rows;
+    for (const FileRecord* file : space.choose(names_)) {
+      const std::string path = space.shownPath(*file);
+      names += path + '\0';
+      items.push_back({{"file", file->path}, {"archive", file->archive}, {"folder", file->folder}});
+      rows.push_back({path});
+      if (isAll_) addMore(space, *file, &items.back(), &rows.back());
+    }
+    if (isNull_) return output.bytes(names);
+    const auto lines = table(rows);
+    for (size_t i = 0; i < lines.size(); ++i) output.result(items[i], lines[i]);
+  }
+
+ private:
+  static void addMore(Workspace& space, const FileRecord& file, Fields* item,
+                      std::vector<std::string>* row) {
+    const RevisionInfo* const here = space.hereOf(file);
+    const RevisionInfo* const followed = space.followedOf(file);
+    std::vector<std::string> lockers;
+    for (const RevisionInfo& each : space.historyOf(file).revisions()) {
+      lockers.insert(lockers.end(), each.lockers.begin(), each.lockers.end());
+    }
+    const auto numberOf = [](const RevisionInfo* revision) {
+      return revision == nullptr ? std::string("-") : revision->number;
+    };
+    item->insert(item->end(),
+                 {{"here", here == nullptr ? Value() : Value(here->number)},
+                  {"followed", followed == nullptr ? Value() : Value(followed->number)},
+                  {"lockers", lockers}});
+    row->insert(row->end(), {numberOf(here), numberOf(followed), listed(lockers), file.folder});
+  }
+
+  bool isAll_ = false;
+  bool isNull_ = false;
+  std::vector<std::string> names_;
+};
+
+}  // namespace
+
+std::unique_ptr<Command> makeStatus() { return makeCommand<Status>(); }
+std::unique_ptr<Command> makeList() { return makeCommand<List>(); }
+
+}  // namespace cli

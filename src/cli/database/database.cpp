@@ -1,0 +1,353 @@
+// cli/database/database.cpp: projects by way of the library's classes.
+#include "cli/database/database.h"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+
+#include "cli/database/messages.h"
+#include "cli/problem.h"
+#include "cli/text/paths.h"
+#include "cli/text/text.h"
+#include "core/lockscope.h"
+#include "domain/archivemember.h"
+#include "domain/projectfolder.h"
+#include "domain/projectroot.h"
+#include "os/directory.h"
+#include "runtime/nativepath.h"
+#include "store/format52.h"
+#include "store/profile.h"
+#include "toolkit/bracket.h"
+#include "toolkit/configfiles.h"
+
+namespace cli {
+namespace {
+
+using foldapi::TVArchiveFolder;
+using foldapi::TVArchiveFolderHandle;
+using foldapi::TVArchiveMember;
+using foldapi::TVArchiveMemberHandle;
+using foldapi::TVHandle;
+using foldapi::TVProjectFolder;
+using foldapi::TVProjectFolderHandle;
+using foldapi::TVProjectRootHandle;
+using foldapi::VPathString;
+using foldapi::VString;
+
+constexpr const char* kList = "trvsproj.pub";
+
+// The operating system's path for a path text of the data files.
+std::string native(const VString& text) {
+  return text.isEmpty() ? "" : foldapi::nativePath(text.view());
+}
+
+// An open count for the length of a block.
+class Opened {
+ public:
+  explicit Opened(TVHandle& handle) : handle_(handle) { handle_.open(); }
+  Opened(const Opened&) = delete;
+  Opened& operator=(const Opened&) = delete;
+  ~Opened() { handle_.close(); }
+
+ private:
+  TVHandle& handle_;
+};
+
+template <typename Class, typename Visit>
+void forEach(TVHandle& parent, const Visit& visit) {
+  const Opened open(parent);
+  for (TVHandle* child = &parent.first(&Class::theClass); !child->isNull();
+       child = &parent.next(&Class::theClass)) {
+    visit(*child);
+  }
+}
+
+// What the library said, in parentheses after our own words.
+std::string withMessages(std::string why) {
+  const std::string said = Messages::instance().take();
+  return said.empty() ? why : fmt::format("{} ({})", why, said);
+}
+
+std::string resolved(const std::string& directory) {
+  return directory.empty() ? "" : os::realPath(directory);
+}
+
+}  // namespace
+
+Messages& Messages::instance() {
+  static auto* messages = new Messages;
+  return *messages;
+}
+
+void Messages::notice(TVHandle&, const VString& message) { texts_.push_back(message.str()); }
+void Messages::error(TVHandle&, const VString& message) { texts_.push_back(message.str()); }
+
+std::string Messages::take() {
+  std::string text;
+  for (std::string& each : texts_) {
+    std::replace(each.begin(), each.end(), '\n', ' ');
+    text += (text.empty() ? "" : "; ") + each;
+  }
+  texts_.clear();
+  return text;
+}
+
+// Projects ----------------------------------------------------------------------------------------
+
+struct Project::Impl {
+  TVProjectFolderHandle handle;
+};
+
+Project::Project() = default;
+Project::Project(Project&&) noexcept = default;
+Project& Project::operator=(Project&&) noexcept = default;
+Project::~Project() = default;
+
+namespace {
+
+// Where a member's file is, from the top of the project's work directory.
+std::string pathOf(const TVArchiveMember& member, const std::string& top) {
+  const std::string whole = native(member.fullWorkName());
+  if (top.empty() || !isBelow(top, whole)) return whole;
+  return relativePath(top, whole);
+}
+
+void takeMembers(TVHandle& parent, const std::string& top, const std::string& folder,
+                 std::vector<FileRecord>* to) {
+  forEach<TVArchiveMember>(parent, [&](TVHandle& child) {
+    const auto& member = *child.as<TVArchiveMember>();
+    to->push_back({pathOf(member, top), native(member.qualArchiveName()), folder});
+  });
+}
+
+}  // namespace
+
+const std::string& Project::name() const {
+  return impl_->handle.as<TVProjectFolder>()->folderName().str();
+}
+std::string Project::workDirectory() const { return native(impl_->handle.privateDir()); }
+std::string Project::teamWorkDirectory() const { return native(impl_->handle.publicDir()); }
+
+void Project::setWorkDirectory(const std::string& directory) {
+  Messages::instance().forget();
+  impl_->handle.setPrivateDir(directory);
+  if (workDirectory() != directory) {
+    throw Problem{name(), withMessages("its work directory could not be stored"), "try again"};
+  }
+}
+
+void Project::setTeamWorkDirectory(const std::string& directory) {
+  Messages::instance().forget();
+  impl_->handle.setPublicDir(directory);
+  if (teamWorkDirectory() != directory) {
+    throw Problem{name(), withMessages("the team's work directory could not be stored"),
+                  "try again"};
+  }
+}
+
+std::string Project::configurationFile() const {
+  return native(impl_->handle.effectiveConfig().path);
+}
+
+std::vector<std::string> Project::archiveDirectories() const {
+  std::vector<std::string> result;
+  for (const std::string& each : split(impl_->handle.effectiveConfig().archiveDirs.view(), ';')) {
+    result.push_back(native(VString(each)));
+  }
+  return result;
+}
+
+void Project::setArchiveDirectories(const std::string& directories) {
+  TVProjectFolderHandle& handle = impl_->handle;
+  Messages::instance().forget();
+  foldapi::TVProjectConfig config = handle.effectiveConfig();
+  foldapi::appendArchiveDirs(&config, VString(directories), handle);
+  handle.setConfig(config, foldapi::theNoLock());
+  if (handle.effectiveConfig().archiveDirs.str() != directories) {
+    throw Problem{name(), withMessages("its archive directories could not be stored"),
+                  "see who owns its configuration"};
+  }
+}
+
+std::vector<FileRecord> Project::files() const {
+  std::vector<FileRecord> result;
+  const std::string top = workDirectory();
+  takeMembers(impl_->handle, top, "", &result);
+  forEach<TVArchiveFolder>(impl_->handle, [&](TVHandle& child) {
+    takeMembers(child, top, child.as<TVArchiveFolder>()->folderName().str(), &result);
+  });
+  std::sort(result.begin(), result.end(),
+            [](const FileRecord& left, const FileRecord& right) { return left.path < right.path; });
+  return result;
+}
+
+void Project::addFiles(const std::vector<FileRecord>& files) {
+  Messages::instance().forget();
+  TVProjectFolderHandle& handle = impl_->handle;
+  const foldapi::TVLockScope scope(handle);
+  if (!scope.holds(handle)) {
+    throw Problem{name(), withMessages("its list of files can't be changed now"), "try again"};
+  }
+  for (const FileRecord& file : files) {
+    const foldapi::TVMemberNames names{VPathString(std::string(directoryPart(file.archive))),
+                                       VPathString(std::string(namePart(file.archive))),
+                                       VPathString(std::string(directoryPart(file.path))),
+                                       VPathString(std::string(namePart(file.path)))};
+    foldapi::TVCreateOptions options{.scope = const_cast<foldapi::TVLockScope&>(scope)};
+    if (TVArchiveMemberHandle::create(names, handle, options).isNull()) {
+      throw Problem{file.path, withMessages("its record could not be stored"), "try again"};
+    }
+  }
+}
+
+void Project::removeFile(const FileRecord& file) {
+  Messages::instance().forget();
+  bool isGone = false;
+  const std::string top = workDirectory();
+  forEach<TVArchiveMember>(impl_->handle, [&](TVHandle& child) {
+    const auto& member = *child.as<TVArchiveMember>();
+    if (isGone || pathOf(member, top) != file.path) return;
+    child.destroy(foldapi::theNoLock());
+    isGone = true;
+  });
+  if (!isGone || !Messages::instance().areNone()) {
+    throw Problem{file.path, withMessages("its record could not be removed"), "try again"};
+  }
+}
+
+void Project::useConfiguration() const {
+  Messages::instance().forget();
+  if (!foldapi::useInClientState(impl_->handle)) {
+    throw Problem{configurationFile(), withMessages("the configuration can't be read"),
+                  "see who owns it"};
+  }
+}
+
+// Roots -------------------------------------------------------------------------------------------
+
+Roots rootsOfProfile() {
+  Roots roots;
+  for (const auto& [key, place] :
+       {std::pair("TRVSPROJ", &roots.publicRoot), std::pair("TRVSPRIV", &roots.privateRoot)}) {
+    const auto value = foldapi::profileValue("[TRVSGUI]", key);
+    *place = value ? Place{native(VString(*value)), "the profile"}
+                   : Place{joined(foldapi::userDataDirectory(), key), "the default place"};
+  }
+  return roots;
+}
+
+void storeRoots(const Roots& roots) {
+  foldapi::TVHandle context(&Messages::instance(), nullptr);
+  for (const auto& [key, place] :
+       {std::pair("TRVSPROJ", &roots.publicRoot), std::pair("TRVSPRIV", &roots.privateRoot)}) {
+    Messages::instance().forget();
+    foldapi::writeProfile(VPathString(foldapi::profilePath()), nullptr, key, VString(place->path),
+                          context);
+    if (foldapi::profileValue("[TRVSGUI]", key) == place->path) continue;
+    throw Problem{foldapi::profilePath(), withMessages("can't be written"), "see who owns it"};
+  }
+}
+
+struct Database::Impl {
+  TVProjectRootHandle root;
+};
+
+Database::Database(Roots roots, Making making)
+    : roots_(std::move(roots)), impl_(std::make_unique<Impl>()) {
+  const std::string list = joined(roots_.publicRoot.path, kList);
+  if (making == Making::kNot && !os::hasEntry(list.c_str())) {
+    throw misuse(roots_.publicRoot.path, "there is no project database",
+                 "'trevault init' or 'trevault project add' makes one");
+  }
+  Messages& messages = Messages::instance();
+  foldapi::SetGlobalHandler(&messages);
+  if (!foldapi::EnableToolkit(messages)) throw Problem{"trevault", "no memory to start"};
+  foldapi::registerFormat52();
+  impl_->root = TVProjectRootHandle::create(roots_.publicRoot.path, roots_.privateRoot.path,
+                                            foldapi::theNullHandle(),
+                                            {.sink = &messages, .version = foldapi::kFormat52});
+  impl_->root.open();
+  if (!os::hasEntry(list.c_str())) {
+    throw Problem{roots_.publicRoot.path, withMessages("can't be made"),
+                  "ask who owns the directory above, or choose another with --public"};
+  }
+}
+
+Database::~Database() = default;
+
+std::vector<std::string> Database::projects() const {
+  std::vector<std::string> names;
+  forEach<TVProjectFolder>(impl_->root, [&](TVHandle& child) {
+    names.push_back(child.as<TVProjectFolder>()->folderName().str());
+  });
+  return names;
+}
+
+namespace {
+
+TVProjectFolderHandle findProject(TVProjectRootHandle& root, const std::string& name) {
+  TVProjectFolderHandle found;
+  forEach<TVProjectFolder>(root, [&](TVHandle& child) {
+    if (child.as<TVProjectFolder>()->folderName().str() == name) {
+      found = TVProjectFolderHandle(child);
+    }
+  });
+  return found;
+}
+
+}  // namespace
+
+Project Database::open(const std::string& name) {
+  Project project;
+  project.impl_.reset(new Project::Impl{findProject(impl_->root, name)});
+  if (project.impl_->handle.isNull()) {
+    const std::string near = nearest(name, projects());
+    throw misuse(name, "no such project",
+                 near.empty() ? "'trevault project list' lists them"
+                              : fmt::format("did you mean '{}'?", near));
+  }
+  Messages::instance().forget();
+  project.impl_->handle.open();
+  return project;
+}
+
+Project Database::add(const std::string& name, const std::string& work,
+                      const std::string& teamWork) {
+  if (!findProject(impl_->root, name).isNull()) {
+    throw misuse(name, "there is such a project already",
+                 fmt::format("'trevault join {}' to work in it", name));
+  }
+  Messages::instance().forget();
+  TVProjectFolderHandle::create(name, foldapi::TVProjectConfig(), work, teamWork, impl_->root);
+  if (findProject(impl_->root, name).isNull()) {
+    throw Problem{name, withMessages("could not be created"), "choose another name or place"};
+  }
+  return open(name);
+}
+
+void Database::remove(const std::string& name) {
+  TVProjectFolderHandle project = findProject(impl_->root, name);
+  Messages::instance().forget();
+  project.destroy(foldapi::theNoLock());
+  if (!findProject(impl_->root, name).isNull()) {
+    throw Problem{name, withMessages("could not be removed"), "try again"};
+  }
+}
+
+std::optional<Database::Holder> Database::holderOf(const std::string& directory) {
+  std::optional<Holder> best;
+  const std::string place = resolved(directory);
+  forEach<TVProjectFolder>(impl_->root, [&](TVHandle& child) {
+    const auto& project = *child.as<TVProjectFolder>();
+    for (const VString* each : {&project.privateWorkDir(), &project.publicWorkDir()}) {
+      const std::string top = resolved(native(*each));
+      const bool isDeeper = !best || top.size() > best->top.size();
+      if (!top.empty() && isBelow(top, place) && isDeeper) {
+        best = Holder{project.folderName().str(), top};
+      }
+    }
+  });
+  return best;
+}
+
+}  // namespace cli

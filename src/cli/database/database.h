@@ -1,0 +1,98 @@
+// cli/database/database.h: the projects and files of a team, as commands see them.
+//
+// Everything here throws Problem. Paths are the operating system's.
+#pragma once
+
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace cli {
+
+// A place, and why it was taken.
+struct Place {
+  std::string path;
+  std::string reason;
+};
+
+struct Roots {
+  Place publicRoot;
+  Place privateRoot;
+};
+
+// A file of a project: its record.
+struct FileRecord {
+  std::string path;     // From the top of the work directory, with "/".
+  std::string archive;  // Absolute.
+  std::string folder;   // Empty: in none.
+};
+
+// One project, open as long as the object lives.
+class Project {
+ public:
+  Project();
+  Project(Project&&) noexcept;
+  Project& operator=(Project&&) noexcept;
+  ~Project();
+
+  const std::string& name() const;
+  // The user's own work directory, and the team's; either may be empty.
+  std::string workDirectory() const;
+  std::string teamWorkDirectory() const;
+  void setWorkDirectory(const std::string& directory);
+  void setTeamWorkDirectory(const std::string& directory);
+  std::string configurationFile() const;
+  // In their order; where new archives go is the first.
+  std::vector<std::string> archiveDirectories() const;
+  void setArchiveDirectories(const std::string& directories);
+
+  // By their paths.
+  std::vector<FileRecord> files() const;
+  // Stores records in one edit of the project's file; those of folders that the project has not are
+  // refused.
+  void addFiles(const std::vector<FileRecord>& files);
+  void removeFile(const FileRecord& file);
+
+  // Has the engine work with the project's configuration.
+  void useConfiguration() const;
+
+ private:
+  friend class Database;
+  struct Impl;
+  std::unique_ptr<Impl> impl_;
+};
+
+// What the profile says, else the default places; the profile is left alone.
+Roots rootsOfProfile();
+// Has the profile say them from now on.
+void storeRoots(const Roots& roots);
+
+class Database {
+ public:
+  // Reads the list of projects. Nothing is made unless `makes`: a public root that is no database
+  // is refused.
+  enum class Making { kAllowed, kNot };
+  Database(Roots roots, Making making);
+  ~Database();
+
+  const Roots& roots() const { return roots_; }
+  std::vector<std::string> projects() const;
+  Project open(const std::string& name);
+  Project add(const std::string& name, const std::string& work, const std::string& teamWork);
+  void remove(const std::string& name);
+  // The project whose work directory, the user's or the team's, holds `directory`: the deepest.
+  // Links are resolved on both sides.
+  struct Holder {
+    std::string project;
+    std::string top;
+  };
+  std::optional<Holder> holderOf(const std::string& directory);
+
+ private:
+  struct Impl;
+  Roots roots_;
+  std::unique_ptr<Impl> impl_;
+};
+
+}  // namespace cli

@@ -1,0 +1,199 @@
+// cli/options.cpp: the command is found by hand, so that no parser has to know all of them; its own
+// words are read by a parser that knows it alone.
+#include "cli/options.h"
+
+#include <fmt/format.h>
+
+#include <CLI/CLI.hpp>
+
+#include "cli/command.h"
+#include "cli/text/text.h"
+
+namespace cli {
+namespace {
+
+using Words = std::vector<std::string>;
+
+void declareGlobals(CLI::App* app, Globals* to) {
+  Options options(app);
+  options.text(&to->project, "-p,--project", "NAME",
+               "another project than the one of this directory");
+  options.text(&to->start, "-C", "DIR", "start in DIR");
+  options.text(&to->publicRoot, "--public", "DIR", "another public root");
+  options.text(&to->privateRoot, "--private", "DIR", "another private root");
+  options.flag(&to->manner.quiet, "-q,--quiet", "nothing but errors");
+  options.flag(&to->manner.verbose, "-v,--verbose", "every file, and more about each");
+  options.flag(&to->manner.json, "--json", "one JSON document in place of text");
+  options.flag(&to->manner.yes, "-y,--yes", "the answer to every question");
+  options.flag(&to->manner.no, "--no", "the answer to every question");
+  options.text(&to->manner.colour, "--color,--colour", "WHEN", "auto, always or never");
+  app->add_flag_callback(
+      "--no-pager", [to] { to->manner.pager = false; }, "no pager");
+  options.flag(&to->help, "-h,--help", "this page");
+  options.flag(&to->version, "--version", "the version");
+}
+
+bool takesValue(const std::string& option) {
+  for (const char* each :
+       {"-p", "--project", "-C", "--public", "--private", "--color", "--colour"}) {
+    if (option == each) return true;
+  }
+  return false;
+}
+
+// The place of the next word that is no option, from `place` on; words.size() for none.
+size_t wordFrom(const Words& words, size_t place) {
+  while (place < words.size() && words[place].starts_with('-') && words[place] != "--") {
+    place += takesValue(words[place]) ? 2 : 1;
+  }
+  const bool isThere = place < words.size() && words[place] != "--";
+  return isThere ? place : words.size();
+}
+
+const CommandEntry* findCommand(std::string_view name) {
+  for (const CommandEntry& each : theCommands()) {
+    if (each.name == name || (!each.alias.empty() && each.alias == name)) return &each;
+  }
+  return nullptr;
+}
+
+// Whether there are commands of two words that begin with this one.
+Words secondWordsOf(const std::string& first) {
+  Words found;
+  for (const CommandEntry& each : theCommands()) {
+    if (each.name.starts_with(first + ' ')) found.emplace_back(each.name.substr(first.size() + 1));
+  }
+  return found;
+}
+
+[[noreturn]] void refuseCommand(const std::string& word) {
+  Words known;
+  for (const CommandEntry& each : theCommands()) {
+    known.push_back(split(each.name, ' ').front());
+    if (!each.alias.empty()) known.emplace_back(each.alias);
+  }
+  const std::string near = nearest(word, known);
+  throw misuse(
+      word, "no such command",
+      near.empty() ? "'trevault help' lists them" : fmt::format("did you mean '{}'?", near));
+}
+
+// The command that the words name, which are taken out. Null if they name none.
+const CommandEntry* takeCommand(Words* words) {
+  const size_t place = wordFrom(*words, 0);
+  if (place == words->size()) return nullptr;
+  const std::string first = (*words)[place];
+  words->erase(words->begin() + static_cast<ptrdiff_t>(place));
+  if (const CommandEntry* found = findCommand(first)) return found;
+  const Words seconds = secondWordsOf(first);
+  if (seconds.empty()) refuseCommand(first);
+  const size_t next = wordFrom(*words, place);
+  const std::string choice =
+      fmt::format("'{} {}'", first, fmt::join(seconds, "', '" + first + ' '));
+  if (next == words->size()) throw misuse(first, "what of it?", choice);
+  const std::string second = (*words)[next];
+  const CommandEntry* const found = findCommand(first + ' ' + second);
+  if (found == nullptr) throw misuse(first + ' ' + second, "no such command", choice);
+  words->erase(words->begin() + static_cast<ptrdiff_t>(next));
+  return found;
+}
+
+// The first word that no option has taken.
+void refuseExtras(const CLI::App& app, const std::string& name) {
+  const Words left = app.remaining();
+  if (left.empty()) return;
+  const std::string word = left.front().substr(0, left.front().find('='));
+  const std::string what = name.empty() ? "trevault" : name;
+  if (!word.starts_with('-')) throw misuse(what, fmt::format("'{}' is one word too many", word));
+  Words known;
+  for (const CLI::Option* option : app.get_options()) {
+    for (const std::string& each : option->get_lnames()) known.push_back("--" + each);
+  }
+  const std::string near = word.starts_with("--") ? nearest(word, known) : "";
+  throw misuse(what, fmt::format("{}: no such option", word),
+               near.empty()
+                   ? fmt::format("'trevault help{}{}' lists them", name.empty() ? "" : " ", name)
+                   : fmt::format("did you mean '{}'?", near));
+}
+
+void read(CLI::App* app, const std::string& name, Words words) {
+  std::reverse(words.begin(), words.end());
+  try {
+    app->parse(words);
+  } catch (const CLI::ParseError& error) {
+    throw misuse(name.empty() ? "trevault" : name, error.what());
+  }
+  refuseExtras(*app, name);
+}
+
+void check(const Globals& globals) {
+  const Output::Manner& manner = globals.manner;
+  if (manner.yes && manner.no) throw misuse("--yes", "and --no exclude each other");
+  const bool isKnown =
+      manner.colour == "auto" || manner.colour == "always" || manner.colour == "never";
+  if (!isKnown) throw misuse("--color", "auto, always or never");
+}
+
+std::string overview() {
+  std::string text = "usage: trevault [OPTION]... COMMAND [OPTION]... [FILE]...\n\n";
+  std::vector<Words> rows;
+  for (const CommandEntry& each : theCommands()) {
+    std::string name(each.name);
+    if (!each.alias.empty()) name += fmt::format(", {}", each.alias);
+    rows.push_back({"", name, std::string(each.summary)});
+  }
+  for (const std::string& each : table(rows)) text += each + '\n';
+  return text + "\n'trevault help COMMAND' tells more about one.\n";
+}
+
+}  // namespace
+
+void Options::flag(bool* to, const char* names, const char* help) {
+  app_->add_flag(names, *to, help);
+}
+
+void Options::text(std::string* to, const char* names, const char* value, const char* help) {
+  app_->add_option(names, *to, help)->type_name(value);
+}
+
+void Options::texts(std::vector<std::string>* to, const char* names, const char* value,
+                    const char* help) {
+  app_->add_option(names, *to, help)->type_name(value)->expected(1)->take_all();
+}
+
+void Options::word(std::string* to, const char* name, Need need, const char* help) {
+  app_->add_option(name, *to, help)->type_name("")->required(need == Need::kRequired);
+}
+
+void Options::words(std::vector<std::string>* to, const char* name, Need need, const char* help) {
+  app_->add_option(name, *to, help)->type_name("")->required(need == Need::kRequired);
+}
+
+Invocation readCommandLine(const std::vector<std::string>& given) {
+  Words words = given;
+  Invocation result;
+  const CommandEntry* const entry = takeCommand(&words);
+  CLI::App app(entry == nullptr ? "" : std::string(entry->summary));
+  app.set_help_flag();
+  app.allow_extras();
+  if (entry != nullptr) {
+    result.name = entry->name;
+    result.command = entry->make();
+    Options options(&app);
+    result.command->declare(options);
+  }
+  declareGlobals(&app, &result.globals);
+  const bool wantsHelp = std::any_of(words.begin(), words.end(), [](const std::string& word) {
+    return word == "-h" || word == "--help";
+  });
+  result.help = entry == nullptr ? overview() : app.help("trevault " + result.name);
+  if (wantsHelp) {
+    result.globals.help = true;
+    return result;
+  }
+  read(&app, result.name, std::move(words));
+  check(result.globals);
+  return result;
+}
+
+}  // namespace cli

@@ -1,0 +1,60 @@
+// cli/options.h: the command line, from words to the fields of a command.
+#pragma once
+
+#include <memory>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "cli/terminal/output.h"
+
+namespace CLI {
+class App;
+}
+
+namespace cli {
+
+// What every command may be told.
+struct Globals {
+  std::string project;
+  std::string start;  // The directory to start in.
+  std::string publicRoot;
+  std::string privateRoot;
+  bool help = false;
+  bool version = false;
+  Output::Manner manner;
+};
+
+// The options of one command. What is named here is filled when the words are read: the fields have
+// to outlive that. Letters mean the same in all commands that have them.
+class Options {
+ public:
+  explicit Options(CLI::App* app) : app_(app) {}
+
+  void flag(bool* to, const char* names, const char* help);
+  // `value` names what stands after it.
+  void text(std::string* to, const char* names, const char* value, const char* help);
+  void texts(std::vector<std::string>* to, const char* names, const char* value, const char* help);
+  // Words without a dash, in their order.
+  enum class Need { kOptional, kRequired };
+  void word(std::string* to, const char* name, Need need, const char* help);
+  void words(std::vector<std::string>* to, const char* name, Need need, const char* help);
+
+ private:
+  CLI::App* app_;
+};
+
+class Command;
+
+// A command line that was read.
+struct Invocation {
+  Globals globals;
+  std::string name;                  // Of the command, as "project add"; empty for none.
+  std::unique_ptr<Command> command;  // Null where only help or the version is wanted.
+  std::string help;                  // The page of the command or of the program.
+};
+
+// Throws Problem for a command or an option that there is not.
+Invocation readCommandLine(const std::vector<std::string>& words);
+
+}  // namespace cli

@@ -1,0 +1,109 @@
+// cli/session.cpp: from the directory of the shell to project, work directory and database.
+#include "cli/session.h"
+
+#include <fmt/format.h>
+
+#include "cli/problem.h"
+#include "cli/text/paths.h"
+#include "cli/text/text.h"
+#include "os/directory.h"
+#include "os/environment.h"
+
+namespace cli {
+namespace {
+
+// The option, else the variable.
+std::optional<Place> said(const std::string& option, const char* name, const char* variable) {
+  if (!option.empty()) return Place{option, fmt::format("the option --{}", name)};
+  const auto value = os::environmentVariable(variable);
+  if (value && !value->empty()) return Place{*value, variable};
+  return {};
+}
+
+}  // namespace
+
+Session::Session(Globals globals, Output& output)
+    : globals_(std::move(globals)), output_(output), here_(os::currentDirectory()) {
+  if (!globals_.start.empty()) {
+    if (!os::changeDirectory(globals_.start)) {
+      throw misuse(globals_.start, "no such directory, or it may not be entered");
+    }
+    here_ = os::currentDirectory();
+  }
+  if (here_.empty())
+    throw misuse("trevault", "the directory of the shell is gone", "'cd' to another");
+}
+
+Session::~Session() = default;
+
+std::string Session::absolute(const std::string& typed) const { return absolutePath(here_, typed); }
+
+std::string Session::fromHere(const std::string& path) const {
+  return isBelow(here_, path) ? relativePath(here_, path) : path;
+}
+
+const std::optional<WorkDirectory>& Session::nearest() {
+  if (!isLookedFor_) {
+    isLookedFor_ = true;
+    nearest_ = findWorkDirectory(here_);
+  }
+  return nearest_;
+}
+
+Roots Session::roots() {
+  Roots roots = rootsOfProfile();
+  if (const auto& near = nearest()) {
+    const std::string reason = fmt::format("{} in {}", kMemory, near->top);
+    for (auto [said, place] : {std::pair(&near->publicRoot, &roots.publicRoot),
+                               std::pair(&near->privateRoot, &roots.privateRoot)}) {
+      if (!said->empty() && *said != place->path) *place = {*said, reason};
+    }
+  }
+  for (auto [option, name, variable, place] :
+       {std::tuple(&globals_.publicRoot, "public", "TREVAULT_PUBLIC", &roots.publicRoot),
+        std::tuple(&globals_.privateRoot, "private", "TREVAULT_PRIVATE", &roots.privateRoot)}) {
+    if (const auto place2 = said(*option, name, variable)) {
+      *place = {absolute(place2->path), place2->reason};
+    }
+  }
+  return roots;
+}
+
+Database& Session::database(Database::Making making) {
+  if (database_ == nullptr) database_ = std::make_unique<Database>(roots(), making);
+  return *database_;
+}
+
+Place Session::projectName() {
+  if (const auto place = said(globals_.project, "project", "TREVAULT_PROJECT")) return *place;
+  if (const auto& near = nearest()) return {near->project, "of this work directory"};
+  if (const auto holder = database().holderOf(here_)) {
+    return {holder->project, fmt::format("has its work directory at {}", holder->top)};
+  }
+  throw misuse("not in a work directory", fmt::format("no project holds {}", shown(here_)),
+               "'trevault project list', then 'trevault join' or -p");
+}
+
+Project& Session::project() {
+  if (!project_) project_ = database().open(projectName().path);
+  return *project_;
+}
+
+void Session::use(Project project) { project_ = std::move(project); }
+
+WorkDirectory& Session::work() {
+  if (work_) return *work_;
+  const std::string& name = project().name();
+  if (nearest() && nearest()->project == name) return *(work_ = nearest());
+  const std::string top = project().workDirectory();
+  if (top.empty()) {
+    throw misuse(name, "you have no work directory for it",
+                 fmt::format("'trevault join {}' makes one", name));
+  }
+  auto stored = findWorkDirectory(top);
+  if (stored && stored->top == top && stored->project == name) return *(work_ = stored);
+  work_ = WorkDirectory{.top = top, .project = name};
+  return *work_;
+}
+
+}  // namespace cli

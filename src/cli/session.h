@@ -1,0 +1,55 @@
+// cli/session.h: one run of the program: where it was started, what was asked of it, and the
+// database, the project and the work directory that this leads to. Each is looked for when a
+// command first wants it, as most cost something. All throw Problem.
+#pragma once
+
+#include <memory>
+#include <optional>
+#include <string>
+
+#include "cli/database/database.h"
+#include "cli/options.h"
+#include "cli/terminal/output.h"
+#include "cli/work/directory.h"
+
+namespace cli {
+
+class Session {
+ public:
+  Session(Globals globals, Output& output);
+  ~Session();
+
+  const Globals& globals() const { return globals_; }
+  Output& output() { return output_; }
+  // The directory that relative names begin in, absolute.
+  const std::string& here() const { return here_; }
+  // A path as it was typed, absolute; and an absolute one as it is shown.
+  std::string absolute(const std::string& typed) const;
+  std::string fromHere(const std::string& path) const;
+
+  // The roots by the options, the environment, the nearest work directory, the profile.
+  Roots roots();
+  Database& database(Database::Making making = Database::Making::kNot);
+
+  // The project that the command is about, and why that one. Misuse if there is none.
+  Place projectName();
+  Project& project();
+  // Where the user's files of that project are.
+  WorkDirectory& work();
+  // The nearest ".trevault", if there is one.
+  const std::optional<WorkDirectory>& nearest();
+
+  void use(Project project);  // For commands that make one.
+
+ private:
+  Globals globals_;
+  Output& output_;
+  std::string here_;
+  bool isLookedFor_ = false;
+  std::optional<WorkDirectory> nearest_;
+  std::optional<WorkDirectory> work_;
+  std::unique_ptr<Database> database_;
+  std::optional<Project> project_;
+};
+
+}  // namespace cli

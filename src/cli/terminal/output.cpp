@@ -1,0 +1,208 @@
+// cli/terminal/output.cpp: lines, JSON documents, problems, hints and questions.
+#include "cli/terminal/output.h"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <nlohmann/json.hpp>
+
+#include "cli/text/text.h"
+#include "os/environment.h"
+#include "os/terminal.h"
+
+namespace cli {
+namespace {
+
+using Json = nlohmann::ordered_json;
+
+constexpr int kVersion = 1;  // Of the documents.
+constexpr size_t kMostLines = 20;
+constexpr size_t kWideWrite = 64 << 10;
+
+Json jsonOf(const Value& value) {
+  return std::visit(
+      [](const auto& held) -> Json {
+        using Held = std::decay_t<decltype(held)>;
+        if constexpr (std::is_same_v<Held, Fields>) {
+          Json object = Json::object();
+          for (const auto& [name, field] : held) object[name] = jsonOf(field);
+          return object;
+        } else if constexpr (std::is_same_v<Held, std::vector<Value>>) {
+          Json list = Json::array();
+          for (const Value& each : held) list.push_back(jsonOf(each));
+          return list;
+        } else {
+          return held;
+        }
+      },
+      static_cast<const Value::variant&>(value));
+}
+
+std::string base64(std::string_view bytes) {
+  constexpr std::string_view kDigits =
+      "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
+  std::string result;
+  for (size_t place = 0; place < bytes.size(); place += 3) {
+    uint32_t group = 0;
+    for (size_t i = 0; i < 3; ++i) {
+      const bool isThere = place + i < bytes.size();
+      group = group << 8 | (isThere ? static_cast<unsigned char>(bytes[place + i]) : 0U);
+    }
+    for (size_t i = 0; i < 4; ++i) {
+      result += place + i <= bytes.size() ? kDigits[group >> (18 - 6 * i) & 63] : '=';
+    }
+  }
+  return result;
+}
+
+// A name that is no text comes out with all its bytes beside it.
+void addBytes(Fields* item) {
+  for (size_t i = 0; i < item->size(); ++i) {
+    const auto& [name, value] = (*item)[i];
+    const auto* const text = std::get_if<std::string>(&value);
+    if (name != "file" || text == nullptr || isUtf8(*text)) continue;
+    item->emplace_back("file_bytes", base64(*text));
+    return;
+  }
+}
+
+std::string_view codeOf(Colour colour) {
+  switch (colour) {
+    case Colour::kRed:
+      return "31";
+    case Colour::kGreen:
+      return "32";
+    case Colour::kYellow:
+      return "33";
+    case Colour::kMagenta:
+      return "35";
+    case Colour::kCyan:
+      return "36";
+    case Colour::kBoldRed:
+      return "1;31";
+    default:
+      return "0";
+  }
+}
+
+// The commands that stand in single quotes.
+std::vector<std::string> commandsIn(std::string_view todo) {
+  std::vector<std::string> found;
+  for (;;) {
+    const size_t begin = todo.find('\'');
+    const size_t end = begin == std::string_view::npos ? begin : todo.find('\'', begin + 1);
+    if (end == std::string_view::npos) return found;
+    found.emplace_back(todo.substr(begin + 1, end - begin - 1));
+    todo.remove_prefix(end + 1);
+  }
+}
+
+bool wantsColour(const std::string& wish) {
+  if (wish != "auto") return wish == "always";
+  const auto none = os::environmentVariable("NO_COLOR");
+  const bool isDumb = os::environmentVariable("TERM").value_or("") == "dumb";
+  return os::isTerminal(os::Stream::kOutput) && none.value_or("").empty() && !isDumb;
+}
+
+}  // namespace
+
+Output::Output(Manner manner)
+    : manner_(std::move(manner)), isColoured_(!manner_.json && wantsColour(manner_.colour)) {}
+
+bool Output::isWide() const {
+  for (const char* name : {"LC_ALL", "LC_CTYPE", "LANG"}) {
+    const std::string locale = os::environmentVariable(name).value_or("");
+    if (locale.empty()) continue;
+    return locale.find("UTF-8") != std::string::npos || locale.find("utf8") != std::string::npos;
+  }
+  return false;
+}
+
+std::string Output::coloured(std::string_view text, Colour colour) const {
+  if (!isColoured_ || colour == Colour::kPlain) return std::string(text);
+  return fmt::format("\x1B[{}m{}\x1B[0m", codeOf(colour), text);
+}
+
+void Output::set(std::string name, Value value) {
+  document_.emplace_back(std::move(name), std::move(value));
+}
+
+void Output::result(Fields item, std::string_view text) {
+  if (manner_.json) {
+    addBytes(&item);
+    items_.emplace_back(std::move(item));
+  } else if (!text.empty()) {
+    const bool isCut = os::isTerminal(os::Stream::kOutput) && !manner_.verbose;
+    if (++lines_ <= kMostLines || !isCut) line(text);
+  }
+}
+
+void Output::line(std::string_view text) {
+  if (manner_.json || manner_.quiet) return;
+  pending_.append(text).append("\n");
+  if (pending_.size() > kWideWrite) flush();
+}
+
+void Output::bytes(std::string_view bytes) {
+  flush();
+  if (!os::writeTo(os::Stream::kOutput, bytes)) throw Problem{"standard output", "takes no more"};
+}
+
+// Who closes a pager or a pipe has seen enough.
+void Output::flush() {
+  static_cast<void>(os::writeTo(os::Stream::kOutput, pending_));
+  pending_.clear();
+}
+
+void Output::hint(std::string_view text) {
+  const bool isWanted = !manner_.json && !manner_.quiet && os::isTerminal(os::Stream::kErrors) &&
+                        os::environmentVariable("TREVAULT_HINTS").value_or("") != "0";
+  if (!isWanted || std::exchange(isHinted_, true)) return;
+  flush();
+  static_cast<void>(os::writeTo(os::Stream::kErrors, fmt::format("hint: {}\n", text)));
+}
+
+void Output::problem(const Problem& problem) {
+  worst_ = std::max(worst_, problem.exit);
+  if (manner_.json) {
+    const Value status = problem.status == 0 ? Value() : Value(problem.status);
+    errors_.emplace_back(Fields{{"file", problem.what},
+                                {"status", status},
+                                {"what", problem.what},
+                                {"why", problem.why},
+                                {"try", commandsIn(problem.todo)}});
+    return;
+  }
+  flush();
+  std::string text = coloured("trevault:", Colour::kBoldRed);
+  text += fmt::format(" {}: {}", shown(problem.what), problem.why);
+  if (!problem.todo.empty()) text += "; " + problem.todo;
+  if (manner_.verbose && problem.status != 0)
+    text += fmt::format(" (engine status {})", problem.status);
+  static_cast<void>(os::writeTo(os::Stream::kErrors, text + '\n'));
+}
+
+bool Output::ask(std::string_view what) {
+  if (manner_.yes || manner_.no) return manner_.yes;
+  flush();
+  const bool mayAsk = isText() && os::isTerminal(os::Stream::kErrors);
+  if (!mayAsk) return false;
+  const auto answer = os::readFromTerminal(fmt::format("{}? [y/N] ", what));
+  return answer && (*answer == "y" || *answer == "Y" || *answer == "yes");
+}
+
+Exit Output::finish(std::string_view command, Exit exit) {
+  const bool isCut = os::isTerminal(os::Stream::kOutput) && !manner_.verbose && lines_ > kMostLines;
+  if (isCut) line(fmt::format("... and {} more (-v shows all)", number(lines_ - kMostLines)));
+  if (manner_.json) {
+    Fields whole{{"version", kVersion}, {"command", command}};
+    whole.insert(whole.end(), document_.begin(), document_.end());
+    whole.emplace_back("items", items_);
+    whole.emplace_back("errors", errors_);
+    pending_ = jsonOf(whole).dump(-1, ' ', false, Json::error_handler_t::replace) + '\n';
+  }
+  flush();
+  return std::max(exit, worst_);
+}
+
+}  // namespace cli

@@ -1,0 +1,84 @@
+// cli/terminal/output.h: where everything goes that a command has to say.
+//
+// Results go to the standard output, one line each, or as one JSON document at the end; problems,
+// hints and questions to the standard error. A command tells each thing once, with the fields of
+// its JSON item beside the line, and does not ask which of both is wanted.
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <string_view>
+#include <utility>
+#include <variant>
+#include <vector>
+
+#include "cli/problem.h"
+
+namespace cli {
+
+class Value;
+using Fields = std::vector<std::pair<std::string, Value>>;
+// What a field of a JSON document holds; null as it is made.
+class Value : public std::variant<std::nullptr_t, bool, int64_t, std::string,
+                                  std::vector<std::string>, std::vector<Value>, Fields> {
+ public:
+  using variant::variant;
+  Value(const char* text) : variant(std::string(text)) {}
+  Value(std::string_view text) : variant(std::string(text)) {}
+  Value(int number) : variant(int64_t{number}) {}
+  Value(size_t number) : variant(static_cast<int64_t>(number)) {}
+};
+
+enum class Colour { kPlain, kRed, kGreen, kYellow, kMagenta, kCyan, kBoldRed };
+
+class Output {
+ public:
+  struct Manner {
+    bool json = false;
+    bool quiet = false;
+    bool verbose = false;
+    bool yes = false;  // The answer to every question, as the next.
+    bool no = false;
+    bool pager = true;
+    std::string colour = "auto";
+  };
+
+  explicit Output(Manner manner);
+
+  const Manner& manner() const { return manner_; }
+  bool isText() const { return !manner_.json; }
+  bool isWide() const;  // A terminal shows box characters and the like.
+  std::string coloured(std::string_view text, Colour colour) const;
+
+  // A field of the document itself.
+  void set(std::string name, Value value);
+  // A result: an item of the document, or a line. An empty line has the item in JSON alone.
+  void result(Fields item, std::string_view line);
+  // Text without an item: headings, counts, the lines of a table.
+  void line(std::string_view text);
+  // Bytes as they are.
+  void bytes(std::string_view bytes);
+  // One for a command, and on a terminal only.
+  void hint(std::string_view text);
+  void problem(const Problem& problem);
+  // `what` is the question without its choices. No without a terminal, and unless yes is said.
+  bool ask(std::string_view what);
+
+  // Writes what is kept till the end. The exit code: what was said, or what the problems say.
+  Exit finish(std::string_view command, Exit exit);
+
+ private:
+  void flush();
+
+  Manner manner_;
+  bool isColoured_ = false;
+  std::string pending_;
+  size_t lines_ = 0;  // Results on a terminal so far, of which only some are shown.
+  Fields document_;
+  std::vector<Value> items_;
+  std::vector<Value> errors_;
+  bool isHinted_ = false;
+  Exit worst_ = Exit::kDone;
+};
+
+}  // namespace cli

@@ -1,0 +1,62 @@
+// cli/text/paths.cpp: absolute paths and relative ones.
+#include "cli/text/paths.h"
+
+#include <vector>
+
+#include "cli/text/text.h"
+
+namespace cli {
+namespace {
+
+std::vector<std::string> partsOf(std::string_view path) {
+  std::vector<std::string> parts;
+  for (std::string& part : split(path, '/')) {
+    if (part.empty() || part == ".") continue;
+    if (part != "..") {
+      parts.push_back(std::move(part));
+    } else if (!parts.empty()) {
+      parts.pop_back();
+    }
+  }
+  return parts;
+}
+
+}  // namespace
+
+std::string absolutePath(std::string_view base, std::string_view path) {
+  std::string whole(path);
+  if (!path.starts_with('/')) whole = std::string(base) + '/' + whole;
+  std::string result;
+  for (const std::string& part : partsOf(whole)) result += '/' + part;
+  return result.empty() ? "/" : result;
+}
+
+bool isBelow(std::string_view top, std::string_view path) {
+  if (top == "/" || path == top) return true;
+  return path.starts_with(top) && path[top.size()] == '/';
+}
+
+std::string relativePath(std::string_view from, std::string_view path) {
+  const auto start = partsOf(from);
+  const auto end = partsOf(path);
+  size_t same = 0;
+  while (same < start.size() && same < end.size() && start[same] == end[same]) ++same;
+  std::string result;
+  for (size_t i = same; i < start.size(); ++i) result += result.empty() ? ".." : "/..";
+  for (size_t i = same; i < end.size(); ++i) result += (result.empty() ? "" : "/") + end[i];
+  return result.empty() ? "." : result;
+}
+
+std::string_view directoryPart(std::string_view path) {
+  const size_t slash = path.rfind('/');
+  return slash == std::string_view::npos ? "" : path.substr(0, slash);
+}
+
+std::string_view namePart(std::string_view path) { return path.substr(path.rfind('/') + 1); }
+
+std::string joined(std::string_view directory, std::string_view name) {
+  if (directory.empty() || name.empty()) return std::string(directory) + std::string(name);
+  return std::string(directory) + (directory.ends_with('/') ? "" : "/") + std::string(name);
+}
+
+}  // namespace cli

@@ -1,0 +1,165 @@
+// cli/text/text.cpp: numbers, names and tables as people read them.
+#include "cli/text/text.h"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <numeric>
+#include <utility>
+
+namespace cli {
+namespace {
+
+constexpr std::string_view kNoText = "\xEF\xBF\xBD";  // U+FFFD.
+
+// The length of the UTF-8 sequence that `text` begins with, 0 for none.
+size_t sequenceAt(std::string_view text) {
+  const auto byte = [&](size_t place) {
+    return place < text.size() ? static_cast<unsigned char>(text[place]) : 0U;
+  };
+  const unsigned first = byte(0);
+  const size_t length = first < 0x80   ? 1
+                        : first < 0xC2 ? 0
+                        : first < 0xE0 ? 2
+                        : first < 0xF0 ? 3
+                                       : 4;
+  if (first > 0xF4) return 0;
+  for (size_t place = 1; place < length; ++place) {
+    if ((byte(place) & 0xC0) != 0x80) return 0;
+  }
+  // No longer than need be, no halves of pairs, nothing beyond the last code point.
+  const bool isOdd = (first == 0xE0 && byte(1) < 0xA0) || (first == 0xED && byte(1) > 0x9F) ||
+                     (first == 0xF0 && byte(1) < 0x90) || (first == 0xF4 && byte(1) > 0x8F);
+  return isOdd ? 0 : length;
+}
+
+bool isControl(char c) { return (static_cast<unsigned char>(c) < 0x20) || c == 0x7F; }
+
+// How many letters must be put in, left out or changed.
+size_t distance(std::string_view from, std::string_view to) {
+  std::vector<size_t> row(to.size() + 1);
+  std::iota(row.begin(), row.end(), size_t{0});
+  for (size_t i = 0; i < from.size(); ++i) {
+    size_t corner = std::exchange(row[0], i + 1);
+    for (size_t j = 0; j < to.size(); ++j) {
+      const size_t changed = corner + (from[i] == to[j] ? 0 : 1);
+      corner = row[j + 1];
+      row[j + 1] = std::min({changed, row[j] + 1, corner + 1});
+    }
+  }
+  return row.back();
+}
+
+}  // namespace
+
+std::string number(uint64_t count) {
+  std::string text = fmt::format("{}", count);
+  if (count < 10'000) return text;
+  for (size_t place = text.size(); place > 3; place -= 3) text.insert(place - 3, ",");
+  return text;
+}
+
+std::string counted(uint64_t count, std::string_view thing) {
+  std::string text = number(count) + ' ' + std::string(thing);
+  if (count == 1) return text;
+  const bool hisses = thing.ends_with("ch") || thing.ends_with('s') || thing.ends_with('x');
+  return text + (hisses ? "es" : "s");
+}
+
+bool isUtf8(std::string_view text) {
+  while (!text.empty()) {
+    const size_t length = sequenceAt(text);
+    if (length == 0) return false;
+    text.remove_prefix(length);
+  }
+  return true;
+}
+
+std::string asUtf8(std::string_view text) {
+  std::string result;
+  while (!text.empty()) {
+    const size_t length = sequenceAt(text);
+    result += length == 0 ? kNoText : text.substr(0, length);
+    text.remove_prefix(std::max<size_t>(length, 1));
+  }
+  return result;
+}
+
+std::string shown(std::string_view text) {
+  if (isUtf8(text) && std::none_of(text.begin(), text.end(), isControl)) return std::string(text);
+  std::string result = "\"";
+  while (!text.empty()) {
+    const size_t length = sequenceAt(text);
+    const char c = text.front();
+    if (length == 0 || (isControl(c) && c != '\t' && c != '\n')) {
+      result += fmt::format("\\{:03o}", static_cast<unsigned char>(c));
+    } else if (c == '\t' || c == '\n') {
+      result += c == '\t' ? "\\t" : "\\n";
+    } else {
+      if (c == '"' || c == '\\') result += '\\';
+      result += text.substr(0, length);
+    }
+    text.remove_prefix(std::max<size_t>(length, 1));
+  }
+  return result + '"';
+}
+
+size_t columnsOf(std::string_view text) {
+  return static_cast<size_t>(std::count_if(text.begin(), text.end(), [](char c) {
+    return (static_cast<unsigned char>(c) & 0xC0) != 0x80;
+  }));
+}
+
+std::string padded(std::string_view text, size_t columns) {
+  const size_t wide = columnsOf(text);
+  return std::string(text) + std::string(columns > wide ? columns - wide : 0, ' ');
+}
+
+std::vector<std::string> table(const std::vector<std::vector<std::string>>& rows) {
+  std::vector<size_t> widths;
+  for (const auto& row : rows) {
+    widths.resize(std::max(widths.size(), row.size()));
+    for (size_t i = 0; i < row.size(); ++i) widths[i] = std::max(widths[i], columnsOf(row[i]));
+  }
+  std::vector<std::string> lines;
+  for (const auto& row : rows) {
+    std::string line;
+    for (size_t i = 0; i < row.size(); ++i) line += padded(row[i], widths[i] + 2);
+    line.erase(line.find_last_not_of(' ') + 1);
+    lines.push_back(std::move(line));
+  }
+  return lines;
+}
+
+std::string nearest(std::string_view word, const std::vector<std::string>& known) {
+  std::string best;
+  size_t least = word.size() / 3 + 1;
+  for (const std::string& each : known) {
+    const size_t far = distance(word, each);
+    if (far >= least) continue;
+    least = far;
+    best = each;
+  }
+  return best;
+}
+
+std::string listed(const std::vector<std::string>& words) {
+  std::string result;
+  for (size_t i = 0; i < words.size(); ++i) {
+    if (i > 0) result += i + 1 == words.size() ? " and " : ", ";
+    result += words[i];
+  }
+  return result;
+}
+
+std::vector<std::string> split(std::string_view text, char separator) {
+  std::vector<std::string> parts;
+  while (!text.empty()) {
+    const size_t end = std::min(text.find(separator), text.size());
+    parts.emplace_back(text.substr(0, end));
+    text.remove_prefix(std::min(end + 1, text.size()));
+  }
+  return parts;
+}
+
+}  // namespace cli

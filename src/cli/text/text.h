@@ -1,0 +1,39 @@
+// cli/text/text.h: the rules for text that people read.
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace cli {
+
+// With commas from 10,000 on.
+std::string number(uint64_t count);
+// "1 file", "3 files", "2 branches".
+std::string counted(uint64_t count, std::string_view thing);
+
+// A path or a name as it is shown: quoted, with escapes, if it has control characters or bytes that
+// are no UTF-8.
+std::string shown(std::string_view text);
+// Bytes that are no UTF-8 become U+FFFD.
+std::string asUtf8(std::string_view text);
+bool isUtf8(std::string_view text);
+
+// How many columns a text takes on a terminal, and the text filled up to that many.
+size_t columnsOf(std::string_view text);
+std::string padded(std::string_view text, size_t columns);
+// Rows with two blanks between columns that are as wide as their longest cell; no blanks at the end
+// of a line.
+std::vector<std::string> table(const std::vector<std::vector<std::string>>& rows);
+
+// The one of `known` that `word` may have been meant for: so near that at most a third of its
+// letters differ. Empty for none.
+std::string nearest(std::string_view word, const std::vector<std::string>& known);
+
+// "a, b and c".
+std::string listed(const std::vector<std::string>& words);
+
+std::vector<std::string> split(std::string_view text, char separator);
+
+}  // namespace cli

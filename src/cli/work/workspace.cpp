@@ -1,0 +1,185 @@
+// cli/work/workspace.cpp: names to files, and files to revisions.
+#include "cli/work/workspace.h"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+
+#include "btkf520/btkf520.h"
+#include "cli/archives/engine.h"
+#include "cli/problem.h"
+#include "cli/session.h"
+#include "cli/text/paths.h"
+#include "cli/text/pattern.h"
+#include "cli/text/text.h"
+#include "os/directory.h"
+
+namespace cli {
+namespace {
+
+bool isNumber(std::string_view text) {
+  return !text.empty() && text.find_first_not_of("0123456789.") == std::string_view::npos;
+}
+
+std::vector<std::string> pathsOf(const std::vector<FileRecord>& files) {
+  std::vector<std::string> paths;
+  for (const FileRecord& file : files) paths.push_back(file.path);
+  return paths;
+}
+
+}  // namespace
+
+Workspace::Workspace(Session& session, State::Use use)
+    : session_(session),
+      directory_(session.work()),
+      files_(session.project().files()),
+      state_(directory_.top, use) {
+  session.project().useConfiguration();
+  attachEngine();
+  user_ = presentUser();
+}
+
+std::string Workspace::pathOf(const FileRecord& file) const {
+  return absolutePath(directory_.top, file.path);
+}
+
+std::string Workspace::shownPath(const FileRecord& file) const {
+  const std::string path = pathOf(file);
+  const bool isInside = isBelow(directory_.top, session_.here());
+  return shown(isInside ? relativePath(session_.here(), path) : file.path);
+}
+
+std::string Workspace::fromTop(const std::string& typed) const {
+  const bool isFromTop = typed.starts_with(":/");
+  const bool isInside = isBelow(directory_.top, session_.here());
+  const std::string& base = isInside && !isFromTop ? session_.here() : directory_.top;
+  const std::string path = absolutePath(base, isFromTop ? typed.substr(2) : typed);
+  if (!isBelow(directory_.top, path)) {
+    throw misuse(typed, fmt::format("lies outside of {}", shown(directory_.top)));
+  }
+  return relativePath(directory_.top, path);
+}
+
+std::vector<const FileRecord*> Workspace::matching(const std::string& typed) const {
+  const std::string path = fromTop(typed);
+  std::vector<const FileRecord*> below;
+  std::vector<const FileRecord*> fitting;
+  for (const FileRecord& file : files_) {
+    if (file.path == path) return {&file};
+    if (path == "." || isBelow(path, file.path)) below.push_back(&file);
+    if (matches(path, file.path)) fitting.push_back(&file);
+  }
+  if (!below.empty() || path == ".") return below;
+  if (!fitting.empty() && isPattern(path)) return fitting;
+  std::string near = nearest(path, pathsOf(files_));
+  if (!near.empty()) near = fmt::format("did you mean {}?", shown(near));
+  const bool isThere = os::hasEntry(absolutePath(directory_.top, path).c_str());
+  if (near.empty() && isThere) near = fmt::format("'trevault add {}' puts it there", typed);
+  throw Problem{typed, fmt::format("not in project {}", directory_.project), near};
+}
+
+std::vector<const FileRecord*> Workspace::choose(const std::vector<std::string>& names) {
+  std::vector<const FileRecord*> chosen;
+  if (names.empty()) {
+    for (const FileRecord& file : files_) chosen.push_back(&file);
+    return chosen;
+  }
+  for (const std::string& name : names) {
+    try {
+      for (const FileRecord* file : matching(name)) {
+        if (std::find(chosen.begin(), chosen.end(), file) == chosen.end()) chosen.push_back(file);
+      }
+    } catch (const Problem& problem) {
+      session_.output().problem(problem);
+    }
+  }
+  return chosen;
+}
+
+// The stamp tells it in nearly all cases. Else the engine compares, and what is found equal gets a
+// new stamp.
+Standing Workspace::standingOf(const FileRecord& file) {
+  const FileState* const state = stateOf(file);
+  os::FileStatus status;
+  const std::string path = pathOf(file);
+  if (os::readEntryStatus(path.c_str(), &status) != os::FileResult::kDone) {
+    return state == nullptr ? Standing::kNone : Standing::kMissing;
+  }
+  const Stamp stamp = Stamp::of(status);
+  const bool isOlder = stamp.nanoseconds < state_.written();
+  if (state != nullptr && state->stamp == stamp && isOlder) return Standing::kSame;
+  if (!status.isRegular) return Standing::kUnknown;
+  const RevisionInfo* const here = hereOf(file);
+  if (here == nullptr) return Standing::kUnknown;
+  int16_t differs = 1;
+  check(TrvsTestDifferences(TRVS_CONTEXT, target(file.archive, path).c_str(), here->number.c_str(),
+                            path.c_str(), nullptr, &differs, 0, nullptr, 0),
+        {.file = file.path, .archive = file.archive, .workfile = path, .revision = here->number});
+  if (differs != 0) return Standing::kChanged;
+  note(file, here->number, state != nullptr && state->isLockedFromHere);
+  return Standing::kSame;
+}
+
+const History& Workspace::historyOf(const FileRecord& file) {
+  const auto found = histories_.find(file.archive);
+  if (found != histories_.end()) return found->second;
+  return histories_[file.archive] = History(file.archive, file.path);
+}
+
+const RevisionInfo* Workspace::hereOf(const FileRecord& file) {
+  const FileState* const state = stateOf(file);
+  return state == nullptr || state->here.empty() ? nullptr : historyOf(file).find(state->here);
+}
+
+const RevisionInfo* Workspace::followedOf(const FileRecord& file) {
+  const History& history = historyOf(file);
+  if (directory_.follows == "trunk") return history.tipOf("1");
+  const RevisionInfo* const labelled = history.withLabel(directory_.follows);
+  return labelled != nullptr ? labelled : history.inGroup(directory_.follows);
+}
+
+const RevisionInfo& Workspace::revisionOf(const FileRecord& file, const std::string& text) {
+  const History& history = historyOf(file);
+  const RevisionInfo* found = nullptr;
+  if (isNumber(text)) {
+    found = history.find(text);
+    if (found == nullptr) found = history.tipOf(text);
+  } else if (text == "here") {
+    found = hereOf(file);
+  } else if (text == "followed") {
+    found = followedOf(file);
+  } else if (text == "trunk") {
+    found = history.tipOf("1");
+  } else if (text == "tip") {
+    const RevisionInfo* const here = hereOf(file);
+    found = history.tipOf(here == nullptr ? "1" : here->branch);
+  } else {
+    const bool isGroup = text.starts_with("group:");
+    const bool isLabel = text.starts_with("label:");
+    const std::string name = isGroup || isLabel ? text.substr(6) : text;
+    if (!isLabel) found = history.inGroup(name);
+    if (found == nullptr && !isGroup) found = history.withLabel(name);
+  }
+  if (found != nullptr) return *found;
+  const RevisionInfo* const tip = history.tipOf("1");
+  std::string why = isNumber(text) ? "no revision " + text : text + " is in no revision of it";
+  if (text == "here") why = "no revision here yet";
+  if (tip != nullptr && isNumber(text)) why += "; the trunk ends at " + tip->number;
+  throw Problem{shownPath(file), why, ""};
+}
+
+void Workspace::note(const FileRecord& file, const std::string& revision, bool isLocked) {
+  os::FileStatus status;
+  if (os::readEntryStatus(pathOf(file).c_str(), &status) != os::FileResult::kDone) return;
+  state_.set(file.path, {revision, Stamp::of(status), isLocked});
+}
+
+void Workspace::noteLock(const FileRecord& file, bool isLocked) {
+  const FileState* const state = stateOf(file);
+  if (state == nullptr) return;
+  FileState changed = *state;
+  changed.isLockedFromHere = isLocked;
+  state_.set(file.path, changed);
+}
+
+}  // namespace cli

@@ -1,0 +1,77 @@
+// cli/work/workspace.h: a project's files as they are in the user's work directory.
+#pragma once
+
+#include <map>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "cli/archives/history.h"
+#include "cli/database/database.h"
+#include "cli/work/directory.h"
+#include "cli/work/state.h"
+
+namespace cli {
+
+class Session;
+
+// How a file stands to the revision that it came from.
+enum class Standing {
+  kNone,     // It is not there, and never was here.
+  kMissing,  // It was here.
+  kSame,
+  kChanged,
+  kUnknown,  // It is there, and is no revision that is known.
+};
+
+class Workspace {
+ public:
+  Workspace(Session& session, State::Use use);
+
+  const WorkDirectory& directory() const { return directory_; }
+  const std::vector<FileRecord>& files() const { return files_; }
+  const std::string& user() const { return user_; }
+
+  // The files that names mean, each once, in their order: a file, all below a directory, a pattern.
+  // Problems with single names are told, and the others chosen. No names: all files.
+  std::vector<const FileRecord*> choose(const std::vector<std::string>& names);
+  // All that names mean that isn't under control, from the top of the work directory.
+  // The place of a typed name from the top; misuse if it lies outside.
+  std::string fromTop(const std::string& typed) const;
+
+  std::string pathOf(const FileRecord& file) const;     // Absolute.
+  std::string shownPath(const FileRecord& file) const;  // From the directory of the shell.
+
+  const FileState* stateOf(const FileRecord& file) const { return state_.find(file.path); }
+  Standing standingOf(const FileRecord& file);
+  const History& historyOf(const FileRecord& file);
+  void forgetHistory(const FileRecord& file) { histories_.erase(file.archive); }
+  // The revision that is here; null for none.
+  const RevisionInfo* hereOf(const FileRecord& file);
+  // What a check-out would give; null for none.
+  const RevisionInfo* followedOf(const FileRecord& file);
+  // The revision that a text means: a number, "here", "followed", "tip", "trunk", a group, a label.
+  // Throws Problem.
+  const RevisionInfo& revisionOf(const FileRecord& file, const std::string& text);
+
+  // The file is `revision` now.
+  void note(const FileRecord& file, const std::string& revision, bool isLocked);
+  // Only the lock has changed.
+  void noteLock(const FileRecord& file, bool isLocked);
+  void forget(const FileRecord& file) { state_.forget(file.path); }
+  void save() { state_.save(); }
+  // A record that is new in the project.
+  void add(FileRecord file) { files_.push_back(std::move(file)); }
+
+ private:
+  std::vector<const FileRecord*> matching(const std::string& typed) const;
+
+  Session& session_;
+  WorkDirectory directory_;
+  std::vector<FileRecord> files_;
+  State state_;
+  std::string user_;
+  std::map<std::string, History> histories_;  // By archive.
+};
+
+}  // namespace cli

@@ -1,0 +1,109 @@
+#!/usr/bin/env python3
+"""Runs the sessions of a transcript and compares what comes out:
+check_transcript.py TREVAULT TRANSCRIPT...
+
+A line that begins with "$ " is a command of ann's, one with "bob$ " or another name a command of
+that user's; a line "y" after a question that ends in "[y/N] " would be an answer, so answers stand
+in the question's own line. What follows up to the next command is the output, of both streams, as a
+terminal of 80 columns without colours gets it. Times and the places of the test are masked on both sides: the
+transcript shows "2026-11-23 09:12" where a time is, and homes below /home.
+
+Each user has a home below a directory of the test. The engine knows the account that runs the test;
+it stands for ann.
+"""
+import difflib
+import os
+import pathlib
+import pty
+import pwd
+import re
+import subprocess
+import sys
+import tempfile
+
+COMMAND = re.compile(r"(?:(\w+))?\$ (.*)")
+ACCOUNT = pwd.getpwuid(os.geteuid()).pw_name
+TIME = re.compile(r"\d{4}-\d\d-\d\d[ T]\d\d:\d\d(:\d\d)?")
+
+
+class Shell:
+    """One user's shell, which keeps its directory from command to command."""
+
+    def __init__(self, base, user, trevault):
+        self.home = base / "home" / user
+        self.home.mkdir(parents=True, exist_ok=True)
+        self.directory = str(self.home)
+        self.environment = {
+            "HOME": str(self.home), "PATH": "%s:/usr/bin:/bin" % trevault.parent, "TERM": "dumb",
+            "LC_ALL": "C.UTF-8", "PAGER": "cat"}
+
+    def run(self, command, answer):
+        """Gives the output and keeps the directory that the command ends in."""
+        ours, theirs = pty.openpty()
+        script = "cd %s\n%s\ncode=$?; pwd > $HOME/.pwd; exit $code" % (self.directory, command)
+        process = subprocess.Popen(
+            ["/bin/sh", "-c", script], stdin=theirs, stdout=theirs, stderr=theirs,
+            env=self.environment, start_new_session=True,
+            preexec_fn=lambda: __import__("fcntl").ioctl(0, 0x540E, 0))
+        os.close(theirs)
+        if answer:
+            os.write(ours, answer.encode() + b"\n")
+        output = b""
+        while True:
+            try:
+                piece = os.read(ours, 65536)
+            except OSError:
+                break
+            if not piece:
+                break
+            output += piece
+        process.wait()
+        os.close(ours)
+        self.directory = (self.home / ".pwd").read_text().strip()
+        return output.decode(errors="replace").replace("\r\n", "\n")
+
+
+def parse(text):
+    """Gives user, command and expected output, one after the other."""
+    steps = []
+    for line in text.splitlines():
+        match = COMMAND.fullmatch(line)
+        if match:
+            steps.append((match[1] or "ann", match[2], []))
+        elif steps and not line.startswith("#"):
+            steps[-1][2].append(line)
+    return steps
+
+
+def masked(text, base):
+    """Columns that a path of the test makes wider than the transcript's are told by one blank."""
+    text = re.sub(r"\n {30,}", "  ", text)
+    lines = [re.sub(r"  +" if "/home/" in line else r" {20,}", "  ", line.rstrip())
+             for line in text.splitlines()]
+    text = TIME.sub("TIME", "\n".join(lines).replace(str(base), ""))
+    return re.sub(r"(?<!public )(?<!private )\b%s\b" % re.escape(ACCOUNT), "ann", text).strip()
+
+
+def check(trevault, path):
+    with tempfile.TemporaryDirectory() as directory:
+        base = pathlib.Path(directory).resolve()
+        shells = {}
+        for user, command, expected in parse(path.read_text()):
+            shell = shells.setdefault(user, Shell(base, user, trevault))
+            command = re.sub(r"(?<=[\s'=])/(srv|tmp|home)/", r"%s/\1/" % base, command)
+            answers = [re.search(r"\[y/N\] (\w+)$", line) for line in expected]
+            answer = next((match[1] for match in answers if match), "")
+            output = masked(shell.run(command, answer), base)
+            wanted = masked("\n".join(expected), base)
+            if output != wanted:
+                print("%s: %s$ %s" % (path.name, user, command))
+                print("\n".join(difflib.unified_diff(wanted.split("\n"), output.split("\n"),
+                                                     "expected", "came out", lineterm="")))
+                return False
+    return True
+
+
+if __name__ == "__main__":
+    program = pathlib.Path(sys.argv[1]).resolve()
+    passed = [check(program, pathlib.Path(name)) for name in sys.argv[2:]]
+    sys.exit(0 if all(passed) and passed else 1)
