@@ -272,7 +272,9 @@ FOLDAPI_EXPORT const char* GetQualArchiveName(TVHandle* archive);
 
 /* The workfile's name: alone, with the directory of the record, and as a full path, where a
  * relative directory hangs under the private work directories of the folder and the project. A full
- * path that climbs above its root leads nowhere: "". */
+ * path that climbs above its root leads nowhere: "". What a public record says may be chosen by
+ * anybody who can write the team's data files: before a workfile is made there ask
+ * FoldapiIsInOwnPlace. */
 FOLDAPI_EXPORT const char* GetWorkfileName(TVHandle* archive);
 FOLDAPI_EXPORT const char* GetQualWorkfileName(TVHandle* archive);
 FOLDAPI_EXPORT const char* GetFullQualWorkfileName(TVHandle* archive);
@@ -386,6 +388,16 @@ FOLDAPI_EXPORT const char* FoldapiLastMessage(void);
 /* A path text as a path of the operating system: see "Paths" above. Nothing needs to be there. ""
  * for a drive or a share that the profile does not name. */
 FOLDAPI_EXPORT const char* FoldapiNativePath(const char* text);
+
+/* Whether the workfile of `archive` is where this user wants files: 1 or 0, and -1 if `archive` is
+ * none. A work directory that is a full path, or uses "..", may come from a public record and lead
+ * out of the user's own places, to any file that he may write. Who checks out there asks the user
+ * first, as about a workfile that is there already (TRVS_CALLBACK_OVERWRITE in btkf520.h). His own
+ * places are what is below the work directory that his private record names, unless that is the
+ * public record's, which is copied there when a project is first opened; all that a private folder
+ * says; the private root; the current directory, if no full path is said at all; and his home, but
+ * for names there that begin with ".". */
+FOLDAPI_EXPORT int32_t FoldapiIsInOwnPlace(TVHandle* archive);
 
 /* For a client that works on archives itself, through btkf520.h. The library leaves the client's
  * own state there alone: its configuration, callbacks and path resolver. This function, and no

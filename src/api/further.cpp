@@ -3,6 +3,7 @@
 #include "api/calls.h"
 #include "domain/projectfolder.h"
 #include "runtime/nativepath.h"
+#include "store/ownplace.h"
 #include "toolkit/bracket.h"
 
 namespace api = foldapi::api;
@@ -14,6 +15,14 @@ const char* FoldapiLastMessage(void) { return foldapi::TVApiSink::told(); }
 const char* FoldapiNativePath(const char* text) {
   return api::guarded(
       "", [&] { return api::clientText(foldapi::nativePath(foldapi::VString(text).view())); });
+}
+
+int32_t FoldapiIsInOwnPlace(TVHandle* archive) {
+  return api::guarded(-1, [&] {
+    const auto* object = api::resolve<foldapi::TVArchiveMember>(archive).object();
+    if (object == nullptr) return -1;
+    return foldapi::IsInOwnPlace(*static_cast<const foldapi::TVArchiveMember*>(object)) ? 1 : 0;
+  });
 }
 
 int32_t FoldapiUseProject(TVHandle* project) {

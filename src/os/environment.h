@@ -22,6 +22,9 @@ std::optional<std::string> environmentVariable(const char* name);
 // The account name of the effective user, or the number as text if the account has no name.
 std::string accountName();
 
+// The effective user's home: "" without one, and for a user who isn't heeded.
+std::string homeDirectory();
+
 // Where the effective user's programs keep their own files, by the XDG rules: "" without a home,
 // and for a user who isn't heeded. With raised rights the home is the account's.
 std::string configurationDirectory();

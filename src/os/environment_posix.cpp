@@ -35,11 +35,10 @@ std::string absoluteFrom(const char* variable) {
 }
 
 std::string userDirectory(const char* variable, const char* belowHome) {
-  std::string directory = absoluteFrom(variable);
+  const std::string directory = absoluteFrom(variable);
   if (!directory.empty()) return directory;
-  directory = absoluteFrom("HOME");
-  if (directory.empty() && heedsUser()) directory = accountText(&passwd::pw_dir);
-  return directory.empty() ? "" : directory + belowHome;
+  const std::string home = homeDirectory();
+  return home.empty() ? "" : home + belowHome;
 }
 
 }  // namespace
@@ -56,6 +55,11 @@ std::optional<std::string> environmentVariable(const char* name) {
 std::string accountName() {
   const std::string name = accountText(&passwd::pw_name);
   return name.empty() ? std::to_string(::geteuid()) : name;
+}
+
+std::string homeDirectory() {
+  const std::string directory = absoluteFrom("HOME");
+  return directory.empty() && heedsUser() ? accountText(&passwd::pw_dir) : directory;
 }
 
 std::string configurationDirectory() { return userDirectory("XDG_CONFIG_HOME", "/.config"); }

@@ -108,6 +108,7 @@ class TVArchiveMember52 : public TVArchiveMember {
 
   Target target() const { return {qualArchiveName(), toolkitName(), fullWorkName()}; }
   int findWorkfile(TVHandle& context) const;  // An operation result.
+  static bool mayMake(TVHandle& context, const Target& target, const TVGetOptions& options);
   static int checkOut(TVHandle& context, const Target& target, const TVGetOptions& options);
   static int checkIn(TVHandle& context, const Target& target, const TVPutOptions& options);
   static int makeArchive(TVHandle& context, const Target& target, const TVPutOptions& options);

@@ -5,13 +5,17 @@
 // status. Brackets hold for the toolkit call alone: what follows may enter again.
 #include <memory>
 #include <new>
+#include <string>
 #include <string_view>
 #include <vector>
 
 #include "btkf520/btkf520.h"
 #include "core/lockscope.h"
 #include "core/result.h"
+#include "os/file.h"
+#include "runtime/nativepath.h"
 #include "store/52arfld.h"
+#include "store/ownplace.h"
 #include "toolkit/arguments.h"
 #include "toolkit/bracket.h"
 #include "toolkit/configfiles.h"
@@ -71,7 +75,26 @@ int TVArchiveMember52::findWorkfile(TVHandle& context) const {
 
 int TVArchiveMember52::getRevision(TVHandle& context, const TVGetOptions& options) {
   if (const int result = findWorkfile(context)) return result;
-  return checkOut(context, target(), options);
+  const Target about = target();
+  if (!IsInOwnPlace(*this) && !mayMake(context, about, options)) {
+    return reportToolkitStatus(context, TRVS_WOULD_OVERWRITE, about.archive.text());
+  }
+  return checkOut(context, about, options);
+}
+
+// Whether to make the workfile where only a public record wants it: asked as for one that is there,
+// about which the toolkit asks itself.
+bool TVArchiveMember52::mayMake(TVHandle& context, const Target& target,
+                                const TVGetOptions& options) {
+  const auto has = [&](uint32_t flag) { return (options.flags & flag) != 0; };
+  if (target.archive.isEmpty() || has(TRVS_GET_OVERWRITE)) return true;
+  os::FileStatus there;
+  const std::string workfile = nativePath(target.workfile.view());
+  if (os::readEntryStatus(workfile.c_str(), &there) == os::FileResult::kDone) return true;
+  if (has(TRVS_GET_KEEP)) return false;
+  VString unused;
+  const int answer = context.sink().confirm(context, target.workfile, target.archive, &unused);
+  return answer >= 1 && answer <= 2;
 }
 
 int TVArchiveMember52::checkOut(TVHandle& context, const Target& target,

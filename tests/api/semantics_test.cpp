@@ -57,6 +57,17 @@ TEST_F(Semantics, OpenSessionsFollowWhatAnotherProcessDid) {
   EXPECT_STREQ(GetProjectPrivateDir(FindProject(root, "moved")), "/new");
 }
 
+TEST_F(Semantics, PlacesOfWorkfilesAreOwnByTheUsersWordOnly) {
+  CreateProject(scratch_.openRoot(), "P", "/own", "/team");
+  TVHandle* const project = scratch_.openProject("P");
+  for (const char* name : {"m.c", "/own/sub/m.c", "/own/../team/m.c"}) {
+    AddExistingArchive(project, name, name);
+    TVHandle* const archive = FindArchiveByQualWorkName(project, name);
+    EXPECT_EQ(FoldapiIsInOwnPlace(archive), string(name).find("team") == string::npos) << name;
+  }
+  EXPECT_EQ(FoldapiIsInOwnPlace(project), -1);
+}
+
 // Real faults: a find by name was a second one, and the first had let go of what it looked in; of
 // labels that differ in case the first one was given.
 TEST_F(Semantics, ClosedBranchesAreSearchedForExactNamesFirst) {

@@ -7,6 +7,7 @@
 #include "runtime/assertion.h"
 #include "store/52arfld.h"
 #include "store/52proj.h"
+#include "support/files.h"
 #include "support/recordingsink.h"
 #include "support/table.h"
 #include "toolkit/bracket.h"
@@ -105,6 +106,65 @@ TEST_F(Operations, PassEmptyTextsAsTheToolkitWantsThem) {
             "GenGuiDelta -1 'a' '1.1' 'b' '1.2' 8 '1-6' 'ranges' 255 4 256 5 257 6 0 31\n");
   EXPECT_EQ(diff.testResult, 1);
   EXPECT_EQ(sink.told(), "");
+}
+
+// A public record may lead anywhere, such as to what a shell reads at its start.
+TEST_F(Operations, AskBeforeACheckOutLeavesTheUsersOwnPlaces) {
+  const support::ScopedEnvironment home("HOME", "/home/ann");
+  const struct {
+    const char *own, *team, *folder, *work, *asked;
+  } cases[] = {
+      {"/ann", "/team", nullptr, "src", ""},
+      {"/ann", "/team", nullptr, "../ann/src", ""},
+      {"/ann", "/team", nullptr, "../anne", "/anne/m.c"},
+      {"/ann", "/team", nullptr, "/team", "/team/m.c"},
+      {"/team", "/team", nullptr, "src", "/team/src/m.c"},
+      {"/ann", "/team", "public /etc", "src", "/etc/src/m.c"},
+      {"/ann", "/team", "private /etc", "src", ""},
+      {"/ann", "/team", "private sub", "/etc", ""},
+      {"/team", "/team", "private sub", "src", "/team/sub/src/m.c"},
+      {"/home/ann/w", "/home/ann/w", nullptr, "src", ""},
+      {"/home/ann", "/home/ann", nullptr, ".ssh", "/home/ann/.ssh/m.c"},
+      {"/private/w", "/private/w", nullptr, "", ""},
+      {"", "", nullptr, "src", ""},
+      {"V:\\ann", "V:\\ann", nullptr, "src", ""},
+  };
+  for (const auto& c : cases) {
+    SCOPED_TRACE(std::string(c.own) + " " + c.team + " " + c.work);
+    TVProjectRoot ownRoot("/public", "/private", nullptr, TVCaching::kTransient);
+    TVProjectFolder52 owner("P", TVProjectConfig(), c.own, c.team, &ownRoot, TVCaching::kTransient);
+    const std::string_view folder = c.folder == nullptr ? "" : c.folder;
+    TVArchiveFolder52 inner(
+        "F", VString(folder.substr(folder.find(' ') + 1)),
+        folder.starts_with("private") ? TVPrivacy::kPrivate : TVPrivacy::kPublic, &owner,
+        TVCaching::kTransient);
+    TVObject* const holder = c.folder == nullptr ? static_cast<TVObject*>(&owner) : &inner;
+    TVArchiveMember52 tested({"/v", "m.c_v", c.work, "m.c"}, holder, TVCaching::kTransient);
+    const std::string question =
+        *c.asked == '\0' ? "" : "confirm " + std::string(c.asked) + "|/v/m.c_v\n";
+    TVHandle context(&sink, nullptr);
+    for (const int answer : {0, 1}) {
+      TVGetOptions get;
+      sink.answer = answer;
+      const bool isRefused = *c.asked != '\0' && answer == 0;
+      EXPECT_EQ(tested.getRevision(context, get) == kResultDone, !isRefused);
+      EXPECT_TRUE(sink.told().starts_with(question));
+      EXPECT_EQ(fakeToolkit().calls().empty(), isRefused);
+      get.setOverwriteAlways();
+      EXPECT_EQ(tested.getRevision(context, get), kResultDone);
+      EXPECT_EQ(sink.told(), "");
+      EXPECT_FALSE(fakeToolkit().calls().empty());
+      get.flags = TRVS_GET_KEEP;
+      EXPECT_EQ(tested.getRevision(context, get) == kResultDone, *c.asked == '\0');
+      EXPECT_EQ(sink.told().find("confirm"), std::string::npos);
+      EXPECT_EQ(fakeToolkit().calls().empty(), *c.asked != '\0');
+    }
+  }
+  const support::TemporaryDirectory there;
+  support::writeFile(there / "m.c", "");
+  TVHandle existing = makeMember({"/v", "m.c_v", there.path().c_str(), "m.c"});
+  EXPECT_EQ(memberOf(existing).getRevision(existing, TVGetOptions()), kResultDone);
+  EXPECT_EQ(sink.told(), "") << "the toolkit asks";
 }
 
 TEST_F(Operations, NeedAnArchiveNameBeforeTheToolkitIsAsked) {
