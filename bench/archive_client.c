@@ -1,4 +1,5 @@
-/* archive_client.c: check-in and check-out as processes of their own, for archive_history.cpp.
+/* archive_client.c: check-in and check-out as processes of their own, for archive_history.cpp and
+ * wide_files.cpp.
  *
  *     archive_client make ARCHIVE WORKFILE
  *     archive_client ci ARCHIVE WORKFILE

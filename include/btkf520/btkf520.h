@@ -14,6 +14,13 @@
  * Rights     in a program with rights that its user has not (set-user-id, set-group-id, or with
  *            capabilities from its file) environment variables count as not set: those of conditions
  *            and of the user id in a configuration, too. Commands find none of them.
+ * Memory     whatever the size S of a file, to check it in or out, verify or compare it takes no more
+ *            than 64 MB and half of S of memory that the system can't take back. What is wide
+ *            besides stands in nameless files in $TMPDIR, else in /var/tmp, on a disk: up to six
+ *            times S while it lasts, or ten times for less than 350 MB. Where these have no room
+ *            it is ordinary memory after all, but TRVS_NO_MEMORY, before anything is changed, if
+ *            the system tells that it has not as much. So a file of 5 GB goes in and out on a
+ *            machine with 4 GB free. A content of 2 GB and more may be stored whole each time.
  * Failure    every function gives a TrvsStatus, TRVS_DONE for success, unless told otherwise. What
  *            a function would fill is untouched with any other. All may give TRVS_INTERNAL_ERROR,
  *            TRVS_MISUSE and TRVS_NO_MEMORY, and those with a buffer TRVS_BUFFER_TOO_SMALL: each
@@ -446,9 +453,10 @@ enum {
  * TRVS_PUT_NO_BRANCH refuse what others have overtaken. The present user's lock of the parent is
  * removed. A development group moves from the parent to the new revision.
  *
- * A workfile that changes during the check-in stays where it is, whatever `flags` says. One of a
- * megabyte and more is mapped: if it is cut short meanwhile the process gets SIGBUS. A workfile
- * that can't be removed, or its mode changed, fails nothing: TRVS_CALLBACK_MESSAGE is told.
+ * A workfile that changes during the check-in stays where it is, whatever `flags` says:
+ * TRVS_CANNOT_OPEN, and no revision, if it is cut short while it is read. One of any size is read
+ * whole, see Memory above. A workfile that can't be removed, or its mode changed, fails nothing:
+ * TRVS_CALLBACK_MESSAGE is told.
  *
  * May give TRVS_LABEL_EXISTS; TRVS_LOCKED if another has locked the parent; TRVS_BAD_NUMBER, also
  * for several locks and no number; TRVS_NO_LOCK; TRVS_NO_WORKFILE; TRVS_NO_SUCH_GROUP;
