@@ -106,7 +106,7 @@ class Add : public Command {
   std::string firstNumber() const { return number_.empty() ? "1.0" : number_; }
 
   void create(const FileRecord& file) const {
-    const std::string workfile = space_->pathOf(file);
+    const std::string workfile = space_->pathToWrite(file);
     if (file.path.find('\n') != std::string::npos) {
       throw Problem{file.path, "a file's name can't hold a line end", "rename it"};
     }

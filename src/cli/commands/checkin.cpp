@@ -93,7 +93,7 @@ class CheckIn : public Command {
     const RevisionInfo* const tip = history.tipOf(here.branch);
     const Subject subject{.file = space_->shownPath(file),
                           .archive = file.archive,
-                          .workfile = space_->pathOf(file),
+                          .workfile = space_->pathToWrite(file),
                           .revision = parent,
                           .label = label_,
                           .group = group_};

@@ -25,7 +25,7 @@ using Need = Options::Need;
 
 // Puts a revision in the place of the file, whatever is there.
 void fetch(Workspace& space, const FileRecord& file, const std::string& number, uint32_t flags) {
-  const std::string path = space.pathOf(file);
+  const std::string path = space.pathToWrite(file);
   if (!os::makeDirectories(os::parentOf(path))) {
     throw Problem{os::parentOf(path), "can't be made", "see who owns the directory above"};
   }
@@ -52,8 +52,9 @@ class CheckOut : public Command {
     session_ = &session;
     space_ = &space;
     const auto files = space.choose(names_);
-    forEachFile(session, "checkout", files, [&](const FileRecord& file) { checkOut(file); });
-    if (done_ == 0 && lacking_ == 0) session.output().line("up to date");
+    const size_t passed =
+        forEachFile(session, "checkout", files, [&](const FileRecord& file) { checkOut(file); });
+    if (done_ == 0 && lacking_ == 0 && passed == files.size()) session.output().line("up to date");
     if (done_ > 1) {
       session.output().line(
           fmt::format("{} {}", counted(done_, "file"), isDry_ ? "to check out" : "checked out"));

@@ -55,7 +55,7 @@ class Lock : public Command {
     const bool isChanged = standing == Standing::kChanged || standing == Standing::kUnknown;
     refuseOther(file, history, wanted);
     if (wanted.isLockedBy(space_->user())) {
-      if (!isDry_) setWritable(space_->pathOf(file), true);
+      if (!isDry_) setWritable(space_->pathToWrite(file), true);
       return tell(file, number, ", it was yours already");
     }
     if (isChanged && !isHere) refuseChanged(file, here, wanted);
@@ -101,7 +101,7 @@ class Lock : public Command {
   }
 
   void take(const FileRecord& file, const std::string& number, bool isSame, bool isChanged) {
-    const std::string path = space_->pathOf(file);
+    const std::string path = space_->pathToWrite(file);
     const Subject subject{.file = space_->shownPath(file),
                           .archive = file.archive,
                           .workfile = path,
@@ -172,7 +172,7 @@ class Unlock : public Command {
     if (!isDry_) {
       remove(file, number, space_->user());
       if (!isChanged && space_->stateOf(file) != nullptr) {
-        setWritable(space_->pathOf(file), false);
+        setWritable(space_->pathToWrite(file), false);
       }
       space_->noteLock(file, false);
     }

@@ -40,11 +40,23 @@ Workspace::Workspace(Session& session, State::Use use)
 }
 
 std::string Workspace::pathOf(const FileRecord& file) const {
-  return absolutePath(directory_.top, file.path);
+  std::string path = absolutePath(directory_.top, file.path);
+  if (path != directory_.top && isBelow(directory_.top, path)) return path;
+  throw Problem{file.path, fmt::format("lies outside of {}", shown(directory_.top)),
+                "take it off the project with 'trevault remove', or ask who put it there"};
+}
+
+std::string Workspace::pathToWrite(const FileRecord& file) const {
+  std::string path = pathOf(file);
+  std::string above = os::parentOf(path);
+  while (!os::hasEntry(above.c_str())) above = os::parentOf(above);
+  if (isBelow(os::realPath(directory_.top), os::realPath(above))) return path;
+  throw Problem{file.path, fmt::format("{} is a link that leads out of the work directory", above),
+                "remove the link"};
 }
 
 std::string Workspace::shownPath(const FileRecord& file) const {
-  const std::string path = pathOf(file);
+  const std::string path = absolutePath(directory_.top, file.path);
   const bool isInside = isBelow(directory_.top, session_.here());
   return shown(isInside ? relativePath(session_.here(), path) : file.path);
 }

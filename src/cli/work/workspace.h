@@ -39,7 +39,10 @@ class Workspace {
   // The place of a typed name from the top; misuse if it lies outside.
   std::string fromTop(const std::string& typed) const;
 
-  std::string pathOf(const FileRecord& file) const;     // Absolute.
+  // A record may say anything: Problem for a file that isn't below the top. Who writes it asks for
+  // the second one, which also looks whether links lead out on the way.
+  std::string pathOf(const FileRecord& file) const;  // Absolute.
+  std::string pathToWrite(const FileRecord& file) const;
   std::string shownPath(const FileRecord& file) const;  // From the directory of the shell.
 
   const FileState* stateOf(const FileRecord& file) const { return state_.find(file.path); }
