@@ -447,7 +447,8 @@ enum {
  *   time         packed time of the check-in, 0 for the present. From the highest bit: 7 bits years
  *                since 1980, 4 month, 5 day, 5 hours, 6 minutes, 5 seconds divided by two
  *   flags        TRVS_PUT_...
- * The first revision of an archive is 1.0 or the number given, such as 2.0. A revision whose parent
+ * The first revision of an archive is 1.0 or the number given, such as 2.0; if its workfile's owner
+ * may run that, the archive gets TRVS_ATTRIBUTE_EXECUTABLE. A revision whose parent
  * is the tip of its branch continues it; any other starts a branch. A client that was told a number
  * some time ago can't know whether it is still free, or still a tip: TRVS_PUT_NEW_NUMBER and
  * TRVS_PUT_NO_BRANCH refuse what others have overtaken. The present user's lock of the parent is
@@ -485,8 +486,9 @@ enum {
  *   newerThan   for TRVS_GET_IF_NEWER; null or "*" for the time of the workfile that is there
  *   group       promotion group; with a lock the development group that it is for
  *   flags       TRVS_GET_...
- * With a lock, dates don't count. A workfile that is equal already is replaced without a question,
- * and one that came or changed since the question isn't replaced. A symbolic link, also one to
+ * With a lock, dates don't count. A workfile that is equal already stays, without a question: only
+ * its mode changes, and with TRVS_GET_ARCHIVE_TIME its time. One that came or changed since the
+ * question isn't replaced. A symbolic link, also one to
  * nothing, is a workfile that is there: it is asked about and replaced itself, and what it leads to
  * stays as it is. A lock is given back if the workfile can't be written.
  *
@@ -727,7 +729,8 @@ typedef enum TrvsAttribute {
   TRVS_ATTRIBUTE_KEYWORDS = 0x2,        /* keywords are expanded in workfiles */
   TRVS_ATTRIBUTE_EXCLUSIVE_LOCKS = 0x4, /* one lock at a time */
   TRVS_ATTRIBUTE_READ_ONLY = 0x8,       /* workfiles are read-only unless locked */
-  TRVS_ATTRIBUTE_CHECK_LOCKS = 0x10     /* a check-in needs a lock */
+  TRVS_ATTRIBUTE_CHECK_LOCKS = 0x10,    /* a check-in needs a lock */
+  TRVS_ATTRIBUTE_EXECUTABLE = 0x20      /* who may read a workfile may run it, after a check-out */
 } TrvsAttribute;
 
 /* Sets and clears attributes, each a sum of TrvsAttribute. Locks that are there stay. May give

@@ -48,6 +48,6 @@ bool isAt(const Place& place, const FileIdentity& file, FileStatus* now);
 
 // The mode of a file of mode `old` that its owner may write, or nobody. What would lend the owner's
 // rights to those who run it is dropped.
-mode_t modeFor(mode_t old, bool isWritable);
+mode_t modeFor(mode_t old, bool isWritable, Running running);
 
 }  // namespace os

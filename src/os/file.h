@@ -38,6 +38,7 @@ struct FileStatus {
   bool isRegular = false;
   bool isLink = false;         // Told by readEntryStatus() only.
   bool ownerMayWrite = false;  // Whoever asks: a read-only mark binds everybody.
+  bool ownerMayRun = false;
   FileIdentity identity;
   uint32_t owner = 0;  // The user's number.
   uint64_t size = 0;
@@ -50,6 +51,9 @@ struct FileStatus {
 FileResult readStatus(const char* path, FileStatus* status);
 // The entry itself, which may be a link, even to nothing.
 FileResult readEntryStatus(const char* path, FileStatus* status);
+
+// Who may run a file whose mode changes: kAllowed is for all who may read it.
+enum class Running { kAsBefore, kAllowed };
 
 // A regular file, open until the object is destroyed.
 class File {
@@ -109,7 +113,9 @@ class File {
   [[nodiscard]] bool append(std::string_view bytes);
   bool setSize(uint64_t size) const;
   // Whether its owner may write, or nobody.
-  FileResult setWritable(bool isWritable) const;
+  FileResult setWritable(bool isWritable, Running running = Running::kAsBefore) const;
+  // When it was changed, in seconds since 1970. Keeps the time of the last access.
+  FileResult setModificationTime(int64_t seconds) const;
   // Waits until what was written is on the device.
   [[nodiscard]] bool sync() const;
   // The same for what the directory of place() says about its name: see Place::sync().

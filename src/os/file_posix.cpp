@@ -20,6 +20,7 @@ namespace os {
 namespace {
 
 constexpr int kOpenAlways = O_CLOEXEC | O_NOCTTY | O_NONBLOCK;
+constexpr mode_t kAllReaders = S_IRUSR | S_IRGRP | S_IROTH;
 constexpr mode_t kAllWriters = S_IWUSR | S_IWGRP | S_IWOTH;
 constexpr int64_t kNanosecondsPerSecond = 1'000'000'000;
 constexpr int kTries = 100;     // While others put new files where one is being opened.
@@ -31,6 +32,7 @@ FileStatus statusOf(const struct stat& raw) {
   status.isRegular = S_ISREG(raw.st_mode);
   status.isLink = S_ISLNK(raw.st_mode);
   status.ownerMayWrite = (raw.st_mode & S_IWUSR) != 0;
+  status.ownerMayRun = (raw.st_mode & S_IXUSR) != 0;
   status.identity = {raw.st_dev, raw.st_ino};
   status.owner = raw.st_uid;
   status.size = static_cast<uint64_t>(raw.st_size);
@@ -43,6 +45,7 @@ FileStatus statusOf(const struct statx& raw) {
   status.isDirectory = S_ISDIR(raw.stx_mode);
   status.isRegular = S_ISREG(raw.stx_mode);
   status.ownerMayWrite = (raw.stx_mode & S_IWUSR) != 0;
+  status.ownerMayRun = (raw.stx_mode & S_IXUSR) != 0;
   status.identity = {makedev(raw.stx_dev_major, raw.stx_dev_minor), raw.stx_ino};
   status.owner = raw.stx_uid;
   status.size = raw.stx_size;
@@ -159,7 +162,8 @@ FileResult resultOf(int error) {
   }
 }
 
-mode_t modeFor(mode_t old, bool isWritable) {
+mode_t modeFor(mode_t old, bool isWritable, Running running) {
+  if (running == Running::kAllowed) old |= (old & kAllReaders) >> 2;
   return (isWritable ? old | S_IWUSR : old & ~kAllWriters) & kModeBits;
 }
 
@@ -328,11 +332,16 @@ bool File::setSize(uint64_t size) const {
          0;
 }
 
-FileResult File::setWritable(bool isWritable) const {
+FileResult File::setWritable(bool isWritable, Running running) const {
   struct stat status;
   if (::fstat(descriptor_, &status) != 0) return FileResult::kFailed;
-  return resultOfCall(
-      uninterrupted([&] { return ::fchmod(descriptor_, modeFor(status.st_mode, isWritable)); }));
+  return resultOfCall(uninterrupted(
+      [&] { return ::fchmod(descriptor_, modeFor(status.st_mode, isWritable, running)); }));
+}
+
+FileResult File::setModificationTime(int64_t seconds) const {
+  const timespec times[] = {{0, UTIME_OMIT}, {static_cast<time_t>(seconds), 0}};
+  return resultOfCall(uninterrupted([&] { return ::futimens(descriptor_, times); }));
 }
 
 bool File::sync() const {

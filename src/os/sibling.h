@@ -59,7 +59,8 @@ class SiblingFile {
   // allowed. Without one, those of any new file. kRefused if something else than the owner can't be
   // kept; what can be kept is. kBusy if another file has taken the place of `model`.
   enum class Writing { kAsBefore, kAllowed, kForbidden };  // For the owner; kForbidden for all.
-  FileResult giveRights(const File* model, Writing writing = Writing::kAsBefore);
+  FileResult giveRights(const File* model, Writing writing = Writing::kAsBefore,
+                        Running running = Running::kAsBefore);
   // When it was changed, in seconds since 1970. Also when all is written.
   FileResult setModificationTime(int64_t seconds) const;
 

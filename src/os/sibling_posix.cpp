@@ -150,7 +150,7 @@ FileResult SiblingFile::writeOut(std::string_view bytes) {
   return FileResult::kDone;
 }
 
-FileResult SiblingFile::giveRights(const File* model, Writing writing) {
+FileResult SiblingFile::giveRights(const File* model, Writing writing, Running running) {
   FileResult result = flush();
   if (result != FileResult::kDone) return result;
   mode_t mode = 0;
@@ -163,14 +163,15 @@ FileResult SiblingFile::giveRights(const File* model, Writing writing) {
     result = copyRights(model->descriptor_, file_.descriptor_, &mode);
   }
   if (result != FileResult::kDone && result != FileResult::kRefused) return result;
-  if (writing != Writing::kAsBefore) mode = modeFor(mode, writing == Writing::kAllowed);
+  if (writing != Writing::kAsBefore) {
+    mode = modeFor(mode, writing == Writing::kAllowed, running);
+  }
   const int changed = uninterrupted([&] { return ::fchmod(file_.descriptor_, mode & kModeBits); });
   return changed == 0 ? result : resultOf(errno);
 }
 
 FileResult SiblingFile::setModificationTime(int64_t seconds) const {
-  const timespec times[] = {{0, UTIME_OMIT}, {static_cast<time_t>(seconds), 0}};
-  return resultOfCall(uninterrupted([&] { return ::futimens(file_.descriptor_, times); }));
+  return file_.setModificationTime(seconds);
 }
 
 FileResult SiblingFile::copy(const File& from, uint64_t offset, uint64_t size) {

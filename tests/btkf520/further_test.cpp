@@ -1,5 +1,8 @@
 // btkf520/further_test.cpp: what clients ask an archive for beyond revisions: notes of locks,
-// numbers that stay free, a group that is left.
+// numbers that stay free, a group that is left, workfiles that stay.
+#include <sys/stat.h>
+#include <utime.h>
+
 #include <string>
 
 #include "btkf520/archives.h"
@@ -23,6 +26,12 @@ class Further : public Archives {
   }
   int32_t lockWith(const char* revision, const std::string& note) {
     return TrvsLockWithNote(TRVS_CONTEXT, archive().c_str(), revision, nullptr, note.c_str());
+  }
+
+  static struct stat statusOf(const std::string& path) {
+    struct stat status {};
+    EXPECT_EQ(stat(path.c_str(), &status), 0);
+    return status;
   }
 
   // A list whose texts may be empty, up to where nothing follows.
@@ -131,6 +140,82 @@ TEST_F(Further, ARevisionLeavesItsGroup) {
     return TrvsGetOwner(TRVS_CONTEXT, archive().c_str(), buffer, size);
   });
   EXPECT_EQ(owner, "ann");
+}
+
+TEST_F(Further, WorkfilesMayBeRunIfTheFirstOneCould) {
+  const auto modeAfter = [this](mode_t before, uint32_t flags) {
+    unlink(workfile().c_str());
+    if (before != 0) {
+      write("m.c", "another");
+      chmod(workfile().c_str(), before);
+    }
+    EXPECT_EQ(get({.flags = flags | TRVS_GET_OVERWRITE}), TRVS_DONE);
+    return statusOf(workfile()).st_mode & 0777;
+  };
+  const mode_t old = umask(027);
+  for (const bool isProgram : {false, true}) {
+    SCOPED_TRACE(isProgram);
+    unlink(archive().c_str());
+    write("m.c", "echo");
+    chmod(workfile().c_str(), isProgram ? 0744 : 0655);
+    ASSERT_EQ(create(), TRVS_DONE);
+    ASSERT_EQ(put({}), TRVS_DONE);
+    uint32_t attributes = 0;
+    ASSERT_EQ(TrvsGetAttributes(TRVS_CONTEXT, archive().c_str(), &attributes), TRVS_DONE);
+    EXPECT_EQ((attributes & TRVS_ATTRIBUTE_EXECUTABLE) != 0, isProgram);
+    EXPECT_EQ(modeAfter(0, 0), isProgram ? 0550u : 0440u);
+    EXPECT_EQ(modeAfter(0, TRVS_GET_WRITABLE), isProgram ? 0750u : 0640u);
+    EXPECT_EQ(modeAfter(0604, 0), isProgram ? 0505u : 0404u);
+    ASSERT_EQ(setAttributes(isProgram ? 0 : 0x20u, isProgram ? 0x20u : 0), TRVS_DONE);
+    EXPECT_EQ(modeAfter(0, 0), isProgram ? 0440u : 0550u);
+    EXPECT_EQ(modeAfter(0711, 0), 0511u) << "as it was";
+  }
+  umask(old);
+}
+
+TEST_F(Further, WorkfilesThatAreEqualStay) {
+  const utimbuf past{1000000000, 1000000000};
+  const std::string wide = std::string(100000, 'w') + "$Author: ann $";
+  for (const bool hasKeywords : {false, true}) {
+    SCOPED_TRACE(hasKeywords);
+    unlink(archive().c_str());
+    configure(hasKeywords ? "EXPANDKEYWORDS\n" : "");
+    ASSERT_EQ(create(), TRVS_DONE);
+    ASSERT_EQ(put(hasKeywords ? std::string(100000, 'w') + "$Author$" : wide, {.time = minute(9)}),
+              TRVS_DONE);
+    // What the workfile holds; the flags, and whether it stays then.
+    const std::tuple<std::string, uint32_t, bool> cases[] = {
+        {wide, 0, true},
+        {wide, TRVS_GET_OVERWRITE, true},
+        {wide, TRVS_GET_OVERWRITE | TRVS_GET_LOCK, true},
+        {wide, TRVS_GET_OVERWRITE | TRVS_GET_ARCHIVE_TIME, true},
+        {wide, TRVS_GET_OVERWRITE | TRVS_GET_WRITABLE, true},
+        {wide + "$", TRVS_GET_OVERWRITE, false},
+        {std::string(100014, 'w'), TRVS_GET_OVERWRITE, false},
+    };
+    for (const auto& [bytes, flags, stays] : cases) {
+      SCOPED_TRACE(testing::Message() << bytes.size() << " " << flags);
+      unlink(workfile().c_str());
+      write("m.c", bytes);
+      chmod(workfile().c_str(), (flags & TRVS_GET_WRITABLE) != 0 ? 0444 : 0644);
+      link(workfile().c_str(), path("old").c_str());  // So that its inode isn't free.
+      utime(workfile().c_str(), &past);
+      const struct stat before = statusOf(workfile());
+      ASSERT_EQ(get({.flags = flags}), TRVS_DONE);
+      const struct stat after = statusOf(workfile());
+      EXPECT_EQ(before.st_ino == after.st_ino, stays);
+      const bool hasTime = (flags & TRVS_GET_ARCHIVE_TIME) != 0;
+      EXPECT_EQ(before.st_mtime == after.st_mtime, stays && !hasTime);
+      EXPECT_EQ(after.st_mtime < before.st_mtime, hasTime) << "the check-in was before";
+      EXPECT_EQ(isWorkfileWritable(), (flags & (TRVS_GET_WRITABLE | TRVS_GET_LOCK)) != 0);
+      EXPECT_EQ(support::readFile(workfile()), wide);
+      unlink(path("old").c_str());
+    }
+    const std::string held = list([this](char* buffer, int32_t size) {
+      return TrvsListLocks(TRVS_CONTEXT, archive().c_str(), buffer, size);
+    });
+    EXPECT_TRUE(held.starts_with("1.0 ann ")) << held;
+  }
 }
 
 }  // namespace

@@ -54,7 +54,7 @@ TEST_F(Locks, FollowTheRulesOfArchiveAndConfiguration) {
   }
   ASSERT_EQ(setAttributes(0, TRVS_ATTRIBUTE_CHECK_LOCKS), TRVS_DONE);
   EXPECT_EQ(lock(), TRVS_CANNOT_LOCK) << "locks are not checked";
-  EXPECT_EQ(setAttributes(0x20), TRVS_MISUSE);
+  EXPECT_EQ(setAttributes(0x40), TRVS_MISUSE);
   EXPECT_EQ(setAttributes(1, 1), TRVS_MISUSE);
   uint32_t attributes = 0;
   EXPECT_EQ(TrvsGetAttributes(TRVS_CONTEXT, archive().c_str(), &attributes), TRVS_DONE);

@@ -275,6 +275,8 @@ TrvsStatus CheckIn::assignGroup() {
 TrvsStatus CheckIn::add() {
   std::string label(textOf(request_.label));
   const Lock lock = takeLock();
+  const bool isFirst = task_.model.revisionCount() == 0;
+  if (isFirst && workfile_.ownerMayRun) task_.model.attributes |= TRVS_ATTRIBUTE_EXECUTABLE;
   Branch* branch = task_.model.findBranch(branchNumber(number_));
   if (branch == nullptr) branch = &task_.model.addBranch(number_.parent());
   fillRevision(&branch->revisions.emplace_back());

@@ -6,6 +6,7 @@
 
 #include "btkf520/btkf520.h"
 #include "btkf520/configuration/text.h"
+#include "btkf520/operations/comparedfile.h"
 #include "btkf520/operations/keywords.h"
 #include "btkf520/operations/locks.h"
 #include "btkf520/operations/revisions.h"
@@ -54,9 +55,9 @@ class CheckOut {
   TrvsStatus applyDates();
   TrvsStatus boundTime(std::optional<PackedTime>* time) const;
   TrvsStatus checkSize() { return task_.archive().checkSize(revision_->content); }
-  bool needsWhole() const;
   TrvsStatus readWhole();
   TrvsStatus checkOverwrite();
+  bool isThere(const os::FileStatus& entry);
   TrvsStatus writeBytes();
   TrvsStatus writeContent();
   TrvsStatus finish(const Event& event);
@@ -66,9 +67,10 @@ class CheckOut {
   Task task_;
   const Revision* revision_ = nullptr;  // In task_.model.
   std::string workfilePath_;
-  bool isWhole_ = false;  // All of it has to be seen before any of it is written.
+  bool isWhole_ = false;  // All of it has to be seen before any of it is written, for keywords.
   Bytes stored_;          // Then the content.
   std::optional<Bytes> expanded_;
+  os::File present_;  // The workfile, open if it has the content already.
   NewWorkfile workfile_;
 };
 
@@ -160,38 +162,39 @@ TrvsStatus CheckOut::boundTime(std::optional<PackedTime>* time) const {
   return TRVS_DONE;
 }
 
-// For keywords, and for a comparison with a file that is there and as long.
-bool CheckOut::needsWhole() const {
-  if (task_.model.has(TRVS_ATTRIBUTE_KEYWORDS)) return true;
-  if (asks(TRVS_GET_OVERWRITE | TRVS_GET_KEEP)) return false;
-  const auto old = entryAt(workfilePath_);
-  return old && old->size == revision_->content.length;
-}
-
 TrvsStatus CheckOut::readWhole() {
-  isWhole_ = needsWhole();
+  isWhole_ = task_.model.has(TRVS_ATTRIBUTE_KEYWORDS);
   if (!isWhole_) return TRVS_DONE;
   if (const TrvsStatus status = task_.archive().read(revision_->content, &stored_)) return status;
   expanded_ = expanded(task_.model, *revision_, task_.archiveText(), stored_.view());
   return TRVS_DONE;
 }
 
-// A file that is equal already may be replaced without a question: nothing is lost. A link would
-// be.
+// A file that is equal already needs no question: nothing is lost. A link would be.
 TrvsStatus CheckOut::checkOverwrite() {
   const auto old = entryAt(workfilePath_);
   if (old && !isReplaceable(*old)) return TRVS_WOULD_OVERWRITE;
-  if (asks(TRVS_GET_OVERWRITE)) return TRVS_DONE;
-  workfile_.replaceOnly(old);
+  if (!asks(TRVS_GET_OVERWRITE)) workfile_.replaceOnly(old);
   if (!old) return TRVS_DONE;
   if (asks(TRVS_GET_KEEP)) return TRVS_WOULD_OVERWRITE;
-  const std::string_view whole = expanded_ ? expanded_->view() : stored_.view();
-  Bytes file;
-  const bool isReadable = isWhole_ && old->isRegular && old->size == whole.size() &&
-                          readBytes(workfilePath_, &file) == TRVS_DONE;
-  if (isReadable && file.view() == whole) return TRVS_DONE;
+  if (isThere(*old) || asks(TRVS_GET_OVERWRITE)) return TRVS_DONE;
   return client().overwrites(task_.workfileText(), task_.archiveText()) ? TRVS_DONE
                                                                         : TRVS_WOULD_OVERWRITE;
+}
+
+// Whether the workfile has the content. One that can't be read has not.
+bool CheckOut::isThere(const os::FileStatus& entry) {
+  ComparedFile file;
+  if (!entry.isRegular || file.open(workfilePath_) != TRVS_DONE) return false;
+  bool isEqual = false;
+  if (isWhole_) {
+    isEqual = file.equals(expanded_ ? expanded_->view() : stored_.view());
+  } else if (file.compare(task_.archive(), revision_->content, &isEqual) != TRVS_DONE) {
+    return false;
+  }
+  if (!isEqual || file.file().status() != entry) return false;
+  present_ = std::move(file.file());
+  return true;
 }
 
 TrvsStatus CheckOut::writeBytes() {
@@ -205,12 +208,15 @@ TrvsStatus CheckOut::writeBytes() {
 
 // From the start again if another machine has replaced the archive meanwhile.
 TrvsStatus CheckOut::writeContent() {
+  WorkfileState state;
+  state.isWritable =
+      asks(TRVS_GET_WRITABLE | TRVS_GET_LOCK) || !task_.model.has(TRVS_ATTRIBUTE_READ_ONLY);
+  if (task_.model.has(TRVS_ATTRIBUTE_EXECUTABLE)) state.running = os::Running::kAllowed;
+  if (asks(TRVS_GET_ARCHIVE_TIME)) state.time = revision_->checkInTime;
+  if (present_.isOpen() && workfile_.keep(workfilePath_, &present_, state)) return TRVS_DONE;
   TrvsStatus status = writeBytes();
   if (status == TRVS_CANNOT_OPEN) status = writeBytes();
-  if (status != TRVS_DONE) return status;
-  const bool isWritable =
-      asks(TRVS_GET_WRITABLE | TRVS_GET_LOCK) || !task_.model.has(TRVS_ATTRIBUTE_READ_ONLY);
-  return workfile_.complete(isWritable, asks(TRVS_GET_ARCHIVE_TIME) ? revision_->checkInTime : 0);
+  return status == TRVS_DONE ? workfile_.complete(state) : status;
 }
 
 }  // namespace

@@ -13,7 +13,7 @@ namespace {
 
 constexpr uint32_t kAttributes = TRVS_ATTRIBUTE_BINARY | TRVS_ATTRIBUTE_KEYWORDS |
                                  TRVS_ATTRIBUTE_EXCLUSIVE_LOCKS | TRVS_ATTRIBUTE_READ_ONLY |
-                                 TRVS_ATTRIBUTE_CHECK_LOCKS;
+                                 TRVS_ATTRIBUTE_CHECK_LOCKS | TRVS_ATTRIBUTE_EXECUTABLE;
 
 // Locks and promotion groups keep a revision from being deleted.
 TrvsStatus checkDeletion(const Revision& revision) {

@@ -67,7 +67,7 @@ TrvsStatus ReportOutput::flush() {
 TrvsStatus ReportOutput::close() {
   if (path_.empty()) return TRVS_DONE;
   if (const TrvsStatus status = flush()) return status;
-  if (const TrvsStatus status = file_.complete(true, 0)) return status;
+  if (const TrvsStatus status = file_.complete({})) return status;
   file_.replaceOnly(old_);
   return file_.finish();
 }

@@ -183,6 +183,7 @@ TrvsStatus Report::writeHeading() {
   if (model.has(TRVS_ATTRIBUTE_READ_ONLY)) attributes.emplace_back("workfiles are read-only");
   if (model.has(TRVS_ATTRIBUTE_KEYWORDS)) attributes.emplace_back("keywords are expanded");
   if (model.has(TRVS_ATTRIBUTE_BINARY)) attributes.emplace_back("binary");
+  if (model.has(TRVS_ATTRIBUTE_EXECUTABLE)) attributes.emplace_back("executable");
   const std::pair<const char*, std::string> lines[] = {
       {"Archive", task_.archiveText()},
       {"Workfile", model.workName},

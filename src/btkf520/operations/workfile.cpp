@@ -50,18 +50,34 @@ TrvsStatus NewWorkfile::open(const std::string& path) {
 TrvsStatus NewWorkfile::write(std::string_view bytes) { return writeFailure(file_.write(bytes)); }
 
 // Rights and time are set before anybody can see the file.
-TrvsStatus NewWorkfile::complete(bool isWritable, PackedTime time) {
+TrvsStatus NewWorkfile::complete(const WorkfileState& state) {
   os::File old;
   const bool isThere = old.open(file_.place(), os::File::Access::kRead) == FileResult::kDone;
-  FileResult result =
-      file_.giveRights(isThere ? &old : nullptr, isWritable ? SiblingFile::Writing::kAllowed
-                                                            : SiblingFile::Writing::kForbidden);
+  FileResult result = file_.giveRights(
+      isThere ? &old : nullptr,
+      state.isWritable ? SiblingFile::Writing::kAllowed : SiblingFile::Writing::kForbidden,
+      state.running);
   // The file is the user's own: what can't be kept of an old one is let go.
   if (result == FileResult::kRefused) result = FileResult::kDone;
-  if (result == FileResult::kDone && time != 0) {
-    result = file_.setModificationTime(secondsOf(time));
+  if (result == FileResult::kDone && state.time != 0) {
+    result = file_.setModificationTime(secondsOf(state.time));
   }
   return writeFailure(result);
+}
+
+// To set what is set already shows who may.
+bool NewWorkfile::keep(const std::string& path, os::File* present, const WorkfileState& state) {
+  if (present->setWritable(present->status().ownerMayWrite) != FileResult::kDone) return false;
+  path_ = path;
+  kept_ = std::move(*present);
+  state_ = state;
+  return true;
+}
+
+FileResult NewWorkfile::changeKept() const {
+  const FileResult result = kept_.setWritable(state_.isWritable, state_.running);
+  if (result != FileResult::kDone || state_.time == 0) return result;
+  return kept_.setModificationTime(secondsOf(state_.time));
 }
 
 void NewWorkfile::replaceOnly(std::optional<os::FileStatus> seen) {
@@ -75,6 +91,7 @@ TrvsStatus NewWorkfile::check() const {
 
 TrvsStatus NewWorkfile::finish() {
   if (const TrvsStatus status = check()) return status;
+  if (kept_.isOpen()) return writeFailure(changeKept());
   const auto naming =
       isGuarded_ && !seen_ ? SiblingFile::Naming::kNew : SiblingFile::Naming::kReplace;
   // A workfile that a power cut takes is in the archive: no need to wait for the disk.

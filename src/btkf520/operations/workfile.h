@@ -20,6 +20,13 @@ std::optional<os::FileStatus> statusAt(const std::string& path);
 std::optional<os::FileStatus> entryAt(const std::string& path);
 bool isReplaceable(const os::FileStatus& entry);
 
+// What a workfile is to be, besides its content.
+struct WorkfileState {
+  bool isWritable = true;
+  os::Running running = os::Running::kAsBefore;
+  PackedTime time = 0;  // Of its change; 0: the present.
+};
+
 // A file on its way to the user: first all of it is written beside its place, which is where a full
 // disk shows, then it takes its place, also that of a link. Gone without a trace if it is given up
 // in between.
@@ -30,8 +37,12 @@ class NewWorkfile {
   [[nodiscard]] TrvsStatus open(const std::string& path);
   // Adds at the end. TRVS_CANNOT_WRITE.
   [[nodiscard]] TrvsStatus write(std::string_view bytes);
-  // To be called when all is written: `time` 0 is the present time. TRVS_CANNOT_WRITE.
-  [[nodiscard]] TrvsStatus complete(bool isWritable, PackedTime time);
+  // To be called when all is written. TRVS_CANNOT_WRITE.
+  [[nodiscard]] TrvsStatus complete(const WorkfileState& state);
+  // In the place of these three, for an open file at `path` that has the content already: it stays,
+  // with its inode, and with its time if `state` has none. False for one that only its owner could
+  // change, which is to be replaced. Else the file is taken over.
+  [[nodiscard]] bool keep(const std::string& path, os::File* present, const WorkfileState& state);
 
   // Tells what was seen at the file's place, nothing for no file, when it was decided that it may
   // be replaced. Without this anything may be.
@@ -39,12 +50,16 @@ class NewWorkfile {
 
   // Whether it may still take its place: TRVS_WOULD_OVERWRITE.
   [[nodiscard]] TrvsStatus check() const;
-  // Takes its place. TRVS_WOULD_OVERWRITE, TRVS_CANNOT_WRITE.
+  // Takes its place, or changes the one that is kept. TRVS_WOULD_OVERWRITE, TRVS_CANNOT_WRITE.
   [[nodiscard]] TrvsStatus finish();
 
  private:
+  os::FileResult changeKept() const;
+
   std::string path_;
   os::SiblingFile file_;
+  os::File kept_;  // Open if the old one stays.
+  WorkfileState state_;
   bool isGuarded_ = false;
   std::optional<os::FileStatus> seen_;
 };
