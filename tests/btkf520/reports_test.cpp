@@ -192,7 +192,7 @@ TEST(LineDifferences, OfLongTextsAreFoundStretchByStretch) {
       {start + text("new", 0, 60'000) + rest, kLines},
       {start + text("new", 0, 450'000) + rest, 30'000},  // More than is looked at.
       {start, 30'000},
-      {text("", 80'000, kLines), kLines - 80'000},
+      {text("", 60'000, kLines), kLines - 60'000},
       {"", 0}};
   const btkf::Lines first(plain);
   for (const auto& [other, want] : cases) {

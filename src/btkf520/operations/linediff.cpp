@@ -21,11 +21,12 @@ namespace {
 
 // Up to here the shortest list of edits is worth its time.
 constexpr size_t kMostLinesForShortest = 20000;
-// libgit2 takes some 150 bytes for a line. So of long texts as many lines of each are compared at
-// once, or somewhat more where that many have little in common. Where lines are equal as far as
-// this it is no chance, and the next stretch can begin after them.
-constexpr size_t kLinesOfStretch = 50'000;
-constexpr size_t kMostLinesOfStretch = 8 * kLinesOfStretch;
+// With libgit2 a line takes some 200 bytes. So of long texts as many lines of each are compared at
+// once; where those have little in common somewhat more, or a line for so many bytes of the longer
+// text. Where lines are equal as far as the last number it is no chance, and the next stretch can
+// begin after them.
+constexpr size_t kLinesOfStretch = 40'000;
+constexpr size_t kBytesForLine = 1024;
 constexpr size_t kSureLines = 20;
 
 std::optional<size_t> columnNumber(std::string_view text) {
@@ -286,6 +287,8 @@ Lines::Lines(std::string_view text) : text_(text) {
 }
 
 std::vector<Edit> compareLines(const Lines& first, const Lines& second, const LineRules& rules) {
+  const size_t widest = std::max(first.bytes(), second.bytes());
+  const size_t limit = std::max(2 * kLinesOfStretch, widest / kBytesForLine);
   std::vector<Edit> edits;
   size_t most = kLinesOfStretch;
   for (Edit rest{0, first.size(), 0, second.size()}; rest.firstCount + rest.secondCount > 0;) {
@@ -300,8 +303,8 @@ std::vector<Edit> compareLines(const Lines& first, const Lines& second, const Li
                                      std::min(rest.secondCount, most)};
     Stretch stretch(first, second, rules, where);
     const bool isCut = isLast || stretch.cutAfterEqual(kSureLines);
-    if (!isCut && most < kMostLinesOfStretch) {
-      most *= 2;
+    if (!isCut && most < limit) {
+      most = std::min(2 * most, limit);
       continue;
     }
     if (!isCut) stretch.cutAfterEqual(1);

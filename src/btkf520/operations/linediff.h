@@ -40,6 +40,7 @@ class Lines {
   explicit Lines(std::string_view text);
 
   size_t size() const { return size_; }
+  size_t bytes() const { return text_.size(); }
   std::string_view operator[](size_t line) const {
     const size_t begin = line == 0 ? 0 : ends()[line - 1];
     return text_.substr(begin, ends()[line] - begin);
