@@ -757,6 +757,39 @@ TRVS_EXPORT int32_t TrvsDeleteRevisions(int32_t context, const char* archive, co
 TRVS_EXPORT int32_t TrvsListRevisions(int32_t context, const char* archive, const char* range,
                                       char* buffer, int32_t size);
 
+/* Fetches what is stored of revisions, in the order of TrvsListRevisions: a list of five texts for
+ * each, the number, the length of the content in bytes, its checksum (XXH64 with seed 0, as 16
+ * hexadecimal digits), the workfile's time of change when it was checked in, as
+ * "2026-11-21 04:05:46", and the author, which may be empty. The empty number ends the list.
+ *   range  as for TrvsLog */
+TRVS_EXPORT int32_t TrvsListContents(int32_t context, const char* archive, const char* range,
+                                     char* buffer, int32_t size);
+
+/* Fetches the number of the newest revision, by check-in time, whose content the workfile has: as
+ * it is stored or, if the archive wants keywords expanded, as a check-out would give it. The file
+ * may have any name: "archive(file)". Gives TRVS_NO_REVISION if there is none. May give
+ * TRVS_NO_WORKFILE. */
+TRVS_EXPORT int32_t TrvsFindContent(int32_t context, const char* archive, char* buffer,
+                                    int32_t size);
+
+/* Takes the next bytes of a content, which are good until it returns; `client` is what the client
+ * gave. To refuse ends the operation with TRVS_CANCELLED. It may use no other function here. */
+typedef int32_t (*TrvsContentCallback)(void* client, const void* bytes, uint64_t size);
+
+enum { TRVS_READ_EXPANDED = 0x1 /* keywords, if the archive wants that */ };
+
+/* Hands out the content of a revision, without a workfile. No event, as for a comparison.
+ *   descriptor  one to write to; it stays open. -1 with a callback. TRVS_CANNOT_WRITE if it doesn't
+ *               take everything; a pipe that nobody reads sends SIGPIPE to a process that doesn't
+ *               ignore that
+ *   callback    null with a descriptor
+ *   client      for the callback
+ *   flags       TRVS_READ_...
+ * With any status but TRVS_DONE what was handed out is worth nothing. */
+TRVS_EXPORT int32_t TrvsReadRevision(int32_t context, const char* archive, const char* revision,
+                                     int32_t descriptor, TrvsContentCallback callback, void* client,
+                                     uint32_t flags);
+
 /* Reads every byte of an archive and checks it. The buffer, which may be null, receives the numbers
  * of the revisions that can't be checked out any more, with TRVS_DONE and
  * TRVS_NOT_AN_ARCHIVE; an empty list with the latter means that what is damaged stands outside

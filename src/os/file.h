@@ -2,7 +2,7 @@
 // synced and held.
 //
 // Paths are the system's own. Nothing here waits for another process, not even for the other end of
-// a pipe; what a signal interrupts is done again.
+// a pipe, but writeToDescriptor(); what a signal interrupts is done again.
 //
 // Holding. A lock belongs to the open file: it ends with close() and with the process, and two open
 // files of one process exclude each other too. It is a lock on the file that was opened, while
@@ -150,6 +150,11 @@ FileResult makeFile(const std::string& path);
 // Whether the process may open the file like that: kRefused if not. The owner's right to write
 // decides too, so a read-only file refuses root as well.
 FileResult checkAccess(const char* path, File::Access access);
+
+// Writes all of `bytes` to a descriptor that somebody else has opened, wherever it leads. Waits as
+// long as that takes. kFailed, also for one that doesn't wait and takes no more, with an unknown
+// part of them written.
+FileResult writeToDescriptor(int descriptor, std::string_view bytes);
 
 FileResult removeFile(const char* path);
 // Keeps the time of the last access.

@@ -416,6 +416,17 @@ FileResult checkAccess(const char* path, File::Access access) {
       [=] { return ::faccessat(AT_FDCWD, path, isUpdate ? W_OK : R_OK, AT_EACCESS); }));
 }
 
+FileResult writeToDescriptor(int descriptor, std::string_view bytes) {
+  while (!bytes.empty()) {
+    const ssize_t count = uninterrupted([&] {
+      return ::write(descriptor, bytes.data(), std::min(bytes.size(), kLargestTransfer));
+    });
+    if (count <= 0) return FileResult::kFailed;
+    bytes.remove_prefix(static_cast<size_t>(count));
+  }
+  return FileResult::kDone;
+}
+
 FileResult removeFile(const char* path) {
   return resultOfCall(uninterrupted([=] { return ::unlink(path); }));
 }

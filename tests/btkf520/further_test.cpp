@@ -1,5 +1,7 @@
 // btkf520/further_test.cpp: what clients ask an archive for beyond revisions: notes of locks,
-// numbers that stay free, a group that is left, workfiles that stay.
+// numbers that stay free, a group that is left, workfiles that stay,
+// contents that are listed, found and read.
+#include <fcntl.h>
 #include <sys/stat.h>
 #include <utime.h>
 
@@ -216,6 +218,93 @@ TEST_F(Further, WorkfilesThatAreEqualStay) {
     });
     EXPECT_TRUE(held.starts_with("1.0 ann ")) << held;
   }
+}
+
+TEST_F(Further, ContentsAreListedFoundAndRead) {
+  const auto listed = [this](const char* range) {
+    std::string all;
+    for (const std::string& text : textsOf([&](char*buffer, int32_t size) {
+           return TrvsListContents(TRVS_CONTEXT, archive().c_str(), range, buffer, size);
+         })) {
+      all += text + "|";
+    }
+    return all;
+  };
+  const auto found = [this](std::string_view bytes) {
+    char number[40] = "";
+    write("other", bytes);
+    const int32_t status = TrvsFindContent(
+        TRVS_CONTEXT, (archive() + "(" + path("other") + ")").c_str(), number, sizeof number);
+    return status == TRVS_DONE ? number : statusText(status);
+  };
+  const auto read = [this](const char* revision, uint32_t flags) {
+    std::string taken;
+    const auto take = [](void* client, const void* bytes, uint64_t size) -> int32_t {
+      static_cast<std::string*>(client)->append(static_cast<const char*>(bytes), size);
+      return TRVS_GO_ON;
+    };
+    const int32_t status =
+        TrvsReadRevision(TRVS_CONTEXT, archive().c_str(), revision, -1, take, &taken, flags);
+    const int file = open(path("out").c_str(), O_CREAT | O_WRONLY | O_TRUNC, 0600);
+    EXPECT_EQ(
+        TrvsReadRevision(TRVS_CONTEXT, archive().c_str(), revision, file, nullptr, nullptr, flags),
+        status);
+    close(file);
+    if (status != TRVS_DONE) return statusText(status);
+    EXPECT_TRUE(support::readFile(path("out")) == taken);
+    return taken;
+  };
+  configure("EXPANDKEYWORDS\n");
+  ASSERT_EQ(create(), TRVS_DONE);
+  ASSERT_EQ(setAttributes(0, TRVS_ATTRIBUTE_CHECK_LOCKS), TRVS_DONE);
+  EXPECT_EQ(found(""), statusText(TRVS_NO_REVISIONS));
+  const std::string wide(3 << 20, 'w');
+  const std::string contents[] = {"$Revision$", "", "$Revision$\n", wide, "$Revision$"};
+  for (const std::string& content : contents) {
+    write("m.c", content);
+    const utimbuf time{1000000000, 1000000000};
+    utime(workfile().c_str(), &time);
+    ASSERT_EQ(put({.author = content.empty() ? nullptr : "bo", .time = minute(1)}), TRVS_DONE);
+  }
+  ASSERT_EQ(put("", {.revision = "1.0", .time = minute(2), .flags = TRVS_PUT_OLDER}), TRVS_DONE);
+  char time[40];
+  const time_t seconds = 1000000000;
+  strftime(time, sizeof time, "%Y-%m-%d %H:%M:%S", localtime(&seconds));
+  EXPECT_EQ(listed("1.0"), "1.0|10|89bb3cc7f90ecf34|" + std::string(time) + "|bo|");
+  EXPECT_EQ(listed("1.1"), "1.1|0|ef46db3751d8e999|" + std::string(time) + "|ann|");
+  EXPECT_EQ(listed("1.9"), statusText(TRVS_NO_REVISION) + "|");
+  // As it is stored, then as it is checked out; the branch is newer than 1.1.
+  EXPECT_EQ(found("$Revision$"), "1.4");
+  EXPECT_EQ(found("$Revision: 1.0 $"), "1.0");
+  EXPECT_EQ(found("$Revision: 1.2 $\n"), "1.2");
+  EXPECT_EQ(found("$Revision: 1.1 $"), statusText(TRVS_NO_REVISION));
+  EXPECT_EQ(found(""), "1.0.1.0");
+  EXPECT_EQ(found(wide), "1.3");
+  EXPECT_EQ(found(wide.substr(1) + "v"), statusText(TRVS_NO_REVISION));
+  unlink(path("other").c_str());
+  char number[4];
+  EXPECT_EQ(TrvsFindContent(TRVS_CONTEXT, archive().c_str(), number, 4), TRVS_NO_WORKFILE);
+  EXPECT_EQ(read("1.2", 0), "$Revision$\n");
+  EXPECT_EQ(read(nullptr, TRVS_READ_EXPANDED), "$Revision: 1.4 $");
+  EXPECT_TRUE(read("1.3", TRVS_READ_EXPANDED) == wide);
+  EXPECT_EQ(read("1.1", 0), "");
+  EXPECT_EQ(read("1.7", 0), statusText(TRVS_NO_REVISION));
+  EXPECT_EQ(read(nullptr, 2), statusText(TRVS_MISUSE));
+  const auto refuse = [](void*, const void*, uint64_t) -> int32_t { return TRVS_REFUSE; };
+  const auto readTo = [&](int descriptor, TrvsContentCallback callback) {
+    return TrvsReadRevision(TRVS_CONTEXT, archive().c_str(), "1.3", descriptor, callback, nullptr,
+                            0);
+  };
+  EXPECT_EQ(readTo(-1, refuse), TRVS_CANCELLED);
+  EXPECT_EQ(readTo(0, refuse), TRVS_MISUSE) << "both";
+  EXPECT_EQ(readTo(-1, nullptr), TRVS_MISUSE);
+  const int full = open("/dev/full", O_WRONLY);
+  EXPECT_EQ(readTo(full, nullptr), TRVS_CANNOT_WRITE);
+  close(full);
+  become("zoe");
+  ASSERT_EQ(TrvsAddAccess(TRVS_CONTEXT, archive().c_str(), "bo"), TRVS_DONE);
+  EXPECT_EQ(read("1.2", 0), statusText(TRVS_NO_ACCESS));
+  EXPECT_EQ(found(""), statusText(TRVS_NO_ACCESS));
 }
 
 }  // namespace

@@ -10,12 +10,14 @@
 #include "btkf520/interface/boundary.h"
 #include "btkf520/operations/checkin.h"
 #include "btkf520/operations/checkout.h"
+#include "btkf520/operations/contents.h"
 #include "btkf520/operations/edit.h"
 #include "btkf520/operations/labels.h"
 #include "btkf520/operations/locks.h"
 #include "btkf520/operations/names.h"
 #include "btkf520/operations/promote.h"
 #include "btkf520/operations/revtree.h"
+#include "os/file.h"
 
 namespace {
 
@@ -270,6 +272,40 @@ int32_t TrvsListRevisions(int32_t context, const char* archive, const char* rang
                           int32_t size) {
   return listed(context, buffer, size,
                 [&](Names* names) { return btkf::listRevisions(archive, range, names); });
+}
+
+int32_t TrvsListContents(int32_t context, const char* archive, const char* range, char* buffer,
+                         int32_t size) {
+  return listed(context, buffer, size,
+                [&](Names* texts) { return btkf::listContents(archive, range, texts); });
+}
+
+int32_t TrvsFindContent(int32_t context, const char* archive, char* buffer, int32_t size) {
+  return told(context, buffer, size,
+              [&](std::string* number) { return btkf::findContent(archive, number); });
+}
+
+int32_t TrvsReadRevision(int32_t context, const char* archive, const char* revision,
+                         int32_t descriptor, TrvsContentCallback callback, void* client,
+                         uint32_t flags) {
+  return guarded([&] {
+    const bool isOne = (descriptor >= 0) != (callback != nullptr);
+    if (!isContext(context) || !isOne || (flags & ~uint32_t{TRVS_READ_EXPANDED}) != 0) {
+      return TRVS_MISUSE;
+    }
+    bool isCancelled = false;
+    const TrvsStatus status = btkf::readRevision(
+        archive, revision,
+        (flags & TRVS_READ_EXPANDED) != 0 ? btkf::Keywords::kExpanded : btkf::Keywords::kAsStored,
+        [&](std::string_view bytes) {
+          if (callback == nullptr) {
+            return os::writeToDescriptor(descriptor, bytes) == os::FileResult::kDone;
+          }
+          isCancelled = callback(client, bytes.data(), bytes.size()) != TRVS_GO_ON;
+          return !isCancelled;
+        });
+    return isCancelled ? TRVS_CANCELLED : status;
+  });
 }
 
 int32_t TrvsVerifyArchive(int32_t context, const char* archive, char* buffer, int32_t size) {

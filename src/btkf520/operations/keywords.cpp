@@ -76,11 +76,22 @@ bool isText(std::string_view bytes) {
   return bytes.substr(0, kTextProbe).find('\0') == std::string_view::npos;
 }
 
+bool expandsKeywords(const ArchiveModel& model) {
+  return model.has(TRVS_ATTRIBUTE_KEYWORDS) && !model.has(TRVS_ATTRIBUTE_BINARY);
+}
+
+bool hasExpandedKeywords(std::string_view text) {
+  for (size_t at = text.find('$'); at != std::string_view::npos; at = text.find('$', at + 1)) {
+    const auto [keyword, size] = keywordAt(text.substr(at));
+    if (size > keyword.size() + std::string_view("$$").size()) return true;
+  }
+  return false;
+}
+
 // In two passes, since memory for a wide text is taken once and at its size.
 std::optional<Bytes> expanded(const ArchiveModel& model, const Revision& revision,
                               std::string_view archive, std::string_view bytes) {
-  if (!model.has(TRVS_ATTRIBUTE_KEYWORDS) || model.has(TRVS_ATTRIBUTE_BINARY) || !isText(bytes))
-    return {};
+  if (!expandsKeywords(model) || !isText(bytes)) return {};
   uint64_t size = 0;
   const auto count = [&](std::string_view piece) { size += piece.size(); };
   if (!expandTo(model, revision, archive, bytes, count)) return {};

@@ -12,6 +12,11 @@ namespace btkf {
 // Whether a content is text: no NUL in its first 8000 bytes.
 bool isText(std::string_view bytes);
 
+// Whether workfiles of the archive have keywords expanded, as far as they are text.
+bool expandsKeywords(const ArchiveModel& model);
+// Whether a text may have come of an expansion that changed something.
+bool hasExpandedKeywords(std::string_view text);
+
 // The content of a workfile for a revision: with `$Revision$`, `$Author$`, `$Date$`, `$Archive$`
 // and `$Workfile$` expanded to `$Revision: 1.2 $` and so on. A keyword that was expanded before is
 // expanded anew. Nothing if the content stays as it is: keywords are not to be expanded in this
