@@ -342,6 +342,14 @@ typedef enum TrvsItem {
  * Gives TRVS_MISUSE for anything but a TrvsItem. */
 TRVS_EXPORT int32_t TrvsQueryConfigurationItem(int32_t item, char* buffer, int32_t size);
 
+/* Fetches all that the current configuration settles: a list of four texts for each directive, its
+ * name, its value as a file would have it, the path text of the file that says so, as the client or
+ * an INCLUDE directive gave it, and the number of the line there. What no file says is there with
+ * its default, "" and "0". A directive that settles several things, such as ARCHIVESUFFIX, is there
+ * once for each. Values may be empty; the empty name ends the list. DISALLOW is there for each name
+ * that it forbids to later files, and not without one. */
+TRVS_EXPORT int32_t TrvsListConfiguration(char* buffer, int32_t size);
+
 typedef enum TrvsGroupKind {
   TRVS_GROUP_NONE = 1,        /* no such group */
   TRVS_GROUP_DEVELOPMENT = 2, /* no group below it; also the only group of a model */

@@ -209,6 +209,67 @@ TEST_F(ConfigurationFile, DateWordsAndFormatAreWhatParsersTake) {
   }
 }
 
+// What holds, with its place; and what is listed is itself a configuration that says the same.
+TEST_F(ConfigurationFile, ListsWhatHolds) {
+  // "NAME value [file:line]", without the directory, and only what stands in a file if `all` isn't
+  // asked for.
+  const auto listed = [this](bool all) {
+    std::string buffer;
+    EXPECT_EQ(grown(&buffer,
+                    [](char* bytes, int32_t size) { return TrvsListConfiguration(bytes, size); }),
+              TRVS_DONE);
+    std::string result;
+    for (const char* text = buffer.data(); *text != '\0';) {
+      std::string fields[4];
+      for (std::string& field : fields) {
+        field = text;
+        text += field.size() + 1;
+      }
+      const auto& [name, value, file, line] = fields;
+      EXPECT_EQ(file.empty(), line == "0") << name;
+      if (all) result += name + " = " + value + "\n";
+      if (all || file.empty()) continue;
+      EXPECT_TRUE(file.starts_with(path(""))) << file;
+      result += name + " " + value + " [" + file.substr(path("").size()) + ":" + line + "]\n";
+    }
+    return result;
+  };
+  load("");
+  EXPECT_EQ(listed(false), "");
+  const std::string defaults = listed(true);
+  EXPECT_TRUE(defaults.starts_with("VCSDIR = \nARCHIVESUFFIX = * = _v\nPROMOTE = \n")) << defaults;
+  write("more.cfg", "VCSDIR = b;c\nPROMOTE dev = test\nUSERID environment WHO\n");
+  load(
+      "VCSDIR = a\nDISALLOW = VCSDIR\nMULTILOCK = 0\nINCLUDE more.cfg\nJOURNAL = a\n"
+      "ARCHIVESUFFIX .c=_c\nARCHIVESUFFIX = . = _none\nACCESSLIST ann,bo\n"
+      "EVENTTRIGGER postlock = echo a = b\nPROMOTE test = prod\nPROMOTE dev = prod\n");
+  EXPECT_EQ(told(), "line@2");
+  const std::string want =
+      "VCSDIR b;c [more.cfg:1]\nARCHIVESUFFIX . = _none [project.cfg:7]\n"
+      "ARCHIVESUFFIX C = _c [project.cfg:6]\nPROMOTE dev = prod [project.cfg:11]\n"
+      "PROMOTE test = prod [project.cfg:10]\nMULTILOCK OFF [project.cfg:3]\n"
+      "JOURNAL a [project.cfg:5]\nUSERID ENVIRONMENT WHO [more.cfg:3]\n"
+      "ACCESSLIST ann, bo [project.cfg:8]\nEVENTTRIGGER POSTLOCK = echo a = b [project.cfg:9]\n";
+  EXPECT_EQ(listed(false), want);
+  // A broken model leaves the one before, with its places; so do other modes and bad lines.
+  load("PROMOTE prod = dev\nMULTILOCK = maybe\n", TRVS_READ_FOLLOWING);
+  EXPECT_EQ(told(), "line@2 circle@0");
+  EXPECT_EQ(listed(false), want);
+  const std::string all = listed(true);
+  load(all);
+  EXPECT_EQ(told(), "");
+  EXPECT_EQ(listed(true), all);
+  load("ARCHIVESUFFIX =\nPROMOTE\nEVENTTRIGGER\nVCSDIR\n", TRVS_READ_FOLLOWING);
+  EXPECT_TRUE(
+      listed(false).starts_with("VCSDIR  [project.cfg:4]\n"
+                                "ARCHIVESUFFIX * = _v [project.cfg:1]\n"
+                                "PROMOTE  [project.cfg:2]\n"));
+  load("DISALLOW = INCLUDE journal\nMULTILOCK\n", TRVS_READ_MASTER);
+  EXPECT_EQ(listed(false),
+            "MULTILOCK ON [project.cfg:2]\nDISALLOW INCLUDE [project.cfg:1]\n"
+            "DISALLOW JOURNAL [project.cfg:1]\n");
+}
+
 // What operations on archives ask for, which no item of the C interface shows.
 TEST(Configuration, SettingsTakeTheirValuesOrRefuseThem) {
   btkf::Configuration configuration;

@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <optional>
+#include <set>
 #include <utility>
 
 #include "btkf520/configuration/text.h"
@@ -70,10 +71,57 @@ const std::map<std::string, Configuration::Setter>& Configuration::setters() {
   return *table;
 }
 
-bool Configuration::set(const std::string& name, std::string_view value, bool isTrusted) {
-  isTrusted_ = isTrusted;
+bool Configuration::set(const std::string& name, std::string_view value, const Origin& origin) {
+  origin_ = origin;
   const auto setter = setters().find(name);
-  return setter != setters().end() && (this->*setter->second)(value);
+  if (setter == setters().end() || !(this->*setter->second)(value)) return false;
+  origins_[name] = origin;
+  return true;
+}
+
+Origin Configuration::originOf(const std::string& name) const {
+  const auto found = origins_.find(name);
+  return found == origins_.end() ? Origin() : found->second;
+}
+
+// In the order of docs/configuration.md.
+std::vector<Setting> Configuration::settings() const {
+  std::vector<Setting> all;
+  const auto add = [&](const char* name, std::string value) {
+    all.push_back({name, std::move(value), originOf(name)});
+  };
+  const auto addSwitch = [&](const char* name, bool isOn) { add(name, isOn ? "ON" : "OFF"); };
+  add("VCSDIR", archiveDirectories_);
+  auto suffixes = archiveSuffixes_;
+  const Origin cleared = suffixes.empty() ? originOf("ARCHIVESUFFIX") : Origin();
+  suffixes.try_emplace(std::string(kOtherExtensions), Suffix{std::string(kDefaultSuffix), cleared});
+  for (const auto& [extension, suffix] : suffixes) {
+    const std::string shown = extension.empty() ? "." : extension;
+    all.push_back({"ARCHIVESUFFIX", shown + " = " + suffix.text, suffix.origin});
+  }
+  for (const PromotionModel::Link& link : promotion_.links()) {
+    const std::string parent = link.parent.empty() ? "" : " = " + link.parent;
+    all.push_back({"PROMOTE", link.child + parent, link.origin});
+  }
+  if (promotion_.isEmpty()) add("PROMOTE", "");
+  add("DATEWORDS", dateWords_);
+  add("DATEFORMAT", dateFormat_);
+  addSwitch("EXCLUSIVELOCK", exclusiveLock_);
+  addSwitch("MULTILOCK", multipleLocks_);
+  addSwitch("EXPANDKEYWORDS", expandKeywords_);
+  addSwitch("BRANCHWARN", branchWarning_);
+  add("JOURNAL", journal_.text);
+  add("USERID", userVariable_.empty() ? "ACCOUNT" : "ENVIRONMENT " + userVariable_);
+  std::string users;
+  for (const std::string& user : accessList_) users += (users.empty() ? "" : ", ") + user;
+  add("ACCESSLIST", users);
+  for (const auto& [event, command] : eventTriggers_) {
+    all.push_back({"EVENTTRIGGER", event + " = " + command.text, command.origin});
+  }
+  if (eventTriggers_.empty()) add("EVENTTRIGGER", "");
+  add("ONERROR", stopsOnError_ ? "STOP" : "CONTINUE");
+  for (const auto& [name, origin] : disallowed_) all.push_back({"DISALLOW", name, origin});
+  return all;
 }
 
 bool Configuration::isSetting(const std::string& name) { return setters().contains(name); }
@@ -90,7 +138,7 @@ std::string Configuration::archiveSuffix(std::string_view extension) const {
   auto suffix = archiveSuffixes_.find(extensionKey(extension));
   if (suffix == archiveSuffixes_.end())
     suffix = archiveSuffixes_.find(std::string(kOtherExtensions));
-  return suffix == archiveSuffixes_.end() ? std::string(kDefaultSuffix) : suffix->second;
+  return suffix == archiveSuffixes_.end() ? std::string(kDefaultSuffix) : suffix->second.text;
 }
 
 Demand Configuration::eventTrigger(std::string_view event) const {
@@ -119,7 +167,7 @@ bool Configuration::setArchiveSuffix(std::string_view value) {
     return true;
   }
   if (archiveSuffixes_.size() == kMostSuffixes && !archiveSuffixes_.contains(key)) return false;
-  archiveSuffixes_[key] = suffix;
+  archiveSuffixes_[key] = {std::string(suffix), origin_};
   return true;
 }
 
@@ -130,10 +178,10 @@ bool Configuration::setPromotion(std::string_view value) {
     return true;
   }
   const auto both = sides(value);
-  if (!both) return promotion_.link(value, "");
+  if (!both) return promotion_.link(value, "", origin_);
   const auto [child, parent] = *both;
   if (parent.empty() || parent.find('=') != std::string_view::npos) return false;
-  return promotion_.link(child, parent);
+  return promotion_.link(child, parent, origin_);
 }
 
 bool Configuration::setDateWords(std::string_view value) {
@@ -166,7 +214,7 @@ bool Configuration::setBranchWarning(std::string_view value) {
 }
 
 bool Configuration::setJournal(std::string_view value) {
-  journal_ = {std::string(value), isTrusted_};
+  journal_ = {std::string(value), origin_};
   return true;
 }
 
@@ -205,7 +253,7 @@ bool Configuration::setEventTrigger(std::string_view value) {
   if (both->second.empty()) {
     eventTriggers_.erase(upperCase(both->first));
   } else {
-    eventTriggers_[upperCase(both->first)] = {std::string(both->second), isTrusted_};
+    eventTriggers_[upperCase(both->first)] = {std::string(both->second), origin_};
   }
   return true;
 }

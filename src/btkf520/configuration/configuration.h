@@ -6,11 +6,11 @@
 
 #include <cstddef>
 #include <map>
-#include <set>
 #include <string>
 #include <string_view>
 #include <vector>
 
+#include "btkf520/configuration/origin.h"
 #include "btkf520/configuration/promotion.h"
 #include "dates/language.h"
 
@@ -18,8 +18,15 @@ namespace btkf {
 
 // What a configuration has the process do outside of archives: run a command, write a file.
 struct Demand {
-  std::string text;        // A command or a path text. Empty for none.
-  bool isTrusted = false;  // Nobody but root and the present user can have written it.
+  std::string text;  // A command or a path text. Empty for none.
+  Origin origin;
+};
+
+// A directive as a file would have it, with the value that holds.
+struct Setting {
+  std::string name;
+  std::string value;
+  Origin origin;  // Without a file it is a default.
 };
 
 // A value, copied freely. A new one holds the defaults. Its size is bounded, whatever set() is
@@ -59,12 +66,15 @@ class Configuration {
 
   // Takes in one directive. `name` is in upper case, `value` is trimmed; an empty value sets
   // the default, or turns a switch on. False, and nothing changes, for a name that isn't a
-  // setting or a value that this setting can't have. `isTrusted`: see Demand.
-  [[nodiscard]] bool set(const std::string& name, std::string_view value, bool isTrusted = false);
+  // setting or a value that this setting can't have.
+  [[nodiscard]] bool set(const std::string& name, std::string_view value,
+                         const Origin& origin = {});
   static bool isSetting(const std::string& name);
+  // All that holds. Each directive is there once or, if it settles several things, once for each.
+  std::vector<Setting> settings() const;
 
   // Directives that files after the master file may not use, by names in upper case.
-  void disallow(const std::string& name) { disallowed_.insert(name); }
+  void disallow(const std::string& name, const Origin& origin) { disallowed_[name] = origin; }
   bool isDisallowed(const std::string& name) const { return disallowed_.contains(name); }
 
   // Goes back to an earlier promotion model.
@@ -76,6 +86,7 @@ class Configuration {
  private:
   using Setter = bool (Configuration::*)(std::string_view value);
   static const std::map<std::string, Setter>& setters();
+  Origin originOf(const std::string& name) const;
 
   bool setArchiveDirectories(std::string_view value);
   bool setArchiveSuffix(std::string_view value);
@@ -93,7 +104,11 @@ class Configuration {
   bool setErrorRule(std::string_view value);
 
   std::string archiveDirectories_;
-  std::map<std::string, std::string> archiveSuffixes_;  // Extension in upper case, no dot; or "*".
+  struct Suffix {
+    std::string text;
+    Origin origin;
+  };
+  std::map<std::string, Suffix> archiveSuffixes_;  // Extension in upper case, no dot; or "*".
   PromotionModel promotion_;
   std::string dateWords_{dates::kDefaultWords};
   std::string dateFormat_{dates::kDefaultFormat};
@@ -106,8 +121,9 @@ class Configuration {
   std::vector<std::string> accessList_;
   std::map<std::string, Demand> eventTriggers_;
   bool stopsOnError_ = false;
-  std::set<std::string> disallowed_;
-  bool isTrusted_ = false;  // Of the directive that is being set.
+  std::map<std::string, Origin> disallowed_;
+  std::map<std::string, Origin> origins_;  // Of the last directive of each name.
+  Origin origin_;                          // Of the directive that is being set.
 };
 
 }  // namespace btkf

@@ -102,7 +102,12 @@ void ConfigurationReader::readText(const std::string& path, const FileText& file
   ++files_;
   bytes_ += file.text.size();
   const bool mayBeTrusted = open_.empty() ? mode_ == TRVS_READ_MASTER : open_.back().isTrusted;
-  open_.push_back({path, file.identity, file.owner, mayBeTrusted && file.isTrusted, {}, {}});
+  open_.push_back({std::make_shared<const std::string>(path),
+                   file.identity,
+                   file.owner,
+                   mayBeTrusted && file.isTrusted,
+                   {},
+                   {}});
   std::string_view rest = file.text;
   if (rest.starts_with(kByteOrderMark)) rest.remove_prefix(kByteOrderMark.size());
   while (!rest.empty() && state_ == State::kReading) {
@@ -158,7 +163,7 @@ TrvsStatus ConfigurationReader::takeDirective(const std::string& name, std::stri
     status = include(value);
   } else if (name == "DISALLOW") {
     status = disallow(value);
-  } else if (!configuration_->set(name, value, open_.back().isTrusted)) {
+  } else if (!configuration_->set(name, value, origin())) {
     status = TRVS_INVALID_LINE;
   }
   hasTakenAny_ = hasTakenAny_ || status == TRVS_DONE;
@@ -169,7 +174,7 @@ TrvsStatus ConfigurationReader::include(std::string_view value) {
   if (value.empty()) return TRVS_BAD_INCLUDE;
   if (open_.size() == kDeepestNesting) return TRVS_NESTED_TOO_DEEP;
   if (files_ == kMostFiles) return TRVS_BAD_INCLUDE;
-  const std::string path = placeOf(value, open_.back().path);
+  const std::string path = placeOf(value, *open_.back().path);
   FileText file;
   const os::FileResult result =
       host_->readFile(path, std::min(kLargestFile, kMostBytes - bytes_), &file);
@@ -187,6 +192,10 @@ TrvsStatus ConfigurationReader::include(std::string_view value) {
   return TRVS_DONE;
 }
 
+Origin ConfigurationReader::origin() const {
+  return {open_.back().path, open_.back().number, open_.back().isTrusted};
+}
+
 // Names that are known are disallowed even if others in the line are not: that is the safe side.
 TrvsStatus ConfigurationReader::disallow(std::string_view value) {
   const std::vector<std::string_view> names = pieces(value, " \t,");
@@ -195,7 +204,7 @@ TrvsStatus ConfigurationReader::disallow(std::string_view value) {
   for (std::string_view piece : names) {
     const std::string name = upperCase(piece);
     if (name == "INCLUDE" || Configuration::isSetting(name)) {
-      configuration_->disallow(name);
+      configuration_->disallow(name, origin());
     } else {
       allKnown = false;
     }

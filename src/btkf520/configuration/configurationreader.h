@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstddef>
+#include <memory>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -67,7 +68,7 @@ class ConfigurationReader {
   enum class State { kReading, kStopped, kCancelled, kUnreadable };
   // A file between its first and its last line.
   struct OpenFile {
-    std::string path;
+    std::shared_ptr<const std::string> path;
     os::FileIdentity identity;
     uint32_t owner;
     bool isTrusted;  // So is each file that includes it, and the first is a master file.
@@ -82,6 +83,7 @@ class ConfigurationReader {
   [[nodiscard]] TrvsStatus takeDirective(const std::string& name, std::string_view value);
   [[nodiscard]] TrvsStatus include(std::string_view value);
   [[nodiscard]] TrvsStatus disallow(std::string_view value);
+  Origin origin() const;  // Of the present line.
   std::optional<bool> evaluate(std::string_view condition) const;
   void checkPromotion(const std::string& path, const PromotionModel& before);
   void report(TrvsStatus code, std::string_view line, const std::string& path, int number);

@@ -8,13 +8,13 @@
 
 namespace btkf {
 
-bool PromotionModel::link(std::string_view child, std::string_view parent) {
+bool PromotionModel::link(std::string_view child, std::string_view parent, const Origin& origin) {
   if (!isGoodName(child) || child == parent) return false;
   if (!parent.empty() && !isGoodName(parent)) return false;
   const auto place = places_.find(child);
   const bool isNew = place == places_.end();
   if (!isNew && parent.empty()) return true;
-  Link made{std::string(child), std::string(parent)};
+  Link made{std::string(child), std::string(parent), origin};
   const size_t replaced = isNew ? 0 : links_[place->second].listedSize();
   const size_t size = listedSize_ + made.listedSize() - replaced;
   if (size > kLongestListing) return false;
@@ -23,7 +23,7 @@ bool PromotionModel::link(std::string_view child, std::string_view parent) {
     places_.emplace(made.child, links_.size());
     links_.push_back(std::move(made));
   } else {
-    links_[place->second].parent = std::move(made.parent);
+    links_[place->second] = std::move(made);
   }
   return true;
 }

@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "btkf520/btkf520.h"
+#include "btkf520/configuration/origin.h"
 
 namespace btkf {
 
@@ -22,7 +23,8 @@ class PromotionModel {
   // Lets `child` promote to `parent` and to nothing else. With an empty `parent` the group merely
   // exists, unless it is linked already. False, and nothing changes, for an empty or overlong name,
   // a group above itself, or a model that clients could no longer fetch.
-  [[nodiscard]] bool link(std::string_view child, std::string_view parent);
+  [[nodiscard]] bool link(std::string_view child, std::string_view parent,
+                          const Origin& origin = {});
 
   Fault fault() const;
   bool isEmpty() const { return links_.empty(); }
@@ -37,16 +39,18 @@ class PromotionModel {
   // Followed by one more NUL this is what clients get. For a model without fault.
   std::string listing() const;
 
+  struct Link {
+    std::string child;
+    std::string parent;  // Empty: none.
+    Origin origin;
+    size_t listedSize() const { return child.size() + parent.size() + 2; }
+  };
+  const std::vector<Link>& links() const { return links_; }
+
   static constexpr size_t kLongestListing =
       32767;  // Its last NUL included: clients count in 16 bits.
 
  private:
-  struct Link {
-    std::string child;
-    std::string parent;  // Empty: none.
-    size_t listedSize() const { return child.size() + parent.size() + 2; }
-  };
-
   const Link* find(std::string_view child) const;
   bool hasParent(std::string_view group) const;
   bool hasChild(std::string_view group) const;

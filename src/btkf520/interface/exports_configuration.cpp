@@ -8,6 +8,7 @@
 #include <string>
 #include <string_view>
 #include <utility>
+#include <vector>
 
 #include "btkf520/btkf520.h"
 #include "btkf520/interface/boundary.h"
@@ -149,6 +150,19 @@ int32_t TrvsQueryConfigurationItem(int32_t item, char* buffer, int32_t size) {
     if (!fits(*text, size)) return TRVS_BUFFER_TOO_SMALL;
     fill(buffer, *text);
     return TRVS_DONE;
+  });
+}
+
+int32_t TrvsListConfiguration(char* buffer, int32_t size) {
+  return guarded([&] {
+    if (buffer == nullptr) return TRVS_MISUSE;
+    std::vector<std::string> texts;
+    for (const btkf::Setting& setting : btkf::configuration().settings()) {
+      const btkf::Origin& origin = setting.origin;
+      texts.insert(texts.end(), {setting.name, setting.value, origin.file ? *origin.file : "",
+                                 std::to_string(origin.line)});
+    }
+    return btkf::boundary::handOut(btkf::boundary::listText(texts), buffer, size);
   });
 }
 

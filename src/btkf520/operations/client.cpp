@@ -79,7 +79,7 @@ bool Client::accepts(const std::string& workfile, TrvsStatus why) const {
 }
 
 bool Client::permits(const std::string& event, const Demand& demand) const {
-  if (demand.text.empty() || demand.isTrusted) return true;
+  if (demand.text.empty() || demand.origin.isTrusted) return true;
   const auto ask = registered<TrvsTriggerCallback>(TRVS_CALLBACK_TRIGGER);
   return ask != nullptr && ask(event.c_str(), demand.text.c_str()) == TRVS_GO_ON;
 }
