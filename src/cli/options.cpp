@@ -100,7 +100,8 @@ const CommandEntry* takeCommand(Words* words) {
 
 // The first word that no option has taken.
 void refuseExtras(const CLI::App& app, const std::string& name) {
-  const Words left = app.remaining();
+  Words left = app.remaining();
+  std::erase(left, "--");
   if (left.empty()) return;
   const std::string word = left.front().substr(0, left.front().find('='));
   const std::string what = name.empty() ? "trevault" : name;

@@ -39,7 +39,8 @@ class Session {
   // The nearest ".trevault", if there is one.
   const std::optional<WorkDirectory>& nearest();
 
-  void use(Project project);  // For commands that make one.
+  void use(Project project);  // For commands that make one, as the next.
+  void use(WorkDirectory directory) { work_ = std::move(directory); }
 
  private:
   Globals globals_;

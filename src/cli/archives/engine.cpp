@@ -46,7 +46,7 @@ constexpr Words kWords[] = {
     {TRVS_SAME_NAMES, "is the archive itself"},
     {TRVS_WOULD_OVERWRITE, "is there already"},
     {TRVS_NOT_AN_ARCHIVE, "{archive} is not an archive, or damaged", "'trevault verify {file}'"},
-    {TRVS_CANNOT_LOCK, "the archive allows one lock only, or none"},
+    {TRVS_CANNOT_LOCK, "{lockRule}", "see 'trevault locks'"},
     {TRVS_NO_LOCK, "you have not locked it", "'trevault lock {file}'"},
     {TRVS_NO_WORKFILE, "no such file"},
     {TRVS_CANNOT_PROMOTE, "nothing is in {group}"},
@@ -54,12 +54,13 @@ constexpr Words kWords[] = {
     {TRVS_NO_HIGHER_GROUP, "{group} is the top group", "there is nothing above it"},
     {TRVS_NO_SUCH_GROUP, "no such group {group}", "'trevault groups' lists them"},
     {TRVS_BUSY_ARCHIVE, "another program is changing the archive", "try again"},
-    {TRVS_GROUP_IN_THE_WAY, "group {group} stands at another revision",
-     "lock in another group with -g, or promote that one first"},
+    {TRVS_GROUP_IN_THE_WAY, "group {group} stands at {standing}",
+     "lock in another group with -g, or promote {standing} first"},
     {TRVS_NO_GROUP_REVISION, "none in group {group}"},
     {TRVS_NO_JOURNAL, "the journal could not be written"},
-    {TRVS_NEEDS_DEVELOPMENT_GROUP, "there are several development groups", "choose one with -g"},
-    {TRVS_GROUP_LOCKED, "group {group} is locked at another revision"},
+    {TRVS_NEEDS_DEVELOPMENT_GROUP, "development groups are {groups}", "choose one with -g"},
+    {TRVS_GROUP_LOCKED, "group {group} is locked at {standing}{byUser}",
+     "lock in another group with -g"},
     {TRVS_WOULD_BRANCH, "the check-in would start a branch, and BRANCHWARN forbids it"},
     {TRVS_OTHER_BRANCH, "a revision on another branch is in the next group now", "use '--across'"},
     {TRVS_NO_USER_ID, "nobody knows who you are: the variable that USERID names is not set"},
@@ -87,6 +88,11 @@ std::string filled(const char* words, const Subject& subject) {
     return text.empty() ? std::string(fallback) : shown(text);
   };
   const std::string since = subject.lockedSince.empty() ? "" : " since " + subject.lockedSince;
+  const std::string rule = subject.lockedAt.empty()
+                               ? "the archive takes no locks"
+                               : fmt::format("the archive allows one lock, and {} has it on {}",
+                                             shown(subject.user), subject.lockedAt);
+  const std::string by = subject.user.empty() ? "" : " by " + subject.user;
   return fmt::format(fmt::runtime(words), fmt::arg("file", shown(subject.file)),
                      fmt::arg("archive", orElse(subject.archive, "that place")),
                      fmt::arg("workfile", orElse(subject.workfile, "the file")),
@@ -94,10 +100,15 @@ std::string filled(const char* words, const Subject& subject) {
                      fmt::arg("label", orElse(subject.label, "of that name")),
                      fmt::arg("group", orElse(subject.group, "that group")),
                      fmt::arg("user", orElse(subject.user, "another user")),
-                     fmt::arg("lockedSince", since));
+                     fmt::arg("lockedSince", since), fmt::arg("byUser", by),
+                     fmt::arg("lockRule", rule),
+                     fmt::arg("standing", orElse(subject.standing, "another revision")),
+                     fmt::arg("groups", orElse(subject.groups, "several")));
 }
 
-int32_t alwaysYes(int32_t, const char*) { return TRVS_GO_ON; }
+int32_t waitForOthers(int32_t code, const char*) {
+  return code == TRVS_BUSY_ARCHIVE ? TRVS_GO_ON : TRVS_REFUSE;
+}
 
 std::vector<std::string>* theLines = nullptr;  // Of the report that is being written.
 
@@ -171,7 +182,7 @@ std::string presentUser() {
 }
 
 void attachEngine() {
-  attach(TRVS_CALLBACK_RETRY, &alwaysYes);
+  attach(TRVS_CALLBACK_RETRY, &waitForOthers);
   attach(TRVS_CALLBACK_OUTPUT, &takeLine);
 }
 

@@ -21,6 +21,9 @@ struct Subject {
   std::string group = {};
   std::string user = {};
   std::string lockedSince = {};  // With `user`: who stands in the way.
+  std::string standing = {};     // The revision that `group` stands at.
+  std::string lockedAt = {};     // The revision of a lock that is the only one possible.
+  std::string groups = {};       // Development groups.
 };
 
 // The status as a problem.

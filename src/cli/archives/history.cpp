@@ -33,6 +33,19 @@ void take(const TrvsRevTree& record, std::vector<RevisionInfo>* to) {
 
 bool RevisionInfo::isLockedBy(std::string_view user) const { return has(lockers, user); }
 
+bool floats(const std::string& archive, const std::string& label, const std::string& file) {
+  const auto texts = fetchList(
+      [&](char* buffer, int32_t size) {
+        return TrvsListLabels(TRVS_CONTEXT, archive.c_str(), buffer, size);
+      },
+      {.file = file, .archive = archive});
+  for (size_t i = 0; i + 1 < texts.size(); i += 2) {
+    if (texts[i] == label)
+      return std::count(texts[i + 1].begin(), texts[i + 1].end(), '.') % 2 == 0;
+  }
+  return false;
+}
+
 std::string branchOf(std::string_view number) {
   const auto dots = std::count(number.begin(), number.end(), '.');
   return dots < 2 ? "1" : std::string(number.substr(0, number.rfind('.')));
@@ -90,6 +103,13 @@ const RevisionInfo* History::inGroup(std::string_view group) const {
 }
 const RevisionInfo* History::lockedBy(std::string_view user) const {
   return last([&](const RevisionInfo& each) { return each.isLockedBy(user); });
+}
+
+std::string History::nextBranch(const std::string& number) const {
+  for (int i = 1;; ++i) {
+    std::string branch = number + '.' + std::to_string(i);
+    if (tipOf(branch) == nullptr) return branch;
+  }
 }
 
 }  // namespace cli

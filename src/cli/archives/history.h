@@ -30,6 +30,9 @@ struct LockInfo {
   std::string minute() const { return time.substr(0, 16); }
 };
 
+// Whether a label keeps to the tip of a branch. Throws Problem; `file` is what it is about.
+bool floats(const std::string& archive, const std::string& label, const std::string& file);
+
 // The branch of a revision's number, and the revision where a branch starts.
 std::string branchOf(std::string_view number);
 std::string startOf(std::string_view branch);
@@ -51,6 +54,8 @@ class History {
   const RevisionInfo* withLabel(std::string_view label) const;
   const RevisionInfo* inGroup(std::string_view group) const;
   const RevisionInfo* lockedBy(std::string_view user) const;
+  // The number of the branch that would start there next.
+  std::string nextBranch(const std::string& number) const;
 
  private:
   template <typename Fits>

@@ -39,6 +39,7 @@ class Add : public Command {
     for (const FileRecord& file : space.files()) known_.insert(file.path);
     for (const std::string& name : names_) collect(name);
     if (group_.empty()) group_ = space.directory().group;
+    if (label_.empty()) label_ = space.followedLabel();
     addAll();
     space.save();
     tell();

@@ -1,6 +1,8 @@
 // cli/commands/checkin.cpp: checkin: new revisions from changed files.
 #include <fmt/format.h>
 
+#include <algorithm>
+
 #include "btkf520/btkf520.h"
 #include "cli/archives/engine.h"
 #include "cli/command.h"
@@ -91,28 +93,64 @@ class CheckIn : public Command {
     refuseUnlocked(file, here);
     const History& history = space_->historyOf(file);
     const RevisionInfo* const tip = history.tipOf(here.branch);
-    const Subject subject{.file = space_->shownPath(file),
-                          .archive = file.archive,
-                          .workfile = space_->pathToWrite(file),
-                          .revision = parent,
-                          .label = label_,
-                          .group = group_};
-    if (isDry_) return tell(file, parent, "", tip == &here ? "" : ", as a branch");
+    const std::string group = groupFor(here);
+    Subject subject = space_->subjectOf(file, parent, group);
+    subject.workfile = space_->pathToWrite(file);
+    subject.label = label_;
+    const Along along = alongOf(file, here);
+    const bool willBranch = branches_ || tip != &here;
+    if (isDry_) return tell(file, numberAfter(history, here, willBranch), parent, along.words);
     if (locks_ && !here.isLockedBy(space_->user())) {
       if (tip != &here) {
         throw Problem{subject.file,
                       fmt::format("{} by {} came after your {}", tip->number, tip->author, parent),
                       fmt::format("see 'trevault diff -r here..followed {}'", subject.file)};
       }
-      check(TrvsLockRevision(TRVS_CONTEXT, file.archive.c_str(), parent.c_str(), group_.c_str()),
+      check(TrvsLockRevision(TRVS_CONTEXT, file.archive.c_str(), parent.c_str(), group.c_str()),
             subject);
     }
     check(TrvsPutRevision(TRVS_CONTEXT, 0, target(file.archive, subject.workfile).c_str(), 0,
-                          parent.c_str(), label_.c_str(), nullptr, message_.c_str(), group_.c_str(),
-                          nullptr, 0, flags(tip == &here)),
+                          parent.c_str(), label_.c_str(), nullptr, message_.c_str(), group.c_str(),
+                          nullptr, 0, flags(!willBranch)),
           subject);
     space_->forgetHistory(file);
-    finish(file, parent);
+    finish(file, parent, willBranch, along);
+  }
+
+  // The group worked in, unless the file was locked for another one.
+  std::string groupFor(const RevisionInfo& here) {
+    if (!group_.empty()) return group_;
+    const std::string& own = space_->directory().group;
+    const auto& groups = here.groups;
+    const bool hasOwn = std::find(groups.begin(), groups.end(), own) != groups.end();
+    const bool hasOther = std::any_of(groups.begin(), groups.end(), [&](const std::string& each) {
+      return space_->promotion().isDevelopment(each);
+    });
+    return hasOther && !hasOwn ? "" : own;
+  }
+
+  // What becomes of the label that the work directory follows.
+  struct Along {
+    bool moves = false;
+    std::string words;
+  };
+
+  Along alongOf(const FileRecord& file, const RevisionInfo& here) {
+    const std::string label = space_->followedLabel();
+    if (label.empty() || label == label_) return {};
+    const RevisionInfo* const now = space_->historyOf(file).withLabel(label);
+    if (now == nullptr) return {true, ", labelled " + label};
+    if (now != &here) return {false, fmt::format(", {} stays at {}", label, now->number)};
+    if (!branches_ && floats(file.archive, label, file.path)) return {};
+    return {true, ", moved " + label};
+  }
+
+  // The number that a check-in would make.
+  static std::string numberAfter(const History& history, const RevisionInfo& here,
+                                 bool willBranch) {
+    if (willBranch) return history.nextBranch(here.number) + ".0";
+    const size_t dot = here.number.rfind('.') + 1;
+    return here.number.substr(0, dot) + std::to_string(std::stoul(here.number.substr(dot)) + 1);
   }
 
   void refuseUnlocked(const FileRecord& file, const RevisionInfo& here) const {
@@ -145,16 +183,25 @@ class CheckIn : public Command {
   }
 
   // The new revision is the child of the parent that came last.
-  void finish(const FileRecord& file, const std::string& parent) {
+  void finish(const FileRecord& file, const std::string& parent, bool hasBranched,
+              const Along& along) {
     const History& history = space_->historyOf(file);
     const RevisionInfo* made = history.tipOf(branchOf(parent));
-    for (int i = 1; made->number == parent || branches_; ++i) {
+    for (int i = 1; hasBranched; ++i) {
       const RevisionInfo* const tip = history.tipOf(fmt::format("{}.{}", parent, i));
       if (tip == nullptr) break;
       made = tip;
     }
-    space_->note(file, made->number, keepsLock_);
-    tell(file, made->number, parent, "");
+    const std::string number = made->number;
+    space_->note(file, number, keepsLock_);
+    if (along.moves) {
+      const std::string label = space_->followedLabel();
+      check(TrvsSetLabel(TRVS_CONTEXT, file.archive.c_str(), label.c_str(), number.c_str(),
+                         TRVS_LABEL_MOVE),
+            {.file = space_->shownPath(file), .archive = file.archive, .label = label});
+      space_->forgetHistory(file);
+    }
+    tell(file, number, parent, along.words);
   }
 
   void tell(const FileRecord& file, const std::string& number, const std::string& before,

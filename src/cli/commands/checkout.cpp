@@ -12,6 +12,7 @@
 #include "cli/session.h"
 #include "cli/text/paths.h"
 #include "cli/text/text.h"
+#include "cli/work/fetch.h"
 #include "cli/work/kept.h"
 #include "cli/work/workspace.h"
 #include "os/directory.h"
@@ -23,24 +24,12 @@ namespace {
 
 using Need = Options::Need;
 
-// Puts a revision in the place of the file, whatever is there.
-void fetch(Workspace& space, const FileRecord& file, const std::string& number, uint32_t flags) {
-  const std::string path = space.pathToWrite(file);
-  if (!os::makeDirectories(os::parentOf(path))) {
-    throw Problem{os::parentOf(path), "can't be made", "see who owns the directory above"};
-  }
-  check(TrvsGetRevision(TRVS_CONTEXT, target(file.archive, path).c_str(), 0, number.c_str(),
-                        nullptr, nullptr, 0, nullptr, 0, flags | TRVS_GET_OVERWRITE),
-        {.file = space.shownPath(file),
-         .archive = file.archive,
-         .workfile = path,
-         .revision = number});
-}
-
 class CheckOut : public Command {
  public:
   void declare(Options& options) override {
     options.text(&revision_, "-r,--revision", "REV", "another revision than the one followed");
+    options.text(&group_, "-g,--group", "NAME", "the revision in this group");
+    options.text(&copy_, "--to", "DIR", "a plain copy, in an empty or new directory");
     options.flag(&isWritable_, "-w,--writable", "make the files writable without a lock");
     options.flag(&keepsTimes_, "--times", "give the files the time of their check-in");
     options.flag(&isDry_, "-n,--dry-run", "say what would be done");
@@ -48,10 +37,12 @@ class CheckOut : public Command {
   }
 
   void run(Session& session) override {
-    Workspace space(session, State::Use::kChange);
+    Workspace space(session, copy_.empty() ? State::Use::kChange : State::Use::kRead);
     session_ = &session;
     space_ = &space;
+    if (!group_.empty()) chooseGroup();
     const auto files = space.choose(names_);
+    if (!copy_.empty()) return copy(files);
     const size_t passed =
         forEachFile(session, "checkout", files, [&](const FileRecord& file) { checkOut(file); });
     if (done_ == 0 && lacking_ == 0 && passed == files.size()) session.output().line("up to date");
@@ -59,14 +50,61 @@ class CheckOut : public Command {
       session.output().line(
           fmt::format("{} {}", counted(done_, "file"), isDry_ ? "to check out" : "checked out"));
     }
-    if (lacking_ > 0) {
-      session.output().line(fmt::format("{} {} no {}", counted(lacking_, "file"),
-                                        lacking_ == 1 ? "has" : "have", revision_));
-    }
+    tellLacking();
     space.save();
   }
 
  private:
+  void chooseGroup() {
+    if (!revision_.empty()) throw misuse("checkout", "-r and -g exclude each other");
+    const PromotionModel& model = space_->promotion();
+    if (!model.has(group_)) throw misuse(group_, "no such group", "'trevault groups' lists them");
+    revision_ = "group:" + group_;
+  }
+
+  void tellLacking() const {
+    if (lacking_ == 0) return;
+    session_->output().line(
+        fmt::format("{} {} {}", counted(lacking_, "file"), lacking_ == 1 ? "has" : "have",
+                    group_.empty() ? "no " + revision_ : "nothing in " + group_));
+  }
+
+  // What the revision lacks is not there either, and the work directory stays as it is.
+  void copy(const std::vector<const FileRecord*>& files) {
+    const std::string top = session_->absolute(copy_);
+    bool isEmpty = true;
+    os::forEachEntry(top.c_str(), [&](const char* name) {
+      isEmpty = isEmpty && (std::string_view(name) == "." || std::string_view(name) == "..");
+    });
+    const bool isOther = os::hasEntry(top.c_str()) && !os::directoryState(top.c_str());
+    if (!isEmpty || isOther)
+      throw misuse(copy_, isOther ? "is no directory" : "not empty", "give a new directory");
+    if (!isDry_ && !os::makeDirectories(top)) {
+      throw Problem{copy_, "can't be made", "choose another directory"};
+    }
+    forEachFile(*session_, "checkout", files, [&](const FileRecord& file) { copyFile(file, top); });
+    const std::string of = revision_.empty() ? "" : " of " + (group_.empty() ? revision_ : group_);
+    session_->output().line(fmt::format("{} {}{} to {}", isDry_ ? "would check out" : "checked out",
+                                        counted(done_, "file"), of, shown(copy_)));
+    tellLacking();
+  }
+
+  void copyFile(const FileRecord& file, const std::string& top) {
+    const RevisionInfo* const wanted = wantedOf(file);
+    if (wanted == nullptr) return;
+    const std::string path =
+        absolutePath(top, relativePath(space_->directory().top, space_->pathOf(file)));
+    uint32_t flags = TRVS_GET_WRITABLE;
+    if (keepsTimes_) flags |= TRVS_GET_ARCHIVE_TIME;
+    if (!isDry_) fetchTo(path, *space_, file, wanted->number, flags);
+    ++done_;
+    const char* const verb = isDry_ ? "would check out" : "checked out";
+    const bool isTold = session_->output().manner().verbose;
+    session_->output().result(
+        {{"file", file.path}, {"action", verb}, {"revision", wanted->number}, {"path", path}},
+        isTold ? fmt::format("{} {} {}", verb, shown(file.path), wanted->number) : "");
+  }
+
   const RevisionInfo* wantedOf(const FileRecord& file) {
     if (revision_.empty()) return space_->followedOf(file);
     try {
@@ -128,6 +166,8 @@ class CheckOut : public Command {
   }
 
   std::string revision_;
+  std::string group_;
+  std::string copy_;
   bool isWritable_ = false;
   bool keepsTimes_ = false;
   bool isDry_ = false;

@@ -7,6 +7,8 @@ const std::vector<CommandEntry>& theCommands() {
   static const std::vector<CommandEntry> commands = {
       {"init", "", "make the roots of a database, and remember them", makeInit},
       {"where", "", "every place, and why it was taken", makeWhere},
+      {"join", "", "make a directory your work directory, and check out", makeJoin},
+      {"follow", "", "have the work directory follow a label, a group or the trunk", makeFollow},
       {"project add", "", "make a project", makeProjectAdd},
       {"project list", "", "the projects, and your work directories", makeProjectList},
       {"project show", "", "all about a project", makeProjectShow},
@@ -26,6 +28,8 @@ const std::vector<CommandEntry>& theCommands() {
       {"tree", "", "branches and marks of a file, drawn", makeTree},
       {"label", "", "give revisions a label", makeLabel},
       {"labels", "", "the labels of the project", makeLabels},
+      {"promote", "", "take revisions to the next group", makePromote},
+      {"groups", "", "the promotion model", makeGroups},
       {"help", "", "what a command does, and its options", makeHelp},
   };
   return commands;

@@ -9,6 +9,8 @@ namespace cli {
 
 std::unique_ptr<Command> makeInit();
 std::unique_ptr<Command> makeWhere();
+std::unique_ptr<Command> makeJoin();
+std::unique_ptr<Command> makeFollow();
 std::unique_ptr<Command> makeProjectAdd();
 std::unique_ptr<Command> makeProjectList();
 std::unique_ptr<Command> makeProjectShow();
@@ -28,6 +30,8 @@ std::unique_ptr<Command> makeDiff();
 std::unique_ptr<Command> makeTree();
 std::unique_ptr<Command> makeLabel();
 std::unique_ptr<Command> makeLabels();
+std::unique_ptr<Command> makePromote();
+std::unique_ptr<Command> makeGroups();
 std::unique_ptr<Command> makeHelp();
 
 }  // namespace cli

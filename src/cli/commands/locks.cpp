@@ -61,7 +61,7 @@ class Lock : public Command {
     if (isChanged && !isHere) refuseChanged(file, here, wanted);
     std::string rest;
     if (history.tipOf(wanted.branch) != &wanted) {
-      rest = fmt::format(", checking it in will start branch {}", nextBranch(history, wanted));
+      rest = fmt::format(", checking it in will start branch {}", history.nextBranch(number));
     }
     if (isChanged) rest += ", your changes kept";
     if (!isHere) rest += ", checked out";
@@ -93,20 +93,9 @@ class Lock : public Command {
                   "'trevault revert' keeps your copy aside, then lock and bring your changes over"};
   }
 
-  static std::string nextBranch(const History& history, const RevisionInfo& from) {
-    for (int i = 1;; ++i) {
-      const std::string branch = fmt::format("{}.{}", from.number, i);
-      if (history.tipOf(branch) == nullptr) return branch;
-    }
-  }
-
   void take(const FileRecord& file, const std::string& number, bool isSame, bool isChanged) {
     const std::string path = space_->pathToWrite(file);
-    const Subject subject{.file = space_->shownPath(file),
-                          .archive = file.archive,
-                          .workfile = path,
-                          .revision = number,
-                          .group = group_};
+    const Subject subject = space_->subjectOf(file, number, group_);
     if (isSame || isChanged) {
       check(TrvsLockWithNote(TRVS_CONTEXT, file.archive.c_str(), number.c_str(), group_.c_str(),
                              note_.c_str()),

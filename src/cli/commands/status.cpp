@@ -71,6 +71,7 @@ class Status : public Command {
     const FileState* const state = space_->stateOf(file);
     const RevisionInfo* const here = space_->hereOf(file);
     const RevisionInfo* const followed = space_->followedOf(file);
+    if (standing == Standing::kNone && followed == nullptr) return;  // What is followed lacks it.
     const std::string number = here == nullptr ? "" : here->number;
     const bool isMine = here != nullptr && here->isLockedBy(space_->user());
     const bool isBehind = followed != nullptr && (here == nullptr || followed != here);
@@ -182,7 +183,7 @@ class Status : public Command {
   std::string summary() const {
     std::string text;
     for (const char* word :
-         {"broken", "lost", "unknown", "missing", "changed", "behind", "locked", "new", "gone"}) {
+         {"broken", "lost", "unknown", "missing", "behind", "changed", "locked", "new", "gone"}) {
       const auto found = counts_.find(word);
       if (found == counts_.end()) continue;
       text += fmt::format("{}{} {}", text.empty() ? "" : ", ", number(found->second), word);

@@ -17,6 +17,9 @@
 namespace cli {
 namespace {
 
+constexpr std::string_view kGroupMark = "group:";
+constexpr std::string_view kLabelMark = "label:";
+
 bool isNumber(std::string_view text) {
   return !text.empty() && text.find_first_not_of("0123456789.") == std::string_view::npos;
 }
@@ -123,13 +126,23 @@ Standing Workspace::standingOf(const FileRecord& file) {
   if (!status.isRegular) return Standing::kUnknown;
   const RevisionInfo* const here = hereOf(file);
   if (here == nullptr) return Standing::kUnknown;
-  int16_t differs = 1;
-  check(TrvsTestDifferences(TRVS_CONTEXT, target(file.archive, path).c_str(), here->number.c_str(),
-                            path.c_str(), nullptr, &differs, 0, nullptr, 0),
-        {.file = file.path, .archive = file.archive, .workfile = path, .revision = here->number});
-  if (differs != 0) return Standing::kChanged;
+  if (!isThere(file, here->number)) return Standing::kChanged;
   note(file, here->number, state != nullptr && state->isLockedFromHere);
   return Standing::kSame;
+}
+
+bool Workspace::isThere(const FileRecord& file, const std::string& number) const {
+  const std::string path = pathOf(file);
+  int16_t differs = 1;
+  check(TrvsTestDifferences(TRVS_CONTEXT, target(file.archive, path).c_str(), number.c_str(),
+                            path.c_str(), nullptr, &differs, 0, nullptr, 0),
+        {.file = file.path, .archive = file.archive, .workfile = path, .revision = number});
+  return differs == 0;
+}
+
+const PromotionModel& Workspace::promotion() {
+  if (!promotion_) promotion_ = PromotionModel::present();
+  return *promotion_;
 }
 
 const History& Workspace::historyOf(const FileRecord& file) {
@@ -144,10 +157,23 @@ const RevisionInfo* Workspace::hereOf(const FileRecord& file) {
 }
 
 const RevisionInfo* Workspace::followedOf(const FileRecord& file) {
+  const std::string& follows = directory_.follows;
+  return follows == "trunk" ? historyOf(file).tipOf("1") : markedOf(file, follows);
+}
+
+const RevisionInfo* Workspace::markedOf(const FileRecord& file, const std::string& name) {
   const History& history = historyOf(file);
-  if (directory_.follows == "trunk") return history.tipOf("1");
-  const RevisionInfo* const labelled = history.withLabel(directory_.follows);
-  return labelled != nullptr ? labelled : history.inGroup(directory_.follows);
+  if (name.starts_with(kGroupMark)) return history.inGroup(name.substr(kGroupMark.size()));
+  if (name.starts_with(kLabelMark)) return history.withLabel(name.substr(kLabelMark.size()));
+  return promotion().has(name) ? history.inGroup(name) : history.withLabel(name);
+}
+
+std::string Workspace::followedLabel() {
+  const std::string& follows = directory_.follows;
+  if (follows.starts_with(kLabelMark)) return follows.substr(kLabelMark.size());
+  const bool isOther =
+      follows == "trunk" || follows.starts_with(kGroupMark) || promotion().has(follows);
+  return isOther ? "" : follows;
 }
 
 const RevisionInfo& Workspace::revisionOf(const FileRecord& file, const std::string& text) {
@@ -166,24 +192,55 @@ const RevisionInfo& Workspace::revisionOf(const FileRecord& file, const std::str
     const RevisionInfo* const here = hereOf(file);
     found = history.tipOf(here == nullptr ? "1" : here->branch);
   } else {
-    const bool isGroup = text.starts_with("group:");
-    const bool isLabel = text.starts_with("label:");
-    const std::string name = isGroup || isLabel ? text.substr(6) : text;
-    if (!isLabel) found = history.inGroup(name);
-    if (found == nullptr && !isGroup) found = history.withLabel(name);
+    found = markedOf(file, text);
   }
   if (found != nullptr) return *found;
   const RevisionInfo* const tip = history.tipOf("1");
   std::string why = isNumber(text) ? "no revision " + text : text + " is in no revision of it";
   if (text == "here") why = "no revision here yet";
+  if (text == "followed") why = directory_.follows + " is in no revision of it";
   if (tip != nullptr && isNumber(text)) why += "; the trunk ends at " + tip->number;
   throw Problem{shownPath(file), why, ""};
+}
+
+Subject Workspace::subjectOf(const FileRecord& file, const std::string& revision,
+                             const std::string& group) {
+  const auto groups = promotion().developmentGroups();
+  Subject subject{.file = shownPath(file),
+                  .archive = file.archive,
+                  .workfile = pathOf(file),
+                  .revision = revision,
+                  .group = group.empty() && groups.size() == 1 ? groups.front() : group,
+                  .groups = listed(groups)};
+  const History& history = historyOf(file);
+  if (!history.locks().empty()) {
+    subject.user = history.locks().front().user;
+    subject.lockedAt = history.locks().front().number;
+  }
+  const RevisionInfo* const at = history.inGroup(subject.group);
+  if (at == nullptr) return subject;
+  subject.standing = at->number;
+  if (!at->lockers.empty()) subject.user = at->lockers.front();
+  return subject;
 }
 
 void Workspace::note(const FileRecord& file, const std::string& revision, bool isLocked) {
   os::FileStatus status;
   if (os::readEntryStatus(pathOf(file).c_str(), &status) != os::FileResult::kDone) return;
   state_.set(file.path, {revision, Stamp::of(status), isLocked});
+}
+
+void Workspace::noteChanged(const FileRecord& file, const std::string& revision) {
+  state_.set(file.path, {revision, Stamp(), false});
+}
+
+void Workspace::follow(const std::string& follows, const std::string& group) {
+  const Roots& roots = session_.database().roots();
+  directory_.publicRoot = roots.publicRoot.path;
+  directory_.privateRoot = roots.privateRoot.path;
+  directory_.follows = follows;
+  directory_.group = group;
+  storeWorkDirectory(directory_);
 }
 
 void Workspace::noteLock(const FileRecord& file, bool isLocked) {

@@ -6,7 +6,9 @@
 #include <string>
 #include <vector>
 
+#include "cli/archives/engine.h"
 #include "cli/archives/history.h"
+#include "cli/archives/promotion.h"
 #include "cli/database/database.h"
 #include "cli/work/directory.h"
 #include "cli/work/state.h"
@@ -31,6 +33,7 @@ class Workspace {
   const WorkDirectory& directory() const { return directory_; }
   const std::vector<FileRecord>& files() const { return files_; }
   const std::string& user() const { return user_; }
+  const PromotionModel& promotion();
 
   // The files that names mean, each once, in their order: a file, all below a directory, a pattern.
   // Problems with single names are told, and the others chosen. No names: all files.
@@ -53,16 +56,31 @@ class Workspace {
   const RevisionInfo* hereOf(const FileRecord& file);
   // What a check-out would give; null for none.
   const RevisionInfo* followedOf(const FileRecord& file);
+  // With that label or in that group; "label:" or "group:" before the name says which, else it is
+  // a group if the promotion model has it. Null for none.
+  const RevisionInfo* markedOf(const FileRecord& file, const std::string& name);
+  // The label that is followed, and moves along; empty if it is the trunk or a group.
+  std::string followedLabel();
+  // Whether what is there is that revision.
+  bool isThere(const FileRecord& file, const std::string& number) const;
   // The revision that a text means: a number, "here", "followed", "tip", "trunk", a group, a label.
   // Throws Problem.
   const RevisionInfo& revisionOf(const FileRecord& file, const std::string& text);
 
+  // What may stand in the way of a lock or a check-in of `revision` in `group`, for the words of a
+  // problem. An empty group is the only one.
+  Subject subjectOf(const FileRecord& file, const std::string& revision, const std::string& group);
+
   // The file is `revision` now.
   void note(const FileRecord& file, const std::string& revision, bool isLocked);
+  // The file comes from `revision`, and differs from it.
+  void noteChanged(const FileRecord& file, const std::string& revision);
   // Only the lock has changed.
   void noteLock(const FileRecord& file, bool isLocked);
   void forget(const FileRecord& file) { state_.forget(file.path); }
   void save() { state_.save(); }
+  // Has the work directory follow something else, from now on and for good. Throws Problem.
+  void follow(const std::string& follows, const std::string& group);
   // A record that is new in the project.
   void add(FileRecord file) { files_.push_back(std::move(file)); }
 
@@ -75,6 +93,7 @@ class Workspace {
   State state_;
   std::string user_;
   std::map<std::string, History> histories_;  // By archive.
+  std::optional<PromotionModel> promotion_;
 };
 
 }  // namespace cli

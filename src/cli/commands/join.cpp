@@ -1,0 +1,314 @@
+// cli/commands/join.cpp: join and follow: what a work directory is for.
+#include <fmt/format.h>
+
+#include <algorithm>
+
+#include "btkf520/btkf520.h"
+#include "cli/archives/promotion.h"
+#include "cli/command.h"
+#include "cli/commands/bulk.h"
+#include "cli/commands/commands.h"
+#include "cli/problem.h"
+#include "cli/session.h"
+#include "cli/text/paths.h"
+#include "cli/text/text.h"
+#include "cli/work/fetch.h"
+#include "cli/work/workspace.h"
+#include "os/directory.h"
+#include "os/file.h"
+
+namespace cli {
+namespace {
+
+using Need = Options::Need;
+
+// What can't be followed: it stays where it is, or means something else in each file.
+void refuseUnmarked(const std::string& text) {
+  const bool isNumber = text.find_first_not_of("0123456789.") == std::string::npos;
+  const bool isDate = text.find('@') != std::string::npos;
+  const bool isRange = text.find("..") != std::string::npos;
+  if (isNumber || isDate || isRange || text == "here" || text == "followed" || text == "tip") {
+    throw misuse(text, "can't be followed", "name a label, a group, or 'trunk'");
+  }
+}
+
+bool isUsed(const std::string& label, const std::vector<FileRecord>& files) {
+  return std::any_of(files.begin(), files.end(), [&](const FileRecord& file) {
+    try {
+      return History(file.archive, file.path).withLabel(label) != nullptr;
+    } catch (const Problem&) {
+      return false;  // It is told when its turn comes.
+    }
+  });
+}
+
+// The trunk, a group of the model, or a label that some file has: with what the user may have
+// written before it.
+void refuseUnknown(const std::string& text, const PromotionModel& model, const Project& project) {
+  if (text == "trunk") return;
+  refuseUnmarked(text);
+  const bool saysGroup = text.starts_with("group:");
+  const bool saysLabel = text.starts_with("label:");
+  const std::string name = saysGroup || saysLabel ? text.substr(text.find(':') + 1) : text;
+  if (!saysLabel && model.has(name)) return;
+  if (saysGroup) throw misuse(name, "no such group", "'trevault groups' lists them");
+  if (isUsed(name, project.files())) return;
+  throw misuse(name, "no file has this label", "'trevault labels' lists them");
+}
+
+// Puts files into a work directory, and says so.
+class Bringer {
+ public:
+  Bringer(Session& session, Workspace& space, bool isDry)
+      : session_(session), space_(space), isDry_(isDry) {}
+
+  void checkOut(const FileRecord& file, const RevisionInfo& wanted) {
+    const std::string number = wanted.number;
+    const bool isMine = wanted.isLockedBy(space_.user());
+    if (!isDry_) {
+      fetch(space_, file, number, isMine ? uint32_t{TRVS_GET_WRITABLE} : 0);
+      space_.note(file, number, isMine);
+    }
+    tell(file, isDry_ ? "would check out" : "checked out", number, "");
+  }
+
+  void remove(const FileRecord& file, const std::string& reason) {
+    const std::string path = space_.pathToWrite(file);
+    if (!isDry_ && os::removeFile(path.c_str()) != os::FileResult::kDone) {
+      throw Problem{space_.shownPath(file), "can't be removed", "see who owns its directory"};
+    }
+    if (!isDry_) space_.forget(file);
+    tell(file, isDry_ ? "would remove" : "removed", "", reason);
+  }
+
+  void tell(const FileRecord& file, const char* verb, const std::string& number,
+            const std::string& rest) const {
+    session_.output().result({{"file", file.path},
+                              {"action", verb},
+                              {"revision", number.empty() ? Value() : Value(number)}},
+                             fmt::format("{} {}{}{}{}", verb, space_.shownPath(file),
+                                         number.empty() ? "" : " ", number, rest));
+  }
+
+ private:
+  Session& session_;
+  Workspace& space_;
+  bool isDry_;
+};
+
+class Join : public Command {
+ public:
+  void declare(Options& options) override {
+    options.text(&follows_, "--follow", "REV", "a label or a group; else the trunk");
+    options.text(&group_, "-g,--group", "NAME", "the development group to work in");
+    options.flag(&isEmpty_, "--no-checkout", "leave the directory as it is");
+    options.flag(&isDry_, "-n,--dry-run", "say what would be done");
+    options.word(&name_, "PROJECT", Need::kRequired, "the project");
+    options.word(&directory_, "DIR", Need::kOptional, "else this one");
+  }
+
+  void run(Session& session) override {
+    session_ = &session;
+    top_ = session.absolute(directory_.empty() ? "." : directory_);
+    refuseOther();
+    session.use(session.database().open(name_));
+    Project& project = session.project();
+    project.useConfiguration();
+    const PromotionModel model = PromotionModel::present();
+    group_ = model.chosen(group_, name_);
+    if (follows_.empty()) follows_ = "trunk";
+    refuseUnknown(follows_, model, project);
+    if (isDry_) return tell(0);
+    makeWorkDirectory(project);
+    if (isEmpty_) return tell(0);
+    Workspace space(session, State::Use::kChange);
+    space_ = &space;
+    forEachFile(session, "join", space.choose({}), [&](const FileRecord& file) { bring(file); });
+    space.save();
+    tell(done_);
+  }
+
+ private:
+  void refuseOther() const {
+    const auto there = findWorkDirectory(top_);
+    if (there && there->top == top_ && there->project != name_) {
+      throw misuse(top_, fmt::format("belongs to project {} already", there->project),
+                   "choose another directory");
+    }
+  }
+
+  // The first one of a user is known to the database, further ones by themselves.
+  void makeWorkDirectory(Project& project) {
+    if (!os::makeDirectories(top_)) {
+      throw Problem{top_, "can't be made", "choose another directory"};
+    }
+    if (project.workDirectory().empty()) project.setWorkDirectory(top_);
+    const Roots& roots = session_->database().roots();
+    WorkDirectory directory{.top = top_,
+                            .project = name_,
+                            .publicRoot = roots.publicRoot.path,
+                            .privateRoot = roots.privateRoot.path,
+                            .follows = follows_,
+                            .group = group_,
+                            .isStored = true};
+    storeWorkDirectory(directory);
+    session_->use(std::move(directory));
+  }
+
+  // What is there already stays; what is equal belongs to the project from now on.
+  void bring(const FileRecord& file) {
+    const RevisionInfo* const wanted = space_->followedOf(file);
+    if (wanted == nullptr) return;
+    Bringer bringer(*session_, *space_, false);
+    ++done_;
+    if (!os::hasEntry(space_->pathOf(file).c_str())) return bringer.checkOut(file, *wanted);
+    if (space_->isThere(file, wanted->number)) {
+      space_->note(file, wanted->number, wanted->isLockedBy(space_->user()));
+      return bringer.tell(file, "took on", wanted->number, "");
+    }
+    space_->noteChanged(file, wanted->number);
+    bringer.tell(file, "kept", "", ", changed from " + wanted->number);
+  }
+
+  void tell(size_t files) const {
+    Output& output = session_->output();
+    output.set("project", name_);
+    output.set("work", top_);
+    output.set("follows", follows_);
+    output.set("group", group_);
+    if (isDry_) return output.line(fmt::format("would join {} in {}", name_, shown(top_)));
+    const std::string count = isEmpty_ ? "nothing checked out" : counted(files, "file");
+    output.line(fmt::format("joined {} in {}: {}", name_, shown(top_), count));
+  }
+
+  std::string follows_;
+  std::string group_;
+  bool isEmpty_ = false;
+  bool isDry_ = false;
+  std::string name_;
+  std::string directory_;
+  std::string top_;
+  Session* session_ = nullptr;
+  Workspace* space_ = nullptr;
+  size_t done_ = 0;
+};
+
+class Follow : public Command {
+ public:
+  void declare(Options& options) override {
+    options.text(&group_, "-g,--group", "NAME", "the development group to work in");
+    options.flag(&isDry_, "-n,--dry-run", "say what would be done");
+    options.word(&follows_, "REV", Need::kOptional, "a label, a group, or trunk");
+  }
+
+  void run(Session& session) override {
+    session_ = &session;
+    const bool isChange = !follows_.empty() || !group_.empty();
+    if (!isChange) return tell(session.work());
+    Workspace space(session, State::Use::kChange);
+    space_ = &space;
+    const WorkDirectory before = space.directory();
+    if (!group_.empty()) group_ = space.promotion().chosen(group_, before.project);
+    const std::string group = group_.empty() ? before.group : group_;
+    if (follows_.empty()) {
+      if (!isDry_) space.follow(before.follows, group);
+    } else {
+      refuseUnknown(follows_, space.promotion(), session.project());
+      go(group);
+    }
+    space.save();
+    tell(space.directory());
+  }
+
+ private:
+  // All files are looked at first: the directory goes on as a whole, or stays.
+  void go(const std::string& group) {
+    std::vector<Plan> plans;
+    bool areAll = true;
+    for (const FileRecord* file : space_->choose({})) {
+      try {
+        plans.push_back(planOf(*file));
+      } catch (const Problem& problem) {
+        session_->output().problem(problem);
+        areAll = false;
+      }
+    }
+    if (!areAll) throw Problem{"follow", "nothing was changed", ""};
+    if (!isDry_) space_->follow(follows_, group);
+    Bringer bringer(*session_, *space_, isDry_);
+    std::vector<const FileRecord*> files;
+    for (const Plan& plan : plans) files.push_back(plan.file);
+    size_t place = 0;
+    forEachFile(*session_, "follow", files,
+                [&](const FileRecord&) { carryOut(bringer, plans[place++]); });
+  }
+
+  struct Plan {
+    const FileRecord* file;
+    const RevisionInfo* wanted;  // Null: the target has none.
+    const RevisionInfo* here;
+    Standing standing;
+  };
+
+  const RevisionInfo* wantedOf(const FileRecord& file) {
+    if (follows_ == "trunk") return space_->historyOf(file).tipOf("1");
+    return space_->markedOf(file, follows_);
+  }
+
+  Plan planOf(const FileRecord& file) {
+    Plan plan{&file, wantedOf(file), space_->hereOf(file), space_->standingOf(file)};
+    const bool isOther = plan.wanted != nullptr && plan.wanted != plan.here;
+    if (!isOther) return plan;
+    const std::string path = space_->shownPath(file);
+    if (plan.standing == Standing::kUnknown && !space_->isThere(file, plan.wanted->number)) {
+      throw Problem{path, "is there, and no revision is known that it came from",
+                    "move it away, and follow again"};
+    }
+    const bool isMine = plan.here != nullptr && plan.here->isLockedBy(space_->user());
+    if (plan.standing != Standing::kChanged && !isMine) return plan;
+    throw Problem{
+        path,
+        fmt::format("{}, and {} has {} instead of {}", isMine ? "locked by you" : "changed",
+                    follows_, plan.wanted->number, plan.here->number),
+        "check it in or revert it first"};
+  }
+
+  void carryOut(Bringer& bringer, const Plan& plan) const {
+    const bool isThere = plan.standing != Standing::kNone && plan.standing != Standing::kMissing;
+    if (plan.wanted != nullptr) {
+      const bool isDone = isThere && (plan.wanted == plan.here);
+      if (!isDone) bringer.checkOut(*plan.file, *plan.wanted);
+      return;
+    }
+    if (!isThere) return;
+    const bool isMine = plan.here != nullptr && plan.here->isLockedBy(space_->user());
+    const std::string reason = fmt::format("not in {}", follows_);
+    if (plan.standing == Standing::kSame && !isMine) {
+      return bringer.remove(*plan.file, ", " + reason);
+    }
+    if (plan.standing == Standing::kUnknown) return;
+    bringer.tell(*plan.file, "kept", "",
+                 fmt::format(", {} and {}", isMine ? "locked by you" : "changed", reason));
+  }
+
+  void tell(const WorkDirectory& directory) const {
+    session_->output().set("project", directory.project);
+    session_->output().set("work", directory.top);
+    session_->output().set("follows", directory.follows);
+    session_->output().set("group", directory.group);
+    session_->output().line(directory.line());
+  }
+
+  std::string follows_;
+  std::string group_;
+  bool isDry_ = false;
+  Session* session_ = nullptr;
+  Workspace* space_ = nullptr;
+};
+
+}  // namespace
+
+std::unique_ptr<Command> makeJoin() { return makeCommand<Join>(); }
+std::unique_ptr<Command> makeFollow() { return makeCommand<Follow>(); }
+
+}  // namespace cli

@@ -1,0 +1,18 @@
+// cli/work/fetch.h: contents from archives to files.
+#pragma once
+
+#include <cstdint>
+#include <string>
+
+#include "cli/work/workspace.h"
+
+namespace cli {
+
+// Puts a revision in the place of the file, whatever is there. `flags` are TRVS_GET_... Throws
+// Problem.
+void fetch(Workspace& space, const FileRecord& file, const std::string& number, uint32_t flags);
+// The same at `path`, whose directory is made if need be.
+void fetchTo(const std::string& path, Workspace& space, const FileRecord& file,
+             const std::string& number, uint32_t flags);
+
+}  // namespace cli
