@@ -5,8 +5,8 @@
 #include <string_view>
 #include <vector>
 
+#include "archivefile/checksum.h"
 #include "btkf520/archive/archive.h"
-#include "btkf520/archive/checksum.h"
 #include "btkf520/archive/index.h"
 #include "fuzz_support.h"
 
@@ -35,7 +35,7 @@ inline void checkArchive(std::string_view bytes) {
     btkf::Bytes content;
     if (archive->read(revision.content, &content) == TRVS_DONE) {
       require(content.size() == revision.content.length &&
-                  btkf::checksumOf(content.view()) == revision.content.checksum,
+                  archivefile::checksumOf(content.view()) == revision.content.checksum,
               "what is delivered is what was checked in");
     } else {
       require(verified == TRVS_NOT_AN_ARCHIVE, "what is whole can be read");

@@ -389,14 +389,16 @@ TRVS_EXPORT int32_t TrvsVerifyPromoTreeNodeExist(const char* group, int16_t* kin
  * TRVS_NO_REVISIONS. With any status but TRVS_DONE the archive is as it was before, unless told
  * otherwise.
  *
- * A change makes a new file in the archive's directory, which takes the old one's place with its
- * mode, group, access list of the file system and user attributes; with its owner too if the
- * process may give files away, else it belongs to the present account, and an access list lets the
- * former owner do what he could. TRVS_CANNOT_WRITE, and no change, if one of the others can't be
- * kept, such as the group by somebody who isn't in it; if the process may not write the archive; or
- * if its owner may not, so that mode 0444 refuses root too. Where the path is a symbolic link the
- * archive that it leads to changes; but TRVS_CANNOT_OPEN, told to TRVS_CALLBACK_TEXT, and no change,
- * if the link belongs to neither the present user nor root nor the archive's owner. */
+ * A change adds to the archive's file; or, now and then and with most revisions, it makes a new file
+ * in the archive's directory, which takes the old one's place with its mode, group, access list of
+ * the file system and user attributes; with its owner too if the process may give files away, else
+ * it belongs to the present account, and an access list lets the former owner do what he could.
+ * Where one of the others can't be kept, such as the group by somebody who isn't in it, or nothing
+ * may be made in the directory, the old file is added to. TRVS_CANNOT_WRITE, and no change, if the
+ * process may not write the archive; or if its owner may not, so that mode 0444 refuses root too.
+ * Where the path is a symbolic link the archive that it leads to changes; but TRVS_CANNOT_OPEN, told
+ * to TRVS_CALLBACK_TEXT, and no change, if the link belongs to neither the present user nor root nor
+ * the archive's owner. */
 /* clang-format on */
 
 /* The only context that there is. */

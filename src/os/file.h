@@ -118,6 +118,8 @@ class File {
   FileResult setModificationTime(int64_t seconds) const;
   // Waits until what was written is on the device.
   [[nodiscard]] bool sync() const;
+  // The same without what nobody needs to read it, such as the time of the change.
+  [[nodiscard]] bool syncContent() const;
   // The same for what the directory of place() says about its name: see Place::sync().
   void syncName() const noexcept { place_.sync(descriptor_); }
 

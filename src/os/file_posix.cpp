@@ -348,6 +348,10 @@ bool File::sync() const {
   return uninterrupted([this] { return ::fsync(descriptor_); }) == 0;
 }
 
+bool File::syncContent() const {
+  return uninterrupted([this] { return ::fdatasync(descriptor_); }) == 0;
+}
+
 FileResult File::readAll(uint64_t largest, std::string* bytes) {
   std::string text;
   for (int tries = 0; tries < kTries && size() <= largest; ++tries) {

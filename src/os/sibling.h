@@ -52,6 +52,9 @@ class SiblingFile {
   // Both add at the end, sooner or later. May throw std::bad_alloc.
   FileResult write(std::string_view bytes);
   FileResult copy(const File& from, uint64_t offset, uint64_t size);
+  // Writes again what is there already.
+  FileResult rewrite(uint64_t offset, std::string_view bytes);
+  uint64_t size() const { return written_ + pending_.size(); }
   // Writes what is still to be written, so that a full disk shows now.
   FileResult flush();
   // To be called when all is written: gives the file the rights of `model`, the open one that is to

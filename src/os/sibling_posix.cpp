@@ -144,6 +144,16 @@ FileResult SiblingFile::flush() {
   return result;
 }
 
+FileResult SiblingFile::rewrite(uint64_t offset, std::string_view bytes) {
+  if (offset >= written_) {
+    pending_.replace(static_cast<size_t>(offset - written_), bytes.size(), bytes);
+    return FileResult::kDone;
+  }
+  const FileResult result = flush();
+  if (result != FileResult::kDone) return result;
+  return file_.writeAt(offset, bytes) ? FileResult::kDone : FileResult::kFailed;
+}
+
 FileResult SiblingFile::writeOut(std::string_view bytes) {
   if (!file_.writeAt(written_, bytes)) return FileResult::kFailed;
   written_ += bytes.size();

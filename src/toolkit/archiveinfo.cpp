@@ -1,15 +1,17 @@
 // toolkit/archiveinfo.cpp: reads the tail of an archive file.
 //
-// The last kilobyte is read at once, since it usually holds the trailer and the whole block: one
-// open, one status, one read. Only a larger block costs a second read. All numbers are big-endian.
-// The bytes are another program's, so no number is believed before it is checked against what was
-// read.
+// The last bytes are read at once, since they usually hold the trailer, the whole block and all
+// that proves it: one open, one status, one read. Only a larger block costs a second read. Where
+// the end isn't whole, because a writer is at work or was cut off, the last one that is counts. All
+// numbers are big-endian. The bytes are another program's, so no number is believed before it is
+// checked against what was read.
 #include "toolkit/archiveinfo.h"
 
 #include <algorithm>
 #include <new>
 #include <string>
 
+#include "archivefile/parts.h"
 #include "base/varchiver.h"
 #include "dates/packedtime.h"
 #include "os/clock.h"
@@ -20,10 +22,8 @@
 namespace foldapi {
 namespace {
 
-constexpr size_t kFirstRead = 1024;
-constexpr size_t kTrailerSize = 9;
-constexpr uint32_t kTrailerTag = 4;
-constexpr int64_t kTrailerDifference = 9;
+constexpr size_t kFirstRead = archivefile::kNarrow;
+constexpr int kTries = 3;  // While writers take back what they have just added.
 constexpr char kEndTag = '@';
 constexpr uint32_t kLongLength = 0x8000;
 // One tick of packed times, and as much for a file server's clock that is not quite this one.
@@ -35,14 +35,26 @@ uint32_t read16(const char* bytes) { return byteAt(bytes, 0) << 8 | byteAt(bytes
 
 uint32_t read32(const char* bytes) { return read16(bytes) << 16 | read16(bytes + 2); }
 
-// How far the block begins ahead of the trailer; -1 for no trailer.
-int64_t blockSize(const char* trailer) {
-  const int64_t first = static_cast<int32_t>(read32(trailer + 1));
-  const int64_t second = static_cast<int32_t>(read32(trailer + 5));
-  if (byteAt(trailer, 0) != kTrailerTag || second - first != kTrailerDifference || second > 0) {
-    return -1;
+// How many bytes a file's last trailer claims for itself and the block; 0 for no trailer.
+uint64_t claimedSize(const archivefile::LastBytes& file) {
+  const std::string_view last = file.last();
+  if (last.size() < archivefile::kTrailerSize) return 0;
+  return archivefile::tailSize(last.substr(last.size() - archivefile::kTrailerSize)).value_or(0);
+}
+
+// Block and trailer of what a file says. A file without our header has a trailer that nothing
+// proves.
+bool findTail(const archivefile::LastBytes& file, uint64_t* begin, uint64_t* end) {
+  archivefile::End found;
+  if (archivefile::findEnd(file, &found)) {
+    *begin = found.blockBegin();
+    *end = found.offset;
+    return true;
   }
-  return -second;
+  const uint64_t size = claimedSize(file);
+  *begin = file.fileSize() - size;
+  *end = file.fileSize();
+  return size > 0 && size <= file.fileSize() && !archivefile::hasHeader(file);
 }
 
 std::string_view upToNul(std::string_view text) { return text.substr(0, text.find('\0')); }
@@ -108,35 +120,44 @@ int32_t TVArchiveInfo52::Load() {
 bool TVArchiveInfo52::readTail() {
   os::File file;
   if (openFile(path_.view(), os::File::Access::kRead, &file) != os::FileResult::kDone) return false;
-  // From before the first byte is read: a change from now on shows as another stamp.
-  const FileStamp stamp = stampOf(file.status());
-  if (!readTailOf(&file, stamp.size)) return false;
-  stamp_ = stamp;
-  summary_.fileTime = stamp.packed;
-  isFresh_ = os::wallClockNanoseconds() - stamp.nanoseconds < kFreshNanoseconds;
-  return true;
+  for (int tries = 0; tries < kTries; ++tries) {
+    // From before the first byte is read: a change from now on shows as another stamp.
+    const FileStamp stamp = stampOf(file.status());
+    if (readTailOf(&file)) {
+      stamp_ = stamp;
+      summary_.fileTime = stamp.packed;
+      isFresh_ = os::wallClockNanoseconds() - stamp.nanoseconds < kFreshNanoseconds;
+      return true;
+    }
+    const os::FileStatus before = file.status();
+    if (!file.isOpen() || !file.refresh() || file.status() == before) return false;
+  }
+  return false;
+}
+
+bool TVArchiveInfo52::readTailOf(os::File* file) {
+  char buffer[kFirstRead];
+  const archivefile::LastBytes bytes(*file, buffer, sizeof buffer);
+  const uint64_t claimed = claimedSize(bytes);
+  if (claimed <= bytes.last().size() || claimed > bytes.fileSize()) return readLast(bytes, file);
+  std::string room(static_cast<size_t>(claimed), '\0');
+  return readLast(archivefile::LastBytes(*file, room.data(), room.size()), file);
 }
 
 // Closes the file before anything of it is believed.
-bool TVArchiveInfo52::readTailOf(os::File* file, uint64_t fileSize) {
-  char buffer[kFirstRead];
-  const auto tailSize = static_cast<size_t>(std::min<uint64_t>(fileSize, kFirstRead));
-  if (tailSize < kTrailerSize || !file->readAt(fileSize - tailSize, buffer, tailSize)) return false;
-  const std::string_view tail(buffer, tailSize - kTrailerSize);
-  const int64_t wanted = blockSize(buffer + tail.size());
-  if (wanted < 0 || static_cast<uint64_t>(wanted) > fileSize - kTrailerSize) return false;
-  const auto size = static_cast<size_t>(wanted);
-  if (size <= tail.size()) {
+bool TVArchiveInfo52::readLast(const archivefile::LastBytes& bytes, os::File* file) {
+  uint64_t begin = 0;
+  uint64_t end = 0;
+  if (!findTail(bytes, &begin, &end)) return false;
+  const auto size = static_cast<size_t>(end - begin) - archivefile::kTrailerSize;
+  const uint64_t lastBegin = bytes.fileSize() - bytes.last().size();
+  if (begin >= lastBegin) {
     if (!file->close()) return false;
-    readBlock(tail.substr(tail.size() - size));
+    readBlock(bytes.last().substr(static_cast<size_t>(begin - lastBegin), size));
     return true;
   }
   std::string block(size, '\0');
-  const size_t missing = size - tail.size();
-  if (!file->readAt(fileSize - kTrailerSize - size, block.data(), missing) || !file->close()) {
-    return false;
-  }
-  tail.copy(block.data() + missing, tail.size());
+  if (!bytes.copy(begin, block.data(), block.size()) || !file->close()) return false;
   readBlock(block);
   return true;
 }

@@ -15,6 +15,10 @@
 #include "core/queuedhash.h"
 #include "runtime/files.h"
 
+namespace archivefile {
+class LastBytes;
+}
+
 namespace foldapi {
 
 class VArchiver;
@@ -71,7 +75,8 @@ class TVArchiveInfo52 : public TVQueuedValue {
  private:
   void clear();
   bool readTail();
-  bool readTailOf(os::File* file, uint64_t fileSize);
+  bool readTailOf(os::File* file);
+  bool readLast(const archivefile::LastBytes& bytes, os::File* file);
   void readBlock(std::string_view block);
   void takeRecord(char tag, std::string_view payload);
 

@@ -7,8 +7,9 @@
 
 #include "../../fuzz/check_archive.h"
 #include "../../fuzz/check_operations.h"
+#include "archivefile/bytecodec.h"
 #include "btkf520/archive/archivereader.h"
-#include "btkf520/archive/bytecodec.h"
+#include "btkf520/archive/tail.h"
 #include "btkf520/history.h"
 #include "support/childprocess.h"
 #include "support/limits.h"
@@ -49,21 +50,83 @@ TrvsStatus verified(const std::string& path, const History& history,
   return result;
 }
 
+// Damage in the last part can't be told from a write that was cut off: what was before counts.
 TEST(ArchiveDamage, IsFoundInEveryBitOfAFile) {
   History history;
   fill(&history, 6);
   const std::string whole = history.file();
+  const size_t firstSize = whole.size() - support::SlowArchive(whole).partSize;
   std::vector<btkf::Content> lost;
   for (size_t bit = 0; bit < 8 * whole.size(); ++bit) {
     std::string file = whole;
     file[bit / 8] = static_cast<char>(file[bit / 8] ^ (1 << bit % 8));
     const fuzz::MemoryFile damaged(file);
-    lost.clear();
-    ASSERT_EQ(verified(damaged.path(), history, &lost), TRVS_NOT_AN_ARCHIVE) << "bit " << bit;
+    ASSERT_EQ(verified(damaged.path(), history, &lost),
+              bit / 8 < firstSize ? TRVS_NOT_AN_ARCHIVE : TRVS_DONE)
+        << "bit " << bit;
+    if (bit / 8 >= firstSize) {
+      EXPECT_EQ(History::toRead(damaged.path())->model().lockCount(), 0u);
+    }
   }
-  for (size_t size = 0; size < whole.size(); ++size) {
+  for (size_t size = 0; size < firstSize; ++size) {
     const fuzz::MemoryFile cut(whole.substr(0, size));
     ASSERT_EQ(verified(cut.path(), history, &lost), TRVS_NOT_AN_ARCHIVE) << "cut to " << size;
+  }
+}
+
+// What a power cut may leave of a change: any part of it, and no part of what was before. Each of
+// the two looks is the old archive or the new one, and takes the next change.
+TEST(ArchiveDamage, OfATornEndLeavesTheArchiveBeforeIt) {
+  for (const bool isWide : {false, true}) {
+    SCOPED_TRACE(isWide ? "wide" : "narrow");
+    Contents random(1);
+    History history;
+    for (const char* content : {"one", "two"}) history.checkIn("1", content);
+    const std::string before = history.file();
+    const btkf::ArchiveModel old = history.toRead()->model();
+    // Two changes. If they are narrow, nobody knows whether the first was ever synced.
+    history.change([](btkf::ArchiveModel* model) {
+      model->trunk().tip()->locks = {{"ann", 0, ""}};
+    });
+    const std::string between = history.file();
+    const btkf::ArchiveModel locked = history.toRead()->model();
+    history.change([&](btkf::ArchiveModel* model) {
+      if (isWide) model->description = random.text(150);
+      model->labels = {{"REL", number("1.0")}};
+    });
+    const std::string after = history.file();
+    ASSERT_TRUE(between.starts_with(before) && after.starts_with(between));
+    ASSERT_EQ(after.size() - between.size() > 4096, isWide);
+    const auto modelOf = [](const std::string& bytes) {
+      const fuzz::MemoryFile file(bytes);
+      return History::toRead(file.path())->model();
+    };
+    const btkf::ArchiveModel labelled = modelOf(after);
+    // A wide part is on the disk before its end, and all that is before it.
+    const size_t blockSize = support::SlowArchive(after).informationSize;
+    const size_t unsynced = isWide ? after.size() - 9 - blockSize : before.size();
+    for (size_t place = before.size(); place < after.size(); ++place) {
+      const bool isFirst = place < between.size();
+      SCOPED_TRACE(place);
+      std::string zeros = after.substr(0, place);
+      zeros.resize(after.size());
+      const btkf::ArchiveModel& want = isFirst ? old : locked;
+      ASSERT_EQ(modelOf(zeros.substr(0, place)), want);
+      ASSERT_EQ(modelOf(zeros), want);
+      if (place % (isWide ? 256 : 16) == 0) {
+        support::writeFile(history.path(), zeros);
+        history.change([](btkf::ArchiveModel* model) { model->owner = "bo"; });
+        EXPECT_TRUE(history.file().starts_with(after.substr(0, isFirst ? before.size() : 0)));
+        history.expectWhole();
+        EXPECT_EQ(history.toRead()->model().owner, "bo");
+        EXPECT_EQ(history.toRead()->model().labels, want.labels);
+      }
+      if (place < unsynced) continue;
+      std::string hole = after;
+      hole.replace(place, 16, 16, '\0').resize(after.size());
+      ASSERT_EQ(modelOf(hole), hole == after ? labelled : want);
+    }
+    EXPECT_EQ(modelOf(after), labelled);
   }
 }
 
@@ -77,7 +140,7 @@ TEST(ArchiveDamage, SurvivesSeededMutations) {
   }
   btkf::Index index{history.toRead()->model(), {}, 100};
   index.model.forEachRevision([&](const btkf::Revision& revision) {
-    index.frames.push_back({revision.content.id, 0, 0, 0, 1, 0});
+    index.frames.push_back({revision.content.id, 0, 0, 0, index.frames.size(), 1, 0});
   });
   for (size_t place = 2; place < index.frames.size(); ++place) {
     index.frames[place].olderParent = index.frames[place - 1].content;
@@ -119,7 +182,7 @@ TEST(ArchiveDamage, IsRefusedInAnIndexThatContradictsItself) {
     revision.number = number("1").child(id - 1);
     revision.content.id = id;
     sound.model.trunk().revisions.push_back(revision);
-    sound.frames.push_back({id, id, 0, 0, 0, 0});
+    sound.frames.push_back({id, id, 0, 0, 0, 0, 0});
   }
   ASSERT_TRUE(btkf::decodeIndex(btkf::encodeIndex(sound)));
   EXPECT_FALSE(btkf::decodeIndex(btkf::encodeIndex(sound) + '\0'));
@@ -157,7 +220,8 @@ TEST(ArchiveDamage, IsRefusedInAnIndexThatContradictsItself) {
   }
 }
 
-// An archive of one revision for each of `contents`, of which each needs the one before.
+// An archive of one revision for each of `contents`, of which each needs the one before. *frames is
+// the start of its file.
 btkf::Index chainOf(const std::vector<std::string>& contents, std::string* frames) {
   btkf::Index index;
   for (const std::string& content : contents) {
@@ -167,8 +231,8 @@ btkf::Index chainOf(const std::vector<std::string>& contents, std::string* frame
     revision.number = number("1").child(index.lastContent);
     revision.content = {index.lastContent + 1, content.size(), btkf::checksumOf(content)};
     index.model.trunk().revisions.push_back(revision);
-    index.frames.push_back({revision.content.id, 0, 0, index.lastContent++, frame.size(),
-                            static_cast<uint32_t>(btkf::checksumOf(frame.view()))});
+    index.frames.push_back({revision.content.id, 0, 0, index.lastContent++, frames->size(),
+                            frame.size(), static_cast<uint32_t>(btkf::checksumOf(frame.view()))});
     *frames += frame.view();
   }
   return index;
@@ -177,11 +241,12 @@ btkf::Index chainOf(const std::vector<std::string>& contents, std::string* frame
 std::string forged(const btkf::Index& index, const std::string& frames) {
   const std::string bytes = btkf::encodeIndex(index);
   const btkf::Bytes packed = btkf::FrameCodec().pack(bytes, {}, btkf::checksumOf(bytes)).value();
-  const btkf::IndexPlace place{static_cast<uint32_t>(packed.size()),
-                               static_cast<uint32_t>(bytes.size()),
-                               btkf::checksumOf(packed.view())};
-  return std::string(btkf::kArchiveHeader).append(frames).append(packed.view()) +
-         btkf::encodeTail(index.model, place);
+  archivefile::EndRecord record;
+  record.index = {0, static_cast<uint32_t>(packed.size()), static_cast<uint32_t>(bytes.size()),
+                  btkf::checksumOf(packed.view())};
+  const std::string records = btkf::encodeRecords(index.model);
+  record.partSize = frames.size() - 8 + packed.size() + records.size() + archivefile::kEndSize;
+  return frames + std::string(packed.view()) + archivefile::encodeTail(records, {}, &record);
 }
 
 // Opens a file and reads one of its revisions.
@@ -194,7 +259,8 @@ int readStatus(const fuzz::MemoryFile& file, size_t revision) {
 
 // Real faults: files of some KB took gigabytes, or minutes.
 TEST(ArchiveDamage, CostsNoMoreThanAFileCanHold) {
-  std::string frames;
+  std::string frames(archivefile::kHeader);
+  frames.resize(20);
   btkf::Index index = chainOf(std::vector<std::string>(257, "content"), &frames);
   const auto statusOf = [&](size_t revision) {
     return readStatus(fuzz::MemoryFile(forged(index, frames)), revision);
@@ -205,24 +271,28 @@ TEST(ArchiveDamage, CostsNoMoreThanAFileCanHold) {
   EXPECT_EQ(statusOf(0), TRVS_NOT_AN_ARCHIVE) << "more names than come of so few bytes";
   index.model.accessList.clear();
   index.model.trunk().revisions[0].content.length = 1 << 30;
-  const auto refusesHole = [&](const btkf::IndexPlace& place, uint32_t tailSize) {
-    const fuzz::MemoryFile file(btkf::kArchiveHeader);
+  const auto refusesHole = [&](const archivefile::IndexPlace& place, uint32_t tailSize) {
+    const fuzz::MemoryFile file(archivefile::kHeader);
     std::filesystem::resize_file(file.path(), 100 << 20);
-    btkf::ByteWriter trailer;
+    archivefile::ByteWriter trailer;
     trailer.putFixed(4, 1);
     trailer.putFixed(0 - tailSize, 4);
     trailer.putFixed(9 - tailSize, 4);
-    const std::string tail = btkf::encodeTail(index.model, place);
+    archivefile::EndRecord record;
+    record.index = place;
+    const std::string records = btkf::encodeRecords(index.model);
+    record.partSize = (100 << 20) - 8 + records.size() + archivefile::kEndSize;
+    const std::string tail = archivefile::encodeTail(records, {}, &record);
     std::ofstream(file.path(), std::ios::app)
-        << tail.substr(0, tail.size() - btkf::kTrailerSize) + trailer.bytes();
+        << tail.substr(0, tail.size() - archivefile::kTrailerSize) + trailer.bytes();
     return readStatus(file, 0) == TRVS_NOT_AN_ARCHIVE;
   };
   const int failed = support::inProcess([&] {
     support::limitMemory(32 << 20);
     if (statusOf(0) != TRVS_NOT_AN_ARCHIVE) return 1;  // A content of a gigabyte.
-    if (!refusesHole({64 << 20, 64 << 20, 0}, 100)) return 2;
-    if (!refusesHole({100, 1 << 20, 0}, 90 << 20)) return 3;
-    return refusesHole({100, 64 << 20, 0}, 100) ? 0 : 4;
+    if (!refusesHole({0, 64 << 20, 64 << 20, 0}, 100)) return 2;
+    if (!refusesHole({0, 100, 1 << 20, 0}, 90 << 20)) return 3;
+    return refusesHole({0, 100, 64 << 20, 0}, 100) ? 0 : 4;
   });
   EXPECT_EQ(failed, 0);
 }

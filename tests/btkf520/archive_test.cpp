@@ -4,7 +4,7 @@
 
 #include <set>
 
-#include "btkf520/archive/checksum.h"
+#include "archivefile/checksum.h"
 #include "btkf520/archive/passages.h"
 #include "btkf520/archive/plan.h"
 #include "btkf520/history.h"

@@ -99,6 +99,10 @@ ssize_t copy_file_range(int from, off64_t* begin, int to, off64_t* place, size_t
 
 int fsync(int file) { return asInt(answer("fsync", file, nullptr, 0, SYS_fsync, file)); }
 
+int fdatasync(int file) {
+  return asInt(answer("fdatasync", file, nullptr, 0, SYS_fdatasync, file));
+}
+
 int ftruncate(int file, off_t size) noexcept {
   return asInt(answer("ftruncate", file, nullptr, 0, SYS_ftruncate, file, size));
 }

@@ -72,12 +72,18 @@ SlowArchive::SlowArchive(const std::string& file) {
   if (tag != 4 || whole != informationSize + 9) throw std::runtime_error("archive: no trailer");
   readBlock(file.substr(file.size() - whole, informationSize));
 
-  Values place(records.at('Z'));
-  const auto indexSize = static_cast<size_t>(place.fixed(4));
-  const size_t indexBegin = file.size() - whole - indexSize;
-  const std::string index = unpacked(file.substr(indexBegin, indexSize), "");
-  if (index.size() != place.fixed(4)) throw std::runtime_error("archive: size of the index");
-  readIndex(index, file.substr(header.size(), indexBegin - header.size()));
+  Values end(records.at('Z'));
+  partSize = end.fixed(8);
+  part = end.fixed(4);
+  const auto indexSize = static_cast<size_t>(end.fixed(4));
+  const uint64_t size = end.fixed(4);
+  end.fixed(8);
+  const auto fullBegin = static_cast<size_t>(end.fixed(8));
+  const auto fullSize = static_cast<size_t>(end.fixed(4));
+  const std::string full = fullBegin == 0 ? "" : unpacked(file.substr(fullBegin, fullSize), "");
+  const std::string index = unpacked(file.substr(file.size() - whole - indexSize, indexSize), full);
+  if (index.size() != size) throw std::runtime_error("archive: size of the index");
+  readIndex(index, file);
 }
 
 void SlowArchive::readBlock(const std::string& block) {
@@ -90,7 +96,7 @@ void SlowArchive::readBlock(const std::string& block) {
   if (!values.isAtEnd()) throw std::runtime_error("archive: bytes after the block");
 }
 
-void SlowArchive::readIndex(const std::string& index, const std::string& packedFrames) {
+void SlowArchive::readIndex(const std::string& index, const std::string& file) {
   Values values(index);
   if (values.number() != 2) throw std::runtime_error("archive: version");
   const auto note = [this](const std::string& text) {
@@ -129,17 +135,18 @@ void SlowArchive::readIndex(const std::string& index, const std::string& packedF
     note(values.revisionNumber());
   }
   values.number();
-  Values packed(packedFrames);
+  Values packed(file);
   for (uint64_t left = values.number(); left > 0; --left) {
     SlowFrame& frame = frames[values.number()];
     frame.position = values.number();
     for (int parents = 2; parents > 0; --parents) {
       if (const uint64_t parent = values.number()) frame.parents.push_back(parent);
     }
+    packed.raw(values.number());
     frame.bytes = packed.raw(values.number());
     values.fixed(4);
   }
-  if (!values.isAtEnd() || !packed.isAtEnd()) throw std::runtime_error("archive: bytes left over");
+  if (!values.isAtEnd()) throw std::runtime_error("archive: bytes left over");
 }
 
 std::string SlowArchive::content(uint64_t id) const {

@@ -3,7 +3,7 @@
 // Written from docs/archive-format.md alone, and sharing no code with the engine. It reads the
 // whole file, believes what it reads, rebuilds parents again and again, and throws where something
 // can't be: good for small archives and true copies, and short enough to be seen to be right. It
-// does not look at checksums.
+// does not look at checksums, and takes the last part for a whole one.
 #pragma once
 
 #include <cstdint>
@@ -41,10 +41,12 @@ class SlowArchive {
   std::map<uint64_t, SlowFrame> frames;           // By content id.
   std::map<char, std::string> records;            // Of the information block, joined, by tag.
   size_t informationSize = 0;                     // Of that block.
+  uint64_t partSize = 0;                          // Of the last part.
+  uint64_t part = 0;                              // How many others come before it.
 
  private:
   void readBlock(const std::string& block);
-  void readIndex(const std::string& index, const std::string& packedFrames);
+  void readIndex(const std::string& index, const std::string& file);
 };
 
 }  // namespace support

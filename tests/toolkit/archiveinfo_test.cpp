@@ -10,6 +10,7 @@
 
 #include "../../fuzz/check_archiveinfo.h"
 #include "base/varchiver.h"
+#include "btkf520/btkf520.h"
 #include "support/database.h"
 #include "support/files.h"
 #include "toolkit/messages.h"
@@ -91,6 +92,33 @@ TEST_F(ArchiveInfoTest, ABlockOfAnySizeIsReadWhole) {
     const std::string records = archiveRecord('I', text) + archiveRecord('V', "xend");
     EXPECT_EQ(load(archiveWithBlock("", records)), "0 0 0 0 0 end|" + text + "||");
     EXPECT_EQ(load(archiveWithBlock("filler", records)), "0 0 0 0 0 end|" + text + "||");
+  }
+}
+
+// What a writer has added so far, or a power cut has left of it, changes nothing.
+TEST_F(ArchiveInfoTest, ATornEndIsPassedOver) {
+  ASSERT_EQ(TrvsInit(nullptr), TRVS_DONE);
+  ASSERT_EQ(TrvsCreateArchive(path_.c_str(), "a.c", "first", "ann", 0x1f9953ca, 0), TRVS_DONE);
+  const std::string before = support::readFile(path_);
+  for (const std::string& description : {"second"s, std::string(5000, 'd')}) {
+    support::writeFile(path_, before);
+    ASSERT_EQ(TrvsSetDescription(TRVS_CONTEXT, path_.c_str(), nullptr, description.c_str()),
+              TRVS_DONE);
+    const std::string after = support::readFile(path_);
+    ASSERT_TRUE(after.starts_with(before));
+    const auto loaded = [](const std::string& bytes) {
+      const fuzz::MemoryFile file(bytes);
+      TVArchiveInfo52 info{VPathString(file.path())};
+      return info.Load() == 0 ? info.summary().description.str() : "none";
+    };
+    EXPECT_EQ(loaded(after), description);
+    for (size_t size = 0; size < after.size(); ++size) {
+      const char* const want = size < before.size() ? "none" : "first";
+      ASSERT_EQ(loaded(after.substr(0, size)), want) << size;
+      std::string zeros = after.substr(0, size);
+      zeros.resize(after.size());
+      ASSERT_EQ(loaded(zeros), want) << size;
+    }
   }
 }
 

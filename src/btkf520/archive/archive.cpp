@@ -1,9 +1,10 @@
 // btkf520/archive/archive.cpp: an archive that is open, and how a changed one is written.
 //
 // A commit plans how every content is to be stored, keeps the frames that are stored like that
-// already, makes the others, and writes all of it to a new file: kept frames, new ones, index,
-// tail. Each new frame is unpacked and checked before it is written, because for an older revision
-// it takes the place of the only other copy.
+// already, and makes the others. Then it adds a part to the file: new frames, index, tail; or,
+// where too much of the file would count no longer, it writes all of it to a new one: kept frames,
+// new ones, index, tail. Each new frame is unpacked and checked before it is written, because for
+// an older revision it takes the place of the only other copy.
 #include "btkf520/archive/archive.h"
 
 #include <algorithm>
@@ -13,9 +14,9 @@
 #include <set>
 #include <utility>
 
+#include "archivefile/parts.h"
 #include "btkf520/archive/archivechange.h"
 #include "btkf520/archive/archivereader.h"
-#include "btkf520/archive/checksum.h"
 #include "btkf520/archive/contentframes.h"
 #include "btkf520/archive/index.h"
 #include "btkf520/archive/plan.h"
@@ -25,9 +26,18 @@
 namespace btkf {
 namespace {
 
+using archivefile::EndRecord;
 using os::FileResult;
 
 constexpr int kReadTries = 3;
+// A file may grow by a part as long as what counts no longer is at most this part of the rest, or,
+// if the part holds no content, so few bytes.
+constexpr uint64_t kDeadRatio = 4;
+constexpr uint64_t kFewBytes = 4096;
+// Below this a file with a new content is written anew, which takes hardly more time.
+constexpr uint64_t kWideFile = 1 << 20;
+// An index is packed against the last full one as long as that makes it shorter by this factor.
+constexpr size_t kDeltaRatio = 4;
 
 TrvsStatus openStatus(FileResult result) {
   switch (result) {
@@ -45,6 +55,23 @@ TrvsStatus openStatus(FileResult result) {
 bool isReadable(const std::string& path) {
   os::File file;
   return file.open(path.c_str(), os::File::Access::kRead) == FileResult::kDone;
+}
+
+bool haveSameContents(const Branch& first, const Branch& second) {
+  return std::equal(first.revisions.begin(), first.revisions.end(), second.revisions.begin(),
+                    second.revisions.end(), [](const Revision& one, const Revision& other) {
+                      return one.content == other.content;
+                    });
+}
+
+// Only a damaged content can still want a parent that has been deleted.
+void dropLostParents(std::vector<Frame>* frames) {
+  std::set<uint32_t> planned{0};
+  for (const Frame& frame : *frames) planned.insert(frame.content);
+  for (Frame& frame : *frames) {
+    if (!planned.contains(frame.olderParent)) frame.olderParent = 0;
+    if (!planned.contains(frame.newerParent)) frame.newerParent = 0;
+  }
 }
 
 }  // namespace
@@ -69,7 +96,7 @@ class Archive::Impl {
   template <typename Read>
   TrvsStatus readAgain(const Read& read) {
     const TrvsStatus status = read(later_ ? *later_ : *reader_);
-    return status == TRVS_CANNOT_OPEN && lookAgain() ? read(*later_) : status;
+    return lookAgain(status) ? read(*later_) : status;
   }
 
   void boundContents(uint64_t bytes);
@@ -91,18 +118,30 @@ class Archive::Impl {
     std::string_view view;
   };
 
-  bool lookAgain();
+  // How the contents of a model are to be stored.
+  struct Plan {
+    std::vector<Frame> kept;  // In the order of their offsets, as all frames of an index.
+    std::vector<Frame> made;  // The tips last.
+    bool hasLost = false;     // Contents that are stored now.
+  };
+
+  bool lookAgain(TrvsStatus status);
   const Content* known(uint32_t id) const;
-  bool knowsAllOf(const ArchiveModel& model) const;
-  std::vector<Frame> plannedFrames(const ArchiveModel& model) const;
+  bool knowsAllOf(const Branch& branch) const;
+  bool plan(const ArchiveModel& model, Plan* plan) const;
   void planBranch(const Branch& branch, std::vector<Frame>* frames) const;
   const Frame* storedLike(const Frame& planned) const;
-  TrvsStatus copyKept(const std::vector<Frame>& kept, os::SiblingFile* to) const;
+  bool isAppendable() const;
+  bool isToBeAppended(const Plan& plan) const;
+  TrvsStatus copyKept(std::vector<Frame>* kept, ArchiveChange* to) const;
   TrvsStatus hold(uint32_t id, Held* held);
   TrvsStatus pack(Frame* frame, Bytes* packed);
-  TrvsStatus writeFrames(Index* index, os::SiblingFile* to);
-  TrvsStatus writeEnd(const Index& index, os::SiblingFile* to);
-  TrvsStatus write(Index* index, ArchiveChange* change);
+  TrvsStatus writeFrames(Plan plan, Index* index, ArchiveChange* to);
+  TrvsStatus packIndex(std::string_view bytes, bool isAppended, EndRecord* record, Bytes* packed);
+  TrvsStatus writeEnd(const Index& index, ArchiveChange* to);
+  TrvsStatus append(const Plan& plan, Index* index, ArchiveChange* to);
+  TrvsStatus rewrite(const Plan& plan, Index* index, ArchiveChange* to, bool* isRefused);
+  TrvsStatus write(Index* index, std::unique_ptr<ArchiveChange>* change);
 
   Purpose purpose_;
   std::string path_;
@@ -124,14 +163,17 @@ TrvsStatus Archive::Impl::open(Purpose purpose, const std::string& path, os::Fil
   return TRVS_DONE;
 }
 
-// Opens for reading what is in the file's place now.
-bool Archive::Impl::lookAgain() {
+// After a reading failed: opens what is in the file's place now. A damage is believed if nothing
+// was changed since the file was opened: a part that another writer took back may have been read.
+bool Archive::Impl::lookAgain(TrvsStatus status) {
+  const bool mayHelp = status == TRVS_CANNOT_OPEN || status == TRVS_NOT_AN_ARCHIVE;
   os::File file;
-  if (purpose_ != Purpose::kRead ||
-      file.open(path_.c_str(), os::File::Access::kRead) != FileResult::kDone ||
-      ArchiveReader::open(std::move(file), &later_) != TRVS_DONE) {
+  if (purpose_ != Purpose::kRead || !mayHelp ||
+      file.open(path_.c_str(), os::File::Access::kRead) != FileResult::kDone) {
     return false;
   }
+  if (status == TRVS_NOT_AN_ARCHIVE && file.status() == reader_->file().status()) return false;
+  if (ArchiveReader::open(std::move(file), &later_) != TRVS_DONE) return false;
   later_->boundContents(largestContent_);
   return true;
 }
@@ -168,8 +210,7 @@ TrvsStatus Archive::Impl::read(const Content& content, const BytesSink& sink) {
   const auto pending = pending_.find(content.id);
   if (pending == pending_.end()) {
     const TrvsStatus status = (later_ ? *later_ : *reader_).give(content, sink);
-    if (status == TRVS_CANNOT_OPEN) lookAgain();  // For the caller, whose sink is spoilt.
-    return status;
+    return lookAgain(status) ? TRVS_CANNOT_OPEN : status;  // The caller's sink is spoilt.
   }
   return sink(pending->second.bytes) ? TRVS_DONE : TRVS_CANNOT_WRITE;
 }
@@ -181,13 +222,11 @@ const Content* Archive::Impl::known(uint32_t id) const {
   return stored == nullptr ? nullptr : &stored->content;
 }
 
-bool Archive::Impl::knowsAllOf(const ArchiveModel& model) const {
-  bool result = true;
-  model.forEachRevision([&](const Revision& revision) {
-    const Content* const content = known(revision.content.id);
-    result = result && content != nullptr && *content == revision.content;
+bool Archive::Impl::knowsAllOf(const Branch& branch) const {
+  return std::all_of(branch.revisions.begin(), branch.revisions.end(), [&](const Revision& each) {
+    const Content* const content = known(each.content.id);
+    return content != nullptr && *content == each.content;
   });
-  return result;
 }
 
 // The frames that `branch` is to have, from the tip's on. What is damaged stays as it is and
@@ -224,17 +263,54 @@ void Archive::Impl::planBranch(const Branch& branch, std::vector<Frame>* frames)
   }
 }
 
-std::vector<Frame> Archive::Impl::plannedFrames(const ArchiveModel& model) const {
-  std::vector<Frame> frames;
-  for (const Branch& branch : model.branches) planBranch(branch, &frames);
-  std::set<uint32_t> planned{0};
-  for (const Frame& frame : frames) planned.insert(frame.content);
-  for (Frame& frame : frames) {
-    // Only a damaged content can still want a parent that has been deleted.
-    if (!planned.contains(frame.olderParent)) frame.olderParent = 0;
-    if (!planned.contains(frame.newerParent)) frame.newerParent = 0;
+// False if `model` uses a content that is not there. Only branches with other contents than before
+// are planned anew.
+bool Archive::Impl::plan(const ArchiveModel& model, Plan* plan) const {
+  const Index& old = reader_->index();
+  std::vector<Frame> planned;
+  std::vector<const Branch*> same;
+  for (const Branch& branch : model.branches) {
+    const Branch* const before = old.model.findBranch(branch.number);
+    if (before != nullptr && haveSameContents(*before, branch)) {
+      same.push_back(&branch);
+    } else if (knowsAllOf(branch)) {
+      planBranch(branch, &planned);
+    } else {
+      return false;
+    }
   }
-  return frames;
+  if (planned.empty() && same.size() == old.model.branches.size()) {
+    plan->kept = old.frames;
+    return true;
+  }
+  if (!damaged_.empty()) dropLostParents(&planned);
+  size_t count = 0;  // Of those that are stored now.
+  for (const Branch* branch : same) {
+    count += branch->revisions.size();
+    for (const Revision& each : branch->revisions) {
+      plan->kept.push_back(reader_->find(each.content.id)->frame);
+    }
+  }
+  for (Frame& frame : planned) {
+    const Frame* const stored = storedLike(frame);
+    count += reader_->find(frame.content) != nullptr;
+    if (stored == nullptr) {
+      plan->made.push_back(frame);
+      continue;
+    }
+    frame.offset = stored->offset;
+    frame.size = stored->size;
+    frame.checksum = stored->checksum;
+    plan->kept.push_back(frame);
+  }
+  plan->hasLost = count != old.frames.size();
+  // An empty one may stand where another begins.
+  std::sort(plan->kept.begin(), plan->kept.end(), [](const Frame& left, const Frame& right) {
+    return std::pair(left.offset, left.size) < std::pair(right.offset, right.size);
+  });
+  std::stable_partition(plan->made.begin(), plan->made.end(),
+                        [](const Frame& frame) { return frame.newerParent != 0; });
+  return true;
 }
 
 // The frame in the file that can be kept for `planned`, null for none.
@@ -246,21 +322,36 @@ const Frame* Archive::Impl::storedLike(const Frame& planned) const {
   return isSame || damaged_.contains(planned.content) ? &stored->frame : nullptr;
 }
 
-// Copies the header and frames that are in the file, in their order there.
-TrvsStatus Archive::Impl::copyKept(const std::vector<Frame>& kept, os::SiblingFile* to) const {
-  if (purpose_ == Purpose::kMake) return writeStatus(to->write(kArchiveHeader));
-  uint64_t begin = 0;  // Of a run that is copied as one.
-  uint64_t end = kArchiveHeader.size();
-  for (const Frame& frame : kept) {
-    const uint64_t offset = reader_->find(frame.content)->offset;
-    if (offset != end) {
-      const TrvsStatus status = writeStatus(to->copy(reader_->file(), begin, end - begin));
-      if (status != TRVS_DONE) return status;
-      begin = offset;
+bool Archive::Impl::isAppendable() const {
+  return purpose_ == Purpose::kUpdate && reader_->end().record.part + 1 < archivefile::kMostParts;
+}
+
+// Whether so little of the file would count no longer that it may grow. What was deleted is to be
+// gone.
+bool Archive::Impl::isToBeAppended(const Plan& plan) const {
+  if (!isAppendable() || plan.hasLost) return false;
+  uint64_t live = archivefile::kHeader.size() + reader_->fullIndex().storedSize;
+  for (const Frame& frame : plan.kept) live += frame.size;
+  const uint64_t end = reader_->end().offset;
+  const uint64_t dead = end > live ? end - live : 0;
+  if (plan.made.empty()) return dead <= std::max(live / kDeadRatio, kFewBytes);
+  return live >= kWideFile && dead <= live / kDeadRatio;
+}
+
+// Copies frames that are in the file, runs of them at once, and tells where they are then.
+TrvsStatus Archive::Impl::copyKept(std::vector<Frame>* kept, ArchiveChange* to) const {
+  uint64_t begin = 0;  // Of a run.
+  uint64_t end = 0;
+  const auto copyRun = [&] { return writeStatus(to->copy(reader_->file(), begin, end - begin)); };
+  for (Frame& frame : *kept) {
+    if (frame.offset != end) {
+      if (const TrvsStatus status = copyRun()) return status;
+      begin = frame.offset;
     }
-    end = offset + frame.size;
+    end = frame.end();
+    frame.offset = to->size() + (frame.offset - begin);
   }
-  return writeStatus(to->copy(reader_->file(), begin, end - begin));
+  return copyRun();
 }
 
 TrvsStatus Archive::Impl::hold(uint32_t id, Held* held) {
@@ -298,78 +389,106 @@ TrvsStatus Archive::Impl::pack(Frame* frame, Bytes* packed) {
   return TRVS_DONE;
 }
 
-// Writes all but the end, and puts the frames of *index in the order of the new file: those that
-// are kept, then new ones, the tips last.
-TrvsStatus Archive::Impl::writeFrames(Index* index, os::SiblingFile* to) {
-  std::vector<Frame> kept;
-  std::vector<Frame> made;
-  for (Frame& planned : plannedFrames(index->model)) {
-    if (const Frame* const stored = storedLike(planned)) {
-      planned.size = stored->size;
-      planned.checksum = stored->checksum;
-      kept.push_back(planned);
-    } else {
-      made.push_back(planned);
-    }
+// Writes the frames of *index in the order of the file: those that are kept, then new ones.
+TrvsStatus Archive::Impl::writeFrames(Plan plan, Index* index, ArchiveChange* to) {
+  if (!to->isAppended()) {
+    if (const TrvsStatus status = copyKept(&plan.kept, to)) return status;
   }
-  std::sort(kept.begin(), kept.end(), [this](const Frame& left, const Frame& right) {
-    return reader_->find(left.content)->offset < reader_->find(right.content)->offset;
-  });
-  std::stable_partition(made.begin(), made.end(),
-                        [](const Frame& frame) { return frame.newerParent != 0; });
-  if (const TrvsStatus status = copyKept(kept, to)) return status;
-  index->frames = std::move(kept);
-  for (Frame& frame : made) {
+  index->frames = std::move(plan.kept);
+  for (Frame& frame : plan.made) {
     Bytes packed;
     if (const TrvsStatus status = pack(&frame, &packed)) return status;
+    frame.offset = to->size();
     if (const TrvsStatus status = writeStatus(to->write(packed.view()))) return status;
     index->frames.push_back(frame);
   }
   return TRVS_DONE;
 }
 
-TrvsStatus Archive::Impl::writeEnd(const Index& index, os::SiblingFile* to) {
-  const std::string bytes = encodeIndex(index);
-  if (bytes.size() > kLargestIndex) return TRVS_NO_MEMORY;
-  const std::optional<Bytes> packed = reader_->codec().pack(bytes, {}, checksumOf(bytes));
-  if (!packed) return TRVS_INTERNAL_ERROR;
-  // What packs better than any reader believes. A reader is asked only where that may be.
-  const bool isDense = bytes.size() / packed->size() >= kThingsPerByte;
-  if (isDense &&
-      (bytes.size() > largestIndex(packed->size()) || !decodeIndex(bytes, packed->size()))) {
-    return TRVS_NO_MEMORY;
+// Against the last full index, as long as that saves much; else as a full one.
+TrvsStatus Archive::Impl::packIndex(std::string_view bytes, bool isAppended, EndRecord* record,
+                                    Bytes* packed) {
+  const uint64_t checksum = checksumOf(bytes);
+  std::optional<Bytes> made;
+  if (isAppended) {
+    std::string_view full;
+    if (const TrvsStatus status = reader_->readFullIndex(&full)) return status;
+    record->full = reader_->fullIndex();
+    made = reader_->codec().pack(bytes, full, checksum);
+    if (made && made->size() > record->full.storedSize / kDeltaRatio) made.reset();
   }
-  const IndexPlace place{static_cast<uint32_t>(packed->size()), static_cast<uint32_t>(bytes.size()),
-                         checksumOf(packed->view())};
-  if (const TrvsStatus status = writeStatus(to->write(packed->view()))) return status;
-  return writeStatus(to->write(encodeTail(index.model, place)));
+  if (!made) {
+    record->full = {};
+    made = reader_->codec().pack(bytes, {}, checksum);
+  }
+  if (!made) return TRVS_INTERNAL_ERROR;
+  *packed = std::move(*made);
+  record->index = {0, static_cast<uint32_t>(packed->size()), static_cast<uint32_t>(bytes.size()),
+                   checksumOf(packed->view())};
+  return TRVS_DONE;
 }
 
-TrvsStatus Archive::Impl::write(Index* index, ArchiveChange* change) {
-  os::SiblingFile& file = change->sibling();
-  const bool isUpdate = purpose_ == Purpose::kUpdate;  // And then the archive is locked.
-  const auto others =
-      isUpdate ? os::SiblingFile::Others::kExcluded : os::SiblingFile::Others::kPossible;
-  const os::File* const old = isUpdate ? &reader_->file() : nullptr;
-  const FileResult opened = isUpdate ? file.open(old->place(), others) : file.open(path_, others);
-  if (const TrvsStatus status = writeStatus(opened)) return status;
-  if (const TrvsStatus status = writeFrames(index, &file)) return status;
-  if (const TrvsStatus status = writeEnd(*index, &file)) return status;
-  return writeStatus(file.giveRights(old));
+TrvsStatus Archive::Impl::writeEnd(const Index& index, ArchiveChange* to) {
+  const std::string bytes = encodeIndex(index);
+  if (bytes.size() > kLargestIndex) return TRVS_NO_MEMORY;
+  EndRecord record;
+  Bytes packed;
+  if (const TrvsStatus status = packIndex(bytes, to->isAppended(), &record, &packed)) return status;
+  // What packs better than any reader believes. A reader is asked only where that may be.
+  const size_t stored = packed.size() + record.full.storedSize;
+  const bool isDense = bytes.size() / stored >= kThingsPerByte;
+  if (isDense && (bytes.size() > largestIndex(stored) || !decodeIndex(bytes, stored))) {
+    return TRVS_NO_MEMORY;
+  }
+  if (const TrvsStatus status = writeStatus(to->write(packed.view()))) return status;
+  return writeStatus(to->end(encodeRecords(index.model), record));
+}
+
+TrvsStatus Archive::Impl::append(const Plan& plan, Index* index, ArchiveChange* to) {
+  TrvsStatus status = writeStatus(to->beginPart(reader_->file(), reader_->end()));
+  if (status == TRVS_DONE) status = writeFrames(plan, index, to);
+  return status == TRVS_DONE ? writeEnd(*index, to) : status;
+}
+
+// *isRefused: nothing may be written beside the file, or not with its rights.
+TrvsStatus Archive::Impl::rewrite(const Plan& plan, Index* index, ArchiveChange* to,
+                                  bool* isRefused) {
+  const os::File* const old = purpose_ == Purpose::kUpdate ? &reader_->file() : nullptr;
+  FileResult result = to->beginFile(old);
+  if (result == FileResult::kDone) {
+    if (const TrvsStatus status = writeFrames(plan, index, to)) return status;
+    if (const TrvsStatus status = writeEnd(*index, to)) return status;
+    result = to->giveRights(old);
+  }
+  *isRefused = result == FileResult::kRefused;
+  return writeStatus(result);
+}
+
+TrvsStatus Archive::Impl::write(Index* index, std::unique_ptr<ArchiveChange>* change) {
+  Plan plan;
+  if (!this->plan(index->model, &plan)) return TRVS_MISUSE;
+  *change = std::make_unique<ArchiveChange>(path_);
+  if (isToBeAppended(plan)) return append(plan, index, change->get());
+  bool isRefused = false;
+  const TrvsStatus status = rewrite(plan, index, change->get(), &isRefused);
+  if (!isRefused || !isAppendable()) return status;
+  *change = std::make_unique<ArchiveChange>(path_);
+  return append(plan, index, change->get());
 }
 
 TrvsStatus Archive::Impl::begin(ArchiveModel model, std::unique_ptr<ArchiveChange>* change) {
-  if (purpose_ == Purpose::kRead || !model.isSound() || !knowsAllOf(model)) return TRVS_MISUSE;
+  if (purpose_ == Purpose::kRead || !model.isSound()) return TRVS_MISUSE;
   Index index{std::move(model), {}, lastContent_};
   std::erase_if(index.model.branches, [](const Branch& branch) {
     return branch.revisions.empty() && !branch.number.isTrunk();
   });
   for (;;) {
     const size_t damaged = damaged_.size();
-    auto begun = std::make_unique<ArchiveChange>(path_);
-    const TrvsStatus status = write(&index, begun.get());
+    std::unique_ptr<ArchiveChange> begun;
+    const TrvsStatus status = write(&index, &begun);
     if (status == TRVS_DONE) {
-      next_ = std::make_unique<ArchiveReader>(std::move(index), std::make_unique<FrameCodec>());
+      next_ = std::make_unique<ArchiveReader>(std::move(index), begun->ended(),
+                                              std::make_unique<FrameCodec>());
       begun->hold(std::move(reader_->file()));
       *change = std::move(begun);
     }
@@ -389,6 +508,7 @@ TrvsStatus Archive::Impl::commit(ArchiveModel model) {
     purpose_ = Purpose::kUpdate;
   }
   reader_->file() = change->takeFile();
+  static_cast<void>(reader_->file().refresh());  // Its size is for failures to be told by.
   return status;
 }
 
@@ -417,7 +537,8 @@ TrvsStatus Archive::openToUpdate(const std::string& path, std::unique_ptr<Archiv
 }
 
 std::unique_ptr<Archive> Archive::forNew(const std::string& path) {
-  auto empty = std::make_unique<ArchiveReader>(Index(), std::make_unique<FrameCodec>());
+  auto empty =
+      std::make_unique<ArchiveReader>(Index(), archivefile::End(), std::make_unique<FrameCodec>());
   return std::unique_ptr<Archive>(
       new Archive(std::make_unique<Impl>(Impl::Purpose::kMake, path, std::move(empty))));
 }

@@ -9,10 +9,10 @@
 //     model.trunk().revisions.push_back(revision);
 //     return archive->commit(model);
 //
-// An archive file is never changed: a commit writes a whole new file beside it and renames that
-// over the old one. So a reader sees the archive as it was when it was opened, however long it
-// reads, and never waits; a kill or a power cut leaves the old file or the new one. What stands
-// where in the file is told in docs/archive-format.md.
+// What stands in an archive file is never changed: a commit adds a part at its end, or writes a
+// whole new file beside it and renames that over the old one. So a reader sees the archive as it
+// was when it was opened, however long it reads, and never waits; a kill or a power cut leaves the
+// old state or the new one. What stands where in the file is told in docs/archive-format.md.
 #pragma once
 
 #include <memory>
@@ -83,14 +83,14 @@ class Archive {
   Content put(std::string_view bytes);
 
   // Makes the file say what `model` says, all or nothing, and on disk when this returns. Contents
-  // that `model` has no longer are dropped. With any status but TRVS_DONE the file is the old one.
+  // that `model` has no longer are dropped, and gone if a new file can be written. With any status
+  // but TRVS_DONE the file says what it said.
   //   TRVS_MISUSE        `model` is not sound, or uses a content that the archive does not have; or
   //                      this is not open to update
-  //   TRVS_CANNOT_WRITE  no space; no right to make files in the archive's directory; or the new
-  //                      file can't have the group, access list and attributes of the old one
-  // The new file keeps these, the mode and, where that is allowed, the owner. A damaged content is
-  // no obstacle: it is kept as it is, and stays damaged. TRVS_IN_USE also if a content that was put
-  // is found to have changed since.
+  //   TRVS_CANNOT_WRITE  no space; or no right to make a file in the directory of a new archive
+  // The file keeps its owner, group, mode, access list and attributes. A damaged content is no
+  // obstacle: it is kept as it is, and stays damaged. TRVS_IN_USE also if a content that was put is
+  // found to have changed since.
   [[nodiscard]] TrvsStatus commit(ArchiveModel model);
 
   // The first step of commit(), for who changes many archives and lets them share their syncs: see

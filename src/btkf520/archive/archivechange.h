@@ -12,9 +12,11 @@
 // writers, and can be given up.
 #pragma once
 
+#include <cstdint>
 #include <string>
-#include <utility>
+#include <string_view>
 
+#include "archivefile/parts.h"
 #include "btkf520/btkf520.h"
 #include "os/file.h"
 #include "os/sibling.h"
@@ -27,14 +29,14 @@ class ArchiveChange {
   ArchiveChange(const ArchiveChange&) = delete;
   ArchiveChange& operator=(const ArchiveChange&) = delete;
   // Gives it up unless it is concluded.
-  ~ArchiveChange() = default;
+  ~ArchiveChange();
 
   const std::string& path() const { return path_; }
   // What was written to.
-  const os::File& file() const { return done_.isOpen() ? done_ : sibling_.file(); }
+  const os::File& file() const;
 
-  // After the first sync: does what must not reach the disk before it, and lets everybody see the
-  // change. With any status but TRVS_DONE the change is to be given up.
+  // After the first sync: does what must not reach the disk before it. Everybody sees the change
+  // then at the latest. With any status but TRVS_DONE the change is to be given up.
   [[nodiscard]] TrvsStatus conclude();
   // What is still to be synced then.
   enum class Rest {
@@ -42,25 +44,52 @@ class ArchiveChange {
     kFile,  // file(); the change is to be given up if that fails.
     kName,  // What its directory says of it, by os::File::syncName().
   };
-  Rest rest() const { return Rest::kName; }
+  Rest rest() const;
   // Makes the archive say what it said before, unless the new file has the name already.
-  void giveUp() { sibling_.giveUp(); }
+  void giveUp();
 
-  // Concludes it, with both syncs. With any status but TRVS_DONE it has been given up.
+  // Concludes it, with all syncs. With any status but TRVS_DONE it has been given up.
   [[nodiscard]] TrvsStatus finish();
 
   // Where the archive is now, locked: what was concluded, else what was there before.
-  os::File takeFile() { return std::move(done_.isOpen() ? done_ : old_); }
+  os::File takeFile();
 
-  // For who writes it: the new file, and the one whose place it takes, locked; not open for none.
-  os::SiblingFile& sibling() { return sibling_; }
-  void hold(os::File old) { old_ = std::move(old); }
+  // For who writes it: a change begins with one of these two. A new file takes the place of the
+  // old one, or of none.
+  os::FileResult beginFile(const os::File* old);
+  // A part after `end`, the last whole one of `file`. That stays where it is until hold().
+  os::FileResult beginPart(const os::File& file, const archivefile::End& end);
+  bool isAppended() const { return appended_ != nullptr; }
+
+  // Add to the part. May throw std::bad_alloc.
+  os::FileResult write(std::string_view bytes);
+  os::FileResult copy(const os::File& from, uint64_t offset, uint64_t size);
+  uint64_t size() const;  // Of the file, with what was added.
+  // Ends the part, with the records of its block and what its end is to say of its indexes.
+  os::FileResult end(std::string_view records, const archivefile::EndRecord& indexes);
+  const archivefile::End& ended() const { return end_; }
+  // Gives a new file its rights: see os::SiblingFile.
+  os::FileResult giveRights(const os::File* model) { return sibling_.giveRights(model); }
+  void hold(os::File old);
 
  private:
+  os::FileResult flush();
+  os::FileResult endPart(std::string_view records);
+  os::FileResult readUnproven(std::string* bytes) const;
+
   std::string path_;
-  os::File old_;
-  os::SiblingFile sibling_;
-  os::File done_;  // Once it is concluded.
+  os::File held_;  // The old file, locked.
+  archivefile::End end_;
+  bool isConcluded_ = false;
+
+  os::SiblingFile sibling_;  // A new file,
+  os::File done_;            // once it is concluded.
+
+  const os::File* appended_ = nullptr;  // Or else the old one.
+  archivefile::End before_;
+  uint64_t written_ = 0;  // Where the next bytes go.
+  std::string pending_;   // Not written yet: a narrow part is written at once.
+  std::string tail_;      // Of a wide part, to be written after the first sync.
 };
 
 // What a failure to write means.

@@ -8,11 +8,13 @@
 
 #include <algorithm>
 
+#include "btkf520/archive/tail.h"
+
 namespace btkf {
 namespace {
 
-// Usually index and tail lie in the last bytes, and are read at once.
-constexpr uint64_t kFirstRead = 32 << 10;
+// Usually the last end lies in as many bytes, and is read at once.
+constexpr size_t kFirstRead = 32 << 10;
 // Of frames as much is read at once as stays near to the processor.
 constexpr uint64_t kPiece = 128 << 10;
 // zstd unpacks a block of four bytes or more to 128 KiB at most.
@@ -48,10 +50,16 @@ class FilePieces {
   Checksum checksum_;
 };
 
-bool hasHeader(const os::File& file) {
-  char header[kArchiveHeader.size()];
-  return file.size() >= sizeof header && file.readAt(0, header, sizeof header) &&
-         std::string_view(header, sizeof header) == kArchiveHeader;
+// Of a frame no more is believed than a writer makes of an index, before memory is taken for it.
+bool isPossible(const archivefile::IndexPlace& place, size_t storedSize) {
+  return place.size <= largestIndex(storedSize) &&
+         place.storedSize <= FrameCodec::mostPacked(place.size);
+}
+
+// Of both frames, if an index has two.
+size_t storedSize(const archivefile::EndRecord& record) {
+  const size_t full = record.full.offset == 0 ? 0 : record.full.storedSize;
+  return full + record.index.storedSize;
 }
 
 // What is in memory during a rebuild: each content from when it is unpacked until the last of the
@@ -134,72 +142,71 @@ void RecentContents::clear() {
   size_ = 0;
 }
 
-ArchiveReader::ArchiveReader(Index index, std::unique_ptr<FrameCodec> codec)
-    : index_(std::move(index)), bodySize_(kArchiveHeader.size()), codec_(std::move(codec)) {
-  for (const Frame& frame : index_.frames) {
-    contents_[frame.content] = {{}, frame, bodySize_};
-    bodySize_ += frame.size;
-  }
-  index_.model.forEachRevision([this](const Revision& revision) {
-    contents_[revision.content.id].content = revision.content;
-  });
-}
+ArchiveReader::ArchiveReader(Index index, const archivefile::End& end,
+                             std::unique_ptr<FrameCodec> codec)
+    : index_(std::move(index)), end_(end), codec_(std::move(codec)) {}
 
-// Nothing that the ends claim is believed: an index may be no larger than a writer makes it, packed
-// and unpacked, before memory is taken for it.
-TrvsStatus ArchiveReader::readEnds(const os::File& file, Ends* ends) {
-  const uint64_t size = file.size();
-  if (size < kEndSize) return TRVS_NOT_AN_ARCHIVE;
-  Bytes last(std::min(size, kFirstRead));
-  if (!file.readAt(size - last.size(), last.data(), last.size())) return TRVS_NOT_AN_ARCHIVE;
-  const std::string_view end = last.view().substr(last.size() - kEndSize);
-  const auto tail = tailSize(end.substr(kEndSize - kTrailerSize));
-  const auto place = findIndex(end);
-  if (!tail || !place || *tail > size || place->storedSize > size - *tail) {
-    return TRVS_NOT_AN_ARCHIVE;
-  }
-  if (place->size > largestIndex(place->storedSize)) return TRVS_NOT_AN_ARCHIVE;
-  if (place->storedSize > FrameCodec::mostPacked(place->size)) return TRVS_NOT_AN_ARCHIVE;
-  *ends = {std::move(last), *tail, *place, size - *tail - place->storedSize};
-  return TRVS_DONE;
-}
-
-bool ArchiveReader::readIndex(const os::File& file, const Ends& ends, FrameCodec* codec,
-                              Bytes* bytes) {
-  const IndexPlace& place = ends.place;
-  const uint64_t lastOffset = file.size() - ends.last.size();
-  if (ends.indexOffset >= lastOffset) {
-    const auto stored = ends.last.view().substr(static_cast<size_t>(ends.indexOffset - lastOffset),
-                                                place.storedSize);
-    return checksumOf(stored) == place.checksum && codec->unpack(stored, {}, place.size, bytes);
-  }
-  FilePieces pieces(file, ends.indexOffset, place.storedSize);
-  return codec->unpack([&] { return pieces.next(); }, {}, place.size, bytes, nullptr) &&
+bool ArchiveReader::readIndex(const os::File& file, const archivefile::IndexPlace& place,
+                              std::string_view full, FrameCodec* codec, Bytes* bytes) {
+  FilePieces pieces(file, place.offset, place.storedSize);
+  return codec->unpack([&] { return pieces.next(); }, full, place.size, bytes, nullptr) &&
          pieces.areAllGiven() && pieces.checksum() == place.checksum;
 }
 
 TrvsStatus ArchiveReader::open(os::File file, std::unique_ptr<ArchiveReader>* reader) {
-  Ends ends;
-  Bytes bytes;
+  Bytes room(kFirstRead);
+  const archivefile::LastBytes last(file, room.data(), room.size());
+  const os::FileStatus before = file.status();
+  const auto failure = [&] {
+    // A writer may just have taken a part back.
+    const bool isSame = file.refresh() && file.status() == before && !file.hasFailed();
+    return isSame ? TRVS_NOT_AN_ARCHIVE : TRVS_CANNOT_OPEN;
+  };
+  archivefile::End end;
+  if (!archivefile::hasHeader(last) || !archivefile::findEnd(last, &end)) return failure();
+  const archivefile::EndRecord& record = end.record;
+  const bool isAlone = record.full.offset == 0;
+  if (!isPossible(record.index, storedSize(record))) return failure();
+  if (!isAlone && !isPossible(record.full, record.full.storedSize)) return failure();
+
   auto codec = std::make_unique<FrameCodec>();
-  if (!hasHeader(file) || readEnds(file, &ends) != TRVS_DONE ||
-      !readIndex(file, ends, codec.get(), &bytes)) {
-    return file.hasFailed() ? TRVS_CANNOT_OPEN : TRVS_NOT_AN_ARCHIVE;
-  }
-  std::optional<Index> index = decodeIndex(bytes.view(), ends.place.storedSize);
-  if (!index) return TRVS_NOT_AN_ARCHIVE;
-  const bool fit = std::all_of(index->frames.begin(), index->frames.end(),
-                               [&](const Frame& frame) { return frame.size <= file.size(); });
-  auto result = std::make_unique<ArchiveReader>(std::move(*index), std::move(codec));
-  if (!fit || result->bodySize_ != ends.indexOffset) return TRVS_NOT_AN_ARCHIVE;
+  Bytes full;
+  Bytes bytes;
+  if (!isAlone && !readIndex(file, record.full, {}, codec.get(), &full)) return failure();
+  if (!readIndex(file, record.index, full.view(), codec.get(), &bytes)) return failure();
+  std::optional<Index> index = decodeIndex(bytes.view(), storedSize(record));
+  const bool fits = index && (index->frames.empty() || index->frames.back().end() <= end.offset);
+  if (!fits) return failure();
+  auto result = std::make_unique<ArchiveReader>(std::move(*index), end, std::move(codec));
+  result->full_ = std::move(isAlone ? bytes : full);
   result->file_ = std::move(file);
   *reader = std::move(result);
   return TRVS_DONE;
 }
 
+archivefile::IndexPlace ArchiveReader::fullIndex() const {
+  return end_.record.full.offset == 0 ? end_.record.index : end_.record.full;
+}
+
+TrvsStatus ArchiveReader::readFullIndex(std::string_view* bytes) {
+  if (full_.size() == 0 && !readIndex(file_, fullIndex(), {}, codec_.get(), &full_)) {
+    return file_.hasFailed() ? TRVS_CANNOT_OPEN : TRVS_NOT_AN_ARCHIVE;
+  }
+  *bytes = full_.view();
+  return TRVS_DONE;
+}
+
 const ArchiveReader::Stored* ArchiveReader::find(uint32_t content) const {
-  const auto found = contents_.find(content);
-  return found == contents_.end() ? nullptr : &found->second;
+  if (contents_.empty()) {
+    places_ = FramePlaces(index_.frames);
+    contents_.reserve(index_.frames.size());
+    for (const Frame& frame : index_.frames) contents_.push_back({{}, frame});
+    index_.model.forEachRevision([this](const Revision& revision) {
+      contents_[*places_.find(revision.content.id)].content = revision.content;
+    });
+  }
+  const std::optional<Place> place = places_.find(content);
+  return place ? &contents_[*place] : nullptr;
 }
 
 // All that rebuilding `target` needs, parents ahead of children and `target` last, but for what is
@@ -250,7 +257,7 @@ TrvsStatus ArchiveReader::checkSize(uint32_t content) const {
 bool ArchiveReader::withFrame(const Stored& stored,
                               const std::function<bool(const FramePieces&)>& work) const {
   if (stored.content.length >> kLargestRatioLog > stored.frame.size) return false;
-  FilePieces pieces(file_, stored.offset, stored.frame.size);
+  FilePieces pieces(file_, stored.frame.offset, stored.frame.size);
   return work([&] { return pieces.next(); }) && pieces.areAllGiven() &&
          static_cast<uint32_t>(pieces.checksum()) == stored.frame.checksum;
 }
@@ -335,22 +342,30 @@ TrvsStatus ArchiveReader::give(const Content& content, const BytesSink& sink) {
                                                                     : TRVS_NOT_AN_ARCHIVE;
 }
 
-// Header, sizes and the index are checked whenever a file is opened, and here once more.
-bool ArchiveReader::endsAreWhole() {
-  Ends ends;
-  Bytes index;
-  if (!hasHeader(file_) || readEnds(file_, &ends) != TRVS_DONE ||
-      !readIndex(file_, ends, codec_.get(), &index)) {
-    return false;
-  }
-  const std::string expected = encodeTail(index_.model, ends.place);
-  if (expected.size() != ends.tailSize) return false;
-  std::string tail(expected.size(), '\0');
-  return file_.readAt(file_.size() - tail.size(), tail.data(), tail.size()) && tail == expected;
+// Whether the index that is open is right, and so are all ends and indexes before it, to which a
+// reader would go back.
+bool ArchiveReader::partsAreWhole() {
+  Bytes room(kFirstRead);
+  const archivefile::LastBytes last(file_, room.data(), room.size());
+  bool areWhole = true;
+  archivefile::End end;
+  archivefile::forEachPart(last, [&](uint64_t offset) {
+    if (!areWhole || offset > end_.offset) return;
+    areWhole = archivefile::readEnd(last, offset, &end);
+    FilePieces index(file_, end.record.index.offset, end.record.index.storedSize);
+    while (areWhole && !index.next().empty()) {
+    }
+    areWhole = areWhole && index.areAllGiven() && index.checksum() == end.record.index.checksum;
+  });
+  if (!areWhole || end.offset != end_.offset) return false;
+  const std::string expected = encodeRecords(index_.model);
+  std::string records(static_cast<size_t>(end.tailSize) - archivefile::kEndSize, '\0');
+  return last.copy(end.blockBegin(), records.data(), records.size()) && records == expected;
 }
 
 TrvsStatus ArchiveReader::verify(std::vector<Content>* damaged) {
-  TrvsStatus result = endsAreWhole() ? TRVS_DONE : TRVS_NOT_AN_ARCHIVE;
+  if (damaged != nullptr) damaged->clear();
+  TrvsStatus result = partsAreWhole() ? TRVS_DONE : TRVS_NOT_AN_ARCHIVE;
   recent_.clear();
   for (const Branch& branch : index_.model.branches) {
     // From the tip on, near which the parents are.

@@ -14,19 +14,14 @@
 #include <utility>
 #include <vector>
 
+#include "archivefile/parts.h"
 #include "btkf520/archive/bytes.h"
 #include "btkf520/archive/contentframes.h"
 #include "btkf520/archive/index.h"
-#include "btkf520/archive/tail.h"
 #include "btkf520/btkf520.h"
 #include "os/file.h"
 
 namespace btkf {
-
-// The first bytes of every archive. Bytes that text conversion spoils are among them.
-constexpr std::string_view kArchiveHeader =
-    "\x89"
-    "BTKF\r\n\x1A";
 
 using SharedBytes = std::shared_ptr<const Bytes>;
 
@@ -58,19 +53,19 @@ class RecentContents {
   size_t size_ = 0;
 };
 
-// The file may be replaced meanwhile: an object continues with the one that it opened. Operations
-// may throw std::bad_alloc.
+// The file may be replaced meanwhile, or get more parts: an object continues with what it opened.
+// Operations may throw std::bad_alloc.
 class ArchiveReader {
  public:
   // A content and the frame that holds it.
   struct Stored {
     Content content;
     Frame frame;
-    uint64_t offset = 0;
   };
 
-  // For a file that is being written: it is to have this index. `file()` is set when it is there.
-  ArchiveReader(Index index, std::unique_ptr<FrameCodec> codec);
+  // For a file that has this index, and this end of its last part. `file()` is set when it is
+  // there.
+  ArchiveReader(Index index, const archivefile::End& end, std::unique_ptr<FrameCodec> codec);
   ArchiveReader(const ArchiveReader&) = delete;
   ArchiveReader& operator=(const ArchiveReader&) = delete;
 
@@ -80,6 +75,10 @@ class ArchiveReader {
   os::File& file() { return file_; }
   const Index& index() const { return index_; }
   FrameCodec& codec() { return *codec_; }
+  const archivefile::End& end() const { return end_; }
+  // Where the last full index is, and what it says, to pack the next one against.
+  archivefile::IndexPlace fullIndex() const;
+  [[nodiscard]] TrvsStatus readFullIndex(std::string_view* bytes);
 
   // Contents of more than `bytes` are not rebuilt: TRVS_TOO_LARGE for them and for those that they
   // are a parent of.
@@ -103,16 +102,9 @@ class ArchiveReader {
   [[nodiscard]] TrvsStatus verify(std::vector<Content>* damaged);
 
  private:
-  struct Ends {
-    Bytes last;  // Of the file, as much as is read at once.
-    uint32_t tailSize = 0;
-    IndexPlace place;
-    uint64_t indexOffset = 0;
-  };
-  [[nodiscard]] static TrvsStatus readEnds(const os::File& file, Ends* ends);
-  [[nodiscard]] static bool readIndex(const os::File& file, const Ends& ends, FrameCodec* codec,
-                                      Bytes* bytes);
-  bool endsAreWhole();
+  [[nodiscard]] static bool readIndex(const os::File& file, const archivefile::IndexPlace& place,
+                                      std::string_view full, FrameCodec* codec, Bytes* bytes);
+  [[nodiscard]] bool partsAreWhole();
 
   bool isTooLarge(const std::vector<const Stored*>& frames) const;
   bool needsTooMany(const Stored& target) const;
@@ -127,8 +119,11 @@ class ArchiveReader {
 
   os::File file_;
   Index index_;
-  uint64_t bodySize_ = 0;  // Where the frames end, and the index begins.
-  std::unordered_map<uint32_t, Stored> contents_;
+  archivefile::End end_;
+  Bytes full_;  // The last full index, unpacked; empty if it has not been read.
+  // In the order of the frames. Both are made when the first content is looked for.
+  mutable std::vector<Stored> contents_;
+  mutable FramePlaces places_;
   std::unique_ptr<FrameCodec> codec_;
   RecentContents recent_;
   uint64_t largestContent_ = std::numeric_limits<uint64_t>::max();

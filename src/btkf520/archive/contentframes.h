@@ -6,14 +6,17 @@
 #include <optional>
 #include <string_view>
 
+#include "archivefile/checksum.h"
 #include "btkf520/archive/bytes.h"
-#include "btkf520/archive/checksum.h"
 #include "btkf520/archive/passages.h"
 
 struct ZSTD_CCtx_s;
 struct ZSTD_DCtx_s;
 
 namespace btkf {
+
+using archivefile::Checksum;
+using archivefile::checksumOf;
 
 // The widest prefix and content together that one frame can span: a match reaches back less than
 // 4 GiB. A content for which no parent fits below this limit is stored whole.

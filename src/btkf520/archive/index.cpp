@@ -6,10 +6,13 @@
 #include <array>
 #include <utility>
 
-#include "btkf520/archive/bytecodec.h"
+#include "archivefile/bytecodec.h"
 
 namespace btkf {
 namespace {
+
+using archivefile::ByteReader;
+using archivefile::ByteWriter;
 
 constexpr uint64_t kVersion = 2;
 constexpr size_t kMostThings = 1 << 16;  // In any index, and kThingsPerByte more.
@@ -138,69 +141,49 @@ ArchiveModel getModel(ByteReader* from) {
   return model;
 }
 
-void putFrame(ByteWriter* to, const Frame& frame) {
+// `end` is where the frame before ended.
+void putFrame(ByteWriter* to, const Frame& frame, uint64_t end) {
   to->put(frame.content);
   to->put(frame.position);
   to->put(frame.olderParent);
   to->put(frame.newerParent);
+  to->put(frame.offset - end);
   to->put(frame.size);
   to->putFixed(frame.checksum, 4);
 }
 
-Frame getFrame(ByteReader* from) {
+Frame getFrame(ByteReader* from, uint64_t end) {
   Frame frame;
   frame.content = from->number32();
   frame.position = from->number32(INT32_MAX);
   frame.olderParent = from->number32();
   frame.newerParent = from->number32();
-  frame.size = from->number(INT64_MAX);
+  frame.offset = end + from->number(INT64_MAX - end);
+  frame.size = from->number(INT64_MAX - frame.offset);
   frame.checksum = static_cast<uint32_t>(from->fixed(4));
   return frame;
 }
 
 // Whether every content has one frame and every frame a content.
-bool framesMatch(const Index& index) {
-  std::vector<uint32_t> used;
-  index.model.forEachRevision(
-      [&](const Revision& revision) { used.push_back(revision.content.id); });
-  std::vector<uint32_t> stored;
-  for (const Frame& frame : index.frames) stored.push_back(frame.content);
-  std::sort(used.begin(), used.end());
-  std::sort(stored.begin(), stored.end());
-  return used == stored && (used.empty() || used.back() <= index.lastContent);
+bool framesMatch(const Index& index, const FramePlaces& places) {
+  if (!places.areDistinct()) return false;
+  size_t count = 0;
+  bool doMatch = true;
+  index.model.forEachRevision([&](const Revision& revision) {
+    ++count;
+    doMatch = doMatch && places.find(revision.content.id);
+    doMatch = doMatch && revision.content.id <= index.lastContent;
+  });
+  return doMatch && count == index.frames.size();
 }
-
-// Where a frame stands among all of them. The size of an index bounds their number.
-using Place = uint32_t;
-
-class Places {
- public:
-  explicit Places(const std::vector<Frame>& frames) {
-    places_.reserve(frames.size());
-    for (const Frame& frame : frames) {
-      places_.emplace_back(frame.content, static_cast<Place>(places_.size()));
-    }
-    std::sort(places_.begin(), places_.end());
-  }
-
-  std::optional<Place> find(uint32_t content) const {
-    const auto found =
-        std::lower_bound(places_.begin(), places_.end(), std::pair(content, Place{0}));
-    if (found == places_.end() || found->first != content) return {};
-    return found->second;
-  }
-
- private:
-  std::vector<std::pair<uint32_t, Place>> places_;
-};
 
 // The places of a frame's parents, or kNowhere for none.
 using ParentPlaces = std::array<Place, 2>;
 constexpr Place kNowhere = UINT32_MAX;
 
 // One for each frame. Nothing if a parent is missing.
-std::optional<std::vector<ParentPlaces>> placesOfParents(const std::vector<Frame>& frames) {
-  const Places places(frames);
+std::optional<std::vector<ParentPlaces>> placesOfParents(const std::vector<Frame>& frames,
+                                                         const FramePlaces& places) {
   std::vector<ParentPlaces> result;
   result.reserve(frames.size());
   for (const Frame& frame : frames) {
@@ -218,8 +201,8 @@ std::optional<std::vector<ParentPlaces>> placesOfParents(const std::vector<Frame
 
 // Whether all parents exist and nothing forms a circle. Frames that no other needs are set aside,
 // then those that only such ones need, and so on. What is left forms a circle.
-bool parentsAreSound(const std::vector<Frame>& frames) {
-  const auto parents = placesOfParents(frames);
+bool parentsAreSound(const std::vector<Frame>& frames, const FramePlaces& places) {
+  const auto parents = placesOfParents(frames, places);
   if (!parents) return false;
   std::vector<uint32_t> needs(frames.size());  // How many need each frame, but for those set aside.
   for (const ParentPlaces& both : *parents) {
@@ -242,13 +225,46 @@ bool parentsAreSound(const std::vector<Frame>& frames) {
 
 }  // namespace
 
+FramePlaces::FramePlaces(const std::vector<Frame>& frames) {
+  uint32_t largest = 0;
+  for (const Frame& frame : frames) largest = std::max(largest, frame.content);
+  const bool areDense = largest / 8 <= frames.size();
+  if (areDense) places_.assign(size_t{largest} + 1, kNowhere);
+  for (Place place = 0; place < frames.size(); ++place) {
+    if (!areDense) {
+      pairs_.emplace_back(frames[place].content, place);
+    } else if (std::exchange(places_[frames[place].content], place) != kNowhere) {
+      areDistinct_ = false;
+    }
+  }
+  std::sort(pairs_.begin(), pairs_.end());
+  const auto isSameContent = [](const auto& a, const auto& b) { return a.first == b.first; };
+  if (std::adjacent_find(pairs_.begin(), pairs_.end(), isSameContent) != pairs_.end()) {
+    areDistinct_ = false;
+  }
+}
+
+std::optional<Place> FramePlaces::find(uint32_t content) const {
+  if (content < places_.size()) {
+    const Place place = places_[content];
+    return place == kNowhere ? std::nullopt : std::optional(place);
+  }
+  const auto found = std::lower_bound(pairs_.begin(), pairs_.end(), std::pair(content, Place{0}));
+  if (found == pairs_.end() || found->first != content) return {};
+  return found->second;
+}
+
 std::string encodeIndex(const Index& index) {
   ByteWriter to;
   to.put(kVersion);
   putModel(&to, index.model);
   to.put(index.lastContent);
   to.put(index.frames.size());
-  for (const Frame& frame : index.frames) putFrame(&to, frame);
+  uint64_t end = 0;
+  for (const Frame& frame : index.frames) {
+    putFrame(&to, frame, end);
+    end = frame.end();
+  }
   return to.take();
 }
 
@@ -259,10 +275,13 @@ std::optional<Index> decodeIndex(std::string_view bytes, size_t storedSize) {
   index.model = getModel(&from);
   index.lastContent = from.number32(INT32_MAX);
   for (size_t left = from.count(); left > 0 && from.isGood(); --left) {
-    index.frames.push_back(getFrame(&from));
+    index.frames.push_back(getFrame(&from, index.frames.empty() ? 0 : index.frames.back().end()));
   }
   if (!from.isGood() || !from.isAtEnd()) return {};
-  if (!index.model.isSound() || !framesMatch(index) || !parentsAreSound(index.frames)) return {};
+  const FramePlaces places(index.frames);
+  const bool isSound =
+      index.model.isSound() && framesMatch(index, places) && parentsAreSound(index.frames, places);
+  if (!isSound) return {};
   return index;
 }
 

@@ -1,17 +1,15 @@
-// btkf520/archive/tail.cpp: writes the records of the information block and reads the last of them.
+// btkf520/archive/tail.cpp: writes the records of the information block.
 #include "btkf520/archive/tail.h"
 
 #include <algorithm>
 
-#include "btkf520/archive/bytecodec.h"
+#include "archivefile/bytecodec.h"
 
 namespace btkf {
 namespace {
 
-constexpr uint8_t kTrailerTag = 4;
-constexpr char kEndTag = '@';
-constexpr char kIndexTag = 'Z';
-constexpr size_t kIndexPayload = 16;
+using archivefile::ByteWriter;
+
 constexpr size_t kLongLength = 0x8000;
 
 void putRecord(ByteWriter* to, char tag, std::string_view payload) {
@@ -45,17 +43,9 @@ std::string joined(const std::vector<std::string>& names) {
   return result;
 }
 
-void putIndexPlace(ByteWriter* to, const IndexPlace& place) {
-  ByteWriter payload;
-  payload.putFixed(place.storedSize, 4);
-  payload.putFixed(place.size, 4);
-  payload.putFixed(place.checksum, 8);
-  putRecord(to, kIndexTag, payload.bytes());
-}
-
 }  // namespace
 
-std::string encodeTail(const ArchiveModel& model, const IndexPlace& place) {
+std::string encodeRecords(const ArchiveModel& model) {
   ByteWriter to;
   putName(&to, 'H', model.workName);
   putNumber(&to, 'X', model.creationTime, 4);
@@ -66,36 +56,7 @@ std::string encodeTail(const ArchiveModel& model, const IndexPlace& place) {
   });
   if (!model.accessList.empty()) putName(&to, 'V', joined(model.accessList));
   putRecord(&to, 'I', model.description);
-  putIndexPlace(&to, place);
-  to.putFixed(static_cast<uint8_t>(kEndTag), 1);
-
-  const auto distance = static_cast<uint32_t>(to.bytes().size());
-  to.putFixed(kTrailerTag, 1);
-  to.putFixed(0 - (distance + kTrailerSize), 4);
-  to.putFixed(0 - distance, 4);
   return to.take();
-}
-
-std::optional<uint32_t> tailSize(std::string_view trailer) {
-  ByteReader from(trailer);
-  const auto tag = static_cast<uint8_t>(from.fixed(1));
-  const auto first = static_cast<uint32_t>(from.fixed(4));
-  const auto second = static_cast<uint32_t>(from.fixed(4));
-  if (!from.isGood() || tag != kTrailerTag || second - first != kTrailerSize) return {};
-  if (static_cast<int32_t>(first) >= 0 || static_cast<int32_t>(second) > 0) return {};
-  return 0 - first;
-}
-
-std::optional<IndexPlace> findIndex(std::string_view end) {
-  ByteReader from(end);
-  const bool isRecord = from.fixed(1) == kIndexTag && from.fixed(2) == kIndexPayload;
-  IndexPlace place;
-  place.storedSize = static_cast<uint32_t>(from.fixed(4));
-  place.size = static_cast<uint32_t>(from.fixed(4));
-  place.checksum = from.fixed(8);
-  const bool isLast = from.fixed(1) == kEndTag;
-  if (!isRecord || !isLast || from.left() != kTrailerSize) return {};
-  return place;
 }
 
 }  // namespace btkf

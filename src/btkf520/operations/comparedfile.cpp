@@ -4,7 +4,7 @@
 #include <algorithm>
 #include <array>
 
-#include "btkf520/archive/checksum.h"
+#include "btkf520/archive/contentframes.h"
 #include "btkf520/operations/workfile.h"
 
 namespace btkf {

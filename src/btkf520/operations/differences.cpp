@@ -55,7 +55,7 @@ TrvsStatus Side::open(const char* name, const char* revision, bool asStored) {
   if (mayBeFile && textOf(revision).empty()) {
     const auto path = systemPath(name);  // Its name may look like "a(b)".
     const bool isOpen = path && openFile(*path, name) == TRVS_DONE;
-    return isOpen && !bytes_.view().starts_with(kArchiveHeader) ? TRVS_DONE : status;
+    return isOpen && !bytes_.view().starts_with(archivefile::kHeader) ? TRVS_DONE : status;
   }
   if (status != TRVS_DONE) return status;
   const Revision* found = nullptr;

@@ -1,4 +1,4 @@
-// btkf520/archive/bytecodec.h: numbers and texts to bytes and back.
+// archivefile/bytecodec.h: numbers and texts to bytes and back.
 //
 // Numbers of fixed width are big-endian. Others take as many bytes as they need, seven bits in each
 // from the lowest on, with the top bit set in all but the last.
@@ -10,7 +10,7 @@
 #include <string>
 #include <string_view>
 
-namespace btkf {
+namespace archivefile {
 
 class ByteWriter {
  public:
@@ -107,4 +107,4 @@ class ByteReader {
   bool isGood_ = true;
 };
 
-}  // namespace btkf
+}  // namespace archivefile

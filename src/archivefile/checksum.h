@@ -1,4 +1,4 @@
-// btkf520/archive/checksum.h: how damage is found: XXH64 with seed 0.
+// archivefile/checksum.h: how damage is found: XXH64 with seed 0.
 #pragma once
 
 #include <array>
@@ -6,7 +6,7 @@
 #include <cstdint>
 #include <string_view>
 
-namespace btkf {
+namespace archivefile {
 
 // The checksum of bytes that come piece by piece.
 class Checksum {
@@ -26,4 +26,4 @@ class Checksum {
 
 uint64_t checksumOf(std::string_view bytes);
 
-}  // namespace btkf
+}  // namespace archivefile

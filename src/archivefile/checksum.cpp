@@ -1,13 +1,13 @@
-// btkf520/archive/checksum.cpp: XXH64, written out from its description.
+// archivefile/checksum.cpp: XXH64, written out from its description.
 //
 // Four lanes of eight bytes each, so that a processor can work on all four at once; what is left
 // over at the end is mixed in word by word and byte by byte.
-#include "btkf520/archive/checksum.h"
+#include "archivefile/checksum.h"
 
 #include <bit>
 #include <cstring>
 
-namespace btkf {
+namespace archivefile {
 namespace {
 
 constexpr uint64_t kPrime1 = 0x9E3779B185EBCA87;
@@ -95,4 +95,4 @@ uint64_t checksumOf(std::string_view bytes) {
   return sum.value();
 }
 
-}  // namespace btkf
+}  // namespace archivefile

@@ -1,0 +1,220 @@
+// archivefile/parts.cpp: writes and reads what is around the contents of a part. No number is
+// believed before it is checked against the file.
+#include "archivefile/parts.h"
+
+#include <algorithm>
+#include <vector>
+
+#include "archivefile/bytecodec.h"
+#include "archivefile/checksum.h"
+
+namespace archivefile {
+namespace {
+
+constexpr uint8_t kTrailerTag = 4;
+constexpr char kEndTag = '@';
+constexpr char kRecordTag = 'Z';
+constexpr size_t kRecordPayload = 64;
+constexpr size_t kAfterProof = 1 + kTrailerSize;
+constexpr size_t kProofSize = 8;
+static_assert(kEndSize == 3 + kRecordPayload + kAfterProof);
+
+uint32_t headerChecksum(uint64_t offset, uint64_t partSize) {
+  ByteWriter bytes;
+  bytes.putFixed(offset, 8);
+  bytes.putFixed(partSize, 8);
+  return static_cast<uint32_t>(checksumOf(bytes.bytes()));
+}
+
+void putPlace(ByteWriter* to, const IndexPlace& place) {
+  to->putFixed(place.storedSize, 4);
+  to->putFixed(place.size, 4);
+  to->putFixed(place.checksum, 8);
+}
+
+void getPlace(ByteReader* from, IndexPlace* place) {
+  place->storedSize = static_cast<uint32_t>(from->fixed(4));
+  place->size = static_cast<uint32_t>(from->fixed(4));
+  place->checksum = from->fixed(8);
+}
+
+// `end` is the last kEndSize bytes of a part.
+bool parseEnd(std::string_view end, EndRecord* record, uint64_t* sizeOfTail) {
+  const auto size = tailSize(end.substr(kEndSize - kTrailerSize));
+  ByteReader from(end);
+  const bool isRecord = from.fixed(1) == kRecordTag && from.fixed(2) == kRecordPayload;
+  record->partSize = from.fixed(8);
+  record->part = static_cast<uint32_t>(from.fixed(4));
+  getPlace(&from, &record->index);
+  record->full.offset = from.fixed(8);
+  getPlace(&from, &record->full);
+  record->proofSize = static_cast<uint32_t>(from.fixed(4));
+  record->proof = from.fixed(8);
+  const bool isLast = from.fixed(1) == static_cast<uint8_t>(kEndTag);
+  *sizeOfTail = size.value_or(0);
+  return size && isRecord && isLast;
+}
+
+// Whether all that an end tells lies in the file, and in its own part what has to.
+bool liesInFile(const End& end) {
+  const EndRecord& record = end.record;
+  const uint64_t room = end.offset - kHeader.size();
+  if (record.partSize > room || record.partSize < kPartHeaderSize + kEndSize) return false;
+  const uint64_t body = record.partSize - kPartHeaderSize;
+  if (end.tailSize < kEndSize || end.tailSize > body) return false;
+  if (record.index.storedSize > body - end.tailSize) return false;
+  const uint64_t indexBegin = end.blockBegin() - record.index.storedSize;
+  if (record.full.offset > indexBegin) return false;
+  if (record.full.offset != 0 && record.full.storedSize > indexBegin - record.full.offset) {
+    return false;
+  }
+  if (record.proofSize > room - kAfterProof - kProofSize) return false;
+  const bool isWide = end.offset - end.proofBegin() > kNarrow;
+  return isWide ? end.proofBegin() == end.blockBegin() : end.proofBegin() <= end.blockBegin();
+}
+
+uint64_t partSizeAt(const LastBytes& file, uint64_t offset) {
+  char header[kPartHeaderSize];
+  if (offset > file.fileSize() || file.fileSize() - offset < sizeof header ||
+      !file.copy(offset, header, sizeof header)) {
+    return 0;
+  }
+  ByteReader from(std::string_view(header, sizeof header));
+  const uint64_t size = from.fixed(8);
+  return from.fixed(4) == headerChecksum(offset, size) ? size : 0;
+}
+
+bool isProven(const LastBytes& file, const End& end) {
+  Checksum sum;
+  const auto add = [&](uint64_t begin, uint64_t stop) {
+    char piece[kNarrow];
+    for (uint64_t size = 0; begin < stop; begin += size) {
+      std::string_view bytes = file.known(begin, stop);
+      if (bytes.empty()) {
+        size = std::min<uint64_t>(stop - begin, sizeof piece);
+        if (!file.copy(begin, piece, static_cast<size_t>(size))) return false;
+        bytes = {piece, static_cast<size_t>(size)};
+      }
+      sum.add(bytes);
+      size = bytes.size();
+    }
+    return true;
+  };
+  return add(end.proofBegin(), end.proofBegin() + end.record.proofSize) &&
+         add(end.offset - kAfterProof, end.offset) && sum.value() == end.record.proof;
+}
+
+}  // namespace
+
+uint64_t End::proofBegin() const { return offset - kAfterProof - kProofSize - record.proofSize; }
+
+std::string encodePartHeader(uint64_t offset, uint64_t partSize) {
+  ByteWriter to;
+  to.putFixed(partSize, 8);
+  to.putFixed(headerChecksum(offset, partSize), 4);
+  return to.take();
+}
+
+std::string encodeTail(std::string_view records, std::string_view before, EndRecord* record) {
+  ByteWriter to;
+  to.putRaw(records);
+  to.putFixed(static_cast<uint8_t>(kRecordTag), 1);
+  to.putFixed(kRecordPayload, 2);
+  to.putFixed(record->partSize, 8);
+  to.putFixed(record->part, 4);
+  putPlace(&to, record->index);
+  to.putFixed(record->full.offset, 8);
+  putPlace(&to, record->full);
+  record->proofSize = static_cast<uint32_t>(before.size() + to.bytes().size() + 4);
+  to.putFixed(record->proofSize, 4);
+
+  ByteWriter after;
+  const auto blockSize = static_cast<uint32_t>(records.size() + kEndSize - kTrailerSize);
+  after.putFixed(static_cast<uint8_t>(kEndTag), 1);
+  after.putFixed(kTrailerTag, 1);
+  after.putFixed(0 - (blockSize + kTrailerSize), 4);
+  after.putFixed(0 - blockSize, 4);
+
+  Checksum proof;
+  for (const std::string_view bytes :
+       {before, std::string_view(to.bytes()), std::string_view(after.bytes())}) {
+    proof.add(bytes);
+  }
+  record->proof = proof.value();
+  to.putFixed(record->proof, kProofSize);
+  to.putRaw(after.bytes());
+  return to.take();
+}
+
+std::optional<uint32_t> tailSize(std::string_view trailer) {
+  ByteReader from(trailer);
+  const auto tag = static_cast<uint8_t>(from.fixed(1));
+  const auto first = static_cast<uint32_t>(from.fixed(4));
+  const auto second = static_cast<uint32_t>(from.fixed(4));
+  if (!from.isGood() || tag != kTrailerTag || second - first != kTrailerSize) return {};
+  if (static_cast<int32_t>(first) >= 0 || static_cast<int32_t>(second) > 0) return {};
+  return 0 - first;
+}
+
+LastBytes::LastBytes(const os::File& file, char* room, size_t size)
+    : file_(file), fileSize_(file.size()) {
+  size = static_cast<size_t>(std::min<uint64_t>(size, fileSize_));
+  if (size > 0 && file.readAt(fileSize_ - size, room, size)) last_ = {room, size};
+}
+
+bool LastBytes::copy(uint64_t offset, char* to, size_t size) const {
+  const std::string_view bytes = known(offset, offset + size);
+  if (bytes.size() < size) return file_.readAt(offset, to, size);
+  bytes.copy(to, size);
+  return true;
+}
+
+std::string_view LastBytes::known(uint64_t begin, uint64_t end) const {
+  const uint64_t lastBegin = fileSize_ - last_.size();
+  if (begin < lastBegin || begin >= fileSize_) return {};
+  return last_.substr(static_cast<size_t>(begin - lastBegin), static_cast<size_t>(end - begin));
+}
+
+bool hasHeader(const LastBytes& file) {
+  char header[kHeader.size()];
+  return file.fileSize() >= sizeof header && file.copy(0, header, sizeof header) &&
+         std::string_view(header, sizeof header) == kHeader;
+}
+
+// The first part is in no doubt as a whole: a file gets its name when all of it is on the disk. Of
+// any other one the header shows that it was written in its place and not taken back since.
+bool readEnd(const LastBytes& file, uint64_t offset, End* end) {
+  char last[kEndSize];
+  const size_t least = kHeader.size() + kPartHeaderSize + kEndSize;
+  if (offset < least || !file.copy(offset - kEndSize, last, sizeof last)) return false;
+  End found;
+  found.offset = offset;
+  if (!parseEnd(std::string_view(last, sizeof last), &found.record, &found.tailSize)) return false;
+  if (!liesInFile(found) || !isProven(file, found)) return false;
+  found.record.index.offset = found.blockBegin() - found.record.index.storedSize;
+  const bool isFirst = found.begin() == kHeader.size();
+  if (!isFirst && partSizeAt(file, found.begin()) != found.record.partSize) return false;
+  *end = found;
+  return true;
+}
+
+void forEachPart(const LastBytes& file, const std::function<void(uint64_t end)>& take) {
+  if (!hasHeader(file)) return;
+  uint64_t offset = kHeader.size();
+  for (uint32_t count = 0; count < kMostParts; ++count) {
+    const uint64_t size = partSizeAt(file, offset);
+    if (size == 0 || size > file.fileSize() - offset) return;
+    offset += size;
+    take(offset);
+  }
+}
+
+bool findEnd(const LastBytes& file, End* end) {
+  if (readEnd(file, file.fileSize(), end)) return true;
+  std::vector<uint64_t> ends;
+  forEachPart(file, [&](uint64_t offset) { ends.push_back(offset); });
+  return std::any_of(ends.rbegin(), ends.rend(),
+                     [&](uint64_t offset) { return readEnd(file, offset, end); });
+}
+
+}  // namespace archivefile
