@@ -8,7 +8,7 @@ case "${1-}" in
   build) ;;
   test)
     packages="$packages clang-14 libclang-rt-14-dev clang-format-14 valgrind binutils libglib2.0-dev"
-    packages="$packages glusterfs-server glusterfs-client"
+    packages="$packages glusterfs-server glusterfs-client python3-zstandard python3-xxhash"
     ;;
   bench) packages="$packages libglib2.0-dev rcs" ;;
   ports) packages="$packages debootstrap g++-i686-linux-gnu g++-s390x-linux-gnu qemu-user" ;;
