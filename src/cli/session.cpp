@@ -102,6 +102,11 @@ WorkDirectory& Session::work() {
   }
   auto stored = findWorkDirectory(top);
   if (stored && stored->top == top && stored->project == name) return *(work_ = stored);
+  if (top == project().teamWorkDirectory()) {
+    throw misuse(name,
+                 fmt::format("its work directory {} is the team's word, not yours", shown(top)),
+                 fmt::format("'trevault join {}' makes one of your own", name));
+  }
   work_ = WorkDirectory{.top = top, .project = name};
   return *work_;
 }

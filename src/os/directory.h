@@ -49,7 +49,7 @@ struct DirectoryState {
 // Nothing for what is no directory.
 std::optional<DirectoryState> directoryState(const char* path);
 
-// Calls `take` with each name in the directory; with none if it can't be read.
+// Calls `take` with each name in the directory but "." and ".."; with none if it can't be read.
 void forEachEntry(const char* path, const std::function<void(const char* name)>& take);
 
 }  // namespace os

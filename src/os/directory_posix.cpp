@@ -94,7 +94,10 @@ std::optional<DirectoryState> directoryState(const char* path) {
 void forEachEntry(const char* path, const std::function<void(const char* name)>& take) {
   const std::unique_ptr<DIR, int (*)(DIR*)> stream(::opendir(path), ::closedir);
   if (stream == nullptr) return;
-  while (const dirent* entry = ::readdir(stream.get())) take(entry->d_name);
+  while (const dirent* entry = ::readdir(stream.get())) {
+    const std::string_view name = entry->d_name;
+    if (name != "." && name != "..") take(entry->d_name);
+  }
 }
 
 }  // namespace os

@@ -3,7 +3,13 @@
 
 #include <string>
 
+#include "os/file.h"
+
 namespace os {
+
+// Whether the entry is root's or the present user's; root's alone where the present user isn't
+// heeded (os/environment.h).
+bool isOurs(const FileStatus& entry);
 
 enum class Trusted { kRootAndUser, kRoot };
 

@@ -39,6 +39,10 @@ std::string targetOf(const std::string& link) {
 
 }  // namespace
 
+bool isOurs(const FileStatus& entry) {
+  return entry.owner == 0 || (entry.owner == ::geteuid() && heedsUser());
+}
+
 bool isOursAlone(const std::string& path, Trusted whom) {
   char start[PATH_MAX] = "";
   if (!path.starts_with('/') && ::getcwd(start, sizeof start) == nullptr) return false;

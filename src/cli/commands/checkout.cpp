@@ -13,7 +13,6 @@
 #include "cli/text/paths.h"
 #include "cli/text/text.h"
 #include "cli/work/fetch.h"
-#include "cli/work/kept.h"
 #include "cli/work/workspace.h"
 #include "os/directory.h"
 #include "os/file.h"
@@ -134,8 +133,7 @@ class CheckOut : public Command {
       const bool isMine = wanted->isLockedBy(space_->user());
       uint32_t flags = isWritable_ || isMine ? uint32_t{TRVS_GET_WRITABLE} : 0;
       if (keepsTimes_) flags |= TRVS_GET_ARCHIVE_TIME;
-      if (isKept) keep(space_->directory().top, file.path);
-      fetch(*space_, file, number, flags);
+      fetch(*space_, file, number, flags, isKept ? Old::kKept : Old::kDropped);
       space_->note(file, number, isMine);
     }
     ++done_;
@@ -220,8 +218,8 @@ class Revert : public Command {
     const RevisionInfo* const locked = space_->historyOf(file).lockedBy(space_->user());
     const bool isMine = locked != nullptr && locked->number == number;
     if (!isDry_) {
-      if (isChanged) keep(space_->directory().top, file.path);
-      fetch(*space_, file, number, keepsLock_ && isMine ? uint32_t{TRVS_GET_WRITABLE} : 0);
+      fetch(*space_, file, number, keepsLock_ && isMine ? uint32_t{TRVS_GET_WRITABLE} : 0,
+            isChanged ? Old::kKept : Old::kDropped);
       if (isMine && !keepsLock_) {
         check(TrvsUnLockRevision(TRVS_CONTEXT, file.archive.c_str(), number.c_str(), nullptr),
               {.file = space_->shownPath(file), .archive = file.archive, .revision = number});

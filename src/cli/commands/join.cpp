@@ -142,7 +142,8 @@ class Join : public Command {
     if (!os::makeDirectories(top_)) {
       throw Problem{top_, "can't be made", "choose another directory"};
     }
-    if (project.workDirectory().empty()) project.setWorkDirectory(top_);
+    const std::string known = project.workDirectory();
+    if (known.empty() || known == project.teamWorkDirectory()) project.setWorkDirectory(top_);
     const Roots& roots = session_->database().roots();
     WorkDirectory directory{.top = top_,
                             .project = name_,

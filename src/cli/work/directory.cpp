@@ -12,6 +12,7 @@
 #include "os/file.h"
 #include "os/place.h"
 #include "os/sibling.h"
+#include "os/trust.h"
 
 namespace cli {
 namespace {
@@ -35,6 +36,13 @@ void takeLine(std::string_view line, WorkDirectory* to) {
   }
 }
 
+// Made by another it would be his word for the user's own; a link could lead to a true one.
+bool isOwn(const std::string& top, const os::FileStatus& file) {
+  os::FileStatus memory;
+  return os::readEntryStatus(joined(top, kMemory).c_str(), &memory) == os::FileResult::kDone &&
+         memory.isDirectory && os::isOurs(memory) && os::isOurs(file);
+}
+
 }  // namespace
 
 std::string WorkDirectory::line() const {
@@ -47,7 +55,12 @@ std::string WorkDirectory::line() const {
 std::optional<WorkDirectory> findWorkDirectory(const std::string& start) {
   for (std::string top = start;; top = os::parentOf(top)) {
     std::string text;
-    const os::FileResult result = os::readFile(fileIn(top).c_str(), kLargest, &text);
+    os::FileStatus file;
+    const os::FileResult result = os::readFile(fileIn(top).c_str(), kLargest, &text, &file);
+    if (result == os::FileResult::kDone && !isOwn(top, file)) {
+      throw Problem{joined(top, kMemory), "is another user's, and decides nothing for you",
+                    "work in a directory of your own"};
+    }
     if (result == os::FileResult::kDone) {
       WorkDirectory found;
       found.top = top;

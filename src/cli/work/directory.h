@@ -12,6 +12,10 @@ namespace cli {
 
 constexpr std::string_view kMemory = ".trevault";
 
+// Whether a name in a work directory is that of our memory or of another program's: what is below
+// it is no file of a project.
+inline bool isMemory(std::string_view name) { return name == kMemory || name == ".git"; }
+
 struct WorkDirectory {
   std::string top;  // An absolute path.
   std::string project;
@@ -25,7 +29,8 @@ struct WorkDirectory {
   std::string line() const;
 };
 
-// The nearest one at `start` or above it. Throws Problem for one that can't be read.
+// The nearest one at `start` or above it. Throws Problem for one that can't be read, and for one of
+// another user: it says whose roots to work with, and in whose name.
 std::optional<WorkDirectory> findWorkDirectory(const std::string& start);
 // Throws Problem.
 void storeWorkDirectory(const WorkDirectory& directory);

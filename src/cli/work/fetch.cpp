@@ -4,12 +4,16 @@
 #include "btkf520/btkf520.h"
 #include "cli/archives/engine.h"
 #include "cli/problem.h"
+#include "cli/work/kept.h"
 #include "os/directory.h"
 
 namespace cli {
 
-void fetch(Workspace& space, const FileRecord& file, const std::string& number, uint32_t flags) {
-  fetchTo(space.pathToWrite(file), space, file, number, flags | TRVS_GET_OVERWRITE);
+void fetch(Workspace& space, const FileRecord& file, const std::string& number, uint32_t flags,
+           Old old) {
+  const std::string path = space.pathToWrite(file);
+  if (old == Old::kKept) keep(space.directory().top, file.path);
+  fetchTo(path, space, file, number, flags | TRVS_GET_OVERWRITE);
 }
 
 void fetchTo(const std::string& path, Workspace& space, const FileRecord& file,

@@ -8,9 +8,12 @@
 
 namespace cli {
 
+enum class Old { kKept, kDropped };
+
 // Puts a revision in the place of the file, whatever is there. `flags` are TRVS_GET_... Throws
 // Problem.
-void fetch(Workspace& space, const FileRecord& file, const std::string& number, uint32_t flags);
+void fetch(Workspace& space, const FileRecord& file, const std::string& number, uint32_t flags,
+           Old old = Old::kDropped);
 // The same at `path`, whose directory is made if need be.
 void fetchTo(const std::string& path, Workspace& space, const FileRecord& file,
              const std::string& number, uint32_t flags);

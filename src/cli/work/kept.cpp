@@ -40,7 +40,6 @@ void removeTree(const std::string& path) {
   std::vector<std::string> names;
   os::forEachEntry(path.c_str(), [&](const char* name) { names.emplace_back(name); });
   for (const std::string& name : names) {
-    if (name == "." || name == "..") continue;
     const std::string entry = joined(path, name);
     os::FileStatus status;
     if (os::readEntryStatus(entry.c_str(), &status) != os::FileResult::kDone) continue;

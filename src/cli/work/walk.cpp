@@ -57,7 +57,7 @@ class Walk {
     std::set<std::string> names;
     os::forEachEntry(whole.c_str(), [&](const char* name) { names.insert(name); });
     for (const std::string& name : names) {
-      if (name == "." || name == ".." || name == kMemory || name == ".git") continue;
+      if (isMemory(name)) continue;
       const std::string path = joined(directory, name);
       const bool isDirectory = os::directoryState(joined(top_, path).c_str()).has_value();
       if (ignoring_ == Ignoring::kByRules && rules_.ignores(path, isDirectory)) continue;

@@ -44,8 +44,12 @@ Workspace::Workspace(Session& session, State::Use use)
 
 std::string Workspace::pathOf(const FileRecord& file) const {
   std::string path = absolutePath(directory_.top, file.path);
-  if (path != directory_.top && isBelow(directory_.top, path)) return path;
-  throw Problem{file.path, fmt::format("lies outside of {}", shown(directory_.top)),
+  const bool isInside = path != directory_.top && isBelow(directory_.top, path);
+  const auto parts = split(relativePath(directory_.top, path), '/');
+  const bool isKept = std::any_of(parts.begin(), parts.end(), isMemory);
+  if (isInside && !isKept) return path;
+  const std::string why = fmt::format("lies outside of {}", shown(directory_.top));
+  throw Problem{file.path, isInside ? "is no place for files of a project" : why,
                 "take it off the project with 'trevault remove', or ask who put it there"};
 }
 
