@@ -3,6 +3,8 @@
 
 #include <algorithm>
 #include <functional>
+#include <map>
+#include <utility>
 
 #include "btkf520/btkf520.h"
 #include "cli/archives/engine.h"
@@ -59,9 +61,12 @@ class Log : public Command {
 
  private:
   void tellFile(const FileRecord& file, bool isOne) {
+    const std::vector<RevisionInfo>& all = space_->historyOf(file).revisions();
+    if (all.empty()) return;
+    const auto [from, to] = rangeOf(file, all);
     std::vector<RevisionInfo> chosen;
-    for (const RevisionInfo& each : space_->historyOf(file).revisions()) {
-      if (fits(file, each)) chosen.push_back(each);
+    for (const RevisionInfo* each = from; each <= to; ++each) {
+      if (fits(*each)) chosen.push_back(*each);
     }
     std::stable_sort(
         chosen.begin(), chosen.end(),
@@ -103,34 +108,26 @@ class Log : public Command {
     }
   }
 
-  bool fits(const FileRecord& file, const RevisionInfo& revision) const {
+  bool fits(const RevisionInfo& revision) const {
     const auto has = [](const std::vector<std::string>& list, const std::string& name) {
       return name.empty() || std::find(list.begin(), list.end(), name) != list.end();
     };
     return (user_.empty() || revision.author == user_) && has(revision.labels, label_) &&
-           has(revision.groups, group_) && revision.message.find(words_) != std::string::npos &&
-           isInRange(file, revision);
+           has(revision.groups, group_) && revision.message.find(words_) != std::string::npos;
   }
 
-  // By their order on one branch, which is that of the list.
-  bool isInRange(const FileRecord& file, const RevisionInfo& revision) const {
-    if (range_.empty()) return true;
-    const size_t dots = range_.find("..");
-    if (dots == std::string::npos)
-      return revision.number == space_->revisionOf(file, range_).number;
-    const auto placeOf = [&](const std::string& text, const RevisionInfo* fallback) {
-      return text.empty() ? fallback : &space_->revisionOf(file, text);
+  // The first and the last one, by their order on one branch, which is that of the list.
+  std::pair<const RevisionInfo*, const RevisionInfo*> rangeOf(
+      const FileRecord& file, const std::vector<RevisionInfo>& all) const {
+    const auto placeOf = [&](const std::string& text, const RevisionInfo& fallback) {
+      return text.empty() ? &fallback : &space_->revisionOf(file, text);
     };
-    const auto& all = space_->historyOf(file).revisions();
-    const RevisionInfo* const from = placeOf(range_.substr(0, dots), &all.front());
-    const RevisionInfo* const to = placeOf(range_.substr(dots + 2), &all.back());
-    return from <= &*find(all, revision.number) && &*find(all, revision.number) <= to;
-  }
-
-  static std::vector<RevisionInfo>::const_iterator find(const std::vector<RevisionInfo>& all,
-                                                        const std::string& number) {
-    return std::find_if(all.begin(), all.end(),
-                        [&](const RevisionInfo& each) { return each.number == number; });
+    const size_t dots = range_.find("..");
+    if (dots != std::string::npos) {
+      return {placeOf(range_.substr(0, dots), all.front()),
+              placeOf(range_.substr(dots + 2), all.back())};
+    }
+    return {placeOf(range_, all.front()), placeOf(range_, all.back())};
   }
 
   std::string range_;
@@ -285,7 +282,7 @@ class Tree : public Command {
     output_ = &session.output();
     isWide_ = !isAscii_ && output_->isWide();
     forEachFile(session, "tree", space.choose(names_), [&](const FileRecord& file) {
-      history_ = &space.historyOf(file);
+      take(space.historyOf(file));
       here_ = space.hereOf(file);
       output_->result({{"file", file.path}, {"branches", std::vector<Value>{json("1")}}}, "");
       output_->line(space.shownPath(file));
@@ -301,31 +298,23 @@ class Tree : public Command {
   }
   std::string bar(bool isLast) const { return isLast ? "    " : isWide_ ? "│   " : "|   "; }
 
-  std::vector<const RevisionInfo*> on(const std::string& branch) const {
-    std::vector<const RevisionInfo*> found;
-    for (const RevisionInfo& each : history_->revisions()) {
-      if (each.branch == branch) found.push_back(&each);
+  void take(const History& history) {
+    branches_.clear();
+    starting_.clear();
+    for (const RevisionInfo& each : history.revisions()) {
+      auto& branch = branches_[each.branch];
+      if (branch.empty() && each.branch != "1")
+        starting_[startOf(each.branch)].push_back(each.branch);
+      branch.push_back(&each);
     }
-    return found;
-  }
-
-  std::vector<std::string> startingAt(const std::string& number) const {
-    std::vector<std::string> found;
-    for (const RevisionInfo& each : history_->revisions()) {
-      const bool isNew = std::find(found.begin(), found.end(), each.branch) == found.end();
-      if (each.branch != "1" && startOf(each.branch) == number && isNew)
-        found.push_back(each.branch);
-    }
-    return found;
   }
 
   void draw(const std::string& branch, const std::string& indent) {
-    const auto revisions = on(branch);
-    std::vector<std::vector<std::string>> rows;
+    const auto& revisions = branches_[branch];
     for (size_t i = 0; i < revisions.size(); ++i) {
       const bool isLast = i + 1 == revisions.size();
       output_->line(indent + mark(isLast) + lineOf(*revisions[i]));
-      const auto branches = startingAt(revisions[i]->number);
+      const auto& branches = starting_[revisions[i]->number];
       for (size_t j = 0; j < branches.size(); ++j) {
         const bool isLastBranch = j + 1 == branches.size();
         const std::string below = indent + bar(isLast);
@@ -349,13 +338,13 @@ class Tree : public Command {
     return here_ == &revision ? text + "  here" : text;
   }
 
-  Value json(const std::string& branch) const {
+  Value json(const std::string& branch) {
     std::vector<Value> revisions;
-    for (const RevisionInfo* each : on(branch)) {
+    for (const RevisionInfo* each : branches_[branch]) {
       Fields item = itemOf(FileRecord(), *each);
       item.erase(item.begin());
       std::vector<Value> branches;
-      for (const std::string& more : startingAt(each->number)) branches.push_back(json(more));
+      for (const std::string& more : starting_[each->number]) branches.push_back(json(more));
       item.emplace_back("branches", branches);
       item.emplace_back("here", here_ == each);
       revisions.emplace_back(item);
@@ -367,7 +356,8 @@ class Tree : public Command {
   bool isWide_ = false;
   std::vector<std::string> names_;
   Output* output_ = nullptr;
-  const History* history_ = nullptr;
+  std::map<std::string, std::vector<const RevisionInfo*>> branches_;
+  std::map<std::string, std::vector<std::string>> starting_;  // Branches, by where they start.
   const RevisionInfo* here_ = nullptr;
 };
 

@@ -85,6 +85,30 @@ std::string_view codeOf(Colour colour) {
   }
 }
 
+// The length of one of our own colour changes that `text` begins with, 0 for none.
+size_t colourAt(std::string_view text) {
+  for (const char* code : {"0", "31", "32", "33", "35", "36", "1;31"}) {
+    const std::string change = fmt::format("\x1B[{}m", code);
+    if (text.starts_with(change)) return change.size();
+  }
+  return 0;
+}
+
+// `text` as the stream may have it: a terminal obeys control characters, whoever wrote them.
+std::string safeFor(os::Stream stream, std::string_view text) {
+  if (!os::isTerminal(stream)) return std::string(text);
+  std::string result;
+  while (!text.empty()) {
+    const size_t colour = colourAt(text);
+    result += text.substr(0, colour);
+    text.remove_prefix(colour);
+    const size_t end = text.find('\x1B', colour == 0 ? 1 : 0);
+    result += onTerminal(text.substr(0, end));
+    text.remove_prefix(std::min(end, text.size()));
+  }
+  return result;
+}
+
 // The commands that stand in single quotes.
 std::vector<std::string> commandsIn(std::string_view todo) {
   std::vector<std::string> found;
@@ -139,7 +163,7 @@ void Output::result(Fields item, std::string_view text) {
 
 void Output::line(std::string_view text) {
   if (manner_.json || manner_.quiet) return;
-  pending_.append(text).append("\n");
+  pending_.append(safeFor(os::Stream::kOutput, text)).append("\n");
   if (pending_.size() > kWideWrite) flush();
 }
 
@@ -159,7 +183,7 @@ void Output::hint(std::string_view text) {
                         os::environmentVariable("TREVAULT_HINTS").value_or("") != "0";
   if (!isWanted || std::exchange(isHinted_, true)) return;
   flush();
-  static_cast<void>(os::writeTo(os::Stream::kErrors, fmt::format("hint: {}\n", text)));
+  static_cast<void>(os::writeTo(os::Stream::kErrors, fmt::format("hint: {}\n", onTerminal(text))));
 }
 
 void Output::problem(const Problem& problem) {
@@ -179,7 +203,7 @@ void Output::problem(const Problem& problem) {
   if (!problem.todo.empty()) text += "; " + problem.todo;
   if (manner_.verbose && problem.status != 0)
     text += fmt::format(" (engine status {})", problem.status);
-  static_cast<void>(os::writeTo(os::Stream::kErrors, text + '\n'));
+  static_cast<void>(os::writeTo(os::Stream::kErrors, safeFor(os::Stream::kErrors, text) + '\n'));
 }
 
 bool Output::ask(std::string_view what) {
@@ -187,7 +211,7 @@ bool Output::ask(std::string_view what) {
   flush();
   const bool mayAsk = isText() && os::isTerminal(os::Stream::kErrors);
   if (!mayAsk) return false;
-  const auto answer = os::readFromTerminal(fmt::format("{}? [y/N] ", what));
+  const auto answer = os::readFromTerminal(fmt::format("{}? [y/N] ", onTerminal(what)));
   return answer && (*answer == "y" || *answer == "Y" || *answer == "yes");
 }
 

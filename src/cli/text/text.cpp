@@ -33,7 +33,11 @@ size_t sequenceAt(std::string_view text) {
   return isOdd ? 0 : length;
 }
 
-bool isControl(char c) { return (static_cast<unsigned char>(c) < 0x20) || c == 0x7F; }
+// Those of ASCII, and U+0080 to U+009F, which some terminals obey too.
+bool isControl(std::string_view sequence) {
+  const auto first = static_cast<unsigned char>(sequence.front());
+  return first < 0x20 || first == 0x7F || (sequence.size() > 1 && sequence < "\xC2\xA0");
+}
 
 // How many letters must be put in, left out or changed.
 size_t distance(std::string_view from, std::string_view to) {
@@ -86,22 +90,42 @@ std::string asUtf8(std::string_view text) {
 }
 
 std::string shown(std::string_view text) {
-  if (isUtf8(text) && std::none_of(text.begin(), text.end(), isControl)) return std::string(text);
   std::string result = "\"";
-  while (!text.empty()) {
-    const size_t length = sequenceAt(text);
-    const char c = text.front();
-    if (length == 0 || (isControl(c) && c != '\t' && c != '\n')) {
-      result += fmt::format("\\{:03o}", static_cast<unsigned char>(c));
-    } else if (c == '\t' || c == '\n') {
-      result += c == '\t' ? "\\t" : "\\n";
+  bool isQuoted = false;
+  for (std::string_view left = text; !left.empty();) {
+    const size_t length = sequenceAt(left);
+    const std::string_view sequence = left.substr(0, std::max<size_t>(length, 1));
+    left.remove_prefix(sequence.size());
+    const bool isEscaped = length == 0 || isControl(sequence);
+    isQuoted = isQuoted || isEscaped;
+    if (sequence == "\t" || sequence == "\n") {
+      result += sequence == "\t" ? "\\t" : "\\n";
+    } else if (isEscaped) {
+      for (const char c : sequence) {
+        result += fmt::format("\\{:03o}", static_cast<unsigned char>(c));
+      }
     } else {
-      if (c == '"' || c == '\\') result += '\\';
-      result += text.substr(0, length);
+      if (sequence == "\"" || sequence == "\\") result += '\\';
+      result += sequence;
     }
-    text.remove_prefix(std::max<size_t>(length, 1));
   }
-  return result + '"';
+  return isQuoted ? result + '"' : std::string(text);
+}
+
+std::string onTerminal(std::string_view text) {
+  std::string result;
+  while (!text.empty()) {
+    const std::string_view sequence = text.substr(0, std::max<size_t>(sequenceAt(text), 1));
+    if (sequence == "\t" || sequence == "\n" || !isControl(sequence)) {
+      result += sequence;
+    } else {
+      for (const char c : sequence) {
+        result += fmt::format("\\x{:02x}", static_cast<unsigned char>(c));
+      }
+    }
+    text.remove_prefix(sequence.size());
+  }
+  return result;
 }
 
 size_t columnsOf(std::string_view text) {

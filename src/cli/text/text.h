@@ -16,6 +16,9 @@ std::string counted(uint64_t count, std::string_view thing);
 // A path or a name as it is shown: quoted, with escapes, if it has control characters or bytes that
 // are no UTF-8.
 std::string shown(std::string_view text);
+// Lines with control characters as "\x1b", but for tabs and line ends: what others wrote moves no
+// terminal's cursor.
+std::string onTerminal(std::string_view text);
 // Bytes that are no UTF-8 become U+FFFD.
 std::string asUtf8(std::string_view text);
 bool isUtf8(std::string_view text);

@@ -4,6 +4,7 @@
 #include <fmt/format.h>
 
 #include <algorithm>
+#include <set>
 
 #include "btkf520/btkf520.h"
 #include "cli/archives/engine.h"
@@ -103,10 +104,11 @@ std::vector<const FileRecord*> Workspace::choose(const std::vector<std::string>&
     for (const FileRecord& file : files_) chosen.push_back(&file);
     return chosen;
   }
+  std::set<const FileRecord*> taken;
   for (const std::string& name : names) {
     try {
       for (const FileRecord* file : matching(name)) {
-        if (std::find(chosen.begin(), chosen.end(), file) == chosen.end()) chosen.push_back(file);
+        if (taken.insert(file).second) chosen.push_back(file);
       }
     } catch (const Problem& problem) {
       session_.output().problem(problem);
