@@ -34,6 +34,11 @@ bool makeDirectory(const std::string& path);
 // The same with all that lead to it.
 bool makeDirectories(const std::string& path);
 
+// Has a file or a directory belong to the group of the directory above, which may write it, if it
+// may write that one; what is then made in the directory belongs to the group, too. Gives the
+// group's name, "" if it was not done.
+std::string shareWithGroup(const std::string& path);
+
 // Only an empty one.
 bool removeDirectory(const std::string& path);
 // Gives a file another name on the same disk. kExists if there is something of that name.

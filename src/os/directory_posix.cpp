@@ -1,6 +1,7 @@
 // os/directory_posix.cpp: directories on Linux.
 #include <dirent.h>
 #include <fcntl.h>
+#include <grp.h>
 #include <limits.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -75,6 +76,19 @@ bool makeDirectories(const std::string& path) {
   if (makeDirectory(path)) return true;
   const std::string parent = parentOf(path);
   return errno == ENOENT && parent != path && makeDirectories(parent) && makeDirectory(path);
+}
+
+std::string shareWithGroup(const std::string& path) {
+  struct stat above;
+  struct stat status;
+  if (::stat(parentOf(path).c_str(), &above) != 0 || (above.st_mode & S_IWGRP) == 0) return "";
+  if (::lstat(path.c_str(), &status) != 0 || S_ISLNK(status.st_mode)) return "";
+  const bool isChanged = status.st_gid != above.st_gid;
+  if (isChanged && ::chown(path.c_str(), static_cast<uid_t>(-1), above.st_gid) != 0) return "";
+  const mode_t more = S_ISDIR(status.st_mode) ? S_ISGID | S_IRWXG : S_IRGRP | S_IWGRP;
+  if (::chmod(path.c_str(), (status.st_mode & 07777U) | more) != 0) return "";
+  const group* const found = ::getgrgid(above.st_gid);
+  return found == nullptr ? std::to_string(above.st_gid) : found->gr_name;
 }
 
 bool removeDirectory(const std::string& path) { return ::rmdir(path.c_str()) == 0; }

@@ -5,11 +5,16 @@ check_transcript.py TREVAULT TRANSCRIPT...
 A line that begins with "$ " is a command of ann's, one with "bob$ " or another name a command of
 that user's; a line "y" after a question that ends in "[y/N] " would be an answer, so answers stand
 in the question's own line. What follows up to the next command is the output, of both streams, as a
-terminal of 80 columns without colours gets it. Times and the places of the test are masked on both sides: the
-transcript shows "2026-11-23 09:12" where a time is, and homes below /home.
+terminal of 80 columns without colours gets it. Times, the places of the test and the name of its
+group are masked on both sides: the transcript shows "2026-11-23 09:12" where a time is, and homes
+below /home.
+
+What the people at the terminals don't see stands in lines of set-up: "#$ " or "#bob$ " and a
+command, whose output counts for nothing and which must succeed; "#set NAME=VALUE" for a variable of
+all users.
 
 Each user has a home below a directory of the test. The engine knows the account that runs the test;
-it stands for ann.
+it stands for ann, unless the project's configuration takes the user from the variable TEAM_USER.
 """
 import difflib
 import os
@@ -21,7 +26,8 @@ import subprocess
 import sys
 import tempfile
 
-COMMAND = re.compile(r"(?:(\w+))?\$ (.*)")
+COMMAND = re.compile(r"(#?)(\w+)?\$ (.*)")
+SETTING = re.compile(r"#set (\w+)=(.*)")
 ACCOUNT = pwd.getpwuid(os.geteuid()).pw_name
 TIME = re.compile(r"\d{4}-\d\d-\d\d[ T]\d\d:\d\d(:\d\d)?")
 
@@ -35,7 +41,7 @@ class Shell:
         self.directory = str(self.home)
         self.environment = {
             "HOME": str(self.home), "PATH": "%s:/usr/bin:/bin" % trevault.parent, "TERM": "dumb",
-            "LC_ALL": "C.UTF-8", "PAGER": "cat"}
+            "LC_ALL": "C.UTF-8", "PAGER": "cat", "TEAM_USER": user}
 
     def run(self, command, answer):
         """Gives the output and keeps the directory that the command ends in."""
@@ -57,20 +63,20 @@ class Shell:
             if not piece:
                 break
             output += piece
-        process.wait()
+        self.code = process.wait()
         os.close(ours)
         self.directory = (self.home / ".pwd").read_text().strip()
         return output.decode(errors="replace").replace("\r\n", "\n")
 
 
 def parse(text):
-    """Gives user, command and expected output, one after the other."""
+    """Gives user, command and expected output, one after the other; no output for a set-up."""
     steps = []
     for line in text.splitlines():
         match = COMMAND.fullmatch(line)
         if match:
-            steps.append((match[1] or "ann", match[2], []))
-        elif steps and not line.startswith("#"):
+            steps.append((match[2] or "ann", match[3], None if match[1] else []))
+        elif steps and steps[-1][2] is not None and not line.startswith("#"):
             steps[-1][2].append(line)
     return steps
 
@@ -78,6 +84,7 @@ def parse(text):
 def masked(text, base):
     """Columns that a path of the test makes wider than the transcript's are told by one blank."""
     text = re.sub(r"\n {30,}", "  ", text)
+    text = re.sub(r"in the group \S+ may", "in the group team may", text)
     lines = [re.sub(r"  +" if "/home/" in line else r" {20,}", "  ", line.rstrip())
              for line in text.splitlines()]
     text = TIME.sub("TIME", "\n".join(lines).replace(str(base), ""))
@@ -88,9 +95,17 @@ def check(trevault, path):
     with tempfile.TemporaryDirectory() as directory:
         base = pathlib.Path(directory).resolve()
         shells = {}
-        for user, command, expected in parse(path.read_text()):
+        text = path.read_text()
+        for user, command, expected in parse(text):
             shell = shells.setdefault(user, Shell(base, user, trevault))
+            shell.environment.update(SETTING.findall(text))
             command = re.sub(r"(?<=[\s'=])/(srv|tmp|home)/", r"%s/\1/" % base, command)
+            if expected is None:
+                said = shell.run(command, "")
+                if shell.code != 0:
+                    print("%s: set-up %s$ %s\n%s" % (path.name, user, command, said))
+                    return False
+                continue
             answers = [re.search(r"\[y/N\] (\w+)$", line) for line in expected]
             answer = next((match[1] for match in answers if match), "")
             output = masked(shell.run(command, answer), base)

@@ -111,10 +111,7 @@ class Add : public Command {
     if (file.path.find('\n') != std::string::npos) {
       throw Problem{file.path, "a file's name can't hold a line end", "rename it"};
     }
-    if (!os::makeDirectories(os::parentOf(file.archive))) {
-      throw Problem{os::parentOf(file.archive), "can't be made",
-                    "see who owns the directory above"};
-    }
+    makeShared(os::parentOf(file.archive));
     const std::string message = message_.empty() ? "First version" : message_;
     check(TrvsCreateWithRevision(TRVS_CONTEXT, file.archive.c_str(), workfile.c_str(), nullptr,
                                  number_.c_str(), label_.c_str(), nullptr, message.c_str(),
@@ -125,6 +122,17 @@ class Add : public Command {
            .revision = number_,
            .label = label_,
            .group = group_});
+    os::shareWithGroup(file.archive);
+  }
+
+  // A directory that is made where a team may write is the team's.
+  static void makeShared(const std::string& directory) {
+    if (os::directoryState(directory.c_str())) return;
+    if (os::parentOf(directory) != directory) makeShared(os::parentOf(directory));
+    if (!os::makeDirectory(directory)) {
+      throw Problem{directory, "can't be made", "see who owns the directory above"};
+    }
+    os::shareWithGroup(directory);
   }
 
   void tellFile(const FileRecord& file) const {

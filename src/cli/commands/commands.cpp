@@ -30,6 +30,9 @@ const std::vector<CommandEntry>& theCommands() {
       {"labels", "", "the labels of the project", makeLabels},
       {"promote", "", "take revisions to the next group", makePromote},
       {"groups", "", "the promotion model", makeGroups},
+      {"config get", "", "what a directive of the configuration says, and where", makeConfigGet},
+      {"config set", "", "change a directive of the project's configuration", makeConfigSet},
+      {"config list", "", "what the configuration says, and where", makeConfigList},
       {"help", "", "what a command does, and its options", makeHelp},
   };
   return commands;

@@ -32,6 +32,9 @@ std::unique_ptr<Command> makeLabel();
 std::unique_ptr<Command> makeLabels();
 std::unique_ptr<Command> makePromote();
 std::unique_ptr<Command> makeGroups();
+std::unique_ptr<Command> makeConfigGet();
+std::unique_ptr<Command> makeConfigList();
+std::unique_ptr<Command> makeConfigSet();
 std::unique_ptr<Command> makeHelp();
 
 }  // namespace cli

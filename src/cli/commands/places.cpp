@@ -1,8 +1,12 @@
 // cli/commands/places.cpp: init and where.
 #include <fmt/format.h>
 
+#include <algorithm>
+
+#include "cli/archives/engine.h"
 #include "cli/command.h"
 #include "cli/commands/commands.h"
+#include "cli/commands/configuration.h"
 #include "cli/problem.h"
 #include "cli/session.h"
 #include "cli/text/paths.h"
@@ -39,11 +43,17 @@ class Init : public Command {
     }
     const bool isNew = !os::hasEntry(joined(team, kList).c_str());
     const bool isOwnNew = !os::hasEntry(roots.privateRoot.path.c_str());
-    makeRoot(team);
     makeRoot(roots.privateRoot.path);
+    makeRoot(team);
+    const std::string group = isNew ? os::shareWithGroup(team) : "";
     const size_t projects = session.database(Database::Making::kAllowed).projects().size();
+    if (isNew) os::shareWithGroup(joined(team, kList));
     storeRoots(roots);
-    tell(session.output(), roots, isNew, isOwnNew, projects);
+    std::string state = isNew ? "made" : "is there";
+    if (!group.empty()) state += fmt::format(", everybody in the group {} may write", group);
+    if (projects > 0) state += ", with " + counted(projects, "project");
+    tell(session.output(), roots, state, isOwnNew ? "made" : "is there");
+    session.output().set("made", isNew);
   }
 
  private:
@@ -57,20 +67,17 @@ class Init : public Command {
                   fmt::format("ask who owns {}, or choose another with --public", above)};
   }
 
-  static void tell(Output& output, const Roots& roots, bool isNew, bool isOwnNew, size_t projects) {
-    const std::string state = isNew           ? "made"
-                              : projects == 0 ? "is there"
-                                              : "is there, with " + counted(projects, "project");
+  static void tell(Output& output, const Roots& roots, const std::string& state,
+                   const std::string& ownState) {
     for (const std::string& line :
-         table({{"public root ", roots.publicRoot.path, " " + state},
-                {"private root", roots.privateRoot.path, isOwnNew ? " made" : " is there"}})) {
+         table({{"public root ", roots.publicRoot.path, "  " + state},
+                {"private root", roots.privateRoot.path, "  " + ownState}})) {
       output.line(line);
     }
     output.line("both are in the profile now, and taken by every command");
     output.set("public", roots.publicRoot.path);
     output.set("private", roots.privateRoot.path);
     output.set("profile", foldapi::profilePath());
-    output.set("made", isNew);
   }
 };
 
@@ -80,7 +87,7 @@ class Where : public Command {
   void declare(Options&) override {}
   void run(Session& session) override {
     output_ = &session.output();
-    tell("user", os::accountName(), "the account");
+    tellUser(session);
     const auto& near = session.nearest();
     tell("work directory", near ? near->top : "none", near ? ".trevault is there" : "");
     tellProject(session);
@@ -104,8 +111,37 @@ class Where : public Command {
       const std::string& follows = session.nearest()->follows;
       tell("follows", follows == "trunk" ? "the trunk" : follows, "");
     }
-    for (const std::string& each : open.archiveDirectories()) tell("archives", each, "VCSDIR");
+    for (const std::string& each : open.archiveDirectories()) {
+      tell("archives", each, reasonOf(settings_, "VCSDIR", open));
+    }
     tell("configuration", open.configurationFile(), "of the project");
+  }
+
+  // The engine's user, if there is a project whose configuration may tell another one.
+  void tellUser(Session& session) {
+    try {
+      const Project& open = session.project();
+      open.useConfiguration();
+      settings_ = presentSettings();
+      for (const Setting& each : settings_) {
+        if (each.name != "USERID" || each.file.empty()) continue;
+        return tell("user", presentUser(), reasonOf(settings_, "USERID", open));
+      }
+    } catch (const Problem&) {
+      settings_.clear();  // It is told at the project.
+    }
+    tell("user", os::accountName(), "the account");
+  }
+
+  static std::string reasonOf(const std::vector<Setting>& settings, const std::string& name,
+                              const Project& project) {
+    const auto last = std::find_if(settings.rbegin(), settings.rend(), [&](const Setting& each) {
+      return each.name == name && !each.file.empty();
+    });
+    if (last == settings.rend()) return name;
+    const bool isOwn = last->file == project.configurationFile();
+    return fmt::format("{}, line {} of {}", name, last->line,
+                       isOwn ? "the configuration" : shown(last->file));
   }
 
   static std::string profileReason() {
@@ -127,6 +163,7 @@ class Where : public Command {
   }
 
   Output* output_ = nullptr;
+  std::vector<Setting> settings_;
 };
 
 }  // namespace

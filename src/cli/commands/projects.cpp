@@ -38,6 +38,7 @@ class ProjectAdd : public Command {
                                      : session.absolute(archives_);
     if (!os::makeDirectories(archives)) throw Problem{archives, "can't be made"};
     project.setArchiveDirectories(archives);
+    shareAll(os::parentOf(project.configurationFile()));
     const Roots& roots = database.roots();
     if (isDefault(roots.publicRoot) && isDefault(roots.privateRoot)) storeRoots(roots);
     storeWorkDirectory({.top = top,
@@ -48,6 +49,16 @@ class ProjectAdd : public Command {
   }
 
  private:
+  // What is made in a team's root is the team's.
+  static void shareAll(const std::string& path) {
+    if (os::shareWithGroup(path).empty() || !os::directoryState(path.c_str())) return;
+    os::forEachEntry(path.c_str(), [&](const char* name) {
+      if (std::string_view(name) != "." && std::string_view(name) != "..") {
+        shareAll(joined(path, name));
+      }
+    });
+  }
+
   static bool isDefault(const Place& root) { return root.reason == "the default place"; }
 
   void refuseOther(const std::string& top) const {

@@ -17,6 +17,8 @@
 namespace cli {
 namespace {
 
+constexpr size_t kWord = 7;  // The columns of the longest words.
+
 Colour colourOf(const std::string& word) {
   if (word == "broken" || word == "lost" || word == "unknown") return Colour::kRed;
   if (word == "changed" || word == "missing" || word == "gone") return Colour::kYellow;
@@ -163,7 +165,8 @@ class Status : public Command {
     output.line(space_->directory().line());
     output.line("");
     std::vector<std::vector<std::string>> cells;
-    for (const Row& row : rows_) cells.push_back({row.word, row.path, row.here, row.remark});
+    for (const Row& row : rows_)
+      cells.push_back({padded(row.word, kWord), row.path, row.here, row.remark});
     const auto lines = table(cells);
     for (size_t i = 0; i < lines.size(); ++i) {
       const std::string& word = rows_[i].word;
