@@ -149,7 +149,7 @@ TRVS_EXPORT int32_t TrvsNewState(TrvsState** state);
 TRVS_EXPORT int32_t TrvsExchangeState(TrvsState** state);
 
 /* Frees a state; null is none. The one that is in place stays: TRVS_MISUSE. No function may be at
- * work in it. */
+ * work in it. Changes of a batch that has not ended in it, and wait, are given up. */
 TRVS_EXPORT int32_t TrvsFreeState(TrvsState* state);
 
 /* ---- Callbacks ---- */
@@ -184,7 +184,8 @@ typedef enum TrvsCallbackId {
   TRVS_CALLBACK_BAD_DIRECTIVE = 19, /* a directive that was left out. Else the load continues */
   TRVS_CALLBACK_MESSAGE = 20,       /* a message by its code */
   TRVS_CALLBACK_TEXT = 23,          /* a message as a text */
-  TRVS_CALLBACK_TRIGGER = 24        /* may a shared configuration have its way? Else no */
+  TRVS_CALLBACK_TRIGGER = 24,       /* may a shared configuration have its way? Else no */
+  TRVS_CALLBACK_UNDONE = 25         /* a change of a batch that failed in the end */
 } TrvsCallbackId;
 
 /* What sort of line TRVS_CALLBACK_OUTPUT is given. */
@@ -255,6 +256,10 @@ typedef int32_t (*TrvsTextCallback)(const char* text);
  * the path text of the file. A journal is no part of what is done: where it may not be written, the
  * operation succeeds all the same, and TRVS_CALLBACK_MESSAGE is told TRVS_NO_JOURNAL. */
 typedef int32_t (*TrvsTriggerCallback)(const char* event, const char* value);
+/* TRVS_CALLBACK_UNDONE: a change that was written in a batch could not be promised. The texts are
+ * the archive as the client gave it and the event (docs/configuration.md lists them). The archive
+ * is as it was before, and so is the workfile. The result is ignored. */
+typedef int32_t (*TrvsUndoneCallback)(const char* archive, const char* event, int32_t status);
 
 /* Registers `callback` for `id`, in place of the one before; null for none.
  * Gives TRVS_MISUSE for an id that is not a TrvsCallbackId. */
@@ -649,6 +654,33 @@ TRVS_EXPORT int32_t TrvsGenGuiDelta(int32_t context, const char* first, const ch
 /* ---- More about archives ----
  *
  * Lists are NUL-terminated names, one after the other, ended by an empty name. */
+
+/* Begins a batch: changes of many archives that wait for the disk together. Until TrvsEndBatch a
+ * function that changes an archive checks and writes all that it has to, and gives the status of
+ * that; what it changes is promised later, many archives at once. Only then a workfile is removed,
+ * gets its mode or, with a new lock, its content; and only then the journal, the triggers after the
+ * event and TRVS_CALLBACK_OPERATION are told, in the order of the changes. Who reads an archive may
+ * see its change sooner. A check-out without a lock waits for nothing, and triggers before an event
+ * run at once.
+ *
+ * What waits is promised with the batch, and in between: when 256 archives wait, or fewer where the
+ * process may open few files; before a function that has to do with one of these archives, so that
+ * a client sees its own changes; and before a wait for an archive that another process changes. All
+ * of this may happen in any function of this state, which calls the callbacks then.
+ *
+ * A failure to bring what waits to the disk fails all of it, and one that comes later, such as a
+ * workfile that can't be written, fails that change: TRVS_CALLBACK_UNDONE is told of each. If the
+ * process dies each archive says all of its change or nothing of it, and each workfile is still
+ * there whose content is in no archive for certain.
+ *
+ * Until then other processes, and other states of this one, find the archives that wait in use.
+ * Gives TRVS_MISUSE in a batch: they don't nest. */
+TRVS_EXPORT int32_t TrvsBeginBatch(int32_t context);
+
+/* Ends a batch and promises all that waits. Gives TRVS_MISUSE without one; else the first status
+ * that TRVS_CALLBACK_UNDONE was told since it began, TRVS_DONE for none. It has ended in any
+ * case. */
+TRVS_EXPORT int32_t TrvsEndBatch(int32_t context);
 
 /* Creates an archive with its first revision, in one step: as TrvsCreateArchive and TrvsPutRevision
  * do one after the other, but with any status other than TRVS_DONE there is no archive.

@@ -83,6 +83,8 @@ class File {
   // As it was when the file was opened, or at the last refresh(). Stays after close().
   const FileStatus& status() const { return status_; }
   uint64_t size() const { return status_.size; }
+  // Whether the process can hardly open others: this one is among the last that it may have open.
+  bool isAmongLast() const;
   // Asks again.
   [[nodiscard]] bool refresh();
 
@@ -125,6 +127,7 @@ class File {
 
  private:
   friend class SiblingFile;
+  friend class Syncs;
 
   FileResult take(int descriptor);
   FileResult openToLock(const Place& place, Access access);

@@ -4,6 +4,7 @@
 // the first one's lock.
 #include <fcntl.h>
 #include <sys/file.h>
+#include <sys/resource.h>
 #include <sys/stat.h>
 #include <sys/sysmacros.h>
 #include <unistd.h>
@@ -271,6 +272,14 @@ FileResult File::openLocked(const Place& place) {
 }
 
 bool File::close() { return descriptor_ < 0 || ::close(std::exchange(descriptor_, -1)) == 0; }
+
+// The system gives the lowest number that is free.
+bool File::isAmongLast() const {
+  constexpr rlim_t kLeft = 16;  // For an operation, and for whatever else goes on.
+  rlimit most;
+  return ::getrlimit(RLIMIT_NOFILE, &most) == 0 && most.rlim_cur != RLIM_INFINITY &&
+         static_cast<rlim_t>(descriptor_) + kLeft >= most.rlim_cur;
+}
 
 bool File::refresh() {
   const bool isKnown = askServer(descriptor_, "", AT_EMPTY_PATH, &status_);

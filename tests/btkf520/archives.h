@@ -43,7 +43,7 @@ class Archives : public Toolkit {
     lines.clear();
   }
   void TearDown() override {
-    for (int32_t id = 1; id <= TRVS_CALLBACK_TRIGGER; ++id) TrvsRegisterCallback(id, nullptr);
+    for (int32_t id = 1; id <= TRVS_CALLBACK_UNDONE; ++id) TrvsRegisterCallback(id, nullptr);
     Toolkit::TearDown();
   }
 

@@ -111,6 +111,10 @@ int fallocate(int file, int mode, off_t offset, off_t size) {
   return asInt(answer("fallocate", file, nullptr, mode, SYS_fallocate, file, mode, offset, size));
 }
 
+int syncfs(int file) noexcept {
+  return asInt(answer("syncfs", file, nullptr, 0, SYS_syncfs, file));
+}
+
 int flock(int file, int operation) noexcept {
   return asInt(answer("flock", file, nullptr, operation, SYS_flock, file, operation));
 }

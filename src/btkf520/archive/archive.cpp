@@ -536,6 +536,11 @@ TrvsStatus Archive::openToUpdate(const std::string& path, std::unique_ptr<Archiv
   return Impl::open(Impl::Purpose::kUpdate, path, std::move(file), archive);
 }
 
+TrvsStatus Archive::openHeld(const std::string& path, os::File file,
+                             std::unique_ptr<Archive>* archive) {
+  return Impl::open(Impl::Purpose::kUpdate, path, std::move(file), archive);
+}
+
 std::unique_ptr<Archive> Archive::forNew(const std::string& path) {
   auto empty =
       std::make_unique<ArchiveReader>(Index(), archivefile::End(), std::make_unique<FrameCodec>());

@@ -23,6 +23,7 @@
 #include "btkf520/archive/bytes.h"
 #include "btkf520/archive/model.h"
 #include "btkf520/btkf520.h"
+#include "os/file.h"
 
 namespace btkf {
 
@@ -46,6 +47,10 @@ class Archive {
   // not. A link may not be followed: see os/place.h.
   [[nodiscard]] static TrvsStatus openToUpdate(const std::string& path,
                                                std::unique_ptr<Archive>* archive);
+
+  // The same of the file at `path`, which is open and locked already.
+  [[nodiscard]] static TrvsStatus openHeld(const std::string& path, os::File file,
+                                           std::unique_ptr<Archive>* archive);
 
   // A new archive, for put() and one commit(), which makes the file in one step, with its first
   // revision if `model` has one. From then on the object is open to update. commit() gives

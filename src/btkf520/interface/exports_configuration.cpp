@@ -1,5 +1,5 @@
-// btkf520/interface/exports_configuration.cpp: the C functions about states, and about what one
-// holds: configuration, callbacks and users.
+// btkf520/interface/exports_configuration.cpp: the C functions about states and batches, and about
+// what a state holds: configuration, callbacks and users.
 //
 // What the functions promise is told in btkf520.h; the work is done by Surroundings and what stands
 // in it.
@@ -71,6 +71,19 @@ int32_t TrvsFreeState(TrvsState* state) {
     if (stateOf(state) == Surroundings::place()) return TRVS_MISUSE;
     delete stateOf(state);
     return TRVS_DONE;
+  });
+}
+
+int32_t TrvsBeginBatch(int32_t context) {
+  return guarded([&] {
+    return btkf::boundary::isContext(context) ? Surroundings::current().batch().begin()
+                                              : TRVS_MISUSE;
+  });
+}
+
+int32_t TrvsEndBatch(int32_t context) {
+  return guarded([&] {
+    return btkf::boundary::isContext(context) ? Surroundings::current().batch().end() : TRVS_MISUSE;
   });
 }
 

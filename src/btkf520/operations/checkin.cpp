@@ -7,9 +7,12 @@
 
 #include <optional>
 #include <string>
+#include <utility>
+#include <vector>
 
 #include "btkf520/btkf520.h"
 #include "btkf520/configuration/text.h"
+#include "btkf520/operations/attempt.h"
 #include "btkf520/operations/keywords.h"
 #include "btkf520/operations/labels.h"
 #include "btkf520/operations/locks.h"
@@ -68,6 +71,17 @@ TrvsStatus beginArchive(const NewArchive& wanted, Task* task) {
   return TRVS_DONE;
 }
 
+// Does with a workfile whose content an archive has by now what the flags say. One that was changed
+// meanwhile holds what no revision has: it stays as it is.
+bool settleWorkfile(const std::string& path, const os::FileStatus& seen, uint32_t flags) {
+  if (statusAt(path) != seen) return true;
+  const os::FileResult result =
+      (flags & TRVS_PUT_KEEP_LOCK) != 0   ? os::setWritable(path.c_str(), true)
+      : (flags & TRVS_PUT_READ_ONLY) != 0 ? os::setWritable(path.c_str(), false)
+                                          : os::removeFile(path.c_str());
+  return result == os::FileResult::kDone;
+}
+
 // One check-in, step by step. Nothing is changed on disk before the commit.
 class CheckIn {
  public:
@@ -95,7 +109,7 @@ class CheckIn {
   TrvsStatus add();
   Lock takeLock();
   void fillRevision(Revision* revision) const;
-  bool settleWorkfile() const;
+  WrittenChange::Sequel settlesWorkfile() const;
 
   const CheckInRequest& request_;
   const NewArchive* const wanted_;
@@ -118,12 +132,10 @@ TrvsStatus CheckIn::run() {
     if (const TrvsStatus status = (this->*step)()) return status;
   }
   if (const TrvsStatus status = client().goOn()) return status;
-  const Event event{"CHECKIN", number_.text()};
-  if (const TrvsStatus status = task_.store()) return status;
-  if (!settleWorkfile()) task_.warn(TRVS_CANNOT_WRITE);
-  if (wanted_ != nullptr) task_.announce({"CREATE", ""});
-  task_.announce(event);
-  return TRVS_DONE;
+  std::vector<Event> events;
+  if (wanted_ != nullptr) events.push_back({"CREATE", ""});
+  events.push_back({"CHECKIN", number_.text()});
+  return task_.commitAll(std::move(events), settlesWorkfile());
 }
 
 TrvsStatus CheckIn::open() {
@@ -313,14 +325,14 @@ void CheckIn::fillRevision(Revision* revision) const {
   if (!group_.empty()) revision->promotionGroups.push_back(group_);
 }
 
-// A workfile that was changed meanwhile holds what no revision has: it stays as it is.
-bool CheckIn::settleWorkfile() const {
-  if (statusAt(workfilePath_) != workfile_) return true;
-  const char* const path = workfilePath_.c_str();
-  const os::FileResult result = asks(TRVS_PUT_KEEP_LOCK)   ? os::setWritable(path, true)
-                                : asks(TRVS_PUT_READ_ONLY) ? os::setWritable(path, false)
-                                                           : os::removeFile(path);
-  return result == os::FileResult::kDone;
+WrittenChange::Sequel CheckIn::settlesWorkfile() const {
+  return [path = workfilePath_, seen = workfile_, flags = request_.flags](ArchiveChange&) {
+    const auto warn = [] { client().message(TRVS_CANNOT_WRITE); };
+    bool isSettled = false;
+    attempt([&] { isSettled = settleWorkfile(path, seen, flags); });
+    if (!isSettled) attempt(warn);
+    return WrittenChange::Outcome();
+  };
 }
 
 }  // namespace

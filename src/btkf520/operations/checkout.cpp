@@ -1,11 +1,15 @@
 // btkf520/operations/checkout.cpp: a check-out, from the choice of the revision to the workfile.
 #include "btkf520/operations/checkout.h"
 
+#include <memory>
 #include <optional>
 #include <string>
+#include <utility>
+#include <vector>
 
 #include "btkf520/btkf520.h"
 #include "btkf520/configuration/text.h"
+#include "btkf520/operations/attempt.h"
 #include "btkf520/operations/comparedfile.h"
 #include "btkf520/operations/keywords.h"
 #include "btkf520/operations/locks.h"
@@ -39,6 +43,17 @@ const Revision* newestUntil(const Branch& branch, const Number& last, PackedTime
   return nullptr;
 }
 
+// Makes the archive say `before` again. Whether that worked.
+bool takeBack(ArchiveChange* change, const ArchiveModel& before) noexcept {
+  TrvsStatus status = TRVS_NO_MEMORY;
+  attempt([&] {
+    std::unique_ptr<Archive> archive;
+    status = Archive::openHeld(change->path(), change->takeFile(), &archive);
+    if (status == TRVS_DONE) status = archive->commit(before);
+  });
+  return status == TRVS_DONE;
+}
+
 // One check-out, step by step.
 class CheckOut {
  public:
@@ -60,8 +75,8 @@ class CheckOut {
   bool isThere(const os::FileStatus& entry);
   TrvsStatus writeBytes();
   TrvsStatus writeContent();
-  TrvsStatus finish(const Event& event);
-  TrvsStatus finishWithLock(const Event& event);
+  TrvsStatus finish(std::vector<Event> events);
+  TrvsStatus finishWithLock(std::vector<Event> events);
 
   const CheckOutRequest& request_;
   Task task_;
@@ -71,7 +86,7 @@ class CheckOut {
   Bytes stored_;          // Then the content.
   std::optional<Bytes> expanded_;
   os::File present_;  // The workfile, open if it has the content already.
-  NewWorkfile workfile_;
+  std::shared_ptr<NewWorkfile> workfile_ = std::make_shared<NewWorkfile>();
 };
 
 TrvsStatus CheckOut::run() {
@@ -83,28 +98,29 @@ TrvsStatus CheckOut::run() {
     if (const TrvsStatus status = (this->*step)()) return status;
   }
   if (const TrvsStatus status = client().goOn()) return status;
-  return finish({"CHECKOUT", revision_->number.text()});
+  return finish({{"CHECKOUT", revision_->number.text()}});
 }
 
-TrvsStatus CheckOut::finish(const Event& event) {
-  if (asks(TRVS_GET_LOCK)) return finishWithLock(event);
-  if (const TrvsStatus status = workfile_.finish()) return status;
-  task_.announce(event);
+TrvsStatus CheckOut::finish(std::vector<Event> events) {
+  if (asks(TRVS_GET_LOCK)) return finishWithLock(std::move(events));
+  task_.expect(std::move(events));
+  if (const TrvsStatus status = workfile_->finish()) return status;
+  task_.tell();
   return TRVS_DONE;
 }
 
 // The lock comes first: a workfile that may be changed without one would be worse than a lock
 // without a workfile. So it is given back if the workfile can't follow.
-TrvsStatus CheckOut::finishWithLock(const Event& event) {
-  if (const TrvsStatus status = workfile_.check()) return status;
-  Archive& archive = task_.archive();
-  ArchiveModel before = archive.model();
-  if (const TrvsStatus status = archive.commit(std::move(task_.model))) return status;
-  const TrvsStatus status = workfile_.finish();
-  const bool isLocked = status == TRVS_DONE || !task_.takeBack(std::move(before));
-  task_.close();
-  if (isLocked) task_.announce(event);
-  return status;
+TrvsStatus CheckOut::finishWithLock(std::vector<Event> events) {
+  if (const TrvsStatus status = workfile_->check()) return status;
+  const auto finishWorkfile = [workfile = workfile_,
+                               before = task_.archive().model()](ArchiveChange& change) {
+    TrvsStatus status = TRVS_NO_MEMORY;
+    attempt([&] { status = workfile->finish(); });
+    const bool isLocked = status == TRVS_DONE || !takeBack(&change, before);
+    return WrittenChange::Outcome{status, isLocked};
+  };
+  return task_.commitAll(std::move(events), finishWorkfile);
 }
 
 TrvsStatus CheckOut::open() {
@@ -174,7 +190,7 @@ TrvsStatus CheckOut::readWhole() {
 TrvsStatus CheckOut::checkOverwrite() {
   const auto old = entryAt(workfilePath_);
   if (old && !isReplaceable(*old)) return TRVS_WOULD_OVERWRITE;
-  if (!asks(TRVS_GET_OVERWRITE)) workfile_.replaceOnly(old);
+  if (!asks(TRVS_GET_OVERWRITE)) workfile_->replaceOnly(old);
   if (!old) return TRVS_DONE;
   if (asks(TRVS_GET_KEEP)) return TRVS_WOULD_OVERWRITE;
   if (isThere(*old) || asks(TRVS_GET_OVERWRITE)) return TRVS_DONE;
@@ -198,11 +214,11 @@ bool CheckOut::isThere(const os::FileStatus& entry) {
 }
 
 TrvsStatus CheckOut::writeBytes() {
-  if (const TrvsStatus status = workfile_.open(workfilePath_)) return status;
-  if (expanded_) return workfile_.write(expanded_->view());
-  if (isWhole_) return workfile_.write(stored_.view());
+  if (const TrvsStatus status = workfile_->open(workfilePath_)) return status;
+  if (expanded_) return workfile_->write(expanded_->view());
+  if (isWhole_) return workfile_->write(stored_.view());
   return task_.archive().read(revision_->content, [this](std::string_view bytes) {
-    return workfile_.write(bytes) == TRVS_DONE;
+    return workfile_->write(bytes) == TRVS_DONE;
   });
 }
 
@@ -213,10 +229,10 @@ TrvsStatus CheckOut::writeContent() {
       asks(TRVS_GET_WRITABLE | TRVS_GET_LOCK) || !task_.model.has(TRVS_ATTRIBUTE_READ_ONLY);
   if (task_.model.has(TRVS_ATTRIBUTE_EXECUTABLE)) state.running = os::Running::kAllowed;
   if (asks(TRVS_GET_ARCHIVE_TIME)) state.time = revision_->checkInTime;
-  if (present_.isOpen() && workfile_.keep(workfilePath_, &present_, state)) return TRVS_DONE;
+  if (present_.isOpen() && workfile_->keep(workfilePath_, &present_, state)) return TRVS_DONE;
   TrvsStatus status = writeBytes();
   if (status == TRVS_CANNOT_OPEN) status = writeBytes();
-  return status == TRVS_DONE ? workfile_.complete(state) : status;
+  return status == TRVS_DONE ? workfile_->complete(state) : status;
 }
 
 }  // namespace

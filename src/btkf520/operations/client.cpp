@@ -13,7 +13,7 @@ constexpr int32_t kCallbackIds[] = {
     TRVS_CALLBACK_OVERWRITE, TRVS_CALLBACK_MOVE_LABEL,    TRVS_CALLBACK_FREE,
     TRVS_CALLBACK_CHECK_IN,  TRVS_CALLBACK_NEWS_TWO,      TRVS_CALLBACK_IDLE,
     TRVS_CALLBACK_OPERATION, TRVS_CALLBACK_BAD_DIRECTIVE, TRVS_CALLBACK_MESSAGE,
-    TRVS_CALLBACK_TEXT,      TRVS_CALLBACK_TRIGGER};
+    TRVS_CALLBACK_TEXT,      TRVS_CALLBACK_TRIGGER,       TRVS_CALLBACK_UNDONE};
 
 }  // namespace
 
@@ -92,6 +92,12 @@ void Client::done(const std::string& event, const std::string& archive, const st
                   const std::string& what) const {
   if (const auto notify = registered<TrvsNotifyFourCallback>(TRVS_CALLBACK_OPERATION)) {
     notify(event.c_str(), archive.c_str(), workfile.c_str(), what.c_str(), 0);
+  }
+}
+
+void Client::undone(const std::string& archive, const std::string& event, TrvsStatus status) const {
+  if (const auto tell = registered<TrvsUndoneCallback>(TRVS_CALLBACK_UNDONE)) {
+    tell(archive.c_str(), event.c_str(), status);
   }
 }
 

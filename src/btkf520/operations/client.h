@@ -35,6 +35,8 @@ class Client {
   // An operation is done.
   void done(const std::string& event, const std::string& archive, const std::string& workfile,
             const std::string& what) const;
+  // A change of a batch could not be promised.
+  void undone(const std::string& archive, const std::string& event, TrvsStatus status) const;
   // Whether to read on.
   [[nodiscard]] bool goesOnAfter(const BadDirective& directive) const;
   void message(TrvsStatus code) const;
@@ -47,7 +49,7 @@ class Client {
                 std::string* answer) const;
 
   // By id; some ids have no meaning.
-  std::array<TrvsCallback, TRVS_CALLBACK_TRIGGER + 1> callbacks_ = {};
+  std::array<TrvsCallback, TRVS_CALLBACK_UNDONE + 1> callbacks_ = {};
 };
 
 }  // namespace btkf

@@ -7,6 +7,7 @@
 #include <utility>
 
 #include "btkf520/configuration/text.h"
+#include "btkf520/operations/attempt.h"
 #include "btkf520/operations/plaintext.h"
 #include "btkf520/operations/surroundings.h"
 #include "btkf520/operations/times.h"
@@ -18,6 +19,10 @@ namespace btkf {
 
 namespace {
 
+std::string userOf(const Account& account) {
+  return account.user.empty() ? userId().value_or("") : account.user;
+}
+
 // "2026-11-21 04:05:46\tann": other files are none of ours.
 bool isJournal(std::string_view start) {
   constexpr std::string_view kForm = "0000-00-00 00:00:00\t";
@@ -26,15 +31,12 @@ bool isJournal(std::string_view start) {
   return form == kForm;
 }
 
-}  // namespace
-
-// Fields are separated by tabs, so none has one.
-void writeJournal(const Account& account) {
-  const Demand& journal = configuration().journal();
+// Adds a line to the journal, if there is one. One that can't be written, or may not be, fails
+// nothing, and the client is told. Fields are separated by tabs, so none has one.
+void writeJournal(const Demand& journal, const Account& account) {
   if (journal.text.empty()) return;
   std::string line = dates::isoText(presentTime());
-  const std::string user = userId().value_or("");
-  for (const std::string& field : {user, account.event, account.archive, account.what}) {
+  for (const std::string& field : {userOf(account), account.event, account.archive, account.what}) {
     line += '\t' + plainText(field);
   }
   const auto path = systemPath(journal.text);
@@ -42,6 +44,26 @@ void writeJournal(const Account& account) {
       path && client().permits("JOURNAL", journal) &&
       os::appendToFile(path->c_str(), line + "\n", isJournal) == os::FileResult::kDone;
   if (!isWritten) client().message(TRVS_NO_JOURNAL);
+}
+
+}  // namespace
+
+Account News::accountOf(const Event& event) const {
+  return {event.name, names.archive, names.workfile, event.what, user};
+}
+
+void News::tell() const noexcept {
+  for (const Event& event : events) {
+    if (!attempt([&] { writeJournal(journal, accountOf(event)); })) {
+      attempt([] { client().message(TRVS_NO_JOURNAL); });
+    }
+    attempt([&] {
+      const auto command = commandsAfter.find(event.name);
+      if (command == commandsAfter.end()) return;
+      static_cast<void>(runTrigger(command->second, accountOf({"POST" + event.name, event.what})));
+    });
+    attempt([&] { client().done(event.name, names.archive, names.workfile, event.what); });
+  }
 }
 
 TrvsStatus findTrigger(const std::string& event, std::string* command) {
@@ -57,7 +79,7 @@ TrvsStatus runTrigger(const std::string& command, const Account& account) {
                                                            {"BTKF_ARCHIVE", account.archive},
                                                            {"BTKF_WORKFILE", account.workfile},
                                                            {"BTKF_WHAT", account.what},
-                                                           {"BTKF_USER", userId().value_or("")}});
+                                                           {"BTKF_USER", userOf(account)}});
   constexpr int kNoSuchCommand = 127;
   if (!code || *code == kNoSuchCommand) return TRVS_TRIGGER_FAILED;
   return *code == 0 ? TRVS_DONE : TRVS_TRIGGER_REFUSED;

@@ -1,23 +1,47 @@
-// btkf520/operations/journal.h: the journal and the event triggers of the configuration.
+// btkf520/operations/journal.h: the journal and the event triggers of the configuration, and all
+// others who learn what is done.
 #pragma once
 
+#include <map>
 #include <string>
+#include <vector>
 
 #include "btkf520/btkf520.h"
+#include "btkf520/configuration/configuration.h"
+#include "btkf520/operations/names.h"
 
 namespace btkf {
 
-// What is done to which archive; by whom, the surroundings know.
+// What an operation did, for triggers, the journal and the client.
+struct Event {
+  std::string name;  // Upper case; such as "CHECKIN".
+  std::string what;  // A revision, a label, a group; may be empty.
+};
+
+// What is done to which archive.
 struct Account {
   std::string event;
   std::string archive;   // Path texts.
   std::string workfile;  // May be empty.
   std::string what;
+  std::string user;  // Empty: the present one, who is asked for only if need be.
 };
 
-// Adds a line to the journal, if there is one. What was done is done: a journal that can't be
-// written, or may not be, fails nothing, and the client is told.
-void writeJournal(const Account& account);
+// What is told when an operation is done, which may be later: by then the configuration may be
+// another one.
+struct News {
+  Target names;
+  std::string user;  // As in Account.
+  Demand journal;
+  std::map<std::string, std::string> commandsAfter;  // Of triggers, by event.
+  std::vector<Event> events;
+
+  // Tells the journal, the triggers after the events, and the client. What is done is done,
+  // whatever they say: neither memory that is short nor a function of the client that throws ends
+  // this.
+  void tell() const noexcept;
+  Account accountOf(const Event& event) const;
+};
 
 // Fills *command with what to run at `event`, such as "PRECHECKIN", empty for nothing.
 // TRVS_TRIGGER_FAILED if neither the file that says so nor the client lets it run.

@@ -19,10 +19,12 @@ std::string archiveName(std::string_view workfile) {
   return std::string(name) + configuration().archiveSuffix(extension);
 }
 
+// An archive that a batch is making counts.
 bool isFile(std::string_view text) {
   const auto path = systemPath(std::string(text));
-  const auto status = path ? statusAt(*path) : std::nullopt;
-  return status && status->isRegular;
+  if (!path) return false;
+  const auto status = statusAt(*path);
+  return status ? status->isRegular : Surroundings::current().batch().hasWaiting(*path);
 }
 
 // Whether a "(" was found at `at`, and something before it.
@@ -73,7 +75,7 @@ std::string archivePathText(std::string_view workfile) {
   for (const std::string& directory : directories) {
     const std::string text = joined(directory, name);
     const auto path = systemPath(text);
-    if (path && statusAt(*path)) return text;
+    if (path && (statusAt(*path) || isFile(text))) return text;
   }
   return directories.empty() ? name : joined(directories.front(), name);
 }

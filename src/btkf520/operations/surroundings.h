@@ -10,6 +10,7 @@
 #include "btkf520/btkf520.h"
 #include "btkf520/configuration/configuration.h"
 #include "btkf520/configuration/configurationreader.h"
+#include "btkf520/operations/batch.h"
 #include "btkf520/operations/client.h"
 #include "os/trust.h"
 
@@ -28,6 +29,8 @@ class Surroundings final : private ConfigurationHost {
 
   const Configuration& configuration() const { return configuration_; }
   Client& client() { return client_; }
+  // What it has waiting goes unpromised with the state.
+  Batch& batch() { return batch_; }
   void registerPathResolver(TrvsPathResolver resolver) { resolver_ = resolver; }
 
   // Of contents, in bytes. What a load reads has no say in it.
@@ -55,6 +58,7 @@ class Surroundings final : private ConfigurationHost {
 
   Configuration configuration_;
   Client client_;
+  Batch batch_;
   TrvsPathResolver resolver_ = nullptr;
   os::Trusted trusted_ = os::Trusted::kRootAndUser;
   uint64_t largestContent_ = std::numeric_limits<uint64_t>::max();

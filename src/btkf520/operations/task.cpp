@@ -18,16 +18,7 @@ namespace {
 constexpr int kMostRetries = 50;
 constexpr unsigned kPause = 100;  // Milliseconds.
 
-// Whether the step ran to its end.
-template <typename Step>
-bool attempt(const Step& step) noexcept {
-  try {
-    step();
-    return true;
-  } catch (...) {
-    return false;
-  }
-}
+Batch& batch() { return Surroundings::current().batch(); }
 
 }  // namespace
 
@@ -63,65 +54,55 @@ TrvsStatus Task::openNew(const char* archive, const char* workfile) {
   if (archive == nullptr || workfile == nullptr) return TRVS_MISUSE;
   const std::string_view name = fileName(workfile);
   if (fileName(archive).empty() || name.empty() || !isWorkfileName(name)) return TRVS_BAD_NAME;
-  names_ = {archive, workfile};
-  const auto path = systemPath(names_.archive);
+  news_.names = {archive, workfile};
+  const auto path = systemPath(news_.names.archive);
   if (!path) return TRVS_BAD_NAME;
   path_ = *path;
+  if (batch().hasWaiting(path_)) batch().endPart();
   if (const TrvsStatus status = findUser()) return status;
   if (const TrvsStatus status = ask("CREATE")) return status;
   archive_ = Archive::forNew(path_);
   return client().goOn();
 }
 
-TrvsStatus Task::commit(const Event& event) {
-  if (const TrvsStatus status = store()) return status;
-  announce(event);
-  return TRVS_DONE;
+void Task::expect(std::vector<Event> events) {
+  news_.events = std::move(events);
+  news_.journal = configuration().journal();
 }
 
-TrvsStatus Task::store() {
-  if (const TrvsStatus status = archive_->commit(std::move(model))) return status;
-  close();  // Triggers find it free.
-  return TRVS_DONE;
-}
-
-bool Task::takeBack(ArchiveModel before) noexcept {
-  TrvsStatus status = TRVS_NO_MEMORY;
-  attempt([&] { status = archive_->commit(std::move(before)); });
-  return status == TRVS_DONE;
-}
-
-void Task::announce(const Event& event) const noexcept {
-  if (!attempt([&] { writeJournal(accountOf(event)); })) warn(TRVS_NO_JOURNAL);
-  // It is done, whatever the trigger says.
-  attempt([&] {
-    const auto found = triggersAfter_.find(event.name);
-    if (found == triggersAfter_.end()) return;
-    static_cast<void>(runTrigger(found->second, accountOf({"POST" + event.name, event.what})));
-  });
-  attempt([&] { client().done(event.name, names_.archive, names_.workfile, event.what); });
-}
-
-void Task::warn(TrvsStatus code) const noexcept {
-  attempt([code] { client().message(code); });
+TrvsStatus Task::commitAll(std::vector<Event> events, WrittenChange::Sequel sequel) {
+  const bool waits = batch().isOpen();
+  expect(std::move(events));
+  if (waits) batch().reserve(path_);
+  WrittenChange written;
+  written.sequel = std::move(sequel);
+  if (const TrvsStatus status = archive_->begin(std::move(model), &written.change)) return status;
+  written.news = std::move(news_);
+  archive_.reset();
+  if (waits) {
+    batch().add(std::move(written));
+    return TRVS_DONE;
+  }
+  if (const TrvsStatus status = written.change->finish()) return status;
+  written.settle();
+  written.tell();
+  return written.outcome.status;
 }
 
 TrvsStatus Task::ask(const std::string& event, const std::string& what) {
   const std::string before = "PRE" + event;
   std::string command;
   if (const TrvsStatus status = findTrigger(before, &command)) return status;
-  if (const TrvsStatus status = findTrigger("POST" + event, &triggersAfter_[event])) return status;
-  return runTrigger(command, accountOf({before, what}));
-}
-
-Account Task::accountOf(const Event& event) const {
-  return {event.name, names_.archive, names_.workfile, event.what};
+  if (const TrvsStatus status = findTrigger("POST" + event, &news_.commandsAfter[event]))
+    return status;
+  return runTrigger(command, news_.accountOf({before, what}));
 }
 
 TrvsStatus Task::findWorkfile(std::string* path) {
-  if (names_.workfile.empty()) names_.workfile = model.workName;
-  if (fileName(names_.workfile).empty()) return TRVS_BAD_NAME;
-  auto found = systemPath(names_.workfile);
+  std::string& workfile = news_.names.workfile;
+  if (workfile.empty()) workfile = model.workName;
+  if (fileName(workfile).empty()) return TRVS_BAD_NAME;
+  auto found = systemPath(workfile);
   if (!found) return TRVS_BAD_NAME;
   if (os::isSameFile(*found, path_)) return TRVS_SAME_NAMES;
   *path = std::move(*found);
@@ -130,41 +111,45 @@ TrvsStatus Task::findWorkfile(std::string* path) {
 
 TrvsStatus Task::findArchive(const char* target) {
   if (target == nullptr) return TRVS_MISUSE;
-  names_ = Target::parse(target);
-  if (fileName(names_.archive).empty()) return TRVS_BAD_NAME;
-  auto path = systemPath(names_.archive);
+  news_.names = Target::parse(target);
+  if (fileName(archiveText()).empty()) return TRVS_BAD_NAME;
+  auto path = systemPath(archiveText());
   if (!path) return TRVS_BAD_NAME;
   path_ = std::move(*path);
+  if (batch().hasWaiting(path_)) batch().endPart();  // The client sees what it has changed.
   return TRVS_DONE;
 }
 
 TrvsStatus Task::findUser() {
   auto user = userId();
   if (!user) return TRVS_NO_USER_ID;
-  user_ = std::move(*user);
+  news_.user = std::move(*user);
   return TRVS_DONE;
 }
 
 // The owner is never locked out.
 TrvsStatus Task::checkAccess() const {
   const std::vector<std::string>& list = model.accessList;
-  const bool isAllowed = list.empty() || user_ == model.owner ||
-                         std::find(list.begin(), list.end(), user_) != list.end();
+  const bool isAllowed = list.empty() || user() == model.owner ||
+                         std::find(list.begin(), list.end(), user()) != list.end();
   return isAllowed ? TRVS_DONE : TRVS_NO_ACCESS;
 }
 
 void Task::tellOfLink() const {
   os::Place unused;
   if (os::Place::find(path_, &unused) != os::FileResult::kForeignLink) return;
-  client().text(names_.archive + " is a link of another user to a file that is not his");
+  client().text(archiveText() + " is a link of another user to a file that is not his");
 }
 
 TrvsStatus Task::openPatiently() {
   for (int tries = 0;; ++tries) {
-    const TrvsStatus status = Archive::openToUpdate(path_, &archive_);
+    TrvsStatus status = Archive::openToUpdate(path_, &archive_);
+    // Who waits holds nothing that another may wait for; and open files may have run short.
+    const bool mayHelp = status == TRVS_IN_USE || status == TRVS_CANNOT_OPEN;
+    if (mayHelp && batch().endPart()) status = Archive::openToUpdate(path_, &archive_);
     if (status == TRVS_CANNOT_OPEN) tellOfLink();
     if (status != TRVS_IN_USE || tries == kMostRetries) return status;
-    if (!client().retries(TRVS_BUSY_ARCHIVE, names_.archive)) return status;
+    if (!client().retries(TRVS_BUSY_ARCHIVE, archiveText())) return status;
     client().idle();
     os::sleepMilliseconds(kPause);
   }

@@ -7,24 +7,18 @@
 //
 // What all operations have in common stands here: names become paths, the client may stop, a busy
 // archive is tried again as long as the client likes, the access list is asked, the event triggers
-// run, and the journal is written.
+// run, and the journal is written. In a batch a commit only writes: the rest follows later.
 #pragma once
 
-#include <map>
 #include <memory>
 #include <string>
+#include <vector>
 
 #include "btkf520/archive/archive.h"
+#include "btkf520/operations/batch.h"
 #include "btkf520/operations/journal.h"
-#include "btkf520/operations/names.h"
 
 namespace btkf {
-
-// What an operation did, for triggers, the journal and the client.
-struct Event {
-  std::string name;  // Upper case; such as "CHECKIN".
-  std::string what;  // A revision, a label, a group; may be empty.
-};
 
 class Task {
  public:
@@ -45,19 +39,15 @@ class Task {
   // For an archive that isn't there yet.
   [[nodiscard]] TrvsStatus openNew(const char* archive, const char* workfile);
 
-  // Makes the archive say what `model` says, which is gone then, closes it, and tells everybody
-  // about it.
-  [[nodiscard]] TrvsStatus commit(const Event& event);
-  // The same in steps, for operations that do more in between. What is done is done: once the
-  // archive says it, nothing fails the operation, neither memory that is short nor a function of
-  // the client that throws.
-  [[nodiscard]] TrvsStatus store();
-  // Makes the archive, which is still open, say `before` again. Whether that worked.
-  [[nodiscard]] bool takeBack(ArchiveModel before) noexcept;
-  void close() { archive_.reset(); }
-  void announce(const Event& event) const noexcept;
-  // Tells the client of something that went wrong afterwards.
-  void warn(TrvsStatus code) const noexcept;
+  // Makes the archive say what `model` says, closes it, does what is to follow, which may outlive
+  // this, and tells everybody about it. The task is over then. What is done is done: once the
+  // archive says it, nothing fails the operation but the sequel's own status.
+  [[nodiscard]] TrvsStatus commitAll(std::vector<Event> events,
+                                     WrittenChange::Sequel sequel = nullptr);
+  [[nodiscard]] TrvsStatus commit(const Event& event) { return commitAll({event}); }
+  // The same in two steps for an operation that doesn't change the archive: the first may throw.
+  void expect(std::vector<Event> events);
+  void tell() const noexcept { news_.tell(); }
   // Asks the trigger before an event, and before that whether those before and after it may run:
   // TRVS_TRIGGER_REFUSED or TRVS_TRIGGER_FAILED.
   [[nodiscard]] TrvsStatus ask(const std::string& event, const std::string& what = "");
@@ -71,24 +61,21 @@ class Task {
 
   Archive& archive() { return *archive_; }
   const Archive& archive() const { return *archive_; }
-  const std::string& archiveText() const { return names_.archive; }
-  const std::string& workfileText() const { return names_.workfile; }
+  const std::string& archiveText() const { return news_.names.archive; }
+  const std::string& workfileText() const { return news_.names.workfile; }
   const std::string& archivePath() const { return path_; }
-  const std::string& user() const { return user_; }  // After openToUpdate() and openNew().
+  const std::string& user() const { return news_.user; }  // After openToUpdate() and openNew().
 
   ArchiveModel model;  // A copy to be changed.
 
  private:
-  Account accountOf(const Event& event) const;
   [[nodiscard]] TrvsStatus findArchive(const char* target);
   [[nodiscard]] TrvsStatus findUser();
   void tellOfLink() const;
   [[nodiscard]] TrvsStatus openPatiently();
 
-  Target names_;
+  News news_;
   std::string path_;
-  std::string user_;
-  std::map<std::string, std::string> triggersAfter_;  // By event: the command that may run then.
   std::unique_ptr<Archive> archive_;
 };
 

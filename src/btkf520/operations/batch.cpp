@@ -1,0 +1,141 @@
+// btkf520/operations/batch.cpp: how a part of a batch ends.
+#include "btkf520/operations/batch.h"
+
+#include <utility>
+
+#include "btkf520/operations/attempt.h"
+#include "btkf520/operations/surroundings.h"
+#include "btkf520/operations/workfile.h"
+#include "os/directory.h"
+#include "os/syncs.h"
+
+namespace btkf {
+namespace {
+
+constexpr size_t kMostChanges = 256;
+
+using Part = std::vector<WrittenChange>;
+using Rest = ArchiveChange::Rest;
+
+// False also if there is no memory for it.
+template <typename Fill>
+bool syncAll(const Fill& fill) noexcept {
+  bool isDone = false;
+  attempt([&] {
+    os::Syncs syncs;
+    fill(&syncs);
+    isDone = syncs.run();
+  });
+  return isDone;
+}
+
+void fail(WrittenChange* written, TrvsStatus status) {
+  written->change->giveUp();
+  written->outcome = {status, false};
+}
+
+void syncWritten(Part* part) {
+  const bool isDone = syncAll([part](os::Syncs* syncs) {
+    for (const WrittenChange& each : *part) syncs->addFile(each.change->file());
+  });
+  for (WrittenChange& each : *part) {
+    if (!isDone) fail(&each, TRVS_CANNOT_WRITE);
+  }
+}
+
+void conclude(Part* part) {
+  for (WrittenChange& each : *part) {
+    if (!each.outcome.isKept) continue;
+    TrvsStatus status = TRVS_NO_MEMORY;
+    attempt([&] { status = each.change->conclude(); });
+    if (status != TRVS_DONE) fail(&each, status);
+  }
+}
+
+// A name that can't be synced is nothing that could be taken back.
+void syncRest(Part* part) {
+  const bool isDone = syncAll([part](os::Syncs* syncs) {
+    for (const WrittenChange& each : *part) {
+      if (!each.outcome.isKept) continue;
+      const ArchiveChange& change = *each.change;
+      if (change.rest() == Rest::kFile) syncs->addFile(change.file());
+      if (change.rest() == Rest::kName) syncs->addName(change.file());
+    }
+  });
+  for (WrittenChange& each : *part) {
+    if (isDone || !each.outcome.isKept) continue;
+    if (each.change->rest() == Rest::kFile) fail(&each, TRVS_CANNOT_WRITE);
+    if (each.change->rest() == Rest::kName) each.change->file().syncName();
+  }
+}
+
+}  // namespace
+
+void WrittenChange::settle() noexcept {
+  if (outcome.isKept && sequel) attempt([this] { outcome = sequel(*change); });
+  sequel = nullptr;
+  change.reset();
+}
+
+void WrittenChange::tell() const noexcept {
+  if (outcome.isKept) news.tell();
+}
+
+TrvsStatus Batch::begin() {
+  if (isOpen_) return TRVS_MISUSE;
+  firstFailure_ = TRVS_DONE;
+  isOpen_ = true;
+  return TRVS_DONE;
+}
+
+TrvsStatus Batch::end() noexcept {
+  if (!isOpen_) return TRVS_MISUSE;
+  endPart();
+  isOpen_ = false;
+  return firstFailure_;
+}
+
+void Batch::reserve(const std::string& path) {
+  waiting_.reserve(kMostChanges);
+  keys_.insert(keyOf(path));
+}
+
+void Batch::add(WrittenChange written) noexcept {
+  waiting_.push_back(std::move(written));
+  const bool isFull =
+      waiting_.size() == kMostChanges || waiting_.back().change->file().isAmongLast();
+  if (isFull) endPart();
+}
+
+bool Batch::hasWaiting(const std::string& path) const {
+  return !waiting_.empty() && keys_.contains(keyOf(path));
+}
+
+// What callbacks and triggers do meanwhile finds no part any more.
+bool Batch::endPart() noexcept {
+  if (waiting_.empty()) return false;
+  Part part = std::exchange(waiting_, {});
+  keys_.clear();
+  syncWritten(&part);
+  conclude(&part);
+  syncRest(&part);
+  for (WrittenChange& each : part) each.settle();
+  for (const WrittenChange& each : part) {
+    each.tell();
+    const TrvsStatus status = each.outcome.status;
+    if (status == TRVS_DONE) continue;
+    if (firstFailure_ == TRVS_DONE) firstFailure_ = status;
+    attempt(
+        [&] { client().undone(each.news.names.archive, each.news.events.front().name, status); });
+  }
+  return true;
+}
+
+Batch::Key Batch::keyOf(const std::string& path) {
+  if (const auto file = statusAt(path)) return {file->identity.device, file->identity.inode, ""};
+  const auto directory = statusAt(os::parentOf(path));
+  if (!directory) return {0, 0, path};
+  return {directory->identity.device, directory->identity.inode, path.substr(path.rfind('/') + 1)};
+}
+
+}  // namespace btkf

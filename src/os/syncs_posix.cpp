@@ -1,0 +1,72 @@
+// os/syncs_posix.cpp: when Linux is asked to sync a whole file system.
+#include <linux/magic.h>
+#include <sys/stat.h>
+#include <sys/utsname.h>
+#include <sys/vfs.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cstdio>
+#include <iterator>
+
+#include "os/calls_posix.h"
+#include "os/syncs.h"
+
+namespace os {
+namespace {
+
+constexpr size_t kMany = 4;
+
+// From 5.8 on syncfs() tells of what could not be written.
+bool tellsFailures() {
+  utsname system;
+  int major = 0, minor = 0;
+  return ::uname(&system) == 0 && std::sscanf(system.release, "%d.%d", &major, &minor) == 2 &&
+         (major > 5 || (major == 5 && minor >= 8));
+}
+
+// One that lies over others, or on another machine, may do less than it says.
+bool isKnown(int file) {
+  constexpr unsigned long kXfs = 0x58465342;
+  constexpr unsigned long kKnown[] = {EXT4_SUPER_MAGIC, kXfs,        BTRFS_SUPER_MAGIC,
+                                      F2FS_SUPER_MAGIC, TMPFS_MAGIC, RAMFS_MAGIC};
+  struct statfs status;
+  return uninterrupted([&] { return ::fstatfs(file, &status); }) == 0 &&
+         std::find(std::begin(kKnown), std::end(kKnown),
+                   static_cast<unsigned long>(status.f_type)) != std::end(kKnown);
+}
+
+}  // namespace
+
+void Syncs::addFile(const File& file) {
+  waiting_[file.status().identity.device].files.push_back(&file);
+}
+
+void Syncs::addName(const File& file) {
+  struct stat directory;
+  if (uninterrupted([&] { return ::fstat(file.place().directory(), &directory); }) != 0) {
+    file.syncName();
+    return;
+  }
+  waiting_[file.status().identity.device].directories.emplace(directory.st_ino, &file);
+}
+
+// The failure of another's file is one too: then each of ours says how it stands.
+bool Syncs::isSyncedAtOnce(const Waiting& waiting) {
+  static const bool areFailuresTold = tellsFailures();
+  const int file = waiting.any().descriptor_;
+  return areFailuresTold && waiting.count() >= kMany && isKnown(file) &&
+         uninterrupted([=] { return ::syncfs(file); }) == 0;
+}
+
+bool Syncs::run() const {
+  bool isDone = true;
+  for (const auto& [device, waiting] : waiting_) {
+    if (isSyncedAtOnce(waiting)) continue;
+    for (const File* file : waiting.files) isDone = file->sync() && isDone;
+    for (const auto& [directory, file] : waiting.directories) file->syncName();
+  }
+  return isDone;
+}
+
+}  // namespace os
