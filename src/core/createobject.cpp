@@ -5,19 +5,13 @@
 
 namespace foldapi {
 
-TVHandle createObject(const VClassRecord* record, const TVHandle& parentHandle,
-                      const TVCreateOptions& options, const TVMakeObject& make) {
-  TVHandle parent(parentHandle);
-  TVObject* owner = parent.object();
-  const int version = options.version != 0 ? options.version : parent.version();
-  TVFolderOptions* rules = TVFolderOptions::lookup(record, version);
-  if (rules == nullptr || !rules->isAllowedUnder(parent, options.version)) return TVHandle();
-  TVUseScope use(owner, parent);
-  TVScopedEdit edit(options.scope, parent);
-  if (!edit.taken() || (owner != nullptr && owner->isDeleted())) return TVHandle();
+namespace {
 
-  TVHandle result = options.context(parent);
-  std::unique_ptr<TVObject> fresh = make(*rules, result, owner, options.caching);
+// One object under `owner`, which is in use and edited.
+TVHandle createUnder(TVObject* owner, TVFolderOptions& rules, const TVHandle& context,
+                     TVCaching caching, const TVMakeObject& make) {
+  TVHandle result = context;
+  std::unique_ptr<TVObject> fresh = make(rules, result, owner, caching);
   if (fresh == nullptr) return TVHandle();
   bool known = false;
   result.attach(TVObject::mergeIntoCache(std::move(fresh), &known));
@@ -38,6 +32,31 @@ TVHandle createObject(const VClassRecord* record, const TVHandle& parentHandle,
   }
   takeBack();
   return TVHandle();
+}
+
+}  // namespace
+
+std::vector<TVHandle> createObjects(const VClassRecord* record, const TVHandle& parentHandle,
+                                    const TVCreateOptions& options,
+                                    const std::vector<TVMakeObject>& makes) {
+  std::vector<TVHandle> results(makes.size());
+  TVHandle parent(parentHandle);
+  TVObject* owner = parent.object();
+  const int version = options.version != 0 ? options.version : parent.version();
+  TVFolderOptions* rules = TVFolderOptions::lookup(record, version);
+  if (rules == nullptr || !rules->isAllowedUnder(parent, options.version)) return results;
+  TVUseScope use(owner, parent);
+  TVScopedEdit edit(options.scope, parent);
+  if (!edit.taken() || (owner != nullptr && owner->isDeleted())) return results;
+  for (size_t i = 0; i < makes.size(); ++i) {
+    results[i] = createUnder(owner, *rules, options.context(parent), options.caching, makes[i]);
+  }
+  return results;
+}
+
+TVHandle createObject(const VClassRecord* record, const TVHandle& parent,
+                      const TVCreateOptions& options, const TVMakeObject& make) {
+  return createObjects(record, parent, options, {make}).front();
 }
 
 bool isStorableText(TVHandle& context, std::string_view text, std::string_view refused) {

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <functional>
+#include <vector>
 
 #include "core/folderoptions.h"
 #include "core/handle.h"
@@ -33,6 +34,12 @@ using TVMakeObject = std::function<std::unique_ptr<TVObject>(
 // that.
 TVHandle createObject(const VClassRecord* record, const TVHandle& parent,
                       const TVCreateOptions& options, const TVMakeObject& make);
+
+// Creates many by one edit of the parent: a handle for each of `makes`. What can't be made is left
+// out; where a record can't be written none is stored.
+std::vector<TVHandle> createObjects(const VClassRecord* record, const TVHandle& parent,
+                                    const TVCreateOptions& options,
+                                    const std::vector<TVMakeObject>& makes);
 
 // Whether a text may go into a name or a directory. The data files have no way to hold a line end,
 // nor, where the text stands in a section line, what ends it there: that is `refused`. Reports a

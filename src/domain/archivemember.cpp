@@ -367,17 +367,31 @@ void TVArchiveMemberHandle::setArchivePath(const VPathString& path) {
   setName(&TVMemberNames::archivePath, &TVArchiveMember::setArchivePath, path, kEndsSectionField);
 }
 
+std::vector<TVArchiveMemberHandle> TVArchiveMemberHandle::createAll(
+    const std::vector<TVMemberNames>& all, const TVHandle& parent, const TVCreateOptions& options) {
+  TVHandle context = options.context(parent);
+  std::vector<TVArchiveMemberHandle> results(all.size());
+  std::vector<size_t> places;
+  std::vector<TVMakeObject> makes;
+  for (size_t i = 0; i < all.size(); ++i) {
+    const TVMemberNames& names = all[i];
+    if (!names.areStorable(context)) continue;
+    places.push_back(i);
+    makes.push_back([&names](TVFolderOptions& rules, TVHandle& result, TVObject* owner,
+                             TVCaching caching) {
+      return static_cast<TVArchiveMemberOptions&>(rules).makeObject(names, result, owner, caching);
+    });
+  }
+  if (makes.empty()) return results;
+  const auto made = createObjects(&TVArchiveMember::theClass, parent, options, makes);
+  for (size_t i = 0; i < made.size(); ++i) results[places[i]] = TVArchiveMemberHandle(made[i]);
+  return results;
+}
+
 TVArchiveMemberHandle TVArchiveMemberHandle::create(const TVMemberNames& names,
                                                     const TVHandle& parent,
                                                     const TVCreateOptions& options) {
-  TVHandle context = options.context(parent);
-  if (!names.areStorable(context)) return TVArchiveMemberHandle();
-  return TVArchiveMemberHandle(createObject(
-      &TVArchiveMember::theClass, parent, options,
-      [&](TVFolderOptions& rules, TVHandle& result, TVObject* owner, TVCaching caching) {
-        return static_cast<TVArchiveMemberOptions&>(rules).makeObject(names, result, owner,
-                                                                      caching);
-      }));
+  return createAll({names}, parent, options).front();
 }
 
 }  // namespace foldapi

@@ -134,6 +134,11 @@ class TVArchiveMemberHandle : public TVHandle {
 
   static TVArchiveMemberHandle create(const TVMemberNames& names, const TVHandle& parent,
                                       const TVCreateOptions& options = {});
+  // The same for many by one edit of the parent's data file; a handle for each. See
+  // createObjects().
+  static std::vector<TVArchiveMemberHandle> createAll(const std::vector<TVMemberNames>& all,
+                                                      const TVHandle& parent,
+                                                      const TVCreateOptions& options = {});
 
  private:
   template <typename Value>

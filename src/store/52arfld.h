@@ -6,6 +6,7 @@
 #pragma once
 
 #include <memory>
+#include <vector>
 
 #include "btkf520/btkf520.h"
 #include "domain/archivefolder.h"
@@ -87,6 +88,14 @@ class TVArchiveMember52 : public TVArchiveMember {
   // kResultFailed also where another member of the folder has these names.
   int computeArchiveName(TVHandle& context);
 
+  // A member that is to have its record under these names.
+  struct Unstored {
+    TVArchiveMember52* member;
+    TVMemberNames names;
+  };
+  // Stores members in a folder by one edit of it. kResultDone or kResultNotWritten.
+  static int storeIn(TVObject* folder, TVHandle& context, const std::vector<Unstored>& members);
+
   // From the archive's summary.
   int GetCreationTime(TVHandle& context, uint32_t* out) override;
   int GetFileTime(TVHandle& context, uint32_t* out) override;
@@ -115,7 +124,6 @@ class TVArchiveMember52 : public TVArchiveMember {
   static int takeLocks(TVHandle& context, const Target& target, bool wantsRevision,
                        VString* revision);
   int computeNames(TVHandle& context, TVMemberNames* names) const;
-  int storeIn(TVObject* folder, TVHandle& context, const TVMemberNames& wanted);
   int writeRecord(TVObject* folder, TVHandle& folderHandle, const TVMemberNames& wanted);
   void forgetTrunk();
   static void giveBack(TrvsRevTree* tree);

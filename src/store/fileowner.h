@@ -14,6 +14,7 @@
 #include "core/optionarray.h"
 #include "core/result.h"
 #include "store/52data.h"
+#include "store/archivebatch.h"
 #include "toolkit/messages.h"
 
 namespace foldapi {
@@ -56,6 +57,19 @@ class TVFileOwner52 : public Base {
       if (files_.hasChanged(side, lock == nullptr ? nullptr : &writerOf(*lock))) return true;
     }
     return false;
+  }
+  // A broadcast is one batch.
+  int archiveAction1(TVHandle& context, TVGetOptions& options) override {
+    return inArchiveBatch(context, [&] { return Base::archiveAction1(context, options); });
+  }
+  int archiveAction2(TVHandle& context, TVPutOptions& options) override {
+    return inArchiveBatch(context, [&] { return Base::archiveAction2(context, options); });
+  }
+  int archiveAction3(TVHandle& context, TVUnlockOptions& options) override {
+    return inArchiveBatch(context, [&] { return Base::archiveAction3(context, options); });
+  }
+  int archiveAction4(TVHandle& context, TVPutOptions& options) override {
+    return inArchiveBatch(context, [&] { return Base::archiveAction4(context, options); });
   }
   // Writes the records into the owner's files. kResultDone or kResultNotWritten, after a report.
   int writeChild(TVHandle& context, TVStorageLock& ownerLock) override {

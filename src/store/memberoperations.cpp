@@ -3,6 +3,7 @@
 //
 // The toolkit is the judge of locks, promotion and the age of workfiles; its answer comes back as a
 // status. Brackets hold for the toolkit call alone: what follows may enter again.
+#include <algorithm>
 #include <memory>
 #include <new>
 #include <string>
@@ -15,6 +16,7 @@
 #include "os/file.h"
 #include "runtime/nativepath.h"
 #include "store/52arfld.h"
+#include "store/archivebatch.h"
 #include "store/ownplace.h"
 #include "toolkit/arguments.h"
 #include "toolkit/bracket.h"
@@ -237,7 +239,12 @@ int TVArchiveMember52::createArchive(TVHandle& context, const TVPutOptions& opti
   if (!about.archive.exists()) {
     if (const int result = makeArchive(context, about, options)) return result;
   }
-  return storeIn(folder, context, wanted);
+  // In a batch nobody knows yet.
+  if (TVArchiveBatch* const batch = TVArchiveBatch::current()) {
+    batch->storeLater(this, folder, wanted, about.archive);
+    return kResultDone;
+  }
+  return storeIn(folder, context, {{this, wanted}});
 }
 
 int TVArchiveMember52::makeArchive(TVHandle& context, const Target& target,
@@ -250,24 +257,38 @@ int TVArchiveMember52::makeArchive(TVHandle& context, const Target& target,
         nullIfEmpty(options.revision), nullIfEmpty(options.text2), nullIfEmpty(options.description),
         nullIfEmpty(options.text1), nullIfEmpty(options.promotionGroup), nullptr, 0, options.flags);
   }
+  if (status == TRVS_ARCHIVE_EXISTS) return kResultDone;  // Another was quicker.
   return reportToolkitStatus(context, status, target.archive.text());
 }
 
-// The folder is read again first, to be asked whether it has the record, and a member is known
+// The folder is read again first, to be asked whether it has the records, and a member is known
 // there by the names of its record.
-int TVArchiveMember52::storeIn(TVObject* folder, TVHandle& context, const TVMemberNames& wanted) {
-  if (isTransient()) setNames(wanted);
-  if (folder == nullptr || folder->isDeleted()) return kResultDone;
-  if (recordNames_ != nullptr && owner() == folder) setNames(*recordNames_);
-  recordNames_.reset();
+int TVArchiveMember52::storeIn(TVObject* folder, TVHandle& context,
+                               const std::vector<Unstored>& members) {
+  const bool isKept = folder != nullptr && !folder->isDeleted();
+  for (const auto& [member, names] : members) {
+    if (member->isTransient()) member->setNames(names);
+    if (!isKept || member->recordNames_ == nullptr) continue;
+    if (member->owner() == folder) member->setNames(*member->recordNames_);
+    member->recordNames_.reset();
+  }
+  if (!isKept) return kResultDone;
   TVHandle folderHandle(&context.sink(), folder);
   TVUseScope use(folder, folderHandle);
-  if (findMember(*folder, wanted) != nullptr) return kResultDone;
+  const auto isMissing = [folder](const Unstored& each) {
+    return findMember(*folder, each.names) == nullptr;
+  };
+  if (std::none_of(members.begin(), members.end(), isMissing)) return kResultDone;
   // The caller may hold the folder already, and then writes it at the end of its own edit.
   const bool isHeld = folder->storageLock() != nullptr;
   TVLockScope edit(isHeld ? theNullHandle() : folderHandle);
   if (folder->storageLock() == nullptr) return kResultNotWritten;
-  const int result = writeRecord(folder, folderHandle, wanted);
+  int result = kResultDone;
+  for (const Unstored& each : members) {
+    if (!isMissing(each)) continue;
+    const int written = each.member->writeRecord(folder, folderHandle, each.names);
+    if (result == kResultDone) result = written;
+  }
   const bool isStored = isHeld || folder->endEdit(folderHandle);
   return result == kResultDone && !isStored ? kResultNotWritten : result;
 }

@@ -62,12 +62,16 @@ TVToolkitSession& TVToolkitSession::Instance() {
 TVHandle& TVToolkitSession::Sink() const { return sink_ == nullptr ? theNullHandle() : *sink_; }
 
 // The wait only stops a bad nesting from going on: no callback calls an operation that enters.
-VBool TVToolkitSession::enter(TVHandle& context) {
+void TVToolkitSession::take(TVHandle& context) {
   while (busy_) std::atomic_signal_fence(std::memory_order_seq_cst);
   if (state_ == nullptr) makeState();
   exchangeStates();
   busy_ = true;
   sink_ = &context;
+}
+
+VBool TVToolkitSession::enter(TVHandle& context) {
+  take(context);
   try {
     load(context);
   } catch (...) {
@@ -75,6 +79,21 @@ VBool TVToolkitSession::enter(TVHandle& context) {
     throw;
   }
   return true;
+}
+
+// A batch needs no configuration: each change keeps what it needs of its own.
+void TVToolkitSession::beginBatch(TVHandle& context) {
+  take(context);
+  undone_.clear();
+  static_cast<void>(TrvsBeginBatch(TRVS_CONTEXT));
+  leave();
+}
+
+std::vector<UndoneChange> TVToolkitSession::endBatch(TVHandle& context) noexcept {
+  take(context);
+  static_cast<void>(TrvsEndBatch(TRVS_CONTEXT));
+  leave();
+  return std::exchange(undone_, {});
 }
 
 void TVToolkitSession::makeState() {

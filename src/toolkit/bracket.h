@@ -9,6 +9,9 @@
 // library then.
 #pragma once
 
+#include <cstdint>
+#include <string>
+#include <utility>
 #include <vector>
 
 #include "base/vbool.h"
@@ -17,6 +20,12 @@
 struct TrvsState;
 
 namespace foldapi {
+
+// A change of a batch that could not be brought to the disk: a path text and a toolkit status.
+struct UndoneChange {
+  std::string archive;
+  int32_t status;
+};
 
 class TVToolkitSession {
  public:
@@ -31,6 +40,12 @@ class TVToolkitSession {
   // Where callbacks report to: the context of the present bracket, else the null handle.
   TVHandle& Sink() const;
 
+  // Begins a batch of changes. What waits when it ends is told to `context`; the changes that
+  // failed since it began are given.
+  void beginBatch(TVHandle& context);
+  std::vector<UndoneChange> endBatch(TVHandle& context) noexcept;
+  void noteUndone(UndoneChange change) { undone_.push_back(std::move(change)); }
+
   // Keeps an error for the sink until the bracket is left.
   void tellLater(const VString& error) { errors_.push_back(error); }
   // In a bracket: puts the client's state in place, and the library's when called again.
@@ -39,6 +54,7 @@ class TVToolkitSession {
  private:
   TVToolkitSession() = default;
 
+  void take(TVHandle& context);
   void makeState();
   void load(TVHandle& context);
   bool isLoaded(const TVProjectConfig& project, const TVProjectConfig& root) const;
@@ -49,6 +65,7 @@ class TVToolkitSession {
   TVHandle* sink_ = nullptr;    // Not owned.
   TrvsState* state_ = nullptr;  // The one that isn't in place: the library's between brackets.
   std::vector<VString> errors_;
+  std::vector<UndoneChange> undone_;
 };
 
 // A bracket for the length of a block.

@@ -156,6 +156,15 @@ int32_t onTrigger(const char* event, const char* value) {
   return TRVS_REFUSE;
 }
 
+int32_t onUndone(const char* archive, const char* /*event*/, int32_t status) {
+  try {
+    TVToolkitSession::Instance().noteUndone({archive, status});
+    return TRVS_GO_ON;
+  } catch (...) {
+    return TRVS_REFUSE;
+  }
+}
+
 template <typename Function>
 void registerCallback(int32_t id, Function* callback) {
   TrvsRegisterCallback(id, reinterpret_cast<TrvsCallback>(reinterpret_cast<void (*)()>(callback)));
@@ -178,6 +187,7 @@ void RegisterToolkitCallbacks() {
   registerCallback(TRVS_CALLBACK_OPERATION, onNotifyFour);
   registerCallback(TRVS_CALLBACK_TEXT, onText);
   registerCallback(TRVS_CALLBACK_TRIGGER, onTrigger);
+  registerCallback(TRVS_CALLBACK_UNDONE, onUndone);
 }
 
 }  // namespace foldapi

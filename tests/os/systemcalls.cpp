@@ -97,11 +97,18 @@ ssize_t copy_file_range(int from, off64_t* begin, int to, off64_t* place, size_t
                 size, flags);
 }
 
+// These stand in front of shared libraries' calls as well.
+#pragma GCC visibility push(default)
 int fsync(int file) { return asInt(answer("fsync", file, nullptr, 0, SYS_fsync, file)); }
 
 int fdatasync(int file) {
   return asInt(answer("fdatasync", file, nullptr, 0, SYS_fdatasync, file));
 }
+
+int syncfs(int file) noexcept {
+  return asInt(answer("syncfs", file, nullptr, 0, SYS_syncfs, file));
+}
+#pragma GCC visibility pop
 
 int ftruncate(int file, off_t size) noexcept {
   return asInt(answer("ftruncate", file, nullptr, 0, SYS_ftruncate, file, size));
@@ -109,10 +116,6 @@ int ftruncate(int file, off_t size) noexcept {
 
 int fallocate(int file, int mode, off_t offset, off_t size) {
   return asInt(answer("fallocate", file, nullptr, mode, SYS_fallocate, file, mode, offset, size));
-}
-
-int syncfs(int file) noexcept {
-  return asInt(answer("syncfs", file, nullptr, 0, SYS_syncfs, file));
 }
 
 int flock(int file, int operation) noexcept {

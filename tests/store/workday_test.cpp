@@ -4,6 +4,7 @@
 
 #include "btkf520/btkf520.h"
 #include "core/result.h"
+#include "os/systemcalls.h"
 #include "store/storefixture.h"
 #include "support/limits.h"
 #include "toolkit/bracket.h"
@@ -198,6 +199,55 @@ TEST_F(Workday, KeepsToItsFilesWhileTheFolderIsReadAgain) {
   EXPECT_FALSE(VPathString(path("work/a.c")).exists()) << "checked in";
   EXPECT_TRUE(VPathString(path("vault/a.c_v")).exists());
   EXPECT_EQ(listing(control), "document vault|a.c_v||a.c\ndocument |||other.c\n");
+}
+
+// A broadcast is one batch and one edit of the folder. What can't be brought to the disk is told,
+// and leaves neither an archive nor a record.
+TEST_F(Workday, BroadcastsAreWrittenOnce) {
+  TVHandle control = folder("control", project_);
+  create_.promotionGroup = "dev";
+  std::vector<TVMemberNames> all;
+  for (const char* name : {"a.c", "b.c", "c]", "d.c", "e.c", "f.c"}) {
+    edit(name, "text\n");
+    all.push_back({"", "", "", name});
+  }
+  std::string written;
+  {
+    const os_test::SystemCalls calls;
+    const auto made = TVArchiveMemberHandle::createAll(all, control, {.sink = &sink});
+    written = calls.log("fsync");
+    for (size_t i = 0; i < all.size(); ++i) EXPECT_EQ(made[i].isNull(), i == 2);
+  }
+  EXPECT_EQ(written, "fsync control, fsync trvsfold.pub") << "made, and added to once";
+  const std::string before = listing(control);
+  told();
+  for (const bool fails : {true, false}) {
+    std::string renamed;
+    {
+      const os_test::SystemCalls calls([fails](const os_test::Call& call) {
+        const bool isArchive = call.path.find("_v") != std::string::npos;
+        const bool isSync = call.name == "syncfs" || (call.name == "fsync" && isArchive);
+        return fails && isSync ? EIO : 0;
+      });
+      EXPECT_EQ(control.archiveAction4(create_), fails ? kResultFailed : kResultDone);
+      renamed = calls.log("rename");
+    }
+    EXPECT_EQ(renamed, fails ? "" : "rename trvsfold.pub");
+    const std::string messages = told();
+    for (const char* name : {"a.c", "b.c", "d.c", "e.c", "f.c"}) {
+      const std::string archive = "vault/" + std::string(name) + "_v";
+      const std::string message = ToolkitMessage(TRVS_CANNOT_WRITE, archive.c_str()).str();
+      EXPECT_EQ(messages.find("notice " + message) != std::string::npos, fails) << name;
+      EXPECT_EQ(VPathString(path(archive)).exists(), !fails);
+      EXPECT_EQ(VPathString(path("work/" + std::string(name))).exists(), fails);
+    }
+    EXPECT_EQ(listing(control) == before, fails);
+  }
+  std::string stored;
+  for (const char name : {'a', 'b', 'd', 'e', 'f'}) {
+    stored += support::replaced("document vault|?.c_v||?.c\n", "?", std::string(1, name));
+  }
+  EXPECT_EQ(listing(control), stored);
 }
 
 // A failure in the middle doesn't end a broadcast; the user does.
