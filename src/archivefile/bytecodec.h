@@ -14,28 +14,48 @@ namespace archivefile {
 
 class ByteWriter {
  public:
+  // Room for as many bytes is made at once.
+  explicit ByteWriter(size_t expected = 0) : bytes_(expected, '\0') {}
+
   // The lower `width` bytes of `value`.
-  void putFixed(uint64_t value, int width) {
-    for (int shift = 8 * (width - 1); shift >= 0; shift -= 8) {
-      bytes_ += static_cast<char>(value >> shift & 0xFF);
-    }
+  void putFixed(uint64_t value, size_t width) {
+    char* const to = room(width);
+    for (size_t place = width; place-- > 0; value >>= 8) to[place] = static_cast<char>(value);
+    size_ += width;
   }
   void put(uint64_t value) {
-    for (; value >= 0x80; value >>= 7) bytes_ += static_cast<char>(value | 0x80);
-    bytes_ += static_cast<char>(value);
+    char* to = room(kLongestNumber);
+    for (; value >= 0x80; value >>= 7, ++size_) *to++ = static_cast<char>(value | 0x80);
+    *to = static_cast<char>(value);
+    ++size_;
   }
   // With its length ahead.
   void put(std::string_view text) {
     put(text.size());
-    bytes_ += text;
+    putRaw(text);
   }
-  void putRaw(std::string_view bytes) { bytes_ += bytes; }
+  void putRaw(std::string_view bytes) {
+    bytes.copy(room(bytes.size()), bytes.size());
+    size_ += bytes.size();
+  }
 
-  const std::string& bytes() const { return bytes_; }
-  std::string take() { return std::move(bytes_); }
+  std::string_view bytes() const { return {bytes_.data(), size_}; }
+  std::string take() {
+    bytes_.resize(size_);
+    return std::move(bytes_);
+  }
 
  private:
-  std::string bytes_;
+  static constexpr size_t kLongestNumber = 10;
+
+  // Where as many bytes may be put next.
+  char* room(size_t size) {
+    if (bytes_.size() - size_ < size) bytes_.resize(2 * bytes_.size() + size);
+    return bytes_.data() + size_;
+  }
+
+  std::string bytes_;  // Longer than what was put.
+  size_t size_ = 0;
 };
 
 // Reads from bytes that must outlive it. The first read of something that is not there fails, and
@@ -69,16 +89,17 @@ class ByteReader {
   // Fails for a number above `largest`, too.
   uint64_t number(uint64_t largest = UINT64_MAX) {
     uint64_t value = 0;
-    for (int shift = 0; shift < 64; shift += 7) {
-      const std::string_view byte = raw(1);
-      if (byte.empty()) return 0;
-      const uint64_t bits = static_cast<uint8_t>(byte[0]) & 0x7F;
+    size_t place = 0;
+    for (int shift = 0; shift < 64 && place < bytes_.size(); shift += 7) {
+      const auto byte = static_cast<uint8_t>(bytes_[place++]);
+      const uint64_t bits = byte & 0x7F;
       if (bits << shift >> shift != bits) break;
       value |= bits << shift;
-      if ((static_cast<uint8_t>(byte[0]) & 0x80) == 0) {
-        if (value <= largest) return value;
-        break;
+      if (byte < 0x80 && value <= largest) {
+        bytes_.remove_prefix(place);
+        return value;
       }
+      if (byte < 0x80) break;
     }
     fail();
     return 0;

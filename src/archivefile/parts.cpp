@@ -136,8 +136,7 @@ std::string encodeTail(std::string_view records, std::string_view before, EndRec
   after.putFixed(0 - blockSize, 4);
 
   Checksum proof;
-  for (const std::string_view bytes :
-       {before, std::string_view(to.bytes()), std::string_view(after.bytes())}) {
+  for (const std::string_view bytes : {before, to.bytes(), after.bytes()}) {
     proof.add(bytes);
   }
   record->proof = proof.value();

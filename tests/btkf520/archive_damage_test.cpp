@@ -284,7 +284,7 @@ TEST(ArchiveDamage, CostsNoMoreThanAFileCanHold) {
     record.partSize = (100 << 20) - 8 + records.size() + archivefile::kEndSize;
     const std::string tail = archivefile::encodeTail(records, {}, &record);
     std::ofstream(file.path(), std::ios::app)
-        << tail.substr(0, tail.size() - archivefile::kTrailerSize) + trailer.bytes();
+        << tail.substr(0, tail.size() - archivefile::kTrailerSize) + trailer.take();
     return readStatus(file, 0) == TRVS_NOT_AN_ARCHIVE;
   };
   const int failed = support::inProcess([&] {

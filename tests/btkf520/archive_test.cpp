@@ -151,6 +151,45 @@ TEST(ArchiveFile, StoresAPassageOnce) {
   EXPECT_LT(history.file().size(), 20000 + changes + 64 * 150);
 }
 
+// The cost of a change follows the change: most add to the file, and yet it stays small.
+TEST(ArchiveFile, GrowsByPartsAndStaysSmall) {
+  Contents random(9);
+  History history;
+  history.checkIn("1", random.bytes(500));
+  const size_t packed = history.file().size();
+  int rewrites = 0;
+  const auto isAppended = [&](const auto& change) {
+    const std::string before = history.file();
+    change();
+    return history.file().starts_with(before);
+  };
+  for (uint32_t minute = 0; minute < 100; ++minute) {
+    rewrites += !isAppended([&] {
+      history.change([=](ArchiveModel* model) {
+        model->trunk().tip()->locks = {{"ann", minute, std::string(minute % 7, 'n')}};
+      });
+    });
+    ASSERT_LE(history.file().size(), packed + 6000);
+  }
+  EXPECT_LE(rewrites, 8);
+
+  std::string wide = random.bytes(200 << 10);
+  for (const char* branch : {"1", "1.0.1", "1.0.2", "1.0.3", "1.0.4", "1.0.5", "1.0.6"}) {
+    history.checkIn(branch, wide = random.changed(random.bytes(200 << 10)));
+  }
+  EXPECT_TRUE(isAppended([&] { history.checkIn("1.0.7", wide); })) << "what is there stays";
+  EXPECT_TRUE(isAppended([&] { history.checkIn("1.0.1", wide); })) << "an eighth is replaced";
+  rewrites = 0;
+  for (int left = 8; left > 0; --left) {
+    rewrites += !isAppended([&] { history.checkIn("1.0.1", wide = random.changed(wide)); });
+  }
+  EXPECT_TRUE(rewrites > 1 && rewrites < 5) << rewrites;
+  history.expectWhole();
+  history.remove("1.0.2.0");
+  EXPECT_EQ(support::SlowArchive(history.file()).part, 0u) << "what was deleted is gone";
+  history.expectWhole();
+}
+
 TEST(ArchiveFile, KeepsWhatTheModelSays) {
   History history;
   for (const char* branch : {"1", "1", "1", "1.1.1", "1.1.1", "1.1.2", "1.1.1.1.1"}) {

@@ -508,7 +508,6 @@ TrvsStatus Archive::Impl::commit(ArchiveModel model) {
     purpose_ = Purpose::kUpdate;
   }
   reader_->file() = change->takeFile();
-  static_cast<void>(reader_->file().refresh());  // Its size is for failures to be told by.
   return status;
 }
 

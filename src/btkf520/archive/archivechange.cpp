@@ -40,7 +40,12 @@ const os::File& ArchiveChange::file() const {
   return done_.isOpen() ? done_ : sibling_.file();
 }
 
-os::File ArchiveChange::takeFile() { return std::move(done_.isOpen() ? done_ : held_); }
+// Of a file that has another size than it is thought to have nothing more may be changed.
+os::File ArchiveChange::takeFile() {
+  os::File file = std::move(done_.isOpen() ? done_ : held_);
+  if (file.isOpen() && !file.refresh()) file.close();
+  return file;
+}
 
 void ArchiveChange::hold(os::File old) {
   held_ = std::move(old);

@@ -15,6 +15,9 @@ using archivefile::ByteReader;
 using archivefile::ByteWriter;
 
 constexpr uint64_t kVersion = 2;
+// No revision, and no frame, takes fewer bytes.
+constexpr size_t kLeastRevision = 24;
+constexpr size_t kLeastFrame = 10;
 constexpr size_t kMostThings = 1 << 16;  // In any index, and kThingsPerByte more.
 
 void putTexts(ByteWriter* to, const std::vector<std::string>& texts) {
@@ -58,8 +61,8 @@ void putNumber(ByteWriter* to, const Number& number) {
 }
 
 Number getNumber(ByteReader* from) {
-  std::vector<uint32_t> components(from->count());
-  for (uint32_t& component : components) component = from->number32();
+  Number::Components components(from->count(), 0);
+  for (char32_t& component : components) component = from->number32();
   return Number(std::move(components));
 }
 
@@ -76,8 +79,8 @@ void putRevision(ByteWriter* to, const Revision& revision) {
   to->putFixed(revision.content.checksum, 8);
 }
 
-Revision getRevision(ByteReader* from) {
-  Revision revision;
+void getRevision(ByteReader* from, Branch* branch) {
+  Revision& revision = branch->revisions.emplace_back();
   revision.number = getNumber(from);
   revision.checkInTime = static_cast<PackedTime>(from->fixed(4));
   revision.workfileTime = static_cast<PackedTime>(from->fixed(4));
@@ -88,7 +91,6 @@ Revision getRevision(ByteReader* from) {
   revision.content.id = from->number32();
   revision.content.length = from->number();
   revision.content.checksum = from->fixed(8);
-  return revision;
 }
 
 void putBranch(ByteWriter* to, const Branch& branch) {
@@ -100,9 +102,9 @@ void putBranch(ByteWriter* to, const Branch& branch) {
 Branch getBranch(ByteReader* from) {
   Branch branch;
   branch.number = getNumber(from);
-  for (size_t left = from->count(); left > 0 && from->isGood(); --left) {
-    branch.revisions.push_back(getRevision(from));
-  }
+  const size_t count = from->count();
+  branch.revisions.reserve(std::min(count, from->left() / kLeastRevision));
+  for (size_t left = count; left > 0 && from->isGood(); --left) getRevision(from, &branch);
   return branch;
 }
 
@@ -223,6 +225,16 @@ bool parentsAreSound(const std::vector<Frame>& frames, const FramePlaces& places
   return aside.size() == frames.size();
 }
 
+// About as many bytes as an index takes, rather a few too many.
+size_t usualSize(const Index& index) {
+  size_t size = 256 + index.model.description.size() + 16 * index.frames.size();
+  index.model.forEachRevision([&](const Revision& each) {
+    size += 48 + each.author.size() + each.changeDescription.size();
+  });
+  for (const Label& label : index.model.labels) size += 8 + label.name.size();
+  return size;
+}
+
 }  // namespace
 
 FramePlaces::FramePlaces(const std::vector<Frame>& frames) {
@@ -255,7 +267,7 @@ std::optional<Place> FramePlaces::find(uint32_t content) const {
 }
 
 std::string encodeIndex(const Index& index) {
-  ByteWriter to;
+  ByteWriter to(usualSize(index));
   to.put(kVersion);
   putModel(&to, index.model);
   to.put(index.lastContent);
@@ -274,7 +286,9 @@ std::optional<Index> decodeIndex(std::string_view bytes, size_t storedSize) {
   Index index;
   index.model = getModel(&from);
   index.lastContent = from.number32(INT32_MAX);
-  for (size_t left = from.count(); left > 0 && from.isGood(); --left) {
+  const size_t count = from.count();
+  index.frames.reserve(std::min(count, from.left() / kLeastFrame));
+  for (size_t left = count; left > 0 && from.isGood(); --left) {
     index.frames.push_back(getFrame(&from, index.frames.empty() ? 0 : index.frames.back().end()));
   }
   if (!from.isGood() || !from.isAtEnd()) return {};

@@ -2,7 +2,6 @@
 #include "btkf520/archive/model.h"
 
 #include <algorithm>
-#include <set>
 
 namespace btkf {
 namespace {
@@ -63,7 +62,7 @@ bool areSoundLocks(const std::vector<Lock>& locks) {
 }
 
 bool isSoundNumber(const Number& number) {
-  const std::vector<uint32_t>& components = number.components();
+  const Number::Components& components = number.components();
   return !number.isEmpty() && components.size() <= Number::kMostComponents &&
          std::all_of(components.begin(), components.end(),
                      [](uint32_t value) { return value <= Number::kLargestComponent; });
@@ -76,8 +75,8 @@ bool isSoundRevision(const Revision& revision) {
 }
 
 bool standsOn(const Number& revision, const Number& branch) {
-  const std::vector<uint32_t>& own = revision.components();
-  const std::vector<uint32_t>& its = branch.components();
+  const Number::Components& own = revision.components();
+  const Number::Components& its = branch.components();
   if (own.size() == 2) return branch.isTrunk();
   return own.size() == its.size() + 1 && std::equal(its.begin(), its.end(), own.begin());
 }
@@ -138,7 +137,7 @@ std::vector<const Branch*> ArchiveModel::branchesAt(const Number& revision) cons
   auto branch = std::lower_bound(branches.begin(), branches.end(), revision, isBefore);
   const size_t depth = revision.components().size();
   for (; branch != branches.end(); ++branch) {
-    const std::vector<uint32_t>& components = branch->number.components();
+    const Number::Components& components = branch->number.components();
     if (components.size() <= depth ||
         !std::equal(revision.components().begin(), revision.components().end(),
                     components.begin())) {
@@ -183,13 +182,17 @@ bool ArchiveModel::isSound() const {
     if (!isFirst && (&branch)[-1].number >= branch.number) return false;
     if (!areSoundRevisions(branch, &contents)) return false;
   }
-  std::sort(contents.begin(), contents.end());
+  if (!std::is_sorted(contents.begin(), contents.end())) {
+    std::sort(contents.begin(), contents.end());
+  }
   if (std::adjacent_find(contents.begin(), contents.end()) != contents.end()) return false;
-  std::set<std::string_view> names;
-  return std::all_of(labels.begin(), labels.end(), [&](const Label& label) {
-    return isSoundName(label.name) && isSoundNumber(label.target) &&
-           names.insert(label.name).second;
-  });
+  std::vector<std::string_view> names;
+  for (const Label& label : labels) {
+    if (!isSoundName(label.name) || !isSoundNumber(label.target)) return false;
+    names.emplace_back(label.name);
+  }
+  std::sort(names.begin(), names.end());
+  return std::adjacent_find(names.begin(), names.end()) == names.end();
 }
 
 }  // namespace btkf

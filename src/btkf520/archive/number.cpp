@@ -18,7 +18,7 @@ std::optional<uint32_t> component(std::string_view text) {
 }  // namespace
 
 std::optional<Number> Number::parse(std::string_view text) {
-  std::vector<uint32_t> components;
+  Components components;
   for (;;) {
     const size_t dot = text.find('.');
     const std::optional<uint32_t> value = component(text.substr(0, dot));
@@ -40,7 +40,7 @@ std::string Number::text() const {
 
 Number Number::parent() const {
   if (components_.size() < 2) return {};
-  return Number({components_.begin(), components_.end() - 1});
+  return Number(components_.substr(0, components_.size() - 1));
 }
 
 Number Number::child(uint32_t last) const {

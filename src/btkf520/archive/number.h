@@ -12,7 +12,7 @@
 #include <optional>
 #include <string>
 #include <string_view>
-#include <vector>
+#include <utility>
 
 namespace btkf {
 
@@ -23,8 +23,12 @@ class Number {
   static constexpr size_t kMostComponents = 64;
   static constexpr uint32_t kLargestComponent = 999999999;
 
+  // A list of numbers that takes no memory of its own for the two of a trunk's revision: an archive
+  // may have thousands.
+  using Components = std::u32string;
+
   Number() = default;  // No components: no number.
-  explicit Number(std::vector<uint32_t> components) : components_(std::move(components)) {}
+  explicit Number(Components components) : components_(std::move(components)) {}
 
   // Reads "1.2.1". Nothing for empty text, blanks, signs, empty components, or more or larger ones
   // than the limits. Leading zeros are dropped.
@@ -37,7 +41,7 @@ class Number {
   bool isRevision() const { return !isEmpty() && components_.size() % 2 == 0; }
   bool isBranch() const { return components_.size() % 2 == 1; }
   bool isTrunk() const { return components_.size() == 1; }
-  const std::vector<uint32_t>& components() const { return components_; }
+  const Components& components() const { return components_; }
 
   // The last component: the ordering number that clients see. 0 for no number.
   uint32_t last() const { return isEmpty() ? 0 : components_.back(); }
@@ -62,7 +66,7 @@ class Number {
   }
 
  private:
-  std::vector<uint32_t> components_;
+  Components components_;
 };
 
 }  // namespace btkf

@@ -23,7 +23,7 @@ void putRecord(ByteWriter* to, char tag, std::string_view payload) {
   to->putRaw(payload);
 }
 
-void putNumber(ByteWriter* to, char tag, uint64_t value, int width) {
+void putNumber(ByteWriter* to, char tag, uint64_t value, size_t width) {
   ByteWriter payload;
   payload.putFixed(value, width);
   putRecord(to, tag, payload.bytes());
