@@ -135,6 +135,7 @@ class Archive::Impl {
   bool isToBeAppended(const Plan& plan) const;
   TrvsStatus copyKept(std::vector<Frame>* kept, ArchiveChange* to) const;
   TrvsStatus hold(uint32_t id, Held* held);
+  void findDamaged(const ArchiveModel& model);
   TrvsStatus pack(Frame* frame, Bytes* packed);
   TrvsStatus writeFrames(Plan plan, Index* index, ArchiveChange* to);
   TrvsStatus packIndex(std::string_view bytes, bool isAppended, EndRecord* record, Bytes* packed);
@@ -366,6 +367,15 @@ TrvsStatus Archive::Impl::hold(uint32_t id, Held* held) {
   return status;
 }
 
+void Archive::Impl::findDamaged(const ArchiveModel& model) {
+  model.forEachRevision([this](const Revision& revision) {
+    const uint32_t id = revision.content.id;
+    if (pending_.contains(id) || damaged_.contains(id)) return;
+    Held held;
+    static_cast<void>(hold(id, &held));
+  });
+}
+
 // Makes the frame that *frame plans, and fills in the rest of it.
 TrvsStatus Archive::Impl::pack(Frame* frame, Bytes* packed) {
   Held content;
@@ -492,8 +502,10 @@ TrvsStatus Archive::Impl::begin(ArchiveModel model, std::unique_ptr<ArchiveChang
       begun->hold(std::move(reader_->file()));
       *change = std::move(begun);
     }
-    // A content turned out to be damaged: once more with a plan that leaves it alone.
+    // A content turned out to be damaged: once more with a plan that leaves alone all that are.
+    // Whoever damages many must not have the work begun anew for each.
     if (status == TRVS_DONE || damaged_.size() == damaged) return status;
+    findDamaged(index.model);
   }
 }
 
