@@ -98,33 +98,38 @@ const CommandEntry* takeCommand(Words* words) {
   return found;
 }
 
-// The first word that no option has taken.
-void refuseExtras(const CLI::App& app, const std::string& name) {
-  Words left = app.remaining();
-  std::erase(left, "--");
-  if (left.empty()) return;
-  const std::string word = left.front().substr(0, left.front().find('='));
-  const std::string what = name.empty() ? "trevault" : name;
-  if (!word.starts_with('-')) throw misuse(what, fmt::format("'{}' is one word too many", word));
+[[noreturn]] void refuseOption(const CLI::App& app, const std::string& name, std::string word) {
+  word.erase(std::min(word.find('='), word.size()));
   Words known;
   for (const CLI::Option* option : app.get_options()) {
     for (const std::string& each : option->get_lnames()) known.push_back("--" + each);
   }
   const std::string near = word.starts_with("--") ? nearest(word, known) : "";
-  throw misuse(what, fmt::format("{}: no such option", word),
+  throw misuse(name.empty() ? "trevault" : name, fmt::format("{}: no such option", word),
                near.empty()
                    ? fmt::format("'trevault help{}{}' lists them", name.empty() ? "" : " ", name)
                    : fmt::format("did you mean '{}'?", near));
 }
 
-void read(CLI::App* app, const std::string& name, Words words) {
+// Fills the fields of options, and gives the words that are left.
+Words read(CLI::App* app, const std::string& name, Words words) {
   std::reverse(words.begin(), words.end());
   try {
     app->parse(words);
   } catch (const CLI::ParseError& error) {
     throw misuse(name.empty() ? "trevault" : name, error.what());
   }
-  refuseExtras(*app, name);
+  Words left;
+  bool mayBeOption = true;
+  for (std::string& word : app->remaining()) {
+    if (mayBeOption && word.size() > 1 && word.front() == '-') {
+      if (word != "--") refuseOption(*app, name, word);
+      mayBeOption = false;
+    } else {
+      left.push_back(std::move(word));
+    }
+  }
+  return left;
 }
 
 void check(const Globals& globals) {
@@ -159,40 +164,101 @@ void Options::text(std::string* to, const char* names, const char* value, const 
 
 void Options::texts(std::vector<std::string>* to, const char* names, const char* value,
                     const char* help) {
-  app_->add_option(names, *to, help)->type_name(value)->expected(1)->take_all();
+  const auto take = [to](const std::string& text) { to->push_back(text); };
+  app_->add_option_function<std::string>(names, take, help)
+      ->type_name(value)
+      ->trigger_on_parse()
+      ->multi_option_policy(CLI::MultiOptionPolicy::TakeLast);
 }
 
 void Options::word(std::string* to, const char* name, Need need, const char* help) {
-  app_->add_option(name, *to, help)->type_name("")->required(need == Need::kRequired);
+  fields_.push_back({to, nullptr, name, need, help});
 }
 
 void Options::words(std::vector<std::string>* to, const char* name, Need need, const char* help) {
-  app_->add_option(name, *to, help)->type_name("")->required(need == Need::kRequired);
+  fields_.push_back({nullptr, to, name, need, help});
 }
+
+void Options::take(const std::string& command, const std::vector<std::string>& words) const {
+  size_t place = 0;
+  for (const Field& field : fields_) {
+    if (place == words.size()) {
+      if (field.need == Need::kRequired) {
+        throw misuse(command, fmt::format("{} is missing", field.name),
+                     fmt::format("'trevault help {}' tells more", command));
+      }
+    } else if (field.one != nullptr) {
+      *field.one = words[place++];
+    } else {
+      field.many->assign(words.begin() + static_cast<ptrdiff_t>(place), words.end());
+      place = words.size();
+    }
+  }
+  if (place == words.size()) return;
+  throw misuse(command.empty() ? "trevault" : command,
+               fmt::format("'{}' is one word too many", shown(words[place])));
+}
+
+std::string Options::usage() const {
+  std::string text;
+  for (const Field& field : fields_) {
+    const std::string name =
+        field.need == Need::kRequired ? field.name : fmt::format("[{}]", field.name);
+    text += fmt::format(" {}{}", name, field.many == nullptr ? "" : "...");
+  }
+  return text;
+}
+
+std::string Options::legend() const {
+  std::vector<Words> rows;
+  for (const Field& field : fields_) rows.push_back({"", field.name, field.help});
+  std::string text;
+  for (const std::string& line : table(rows)) text += line + '\n';
+  return text;
+}
+
+namespace {
+
+bool wantsHelp(const Words& words) {
+  const auto end = std::find(words.begin(), words.end(), "--");
+  return std::any_of(words.begin(), end,
+                     [](const std::string& word) { return word == "-h" || word == "--help"; });
+}
+
+std::string pageOf(const CommandEntry& entry, const CLI::App& app, const Options& options) {
+  std::string page = fmt::format("usage: trevault {} [OPTION]...{}\n\n{}\n\n", entry.name,
+                                 options.usage(), entry.summary);
+  const std::string legend = options.legend();
+  if (!legend.empty()) page += legend + '\n';
+  const std::string help = app.help();
+  const size_t list = help.find("Options:\n");
+  return page + (list == std::string::npos ? help : help.substr(list));
+}
+
+}  // namespace
 
 Invocation readCommandLine(const std::vector<std::string>& given) {
   Words words = given;
   Invocation result;
   const CommandEntry* const entry = takeCommand(&words);
-  CLI::App app(entry == nullptr ? "" : std::string(entry->summary));
+  CLI::App app;
   app.set_help_flag();
   app.allow_extras();
+  Options options(&app);
   if (entry != nullptr) {
     result.name = entry->name;
     result.command = entry->make();
-    Options options(&app);
     result.command->declare(options);
   }
   declareGlobals(&app, &result.globals);
-  const bool wantsHelp = std::any_of(words.begin(), words.end(), [](const std::string& word) {
-    return word == "-h" || word == "--help";
-  });
-  result.help = entry == nullptr ? overview() : app.help("trevault " + result.name);
-  if (wantsHelp) {
+  if (wantsHelp(words)) {
     result.globals.help = true;
+    result.help = entry == nullptr ? overview() : pageOf(*entry, app, options);
     return result;
   }
-  read(&app, result.name, std::move(words));
+  const Words left = read(&app, result.name, std::move(words));
+  if (entry == nullptr) result.help = overview();
+  if (!result.globals.version) options.take(result.name, left);
   check(result.globals);
   return result;
 }

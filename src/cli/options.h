@@ -30,6 +30,8 @@ struct Globals {
 class Options {
  public:
   explicit Options(CLI::App* app) : app_(app) {}
+  Options(const Options&) = delete;
+  Options& operator=(const Options&) = delete;
 
   void flag(bool* to, const char* names, const char* help);
   // `value` names what stands after it.
@@ -40,8 +42,24 @@ class Options {
   void word(std::string* to, const char* name, Need need, const char* help);
   void words(std::vector<std::string>* to, const char* name, Need need, const char* help);
 
+  // Gives each field its words. Throws Problem for too few and for too many.
+  void take(const std::string& command, const std::vector<std::string>& words) const;
+  // What the words are called, for the help: "NAME [FILE]...", and a line about each.
+  std::string usage() const;
+  std::string legend() const;
+
  private:
+  // Names of files may look like anything, so the parser of options gets none to see.
+  struct Field {
+    std::string* one;                // Either this or the next.
+    std::vector<std::string>* many;  // Takes all that are left.
+    std::string name;
+    Need need;
+    std::string help;
+  };
+
   CLI::App* app_;
+  std::vector<Field> fields_;
 };
 
 class Command;

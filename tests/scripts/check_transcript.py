@@ -3,9 +3,8 @@
 check_transcript.py TREVAULT TRANSCRIPT...
 
 A line that begins with "$ " is a command of ann's, one with "bob$ " or another name a command of
-that user's; a line "y" after a question that ends in "[y/N] " would be an answer, so answers stand
-in the question's own line. What follows up to the next command is the output, of both streams, as a
-terminal of 80 columns without colours gets it. Times, the places of the test and the name of its
+that user's. An answer stands in the question's own line, after "[y/N] ". What follows up to the
+next command is the output, of both streams, as a terminal of 80 columns without colours gets it. Times, the places of the test and the name of its
 group are masked on both sides: the transcript shows "2026-11-23 09:12" where a time is, and homes
 below /home.
 
@@ -29,6 +28,7 @@ import tempfile
 COMMAND = re.compile(r"(#?)(\w+)?\$ (.*)")
 SETTING = re.compile(r"#set (\w+)=(.*)")
 ACCOUNT = pwd.getpwuid(os.geteuid()).pw_name
+QUESTION = re.compile(rb"\[y/N[^]\n]*\] $")
 TIME = re.compile(r"\d{4}-\d\d-\d\d[ T]\d\d:\d\d(:\d\d)?")
 
 
@@ -43,7 +43,7 @@ class Shell:
             "HOME": str(self.home), "PATH": "%s:/usr/bin:/bin" % trevault.parent, "TERM": "dumb",
             "LC_ALL": "C.UTF-8", "PAGER": "cat", "TEAM_USER": user}
 
-    def run(self, command, answer):
+    def run(self, command, answers):
         """Gives the output and keeps the directory that the command ends in."""
         ours, theirs = pty.openpty()
         script = "cd %s\n%s\ncode=$?; pwd > $HOME/.pwd; exit $code" % (self.directory, command)
@@ -52,8 +52,7 @@ class Shell:
             env=self.environment, start_new_session=True,
             preexec_fn=lambda: __import__("fcntl").ioctl(0, 0x540E, 0))
         os.close(theirs)
-        if answer:
-            os.write(ours, answer.encode() + b"\n")
+        answers = list(answers)
         output = b""
         while True:
             try:
@@ -63,6 +62,8 @@ class Shell:
             if not piece:
                 break
             output += piece
+            if QUESTION.search(output):
+                os.write(ours, (answers.pop(0) if answers else "unexpected").encode() + b"\n")
         self.code = process.wait()
         os.close(ours)
         self.directory = (self.home / ".pwd").read_text().strip()
@@ -106,9 +107,8 @@ def check(trevault, path):
                     print("%s: set-up %s$ %s\n%s" % (path.name, user, command, said))
                     return False
                 continue
-            answers = [re.search(r"\[y/N\] (\w+)$", line) for line in expected]
-            answer = next((match[1] for match in answers if match), "")
-            output = masked(shell.run(command, answer), base)
+            answers = re.findall(r"\[y/N[^]\n]*\] (\w+)$", "\n".join(expected), re.MULTILINE)
+            output = masked(shell.run(command, answers), base)
             wanted = masked("\n".join(expected), base)
             if output != wanted:
                 print("%s: %s$ %s" % (path.name, user, command))

@@ -28,7 +28,7 @@ constexpr Words kWords[] = {
     {TRVS_CANNOT_OPEN, "{archive} can't be opened", "see who owns it"},
     {TRVS_IN_USE, "another program is changing the archive", "try again"},
     {TRVS_BUFFER_TOO_SMALL, "a fault of trevault, please report: 8"},
-    {TRVS_BAD_NAME, "not a name that can be here"},
+    {TRVS_BAD_NAME, "not a name that can be here", "choose another, without a drive such as C:"},
     {TRVS_MISUSE, "a fault of trevault, please report: 10"},
     {TRVS_NO_SUCH_LABEL, "no label {label}", "'trevault labels' lists them"},
     {TRVS_LABEL_EXISTS, "{label} stands at another revision already", "'--move' moves it"},

@@ -15,6 +15,7 @@
 #include "cli/work/walk.h"
 #include "cli/work/workspace.h"
 #include "os/directory.h"
+#include "os/file.h"
 
 namespace cli {
 namespace {
@@ -25,6 +26,7 @@ class Add : public Command {
     options.text(&message_, "-m,--message", "TEXT", "what the first revisions are");
     options.text(&label_, "-l,--label", "NAME", "a label for them");
     options.text(&group_, "-g,--group", "NAME", "the development group they are in");
+    options.text(&folder_, "-f,--folder", "NAME", "the folder that they go to");
     options.text(&number_, "-r,--revision", "NUMBER", "their number, such as 2.0");
     options.text(&archive_, "--archive", "PATH", "where the archive of one file is to be");
     options.flag(&noIgnore_, "--no-ignore", "also what .trevaultignore names");
@@ -40,6 +42,7 @@ class Add : public Command {
     for (const std::string& name : names_) collect(name);
     if (group_.empty()) group_ = space.directory().group;
     if (label_.empty()) label_ = space.followedLabel();
+    folders_ = session.project().folders();
     addAll();
     space.save();
     tell();
@@ -67,6 +70,28 @@ class Add : public Command {
     }
   }
 
+  // The folder named, else the deepest one whose directory holds the file.
+  std::string folderOf(const std::string& path) const {
+    std::string deepest;
+    size_t length = 0;
+    for (const FolderRecord& each : folders_) {
+      const bool holds = each.directory.empty() || isBelow(each.directory, path);
+      if (!folder_.empty() && each.name == folder_) {
+        if (holds) return folder_;
+        throw Problem{
+            space_->shownPath({path, "", ""}),
+            fmt::format("lies outside of folder {}, which is {}", folder_, shown(each.directory)),
+            "leave -f away, or name another folder"};
+      }
+      if (folder_.empty() && holds && each.directory.size() > length) {
+        deepest = each.name;
+        length = each.directory.size();
+      }
+    }
+    if (folder_.empty()) return deepest;
+    throw misuse(folder_, "no such folder", "'trevault folder list' lists them");
+  }
+
   // The file's own path below the first archive directory: equal names never meet.
   std::string archiveOf(const std::string& path) const {
     if (!archive_.empty()) return session_->absolute(archive_);
@@ -89,14 +114,21 @@ class Add : public Command {
     std::vector<FileRecord> made;
     for (const std::string& path : chosen_) {
       try {
-        FileRecord file{path, archiveOf(path), ""};
+        FileRecord file{path, archiveOf(path), folderOf(path)};
         if (!isDry_) create(file);
         made.push_back(std::move(file));
       } catch (const Problem& problem) {
         session_->output().problem(problem);
       }
     }
-    if (!isDry_) session_->project().addFiles(made);
+    if (!isDry_) {
+      session_->project().addFiles(made, [&](const FileRecord& file, const Problem& problem) {
+        session_->output().problem(problem);
+        takeBack(file);
+      });
+      std::erase_if(made,
+                    [](const FileRecord& file) { return !os::hasEntry(file.archive.c_str()); });
+    }
     for (const FileRecord& file : made) {
       if (!isDry_) space_->note(file, firstNumber(), false);
       tellFile(file);
@@ -104,9 +136,27 @@ class Add : public Command {
     added_ = made.size();
   }
 
+  // A file without a record is as it was before: what was just made from it goes.
+  void takeBack(const FileRecord& file) const {
+    static_cast<void>(os::removeFile(file.archive.c_str()));
+    static_cast<void>(os::setWritable(space_->pathOf(file).c_str(), true));
+  }
+
   std::string firstNumber() const { return number_.empty() ? "1.0" : number_; }
 
+  // The archive's name is the file's with a few letters more.
+  static void refuseLongName(const FileRecord& file) {
+    constexpr size_t kLongestName = 255;
+    const size_t size = namePart(file.archive).size();
+    if (size <= kLongestName) return;
+    throw Problem{file.path,
+                  fmt::format("its archive's name would have {} bytes, and {} is the most", size,
+                              kLongestName),
+                  "'trevault add --archive PATH' gives it a shorter one"};
+  }
+
   void create(const FileRecord& file) const {
+    refuseLongName(file);
     const std::string workfile = space_->pathToWrite(file);
     if (file.path.find('\n') != std::string::npos) {
       throw Problem{file.path, "a file's name can't hold a line end", "rename it"};
@@ -159,6 +209,8 @@ class Add : public Command {
   std::string label_;
   std::string group_;
   std::string number_;
+  std::string folder_;
+  std::vector<FolderRecord> folders_;
   std::string archive_;
   bool noIgnore_ = false;
   bool isDry_ = false;

@@ -36,4 +36,12 @@ size_t forEachFile(Session& session, std::string_view command,
   return files.size() - failed;
 }
 
+// A question that stands for the whole command: "no" ends it. With `isDry` nothing is asked.
+inline void beSure(Session& session, std::string_view command, const std::string& question,
+                   bool isDry) {
+  if (isDry || session.output().ask(question)) return;
+  throw Problem{std::string(command), "nothing was changed", "'--yes' says that it is sure",
+                Exit::kCancelled};
+}
+
 }  // namespace cli

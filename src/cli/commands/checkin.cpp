@@ -8,17 +8,14 @@
 #include "cli/command.h"
 #include "cli/commands/bulk.h"
 #include "cli/commands/commands.h"
+#include "cli/commands/message.h"
 #include "cli/problem.h"
 #include "cli/session.h"
 #include "cli/text/text.h"
 #include "cli/work/workspace.h"
-#include "os/file.h"
-#include "os/terminal.h"
 
 namespace cli {
 namespace {
-
-constexpr uint64_t kLongestMessage = 1 << 20;
 
 class CheckIn : public Command {
  public:
@@ -42,7 +39,7 @@ class CheckIn : public Command {
     Workspace space(session, State::Use::kChange);
     session_ = &session;
     space_ = &space;
-    readMessage();
+    message_ = messageFrom(session, message_, messageFile_);
     std::vector<const FileRecord*> files = space.choose(names_);
     if (names_.empty()) files = changedOnes(files);
     if (files.empty()) return session.output().line("nothing to check in");
@@ -56,17 +53,6 @@ class CheckIn : public Command {
   }
 
  private:
-  void readMessage() {
-    if (messageFile_.empty()) return;
-    if (messageFile_ == "-") {
-      message_ = os::readInput().value_or("");
-    } else if (os::readFile(session_->absolute(messageFile_).c_str(), kLongestMessage, &message_) !=
-               os::FileResult::kDone) {
-      throw misuse(messageFile_, "can't be read");
-    }
-    while (message_.ends_with('\n')) message_.pop_back();
-  }
-
   std::vector<const FileRecord*> changedOnes(const std::vector<const FileRecord*>& files) {
     std::vector<const FileRecord*> chosen;
     for (const FileRecord* file : files) {

@@ -44,7 +44,9 @@ class CheckOut : public Command {
     if (!copy_.empty()) return copy(files);
     const size_t passed =
         forEachFile(session, "checkout", files, [&](const FileRecord& file) { checkOut(file); });
-    if (done_ == 0 && lacking_ == 0 && passed == files.size()) session.output().line("up to date");
+    if (names_.empty() && revision_.empty() && passed == files.size()) removeGone();
+    if (done_ + gone_ + lacking_ == 0 && passed == files.size())
+      session.output().line("up to date");
     if (done_ > 1) {
       session.output().line(
           fmt::format("{} {}", counted(done_, "file"), isDry_ ? "to check out" : "checked out"));
@@ -104,6 +106,28 @@ class CheckOut : public Command {
         isTold ? fmt::format("{} {} {}", verb, shown(file.path), wanted->number) : "");
   }
 
+  // Files that a colleague took off the project; a changed one stays, and is no longer known.
+  void removeGone() {
+    for (const std::string& path : space_->gone()) {
+      const FileRecord file{path, "", ""};
+      const bool isUntouched = space_->isUntouched(path);
+      try {
+        if (!isDry_ && isUntouched) {
+          static_cast<void>(os::removeFile(space_->pathToWrite(file).c_str()));
+        }
+        if (!isDry_) space_->forget(file);
+      } catch (const Problem& problem) {
+        session_->output().problem(problem);
+        continue;
+      }
+      const std::string verb = isUntouched ? isDry_ ? "would remove" : "removed" : "left";
+      session_->output().result(
+          {{"file", path}, {"action", verb}},
+          fmt::format("{} {}, which the project has no more", verb, space_->shownPath(file)));
+      ++gone_;
+    }
+  }
+
   const RevisionInfo* wantedOf(const FileRecord& file) {
     if (revision_.empty()) return space_->followedOf(file);
     try {
@@ -119,9 +143,11 @@ class CheckOut : public Command {
     const RevisionInfo* const wanted = wantedOf(file);
     if (wanted == nullptr) return;
     const std::string number = wanted->number;
-    const Standing standing = space_->standingOf(file);
+    Standing standing = space_->standingOf(file);
     const RevisionInfo* const here = space_->hereOf(file);
     const bool isHere = here != nullptr && here->number == number;
+    // Its revision was deleted: this may be the last copy.
+    if (here == nullptr && standing == Standing::kSame) standing = Standing::kUnknown;
     if (isHere && standing == Standing::kSame) return;
     bool isKept = false;
     if (standing == Standing::kChanged || standing == Standing::kUnknown) {
@@ -174,6 +200,7 @@ class CheckOut : public Command {
   Workspace* space_ = nullptr;
   size_t done_ = 0;
   size_t lacking_ = 0;
+  size_t gone_ = 0;
 };
 
 class Revert : public Command {

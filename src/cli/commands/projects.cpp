@@ -92,21 +92,29 @@ class ProjectAdd : public Command {
 
 class ProjectList : public Command {
  public:
-  void declare(Options&) override {}
+  void declare(Options& options) override {
+    options.flag(&isNull_, "-0,--null", "names alone, each ended by NUL");
+  }
   void run(Session& session) override {
     std::vector<std::vector<std::string>> rows;
     std::vector<Fields> items;
+    std::string names;
     for (const std::string& name : session.database().projects()) {
+      names += name + '\0';
       const Project project = session.database().open(name);
       rows.push_back({shown(name), shown(project.workDirectory())});
       items.push_back({{"name", name},
                        {"work", project.workDirectory()},
                        {"team_work", project.teamWorkDirectory()}});
     }
+    if (isNull_) return session.output().bytes(names);
     const auto lines = table(rows);
     for (size_t i = 0; i < lines.size(); ++i) session.output().result(items[i], lines[i]);
     if (lines.empty()) session.output().line("no projects");
   }
+
+ private:
+  bool isNull_ = false;
 };
 
 class ProjectShow : public Command {

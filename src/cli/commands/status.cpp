@@ -49,7 +49,10 @@ class Status : public Command {
         tellBroken(*file, problem);
       }
     }
-    if (names_.empty()) lookForNew();
+    if (names_.empty()) {
+      lookForGone();
+      lookForNew();
+    }
     tell();
     space.save();
   }
@@ -69,9 +72,10 @@ class Status : public Command {
   }
 
   void look(const FileRecord& file) {
-    const Standing standing = space_->standingOf(file);
+    Standing standing = space_->standingOf(file);
     const FileState* const state = space_->stateOf(file);
     const RevisionInfo* const here = space_->hereOf(file);
+    if (here == nullptr && standing == Standing::kSame) standing = Standing::kUnknown;
     const RevisionInfo* const followed = space_->followedOf(file);
     if (standing == Standing::kNone && followed == nullptr) return;  // What is followed lacks it.
     const std::string number = here == nullptr ? "" : here->number;
@@ -128,13 +132,26 @@ class Status : public Command {
         {"", space_->shownPath(file), "-", problem.why});
   }
 
+  void lookForGone() {
+    for (const std::string& path : space_->gone()) {
+      const FileRecord file{path, "", ""};
+      const std::string here = space_->stateOf(file)->here;
+      const bool isUntouched = space_->isUntouched(path);
+      add({{"file", path}, {"here", here}, {"changed", !isUntouched}}, "gone",
+          {"", space_->shownPath(file), here,
+           isUntouched ? "'trevault checkout' removes it" : "changed"});
+      gone_.insert(path);
+    }
+  }
+
   // What the project doesn't know; whole directories where it knows nothing below.
   void lookForNew() {
     std::set<std::string> known;
-    for (const FileRecord& file : space_->files()) {
-      std::string path = file.path;
+    const auto know = [&](std::string path) {
       while (!path.empty() && known.insert(path).second) path = directoryPart(path);
-    }
+    };
+    for (const FileRecord& file : space_->files()) know(file.path);
+    for (const std::string& path : gone_) know(path);
     const std::string& top = space_->directory().top;
     walk(
         top, ".", Ignoring::kByRules,
@@ -205,6 +222,7 @@ class Status : public Command {
   std::vector<Row> rows_;
   std::vector<Fields> items_;
   std::map<std::string, size_t> counts_;
+  std::set<std::string> gone_;
 };
 
 class List : public Command {

@@ -3,10 +3,13 @@
 // Everything here throws Problem. Paths are the operating system's.
 #pragma once
 
+#include <functional>
 #include <memory>
 #include <optional>
 #include <string>
 #include <vector>
+
+#include "cli/problem.h"
 
 namespace cli {
 
@@ -26,6 +29,14 @@ struct FileRecord {
   std::string path;     // From the top of the work directory, with "/".
   std::string archive;  // Absolute.
   std::string folder;   // Empty: in none.
+};
+
+// A folder of a project: a named part with its own place in the work directory.
+struct FolderRecord {
+  std::string name;
+  std::string directory;  // From the top of the work directory, with "/"; empty: the top.
+  bool isMine = false;    // Only the user has it.
+  size_t files = 0;
 };
 
 // One project, open as long as the object lives.
@@ -49,10 +60,19 @@ class Project {
 
   // By their paths.
   std::vector<FileRecord> files() const;
-  // Stores records in one edit of the project's file; those of folders that the project has not are
-  // refused.
-  void addFiles(const std::vector<FileRecord>& files);
+  // Stores records in one edit of the project's file. `failed` hears of each that no file can have:
+  // of a folder that the project has not, of a file outside of its folder, of a name that the
+  // project's list can't hold.
+  using Failed = std::function<void(const FileRecord& file, const Problem& problem)>;
+  void addFiles(const std::vector<FileRecord>& files, const Failed& failed);
   void removeFile(const FileRecord& file);
+  // Gives the record of a file another path. A folder keeps what lies below its directory only.
+  void renameFile(const FileRecord& file, const std::string& path);
+
+  std::vector<FolderRecord> folders() const;
+  void addFolder(const FolderRecord& folder);
+  // With all its records.
+  void removeFolder(const std::string& name);
 
   // Has the engine work with the project's configuration.
   void useConfiguration() const;

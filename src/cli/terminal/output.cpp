@@ -57,12 +57,14 @@ std::string base64(std::string_view bytes) {
 
 // A name that is no text comes out with all its bytes beside it.
 void addBytes(Fields* item) {
-  for (size_t i = 0; i < item->size(); ++i) {
+  const size_t count = item->size();
+  item->reserve(2 * count);  // So that names stay where they are.
+  for (size_t i = 0; i < count; ++i) {
     const auto& [name, value] = (*item)[i];
     const auto* const text = std::get_if<std::string>(&value);
-    if (name != "file" || text == nullptr || isUtf8(*text)) continue;
-    item->emplace_back("file_bytes", base64(*text));
-    return;
+    const bool isExact = name == "file" || name == "content";
+    if (!isExact || text == nullptr || isUtf8(*text)) continue;
+    item->emplace_back(name + "_bytes", base64(*text));
   }
 }
 

@@ -45,6 +45,7 @@ class State {
   void forget(const std::string& path);
   // A directory that can't be written remembers nothing, and all still works.
   void save();
+  const std::map<std::string, FileState>& files() const { return files_; }
   // When it was written last: a file of that time or later may have changed since unseen.
   int64_t written() const { return written_; }
 

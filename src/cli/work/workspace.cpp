@@ -130,7 +130,8 @@ Standing Workspace::standingOf(const FileRecord& file) {
   const bool isOlder = stamp.nanoseconds < state_.written();
   if (state != nullptr && state->stamp == stamp && isOlder) return Standing::kSame;
   if (!status.isRegular) return Standing::kUnknown;
-  const RevisionInfo* const here = hereOf(file);
+  const RevisionInfo* here = hereOf(file);
+  if (here == nullptr) here = findByContent(file);
   if (here == nullptr) return Standing::kUnknown;
   if (!isThere(file, here->number)) return Standing::kChanged;
   note(file, here->number, state != nullptr && state->isLockedFromHere);
@@ -149,6 +150,14 @@ bool Workspace::isThere(const FileRecord& file, const std::string& number) const
 const PromotionModel& Workspace::promotion() {
   if (!promotion_) promotion_ = PromotionModel::present();
   return *promotion_;
+}
+
+// Without a memory of it: another client has checked it out, or ".trevault" was lost.
+const RevisionInfo* Workspace::findByContent(const FileRecord& file) {
+  char number[256];
+  const int32_t status = TrvsFindContent(TRVS_CONTEXT, target(file.archive, pathOf(file)).c_str(),
+                                         number, sizeof number);
+  return status == TRVS_DONE ? historyOf(file).find(number) : nullptr;
 }
 
 const History& Workspace::historyOf(const FileRecord& file) {
@@ -247,6 +256,33 @@ void Workspace::follow(const std::string& follows, const std::string& group) {
   directory_.follows = follows;
   directory_.group = group;
   storeWorkDirectory(directory_);
+}
+
+void Workspace::rename(const FileRecord& file, const FileRecord& renamed) {
+  const FileState* const state = stateOf(file);
+  if (state != nullptr) state_.set(renamed.path, *state);
+  state_.forget(file.path);
+}
+
+std::vector<std::string> Workspace::gone() const {
+  std::set<std::string> known;
+  for (const FileRecord& file : files_) known.insert(file.path);
+  std::vector<std::string> paths;
+  for (const auto& [path, state] : state_.files()) {
+    const bool isThere = os::hasEntry(absolutePath(directory_.top, path).c_str());
+    if (!known.contains(path) && isThere) paths.push_back(path);
+  }
+  return paths;
+}
+
+bool Workspace::isUntouched(const std::string& path) const {
+  const FileState* const state = state_.find(path);
+  os::FileStatus status;
+  return state != nullptr &&
+         os::readEntryStatus(absolutePath(directory_.top, path).c_str(), &status) ==
+             os::FileResult::kDone &&
+         status.isRegular && state->stamp == Stamp::of(status) &&
+         state->stamp.nanoseconds < state_.written();
 }
 
 void Workspace::noteLock(const FileRecord& file, bool isLocked) {

@@ -78,6 +78,12 @@ class Workspace {
   // Only the lock has changed.
   void noteLock(const FileRecord& file, bool isLocked);
   void forget(const FileRecord& file) { state_.forget(file.path); }
+  // What is known of `file` holds for the other one from now on.
+  void rename(const FileRecord& file, const FileRecord& renamed);
+  // Files that were checked out here, and that the project has no more.
+  std::vector<std::string> gone() const;
+  // Whether the file of such a path is as it was checked out.
+  bool isUntouched(const std::string& path) const;
   void save() { state_.save(); }
   // Has the work directory follow something else, from now on and for good. Throws Problem.
   void follow(const std::string& follows, const std::string& group);
@@ -85,6 +91,7 @@ class Workspace {
   void add(FileRecord file) { files_.push_back(std::move(file)); }
 
  private:
+  const RevisionInfo* findByContent(const FileRecord& file);
   std::vector<const FileRecord*> matching(const std::string& typed) const;
 
   Session& session_;

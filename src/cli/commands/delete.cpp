@@ -1,0 +1,147 @@
+// cli/commands/delete.cpp: delete: revisions that are to go for good.
+#include <fmt/format.h>
+
+#include <algorithm>
+
+#include "btkf520/btkf520.h"
+#include "cli/archives/engine.h"
+#include "cli/command.h"
+#include "cli/commands/bulk.h"
+#include "cli/commands/commands.h"
+#include "cli/problem.h"
+#include "cli/session.h"
+#include "cli/text/text.h"
+#include "cli/work/workspace.h"
+
+namespace cli {
+namespace {
+
+class Delete : public Command {
+ public:
+  void declare(Options& options) override {
+    options.text(&range_, "-r,--revision", "RANGE", "which: REV or FROM..TO");
+    options.flag(&branches_, "--branches", "also the branches that start there");
+    options.flag(&isForced_, "--force", "with --yes: without a question");
+    options.flag(&isDry_, "-n,--dry-run", "say what would be done");
+    options.words(&names_, "FILE", Options::Need::kRequired, "files and directories");
+  }
+
+  void run(Session& session) override {
+    if (range_.empty()) {
+      throw misuse("delete", "which revisions? give -r",
+                   "'trevault remove' takes a file out of the project");
+    }
+    if (session.output().manner().yes && !isForced_ && !isDry_) {
+      throw misuse("delete", "revisions would be gone for good", "'--force --yes' says so");
+    }
+    Workspace space(session, State::Use::kRead);
+    session_ = &session;
+    space_ = &space;
+    std::vector<Plan> plans = collect(space.choose(names_));
+    size_t count = 0;
+    for (const Plan& each : plans) count += each.numbers.size();
+    if (count == 0) return;
+    if (!isDry_) list(plans);
+    beSure(session, "delete", fmt::format("delete {} for good", counted(count, "revision")),
+           isDry_);
+    for (const Plan& each : plans) remove(each);
+  }
+
+ private:
+  struct Plan {
+    const FileRecord* file;
+    std::string range;  // As the engine takes it.
+    std::vector<std::string> numbers;
+  };
+
+  std::vector<Plan> collect(const std::vector<const FileRecord*>& files) {
+    std::vector<Plan> plans;
+    forEachFile(*session_, "delete", files, [&](const FileRecord& file) {
+      Plan plan{&file, rangeOf(file), {}};
+      plan.numbers = fetchList(
+          [&](char* buffer, int32_t size) {
+            return TrvsListRevisions(TRVS_CONTEXT, file.archive.c_str(), plan.range.c_str(), buffer,
+                                     size);
+          },
+          subjectOf(file));
+      if (branches_) addBranches(file, &plan);
+      if (plan.numbers.empty()) {
+        throw Problem{space_->shownPath(file), fmt::format("no revisions from {}", range_)};
+      }
+      if (branches_) plan.range += '+';
+      plans.push_back(std::move(plan));
+    });
+    return plans;
+  }
+
+  std::string rangeOf(const FileRecord& file) {
+    const size_t dots = range_.find("..");
+    if (dots == std::string::npos) return space_->revisionOf(file, range_).number;
+    const auto end = [&](const std::string& text) {
+      return text.empty() ? text : space_->revisionOf(file, text).number;
+    };
+    return end(range_.substr(0, dots)) + '*' + end(range_.substr(dots + 2));
+  }
+
+  void addBranches(const FileRecord& file, Plan* plan) {
+    const std::vector<std::string> named = plan->numbers;
+    for (const RevisionInfo& each : space_->historyOf(file).revisions()) {
+      const bool isIn =
+          std::find(plan->numbers.begin(), plan->numbers.end(), each.number) != plan->numbers.end();
+      const bool isAfter = std::any_of(named.begin(), named.end(), [&](const std::string& start) {
+        return each.number.starts_with(start + '.');
+      });
+      if (isAfter && !isIn) plan->numbers.push_back(each.number);
+    }
+  }
+
+  Subject subjectOf(const FileRecord& file) const {
+    return {.file = space_->shownPath(file), .archive = file.archive, .revision = range_};
+  }
+
+  // A question about loss shows what is lost, and where the question stands.
+  void list(const std::vector<Plan>& plans) {
+    if (session_->output().manner().yes) return;
+    std::vector<std::vector<std::string>> rows;
+    for (const Plan& plan : plans) {
+      for (const std::string& number : plan.numbers) {
+        const RevisionInfo* const found = space_->historyOf(*plan.file).find(number);
+        if (found == nullptr) continue;
+        rows.push_back({space_->shownPath(*plan.file), number, found->minute(), found->author,
+                        shown(found->message.substr(0, found->message.find_first_of("\r\n")))});
+      }
+    }
+    for (const std::string& line : table(rows)) session_->output().line(line);
+  }
+
+  void remove(const Plan& plan) {
+    const FileRecord& file = *plan.file;
+    try {
+      if (!isDry_) {
+        check(TrvsDeleteRevisions(TRVS_CONTEXT, file.archive.c_str(), plan.range.c_str()),
+              subjectOf(file));
+      }
+      const char* const verb = isDry_ ? "would delete" : "deleted";
+      for (const std::string& number : plan.numbers) {
+        session_->output().result({{"file", file.path}, {"action", verb}, {"revision", number}},
+                                  fmt::format("{} {} {}", verb, space_->shownPath(file), number));
+      }
+    } catch (const Problem& problem) {
+      session_->output().problem(problem);
+    }
+  }
+
+  std::string range_;
+  bool branches_ = false;
+  bool isForced_ = false;
+  bool isDry_ = false;
+  std::vector<std::string> names_;
+  Session* session_ = nullptr;
+  Workspace* space_ = nullptr;
+};
+
+}  // namespace
+
+std::unique_ptr<Command> makeDelete() { return makeCommand<Delete>(); }
+
+}  // namespace cli

@@ -1,0 +1,321 @@
+// cli/commands/records.cpp: remove, rename and import: which files a project has. Archives stay as
+// they are.
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <set>
+
+#include "btkf520/btkf520.h"
+#include "cli/archives/engine.h"
+#include "cli/command.h"
+#include "cli/commands/bulk.h"
+#include "cli/commands/commands.h"
+#include "cli/problem.h"
+#include "cli/session.h"
+#include "cli/text/paths.h"
+#include "cli/text/text.h"
+#include "cli/work/walk.h"
+#include "cli/work/workspace.h"
+#include "os/directory.h"
+#include "os/file.h"
+
+namespace cli {
+namespace {
+
+using Need = Options::Need;
+
+// A file that somebody works on keeps its record and its name. A record whose archive is gone may
+// go.
+void refuseLocked(Workspace& space, const FileRecord& file, const char* todo) {
+  if (!os::hasEntry(file.archive.c_str())) return;
+  const std::string path = space.shownPath(file);
+  for (const LockInfo& lock : space.historyOf(file).locks()) {
+    if (lock.user == space.user()) continue;
+    throw Problem{path, fmt::format("{} has locked {}", lock.user, lock.number), todo,
+                  Exit::kFailed, TRVS_LOCKED};
+  }
+}
+
+class Remove : public Command {
+ public:
+  void declare(Options& options) override {
+    options.flag(&isDry_, "-n,--dry-run", "say what would be done");
+    options.words(&names_, "FILE", Need::kRequired, "files and directories");
+  }
+
+  void run(Session& session) override {
+    Workspace space(session, State::Use::kChange);
+    session_ = &session;
+    space_ = &space;
+    std::vector<FileRecord> files;
+    for (const FileRecord* file : space.choose(names_)) files.push_back(*file);
+    std::vector<const FileRecord*> chosen;
+    for (const FileRecord& file : files) chosen.push_back(&file);
+    size_t removed = 0;
+    forEachFile(session, "remove", chosen, [&](const FileRecord& file) {
+      if (remove(file)) ++removed;
+    });
+    space.save();
+    if (removed > 1) {
+      session.output().line(
+          fmt::format("{} {}", counted(removed, "file"), isDry_ ? "to remove" : "removed"));
+    }
+    if (removed > 0) session.output().hint("the archives stay; 'trevault import' brings them back");
+  }
+
+ private:
+  bool remove(const FileRecord& file) {
+    refuseLocked(*space_, file, "it can't be removed before it is unlocked");
+    const std::string path = space_->shownPath(file);
+    if (!isDry_ && !session_->output().ask(question(file, path))) return false;
+    if (!isDry_) {
+      session_->project().removeFile(file);
+      space_->forget(file);
+    }
+    session_->output().result(
+        {{"file", file.path},
+         {"action", isDry_ ? "would remove" : "removed"},
+         {"archive", file.archive}},
+        fmt::format("{} {}, its archive stays at {}", isDry_ ? "would remove" : "removed", path,
+                    shown(file.archive)));
+    return true;
+  }
+
+  std::string question(const FileRecord& file, const std::string& path) const {
+    std::set<std::string> labels;
+    if (os::hasEntry(file.archive.c_str())) {
+      for (const RevisionInfo& each : space_->historyOf(file).revisions()) {
+        labels.insert(each.labels.begin(), each.labels.end());
+      }
+    }
+    if (labels.empty()) return fmt::format("remove {} from {}", path, session_->project().name());
+    return fmt::format("{} has {}; check-outs of {} may no longer bring it; remove it", path,
+                       counted(labels.size(), "label"), labels.size() == 1 ? "it" : "them");
+  }
+
+  bool isDry_ = false;
+  std::vector<std::string> names_;
+  Session* session_ = nullptr;
+  Workspace* space_ = nullptr;
+};
+
+class Rename : public Command {
+ public:
+  void declare(Options& options) override {
+    options.flag(&isDry_, "-n,--dry-run", "say what would be done");
+    options.word(&old_, "OLD", Need::kRequired, "a file or a directory of the project");
+    options.word(&new_, "NEW", Need::kRequired, "its new name, or a directory to put it in");
+  }
+
+  void run(Session& session) override {
+    Workspace space(session, State::Use::kChange);
+    session_ = &session;
+    space_ = &space;
+    const std::string from = space.fromTop(old_);
+    const auto files = space.choose({old_});
+    if (files.empty()) return;
+    std::string to = space.fromTop(new_);
+    const std::string& top = space.directory().top;
+    if (os::directoryState(absolutePath(top, to).c_str())) to = joined(to, namePart(from));
+    if (to.starts_with("./")) to.erase(0, 2);
+    const auto moves = movesOf(files, from, to);
+    size_t done = 0;
+    for (const auto& [file, path] : moves) refuse(file, path);
+    for (const auto& [file, path] : moves) {
+      rename(file, path);
+      ++done;
+    }
+    space.save();
+    if (done > 1) session.output().line(counted(done, "file") + (isDry_ ? "" : " renamed"));
+    session.output().hint("old labels come out under the new name");
+  }
+
+ private:
+  using Move = std::pair<FileRecord, std::string>;
+
+  static std::vector<Move> movesOf(const std::vector<const FileRecord*>& files,
+                                   const std::string& from, const std::string& to) {
+    std::vector<Move> moves;
+    for (const FileRecord* file : files) {
+      const bool isIt = file->path == from;
+      if (!isIt && !isBelow(from, file->path)) {
+        throw misuse("rename", fmt::format("{} is a pattern", shown(from)),
+                     "rename the files one by one");
+      }
+      moves.emplace_back(*file, isIt ? to : joined(to, file->path.substr(from.size() + 1)));
+    }
+    return moves;
+  }
+
+  std::string shownPath(const std::string& path) const {
+    return space_->shownPath(FileRecord{path, "", ""});
+  }
+
+  void refuse(const FileRecord& file, const std::string& path) const {
+    refuseLocked(*space_, file, "wait until it is unlocked");
+    const bool isKnown = std::any_of(space_->files().begin(), space_->files().end(),
+                                     [&](const FileRecord& each) { return each.path == path; });
+    const bool hasOld = os::hasEntry(space_->pathOf(file).c_str());
+    const bool hasNew = os::hasEntry(space_->pathOf({path, "", ""}).c_str());
+    // Who has moved the file already only wants the record to follow.
+    if (isKnown || (hasOld && hasNew)) {
+      throw Problem{shownPath(path), "is there already", "choose another name"};
+    }
+    if (path.find('\n') != std::string::npos) {
+      throw misuse(path, "a file's name can't hold a line end", "choose another name");
+    }
+  }
+
+  void rename(const FileRecord& file, const std::string& path) const {
+    const FileRecord renamed{path, file.archive, file.folder};
+    if (!isDry_) {
+      session_->project().renameFile(file, path);
+      move(file, renamed);
+      space_->rename(file, renamed);
+    }
+    const char* const verb = isDry_ ? "would rename" : "renamed";
+    session_->output().result(
+        {{"file", path}, {"action", verb}, {"before", file.path}},
+        fmt::format("{} {} to {}", verb, space_->shownPath(file), shownPath(path)));
+  }
+
+  void move(const FileRecord& file, const FileRecord& renamed) const {
+    const std::string from = space_->pathToWrite(file);
+    const std::string to = space_->pathToWrite(renamed);
+    if (!os::hasEntry(from.c_str())) return;
+    const bool isMoved =
+        os::makeDirectories(os::parentOf(to)) && os::moveFile(from, to) == os::FileResult::kDone;
+    if (isMoved) return;
+    session_->project().renameFile(renamed, file.path);
+    throw Problem{space_->shownPath(file), fmt::format("can't be moved to {}", shown(to)),
+                  "see who owns both directories"};
+  }
+
+  bool isDry_ = false;
+  std::string old_;
+  std::string new_;
+  Session* session_ = nullptr;
+  Workspace* space_ = nullptr;
+};
+
+// The name of the file that an archive was made for.
+std::string ownName(const std::string& archive, const std::string& typed) {
+  constexpr std::string_view kHeading = "Workfile:";
+  const auto lines = linesOf(
+      [&] {
+        return TrvsLog(TRVS_CONTEXT, archive.c_str(), nullptr, nullptr, nullptr, nullptr, nullptr,
+                       nullptr, nullptr, nullptr, TRVS_LOG_BRIEF);
+      },
+      {.file = typed, .archive = archive});
+  for (const std::string& line : lines) {
+    if (!line.starts_with(kHeading)) continue;
+    const size_t begin = line.find_first_not_of(' ', kHeading.size());
+    if (begin != std::string::npos) return std::string(namePart(line.substr(begin)));
+  }
+  throw Problem{typed, "tells no name of its file", "name it with --as"};
+}
+
+class Import : public Command {
+ public:
+  void declare(Options& options) override {
+    options.text(&as_, "--as", "FILE", "what the file of one archive is to be called");
+    options.text(&folder_, "-f,--folder", "NAME", "the folder that they go to");
+    options.flag(&isDry_, "-n,--dry-run", "say what would be done");
+    options.words(&names_, "ARCHIVE", Need::kRequired, "archives, and directories of them");
+  }
+
+  void run(Session& session) override {
+    Workspace space(session, State::Use::kChange);
+    session_ = &session;
+    space_ = &space;
+    for (const FileRecord& file : space.files()) {
+      paths_.insert(file.path);
+      archives_.insert(file.archive);
+    }
+    for (const std::string& name : names_) collect(name);
+    if (!as_.empty() && found_.size() > 1) {
+      throw misuse("--as", "is for one archive", "import the archives one by one");
+    }
+    if (!isDry_) {
+      session.project().addFiles(found_, [&](const FileRecord& file, const Problem& problem) {
+        session.output().problem(problem);
+        failed_.insert(file.path);
+      });
+    }
+    std::erase_if(found_, [&](const FileRecord& file) { return failed_.contains(file.path); });
+    for (const FileRecord& file : found_) tell(file);
+    if (found_.size() != 1) {
+      session.output().line(counted(found_.size(), "file") + (isDry_ ? "" : " imported"));
+    }
+    if (!found_.empty()) session.output().hint("'trevault checkout' brings them here");
+  }
+
+ private:
+  void collect(const std::string& name) {
+    const std::string path = session_->absolute(name);
+    if (!os::hasEntry(path.c_str())) {
+      return session_->output().problem({name, "no such file", ""});
+    }
+    if (!os::directoryState(path.c_str())) return take(path, "", name);
+    walk(path, ".", Ignoring::kNot, [&](const std::string& below) {
+      const std::string archive = joined(path, below);
+      if (looksLikeArchive(archive)) {
+        take(archive, std::string(directoryPart(below)), joined(name, below));
+      }
+    });
+  }
+
+  static bool looksLikeArchive(const std::string& path) {
+    char owner[256];
+    return TrvsGetOwner(TRVS_CONTEXT, path.c_str(), owner, sizeof owner) == TRVS_DONE;
+  }
+
+  void take(const std::string& archive, const std::string& directory, const std::string& typed) {
+    try {
+      if (archives_.contains(archive)) return skip(typed);
+      const std::string own = ownName(archive, typed);  // Fails for what is no archive.
+      const std::string path = as_.empty() ? joined(directory, own) : space_->fromTop(as_);
+      if (paths_.contains(path)) {
+        throw Problem{typed,
+                      fmt::format("would be the file {}, which has another archive", shown(path)),
+                      "name it with --as"};
+      }
+      paths_.insert(path);
+      archives_.insert(archive);
+      found_.push_back({path, archive, folder_});
+    } catch (const Problem& problem) {
+      session_->output().problem(problem);
+    }
+  }
+
+  void skip(const std::string& typed) const {
+    session_->output().line(fmt::format("skipped {}, in the project already", shown(typed)));
+  }
+
+  void tell(const FileRecord& file) const {
+    const char* const verb = isDry_ ? "would import" : "imported";
+    session_->output().result(
+        {{"file", file.path}, {"action", verb}, {"archive", file.archive}},
+        fmt::format("{} {} as {}", verb, shown(session_->fromHere(file.archive)),
+                    space_->shownPath(file)));
+  }
+
+  std::string as_;
+  std::string folder_;
+  bool isDry_ = false;
+  std::vector<std::string> names_;
+  Session* session_ = nullptr;
+  Workspace* space_ = nullptr;
+  std::set<std::string> paths_;
+  std::set<std::string> archives_;
+  std::set<std::string> failed_;
+  std::vector<FileRecord> found_;
+};
+
+}  // namespace
+
+std::unique_ptr<Command> makeRemove() { return makeCommand<Remove>(); }
+std::unique_ptr<Command> makeRename() { return makeCommand<Rename>(); }
+std::unique_ptr<Command> makeImport() { return makeCommand<Import>(); }
+
+}  // namespace cli

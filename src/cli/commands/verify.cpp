@@ -1,0 +1,149 @@
+// cli/commands/verify.cpp: verify: every byte of every archive is read, and archives are looked for
+// that no project names.
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <set>
+
+#include "btkf520/btkf520.h"
+#include "cli/archives/engine.h"
+#include "cli/command.h"
+#include "cli/commands/bulk.h"
+#include "cli/commands/commands.h"
+#include "cli/problem.h"
+#include "cli/session.h"
+#include "cli/text/paths.h"
+#include "cli/text/text.h"
+#include "cli/work/walk.h"
+#include "cli/work/workspace.h"
+#include "os/directory.h"
+
+namespace cli {
+namespace {
+
+class Verify : public Command {
+ public:
+  void declare(Options& options) override {
+    options.flag(&isEverywhere_, "--everywhere", "in all projects");
+    options.words(&names_, "FILE", Options::Need::kOptional, "else all of the project");
+  }
+
+  void run(Session& session) override {
+    session_ = &session;
+    if (isEverywhere_ && !names_.empty()) {
+      throw misuse("verify", "--everywhere is about all files", "leave the names away");
+    }
+    isEverywhere_ ? verifyAll() : verifyHere();
+    tell();
+  }
+
+ private:
+  void verifyHere() {
+    Workspace space(*session_, State::Use::kRead);
+    for (const FileRecord* file : space.choose(names_)) verify(*file, space.shownPath(*file));
+    if (names_.empty()) lookForUnnamed(session_->project());
+  }
+
+  void verifyAll() {
+    Database& database = session_->database();
+    for (const std::string& name : database.projects()) {
+      try {
+        const Project project = database.open(name);
+        project.useConfiguration();
+        attachEngine();
+        for (const FileRecord& file : project.files()) {
+          verify(file, fmt::format("{}: {}", shown(name), shown(file.path)));
+        }
+        lookForUnnamed(project);
+      } catch (const Problem& problem) {
+        session_->output().problem(problem);
+      }
+    }
+  }
+
+  void verify(const FileRecord& file, const std::string& path) {
+    ++files_;
+    const Subject subject{.file = path, .archive = file.archive};
+    std::vector<std::string> lost;
+    int32_t status = TRVS_DONE;
+    try {
+      lost = fetchList(
+          [&](char* buffer, int32_t size) {
+            status = TrvsVerifyArchive(TRVS_CONTEXT, file.archive.c_str(), buffer, size);
+            return status == TRVS_NOT_AN_ARCHIVE ? TRVS_DONE : status;
+          },
+          subject);
+      if (status == TRVS_NOT_AN_ARCHIVE) return tellDamaged(file, path, lost);
+      const size_t revisions = History(file.archive, path).revisions().size();
+      revisions_ += revisions;
+      session_->output().result(
+          {{"file", file.path}, {"state", "whole"}, {"revisions", revisions}, {"lost", lost}},
+          session_->output().manner().verbose
+              ? fmt::format("{}  {}", path, counted(revisions, "revision"))
+              : "");
+    } catch (const Problem& problem) {
+      ++(problem.status == TRVS_NO_ARCHIVE ? missing_ : damaged_);
+      session_->output().result(
+          {{"file", file.path},
+           {"state", problem.status == TRVS_NO_ARCHIVE ? "missing" : "damaged"}},
+          "");
+      session_->output().problem(problem);
+    }
+  }
+
+  void tellDamaged(const FileRecord& file, const std::string& path,
+                   const std::vector<std::string>& lost) {
+    ++damaged_;
+    session_->output().result({{"file", file.path}, {"state", "damaged"}, {"lost", lost}}, "");
+    std::string why = "the archive is damaged";
+    if (!lost.empty()) why += fmt::format(", {} can't be checked out", listed(lost));
+    session_->output().problem({path, why,
+                                fmt::format("restore {} from a back-up", shown(file.archive)),
+                                Exit::kFailed, TRVS_NOT_AN_ARCHIVE});
+  }
+
+  // In the archive directories of this project; other projects may use them too.
+  void lookForUnnamed(const Project& project) {
+    std::set<std::string> named;
+    Database& database = session_->database();
+    for (const std::string& name : database.projects()) {
+      for (const FileRecord& file : database.open(name).files()) named.insert(file.archive);
+    }
+    for (const std::string& directory : project.archiveDirectories()) {
+      walk(directory, ".", Ignoring::kNot, [&](const std::string& below) {
+        const std::string archive = joined(directory, below);
+        char owner[256];
+        const bool isArchive =
+            TrvsGetOwner(TRVS_CONTEXT, archive.c_str(), owner, sizeof owner) == TRVS_DONE;
+        if (named.contains(archive) || !isArchive || !unnamed_.insert(archive).second) return;
+        session_->output().result(
+            {{"archive", archive}, {"state", "unnamed"}},
+            fmt::format("{}  in no project; 'trevault import' takes it", shown(archive)));
+      });
+    }
+  }
+
+  void tell() const {
+    std::vector<std::string> faults;
+    if (damaged_ > 0) faults.push_back(counted(damaged_, "file") + " damaged");
+    if (missing_ > 0) faults.push_back(counted(missing_, "archive") + " missing");
+    session_->output().line(fmt::format("verified {}, {}: {}", counted(files_, "file"),
+                                        counted(revisions_, "revision"),
+                                        faults.empty() ? "all whole" : listed(faults)));
+  }
+
+  bool isEverywhere_ = false;
+  std::vector<std::string> names_;
+  Session* session_ = nullptr;
+  size_t files_ = 0;
+  size_t revisions_ = 0;
+  size_t damaged_ = 0;
+  size_t missing_ = 0;
+  std::set<std::string> unnamed_;
+};
+
+}  // namespace
+
+std::unique_ptr<Command> makeVerify() { return makeCommand<Verify>(); }
+
+}  // namespace cli
