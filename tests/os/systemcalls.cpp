@@ -35,10 +35,11 @@ SystemCalls::SystemCalls(Rule rule) : rule_(std::move(rule)) { theCalls = this; 
 
 SystemCalls::~SystemCalls() { theCalls = nullptr; }
 
-bool SystemCalls::fails(const char* name, int descriptor, const char* path, int flags) {
+bool SystemCalls::fails(const char* name, int descriptor, const char* path, int flags,
+                        std::string_view bytes, int64_t number) {
   SystemCalls* const self = std::exchange(theCalls, nullptr);
   if (self == nullptr) return false;
-  const Call call{name, nameOf(descriptor, path), flags, descriptor};
+  const Call call{name, nameOf(descriptor, path), flags, descriptor, bytes, number};
   const int error = self->rule_ ? self->rule_(call) : 0;
   if (error == 0) self->calls_.push_back(call);
   theCalls = self;
@@ -88,7 +89,9 @@ ssize_t pread(int file, void* buffer, size_t size, off_t offset) {
 }
 
 ssize_t pwrite(int file, const void* buffer, size_t size, off_t offset) {
-  return answer("pwrite", file, nullptr, 0, SYS_pwrite64, file, buffer, size, offset);
+  const std::string_view bytes(static_cast<const char*>(buffer), size);
+  if (SystemCalls::fails("pwrite", file, nullptr, 0, bytes, offset)) return -1;
+  return ::syscall(SYS_pwrite64, file, buffer, size, offset);
 }
 
 ssize_t copy_file_range(int from, off64_t* begin, int to, off64_t* place, size_t size,
@@ -111,7 +114,8 @@ int syncfs(int file) noexcept {
 #pragma GCC visibility pop
 
 int ftruncate(int file, off_t size) noexcept {
-  return asInt(answer("ftruncate", file, nullptr, 0, SYS_ftruncate, file, size));
+  if (SystemCalls::fails("ftruncate", file, nullptr, 0, {}, size)) return -1;
+  return asInt(::syscall(SYS_ftruncate, file, size));
 }
 
 int fallocate(int file, int mode, off_t offset, off_t size) {
@@ -140,11 +144,13 @@ int fsetxattr(int file, const char* name, const void* value, size_t size, int fl
 }
 
 int renameat(int from, const char* old, int to, const char* name) noexcept {
-  return asInt(answer("rename", -1, name, 0, SYS_renameat2, from, old, to, name, 0));
+  if (SystemCalls::fails("rename", -1, name, 0, old)) return -1;
+  return asInt(::syscall(SYS_renameat2, from, old, to, name, 0));
 }
 
 int renameat2(int from, const char* old, int to, const char* name, unsigned flags) noexcept {
-  return asInt(answer("renameat2", -1, name, 0, SYS_renameat2, from, old, to, name, flags));
+  if (SystemCalls::fails("renameat2", -1, name, 0, old)) return -1;
+  return asInt(::syscall(SYS_renameat2, from, old, to, name, flags));
 }
 
 int linkat(int from, const char* old, int to, const char* name, int flags) noexcept {

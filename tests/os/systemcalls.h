@@ -4,8 +4,10 @@
 // the rule of the living SystemCalls, if there is one, and then the system.
 #pragma once
 
+#include <cstdint>
 #include <functional>
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace os_test {
@@ -15,6 +17,8 @@ struct Call {
   std::string path;  // Of the file asked for, open or not, without its directory.
   int flags = 0;     // Of open, flock and statx.
   int descriptor = -1;
+  std::string_view bytes = {};  // Of pwrite, and of rename the old name. For the rule alone.
+  int64_t number = 0;           // Of pwrite where, of ftruncate the size.
 };
 
 class SystemCalls {
@@ -32,7 +36,8 @@ class SystemCalls {
   std::string log(const std::string& names) const;
 
   // For the functions in front of the C library's: whether the call is to fail, with errno set.
-  static bool fails(const char* name, int descriptor, const char* path, int flags = 0);
+  static bool fails(const char* name, int descriptor, const char* path, int flags = 0,
+                    std::string_view bytes = {}, int64_t number = 0);
 
  private:
   Rule rule_;
