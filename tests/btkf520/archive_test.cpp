@@ -151,6 +151,25 @@ TEST(ArchiveFile, StoresAPassageOnce) {
   EXPECT_LT(history.file().size(), 20000 + changes + 64 * 150);
 }
 
+// A wide index is copied, and the next one packed against it.
+TEST(ArchiveFile, KeepsAWideIndexWhenItIsWrittenAnew) {
+  Contents random(11);
+  History history;
+  history.change([&](ArchiveModel* model) {
+    for (int left = 2000; left > 0; --left) {
+      std::string name = random.bytes(40);
+      for (char& byte : name) byte = static_cast<char>('A' + (byte & 31));
+      model->labels.push_back({name, number("1")});
+    }
+  });
+  const std::string before = history.file();
+  for (int left = 3; left > 0; --left) history.checkIn("1", random.text(9));
+  EXPECT_EQ(support::SlowArchive(history.file()).part, 0u);
+  EXPECT_NE(history.file().find(before.substr(before.size() - 9000, 8000)), std::string::npos);
+  EXPECT_EQ(history.toRead()->model().labels.size(), 2000u);
+  history.expectWhole();
+}
+
 // The cost of a change follows the change: most add to the file, and yet it stays small.
 TEST(ArchiveFile, GrowsByPartsAndStaysSmall) {
   Contents random(9);

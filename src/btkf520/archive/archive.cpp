@@ -38,6 +38,8 @@ constexpr uint64_t kFewBytes = 4096;
 constexpr uint64_t kWideFile = 1 << 20;
 // An index is packed against the last full one as long as that makes it shorter by this factor.
 constexpr size_t kDeltaRatio = 4;
+// A full index as wide as that takes longer to pack than to copy into a new file.
+constexpr uint32_t kWideIndex = 32 << 10;
 
 TrvsStatus openStatus(FileResult result) {
   switch (result) {
@@ -138,7 +140,7 @@ class Archive::Impl {
   void findDamaged(const ArchiveModel& model);
   TrvsStatus pack(Frame* frame, Bytes* packed);
   TrvsStatus writeFrames(Plan plan, Index* index, ArchiveChange* to);
-  TrvsStatus packIndex(std::string_view bytes, bool isAppended, EndRecord* record, Bytes* packed);
+  TrvsStatus packIndex(std::string_view bytes, ArchiveChange* to, EndRecord* record, Bytes* packed);
   TrvsStatus writeEnd(const Index& index, ArchiveChange* to);
   TrvsStatus append(const Plan& plan, Index* index, ArchiveChange* to);
   TrvsStatus rewrite(const Plan& plan, Index* index, ArchiveChange* to, bool* isRefused);
@@ -416,16 +418,21 @@ TrvsStatus Archive::Impl::writeFrames(Plan plan, Index* index, ArchiveChange* to
 }
 
 // Against the last full index, as long as that saves much; else as a full one.
-TrvsStatus Archive::Impl::packIndex(std::string_view bytes, bool isAppended, EndRecord* record,
+TrvsStatus Archive::Impl::packIndex(std::string_view bytes, ArchiveChange* to, EndRecord* record,
                                     Bytes* packed) {
   const uint64_t checksum = checksumOf(bytes);
   std::optional<Bytes> made;
-  if (isAppended) {
+  if (to->isAppended() || reader_->fullIndex().storedSize >= kWideIndex) {
     std::string_view full;
     if (const TrvsStatus status = reader_->readFullIndex(&full)) return status;
     record->full = reader_->fullIndex();
     made = reader_->codec().pack(bytes, full, checksum);
     if (made && made->size() > record->full.storedSize / kDeltaRatio) made.reset();
+    if (made && !to->isAppended()) {
+      const uint64_t offset = std::exchange(record->full.offset, to->size());
+      const FileResult copied = to->copy(reader_->file(), offset, record->full.storedSize);
+      if (copied != FileResult::kDone) return writeStatus(copied);
+    }
   }
   if (!made) {
     record->full = {};
@@ -443,7 +450,7 @@ TrvsStatus Archive::Impl::writeEnd(const Index& index, ArchiveChange* to) {
   if (bytes.size() > kLargestIndex) return TRVS_NO_MEMORY;
   EndRecord record;
   Bytes packed;
-  if (const TrvsStatus status = packIndex(bytes, to->isAppended(), &record, &packed)) return status;
+  if (const TrvsStatus status = packIndex(bytes, to, &record, &packed)) return status;
   // What packs better than any reader believes. A reader is asked only where that may be.
   const size_t stored = packed.size() + record.full.storedSize;
   const bool isDense = bytes.size() / stored >= kThingsPerByte;
