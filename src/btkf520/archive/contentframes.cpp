@@ -10,7 +10,9 @@
 #include <zstd.h>
 
 #include <algorithm>
+#include <array>
 #include <bit>
+#include <mutex>
 #include <new>
 #include <utility>
 
@@ -91,16 +93,67 @@ class BlockPassages {
   Passage passage_{};  // What is left of it.
 };
 
+// Contexts that no codec uses at present. To make one takes longer than a small change of an
+// archive needs it. Never destroyed: calls late in a process's life still find them.
+template <typename Context>
+class Spares {
+ public:
+  // Null for none.
+  Context* take() {
+    const std::lock_guard<std::mutex> lock(mutex_);
+    for (Context*& each : contexts_) {
+      if (each != nullptr) return std::exchange(each, nullptr);
+    }
+    return nullptr;
+  }
+
+  // Whether it is kept: neither many nor large ones are.
+  bool keep(Context* context, size_t size) {
+    if (size > kLargest) return false;
+    const std::lock_guard<std::mutex> lock(mutex_);
+    for (Context*& each : contexts_) {
+      if (each != nullptr) continue;
+      each = context;
+      return true;
+    }
+    return false;
+  }
+
+ private:
+  static constexpr size_t kLargest = 2 << 20;
+
+  std::mutex mutex_;
+  std::array<Context*, 2> contexts_ = {};
+};
+
+Spares<ZSTD_CCtx>& sparesToPack() {
+  static auto* const spares = new Spares<ZSTD_CCtx>;
+  return *spares;
+}
+
+Spares<ZSTD_DCtx>& sparesToUnpack() {
+  static auto* const spares = new Spares<ZSTD_DCtx>;
+  return *spares;
+}
+
 }  // namespace
 
 FrameCodec::FrameCodec() = default;
 
+// A context lets go of what it was pointed to before it is kept.
 FrameCodec::~FrameCodec() {
-  ZSTD_freeCCtx(packing_);
-  ZSTD_freeDCtx(unpacking_);
+  if (packing_ != nullptr) {
+    ZSTD_CCtx_reset(packing_, ZSTD_reset_session_and_parameters);
+    if (!sparesToPack().keep(packing_, ZSTD_sizeof_CCtx(packing_))) ZSTD_freeCCtx(packing_);
+  }
+  if (unpacking_ != nullptr) {
+    ZSTD_DCtx_reset(unpacking_, ZSTD_reset_session_and_parameters);
+    if (!sparesToUnpack().keep(unpacking_, ZSTD_sizeof_DCtx(unpacking_))) ZSTD_freeDCtx(unpacking_);
+  }
 }
 
 void FrameCodec::resetPacking() {
+  if (packing_ == nullptr) packing_ = sparesToPack().take();
   if (packing_ == nullptr) packing_ = ZSTD_createCCtx();
   if (packing_ == nullptr) throw std::bad_alloc();
   ZSTD_CCtx_reset(packing_, ZSTD_reset_session_and_parameters);
@@ -191,6 +244,7 @@ bool FrameCodec::unpack(std::string_view frame, std::string_view prefix, uint64_
 }
 
 void FrameCodec::resetUnpacking() {
+  if (unpacking_ == nullptr) unpacking_ = sparesToUnpack().take();
   if (unpacking_ == nullptr) unpacking_ = ZSTD_createDCtx();
   if (unpacking_ == nullptr) throw std::bad_alloc();
   ZSTD_DCtx_reset(unpacking_, ZSTD_reset_session_and_parameters);
