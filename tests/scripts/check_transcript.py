@@ -21,6 +21,7 @@ import pathlib
 import pty
 import pwd
 import re
+import shlex
 import subprocess
 import sys
 import tempfile
@@ -46,7 +47,7 @@ class Shell:
     def run(self, command, answers):
         """Gives the output and keeps the directory that the command ends in."""
         ours, theirs = pty.openpty()
-        script = "cd %s\n%s\ncode=$?; pwd > $HOME/.pwd; exit $code" % (self.directory, command)
+        script = "cd %s\n%s\ncode=$?; pwd > $HOME/.pwd; exit $code" % (shlex.quote(self.directory), command)
         process = subprocess.Popen(
             ["/bin/sh", "-c", script], stdin=theirs, stdout=theirs, stderr=theirs,
             env=self.environment, start_new_session=True,

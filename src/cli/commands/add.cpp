@@ -129,6 +129,11 @@ class Add : public Command {
       std::erase_if(made,
                     [](const FileRecord& file) { return !os::hasEntry(file.archive.c_str()); });
     }
+    if (!isDry_ && !label_.empty() && !made.empty()) {
+      LabelList list = space_->labelList(label_);
+      for (const FileRecord& file : made) list.set({file.path, file.archive, firstNumber()});
+      list.store();
+    }
     for (const FileRecord& file : made) {
       if (!isDry_) space_->note(file, firstNumber(), false);
       tellFile(file);

@@ -48,6 +48,8 @@ class CheckIn : public Command {
     }
     const size_t done =
         forEachFile(session, "checkin", files, [&](const FileRecord& file) { checkIn(file); });
+    remember(space.followedLabel(), moved_);
+    remember(label_, labelled_);
     if (done > 1) session.output().line(counted(done, "file") + (isDry_ ? "" : " checked in"));
     space.save();
   }
@@ -115,6 +117,13 @@ class CheckIn : public Command {
     return hasOther && !hasOwn ? "" : own;
   }
 
+  void remember(const std::string& label, const std::vector<LabelledFile>& files) const {
+    if (files.empty()) return;
+    LabelList list = space_->labelList(label);
+    for (const LabelledFile& each : files) list.set(each);
+    list.store();
+  }
+
   // What becomes of the label that the work directory follows.
   struct Along {
     bool moves = false;
@@ -179,6 +188,7 @@ class CheckIn : public Command {
       made = tip;
     }
     const std::string number = made->number;
+    if (!label_.empty()) labelled_.push_back({file.path, file.archive, number});
     space_->note(file, number, keepsLock_);
     if (along.moves) {
       const std::string label = space_->followedLabel();
@@ -186,6 +196,7 @@ class CheckIn : public Command {
                          TRVS_LABEL_MOVE),
             {.file = space_->shownPath(file), .archive = file.archive, .label = label});
       space_->forgetHistory(file);
+      moved_.push_back({file.path, file.archive, number});
     }
     tell(file, number, parent, along.words);
   }
@@ -212,6 +223,8 @@ class CheckIn : public Command {
   std::vector<std::string> names_;
   Session* session_ = nullptr;
   Workspace* space_ = nullptr;
+  std::vector<LabelledFile> moved_;     // With the label that is followed.
+  std::vector<LabelledFile> labelled_;  // With the label that was asked for.
 };
 
 }  // namespace

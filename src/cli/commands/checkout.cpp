@@ -40,8 +40,14 @@ class CheckOut : public Command {
     session_ = &session;
     space_ = &space;
     if (!group_.empty()) chooseGroup();
-    const auto files = space.choose(names_);
-    if (!copy_.empty()) return copy(files);
+    auto files = space.choose(names_);
+    const auto former =
+        names_.empty() ? space.formerFiles(space.labelIn(revision_)) : std::vector<FileRecord>();
+    if (!copy_.empty()) {
+      std::erase_if(files, [&](const FileRecord* file) { return isAmong(former, *file); });
+      for (const FileRecord& each : former) files.push_back(&each);
+      return copy(files);
+    }
     const size_t passed =
         forEachFile(session, "checkout", files, [&](const FileRecord& file) { checkOut(file); });
     if (names_.empty() && revision_.empty() && passed == files.size()) removeGone();
@@ -52,6 +58,7 @@ class CheckOut : public Command {
           fmt::format("{} {}", counted(done_, "file"), isDry_ ? "to check out" : "checked out"));
     }
     tellLacking();
+    tellFormer(former);
     space.save();
   }
 
@@ -61,6 +68,22 @@ class CheckOut : public Command {
     const PromotionModel& model = space_->promotion();
     if (!model.has(group_)) throw misuse(group_, "no such group", "'trevault groups' lists them");
     revision_ = "group:" + group_;
+  }
+
+  static bool isAmong(const std::vector<FileRecord>& files, const FileRecord& file) {
+    return std::any_of(files.begin(), files.end(),
+                       [&](const FileRecord& each) { return each.archive == file.archive; });
+  }
+
+  // Who asks for an old release gets the project's files of today; a copy is exact.
+  void tellFormer(const std::vector<FileRecord>& former) const {
+    for (const FileRecord& each : former) {
+      session_->output().result(
+          {{"file", each.path}, {"action", "skipped"}},
+          fmt::format(
+              "skipped {}, in {} but no longer in the project by that name; '--to' brings it",
+              shown(each.path), revision_));
+    }
   }
 
   void tellLacking() const {

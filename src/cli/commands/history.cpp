@@ -163,7 +163,10 @@ class Diff : public Command {
     if (context_.find_first_not_of("0123456789") != std::string::npos || context_.size() > 4) {
       throw misuse(fmt::format("-U {}", context_), "not a number of lines");
     }
-    forEachFile(session, "diff", space.choose(names_), [&](const FileRecord& file) { diff(file); });
+    auto files = space.choose(names_);
+    const auto former = formerFiles();
+    for (const FileRecord& each : former) files.push_back(&each);
+    forEachFile(session, "diff", files, [&](const FileRecord& file) { diff(file); });
     if (isStat_ && differing_ > 0) {
       session.output().line(fmt::format("{} {}", counted(differing_, "file"),
                                         differing_ == 1 ? "differs" : "differ"));
@@ -187,9 +190,45 @@ class Diff : public Command {
     } else if (space_->standingOf(file) != Standing::kChanged) {
       return;
     }
+    if (names_.empty() && dots != std::string::npos && isOneSided(file, from, to)) return;
     from.revision = numberOf(file, from.revision);
     if (!to.revision.empty()) to.revision = numberOf(file, to.revision);
     if (from.revision != to.revision) tell(file, from, to, report(file, from, to));
+  }
+
+  // What had one of both labels and is no longer in the project.
+  std::vector<FileRecord> formerFiles() {
+    const size_t dots = range_.find("..");
+    std::vector<FileRecord> found;
+    if (dots == std::string::npos || !names_.empty()) return found;
+    for (const std::string& side : {range_.substr(0, dots), range_.substr(dots + 2)}) {
+      for (FileRecord& each : space_->formerFiles(space_->labelIn(side))) {
+        const auto has = [&](const FileRecord& file) { return file.archive == each.archive; };
+        if (std::any_of(found.begin(), found.end(), has) ||
+            std::any_of(space_->files().begin(), space_->files().end(), has)) {
+          continue;
+        }
+        found.push_back(std::move(each));
+      }
+    }
+    return found;
+  }
+
+  // Tells a file that one side only has; nothing is told of one that none has.
+  bool isOneSided(const FileRecord& file, const Side& from, const Side& to) {
+    const auto has = [&](const std::string& text) {
+      const std::string label = space_->labelIn(text);
+      return label.empty() || space_->historyOf(file).withLabel(label) != nullptr;
+    };
+    const bool isInFirst = has(from.revision);
+    const bool isInSecond = has(to.revision);
+    if (isInFirst && isInSecond) return false;
+    if (!isInFirst && !isInSecond) return true;
+    ++differing_;
+    const std::string& only = isInFirst ? from.revision : to.revision;
+    session_->output().result({{"file", file.path}, {"only_in", only}},
+                              fmt::format("only in {}: {}", only, space_->shownPath(file)));
+    return true;
   }
 
   std::string numberOf(const FileRecord& file, const std::string& text) {

@@ -44,7 +44,10 @@ class Label : public Command {
     space_ = &space;
     if (isReserved(name_))
       throw misuse(name_, "a label can't be called that", "choose another name");
-    const auto files = space.choose(names_);
+    auto files = space.choose(names_);
+    const auto former =
+        names_.empty() && deletes_ ? space.formerFiles(name_) : std::vector<FileRecord>();
+    for (const FileRecord& each : former) files.push_back(&each);
     if (deletes_) return remove(files);
     std::vector<std::string> numbers;
     if (!findAll(files, &numbers)) {
@@ -53,6 +56,7 @@ class Label : public Command {
     size_t place = 0;
     const size_t done = forEachFile(session, "label", files,
                                     [&](const FileRecord& file) { set(file, numbers[place++]); });
+    if (!isDry_) remember(files, numbers);
     session.output().line(fmt::format("{} {} with {}", isDry_ ? "would label" : "labelled",
                                       counted(done, "file"), name_));
     space.save();
@@ -112,6 +116,19 @@ class Label : public Command {
                               isMoved ? line : "");
   }
 
+  // Those that have it now, whether by this command or before.
+  void remember(const std::vector<const FileRecord*>& files,
+                const std::vector<std::string>& numbers) {
+    LabelList list = space_->labelList(name_);
+    for (size_t i = 0; i < files.size(); ++i) {
+      space_->forgetHistory(*files[i]);
+      const RevisionInfo* const now = space_->historyOf(*files[i]).withLabel(name_);
+      if (now == nullptr || now->number != numbers[i]) continue;
+      list.set({files[i]->path, files[i]->archive, now->number});
+    }
+    list.store();
+  }
+
   void remove(std::vector<const FileRecord*> files) {
     std::erase_if(files, [&](const FileRecord* file) {
       return space_->historyOf(*file).withLabel(name_) == nullptr;
@@ -124,11 +141,14 @@ class Label : public Command {
       throw Problem{"label", "nothing was deleted", "'--yes' says that it is sure",
                     Exit::kCancelled};
     }
+    LabelList list = space_->labelList(name_);
     const size_t done = forEachFile(*session_, "label", files, [&](const FileRecord& file) {
       if (isDry_) return;
       check(TrvsDeleteLabel(TRVS_CONTEXT, file.archive.c_str(), name_.c_str()),
             {.file = space_->shownPath(file), .archive = file.archive, .label = name_});
+      list.remove(file.archive);
     });
+    if (!isDry_) list.store();
     session_->output().line(fmt::format("{} {} of {}", isDry_ ? "would delete" : "deleted", name_,
                                         counted(done, "file")));
   }
@@ -169,6 +189,10 @@ class Labels : public Command {
         }
       }
     });
+    for (auto& [name, known] : labels) {
+      if (!names_.empty()) break;
+      known.files += formerOf(space, name);
+    }
     Output& output = session.output();
     std::vector<std::vector<std::string>> rows;
     std::vector<Fields> items;
@@ -189,6 +213,17 @@ class Labels : public Command {
   }
 
  private:
+  // Files that are not in the project any more, by whatever name.
+  static size_t formerOf(Workspace& space, const std::string& label) {
+    size_t count = 0;
+    for (const FileRecord& each : space.formerFiles(label)) {
+      const auto& files = space.files();
+      count += std::none_of(files.begin(), files.end(),
+                            [&](const FileRecord& file) { return file.archive == each.archive; });
+    }
+    return count;
+  }
+
   bool isNull_ = false;
   std::vector<std::string> names_;
 };

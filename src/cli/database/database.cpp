@@ -15,6 +15,7 @@
 #include "domain/projectroot.h"
 #include "os/directory.h"
 #include "runtime/nativepath.h"
+#include "store/52proj.h"
 #include "store/format52.h"
 #include "store/profile.h"
 #include "toolkit/bracket.h"
@@ -147,6 +148,12 @@ void Project::setTeamWorkDirectory(const std::string& directory) {
 
 std::string Project::configurationFile() const {
   return native(impl_->handle.effectiveConfig().path);
+}
+
+std::string Project::publicDirectory() const {
+  const auto* const project =
+      dynamic_cast<const foldapi::TVProjectFolder52*>(impl_->handle.object());
+  return project == nullptr ? "" : native(project->storageDir(foldapi::Side::kPublic));
 }
 
 std::vector<std::string> Project::archiveDirectories() const {

@@ -54,6 +54,8 @@ class Project {
   void setWorkDirectory(const std::string& directory);
   void setTeamWorkDirectory(const std::string& directory);
   std::string configurationFile() const;
+  // Where the team's list of its files lies.
+  std::string publicDirectory() const;
   // In their order; where new archives go is the first.
   std::vector<std::string> archiveDirectories() const;
   void setArchiveDirectories(const std::string& directories);

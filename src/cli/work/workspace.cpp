@@ -183,12 +183,39 @@ const RevisionInfo* Workspace::markedOf(const FileRecord& file, const std::strin
   return promotion().has(name) ? history.inGroup(name) : history.withLabel(name);
 }
 
-std::string Workspace::followedLabel() {
-  const std::string& follows = directory_.follows;
-  if (follows.starts_with(kLabelMark)) return follows.substr(kLabelMark.size());
+std::string Workspace::followedLabel() { return labelIn(directory_.follows); }
+
+std::string Workspace::labelIn(const std::string& revision) {
+  if (revision.starts_with(kLabelMark)) return revision.substr(kLabelMark.size());
+  for (const char* word : {"trunk", "here", "followed", "tip"}) {
+    if (revision == word) return "";
+  }
   const bool isOther =
-      follows == "trunk" || follows.starts_with(kGroupMark) || promotion().has(follows);
-  return isOther ? "" : follows;
+      isNumber(revision) || revision.starts_with(kGroupMark) || promotion().has(revision);
+  return isOther ? "" : revision;
+}
+
+LabelList Workspace::labelList(const std::string& label) const {
+  return LabelList(session_.project().publicDirectory(), label);
+}
+
+std::vector<FileRecord> Workspace::formerFiles(const std::string& label) {
+  std::vector<FileRecord> former;
+  if (label.empty()) return former;
+  const LabelList list = labelList(label);
+  for (const LabelledFile& each : list.files()) {
+    const FileRecord file{each.path, each.archive, ""};
+    const bool isThere = std::any_of(files_.begin(), files_.end(), [&](const FileRecord& known) {
+      return known.archive == file.archive && known.path == file.path;
+    });
+    if (isThere) continue;
+    try {
+      if (historyOf(file).withLabel(label) != nullptr) former.push_back(file);
+    } catch (const Problem& problem) {
+      session_.output().problem(problem);
+    }
+  }
+  return former;
 }
 
 const RevisionInfo& Workspace::revisionOf(const FileRecord& file, const std::string& text) {

@@ -10,6 +10,7 @@
 #include "cli/archives/history.h"
 #include "cli/archives/promotion.h"
 #include "cli/database/database.h"
+#include "cli/database/labellist.h"
 #include "cli/work/directory.h"
 #include "cli/work/state.h"
 
@@ -38,7 +39,13 @@ class Workspace {
   // The files that names mean, each once, in their order: a file, all below a directory, a pattern.
   // Problems with single names are told, and the others chosen. No names: all files.
   std::vector<const FileRecord*> choose(const std::vector<std::string>& names);
-  // All that names mean that isn't under control, from the top of the work directory.
+  // The files that had `label` when it was given to the project and are no longer in it, or not by
+  // that name: as they were then. Only where the archive still has the label.
+  std::vector<FileRecord> formerFiles(const std::string& label);
+  // The list of the files that have a label.
+  LabelList labelList(const std::string& label) const;
+  // The same text, without what says that it is a label; empty if it means none.
+  std::string labelIn(const std::string& revision);
   // The place of a typed name from the top; misuse if it lies outside.
   std::string fromTop(const std::string& typed) const;
 
