@@ -4,9 +4,9 @@ check_transcript.py TREVAULT TRANSCRIPT...
 
 A line that begins with "$ " is a command of ann's, one with "bob$ " or another name a command of
 that user's. An answer stands in the question's own line, after "[y/N] ". What follows up to the
-next command is the output, of both streams, as a terminal of 80 columns without colours gets it. Times, the places of the test and the name of its
-group are masked on both sides: the transcript shows "2026-11-23 09:12" where a time is, and homes
-below /home.
+next command is the output, of both streams, as a terminal of 80 columns without colours gets it.
+Times, the places of the test and the name of its group are masked on both sides: the transcript
+shows "2026-11-23 09:12" where a time is, and homes below /home.
 
 What the people at the terminals don't see stands in lines of set-up: "#$ " or "#bob$ " and a
 command, whose output counts for nothing and which must succeed; "#set NAME=VALUE" for a variable of
@@ -87,7 +87,7 @@ def masked(text, base):
     """Columns that a path of the test makes wider than the transcript's are told by one blank."""
     text = re.sub(r"\n {30,}", "  ", text)
     text = re.sub(r"in the group \S+ may", "in the group team may", text)
-    lines = [re.sub(r"  +" if "/home/" in line else r" {20,}", "  ", line.rstrip())
+    lines = [re.sub(r"  +" if re.search("/(home|srv)/", line) else r" {15,}", "  ", line.rstrip())
              for line in text.splitlines()]
     text = TIME.sub("TIME", "\n".join(lines).replace(str(base), ""))
     return re.sub(r"(?<!public )(?<!private )\b%s\b" % re.escape(ACCOUNT), "ann", text).strip()

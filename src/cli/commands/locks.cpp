@@ -222,32 +222,69 @@ class Locks : public Command {
  public:
   void declare(Options& options) override {
     options.text(&user_, "-u,--user", "NAME", "of that user only");
+    options.flag(&isEverywhere_, "--everywhere", "of all projects");
     options.words(&names_, "FILE", Need::kOptional, "else all of the project");
   }
 
   void run(Session& session) override {
-    Workspace space(session, State::Use::kRead);
-    std::vector<Fields> items;
-    std::vector<std::vector<std::string>> rows;
-    forEachFile(session, "locks", space.choose(names_), [&](const FileRecord& file) {
-      for (const LockInfo& each : space.historyOf(file).locks()) {
-        if (!user_.empty() && each.user != user_) continue;
-        items.push_back({{"file", file.path},
-                         {"revision", each.number},
-                         {"user", each.user},
-                         {"since", each.time},
-                         {"note", each.note},
-                         {"mine", each.user == space.user()}});
-        rows.push_back({space.shownPath(file), each.number, each.user, each.minute(), each.note});
-      }
-    });
-    const auto lines = table(rows);
-    for (size_t i = 0; i < lines.size(); ++i) session.output().result(items[i], lines[i]);
+    session_ = &session;
+    if (isEverywhere_) {
+      if (!names_.empty()) throw misuse("--everywhere", "takes no files", "leave them out");
+      for (const std::string& name : session.database().projects()) lookInto(name);
+    } else {
+      Workspace space(session, State::Use::kRead);
+      forEachFile(session, "locks", space.choose(names_), [&](const FileRecord& file) {
+        take(file, space.historyOf(file), space.user(), {space.shownPath(file)});
+      });
+    }
+    const auto lines = table(rows_);
+    for (size_t i = 0; i < lines.size(); ++i) session.output().result(items_[i], lines[i]);
+    if (lines.empty() && !user_.empty()) {
+      session.output().problem({user_, "nobody of this name has a lock", "", Exit::kDone});
+    }
   }
 
  private:
+  // What can't be read of one project is told, and the others are looked into.
+  void lookInto(const std::string& name) {
+    try {
+      const Project project = session_->database().open(name);
+      project.useConfiguration();
+      const std::string user = presentUser();
+      const auto files = project.files();
+      std::vector<const FileRecord*> all;
+      for (const FileRecord& file : files) all.push_back(&file);
+      forEachFile(*session_, "locks", all, [&](const FileRecord& file) {
+        const size_t before = items_.size();
+        take(file, History(file.archive, file.path), user, {shown(name), shown(file.path)});
+        for (size_t i = before; i < items_.size(); ++i) items_[i].emplace_back("project", name);
+      });
+    } catch (const Problem& problem) {
+      session_->output().problem(problem);
+    }
+  }
+
+  void take(const FileRecord& file, const History& history, const std::string& user,
+            const std::vector<std::string>& start) {
+    for (const LockInfo& each : history.locks()) {
+      if (!user_.empty() && each.user != user_) continue;
+      items_.push_back({{"file", file.path},
+                        {"revision", each.number},
+                        {"user", each.user},
+                        {"since", each.time},
+                        {"note", each.note},
+                        {"mine", each.user == user}});
+      rows_.push_back(start);
+      rows_.back().insert(rows_.back().end(), {each.number, each.user, each.minute(), each.note});
+    }
+  }
+
   std::string user_;
+  bool isEverywhere_ = false;
   std::vector<std::string> names_;
+  Session* session_ = nullptr;
+  std::vector<Fields> items_;
+  std::vector<std::vector<std::string>> rows_;
 };
 
 }  // namespace
