@@ -45,7 +45,7 @@ class Log : public Command {
     options.text(&label_, "-l,--label", "NAME", "with this label");
     options.text(&group_, "-g,--group", "NAME", "in this group");
     options.text(&words_, "--grep", "TEXT", "with this text in the message");
-    options.text(&last_, "--last", "N", "the newest N of each file");
+    options.text(&last_, "--last", "N", "the newest N of each file, or of the project's entries");
     options.flag(&isReversed_, "--reverse", "the oldest first");
     options.words(&names_, "FILE", Need::kOptional, "else all of the project");
   }
@@ -55,19 +55,98 @@ class Log : public Command {
     session_ = &session;
     space_ = &space;
     const auto files = space.choose(names_);
+    if (names_.empty()) return tellProject(files);
     const bool isOne = files.size() == 1;
     forEachFile(session, "log", files, [&](const FileRecord& file) { tellFile(file, isOne); });
   }
 
  private:
-  void tellFile(const FileRecord& file, bool isOne) {
-    const std::vector<RevisionInfo>& all = space_->historyOf(file).revisions();
-    if (all.empty()) return;
-    const auto [from, to] = rangeOf(file, all);
+  // What somebody checked in at one time, as far as anybody can tell: check-ins of one author with
+  // one message, each within five minutes of the one before.
+  struct Entry {
+    std::vector<std::pair<const FileRecord*, RevisionInfo>> revisions;
+    const RevisionInfo& newest() const { return revisions.back().second; }
+  };
+
+  void tellProject(const std::vector<const FileRecord*>& files) {
+    Entry all;
+    forEachFile(*session_, "log", files, [&](const FileRecord& file) {
+      for (RevisionInfo& each : chosenOf(file)) all.revisions.emplace_back(&file, std::move(each));
+    });
+    std::stable_sort(
+        all.revisions.begin(), all.revisions.end(),
+        [](const auto& left, const auto& right) { return left.second.time < right.second.time; });
+    std::vector<Entry> entries = entriesOf(std::move(all));
+    std::reverse(entries.begin(), entries.end());
+    if (!last_.empty()) entries.resize(std::min(entries.size(), countOf(last_)));
+    if (isReversed_) std::reverse(entries.begin(), entries.end());
+    for (const Entry& each : entries) tellEntry(each);
+  }
+
+  static std::vector<Entry> entriesOf(Entry all) {
+    constexpr int64_t kWindow = 5 * 60;
+    std::vector<Entry> entries;
+    std::map<std::pair<std::string, std::string>, size_t> latest;  // By author and message.
+    for (auto& [file, revision] : all.revisions) {
+      const auto key = std::pair(revision.author, revision.message);
+      const auto found = latest.find(key);
+      const bool isNew =
+          found == latest.end() ||
+          secondsOf(revision.time) - secondsOf(entries[found->second].newest().time) > kWindow;
+      if (isNew) {
+        latest[key] = entries.size();
+        entries.emplace_back();
+      }
+      entries[latest[key]].revisions.emplace_back(file, std::move(revision));
+    }
+    return entries;
+  }
+
+  // Of "2026-11-23 10:31:06", counted from a fixed day.
+  static int64_t secondsOf(const std::string& time) {
+    int64_t parts[6] = {};
+    size_t place = 0;
+    for (int64_t& part : parts) {
+      for (; place < time.size() && time[place] >= '0' && time[place] <= '9'; ++place) {
+        part = part * 10 + (time[place] - '0');
+      }
+      ++place;
+    }
+    // Years that begin with March: then the day that may be missing is the last of them.
+    const bool isEarly = parts[1] <= 2;
+    const int64_t year = parts[0] - (isEarly ? 1 : 0);
+    const int64_t month = parts[1] + (isEarly ? 9 : -3);
+    const int64_t day =
+        365 * year + year / 4 - year / 100 + year / 400 + (153 * month + 2) / 5 + parts[2];
+    return day * 86'400 + parts[3] * 3600 + parts[4] * 60 + parts[5];
+  }
+
+  void tellEntry(const Entry& entry) const {
+    Output& output = session_->output();
+    const RevisionInfo& newest = entry.newest();
+    output.line(fmt::format("{}  {}  {}", newest.minute(), shown(newest.author),
+                            shown(firstLine(newest.message))));
+    for (const auto& [file, revision] : entry.revisions) {
+      output.result(itemOf(*file, revision),
+                    fmt::format("  {} {}", space_->shownPath(*file), revision.number));
+      if (output.manner().verbose) tellMore(revision);
+    }
+    output.line("");
+  }
+
+  std::vector<RevisionInfo> chosenOf(const FileRecord& file) {
     std::vector<RevisionInfo> chosen;
+    const std::vector<RevisionInfo>& all = space_->historyOf(file).revisions();
+    if (all.empty()) return chosen;
+    const auto [from, to] = rangeOf(file, all);
     for (const RevisionInfo* each = from; each <= to; ++each) {
       if (fits(*each)) chosen.push_back(*each);
     }
+    return chosen;
+  }
+
+  void tellFile(const FileRecord& file, bool isOne) {
+    std::vector<RevisionInfo> chosen = chosenOf(file);
     std::stable_sort(
         chosen.begin(), chosen.end(),
         [](const RevisionInfo& left, const RevisionInfo& right) { return left.time < right.time; });
