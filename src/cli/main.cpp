@@ -31,6 +31,13 @@ Exit runCommand(Invocation& call, Output& output) {
   return Exit::kFailed;
 }
 
+bool mayBeLong(std::string_view command) {
+  for (const char* each : {"log", "diff", "tree", "list", "help"}) {
+    if (command == each) return true;
+  }
+  return false;
+}
+
 Exit run(const std::vector<std::string>& words) {
   Output plain({});
   try {
@@ -40,8 +47,10 @@ Exit run(const std::vector<std::string>& words) {
       output.line(fmt::format("trevault {}.{}.{}", FOLDAPI_VERSION_MAJOR, FOLDAPI_VERSION_MINOR,
                               FOLDAPI_VERSION_PATCH));
     } else if (call.globals.help || call.command == nullptr) {
+      output.usePager();
       output.line(call.help);
     } else {
+      if (mayBeLong(call.name)) output.usePager();
       const Exit exit = runCommand(call, output);
       return output.finish(call.name, exit);
     }

@@ -1,7 +1,12 @@
 // os/terminal_posix.cpp: streams and terminals on Linux.
 #include <fcntl.h>
 #include <sys/ioctl.h>
+#include <sys/wait.h>
 #include <unistd.h>
+
+#include <csignal>
+#include <cstdlib>
+#include <utility>
 
 #include "os/calls_posix.h"
 #include "os/terminal.h"
@@ -10,6 +15,8 @@ namespace os {
 namespace {
 
 int theOutput = STDOUT_FILENO;
+pid_t thePager = -1;
+int theTerminal = -1;  // The output while a pager has it.
 
 int descriptorOf(Stream stream) {
   switch (stream) {
@@ -41,6 +48,44 @@ int terminalWidth() {
   winsize size = {};
   const bool isKnown = ::ioctl(theOutput, TIOCGWINSZ, &size) == 0 && size.ws_col > 0;
   return isKnown ? size.ws_col : kUsual;
+}
+
+int terminalHeight() {
+  constexpr int kUsual = 24;
+  winsize size = {};
+  const bool isKnown = ::ioctl(theOutput, TIOCGWINSZ, &size) == 0 && size.ws_row > 0;
+  return isKnown ? size.ws_row : kUsual;
+}
+
+bool startPager(const std::string& command) {
+  int ends[2];
+  if (::pipe2(ends, O_CLOEXEC) != 0) return false;
+  thePager = ::fork();
+  if (thePager == 0) {
+    ::dup2(ends[0], STDIN_FILENO);
+    ::dup2(theOutput, STDOUT_FILENO);
+    ::setenv("LESS", "FRX", 0);
+    ::execl("/bin/sh", "sh", "-c", command.c_str(), static_cast<char*>(nullptr));
+    ::_exit(127);
+  }
+  ::close(ends[0]);
+  if (thePager < 0) {
+    ::close(ends[1]);
+    return false;
+  }
+  theTerminal = std::exchange(theOutput, ends[1]);
+  std::signal(SIGPIPE, SIG_IGN);
+  std::signal(SIGINT,
+              SIG_IGN);  // It is the pager's while that has the terminal.
+  return true;
+}
+
+bool endPager() {
+  constexpr int kNotFound = 127;
+  ::close(std::exchange(theOutput, theTerminal));
+  int status = 0;
+  const pid_t ended = uninterrupted([&] { return ::waitpid(thePager, &status, 0); });
+  return ended == thePager && !(WIFEXITED(status) && WEXITSTATUS(status) == kNotFound);
 }
 
 bool writeTo(Stream stream, std::string_view text) { return writeAll(descriptorOf(stream), text); }

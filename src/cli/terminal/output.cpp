@@ -158,20 +158,43 @@ void Output::result(Fields item, std::string_view text) {
     addBytes(&item);
     items_.emplace_back(std::move(item));
   } else if (!text.empty()) {
-    const bool isCut = os::isTerminal(os::Stream::kOutput) && !manner_.verbose;
-    if (++lines_ <= kMostLines || !isCut) line(text);
+    if (++lines_ <= kMostLines || !isCut()) line(text);
   }
 }
 
 void Output::line(std::string_view text) {
   if (manner_.json || manner_.quiet) return;
   pending_.append(safeFor(os::Stream::kOutput, text)).append("\n");
-  if (pending_.size() > kWideWrite) flush();
+  if (pending_.size() > kWideWrite && !usesPager_) flush();
 }
 
 void Output::bytes(std::string_view bytes) {
   flush();
   if (!os::writeTo(os::Stream::kOutput, bytes)) throw Problem{"standard output", "takes no more"};
+}
+
+bool Output::isCut() const {
+  return os::isTerminal(os::Stream::kOutput) && !manner_.verbose && !usesPager_;
+}
+
+void Output::usePager() {
+  usesPager_ = manner_.pager && isText() && !manner_.quiet && !os::hasRaisedRights() &&
+               os::isTerminal(os::Stream::kOutput);
+}
+
+void Output::showPages() {
+  const auto lines = std::count(pending_.begin(), pending_.end(), '\n');
+  if (!std::exchange(usesPager_, false) || lines < os::terminalHeight()) return;
+  std::string pager = "less";
+  for (const char* name : {"PAGER", "TREVAULT_PAGER"}) {
+    if (const auto said = os::environmentVariable(name)) pager = *said;
+  }
+  if (pager.empty()) return;
+  const std::string text = safeFor(os::Stream::kOutput, pending_);  // As it ends on the terminal.
+  if (!os::startPager(pager)) return;
+  pending_ = text;
+  flush();
+  if (!os::endPager()) pending_ = text;
 }
 
 // Who closes a pager or a pipe has seen enough.
@@ -218,8 +241,8 @@ bool Output::ask(std::string_view what) {
 }
 
 Exit Output::finish(std::string_view command, Exit exit) {
-  const bool isCut = os::isTerminal(os::Stream::kOutput) && !manner_.verbose && lines_ > kMostLines;
-  if (isCut) line(fmt::format("... and {} more (-v shows all)", number(lines_ - kMostLines)));
+  if (isCut() && lines_ > kMostLines)
+    line(fmt::format("... and {} more (-v shows all)", number(lines_ - kMostLines)));
   if (manner_.json) {
     Fields whole{{"version", kVersion}, {"command", command}};
     whole.insert(whole.end(), document_.begin(), document_.end());
@@ -227,6 +250,7 @@ Exit Output::finish(std::string_view command, Exit exit) {
     whole.emplace_back("errors", errors_);
     pending_ = jsonOf(whole).dump(-1, ' ', false, Json::error_handler_t::replace) + '\n';
   }
+  showPages();
   flush();
   return std::max(exit, worst_);
 }

@@ -50,6 +50,9 @@ class Output {
   bool isWide() const;  // A terminal shows box characters and the like.
   std::string coloured(std::string_view text, Colour colour) const;
 
+  // What is longer than the screen goes to a pager: for commands that only tell.
+  void usePager();
+
   // A field of the document itself.
   void set(std::string name, Value value);
   // A result: an item of the document, or a line. An empty line has the item in JSON alone.
@@ -69,8 +72,11 @@ class Output {
 
  private:
   void flush();
+  bool isCut() const;  // Whether only some results are shown.
+  void showPages();
 
   Manner manner_;
+  bool usesPager_ = false;
   bool isColoured_ = false;
   std::string pending_;
   size_t lines_ = 0;  // Results on a terminal so far, of which only some are shown.
