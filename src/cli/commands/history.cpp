@@ -121,9 +121,12 @@ class Log : public Command {
     return day * 86'400 + parts[3] * 3600 + parts[4] * 60 + parts[5];
   }
 
-  void tellEntry(const Entry& entry) const {
+  void tellEntry(Entry entry) const {
     Output& output = session_->output();
-    const RevisionInfo& newest = entry.newest();
+    const RevisionInfo newest = entry.newest();
+    std::stable_sort(
+        entry.revisions.begin(), entry.revisions.end(),
+        [](const auto& left, const auto& right) { return left.first->path < right.first->path; });
     output.line(fmt::format("{}  {}  {}", newest.minute(), shown(newest.author),
                             shown(firstLine(newest.message))));
     for (const auto& [file, revision] : entry.revisions) {

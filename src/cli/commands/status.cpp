@@ -196,7 +196,10 @@ class Status : public Command {
 
   void tellNames() const {
     std::string names;
-    for (const Row& row : rows_) names += row.path + '\0';
+    for (const Fields& item : items_) {
+      const FileRecord file{std::get<std::string>(item.front().second), "", ""};
+      names += space_->pathFromHere(file) + '\0';
+    }
     session_->output().bytes(names);
   }
 
@@ -241,7 +244,7 @@ class List : public Command {
     std::vector<std::vector<std::string>> rows;
     for (const FileRecord* file : space.choose(names_)) {
       const std::string path = space.shownPath(*file);
-      names += path + '\0';
+      names += space.pathFromHere(*file) + '\0';
       items.push_back({{"file", file->path}, {"archive", file->archive}, {"folder", file->folder}});
       rows.push_back({path});
       if (isAll_) addMore(space, *file, &items.back(), &rows.back());

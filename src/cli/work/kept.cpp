@@ -66,6 +66,11 @@ void removeOld(const std::string& kept, int64_t now) {
 void keep(const std::string& top, const std::string& path) {
   const int64_t now = os::wallClockNanoseconds() / 1'000'000'000;
   const std::string kept = joined(joined(top, kMemory), "kept");
+  os::FileStatus status;
+  const bool isThere = os::readEntryStatus(kept.c_str(), &status) == os::FileResult::kDone;
+  if (isThere && !status.isDirectory) {
+    throw Problem{kept, "is no directory, and old contents are kept there", "remove it"};
+  }
   removeOld(kept, now);
   std::string place = joined(joined(kept, momentOf(now)), path);
   for (int more = 1; os::hasEntry(place.c_str()); ++more) {

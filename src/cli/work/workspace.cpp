@@ -63,11 +63,13 @@ std::string Workspace::pathToWrite(const FileRecord& file) const {
                 "remove the link"};
 }
 
-std::string Workspace::shownPath(const FileRecord& file) const {
+std::string Workspace::pathFromHere(const FileRecord& file) const {
   const std::string path = absolutePath(directory_.top, file.path);
   const bool isInside = isBelow(directory_.top, session_.here());
-  return shown(isInside ? relativePath(session_.here(), path) : file.path);
+  return isInside ? relativePath(session_.here(), path) : file.path;
 }
+
+std::string Workspace::shownPath(const FileRecord& file) const { return shown(pathFromHere(file)); }
 
 std::string Workspace::fromTop(const std::string& typed) const {
   const bool isFromTop = typed.starts_with(":/");

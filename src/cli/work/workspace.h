@@ -53,7 +53,9 @@ class Workspace {
   // the second one, which also looks whether links lead out on the way.
   std::string pathOf(const FileRecord& file) const;  // Absolute.
   std::string pathToWrite(const FileRecord& file) const;
-  std::string shownPath(const FileRecord& file) const;  // From the directory of the shell.
+  // From the directory of the shell: as it is, and as people see it.
+  std::string pathFromHere(const FileRecord& file) const;
+  std::string shownPath(const FileRecord& file) const;
 
   const FileState* stateOf(const FileRecord& file) const { return state_.find(file.path); }
   Standing standingOf(const FileRecord& file);
