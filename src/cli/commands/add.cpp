@@ -15,7 +15,9 @@
 #include "cli/work/walk.h"
 #include "cli/work/workspace.h"
 #include "os/directory.h"
+#include "os/environment.h"
 #include "os/file.h"
+#include "os/trust.h"
 
 namespace cli {
 namespace {
@@ -107,7 +109,27 @@ class Add : public Command {
     return joined(joined(directories.front(), directoryPart(path)), namePart(name));
   }
 
+  // Where new archives go is the word of whoever may write the configuration. If others may, and it
+  // leads into the user's home, he is asked.
+  void askForPlace() const {
+    const Project& project = session_->project();
+    const auto directories = project.archiveDirectories();
+    const bool isNoMatter = isDry_ || !archive_.empty() || chosen_.empty() || directories.empty();
+    if (isNoMatter || os::isOursAlone(project.configurationFile())) return;
+    const std::string& place = directories.front();
+    const std::string home = os::homeDirectory();
+    const bool isAtHome =
+        !home.empty() && (isBelow(home, place) || isBelow(os::realPath(home), place));
+    if (!isAtHome || isBelow(session_->database().roots().publicRoot.path, place)) return;
+    const std::string question = fmt::format(
+        "the team's configuration puts archives in {}, in your home; go on", shown(place));
+    if (session_->output().ask(question)) return;
+    throw Problem{"add", "nothing was added",
+                  "'trevault project set --archives DIR' names another place", Exit::kCancelled};
+  }
+
   void addAll() {
+    askForPlace();
     if (!archive_.empty() && chosen_.size() > 1) {
       throw misuse("--archive", "is for one file", "add the files one by one");
     }
