@@ -44,7 +44,8 @@ test_port() {
   targets=exchange
   for test in $tests; do targets="$targets ${test}_test"; done
   # shellcheck disable=SC2086  # A list of names.
-  scripts/build.sh "build-ports/$1/build" $targets -DCMAKE_TOOLCHAIN_FILE="$PWD/cmake/port.cmake" \
+  scripts/build.sh "build-ports/$1/build" $targets -DFOLDAPI_PROGRAM=OFF \
+    -DCMAKE_TOOLCHAIN_FILE="$PWD/cmake/port.cmake" \
     -DPORT="$2" -DPORT_ROOT="$ports/$1/root" ${3:+"-DCMAKE_EXE_LINKER_FLAGS=$3"}
   for test in $tests; do
     echo "$1: $test"
