@@ -43,8 +43,9 @@ int makeNamelessFile(const std::string& directory) {
 
 bool isOnDisk(int file) {
   struct statfs status;
-  return ::fstatfs(file, &status) == 0 && status.f_type != TMPFS_MAGIC &&
-         status.f_type != RAMFS_MAGIC;
+  if (::fstatfs(file, &status) != 0) return false;
+  const auto type = static_cast<unsigned long>(status.f_type);
+  return type != TMPFS_MAGIC && type != RAMFS_MAGIC;
 }
 
 // Asks for room that is sure, and not for more than the process may write: that is a signal.

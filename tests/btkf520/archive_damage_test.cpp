@@ -55,7 +55,7 @@ TEST(ArchiveDamage, IsFoundInEveryBitOfAFile) {
   History history;
   fill(&history, 6);
   const std::string whole = history.file();
-  const size_t firstSize = whole.size() - support::SlowArchive(whole).partSize;
+  const auto firstSize = static_cast<size_t>(whole.size() - support::SlowArchive(whole).partSize);
   std::vector<btkf::Content> lost;
   for (size_t bit = 0; bit < 8 * whole.size(); ++bit) {
     std::string file = whole;

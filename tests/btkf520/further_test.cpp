@@ -240,7 +240,8 @@ TEST_F(Further, ContentsAreListedFoundAndRead) {
   const auto read = [this](const char* revision, uint32_t flags) {
     std::string taken;
     const auto take = [](void* client, const void* bytes, uint64_t size) -> int32_t {
-      static_cast<std::string*>(client)->append(static_cast<const char*>(bytes), size);
+      static_cast<std::string*>(client)->append(static_cast<const char*>(bytes),
+                                                static_cast<size_t>(size));
       return TRVS_GO_ON;
     };
     const int32_t status =
