@@ -19,10 +19,10 @@ MAY_INCLUDE = {
     "archivefile": ["os"],
     "runtime": ["dates", "os"],
     "api": LAYERS,
-    **{"cli" + part: ["os", "cli", "cli/text", "cli/terminal", "cli/work", "cli/database",
+    **{"cli" + part: ["os", "cli", "cli/text", "cli/terminal", "cli/local", "cli/database",
                       "cli/archives", "cli/commands"][:known] + more
        for part, known, more in (("/text", 0, []), ("/terminal", 3, []), ("/database", 3, LAYERS),
-                                 ("/archives", 3, []), ("/work", 7, []), ("/commands", 8, LAYERS),
+                                 ("/archives", 3, []), ("/local", 7, []), ("/commands", 8, LAYERS),
                                  ("", 8, ["runtime"]))},
     "kstrinin": ["os"],
     "btkf520/archive": ["archivefile", "dates", "os"],
@@ -42,7 +42,7 @@ MAY_INCLUDE_TOO = {
                 "os/fingerprint.h"],
     "api": ["foldapi/foldapi.h"],
     "cli": ["foldapi/foldapi.h"],
-    **{"cli/" + part: ["btkf520/btkf520.h"] for part in ("archives", "work", "commands")},
+    **{"cli/" + part: ["btkf520/btkf520.h"] for part in ("archives", "local", "commands")},
     **{"btkf520/" + part: ["btkf520/btkf520.h"]
        for part in ("archive", "configuration", "operations", "interface")},
 }

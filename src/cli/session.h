@@ -8,9 +8,9 @@
 #include <string>
 
 #include "cli/database/database.h"
+#include "cli/local/directory.h"
 #include "cli/options.h"
 #include "cli/terminal/output.h"
-#include "cli/work/directory.h"
 
 namespace cli {
 

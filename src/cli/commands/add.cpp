@@ -8,12 +8,12 @@
 #include "cli/archives/engine.h"
 #include "cli/command.h"
 #include "cli/commands/commands.h"
+#include "cli/local/localfiles.h"
+#include "cli/local/walk.h"
 #include "cli/problem.h"
 #include "cli/session.h"
 #include "cli/text/paths.h"
 #include "cli/text/text.h"
-#include "cli/work/walk.h"
-#include "cli/work/workspace.h"
 #include "os/directory.h"
 #include "os/environment.h"
 #include "os/file.h"
@@ -37,29 +37,29 @@ class Add : public Command {
   }
 
   void run(Session& session) override {
-    Workspace space(session, State::Use::kChange);
+    LocalFiles local(session, State::Use::kChange);
     session_ = &session;
-    space_ = &space;
-    for (const FileRecord& file : space.files()) known_.insert(file.path);
+    local_ = &local;
+    for (const FileRecord& file : local.files()) known_.insert(file.path);
     for (const std::string& name : names_) collect(name);
-    if (group_.empty()) group_ = space.directory().group;
-    if (label_.empty()) label_ = space.followedLabel();
+    if (group_.empty()) group_ = local.directory().group;
+    if (label_.empty()) label_ = local.followedLabel();
     folders_ = session.project().folders();
     addAll();
-    space.save();
+    local.save();
     tell();
   }
 
  private:
   void collect(const std::string& name) {
-    const std::string path = space_->fromTop(name);
-    const std::string whole = absolutePath(space_->directory().top, path);
+    const std::string path = local_->fromTop(name);
+    const std::string whole = absolutePath(local_->directory().top, path);
     if (!os::hasEntry(whole.c_str())) {
       return session_->output().problem({name, "no such file", ""});
     }
     const bool isNamed = !os::directoryState(whole.c_str());
     const PassedOver passed =
-        walk(space_->directory().top, path, noIgnore_ ? Ignoring::kNot : Ignoring::kByRules,
+        walk(local_->directory().top, path, noIgnore_ ? Ignoring::kNot : Ignoring::kByRules,
              [&](const std::string& each) { take(each, isNamed); });
     links_ += passed.links;
     others_ += passed.others;
@@ -81,7 +81,7 @@ class Add : public Command {
       if (!folder_.empty() && each.name == folder_) {
         if (holds) return folder_;
         throw Problem{
-            space_->shownPath({path, "", ""}),
+            local_->shownPath({path, "", ""}),
             fmt::format("lies outside of folder {}, which is {}", folder_, shown(each.directory)),
             "leave -f away, or name another folder"};
       }
@@ -152,12 +152,12 @@ class Add : public Command {
                     [](const FileRecord& file) { return !os::hasEntry(file.archive.c_str()); });
     }
     if (!isDry_ && !label_.empty() && !made.empty()) {
-      LabelList list = space_->labelList(label_);
+      LabelList list = local_->labelList(label_);
       for (const FileRecord& file : made) list.set({file.path, file.archive, firstNumber()});
       list.store();
     }
     for (const FileRecord& file : made) {
-      if (!isDry_) space_->note(file, firstNumber(), false);
+      if (!isDry_) local_->note(file, firstNumber(), false);
       tellFile(file);
     }
     added_ = made.size();
@@ -166,7 +166,7 @@ class Add : public Command {
   // A file without a record is as it was before: what was just made from it goes.
   void takeBack(const FileRecord& file) const {
     static_cast<void>(os::removeFile(file.archive.c_str()));
-    static_cast<void>(os::setWritable(space_->pathOf(file).c_str(), true));
+    static_cast<void>(os::setWritable(local_->pathOf(file).c_str(), true));
   }
 
   std::string firstNumber() const { return number_.empty() ? "1.0" : number_; }
@@ -184,7 +184,7 @@ class Add : public Command {
 
   void create(const FileRecord& file) const {
     refuseLongName(file);
-    const std::string workfile = space_->pathToWrite(file);
+    const std::string workfile = local_->pathToWrite(file);
     if (file.path.find('\n') != std::string::npos) {
       throw Problem{file.path, "a file's name can't hold a line end", "rename it"};
     }
@@ -219,7 +219,7 @@ class Add : public Command {
                                {"archive", file.archive},
                                {"before", nullptr}},
                               fmt::format("{} {} {}", isDry_ ? "would add" : "added",
-                                          space_->shownPath(file), firstNumber()));
+                                          local_->shownPath(file), firstNumber()));
   }
 
   void tell() const {
@@ -243,7 +243,7 @@ class Add : public Command {
   bool isDry_ = false;
   std::vector<std::string> names_;
   Session* session_ = nullptr;
-  Workspace* space_ = nullptr;
+  LocalFiles* local_ = nullptr;
   std::set<std::string> known_;
   std::vector<std::string> chosen_;
   size_t links_ = 0;

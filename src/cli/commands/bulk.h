@@ -8,10 +8,10 @@
 #include <string_view>
 #include <vector>
 
+#include "cli/local/localfiles.h"
 #include "cli/problem.h"
 #include "cli/session.h"
 #include "cli/text/text.h"
-#include "cli/work/workspace.h"
 
 namespace cli {
 

@@ -4,9 +4,9 @@
 #include "cli/command.h"
 #include "cli/commands/bulk.h"
 #include "cli/commands/commands.h"
+#include "cli/local/localfiles.h"
 #include "cli/problem.h"
 #include "cli/session.h"
-#include "cli/work/workspace.h"
 #include "os/terminal.h"
 
 namespace cli {
@@ -21,14 +21,14 @@ class Cat : public Command {
   }
 
   void run(Session& session) override {
-    Workspace space(session, State::Use::kRead);
-    forEachFile(session, "cat", space.choose(names_), [&](const FileRecord& file) {
-      const std::string path = space.shownPath(file);
-      if (revision_.empty() && space.hereOf(file) == nullptr) {
+    LocalFiles local(session, State::Use::kRead);
+    forEachFile(session, "cat", local.choose(names_), [&](const FileRecord& file) {
+      const std::string path = local.shownPath(file);
+      if (revision_.empty() && local.hereOf(file) == nullptr) {
         throw Problem{path, "no revision here yet", "name one with -r"};
       }
       const std::string number =
-          space.revisionOf(file, revision_.empty() ? "here" : revision_).number;
+          local.revisionOf(file, revision_.empty() ? "here" : revision_).number;
       const std::string content = contentOf(
           {.file = path, .archive = file.archive, .revision = number}, Keywords::kExpanded);
       if (!session.output().isText()) {

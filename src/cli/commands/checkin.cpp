@@ -9,10 +9,10 @@
 #include "cli/commands/bulk.h"
 #include "cli/commands/commands.h"
 #include "cli/commands/message.h"
+#include "cli/local/localfiles.h"
 #include "cli/problem.h"
 #include "cli/session.h"
 #include "cli/text/text.h"
-#include "cli/work/workspace.h"
 
 namespace cli {
 namespace {
@@ -36,11 +36,11 @@ class CheckIn : public Command {
   }
 
   void run(Session& session) override {
-    Workspace space(session, State::Use::kChange);
+    LocalFiles local(session, State::Use::kChange);
     session_ = &session;
-    space_ = &space;
+    local_ = &local;
     message_ = messageFrom(session, message_, messageFile_);
-    std::vector<const FileRecord*> files = space.choose(names_);
+    std::vector<const FileRecord*> files = local.choose(names_);
     if (names_.empty()) files = changedOnes(files);
     if (files.empty()) return session.output().line("nothing to check in");
     if (message_.empty() && !isDry_) {
@@ -48,10 +48,10 @@ class CheckIn : public Command {
     }
     const size_t done =
         forEachFile(session, "checkin", files, [&](const FileRecord& file) { checkIn(file); });
-    remember(space.followedLabel(), moved_);
+    remember(local.followedLabel(), moved_);
     remember(label_, labelled_);
     if (done > 1) session.output().line(counted(done, "file") + (isDry_ ? "" : " checked in"));
-    space.save();
+    local.save();
   }
 
  private:
@@ -59,14 +59,14 @@ class CheckIn : public Command {
     std::vector<const FileRecord*> chosen;
     for (const FileRecord* file : files) {
       try {
-        if (space_->standingOf(*file) != Standing::kChanged) continue;
-        const RevisionInfo* const here = space_->hereOf(*file);
-        if (locks_ || here->isLockedBy(space_->user())) {
+        if (local_->standingOf(*file) != Standing::kChanged) continue;
+        const RevisionInfo* const here = local_->hereOf(*file);
+        if (locks_ || here->isLockedBy(local_->user())) {
           chosen.push_back(file);
         } else {
           session_->output().result(
               {{"file", file->path}, {"action", "skipped"}},
-              fmt::format("skipped {}, changed but not locked", space_->shownPath(*file)));
+              fmt::format("skipped {}, changed but not locked", local_->shownPath(*file)));
         }
       } catch (const Problem& problem) {
         session_->output().problem(problem);
@@ -76,19 +76,19 @@ class CheckIn : public Command {
   }
 
   void checkIn(const FileRecord& file) {
-    const RevisionInfo& here = space_->revisionOf(file, "here");
+    const RevisionInfo& here = local_->revisionOf(file, "here");
     const std::string parent = here.number;
     refuseUnlocked(file, here);
-    const History& history = space_->historyOf(file);
+    const History& history = local_->historyOf(file);
     const RevisionInfo* const tip = history.tipOf(here.branch);
     const std::string group = groupFor(here);
-    Subject subject = space_->subjectOf(file, parent, group);
-    subject.workfile = space_->pathToWrite(file);
+    Subject subject = local_->subjectOf(file, parent, group);
+    subject.workfile = local_->pathToWrite(file);
     subject.label = label_;
     const Along along = alongOf(file, here);
     const bool willBranch = branches_ || tip != &here;
     if (isDry_) return tell(file, numberAfter(history, here, willBranch), parent, along.words);
-    if (locks_ && !here.isLockedBy(space_->user())) {
+    if (locks_ && !here.isLockedBy(local_->user())) {
       if (tip != &here) {
         throw Problem{subject.file,
                       fmt::format("{} by {} came after your {}", tip->number, tip->author, parent),
@@ -101,25 +101,25 @@ class CheckIn : public Command {
                           parent.c_str(), label_.c_str(), nullptr, message_.c_str(), group.c_str(),
                           nullptr, 0, flags(!willBranch)),
           subject);
-    space_->forgetHistory(file);
+    local_->forgetHistory(file);
     finish(file, parent, willBranch, along);
   }
 
   // The group worked in, unless the file was locked for another one.
   std::string groupFor(const RevisionInfo& here) {
     if (!group_.empty()) return group_;
-    const std::string& own = space_->directory().group;
+    const std::string& own = local_->directory().group;
     const auto& groups = here.groups;
     const bool hasOwn = std::find(groups.begin(), groups.end(), own) != groups.end();
     const bool hasOther = std::any_of(groups.begin(), groups.end(), [&](const std::string& each) {
-      return space_->promotion().isDevelopment(each);
+      return local_->promotion().isDevelopment(each);
     });
     return hasOther && !hasOwn ? "" : own;
   }
 
   void remember(const std::string& label, const std::vector<LabelledFile>& files) const {
     if (files.empty()) return;
-    LabelList list = space_->labelList(label);
+    LabelList list = local_->labelList(label);
     for (const LabelledFile& each : files) list.set(each);
     list.store();
   }
@@ -131,9 +131,9 @@ class CheckIn : public Command {
   };
 
   Along alongOf(const FileRecord& file, const RevisionInfo& here) {
-    const std::string label = space_->followedLabel();
+    const std::string label = local_->followedLabel();
     if (label.empty() || label == label_) return {};
-    const RevisionInfo* const now = space_->historyOf(file).withLabel(label);
+    const RevisionInfo* const now = local_->historyOf(file).withLabel(label);
     if (now == nullptr) return {true, ", labelled " + label};
     if (now != &here) return {false, fmt::format(", {} stays at {}", label, now->number)};
     if (!branches_ && floats(file.archive, label, file.path)) return {};
@@ -149,15 +149,15 @@ class CheckIn : public Command {
   }
 
   void refuseUnlocked(const FileRecord& file, const RevisionInfo& here) const {
-    if (locks_ || here.isLockedBy(space_->user())) return;
-    const std::string path = space_->shownPath(file);
-    if (const RevisionInfo* other = space_->historyOf(file).lockedBy(space_->user())) {
+    if (locks_ || here.isLockedBy(local_->user())) return;
+    const std::string path = local_->shownPath(file);
+    if (const RevisionInfo* other = local_->historyOf(file).lockedBy(local_->user())) {
       throw Problem{path,
                     fmt::format("you have locked {}, and this file comes from {}", other->number,
                                 here.number),
                     "lock that too, or check in where you locked it"};
     }
-    if (const LockInfo* lock = space_->historyOf(file).lockOfOther(here.number, space_->user())) {
+    if (const LockInfo* lock = local_->historyOf(file).lockOfOther(here.number, local_->user())) {
       throw Problem{
           path, fmt::format("{} has locked {} since {}", lock->user, lock->number, lock->minute()),
           fmt::format("ask {}, or look at 'trevault locks'", lock->user)};
@@ -180,7 +180,7 @@ class CheckIn : public Command {
   // The new revision is the child of the parent that came last.
   void finish(const FileRecord& file, const std::string& parent, bool hasBranched,
               const Along& along) {
-    const History& history = space_->historyOf(file);
+    const History& history = local_->historyOf(file);
     const RevisionInfo* made = history.tipOf(branchOf(parent));
     for (int i = 1; hasBranched; ++i) {
       const RevisionInfo* const tip = history.tipOf(fmt::format("{}.{}", parent, i));
@@ -189,13 +189,13 @@ class CheckIn : public Command {
     }
     const std::string number = made->number;
     if (!label_.empty()) labelled_.push_back({file.path, file.archive, number});
-    space_->note(file, number, keepsLock_);
+    local_->note(file, number, keepsLock_);
     if (along.moves) {
-      const std::string label = space_->followedLabel();
+      const std::string label = local_->followedLabel();
       check(TrvsSetLabel(TRVS_CONTEXT, file.archive.c_str(), label.c_str(), number.c_str(),
                          TRVS_LABEL_MOVE),
-            {.file = space_->shownPath(file), .archive = file.archive, .label = label});
-      space_->forgetHistory(file);
+            {.file = local_->shownPath(file), .archive = file.archive, .label = label});
+      local_->forgetHistory(file);
       moved_.push_back({file.path, file.archive, number});
     }
     tell(file, number, parent, along.words);
@@ -206,7 +206,7 @@ class CheckIn : public Command {
     const char* const verb = isDry_ ? "would check in" : "checked in";
     session_->output().result(
         {{"file", file.path}, {"action", verb}, {"revision", number}, {"before", before}},
-        fmt::format("{} {} {}{}", verb, space_->shownPath(file), number, rest));
+        fmt::format("{} {} {}{}", verb, local_->shownPath(file), number, rest));
   }
 
   std::string message_;
@@ -222,7 +222,7 @@ class CheckIn : public Command {
   bool isDry_ = false;
   std::vector<std::string> names_;
   Session* session_ = nullptr;
-  Workspace* space_ = nullptr;
+  LocalFiles* local_ = nullptr;
   std::vector<LabelledFile> moved_;     // With the label that is followed.
   std::vector<LabelledFile> labelled_;  // With the label that was asked for.
 };

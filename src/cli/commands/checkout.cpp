@@ -8,12 +8,12 @@
 #include "cli/command.h"
 #include "cli/commands/bulk.h"
 #include "cli/commands/commands.h"
+#include "cli/local/fetch.h"
+#include "cli/local/localfiles.h"
 #include "cli/problem.h"
 #include "cli/session.h"
 #include "cli/text/paths.h"
 #include "cli/text/text.h"
-#include "cli/work/fetch.h"
-#include "cli/work/workspace.h"
 #include "os/directory.h"
 #include "os/file.h"
 #include "os/terminal.h"
@@ -36,13 +36,13 @@ class CheckOut : public Command {
   }
 
   void run(Session& session) override {
-    Workspace space(session, copy_.empty() ? State::Use::kChange : State::Use::kRead);
+    LocalFiles local(session, copy_.empty() ? State::Use::kChange : State::Use::kRead);
     session_ = &session;
-    space_ = &space;
+    local_ = &local;
     if (!group_.empty()) chooseGroup();
-    auto files = space.choose(names_);
+    auto files = local.choose(names_);
     const auto former =
-        names_.empty() ? space.formerFiles(space.labelIn(revision_)) : std::vector<FileRecord>();
+        names_.empty() ? local.formerFiles(local.labelIn(revision_)) : std::vector<FileRecord>();
     if (!copy_.empty()) {
       std::erase_if(files, [&](const FileRecord* file) { return isAmong(former, *file); });
       for (const FileRecord& each : former) files.push_back(&each);
@@ -59,13 +59,13 @@ class CheckOut : public Command {
     }
     tellLacking();
     tellFormer(former);
-    space.save();
+    local.save();
   }
 
  private:
   void chooseGroup() {
     if (!revision_.empty()) throw misuse("checkout", "-r and -g exclude each other");
-    const PromotionModel& model = space_->promotion();
+    const PromotionModel& model = local_->promotion();
     if (!model.has(group_)) throw misuse(group_, "no such group", "'trevault groups' lists them");
     revision_ = "group:" + group_;
   }
@@ -117,10 +117,10 @@ class CheckOut : public Command {
     const RevisionInfo* const wanted = wantedOf(file);
     if (wanted == nullptr) return;
     const std::string path =
-        absolutePath(top, relativePath(space_->directory().top, space_->pathOf(file)));
+        absolutePath(top, relativePath(local_->directory().top, local_->pathOf(file)));
     uint32_t flags = TRVS_GET_WRITABLE;
     if (keepsTimes_) flags |= TRVS_GET_ARCHIVE_TIME;
-    if (!isDry_) fetchTo(path, *space_, file, wanted->number, flags);
+    if (!isDry_) fetchTo(path, *local_, file, wanted->number, flags);
     ++done_;
     const char* const verb = isDry_ ? "would check out" : "checked out";
     const bool isTold = session_->output().manner().verbose;
@@ -131,14 +131,14 @@ class CheckOut : public Command {
 
   // Files that a colleague took off the project; a changed one stays, and is no longer known.
   void removeGone() {
-    for (const std::string& path : space_->gone()) {
+    for (const std::string& path : local_->gone()) {
       const FileRecord file{path, "", ""};
-      const bool isUntouched = space_->isUntouched(path);
+      const bool isUntouched = local_->isUntouched(path);
       try {
         if (!isDry_ && isUntouched) {
-          static_cast<void>(os::removeFile(space_->pathToWrite(file).c_str()));
+          static_cast<void>(os::removeFile(local_->pathToWrite(file).c_str()));
         }
-        if (!isDry_) space_->forget(file);
+        if (!isDry_) local_->forget(file);
       } catch (const Problem& problem) {
         session_->output().problem(problem);
         continue;
@@ -146,15 +146,15 @@ class CheckOut : public Command {
       const std::string verb = isUntouched ? isDry_ ? "would remove" : "removed" : "left";
       session_->output().result(
           {{"file", path}, {"action", verb}},
-          fmt::format("{} {}, which the project has no more", verb, space_->shownPath(file)));
+          fmt::format("{} {}, which the project has no more", verb, local_->shownPath(file)));
       ++gone_;
     }
   }
 
   const RevisionInfo* wantedOf(const FileRecord& file) {
-    if (revision_.empty()) return space_->followedOf(file);
+    if (revision_.empty()) return local_->followedOf(file);
     try {
-      return &space_->revisionOf(file, revision_);
+      return &local_->revisionOf(file, revision_);
     } catch (const Problem&) {
       if (!names_.empty()) throw;
       ++lacking_;
@@ -166,8 +166,8 @@ class CheckOut : public Command {
     const RevisionInfo* const wanted = wantedOf(file);
     if (wanted == nullptr) return;
     const std::string number = wanted->number;
-    Standing standing = space_->standingOf(file);
-    const RevisionInfo* const here = space_->hereOf(file);
+    Standing standing = local_->standingOf(file);
+    const RevisionInfo* const here = local_->hereOf(file);
     const bool isHere = here != nullptr && here->number == number;
     // Its revision was deleted: this may be the last copy.
     if (here == nullptr && standing == Standing::kSame) standing = Standing::kUnknown;
@@ -179,11 +179,11 @@ class CheckOut : public Command {
       if (!isKept) return;
     }
     if (!isDry_) {
-      const bool isMine = wanted->isLockedBy(space_->user());
+      const bool isMine = wanted->isLockedBy(local_->user());
       uint32_t flags = isWritable_ || isMine ? uint32_t{TRVS_GET_WRITABLE} : 0;
       if (keepsTimes_) flags |= TRVS_GET_ARCHIVE_TIME;
-      fetch(*space_, file, number, flags, isKept ? Old::kKept : Old::kDropped);
-      space_->note(file, number, isMine);
+      fetch(*local_, file, number, flags, isKept ? Old::kKept : Old::kDropped);
+      local_->note(file, number, isMine);
     }
     ++done_;
     const char* const verb = isDry_ ? "would check out" : "checked out";
@@ -191,12 +191,12 @@ class CheckOut : public Command {
                                {"action", verb},
                                {"revision", number},
                                {"before", here == nullptr ? Value() : Value(here->number)}},
-                              fmt::format("{} {} {}{}", verb, space_->shownPath(file), number,
+                              fmt::format("{} {} {}{}", verb, local_->shownPath(file), number,
                                           isKept ? ", old content kept" : ""));
   }
 
   bool mayOverwrite(const FileRecord& file, const RevisionInfo* here, const RevisionInfo& wanted) {
-    const std::string path = space_->shownPath(file);
+    const std::string path = local_->shownPath(file);
     if (isDry_ || session_->output().ask(
                       fmt::format("{} is changed; overwrite it with {}", path, wanted.number))) {
       return true;
@@ -220,7 +220,7 @@ class CheckOut : public Command {
   bool isDry_ = false;
   std::vector<std::string> names_;
   Session* session_ = nullptr;
-  Workspace* space_ = nullptr;
+  LocalFiles* local_ = nullptr;
   size_t done_ = 0;
   size_t lacking_ = 0;
   size_t gone_ = 0;
@@ -236,50 +236,50 @@ class Revert : public Command {
   }
 
   void run(Session& session) override {
-    Workspace space(session, State::Use::kChange);
+    LocalFiles local(session, State::Use::kChange);
     session_ = &session;
-    space_ = &space;
-    std::vector<const FileRecord*> files = space.choose(names_);
+    local_ = &local;
+    std::vector<const FileRecord*> files = local.choose(names_);
     std::erase_if(files, [&](const FileRecord* file) { return !hasSomething(*file); });
     if (files.empty()) return session.output().line("nothing to revert");
     const auto changed =
         static_cast<size_t>(std::count_if(files.begin(), files.end(), [&](const FileRecord* file) {
-          return space_->standingOf(*file) == Standing::kChanged;
+          return local_->standingOf(*file) == Standing::kChanged;
         }));
     if (changed > 0 && !isDry_ &&
         !session.output().ask(fmt::format("drop the changes of {}", counted(changed, "file")))) {
       throw Problem{"revert", "nothing was done", "'--yes' says that it is sure", Exit::kFailed};
     }
     forEachFile(session, "revert", files, [&](const FileRecord& file) { revert(file); });
-    space.save();
+    local.save();
   }
 
  private:
   bool hasSomething(const FileRecord& file) {
-    const RevisionInfo* const here = space_->hereOf(file);
-    return here != nullptr && (!revision_.empty() || here->isLockedBy(space_->user()) ||
-                               space_->standingOf(file) != Standing::kSame);
+    const RevisionInfo* const here = local_->hereOf(file);
+    return here != nullptr && (!revision_.empty() || here->isLockedBy(local_->user()) ||
+                               local_->standingOf(file) != Standing::kSame);
   }
 
   void revert(const FileRecord& file) {
-    const RevisionInfo& wanted = space_->revisionOf(file, revision_.empty() ? "here" : revision_);
+    const RevisionInfo& wanted = local_->revisionOf(file, revision_.empty() ? "here" : revision_);
     const std::string number = wanted.number;
-    const bool isChanged = space_->standingOf(file) == Standing::kChanged;
-    const RevisionInfo* const locked = space_->historyOf(file).lockedBy(space_->user());
+    const bool isChanged = local_->standingOf(file) == Standing::kChanged;
+    const RevisionInfo* const locked = local_->historyOf(file).lockedBy(local_->user());
     const bool isMine = locked != nullptr && locked->number == number;
     if (!isDry_) {
-      fetch(*space_, file, number, keepsLock_ && isMine ? uint32_t{TRVS_GET_WRITABLE} : 0,
+      fetch(*local_, file, number, keepsLock_ && isMine ? uint32_t{TRVS_GET_WRITABLE} : 0,
             isChanged ? Old::kKept : Old::kDropped);
       if (isMine && !keepsLock_) {
         check(TrvsUnLockRevision(TRVS_CONTEXT, file.archive.c_str(), number.c_str(), nullptr),
-              {.file = space_->shownPath(file), .archive = file.archive, .revision = number});
-        space_->forgetHistory(file);
+              {.file = local_->shownPath(file), .archive = file.archive, .revision = number});
+        local_->forgetHistory(file);
       }
-      space_->note(file, number, keepsLock_ && isMine);
+      local_->note(file, number, keepsLock_ && isMine);
     }
     const char* const verb = isDry_ ? "would revert" : "reverted";
     session_->output().result({{"file", file.path}, {"action", verb}, {"revision", number}},
-                              fmt::format("{} {} to {}{}", verb, space_->shownPath(file), number,
+                              fmt::format("{} {} to {}{}", verb, local_->shownPath(file), number,
                                           isChanged ? ", old content kept" : ""));
   }
 
@@ -288,7 +288,7 @@ class Revert : public Command {
   bool isDry_ = false;
   std::vector<std::string> names_;
   Session* session_ = nullptr;
-  Workspace* space_ = nullptr;
+  LocalFiles* local_ = nullptr;
 };
 
 }  // namespace

@@ -8,10 +8,10 @@
 #include "cli/command.h"
 #include "cli/commands/bulk.h"
 #include "cli/commands/commands.h"
+#include "cli/local/localfiles.h"
 #include "cli/problem.h"
 #include "cli/session.h"
 #include "cli/text/text.h"
-#include "cli/work/workspace.h"
 
 namespace cli {
 namespace {
@@ -34,10 +34,10 @@ class Delete : public Command {
     if (session.output().manner().yes && !isForced_ && !isDry_) {
       throw misuse("delete", "revisions would be gone for good", "'--force --yes' says so");
     }
-    Workspace space(session, State::Use::kRead);
+    LocalFiles local(session, State::Use::kRead);
     session_ = &session;
-    space_ = &space;
-    std::vector<Plan> plans = collect(space.choose(names_));
+    local_ = &local;
+    std::vector<Plan> plans = collect(local.choose(names_));
     size_t count = 0;
     for (const Plan& each : plans) count += each.numbers.size();
     if (count == 0) return;
@@ -66,7 +66,7 @@ class Delete : public Command {
           subjectOf(file));
       if (branches_) addBranches(file, &plan);
       if (plan.numbers.empty()) {
-        throw Problem{space_->shownPath(file), fmt::format("no revisions from {}", range_)};
+        throw Problem{local_->shownPath(file), fmt::format("no revisions from {}", range_)};
       }
       if (branches_) plan.range += '+';
       plans.push_back(std::move(plan));
@@ -76,16 +76,16 @@ class Delete : public Command {
 
   std::string rangeOf(const FileRecord& file) {
     const size_t dots = range_.find("..");
-    if (dots == std::string::npos) return space_->revisionOf(file, range_).number;
+    if (dots == std::string::npos) return local_->revisionOf(file, range_).number;
     const auto end = [&](const std::string& text) {
-      return text.empty() ? text : space_->revisionOf(file, text).number;
+      return text.empty() ? text : local_->revisionOf(file, text).number;
     };
     return end(range_.substr(0, dots)) + '*' + end(range_.substr(dots + 2));
   }
 
   void addBranches(const FileRecord& file, Plan* plan) {
     const std::vector<std::string> named = plan->numbers;
-    for (const RevisionInfo& each : space_->historyOf(file).revisions()) {
+    for (const RevisionInfo& each : local_->historyOf(file).revisions()) {
       const bool isIn =
           std::find(plan->numbers.begin(), plan->numbers.end(), each.number) != plan->numbers.end();
       const bool isAfter = std::any_of(named.begin(), named.end(), [&](const std::string& start) {
@@ -96,7 +96,7 @@ class Delete : public Command {
   }
 
   Subject subjectOf(const FileRecord& file) const {
-    return {.file = space_->shownPath(file), .archive = file.archive, .revision = range_};
+    return {.file = local_->shownPath(file), .archive = file.archive, .revision = range_};
   }
 
   // A question about loss shows what is lost, and where the question stands.
@@ -105,9 +105,9 @@ class Delete : public Command {
     std::vector<std::vector<std::string>> rows;
     for (const Plan& plan : plans) {
       for (const std::string& number : plan.numbers) {
-        const RevisionInfo* const found = space_->historyOf(*plan.file).find(number);
+        const RevisionInfo* const found = local_->historyOf(*plan.file).find(number);
         if (found == nullptr) continue;
-        rows.push_back({space_->shownPath(*plan.file), number, found->minute(), found->author,
+        rows.push_back({local_->shownPath(*plan.file), number, found->minute(), found->author,
                         shown(found->message.substr(0, found->message.find_first_of("\r\n")))});
       }
     }
@@ -124,7 +124,7 @@ class Delete : public Command {
       const char* const verb = isDry_ ? "would delete" : "deleted";
       for (const std::string& number : plan.numbers) {
         session_->output().result({{"file", file.path}, {"action", verb}, {"revision", number}},
-                                  fmt::format("{} {} {}", verb, space_->shownPath(file), number));
+                                  fmt::format("{} {} {}", verb, local_->shownPath(file), number));
       }
     } catch (const Problem& problem) {
       session_->output().problem(problem);
@@ -137,7 +137,7 @@ class Delete : public Command {
   bool isDry_ = false;
   std::vector<std::string> names_;
   Session* session_ = nullptr;
-  Workspace* space_ = nullptr;
+  LocalFiles* local_ = nullptr;
 };
 
 }  // namespace

@@ -10,10 +10,10 @@
 #include "cli/command.h"
 #include "cli/commands/bulk.h"
 #include "cli/commands/commands.h"
+#include "cli/local/localfiles.h"
 #include "cli/problem.h"
 #include "cli/session.h"
 #include "cli/text/text.h"
-#include "cli/work/workspace.h"
 
 namespace cli {
 namespace {
@@ -30,11 +30,11 @@ class Promote : public Command {
   }
 
   void run(Session& session) override {
-    Workspace space(session, State::Use::kRead);
+    LocalFiles local(session, State::Use::kRead);
     session_ = &session;
-    space_ = &space;
+    local_ = &local;
     chooseGroup();
-    const auto files = space.choose(names_);
+    const auto files = local.choose(names_);
     forEachFile(session, "promote", files, [&](const FileRecord& file) { promote(file); });
     if (done_ > 1) {
       session.output().line(fmt::format("{} {} to {}", counted(done_, "file"),
@@ -48,9 +48,9 @@ class Promote : public Command {
 
  private:
   void chooseGroup() {
-    const PromotionModel& model = space_->promotion();
-    const std::string& project = space_->directory().project;
-    if (group_.empty()) group_ = space_->directory().group;
+    const PromotionModel& model = local_->promotion();
+    const std::string& project = local_->directory().project;
+    if (group_.empty()) group_ = local_->directory().group;
     if (!model.has(group_)) group_ = model.chosen(group_, project);
     if (group_.empty() && !model.isEmpty()) group_ = model.developmentGroups().front();
     if (group_.empty()) {
@@ -62,7 +62,7 @@ class Promote : public Command {
   }
 
   void promote(const FileRecord& file) {
-    const History& history = space_->historyOf(file);
+    const History& history = local_->historyOf(file);
     const RevisionInfo* const lower = history.inGroup(group_);
     if (lower == nullptr) {
       ++lacking_;
@@ -71,7 +71,7 @@ class Promote : public Command {
     const RevisionInfo* const higher = history.inGroup(next_);
     const bool isElsewhere = higher != nullptr && higher->branch != lower->branch;
     if (isElsewhere && !isAcross_) {
-      throw Problem{space_->shownPath(file),
+      throw Problem{local_->shownPath(file),
                     fmt::format("{} on another branch is in {} now", higher->number, next_),
                     fmt::format("put {} there with '--across'", lower->number), Exit::kFailed,
                     TRVS_OTHER_BRANCH};
@@ -79,7 +79,7 @@ class Promote : public Command {
     if (!isDry_) {
       check(TrvsPromoteRevision(TRVS_CONTEXT, file.archive.c_str(), group_.c_str(),
                                 isAcross_ ? uint32_t{TRVS_PROMOTE_ACROSS} : 0),
-            {.file = space_->shownPath(file), .archive = file.archive, .group = group_});
+            {.file = local_->shownPath(file), .archive = file.archive, .group = group_});
     }
     ++done_;
     tell(file, lower->number, higher == nullptr ? "" : higher->number);
@@ -87,7 +87,7 @@ class Promote : public Command {
 
   void tell(const FileRecord& file, const std::string& number, const std::string& before) const {
     const char* const verb = isDry_ ? "would promote" : "promoted";
-    std::string line = fmt::format("{} {} {} to {}", verb, space_->shownPath(file), number, next_);
+    std::string line = fmt::format("{} {} {} to {}", verb, local_->shownPath(file), number, next_);
     if (!before.empty() && before != number) line += fmt::format(", {} left it", before);
     session_->output().result({{"file", file.path},
                                {"action", verb},
@@ -103,7 +103,7 @@ class Promote : public Command {
   bool isDry_ = false;
   std::vector<std::string> names_;
   Session* session_ = nullptr;
-  Workspace* space_ = nullptr;
+  LocalFiles* local_ = nullptr;
   size_t done_ = 0;
   size_t lacking_ = 0;
 };
@@ -179,10 +179,10 @@ class Groups : public Command {
   }
 
   static std::map<std::string, size_t> countFiles(Session& session) {
-    Workspace space(session, State::Use::kRead);
+    LocalFiles local(session, State::Use::kRead);
     std::map<std::string, size_t> counts;
-    forEachFile(session, "groups", space.choose({}), [&](const FileRecord& file) {
-      for (const RevisionInfo& revision : space.historyOf(file).revisions()) {
+    forEachFile(session, "groups", local.choose({}), [&](const FileRecord& file) {
+      for (const RevisionInfo& revision : local.historyOf(file).revisions()) {
         for (const std::string& group : revision.groups) ++counts[group];
       }
     });

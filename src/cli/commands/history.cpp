@@ -11,10 +11,10 @@
 #include "cli/command.h"
 #include "cli/commands/bulk.h"
 #include "cli/commands/commands.h"
+#include "cli/local/localfiles.h"
 #include "cli/problem.h"
 #include "cli/session.h"
 #include "cli/text/text.h"
-#include "cli/work/workspace.h"
 
 namespace cli {
 namespace {
@@ -51,10 +51,10 @@ class Log : public Command {
   }
 
   void run(Session& session) override {
-    Workspace space(session, State::Use::kRead);
+    LocalFiles local(session, State::Use::kRead);
     session_ = &session;
-    space_ = &space;
-    const auto files = space.choose(names_);
+    local_ = &local;
+    const auto files = local.choose(names_);
     if (names_.empty()) return tellProject(files);
     const bool isOne = files.size() == 1;
     forEachFile(session, "log", files, [&](const FileRecord& file) { tellFile(file, isOne); });
@@ -131,7 +131,7 @@ class Log : public Command {
                             shown(firstLine(newest.message))));
     for (const auto& [file, revision] : entry.revisions) {
       output.result(itemOf(*file, revision),
-                    fmt::format("  {} {}", space_->shownPath(*file), revision.number));
+                    fmt::format("  {} {}", local_->shownPath(*file), revision.number));
       if (output.manner().verbose) tellMore(revision);
     }
     output.line("");
@@ -139,7 +139,7 @@ class Log : public Command {
 
   std::vector<RevisionInfo> chosenOf(const FileRecord& file) {
     std::vector<RevisionInfo> chosen;
-    const std::vector<RevisionInfo>& all = space_->historyOf(file).revisions();
+    const std::vector<RevisionInfo>& all = local_->historyOf(file).revisions();
     if (all.empty()) return chosen;
     const auto [from, to] = rangeOf(file, all);
     for (const RevisionInfo* each = from; each <= to; ++each) {
@@ -158,7 +158,7 @@ class Log : public Command {
     if (isReversed_) std::reverse(chosen.begin(), chosen.end());
     if (chosen.empty()) return;
     Output& output = session_->output();
-    if (!isOne) output.line(space_->shownPath(file));
+    if (!isOne) output.line(local_->shownPath(file));
     std::vector<std::vector<std::string>> rows;
     for (const RevisionInfo& each : chosen) {
       rows.push_back({each.number, each.minute(), each.author, shown(firstLine(each.message))});
@@ -202,7 +202,7 @@ class Log : public Command {
   std::pair<const RevisionInfo*, const RevisionInfo*> rangeOf(
       const FileRecord& file, const std::vector<RevisionInfo>& all) const {
     const auto placeOf = [&](const std::string& text, const RevisionInfo& fallback) {
-      return text.empty() ? &fallback : &space_->revisionOf(file, text);
+      return text.empty() ? &fallback : &local_->revisionOf(file, text);
     };
     const size_t dots = range_.find("..");
     if (dots != std::string::npos) {
@@ -221,7 +221,7 @@ class Log : public Command {
   bool isReversed_ = false;
   std::vector<std::string> names_;
   Session* session_ = nullptr;
-  Workspace* space_ = nullptr;
+  LocalFiles* local_ = nullptr;
 };
 
 class Diff : public Command {
@@ -239,13 +239,13 @@ class Diff : public Command {
   }
 
   void run(Session& session) override {
-    Workspace space(session, State::Use::kRead);
+    LocalFiles local(session, State::Use::kRead);
     session_ = &session;
-    space_ = &space;
+    local_ = &local;
     if (context_.find_first_not_of("0123456789") != std::string::npos || context_.size() > 4) {
       throw misuse(fmt::format("-U {}", context_), "not a number of lines");
     }
-    auto files = space.choose(names_);
+    auto files = local.choose(names_);
     const auto former = formerFiles();
     for (const FileRecord& each : former) files.push_back(&each);
     forEachFile(session, "diff", files, [&](const FileRecord& file) { diff(file); });
@@ -269,7 +269,7 @@ class Diff : public Command {
       to.revision = range_.substr(dots + 2).empty() ? "followed" : range_.substr(dots + 2);
     } else if (!range_.empty()) {
       from.revision = range_;
-    } else if (space_->standingOf(file) != Standing::kChanged) {
+    } else if (local_->standingOf(file) != Standing::kChanged) {
       return;
     }
     if (names_.empty() && dots != std::string::npos && isOneSided(file, from, to)) return;
@@ -284,10 +284,10 @@ class Diff : public Command {
     std::vector<FileRecord> found;
     if (dots == std::string::npos || !names_.empty()) return found;
     for (const std::string& side : {range_.substr(0, dots), range_.substr(dots + 2)}) {
-      for (FileRecord& each : space_->formerFiles(space_->labelIn(side))) {
+      for (FileRecord& each : local_->formerFiles(local_->labelIn(side))) {
         const auto has = [&](const FileRecord& file) { return file.archive == each.archive; };
         if (std::any_of(found.begin(), found.end(), has) ||
-            std::any_of(space_->files().begin(), space_->files().end(), has)) {
+            std::any_of(local_->files().begin(), local_->files().end(), has)) {
           continue;
         }
         found.push_back(std::move(each));
@@ -299,8 +299,8 @@ class Diff : public Command {
   // Tells a file that one side only has; nothing is told of one that none has.
   bool isOneSided(const FileRecord& file, const Side& from, const Side& to) {
     const auto has = [&](const std::string& text) {
-      const std::string label = space_->labelIn(text);
-      return label.empty() || space_->historyOf(file).withLabel(label) != nullptr;
+      const std::string label = local_->labelIn(text);
+      return label.empty() || local_->historyOf(file).withLabel(label) != nullptr;
     };
     const bool isInFirst = has(from.revision);
     const bool isInSecond = has(to.revision);
@@ -309,16 +309,16 @@ class Diff : public Command {
     ++differing_;
     const std::string& only = isInFirst ? from.revision : to.revision;
     session_->output().result({{"file", file.path}, {"only_in", only}},
-                              fmt::format("only in {}: {}", only, space_->shownPath(file)));
+                              fmt::format("only in {}: {}", only, local_->shownPath(file)));
     return true;
   }
 
   std::string numberOf(const FileRecord& file, const std::string& text) {
-    return space_->revisionOf(file, text).number;
+    return local_->revisionOf(file, text).number;
   }
 
   std::vector<std::string> report(const FileRecord& file, const Side& from, const Side& to) {
-    const std::string path = space_->pathOf(file);
+    const std::string path = local_->pathOf(file);
     const bool isFile = to.revision.empty();
     const std::string first = target(file.archive, path);
     uint32_t flags = TRVS_DIFF_NO_HEADING;
@@ -334,7 +334,7 @@ class Diff : public Command {
                                        isFile ? nullptr : to.revision.c_str(), nullptr, lines, 0, 0,
                                        nullptr, flags);
         },
-        {.file = space_->shownPath(file),
+        {.file = local_->shownPath(file),
          .archive = file.archive,
          .workfile = path,
          .revision = from.revision});
@@ -345,7 +345,7 @@ class Diff : public Command {
     if (lines.empty()) return;
     ++differing_;
     Output& output = session_->output();
-    const std::string path = space_->shownPath(file);
+    const std::string path = local_->shownPath(file);
     size_t added = 0;
     size_t removed = 0;
     std::string text;
@@ -387,7 +387,7 @@ class Diff : public Command {
   bool isStored_ = false;
   std::vector<std::string> names_;
   Session* session_ = nullptr;
-  Workspace* space_ = nullptr;
+  LocalFiles* local_ = nullptr;
   size_t differing_ = 0;
 };
 
@@ -399,14 +399,14 @@ class Tree : public Command {
   }
 
   void run(Session& session) override {
-    Workspace space(session, State::Use::kRead);
+    LocalFiles local(session, State::Use::kRead);
     output_ = &session.output();
     isWide_ = !isAscii_ && output_->isWide();
-    forEachFile(session, "tree", space.choose(names_), [&](const FileRecord& file) {
-      take(space.historyOf(file));
-      here_ = space.hereOf(file);
+    forEachFile(session, "tree", local.choose(names_), [&](const FileRecord& file) {
+      take(local.historyOf(file));
+      here_ = local.hereOf(file);
       output_->result({{"file", file.path}, {"branches", std::vector<Value>{json("1")}}}, "");
-      output_->line(space.shownPath(file));
+      output_->line(local.shownPath(file));
       output_->line(mark(true) + "trunk");
       draw("1", "    ");
     });

@@ -8,12 +8,12 @@
 #include "cli/command.h"
 #include "cli/commands/bulk.h"
 #include "cli/commands/commands.h"
+#include "cli/local/fetch.h"
+#include "cli/local/localfiles.h"
 #include "cli/problem.h"
 #include "cli/session.h"
 #include "cli/text/paths.h"
 #include "cli/text/text.h"
-#include "cli/work/fetch.h"
-#include "cli/work/workspace.h"
 #include "os/directory.h"
 #include "os/file.h"
 
@@ -59,25 +59,25 @@ void refuseUnknown(const std::string& text, const PromotionModel& model, const P
 // Puts files into a work directory, and says so.
 class Bringer {
  public:
-  Bringer(Session& session, Workspace& space, bool isDry)
-      : session_(session), space_(space), isDry_(isDry) {}
+  Bringer(Session& session, LocalFiles& local, bool isDry)
+      : session_(session), local_(local), isDry_(isDry) {}
 
   void checkOut(const FileRecord& file, const RevisionInfo& wanted) {
     const std::string number = wanted.number;
-    const bool isMine = wanted.isLockedBy(space_.user());
+    const bool isMine = wanted.isLockedBy(local_.user());
     if (!isDry_) {
-      fetch(space_, file, number, isMine ? uint32_t{TRVS_GET_WRITABLE} : 0);
-      space_.note(file, number, isMine);
+      fetch(local_, file, number, isMine ? uint32_t{TRVS_GET_WRITABLE} : 0);
+      local_.note(file, number, isMine);
     }
     tell(file, isDry_ ? "would check out" : "checked out", number, "");
   }
 
   void remove(const FileRecord& file, const std::string& reason) {
-    const std::string path = space_.pathToWrite(file);
+    const std::string path = local_.pathToWrite(file);
     if (!isDry_ && os::removeFile(path.c_str()) != os::FileResult::kDone) {
-      throw Problem{space_.shownPath(file), "can't be removed", "see who owns its directory"};
+      throw Problem{local_.shownPath(file), "can't be removed", "see who owns its directory"};
     }
-    if (!isDry_) space_.forget(file);
+    if (!isDry_) local_.forget(file);
     tell(file, isDry_ ? "would remove" : "removed", "", reason);
   }
 
@@ -86,13 +86,13 @@ class Bringer {
     session_.output().result({{"file", file.path},
                               {"action", verb},
                               {"revision", number.empty() ? Value() : Value(number)}},
-                             fmt::format("{} {}{}{}{}", verb, space_.shownPath(file),
+                             fmt::format("{} {}{}{}{}", verb, local_.shownPath(file),
                                          number.empty() ? "" : " ", number, rest));
   }
 
  private:
   Session& session_;
-  Workspace& space_;
+  LocalFiles& local_;
   bool isDry_;
 };
 
@@ -121,10 +121,10 @@ class Join : public Command {
     if (isDry_) return tell(0);
     makeWorkDirectory(project);
     if (isEmpty_) return tell(0);
-    Workspace space(session, State::Use::kChange);
-    space_ = &space;
-    forEachFile(session, "join", space.choose({}), [&](const FileRecord& file) { bring(file); });
-    space.save();
+    LocalFiles local(session, State::Use::kChange);
+    local_ = &local;
+    forEachFile(session, "join", local.choose({}), [&](const FileRecord& file) { bring(file); });
+    local.save();
     tell(done_);
   }
 
@@ -158,16 +158,16 @@ class Join : public Command {
 
   // What is there already stays; what is equal belongs to the project from now on.
   void bring(const FileRecord& file) {
-    const RevisionInfo* const wanted = space_->followedOf(file);
+    const RevisionInfo* const wanted = local_->followedOf(file);
     if (wanted == nullptr) return;
-    Bringer bringer(*session_, *space_, false);
+    Bringer bringer(*session_, *local_, false);
     ++done_;
-    if (!os::hasEntry(space_->pathOf(file).c_str())) return bringer.checkOut(file, *wanted);
-    if (space_->isThere(file, wanted->number)) {
-      space_->note(file, wanted->number, wanted->isLockedBy(space_->user()));
+    if (!os::hasEntry(local_->pathOf(file).c_str())) return bringer.checkOut(file, *wanted);
+    if (local_->isThere(file, wanted->number)) {
+      local_->note(file, wanted->number, wanted->isLockedBy(local_->user()));
       return bringer.tell(file, "took on", wanted->number, "");
     }
-    space_->noteChanged(file, wanted->number);
+    local_->noteChanged(file, wanted->number);
     bringer.tell(file, "kept", "", ", changed from " + wanted->number);
   }
 
@@ -190,7 +190,7 @@ class Join : public Command {
   std::string directory_;
   std::string top_;
   Session* session_ = nullptr;
-  Workspace* space_ = nullptr;
+  LocalFiles* local_ = nullptr;
   size_t done_ = 0;
 };
 
@@ -206,19 +206,19 @@ class Follow : public Command {
     session_ = &session;
     const bool isChange = !follows_.empty() || !group_.empty();
     if (!isChange) return tell(session.work());
-    Workspace space(session, State::Use::kChange);
-    space_ = &space;
-    const WorkDirectory before = space.directory();
-    if (!group_.empty()) group_ = space.promotion().chosen(group_, before.project);
+    LocalFiles local(session, State::Use::kChange);
+    local_ = &local;
+    const WorkDirectory before = local.directory();
+    if (!group_.empty()) group_ = local.promotion().chosen(group_, before.project);
     const std::string group = group_.empty() ? before.group : group_;
     if (follows_.empty()) {
-      if (!isDry_) space.follow(before.follows, group);
+      if (!isDry_) local.follow(before.follows, group);
     } else {
-      refuseUnknown(follows_, space.promotion(), session.project());
+      refuseUnknown(follows_, local.promotion(), session.project());
       go(group);
     }
-    space.save();
-    tell(space.directory());
+    local.save();
+    tell(local.directory());
   }
 
  private:
@@ -226,7 +226,7 @@ class Follow : public Command {
   void go(const std::string& group) {
     std::vector<Plan> plans;
     bool areAll = true;
-    for (const FileRecord* file : space_->choose({})) {
+    for (const FileRecord* file : local_->choose({})) {
       try {
         plans.push_back(planOf(*file));
       } catch (const Problem& problem) {
@@ -235,8 +235,8 @@ class Follow : public Command {
       }
     }
     if (!areAll) throw Problem{"follow", "nothing was changed", ""};
-    if (!isDry_) space_->follow(follows_, group);
-    Bringer bringer(*session_, *space_, isDry_);
+    if (!isDry_) local_->follow(follows_, group);
+    Bringer bringer(*session_, *local_, isDry_);
     std::vector<const FileRecord*> files;
     for (const Plan& plan : plans) files.push_back(plan.file);
     size_t place = 0;
@@ -252,20 +252,20 @@ class Follow : public Command {
   };
 
   const RevisionInfo* wantedOf(const FileRecord& file) {
-    if (follows_ == "trunk") return space_->historyOf(file).tipOf("1");
-    return space_->markedOf(file, follows_);
+    if (follows_ == "trunk") return local_->historyOf(file).tipOf("1");
+    return local_->markedOf(file, follows_);
   }
 
   Plan planOf(const FileRecord& file) {
-    Plan plan{&file, wantedOf(file), space_->hereOf(file), space_->standingOf(file)};
+    Plan plan{&file, wantedOf(file), local_->hereOf(file), local_->standingOf(file)};
     const bool isOther = plan.wanted != nullptr && plan.wanted != plan.here;
     if (!isOther) return plan;
-    const std::string path = space_->shownPath(file);
-    if (plan.standing == Standing::kUnknown && !space_->isThere(file, plan.wanted->number)) {
+    const std::string path = local_->shownPath(file);
+    if (plan.standing == Standing::kUnknown && !local_->isThere(file, plan.wanted->number)) {
       throw Problem{path, "is there, and no revision is known that it came from",
                     "move it away, and follow again"};
     }
-    const bool isMine = plan.here != nullptr && plan.here->isLockedBy(space_->user());
+    const bool isMine = plan.here != nullptr && plan.here->isLockedBy(local_->user());
     if (plan.standing != Standing::kChanged && !isMine) return plan;
     throw Problem{
         path,
@@ -282,7 +282,7 @@ class Follow : public Command {
       return;
     }
     if (!isThere) return;
-    const bool isMine = plan.here != nullptr && plan.here->isLockedBy(space_->user());
+    const bool isMine = plan.here != nullptr && plan.here->isLockedBy(local_->user());
     const std::string reason = fmt::format("not in {}", follows_);
     if (plan.standing == Standing::kSame && !isMine) {
       return bringer.remove(*plan.file, ", " + reason);
@@ -304,7 +304,7 @@ class Follow : public Command {
   std::string group_;
   bool isDry_ = false;
   Session* session_ = nullptr;
-  Workspace* space_ = nullptr;
+  LocalFiles* local_ = nullptr;
 };
 
 }  // namespace

@@ -9,10 +9,10 @@
 #include "cli/command.h"
 #include "cli/commands/bulk.h"
 #include "cli/commands/commands.h"
+#include "cli/local/localfiles.h"
 #include "cli/problem.h"
 #include "cli/session.h"
 #include "cli/text/text.h"
-#include "cli/work/workspace.h"
 
 namespace cli {
 namespace {
@@ -39,14 +39,14 @@ class Label : public Command {
   }
 
   void run(Session& session) override {
-    Workspace space(session, State::Use::kChange);
+    LocalFiles local(session, State::Use::kChange);
     session_ = &session;
-    space_ = &space;
+    local_ = &local;
     if (isReserved(name_))
       throw misuse(name_, "a label can't be called that", "choose another name");
-    auto files = space.choose(names_);
+    auto files = local.choose(names_);
     const auto former =
-        names_.empty() && deletes_ ? space.formerFiles(name_) : std::vector<FileRecord>();
+        names_.empty() && deletes_ ? local.formerFiles(name_) : std::vector<FileRecord>();
     for (const FileRecord& each : former) files.push_back(&each);
     if (deletes_) return remove(files);
     std::vector<std::string> numbers;
@@ -59,7 +59,7 @@ class Label : public Command {
     if (!isDry_) remember(files, numbers);
     session.output().line(fmt::format("{} {} with {}", isDry_ ? "would label" : "labelled",
                                       counted(done, "file"), name_));
-    space.save();
+    local.save();
   }
 
  private:
@@ -78,15 +78,15 @@ class Label : public Command {
   }
 
   std::string find(const FileRecord& file) {
-    const std::string path = space_->shownPath(file);
-    if (revision_.empty() && space_->standingOf(file) == Standing::kChanged) {
+    const std::string path = local_->shownPath(file);
+    if (revision_.empty() && local_->standingOf(file) == Standing::kChanged) {
       throw Problem{
           path,
-          fmt::format("changed since {}, and changes have no label", space_->hereOf(file)->number),
+          fmt::format("changed since {}, and changes have no label", local_->hereOf(file)->number),
           "check it in, or label the tips with '-r tip'"};
     }
-    const RevisionInfo& wanted = space_->revisionOf(file, revision_.empty() ? "here" : revision_);
-    const RevisionInfo* const now = space_->historyOf(file).withLabel(name_);
+    const RevisionInfo& wanted = local_->revisionOf(file, revision_.empty() ? "here" : revision_);
+    const RevisionInfo* const now = local_->historyOf(file).withLabel(name_);
     if (now != nullptr && now != &wanted && !moves_) {
       throw Problem{path, fmt::format("{} stands at {} already", name_, now->number),
                     fmt::format("'--move' puts it on {}", wanted.number)};
@@ -95,20 +95,20 @@ class Label : public Command {
   }
 
   void set(const FileRecord& file, const std::string& number) {
-    const RevisionInfo* const now = space_->historyOf(file).withLabel(name_);
+    const RevisionInfo* const now = local_->historyOf(file).withLabel(name_);
     const std::string before = now == nullptr ? "" : now->number;
     if (!isDry_) {
       uint32_t flags = moves_ ? uint32_t{TRVS_LABEL_MOVE} : 0;
       if (floats_) flags |= TRVS_LABEL_FLOATS;
       check(TrvsSetLabel(TRVS_CONTEXT, file.archive.c_str(), name_.c_str(), number.c_str(), flags),
-            {.file = space_->shownPath(file),
+            {.file = local_->shownPath(file),
              .archive = file.archive,
              .revision = number,
              .label = name_});
     }
     const bool isMoved = !before.empty() && before != number;
     const std::string line =
-        fmt::format("moved {} of {} from {} to {}", name_, space_->shownPath(file), before, number);
+        fmt::format("moved {} of {} from {} to {}", name_, local_->shownPath(file), before, number);
     session_->output().result({{"file", file.path},
                                {"action", "labelled"},
                                {"revision", number},
@@ -119,10 +119,10 @@ class Label : public Command {
   // Those that have it now, whether by this command or before.
   void remember(const std::vector<const FileRecord*>& files,
                 const std::vector<std::string>& numbers) {
-    LabelList list = space_->labelList(name_);
+    LabelList list = local_->labelList(name_);
     for (size_t i = 0; i < files.size(); ++i) {
-      space_->forgetHistory(*files[i]);
-      const RevisionInfo* const now = space_->historyOf(*files[i]).withLabel(name_);
+      local_->forgetHistory(*files[i]);
+      const RevisionInfo* const now = local_->historyOf(*files[i]).withLabel(name_);
       if (now == nullptr || now->number != numbers[i]) continue;
       list.set({files[i]->path, files[i]->archive, now->number});
     }
@@ -131,7 +131,7 @@ class Label : public Command {
 
   void remove(std::vector<const FileRecord*> files) {
     std::erase_if(files, [&](const FileRecord* file) {
-      return space_->historyOf(*file).withLabel(name_) == nullptr;
+      return local_->historyOf(*file).withLabel(name_) == nullptr;
     });
     if (files.empty())
       throw Problem{name_, "no file has this label", "'trevault labels' lists them"};
@@ -141,11 +141,11 @@ class Label : public Command {
       throw Problem{"label", "nothing was deleted", "'--yes' says that it is sure",
                     Exit::kCancelled};
     }
-    LabelList list = space_->labelList(name_);
+    LabelList list = local_->labelList(name_);
     const size_t done = forEachFile(*session_, "label", files, [&](const FileRecord& file) {
       if (isDry_) return;
       check(TrvsDeleteLabel(TRVS_CONTEXT, file.archive.c_str(), name_.c_str()),
-            {.file = space_->shownPath(file), .archive = file.archive, .label = name_});
+            {.file = local_->shownPath(file), .archive = file.archive, .label = name_});
       list.remove(file.archive);
     });
     if (!isDry_) list.store();
@@ -161,7 +161,7 @@ class Label : public Command {
   std::string name_;
   std::vector<std::string> names_;
   Session* session_ = nullptr;
-  Workspace* space_ = nullptr;
+  LocalFiles* local_ = nullptr;
 };
 
 class Labels : public Command {
@@ -172,15 +172,15 @@ class Labels : public Command {
   }
 
   void run(Session& session) override {
-    Workspace space(session, State::Use::kRead);
+    LocalFiles local(session, State::Use::kRead);
     struct Known {
       size_t files = 0;
       std::string newest, revision;
     };
     std::map<std::string, Known> labels;
-    const auto files = space.choose(names_);
+    const auto files = local.choose(names_);
     forEachFile(session, "labels", files, [&](const FileRecord& file) {
-      for (const RevisionInfo& revision : space.historyOf(file).revisions()) {
+      for (const RevisionInfo& revision : local.historyOf(file).revisions()) {
         for (const std::string& name : revision.labels) {
           Known& known = labels[name];
           ++known.files;
@@ -191,7 +191,7 @@ class Labels : public Command {
     });
     for (auto& [name, known] : labels) {
       if (!names_.empty()) break;
-      known.files += formerOf(space, name);
+      known.files += formerOf(local, name);
     }
     Output& output = session.output();
     std::vector<std::vector<std::string>> rows;
@@ -214,10 +214,10 @@ class Labels : public Command {
 
  private:
   // Files that are not in the project any more, by whatever name.
-  static size_t formerOf(Workspace& space, const std::string& label) {
+  static size_t formerOf(LocalFiles& local, const std::string& label) {
     size_t count = 0;
-    for (const FileRecord& each : space.formerFiles(label)) {
-      const auto& files = space.files();
+    for (const FileRecord& each : local.formerFiles(label)) {
+      const auto& files = local.files();
       count += std::none_of(files.begin(), files.end(),
                             [&](const FileRecord& file) { return file.archive == each.archive; });
     }

@@ -8,10 +8,10 @@
 #include "cli/command.h"
 #include "cli/commands/bulk.h"
 #include "cli/commands/commands.h"
+#include "cli/local/localfiles.h"
 #include "cli/problem.h"
 #include "cli/session.h"
 #include "cli/text/text.h"
-#include "cli/work/workspace.h"
 #include "os/file.h"
 
 namespace cli {
@@ -35,27 +35,27 @@ class Lock : public Command {
   }
 
   void run(Session& session) override {
-    Workspace space(session, State::Use::kChange);
+    LocalFiles local(session, State::Use::kChange);
     session_ = &session;
-    space_ = &space;
-    if (group_.empty()) group_ = space.directory().group;
-    forEachFile(session, "lock", space.choose(names_), [&](const FileRecord& file) { lock(file); });
-    space.save();
+    local_ = &local;
+    if (group_.empty()) group_ = local.directory().group;
+    forEachFile(session, "lock", local.choose(names_), [&](const FileRecord& file) { lock(file); });
+    local.save();
   }
 
  private:
   void lock(const FileRecord& file) {
-    const History& history = space_->historyOf(file);
+    const History& history = local_->historyOf(file);
     const RevisionInfo& wanted =
-        space_->revisionOf(file, revision_.empty() ? "followed" : revision_);
+        local_->revisionOf(file, revision_.empty() ? "followed" : revision_);
     const std::string number = wanted.number;
-    const RevisionInfo* const here = space_->hereOf(file);
-    const Standing standing = space_->standingOf(file);
+    const RevisionInfo* const here = local_->hereOf(file);
+    const Standing standing = local_->standingOf(file);
     const bool isHere = here != nullptr && here->number == number;
     const bool isChanged = standing == Standing::kChanged || standing == Standing::kUnknown;
     refuseOther(file, history, wanted);
-    if (wanted.isLockedBy(space_->user())) {
-      if (!isDry_) setWritable(space_->pathToWrite(file), true);
+    if (wanted.isLockedBy(local_->user())) {
+      if (!isDry_) setWritable(local_->pathToWrite(file), true);
       return tell(file, number, ", it was yours already");
     }
     if (isChanged && !isHere) refuseChanged(file, here, wanted);
@@ -71,12 +71,12 @@ class Lock : public Command {
 
   void refuseOther(const FileRecord& file, const History& history,
                    const RevisionInfo& wanted) const {
-    const LockInfo* const other = history.lockOfOther(wanted.number, space_->user());
+    const LockInfo* const other = history.lockOfOther(wanted.number, local_->user());
     if (other == nullptr) return;
     std::string why =
         fmt::format("{} has locked {} since {}", other->user, other->number, other->minute());
     if (!other->note.empty()) why += fmt::format(" ({})", other->note);
-    throw Problem{space_->shownPath(file), why,
+    throw Problem{local_->shownPath(file), why,
                   fmt::format("ask {}, or look at 'trevault locks'", other->user), Exit::kFailed,
                   TRVS_LOCKED};
   }
@@ -84,18 +84,18 @@ class Lock : public Command {
   void refuseChanged(const FileRecord& file, const RevisionInfo* here,
                      const RevisionInfo& wanted) const {
     if (here == nullptr) {
-      throw Problem{space_->shownPath(file), "is there, and no revision is known that it came from",
+      throw Problem{local_->shownPath(file), "is there, and no revision is known that it came from",
                     "move it away, and lock again"};
     }
-    throw Problem{space_->shownPath(file),
+    throw Problem{local_->shownPath(file),
                   fmt::format("changed since {}, and {} by {} is newer", here->number,
                               wanted.number, wanted.author),
                   "'trevault revert' keeps your copy aside, then lock and bring your changes over"};
   }
 
   void take(const FileRecord& file, const std::string& number, bool isSame, bool isChanged) {
-    const std::string path = space_->pathToWrite(file);
-    const Subject subject = space_->subjectOf(file, number, group_);
+    const std::string path = local_->pathToWrite(file);
+    const Subject subject = local_->subjectOf(file, number, group_);
     if (isSame || isChanged) {
       check(TrvsLockWithNote(TRVS_CONTEXT, file.archive.c_str(), number.c_str(), group_.c_str(),
                              note_.c_str()),
@@ -106,15 +106,15 @@ class Lock : public Command {
                             group_.c_str(), note_.c_str(), TRVS_GET_OVERWRITE),
             subject);
     }
-    if (!isChanged) return space_->note(file, number, true);
-    space_->noteLock(file, true);
+    if (!isChanged) return local_->note(file, number, true);
+    local_->noteLock(file, true);
   }
 
   void tell(const FileRecord& file, const std::string& number, const std::string& rest) const {
     const char* const verb = isDry_ ? "would lock" : "locked";
     session_->output().result(
         {{"file", file.path}, {"action", verb}, {"revision", number}},
-        fmt::format("{} {} {}{}", verb, space_->shownPath(file), number, rest));
+        fmt::format("{} {} {}{}", verb, local_->shownPath(file), number, rest));
   }
 
   std::string note_;
@@ -123,7 +123,7 @@ class Lock : public Command {
   bool isDry_ = false;
   std::vector<std::string> names_;
   Session* session_ = nullptr;
-  Workspace* space_ = nullptr;
+  LocalFiles* local_ = nullptr;
 };
 
 class Unlock : public Command {
@@ -137,33 +137,33 @@ class Unlock : public Command {
   }
 
   void run(Session& session) override {
-    Workspace space(session, State::Use::kChange);
+    LocalFiles local(session, State::Use::kChange);
     session_ = &session;
-    space_ = &space;
-    forEachFile(session, "unlock", space.choose(names_),
+    local_ = &local;
+    forEachFile(session, "unlock", local.choose(names_),
                 [&](const FileRecord& file) { unlock(file); });
-    space.save();
+    local.save();
   }
 
  private:
   void unlock(const FileRecord& file) {
-    const History& history = space_->historyOf(file);
-    const RevisionInfo* const mine = history.lockedBy(space_->user());
-    const bool isForAnother = !user_.empty() && user_ != space_->user();
+    const History& history = local_->historyOf(file);
+    const RevisionInfo* const mine = history.lockedBy(local_->user());
+    const bool isForAnother = !user_.empty() && user_ != local_->user();
     if (mine == nullptr || isForAnother) return takeBack(file, history);
     const std::string number = mine->number;
-    const bool isChanged = space_->standingOf(file) == Standing::kChanged;
+    const bool isChanged = local_->standingOf(file) == Standing::kChanged;
     if (isChanged && !keeps_) {
-      const RevisionInfo* const here = space_->hereOf(file);
-      throw Problem{space_->shownPath(file), fmt::format("changed since {}", here->number),
+      const RevisionInfo* const here = local_->hereOf(file);
+      throw Problem{local_->shownPath(file), fmt::format("changed since {}", here->number),
                     "'revert' drops the changes, '--keep' leaves them"};
     }
     if (!isDry_) {
-      remove(file, number, space_->user());
-      if (!isChanged && space_->stateOf(file) != nullptr) {
-        setWritable(space_->pathToWrite(file), false);
+      remove(file, number, local_->user());
+      if (!isChanged && local_->stateOf(file) != nullptr) {
+        setWritable(local_->pathToWrite(file), false);
       }
-      space_->noteLock(file, false);
+      local_->noteLock(file, false);
     }
     tell(file, number, isChanged ? ", your changes kept" : "");
   }
@@ -171,23 +171,23 @@ class Unlock : public Command {
   void takeBack(const FileRecord& file, const History& history) {
     const LockInfo* lock = nullptr;
     for (const LockInfo& each : history.locks()) {
-      if (each.user != space_->user() && (user_.empty() || each.user == user_)) lock = &each;
+      if (each.user != local_->user() && (user_.empty() || each.user == user_)) lock = &each;
     }
     if (lock == nullptr) {
-      throw Problem{space_->shownPath(file),
+      throw Problem{local_->shownPath(file),
                     user_.empty() ? "you have not locked it" : user_ + " has not locked it",
                     "'trevault locks' lists all locks", Exit::kFailed, TRVS_NO_LOCK};
     }
     if (!isForced_) {
-      throw Problem{space_->shownPath(file), fmt::format("{}'s lock, not yours", lock->user),
+      throw Problem{local_->shownPath(file), fmt::format("{}'s lock, not yours", lock->user),
                     "'--force' takes it back"};
     }
     const LockInfo was = *lock;
     const bool isSure = isDry_ || session_->output().ask(fmt::format(
                                       "take back {}'s lock of {} {}, held since {}", was.user,
-                                      space_->shownPath(file), was.number, was.minute()));
+                                      local_->shownPath(file), was.number, was.minute()));
     if (!isSure) {
-      throw Problem{space_->shownPath(file), "left locked", "'--yes' says that it is sure",
+      throw Problem{local_->shownPath(file), "left locked", "'--yes' says that it is sure",
                     Exit::kFailed};
     }
     if (!isDry_) remove(file, was.number, was.user);
@@ -198,15 +198,15 @@ class Unlock : public Command {
 
   void remove(const FileRecord& file, const std::string& number, const std::string& user) {
     check(TrvsUnLockRevision(TRVS_CONTEXT, file.archive.c_str(), number.c_str(), user.c_str()),
-          {.file = space_->shownPath(file), .archive = file.archive, .revision = number});
-    space_->forgetHistory(file);
+          {.file = local_->shownPath(file), .archive = file.archive, .revision = number});
+    local_->forgetHistory(file);
   }
 
   void tell(const FileRecord& file, const std::string& number, const std::string& rest) const {
     const char* const verb = isDry_ ? "would unlock" : "unlocked";
     session_->output().result(
         {{"file", file.path}, {"action", verb}, {"revision", number}},
-        fmt::format("{} {} {}{}", verb, space_->shownPath(file), number, rest));
+        fmt::format("{} {} {}{}", verb, local_->shownPath(file), number, rest));
   }
 
   bool keeps_ = false;
@@ -215,7 +215,7 @@ class Unlock : public Command {
   bool isDry_ = false;
   std::vector<std::string> names_;
   Session* session_ = nullptr;
-  Workspace* space_ = nullptr;
+  LocalFiles* local_ = nullptr;
 };
 
 class Locks : public Command {
@@ -232,9 +232,9 @@ class Locks : public Command {
       if (!names_.empty()) throw misuse("--everywhere", "takes no files", "leave them out");
       for (const std::string& name : session.database().projects()) lookInto(name);
     } else {
-      Workspace space(session, State::Use::kRead);
-      forEachFile(session, "locks", space.choose(names_), [&](const FileRecord& file) {
-        take(file, space.historyOf(file), space.user(), {space.shownPath(file)});
+      LocalFiles local(session, State::Use::kRead);
+      forEachFile(session, "locks", local.choose(names_), [&](const FileRecord& file) {
+        take(file, local.historyOf(file), local.user(), {local.shownPath(file)});
       });
     }
     const auto lines = table(rows_);

@@ -9,34 +9,34 @@
 #include "cli/commands/bulk.h"
 #include "cli/commands/commands.h"
 #include "cli/commands/message.h"
+#include "cli/local/localfiles.h"
 #include "cli/problem.h"
 #include "cli/session.h"
 #include "cli/text/text.h"
-#include "cli/work/workspace.h"
 
 namespace cli {
 namespace {
 
 using Need = Options::Need;
 
-Subject subjectOf(const Workspace& space, const FileRecord& file) {
-  return {.file = space.shownPath(file), .archive = file.archive, .user = space.user()};
+Subject subjectOf(const LocalFiles& local, const FileRecord& file) {
+  return {.file = local.shownPath(file), .archive = file.archive, .user = local.user()};
 }
 
-std::string ownerOf(const Workspace& space, const FileRecord& file) {
+std::string ownerOf(const LocalFiles& local, const FileRecord& file) {
   std::string owner(4096, '\0');
   check(TrvsGetOwner(TRVS_CONTEXT, file.archive.c_str(), owner.data(),
                      static_cast<int32_t>(owner.size())),
-        subjectOf(space, file));
+        subjectOf(local, file));
   return owner.substr(0, owner.find('\0'));
 }
 
-std::vector<std::string> accessOf(const Workspace& space, const FileRecord& file) {
+std::vector<std::string> accessOf(const LocalFiles& local, const FileRecord& file) {
   return fetchList(
       [&](char* buffer, int32_t size) {
         return TrvsListAccess(TRVS_CONTEXT, file.archive.c_str(), buffer, size);
       },
-      subjectOf(space, file));
+      subjectOf(local, file));
 }
 
 class Describe : public Command {
@@ -51,14 +51,14 @@ class Describe : public Command {
 
   void run(Session& session) override {
     const bool isChange = !message_.empty() || !messageFile_.empty();
-    Workspace space(session, State::Use::kRead);
+    LocalFiles local(session, State::Use::kRead);
     session_ = &session;
-    space_ = &space;
+    local_ = &local;
     message_ = messageFrom(session, message_, messageFile_);
-    const auto files = space.choose(names_);
+    const auto files = local.choose(names_);
     isOne_ = files.size() == 1;
     forEachFile(session, "describe", files, [&](const FileRecord& file) {
-      const std::string number = revision_.empty() ? "" : space.revisionOf(file, revision_).number;
+      const std::string number = revision_.empty() ? "" : local.revisionOf(file, revision_).number;
       isChange ? replace(file, number) : tell(file, number);
     });
   }
@@ -73,14 +73,14 @@ class Describe : public Command {
     if (!isDry_) {
       check(
           TrvsSetDescription(TRVS_CONTEXT, file.archive.c_str(), orNone(number), message_.c_str()),
-          subjectOf(*space_, file));
+          subjectOf(*local_, file));
     }
     const char* const verb = isDry_ ? "would describe" : "described";
     session_->output().result(
         {{"file", file.path},
          {"action", verb},
          {"revision", number.empty() ? Value() : Value(number)}},
-        fmt::format("{} {}{}{}", verb, space_->shownPath(file), number.empty() ? "" : " ", number));
+        fmt::format("{} {}{}{}", verb, local_->shownPath(file), number.empty() ? "" : " ", number));
   }
 
   void tell(const FileRecord& file, const std::string& number) const {
@@ -89,7 +89,7 @@ class Describe : public Command {
     output.result({{"file", file.path},
                    {"revision", number.empty() ? Value() : Value(number)},
                    {number.empty() ? "description" : "message", text}},
-                  isOne_ ? "" : space_->shownPath(file));
+                  isOne_ ? "" : local_->shownPath(file));
     for (const std::string& line : split(text, '\n')) {
       output.line((isOne_ ? "" : "  ") + shownLine(line));
     }
@@ -112,7 +112,7 @@ class Describe : public Command {
       status = TrvsGetDescription(TRVS_CONTEXT, file.archive.c_str(), orNone(number), text.data(),
                                   static_cast<int32_t>(size));
     }
-    check(status, subjectOf(*space_, file));
+    check(status, subjectOf(*local_, file));
     return text.substr(0, text.find('\0'));
   }
 
@@ -123,7 +123,7 @@ class Describe : public Command {
   std::vector<std::string> names_;
   bool isOne_ = false;
   Session* session_ = nullptr;
-  Workspace* space_ = nullptr;
+  LocalFiles* local_ = nullptr;
 };
 
 class Access : public Command {
@@ -143,26 +143,26 @@ class Access : public Command {
         }
       }
     }
-    Workspace space(session, State::Use::kRead);
-    const auto files = space.choose(names_);
-    if (!added_.empty()) askFor(session, space, files);
+    LocalFiles local(session, State::Use::kRead);
+    const auto files = local.choose(names_);
+    if (!added_.empty()) askFor(session, local, files);
     forEachFile(session, "access", files, [&](const FileRecord& file) {
-      change(space, file);
-      const auto users = accessOf(space, file);
-      const std::string owner = ownerOf(space, file);
+      change(local, file);
+      const auto users = accessOf(local, file);
+      const std::string owner = ownerOf(local, file);
       session.output().result({{"file", file.path}, {"owner", owner}, {"users", users}},
-                              fmt::format("{}  {}, owner {}", space.shownPath(file),
+                              fmt::format("{}  {}, owner {}", local.shownPath(file),
                                           users.empty() ? "everybody" : listed(users), owner));
     });
   }
 
  private:
   // The first name on a list shuts everybody else out.
-  void askFor(Session& session, Workspace& space, const std::vector<const FileRecord*>& files) {
+  void askFor(Session& session, LocalFiles& local, const std::vector<const FileRecord*>& files) {
     std::vector<const FileRecord*> open;
     for (const FileRecord* file : files) {
       try {
-        if (accessOf(space, *file).empty()) open.push_back(file);
+        if (accessOf(local, *file).empty()) open.push_back(file);
       } catch (const Problem&) {  // Told when it is the file's turn.
       }
     }
@@ -171,20 +171,20 @@ class Access : public Command {
     beSure(session, "access",
            open.size() == 1
                ? fmt::format("only {} and its owner, {}, may use {} then; go on", who,
-                             ownerOf(space, *open.front()), space.shownPath(*open.front()))
+                             ownerOf(local, *open.front()), local.shownPath(*open.front()))
                : fmt::format("only {} and their owners may use {} then; go on", who,
                              counted(open.size(), "file")),
            isDry_);
   }
 
-  void change(const Workspace& space, const FileRecord& file) const {
+  void change(const LocalFiles& local, const FileRecord& file) const {
     if (isDry_) return;
     for (const std::string& user : added_) {
       check(TrvsAddAccess(TRVS_CONTEXT, file.archive.c_str(), user.c_str()),
-            subjectOf(space, file));
+            subjectOf(local, file));
     }
     for (const std::string& user : removed_) {
-      Subject subject = subjectOf(space, file);
+      Subject subject = subjectOf(local, file);
       subject.user = user;
       check(TrvsRemoveAccess(TRVS_CONTEXT, file.archive.c_str(), user.c_str()), subject);
     }
@@ -235,8 +235,8 @@ class Attributes : public Command {
     const uint32_t set = sumOf(set_);
     const uint32_t cleared = sumOf(cleared_);
     if ((set & cleared) != 0) throw misuse("attributes", "one is both set and cleared");
-    Workspace space(session, State::Use::kRead);
-    const auto files = space.choose(names_);
+    LocalFiles local(session, State::Use::kRead);
+    const auto files = local.choose(names_);
     if ((cleared & TRVS_ATTRIBUTE_CHECK_LOCKS) != 0 && !files.empty()) {
       beSure(session, "attributes",
              fmt::format("colleagues may check in {} without locks then; go on",
@@ -244,7 +244,7 @@ class Attributes : public Command {
              isDry_);
     }
     forEachFile(session, "attributes", files, [&](const FileRecord& file) {
-      const Subject subject = subjectOf(space, file);
+      const Subject subject = subjectOf(local, file);
       if (!isDry_ && (set | cleared) != 0) {
         check(TrvsSetAttributes(TRVS_CONTEXT, file.archive.c_str(), set, cleared), subject);
       }

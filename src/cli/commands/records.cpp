@@ -10,12 +10,12 @@
 #include "cli/command.h"
 #include "cli/commands/bulk.h"
 #include "cli/commands/commands.h"
+#include "cli/local/localfiles.h"
+#include "cli/local/walk.h"
 #include "cli/problem.h"
 #include "cli/session.h"
 #include "cli/text/paths.h"
 #include "cli/text/text.h"
-#include "cli/work/walk.h"
-#include "cli/work/workspace.h"
 #include "os/directory.h"
 #include "os/file.h"
 
@@ -26,11 +26,11 @@ using Need = Options::Need;
 
 // A file that somebody works on keeps its record and its name. A record whose archive is gone may
 // go.
-void refuseLocked(Workspace& space, const FileRecord& file, const char* todo) {
+void refuseLocked(LocalFiles& local, const FileRecord& file, const char* todo) {
   if (!os::hasEntry(file.archive.c_str())) return;
-  const std::string path = space.shownPath(file);
-  for (const LockInfo& lock : space.historyOf(file).locks()) {
-    if (lock.user == space.user()) continue;
+  const std::string path = local.shownPath(file);
+  for (const LockInfo& lock : local.historyOf(file).locks()) {
+    if (lock.user == local.user()) continue;
     throw Problem{path, fmt::format("{} has locked {}", lock.user, lock.number), todo,
                   Exit::kFailed, TRVS_LOCKED};
   }
@@ -44,18 +44,18 @@ class Remove : public Command {
   }
 
   void run(Session& session) override {
-    Workspace space(session, State::Use::kChange);
+    LocalFiles local(session, State::Use::kChange);
     session_ = &session;
-    space_ = &space;
+    local_ = &local;
     std::vector<FileRecord> files;
-    for (const FileRecord* file : space.choose(names_)) files.push_back(*file);
+    for (const FileRecord* file : local.choose(names_)) files.push_back(*file);
     std::vector<const FileRecord*> chosen;
     for (const FileRecord& file : files) chosen.push_back(&file);
     size_t removed = 0;
     forEachFile(session, "remove", chosen, [&](const FileRecord& file) {
       if (remove(file)) ++removed;
     });
-    space.save();
+    local.save();
     if (removed > 1) {
       session.output().line(
           fmt::format("{} {}", counted(removed, "file"), isDry_ ? "to remove" : "removed"));
@@ -65,12 +65,12 @@ class Remove : public Command {
 
  private:
   bool remove(const FileRecord& file) {
-    refuseLocked(*space_, file, "it can't be removed before it is unlocked");
-    const std::string path = space_->shownPath(file);
+    refuseLocked(*local_, file, "it can't be removed before it is unlocked");
+    const std::string path = local_->shownPath(file);
     if (!isDry_ && !session_->output().ask(question(file, path))) return false;
     if (!isDry_) {
       session_->project().removeFile(file);
-      space_->forget(file);
+      local_->forget(file);
     }
     session_->output().result(
         {{"file", file.path},
@@ -84,7 +84,7 @@ class Remove : public Command {
   std::string question(const FileRecord& file, const std::string& path) const {
     std::set<std::string> labels;
     if (os::hasEntry(file.archive.c_str())) {
-      for (const RevisionInfo& each : space_->historyOf(file).revisions()) {
+      for (const RevisionInfo& each : local_->historyOf(file).revisions()) {
         labels.insert(each.labels.begin(), each.labels.end());
       }
     }
@@ -96,7 +96,7 @@ class Remove : public Command {
   bool isDry_ = false;
   std::vector<std::string> names_;
   Session* session_ = nullptr;
-  Workspace* space_ = nullptr;
+  LocalFiles* local_ = nullptr;
 };
 
 class Rename : public Command {
@@ -108,14 +108,14 @@ class Rename : public Command {
   }
 
   void run(Session& session) override {
-    Workspace space(session, State::Use::kChange);
+    LocalFiles local(session, State::Use::kChange);
     session_ = &session;
-    space_ = &space;
-    const std::string from = space.fromTop(old_);
-    const auto files = space.choose({old_});
+    local_ = &local;
+    const std::string from = local.fromTop(old_);
+    const auto files = local.choose({old_});
     if (files.empty()) return;
-    std::string to = space.fromTop(new_);
-    const std::string& top = space.directory().top;
+    std::string to = local.fromTop(new_);
+    const std::string& top = local.directory().top;
     if (os::directoryState(absolutePath(top, to).c_str())) to = joined(to, namePart(from));
     if (to.starts_with("./")) to.erase(0, 2);
     const auto moves = movesOf(files, from, to);
@@ -125,7 +125,7 @@ class Rename : public Command {
       rename(file, path);
       ++done;
     }
-    space.save();
+    local.save();
     if (done > 1) session.output().line(counted(done, "file") + (isDry_ ? "" : " renamed"));
     session.output().hint("old labels come out under the new name");
   }
@@ -148,15 +148,15 @@ class Rename : public Command {
   }
 
   std::string shownPath(const std::string& path) const {
-    return space_->shownPath(FileRecord{path, "", ""});
+    return local_->shownPath(FileRecord{path, "", ""});
   }
 
   void refuse(const FileRecord& file, const std::string& path) const {
-    refuseLocked(*space_, file, "wait until it is unlocked");
-    const bool isKnown = std::any_of(space_->files().begin(), space_->files().end(),
+    refuseLocked(*local_, file, "wait until it is unlocked");
+    const bool isKnown = std::any_of(local_->files().begin(), local_->files().end(),
                                      [&](const FileRecord& each) { return each.path == path; });
-    const bool hasOld = os::hasEntry(space_->pathOf(file).c_str());
-    const bool hasNew = os::hasEntry(space_->pathOf({path, "", ""}).c_str());
+    const bool hasOld = os::hasEntry(local_->pathOf(file).c_str());
+    const bool hasNew = os::hasEntry(local_->pathOf({path, "", ""}).c_str());
     // Who has moved the file already only wants the record to follow.
     if (isKnown || (hasOld && hasNew)) {
       throw Problem{shownPath(path), "is there already", "choose another name"};
@@ -171,23 +171,23 @@ class Rename : public Command {
     if (!isDry_) {
       session_->project().renameFile(file, path);
       move(file, renamed);
-      space_->rename(file, renamed);
+      local_->rename(file, renamed);
     }
     const char* const verb = isDry_ ? "would rename" : "renamed";
     session_->output().result(
         {{"file", path}, {"action", verb}, {"before", file.path}},
-        fmt::format("{} {} to {}", verb, space_->shownPath(file), shownPath(path)));
+        fmt::format("{} {} to {}", verb, local_->shownPath(file), shownPath(path)));
   }
 
   void move(const FileRecord& file, const FileRecord& renamed) const {
-    const std::string from = space_->pathToWrite(file);
-    const std::string to = space_->pathToWrite(renamed);
+    const std::string from = local_->pathToWrite(file);
+    const std::string to = local_->pathToWrite(renamed);
     if (!os::hasEntry(from.c_str())) return;
     const bool isMoved =
         os::makeDirectories(os::parentOf(to)) && os::moveFile(from, to) == os::FileResult::kDone;
     if (isMoved) return;
     session_->project().renameFile(renamed, file.path);
-    throw Problem{space_->shownPath(file), fmt::format("can't be moved to {}", shown(to)),
+    throw Problem{local_->shownPath(file), fmt::format("can't be moved to {}", shown(to)),
                   "see who owns both directories"};
   }
 
@@ -195,7 +195,7 @@ class Rename : public Command {
   std::string old_;
   std::string new_;
   Session* session_ = nullptr;
-  Workspace* space_ = nullptr;
+  LocalFiles* local_ = nullptr;
 };
 
 // The name of the file that an archive was made for.
@@ -225,10 +225,10 @@ class Import : public Command {
   }
 
   void run(Session& session) override {
-    Workspace space(session, State::Use::kChange);
+    LocalFiles local(session, State::Use::kChange);
     session_ = &session;
-    space_ = &space;
-    for (const FileRecord& file : space.files()) {
+    local_ = &local;
+    for (const FileRecord& file : local.files()) {
       paths_.insert(file.path);
       archives_.insert(file.archive);
     }
@@ -274,7 +274,7 @@ class Import : public Command {
     try {
       if (archives_.contains(archive)) return skip(typed);
       const std::string own = ownName(archive, typed);  // Fails for what is no archive.
-      const std::string path = as_.empty() ? joined(directory, own) : space_->fromTop(as_);
+      const std::string path = as_.empty() ? joined(directory, own) : local_->fromTop(as_);
       if (paths_.contains(path)) {
         throw Problem{typed,
                       fmt::format("would be the file {}, which has another archive", shown(path)),
@@ -297,7 +297,7 @@ class Import : public Command {
     session_->output().result(
         {{"file", file.path}, {"action", verb}, {"archive", file.archive}},
         fmt::format("{} {} as {}", verb, shown(session_->fromHere(file.archive)),
-                    space_->shownPath(file)));
+                    local_->shownPath(file)));
   }
 
   std::string as_;
@@ -305,7 +305,7 @@ class Import : public Command {
   bool isDry_ = false;
   std::vector<std::string> names_;
   Session* session_ = nullptr;
-  Workspace* space_ = nullptr;
+  LocalFiles* local_ = nullptr;
   std::set<std::string> paths_;
   std::set<std::string> archives_;
   std::set<std::string> failed_;

@@ -7,12 +7,12 @@
 
 #include "cli/command.h"
 #include "cli/commands/commands.h"
+#include "cli/local/localfiles.h"
+#include "cli/local/walk.h"
 #include "cli/problem.h"
 #include "cli/session.h"
 #include "cli/text/paths.h"
 #include "cli/text/text.h"
-#include "cli/work/walk.h"
-#include "cli/work/workspace.h"
 
 namespace cli {
 namespace {
@@ -39,10 +39,10 @@ class Status : public Command {
   }
 
   void run(Session& session) override {
-    Workspace space(session, State::Use::kRead);
+    LocalFiles local(session, State::Use::kRead);
     session_ = &session;
-    space_ = &space;
-    for (const FileRecord* file : space.choose(names_)) {
+    local_ = &local;
+    for (const FileRecord* file : local.choose(names_)) {
       try {
         look(*file);
       } catch (const Problem& problem) {
@@ -54,7 +54,7 @@ class Status : public Command {
       lookForNew();
     }
     tell();
-    space.save();
+    local.save();
   }
 
  private:
@@ -72,14 +72,14 @@ class Status : public Command {
   }
 
   void look(const FileRecord& file) {
-    Standing standing = space_->standingOf(file);
-    const FileState* const state = space_->stateOf(file);
-    const RevisionInfo* const here = space_->hereOf(file);
+    Standing standing = local_->standingOf(file);
+    const FileState* const state = local_->stateOf(file);
+    const RevisionInfo* const here = local_->hereOf(file);
     if (here == nullptr && standing == Standing::kSame) standing = Standing::kUnknown;
-    const RevisionInfo* const followed = space_->followedOf(file);
+    const RevisionInfo* const followed = local_->followedOf(file);
     if (standing == Standing::kNone && followed == nullptr) return;  // What is followed lacks it.
     const std::string number = here == nullptr ? "" : here->number;
-    const bool isMine = here != nullptr && here->isLockedBy(space_->user());
+    const bool isMine = here != nullptr && here->isLockedBy(local_->user());
     const bool isBehind = followed != nullptr && (here == nullptr || followed != here);
     Fields item{
         {"file", file.path},
@@ -90,7 +90,7 @@ class Status : public Command {
         {"changed", standing == Standing::kChanged},
         {"locked_by_me", isMine},
         {"lockers", here == nullptr ? Value(std::vector<std::string>()) : Value(here->lockers)}};
-    Row row{"", space_->shownPath(file), number.empty() ? "-" : number, ""};
+    Row row{"", local_->shownPath(file), number.empty() ? "-" : number, ""};
     if (state != nullptr && state->isLockedFromHere && !isMine) {
       row.remark = standing == Standing::kChanged ? "changed" : "unchanged";
       row.remark +=
@@ -129,16 +129,16 @@ class Status : public Command {
   void tellBroken(const FileRecord& file, const Problem& problem) {
     session_->output().problem(problem);
     add({{"file", file.path}, {"here", nullptr}}, "broken",
-        {"", space_->shownPath(file), "-", problem.why});
+        {"", local_->shownPath(file), "-", problem.why});
   }
 
   void lookForGone() {
-    for (const std::string& path : space_->gone()) {
+    for (const std::string& path : local_->gone()) {
       const FileRecord file{path, "", ""};
-      const std::string here = space_->stateOf(file)->here;
-      const bool isUntouched = space_->isUntouched(path);
+      const std::string here = local_->stateOf(file)->here;
+      const bool isUntouched = local_->isUntouched(path);
       add({{"file", path}, {"here", here}, {"changed", !isUntouched}}, "gone",
-          {"", space_->shownPath(file), here,
+          {"", local_->shownPath(file), here,
            isUntouched ? "'trevault checkout' removes it" : "changed"});
       gone_.insert(path);
     }
@@ -150,9 +150,9 @@ class Status : public Command {
     const auto know = [&](std::string path) {
       while (!path.empty() && known.insert(path).second) path = directoryPart(path);
     };
-    for (const FileRecord& file : space_->files()) know(file.path);
+    for (const FileRecord& file : local_->files()) know(file.path);
     for (const std::string& path : gone_) know(path);
-    const std::string& top = space_->directory().top;
+    const std::string& top = local_->directory().top;
     walk(
         top, ".", Ignoring::kByRules,
         [&](const std::string& path) {
@@ -169,17 +169,17 @@ class Status : public Command {
 
   void addNew(const std::string& path, const char* end) {
     const FileRecord file{path, "", ""};
-    add({{"file", path}, {"here", nullptr}}, "new", {"", space_->shownPath(file) + end, "", ""});
+    add({{"file", path}, {"here", nullptr}}, "new", {"", local_->shownPath(file) + end, "", ""});
   }
 
   void tell() {
     Output& output = session_->output();
-    output.set("project", space_->directory().project);
-    output.set("work", space_->directory().top);
-    output.set("follows", space_->directory().follows);
-    output.set("group", space_->directory().group);
+    output.set("project", local_->directory().project);
+    output.set("work", local_->directory().top);
+    output.set("follows", local_->directory().follows);
+    output.set("group", local_->directory().group);
     if (isNull_) return tellNames();
-    output.line(space_->directory().line());
+    output.line(local_->directory().line());
     output.line("");
     std::vector<std::vector<std::string>> cells;
     for (const Row& row : rows_)
@@ -198,7 +198,7 @@ class Status : public Command {
     std::string names;
     for (const Fields& item : items_) {
       const FileRecord file{std::get<std::string>(item.front().second), "", ""};
-      names += space_->pathFromHere(file) + '\0';
+      names += local_->pathFromHere(file) + '\0';
     }
     session_->output().bytes(names);
   }
@@ -221,7 +221,7 @@ class Status : public Command {
   bool isNull_ = false;
   std::vector<std::string> names_;
   Session* session_ = nullptr;
-  Workspace* space_ = nullptr;
+  LocalFiles* local_ = nullptr;
   std::vector<Row> rows_;
   std::vector<Fields> items_;
   std::map<std::string, size_t> counts_;
@@ -237,17 +237,17 @@ class List : public Command {
   }
 
   void run(Session& session) override {
-    Workspace space(session, State::Use::kRead);
+    LocalFiles local(session, State::Use::kRead);
     Output& output = session.output();
     std::string names;
     std::vector<Fields> items;
     std::vector<std::vector<std::string>> rows;
-    for (const FileRecord* file : space.choose(names_)) {
-      const std::string path = space.shownPath(*file);
-      names += space.pathFromHere(*file) + '\0';
+    for (const FileRecord* file : local.choose(names_)) {
+      const std::string path = local.shownPath(*file);
+      names += local.pathFromHere(*file) + '\0';
       items.push_back({{"file", file->path}, {"archive", file->archive}, {"folder", file->folder}});
       rows.push_back({path});
-      if (isAll_) addMore(space, *file, &items.back(), &rows.back());
+      if (isAll_) addMore(local, *file, &items.back(), &rows.back());
     }
     if (isNull_) return output.bytes(names);
     const auto lines = table(rows);
@@ -255,12 +255,12 @@ class List : public Command {
   }
 
  private:
-  static void addMore(Workspace& space, const FileRecord& file, Fields* item,
+  static void addMore(LocalFiles& local, const FileRecord& file, Fields* item,
                       std::vector<std::string>* row) {
-    const RevisionInfo* const here = space.hereOf(file);
-    const RevisionInfo* const followed = space.followedOf(file);
+    const RevisionInfo* const here = local.hereOf(file);
+    const RevisionInfo* const followed = local.followedOf(file);
     std::vector<std::string> lockers;
-    for (const RevisionInfo& each : space.historyOf(file).revisions()) {
+    for (const RevisionInfo& each : local.historyOf(file).revisions()) {
       lockers.insert(lockers.end(), each.lockers.begin(), each.lockers.end());
     }
     const auto numberOf = [](const RevisionInfo* revision) {

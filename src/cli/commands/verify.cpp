@@ -10,12 +10,12 @@
 #include "cli/command.h"
 #include "cli/commands/bulk.h"
 #include "cli/commands/commands.h"
+#include "cli/local/localfiles.h"
+#include "cli/local/walk.h"
 #include "cli/problem.h"
 #include "cli/session.h"
 #include "cli/text/paths.h"
 #include "cli/text/text.h"
-#include "cli/work/walk.h"
-#include "cli/work/workspace.h"
 #include "os/directory.h"
 
 namespace cli {
@@ -39,8 +39,8 @@ class Verify : public Command {
 
  private:
   void verifyHere() {
-    Workspace space(*session_, State::Use::kRead);
-    for (const FileRecord* file : space.choose(names_)) verify(*file, space.shownPath(*file));
+    LocalFiles local(*session_, State::Use::kRead);
+    for (const FileRecord* file : local.choose(names_)) verify(*file, local.shownPath(*file));
     if (names_.empty()) lookForUnnamed(session_->project());
   }
 

@@ -1,5 +1,5 @@
-// cli/work/workspace.cpp: names to files, and files to revisions.
-#include "cli/work/workspace.h"
+// cli/local/localfiles.cpp: names to files, and files to revisions.
+#include "cli/local/localfiles.h"
 
 #include <fmt/format.h>
 
@@ -33,7 +33,7 @@ std::vector<std::string> pathsOf(const std::vector<FileRecord>& files) {
 
 }  // namespace
 
-Workspace::Workspace(Session& session, State::Use use)
+LocalFiles::LocalFiles(Session& session, State::Use use)
     : session_(session),
       directory_(session.work()),
       files_(session.project().files()),
@@ -43,7 +43,7 @@ Workspace::Workspace(Session& session, State::Use use)
   user_ = presentUser();
 }
 
-std::string Workspace::pathOf(const FileRecord& file) const {
+std::string LocalFiles::pathOf(const FileRecord& file) const {
   std::string path = absolutePath(directory_.top, file.path);
   const bool isInside = path != directory_.top && isBelow(directory_.top, path);
   const auto parts = split(relativePath(directory_.top, path), '/');
@@ -54,7 +54,7 @@ std::string Workspace::pathOf(const FileRecord& file) const {
                 "take it off the project with 'trevault remove', or ask who put it there"};
 }
 
-std::string Workspace::pathToWrite(const FileRecord& file) const {
+std::string LocalFiles::pathToWrite(const FileRecord& file) const {
   std::string path = pathOf(file);
   std::string above = os::parentOf(path);
   while (!os::hasEntry(above.c_str())) above = os::parentOf(above);
@@ -63,15 +63,17 @@ std::string Workspace::pathToWrite(const FileRecord& file) const {
                 "remove the link"};
 }
 
-std::string Workspace::pathFromHere(const FileRecord& file) const {
+std::string LocalFiles::pathFromHere(const FileRecord& file) const {
   const std::string path = absolutePath(directory_.top, file.path);
   const bool isInside = isBelow(directory_.top, session_.here());
   return isInside ? relativePath(session_.here(), path) : file.path;
 }
 
-std::string Workspace::shownPath(const FileRecord& file) const { return shown(pathFromHere(file)); }
+std::string LocalFiles::shownPath(const FileRecord& file) const {
+  return shown(pathFromHere(file));
+}
 
-std::string Workspace::fromTop(const std::string& typed) const {
+std::string LocalFiles::fromTop(const std::string& typed) const {
   const bool isFromTop = typed.starts_with(":/");
   const bool isInside = isBelow(directory_.top, session_.here());
   const std::string& base = isInside && !isFromTop ? session_.here() : directory_.top;
@@ -82,7 +84,7 @@ std::string Workspace::fromTop(const std::string& typed) const {
   return relativePath(directory_.top, path);
 }
 
-std::vector<const FileRecord*> Workspace::matching(const std::string& typed) const {
+std::vector<const FileRecord*> LocalFiles::matching(const std::string& typed) const {
   const std::string path = fromTop(typed);
   std::vector<const FileRecord*> below;
   std::vector<const FileRecord*> fitting;
@@ -100,7 +102,7 @@ std::vector<const FileRecord*> Workspace::matching(const std::string& typed) con
   throw Problem{typed, fmt::format("not in project {}", directory_.project), near};
 }
 
-std::vector<const FileRecord*> Workspace::choose(const std::vector<std::string>& names) {
+std::vector<const FileRecord*> LocalFiles::choose(const std::vector<std::string>& names) {
   std::vector<const FileRecord*> chosen;
   if (names.empty()) {
     for (const FileRecord& file : files_) chosen.push_back(&file);
@@ -121,7 +123,7 @@ std::vector<const FileRecord*> Workspace::choose(const std::vector<std::string>&
 
 // The stamp tells it in nearly all cases. Else the engine compares, and what is found equal gets a
 // new stamp.
-Standing Workspace::standingOf(const FileRecord& file) {
+Standing LocalFiles::standingOf(const FileRecord& file) {
   const FileState* const state = stateOf(file);
   os::FileStatus status;
   const std::string path = pathOf(file);
@@ -140,7 +142,7 @@ Standing Workspace::standingOf(const FileRecord& file) {
   return Standing::kSame;
 }
 
-bool Workspace::isThere(const FileRecord& file, const std::string& number) const {
+bool LocalFiles::isThere(const FileRecord& file, const std::string& number) const {
   const std::string path = pathOf(file);
   int16_t differs = 1;
   check(TrvsTestDifferences(TRVS_CONTEXT, target(file.archive, path).c_str(), number.c_str(),
@@ -149,45 +151,45 @@ bool Workspace::isThere(const FileRecord& file, const std::string& number) const
   return differs == 0;
 }
 
-const PromotionModel& Workspace::promotion() {
+const PromotionModel& LocalFiles::promotion() {
   if (!promotion_) promotion_ = PromotionModel::present();
   return *promotion_;
 }
 
 // Without a memory of it: another client has checked it out, or ".trevault" was lost.
-const RevisionInfo* Workspace::findByContent(const FileRecord& file) {
+const RevisionInfo* LocalFiles::findByContent(const FileRecord& file) {
   char number[256];
   const int32_t status = TrvsFindContent(TRVS_CONTEXT, target(file.archive, pathOf(file)).c_str(),
                                          number, sizeof number);
   return status == TRVS_DONE ? historyOf(file).find(number) : nullptr;
 }
 
-const History& Workspace::historyOf(const FileRecord& file) {
+const History& LocalFiles::historyOf(const FileRecord& file) {
   const auto found = histories_.find(file.archive);
   if (found != histories_.end()) return found->second;
   return histories_[file.archive] = History(file.archive, file.path);
 }
 
-const RevisionInfo* Workspace::hereOf(const FileRecord& file) {
+const RevisionInfo* LocalFiles::hereOf(const FileRecord& file) {
   const FileState* const state = stateOf(file);
   return state == nullptr || state->here.empty() ? nullptr : historyOf(file).find(state->here);
 }
 
-const RevisionInfo* Workspace::followedOf(const FileRecord& file) {
+const RevisionInfo* LocalFiles::followedOf(const FileRecord& file) {
   const std::string& follows = directory_.follows;
   return follows == "trunk" ? historyOf(file).tipOf("1") : markedOf(file, follows);
 }
 
-const RevisionInfo* Workspace::markedOf(const FileRecord& file, const std::string& name) {
+const RevisionInfo* LocalFiles::markedOf(const FileRecord& file, const std::string& name) {
   const History& history = historyOf(file);
   if (name.starts_with(kGroupMark)) return history.inGroup(name.substr(kGroupMark.size()));
   if (name.starts_with(kLabelMark)) return history.withLabel(name.substr(kLabelMark.size()));
   return promotion().has(name) ? history.inGroup(name) : history.withLabel(name);
 }
 
-std::string Workspace::followedLabel() { return labelIn(directory_.follows); }
+std::string LocalFiles::followedLabel() { return labelIn(directory_.follows); }
 
-std::string Workspace::labelIn(const std::string& revision) {
+std::string LocalFiles::labelIn(const std::string& revision) {
   if (revision.starts_with(kLabelMark)) return revision.substr(kLabelMark.size());
   for (const char* word : {"trunk", "here", "followed", "tip"}) {
     if (revision == word) return "";
@@ -197,11 +199,11 @@ std::string Workspace::labelIn(const std::string& revision) {
   return isOther ? "" : revision;
 }
 
-LabelList Workspace::labelList(const std::string& label) const {
+LabelList LocalFiles::labelList(const std::string& label) const {
   return LabelList(session_.project().publicDirectory(), label);
 }
 
-std::vector<FileRecord> Workspace::formerFiles(const std::string& label) {
+std::vector<FileRecord> LocalFiles::formerFiles(const std::string& label) {
   std::vector<FileRecord> former;
   if (label.empty()) return former;
   const LabelList list = labelList(label);
@@ -220,7 +222,7 @@ std::vector<FileRecord> Workspace::formerFiles(const std::string& label) {
   return former;
 }
 
-const RevisionInfo& Workspace::revisionOf(const FileRecord& file, const std::string& text) {
+const RevisionInfo& LocalFiles::revisionOf(const FileRecord& file, const std::string& text) {
   const History& history = historyOf(file);
   const RevisionInfo* found = nullptr;
   if (isNumber(text)) {
@@ -247,8 +249,8 @@ const RevisionInfo& Workspace::revisionOf(const FileRecord& file, const std::str
   throw Problem{shownPath(file), why, ""};
 }
 
-Subject Workspace::subjectOf(const FileRecord& file, const std::string& revision,
-                             const std::string& group) {
+Subject LocalFiles::subjectOf(const FileRecord& file, const std::string& revision,
+                              const std::string& group) {
   const auto groups = promotion().developmentGroups();
   Subject subject{.file = shownPath(file),
                   .archive = file.archive,
@@ -268,17 +270,17 @@ Subject Workspace::subjectOf(const FileRecord& file, const std::string& revision
   return subject;
 }
 
-void Workspace::note(const FileRecord& file, const std::string& revision, bool isLocked) {
+void LocalFiles::note(const FileRecord& file, const std::string& revision, bool isLocked) {
   os::FileStatus status;
   if (os::readEntryStatus(pathOf(file).c_str(), &status) != os::FileResult::kDone) return;
   state_.set(file.path, {revision, Stamp::of(status), isLocked});
 }
 
-void Workspace::noteChanged(const FileRecord& file, const std::string& revision) {
+void LocalFiles::noteChanged(const FileRecord& file, const std::string& revision) {
   state_.set(file.path, {revision, Stamp(), false});
 }
 
-void Workspace::follow(const std::string& follows, const std::string& group) {
+void LocalFiles::follow(const std::string& follows, const std::string& group) {
   const Roots& roots = session_.database().roots();
   directory_.publicRoot = roots.publicRoot.path;
   directory_.privateRoot = roots.privateRoot.path;
@@ -287,13 +289,13 @@ void Workspace::follow(const std::string& follows, const std::string& group) {
   storeWorkDirectory(directory_);
 }
 
-void Workspace::rename(const FileRecord& file, const FileRecord& renamed) {
+void LocalFiles::rename(const FileRecord& file, const FileRecord& renamed) {
   const FileState* const state = stateOf(file);
   if (state != nullptr) state_.set(renamed.path, *state);
   state_.forget(file.path);
 }
 
-std::vector<std::string> Workspace::gone() const {
+std::vector<std::string> LocalFiles::gone() const {
   std::set<std::string> known;
   for (const FileRecord& file : files_) known.insert(file.path);
   std::vector<std::string> paths;
@@ -304,7 +306,7 @@ std::vector<std::string> Workspace::gone() const {
   return paths;
 }
 
-bool Workspace::isUntouched(const std::string& path) const {
+bool LocalFiles::isUntouched(const std::string& path) const {
   const FileState* const state = state_.find(path);
   os::FileStatus status;
   return state != nullptr &&
@@ -314,7 +316,7 @@ bool Workspace::isUntouched(const std::string& path) const {
          state->stamp.nanoseconds < state_.written();
 }
 
-void Workspace::noteLock(const FileRecord& file, bool isLocked) {
+void LocalFiles::noteLock(const FileRecord& file, bool isLocked) {
   const FileState* const state = stateOf(file);
   if (state == nullptr) return;
   FileState changed = *state;

@@ -1,4 +1,4 @@
-// cli/work/walk.h: what lies in a work directory.
+// cli/local/walk.h: what lies in a work directory.
 #pragma once
 
 #include <cstddef>

@@ -1,4 +1,4 @@
-// cli/work/directory.h: a directory in which a user works on the files of a project.
+// cli/local/directory.h: a directory in which a user works on the files of a project.
 //
 // It is one by its ".trevault/directory", a text file with a line "name value" for each of the
 // fields below. What else lies in ".trevault" is memory, and may be lost.

@@ -1,4 +1,4 @@
-// cli/work/ignore.h: which files of a work directory nobody wants under control.
+// cli/local/ignore.h: which files of a work directory nobody wants under control.
 #pragma once
 
 #include <string>

@@ -1,14 +1,14 @@
-// cli/work/walk.cpp: one walk, directory by directory.
-#include "cli/work/walk.h"
+// cli/local/walk.cpp: one walk, directory by directory.
+#include "cli/local/walk.h"
 
 #include <algorithm>
 #include <set>
 #include <string_view>
 
+#include "cli/local/directory.h"
+#include "cli/local/ignore.h"
 #include "cli/text/paths.h"
 #include "cli/text/text.h"
-#include "cli/work/directory.h"
-#include "cli/work/ignore.h"
 #include "os/directory.h"
 #include "os/file.h"
 

@@ -1,4 +1,4 @@
-// cli/work/state.h: what a work directory remembers of its files: which revision each is, and how
+// cli/local/state.h: what a work directory remembers of its files: which revision each is, and how
 // it looked then, so that one look at a file tells whether it has changed.
 //
 // It is memory, not truth: what is lost is found out again from the files and the archives. It is a

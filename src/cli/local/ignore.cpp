@@ -1,5 +1,5 @@
-// cli/work/ignore.cpp: reads rules and holds paths against them.
-#include "cli/work/ignore.h"
+// cli/local/ignore.cpp: reads rules and holds paths against them.
+#include "cli/local/ignore.h"
 
 #include <algorithm>
 

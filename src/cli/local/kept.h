@@ -1,4 +1,4 @@
-// cli/work/kept.h: contents that a command is about to overwrite are put aside, for a while.
+// cli/local/kept.h: contents that a command is about to overwrite are put aside, for a while.
 #pragma once
 
 #include <string>

@@ -1,13 +1,13 @@
-// cli/work/kept.cpp: one directory for each moment at which something was put aside.
-#include "cli/work/kept.h"
+// cli/local/kept.cpp: one directory for each moment at which something was put aside.
+#include "cli/local/kept.h"
 
 #include <fmt/format.h>
 
 #include <vector>
 
+#include "cli/local/directory.h"
 #include "cli/problem.h"
 #include "cli/text/paths.h"
-#include "cli/work/directory.h"
 #include "os/clock.h"
 #include "os/directory.h"
 #include "os/file.h"

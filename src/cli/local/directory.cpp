@@ -1,5 +1,5 @@
-// cli/work/directory.cpp: finds, reads and writes ".trevault/directory".
-#include "cli/work/directory.h"
+// cli/local/directory.cpp: finds, reads and writes ".trevault/directory".
+#include "cli/local/directory.h"
 
 #include <fmt/format.h>
 

@@ -1,4 +1,4 @@
-// cli/work/workspace.h: a project's files as they are in the user's work directory.
+// cli/local/localfiles.h: a project's files as they are in the user's work directory.
 #pragma once
 
 #include <map>
@@ -11,8 +11,8 @@
 #include "cli/archives/promotion.h"
 #include "cli/database/database.h"
 #include "cli/database/labellist.h"
-#include "cli/work/directory.h"
-#include "cli/work/state.h"
+#include "cli/local/directory.h"
+#include "cli/local/state.h"
 
 namespace cli {
 
@@ -27,9 +27,9 @@ enum class Standing {
   kUnknown,  // It is there, and is no revision that is known.
 };
 
-class Workspace {
+class LocalFiles {
  public:
-  Workspace(Session& session, State::Use use);
+  LocalFiles(Session& session, State::Use use);
 
   const WorkDirectory& directory() const { return directory_; }
   const std::vector<FileRecord>& files() const { return files_; }

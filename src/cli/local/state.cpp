@@ -1,14 +1,14 @@
-// cli/work/state.cpp: reads and writes ".trevault/state".
-#include "cli/work/state.h"
+// cli/local/state.cpp: reads and writes ".trevault/state".
+#include "cli/local/state.h"
 
 #include <fmt/format.h>
 
 #include <charconv>
 
+#include "cli/local/directory.h"
 #include "cli/problem.h"
 #include "cli/text/paths.h"
 #include "cli/text/text.h"
-#include "cli/work/directory.h"
 #include "os/clock.h"
 #include "os/directory.h"
 #include "os/sibling.h"
