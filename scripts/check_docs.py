@@ -15,6 +15,10 @@ CODE = [".h", ".c", ".cpp"]
 PATH = re.compile(r"(?<![\w./-])((?:%s)/[\w./*-]*)" % "|".join(FOLDERS))
 # Workfiles in examples end in .c too, so a C source counts with its path only.
 FILE = re.compile(r"(?<![\w./<-])((?:\w+/)*[\w*-]+\.(?:h|cpp|py|sh|def))(?![\w])")
+LINK = re.compile(r"""(?:\]\(|src(?:set)?=")(?!https?:)([^)"#]*)(?:#([^)"]*))?[)"]""")
+BLOCK = re.compile(r"^( *)```.*?^\1```$", re.MULTILINE | re.DOTALL)
+SESSION = re.compile(r"^ *\w*\$ ", re.MULTILINE)
+HEADING = re.compile(r"^#+ +(.*)$", re.MULTILINE)
 FUNCTION = re.compile(r"`(?:(\w+)::)?(\w+)\(\)`")
 
 
@@ -26,6 +30,20 @@ def is_function(owner, name, sources):
         return any(shown.search(text) or (declared.search(text) and word.search(text))
                    for text in sources)
     return any(word.search(text) for text in sources)
+
+
+def without_sessions(text):
+    """The same lines, but those of sessions are empty."""
+    return BLOCK.sub(lambda match: "\n" * match[0].count("\n") if SESSION.search(match[0])
+                     else match[0], text)
+
+
+def leads_nowhere(document, path, heading):
+    target = document.parent / path if path else document
+    if not target.exists():
+        return True
+    return heading and heading not in (re.sub(r"[^\w -]", "", name.lower()).replace(" ", "-")
+                                       for name in HEADING.findall(target.read_text()))
 
 
 def misses(text, paths, sources):
@@ -46,8 +64,10 @@ def main(root):
     sources = [path.read_text(errors="replace") for path in files if path.suffix in CODE]
     found = False
     for document in sorted(root.glob("*.md")) + sorted((root / "docs").glob("*.md")):
-        for number, line in enumerate(document.read_text().splitlines(), 1):
-            for miss in misses(line, paths, sources):
+        lines = without_sessions(document.read_text()).splitlines()
+        for number, line in enumerate(lines, 1):
+            links = ["%s#%s" % link for link in LINK.findall(line) if leads_nowhere(document, *link)]
+            for miss in links + list(misses(LINK.sub("", line), paths, sources)):
                 found = True
                 print("%s:%d: %s is not there" % (document.relative_to(root), number, miss))
     return found

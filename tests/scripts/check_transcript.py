@@ -1,6 +1,6 @@
 #!/usr/bin/env python3
-"""Runs the sessions of a transcript and compares what comes out:
-check_transcript.py TREVAULT TRANSCRIPT...
+"""Runs the sessions of transcripts and Markdown pages and compares what comes out:
+check_transcript.py TREVAULT (TRANSCRIPT|PAGE.md)...
 
 A line that begins with "$ " is a command of ann's, one with "bob$ " or another name a command of
 that user's. An answer stands in the question's own line, after "[y/N] ". What follows up to the
@@ -11,6 +11,19 @@ shows "2026-11-23 09:12" where a time is, and homes below /home.
 What the people at the terminals don't see stands in lines of set-up: "#$ " or "#bob$ " and a
 command, whose output counts for nothing and which must succeed; "#set NAME=VALUE" for a variable of
 all users.
+
+A line "[...]" in the output stands for any lines. A command that ends in "\\" or holds "<<" goes on
+in lines that begin with "> ".
+
+In a Markdown page the sessions are the fenced blocks with a line that begins with "$ " or "bob$ ".
+They are run from the top of the page down, as one transcript. Set-up stands in HTML comments:
+
+    <!-- #$ mkdir pump -->      a line of set-up, or several
+    <!-- file: pump.c -->       ann has the next block as that file in her directory
+    <!-- not run: it takes an hour -->    the next block is left out, and that is printed
+    <!-- new machine -->        what follows begins with empty homes
+
+Programs of a page are compiled as if header files and libraries were installed.
 
 Each user has a home below a directory of the test. The engine knows the account that runs the test;
 it stands for ann, unless the project's configuration takes the user from the variable TEAM_USER.
@@ -30,6 +43,9 @@ COMMAND = re.compile(r"(#?)(\w+)?\$ (.*)")
 SETTING = re.compile(r"#set (\w+)=(.*)")
 ACCOUNT = pwd.getpwuid(os.geteuid()).pw_name
 QUESTION = re.compile(rb"\[y/N[^]\n]*\] $")
+FENCE = re.compile(r"( *)(```+)(.*)")
+NOTE = re.compile(r" *<!--\s*(file|not run|new machine)(?:: *(.*?))? *-->")
+INCLUDES = pathlib.Path(__file__).resolve().parents[2] / "include"
 TIME = re.compile(r"\d{4}-\d\d-\d\d[ T]\d\d:\d\d(:\d\d)?")
 
 
@@ -42,7 +58,9 @@ class Shell:
         self.directory = str(self.home)
         self.environment = {
             "HOME": str(self.home), "PATH": "%s:/usr/bin:/bin" % trevault.parent, "TERM": "dumb",
-            "LC_ALL": "C.UTF-8", "PAGER": "cat", "TEAM_USER": user}
+            "LC_ALL": "C.UTF-8", "PAGER": "cat", "TEAM_USER": user,
+            "CPATH": str(INCLUDES), "LIBRARY_PATH": str(trevault.parent),
+            "LD_LIBRARY_PATH": str(trevault.parent)}
 
     def run(self, command, answers):
         """Gives the output and keeps the directory that the command ends in."""
@@ -71,6 +89,57 @@ class Shell:
         return output.decode(errors="replace").replace("\r\n", "\n")
 
 
+def is_session(lines):
+    return any(match and not match[1] for match in map(COMMAND.fullmatch, lines))
+
+
+def pieces(page):
+    """Gives the page's notes as (kind, value), its blocks as ("block", lines), and other lines as
+    ("text", line)."""
+    lines = iter(page.splitlines())
+    for line in lines:
+        note, fence = NOTE.fullmatch(line), FENCE.fullmatch(line)
+        if note:
+            yield note[1], note[2]
+        elif fence:
+            block = []
+            for inner in lines:
+                if inner.strip() == fence[2]:
+                    break
+                block.append(inner[len(fence[1]):] if inner.startswith(fence[1]) else inner.lstrip())
+            yield "block", block
+        else:
+            yield "text", line
+
+
+def transcripts(path):
+    """Gives the text of each transcript of a page; that of any other file is one."""
+    if path.suffix != ".md":
+        return [path.read_text()]
+    parts, note, in_comment = [[]], None, False
+    for kind, value in pieces(path.read_text()):
+        if kind == "new machine":
+            parts.append([])
+        elif kind != "block" and kind != "text":
+            note = kind, value
+        elif kind == "text":
+            in_comment = in_comment or value.startswith("<!--")
+            if in_comment:
+                parts[-1] += re.findall(r"^(?:<!--)? *(#.*?) *(?:-->)?$", value)
+            in_comment = in_comment and "-->" not in value
+        else:
+            kind, name = note or ("", "")
+            if kind == "not run":
+                print("%s: not run: %s: %s" % (path.name, name, value[0]))
+            elif kind == "file":
+                parts[-1] += ["#$ cat > '%s' << 'END OF FILE'" % name, *("> " + line for line in value),
+                              "> END OF FILE"]
+            elif is_session(value):
+                parts[-1] += value
+            note = None
+    return ["\n".join(part) for part in parts]
+
+
 def parse(text):
     """Gives user, command and expected output, one after the other; no output for a set-up."""
     steps = []
@@ -78,9 +147,20 @@ def parse(text):
         match = COMMAND.fullmatch(line)
         if match:
             steps.append((match[2] or "ann", match[3], None if match[1] else []))
+        elif line.startswith("> ") and steps and not steps[-1][2] and goes_on(steps[-1][1]):
+            steps[-1] = steps[-1][0], steps[-1][1] + "\n" + line[2:], steps[-1][2]
         elif steps and steps[-1][2] is not None and not line.startswith("#"):
             steps[-1][2].append(line)
     return steps
+
+
+def goes_on(command):
+    return command.endswith("\\") or "<<" in command
+
+
+def agrees(output, wanted):
+    """Lines "[...]" of what is wanted stand for any lines of the output."""
+    return re.fullmatch(re.escape(wanted).replace(re.escape("[...]"), ".*?"), output, re.DOTALL)
 
 
 def masked(text, base):
@@ -93,11 +173,11 @@ def masked(text, base):
     return re.sub(r"(?<!public )(?<!private )\b%s\b" % re.escape(ACCOUNT), "ann", text).strip()
 
 
-def check(trevault, path):
+def check(trevault, name, text):
+    """Runs one transcript; False and a report at the first command that says something else."""
     with tempfile.TemporaryDirectory() as directory:
         base = pathlib.Path(directory).resolve()
         shells = {}
-        text = path.read_text()
         for user, command, expected in parse(text):
             shell = shells.setdefault(user, Shell(base, user, trevault))
             shell.environment.update(SETTING.findall(text))
@@ -105,14 +185,14 @@ def check(trevault, path):
             if expected is None:
                 said = shell.run(command, "")
                 if shell.code != 0:
-                    print("%s: set-up %s$ %s\n%s" % (path.name, user, command, said))
+                    print("%s: set-up %s$ %s\n%s" % (name, user, command, said))
                     return False
                 continue
             answers = re.findall(r"\[y/N[^]\n]*\] (\w+)$", "\n".join(expected), re.MULTILINE)
             output = masked(shell.run(command, answers), base)
             wanted = masked("\n".join(expected), base)
-            if output != wanted:
-                print("%s: %s$ %s" % (path.name, user, command))
+            if not agrees(output, wanted):
+                print("%s: %s$ %s" % (name, user, command))
                 print("\n".join(difflib.unified_diff(wanted.split("\n"), output.split("\n"),
                                                      "expected", "came out", lineterm="")))
                 return False
@@ -121,5 +201,6 @@ def check(trevault, path):
 
 if __name__ == "__main__":
     program = pathlib.Path(sys.argv[1]).resolve()
-    passed = [check(program, pathlib.Path(name)) for name in sys.argv[2:]]
+    passed = [check(program, path.name, text) for path in map(pathlib.Path, sys.argv[2:])
+              for text in transcripts(path)]
     sys.exit(0 if all(passed) and passed else 1)
