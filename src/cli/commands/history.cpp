@@ -1,4 +1,4 @@
-// cli/commands/history.cpp: log, diff and tree: what happened to files.
+// cli/commands/history.cpp: log and diff: what happened to files.
 #include <fmt/format.h>
 
 #include <algorithm>
@@ -11,6 +11,7 @@
 #include "cli/command.h"
 #include "cli/commands/bulk.h"
 #include "cli/commands/commands.h"
+#include "cli/commands/revisionfields.h"
 #include "cli/local/localfiles.h"
 #include "cli/problem.h"
 #include "cli/session.h"
@@ -21,20 +22,10 @@ namespace {
 
 using Need = Options::Need;
 
-std::string isoTime(std::string time) {
-  std::replace(time.begin(), time.end(), ' ', 'T');
-  return time;
-}
-
-std::string firstLine(const std::string& message) {
-  return message.substr(0, message.find_first_of("\r\n"));
-}
-
 Fields itemOf(const FileRecord& file, const RevisionInfo& revision) {
-  return {
-      {"file", file.path},         {"revision", revision.number},    {"branch", revision.branch},
-      {"author", revision.author}, {"time", isoTime(revision.time)}, {"message", revision.message},
-      {"labels", revision.labels}, {"groups", revision.groups},      {"lockers", revision.lockers}};
+  Fields item = fieldsOf(revision);
+  item.emplace(item.begin(), "file", file.path);
+  return item;
 }
 
 class Log : public Command {
@@ -128,7 +119,7 @@ class Log : public Command {
         entry.revisions.begin(), entry.revisions.end(),
         [](const auto& left, const auto& right) { return left.first->path < right.first->path; });
     output.line(fmt::format("{}  {}  {}", newest.minute(), shown(newest.author),
-                            shown(firstLine(newest.message))));
+                            shown(newest.firstLine())));
     for (const auto& [file, revision] : entry.revisions) {
       output.result(itemOf(*file, revision),
                     fmt::format("  {} {}", local_->shownPath(*file), revision.number));
@@ -161,7 +152,7 @@ class Log : public Command {
     if (!isOne) output.line(local_->shownPath(file));
     std::vector<std::vector<std::string>> rows;
     for (const RevisionInfo& each : chosen) {
-      rows.push_back({each.number, each.minute(), each.author, shown(firstLine(each.message))});
+      rows.push_back({each.number, each.minute(), each.author, shown(each.firstLine())});
     }
     const auto lines = table(rows);
     for (size_t i = 0; i < lines.size(); ++i) {
@@ -186,7 +177,7 @@ class Log : public Command {
     tell("groups", revision.groups);
     tell("locked by", revision.lockers);
     for (const std::string& line : split(revision.message, '\n')) {
-      if (line != firstLine(revision.message)) session_->output().line("     " + shown(line));
+      if (line != revision.firstLine()) session_->output().line("     " + shown(line));
     }
   }
 
@@ -391,101 +382,9 @@ class Diff : public Command {
   size_t differing_ = 0;
 };
 
-class Tree : public Command {
- public:
-  void declare(Options& options) override {
-    options.flag(&isAscii_, "--ascii", "no box characters");
-    options.words(&names_, "FILE", Need::kRequired, "files and directories");
-  }
-
-  void run(Session& session) override {
-    LocalFiles local(session, State::Use::kRead);
-    output_ = &session.output();
-    isWide_ = !isAscii_ && output_->isWide();
-    forEachFile(session, "tree", local.choose(names_), [&](const FileRecord& file) {
-      take(local.historyOf(file));
-      here_ = local.hereOf(file);
-      output_->result({{"file", file.path}, {"branches", std::vector<Value>{json("1")}}}, "");
-      output_->line(local.shownPath(file));
-      output_->line(mark(true) + "trunk");
-      draw("1", "    ");
-    });
-  }
-
- private:
-  std::string mark(bool isLast) const {
-    if (isWide_) return isLast ? "└── " : "├── ";
-    return isLast ? "`-- " : "|-- ";
-  }
-  std::string bar(bool isLast) const { return isLast ? "    " : isWide_ ? "│   " : "|   "; }
-
-  void take(const History& history) {
-    branches_.clear();
-    starting_.clear();
-    for (const RevisionInfo& each : history.revisions()) {
-      auto& branch = branches_[each.branch];
-      if (branch.empty() && each.branch != "1")
-        starting_[startOf(each.branch)].push_back(each.branch);
-      branch.push_back(&each);
-    }
-  }
-
-  void draw(const std::string& branch, const std::string& indent) {
-    const auto& revisions = branches_[branch];
-    for (size_t i = 0; i < revisions.size(); ++i) {
-      const bool isLast = i + 1 == revisions.size();
-      output_->line(indent + mark(isLast) + lineOf(*revisions[i]));
-      const auto& branches = starting_[revisions[i]->number];
-      for (size_t j = 0; j < branches.size(); ++j) {
-        const bool isLastBranch = j + 1 == branches.size();
-        const std::string below = indent + bar(isLast);
-        output_->line(below + mark(isLastBranch) + branches[j]);
-        draw(branches[j], below + bar(isLastBranch));
-      }
-    }
-  }
-
-  std::string lineOf(const RevisionInfo& revision) const {
-    std::string text = fmt::format("{}  {}  {}  {}", revision.number, revision.minute(),
-                                   revision.author, shown(firstLine(revision.message)));
-    std::string marks;
-    const auto add = [&](const std::string& mark, Colour colour) {
-      marks += (marks.empty() ? "" : " ") + output_->coloured(mark, colour);
-    };
-    for (const std::string& each : revision.labels) add("[" + each + "]", Colour::kYellow);
-    for (const std::string& each : revision.groups) add("<" + each + ">", Colour::kMagenta);
-    if (!revision.lockers.empty()) add("locked by " + listed(revision.lockers), Colour::kRed);
-    if (!marks.empty()) text += "  " + marks;
-    return here_ == &revision ? text + "  here" : text;
-  }
-
-  Value json(const std::string& branch) {
-    std::vector<Value> revisions;
-    for (const RevisionInfo* each : branches_[branch]) {
-      Fields item = itemOf(FileRecord(), *each);
-      item.erase(item.begin());
-      std::vector<Value> branches;
-      for (const std::string& more : starting_[each->number]) branches.push_back(json(more));
-      item.emplace_back("branches", branches);
-      item.emplace_back("here", here_ == each);
-      revisions.emplace_back(item);
-    }
-    return Fields{{"branch", branch}, {"revisions", revisions}};
-  }
-
-  bool isAscii_ = false;
-  bool isWide_ = false;
-  std::vector<std::string> names_;
-  Output* output_ = nullptr;
-  std::map<std::string, std::vector<const RevisionInfo*>> branches_;
-  std::map<std::string, std::vector<std::string>> starting_;  // Branches, by where they start.
-  const RevisionInfo* here_ = nullptr;
-};
-
 }  // namespace
 
 std::unique_ptr<Command> makeLog() { return makeCommand<Log>(); }
 std::unique_ptr<Command> makeDiff() { return makeCommand<Diff>(); }
-std::unique_ptr<Command> makeTree() { return makeCommand<Tree>(); }
 
 }  // namespace cli
