@@ -1,13 +1,16 @@
-# The three things to do with a fresh clone; each installs what it needs and builds by itself.
+# What to do with a fresh clone; each installs what it needs and builds by itself.
 #
 #   make demo    a day's work of a small team, and the C example that prints the database then
+#   make install [PREFIX=/usr/local] [DESTDIR=]   the program, the libraries and what others build with
 #   make test    all tests: optimised, with the sanitizers, and the checks of the sources
 #   make bench   the benchmarks
 #   make test-ports   the engine's and the store's tests as a 32-bit and as a big-endian machine
 #
 # For daily work: cmake -S . -B build -G Ninja && cmake --build build && ctest --test-dir build
 
-.PHONY: demo test bench test-ports
+PREFIX = /usr/local
+
+.PHONY: demo install test bench test-ports
 
 demo:
 	@scripts/setup.sh build
@@ -16,6 +19,13 @@ demo:
 	@build/team examples/team/files build/demo --user "$$(id -un)" > /dev/null
 	@cat build/demo/day.txt; echo
 	@KSTR_INI=build/demo/KSTR.INI build/walk
+
+install:
+	@scripts/setup.sh build
+	@scripts/build.sh build installed
+	@DESTDIR='$(DESTDIR)' cmake --install build --prefix '$(PREFIX)' > /dev/null
+	@[ -n '$(DESTDIR)' ] || ldconfig 2> /dev/null || true
+	@echo "Installed in $(DESTDIR)$(PREFIX); next: $(PREFIX)/bin/trevault help"
 
 test:
 	@scripts/setup.sh test

@@ -35,7 +35,7 @@ _trevault_words() {{
     -*) _trevault_options $1 $2; return ;;
   esac
   case $1 in
-    '') printf '%s\n' $_trevault_commands ;;
+    '') echo "$_trevault_commands" | tr ' ' '\n' ;;
     label) _trevault_names labels ;;
     join) _trevault_names project list ;;
     add|import|import-rcs|init) ;;
@@ -79,7 +79,8 @@ constexpr const char* kZsh = R"sh(_trevault() {
   found=("${(@f)$(_trevault_words "$command" "$second" "${words[CURRENT-1]}" "${words[CURRENT]}")}")
   if [[ -n ${found[1]} ]]; then compadd -- "${found[@]}"; else _files; fi
 }
-compdef _trevault trevault
+# In a directory of fpath the file itself is the function, at its first call.
+if [ "$funcstack[1]" = _trevault ]; then _trevault "$@"; else compdef _trevault trevault; fi
 )sh";
 
 class Completion : public Command {

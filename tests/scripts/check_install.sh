@@ -1,0 +1,54 @@
+#!/bin/sh
+# Installs into an empty directory, and builds and runs clients there as others do:
+# check_install.sh BUILD_DIR TEAM WALK. TEAM writes the database that WALK, the build's own, and the
+# clients print.
+set -eu
+unset LD_LIBRARY_PATH PKG_CONFIG_PATH DESTDIR
+source=$(cd "$(dirname "$0")/../.." && pwd)
+build=$1 team=$2 walk=$3
+. "$source/tests/scripts/expect.sh"
+fail() { echo "$1" >&2; exit 1; }
+
+cmake --install "$build" --prefix "$dir/usr" > /dev/null
+usr=$dir/usr
+DESTDIR=$dir/staged cmake --install "$build" --prefix /opt/foldapi > /dev/null
+(cd "$usr" && find . | sort) > "$dir/files"
+(cd "$dir/staged/opt/foldapi" && find . | sort) | diff "$dir/files" -
+grep -qx 'prefix=/opt/foldapi' "$dir"/staged/opt/foldapi/lib*/pkgconfig/foldapi.pc
+[ "$("$usr/bin/trevault" --version)" = "trevault $(pkg-config --modversion "$usr"/lib*/pkgconfig/foldapi.pc)" ]
+completes=$(PATH=$usr/bin:$PATH bash -c ". '$usr/share/bash-completion/completions/trevault'
+  COMP_WORDS=(trevault checkin --unch) COMP_CWORD=2; _trevault; echo \"\${COMPREPLY[*]}\"")
+[ "$completes" = --unchanged ] || fail "bash completes --unch as $completes"
+for name in foldapi btkf520; do
+  readelf -dW "$usr"/lib*/lib$name.so | grep -q "SONAME.*\[lib$name\.so\.1\]" || fail "lib$name has no soname"
+done
+"$source/tests/scripts/check_hardening.sh" "$usr"/lib*/libfoldapi.so "$usr"/lib*/libbtkf520.so
+
+"$team" "$source/examples/team/files" "$dir/db" > /dev/null
+export KSTR_INI="$dir/db/KSTR.INI"
+"$walk" > "$dir/walk.expected"
+grep '── Project: ' "$dir/walk.expected" | sed 's/.*: //' > "$dir/client.expected"
+[ -s "$dir/client.expected" ]
+
+export PKG_CONFIG_PATH="$(echo "$usr"/lib*/pkgconfig)"
+libraries=$(pkg-config --variable=libdir foldapi)
+mkdir "$dir/by_pkg_config"
+# shellcheck disable=SC2046  # Lists of words.
+{
+  cc -std=c99 "$source/examples/walk.c" -o "$dir/by_pkg_config/walk" \
+    $(pkg-config --cflags --libs foldapi) "-Wl,-rpath,$libraries"
+  c++ "$source/tests/install/client.cpp" -o "$dir/by_pkg_config/client" \
+    $(pkg-config --cflags --libs foldapi btkf520) "-Wl,-rpath,$libraries"
+}
+unset PKG_CONFIG_PATH
+
+cmake -S "$source/tests/install" -B "$dir/by_cmake" -DCMAKE_PREFIX_PATH="$usr" \
+  -DEXAMPLES="$source/examples" > "$dir/log" && cmake --build "$dir/by_cmake" >> "$dir/log" ||
+  { cat "$dir/log"; exit 1; }
+
+for way in by_pkg_config by_cmake; do
+  ldd "$dir/$way/walk" | grep -q "libfoldapi.so.1 => $usr" || fail "$way: not the library installed"
+  "$dir/$way/walk" | diff "$dir/walk.expected" - || fail "$way: walk prints something else"
+  "$dir/$way/client" | iconv -f latin1 -t utf-8 | diff "$dir/client.expected" - ||
+    fail "$way: client prints something else"
+done
