@@ -177,6 +177,7 @@ def check(trevault, name, text):
     """Runs one transcript; False and a report at the first command that says something else."""
     with tempfile.TemporaryDirectory() as directory:
         base = pathlib.Path(directory).resolve()
+        (base / "tmp").mkdir()
         shells = {}
         for user, command, expected in parse(text):
             shell = shells.setdefault(user, Shell(base, user, trevault))
