@@ -31,6 +31,12 @@ void take(const TrvsRevTree& record, std::vector<RevisionInfo>* to) {
 
 }  // namespace
 
+std::string RevisionInfo::isoTime() const {
+  std::string text = time;
+  std::replace(text.begin(), text.end(), ' ', 'T');
+  return text;
+}
+
 bool RevisionInfo::isLockedBy(std::string_view user) const { return has(lockers, user); }
 
 bool floats(const std::string& archive, const std::string& label, const std::string& file) {

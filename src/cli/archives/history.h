@@ -18,6 +18,7 @@ struct RevisionInfo {
   std::vector<std::string> lockers;
 
   std::string minute() const { return time.substr(0, 16); }
+  std::string isoTime() const;  // With a "T" for the blank.
   std::string firstLine() const { return message.substr(0, message.find_first_of("\r\n")); }
   bool isLockedBy(std::string_view user) const;
 };

@@ -5,13 +5,9 @@
 #include <set>
 
 #include "btkf520/btkf520.h"
-#include "cli/archives/engine.h"
-#include "cli/command.h"
 #include "cli/commands/commands.h"
-#include "cli/local/localfiles.h"
+#include "cli/commands/filecommand.h"
 #include "cli/local/walk.h"
-#include "cli/problem.h"
-#include "cli/session.h"
 #include "cli/text/paths.h"
 #include "cli/text/text.h"
 #include "os/directory.h"
@@ -22,8 +18,10 @@
 namespace cli {
 namespace {
 
-class Add : public Command {
+class Add : public FileCommand {
  public:
+  Add() : FileCommand("add", State::Use::kChange) {}
+
   void declare(Options& options) override {
     options.text(&message_, "-m,--message", "TEXT", "what the first revisions are");
     options.text(&label_, "-l,--label", "NAME", "a label for them");
@@ -32,34 +30,32 @@ class Add : public Command {
     options.text(&number_, "-r,--revision", "NUMBER", "their number, such as 2.0");
     options.text(&archive_, "--archive", "PATH", "where the archive of one file is to be");
     options.flag(&noIgnore_, "--no-ignore", "also what .trevaultignore names");
-    options.flag(&isDry_, "-n,--dry-run", "say what would be done");
-    options.words(&names_, "FILE", Options::Need::kRequired, "files and directories");
-  }
-
-  void run(Session& session) override {
-    LocalFiles local(session, State::Use::kChange);
-    session_ = &session;
-    local_ = &local;
-    for (const FileRecord& file : local.files()) known_.insert(file.path);
-    for (const std::string& name : names_) collect(name);
-    if (group_.empty()) group_ = local.directory().group;
-    if (label_.empty()) label_ = local.followedLabel();
-    folders_ = session.project().folders();
-    addAll();
-    local.save();
-    tell();
+    declareDry(options);
+    declareFiles(options, Need::kRequired);
   }
 
  private:
+  void work() override {
+    for (const FileRecord& file : local().files()) known_.insert(file.path);
+    for (const std::string& name : names_) collect(name);
+    if (group_.empty()) group_ = local().directory().group;
+    if (label_.empty()) label_ = local().followedLabel();
+    folders_ = session().project().folders();
+    const auto directories = session().project().archiveDirectories();
+    if (!directories.empty()) archiveDirectory_ = directories.front();
+    addAll();
+    tellSums();
+  }
+
   void collect(const std::string& name) {
-    const std::string path = local_->fromTop(name);
-    const std::string whole = absolutePath(local_->directory().top, path);
+    const std::string path = local().fromTop(name);
+    const std::string whole = absolutePath(local().directory().top, path);
     if (!os::hasEntry(whole.c_str())) {
-      return session_->output().problem({name, "no such file", ""});
+      return output().problem({name, "no such file", ""});
     }
     const bool isNamed = !os::directoryState(whole.c_str());
     const PassedOver passed =
-        walk(local_->directory().top, path, noIgnore_ ? Ignoring::kNot : Ignoring::kByRules,
+        walk(local().directory().top, path, noIgnore_ ? Ignoring::kNot : Ignoring::kByRules,
              [&](const std::string& each) { take(each, isNamed); });
     links_ += passed.links;
     others_ += passed.others;
@@ -68,7 +64,7 @@ class Add : public Command {
   void take(const std::string& path, bool isNamed) {
     if (known_.insert(path).second) return chosen_.push_back(path);
     if (isNamed && std::find(chosen_.begin(), chosen_.end(), path) == chosen_.end()) {
-      session_->output().line(fmt::format("skipped {}, under control already", shown(path)));
+      output().line(fmt::format("skipped {}, under control already", shown(path)));
     }
   }
 
@@ -81,7 +77,7 @@ class Add : public Command {
       if (!folder_.empty() && each.name == folder_) {
         if (holds) return folder_;
         throw Problem{
-            local_->shownPath({path, "", ""}),
+            shownPath({path, "", ""}),
             fmt::format("lies outside of folder {}, which is {}", folder_, shown(each.directory)),
             "leave -f away, or name another folder"};
       }
@@ -96,9 +92,8 @@ class Add : public Command {
 
   // The file's own path below the first archive directory: equal names never meet.
   std::string archiveOf(const std::string& path) const {
-    if (!archive_.empty()) return session_->absolute(archive_);
-    const auto directories = session_->project().archiveDirectories();
-    if (directories.empty()) {
+    if (!archive_.empty()) return session().absolute(archive_);
+    if (archiveDirectory_.empty()) {
       throw Problem{path, "the project has no archive directory",
                     "'trevault project set --archives DIR' gives it one"};
     }
@@ -106,24 +101,23 @@ class Add : public Command {
     check(TrvsComputeArchiveName(path.c_str(), name.data(), static_cast<int32_t>(name.size())),
           {.file = path});
     name.resize(name.find('\0'));
-    return joined(joined(directories.front(), directoryPart(path)), namePart(name));
+    return joined(joined(archiveDirectory_, directoryPart(path)), namePart(name));
   }
 
   // Where new archives go is the word of whoever may write the configuration. If others may, and it
   // leads into the user's home, he is asked.
   void askForPlace() const {
-    const Project& project = session_->project();
-    const auto directories = project.archiveDirectories();
-    const bool isNoMatter = isDry_ || !archive_.empty() || chosen_.empty() || directories.empty();
+    const Project& project = session().project();
+    const std::string& place = archiveDirectory_;
+    const bool isNoMatter = isDry_ || !archive_.empty() || chosen_.empty() || place.empty();
     if (isNoMatter || os::isOursAlone(project.configurationFile())) return;
-    const std::string& place = directories.front();
     const std::string home = os::homeDirectory();
     const bool isAtHome =
         !home.empty() && (isBelow(home, place) || isBelow(os::realPath(home), place));
-    if (!isAtHome || isBelow(session_->database().roots().publicRoot.path, place)) return;
+    if (!isAtHome || isBelow(session().database().roots().publicRoot.path, place)) return;
     const std::string question = fmt::format(
         "the team's configuration puts archives in {}, in your home; go on", shown(place));
-    if (session_->output().ask(question)) return;
+    if (output().ask(question)) return;
     throw Problem{"add", "nothing was added",
                   "'trevault project set --archives DIR' names another place", Exit::kCancelled};
   }
@@ -140,24 +134,24 @@ class Add : public Command {
         if (!isDry_) create(file);
         made.push_back(std::move(file));
       } catch (const Problem& problem) {
-        session_->output().problem(problem);
+        output().problem(problem);
       }
     }
     if (!isDry_) {
-      session_->project().addFiles(made, [&](const FileRecord& file, const Problem& problem) {
-        session_->output().problem(problem);
+      session().project().addFiles(made, [&](const FileRecord& file, const Problem& problem) {
+        output().problem(problem);
         takeBack(file);
       });
       std::erase_if(made,
                     [](const FileRecord& file) { return !os::hasEntry(file.archive.c_str()); });
     }
     if (!isDry_ && !label_.empty() && !made.empty()) {
-      LabelList list = local_->labelList(label_);
+      LabelList list = local().labelList(label_);
       for (const FileRecord& file : made) list.set({file.path, file.archive, firstNumber()});
       list.store();
     }
     for (const FileRecord& file : made) {
-      if (!isDry_) local_->note(file, firstNumber(), false);
+      if (!isDry_) local().note(file, firstNumber(), false);
       tellFile(file);
     }
     added_ = made.size();
@@ -166,7 +160,7 @@ class Add : public Command {
   // A file without a record is as it was before: what was just made from it goes.
   void takeBack(const FileRecord& file) const {
     static_cast<void>(os::removeFile(file.archive.c_str()));
-    static_cast<void>(os::setWritable(local_->pathOf(file).c_str(), true));
+    static_cast<void>(os::setWritable(local().pathOf(file).c_str(), true));
   }
 
   std::string firstNumber() const { return number_.empty() ? "1.0" : number_; }
@@ -184,7 +178,7 @@ class Add : public Command {
 
   void create(const FileRecord& file) const {
     refuseLongName(file);
-    const std::string workfile = local_->pathToWrite(file);
+    const std::string workfile = local().pathToWrite(file);
     if (file.path.find('\n') != std::string::npos) {
       throw Problem{file.path, "a file's name can't hold a line end", "rename it"};
     }
@@ -213,17 +207,12 @@ class Add : public Command {
   }
 
   void tellFile(const FileRecord& file) const {
-    session_->output().result({{"file", file.path},
-                               {"action", "added"},
-                               {"revision", firstNumber()},
-                               {"archive", file.archive},
-                               {"before", nullptr}},
-                              fmt::format("{} {} {}", isDry_ ? "would add" : "added",
-                                          local_->shownPath(file), firstNumber()));
+    tell(file, said({"add", "added"}), firstNumber(), "",
+         {{"archive", file.archive}, {"before", nullptr}});
   }
 
-  void tell() const {
-    Output& output = session_->output();
+  void tellSums() const {
+    Output& output = session().output();
     if (added_ != 1) output.line(fmt::format("{} added", counted(added_, "file")));
     if (links_ > 0) output.line(fmt::format("{} skipped", counted(links_, "link")));
     if (others_ > 0) output.line(fmt::format("{} skipped", counted(others_, "special file")));
@@ -239,11 +228,8 @@ class Add : public Command {
   std::string folder_;
   std::vector<FolderRecord> folders_;
   std::string archive_;
+  std::string archiveDirectory_;
   bool noIgnore_ = false;
-  bool isDry_ = false;
-  std::vector<std::string> names_;
-  Session* session_ = nullptr;
-  LocalFiles* local_ = nullptr;
   std::set<std::string> known_;
   std::vector<std::string> chosen_;
   size_t links_ = 0;

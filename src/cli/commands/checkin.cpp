@@ -4,21 +4,18 @@
 #include <algorithm>
 
 #include "btkf520/btkf520.h"
-#include "cli/archives/engine.h"
-#include "cli/command.h"
-#include "cli/commands/bulk.h"
 #include "cli/commands/commands.h"
+#include "cli/commands/filecommand.h"
 #include "cli/commands/message.h"
-#include "cli/local/localfiles.h"
-#include "cli/problem.h"
-#include "cli/session.h"
 #include "cli/text/text.h"
 
 namespace cli {
 namespace {
 
-class CheckIn : public Command {
+class CheckIn : public FileCommand {
  public:
+  CheckIn() : FileCommand("checkin", State::Use::kChange) {}
+
   void declare(Options& options) override {
     options.text(&message_, "-m,--message", "TEXT", "what was changed, and why");
     options.text(&messageFile_, "-F,--file", "FILE", "the message from a file, - for the input");
@@ -30,65 +27,62 @@ class CheckIn : public Command {
     options.flag(&branches_, "-b,--branch", "start a branch even from a tip");
     options.flag(&unchanged_, "--unchanged", "also what has not changed");
     options.flag(&older_, "--older", "also what is older than its parent was");
-    options.flag(&isDry_, "-n,--dry-run", "say what would be done");
+    declareDry(options);
     options.words(&names_, "FILE", Options::Need::kOptional,
                   "else what is changed and locked by you");
   }
 
-  void run(Session& session) override {
-    LocalFiles local(session, State::Use::kChange);
-    session_ = &session;
-    local_ = &local;
-    message_ = messageFrom(session, message_, messageFile_);
-    std::vector<const FileRecord*> files = local.choose(names_);
+ private:
+  void work() override {
+    message_ = messageFrom(session(), message_, messageFile_);
+    Files files = chosen();
     if (names_.empty()) files = changedOnes(files);
-    if (files.empty()) return session.output().line("nothing to check in");
+    if (files.empty()) return output().line("nothing to check in");
     if (message_.empty() && !isDry_) {
       throw misuse("checkin", "no message", "give -m or -F");
     }
-    const size_t done =
-        forEachFile(session, "checkin", files, [&](const FileRecord& file) { checkIn(file); });
-    remember(local.followedLabel(), moved_);
+    const size_t done = forEach(files, [&](const FileRecord& file) { checkIn(file); });
+    remember(local().followedLabel(), moved_);
     remember(label_, labelled_);
-    if (done > 1) session.output().line(counted(done, "file") + (isDry_ ? "" : " checked in"));
-    local.save();
+    if (done > 1) output().line(counted(done, "file") + (isDry_ ? "" : " checked in"));
   }
 
- private:
-  std::vector<const FileRecord*> changedOnes(const std::vector<const FileRecord*>& files) {
-    std::vector<const FileRecord*> chosen;
+  Files changedOnes(const Files& files) {
+    Files chosen;
     for (const FileRecord* file : files) {
       try {
-        if (local_->standingOf(*file) != Standing::kChanged) continue;
-        const RevisionInfo* const here = local_->hereOf(*file);
-        if (locks_ || here->isLockedBy(local_->user())) {
+        if (local().standingOf(*file) != Standing::kChanged) continue;
+        const RevisionInfo* const here = local().hereOf(*file);
+        if (locks_ || here->isLockedBy(local().user())) {
           chosen.push_back(file);
         } else {
-          session_->output().result(
-              {{"file", file->path}, {"action", "skipped"}},
-              fmt::format("skipped {}, changed but not locked", local_->shownPath(*file)));
+          output().result({{"file", file->path}, {"action", "skipped"}},
+                          fmt::format("skipped {}, changed but not locked", shownPath(*file)));
         }
       } catch (const Problem& problem) {
-        session_->output().problem(problem);
+        output().problem(problem);
       }
     }
     return chosen;
   }
 
   void checkIn(const FileRecord& file) {
-    const RevisionInfo& here = local_->revisionOf(file, "here");
+    const RevisionInfo& here = local().revisionOf(file, "here");
     const std::string parent = here.number;
     refuseUnlocked(file, here);
-    const History& history = local_->historyOf(file);
+    const History& history = local().historyOf(file);
     const RevisionInfo* const tip = history.tipOf(here.branch);
     const std::string group = groupFor(here);
-    Subject subject = local_->subjectOf(file, parent, group);
-    subject.workfile = local_->pathToWrite(file);
+    Subject subject = local().subjectOf(file, parent, group);
+    subject.workfile = local().pathToWrite(file);
     subject.label = label_;
     const Along along = alongOf(file, here);
     const bool willBranch = branches_ || tip != &here;
-    if (isDry_) return tell(file, numberAfter(history, here, willBranch), parent, along.words);
-    if (locks_ && !here.isLockedBy(local_->user())) {
+    if (isDry_) {
+      return tell(file, said(kCheckIn), numberAfter(history, here, willBranch), along.words,
+                  {{"before", parent}});
+    }
+    if (locks_ && !here.isLockedBy(local().user())) {
       if (tip != &here) {
         throw Problem{subject.file,
                       fmt::format("{} by {} came after your {}", tip->number, tip->author, parent),
@@ -101,25 +95,25 @@ class CheckIn : public Command {
                           parent.c_str(), label_.c_str(), nullptr, message_.c_str(), group.c_str(),
                           nullptr, 0, flags(!willBranch)),
           subject);
-    local_->forgetHistory(file);
+    local().forgetHistory(file);
     finish(file, parent, willBranch, along);
   }
 
   // The group worked in, unless the file was locked for another one.
   std::string groupFor(const RevisionInfo& here) {
     if (!group_.empty()) return group_;
-    const std::string& own = local_->directory().group;
+    const std::string& own = local().directory().group;
     const auto& groups = here.groups;
     const bool hasOwn = std::find(groups.begin(), groups.end(), own) != groups.end();
     const bool hasOther = std::any_of(groups.begin(), groups.end(), [&](const std::string& each) {
-      return local_->promotion().isDevelopment(each);
+      return local().promotion().isDevelopment(each);
     });
     return hasOther && !hasOwn ? "" : own;
   }
 
   void remember(const std::string& label, const std::vector<LabelledFile>& files) const {
     if (files.empty()) return;
-    LabelList list = local_->labelList(label);
+    LabelList list = local().labelList(label);
     for (const LabelledFile& each : files) list.set(each);
     list.store();
   }
@@ -131,9 +125,9 @@ class CheckIn : public Command {
   };
 
   Along alongOf(const FileRecord& file, const RevisionInfo& here) {
-    const std::string label = local_->followedLabel();
+    const std::string label = local().followedLabel();
     if (label.empty() || label == label_) return {};
-    const RevisionInfo* const now = local_->historyOf(file).withLabel(label);
+    const RevisionInfo* const now = local().historyOf(file).withLabel(label);
     if (now == nullptr) return {true, ", labelled " + label};
     if (now != &here) return {false, fmt::format(", {} stays at {}", label, now->number)};
     if (!branches_ && floats(file.archive, label, file.path)) return {};
@@ -149,15 +143,15 @@ class CheckIn : public Command {
   }
 
   void refuseUnlocked(const FileRecord& file, const RevisionInfo& here) const {
-    if (locks_ || here.isLockedBy(local_->user())) return;
-    const std::string path = local_->shownPath(file);
-    if (const RevisionInfo* other = local_->historyOf(file).lockedBy(local_->user())) {
+    if (locks_ || here.isLockedBy(local().user())) return;
+    const std::string path = shownPath(file);
+    if (const RevisionInfo* other = local().historyOf(file).lockedBy(local().user())) {
       throw Problem{path,
                     fmt::format("you have locked {}, and this file comes from {}", other->number,
                                 here.number),
                     "lock that too, or check in where you locked it"};
     }
-    if (const LockInfo* lock = local_->historyOf(file).lockOfOther(here.number, local_->user())) {
+    if (const LockInfo* lock = local().historyOf(file).lockOfOther(here.number, local().user())) {
       throw Problem{
           path, fmt::format("{} has locked {} since {}", lock->user, lock->number, lock->minute()),
           fmt::format("ask {}, or look at 'trevault locks'", lock->user)};
@@ -180,7 +174,7 @@ class CheckIn : public Command {
   // The new revision is the child of the parent that came last.
   void finish(const FileRecord& file, const std::string& parent, bool hasBranched,
               const Along& along) {
-    const History& history = local_->historyOf(file);
+    const History& history = local().historyOf(file);
     const RevisionInfo* made = history.tipOf(branchOf(parent));
     for (int i = 1; hasBranched; ++i) {
       const RevisionInfo* const tip = history.tipOf(fmt::format("{}.{}", parent, i));
@@ -189,25 +183,19 @@ class CheckIn : public Command {
     }
     const std::string number = made->number;
     if (!label_.empty()) labelled_.push_back({file.path, file.archive, number});
-    local_->note(file, number, keepsLock_);
+    local().note(file, number, keepsLock_);
     if (along.moves) {
-      const std::string label = local_->followedLabel();
+      const std::string label = local().followedLabel();
       check(TrvsSetLabel(TRVS_CONTEXT, file.archive.c_str(), label.c_str(), number.c_str(),
                          TRVS_LABEL_MOVE),
-            {.file = local_->shownPath(file), .archive = file.archive, .label = label});
-      local_->forgetHistory(file);
+            {.file = shownPath(file), .archive = file.archive, .label = label});
+      local().forgetHistory(file);
       moved_.push_back({file.path, file.archive, number});
     }
-    tell(file, number, parent, along.words);
+    tell(file, said(kCheckIn), number, along.words, {{"before", parent}});
   }
 
-  void tell(const FileRecord& file, const std::string& number, const std::string& before,
-            const std::string& rest) const {
-    const char* const verb = isDry_ ? "would check in" : "checked in";
-    session_->output().result(
-        {{"file", file.path}, {"action", verb}, {"revision", number}, {"before", before}},
-        fmt::format("{} {} {}{}", verb, local_->shownPath(file), number, rest));
-  }
+  static constexpr Verb kCheckIn{"check in", "checked in"};
 
   std::string message_;
   std::string messageFile_;
@@ -219,10 +207,6 @@ class CheckIn : public Command {
   bool branches_ = false;
   bool unchanged_ = false;
   bool older_ = false;
-  bool isDry_ = false;
-  std::vector<std::string> names_;
-  Session* session_ = nullptr;
-  LocalFiles* local_ = nullptr;
   std::vector<LabelledFile> moved_;     // With the label that is followed.
   std::vector<LabelledFile> labelled_;  // With the label that was asked for.
 };

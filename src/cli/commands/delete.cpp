@@ -4,69 +4,62 @@
 #include <algorithm>
 
 #include "btkf520/btkf520.h"
-#include "cli/archives/engine.h"
-#include "cli/command.h"
-#include "cli/commands/bulk.h"
 #include "cli/commands/commands.h"
-#include "cli/local/localfiles.h"
-#include "cli/problem.h"
-#include "cli/session.h"
+#include "cli/commands/filecommand.h"
 #include "cli/text/text.h"
 
 namespace cli {
 namespace {
 
-class Delete : public Command {
+class Delete : public FileCommand {
  public:
+  Delete() : FileCommand("delete", State::Use::kRead) {}
+
   void declare(Options& options) override {
     options.text(&range_, "-r,--revision", "RANGE", "which: REV or FROM..TO");
     options.flag(&branches_, "--branches", "also the branches that start there");
     options.flag(&isForced_, "--force", "with --yes: without a question");
-    options.flag(&isDry_, "-n,--dry-run", "say what would be done");
-    options.words(&names_, "FILE", Options::Need::kRequired, "files and directories");
+    declareDry(options);
+    declareFiles(options, Need::kRequired);
   }
 
-  void run(Session& session) override {
+ private:
+  void work() override {
     if (range_.empty()) {
       throw misuse("delete", "which revisions? give -r",
                    "'trevault remove' takes a file out of the project");
     }
-    if (session.output().manner().yes && !isForced_ && !isDry_) {
+    if (output().manner().yes && !isForced_ && !isDry_) {
       throw misuse("delete", "revisions would be gone for good", "'--force --yes' says so");
     }
-    LocalFiles local(session, State::Use::kRead);
-    session_ = &session;
-    local_ = &local;
-    std::vector<Plan> plans = collect(local.choose(names_));
+    std::vector<Plan> plans = collect(chosen());
     size_t count = 0;
     for (const Plan& each : plans) count += each.numbers.size();
     if (count == 0) return;
     if (!isDry_) list(plans);
-    beSure(session, "delete", fmt::format("delete {} for good", counted(count, "revision")),
-           isDry_);
+    beSure(fmt::format("delete {} for good", counted(count, "revision")));
     for (const Plan& each : plans) remove(each);
   }
 
- private:
   struct Plan {
     const FileRecord* file;
     std::string range;  // As the engine takes it.
     std::vector<std::string> numbers;
   };
 
-  std::vector<Plan> collect(const std::vector<const FileRecord*>& files) {
+  std::vector<Plan> collect(const Files& files) {
     std::vector<Plan> plans;
-    forEachFile(*session_, "delete", files, [&](const FileRecord& file) {
+    forEach(files, [&](const FileRecord& file) {
       Plan plan{&file, rangeOf(file), {}};
       plan.numbers = fetchList(
           [&](char* buffer, int32_t size) {
             return TrvsListRevisions(TRVS_CONTEXT, file.archive.c_str(), plan.range.c_str(), buffer,
                                      size);
           },
-          subjectOf(file));
+          about(file, range_));
       if (branches_) addBranches(file, &plan);
       if (plan.numbers.empty()) {
-        throw Problem{local_->shownPath(file), fmt::format("no revisions from {}", range_)};
+        throw Problem{shownPath(file), fmt::format("no revisions from {}", range_)};
       }
       if (branches_) plan.range += '+';
       plans.push_back(std::move(plan));
@@ -76,16 +69,16 @@ class Delete : public Command {
 
   std::string rangeOf(const FileRecord& file) {
     const size_t dots = range_.find("..");
-    if (dots == std::string::npos) return local_->revisionOf(file, range_).number;
+    if (dots == std::string::npos) return local().revisionOf(file, range_).number;
     const auto end = [&](const std::string& text) {
-      return text.empty() ? text : local_->revisionOf(file, text).number;
+      return text.empty() ? text : local().revisionOf(file, text).number;
     };
     return end(range_.substr(0, dots)) + '*' + end(range_.substr(dots + 2));
   }
 
   void addBranches(const FileRecord& file, Plan* plan) {
     const std::vector<std::string> named = plan->numbers;
-    for (const RevisionInfo& each : local_->historyOf(file).revisions()) {
+    for (const RevisionInfo& each : local().historyOf(file).revisions()) {
       const bool isIn =
           std::find(plan->numbers.begin(), plan->numbers.end(), each.number) != plan->numbers.end();
       const bool isAfter = std::any_of(named.begin(), named.end(), [&](const std::string& start) {
@@ -95,23 +88,19 @@ class Delete : public Command {
     }
   }
 
-  Subject subjectOf(const FileRecord& file) const {
-    return {.file = local_->shownPath(file), .archive = file.archive, .revision = range_};
-  }
-
   // A question about loss shows what is lost, and where the question stands.
   void list(const std::vector<Plan>& plans) {
-    if (session_->output().manner().yes) return;
+    if (output().manner().yes) return;
     std::vector<std::vector<std::string>> rows;
     for (const Plan& plan : plans) {
       for (const std::string& number : plan.numbers) {
-        const RevisionInfo* const found = local_->historyOf(*plan.file).find(number);
+        const RevisionInfo* const found = local().historyOf(*plan.file).find(number);
         if (found == nullptr) continue;
-        rows.push_back({local_->shownPath(*plan.file), number, found->minute(), found->author,
-                        shown(found->message.substr(0, found->message.find_first_of("\r\n")))});
+        rows.push_back({local().shownPath(*plan.file), number, found->minute(), found->author,
+                        shown(found->firstLine())});
       }
     }
-    for (const std::string& line : table(rows)) session_->output().line(line);
+    for (const std::string& line : table(rows)) output().line(line);
   }
 
   void remove(const Plan& plan) {
@@ -119,25 +108,19 @@ class Delete : public Command {
     try {
       if (!isDry_) {
         check(TrvsDeleteRevisions(TRVS_CONTEXT, file.archive.c_str(), plan.range.c_str()),
-              subjectOf(file));
+              about(file, range_));
       }
-      const char* const verb = isDry_ ? "would delete" : "deleted";
       for (const std::string& number : plan.numbers) {
-        session_->output().result({{"file", file.path}, {"action", verb}, {"revision", number}},
-                                  fmt::format("{} {} {}", verb, local_->shownPath(file), number));
+        tell(file, said({"delete", "deleted"}), number);
       }
     } catch (const Problem& problem) {
-      session_->output().problem(problem);
+      output().problem(problem);
     }
   }
 
   std::string range_;
   bool branches_ = false;
   bool isForced_ = false;
-  bool isDry_ = false;
-  std::vector<std::string> names_;
-  Session* session_ = nullptr;
-  LocalFiles* local_ = nullptr;
 };
 
 }  // namespace

@@ -4,8 +4,8 @@
 #include <algorithm>
 
 #include "cli/command.h"
-#include "cli/commands/bulk.h"
 #include "cli/commands/commands.h"
+#include "cli/commands/filecommand.h"
 #include "cli/problem.h"
 #include "cli/session.h"
 #include "cli/text/paths.h"
@@ -67,9 +67,8 @@ class FolderList : public Command {
                        {"mine", each.isMine},
                        {"files", each.files}});
     }
-    const auto lines = table(rows);
-    for (size_t i = 0; i < lines.size(); ++i) session.output().result(items[i], lines[i]);
-    if (lines.empty()) session.output().line("no folders");
+    session.output().results(items, rows);
+    if (rows.empty()) session.output().line("no folders");
   }
 };
 

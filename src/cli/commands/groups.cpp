@@ -5,52 +5,41 @@
 #include <map>
 
 #include "btkf520/btkf520.h"
-#include "cli/archives/engine.h"
 #include "cli/archives/promotion.h"
-#include "cli/command.h"
-#include "cli/commands/bulk.h"
 #include "cli/commands/commands.h"
-#include "cli/local/localfiles.h"
-#include "cli/problem.h"
-#include "cli/session.h"
+#include "cli/commands/filecommand.h"
 #include "cli/text/text.h"
 
 namespace cli {
 namespace {
 
-using Need = Options::Need;
-
-class Promote : public Command {
+class Promote : public FileCommand {
  public:
+  Promote() : FileCommand("promote", State::Use::kRead) {}
+
   void declare(Options& options) override {
     options.text(&group_, "-g,--group", "NAME", "from this group; else the one worked in");
     options.flag(&isAcross_, "--across", "even if the next group stands on another branch");
-    options.flag(&isDry_, "-n,--dry-run", "say what would be done");
-    options.words(&names_, "FILE", Need::kOptional, "else all of the project");
-  }
-
-  void run(Session& session) override {
-    LocalFiles local(session, State::Use::kRead);
-    session_ = &session;
-    local_ = &local;
-    chooseGroup();
-    const auto files = local.choose(names_);
-    forEachFile(session, "promote", files, [&](const FileRecord& file) { promote(file); });
-    if (done_ > 1) {
-      session.output().line(fmt::format("{} {} to {}", counted(done_, "file"),
-                                        isDry_ ? "to promote" : "promoted", next_));
-    }
-    if (lacking_ > 0) {
-      session.output().line(fmt::format("{} {} nothing in {}", counted(lacking_, "file"),
-                                        lacking_ == 1 ? "has" : "have", group_));
-    }
+    declareDry(options);
+    declareFiles(options, Need::kOptional);
   }
 
  private:
+  void work() override {
+    chooseGroup();
+    const auto files = chosen();
+    forEach(files, [&](const FileRecord& file) { promote(file); });
+    if (done_ > 1) tellCount(done_, kPromote, " to " + next_);
+    if (lacking_ > 0) {
+      output().line(fmt::format("{} {} nothing in {}", counted(lacking_, "file"),
+                                lacking_ == 1 ? "has" : "have", group_));
+    }
+  }
+
   void chooseGroup() {
-    const PromotionModel& model = local_->promotion();
-    const std::string& project = local_->directory().project;
-    if (group_.empty()) group_ = local_->directory().group;
+    const PromotionModel& model = local().promotion();
+    const std::string& project = local().directory().project;
+    if (group_.empty()) group_ = local().directory().group;
     if (!model.has(group_)) group_ = model.chosen(group_, project);
     if (group_.empty() && !model.isEmpty()) group_ = model.developmentGroups().front();
     if (group_.empty()) {
@@ -62,7 +51,7 @@ class Promote : public Command {
   }
 
   void promote(const FileRecord& file) {
-    const History& history = local_->historyOf(file);
+    const History& history = local().historyOf(file);
     const RevisionInfo* const lower = history.inGroup(group_);
     if (lower == nullptr) {
       ++lacking_;
@@ -71,76 +60,68 @@ class Promote : public Command {
     const RevisionInfo* const higher = history.inGroup(next_);
     const bool isElsewhere = higher != nullptr && higher->branch != lower->branch;
     if (isElsewhere && !isAcross_) {
-      throw Problem{local_->shownPath(file),
+      throw Problem{shownPath(file),
                     fmt::format("{} on another branch is in {} now", higher->number, next_),
                     fmt::format("put {} there with '--across'", lower->number), Exit::kFailed,
                     TRVS_OTHER_BRANCH};
     }
     if (!isDry_) {
+      Subject subject = about(file);
+      subject.group = group_;
       check(TrvsPromoteRevision(TRVS_CONTEXT, file.archive.c_str(), group_.c_str(),
                                 isAcross_ ? uint32_t{TRVS_PROMOTE_ACROSS} : 0),
-            {.file = local_->shownPath(file), .archive = file.archive, .group = group_});
+            subject);
     }
     ++done_;
-    tell(file, lower->number, higher == nullptr ? "" : higher->number);
+    std::string rest = " to " + next_;
+    if (higher != nullptr && higher != lower) rest += fmt::format(", {} left it", higher->number);
+    tell(file, said(kPromote), lower->number, rest,
+         {{"before", numberOrNull(higher)}, {"group", next_}});
   }
 
-  void tell(const FileRecord& file, const std::string& number, const std::string& before) const {
-    const char* const verb = isDry_ ? "would promote" : "promoted";
-    std::string line = fmt::format("{} {} {} to {}", verb, local_->shownPath(file), number, next_);
-    if (!before.empty() && before != number) line += fmt::format(", {} left it", before);
-    session_->output().result({{"file", file.path},
-                               {"action", verb},
-                               {"revision", number},
-                               {"before", before.empty() ? Value() : Value(before)},
-                               {"group", next_}},
-                              line);
-  }
+  static constexpr Verb kPromote{"promote", "promoted"};
 
   std::string group_;
   std::string next_;
   bool isAcross_ = false;
-  bool isDry_ = false;
-  std::vector<std::string> names_;
-  Session* session_ = nullptr;
-  LocalFiles* local_ = nullptr;
   size_t done_ = 0;
   size_t lacking_ = 0;
 };
 
-class Groups : public Command {
+class Groups : public FileCommand {
  public:
+  Groups() : FileCommand("groups", State::Use::kRead) {}
+
   void declare(Options& options) override {
     options.flag(&isAll_, "-a,--all", "also how many files each has");
   }
 
-  void run(Session& session) override {
-    session.project().useConfiguration();
+ private:
+  void work() override {
+    session().project().useConfiguration();
     const PromotionModel model = PromotionModel::present();
     if (model.isEmpty()) {
-      return session.output().problem({session.project().name(), "no promotion model",
-                                       "make one with 'trevault config set PROMOTE ...'",
-                                       Exit::kDone});
+      return output().problem({session().project().name(), "no promotion model",
+                               "make one with 'trevault config set PROMOTE ...'", Exit::kDone});
     }
-    for (const std::string& line : linesOf(model.chains())) session.output().line(line);
-    const auto counts = isAll_ ? countFiles(session) : std::map<std::string, size_t>();
+    for (const std::string& line : linesOf(model.chains())) output().line(line);
+    const auto counts = isAll_ ? countFiles() : std::map<std::string, size_t>();
     std::vector<std::vector<std::string>> rows;
     for (const auto& [group, kind] : groupsOf(model)) {
       const auto count = counts.find(group);
       const size_t files = count == counts.end() ? 0 : count->second;
-      session.output().result({{"group", group},
-                               {"next", model.next(group)},
-                               {"kind", kind},
-                               {"files", isAll_ ? Value(files) : Value()}},
-                              "");
+      output().result({{"group", group},
+                       {"next", model.next(group)},
+                       {"kind", kind},
+                       {"files", isAll_ ? Value(files) : Value()}},
+                      "");
       rows.push_back({group, counted(files, "file")});
     }
     if (!isAll_) return;
-    session.output().line("");
-    for (const std::string& line : table(rows)) session.output().line(line);
+    output().line("");
+    for (const std::string& line : table(rows)) output().line(line);
   }
 
- private:
   // As a table with arrows between its columns.
   static std::vector<std::string> linesOf(const std::vector<std::vector<std::string>>& chains) {
     std::vector<size_t> widths;
@@ -178,11 +159,10 @@ class Groups : public Command {
     return groups;
   }
 
-  static std::map<std::string, size_t> countFiles(Session& session) {
-    LocalFiles local(session, State::Use::kRead);
+  std::map<std::string, size_t> countFiles() const {
     std::map<std::string, size_t> counts;
-    forEachFile(session, "groups", local.choose({}), [&](const FileRecord& file) {
-      for (const RevisionInfo& revision : local.historyOf(file).revisions()) {
+    forEach(local().choose({}), [&](const FileRecord& file) {
+      for (const RevisionInfo& revision : local().historyOf(file).revisions()) {
         for (const std::string& group : revision.groups) ++counts[group];
       }
     });

@@ -5,13 +5,9 @@
 
 #include "btkf520/btkf520.h"
 #include "cli/archives/promotion.h"
-#include "cli/command.h"
-#include "cli/commands/bulk.h"
 #include "cli/commands/commands.h"
+#include "cli/commands/filecommand.h"
 #include "cli/local/fetch.h"
-#include "cli/local/localfiles.h"
-#include "cli/problem.h"
-#include "cli/session.h"
 #include "cli/text/paths.h"
 #include "cli/text/text.h"
 #include "os/directory.h"
@@ -19,8 +15,6 @@
 
 namespace cli {
 namespace {
-
-using Need = Options::Need;
 
 // What can't be followed: it stays where it is, or means something else in each file.
 void refuseUnmarked(const std::string& text) {
@@ -57,78 +51,68 @@ void refuseUnknown(const std::string& text, const PromotionModel& model, const P
 }
 
 // Puts files into a work directory, and says so.
-class Bringer {
- public:
-  Bringer(Session& session, LocalFiles& local, bool isDry)
-      : session_(session), local_(local), isDry_(isDry) {}
+class Bringing : public FileCommand {
+ protected:
+  explicit Bringing(const char* name) : FileCommand(name, State::Use::kChange) {}
 
-  void checkOut(const FileRecord& file, const RevisionInfo& wanted) {
+  void checkOut(const FileRecord& file, const RevisionInfo& wanted) const {
     const std::string number = wanted.number;
-    const bool isMine = wanted.isLockedBy(local_.user());
+    const bool isMine = wanted.isLockedBy(local().user());
     if (!isDry_) {
-      fetch(local_, file, number, isMine ? uint32_t{TRVS_GET_WRITABLE} : 0);
-      local_.note(file, number, isMine);
+      fetch(local(), file, number, isMine ? uint32_t{TRVS_GET_WRITABLE} : 0);
+      local().note(file, number, isMine);
     }
-    tell(file, isDry_ ? "would check out" : "checked out", number, "");
+    tell(file, said({"check out", "checked out"}), number);
   }
 
-  void remove(const FileRecord& file, const std::string& reason) {
-    const std::string path = local_.pathToWrite(file);
+  void remove(const FileRecord& file, const std::string& reason) const {
+    const std::string path = local().pathToWrite(file);
     if (!isDry_ && os::removeFile(path.c_str()) != os::FileResult::kDone) {
-      throw Problem{local_.shownPath(file), "can't be removed", "see who owns its directory"};
+      throw Problem{shownPath(file), "can't be removed", "see who owns its directory"};
     }
-    if (!isDry_) local_.forget(file);
-    tell(file, isDry_ ? "would remove" : "removed", "", reason);
+    if (!isDry_) local().forget(file);
+    tell(file, said({"remove", "removed"}), "", reason);
   }
 
-  void tell(const FileRecord& file, const char* verb, const std::string& number,
-            const std::string& rest) const {
-    session_.output().result({{"file", file.path},
-                              {"action", verb},
-                              {"revision", number.empty() ? Value() : Value(number)}},
-                             fmt::format("{} {}{}{}{}", verb, local_.shownPath(file),
-                                         number.empty() ? "" : " ", number, rest));
+  void setPlace(const WorkDirectory& directory) const {
+    output().set("project", directory.project);
+    output().set("work", directory.top);
+    output().set("follows", directory.follows);
+    output().set("group", directory.group);
   }
-
- private:
-  Session& session_;
-  LocalFiles& local_;
-  bool isDry_;
 };
 
-class Join : public Command {
+class Join : public Bringing {
  public:
+  Join() : Bringing("join") {}
+
   void declare(Options& options) override {
     options.text(&follows_, "--follow", "REV", "a label or a group; else the trunk");
     options.text(&group_, "-g,--group", "NAME", "the development group to work in");
     options.flag(&isEmpty_, "--no-checkout", "leave the directory as it is");
-    options.flag(&isDry_, "-n,--dry-run", "say what would be done");
+    declareDry(options);
     options.word(&name_, "PROJECT", Need::kRequired, "the project");
     options.word(&directory_, "DIR", Need::kOptional, "else this one");
   }
 
-  void run(Session& session) override {
-    session_ = &session;
-    top_ = session.absolute(directory_.empty() ? "." : directory_);
+ private:
+  void work() override {
+    top_ = session().absolute(directory_.empty() ? "." : directory_);
     refuseOther();
-    session.use(session.database().open(name_));
-    Project& project = session.project();
+    session().use(session().database().open(name_));
+    Project& project = session().project();
     project.useConfiguration();
     const PromotionModel model = PromotionModel::present();
     group_ = model.chosen(group_, name_);
     if (follows_.empty()) follows_ = "trunk";
     refuseUnknown(follows_, model, project);
-    if (isDry_) return tell(0);
+    if (isDry_) return tellPlace();
     makeWorkDirectory(project);
-    if (isEmpty_) return tell(0);
-    LocalFiles local(session, State::Use::kChange);
-    local_ = &local;
-    forEachFile(session, "join", local.choose({}), [&](const FileRecord& file) { bring(file); });
-    local.save();
-    tell(done_);
+    if (isEmpty_) return tellPlace();
+    forEach(local().choose({}), [&](const FileRecord& file) { bring(file); });
+    tellPlace();
   }
 
- private:
   void refuseOther() const {
     const auto there = findWorkDirectory(top_);
     if (there && there->top == top_ && there->project != name_) {
@@ -144,7 +128,7 @@ class Join : public Command {
     }
     const std::string known = project.workDirectory();
     if (known.empty() || known == project.teamWorkDirectory()) project.setWorkDirectory(top_);
-    const Roots& roots = session_->database().roots();
+    const Roots& roots = session().database().roots();
     WorkDirectory directory{.top = top_,
                             .project = name_,
                             .publicRoot = roots.publicRoot.path,
@@ -153,95 +137,83 @@ class Join : public Command {
                             .group = group_,
                             .isStored = true};
     storeWorkDirectory(directory);
-    session_->use(std::move(directory));
+    session().use(std::move(directory));
   }
 
   // What is there already stays; what is equal belongs to the project from now on.
   void bring(const FileRecord& file) {
-    const RevisionInfo* const wanted = local_->followedOf(file);
+    const RevisionInfo* const wanted = local().followedOf(file);
     if (wanted == nullptr) return;
-    Bringer bringer(*session_, *local_, false);
     ++done_;
-    if (!os::hasEntry(local_->pathOf(file).c_str())) return bringer.checkOut(file, *wanted);
-    if (local_->isThere(file, wanted->number)) {
-      local_->note(file, wanted->number, wanted->isLockedBy(local_->user()));
-      return bringer.tell(file, "took on", wanted->number, "");
+    if (!os::hasEntry(local().pathOf(file).c_str())) return checkOut(file, *wanted);
+    if (local().isThere(file, wanted->number)) {
+      local().note(file, wanted->number, wanted->isLockedBy(local().user()));
+      return tell(file, "took on", wanted->number);
     }
-    local_->noteChanged(file, wanted->number);
-    bringer.tell(file, "kept", "", ", changed from " + wanted->number);
+    local().noteChanged(file, wanted->number);
+    tell(file, "kept", "", ", changed from " + wanted->number);
   }
 
-  void tell(size_t files) const {
-    Output& output = session_->output();
-    output.set("project", name_);
-    output.set("work", top_);
-    output.set("follows", follows_);
-    output.set("group", group_);
-    if (isDry_) return output.line(fmt::format("would join {} in {}", name_, shown(top_)));
-    const std::string count = isEmpty_ ? "nothing checked out" : counted(files, "file");
-    output.line(fmt::format("joined {} in {}: {}", name_, shown(top_), count));
+  void tellPlace() const {
+    setPlace({.top = top_, .project = name_, .follows = follows_, .group = group_});
+    if (isDry_) return output().line(fmt::format("would join {} in {}", name_, shown(top_)));
+    const std::string count = isEmpty_ ? "nothing checked out" : counted(done_, "file");
+    output().line(fmt::format("joined {} in {}: {}", name_, shown(top_), count));
   }
 
   std::string follows_;
   std::string group_;
   bool isEmpty_ = false;
-  bool isDry_ = false;
   std::string name_;
   std::string directory_;
   std::string top_;
-  Session* session_ = nullptr;
-  LocalFiles* local_ = nullptr;
   size_t done_ = 0;
 };
 
-class Follow : public Command {
+class Follow : public Bringing {
  public:
+  Follow() : Bringing("follow") {}
+
   void declare(Options& options) override {
     options.text(&group_, "-g,--group", "NAME", "the development group to work in");
-    options.flag(&isDry_, "-n,--dry-run", "say what would be done");
+    declareDry(options);
     options.word(&follows_, "REV", Need::kOptional, "a label, a group, or trunk");
   }
 
-  void run(Session& session) override {
-    session_ = &session;
+ private:
+  void work() override {
     const bool isChange = !follows_.empty() || !group_.empty();
-    if (!isChange) return tell(session.work());
-    LocalFiles local(session, State::Use::kChange);
-    local_ = &local;
-    const WorkDirectory before = local.directory();
-    if (!group_.empty()) group_ = local.promotion().chosen(group_, before.project);
+    if (!isChange) return tellPlace(session().work());
+    const WorkDirectory before = local().directory();
+    if (!group_.empty()) group_ = local().promotion().chosen(group_, before.project);
     const std::string group = group_.empty() ? before.group : group_;
     if (follows_.empty()) {
-      if (!isDry_) local.follow(before.follows, group);
+      if (!isDry_) local().follow(before.follows, group);
     } else {
-      refuseUnknown(follows_, local.promotion(), session.project());
+      refuseUnknown(follows_, local().promotion(), session().project());
       go(group);
     }
-    local.save();
-    tell(local.directory());
+    tellPlace(local().directory());
   }
 
- private:
   // All files are looked at first: the directory goes on as a whole, or stays.
   void go(const std::string& group) {
     std::vector<Plan> plans;
     bool areAll = true;
-    for (const FileRecord* file : local_->choose({})) {
+    for (const FileRecord* file : local().choose({})) {
       try {
         plans.push_back(planOf(*file));
       } catch (const Problem& problem) {
-        session_->output().problem(problem);
+        output().problem(problem);
         areAll = false;
       }
     }
     if (!areAll) throw Problem{"follow", "nothing was changed", ""};
-    if (!isDry_) local_->follow(follows_, group);
-    Bringer bringer(*session_, *local_, isDry_);
-    std::vector<const FileRecord*> files;
+    if (!isDry_) local().follow(follows_, group);
+    Files files;
     for (const Plan& plan : plans) files.push_back(plan.file);
     size_t place = 0;
-    forEachFile(*session_, "follow", files,
-                [&](const FileRecord&) { carryOut(bringer, plans[place++]); });
+    forEach(files, [&](const FileRecord&) { carryOut(plans[place++]); });
   }
 
   struct Plan {
@@ -252,20 +224,20 @@ class Follow : public Command {
   };
 
   const RevisionInfo* wantedOf(const FileRecord& file) {
-    if (follows_ == "trunk") return local_->historyOf(file).tipOf("1");
-    return local_->markedOf(file, follows_);
+    if (follows_ == "trunk") return local().historyOf(file).tipOf("1");
+    return local().markedOf(file, follows_);
   }
 
   Plan planOf(const FileRecord& file) {
-    Plan plan{&file, wantedOf(file), local_->hereOf(file), local_->standingOf(file)};
+    Plan plan{&file, wantedOf(file), local().hereOf(file), local().standingOf(file)};
     const bool isOther = plan.wanted != nullptr && plan.wanted != plan.here;
     if (!isOther) return plan;
-    const std::string path = local_->shownPath(file);
-    if (plan.standing == Standing::kUnknown && !local_->isThere(file, plan.wanted->number)) {
+    const std::string path = shownPath(file);
+    if (plan.standing == Standing::kUnknown && !local().isThere(file, plan.wanted->number)) {
       throw Problem{path, "is there, and no revision is known that it came from",
                     "move it away, and follow again"};
     }
-    const bool isMine = plan.here != nullptr && plan.here->isLockedBy(local_->user());
+    const bool isMine = plan.here != nullptr && plan.here->isLockedBy(local().user());
     if (plan.standing != Standing::kChanged && !isMine) return plan;
     throw Problem{
         path,
@@ -274,37 +246,31 @@ class Follow : public Command {
         "check it in or revert it first"};
   }
 
-  void carryOut(Bringer& bringer, const Plan& plan) const {
+  void carryOut(const Plan& plan) const {
     const bool isThere = plan.standing != Standing::kNone && plan.standing != Standing::kMissing;
     if (plan.wanted != nullptr) {
       const bool isDone = isThere && (plan.wanted == plan.here);
-      if (!isDone) bringer.checkOut(*plan.file, *plan.wanted);
+      if (!isDone) checkOut(*plan.file, *plan.wanted);
       return;
     }
     if (!isThere) return;
-    const bool isMine = plan.here != nullptr && plan.here->isLockedBy(local_->user());
+    const bool isMine = plan.here != nullptr && plan.here->isLockedBy(local().user());
     const std::string reason = fmt::format("not in {}", follows_);
     if (plan.standing == Standing::kSame && !isMine) {
-      return bringer.remove(*plan.file, ", " + reason);
+      return remove(*plan.file, ", " + reason);
     }
     if (plan.standing == Standing::kUnknown) return;
-    bringer.tell(*plan.file, "kept", "",
-                 fmt::format(", {} and {}", isMine ? "locked by you" : "changed", reason));
+    tell(*plan.file, "kept", "",
+         fmt::format(", {} and {}", isMine ? "locked by you" : "changed", reason));
   }
 
-  void tell(const WorkDirectory& directory) const {
-    session_->output().set("project", directory.project);
-    session_->output().set("work", directory.top);
-    session_->output().set("follows", directory.follows);
-    session_->output().set("group", directory.group);
-    session_->output().line(directory.line());
+  void tellPlace(const WorkDirectory& directory) const {
+    setPlace(directory);
+    output().line(directory.line());
   }
 
   std::string follows_;
   std::string group_;
-  bool isDry_ = false;
-  Session* session_ = nullptr;
-  LocalFiles* local_ = nullptr;
 };
 
 }  // namespace

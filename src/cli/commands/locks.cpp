@@ -4,59 +4,50 @@
 #include <algorithm>
 
 #include "btkf520/btkf520.h"
-#include "cli/archives/engine.h"
-#include "cli/command.h"
-#include "cli/commands/bulk.h"
 #include "cli/commands/commands.h"
-#include "cli/local/localfiles.h"
-#include "cli/problem.h"
-#include "cli/session.h"
+#include "cli/commands/filecommand.h"
 #include "cli/text/text.h"
 #include "os/file.h"
 
 namespace cli {
 namespace {
 
-using Need = Options::Need;
-
 void setWritable(const std::string& path, bool isWritable) {
   if (os::setWritable(path.c_str(), isWritable) == os::FileResult::kDone) return;
   throw Problem{path, "its mode can't be changed", "see who owns it"};
 }
 
-class Lock : public Command {
+class Lock : public FileCommand {
  public:
+  Lock() : FileCommand("lock", State::Use::kChange) {}
+
   void declare(Options& options) override {
     options.text(&note_, "-m,--message", "TEXT", "why, for colleagues");
     options.text(&revision_, "-r,--revision", "REV", "another revision than the one followed");
     options.text(&group_, "-g,--group", "NAME", "the development group that it is for");
-    options.flag(&isDry_, "-n,--dry-run", "say what would be done");
-    options.words(&names_, "FILE", Need::kRequired, "files and directories");
-  }
-
-  void run(Session& session) override {
-    LocalFiles local(session, State::Use::kChange);
-    session_ = &session;
-    local_ = &local;
-    if (group_.empty()) group_ = local.directory().group;
-    forEachFile(session, "lock", local.choose(names_), [&](const FileRecord& file) { lock(file); });
-    local.save();
+    declareDry(options);
+    declareFiles(options, Need::kRequired);
   }
 
  private:
+  void work() override {
+    if (group_.empty()) group_ = local().directory().group;
+    forEach(chosen(), [&](const FileRecord& file) { lock(file); });
+  }
+
   void lock(const FileRecord& file) {
-    const History& history = local_->historyOf(file);
+    const History& history = local().historyOf(file);
     const RevisionInfo& wanted =
-        local_->revisionOf(file, revision_.empty() ? "followed" : revision_);
+        local().revisionOf(file, revision_.empty() ? "followed" : revision_);
     const std::string number = wanted.number;
-    const RevisionInfo* const here = local_->hereOf(file);
-    const Standing standing = local_->standingOf(file);
+    const RevisionInfo* const here = local().hereOf(file);
+    const Standing standing = local().standingOf(file);
     const bool isHere = here != nullptr && here->number == number;
     const bool isChanged = standing == Standing::kChanged || standing == Standing::kUnknown;
     refuseOther(file, history, wanted);
-    if (wanted.isLockedBy(local_->user())) {
-      if (!isDry_) setWritable(local_->pathToWrite(file), true);
-      return tell(file, number, ", it was yours already");
+    if (wanted.isLockedBy(local().user())) {
+      if (!isDry_) setWritable(local().pathToWrite(file), true);
+      return tell(file, said(kLock), number, ", it was yours already");
     }
     if (isChanged && !isHere) refuseChanged(file, here, wanted);
     std::string rest;
@@ -66,17 +57,17 @@ class Lock : public Command {
     if (isChanged) rest += ", your changes kept";
     if (!isHere) rest += ", checked out";
     if (!isDry_) take(file, number, isHere && standing == Standing::kSame, isChanged);
-    tell(file, number, rest);
+    tell(file, said(kLock), number, rest);
   }
 
   void refuseOther(const FileRecord& file, const History& history,
                    const RevisionInfo& wanted) const {
-    const LockInfo* const other = history.lockOfOther(wanted.number, local_->user());
+    const LockInfo* const other = history.lockOfOther(wanted.number, local().user());
     if (other == nullptr) return;
     std::string why =
         fmt::format("{} has locked {} since {}", other->user, other->number, other->minute());
     if (!other->note.empty()) why += fmt::format(" ({})", other->note);
-    throw Problem{local_->shownPath(file), why,
+    throw Problem{shownPath(file), why,
                   fmt::format("ask {}, or look at 'trevault locks'", other->user), Exit::kFailed,
                   TRVS_LOCKED};
   }
@@ -84,18 +75,18 @@ class Lock : public Command {
   void refuseChanged(const FileRecord& file, const RevisionInfo* here,
                      const RevisionInfo& wanted) const {
     if (here == nullptr) {
-      throw Problem{local_->shownPath(file), "is there, and no revision is known that it came from",
+      throw Problem{shownPath(file), "is there, and no revision is known that it came from",
                     "move it away, and lock again"};
     }
-    throw Problem{local_->shownPath(file),
+    throw Problem{shownPath(file),
                   fmt::format("changed since {}, and {} by {} is newer", here->number,
                               wanted.number, wanted.author),
                   "'trevault revert' keeps your copy aside, then lock and bring your changes over"};
   }
 
   void take(const FileRecord& file, const std::string& number, bool isSame, bool isChanged) {
-    const std::string path = local_->pathToWrite(file);
-    const Subject subject = local_->subjectOf(file, number, group_);
+    const std::string path = local().pathToWrite(file);
+    const Subject subject = local().subjectOf(file, number, group_);
     if (isSame || isChanged) {
       check(TrvsLockWithNote(TRVS_CONTEXT, file.archive.c_str(), number.c_str(), group_.c_str(),
                              note_.c_str()),
@@ -106,161 +97,138 @@ class Lock : public Command {
                             group_.c_str(), note_.c_str(), TRVS_GET_OVERWRITE),
             subject);
     }
-    if (!isChanged) return local_->note(file, number, true);
-    local_->noteLock(file, true);
+    if (!isChanged) return local().note(file, number, true);
+    local().noteLock(file, true);
   }
 
-  void tell(const FileRecord& file, const std::string& number, const std::string& rest) const {
-    const char* const verb = isDry_ ? "would lock" : "locked";
-    session_->output().result(
-        {{"file", file.path}, {"action", verb}, {"revision", number}},
-        fmt::format("{} {} {}{}", verb, local_->shownPath(file), number, rest));
-  }
+  static constexpr Verb kLock{"lock", "locked"};
 
   std::string note_;
   std::string revision_;
   std::string group_;
-  bool isDry_ = false;
-  std::vector<std::string> names_;
-  Session* session_ = nullptr;
-  LocalFiles* local_ = nullptr;
 };
 
-class Unlock : public Command {
+class Unlock : public FileCommand {
  public:
+  Unlock() : FileCommand("unlock", State::Use::kChange) {}
+
   void declare(Options& options) override {
     options.flag(&keeps_, "--keep", "leave a changed file as it is, writable");
     options.flag(&isForced_, "--force", "take back the lock of another user");
     options.text(&user_, "-u,--user", "NAME", "whose lock, where several have one");
-    options.flag(&isDry_, "-n,--dry-run", "say what would be done");
-    options.words(&names_, "FILE", Need::kRequired, "files and directories");
-  }
-
-  void run(Session& session) override {
-    LocalFiles local(session, State::Use::kChange);
-    session_ = &session;
-    local_ = &local;
-    forEachFile(session, "unlock", local.choose(names_),
-                [&](const FileRecord& file) { unlock(file); });
-    local.save();
+    declareDry(options);
+    declareFiles(options, Need::kRequired);
   }
 
  private:
+  void work() override {
+    forEach(chosen(), [&](const FileRecord& file) { unlock(file); });
+  }
+
   void unlock(const FileRecord& file) {
-    const History& history = local_->historyOf(file);
-    const RevisionInfo* const mine = history.lockedBy(local_->user());
-    const bool isForAnother = !user_.empty() && user_ != local_->user();
+    const History& history = local().historyOf(file);
+    const RevisionInfo* const mine = history.lockedBy(local().user());
+    const bool isForAnother = !user_.empty() && user_ != local().user();
     if (mine == nullptr || isForAnother) return takeBack(file, history);
     const std::string number = mine->number;
-    const bool isChanged = local_->standingOf(file) == Standing::kChanged;
+    const bool isChanged = local().standingOf(file) == Standing::kChanged;
     if (isChanged && !keeps_) {
-      const RevisionInfo* const here = local_->hereOf(file);
-      throw Problem{local_->shownPath(file), fmt::format("changed since {}", here->number),
+      const RevisionInfo* const here = local().hereOf(file);
+      throw Problem{shownPath(file), fmt::format("changed since {}", here->number),
                     "'revert' drops the changes, '--keep' leaves them"};
     }
     if (!isDry_) {
-      remove(file, number, local_->user());
-      if (!isChanged && local_->stateOf(file) != nullptr) {
-        setWritable(local_->pathToWrite(file), false);
+      remove(file, number, local().user());
+      if (!isChanged && local().stateOf(file) != nullptr) {
+        setWritable(local().pathToWrite(file), false);
       }
-      local_->noteLock(file, false);
+      local().noteLock(file, false);
     }
-    tell(file, number, isChanged ? ", your changes kept" : "");
+    tell(file, said(kUnlock), number, isChanged ? ", your changes kept" : "");
   }
 
   void takeBack(const FileRecord& file, const History& history) {
     const LockInfo* lock = nullptr;
     for (const LockInfo& each : history.locks()) {
-      if (each.user != local_->user() && (user_.empty() || each.user == user_)) lock = &each;
+      if (each.user != local().user() && (user_.empty() || each.user == user_)) lock = &each;
     }
     if (lock == nullptr) {
-      throw Problem{local_->shownPath(file),
+      throw Problem{shownPath(file),
                     user_.empty() ? "you have not locked it" : user_ + " has not locked it",
                     "'trevault locks' lists all locks", Exit::kFailed, TRVS_NO_LOCK};
     }
     if (!isForced_) {
-      throw Problem{local_->shownPath(file), fmt::format("{}'s lock, not yours", lock->user),
+      throw Problem{shownPath(file), fmt::format("{}'s lock, not yours", lock->user),
                     "'--force' takes it back"};
     }
     const LockInfo was = *lock;
-    const bool isSure = isDry_ || session_->output().ask(fmt::format(
-                                      "take back {}'s lock of {} {}, held since {}", was.user,
-                                      local_->shownPath(file), was.number, was.minute()));
+    const bool isSure =
+        isDry_ || output().ask(fmt::format("take back {}'s lock of {} {}, held since {}", was.user,
+                                           shownPath(file), was.number, was.minute()));
     if (!isSure) {
-      throw Problem{local_->shownPath(file), "left locked", "'--yes' says that it is sure",
-                    Exit::kFailed};
+      throw Problem{shownPath(file), "left locked", "'--yes' says that it is sure", Exit::kFailed};
     }
     if (!isDry_) remove(file, was.number, was.user);
-    tell(file, was.number, ", held by " + was.user);
-    session_->output().hint(fmt::format(
-        "{0}'s copy is still writable; {0}'s next 'trevault status' tells it", was.user));
+    tell(file, said(kUnlock), was.number, ", held by " + was.user);
+    output().hint(fmt::format("{0}'s copy is still writable; {0}'s next 'trevault status' tells it",
+                              was.user));
   }
 
   void remove(const FileRecord& file, const std::string& number, const std::string& user) {
     check(TrvsUnLockRevision(TRVS_CONTEXT, file.archive.c_str(), number.c_str(), user.c_str()),
-          {.file = local_->shownPath(file), .archive = file.archive, .revision = number});
-    local_->forgetHistory(file);
+          about(file, number));
+    local().forgetHistory(file);
   }
 
-  void tell(const FileRecord& file, const std::string& number, const std::string& rest) const {
-    const char* const verb = isDry_ ? "would unlock" : "unlocked";
-    session_->output().result(
-        {{"file", file.path}, {"action", verb}, {"revision", number}},
-        fmt::format("{} {} {}{}", verb, local_->shownPath(file), number, rest));
-  }
+  static constexpr Verb kUnlock{"unlock", "unlocked"};
 
   bool keeps_ = false;
   bool isForced_ = false;
   std::string user_;
-  bool isDry_ = false;
-  std::vector<std::string> names_;
-  Session* session_ = nullptr;
-  LocalFiles* local_ = nullptr;
 };
 
-class Locks : public Command {
+class Locks : public FileCommand {
  public:
+  Locks() : FileCommand("locks", State::Use::kRead) {}
+
   void declare(Options& options) override {
     options.text(&user_, "-u,--user", "NAME", "of that user only");
     options.flag(&isEverywhere_, "--everywhere", "of all projects");
-    options.words(&names_, "FILE", Need::kOptional, "else all of the project");
-  }
-
-  void run(Session& session) override {
-    session_ = &session;
-    if (isEverywhere_) {
-      if (!names_.empty()) throw misuse("--everywhere", "takes no files", "leave them out");
-      for (const std::string& name : session.database().projects()) lookInto(name);
-    } else {
-      LocalFiles local(session, State::Use::kRead);
-      forEachFile(session, "locks", local.choose(names_), [&](const FileRecord& file) {
-        take(file, local.historyOf(file), local.user(), {local.shownPath(file)});
-      });
-    }
-    const auto lines = table(rows_);
-    for (size_t i = 0; i < lines.size(); ++i) session.output().result(items_[i], lines[i]);
-    if (lines.empty() && !user_.empty()) {
-      session.output().problem({user_, "nobody of this name has a lock", "", Exit::kDone});
-    }
+    declareFiles(options, Need::kOptional);
   }
 
  private:
+  void work() override {
+    if (isEverywhere_) {
+      if (!names_.empty()) throw misuse("--everywhere", "takes no files", "leave them out");
+      for (const std::string& name : session().database().projects()) lookInto(name);
+    } else {
+      forEach(chosen(), [&](const FileRecord& file) {
+        take(file, local().historyOf(file), local().user(), {shownPath(file)});
+      });
+    }
+    output().results(items_, rows_);
+    if (rows_.empty() && !user_.empty()) {
+      output().problem({user_, "nobody of this name has a lock", "", Exit::kDone});
+    }
+  }
+
   // What can't be read of one project is told, and the others are looked into.
   void lookInto(const std::string& name) {
     try {
-      const Project project = session_->database().open(name);
+      const Project project = session().database().open(name);
       project.useConfiguration();
       const std::string user = presentUser();
       const auto files = project.files();
-      std::vector<const FileRecord*> all;
+      Files all;
       for (const FileRecord& file : files) all.push_back(&file);
-      forEachFile(*session_, "locks", all, [&](const FileRecord& file) {
+      forEach(all, [&](const FileRecord& file) {
         const size_t before = items_.size();
         take(file, History(file.archive, file.path), user, {shown(name), shown(file.path)});
         for (size_t i = before; i < items_.size(); ++i) items_[i].emplace_back("project", name);
       });
     } catch (const Problem& problem) {
-      session_->output().problem(problem);
+      output().problem(problem);
     }
   }
 
@@ -281,8 +249,6 @@ class Locks : public Command {
 
   std::string user_;
   bool isEverywhere_ = false;
-  std::vector<std::string> names_;
-  Session* session_ = nullptr;
   std::vector<Fields> items_;
   std::vector<std::vector<std::string>> rows_;
 };

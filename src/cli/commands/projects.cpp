@@ -108,9 +108,8 @@ class ProjectList : public Command {
                        {"team_work", project.teamWorkDirectory()}});
     }
     if (isNull_) return session.output().bytes(names);
-    const auto lines = table(rows);
-    for (size_t i = 0; i < lines.size(); ++i) session.output().result(items[i], lines[i]);
-    if (lines.empty()) session.output().line("no projects");
+    session.output().results(items, rows);
+    if (rows.empty()) session.output().line("no projects");
   }
 
  private:

@@ -4,66 +4,39 @@
 #include <algorithm>
 
 #include "btkf520/btkf520.h"
-#include "cli/archives/engine.h"
-#include "cli/command.h"
-#include "cli/commands/bulk.h"
 #include "cli/commands/commands.h"
+#include "cli/commands/filecommand.h"
 #include "cli/commands/message.h"
-#include "cli/local/localfiles.h"
-#include "cli/problem.h"
-#include "cli/session.h"
 #include "cli/text/text.h"
 
 namespace cli {
 namespace {
 
-using Need = Options::Need;
-
-Subject subjectOf(const LocalFiles& local, const FileRecord& file) {
-  return {.file = local.shownPath(file), .archive = file.archive, .user = local.user()};
-}
-
-std::string ownerOf(const LocalFiles& local, const FileRecord& file) {
-  std::string owner(4096, '\0');
-  check(TrvsGetOwner(TRVS_CONTEXT, file.archive.c_str(), owner.data(),
-                     static_cast<int32_t>(owner.size())),
-        subjectOf(local, file));
-  return owner.substr(0, owner.find('\0'));
-}
-
-std::vector<std::string> accessOf(const LocalFiles& local, const FileRecord& file) {
-  return fetchList(
-      [&](char* buffer, int32_t size) {
-        return TrvsListAccess(TRVS_CONTEXT, file.archive.c_str(), buffer, size);
-      },
-      subjectOf(local, file));
-}
-
-class Describe : public Command {
+class Describe : public FileCommand {
  public:
+  Describe() : FileCommand("describe", State::Use::kRead) {}
+
   void declare(Options& options) override {
     options.text(&revision_, "-r,--revision", "REV", "the message of this revision");
     options.text(&message_, "-m,--message", "TEXT", "what it is to be");
     options.text(&messageFile_, "-F,--file", "FILE", "the same from a file, - for the input");
-    options.flag(&isDry_, "-n,--dry-run", "say what would be done");
-    options.words(&names_, "FILE", Need::kRequired, "files and directories");
-  }
-
-  void run(Session& session) override {
-    const bool isChange = !message_.empty() || !messageFile_.empty();
-    LocalFiles local(session, State::Use::kRead);
-    session_ = &session;
-    local_ = &local;
-    message_ = messageFrom(session, message_, messageFile_);
-    const auto files = local.choose(names_);
-    isOne_ = files.size() == 1;
-    forEachFile(session, "describe", files, [&](const FileRecord& file) {
-      const std::string number = revision_.empty() ? "" : local.revisionOf(file, revision_).number;
-      isChange ? replace(file, number) : tell(file, number);
-    });
+    declareDry(options);
+    declareFiles(options, Need::kRequired);
   }
 
  private:
+  void work() override {
+    const bool isChange = !message_.empty() || !messageFile_.empty();
+    message_ = messageFrom(session(), message_, messageFile_);
+    const auto files = chosen();
+    isOne_ = files.size() == 1;
+    forEach(files, [&](const FileRecord& file) {
+      const std::string number =
+          revision_.empty() ? "" : local().revisionOf(file, revision_).number;
+      isChange ? replace(file, number) : print(file, number);
+    });
+  }
+
   // Of the engine: null for the description of the file.
   static const char* orNone(const std::string& number) {
     return number.empty() ? nullptr : number.c_str();
@@ -73,23 +46,18 @@ class Describe : public Command {
     if (!isDry_) {
       check(
           TrvsSetDescription(TRVS_CONTEXT, file.archive.c_str(), orNone(number), message_.c_str()),
-          subjectOf(*local_, file));
+          about(file));
     }
-    const char* const verb = isDry_ ? "would describe" : "described";
-    session_->output().result(
-        {{"file", file.path},
-         {"action", verb},
-         {"revision", number.empty() ? Value() : Value(number)}},
-        fmt::format("{} {}{}{}", verb, local_->shownPath(file), number.empty() ? "" : " ", number));
+    tell(file, said({"describe", "described"}), number);
   }
 
-  void tell(const FileRecord& file, const std::string& number) const {
+  void print(const FileRecord& file, const std::string& number) const {
     const std::string text = textOf(file, number);
-    Output& output = session_->output();
+    Output& output = session().output();
     output.result({{"file", file.path},
-                   {"revision", number.empty() ? Value() : Value(number)},
+                   {"revision", orNull(number)},
                    {number.empty() ? "description" : "message", text}},
-                  isOne_ ? "" : local_->shownPath(file));
+                  isOne_ ? "" : shownPath(file));
     for (const std::string& line : split(text, '\n')) {
       output.line((isOne_ ? "" : "  ") + shownLine(line));
     }
@@ -112,30 +80,29 @@ class Describe : public Command {
       status = TrvsGetDescription(TRVS_CONTEXT, file.archive.c_str(), orNone(number), text.data(),
                                   static_cast<int32_t>(size));
     }
-    check(status, subjectOf(*local_, file));
+    check(status, about(file));
     return text.substr(0, text.find('\0'));
   }
 
   std::string revision_;
   std::string message_;
   std::string messageFile_;
-  bool isDry_ = false;
-  std::vector<std::string> names_;
   bool isOne_ = false;
-  Session* session_ = nullptr;
-  LocalFiles* local_ = nullptr;
 };
 
-class Access : public Command {
+class Access : public FileCommand {
  public:
+  Access() : FileCommand("access", State::Use::kRead) {}
+
   void declare(Options& options) override {
     options.texts(&added_, "--add", "USER", "let this user in");
     options.texts(&removed_, "--remove", "USER", "take this user off");
-    options.flag(&isDry_, "-n,--dry-run", "say what would be done");
-    options.words(&names_, "FILE", Need::kRequired, "files and directories");
+    declareDry(options);
+    declareFiles(options, Need::kRequired);
   }
 
-  void run(Session& session) override {
+ private:
+  void work() override {
     for (const auto* list : {&added_, &removed_}) {
       for (const std::string& user : *list) {
         if (user.empty() || user.find_first_of(",\n") != std::string::npos) {
@@ -143,48 +110,64 @@ class Access : public Command {
         }
       }
     }
-    LocalFiles local(session, State::Use::kRead);
-    const auto files = local.choose(names_);
-    if (!added_.empty()) askFor(session, local, files);
-    forEachFile(session, "access", files, [&](const FileRecord& file) {
-      change(local, file);
-      const auto users = accessOf(local, file);
-      const std::string owner = ownerOf(local, file);
-      session.output().result({{"file", file.path}, {"owner", owner}, {"users", users}},
-                              fmt::format("{}  {}, owner {}", local.shownPath(file),
-                                          users.empty() ? "everybody" : listed(users), owner));
+    const auto files = chosen();
+    if (!added_.empty()) askFor(files);
+    forEach(files, [&](const FileRecord& file) {
+      change(file);
+      const auto users = accessOf(file);
+      const std::string owner = ownerOf(file);
+      output().result({{"file", file.path}, {"owner", owner}, {"users", users}},
+                      fmt::format("{}  {}, owner {}", shownPath(file),
+                                  users.empty() ? "everybody" : listed(users), owner));
     });
   }
 
- private:
   // The first name on a list shuts everybody else out.
-  void askFor(Session& session, LocalFiles& local, const std::vector<const FileRecord*>& files) {
-    std::vector<const FileRecord*> open;
+  void askFor(const Files& files) const {
+    Files open;
     for (const FileRecord* file : files) {
       try {
-        if (accessOf(local, *file).empty()) open.push_back(file);
+        if (accessOf(*file).empty()) open.push_back(file);
       } catch (const Problem&) {  // Told when it is the file's turn.
       }
     }
     if (open.empty()) return;
     const std::string who = listed(added_);
-    beSure(session, "access",
-           open.size() == 1
-               ? fmt::format("only {} and its owner, {}, may use {} then; go on", who,
-                             ownerOf(local, *open.front()), local.shownPath(*open.front()))
-               : fmt::format("only {} and their owners may use {} then; go on", who,
-                             counted(open.size(), "file")),
-           isDry_);
+    beSure(open.size() == 1 ? fmt::format("only {} and its owner, {}, may use {} then; go on", who,
+                                          ownerOf(*open.front()), shownPath(*open.front()))
+                            : fmt::format("only {} and their owners may use {} then; go on", who,
+                                          counted(open.size(), "file")));
   }
 
-  void change(const LocalFiles& local, const FileRecord& file) const {
+  std::string ownerOf(const FileRecord& file) const {
+    std::string owner(4096, '\0');
+    check(TrvsGetOwner(TRVS_CONTEXT, file.archive.c_str(), owner.data(),
+                       static_cast<int32_t>(owner.size())),
+          about(file));
+    return owner.substr(0, owner.find('\0'));
+  }
+
+  std::vector<std::string> accessOf(const FileRecord& file) const {
+    return fetchList(
+        [&](char* buffer, int32_t size) {
+          return TrvsListAccess(TRVS_CONTEXT, file.archive.c_str(), buffer, size);
+        },
+        about(file));
+  }
+
+  Subject about(const FileRecord& file) const {
+    Subject subject = FileCommand::about(file);
+    subject.user = local().user();
+    return subject;
+  }
+
+  void change(const FileRecord& file) const {
     if (isDry_) return;
     for (const std::string& user : added_) {
-      check(TrvsAddAccess(TRVS_CONTEXT, file.archive.c_str(), user.c_str()),
-            subjectOf(local, file));
+      check(TrvsAddAccess(TRVS_CONTEXT, file.archive.c_str(), user.c_str()), about(file));
     }
     for (const std::string& user : removed_) {
-      Subject subject = subjectOf(local, file);
+      Subject subject = about(file);
       subject.user = user;
       check(TrvsRemoveAccess(TRVS_CONTEXT, file.archive.c_str(), user.c_str()), subject);
     }
@@ -192,8 +175,6 @@ class Access : public Command {
 
   std::vector<std::string> added_;
   std::vector<std::string> removed_;
-  bool isDry_ = false;
-  std::vector<std::string> names_;
 };
 
 constexpr std::pair<const char*, uint32_t> kAttributes[] = {
@@ -221,30 +202,30 @@ uint32_t sumOf(const std::vector<std::string>& names) {
   return sum;
 }
 
-class Attributes : public Command {
+class Attributes : public FileCommand {
  public:
+  Attributes() : FileCommand("attributes", State::Use::kRead) {}
+
   void declare(Options& options) override {
     options.texts(&set_, "--set", "NAME",
                   "binary, check-locks, exclusive-locks, keywords or read-only");
     options.texts(&cleared_, "--clear", "NAME", "one of the same");
-    options.flag(&isDry_, "-n,--dry-run", "say what would be done");
-    options.words(&names_, "FILE", Need::kRequired, "files and directories");
+    declareDry(options);
+    declareFiles(options, Need::kRequired);
   }
 
-  void run(Session& session) override {
+ private:
+  void work() override {
     const uint32_t set = sumOf(set_);
     const uint32_t cleared = sumOf(cleared_);
     if ((set & cleared) != 0) throw misuse("attributes", "one is both set and cleared");
-    LocalFiles local(session, State::Use::kRead);
-    const auto files = local.choose(names_);
+    const auto files = chosen();
     if ((cleared & TRVS_ATTRIBUTE_CHECK_LOCKS) != 0 && !files.empty()) {
-      beSure(session, "attributes",
-             fmt::format("colleagues may check in {} without locks then; go on",
-                         counted(files.size(), "file")),
-             isDry_);
+      beSure(fmt::format("colleagues may check in {} without locks then; go on",
+                         counted(files.size(), "file")));
     }
-    forEachFile(session, "attributes", files, [&](const FileRecord& file) {
-      const Subject subject = subjectOf(local, file);
+    forEach(files, [&](const FileRecord& file) {
+      const Subject subject = about(file);
       if (!isDry_ && (set | cleared) != 0) {
         check(TrvsSetAttributes(TRVS_CONTEXT, file.archive.c_str(), set, cleared), subject);
       }
@@ -255,18 +236,15 @@ class Attributes : public Command {
       for (const auto& [name, bit] : kAttributes) {
         if ((has & bit) != 0) names.emplace_back(name);
       }
-      session.output().result(
+      output().result(
           {{"file", file.path}, {"attributes", names}},
           fmt::format("{}  {}", subject.file,
                       names.empty() ? "none" : fmt::format("{}", fmt::join(names, ", "))));
     });
   }
 
- private:
   std::vector<std::string> set_;
   std::vector<std::string> cleared_;
-  bool isDry_ = false;
-  std::vector<std::string> names_;
 };
 
 }  // namespace

@@ -6,14 +6,9 @@
 #include <set>
 
 #include "btkf520/btkf520.h"
-#include "cli/archives/engine.h"
-#include "cli/command.h"
-#include "cli/commands/bulk.h"
 #include "cli/commands/commands.h"
-#include "cli/local/localfiles.h"
+#include "cli/commands/filecommand.h"
 #include "cli/local/walk.h"
-#include "cli/problem.h"
-#include "cli/session.h"
 #include "cli/text/paths.h"
 #include "cli/text/text.h"
 #include "os/directory.h"
@@ -22,100 +17,88 @@
 namespace cli {
 namespace {
 
-using Need = Options::Need;
+// For commands that change what the project says of files.
+class RecordCommand : public FileCommand {
+ protected:
+  explicit RecordCommand(const char* name) : FileCommand(name, State::Use::kChange) {}
 
-// A file that somebody works on keeps its record and its name. A record whose archive is gone may
-// go.
-void refuseLocked(LocalFiles& local, const FileRecord& file, const char* todo) {
-  if (!os::hasEntry(file.archive.c_str())) return;
-  const std::string path = local.shownPath(file);
-  for (const LockInfo& lock : local.historyOf(file).locks()) {
-    if (lock.user == local.user()) continue;
-    throw Problem{path, fmt::format("{} has locked {}", lock.user, lock.number), todo,
-                  Exit::kFailed, TRVS_LOCKED};
-  }
-}
-
-class Remove : public Command {
- public:
-  void declare(Options& options) override {
-    options.flag(&isDry_, "-n,--dry-run", "say what would be done");
-    options.words(&names_, "FILE", Need::kRequired, "files and directories");
-  }
-
-  void run(Session& session) override {
-    LocalFiles local(session, State::Use::kChange);
-    session_ = &session;
-    local_ = &local;
-    std::vector<FileRecord> files;
-    for (const FileRecord* file : local.choose(names_)) files.push_back(*file);
-    std::vector<const FileRecord*> chosen;
-    for (const FileRecord& file : files) chosen.push_back(&file);
-    size_t removed = 0;
-    forEachFile(session, "remove", chosen, [&](const FileRecord& file) {
-      if (remove(file)) ++removed;
-    });
-    local.save();
-    if (removed > 1) {
-      session.output().line(
-          fmt::format("{} {}", counted(removed, "file"), isDry_ ? "to remove" : "removed"));
+  // A file that somebody works on keeps its record and its name. A record whose archive is gone may
+  // go.
+  void refuseLocked(const FileRecord& file, const char* todo) const {
+    if (!os::hasEntry(file.archive.c_str())) return;
+    for (const LockInfo& lock : local().historyOf(file).locks()) {
+      if (lock.user == local().user()) continue;
+      throw Problem{shownPath(file), fmt::format("{} has locked {}", lock.user, lock.number), todo,
+                    Exit::kFailed, TRVS_LOCKED};
     }
-    if (removed > 0) session.output().hint("the archives stay; 'trevault import' brings them back");
+  }
+};
+
+class Remove : public RecordCommand {
+ public:
+  Remove() : RecordCommand("remove") {}
+
+  void declare(Options& options) override {
+    declareDry(options);
+    declareFiles(options, Need::kRequired);
   }
 
  private:
+  void work() override {
+    size_t removed = 0;
+    forEach(chosen(), [&](const FileRecord& file) {
+      if (remove(file)) ++removed;
+    });
+    if (removed > 1) tellCount(removed, kRemove);
+    if (removed > 0) output().hint("the archives stay; 'trevault import' brings them back");
+  }
+
   bool remove(const FileRecord& file) {
-    refuseLocked(*local_, file, "it can't be removed before it is unlocked");
-    const std::string path = local_->shownPath(file);
-    if (!isDry_ && !session_->output().ask(question(file, path))) return false;
+    refuseLocked(file, "it can't be removed before it is unlocked");
+    const std::string path = shownPath(file);
+    if (!isDry_ && !output().ask(question(file, path))) return false;
     if (!isDry_) {
-      session_->project().removeFile(file);
-      local_->forget(file);
+      session().project().removeFile(file);
+      local().forget(file);
     }
-    session_->output().result(
-        {{"file", file.path},
-         {"action", isDry_ ? "would remove" : "removed"},
-         {"archive", file.archive}},
-        fmt::format("{} {}, its archive stays at {}", isDry_ ? "would remove" : "removed", path,
-                    shown(file.archive)));
+    output().result(
+        {{"file", file.path}, {"action", said(kRemove)}, {"archive", file.archive}},
+        fmt::format("{} {}, its archive stays at {}", said(kRemove), path, shown(file.archive)));
     return true;
   }
 
   std::string question(const FileRecord& file, const std::string& path) const {
     std::set<std::string> labels;
     if (os::hasEntry(file.archive.c_str())) {
-      for (const RevisionInfo& each : local_->historyOf(file).revisions()) {
+      for (const RevisionInfo& each : local().historyOf(file).revisions()) {
         labels.insert(each.labels.begin(), each.labels.end());
       }
     }
-    if (labels.empty()) return fmt::format("remove {} from {}", path, session_->project().name());
+    if (labels.empty()) return fmt::format("remove {} from {}", path, session().project().name());
     return fmt::format("{} has {}; check-outs of {} may no longer bring it; remove it", path,
                        counted(labels.size(), "label"), labels.size() == 1 ? "it" : "them");
   }
 
-  bool isDry_ = false;
-  std::vector<std::string> names_;
-  Session* session_ = nullptr;
-  LocalFiles* local_ = nullptr;
+  static constexpr Verb kRemove{"remove", "removed"};
 };
 
-class Rename : public Command {
+class Rename : public RecordCommand {
  public:
+  Rename() : RecordCommand("rename") {}
+
   void declare(Options& options) override {
-    options.flag(&isDry_, "-n,--dry-run", "say what would be done");
+    declareDry(options);
     options.word(&old_, "OLD", Need::kRequired, "a file or a directory of the project");
     options.word(&new_, "NEW", Need::kRequired, "its new name, or a directory to put it in");
   }
 
-  void run(Session& session) override {
-    LocalFiles local(session, State::Use::kChange);
-    session_ = &session;
-    local_ = &local;
-    const std::string from = local.fromTop(old_);
-    const auto files = local.choose({old_});
+ private:
+  void work() override {
+    const std::string from = local().fromTop(old_);
+    const auto files = local().choose({old_});
     if (files.empty()) return;
-    std::string to = local.fromTop(new_);
-    const std::string& top = local.directory().top;
+    std::string to = local().fromTop(new_);
+    const std::string& top = local().directory().top;
     if (os::directoryState(absolutePath(top, to).c_str())) to = joined(to, namePart(from));
     if (to.starts_with("./")) to.erase(0, 2);
     const auto moves = movesOf(files, from, to);
@@ -125,16 +108,14 @@ class Rename : public Command {
       rename(file, path);
       ++done;
     }
-    local.save();
-    if (done > 1) session.output().line(counted(done, "file") + (isDry_ ? "" : " renamed"));
-    session.output().hint("old labels come out under the new name");
+    if (done > 1) output().line(counted(done, "file") + (isDry_ ? "" : " renamed"));
+    output().hint("old labels come out under the new name");
   }
 
- private:
   using Move = std::pair<FileRecord, std::string>;
 
-  static std::vector<Move> movesOf(const std::vector<const FileRecord*>& files,
-                                   const std::string& from, const std::string& to) {
+  static std::vector<Move> movesOf(const Files& files, const std::string& from,
+                                   const std::string& to) {
     std::vector<Move> moves;
     for (const FileRecord* file : files) {
       const bool isIt = file->path == from;
@@ -147,19 +128,17 @@ class Rename : public Command {
     return moves;
   }
 
-  std::string shownPath(const std::string& path) const {
-    return local_->shownPath(FileRecord{path, "", ""});
-  }
+  std::string shownName(const std::string& path) const { return shownPath({path, "", ""}); }
 
   void refuse(const FileRecord& file, const std::string& path) const {
-    refuseLocked(*local_, file, "wait until it is unlocked");
-    const bool isKnown = std::any_of(local_->files().begin(), local_->files().end(),
+    refuseLocked(file, "wait until it is unlocked");
+    const bool isKnown = std::any_of(local().files().begin(), local().files().end(),
                                      [&](const FileRecord& each) { return each.path == path; });
-    const bool hasOld = os::hasEntry(local_->pathOf(file).c_str());
-    const bool hasNew = os::hasEntry(local_->pathOf({path, "", ""}).c_str());
+    const bool hasOld = os::hasEntry(local().pathOf(file).c_str());
+    const bool hasNew = os::hasEntry(local().pathOf({path, "", ""}).c_str());
     // Who has moved the file already only wants the record to follow.
     if (isKnown || (hasOld && hasNew)) {
-      throw Problem{shownPath(path), "is there already", "choose another name"};
+      throw Problem{shownName(path), "is there already", "choose another name"};
     }
     if (path.find('\n') != std::string::npos) {
       throw misuse(path, "a file's name can't hold a line end", "choose another name");
@@ -169,33 +148,29 @@ class Rename : public Command {
   void rename(const FileRecord& file, const std::string& path) const {
     const FileRecord renamed{path, file.archive, file.folder};
     if (!isDry_) {
-      session_->project().renameFile(file, path);
+      session().project().renameFile(file, path);
       move(file, renamed);
-      local_->rename(file, renamed);
+      local().rename(file, renamed);
     }
-    const char* const verb = isDry_ ? "would rename" : "renamed";
-    session_->output().result(
-        {{"file", path}, {"action", verb}, {"before", file.path}},
-        fmt::format("{} {} to {}", verb, local_->shownPath(file), shownPath(path)));
+    const std::string verb = said({"rename", "renamed"});
+    output().result({{"file", path}, {"action", verb}, {"before", file.path}},
+                    fmt::format("{} {} to {}", verb, shownPath(file), shownName(path)));
   }
 
   void move(const FileRecord& file, const FileRecord& renamed) const {
-    const std::string from = local_->pathToWrite(file);
-    const std::string to = local_->pathToWrite(renamed);
+    const std::string from = local().pathToWrite(file);
+    const std::string to = local().pathToWrite(renamed);
     if (!os::hasEntry(from.c_str())) return;
     const bool isMoved =
         os::makeDirectories(os::parentOf(to)) && os::moveFile(from, to) == os::FileResult::kDone;
     if (isMoved) return;
-    session_->project().renameFile(renamed, file.path);
-    throw Problem{local_->shownPath(file), fmt::format("can't be moved to {}", shown(to)),
+    session().project().renameFile(renamed, file.path);
+    throw Problem{shownPath(file), fmt::format("can't be moved to {}", shown(to)),
                   "see who owns both directories"};
   }
 
-  bool isDry_ = false;
   std::string old_;
   std::string new_;
-  Session* session_ = nullptr;
-  LocalFiles* local_ = nullptr;
 };
 
 // The name of the file that an archive was made for.
@@ -215,20 +190,20 @@ std::string ownName(const std::string& archive, const std::string& typed) {
   throw Problem{typed, "tells no name of its file", "name it with --as"};
 }
 
-class Import : public Command {
+class Import : public FileCommand {
  public:
+  Import() : FileCommand("import", State::Use::kChange) {}
+
   void declare(Options& options) override {
     options.text(&as_, "--as", "FILE", "what the file of one archive is to be called");
     options.text(&folder_, "-f,--folder", "NAME", "the folder that they go to");
-    options.flag(&isDry_, "-n,--dry-run", "say what would be done");
+    declareDry(options);
     options.words(&names_, "ARCHIVE", Need::kRequired, "archives, and directories of them");
   }
 
-  void run(Session& session) override {
-    LocalFiles local(session, State::Use::kChange);
-    session_ = &session;
-    local_ = &local;
-    for (const FileRecord& file : local.files()) {
+ private:
+  void work() override {
+    for (const FileRecord& file : local().files()) {
       paths_.insert(file.path);
       archives_.insert(file.archive);
     }
@@ -237,24 +212,23 @@ class Import : public Command {
       throw misuse("--as", "is for one archive", "import the archives one by one");
     }
     if (!isDry_) {
-      session.project().addFiles(found_, [&](const FileRecord& file, const Problem& problem) {
-        session.output().problem(problem);
+      session().project().addFiles(found_, [&](const FileRecord& file, const Problem& problem) {
+        output().problem(problem);
         failed_.insert(file.path);
       });
     }
     std::erase_if(found_, [&](const FileRecord& file) { return failed_.contains(file.path); });
     for (const FileRecord& file : found_) tell(file);
     if (found_.size() != 1) {
-      session.output().line(counted(found_.size(), "file") + (isDry_ ? "" : " imported"));
+      output().line(counted(found_.size(), "file") + (isDry_ ? "" : " imported"));
     }
-    if (!found_.empty()) session.output().hint("'trevault checkout' brings them here");
+    if (!found_.empty()) output().hint("'trevault checkout' brings them here");
   }
 
- private:
   void collect(const std::string& name) {
-    const std::string path = session_->absolute(name);
+    const std::string path = session().absolute(name);
     if (!os::hasEntry(path.c_str())) {
-      return session_->output().problem({name, "no such file", ""});
+      return output().problem({name, "no such file", ""});
     }
     if (!os::directoryState(path.c_str())) return take(path, "", name);
     walk(path, ".", Ignoring::kNot, [&](const std::string& below) {
@@ -274,7 +248,7 @@ class Import : public Command {
     try {
       if (archives_.contains(archive)) return skip(typed);
       const std::string own = ownName(archive, typed);  // Fails for what is no archive.
-      const std::string path = as_.empty() ? joined(directory, own) : local_->fromTop(as_);
+      const std::string path = as_.empty() ? joined(directory, own) : local().fromTop(as_);
       if (paths_.contains(path)) {
         throw Problem{typed,
                       fmt::format("would be the file {}, which has another archive", shown(path)),
@@ -284,28 +258,23 @@ class Import : public Command {
       archives_.insert(archive);
       found_.push_back({path, archive, folder_});
     } catch (const Problem& problem) {
-      session_->output().problem(problem);
+      output().problem(problem);
     }
   }
 
   void skip(const std::string& typed) const {
-    session_->output().line(fmt::format("skipped {}, in the project already", shown(typed)));
+    output().line(fmt::format("skipped {}, in the project already", shown(typed)));
   }
 
   void tell(const FileRecord& file) const {
-    const char* const verb = isDry_ ? "would import" : "imported";
-    session_->output().result(
+    const std::string verb = said({"import", "imported"});
+    output().result(
         {{"file", file.path}, {"action", verb}, {"archive", file.archive}},
-        fmt::format("{} {} as {}", verb, shown(session_->fromHere(file.archive)),
-                    local_->shownPath(file)));
+        fmt::format("{} {} as {}", verb, shown(session().fromHere(file.archive)), shownPath(file)));
   }
 
   std::string as_;
   std::string folder_;
-  bool isDry_ = false;
-  std::vector<std::string> names_;
-  Session* session_ = nullptr;
-  LocalFiles* local_ = nullptr;
   std::set<std::string> paths_;
   std::set<std::string> archives_;
   std::set<std::string> failed_;

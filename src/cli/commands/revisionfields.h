@@ -1,19 +1,14 @@
 // cli/commands/revisionfields.h: a revision in JSON, the same in every command that tells of some.
 #pragma once
 
-#include <algorithm>
-
 #include "cli/archives/history.h"
 #include "cli/terminal/output.h"
 
 namespace cli {
 
 inline Fields fieldsOf(const RevisionInfo& revision) {
-  std::string time = revision.time;
-  std::replace(time.begin(), time.end(), ' ', 'T');
-  return {{"revision", revision.number}, {"branch", revision.branch},
-          {"author", revision.author},   {"time", time},
-          {"message", revision.message}, {"labels", revision.labels},
+  return {{"revision", revision.number}, {"branch", revision.branch},   {"author", revision.author},
+          {"time", revision.isoTime()},  {"message", revision.message}, {"labels", revision.labels},
           {"groups", revision.groups},   {"lockers", revision.lockers}};
 }
 

@@ -5,12 +5,9 @@
 #include <map>
 #include <set>
 
-#include "cli/command.h"
 #include "cli/commands/commands.h"
-#include "cli/local/localfiles.h"
+#include "cli/commands/filecommand.h"
 #include "cli/local/walk.h"
-#include "cli/problem.h"
-#include "cli/session.h"
 #include "cli/text/paths.h"
 #include "cli/text/text.h"
 
@@ -30,19 +27,19 @@ std::string newer(const RevisionInfo& revision) {
   return fmt::format("{} by {}, {}", revision.number, revision.author, revision.minute());
 }
 
-class Status : public Command {
+class Status : public FileCommand {
  public:
+  Status() : FileCommand("status", State::Use::kRead) {}
+
   void declare(Options& options) override {
     options.flag(&isAll_, "-a,--all", "also files as they were checked out");
     options.flag(&isNull_, "-0,--null", "names alone, each ended by NUL");
-    options.words(&names_, "FILE", Options::Need::kOptional, "else all of the project");
+    declareFiles(options, Need::kOptional);
   }
 
-  void run(Session& session) override {
-    LocalFiles local(session, State::Use::kRead);
-    session_ = &session;
-    local_ = &local;
-    for (const FileRecord* file : local.choose(names_)) {
+ private:
+  void work() override {
+    for (const FileRecord* file : chosen()) {
       try {
         look(*file);
       } catch (const Problem& problem) {
@@ -54,10 +51,8 @@ class Status : public Command {
       lookForNew();
     }
     tell();
-    local.save();
   }
 
- private:
   struct Row {
     std::string word, path, here, remark;
   };
@@ -72,25 +67,25 @@ class Status : public Command {
   }
 
   void look(const FileRecord& file) {
-    Standing standing = local_->standingOf(file);
-    const FileState* const state = local_->stateOf(file);
-    const RevisionInfo* const here = local_->hereOf(file);
+    Standing standing = local().standingOf(file);
+    const FileState* const state = local().stateOf(file);
+    const RevisionInfo* const here = local().hereOf(file);
     if (here == nullptr && standing == Standing::kSame) standing = Standing::kUnknown;
-    const RevisionInfo* const followed = local_->followedOf(file);
+    const RevisionInfo* const followed = local().followedOf(file);
     if (standing == Standing::kNone && followed == nullptr) return;  // What is followed lacks it.
     const std::string number = here == nullptr ? "" : here->number;
-    const bool isMine = here != nullptr && here->isLockedBy(local_->user());
+    const bool isMine = here != nullptr && here->isLockedBy(local().user());
     const bool isBehind = followed != nullptr && (here == nullptr || followed != here);
     Fields item{
         {"file", file.path},
-        {"here", number.empty() ? Value() : Value(number)},
-        {"followed", followed == nullptr ? Value() : Value(followed->number)},
+        {"here", numberOrNull(here)},
+        {"followed", numberOrNull(followed)},
         {"author", followed == nullptr ? Value() : Value(followed->author)},
-        {"time", followed == nullptr ? Value() : Value(isoTime(followed->time))},
+        {"time", followed == nullptr ? Value() : Value(followed->isoTime())},
         {"changed", standing == Standing::kChanged},
         {"locked_by_me", isMine},
         {"lockers", here == nullptr ? Value(std::vector<std::string>()) : Value(here->lockers)}};
-    Row row{"", local_->shownPath(file), number.empty() ? "-" : number, ""};
+    Row row{"", shownPath(file), number.empty() ? "-" : number, ""};
     if (state != nullptr && state->isLockedFromHere && !isMine) {
       row.remark = standing == Standing::kChanged ? "changed" : "unchanged";
       row.remark +=
@@ -121,25 +116,19 @@ class Status : public Command {
     }
   }
 
-  static std::string isoTime(std::string time) {
-    std::replace(time.begin(), time.end(), ' ', 'T');
-    return time;
-  }
-
   void tellBroken(const FileRecord& file, const Problem& problem) {
-    session_->output().problem(problem);
+    output().problem(problem);
     add({{"file", file.path}, {"here", nullptr}}, "broken",
-        {"", local_->shownPath(file), "-", problem.why});
+        {"", shownPath(file), "-", problem.why});
   }
 
   void lookForGone() {
-    for (const std::string& path : local_->gone()) {
+    for (const std::string& path : local().gone()) {
       const FileRecord file{path, "", ""};
-      const std::string here = local_->stateOf(file)->here;
-      const bool isUntouched = local_->isUntouched(path);
+      const std::string here = local().stateOf(file)->here;
+      const bool isUntouched = local().isUntouched(path);
       add({{"file", path}, {"here", here}, {"changed", !isUntouched}}, "gone",
-          {"", local_->shownPath(file), here,
-           isUntouched ? "'trevault checkout' removes it" : "changed"});
+          {"", shownPath(file), here, isUntouched ? "'trevault checkout' removes it" : "changed"});
       gone_.insert(path);
     }
   }
@@ -150,9 +139,9 @@ class Status : public Command {
     const auto know = [&](std::string path) {
       while (!path.empty() && known.insert(path).second) path = directoryPart(path);
     };
-    for (const FileRecord& file : local_->files()) know(file.path);
+    for (const FileRecord& file : local().files()) know(file.path);
     for (const std::string& path : gone_) know(path);
-    const std::string& top = local_->directory().top;
+    const std::string& top = local().directory().top;
     walk(
         top, ".", Ignoring::kByRules,
         [&](const std::string& path) {
@@ -169,17 +158,17 @@ class Status : public Command {
 
   void addNew(const std::string& path, const char* end) {
     const FileRecord file{path, "", ""};
-    add({{"file", path}, {"here", nullptr}}, "new", {"", local_->shownPath(file) + end, "", ""});
+    add({{"file", path}, {"here", nullptr}}, "new", {"", shownPath(file) + end, "", ""});
   }
 
   void tell() {
-    Output& output = session_->output();
-    output.set("project", local_->directory().project);
-    output.set("work", local_->directory().top);
-    output.set("follows", local_->directory().follows);
-    output.set("group", local_->directory().group);
+    Output& output = session().output();
+    output.set("project", local().directory().project);
+    output.set("work", local().directory().top);
+    output.set("follows", local().directory().follows);
+    output.set("group", local().directory().group);
     if (isNull_) return tellNames();
-    output.line(local_->directory().line());
+    output.line(local().directory().line());
     output.line("");
     std::vector<std::vector<std::string>> cells;
     for (const Row& row : rows_)
@@ -198,9 +187,9 @@ class Status : public Command {
     std::string names;
     for (const Fields& item : items_) {
       const FileRecord file{std::get<std::string>(item.front().second), "", ""};
-      names += local_->pathFromHere(file) + '\0';
+      names += local().pathFromHere(file) + '\0';
     }
-    session_->output().bytes(names);
+    output().bytes(names);
   }
 
   std::string summary() const {
@@ -219,63 +208,56 @@ class Status : public Command {
 
   bool isAll_ = false;
   bool isNull_ = false;
-  std::vector<std::string> names_;
-  Session* session_ = nullptr;
-  LocalFiles* local_ = nullptr;
   std::vector<Row> rows_;
   std::vector<Fields> items_;
   std::map<std::string, size_t> counts_;
   std::set<std::string> gone_;
 };
 
-class List : public Command {
+class List : public FileCommand {
  public:
+  List() : FileCommand("list", State::Use::kRead) {}
+
   void declare(Options& options) override {
     options.flag(&isAll_, "-a,--all", "with revisions, lockers and folder");
     options.flag(&isNull_, "-0,--null", "names alone, each ended by NUL");
-    options.words(&names_, "FILE", Options::Need::kOptional, "else all of the project");
-  }
-
-  void run(Session& session) override {
-    LocalFiles local(session, State::Use::kRead);
-    Output& output = session.output();
-    std::string names;
-    std::vector<Fields> items;
-    std::vector<std::vector<std::string>> rows;
-    for (const FileRecord* file : local.choose(names_)) {
-      const std::string path = local.shownPath(*file);
-      names += local.pathFromHere(*file) + '\0';
-      items.push_back({{"file", file->path}, {"archive", file->archive}, {"folder", file->folder}});
-      rows.push_back({path});
-      if (isAll_) addMore(local, *file, &items.back(), &rows.back());
-    }
-    if (isNull_) return output.bytes(names);
-    const auto lines = table(rows);
-    for (size_t i = 0; i < lines.size(); ++i) output.result(items[i], lines[i]);
+    declareFiles(options, Need::kOptional);
   }
 
  private:
-  static void addMore(LocalFiles& local, const FileRecord& file, Fields* item,
-                      std::vector<std::string>* row) {
-    const RevisionInfo* const here = local.hereOf(file);
-    const RevisionInfo* const followed = local.followedOf(file);
+  void work() override {
+    std::string names;
+    std::vector<Fields> items;
+    std::vector<std::vector<std::string>> rows;
+    for (const FileRecord* file : chosen()) {
+      const std::string path = local().shownPath(*file);
+      names += local().pathFromHere(*file) + '\0';
+      items.push_back({{"file", file->path}, {"archive", file->archive}, {"folder", file->folder}});
+      rows.push_back({path});
+      if (isAll_) addMore(*file, &items.back(), &rows.back());
+    }
+    if (isNull_) return output().bytes(names);
+    output().results(items, rows);
+  }
+
+  void addMore(const FileRecord& file, Fields* item, std::vector<std::string>* row) const {
+    const RevisionInfo* const here = local().hereOf(file);
+    const RevisionInfo* const followed = local().followedOf(file);
     std::vector<std::string> lockers;
-    for (const RevisionInfo& each : local.historyOf(file).revisions()) {
+    for (const RevisionInfo& each : local().historyOf(file).revisions()) {
       lockers.insert(lockers.end(), each.lockers.begin(), each.lockers.end());
     }
     const auto numberOf = [](const RevisionInfo* revision) {
       return revision == nullptr ? std::string("-") : revision->number;
     };
-    item->insert(item->end(),
-                 {{"here", here == nullptr ? Value() : Value(here->number)},
-                  {"followed", followed == nullptr ? Value() : Value(followed->number)},
-                  {"lockers", lockers}});
+    item->insert(
+        item->end(),
+        {{"here", numberOrNull(here)}, {"followed", numberOrNull(followed)}, {"lockers", lockers}});
     row->insert(row->end(), {numberOf(here), numberOf(followed), listed(lockers), file.folder});
   }
 
   bool isAll_ = false;
   bool isNull_ = false;
-  std::vector<std::string> names_;
 };
 
 }  // namespace

@@ -3,41 +3,37 @@
 
 #include <map>
 
-#include "cli/command.h"
-#include "cli/commands/bulk.h"
 #include "cli/commands/commands.h"
+#include "cli/commands/filecommand.h"
 #include "cli/commands/revisionfields.h"
-#include "cli/local/localfiles.h"
-#include "cli/session.h"
 #include "cli/text/text.h"
 
 namespace cli {
 namespace {
 
-using Need = Options::Need;
-
-class Tree : public Command {
+class Tree : public FileCommand {
  public:
+  Tree() : FileCommand("tree", State::Use::kRead) {}
+
   void declare(Options& options) override {
     options.flag(&isAscii_, "--ascii", "no box characters");
-    options.words(&names_, "FILE", Need::kRequired, "files and directories");
+    declareFiles(options, Need::kRequired);
   }
 
-  void run(Session& session) override {
-    LocalFiles local(session, State::Use::kRead);
-    output_ = &session.output();
+ private:
+  void work() override {
+    output_ = &output();
     isWide_ = !isAscii_ && output_->isWide();
-    forEachFile(session, "tree", local.choose(names_), [&](const FileRecord& file) {
-      take(local.historyOf(file));
-      here_ = local.hereOf(file);
+    forEach(chosen(), [&](const FileRecord& file) {
+      take(local().historyOf(file));
+      here_ = local().hereOf(file);
       output_->result({{"file", file.path}, {"branches", std::vector<Value>{json("1")}}}, "");
-      output_->line(local.shownPath(file));
+      output_->line(shownPath(file));
       output_->line(mark(true) + "trunk");
       draw("1", "    ");
     });
   }
 
- private:
   std::string mark(bool isLast) const {
     if (isWide_) return isLast ? "└── " : "├── ";
     return isLast ? "`-- " : "|-- ";
@@ -99,7 +95,6 @@ class Tree : public Command {
 
   bool isAscii_ = false;
   bool isWide_ = false;
-  std::vector<std::string> names_;
   Output* output_ = nullptr;
   std::map<std::string, std::vector<const RevisionInfo*>> branches_;
   std::map<std::string, std::vector<std::string>> starting_;  // Branches, by where they start.

@@ -6,14 +6,9 @@
 #include <set>
 
 #include "btkf520/btkf520.h"
-#include "cli/archives/engine.h"
-#include "cli/command.h"
-#include "cli/commands/bulk.h"
 #include "cli/commands/commands.h"
-#include "cli/local/localfiles.h"
+#include "cli/commands/filecommand.h"
 #include "cli/local/walk.h"
-#include "cli/problem.h"
-#include "cli/session.h"
 #include "cli/text/paths.h"
 #include "cli/text/text.h"
 #include "os/directory.h"
@@ -21,15 +16,17 @@
 namespace cli {
 namespace {
 
-class Verify : public Command {
+class Verify : public FileCommand {
  public:
+  Verify() : FileCommand("verify", State::Use::kRead) {}
+
   void declare(Options& options) override {
     options.flag(&isEverywhere_, "--everywhere", "in all projects");
-    options.words(&names_, "FILE", Options::Need::kOptional, "else all of the project");
+    declareFiles(options, Need::kOptional);
   }
 
-  void run(Session& session) override {
-    session_ = &session;
+ private:
+  void work() override {
     if (isEverywhere_ && !names_.empty()) {
       throw misuse("verify", "--everywhere is about all files", "leave the names away");
     }
@@ -37,15 +34,13 @@ class Verify : public Command {
     tell();
   }
 
- private:
   void verifyHere() {
-    LocalFiles local(*session_, State::Use::kRead);
-    for (const FileRecord* file : local.choose(names_)) verify(*file, local.shownPath(*file));
-    if (names_.empty()) lookForUnnamed(session_->project());
+    for (const FileRecord* file : chosen()) verify(*file, shownPath(*file));
+    if (names_.empty()) lookForUnnamed(session().project());
   }
 
   void verifyAll() {
-    Database& database = session_->database();
+    Database& database = session().database();
     for (const std::string& name : database.projects()) {
       try {
         const Project project = database.open(name);
@@ -56,7 +51,7 @@ class Verify : public Command {
         }
         lookForUnnamed(project);
       } catch (const Problem& problem) {
-        session_->output().problem(problem);
+        output().problem(problem);
       }
     }
   }
@@ -76,36 +71,33 @@ class Verify : public Command {
       if (status == TRVS_NOT_AN_ARCHIVE) return tellDamaged(file, path, lost);
       const size_t revisions = History(file.archive, path).revisions().size();
       revisions_ += revisions;
-      session_->output().result(
+      output().result(
           {{"file", file.path}, {"state", "whole"}, {"revisions", revisions}, {"lost", lost}},
-          session_->output().manner().verbose
-              ? fmt::format("{}  {}", path, counted(revisions, "revision"))
-              : "");
+          output().manner().verbose ? fmt::format("{}  {}", path, counted(revisions, "revision"))
+                                    : "");
     } catch (const Problem& problem) {
       ++(problem.status == TRVS_NO_ARCHIVE ? missing_ : damaged_);
-      session_->output().result(
-          {{"file", file.path},
-           {"state", problem.status == TRVS_NO_ARCHIVE ? "missing" : "damaged"}},
-          "");
-      session_->output().problem(problem);
+      output().result({{"file", file.path},
+                       {"state", problem.status == TRVS_NO_ARCHIVE ? "missing" : "damaged"}},
+                      "");
+      output().problem(problem);
     }
   }
 
   void tellDamaged(const FileRecord& file, const std::string& path,
                    const std::vector<std::string>& lost) {
     ++damaged_;
-    session_->output().result({{"file", file.path}, {"state", "damaged"}, {"lost", lost}}, "");
+    output().result({{"file", file.path}, {"state", "damaged"}, {"lost", lost}}, "");
     std::string why = "the archive is damaged";
     if (!lost.empty()) why += fmt::format(", {} can't be checked out", listed(lost));
-    session_->output().problem({path, why,
-                                fmt::format("restore {} from a back-up", shown(file.archive)),
-                                Exit::kFailed, TRVS_NOT_AN_ARCHIVE});
+    output().problem({path, why, fmt::format("restore {} from a back-up", shown(file.archive)),
+                      Exit::kFailed, TRVS_NOT_AN_ARCHIVE});
   }
 
   // In the archive directories of this project; other projects may use them too.
   void lookForUnnamed(const Project& project) {
     std::set<std::string> named;
-    Database& database = session_->database();
+    Database& database = session().database();
     for (const std::string& name : database.projects()) {
       for (const FileRecord& file : database.open(name).files()) named.insert(file.archive);
     }
@@ -116,7 +108,7 @@ class Verify : public Command {
         const bool isArchive =
             TrvsGetOwner(TRVS_CONTEXT, archive.c_str(), owner, sizeof owner) == TRVS_DONE;
         if (named.contains(archive) || !isArchive || !unnamed_.insert(archive).second) return;
-        session_->output().result(
+        output().result(
             {{"archive", archive}, {"state", "unnamed"}},
             fmt::format("{}  in no project; 'trevault import' takes it", shown(archive)));
       });
@@ -127,14 +119,12 @@ class Verify : public Command {
     std::vector<std::string> faults;
     if (damaged_ > 0) faults.push_back(counted(damaged_, "file") + " damaged");
     if (missing_ > 0) faults.push_back(counted(missing_, "archive") + " missing");
-    session_->output().line(fmt::format("verified {}, {}: {}", counted(files_, "file"),
-                                        counted(revisions_, "revision"),
-                                        faults.empty() ? "all whole" : listed(faults)));
+    output().line(fmt::format("verified {}, {}: {}", counted(files_, "file"),
+                              counted(revisions_, "revision"),
+                              faults.empty() ? "all whole" : listed(faults)));
   }
 
   bool isEverywhere_ = false;
-  std::vector<std::string> names_;
-  Session* session_ = nullptr;
   size_t files_ = 0;
   size_t revisions_ = 0;
   size_t damaged_ = 0;

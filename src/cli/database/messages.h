@@ -25,4 +25,7 @@ class Messages : public foldapi::TVErrorSink {
   std::vector<std::string> texts_;
 };
 
+// `why`, and after it what the library said, in parentheses.
+std::string withMessages(std::string why);
+
 }  // namespace cli

@@ -46,7 +46,7 @@ bool readLine(std::string_view line, std::string* path, FileState* state) {
 
 }  // namespace
 
-State::State(std::string top, Use use) : top_(joined(top, kMemory)) {
+State::State(std::string top, Use use) : top_(joined(top, kMemory)), use_(use) {
   if (use == Use::kChange) lock();
   read();
 }
@@ -68,11 +68,10 @@ void State::lock() {
 void State::read() {
   std::string text;
   os::FileStatus status;
-  const std::string path = joined(top_, "state");
-  if (os::readFile(path.c_str(), kLargest, &text, &status) != os::FileResult::kDone) return;
+  if (os::readFile(path().c_str(), kLargest, &text, &status) != os::FileResult::kDone) return;
   std::vector<std::string> lines = split(text, '\n');
   if (lines.empty() || lines.front() != kHead) return;
-  written_ = status.nanoseconds;
+  read_ = status;
   for (size_t i = 1; i < lines.size(); ++i) {
     std::string file;
     FileState state;
@@ -92,8 +91,22 @@ void State::set(const std::string& path, FileState state) {
 
 void State::forget(const std::string& path) { isChanged_ = files_.erase(path) > 0 || isChanged_; }
 
+std::string State::path() const { return joined(top_, "state"); }
+
+bool State::mayWrite() {
+  if (use_ == Use::kChange) return true;
+  os::FileStatus now;
+  const std::string path = joined(top_, "lock");
+  if (os::makeFile(path) != os::FileResult::kDone ||
+      lock_.openLocked(path.c_str()) != os::FileResult::kDone) {
+    return false;
+  }
+  static_cast<void>(os::readStatus(this->path().c_str(), &now));
+  return now == read_;
+}
+
 void State::save() {
-  if (!isChanged_) return;
+  if (!isChanged_ || !mayWrite()) return;
   std::string text = std::string(kHead) + '\n';
   for (const auto& [path, state] : files_) {
     text += fmt::format("{}\t{}\t{}\t{}\t{}\t{}\n", state.here, state.stamp.size,
@@ -101,7 +114,7 @@ void State::save() {
                         state.isLockedFromHere ? "locked" : "free", path);
   }
   os::SiblingFile file;
-  const bool isWritten = file.open(joined(top_, "state")) == os::FileResult::kDone &&
+  const bool isWritten = file.open(path()) == os::FileResult::kDone &&
                          file.write(text) == os::FileResult::kDone &&
                          file.giveRights(nullptr) == os::FileResult::kDone;
   if (!isWritten) return;

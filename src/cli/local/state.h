@@ -43,19 +43,23 @@ class State {
   const FileState* find(const std::string& path) const;
   void set(const std::string& path, FileState state);
   void forget(const std::string& path);
-  // A directory that can't be written remembers nothing, and all still works.
+  // A directory that can't be written remembers nothing, and all still works. What a command found
+  // that changes no files is only kept if no other one works here or has been here meanwhile.
   void save();
   const std::map<std::string, FileState>& files() const { return files_; }
   // When it was written last: a file of that time or later may have changed since unseen.
-  int64_t written() const { return written_; }
+  int64_t written() const { return read_.nanoseconds; }
 
  private:
+  std::string path() const;
   void read();
   void lock();
+  bool mayWrite();
 
   std::string top_;
+  Use use_;
   os::File lock_;
-  int64_t written_ = 0;
+  os::FileStatus read_;  // The file that was read, if there was one.
   bool isChanged_ = false;
   std::map<std::string, FileState> files_;
 };

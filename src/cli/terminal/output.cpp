@@ -162,6 +162,12 @@ void Output::result(Fields item, std::string_view text) {
   }
 }
 
+void Output::results(const std::vector<Fields>& items,
+                     const std::vector<std::vector<std::string>>& cells) {
+  const auto lines = table(cells);
+  for (size_t i = 0; i < lines.size(); ++i) result(items[i], lines[i]);
+}
+
 void Output::line(std::string_view text) {
   if (manner_.json || manner_.quiet) return;
   pending_.append(safeFor(os::Stream::kOutput, text)).append("\n");

@@ -57,6 +57,9 @@ class Output {
   void set(std::string name, Value value);
   // A result: an item of the document, or a line. An empty line has the item in JSON alone.
   void result(Fields item, std::string_view line);
+  // Results that are the lines of one table.
+  void results(const std::vector<Fields>& items,
+               const std::vector<std::vector<std::string>>& cells);
   // Text without an item: headings, counts, the lines of a table.
   void line(std::string_view text);
   // Bytes as they are.

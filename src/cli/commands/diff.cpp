@@ -1,0 +1,181 @@
+// cli/commands/diff.cpp: diff: how files and revisions differ.
+#include <fmt/format.h>
+
+#include <algorithm>
+
+#include "btkf520/btkf520.h"
+#include "cli/commands/commands.h"
+#include "cli/commands/filecommand.h"
+#include "cli/text/text.h"
+
+namespace cli {
+namespace {
+
+class Diff : public FileCommand {
+ public:
+  Diff() : FileCommand("diff", State::Use::kRead) {}
+
+  void declare(Options& options) override {
+    options.text(&range_, "-r,--revision", "REV", "against REV, or FROM..TO");
+    options.flag(&isStat_, "--stat", "only how many lines");
+    options.flag(&isNames_, "--names", "only which files");
+    options.text(&context_, "-U", "N", "lines around each difference");
+    options.flag(&ignoresSpace_, "--ignore-space", "how much white space there is doesn't count");
+    options.flag(&ignoresCase_, "--ignore-case", "nor does the case of letters");
+    options.flag(&ignoresEnds_, "--ignore-line-ends", "nor how lines end");
+    options.flag(&isStored_, "--stored", "revisions as stored, keywords not expanded");
+    options.words(&names_, "FILE", Need::kOptional, "else all that is changed");
+  }
+
+ private:
+  void work() override {
+    if (context_.find_first_not_of("0123456789") != std::string::npos || context_.size() > 4) {
+      throw misuse(fmt::format("-U {}", context_), "not a number of lines");
+    }
+    auto files = chosen();
+    const auto former = formerFiles();
+    for (const FileRecord& each : former) files.push_back(&each);
+    forEach(files, [&](const FileRecord& file) { diff(file); });
+    if (isStat_ && differing_ > 0) {
+      output().line(fmt::format("{} {}", counted(differing_, "file"),
+                                differing_ == 1 ? "differs" : "differ"));
+    }
+  }
+
+  struct Side {
+    std::string revision;  // Empty: the file itself.
+  };
+
+  void diff(const FileRecord& file) {
+    Side from{"here"};
+    Side to;
+    const size_t dots = range_.find("..");
+    if (dots != std::string::npos) {
+      from.revision = range_.substr(0, dots);
+      to.revision = range_.substr(dots + 2).empty() ? "followed" : range_.substr(dots + 2);
+    } else if (!range_.empty()) {
+      from.revision = range_;
+    } else if (local().standingOf(file) != Standing::kChanged) {
+      return;
+    }
+    if (names_.empty() && dots != std::string::npos && isOneSided(file, from, to)) return;
+    from.revision = numberOf(file, from.revision);
+    if (!to.revision.empty()) to.revision = numberOf(file, to.revision);
+    if (from.revision != to.revision) tell(file, from, to, report(file, from, to));
+  }
+
+  // What had one of both labels and is no longer in the project.
+  std::vector<FileRecord> formerFiles() {
+    const size_t dots = range_.find("..");
+    std::vector<FileRecord> found;
+    if (dots == std::string::npos || !names_.empty()) return found;
+    for (const std::string& side : {range_.substr(0, dots), range_.substr(dots + 2)}) {
+      for (FileRecord& each : local().formerFiles(local().labelIn(side))) {
+        const auto has = [&](const FileRecord& file) { return file.archive == each.archive; };
+        if (std::any_of(found.begin(), found.end(), has) ||
+            std::any_of(local().files().begin(), local().files().end(), has)) {
+          continue;
+        }
+        found.push_back(std::move(each));
+      }
+    }
+    return found;
+  }
+
+  // Tells a file that one side only has; nothing is told of one that none has.
+  bool isOneSided(const FileRecord& file, const Side& from, const Side& to) {
+    const auto has = [&](const std::string& text) {
+      const std::string label = local().labelIn(text);
+      return label.empty() || local().historyOf(file).withLabel(label) != nullptr;
+    };
+    const bool isInFirst = has(from.revision);
+    const bool isInSecond = has(to.revision);
+    if (isInFirst && isInSecond) return false;
+    if (!isInFirst && !isInSecond) return true;
+    ++differing_;
+    const std::string& only = isInFirst ? from.revision : to.revision;
+    output().result({{"file", file.path}, {"only_in", only}},
+                    fmt::format("only in {}: {}", only, shownPath(file)));
+    return true;
+  }
+
+  std::string numberOf(const FileRecord& file, const std::string& text) {
+    return local().revisionOf(file, text).number;
+  }
+
+  std::vector<std::string> report(const FileRecord& file, const Side& from, const Side& to) {
+    const std::string path = local().pathOf(file);
+    const bool isFile = to.revision.empty();
+    const std::string first = target(file.archive, path);
+    uint32_t flags = TRVS_DIFF_NO_HEADING;
+    if (ignoresSpace_) flags |= TRVS_DIFF_IGNORE_SPACE;
+    if (ignoresCase_) flags |= TRVS_DIFF_IGNORE_CASE;
+    if (ignoresEnds_) flags |= TRVS_DIFF_IGNORE_LINE_ENDS;
+    if (isStored_) flags |= TRVS_DIFF_STORED;
+    const auto lines = static_cast<int16_t>(context_.empty() ? 3 : std::stoi(context_));
+    return linesOf(
+        [&] {
+          return TrvsReportDifferences(TRVS_CONTEXT, first.c_str(), from.revision.c_str(),
+                                       isFile ? path.c_str() : first.c_str(),
+                                       isFile ? nullptr : to.revision.c_str(), nullptr, lines, 0, 0,
+                                       nullptr, flags);
+        },
+        {.file = shownPath(file),
+         .archive = file.archive,
+         .workfile = path,
+         .revision = from.revision});
+  }
+
+  void tell(const FileRecord& file, const Side& from, const Side& to,
+            const std::vector<std::string>& lines) {
+    if (lines.empty()) return;
+    ++differing_;
+    Output& output = session().output();
+    const std::string path = shownPath(file);
+    size_t added = 0;
+    size_t removed = 0;
+    std::string text;
+    for (const std::string& line : lines) {
+      added += line.starts_with('+') ? 1 : 0;
+      removed += line.starts_with('-') ? 1 : 0;
+      text += line + '\n';
+    }
+    const Value end = orNull(to.revision);
+    output.result({{"file", file.path},
+                   {"from", from.revision},
+                   {"to", end},
+                   {"added", added},
+                   {"removed", removed},
+                   {"text", text}},
+                  "");
+    if (isNames_) return output.line(path);
+    if (isStat_) return output.line(fmt::format("{}  +{} -{}", path, added, removed));
+    output.line(output.coloured(fmt::format("--- {}\t{}", path, from.revision), Colour::kRed));
+    output.line(output.coloured(
+        to.revision.empty() ? "+++ " + path : fmt::format("+++ {}\t{}", path, to.revision),
+        Colour::kGreen));
+    for (const std::string& line : lines) output.line(output.coloured(line, colourOf(line)));
+  }
+
+  static Colour colourOf(const std::string& line) {
+    if (line.starts_with("@@")) return Colour::kCyan;
+    if (line.starts_with('+')) return Colour::kGreen;
+    return line.starts_with('-') ? Colour::kRed : Colour::kPlain;
+  }
+
+  std::string range_;
+  bool isStat_ = false;
+  bool isNames_ = false;
+  std::string context_;
+  bool ignoresSpace_ = false;
+  bool ignoresCase_ = false;
+  bool ignoresEnds_ = false;
+  bool isStored_ = false;
+  size_t differing_ = 0;
+};
+
+}  // namespace
+
+std::unique_ptr<Command> makeDiff() { return makeCommand<Diff>(); }
+
+}  // namespace cli

@@ -1,0 +1,87 @@
+// cli/commands/filecommand.h: what commands over files of a project have in common: the files are
+// chosen by names, the same is done to each, and what fails with one of them is told while the
+// others go on.
+#pragma once
+
+#include <functional>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "cli/archives/engine.h"
+#include "cli/command.h"
+#include "cli/local/localfiles.h"
+#include "cli/problem.h"
+#include "cli/session.h"
+
+namespace cli {
+
+class FileCommand : public Command {
+ public:
+  void run(Session& session) final;
+
+ protected:
+  using Need = Options::Need;
+  using Files = std::vector<const FileRecord*>;
+  using Step = std::function<void(const FileRecord& file)>;
+
+  // `name` is that of the command. What it uses the local files for is known before the first.
+  FileCommand(const char* name, State::Use use) : use_(use), name_(name) {}
+
+  // The whole command.
+  virtual void work() = 0;
+
+  void declareDry(Options& options);
+  void declareFiles(Options& options, Need need);
+
+  Session& session() const { return *session_; }
+  Output& output() const { return session_->output(); }
+  // Opened when it is first asked for: what can be refused without them comes before.
+  LocalFiles& local() const;
+  std::string shownPath(const FileRecord& file) const { return local().shownPath(file); }
+  Files chosen() const { return local().choose(names_); }
+  // For the words of a problem.
+  Subject about(const FileRecord& file, const std::string& revision = "") const;
+
+  // To how many files it was done. `step` gets each and may throw Problem.
+  size_t forEach(const Files& files, const Step& step) const;
+  void beSure(const std::string& question) const;
+
+  // What is said of a deed: "locked", and in a dry run "would lock".
+  struct Verb {
+    const char* plain;
+    const char* done;
+  };
+  std::string said(const Verb& verb) const;
+  // "locked pump.c 1.0" and `rest`. The number may be empty; `more` are further fields.
+  void tell(const FileRecord& file, const std::string& said, const std::string& number,
+            std::string_view rest = "", const Fields& more = {}) const;
+  // "2 files locked", or "2 files to lock".
+  void tellCount(size_t count, const Verb& verb, std::string_view rest = "") const;
+
+  bool isDry_ = false;
+  std::vector<std::string> names_;
+  State::Use use_;
+
+ private:
+  const char* name_;
+  Session* session_ = nullptr;
+  mutable std::optional<LocalFiles> local_;
+};
+
+// The same as FileCommand has, where a command chooses its files otherwise.
+size_t forEachFile(Session& session, std::string_view command,
+                   const std::vector<const FileRecord*>& files,
+                   const std::function<void(const FileRecord& file)>& step);
+
+// A question that stands for the whole command: "no" ends it. In a dry run nothing is asked.
+void beSure(Session& session, std::string_view command, const std::string& question, bool isDry);
+
+// The text, or null for none.
+inline Value orNull(const std::string& text) { return text.empty() ? Value() : Value(text); }
+inline Value numberOrNull(const RevisionInfo* revision) {
+  return revision == nullptr ? Value() : Value(revision->number);
+}
+
+}  // namespace cli

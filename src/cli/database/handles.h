@@ -1,0 +1,43 @@
+// cli/database/handles.h: the library's handles, as this folder uses them.
+#pragma once
+
+#include <string>
+
+#include "cli/database/database.h"
+#include "core/handle.h"
+#include "domain/projectfolder.h"
+#include "runtime/nativepath.h"
+
+namespace cli {
+
+// The operating system's path for a path text of the data files.
+inline std::string native(const foldapi::VString& text) {
+  return text.isEmpty() ? "" : foldapi::nativePath(text.view());
+}
+
+// An open count for the length of a block.
+class Opened {
+ public:
+  explicit Opened(foldapi::TVHandle& handle) : handle_(handle) { handle_.open(); }
+  Opened(const Opened&) = delete;
+  Opened& operator=(const Opened&) = delete;
+  ~Opened() { handle_.close(); }
+
+ private:
+  foldapi::TVHandle& handle_;
+};
+
+template <typename Class, typename Visit>
+void forEach(foldapi::TVHandle& parent, const Visit& visit) {
+  const Opened open(parent);
+  for (foldapi::TVHandle* child = &parent.first(&Class::theClass); !child->isNull();
+       child = &parent.next(&Class::theClass)) {
+    visit(*child);
+  }
+}
+
+struct Project::Impl {
+  foldapi::TVProjectFolderHandle handle;
+};
+
+}  // namespace cli

@@ -1,0 +1,290 @@
+// cli/database/project.cpp: a project, its files and its folders by way of the library's classes.
+#include <fmt/format.h>
+
+#include <algorithm>
+
+#include "cli/database/database.h"
+#include "cli/database/handles.h"
+#include "cli/database/messages.h"
+#include "cli/problem.h"
+#include "cli/text/paths.h"
+#include "cli/text/text.h"
+#include "core/lockscope.h"
+#include "domain/archivemember.h"
+#include "store/52proj.h"
+#include "toolkit/bracket.h"
+#include "toolkit/configfiles.h"
+
+namespace cli {
+namespace {
+
+using foldapi::TVArchiveFolder;
+using foldapi::TVArchiveFolderHandle;
+using foldapi::TVArchiveMember;
+using foldapi::TVArchiveMemberHandle;
+using foldapi::TVHandle;
+using foldapi::TVProjectFolder;
+using foldapi::TVProjectFolderHandle;
+using foldapi::VPathString;
+using foldapi::VString;
+
+// Where a member's file is, from the top of the project's work directory.
+std::string pathOf(const TVArchiveMember& member, const std::string& top) {
+  const std::string whole = native(member.fullWorkName());
+  if (top.empty() || !isBelow(top, whole)) return whole;
+  return relativePath(top, whole);
+}
+
+void takeMembers(TVHandle& parent, const std::string& top, const std::string& folder,
+                 std::vector<FileRecord>* to) {
+  forEach<TVArchiveMember>(parent, [&](TVHandle& child) {
+    const auto& member = *child.as<TVArchiveMember>();
+    to->push_back({pathOf(member, top), native(member.qualArchiveName()), folder});
+  });
+}
+
+}  // namespace
+
+Project::Project() = default;
+Project::Project(Project&&) noexcept = default;
+Project& Project::operator=(Project&&) noexcept = default;
+Project::~Project() = default;
+
+const std::string& Project::name() const {
+  return impl_->handle.as<TVProjectFolder>()->folderName().str();
+}
+std::string Project::workDirectory() const { return native(impl_->handle.privateDir()); }
+std::string Project::teamWorkDirectory() const { return native(impl_->handle.publicDir()); }
+
+void Project::setWorkDirectory(const std::string& directory) {
+  Messages::instance().forget();
+  impl_->handle.setPrivateDir(directory);
+  if (workDirectory() != directory) {
+    throw Problem{name(), withMessages("its work directory could not be stored"), "try again"};
+  }
+}
+
+void Project::setTeamWorkDirectory(const std::string& directory) {
+  Messages::instance().forget();
+  impl_->handle.setPublicDir(directory);
+  if (teamWorkDirectory() != directory) {
+    throw Problem{name(), withMessages("the team's work directory could not be stored"),
+                  "try again"};
+  }
+}
+
+std::string Project::configurationFile() const {
+  return native(impl_->handle.effectiveConfig().path);
+}
+
+std::string Project::publicDirectory() const {
+  const auto* const project =
+      dynamic_cast<const foldapi::TVProjectFolder52*>(impl_->handle.object());
+  return project == nullptr ? "" : native(project->storageDir(foldapi::Side::kPublic));
+}
+
+std::vector<std::string> Project::archiveDirectories() const {
+  std::vector<std::string> result;
+  for (const std::string& each : split(impl_->handle.effectiveConfig().archiveDirs.view(), ';')) {
+    result.push_back(native(VString(each)));
+  }
+  return result;
+}
+
+void Project::setArchiveDirectories(const std::string& directories) {
+  TVProjectFolderHandle& handle = impl_->handle;
+  Messages::instance().forget();
+  foldapi::TVProjectConfig config = handle.effectiveConfig();
+  foldapi::appendArchiveDirs(&config, VString(directories), handle);
+  handle.setConfig(config, foldapi::theNoLock());
+  if (handle.effectiveConfig().archiveDirs.str() != directories) {
+    throw Problem{name(), withMessages("its archive directories could not be stored"),
+                  "see who owns its configuration"};
+  }
+}
+
+std::vector<FileRecord> Project::files() const {
+  std::vector<FileRecord> result;
+  const std::string top = workDirectory();
+  takeMembers(impl_->handle, top, "", &result);
+  forEach<TVArchiveFolder>(impl_->handle, [&](TVHandle& child) {
+    takeMembers(child, top, child.as<TVArchiveFolder>()->folderName().str(), &result);
+  });
+  std::sort(result.begin(), result.end(),
+            [](const FileRecord& left, const FileRecord& right) { return left.path < right.path; });
+  return result;
+}
+
+namespace {
+
+// The place of a folder from the top of the project's work directory.
+std::string directoryOf(const TVArchiveFolder& folder, const std::string& top) {
+  const std::string native = cli::native(folder.privateWorkDir());
+  if (native.empty()) return "";
+  const std::string whole = absolutePath(top, native);
+  return isBelow(top, whole) && whole != top ? relativePath(top, whole)
+                                             : (whole == top ? "" : whole);
+}
+
+TVArchiveFolderHandle findFolder(TVHandle& project, const std::string& name) {
+  TVArchiveFolderHandle found;
+  forEach<TVArchiveFolder>(project, [&](TVHandle& child) {
+    if (child.as<TVArchiveFolder>()->folderName().str() == name) {
+      found = TVArchiveFolderHandle(child);
+    }
+  });
+  if (!found.isNull()) return found;
+  throw misuse(name, "no such folder", "'trevault folder list' lists them");
+}
+
+// What a record below `parent` says of a file: its path counts from the folder's place.
+foldapi::TVMemberNames namesOf(const FileRecord& file, const std::string& folderDirectory) {
+  std::string path = file.path;
+  if (!folderDirectory.empty()) {
+    if (!isBelow(folderDirectory, path)) {
+      throw Problem{file.path,
+                    fmt::format("lies outside of folder {}, which is {}", file.folder,
+                                shown(folderDirectory)),
+                    "choose another place, or another folder"};
+    }
+    path = relativePath('/' + folderDirectory, '/' + path);
+  }
+  return {VPathString(std::string(directoryPart(file.archive))),
+          VPathString(std::string(namePart(file.archive))),
+          VPathString(std::string(directoryPart(path))), VPathString(std::string(namePart(path)))};
+}
+
+// The record of a file; null if there is none any more.
+TVArchiveMemberHandle findMember(TVHandle& parent, const std::string& top, const FileRecord& file) {
+  TVArchiveMemberHandle found;
+  forEach<TVArchiveMember>(parent, [&](TVHandle& child) {
+    const auto& member = *child.as<TVArchiveMember>();
+    const bool isIt =
+        pathOf(member, top) == file.path && native(member.qualArchiveName()) == file.archive;
+    if (isIt) found = TVArchiveMemberHandle(child);
+  });
+  return found;
+}
+
+}  // namespace
+
+void Project::addFiles(const std::vector<FileRecord>& files, const Failed& failed) {
+  Messages::instance().forget();
+  TVProjectFolderHandle& handle = impl_->handle;
+  const std::string top = workDirectory();
+  const foldapi::TVLockScope scope(handle);
+  if (!scope.holds(handle)) {
+    throw Problem{name(), withMessages("its list of files can't be changed now"), "try again"};
+  }
+  const auto add = [&](const FileRecord& file) {
+    TVArchiveFolderHandle folder;
+    if (!file.folder.empty()) folder = findFolder(handle, file.folder);
+    TVHandle& parent = folder.isNull() ? static_cast<TVHandle&>(handle) : folder;
+    const std::string directory =
+        folder.isNull() ? "" : directoryOf(*folder.as<TVArchiveFolder>(), top);
+    const Opened open(parent);
+    foldapi::TVCreateOptions options{.scope = const_cast<foldapi::TVLockScope&>(scope)};
+    if (TVArchiveMemberHandle::create(namesOf(file, directory), parent, options).isNull()) {
+      throw Problem{file.path, withMessages("its record could not be stored"),
+                    "choose another name"};
+    }
+  };
+  for (const FileRecord& file : files) {
+    try {
+      add(file);
+    } catch (const Problem& problem) {
+      failed(file, problem);
+    }
+  }
+}
+
+void Project::removeFile(const FileRecord& file) {
+  Messages::instance().forget();
+  TVArchiveFolderHandle folder;
+  if (!file.folder.empty()) folder = findFolder(impl_->handle, file.folder);
+  TVHandle& parent = folder.isNull() ? static_cast<TVHandle&>(impl_->handle) : folder;
+  const Opened open(parent);
+  TVArchiveMemberHandle member = findMember(parent, workDirectory(), file);
+  const bool isThere = !member.isNull();
+  if (isThere) member.destroy(foldapi::theNoLock());
+  if (!isThere || !Messages::instance().areNone()) {
+    throw Problem{file.path, withMessages("its record could not be removed"), "try again"};
+  }
+}
+
+// The folder holds its records in its file: it is the folder that is edited.
+void Project::renameFile(const FileRecord& file, const std::string& path) {
+  Messages::instance().forget();
+  const std::string top = workDirectory();
+  TVArchiveFolderHandle folder;
+  if (!file.folder.empty()) folder = findFolder(impl_->handle, file.folder);
+  TVHandle& parent = folder.isNull() ? static_cast<TVHandle&>(impl_->handle) : folder;
+  const std::string directory =
+      folder.isNull() ? "" : directoryOf(*folder.as<TVArchiveFolder>(), top);
+  FileRecord renamed = file;
+  renamed.path = path;
+  const foldapi::TVMemberNames names = namesOf(renamed, directory);
+  bool isDone = false;
+  const Opened open(parent);  // What is not in memory would not be written again.
+  {
+    const foldapi::TVLockScope scope(parent);
+    TVArchiveMemberHandle member =
+        scope.holds(parent) ? findMember(parent, top, file) : TVArchiveMemberHandle();
+    if (!member.isNull() && names.areStorable(member)) {
+      member.as<TVArchiveMember>()->setNames(names);
+      parent.object()->setDirty(true);
+      isDone = true;
+    }
+  }
+  if (!isDone || !Messages::instance().areNone()) {
+    throw Problem{file.path, withMessages("its record could not be renamed"), "try again"};
+  }
+}
+
+// Folders -----------------------------------------------------------------------------------------
+
+std::vector<FolderRecord> Project::folders() const {
+  std::vector<FolderRecord> result;
+  const std::string top = workDirectory();
+  forEach<TVArchiveFolder>(impl_->handle, [&](TVHandle& child) {
+    const auto& folder = *child.as<TVArchiveFolder>();
+    FolderRecord record{folder.folderName().str(), directoryOf(folder, top),
+                        static_cast<bool>(folder.isPrivate())};
+    forEach<TVArchiveMember>(child, [&](TVHandle&) { ++record.files; });
+    result.push_back(std::move(record));
+  });
+  return result;
+}
+
+void Project::addFolder(const FolderRecord& folder) {
+  for (const FolderRecord& each : folders()) {
+    if (each.name == folder.name) throw misuse(folder.name, "there is such a folder already");
+  }
+  Messages::instance().forget();
+  const auto privacy = folder.isMine ? foldapi::TVPrivacy::kPrivate : foldapi::TVPrivacy::kPublic;
+  const bool isMade =
+      !TVArchiveFolderHandle::create(folder.name, folder.directory, privacy, impl_->handle)
+           .isNull();
+  if (!isMade || !Messages::instance().areNone()) {
+    throw Problem{folder.name, withMessages("could not be stored"), "try again"};
+  }
+}
+
+void Project::removeFolder(const std::string& name) {
+  Messages::instance().forget();
+  TVArchiveFolderHandle folder = findFolder(impl_->handle, name);
+  folder.destroy(foldapi::theNoLock());
+  if (!Messages::instance().areNone()) {
+    throw Problem{name, withMessages("could not be removed"), "try again"};
+  }
+}
+
+void Project::useConfiguration() const {
+  Messages::instance().forget();
+  if (!foldapi::useInClientState(impl_->handle)) {
+    throw Problem{configurationFile(), withMessages("the configuration can't be read"),
+                  "see who owns it"};
+  }
+}
+
+}  // namespace cli
