@@ -1,6 +1,6 @@
 # What to do with a fresh clone; each installs what it needs and builds by itself.
 #
-#   make demo    a day's work of a small team, and the C example that prints the database then
+#   make demo    a team's day with trevault, and the C example that prints the database then
 #   make install [PREFIX=/usr/local] [DESTDIR=]   the program, the libraries and what others build with
 #   make test    all tests: optimised, with the sanitizers, and the checks of the sources
 #   make bench   the benchmarks
@@ -14,11 +14,8 @@ PREFIX = /usr/local
 
 demo:
 	@scripts/setup.sh build
-	@scripts/build.sh build walk team
-	@rm -rf build/demo
-	@build/team examples/team/files build/demo --user "$$(id -un)" > /dev/null
-	@cat build/demo/day.txt; echo
-	@KSTR_INI=build/demo/KSTR.INI build/walk
+	@scripts/build.sh build trevault walk
+	@scripts/demo.sh build
 
 install:
 	@scripts/setup.sh build

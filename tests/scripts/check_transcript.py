@@ -1,6 +1,8 @@
 #!/usr/bin/env python3
 """Runs the sessions of transcripts and Markdown pages and compares what comes out:
 check_transcript.py TREVAULT (TRANSCRIPT|PAGE.md)...
+or shows one as it goes, with what comes out, and leaves the users' homes in DIRECTORY:
+check_transcript.py --play DIRECTORY TREVAULT TRANSCRIPT
 
 A line that begins with "$ " is a command of ann's, one with "bob$ " or another name a command of
 that user's. An answer stands in the question's own line, after "[y/N] ". What follows up to the
@@ -10,7 +12,7 @@ shows "2026-11-23 09:12" where a time is, and homes below /home.
 
 What the people at the terminals don't see stands in lines of set-up: "#$ " or "#bob$ " and a
 command, whose output counts for nothing and which must succeed; "#set NAME=VALUE" for a variable of
-all users.
+all users. Other lines that begin with "# " say what goes on.
 
 A line "[...]" in the output stands for any lines. A command that ends in "\\" or holds "<<" goes on
 in lines that begin with "> ".
@@ -21,6 +23,7 @@ They are run from the top of the page down, as one transcript. Set-up stands in 
     <!-- #$ mkdir pump -->      a line of set-up, or several
     <!-- file: pump.c -->       ann has the next block as that file in her directory
     <!-- not run: it takes an hour -->    the next block is left out, and that is printed
+    <!-- pasted -->             the next block is pasted into a shell, and the one after it comes out
     <!-- new machine -->        what follows begins with empty homes
 
 Programs of a page are compiled as if header files and libraries were installed.
@@ -44,7 +47,7 @@ SETTING = re.compile(r"#set (\w+)=(.*)")
 ACCOUNT = pwd.getpwuid(os.geteuid()).pw_name
 QUESTION = re.compile(rb"\[y/N[^]\n]*\] $")
 FENCE = re.compile(r"( *)(```+)(.*)")
-NOTE = re.compile(r" *<!--\s*(file|not run|new machine)(?:: *(.*?))? *-->")
+NOTE = re.compile(r" *<!--\s*(file|not run|pasted|new machine)(?:: *(.*?))? *-->")
 INCLUDES = pathlib.Path(__file__).resolve().parents[2] / "include"
 TIME = re.compile(r"\d{4}-\d\d-\d\d[ T]\d\d:\d\d(:\d\d)?")
 
@@ -89,6 +92,24 @@ class Shell:
         return output.decode(errors="replace").replace("\r\n", "\n")
 
 
+class Session:
+    """The shells of a transcript's users."""
+
+    def __init__(self, base, trevault, text):
+        self.base, self.trevault, self.settings = base, trevault, SETTING.findall(text)
+        self.shells = {}
+        (base / "tmp").mkdir()
+
+    def run(self, user, command, expected):
+        """Gives the command with the places of the test, what came out and the exit code."""
+        if user not in self.shells:
+            self.shells[user] = Shell(self.base, user, self.trevault)
+            self.shells[user].environment.update(self.settings)
+        command = re.sub(r"(?<=[\s'=])/(srv|tmp|home)/", r"%s/\1/" % self.base, command)
+        answers = re.findall(r"\[y/N[^]\n]*\] (\w+)$", "\n".join(expected or []), re.MULTILINE)
+        return command, self.shells[user].run(command, answers), self.shells[user].code
+
+
 def is_session(lines):
     return any(match and not match[1] for match in map(COMMAND.fullmatch, lines))
 
@@ -112,6 +133,10 @@ def pieces(page):
             yield "text", line
 
 
+def written(name, lines):
+    return ["#$ cat > '%s' << 'END OF FILE'" % name, *("> " + line for line in lines), "> END OF FILE"]
+
+
 def transcripts(path):
     """Gives the text of each transcript of a page; that of any other file is one."""
     if path.suffix != ".md":
@@ -132,8 +157,13 @@ def transcripts(path):
             if kind == "not run":
                 print("%s: not run: %s: %s" % (path.name, name, value[0]))
             elif kind == "file":
-                parts[-1] += ["#$ cat > '%s' << 'END OF FILE'" % name, *("> " + line for line in value),
-                              "> END OF FILE"]
+                parts[-1] += written(name, value)
+            elif kind == "pasted":
+                parts[-1] += written("pasted", value) + ["#$ mv pasted ~/.pasted", "$ . ~/.pasted"]
+                note = "printed", ""
+                continue
+            elif kind == "printed":
+                parts[-1] += value
             elif is_session(value):
                 parts[-1] += value
             note = None
@@ -177,21 +207,15 @@ def check(trevault, name, text):
     """Runs one transcript; False and a report at the first command that says something else."""
     with tempfile.TemporaryDirectory() as directory:
         base = pathlib.Path(directory).resolve()
-        (base / "tmp").mkdir()
-        shells = {}
+        session = Session(base, trevault, text)
         for user, command, expected in parse(text):
-            shell = shells.setdefault(user, Shell(base, user, trevault))
-            shell.environment.update(SETTING.findall(text))
-            command = re.sub(r"(?<=[\s'=])/(srv|tmp|home)/", r"%s/\1/" % base, command)
+            command, said, code = session.run(user, command, expected)
             if expected is None:
-                said = shell.run(command, "")
-                if shell.code != 0:
+                if code != 0:
                     print("%s: set-up %s$ %s\n%s" % (name, user, command, said))
                     return False
                 continue
-            answers = re.findall(r"\[y/N[^]\n]*\] (\w+)$", "\n".join(expected), re.MULTILINE)
-            output = masked(shell.run(command, answers), base)
-            wanted = masked("\n".join(expected), base)
+            output, wanted = masked(said, base), masked("\n".join(expected), base)
             if not agrees(output, wanted):
                 print("%s: %s$ %s" % (name, user, command))
                 print("\n".join(difflib.unified_diff(wanted.split("\n"), output.split("\n"),
@@ -200,7 +224,23 @@ def check(trevault, name, text):
     return True
 
 
+def play(directory, trevault, path):
+    base = pathlib.Path(directory).resolve()
+    base.mkdir(parents=True)
+    text = path.read_text()
+    session = Session(base, trevault, text)
+    for part in re.split(r"(?m)^(?=\S*\$ )", text):
+        for user, command, expected in parse(part):
+            command, said, _ = session.run(user, command, expected)
+            if expected is not None:
+                print("%s$ %s\n%s" % (user, command, said), end="", flush=True)
+        told = re.findall(r"(?m)^# .*\n", part)
+        print("\n" * bool(told) + "".join(told), end="", flush=True)
+
+
 if __name__ == "__main__":
+    if sys.argv[1] == "--play":
+        sys.exit(play(sys.argv[2], *(pathlib.Path(name).resolve() for name in sys.argv[3:])))
     program = pathlib.Path(sys.argv[1]).resolve()
     passed = [check(program, path.name, text) for path in map(pathlib.Path, sys.argv[2:])
               for text in transcripts(path)]
