@@ -114,6 +114,18 @@ class Archives : public Toolkit {
     return status == TRVS_DONE ? support::readFile(workfile()) : statusText(status);
   }
 
+  // The same without a workfile.
+  static std::string contentIn(const std::string& archive, const std::string& revision) {
+    std::string bytes;
+    const auto take = [](void* to, const void* data, uint64_t size) {
+      static_cast<std::string*>(to)->append(static_cast<const char*>(data), size);
+      return int32_t{TRVS_GO_ON};
+    };
+    const int32_t status =
+        TrvsReadRevision(TRVS_CONTEXT, archive.c_str(), revision.c_str(), -1, take, &bytes, 0);
+    return status == TRVS_DONE ? bytes : statusText(status);
+  }
+
   int32_t lock(const char* revision = nullptr, const char* group = nullptr) {
     return TrvsLockRevision(TRVS_CONTEXT, archive().c_str(), revision, group);
   }
@@ -171,9 +183,10 @@ class Archives : public Toolkit {
   }
   // The revision tree: "1.1^+ ann #REL ~dev", where "^" is a head, "+" has a branch, "!" is a
   // locker; deeper levels stand in "<>".
-  std::string tree() const {
+  std::string tree() const { return treeOf(target()); }
+  static std::string treeOf(const std::string& archive) {
     TrvsRevTree* first = nullptr;
-    const int32_t status = TrvsRevTreeInfo(TRVS_CONTEXT, target().c_str(), &first, TRVS_TREE_FETCH);
+    const int32_t status = TrvsRevTreeInfo(TRVS_CONTEXT, archive.c_str(), &first, TRVS_TREE_FETCH);
     if (status != TRVS_DONE) return statusText(status);
     std::string result;
     int level = 1;

@@ -4,7 +4,6 @@
 
 #include <cerrno>
 #include <filesystem>
-#include <random>
 
 #include "btkf520/archives.h"
 #include "os/systemcalls.h"
@@ -249,59 +248,6 @@ TEST_F(Batch, IsAsLongAsItHasTo) {
       return 0;
     });
     EXPECT_EQ(failed, 0) << most;
-  }
-}
-
-// In each round the workfiles are written, then checked in by one batch, which removes them.
-TEST_F(Batch, LosesNothingWhenItIsKilled) {
-  constexpr int kArchives = 12;
-  const auto text = [](int i, int round) {
-    return std::to_string(i) + " " + std::to_string(round);
-  };
-  std::mt19937 random(7);
-  for (int life = 0; life < 25; ++life) {
-    for (int i = 0; i < kArchives; ++i) unlink(archiveOf(i).c_str());
-    ChildProcess member([&](ChildProcess& self) {
-      for (int round = 0;; ++round) {
-        for (int i = 0; i < kArchives; ++i) write("w" + std::to_string(i), text(i, round));
-        self.signal();
-        if (begin() != TRVS_DONE) return 1;
-        for (int i = 0; i < kArchives; ++i) {
-          const int32_t status =
-              round == 0 ? TrvsCreateWithRevision(TRVS_CONTEXT, archiveOf(i).c_str(),
-                                                  workfileOf(i).c_str(), nullptr, nullptr, nullptr,
-                                                  nullptr, nullptr, nullptr, nullptr, 0, 0)
-                         : putFrom(both(i), {.flags = TRVS_PUT_OLDER});
-          if (status != TRVS_DONE) return 2;
-          if (round == 0) {
-            TrvsSetAttributes(TRVS_CONTEXT, archiveOf(i).c_str(), 0, TRVS_ATTRIBUTE_CHECK_LOCKS);
-          }
-        }
-        if (end() != TRVS_DONE) return 3;
-        self.signal();
-      }
-    });
-    ASSERT_TRUE(member.await());
-    ::usleep(static_cast<useconds_t>(random() % 60000));
-    EXPECT_TRUE(member.isRunning());
-    member.kill();
-    const int signals = 1 + member.countSignals();
-    const int written = (signals + 1) / 2;  // Rounds whose workfiles were all written.
-    const int promised = signals / 2;
-    for (int i = 0; i < kArchives; ++i) {
-      SCOPED_TRACE(i);
-      const std::string tip = tipOf(i);
-      const bool isLast = tip == text(i, written - 1);
-      EXPECT_TRUE(isLast || tip == text(i, written - 2) ||
-                  (written < 2 && tip == statusText(TRVS_NO_ARCHIVE)))
-          << tip;
-      EXPECT_TRUE(isLast || promised < written) << tip;
-      EXPECT_TRUE(isLast || isThere(workfileOf(i))) << tip;
-      if (!tip.starts_with("status")) {
-        EXPECT_EQ(TrvsVerifyArchive(TRVS_CONTEXT, archiveOf(i).c_str(), nullptr, 0), TRVS_DONE);
-        EXPECT_EQ(labelOf(i, "NEXT"), TRVS_DONE);
-      }
-    }
   }
 }
 

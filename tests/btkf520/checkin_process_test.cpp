@@ -108,24 +108,6 @@ TEST_F(Team, LosesNothing) {
   }
 }
 
-TEST_F(Team, LosesNothingWhenItsMembersAreKilled) {
-  start(Locks::kNotChecked);
-  std::mt19937 random(11);
-  for (int life = 0; life < 50; ++life) {
-    const std::string name = "life" + std::to_string(life);
-    ChildProcess writer(
-        [&](ChildProcess& self) { return work(name, 1 << 30, Locks::kNotChecked, self); });
-    ::usleep(static_cast<useconds_t>(random() % 40000));
-    EXPECT_TRUE(writer.isRunning());
-    writer.kill();
-    countAcknowledged(name, writer);
-    ASSERT_TRUE(isWhole()) << name;
-  }
-  EXPECT_EQ(put("last", {.change = "last"}), TRVS_DONE);
-  EXPECT_LE(check(), 52u) << "each life may have one that it could not acknowledge";
-  EXPECT_FALSE(std::filesystem::exists(archive() + ".trvs-new"));
-}
-
 // Of several that make one archive at once, one does, and the others are told so.
 TEST_F(Team, MakesAnArchiveOnce) {
   for (int round = 0; round < 20; ++round) {

@@ -203,17 +203,6 @@ class Readers : public Archives {
     }
     return result + std::to_string(revisions);
   }
-  std::string readContent(const char* number) const {
-    std::string bytes;
-    const auto take = [](void* to, const void* data, uint64_t size) {
-      static_cast<std::string*>(to)->append(static_cast<const char*>(data), size);
-      return int32_t{TRVS_GO_ON};
-    };
-    const int32_t status =
-        TrvsReadRevision(TRVS_CONTEXT, archive().c_str(), number, -1, take, &bytes, 0);
-    return status == TRVS_DONE ? bytes : statusText(status);
-  }
-
   std::string tip(const std::string& out) const {
     const int32_t status = getTo(archive() + "(" + out + ")", TRVS_GET_OVERWRITE);
     return status == TRVS_DONE ? support::readFile(out) : statusText(status);
@@ -246,7 +235,7 @@ class Readers : public Archives {
          }},
         {"verify", [&] { return statusText(verify()); },
          [](const State&) { return statusText(TRVS_DONE); }},
-        {"revision", [&] { return readContent(numberOf(number).c_str()); },
+        {"revision", [&] { return contentIn(archive(), numberOf(number)); },
          [&](const State& state) {
            const bool isThere = state.oldest() <= number && number <= state.newest();
            return isThere ? contentOf(number) : statusText(TRVS_NO_REVISION);
