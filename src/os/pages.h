@@ -21,7 +21,7 @@ class Memory {
   // From here on pieces are wide. Narrower ones don't count.
   static constexpr size_t kWide = 1 << 20;
   // Ordinary memory in wide pieces. To be set by tests alone.
-  static inline std::atomic<size_t> mostOrdinary = 48 << 20;
+  static inline std::atomic<size_t> mostOrdinary = 64 << 20;
 
   Memory() = default;
   // Throws std::bad_alloc, also where ordinary memory would be needed and the system has not as
@@ -39,6 +39,17 @@ class Memory {
   // Whether it is a file.
   bool isMapped() const { return isMapped_; }
 
+  // As long as an object of this lives, ordinary memory of wide pieces that is given back is kept
+  // for the next ones: new memory takes time to clear. It counts as in use, but makes room for
+  // pieces that it doesn't fit.
+  class Reuse {
+   public:
+    Reuse();
+    Reuse(const Reuse&) = delete;
+    Reuse& operator=(const Reuse&) = delete;
+    ~Reuse();
+  };
+
  private:
   void swap(Memory& other) noexcept {
     std::swap(place_, other.place_);
@@ -46,10 +57,15 @@ class Memory {
     std::swap(isMapped_, other.isMapped_);
   }
 
+  class Spares;
+
+  static Spares& spares();
+  static bool takeOrdinary(size_t size);
+
   static inline std::atomic<size_t> ordinary_ = 0;  // In use, of all wide pieces.
 
   void* place_ = nullptr;
-  size_t size_ = 0;
+  size_t size_ = 0;  // Or more than was asked for.
   bool isMapped_ = false;
 };
 

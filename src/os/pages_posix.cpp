@@ -6,11 +6,14 @@
 #include <sys/statfs.h>
 #include <unistd.h>
 
+#include <array>
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
+#include <mutex>
 #include <new>
 #include <string>
+#include <utility>
 
 #include "os/calls_posix.h"
 #include "os/environment.h"
@@ -87,10 +90,86 @@ bool isShort(size_t size) {
 
 }  // namespace
 
+// Ordinary memory of wide pieces that nobody uses at present.
+class Memory::Spares {
+ public:
+  void addUser() {
+    const std::lock_guard<std::mutex> lock(mutex_);
+    ++users_;
+  }
+  void removeUser() {
+    const std::lock_guard<std::mutex> lock(mutex_);
+    if (--users_ == 0) freeAll();
+  }
+
+  // False if it is not kept.
+  bool keep(void* place, size_t size) {
+    const std::lock_guard<std::mutex> lock(mutex_);
+    if (users_ == 0) return false;
+    for (Piece& each : pieces_) {
+      if (each.place != nullptr) continue;
+      each = {place, size};
+      return true;
+    }
+    return false;
+  }
+
+  // Null if none fits. *size becomes that of the piece.
+  void* take(size_t* size) {
+    const std::lock_guard<std::mutex> lock(mutex_);
+    for (Piece& each : pieces_) {
+      if (each.size < *size || each.size / 2 > *size) continue;
+      *size = each.size;
+      return std::exchange(each, {}).place;
+    }
+    return nullptr;
+  }
+
+  void clear() {
+    const std::lock_guard<std::mutex> lock(mutex_);
+    freeAll();
+  }
+
+ private:
+  struct Piece {
+    void* place = nullptr;
+    size_t size = 0;
+  };
+
+  void freeAll() {
+    for (Piece& each : pieces_) {
+      std::free(each.place);
+      ordinary_ -= std::exchange(each, {}).size;
+    }
+  }
+
+  std::mutex mutex_;
+  std::array<Piece, 8> pieces_{};
+  int users_ = 0;
+};
+
+// Never destroyed: calls late in a process's life still find it.
+Memory::Spares& Memory::spares() {
+  static auto* const spares = new Spares;
+  return *spares;
+}
+
+Memory::Reuse::Reuse() { spares().addUser(); }
+Memory::Reuse::~Reuse() { spares().removeUser(); }
+
+// Counts a wide piece. False if it is beyond the limit.
+bool Memory::takeOrdinary(size_t size) {
+  if (ordinary_.fetch_add(size) + size <= mostOrdinary) return true;
+  spares().clear();
+  return ordinary_ <= mostOrdinary;
+}
+
 Memory::Memory(size_t size) : size_(size) {
   if (size > PTRDIFF_MAX - kLargePage) throw std::bad_alloc();
   const bool isWide = size >= kWide;
-  const bool isTooMuch = isWide && ordinary_.fetch_add(size) + size > mostOrdinary;
+  if (isWide) place_ = spares().take(&size_);
+  if (place_ != nullptr) return;
+  const bool isTooMuch = isWide && !takeOrdinary(size);
   if (isTooMuch) {
     const std::string directory = environmentVariable("TMPDIR").value_or("");
     place_ = mapNamelessFile(directory, size);
@@ -109,8 +188,10 @@ Memory::~Memory() {
     ::munmap(place_, size_);
     return;
   }
+  const bool isWide = size_ >= kWide;
+  if (isWide && spares().keep(place_, size_)) return;
   std::free(place_);
-  if (size_ >= kWide) ordinary_ -= size_;
+  if (isWide) ordinary_ -= size_;
 }
 
 }  // namespace os

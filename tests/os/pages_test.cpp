@@ -41,6 +41,29 @@ TEST_F(WideMemory, IsAFileOnceThereIsEnoughOrdinary) {
   EXPECT_FALSE(Memory(3 * Memory::kWide).isMapped()) << "all of it is free again";
 }
 
+TEST_F(WideMemory, IsUsedAgainByWhoAsksForIt) {
+  const auto place = [](size_t size) {
+    const Memory memory(size);
+    EXPECT_FALSE(memory.isMapped());
+    std::memset(memory.data(), 'x', size);
+    return memory.data();
+  };
+  {
+    const Memory::Reuse reuse;
+    char* const first = place(2 * Memory::kWide);
+    EXPECT_EQ(place(Memory::kWide + 1), first);
+    const Memory taken(2 * Memory::kWide);
+    EXPECT_EQ(taken.data(), first);
+    EXPECT_TRUE(Memory(2 * Memory::kWide).isMapped()) << "what is in use counts";
+  }
+  {
+    const Memory::Reuse reuse;
+    place(2 * Memory::kWide);
+    place(3 * Memory::kWide);  // There is room once what is kept is given back.
+  }
+  place(3 * Memory::kWide);
+}
+
 TEST_F(WideMemory, IsOrdinaryWhereThereCanBeNoSuchFile) {
   Memory::mostOrdinary = 0;
   for (const int error : {ENOSPC, EOPNOTSUPP}) {

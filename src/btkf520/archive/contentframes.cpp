@@ -26,11 +26,11 @@ constexpr uint64_t kWidestWindowInPieces = 8 << 20;
 constexpr int kLevel = 1;
 // A delta that saves less than this part of the content may be worse than no delta at all.
 constexpr size_t kPoorRatio = 4;
+// Of a wider content the frame gets no room for the worst case at once.
+constexpr size_t kWideContent = 1 << 20;
 // The search of zstd itself is not used for deltas, so its tables may be as small as they can be.
 constexpr int kLeastTableLog = 6;
 constexpr size_t kLeastMatch = 3;
-// Memory to unpack to that is worth keeping from one frame to the next.
-constexpr size_t kMostKept = 16 << 20;
 
 void set(ZSTD_CCtx* context, ZSTD_cParameter parameter, int value) {
   if (ZSTD_isError(ZSTD_CCtx_setParameter(context, parameter, value)) != 0) throw std::bad_alloc();
@@ -187,11 +187,21 @@ std::optional<Bytes> FrameCodec::packDelta(std::string_view content, std::string
   set(packing_, ZSTD_c_chainLog, kLeastTableLog);
   set(packing_, ZSTD_c_searchForExternalRepcodes, ZSTD_ps_enable);
   ZSTD_registerSequenceProducer(packing_, &passages, BlockPassages::produce);
-  Bytes frame(ZSTD_compressBound(content.size()));
-  const size_t size =
-      ZSTD_compress2(packing_, frame.data(), frame.size(), content.data(), content.size());
-  if (ZSTD_isError(size) != 0) return {};
-  frame.shrink(size);
+  set(packing_, ZSTD_c_stableInBuffer, 1);
+  const size_t most = ZSTD_compressBound(content.size());
+  Bytes frame(most <= kWideContent ? most : most / kPoorRatio);
+  ZSTD_inBuffer in{content.data(), content.size(), 0};
+  ZSTD_outBuffer out{frame.data(), frame.size(), 0};
+  for (;;) {
+    const size_t left = ZSTD_compressStream2(packing_, &out, &in, ZSTD_e_end);
+    if (ZSTD_isError(left) != 0) return {};
+    if (left == 0) break;
+    Bytes wider(most);
+    frame.view().copy(wider.data(), out.pos);
+    frame = std::move(wider);
+    out = {frame.data(), frame.size(), out.pos};
+  }
+  frame.shrink(out.pos);
   return frame;
 }
 
@@ -209,7 +219,7 @@ bool FrameCodec::isRight(const Bytes& frame, std::string_view prefix, uint64_t l
     unpacked_ = Bytes(length);
   }
   const bool isUnpacked = unpackTo(pieces(), pieces, prefix, &unpacked_, &sum);
-  if (length > kMostKept) unpacked_ = Bytes();
+  if (length >= os::Memory::kWide) unpacked_ = Bytes();
   return isUnpacked && sum.value() == checksum;
 }
 

@@ -74,7 +74,8 @@ class FrameCodec {
   ZSTD_CCtx_s* packing_ = nullptr;  // Made at first use, both.
   ZSTD_DCtx_s* unpacking_ = nullptr;
   PassageFinder passages_;
-  Bytes unpacked_;  // To be looked at only, and then used again: new memory takes time to clear.
+  Bytes unpacked_;  // To be looked at only, and then used again.
+  os::Memory::Reuse reuse_;
 };
 
 }  // namespace btkf
