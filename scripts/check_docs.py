@@ -16,10 +16,25 @@ PATH = re.compile(r"(?<![\w./-])((?:%s)/[\w./*-]*)" % "|".join(FOLDERS))
 # Workfiles in examples end in .c too, so a C source counts with its path only.
 FILE = re.compile(r"(?<![\w./<-])((?:\w+/)*[\w*-]+\.(?:h|cpp|py|sh|def))(?![\w])")
 LINK = re.compile(r"""(?:\]\(|src(?:set)?=")(?!https?:)([^)"#]*)(?:#([^)"]*))?[)"]""")
-BLOCK = re.compile(r"^( *)```.*?^\1```$", re.MULTILINE | re.DOTALL)
+BLOCK = re.compile(r"^( *)```.*?^\1```$|^<!--.*?-->$", re.MULTILINE | re.DOTALL)
 SESSION = re.compile(r"^ *\w*\$ ", re.MULTILINE)
 HEADING = re.compile(r"^#+ +(.*)$", re.MULTILINE)
 FUNCTION = re.compile(r"`(?:(\w+)::)?(\w+)\(\)`")
+
+# Pages that name, in headings or first cells of tables, all that a part of a source names.
+LISTS = {
+    "docs/errors.md": ("include/btkf520/btkf520.h", r"enum TrvsStatus \{.*?\} TrvsStatus;", r"^  (TRVS_\w+) ="),
+}
+ENTRY = re.compile(r"^(?:###|\|) (`[^|]*)", re.MULTILINE)
+
+
+def incomplete(root):
+    for page, (source, part, name) in LISTS.items():
+        listed = re.search(part, (root / source).read_text(), re.DOTALL)[0]
+        there = set(re.findall(name, listed, re.MULTILINE))
+        named = set(re.findall(r"`(\w+)`", " ".join(ENTRY.findall((root / page).read_text()))))
+        yield from ("%s: %s is missing" % (page, miss) for miss in sorted(there - named))
+        yield from ("%s: %s is not in %s" % (page, more, source) for more in sorted(named - there))
 
 
 def is_function(owner, name, sources):
@@ -33,9 +48,9 @@ def is_function(owner, name, sources):
 
 
 def without_sessions(text):
-    """The same lines, but those of sessions are empty."""
+    """The same lines, but those of sessions and comments are empty."""
     return BLOCK.sub(lambda match: "\n" * match[0].count("\n") if SESSION.search(match[0])
-                     else match[0], text)
+                     or match[0].startswith("<!--") else match[0], text)
 
 
 def leads_nowhere(document, path, heading):
@@ -62,7 +77,9 @@ def main(root):
     files = [path for folder in FOLDERS for path in (root / folder).rglob("*")]
     paths = FOLDERS + [path.relative_to(root).as_posix() for path in files]
     sources = [path.read_text(errors="replace") for path in files if path.suffix in CODE]
-    found = False
+    gaps = list(incomplete(root))
+    print(*gaps, sep="\n", end="\n" if gaps else "")
+    found = bool(gaps)
     for document in sorted(root.glob("*.md")) + sorted((root / "docs").glob("*.md")):
         lines = without_sessions(document.read_text()).splitlines()
         for number, line in enumerate(lines, 1):
