@@ -22,7 +22,8 @@ MAY_INCLUDE = {
     **{"cli" + part: ["os", "cli", "cli/text", "cli/terminal", "cli/local", "cli/database",
                       "cli/archives", "cli/commands"][:known] + more
        for part, known, more in (("/text", 0, []), ("/terminal", 3, []), ("/database", 3, LAYERS),
-                                 ("/archives", 3, []), ("/local", 7, []), ("/commands", 8, LAYERS),
+                                 ("/archives", 3, []), ("/pictures", 3, ["cli/archives"]),
+                                 ("/local", 7, []), ("/commands", 8, LAYERS + ["cli/pictures"]),
                                  ("", 8, ["runtime"]))},
     "kstrinin": ["os"],
     "btkf520/archive": ["archivefile", "dates", "os"],

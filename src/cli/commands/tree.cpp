@@ -2,11 +2,17 @@
 #include <fmt/format.h>
 
 #include <map>
+#include <string>
+#include <vector>
 
 #include "cli/commands/commands.h"
 #include "cli/commands/filecommand.h"
 #include "cli/commands/revisionfields.h"
+#include "cli/pictures/treepicture.h"
 #include "cli/text/text.h"
+#include "os/file.h"
+#include "os/place.h"
+#include "os/sibling.h"
 
 namespace cli {
 namespace {
@@ -16,6 +22,8 @@ class Tree : public FileCommand {
   Tree() : FileCommand("tree", State::Use::kRead) {}
 
   void declare(Options& options) override {
+    options.text(&picture_, "--svg", "OUT",
+                 "draw one file there, for a browser; - is the standard output");
     options.flag(&isAscii_, "--ascii", "no box characters");
     declareFiles(options, Need::kRequired);
   }
@@ -23,6 +31,7 @@ class Tree : public FileCommand {
  private:
   void work() override {
     output_ = &output();
+    if (!picture_.empty()) return picture();
     isWide_ = !isAscii_ && output_->isWide();
     forEach(chosen(), [&](const FileRecord& file) {
       take(local().historyOf(file));
@@ -32,6 +41,44 @@ class Tree : public FileCommand {
       output_->line(mark(true) + "trunk");
       draw("1", "    ");
     });
+  }
+
+  void picture() {
+    const Files files = chosen();
+    if (files.size() > 1) throw misuse("tree", "--svg draws one file", "name it");
+    for (const FileRecord* file : files) {
+      const History& history = local().historyOf(*file);
+      const RevisionInfo* const here = local().hereOf(*file);
+      const std::string svg = svgOf({.title = file->path,
+                                     .revisions = history.revisions(),
+                                     .locks = history.locks(),
+                                     .here = here == nullptr ? "" : here->number});
+      if (picture_ == "-" && output_->isText()) {
+        output_->bytes(svg);
+      } else if (picture_ == "-") {
+        output_->result({{"file", file->path}, {"content", svg}}, "");
+      } else {
+        store(session().absolute(picture_), svg);
+        output_->result({{"file", file->path}, {"action", "drawn"}, {"picture", picture_}},
+                        fmt::format("drew {} in {}", shownPath(*file), shown(picture_)));
+      }
+    }
+  }
+
+  void store(const std::string& path, const std::string& svg) {
+    os::FileStatus status;
+    const bool isThere = os::readStatus(path.c_str(), &status) == os::FileResult::kDone;
+    if (isThere && !status.isRegular) throw Problem{picture_, "is no file", "choose another name"};
+    if (isThere && !output_->ask(shown(picture_) + " is there already; overwrite it")) {
+      throw Problem{picture_, "is there already", "overwrite with --yes", Exit::kCancelled};
+    }
+    os::Place place;
+    os::File old;
+    const bool isDone =
+        os::Place::find(path, &place) == os::FileResult::kDone &&
+        (!isThere || old.open(place, os::File::Access::kUpdate) == os::FileResult::kDone) &&
+        os::replaceFile(place, isThere ? &old : nullptr, svg, nullptr) == os::FileResult::kDone;
+    if (!isDone) throw Problem{picture_, "can't be written", "see who owns it and its directory"};
   }
 
   std::string mark(bool isLast) const {
@@ -93,6 +140,7 @@ class Tree : public FileCommand {
     return Fields{{"branch", branch}, {"revisions", revisions}};
   }
 
+  std::string picture_;  // Where it goes; empty for none.
   bool isAscii_ = false;
   bool isWide_ = false;
   Output* output_ = nullptr;

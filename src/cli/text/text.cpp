@@ -10,8 +10,6 @@
 namespace cli {
 namespace {
 
-constexpr std::string_view kNoText = "\xEF\xBF\xBD";  // U+FFFD.
-
 // The length of the UTF-8 sequence that `text` begins with, 0 for none.
 size_t sequenceAt(std::string_view text) {
   const auto byte = [&](size_t place) {
@@ -31,12 +29,6 @@ size_t sequenceAt(std::string_view text) {
   const bool isOdd = (first == 0xE0 && byte(1) < 0xA0) || (first == 0xED && byte(1) > 0x9F) ||
                      (first == 0xF0 && byte(1) < 0x90) || (first == 0xF4 && byte(1) > 0x8F);
   return isOdd ? 0 : length;
-}
-
-// Those of ASCII, and U+0080 to U+009F, which some terminals obey too.
-bool isControl(std::string_view sequence) {
-  const auto first = static_cast<unsigned char>(sequence.front());
-  return first < 0x20 || first == 0x7F || (sequence.size() > 1 && sequence < "\xC2\xA0");
 }
 
 // How many letters must be put in, left out or changed.
@@ -68,6 +60,15 @@ std::string counted(uint64_t count, std::string_view thing) {
   if (count == 1) return text;
   const bool hisses = thing.ends_with("ch") || thing.ends_with('s') || thing.ends_with('x');
   return text + (hisses ? "es" : "s");
+}
+
+std::string_view firstLetter(std::string_view text) {
+  return text.substr(0, std::max<size_t>(sequenceAt(text), 1));
+}
+
+bool isControl(std::string_view letter) {
+  const auto first = static_cast<unsigned char>(letter.front());
+  return first < 0x20 || first == 0x7F || (letter.size() > 1 && letter < "\xC2\xA0");
 }
 
 bool isUtf8(std::string_view text) {
@@ -115,7 +116,7 @@ std::string shown(std::string_view text) {
 std::string onTerminal(std::string_view text) {
   std::string result;
   while (!text.empty()) {
-    const std::string_view sequence = text.substr(0, std::max<size_t>(sequenceAt(text), 1));
+    const std::string_view sequence = firstLetter(text);
     if (sequence == "\t" || sequence == "\n" || !isControl(sequence)) {
       result += sequence;
     } else {

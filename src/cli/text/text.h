@@ -20,8 +20,13 @@ std::string shown(std::string_view text);
 // terminal's cursor.
 std::string onTerminal(std::string_view text);
 // Bytes that are no UTF-8 become U+FFFD.
+inline constexpr std::string_view kNoText = "\uFFFD";
 std::string asUtf8(std::string_view text);
 bool isUtf8(std::string_view text);
+// The first code point of a text, or its first byte if that begins none.
+std::string_view firstLetter(std::string_view text);
+// Of one code point: one of ASCII's, or of U+0080 to U+009F, which some terminals obey too.
+bool isControl(std::string_view letter);
 
 // How many columns a text takes on a terminal, and the text filled up to that many.
 size_t columnsOf(std::string_view text);

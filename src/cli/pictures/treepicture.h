@@ -1,0 +1,24 @@
+// cli/pictures/treepicture.h: the history of a file as a picture: SVG, for a browser or inside of a
+// page. It is light or dark as its reader wants it, needs nothing from elsewhere, and texts are
+// texts.
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "cli/archives/history.h"
+
+namespace cli {
+
+struct TreePicture {
+  std::string title;
+  const std::vector<RevisionInfo>& revisions;  // Ordered as those of a History.
+  const std::vector<LockInfo>& locks;
+  std::string here;  // The number of the revision that the reader has; empty for none.
+};
+
+// The newest revision is at the top. Nothing is cut but long names and messages, which show whole
+// when one points at them.
+std::string svgOf(const TreePicture& picture);
+
+}  // namespace cli
