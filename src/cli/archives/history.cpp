@@ -31,10 +31,9 @@ void take(const TrvsRevTree& record, std::vector<RevisionInfo>* to) {
 
 }  // namespace
 
-std::string RevisionInfo::isoTime() const {
-  std::string text = time;
-  std::replace(text.begin(), text.end(), ' ', 'T');
-  return text;
+std::string isoTime(std::string time) {
+  std::replace(time.begin(), time.end(), ' ', 'T');
+  return time;
 }
 
 bool RevisionInfo::isLockedBy(std::string_view user) const { return has(lockers, user); }

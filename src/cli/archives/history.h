@@ -7,6 +7,9 @@
 
 namespace cli {
 
+// "2026-11-23T10:31:06" for "2026-11-23 10:31:06".
+std::string isoTime(std::string time);
+
 struct RevisionInfo {
   std::string number;
   std::string branch;  // "1" for the trunk, else the number of the branch.
@@ -18,7 +21,6 @@ struct RevisionInfo {
   std::vector<std::string> lockers;
 
   std::string minute() const { return time.substr(0, 16); }
-  std::string isoTime() const;  // With a "T" for the blank.
   std::string firstLine() const { return message.substr(0, message.find_first_of("\r\n")); }
   bool isLockedBy(std::string_view user) const;
 };

@@ -117,9 +117,8 @@ class CheckOut : public FileCommand {
 
   // Files that a colleague took off the project; a changed one stays, and is no longer known.
   void removeGone() {
-    for (const std::string& path : local().gone()) {
+    for (const auto& [path, here, isUntouched] : local().gone()) {
       const FileRecord file{path, "", ""};
-      const bool isUntouched = local().isUntouched(path);
       try {
         if (!isDry_ && isUntouched) {
           static_cast<void>(os::removeFile(local().pathToWrite(file).c_str()));

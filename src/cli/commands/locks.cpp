@@ -97,6 +97,7 @@ class Lock : public FileCommand {
                             group_.c_str(), note_.c_str(), TRVS_GET_OVERWRITE),
             subject);
     }
+    local().forgetHistory(file);
     if (!isChanged) return local().note(file, number, true);
     local().noteLock(file, true);
   }

@@ -7,8 +7,9 @@
 namespace cli {
 
 inline Fields fieldsOf(const RevisionInfo& revision) {
-  return {{"revision", revision.number}, {"branch", revision.branch},   {"author", revision.author},
-          {"time", revision.isoTime()},  {"message", revision.message}, {"labels", revision.labels},
+  return {{"revision", revision.number}, {"branch", revision.branch},
+          {"author", revision.author},   {"time", isoTime(revision.time)},
+          {"message", revision.message}, {"labels", revision.labels},
           {"groups", revision.groups},   {"lockers", revision.lockers}};
 }
 

@@ -7,6 +7,7 @@
 
 #include "cli/commands/commands.h"
 #include "cli/commands/filecommand.h"
+#include "cli/local/moment.h"
 #include "cli/local/walk.h"
 #include "cli/text/paths.h"
 #include "cli/text/text.h"
@@ -23,16 +24,13 @@ Colour colourOf(const std::string& word) {
   return word == "locked" ? Colour::kGreen : Colour::kPlain;
 }
 
-std::string newer(const RevisionInfo& revision) {
-  return fmt::format("{} by {}, {}", revision.number, revision.author, revision.minute());
-}
-
 class Status : public FileCommand {
  public:
   Status() : FileCommand("status", State::Use::kRead) {}
 
   void declare(Options& options) override {
     options.flag(&isAll_, "-a,--all", "also files as they were checked out");
+    options.flag(&isFast_, "--fast", "without a look at archives and for new files");
     options.flag(&isNull_, "-0,--null", "names alone, each ended by NUL");
     declareFiles(options, Need::kOptional);
   }
@@ -48,7 +46,7 @@ class Status : public FileCommand {
     }
     if (names_.empty()) {
       lookForGone();
-      lookForNew();
+      if (!isFast_) lookForNew();
     }
     tell();
   }
@@ -60,7 +58,6 @@ class Status : public FileCommand {
   void add(Fields item, const std::string& word, Row row) {
     ++counts_[word];
     item.insert(item.begin() + 1, {"state", word});
-    if (word == "same" && !isAll_) return;
     row.word = word;
     rows_.push_back(std::move(row));
     items_.push_back(std::move(item));
@@ -68,52 +65,66 @@ class Status : public FileCommand {
 
   void look(const FileRecord& file) {
     Standing standing = local().standingOf(file);
+    const Told told = toldOf(file);
+    if (standing == Standing::kSame && !told.hasHere) standing = Standing::kUnknown;
+    if (standing == Standing::kNone && told.followed.empty()) return;  // What is followed lacks it.
     const FileState* const state = local().stateOf(file);
-    const RevisionInfo* const here = local().hereOf(file);
-    if (here == nullptr && standing == Standing::kSame) standing = Standing::kUnknown;
-    const RevisionInfo* const followed = local().followedOf(file);
-    if (standing == Standing::kNone && followed == nullptr) return;  // What is followed lacks it.
-    const std::string number = here == nullptr ? "" : here->number;
-    const bool isMine = here != nullptr && here->isLockedBy(local().user());
-    const bool isBehind = followed != nullptr && (here == nullptr || followed != here);
-    Fields item{
-        {"file", file.path},
-        {"here", numberOrNull(here)},
-        {"followed", numberOrNull(followed)},
-        {"author", followed == nullptr ? Value() : Value(followed->author)},
-        {"time", followed == nullptr ? Value() : Value(followed->isoTime())},
-        {"changed", standing == Standing::kChanged},
-        {"locked_by_me", isMine},
-        {"lockers", here == nullptr ? Value(std::vector<std::string>()) : Value(here->lockers)}};
-    Row row{"", shownPath(file), number.empty() ? "-" : number, ""};
-    if (state != nullptr && state->isLockedFromHere && !isMine) {
-      row.remark = standing == Standing::kChanged ? "changed" : "unchanged";
-      row.remark +=
-          ", and your lock was taken back; " + (here == nullptr || here->lockers.empty()
-                                                    ? "nobody has it now"
-                                                    : here->lockers.front() + " has it now");
-      add(std::move(item), "lost", std::move(row));
+    const std::string here = told.hasHere ? state->here : "";
+    const auto& lockers = told.lockers;
+    const bool isMine = std::find(lockers.begin(), lockers.end(), local().user()) != lockers.end();
+    const bool isBehind = !told.followed.empty() && told.followed != here;
+    const bool isLost = state != nullptr && state->isLockedFromHere && !isMine;
+    std::string word;
+    std::string remark;
+    if (isLost) {
+      word = "lost";
+      remark = standing == Standing::kChanged ? "changed" : "unchanged";
+      remark += fmt::format(", and your lock was taken back; {} has it now",
+                            lockers.empty() ? "nobody" : lockers.front());
     } else if (standing == Standing::kUnknown) {
-      row.remark = "no revision is known that it came from";
-      add(std::move(item), "unknown", std::move(row));
+      word = "unknown";
+      remark = "no revision is known that it came from";
     } else if (standing == Standing::kMissing) {
-      add(std::move(item), "missing", std::move(row));
+      word = "missing";
     } else if (standing == Standing::kChanged) {
-      row.remark = isMine                  ? "locked by you"
-                   : here->lockers.empty() ? "not locked"
-                                           : "locked by " + here->lockers.front();
-      if (isBehind)
-        row.remark += fmt::format(", newer: {} by {}", followed->number, followed->author);
-      add(std::move(item), "changed", std::move(row));
+      word = "changed";
+      remark = isMine            ? "locked by you"
+               : lockers.empty() ? "not locked"
+                                 : "locked by " + lockers.front();
+      if (isBehind) remark += fmt::format(", newer: {} by {}", told.followed, told.author);
     } else if (isBehind) {
-      row.remark = newer(*followed);
-      add(std::move(item), "behind", std::move(row));
+      word = "behind";
+      remark = fmt::format("{} by {}, {}", told.followed, told.author, told.time.substr(0, 16));
     } else {
-      if (here != nullptr && !here->lockers.empty() && !isMine) {
-        row.remark = "locked by " + here->lockers.front();
-      }
-      add(std::move(item), isMine ? "locked" : "same", std::move(row));
+      word = isMine ? "locked" : "same";
+      if (!lockers.empty() && !isMine) remark = "locked by " + lockers.front();
     }
+    if (word == "same" && !isAll_) {
+      ++counts_[word];
+      return;
+    }
+    add({{"file", file.path},
+         {"here", orNull(here)},
+         {"followed", orNull(told.followed)},
+         {"author", orNull(told.author)},
+         {"time", orNull(isoTime(told.time))},
+         {"changed", standing == Standing::kChanged},
+         {"locked_by_me", isMine},
+         {"lockers", lockers}},
+        word, {"", shownPath(file), here.empty() ? "-" : here, remark});
+  }
+
+  // Where nothing is known, and nothing may be read, archives are taken to be as they were left.
+  Told toldOf(const FileRecord& file) const {
+    const auto reading = isFast_ ? LocalFiles::Reading::kNever : LocalFiles::Reading::kIfChanged;
+    const Told* const told = local().toldOf(file, reading);
+    if (told != nullptr) return *told;
+    Told assumed;
+    if (const FileState* const state = local().stateOf(file)) {
+      assumed.hasHere = !state->here.empty();
+      if (state->isLockedFromHere) assumed.lockers.push_back(local().user());
+    }
+    return assumed;
   }
 
   void tellBroken(const FileRecord& file, const Problem& problem) {
@@ -123,10 +134,8 @@ class Status : public FileCommand {
   }
 
   void lookForGone() {
-    for (const std::string& path : local().gone()) {
+    for (const auto& [path, here, isUntouched] : local().gone()) {
       const FileRecord file{path, "", ""};
-      const std::string here = local().stateOf(file)->here;
-      const bool isUntouched = local().isUntouched(path);
       add({{"file", path}, {"here", here}, {"changed", !isUntouched}}, "gone",
           {"", shownPath(file), here, isUntouched ? "'trevault checkout' removes it" : "changed"});
       gone_.insert(path);
@@ -167,8 +176,12 @@ class Status : public FileCommand {
     output.set("work", local().directory().top);
     output.set("follows", local().directory().follows);
     output.set("group", local().directory().group);
+    const std::string known =
+        isFast_ ? momentOf(local().remembered() / 1'000'000'000) : std::string();
+    if (isFast_) output.set("known", isoTime(known));
     if (isNull_) return tellNames();
     output.line(local().directory().line());
+    if (isFast_) output.line("archives as they were at " + known.substr(0, 16));
     output.line("");
     std::vector<std::vector<std::string>> cells;
     for (const Row& row : rows_)
@@ -207,6 +220,7 @@ class Status : public FileCommand {
   }
 
   bool isAll_ = false;
+  bool isFast_ = false;
   bool isNull_ = false;
   std::vector<Row> rows_;
   std::vector<Fields> items_;

@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "cli/local/directory.h"
+#include "cli/local/moment.h"
 #include "cli/problem.h"
 #include "cli/text/paths.h"
 #include "os/clock.h"
@@ -18,22 +19,12 @@ namespace {
 constexpr int64_t kDay = 86'400;
 constexpr int64_t kDays = 14;
 
-// "2026-11-23T103106", local time; texts of this form order as the moments do.
-std::string momentOf(int64_t seconds) {
-  seconds += os::zoneOffset(seconds);
-  const int64_t days = seconds / kDay;
-  const int64_t rest = seconds % kDay;
-  // Years that begin with March: then the day that may be missing is the last of them.
-  const int64_t shifted = days + 719'468;
-  const int64_t era = shifted / 146'097;
-  const int64_t ofEra = shifted % 146'097;
-  const int64_t year = (ofEra - ofEra / 1460 + ofEra / 36'524 - ofEra / 146'096) / 365;
-  const int64_t ofYear = ofEra - (365 * year + year / 4 - year / 100);
-  const int64_t month = (5 * ofYear + 2) / 153;
-  const int64_t day = ofYear - (153 * month + 2) / 5 + 1;
-  const int64_t named = month < 10 ? month + 3 : month - 9;
-  return fmt::format("{:04}-{:02}-{:02}T{:02}{:02}{:02}", year + era * 400 + (named <= 2 ? 1 : 0),
-                     named, day, rest / 3600, rest / 60 % 60, rest % 60);
+// "2026-11-23T103106".
+std::string nameOf(int64_t seconds) {
+  std::string name = momentOf(seconds);
+  std::erase(name, ':');
+  name[name.find(' ')] = 'T';
+  return name;
 }
 
 void removeTree(const std::string& path) {
@@ -53,7 +44,7 @@ void removeTree(const std::string& path) {
 }
 
 void removeOld(const std::string& kept, int64_t now) {
-  const std::string oldest = momentOf(now - kDays * kDay);
+  const std::string oldest = nameOf(now - kDays * kDay);
   std::vector<std::string> old;
   os::forEachEntry(kept.c_str(), [&](const char* name) {
     if (name[0] != '.' && name < oldest) old.emplace_back(name);
@@ -72,9 +63,9 @@ void keep(const std::string& top, const std::string& path) {
     throw Problem{kept, "is no directory, and old contents are kept there", "remove it"};
   }
   removeOld(kept, now);
-  std::string place = joined(joined(kept, momentOf(now)), path);
+  std::string place = joined(joined(kept, nameOf(now)), path);
   for (int more = 1; os::hasEntry(place.c_str()); ++more) {
-    place = joined(joined(kept, fmt::format("{}-{}", momentOf(now), more)), path);
+    place = joined(joined(kept, fmt::format("{}-{}", nameOf(now), more)), path);
   }
   const bool isDone = os::makeDirectories(os::parentOf(place)) &&
                       os::moveFile(joined(top, path), place) == os::FileResult::kDone;

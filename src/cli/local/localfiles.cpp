@@ -31,16 +31,30 @@ std::vector<std::string> pathsOf(const std::vector<FileRecord>& files) {
   return paths;
 }
 
+// Which project's memory it is.
+std::string ownerOf(Session& session) {
+  return session.project().publicDirectory() + ' ' + session.project().name();
+}
+
 }  // namespace
 
 LocalFiles::LocalFiles(Session& session, State::Use use)
     : session_(session),
       directory_(session.work()),
       files_(session.project().files()),
-      state_(directory_.top, use) {
+      state_(directory_.top, ownerOf(session), use) {
   session.project().useConfiguration();
   attachEngine();
   user_ = presentUser();
+  state_.follow(nameFollowed());
+}
+
+std::string LocalFiles::nameFollowed() {
+  const std::string& follows = directory_.follows;
+  const bool isPlain =
+      follows == "trunk" || follows.starts_with(kGroupMark) || follows.starts_with(kLabelMark);
+  if (isPlain) return follows;
+  return std::string(promotion().has(follows) ? kGroupMark : kLabelMark) + follows;
 }
 
 std::string LocalFiles::pathOf(const FileRecord& file) const {
@@ -131,14 +145,13 @@ Standing LocalFiles::standingOf(const FileRecord& file) {
     return state == nullptr ? Standing::kNone : Standing::kMissing;
   }
   const Stamp stamp = Stamp::of(status);
-  const bool isOlder = stamp.nanoseconds < state_.written();
-  if (state != nullptr && state->stamp == stamp && isOlder) return Standing::kSame;
+  if (state != nullptr && state->stamp == stamp && isSafe(stamp)) return Standing::kSame;
   if (!status.isRegular) return Standing::kUnknown;
   const RevisionInfo* here = hereOf(file);
   if (here == nullptr) here = findByContent(file);
   if (here == nullptr) return Standing::kUnknown;
   if (!isThere(file, here->number)) return Standing::kChanged;
-  note(file, here->number, state != nullptr && state->isLockedFromHere);
+  note(file, here->number, stamp, state != nullptr && state->isLockedFromHere);
   return Standing::kSame;
 }
 
@@ -164,10 +177,50 @@ const RevisionInfo* LocalFiles::findByContent(const FileRecord& file) {
   return status == TRVS_DONE ? historyOf(file).find(number) : nullptr;
 }
 
-const History& LocalFiles::historyOf(const FileRecord& file) {
+// The look at the archive comes first: what changes after it shows by the next one.
+const LocalFiles::Read& LocalFiles::readingOf(const FileRecord& file) {
   const auto found = histories_.find(file.archive);
   if (found != histories_.end()) return found->second;
-  return histories_[file.archive] = History(file.archive, file.path);
+  os::FileStatus status;
+  static_cast<void>(os::readStatus(file.archive.c_str(), &status));
+  return histories_[file.archive] = {Stamp::of(status), History(file.archive, file.path)};
+}
+
+const History& LocalFiles::historyOf(const FileRecord& file) { return readingOf(file).history; }
+
+const Told* LocalFiles::toldOf(const FileRecord& file, Reading reading) {
+  const Told* const known = state_.told(file.path, file.archive);
+  if (reading == Reading::kNever) return known;
+  os::FileStatus status;
+  const bool isThere = os::readStatus(file.archive.c_str(), &status) == os::FileResult::kDone;
+  const Stamp stamp = Stamp::of(status);
+  if (isThere && known != nullptr && known->archive == stamp && isSafe(stamp)) return known;
+  state_.setTold(file.path, file.archive, toldBy(readingOf(file), file));
+  return state_.told(file.path, file.archive);
+}
+
+Told LocalFiles::toldBy(const Read& read, const FileRecord& file) {
+  Told told;
+  told.archive = read.archive;
+  if (const RevisionInfo* const here = hereOf(file)) {
+    told.hasHere = true;
+    told.lockers = here->lockers;
+  }
+  if (const RevisionInfo* const followed = followedOf(file)) {
+    told.followed = followed->number;
+    told.author = followed->author;
+    told.time = followed->time;
+  }
+  return told;
+}
+
+void LocalFiles::save() {
+  for (const FileRecord& file : files_) {
+    const auto read = histories_.find(file.archive);
+    if (read == histories_.end() || state_.told(file.path, file.archive) != nullptr) continue;
+    state_.setTold(file.path, file.archive, toldBy(read->second, file));
+  }
+  state_.save();
 }
 
 const RevisionInfo* LocalFiles::hereOf(const FileRecord& file) {
@@ -273,11 +326,16 @@ Subject LocalFiles::subjectOf(const FileRecord& file, const std::string& revisio
 void LocalFiles::note(const FileRecord& file, const std::string& revision, bool isLocked) {
   os::FileStatus status;
   if (os::readEntryStatus(pathOf(file).c_str(), &status) != os::FileResult::kDone) return;
-  state_.set(file.path, {revision, Stamp::of(status), isLocked});
+  note(file, revision, Stamp::of(status), isLocked);
+}
+
+void LocalFiles::note(const FileRecord& file, const std::string& revision, const Stamp& stamp,
+                      bool isLocked) {
+  state_.set(file.path, file.archive, {revision, stamp, isLocked});
 }
 
 void LocalFiles::noteChanged(const FileRecord& file, const std::string& revision) {
-  state_.set(file.path, {revision, Stamp(), false});
+  note(file, revision, Stamp(), false);
 }
 
 void LocalFiles::follow(const std::string& follows, const std::string& group) {
@@ -287,33 +345,30 @@ void LocalFiles::follow(const std::string& follows, const std::string& group) {
   directory_.follows = follows;
   directory_.group = group;
   storeWorkDirectory(directory_);
+  state_.follow(nameFollowed());
 }
 
 void LocalFiles::rename(const FileRecord& file, const FileRecord& renamed) {
   const FileState* const state = stateOf(file);
-  if (state != nullptr) state_.set(renamed.path, *state);
+  if (state != nullptr) state_.set(renamed.path, renamed.archive, *state);
   state_.forget(file.path);
 }
 
-std::vector<std::string> LocalFiles::gone() const {
-  std::set<std::string> known;
-  for (const FileRecord& file : files_) known.insert(file.path);
-  std::vector<std::string> paths;
-  for (const auto& [path, state] : state_.files()) {
-    const bool isThere = os::hasEntry(absolutePath(directory_.top, path).c_str());
-    if (!known.contains(path) && isThere) paths.push_back(path);
-  }
-  return paths;
-}
-
-bool LocalFiles::isUntouched(const std::string& path) const {
-  const FileState* const state = state_.find(path);
-  os::FileStatus status;
-  return state != nullptr &&
-         os::readEntryStatus(absolutePath(directory_.top, path).c_str(), &status) ==
-             os::FileResult::kDone &&
-         status.isRegular && state->stamp == Stamp::of(status) &&
-         state->stamp.nanoseconds < state_.written();
+std::vector<LocalFiles::GoneFile> LocalFiles::gone() const {
+  std::vector<GoneFile> gone;
+  state_.forEach([&](const std::string& path, const FileState& state) {
+    const bool isKnown = std::binary_search(
+        files_.begin(), files_.end(), FileRecord{path, "", ""},
+        [](const FileRecord& left, const FileRecord& right) { return left.path < right.path; });
+    os::FileStatus status;
+    if (isKnown || os::readEntryStatus(absolutePath(directory_.top, path).c_str(), &status) !=
+                       os::FileResult::kDone) {
+      return;
+    }
+    const Stamp stamp = Stamp::of(status);
+    gone.push_back({path, state.here, status.isRegular && state.stamp == stamp && isSafe(stamp)});
+  });
+  return gone;
 }
 
 void LocalFiles::noteLock(const FileRecord& file, bool isLocked) {
@@ -321,7 +376,7 @@ void LocalFiles::noteLock(const FileRecord& file, bool isLocked) {
   if (state == nullptr) return;
   FileState changed = *state;
   changed.isLockedFromHere = isLocked;
-  state_.set(file.path, changed);
+  state_.set(file.path, file.archive, changed);
 }
 
 }  // namespace cli

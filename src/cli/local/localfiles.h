@@ -57,10 +57,18 @@ class LocalFiles {
   std::string pathFromHere(const FileRecord& file) const;
   std::string shownPath(const FileRecord& file) const;
 
-  const FileState* stateOf(const FileRecord& file) const { return state_.find(file.path); }
+  const FileState* stateOf(const FileRecord& file) const {
+    return state_.find(file.path, file.archive);
+  }
   Standing standingOf(const FileRecord& file);
   const History& historyOf(const FileRecord& file);
   void forgetHistory(const FileRecord& file) { histories_.erase(file.archive); }
+  // What the archive says of the file, in short: it is only read if it is not the one that said so
+  // before, or, with kNever, not at all. Null if nothing is known. Throws Problem.
+  enum class Reading { kIfChanged, kNever };
+  const Told* toldOf(const FileRecord& file, Reading reading);
+  // When the work directory's memory was written, in nanoseconds since 1970; 0 for never.
+  int64_t remembered() const { return state_.written(); }
   // The revision that is here; null for none.
   const RevisionInfo* hereOf(const FileRecord& file);
   // What a check-out would give; null for none.
@@ -89,18 +97,31 @@ class LocalFiles {
   void forget(const FileRecord& file) { state_.forget(file.path); }
   // What is known of `file` holds for the other one from now on.
   void rename(const FileRecord& file, const FileRecord& renamed);
-  // Files that were checked out here, and that the project has no more.
-  std::vector<std::string> gone() const;
-  // Whether the file of such a path is as it was checked out.
-  bool isUntouched(const std::string& path) const;
-  void save() { state_.save(); }
+  // A file that was checked out here, and that the project has no more.
+  struct GoneFile {
+    std::string path;
+    std::string here;
+    bool isUntouched;  // It is as it was checked out.
+  };
+  std::vector<GoneFile> gone() const;
+  // Stores what is known now.
+  void save();
   // Has the work directory follow something else, from now on and for good. Throws Problem.
   void follow(const std::string& follows, const std::string& group);
-  // A record that is new in the project.
-  void add(FileRecord file) { files_.push_back(std::move(file)); }
 
  private:
+  // What was read of an archive, and how that was before.
+  struct Read {
+    Stamp archive;
+    History history;
+  };
+
+  const Read& readingOf(const FileRecord& file);
+  Told toldBy(const Read& read, const FileRecord& file);
   const RevisionInfo* findByContent(const FileRecord& file);
+  bool isSafe(const Stamp& stamp) const { return stamp.nanoseconds < state_.written(); }
+  void note(const FileRecord& file, const std::string& revision, const Stamp& stamp, bool isLocked);
+  std::string nameFollowed();
   std::vector<const FileRecord*> matching(const std::string& typed) const;
 
   Session& session_;
@@ -108,7 +129,7 @@ class LocalFiles {
   std::vector<FileRecord> files_;
   State state_;
   std::string user_;
-  std::map<std::string, History> histories_;  // By archive.
+  std::map<std::string, Read> histories_;  // By archive.
   std::optional<PromotionModel> promotion_;
 };
 

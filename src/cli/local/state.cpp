@@ -3,6 +3,7 @@
 
 #include <fmt/format.h>
 
+#include <algorithm>
 #include <charconv>
 
 #include "cli/local/directory.h"
@@ -16,37 +17,52 @@
 namespace cli {
 namespace {
 
-constexpr std::string_view kHead = "trevault state 1";
+constexpr std::string_view kHead = "trevault state 2";
 constexpr uint64_t kLargest = uint64_t{1} << 31;
 constexpr int kTries = 50;
 constexpr unsigned kPause = 100;  // Milliseconds.
-constexpr size_t kFields = 6;
 
-template <typename Number>
-bool read(const std::string& text, Number* to) {
-  const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), *to);
-  return error == std::errc() && end == text.data() + text.size();
+// Takes what stands before `separator` off a line.
+std::string_view takeField(std::string_view* line, char separator = '\t') {
+  const size_t end = std::min(line->find(separator), line->size());
+  const std::string_view field = line->substr(0, end);
+  line->remove_prefix(std::min(end + 1, line->size()));
+  return field;
 }
 
-// "here size time inode locked path", with tabs between: a path may have one as well.
-bool readLine(std::string_view line, std::string* path, FileState* state) {
-  std::string fields[kFields];
-  for (size_t i = 0; i + 1 < kFields; ++i) {
-    const size_t tab = line.find('\t');
-    if (tab == std::string_view::npos) return false;
-    fields[i] = line.substr(0, tab);
-    line.remove_prefix(tab + 1);
+template <typename Number>
+bool takeNumber(std::string_view* line, Number* to, int base = 10) {
+  const std::string_view field = takeField(line);
+  const auto [end, error] = std::from_chars(field.data(), field.data() + field.size(), *to, base);
+  return error == std::errc() && end == field.data() + field.size();
+}
+
+bool takeStamp(std::string_view* line, Stamp* to) {
+  return takeNumber(line, &to->size) && takeNumber(line, &to->nanoseconds) &&
+         takeNumber(line, &to->inode);
+}
+
+std::string textOf(const Stamp& stamp) {
+  return fmt::format("{}\t{}\t{}", stamp.size, stamp.nanoseconds, stamp.inode);
+}
+
+// The letters that end a field or a line can't be in one. Whose names have them is asked again.
+bool canStand(std::string_view text) {
+  return text.find_first_of("\t\n,") == std::string_view::npos;
+}
+
+uint64_t numberOf(std::string_view archive) {
+  uint64_t number = 0xcbf29ce484222325;
+  for (const char each : archive) {
+    number = (number ^ static_cast<unsigned char>(each)) * 0x100000001b3;
   }
-  *path = line;
-  state->here = fields[0];
-  state->isLockedFromHere = fields[4] == "locked";
-  return read(fields[1], &state->stamp.size) && read(fields[2], &state->stamp.nanoseconds) &&
-         read(fields[3], &state->stamp.inode) && !path->empty();
+  return number;
 }
 
 }  // namespace
 
-State::State(std::string top, Use use) : top_(joined(top, kMemory)), use_(use) {
+State::State(std::string top, std::string_view owner, Use use)
+    : top_(joined(top, kMemory)), owner_(shown(owner)), use_(use) {
   if (use == Use::kChange) lock();
   read();
 }
@@ -65,31 +81,117 @@ void State::lock() {
                 "try again"};
 }
 
+// A line is "archive file told path": of the file "-", or "here size time inode locked"; of what
+// was told "-", or "size time inode has followed author time lockers". Tabs stand between all of
+// them; the path may have some as well.
+bool State::readLine(std::string_view line, std::string_view* path, Entry* entry) {
+  if (!takeNumber(&line, &entry->archive, 16)) return false;
+  if (std::string_view here = takeField(&line); here != "-") {
+    FileState& file = entry->file.emplace();
+    file.here = here;
+    if (!takeStamp(&line, &file.stamp)) return false;
+    file.isLockedFromHere = takeField(&line) == "locked";
+  }
+  if (line.starts_with("-\t")) {
+    takeField(&line);
+  } else {
+    Told& told = entry->told.emplace();
+    if (!takeStamp(&line, &told.archive)) return false;
+    told.hasHere = takeField(&line) == "has";
+    told.followed = takeField(&line);
+    told.author = takeField(&line);
+    told.time = takeField(&line);
+    for (std::string_view names = takeField(&line); !names.empty();) {
+      told.lockers.emplace_back(takeField(&names, ','));
+    }
+  }
+  *path = line;
+  return !path->empty();
+}
+
+void State::writeLine(const std::string& path, const Entry& entry, std::string* to) {
+  *to += fmt::format("{:x}\t", entry.archive);
+  if (const auto& file = entry.file) {
+    *to += fmt::format("{}\t{}\t{}\t", file->here, textOf(file->stamp),
+                       file->isLockedFromHere ? "locked" : "free");
+  } else {
+    *to += "-\t";
+  }
+  const auto& told = entry.told;
+  if (told && canStand(told->author) &&
+      std::all_of(told->lockers.begin(), told->lockers.end(), canStand)) {
+    *to += fmt::format("{}\t{}\t{}\t{}\t{}\t{}\t", textOf(told->archive),
+                       told->hasHere ? "has" : "lacks", told->followed, told->author, told->time,
+                       fmt::join(told->lockers, ","));
+  } else {
+    *to += "-\t";
+  }
+  *to += path + '\n';
+}
+
 void State::read() {
-  std::string text;
+  std::string bytes;
   os::FileStatus status;
-  if (os::readFile(path().c_str(), kLargest, &text, &status) != os::FileResult::kDone) return;
-  std::vector<std::string> lines = split(text, '\n');
-  if (lines.empty() || lines.front() != kHead) return;
+  if (os::readFile(path().c_str(), kLargest, &bytes, &status) != os::FileResult::kDone) return;
   read_ = status;
-  for (size_t i = 1; i < lines.size(); ++i) {
-    std::string file;
-    FileState state;
-    if (readLine(lines[i], &file, &state)) files_[file] = std::move(state);
+  std::string_view text = bytes;
+  if (takeField(&text, '\n') != kHead || takeField(&text, '\n') != owner_) return;
+  follows_ = takeField(&text, '\n');
+  while (!text.empty()) {
+    std::string_view file;
+    Entry entry;
+    if (readLine(takeField(&text, '\n'), &file, &entry)) {
+      entries_.emplace_hint(entries_.end(), file, std::move(entry));
+    }
   }
 }
 
-const FileState* State::find(const std::string& path) const {
-  const auto found = files_.find(path);
-  return found == files_.end() ? nullptr : &found->second;
+const State::Entry* State::entryOf(const std::string& path, const std::string& archive) const {
+  const auto found = entries_.find(path);
+  const bool isIt = found != entries_.end() && found->second.archive == numberOf(archive);
+  return isIt ? &found->second : nullptr;
 }
 
-void State::set(const std::string& path, FileState state) {
-  files_[path] = std::move(state);
+State::Entry& State::entryFor(const std::string& path, const std::string& archive) {
+  Entry& entry = entries_[path];
+  if (entry.archive != numberOf(archive)) entry = Entry{numberOf(archive), {}, {}};
   isChanged_ = true;
+  return entry;
 }
 
-void State::forget(const std::string& path) { isChanged_ = files_.erase(path) > 0 || isChanged_; }
+const FileState* State::find(const std::string& path, const std::string& archive) const {
+  const Entry* const entry = entryOf(path, archive);
+  return entry == nullptr || !entry->file ? nullptr : &*entry->file;
+}
+
+const Told* State::told(const std::string& path, const std::string& archive) const {
+  const Entry* const entry = entryOf(path, archive);
+  return entry == nullptr || !entry->told ? nullptr : &*entry->told;
+}
+
+void State::set(const std::string& path, const std::string& archive, FileState state) {
+  Entry& entry = entryFor(path, archive);
+  entry.told.reset();
+  entry.file = std::move(state);
+}
+
+void State::setTold(const std::string& path, const std::string& archive, Told told) {
+  entryFor(path, archive).told = std::move(told);
+}
+
+void State::forget(const std::string& path) { isChanged_ = entries_.erase(path) > 0 || isChanged_; }
+
+void State::follow(std::string_view follows) {
+  if (follows_ == shown(follows)) return;
+  follows_ = shown(follows);
+  for (auto& [path, entry] : entries_) entry.told.reset();
+}
+
+void State::forEach(const Visit& visit) const {
+  for (const auto& [path, entry] : entries_) {
+    if (entry.file) visit(path, *entry.file);
+  }
+}
 
 std::string State::path() const { return joined(top_, "state"); }
 
@@ -107,11 +209,9 @@ bool State::mayWrite() {
 
 void State::save() {
   if (!isChanged_ || !mayWrite()) return;
-  std::string text = std::string(kHead) + '\n';
-  for (const auto& [path, state] : files_) {
-    text += fmt::format("{}\t{}\t{}\t{}\t{}\t{}\n", state.here, state.stamp.size,
-                        state.stamp.nanoseconds, state.stamp.inode,
-                        state.isLockedFromHere ? "locked" : "free", path);
+  std::string text = fmt::format("{}\n{}\n{}\n", kHead, owner_, follows_);
+  for (const auto& [path, entry] : entries_) {
+    if (path.find('\n') == std::string::npos) writeLine(path, entry, &text);
   }
   os::SiblingFile file;
   const bool isWritten = file.open(path()) == os::FileResult::kDone &&

@@ -1,13 +1,18 @@
 // cli/local/state.h: what a work directory remembers of its files: which revision each is, and how
-// it looked then, so that one look at a file tells whether it has changed.
+// it looked then, so that one look at a file tells whether it has changed; and what each archive
+// said when it was last read, so that one look at the archive tells whether it says so still.
 //
 // It is memory, not truth: what is lost is found out again from the files and the archives. It is a
-// text file, a line for each file, replaced as a whole and never synced.
+// text file, a line for each file, replaced as a whole and never synced. Another project's means
+// nothing here, and so does what was remembered for another archive.
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <map>
+#include <optional>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "os/file.h"
@@ -32,36 +37,67 @@ struct FileState {
   bool isLockedFromHere = false;
 };
 
+// What an archive said of its file.
+struct Told {
+  Stamp archive;         // How it was then.
+  bool hasHere = false;  // It has the revision here, which these have locked:
+  std::vector<std::string> lockers;
+  std::string followed;  // The number of the revision that is followed; empty: none.
+  std::string author;
+  std::string time;
+};
+
 class State {
  public:
   // For commands that change files; another one of the user's is waited for, up to five seconds.
   // Throws Problem.
   enum class Use { kRead, kChange };
-  State(std::string top, Use use);
+  // `owner` names the project whose work directory it is.
+  State(std::string top, std::string_view owner, Use use);
 
-  // Null for none.
-  const FileState* find(const std::string& path) const;
-  void set(const std::string& path, FileState state);
+  // Null for none, and both for what was remembered with another archive.
+  const FileState* find(const std::string& path, const std::string& archive) const;
+  const Told* told(const std::string& path, const std::string& archive) const;
+  void set(const std::string& path, const std::string& archive, FileState state);
+  // What was told before counts for nothing once there is a revision here, or a lock, or none.
+  void setTold(const std::string& path, const std::string& archive, Told told);
   void forget(const std::string& path);
+  // What is told of a followed revision is told of this one: "trunk", a label or a group.
+  void follow(std::string_view follows);
+
   // A directory that can't be written remembers nothing, and all still works. What a command found
   // that changes no files is only kept if no other one works here or has been here meanwhile.
   void save();
-  const std::map<std::string, FileState>& files() const { return files_; }
+  // Each file that is a revision, in the order of the paths.
+  using Visit = std::function<void(const std::string& path, const FileState& state)>;
+  void forEach(const Visit& visit) const;
   // When it was written last: a file of that time or later may have changed since unseen.
   int64_t written() const { return read_.nanoseconds; }
 
  private:
+  struct Entry {
+    uint64_t archive = 0;  // A number that hardly any other archive's path has.
+    std::optional<FileState> file;
+    std::optional<Told> told;
+  };
+
+  static bool readLine(std::string_view line, std::string_view* path, Entry* entry);
+  static void writeLine(const std::string& path, const Entry& entry, std::string* to);
+  const Entry* entryOf(const std::string& path, const std::string& archive) const;
+  Entry& entryFor(const std::string& path, const std::string& archive);
   std::string path() const;
   void read();
   void lock();
   bool mayWrite();
 
   std::string top_;
+  std::string owner_;
   Use use_;
   os::File lock_;
   os::FileStatus read_;  // The file that was read, if there was one.
   bool isChanged_ = false;
-  std::map<std::string, FileState> files_;
+  std::string follows_;
+  std::map<std::string, Entry, std::less<>> entries_;
 };
 
 }  // namespace cli
