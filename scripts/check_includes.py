@@ -20,11 +20,12 @@ MAY_INCLUDE = {
     "runtime": ["dates", "os"],
     "api": LAYERS,
     **{"cli" + part: ["os", "cli", "cli/text", "cli/terminal", "cli/local", "cli/database",
-                      "cli/archives", "cli/commands"][:known] + more
+                      "cli/archives", "cli/moving", "cli/commands"][:known] + more
        for part, known, more in (("/text", 0, []), ("/terminal", 3, []), ("/database", 3, LAYERS),
                                  ("/archives", 3, []), ("/pictures", 3, ["cli/archives"]),
-                                 ("/local", 7, []), ("/commands", 8, LAYERS + ["cli/pictures"]),
-                                 ("", 8, ["runtime"]))},
+                                 ("/local", 7, ["dates"]), ("/moving", 8, ["dates"]),
+                                 ("/commands", 9, LAYERS + ["cli/pictures"]),
+                                 ("", 9, ["runtime"]))},
     "kstrinin": ["os"],
     "btkf520/archive": ["archivefile", "dates", "os"],
     "btkf520/configuration": ["dates", "os"],
@@ -43,7 +44,7 @@ MAY_INCLUDE_TOO = {
                 "os/fingerprint.h"],
     "api": ["foldapi/foldapi.h"],
     "cli": ["foldapi/foldapi.h"],
-    **{"cli/" + part: ["btkf520/btkf520.h"] for part in ("archives", "local", "commands")},
+    **{"cli/" + part: ["btkf520/btkf520.h"] for part in ("archives", "local", "moving", "commands")},
     **{"btkf520/" + part: ["btkf520/btkf520.h"]
        for part in ("archive", "configuration", "operations", "interface")},
 }

@@ -1,7 +1,9 @@
 // cli/archives/content.h: contents of revisions.
 #pragma once
 
+#include <functional>
 #include <string>
+#include <string_view>
 
 #include "cli/archives/engine.h"
 
@@ -11,5 +13,8 @@ namespace cli {
 // `subject`, whose archive and revision are meant.
 enum class Keywords { kExpanded, kStored };
 std::string contentOf(const Subject& subject, Keywords keywords);
+// The same piece by piece. Gives the engine's status; throws what `take` throws.
+int32_t readContent(const Subject& subject, Keywords keywords,
+                    const std::function<void(std::string_view bytes)>& take);
 
 }  // namespace cli

@@ -45,6 +45,7 @@ const std::vector<CommandEntry>& theCommands() {
       {"access", "", "who may use files", makeAccess},
       {"attributes", "", "how archives treat their files", makeAttributes},
       {"verify", "", "read every byte of every archive", makeVerify},
+      {"export", "", "the project's history for git", makeExport},
       {"completion", "", "a script that completes words in a shell", makeCompletion},
       {"help", "", "what a command does, and its options", makeHelp},
   };

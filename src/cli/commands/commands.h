@@ -47,6 +47,7 @@ std::unique_ptr<Command> makeDelete();
 std::unique_ptr<Command> makeAccess();
 std::unique_ptr<Command> makeAttributes();
 std::unique_ptr<Command> makeVerify();
+std::unique_ptr<Command> makeExport();
 std::unique_ptr<Command> makeHelp();
 std::unique_ptr<Command> makeCompletion();
 

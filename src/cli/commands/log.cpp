@@ -2,12 +2,12 @@
 #include <fmt/format.h>
 
 #include <algorithm>
-#include <map>
 #include <utility>
 
 #include "cli/commands/commands.h"
 #include "cli/commands/filecommand.h"
 #include "cli/commands/revisionfields.h"
+#include "cli/local/entries.h"
 #include "cli/text/text.h"
 
 namespace cli {
@@ -42,98 +42,56 @@ class Log : public FileCommand {
     forEach(files, [&](const FileRecord& file) { tellFile(file, isOne); });
   }
 
-  // What somebody checked in at one time, as far as anybody can tell: check-ins of one author with
-  // one message, each within five minutes of the one before.
-  struct Entry {
-    std::vector<std::pair<const FileRecord*, RevisionInfo>> revisions;
-    const RevisionInfo& newest() const { return revisions.back().second; }
-  };
-
   void tellProject(const Files& files) {
-    Entry all;
+    std::vector<CheckIn> all;
     forEach(files, [&](const FileRecord& file) {
-      for (RevisionInfo& each : chosenOf(file)) all.revisions.emplace_back(&file, std::move(each));
+      for (const RevisionInfo* each : chosenOf(file)) {
+        all.push_back({&file, each, secondsOf(each->time)});
+      }
     });
-    std::stable_sort(
-        all.revisions.begin(), all.revisions.end(),
-        [](const auto& left, const auto& right) { return left.second.time < right.second.time; });
-    std::vector<Entry> entries = entriesOf(std::move(all));
+    std::stable_sort(all.begin(), all.end(), [](const CheckIn& left, const CheckIn& right) {
+      return left.seconds < right.seconds;
+    });
+    std::vector<Entry> entries = entriesOf(all, kEntryWindow);
     std::reverse(entries.begin(), entries.end());
     if (!last_.empty()) entries.resize(std::min(entries.size(), countOf(last_)));
     if (isReversed_) std::reverse(entries.begin(), entries.end());
     for (const Entry& each : entries) tellEntry(each);
   }
 
-  static std::vector<Entry> entriesOf(Entry all) {
-    constexpr int64_t kWindow = 5 * 60;
-    std::vector<Entry> entries;
-    std::map<std::pair<std::string, std::string>, size_t> latest;  // By author and message.
-    for (auto& [file, revision] : all.revisions) {
-      const auto key = std::pair(revision.author, revision.message);
-      const auto found = latest.find(key);
-      const bool isNew =
-          found == latest.end() ||
-          secondsOf(revision.time) - secondsOf(entries[found->second].newest().time) > kWindow;
-      if (isNew) {
-        latest[key] = entries.size();
-        entries.emplace_back();
-      }
-      entries[latest[key]].revisions.emplace_back(file, std::move(revision));
-    }
-    return entries;
-  }
-
-  // Of "2026-11-23 10:31:06", counted from a fixed day.
-  static int64_t secondsOf(const std::string& time) {
-    int64_t parts[6] = {};
-    size_t place = 0;
-    for (int64_t& part : parts) {
-      for (; place < time.size() && time[place] >= '0' && time[place] <= '9'; ++place) {
-        part = part * 10 + (time[place] - '0');
-      }
-      ++place;
-    }
-    // Years that begin with March: then the day that may be missing is the last of them.
-    const bool isEarly = parts[1] <= 2;
-    const int64_t year = parts[0] - (isEarly ? 1 : 0);
-    const int64_t month = parts[1] + (isEarly ? 9 : -3);
-    const int64_t day =
-        365 * year + year / 4 - year / 100 + year / 400 + (153 * month + 2) / 5 + parts[2];
-    return day * 86'400 + parts[3] * 3600 + parts[4] * 60 + parts[5];
-  }
-
   void tellEntry(Entry entry) const {
     Output& output = session().output();
-    const RevisionInfo newest = entry.newest();
-    std::stable_sort(
-        entry.revisions.begin(), entry.revisions.end(),
-        [](const auto& left, const auto& right) { return left.first->path < right.first->path; });
+    const RevisionInfo& newest = *entry.back().revision;
+    std::stable_sort(entry.begin(), entry.end(), [](const CheckIn& left, const CheckIn& right) {
+      return left.file->path < right.file->path;
+    });
     output.line(fmt::format("{}  {}  {}", newest.minute(), shown(newest.author),
                             shown(newest.firstLine())));
-    for (const auto& [file, revision] : entry.revisions) {
-      output.result(itemOf(*file, revision),
-                    fmt::format("  {} {}", local().shownPath(*file), revision.number));
-      if (output.manner().verbose) tellMore(revision);
+    for (const CheckIn& each : entry) {
+      output.result(itemOf(*each.file, *each.revision),
+                    fmt::format("  {} {}", local().shownPath(*each.file), each.revision->number));
+      if (output.manner().verbose) tellMore(*each.revision);
     }
     output.line("");
   }
 
-  std::vector<RevisionInfo> chosenOf(const FileRecord& file) {
-    std::vector<RevisionInfo> chosen;
+  std::vector<const RevisionInfo*> chosenOf(const FileRecord& file) {
+    std::vector<const RevisionInfo*> chosen;
     const std::vector<RevisionInfo>& all = local().historyOf(file).revisions();
     if (all.empty()) return chosen;
     const auto [from, to] = rangeOf(file, all);
     for (const RevisionInfo* each = from; each <= to; ++each) {
-      if (fits(*each)) chosen.push_back(*each);
+      if (fits(*each)) chosen.push_back(each);
     }
     return chosen;
   }
 
   void tellFile(const FileRecord& file, bool isOne) {
-    std::vector<RevisionInfo> chosen = chosenOf(file);
-    std::stable_sort(
-        chosen.begin(), chosen.end(),
-        [](const RevisionInfo& left, const RevisionInfo& right) { return left.time < right.time; });
+    std::vector<const RevisionInfo*> chosen = chosenOf(file);
+    std::stable_sort(chosen.begin(), chosen.end(),
+                     [](const RevisionInfo* left, const RevisionInfo* right) {
+                       return left->time < right->time;
+                     });
     std::reverse(chosen.begin(), chosen.end());
     if (!last_.empty()) chosen.resize(std::min(chosen.size(), countOf(last_)));
     if (isReversed_) std::reverse(chosen.begin(), chosen.end());
@@ -141,13 +99,13 @@ class Log : public FileCommand {
     Output& output = session().output();
     if (!isOne) output.line(shownPath(file));
     std::vector<std::vector<std::string>> rows;
-    for (const RevisionInfo& each : chosen) {
-      rows.push_back({each.number, each.minute(), each.author, shown(each.firstLine())});
+    for (const RevisionInfo* each : chosen) {
+      rows.push_back({each->number, each->minute(), each->author, shown(each->firstLine())});
     }
     const auto lines = table(rows);
     for (size_t i = 0; i < lines.size(); ++i) {
-      output.result(itemOf(file, chosen[i]), (isOne ? "" : "  ") + lines[i]);
-      if (output.manner().verbose) tellMore(chosen[i]);
+      output.result(itemOf(file, *chosen[i]), (isOne ? "" : "  ") + lines[i]);
+      if (output.manner().verbose) tellMore(*chosen[i]);
     }
     if (!isOne) output.line("");
   }

@@ -49,7 +49,9 @@ std::string unescaped(std::string_view text) {
   return result;
 }
 
-std::string headOf(const std::string& label) { return "trevault label 1 " + escaped(label, ""); }
+constexpr std::string_view kHead = "trevault label 1 ";
+
+std::string headOf(const std::string& label) { return std::string(kHead) + escaped(label, ""); }
 
 }  // namespace
 
@@ -58,6 +60,20 @@ std::string fileNameOf(const std::string& label) {
   if (name.starts_with('.')) name.replace(0, 1, "%2E");
   if (name.size() <= kLongestName) return name;
   return name.substr(0, kLongestName - 17) + fmt::format("~{:016x}", hashOf(label));
+}
+
+std::vector<std::string> listedLabels(const std::string& directory) {
+  std::vector<std::string> labels;
+  const std::string place = joined(directory, "labels");
+  os::forEachEntry(place.c_str(), [&](const char* name) {
+    std::string text;
+    const std::string path = joined(place, name);
+    if (os::readFile(path.c_str(), kLargest, &text) != os::FileResult::kDone) return;
+    const std::string head = text.substr(0, text.find('\n'));
+    if (head.starts_with(kHead)) labels.push_back(unescaped(head.substr(kHead.size())));
+  });
+  std::sort(labels.begin(), labels.end());
+  return labels;
 }
 
 LabelList::LabelList(const std::string& directory, std::string label)

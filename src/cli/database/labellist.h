@@ -34,6 +34,9 @@ class LabelList {
   std::vector<LabelledFile> files_;
 };
 
+// The labels that have such a list there.
+std::vector<std::string> listedLabels(const std::string& directory);
+
 // A name for a file, of at most 200 bytes: what may not stand in one is written as "%2F".
 std::string fileNameOf(const std::string& label);
 

@@ -252,6 +252,10 @@ std::string LocalFiles::labelIn(const std::string& revision) {
   return isOther ? "" : revision;
 }
 
+std::vector<std::string> LocalFiles::listedLabels() const {
+  return cli::listedLabels(session_.project().publicDirectory());
+}
+
 LabelList LocalFiles::labelList(const std::string& label) const {
   return LabelList(session_.project().publicDirectory(), label);
 }
@@ -259,13 +263,12 @@ LabelList LocalFiles::labelList(const std::string& label) const {
 std::vector<FileRecord> LocalFiles::formerFiles(const std::string& label) {
   std::vector<FileRecord> former;
   if (label.empty()) return former;
+  std::set<std::pair<std::string, std::string>> present;
+  for (const FileRecord& each : files_) present.emplace(each.archive, each.path);
   const LabelList list = labelList(label);
   for (const LabelledFile& each : list.files()) {
     const FileRecord file{each.path, each.archive, ""};
-    const bool isThere = std::any_of(files_.begin(), files_.end(), [&](const FileRecord& known) {
-      return known.archive == file.archive && known.path == file.path;
-    });
-    if (isThere) continue;
+    if (present.contains({file.archive, file.path})) continue;
     try {
       if (historyOf(file).withLabel(label) != nullptr) former.push_back(file);
     } catch (const Problem& problem) {

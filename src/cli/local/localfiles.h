@@ -42,7 +42,8 @@ class LocalFiles {
   // The files that had `label` when it was given to the project and are no longer in it, or not by
   // that name: as they were then. Only where the archive still has the label.
   std::vector<FileRecord> formerFiles(const std::string& label);
-  // The list of the files that have a label.
+  // The labels that have a list of their files, and the list of one.
+  std::vector<std::string> listedLabels() const;
   LabelList labelList(const std::string& label) const;
   // The same text, without what says that it is a label; empty if it means none.
   std::string labelIn(const std::string& revision);

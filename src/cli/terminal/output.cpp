@@ -179,6 +179,11 @@ void Output::bytes(std::string_view bytes) {
   if (!os::writeTo(os::Stream::kOutput, bytes)) throw Problem{"standard output", "takes no more"};
 }
 
+void Output::aside(std::string_view text) {
+  if (manner_.json || manner_.quiet) return;
+  static_cast<void>(os::writeTo(os::Stream::kErrors, safeFor(os::Stream::kErrors, text) + '\n'));
+}
+
 bool Output::isCut() const {
   return os::isTerminal(os::Stream::kOutput) && !manner_.verbose && !usesPager_;
 }

@@ -64,6 +64,8 @@ class Output {
   void line(std::string_view text);
   // Bytes as they are.
   void bytes(std::string_view bytes);
+  // A line where the standard output is taken by something else: to the standard error.
+  void aside(std::string_view text);
   // One for a command, and on a terminal only.
   void hint(std::string_view text);
   void problem(const Problem& problem);
