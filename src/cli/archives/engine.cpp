@@ -117,12 +117,6 @@ int32_t takeLine(const char* text, int32_t) {
   return TRVS_GO_ON;
 }
 
-template <typename Function>
-void attach(int32_t id, Function* function) {
-  const auto plain = reinterpret_cast<void (*)()>(function);
-  TrvsRegisterCallback(id, reinterpret_cast<TrvsCallback>(plain));
-}
-
 }  // namespace
 
 Problem problemOf(int32_t status, const Subject& subject) {
@@ -182,8 +176,8 @@ std::string presentUser() {
 }
 
 void attachEngine() {
-  attach(TRVS_CALLBACK_RETRY, &waitForOthers);
-  attach(TRVS_CALLBACK_OUTPUT, &takeLine);
+  attachEngine(TRVS_CALLBACK_RETRY, &waitForOthers);
+  attachEngine(TRVS_CALLBACK_OUTPUT, &takeLine);
 }
 
 }  // namespace cli

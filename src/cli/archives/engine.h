@@ -7,6 +7,7 @@
 #include <string_view>
 #include <vector>
 
+#include "btkf520/btkf520.h"
 #include "cli/problem.h"
 
 namespace cli {
@@ -48,5 +49,11 @@ std::string presentUser();
 // Registers what the engine asks and tells: waits are patient, and warnings become lines on the
 // standard error.
 void attachEngine();
+// Registers one more function, of the type that its id has.
+template <typename Function>
+void attachEngine(int32_t id, Function* function) {
+  const auto plain = reinterpret_cast<void (*)()>(function);
+  TrvsRegisterCallback(id, reinterpret_cast<TrvsCallback>(plain));
+}
 
 }  // namespace cli

@@ -127,34 +127,45 @@ class Add : public FileCommand {
     if (!archive_.empty() && chosen_.size() > 1) {
       throw misuse("--archive", "is for one file", "add the files one by one");
     }
-    std::vector<FileRecord> made;
+    const std::vector<FileRecord> records = recordsOfChosen();
+    Files files;
+    for (const FileRecord& file : records) files.push_back(&file);
+    forEach(files, [&](const FileRecord& file) { create(file); });
+    if (!isDry_) store();
+    for (const Made& each : made_) {
+      if (!isDry_) local().noteStored(each.file, firstNumber(), each.before, false);
+      tell(each.file, said({"add", "added"}), firstNumber(), "",
+           {{"archive", each.file.archive}, {"before", nullptr}});
+    }
+  }
+
+  std::vector<FileRecord> recordsOfChosen() const {
+    std::vector<FileRecord> records;
     for (const std::string& path : chosen_) {
       try {
-        FileRecord file{path, archiveOf(path), folderOf(path)};
-        if (!isDry_) create(file);
-        made.push_back(std::move(file));
+        records.push_back({path, archiveOf(path), folderOf(path)});
       } catch (const Problem& problem) {
         output().problem(problem);
       }
     }
-    if (!isDry_) {
-      session().project().addFiles(made, [&](const FileRecord& file, const Problem& problem) {
-        output().problem(problem);
-        takeBack(file);
-      });
-      std::erase_if(made,
-                    [](const FileRecord& file) { return !os::hasEntry(file.archive.c_str()); });
-    }
-    if (!isDry_ && !label_.empty() && !made.empty()) {
-      LabelList list = local().labelList(label_);
-      for (const FileRecord& file : made) list.set({file.path, file.archive, firstNumber()});
-      list.store();
-    }
-    for (const FileRecord& file : made) {
-      if (!isDry_) local().note(file, firstNumber(), false);
-      tellFile(file);
-    }
-    added_ = made.size();
+    return records;
+  }
+
+  // The records of what was made, in one edit, and their places in the list of a label.
+  void store() {
+    std::vector<FileRecord> files;
+    for (const Made& each : made_) files.push_back(each.file);
+    std::set<std::string> lost;
+    session().project().addFiles(files, [&](const FileRecord& file, const Problem& problem) {
+      output().problem(problem);
+      takeBack(file);
+      lost.insert(file.path);
+    });
+    std::erase_if(made_, [&](const Made& each) { return lost.contains(each.file.path); });
+    if (label_.empty() || made_.empty()) return;
+    LabelList list = local().labelList(label_);
+    for (const Made& each : made_) list.set({each.file.path, each.file.archive, firstNumber()});
+    list.store();
   }
 
   // A file without a record is as it was before: what was just made from it goes.
@@ -176,7 +187,16 @@ class Add : public FileCommand {
                   "'trevault add --archive PATH' gives it a shorter one"};
   }
 
-  void create(const FileRecord& file) const {
+  void create(const FileRecord& file) {
+    const Stamp before = local().stampOf(file);
+    if (!isDry_) createArchive(file);
+    later([this, &file, before] {
+      if (!isDry_) os::shareWithGroup(file.archive);
+      made_.push_back({file, before});
+    });
+  }
+
+  void createArchive(const FileRecord& file) const {
     refuseLongName(file);
     const std::string workfile = local().pathToWrite(file);
     if (file.path.find('\n') != std::string::npos) {
@@ -193,7 +213,6 @@ class Add : public FileCommand {
            .revision = number_,
            .label = label_,
            .group = group_});
-    os::shareWithGroup(file.archive);
   }
 
   // A directory that is made where a team may write is the team's.
@@ -206,17 +225,12 @@ class Add : public FileCommand {
     os::shareWithGroup(directory);
   }
 
-  void tellFile(const FileRecord& file) const {
-    tell(file, said({"add", "added"}), firstNumber(), "",
-         {{"archive", file.archive}, {"before", nullptr}});
-  }
-
   void tellSums() const {
     Output& output = session().output();
-    if (added_ != 1) output.line(fmt::format("{} added", counted(added_, "file")));
+    if (made_.size() != 1) output.line(fmt::format("{} added", counted(made_.size(), "file")));
     if (links_ > 0) output.line(fmt::format("{} skipped", counted(links_, "link")));
     if (others_ > 0) output.line(fmt::format("{} skipped", counted(others_, "special file")));
-    if (added_ > 0 && !isDry_) {
+    if (made_.size() > 0 && !isDry_) {
       output.hint("they are read-only now; 'trevault lock FILE' before you edit one");
     }
   }
@@ -234,7 +248,12 @@ class Add : public FileCommand {
   std::vector<std::string> chosen_;
   size_t links_ = 0;
   size_t others_ = 0;
-  size_t added_ = 0;
+  // Files with archives, and how they looked before.
+  struct Made {
+    FileRecord file;
+    Stamp before;
+  };
+  std::vector<Made> made_;
 };
 
 }  // namespace

@@ -91,12 +91,16 @@ class CheckIn : public FileCommand {
       check(TrvsLockRevision(TRVS_CONTEXT, file.archive.c_str(), parent.c_str(), group.c_str()),
             subject);
     }
+    // The label that is followed comes along with the revision, if no other one is asked for.
+    const bool isAlong = along.moves && label_.empty();
+    const std::string label = isAlong ? local().followedLabel() : label_;
+    const Stamp before = local().stampOf(file);
     check(TrvsPutRevision(TRVS_CONTEXT, 0, target(file.archive, subject.workfile).c_str(), 0,
-                          parent.c_str(), label_.c_str(), nullptr, message_.c_str(), group.c_str(),
-                          nullptr, 0, flags(!willBranch)),
+                          parent.c_str(), label.c_str(), nullptr, message_.c_str(), group.c_str(),
+                          nullptr, 0, flags(!willBranch, isAlong)),
           subject);
     local().forgetHistory(file);
-    finish(file, parent, willBranch, along);
+    later([=, this, &file] { finish(file, parent, before, willBranch, along); });
   }
 
   // The group worked in, unless the file was locked for another one.
@@ -161,19 +165,19 @@ class CheckIn : public FileCommand {
   }
 
   // What nobody has followed when it was looked at, nobody may follow meanwhile.
-  uint32_t flags(bool isTip) const {
+  uint32_t flags(bool isTip, bool isAlong) const {
     uint32_t flags = keepsLock_ ? TRVS_PUT_KEEP_LOCK : TRVS_PUT_READ_ONLY;
     if (branches_) flags |= TRVS_PUT_BRANCH;
     if (isTip && !branches_) flags |= TRVS_PUT_NO_BRANCH;
     if (older_) flags |= TRVS_PUT_OLDER;
     if (unchanged_) flags |= TRVS_PUT_UNCHANGED;
-    if (movesLabel_) flags |= TRVS_PUT_MOVE_LABEL;
+    if (movesLabel_ || isAlong) flags |= TRVS_PUT_MOVE_LABEL;
     return flags;
   }
 
   // The new revision is the child of the parent that came last.
-  void finish(const FileRecord& file, const std::string& parent, bool hasBranched,
-              const Along& along) {
+  void finish(const FileRecord& file, const std::string& parent, const Stamp& before,
+              bool hasBranched, const Along& along) {
     const History& history = local().historyOf(file);
     const RevisionInfo* made = history.tipOf(branchOf(parent));
     for (int i = 1; hasBranched; ++i) {
@@ -183,16 +187,22 @@ class CheckIn : public FileCommand {
     }
     const std::string number = made->number;
     if (!label_.empty()) labelled_.push_back({file.path, file.archive, number});
-    local().note(file, number, keepsLock_);
+    local().noteStored(file, number, before, keepsLock_);
     if (along.moves) {
-      const std::string label = local().followedLabel();
-      check(TrvsSetLabel(TRVS_CONTEXT, file.archive.c_str(), label.c_str(), number.c_str(),
-                         TRVS_LABEL_MOVE),
-            {.file = shownPath(file), .archive = file.archive, .label = label});
-      local().forgetHistory(file);
+      if (!label_.empty()) moveFollowed(file, number);
       moved_.push_back({file.path, file.archive, number});
     }
     tell(file, said(kCheckIn), number, along.words, {{"before", parent}});
+  }
+
+  void moveFollowed(const FileRecord& file, const std::string& number) const {
+    const std::string label = local().followedLabel();
+    Subject subject = about(file);
+    subject.label = label;
+    check(TrvsSetLabel(TRVS_CONTEXT, file.archive.c_str(), label.c_str(), number.c_str(),
+                       TRVS_LABEL_MOVE),
+          subject);
+    local().forgetHistory(file);
   }
 
   static constexpr Verb kCheckIn{"check in", "checked in"};

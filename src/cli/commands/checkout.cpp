@@ -176,8 +176,7 @@ class CheckOut : public FileCommand {
 
   bool mayOverwrite(const FileRecord& file, const RevisionInfo* here, const RevisionInfo& wanted) {
     const std::string path = shownPath(file);
-    if (isDry_ ||
-        output().ask(fmt::format("{} is changed; overwrite it with {}", path, wanted.number))) {
+    if (isDry_ || ask(fmt::format("{} is changed; overwrite it with {}", path, wanted.number))) {
       return true;
     }
     if (here != nullptr && here->number != wanted.number) {
@@ -250,12 +249,15 @@ class Revert : public FileCommand {
               about(file, number));
         local().forgetHistory(file);
       }
-      local().note(file, number, keepsLock_ && isMine);
+      local().note(file, number, isMine);
+      if (!keepsLock_) later([this, &file] { local().noteLock(file, false); });
     }
     const std::string verb = said({"revert", "reverted"});
-    output().result({{"file", file.path}, {"action", verb}, {"revision", number}},
-                    fmt::format("{} {} to {}{}", verb, shownPath(file), number,
-                                isChanged ? ", old content kept" : ""));
+    later([=, this, &file] {
+      output().result({{"file", file.path}, {"action", verb}, {"revision", number}},
+                      fmt::format("{} {} to {}{}", verb, shownPath(file), number,
+                                  isChanged ? ", old content kept" : ""));
+    });
   }
 
   bool keepsLock_ = false;

@@ -3,9 +3,24 @@
 
 #include <fmt/format.h>
 
+#include <algorithm>
+#include <utility>
+
+#include "cli/archives/batch.h"
 #include "cli/text/text.h"
+#include "os/clock.h"
 
 namespace cli {
+namespace {
+
+void tellFailed(Session& session, std::string_view command, size_t failed, size_t all) {
+  if (failed == 0 || all < 2) return;
+  session.output().problem({std::string(command),
+                            fmt::format("{} of {} failed", number(failed), counted(all, "file")),
+                            ""});
+}
+
+}  // namespace
 
 void FileCommand::run(Session& session) {
   session_ = &session;
@@ -32,8 +47,112 @@ Subject FileCommand::about(const FileRecord& file, const std::string& revision) 
   return {.file = shownPath(file), .archive = file.archive, .revision = revision};
 }
 
-size_t FileCommand::forEach(const Files& files, const Step& step) const {
-  return forEachFile(session(), name_, files, step);
+class FileCommand::Group {
+ public:
+  explicit Group(const FileCommand& command) : command_(command) {}
+
+  void next(const FileRecord& file) {
+    const bool isLate = os::steadyMilliseconds() - begun_ >= kLongest;
+    if (waiting_.size() == kMost || (isLate && !waiting_.empty())) settle();
+    if (waiting_.empty()) begun_ = os::steadyMilliseconds();
+    waiting_.push_back({&file, {}, {}});
+  }
+  void later(Deed deed) { waiting_.back().deeds.push_back(std::move(deed)); }
+  // Told at once, unless something of the files before it is still to be told.
+  void fail(const Problem& problem) {
+    const bool isFirst = std::all_of(waiting_.begin(), waiting_.end() - 1,
+                                     [](const Waiting& each) { return each.isSilent(); });
+    if (!isFirst) {
+      waiting_.back().problem = problem;
+      return;
+    }
+    tell(problem);
+    waiting_.back().deeds.clear();
+  }
+
+  // But for the file at hand what was done is told.
+  void settleOthers() {
+    Waiting last = std::move(waiting_.back());
+    waiting_.pop_back();
+    if (!waiting_.empty()) settle();
+    waiting_.push_back(std::move(last));
+  }
+
+  void settle() {
+    isSettling_ = true;
+    const auto undone = batch_.settle();
+    for (Waiting& each : waiting_) {
+      const auto status = undone.find(each.file->archive);
+      if (!each.problem && status != undone.end()) {
+        each.problem = problemOf(status->second, command_.about(*each.file));
+      }
+      if (!each.problem) finish(&each);
+      if (each.problem) tell(*each.problem);
+    }
+    waiting_.clear();
+    isSettling_ = false;
+  }
+
+  bool isSettling() const { return isSettling_; }
+  size_t failed() const { return failed_; }
+
+ private:
+  static constexpr size_t kMost = 256;
+  static constexpr int64_t kLongest = 1000;  // Milliseconds.
+
+  struct Waiting {
+    const FileRecord* file;
+    std::vector<Deed> deeds;
+    std::optional<Problem> problem;
+    bool isSilent() const { return deeds.empty() && !problem; }
+  };
+
+  void tell(const Problem& problem) {
+    command_.output().problem(problem);
+    ++failed_;
+  }
+
+  static void finish(Waiting* waiting) {
+    try {
+      for (const Deed& deed : waiting->deeds) deed();
+    } catch (const Problem& problem) {
+      waiting->problem = problem;
+    }
+  }
+
+  const FileCommand& command_;
+  Batch batch_;
+  bool isSettling_ = false;
+  int64_t begun_ = 0;
+  std::vector<Waiting> waiting_;
+  size_t failed_ = 0;
+};
+
+size_t FileCommand::forEach(const Files& files, const Step& step) {
+  Group group(*this);
+  group_ = &group;
+  for (const FileRecord* file : files) {
+    group.next(*file);
+    try {
+      step(*file);
+    } catch (const Problem& problem) {
+      group.fail(problem);
+    }
+  }
+  group.settle();
+  group_ = nullptr;
+  tellFailed(session(), name_, group.failed(), files.size());
+  return files.size() - group.failed();
+}
+
+void FileCommand::later(Deed deed) const {
+  if (group_ == nullptr || group_->isSettling()) return deed();
+  group_->later(std::move(deed));
+}
+
+bool FileCommand::ask(const std::string& question) const {
+  if (group_ != nullptr) group_->settleOthers();
+  return output().ask(question);
 }
 
 void FileCommand::beSure(const std::string& question) const {
@@ -48,8 +167,9 @@ void FileCommand::tell(const FileRecord& file, const std::string& said, const st
                        std::string_view rest, const Fields& more) const {
   Fields item{{"file", file.path}, {"action", said}, {"revision", orNull(number)}};
   item.insert(item.end(), more.begin(), more.end());
-  output().result(item, fmt::format("{} {}{}{}{}", said, shownPath(file), number.empty() ? "" : " ",
-                                    number, rest));
+  std::string line =
+      fmt::format("{} {}{}{}{}", said, shownPath(file), number.empty() ? "" : " ", number, rest);
+  later([this, item = std::move(item), line = std::move(line)] { output().result(item, line); });
 }
 
 void FileCommand::tellCount(size_t count, const Verb& verb, std::string_view rest) const {
@@ -69,11 +189,7 @@ size_t forEachFile(Session& session, std::string_view command,
       ++failed;
     }
   }
-  if (failed > 0 && files.size() > 1) {
-    session.output().problem(
-        {std::string(command),
-         fmt::format("{} of {} failed", number(failed), counted(files.size(), "file")), ""});
-  }
+  tellFailed(session, command, failed, files.size());
   return files.size() - failed;
 }
 

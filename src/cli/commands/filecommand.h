@@ -44,8 +44,14 @@ class FileCommand : public Command {
   // For the words of a problem.
   Subject about(const FileRecord& file, const std::string& revision = "") const;
 
-  // To how many files it was done. `step` gets each and may throw Problem.
-  size_t forEach(const Files& files, const Step& step) const;
+  // To how many files it was done. `step` gets each and may throw Problem. What the steps change in
+  // archives waits for the disk in groups; what they leave to later() is done file by file when
+  // their group is there, and is not done for a file whose change did not get there.
+  size_t forEach(const Files& files, const Step& step);
+  using Deed = std::function<void()>;
+  void later(Deed deed) const;
+  // A question about one of the files comes when all is told of those before it.
+  bool ask(const std::string& question) const;
   void beSure(const std::string& question) const;
 
   // What is said of a deed: "locked", and in a dry run "would lock".
@@ -65,12 +71,16 @@ class FileCommand : public Command {
   State::Use use_;
 
  private:
+  // A group of files that wait for the disk.
+  class Group;
+
   const char* name_;
+  Group* group_ = nullptr;
   Session* session_ = nullptr;
   mutable std::optional<LocalFiles> local_;
 };
 
-// The same as FileCommand has, where a command chooses its files otherwise.
+// The same without groups, where a command chooses its files otherwise and changes none.
 size_t forEachFile(Session& session, std::string_view command,
                    const std::vector<const FileRecord*>& files,
                    const std::function<void(const FileRecord& file)>& step);

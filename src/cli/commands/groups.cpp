@@ -72,7 +72,7 @@ class Promote : public FileCommand {
                                 isAcross_ ? uint32_t{TRVS_PROMOTE_ACROSS} : 0),
             subject);
     }
-    ++done_;
+    later([this] { ++done_; });
     std::string rest = " to " + next_;
     if (higher != nullptr && higher != lower) rest += fmt::format(", {} left it", higher->number);
     tell(file, said(kPromote), lower->number, rest,
@@ -159,7 +159,7 @@ class Groups : public FileCommand {
     return groups;
   }
 
-  std::map<std::string, size_t> countFiles() const {
+  std::map<std::string, size_t> countFiles() {
     std::map<std::string, size_t> counts;
     forEach(local().choose({}), [&](const FileRecord& file) {
       for (const RevisionInfo& revision : local().historyOf(file).revisions()) {

@@ -49,7 +49,7 @@ class Label : public FileCommand {
     size_t place = 0;
     const size_t done =
         forEach(files, [&](const FileRecord& file) { set(file, numbers[place++]); });
-    if (!isDry_) remember(files, numbers);
+    if (!isDry_) remember();
     output().line(
         fmt::format("{} {} with {}", said({"label", "labelled"}), counted(done, "file"), name_));
   }
@@ -103,22 +103,19 @@ class Label : public FileCommand {
     const bool isMoved = !before.empty() && before != number;
     const std::string line =
         fmt::format("moved {} of {} from {} to {}", name_, shownPath(file), before, number);
-    output().result({{"file", file.path},
-                     {"action", "labelled"},
-                     {"revision", number},
-                     {"before", orNull(before)}},
-                    isMoved ? line : "");
+    later([=, this, &file] {
+      labelled_.push_back({file.path, file.archive, number});
+      output().result({{"file", file.path},
+                       {"action", "labelled"},
+                       {"revision", number},
+                       {"before", orNull(before)}},
+                      isMoved ? line : "");
+    });
   }
 
-  // Those that have it now, whether by this command or before.
-  void remember(const Files& files, const std::vector<std::string>& numbers) {
+  void remember() const {
     LabelList list = local().labelList(name_);
-    for (size_t i = 0; i < files.size(); ++i) {
-      local().forgetHistory(*files[i]);
-      const RevisionInfo* const now = local().historyOf(*files[i]).withLabel(name_);
-      if (now == nullptr || now->number != numbers[i]) continue;
-      list.set({files[i]->path, files[i]->archive, now->number});
-    }
+    for (const LabelledFile& each : labelled_) list.set(each);
     list.store();
   }
 
@@ -130,7 +127,7 @@ class Label : public FileCommand {
       throw Problem{name_, "no file has this label", "'trevault labels' lists them"};
     const std::string question =
         fmt::format("delete the label {} of {}", name_, counted(files.size(), "file"));
-    if (!isDry_ && !output().ask(question)) {
+    if (!isDry_ && !ask(question)) {
       throw Problem{"label", "nothing was deleted", "'--yes' says that it is sure",
                     Exit::kCancelled};
     }
@@ -138,7 +135,7 @@ class Label : public FileCommand {
     const size_t done = forEach(files, [&](const FileRecord& file) {
       if (isDry_) return;
       check(TrvsDeleteLabel(TRVS_CONTEXT, file.archive.c_str(), name_.c_str()), labelled(file));
-      list.remove(file.archive);
+      later([&] { list.remove(file.archive); });
     });
     if (!isDry_) list.store();
     output().line(
@@ -149,6 +146,7 @@ class Label : public FileCommand {
   bool moves_ = false;
   bool floats_ = false;
   bool deletes_ = false;
+  std::vector<LabelledFile> labelled_;
   std::string name_;
 };
 

@@ -91,15 +91,16 @@ class Lock : public FileCommand {
       check(TrvsLockWithNote(TRVS_CONTEXT, file.archive.c_str(), number.c_str(), group_.c_str(),
                              note_.c_str()),
             subject);
-      setWritable(path, true);
+      later([path] { setWritable(path, true); });
     } else {
       check(TrvsGetWithNote(TRVS_CONTEXT, target(file.archive, path).c_str(), number.c_str(),
                             group_.c_str(), note_.c_str(), TRVS_GET_OVERWRITE),
             subject);
     }
     local().forgetHistory(file);
-    if (!isChanged) return local().note(file, number, true);
-    local().noteLock(file, true);
+    later([this, &file, number, isChanged] {
+      isChanged ? local().noteLock(file, true) : local().note(file, number, true);
+    });
   }
 
   static constexpr Verb kLock{"lock", "locked"};
@@ -140,10 +141,12 @@ class Unlock : public FileCommand {
     }
     if (!isDry_) {
       remove(file, number, local().user());
-      if (!isChanged && local().stateOf(file) != nullptr) {
-        setWritable(local().pathToWrite(file), false);
-      }
-      local().noteLock(file, false);
+      later([this, &file, isChanged] {
+        if (!isChanged && local().stateOf(file) != nullptr) {
+          setWritable(local().pathToWrite(file), false);
+        }
+        local().noteLock(file, false);
+      });
     }
     tell(file, said(kUnlock), number, isChanged ? ", your changes kept" : "");
   }
@@ -164,15 +167,17 @@ class Unlock : public FileCommand {
     }
     const LockInfo was = *lock;
     const bool isSure =
-        isDry_ || output().ask(fmt::format("take back {}'s lock of {} {}, held since {}", was.user,
-                                           shownPath(file), was.number, was.minute()));
+        isDry_ || ask(fmt::format("take back {}'s lock of {} {}, held since {}", was.user,
+                                  shownPath(file), was.number, was.minute()));
     if (!isSure) {
       throw Problem{shownPath(file), "left locked", "'--yes' says that it is sure", Exit::kFailed};
     }
     if (!isDry_) remove(file, was.number, was.user);
     tell(file, said(kUnlock), was.number, ", held by " + was.user);
-    output().hint(fmt::format("{0}'s copy is still writable; {0}'s next 'trevault status' tells it",
-                              was.user));
+    later([this, user = was.user] {
+      output().hint(
+          fmt::format("{0}'s copy is still writable; {0}'s next 'trevault status' tells it", user));
+    });
   }
 
   void remove(const FileRecord& file, const std::string& number, const std::string& user) {

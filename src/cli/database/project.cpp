@@ -2,6 +2,7 @@
 #include <fmt/format.h>
 
 #include <algorithm>
+#include <map>
 
 #include "cli/database/database.h"
 #include "cli/database/handles.h"
@@ -176,24 +177,38 @@ void Project::addFiles(const std::vector<FileRecord>& files, const Failed& faile
   if (!scope.holds(handle)) {
     throw Problem{name(), withMessages("its list of files can't be changed now"), "try again"};
   }
-  const auto add = [&](const FileRecord& file) {
+  const auto addTo = [&](const std::string& name, const std::vector<const FileRecord*>& chosen) {
     TVArchiveFolderHandle folder;
-    if (!file.folder.empty()) folder = findFolder(handle, file.folder);
+    if (!name.empty()) folder = findFolder(handle, name);
     TVHandle& parent = folder.isNull() ? static_cast<TVHandle&>(handle) : folder;
     const std::string directory =
         folder.isNull() ? "" : directoryOf(*folder.as<TVArchiveFolder>(), top);
+    std::vector<const FileRecord*> told;
+    std::vector<foldapi::TVMemberNames> names;
+    for (const FileRecord* file : chosen) {
+      try {
+        names.push_back(namesOf(*file, directory));
+        told.push_back(file);
+      } catch (const Problem& problem) {
+        failed(*file, problem);
+      }
+    }
     const Opened open(parent);
-    foldapi::TVCreateOptions options{.scope = const_cast<foldapi::TVLockScope&>(scope)};
-    if (TVArchiveMemberHandle::create(namesOf(file, directory), parent, options).isNull()) {
-      throw Problem{file.path, withMessages("its record could not be stored"),
-                    "choose another name"};
+    const auto made = TVArchiveMemberHandle::createAll(
+        names, parent, {.scope = const_cast<foldapi::TVLockScope&>(scope)});
+    for (size_t i = 0; i < made.size(); ++i) {
+      if (!made[i].isNull()) continue;
+      failed(*told[i], {told[i]->path, withMessages("its record could not be stored"),
+                        "choose another name"});
     }
   };
-  for (const FileRecord& file : files) {
+  std::map<std::string, std::vector<const FileRecord*>> byFolder;
+  for (const FileRecord& file : files) byFolder[file.folder].push_back(&file);
+  for (const auto& [folder, chosen] : byFolder) {
     try {
-      add(file);
+      addTo(folder, chosen);
     } catch (const Problem& problem) {
-      failed(file, problem);
+      for (const FileRecord* file : chosen) failed(*file, problem);
     }
   }
 }

@@ -326,10 +326,23 @@ Subject LocalFiles::subjectOf(const FileRecord& file, const std::string& revisio
   return subject;
 }
 
-void LocalFiles::note(const FileRecord& file, const std::string& revision, bool isLocked) {
+Stamp LocalFiles::stampOf(const FileRecord& file) const {
   os::FileStatus status;
-  if (os::readEntryStatus(pathOf(file).c_str(), &status) != os::FileResult::kDone) return;
-  note(file, revision, Stamp::of(status), isLocked);
+  static_cast<void>(os::readEntryStatus(pathOf(file).c_str(), &status));
+  return Stamp::of(status);
+}
+
+void LocalFiles::note(const FileRecord& file, const std::string& revision, bool isLocked) {
+  const Stamp stamp = stampOf(file);
+  if (stamp != Stamp()) note(file, revision, stamp, isLocked);
+}
+
+// Keywords are expanded in a file of another inode.
+void LocalFiles::noteStored(const FileRecord& file, const std::string& revision,
+                            const Stamp& before, bool isLocked) {
+  const Stamp stamp = stampOf(file);
+  const bool isStored = stamp == before || isThere(file, revision);
+  note(file, revision, isStored ? stamp : Stamp(), isLocked);
 }
 
 void LocalFiles::note(const FileRecord& file, const std::string& revision, const Stamp& stamp,

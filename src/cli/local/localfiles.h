@@ -91,6 +91,12 @@ class LocalFiles {
 
   // The file is `revision` now.
   void note(const FileRecord& file, const std::string& revision, bool isLocked);
+  // The file was stored as `revision`, and looked as `before` tells before it was read: what has
+  // changed since is no part of that.
+  void noteStored(const FileRecord& file, const std::string& revision, const Stamp& before,
+                  bool isLocked);
+  // How it looks now; as no file does if it is not there.
+  Stamp stampOf(const FileRecord& file) const;
   // The file comes from `revision`, and differs from it.
   void noteChanged(const FileRecord& file, const std::string& revision);
   // Only the lock has changed.
