@@ -7,6 +7,30 @@
 
 namespace os {
 
+// Memory for what an operation makes anew each time: a few megabytes of what is given back stay
+// with the process, since new memory takes time to clear. May throw std::bad_alloc. To be given
+// back with the size that was asked for.
+void* takeAgain(size_t size);
+void giveBack(void* place, size_t size) noexcept;
+
+// The same for a container.
+template <typename Element>
+struct AgainAllocator {
+  using value_type = Element;
+
+  AgainAllocator() = default;
+  template <typename Other>
+  AgainAllocator(const AgainAllocator<Other>&) {}
+
+  Element* allocate(size_t count) {
+    return static_cast<Element*>(takeAgain(count * sizeof(Element)));
+  }
+  void deallocate(Element* place, size_t count) noexcept {
+    giveBack(place, count * sizeof(Element));
+  }
+  bool operator==(const AgainAllocator&) const = default;
+};
+
 // Memory of a size that is settled once, of any value at first. Moved, never copied.
 //
 // Ordinary memory is the process's until it gives it back, and when all have too much of it some
@@ -18,7 +42,7 @@ namespace os {
 // ordinary memory after all.
 class Memory {
  public:
-  // From here on pieces are wide. Narrower ones don't count.
+  // From here on pieces are wide. Narrower ones don't count, and come of takeAgain().
   static constexpr size_t kWide = 1 << 20;
   // Ordinary memory in wide pieces. To be set by tests alone.
   static inline std::atomic<size_t> mostOrdinary = 64 << 20;

@@ -7,6 +7,7 @@
 #include <unistd.h>
 
 #include <array>
+#include <bit>
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
@@ -22,12 +23,17 @@
 namespace os {
 namespace {
 
+struct Piece {
+  void* place = nullptr;
+  size_t size = 0;
+};
+
 constexpr size_t kLargePage = 2 << 20;
 constexpr mode_t kForOwner = S_IRUSR | S_IWUSR;
 constexpr const char* kUsualDirectory = "/var/tmp";  // Unlike /tmp never in memory.
 
 void* allocateOrdinary(size_t size) {
-  if (size < 2 * kLargePage) return std::malloc(size > 0 ? size : 1);
+  if (size < 2 * kLargePage) return std::malloc(size);
   const size_t wholePages = (size + kLargePage - 1) / kLargePage * kLargePage;
   void* const memory = std::aligned_alloc(kLargePage, wholePages);
   if (memory != nullptr) ::madvise(memory, wholePages, MADV_HUGEPAGE);
@@ -88,7 +94,70 @@ bool isShort(size_t size) {
   return isKnown && size / 1024 > free;
 }
 
+// What stays with the process, in pieces of few sizes.
+class Pool {
+ public:
+  // That of the piece for `size` bytes.
+  static size_t sizeOf(size_t size) {
+    if (size < kLeast) return size;
+    const size_t step = std::bit_ceil(size) / 8;
+    return (size + step - 1) / step * step;
+  }
+
+  // Null if there is none.
+  void* take(size_t size) {
+    if (size < kLeast) return nullptr;
+    const std::lock_guard<std::mutex> lock(mutex_);
+    for (Piece& each : pieces_) {
+      if (each.size != size) continue;
+      kept_ -= size;
+      return std::exchange(each, {}).place;
+    }
+    return nullptr;
+  }
+
+  // Whether it is kept.
+  bool keep(void* place, size_t size) {
+    if (size < kLeast) return false;
+    const std::lock_guard<std::mutex> lock(mutex_);
+    if (kept_ + size > kMost) return false;
+    for (Piece& each : pieces_) {
+      if (each.place != nullptr) continue;
+      each = {place, size};
+      kept_ += size;
+      return true;
+    }
+    return false;
+  }
+
+ private:
+  static constexpr size_t kLeast = 64 << 10;
+  static constexpr size_t kMost = 8 << 20;
+
+  std::mutex mutex_;
+  std::array<Piece, 16> pieces_{};
+  size_t kept_ = 0;
+};
+
+// Never destroyed, as the spares below: calls late in a process's life still find them.
+Pool& pool() {
+  static auto* const pool = new Pool;
+  return *pool;
+}
+
 }  // namespace
+
+void* takeAgain(size_t size) {
+  const size_t whole = Pool::sizeOf(size);
+  void* const kept = pool().take(whole);
+  void* const place = kept != nullptr ? kept : std::malloc(whole > 0 ? whole : 1);
+  if (place == nullptr) throw std::bad_alloc();
+  return place;
+}
+
+void giveBack(void* place, size_t size) noexcept {
+  if (!pool().keep(place, Pool::sizeOf(size))) std::free(place);
+}
 
 // Ordinary memory of wide pieces that nobody uses at present.
 class Memory::Spares {
@@ -131,11 +200,6 @@ class Memory::Spares {
   }
 
  private:
-  struct Piece {
-    void* place = nullptr;
-    size_t size = 0;
-  };
-
   void freeAll() {
     for (Piece& each : pieces_) {
       std::free(each.place);
@@ -148,7 +212,6 @@ class Memory::Spares {
   int users_ = 0;
 };
 
-// Never destroyed: calls late in a process's life still find it.
 Memory::Spares& Memory::spares() {
   static auto* const spares = new Spares;
   return *spares;
@@ -166,10 +229,9 @@ bool Memory::takeOrdinary(size_t size) {
 
 Memory::Memory(size_t size) : size_(size) {
   if (size > PTRDIFF_MAX - kLargePage) throw std::bad_alloc();
-  const bool isWide = size >= kWide;
-  if (isWide) place_ = spares().take(&size_);
+  place_ = size < kWide ? takeAgain(size) : spares().take(&size_);
   if (place_ != nullptr) return;
-  const bool isTooMuch = isWide && !takeOrdinary(size);
+  const bool isTooMuch = !takeOrdinary(size);
   if (isTooMuch) {
     const std::string directory = environmentVariable("TMPDIR").value_or("");
     place_ = mapNamelessFile(directory, size);
@@ -179,7 +241,7 @@ Memory::Memory(size_t size) : size_(size) {
   if (isMapped_) ordinary_ -= size;
   if (!isMapped_ && !(isTooMuch && isShort(size))) place_ = allocateOrdinary(size);
   if (place_ != nullptr) return;
-  if (isWide) ordinary_ -= size;
+  ordinary_ -= size;
   throw std::bad_alloc();
 }
 
@@ -188,10 +250,12 @@ Memory::~Memory() {
     ::munmap(place_, size_);
     return;
   }
-  const bool isWide = size_ >= kWide;
-  if (isWide && spares().keep(place_, size_)) return;
-  std::free(place_);
-  if (isWide) ordinary_ -= size_;
+  if (size_ < kWide) {
+    giveBack(place_, size_);
+  } else if (!spares().keep(place_, size_)) {
+    std::free(place_);
+    ordinary_ -= size_;
+  }
 }
 
 }  // namespace os

@@ -90,7 +90,7 @@ class History {
                         std::string_view content, btkf::Revision revision) {
     std::unique_ptr<btkf::Archive> archive;
     if (const auto status = btkf::Archive::openToUpdate(path, &archive)) return status;
-    btkf::ArchiveModel model = archive->model();
+    btkf::ArchiveModel model = archive->takeModel();
     btkf::Branch* place = model.findBranch(number(branch));
     if (place == nullptr) place = &model.addBranch(number(branch));
     const btkf::Revision* const tip = place->tip();

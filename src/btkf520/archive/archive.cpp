@@ -59,15 +59,15 @@ bool isReadable(const std::string& path) {
   return file.open(path.c_str(), os::File::Access::kRead) == FileResult::kDone;
 }
 
-bool haveSameContents(const Branch& first, const Branch& second) {
-  return std::equal(first.revisions.begin(), first.revisions.end(), second.revisions.begin(),
-                    second.revisions.end(), [](const Revision& one, const Revision& other) {
-                      return one.content == other.content;
-                    });
+bool haveSameContents(const ArchiveReader::Line& line, const Branch& branch) {
+  return line.branch == branch.number &&
+         std::equal(line.contents.begin(), line.contents.end(), branch.revisions.begin(),
+                    branch.revisions.end(),
+                    [](const Content& one, const Revision& other) { return one == other.content; });
 }
 
 // Only a damaged content can still want a parent that has been deleted.
-void dropLostParents(std::vector<Frame>* frames) {
+void dropLostParents(Frames* frames) {
   std::set<uint32_t> planned{0};
   for (const Frame& frame : *frames) planned.insert(frame.content);
   for (Frame& frame : *frames) {
@@ -122,27 +122,27 @@ class Archive::Impl {
 
   // How the contents of a model are to be stored.
   struct Plan {
-    std::vector<Frame> kept;  // In the order of their offsets, as all frames of an index.
-    std::vector<Frame> made;  // The tips last.
-    bool hasLost = false;     // Contents that are stored now.
+    Frames kept;           // In the order of their offsets, as all frames of an index.
+    Frames made;           // The tips last.
+    bool hasLost = false;  // Contents that are stored now.
   };
 
   bool lookAgain(TrvsStatus status);
   const Content* known(uint32_t id) const;
   bool knowsAllOf(const Branch& branch) const;
   bool plan(const ArchiveModel& model, Plan* plan) const;
-  void planBranch(const Branch& branch, std::vector<Frame>* frames) const;
+  void planBranch(const Branch& branch, Frames* frames) const;
   const Frame* storedLike(const Frame& planned) const;
   bool isAppendable() const;
   bool isToBeAppended(const Plan& plan) const;
-  TrvsStatus copyKept(std::vector<Frame>* kept, ArchiveChange* to) const;
+  TrvsStatus copyKept(Frames* kept, ArchiveChange* to) const;
   TrvsStatus hold(uint32_t id, Held* held);
   void findDamaged(const ArchiveModel& model);
   TrvsStatus pack(Frame* frame, Bytes* packed);
   TrvsStatus writeFrames(Plan plan, Index* index, ArchiveChange* to);
   TrvsStatus packIndex(std::string_view bytes, ArchiveChange* to, EndRecord* record, Bytes* packed);
   TrvsStatus writeEnd(const Index& index, ArchiveChange* to);
-  TrvsStatus append(const Plan& plan, Index* index, ArchiveChange* to);
+  TrvsStatus append(Plan plan, Index* index, ArchiveChange* to);
   TrvsStatus rewrite(const Plan& plan, Index* index, ArchiveChange* to, bool* isRefused);
   TrvsStatus write(Index* index, std::unique_ptr<ArchiveChange>* change);
 
@@ -234,7 +234,7 @@ bool Archive::Impl::knowsAllOf(const Branch& branch) const {
 
 // The frames that `branch` is to have, from the tip's on. What is damaged stays as it is and
 // nobody's parent, so that it is no obstacle to others.
-void Archive::Impl::planBranch(const Branch& branch, std::vector<Frame>* frames) const {
+void Archive::Impl::planBranch(const Branch& branch, Frames* frames) const {
   std::vector<Content> contents;
   std::vector<uint32_t> positions;
   for (const Revision& revision : branch.revisions) {
@@ -269,12 +269,14 @@ void Archive::Impl::planBranch(const Branch& branch, std::vector<Frame>* frames)
 // False if `model` uses a content that is not there. Only branches with other contents than before
 // are planned anew.
 bool Archive::Impl::plan(const ArchiveModel& model, Plan* plan) const {
-  const Index& old = reader_->index();
-  std::vector<Frame> planned;
+  const Frames& old = reader_->index().frames;
+  const std::vector<ArchiveReader::Line>& lines = reader_->lines();
+  Frames planned;
   std::vector<const Branch*> same;
+  auto line = lines.begin();  // Branches and lines ascend by number.
   for (const Branch& branch : model.branches) {
-    const Branch* const before = old.model.findBranch(branch.number);
-    if (before != nullptr && haveSameContents(*before, branch)) {
+    while (line != lines.end() && line->branch < branch.number) ++line;
+    if (line != lines.end() && haveSameContents(*line, branch)) {
       same.push_back(&branch);
     } else if (knowsAllOf(branch)) {
       planBranch(branch, &planned);
@@ -282,8 +284,8 @@ bool Archive::Impl::plan(const ArchiveModel& model, Plan* plan) const {
       return false;
     }
   }
-  if (planned.empty() && same.size() == old.model.branches.size()) {
-    plan->kept = old.frames;
+  if (planned.empty() && same.size() == lines.size()) {
+    plan->kept = old;
     return true;
   }
   if (!damaged_.empty()) dropLostParents(&planned);
@@ -306,7 +308,7 @@ bool Archive::Impl::plan(const ArchiveModel& model, Plan* plan) const {
     frame.checksum = stored->checksum;
     plan->kept.push_back(frame);
   }
-  plan->hasLost = count != old.frames.size();
+  plan->hasLost = count != old.size();
   // An empty one may stand where another begins.
   std::sort(plan->kept.begin(), plan->kept.end(), [](const Frame& left, const Frame& right) {
     return std::pair(left.offset, left.size) < std::pair(right.offset, right.size);
@@ -342,7 +344,7 @@ bool Archive::Impl::isToBeAppended(const Plan& plan) const {
 }
 
 // Copies frames that are in the file, runs of them at once, and tells where they are then.
-TrvsStatus Archive::Impl::copyKept(std::vector<Frame>* kept, ArchiveChange* to) const {
+TrvsStatus Archive::Impl::copyKept(Frames* kept, ArchiveChange* to) const {
   uint64_t begin = 0;  // Of a run.
   uint64_t end = 0;
   const auto copyRun = [&] { return writeStatus(to->copy(reader_->file(), begin, end - begin)); };
@@ -461,9 +463,9 @@ TrvsStatus Archive::Impl::writeEnd(const Index& index, ArchiveChange* to) {
   return writeStatus(to->end(encodeRecords(index.model), record));
 }
 
-TrvsStatus Archive::Impl::append(const Plan& plan, Index* index, ArchiveChange* to) {
+TrvsStatus Archive::Impl::append(Plan plan, Index* index, ArchiveChange* to) {
   TrvsStatus status = writeStatus(to->beginPart(reader_->file(), reader_->end()));
-  if (status == TRVS_DONE) status = writeFrames(plan, index, to);
+  if (status == TRVS_DONE) status = writeFrames(std::move(plan), index, to);
   return status == TRVS_DONE ? writeEnd(*index, to) : status;
 }
 
@@ -485,12 +487,12 @@ TrvsStatus Archive::Impl::write(Index* index, std::unique_ptr<ArchiveChange>* ch
   Plan plan;
   if (!this->plan(index->model, &plan)) return TRVS_MISUSE;
   *change = std::make_unique<ArchiveChange>(path_);
-  if (isToBeAppended(plan)) return append(plan, index, change->get());
+  if (isToBeAppended(plan)) return append(std::move(plan), index, change->get());
   bool isRefused = false;
   const TrvsStatus status = rewrite(plan, index, change->get(), &isRefused);
   if (!isRefused || !isAppendable()) return status;
   *change = std::make_unique<ArchiveChange>(path_);
-  return append(plan, index, change->get());
+  return append(std::move(plan), index, change->get());
 }
 
 TrvsStatus Archive::Impl::begin(ArchiveModel model, std::unique_ptr<ArchiveChange>* change) {
@@ -570,6 +572,7 @@ void Archive::boundContents(uint64_t bytes) { impl_->boundContents(bytes); }
 TrvsStatus Archive::checkSize(const Content& content) const {
   return impl_->reader().checkSize(content.id);
 }
+ArchiveModel Archive::takeModel() { return impl_->reader().takeModel(); }
 const ArchiveModel& Archive::model() const { return impl_->reader().index().model; }
 TrvsStatus Archive::read(const Content& content, Bytes* bytes) const {
   return impl_->read(content, bytes);

@@ -3,11 +3,11 @@
 //     std::unique_ptr<Archive> archive;
 //     if (TrvsStatus status = Archive::openToUpdate(path, &archive)) return status;
 //     const Bytes workfile = ...;
-//     ArchiveModel model = archive->model();
+//     ArchiveModel model = archive->takeModel();
 //     Revision revision = ...;
 //     revision.content = archive->put(workfile.view());
 //     model.trunk().revisions.push_back(revision);
-//     return archive->commit(model);
+//     return archive->commit(std::move(model));
 //
 // What stands in an archive file is never changed: a commit adds a part at its end, or writes a
 // whole new file beside it and renames that over the old one. So a reader sees the archive as it
@@ -64,6 +64,9 @@ class Archive {
 
   // As read from the file or committed last. Good until the next commit().
   const ArchiveModel& model() const;
+  // The same to be changed, without a copy, since it may be wide: until the next commit() model()
+  // is empty, and verify() not to be used.
+  ArchiveModel takeModel();
 
   // Rebuilds a content and checks it: TRVS_NOT_AN_ARCHIVE if it is damaged, TRVS_NO_REVISION if the
   // archive has no such content, TRVS_NO_MEMORY if it can't be held. *bytes changes only with

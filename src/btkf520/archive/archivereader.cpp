@@ -196,14 +196,30 @@ TrvsStatus ArchiveReader::readFullIndex(std::string_view* bytes) {
   return TRVS_DONE;
 }
 
+const std::vector<ArchiveReader::Line>& ArchiveReader::lines() const {
+  if (!lines_.empty()) return lines_;
+  lines_.reserve(index_.model.branches.size());
+  for (const Branch& branch : index_.model.branches) {
+    auto& contents = lines_.emplace_back(Line{branch.number, {}}).contents;
+    contents.reserve(branch.revisions.size());
+    for (const Revision& revision : branch.revisions) contents.push_back(revision.content);
+  }
+  return lines_;
+}
+
+ArchiveModel ArchiveReader::takeModel() {
+  static_cast<void>(lines());
+  return std::exchange(index_.model, {});
+}
+
 const ArchiveReader::Stored* ArchiveReader::find(uint32_t content) const {
   if (contents_.empty()) {
     places_ = FramePlaces(index_.frames);
     contents_.reserve(index_.frames.size());
     for (const Frame& frame : index_.frames) contents_.push_back({{}, frame});
-    index_.model.forEachRevision([this](const Revision& revision) {
-      contents_[*places_.find(revision.content.id)].content = revision.content;
-    });
+    for (const Line& line : lines()) {
+      for (const Content& each : line.contents) contents_[*places_.find(each.id)].content = each;
+    }
   }
   const std::optional<Place> place = places_.find(content);
   return place ? &contents_[*place] : nullptr;

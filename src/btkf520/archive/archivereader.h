@@ -74,6 +74,15 @@ class ArchiveReader {
 
   os::File& file() { return file_; }
   const Index& index() const { return index_; }
+  // Its model, which is empty then. What else is asked here needs it no more, but for verify().
+  ArchiveModel takeModel();
+  // The contents of a branch, oldest first.
+  struct Line {
+    Number branch;
+    std::vector<Content, os::AgainAllocator<Content>> contents;
+  };
+  // Those of the model as it was read.
+  const std::vector<Line>& lines() const;
   FrameCodec& codec() { return *codec_; }
   const archivefile::End& end() const { return end_; }
   // Where the last full index is, and what it says, to pack the next one against.
@@ -121,8 +130,9 @@ class ArchiveReader {
   Index index_;
   archivefile::End end_;
   Bytes full_;  // The last full index, unpacked; empty if it has not been read.
+  mutable std::vector<Line> lines_;  // Made when they are asked for, or the model is taken.
   // In the order of the frames. Both are made when the first content is looked for.
-  mutable std::vector<Stored> contents_;
+  mutable std::vector<Stored, os::AgainAllocator<Stored>> contents_;
   mutable FramePlaces places_;
   std::unique_ptr<FrameCodec> codec_;
   RecentContents recent_;

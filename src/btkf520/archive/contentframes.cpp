@@ -27,7 +27,7 @@ constexpr int kLevel = 1;
 // A delta that saves less than this part of the content may be worse than no delta at all.
 constexpr size_t kPoorRatio = 4;
 // Of a wider content the frame gets no room for the worst case at once.
-constexpr size_t kWideContent = 1 << 20;
+constexpr size_t kWideContent = 64 << 10;
 // The search of zstd itself is not used for deltas, so its tables may be as small as they can be.
 constexpr int kLeastTableLog = 6;
 constexpr size_t kLeastMatch = 3;

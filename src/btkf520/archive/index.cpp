@@ -184,7 +184,7 @@ using ParentPlaces = std::array<Place, 2>;
 constexpr Place kNowhere = UINT32_MAX;
 
 // One for each frame. Nothing if a parent is missing.
-std::optional<std::vector<ParentPlaces>> placesOfParents(const std::vector<Frame>& frames,
+std::optional<std::vector<ParentPlaces>> placesOfParents(const Frames& frames,
                                                          const FramePlaces& places) {
   std::vector<ParentPlaces> result;
   result.reserve(frames.size());
@@ -203,7 +203,7 @@ std::optional<std::vector<ParentPlaces>> placesOfParents(const std::vector<Frame
 
 // Whether all parents exist and nothing forms a circle. Frames that no other needs are set aside,
 // then those that only such ones need, and so on. What is left forms a circle.
-bool parentsAreSound(const std::vector<Frame>& frames, const FramePlaces& places) {
+bool parentsAreSound(const Frames& frames, const FramePlaces& places) {
   const auto parents = placesOfParents(frames, places);
   if (!parents) return false;
   std::vector<uint32_t> needs(frames.size());  // How many need each frame, but for those set aside.
@@ -237,7 +237,7 @@ size_t usualSize(const Index& index) {
 
 }  // namespace
 
-FramePlaces::FramePlaces(const std::vector<Frame>& frames) {
+FramePlaces::FramePlaces(const Frames& frames) {
   uint32_t largest = 0;
   for (const Frame& frame : frames) largest = std::max(largest, frame.content);
   const bool areDense = largest / 8 <= frames.size();

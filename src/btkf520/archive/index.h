@@ -15,6 +15,7 @@
 #include <vector>
 
 #include "btkf520/archive/model.h"
+#include "os/pages.h"
 
 namespace btkf {
 
@@ -33,13 +34,15 @@ struct Frame {
   std::array<uint32_t, 2> parents() const { return {olderParent, newerParent}; }
 };
 
+using Frames = std::vector<Frame, os::AgainAllocator<Frame>>;
+
 // Where the frame of each content stands among all of them.
 using Place = uint32_t;
 
 class FramePlaces {
  public:
   FramePlaces() = default;
-  explicit FramePlaces(const std::vector<Frame>& frames);
+  explicit FramePlaces(const Frames& frames);
 
   bool areDistinct() const { return areDistinct_; }
   std::optional<Place> find(uint32_t content) const;
@@ -54,7 +57,7 @@ class FramePlaces {
 
 struct Index {
   ArchiveModel model;
-  std::vector<Frame> frames;
+  Frames frames;
   uint32_t lastContent = 0;  // The highest id that was ever given.
 };
 

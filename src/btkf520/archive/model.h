@@ -1,7 +1,7 @@
 // btkf520/archive/model.h: what an archive says, as values.
 //
 // An ArchiveModel holds everything about an archive but the contents of its revisions. Operations
-// copy the one that Archive::model() gives, change the copy as they like and hand it to
+// take the one that Archive::takeModel() gives, change it as they like and hand it to
 // Archive::commit(). Nothing here knows the rules of an operation, or the file.
 #pragma once
 
@@ -13,6 +13,7 @@
 #include "btkf520/archive/number.h"
 #include "btkf520/btkf520.h"
 #include "dates/packedtime.h"
+#include "os/pages.h"
 
 namespace btkf {
 
@@ -53,7 +54,7 @@ struct Revision {
 // A line of revisions, oldest first, in ascending order of their numbers; some may be missing.
 struct Branch {
   Number number;  // The trunk is "1", whatever its revisions begin with.
-  std::vector<Revision> revisions;
+  std::vector<Revision, os::AgainAllocator<Revision>> revisions;
 
   // The newest revision, null for none. Good until the branch changes.
   const Revision* tip() const { return revisions.empty() ? nullptr : &revisions.back(); }

@@ -43,13 +43,16 @@ const Revision* newestUntil(const Branch& branch, const Number& last, PackedTime
   return nullptr;
 }
 
-// Makes the archive say `before` again. Whether that worked.
-bool takeBack(ArchiveChange* change, const ArchiveModel& before) noexcept {
+// Makes the archive say `before` of that revision again. Whether that worked.
+bool takeBack(ArchiveChange* change, const Revision& before) noexcept {
   TrvsStatus status = TRVS_NO_MEMORY;
   attempt([&] {
     std::unique_ptr<Archive> archive;
     status = Archive::openHeld(change->path(), change->takeFile(), &archive);
-    if (status == TRVS_DONE) status = archive->commit(before);
+    if (status != TRVS_DONE) return;
+    ArchiveModel model = archive->takeModel();
+    *model.findRevision(before.number) = before;
+    status = archive->commit(std::move(model));
   });
   return status == TRVS_DONE;
 }
@@ -81,6 +84,7 @@ class CheckOut {
   const CheckOutRequest& request_;
   Task task_;
   const Revision* revision_ = nullptr;  // In task_.model.
+  Revision unlocked_;                   // The same before it was locked.
   std::string workfilePath_;
   bool isWhole_ = false;  // All of it has to be seen before any of it is written, for keywords.
   Bytes stored_;          // Then the content.
@@ -113,8 +117,7 @@ TrvsStatus CheckOut::finish(std::vector<Event> events) {
 // without a workfile. So it is given back if the workfile can't follow.
 TrvsStatus CheckOut::finishWithLock(std::vector<Event> events) {
   if (const TrvsStatus status = workfile_->check()) return status;
-  const auto finishWorkfile = [workfile = workfile_,
-                               before = task_.archive().model()](ArchiveChange& change) {
+  const auto finishWorkfile = [workfile = workfile_, before = unlocked_](ArchiveChange& change) {
     TrvsStatus status = TRVS_NO_MEMORY;
     attempt([&] { status = workfile->finish(); });
     const bool isLocked = status == TRVS_DONE || !takeBack(&change, before);
@@ -131,13 +134,12 @@ TrvsStatus CheckOut::open() {
 
 TrvsStatus CheckOut::chooseRevision() {
   const std::string_view group = textOf(request_.group);
-  Number number;
   if (asks(TRVS_GET_LOCK)) {
     if (const TrvsStatus status =
-            lockRevision(&task_, request_.revision, request_.group, request_.note, &number)) {
+            lockRevision(&task_, request_.revision, request_.group, request_.note, &unlocked_)) {
       return status;
     }
-    revision_ = task_.model.findRevision(number);
+    revision_ = task_.model.findRevision(unlocked_.number);
     return TRVS_DONE;
   }
   if (!group.empty() && textOf(request_.revision).empty()) return chooseByGroup(group);

@@ -71,7 +71,7 @@ TrvsStatus chooseGroup(std::string_view wanted, std::string* group) {
 }
 
 TrvsStatus lockRevision(Task* task, const char* revision, const char* group, const char* note,
-                        Number* locked) {
+                        Revision* before) {
   if (!isNote(textOf(note))) return TRVS_BAD_NAME;
   std::string chosen;
   if (const TrvsStatus status = chooseGroup(textOf(group), &chosen)) return status;
@@ -79,7 +79,7 @@ TrvsStatus lockRevision(Task* task, const char* revision, const char* group, con
   if (const TrvsStatus status = findForGroup(task->model, revision, chosen, &found)) return status;
   if (const TrvsStatus status = checkLock(*task, *found)) return status;
   if (const TrvsStatus status = checkGroup(task->model, chosen, *found)) return status;
-  *locked = found->number;
+  *before = *found;
   Revision* changed = task->model.findRevision(found->number);
   changed->locks.push_back({task->user(), presentTime(), std::string(textOf(note))});
   std::vector<std::string>& groups = changed->promotionGroups;
@@ -92,9 +92,9 @@ TrvsStatus lockRevision(Task* task, const char* revision, const char* group, con
 TrvsStatus lock(const char* archive, const char* revision, const char* group, const char* note) {
   Task task;
   if (const TrvsStatus status = task.openToUpdate(archive, "LOCK")) return status;
-  Number locked;
-  if (const TrvsStatus status = lockRevision(&task, revision, group, note, &locked)) return status;
-  return task.commit({"LOCK", locked.text()});
+  Revision before;
+  if (const TrvsStatus status = lockRevision(&task, revision, group, note, &before)) return status;
+  return task.commit({"LOCK", before.number.text()});
 }
 
 TrvsStatus unlock(const char* archive, const char* revision, const char* user) {

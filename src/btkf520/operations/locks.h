@@ -10,7 +10,7 @@
 namespace btkf {
 
 // Locks a revision in task.model for the task's user, and puts it into the development group that
-// the lock is for. *locked receives its number. Commits nothing.
+// the lock is for. *before receives it as it was. Commits nothing.
 //   revision  as findRevision() takes it; empty: the revision in `group`, else the trunk's tip
 //   group     empty: the only development group of the model, if there is a model
 //   note      what the lock says about itself; may be empty
@@ -23,7 +23,7 @@ namespace btkf {
 //   TRVS_GROUP_LOCKED      the group's revision is locked already
 //   TRVS_GROUP_IN_THE_WAY  the group is at another revision
 [[nodiscard]] TrvsStatus lockRevision(Task* task, const char* revision, const char* group,
-                                      const char* note, Number* locked);
+                                      const char* note, Revision* before);
 
 // The development group that a lock or a check-in is for. Empty if there is no promotion model.
 //   TRVS_NO_SUCH_GROUP            not in the model, or there is no model

@@ -45,7 +45,7 @@ TrvsStatus Task::openToUpdate(const char* target, const std::string& event) {
   if (const TrvsStatus status = ask(event)) return status;
   if (const TrvsStatus status = openPatiently()) return status;
   archive_->boundContents(Surroundings::current().largestContent());
-  model = archive_->model();
+  model = archive_->takeModel();
   if (const TrvsStatus status = checkAccess()) return status;
   return client().goOn();
 }

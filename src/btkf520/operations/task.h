@@ -66,7 +66,7 @@ class Task {
   const std::string& archivePath() const { return path_; }
   const std::string& user() const { return news_.user; }  // After openToUpdate() and openNew().
 
-  ArchiveModel model;  // A copy to be changed.
+  ArchiveModel model;  // To be changed.
 
  private:
   [[nodiscard]] TrvsStatus findArchive(const char* target);
