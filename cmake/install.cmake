@@ -1,6 +1,6 @@
 # What `cmake --install` puts where: libraries under their versions, headers, pkg-config files and CMake
-# packages, the program, its completions. The versions stand in the headers, for their readers, and
-# nowhere else.
+# packages, the program, its completions and, where there is scdoc, its manual. The versions stand in
+# the headers, for their readers, and nowhere else.
 include(GNUInstallDirs)
 include(CMakePackageConfigHelpers)
 
@@ -63,6 +63,23 @@ if(TARGET trevault)
   install(TARGETS trevault DESTINATION ${CMAKE_INSTALL_BINDIR})
   install(FILES ${completions}/bash RENAME trevault
           DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions)
+  find_program(SCDOC scdoc)
+  if(SCDOC AND NOT FOLDAPI_SANITIZE)
+    file(GLOB pages CONFIGURE_DEPENDS ${PROJECT_SOURCE_DIR}/docs/man/*.scd)
+    set(make_manual ${PROJECT_SOURCE_DIR}/scripts/make_manual.py)
+    set(manual ${PROJECT_BINARY_DIR}/manual)
+    add_custom_command(OUTPUT ${manual}.made
+                       COMMAND ${Python3_EXECUTABLE} ${make_manual} $<TARGET_FILE:trevault> ${SCDOC}
+                               ${PROJECT_SOURCE_DIR}/docs/man ${manual}
+                       COMMAND ${CMAKE_COMMAND} -E touch ${manual}.made
+                       DEPENDS trevault ${pages} ${make_manual} VERBATIM)
+    add_custom_target(manual ALL DEPENDS ${manual}.made)
+    add_dependencies(installed manual)
+    foreach(section 1 5)
+      install(DIRECTORY ${manual}/ DESTINATION ${CMAKE_INSTALL_MANDIR}/man${section}
+              FILES_MATCHING PATTERN "*.${section}")
+    endforeach()
+  endif()
   set(ZSH_COMPLETIONS ${CMAKE_INSTALL_DATADIR}/zsh/site-functions CACHE STRING
       "Where zsh looks for completions")
   install(FILES ${completions}/zsh RENAME _trevault DESTINATION ${ZSH_COMPLETIONS})

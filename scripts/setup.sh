@@ -3,12 +3,12 @@
 # setup.sh build | test | bench | ports
 set -eu
 packages='g++ cmake ninja-build python3 pkg-config libgit2-dev libzstd-dev libgtest-dev
-libcli11-dev libfmt-dev nlohmann-json3-dev'
+libcli11-dev libfmt-dev nlohmann-json3-dev scdoc'
 case "${1-}" in
   build) ;;
   test)
     packages="$packages clang-14 libclang-rt-14-dev clang-format-14 valgrind binutils libglib2.0-dev"
-    packages="$packages glusterfs-server glusterfs-client python3-zstandard python3-xxhash"
+    packages="$packages man-db glusterfs-server glusterfs-client python3-zstandard python3-xxhash"
     ;;
   bench) packages="$packages libglib2.0-dev rcs" ;;
   ports) packages="$packages debootstrap g++-i686-linux-gnu g++-s390x-linux-gnu qemu-user" ;;

@@ -31,6 +31,10 @@ struct CommandEntry {
 // In the order of the help.
 const std::vector<CommandEntry>& theCommands();
 
+// What its page says besides its options; of a first word that several commands share, what they
+// are about. Empty for a name that there is not.
+std::string_view manualOf(std::string_view name);
+
 template <typename Kind>
 std::unique_ptr<Command> makeCommand() {
   return std::make_unique<Kind>();

@@ -8,6 +8,7 @@
 #include "cli/options.h"
 #include "cli/session.h"
 #include "foldapi/foldapi.h"
+#include "os/program.h"
 #include "os/terminal.h"
 #include "runtime/assertion.h"
 
@@ -38,6 +39,13 @@ bool mayBeLong(std::string_view command) {
   return false;
 }
 
+// Whether the reader has seen the manual's page; without one there is the page of help.
+bool openManual(const std::string& page) {
+  const bool isRead = !page.empty() && os::isTerminal(os::Stream::kOutput);
+  return isRead &&
+         os::runCommand(fmt::format("man -w {0} >/dev/null 2>&1 && man {0}", page), {}) == 0;
+}
+
 Exit run(const std::vector<std::string>& words) {
   Output plain({});
   try {
@@ -47,8 +55,10 @@ Exit run(const std::vector<std::string>& words) {
       output.line(fmt::format("trevault {}.{}.{}", FOLDAPI_VERSION_MAJOR, FOLDAPI_VERSION_MINOR,
                               FOLDAPI_VERSION_PATCH));
     } else if (call.globals.help || call.command == nullptr) {
-      output.usePager();
-      output.line(call.help);
+      if (!openManual(call.manual)) {
+        output.usePager();
+        output.line(call.help);
+      }
     } else {
       if (mayBeLong(call.name)) output.usePager();
       const Exit exit = runCommand(call, output);

@@ -219,15 +219,36 @@ std::string Options::legend() const {
 
 namespace {
 
-bool wantsHelp(const Words& words) {
+bool isSaid(const Words& words, std::string_view option) {
   const auto end = std::find(words.begin(), words.end(), "--");
-  return std::any_of(words.begin(), end,
-                     [](const std::string& word) { return word == "-h" || word == "--help"; });
+  return std::find(words.begin(), end, option) != end;
+}
+
+bool wantsHelp(const Words& words) { return isSaid(words, "-h") || isSaid(words, "--help"); }
+
+// The page of all commands that begin with a word, if there is nothing but that word.
+std::string familyPage(const Words& words) {
+  const size_t place = wordFrom(words, 0);
+  if (place == words.size() || wordFrom(words, place + 1) != words.size()) return "";
+  const std::string first = words[place] + ' ';
+  std::vector<Words> rows;
+  for (const CommandEntry& each : theCommands()) {
+    if (each.name.starts_with(first)) {
+      rows.push_back({"", std::string(each.name), std::string(each.summary)});
+    }
+  }
+  if (rows.empty()) return "";
+  std::string page =
+      fmt::format("usage: trevault {}COMMAND [OPTION]...\n\n{}\n\n", first, manualOf(words[place]));
+  for (const std::string& line : table(rows)) page += line + '\n';
+  return page;
 }
 
 std::string pageOf(const CommandEntry& entry, const CLI::App& app, const Options& options) {
   std::string page = fmt::format("usage: trevault {} [OPTION]...{}\n\n{}\n\n", entry.name,
                                  options.usage(), entry.summary);
+  const std::string_view text = manualOf(entry.name);
+  if (!text.empty()) page += fmt::format("{}\n", text.substr(1));
   const std::string legend = options.legend();
   if (!legend.empty()) page += legend + '\n';
   const std::string help = app.help();
@@ -240,6 +261,15 @@ std::string pageOf(const CommandEntry& entry, const CLI::App& app, const Options
 Invocation readCommandLine(const std::vector<std::string>& given) {
   Words words = given;
   Invocation result;
+  if (isSaid(words, "--help")) {
+    const size_t place = wordFrom(words, 0);
+    result.manual = place == words.size() ? "trevault" : "trevault-" + words[place];
+  }
+  if (wantsHelp(words)) result.help = familyPage(words);
+  if (!result.help.empty()) {
+    result.globals.help = true;
+    return result;
+  }
   const CommandEntry* const entry = takeCommand(&words);
   CLI::App app;
   app.set_help_flag();

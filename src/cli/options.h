@@ -70,6 +70,7 @@ struct Invocation {
   std::string name;                  // Of the command, as "project add"; empty for none.
   std::unique_ptr<Command> command;  // Null where only help or the version is wanted.
   std::string help;                  // The page of the command or of the program.
+  std::string manual;                // The page of the manual, if that is wanted.
 };
 
 // Throws Problem for a command or an option that there is not.

@@ -13,7 +13,7 @@ class Help : public Command {
   }
   void run(Session& session) override {
     std::vector<std::string> words = words_;
-    words.emplace_back("--help");
+    words.emplace_back("-h");
     session.output().line(readCommandLine(words).help);
   }
 
