@@ -59,8 +59,6 @@ class ProjectAdd : public Command {
     });
   }
 
-  static bool isDefault(const Place& root) { return root.reason == "the default place"; }
-
   void refuseOther(const std::string& top) const {
     const auto there = findWorkDirectory(top);
     if (there && there->top == top && there->project != name_) {

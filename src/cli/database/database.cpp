@@ -11,6 +11,7 @@
 #include "core/lockscope.h"
 #include "domain/projectroot.h"
 #include "os/directory.h"
+#include "os/file.h"
 #include "store/format52.h"
 #include "store/profile.h"
 #include "toolkit/bracket.h"
@@ -26,9 +27,25 @@ using foldapi::VPathString;
 using foldapi::VString;
 
 constexpr const char* kList = "trvsproj.pub";
+constexpr const char* kDefaultPlace = "the default place";
 
 std::string resolved(const std::string& directory) {
   return directory.empty() ? "" : os::realPath(directory);
+}
+
+// A share that isn't mounted looks like a database that nobody has made, and a server that is away
+// like neither.
+void refuseMissing(const Place& root) {
+  os::FileStatus status;
+  const os::FileResult found = os::readEntryStatus(joined(root.path, kList).c_str(), &status);
+  if (found == os::FileResult::kDone) return;
+  if (found != os::FileResult::kMissing) {
+    throw Problem{root.path, "the project database can't be reached",
+                  "see whether its share is mounted, and who may read it"};
+  }
+  throw misuse(root.path, "there is no project database",
+               isDefault(root) ? "'trevault init' or 'trevault project add' makes one"
+                               : "is its share mounted? 'trevault init' makes a new one");
 }
 
 }  // namespace
@@ -39,7 +56,7 @@ Roots rootsOfProfile() {
        {std::pair("TRVSPROJ", &roots.publicRoot), std::pair("TRVSPRIV", &roots.privateRoot)}) {
     const auto value = foldapi::profileValue("[TRVSGUI]", key);
     *place = value ? Place{native(VString(*value)), "the profile"}
-                   : Place{joined(foldapi::userDataDirectory(), key), "the default place"};
+                   : Place{joined(foldapi::userDataDirectory(), key), kDefaultPlace};
   }
   return roots;
 }
@@ -56,17 +73,15 @@ void storeRoots(const Roots& roots) {
   }
 }
 
+bool isDefault(const Place& root) { return root.reason == kDefaultPlace; }
+
 struct Database::Impl {
   TVProjectRootHandle root;
 };
 
 Database::Database(Roots roots, Making making)
     : roots_(std::move(roots)), impl_(std::make_unique<Impl>()) {
-  const std::string list = joined(roots_.publicRoot.path, kList);
-  if (making == Making::kNot && !os::hasEntry(list.c_str())) {
-    throw misuse(roots_.publicRoot.path, "there is no project database",
-                 "'trevault init' or 'trevault project add' makes one");
-  }
+  if (making == Making::kNot) refuseMissing(roots_.publicRoot);
   Messages& messages = Messages::instance();
   foldapi::SetGlobalHandler(&messages);
   if (!foldapi::EnableToolkit(messages)) throw Problem{"trevault", "no memory to start"};
@@ -75,7 +90,7 @@ Database::Database(Roots roots, Making making)
                                             foldapi::theNullHandle(),
                                             {.sink = &messages, .version = foldapi::kFormat52});
   impl_->root.open();
-  if (!os::hasEntry(list.c_str())) {
+  if (!os::hasEntry(joined(roots_.publicRoot.path, kList).c_str())) {
     throw Problem{roots_.publicRoot.path, withMessages("can't be made"),
                   "ask who owns the directory above, or choose another with --public"};
   }

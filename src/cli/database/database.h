@@ -24,6 +24,9 @@ struct Roots {
   Place privateRoot;
 };
 
+// Whether nobody has chosen that root.
+bool isDefault(const Place& root);
+
 // A file of a project: its record.
 struct FileRecord {
   std::string path;     // From the top of the work directory, with "/".
