@@ -24,8 +24,8 @@ void declareGlobals(CLI::App* app, Globals* to) {
   options.flag(&to->manner.quiet, "-q,--quiet", "nothing but errors");
   options.flag(&to->manner.verbose, "-v,--verbose", "every file, and more about each");
   options.flag(&to->manner.json, "--json", "one JSON document in place of text");
-  options.flag(&to->manner.yes, "-y,--yes", "the answer to every question");
-  options.flag(&to->manner.no, "--no", "the answer to every question");
+  options.flag(&to->manner.yes, "-y,--yes", "yes to every question");
+  options.flag(&to->manner.no, "--no", "no to every question");
   options.text(&to->manner.colour, "--color,--colour", "WHEN", "auto, always or never");
   app->add_flag_callback(
       "--no-pager", [to] { to->manner.pager = false; }, "no pager");

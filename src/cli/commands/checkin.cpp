@@ -53,7 +53,7 @@ class CheckIn : public FileCommand {
       try {
         if (local().standingOf(*file) != Standing::kChanged) continue;
         const RevisionInfo* const here = local().hereOf(*file);
-        if (locks_ || here->isLockedBy(local().user())) {
+        if (locks_ || here->isLockedBy(local().user()) || !needsLock(*file)) {
           chosen.push_back(file);
         } else {
           output().result({{"file", file->path}, {"action", "skipped"}},
@@ -78,16 +78,17 @@ class CheckIn : public FileCommand {
     subject.label = label_;
     const Along along = alongOf(file, here);
     const bool willBranch = branches_ || tip != &here;
+    const bool isLocked = here.isLockedBy(local().user());
+    if (!isLocked && tip != &here && !branches_) {
+      throw Problem{subject.file,
+                    fmt::format("{} by {} came after your {}", tip->number, tip->author, parent),
+                    fmt::format("see 'trevault diff -r here..followed {}'", subject.file)};
+    }
     if (isDry_) {
       return tell(file, said(kCheckIn), numberAfter(history, here, willBranch), along.words,
                   {{"before", parent}});
     }
-    if (locks_ && !here.isLockedBy(local().user())) {
-      if (tip != &here) {
-        throw Problem{subject.file,
-                      fmt::format("{} by {} came after your {}", tip->number, tip->author, parent),
-                      fmt::format("see 'trevault diff -r here..followed {}'", subject.file)};
-      }
+    if (locks_ && !isLocked && needsLock(file)) {
       check(TrvsLockRevision(TRVS_CONTEXT, file.archive.c_str(), parent.c_str(), group.c_str()),
             subject);
     }
@@ -97,7 +98,7 @@ class CheckIn : public FileCommand {
     const Stamp before = local().stampOf(file);
     check(TrvsPutRevision(TRVS_CONTEXT, 0, target(file.archive, subject.workfile).c_str(), 0,
                           parent.c_str(), label.c_str(), nullptr, message_.c_str(), group.c_str(),
-                          nullptr, 0, flags(!willBranch, isAlong)),
+                          nullptr, 0, flags(file, !willBranch, isAlong)),
           subject);
     local().forgetHistory(file);
     later([=, this, &file] { finish(file, parent, before, willBranch, along); });
@@ -146,8 +147,18 @@ class CheckIn : public FileCommand {
     return here.number.substr(0, dot) + std::to_string(std::stoul(here.number.substr(dot)) + 1);
   }
 
+  uint32_t attributesOf(const FileRecord& file) const {
+    uint32_t attributes = 0;
+    check(TrvsGetAttributes(TRVS_CONTEXT, file.archive.c_str(), &attributes),
+          {.file = shownPath(file), .archive = file.archive});
+    return attributes;
+  }
+  bool needsLock(const FileRecord& file) const {
+    return (attributesOf(file) & TRVS_ATTRIBUTE_CHECK_LOCKS) != 0;
+  }
+
   void refuseUnlocked(const FileRecord& file, const RevisionInfo& here) const {
-    if (locks_ || here.isLockedBy(local().user())) return;
+    if (locks_ || here.isLockedBy(local().user()) || !needsLock(file)) return;
     const std::string path = shownPath(file);
     if (const RevisionInfo* other = local().historyOf(file).lockedBy(local().user())) {
       throw Problem{path,
@@ -165,8 +176,10 @@ class CheckIn : public FileCommand {
   }
 
   // What nobody has followed when it was looked at, nobody may follow meanwhile.
-  uint32_t flags(bool isTip, bool isAlong) const {
-    uint32_t flags = keepsLock_ ? TRVS_PUT_KEEP_LOCK : TRVS_PUT_READ_ONLY;
+  uint32_t flags(const FileRecord& file, bool isTip, bool isAlong) const {
+    constexpr uint32_t kGuards = TRVS_ATTRIBUTE_CHECK_LOCKS | TRVS_ATTRIBUTE_READ_ONLY;
+    const bool staysWritable = keepsLock_ || (attributesOf(file) & kGuards) == 0;
+    uint32_t flags = staysWritable ? TRVS_PUT_KEEP_LOCK : TRVS_PUT_READ_ONLY;
     if (branches_) flags |= TRVS_PUT_BRANCH;
     if (isTip && !branches_) flags |= TRVS_PUT_NO_BRANCH;
     if (older_) flags |= TRVS_PUT_OLDER;
