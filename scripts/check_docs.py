@@ -21,20 +21,26 @@ SESSION = re.compile(r"^ *\w*\$ ", re.MULTILINE)
 HEADING = re.compile(r"^#+ +(.*)$", re.MULTILINE)
 FUNCTION = re.compile(r"`(?:(\w+)::)?(\w+)\(\)`")
 
-# Pages that name, in headings or first cells of tables, all that a part of a source names.
+# Pages that name, in headings or first cells of tables, all that parts of sources name.
 LISTS = {
-    "docs/errors.md": ("include/btkf520/btkf520.h", r"enum TrvsStatus \{.*?\} TrvsStatus;", r"^  (TRVS_\w+) ="),
+    "docs/errors.md": [("include/btkf520/btkf520.h", r"enum TrvsStatus \{.*?\} TrvsStatus;",
+                        r"^  (TRVS_\w+) =")],
+    "docs/directives.md": [("src/btkf520/configuration/configuration.cpp", r"Configuration::setters\(\).*?\};",
+                            r'\{"(\w+)"'),
+                           ("src/btkf520/configuration/configurationreader.cpp", r".*", r'name == "(\w+)"')],
 }
-ENTRY = re.compile(r"^(?:###|\|) (`[^|]*)", re.MULTILINE)
+ENTRY = re.compile(r"^(?:###|\|) (`[^|\n]*)", re.MULTILINE)
 
 
 def incomplete(root):
-    for page, (source, part, name) in LISTS.items():
-        listed = re.search(part, (root / source).read_text(), re.DOTALL)[0]
-        there = set(re.findall(name, listed, re.MULTILINE))
+    for page, parts in LISTS.items():
+        there = set()
+        for source, part, name in parts:
+            listed = re.search(part, (root / source).read_text(), re.DOTALL)[0]
+            there.update(re.findall(name, listed, re.MULTILINE))
         named = set(re.findall(r"`(\w+)`", " ".join(ENTRY.findall((root / page).read_text()))))
         yield from ("%s: %s is missing" % (page, miss) for miss in sorted(there - named))
-        yield from ("%s: %s is not in %s" % (page, more, source) for more in sorted(named - there))
+        yield from ("%s: %s is in no source" % (page, more) for more in sorted(named - there))
 
 
 def is_function(owner, name, sources):

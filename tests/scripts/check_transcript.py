@@ -26,7 +26,8 @@ They are run from the top of the page down, as one transcript. Set-up stands in 
     <!-- pasted -->             the next block is pasted into a shell, and the one after it comes out
     <!-- new machine -->        what follows begins with empty homes
 
-Programs of a page are compiled as if header files and libraries were installed.
+Programs of a page are compiled as if header files and libraries were installed; FOLDAPI_SOURCE and
+FOLDAPI_BUILD lead to the others.
 
 Each user has a home below a directory of the test. The engine knows the account that runs the test;
 it stands for ann, unless the project's configuration takes the user from the variable TEAM_USER.
@@ -63,7 +64,8 @@ class Shell:
             "HOME": str(self.home), "PATH": "%s:/usr/bin:/bin" % trevault.parent, "TERM": "dumb",
             "LC_ALL": "C.UTF-8", "PAGER": "cat", "TEAM_USER": user,
             "CPATH": str(INCLUDES), "LIBRARY_PATH": str(trevault.parent),
-            "LD_LIBRARY_PATH": str(trevault.parent)}
+            "LD_LIBRARY_PATH": str(trevault.parent),
+            "FOLDAPI_SOURCE": str(INCLUDES.parent), "FOLDAPI_BUILD": str(trevault.parent)}
 
     def run(self, command, answers):
         """Gives the output and keeps the directory that the command ends in."""
