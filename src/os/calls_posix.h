@@ -2,6 +2,7 @@
 // what their failures mean.
 #pragma once
 
+#include <sys/stat.h>
 #include <sys/types.h>
 
 #include <cerrno>
@@ -23,6 +24,11 @@ auto uninterrupted(Call call) {
     result = call();
   } while (result < 0 && errno == EINTR);
   return result;
+}
+
+// Of an open file; false with errno set.
+inline bool askStatus(int file, struct stat* status) {
+  return uninterrupted([=] { return ::fstat(file, status); }) == 0;
 }
 
 // What `error`, a value of errno, says.

@@ -236,7 +236,7 @@ FileResult File::take(int descriptor) {
   descriptor_ = descriptor;
   failure_ = FileResult::kDone;
   struct stat raw;
-  if (::fstat(descriptor, &raw) != 0) {
+  if (!askStatus(descriptor, &raw)) {
     const FileResult result = failureOfOpenFile();
     close();
     return result;
@@ -343,7 +343,7 @@ bool File::setSize(uint64_t size) const {
 
 FileResult File::setWritable(bool isWritable, Running running) const {
   struct stat status;
-  if (::fstat(descriptor_, &status) != 0) return FileResult::kFailed;
+  if (!askStatus(descriptor_, &status)) return FileResult::kFailed;
   return resultOfCall(uninterrupted(
       [&] { return ::fchmod(descriptor_, modeFor(status.st_mode, isWritable, running)); }));
 }
@@ -394,7 +394,7 @@ FileResult appendToFile(const char* path, std::string_view text,
   if (file < 0) return resultOf(errno);
   struct stat status;
   char start[64];
-  const bool isRegular = ::fstat(file, &status) == 0 && S_ISREG(status.st_mode);
+  const bool isRegular = askStatus(file, &status) && S_ISREG(status.st_mode);
   const int64_t count = isRegular ? readUpTo(file, 0, start, sizeof start) : -1;
   FileResult result = FileResult::kRefused;
   if (count == 0 || (count > 0 && isExpected({start, static_cast<size_t>(count)}))) {

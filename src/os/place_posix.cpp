@@ -64,7 +64,7 @@ FileResult Place::follow(bool* isLink) {
   if (!entry.open(directory(), name_.c_str(), O_PATH | O_NOFOLLOW)) {
     return FileResult::kDone;  // Whoever opens it to change it learns why.
   }
-  if (::fstat(entry.descriptor(), &status) != 0) return resultOf(errno);
+  if (!askStatus(entry.descriptor(), &status)) return resultOf(errno);
   *isLink = S_ISLNK(status.st_mode);
   if (!*isLink) return FileResult::kDone;
   std::string target(PATH_MAX, '\0');

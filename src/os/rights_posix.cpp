@@ -84,7 +84,7 @@ bool copyGroup(const struct stat& model, int file) {
   constexpr auto kSameOwner = static_cast<uid_t>(-1);
   struct stat own;
   return changeOwner(file, model.st_uid, model.st_gid) ||
-         (::fstat(file, &own) == 0 && model.st_gid == own.st_gid) ||
+         (askStatus(file, &own) && model.st_gid == own.st_gid) ||
          changeOwner(file, kSameOwner, model.st_gid);
 }
 
@@ -93,7 +93,7 @@ bool copyAccessList(int model, uid_t owner, int file) {
   std::string list, own;  // A new file may have got one from its directory.
   struct stat status;
   if (!readAttribute(model, kAccessList, &list) || !readAttribute(file, kAccessList, &own) ||
-      ::fstat(file, &status) != 0) {
+      !askStatus(file, &status)) {
     return false;
   }
   if (status.st_uid != owner) addUser(owner, &list);
@@ -135,7 +135,7 @@ mode_t currentUmask() {
 // The owner first: a change of owner may take bits from the mode.
 FileResult copyRights(int model, int file, mode_t* mode) {
   struct stat status;
-  if (::fstat(model, &status) != 0) return FileResult::kFailed;
+  if (!askStatus(model, &status)) return FileResult::kFailed;
   *mode = status.st_mode;
   const bool isGroupKept = copyGroup(status, file);
   const bool isListKept = copyAccessList(model, status.st_uid, file);
@@ -162,7 +162,7 @@ FileResult giveUsualRights(int directory, int file, mode_t* mode) {
     return FileResult::kDone;
   }
   struct stat status;
-  if (!setAttribute(file, kAccessList, list) || ::fstat(file, &status) != 0) {
+  if (!setAttribute(file, kAccessList, list) || !askStatus(file, &status)) {
     return FileResult::kFailed;
   }
   *mode = status.st_mode & kRightsOfNewFile;

@@ -98,8 +98,12 @@ FileResult SiblingFile::openThere() {
 // locked.
 FileResult SiblingFile::create() {
   File made;
-  FileResult result = made.take(openDescriptor(ownPlace_, O_RDWR | O_CREAT | O_EXCL, kForOwner));
-  if (result != FileResult::kDone) return result;
+  const int descriptor = openDescriptor(ownPlace_, O_RDWR | O_CREAT | O_EXCL, kForOwner);
+  FileResult result = made.take(descriptor);
+  if (result != FileResult::kDone) {
+    if (descriptor >= 0) static_cast<void>(unlinkAt(ownPlace_));
+    return result;
+  }
   result = made.tryLock(File::Lock::kExclusive);
   if (result == FileResult::kBusy) return FileResult::kDone;
   isLocked_ = result == FileResult::kDone;

@@ -44,7 +44,7 @@ void Syncs::addFile(const File& file) {
 
 void Syncs::addName(const File& file) {
   struct stat directory;
-  if (uninterrupted([&] { return ::fstat(file.place().directory(), &directory); }) != 0) {
+  if (!askStatus(file.place().directory(), &directory)) {
     file.syncName();
     return;
   }

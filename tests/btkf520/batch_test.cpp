@@ -122,6 +122,7 @@ TEST_F(Batch, TellsAndSettlesNothingBeforeItsEnd) {
 // What can't be brought to the disk is as it was, all of it; and what is said of it is right
 // whatever fails.
 TEST_F(Batch, LosesNothingToASystemThatFails) {
+  const os_test::QuickSyncs quick;
   for (const bool isDisk : {true, false}) {
     bool hasFailed = true;
     for (int attempt = 0; hasFailed; ++attempt) {
@@ -144,10 +145,11 @@ TEST_F(Batch, LosesNothingToASystemThatFails) {
       {
         // Either all that brings something to the disk fails from some time on, or one call.
         const os_test::SystemCalls calls([&](const os_test::Call& call) {
-          const std::string sync = "syncfs fsync ";
-          const std::string all = sync + "pwrite copy_file_range ftruncate rename renameat2 ";
-          const bool counts = (isDisk ? sync : all).find(call.name + " ") != std::string::npos;
+          const bool counts = !isDisk || call.name == "syncfs" || call.name == "fsync";
           if (!counts || left-- > 0 || (hasFailed && !isDisk)) return 0;
+          // A workfile may stay; and the next who writes a new file removes what is left of one.
+          const bool isHarmless = !isDisk && (call.name + call.path).starts_with("unlinkw");
+          if (isHarmless || call.name == "fstat") return 0;
           hasFailed = true;
           failed += call.name + " " + call.path + " ";
           return EIO;

@@ -3,11 +3,27 @@
 // again.
 #include <cerrno>
 #include <climits>
+#include <filesystem>
 #include <functional>
 
 #include "btkf520/archives.h"
+#include "os/pages.h"
 #include "os/systemcalls.h"
 #include "support/failingheap.h"
+
+extern "C" {
+void* __real_malloc(size_t size);
+void* __real_aligned_alloc(size_t alignment, size_t size);
+
+void* __wrap_malloc(size_t size) {
+  const bool fails = support::allocationFails != nullptr && support::allocationFails(size);
+  return fails ? nullptr : __real_malloc(size);
+}
+void* __wrap_aligned_alloc(size_t alignment, size_t size) {
+  const bool fails = support::allocationFails != nullptr && support::allocationFails(size);
+  return fails ? nullptr : __real_aligned_alloc(alignment, size);
+}
+}
 
 namespace btkf520_test {
 namespace {
@@ -17,16 +33,18 @@ class Failures : public Archives {
   struct Step {
     const char* tree;  // Afterwards.
     std::function<int32_t()> run;
+    int told = 1;  // Events.
+    bool isOther = false;
   };
 
   void SetUp() override {
     Archives::SetUp();
-    configure("JOURNAL = " + path("journal") + "\n");
+    configure("JOURNAL = " + path("journal") + "\nPROMOTE dev = rel\n");
     TrvsRegisterCallback(TRVS_CALLBACK_TRIGGER,
                          anyCallback(+[](const char*, const char*) -> int32_t { return 0; }));
     ASSERT_EQ(create(), TRVS_DONE);
     std::string text;
-    for (int i = 0; i < 9; ++i) {
+    for (int i = 0; i < 5; ++i) {
       ASSERT_EQ(put(text += std::to_string(i * i * 7919) + "\n", {.flags = TRVS_PUT_KEEP_LOCK}),
                 TRVS_DONE);
     }
@@ -35,57 +53,94 @@ class Failures : public Archives {
                          anyCallback(+[](const char*, const char*, const char*, const char*,
                                          int32_t) -> int32_t { return ++told; }));
   }
-
-  // `run` does each of the steps once, and says whether anything failed meanwhile.
+  // `run` does each of the steps of a day once, and says whether anything failed meanwhile.
   void check(const std::function<bool(int attempt, const Step& step, int32_t* status)>& run) {
-    const std::string both = target();  // No memory is asked for but by the operation.
-    const char* const name = both.c_str();
+    // No memory is asked for but by the operation.
+    const std::string both = target(), wide = path("n.c_v") + "(" + workfile() + ")";
+    const std::string made = path("n.c_v"), from = workfile();
+    const char *const name = both.c_str(), *const other = wide.c_str();
     const auto checkOut = [name](uint32_t flags) {
       return TrvsGetRevision(TRVS_CONTEXT, name, 0, nullptr, nullptr, nullptr, 0, nullptr, 0,
                              flags | TRVS_GET_OVERWRITE);
     };
+    const auto checkIn = [](const char* to) {
+      return TrvsPutRevision(TRVS_CONTEXT, 0, to, 0, nullptr, nullptr, nullptr, nullptr, nullptr,
+                             nullptr, 0, TRVS_PUT_KEEP_LOCK);
+    };
     const Step steps[] = {
-        {"1.0^ 1.1 1.2 1.3 1.4 1.5 1.6 1.7 1.8", [&] { return checkOut(0); }},
-        {"1.0^ 1.1 1.2 1.3 1.4 1.5 1.6 1.7 1.8!ann", [&] { return checkOut(TRVS_GET_LOCK); }},
-        {"1.0^ 1.1 1.2 1.3 1.4 1.5 1.6 1.7 1.8!ann#R",
+        {"1.0^ 1.1 1.2 1.3 1.4~dev", [&] { return checkOut(0); }},
+        {"1.0^ 1.1 1.2 1.3 1.4!ann~dev", [&] { return checkOut(TRVS_GET_LOCK); }},
+        {"1.0^ 1.1 1.2 1.3 1.4!ann#R~dev",
          [&] { return TrvsSetLabel(TRVS_CONTEXT, name, "R", "1", 0); }},
-        {"1.0^ 1.1 1.2 1.3 1.4 1.5 1.6 1.7 1.8#R 1.9",
+        {"1.0^ 1.1 1.2 1.3 1.4#R 1.5!ann~dev", [&] { return checkIn(name); }},
+        {"1.0^ 1.1 1.2 1.3 1.4#R 1.5~dev",
+         [&] { return TrvsUnLockRevision(TRVS_CONTEXT, name, nullptr, nullptr); }},
+        {"1.0^ 1.1 1.2 1.3 1.4#R 1.5~rel",
+         [&] { return TrvsPromoteRevision(TRVS_CONTEXT, name, "dev", 0); }},
+        {"1.0^ 1.1 1.3 1.4#R 1.5~rel",
+         [&] { return TrvsDeleteRevisions(TRVS_CONTEXT, name, "1.2"); }},
+        {"1.0^ 1.1 1.3 1.4#R 1.5#B~rel",
          [&] {
-           return TrvsPutRevision(TRVS_CONTEXT, 0, name, 0, nullptr, nullptr, nullptr, nullptr,
-                                  nullptr, nullptr, 0, 0);
+           TrvsBeginBatch(TRVS_CONTEXT);
+           const int32_t status = TrvsSetLabel(TRVS_CONTEXT, name, "B", "1", 0);
+           const int32_t end = TrvsEndBatch(TRVS_CONTEXT);
+           return status == TRVS_DONE ? end : status;
          }},
-        {"1.0^ 1.1 1.2 1.3 1.5 1.6 1.7 1.8#R 1.9",
-         [&] { return TrvsDeleteRevisions(TRVS_CONTEXT, name, "1.4"); }},
+        {"1.0^~dev",
+         [&] {
+           return TrvsCreateWithRevision(TRVS_CONTEXT, made.c_str(), from.c_str(), nullptr, nullptr,
+                                         nullptr, nullptr, nullptr, nullptr, nullptr, 0, 0);
+         },
+         2, true},
+        {"1.0^!ann~dev",
+         [&] { return TrvsLockWithNote(TRVS_CONTEXT, other, nullptr, nullptr, "to change it"); }, 1,
+         true},
+        {"1.0^ 1.1!ann~dev", [&] { return checkIn(other); }, 1, true},
     };
     const std::string first = support::readFile(archive());
     for (const Step& step : steps) {
-      const std::string bytes = support::readFile(archive());
-      const std::string before = tree();
+      const std::string of = step.isOther ? path("n.c_v") : archive();
+      const bool isThere = std::filesystem::exists(of);
+      const std::string bytes = isThere ? support::readFile(of) : "";
+      const std::string before = treeOf(of);
+      // Of a width that has memory from files.
+      const std::string text =
+          step.isOther ? std::string(os::Memory::kWide + bytes.size(), 'w') : "2";
       bool hasFailed = true;
       for (int attempt = 0; hasFailed; ++attempt) {
         SCOPED_TRACE(step.tree + (" after " + std::to_string(attempt)));
-        write("m.c_v", bytes);
+        std::filesystem::remove(of);
+        if (isThere) support::writeFile(of, bytes);
         unlink(workfile().c_str());
-        write("m.c", "2");
+        write("m.c", text);
         told = 0;
         int32_t status = TRVS_DONE;
         hasFailed = run(attempt, step, &status);
-        EXPECT_EQ(tree(), status == TRVS_DONE ? step.tree : before);
-        EXPECT_EQ(told, status == TRVS_DONE ? 1 : 0);
-        if (status != TRVS_DONE && &step != &steps[1]) {  // Which locks and unlocks.
-          EXPECT_TRUE(support::readFile(archive()) == bytes);
+        EXPECT_EQ(treeOf(of), status == TRVS_DONE ? step.tree : before);
+        EXPECT_EQ(told, status == TRVS_DONE ? step.told : 0);
+        if (status != TRVS_DONE && &step != &steps[1] && isThere) {  // Which locks and unlocks.
+          EXPECT_TRUE(support::readFile(of) == bytes);
         }
         EXPECT_TRUE(status == TRVS_DONE || hasFailed) << status;
-        EXPECT_EQ(TrvsVerifyArchive(TRVS_CONTEXT, name, nullptr, 0), TRVS_DONE);
+        if (status != TRVS_DONE) {
+          EXPECT_EQ(step.run(), TRVS_DONE);
+        }
+        EXPECT_EQ(treeOf(of), step.tree);
+        EXPECT_EQ(TrvsVerifyArchive(TRVS_CONTEXT, of.c_str(), nullptr, 0), TRVS_DONE);
       }
     }
+    std::filesystem::remove(path("n.c_v"));
     write("m.c_v", first);
   }
 
   static inline int told;
+  const os_test::QuickSyncs quick_;
 };
 
+// A real fault: where zstd had no memory for a frame or its prefix, the archive was told to be
+// damaged.
 TEST_F(Failures, OfMemoryTurnNoSuccessIntoFailure) {
+  support::heap = __real_malloc;
   check([](int attempt, const Step& step, int32_t* status) {
     static int left;  // Until one fails.
     left = attempt;
@@ -99,6 +154,7 @@ TEST_F(Failures, OfMemoryTurnNoSuccessIntoFailure) {
 
 // A real fault: revisions whose frames could not be read were given up for damaged.
 TEST_F(Failures, OfTheSystemTurnNoSuccessIntoFailure) {
+  const size_t mostOrdinary = os::Memory::mostOrdinary.exchange(0);
   for (const int error : {EIO, EINTR}) {
     check([error](int attempt, const Step& step, int32_t* status) {
       int left = attempt;
@@ -112,6 +168,7 @@ TEST_F(Failures, OfTheSystemTurnNoSuccessIntoFailure) {
       EXPECT_TRUE(*status == TRVS_DONE || error != EINTR) << failed;
       return left < 0;
     });
+    os::Memory::mostOrdinary = mostOrdinary;
   }
 }
 

@@ -4,8 +4,10 @@
 #include <fcntl.h>
 #include <stdio.h>
 #include <sys/file.h>
+#include <sys/mman.h>
 #include <sys/stat.h>
 #include <sys/syscall.h>
+#include <sys/vfs.h>
 #include <sys/xattr.h>
 #include <unistd.h>
 
@@ -72,6 +74,11 @@ ssize_t answer(const char* name, int descriptor, const char* path, int flags, lo
 
 int asInt(ssize_t value) { return static_cast<int>(value); }
 
+int sync(const char* name, int file, long number) {
+  if (SystemCalls::areSyncsReal) return asInt(answer(name, file, nullptr, 0, number, file));
+  return SystemCalls::fails(name, file, nullptr) ? -1 : 0;
+}
+
 }  // namespace
 
 extern "C" {
@@ -102,20 +109,26 @@ ssize_t copy_file_range(int from, off64_t* begin, int to, off64_t* place, size_t
 
 // These stand in front of shared libraries' calls as well.
 #pragma GCC visibility push(default)
-int fsync(int file) { return asInt(answer("fsync", file, nullptr, 0, SYS_fsync, file)); }
+int fsync(int file) { return sync("fsync", file, SYS_fsync); }
 
-int fdatasync(int file) {
-  return asInt(answer("fdatasync", file, nullptr, 0, SYS_fdatasync, file));
-}
+int fdatasync(int file) { return sync("fdatasync", file, SYS_fdatasync); }
 
-int syncfs(int file) noexcept {
-  return asInt(answer("syncfs", file, nullptr, 0, SYS_syncfs, file));
-}
+int syncfs(int file) noexcept { return sync("syncfs", file, SYS_syncfs); }
 #pragma GCC visibility pop
 
 int ftruncate(int file, off_t size) noexcept {
   if (SystemCalls::fails("ftruncate", file, nullptr, 0, {}, size)) return -1;
   return asInt(::syscall(SYS_ftruncate, file, size));
+}
+
+void* mmap(void* place, size_t size, int protection, int flags, int file, off_t offset) noexcept {
+  if (SystemCalls::fails("mmap", file, nullptr, flags)) return MAP_FAILED;
+  const long result = ::syscall(SYS_mmap, place, size, protection, flags, file, offset);
+  return reinterpret_cast<void*>(result);
+}
+
+ssize_t write(int file, const void* buffer, size_t size) {
+  return answer("write", file, nullptr, 0, SYS_write, file, buffer, size);
 }
 
 int fallocate(int file, int mode, off_t offset, off_t size) {
@@ -167,6 +180,18 @@ int unlinkat(int directory, const char* path, int flags) noexcept {
 
 int mkdir(const char* path, mode_t mode) noexcept {
   return asInt(answer("mkdir", -1, path, 0, SYS_mkdirat, AT_FDCWD, path, mode));
+}
+
+int fstat(int file, struct stat* status) noexcept {
+  return asInt(answer("fstat", file, nullptr, 0, SYS_fstat, file, status));
+}
+
+int fstatfs(int file, struct statfs* status) noexcept {
+  return asInt(answer("fstatfs", file, nullptr, 0, SYS_fstatfs, file, status));
+}
+
+int futimens(int file, const timespec times[2]) noexcept {
+  return asInt(answer("futimens", file, nullptr, 0, SYS_utimensat, file, nullptr, times, 0));
 }
 
 int statx(int directory, const char* path, int flags, unsigned mask,

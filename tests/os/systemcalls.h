@@ -35,6 +35,9 @@ class SystemCalls {
   // names `names` has, as in "fsync f.trvs-new, rename f".
   std::string log(const std::string& names) const;
 
+  // Whether syncs reach the system.
+  static inline bool areSyncsReal = true;
+
   // For the functions in front of the C library's: whether the call is to fail, with errno set.
   static bool fails(const char* name, int descriptor, const char* path, int flags = 0,
                     std::string_view bytes = {}, int64_t number = 0);
@@ -42,6 +45,14 @@ class SystemCalls {
  private:
   Rule rule_;
   std::vector<Call> calls_;
+};
+
+// While it lives syncs cost nothing: thousands of them would take long.
+struct QuickSyncs {
+  QuickSyncs() { SystemCalls::areSyncsReal = false; }
+  QuickSyncs(const QuickSyncs&) = delete;
+  QuickSyncs& operator=(const QuickSyncs&) = delete;
+  ~QuickSyncs() { SystemCalls::areSyncsReal = true; }
 };
 
 }  // namespace os_test

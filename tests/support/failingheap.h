@@ -9,13 +9,15 @@ namespace support {
 
 // Whether this allocation fails; null for none.
 inline bool (*allocationFails)(size_t size) = nullptr;
+// Where operator new has its memory from. For a program whose malloc() fails as well.
+inline void* (*heap)(size_t size) = std::malloc;
 
 }  // namespace support
 
 // All out of line: where only one of a pair is inlined, compilers see a mismatch.
 [[gnu::noinline]] void* operator new(size_t size, const std::nothrow_t&) noexcept {
   const bool fails = support::allocationFails != nullptr && support::allocationFails(size);
-  return fails ? nullptr : std::malloc(size != 0 ? size : 1);
+  return fails ? nullptr : support::heap(size != 0 ? size : 1);
 }
 [[gnu::noinline]] void* operator new(size_t size) {
   void* const memory = operator new(size, std::nothrow);

@@ -8,6 +8,7 @@
 
 #define ZSTD_STATIC_LINKING_ONLY  // For ZSTD_registerSequenceProducer().
 #include <zstd.h>
+#include <zstd_errors.h>
 
 #include <algorithm>
 #include <array>
@@ -34,6 +35,12 @@ constexpr size_t kLeastMatch = 3;
 
 void set(ZSTD_CCtx* context, ZSTD_cParameter parameter, int value) {
   if (ZSTD_isError(ZSTD_CCtx_setParameter(context, parameter, value)) != 0) throw std::bad_alloc();
+}
+
+// Whether a frame could be unpacked so far. One for which there is no memory is not damaged.
+bool isUnpacked(size_t result) {
+  if (ZSTD_getErrorCode(result) == ZSTD_error_memory_allocation) throw std::bad_alloc();
+  return ZSTD_isError(result) == 0;
 }
 
 FramePieces piecesOf(std::string_view frame) {
@@ -218,9 +225,9 @@ bool FrameCodec::isRight(const Bytes& frame, std::string_view prefix, uint64_t l
     unpacked_ = Bytes();
     unpacked_ = Bytes(length);
   }
-  const bool isUnpacked = unpackTo(pieces(), pieces, prefix, &unpacked_, &sum);
+  const bool isWhole = unpackTo(pieces(), pieces, prefix, &unpacked_, &sum);
   if (length >= os::Memory::kWide) unpacked_ = Bytes();
-  return isUnpacked && sum.value() == checksum;
+  return isWhole && sum.value() == checksum;
 }
 
 std::optional<Bytes> FrameCodec::pack(std::string_view content, std::string_view prefix,
@@ -283,7 +290,7 @@ bool FrameCodec::unpackAlone(const FramePieces& frame, uint64_t length, const By
       const std::string_view bytes = room.view().substr(0, out.pos);
       checksum->add(bytes);
       done += bytes.size();
-      if (ZSTD_isError(wanted) != 0 || done > length || !sink(bytes)) return false;
+      if (!isUnpacked(wanted) || done > length || !sink(bytes)) return false;
       if (wanted == 0 && in.pos == in.size) break;
     }
   }
@@ -296,7 +303,9 @@ bool FrameCodec::unpackTo(std::string_view first, const FramePieces& frame, std:
                           Bytes* content, Checksum* checksum) {
   resetUnpacking();
   ZSTD_DCtx_setParameter(unpacking_, ZSTD_d_stableOutBuffer, 1);
-  if (!prefix.empty()) ZSTD_DCtx_refPrefix(unpacking_, prefix.data(), prefix.size());
+  const bool isReferred =
+      prefix.empty() || isUnpacked(ZSTD_DCtx_refPrefix(unpacking_, prefix.data(), prefix.size()));
+  if (!isReferred) return false;
   if (windowOf(first) > uint64_t{1} << kWidestWindowLog) {
     return unpackAtOnce(first, frame, content, checksum);
   }
@@ -307,7 +316,7 @@ bool FrameCodec::unpackTo(std::string_view first, const FramePieces& frame, std:
     while (in.pos < in.size) {
       const size_t before = out.pos;
       wanted = ZSTD_decompressStream(unpacking_, &out, &in);
-      if (ZSTD_isError(wanted) != 0 || (wanted == 0 && in.pos < in.size)) return false;
+      if (!isUnpacked(wanted) || (wanted == 0 && in.pos < in.size)) return false;
       if (checksum != nullptr) checksum->add(content->view().substr(before, out.pos - before));
     }
   }
@@ -326,7 +335,7 @@ bool FrameCodec::unpackAtOnce(std::string_view first, const FramePieces& frame, 
   }
   const size_t size =
       ZSTD_decompressDCtx(unpacking_, content->data(), content->size(), whole.data(), gathered);
-  if (size != content->size()) return false;
+  if (!isUnpacked(size) || size != content->size()) return false;
   if (checksum != nullptr) checksum->add(content->view());
   return true;
 }

@@ -17,16 +17,15 @@ constexpr size_t kMostChanges = 256;
 using Part = std::vector<WrittenChange>;
 using Rest = ArchiveChange::Rest;
 
-// False also if there is no memory for it.
 template <typename Fill>
-bool syncAll(const Fill& fill) noexcept {
-  bool isDone = false;
+TrvsStatus syncAll(const Fill& fill) noexcept {
+  TrvsStatus status = TRVS_NO_MEMORY;
   attempt([&] {
     os::Syncs syncs;
     fill(&syncs);
-    isDone = syncs.run();
+    status = syncs.run() ? TRVS_DONE : TRVS_CANNOT_WRITE;
   });
-  return isDone;
+  return status;
 }
 
 void fail(WrittenChange* written, TrvsStatus status) {
@@ -35,11 +34,11 @@ void fail(WrittenChange* written, TrvsStatus status) {
 }
 
 void syncWritten(Part* part) {
-  const bool isDone = syncAll([part](os::Syncs* syncs) {
+  const TrvsStatus status = syncAll([part](os::Syncs* syncs) {
     for (const WrittenChange& each : *part) syncs->addFile(each.change->file());
   });
   for (WrittenChange& each : *part) {
-    if (!isDone) fail(&each, TRVS_CANNOT_WRITE);
+    if (status != TRVS_DONE) fail(&each, status);
   }
 }
 
@@ -54,7 +53,7 @@ void conclude(Part* part) {
 
 // A name that can't be synced is nothing that could be taken back.
 void syncRest(Part* part) {
-  const bool isDone = syncAll([part](os::Syncs* syncs) {
+  const TrvsStatus status = syncAll([part](os::Syncs* syncs) {
     for (const WrittenChange& each : *part) {
       if (!each.outcome.isKept) continue;
       const ArchiveChange& change = *each.change;
@@ -63,8 +62,8 @@ void syncRest(Part* part) {
     }
   });
   for (WrittenChange& each : *part) {
-    if (isDone || !each.outcome.isKept) continue;
-    if (each.change->rest() == Rest::kFile) fail(&each, TRVS_CANNOT_WRITE);
+    if (status == TRVS_DONE || !each.outcome.isKept) continue;
+    if (each.change->rest() == Rest::kFile) fail(&each, status);
     if (each.change->rest() == Rest::kName) each.change->file().syncName();
   }
 }
