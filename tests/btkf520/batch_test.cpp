@@ -1,9 +1,12 @@
 // btkf520/batch_test.cpp: changes of many archives in one batch: what is promised, and what is left
 // of those that are not.
+#include <sched.h>
+#include <sys/mount.h>
 #include <sys/resource.h>
 
 #include <cerrno>
 #include <filesystem>
+#include <random>
 
 #include "btkf520/archives.h"
 #include "os/systemcalls.h"
@@ -32,12 +35,12 @@ class Batch : public Archives {
   }
 
   // The archive and the workfile of a number.
-  std::string archiveOf(int i) const { return path("a" + std::to_string(i)); }
-  std::string workfileOf(int i) const { return path("w" + std::to_string(i)); }
+  std::string archiveOf(int i) const { return path(below_ + "a" + std::to_string(i)); }
+  std::string workfileOf(int i) const { return path(below_ + "w" + std::to_string(i)); }
   std::string both(int i) const { return archiveOf(i) + "(" + workfileOf(i) + ")"; }
 
   int32_t make(int i) {
-    write("w" + std::to_string(i), "first");
+    support::writeFile(workfileOf(i), "first");
     return TrvsCreateWithRevision(TRVS_CONTEXT, archiveOf(i).c_str(), workfileOf(i).c_str(),
                                   nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, 0,
                                   0);
@@ -70,6 +73,7 @@ class Batch : public Archives {
   static int32_t end() { return TrvsEndBatch(TRVS_CONTEXT); }
 
   static inline std::string undone;
+  std::string below_;  // Where archives and workfiles are.
 };
 
 TEST_F(Batch, TellsAndSettlesNothingBeforeItsEnd) {
@@ -147,9 +151,8 @@ TEST_F(Batch, LosesNothingToASystemThatFails) {
         const os_test::SystemCalls calls([&](const os_test::Call& call) {
           const bool counts = !isDisk || call.name == "syncfs" || call.name == "fsync";
           if (!counts || left-- > 0 || (hasFailed && !isDisk)) return 0;
-          // A workfile may stay; and the next who writes a new file removes what is left of one.
-          const bool isHarmless = !isDisk && (call.name + call.path).starts_with("unlinkw");
-          if (isHarmless || call.name == "fstat") return 0;
+          // A workfile may stay.
+          if (!isDisk && (call.name + call.path).starts_with("unlinkw")) return 0;
           hasFailed = true;
           failed += call.name + " " + call.path + " ";
           return EIO;
@@ -229,6 +232,83 @@ TEST_F(Batch, GoesOnWithoutWhatOthersHold) {
   EXPECT_EQ(holder.finish(), TRVS_DONE);
   EXPECT_TRUE(labelsOf(1).ends_with(" HELD 1.0")) << labelsOf(1);
   for (const int i : {0, 2}) EXPECT_TRUE(labelsOf(i).ends_with(" R 1.0")) << labelsOf(i);
+}
+
+// On a small file system of its own: some check-ins find no room.
+TEST_F(Batch, LosesNothingToAFullDisk) {
+  below_ = "small/";
+  std::filesystem::create_directory(path(below_));
+  const int result = support::inProcess([&] {
+    if (unshare(CLONE_NEWNS | (geteuid() == 0 ? 0 : CLONE_NEWUSER)) != 0 ||
+        mount("none", "/", nullptr, MS_REC | MS_PRIVATE, nullptr) != 0 ||
+        mount("tmpfs", path(below_).c_str(), "tmpfs", 0, "size=800k") != 0) {
+      return 77;
+    }
+    constexpr int kCount = 12;
+    std::mt19937 random(3);
+    std::string noise(30000, '\0');
+    for (char& c : noise) c = static_cast<char>(random());
+    for (int i = 0; i < kCount; ++i) {
+      EXPECT_EQ(make(i), TRVS_DONE);
+      EXPECT_EQ(TrvsLockRevision(TRVS_CONTEXT, archiveOf(i).c_str(), nullptr, nullptr), TRVS_DONE);
+      support::writeFile(workfileOf(i), noise + std::to_string(i));
+    }
+    support::writeFile(path(below_ + "filler"), noise + noise + noise);
+    std::string done;
+    for (const char* const want : {"some", "all"}) {
+      undone.clear();
+      int32_t statuses[kCount] = {};
+      EXPECT_EQ(begin(), TRVS_DONE);
+      for (int i = 0; i < kCount; ++i) {
+        const bool isLeft = done.find(" " + std::to_string(i) + " ") == std::string::npos;
+        if (isLeft) statuses[i] = putFrom(both(i), {.flags = TRVS_PUT_OLDER});
+      }
+      EXPECT_EQ(end(), TRVS_DONE) << "what waits has its room: " << undone;
+      done.clear();
+      for (int i = 0; i < kCount; ++i) {
+        const bool isDone = statuses[i] == TRVS_DONE;
+        if (isDone) done += " " + std::to_string(i) + " ";
+        EXPECT_TRUE(isDone || statuses[i] == TRVS_CANNOT_WRITE) << statuses[i];
+        EXPECT_EQ(isThere(workfileOf(i)), !isDone);
+        EXPECT_TRUE(tipOf(i) == (isDone ? noise + std::to_string(i) : "first"));
+        EXPECT_EQ(TrvsVerifyArchive(TRVS_CONTEXT, archiveOf(i).c_str(), nullptr, 0), TRVS_DONE);
+        EXPECT_FALSE(isThere(archiveOf(i) + ".trvs-new"));
+      }
+      EXPECT_FALSE(done.empty());
+      EXPECT_EQ(done.ends_with(" 11 "), std::string_view(want) == "all") << done;
+      std::filesystem::remove(path(below_ + "filler"));
+    }
+    return HasFailure() ? 1 : 0;
+  });
+  if (result == 77) GTEST_SKIP() << "no file system of its own can be mounted";
+  EXPECT_EQ(result, 0);
+}
+
+// The directory takes no names from some time on: what is added to a file is done all the same.
+TEST_F(Batch, LosesNothingToADirectoryThatIsClosed) {
+  below_ = "closed/";
+  chmod(path("").c_str(), 0777);
+  EXPECT_EQ(support::inProcess([&] {
+              if (geteuid() == 0 && (setgid(65534) != 0 || setuid(65534) != 0)) return 99;
+              std::filesystem::create_directory(path(below_));
+              EXPECT_EQ(make(0), TRVS_DONE);
+              EXPECT_EQ(make(1), TRVS_DONE);
+              EXPECT_EQ(begin(), TRVS_DONE);
+              EXPECT_EQ(labelOf(0, "R"), TRVS_DONE);
+              EXPECT_EQ(make(2), TRVS_DONE) << "it has no name yet";
+              chmod(path(below_).c_str(), 0555);
+              EXPECT_EQ(labelOf(1, "R"), TRVS_DONE);
+              EXPECT_EQ(end(), TRVS_CANNOT_WRITE);
+              EXPECT_EQ(undone, "a2 CREATE 77, ");
+              for (const int i : {0, 1}) EXPECT_EQ(labelsOf(i), "R 1.0");
+              EXPECT_FALSE(isThere(archiveOf(2)));
+              EXPECT_EQ(support::readFile(workfileOf(2)), "first");
+              chmod(path(below_).c_str(), 0755);
+              EXPECT_EQ(make(2), TRVS_DONE);
+              EXPECT_FALSE(isThere(archiveOf(2) + ".trvs-new"));
+              return HasFailure() ? 1 : 0;
+            }),
+            0);
 }
 
 // More archives than files may be open, at once or in one process at all.
