@@ -3,8 +3,9 @@
  *     archive DIRECTORY
  *
  * Makes the archive "motor.c_v" and the workfile "motor.c" in an existing directory: checks in
- * three revisions and a branch, locks, labels and promotes, then checks out each revision and
- * compares its bytes with what was checked in. Exit codes: 0 done, 1 failed, 2 misused. */
+ * three revisions and a branch, locks, labels and promotes, lists locks and contents, then checks
+ * out each revision and compares its bytes with what was checked in. Exit codes: 0 done, 1 failed,
+ * 2 misused. */
 #include <stdbool.h>
 #include <stdint.h>
 #include <stdio.h>
@@ -106,16 +107,41 @@ static void checkOut(const Revision* revision) {
   report(status, what);
 }
 
-/* Locks, and shows who has locked what. */
+/* Prints a list of records of `count` texts each; an empty first one ends it. */
+static void printRecords(const char* text, int count) {
+  while (*text != '\0') {
+    printf("    -");
+    for (int i = 0; i < count; ++i, text += strlen(text) + 1) printf(" %s", text);
+    printf("\n");
+  }
+}
+
+/* Locks, and shows who has locked what, since when and why. */
 static void showLocks(void) {
-  char* buffer[64]; /* pointers come first in what the toolkit fills */
-  int16_t count = 8;
-  report(TrvsLockRevision(TRVS_CONTEXT, paths.archive, "1.1.1", NULL), "lock the tip of 1.1.1");
-  report(
-      TrvsGetLockInfo(TRVS_CONTEXT, paths.archive, 0, NULL, &count, (char*)buffer, sizeof buffer),
-      "ask for my locks");
-  for (int16_t i = 0; i < count; ++i) printf("    locked: %s\n", buffer[i]);
+  static char list[kTextSize];
+  report(TrvsLockWithNote(TRVS_CONTEXT, paths.archive, "1.1.1", NULL, "mend the brake"),
+         "lock the tip of 1.1.1");
+  report(TrvsListLocks(TRVS_CONTEXT, paths.archive, list, sizeof list), "list the locks");
+  printRecords(list, 4);
   report(TrvsUnLockRevision(TRVS_CONTEXT, paths.archive, NULL, NULL), "unlock");
+}
+
+/* Number, length, checksum, time of the workfile, author. */
+static void showContents(void) {
+  static char list[kTextSize];
+  report(TrvsListContents(TRVS_CONTEXT, paths.archive, NULL, list, sizeof list),
+         "list the contents");
+  printRecords(list, 5);
+}
+
+/* Changes that wait for the disk together, which is much quicker for many archives. What each of
+ * them gives tells whether it was written; the end, whether all of it will stay. */
+static void labelInOneBatch(void) {
+  report(TrvsBeginBatch(TRVS_CONTEXT), "begin a batch");
+  report(TrvsSetLabel(TRVS_CONTEXT, paths.archive, "REL_1", "1.1", 0), "label 1.1 as REL_1");
+  report(TrvsSetLabel(TRVS_CONTEXT, paths.archive, "NEXT", "1.2", TRVS_LABEL_FLOATS),
+         "let NEXT float with the trunk");
+  report(TrvsEndBatch(TRVS_CONTEXT), "end the batch");
 }
 
 /* Prints the tree: a revision a line, what hangs on it after it, branches further in. */
@@ -164,11 +190,10 @@ int main(int argc, char** argv) {
   for (int i = 0; i < 3; ++i) checkIn(&kRevisions[i]);
   report(TrvsPromoteRevision(TRVS_CONTEXT, paths.archive, "development", 0), "promote 1.2 to test");
   checkIn(&kRevisions[3]);
-  report(TrvsSetLabel(TRVS_CONTEXT, paths.archive, "REL_1", "1.1", 0), "label 1.1 as REL_1");
-  report(TrvsSetLabel(TRVS_CONTEXT, paths.archive, "NEXT", "1.2", TRVS_LABEL_FLOATS),
-         "let NEXT float with the trunk");
+  labelInOneBatch();
   report(TrvsPromoteRevision(TRVS_CONTEXT, paths.archive, "test", 0), "promote 1.2 to production");
   showLocks();
+  showContents();
   showTree();
   showDifferences();
 

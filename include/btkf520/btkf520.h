@@ -40,7 +40,7 @@ extern "C" {
 /* The version that this header describes; TrvsVersion gives that of the loaded library. A client
  * works with each library of the same major version that is not older. */
 #define TRVS_VERSION_MAJOR 1
-#define TRVS_VERSION_MINOR 0
+#define TRVS_VERSION_MINOR 1
 #define TRVS_VERSION_PATCH 0
 #define TRVS_VERSION (TRVS_VERSION_MAJOR * 10000 + TRVS_VERSION_MINOR * 100 + TRVS_VERSION_PATCH)
 

@@ -103,7 +103,7 @@ extern "C" {
 /* The version that this header describes; FoldapiVersion gives that of the loaded library. A client
  * works with each library of the same major version that is not older. */
 #define FOLDAPI_VERSION_MAJOR 1
-#define FOLDAPI_VERSION_MINOR 0
+#define FOLDAPI_VERSION_MINOR 1
 #define FOLDAPI_VERSION_PATCH 0
 #define FOLDAPI_VERSION \
   (FOLDAPI_VERSION_MAJOR * 10000 + FOLDAPI_VERSION_MINOR * 100 + FOLDAPI_VERSION_PATCH)
@@ -398,6 +398,19 @@ FOLDAPI_EXPORT const char* FoldapiNativePath(const char* text);
  * says; the private root; the current directory, if no full path is said at all; and his home, but
  * for names there that begin with ".". */
 FOLDAPI_EXPORT int32_t FoldapiIsInOwnPlace(TVHandle* archive);
+
+/* Has the configuration file of `project` give the directive `name`, in any case, the value
+ * `value`, as a line of the file has it (docs/configuration.md). That takes the place of the last
+ * line outside of conditionals that settles the same thing, or comes at the end. Of PROMOTE,
+ * ARCHIVESUFFIX and EVENTTRIGGER lines with the same left side settle the same thing. The toolkit
+ * reads what comes out before the file takes its name: a line that it complains about changes
+ * nothing. The library works with it from the next call on. TrvsListConfiguration (btkf520.h) lists
+ * what holds.
+ * Gives a TrvsStatus, and no message: TRVS_DONE; TRVS_MISUSE for a handle that is none of a
+ * project; TRVS_IN_USE; TRVS_CANNOT_READ_CONFIGURATION; TRVS_CANNOT_WRITE; TRVS_INVALID_LINE if the
+ * directive can't have this value, or the file can't be meant as a configuration; or another of
+ * those of TRVS_CALLBACK_BAD_DIRECTIVE. -1 if memory is short. */
+FOLDAPI_EXPORT int32_t FoldapiSetDirective(TVHandle* project, const char* name, const char* value);
 
 /* For a client that works on archives itself, through btkf520.h. The library leaves the client's
  * own state there alone: its configuration, callbacks and path resolver. This function, and no

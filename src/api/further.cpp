@@ -5,6 +5,7 @@
 #include "runtime/nativepath.h"
 #include "store/ownplace.h"
 #include "toolkit/bracket.h"
+#include "toolkit/directives.h"
 
 namespace api = foldapi::api;
 
@@ -22,6 +23,15 @@ int32_t FoldapiIsInOwnPlace(TVHandle* archive) {
     const auto* object = api::resolve<foldapi::TVArchiveMember>(archive).object();
     if (object == nullptr) return -1;
     return foldapi::IsInOwnPlace(*static_cast<const foldapi::TVArchiveMember*>(object)) ? 1 : 0;
+  });
+}
+
+int32_t FoldapiSetDirective(TVHandle* project, const char* name, const char* value) {
+  return api::guarded(-1, [&] {
+    return foldapi::SetDirective(api::resolve<foldapi::TVProjectFolder>(project),
+                                 foldapi::VString(name).str(), {foldapi::VString(value).str()},
+                                 foldapi::Trial::kThenWrite)
+        .status;
   });
 }
 

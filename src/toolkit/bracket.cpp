@@ -35,12 +35,6 @@ VString missingFileMessage(const TVProjectConfig& config) {
   return FolderFileMessage(kFolderFileMissing, config.path.text());
 }
 
-// A public record says which file is the master file: the user may own it and not have written it.
-void connectToolkit() {
-  TrvsRegisterPathResolver(resolvePath);
-  static_cast<void>(TrvsTrustMaster(TRVS_TRUST_ROOT));
-}
-
 void registerWithToolkit() {
   connectToolkit();
   RegisterToolkitCallbacks();
@@ -53,6 +47,12 @@ int32_t askForUser(char (&user)[kUserSize]) {
 }
 
 }  // namespace
+
+// A public record says which file is the master file: the user may own it and not have written it.
+void connectToolkit() {
+  TrvsRegisterPathResolver(resolvePath);
+  static_cast<void>(TrvsTrustMaster(TRVS_TRUST_ROOT));
+}
 
 TVToolkitSession& TVToolkitSession::Instance() {
   static auto* session = new TVToolkitSession;

@@ -92,6 +92,9 @@ class TVToolkitBracket {
 // library calls it.
 [[nodiscard]] VBool StartToolkit(TVErrorSink& sink);
 void RegisterToolkitCallbacks();
+// Has the state that is in place translate paths as the library does, and trust root's master files
+// alone.
+void connectToolkit();
 // Loads the configuration of the handle's object into the client's own state of the toolkit, and
 // has paths there translated as the library does. False if a file can't be read. To be called
 // outside of brackets.

@@ -214,6 +214,12 @@ constexpr Text kToolkitTexts[] = {
     {109,
      "This configuration setting cannot be set for the project because it has been disallowed in "
      "the master project."},
+    {110, "Cannot unpack or check in this revision.  Its content is larger than allowed."},
+    {112,
+     "Cannot check in revision.  It would start a branch, since a newer revision follows its "
+     "parent "
+     "or the number is one of a new branch."},
+    {113, "Cannot check in revision.  A revision with this number already exists in the archive."},
 };
 
 constexpr Text kFolderTexts[] = {

@@ -6,6 +6,7 @@
 #include <string_view>
 #include <vector>
 
+#include "btkf520/btkf520.h"
 #include "foldapi/foldapi.h"
 #include "support/client.h"
 
@@ -223,6 +224,36 @@ TEST_F(Changes, SetProjectVCSDirsAppendsADirectiveThatCountsAtOnce) {
   EXPECT_STREQ(GetProjectVCSDirs(project), "/new");
   scratch_.openRoot();
   EXPECT_STREQ(GetProjectCfgFile(project), "");  // Of the session before.
+}
+
+// What the toolkit would complain about changes nothing; the rest takes the place of its like.
+TEST_F(Changes, SetDirectiveReadsTheResultFirst) {
+  TVHandle* project = createProject("P");
+  scratch_.write("pub/P.prj/P.cfg",
+                 "VCSDIR = /v\nIF X == X\nvcsdir = /other\nENDIF\nPROMOTE a = b\n");
+  const auto before = scratch_.everything();
+  const struct {
+    const char *name, *value;
+    int32_t status;
+  } refused[] = {
+      {"BRANCHWARN", "maybe", TRVS_INVALID_LINE},        {"NOTHING", "1", TRVS_INVALID_LINE},
+      {"VCSDIR", "/a\nJOURNAL = /b", TRVS_INVALID_LINE}, {"PROMOTE", "b = a", TRVS_NO_TOP_GROUP},
+      {"PROMOTE", "c = d", TRVS_SEVERAL_TOP_GROUPS},     {nullptr, "1", TRVS_INVALID_LINE}};
+  for (const auto& c : refused) {
+    EXPECT_EQ(FoldapiSetDirective(project, c.name, c.value), c.status) << c.value;
+  }
+  EXPECT_EQ(FoldapiSetDirective(nullptr, "VCSDIR", "/a"), TRVS_MISUSE);
+  EXPECT_EQ(scratch_.changedSince(before), Names{});
+  EXPECT_EQ(FoldapiSetDirective(project, "vcsdir", "/new"), TRVS_DONE);
+  EXPECT_EQ(FoldapiSetDirective(project, "Promote", "a = c"), TRVS_DONE);
+  EXPECT_EQ(FoldapiSetDirective(project, "ArchiveSuffix", ".c = _c"), TRVS_DONE);
+  EXPECT_EQ(
+      shown("pub/P.prj/P.cfg"),
+      "VCSDIR = /new\nIF X == X\nvcsdir = /other\nENDIF\nPROMOTE a = c\nARCHIVESUFFIX .c = _c\n");
+  EXPECT_EQ(scratch_.changedSince(before), Names{"pub/P.prj/P.cfg"}) << "nothing is left beside it";
+  scratch_.write("pub/P.prj/P.cfg", "a letter\n");
+  EXPECT_EQ(FoldapiSetDirective(project, "VCSDIR", "/a"), TRVS_INVALID_LINE);
+  EXPECT_EQ(shown("pub/P.prj/P.cfg"), "a letter\n");
 }
 
 }  // namespace

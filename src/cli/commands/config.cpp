@@ -3,6 +3,7 @@
 
 #include <algorithm>
 
+#include "btkf520/btkf520.h"
 #include "cli/command.h"
 #include "cli/commands/commands.h"
 #include "cli/commands/configuration.h"
@@ -52,6 +53,40 @@ void tell(Output& output, const std::vector<Setting>& settings) {
   }
 }
 
+// Why a directive can't have a value.
+const char* wordsFor(int32_t status) {
+  switch (status) {
+    case TRVS_NO_TOP_GROUP:
+      return "promotion would go in a circle";
+    case TRVS_SEVERAL_TOP_GROUPS:
+      return "there would be several top groups";
+    case TRVS_DISALLOWED:
+      return "the master file does not allow it here";
+    default:
+      return "not a value that it can have";
+  }
+}
+
+// What came of setting `values` of the directive.
+void check(const foldapi::SetResult& result, const std::string& file, const std::string& name,
+           const std::vector<std::string>& values) {
+  if (result.status == TRVS_DONE) return;
+  if (result.value) {
+    throw misuse(fmt::format("{} '{}'", name, values[*result.value]), wordsFor(result.status));
+  }
+  switch (result.status) {
+    case TRVS_IN_USE:
+      throw Problem{file, "another program is changing it", "try again"};
+    case TRVS_INVALID_LINE:
+      throw Problem{file, "is no configuration: there is no directive among its lines",
+                    "see who names it as one"};
+    case TRVS_CANNOT_WRITE:
+      throw Problem{file, "can't be written", "see whether the disk is full, and who owns it"};
+    default:
+      throw Problem{file, "can't be read or changed", "see who owns it"};
+  }
+}
+
 class ConfigGet : public Command {
  public:
   void declare(Options& options) override {
@@ -95,12 +130,12 @@ class ConfigSet : public Command {
 
   void run(Session& session) override {
     const std::string name = known(name_, settingsOf(session));
-    for (const std::string& value : values_) refuseUnwritable(name, value);
     const bool mayHaveSeveral =
         name == "PROMOTE" || name == "ARCHIVESUFFIX" || name == "EVENTTRIGGER";
     if (values_.size() > 1 && !mayHaveSeveral) throw misuse(name, "takes one value", "quote it");
     const std::string file = session.project().configurationFile();
-    SettingChange(file, name, values_).run(isDry_);
+    const auto trial = isDry_ ? foldapi::Trial::kOnly : foldapi::Trial::kThenWrite;
+    check(session.project().setDirective(name, values_, trial), file, name, values_);
     for (const std::string& value : values_) {
       session.output().result({{"name", name},
                                {"action", isDry_ ? "would set" : "set"},
@@ -114,16 +149,6 @@ class ConfigSet : public Command {
   }
 
  private:
-  static void refuseUnwritable(const std::string& name, const std::string& value) {
-    constexpr size_t kLongest = 8000;
-    const bool isControl = std::any_of(value.begin(), value.end(), [](char c) {
-      return static_cast<unsigned char>(c) < 0x20 && c != '\t';
-    });
-    if (isControl || value.size() > kLongest) {
-      throw misuse(name, "a value is one line, of at most 8000 bytes");
-    }
-  }
-
   static void hintAt(const std::string& name, Output& output) {
     const char* attribute = name == "EXCLUSIVELOCK"    ? "exclusive-locks"
                             : name == "EXPANDKEYWORDS" ? "keywords"

@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "cli/problem.h"
+#include "toolkit/directives.h"
 
 namespace cli {
 
@@ -62,6 +63,9 @@ class Project {
   // In their order; where new archives go is the first.
   std::vector<std::string> archiveDirectories() const;
   void setArchiveDirectories(const std::string& directories);
+  // Has the configuration file say so, or only tries out whether that can be.
+  foldapi::SetResult setDirective(const std::string& name, const std::vector<std::string>& values,
+                                  foldapi::Trial trial);
 
   // By their paths.
   std::vector<FileRecord> files() const;

@@ -104,6 +104,12 @@ void Project::setArchiveDirectories(const std::string& directories) {
   }
 }
 
+foldapi::SetResult Project::setDirective(const std::string& name,
+                                         const std::vector<std::string>& values,
+                                         foldapi::Trial trial) {
+  return foldapi::SetDirective(impl_->handle, name, values, trial);
+}
+
 std::vector<FileRecord> Project::files() const {
   std::vector<FileRecord> result;
   const std::string top = workDirectory();
