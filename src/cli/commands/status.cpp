@@ -37,6 +37,10 @@ class Status : public FileCommand {
 
  private:
   void work() override {
+    if (names_.empty()) {
+      using Looking = LocalFiles::Looking;
+      local().lookAtAll(isFast_ ? Looking::kFilesOnly : Looking::kArchivesToo);
+    }
     for (const FileRecord* file : chosen()) {
       try {
         look(*file);

@@ -3,6 +3,8 @@
 
 #include <algorithm>
 #include <map>
+#include <unordered_map>
+#include <unordered_set>
 
 #include "cli/database/database.h"
 #include "cli/database/handles.h"
@@ -12,6 +14,7 @@
 #include "cli/text/text.h"
 #include "core/lockscope.h"
 #include "domain/archivemember.h"
+#include "os/directory.h"
 #include "store/52proj.h"
 #include "toolkit/bracket.h"
 #include "toolkit/configfiles.h"
@@ -29,18 +32,57 @@ using foldapi::TVProjectFolderHandle;
 using foldapi::VPathString;
 using foldapi::VString;
 
-// Where a member's file is, from the top of the project's work directory.
-std::string pathOf(const TVArchiveMember& member, const std::string& top) {
-  const std::string whole = native(member.fullWorkName());
+// native() for many paths: it looks whether each is there by that very name, and for those of one
+// directory one list of that tells it.
+class Natives {
+ public:
+  std::string operator()(const VString& text) {
+    const std::string_view path = text.view();
+    const size_t end = path.rfind('/');
+    const bool isPlain = end != std::string_view::npos && end > 0 && end + 1 < path.size() &&
+                         path[end - 1] != ':' && !path.starts_with("//") &&
+                         path.find('\\') == std::string_view::npos;
+    if (!isPlain) return native(text);
+    Directory& directory = directories_[std::string(path.substr(0, end))];
+    if (++directory.asked < kFew) return native(text);
+    if (directory.path.empty()) list(path.substr(0, end), &directory);
+    const std::string name(path.substr(end + 1));
+    return directory.names.contains(name) ? joined(directory.path, name) : native(text);
+  }
+
+ private:
+  static constexpr size_t kFew = 8;
+
+  struct Directory {
+    size_t asked = 0;
+    std::string path;
+    std::unordered_set<std::string> names;
+  };
+
+  static void list(std::string_view text, Directory* to) {
+    to->path = native(VString(std::string(text)));
+    os::forEachEntry(to->path.c_str(), [&](const char* name) { to->names.insert(name); });
+  }
+
+  std::unordered_map<std::string, Directory> directories_;
+};
+
+// Where a file is, from the top of the project's work directory.
+std::string fromTop(const std::string& whole, const std::string& top) {
   if (top.empty() || !isBelow(top, whole)) return whole;
   return relativePath(top, whole);
 }
 
+std::string pathOf(const TVArchiveMember& member, const std::string& top) {
+  return fromTop(native(member.fullWorkName()), top);
+}
+
 void takeMembers(TVHandle& parent, const std::string& top, const std::string& folder,
-                 std::vector<FileRecord>* to) {
+                 Natives& natives, std::vector<FileRecord>* to) {
   forEach<TVArchiveMember>(parent, [&](TVHandle& child) {
     const auto& member = *child.as<TVArchiveMember>();
-    to->push_back({pathOf(member, top), native(member.qualArchiveName()), folder});
+    to->push_back(
+        {fromTop(natives(member.fullWorkName()), top), natives(member.qualArchiveName()), folder});
   });
 }
 
@@ -113,9 +155,10 @@ foldapi::SetResult Project::setDirective(const std::string& name,
 std::vector<FileRecord> Project::files() const {
   std::vector<FileRecord> result;
   const std::string top = workDirectory();
-  takeMembers(impl_->handle, top, "", &result);
+  Natives natives;
+  takeMembers(impl_->handle, top, "", natives, &result);
   forEach<TVArchiveFolder>(impl_->handle, [&](TVHandle& child) {
-    takeMembers(child, top, child.as<TVArchiveFolder>()->folderName().str(), &result);
+    takeMembers(child, top, child.as<TVArchiveFolder>()->folderName().str(), natives, &result);
   });
   std::sort(result.begin(), result.end(),
             [](const FileRecord& left, const FileRecord& right) { return left.path < right.path; });

@@ -4,6 +4,7 @@
 #include <fmt/format.h>
 
 #include <algorithm>
+#include <functional>
 #include <set>
 
 #include "btkf520/btkf520.h"
@@ -14,6 +15,7 @@
 #include "cli/text/pattern.h"
 #include "cli/text/text.h"
 #include "os/directory.h"
+#include "os/parallel.h"
 
 namespace cli {
 namespace {
@@ -29,6 +31,12 @@ std::vector<std::string> pathsOf(const std::vector<FileRecord>& files) {
   std::vector<std::string> paths;
   for (const FileRecord& file : files) paths.push_back(file.path);
   return paths;
+}
+
+// Whether a path from the top surely leads to a place that files of a project may have.
+bool isPlain(std::string_view path) {
+  return !path.empty() && path.front() != '.' && path.front() != '/' &&
+         path.find("/.") == std::string_view::npos && path.find("//") == std::string_view::npos;
 }
 
 // Which project's memory it is.
@@ -135,18 +143,57 @@ std::vector<const FileRecord*> LocalFiles::choose(const std::vector<std::string>
   return chosen;
 }
 
+// A file is what has the name; an archive is what the name leads to.
+LocalFiles::Look LocalFiles::lookAt(const std::string& path, LookUp lookUp) {
+  os::FileStatus status;
+  if (lookUp(path.c_str(), &status) != os::FileResult::kDone) return {};
+  return {Stamp::of(status), status.isRegular};
+}
+
+// A system call for each: as soon as there are enough, a second thread pays.
+void LocalFiles::lookAtAll(Looking looking) {
+  constexpr size_t kFew = 500;
+  if (files_.size() < kFew) return;
+  filesSeen_.resize(files_.size());
+  if (looking == Looking::kArchivesToo) archivesSeen_.resize(files_.size());
+  os::shareWork(files_.size(), [this](size_t begin, size_t end) {
+    for (size_t i = begin; i < end; ++i) {
+      const FileRecord& file = files_[i];
+      if (isPlain(file.path)) {
+        filesSeen_[i] = lookAt(joined(directory_.top, file.path), os::readEntryStatus);
+      }
+      if (!archivesSeen_.empty()) archivesSeen_[i] = lookAt(file.archive, os::readStatus);
+    }
+  });
+}
+
+size_t LocalFiles::placeOf(const FileRecord& file) const {
+  const std::less<const FileRecord*> isBefore;
+  const FileRecord* const end = files_.data() + files_.size();
+  if (isBefore(&file, files_.data()) || !isBefore(&file, end)) return files_.size();
+  return static_cast<size_t>(&file - files_.data());
+}
+
+LocalFiles::Look LocalFiles::lookAtFile(const FileRecord& file) const {
+  const size_t place = placeOf(file);
+  const bool isSeen = place < filesSeen_.size() && isPlain(file.path);
+  return isSeen ? filesSeen_[place] : lookAt(pathOf(file), os::readEntryStatus);
+}
+
+LocalFiles::Look LocalFiles::lookAtArchive(const FileRecord& file) const {
+  const size_t place = placeOf(file);
+  return place < archivesSeen_.size() ? archivesSeen_[place] : lookAt(file.archive, os::readStatus);
+}
+
 // The stamp tells it in nearly all cases. Else the engine compares, and what is found equal gets a
 // new stamp.
 Standing LocalFiles::standingOf(const FileRecord& file) {
   const FileState* const state = stateOf(file);
-  os::FileStatus status;
-  const std::string path = pathOf(file);
-  if (os::readEntryStatus(path.c_str(), &status) != os::FileResult::kDone) {
-    return state == nullptr ? Standing::kNone : Standing::kMissing;
-  }
-  const Stamp stamp = Stamp::of(status);
+  const Look look = lookAtFile(file);
+  if (!look.stamp) return state == nullptr ? Standing::kNone : Standing::kMissing;
+  const Stamp stamp = *look.stamp;
   if (state != nullptr && state->stamp == stamp && isSafe(stamp)) return Standing::kSame;
-  if (!status.isRegular) return Standing::kUnknown;
+  if (!look.isRegular) return Standing::kUnknown;
   const RevisionInfo* here = hereOf(file);
   if (here == nullptr) here = findByContent(file);
   if (here == nullptr) return Standing::kUnknown;
@@ -191,10 +238,10 @@ const History& LocalFiles::historyOf(const FileRecord& file) { return readingOf(
 const Told* LocalFiles::toldOf(const FileRecord& file, Reading reading) {
   const Told* const known = state_.told(file.path, file.archive);
   if (reading == Reading::kNever) return known;
-  os::FileStatus status;
-  const bool isThere = os::readStatus(file.archive.c_str(), &status) == os::FileResult::kDone;
-  const Stamp stamp = Stamp::of(status);
-  if (isThere && known != nullptr && known->archive == stamp && isSafe(stamp)) return known;
+  const Look look = lookAtArchive(file);
+  if (look.stamp && known != nullptr && known->archive == *look.stamp && isSafe(*look.stamp)) {
+    return known;
+  }
   state_.setTold(file.path, file.archive, toldBy(readingOf(file), file));
   return state_.told(file.path, file.archive);
 }

@@ -58,6 +58,11 @@ class LocalFiles {
   std::string pathFromHere(const FileRecord& file) const;
   std::string shownPath(const FileRecord& file) const;
 
+  // Looks at all files and, if `archives`, at all archives, in several threads: what is asked of
+  // them from now on is answered by that. For commands that change nothing.
+  enum class Looking { kFilesOnly, kArchivesToo };
+  void lookAtAll(Looking looking);
+
   const FileState* stateOf(const FileRecord& file) const {
     return state_.find(file.path, file.archive);
   }
@@ -123,6 +128,18 @@ class LocalFiles {
     History history;
   };
 
+  // What is there by a path. No stamp: nothing.
+  struct Look {
+    std::optional<Stamp> stamp;
+    bool isRegular = false;
+  };
+
+  using LookUp = os::FileResult (*)(const char* path, os::FileStatus* status);
+  static Look lookAt(const std::string& path, LookUp lookUp);
+  Look lookAtFile(const FileRecord& file) const;
+  Look lookAtArchive(const FileRecord& file) const;
+  // The place of `file` among all, past the end if it is none of them.
+  size_t placeOf(const FileRecord& file) const;
   const Read& readingOf(const FileRecord& file);
   Told toldBy(const Read& read, const FileRecord& file);
   const RevisionInfo* findByContent(const FileRecord& file);
@@ -135,6 +152,8 @@ class LocalFiles {
   WorkDirectory directory_;
   std::vector<FileRecord> files_;
   State state_;
+  std::vector<Look> filesSeen_;  // By their places; empty if all weren't looked at, as the next.
+  std::vector<Look> archivesSeen_;
   std::string user_;
   std::map<std::string, Read> histories_;  // By archive.
   std::optional<PromotionModel> promotion_;

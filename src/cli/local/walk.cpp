@@ -2,7 +2,7 @@
 #include "cli/local/walk.h"
 
 #include <algorithm>
-#include <set>
+#include <map>
 #include <string_view>
 
 #include "cli/local/directory.h"
@@ -10,6 +10,7 @@
 #include "cli/text/paths.h"
 #include "cli/text/text.h"
 #include "os/directory.h"
+#include "os/entries.h"
 #include "os/file.h"
 
 namespace cli {
@@ -30,7 +31,7 @@ class Walk {
         above = joined(above, part);
       }
     }
-    visit(above);
+    visit(above, os::EntryKind::kUnknown);
     return passedOver_;
   }
 
@@ -39,30 +40,41 @@ class Walk {
     if (ignoring_ == Ignoring::kByRules) rules_.read(top_, directory);
   }
 
-  void visit(const std::string& path) {
-    os::FileStatus status;
-    const std::string whole = joined(top_, path);
-    if (os::readEntryStatus(whole.c_str(), &status) != os::FileResult::kDone) return;
-    if (status.isDirectory) {
-      enter(path, whole);
-    } else if (status.isRegular) {
-      take_(path);
-    } else {
-      ++(status.isLink ? passedOver_.links : passedOver_.others);
-    }
+  void visit(const std::string& path, os::EntryKind kind) {
+    using Kind = os::EntryKind;
+    if (kind == Kind::kUnknown) kind = kindOf(joined(top_, path));
+    if (kind == Kind::kDirectory) return enter(path);
+    if (kind == Kind::kFile) return take_(path);
+    if (kind == Kind::kLink) ++passedOver_.links;
+    if (kind == Kind::kOther) ++passedOver_.others;
   }
 
-  void enter(const std::string& directory, const std::string& whole) {
+  // kUnknown for what is not there.
+  static os::EntryKind kindOf(const std::string& path) {
+    os::FileStatus status;
+    if (os::readEntryStatus(path.c_str(), &status) != os::FileResult::kDone) {
+      return os::EntryKind::kUnknown;
+    }
+    if (status.isDirectory) return os::EntryKind::kDirectory;
+    if (status.isRegular) return os::EntryKind::kFile;
+    return status.isLink ? os::EntryKind::kLink : os::EntryKind::kOther;
+  }
+
+  void enter(const std::string& directory) {
     readRules(directory);
-    std::set<std::string> names;
-    os::forEachEntry(whole.c_str(), [&](const char* name) { names.insert(name); });
-    for (const std::string& name : names) {
+    std::map<std::string, os::EntryKind> entries;
+    os::forEachEntryOfKind(
+        joined(top_, directory).c_str(),
+        [&](const char* name, os::EntryKind kind) { entries.emplace(name, kind); });
+    for (const auto& [name, kind] : entries) {
       if (isMemory(name)) continue;
       const std::string path = joined(directory, name);
-      const bool isDirectory = os::directoryState(joined(top_, path).c_str()).has_value();
+      const bool isDirectory = kind == os::EntryKind::kDirectory ||
+                               (kind != os::EntryKind::kFile &&
+                                os::directoryState(joined(top_, path).c_str()).has_value());
       if (ignoring_ == Ignoring::kByRules && rules_.ignores(path, isDirectory)) continue;
       if (isDirectory && mayEnter_ && !mayEnter_(path)) continue;
-      visit(path);
+      visit(path, kind);
     }
     rules_.leave(directory);
   }

@@ -133,7 +133,9 @@ bool wantsColour(const std::string& wish) {
 }  // namespace
 
 Output::Output(Manner manner)
-    : manner_(std::move(manner)), isColoured_(!manner_.json && wantsColour(manner_.colour)) {}
+    : manner_(std::move(manner)),
+      isTerminal_(os::isTerminal(os::Stream::kOutput)),
+      isColoured_(!manner_.json && wantsColour(manner_.colour)) {}
 
 bool Output::isWide() const {
   for (const char* name : {"LC_ALL", "LC_CTYPE", "LANG"}) {
@@ -184,9 +186,7 @@ void Output::aside(std::string_view text) {
   static_cast<void>(os::writeTo(os::Stream::kErrors, safeFor(os::Stream::kErrors, text) + '\n'));
 }
 
-bool Output::isCut() const {
-  return os::isTerminal(os::Stream::kOutput) && !manner_.verbose && !usesPager_;
-}
+bool Output::isCut() const { return isTerminal_ && !manner_.verbose && !usesPager_; }
 
 void Output::usePager() {
   usesPager_ = manner_.pager && isText() && !manner_.quiet && !os::hasRaisedRights() &&

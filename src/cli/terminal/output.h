@@ -82,6 +82,7 @@ class Output {
 
   Manner manner_;
   bool usesPager_ = false;
+  bool isTerminal_ = false;
   bool isColoured_ = false;
   std::string pending_;
   size_t lines_ = 0;  // Results on a terminal so far, of which only some are shown.

@@ -1,0 +1,13 @@
+// os/parallel.h: work that two processors share.
+#pragma once
+
+#include <cstddef>
+#include <functional>
+
+namespace os {
+
+// Calls `work` with ranges that are all of 0 to `count` together, some of them at the same time:
+// `work` may not throw, and its calls may not touch one another's. Returns when all are done.
+void shareWork(size_t count, const std::function<void(size_t begin, size_t end)>& work);
+
+}  // namespace os
