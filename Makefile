@@ -2,6 +2,7 @@
 #
 #   make demo    a team's day with trevault, and the C example that prints the database then
 #   make install [PREFIX=/usr/local] [DESTDIR=]   the program, the libraries and what others build with
+#   make deb     Debian packages of all that
 #   make test    all tests: optimised, with the sanitizers, and the checks of the sources
 #   make bench   the benchmarks
 #   make test-ports   the engine's and the store's tests as a 32-bit and as a big-endian machine
@@ -10,7 +11,7 @@
 
 PREFIX = /usr/local
 
-.PHONY: demo install test bench test-ports
+.PHONY: demo install deb test bench test-ports
 
 demo:
 	@scripts/setup.sh build
@@ -23,6 +24,10 @@ install:
 	@DESTDIR='$(DESTDIR)' cmake --install build --prefix '$(PREFIX)' > /dev/null
 	@[ -n '$(DESTDIR)' ] || ldconfig 2> /dev/null || true
 	@echo "Installed in $(DESTDIR)$(PREFIX); next: $(PREFIX)/bin/trevault help"
+
+deb:
+	@scripts/setup.sh deb
+	@scripts/build_packages.sh
 
 test:
 	@scripts/setup.sh test

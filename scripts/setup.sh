@@ -1,6 +1,6 @@
 #!/bin/sh
 # Installs what a purpose needs on Debian 12, and only that which is missing:
-# setup.sh build | test | bench | ports
+# setup.sh build | test | deb | bench | ports
 set -eu
 packages='g++ cmake ninja-build python3 pkg-config libgit2-dev libzstd-dev libgtest-dev
 libcli11-dev libfmt-dev nlohmann-json3-dev scdoc'
@@ -10,9 +10,10 @@ case "${1-}" in
     packages="$packages clang-14 libclang-rt-14-dev clang-format-14 valgrind binutils libglib2.0-dev"
     packages="$packages man-db glusterfs-server glusterfs-client python3-zstandard python3-xxhash"
     ;;
+  deb) packages="$packages debhelper lintian" ;;
   bench) packages="$packages libglib2.0-dev rcs" ;;
   ports) packages="$packages debootstrap g++-i686-linux-gnu g++-s390x-linux-gnu qemu-user" ;;
-  *) echo 'usage: setup.sh build | test | bench | ports' >&2; exit 2 ;;
+  *) echo 'usage: setup.sh build | test | deb | bench | ports' >&2; exit 2 ;;
 esac
 
 missing=
