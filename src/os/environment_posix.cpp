@@ -57,6 +57,8 @@ std::string accountName() {
   return name.empty() ? std::to_string(::geteuid()) : name;
 }
 
+uint32_t effectiveUser() { return ::geteuid(); }
+
 std::string homeDirectory() {
   const std::string directory = absoluteFrom("HOME");
   return directory.empty() && heedsUser() ? accountText(&passwd::pw_dir) : directory;

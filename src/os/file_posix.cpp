@@ -255,9 +255,13 @@ FileResult File::openToLock(const Place& place, Access access) {
   return result;
 }
 
+// Hardly any path leads to a link, which is refused.
 FileResult File::openLocked(const char* path) {
   Place place;
-  const FileResult result = Place::find(path, &place);
+  FileResult result = Place::of(path, &place);
+  if (result == FileResult::kDone) result = openLocked(place);
+  if (result != FileResult::kRefused) return result;
+  result = Place::find(path, &place);
   return result == FileResult::kDone ? openLocked(place) : result;
 }
 

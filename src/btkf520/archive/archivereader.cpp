@@ -25,17 +25,26 @@ constexpr size_t kMostFrames = 256;
 // A part of a file, piece by piece, with the checksum of what was given.
 class FilePieces {
  public:
-  FilePieces(const os::File& file, uint64_t offset, uint64_t size)
-      : file_(file), offset_(offset), left_(size), buffer_(std::min(size, kPiece)) {}
+  // `known` are its first bytes, or none: if it is all of them, nothing is read.
+  FilePieces(const os::File& file, uint64_t offset, uint64_t size, std::string_view known = {})
+      : file_(file),
+        offset_(offset),
+        left_(size),
+        known_(known.size() < size ? std::string_view() : known),
+        buffer_(known_.empty() ? std::min(size, kPiece) : 0) {}
 
   // Empty at the end, or if no more can be read.
   std::string_view next() {
-    const auto size = static_cast<size_t>(std::min<uint64_t>(left_, buffer_.size()));
-    if (size == 0 || !file_.readAt(offset_, buffer_.data(), size)) return {};
-    const std::string_view piece = buffer_.view().substr(0, size);
+    std::string_view piece = known_;
+    if (left_ == 0) return {};
+    if (piece.empty()) {
+      const auto size = static_cast<size_t>(std::min<uint64_t>(left_, buffer_.size()));
+      if (!file_.readAt(offset_, buffer_.data(), size)) return {};
+      piece = buffer_.view().substr(0, size);
+    }
     checksum_.add(piece);
-    offset_ += size;
-    left_ -= size;
+    offset_ += piece.size();
+    left_ -= piece.size();
     return piece;
   }
 
@@ -46,6 +55,7 @@ class FilePieces {
   const os::File& file_;
   uint64_t offset_;
   uint64_t left_;
+  std::string_view known_;
   Bytes buffer_;
   Checksum checksum_;
 };
@@ -147,8 +157,9 @@ ArchiveReader::ArchiveReader(Index index, const archivefile::End& end,
     : index_(std::move(index)), end_(end), codec_(std::move(codec)) {}
 
 bool ArchiveReader::readIndex(const os::File& file, const archivefile::IndexPlace& place,
-                              std::string_view full, FrameCodec* codec, Bytes* bytes) {
-  FilePieces pieces(file, place.offset, place.storedSize);
+                              std::string_view known, std::string_view full, FrameCodec* codec,
+                              Bytes* bytes) {
+  FilePieces pieces(file, place.offset, place.storedSize, known);
   return codec->unpack([&] { return pieces.next(); }, full, place.size, bytes, nullptr) &&
          pieces.areAllGiven() && pieces.checksum() == place.checksum;
 }
@@ -172,8 +183,12 @@ TrvsStatus ArchiveReader::open(os::File file, std::unique_ptr<ArchiveReader>* re
   auto codec = std::make_unique<FrameCodec>();
   Bytes full;
   Bytes bytes;
-  if (!isAlone && !readIndex(file, record.full, {}, codec.get(), &full)) return failure();
-  if (!readIndex(file, record.index, full.view(), codec.get(), &bytes)) return failure();
+  const auto read = [&](const archivefile::IndexPlace& place, Bytes* to) {
+    const std::string_view known = last.known(place.offset, place.offset + place.storedSize);
+    return readIndex(file, place, known, full.view(), codec.get(), to);
+  };
+  if (!isAlone && !read(record.full, &full)) return failure();
+  if (!read(record.index, &bytes)) return failure();
   std::optional<Index> index = decodeIndex(bytes.view(), storedSize(record));
   const bool fits = index && (index->frames.empty() || index->frames.back().end() <= end.offset);
   if (!fits) return failure();
@@ -189,7 +204,7 @@ archivefile::IndexPlace ArchiveReader::fullIndex() const {
 }
 
 TrvsStatus ArchiveReader::readFullIndex(std::string_view* bytes) {
-  if (full_.size() == 0 && !readIndex(file_, fullIndex(), {}, codec_.get(), &full_)) {
+  if (full_.size() == 0 && !readIndex(file_, fullIndex(), {}, {}, codec_.get(), &full_)) {
     return file_.hasFailed() ? TRVS_CANNOT_OPEN : TRVS_NOT_AN_ARCHIVE;
   }
   *bytes = full_.view();

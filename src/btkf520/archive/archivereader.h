@@ -111,8 +111,10 @@ class ArchiveReader {
   [[nodiscard]] TrvsStatus verify(std::vector<Content>* damaged);
 
  private:
+  // `known`: its bytes, if they have been read already.
   [[nodiscard]] static bool readIndex(const os::File& file, const archivefile::IndexPlace& place,
-                                      std::string_view full, FrameCodec* codec, Bytes* bytes);
+                                      std::string_view known, std::string_view full,
+                                      FrameCodec* codec, Bytes* bytes);
   [[nodiscard]] bool partsAreWhole();
 
   bool isTooLarge(const std::vector<const Stored*>& frames) const;

@@ -194,9 +194,10 @@ std::optional<Bytes> FrameCodec::packDelta(std::string_view content, std::string
   set(packing_, ZSTD_c_chainLog, kLeastTableLog);
   set(packing_, ZSTD_c_searchForExternalRepcodes, ZSTD_ps_enable);
   ZSTD_registerSequenceProducer(packing_, &passages, BlockPassages::produce);
-  set(packing_, ZSTD_c_stableInBuffer, 1);
   const size_t most = ZSTD_compressBound(content.size());
   Bytes frame(most <= kWideContent ? most : most / kPoorRatio);
+  set(packing_, ZSTD_c_stableInBuffer, 1);
+  set(packing_, ZSTD_c_stableOutBuffer, frame.size() == most ? 1 : 0);
   ZSTD_inBuffer in{content.data(), content.size(), 0};
   ZSTD_outBuffer out{frame.data(), frame.size(), 0};
   for (;;) {

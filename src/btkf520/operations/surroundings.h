@@ -46,7 +46,7 @@ class Surroundings final : private ConfigurationHost {
 
   // The user id by the source that the configuration names. Nothing if that source has none, or
   // one that is no good name: it would read as several users in a list.
-  std::optional<std::string> userId() const;
+  std::optional<std::string> userId();
 
   // Where the path text `path` is in the operating system. Nothing if it is nowhere.
   std::optional<std::string> systemPath(const std::string& path) const;
