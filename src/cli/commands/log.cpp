@@ -65,8 +65,8 @@ class Log : public FileCommand {
     std::stable_sort(entry.begin(), entry.end(), [](const CheckIn& left, const CheckIn& right) {
       return left.file->path < right.file->path;
     });
-    output.line(fmt::format("{}  {}  {}", newest.minute(), shown(newest.author),
-                            shown(newest.firstLine())));
+    const std::string begin = fmt::format("{}  {}  ", newest.minute(), shown(newest.author));
+    output.line(begin + output.fitted(shown(newest.firstLine()), columnsOf(begin)));
     for (const CheckIn& each : entry) {
       output.result(itemOf(*each.file, *each.revision),
                     fmt::format("  {} {}", local().shownPath(*each.file), each.revision->number));
@@ -100,7 +100,13 @@ class Log : public FileCommand {
     if (!isOne) output.line(shownPath(file));
     std::vector<std::vector<std::string>> rows;
     for (const RevisionInfo* each : chosen) {
-      rows.push_back({each->number, each->minute(), each->author, shown(each->firstLine())});
+      rows.push_back({each->number, each->minute(), each->author});
+    }
+    size_t taken = 0;
+    for (const std::string& each : table(rows)) taken = std::max(taken, columnsOf(each));
+    taken += isOne ? 2 : 4;
+    for (size_t i = 0; i < rows.size(); ++i) {
+      rows[i].push_back(output.fitted(shown(chosen[i]->firstLine()), taken));
     }
     const auto lines = table(rows);
     for (size_t i = 0; i < lines.size(); ++i) {

@@ -102,7 +102,8 @@ class Tree : public FileCommand {
     const auto& revisions = branches_[branch];
     for (size_t i = 0; i < revisions.size(); ++i) {
       const bool isLast = i + 1 == revisions.size();
-      output_->line(indent + mark(isLast) + lineOf(*revisions[i]));
+      const std::string begin = indent + mark(isLast);
+      output_->line(begin + lineOf(*revisions[i], columnsOf(begin)));
       const auto& branches = starting_[revisions[i]->number];
       for (size_t j = 0; j < branches.size(); ++j) {
         const bool isLastBranch = j + 1 == branches.size();
@@ -113,18 +114,25 @@ class Tree : public FileCommand {
     }
   }
 
-  std::string lineOf(const RevisionInfo& revision) const {
-    std::string text = fmt::format("{}  {}  {}  {}", revision.number, revision.minute(),
-                                   revision.author, shown(revision.firstLine()));
+  // Where the line is too long the message gives way, as the marks say more.
+  std::string lineOf(const RevisionInfo& revision, size_t taken) const {
+    std::string text =
+        fmt::format("{}  {}  {}  ", revision.number, revision.minute(), shown(revision.author));
     std::string marks;
+    taken += columnsOf(text);
     const auto add = [&](const std::string& mark, Colour colour) {
-      marks += (marks.empty() ? "" : " ") + output_->coloured(mark, colour);
+      const std::string_view gap = marks.empty() ? "  " : " ";
+      marks.append(gap).append(output_->coloured(mark, colour));
+      taken += columnsOf(gap) + columnsOf(mark);
     };
     for (const std::string& each : revision.labels) add("[" + each + "]", Colour::kYellow);
     for (const std::string& each : revision.groups) add("<" + each + ">", Colour::kMagenta);
     if (!revision.lockers.empty()) add("locked by " + listed(revision.lockers), Colour::kRed);
-    if (!marks.empty()) text += "  " + marks;
-    return here_ == &revision ? text + "  here" : text;
+    if (here_ == &revision) {
+      marks += "  here";
+      taken += 6;
+    }
+    return text + output_->fitted(shown(revision.firstLine()), taken) + marks;
   }
 
   Value json(const std::string& branch) {

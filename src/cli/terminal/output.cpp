@@ -151,6 +151,21 @@ std::string Output::coloured(std::string_view text, Colour colour) const {
   return fmt::format("\x1B[{}m{}\x1B[0m", codeOf(colour), text);
 }
 
+std::string Output::fitted(std::string_view message, size_t taken) const {
+  constexpr size_t kLeast = 24;
+  const auto width = static_cast<size_t>(os::terminalWidth());
+  const size_t room = std::max(kLeast, width - std::min(taken, width));
+  const bool isAll = manner_.verbose || !os::isTerminal(os::Stream::kOutput);
+  if (isAll || columnsOf(message) <= room) return std::string(message);
+  const std::string_view rest = isWide() ? "…" : "...";
+  std::string text;
+  for (size_t left = room - columnsOf(rest); left > 0; --left) {
+    text += firstLetter(message.substr(text.size()));
+  }
+  text.erase(text.find_last_not_of(' ') + 1);
+  return text.append(rest);
+}
+
 void Output::set(std::string name, Value value) {
   document_.emplace_back(std::move(name), std::move(value));
 }

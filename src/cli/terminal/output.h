@@ -49,6 +49,9 @@ class Output {
   bool isText() const { return !manner_.json; }
   bool isWide() const;  // A terminal shows box characters and the like.
   std::string coloured(std::string_view text, Colour colour) const;
+  // As much of a message as a terminal's line has room for, of which `taken` columns are used by
+  // others, but never next to nothing. All of it elsewhere, and if it is to be told in full.
+  std::string fitted(std::string_view message, size_t taken) const;
 
   // What is longer than the screen goes to a pager: for commands that only tell.
   void usePager();
