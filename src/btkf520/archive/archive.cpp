@@ -132,7 +132,7 @@ class Archive::Impl {
   bool knowsAllOf(const Branch& branch) const;
   bool plan(const ArchiveModel& model, Plan* plan) const;
   void planBranch(const Branch& branch, Frames* frames) const;
-  const Frame* storedLike(const Frame& planned) const;
+  bool isKept(const Frame& planned, const Frame& stored) const;
   bool isAppendable() const;
   bool isToBeAppended(const Plan& plan) const;
   TrvsStatus copyKept(Frames* kept, ArchiveChange* to) const;
@@ -289,42 +289,40 @@ bool Archive::Impl::plan(const ArchiveModel& model, Plan* plan) const {
     return true;
   }
   if (!damaged_.empty()) dropLostParents(&planned);
-  size_t count = 0;  // Of those that are stored now.
+  size_t count = 0;         // Of those that are stored now.
+  Frames kept(old.size());  // All in their places. One that isn't kept has no content.
   for (const Branch* branch : same) {
     count += branch->revisions.size();
     for (const Revision& each : branch->revisions) {
-      plan->kept.push_back(reader_->find(each.content.id)->frame);
+      const ArchiveReader::Stored& stored = *reader_->find(each.content.id);
+      kept[reader_->placeOf(stored)] = stored.frame;
     }
   }
   for (Frame& frame : planned) {
-    const Frame* const stored = storedLike(frame);
-    count += reader_->find(frame.content) != nullptr;
-    if (stored == nullptr) {
+    const ArchiveReader::Stored* const stored = reader_->find(frame.content);
+    count += stored != nullptr;
+    if (stored == nullptr || !isKept(frame, stored->frame)) {
       plan->made.push_back(frame);
       continue;
     }
-    frame.offset = stored->offset;
-    frame.size = stored->size;
-    frame.checksum = stored->checksum;
-    plan->kept.push_back(frame);
+    frame.offset = stored->frame.offset;
+    frame.size = stored->frame.size;
+    frame.checksum = stored->frame.checksum;
+    kept[reader_->placeOf(*stored)] = frame;
   }
   plan->hasLost = count != old.size();
-  // An empty one may stand where another begins.
-  std::sort(plan->kept.begin(), plan->kept.end(), [](const Frame& left, const Frame& right) {
-    return std::pair(left.offset, left.size) < std::pair(right.offset, right.size);
-  });
+  std::erase_if(kept, [](const Frame& frame) { return frame.content == 0; });
+  plan->kept = std::move(kept);
   std::stable_partition(plan->made.begin(), plan->made.end(),
                         [](const Frame& frame) { return frame.newerParent != 0; });
   return true;
 }
 
-// The frame in the file that can be kept for `planned`, null for none.
-const Frame* Archive::Impl::storedLike(const Frame& planned) const {
-  const ArchiveReader::Stored* const stored = reader_->find(planned.content);
-  if (stored == nullptr) return nullptr;
-  const bool isSame = stored->frame.olderParent == planned.olderParent &&
-                      stored->frame.newerParent == planned.newerParent;
-  return isSame || damaged_.contains(planned.content) ? &stored->frame : nullptr;
+// Whether the frame in the file will do for `planned`.
+bool Archive::Impl::isKept(const Frame& planned, const Frame& stored) const {
+  const bool isSame =
+      stored.olderParent == planned.olderParent && stored.newerParent == planned.newerParent;
+  return isSame || damaged_.contains(planned.content);
 }
 
 bool Archive::Impl::isAppendable() const {

@@ -97,6 +97,10 @@ class ArchiveReader {
 
   // Null for none. Good as long as the object is.
   const Stored* find(uint32_t content) const;
+  // Where the frame of one that was found stands among all of them.
+  size_t placeOf(const Stored& stored) const {
+    return static_cast<size_t>(&stored - contents_.data());
+  }
 
   // Rebuild a content and check it: TRVS_NO_REVISION if there is none, TRVS_NOT_AN_ARCHIVE for a
   // damaged one. *bytes changes only with TRVS_DONE. read() keeps what it rebuilds for the
