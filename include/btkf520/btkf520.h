@@ -441,11 +441,13 @@ enum {
   TRVS_PUT_ASK_UNCHANGED = 0x20,    /* ask TRVS_CALLBACK_CHECK_IN about an unchanged workfile */
   TRVS_PUT_REFUSE_UNCHANGED = 0x40, /* refuse an unchanged workfile, unless the one before is given
                                        too; the default of these three */
-  TRVS_PUT_UNCHANGED = 0x80,    /* check in an unchanged workfile, whatever the two before say */
-  TRVS_PUT_ASK_LABEL = 0x4000,  /* ask TRVS_CALLBACK_MOVE_LABEL if it has */
-  TRVS_PUT_NO_BRANCH = 0x10000, /* continue a branch or refuse: TRVS_NEEDS_BRANCH */
-  TRVS_PUT_NEW_NUMBER = 0x20000 /* `revision` is the number of the new revision, never of its
-                                   parent: TRVS_REVISION_EXISTS if there is one already */
+  TRVS_PUT_UNCHANGED = 0x80,     /* check in an unchanged workfile, whatever the two before say */
+  TRVS_PUT_ASK_LABEL = 0x4000,   /* ask TRVS_CALLBACK_MOVE_LABEL if it has */
+  TRVS_PUT_NO_BRANCH = 0x10000,  /* continue a branch or refuse: TRVS_NEEDS_BRANCH */
+  TRVS_PUT_NEW_NUMBER = 0x20000, /* `revision` is the number of the new revision, never of its
+                                    parent: TRVS_REVISION_EXISTS if there is one already */
+  TRVS_PUT_NO_GROUP = 0x40000    /* put it into no development group, and leave that of the parent
+                                    where it is; `group` counts for nothing */
 };
 
 /* Checks in the workfile: makes a revision from it.

@@ -249,6 +249,8 @@ TEST_F(CheckOut, FindsRevisionsByNumberLabelGroupAndDate) {
   ASSERT_EQ(put("d\n", {.revision = "1.1.1", .time = minute(1442)}), TRVS_DONE);
   ASSERT_EQ(promote("dev"), TRVS_DONE);
   ASSERT_EQ(put("e\n", {.revision = "1.1.2", .time = minute(1443)}), TRVS_DONE);
+  ASSERT_EQ(put("f\n", {.revision = "1.1.2", .time = minute(1444), .flags = TRVS_PUT_NO_GROUP}),
+            TRVS_DONE);
   const auto check = [&](const Get& how, const std::string& want) {
     write("m.c", "before");
     const int32_t status = get(how);
@@ -259,7 +261,7 @@ TEST_F(CheckOut, FindsRevisionsByNumberLabelGroupAndDate) {
   // Number or label, group, the last date: the content or the status (11, 18 and 41: not found;
   // 17: no date).
   const auto cases = support::table<4>(R"(
-      -> -> -> 2           | 1.1 -> -> -> 1     | 1 -> -> -> 2        | 1.1.2 -> -> -> e
+      -> -> -> 2           | 1.1 -> -> -> 1     | 1 -> -> -> 2        | 1.1.2 -> -> -> f
       REL -> -> -> 0       | TIP -> -> -> d     | 1.7 -> -> -> status 18
       1.7.1 -> -> -> status 18                  | rel -> -> -> status 11
       -> dev -> -> e       | -> test -> -> d    | -> prod -> -> status 41

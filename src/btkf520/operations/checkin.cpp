@@ -32,7 +32,8 @@ constexpr uint32_t kUnchangedFlags =
 bool areGood(uint32_t flags) {
   constexpr uint32_t kKnown = kUnchangedFlags | TRVS_PUT_KEEP_LOCK | TRVS_PUT_READ_ONLY |
                               TRVS_PUT_BRANCH | TRVS_PUT_OLDER | TRVS_PUT_MOVE_LABEL |
-                              TRVS_PUT_ASK_LABEL | TRVS_PUT_NO_BRANCH | TRVS_PUT_NEW_NUMBER;
+                              TRVS_PUT_ASK_LABEL | TRVS_PUT_NO_BRANCH | TRVS_PUT_NEW_NUMBER |
+                              TRVS_PUT_NO_GROUP;
   const auto hasAll = [flags](uint32_t bits) { return (flags & bits) == bits; };
   return (flags & ~kKnown) == 0 && !hasAll(TRVS_PUT_KEEP_LOCK | TRVS_PUT_READ_ONLY) &&
          !hasAll(TRVS_PUT_MOVE_LABEL | TRVS_PUT_ASK_LABEL) &&
@@ -270,6 +271,7 @@ TrvsStatus CheckIn::checkUnchanged() {
 
 // The group moves on from the parent. At any other revision it stays, and stands in the way.
 TrvsStatus CheckIn::assignGroup() {
+  if (asks(TRVS_PUT_NO_GROUP)) return TRVS_DONE;
   Revision* parent = parent_ ? task_.model.findRevision(*parent_) : nullptr;
   std::string wanted(textOf(request_.group));
   if (wanted.empty() && parent != nullptr) {

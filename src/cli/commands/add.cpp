@@ -7,13 +7,12 @@
 #include "btkf520/btkf520.h"
 #include "cli/commands/commands.h"
 #include "cli/commands/filecommand.h"
+#include "cli/local/newfiles.h"
 #include "cli/local/walk.h"
 #include "cli/text/paths.h"
 #include "cli/text/text.h"
 #include "os/directory.h"
-#include "os/environment.h"
 #include "os/file.h"
-#include "os/trust.h"
 
 namespace cli {
 namespace {
@@ -40,9 +39,6 @@ class Add : public FileCommand {
     for (const std::string& name : names_) collect(name);
     if (group_.empty()) group_ = local().directory().group;
     if (label_.empty()) label_ = local().followedLabel();
-    folders_ = session().project().folders();
-    const auto directories = session().project().archiveDirectories();
-    if (!directories.empty()) archiveDirectory_ = directories.front();
     addAll();
     tellSums();
   }
@@ -68,66 +64,13 @@ class Add : public FileCommand {
     }
   }
 
-  // The folder named, else the deepest one whose directory holds the file.
-  std::string folderOf(const std::string& path) const {
-    std::string deepest;
-    size_t length = 0;
-    for (const FolderRecord& each : folders_) {
-      const bool holds = each.directory.empty() || isBelow(each.directory, path);
-      if (!folder_.empty() && each.name == folder_) {
-        if (holds) return folder_;
-        throw Problem{
-            shownPath({path, "", ""}),
-            fmt::format("lies outside of folder {}, which is {}", folder_, shown(each.directory)),
-            "leave -f away, or name another folder"};
-      }
-      if (folder_.empty() && holds && each.directory.size() > length) {
-        deepest = each.name;
-        length = each.directory.size();
-      }
-    }
-    if (folder_.empty()) return deepest;
-    throw misuse(folder_, "no such folder", "'trevault folder list' lists them");
-  }
-
-  // The file's own path below the first archive directory: equal names never meet.
-  std::string archiveOf(const std::string& path) const {
-    if (!archive_.empty()) return session().absolute(archive_);
-    if (archiveDirectory_.empty()) {
-      throw Problem{path, "the project has no archive directory",
-                    "'trevault project set --archives DIR' gives it one"};
-    }
-    std::string name(4096, '\0');
-    check(TrvsComputeArchiveName(path.c_str(), name.data(), static_cast<int32_t>(name.size())),
-          {.file = path});
-    name.resize(name.find('\0'));
-    return joined(joined(archiveDirectory_, directoryPart(path)), namePart(name));
-  }
-
-  // Where new archives go is the word of whoever may write the configuration. If others may, and it
-  // leads into the user's home, he is asked.
-  void askForPlace() const {
-    const Project& project = session().project();
-    const std::string& place = archiveDirectory_;
-    const bool isNoMatter = isDry_ || !archive_.empty() || chosen_.empty() || place.empty();
-    if (isNoMatter || os::isOursAlone(project.configurationFile())) return;
-    const std::string home = os::homeDirectory();
-    const bool isAtHome =
-        !home.empty() && (isBelow(home, place) || isBelow(os::realPath(home), place));
-    if (!isAtHome || isBelow(session().database().roots().publicRoot.path, place)) return;
-    const std::string question = fmt::format(
-        "the team's configuration puts archives in {}, in your home; go on", shown(place));
-    if (output().ask(question)) return;
-    throw Problem{"add", "nothing was added",
-                  "'trevault project set --archives DIR' names another place", Exit::kCancelled};
-  }
-
   void addAll() {
-    askForPlace();
+    const NewFiles places(session(), folder_);
+    if (!isDry_ && archive_.empty() && !chosen_.empty()) places.askForPlace("add");
     if (!archive_.empty() && chosen_.size() > 1) {
       throw misuse("--archive", "is for one file", "add the files one by one");
     }
-    const std::vector<FileRecord> records = recordsOfChosen();
+    const std::vector<FileRecord> records = recordsOfChosen(places);
     Files files;
     for (const FileRecord& file : records) files.push_back(&file);
     forEach(files, [&](const FileRecord& file) { create(file); });
@@ -139,11 +82,12 @@ class Add : public FileCommand {
     }
   }
 
-  std::vector<FileRecord> recordsOfChosen() const {
+  std::vector<FileRecord> recordsOfChosen(const NewFiles& places) const {
     std::vector<FileRecord> records;
     for (const std::string& path : chosen_) {
       try {
-        records.push_back({path, archiveOf(path), folderOf(path)});
+        records.push_back(
+            places.record(path, archive_.empty() ? "" : session().absolute(archive_)));
       } catch (const Problem& problem) {
         output().problem(problem);
       }
@@ -176,17 +120,6 @@ class Add : public FileCommand {
 
   std::string firstNumber() const { return number_.empty() ? "1.0" : number_; }
 
-  // The archive's name is the file's with a few letters more.
-  static void refuseLongName(const FileRecord& file) {
-    constexpr size_t kLongestName = 255;
-    const size_t size = namePart(file.archive).size();
-    if (size <= kLongestName) return;
-    throw Problem{file.path,
-                  fmt::format("its archive's name would have {} bytes, and {} is the most", size,
-                              kLongestName),
-                  "'trevault add --archive PATH' gives it a shorter one"};
-  }
-
   void create(const FileRecord& file) {
     const Stamp before = local().stampOf(file);
     if (!isDry_) createArchive(file);
@@ -197,12 +130,8 @@ class Add : public FileCommand {
   }
 
   void createArchive(const FileRecord& file) const {
-    refuseLongName(file);
     const std::string workfile = local().pathToWrite(file);
-    if (file.path.find('\n') != std::string::npos) {
-      throw Problem{file.path, "a file's name can't hold a line end", "rename it"};
-    }
-    makeShared(os::parentOf(file.archive));
+    makePlaceOf(file);
     const std::string message = message_.empty() ? "First version" : message_;
     check(TrvsCreateWithRevision(TRVS_CONTEXT, file.archive.c_str(), workfile.c_str(), nullptr,
                                  number_.c_str(), label_.c_str(), nullptr, message.c_str(),
@@ -213,16 +142,6 @@ class Add : public FileCommand {
            .revision = number_,
            .label = label_,
            .group = group_});
-  }
-
-  // A directory that is made where a team may write is the team's.
-  static void makeShared(const std::string& directory) {
-    if (os::directoryState(directory.c_str())) return;
-    if (os::parentOf(directory) != directory) makeShared(os::parentOf(directory));
-    if (!os::makeDirectory(directory)) {
-      throw Problem{directory, "can't be made", "see who owns the directory above"};
-    }
-    os::shareWithGroup(directory);
   }
 
   void tellSums() const {
@@ -240,9 +159,7 @@ class Add : public FileCommand {
   std::string group_;
   std::string number_;
   std::string folder_;
-  std::vector<FolderRecord> folders_;
   std::string archive_;
-  std::string archiveDirectory_;
   bool noIgnore_ = false;
   std::set<std::string> known_;
   std::vector<std::string> chosen_;

@@ -46,6 +46,7 @@ const std::vector<CommandEntry>& theCommands() {
       {"attributes", "", "how archives treat their files", makeAttributes},
       {"verify", "", "read every byte of every archive", makeVerify},
       {"export", "", "the project's history for git", makeExport},
+      {"import-rcs", "", "files and histories from RCS files", makeImportRcs},
       {"completion", "", "a script that completes words in a shell", makeCompletion},
       {"help", "", "what a command does, and its options", makeHelp},
   };

@@ -48,6 +48,7 @@ std::unique_ptr<Command> makeAccess();
 std::unique_ptr<Command> makeAttributes();
 std::unique_ptr<Command> makeVerify();
 std::unique_ptr<Command> makeExport();
+std::unique_ptr<Command> makeImportRcs();
 std::unique_ptr<Command> makeHelp();
 std::unique_ptr<Command> makeCompletion();
 

@@ -43,6 +43,7 @@ struct Line {
   bool isRemoved = false;  // The project has it no more.
   const History* history = nullptr;
   bool isExecutable = false;
+  bool hasKeywords = false;
   // Of its revisions, in their order: what they hold, when they came, which is never before what
   // they come from, and the commits that have them first, with the paths there.
   const std::vector<Mark>* contents = nullptr;
@@ -153,6 +154,7 @@ class Export {
     check(TrvsGetAttributes(TRVS_CONTEXT, file.archive.c_str(), &attributes),
           {.file = file.path, .archive = file.archive});
     line.isExecutable = (attributes & TRVS_ATTRIBUTE_EXECUTABLE) != 0;
+    line.hasKeywords = (attributes & TRVS_ATTRIBUTE_KEYWORDS) != 0;
     std::map<std::string, int64_t> latest;  // By branch.
     for (const RevisionInfo& each : line.history->revisions()) {
       const auto [last, isFirst] = latest.try_emplace(each.branch, secondsOf(each.time));
@@ -338,27 +340,37 @@ class Export {
     std::map<std::string, uint64_t> sizes;
     for (size_t i = 0; i + 4 < texts.size(); i += 5) sizes[texts[i]] = std::stoull(texts[i + 1]);
     for (const RevisionInfo& each : line->history->revisions()) {
-      found->second.push_back(writeContent(file, each.number, sizes[each.number]));
+      found->second.push_back(writeContent(*line, each.number, sizes[each.number]));
     }
     count_.revisions += found->second.size();
   }
 
-  Mark writeContent(const FileRecord& file, const std::string& number, uint64_t size) {
-    const Mark mark = stream_.content(size);
+  // As a check-out gives it. How long it is then with keywords nobody knows before.
+  Mark writeContent(const Line& line, const std::string& number, uint64_t size) {
+    const FileRecord& file = line.file;
     const auto fail = [&](int32_t status) {
       throw Problem{shown(file.path),
                     number + " can't be read; nothing after it would be true, so the export stops",
                     fmt::format("'trevault verify {}' tells more", shown(file.path)), Exit::kFailed,
                     status};
     };
+    const auto read = [&](const std::function<void(std::string_view)>& take) {
+      const int32_t status =
+          readContent({.file = file.path, .archive = file.archive, .revision = number},
+                      line.hasKeywords ? Keywords::kExpanded : Keywords::kStored, take);
+      if (status != TRVS_DONE) fail(status);
+    };
+    if (line.hasKeywords) {
+      size = 0;
+      read([&](std::string_view bytes) { size += bytes.size(); });
+    }
+    const Mark mark = stream_.content(size);
     uint64_t written = 0;
-    const int32_t status =
-        readContent({.file = file.path, .archive = file.archive, .revision = number},
-                    Keywords::kStored, [&](std::string_view bytes) {
-                      written += bytes.size();
-                      stream_.write(bytes);
-                    });
-    if (status != TRVS_DONE || written != size) fail(status);
+    read([&](std::string_view bytes) {
+      written += bytes.size();
+      stream_.write(bytes);
+    });
+    if (written != size) fail(TRVS_DONE);
     stream_.write("\n");
     return mark;
   }
