@@ -9,7 +9,8 @@ head -1 debian/changelog | grep -qF "($version)" ||
 
 mkdir -p build-deb
 rm -f build-deb/*.deb
-export DEB_RULES_REQUIRES_ROOT=no DEB_BUILD_OPTIONS="terse noautodbgsym parallel=$(nproc)"
+DEB_BUILD_OPTIONS="terse noautodbgsym parallel=$(nproc)"
+export DEB_BUILD_OPTIONS DEB_RULES_REQUIRES_ROOT=no
 echo 'Building the packages in build-deb ...'
 dh_clean
 if [ -t 1 ]; then

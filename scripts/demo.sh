@@ -19,5 +19,5 @@ All of that is still there. Next, see as bob what ann has done, and what there i
   TEAM_USER=bob $build/trevault -C $build/demo/home/bob/station log
   $build/trevault help
 
-'A first session' in README.md begins with a project of your own.
+README.md begins with a project of your own.
 END

@@ -30,7 +30,8 @@ export KSTR_INI="$dir/db/KSTR.INI"
 grep '── Project: ' "$dir/walk.expected" | sed 's/.*: //' > "$dir/client.expected"
 [ -s "$dir/client.expected" ]
 
-export PKG_CONFIG_PATH="$(echo "$usr"/lib*/pkgconfig)"
+PKG_CONFIG_PATH=$(echo "$usr"/lib*/pkgconfig)
+export PKG_CONFIG_PATH
 libraries=$(pkg-config --variable=libdir foldapi)
 mkdir "$dir/by_pkg_config"
 # shellcheck disable=SC2046  # Lists of words.
