@@ -8,7 +8,7 @@ case "${1-}" in
   build) ;;
   test)
     packages="$packages clang-14 libclang-rt-14-dev clang-format-14 valgrind binutils libglib2.0-dev"
-    packages="$packages man-db glusterfs-server glusterfs-client python3-zstandard python3-xxhash"
+    packages="$packages git rcs man-db glusterfs-server glusterfs-client python3-zstandard python3-xxhash"
     ;;
   deb) packages="$packages debhelper lintian" ;;
   bench) packages="$packages libglib2.0-dev rcs" ;;
