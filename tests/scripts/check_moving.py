@@ -168,15 +168,16 @@ class Rcs:
         self.run("ci", "-q", "-f", "-r" + number, "-d" + self.moment.strftime("%Y-%m-%d %H:%M:%SZ"), "-w" + author,
                  "-m" + message, name, name + ",v")
 
-    def history(self, file):
-        """Of each revision: date, author, message and content."""
+    def history(self, file, every):
+        """Of each revision: date, author, message and, of some, the content."""
         text = self.run("rlog", "-zLT", file).decode(errors="surrogateescape")
         found = {}
         for part in re.split(r"-{28}\n", text)[1:]:
             number, date, author = re.match(r"revision ([\d.]+).*\ndate: (\S+ \d\d:\d\d:\d\d)\S*;  author: ([^;]+);", part).groups()
             message = re.sub(r"={77}\n.*", "", part.split("\n", 2)[2], flags=re.S)
             message = re.sub(r"^branches: .*\n", "", message).rstrip("\n")
-            found[number] = (date, author, message, self.run("co", "-q", "-p", "-r" + number, file))
+            wants = int(number.split(".")[-1]) % every == 0
+            found[number] = (date, author, message, self.run("co", "-q", "-p", "-r" + number, file) if wants else None)
         return found
 
 
@@ -233,14 +234,14 @@ def check_import(home):
     assert not (home.project / ".trevault" / "import").exists() and not list(home.path.rglob(".import-*"))
     for name, number in [("motor.c", 21), ("long", 200), ("empty", 5), ("bytes", 3), ("keys.c", 2)]:
         ours = {item["revision"]: item for item in json.loads(home.trevault("log", "--json", name))["items"]}
-        theirs = rcs.history(name + ",v")
+        theirs = rcs.history(name + ",v", 9 if name == "long" else 1)
         assert len(ours) == len(theirs) == number, (name, sorted(ours), sorted(theirs))
         for old, (date, author, message, content) in theirs.items():
             new = re.sub(r"^1\.13\.2\.", "1.13.1.", re.sub(r"^1\.3\.4\.", "1.3.2.", old))
             item = ours[new]
             assert (item["time"].replace("T", " "), item["author"]) == (date, author), (old, item, date, author)
             assert item["message"] == message or name != "motor.c", (old, item, message)
-            assert home.trevault("cat", "-r", new, name) == content, (name, old)
+            assert content is None or home.trevault("cat", "-r", new, name) == content, (name, old)
     labels = {label: item["revision"] for item in json.loads(home.trevault("log", "--json", "motor.c"))["items"]
               for label in item["labels"]}
     assert labels == {"REL_1": "1.5", "REL_2": "3.9", "FIX": "1.3.1.2", "LATER": "1.3.2.2", "CVS": "1.3.2.2", "EMPTY": "1.2",

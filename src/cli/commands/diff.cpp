@@ -5,6 +5,7 @@
 
 #include "btkf520/btkf520.h"
 #include "cli/commands/commands.h"
+#include "cli/commands/differences.h"
 #include "cli/commands/filecommand.h"
 #include "cli/text/text.h"
 
@@ -104,26 +105,15 @@ class Diff : public FileCommand {
   }
 
   std::vector<std::string> report(const FileRecord& file, const Side& from, const Side& to) {
-    const std::string path = local().pathOf(file);
-    const bool isFile = to.revision.empty();
-    const std::string first = target(file.archive, path);
-    uint32_t flags = TRVS_DIFF_NO_HEADING;
+    uint32_t flags = 0;
     if (ignoresSpace_) flags |= TRVS_DIFF_IGNORE_SPACE;
     if (ignoresCase_) flags |= TRVS_DIFF_IGNORE_CASE;
     if (ignoresEnds_) flags |= TRVS_DIFF_IGNORE_LINE_ENDS;
     if (isStored_) flags |= TRVS_DIFF_STORED;
-    const auto lines = static_cast<int16_t>(context_.empty() ? 3 : std::stoi(context_));
-    return linesOf(
-        [&] {
-          return TrvsReportDifferences(TRVS_CONTEXT, first.c_str(), from.revision.c_str(),
-                                       isFile ? path.c_str() : first.c_str(),
-                                       isFile ? nullptr : to.revision.c_str(), nullptr, lines, 0, 0,
-                                       nullptr, flags);
-        },
-        {.file = shownPath(file),
-         .archive = file.archive,
-         .workfile = path,
-         .revision = from.revision});
+    Subject subject = about(file, from.revision);
+    subject.workfile = local().pathOf(file);
+    const int lines = context_.empty() ? kContextLines : std::stoi(context_);
+    return differencesOf(subject, from.revision, to.revision, static_cast<int16_t>(lines), flags);
   }
 
   void tell(const FileRecord& file, const Side& from, const Side& to,
@@ -150,17 +140,7 @@ class Diff : public FileCommand {
                   "");
     if (isNames_) return output.line(path);
     if (isStat_) return output.line(fmt::format("{}  +{} -{}", path, added, removed));
-    output.line(output.coloured(fmt::format("--- {}\t{}", path, from.revision), Colour::kRed));
-    output.line(output.coloured(
-        to.revision.empty() ? "+++ " + path : fmt::format("+++ {}\t{}", path, to.revision),
-        Colour::kGreen));
-    for (const std::string& line : lines) output.line(output.coloured(line, colourOf(line)));
-  }
-
-  static Colour colourOf(const std::string& line) {
-    if (line.starts_with("@@")) return Colour::kCyan;
-    if (line.starts_with('+')) return Colour::kGreen;
-    return line.starts_with('-') ? Colour::kRed : Colour::kPlain;
+    tellDifferences(output, path, from.revision, to.revision, lines);
   }
 
   std::string range_;

@@ -1,13 +1,16 @@
 // cli/commands/log.cpp: log: the revisions of files, and the history of the project.
 #include <fmt/format.h>
+#include <fmt/ranges.h>
 
 #include <algorithm>
 #include <utility>
 
 #include "cli/commands/commands.h"
+#include "cli/commands/differences.h"
 #include "cli/commands/filecommand.h"
 #include "cli/commands/revisionfields.h"
 #include "cli/local/entries.h"
+#include "cli/local/moment.h"
 #include "cli/text/text.h"
 
 namespace cli {
@@ -29,13 +32,18 @@ class Log : public FileCommand {
     options.text(&label_, "-l,--label", "NAME", "with this label");
     options.text(&group_, "-g,--group", "NAME", "in this group");
     options.text(&words_, "--grep", "TEXT", "with this text in the message");
+    options.text(&since_, "--since", "DATE", "from then on, such as 2026-11-23 or '3 days ago'");
+    options.text(&until_, "--until", "DATE", "up to then");
     options.text(&last_, "--last", "N", "the newest N of each file, or of the project's entries");
     options.flag(&isReversed_, "--reverse", "the oldest first");
+    options.flag(&isDiff_, "--diff", "and what each one changed");
     declareFiles(options, Need::kOptional);
   }
 
  private:
   void work() override {
+    if (!since_.empty()) earliest_ = spanNamed(since_).first;
+    if (!until_.empty()) latest_ = spanNamed(until_).last;
     const auto files = chosen();
     if (names_.empty()) return tellProject(files);
     const bool isOne = files.size() == 1;
@@ -68,9 +76,8 @@ class Log : public FileCommand {
     const std::string begin = fmt::format("{}  {}  ", newest.minute(), shown(newest.author));
     output.line(begin + output.fitted(shown(newest.firstLine()), columnsOf(begin)));
     for (const CheckIn& each : entry) {
-      output.result(itemOf(*each.file, *each.revision),
-                    fmt::format("  {} {}", local().shownPath(*each.file), each.revision->number));
-      if (output.manner().verbose) tellMore(*each.revision);
+      tellRevision(*each.file, *each.revision,
+                   fmt::format("  {} {}", local().shownPath(*each.file), each.revision->number));
     }
     output.line("");
   }
@@ -110,10 +117,43 @@ class Log : public FileCommand {
     }
     const auto lines = table(rows);
     for (size_t i = 0; i < lines.size(); ++i) {
-      output.result(itemOf(file, *chosen[i]), (isOne ? "" : "  ") + lines[i]);
-      if (output.manner().verbose) tellMore(*chosen[i]);
+      tellRevision(file, *chosen[i], (isOne ? "" : "  ") + lines[i]);
     }
     if (!isOne) output.line("");
+  }
+
+  void tellRevision(const FileRecord& file, const RevisionInfo& revision,
+                    const std::string& line) const {
+    Fields item = itemOf(file, revision);
+    const std::string before = isDiff_ ? numberBefore(file, revision) : "";
+    std::vector<std::string> changes;
+    if (!before.empty()) {
+      Subject subject = about(file, revision.number);
+      subject.workfile = local().pathOf(file);
+      changes = differencesOf(subject, before, revision.number, kContextLines, 0);
+      item.emplace_back("text", fmt::format("{}\n", fmt::join(changes, "\n")));
+    }
+    output().result(item, line);
+    if (output().manner().verbose) tellMore(revision);
+    if (changes.empty()) return;
+    tellDifferences(output(), shownPath(file), before, revision.number, changes);
+  }
+
+  // Of the revision that it was made from; empty for the first one.
+  std::string numberBefore(const FileRecord& file, const RevisionInfo& revision) const {
+    std::string before = revision.branch == "1" ? "" : startOf(revision.branch);
+    for (const RevisionInfo& each : local().historyOf(file).revisions()) {
+      if (&each == &revision) break;
+      if (each.branch == revision.branch) before = each.number;
+    }
+    return before;
+  }
+
+  static Span spanNamed(const std::string& text) {
+    const auto span = spanOf(text);
+    if (span) return *span;
+    throw misuse(text, "not a date",
+                 "write 2026-11-23, 2026-11-23T10:30, today, yesterday or '3 days ago'");
   }
 
   static size_t countOf(const std::string& text) {
@@ -139,7 +179,8 @@ class Log : public FileCommand {
     const auto has = [](const std::vector<std::string>& list, const std::string& name) {
       return name.empty() || std::find(list.begin(), list.end(), name) != list.end();
     };
-    return (user_.empty() || revision.author == user_) && has(revision.labels, label_) &&
+    const bool isThen = revision.time >= earliest_ && (latest_.empty() || revision.time <= latest_);
+    return isThen && (user_.empty() || revision.author == user_) && has(revision.labels, label_) &&
            has(revision.groups, group_) && revision.message.find(words_) != std::string::npos;
   }
 
@@ -163,7 +204,12 @@ class Log : public FileCommand {
   std::string group_;
   std::string words_;
   std::string last_;
+  std::string since_;
+  std::string until_;
+  std::string earliest_;
+  std::string latest_;
   bool isReversed_ = false;
+  bool isDiff_ = false;
 };
 
 }  // namespace

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstdint>
+#include <optional>
 #include <string>
 
 namespace cli {
@@ -9,5 +10,13 @@ namespace cli {
 // "2026-11-23 10:31:06", local time, for seconds since 1970. Texts of this form order as the
 // moments do.
 std::string momentOf(int64_t seconds);
+
+// The time that a date means, as such texts: a day, a minute or a second.
+struct Span {
+  std::string first;
+  std::string last;
+};
+// Of "2026-11-23", "2026-11-23T10:30", with seconds too, "today", "yesterday" and "3 days ago".
+std::optional<Span> spanOf(const std::string& text);
 
 }  // namespace cli

@@ -1,0 +1,42 @@
+// cli/commands/differences.cpp: the engine's report, and its colours.
+#include "cli/commands/differences.h"
+
+#include <fmt/format.h>
+
+#include "btkf520/btkf520.h"
+
+namespace cli {
+namespace {
+
+Colour colourOf(const std::string& line) {
+  if (line.starts_with("@@")) return Colour::kCyan;
+  if (line.starts_with('+')) return Colour::kGreen;
+  return line.starts_with('-') ? Colour::kRed : Colour::kPlain;
+}
+
+}  // namespace
+
+std::vector<std::string> differencesOf(const Subject& subject, const std::string& from,
+                                       const std::string& to, int16_t contextLines,
+                                       uint32_t flags) {
+  const bool isFile = to.empty();
+  const std::string first = target(subject.archive, subject.workfile);
+  return linesOf(
+      [&] {
+        return TrvsReportDifferences(TRVS_CONTEXT, first.c_str(), from.c_str(),
+                                     isFile ? subject.workfile.c_str() : first.c_str(),
+                                     isFile ? nullptr : to.c_str(), nullptr, contextLines, 0, 0,
+                                     nullptr, flags | TRVS_DIFF_NO_HEADING);
+      },
+      subject);
+}
+
+void tellDifferences(Output& output, const std::string& path, const std::string& from,
+                     const std::string& to, const std::vector<std::string>& lines) {
+  output.line(output.coloured(fmt::format("--- {}\t{}", path, from), Colour::kRed));
+  output.line(output.coloured(to.empty() ? "+++ " + path : fmt::format("+++ {}\t{}", path, to),
+                              Colour::kGreen));
+  for (const std::string& line : lines) output.line(output.coloured(line, colourOf(line)));
+}
+
+}  // namespace cli
