@@ -129,19 +129,41 @@ class Add : public FileCommand {
     });
   }
 
-  void createArchive(const FileRecord& file) const {
+  void createArchive(const FileRecord& file) {
     const std::string workfile = local().pathToWrite(file);
     makePlaceOf(file);
     const std::string message = message_.empty() ? "First version" : message_;
-    check(TrvsCreateWithRevision(TRVS_CONTEXT, file.archive.c_str(), workfile.c_str(), nullptr,
-                                 number_.c_str(), label_.c_str(), nullptr, message.c_str(),
-                                 group_.c_str(), nullptr, 0, TRVS_PUT_READ_ONLY),
-          {.file = file.path,
-           .archive = file.archive,
-           .workfile = workfile,
-           .revision = number_,
-           .label = label_,
-           .group = group_});
+    const int32_t status = TrvsCreateWithRevision(
+        TRVS_CONTEXT, file.archive.c_str(), workfile.c_str(), nullptr, number_.c_str(),
+        label_.c_str(), nullptr, message.c_str(), group_.c_str(), nullptr, 0, TRVS_PUT_READ_ONLY);
+    if (status == TRVS_ARCHIVE_EXISTS && isLeftOver(file, workfile)) {
+      return later([workfile] { static_cast<void>(os::setWritable(workfile.c_str(), false)); });
+    }
+    check(status, {.file = file.path,
+                   .archive = file.archive,
+                   .workfile = workfile,
+                   .revision = number_,
+                   .label = label_,
+                   .group = group_});
+  }
+
+  // Whether it is the archive of an earlier add of this file that was stopped before its record was
+  // stored: then that is all that lacks.
+  bool isLeftOver(const FileRecord& file, const std::string& workfile) {
+    if (named_.empty()) nameArchives();
+    char number[256];
+    return !named_.contains(file.archive) &&
+           TrvsFindContent(TRVS_CONTEXT, target(file.archive, workfile).c_str(), number,
+                           sizeof number) == TRVS_DONE &&
+           number == firstNumber() && local().historyOf(file).revisions().size() == 1;
+  }
+
+  void nameArchives() {
+    Database& database = session().database();
+    for (const std::string& name : database.projects()) {
+      for (const FileRecord& file : database.open(name).files()) named_.insert(file.archive);
+    }
+    named_.insert("");  // So that they are looked up once.
   }
 
   void tellSums() const {
@@ -162,6 +184,7 @@ class Add : public FileCommand {
   std::string archive_;
   bool noIgnore_ = false;
   std::set<std::string> known_;
+  std::set<std::string> named_;  // Archives that projects have.
   std::vector<std::string> chosen_;
   size_t links_ = 0;
   size_t others_ = 0;
