@@ -23,7 +23,7 @@ Batch::Batch() {
   undone.clear();
   theUndone = &undone;
   attachEngine(TRVS_CALLBACK_UNDONE, &takeUndone);
-  static_cast<void>(TrvsBeginBatch(TRVS_CONTEXT));
+  begin();
 }
 
 Batch::~Batch() {
@@ -31,11 +31,11 @@ Batch::~Batch() {
   theUndone = nullptr;
 }
 
-std::map<std::string, int32_t> Batch::settle() {
+void Batch::begin() { static_cast<void>(TrvsBeginBatch(TRVS_CONTEXT)); }
+
+std::map<std::string, int32_t> Batch::end() {
   static_cast<void>(TrvsEndBatch(TRVS_CONTEXT));
-  auto undone = std::exchange(*theUndone, {});
-  static_cast<void>(TrvsBeginBatch(TRVS_CONTEXT));
-  return undone;
+  return std::exchange(*theUndone, {});
 }
 
 }  // namespace cli

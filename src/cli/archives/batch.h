@@ -7,7 +7,8 @@
 
 namespace cli {
 
-// A batch of the engine, as long as the object lives. They don't nest.
+// One batch of the engine after the other, from begin() to end() or to the end of the object. They
+// don't nest.
 class Batch {
  public:
   Batch();
@@ -15,9 +16,10 @@ class Batch {
   Batch& operator=(const Batch&) = delete;
   ~Batch();
 
+  static void begin();
   // Brings all to the disk. Gives the archives whose change did not get there, each with its first
-  // status, and goes on with a new batch.
-  std::map<std::string, int32_t> settle();
+  // status.
+  static std::map<std::string, int32_t> end();
 };
 
 }  // namespace cli

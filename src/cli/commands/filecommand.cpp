@@ -80,7 +80,7 @@ class FileCommand::Group {
 
   void settle() {
     isSettling_ = true;
-    const auto undone = batch_.settle();
+    const auto undone = batch_.end();
     for (Waiting& each : waiting_) {
       const auto status = undone.find(each.file->archive);
       if (!each.problem && status != undone.end()) {
@@ -90,6 +90,7 @@ class FileCommand::Group {
       if (each.problem) tell(*each.problem);
     }
     waiting_.clear();
+    batch_.begin();
     isSettling_ = false;
   }
 
