@@ -69,7 +69,7 @@ class Status : public FileCommand {
 
   void look(const FileRecord& file) {
     Standing standing = local().standingOf(file);
-    const Told told = toldOf(file);
+    const Told& told = toldOf(file);
     if (standing == Standing::kSame && !told.hasHere) standing = Standing::kUnknown;
     if (standing == Standing::kNone && told.followed.empty()) return;  // What is followed lacks it.
     const FileState* const state = local().stateOf(file);
@@ -119,16 +119,16 @@ class Status : public FileCommand {
   }
 
   // Where nothing is known, and nothing may be read, archives are taken to be as they were left.
-  Told toldOf(const FileRecord& file) const {
+  const Told& toldOf(const FileRecord& file) {
     const auto reading = isFast_ ? LocalFiles::Reading::kNever : LocalFiles::Reading::kIfChanged;
     const Told* const told = local().toldOf(file, reading);
     if (told != nullptr) return *told;
-    Told assumed;
+    assumed_ = Told();
     if (const FileState* const state = local().stateOf(file)) {
-      assumed.hasHere = !state->here.empty();
-      if (state->isLockedFromHere) assumed.lockers.push_back(local().user());
+      assumed_.hasHere = !state->here.empty();
+      if (state->isLockedFromHere) assumed_.lockers.push_back(local().user());
     }
-    return assumed;
+    return assumed_;
   }
 
   void tellBroken(const FileRecord& file, const Problem& problem) {
@@ -225,6 +225,7 @@ class Status : public FileCommand {
 
   bool isAll_ = false;
   bool isFast_ = false;
+  Told assumed_;
   bool isNull_ = false;
   std::vector<Row> rows_;
   std::vector<Fields> items_;

@@ -1,6 +1,7 @@
 // cli/text/paths.cpp: absolute paths and relative ones.
 #include "cli/text/paths.h"
 
+#include <algorithm>
 #include <vector>
 
 #include "cli/text/text.h"
@@ -21,11 +22,25 @@ std::vector<std::string> partsOf(std::string_view path) {
   return parts;
 }
 
+// Whether nothing in a path, but for a "/" at its start, is to be taken out: most are so, and many
+// are asked about.
+bool isClean(std::string_view path) {
+  if (path.starts_with('/')) path.remove_prefix(1);
+  for (size_t start = 0;;) {
+    const size_t end = std::min(path.find('/', start), path.size());
+    const std::string_view part = path.substr(start, end - start);
+    if (part.empty() || part == "." || part == "..") return false;
+    if (end == path.size()) return true;
+    start = end + 1;
+  }
+}
+
 }  // namespace
 
 std::string absolutePath(std::string_view base, std::string_view path) {
   std::string whole(path);
   if (!path.starts_with('/')) whole = std::string(base) + '/' + whole;
+  if (whole.starts_with('/') && isClean(whole)) return whole;
   std::string result;
   for (const std::string& part : partsOf(whole)) result += '/' + part;
   return result.empty() ? "/" : result;
@@ -37,6 +52,9 @@ bool isBelow(std::string_view top, std::string_view path) {
 }
 
 std::string relativePath(std::string_view from, std::string_view path) {
+  const bool isPlain =
+      from != path && from != "/" && isBelow(from, path) && isClean(from) && isClean(path);
+  if (isPlain) return std::string(path.substr(from.size() + 1));
   const auto start = partsOf(from);
   const auto end = partsOf(path);
   size_t same = 0;
