@@ -106,10 +106,11 @@ class Add : public FileCommand {
       lost.insert(file.path);
     });
     std::erase_if(made_, [&](const Made& each) { return lost.contains(each.file.path); });
-    if (label_.empty() || made_.empty()) return;
-    LabelList list = local().labelList(label_);
-    for (const Made& each : made_) list.set({each.file.path, each.file.archive, firstNumber()});
-    list.store();
+    std::vector<LabelledFile> labelled;
+    for (const auto& [file, before] : made_) {
+      labelled.push_back({file.path, file.archive, firstNumber()});
+    }
+    local().listLabelled(label_, labelled);
   }
 
   // A file without a record is as it was before: what was just made from it goes.

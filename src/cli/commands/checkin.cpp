@@ -42,8 +42,8 @@ class CheckIn : public FileCommand {
       throw misuse("checkin", "no message", "give -m or -F");
     }
     const size_t done = forEach(files, [&](const FileRecord& file) { checkIn(file); });
-    remember(local().followedLabel(), moved_);
-    remember(label_, labelled_);
+    local().listLabelled(local().followedLabel(), moved_);
+    local().listLabelled(label_, labelled_);
     if (done > 1) output().line(counted(done, "file") + (isDry_ ? "" : " checked in"));
   }
 
@@ -114,13 +114,6 @@ class CheckIn : public FileCommand {
       return local().promotion().isDevelopment(each);
     });
     return hasOther && !hasOwn ? "" : own;
-  }
-
-  void remember(const std::string& label, const std::vector<LabelledFile>& files) const {
-    if (files.empty()) return;
-    LabelList list = local().labelList(label);
-    for (const LabelledFile& each : files) list.set(each);
-    list.store();
   }
 
   // What becomes of the label that the work directory follows.

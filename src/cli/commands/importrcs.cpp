@@ -218,9 +218,7 @@ class ImportRcs : public FileCommand {
       }
     }
     for (const auto& [label, files] : labelled) {
-      LabelList list = local().labelList(label);
-      for (const LabelledFile& each : files) list.set(each);
-      guarded([&] { list.store(); });
+      guarded([&, &name = label, &all = files] { local().listLabelled(name, all); });
     }
   }
 

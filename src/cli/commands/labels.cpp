@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <map>
+#include <set>
 
 #include "btkf520/btkf520.h"
 #include "cli/commands/commands.h"
@@ -49,7 +50,7 @@ class Label : public FileCommand {
     size_t place = 0;
     const size_t done =
         forEach(files, [&](const FileRecord& file) { set(file, numbers[place++]); });
-    if (!isDry_) remember();
+    if (!isDry_) local().listLabelled(name_, labelled_);
     output().line(
         fmt::format("{} {} with {}", said({"label", "labelled"}), counted(done, "file"), name_));
   }
@@ -113,12 +114,6 @@ class Label : public FileCommand {
     });
   }
 
-  void remember() const {
-    LabelList list = local().labelList(name_);
-    for (const LabelledFile& each : labelled_) list.set(each);
-    list.store();
-  }
-
   void remove(Files files) {
     std::erase_if(files, [&](const FileRecord* file) {
       return local().historyOf(*file).withLabel(name_) == nullptr;
@@ -131,12 +126,14 @@ class Label : public FileCommand {
       throw Problem{"label", "nothing was deleted", "'--yes' says that it is sure",
                     Exit::kCancelled};
     }
-    LabelList list = local().labelList(name_);
+    std::set<std::string> archives;
     const size_t done = forEach(files, [&](const FileRecord& file) {
       if (isDry_) return;
       check(TrvsDeleteLabel(TRVS_CONTEXT, file.archive.c_str(), name_.c_str()), labelled(file));
-      later([&] { list.remove(file.archive); });
+      later([&] { archives.insert(file.archive); });
     });
+    LabelList list = local().labelList(name_);
+    list.remove(archives);
     if (!isDry_) list.store();
     output().line(
         fmt::format("{} {} of {}", said({"delete", "deleted"}), name_, counted(done, "file")));

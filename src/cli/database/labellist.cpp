@@ -19,12 +19,6 @@ namespace {
 constexpr uint64_t kLargest = uint64_t{1} << 30;
 constexpr size_t kLongestName = 200;
 
-uint64_t hashOf(std::string_view text) {
-  uint64_t hash = 14695981039346656037U;
-  for (const char c : text) hash = (hash ^ static_cast<unsigned char>(c)) * 1099511628211U;
-  return hash;
-}
-
 std::string escaped(std::string_view text, std::string_view which) {
   std::string result;
   for (const char c : text) {
@@ -90,13 +84,15 @@ LabelList::LabelList(const std::string& directory, std::string label)
   }
 }
 
-void LabelList::set(const LabelledFile& file) {
-  remove(file.archive);
-  files_.push_back(file);
+void LabelList::set(const std::vector<LabelledFile>& files) {
+  std::set<std::string> archives;
+  for (const LabelledFile& each : files) archives.insert(each.archive);
+  remove(archives);
+  files_.insert(files_.end(), files.begin(), files.end());
 }
 
-void LabelList::remove(const std::string& archive) {
-  std::erase_if(files_, [&](const LabelledFile& each) { return each.archive == archive; });
+void LabelList::remove(const std::set<std::string>& archives) {
+  std::erase_if(files_, [&](const LabelledFile& each) { return archives.contains(each.archive); });
 }
 
 void LabelList::store() {

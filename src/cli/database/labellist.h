@@ -6,6 +6,7 @@
 // is the archive's to say; other clients give and move labels without such a list.
 #pragma once
 
+#include <set>
 #include <string>
 #include <vector>
 
@@ -23,8 +24,8 @@ class LabelList {
   LabelList(const std::string& directory, std::string label);
 
   const std::vector<LabelledFile>& files() const { return files_; }
-  void set(const LabelledFile& file);
-  void remove(const std::string& archive);
+  void set(const std::vector<LabelledFile>& files);
+  void remove(const std::set<std::string>& archives);
   // By their paths; without files the list goes. Throws Problem.
   void store();
 

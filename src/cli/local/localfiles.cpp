@@ -307,6 +307,14 @@ LabelList LocalFiles::labelList(const std::string& label) const {
   return LabelList(session_.project().publicDirectory(), label);
 }
 
+void LocalFiles::listLabelled(const std::string& label,
+                              const std::vector<LabelledFile>& files) const {
+  if (label.empty() || files.empty()) return;
+  LabelList list = labelList(label);
+  list.set(files);
+  list.store();
+}
+
 std::vector<FileRecord> LocalFiles::formerFiles(const std::string& label) {
   std::vector<FileRecord> former;
   if (label.empty()) return former;

@@ -45,6 +45,8 @@ class LocalFiles {
   // The labels that have a list of their files, and the list of one.
   std::vector<std::string> listedLabels() const;
   LabelList labelList(const std::string& label) const;
+  // Puts `files` on it, which have the label now.
+  void listLabelled(const std::string& label, const std::vector<LabelledFile>& files) const;
   // The same text, without what says that it is a label; empty if it means none.
   std::string labelIn(const std::string& revision);
   // The place of a typed name from the top; misuse if it lies outside.

@@ -51,14 +51,6 @@ bool canStand(std::string_view text) {
   return text.find_first_of("\t\n,") == std::string_view::npos;
 }
 
-uint64_t numberOf(std::string_view archive) {
-  uint64_t number = 0xcbf29ce484222325;
-  for (const char each : archive) {
-    number = (number ^ static_cast<unsigned char>(each)) * 0x100000001b3;
-  }
-  return number;
-}
-
 }  // namespace
 
 State::State(std::string top, std::string_view owner, Use use)
@@ -148,13 +140,13 @@ void State::read() {
 
 const State::Entry* State::entryOf(const std::string& path, const std::string& archive) const {
   const auto found = entries_.find(path);
-  const bool isIt = found != entries_.end() && found->second.archive == numberOf(archive);
+  const bool isIt = found != entries_.end() && found->second.archive == hashOf(archive);
   return isIt ? &found->second : nullptr;
 }
 
 State::Entry& State::entryFor(const std::string& path, const std::string& archive) {
   Entry& entry = entries_[path];
-  if (entry.archive != numberOf(archive)) entry = Entry{numberOf(archive), {}, {}};
+  if (entry.archive != hashOf(archive)) entry = Entry{hashOf(archive), {}, {}};
   isChanged_ = true;
   return entry;
 }

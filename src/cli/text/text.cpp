@@ -187,4 +187,10 @@ std::vector<std::string> split(std::string_view text, char separator) {
   return parts;
 }
 
+uint64_t hashOf(std::string_view text) {
+  uint64_t hash = 14695981039346656037U;
+  for (const char c : text) hash = (hash ^ static_cast<unsigned char>(c)) * 1099511628211U;
+  return hash;
+}
+
 }  // namespace cli

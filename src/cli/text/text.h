@@ -44,4 +44,7 @@ std::string listed(const std::vector<std::string>& words);
 
 std::vector<std::string> split(std::string_view text, char separator);
 
+// A number that hardly any other text has, the same for ever.
+uint64_t hashOf(std::string_view text);
+
 }  // namespace cli
