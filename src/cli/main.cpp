@@ -9,6 +9,7 @@
 #include "cli/session.h"
 #include "foldapi/foldapi.h"
 #include "os/program.h"
+#include "os/stop.h"
 #include "os/terminal.h"
 #include "runtime/assertion.h"
 
@@ -47,10 +48,10 @@ bool openManual(const std::string& page) {
 }
 
 Exit run(const std::vector<std::string>& words) {
-  Output plain({});
+  Output plain({}, "");
   try {
     Invocation call = readCommandLine(words);
-    Output output(call.globals.manner);
+    Output output(call.globals.manner, call.name);
     if (call.globals.version) {
       output.line(fmt::format("trevault {}.{}.{}", FOLDAPI_VERSION_MAJOR, FOLDAPI_VERSION_MINOR,
                               FOLDAPI_VERSION_PATCH));
@@ -62,13 +63,12 @@ Exit run(const std::vector<std::string>& words) {
     } else {
       if (mayBeLong(call.name)) output.usePager();
       const Exit exit = runCommand(call, output);
-      return output.finish(call.name, exit);
+      return output.finish(exit);
     }
-    return output.finish("",
-                         call.command == nullptr && words.empty() ? Exit::kMisused : Exit::kDone);
+    return output.finish(call.command == nullptr && words.empty() ? Exit::kMisused : Exit::kDone);
   } catch (const Problem& problem) {
     plain.problem(problem);
-    return plain.finish("", problem.exit);
+    return plain.finish(problem.exit);
   }
 }
 
@@ -78,5 +78,6 @@ Exit run(const std::vector<std::string>& words) {
 int main(int count, char** words) {
   foldapi::setAssertionTarget([](const char*) {});  // They mean nothing to people.
   os::keepOutputForResults();
+  os::deferStops();
   return static_cast<int>(cli::run({words + 1, words + count}));
 }

@@ -20,13 +20,16 @@ bool startPager(const std::string& command);
 // Waits until the user closes it; the standard output is as before then. False if there is no such
 // command, so that nobody has seen anything.
 bool endPager();
-// Writes all of `text`. False if the other end takes no more.
-bool writeTo(Stream stream, std::string_view text);
+enum class Written { kAll, kNobodyReads, kFailed };
+Written writeTo(Stream stream, std::string_view text);
 // All that the standard input has. Nothing if it can't be read.
 std::optional<std::string> readInput();
 // One line, without its end, from the terminal that the process was started at, whatever its
-// standard input is. Nothing without one.
+// standard input is. Nothing without one, and if the user wants to stop.
 std::optional<std::string> readFromTerminal(std::string_view question);
+// Has a command of the shell work on a file, with the terminal for itself. Gives its exit code,
+// nothing if it could not be started; 127 means that there is no such command.
+std::optional<int> runOnTerminal(const std::string& command, const std::string& file);
 // From now on only writeTo(Stream::kOutput) reaches the standard output: what libraries and other
 // programs print there goes to the standard error.
 void keepOutputForResults();

@@ -1,14 +1,17 @@
 // os/terminal_posix.cpp: streams and terminals on Linux.
 #include <fcntl.h>
+#include <poll.h>
 #include <sys/ioctl.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
 #include <csignal>
 #include <cstdlib>
+#include <initializer_list>
 #include <utility>
 
 #include "os/calls_posix.h"
+#include "os/stop.h"
 #include "os/terminal.h"
 
 namespace os {
@@ -29,14 +32,33 @@ int descriptorOf(Stream stream) {
   }
 }
 
-bool writeAll(int descriptor, std::string_view text) {
+Written writeAll(int descriptor, std::string_view text) {
   while (!text.empty()) {
     const ssize_t count =
         uninterrupted([&] { return ::write(descriptor, text.data(), text.size()); });
-    if (count <= 0) return false;
+    // A terminal that was closed gives the second one.
+    const bool hasLeft = count < 0 && (errno == EPIPE || errno == EIO);
+    if (count <= 0) return hasLeft ? Written::kNobodyReads : Written::kFailed;
     text.remove_prefix(static_cast<size_t>(count));
   }
-  return true;
+  return Written::kAll;
+}
+
+// False if a stop is wanted before there is something to read.
+bool waitForInput(int descriptor) {
+  sigset_t stops;
+  sigset_t before;
+  sigemptyset(&stops);
+  for (int number : {SIGINT, SIGTERM, SIGHUP}) sigaddset(&stops, number);
+  ::sigprocmask(SIG_BLOCK, &stops, &before);
+  pollfd source = {descriptor, POLLIN, 0};
+  int ready = -1;
+  errno = EINTR;
+  while (ready < 0 && errno == EINTR && !isStopWanted()) {
+    ready = ::ppoll(&source, 1, nullptr, &before);
+  }
+  ::sigprocmask(SIG_SETMASK, &before, nullptr);
+  return ready > 0;
 }
 
 }  // namespace
@@ -74,9 +96,7 @@ bool startPager(const std::string& command) {
     return false;
   }
   theTerminal = std::exchange(theOutput, ends[1]);
-  std::signal(SIGPIPE, SIG_IGN);
-  std::signal(SIGINT,
-              SIG_IGN);  // It is the pager's while that has the terminal.
+  std::signal(SIGINT, SIG_IGN);  // It is the pager's while that has the terminal.
   return true;
 }
 
@@ -88,7 +108,9 @@ bool endPager() {
   return ended == thePager && !(WIFEXITED(status) && WEXITSTATUS(status) == kNotFound);
 }
 
-bool writeTo(Stream stream, std::string_view text) { return writeAll(descriptorOf(stream), text); }
+Written writeTo(Stream stream, std::string_view text) {
+  return writeAll(descriptorOf(stream), text);
+}
 
 std::optional<std::string> readInput() {
   std::string text;
@@ -106,17 +128,35 @@ std::optional<std::string> readFromTerminal(std::string_view question) {
   if (terminal < 0) return {};
   std::string line;
   bool isWhole = false;
-  if (writeAll(terminal, question)) {
+  if (writeAll(terminal, question) == Written::kAll) {
     char byte;
-    while (uninterrupted([&] { return ::read(terminal, &byte, 1); }) == 1) {
+    while (waitForInput(terminal) && ::read(terminal, &byte, 1) == 1) {
       isWhole = byte == '\n';
       if (isWhole) break;
       line += byte;
     }
+    if (!isWhole) static_cast<void>(writeAll(terminal, "\n"));
   }
   ::close(terminal);
   if (!isWhole) return {};
   return line;
+}
+
+std::optional<int> runOnTerminal(const std::string& command, const std::string& file) {
+  const pid_t child = ::fork();
+  if (child == 0) {
+    const std::string line = command + " \"$@\"";
+    ::execl("/bin/sh", "sh", "-c", line.c_str(), command.c_str(), file.c_str(),
+            static_cast<char*>(nullptr));
+    ::_exit(127);
+  }
+  if (child < 0) return {};
+  const auto before = std::signal(SIGINT, SIG_IGN);  // It is the command's meanwhile.
+  int status = 0;
+  const pid_t ended = uninterrupted([&] { return ::waitpid(child, &status, 0); });
+  std::signal(SIGINT, before);
+  if (ended != child) return {};
+  return WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
 }
 
 void keepOutputForResults() {

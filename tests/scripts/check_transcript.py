@@ -5,8 +5,8 @@ or shows one as it goes, with what comes out, and leaves the users' homes in DIR
 check_transcript.py --play DIRECTORY TREVAULT TRANSCRIPT
 
 A line that begins with "$ " is a command of ann's, one with "bob$ " or another name a command of
-that user's. An answer stands in the question's own line, after "[y/N] ". What follows up to the
-next command is the output, of both streams, as a terminal of 80 columns without colours gets it.
+that user's. An answer stands in the question's own line, after "[y/N] "; "^C" and "^D" are these
+keys. What follows up to the next command is the output, of both streams, as a terminal of 80 columns without colours gets it.
 Times, the places of the test and the name of its group are masked on both sides: the transcript
 shows "2026-11-23 09:12" where a time is, and homes below /home.
 
@@ -50,6 +50,7 @@ QUESTION = re.compile(rb"\[y/N[^]\n]*\] $")
 FENCE = re.compile(r"( *)(```+)(.*)")
 NOTE = re.compile(r" *<!--\s*(file|not run|pasted|new machine)(?:: *(.*?))? *-->")
 INCLUDES = pathlib.Path(__file__).resolve().parents[2] / "include"
+KEYS = {"^C": "\x03", "^D": "\x04"}
 TIME = re.compile(r"\d{4}-\d\d-\d\d[ T]\d\d:\d\d(:\d\d)?")
 
 
@@ -87,7 +88,9 @@ class Shell:
                 break
             output += piece
             if QUESTION.search(output):
-                os.write(ours, (answers.pop(0) if answers else "unexpected").encode() + b"\n")
+                answer = answers.pop(0) if answers else "unexpected"
+                os.write(ours, KEYS.get(answer, answer + "\n").encode())
+                output += b"^D" if answer == "^D" else b""  # Which has no echo.
         self.code = process.wait()
         os.close(ours)
         self.directory = (self.home / ".pwd").read_text().strip()
@@ -108,7 +111,7 @@ class Session:
             self.shells[user] = Shell(self.base, user, self.trevault)
             self.shells[user].environment.update(self.settings)
         command = re.sub(r"(?<=[\s'=])/(srv|tmp|home)/", r"%s/\1/" % self.base, command)
-        answers = re.findall(r"\[y/N[^]\n]*\] (\w+)$", "\n".join(expected or []), re.MULTILINE)
+        answers = re.findall(r"\[y/N[^]\n]*\] (\S+)$", "\n".join(expected or []), re.MULTILINE)
         return command, self.shells[user].run(command, answers), self.shells[user].code
 
 

@@ -74,7 +74,8 @@ constexpr Words kWords[] = {
     {TRVS_HAS_BRANCHES, "a branch starts at {revision}", "'--branches' deletes it too"},
     {TRVS_NOT_IN_ACCESS_LIST, "{user} is not on its access list"},
     {TRVS_TRIGGER_REFUSED, "the event trigger said no"},
-    {TRVS_TRIGGER_FAILED, "the event trigger could not be run, or may not be"},
+    {TRVS_TRIGGER_FAILED, "the event trigger could not be run, or may not be",
+     "TRVSTRIGGERS=ON in section [TRVSGUI] of your profile trusts the team's commands"},
     {TRVS_CANNOT_READ_CONFIGURATION, "the configuration can't be read"},
     {TRVS_REVISION_EXISTS, "{revision} is there already", "choose another number"},
     {TRVS_TOO_LARGE, "has more bytes than may be taken from an archive"},
@@ -108,6 +109,12 @@ std::string filled(const char* words, const Subject& subject) {
 
 int32_t waitForOthers(int32_t code, const char*) {
   return code == TRVS_BUSY_ARCHIVE ? TRVS_GO_ON : TRVS_REFUSE;
+}
+
+bool (*theTrust)() = nullptr;
+
+int32_t allowTrigger(const char* /*event*/, const char* /*command*/) {
+  return theTrust != nullptr && theTrust() ? TRVS_GO_ON : TRVS_REFUSE;
 }
 
 std::vector<std::string>* theLines = nullptr;  // Of the report that is being written.
@@ -175,9 +182,11 @@ std::string presentUser() {
   return user;
 }
 
-void attachEngine() {
+void attachEngine(bool (*trusts)()) {
+  theTrust = trusts;
   attachEngine(TRVS_CALLBACK_RETRY, &waitForOthers);
   attachEngine(TRVS_CALLBACK_OUTPUT, &takeLine);
+  attachEngine(TRVS_CALLBACK_TRIGGER, &allowTrigger);
 }
 
 }  // namespace cli

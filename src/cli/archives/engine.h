@@ -47,8 +47,8 @@ std::vector<std::string> linesOf(const std::function<int32_t()>& run, const Subj
 std::string presentUser();
 
 // Registers what the engine asks and tells: waits are patient, and warnings become lines on the
-// standard error.
-void attachEngine();
+// standard error. `trusts` is asked whether commands of the configuration may run.
+void attachEngine(bool (*trusts)());
 // Registers one more function, of the type that its id has.
 template <typename Function>
 void attachEngine(int32_t id, Function* function) {

@@ -45,7 +45,7 @@ class Verify : public FileCommand {
       try {
         const Project project = database.open(name);
         project.useConfiguration();
-        attachEngine();
+        attachEngine(trustsConfigurations);
         for (const FileRecord& file : project.files()) {
           verify(file, fmt::format("{}: {}", shown(name), shown(file.path)));
         }

@@ -3,6 +3,8 @@
 
 #include <fmt/format.h>
 
+#include <new>
+
 #include "cli/database/handles.h"
 #include "cli/database/messages.h"
 #include "cli/problem.h"
@@ -171,6 +173,14 @@ std::optional<Database::Holder> Database::holderOf(const std::string& directory)
     }
   });
   return best;
+}
+
+bool trustsConfigurations() {
+  try {
+    return foldapi::profileAllows("TRVSTRIGGERS");
+  } catch (const std::bad_alloc&) {
+    return false;
+  }
 }
 
 }  // namespace cli

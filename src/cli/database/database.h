@@ -124,4 +124,7 @@ class Database {
   std::unique_ptr<Impl> impl_;
 };
 
+// Whether the user's profile trusts what the team's configurations have run.
+bool trustsConfigurations();
+
 }  // namespace cli

@@ -52,7 +52,7 @@ LocalFiles::LocalFiles(Session& session, State::Use use)
       files_(session.project().files()),
       state_(directory_.top, ownerOf(session), use) {
   session.project().useConfiguration();
-  attachEngine();
+  attachEngine(trustsConfigurations);
   user_ = presentUser();
   state_.follow(nameFollowed());
 }

@@ -8,6 +8,7 @@
 
 #include "cli/text/text.h"
 #include "os/environment.h"
+#include "os/stop.h"
 #include "os/terminal.h"
 
 namespace cli {
@@ -123,6 +124,24 @@ std::vector<std::string> commandsIn(std::string_view todo) {
   }
 }
 
+constexpr std::string_view kReading = "reading";
+
+// What the program is doing while a command works.
+std::string_view doing(std::string_view command) {
+  constexpr std::pair<std::string_view, std::string_view> kChanges[] = {
+      {"add", "adding"},          {"import", "importing"},      {"import-rcs", "importing"},
+      {"remove", "removing"},     {"checkout", "checking out"}, {"join", "checking out"},
+      {"follow", "checking out"}, {"checkin", "checking in"},   {"lock", "locking"},
+      {"unlock", "unlocking"},    {"revert", "reverting"},      {"label", "labelling"},
+      {"promote", "promoting"},   {"describe", "describing"},   {"delete", "deleting"},
+      {"access", "changing"},     {"attributes", "changing"},
+  };
+  for (const auto& [name, words] : kChanges) {
+    if (command == name) return words;
+  }
+  return kReading;
+}
+
 bool wantsColour(const std::string& wish) {
   if (wish != "auto") return wish == "always";
   const auto none = os::environmentVariable("NO_COLOR");
@@ -132,8 +151,9 @@ bool wantsColour(const std::string& wish) {
 
 }  // namespace
 
-Output::Output(Manner manner)
+Output::Output(Manner manner, std::string command)
     : manner_(std::move(manner)),
+      command_(std::move(command)),
       isTerminal_(os::isTerminal(os::Stream::kOutput)),
       isColoured_(!manner_.json && wantsColour(manner_.colour)) {}
 
@@ -188,12 +208,14 @@ void Output::results(const std::vector<Fields>& items,
 void Output::line(std::string_view text) {
   if (manner_.json || manner_.quiet) return;
   pending_.append(safeFor(os::Stream::kOutput, text)).append("\n");
-  if (pending_.size() > kWideWrite && !usesPager_) flush();
+  const bool isDue = pending_.size() > kWideWrite || os::isTerminal(os::Stream::kOutput);
+  if (isDue && !usesPager_) flush();
 }
 
 void Output::bytes(std::string_view bytes) {
   flush();
-  if (!os::writeTo(os::Stream::kOutput, bytes)) throw Problem{"standard output", "takes no more"};
+  pending_ = bytes;
+  flush();
 }
 
 void Output::aside(std::string_view text) {
@@ -225,16 +247,26 @@ void Output::showPages() {
 
 // Who closes a pager or a pipe has seen enough.
 void Output::flush() {
-  static_cast<void>(os::writeTo(os::Stream::kOutput, pending_));
-  pending_.clear();
+  if (pending_.empty()) return;
+  bar_.hide();
+  const os::Written written = os::writeTo(os::Stream::kOutput, std::exchange(pending_, ""));
+  if (written != os::Written::kFailed) return;
+  if (worst_ == Exit::kDone) complain("trevault: standard output: can't be written");
+  worst_ = std::max(worst_, Exit::kFailed);
+}
+
+void Output::complain(std::string_view text) {
+  if (!usesPager_) flush();
+  bar_.hide();
+  const std::string line = safeFor(os::Stream::kErrors, text) + '\n';
+  static_cast<void>(os::writeTo(os::Stream::kErrors, line));
 }
 
 void Output::hint(std::string_view text) {
   const bool isWanted = !manner_.json && !manner_.quiet && os::isTerminal(os::Stream::kErrors) &&
                         os::environmentVariable("TREVAULT_HINTS").value_or("") != "0";
   if (!isWanted || std::exchange(isHinted_, true)) return;
-  flush();
-  static_cast<void>(os::writeTo(os::Stream::kErrors, fmt::format("hint: {}\n", onTerminal(text))));
+  complain(fmt::format("hint: {}", text));
 }
 
 void Output::problem(const Problem& problem) {
@@ -248,29 +280,69 @@ void Output::problem(const Problem& problem) {
                                 {"try", commandsIn(problem.todo)}});
     return;
   }
-  flush();
   std::string text = coloured("trevault:", Colour::kBoldRed);
   text += fmt::format(" {}: {}", shown(problem.what), problem.why);
   if (!problem.todo.empty()) text += "; " + problem.todo;
   if (manner_.verbose && problem.status != 0)
     text += fmt::format(" (engine status {})", problem.status);
-  static_cast<void>(os::writeTo(os::Stream::kErrors, safeFor(os::Stream::kErrors, text) + '\n'));
+  complain(text);
 }
 
-bool Output::ask(std::string_view what) {
-  if (manner_.yes || manner_.no) return manner_.yes;
+bool Output::mayAsk() const {
+  return isText() && os::isTerminal(os::Stream::kInput) && os::isTerminal(os::Stream::kErrors);
+}
+
+bool Output::ask(std::string_view what, const Choices& choices) {
+  if (manner_.yes || manner_.no || isYesToAll_) return !manner_.no;
+  if (!mayAsk()) return false;
   flush();
-  const bool mayAsk = isText() && os::isTerminal(os::Stream::kErrors);
-  if (!mayAsk) return false;
-  const auto answer = os::readFromTerminal(fmt::format("{}? [y/N] ", onTerminal(what)));
-  return answer && (*answer == "y" || *answer == "Y" || *answer == "yes");
+  bar_.hide();
+  const std::string question =
+      fmt::format("{}? [y/N{}{}] ", onTerminal(what), choices.isOneOfMany ? "/a/q" : "",
+                  choices.things.empty() ? "" : "/l");
+  for (;;) {
+    const std::string answer = os::readFromTerminal(question).value_or("");
+    if (os::isStopWanted()) throw stopped();
+    if (answer == "l" && !choices.things.empty()) {
+      for (const std::string& each : choices.things) complain("  " + each);
+      continue;
+    }
+    if (choices.isOneOfMany && answer == "q") throw stopped();
+    isYesToAll_ = choices.isOneOfMany && answer == "a";
+    return isYesToAll_ || answer == "y" || answer == "Y" || answer == "yes";
+  }
 }
 
-Exit Output::finish(std::string_view command, Exit exit) {
+void Output::begin(size_t files) {
+  const bool isShown = isText() && !manner_.quiet && os::isTerminal(os::Stream::kOutput) &&
+                       os::isTerminal(os::Stream::kErrors);
+  isYesToAll_ = false;
+  bar_.begin(std::string(doing(command_)), files, isShown);
+}
+
+bool Output::goesOn() {
+  if (os::isStopWanted()) stop();
+  return !isStopped_;
+}
+
+void Output::stop() {
+  if (!std::exchange(isStopped_, true)) problem(stopped());
+}
+
+Problem Output::stopped() const {
+  const Advance& now = bar_.now();
+  if (now.total < 2 || now.doing == kReading) return {command_, "stopped", "", Exit::kCancelled};
+  return {command_,
+          fmt::format("stopped, {} of {} files done", number(now.done), number(now.total)),
+          "the same command goes on from there", Exit::kCancelled};
+}
+
+Exit Output::finish(Exit exit) {
+  bar_.end();
   if (isCut() && lines_ > kMostLines)
     line(fmt::format("... and {} more (-v shows all)", number(lines_ - kMostLines)));
   if (manner_.json) {
-    Fields whole{{"version", kVersion}, {"command", command}};
+    Fields whole{{"version", kVersion}, {"command", command_}};
     whole.insert(whole.end(), document_.begin(), document_.end());
     whole.emplace_back("items", items_);
     whole.emplace_back("errors", errors_);

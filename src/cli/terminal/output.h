@@ -13,6 +13,7 @@
 #include <vector>
 
 #include "cli/problem.h"
+#include "cli/terminal/bar.h"
 
 namespace cli {
 
@@ -43,7 +44,8 @@ class Output {
     std::string colour = "auto";
   };
 
-  explicit Output(Manner manner);
+  // `command` is its name, as people type it.
+  Output(Manner manner, std::string command);
 
   const Manner& manner() const { return manner_; }
   bool isText() const { return !manner_.json; }
@@ -72,18 +74,43 @@ class Output {
   // One for a command, and on a terminal only.
   void hint(std::string_view text);
   void problem(const Problem& problem);
-  // `what` is the question without its choices. No without a terminal, and unless yes is said.
-  bool ask(std::string_view what);
+
+  // A question is answered by an option, else on the terminal, where Enter means no. Without one
+  // the answer is no, as it is at the end of the input.
+  struct Choices {
+    bool isOneOfMany = false;              // "a" answers all that follow, and "q" ends the command.
+    std::vector<std::string> things = {};  // "l" lists them.
+  };
+  // `what` is the question without its choices. Throws Problem if the user wants to stop.
+  bool ask(std::string_view what, const Choices& choices);
+  bool ask(std::string_view what) { return ask(what, {}); }
+  bool mayAsk() const;
+
+  // A piece of work with that many files begins: if it takes long, a bar is shown. Before each file
+  // it is asked whether the work goes on: not if the user wants to stop. After each, whatever came
+  // of it, comes a step().
+  void begin(size_t files);
+  bool goesOn();
+  void step() { bar_.step(); }
+  void count(uint64_t bytes) { bar_.count(bytes); }  // Those of the file at hand.
+  // The work ends here, as the user wishes.
+  void stop();
+  void end() { bar_.end(); }
 
   // Writes what is kept till the end. The exit code: what was said, or what the problems say.
-  Exit finish(std::string_view command, Exit exit);
+  Exit finish(Exit exit);
 
  private:
   void flush();
+  void complain(std::string_view text);  // A line on the standard error.
+  Problem stopped() const;
   bool isCut() const;  // Whether only some results are shown.
   void showPages();
 
   Manner manner_;
+  std::string command_;
+  Bar bar_;
+  bool isYesToAll_ = false;
   bool usesPager_ = false;
   bool isTerminal_ = false;
   bool isColoured_ = false;
@@ -93,6 +120,7 @@ class Output {
   std::vector<Value> items_;
   std::vector<Value> errors_;
   bool isHinted_ = false;
+  bool isStopped_ = false;
   Exit worst_ = Exit::kDone;
 };
 

@@ -55,6 +55,18 @@ std::string number(uint64_t count) {
   return text;
 }
 
+std::string sizeText(uint64_t bytes) {
+  constexpr uint64_t kThousand = 1000;
+  if (bytes < kThousand) return fmt::format("{} B", bytes);
+  double size = static_cast<double>(bytes) / kThousand;
+  std::string_view units = "kMGT";
+  while (size >= kThousand && units.size() > 1) {
+    size /= kThousand;
+    units.remove_prefix(1);
+  }
+  return fmt::format("{:.1f} {}B", size, units.front());
+}
+
 std::string counted(uint64_t count, std::string_view thing) {
   std::string text = number(count) + ' ' + std::string(thing);
   if (count == 1) return text;

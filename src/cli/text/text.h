@@ -10,6 +10,8 @@ namespace cli {
 
 // With commas from 10,000 on.
 std::string number(uint64_t count);
+// "512 B", "38.1 MB", in thousands.
+std::string sizeText(uint64_t bytes);
 // "1 file", "3 files", "2 branches".
 std::string counted(uint64_t count, std::string_view thing);
 
