@@ -14,8 +14,7 @@ namespace {
 
 using Words = std::vector<std::string>;
 
-void declareGlobals(CLI::App* app, Globals* to) {
-  Options options(app);
+void declareGlobals(Options& options, Globals* to) {
   options.text(&to->project, "-p,--project", "NAME",
                "another project than the one of this directory");
   options.text(&to->start, "-C", "DIR", "start in DIR");
@@ -27,8 +26,7 @@ void declareGlobals(CLI::App* app, Globals* to) {
   options.flag(&to->manner.yes, "-y,--yes", "yes to every question");
   options.flag(&to->manner.no, "--no", "no to every question");
   options.text(&to->manner.colour, "--color,--colour", "WHEN", "auto, always or never");
-  app->add_flag_callback(
-      "--no-pager", [to] { to->manner.pager = false; }, "no pager");
+  options.flag(&to->noPager, "--no-pager", "long output as it is");
   options.flag(&to->help, "-h,--help", "this page");
   options.flag(&to->version, "--version", "the version");
 }
@@ -111,13 +109,24 @@ const CommandEntry* takeCommand(Words* words) {
                    : fmt::format("did you mean '{}'?", near));
 }
 
+// What the parser says of an option without its value, or of one that is there twice.
+[[noreturn]] void refuseCount(const std::string& name, const std::string& why) {
+  const std::string option = why.substr(0, why.find(':'));
+  const bool isTwice = why.find("At Most") != std::string::npos;
+  throw misuse(name, fmt::format("{}: {}", option,
+                                 isTwice ? "is there twice" : "what follows it is missing"));
+}
+
 // Fills the fields of options, and gives the words that are left.
 Words read(CLI::App* app, const std::string& name, Words words) {
+  const std::string called = name.empty() ? "trevault" : name;
   std::reverse(words.begin(), words.end());
   try {
     app->parse(words);
+  } catch (const CLI::ArgumentMismatch& error) {
+    refuseCount(called, error.what());
   } catch (const CLI::ParseError& error) {
-    throw misuse(name.empty() ? "trevault" : name, error.what());
+    throw misuse(called, error.what());
   }
   Words left;
   bool mayBeOption = true;
@@ -140,7 +149,13 @@ void check(const Globals& globals) {
   if (!isKnown) throw misuse("--color", "auto, always or never");
 }
 
-std::string overview() {
+std::string linesOf(const std::vector<Words>& rows) {
+  std::string text;
+  for (const std::string& line : table(rows)) text += line + '\n';
+  return text;
+}
+
+std::string overview(const Options& globals) {
   std::string text = "usage: trevault [OPTION]... COMMAND [OPTION]... [FILE]...\n\n";
   std::vector<Words> rows;
   for (const CommandEntry& each : theCommands()) {
@@ -148,18 +163,27 @@ std::string overview() {
     if (!each.alias.empty()) name += fmt::format(", {}", each.alias);
     rows.push_back({"", name, std::string(each.summary)});
   }
-  for (const std::string& each : table(rows)) text += each + '\n';
-  return text + "\n'trevault help COMMAND' tells more about one.\n";
+  return fmt::format("{}{}\noptions of all commands\n{}\n{}", text, linesOf(rows), globals.legend(),
+                     "'trevault help COMMAND' tells more about one.");
 }
 
 }  // namespace
 
+void Options::note(std::string names, const std::string& value, const char* help) {
+  for (size_t comma = names.find(','); comma != std::string::npos;
+       comma = names.find(',', comma + 1))
+    names.insert(comma + 1, " ");
+  rows_.push_back({"", value.empty() ? names : names + ' ' + value, help});
+}
+
 void Options::flag(bool* to, const char* names, const char* help) {
   app_->add_flag(names, *to, help);
+  note(names, "", help);
 }
 
 void Options::text(std::string* to, const char* names, const char* value, const char* help) {
   app_->add_option(names, *to, help)->type_name(value);
+  note(names, value, help);
 }
 
 void Options::texts(std::vector<std::string>* to, const char* names, const char* value,
@@ -169,6 +193,7 @@ void Options::texts(std::vector<std::string>* to, const char* names, const char*
       ->type_name(value)
       ->trigger_on_parse()
       ->multi_option_policy(CLI::MultiOptionPolicy::TakeLast);
+  note(names, value, help);
 }
 
 void Options::word(std::string* to, const char* name, Need need, const char* help) {
@@ -209,13 +234,13 @@ std::string Options::usage() const {
   return text;
 }
 
-std::string Options::legend() const {
+std::string Options::legendOfWords() const {
   std::vector<Words> rows;
   for (const Field& field : fields_) rows.push_back({"", field.name, field.help});
-  std::string text;
-  for (const std::string& line : table(rows)) text += line + '\n';
-  return text;
+  return linesOf(rows);
 }
+
+std::string Options::legend() const { return linesOf(rows_); }
 
 namespace {
 
@@ -238,22 +263,25 @@ std::string familyPage(const Words& words) {
     }
   }
   if (rows.empty()) return "";
-  std::string page =
-      fmt::format("usage: trevault {}COMMAND [OPTION]...\n\n{}\n\n", first, manualOf(words[place]));
-  for (const std::string& line : table(rows)) page += line + '\n';
+  std::string page = fmt::format("usage: trevault {}COMMAND [OPTION]...\n\n{}\n\n{}", first,
+                                 manualOf(words[place]), linesOf(rows));
+  page.pop_back();
   return page;
 }
 
-std::string pageOf(const CommandEntry& entry, const CLI::App& app, const Options& options) {
-  std::string page = fmt::format("usage: trevault {} [OPTION]...{}\n\n{}\n\n", entry.name,
-                                 options.usage(), entry.summary);
+std::string pageOf(const CommandEntry& entry, const Options& own, const Options& globals) {
+  std::string page =
+      fmt::format("usage: trevault {} [OPTION]...{}\n\n{}", entry.name, own.usage(), entry.summary);
+  page += '\n';
   const std::string_view text = manualOf(entry.name);
-  if (!text.empty()) page += fmt::format("{}\n", text.substr(1));
-  const std::string legend = options.legend();
-  if (!legend.empty()) page += legend + '\n';
-  const std::string help = app.help();
-  const size_t list = help.find("Options:\n");
-  return page + (list == std::string::npos ? help : help.substr(list));
+  if (!text.empty()) page += fmt::format("\n{}", text.substr(1));
+  for (const auto& [title, legend] :
+       {std::pair("", own.legendOfWords()), std::pair("options\n", own.legend()),
+        std::pair("options of all commands\n", globals.legend())}) {
+    if (!legend.empty()) page += fmt::format("\n{}{}", title, legend);
+  }
+  page.pop_back();
+  return page;
 }
 
 }  // namespace
@@ -275,21 +303,23 @@ Invocation readCommandLine(const std::vector<std::string>& given) {
   app.set_help_flag();
   app.allow_extras();
   Options options(&app);
+  Options globals(&app);
   if (entry != nullptr) {
     result.name = entry->name;
     result.command = entry->make();
     result.command->declare(options);
   }
-  declareGlobals(&app, &result.globals);
+  declareGlobals(globals, &result.globals);
   if (wantsHelp(words)) {
     result.globals.help = true;
-    result.help = entry == nullptr ? overview() : pageOf(*entry, app, options);
+    result.help = entry == nullptr ? overview(globals) : pageOf(*entry, options, globals);
     return result;
   }
   const Words left = read(&app, result.name, std::move(words));
-  if (entry == nullptr) result.help = overview();
+  if (entry == nullptr) result.help = overview(globals);
   if (!result.globals.version) options.take(result.name, left);
   check(result.globals);
+  result.globals.manner.pager = !result.globals.noPager;
   return result;
 }
 

@@ -22,6 +22,7 @@ struct Globals {
   std::string privateRoot;
   bool help = false;
   bool version = false;
+  bool noPager = false;
   Output::Manner manner;
 };
 
@@ -44,8 +45,10 @@ class Options {
 
   // Gives each field its words. Throws Problem for too few and for too many.
   void take(const std::string& command, const std::vector<std::string>& words) const;
-  // What the words are called, for the help: "NAME [FILE]...", and a line about each.
+  // What the words are called, for the help: "NAME [FILE]...", a line about each, and one about
+  // each option.
   std::string usage() const;
+  std::string legendOfWords() const;
   std::string legend() const;
 
  private:
@@ -58,8 +61,11 @@ class Options {
     std::string help;
   };
 
+  void note(std::string names, const std::string& value, const char* help);
+
   CLI::App* app_;
   std::vector<Field> fields_;
+  std::vector<std::vector<std::string>> rows_;  // Of the legend.
 };
 
 class Command;

@@ -23,22 +23,29 @@ _trevault_second() {{
 }}
 _trevault_options() {{ trevault help "$@" 2>/dev/null | grep -oE -- '(^|[ ,])--?[a-zA-Z0-9][a-z-]*' | tr -d ' ,'; }}
 _trevault_names() {{ trevault "$@" -0 2>/dev/null | tr '\0' '\n'; }}
+_trevault_groups() {{ trevault groups 2>/dev/null | sed 's/ *-> /\n/g' | sort -u; }}
+_trevault_revisions() {{ printf '%s\n' here followed tip trunk; _trevault_groups; _trevault_names labels; }}
 # What may stand at a place: _trevault_words COMMAND SECOND BEFORE WORD
 _trevault_words() {{
   case $3 in
     -l|--label) _trevault_names labels; return ;;
-    -r|--revision) printf '%s\n' here followed tip trunk; _trevault_names labels; return ;;
+    -r|--revision|--follow) _trevault_revisions; return ;;
     -p|--project) _trevault_names project list; return ;;
-    -g|--group) trevault groups 2>/dev/null | tr -s ' >-' '\n'; return ;;
+    -g|--group) _trevault_groups; return ;;
+    -f|--folder) _trevault_names folder list; return ;;
+    -C|-F|--file|--to|-o|--public|--private|--archive|--archives|--work|--team-work|--files-from|--svg|-m|--message|-u|--user) return ;;
   esac
   case $4 in
     -*) _trevault_options $1 $2; return ;;
   esac
   case $1 in
-    '') echo "$_trevault_commands" | tr ' ' '\n' ;;
-    label) _trevault_names labels ;;
+    ''|help) echo "$_trevault_commands" | tr ' ' '\n' ;;
+    label) _trevault_names labels; _trevault_names list ;;
+    follow) _trevault_revisions ;;
     join) _trevault_names project list ;;
+    completion) printf '%s\n' bash zsh ;;
     add|import|import-rcs|init) ;;
+    project|folder) [ -z "$2" ] && _trevault_second $1 | tr ' ' '\n' || _trevault_names $1 list ;;
     *) if [ -n "$(_trevault_second $1)" ] && [ -z "$2" ]; then _trevault_second $1 | tr ' ' '\n'
        else _trevault_names list; fi ;;
   esac
