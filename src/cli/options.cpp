@@ -197,18 +197,20 @@ void Options::texts(std::vector<std::string>* to, const char* names, const char*
 }
 
 void Options::word(std::string* to, const char* name, Need need, const char* help) {
-  fields_.push_back({to, nullptr, name, need, help});
+  fields_.push_back({to, nullptr, name, need, help, nullptr});
 }
 
-void Options::words(std::vector<std::string>* to, const char* name, Need need, const char* help) {
-  fields_.push_back({nullptr, to, name, need, help});
+void Options::words(std::vector<std::string>* to, const char* name, Need need, const char* help,
+                    const std::string* instead) {
+  fields_.push_back({nullptr, to, name, need, help, instead});
 }
 
 void Options::take(const std::string& command, const std::vector<std::string>& words) const {
   size_t place = 0;
   for (const Field& field : fields_) {
     if (place == words.size()) {
-      if (field.need == Need::kRequired) {
+      const bool isSaid = field.instead != nullptr && !field.instead->empty();
+      if (field.need == Need::kRequired && !isSaid) {
         throw misuse(command, fmt::format("{} is missing", field.name),
                      fmt::format("'trevault help {}' tells more", command));
       }

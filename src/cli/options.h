@@ -38,10 +38,14 @@ class Options {
   // `value` names what stands after it.
   void text(std::string* to, const char* names, const char* value, const char* help);
   void texts(std::vector<std::string>* to, const char* names, const char* value, const char* help);
+  // The option of all commands that change something.
+  void dryRun(bool* to) { flag(to, "-n,--dry-run", "say what would be done"); }
   // Words without a dash, in their order.
   enum class Need { kOptional, kRequired };
   void word(std::string* to, const char* name, Need need, const char* help);
-  void words(std::vector<std::string>* to, const char* name, Need need, const char* help);
+  // None are required where `instead`, the value of an option, says where to find them.
+  void words(std::vector<std::string>* to, const char* name, Need need, const char* help,
+             const std::string* instead = nullptr);
 
   // Gives each field its words. Throws Problem for too few and for too many.
   void take(const std::string& command, const std::vector<std::string>& words) const;
@@ -59,6 +63,7 @@ class Options {
     std::string name;
     Need need;
     std::string help;
+    const std::string* instead;
   };
 
   void note(std::string names, const std::string& value, const char* help);

@@ -30,7 +30,7 @@ class Add : public FileCommand {
     options.text(&archive_, "--archive", "PATH", "where the archive of one file is to be");
     options.flag(&noIgnore_, "--no-ignore", "also what .trevaultignore names");
     declareDry(options);
-    declareFiles(options, Need::kRequired);
+    declareNames(options, Need::kRequired);
   }
 
  private:
@@ -181,7 +181,6 @@ class Add : public FileCommand {
   std::string label_;
   std::string group_;
   std::string number_;
-  std::string folder_;
   std::string archive_;
   bool noIgnore_ = false;
   std::set<std::string> known_;

@@ -5,6 +5,7 @@
 
 #include "btkf520/btkf520.h"
 #include "cli/commands/commands.h"
+#include "cli/commands/differences.h"
 #include "cli/commands/filecommand.h"
 #include "cli/commands/message.h"
 #include "cli/text/text.h"
@@ -28,8 +29,7 @@ class CheckIn : public FileCommand {
     options.flag(&unchanged_, "--unchanged", "also what has not changed");
     options.flag(&older_, "--older", "also what is older than its parent was");
     declareDry(options);
-    options.words(&names_, "FILE", Options::Need::kOptional,
-                  "else what is changed and locked by you");
+    declareFiles(options, Need::kOptional, "else what is changed and locked by you");
   }
 
  private:
@@ -38,18 +38,43 @@ class CheckIn : public FileCommand {
     Files files = chosen();
     if (names_.empty()) files = changedOnes(files);
     if (files.empty()) return output().line("nothing to check in");
-    if (message_.empty() && !isDry_) {
-      throw misuse("checkin", "no message", "give -m or -F");
-    }
+    const bool isWritten = message_.empty() && !isDry_;
+    if (isWritten && !output().mayAsk()) throw misuse("checkin", "no message", "give -m or -F");
+    if (isWritten) message_ = messageFromEditor(session(), hintsFor(files));
     const size_t done = forEach(files, [&](const FileRecord& file) { checkIn(file); });
     local().listLabelled(local().followedLabel(), moved_);
     local().listLabelled(label_, labelled_);
+    if (isWritten && done == files.size()) forgetMessage(session());
     if (done > 1) output().line(counted(done, "file") + (isDry_ ? "" : " checked in"));
+  }
+
+  // What helps to word the message: the names and the differences.
+  std::string hintsFor(const Files& files) const {
+    std::string text = fmt::format("{}: {} to check in\n", local().directory().project,
+                                   counted(files.size(), "file"));
+    std::string changes;
+    for (const FileRecord* file : files) {
+      const FileState* const state = local().stateOf(*file);
+      const std::string here = state == nullptr ? "" : state->here;
+      const std::string path = shownPath(*file);
+      text += fmt::format("  {}  {}\n", path, here);
+      Subject subject = about(*file, here);
+      subject.workfile = local().pathOf(*file);
+      try {
+        const auto lines = differencesOf(subject, here, "", kContextLines, 0);
+        if (lines.empty()) continue;
+        changes += fmt::format("\n--- {0}\t{1}\n+++ {0}\n{2}", path, here, fmt::join(lines, "\n"));
+      } catch (const Problem&) {
+        continue;  // It is told when the turn of the file comes.
+      }
+    }
+    return text + changes;
   }
 
   Files changedOnes(const Files& files) {
     Files chosen;
     for (const FileRecord* file : files) {
+      output().mayStop();
       try {
         if (local().standingOf(*file) != Standing::kChanged) continue;
         const RevisionInfo* const here = local().hereOf(*file);

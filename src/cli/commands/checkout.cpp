@@ -35,16 +35,17 @@ class CheckOut : public FileCommand {
     if (!copy_.empty()) use_ = State::Use::kRead;
     if (!group_.empty()) chooseGroup();
     auto files = chosen();
-    const auto former = names_.empty() ? local().formerFiles(local().labelIn(revision_))
-                                       : std::vector<FileRecord>();
+    const auto former =
+        isWhole() ? local().formerFiles(local().labelIn(revision_)) : std::vector<FileRecord>();
     if (!copy_.empty()) {
       std::erase_if(files, [&](const FileRecord* file) { return isAmong(former, *file); });
       for (const FileRecord& each : former) files.push_back(&each);
       return copy(files);
     }
     const size_t passed = forEach(files, [&](const FileRecord& file) { checkOut(file); });
-    if (names_.empty() && revision_.empty() && passed == files.size()) removeGone();
-    if (done_ + gone_ + lacking_ == 0 && passed == files.size()) output().line("up to date");
+    if (isWhole() && revision_.empty() && passed == files.size()) removeGone();
+    if (done_ + gone_ + lacking_ + kept_ == 0 && passed == files.size())
+      output().line("up to date");
     if (done_ > 1) tellCount(done_, kCheckOut);
     tellLacking();
     tellFormer(former);
@@ -179,10 +180,16 @@ class CheckOut : public FileCommand {
     if (isDry_ || ask(fmt::format("{} is changed; overwrite it with {}", path, wanted.number))) {
       return true;
     }
+    if (output().isAnswered()) {
+      tell(file, "kept", here == nullptr ? "" : here->number, ", changed");
+      ++kept_;
+      return false;
+    }
     if (here != nullptr && here->number != wanted.number) {
-      throw Problem{
-          path, fmt::format("changed here, and {} by {} is newer", wanted.number, wanted.author),
-          fmt::format("see 'trevault diff -r followed {}', then revert it", path)};
+      throw Problem{path,
+                    fmt::format("changed here, and {} by {} is {}", wanted.number, wanted.author,
+                                revision_.empty() ? "newer" : "another revision"),
+                    fmt::format("see 'trevault diff -r followed {}', then revert it", path)};
     }
     throw Problem{path,
                   here == nullptr ? "is there, and no revision is known that it came from"
@@ -199,6 +206,7 @@ class CheckOut : public FileCommand {
   bool keepsTimes_ = false;
   size_t done_ = 0;
   size_t lacking_ = 0;
+  size_t kept_ = 0;
   size_t gone_ = 0;
 };
 
@@ -218,13 +226,16 @@ class Revert : public FileCommand {
     Files files = chosen();
     std::erase_if(files, [&](const FileRecord* file) { return !hasSomething(*file); });
     if (files.empty()) return output().line("nothing to revert");
-    const auto changed =
-        static_cast<size_t>(std::count_if(files.begin(), files.end(), [&](const FileRecord* file) {
-          return local().standingOf(*file) == Standing::kChanged;
-        }));
-    if (changed > 0 && !isDry_ &&
-        !output().ask(fmt::format("drop the changes of {}", counted(changed, "file")))) {
-      throw Problem{"revert", "nothing was done", "'--yes' says that it is sure", Exit::kFailed};
+    std::vector<std::string> changed;
+    for (const FileRecord* file : files) {
+      output().mayStop();
+      if (local().standingOf(*file) == Standing::kChanged) changed.push_back(shownPath(*file));
+    }
+    if (!changed.empty() && !isDry_ &&
+        !output().ask(fmt::format("drop the changes of {}", counted(changed.size(), "file")),
+                      {.things = changed})) {
+      throw Problem{"revert", "nothing was done", "'--yes' says that it is sure",
+                    output().isAnswered() ? Exit::kCancelled : Exit::kFailed};
     }
     forEach(files, [&](const FileRecord& file) { revert(file); });
   }

@@ -123,12 +123,14 @@ class ConfigList : public Command {
 class ConfigSet : public Command {
  public:
   void declare(Options& options) override {
-    options.flag(&isDry_, "-n,--dry-run", "say what would be done");
+    options.dryRun(&isDry_);
+    options.flag(&isMaster_, "--master", "in the file of all projects");
     options.word(&name_, "NAME", Need::kRequired, "the directive");
     options.words(&values_, "VALUE", Need::kRequired, "as a line of the file has it, '' for none");
   }
 
   void run(Session& session) override {
+    if (isMaster_) session.use(session.database().openMaster());
     const std::string name = known(name_, settingsOf(session));
     const bool mayHaveSeveral =
         name == "PROMOTE" || name == "ARCHIVESUFFIX" || name == "EVENTTRIGGER";
@@ -161,6 +163,7 @@ class ConfigSet : public Command {
   }
 
   bool isDry_ = false;
+  bool isMaster_ = false;
   std::string name_;
   std::vector<std::string> values_;
 };

@@ -25,7 +25,7 @@ class Diff : public FileCommand {
     options.flag(&ignoresCase_, "--ignore-case", "nor does the case of letters");
     options.flag(&ignoresEnds_, "--ignore-line-ends", "nor how lines end");
     options.flag(&isStored_, "--stored", "revisions as stored, keywords not expanded");
-    options.words(&names_, "FILE", Need::kOptional, "else all that is changed");
+    declareFiles(options, Need::kOptional, "else all that is changed");
   }
 
  private:
@@ -59,7 +59,7 @@ class Diff : public FileCommand {
     } else if (local().standingOf(file) != Standing::kChanged) {
       return;
     }
-    if (names_.empty() && dots != std::string::npos && isOneSided(file, from, to)) return;
+    if (isWhole() && dots != std::string::npos && isOneSided(file, from, to)) return;
     from.revision = numberOf(file, from.revision);
     if (!to.revision.empty()) to.revision = numberOf(file, to.revision);
     if (from.revision != to.revision) tell(file, from, to, report(file, from, to));
@@ -69,7 +69,7 @@ class Diff : public FileCommand {
   std::vector<FileRecord> formerFiles() {
     const size_t dots = range_.find("..");
     std::vector<FileRecord> found;
-    if (dots == std::string::npos || !names_.empty()) return found;
+    if (dots == std::string::npos || !isWhole()) return found;
     for (const std::string& side : {range_.substr(0, dots), range_.substr(dots + 2)}) {
       for (FileRecord& each : local().formerFiles(local().labelIn(side))) {
         const auto has = [&](const FileRecord& file) { return file.archive == each.archive; };

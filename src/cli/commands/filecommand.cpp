@@ -7,6 +7,7 @@
 #include <utility>
 
 #include "cli/archives/batch.h"
+#include "cli/commands/message.h"
 #include "cli/text/text.h"
 #include "os/clock.h"
 
@@ -24,22 +25,43 @@ void tellFailed(Session& session, std::string_view command, size_t failed, size_
 
 void FileCommand::run(Session& session) {
   session_ = &session;
+  const bool hasFile = !namesFile_.empty();
+  if (hasFile) readNames();
+  if (hasFile && names_.empty()) return output().line("no names, nothing to do");
   work();
-  if (local_) local_->save();
+  if (local_ && !isDry_) local_->save();
 }
 
-void FileCommand::declareDry(Options& options) {
-  options.flag(&isDry_, "-n,--dry-run", "say what would be done");
+void FileCommand::declareDry(Options& options) { options.dryRun(&isDry_); }
+
+void FileCommand::declareNull(Options& options, const char* help) {
+  options.flag(&isNull_, "-0,--null", help);
+  hasNull_ = true;
 }
 
-void FileCommand::declareFiles(Options& options, Need need) {
+void FileCommand::declareNames(Options& options, Need need, const char* help) {
+  options.text(&namesFile_, "--files-from", "FILE", "further names, one a line; - for the input");
+  if (!hasNull_) declareNull(options, "the names in that file are ended by NUL");
   const bool isRequired = need == Need::kRequired;
-  options.words(&names_, "FILE", need,
-                isRequired ? "files and directories" : "else all of the project");
+  if (help == nullptr) help = isRequired ? "files and directories" : "else all of the project";
+  options.words(&names_, "FILE", need, help, &namesFile_);
+}
+
+void FileCommand::declareFiles(Options& options, Need need, const char* help) {
+  options.text(&folder_, "-f,--folder", "NAME", "files of that folder only");
+  declareNames(options, need, help);
+}
+
+// A file without names means no files, and never all.
+void FileCommand::readNames() {
+  const std::string text = textOf(session(), namesFile_);
+  for (std::string& name : split(text, isNull_ ? '\0' : '\n')) {
+    if (!name.empty()) names_.push_back(std::move(name));
+  }
 }
 
 LocalFiles& FileCommand::local() const {
-  if (!local_) local_.emplace(*session_, use_);
+  if (!local_) local_.emplace(*session_, isDry_ ? State::Use::kRead : use_);
   return *local_;
 }
 
@@ -69,6 +91,9 @@ class FileCommand::Group {
     tell(problem);
     waiting_.back().deeds.clear();
   }
+
+  // Nothing was done to the file at hand.
+  void leaveOut() { waiting_.pop_back(); }
 
   // But for the file at hand what was done is told.
   void settleOthers() {
@@ -132,18 +157,32 @@ class FileCommand::Group {
 size_t FileCommand::forEach(const Files& files, const Step& step) {
   Group group(*this);
   group_ = &group;
+  count_ = files.size();
+  size_t tried = 0;
+  std::optional<Problem> wish;  // To stop.
+  output().begin(files.size());
   for (const FileRecord* file : files) {
     group.next(*file);
     try {
+      output().mayStop();
       step(*file);
     } catch (const Problem& problem) {
+      if (problem.exit == Exit::kCancelled) {
+        wish = problem;
+        group.leaveOut();
+        break;
+      }
       group.fail(problem);
     }
+    ++tried;
+    output().step();
   }
   group.settle();
+  output().end();
   group_ = nullptr;
+  if (wish) output().stop(*wish);
   tellFailed(session(), name_, group.failed(), files.size());
-  return files.size() - group.failed();
+  return tried - group.failed();
 }
 
 void FileCommand::later(Deed deed) const {
@@ -153,15 +192,23 @@ void FileCommand::later(Deed deed) const {
 
 bool FileCommand::ask(const std::string& question) const {
   if (group_ != nullptr) group_->settleOthers();
-  return output().ask(question);
+  return output().ask(question, {.isOneOfMany = group_ != nullptr && count_ > 1});
 }
 
 void FileCommand::beSure(const std::string& question) const {
   cli::beSure(session(), name_, question, isDry_);
 }
 
-std::string FileCommand::said(const Verb& verb) const {
-  return isDry_ ? fmt::format("would {}", verb.plain) : verb.done;
+bool FileCommand::isSure(const FileRecord& file, const std::string& question,
+                         const char* why) const {
+  if (isDry_ || ask(question)) return true;
+  if (count_ > 1 && output().isAnswered()) return false;
+  throw Problem{shownPath(file), why, "'--yes' says that it is sure",
+                output().isAnswered() ? Exit::kCancelled : Exit::kFailed};
+}
+
+std::string saidOf(const Verb& verb, bool isDry) {
+  return isDry ? fmt::format("would {}", verb.plain) : verb.done;
 }
 
 void FileCommand::tell(const FileRecord& file, const std::string& said, const std::string& number,
@@ -181,15 +228,20 @@ void FileCommand::tellCount(size_t count, const Verb& verb, std::string_view res
 size_t forEachFile(Session& session, std::string_view command,
                    const std::vector<const FileRecord*>& files,
                    const std::function<void(const FileRecord& file)>& step) {
+  Output& output = session.output();
   size_t failed = 0;
+  output.begin(files.size());
   for (const FileRecord* file : files) {
+    output.mayStop();
     try {
       step(*file);
     } catch (const Problem& problem) {
-      session.output().problem(problem);
+      output.problem(problem);
       ++failed;
     }
+    output.step();
   }
+  output.end();
   tellFailed(session, command, failed, files.size());
   return files.size() - failed;
 }

@@ -17,6 +17,13 @@
 
 namespace cli {
 
+// What is said of a deed: "locked", and in a dry run "would lock".
+struct Verb {
+  const char* plain;
+  const char* done;
+};
+std::string saidOf(const Verb& verb, bool isDry);
+
 class FileCommand : public Command {
  public:
   void run(Session& session) final;
@@ -33,14 +40,21 @@ class FileCommand : public Command {
   virtual void work() = 0;
 
   void declareDry(Options& options);
-  void declareFiles(Options& options, Need need);
+  // The files that it is about. `help` tells which they are if none are named, or what may be.
+  void declareFiles(Options& options, Need need, const char* help = nullptr);
+  // The same for names of which a folder makes no choice.
+  void declareNames(Options& options, Need need, const char* help = nullptr);
+  // For commands that can list names alone; before the two.
+  void declareNull(Options& options, const char* help = "names alone, each ended by NUL");
 
   Session& session() const { return *session_; }
   Output& output() const { return session_->output(); }
   // Opened when it is first asked for: what can be refused without them comes before.
   LocalFiles& local() const;
   std::string shownPath(const FileRecord& file) const { return local().shownPath(file); }
-  Files chosen() const { return local().choose(names_); }
+  Files chosen() const { return local().choose(names_, folder_); }
+  // Whether it is about the whole project.
+  bool isWhole() const { return names_.empty() && folder_.empty(); }
   // For the words of a problem.
   Subject about(const FileRecord& file, const std::string& revision = "") const;
 
@@ -53,13 +67,11 @@ class FileCommand : public Command {
   // A question about one of the files comes when all is told of those before it.
   bool ask(const std::string& question) const;
   void beSure(const std::string& question) const;
+  // Asks about one file of forEach(). False: it is spared. Without an answer it is a problem that
+  // `why` words, as is a no where the file is the only one.
+  bool isSure(const FileRecord& file, const std::string& question, const char* why) const;
 
-  // What is said of a deed: "locked", and in a dry run "would lock".
-  struct Verb {
-    const char* plain;
-    const char* done;
-  };
-  std::string said(const Verb& verb) const;
+  std::string said(const Verb& verb) const { return saidOf(verb, isDry_); }
   // "locked pump.c 1.0" and `rest`. The number may be empty; `more` are further fields.
   void tell(const FileRecord& file, const std::string& said, const std::string& number,
             std::string_view rest = "", const Fields& more = {}) const;
@@ -67,17 +79,24 @@ class FileCommand : public Command {
   void tellCount(size_t count, const Verb& verb, std::string_view rest = "") const;
 
   bool isDry_ = false;
+  bool isNull_ = false;
   std::vector<std::string> names_;
+  std::string folder_;
   State::Use use_;
 
  private:
   // A group of files that wait for the disk.
   class Group;
 
+  void readNames();
+
   const char* name_;
   Group* group_ = nullptr;
+  std::string namesFile_;
+  bool hasNull_ = false;
   Session* session_ = nullptr;
   mutable std::optional<LocalFiles> local_;
+  size_t count_ = 0;  // Of the files that forEach() goes through.
 };
 
 // The same without groups, where a command chooses its files otherwise and changes none.

@@ -22,6 +22,7 @@ class FolderAdd : public Command {
     options.word(&name_, "NAME", Need::kRequired, "its name");
     options.word(&directory_, "DIR", Need::kOptional, "its place in the work directory");
     options.flag(&isMine_, "--mine", "only you have it");
+    options.dryRun(&isDry_);
   }
 
   void run(Session& session) override {
@@ -37,10 +38,13 @@ class FolderAdd : public Command {
       }
       place = whole == work.top ? "" : relativePath(work.top, whole);
     }
-    session.project().addFolder({name_, place, isMine_});
+    session.project().refuseKnownFolder(name_);
+    if (!isDry_) session.project().addFolder({name_, place, isMine_});
+    const std::string verb = saidOf({"create", "created"}, isDry_);
     session.output().result(
-        {{"name", name_}, {"action", "created"}, {"directory", place}},
-        fmt::format("created folder {}{}", name_, isMine_ ? ", yours only" : ""));
+        {{"name", name_}, {"action", verb}, {"directory", place}},
+        fmt::format("{} folder {}{}", verb, name_, isMine_ ? ", yours only" : ""));
+    if (isDry_) return;
     session.output().hint(
         place.empty()
             ? fmt::format("'trevault add -f {} FILE' puts files into it", name_)
@@ -51,15 +55,20 @@ class FolderAdd : public Command {
   std::string name_;
   std::string directory_;
   bool isMine_ = false;
+  bool isDry_ = false;
 };
 
 class FolderList : public Command {
  public:
-  void declare(Options&) override {}
+  void declare(Options& options) override {
+    options.flag(&isNull_, "-0,--null", "names alone, each ended by NUL");
+  }
   void run(Session& session) override {
     std::vector<std::vector<std::string>> rows;
     std::vector<Fields> items;
+    std::string names;
     for (const FolderRecord& each : session.project().folders()) {
+      names += each.name + '\0';
       rows.push_back({shown(each.name), each.directory.empty() ? "." : shown(each.directory),
                       counted(each.files, "file"), each.isMine ? "yours only" : ""});
       items.push_back({{"name", each.name},
@@ -67,40 +76,37 @@ class FolderList : public Command {
                        {"mine", each.isMine},
                        {"files", each.files}});
     }
+    if (isNull_) return session.output().bytes(names);
     session.output().results(items, rows);
     if (rows.empty()) session.output().line("no folders");
   }
+
+ private:
+  bool isNull_ = false;
 };
 
 class FolderRemove : public Command {
  public:
   void declare(Options& options) override {
     options.word(&name_, "NAME", Need::kRequired, "the folder");
+    options.dryRun(&isDry_);
   }
 
   void run(Session& session) override {
     Project& project = session.project();
-    const auto folders = project.folders();
-    const auto found = std::find_if(folders.begin(), folders.end(),
-                                    [&](const FolderRecord& each) { return each.name == name_; });
-    if (found == folders.end()) {
-      std::vector<std::string> known;
-      for (const FolderRecord& each : folders) known.push_back(each.name);
-      const std::string near = nearest(name_, known);
-      throw misuse(name_, "no such folder",
-                   near.empty() ? "'trevault folder list' lists them"
-                                : fmt::format("did you mean '{}'?", near));
-    }
+    const FolderRecord folder = project.folder(name_);
     beSure(session, "folder remove",
            fmt::format("remove folder {} with the records of {}; archives and files stay", name_,
-                       counted(found->files, "file")),
-           false);
-    project.removeFolder(name_);
-    session.output().result({{"name", name_}, {"action", "removed"}, {"files", found->files}},
-                            fmt::format("removed folder {}", name_));
+                       counted(folder.files, "file")),
+           isDry_);
+    if (!isDry_) project.removeFolder(name_);
+    const std::string verb = saidOf({"remove", "removed"}, isDry_);
+    session.output().result({{"name", name_}, {"action", verb}, {"files", folder.files}},
+                            fmt::format("{} folder {}", verb, name_));
   }
 
  private:
+  bool isDry_ = false;
   std::string name_;
 };
 

@@ -106,8 +106,17 @@ class Join : public Bringing {
     group_ = model.chosen(group_, name_);
     if (follows_.empty()) follows_ = "trunk";
     refuseUnknown(follows_, model, project);
-    if (isDry_) return tellPlace();
-    makeWorkDirectory(project);
+    if (!isDry_) makeWorkDirectory(project);
+    const Roots& roots = session().database().roots();
+    WorkDirectory directory{.top = top_,
+                            .project = name_,
+                            .publicRoot = roots.publicRoot.path,
+                            .privateRoot = roots.privateRoot.path,
+                            .follows = follows_,
+                            .group = group_,
+                            .isStored = true};
+    if (!isDry_) storeWorkDirectory(directory);
+    session().use(std::move(directory));
     if (isEmpty_) return tellPlace();
     forEach(local().choose({}), [&](const FileRecord& file) { bring(file); });
     tellPlace();
@@ -122,22 +131,12 @@ class Join : public Bringing {
   }
 
   // The first one of a user is known to the database, further ones by themselves.
-  void makeWorkDirectory(Project& project) {
+  void makeWorkDirectory(Project& project) const {
     if (!os::makeDirectories(top_)) {
       throw Problem{top_, "can't be made", "choose another directory"};
     }
     const std::string known = project.workDirectory();
     if (known.empty() || known == project.teamWorkDirectory()) project.setWorkDirectory(top_);
-    const Roots& roots = session().database().roots();
-    WorkDirectory directory{.top = top_,
-                            .project = name_,
-                            .publicRoot = roots.publicRoot.path,
-                            .privateRoot = roots.privateRoot.path,
-                            .follows = follows_,
-                            .group = group_,
-                            .isStored = true};
-    storeWorkDirectory(directory);
-    session().use(std::move(directory));
   }
 
   // What is there already stays; what is equal belongs to the project from now on.
@@ -148,17 +147,17 @@ class Join : public Bringing {
     if (!os::hasEntry(local().pathOf(file).c_str())) return checkOut(file, *wanted);
     if (local().isThere(file, wanted->number)) {
       local().note(file, wanted->number, wanted->isLockedBy(local().user()));
-      return tell(file, "took on", wanted->number);
+      return tell(file, said({"take on", "took on"}), wanted->number);
     }
     local().noteChanged(file, wanted->number);
-    tell(file, "kept", "", ", changed from " + wanted->number);
+    tell(file, said({"keep", "kept"}), "", ", changed from " + wanted->number);
   }
 
   void tellPlace() const {
     setPlace({.top = top_, .project = name_, .follows = follows_, .group = group_});
-    if (isDry_) return output().line(fmt::format("would join {} in {}", name_, shown(top_)));
     const std::string count = isEmpty_ ? "nothing checked out" : counted(done_, "file");
-    output().line(fmt::format("joined {} in {}: {}", name_, shown(top_), count));
+    output().line(
+        fmt::format("{} {} in {}: {}", said({"join", "joined"}), name_, shown(top_), count));
   }
 
   std::string follows_;
@@ -193,7 +192,11 @@ class Follow : public Bringing {
       refuseUnknown(follows_, local().promotion(), session().project());
       go(group);
     }
-    tellPlace(local().directory());
+    if (!isDry_) return tellPlace(local().directory());
+    WorkDirectory after = before;
+    if (!follows_.empty()) after.follows = follows_;
+    after.group = group;
+    tellPlace(after);
   }
 
   // All files are looked at first: the directory goes on as a whole, or stays.
@@ -201,6 +204,7 @@ class Follow : public Bringing {
     std::vector<Plan> plans;
     bool areAll = true;
     for (const FileRecord* file : local().choose({})) {
+      output().mayStop();
       try {
         plans.push_back(planOf(*file));
       } catch (const Problem& problem) {
@@ -266,7 +270,7 @@ class Follow : public Bringing {
 
   void tellPlace(const WorkDirectory& directory) const {
     setPlace(directory);
-    output().line(directory.line());
+    output().line(directory.line(isDry_ ? "would follow" : "follows"));
   }
 
   std::string follows_;

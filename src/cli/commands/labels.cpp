@@ -17,7 +17,9 @@ bool isReserved(const std::string& name) {
   for (const char* word : {"here", "followed", "tip", "trunk"}) {
     if (name == word) return true;
   }
-  return name.find("..") != std::string::npos || name.find_first_of("@:") != std::string::npos;
+  const bool isNumber = name.find_first_not_of("0123456789.") == std::string::npos;
+  return isNumber || name.find("..") != std::string::npos ||
+         name.find_first_of("@:") != std::string::npos;
 }
 
 class Label : public FileCommand {
@@ -36,11 +38,10 @@ class Label : public FileCommand {
 
  private:
   void work() override {
-    if (isReserved(name_))
-      throw misuse(name_, "a label can't be called that", "choose another name");
+    if (!deletes_) refuseName();
     auto files = chosen();
     const auto former =
-        names_.empty() && deletes_ ? local().formerFiles(name_) : std::vector<FileRecord>();
+        isWhole() && deletes_ ? local().formerFiles(name_) : std::vector<FileRecord>();
     for (const FileRecord& each : former) files.push_back(&each);
     if (deletes_) return remove(files);
     std::vector<std::string> numbers;
@@ -55,6 +56,16 @@ class Label : public FileCommand {
         fmt::format("{} {} with {}", said({"label", "labelled"}), counted(done, "file"), name_));
   }
 
+  // What would mean something else where a revision is named. Other clients may have set one.
+  void refuseName() const {
+    const bool isGroup = local().promotion().has(name_);
+    if (!isGroup && !isReserved(name_)) return;
+    throw misuse(
+        name_,
+        isGroup ? "is a group, so no label can be called that" : "a label can't be called that",
+        "choose another name");
+  }
+
   Subject labelled(const FileRecord& file, const std::string& number = "") const {
     Subject subject = about(file, number);
     subject.label = name_;
@@ -65,6 +76,7 @@ class Label : public FileCommand {
   bool findAll(const Files& files, std::vector<std::string>* numbers) {
     bool areAll = true;
     for (const FileRecord* file : files) {
+      output().mayStop();
       try {
         numbers->push_back(find(*file));
       } catch (const Problem& problem) {
@@ -152,7 +164,7 @@ class Labels : public FileCommand {
   Labels() : FileCommand("labels", State::Use::kRead) {}
 
   void declare(Options& options) override {
-    options.flag(&isNull_, "-0,--null", "names alone, each ended by NUL");
+    declareNull(options);
     declareFiles(options, Need::kOptional);
   }
 
@@ -175,7 +187,7 @@ class Labels : public FileCommand {
       }
     });
     for (auto& [name, known] : labels) {
-      if (!names_.empty()) break;
+      if (!isWhole()) break;
       known.files += formerOf(name);
     }
     std::vector<std::vector<std::string>> rows;
@@ -205,8 +217,6 @@ class Labels : public FileCommand {
     }
     return count;
   }
-
-  bool isNull_ = false;
 };
 
 }  // namespace

@@ -166,12 +166,9 @@ class Unlock : public FileCommand {
                     "'--force' takes it back"};
     }
     const LockInfo was = *lock;
-    const bool isSure =
-        isDry_ || ask(fmt::format("take back {}'s lock of {} {}, held since {}", was.user,
-                                  shownPath(file), was.number, was.minute()));
-    if (!isSure) {
-      throw Problem{shownPath(file), "left locked", "'--yes' says that it is sure", Exit::kFailed};
-    }
+    const std::string question = fmt::format("take back {}'s lock of {} {}, held since {}",
+                                             was.user, shownPath(file), was.number, was.minute());
+    if (!isSure(file, question, "left locked")) return;
     if (!isDry_) remove(file, was.number, was.user);
     tell(file, said(kUnlock), was.number, ", held by " + was.user);
     later([this, user = was.user] {
@@ -200,19 +197,23 @@ class Locks : public FileCommand {
   void declare(Options& options) override {
     options.text(&user_, "-u,--user", "NAME", "of that user only");
     options.flag(&isEverywhere_, "--everywhere", "of all projects");
+    declareNull(options);
     declareFiles(options, Need::kOptional);
   }
 
  private:
   void work() override {
     if (isEverywhere_) {
-      if (!names_.empty()) throw misuse("--everywhere", "takes no files", "leave them out");
+      if (!isWhole() || isNull_) throw misuse("--everywhere", "takes no files, nor -0");
       for (const std::string& name : session().database().projects()) lookInto(name);
     } else {
       forEach(chosen(), [&](const FileRecord& file) {
+        const size_t before = items_.size();
         take(file, local().historyOf(file), local().user(), {shownPath(file)});
+        if (items_.size() > before) paths_ += local().pathFromHere(file) + '\0';
       });
     }
+    if (isNull_) return output().bytes(paths_);
     output().results(items_, rows_);
     if (rows_.empty() && !user_.empty()) {
       output().problem({user_, "nobody of this name has a lock", "", Exit::kDone});
@@ -257,6 +258,7 @@ class Locks : public FileCommand {
   bool isEverywhere_ = false;
   std::vector<Fields> items_;
   std::vector<std::vector<std::string>> rows_;
+  std::string paths_;  // Each ended by NUL.
 };
 
 }  // namespace

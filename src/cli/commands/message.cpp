@@ -14,7 +14,7 @@
 namespace cli {
 namespace {
 
-constexpr uint64_t kLongest = 1 << 20;
+constexpr uint64_t kLongest = 1 << 30;
 
 std::string editor() {
   for (const char* name : {"VISUAL", "EDITOR"}) {
@@ -47,9 +47,10 @@ std::string readDraft(const std::string& path) {
 }
 
 void writeDraft(const std::string& path, std::string_view message, const std::string& about) {
-  std::string text =
-      fmt::format("{}\n\n# Lines with # are left out; no message cancels.\n", message);
-  for (const std::string& line : split(about, '\n')) text += "# " + line + '\n';
+  std::string text = fmt::format(
+      "{}\n\n# Lines that begin with # are left out; an empty message cancels.\n", message);
+  for (const std::string& line : split(about, '\n'))
+    text += (line.empty() ? "#" : "# ") + line + '\n';
   static_cast<void>(os::removeFile(path.c_str()));
   const auto isExpected = [](std::string_view) { return false; };
   if (os::appendToFile(path.c_str(), text, isExpected) == os::FileResult::kDone) return;
@@ -58,16 +59,19 @@ void writeDraft(const std::string& path, std::string_view message, const std::st
 
 }  // namespace
 
+std::string textOf(const Session& session, const std::string& file) {
+  if (file == "-") return os::readInput().value_or("");
+  std::string text;
+  if (os::readFile(session.absolute(file).c_str(), kLongest, &text) == os::FileResult::kDone) {
+    return text;
+  }
+  throw misuse(file, "can't be read");
+}
+
 std::string messageFrom(const Session& session, const std::string& text, const std::string& file) {
   if (file.empty()) return text;
   if (!text.empty()) throw misuse("-m", "and -F exclude each other");
-  std::string message;
-  if (file == "-") {
-    message = os::readInput().value_or("");
-  } else if (os::readFile(session.absolute(file).c_str(), kLongest, &message) !=
-             os::FileResult::kDone) {
-    throw misuse(file, "can't be read");
-  }
+  std::string message = textOf(session, file);
   while (message.ends_with('\n')) message.pop_back();
   return message;
 }
@@ -87,6 +91,7 @@ std::string messageFromEditor(Session& session, const std::string& about) {
   }
   const std::string message = readDraft(path);
   if (message.empty()) {
+    forgetMessage(session);
     throw Problem{"checkin", "no message, and nothing was checked in", "", Exit::kCancelled};
   }
   return message;

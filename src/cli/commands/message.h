@@ -7,6 +7,9 @@ namespace cli {
 
 class Session;
 
+// What a file holds, "-" being the standard input. Throws Problem.
+std::string textOf(const Session& session, const std::string& file);
+
 // What -m says, else what the file of -F holds, "-" being the standard input; without line ends at
 // its end. Throws Problem for a file that can't be read.
 std::string messageFrom(const Session& session, const std::string& text, const std::string& file);

@@ -3,6 +3,7 @@
 
 #include "cli/command.h"
 #include "cli/commands/commands.h"
+#include "cli/commands/filecommand.h"
 #include "cli/problem.h"
 #include "cli/session.h"
 #include "cli/text/paths.h"
@@ -21,6 +22,7 @@ class ProjectAdd : public Command {
     options.word(&directory_, "DIR", Need::kOptional, "your work directory; else this one");
     options.text(&archives_, "--archives", "DIR", "where its archives go");
     options.text(&teamWork_, "--team-work", "DIR", "the team's work directory");
+    options.dryRun(&isDry_);
   }
 
   void run(Session& session) override {
@@ -29,6 +31,7 @@ class ProjectAdd : public Command {
     }
     const std::string top = session.absolute(directory_.empty() ? "." : directory_);
     refuseOther(top);
+    if (isDry_) return sayDry(session);
     if (!os::makeDirectories(top)) throw Problem{top, "can't be made", "choose another directory"};
     Database& database = session.database(Database::Making::kAllowed);
     Project project =
@@ -49,6 +52,13 @@ class ProjectAdd : public Command {
   }
 
  private:
+  void sayDry(Session& session) const {
+    const std::string root = session.roots().publicRoot.path;
+    if (os::hasEntry(root.c_str())) session.database().refuseKnown(name_);
+    session.output().result({{"name", name_}, {"action", "would create"}},
+                            fmt::format("would create project {}", name_));
+  }
+
   // What is made in a team's root is the team's.
   static void shareAll(const std::string& path) {
     if (os::shareWithGroup(path).empty() || !os::directoryState(path.c_str())) return;
@@ -86,6 +96,7 @@ class ProjectAdd : public Command {
   std::string directory_;
   std::string archives_;
   std::string teamWork_;
+  bool isDry_ = false;
 };
 
 class ProjectList : public Command {
@@ -153,6 +164,7 @@ class ProjectSet : public Command {
     options.text(&archives_, "--archives", "DIR",
                  "where new archives go; those that are there stay");
     options.text(&teamWork_, "--team-work", "DIR", "the team's work directory");
+    options.dryRun(&isDry_);
   }
   void run(Session& session) override {
     if (work_.empty() && archives_.empty() && teamWork_.empty()) {
@@ -160,22 +172,17 @@ class ProjectSet : public Command {
     }
     if (!name_.empty()) session.use(session.database().open(name_));
     Project& project = session.project();
-    const auto done = [&](const char* what, const std::string& value) {
+    const std::string verb = saidOf({"set", "set"}, isDry_);
+    for (const auto& [what, place, change] :
+         {std::tuple("work", &work_, &Project::setWorkDirectory),
+          std::tuple("team_work", &teamWork_, &Project::setTeamWorkDirectory),
+          std::tuple("archives", &archives_, &Project::setArchiveDirectories)}) {
+      if (place->empty()) continue;
+      const std::string path = session.absolute(*place);
+      if (!isDry_) (project.*change)(path);
       session.output().result(
-          {{"name", project.name()}, {"action", "set"}, {what, value}},
-          fmt::format("set {} of {} to {}", what, project.name(), shown(value)));
-    };
-    if (!work_.empty()) {
-      project.setWorkDirectory(session.absolute(work_));
-      done("work", project.workDirectory());
-    }
-    if (!teamWork_.empty()) {
-      project.setTeamWorkDirectory(session.absolute(teamWork_));
-      done("team_work", project.teamWorkDirectory());
-    }
-    if (!archives_.empty()) {
-      project.setArchiveDirectories(session.absolute(archives_));
-      done("archives", session.absolute(archives_));
+          {{"name", project.name()}, {"action", verb}, {what, path}},
+          fmt::format("{} {} of {} to {}", verb, what, project.name(), shown(path)));
     }
   }
 
@@ -184,27 +191,29 @@ class ProjectSet : public Command {
   std::string work_;
   std::string archives_;
   std::string teamWork_;
+  bool isDry_ = false;
 };
 
 class ProjectRemove : public Command {
  public:
   void declare(Options& options) override {
     options.word(&name_, "NAME", Need::kRequired, "the project");
+    options.dryRun(&isDry_);
   }
   void run(Session& session) override {
     const size_t files = session.database().open(name_).files().size();
     const std::string question =
         fmt::format("take {} with {} off the list; its archives and files stay where they are",
                     name_, counted(files, "file"));
-    if (!session.output().ask(question)) {
-      throw Problem{name_, "nothing was removed", "'--yes' says that it is sure", Exit::kCancelled};
-    }
-    session.database().remove(name_);
-    session.output().result({{"name", name_}, {"action", "removed"}},
-                            fmt::format("removed project {}", name_));
+    beSure(session, "project remove", question, isDry_);
+    if (!isDry_) session.database().remove(name_);
+    const std::string verb = saidOf({"remove", "removed"}, isDry_);
+    session.output().result({{"name", name_}, {"action", verb}},
+                            fmt::format("{} project {}", verb, name_));
   }
 
  private:
+  bool isDry_ = false;
   std::string name_;
 };
 

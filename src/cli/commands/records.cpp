@@ -56,7 +56,7 @@ class Remove : public RecordCommand {
   bool remove(const FileRecord& file) {
     refuseLocked(file, "it can't be removed before it is unlocked");
     const std::string path = shownPath(file);
-    if (!isDry_ && !ask(question(file, path))) return false;
+    if (!isSure(file, question(file, path), "was not removed")) return false;
     if (!isDry_) {
       session().project().removeFile(file);
       local().forget(file);

@@ -31,7 +31,7 @@ class Status : public FileCommand {
   void declare(Options& options) override {
     options.flag(&isAll_, "-a,--all", "also files as they were checked out");
     options.flag(&isFast_, "--fast", "without a look at archives and for new files");
-    options.flag(&isNull_, "-0,--null", "names alone, each ended by NUL");
+    declareNull(options);
     declareFiles(options, Need::kOptional);
   }
 
@@ -42,13 +42,14 @@ class Status : public FileCommand {
       local().lookAtAll(isFast_ ? Looking::kFilesOnly : Looking::kArchivesToo);
     }
     for (const FileRecord* file : chosen()) {
+      output().mayStop();
       try {
         look(*file);
       } catch (const Problem& problem) {
         tellBroken(*file, problem);
       }
     }
-    if (names_.empty()) {
+    if (isWhole()) {
       lookForGone();
       if (!isFast_) lookForNew();
     }
@@ -226,7 +227,6 @@ class Status : public FileCommand {
   bool isAll_ = false;
   bool isFast_ = false;
   Told assumed_;
-  bool isNull_ = false;
   std::vector<Row> rows_;
   std::vector<Fields> items_;
   std::map<std::string, size_t> counts_;
@@ -239,7 +239,7 @@ class List : public FileCommand {
 
   void declare(Options& options) override {
     options.flag(&isAll_, "-a,--all", "with revisions, lockers and folder");
-    options.flag(&isNull_, "-0,--null", "names alone, each ended by NUL");
+    declareNull(options);
     declareFiles(options, Need::kOptional);
   }
 
@@ -276,7 +276,6 @@ class List : public FileCommand {
   }
 
   bool isAll_ = false;
-  bool isNull_ = false;
 };
 
 }  // namespace

@@ -27,7 +27,7 @@ class Verify : public FileCommand {
 
  private:
   void work() override {
-    if (isEverywhere_ && !names_.empty()) {
+    if (isEverywhere_ && !isWhole()) {
       throw misuse("verify", "--everywhere is about all files", "leave the names away");
     }
     isEverywhere_ ? verifyAll() : verifyHere();
@@ -36,7 +36,7 @@ class Verify : public FileCommand {
 
   void verifyHere() {
     for (const FileRecord* file : chosen()) verify(*file, shownPath(*file));
-    if (names_.empty()) lookForUnnamed(session().project());
+    if (isWhole()) lookForUnnamed(session().project());
   }
 
   void verifyAll() {

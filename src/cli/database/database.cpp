@@ -136,12 +136,22 @@ Project Database::open(const std::string& name) {
   return project;
 }
 
+Project Database::openMaster() {
+  const std::string name = "Master Project";
+  if (!findProject(impl_->root, name).isNull()) return open(name);
+  throw Problem{name, "there is none, so no file of all projects",
+                fmt::format("'trevault project add \"{}\" DIR' makes it", name)};
+}
+
+void Database::refuseKnown(const std::string& name) const {
+  if (findProject(impl_->root, name).isNull()) return;
+  throw misuse(name, "there is such a project already",
+               fmt::format("'trevault join {}' to work in it", name));
+}
+
 Project Database::add(const std::string& name, const std::string& work,
                       const std::string& teamWork) {
-  if (!findProject(impl_->root, name).isNull()) {
-    throw misuse(name, "there is such a project already",
-                 fmt::format("'trevault join {}' to work in it", name));
-  }
+  refuseKnown(name);
   Messages::instance().forget();
   TVProjectFolderHandle::create(name, foldapi::TVProjectConfig(), work, teamWork, impl_->root);
   if (findProject(impl_->root, name).isNull()) {

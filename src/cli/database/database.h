@@ -79,6 +79,9 @@ class Project {
   void renameFile(const FileRecord& file, const std::string& path);
 
   std::vector<FolderRecord> folders() const;
+  FolderRecord folder(const std::string& name) const;  // Throws Problem for one that there is not.
+  // Throws Problem if there is a folder of that name.
+  void refuseKnownFolder(const std::string& name) const;
   void addFolder(const FolderRecord& folder);
   // With all its records.
   void removeFolder(const std::string& name);
@@ -108,6 +111,10 @@ class Database {
   const Roots& roots() const { return roots_; }
   std::vector<std::string> projects() const;
   Project open(const std::string& name);
+  // The one whose configuration is that of all projects.
+  Project openMaster();
+  // Throws Problem if there is a project of that name.
+  void refuseKnown(const std::string& name) const;
   Project add(const std::string& name, const std::string& work, const std::string& teamWork);
   void remove(const std::string& name);
   // The project whose work directory, the user's or the team's, holds `directory`: the deepest.

@@ -320,10 +320,26 @@ std::vector<FolderRecord> Project::folders() const {
   return result;
 }
 
-void Project::addFolder(const FolderRecord& folder) {
-  for (const FolderRecord& each : folders()) {
-    if (each.name == folder.name) throw misuse(folder.name, "there is such a folder already");
+FolderRecord Project::folder(const std::string& name) const {
+  std::vector<std::string> known;
+  for (FolderRecord& each : folders()) {
+    if (each.name == name) return std::move(each);
+    known.push_back(std::move(each.name));
   }
+  const std::string near = nearest(name, known);
+  throw misuse(
+      name, "no such folder",
+      near.empty() ? "'trevault folder list' lists them" : fmt::format("did you mean '{}'?", near));
+}
+
+void Project::refuseKnownFolder(const std::string& name) const {
+  for (const FolderRecord& each : folders()) {
+    if (each.name == name) throw misuse(name, "there is such a folder already");
+  }
+}
+
+void Project::addFolder(const FolderRecord& folder) {
+  refuseKnownFolder(folder.name);
   Messages::instance().forget();
   const auto privacy = folder.isMine ? foldapi::TVPrivacy::kPrivate : foldapi::TVPrivacy::kPublic;
   const bool isMade =

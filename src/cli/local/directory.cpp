@@ -45,8 +45,8 @@ bool isOwn(const std::string& top, const os::FileStatus& file) {
 
 }  // namespace
 
-std::string WorkDirectory::line() const {
-  std::string text = fmt::format("{} in {}, follows {}", project, shown(top),
+std::string WorkDirectory::line(const char* verb) const {
+  std::string text = fmt::format("{} in {}, {} {}", project, shown(top), verb,
                                  follows == "trunk" ? "the trunk" : follows);
   if (!group.empty()) text += ", works in group " + group;
   return text;

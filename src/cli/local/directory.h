@@ -26,7 +26,7 @@ struct WorkDirectory {
   bool isStored = false;          // Else it is known from the database alone.
 
   // "Pump in /home/ann/pump, follows the trunk, works in group development".
-  std::string line() const;
+  std::string line(const char* verb = "follows") const;
 };
 
 // The nearest one at `start` or above it. Throws Problem for one that can't be read, and for one of

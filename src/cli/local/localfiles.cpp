@@ -106,11 +106,13 @@ std::string LocalFiles::fromTop(const std::string& typed) const {
   return relativePath(directory_.top, path);
 }
 
-std::vector<const FileRecord*> LocalFiles::matching(const std::string& typed) const {
+std::vector<const FileRecord*> LocalFiles::matching(const std::string& typed,
+                                                    const std::string& folder) const {
   const std::string path = fromTop(typed);
   std::vector<const FileRecord*> below;
   std::vector<const FileRecord*> fitting;
   for (const FileRecord& file : files_) {
+    if (!folder.empty() && file.folder != folder) continue;
     if (file.path == path) return {&file};
     if (path == "." || isBelow(path, file.path)) below.push_back(&file);
     if (matches(path, file.path)) fitting.push_back(&file);
@@ -121,19 +123,24 @@ std::vector<const FileRecord*> LocalFiles::matching(const std::string& typed) co
   if (!near.empty()) near = fmt::format("did you mean {}?", shown(near));
   const bool isThere = os::hasEntry(absolutePath(directory_.top, path).c_str());
   if (near.empty() && isThere) near = fmt::format("'trevault add {}' puts it there", typed);
-  throw Problem{typed, fmt::format("not in project {}", directory_.project), near};
+  const std::string whole = folder.empty() ? "project " + directory_.project : "folder " + folder;
+  throw Problem{typed, fmt::format("not in {}", whole), near};
 }
 
-std::vector<const FileRecord*> LocalFiles::choose(const std::vector<std::string>& names) {
+std::vector<const FileRecord*> LocalFiles::choose(const std::vector<std::string>& names,
+                                                  const std::string& folder) {
   std::vector<const FileRecord*> chosen;
+  if (!folder.empty()) static_cast<void>(session_.project().folder(folder));
   if (names.empty()) {
-    for (const FileRecord& file : files_) chosen.push_back(&file);
+    for (const FileRecord& file : files_) {
+      if (folder.empty() || file.folder == folder) chosen.push_back(&file);
+    }
     return chosen;
   }
   std::set<const FileRecord*> taken;
   for (const std::string& name : names) {
     try {
-      for (const FileRecord* file : matching(name)) {
+      for (const FileRecord* file : matching(name, folder)) {
         if (taken.insert(file).second) chosen.push_back(file);
       }
     } catch (const Problem& problem) {

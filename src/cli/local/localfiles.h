@@ -38,7 +38,9 @@ class LocalFiles {
 
   // The files that names mean, each once, in their order: a file, all below a directory, a pattern.
   // Problems with single names are told, and the others chosen. No names: all files.
-  std::vector<const FileRecord*> choose(const std::vector<std::string>& names);
+  // With a folder only files of that one.
+  std::vector<const FileRecord*> choose(const std::vector<std::string>& names,
+                                        const std::string& folder = "");
   // The files that had `label` when it was given to the project and are no longer in it, or not by
   // that name: as they were then. Only where the archive still has the label.
   std::vector<FileRecord> formerFiles(const std::string& label);
@@ -148,7 +150,8 @@ class LocalFiles {
   bool isSafe(const Stamp& stamp) const { return stamp.nanoseconds < state_.written(); }
   void note(const FileRecord& file, const std::string& revision, const Stamp& stamp, bool isLocked);
   std::string nameFollowed();
-  std::vector<const FileRecord*> matching(const std::string& typed) const;
+  std::vector<const FileRecord*> matching(const std::string& typed,
+                                          const std::string& folder) const;
 
   Session& session_;
   WorkDirectory directory_;

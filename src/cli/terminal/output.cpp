@@ -317,16 +317,16 @@ void Output::begin(size_t files) {
   const bool isShown = isText() && !manner_.quiet && os::isTerminal(os::Stream::kOutput) &&
                        os::isTerminal(os::Stream::kErrors);
   isYesToAll_ = false;
-  bar_.begin(std::string(doing(command_)), files, isShown);
+  const bool isDumb = os::environmentVariable("TERM").value_or("") == "dumb";
+  bar_.begin(std::string(doing(command_)), files, isShown && !isDumb);
 }
 
-bool Output::goesOn() {
-  if (os::isStopWanted()) stop();
-  return !isStopped_;
+void Output::mayStop() const {
+  if (isStopped_ || os::isStopWanted()) throw stopped();
 }
 
-void Output::stop() {
-  if (!std::exchange(isStopped_, true)) problem(stopped());
+void Output::stop(const Problem& problem) {
+  if (!std::exchange(isStopped_, true)) this->problem(problem);
 }
 
 Problem Output::stopped() const {

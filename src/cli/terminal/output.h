@@ -84,17 +84,19 @@ class Output {
   // `what` is the question without its choices. Throws Problem if the user wants to stop.
   bool ask(std::string_view what, const Choices& choices);
   bool ask(std::string_view what) { return ask(what, {}); }
+  // Whether there is somebody at a terminal to be asked, and whether there is any answer.
   bool mayAsk() const;
+  bool isAnswered() const { return manner_.yes || manner_.no || mayAsk(); }
 
-  // A piece of work with that many files begins: if it takes long, a bar is shown. Before each file
-  // it is asked whether the work goes on: not if the user wants to stop. After each, whatever came
-  // of it, comes a step().
+  // A piece of work with that many files begins: if it takes long, a bar is shown. After each file,
+  // whatever came of it, comes a step().
   void begin(size_t files);
-  bool goesOn();
   void step() { bar_.step(); }
   void count(uint64_t bytes) { bar_.count(bytes); }  // Those of the file at hand.
-  // The work ends here, as the user wishes.
-  void stop();
+  // Throws Problem if the user wants to stop: for where nothing is half-done.
+  void mayStop() const;
+  // The work ends here, as the user wishes, and `problem` says.
+  void stop(const Problem& problem);
   void end() { bar_.end(); }
 
   // Writes what is kept till the end. The exit code: what was said, or what the problems say.
