@@ -8,6 +8,7 @@
 
 #include "btkf520/btkf520.h"
 #include "cli/text/text.h"
+#include "os/stop.h"
 
 namespace cli {
 namespace {
@@ -108,7 +109,7 @@ std::string filled(const char* words, const Subject& subject) {
 }
 
 int32_t waitForOthers(int32_t code, const char*) {
-  return code == TRVS_BUSY_ARCHIVE ? TRVS_GO_ON : TRVS_REFUSE;
+  return code == TRVS_BUSY_ARCHIVE && !os::isStopWanted() ? TRVS_GO_ON : TRVS_REFUSE;
 }
 
 bool (*theTrust)() = nullptr;

@@ -235,7 +235,7 @@ class Revert : public FileCommand {
         !output().ask(fmt::format("drop the changes of {}", counted(changed.size(), "file")),
                       {.things = changed})) {
       throw Problem{"revert", "nothing was done", "'--yes' says that it is sure",
-                    output().isAnswered() ? Exit::kCancelled : Exit::kFailed};
+                    output().exitOfNo()};
     }
     forEach(files, [&](const FileRecord& file) { revert(file); });
   }

@@ -203,8 +203,7 @@ bool FileCommand::isSure(const FileRecord& file, const std::string& question,
                          const char* why) const {
   if (isDry_ || ask(question)) return true;
   if (count_ > 1 && output().isAnswered()) return false;
-  throw Problem{shownPath(file), why, "'--yes' says that it is sure",
-                output().isAnswered() ? Exit::kCancelled : Exit::kFailed};
+  throw Problem{shownPath(file), why, "'--yes' says that it is sure", output().exitOfNo()};
 }
 
 std::string saidOf(const Verb& verb, bool isDry) {
@@ -249,7 +248,7 @@ size_t forEachFile(Session& session, std::string_view command,
 void beSure(Session& session, std::string_view command, const std::string& question, bool isDry) {
   if (isDry || session.output().ask(question)) return;
   throw Problem{std::string(command), "nothing was changed", "'--yes' says that it is sure",
-                Exit::kCancelled};
+                session.output().exitOfNo()};
 }
 
 }  // namespace cli

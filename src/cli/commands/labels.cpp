@@ -136,7 +136,7 @@ class Label : public FileCommand {
         fmt::format("delete the label {} of {}", name_, counted(files.size(), "file"));
     if (!isDry_ && !ask(question)) {
       throw Problem{"label", "nothing was deleted", "'--yes' says that it is sure",
-                    Exit::kCancelled};
+                    output().exitOfNo()};
     }
     std::set<std::string> archives;
     const size_t done = forEach(files, [&](const FileRecord& file) {

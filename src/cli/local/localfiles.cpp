@@ -27,10 +27,15 @@ bool isNumber(std::string_view text) {
   return !text.empty() && text.find_first_not_of("0123456789.") == std::string_view::npos;
 }
 
-std::vector<std::string> pathsOf(const std::vector<FileRecord>& files) {
-  std::vector<std::string> paths;
-  for (const FileRecord& file : files) paths.push_back(file.path);
-  return paths;
+// "did you mean 'REL_1'?", of the labels and groups that a file has; empty for none.
+std::string nearestMark(const History& history, const std::string& text) {
+  std::vector<std::string> known;
+  for (const RevisionInfo& each : history.revisions()) {
+    known.insert(known.end(), each.labels.begin(), each.labels.end());
+    known.insert(known.end(), each.groups.begin(), each.groups.end());
+  }
+  const std::string near = isNumber(text) ? "" : nearest(text, known);
+  return near.empty() ? "" : fmt::format("did you mean '{}'?", near);
 }
 
 // Whether a path from the top surely leads to a place that files of a project may have.
@@ -50,7 +55,8 @@ LocalFiles::LocalFiles(Session& session, State::Use use)
     : session_(session),
       directory_(session.work()),
       files_(session.project().files()),
-      state_(directory_.top, ownerOf(session), use) {
+      state_(directory_.top, ownerOf(session), use),
+      use_(use) {
   session.project().useConfiguration();
   attachEngine(trustsConfigurations);
   user_ = presentUser();
@@ -106,41 +112,61 @@ std::string LocalFiles::fromTop(const std::string& typed) const {
   return relativePath(directory_.top, path);
 }
 
-std::vector<const FileRecord*> LocalFiles::matching(const std::string& typed,
-                                                    const std::string& folder) const {
-  const std::string path = fromTop(typed);
-  std::vector<const FileRecord*> below;
-  std::vector<const FileRecord*> fitting;
-  for (const FileRecord& file : files_) {
-    if (!folder.empty() && file.folder != folder) continue;
-    if (file.path == path) return {&file};
-    if (path == "." || isBelow(path, file.path)) below.push_back(&file);
-    if (matches(path, file.path)) fitting.push_back(&file);
+LocalFiles::Files LocalFiles::exactly(const std::string& typed, const Files& records) const {
+  Files found;
+  for (const FileRecord* each : records) {
+    if (found.empty() || found.front()->archive != each->archive) found.push_back(each);
   }
+  if (found.size() < 2 || use_ == State::Use::kRead) return found;
+  std::vector<std::string> folders;
+  for (const FileRecord* each : found) {
+    folders.push_back(each->folder.empty() ? "none" : each->folder);
+  }
+  throw Problem{typed, fmt::format("in folders {} with different archives", listed(folders)),
+                "choose one with -f"};
+}
+
+LocalFiles::Files LocalFiles::matching(const std::string& typed, const Files& all) const {
+  const std::string path = fromTop(typed);
+  Files exact;
+  Files below;
+  Files fitting;
+  for (const FileRecord* file : all) {
+    if (file->path == path) exact.push_back(file);
+    if (path == "." || isBelow(path, file->path)) below.push_back(file);
+    if (matches(path, file->path)) fitting.push_back(file);
+  }
+  if (!exact.empty()) return exactly(typed, exact);
   if (!below.empty() || path == ".") return below;
   if (!fitting.empty() && isPattern(path)) return fitting;
-  std::string near = nearest(path, pathsOf(files_));
+  std::vector<std::string> known;
+  for (const FileRecord* file : all) known.push_back(file->path);
+  std::string near = nearest(path, known);
   if (!near.empty()) near = fmt::format("did you mean {}?", shown(near));
   const bool isThere = os::hasEntry(absolutePath(directory_.top, path).c_str());
   if (near.empty() && isThere) near = fmt::format("'trevault add {}' puts it there", typed);
-  const std::string whole = folder.empty() ? "project " + directory_.project : "folder " + folder;
-  throw Problem{typed, fmt::format("not in {}", whole), near};
+  throw Problem{typed, fmt::format("not in project {}", directory_.project), near};
 }
 
 std::vector<const FileRecord*> LocalFiles::choose(const std::vector<std::string>& names,
                                                   const std::string& folder) {
-  std::vector<const FileRecord*> chosen;
   if (!folder.empty()) static_cast<void>(session_.project().folder(folder));
-  if (names.empty()) {
-    for (const FileRecord& file : files_) {
-      if (folder.empty() || file.folder == folder) chosen.push_back(&file);
-    }
-    return chosen;
+  Files all;
+  std::map<std::string_view, Files> byPath;  // Many names are most often those of files.
+  for (const FileRecord& file : files_) {
+    if (!folder.empty() && file.folder != folder) continue;
+    all.push_back(&file);
+    if (names.size() > 1) byPath[file.path].push_back(&file);
   }
+  if (names.empty()) return all;
+  Files chosen;
   std::set<const FileRecord*> taken;
   for (const std::string& name : names) {
     try {
-      for (const FileRecord* file : matching(name, folder)) {
+      const auto known = byPath.find(fromTop(name));
+      const Files found =
+          known == byPath.end() ? matching(name, all) : exactly(name, known->second);
+      for (const FileRecord* file : found) {
         if (taken.insert(file).second) chosen.push_back(file);
       }
     } catch (const Problem& problem) {
@@ -364,7 +390,7 @@ const RevisionInfo& LocalFiles::revisionOf(const FileRecord& file, const std::st
   if (text == "here") why = "no revision here yet";
   if (text == "followed") why = directory_.follows + " is in no revision of it";
   if (tip != nullptr && isNumber(text)) why += "; the trunk ends at " + tip->number;
-  throw Problem{shownPath(file), why, ""};
+  throw Problem{shownPath(file), why, nearestMark(history, text)};
 }
 
 Subject LocalFiles::subjectOf(const FileRecord& file, const std::string& revision,

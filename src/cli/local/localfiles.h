@@ -150,13 +150,17 @@ class LocalFiles {
   bool isSafe(const Stamp& stamp) const { return stamp.nanoseconds < state_.written(); }
   void note(const FileRecord& file, const std::string& revision, const Stamp& stamp, bool isLocked);
   std::string nameFollowed();
-  std::vector<const FileRecord*> matching(const std::string& typed,
-                                          const std::string& folder) const;
+  using Files = std::vector<const FileRecord*>;
+  // What a name means among all files; and the one file that several records tell of, or each if
+  // they have different archives: a change has to be told which.
+  Files matching(const std::string& typed, const Files& all) const;
+  Files exactly(const std::string& typed, const Files& records) const;
 
   Session& session_;
   WorkDirectory directory_;
   std::vector<FileRecord> files_;
   State state_;
+  State::Use use_;
   std::vector<Look> filesSeen_;  // By their places; empty if all weren't looked at, as the next.
   std::vector<Look> archivesSeen_;
   std::string user_;

@@ -84,7 +84,8 @@ void NewFiles::askForPlace(const char* command) const {
       "the team's configuration puts archives in {}, in your home; go on", shown(place));
   if (session_.output().ask(question)) return;
   throw Problem{command, "nothing was added",
-                "'trevault project set --archives DIR' names another place", Exit::kCancelled};
+                "'trevault project set --archives DIR' names another place",
+                session_.output().exitOfNo()};
 }
 
 void makePlaceOf(const FileRecord& file) {

@@ -13,6 +13,7 @@
 #include "os/clock.h"
 #include "os/directory.h"
 #include "os/sibling.h"
+#include "os/stop.h"
 
 namespace cli {
 namespace {
@@ -67,6 +68,7 @@ void State::lock() {
   for (int tries = 0; tries < kTries; ++tries) {
     const os::FileResult result = lock_.openLocked(path.c_str());
     if (result != os::FileResult::kBusy) return;  // Without locks it goes as well as it can.
+    if (os::isStopWanted()) throw Problem{"trevault", "stopped", "", Exit::kCancelled};
     os::sleepMilliseconds(kPause);
   }
   throw Problem{"trevault", fmt::format("another trevault works in {}", os::parentOf(top_)),

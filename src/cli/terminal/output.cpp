@@ -207,6 +207,7 @@ void Output::results(const std::vector<Fields>& items,
 
 void Output::line(std::string_view text) {
   if (manner_.json || manner_.quiet) return;
+  tellCut();
   pending_.append(safeFor(os::Stream::kOutput, text)).append("\n");
   const bool isDue = pending_.size() > kWideWrite || os::isTerminal(os::Stream::kOutput);
   if (isDue && !usesPager_) flush();
@@ -219,8 +220,13 @@ void Output::bytes(std::string_view bytes) {
 }
 
 void Output::aside(std::string_view text) {
-  if (manner_.json || manner_.quiet) return;
-  static_cast<void>(os::writeTo(os::Stream::kErrors, safeFor(os::Stream::kErrors, text) + '\n'));
+  if (!manner_.json && !manner_.quiet) complain(text);
+}
+
+void Output::tellCut() {
+  if (!isCut() || lines_ <= kMostLines) return;
+  const size_t rest = std::exchange(lines_, 0) - kMostLines;
+  line(fmt::format("... and {} more (-v shows all)", number(rest)));
 }
 
 bool Output::isCut() const { return isTerminal_ && !manner_.verbose && !usesPager_; }
@@ -263,10 +269,10 @@ void Output::complain(std::string_view text) {
 }
 
 void Output::hint(std::string_view text) {
-  const bool isWanted = !manner_.json && !manner_.quiet && os::isTerminal(os::Stream::kErrors) &&
+  const bool isWanted = os::isTerminal(os::Stream::kErrors) &&
                         os::environmentVariable("TREVAULT_HINTS").value_or("") != "0";
   if (!isWanted || std::exchange(isHinted_, true)) return;
-  complain(fmt::format("hint: {}", text));
+  aside(fmt::format("hint: {}", text));
 }
 
 void Output::problem(const Problem& problem) {
@@ -299,11 +305,11 @@ bool Output::ask(std::string_view what, const Choices& choices) {
   bar_.hide();
   const std::string question =
       fmt::format("{}? [y/N{}{}] ", onTerminal(what), choices.isOneOfMany ? "/a/q" : "",
-                  choices.things.empty() ? "" : "/l");
+                  choices.things.size() > 1 ? "/l" : "");
   for (;;) {
     const std::string answer = os::readFromTerminal(question).value_or("");
     if (os::isStopWanted()) throw stopped();
-    if (answer == "l" && !choices.things.empty()) {
+    if (answer == "l" && choices.things.size() > 1) {
       for (const std::string& each : choices.things) complain("  " + each);
       continue;
     }
@@ -339,8 +345,7 @@ Problem Output::stopped() const {
 
 Exit Output::finish(Exit exit) {
   bar_.end();
-  if (isCut() && lines_ > kMostLines)
-    line(fmt::format("... and {} more (-v shows all)", number(lines_ - kMostLines)));
+  tellCut();
   if (manner_.json) {
     Fields whole{{"version", kVersion}, {"command", command_}};
     whole.insert(whole.end(), document_.begin(), document_.end());

@@ -79,7 +79,7 @@ class Output {
   // the answer is no, as it is at the end of the input.
   struct Choices {
     bool isOneOfMany = false;              // "a" answers all that follow, and "q" ends the command.
-    std::vector<std::string> things = {};  // "l" lists them.
+    std::vector<std::string> things = {};  // "l" lists several.
   };
   // `what` is the question without its choices. Throws Problem if the user wants to stop.
   bool ask(std::string_view what, const Choices& choices);
@@ -87,6 +87,8 @@ class Output {
   // Whether there is somebody at a terminal to be asked, and whether there is any answer.
   bool mayAsk() const;
   bool isAnswered() const { return manner_.yes || manner_.no || mayAsk(); }
+  // Of a command that a no ends: somebody has said it, or there was nobody to ask.
+  Exit exitOfNo() const { return isAnswered() ? Exit::kCancelled : Exit::kFailed; }
 
   // A piece of work with that many files begins: if it takes long, a bar is shown. After each file,
   // whatever came of it, comes a step().
@@ -107,6 +109,7 @@ class Output {
   void complain(std::string_view text);  // A line on the standard error.
   Problem stopped() const;
   bool isCut() const;  // Whether only some results are shown.
+  void tellCut();      // How many were not, once they are all there.
   void showPages();
 
   Manner manner_;

@@ -37,8 +37,8 @@ std::string padded(std::string_view text, size_t columns);
 // of a line.
 std::vector<std::string> table(const std::vector<std::vector<std::string>>& rows);
 
-// The one of `known` that `word` may have been meant for: so near that at most a third of its
-// letters differ. Empty for none.
+// The one of `known` that `word` may have been meant for: one that differs in case only, or so near
+// that at most a third of its letters differ. Empty for none.
 std::string nearest(std::string_view word, const std::vector<std::string>& known);
 
 // "a, b and c".
