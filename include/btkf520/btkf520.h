@@ -240,8 +240,9 @@ typedef int32_t (*TrvsNotifyFourCallback)(const char* first, const char* second,
 typedef int32_t (*TrvsBadDirectiveCallback)(int32_t code, const char* line, const char* file,
                                             int32_t number);
 /* TRVS_CALLBACK_MESSAGE: what went wrong after an operation was done: TRVS_NO_JOURNAL, or
- * TRVS_CANNOT_WRITE if the workfile of a check-in could not be removed or its mode changed. The
- * result is ignored. */
+ * TRVS_CANNOT_WRITE if the workfile of a check-in could not be removed or its mode changed, or was
+ * left alone because the name of the archive's new file may not be on the disk. The result is
+ * ignored. */
 typedef int32_t (*TrvsMessageCallback)(int32_t code);
 /* TRVS_CALLBACK_TEXT: why an operation is refused, where a status doesn't say it. The result is
  * ignored. */

@@ -123,7 +123,7 @@ class File {
   // The same without what nobody needs to read it, such as the time of the change.
   [[nodiscard]] bool syncContent() const;
   // The same for what the directory of place() says about its name: see Place::sync().
-  void syncName() const noexcept { place_.sync(descriptor_); }
+  bool syncName() const noexcept { return place_.sync(descriptor_); }
 
  private:
   friend class SiblingFile;

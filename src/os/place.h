@@ -41,8 +41,8 @@ class Place {
 
   // Brings what the directory now says about the name to the device, so that a power cut does not
   // undo it. A directory that may not be read is synced with all of the disk of `file`, the open
-  // entry. Where neither works there is nothing that could be taken back.
-  void sync(int file) const noexcept;
+  // entry. Where neither works there is nothing that could be taken back: false.
+  bool sync(int file) const noexcept;
 
  private:
   class Entry;

@@ -105,9 +105,9 @@ Place Place::beside(std::string name) const {
   return other;
 }
 
-void Place::sync(int file) const noexcept {
-  const bool isSynced = uninterrupted([this] { return ::fsync(directory()); }) == 0;
-  if (!isSynced && file >= 0) ::syncfs(file);
+bool Place::sync(int file) const noexcept {
+  return uninterrupted([this] { return ::fsync(directory()); }) == 0 ||
+         (file >= 0 && ::syncfs(file) == 0);
 }
 
 }  // namespace os

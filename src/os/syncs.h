@@ -22,7 +22,7 @@ class Syncs {
   // What its directory says about the file's name: see File::syncName().
   void addName(const File& file);
 
-  // Waits until all of them are on the device. False if a file may not be there.
+  // Waits until all of them are on the device. False if one may not be there.
   [[nodiscard]] bool run() const;
 
  private:
@@ -38,6 +38,7 @@ class Syncs {
   static bool isSyncedAtOnce(const Waiting& waiting);
 
   std::map<uint64_t, Waiting> waiting_;  // By device.
+  bool hasFailed_ = false;
 };
 
 }  // namespace os

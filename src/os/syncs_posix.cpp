@@ -45,7 +45,7 @@ void Syncs::addFile(const File& file) {
 void Syncs::addName(const File& file) {
   struct stat directory;
   if (!askStatus(file.place().directory(), &directory)) {
-    file.syncName();
+    if (!file.syncName()) hasFailed_ = true;
     return;
   }
   waiting_[file.status().identity.device].directories.emplace(directory.st_ino, &file);
@@ -60,11 +60,11 @@ bool Syncs::isSyncedAtOnce(const Waiting& waiting) {
 }
 
 bool Syncs::run() const {
-  bool isDone = true;
+  bool isDone = !hasFailed_;
   for (const auto& [device, waiting] : waiting_) {
     if (isSyncedAtOnce(waiting)) continue;
     for (const File* file : waiting.files) isDone = file->sync() && isDone;
-    for (const auto& [directory, file] : waiting.directories) file->syncName();
+    for (const auto& [directory, file] : waiting.directories) isDone = file->syncName() && isDone;
   }
   return isDone;
 }

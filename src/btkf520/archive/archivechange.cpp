@@ -163,7 +163,7 @@ TrvsStatus ArchiveChange::finish() {
   TrvsStatus status = sync() ? conclude() : TRVS_CANNOT_WRITE;
   if (status == TRVS_DONE && rest() == Rest::kFile && !sync()) status = TRVS_CANNOT_WRITE;
   if (status != TRVS_DONE) giveUp();
-  if (status == TRVS_DONE && rest() == Rest::kName) done_.syncName();
+  if (status == TRVS_DONE && rest() == Rest::kName) isNameSafe_ = done_.syncName();
   return status;
 }
 

@@ -42,9 +42,12 @@ class ArchiveChange {
   enum class Rest {
     kNothing,
     kFile,  // file(); the change is to be given up if that fails.
-    kName,  // What its directory says of it, by os::File::syncName().
+    kName,  // What its directory says of it, by os::File::syncName(). Nobody can take that back.
   };
   Rest rest() const;
+  // That may have failed, so that a power cut may still undo the change.
+  void doubtName() { isNameSafe_ = false; }
+  bool isNameSafe() const { return isNameSafe_; }
   // Makes the archive say what it said before, unless the new file has the name already.
   void giveUp();
 
@@ -81,6 +84,7 @@ class ArchiveChange {
   os::File held_;  // The old file, locked.
   archivefile::End end_;
   bool isConcluded_ = false;
+  bool isNameSafe_ = true;
 
   os::SiblingFile sibling_;  // A new file,
   os::File done_;            // once it is concluded.

@@ -52,7 +52,6 @@ void conclude(Part* part) {
   }
 }
 
-// A name that can't be synced is nothing that could be taken back.
 void syncRest(Part* part) {
   const TrvsStatus status = syncAll([part](os::Syncs* syncs) {
     for (const WrittenChange& each : *part) {
@@ -65,7 +64,7 @@ void syncRest(Part* part) {
   for (WrittenChange& each : *part) {
     if (status == TRVS_DONE || !each.outcome.isKept) continue;
     if (each.change->rest() == Rest::kFile) fail(&each, status);
-    if (each.change->rest() == Rest::kName) each.change->file().syncName();
+    if (each.change->rest() == Rest::kName) each.change->doubtName();
   }
 }
 

@@ -328,10 +328,10 @@ void CheckIn::fillRevision(Revision* revision) const {
 }
 
 WrittenChange::Sequel CheckIn::settlesWorkfile() const {
-  return [path = workfilePath_, seen = workfile_, flags = request_.flags](ArchiveChange&) {
+  return [path = workfilePath_, seen = workfile_, flags = request_.flags](ArchiveChange& change) {
     const auto warn = [] { client().message(TRVS_CANNOT_WRITE); };
     bool isSettled = false;
-    attempt([&] { isSettled = settleWorkfile(path, seen, flags); });
+    attempt([&] { isSettled = change.isNameSafe() && settleWorkfile(path, seen, flags); });
     if (!isSettled) attempt(warn);
     return WrittenChange::Outcome();
   };
