@@ -400,8 +400,11 @@ TRVS_EXPORT int32_t TrvsVerifyPromoTreeNodeExist(const char* group, int16_t* kin
  * the file system and user attributes; with its owner too if the process may give files away, else
  * it belongs to the present account, and an access list lets the former owner do what he could.
  * Where one of the others can't be kept, such as the group by somebody who isn't in it, or nothing
- * may be made in the directory, the old file is added to. TRVS_CANNOT_WRITE, and no change, if the
- * process may not write the archive; or if its owner may not, so that mode 0444 refuses root too.
+ * may be made in the directory, the old file is added to, at most 1023 times: then it is
+ * TRVS_CANNOT_WRITE until somebody changes the archive who can make a new file. TRVS_CANNOT_WRITE,
+ * and no change, if the process may not write the archive; or if its owner may not, so that mode
+ * 0444 refuses root too; or if a file would exceed the process's limit of size, whose signal
+ * SIGXFSZ ends a process that doesn't ignore it.
  * Where the path is a symbolic link the archive that it leads to changes; but TRVS_CANNOT_OPEN, told
  * to TRVS_CALLBACK_TEXT, and no change, if the link belongs to neither the present user nor root nor
  * the archive's owner. */
