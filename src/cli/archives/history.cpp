@@ -5,6 +5,7 @@
 
 #include "btkf520/btkf520.h"
 #include "cli/archives/engine.h"
+#include "cli/text/text.h"
 
 namespace cli {
 namespace {
@@ -60,6 +61,11 @@ std::string startOf(std::string_view branch) {
   return std::string(branch.substr(0, std::min(branch.rfind('.'), branch.size())));
 }
 
+Problem unknownLabel(const std::string& label, const std::vector<std::string>& known) {
+  return {label, "no file has this label",
+          offerNearest(label, known, "'trevault labels' lists them")};
+}
+
 History::History(const std::string& archive, const std::string& file) {
   TrvsRevTree* tree = nullptr;
   check(TrvsRevTreeInfo(TRVS_CONTEXT, archive.c_str(), &tree, TRVS_TREE_FETCH),
@@ -108,6 +114,15 @@ const RevisionInfo* History::inGroup(std::string_view group) const {
 }
 const RevisionInfo* History::lockedBy(std::string_view user) const {
   return last([&](const RevisionInfo& each) { return each.isLockedBy(user); });
+}
+
+std::vector<std::string> History::marks() const {
+  std::vector<std::string> marks;
+  for (const RevisionInfo& each : revisions_) {
+    marks.insert(marks.end(), each.labels.begin(), each.labels.end());
+    marks.insert(marks.end(), each.groups.begin(), each.groups.end());
+  }
+  return marks;
 }
 
 std::string History::nextBranch(const std::string& number) const {

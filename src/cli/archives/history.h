@@ -5,6 +5,8 @@
 #include <string_view>
 #include <vector>
 
+#include "cli/problem.h"
+
 namespace cli {
 
 // "2026-11-23T10:31:06" for "2026-11-23 10:31:06".
@@ -41,6 +43,9 @@ bool floats(const std::string& archive, const std::string& label, const std::str
 std::string branchOf(std::string_view number);
 std::string startOf(std::string_view branch);
 
+// Where no file has `label`, and all have the labels and groups `known`.
+Problem unknownLabel(const std::string& label, const std::vector<std::string>& known);
+
 class History {
  public:
   // Throws Problem; `file` is what it is about.
@@ -58,6 +63,8 @@ class History {
   const RevisionInfo* withLabel(std::string_view label) const;
   const RevisionInfo* inGroup(std::string_view group) const;
   const RevisionInfo* lockedBy(std::string_view user) const;
+  // The labels and groups of all of them.
+  std::vector<std::string> marks() const;
   // The number of the branch that would start there next.
   std::string nextBranch(const std::string& number) const;
 

@@ -75,10 +75,16 @@ std::string PromotionModel::chosen(const std::string& named, const std::string& 
     throw misuse(named, "no such group",
                  "this project has none, see 'trevault config set PROMOTE'");
   }
-  const std::string near = nearest(named, groups);
-  throw misuse(named, has(named) ? "no development group" : "no such group",
-               near.empty() ? fmt::format("development groups are {}", listed(groups))
-                            : fmt::format("did you mean '{}'?", near));
+  throw misuse(
+      named, has(named) ? "no development group" : "no such group",
+      offerNearest(named, groups, fmt::format("development groups are {}", listed(groups))));
+}
+
+void PromotionModel::refuseUnknown(const std::string& group) const {
+  if (has(group)) return;
+  std::vector<std::string> known;
+  for (const auto& [below, above] : links_) known.insert(known.end(), {below, above});
+  throw misuse(group, "no such group", offerNearest(group, known, "'trevault groups' lists them"));
 }
 
 }  // namespace cli

@@ -16,6 +16,8 @@ class PromotionModel {
 
   bool isEmpty() const { return links_.empty(); }
   bool has(std::string_view group) const;
+  // Throws Problem for a group that it does not have.
+  void refuseUnknown(const std::string& group) const;
   bool isDevelopment(std::string_view group) const;
   // Where nothing promotes to: revisions begin there.
   std::vector<std::string> developmentGroups() const;

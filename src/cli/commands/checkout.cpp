@@ -35,6 +35,7 @@ class CheckOut : public FileCommand {
     if (!copy_.empty()) use_ = State::Use::kRead;
     if (!group_.empty()) chooseGroup();
     auto files = chosen();
+    local().refuseUnknown(revision_, files);
     const auto former =
         isWhole() ? local().formerFiles(local().labelIn(revision_)) : std::vector<FileRecord>();
     if (!copy_.empty()) {
@@ -53,8 +54,6 @@ class CheckOut : public FileCommand {
 
   void chooseGroup() {
     if (!revision_.empty()) throw misuse("checkout", "-r and -g exclude each other");
-    const PromotionModel& model = local().promotion();
-    if (!model.has(group_)) throw misuse(group_, "no such group", "'trevault groups' lists them");
     revision_ = "group:" + group_;
   }
 

@@ -34,6 +34,9 @@ class Diff : public FileCommand {
       throw misuse(fmt::format("-U {}", context_), "not a number of lines");
     }
     auto files = chosen();
+    const size_t dots = std::min(range_.find(".."), range_.size());
+    local().refuseUnknown(range_.substr(0, dots), files);
+    local().refuseUnknown(range_.substr(std::min(dots + 2, range_.size())), files);
     const auto former = formerFiles();
     for (const FileRecord& each : former) files.push_back(&each);
     forEach(files, [&](const FileRecord& file) { diff(file); });

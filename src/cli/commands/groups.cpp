@@ -39,6 +39,7 @@ class Promote : public FileCommand {
   void chooseGroup() {
     const PromotionModel& model = local().promotion();
     const std::string& project = local().directory().project;
+    if (!group_.empty() && !model.isEmpty()) model.refuseUnknown(group_);
     if (group_.empty()) group_ = local().directory().group;
     if (!model.has(group_)) group_ = model.chosen(group_, project);
     if (group_.empty() && !model.isEmpty()) group_ = model.developmentGroups().front();

@@ -26,14 +26,19 @@ void refuseUnmarked(const std::string& text) {
   }
 }
 
-bool isUsed(const std::string& label, const std::vector<FileRecord>& files) {
-  return std::any_of(files.begin(), files.end(), [&](const FileRecord& file) {
+void refuseUnusedLabel(const std::string& label, const std::vector<FileRecord>& files) {
+  std::vector<std::string> known;
+  for (const FileRecord& file : files) {
     try {
-      return History(file.archive, file.path).withLabel(label) != nullptr;
+      const History history(file.archive, file.path);
+      if (history.withLabel(label) != nullptr) return;
+      const auto marks = history.marks();
+      known.insert(known.end(), marks.begin(), marks.end());
     } catch (const Problem&) {
-      return false;  // It is told when its turn comes.
+      continue;  // It is told when its turn comes.
     }
-  });
+  }
+  throw unknownLabel(label, known);
 }
 
 // The trunk, a group of the model, or a label that some file has: with what the user may have
@@ -45,9 +50,7 @@ void refuseUnknown(const std::string& text, const PromotionModel& model, const P
   const bool saysLabel = text.starts_with("label:");
   const std::string name = saysGroup || saysLabel ? text.substr(text.find(':') + 1) : text;
   if (!saysLabel && model.has(name)) return;
-  if (saysGroup) throw misuse(name, "no such group", "'trevault groups' lists them");
-  if (isUsed(name, project.files())) return;
-  throw misuse(name, "no file has this label", "'trevault labels' lists them");
+  saysGroup ? model.refuseUnknown(name) : refuseUnusedLabel(name, project.files());
 }
 
 // Puts files into a work directory, and says so.

@@ -44,6 +44,7 @@ class Label : public FileCommand {
         isWhole() && deletes_ ? local().formerFiles(name_) : std::vector<FileRecord>();
     for (const FileRecord& each : former) files.push_back(&each);
     if (deletes_) return remove(files);
+    local().refuseUnknown(revision_, files);
     std::vector<std::string> numbers;
     if (!findAll(files, &numbers)) {
       throw Problem{"label", "nothing was labelled", ""};
@@ -127,6 +128,7 @@ class Label : public FileCommand {
   }
 
   void remove(Files files) {
+    local().refuseUnknown("label:" + name_, files);
     std::erase_if(files, [&](const FileRecord* file) {
       return local().historyOf(*file).withLabel(name_) == nullptr;
     });

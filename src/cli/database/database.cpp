@@ -126,10 +126,8 @@ Project Database::open(const std::string& name) {
   Project project;
   project.impl_.reset(new Project::Impl{findProject(impl_->root, name)});
   if (project.impl_->handle.isNull()) {
-    const std::string near = nearest(name, projects());
     throw misuse(name, "no such project",
-                 near.empty() ? "'trevault project list' lists them"
-                              : fmt::format("did you mean '{}'?", near));
+                 offerNearest(name, projects(), "'trevault project list' lists them"));
   }
   Messages::instance().forget();
   project.impl_->handle.open();

@@ -27,17 +27,6 @@ bool isNumber(std::string_view text) {
   return !text.empty() && text.find_first_not_of("0123456789.") == std::string_view::npos;
 }
 
-// "did you mean 'REL_1'?", of the labels and groups that a file has; empty for none.
-std::string nearestMark(const History& history, const std::string& text) {
-  std::vector<std::string> known;
-  for (const RevisionInfo& each : history.revisions()) {
-    known.insert(known.end(), each.labels.begin(), each.labels.end());
-    known.insert(known.end(), each.groups.begin(), each.groups.end());
-  }
-  const std::string near = isNumber(text) ? "" : nearest(text, known);
-  return near.empty() ? "" : fmt::format("did you mean '{}'?", near);
-}
-
 // Whether a path from the top surely leads to a place that files of a project may have.
 bool isPlain(std::string_view path) {
   return !path.empty() && path.front() != '.' && path.front() != '/' &&
@@ -366,6 +355,29 @@ std::vector<FileRecord> LocalFiles::formerFiles(const std::string& label) {
   return former;
 }
 
+void LocalFiles::refuseUnknown(const std::string& text, const Files& chosen) {
+  const std::string label = labelIn(text);
+  if (text.starts_with(kGroupMark)) promotion().refuseUnknown(text.substr(kGroupMark.size()));
+  if (label.empty() && !isNumber(text)) return;
+  Files all = chosen;
+  for (const FileRecord& file : files_) all.push_back(&file);
+  std::vector<std::string> known;
+  for (const FileRecord* file : all) {
+    session_.output().mayStop();
+    try {
+      const History& history = historyOf(*file);
+      const bool isLabelled = !label.empty() && history.withLabel(label) != nullptr;
+      if (isLabelled || history.find(text) != nullptr || history.tipOf(text) != nullptr) return;
+      const auto marks = history.marks();
+      known.insert(known.end(), marks.begin(), marks.end());
+    } catch (const Problem&) {
+      return;  // It may have it; what is wrong with it is told when its turn comes.
+    }
+  }
+  if (isNumber(text)) throw Problem{text, "no file has this revision", "see 'trevault log'"};
+  if (formerFiles(label).empty()) throw unknownLabel(label, known);
+}
+
 const RevisionInfo& LocalFiles::revisionOf(const FileRecord& file, const std::string& text) {
   const History& history = historyOf(file);
   const RevisionInfo* found = nullptr;
@@ -390,7 +402,7 @@ const RevisionInfo& LocalFiles::revisionOf(const FileRecord& file, const std::st
   if (text == "here") why = "no revision here yet";
   if (text == "followed") why = directory_.follows + " is in no revision of it";
   if (tip != nullptr && isNumber(text)) why += "; the trunk ends at " + tip->number;
-  throw Problem{shownPath(file), why, nearestMark(history, text)};
+  throw Problem{shownPath(file), why, isNumber(text) ? "" : offerNearest(text, history.marks())};
 }
 
 Subject LocalFiles::subjectOf(const FileRecord& file, const std::string& revision,

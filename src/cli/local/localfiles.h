@@ -93,6 +93,9 @@ class LocalFiles {
   // The revision that a text means: a number, "here", "followed", "tip", "trunk", a group, a label.
   // Throws Problem.
   const RevisionInfo& revisionOf(const FileRecord& file, const std::string& text);
+  // Throws Problem for a number, a label or a group that no file of the whole project has. Those of
+  // the `chosen` are looked at first.
+  void refuseUnknown(const std::string& text, const std::vector<const FileRecord*>& chosen);
 
   // What may stand in the way of a lock or a check-in of `revision` in `group`, for the words of a
   // problem. An empty group is the only one.

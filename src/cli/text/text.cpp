@@ -188,6 +188,12 @@ std::string nearest(std::string_view word, const std::vector<std::string>& known
   return best;
 }
 
+std::string offerNearest(std::string_view word, const std::vector<std::string>& known,
+                         const std::string& otherwise) {
+  const std::string near = nearest(word, known);
+  return near.empty() ? otherwise : fmt::format("did you mean '{}'?", near);
+}
+
 std::string listed(const std::vector<std::string>& words) {
   std::string result;
   for (size_t i = 0; i < words.size(); ++i) {

@@ -41,6 +41,10 @@ std::vector<std::string> table(const std::vector<std::vector<std::string>>& rows
 // that at most a third of its letters differ. Empty for none.
 std::string nearest(std::string_view word, const std::vector<std::string>& known);
 
+// "did you mean 'REL_1'?" with that one, else `otherwise`.
+std::string offerNearest(std::string_view word, const std::vector<std::string>& known,
+                         const std::string& otherwise = "");
+
 // "a, b and c".
 std::string listed(const std::vector<std::string>& words);
 
