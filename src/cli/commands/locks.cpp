@@ -12,6 +12,11 @@
 namespace cli {
 namespace {
 
+// "bob", or with the note of the lock "bob (dry run of the pump)".
+std::string noted(const std::string& text, const LockInfo& lock) {
+  return lock.note.empty() ? text : fmt::format("{} ({})", text, lock.note);
+}
+
 void setWritable(const std::string& path, bool isWritable) {
   if (os::setWritable(path.c_str(), isWritable) == os::FileResult::kDone) return;
   throw Problem{path, "its mode can't be changed", "see who owns it"};
@@ -64,12 +69,12 @@ class Lock : public FileCommand {
                    const RevisionInfo& wanted) const {
     const LockInfo* const other = history.lockOfOther(wanted.number, local().user());
     if (other == nullptr) return;
-    std::string why =
-        fmt::format("{} has locked {} since {}", other->user, other->number, other->minute());
-    if (!other->note.empty()) why += fmt::format(" ({})", other->note);
-    throw Problem{shownPath(file), why,
-                  fmt::format("ask {}, or look at 'trevault locks'", other->user), Exit::kFailed,
-                  TRVS_LOCKED};
+    throw Problem{
+        shownPath(file),
+        noted(fmt::format("{} has locked {} since {}", other->user, other->number, other->minute()),
+              *other),
+        fmt::format("ask {}, or look at 'trevault locks'", other->user), Exit::kFailed,
+        TRVS_LOCKED};
   }
 
   void refuseChanged(const FileRecord& file, const RevisionInfo* here,
@@ -166,11 +171,13 @@ class Unlock : public FileCommand {
                     "'--force' takes it back"};
     }
     const LockInfo was = *lock;
-    const std::string question = fmt::format("take back {}'s lock of {} {}, held since {}",
-                                             was.user, shownPath(file), was.number, was.minute());
+    const std::string question =
+        noted(fmt::format("take back {}'s lock of {} {}, held since {}", was.user, shownPath(file),
+                          was.number, was.minute()),
+              was);
     if (!isSure(file, question, "left locked")) return;
     if (!isDry_) remove(file, was.number, was.user);
-    tell(file, said(kUnlock), was.number, ", held by " + was.user);
+    tell(file, said(kUnlock), was.number, noted(", held by " + was.user, was));
     later([this, user = was.user] {
       output().hint(
           fmt::format("{0}'s copy is still writable; {0}'s next 'trevault status' tells it", user));
