@@ -53,6 +53,13 @@ void tell(Output& output, const std::vector<Setting>& settings) {
   }
 }
 
+// What a line of a file has for it: an empty value would turn a switch on.
+std::string lineValue(const std::string& name, const std::string& value) {
+  const bool isSwitch = name == "EXCLUSIVELOCK" || name == "MULTILOCK" ||
+                        name == "EXPANDKEYWORDS" || name == "BRANCHWARN";
+  return isSwitch && value.empty() ? "OFF" : value;
+}
+
 // Why a directive can't have a value.
 const char* wordsFor(int32_t status) {
   switch (status) {
@@ -135,6 +142,7 @@ class ConfigSet : public Command {
     const bool mayHaveSeveral =
         name == "PROMOTE" || name == "ARCHIVESUFFIX" || name == "EVENTTRIGGER";
     if (values_.size() > 1 && !mayHaveSeveral) throw misuse(name, "takes one value", "quote it");
+    for (std::string& value : values_) value = lineValue(name, value);
     const std::string file = session.project().configurationFile();
     const auto trial = isDry_ ? foldapi::Trial::kOnly : foldapi::Trial::kThenWrite;
     check(session.project().setDirective(name, values_, trial), file, name, values_);
