@@ -56,7 +56,7 @@ Roots Session::roots() {
     const std::string reason = fmt::format("{} in {}", kMemory, near->top);
     for (auto [said, place] : {std::pair(&near->publicRoot, &roots.publicRoot),
                                std::pair(&near->privateRoot, &roots.privateRoot)}) {
-      if (!said->empty() && *said != place->path) *place = {*said, reason};
+      if (!said->empty() && *said != place->path) *place = {*said, reason, true};
     }
   }
   for (auto [option, name, variable, place] :

@@ -32,8 +32,8 @@ class ProjectAdd : public Command {
     const std::string top = session.absolute(directory_.empty() ? "." : directory_);
     refuseOther(top);
     if (isDry_) return sayDry(session);
+    Database& database = session.database(Database::Making::kOnce);
     if (!os::makeDirectories(top)) throw Problem{top, "can't be made", "choose another directory"};
-    Database& database = session.database(Database::Making::kAllowed);
     Project project =
         database.add(name_, top, teamWork_.empty() ? "" : session.absolute(teamWork_));
     const std::string archives = archives_.empty()
@@ -53,8 +53,8 @@ class ProjectAdd : public Command {
 
  private:
   void sayDry(Session& session) const {
-    const std::string root = session.roots().publicRoot.path;
-    if (os::hasEntry(root.c_str())) session.database().refuseKnown(name_);
+    const Place root = session.roots().publicRoot;
+    if (root.isRemembered || os::hasEntry(root.path.c_str())) session.database().refuseKnown(name_);
     session.output().result({{"name", name_}, {"action", "would create"}},
                             fmt::format("would create project {}", name_));
   }

@@ -57,7 +57,7 @@ Roots rootsOfProfile() {
   for (const auto& [key, place] :
        {std::pair("TRVSPROJ", &roots.publicRoot), std::pair("TRVSPRIV", &roots.privateRoot)}) {
     const auto value = foldapi::profileValue("[TRVSGUI]", key);
-    *place = value ? Place{native(VString(*value)), "the profile"}
+    *place = value ? Place{native(VString(*value)), "the profile", true}
                    : Place{joined(foldapi::userDataDirectory(), key), kDefaultPlace};
   }
   return roots;
@@ -83,7 +83,8 @@ struct Database::Impl {
 
 Database::Database(Roots roots, Making making)
     : roots_(std::move(roots)), impl_(std::make_unique<Impl>()) {
-  if (making == Making::kNot) refuseMissing(roots_.publicRoot);
+  const bool isAgain = making == Making::kOnce && roots_.publicRoot.isRemembered;
+  if (making == Making::kNot || isAgain) refuseMissing(roots_.publicRoot);
   Messages& messages = Messages::instance();
   foldapi::SetGlobalHandler(&messages);
   if (!foldapi::EnableToolkit(messages)) throw Problem{"trevault", "no memory to start"};

@@ -18,6 +18,7 @@ namespace cli {
 struct Place {
   std::string path;
   std::string reason;
+  bool isRemembered = false;  // There was a database when that was written down.
 };
 
 struct Roots {
@@ -104,7 +105,8 @@ class Database {
  public:
   // Reads the list of projects. Nothing is made unless `makes`: a public root that is no database
   // is refused.
-  enum class Making { kAllowed, kNot };
+  // kOnce: a root that is remembered, and is not there, is somewhere else.
+  enum class Making { kAllowed, kOnce, kNot };
   Database(Roots roots, Making making);
   ~Database();
 
