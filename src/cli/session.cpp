@@ -8,6 +8,7 @@
 #include "cli/text/text.h"
 #include "os/directory.h"
 #include "os/environment.h"
+#include "os/file.h"
 
 namespace cli {
 namespace {
@@ -40,6 +41,14 @@ std::string Session::absolute(const std::string& typed) const { return absoluteP
 
 std::string Session::fromHere(const std::string& path) const {
   return isBelow(here_, path) ? relativePath(here_, path) : path;
+}
+
+std::string Session::placeToWrite(const std::string& typed) const {
+  std::string path = absolute(typed);
+  os::FileStatus status;
+  const bool isThere = os::readStatus(path.c_str(), &status) == os::FileResult::kDone;
+  if (isThere && !status.isRegular) throw Problem{typed, "is no file", "choose another name"};
+  return path;
 }
 
 const std::optional<WorkDirectory>& Session::nearest() {

@@ -90,7 +90,7 @@ class ExportCommand : public Command {
       if (result == os::FileResult::kDone) return;
       throw Problem{path_, "can't be written", "see whether the disk is full, and who owns it"};
     };
-    must(file.open(session_->absolute(path_)));
+    must(file.open(session_->placeToWrite(path_)));
     exportTo([&](std::string_view bytes) { must(file.write(bytes)); }, local, wishes);
     must(file.giveRights(nullptr));
     must(file.finish(os::SiblingFile::Naming::kReplace, os::SiblingFile::Safety::kSoon, nullptr));

@@ -58,7 +58,7 @@ class Tree : public FileCommand {
       } else if (picture_ == "-") {
         output_->result({{"file", file->path}, {"content", svg}}, "");
       } else {
-        store(session().absolute(picture_), svg);
+        store(session().placeToWrite(picture_), svg);
         output_->result({{"file", file->path}, {"action", "drawn"}, {"picture", picture_}},
                         fmt::format("drew {} in {}", shownPath(*file), shown(picture_)));
       }
@@ -68,7 +68,6 @@ class Tree : public FileCommand {
   void store(const std::string& path, const std::string& svg) {
     os::FileStatus status;
     const bool isThere = os::readStatus(path.c_str(), &status) == os::FileResult::kDone;
-    if (isThere && !status.isRegular) throw Problem{picture_, "is no file", "choose another name"};
     if (isThere && !output_->ask(shown(picture_) + " is there already; overwrite it")) {
       throw Problem{picture_, "is there already", "overwrite with --yes", Exit::kCancelled};
     }
