@@ -44,7 +44,8 @@ MAY_INCLUDE_TOO = {
                 "os/fingerprint.h"],
     "api": ["foldapi/foldapi.h"],
     "cli": ["foldapi/foldapi.h"],
-    **{"cli/" + part: ["btkf520/btkf520.h"] for part in ("archives", "local", "moving", "commands")},
+    **{"cli/" + part: ["btkf520/btkf520.h"]
+       for part in ("archives", "database", "local", "moving", "commands")},
     **{"btkf520/" + part: ["btkf520/btkf520.h"]
        for part in ("archive", "configuration", "operations", "interface")},
 }

@@ -6,6 +6,7 @@
 #include <unordered_map>
 #include <unordered_set>
 
+#include "btkf520/btkf520.h"
 #include "cli/database/database.h"
 #include "cli/database/handles.h"
 #include "cli/database/messages.h"
@@ -34,9 +35,27 @@ using foldapi::VString;
 
 // native() for many paths: it looks whether each is there by that very name, and for those of one
 // directory one list of that tells it.
+// Names that would all be one of the files `shared` are left as they are: letter case tells them
+// apart.
 class Natives {
  public:
+  explicit Natives(std::unordered_set<std::string> shared = {}) : shared_(std::move(shared)) {}
+
   std::string operator()(const VString& text) {
+    std::string found = find(text);
+    return shared_.contains(found) && text.view().starts_with('/') ? text.str() : found;
+  }
+
+ private:
+  static constexpr size_t kFew = 8;
+
+  struct Directory {
+    size_t asked = 0;
+    std::string path;
+    std::unordered_set<std::string> names;
+  };
+
+  std::string find(const VString& text) {
     const std::string_view path = text.view();
     const size_t end = path.rfind('/');
     const bool isPlain = end != std::string_view::npos && end > 0 && end + 1 < path.size() &&
@@ -50,20 +69,12 @@ class Natives {
     return directory.names.contains(name) ? joined(directory.path, name) : native(text);
   }
 
- private:
-  static constexpr size_t kFew = 8;
-
-  struct Directory {
-    size_t asked = 0;
-    std::string path;
-    std::unordered_set<std::string> names;
-  };
-
   static void list(std::string_view text, Directory* to) {
     to->path = native(VString(std::string(text)));
     os::forEachEntry(to->path.c_str(), [&](const char* name) { to->names.insert(name); });
   }
 
+  std::unordered_set<std::string> shared_;
   std::unordered_map<std::string, Directory> directories_;
 };
 
@@ -152,17 +163,38 @@ foldapi::SetResult Project::setDirective(const std::string& name,
   return foldapi::SetDirective(impl_->handle, name, values, trial);
 }
 
-std::vector<FileRecord> Project::files() const {
+namespace {
+
+std::vector<FileRecord> takeAll(TVHandle& project, const std::string& top, Natives natives) {
   std::vector<FileRecord> result;
-  const std::string top = workDirectory();
-  Natives natives;
-  takeMembers(impl_->handle, top, "", natives, &result);
-  forEach<TVArchiveFolder>(impl_->handle, [&](TVHandle& child) {
+  takeMembers(project, top, "", natives, &result);
+  forEach<TVArchiveFolder>(project, [&](TVHandle& child) {
     takeMembers(child, top, child.as<TVArchiveFolder>()->folderName().str(), natives, &result);
   });
   std::sort(result.begin(), result.end(),
             [](const FileRecord& left, const FileRecord& right) { return left.path < right.path; });
   return result;
+}
+
+// The paths that several records have, with an archive each.
+std::unordered_set<std::string> sharedPaths(const std::vector<FileRecord>& files,
+                                            const std::string& top) {
+  std::unordered_set<std::string> shared;
+  for (size_t i = 1; i < files.size(); ++i) {
+    const bool isShared =
+        files[i].path == files[i - 1].path && files[i].archive != files[i - 1].archive;
+    if (isShared) shared.insert(absolutePath(top, files[i].path));
+  }
+  return shared;
+}
+
+}  // namespace
+
+std::vector<FileRecord> Project::files() const {
+  const std::string top = workDirectory();
+  std::vector<FileRecord> files = takeAll(impl_->handle, top, Natives());
+  auto shared = sharedPaths(files, top);
+  return shared.empty() ? files : takeAll(impl_->handle, top, Natives(std::move(shared)));
 }
 
 namespace {
@@ -187,6 +219,16 @@ TVArchiveFolderHandle findFolder(TVHandle& project, const std::string& name) {
   throw misuse(name, "no such folder", "'trevault folder list' lists them");
 }
 
+// What the text of a record would not bring back.
+void refuseUnstorable(const std::string& path) {
+  const auto directories = split(directoryPart(path), '/');
+  const bool endsInDot = std::any_of(directories.begin(), directories.end(),
+                                     [](const std::string& each) { return each.ends_with('.'); });
+  if (endsInDot) throw Problem{path, "a directory's name can't end in a dot", "rename it"};
+  if (path.find_first_of("];\n") == std::string::npos) return;
+  throw Problem{path, "a file's name can't hold ';', ']' or a line end", "rename it"};
+}
+
 // What a record below `parent` says of a file: its path counts from the folder's place.
 foldapi::TVMemberNames namesOf(const FileRecord& file, const std::string& folderDirectory) {
   std::string path = file.path;
@@ -199,6 +241,8 @@ foldapi::TVMemberNames namesOf(const FileRecord& file, const std::string& folder
     }
     path = relativePath('/' + folderDirectory, '/' + path);
   }
+  refuseUnstorable(file.path);
+  refuseUnstorable(file.archive);
   return {VPathString(std::string(directoryPart(file.archive))),
           VPathString(std::string(namePart(file.archive))),
           VPathString(std::string(directoryPart(path))), VPathString(std::string(namePart(path)))};
@@ -209,8 +253,9 @@ TVArchiveMemberHandle findMember(TVHandle& parent, const std::string& top, const
   TVArchiveMemberHandle found;
   forEach<TVArchiveMember>(parent, [&](TVHandle& child) {
     const auto& member = *child.as<TVArchiveMember>();
-    const bool isIt =
-        pathOf(member, top) == file.path && native(member.qualArchiveName()) == file.archive;
+    const bool isNamed =
+        pathOf(member, top) == file.path || fromTop(member.fullWorkName().str(), top) == file.path;
+    const bool isIt = isNamed && native(member.qualArchiveName()) == file.archive;
     if (isIt) found = TVArchiveMemberHandle(child);
   });
   return found;
@@ -359,12 +404,30 @@ void Project::removeFolder(const std::string& name) {
   }
 }
 
+namespace {
+
+// A path of the system was looked up before, and letter case counts in it: a name that is missing
+// is not another one in other letters. Only texts of data files and configurations are looked up.
+int32_t resolvePath(const char* text, char* buffer, int32_t size) {
+  const std::string_view given = text;
+  const bool isFound =
+      given.starts_with('/') && !given.starts_with("//") && given.find('\\') == given.npos;
+  const std::string path = isFound ? text : foldapi::nativePath(text);
+  if (path.empty()) return TRVS_BAD_NAME;
+  if (path.size() >= static_cast<size_t>(size)) return TRVS_BUFFER_TOO_SMALL;
+  buffer[path.copy(buffer, path.size())] = '\0';
+  return TRVS_DONE;
+}
+
+}  // namespace
+
 void Project::useConfiguration() const {
   Messages::instance().forget();
   if (!foldapi::useInClientState(impl_->handle)) {
     throw Problem{configurationFile(), withMessages("the configuration can't be read"),
                   "see who owns it"};
   }
+  static_cast<void>(TrvsRegisterPathResolver(&resolvePath));
 }
 
 }  // namespace cli
