@@ -29,6 +29,9 @@ namespace os {
 
 class SiblingFile {
  public:
+  // Whether a file of that name is what a killed writer left over.
+  static bool hasName(std::string_view name);
+
   SiblingFile() = default;
   SiblingFile(const SiblingFile&) = delete;
   SiblingFile& operator=(const SiblingFile&) = delete;

@@ -20,9 +20,11 @@ constexpr int kTries = 100;               // While others rename and remove the 
 constexpr int kNames = 10;                // Of which all but one are other users' leftovers.
 constexpr mode_t kForOwner = S_IRUSR | S_IWUSR;
 
+constexpr std::string_view kMark = ".trvs-new";
+
 std::string siblingOf(const std::string& name, int number) {
   constexpr size_t kLongestName = 255;
-  const std::string suffix = ".trvs-new" + (number == 0 ? "" : std::to_string(number));
+  const std::string suffix = std::string(kMark) + (number == 0 ? "" : std::to_string(number));
   return name.substr(0, kLongestName - suffix.size()) + suffix;
 }
 
@@ -51,6 +53,11 @@ bool overwriteInPlace(const File& file, std::string_view bytes) {
 }
 
 }  // namespace
+
+bool SiblingFile::hasName(std::string_view name) {
+  const size_t last = name.find_last_not_of("0123456789");
+  return last != name.npos && name.substr(0, last + 1).ends_with(kMark);
+}
 
 void SiblingFile::giveUp() {
   if (!file_.isOpen()) return;

@@ -76,7 +76,10 @@ class CheckIn : public FileCommand {
     for (const FileRecord* file : files) {
       output().mayStop();
       try {
-        if (local().standingOf(*file) != Standing::kChanged) continue;
+        if (!isDry_) local().settleLost(*file);
+        const Standing standing = local().standingOf(*file);
+        if (standing == Standing::kUnknown) refuseUnknown(*file);
+        if (standing != Standing::kChanged) continue;
         const RevisionInfo* const here = local().hereOf(*file);
         if (locks_ || here->isLockedBy(local().user()) || !needsLock(*file)) {
           chosen.push_back(file);
@@ -91,7 +94,19 @@ class CheckIn : public FileCommand {
     return chosen;
   }
 
+  // It may come from any revision: as the next one of the wrong parent it would undo others' work.
+  void refuseUnknown(const FileRecord& file) const {
+    const RevisionInfo* const locked = local().historyOf(file).lockedBy(local().user());
+    if (locked == nullptr) return;
+    throw Problem{
+        shownPath(file),
+        fmt::format("you have locked {}, and no revision is known that this file came from",
+                    locked->number),
+        "'trevault revert' keeps your copy aside, then lock and bring your changes over"};
+  }
+
   void checkIn(const FileRecord& file) {
+    if (local().standingOf(file) == Standing::kUnknown) refuseUnknown(file);
     const RevisionInfo& here = local().revisionOf(file, "here");
     const std::string parent = here.number;
     refuseUnlocked(file, here);

@@ -153,11 +153,13 @@ class CheckOut : public FileCommand {
     Standing standing = local().standingOf(file);
     const RevisionInfo* const here = local().hereOf(file);
     const bool isHere = here != nullptr && here->number == number;
+    if (!isDry_) local().settleLost(file);
+    if (isHere && standing == Standing::kSame) return;
+    const bool isThere = isThereAlready(file, standing, *wanted);
     // Its revision was deleted: this may be the last copy.
     if (here == nullptr && standing == Standing::kSame) standing = Standing::kUnknown;
-    if (isHere && standing == Standing::kSame) return;
     bool isKept = false;
-    if (standing == Standing::kChanged || standing == Standing::kUnknown) {
+    if (!isThere && (standing == Standing::kChanged || standing == Standing::kUnknown)) {
       if (isHere && names_.empty()) return;  // Work in progress on what is wanted anyway.
       isKept = mayOverwrite(file, here, *wanted);
       if (!isKept) return;
@@ -172,6 +174,17 @@ class CheckOut : public FileCommand {
     ++done_;
     tell(file, said(kCheckOut), number, isKept ? ", old content kept" : "",
          {{"before", numberOrNull(here)}});
+  }
+
+  // By a check-out that was killed before it could remember it, or by other means.
+  bool isThereAlready(const FileRecord& file, Standing standing, const RevisionInfo& wanted) {
+    if (standing != Standing::kChanged && standing != Standing::kSame) return false;
+    const RevisionInfo* const here = local().hereOf(file);
+    const bool mayBe = here == nullptr
+                           ? standing == Standing::kSame
+                           : here->number != wanted.number && standing == Standing::kChanged &&
+                                 !here->isLockedBy(local().user());
+    return mayBe && local().isThere(file, wanted.number);
   }
 
   bool mayOverwrite(const FileRecord& file, const RevisionInfo* here, const RevisionInfo& wanted) {
@@ -228,7 +241,7 @@ class Revert : public FileCommand {
     std::vector<std::string> changed;
     for (const FileRecord* file : files) {
       output().mayStop();
-      if (local().standingOf(*file) == Standing::kChanged) changed.push_back(shownPath(*file));
+      if (differs(*file)) changed.push_back(shownPath(*file));
     }
     if (!changed.empty() && !isDry_ &&
         !output().ask(fmt::format("drop the changes of {}", counted(changed.size(), "file")),
@@ -240,15 +253,26 @@ class Revert : public FileCommand {
   }
 
   bool hasSomething(const FileRecord& file) {
+    if (!isDry_) local().settleLost(file);
     const RevisionInfo* const here = local().hereOf(file);
-    return here != nullptr && (!revision_.empty() || here->isLockedBy(local().user()) ||
-                               local().standingOf(file) != Standing::kSame);
+    if (here == nullptr) return differs(file);
+    return !revision_.empty() || here->isLockedBy(local().user()) ||
+           local().standingOf(file) != Standing::kSame;
+  }
+
+  // Of a revision that was deleted this may be the last copy.
+  bool differs(const FileRecord& file) const {
+    const Standing standing = local().standingOf(file);
+    if (standing == Standing::kSame) return local().hereOf(file) == nullptr;
+    return standing == Standing::kChanged || standing == Standing::kUnknown;
   }
 
   void revert(const FileRecord& file) {
-    const RevisionInfo& wanted = local().revisionOf(file, revision_.empty() ? "here" : revision_);
+    const bool isUnknown = local().hereOf(file) == nullptr;
+    const char* const target = isUnknown ? "followed" : "here";
+    const RevisionInfo& wanted = local().revisionOf(file, revision_.empty() ? target : revision_);
     const std::string number = wanted.number;
-    const bool isChanged = local().standingOf(file) == Standing::kChanged;
+    const bool isChanged = differs(file);
     const RevisionInfo* const locked = local().historyOf(file).lockedBy(local().user());
     const bool isMine = locked != nullptr && locked->number == number;
     if (!isDry_) {

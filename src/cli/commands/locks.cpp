@@ -6,6 +6,7 @@
 #include "btkf520/btkf520.h"
 #include "cli/commands/commands.h"
 #include "cli/commands/filecommand.h"
+#include "cli/local/fetch.h"
 #include "cli/text/text.h"
 #include "os/file.h"
 
@@ -51,7 +52,10 @@ class Lock : public FileCommand {
     const bool isChanged = standing == Standing::kChanged || standing == Standing::kUnknown;
     refuseOther(file, history, wanted);
     if (wanted.isLockedBy(local().user())) {
-      if (!isDry_) setWritable(local().pathToWrite(file), true);
+      if (isChanged && !isHere && !local().isThere(file, number)) {
+        refuseChanged(file, here, wanted);
+      }
+      if (!isDry_) resume(file, number, isHere && standing != Standing::kMissing);
       return tell(file, said(kLock), number, ", it was yours already");
     }
     if (isChanged && !isHere) refuseChanged(file, here, wanted);
@@ -63,6 +67,16 @@ class Lock : public FileCommand {
     if (!isHere) rest += ", checked out";
     if (!isDry_) take(file, number, isHere && standing == Standing::kSame, isChanged);
     tell(file, said(kLock), number, rest);
+  }
+
+  // The lock was taken before, in another directory or by a command that was killed.
+  void resume(const FileRecord& file, const std::string& number, bool isHere) {
+    if (!isHere) {
+      fetch(local(), file, number, TRVS_GET_WRITABLE, Old::kDropped);
+      return local().note(file, number, true);
+    }
+    setWritable(local().pathToWrite(file), true);
+    local().noteLock(file, true);
   }
 
   void refuseOther(const FileRecord& file, const History& history,
@@ -136,7 +150,11 @@ class Unlock : public FileCommand {
     const History& history = local().historyOf(file);
     const RevisionInfo* const mine = history.lockedBy(local().user());
     const bool isForAnother = !user_.empty() && user_ != local().user();
-    if (mine == nullptr || isForAnother) return takeBack(file, history);
+    if (mine == nullptr || isForAnother) {
+      const bool isLost = !isForAnother && !isForced_ && !isDry_ && local().settleLost(file);
+      if (!isLost) return takeBack(file, history);
+      return tell(file, said(kUnlock), local().hereOf(file)->number, ", the lock was gone before");
+    }
     const std::string number = mine->number;
     const bool isChanged = local().standingOf(file) == Standing::kChanged;
     if (isChanged && !keeps_) {
@@ -147,7 +165,8 @@ class Unlock : public FileCommand {
     if (!isDry_) {
       remove(file, number, local().user());
       later([this, &file, isChanged] {
-        if (!isChanged && local().stateOf(file) != nullptr) {
+        const Standing standing = local().standingOf(file);
+        if (standing == Standing::kSame) {
           setWritable(local().pathToWrite(file), false);
         }
         local().noteLock(file, false);

@@ -169,7 +169,7 @@ std::vector<const FileRecord*> LocalFiles::choose(const std::vector<std::string>
 LocalFiles::Look LocalFiles::lookAt(const std::string& path, LookUp lookUp) {
   os::FileStatus status;
   if (lookUp(path.c_str(), &status) != os::FileResult::kDone) return {};
-  return {Stamp::of(status), status.isRegular};
+  return {Stamp::of(status), status.isRegular, status.ownerMayWrite};
 }
 
 // A system call for each: as soon as there are enough, a second thread pays.
@@ -219,9 +219,31 @@ Standing LocalFiles::standingOf(const FileRecord& file) {
   const RevisionInfo* here = hereOf(file);
   if (here == nullptr) here = findByContent(file);
   if (here == nullptr) return Standing::kUnknown;
-  if (!isThere(file, here->number)) return Standing::kChanged;
+  if (!isThere(file, here->number)) {
+    here = foundCut(file, look);
+    if (here == nullptr) return Standing::kChanged;
+  }
   note(file, here->number, stamp, state != nullptr && state->isLockedFromHere);
   return Standing::kSame;
+}
+
+// A command that was killed had done its work on the file, and not remembered it: nobody can have
+// changed it, or the lock for it was given back, and it is a revision.
+const RevisionInfo* LocalFiles::foundCut(const FileRecord& file, const Look& look) {
+  const bool mayBe = !look.isWritable || stateOf(file)->isLockedFromHere;
+  if (!mayBe || historyOf(file).lockedBy(user_) != nullptr) return nullptr;
+  return findByContent(file);
+}
+
+bool LocalFiles::settleLost(const FileRecord& file) {
+  const FileState* const state = stateOf(file);
+  if (state == nullptr || !state->isLockedFromHere) return false;
+  if (historyOf(file).lockedBy(user_) != nullptr || standingOf(file) != Standing::kSame) {
+    return false;
+  }
+  if (os::setWritable(pathToWrite(file).c_str(), false) != os::FileResult::kDone) return false;
+  noteLock(file, false);
+  return true;
 }
 
 bool LocalFiles::isThere(const FileRecord& file, const std::string& number) const {

@@ -113,6 +113,9 @@ class LocalFiles {
   void noteChanged(const FileRecord& file, const std::string& revision);
   // Only the lock has changed.
   void noteLock(const FileRecord& file, bool isLocked);
+  // A file that was locked from here and no longer is, by whatever hand, is read-only from now on
+  // if it is unchanged. Whether it is such a file.
+  bool settleLost(const FileRecord& file);
   void forget(const FileRecord& file) { state_.forget(file.path); }
   // What is known of `file` holds for the other one from now on.
   void rename(const FileRecord& file, const FileRecord& renamed);
@@ -139,6 +142,7 @@ class LocalFiles {
   struct Look {
     std::optional<Stamp> stamp;
     bool isRegular = false;
+    bool isWritable = false;
   };
 
   using LookUp = os::FileResult (*)(const char* path, os::FileStatus* status);
@@ -150,6 +154,7 @@ class LocalFiles {
   const Read& readingOf(const FileRecord& file);
   Told toldBy(const Read& read, const FileRecord& file);
   const RevisionInfo* findByContent(const FileRecord& file);
+  const RevisionInfo* foundCut(const FileRecord& file, const Look& look);
   bool isSafe(const Stamp& stamp) const { return stamp.nanoseconds < state_.written(); }
   void note(const FileRecord& file, const std::string& revision, const Stamp& stamp, bool isLocked);
   std::string nameFollowed();

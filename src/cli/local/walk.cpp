@@ -12,6 +12,7 @@
 #include "os/directory.h"
 #include "os/entries.h"
 #include "os/file.h"
+#include "os/sibling.h"
 
 namespace cli {
 namespace {
@@ -67,7 +68,7 @@ class Walk {
         joined(top_, directory).c_str(),
         [&](const char* name, os::EntryKind kind) { entries.emplace(name, kind); });
     for (const auto& [name, kind] : entries) {
-      if (isMemory(name)) continue;
+      if (isMemory(name) || os::SiblingFile::hasName(name)) continue;
       const std::string path = joined(directory, name);
       const bool isDirectory = kind == os::EntryKind::kDirectory ||
                                (kind != os::EntryKind::kFile &&
