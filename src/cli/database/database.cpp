@@ -92,10 +92,19 @@ Database::Database(Roots roots, Making making)
   impl_->root = TVProjectRootHandle::create(roots_.publicRoot.path, roots_.privateRoot.path,
                                             foldapi::theNullHandle(),
                                             {.sink = &messages, .version = foldapi::kFormat52});
+  messages.forget();
   impl_->root.open();
-  if (!os::hasEntry(joined(roots_.publicRoot.path, kList).c_str())) {
+  const std::string list = joined(roots_.publicRoot.path, kList);
+  if (!os::hasEntry(list.c_str())) {
     throw Problem{roots_.publicRoot.path, withMessages("can't be made"),
                   "ask who owns the directory above, or choose another with --public"};
+  }
+  if (os::checkAccess(list.c_str(), os::File::Access::kUpdate) == os::FileResult::kRefused) {
+    throw Problem{list, "you may not write it, and so not work with its projects",
+                  "ask who owns it to let you into its group"};
+  }
+  if (projects().empty() && !messages.areNone()) {
+    throw Problem{list, withMessages("can't be read"), "try again, or restore it from a back-up"};
   }
 }
 
@@ -125,13 +134,16 @@ TVProjectFolderHandle findProject(TVProjectRootHandle& root, const std::string& 
 
 Project Database::open(const std::string& name) {
   Project project;
-  project.impl_.reset(new Project::Impl{findProject(impl_->root, name)});
+  project.impl_.reset(new Project::Impl{findProject(impl_->root, name), {}});
   if (project.impl_->handle.isNull()) {
     throw misuse(name, "no such project",
                  offerNearest(name, projects(), "'trevault project list' lists them"));
   }
   Messages::instance().forget();
   project.impl_->handle.open();
+  if (!Messages::instance().areNone()) {
+    project.impl_->damage = withMessages("can't read its list of files");
+  }
   return project;
 }
 

@@ -38,6 +38,7 @@ void forEach(foldapi::TVHandle& parent, const Visit& visit) {
 
 struct Project::Impl {
   foldapi::TVProjectFolderHandle handle;
+  std::string damage;  // Why its list of files can't be read; empty: it can.
 };
 
 }  // namespace cli

@@ -191,6 +191,10 @@ std::unordered_set<std::string> sharedPaths(const std::vector<FileRecord>& files
 }  // namespace
 
 std::vector<FileRecord> Project::files() const {
+  // What was not read must not look like what a colleague took off the project.
+  if (!impl_->damage.empty()) {
+    throw Problem{name(), impl_->damage, "try again, or restore it from a back-up"};
+  }
   const std::string top = workDirectory();
   std::vector<FileRecord> files = takeAll(impl_->handle, top, Natives());
   auto shared = sharedPaths(files, top);
@@ -292,8 +296,8 @@ void Project::addFiles(const std::vector<FileRecord>& files, const Failed& faile
         names, parent, {.scope = const_cast<foldapi::TVLockScope&>(scope)});
     for (size_t i = 0; i < made.size(); ++i) {
       if (!made[i].isNull()) continue;
-      failed(*told[i], {told[i]->path, withMessages("its record could not be stored"),
-                        "choose another name"});
+      failed(*told[i],
+             {told[i]->path, withMessages("its record could not be stored"), "try again"});
     }
   };
   std::map<std::string, std::vector<const FileRecord*>> byFolder;

@@ -12,8 +12,14 @@ namespace cli {
 void fetch(LocalFiles& local, const FileRecord& file, const std::string& number, uint32_t flags,
            Old old) {
   const std::string path = local.pathToWrite(file);
-  if (old == Old::kKept) keep(local.directory().top, file.path);
-  fetchTo(path, local, file, number, flags | TRVS_GET_OVERWRITE);
+  const std::string kept = old == Old::kKept ? keep(local.directory().top, file.path) : "";
+  try {
+    fetchTo(path, local, file, number, flags | TRVS_GET_OVERWRITE);
+  } catch (const Problem&) {
+    const bool isBare = !kept.empty() && !os::hasEntry(path.c_str());
+    if (isBare) static_cast<void>(os::moveFile(kept, path));
+    throw;
+  }
 }
 
 void fetchTo(const std::string& path, LocalFiles& local, const FileRecord& file,

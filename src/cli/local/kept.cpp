@@ -54,7 +54,7 @@ void removeOld(const std::string& kept, int64_t now) {
 
 }  // namespace
 
-void keep(const std::string& top, const std::string& path) {
+std::string keep(const std::string& top, const std::string& path) {
   const int64_t now = os::wallClockNanoseconds() / 1'000'000'000;
   const std::string kept = joined(joined(top, kMemory), "kept");
   os::FileStatus status;
@@ -73,6 +73,7 @@ void keep(const std::string& top, const std::string& path) {
     throw Problem{path, fmt::format("its old content can't be kept in {}", kept),
                   "see whether the disk is full, and who owns the directory"};
   }
+  return place;
 }
 
 }  // namespace cli

@@ -7,6 +7,6 @@ namespace cli {
 
 // Moves the file at `path` from `top` to ".trevault/kept", under the present time; what lies there
 // for 14 days or longer goes. Throws Problem, and then the file is where it was.
-void keep(const std::string& top, const std::string& path);
+std::string keep(const std::string& top, const std::string& path);
 
 }  // namespace cli

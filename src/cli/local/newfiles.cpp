@@ -72,7 +72,18 @@ std::string NewFiles::archiveOf(const std::string& path) const {
   return joined(joined(archiveDirectory_, directoryPart(path)), namePart(name));
 }
 
+// What was made where a share is to be mounted would be hidden by it.
+void NewFiles::refuseMissingPlace(const char* command) const {
+  if (archiveDirectory_.empty() || os::directoryState(archiveDirectory_.c_str())) return;
+  for (const FileRecord& each : session_.project().files()) {
+    if (!isBelow(archiveDirectory_, each.archive)) continue;
+    throw Problem{command, fmt::format("no directory {}", shown(archiveDirectory_)),
+                  "is its share mounted?"};
+  }
+}
+
 void NewFiles::askForPlace(const char* command) const {
+  refuseMissingPlace(command);
   const Project& project = session_.project();
   const std::string& place = archiveDirectory_;
   if (place.empty() || os::isOursAlone(project.configurationFile())) return;

@@ -19,10 +19,12 @@ class NewFiles {
   // first archive directory. Throws Problem.
   FileRecord record(const std::string& path, const std::string& archive = "") const;
   // Where new archives go is the word of whoever may write the configuration. If others may, and it
-  // leads into the user's home, he is asked; Problem about `command` if he says no.
+  // leads into the user's home, he is asked; Problem about `command` if he says no, and if the
+  // place is gone that archives of the project are in.
   void askForPlace(const char* command) const;
 
  private:
+  void refuseMissingPlace(const char* command) const;
   std::string folderOf(const std::string& path) const;
   std::string archiveOf(const std::string& path) const;
 

@@ -71,8 +71,7 @@ void State::lock() {
     if (os::isStopWanted()) throw Problem{"trevault", "stopped", "", Exit::kCancelled};
     os::sleepMilliseconds(kPause);
   }
-  throw Problem{"trevault", fmt::format("another trevault works in {}", os::parentOf(top_)),
-                "try again"};
+  throw Problem{shown(os::parentOf(top_)), "another trevault works there", "try again"};
 }
 
 // A line is "archive file told path": of the file "-", or "here size time inode locked"; of what
