@@ -60,10 +60,11 @@ class SiblingFile {
   uint64_t size() const { return written_ + pending_.size(); }
   // Writes what is still to be written, so that a full disk shows now.
   FileResult flush();
-  // To be called when all is written: gives the file the rights of `model`, the open one that is to
-  // be replaced: group, mode, access list, what users noted on it, and its owner where that is
-  // allowed. Without one, those of any new file. kRefused if something else than the owner can't be
-  // kept; what can be kept is. kBusy if another file has taken the place of `model`.
+  // To be called when all is written, and maybe before, to see what can be given: gives the file
+  // the rights of `model`, the open one that is to be replaced: group, mode, access list, what
+  // users noted on it, and its owner where that is allowed. Without one, those of any new file.
+  // kRefused if something else than the owner can't be kept; what can be kept is. kBusy if another
+  // file has taken the place of `model`.
   enum class Writing { kAsBefore, kAllowed, kForbidden };  // For the owner; kForbidden for all.
   FileResult giveRights(const File* model, Writing writing = Writing::kAsBefore,
                         Running running = Running::kAsBefore);

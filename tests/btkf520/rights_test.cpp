@@ -5,6 +5,7 @@
 
 #include <cerrno>
 #include <filesystem>
+#include <random>
 
 #include "btkf520/archives.h"
 #include "os/systemcalls.h"
@@ -59,6 +60,30 @@ TEST_F(Rights, OfAnArchiveAreKept) {
     EXPECT_FALSE(std::filesystem::exists(archive() + ".trvs-new"));
     chmod(archive().c_str(), 0666);
   }
+}
+
+// A real fault: all of an archive was written to a file that could not take its place, each time.
+TEST_F(Rights, ThatCantBeKeptAreKnownBeforeMuchIsWritten) {
+  constexpr uid_t kOther = 65534;
+  if (geteuid() != 0) GTEST_SKIP() << "only root can become another user";
+  std::string noise(1500 << 10, '\0');
+  std::mt19937 random(1);
+  for (char& c : noise) c = static_cast<char>(random());
+  ASSERT_EQ(create(), TRVS_DONE);
+  ASSERT_EQ(put(noise, {.flags = TRVS_PUT_KEEP_LOCK}), TRVS_DONE);
+  write("m.c", noise + "more");
+  ASSERT_EQ(chmod(path("").c_str(), 0777), 0);
+  ASSERT_EQ(chown(archive().c_str(), kOther, 1), 0);
+  ASSERT_EQ(chmod(archive().c_str(), 0664), 0);
+  EXPECT_EQ(support::inProcess([&] {
+              if (setgid(kOther) != 0 || setuid(kOther) != 0) return 99;
+              const os_test::SystemCalls calls;
+              const std::string both = archive() + "(" + path("m.c") + ")";
+              if (putFrom(both, {.flags = TRVS_PUT_KEEP_LOCK}) != TRVS_DONE) return 98;
+              return static_cast<int>(
+                  support::pieces(calls.log("pwrite"), "pwrite m.c_v.trvs-new").size());
+            }),
+            2);
 }
 
 // A colleague who may write the directory puts a link there that leads to another archive.

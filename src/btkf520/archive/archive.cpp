@@ -472,6 +472,9 @@ TrvsStatus Archive::Impl::rewrite(const Plan& plan, Index* index, ArchiveChange*
                                   bool* isRefused) {
   const os::File* const old = purpose_ == Purpose::kUpdate ? &reader_->file() : nullptr;
   FileResult result = to->beginFile(old);
+  // Of a wide file that is known before all of it is written in vain.
+  const bool isWide = old != nullptr && old->size() >= kWideFile;
+  if (result == FileResult::kDone && isWide) result = to->giveRights(old);
   if (result == FileResult::kDone) {
     if (const TrvsStatus status = writeFrames(plan, index, to)) return status;
     if (const TrvsStatus status = writeEnd(*index, to)) return status;
