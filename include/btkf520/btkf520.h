@@ -407,7 +407,12 @@ TRVS_EXPORT int32_t TrvsVerifyPromoTreeNodeExist(const char* group, int16_t* kin
  * SIGXFSZ ends a process that doesn't ignore it.
  * Where the path is a symbolic link the archive that it leads to changes; but TRVS_CANNOT_OPEN, told
  * to TRVS_CALLBACK_TEXT, and no change, if the link belongs to neither the present user nor root nor
- * the archive's owner. */
+ * the archive's owner. A further name of the file (a hard link) stays with the old file when a new
+ * one is made, and then leads to what the archive said before.
+ *
+ * A description has up to 16777216 bytes: TRVS_MISUSE for more. All that an archive tells of itself,
+ * without contents, has up to 67108864: TRVS_NO_MEMORY for a change that would exceed that, or
+ * bring more than a megabyte of text that is all the same. */
 /* clang-format on */
 
 /* The only context that there is. */
