@@ -112,6 +112,17 @@ const RevisionInfo* History::withLabel(std::string_view label) const {
 const RevisionInfo* History::inGroup(std::string_view group) const {
   return last([&](const RevisionInfo& each) { return has(each.groups, group); });
 }
+const RevisionInfo* History::newestUpTo(std::string_view time, std::string_view branch) const {
+  return last([&](const RevisionInfo& each) { return each.branch == branch && each.time <= time; });
+}
+const RevisionInfo* History::parentOf(const RevisionInfo& revision) const {
+  const RevisionInfo* parent = find(revision.branch == "1" ? "" : startOf(revision.branch));
+  for (const RevisionInfo& each : revisions_) {
+    if (&each == &revision) break;
+    if (each.branch == revision.branch) parent = &each;
+  }
+  return parent;
+}
 const RevisionInfo* History::lockedBy(std::string_view user) const {
   return last([&](const RevisionInfo& each) { return each.isLockedBy(user); });
 }

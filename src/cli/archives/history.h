@@ -62,6 +62,9 @@ class History {
   const RevisionInfo* tipOf(std::string_view branch) const;
   const RevisionInfo* withLabel(std::string_view label) const;
   const RevisionInfo* inGroup(std::string_view group) const;
+  const RevisionInfo* newestUpTo(std::string_view time, std::string_view branch) const;
+  // The one that a revision was made from.
+  const RevisionInfo* parentOf(const RevisionInfo& revision) const;
   const RevisionInfo* lockedBy(std::string_view user) const;
   // The labels and groups of all of them.
   std::vector<std::string> marks() const;

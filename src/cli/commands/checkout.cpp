@@ -137,13 +137,10 @@ class CheckOut : public FileCommand {
 
   const RevisionInfo* wantedOf(const FileRecord& file) {
     if (revision_.empty()) return local().followedOf(file);
-    try {
-      return &local().revisionOf(file, revision_);
-    } catch (const Problem&) {
-      if (!names_.empty()) throw;
-      ++lacking_;
-      return nullptr;
-    }
+    if (!names_.empty()) return &local().revisionOf(file, revision_);
+    const RevisionInfo* const wanted = local().find(file, revision_);
+    if (wanted == nullptr) ++lacking_;
+    return wanted;
   }
 
   void checkOut(const FileRecord& file) {
@@ -154,7 +151,10 @@ class CheckOut : public FileCommand {
     const RevisionInfo* const here = local().hereOf(file);
     const bool isHere = here != nullptr && here->number == number;
     if (!isDry_) local().settleLost(file);
-    if (isHere && standing == Standing::kSame) return;
+    if (isHere && standing == Standing::kSame) {
+      if (isWritable_) makeWritable(file, number);
+      return;
+    }
     const bool isThere = isThereAlready(file, standing, *wanted);
     // Its revision was deleted: this may be the last copy.
     if (here == nullptr && standing == Standing::kSame) standing = Standing::kUnknown;
@@ -185,6 +185,19 @@ class CheckOut : public FileCommand {
                            : here->number != wanted.number && standing == Standing::kChanged &&
                                  !here->isLockedBy(local().user());
     return mayBe && local().isThere(file, wanted.number);
+  }
+
+  // What is there already, without a new time.
+  void makeWritable(const FileRecord& file, const std::string& number) {
+    const std::string path = local().pathToWrite(file);
+    os::FileStatus status;
+    static_cast<void>(os::readEntryStatus(path.c_str(), &status));
+    if (status.ownerMayWrite) return;
+    if (!isDry_ && os::setWritable(path.c_str(), true) != os::FileResult::kDone) {
+      throw Problem{shownPath(file), "can't be made writable", "see who owns it"};
+    }
+    ++done_;
+    tell(file, said({"make", "made"}), "", " writable", {{"revision", number}});
   }
 
   bool mayOverwrite(const FileRecord& file, const RevisionInfo* here, const RevisionInfo& wanted) {

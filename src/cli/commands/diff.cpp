@@ -55,14 +55,14 @@ class Diff : public FileCommand {
     Side to;
     const size_t dots = range_.find("..");
     if (dots != std::string::npos) {
-      from.revision = range_.substr(0, dots);
+      if (dots > 0) from.revision = range_.substr(0, dots);
       to.revision = range_.substr(dots + 2).empty() ? "followed" : range_.substr(dots + 2);
     } else if (!range_.empty()) {
       from.revision = range_;
     } else if (local().standingOf(file) != Standing::kChanged) {
       return;
     }
-    if (isWhole() && dots != std::string::npos && isOneSided(file, from, to)) return;
+    if (isWhole() && !range_.empty() && isOneSided(file, from, to)) return;
     from.revision = numberOf(file, from.revision);
     if (!to.revision.empty()) to.revision = numberOf(file, to.revision);
     if (from.revision != to.revision) tell(file, from, to, report(file, from, to));
@@ -89,8 +89,8 @@ class Diff : public FileCommand {
   // Tells a file that one side only has; nothing is told of one that none has.
   bool isOneSided(const FileRecord& file, const Side& from, const Side& to) {
     const auto has = [&](const std::string& text) {
-      const std::string label = local().labelIn(text);
-      return label.empty() || local().historyOf(file).withLabel(label) != nullptr;
+      const bool isMark = !local().labelIn(text).empty() || text.find('@') != std::string::npos;
+      return !isMark || local().find(file, text) != nullptr;
     };
     const bool isInFirst = has(from.revision);
     const bool isInSecond = has(to.revision);
@@ -98,8 +98,9 @@ class Diff : public FileCommand {
     if (!isInFirst && !isInSecond) return true;
     ++differing_;
     const std::string& only = isInFirst ? from.revision : to.revision;
-    output().result({{"file", file.path}, {"only_in", only}},
-                    fmt::format("only in {}: {}", only, shownPath(file)));
+    const std::string where = only.empty() ? "here" : "in " + only;
+    output().result({{"file", file.path}, {"only_in", only.empty() ? "here" : only}},
+                    fmt::format("only {}: {}", where, shownPath(file)));
     return true;
   }
 

@@ -13,6 +13,8 @@
 namespace cli {
 namespace {
 
+constexpr size_t kMinute = 16;  // Letters of a time without the seconds.
+
 bool isReserved(const std::string& name) {
   for (const char* word : {"here", "followed", "tip", "trunk"}) {
     if (name == word) return true;
@@ -183,7 +185,7 @@ class Labels : public FileCommand {
         for (const std::string& name : revision.labels) {
           Known& known = labels[name];
           ++known.files;
-          known.newest = std::max(known.newest, revision.minute());
+          known.newest = std::max(known.newest, revision.time);
           known.revision = revision.number;
         }
       }
@@ -200,10 +202,10 @@ class Labels : public FileCommand {
       items.push_back({{"label", name},
                        {"files", known.files},
                        {"total", files.size()},
-                       {"newest", known.newest}});
+                       {"newest", isoTime(known.newest)}});
       const bool isOne = files.size() == 1 && !names_.empty();
       rows.push_back({name, isOne ? known.revision : counted(known.files, "file"),
-                      isOne ? known.newest : "newest " + known.newest});
+                      (isOne ? "" : "newest ") + known.newest.substr(0, kMinute)});
     }
     if (isNull_) return output().bytes(names);
     output().results(items, rows);

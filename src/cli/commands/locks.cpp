@@ -272,7 +272,7 @@ class Locks : public FileCommand {
       items_.push_back({{"file", file.path},
                         {"revision", each.number},
                         {"user", each.user},
-                        {"since", each.time},
+                        {"since", isoTime(each.time)},
                         {"note", each.note},
                         {"mine", each.user == user}});
       rows_.push_back(start);

@@ -45,6 +45,10 @@ class Log : public FileCommand {
     if (!since_.empty()) earliest_ = spanNamed(since_).first;
     if (!until_.empty()) latest_ = spanNamed(until_).last;
     const auto files = chosen();
+    const size_t dots = range_.find("..");
+    local().refuseUnknown(range_.substr(0, dots), files);
+    if (dots != std::string::npos) local().refuseUnknown(range_.substr(dots + 2), files);
+    local().refuseUnknown(label_.empty() ? "" : "label:" + label_, files);
     if (names_.empty()) return tellProject(files);
     const bool isOne = files.size() == 1;
     forEach(files, [&](const FileRecord& file) { tellFile(file, isOne); });
@@ -125,7 +129,9 @@ class Log : public FileCommand {
   void tellRevision(const FileRecord& file, const RevisionInfo& revision,
                     const std::string& line) const {
     Fields item = itemOf(file, revision);
-    const std::string before = isDiff_ ? numberBefore(file, revision) : "";
+    const RevisionInfo* const parent = local().historyOf(file).parentOf(revision);
+    item.emplace_back("parent", numberOrNull(parent));
+    const std::string before = isDiff_ && parent != nullptr ? parent->number : "";
     std::vector<std::string> changes;
     if (!before.empty()) {
       Subject subject = about(file, revision.number);
@@ -137,23 +143,6 @@ class Log : public FileCommand {
     if (output().manner().verbose) tellMore(revision);
     if (changes.empty()) return;
     tellDifferences(output(), shownPath(file), before, revision.number, changes);
-  }
-
-  // Of the revision that it was made from; empty for the first one.
-  std::string numberBefore(const FileRecord& file, const RevisionInfo& revision) const {
-    std::string before = revision.branch == "1" ? "" : startOf(revision.branch);
-    for (const RevisionInfo& each : local().historyOf(file).revisions()) {
-      if (&each == &revision) break;
-      if (each.branch == revision.branch) before = each.number;
-    }
-    return before;
-  }
-
-  static Span spanNamed(const std::string& text) {
-    const auto span = spanOf(text);
-    if (span) return *span;
-    throw misuse(text, "not a date",
-                 "write 2026-11-23, 2026-11-23T10:30, today, yesterday or '3 days ago'");
   }
 
   static size_t countOf(const std::string& text) {

@@ -9,6 +9,7 @@
 
 #include "btkf520/btkf520.h"
 #include "cli/archives/engine.h"
+#include "cli/local/moment.h"
 #include "cli/problem.h"
 #include "cli/session.h"
 #include "cli/text/paths.h"
@@ -25,6 +26,12 @@ constexpr std::string_view kLabelMark = "label:";
 
 bool isNumber(std::string_view text) {
   return !text.empty() && text.find_first_not_of("0123456789.") == std::string_view::npos;
+}
+
+// Where the date of "REL_1@yesterday" begins, its "@" before it; npos for none. A label that is
+// said to be one may hold an "@".
+size_t dateIn(const std::string& text) {
+  return text.starts_with(kLabelMark) ? std::string::npos : text.find('@');
 }
 
 // Whether a path from the top surely leads to a place that files of a project may have.
@@ -338,8 +345,8 @@ std::string LocalFiles::labelIn(const std::string& revision) {
   for (const char* word : {"trunk", "here", "followed", "tip"}) {
     if (revision == word) return "";
   }
-  const bool isOther =
-      isNumber(revision) || revision.starts_with(kGroupMark) || promotion().has(revision);
+  const bool isOther = isNumber(revision) || revision.starts_with(kGroupMark) ||
+                       promotion().has(revision) || dateIn(revision) != std::string::npos;
   return isOther ? "" : revision;
 }
 
@@ -377,7 +384,33 @@ std::vector<FileRecord> LocalFiles::formerFiles(const std::string& label) {
   return former;
 }
 
-void LocalFiles::refuseUnknown(const std::string& text, const Files& chosen) {
+const RevisionInfo* LocalFiles::find(const FileRecord& file, const std::string& text) {
+  const History& history = historyOf(file);
+  const size_t date = dateIn(text);
+  if (date != std::string::npos) {
+    const std::string before = text.substr(0, date);
+    const RevisionInfo* const on = find(file, before.empty() ? "trunk" : before);
+    const std::string last = spanNamed(text.substr(date + 1)).last;
+    return on == nullptr ? nullptr : history.newestUpTo(last, on->branch);
+  }
+  if (isNumber(text)) {
+    const RevisionInfo* const found = history.find(text);
+    return found == nullptr ? history.tipOf(text) : found;
+  }
+  if (text == "here") return hereOf(file);
+  if (text == "followed") return followedOf(file);
+  if (text == "trunk") return history.tipOf("1");
+  if (text == "tip") {
+    const RevisionInfo* const here = hereOf(file);
+    return history.tipOf(here == nullptr ? "1" : here->branch);
+  }
+  return markedOf(file, text);
+}
+
+void LocalFiles::refuseUnknown(const std::string& revision, const Files& chosen) {
+  const size_t date = dateIn(revision);
+  if (date != std::string::npos) static_cast<void>(spanNamed(revision.substr(date + 1)));
+  const std::string text = revision.substr(0, date);
   const std::string label = labelIn(text);
   if (text.starts_with(kGroupMark)) promotion().refuseUnknown(text.substr(kGroupMark.size()));
   if (label.empty() && !isNumber(text)) return;
@@ -401,26 +434,11 @@ void LocalFiles::refuseUnknown(const std::string& text, const Files& chosen) {
 }
 
 const RevisionInfo& LocalFiles::revisionOf(const FileRecord& file, const std::string& text) {
+  if (const RevisionInfo* const found = find(file, text)) return *found;
   const History& history = historyOf(file);
-  const RevisionInfo* found = nullptr;
-  if (isNumber(text)) {
-    found = history.find(text);
-    if (found == nullptr) found = history.tipOf(text);
-  } else if (text == "here") {
-    found = hereOf(file);
-  } else if (text == "followed") {
-    found = followedOf(file);
-  } else if (text == "trunk") {
-    found = history.tipOf("1");
-  } else if (text == "tip") {
-    const RevisionInfo* const here = hereOf(file);
-    found = history.tipOf(here == nullptr ? "1" : here->branch);
-  } else {
-    found = markedOf(file, text);
-  }
-  if (found != nullptr) return *found;
   const RevisionInfo* const tip = history.tipOf("1");
   std::string why = isNumber(text) ? "no revision " + text : text + " is in no revision of it";
+  if (dateIn(text) != std::string::npos) why = "no revision up to " + text.substr(dateIn(text) + 1);
   if (text == "here") why = "no revision here yet";
   if (text == "followed") why = directory_.follows + " is in no revision of it";
   if (tip != nullptr && isNumber(text)) why += "; the trunk ends at " + tip->number;

@@ -90,12 +90,14 @@ class LocalFiles {
   std::string followedLabel();
   // Whether what is there is that revision.
   bool isThere(const FileRecord& file, const std::string& number) const;
-  // The revision that a text means: a number, "here", "followed", "tip", "trunk", a group, a label.
-  // Throws Problem.
+  // The revision that a text means: a number, "here", "followed", "tip", "trunk", a group, a label;
+  // with a date after "@" the newest one up to then, on the branch of that revision. Throws
+  // Problem; the first one gives null where the file has no such revision.
+  const RevisionInfo* find(const FileRecord& file, const std::string& text);
   const RevisionInfo& revisionOf(const FileRecord& file, const std::string& text);
-  // Throws Problem for a number, a label or a group that no file of the whole project has. Those of
+  // Throws Problem for a date that is none, and a number, a label or a group that no file of the whole project has. Those of
   // the `chosen` are looked at first.
-  void refuseUnknown(const std::string& text, const std::vector<const FileRecord*>& chosen);
+  void refuseUnknown(const std::string& revision, const std::vector<const FileRecord*>& chosen);
 
   // What may stand in the way of a lock or a check-in of `revision` in `group`, for the words of a
   // problem. An empty group is the only one.

@@ -7,6 +7,7 @@
 #include <string_view>
 
 #include "cli/local/entries.h"
+#include "cli/problem.h"
 #include "dates/packedtime.h"
 #include "os/clock.h"
 
@@ -67,6 +68,12 @@ std::optional<Span> spanOf(const std::string& text) {
   if (!isDate(date)) return {};
   return Span{date + std::string("0000-00-00 00:00:00").substr(date.size()),
               date + std::string("0000-00-00 23:59:59").substr(date.size())};
+}
+
+Span spanNamed(const std::string& text) {
+  if (const auto span = spanOf(text)) return *span;
+  throw misuse(text, "not a date",
+               "write 2026-11-23, 2026-11-23T10:30, today, yesterday or '3 days ago'");
 }
 
 }  // namespace cli

@@ -18,5 +18,7 @@ struct Span {
 };
 // Of "2026-11-23", "2026-11-23T10:30", with seconds too, "today", "yesterday" and "3 days ago".
 std::optional<Span> spanOf(const std::string& text);
+// The same; throws misuse for what is no date.
+Span spanNamed(const std::string& text);
 
 }  // namespace cli
