@@ -46,9 +46,10 @@ std::string Session::fromHere(const std::string& path) const {
 std::string Session::placeToWrite(const std::string& typed) const {
   std::string path = absolute(typed);
   os::FileStatus status;
-  const bool isThere = os::readStatus(path.c_str(), &status) == os::FileResult::kDone;
-  if (isThere && !status.isRegular) throw Problem{typed, "is no file", "choose another name"};
-  return path;
+  if (os::readStatus(path.c_str(), &status) != os::FileResult::kDone) return path;
+  if (!status.isRegular) throw Problem{typed, "is no file", "choose another name"};
+  if (output_.ask(shown(typed) + " is there already; overwrite it")) return path;
+  throw Problem{typed, "is there already", "overwrite with --yes", output_.exitOfNo()};
 }
 
 const std::optional<WorkDirectory>& Session::nearest() {
@@ -94,11 +95,14 @@ Place Session::projectName() {
 }
 
 Project& Session::project() {
-  if (!project_) project_ = database().open(projectName().path);
+  if (!project_) use(database().open(projectName().path));
   return *project_;
 }
 
-void Session::use(Project project) { project_ = std::move(project); }
+void Session::use(Project project) {
+  output().set("project", project.name());
+  project_ = std::move(project);
+}
 
 WorkDirectory& Session::work() {
   if (work_) return *work_;

@@ -26,8 +26,9 @@ class Session {
   // A path as it was typed, absolute; and an absolute one as it is shown.
   std::string absolute(const std::string& typed) const;
   std::string fromHere(const std::string& path) const;
-  // The absolute path of a file that the user wants made or replaced. Throws if something else than
-  // a file has the name: putting a file in the place of a device would take it from everybody.
+  // The absolute path of a file that the user wants made, or written anew, which is asked about.
+  // Throws if something else than a file has the name: putting a file in the place of a device
+  // would take it from everybody.
   std::string placeToWrite(const std::string& typed) const;
 
   // The roots by the options, the environment, the nearest work directory, the profile.

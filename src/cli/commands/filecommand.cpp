@@ -15,7 +15,7 @@ namespace cli {
 namespace {
 
 void tellFailed(Session& session, std::string_view command, size_t failed, size_t all) {
-  if (failed == 0 || all < 2) return;
+  if (failed == 0 || all < 2 || !session.output().isText()) return;
   session.output().problem({std::string(command),
                             fmt::format("{} of {} failed", number(failed), counted(all, "file")),
                             ""});

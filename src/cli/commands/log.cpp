@@ -49,6 +49,7 @@ class Log : public FileCommand {
     local().refuseUnknown(range_.substr(0, dots), files);
     if (dots != std::string::npos) local().refuseUnknown(range_.substr(dots + 2), files);
     local().refuseUnknown(label_.empty() ? "" : "label:" + label_, files);
+    local().refuseUnknown(group_.empty() ? "" : "group:" + group_, files);
     if (names_.empty()) return tellProject(files);
     const bool isOne = files.size() == 1;
     forEach(files, [&](const FileRecord& file) { tellFile(file, isOne); });

@@ -7,6 +7,7 @@
 #include "cli/command.h"
 #include "cli/commands/commands.h"
 #include "cli/commands/configuration.h"
+#include "cli/local/kept.h"
 #include "cli/problem.h"
 #include "cli/session.h"
 #include "cli/text/paths.h"
@@ -115,6 +116,9 @@ class Where : public Command {
       tell("archives", each, reasonOf(settings_, "VCSDIR", open));
     }
     tell("configuration", open.configurationFile(), "of the project");
+    if (session.nearest() && session.output().manner().verbose) {
+      tell("kept", keptOf(session.nearest()->top), "what was overwritten, for 14 days");
+    }
   }
 
   // The engine's user, if there is a project whose configuration may tell another one.

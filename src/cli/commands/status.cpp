@@ -177,7 +177,6 @@ class Status : public FileCommand {
 
   void tell() {
     Output& output = session().output();
-    output.set("project", local().directory().project);
     output.set("work", local().directory().top);
     output.set("follows", local().directory().follows);
     output.set("group", local().directory().group);

@@ -68,9 +68,6 @@ class Tree : public FileCommand {
   void store(const std::string& path, const std::string& svg) {
     os::FileStatus status;
     const bool isThere = os::readStatus(path.c_str(), &status) == os::FileResult::kDone;
-    if (isThere && !output_->ask(shown(picture_) + " is there already; overwrite it")) {
-      throw Problem{picture_, "is there already", "overwrite with --yes", Exit::kCancelled};
-    }
     os::Place place;
     os::File old;
     const bool isDone =

@@ -54,9 +54,11 @@ void removeOld(const std::string& kept, int64_t now) {
 
 }  // namespace
 
+std::string keptOf(const std::string& top) { return joined(joined(top, kMemory), "kept"); }
+
 std::string keep(const std::string& top, const std::string& path) {
   const int64_t now = os::wallClockNanoseconds() / 1'000'000'000;
-  const std::string kept = joined(joined(top, kMemory), "kept");
+  const std::string kept = keptOf(top);
   os::FileStatus status;
   const bool isThere = os::readEntryStatus(kept.c_str(), &status) == os::FileResult::kDone;
   if (isThere && !status.isDirectory) {

@@ -5,6 +5,8 @@
 
 namespace cli {
 
+// Where that is.
+std::string keptOf(const std::string& top);
 // Moves the file at `path` from `top` to ".trevault/kept", under the present time; what lies there
 // for 14 days or longer goes. Throws Problem, and then the file is where it was.
 std::string keep(const std::string& top, const std::string& path);

@@ -123,6 +123,10 @@ LocalFiles::Files LocalFiles::exactly(const std::string& typed, const Files& rec
 }
 
 LocalFiles::Files LocalFiles::matching(const std::string& typed, const Files& all) const {
+  const auto owner = std::find_if(all.begin(), all.end(), [&](const FileRecord* file) {
+    return file->archive == session_.absolute(typed);
+  });
+  if (owner != all.end()) return {*owner};
   const std::string path = fromTop(typed);
   Files exact;
   Files below;
@@ -159,7 +163,7 @@ std::vector<const FileRecord*> LocalFiles::choose(const std::vector<std::string>
   std::set<const FileRecord*> taken;
   for (const std::string& name : names) {
     try {
-      const auto known = byPath.find(fromTop(name));
+      const auto known = name.starts_with('/') ? byPath.end() : byPath.find(fromTop(name));
       const Files found =
           known == byPath.end() ? matching(name, all) : exactly(name, known->second);
       for (const FileRecord* file : found) {

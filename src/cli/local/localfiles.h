@@ -95,8 +95,8 @@ class LocalFiles {
   // Problem; the first one gives null where the file has no such revision.
   const RevisionInfo* find(const FileRecord& file, const std::string& text);
   const RevisionInfo& revisionOf(const FileRecord& file, const std::string& text);
-  // Throws Problem for a date that is none, and a number, a label or a group that no file of the whole project has. Those of
-  // the `chosen` are looked at first.
+  // Throws Problem for a date that is none, and for a number, a label or a group that no file of
+  // the whole project has. Those of the `chosen` are looked at first.
   void refuseUnknown(const std::string& revision, const std::vector<const FileRecord*>& chosen);
 
   // What may stand in the way of a lock or a check-in of `revision` in `group`, for the words of a
