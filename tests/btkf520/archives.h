@@ -118,7 +118,8 @@ class Archives : public Toolkit {
   static std::string contentIn(const std::string& archive, const std::string& revision) {
     std::string bytes;
     const auto take = [](void* to, const void* data, uint64_t size) {
-      static_cast<std::string*>(to)->append(static_cast<const char*>(data), size);
+      static_cast<std::string*>(to)->append(static_cast<const char*>(data),
+                                            static_cast<size_t>(size));
       return int32_t{TRVS_GO_ON};
     };
     const int32_t status =
