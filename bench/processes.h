@@ -15,6 +15,7 @@
 
 #include <cstdio>
 #include <cstdlib>
+#include <filesystem>
 #include <functional>
 #include <string>
 #include <utility>
@@ -141,6 +142,16 @@ inline std::string loadText() {
   char text[24];
   std::snprintf(text, sizeof text, "load %.2f", load);
   return text;
+}
+
+// Runs `race` between lines that tell what its times depend on: the file system of the files, and
+// the load.
+inline void runAndTellWhere(const std::function<void()>& race) {
+  const std::string directory = std::filesystem::temp_directory_path();
+  std::printf("in %s (%s), %s at the start\n", directory.c_str(), fileSystemOf(directory).c_str(),
+              loadText().c_str());
+  race();
+  std::printf("%s at the end\n", loadText().c_str());
 }
 
 }  // namespace bench

@@ -202,11 +202,7 @@ class Archives {
 };
 
 void run() {
-  const std::string directory = std::filesystem::temp_directory_path();
-  std::printf("in %s (%s), %s at the start\n", directory.c_str(),
-              bench::fileSystemOf(directory).c_str(), bench::loadText().c_str());
-  Archives().run();
-  std::printf("%s at the end\n", bench::loadText().c_str());
+  bench::runAndTellWhere([] { Archives().run(); });
 }
 
 }  // namespace
