@@ -101,7 +101,7 @@ class Join : public Bringing {
  private:
   void work() override {
     top_ = session().absolute(directory_.empty() ? "." : directory_);
-    refuseOther();
+    goOn();
     session().use(session().database().open(name_));
     Project& project = session().project();
     project.useConfiguration();
@@ -125,12 +125,16 @@ class Join : public Bringing {
     tellPlace();
   }
 
-  void refuseOther() const {
+  // A directory that was joined before follows what it followed, unless the user says otherwise.
+  void goOn() {
     const auto there = findWorkDirectory(top_);
-    if (there && there->top == top_ && there->project != name_) {
+    if (!there || there->top != top_) return;
+    if (there->project != name_) {
       throw misuse(top_, fmt::format("belongs to project {} already", there->project),
                    "choose another directory");
     }
+    if (follows_.empty()) follows_ = there->follows;
+    if (group_.empty()) group_ = there->group;
   }
 
   // The first one of a user is known to the database, further ones by themselves.
@@ -146,14 +150,16 @@ class Join : public Bringing {
   void bring(const FileRecord& file) {
     const RevisionInfo* const wanted = local().followedOf(file);
     if (wanted == nullptr) return;
-    ++done_;
-    if (!os::hasEntry(local().pathOf(file).c_str())) return checkOut(file, *wanted);
-    if (local().isThere(file, wanted->number)) {
+    if (!os::hasEntry(local().pathOf(file).c_str())) {
+      checkOut(file, *wanted);
+    } else if (local().isThere(file, wanted->number)) {
       local().note(file, wanted->number, wanted->isLockedBy(local().user()));
-      return tell(file, said({"take on", "took on"}), wanted->number);
+      tell(file, said({"take on", "took on"}), wanted->number);
+    } else {
+      local().noteChanged(file, wanted->number);
+      tell(file, said({"keep", "kept"}), "", ", changed from " + wanted->number);
     }
-    local().noteChanged(file, wanted->number);
-    tell(file, said({"keep", "kept"}), "", ", changed from " + wanted->number);
+    ++done_;
   }
 
   void tellPlace() const {
