@@ -164,9 +164,8 @@ class Unlock : public FileCommand {
     }
     if (!isDry_) {
       remove(file, number, local().user());
-      later([this, &file, isChanged] {
-        const Standing standing = local().standingOf(file);
-        if (standing == Standing::kSame) {
+      later([this, &file] {
+        if (local().standingOf(file) == Standing::kSame) {
           setWritable(local().pathToWrite(file), false);
         }
         local().noteLock(file, false);
