@@ -60,10 +60,14 @@ ChainKey TVHash::identicalTo(const VObject* value) const {
 
 ChainPlace TVHash::lookUp(const ChainKey& key) {
   const ChainPlace place = chains_ == nullptr ? ChainPlace() : chains_->locate(key);
-  int32_t& ends = place.found ? statistics_.hits : statistics_.misses;
-  ends = wrappingSum(ends, 1);
-  statistics_.probes = wrappingSum(statistics_.probes, static_cast<int32_t>(place.position));
+  countLookup(place.found, place.position);
   return place;
+}
+
+void TVHash::countLookup(bool isHit, uint32_t passed) {
+  int32_t& ends = isHit ? statistics_.hits : statistics_.misses;
+  ends = wrappingSum(ends, 1);
+  statistics_.probes = wrappingSum(statistics_.probes, static_cast<int32_t>(passed));
 }
 
 VObject* TVHash::valueAt(const ChainPlace& place) const {
@@ -99,6 +103,14 @@ bool TVHash::enter(const ChainEntry& entry) {
   return true;
 }
 
+// The same where no value is equal: the lookup, which would come to the end of the chain, is only
+// counted.
+void TVHash::enterNew(const ChainEntry& entry) {
+  const int32_t bucket = bucketOfHash(entry.hash, bucketCount_);
+  countLookup(false, chains_ == nullptr ? 0 : chains_->chainLength(bucket));
+  append(bucket, entry);
+}
+
 void TVHash::append(int32_t bucket, const ChainEntry& entry) {
   if (chains_ == nullptr) chains_ = std::make_unique<ChainStore>(bucketCount_);
   chains_->append(bucket, entry);
@@ -107,6 +119,14 @@ void TVHash::append(int32_t bucket, const ChainEntry& entry) {
 VObject* TVHash::add(VObject* value) {
   checkGrow();
   if (!enter(entryOf(value))) return nullptr;
+  entered(value);
+  return value;
+}
+
+VObject* TVHash::findOrAdd(VObject* value) {
+  if (VObject* const known = find(value)) return known;
+  checkGrow();
+  enterNew(entryOf(value));
   entered(value);
   return value;
 }
@@ -179,11 +199,21 @@ VObject* TVHash::set(VObject* value) {
 void TVHash::rekey(VObject* value, uint64_t oldFingerprint) {
   if (chains_ == nullptr) return;
   const int32_t bucket = bucketOfHash(value->hash(), bucketCount_);
-  const ChainPlace place = chains_->locate({.object = value,
-                                            .identical = true,
-                                            .tag = tagOfFingerprint(oldFingerprint),
-                                            .bucket = bucket});
-  if (place.found) chains_->retag(place, tagOfFingerprint(value->fingerprint()));
+  const ChainKey key = {.object = value,
+                        .identical = true,
+                        .tag = tagOfFingerprint(oldFingerprint),
+                        .bucket = bucket};
+  const uint32_t tag = tagOfFingerprint(value->fingerprint());
+  mayHoldEquals_ = true;
+  if (tag == key.tag) return;
+  // set() may have put a value in the place of an equal one though it stood in the table already.
+  for (ChainPlace place = chains_->locate(key); place.found; place = chains_->locate(key)) {
+    chains_->retag(place, tag);
+  }
+}
+
+void TVHash::expectRemovals() {
+  if (chains_ != nullptr) chains_->dropIndex();
 }
 
 void TVHash::addAll(TVHash& other) {
@@ -255,6 +285,7 @@ int TVHash::resize(int bucketCount) {
   entries.reserve(static_cast<size_t>(size()));
   if (chains_ != nullptr) {
     chains_->forEach([&](const ChainEntry& entry) { entries.push_back(entry); });
+    chains_->dropIndex();
   }
   std::vector<VObject*> refused;  // Two values have become equal since they came.
   const Statistics oldStatistics = std::exchange(statistics_, {});
@@ -264,7 +295,11 @@ int TVHash::resize(int bucketCount) {
     if (!entries.empty()) chains_ = std::make_unique<ChainStore>(bucketCount_, entries.size());
     for (auto entry = entries.rbegin(); entry != entries.rend(); ++entry) {
       checkGrow();
-      if (!enter(*entry)) refused.push_back(entry->value);
+      if (!mayHoldEquals_) {
+        enterNew(*entry);
+      } else if (!enter(*entry)) {
+        refused.push_back(entry->value);
+      }
     }
   } catch (...) {
     chains_ = std::move(oldChains);

@@ -67,6 +67,9 @@ class TVHash : public VObject {
   VObject* find(const VObject* key);
   VObject* findIdentical(const VObject* value);
   bool contains(const VObject* key) { return find(key) != nullptr; }
+  // What find() gives or, where that is null, add(), with half of the work: counted as both. Not
+  // for a table with a queue.
+  VObject* findOrAdd(VObject* value);
 
   VObject* firstValue();                         // In iteration order; null if empty.
   virtual std::vector<VObject*> values() const;  // All of them, in iteration order.
@@ -87,6 +90,9 @@ class TVHash : public VObject {
   // Ignored if `value` isn't here. Also the first step where hash() is about to change: rekey with
   // the old hash() still given, removeIdentical(), let hash() change, add().
   void rekey(VObject* value, uint64_t oldFingerprint);
+
+  // Says that most values are about to be removed, as a walk meets them: makes that faster.
+  void expectRemovals();
 
   Statistics statistics() const { return statistics_; }
   bool hasIterators() const { return iterators_ != nullptr; }
@@ -110,10 +116,12 @@ class TVHash : public VObject {
   ChainKey equalTo(const VObject* key) const;
   ChainKey identicalTo(const VObject* value) const;
   ChainPlace lookUp(const ChainKey& key);
+  void countLookup(bool isHit, uint32_t passed);
   VObject* valueAt(const ChainPlace& place) const;
   VObject* findBy(const ChainKey& key);
   VObject* removeBy(const ChainKey& key);
   bool enter(const ChainEntry& entry);
+  void enterNew(const ChainEntry& entry);
   void append(int32_t bucket, const ChainEntry& entry);
   int32_t judgeChains();
   void settle(TVIterator* iterator, int32_t bucket, uint32_t ordinal) const;
@@ -122,6 +130,7 @@ class TVHash : public VObject {
   std::unique_ptr<ChainStore> chains_;  // Null while empty.
   int32_t bucketCount_;
   Statistics statistics_;
+  bool mayHoldEquals_ = false;  // A value has changed in place.
 };
 
 // A walk over a table: bucket by bucket, and in a bucket from the oldest entry. While it stands,

@@ -8,7 +8,7 @@
 namespace foldapi {
 
 ChainStore::ChainStore(int32_t bucketCount, size_t expected) : bucketCount_(bucketCount) {
-  if (expected > kSmallLimit) large_ = std::make_unique<LargeChains>(bucketCount, expected);
+  if (expected > kSmallLimit) large_ = std::make_unique<LargeChains>(bucketCount);
 }
 
 ChainStore::~ChainStore() = default;
@@ -41,6 +41,12 @@ ChainPlace ChainStore::locate(const ChainKey& key) const {
   return place;
 }
 
+uint32_t ChainStore::chainLength(int32_t bucket) const {
+  if (large_ != nullptr) return large_->chainLength(bucket);
+  const Range range = chain(bucket);
+  return static_cast<uint32_t>(range.end - range.begin);
+}
+
 void ChainStore::append(int32_t bucket, const ChainEntry& entry) {
   if (large_ == nullptr && row_.size() == kSmallLimit) enlarge();
   if (large_ != nullptr) {
@@ -54,7 +60,7 @@ void ChainStore::append(int32_t bucket, const ChainEntry& entry) {
 
 // Ordinals stay: each chain is copied from its start.
 void ChainStore::enlarge() {
-  auto large = std::make_unique<LargeChains>(bucketCount_, 2 * kSmallLimit);
+  auto large = std::make_unique<LargeChains>(bucketCount_);
   for (const ChainEntry& entry : row_) large->append(bucketOf(entry), entry);
   large_ = std::move(large);
   row_ = {};
@@ -76,6 +82,10 @@ void ChainStore::retag(const ChainPlace& place, uint32_t tag) {
   } else {
     row_[firstFrom(place.bucket) + place.ordinal].tag = tag;
   }
+}
+
+void ChainStore::dropIndex() {
+  if (large_ != nullptr) large_->dropIndex();
 }
 
 VObject*& ChainStore::valueAt(int32_t bucket, uint32_t ordinal) {

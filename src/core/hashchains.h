@@ -56,7 +56,7 @@ class ChainStore {
  public:
   static constexpr size_t kSmallLimit = 16;
 
-  // Has room for `expected` entries, if that is more than a few.
+  // In the form for `expected` entries at once.
   explicit ChainStore(int32_t bucketCount, size_t expected = 0);
   ~ChainStore();
   ChainStore(const ChainStore&) = delete;
@@ -65,6 +65,8 @@ class ChainStore {
   int size() const;
   // The first entry of the key's chain that matches.
   ChainPlace locate(const ChainKey& key) const;
+  // How many entries the chain of a bucket has.
+  uint32_t chainLength(int32_t bucket) const;
   // Puts an entry at the end of a chain.
   void append(int32_t bucket, const ChainEntry& entry);
   // Takes the entry of a found place out. True if the ordinals after it in its chain fell by one.
@@ -72,6 +74,9 @@ class ChainStore {
   bool remove(const ChainPlace& place, bool pinned);
   // Gives the entry of a found place another tag.
   void retag(const ChainPlace& place, uint32_t tag);
+  // Gives memory back that the next lookup takes again, unless it is for the first entry of a chain
+  // itself.
+  void dropIndex();
 
   VObject*& valueAt(int32_t bucket, uint32_t ordinal);
   // Moves *ordinal on to the first entry of the chain that doesn't stand before it; false if there

@@ -4,6 +4,7 @@
 #include "core/largechains.h"
 
 #include <algorithm>
+#include <new>
 #include <utility>
 
 namespace foldapi {
@@ -195,54 +196,98 @@ int32_t BucketPages::nextUsed(int32_t from) const {
 
 // LargeChains -------------------------------------------------------------------------------------
 
-// Several entries may have one tag, and all of them if a class gives no fingerprint: the first in
-// the chain counts.
+uint32_t LargeChains::chainLength(int32_t bucket) const {
+  const uint32_t number = buckets_.chainOf(bucket);
+  return number == BucketPages::kNone ? 0 : chains_[number].length();
+}
+
+// False if there is no memory for it.
+bool LargeChains::makeIndex() const {
+  if (index_ != nullptr) return true;
+  try {
+    index_ = std::make_unique<TagIndex>(size_ + 1);
+  } catch (const std::bad_alloc&) {
+    return false;
+  }
+  for (uint32_t number = 0; number < chains_.size(); ++number) {
+    const Chain& chain = chains_[number];
+    for (uint32_t i = chain.first(); i < chain.end(); ++i) {
+      if (chain[i].value != nullptr) index_->insert({chain[i].tag, number, i});
+    }
+  }
+  return true;
+}
+
 ChainPlace LargeChains::locate(const ChainKey& key) const {
   ChainPlace place;
   place.bucket = key.bucket;
   const uint32_t number = buckets_.chainOf(key.bucket);
-  if (number == BucketPages::kNone) return place;
+  if (number == BucketPages::kNone || chains_[number].length() == 0) return place;
   const Chain& chain = chains_[number];
-  for (size_t i = index_.home(key.tag); !index_.isFree(i); i = index_.after(i)) {
-    const TagIndex::Slot& slot = index_[i];
-    if (slot.tag != key.tag || slot.chain != number) continue;
-    if (place.found && slot.ordinal > place.ordinal) continue;
-    if (!key.matches(chain[slot.ordinal].value)) continue;
-    place.found = true;
-    place.ordinal = slot.ordinal;
+  const auto isAt = [&](uint32_t i) {
+    return chain[i].value != nullptr && chain[i].tag == key.tag && key.matches(chain[i].value);
+  };
+  const bool isFirst = index_ == nullptr && key.identical && isAt(chain.first());
+  if (isFirst || !makeIndex()) {
+    place.ordinal = chain.first();
+    while (place.ordinal < chain.end() && !isAt(place.ordinal)) ++place.ordinal;
+    place.found = place.ordinal < chain.end();
+  } else {
+    locateByTag(key, number, &place);
   }
   place.position = place.found ? chain.position(place.ordinal) : chain.length();
   return place;
 }
 
+// Several entries may have one tag, and all of them if a class gives no fingerprint: the first in
+// the chain counts.
+void LargeChains::locateByTag(const ChainKey& key, uint32_t number, ChainPlace* place) const {
+  const Chain& chain = chains_[number];
+  for (size_t i = index_->home(key.tag); !index_->isFree(i); i = index_->after(i)) {
+    const TagIndex::Slot& slot = (*index_)[i];
+    if (slot.tag != key.tag || slot.chain != number) continue;
+    if (place->found && slot.ordinal > place->ordinal) continue;
+    if (!key.matches(chain[slot.ordinal].value)) continue;
+    place->found = true;
+    place->ordinal = slot.ordinal;
+  }
+}
+
 // Where memory is short, no chain has an entry that the index doesn't know.
 void LargeChains::append(int32_t bucket, const ChainEntry& entry) {
-  index_.makeRoom();
+  if (index_ != nullptr) index_->makeRoom();
   uint32_t& number = buckets_.chainAt(bucket);
   if (number == BucketPages::kNone) {
     chains_.emplace_back();
     number = static_cast<uint32_t>(chains_.size() - 1);
   }
-  index_.insert({entry.tag, number, chains_[number].append(entry)});
+  const uint32_t ordinal = chains_[number].append(entry);
+  if (index_ != nullptr) index_->insert({entry.tag, number, ordinal});
+  ++size_;
 }
 
 void LargeChains::remove(const ChainPlace& place, bool pinned) {
   const uint32_t number = buckets_.chainOf(place.bucket);
   Chain& chain = chains_[number];
-  index_.erase(index_.indexOf(chain[place.ordinal].tag, number, place.ordinal));
+  if (index_ != nullptr) {
+    index_->erase(index_->indexOf(chain[place.ordinal].tag, number, place.ordinal));
+  }
   chain.remove(place.ordinal);
+  --size_;
   if (pinned || !chain.isSparse()) return;
   chain.compact([&](const ChainEntry& entry, uint32_t from, uint32_t to) {
-    index_[index_.indexOf(entry.tag, number, from)].ordinal = to;
+    if (index_ != nullptr) (*index_)[index_->indexOf(entry.tag, number, from)].ordinal = to;
   });
 }
 
 void LargeChains::retag(const ChainPlace& place, uint32_t tag) {
   const uint32_t number = buckets_.chainOf(place.bucket);
   ChainEntry& entry = chains_[number][place.ordinal];
-  index_.erase(index_.indexOf(entry.tag, number, place.ordinal));
+  if (index_ != nullptr) {
+    index_->erase(index_->indexOf(entry.tag, number, place.ordinal));
+    index_->insert({tag, number, place.ordinal});
+  }
   entry.tag = tag;
-  index_.insert({tag, number, place.ordinal});
 }
 
 VObject*& LargeChains::valueAt(int32_t bucket, uint32_t ordinal) {

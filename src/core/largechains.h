@@ -5,7 +5,9 @@
 // it is that number less the entries removed before it, which are counted per chain. Every
 // operation takes constant time while nothing is removed from the middle of a chain, and
 // logarithmic time after that. An entry takes 20 bytes in its chain and 12 in the index, with the
-// slack of both some 50. Removals take no memory: destructors call them.
+// slack of both some 50. The index is made by the first lookup that needs it: a growth, which adds
+// all entries anew, does without, and so does a walk that removes what it meets. Removals need no
+// memory, since destructors call them: where there is none for the index they walk along the chain.
 #pragma once
 
 #include <array>
@@ -38,7 +40,6 @@ class TagIndex {
   Slot& operator[](size_t index) { return slots_[index]; }
   const Slot& operator[](size_t index) const { return slots_[index]; }
 
-  size_t size() const { return count_; }
   // Makes room for one more slot, which insert() needs; erase() leaves room for another.
   void makeRoom();
   void insert(const Slot& slot);
@@ -73,6 +74,9 @@ class RemovalCounts {
 class Chain {
  public:
   uint32_t length() const { return live_; }
+  // Entries stand from the first ordinal, which is one's own, to before the end.
+  uint32_t first() const { return first_; }
+  uint32_t end() const { return static_cast<uint32_t>(entries_.size()); }
   uint32_t append(const ChainEntry& entry);
   void remove(uint32_t ordinal);
   ChainEntry& operator[](uint32_t ordinal) { return entries_[ordinal]; }
@@ -124,22 +128,28 @@ class BucketPages {
 // nothing is pinned.
 class LargeChains {
  public:
-  LargeChains(int32_t bucketCount, size_t expected) : buckets_(bucketCount), index_(expected) {}
+  explicit LargeChains(int32_t bucketCount) : buckets_(bucketCount) {}
 
-  int size() const { return static_cast<int>(index_.size()); }
+  int size() const { return static_cast<int>(size_); }
+  uint32_t chainLength(int32_t bucket) const;
   ChainPlace locate(const ChainKey& key) const;
   void append(int32_t bucket, const ChainEntry& entry);
   void remove(const ChainPlace& place, bool pinned);
   void retag(const ChainPlace& place, uint32_t tag);
+  void dropIndex() { index_.reset(); }
   VObject*& valueAt(int32_t bucket, uint32_t ordinal);
   bool settle(int32_t bucket, uint32_t* ordinal) const;
   int32_t nextBucket(int32_t from) const;
   void forEach(const std::function<void(const ChainEntry&)>& visit) const;
 
  private:
+  bool makeIndex() const;
+  void locateByTag(const ChainKey& key, uint32_t number, ChainPlace* place) const;
+
   BucketPages buckets_;
   std::vector<Chain> chains_;
-  TagIndex index_;
+  size_t size_ = 0;
+  mutable std::unique_ptr<TagIndex> index_;  // Null until a lookup needs it.
 };
 
 }  // namespace foldapi

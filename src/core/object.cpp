@@ -211,6 +211,7 @@ void TVObject::beginUse(TVHandle& context) {
 // The last of them may be what kept this object.
 void TVObject::endUse() {
   --useCount_;
+  if (useCount_ == 0) children_.expectRemovals();
   forEachChild([](TVObject* child) { child->releaseReference(1); });
 }
 
@@ -320,10 +321,14 @@ int TVObject::writeInOwner(TVHandle& context) {
 
 TVObject* TVObject::mergeIntoCache(std::unique_ptr<TVObject> fresh, bool* known) {
   TVObject* owner = fresh->owner_;
-  auto* object =
-      owner == nullptr ? nullptr : static_cast<TVObject*>(owner->children_.find(fresh.get()));
+  const bool joins = owner != nullptr && !fresh->transient_;
+  VObject* met = nullptr;
+  if (owner != nullptr) {
+    met = joins ? owner->children_.findOrAdd(fresh.get()) : owner->children_.find(fresh.get());
+  }
+  auto* object = static_cast<TVObject*>(met);
   bool revived = false;
-  if (object != nullptr) {
+  if (object != nullptr && object != fresh.get()) {
     // The order of the table comes from its lookups, and each object that goes is looked for.
     owner->children_.removeIdentical(fresh.get());
     fresh->owner_ = nullptr;
@@ -331,8 +336,7 @@ TVObject* TVObject::mergeIntoCache(std::unique_ptr<TVObject> fresh, bool* known)
     revived = object->deleted_;
     object->unseen_ = false;
   } else {
-    revived = owner != nullptr && !fresh->transient_;
-    if (revived) owner->children_.add(fresh.get());
+    revived = joins;
     object = fresh.release();
     if (revived && owner->useCount_ > 0) object->addReference(owner->useCount_);
   }

@@ -59,6 +59,10 @@ class LinkedHash {
     Node* node = *lookUp(key, match);
     return node == nullptr ? nullptr : node->value;
   }
+  VObject* findOrAdd(VObject* value) {
+    VObject* const known = find(value, Match::kEqual);
+    return known != nullptr ? known : add(value);
+  }
   void clear() {
     for (Node*& bucket : buckets) bucket = nullptr;
     for (Walk* walk : walks) walk->node = nullptr;
