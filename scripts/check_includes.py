@@ -4,7 +4,7 @@
 The layers of the library stand on one another, so that each can be read, tested and changed without
 those above it. The engine and the profile library are products of their own; what they share with
 the library stands below all. Everything that asks the operating system about files, time, processes
-or users stands in os/*_posix.cpp.
+or users stands in os/*_posix.cpp and os/*_windows.cpp.
 """
 import pathlib
 import re
@@ -49,7 +49,7 @@ MAY_INCLUDE_TOO = {
     **{"btkf520/" + part: ["btkf520/btkf520.h"]
        for part in ("archive", "configuration", "operations", "interface")},
 }
-PLATFORM_FILE = re.compile(r"os/\w+_posix\.(cpp|h)")
+PLATFORM_FILE = re.compile(r"os/(\w+_(posix|windows)\.(cpp|h)|parallel\.cpp)")
 PLATFORM_ONLY = re.compile(
     r"sys/.*|(fcntl|unistd|dirent|pwd|grp|time|utime|signal|spawn|poll|sched|pthread|dlfcn|windows)\.h"
     r"|filesystem|fstream|ctime|chrono|csignal|thread")
@@ -60,7 +60,7 @@ def violation(folder, name, mark, header):
     """Says what is wrong with an include, or gives None."""
     if mark == "<":
         if PLATFORM_ONLY.fullmatch(header) and not PLATFORM_FILE.fullmatch(folder + "/" + name):
-            return "only os/*_posix.cpp includes it"
+            return "only a system's own files in os include it"
         return None
     if "/" not in header:
         return "has no folder"

@@ -8,6 +8,7 @@
 #include <cerrno>
 #include <cstddef>
 
+#include "os/calls.h"
 #include "os/file.h"
 #include "os/rights_posix.h"
 
@@ -48,9 +49,6 @@ int openDescriptor(const char* path, int flags, mode_t mode = kRightsOfNewFile);
 int openDescriptor(int directory, const char* path, int flags, mode_t mode = kRightsOfNewFile);
 // The same, and never through a link.
 int openDescriptor(const Place& place, int flags, mode_t mode = kRightsOfNewFile);
-
-// Whether that file has the name there; *now, which may be null, becomes its present status.
-bool isAt(const Place& place, const FileIdentity& file, FileStatus* now);
 
 // The mode of a file of mode `old` that its owner may write, or nobody. What would lend the owner's
 // rights to those who run it is dropped.

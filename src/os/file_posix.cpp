@@ -24,7 +24,6 @@ constexpr int kOpenAlways = O_CLOEXEC | O_NOCTTY | O_NONBLOCK;
 constexpr mode_t kAllReaders = S_IRUSR | S_IRGRP | S_IROTH;
 constexpr mode_t kAllWriters = S_IWUSR | S_IWGRP | S_IWOTH;
 constexpr int64_t kNanosecondsPerSecond = 1'000'000'000;
-constexpr int kTries = 100;     // While others put new files where one is being opened.
 constexpr unsigned kPause = 2;  // Milliseconds between two looks at a name that leads nowhere.
 
 FileStatus statusOf(const struct stat& raw) {
@@ -100,26 +99,6 @@ bool isFileAt(int directory, const char* path, int linkFlags, const FileIdentity
   return true;
 }
 
-// Of a call that asked an open file and has just failed.
-FileResult failureOfOpenFile() {
-  return errno == ESTALE ? FileResult::kStale : FileResult::kFailed;
-}
-
-// Reads up to `size` bytes; fewer at the end of the file, -1 on failure.
-int64_t readUpTo(int descriptor, uint64_t offset, void* buffer, size_t size) {
-  size_t done = 0;
-  while (done < size) {
-    const ssize_t count = uninterrupted([&] {
-      return ::pread(descriptor, static_cast<char*>(buffer) + done,
-                     std::min(size - done, kLargestTransfer), static_cast<off_t>(offset + done));
-    });
-    if (count < 0) return -1;
-    if (count == 0) break;
-    done += static_cast<size_t>(count);
-  }
-  return static_cast<int64_t>(done);
-}
-
 FileResult readStatusBy(int (*call)(const char*, struct stat*), const char* path,
                         FileStatus* status) {
   struct stat raw;
@@ -187,8 +166,35 @@ int openDescriptor(const Place& place, int flags, mode_t mode) {
   return openDescriptor(place.directory(), place.name().c_str(), flags | O_NOFOLLOW, mode);
 }
 
+FileResult failureOfOpenFile() {
+  return errno == ESTALE ? FileResult::kStale : FileResult::kFailed;
+}
+
+int64_t readUpTo(int file, uint64_t offset, void* buffer, size_t size) {
+  size_t done = 0;
+  while (done < size) {
+    const ssize_t count = uninterrupted([&] {
+      return ::pread(file, static_cast<char*>(buffer) + done,
+                     std::min(size - done, kLargestTransfer), static_cast<off_t>(offset + done));
+    });
+    if (count < 0) return -1;
+    if (count == 0) break;
+    done += static_cast<size_t>(count);
+  }
+  return static_cast<int64_t>(done);
+}
+
 bool isAt(const Place& place, const FileIdentity& file, FileStatus* now) {
   return isFileAt(place.directory(), place.name().c_str(), AT_SYMLINK_NOFOLLOW, file, now);
+}
+
+int makeForOwner(const Place& place) {
+  return openDescriptor(place, O_RDWR | O_CREAT | O_EXCL, S_IRUSR | S_IWUSR);
+}
+
+FileResult removeAt(const Place& place) {
+  return resultOfCall(
+      uninterrupted([&] { return ::unlinkat(place.directory(), place.name().c_str(), 0); }));
 }
 
 FileResult readStatus(const char* path, FileStatus* status) {
@@ -197,20 +203,6 @@ FileResult readStatus(const char* path, FileStatus* status) {
 
 FileResult readEntryStatus(const char* path, FileStatus* status) {
   return readStatusBy(::lstat, path, status);
-}
-
-File::File(File&& other) noexcept
-    : descriptor_(std::exchange(other.descriptor_, -1)),
-      failure_(other.failure_),
-      status_(other.status_),
-      place_(std::move(other.place_)) {}
-
-File& File::operator=(File&& other) noexcept {
-  std::swap(descriptor_, other.descriptor_);
-  std::swap(failure_, other.failure_);
-  std::swap(status_, other.status_);
-  std::swap(place_, other.place_);
-  return *this;
 }
 
 FileResult File::open(const char* path, Access access) {
@@ -248,33 +240,6 @@ FileResult File::take(int descriptor) {
   return isForeign ? FileResult::kForeignLink : FileResult::kRefused;
 }
 
-FileResult File::openToLock(const Place& place, Access access) {
-  FileResult result = open(place, access);
-  if (result == FileResult::kDone) result = tryLock(Lock::kExclusive);
-  if (result != FileResult::kDone) close();
-  return result;
-}
-
-// Hardly any path leads to a link, which is refused.
-FileResult File::openLocked(const char* path) {
-  Place place;
-  FileResult result = Place::of(path, &place);
-  if (result == FileResult::kDone) result = openLocked(place);
-  if (result != FileResult::kRefused) return result;
-  result = Place::find(path, &place);
-  return result == FileResult::kDone ? openLocked(place) : result;
-}
-
-FileResult File::openLocked(const Place& place) {
-  for (int tries = 0; tries < kTries; ++tries) {
-    const FileResult result = openToLock(place, Access::kUpdate);
-    if (result == FileResult::kStale) continue;
-    if (result != FileResult::kDone || confirm()) return result;
-  }
-  close();
-  return FileResult::kBusy;
-}
-
 bool File::close() { return descriptor_ < 0 || ::close(std::exchange(descriptor_, -1)) == 0; }
 
 // The system gives the lowest number that is free.
@@ -300,21 +265,8 @@ FileResult File::tryLock(Lock lock) const {
   return knowsNone ? FileResult::kNoLocks : resultOf(errno);
 }
 
-bool File::confirm() { return isAt(place_, status_.identity, &status_); }
-
 bool File::confirm(const char* path) {
   return isFileAt(AT_FDCWD, path, 0, status_.identity, &status_);
-}
-
-bool File::readAt(uint64_t offset, void* buffer, size_t size) const {
-  const int64_t count = readUpTo(descriptor_, offset, buffer, size);
-  const bool isWhole = count == static_cast<int64_t>(size);
-  if (count < 0) {
-    failure_ = failureOfOpenFile();
-  } else if (!isWhole && offset + size <= status_.size) {
-    failure_ = FileResult::kFailed;
-  }
-  return isWhole;
 }
 
 bool File::writeAt(uint64_t offset, std::string_view bytes) const {
@@ -363,33 +315,6 @@ bool File::sync() const {
 
 bool File::syncContent() const {
   return uninterrupted([this] { return ::fdatasync(descriptor_); }) == 0;
-}
-
-FileResult File::readAll(uint64_t largest, std::string* bytes) {
-  std::string text;
-  for (int tries = 0; tries < kTries && size() <= largest; ++tries) {
-    text.resize(static_cast<size_t>(size()) + 1);  // More than that means that it has grown.
-    const int64_t count = readUpTo(descriptor_, 0, text.data(), text.size());
-    if (count == static_cast<int64_t>(size())) {
-      text.pop_back();
-      *bytes = std::move(text);
-      return FileResult::kDone;
-    }
-    if (count < 0) return failureOfOpenFile();
-    if (!refresh()) return failure();
-  }
-  return size() > largest ? FileResult::kTooLarge : FileResult::kFailed;
-}
-
-FileResult readFile(const char* path, uint64_t largest, std::string* bytes, FileStatus* status) {
-  File file;
-  FileResult result = FileResult::kStale;
-  for (int tries = 0; tries < kTries && result == FileResult::kStale; ++tries) {
-    result = file.open(path, File::Access::kRead);
-    if (result == FileResult::kDone) result = file.readAll(largest, bytes);
-  }
-  if (result == FileResult::kDone && status != nullptr) *status = file.status();
-  return result;
 }
 
 FileResult appendToFile(const char* path, std::string_view text,
@@ -451,12 +376,6 @@ FileResult removeFile(const char* path) {
 FileResult setModificationTime(const char* path, int64_t seconds) {
   const timespec times[] = {{0, UTIME_OMIT}, {static_cast<time_t>(seconds), 0}};
   return resultOfCall(uninterrupted([&] { return ::utimensat(AT_FDCWD, path, times, 0); }));
-}
-
-FileResult setWritable(const char* path, bool isWritable) {
-  File file;  // Another one may take the path at any time, and has a mode of its own.
-  const FileResult result = file.open(path, File::Access::kRead);
-  return result == FileResult::kDone ? file.setWritable(isWritable) : result;
 }
 
 }  // namespace os

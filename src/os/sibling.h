@@ -98,6 +98,9 @@ class SiblingFile {
   FileResult removeLeftover() const;
   FileResult writeOut(std::string_view bytes);
   FileResult takeName(Naming naming);
+  // These three are each system's own. The first copies what it can, and moves on by as much.
+  FileResult copyInSystem(const File& from, uint64_t* offset, uint64_t* size);
+  FileResult takeRights(const File* model, Writing writing, Running running);
   FileResult rename(Naming naming) const;
   bool isStill(const Place& place) const;
 

@@ -1,8 +1,8 @@
-// os/parallel_posix.cpp: one thread beside the caller's.
+// os/parallel.cpp: one thread beside the caller's.
+#include "os/parallel.h"
+
 #include <system_error>
 #include <thread>
-
-#include "os/parallel.h"
 
 namespace os {
 
