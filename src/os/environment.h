@@ -5,7 +5,6 @@
 // files of the effective user too if that is the same user.
 #pragma once
 
-#include <cstdint>
 #include <optional>
 #include <string>
 
@@ -22,8 +21,6 @@ std::optional<std::string> environmentVariable(const char* name);
 
 // The account name of the effective user, or the number as text if the account has no name.
 std::string accountName();
-// The number, which takes no time to ask for.
-uint32_t effectiveUser();
 
 // The effective user's home: "" without one, and for a user who isn't heeded.
 std::string homeDirectory();

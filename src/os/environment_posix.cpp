@@ -52,12 +52,18 @@ std::optional<std::string> environmentVariable(const char* name) {
   return value == nullptr ? std::nullopt : std::optional<std::string>(value);
 }
 
+// Each question reads the list of accounts, so a name is remembered. A number is not: the account
+// may just be out of reach.
 std::string accountName() {
-  const std::string name = accountText(&passwd::pw_name);
-  return name.empty() ? std::to_string(::geteuid()) : name;
+  struct Account {
+    uid_t user = 0;
+    std::string name = {};
+  };
+  thread_local Account known;
+  const uid_t user = ::geteuid();
+  if (known.name.empty() || known.user != user) known = {user, accountText(&passwd::pw_name)};
+  return known.name.empty() ? std::to_string(user) : known.name;
 }
-
-uint32_t effectiveUser() { return ::geteuid(); }
 
 std::string homeDirectory() {
   const std::string directory = absoluteFrom("HOME");

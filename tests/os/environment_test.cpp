@@ -30,5 +30,16 @@ TEST(UserDirectories, ComeFromTheEnvironment) {
   }
 }
 
+// One that is remembered must not outlive its user.
+TEST(AccountName, IsThatOfTheEffectiveUserNow) {
+  const uid_t user = ::geteuid();
+  const passwd other = *::getpwnam("nobody");
+  const std::string name = accountName();
+  const bool isChanged = ::seteuid(other.pw_uid) == 0;  // By root.
+  EXPECT_EQ(accountName(), isChanged ? "nobody" : name);
+  ASSERT_EQ(::seteuid(user), 0);
+  EXPECT_EQ(accountName(), ::getpwuid(user)->pw_name);
+}
+
 }  // namespace
 }  // namespace os

@@ -7,7 +7,6 @@
 #include "btkf520/operations/surroundings.h"
 #include "btkf520/operations/workfile.h"
 #include "os/directory.h"
-#include "os/environment.h"
 #include "os/syncs.h"
 
 namespace btkf {
@@ -83,7 +82,6 @@ void WrittenChange::tell() const noexcept {
 TrvsStatus Batch::begin() {
   if (isOpen_) return TRVS_MISUSE;
   firstFailure_ = TRVS_DONE;
-  accounts_.clear();
   isOpen_ = true;
   return TRVS_DONE;
 }
@@ -109,13 +107,6 @@ void Batch::add(WrittenChange written) noexcept {
 
 bool Batch::hasWaiting(const std::string& path) const {
   return !waiting_.empty() && keys_.contains(keyOf(path));
-}
-
-std::string Batch::accountName() {
-  if (!isOpen_) return os::accountName();
-  std::string& name = accounts_[os::effectiveUser()];
-  if (name.empty()) name = os::accountName();
-  return name;
 }
 
 // What callbacks and triggers do meanwhile finds no part any more.

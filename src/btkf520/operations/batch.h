@@ -9,7 +9,6 @@
 
 #include <cstdint>
 #include <functional>
-#include <map>
 #include <memory>
 #include <set>
 #include <string>
@@ -57,8 +56,6 @@ class Batch {
 
   // Whether the archive at `path` has a change that waits.
   bool hasWaiting(const std::string& path) const;
-  // os::accountName(), which is read from a file: once in a batch.
-  std::string accountName();
 
   // Ends the part. False if nothing waits.
   bool endPart() noexcept;
@@ -72,7 +69,6 @@ class Batch {
   bool isOpen_ = false;
   std::vector<WrittenChange> waiting_;
   std::set<Key> keys_;
-  std::map<uint32_t, std::string> accounts_;  // Of the users who were asked for.
   TrvsStatus firstFailure_ = TRVS_DONE;
 };
 

@@ -33,7 +33,7 @@ TrvsStatus Surroundings::load(const std::string& path, TrvsReadMode mode) {
 std::optional<std::string> Surroundings::userId() {
   const std::string& name = configuration_.userVariable();
   std::optional<std::string> user =
-      name.empty() ? batch_.accountName() : os::environmentVariable(name.c_str());
+      name.empty() ? os::accountName() : os::environmentVariable(name.c_str());
   return user && isGoodName(*user) ? user : std::nullopt;
 }
 
