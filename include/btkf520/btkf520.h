@@ -846,9 +846,7 @@ TRVS_EXPORT int32_t TrvsReadRevision(int32_t context, const char* archive, const
 /* Reads every byte of an archive and checks it. The buffer, which may be null, receives the numbers
  * of the revisions that can't be checked out any more, with TRVS_DONE and
  * TRVS_NOT_AN_ARCHIVE; an empty list with the latter means that what is damaged stands outside
- * their contents, or that all is. Gives TRVS_NOT_AN_ARCHIVE if anything is damaged. But if that is
- * one of the small parts that the last changes added, it looks as if their writer had been killed:
- * the archive says what it said before them, with TRVS_DONE, and the next change cuts them off. */
+ * their contents, or that all is. Gives TRVS_NOT_AN_ARCHIVE if anything is damaged. */
 TRVS_EXPORT int32_t TrvsVerifyArchive(int32_t context, const char* archive, char* buffer,
                                       int32_t size);
 

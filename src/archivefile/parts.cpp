@@ -18,6 +18,11 @@ constexpr size_t kRecordPayload = 64;
 constexpr size_t kAfterProof = 1 + kTrailerSize;
 constexpr size_t kProofSize = 8;
 static_assert(kEndSize == 3 + kRecordPayload + kAfterProof);
+// A device writes that much, from a multiple of it on, or nothing of it.
+constexpr uint64_t kSector = 512;
+// With as many zeros begins the header of a narrow part.
+constexpr uint64_t kHeaderZeros = 6;
+static_assert(kNarrow < 1 << 16);
 
 uint32_t headerChecksum(uint64_t offset, uint64_t partSize) {
   ByteWriter bytes;
@@ -73,6 +78,16 @@ bool liesInFile(const End& end) {
   return isWide ? end.proofBegin() == end.blockBegin() : end.proofBegin() <= end.blockBegin();
 }
 
+// Whether what stands before `offset` has the form of an end. Nothing is proved with that.
+bool parseEndAt(const LastBytes& file, uint64_t offset, End* end) {
+  char last[kEndSize];
+  const size_t least = kHeader.size() + kPartHeaderSize + kEndSize;
+  if (offset < least || !file.copy(offset - kEndSize, last, sizeof last)) return false;
+  end->offset = offset;
+  return parseEnd(std::string_view(last, sizeof last), &end->record, &end->tailSize) &&
+         liesInFile(*end);
+}
+
 uint64_t partSizeAt(const LastBytes& file, uint64_t offset) {
   char header[kPartHeaderSize];
   if (offset > file.fileSize() || file.fileSize() - offset < sizeof header ||
@@ -82,6 +97,54 @@ uint64_t partSizeAt(const LastBytes& file, uint64_t offset) {
   ByteReader from(std::string_view(header, sizeof header));
   const uint64_t size = from.fixed(8);
   return from.fixed(4) == headerChecksum(offset, size) ? size : 0;
+}
+
+bool isZero(const LastBytes& file, uint64_t begin, uint64_t end) {
+  char bytes[kSector];
+  const auto size = static_cast<size_t>(end - begin);
+  return file.copy(begin, bytes, size) &&
+         std::all_of(bytes, bytes + size, [](char each) { return each == 0; });
+}
+
+// Whether in some sector all that lies between `begin` and `end` is zeros, and so may never have
+// been written.
+bool hasLostSector(const LastBytes& file, uint64_t begin, uint64_t end) {
+  for (uint64_t next = 0; begin < end; begin = next) {
+    next = std::min(end, (begin / kSector + 1) * kSector);
+    if (isZero(file, begin, next)) return true;
+  }
+  return false;
+}
+
+// Where the block of a part that has lost its proof begins: by the trailer, else by what the proof
+// covers; the begin of all that it may be if neither says anything possible.
+uint64_t likelyBlock(const LastBytes& file, uint64_t begin, uint64_t end) {
+  char last[kEndSize];
+  EndRecord record;
+  uint64_t tail = 0;
+  if (!file.copy(end - kEndSize, last, sizeof last)) return begin;
+  static_cast<void>(parseEnd(std::string_view(last, sizeof last), &record, &tail));
+  if (tail == 0) tail = record.proofSize + kProofSize + kAfterProof;
+  const bool isPossible = tail >= kEndSize && tail <= end - begin - kPartHeaderSize;
+  return isPossible ? end - tail : begin + kPartHeaderSize;
+}
+
+// Of a part from `begin` to `end` that has no proof: whether the power may have been cut when it
+// was written. Nothing from `unproven` on is known to have been synced before a narrow one.
+bool mayBeTorn(const LastBytes& file, uint64_t unproven, uint64_t begin, uint64_t end) {
+  const bool isWide = end - begin > kNarrow;
+  if (isWide && partSizeAt(file, begin) != end - begin) return false;
+  char trailer[kTrailerSize];
+  if (!file.copy(end - sizeof trailer, trailer, sizeof trailer)) return true;
+  const bool hasTrailer = tailSize(std::string_view(trailer, sizeof trailer)).has_value();
+  return hasLostSector(file, isWide ? likelyBlock(file, begin, end) : unproven + kHeaderZeros,
+                       hasTrailer ? end - sizeof trailer : end);
+}
+
+// Whether what stands where a part begins is neither its header nor what a power cut leaves of one.
+bool isSpoiltHeader(const LastBytes& file, uint64_t offset) {
+  return file.fileSize() - offset >= kPartHeaderSize && partSizeAt(file, offset) == 0 &&
+         !hasLostSector(file, offset, offset + kPartHeaderSize);
 }
 
 bool isProven(const LastBytes& file, const End& end) {
@@ -102,6 +165,21 @@ bool isProven(const LastBytes& file, const End& end) {
   };
   return add(end.proofBegin(), end.proofBegin() + end.record.proofSize) &&
          add(end.offset - kAfterProof, end.offset) && sum.value() == end.record.proof;
+}
+
+// Whether what follows the last whole part was whole once. `ends` are those of the parts after it,
+// by their headers.
+bool isDamagedAfter(const LastBytes& file, const End& whole, const std::vector<uint64_t>& ends) {
+  if (isSpoiltHeader(file, whole.offset)) return true;
+  uint64_t begin = whole.offset;
+  for (const uint64_t end : ends) {
+    if (!mayBeTorn(file, whole.offset, begin, end)) return true;
+    begin = end;
+  }
+  // The last one tells where it begins, too.
+  End last;
+  return parseEndAt(file, file.fileSize(), &last) && last.begin() >= whole.offset &&
+         !mayBeTorn(file, whole.offset, last.begin(), last.offset);
 }
 
 }  // namespace
@@ -183,13 +261,8 @@ bool hasHeader(const LastBytes& file) {
 // The first part is in no doubt as a whole: a file gets its name when all of it is on the disk. Of
 // any other one the header shows that it was written in its place and not taken back since.
 bool readEnd(const LastBytes& file, uint64_t offset, End* end) {
-  char last[kEndSize];
-  const size_t least = kHeader.size() + kPartHeaderSize + kEndSize;
-  if (offset < least || !file.copy(offset - kEndSize, last, sizeof last)) return false;
   End found;
-  found.offset = offset;
-  if (!parseEnd(std::string_view(last, sizeof last), &found.record, &found.tailSize)) return false;
-  if (!liesInFile(found) || !isProven(file, found)) return false;
+  if (!parseEndAt(file, offset, &found) || !isProven(file, found)) return false;
   found.record.index.offset = found.blockBegin() - found.record.index.storedSize;
   const bool isFirst = found.begin() == kHeader.size();
   if (!isFirst && partSizeAt(file, found.begin()) != found.record.partSize) return false;
@@ -208,12 +281,15 @@ void forEachPart(const LastBytes& file, const std::function<void(uint64_t end)>&
   }
 }
 
-bool findEnd(const LastBytes& file, End* end) {
-  if (readEnd(file, file.fileSize(), end)) return true;
+// Usually the first look tells, and that the file has its header isn't asked.
+Found findEnd(const LastBytes& file, End* end) {
+  if (readEnd(file, file.fileSize(), end)) return Found::kWhole;
   std::vector<uint64_t> ends;
   forEachPart(file, [&](uint64_t offset) { ends.push_back(offset); });
-  return std::any_of(ends.rbegin(), ends.rend(),
-                     [&](uint64_t offset) { return readEnd(file, offset, end); });
+  const auto whole = std::find_if(ends.rbegin(), ends.rend(),
+                                  [&](uint64_t offset) { return readEnd(file, offset, end); });
+  if (whole == ends.rend()) return Found::kNone;
+  return isDamagedAfter(file, *end, {whole.base(), ends.end()}) ? Found::kDamaged : Found::kWhole;
 }
 
 }  // namespace archivefile

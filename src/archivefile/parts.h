@@ -9,6 +9,11 @@
 // A part proves itself: it has a checksum of everything that may have reached the disk after its
 // end. That is the whole part if it is narrow, since it is written at once; a wider one's body is
 // synced before its end is written.
+//
+// What is torn and what is damaged isn't the same: a torn part was never promised to anybody, a
+// damaged one may have been. Where the power was cut the file is short, or all that it has in one
+// sector, or in more, of what was written last is zeros. What has all its bytes, no such sector,
+// and yet no proof, is damaged.
 #pragma once
 
 #include <cstddef>
@@ -98,7 +103,12 @@ bool hasHeader(const LastBytes& file);
 [[nodiscard]] bool readEnd(const LastBytes& file, uint64_t offset, End* end);
 // Goes from part to part, by their headers alone, and calls `take` with the end of each.
 void forEachPart(const LastBytes& file, const std::function<void(uint64_t end)>& take);
-// The end of the last whole part; false if there is none.
-[[nodiscard]] bool findEnd(const LastBytes& file, End* end);
+enum class Found {
+  kNone,
+  kWhole,    // What comes after it, if anything does, may be torn.
+  kDamaged,  // After the last whole part is what was whole once.
+};
+// The end of the last whole part. *end is left alone if there is none.
+[[nodiscard]] Found findEnd(const LastBytes& file, End* end);
 
 }  // namespace archivefile

@@ -46,7 +46,7 @@ uint64_t claimedSize(const archivefile::LastBytes& file) {
 // proves.
 bool findTail(const archivefile::LastBytes& file, uint64_t* begin, uint64_t* end) {
   archivefile::End found;
-  if (archivefile::findEnd(file, &found)) {
+  if (archivefile::findEnd(file, &found) == archivefile::Found::kWhole) {
     *begin = found.blockBegin();
     *end = found.offset;
     return true;

@@ -9,6 +9,7 @@ HEADER = bytes.fromhex("8942544B460D0A1A")
 PROOF_END = 10  # "@" and the trailer.
 Z_TO_END = 77
 PARTS = 1024
+SECTOR = 512
 LONGEST_CHAIN = 256
 
 
@@ -88,7 +89,7 @@ class Values:
 class Part:
     """A whole part: where it is, and where its pieces are."""
 
-    def __init__(self, data, end):
+    def __init__(self, data, end, proven=True):
         need(end >= len(HEADER) + 12 + Z_TO_END, "too short for a part")
         last = data[end - Z_TO_END:end]
         mark, below, size = struct.unpack(">Bii", last[-9:])
@@ -106,6 +107,8 @@ class Part:
         begin = field - covered
         need(len(HEADER) <= begin <= self.block_begin, "a proof of something else")
         need(begin == self.block_begin or end - begin <= 4096, "a proof of too much")
+        if not proven:
+            return
         need(checksum(data[begin:field] + data[end - PROOF_END:end]) == proof, "no proof")
         need(self.begin == len(HEADER) or part_length(data, self.begin) == length, "no part header")
 
@@ -126,18 +129,49 @@ def last_whole_part(data):
         return Part(data, len(data))
     except Damaged:
         pass
-    at, last = len(HEADER), None
+    at, last, after = len(HEADER), None, []
     for _ in range(PARTS):
         length = part_length(data, at)
         if not length or length > len(data) - at:
             break
         at += length
         try:
-            last = Part(data, at)
+            last, after = Part(data, at), []
         except Damaged:
-            pass
+            after.append((at - length, at))
     need(last, "no whole part")
+    need_torn(data, last.end, after)
     return last
+
+
+def lost_sector(data, begin, end):
+    """Whether all that is in some sector between the two is zeros."""
+    cuts = [begin, *range(begin // SECTOR * SECTOR + SECTOR, end, SECTOR), end]
+    return any(not any(data[a:b]) for a, b in zip(cuts, cuts[1:]) if a < b)
+
+
+def need_torn(data, begin, parts):
+    """What is after the last whole part was never whole, or may never have been written."""
+    header = data[begin:begin + 12]
+    need(len(header) < 12 or part_length(data, begin) or lost_sector(data, begin, begin + 12),
+         "a damaged part header")
+    try:
+        part = Part(data, len(data), proven=False)
+        if part.begin >= begin and (part.begin, part.end) not in parts:
+            parts = [*parts, (part.begin, part.end)]
+    except Damaged:
+        pass
+    for a, b in parts:
+        trailer = struct.unpack(">Bii", data[b - 9:b])
+        has_trailer = trailer[0] == 4 and trailer[2] - trailer[1] == 9 and trailer[1] < 0 >= trailer[2]
+        end, start = b - 9 if has_trailer else b, begin + 6
+        if b - a > 4096:
+            need(part_length(data, a) == b - a, "a damaged part header")
+            covered, = struct.unpack(">I", data[b - 22:b - 18])
+            start = b + trailer[1] if has_trailer else b - 18 - covered
+            if not a + 12 <= start <= b - Z_TO_END:
+                start = a + 12
+        need(lost_sector(data, start, end), "a damaged part")
 
 
 class Archive:

@@ -3,7 +3,7 @@
 
 The client works for a while on a few archives. After each change the file is read, and once more as it
 would be had its new part been torn: that must be the archive before the change, for the library too,
-which takes the next change there now and then. Leaves with 77 where the modules are not installed.
+which takes the next change there now and then. With a flipped bit it is damaged for both, or what it was. Leaves with 77 where the modules are not installed.
 """
 import collections
 import ctypes
@@ -145,10 +145,32 @@ def tear(pick, old, new):
     """The file as it may be if the part after `old` was not written to its end."""
     size = len(new) - len(old)
     start = len(old) + pick.choice((0, 1, 11, 12, size // 2, size - 78, size - 1, pick.randrange(size)))
-    if size <= 4096 and pick.random() < 0.3:  # A hole, which only a part of one write can have.
-        end = min(start + pick.randrange(1, 400), len(new))
-        return new[:start] + bytes(end - start) + new[end:]
-    return new[:start] + bytes(len(new) - start) * pick.randrange(2)
+    if size <= 4096 and pick.random() < 0.5:  # A lost sector, which only a part of one write can have.
+        sector = start // 512 * 512
+        begin, end = max(sector, len(old)), min(sector + 512, len(new))
+        return new[:begin] + bytes(end - begin) + new[end:] * pick.randrange(2)
+    return new[:start]
+
+
+def flip(pick, old, new):
+    """The file with a damaged bit after `old`."""
+    place = pick.randrange(len(old), len(new))
+    return new[:place] + bytes([new[place] ^ 1 << pick.randrange(8)]) + new[place + 1:]
+
+
+def check_flipped(client, flipped, said):
+    """Neither reader takes damage for a state before the change."""
+    try:
+        found = read(flipped)
+    except read_archive.Damaged:
+        found = None
+    whole = client.archive.read_bytes()
+    client.archive.write_bytes(flipped)
+    status = client.call("VerifyArchive", None, 0)
+    assert status == (27 if found is None else 0), status
+    assert found is None or found == said == client.said()
+    client.archive.write_bytes(whole)
+    done["damaged"] += found is None
 
 
 def work(client, changes):
@@ -164,6 +186,8 @@ def work(client, changes):
         added = new.startswith(old)
         done["wide" if len(new) - len(old) > 4096 else "narrow"] += added
         done["anew"] += not added
+        if added:
+            check_flipped(client, flip(client.random, old, new), said)
         for _ in range(4 * added):
             torn = tear(client.random, old, new)
             if torn == new:
@@ -190,7 +214,7 @@ def main():
             print("seed", seed, flush=True)
             work(Client(library, pathlib.Path(directory), seed, 1200000 if seed == 8 else 3000), 50)
     print(dict(done))
-    assert all(done[what] for what in ("narrow", "wide", "anew", "torn", "mended")), "a case is missing"
+    assert all(done[what] for what in ("narrow", "wide", "anew", "torn", "mended", "damaged")), "a case is missing"
 
 
 main()

@@ -26,6 +26,10 @@ std::string headerOf(const End& end) {
   return archivefile::encodePartHeader(end.begin(), end.record.partSize);
 }
 
+// The cut is on the disk when the next bytes are written: what the power leaves of them must not
+// stand among others.
+bool cutAt(const os::File& file, uint64_t size) { return file.setSize(size) && file.syncContent(); }
+
 // Room for the header, of which nothing is known before the part is complete.
 std::string noHeader() { return std::string(archivefile::kPartHeaderSize, '\0'); }
 
@@ -60,9 +64,8 @@ FileResult ArchiveChange::beginFile(const os::File* old) {
   return result == FileResult::kDone ? sibling_.write(noHeader()) : result;
 }
 
-// What was torn is cut off.
 FileResult ArchiveChange::beginPart(const os::File& file, const End& end) {
-  if (file.size() > end.offset && !file.setSize(end.offset)) return FileResult::kFailed;
+  if (file.size() > end.offset && !cutAt(file, end.offset)) return FileResult::kFailed;
   pending_ = noHeader();
   before_ = end;
   written_ = end.offset;
@@ -155,7 +158,7 @@ ArchiveChange::Rest ArchiveChange::rest() const {
 void ArchiveChange::giveUp() {
   isConcluded_ = true;
   sibling_.giveUp();
-  if (isAppended()) appended_->setSize(before_.offset);
+  if (isAppended()) static_cast<void>(cutAt(*appended_, before_.offset));
 }
 
 TrvsStatus ArchiveChange::finish() {

@@ -174,7 +174,9 @@ TrvsStatus ArchiveReader::open(os::File file, std::unique_ptr<ArchiveReader>* re
     return isSame ? TRVS_NOT_AN_ARCHIVE : TRVS_CANNOT_OPEN;
   };
   archivefile::End end;
-  if (!archivefile::hasHeader(last) || !archivefile::findEnd(last, &end)) return failure();
+  const bool isWhole = archivefile::hasHeader(last) &&
+                       archivefile::findEnd(last, &end) == archivefile::Found::kWhole;
+  if (!isWhole) return failure();
   const archivefile::EndRecord& record = end.record;
   const bool isAlone = record.full.offset == 0;
   if (!isPossible(record.index, storedSize(record))) return failure();
