@@ -13,14 +13,15 @@
 namespace cli {
 namespace {
 
+constexpr const char* kWhoOwnsIt = "see who owns it";
+
 // "bob", or with the note of the lock "bob (dry run of the pump)".
 std::string noted(const std::string& text, const LockInfo& lock) {
   return lock.note.empty() ? text : fmt::format("{} ({})", text, lock.note);
 }
 
-void setWritable(const std::string& path, bool isWritable) {
-  if (os::setWritable(path.c_str(), isWritable) == os::FileResult::kDone) return;
-  throw Problem{path, "its mode can't be changed", "see who owns it"};
+bool setWritable(const std::string& path, bool isWritable) {
+  return os::setWritable(path.c_str(), isWritable) == os::FileResult::kDone;
 }
 
 class Lock : public FileCommand {
@@ -75,7 +76,9 @@ class Lock : public FileCommand {
       fetch(local(), file, number, TRVS_GET_WRITABLE, Old::kDropped);
       return local().note(file, number, true);
     }
-    setWritable(local().pathToWrite(file), true);
+    if (!setWritable(local().pathToWrite(file), true)) {
+      throw Problem{shownPath(file), "locked, but it can't be made writable", kWhoOwnsIt};
+    }
     local().noteLock(file, true);
   }
 
@@ -110,7 +113,9 @@ class Lock : public FileCommand {
       check(TrvsLockWithNote(TRVS_CONTEXT, file.archive.c_str(), number.c_str(), group_.c_str(),
                              note_.c_str()),
             subject);
-      later([path] { setWritable(path, true); });
+      later([this, &file, number, path] {
+        if (!setWritable(path, true)) giveBack(file, number);
+      });
     } else {
       check(TrvsGetWithNote(TRVS_CONTEXT, target(file.archive, path).c_str(), number.c_str(),
                             group_.c_str(), note_.c_str(), TRVS_GET_OVERWRITE),
@@ -120,6 +125,13 @@ class Lock : public FileCommand {
     later([this, &file, number, isChanged] {
       isChanged ? local().noteLock(file, true) : local().note(file, number, true);
     });
+  }
+
+  // A lock that the user can't work with would keep others from the file for nothing.
+  [[noreturn]] void giveBack(const FileRecord& file, const std::string& number) const {
+    check(TrvsUnLockRevision(TRVS_CONTEXT, file.archive.c_str(), number.c_str(), nullptr),
+          about(file, number));
+    throw Problem{shownPath(file), "can't be made writable, and was not locked", kWhoOwnsIt};
   }
 
   static constexpr Verb kLock{"lock", "locked"};
@@ -165,10 +177,11 @@ class Unlock : public FileCommand {
     if (!isDry_) {
       remove(file, number, local().user());
       later([this, &file] {
-        if (local().standingOf(file) == Standing::kSame) {
-          setWritable(local().pathToWrite(file), false);
-        }
+        const bool isSame = local().standingOf(file) == Standing::kSame;
         local().noteLock(file, false);
+        if (isSame && !setWritable(local().pathToWrite(file), false)) {
+          throw Problem{shownPath(file), "unlocked, but it can't be made read-only", kWhoOwnsIt};
+        }
       });
     }
     tell(file, said(kUnlock), number, isChanged ? ", your changes kept" : "");
