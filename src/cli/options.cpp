@@ -70,10 +70,7 @@ Words secondWordsOf(const std::string& first) {
     known.push_back(split(each.name, ' ').front());
     if (!each.alias.empty()) known.emplace_back(each.alias);
   }
-  const std::string near = nearest(word, known);
-  throw misuse(
-      word, "no such command",
-      near.empty() ? "'trevault help' lists them" : fmt::format("did you mean '{}'?", near));
+  throw misuse(word, "no such command", offerNearest(word, known, "'trevault help' lists them"));
 }
 
 // The command that the words name, which are taken out. Null if they name none.
@@ -102,11 +99,11 @@ const CommandEntry* takeCommand(Words* words) {
   for (const CLI::Option* option : app.get_options()) {
     for (const std::string& each : option->get_lnames()) known.push_back("--" + each);
   }
-  const std::string near = word.starts_with("--") ? nearest(word, known) : "";
-  throw misuse(name.empty() ? "trevault" : name, fmt::format("{}: no such option", word),
-               near.empty()
-                   ? fmt::format("'trevault help{}{}' lists them", name.empty() ? "" : " ", name)
-                   : fmt::format("did you mean '{}'?", near));
+  if (!word.starts_with("--")) known.clear();
+  throw misuse(
+      name.empty() ? "trevault" : name, fmt::format("{}: no such option", word),
+      offerNearest(word, known,
+                   fmt::format("'trevault help{}{}' lists them", name.empty() ? "" : " ", name)));
 }
 
 // What the parser says of an option without its value, or of one that is there twice.

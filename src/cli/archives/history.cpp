@@ -2,6 +2,7 @@
 #include "cli/archives/history.h"
 
 #include <algorithm>
+#include <cstdlib>
 
 #include "btkf520/btkf520.h"
 #include "cli/archives/engine.h"
@@ -39,17 +40,48 @@ std::string isoTime(std::string time) {
 
 bool RevisionInfo::isLockedBy(std::string_view user) const { return has(lockers, user); }
 
-bool floats(const std::string& archive, const std::string& label, const std::string& file) {
+std::map<std::string, std::string> floatingLabels(const std::string& archive,
+                                                  const std::string& file) {
   const auto texts = fetchList(
       [&](char* buffer, int32_t size) {
         return TrvsListLabels(TRVS_CONTEXT, archive.c_str(), buffer, size);
       },
       {.file = file, .archive = archive});
+  std::map<std::string, std::string> found;
   for (size_t i = 0; i + 1 < texts.size(); i += 2) {
-    if (texts[i] == label)
-      return std::count(texts[i + 1].begin(), texts[i + 1].end(), '.') % 2 == 0;
+    const std::string& target = texts[i + 1];
+    const bool isBranch = std::count(target.begin(), target.end(), '.') % 2 == 0;
+    if (isBranch) found[texts[i]] = target;
   }
-  return false;
+  return found;
+}
+
+std::map<std::string, int64_t> sizesOf(const std::string& archive, const std::string& file) {
+  const auto texts = fetchList(
+      [&](char* buffer, int32_t size) {
+        return TrvsListContents(TRVS_CONTEXT, archive.c_str(), nullptr, buffer, size);
+      },
+      {.file = file, .archive = archive});
+  constexpr size_t kTexts = 5;  // Of each revision.
+  std::map<std::string, int64_t> sizes;
+  for (size_t i = 0; i + kTexts <= texts.size(); i += kTexts) {
+    sizes[texts[i]] = std::strtoll(texts[i + 1].c_str(), nullptr, 10);
+  }
+  return sizes;
+}
+
+std::string descriptionOf(const std::string& archive, const std::string& number,
+                          const std::string& file) {
+  std::string text;
+  int32_t status = TRVS_BUFFER_TOO_SMALL;
+  for (size_t size = 4096; status == TRVS_BUFFER_TOO_SMALL && size < (1U << 30); size *= 4) {
+    text.assign(size, '\0');
+    status =
+        TrvsGetDescription(TRVS_CONTEXT, archive.c_str(), number.empty() ? nullptr : number.c_str(),
+                           text.data(), static_cast<int32_t>(size));
+  }
+  check(status, {.file = file, .archive = archive, .revision = number});
+  return text.substr(0, text.find('\0'));
 }
 
 std::string branchOf(std::string_view number) {

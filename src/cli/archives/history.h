@@ -1,6 +1,8 @@
 // cli/archives/history.h: what an archive tells about its revisions.
 #pragma once
 
+#include <cstdint>
+#include <map>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -36,8 +38,15 @@ struct LockInfo {
   std::string minute() const { return time.substr(0, 16); }
 };
 
-// Whether a label keeps to the tip of a branch. Throws Problem; `file` is what it is about.
-bool floats(const std::string& archive, const std::string& label, const std::string& file);
+// These throw Problem; `file` is what they are about.
+// The labels that keep to the tip of a branch, and its number.
+std::map<std::string, std::string> floatingLabels(const std::string& archive,
+                                                  const std::string& file);
+// How many bytes the revisions have, by their numbers.
+std::map<std::string, int64_t> sizesOf(const std::string& archive, const std::string& file);
+// What is said of the file; or, with a number, the message of that revision.
+std::string descriptionOf(const std::string& archive, const std::string& number,
+                          const std::string& file);
 
 // The branch of a revision's number, and the revision where a branch starts.
 std::string branchOf(std::string_view number);

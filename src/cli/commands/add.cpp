@@ -169,7 +169,9 @@ class Add : public FileCommand {
 
   void tellSums() const {
     Output& output = session().output();
-    if (made_.size() != 1) output.line(fmt::format("{} added", counted(made_.size(), "file")));
+    const bool isRefused = made_.empty() && output.hasProblems();
+    if (made_.size() != 1 && !isRefused)
+      output.line(fmt::format("{} added", counted(made_.size(), "file")));
     if (links_ > 0) output.line(fmt::format("{} skipped", counted(links_, "link")));
     if (others_ > 0) output.line(fmt::format("{} skipped", counted(others_, "special file")));
     if (made_.size() > 0 && !isDry_) {

@@ -37,7 +37,7 @@ class CheckIn : public FileCommand {
     message_ = messageFrom(session(), message_, messageFile_);
     Files files = chosen();
     if (names_.empty()) files = changedOnes(files);
-    if (files.empty()) return output().line("nothing to check in");
+    if (files.empty()) return tellNothing("nothing to check in");
     const bool isWritten = message_.empty() && !isDry_;
     if (isWritten && !output().mayAsk()) throw misuse("checkin", "no message", "give -m or -F");
     if (isWritten) message_ = messageFromEditor(session(), hintsFor(files));
@@ -63,7 +63,9 @@ class CheckIn : public FileCommand {
       try {
         const auto lines = differencesOf(subject, here, "", kContextLines, 0);
         if (lines.empty()) continue;
-        changes += fmt::format("\n--- {0}\t{1}\n+++ {0}\n{2}", path, here, fmt::join(lines, "\n"));
+        const std::string heading =
+            isBinary(lines) ? "" : fmt::format("--- {0}\t{1}\n+++ {0}\n", path, here);
+        changes += fmt::format("\n{}{}", heading, fmt::join(lines, "\n"));
       } catch (const Problem&) {
         continue;  // It is told when the turn of the file comes.
       }
@@ -168,7 +170,7 @@ class CheckIn : public FileCommand {
     const RevisionInfo* const now = local().historyOf(file).withLabel(label);
     if (now == nullptr) return {true, ", labelled " + label};
     if (now != &here) return {false, fmt::format(", {} stays at {}", label, now->number)};
-    if (!branches_ && floats(file.archive, label, file.path)) return {};
+    if (!branches_ && floatingLabels(file.archive, file.path).contains(label)) return {};
     return {true, ", moved " + label};
   }
 

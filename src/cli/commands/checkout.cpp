@@ -45,8 +45,7 @@ class CheckOut : public FileCommand {
     }
     const size_t passed = forEach(files, [&](const FileRecord& file) { checkOut(file); });
     if (isWhole() && revision_.empty() && passed == files.size()) removeGone();
-    if (done_ + gone_ + lacking_ + kept_ == 0 && passed == files.size())
-      output().line("up to date");
+    if (done_ + gone_ + lacking_ + kept_ == 0 && passed == files.size()) tellNothing("up to date");
     if (done_ > 1) tellCount(done_, kCheckOut);
     tellLacking();
     tellFormer(former);
@@ -75,8 +74,7 @@ class CheckOut : public FileCommand {
 
   void tellLacking() const {
     if (lacking_ == 0) return;
-    output().line(fmt::format("{} {} {}", counted(lacking_, "file"), lacking_ == 1 ? "has" : "have",
-                              group_.empty() ? "no " + revision_ : "nothing in " + group_));
+    output().line(lacking(lacking_, group_.empty() ? "no " + revision_ : "nothing in " + group_));
   }
 
   // What the revision lacks is not there either, and the work directory stays as it is.
@@ -250,7 +248,7 @@ class Revert : public FileCommand {
   void work() override {
     Files files = chosen();
     std::erase_if(files, [&](const FileRecord* file) { return !hasSomething(*file); });
-    if (files.empty()) return output().line("nothing to revert");
+    if (files.empty()) return tellNothing("nothing to revert");
     std::vector<std::string> changed;
     for (const FileRecord* file : files) {
       output().mayStop();
@@ -281,8 +279,9 @@ class Revert : public FileCommand {
   }
 
   void revert(const FileRecord& file) {
-    const bool isUnknown = local().hereOf(file) == nullptr;
-    const char* const target = isUnknown ? "followed" : "here";
+    const RevisionInfo* const here = local().hereOf(file);
+    const Value before = numberOrNull(here);
+    const char* const target = here == nullptr ? "followed" : "here";
     const RevisionInfo& wanted = local().revisionOf(file, revision_.empty() ? target : revision_);
     const std::string number = wanted.number;
     const bool isChanged = differs(file);
@@ -301,9 +300,10 @@ class Revert : public FileCommand {
     }
     const std::string verb = said({"revert", "reverted"});
     later([=, this, &file] {
-      output().result({{"file", file.path}, {"action", verb}, {"revision", number}},
-                      fmt::format("{} {} to {}{}", verb, shownPath(file), number,
-                                  isChanged ? ", old content kept" : ""));
+      output().result(
+          {{"file", file.path}, {"action", verb}, {"revision", number}, {"before", before}},
+          fmt::format("{} {} to {}{}", verb, shownPath(file), number,
+                      isChanged ? ", old content kept" : ""));
     });
   }
 

@@ -35,8 +35,11 @@ class Diff : public FileCommand {
     }
     auto files = chosen();
     const size_t dots = std::min(range_.find(".."), range_.size());
-    local().refuseUnknown(range_.substr(0, dots), files);
-    local().refuseUnknown(range_.substr(std::min(dots + 2, range_.size())), files);
+    for (const std::string& side :
+         {range_.substr(0, dots), range_.substr(std::min(dots + 2, range_.size()))}) {
+      local().refuseUnknown(side, files);
+      if (isNumber(side)) leaveOutLacking(side, &files);
+    }
     const auto former = formerFiles();
     for (const FileRecord& each : former) files.push_back(&each);
     forEach(files, [&](const FileRecord& file) { diff(file); });
@@ -140,9 +143,11 @@ class Diff : public FileCommand {
                    {"to", end},
                    {"added", added},
                    {"removed", removed},
+                   {"binary", isBinary(lines)},
                    {"text", text}},
                   "");
     if (isNames_) return output.line(path);
+    if (isStat_ && isBinary(lines)) return output.line(path + "  binary");
     if (isStat_) return output.line(fmt::format("{}  +{} -{}", path, added, removed));
     tellDifferences(output, path, from.revision, to.revision, lines);
   }

@@ -16,7 +16,9 @@ constexpr int16_t kContextLines = 3;
 // `flags` are TRVS_DIFF_... Throws Problem.
 std::vector<std::string> differencesOf(const Subject& subject, const std::string& from,
                                        const std::string& to, int16_t contextLines, uint32_t flags);
-// Shows such lines below a heading.
+// Whether they only say that contents differ which are no text.
+bool isBinary(const std::vector<std::string>& lines);
+// Shows such lines, those of text below a heading.
 void tellDifferences(Output& output, const std::string& path, const std::string& from,
                      const std::string& to, const std::vector<std::string>& lines);
 

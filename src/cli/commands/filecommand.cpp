@@ -69,6 +69,19 @@ Subject FileCommand::about(const FileRecord& file, const std::string& revision) 
   return {.file = shownPath(file), .archive = file.archive, .revision = revision};
 }
 
+void FileCommand::leaveOutLacking(const std::string& revision, Files* files) const {
+  if (!isWhole() || revision.empty()) return;
+  const size_t count = std::erase_if(*files, [&](const FileRecord* file) {
+    output().mayStop();
+    try {
+      return local().find(*file, revision) == nullptr;
+    } catch (const Problem&) {
+      return false;  // It is told when its turn comes.
+    }
+  });
+  if (count > 0) output().aside(lacking(count, "no " + revision));
+}
+
 class FileCommand::Group {
  public:
   explicit Group(const FileCommand& command) : command_(command) {}

@@ -55,6 +55,8 @@ class FileCommand : public Command {
   Files chosen() const { return local().choose(names_, folder_); }
   // Whether it is about the whole project.
   bool isWhole() const { return names_.empty() && folder_.empty(); }
+  // Of the whole project some files have a revision: the others are counted on the standard error.
+  void leaveOutLacking(const std::string& revision, Files* files) const;
   // For the words of a problem.
   Subject about(const FileRecord& file, const std::string& revision = "") const;
 
@@ -75,6 +77,10 @@ class FileCommand : public Command {
   // "locked pump.c 1.0" and `rest`. The number may be empty; `more` are further fields.
   void tell(const FileRecord& file, const std::string& said, const std::string& number,
             std::string_view rest = "", const Fields& more = {}) const;
+  // That there is nothing to do; where problems were told that says less than they do.
+  void tellNothing(std::string_view line) const {
+    if (!output().hasProblems()) output().line(line);
+  }
   // "2 files locked", or "2 files to lock".
   void tellCount(size_t count, const Verb& verb, std::string_view rest = "") const;
 

@@ -30,10 +30,7 @@ class Promote : public FileCommand {
     const auto files = chosen();
     forEach(files, [&](const FileRecord& file) { promote(file); });
     if (done_ > 1) tellCount(done_, kPromote, " to " + next_);
-    if (lacking_ > 0) {
-      output().line(fmt::format("{} {} nothing in {}", counted(lacking_, "file"),
-                                lacking_ == 1 ? "has" : "have", group_));
-    }
+    if (lacking_ > 0) output().line(lacking(lacking_, "nothing in " + group_));
   }
 
   void chooseGroup() {

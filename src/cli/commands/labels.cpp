@@ -19,8 +19,7 @@ bool isReserved(const std::string& name) {
   for (const char* word : {"here", "followed", "tip", "trunk"}) {
     if (name == word) return true;
   }
-  const bool isNumber = name.find_first_not_of("0123456789.") == std::string::npos;
-  return isNumber || name.find("..") != std::string::npos ||
+  return isNumber(name) || name.find("..") != std::string::npos ||
          name.find_first_of("@:") != std::string::npos;
 }
 
@@ -55,6 +54,7 @@ class Label : public FileCommand {
     const size_t done =
         forEach(files, [&](const FileRecord& file) { set(file, numbers[place++]); });
     if (!isDry_) local().listLabelled(name_, labelled_);
+    if (done == 0 && output().hasProblems()) return;
     output().line(
         fmt::format("{} {} with {}", said({"label", "labelled"}), counted(done, "file"), name_));
   }
@@ -177,10 +177,17 @@ class Labels : public FileCommand {
     struct Known {
       size_t files = 0;
       std::string newest, revision;
+      std::string branch;  // That it floats with in some file.
     };
     std::map<std::string, Known> labels;
     const auto files = chosen();
+    const bool isOne = files.size() == 1 && !names_.empty();
     forEach(files, [&](const FileRecord& file) {
+      if (isOne || !output().isText()) {
+        for (const auto& [name, branch] : floatingLabels(file.archive, shownPath(file))) {
+          labels[name].branch = branch;
+        }
+      }
       for (const RevisionInfo& revision : local().historyOf(file).revisions()) {
         for (const std::string& name : revision.labels) {
           Known& known = labels[name];
@@ -202,13 +209,19 @@ class Labels : public FileCommand {
       items.push_back({{"label", name},
                        {"files", known.files},
                        {"total", files.size()},
-                       {"newest", isoTime(known.newest)}});
-      const bool isOne = files.size() == 1 && !names_.empty();
+                       {"newest", isoTime(known.newest)},
+                       {"floats", !known.branch.empty()}});
       rows.push_back({name, isOne ? known.revision : counted(known.files, "file"),
-                      (isOne ? "" : "newest ") + known.newest.substr(0, kMinute)});
+                      (isOne ? "" : "newest ") + known.newest.substr(0, kMinute),
+                      isOne ? floatText(known.branch) : ""});
     }
     if (isNull_) return output().bytes(names);
     output().results(items, rows);
+  }
+
+  static std::string floatText(const std::string& branch) {
+    if (branch.empty()) return "";
+    return "floats with " + (branch == "1" ? "trunk" : branch);
   }
 
   // Files that are not in the project any more, by whatever name.

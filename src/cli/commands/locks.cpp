@@ -48,6 +48,7 @@ class Lock : public FileCommand {
         local().revisionOf(file, revision_.empty() ? "followed" : revision_);
     const std::string number = wanted.number;
     const RevisionInfo* const here = local().hereOf(file);
+    const Fields before{{"before", numberOrNull(here)}};
     const Standing standing = local().standingOf(file);
     const bool isHere = here != nullptr && here->number == number;
     const bool isChanged = standing == Standing::kChanged || standing == Standing::kUnknown;
@@ -57,7 +58,7 @@ class Lock : public FileCommand {
         refuseChanged(file, here, wanted);
       }
       if (!isDry_) resume(file, number, isHere && standing != Standing::kMissing);
-      return tell(file, said(kLock), number, ", it was yours already");
+      return tell(file, said(kLock), number, ", it was yours already", before);
     }
     if (isChanged && !isHere) refuseChanged(file, here, wanted);
     std::string rest;
@@ -67,7 +68,7 @@ class Lock : public FileCommand {
     if (isChanged) rest += ", your changes kept";
     if (!isHere) rest += ", checked out";
     if (!isDry_) take(file, number, isHere && standing == Standing::kSame, isChanged);
-    tell(file, said(kLock), number, rest);
+    tell(file, said(kLock), number, rest, before);
   }
 
   // The lock was taken before, in another directory or by a command that was killed.
@@ -165,7 +166,7 @@ class Unlock : public FileCommand {
     if (mine == nullptr || isForAnother) {
       const bool isLost = !isForAnother && !isForced_ && !isDry_ && local().settleLost(file);
       if (!isLost) return takeBack(file, history);
-      return tell(file, said(kUnlock), local().hereOf(file)->number, ", the lock was gone before");
+      return tellUnlocked(file, local().hereOf(file)->number, ", the lock was gone before");
     }
     const std::string number = mine->number;
     const bool isChanged = local().standingOf(file) == Standing::kChanged;
@@ -184,7 +185,7 @@ class Unlock : public FileCommand {
         }
       });
     }
-    tell(file, said(kUnlock), number, isChanged ? ", your changes kept" : "");
+    tellUnlocked(file, number, isChanged ? ", your changes kept" : "");
   }
 
   void takeBack(const FileRecord& file, const History& history) {
@@ -208,7 +209,7 @@ class Unlock : public FileCommand {
               was);
     if (!isSure(file, question, "left locked")) return;
     if (!isDry_) remove(file, was.number, was.user);
-    tell(file, said(kUnlock), was.number, noted(", held by " + was.user, was));
+    tellUnlocked(file, was.number, noted(", held by " + was.user, was));
     later([this, user = was.user] {
       output().hint(
           fmt::format("{0}'s copy is still writable; {0}'s next 'trevault status' tells it", user));
@@ -219,6 +220,12 @@ class Unlock : public FileCommand {
     check(TrvsUnLockRevision(TRVS_CONTEXT, file.archive.c_str(), number.c_str(), user.c_str()),
           about(file, number));
     local().forgetHistory(file);
+  }
+
+  // What is here stays as it is.
+  void tellUnlocked(const FileRecord& file, const std::string& number,
+                    const std::string& rest) const {
+    tell(file, said(kUnlock), number, rest, {{"before", numberOrNull(local().hereOf(file))}});
   }
 
   static constexpr Verb kUnlock{"unlock", "unlocked"};

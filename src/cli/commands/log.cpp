@@ -3,6 +3,7 @@
 #include <fmt/ranges.h>
 
 #include <algorithm>
+#include <map>
 #include <utility>
 
 #include "cli/commands/commands.h"
@@ -44,10 +45,13 @@ class Log : public FileCommand {
   void work() override {
     if (!since_.empty()) earliest_ = spanNamed(since_).first;
     if (!until_.empty()) latest_ = spanNamed(until_).last;
-    const auto files = chosen();
-    const size_t dots = range_.find("..");
-    local().refuseUnknown(range_.substr(0, dots), files);
-    if (dots != std::string::npos) local().refuseUnknown(range_.substr(dots + 2), files);
+    auto files = chosen();
+    const size_t dots = std::min(range_.find(".."), range_.size());
+    for (const std::string& end :
+         {range_.substr(0, dots), range_.substr(std::min(dots + 2, range_.size()))}) {
+      local().refuseUnknown(end, files);
+      leaveOutLacking(end, &files);
+    }
     local().refuseUnknown(label_.empty() ? "" : "label:" + label_, files);
     local().refuseUnknown(group_.empty() ? "" : "group:" + group_, files);
     if (names_.empty()) return tellProject(files);
@@ -72,7 +76,7 @@ class Log : public FileCommand {
     for (const Entry& each : entries) tellEntry(each);
   }
 
-  void tellEntry(Entry entry) const {
+  void tellEntry(Entry entry) {
     Output& output = session().output();
     const RevisionInfo& newest = *entry.back().revision;
     std::stable_sort(entry.begin(), entry.end(), [](const CheckIn& left, const CheckIn& right) {
@@ -110,6 +114,7 @@ class Log : public FileCommand {
     if (chosen.empty()) return;
     Output& output = session().output();
     if (!isOne) output.line(shownPath(file));
+    if (output.manner().verbose) tellDescription(file, isOne ? "" : "  ");
     std::vector<std::vector<std::string>> rows;
     for (const RevisionInfo* each : chosen) {
       rows.push_back({each->number, each->minute(), each->author});
@@ -127,11 +132,13 @@ class Log : public FileCommand {
     if (!isOne) output.line("");
   }
 
-  void tellRevision(const FileRecord& file, const RevisionInfo& revision,
-                    const std::string& line) const {
+  void tellRevision(const FileRecord& file, const RevisionInfo& revision, const std::string& line) {
     Fields item = itemOf(file, revision);
     const RevisionInfo* const parent = local().historyOf(file).parentOf(revision);
     item.emplace_back("parent", numberOrNull(parent));
+    const bool isFull = output().manner().verbose || !output().isText();
+    const int64_t size = isFull ? sizeOf(file, revision.number) : 0;
+    item.emplace_back("size", size);
     const std::string before = isDiff_ && parent != nullptr ? parent->number : "";
     std::vector<std::string> changes;
     if (!before.empty()) {
@@ -141,7 +148,7 @@ class Log : public FileCommand {
       item.emplace_back("text", fmt::format("{}\n", fmt::join(changes, "\n")));
     }
     output().result(item, line);
-    if (output().manner().verbose) tellMore(revision);
+    if (output().manner().verbose) tellMore(revision, size);
     if (changes.empty()) return;
     tellDifferences(output(), shownPath(file), before, revision.number, changes);
   }
@@ -153,13 +160,26 @@ class Log : public FileCommand {
     return std::stoul(text);
   }
 
-  void tellMore(const RevisionInfo& revision) const {
+  int64_t sizeOf(const FileRecord& file, const std::string& number) {
+    auto& sizes = sizes_[file.archive];
+    if (sizes.empty()) sizes = sizesOf(file.archive, shownPath(file));
+    return sizes[number];
+  }
+
+  void tellDescription(const FileRecord& file, const std::string& before) const {
+    const std::string text = descriptionOf(file.archive, "", shownPath(file));
+    if (text.empty()) return;
+    for (const std::string& line : split(text, '\n')) output().line(before + shown(line));
+  }
+
+  void tellMore(const RevisionInfo& revision, int64_t size) const {
     const auto tell = [&](const char* what, const std::vector<std::string>& names) {
       if (!names.empty()) output().line(fmt::format("     {} {}", what, listed(names)));
     };
     tell("labels", revision.labels);
     tell("groups", revision.groups);
     tell("locked by", revision.lockers);
+    tell("size", {sizeText(static_cast<uint64_t>(size))});
     for (const std::string& line : split(revision.message, '\n')) {
       if (line != revision.firstLine()) output().line("     " + shown(line));
     }
@@ -198,6 +218,7 @@ class Log : public FileCommand {
   std::string until_;
   std::string earliest_;
   std::string latest_;
+  std::map<std::string, std::map<std::string, int64_t>> sizes_;  // By archive, and number.
   bool isReversed_ = false;
   bool isDiff_ = false;
 };

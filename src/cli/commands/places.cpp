@@ -117,7 +117,8 @@ class Where : public Command {
     }
     tell("configuration", open.configurationFile(), "of the project");
     if (session.nearest() && session.output().manner().verbose) {
-      tell("kept", keptOf(session.nearest()->top), "what was overwritten, for 14 days");
+      tell("kept", keptOf(session.nearest()->top),
+           "what was overwritten, for 14 days and up to 1 GB");
     }
   }
 

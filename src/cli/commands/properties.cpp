@@ -52,7 +52,7 @@ class Describe : public FileCommand {
   }
 
   void print(const FileRecord& file, const std::string& number) const {
-    const std::string text = textOf(file, number);
+    const std::string text = descriptionOf(file.archive, number, shownPath(file));
     Output& output = session().output();
     output.result({{"file", file.path},
                    {"revision", orNull(number)},
@@ -70,18 +70,6 @@ class Describe : public FileCommand {
   static std::string shownLine(std::string line) {
     if (line.ends_with('\r')) line.pop_back();
     return shown(line);
-  }
-
-  std::string textOf(const FileRecord& file, const std::string& number) const {
-    std::string text;
-    int32_t status = TRVS_BUFFER_TOO_SMALL;
-    for (size_t size = 4096; status == TRVS_BUFFER_TOO_SMALL && size < (1U << 30); size *= 4) {
-      text.assign(size, '\0');
-      status = TrvsGetDescription(TRVS_CONTEXT, file.archive.c_str(), orNone(number), text.data(),
-                                  static_cast<int32_t>(size));
-    }
-    check(status, about(file));
-    return text.substr(0, text.find('\0'));
   }
 
   std::string revision_;
@@ -192,10 +180,8 @@ uint32_t sumOf(const std::vector<std::string>& names) {
   for (const std::string& each : names) {
     const auto found = std::find(known.begin(), known.end(), each);
     if (found == known.end()) {
-      const std::string near = nearest(each, known);
-      throw misuse(
-          each, "no such attribute",
-          near.empty() ? "there are " + listed(known) : fmt::format("did you mean '{}'?", near));
+      throw misuse(each, "no such attribute",
+                   offerNearest(each, known, "there are " + listed(known)));
     }
     sum |= kAttributes[found - known.begin()].second;
   }

@@ -219,7 +219,7 @@ class Import : public FileCommand {
     }
     std::erase_if(found_, [&](const FileRecord& file) { return failed_.contains(file.path); });
     for (const FileRecord& file : found_) tell(file);
-    if (found_.size() != 1) {
+    if (found_.size() > 1 || (found_.empty() && !output().hasProblems())) {
       output().line(counted(found_.size(), "file") + (isDry_ ? "" : " imported"));
     }
     if (!found_.empty()) output().hint("'trevault checkout' brings them here");

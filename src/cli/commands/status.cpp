@@ -11,6 +11,7 @@
 #include "cli/local/walk.h"
 #include "cli/text/paths.h"
 #include "cli/text/text.h"
+#include "os/directory.h"
 
 namespace cli {
 namespace {
@@ -252,7 +253,7 @@ class List : public FileCommand {
       names += local().pathFromHere(*file) + '\0';
       items.push_back({{"file", file->path}, {"archive", file->archive}, {"folder", file->folder}});
       rows.push_back({path});
-      if (isAll_) addMore(*file, &items.back(), &rows.back());
+      if (isAll_ || !output().isText()) addMore(*file, &items.back(), &rows.back());
     }
     if (isNull_) return output().bytes(names);
     output().results(items, rows);
@@ -268,9 +269,10 @@ class List : public FileCommand {
     const auto numberOf = [](const RevisionInfo* revision) {
       return revision == nullptr ? std::string("-") : revision->number;
     };
-    item->insert(
-        item->end(),
-        {{"here", numberOrNull(here)}, {"followed", numberOrNull(followed)}, {"lockers", lockers}});
+    item->insert(item->end(), {{"here", numberOrNull(here)},
+                               {"followed", numberOrNull(followed)},
+                               {"lockers", lockers},
+                               {"missing", !os::hasEntry(local().pathOf(file).c_str())}});
     row->insert(row->end(), {numberOf(here), numberOf(followed), listed(lockers), file.folder});
   }
 

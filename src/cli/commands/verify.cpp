@@ -119,6 +119,7 @@ class Verify : public FileCommand {
     std::vector<std::string> faults;
     if (damaged_ > 0) faults.push_back(counted(damaged_, "file") + " damaged");
     if (missing_ > 0) faults.push_back(counted(missing_, "archive") + " missing");
+    if (files_ == 0 && output().hasProblems()) return;
     output().line(fmt::format("verified {}, {}: {}", counted(files_, "file"),
                               counted(revisions_, "revision"),
                               faults.empty() ? "all whole" : listed(faults)));

@@ -375,10 +375,8 @@ FolderRecord Project::folder(const std::string& name) const {
     if (each.name == name) return std::move(each);
     known.push_back(std::move(each.name));
   }
-  const std::string near = nearest(name, known);
-  throw misuse(
-      name, "no such folder",
-      near.empty() ? "'trevault folder list' lists them" : fmt::format("did you mean '{}'?", near));
+  throw misuse(name, "no such folder",
+               offerNearest(name, known, "'trevault folder list' lists them"));
 }
 
 void Project::refuseKnownFolder(const std::string& name) const {

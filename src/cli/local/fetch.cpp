@@ -3,7 +3,6 @@
 
 #include "btkf520/btkf520.h"
 #include "cli/archives/engine.h"
-#include "cli/local/kept.h"
 #include "cli/problem.h"
 #include "os/directory.h"
 
@@ -12,7 +11,7 @@ namespace cli {
 void fetch(LocalFiles& local, const FileRecord& file, const std::string& number, uint32_t flags,
            Old old) {
   const std::string path = local.pathToWrite(file);
-  const std::string kept = old == Old::kKept ? keep(local.directory().top, file.path) : "";
+  const std::string kept = old == Old::kKept ? local.kept().keep(file.path) : "";
   try {
     fetchTo(path, local, file, number, flags | TRVS_GET_OVERWRITE);
   } catch (const Problem&) {

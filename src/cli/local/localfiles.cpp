@@ -24,10 +24,6 @@ namespace {
 constexpr std::string_view kGroupMark = "group:";
 constexpr std::string_view kLabelMark = "label:";
 
-bool isNumber(std::string_view text) {
-  return !text.empty() && text.find_first_not_of("0123456789.") == std::string_view::npos;
-}
-
 // Where the date of "REL_1@yesterday" begins, its "@" before it; npos for none. A label that is
 // said to be one may hold an "@".
 size_t dateIn(const std::string& text) {
@@ -52,6 +48,7 @@ LocalFiles::LocalFiles(Session& session, State::Use use)
       directory_(session.work()),
       files_(session.project().files()),
       state_(directory_.top, ownerOf(session), use),
+      kept_(directory_.top),
       use_(use) {
   session.project().useConfiguration();
   attachEngine(trustsConfigurations);
@@ -442,11 +439,13 @@ const RevisionInfo& LocalFiles::revisionOf(const FileRecord& file, const std::st
   const History& history = historyOf(file);
   const RevisionInfo* const tip = history.tipOf("1");
   std::string why = isNumber(text) ? "no revision " + text : text + " is in no revision of it";
+  if (promotion().has(text)) why = fmt::format("none of its revisions is in group {}", text);
   if (dateIn(text) != std::string::npos) why = "no revision up to " + text.substr(dateIn(text) + 1);
   if (text == "here") why = "no revision here yet";
-  if (text == "followed") why = directory_.follows + " is in no revision of it";
+  if (text == "followed") return revisionOf(file, directory_.follows);
   if (tip != nullptr && isNumber(text)) why += "; the trunk ends at " + tip->number;
-  throw Problem{shownPath(file), why, isNumber(text) ? "" : offerNearest(text, history.marks())};
+  throw Problem{shownPath(file), why,
+                isNumber(text) || promotion().has(text) ? "" : offerNearest(text, history.marks())};
 }
 
 Subject LocalFiles::subjectOf(const FileRecord& file, const std::string& revision,

@@ -12,6 +12,7 @@
 #include "cli/database/database.h"
 #include "cli/database/labellist.h"
 #include "cli/local/directory.h"
+#include "cli/local/kept.h"
 #include "cli/local/state.h"
 
 namespace cli {
@@ -103,6 +104,8 @@ class LocalFiles {
   // problem. An empty group is the only one.
   Subject subjectOf(const FileRecord& file, const std::string& revision, const std::string& group);
 
+  Kept& kept() { return kept_; }
+
   // The file is `revision` now.
   void note(const FileRecord& file, const std::string& revision, bool isLocked);
   // The file was stored as `revision`, and looked as `before` tells before it was read: what has
@@ -170,6 +173,7 @@ class LocalFiles {
   WorkDirectory directory_;
   std::vector<FileRecord> files_;
   State state_;
+  Kept kept_;
   State::Use use_;
   std::vector<Look> filesSeen_;  // By their places; empty if all weren't looked at, as the next.
   std::vector<Look> archivesSeen_;

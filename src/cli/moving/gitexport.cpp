@@ -310,7 +310,7 @@ class Export {
     if (tip.labels.size() < 2) return tip.labels.empty() ? "" : tip.labels.front();
     const FileRecord& file = limb.line->file;
     for (const std::string& each : tip.labels) {
-      if (floats(file.archive, each, file.path)) return each;
+      if (floatingLabels(file.archive, file.path).contains(each)) return each;
     }
     return *std::max_element(tip.labels.begin(), tip.labels.end(),
                              [&](const std::string& left, const std::string& right) {

@@ -81,6 +81,8 @@ std::string_view codeOf(Colour colour) {
       return "35";
     case Colour::kCyan:
       return "36";
+    case Colour::kBold:
+      return "1";
     case Colour::kBoldRed:
       return "1;31";
     default:
@@ -90,7 +92,7 @@ std::string_view codeOf(Colour colour) {
 
 // The length of one of our own colour changes that `text` begins with, 0 for none.
 size_t colourAt(std::string_view text) {
-  for (const char* code : {"0", "31", "32", "33", "35", "36", "1;31"}) {
+  for (const char* code : {"0", "31", "32", "33", "35", "36", "1", "1;31"}) {
     const std::string change = fmt::format("\x1B[{}m", code);
     if (text.starts_with(change)) return change.size();
   }

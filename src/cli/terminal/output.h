@@ -30,7 +30,7 @@ class Value : public std::variant<std::nullptr_t, bool, int64_t, std::string,
   Value(size_t number) : variant(static_cast<int64_t>(number)) {}
 };
 
-enum class Colour { kPlain, kRed, kGreen, kYellow, kMagenta, kCyan, kBoldRed };
+enum class Colour { kPlain, kRed, kGreen, kYellow, kMagenta, kCyan, kBold, kBoldRed };
 
 class Output {
  public:
@@ -74,6 +74,7 @@ class Output {
   // One for a command, and on a terminal only.
   void hint(std::string_view text);
   void problem(const Problem& problem);
+  bool hasProblems() const { return worst_ != Exit::kDone; }
 
   // A question is answered by an option, else on the terminal, where Enter means no. Without one
   // the answer is no, as it is at the end of the input.

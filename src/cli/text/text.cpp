@@ -81,6 +81,14 @@ std::string counted(uint64_t count, std::string_view thing) {
   return text + (hisses ? "es" : "s");
 }
 
+bool isNumber(std::string_view text) {
+  return !text.empty() && text.find_first_not_of("0123456789.") == std::string_view::npos;
+}
+
+std::string lacking(uint64_t files, std::string_view what) {
+  return fmt::format("{} {} {}", counted(files, "file"), files == 1 ? "has" : "have", what);
+}
+
 std::string_view firstLetter(std::string_view text) {
   return text.substr(0, std::max<size_t>(sequenceAt(text), 1));
 }
