@@ -2,7 +2,7 @@
 # Installs what a purpose needs on Debian 12, and only that which is missing:
 # setup.sh build | test | deb | bench | ports
 set -eu
-packages='g++ cmake ninja-build python3 pkg-config libgit2-dev libzstd-dev libgtest-dev
+packages='g++ cmake ninja-build python3 pkg-config libzstd-dev libgtest-dev
 libcli11-dev libfmt-dev nlohmann-json3-dev scdoc'
 case "${1-}" in
   build) ;;

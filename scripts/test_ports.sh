@@ -15,7 +15,7 @@ unpack_root() {
   [ ! -e "$root.done" ] || return 0
   echo "Fetching the libraries of $1 ..."
   debootstrap --download-only --variant=minbase --arch="$1" \
-    --include=libc6-dev,libgit2-dev,libgtest-dev,libzstd-dev \
+    --include=libc6-dev,libgtest-dev,libzstd-dev \
     bookworm "$ports/$1/packages" > "$ports/$1/log" 2>&1 ||
     { cat "$ports/$1/log"; exit 1; }
   for package in "$ports/$1/packages/var/cache/apt/archives"/*.deb; do

@@ -4,6 +4,7 @@
 #include <random>
 
 #include "btkf520/archives.h"
+#include "btkf520/operations/editplaces.h"
 #include "btkf520/operations/linediff.h"
 #include "support/childprocess.h"
 #include "support/limits.h"
@@ -120,84 +121,182 @@ TEST_F(Logs, TellAllInFull) {
 }
 
 // All lines of both texts once, the slow way: the length of the longest common subsequence.
-size_t slowCommon(const btkf::Lines& first, const btkf::Lines& second) {
-  std::vector<std::vector<size_t>> best(first.size() + 1, std::vector<size_t>(second.size() + 1));
-  for (size_t i = 1; i <= first.size(); ++i) {
-    for (size_t j = 1; j <= second.size(); ++j) {
-      best[i][j] = first[i - 1] == second[j - 1] ? best[i - 1][j - 1] + 1
-                                                 : std::max(best[i - 1][j], best[i][j - 1]);
+size_t slowCommon(const btkf::Lines& first, const btkf::Lines& second,
+                  const btkf::LineRules& rules) {
+  std::map<std::string, size_t> known;
+  const auto numbers = [&](const btkf::Lines& lines) {
+    std::vector<size_t> result;
+    for (size_t i = 0; i < lines.size(); ++i)
+      result.push_back(known.try_emplace(rules.whatCounts(lines[i]), known.size()).first->second);
+    return result;
+  };
+  const std::vector<size_t> columns = numbers(second);
+  std::vector<size_t> best(columns.size() + 1);
+  for (const size_t number : numbers(first)) {
+    size_t corner = 0;
+    for (size_t j = 0; j < columns.size(); ++j) {
+      const size_t above = best[j + 1];
+      best[j + 1] = columns[j] == number ? corner + 1 : std::max(above, best[j]);
+      corner = above;
     }
   }
-  return best[first.size()][second.size()];
+  return best.back();
 }
 
-// How many lines the edits leave, which make the second text of the first.
+// How many lines the edits leave. They must be in order and apart, and all between them equal.
 size_t commonByEdits(const btkf::Lines& first, const btkf::Lines& second,
-                     const std::string& secondText) {
-  std::string rebuilt;
-  size_t count = 0;  // Of rebuilt lines.
-  size_t at = 0;
+                     const btkf::LineRules& rules) {
+  size_t i = 0;
+  size_t j = 0;
   size_t common = 0;
-  const auto takeUpTo = [&](size_t end) {
-    for (; at < end; ++at, ++common, ++count) rebuilt += first[at];
-  };
-  for (const btkf::Edit& edit : btkf::compareLines(first, second, {})) {
-    EXPECT_TRUE(edit.first > at || edit.first == 0) << "one that continues the last";
-    takeUpTo(edit.first);
-    EXPECT_EQ(edit.second, count);
-    for (size_t i = 0; i < edit.secondCount; ++i, ++count) rebuilt += second[edit.second + i];
-    at += edit.firstCount;
+  size_t wrong = 0;
+  std::vector<btkf::Edit> edits = btkf::compareLines(first, second, rules);
+  edits.push_back({first.size(), 0, second.size(), 0});
+  for (const btkf::Edit& edit : edits) {
+    if (edit.first == i && common != 0 && edit != edits.back()) ++wrong;
+    for (; i < edit.first && j < edit.second; ++i, ++j, ++common) {
+      if (!rules.areEqual(first[i], second[j])) ++wrong;
+    }
+    if (i != edit.first || j != edit.second) ++wrong;
+    i = edit.firstEnd();
+    j = edit.secondEnd();
   }
-  takeUpTo(first.size());
-  EXPECT_TRUE(rebuilt == secondText);
+  EXPECT_EQ(wrong, 0u);
   return common;
 }
 
-// The library's search leaves a line out now and then that could have stayed.
-TEST(LineDifferences, AreValidAndAsGoodAsShortest) {
-  size_t missed = 0;
-  const std::string_view parts[] = {"a\n", "A\n", "b\n", "b \n", "\n", "b\r\n", "c"};
-  for (unsigned seed = 0; seed < 2000; ++seed) {
-    SCOPED_TRACE(seed);
-    std::mt19937 random(seed);
-    std::string texts[2];
-    for (std::string& text : texts) {
-      for (size_t left = random() % 15; left > 0; --left)
-        text += parts[random() % std::size(parts)];
-    }
-    const btkf::Lines first(texts[0]);
-    const btkf::Lines second(texts[1]);
-    missed += slowCommon(first, second) - commonByEdits(first, second, texts[1]);
-  }
-  EXPECT_LE(missed, 10u);
+std::string numberedLines(size_t begin, size_t end) {
+  std::string result;
+  for (size_t i = begin; i < end; ++i) result += std::to_string(i) + "\n";
+  return result;
 }
 
-// Long texts are compared stretch by stretch, and the stretches must find to each other again.
-TEST(LineDifferences, OfLongTextsAreFoundStretchByStretch) {
-  constexpr size_t kLines = 110'000;
-  const auto text = [](const char* what, size_t begin, size_t end) {
+// Lines of few kinds or many, and another such text, or this one after some changes: lines that are
+// new, gone or others, and blocks that have moved or come twice.
+std::pair<std::string, std::string> anyTexts(unsigned seed) {
+  std::mt19937 random(seed);
+  const std::string parts[] = {"a\n", "A\n", "b\n", "b \n", "\n", "b\r\n", "\t\n"};
+  const size_t kinds = random() % 2 == 0 ? std::size(parts) : 1 + random() % 300;
+  const auto line = [&] {
+    const size_t kind = random() % kinds;
+    return kinds == std::size(parts) ? parts[kind] : std::to_string(kind) + "\n";
+  };
+  const size_t most = random() % 8 == 0 ? 400 : 15;
+  std::vector<std::string> first(random() % most);
+  std::generate(first.begin(), first.end(), line);
+  std::vector<std::string> second = first;
+  if (random() % 3 == 0) {
+    second.resize(random() % most);
+    std::generate(second.begin(), second.end(), line);
+  }
+  for (size_t left = random() % 12; left > 0 && !second.empty(); --left) {
+    const auto at = second.begin() + static_cast<std::ptrdiff_t>(random() % second.size());
+    const auto end = at + std::min<std::ptrdiff_t>(second.end() - at, random() % 9);
+    const std::vector<std::string> block(at, end);
+    if (random() % 2 == 0) second.erase(at, end);
+    if (second.empty() || random() % 2 == 0) {
+      second.push_back(line());
+    } else if (random() % 2 == 0) {
+      second[random() % second.size()] = line();
+    } else {
+      second.insert(second.begin() + static_cast<std::ptrdiff_t>(random() % second.size()),
+                    block.begin(), block.end());
+    }
+  }
+  const auto text = [&random](const std::vector<std::string>& lines) {
     std::string result;
-    for (size_t i = begin; i < end; ++i) result += what + std::to_string(i) + "\n";
+    for (const std::string& each : lines) result += each;
+    if (!result.empty() && random() % 4 == 0) result.pop_back();
     return result;
   };
-  const std::string plain = text("", 0, kLines);
-  std::string scattered;
-  for (size_t i = 0; i < kLines; i += 1000) {
-    scattered += "other\n" + text("", i, i + 990) + (i % 3000 == 0 ? "one\nmore\n" : "");
-  }
-  const std::string start = text("", 0, 30'000);
-  const std::string rest = text("", 30'000, kLines);
-  const std::tuple<std::string, size_t> cases[] = {
-      {scattered, kLines / 1000 * 990},
-      {start + text("new", 0, 60'000) + rest, kLines},
-      {start + text("new", 0, 450'000) + rest, 30'000},  // More than is looked at.
-      {start, 30'000},
-      {text("", 60'000, kLines), kLines - 60'000},
-      {"", 0}};
-  const btkf::Lines first(plain);
-  for (const auto& [other, want] : cases) {
+  return {text(first), text(second)};
+}
+
+TEST(LineDifferences, AreTheShortest) {
+  const btkf::LineRules allRules[] = {
+      {}, {}, {true, false, false, 0, {}}, {false, true, true, 0, {}}};
+  for (unsigned seed = 0; seed < 2500; ++seed) {
+    SCOPED_TRACE(seed);
+    const auto [one, other] = anyTexts(seed);
+    const btkf::LineRules& rules = allRules[seed % std::size(allRules)];
+    const btkf::Lines first(one);
     const btkf::Lines second(other);
-    EXPECT_EQ(commonByEdits(first, second, other), want);
+    ASSERT_EQ(commonByEdits(first, second, rules), slowCommon(first, second, rules));
+  }
+}
+
+// Where the shortest list would take too long, a good one will do: lines that moved cost no others.
+TEST(LineDifferences, OfLongTextsAreGood) {
+  constexpr size_t kLines = 50'000;
+  constexpr size_t kMoved = 750;
+  std::string blocks;  // Of twenty equal ones the last part stands first.
+  for (size_t i = 0; i < kLines; i += kLines / 20) {
+    const size_t end = i + kLines / 20;
+    blocks += numberedLines(end - kMoved, end) + numberedLines(i, end - kMoved);
+  }
+  struct Case {
+    const char* why;
+    std::string first;
+    std::string second;
+    size_t want;
+  };
+  const std::string plain = numberedLines(0, kLines);
+  const Case cases[] = {
+      {"moved", plain, blocks, kLines - 20 * kMoved},
+      {"no line is alone", plain + plain,
+       plain + numberedLines(kLines - 5'000, kLines) + numberedLines(0, kLines - 5'000), kLines},
+      {"nothing new", plain, numberedLines(0, 10'000) + "new\n" + numberedLines(10'000, kLines),
+       kLines},
+      {"nothing in common", plain, numberedLines(kLines, 2 * kLines), 0},
+      {"empty", plain, "", 0}};
+  for (const Case& c : cases) {
+    SCOPED_TRACE(c.why);
+    EXPECT_GE(commonByEdits(btkf::Lines(c.first), btkf::Lines(c.second), {}), c.want);
+  }
+}
+
+// Both texts and what became of their lines: each line has "=", "-" or "+" before it and "/" after.
+struct Listing {
+  explicit Listing(const std::string& text) {
+    btkf::Edit edit;
+    for (const std::string& line : support::pieces(text, "/")) {
+      if (line[0] != '+') first += line.substr(1) + "\n";
+      if (line[0] != '-') second += line.substr(1) + "\n";
+      if (line[0] != '=') {
+        ++(line[0] == '-' ? edit.firstCount : edit.secondCount);
+        continue;
+      }
+      if (edit != btkf::Edit{edit.first, 0, edit.second, 0}) edits.push_back(edit);
+      edit = {edit.firstEnd() + 1, 0, edit.secondEnd() + 1, 0};
+    }
+    if (edit != btkf::Edit{edit.first, 0, edit.second, 0}) edits.push_back(edit);
+  }
+
+  std::string first;
+  std::string second;
+  std::vector<btkf::Edit> edits;
+};
+
+TEST(LineDifferences, StandWhereReadersExpectThem) {
+  const auto cases = support::table<2>(R"(
+      =f {/=  x/=}/+/+g {/+  x/+}/=/=h {/=  y/=} -> =f {/=  x/=}/=/+g {/+  x/+}/+/=h {/=  y/=}
+      =f {/=  x/+}/+/+g {/+  x/=} -> =f {/=  x/=}/+/+g {/+  x/+}
+      =f {/= i {/=  x/+ }/+ w {/+  x/= }/= y/=} -> =f {/= i {/=  x/= }/+ w {/+  x/+ }/= y/=}
+      =#/=a/=/=#/-b/-/-#/=c -> =#/=a/=/-#/-b/-/=#/=c
+      =a/+x/=x/=b -> =a/=x/+x/=b
+      =a/-q/=x/+x/=b -> =a/-q/+x/=x/=b
+      =a/+x/=x/-q/=b -> =a/=x/-q/+x/=b
+      =a/-x/=x/=x/-x/-q/=b -> =a/=x/=x/-x/-x/-q/=b)");
+  for (const auto& [from, to] : cases) {
+    SCOPED_TRACE(from);
+    Listing listing(from);
+    const Listing want(to);
+    EXPECT_EQ(listing.first + listing.second, want.first + want.second) << "a wrong case";
+    const btkf::Lines first(listing.first);
+    const btkf::Lines second(listing.second);
+    btkf::placeEdits(first, second, {}, &listing.edits);
+    EXPECT_TRUE(listing.edits == want.edits);
+    EXPECT_TRUE(btkf::compareLines(first, second, {}) == want.edits);
   }
 }
 

@@ -12,6 +12,7 @@
 #include "btkf520/btkf520.h"
 #include "btkf520/operations/keywords.h"
 #include "btkf520/operations/linediff.h"
+#include "btkf520/operations/linerules.h"
 #include "btkf520/operations/output.h"
 #include "btkf520/operations/plaintext.h"
 #include "btkf520/operations/revisions.h"

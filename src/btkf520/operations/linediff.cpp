@@ -1,317 +1,376 @@
-// btkf520/operations/linediff.cpp: lines become numbers, and libgit2 compares those.
+// btkf520/operations/linediff.cpp: the shortest list of edits, in little memory.
 //
-// Two lines get the same number if all that counts of them is equal. So the library's comparison,
-// which knows bytes only, obeys any rule, and never sees the contents themselves.
+// Lines become numbers, and what both texts begin and end with and lines that only one of them has
+// are left out: they are no part of the question. The rest is searched from both ends at once, each
+// time for the furthest that one edit more can get, until both searches meet. There the texts are
+// cut in two, and each half is searched for itself. So the time grows with the lines times the
+// edits, and the memory with the lines alone.
 #include "btkf520/operations/linediff.h"
 
-#include <git2.h>
-
-#include <algorithm>
-#include <charconv>
+#include <cstdint>
+#include <cstdlib>
 #include <new>
-#include <stdexcept>
-#include <unordered_map>
+#include <optional>
 
-#include "btkf520/configuration/text.h"
+#include "btkf520/operations/editplaces.h"
 #include "os/fingerprint.h"
-#include "os/library.h"
 
 namespace btkf {
 namespace {
 
-// Up to here the shortest list of edits is worth its time.
-constexpr size_t kMostLinesForShortest = 20000;
-// With libgit2 a line takes some 200 bytes. So of long texts as many lines of each are compared at
-// once; where those have little in common somewhat more, or a line for so many bytes of the longer
-// text. Where lines are equal as far as the last number it is no chance, and the next stretch can
-// begin after them.
-constexpr size_t kLinesOfStretch = 40'000;
-constexpr size_t kBytesForLine = 1024;
-constexpr size_t kSureLines = 20;
+using Index = std::ptrdiff_t;
+using Number = uint32_t;
 
-std::optional<size_t> columnNumber(std::string_view text) {
-  size_t value = 0;
-  const char* end = text.data() + text.size();
-  const auto [stop, error] = std::from_chars(text.data(), end, value);
-  if (error != std::errc() || stop != end || value == 0) return {};
-  return value;
-}
+// A search takes about so many steps in all, half a second. Up to 20,000 lines, or with few
+// edits, that is enough for the shortest list. Where it is not, a search ends after its rounds:
+// then the texts are cut at a line that both have once, of a longest list of such lines in the same
+// order, or where there is none at the furthest that the search has come to. The list may become
+// longer so.
+constexpr size_t kMostSteps = size_t{1} << 28;
+constexpr size_t kLeastRounds = 256;
 
-// Cuts the line's end off, and gives it.
-std::string_view takeLineEnd(std::string_view* line) {
-  size_t size = line->size();
-  if (line->ends_with('\n')) --size;
-  if (size < line->size() && size > 0 && (*line)[size - 1] == '\r') --size;
-  const std::string_view end = line->substr(size);
-  *line = line->substr(0, size);
-  return end;
-}
-
-// Tells how much of a line's columns is to be seen, from the first column on.
-class VisibleColumns {
+// Gives each line of the first text, and whatever equals it, a number: where the first such line
+// is.
+class LineTable {
  public:
-  explicit VisibleColumns(const std::vector<Columns>& hidden) : hidden_(hidden) {}
+  static constexpr Number kNone = UINT32_MAX;
 
-  // Of the next `width` columns.
-  size_t next(size_t width) {
-    const size_t end = at_ + width;
-    size_t seen = 0;
-    while (at_ < end) {
-      while (place_ < hidden_.size() && hidden_[place_].second <= at_) ++place_;
-      const bool isLast = place_ == hidden_.size();
-      const size_t open = isLast ? end : std::clamp(hidden_[place_].first - 1, at_, end);
-      seen += open - at_;
-      at_ = open < end ? std::min(end, hidden_[place_].second) : end;
-    }
-    return seen;
+  // About `count` lines from `begin` on, where numbers are counted from.
+  LineTable(const Lines& lines, const LineRules& rules, size_t begin, size_t count)
+      : lines_(lines), rules_(rules), begin_(begin) {
+    while (mask_ < count + count / 2) mask_ = 2 * mask_ + 1;
+    slots_ = NumberArray<Slot>(mask_ + 1);
+    std::fill_n(slots_.data(), mask_ + 1, Slot{0, kNone});
   }
-  size_t column() const { return at_; }
 
- private:
-  const std::vector<Columns>& hidden_;
-  size_t place_ = 0;
-  size_t at_ = 0;
-};
+  Number find(std::string_view line) { return slotOf(line).number; }
 
-// Each line as its number, and a line end: what libgit2 compares.
-class Numbering {
- public:
-  explicit Numbering(const LineRules& rules) : rules_(rules) {}
-
-  std::string numbered(const Lines& lines, size_t begin, size_t count) {
-    std::string result;
-    for (size_t line = begin; line < begin + count; ++line) {
-      const std::string counts = rules_.whatCounts(lines[line]);
-      const Fingerprint print{os::fingerprintText(counts, 0), os::fingerprintText(counts, 1)};
-      const auto [entry, isNew] = numbers_.try_emplace(print, numbers_.size());
-      result += std::to_string(entry->second);
-      result += '\n';
-    }
-    return result;
+  Number findOrAdd(size_t place) {
+    Slot& slot = slotOf(lines_[begin_ + place]);
+    if (slot.number == kNone) slot.number = static_cast<Number>(place);
+    return slot.number;
   }
 
  private:
-  // Of this process: whoever writes the lines can't choose those that meet, and by chance none do.
-  struct Fingerprint {
-    uint64_t first;
-    uint64_t second;
-    bool operator==(const Fingerprint&) const = default;
-  };
-  struct Hash {
-    size_t operator()(const Fingerprint& print) const noexcept {
-      return static_cast<size_t>(print.first);
-    }
+  struct Slot {
+    uint32_t print;
+    Number number;  // kNone where nothing is.
   };
 
-  const LineRules& rules_;
-  std::unordered_map<Fingerprint, size_t, Hash> numbers_;
-};
-
-// What is used of libgit2, from the first comparison on.
-struct Git {
-  Git() {
-    if (start() < 0) throw std::runtime_error("libgit2 does not start");
-  }
-
-  const os::LoadedLibrary library{LIBGIT2_SONAME};
-  decltype(&git_libgit2_init) start = library.find<decltype(start)>("git_libgit2_init");
-  decltype(&git_diff_options_init) setOptions =
-      library.find<decltype(setOptions)>("git_diff_options_init");
-  decltype(&git_diff_buffers) compare = library.find<decltype(compare)>("git_diff_buffers");
-};
-
-// The edits within the lines that `where` shows.
-class Stretch {
- public:
-  Stretch(const Lines& first, const Lines& second, const LineRules& rules, const Edit& where)
-      : where_(where) {
-    static const Git git;
-    Numbering numbering(rules);
-    const std::string from = numbering.numbered(first, where.first, where.firstCount);
-    const std::string to = numbering.numbered(second, where.second, where.secondCount);
-    git_diff_options options;
-    git.setOptions(&options, GIT_DIFF_OPTIONS_VERSION);
-    options.context_lines = 0;
-    options.interhunk_lines = 0;
-    options.max_size = -1;
-    options.flags = GIT_DIFF_FORCE_TEXT;
-    if (where.firstCount + where.secondCount <= kMostLinesForShortest) {
-      options.flags |= GIT_DIFF_MINIMAL;
-    }
-    const int status = git.compare(from.data(), from.size(), nullptr, to.data(), to.size(), nullptr,
-                                   &options, nullptr, nullptr, takeHunk, nullptr, this);
-    if (status == GIT_EUSER) throw std::bad_alloc();
-    if (status != 0) throw std::runtime_error("libgit2 can't compare");
-  }
-
-  const std::vector<Edit>& edits() const { return edits_; }
-
-  // Forgets what comes after the last `least` lines or more that are equal. Whether there are any.
-  bool cutAfterEqual(size_t least) {
-    const size_t end = where_.first + where_.firstCount;
-    for (size_t count = edits_.size() + 1; count-- > 0;) {
-      const bool isWhole = count == edits_.size();
-      const size_t runEnd = isWhole ? end : edits_[count].first;
-      const size_t runBegin =
-          count == 0 ? where_.first : edits_[count - 1].first + edits_[count - 1].firstCount;
-      if (runEnd - runBegin < least) continue;
-      if (!isWhole) {
-        where_.firstCount = edits_[count].first - where_.first;
-        where_.secondCount = edits_[count].second - where_.second;
+  // The one that has the line, or else the one to put it in: it has the line's print then.
+  Slot& slotOf(std::string_view line) {
+    const uint64_t hash = os::fingerprintText(rules_.isPlain() ? line : rules_.whatCounts(line), 0);
+    const auto print = static_cast<uint32_t>(hash >> 32);
+    for (size_t at = hash & mask_;; at = (at + 1) & mask_) {
+      Slot& slot = slots_[at];
+      if (slot.number == kNone) {
+        slot.print = print;
+        return slot;
       }
-      edits_.resize(count);
-      return true;
+      if (slot.print == print && rules_.areEqual(line, lines_[begin_ + slot.number])) return slot;
     }
-    return false;
-  }
-  const Edit& where() const { return where_; }
-
- private:
-  // Called by libgit2 for each run of changed lines. It must not throw.
-  static int takeHunk(const git_diff_delta*, const git_diff_hunk* hunk, void* payload) noexcept
-      try {
-    // An empty run is told by the line before it.
-    const auto start = [](int line, int count) {
-      return static_cast<size_t>(count == 0 ? line : line - 1);
-    };
-    auto* const self = static_cast<Stretch*>(payload);
-    self->edits_.push_back({self->where_.first + start(hunk->old_start, hunk->old_lines),
-                            static_cast<size_t>(hunk->old_lines),
-                            self->where_.second + start(hunk->new_start, hunk->new_lines),
-                            static_cast<size_t>(hunk->new_lines)});
-    return 0;
-  } catch (...) {
-    return GIT_EUSER;
   }
 
-  Edit where_;
-  std::vector<Edit> edits_;
+  const Lines& lines_;
+  const LineRules& rules_;
+  const size_t begin_;
+  size_t mask_ = 63;
+  NumberArray<Slot> slots_;
 };
 
-bool areFew(const Edit& where) {
-  return where.firstCount + where.secondCount <= 2 * kLinesOfStretch;
-}
+// What is compared of a text.
+struct Side {
+  explicit Side(size_t most) : numbers(most), places(most), kept(most) {
+    if (most >= LineTable::kNone / 2) throw std::bad_alloc();
+  }
 
-// Leaves the first lines of both out.
-void leaveOut(size_t first, size_t second, Edit* where) {
-  where->first += first;
-  where->firstCount -= first;
-  where->second += second;
-  where->secondCount -= second;
-}
+  void add(Number number, size_t place) {
+    numbers[count] = number;
+    places[count++] = static_cast<Number>(place);
+  }
 
-void leaveOutEqual(const Lines& first, const Lines& second, Edit* where) {
+  // Of the lines that the other text has too, and where they stand.
+  NumberArray<Number> numbers;
+  NumberArray<Number> places;
   size_t count = 0;
-  const size_t most = std::min(where->firstCount, where->secondCount);
-  while (count < most && first[where->first + count] == second[where->second + count]) ++count;
-  leaveOut(count, count, where);
-}
+  std::vector<bool> kept;  // Of all lines.
+};
 
-// An edit that continues the last one becomes part of it.
-void add(const Edit& edit, std::vector<Edit>* edits) {
-  if (!edits->empty()) {
-    Edit& last = edits->back();
-    if (last.first + last.firstCount == edit.first &&
-        last.second + last.secondCount == edit.second) {
-      last.firstCount += edit.firstCount;
-      last.secondCount += edit.secondCount;
-      return;
+// Between two lines of each text, or how many lines of each.
+struct Place {
+  Index first;
+  Index second;
+};
+
+struct Box {
+  Place begin;
+  Place end;
+
+  Place size() const { return {end.first - begin.first, end.second - begin.second}; }
+  Index lines() const { return size().first + size().second; }
+  bool isEmpty() const { return size().first == 0 || size().second == 0; }
+};
+
+// The search from one end of a box on, or with `kStep` -1 from the other one back. A diagonal has
+// the places that so many lines more of the first text lead to than of the second.
+template <Index kStep>
+class Front {
+ public:
+  // For so many rounds.
+  explicit Front(Index most)
+      : memory_(static_cast<size_t>(2 * most + 3)), reach_(memory_.data() + most + 1) {}
+  Front(const Front&) = delete;
+  Front& operator=(const Front&) = delete;
+
+  // The first lines differ.
+  void start(const Side& first, const Side& second, const Place& origin, const Place& size) {
+    constexpr Index kNext = kStep > 0 ? 0 : -1;
+    first_ = first.numbers.data() + origin.first + kNext;
+    second_ = second.numbers.data() + origin.second + kNext;
+    origin_ = origin;
+    size_ = size;
+    round_ = -1;
+  }
+
+  // Goes as far as one edit more can get, on every other diagonal. Gives the place where it meets
+  // `other`, which may be null.
+  std::optional<Place> advance(const Front<-kStep>* other) {
+    ++round_;
+    reach_[-round_ - 1] = reach_[round_ + 1] = -1;
+    for (Index diagonal = lowest(); diagonal <= highest(); diagonal += 2) {
+      const Index end = std::min(size_.first, size_.second + diagonal);
+      Index at = std::min(std::max(reach_[diagonal - 1] + 1, reach_[diagonal + 1]), end);
+      while (at < end && first_[kStep * at] == second_[kStep * (at - diagonal)]) ++at;
+      reach_[diagonal] = at;
+      if (other != nullptr && other->hasReached(size_.first - at, diagonal))
+        return placeOn(diagonal);
+    }
+    return {};
+  }
+
+  // Which most lines lie behind.
+  Place furthest() const {
+    Index best = lowest();
+    for (Index diagonal = best; diagonal <= highest(); diagonal += 2) {
+      if (2 * reach_[diagonal] - diagonal > 2 * reach_[best] - best) best = diagonal;
+    }
+    return placeOn(best);
+  }
+
+  // The diagonal is told as it is counted from the other end.
+  bool hasReached(Index first, Index diagonal) const {
+    const Index own = size_.first - size_.second - diagonal;
+    return std::abs(own) <= round_ && reach_[own] >= first;
+  }
+
+ private:
+  // The last diagonals of this round within the box.
+  Index lowest() const { return -outermost(size_.second); }
+  Index highest() const { return outermost(size_.first); }
+  Index outermost(Index lines) const {
+    return round_ <= lines ? round_ : lines - (round_ - lines) % 2;
+  }
+  Place placeOn(Index diagonal) const {
+    const Index first = reach_[diagonal];
+    return {origin_.first + kStep * first, origin_.second + kStep * (first - diagonal)};
+  }
+
+  std::vector<Index> memory_;
+  // On each diagonal, how many lines of the first text lie behind; -1 beside the last one reached.
+  Index* const reach_;
+  const Number* first_ = nullptr;
+  const Number* second_ = nullptr;
+  Place origin_{};
+  Place size_{};
+  Index round_ = -1;
+};
+
+// Lines that each text has once, as many as there are in the same order.
+std::vector<Place> uniqueLines(const Side& first, const Side& second) {
+  constexpr Index kNone = -1;
+  constexpr Index kMany = -2;
+  std::vector<Index> placeInSecond(first.kept.size(), kNone);
+  for (size_t j = 0; j < second.count; ++j) {
+    Index& place = placeInSecond[second.numbers[j]];
+    place = place == kNone ? static_cast<Index>(j) : kMany;
+  }
+  for (size_t i = 0; i < first.count; ++i) {
+    if (first.numbers[i] != first.places[i]) placeInSecond[first.numbers[i]] = kMany;
+  }
+  std::vector<Place> lines;
+  std::vector<size_t> linked;  // For each line, the one before it in the longest list that it ends.
+  std::vector<size_t> ends;    // For each length, the line that ends such a list earliest.
+  for (size_t i = 0; i < first.count; ++i) {
+    const Index j = placeInSecond[first.numbers[i]];
+    if (j < 0) continue;
+    const auto end = std::partition_point(ends.begin(), ends.end(),
+                                          [&](size_t line) { return lines[line].second < j; });
+    linked.push_back(end == ends.begin() ? 0 : end[-1]);
+    lines.push_back({static_cast<Index>(i), j});
+    if (end == ends.end()) {
+      ends.push_back(lines.size() - 1);
+    } else {
+      *end = lines.size() - 1;
     }
   }
-  edits->push_back(edit);
+  std::vector<Place> result(ends.size());
+  size_t line = ends.empty() ? 0 : ends.back();
+  for (size_t left = result.size(); left > 0; line = linked[line]) result[--left] = lines[line];
+  return result;
+}
+
+// Finds a longest list of lines that both have in the same order.
+class Search {
+ public:
+  Search(Side* first, Side* second)
+      : first_(*first),
+        second_(*second),
+        most_(mostRounds(first_.count + second_.count)),
+        forward_(most_),
+        backward_(most_) {}
+
+  void run() {
+    compare({{0, 0}, {static_cast<Index>(first_.count), static_cast<Index>(second_.count)}});
+  }
+
+ private:
+  static Index mostRounds(size_t lines) {
+    const size_t most = std::max(kMostSteps / (lines + 1), kLeastRounds);
+    return static_cast<Index>(std::min(most, lines / 2 + 1));
+  }
+
+  // The smaller part is for the recursion, which so stays flat.
+  void compare(Box box) {
+    for (keepEnds(&box); !box.isEmpty(); keepEnds(&box)) {
+      const Place place = placeToCut(box);
+      Box less = {box.begin, place};
+      box.begin = place;
+      if (less.lines() > box.lines()) std::swap(less, box);
+      compare(less);
+    }
+  }
+
+  // What both begin with and end with stays.
+  void keepEnds(Box* box) {
+    for (; !box->isEmpty() && keepIfEqual(box->begin); ++box->begin.first) ++box->begin.second;
+    while (!box->isEmpty() && keepIfEqual({box->end.first - 1, box->end.second - 1})) {
+      --box->end.first;
+      --box->end.second;
+    }
+  }
+
+  bool keepIfEqual(const Place& place) {
+    const auto first = static_cast<size_t>(place.first);
+    const auto second = static_cast<size_t>(place.second);
+    if (first_.numbers[first] != second_.numbers[second]) return false;
+    first_.kept[first_.places[first]] = true;
+    second_.kept[second_.places[second]] = true;
+    return true;
+  }
+
+  Place placeToCut(const Box& box) {
+    forward_.start(first_, second_, box.begin, box.size());
+    backward_.start(first_, second_, box.end, box.size());
+    // They meet after an odd number of edits or an even one, as the numbers of lines tell.
+    const bool isOdd = box.lines() % 2 != 0;
+    for (Index round = 0; round <= most_; ++round) {
+      if (const auto place = forward_.advance(isOdd ? &backward_ : nullptr)) return *place;
+      if (const auto place = backward_.advance(isOdd ? nullptr : &forward_)) return *place;
+    }
+    if (const auto place = uniqueLineIn(box)) return *place;
+    const Place ahead = forward_.furthest();
+    const Place back = backward_.furthest();
+    return Box{box.begin, ahead}.lines() >= Box{back, box.end}.lines() ? ahead : back;
+  }
+
+  std::optional<Place> uniqueLineIn(const Box& box) {
+    if (!unique_) unique_ = uniqueLines(first_, second_);
+    const auto begin =
+        std::partition_point(unique_->begin(), unique_->end(), [&box](const Place& each) {
+          return each.first < box.begin.first || each.second < box.begin.second;
+        });
+    const auto end = std::partition_point(begin, unique_->end(), [&box](const Place& each) {
+      return each.first < box.end.first && each.second < box.end.second;
+    });
+    if (begin == end) return {};
+    return begin[(end - begin) / 2];
+  }
+
+  Side& first_;
+  Side& second_;
+  const Index most_;
+  Front<1> forward_;
+  Front<-1> backward_;
+  std::optional<std::vector<Place>> unique_;
+};
+
+// What is left when lines are cut off that both texts begin or end with, byte for byte.
+Edit withoutEqualEnds(const Lines& first, const Lines& second) {
+  const size_t most = std::min(first.size(), second.size());
+  size_t head = 0;
+  while (head < most && first[head] == second[head]) ++head;
+  size_t tail = 0;
+  while (tail < most - head && first[first.size() - 1 - tail] == second[second.size() - 1 - tail]) {
+    ++tail;
+  }
+  return {head, first.size() - head - tail, head, second.size() - head - tail};
+}
+
+// Leaves lines out that only one text has: they can't stay.
+void fillSides(const Lines& first, const Lines& second, const LineRules& rules, const Edit& where,
+               Side* one, Side* other) {
+  LineTable table(first, rules, where.first, where.firstCount);
+  for (size_t i = 0; i < where.firstCount; ++i) one->numbers[i] = table.findOrAdd(i);
+  std::vector<bool> isInBoth(where.firstCount);
+  for (size_t i = 0; i < where.secondCount; ++i) {
+    const Number number = table.find(second[where.second + i]);
+    if (number == LineTable::kNone) continue;
+    isInBoth[number] = true;
+    other->add(number, i);
+  }
+  for (size_t i = 0; i < where.firstCount; ++i) {
+    if (isInBoth[one->numbers[i]]) one->add(one->numbers[i], i);
+  }
+}
+
+size_t endOfLine(std::string_view text, size_t begin) {
+  return std::min(text.find('\n', begin), text.size() - 1) + 1;
+}
+
+// What stands between lines that stay.
+std::vector<Edit> editsAround(const std::vector<bool>& kept, const std::vector<bool>& otherKept,
+                              const Edit& where) {
+  std::vector<Edit> edits;
+  for (size_t i = 0, j = 0; i < kept.size() || j < otherKept.size();) {
+    const size_t first = i;
+    const size_t second = j;
+    while (i < kept.size() && !kept[i]) ++i;
+    while (j < otherKept.size() && !otherKept[j]) ++j;
+    if (i > first || j > second) {
+      edits.push_back({where.first + first, i - first, where.second + second, j - second});
+    }
+    for (; i < kept.size() && kept[i] && otherKept[j]; ++j) ++i;
+  }
+  return edits;
 }
 
 }  // namespace
 
-std::optional<std::vector<Columns>> LineRules::columns(std::string_view text) {
-  std::vector<Columns> result;
-  for (std::string_view piece : pieces(text, ",")) {
-    const size_t dash = piece.find('-');
-    const auto from = columnNumber(trimmed(piece.substr(0, dash)));
-    const auto to =
-        dash == std::string_view::npos ? from : columnNumber(trimmed(piece.substr(dash + 1)));
-    if (!from || !to || *from > *to) return {};
-    result.emplace_back(*from, *to);
-  }
-  if (result.empty() && !text.empty()) return {};
-  std::sort(result.begin(), result.end());
-  return result;
-}
-
-// A run of blanks is told by its length: a line of tabs may look like one of gigabytes. No line
-// holds a line feed, so one marks what is no text of the line: a run, or whether and how the line
-// ends. The CR of an end is white space.
-std::string LineRules::whatCounts(std::string_view line) const {
-  const std::string_view end = takeLineEnd(&line);
-  std::string result;
-  result.reserve(line.size() + sizeof "\n\r\n");
-  if (tabWidth == 0 && hiddenColumns.empty() && !ignoreSpace && !ignoreCase) {
-    result = line;
-  } else {
-    appendText(line, &result);
-  }
-  if (!ignoreLineEnds) result.append("\n").append(ignoreSpace && !end.empty() ? "\n" : end);
-  return result;
-}
-
-void LineRules::appendText(std::string_view line, std::string* result) const {
-  VisibleColumns columns(hiddenColumns);
-  size_t blanks = 0;  // Not in *result yet.
-  const auto appendBlanks = [&] {
-    if (blanks == 1 || (blanks > 1 && ignoreSpace)) result->append(" ");
-    if (blanks > 1 && !ignoreSpace)
-      result->append("\n").append(std::to_string(blanks)).append("\n");
-    blanks = 0;
-  };
-  for (const char c : line) {
-    const bool isWideTab = c == '\t' && tabWidth != 0;
-    const size_t seen = columns.next(isWideTab ? tabWidth - columns.column() % tabWidth : 1);
-    if (c == ' ' || isWideTab || (c == '\t' && ignoreSpace)) {
-      blanks += seen;
-    } else if (seen != 0) {
-      appendBlanks();
-      *result += ignoreCase ? upperCase(c) : c;
-    }
-  }
-  if (!ignoreSpace) appendBlanks();
-}
-
 Lines::Lines(std::string_view text) : text_(text) {
-  const auto feeds = static_cast<size_t>(std::count(text.begin(), text.end(), '\n'));
-  size_ = feeds + (text.empty() || text.ends_with('\n') ? 0 : 1);
-  ends_ = Bytes(uint64_t{size_} * sizeof(size_t));
-  auto* end = reinterpret_cast<size_t*>(ends_.data());
-  for (size_t at = 0; at < text.size(); *end++ = at) {
-    at = std::min(text.find('\n', at), text.size() - 1) + 1;
-  }
+  for (size_t at = 0; at < text.size(); ++size_) at = endOfLine(text, at);
+  ends_ = NumberArray<size_t>(size_);
+  size_t* end = ends_.data();
+  for (size_t at = 0; at < text.size(); *end++ = at) at = endOfLine(text, at);
 }
 
 std::vector<Edit> compareLines(const Lines& first, const Lines& second, const LineRules& rules) {
-  const size_t widest = std::max(first.bytes(), second.bytes());
-  const size_t limit = std::max(2 * kLinesOfStretch, widest / kBytesForLine);
-  std::vector<Edit> edits;
-  size_t most = kLinesOfStretch;
-  for (Edit rest{0, first.size(), 0, second.size()}; rest.firstCount + rest.secondCount > 0;) {
-    const bool isLast = areFew(rest);
-    if (!isLast) leaveOutEqual(first, second, &rest);
-    if (!isLast && (rest.firstCount == 0 || rest.secondCount == 0)) {
-      if (rest.firstCount + rest.secondCount > 0) add(rest, &edits);
-      break;
-    }
-    const Edit where = isLast ? rest
-                              : Edit{rest.first, std::min(rest.firstCount, most), rest.second,
-                                     std::min(rest.secondCount, most)};
-    Stretch stretch(first, second, rules, where);
-    const bool isCut = isLast || stretch.cutAfterEqual(kSureLines);
-    if (!isCut && most < limit) {
-      most = std::min(2 * most, limit);
-      continue;
-    }
-    if (!isCut) stretch.cutAfterEqual(1);
-    for (const Edit& edit : stretch.edits()) add(edit, &edits);
-    leaveOut(stretch.where().firstCount, stretch.where().secondCount, &rest);
-    most = kLinesOfStretch;
-  }
+  const Edit where = withoutEqualEnds(first, second);
+  Side one(where.firstCount);
+  Side other(where.secondCount);
+  fillSides(first, second, rules, where, &one, &other);
+  Search(&one, &other).run();
+  std::vector<Edit> edits = editsAround(one.kept, other.kept, where);
+  placeEdits(first, second, rules, &edits);
   return edits;
 }
 

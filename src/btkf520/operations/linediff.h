@@ -1,35 +1,30 @@
 // btkf520/operations/linediff.h: which lines of two texts differ.
 #pragma once
 
+#include <algorithm>
 #include <cstddef>
-#include <optional>
-#include <string>
 #include <string_view>
-#include <utility>
 #include <vector>
 
 #include "btkf520/archive/bytes.h"
+#include "btkf520/operations/linerules.h"
 
 namespace btkf {
 
-using Columns = std::pair<size_t, size_t>;  // First and last, from 1.
+// Numbers in memory that may be wide, of any value at first.
+template <typename Number>
+class NumberArray {
+ public:
+  NumberArray() = default;
+  explicit NumberArray(size_t size) : bytes_(uint64_t{size} * sizeof(Number)) {}
 
-// What of a line doesn't count when lines are compared.
-struct LineRules {
-  bool ignoreSpace = false;            // How many blanks there are, and any at the end.
-  bool ignoreCase = false;             // Of A to Z.
-  bool ignoreLineEnds = false;         // CR LF or LF, or neither at the end of the text.
-  size_t tabWidth = 0;                 // Not 0: a tab is as good as blanks up to the next multiple.
-  std::vector<Columns> hiddenColumns;  // Ascending by their first ones.
-
-  // "1-6,73-80". Nothing for anything else.
-  static std::optional<std::vector<Columns>> columns(std::string_view text);
-
-  // Two lines are equal if this is. `line` has its line end.
-  std::string whatCounts(std::string_view line) const;
+  Number* data() { return reinterpret_cast<Number*>(bytes_.data()); }
+  const Number* data() const { return reinterpret_cast<const Number*>(bytes_.data()); }
+  Number& operator[](size_t place) { return data()[place]; }
+  const Number& operator[](size_t place) const { return data()[place]; }
 
  private:
-  void appendText(std::string_view line, std::string* result) const;
+  Bytes bytes_;
 };
 
 // The lines of a text, which must outlive this, each with its line end; the last one may have none.
@@ -40,17 +35,14 @@ class Lines {
   explicit Lines(std::string_view text);
 
   size_t size() const { return size_; }
-  size_t bytes() const { return text_.size(); }
   std::string_view operator[](size_t line) const {
-    const size_t begin = line == 0 ? 0 : ends()[line - 1];
-    return text_.substr(begin, ends()[line] - begin);
+    const size_t begin = line == 0 ? 0 : ends_[line - 1];
+    return text_.substr(begin, ends_[line] - begin);
   }
 
  private:
-  const size_t* ends() const { return reinterpret_cast<const size_t*>(ends_.data()); }
-
   std::string_view text_;
-  Bytes ends_;  // Where each line ends.
+  NumberArray<size_t> ends_;  // Where each line ends.
   size_t size_ = 0;
 };
 
@@ -62,11 +54,14 @@ struct Edit {
   size_t second = 0;
   size_t secondCount = 0;
 
+  size_t firstEnd() const { return first + firstCount; }
+  size_t secondEnd() const { return second + secondCount; }
   bool operator==(const Edit&) const = default;
 };
 
-// The edits from one text to the other, ascending, with lines that count as equal between them.
-// Long texts are compared stretch by stretch, in bounded memory.
+// The edits from one text to the other, ascending, with lines that count as equal between them:
+// as few lines as can be, except where long texts have much in common and much changed. May throw
+// std::bad_alloc.
 std::vector<Edit> compareLines(const Lines& first, const Lines& second, const LineRules& rules);
 
 }  // namespace btkf
