@@ -7,6 +7,13 @@ namespace os {
 
 // Now, in nanoseconds since 1970.
 int64_t wallClockNanoseconds();
+// Whether a file that has this time of its last change, and is asked at `now`, will show another
+// one when it changes again: times move in steps, and servers have clocks of their own. One that
+// lies ahead was set: a change would bring it back to the present.
+constexpr bool isSettled(int64_t changed, int64_t now) {
+  constexpr int64_t kLongestStep = 2'000'000'000;
+  return changed < now - kLongestStep || changed > now + kLongestStep;
+}
 // A clock that nobody sets; only differences mean something.
 int64_t steadyMilliseconds();
 

@@ -17,6 +17,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <string_view>
 
@@ -51,6 +52,36 @@ struct FileStatus {
 FileResult readStatus(const char* path, FileStatus* status);
 // The entry itself, which may be a link, even to nothing.
 FileResult readEntryStatus(const char* path, FileStatus* status);
+
+// The same for many entries. The directory of the last one stays open: what comes next in it is
+// looked up by its name alone.
+class StatusReader {
+ public:
+  StatusReader() = default;
+  StatusReader(const StatusReader&) = delete;
+  StatusReader& operator=(const StatusReader&) = delete;
+  ~StatusReader();
+
+  FileResult readStatus(const std::string& path, FileStatus* status);
+  FileResult readEntryStatus(const std::string& path, FileStatus* status);
+
+ private:
+  bool look(const std::string& path, int linkFlags, FileStatus* status);
+
+  int descriptor_ = -1;
+  std::string directory_;
+};
+
+// By which a file is known to be as it was, with its rights: nobody can set the second time.
+struct FileMark {
+  FileIdentity identity;
+  uint64_t size = 0;
+  int64_t modified = 0;  // Nanoseconds since 1970, as the next.
+  int64_t changed = 0;
+  bool operator==(const FileMark&) const = default;
+};
+// Of the file that all links lead to. Nothing if that can't be told.
+std::optional<FileMark> fileMark(const char* path);
 
 // Who may run a file whose mode changes: kAllowed is for all who may read it.
 enum class Running { kAsBefore, kAllowed };

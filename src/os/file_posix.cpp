@@ -205,6 +205,44 @@ FileResult readEntryStatus(const char* path, FileStatus* status) {
   return readStatusBy(::lstat, path, status);
 }
 
+StatusReader::~StatusReader() {
+  if (descriptor_ >= 0) ::close(descriptor_);
+}
+
+// False for what can't be told like that: then it is asked in the usual way.
+bool StatusReader::look(const std::string& path, int linkFlags, FileStatus* status) {
+  const size_t slash = path.rfind('/');
+  if (slash == std::string::npos || slash == 0 || slash + 1 == path.size()) return false;
+  if (path.compare(0, slash, directory_) != 0) {
+    if (descriptor_ >= 0) ::close(descriptor_);
+    directory_.assign(path, 0, slash);
+    descriptor_ = ::open(directory_.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC);
+  }
+  struct stat raw;
+  if (descriptor_ < 0 || ::fstatat(descriptor_, path.c_str() + slash + 1, &raw, linkFlags) != 0) {
+    return false;
+  }
+  *status = statusOf(raw);
+  return true;
+}
+
+FileResult StatusReader::readStatus(const std::string& path, FileStatus* status) {
+  return look(path, 0, status) ? FileResult::kDone : os::readStatus(path.c_str(), status);
+}
+
+FileResult StatusReader::readEntryStatus(const std::string& path, FileStatus* status) {
+  return look(path, AT_SYMLINK_NOFOLLOW, status) ? FileResult::kDone
+                                                 : os::readEntryStatus(path.c_str(), status);
+}
+
+std::optional<FileMark> fileMark(const char* path) {
+  struct stat raw;
+  if (uninterrupted([&] { return ::stat(path, &raw); }) != 0) return {};
+  const FileStatus status = statusOf(raw);
+  return FileMark{status.identity, status.size, status.nanoseconds,
+                  raw.st_ctim.tv_sec * kNanosecondsPerSecond + raw.st_ctim.tv_nsec};
+}
+
 FileResult File::open(const char* path, Access access) {
   close();
   if (access == Access::kUpdate) {

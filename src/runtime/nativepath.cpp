@@ -8,7 +8,6 @@
 
 #include <algorithm>
 #include <cstdint>
-#include <cstdlib>
 #include <cstring>
 #include <unordered_map>
 #include <vector>
@@ -27,8 +26,6 @@ namespace {
 
 constexpr uint16_t kLongestValue = 4096;
 constexpr size_t kListingsKept = 8;
-// A directory that changed just now may change again without its time moving on.
-constexpr int64_t kSettledNanoseconds = 2'000'000'000;
 
 std::string foldCase(std::string_view name) {
   std::string folded(name);
@@ -49,8 +46,7 @@ class Listing {
       const auto [place, isNew] = names_.try_emplace(foldCase(name), name);
       if (!isNew) place->second.clear();  // Several: none of them is meant.
     });
-    // A time that lies ahead was set: a change would bring it back to the present.
-    isSettled_ = std::abs(now - state_.modified) > kSettledNanoseconds;
+    isSettled_ = os::isSettled(state_.modified, now);
   }
 
   bool isOf(const os::DirectoryState& state) const { return state.identity == state_.identity; }

@@ -10,6 +10,7 @@
 #include <span>
 #include <string>
 #include <utility>
+#include <vector>
 
 #include "core/optionarray.h"
 #include "core/result.h"
@@ -86,6 +87,14 @@ class TVFileOwner52 : public Base {
     return canBeStored(ownerLock) ? writeChild(context, ownerLock) : kResultNotWritten;
   }
 
+  // The files that it is read from, which need not be there.
+  std::vector<VPathString> dataFiles() const {
+    std::vector<VPathString> paths;
+    for (const Side side : sides()) {
+      if (!files_.directory(side).isEmpty()) paths.push_back(files_.path(side));
+    }
+    return paths;
+  }
   // The directories in which the object has its own files, and those below it theirs.
   const VString& storageDir(Side side) const { return files_.directory(side); }
   void setStorageDir(Side side, VString directory) {

@@ -38,6 +38,10 @@ std::string isoTime(std::string time) {
   return time;
 }
 
+std::string noted(const std::string& text, const LockInfo& lock) {
+  return lock.note.empty() ? text : text + " (" + lock.note + ')';
+}
+
 bool RevisionInfo::isLockedBy(std::string_view user) const { return has(lockers, user); }
 
 std::map<std::string, std::string> floatingLabels(const std::string& archive,

@@ -38,6 +38,9 @@ struct LockInfo {
   std::string minute() const { return time.substr(0, 16); }
 };
 
+// "bob", or with the note of the lock "bob (dry run of the pump)".
+std::string noted(const std::string& text, const LockInfo& lock);
+
 // These throw Problem; `file` is what they are about.
 // The labels that keep to the tip of a branch, and its number.
 std::map<std::string, std::string> floatingLabels(const std::string& archive,

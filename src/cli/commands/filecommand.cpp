@@ -61,7 +61,7 @@ void FileCommand::readNames() {
 }
 
 LocalFiles& FileCommand::local() const {
-  if (!local_) local_.emplace(*session_, isDry_ ? State::Use::kRead : use_);
+  if (!local_) local_.emplace(*session_, isDry_ ? State::Use::kRead : use_, looking_);
   return *local_;
 }
 

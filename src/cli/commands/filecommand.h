@@ -89,6 +89,7 @@ class FileCommand : public Command {
   std::vector<std::string> names_;
   std::string folder_;
   State::Use use_;
+  LocalFiles::Looking looking_ = LocalFiles::Looking::kArchivesToo;
 
  private:
   // A group of files that wait for the disk.

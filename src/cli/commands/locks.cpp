@@ -15,11 +15,6 @@ namespace {
 
 constexpr const char* kWhoOwnsIt = "see who owns it";
 
-// "bob", or with the note of the lock "bob (dry run of the pump)".
-std::string noted(const std::string& text, const LockInfo& lock) {
-  return lock.note.empty() ? text : fmt::format("{} ({})", text, lock.note);
-}
-
 bool setWritable(const std::string& path, bool isWritable) {
   return os::setWritable(path.c_str(), isWritable) == os::FileResult::kDone;
 }

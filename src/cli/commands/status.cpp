@@ -2,8 +2,8 @@
 #include <fmt/format.h>
 
 #include <algorithm>
+#include <functional>
 #include <map>
-#include <set>
 
 #include "cli/commands/commands.h"
 #include "cli/commands/filecommand.h"
@@ -38,10 +38,8 @@ class Status : public FileCommand {
 
  private:
   void work() override {
-    if (names_.empty()) {
-      using Looking = LocalFiles::Looking;
-      local().lookAtAll(isFast_ ? Looking::kFilesOnly : Looking::kArchivesToo);
-    }
+    if (isFast_) looking_ = LocalFiles::Looking::kFilesOnly;
+    if (names_.empty()) local().lookAtAll(looking_);
     for (const FileRecord* file : chosen()) {
       output().mayStop();
       try {
@@ -76,8 +74,8 @@ class Status : public FileCommand {
     if (standing == Standing::kNone && told.followed.empty()) return;  // What is followed lacks it.
     const FileState* const state = local().stateOf(file);
     const std::string here = told.hasHere ? state->here : "";
-    const auto& lockers = told.lockers;
-    const bool isMine = std::find(lockers.begin(), lockers.end(), local().user()) != lockers.end();
+    const LockInfo* const lock = lockOf(told, here.empty() ? told.followed : here);
+    const bool isMine = lock != nullptr && lock->user == local().user();
     const bool isBehind = !told.followed.empty() && told.followed != here;
     const bool isLost = state != nullptr && state->isLockedFromHere && !isMine;
     std::string word;
@@ -85,25 +83,27 @@ class Status : public FileCommand {
     if (isLost) {
       word = "lost";
       remark = standing == Standing::kChanged ? "changed" : "unchanged";
-      remark += fmt::format(", and your lock was taken back; {} has it now",
-                            lockers.empty() ? "nobody" : lockers.front());
+      remark += ", and your lock was taken back; ";
+      remark += lock == nullptr ? "nobody has it now" : noted(lock->user + " has it now", *lock);
     } else if (standing == Standing::kUnknown) {
       word = "unknown";
-      remark = "no revision is known that it came from";
+      const LockInfo* const mine = ownLock(told);
+      if (mine != nullptr) remark = fmt::format("you have locked {}, and ", mine->number);
+      remark += "no revision is known that it came from";
     } else if (standing == Standing::kMissing) {
       word = "missing";
+      remark = lockText(lock);
     } else if (standing == Standing::kChanged) {
       word = "changed";
-      remark = isMine            ? "locked by you"
-               : lockers.empty() ? "not locked"
-                                 : "locked by " + lockers.front();
+      remark = lock == nullptr ? "not locked" : lockText(lock);
       if (isBehind) remark += fmt::format(", newer: {} by {}", told.followed, told.author);
     } else if (isBehind) {
       word = "behind";
       remark = fmt::format("{} by {}, {}", told.followed, told.author, told.time.substr(0, 16));
+      if (lock != nullptr) remark += ", " + lockText(lock);
     } else {
       word = isMine ? "locked" : "same";
-      if (!lockers.empty() && !isMine) remark = "locked by " + lockers.front();
+      remark = isMine ? lock->note : lockText(lock);
     }
     if (word == "same" && !isAll_) {
       ++counts_[word];
@@ -116,8 +116,44 @@ class Status : public FileCommand {
          {"time", orNull(isoTime(told.time))},
          {"changed", standing == Standing::kChanged},
          {"locked_by_me", isMine},
-         {"lockers", lockers}},
+         {"lockers", lockersOf(told, here)},
+         {"lock", lock == nullptr ? Value() : fieldsOf(*lock)}},
         word, {"", shownPath(file), here.empty() ? "-" : here, remark});
+  }
+
+  // The user's own, else another's.
+  const LockInfo* lockOf(const Told& told, const std::string& number) const {
+    const LockInfo* found = nullptr;
+    for (const LockInfo& each : told.locks) {
+      const bool isBetter = found == nullptr || each.user == local().user();
+      if (each.number == number && isBetter) found = &each;
+    }
+    return found;
+  }
+
+  const LockInfo* ownLock(const Told& told) const {
+    const auto found = std::ranges::find(told.locks, local().user(), &LockInfo::user);
+    return found == told.locks.end() ? nullptr : &*found;
+  }
+
+  std::string lockText(const LockInfo* lock) const {
+    if (lock == nullptr) return "";
+    if (lock->user == local().user()) return noted("locked by you", *lock);
+    std::string text = "locked by " + lock->user;
+    if (!lock->note.empty()) text += " since " + lock->minute();
+    return noted(text, *lock);
+  }
+
+  static Fields fieldsOf(const LockInfo& lock) {
+    return {{"user", lock.user}, {"since", orNull(isoTime(lock.time))}, {"note", lock.note}};
+  }
+
+  static std::vector<std::string> lockersOf(const Told& told, const std::string& number) {
+    std::vector<std::string> users;
+    for (const LockInfo& each : told.locks) {
+      if (each.number == number) users.push_back(each.user);
+    }
+    return users;
   }
 
   // Where nothing is known, and nothing may be read, archives are taken to be as they were left.
@@ -128,7 +164,9 @@ class Status : public FileCommand {
     assumed_ = Told();
     if (const FileState* const state = local().stateOf(file)) {
       assumed_.hasHere = !state->here.empty();
-      if (state->isLockedFromHere) assumed_.lockers.push_back(local().user());
+      if (state->isLockedFromHere) {
+        assumed_.locks.push_back({state->here, local().user(), "", ""});
+      }
     }
     return assumed_;
   }
@@ -144,31 +182,45 @@ class Status : public FileCommand {
       const FileRecord file{path, "", ""};
       add({{"file", path}, {"here", here}, {"changed", !isUntouched}}, "gone",
           {"", shownPath(file), here, isUntouched ? "'trevault checkout' removes it" : "changed"});
-      gone_.insert(path);
+      gone_.push_back(path);
     }
   }
 
   // What the project doesn't know; whole directories where it knows nothing below.
   void lookForNew() {
-    std::set<std::string> known;
-    const auto know = [&](std::string path) {
-      while (!path.empty() && known.insert(path).second) path = directoryPart(path);
-    };
-    for (const FileRecord& file : local().files()) know(file.path);
-    for (const std::string& path : gone_) know(path);
     const std::string& top = local().directory().top;
     walk(
         top, ".", Ignoring::kByRules,
         [&](const std::string& path) {
-          if (!known.contains(path)) addNew(path, "");
+          if (!isKnown(path)) addNew(path, "");
         },
         [&](const std::string& directory) {
-          if (known.contains(directory)) return true;
+          if (isKnown(directory)) return true;
           bool hasFiles = false;
           walk(top, directory, Ignoring::kByRules, [&](const std::string&) { hasFiles = true; });
           if (hasFiles) addNew(directory, "/");
           return false;
         });
+  }
+
+  // Whether the project has, or had, a file of that path or below it. Most are asked about in the
+  // order of the files.
+  bool isKnown(const std::string& path) {
+    const auto& files = local().files();
+    if (next_ < files.size() && files[next_].path == path) return ++next_ > 0;
+    const auto pathOf = [](const FileRecord& file) -> const std::string& { return file.path; };
+    const auto found = std::ranges::lower_bound(files, path, {}, pathOf);
+    next_ = static_cast<size_t>(found - files.begin());
+    return holds(files, path, pathOf) || holds(gone_, path, std::identity());
+  }
+
+  template <typename Sorted, typename PathOf>
+  static bool holds(const Sorted& sorted, const std::string& path, const PathOf& pathOf) {
+    const std::string below = path + '/';
+    const auto same = std::ranges::lower_bound(sorted, path, {}, pathOf);
+    if (same != sorted.end() && pathOf(*same) == path) return true;
+    const auto first = std::ranges::lower_bound(sorted, below, {}, pathOf);
+    return first != sorted.end() && pathOf(*first).starts_with(below);
   }
 
   void addNew(const std::string& path, const char* end) {
@@ -230,7 +282,8 @@ class Status : public FileCommand {
   std::vector<Row> rows_;
   std::vector<Fields> items_;
   std::map<std::string, size_t> counts_;
-  std::set<std::string> gone_;
+  std::vector<std::string> gone_;  // In their order.
+  size_t next_ = 0;                // Of the files that a walk comes by.
 };
 
 class List : public FileCommand {

@@ -134,16 +134,16 @@ TVProjectFolderHandle findProject(TVProjectRootHandle& root, const std::string& 
 
 Project Database::open(const std::string& name) {
   Project project;
-  project.impl_.reset(new Project::Impl{findProject(impl_->root, name), {}});
+  project.impl_ = std::make_unique<Project::Impl>();
+  project.impl_->handle = findProject(impl_->root, name);
   if (project.impl_->handle.isNull()) {
     throw misuse(name, "no such project",
                  offerNearest(name, projects(), "'trevault project list' lists them"));
   }
   Messages::instance().forget();
-  project.impl_->handle.open();
-  if (!Messages::instance().areNone()) {
-    project.impl_->damage = withMessages("can't read its list of files");
-  }
+  // Reads the configuration: what is wrong there, the list might not be read by.
+  static_cast<void>(project.impl_->handle.effectiveConfig());
+  project.impl_->noteDamage();
   return project;
 }
 

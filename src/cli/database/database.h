@@ -7,6 +7,7 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "cli/problem.h"
@@ -44,7 +45,7 @@ struct FolderRecord {
   size_t files = 0;
 };
 
-// One project, open as long as the object lives.
+// One project. Its list of files is read when something first asks about it.
 class Project {
  public:
   Project();
@@ -70,6 +71,13 @@ class Project {
 
   // By their paths.
   std::vector<FileRecord> files() const;
+  // What files() was made from, in lines: so long as isStill() says so of them, the list is the
+  // same, but for names on the disk that differ in letter case alone: see isNamed(). Empty if that
+  // can't be told, as where a file changed just now.
+  std::string origin() const;
+  bool isStill(std::string_view origin) const;
+  // Whether files() would have that file by the same names.
+  bool isNamed(const FileRecord& file) const;
   // Stores records in one edit of the project's file. `failed` hears of each that no file can have:
   // of a folder that the project has not, of a file outside of its folder, of a name that the
   // project's list can't hold.

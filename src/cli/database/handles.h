@@ -38,7 +38,17 @@ void forEach(foldapi::TVHandle& parent, const Visit& visit) {
 
 struct Project::Impl {
   foldapi::TVProjectFolderHandle handle;
-  std::string damage;  // Why its list of files can't be read; empty: it can.
+  bool isOpen = false;
+  std::string damage;    // Why its list of files can't be read; empty: it can.
+  bool isPlain = false;  // Its records have the very names that are on the disk, one each.
+  int64_t readAt = 0;    // When reading it began, in nanoseconds since 1970.
+
+  // With its list.
+  foldapi::TVProjectFolderHandle& opened();
+  // What its record says of it, as a line; empty if no line can.
+  std::string record() const;
+  // What the library has said keeps the list from being read.
+  void noteDamage();
 };
 
 }  // namespace cli

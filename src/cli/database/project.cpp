@@ -15,7 +15,9 @@
 #include "cli/text/text.h"
 #include "core/lockscope.h"
 #include "domain/archivemember.h"
+#include "os/clock.h"
 #include "os/directory.h"
+#include "store/52arfld.h"
 #include "store/52proj.h"
 #include "toolkit/bracket.h"
 #include "toolkit/configfiles.h"
@@ -43,8 +45,11 @@ class Natives {
 
   std::string operator()(const VString& text) {
     std::string found = find(text);
+    areAsTold_ = areAsTold_ && found == text.view() && absolutePath("", found) == found;
     return shared_.contains(found) && text.view().starts_with('/') ? text.str() : found;
   }
+  // Whether each was asked for by the very name that it has, from the root of all files.
+  bool areAsTold() const { return areAsTold_; }
 
  private:
   static constexpr size_t kFew = 8;
@@ -74,6 +79,7 @@ class Natives {
     os::forEachEntry(to->path.c_str(), [&](const char* name) { to->names.insert(name); });
   }
 
+  bool areAsTold_ = true;
   std::unordered_set<std::string> shared_;
   std::unordered_map<std::string, Directory> directories_;
 };
@@ -104,6 +110,21 @@ Project::Project(Project&&) noexcept = default;
 Project& Project::operator=(Project&&) noexcept = default;
 Project::~Project() = default;
 
+foldapi::TVProjectFolderHandle& Project::Impl::opened() {
+  if (isOpen) return handle;
+  isOpen = true;
+  readAt = os::wallClockNanoseconds();
+  Messages::instance().forget();
+  handle.open();
+  noteDamage();
+  return handle;
+}
+
+void Project::Impl::noteDamage() {
+  if (Messages::instance().areNone() || !damage.empty()) return;
+  damage = withMessages("can't read its list of files");
+}
+
 const std::string& Project::name() const {
   return impl_->handle.as<TVProjectFolder>()->folderName().str();
 }
@@ -112,7 +133,7 @@ std::string Project::teamWorkDirectory() const { return native(impl_->handle.pub
 
 void Project::setWorkDirectory(const std::string& directory) {
   Messages::instance().forget();
-  impl_->handle.setPrivateDir(directory);
+  impl_->opened().setPrivateDir(directory);
   if (workDirectory() != directory) {
     throw Problem{name(), withMessages("its work directory could not be stored"), "try again"};
   }
@@ -120,7 +141,7 @@ void Project::setWorkDirectory(const std::string& directory) {
 
 void Project::setTeamWorkDirectory(const std::string& directory) {
   Messages::instance().forget();
-  impl_->handle.setPublicDir(directory);
+  impl_->opened().setPublicDir(directory);
   if (teamWorkDirectory() != directory) {
     throw Problem{name(), withMessages("the team's work directory could not be stored"),
                   "try again"};
@@ -146,7 +167,7 @@ std::vector<std::string> Project::archiveDirectories() const {
 }
 
 void Project::setArchiveDirectories(const std::string& directories) {
-  TVProjectFolderHandle& handle = impl_->handle;
+  TVProjectFolderHandle& handle = impl_->opened();
   Messages::instance().forget();
   foldapi::TVProjectConfig config = handle.effectiveConfig();
   foldapi::appendArchiveDirs(&config, VString(directories), handle);
@@ -160,12 +181,13 @@ void Project::setArchiveDirectories(const std::string& directories) {
 foldapi::SetResult Project::setDirective(const std::string& name,
                                          const std::vector<std::string>& values,
                                          foldapi::Trial trial) {
-  return foldapi::SetDirective(impl_->handle, name, values, trial);
+  return foldapi::SetDirective(impl_->opened(), name, values, trial);
 }
 
 namespace {
 
-std::vector<FileRecord> takeAll(TVHandle& project, const std::string& top, Natives natives) {
+std::vector<FileRecord> takeAll(TVHandle& project, const std::string& top, Natives natives,
+                                bool* isPlain) {
   std::vector<FileRecord> result;
   takeMembers(project, top, "", natives, &result);
   forEach<TVArchiveFolder>(project, [&](TVHandle& child) {
@@ -173,6 +195,10 @@ std::vector<FileRecord> takeAll(TVHandle& project, const std::string& top, Nativ
   });
   std::sort(result.begin(), result.end(),
             [](const FileRecord& left, const FileRecord& right) { return left.path < right.path; });
+  const auto same = std::adjacent_find(
+      result.begin(), result.end(),
+      [](const FileRecord& left, const FileRecord& right) { return left.path == right.path; });
+  *isPlain = natives.areAsTold() && same == result.end();
   return result;
 }
 
@@ -191,14 +217,16 @@ std::unordered_set<std::string> sharedPaths(const std::vector<FileRecord>& files
 }  // namespace
 
 std::vector<FileRecord> Project::files() const {
+  TVHandle& handle = impl_->opened();
   // What was not read must not look like what a colleague took off the project.
   if (!impl_->damage.empty()) {
     throw Problem{name(), impl_->damage, "try again, or restore it from a back-up"};
   }
   const std::string top = workDirectory();
-  std::vector<FileRecord> files = takeAll(impl_->handle, top, Natives());
+  std::vector<FileRecord> files = takeAll(handle, top, Natives(), &impl_->isPlain);
   auto shared = sharedPaths(files, top);
-  return shared.empty() ? files : takeAll(impl_->handle, top, Natives(std::move(shared)));
+  if (shared.empty()) return files;
+  return takeAll(handle, top, Natives(std::move(shared)), &impl_->isPlain);
 }
 
 namespace {
@@ -269,7 +297,7 @@ TVArchiveMemberHandle findMember(TVHandle& parent, const std::string& top, const
 
 void Project::addFiles(const std::vector<FileRecord>& files, const Failed& failed) {
   Messages::instance().forget();
-  TVProjectFolderHandle& handle = impl_->handle;
+  TVProjectFolderHandle& handle = impl_->opened();
   const std::string top = workDirectory();
   const foldapi::TVLockScope scope(handle);
   if (!scope.holds(handle)) {
@@ -314,8 +342,8 @@ void Project::addFiles(const std::vector<FileRecord>& files, const Failed& faile
 void Project::removeFile(const FileRecord& file) {
   Messages::instance().forget();
   TVArchiveFolderHandle folder;
-  if (!file.folder.empty()) folder = findFolder(impl_->handle, file.folder);
-  TVHandle& parent = folder.isNull() ? static_cast<TVHandle&>(impl_->handle) : folder;
+  if (!file.folder.empty()) folder = findFolder(impl_->opened(), file.folder);
+  TVHandle& parent = folder.isNull() ? static_cast<TVHandle&>(impl_->opened()) : folder;
   const Opened open(parent);
   TVArchiveMemberHandle member = findMember(parent, workDirectory(), file);
   const bool isThere = !member.isNull();
@@ -330,8 +358,8 @@ void Project::renameFile(const FileRecord& file, const std::string& path) {
   Messages::instance().forget();
   const std::string top = workDirectory();
   TVArchiveFolderHandle folder;
-  if (!file.folder.empty()) folder = findFolder(impl_->handle, file.folder);
-  TVHandle& parent = folder.isNull() ? static_cast<TVHandle&>(impl_->handle) : folder;
+  if (!file.folder.empty()) folder = findFolder(impl_->opened(), file.folder);
+  TVHandle& parent = folder.isNull() ? static_cast<TVHandle&>(impl_->opened()) : folder;
   const std::string directory =
       folder.isNull() ? "" : directoryOf(*folder.as<TVArchiveFolder>(), top);
   FileRecord renamed = file;
@@ -359,7 +387,7 @@ void Project::renameFile(const FileRecord& file, const std::string& path) {
 std::vector<FolderRecord> Project::folders() const {
   std::vector<FolderRecord> result;
   const std::string top = workDirectory();
-  forEach<TVArchiveFolder>(impl_->handle, [&](TVHandle& child) {
+  forEach<TVArchiveFolder>(impl_->opened(), [&](TVHandle& child) {
     const auto& folder = *child.as<TVArchiveFolder>();
     FolderRecord record{folder.folderName().str(), directoryOf(folder, top),
                         static_cast<bool>(folder.isPrivate())};
@@ -390,7 +418,7 @@ void Project::addFolder(const FolderRecord& folder) {
   Messages::instance().forget();
   const auto privacy = folder.isMine ? foldapi::TVPrivacy::kPrivate : foldapi::TVPrivacy::kPublic;
   const bool isMade =
-      !TVArchiveFolderHandle::create(folder.name, folder.directory, privacy, impl_->handle)
+      !TVArchiveFolderHandle::create(folder.name, folder.directory, privacy, impl_->opened())
            .isNull();
   if (!isMade || !Messages::instance().areNone()) {
     throw Problem{folder.name, withMessages("could not be stored"), "try again"};
@@ -399,7 +427,7 @@ void Project::addFolder(const FolderRecord& folder) {
 
 void Project::removeFolder(const std::string& name) {
   Messages::instance().forget();
-  TVArchiveFolderHandle folder = findFolder(impl_->handle, name);
+  TVArchiveFolderHandle folder = findFolder(impl_->opened(), name);
   folder.destroy(foldapi::theNoLock());
   if (!Messages::instance().areNone()) {
     throw Problem{name, withMessages("could not be removed"), "try again"};

@@ -11,14 +11,13 @@
 namespace cli {
 namespace {
 
-constexpr const char* kFile = ".trevaultignore";
 constexpr uint64_t kLargest = 1 << 20;
 
 }  // namespace
 
 void IgnoreRules::read(const std::string& top, const std::string& directory) {
   std::string text;
-  const std::string path = joined(joined(top, directory), kFile);
+  const std::string path = joined(joined(top, directory), kIgnoreFile);
   if (os::readFile(path.c_str(), kLargest, &text) != os::FileResult::kDone) return;
   for (std::string line : split(text, '\n')) {
     while (!line.empty() && (line.back() == ' ' || line.back() == '\r')) line.pop_back();

@@ -7,6 +7,8 @@
 
 namespace cli {
 
+constexpr std::string_view kIgnoreFile = ".trevaultignore";
+
 // The rules of the ".trevaultignore" files on the way to a path. A line is a pattern: without a "/"
 // in it for names at any depth, with one for paths from the file's directory; "/" at its end for
 // directories only; "!" before it takes back what a line above it said; "#" begins a comment. The

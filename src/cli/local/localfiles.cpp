@@ -43,17 +43,39 @@ std::string ownerOf(Session& session) {
 
 }  // namespace
 
-LocalFiles::LocalFiles(Session& session, State::Use use)
+LocalFiles::LocalFiles(Session& session, State::Use use, Looking looking)
     : session_(session),
       directory_(session.work()),
-      files_(session.project().files()),
       state_(directory_.top, ownerOf(session), use),
       kept_(directory_.top),
       use_(use) {
+  if (use == State::Use::kChange || !takeKept(looking)) {
+    files_ = session.project().files();
+    state_.keepFiles(files_, session.project().origin());
+  }
   session.project().useConfiguration();
   attachEngine(trustsConfigurations);
   user_ = presentUser();
   state_.follow(nameFollowed());
+}
+
+// The list that is remembered, if it is the project's still. Names that differ in letter case are
+// left: what is there by the name remembered has no other.
+bool LocalFiles::takeKept(Looking looking) {
+  const Project& project = session_.project();
+  if (state_.origin().empty() || !project.isStill(state_.origin())) return false;
+  files_ = state_.files();
+  lookAtAll(looking);
+  const bool isAtTop = directory_.top == project.workDirectory();
+  for (size_t i = 0; i < files_.size(); ++i) {
+    const bool isFound = isAtTop && filesSeen_[i].stamp &&
+                         (looking == Looking::kFilesOnly || archivesSeen_[i].stamp);
+    if (isFound || project.isNamed(files_[i])) continue;
+    filesSeen_.clear();
+    archivesSeen_.clear();
+    return false;
+  }
+  return true;
 }
 
 std::string LocalFiles::nameFollowed() {
@@ -174,27 +196,35 @@ std::vector<const FileRecord*> LocalFiles::choose(const std::vector<std::string>
 }
 
 // A file is what has the name; an archive is what the name leads to.
-LocalFiles::Look LocalFiles::lookAt(const std::string& path, LookUp lookUp) {
+template <typename Ask>
+LocalFiles::Look LocalFiles::lookBy(const Ask& ask) {
   os::FileStatus status;
-  if (lookUp(path.c_str(), &status) != os::FileResult::kDone) return {};
+  if (ask(&status) != os::FileResult::kDone) return {};
   return {Stamp::of(status), status.isRegular, status.ownerMayWrite};
 }
 
 // A system call for each: as soon as there are enough, a second thread pays.
 void LocalFiles::lookAtAll(Looking looking) {
   constexpr size_t kFew = 500;
-  if (files_.size() < kFew) return;
+  if (!filesSeen_.empty()) return;
   filesSeen_.resize(files_.size());
   if (looking == Looking::kArchivesToo) archivesSeen_.resize(files_.size());
-  os::shareWork(files_.size(), [this](size_t begin, size_t end) {
+  const auto look = [this](size_t begin, size_t end) {
+    os::StatusReader files;
+    os::StatusReader archives;
     for (size_t i = begin; i < end; ++i) {
       const FileRecord& file = files_[i];
       if (isPlain(file.path)) {
-        filesSeen_[i] = lookAt(joined(directory_.top, file.path), os::readEntryStatus);
+        filesSeen_[i] = lookBy([&](os::FileStatus* to) {
+          return files.readEntryStatus(joined(directory_.top, file.path), to);
+        });
       }
-      if (!archivesSeen_.empty()) archivesSeen_[i] = lookAt(file.archive, os::readStatus);
+      if (archivesSeen_.empty()) continue;
+      archivesSeen_[i] =
+          lookBy([&](os::FileStatus* to) { return archives.readStatus(file.archive, to); });
     }
-  });
+  };
+  files_.size() < kFew ? look(0, files_.size()) : os::shareWork(files_.size(), look);
 }
 
 size_t LocalFiles::placeOf(const FileRecord& file) const {
@@ -207,12 +237,15 @@ size_t LocalFiles::placeOf(const FileRecord& file) const {
 LocalFiles::Look LocalFiles::lookAtFile(const FileRecord& file) const {
   const size_t place = placeOf(file);
   const bool isSeen = place < filesSeen_.size() && isPlain(file.path);
-  return isSeen ? filesSeen_[place] : lookAt(pathOf(file), os::readEntryStatus);
+  if (isSeen) return filesSeen_[place];
+  const std::string path = pathOf(file);
+  return lookBy([&](os::FileStatus* to) { return os::readEntryStatus(path.c_str(), to); });
 }
 
 LocalFiles::Look LocalFiles::lookAtArchive(const FileRecord& file) const {
   const size_t place = placeOf(file);
-  return place < archivesSeen_.size() ? archivesSeen_[place] : lookAt(file.archive, os::readStatus);
+  if (place < archivesSeen_.size()) return archivesSeen_[place];
+  return lookBy([&](os::FileStatus* to) { return os::readStatus(file.archive.c_str(), to); });
 }
 
 // The stamp tells it in nearly all cases. Else the engine compares, and what is found equal gets a
@@ -301,10 +334,8 @@ const Told* LocalFiles::toldOf(const FileRecord& file, Reading reading) {
 Told LocalFiles::toldBy(const Read& read, const FileRecord& file) {
   Told told;
   told.archive = read.archive;
-  if (const RevisionInfo* const here = hereOf(file)) {
-    told.hasHere = true;
-    told.lockers = here->lockers;
-  }
+  told.hasHere = hereOf(file) != nullptr;
+  told.locks = read.history.locks();
   if (const RevisionInfo* const followed = followedOf(file)) {
     told.followed = followed->number;
     told.author = followed->author;
@@ -515,13 +546,11 @@ void LocalFiles::rename(const FileRecord& file, const FileRecord& renamed) {
 
 std::vector<LocalFiles::GoneFile> LocalFiles::gone() const {
   std::vector<GoneFile> gone;
-  state_.forEach([&](const std::string& path, const FileState& state) {
-    const bool isKnown = std::binary_search(
-        files_.begin(), files_.end(), FileRecord{path, "", ""},
-        [](const FileRecord& left, const FileRecord& right) { return left.path < right.path; });
+  state_.forEachUnlisted([&](const std::string& path, const FileState& state) {
     os::FileStatus status;
-    if (isKnown || os::readEntryStatus(absolutePath(directory_.top, path).c_str(), &status) !=
-                       os::FileResult::kDone) {
+    if (std::ranges::binary_search(files_, path, {}, &FileRecord::path) ||
+        os::readEntryStatus(absolutePath(directory_.top, path).c_str(), &status) !=
+            os::FileResult::kDone) {
       return;
     }
     const Stamp stamp = Stamp::of(status);

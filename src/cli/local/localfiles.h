@@ -30,7 +30,9 @@ enum class Standing {
 
 class LocalFiles {
  public:
-  LocalFiles(Session& session, State::Use use);
+  // What is looked at besides files where the list of them is remembered.
+  enum class Looking { kFilesOnly, kArchivesToo };
+  LocalFiles(Session& session, State::Use use, Looking looking = Looking::kArchivesToo);
 
   const WorkDirectory& directory() const { return directory_; }
   const std::vector<FileRecord>& files() const { return files_; }
@@ -63,9 +65,8 @@ class LocalFiles {
   std::string pathFromHere(const FileRecord& file) const;
   std::string shownPath(const FileRecord& file) const;
 
-  // Looks at all files and, if `archives`, at all archives, in several threads: what is asked of
-  // them from now on is answered by that. For commands that change nothing.
-  enum class Looking { kFilesOnly, kArchivesToo };
+  // Looks at all files and archives, in several threads: what is asked of them from now on is
+  // answered by that. For commands that change no files.
   void lookAtAll(Looking looking);
 
   const FileState* stateOf(const FileRecord& file) const {
@@ -150,8 +151,8 @@ class LocalFiles {
     bool isWritable = false;
   };
 
-  using LookUp = os::FileResult (*)(const char* path, os::FileStatus* status);
-  static Look lookAt(const std::string& path, LookUp lookUp);
+  template <typename Ask>
+  static Look lookBy(const Ask& ask);
   Look lookAtFile(const FileRecord& file) const;
   Look lookAtArchive(const FileRecord& file) const;
   // The place of `file` among all, past the end if it is none of them.
@@ -160,8 +161,13 @@ class LocalFiles {
   Told toldBy(const Read& read, const FileRecord& file);
   const RevisionInfo* findByContent(const FileRecord& file);
   const RevisionInfo* foundCut(const FileRecord& file, const Look& look);
-  bool isSafe(const Stamp& stamp) const { return stamp.nanoseconds < state_.written(); }
+  // The times of files move in steps: what changed in the step of its last look shows the same.
+  bool isSafe(const Stamp& stamp) const {
+    constexpr int64_t kStep = 10'000'000;
+    return stamp.nanoseconds < state_.written() - kStep;
+  }
   void note(const FileRecord& file, const std::string& revision, const Stamp& stamp, bool isLocked);
+  bool takeKept(Looking looking);
   std::string nameFollowed();
   using Files = std::vector<const FileRecord*>;
   // What a name means among all files; and the one file that several records tell of, or each if

@@ -18,7 +18,7 @@
 namespace cli {
 namespace {
 
-constexpr std::string_view kHead = "trevault state 2";
+constexpr std::string_view kHead = "trevault state 3";
 constexpr uint64_t kLargest = uint64_t{1} << 31;
 constexpr int kTries = 50;
 constexpr unsigned kPause = 100;  // Milliseconds.
@@ -32,10 +32,12 @@ std::string_view takeField(std::string_view* line, char separator = '\t') {
 }
 
 template <typename Number>
-bool takeNumber(std::string_view* line, Number* to, int base = 10) {
-  const std::string_view field = takeField(line);
-  const auto [end, error] = std::from_chars(field.data(), field.data() + field.size(), *to, base);
-  return error == std::errc() && end == field.data() + field.size();
+bool takeNumber(std::string_view* line, Number* to) {
+  const char* const last = line->data() + line->size();
+  const auto [end, error] = std::from_chars(line->data(), last, *to);
+  if (error != std::errc() || end == last || *end != '\t') return false;
+  line->remove_prefix(static_cast<size_t>(end + 1 - line->data()));
+  return true;
 }
 
 bool takeStamp(std::string_view* line, Stamp* to) {
@@ -44,12 +46,19 @@ bool takeStamp(std::string_view* line, Stamp* to) {
 }
 
 std::string textOf(const Stamp& stamp) {
-  return fmt::format("{}\t{}\t{}", stamp.size, stamp.nanoseconds, stamp.inode);
+  return fmt::format("{}\t{}\t{}\t", stamp.size, stamp.nanoseconds, stamp.inode);
 }
 
 // The letters that end a field or a line can't be in one. Whose names have them is asked again.
 bool canStand(std::string_view text) {
-  return text.find_first_of("\t\n,") == std::string_view::npos;
+  return text.find_first_of("\t\n") == std::string_view::npos;
+}
+
+bool canStand(const Told& told) {
+  return canStand(told.author) &&
+         std::all_of(told.locks.begin(), told.locks.end(), [](const LockInfo& lock) {
+           return canStand(lock.user) && canStand(lock.note);
+         });
 }
 
 }  // namespace
@@ -74,12 +83,14 @@ void State::lock() {
   throw Problem{shown(os::parentOf(top_)), "another trevault works there", "try again"};
 }
 
-// A line is "archive file told path": of the file "-", or "here size time inode locked"; of what
-// was told "-", or "size time inode has followed author time lockers". Tabs stand between all of
-// them; the path may have some as well.
+// A line is "listed folder archive file told path": of the file "-", or "here size time inode
+// locked"; of what was told "-", or "size time inode has followed author time count", and for each
+// lock "number user time note". Tabs stand between all of them; the path may have some as well.
 bool State::readLine(std::string_view line, std::string_view* path, Entry* entry) {
-  if (!takeNumber(&line, &entry->archive, 16)) return false;
-  if (std::string_view here = takeField(&line); here != "-") {
+  entry->isListed = takeField(&line) == "+";
+  entry->folder = takeField(&line);
+  entry->archive = takeField(&line);
+  if (const std::string_view here = takeField(&line); here != "-") {
     FileState& file = entry->file.emplace();
     file.here = here;
     if (!takeStamp(&line, &file.stamp)) return false;
@@ -94,60 +105,106 @@ bool State::readLine(std::string_view line, std::string_view* path, Entry* entry
     told.followed = takeField(&line);
     told.author = takeField(&line);
     told.time = takeField(&line);
-    for (std::string_view names = takeField(&line); !names.empty();) {
-      told.lockers.emplace_back(takeField(&names, ','));
+    size_t locks = 0;
+    if (!takeNumber(&line, &locks)) return false;
+    for (; locks > 0 && !line.empty(); --locks) {
+      LockInfo& lock = told.locks.emplace_back();
+      for (std::string* each : {&lock.number, &lock.user, &lock.time, &lock.note}) {
+        *each = takeField(&line);
+      }
     }
   }
   *path = line;
   return !path->empty();
 }
 
-void State::writeLine(const std::string& path, const Entry& entry, std::string* to) {
-  *to += fmt::format("{:x}\t", entry.archive);
+void State::writeLine(std::string_view path, const Entry& entry, std::string* to) {
+  *to += fmt::format("{}\t{}\t{}\t", entry.isListed ? '+' : '-', entry.folder, entry.archive);
   if (const auto& file = entry.file) {
-    *to += fmt::format("{}\t{}\t{}\t", file->here, textOf(file->stamp),
+    *to += fmt::format("{}\t{}{}\t", file->here, textOf(file->stamp),
                        file->isLockedFromHere ? "locked" : "free");
   } else {
     *to += "-\t";
   }
   const auto& told = entry.told;
-  if (told && canStand(told->author) &&
-      std::all_of(told->lockers.begin(), told->lockers.end(), canStand)) {
-    *to += fmt::format("{}\t{}\t{}\t{}\t{}\t{}\t", textOf(told->archive),
+  if (told && canStand(*told)) {
+    *to += fmt::format("{}{}\t{}\t{}\t{}\t{}\t", textOf(told->archive),
                        told->hasHere ? "has" : "lacks", told->followed, told->author, told->time,
-                       fmt::join(told->lockers, ","));
+                       told->locks.size());
+    for (const LockInfo& lock : told->locks) {
+      *to += fmt::format("{}\t{}\t{}\t{}\t", lock.number, lock.user, lock.time, lock.note);
+    }
   } else {
     *to += "-\t";
   }
-  *to += path + '\n';
+  to->append(path).append(1, '\n');
 }
 
+// After the head come the owner, what is followed, and the lines of the origin, which an empty one
+// ends.
 void State::read() {
-  std::string bytes;
   os::FileStatus status;
-  if (os::readFile(path().c_str(), kLargest, &bytes, &status) != os::FileResult::kDone) return;
+  if (os::readFile(path().c_str(), kLargest, &bytes_, &status) != os::FileResult::kDone) return;
   read_ = status;
-  std::string_view text = bytes;
+  std::string_view text = bytes_;
   if (takeField(&text, '\n') != kHead || takeField(&text, '\n') != owner_) return;
   follows_ = takeField(&text, '\n');
+  while (!text.empty() && !text.starts_with('\n')) {
+    origin_.append(takeField(&text, '\n')).append(1, '\n');
+  }
+  takeField(&text, '\n');
   while (!text.empty()) {
     std::string_view file;
     Entry entry;
     if (readLine(takeField(&text, '\n'), &file, &entry)) {
       entries_.emplace_hint(entries_.end(), file, std::move(entry));
+    } else {
+      origin_.clear();  // What can't be read may have been a file of the project.
     }
   }
 }
 
+std::vector<FileRecord> State::files() const {
+  std::vector<FileRecord> files;
+  for (const auto& [path, entry] : entries_) {
+    if (!entry.isListed) continue;
+    files.push_back({std::string(path), std::string(entry.archive), std::string(entry.folder)});
+  }
+  return files;
+}
+
+void State::keepFiles(const std::vector<FileRecord>& files, const std::string& from) {
+  const bool canKeep = std::all_of(files.begin(), files.end(), [](const FileRecord& each) {
+    return each.path.find('\n') == each.path.npos && canStand(each.archive) &&
+           canStand(each.folder);
+  });
+  const std::string origin = canKeep ? from : "";
+  isChanged_ = isChanged_ || origin != origin_;
+  origin_ = origin;
+  for (auto& [path, entry] : entries_) entry.isListed = false;
+  for (const FileRecord& file : files) {
+    const auto found = entries_.find(file.path);
+    if (found == entries_.end() && origin.empty()) continue;
+    Entry& entry = found == entries_.end() ? entries_[lasting(file.path)] : found->second;
+    entry.isListed = true;
+    if (origin.empty()) continue;
+    if (entry.archive != file.archive) entry = {true, {}, lasting(file.archive), {}, {}};
+    if (entry.folder != file.folder) entry.folder = lasting(file.folder);
+  }
+}
+
+// Files are mostly asked about in the order of their paths, each several times.
 const State::Entry* State::entryOf(const std::string& path, const std::string& archive) const {
-  const auto found = entries_.find(path);
-  const bool isIt = found != entries_.end() && found->second.archive == hashOf(archive);
-  return isIt ? &found->second : nullptr;
+  for (int step = 0; step < 2 && last_ != entries_.end() && last_->first != path; ++step) ++last_;
+  if (last_ == entries_.end() || last_->first != path) last_ = entries_.find(path);
+  const bool isIt = last_ != entries_.end() && last_->second.archive == archive;
+  return isIt ? &last_->second : nullptr;
 }
 
 State::Entry& State::entryFor(const std::string& path, const std::string& archive) {
-  Entry& entry = entries_[path];
-  if (entry.archive != hashOf(archive)) entry = Entry{hashOf(archive), {}, {}};
+  const auto found = entries_.find(path);
+  Entry& entry = found == entries_.end() ? entries_[lasting(path)] : found->second;
+  if (entry.archive != archive) entry = {entry.isListed, {}, lasting(archive), {}, {}};
   isChanged_ = true;
   return entry;
 }
@@ -172,7 +229,13 @@ void State::setTold(const std::string& path, const std::string& archive, Told to
   entryFor(path, archive).told = std::move(told);
 }
 
-void State::forget(const std::string& path) { isChanged_ = entries_.erase(path) > 0 || isChanged_; }
+void State::forget(const std::string& path) {
+  const auto found = entries_.find(path);
+  if (found == entries_.end()) return;
+  found->second.file.reset();
+  found->second.told.reset();
+  isChanged_ = true;
+}
 
 void State::follow(std::string_view follows) {
   if (follows_ == shown(follows)) return;
@@ -180,9 +243,9 @@ void State::follow(std::string_view follows) {
   for (auto& [path, entry] : entries_) entry.told.reset();
 }
 
-void State::forEach(const Visit& visit) const {
+void State::forEachUnlisted(const Visit& visit) const {
   for (const auto& [path, entry] : entries_) {
-    if (entry.file) visit(path, *entry.file);
+    if (entry.file && !entry.isListed) visit(std::string(path), *entry.file);
   }
 }
 
@@ -202,9 +265,11 @@ bool State::mayWrite() {
 
 void State::save() {
   if (!isChanged_ || !mayWrite()) return;
-  std::string text = fmt::format("{}\n{}\n{}\n", kHead, owner_, follows_);
+  std::string text = fmt::format("{}\n{}\n{}\n{}\n", kHead, owner_, follows_, origin_);
   for (const auto& [path, entry] : entries_) {
-    if (path.find('\n') == std::string::npos) writeLine(path, entry, &text);
+    const bool isKnown = (entry.isListed && !origin_.empty()) || entry.file || entry.told;
+    const bool isLine = path.find('\n') == path.npos && canStand(entry.archive);
+    if (isKnown && isLine) writeLine(path, entry, &text);
   }
   os::SiblingFile file;
   const bool isWritten = file.open(path()) == os::FileResult::kDone &&

@@ -1,6 +1,8 @@
 // cli/local/state.h: what a work directory remembers of its files: which revision each is, and how
-// it looked then, so that one look at a file tells whether it has changed; and what each archive
-// said when it was last read, so that one look at the archive tells whether it says so still.
+// it looked then, so that one look at a file tells whether it has changed; what each archive said
+// when it was last read, so that one look at the archive tells whether it says so still; and which
+// files the project has, so that one look at each of its data files tells whether it has them
+// still.
 //
 // It is memory, not truth: what is lost is found out again from the files and the archives. It is a
 // text file, a line for each file, replaced as a whole and never synced. Another project's means
@@ -8,13 +10,17 @@
 #pragma once
 
 #include <cstdint>
+#include <deque>
 #include <functional>
 #include <map>
+#include <memory_resource>
 #include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
 
+#include "cli/archives/history.h"
+#include "cli/database/database.h"
 #include "os/file.h"
 
 namespace cli {
@@ -40,8 +46,8 @@ struct FileState {
 // What an archive said of its file.
 struct Told {
   Stamp archive;         // How it was then.
-  bool hasHere = false;  // It has the revision here, which these have locked:
-  std::vector<std::string> lockers;
+  bool hasHere = false;  // It has the revision here.
+  std::vector<LockInfo> locks;
   std::string followed;  // The number of the revision that is followed; empty: none.
   std::string author;
   std::string time;
@@ -54,6 +60,13 @@ class State {
   enum class Use { kRead, kChange };
   // `owner` names the project whose work directory it is.
   State(std::string top, std::string_view owner, Use use);
+  State(const State&) = delete;
+  State& operator=(const State&) = delete;
+
+  // The project's files, and what they were made from: see Project::origin(). Empty for none.
+  std::string_view origin() const { return origin_; }
+  std::vector<FileRecord> files() const;
+  void keepFiles(const std::vector<FileRecord>& files, const std::string& origin);
 
   // Null for none, and both for what was remembered with another archive.
   const FileState* find(const std::string& path, const std::string& archive) const;
@@ -68,23 +81,28 @@ class State {
   // A directory that can't be written remembers nothing, and all still works. What a command found
   // that changes no files is only kept if no other one works here or has been here meanwhile.
   void save();
-  // Each file that is a revision, in the order of the paths.
+  // Each file that is a revision and was not among the files kept, in the order of the paths.
   using Visit = std::function<void(const std::string& path, const FileState& state)>;
-  void forEach(const Visit& visit) const;
+  void forEachUnlisted(const Visit& visit) const;
   // When it was written last: a file of that time or later may have changed since unseen.
   int64_t written() const { return read_.nanoseconds; }
 
  private:
   struct Entry {
-    uint64_t archive = 0;  // A number that hardly any other archive's path has.
+    bool isListed = false;  // The project has the file:
+    std::string_view folder;
+    std::string_view archive;
     std::optional<FileState> file;
     std::optional<Told> told;
   };
+  using Entries = std::pmr::map<std::string_view, Entry>;
 
   static bool readLine(std::string_view line, std::string_view* path, Entry* entry);
-  static void writeLine(const std::string& path, const Entry& entry, std::string* to);
+  static void writeLine(std::string_view path, const Entry& entry, std::string* to);
   const Entry* entryOf(const std::string& path, const std::string& archive) const;
   Entry& entryFor(const std::string& path, const std::string& archive);
+  // The same text, for as long as this object lives.
+  std::string_view lasting(const std::string& text) { return texts_.emplace_back(text); }
   std::string path() const;
   void read();
   void lock();
@@ -97,7 +115,12 @@ class State {
   os::FileStatus read_;  // The file that was read, if there was one.
   bool isChanged_ = false;
   std::string follows_;
-  std::map<std::string, Entry, std::less<>> entries_;
+  std::string origin_;
+  std::string bytes_;  // Of the file that was read; the entries refer to it and to the next.
+  std::deque<std::string> texts_;
+  std::pmr::monotonic_buffer_resource memory_;
+  Entries entries_{&memory_};
+  mutable Entries::const_iterator last_ = entries_.end();  // That was found: the next is close.
 };
 
 }  // namespace cli

@@ -2,8 +2,9 @@
 #include "cli/local/walk.h"
 
 #include <algorithm>
-#include <map>
 #include <string_view>
+#include <utility>
+#include <vector>
 
 #include "cli/local/directory.h"
 #include "cli/local/ignore.h"
@@ -62,11 +63,15 @@ class Walk {
   }
 
   void enter(const std::string& directory) {
-    readRules(directory);
-    std::map<std::string, os::EntryKind> entries;
-    os::forEachEntryOfKind(
-        joined(top_, directory).c_str(),
-        [&](const char* name, os::EntryKind kind) { entries.emplace(name, kind); });
+    std::vector<std::pair<std::string, os::EntryKind>> entries;
+    bool hasRules = false;
+    os::forEachEntryOfKind(joined(top_, directory).c_str(),
+                           [&](const char* name, os::EntryKind kind) {
+                             entries.emplace_back(name, kind);
+                             hasRules = hasRules || entries.back().first == kIgnoreFile;
+                           });
+    std::sort(entries.begin(), entries.end());
+    if (hasRules) readRules(directory);
     for (const auto& [name, kind] : entries) {
       if (isMemory(name) || os::SiblingFile::hasName(name)) continue;
       const std::string path = joined(directory, name);
