@@ -36,8 +36,13 @@ constexpr uint64_t kDeadRatio = 4;
 constexpr uint64_t kFewBytes = 4096;
 // Below this a file with a new content is written anew, which takes hardly more time.
 constexpr uint64_t kWideFile = 1 << 20;
-// An index is packed against the last full one as long as that makes it shorter by this factor.
+// An index is packed against the last full one as long as that makes it shorter by this factor; and
+// a wide one by a larger factor: else every change takes in again what changed since then.
 constexpr size_t kDeltaRatio = 4;
+constexpr size_t kWideDelta = 4 << 10;
+constexpr size_t kWideDeltaRatio = 32;
+// One that is packed against a full index that is narrower than that hardly ever pays.
+constexpr uint32_t kNarrowIndex = 256;
 // A full index as wide as that takes longer to pack than to copy into a new file.
 constexpr uint32_t kWideIndex = 32 << 10;
 
@@ -52,6 +57,11 @@ TrvsStatus openStatus(FileResult result) {
     default:
       return TRVS_CANNOT_OPEN;
   }
+}
+
+// How wide an index may be that is packed against one of that size.
+size_t mostDelta(size_t full) {
+  return std::min(full / kDeltaRatio, std::max(kWideDelta, full / kWideDeltaRatio));
 }
 
 bool isReadable(const std::string& path) {
@@ -422,15 +432,16 @@ TrvsStatus Archive::Impl::packIndex(std::string_view bytes, ArchiveChange* to, E
                                     Bytes* packed) {
   const uint64_t checksum = checksumOf(bytes);
   std::optional<Bytes> made;
-  if (to->isAppended() || reader_->fullIndex().storedSize >= kWideIndex) {
+  const uint32_t fullSize = reader_->fullIndex().storedSize;
+  if (fullSize >= (to->isAppended() ? kNarrowIndex : kWideIndex)) {
     std::string_view full;
     if (const TrvsStatus status = reader_->readFullIndex(&full)) return status;
     record->full = reader_->fullIndex();
     made = reader_->codec().pack(bytes, full, checksum);
-    if (made && made->size() > record->full.storedSize / kDeltaRatio) made.reset();
+    if (made && made->size() > mostDelta(fullSize)) made.reset();
     if (made && !to->isAppended()) {
       const uint64_t offset = std::exchange(record->full.offset, to->size());
-      const FileResult copied = to->copy(reader_->file(), offset, record->full.storedSize);
+      const FileResult copied = to->copy(reader_->file(), offset, fullSize);
       if (copied != FileResult::kDone) return writeStatus(copied);
     }
   }
