@@ -674,10 +674,11 @@ TRVS_EXPORT int32_t TrvsGenGuiDelta(int32_t context, const char* first, const ch
  * see its change sooner. A check-out without a lock waits for nothing, and triggers before an event
  * run at once.
  *
- * What waits is promised with the batch, and in between: when 256 archives wait, or fewer where the
- * process may open few files; before a function that has to do with one of these archives, so that
- * a client sees its own changes; and before a wait for an archive that another process changes. All
- * of this may happen in any function of this state, which calls the callbacks then.
+ * What waits is promised with the batch, and in between: when 1,024 archives wait, or when half of
+ * the files are open that the process may have open; before a function that has to do with one of
+ * these archives, so that a client sees its own changes; and before a wait for an archive that
+ * another process changes. All of this may happen in any function of this state, which calls the
+ * callbacks then.
  *
  * A failure to bring what waits to the disk fails all of it, and one that comes later, such as a
  * workfile that can't be written, fails that change: TRVS_CALLBACK_UNDONE is told of each. If the

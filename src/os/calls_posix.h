@@ -32,6 +32,11 @@ inline bool askStatus(int file, struct stat* status) {
   return uninterrupted([=] { return ::fstat(file, status); }) == 0;
 }
 
+// Whether an open file is of a kind of file system that only this machine changes: then nothing
+// that the system remembers of it is out of date, and it can be synced as a whole. One that lies
+// over others, or on another machine, may do less than it says.
+bool isOnThisMachine(int file);
+
 // What `error`, a value of errno, says.
 FileResult resultOf(int error);
 

@@ -114,7 +114,7 @@ class File {
   // As it was when the file was opened, or at the last refresh(). Stays after close().
   const FileStatus& status() const { return status_; }
   uint64_t size() const { return status_.size; }
-  // Whether the process can hardly open others: this one is among the last that it may have open.
+  // Whether half of the files that the process may have open are open, or all but a few.
   bool isAmongLast() const;
   // Asks again.
   [[nodiscard]] bool refresh();

@@ -3,13 +3,16 @@
 // Locks are flock's: fcntl's would let a second open of this process in, and its close would drop
 // the first one's lock.
 #include <fcntl.h>
+#include <linux/magic.h>
 #include <sys/file.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
 #include <sys/sysmacros.h>
+#include <sys/vfs.h>
 #include <unistd.h>
 
 #include <algorithm>
+#include <iterator>
 #include <utility>
 
 #include "os/calls_posix.h"
@@ -80,15 +83,19 @@ bool isBeingReplaced(int directory, const char* path, int flags) {
   return error == ESTALE || wasMissed;
 }
 
-// Whether `path`, in an open directory, names that file. Opened anew: a network mount answers a
-// mere question about a name from what it remembers.
+// Whether `path`, in an open directory, names that file. Where others may change the directory the
+// file is opened anew: a network mount answers a mere question about a name from what it remembers.
 bool isFileAt(int directory, const char* path, int linkFlags, const FileIdentity& file,
               FileStatus* now) {
   const bool isFollowed = linkFlags == 0;  // Else AT_SYMLINK_NOFOLLOW.
-  const int named = openDescriptor(directory, path, O_RDONLY | (isFollowed ? 0 : O_NOFOLLOW));
+  const bool isLocal = !isFollowed && isOnThisMachine(directory);
+  const int named =
+      isLocal ? -1 : openDescriptor(directory, path, O_RDONLY | (isFollowed ? 0 : O_NOFOLLOW));
   FileStatus status;
   bool isKnown = false;
-  if (named >= 0) {
+  if (isLocal) {
+    isKnown = askServer(directory, path, linkFlags, &status);
+  } else if (named >= 0) {
     isKnown = askServer(named, "", AT_EMPTY_PATH, &status);
     ::close(named);
   } else if (errno == EACCES) {  // One that may be written only.
@@ -112,6 +119,16 @@ FileResult readStatusBy(int (*call)(const char*, struct stat*), const char* path
 }
 
 }  // namespace
+
+bool isOnThisMachine(int file) {
+  constexpr unsigned long kXfs = 0x58465342;
+  constexpr unsigned long kKnown[] = {EXT4_SUPER_MAGIC, kXfs,        BTRFS_SUPER_MAGIC,
+                                      F2FS_SUPER_MAGIC, TMPFS_MAGIC, RAMFS_MAGIC};
+  struct statfs status;
+  return uninterrupted([&] { return ::fstatfs(file, &status); }) == 0 &&
+         std::find(std::begin(kKnown), std::end(kKnown),
+                   static_cast<unsigned long>(status.f_type)) != std::end(kKnown);
+}
 
 FileResult resultOf(int error) {
   switch (error) {
@@ -280,12 +297,12 @@ FileResult File::take(int descriptor) {
 
 bool File::close() { return descriptor_ < 0 || ::close(std::exchange(descriptor_, -1)) == 0; }
 
-// The system gives the lowest number that is free.
+// The system gives the lowest number that is free. Half of them are for the rest of the process.
 bool File::isAmongLast() const {
-  constexpr rlim_t kLeft = 16;  // For an operation, and for whatever else goes on.
+  constexpr rlim_t kLeft = 16;  // For an operation, at least.
   rlimit most;
   return ::getrlimit(RLIMIT_NOFILE, &most) == 0 && most.rlim_cur != RLIM_INFINITY &&
-         static_cast<rlim_t>(descriptor_) + kLeft >= most.rlim_cur;
+         static_cast<rlim_t>(descriptor_) + std::max(kLeft, most.rlim_cur / 2) >= most.rlim_cur;
 }
 
 bool File::refresh() {

@@ -4,6 +4,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <mutex>
 #include <utility>
 
 #include "os/calls_posix.h"
@@ -34,24 +35,57 @@ class Place::Entry {
   }
   int descriptor() const { return descriptor_; }
 
+  // A directory. Null with errno set.
+  static std::shared_ptr<const Entry> directory(int start, const std::string& path);
+
  private:
+  bool isAt(const std::string& path) const {
+    struct stat own, named;
+    return askStatus(descriptor_, &own) &&
+           uninterrupted([&] { return ::stat(path.c_str(), &named); }) == 0 &&
+           own.st_dev == named.st_dev && own.st_ino == named.st_ino;
+  }
+
   int descriptor_ = -1;
 };
+
+// The directory that was opened last is used again as long as a place has it and its path leads to
+// it: so many files that wait in one directory take one open directory.
+std::shared_ptr<const Place::Entry> Place::Entry::directory(int start, const std::string& path) {
+  struct Last {
+    std::mutex mutex;
+    std::string path;
+    std::weak_ptr<const Entry> entry;
+  };
+  static auto* const last = new Last;  // Never destroyed: calls late in a process's life find it.
+  if (start == AT_FDCWD) {
+    const std::lock_guard<std::mutex> lock(last->mutex);
+    const auto entry = last->path == path ? last->entry.lock() : nullptr;
+    if (entry != nullptr && entry->isAt(path)) return entry;
+  }
+  const auto entry = std::make_shared<Entry>();
+  // One that may not be read can't be synced, but names can be looked up there.
+  if (!entry->open(start, path.c_str(), O_RDONLY | O_DIRECTORY) &&
+      (errno != EACCES || !entry->open(start, path.c_str(), O_PATH | O_DIRECTORY))) {
+    return nullptr;
+  }
+  if (start == AT_FDCWD) {
+    const std::lock_guard<std::mutex> lock(last->mutex);
+    last->path = path;
+    last->entry = entry;
+  }
+  return entry;
+}
 
 int Place::directory() const { return directory_ ? directory_->descriptor() : -1; }
 
 // `path` is relative to the directory `start`, unless it says where it begins.
 FileResult Place::enter(int start, const std::string& path) {
   if (path.empty()) return FileResult::kMissing;
-  const std::string parent = path.ends_with('/') ? path : parentOf(path);
-  const auto directory = std::make_shared<Entry>();
-  // One that may not be read can't be synced, but names can be looked up there.
-  if (!directory->open(start, parent.c_str(), O_RDONLY | O_DIRECTORY) &&
-      (errno != EACCES || !directory->open(start, parent.c_str(), O_PATH | O_DIRECTORY))) {
-    return resultOf(errno);
-  }
+  auto directory = Entry::directory(start, path.ends_with('/') ? path : parentOf(path));
+  if (directory == nullptr) return resultOf(errno);
   name_ = path.ends_with('/') ? "." : path.substr(path.rfind('/') + 1);
-  directory_ = directory;
+  directory_ = std::move(directory);
   return FileResult::kDone;
 }
 

@@ -9,6 +9,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <map>
+#include <utility>
 #include <vector>
 
 #include "os/file.h"
@@ -17,8 +18,9 @@ namespace os {
 
 class Syncs {
  public:
-  // Both keep a pointer: the open file must outlive run().
+  // Each keeps a pointer: the open file must outlive run(). addContent() as File::syncContent().
   void addFile(const File& file);
+  void addContent(const File& file);
   // What its directory says about the file's name: see File::syncName().
   void addName(const File& file);
 
@@ -26,15 +28,20 @@ class Syncs {
   [[nodiscard]] bool run() const;
 
  private:
+  using Sync = bool (File::*)() const;
+
   // What waits in one file system.
   struct Waiting {
-    std::vector<const File*> files;
+    std::vector<std::pair<const File*, Sync>> files;
     std::map<uint64_t, const File*> directories;  // By their number: a file in each.
 
     size_t count() const { return files.size() + directories.size(); }
-    const File& any() const { return *(files.empty() ? directories.begin()->second : files[0]); }
+    const File& any() const {
+      return *(files.empty() ? directories.begin()->second : files.front().first);
+    }
   };
 
+  void add(const File& file, Sync sync);
   static bool isSyncedAtOnce(const Waiting& waiting);
 
   std::map<uint64_t, Waiting> waiting_;  // By device.

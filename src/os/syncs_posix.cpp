@@ -1,13 +1,9 @@
 // os/syncs_posix.cpp: when Linux is asked to sync a whole file system.
-#include <linux/magic.h>
 #include <sys/stat.h>
 #include <sys/utsname.h>
-#include <sys/vfs.h>
 #include <unistd.h>
 
-#include <algorithm>
 #include <cstdio>
-#include <iterator>
 
 #include "os/calls_posix.h"
 #include "os/syncs.h"
@@ -25,21 +21,13 @@ bool tellsFailures() {
          (major > 5 || (major == 5 && minor >= 8));
 }
 
-// One that lies over others, or on another machine, may do less than it says.
-bool isKnown(int file) {
-  constexpr unsigned long kXfs = 0x58465342;
-  constexpr unsigned long kKnown[] = {EXT4_SUPER_MAGIC, kXfs,        BTRFS_SUPER_MAGIC,
-                                      F2FS_SUPER_MAGIC, TMPFS_MAGIC, RAMFS_MAGIC};
-  struct statfs status;
-  return uninterrupted([&] { return ::fstatfs(file, &status); }) == 0 &&
-         std::find(std::begin(kKnown), std::end(kKnown),
-                   static_cast<unsigned long>(status.f_type)) != std::end(kKnown);
-}
-
 }  // namespace
 
-void Syncs::addFile(const File& file) {
-  waiting_[file.status().identity.device].files.push_back(&file);
+void Syncs::addFile(const File& file) { add(file, &File::sync); }
+void Syncs::addContent(const File& file) { add(file, &File::syncContent); }
+
+void Syncs::add(const File& file, Sync sync) {
+  waiting_[file.status().identity.device].files.emplace_back(&file, sync);
 }
 
 void Syncs::addName(const File& file) {
@@ -55,7 +43,7 @@ void Syncs::addName(const File& file) {
 bool Syncs::isSyncedAtOnce(const Waiting& waiting) {
   static const bool areFailuresTold = tellsFailures();
   const int file = waiting.any().descriptor_;
-  return areFailuresTold && waiting.count() >= kMany && isKnown(file) &&
+  return areFailuresTold && waiting.count() >= kMany && isOnThisMachine(file) &&
          uninterrupted([=] { return ::syncfs(file); }) == 0;
 }
 
@@ -63,7 +51,7 @@ bool Syncs::run() const {
   bool isDone = !hasFailed_;
   for (const auto& [device, waiting] : waiting_) {
     if (isSyncedAtOnce(waiting)) continue;
-    for (const File* file : waiting.files) isDone = file->sync() && isDone;
+    for (const auto& [file, sync] : waiting.files) isDone = (file->*sync)() && isDone;
     for (const auto& [directory, file] : waiting.directories) isDone = file->syncName() && isDone;
   }
   return isDone;

@@ -323,7 +323,7 @@ TEST_F(Batch, LosesNothingToADirectoryThatIsClosed) {
 
 // More archives than files may be open, at once or in one process at all.
 TEST_F(Batch, IsAsLongAsItHasTo) {
-  for (const auto& [most, count] : {std::pair<rlim_t, int>{24, 20}, {64, 80}, {4096, 300}}) {
+  for (const auto& [most, count] : {std::pair<rlim_t, int>{24, 20}, {64, 80}, {4096, 1030}}) {
     const int failed = support::inProcess([&, most = most, count = count] {
       const rlimit limit{most, most};
       if (setrlimit(RLIMIT_NOFILE, &limit) != 0 || begin() != TRVS_DONE) return 1;

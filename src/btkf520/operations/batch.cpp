@@ -12,7 +12,7 @@
 namespace btkf {
 namespace {
 
-constexpr size_t kMostChanges = 256;
+constexpr size_t kMostChanges = 1024;
 
 using Part = std::vector<WrittenChange>;
 using Rest = ArchiveChange::Rest;
@@ -35,7 +35,10 @@ void fail(WrittenChange* written, TrvsStatus status) {
 
 void syncWritten(Part* part) {
   const TrvsStatus status = syncAll([part](os::Syncs* syncs) {
-    for (const WrittenChange& each : *part) syncs->addFile(each.change->file());
+    for (const WrittenChange& each : *part) {
+      const ArchiveChange& change = *each.change;
+      change.isAppended() ? syncs->addContent(change.file()) : syncs->addFile(change.file());
+    }
   });
   for (WrittenChange& each : *part) {
     if (status != TRVS_DONE) fail(&each, status);
@@ -56,7 +59,7 @@ void syncRest(Part* part) {
     for (const WrittenChange& each : *part) {
       if (!each.outcome.isKept) continue;
       const ArchiveChange& change = *each.change;
-      if (change.rest() == Rest::kFile) syncs->addFile(change.file());
+      if (change.rest() == Rest::kFile) syncs->addContent(change.file());
       if (change.rest() == Rest::kName) syncs->addName(change.file());
     }
   });
@@ -95,7 +98,7 @@ TrvsStatus Batch::end() noexcept {
 
 void Batch::reserve(const std::string& path) {
   waiting_.reserve(kMostChanges);
-  keys_.insert(keyOf(path));
+  paths_.insert(path);
 }
 
 void Batch::add(WrittenChange written) noexcept {
@@ -105,15 +108,23 @@ void Batch::add(WrittenChange written) noexcept {
   if (isFull) endPart();
 }
 
-bool Batch::hasWaiting(const std::string& path) const {
-  return !waiting_.empty() && keys_.contains(keyOf(path));
+bool Batch::hasWaitingAt(const std::string& path) const {
+  return !waiting_.empty() && paths_.contains(path);
+}
+
+bool Batch::hasWaiting(const std::string& path) {
+  if (waiting_.empty()) return false;
+  for (; keyed_ < waiting_.size(); ++keyed_) keys_.insert(keyOf(waiting_[keyed_].change->path()));
+  return keys_.contains(keyOf(path));
 }
 
 // What callbacks and triggers do meanwhile finds no part any more.
 bool Batch::endPart() noexcept {
   if (waiting_.empty()) return false;
   Part part = std::exchange(waiting_, {});
+  paths_.clear();
   keys_.clear();
+  keyed_ = 0;
   syncWritten(&part);
   conclude(&part);
   syncRest(&part);

@@ -54,8 +54,10 @@ class Batch {
   void reserve(const std::string& path);
   void add(WrittenChange written) noexcept;
 
-  // Whether the archive at `path` has a change that waits.
-  bool hasWaiting(const std::string& path) const;
+  // Whether the archive at `path` has a change that waits. An archive that is locked for a change
+  // has one for certain: so who is about to lock another may ask for the path alone.
+  bool hasWaiting(const std::string& path);
+  bool hasWaitingAt(const std::string& path) const;
 
   // Ends the part. False if nothing waits.
   bool endPart() noexcept;
@@ -68,7 +70,9 @@ class Batch {
 
   bool isOpen_ = false;
   std::vector<WrittenChange> waiting_;
-  std::set<Key> keys_;
+  std::set<std::string> paths_;  // Of all that wait.
+  std::set<Key> keys_;           // Of as many of them as have been asked for.
+  size_t keyed_ = 0;
   TrvsStatus firstFailure_ = TRVS_DONE;
 };
 

@@ -24,6 +24,7 @@ Batch& batch() { return Surroundings::current().batch(); }
 
 TrvsStatus Task::openToTell(const char* target) {
   if (const TrvsStatus status = findArchive(target)) return status;
+  if (batch().hasWaiting(path_)) batch().endPart();
   if (const TrvsStatus status = Archive::openToRead(path_, &archive_)) return status;
   archive_->boundContents(Surroundings::current().largestContent());
   model = archive_->model();
@@ -116,7 +117,7 @@ TrvsStatus Task::findArchive(const char* target) {
   auto path = systemPath(archiveText());
   if (!path) return TRVS_BAD_NAME;
   path_ = std::move(*path);
-  if (batch().hasWaiting(path_)) batch().endPart();  // The client sees what it has changed.
+  if (batch().hasWaitingAt(path_)) batch().endPart();  // The client sees what it has changed.
   return TRVS_DONE;
 }
 
@@ -144,8 +145,10 @@ void Task::tellOfLink() const {
 TrvsStatus Task::openPatiently() {
   for (int tries = 0;; ++tries) {
     TrvsStatus status = Archive::openToUpdate(path_, &archive_);
-    // Who waits holds nothing that another may wait for; and open files may have run short.
-    const bool mayHelp = status == TRVS_IN_USE || status == TRVS_CANNOT_OPEN;
+    // Who waits holds nothing that another may wait for; and open files may have run short. An
+    // archive that is to be there when the part has ended waits under another path.
+    const bool mayHelp = status == TRVS_IN_USE || status == TRVS_CANNOT_OPEN ||
+                         (status == TRVS_NO_ARCHIVE && batch().hasWaiting(path_));
     if (mayHelp && batch().endPart()) status = Archive::openToUpdate(path_, &archive_);
     if (status == TRVS_CANNOT_OPEN) tellOfLink();
     if (status != TRVS_IN_USE || tries == kMostRetries) return status;
