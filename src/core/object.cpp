@@ -19,8 +19,11 @@ uint64_t theKeyChanges = 0;
 
 }  // namespace
 
+// The table of the owner is there from now on: at its end the object looks for itself in it.
 TVObject::TVObject(TVObject* owner, TVCaching caching)
-    : transient_(caching == TVCaching::kTransient), owner_(owner) {}
+    : transient_(caching == TVCaching::kTransient), owner_(owner) {
+  if (owner_ != nullptr && !transient_) owner_->children();
+}
 
 // Children that a reload cached while nothing used them go with their owner. None of them is
 // referred to: every reference on a child counts here as well.
@@ -30,7 +33,7 @@ TVObject::~TVObject() {
     delete child;
   });
   if (owner_ == nullptr || transient_) return;
-  if (owner_->children_.forget(this) != nullptr) owner_->lostChildren_ = true;
+  if (owner_->children_->forget(this) != nullptr) owner_->lostChildren_ = true;
 }
 
 bool TVObject::isEqual(const VObject* other) const {
@@ -170,15 +173,22 @@ void TVObject::releaseReference(int count) {
 // start of a chain, and the table doesn't grow meanwhile. Takes no memory.
 template <typename Visit>
 void TVObject::forEachChild(Visit visit) {
-  TVIterator walk(children_);
+  if (children_ == nullptr) return;
+  TVIterator walk(*children_);
   while (VObject* child = walk.next()) visit(static_cast<TVObject*>(child));
 }
 
 std::vector<TVObject*> TVObject::childrenInOrder() const {
   std::vector<TVObject*> result;
-  result.reserve(static_cast<size_t>(children_.size()));
-  for (VObject* child : children_.values()) result.push_back(static_cast<TVObject*>(child));
+  if (children_ == nullptr) return result;
+  result.reserve(static_cast<size_t>(children_->size()));
+  for (VObject* child : children_->values()) result.push_back(static_cast<TVObject*>(child));
   return result;
+}
+
+TVHash& TVObject::children() {
+  if (children_ == nullptr) children_ = std::make_unique<TVHash>();
+  return *children_;
 }
 
 TVObject* TVObject::findAncestor(const VClassRecord* record) {
@@ -211,7 +221,7 @@ void TVObject::beginUse(TVHandle& context) {
 // The last of them may be what kept this object.
 void TVObject::endUse() {
   --useCount_;
-  if (useCount_ == 0) children_.expectRemovals();
+  if (useCount_ == 0 && children_ != nullptr) children_->expectRemovals();
   forEachChild([](TVObject* child) { child->releaseReference(1); });
 }
 
@@ -324,13 +334,13 @@ TVObject* TVObject::mergeIntoCache(std::unique_ptr<TVObject> fresh, bool* known)
   const bool joins = owner != nullptr && !fresh->transient_;
   VObject* met = nullptr;
   if (owner != nullptr) {
-    met = joins ? owner->children_.findOrAdd(fresh.get()) : owner->children_.find(fresh.get());
+    met = joins ? owner->children().findOrAdd(fresh.get()) : owner->children().find(fresh.get());
   }
   auto* object = static_cast<TVObject*>(met);
   bool revived = false;
   if (object != nullptr && object != fresh.get()) {
     // The order of the table comes from its lookups, and each object that goes is looked for.
-    owner->children_.removeIdentical(fresh.get());
+    owner->children_->removeIdentical(fresh.get());
     fresh->owner_ = nullptr;
     fresh.reset();
     revived = object->deleted_;
@@ -367,7 +377,7 @@ void TVObject::countKeyChange() { ++theKeyChanges; }
 // Tells whether the object was in it.
 bool TVObject::leaveOwnerTable() {
   if (transient_ || owner_ == nullptr) return false;
-  return owner_->children_.removeIdentical(this) != nullptr;
+  return owner_->children_->removeIdentical(this) != nullptr;
 }
 
 // The owner's open uses hold those in its table, and give back what they hold at their end.
@@ -378,7 +388,7 @@ void TVObject::enterOwnerTable(bool wasCached) {
   if (transient_ || owner_ == nullptr) return;
   bool isCached = false;
   try {
-    isCached = owner_->children_.add(this) != nullptr;
+    isCached = owner_->children_->add(this) != nullptr;
   } catch (const std::bad_alloc&) {  // As if it were destroyed, until the owner is read again.
     owner_->lostChildren_ = true;
   }
@@ -389,7 +399,7 @@ void TVObject::enterOwnerTable(bool wasCached) {
 void TVObject::rekeyInOwnerTable(uint64_t fingerprintBefore) {
   countKeyChange();
   fingerprint_ = 0;
-  if (!transient_ && owner_ != nullptr) owner_->children_.rekey(this, fingerprintBefore);
+  if (!transient_ && owner_ != nullptr) owner_->children_->rekey(this, fingerprintBefore);
 }
 
 // Destruction -------------------------------------------------------------------------------------

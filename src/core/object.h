@@ -89,7 +89,7 @@ class TVObject : public VObject {
   virtual int32_t computeHash() const { return 0; }
   virtual uint64_t computeFingerprint() const { return 1; }
   // Number of cached children.
-  virtual int childCount() const { return children_.size(); }
+  virtual int childCount() const { return children_ == nullptr ? 0 : children_->size(); }
   // Takes this object's storage for an update. Null on failure, which has been reported.
   [[nodiscard]] virtual std::unique_ptr<TVStorageLock> lockStorage(TVHandle& context);
   // Starts a rewrite of the storage. Non-zero stops the write of the children.
@@ -205,7 +205,7 @@ class TVObject : public VObject {
   // State. ---------------------------------------------------------------------------------------
 
   TVObject* owner() const { return owner_; }
-  TVHash& children() { return children_; }
+  TVHash& children();  // Made when it is first asked for.
   // The children in table order, which is the order of their records on disk.
   std::vector<TVObject*> childrenInOrder() const;
   bool isDeleted() const { return deleted_; }
@@ -285,9 +285,9 @@ class TVObject : public VObject {
   int useCount_ = 0;
   int refCount_ = 0;
   std::unique_ptr<TVStorageLock> lockData_;
-  TVObject* owner_;              // Not owned; null for a root and once destroyed.
-  TVHandle* handles_ = nullptr;  // All handles attached here, linked through the handles.
-  TVHash children_;
+  TVObject* owner_;                   // Not owned; null for a root and once destroyed.
+  TVHandle* handles_ = nullptr;       // All handles attached here, linked through the handles.
+  std::unique_ptr<TVHash> children_;  // Null for an object that never had any: for most.
 };
 
 // Holds a reference on an object for the length of a block.

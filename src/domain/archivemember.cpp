@@ -1,12 +1,13 @@
 // domain/archivemember.cpp: the name forms of a member, and how members sort.
 #include "domain/archivemember.h"
 
+#include <optional>
+
 #include "core/optionarray.h"
 #include "core/result.h"
 #include "domain/archivefolder.h"
 #include "domain/branch.h"
 #include "domain/projectroot.h"
-#include "os/fingerprint.h"
 #include "runtime/paths.h"
 
 namespace foldapi {
@@ -19,22 +20,15 @@ namespace {
 
 constexpr int kMemberKeys = 4;
 
-using NameField = VPathString TVMemberNames::*;
+using Field = TVNameBlock::Field;
 
 // The names of each sort type in the order in which they decide.
-const NameField* memberKeys(TVSortType sortType) {
-  static constexpr NameField kByWorkPath[] = {&TVMemberNames::workPath, &TVMemberNames::workName,
-                                              &TVMemberNames::archivePath,
-                                              &TVMemberNames::archiveName};
-  static constexpr NameField kByWorkName[] = {&TVMemberNames::workName, &TVMemberNames::workPath,
-                                              &TVMemberNames::archivePath,
-                                              &TVMemberNames::archiveName};
-  static constexpr NameField kByArchivePath[] = {
-      &TVMemberNames::archivePath, &TVMemberNames::archiveName, &TVMemberNames::workName,
-      &TVMemberNames::workPath};
-  static constexpr NameField kByArchiveName[] = {
-      &TVMemberNames::archiveName, &TVMemberNames::archivePath, &TVMemberNames::workName,
-      &TVMemberNames::workPath};
+const Field* memberKeys(TVSortType sortType) {
+  using enum TVNameBlock::Field;
+  static constexpr Field kByWorkPath[] = {kWorkPath, kWorkName, kArchivePath, kArchiveName};
+  static constexpr Field kByWorkName[] = {kWorkName, kWorkPath, kArchivePath, kArchiveName};
+  static constexpr Field kByArchivePath[] = {kArchivePath, kArchiveName, kWorkName, kWorkPath};
+  static constexpr Field kByArchiveName[] = {kArchiveName, kArchivePath, kWorkName, kWorkPath};
   switch (sortType) {
     case TVSortType::kWorkName:
       return kByWorkName;
@@ -47,19 +41,19 @@ const NameField* memberKeys(TVSortType sortType) {
   }
 }
 
-// The one name that a whole key is compared with; null where more than one decides.
-NameField wholeKeyField(TVSortType sortType) {
+// The one name that a whole key is compared with; none where more than one decides.
+std::optional<Field> wholeKeyField(TVSortType sortType) {
   switch (sortType) {
     case TVSortType::kWorkName:
-      return &TVMemberNames::workName;
+      return TVNameBlock::kWorkName;
     case TVSortType::kArchiveName:
-      return &TVMemberNames::archiveName;
+      return TVNameBlock::kArchiveName;
     case TVSortType::kWorkDirOfPath:
-      return &TVMemberNames::workPath;
+      return TVNameBlock::kWorkPath;
     case TVSortType::kArchiveDirOfPath:
-      return &TVMemberNames::archivePath;
+      return TVNameBlock::kArchivePath;
     default:
-      return nullptr;
+      return std::nullopt;
   }
 }
 
@@ -78,24 +72,19 @@ bool TVMemberNames::areStorable(TVHandle& context) const {
   return isStorableText(context, workName.view(), kEndsSectionName);
 }
 
-TVArchiveMember::TVArchiveMember(TVMemberNames names, TVObject* owner, TVCaching caching)
-    : TVObject(owner, caching), names_(std::move(names)) {}
+TVArchiveMember::TVArchiveMember(const TVNameViews& names, TVObject* owner, TVCaching caching)
+    : TVObject(owner, caching), names_(names) {}
 
 bool TVArchiveMember::isEqual(const VObject* other) const {
   return TVObject::isEqual(other) && static_cast<const TVArchiveMember*>(other)->names_ == names_;
 }
 
 int32_t TVArchiveMember::computeHash() const {
-  return static_cast<int32_t>(static_cast<uint32_t>(names_.archiveName.hash()) +
-                              static_cast<uint32_t>(names_.archivePath.hash()));
+  return static_cast<int32_t>(static_cast<uint32_t>(VString::hashText(names().archiveName)) +
+                              static_cast<uint32_t>(VString::hashText(names().archivePath)));
 }
 
-uint64_t TVArchiveMember::computeFingerprint() const {
-  uint64_t state = os::fingerprintText(names_.workName.view(), 4);
-  state = os::fingerprintText(names_.workPath.view(), state);
-  state = os::fingerprintText(names_.archiveName.view(), state);
-  return os::fingerprintText(names_.archivePath.view(), state);
-}
+uint64_t TVArchiveMember::computeFingerprint() const { return names_.fingerprint(); }
 
 // Sorting -----------------------------------------------------------------------------------------
 
@@ -108,12 +97,12 @@ std::string_view TVArchiveMember::sortKey(int* index, TVSortType sortType,
     *scratch = fullWorkDir().str();
     return *scratch;
   }
-  return (names_.*memberKeys(sortType)[position]).view();
+  return names_[memberKeys(sortType)[position]];
 }
 
 int TVArchiveMember::compareKey(std::string_view key, TVSortType sortType, VCase letterCase) const {
-  if (const NameField field = wholeKeyField(sortType); field != nullptr) {
-    return compareText(key, (names_.*field).view(), letterCase);
+  if (const std::optional<Field> field = wholeKeyField(sortType)) {
+    return compareText(key, names_[*field], letterCase);
   }
   if (!isQualifiedSort(sortType)) return TVObject::compareKey(key, sortType, letterCase);
   std::string scratch;
@@ -121,16 +110,16 @@ int TVArchiveMember::compareKey(std::string_view key, TVSortType sortType, VCase
   const int order = compareText(VPathString::directoryPartOf(key),
                                 sortKey(&index, sortType, &scratch), letterCase);
   if (order != 0) return order;
-  const VPathString& name =
-      sortType == TVSortType::kArchivePath ? names_.archiveName : names_.workName;
-  return compareText(VPathString::fileNamePartOf(key), name.view(), letterCase);
+  const std::string_view name =
+      sortType == TVSortType::kArchivePath ? names().archiveName : names().workName;
+  return compareText(VPathString::fileNamePartOf(key), name, letterCase);
 }
 
 TVObject::KeyParts TVArchiveMember::keyParts(std::string_view key, TVSortType sortType) const {
   if (isQualifiedSort(sortType)) {
     return {{VPathString::directoryPartOf(key), VPathString::fileNamePartOf(key)}, 2};
   }
-  if (wholeKeyField(sortType) == nullptr) return {};
+  if (!wholeKeyField(sortType)) return {};
   return {{key}, 1};
 }
 
@@ -139,11 +128,11 @@ TVObject::KeyParts TVArchiveMember::keyParts(std::string_view key, TVSortType so
 // A text that shows which separator the paths around this member use: a workfile "pid.c" in
 // "control" is joined as its archive and its folders are written.
 std::string_view TVArchiveMember::pathModel() const {
-  const auto hasSeparator = [](const VString& text) {
-    return text.contains('\\') || text.contains('/');
+  const auto hasSeparator = [](std::string_view text) {
+    return text.find_first_of("\\/") != std::string_view::npos;
   };
-  for (const VPathString* text : {&names_.workPath, &names_.archivePath}) {
-    if (hasSeparator(*text)) return text->view();
+  for (const std::string_view text : {names().workPath, names().archivePath}) {
+    if (hasSeparator(text)) return text;
   }
   for (const TVObject* object = owner(); object != nullptr; object = object->owner()) {
     const VString* directory = nullptr;
@@ -152,14 +141,14 @@ std::string_view TVArchiveMember::pathModel() const {
     } else if (object->isKindOf(&TVProjectRoot::theClass)) {
       directory = &static_cast<const TVProjectRoot*>(object)->publicDir();
     }
-    if (directory != nullptr && hasSeparator(*directory)) return directory->view();
+    if (directory != nullptr && hasSeparator(directory->view())) return directory->view();
   }
   return {};
 }
 
 std::string TVArchiveMember::joinedWorkDir() const {
   const std::string_view like = pathModel();
-  std::string directory = names_.workPath.str();
+  std::string directory(names().workPath);
   for (const TVObject* object = owner(); object != nullptr; object = object->owner()) {
     if (!object->isKindOf(&TVArchiveFolder::theClass)) continue;
     directory = joinPath(static_cast<const TVArchiveFolder*>(object)->privateWorkDir().view(),
@@ -172,18 +161,18 @@ VPathString TVArchiveMember::fullWorkDir() const { return normalisePath(joinedWo
 
 VPathString TVArchiveMember::fullWorkName() const {
   const std::string joined = joinedWorkDir();
-  if (joined.empty()) return names_.workName;
+  if (joined.empty()) return names().workName;
   const std::string directory = normalisePath(joined);
   if (directory.empty()) return {};
-  return buildPath(directory, names_.workName.view(), pathModel());
+  return buildPath(directory, names().workName, pathModel());
 }
 
 VPathString TVArchiveMember::qualWorkName() const {
-  return VPathString(joinPath(names_.workPath.view(), names_.workName.view(), pathModel()));
+  return VPathString(joinPath(names().workPath, names().workName, pathModel()));
 }
 
 VPathString TVArchiveMember::qualArchiveName() const {
-  return VPathString(joinPath(names_.archivePath.view(), names_.archiveName.view(), pathModel()));
+  return VPathString(joinPath(names().archivePath, names().archiveName, pathModel()));
 }
 
 VString TVArchiveMember::pairedName() const {
@@ -191,13 +180,13 @@ VString TVArchiveMember::pairedName() const {
 }
 
 VString TVArchiveMember::toolkitName() const {
-  if (names_.archiveName.isEmpty()) return fullWorkName();
+  if (names().archiveName.empty()) return fullWorkName();
   if (isNowhere()) return qualArchiveName();
   return qualArchiveName() + "(" + fullWorkName() + ")";
 }
 
 VString TVArchiveMember::name(const TVOptionArray& options) const {
-  if (!options.wantsLongForm(&theClass)) return names_.workName;
+  if (!options.wantsLongForm(&theClass)) return names().workName;
   return qualWorkName() + "\t(" + qualArchiveName() + ")";
 }
 
@@ -222,21 +211,19 @@ int TVArchiveMember::GetDescription(TVHandle&, VString* out) { return answerNoth
 int TVArchiveMember::GetHeaderText(TVHandle&, VString* out) { return answerNothing(out); }
 int TVArchiveMember::GetLockers(TVHandle&, VString* out) { return answerNothing(out); }
 
-void TVArchiveMember::setWorkPath(const VPathString& path) {
-  changeKey([&] { names_.workPath = path; });
+void TVArchiveMember::setName(VPathString TVMemberNames::*field, const VPathString& name) {
+  TVMemberNames all = TVMemberNames::of(names());
+  all.*field = name;
+  const bool isHashed =
+      field == &TVMemberNames::archivePath || field == &TVMemberNames::archiveName;
+  if (isHashed) return setNames(all);
+  TVNameBlock changed(all);
+  changeKey([&] { names_ = std::move(changed); });
 }
-void TVArchiveMember::setWorkName(const VPathString& name) {
-  changeKey([&] { names_.workName = name; });
-}
-void TVArchiveMember::setArchivePath(const VPathString& path) {
-  changeHashedKey([&] { names_.archivePath = path; });
-}
-void TVArchiveMember::setArchiveName(const VPathString& name) {
-  changeHashedKey([&] { names_.archiveName = name; });
-}
-void TVArchiveMember::setNames(const TVMemberNames& names) {
-  TVMemberNames all = names;  // All of them or none.
-  changeHashedKey([&] { names_ = std::move(all); });
+
+void TVArchiveMember::setNames(const TVNameViews& names) {
+  TVNameBlock changed(names);
+  changeHashedKey([&] { names_ = std::move(changed); });
 }
 
 TVArchiveMemberOptions::TVArchiveMemberOptions(int version)
@@ -252,19 +239,19 @@ std::unique_ptr<TVObject> TVArchiveMemberOptions::makeObject(const TVMemberNames
 
 VPathString TVArchiveMemberHandle::workName() const {
   const auto* member = as<TVArchiveMember>();
-  return member == nullptr ? VPathString() : member->names().workName;
+  return member == nullptr ? VPathString() : VPathString(member->names().workName);
 }
 VPathString TVArchiveMemberHandle::workPath() const {
   const auto* member = as<TVArchiveMember>();
-  return member == nullptr ? VPathString() : member->names().workPath;
+  return member == nullptr ? VPathString() : VPathString(member->names().workPath);
 }
 VPathString TVArchiveMemberHandle::archiveName() const {
   const auto* member = as<TVArchiveMember>();
-  return member == nullptr ? VPathString() : member->names().archiveName;
+  return member == nullptr ? VPathString() : VPathString(member->names().archiveName);
 }
 VPathString TVArchiveMemberHandle::archivePath() const {
   const auto* member = as<TVArchiveMember>();
-  return member == nullptr ? VPathString() : member->names().archivePath;
+  return member == nullptr ? VPathString() : VPathString(member->names().archivePath);
 }
 VPathString TVArchiveMemberHandle::fullWorkName() const {
   const auto* member = as<TVArchiveMember>();
@@ -325,7 +312,7 @@ int TVArchiveMemberHandle::lockers(VString* out) {
 namespace {
 
 // Asks each of them: a lookup in the table would count, and change its order in time.
-bool isTaken(const TVArchiveMember& member, const TVMemberNames& names) {
+bool isTaken(const TVArchiveMember& member, const TVNameViews& names) {
   if (member.isTransient() || member.owner() == nullptr) return false;
   for (const TVObject* sibling : member.owner()->childrenInOrder()) {
     if (sibling != &member && sibling->isA() == member.isA() &&
@@ -338,33 +325,32 @@ bool isTaken(const TVArchiveMember& member, const TVMemberNames& names) {
 
 }  // namespace
 
-void TVArchiveMemberHandle::setName(NameField field,
-                                    void (TVArchiveMember::*setter)(const VPathString&),
-                                    const VPathString& name, std::string_view refused) {
+void TVArchiveMemberHandle::setName(VPathString TVMemberNames::*field, const VPathString& name,
+                                    std::string_view refused) {
   auto* member = as<TVArchiveMember>();
   if (member == nullptr || !isStorableText(*this, name.view(), refused)) return;
-  TVMemberNames wanted = member->names();
+  TVMemberNames wanted = TVMemberNames::of(member->names());
   wanted.*field = name;
   editObject(*this, [&] {
     if (isTaken(*member, wanted)) {
       sink().notice(*this, "A file of these names is in the folder already.");
     } else {
-      (member->*setter)(name);
+      member->setName(field, name);
     }
   });
 }
 
 void TVArchiveMemberHandle::setWorkName(const VPathString& name) {
-  setName(&TVMemberNames::workName, &TVArchiveMember::setWorkName, name, kEndsSectionName);
+  setName(&TVMemberNames::workName, name, kEndsSectionName);
 }
 void TVArchiveMemberHandle::setWorkPath(const VPathString& path) {
-  setName(&TVMemberNames::workPath, &TVArchiveMember::setWorkPath, path, kEndsSectionField);
+  setName(&TVMemberNames::workPath, path, kEndsSectionField);
 }
 void TVArchiveMemberHandle::setArchiveName(const VPathString& name) {
-  setName(&TVMemberNames::archiveName, &TVArchiveMember::setArchiveName, name, kEndsSectionField);
+  setName(&TVMemberNames::archiveName, name, kEndsSectionField);
 }
 void TVArchiveMemberHandle::setArchivePath(const VPathString& path) {
-  setName(&TVMemberNames::archivePath, &TVArchiveMember::setArchivePath, path, kEndsSectionField);
+  setName(&TVMemberNames::archivePath, path, kEndsSectionField);
 }
 
 std::vector<TVArchiveMemberHandle> TVArchiveMemberHandle::createAll(

@@ -10,6 +10,7 @@
 #include "core/folderoptions.h"
 #include "core/handle.h"
 #include "domain/attribute.h"
+#include "domain/nameblock.h"
 
 namespace foldapi {
 
@@ -23,13 +24,19 @@ enum TVMemberStatus : uint32_t {
   kStatusLockedByMe = 0x1000,
 };
 
+// The names of a member as values of their own.
 struct TVMemberNames {
   VPathString archivePath;
   VPathString archiveName;
-  VPathString workPath;  // May be relative, and then hangs under the enclosing folders.
+  VPathString workPath;
   VPathString workName;
 
-  bool operator==(const TVMemberNames&) const = default;
+  static TVMemberNames of(const TVNameViews& views) {
+    return {views.archivePath, views.archiveName, views.workPath, views.workName};
+  }
+  operator TVNameViews() const {
+    return {archivePath.view(), archiveName.view(), workPath.view(), workName.view()};
+  }
   // Whether a record can hold them; else the reason goes to the context's sink. The workfile's name
   // is the last field, and may hold what ends the others.
   [[nodiscard]] bool areStorable(TVHandle& context) const;
@@ -39,7 +46,8 @@ class TVArchiveMember : public TVObject {
  public:
   static const VClassRecord theClass;
 
-  TVArchiveMember(TVMemberNames names, TVObject* owner, TVCaching caching = TVCaching::kCached);
+  TVArchiveMember(const TVNameViews& names, TVObject* owner,
+                  TVCaching caching = TVCaching::kCached);
 
   const VClassRecord* isA() const override { return &theClass; }
   // All four names are the identity; only the archive's two go into the hash.
@@ -57,7 +65,7 @@ class TVArchiveMember : public TVObject {
   int attribute(const TVOptionArray&) const override { return TVAttribute::kArchive; }
 
   // For clients; the library finds children by compareKey().
-  virtual VBool isNamed(const VString& name) const { return name == names_.workName; }
+  virtual VBool isNamed(const VString& name) const { return name.view() == names().workName; }
 
   // What the archive knows. Each gives an operation result and fills `out` on 0.
   [[nodiscard]] virtual int GetCreationTime(TVHandle& context, uint32_t* out);
@@ -69,28 +77,26 @@ class TVArchiveMember : public TVObject {
   [[nodiscard]] virtual int GetHeaderText(TVHandle& context, VString* out);
   [[nodiscard]] virtual int GetLockers(TVHandle& context, VString* out);
 
-  const TVMemberNames& names() const { return names_; }
+  // Good until a name changes.
+  TVNameViews names() const { return names_.views(); }
   // `workPath` below the work directories of the enclosing folders, normalised. Both are empty
   // where that climbs above a root: the workfile is nowhere then.
   VPathString fullWorkDir() const;
   VPathString fullWorkName() const;
-  bool isNowhere() const { return fullWorkName().isEmpty() && !names_.workName.isEmpty(); }
+  bool isNowhere() const { return fullWorkName().isEmpty() && !names().workName.empty(); }
   VPathString qualWorkName() const;
   VPathString qualArchiveName() const;
   VString pairedName() const;   // qualWorkName(qualArchiveName)
   VString toolkitName() const;  // How the member names itself to the toolkit.
 
-  void setWorkPath(const VPathString& path);
-  void setWorkName(const VPathString& name);
-  void setArchivePath(const VPathString& path);
-  void setArchiveName(const VPathString& name);
-  void setNames(const TVMemberNames& names);
+  void setName(VPathString TVMemberNames::*field, const VPathString& name);
+  void setNames(const TVNameViews& names);
 
  private:
   std::string_view pathModel() const;
   std::string joinedWorkDir() const;
 
-  TVMemberNames names_;
+  TVNameBlock names_;
 };
 
 class TVArchiveMemberOptions : public TVFolderOptions {
@@ -143,8 +149,7 @@ class TVArchiveMemberHandle : public TVHandle {
  private:
   template <typename Value>
   int query(int (TVArchiveMember::*get)(TVHandle&, Value*), Value* out);
-  void setName(VPathString TVMemberNames::*field,
-               void (TVArchiveMember::*setter)(const VPathString&), const VPathString& name,
+  void setName(VPathString TVMemberNames::*field, const VPathString& name,
                std::string_view refused);
 };
 

@@ -90,6 +90,9 @@ std::unique_ptr<TVObject> TVArchiveFolder52Options::makeObject(const VString& na
 
 // Members -----------------------------------------------------------------------------------------
 
+// What a document of a large project takes, beside the text of its names.
+static_assert(sizeof(TVArchiveMember52) <= 104);
+
 // The record lies in the owner's public file if it has one, else in the private one: never in both.
 int TVArchiveMember52::writeChild(TVHandle& context, TVStorageLock& ownerLock) {
   recordNames_.reset();
@@ -97,10 +100,10 @@ int TVArchiveMember52::writeChild(TVHandle& context, TVStorageLock& ownerLock) {
   const Side side = writer.path(Side::kPublic).isEmpty() ? Side::kPrivate : Side::kPublic;
   if (writer.stream(side) == nullptr) return kResultNotWritten;
   std::string record = "[DOCUMENT=";
-  record.append(names().archivePath.view()).append(";");
-  record.append(names().archiveName.view()).append(";");
-  record.append(names().workPath.view()).append(";");
-  record.append(names().workName.view()).append("]\n");
+  record.append(names().archivePath).append(";");
+  record.append(names().archiveName).append(";");
+  record.append(names().workPath).append(";");
+  record.append(names().workName).append("]\n");
   return writer.writeRecord(side, record, context) ? kResultDone : kResultNotWritten;
 }
 

@@ -12,6 +12,7 @@
 #include "domain/archivefolder.h"
 #include "domain/archivemember.h"
 #include "domain/tvopts.h"
+#include "runtime/bulkmemory.h"
 #include "store/fileowner.h"
 #include "toolkit/archiveinfo.h"
 
@@ -48,6 +49,8 @@ class TVArchiveMember52 : public TVArchiveMember {
  public:
   using TVArchiveMember::TVArchiveMember;
   ~TVArchiveMember52() override;  // Gives the revision tree back.
+  static void* operator new(size_t size) { return BulkMemory::take(size); }
+  static void operator delete(void* member, size_t size) { BulkMemory::give(member, size); }
 
   int version() const override { return kFormat52; }
   // Fetches the revision tree and builds the branch "Trunk" on it. An operation result.
@@ -135,7 +138,7 @@ class TVArchiveMember52 : public TVArchiveMember {
 
   TrvsRevTree* tree_ = nullptr;  // The toolkit's; given back to it and never freed otherwise.
   // The names of the record, while those in memory have been computed and not been stored.
-  std::unique_ptr<TVMemberNames> recordNames_;
+  std::unique_ptr<TVNameBlock> recordNames_;
 };
 
 class TVArchiveMember52Options : public TVArchiveMemberOptions {

@@ -353,15 +353,15 @@ RecordResult TVDataFileReader::readDocumentRecord(OptionalText value) {
     assertFail("52data.cpp", 719);
     return kRecordDropped;
   }
-  TVMemberNames names;
-  for (VPathString* field : {&names.archivePath, &names.archiveName, &names.workPath}) {
+  TVNameViews names;
+  for (std::string_view* field : {&names.archivePath, &names.archiveName, &names.workPath}) {
     const size_t end = value->find(';');
     if (end == std::string_view::npos) return kRecordDropped;
-    *field = VPathString(value->substr(0, end));
+    *field = value->substr(0, end);
     value->remove_prefix(end + 1);
   }
-  names.workName = VPathString(*value);
-  TVObject::mergeIntoCache(std::make_unique<TVArchiveMember52>(std::move(names), owner_));
+  names.workName = *value;
+  TVObject::mergeIntoCache(std::make_unique<TVArchiveMember52>(names, owner_));
   return kRecordTaken;
 }
 

@@ -187,9 +187,9 @@ int TVArchiveMember52::takeLocks(TVHandle& context, const Target& target, bool w
 // The name of an archive --------------------------------------------------------------------------
 
 int TVArchiveMember52::computeArchiveName(TVHandle& context) {
-  TVMemberNames wanted = names();
+  TVMemberNames wanted = TVMemberNames::of(names());
   const int result = computeNames(context, &wanted);
-  if (wanted == names()) return result;
+  if (TVNameViews(wanted) == names()) return result;
   const bool isCached = !isTransient() && owner() != nullptr;
   if (isCached) {
     if (findMember(*owner(), wanted) != nullptr) {
@@ -197,7 +197,7 @@ int TVArchiveMember52::computeArchiveName(TVHandle& context) {
                             ToolkitMessage(TRVS_ARCHIVE_EXISTS, wanted.archiveName.text()));
       return kResultFailed;
     }
-    if (recordNames_ == nullptr) recordNames_ = std::make_unique<TVMemberNames>(names());
+    if (recordNames_ == nullptr) recordNames_ = std::make_unique<TVNameBlock>(names());
   }
   setNames(wanted);
   return result;
@@ -232,7 +232,7 @@ int TVArchiveMember52::createArchive(TVHandle& context, const TVPutOptions& opti
   TVObject* const folder = owner();
   TVReferenceHold folderHold(folder);
   if (const int result = findWorkfile(context)) return result;
-  TVMemberNames wanted = names();
+  TVMemberNames wanted = TVMemberNames::of(names());
   if (const int result = computeNames(context, &wanted)) return result;
   if (!wanted.areStorable(context)) return kResultFailed;
   const Target about = TVArchiveMember52(wanted, folder, TVCaching::kTransient).target();
@@ -269,7 +269,7 @@ int TVArchiveMember52::storeIn(TVObject* folder, TVHandle& context,
   for (const auto& [member, names] : members) {
     if (member->isTransient()) member->setNames(names);
     if (!isKept || member->recordNames_ == nullptr) continue;
-    if (member->owner() == folder) member->setNames(*member->recordNames_);
+    if (member->owner() == folder) member->setNames(member->recordNames_->views());
     member->recordNames_.reset();
   }
   if (!isKept) return kResultDone;

@@ -70,7 +70,7 @@ bool IsInOwnPlace(const TVArchiveMember& member) {
   const bool isOwn = folder != nullptr && folder->isKindOf(&TVArchiveFolder::theClass) &&
                      !folder->isKindOf(&TVProjectFolder::theClass) &&
                      isOwnWord(*static_cast<const TVArchiveFolder*>(folder));
-  way.goOn(member.names().workPath.view(), isOwn);
+  way.goOn(member.names().workPath, isOwn);
   for (const std::string& text : {way.own, way.privateRoot}) {
     if (!partBelow(normalisePath(nativePath(text)), path).empty()) return true;
   }

@@ -172,7 +172,8 @@ class Seeded : public ChildLists {
       static_cast<TVArchiveFolder*>(object)->setPrivateWorkDir(name());
     } else if (object->isA() == kMember) {
       auto* member = static_cast<TVArchiveMember*>(object);
-      upTo(2) == 0 ? member->setWorkName(name()) : member->setArchivePath(name());
+      member->setName(upTo(2) == 0 ? &TVMemberNames::workName : &TVMemberNames::archivePath,
+                      name());
     } else if (object->isA() == kLabel) {
       static_cast<TVVersionLabel*>(object)->setItemName(name());
     }

@@ -127,8 +127,8 @@ TEST_F(DomainChanges, SettersKeepTheTableRight) {
   const auto order = [&] {
     std::string text;
     for (TVObject* child : project.object()->childrenInOrder()) {
-      const TVMemberNames& names = static_cast<TVArchiveMember*>(child)->names();
-      text += names.archiveName.str() + names.workName.str() + " ";
+      const TVNameViews names = static_cast<TVArchiveMember*>(child)->names();
+      text.append(names.archiveName).append(names.workName).append(" ");
     }
     return text;
   };

@@ -32,7 +32,7 @@ class Store : public testing::Test {
   std::string path(std::string_view name) const { return directory / name; }
   // Line ends are LF here and CR LF on disk.
   void put(std::string_view name, std::string_view text) const {
-    support::writeFile(path(name), replaced(std::string(text), "\n", "\r\n"));
+    support::writeFile(path(name), replaced(text, "\n", "\r\n"));
   }
   std::string get(std::string_view name) const {
     return replaced(support::readFile(path(name)), "\r\n", "\n");
@@ -95,7 +95,7 @@ class Store : public testing::Test {
              stored->storageDir(Side::kPrivate).str();
     }
     if (const auto* member = handle.as<TVArchiveMember>()) {
-      const TVMemberNames& names = member->names();
+      const auto names = TVMemberNames::of(member->names());
       return "document " + names.archivePath.str() + "|" + names.archiveName.str() + "|" +
              names.workPath.str() + "|" + names.workName.str();
     }

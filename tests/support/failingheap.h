@@ -24,5 +24,14 @@ inline void* (*heap)(size_t size) = std::malloc;
   if (memory == nullptr) throw std::bad_alloc();
   return memory;
 }
+[[gnu::noinline]] void* operator new(size_t size, std::align_val_t alignment) {
+  if (support::allocationFails != nullptr && support::allocationFails(size)) throw std::bad_alloc();
+  void* const memory = std::aligned_alloc(static_cast<size_t>(alignment), size);
+  if (memory == nullptr) throw std::bad_alloc();
+  return memory;
+}
+[[gnu::noinline]] void operator delete(void* memory, std::align_val_t) noexcept {
+  std::free(memory);
+}
 [[gnu::noinline]] void operator delete(void* memory) noexcept { std::free(memory); }
 [[gnu::noinline]] void operator delete(void* memory, size_t) noexcept { std::free(memory); }

@@ -32,11 +32,11 @@ void writeFile(const std::string& path, std::string_view bytes);
 std::string escaped(std::string_view bytes);
 
 // `text` with `to` in the place of each `from`.
-inline std::string replaced(std::string text, std::string_view from, std::string_view to) {
-  for (size_t at = 0; (at = text.find(from, at)) != std::string::npos; at += to.size()) {
-    text.replace(at, from.size(), to);
-  }
-  return text;
+inline std::string replaced(std::string_view text, std::string_view from, std::string_view to) {
+  std::string result;
+  for (size_t at; (at = text.find(from)) != std::string::npos; text.remove_prefix(at + from.size()))
+    result.append(text.substr(0, at)).append(to);
+  return result.append(text);
 }
 
 // How many files and directories are in a directory.

@@ -1,0 +1,82 @@
+// runtime/bulkmemory.cpp: pages that count what is taken from them.
+//
+// A page starts at a multiple of its size, so a thing leads to its page. The address sanitizer is
+// told what is taken and what is not: it sees a page as one thing.
+#include "runtime/bulkmemory.h"
+
+#include <cstdint>
+#include <new>
+
+#if __has_include(<sanitizer/asan_interface.h>)
+#include <sanitizer/asan_interface.h>
+#else
+#define ASAN_POISON_MEMORY_REGION(place, size) static_cast<void>(place)
+#define ASAN_UNPOISON_MEMORY_REGION(place, size) static_cast<void>(place)
+#endif
+
+namespace foldapi {
+namespace {
+
+constexpr size_t kPageSize = size_t{64} << 10;
+constexpr size_t kHeapHeader = 16;  // Left to the heap, so that pages stand side by side.
+constexpr size_t kRoom = kPageSize - kHeapHeader;
+constexpr size_t kLarge = kRoom / 8;  // From here on a thing has a page of its own.
+constexpr size_t kStep = 8;           // Things start at multiples of it.
+constexpr std::align_val_t kPageStart{kPageSize};
+
+struct alignas(kStep) Page {
+  size_t used = sizeof(Page);
+  size_t things = 0;
+};
+
+constinit Page* thePage = nullptr;  // The one that is being filled.
+constinit size_t thePages = 0;      // Without that one, if it is empty.
+
+constexpr size_t rounded(size_t size) { return (size + kStep - 1) / kStep * kStep; }
+
+Page* newPage(size_t size) {
+  Page* const page = new (::operator new(size, kPageStart)) Page;
+  ASAN_POISON_MEMORY_REGION(page + 1, size - sizeof(Page));
+  return page;
+}
+
+void* takeFrom(Page* page, size_t size) {
+  if (page->things++ == 0) ++thePages;
+  char* const place = reinterpret_cast<char*>(page) + page->used;
+  ASAN_UNPOISON_MEMORY_REGION(place, size);
+  page->used += rounded(size);
+  return place;
+}
+
+}  // namespace
+
+void* BulkMemory::take(size_t size) {
+  if (size >= kLarge) {
+    if (size > SIZE_MAX - kPageSize) throw std::bad_alloc();
+    return takeFrom(newPage(sizeof(Page) + rounded(size)), size);
+  }
+  if (thePage == nullptr || thePage->used + size > kRoom) {
+    thePage = nullptr;  // It holds something, else it would have room, and goes with that.
+    thePage = newPage(kRoom);
+  }
+  return takeFrom(thePage, size);
+}
+
+void BulkMemory::give(void* place, size_t size) noexcept {
+  auto* const page = reinterpret_cast<Page*>(reinterpret_cast<uintptr_t>(place) & ~(kPageSize - 1));
+  ASAN_POISON_MEMORY_REGION(place, size);
+  const size_t start =
+      static_cast<size_t>(static_cast<char*>(place) - reinterpret_cast<char*>(page));
+  if (page->used == start + rounded(size)) page->used = start;
+  if (--page->things != 0) return;
+  --thePages;
+  if (page == thePage) {
+    page->used = sizeof(Page);
+  } else {
+    ::operator delete(page, kPageStart);
+  }
+}
+
+size_t BulkMemory::pagesInUse() { return thePages; }
+
+}  // namespace foldapi
