@@ -5,13 +5,15 @@
 #   make deb     Debian packages of all that
 #   make test    all tests: optimised, with the sanitizers, and the checks of the sources
 #   make bench   the benchmarks
+#   make windows   the libraries and the examples for Windows, as a zip file
+#   make test-windows   tests of those, in Wine
 #   make test-ports   the engine's and the store's tests as a 32-bit and as a big-endian machine
 #
 # For daily work: cmake -S . -B build -G Ninja && cmake --build build && ctest --test-dir build
 
 PREFIX = /usr/local
 
-.PHONY: demo install deb test bench test-ports
+.PHONY: demo install deb test bench test-ports windows test-windows
 
 demo:
 	@scripts/setup.sh build
@@ -41,3 +43,11 @@ bench:
 test-ports:
 	@scripts/setup.sh ports
 	@scripts/test_ports.sh
+
+windows:
+	@scripts/setup.sh windows
+	@scripts/build_windows.sh
+
+test-windows:
+	@scripts/setup.sh windows
+	@scripts/test_windows.sh

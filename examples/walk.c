@@ -113,7 +113,7 @@ typedef struct Children {
   size_t count;
 } Children;
 
-typedef TVHandle* (*Step)(TVHandle* parent);
+typedef TVHandle*(FOLDAPI_CALL* Step)(TVHandle* parent);
 
 static void collect(Children* children, TVHandle* parent, Step first, Step next) {
   for (TVHandle* child = first(parent); child != NULL; child = next(parent)) {

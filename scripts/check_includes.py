@@ -21,7 +21,7 @@ MAY_INCLUDE = {
     "api": LAYERS,
     **{"cli" + part: ["os", "cli", "cli/text", "cli/terminal", "cli/local", "cli/database",
                       "cli/archives", "cli/moving", "cli/commands"][:known] + more
-       for part, known, more in (("/text", 0, []), ("/terminal", 3, []), ("/database", 3, LAYERS),
+       for part, known, more in (("/text", 1, []), ("/terminal", 3, []), ("/database", 3, LAYERS),
                                  ("/archives", 3, []), ("/pictures", 3, ["cli/archives"]),
                                  ("/local", 7, ["dates"]), ("/moving", 8, ["dates"]),
                                  ("/commands", 9, LAYERS + ["cli/pictures"]),

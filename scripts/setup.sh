@@ -1,6 +1,6 @@
 #!/bin/sh
 # Installs what a purpose needs on Debian 12, and only that which is missing:
-# setup.sh build | test | deb | bench | ports
+# setup.sh build | test | deb | bench | ports | windows
 set -eu
 packages='g++ cmake ninja-build python3 pkg-config libzstd-dev libgtest-dev
 libcli11-dev libfmt-dev nlohmann-json3-dev scdoc'
@@ -13,7 +13,10 @@ case "${1-}" in
   deb) packages="$packages debhelper lintian" ;;
   bench) packages="$packages libglib2.0-dev rcs" ;;
   ports) packages="$packages debootstrap g++-i686-linux-gnu g++-s390x-linux-gnu qemu-user" ;;
-  *) echo 'usage: setup.sh build | test | deb | bench | ports' >&2; exit 2 ;;
+  windows)
+    packages="$packages g++-mingw-w64-x86-64-posix g++-mingw-w64-i686-posix googletest make xz-utils wine64"
+    ;;
+  *) echo 'usage: setup.sh build | test | deb | bench | ports | windows' >&2; exit 2 ;;
 esac
 
 missing=

@@ -139,7 +139,7 @@ void makeDatabase(const std::string& files, const Place& place, const std::strin
                   "[TRVSGUI]\nVERSION=TRVS Trevault_5.2.00\nTRVSPROJ=" + place.text("pub") +
                       "\nTRVSPRIV=" + place.text("prv") + "\n[TRVSPATHS]\nV:=" + place.path("") +
                       "\n");
-  setenv("KSTR_INI", place.path("KSTR.INI").c_str(), 1);
+  team::setVariable("KSTR_INI", place.path("KSTR.INI"));
   copyFiles(files, place, me);
   Teamwork team(place);
   for (const PastArchive& archive : pastArchives(me)) makeArchive(team, archive);

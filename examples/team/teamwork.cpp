@@ -51,7 +51,7 @@ void nameUsers(const Place& place, int32_t readMode) {
   expectDone(TrvsQueryConfiguration(path.c_str(), 0, 0, readMode), "read the configuration");
 }
 
-void become(const std::string& member) { setenv(kMember, member.c_str(), 1); }
+void become(const std::string& member) { setVariable(kMember, member); }
 
 }  // namespace
 

@@ -29,6 +29,9 @@ std::string readFile(const std::string& path);
 // Replaces the file; makes the directories above it.
 void writeFile(const std::string& path, const std::string& bytes);
 
+// Sets an environment variable of this process.
+void setVariable(const char* name, const std::string& value);
+
 // A local time.
 struct Moment {
   int year, month, day, hour, minute, second;

@@ -35,7 +35,11 @@
 extern "C" {
 #endif
 
+#ifdef _WIN32
+#define TRVS_EXPORT
+#else
 #define TRVS_EXPORT __attribute__((visibility("default")))
+#endif
 
 /* The version that this header describes; TrvsVersion gives that of the loaded library. A client
  * works with each library of the same major version that is not older. */

@@ -98,7 +98,14 @@
 extern "C" {
 #endif
 
+/* How functions are called, and what makes them known outside of the library. */
+#ifdef _WIN32
+#define FOLDAPI_CALL __stdcall
+#define FOLDAPI_EXPORT
+#else
+#define FOLDAPI_CALL
 #define FOLDAPI_EXPORT __attribute__((visibility("default")))
+#endif
 
 /* The version that this header describes; FoldapiVersion gives that of the loaded library. A client
  * works with each library of the same major version that is not older. */
@@ -117,7 +124,7 @@ typedef struct TVHandle TVHandle;
  * library calls it with reason 1 itself when it is loaded; a thread that wants a start of its own
  * calls DllMain(NULL, 2, NULL). `module` and `reserved` are not looked at.
  * Gives 1, or 0 if the toolkit could not start. */
-FOLDAPI_EXPORT int32_t DllMain(void* module, uint32_t reason, void* reserved);
+FOLDAPI_EXPORT int32_t FOLDAPI_CALL DllMain(void* module, uint32_t reason, void* reserved);
 
 /* Sets the root's two directories, the public one first (CreateProject takes the private one
  * first), and gives the root handle. They hold trvsproj.pub and trvsproj.prv, the lists of
@@ -130,27 +137,27 @@ FOLDAPI_EXPORT int32_t DllMain(void* module, uint32_t reason, void* reserved);
  * here: their walk is empty. Directories that aren't there are made when the root is opened, so a
  * mistyped one looks like an empty database. One private directory may serve several public ones:
  * its records stay, whichever is open, but projects of one name in two of them share one record. */
-FOLDAPI_EXPORT TVHandle* Init(const char* publicRoot, const char* privateRoot);
+FOLDAPI_EXPORT TVHandle* FOLDAPI_CALL Init(const char* publicRoot, const char* privateRoot);
 
 /* Root. -----------------------------------------------------------------------------------------*/
 
 /* The root directories that Init settled on. */
-FOLDAPI_EXPORT const char* GetRootPublicDir(TVHandle* root);
-FOLDAPI_EXPORT const char* GetRootPrivateDir(TVHandle* root);
+FOLDAPI_EXPORT const char* FOLDAPI_CALL GetRootPublicDir(TVHandle* root);
+FOLDAPI_EXPORT const char* FOLDAPI_CALL GetRootPrivateDir(TVHandle* root);
 
 /* Open reads trvsproj.pub, then trvsproj.prv, and makes the one that is missing. Each is kept from
  * other processes while it is read, so reading takes the right to write them, trvsproj.pub too; one
  * that another process is changing is waited for. A file that can't be read leaves the projects out
  * that it would give, and still counts as opened. */
-FOLDAPI_EXPORT int32_t OpenProjectRoot(TVHandle* root);
-FOLDAPI_EXPORT int32_t CloseProjectRoot(TVHandle* root);
+FOLDAPI_EXPORT int32_t FOLDAPI_CALL OpenProjectRoot(TVHandle* root);
+FOLDAPI_EXPORT int32_t FOLDAPI_CALL CloseProjectRoot(TVHandle* root);
 
 /* Walk the projects in the order of their names. */
-FOLDAPI_EXPORT TVHandle* GetFirstProject(TVHandle* root);
-FOLDAPI_EXPORT TVHandle* GetNextProject(TVHandle* root);
+FOLDAPI_EXPORT TVHandle* FOLDAPI_CALL GetFirstProject(TVHandle* root);
+FOLDAPI_EXPORT TVHandle* FOLDAPI_CALL GetNextProject(TVHandle* root);
 
 /* The project of that name. */
-FOLDAPI_EXPORT TVHandle* FindProject(TVHandle* root, const char* name);
+FOLDAPI_EXPORT TVHandle* FOLDAPI_CALL FindProject(TVHandle* root, const char* name);
 
 /* Projects. -------------------------------------------------------------------------------------*/
 
@@ -162,88 +169,90 @@ FOLDAPI_EXPORT TVHandle* FindProject(TVHandle* root, const char* name);
  * line break or with "$(" and a ")" after it, creates nothing: the data files can't hold it. Nor is
  * a project made whose directories or records can't be written, the private ones too. To see
  * whether it worked, find the project. */
-FOLDAPI_EXPORT void CreateProject(TVHandle* root, const char* name, const char* privateWorkDir,
-                                  const char* publicWorkDir);
+FOLDAPI_EXPORT void FOLDAPI_CALL CreateProject(TVHandle* root, const char* name,
+                                               const char* privateWorkDir,
+                                               const char* publicWorkDir);
 
 /* The name in the root's data files. */
-FOLDAPI_EXPORT const char* GetProjectName(TVHandle* project);
+FOLDAPI_EXPORT const char* FOLDAPI_CALL GetProjectName(TVHandle* project);
 
 /* The path of the project's configuration file, from CFG in the root's data files. */
-FOLDAPI_EXPORT const char* GetProjectCfgFile(TVHandle* project);
+FOLDAPI_EXPORT const char* FOLDAPI_CALL GetProjectCfgFile(TVHandle* project);
 
 /* The archive directories, separated by ";", as the configuration files put them together: the
  * "Master Project"'s file first, then the project's. Reads both if they changed. "" if there are
  * none or the files can't be read. */
-FOLDAPI_EXPORT const char* GetProjectVCSDirs(TVHandle* project);
+FOLDAPI_EXPORT const char* FOLDAPI_CALL GetProjectVCSDirs(TVHandle* project);
 
 /* Appends a VCSDIR directive with `directories`, less one "\" at their end, to the project's
  * configuration file; earlier directives stay above it. A list with a line break, or of more than
  * 8184 bytes, is refused, and so is a project that another process has removed. Nor is anything
  * appended to a file that has lines, and not one good directive among them: CFG in the root's data
  * files may name any file. Read the value back to see whether it worked. */
-FOLDAPI_EXPORT void SetProjectVCSDirs(TVHandle* project, const char* directories);
+FOLDAPI_EXPORT void FOLDAPI_CALL SetProjectVCSDirs(TVHandle* project, const char* directories);
 
 /* Where the workfiles of the team (public) and of this user (private) are: WKDIR in trvsproj.pub
  * and in trvsproj.prv. A project without a private record answers both with the public one. Setting
  * rewrites the root's data files; what CreateProject refuses is refused. */
-FOLDAPI_EXPORT const char* GetProjectPublicDir(TVHandle* project);
-FOLDAPI_EXPORT void SetProjectPublicDir(TVHandle* project, const char* directory);
-FOLDAPI_EXPORT const char* GetProjectPrivateDir(TVHandle* project);
-FOLDAPI_EXPORT void SetProjectPrivateDir(TVHandle* project, const char* directory);
+FOLDAPI_EXPORT const char* FOLDAPI_CALL GetProjectPublicDir(TVHandle* project);
+FOLDAPI_EXPORT void FOLDAPI_CALL SetProjectPublicDir(TVHandle* project, const char* directory);
+FOLDAPI_EXPORT const char* FOLDAPI_CALL GetProjectPrivateDir(TVHandle* project);
+FOLDAPI_EXPORT void FOLDAPI_CALL SetProjectPrivateDir(TVHandle* project, const char* directory);
 
 /* Open reads the project's trvsfold.pub, then its trvsfold.prv. */
-FOLDAPI_EXPORT int32_t OpenProject(TVHandle* project);
-FOLDAPI_EXPORT int32_t CloseProject(TVHandle* project);
+FOLDAPI_EXPORT int32_t FOLDAPI_CALL OpenProject(TVHandle* project);
+FOLDAPI_EXPORT int32_t FOLDAPI_CALL CloseProject(TVHandle* project);
 
 /* Takes the project's records out of the root's data files. All its directories, data files and
  * archives stay on disk. The handle stands for nothing afterwards. */
-FOLDAPI_EXPORT void DestroyProject(TVHandle* project);
+FOLDAPI_EXPORT void FOLDAPI_CALL DestroyProject(TVHandle* project);
 
 /* Folders. --------------------------------------------------------------------------------------*/
 
 /* Walk the folders of a project in the order of their names. No function here makes one: that is
  * done by the graphical program. */
-FOLDAPI_EXPORT TVHandle* GetFirstFolder(TVHandle* project);
-FOLDAPI_EXPORT TVHandle* GetNextFolder(TVHandle* project);
+FOLDAPI_EXPORT TVHandle* FOLDAPI_CALL GetFirstFolder(TVHandle* project);
+FOLDAPI_EXPORT TVHandle* FOLDAPI_CALL GetNextFolder(TVHandle* project);
 
 /* The folder of that name. */
-FOLDAPI_EXPORT TVHandle* FindFolder(TVHandle* project, const char* name);
+FOLDAPI_EXPORT TVHandle* FOLDAPI_CALL FindFolder(TVHandle* project, const char* name);
 
 /* The name in the project's data files. */
-FOLDAPI_EXPORT const char* GetFolderName(TVHandle* folder);
+FOLDAPI_EXPORT const char* FOLDAPI_CALL GetFolderName(TVHandle* folder);
 
 /* Open reads the folder's trvsfold.pub, or trvsfold.prv if only this user has the folder. */
-FOLDAPI_EXPORT int32_t OpenFolder(TVHandle* folder);
-FOLDAPI_EXPORT int32_t CloseFolder(TVHandle* folder);
+FOLDAPI_EXPORT int32_t FOLDAPI_CALL OpenFolder(TVHandle* folder);
+FOLDAPI_EXPORT int32_t FOLDAPI_CALL CloseFolder(TVHandle* folder);
 
 /* Takes the folder's records out of the project's data files; its own file and directory stay. The
  * handle stands for nothing afterwards. */
-FOLDAPI_EXPORT void DestroyFolder(TVHandle* folder);
+FOLDAPI_EXPORT void FOLDAPI_CALL DestroyFolder(TVHandle* folder);
 
 /* Archives: walks and finds. --------------------------------------------------------------------*/
 
 /* Walk the archives that a project, or a folder, holds itself. Both pairs take either parent. The
  * order is that of the last SetSortType call, at first that of the qualified workfile names. */
-FOLDAPI_EXPORT TVHandle* GetFirstArchive(TVHandle* parent);
-FOLDAPI_EXPORT TVHandle* GetNextArchive(TVHandle* parent);
-FOLDAPI_EXPORT TVHandle* GetFirstArchiveInFolder(TVHandle* parent);
-FOLDAPI_EXPORT TVHandle* GetNextArchiveInFolder(TVHandle* parent);
+FOLDAPI_EXPORT TVHandle* FOLDAPI_CALL GetFirstArchive(TVHandle* parent);
+FOLDAPI_EXPORT TVHandle* FOLDAPI_CALL GetNextArchive(TVHandle* parent);
+FOLDAPI_EXPORT TVHandle* FOLDAPI_CALL GetFirstArchiveInFolder(TVHandle* parent);
+FOLDAPI_EXPORT TVHandle* FOLDAPI_CALL GetNextArchiveInFolder(TVHandle* parent);
 
 /* Order the archives of an open parent by workfile name, by workfile directory and name, or by
  * archive name. Holds until the parent's last close; does nothing to a parent that is not open. The
  * sorting itself is done by the next walk or find. */
-FOLDAPI_EXPORT void SetSortTypeWorkName(TVHandle* parent);
-FOLDAPI_EXPORT void SetSortTypeQualWorkName(TVHandle* parent);
-FOLDAPI_EXPORT void SetSortTypeArchiveName(TVHandle* parent);
+FOLDAPI_EXPORT void FOLDAPI_CALL SetSortTypeWorkName(TVHandle* parent);
+FOLDAPI_EXPORT void FOLDAPI_CALL SetSortTypeQualWorkName(TVHandle* parent);
+FOLDAPI_EXPORT void FOLDAPI_CALL SetSortTypeArchiveName(TVHandle* parent);
 
 /* Find an archive by one of its names; the qualified ones are a directory and a name. A find
  * bisects if the order is the one of its name, and looks at each archive otherwise.
  * FindArchiveInFolder is FindArchiveByWorkName. */
-FOLDAPI_EXPORT TVHandle* FindArchiveByWorkName(TVHandle* parent, const char* name);
-FOLDAPI_EXPORT TVHandle* FindArchiveByQualWorkName(TVHandle* parent, const char* path);
-FOLDAPI_EXPORT TVHandle* FindArchiveByArchiveName(TVHandle* parent, const char* name);
-FOLDAPI_EXPORT TVHandle* FindArchiveByQualArchiveName(TVHandle* parent, const char* path);
-FOLDAPI_EXPORT TVHandle* FindArchiveInFolder(TVHandle* parent, const char* name);
+FOLDAPI_EXPORT TVHandle* FOLDAPI_CALL FindArchiveByWorkName(TVHandle* parent, const char* name);
+FOLDAPI_EXPORT TVHandle* FOLDAPI_CALL FindArchiveByQualWorkName(TVHandle* parent, const char* path);
+FOLDAPI_EXPORT TVHandle* FOLDAPI_CALL FindArchiveByArchiveName(TVHandle* parent, const char* name);
+FOLDAPI_EXPORT TVHandle* FOLDAPI_CALL FindArchiveByQualArchiveName(TVHandle* parent,
+                                                                   const char* path);
+FOLDAPI_EXPORT TVHandle* FOLDAPI_CALL FindArchiveInFolder(TVHandle* parent, const char* name);
 
 /* Archives: changes. ----------------------------------------------------------------------------*/
 
@@ -254,30 +263,31 @@ FOLDAPI_EXPORT TVHandle* FindArchiveInFolder(TVHandle* parent, const char* name)
  * the workfile's name; and a pair of which neither path names a file. A parent that another process
  * has removed takes nothing; where one was created anew the record goes. To see whether it worked,
  * find the archive. */
-FOLDAPI_EXPORT void AddExistingArchive(TVHandle* parent, const char* workfile, const char* archive);
+FOLDAPI_EXPORT void FOLDAPI_CALL AddExistingArchive(TVHandle* parent, const char* workfile,
+                                                    const char* archive);
 
 /* The first open has the archive toolkit read the archive's branches. */
-FOLDAPI_EXPORT int32_t OpenArchive(TVHandle* archive);
-FOLDAPI_EXPORT int32_t CloseArchive(TVHandle* archive);
+FOLDAPI_EXPORT int32_t FOLDAPI_CALL OpenArchive(TVHandle* archive);
+FOLDAPI_EXPORT int32_t FOLDAPI_CALL CloseArchive(TVHandle* archive);
 
 /* Takes the archive's record out of its parent's data file; the archive file stays. The handle
  * stands for nothing afterwards. */
-FOLDAPI_EXPORT void DestroyArchive(TVHandle* archive);
+FOLDAPI_EXPORT void FOLDAPI_CALL DestroyArchive(TVHandle* archive);
 
 /* Archives: names, all from the record in the parent's data file. -------------------------------*/
 
 /* The archive's file name, without and with its directory. */
-FOLDAPI_EXPORT const char* GetArchiveName(TVHandle* archive);
-FOLDAPI_EXPORT const char* GetQualArchiveName(TVHandle* archive);
+FOLDAPI_EXPORT const char* FOLDAPI_CALL GetArchiveName(TVHandle* archive);
+FOLDAPI_EXPORT const char* FOLDAPI_CALL GetQualArchiveName(TVHandle* archive);
 
 /* The workfile's name: alone, with the directory of the record, and as a full path, where a
  * relative directory hangs under the private work directories of the folder and the project. A full
  * path that climbs above its root leads nowhere: "". What a public record says may be chosen by
  * anybody who can write the team's data files: before a workfile is made there ask
  * FoldapiIsInOwnPlace. */
-FOLDAPI_EXPORT const char* GetWorkfileName(TVHandle* archive);
-FOLDAPI_EXPORT const char* GetQualWorkfileName(TVHandle* archive);
-FOLDAPI_EXPORT const char* GetFullQualWorkfileName(TVHandle* archive);
+FOLDAPI_EXPORT const char* FOLDAPI_CALL GetWorkfileName(TVHandle* archive);
+FOLDAPI_EXPORT const char* FOLDAPI_CALL GetQualWorkfileName(TVHandle* archive);
+FOLDAPI_EXPORT const char* FOLDAPI_CALL GetFullQualWorkfileName(TVHandle* archive);
 
 /* Archives: what the archive file says. ---------------------------------------------------------*/
 /* These read the archive file's last part if it changed since it was last read, and otherwise
@@ -285,26 +295,26 @@ FOLDAPI_EXPORT const char* GetFullQualWorkfileName(TVHandle* archive);
  * TRVS_TVAPI_NOCACHE). An archive file that is missing or damaged gives the failure named. */
 
 /* The description. "" on failure. */
-FOLDAPI_EXPORT const char* GetArchiveDescription(TVHandle* archive);
+FOLDAPI_EXPORT const char* FOLDAPI_CALL GetArchiveDescription(TVHandle* archive);
 
 /* The names of the users who may use the archive, as it keeps them; "" for all, and on failure. */
-FOLDAPI_EXPORT const char* GetAccessList(TVHandle* archive);
+FOLDAPI_EXPORT const char* FOLDAPI_CALL GetAccessList(TVHandle* archive);
 
 /* The names of the users who hold locks, one for each lock, separated by ",". Who holds which
  * revision is told by the toolkit's revision tree (btkf520.h). "" on failure. */
-FOLDAPI_EXPORT const char* GetLockerList(TVHandle* archive);
+FOLDAPI_EXPORT const char* FOLDAPI_CALL GetLockerList(TVHandle* archive);
 
 /* The time when the archive was created, packed from the lowest bit: 7 bits years since 1980,
  * 4 month, 5 day, 5 hours, 6 minutes, 5 seconds divided by two. -1 on failure; other negative
  * values and 0 are legal times, so test for -1. */
-FOLDAPI_EXPORT int32_t GetCreationTime(TVHandle* archive);
+FOLDAPI_EXPORT int32_t FOLDAPI_CALL GetCreationTime(TVHandle* archive);
 
 /* The number of locks, and of revisions. 0 on failure. */
-FOLDAPI_EXPORT int32_t GetNumLocks(TVHandle* archive);
-FOLDAPI_EXPORT int32_t GetNumRevisions(TVHandle* archive);
+FOLDAPI_EXPORT int32_t FOLDAPI_CALL GetNumLocks(TVHandle* archive);
+FOLDAPI_EXPORT int32_t FOLDAPI_CALL GetNumRevisions(TVHandle* archive);
 
 /* A set of the bits below. 0 on failure, so a set without FOLDAPI_STATUS_READABLE knows nothing. */
-FOLDAPI_EXPORT int32_t GetArchiveStatus(TVHandle* archive);
+FOLDAPI_EXPORT int32_t FOLDAPI_CALL GetArchiveStatus(TVHandle* archive);
 
 #define FOLDAPI_STATUS_READABLE 0x1         /* The archive file could be read. */
 #define FOLDAPI_STATUS_LOCKED_BY_OTHER 0x4  /* Another user holds a lock. */
@@ -315,11 +325,11 @@ FOLDAPI_EXPORT int32_t GetArchiveStatus(TVHandle* archive);
 
 /* Tests of the status: 1 or 0. ArchiveHasChildren tests FOLDAPI_STATUS_HAS_CHILDREN, and all the
  * others FOLDAPI_STATUS_LOCKED_BY_ME: for the finer distinctions use GetArchiveStatus. */
-FOLDAPI_EXPORT int32_t ArchiveHasChildren(TVHandle* archive);
-FOLDAPI_EXPORT int32_t ArchiveLockedByMe(TVHandle* archive);
-FOLDAPI_EXPORT int32_t ArchiveLockedByOther(TVHandle* archive);
-FOLDAPI_EXPORT int32_t ArchiveLockedExclusive(TVHandle* archive);
-FOLDAPI_EXPORT int32_t ArchiveLockedMultiple(TVHandle* archive);
+FOLDAPI_EXPORT int32_t FOLDAPI_CALL ArchiveHasChildren(TVHandle* archive);
+FOLDAPI_EXPORT int32_t FOLDAPI_CALL ArchiveLockedByMe(TVHandle* archive);
+FOLDAPI_EXPORT int32_t FOLDAPI_CALL ArchiveLockedByOther(TVHandle* archive);
+FOLDAPI_EXPORT int32_t FOLDAPI_CALL ArchiveLockedExclusive(TVHandle* archive);
+FOLDAPI_EXPORT int32_t FOLDAPI_CALL ArchiveLockedMultiple(TVHandle* archive);
 
 /* Branches. -------------------------------------------------------------------------------------*/
 /* An archive's branches, revisions and labels come from the archive toolkit, which is asked when
@@ -327,67 +337,67 @@ FOLDAPI_EXPORT int32_t ArchiveLockedMultiple(TVHandle* archive);
 
 /* Walk the branches of an archive ("Trunk" alone) or of a revision, in the order of their numbers
  * (those of an archive as they come). */
-FOLDAPI_EXPORT TVHandle* GetFirstBranch(TVHandle* parent);
-FOLDAPI_EXPORT TVHandle* GetNextBranch(TVHandle* parent);
+FOLDAPI_EXPORT TVHandle* FOLDAPI_CALL GetFirstBranch(TVHandle* parent);
+FOLDAPI_EXPORT TVHandle* FOLDAPI_CALL GetNextBranch(TVHandle* parent);
 
 /* The branch whose name or, failing that, whose ordering number is given: "1.2.1" by its name or as
  * "1", the last part of it. "Trunk" has the number 1. */
-FOLDAPI_EXPORT TVHandle* FindBranch(TVHandle* parent, const char* name);
+FOLDAPI_EXPORT TVHandle* FOLDAPI_CALL FindBranch(TVHandle* parent, const char* name);
 
 /* "Trunk", or the number that its revisions begin with. */
-FOLDAPI_EXPORT const char* GetBranchName(TVHandle* branch);
+FOLDAPI_EXPORT const char* FOLDAPI_CALL GetBranchName(TVHandle* branch);
 
-FOLDAPI_EXPORT int32_t OpenBranch(TVHandle* branch);
-FOLDAPI_EXPORT int32_t CloseBranch(TVHandle* branch);
+FOLDAPI_EXPORT int32_t FOLDAPI_CALL OpenBranch(TVHandle* branch);
+FOLDAPI_EXPORT int32_t FOLDAPI_CALL CloseBranch(TVHandle* branch);
 
 /* Revisions. ------------------------------------------------------------------------------------*/
 
 /* Walk the revisions of a branch in the order of their numbers, the oldest first. */
-FOLDAPI_EXPORT TVHandle* GetFirstRevision(TVHandle* branch);
-FOLDAPI_EXPORT TVHandle* GetNextRevision(TVHandle* branch);
+FOLDAPI_EXPORT TVHandle* FOLDAPI_CALL GetFirstRevision(TVHandle* branch);
+FOLDAPI_EXPORT TVHandle* FOLDAPI_CALL GetNextRevision(TVHandle* branch);
 
 /* The revision of a number: all of it, as "1.10", or, failing that, "10" for the last part of it.
  * On a trunk that goes on from 1.1 to 2.0 the places count instead, from 0 on. */
-FOLDAPI_EXPORT TVHandle* FindRevision(TVHandle* branch, const char* number);
+FOLDAPI_EXPORT TVHandle* FOLDAPI_CALL FindRevision(TVHandle* branch, const char* number);
 
 /* The whole number, such as "1.10". */
-FOLDAPI_EXPORT const char* GetRevisionNumber(TVHandle* revision);
+FOLDAPI_EXPORT const char* FOLDAPI_CALL GetRevisionNumber(TVHandle* revision);
 
-FOLDAPI_EXPORT int32_t OpenRevision(TVHandle* revision);
-FOLDAPI_EXPORT int32_t CloseRevision(TVHandle* revision);
+FOLDAPI_EXPORT int32_t FOLDAPI_CALL OpenRevision(TVHandle* revision);
+FOLDAPI_EXPORT int32_t FOLDAPI_CALL CloseRevision(TVHandle* revision);
 
 /* Version labels. -------------------------------------------------------------------------------*/
 
 /* Walk the version labels of a revision, and find one by name: the one of exactly that name or,
  * failing that, one that differs in case alone. */
-FOLDAPI_EXPORT TVHandle* GetFirstLabel(TVHandle* revision);
-FOLDAPI_EXPORT TVHandle* GetNextLabel(TVHandle* revision);
-FOLDAPI_EXPORT TVHandle* FindLabel(TVHandle* revision, const char* name);
+FOLDAPI_EXPORT TVHandle* FOLDAPI_CALL GetFirstLabel(TVHandle* revision);
+FOLDAPI_EXPORT TVHandle* FOLDAPI_CALL GetNextLabel(TVHandle* revision);
+FOLDAPI_EXPORT TVHandle* FOLDAPI_CALL FindLabel(TVHandle* revision, const char* name);
 
 /* Adds a label to a revision in memory alone: the archive does not get it, and it is gone when the
  * revision is read again. A label that is there already stays as it is. */
-FOLDAPI_EXPORT void CreateLabel(TVHandle* revision, const char* name);
+FOLDAPI_EXPORT void FOLDAPI_CALL CreateLabel(TVHandle* revision, const char* name);
 
-FOLDAPI_EXPORT const char* GetLabelName(TVHandle* label);
+FOLDAPI_EXPORT const char* FOLDAPI_CALL GetLabelName(TVHandle* label);
 
 /* Does nothing: a label's name is set when it is created. */
-FOLDAPI_EXPORT void SetLabelName(TVHandle* label, const char* name);
+FOLDAPI_EXPORT void FOLDAPI_CALL SetLabelName(TVHandle* label, const char* name);
 
 /* Beside the database. --------------------------------------------------------------------------*/
 
 /* FOLDAPI_VERSION of the library. */
-FOLDAPI_EXPORT int32_t FoldapiVersion(void);
+FOLDAPI_EXPORT int32_t FOLDAPI_CALL FoldapiVersion(void);
 
 /* The messages of the calling thread's last call of another function, FoldapiVersion aside: one
  * after the other, with a line end between two, at most 4095 bytes. "" if there was none, as after
  * a find that found nothing. What succeeds may have told something too, such as that a new project
  * had no configuration file yet. The text lies in a buffer of its own, and is good until that
  * thread's next call of another function. */
-FOLDAPI_EXPORT const char* FoldapiLastMessage(void);
+FOLDAPI_EXPORT const char* FOLDAPI_CALL FoldapiLastMessage(void);
 
 /* A path text as a path of the operating system: see "Paths" above. Nothing needs to be there. ""
  * for a drive or a share that the profile does not name. */
-FOLDAPI_EXPORT const char* FoldapiNativePath(const char* text);
+FOLDAPI_EXPORT const char* FOLDAPI_CALL FoldapiNativePath(const char* text);
 
 /* Whether the workfile of `archive` is where this user wants files: 1 or 0, and -1 if `archive` is
  * none. A work directory that is a full path, or uses "..", may come from a public record and lead
@@ -397,7 +407,7 @@ FOLDAPI_EXPORT const char* FoldapiNativePath(const char* text);
  * public record's, which is copied there when a project is first opened; all that a private folder
  * says; the private root; the current directory, if no full path is said at all; and his home, but
  * for names there that begin with ".". */
-FOLDAPI_EXPORT int32_t FoldapiIsInOwnPlace(TVHandle* archive);
+FOLDAPI_EXPORT int32_t FOLDAPI_CALL FoldapiIsInOwnPlace(TVHandle* archive);
 
 /* Has the configuration file of `project` give the directive `name`, in any case, the value
  * `value`, as a line of the file has it (docs/configuration.md). That takes the place of the last
@@ -410,7 +420,8 @@ FOLDAPI_EXPORT int32_t FoldapiIsInOwnPlace(TVHandle* archive);
  * project; TRVS_IN_USE; TRVS_CANNOT_READ_CONFIGURATION; TRVS_CANNOT_WRITE; TRVS_INVALID_LINE if the
  * directive can't have this value, or the file can't be meant as a configuration; or another of
  * those of TRVS_CALLBACK_BAD_DIRECTIVE. -1 if memory is short. */
-FOLDAPI_EXPORT int32_t FoldapiSetDirective(TVHandle* project, const char* name, const char* value);
+FOLDAPI_EXPORT int32_t FOLDAPI_CALL FoldapiSetDirective(TVHandle* project, const char* name,
+                                                        const char* value);
 
 /* For a client that works on archives itself, through btkf520.h. The library leaves the client's
  * own state there alone: its configuration, callbacks and path resolver. This function, and no
@@ -421,7 +432,7 @@ FOLDAPI_EXPORT int32_t FoldapiSetDirective(TVHandle* project, const char* name, 
  * the journal. What changes in the files later is not followed.
  * Gives 1; 0 for a handle that is none of a project, which changes nothing, and for a configuration
  * that can't be read, which leaves the defaults for what was not read. */
-FOLDAPI_EXPORT int32_t FoldapiUseProject(TVHandle* project);
+FOLDAPI_EXPORT int32_t FOLDAPI_CALL FoldapiUseProject(TVHandle* project);
 
 #ifdef __cplusplus
 }

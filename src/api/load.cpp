@@ -29,9 +29,6 @@ bool attach() {
   return enabled;
 }
 
-// Attaches the library once when it is loaded. Nothing here depends on other statics.
-__attribute__((constructor)) void attachProcess() { DllMain(nullptr, kProcessAttach, nullptr); }
-
 }  // namespace
 
 int32_t DllMain(void*, uint32_t reason, void*) {

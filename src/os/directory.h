@@ -13,6 +13,10 @@
 
 namespace os {
 
+// Whether the system has drives ("V:") and shares ("//server/share"), whose disks are blind to
+// letter case. Then people write "\" between the parts of a path, though "/" is understood, too.
+bool hasDrives();
+
 // The directory that `path` names something in: "." where it says none.
 std::string parentOf(std::string_view path);
 

@@ -24,6 +24,8 @@ int64_t nanosecondsOf(const timespec& time) {
 
 }  // namespace
 
+bool hasDrives() { return false; }
+
 std::string parentOf(std::string_view path) {
   while (path.size() > 1 && path.ends_with('/')) path.remove_suffix(1);
   const size_t slash = path.rfind('/');

@@ -22,6 +22,8 @@ namespace os {
 
 class Place {
  public:
+  class Entry;  // What the system knows of an open directory.
+
   Place() = default;  // Nowhere.
 
   // The entry that `path` names, link or not; there need be none. kMissing if there is no such
@@ -35,6 +37,7 @@ class Place {
 
   // The system's number of the open directory.
   int directory() const;
+  const Entry* entry() const { return directory_.get(); }
   const std::string& name() const { return name_; }
   // Who must own the file, since a link of his led here.
   const std::optional<uint32_t>& owner() const { return owner_; }
@@ -45,8 +48,6 @@ class Place {
   bool sync(int file) const noexcept;
 
  private:
-  class Entry;
-
   FileResult enter(int start, const std::string& path);
   FileResult follow(bool* isLink);
 

@@ -38,8 +38,8 @@ bool overwriteInPlace(const File& file, std::string_view bytes) {
 }  // namespace
 
 bool SiblingFile::hasName(std::string_view name) {
-  const size_t last = name.find_last_not_of("0123456789");
-  return last != name.npos && name.substr(0, last + 1).ends_with(kMark);
+  name = name.substr(0, name.find_last_not_of("0123456789") + 1);
+  return name.ends_with(kMark) || name.ends_with(".trvs-old") || name.ends_with(".trvs-gone");
 }
 
 void SiblingFile::giveUp() {

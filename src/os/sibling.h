@@ -29,7 +29,7 @@ namespace os {
 
 class SiblingFile {
  public:
-  // Whether a file of that name is what a killed writer left over.
+  // Whether a file of that name is what a killed writer left over, on this system or on Windows.
   static bool hasName(std::string_view name);
 
   SiblingFile() = default;
@@ -101,7 +101,7 @@ class SiblingFile {
   // These three are each system's own. The first copies what it can, and moves on by as much.
   FileResult copyInSystem(const File& from, uint64_t* offset, uint64_t* size);
   FileResult takeRights(const File* model, Writing writing, Running running);
-  FileResult rename(Naming naming) const;
+  FileResult rename(Naming naming);
   bool isStill(const Place& place) const;
 
   Place place_;

@@ -51,7 +51,7 @@ FileResult SiblingFile::takeRights(const File* model, Writing writing, Running r
   return changed == 0 ? result : resultOf(errno);
 }
 
-FileResult SiblingFile::rename(Naming naming) const {
+FileResult SiblingFile::rename(Naming naming) {
   const int directory = place_.directory();
   const char* const from = ownPlace_.name().c_str();
   const char* const to = place_.name().c_str();

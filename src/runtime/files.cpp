@@ -4,6 +4,7 @@
 #include <new>
 
 #include "os/clock.h"
+#include "os/directory.h"
 #include "os/sibling.h"
 #include "runtime/mbstring.h"
 #include "runtime/nativepath.h"
@@ -89,7 +90,9 @@ char driveLetter(std::string_view path) {
 
 bool driveNotReady(char letter) {
   const std::string* const place = mappedDrive(letter);
-  return place == nullptr || !isDirectory(*place);
+  if (place != nullptr) return !isDirectory(*place);
+  const bool isLetter = (letter >= 'A' && letter <= 'Z') || (letter >= 'a' && letter <= 'z');
+  return !isLetter || !os::hasDrives() || !os::directoryState((std::string{letter} + ":/").c_str());
 }
 
 int setFileTime(std::string_view path, uint32_t packed) {

@@ -97,13 +97,13 @@ PlainPath::PlainPath(std::string_view path) {
   const std::string* place = nullptr;
   if (hasDrive(path)) {
     place = mappedDrive(path[0]);
-    isValid_ = place != nullptr;
-    path.remove_prefix(2);
+    isValid_ = place != nullptr || os::hasDrives();
+    if (place != nullptr || !isValid_) path.remove_prefix(2);
   } else if (path.starts_with("\\\\") || path.starts_with("//")) {
     const size_t end = shareEnd(path);
     place = mappedShare(path.substr(0, end));
     // Doubled slashes that are no share of the map are what this system takes them for: one.
-    isValid_ = place != nullptr || path[0] == '/';
+    isValid_ = place != nullptr || path[0] == '/' || os::hasDrives();
     if (place != nullptr) path.remove_prefix(end);
   }
   if (place != nullptr) {
@@ -131,7 +131,7 @@ void PlainPath::append(std::string_view part) {
 }
 
 std::string findCaseBlind(std::string path) {
-  if (path.empty() || os::hasEntry(path.c_str())) return path;
+  if (path.empty() || os::hasDrives() || os::hasEntry(path.c_str())) return path;
   const size_t nameEnd = path.find_last_not_of('/') + 1;
   const size_t nameStart = path.find_last_of('/', nameEnd - 1) + 1;  // 0 with none.
   const size_t parentEnd = path.find_last_not_of('/', nameStart == 0 ? 0 : nameStart - 1);

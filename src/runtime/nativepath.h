@@ -13,7 +13,8 @@ namespace foldapi {
 // The operating system's path for a path text: "\" is "/"; a drive ("V:") or a share
 // ("\\server\share") is looked up in the path map, section [TRVSPATHS] of the profile. Where the
 // exact name is missing, a single entry that equals it without regard to case is taken, component
-// by component. Gives "" for a drive or share that the map doesn't know: nothing has that name.
+// by component. A drive or share that the map doesn't know is the system's own where it has such;
+// elsewhere it gives "": nothing has that name.
 std::string nativePath(std::string_view path);
 
 // Forgets the path map, so that the next translation reads the profile again.

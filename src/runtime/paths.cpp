@@ -14,7 +14,8 @@
 namespace foldapi {
 namespace {
 
-constexpr char kPlatformSeparator = '/';
+// What the system's own people write between the parts of a path.
+char platformSeparator() { return os::hasDrives() ? '\\' : '/'; }
 
 bool isSeparatorByte(char c) { return c == '\\' || c == '/'; }
 
@@ -49,7 +50,7 @@ char separatorOf(std::string_view first, std::string_view second = {},
     const size_t at = findSeparator(path, 0);
     if (at < path.size()) return path[at];
   }
-  return kPlatformSeparator;
+  return platformSeparator();
 }
 
 bool isShare(std::string_view path) { return path.starts_with("\\\\") || path.starts_with("//"); }
@@ -165,7 +166,7 @@ bool hasDrive(std::string_view path) {
 }
 
 bool hasPathPrefix(std::string_view path) {
-  return prefixLength(path) != 0 || path.starts_with(kPlatformSeparator);
+  return prefixLength(path) != 0 || path.starts_with(platformSeparator());
 }
 
 std::string normalisePath(std::string_view path) {

@@ -63,7 +63,7 @@ bool IsInOwnPlace(const TVArchiveMember& member) {
   if (native.empty()) return true;
   const std::string path = normalisePath(native);
   if (path.empty()) return false;
-  if (!path.starts_with('/')) return true;
+  if (!path.starts_with('/') && !hasDrive(path)) return true;
   Way way;
   way.descend(member.owner());
   const auto* folder = member.owner();

@@ -20,8 +20,8 @@ namespace support {
 
 inline const std::string kHead = "[FORMAT=TRVS_GUI]\nVersion=5.2\n\n";
 
-using Step = TVHandle* (*)(TVHandle*);
-using Text = const char* (*)(TVHandle*);
+using Step = TVHandle*(FOLDAPI_CALL*)(TVHandle*);
+using Text = const char*(FOLDAPI_CALL*)(TVHandle*);
 
 inline std::vector<TVHandle*> walk(TVHandle* parent, Step first, Step next) {
   std::vector<TVHandle*> children;

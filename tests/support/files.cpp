@@ -1,8 +1,5 @@
-// support/files.cpp: the file helpers, over the standard library and two POSIX calls.
+// support/files.cpp: the file helpers, over the standard library.
 #include "support/files.h"
-
-#include <pwd.h>
-#include <unistd.h>
 
 #include <cstdio>
 #include <cstdlib>
@@ -12,12 +9,11 @@
 #include <stdexcept>
 #include <system_error>
 
+#include "support/system.h"
+
 namespace support {
 
-TemporaryDirectory::TemporaryDirectory()
-    : path_((std::filesystem::temp_directory_path() / "foldapi-test-XXXXXX").string()) {
-  if (!::mkdtemp(path_.data())) throw std::runtime_error("no temporary directory " + path_);
-}
+TemporaryDirectory::TemporaryDirectory() : path_(makeTemporaryDirectory()) {}
 
 TemporaryDirectory::~TemporaryDirectory() {
   std::error_code ignored;
@@ -25,7 +21,7 @@ TemporaryDirectory::~TemporaryDirectory() {
 }
 
 std::string TemporaryDirectory::operator/(std::string_view relative) const {
-  return (std::filesystem::path(path_) / relative).string();
+  return (std::filesystem::path(path_) / relative).generic_string();
 }
 
 std::string readFile(const std::string& path) {
@@ -65,25 +61,13 @@ int entryCount(const std::string& directory) {
   return static_cast<int>(std::distance(begin(entries), end(entries)));
 }
 
-std::string currentUser() {
-  const passwd* entry = ::getpwuid(::geteuid());
-  if (!entry) throw std::runtime_error("the effective user has no name");
-  return entry->pw_name;
-}
-
 ScopedEnvironment::ScopedEnvironment(const char* name, const std::string& value) : name_(name) {
   const char* old = std::getenv(name);
   wasSet_ = old != nullptr;
   if (old) old_ = old;
-  ::setenv(name, value.c_str(), 1);
+  setVariable(name, &value);
 }
 
-ScopedEnvironment::~ScopedEnvironment() {
-  if (wasSet_) {
-    ::setenv(name_.c_str(), old_.c_str(), 1);
-  } else {
-    ::unsetenv(name_.c_str());
-  }
-}
+ScopedEnvironment::~ScopedEnvironment() { setVariable(name_.c_str(), wasSet_ ? &old_ : nullptr); }
 
 }  // namespace support

@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "cli/text/text.h"
+#include "os/directory.h"
 
 namespace cli {
 namespace {
@@ -22,10 +23,18 @@ std::vector<std::string> partsOf(std::string_view path) {
   return parts;
 }
 
-// Whether nothing in a path, but for a "/" at its start, is to be taken out: most are so, and many
-// are asked about.
+// What a whole path begins with: "/", and where there are drives and shares "V:/" and "//". "" for
+// a relative one.
+std::string_view rootOf(std::string_view path) {
+  const bool hasDrive = os::hasDrives() && path.size() >= 3 && path.substr(1, 2) == ":/";
+  const bool isShare = os::hasDrives() && path.starts_with("//");
+  return path.substr(0, hasDrive ? 3 : isShare ? 2 : path.starts_with('/') ? 1 : 0);
+}
+
+// Whether nothing in a path, but for its root, is to be taken out: most are so, and many are asked
+// about.
 bool isClean(std::string_view path) {
-  if (path.starts_with('/')) path.remove_prefix(1);
+  path.remove_prefix(rootOf(path).size());
   for (size_t start = 0;;) {
     const size_t end = std::min(path.find('/', start), path.size());
     const std::string_view part = path.substr(start, end - start);
@@ -39,11 +48,16 @@ bool isClean(std::string_view path) {
 
 std::string absolutePath(std::string_view base, std::string_view path) {
   std::string whole(path);
-  if (!path.starts_with('/')) whole = std::string(base) + '/' + whole;
-  if (whole.starts_with('/') && isClean(whole)) return whole;
-  std::string result;
-  for (const std::string& part : partsOf(whole)) result += '/' + part;
-  return result.empty() ? "/" : result;
+  if (os::hasDrives()) std::replace(whole.begin(), whole.end(), '\\', '/');
+  if (rootOf(whole).empty()) whole = std::string(base) + '/' + whole;
+  const std::string_view root = rootOf(whole);
+  if (!root.empty() && isClean(whole)) return whole;
+  std::string result(root.empty() ? "/" : root);
+  for (const std::string& part : partsOf(std::string_view(whole).substr(root.size()))) {
+    result += part + '/';
+  }
+  if (result.size() > std::max<size_t>(root.size(), 1)) result.pop_back();
+  return result;
 }
 
 bool isBelow(std::string_view top, std::string_view path) {

@@ -1,0 +1,100 @@
+#!/bin/sh
+# Builds for Windows and runs what was built in Wine: test_windows.sh [x86_64|i686 ...]. For x86_64
+# without any. Everything is below build-windows, Wine's own files as well.
+#
+# A machine's tests: what the DLLs need and export; rules of files that only Windows has, several
+# writers and killed ones among them; tests of other systems that use nothing of theirs; the sample
+# database; the examples.
+set -eu
+cd "$(dirname "$0")/.."
+source=$PWD
+windows=$PWD/build-windows
+machines=${*:-x86_64}
+wine_version=8.0~repack-4
+# Wine's folder for 32-bit programs is put in its place for this script alone.
+[ -n "${FOLDAPI_OWN_MOUNTS-}" ] || FOLDAPI_OWN_MOUNTS=1 exec unshare -m "$0" "$@"
+export WINEPREFIX="$windows/wine" WINEDEBUG=-all WINEDLLOVERRIDES='mscoree,mshtml='
+
+# 32-bit programs need a folder of Wine's that only the package for 32-bit machines has.
+fetch_wine32() {
+  [ ! -d "$windows/wine32" ] || return 0
+  echo "Fetching Wine's libraries for 32-bit programs ..."
+  lists=$(mktemp -d)
+  mkdir -p "$lists/lists/partial"
+  echo 'deb [signed-by=/usr/share/keyrings/debian-archive-keyring.gpg] http://deb.debian.org/debian bookworm main' \
+    > "$lists/sources.list"
+  options="-qq -o Dir::Etc::SourceList=$lists/sources.list -o Dir::Etc::SourceParts=/dev/null
+           -o Dir::State::Lists=$lists/lists -o APT::Architectures::=amd64 -o APT::Architectures::=i386"
+  # shellcheck disable=SC2086  # A list of words.
+  (cd "$lists" && apt-get $options update > /dev/null &&
+    apt-get $options download "libwine:i386=$wine_version" > /dev/null 2>&1 && dpkg -x ./*.deb unpacked)
+  mv "$lists/unpacked/usr/lib/i386-linux-gnu/wine/i386-windows" "$windows/wine32"
+  rm -rf "$lists"
+}
+
+# Writes a script that runs a program as if it were one of this system: wrap MACHINE PROGRAM. Its
+# lines end in LF then, and it is stopped if it hangs.
+wrap() {
+  cat > "$windows/$1/run/$2" << EOF
+#!/bin/sh
+files=\$(mktemp -d)
+{ timeout 300 /usr/lib/wine/wine64 '$(find "$windows/$1/build" -name "$2.exe")' "\$@" 2> "\$files/errors"
+  echo \$? > "\$files/code"; } | sed 's/\r\$//'
+sed 's/\r\$//' "\$files/errors" >&2
+code=\$(cat "\$files/code")
+rm -rf "\$files"
+exit "\$code"
+EOF
+  chmod +x "$windows/$1/run/$2"
+}
+
+test_machine() {
+  build=$windows/$1/build
+  run=$windows/$1/run
+  "$source/scripts/check_dlls.py" "$1" "$build" "$source"
+  mkdir -p "$run"
+  for program in files_test base_test core_test dates_test domain_test describe walk team archive; do
+    wrap "$1" "$program"
+  done
+  for dll in foldapi btkf520; do
+    cp "$build/$dll.dll" "$build/tests/windows"
+  done
+  for test in files base core dates domain; do
+    echo "$1: $test"
+    "$run/${test}_test" --gtest_brief=1
+  done
+  echo "$1: archive example"
+  tests/scripts/check_archive.sh "$run/archive"
+  echo "$1: walk example"
+  check_walk "$run"
+  if [ -e ../shared/sample/make_sample.py ]; then
+    echo "$1: sample walk"
+    tests/scripts/check_sample.sh python3 ../shared/sample/make_sample.py "$run/describe"
+  fi
+}
+
+# The team's day and what the C example tells of it, as on other systems.
+check_walk() {
+  dir=$(mktemp -d)
+  "$1/team" examples/team/files "$dir/db" > /dev/null
+  for roots in '' 'V:\pub V:\prv'; do
+    # shellcheck disable=SC2086  # Two words, or none: the profile knows the same roots.
+    { sed 's/\r$//' "$dir/db/day.txt"; echo; KSTR_INI="$dir/db/KSTR.INI" "$1/walk" $roots; } > "$dir/out"
+    diff -u tests/scripts/walk.expected "$dir/out"
+  done
+  rm -rf "$dir"
+}
+
+for machine in $machines; do
+  scripts/build_windows.sh "$machine"
+  scripts/build.sh "build-windows/$machine/build" -DFOLDAPI_TESTS=ON windows_tests
+done
+[ -d "$WINEPREFIX" ] || /usr/lib/wine/wine64 wineboot -i > /dev/null 2>&1
+for machine in $machines; do
+  if [ "$machine" = i686 ]; then
+    fetch_wine32
+    mount --bind "$windows/wine32" /usr/lib/x86_64-linux-gnu/wine/i386-windows
+  fi
+  test_machine "$machine"
+done
+echo 'All tests passed.'
