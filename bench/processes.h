@@ -57,8 +57,9 @@ Cost costOf(Work work) {
 }
 
 // What a process costs from its start until it is gone, with all that it starts itself. Its output
-// replaces the file `output`, if that is given. Throws unless it gives 0.
-inline Cost costOfProcess(std::vector<std::string> words, const std::string& output = "") {
+// replaces the file `output`, if that is given. Throws unless it gives `wanted`.
+inline Cost costOfProcess(std::vector<std::string> words, const std::string& output = "",
+                          int wanted = 0) {
   std::vector<char*> arguments;
   for (std::string& word : words) arguments.push_back(word.data());
   arguments.push_back(nullptr);
@@ -75,7 +76,7 @@ inline Cost costOfProcess(std::vector<std::string> words, const std::string& out
   if (status == 0) wait4(child, &status, 0, &usage);
   const double clock = internal::seconds(CLOCK_MONOTONIC) - start;
   posix_spawn_file_actions_destroy(&actions);
-  check(status == 0, words[0] + " " + words[1]);
+  check(WIFEXITED(status) && WEXITSTATUS(status) == wanted, words[0] + " " + words[1]);
   return {clock, internal::seconds(usage.ru_utime) + internal::seconds(usage.ru_stime)};
 }
 

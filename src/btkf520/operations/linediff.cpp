@@ -9,6 +9,7 @@
 
 #include <cstdint>
 #include <cstdlib>
+#include <iterator>
 #include <new>
 #include <optional>
 
@@ -21,11 +22,12 @@ namespace {
 using Index = std::ptrdiff_t;
 using Number = uint32_t;
 
-// A search takes about so many steps in all, half a second. Up to 20,000 lines, or with few
-// edits, that is enough for the shortest list. Where it is not, a search ends after its rounds:
-// then the texts are cut at a line that both have once, of a longest list of such lines in the same
-// order, or where there is none at the furthest that the search has come to. The list may become
-// longer so.
+// A comparison takes about so many steps at most, half a second; only texts of millions of lines
+// take more. For 20,000 lines of both together that is enough to find the shortest list, and for
+// more lines where there are few edits. Where it is not, a search for the place to cut ends after
+// its rounds, and the texts are cut at a line that both have once, one of as many such lines as
+// there are in the same order; where there is none, at the furthest that the search has come to.
+// Then the list may be longer than the shortest.
 constexpr size_t kMostSteps = size_t{1} << 28;
 constexpr size_t kLeastRounds = 256;
 
@@ -43,12 +45,19 @@ class LineTable {
     std::fill_n(slots_.data(), mask_ + 1, Slot{0, kNone});
   }
 
-  Number find(std::string_view line) { return slotOf(line).number; }
+  // Puts lines of its own text in and hands each number to `take`, with the line's place.
+  template <typename Take>
+  void add(size_t count, Take take) {
+    search(lines_, begin_, count, [&take](Slot* slot, size_t place) {
+      if (slot->number == kNone) slot->number = static_cast<Number>(place);
+      take(slot->number, place);
+    });
+  }
 
-  Number findOrAdd(size_t place) {
-    Slot& slot = slotOf(lines_[begin_ + place]);
-    if (slot.number == kNone) slot.number = static_cast<Number>(place);
-    return slot.number;
+  // Hands the number of each line to `take`, kNone for a line that the table doesn't have.
+  template <typename Take>
+  void find(const Lines& lines, size_t begin, size_t count, Take take) {
+    search(lines, begin, count, [&take](Slot* slot, size_t place) { take(slot->number, place); });
   }
 
  private:
@@ -57,9 +66,25 @@ class LineTable {
     Number number;  // kNone where nothing is.
   };
 
+  // Some lines at a time, so that the memory brings their slots at once.
+  template <typename Take>
+  void search(const Lines& lines, size_t begin, size_t count, Take take) {
+    uint64_t hashes[16];
+    for (size_t done = 0; done < count; done += std::size(hashes)) {
+      const size_t some = std::min(count - done, std::size(hashes));
+      for (size_t i = 0; i < some; ++i) {
+        const std::string_view line = lines[begin + done + i];
+        hashes[i] = os::fingerprintText(rules_.isPlain() ? line : rules_.whatCounts(line), 0);
+        __builtin_prefetch(&slots_[hashes[i] & mask_]);
+      }
+      for (size_t i = 0; i < some; ++i) {
+        take(&slotOf(lines[begin + done + i], hashes[i]), done + i);
+      }
+    }
+  }
+
   // The one that has the line, or else the one to put it in: it has the line's print then.
-  Slot& slotOf(std::string_view line) {
-    const uint64_t hash = os::fingerprintText(rules_.isPlain() ? line : rules_.whatCounts(line), 0);
+  Slot& slotOf(std::string_view line, uint64_t hash) {
     const auto print = static_cast<uint32_t>(hash >> 32);
     for (size_t at = hash & mask_;; at = (at + 1) & mask_) {
       Slot& slot = slots_[at];
@@ -111,12 +136,13 @@ struct Box {
   bool isEmpty() const { return size().first == 0 || size().second == 0; }
 };
 
-// The search from one end of a box on, or with `kStep` -1 from the other one back. A diagonal has
-// the places that so many lines more of the first text lead to than of the second.
+// The search from one end of a box on, or with `kStep` -1 from the other end back. What it has
+// passed lies behind it. On one diagonal are all places with so many lines more of the first text
+// behind them than of the second.
 template <Index kStep>
 class Front {
  public:
-  // For so many rounds.
+  // For so many rounds after the first.
   explicit Front(Index most)
       : memory_(static_cast<size_t>(2 * most + 3)), reach_(memory_.data() + most + 1) {}
   Front(const Front&) = delete;
@@ -320,14 +346,13 @@ Edit withoutEqualEnds(const Lines& first, const Lines& second) {
 void fillSides(const Lines& first, const Lines& second, const LineRules& rules, const Edit& where,
                Side* one, Side* other) {
   LineTable table(first, rules, where.first, where.firstCount);
-  for (size_t i = 0; i < where.firstCount; ++i) one->numbers[i] = table.findOrAdd(i);
+  table.add(where.firstCount, [&](Number number, size_t place) { one->numbers[place] = number; });
   std::vector<bool> isInBoth(where.firstCount);
-  for (size_t i = 0; i < where.secondCount; ++i) {
-    const Number number = table.find(second[where.second + i]);
-    if (number == LineTable::kNone) continue;
+  table.find(second, where.second, where.secondCount, [&](Number number, size_t place) {
+    if (number == LineTable::kNone) return;
     isInBoth[number] = true;
-    other->add(number, i);
-  }
+    other->add(number, place);
+  });
   for (size_t i = 0; i < where.firstCount; ++i) {
     if (isInBoth[one->numbers[i]]) one->add(one->numbers[i], i);
   }
@@ -357,10 +382,18 @@ std::vector<Edit> editsAround(const std::vector<bool>& kept, const std::vector<b
 }  // namespace
 
 Lines::Lines(std::string_view text) : text_(text) {
-  for (size_t at = 0; at < text.size(); ++size_) at = endOfLine(text, at);
-  ends_ = NumberArray<size_t>(size_);
-  size_t* end = ends_.data();
-  for (size_t at = 0; at < text.size(); *end++ = at) at = endOfLine(text, at);
+  size_t room = 0;
+  for (size_t at = 0; at < text.size(); ends_[size_++] = at) {
+    if (size_ == room) {
+      // The rest is thought to have lines like those so far: they are looked for once, not twice.
+      const double share = static_cast<double>(size_) / static_cast<double>(at + 1);
+      room += 1024 + static_cast<size_t>(1.1 * share * static_cast<double>(text.size() - at));
+      NumberArray<size_t> wider(room);
+      std::copy_n(ends_.data(), size_, wider.data());
+      ends_ = std::move(wider);
+    }
+    at = endOfLine(text, at);
+  }
 }
 
 std::vector<Edit> compareLines(const Lines& first, const Lines& second, const LineRules& rules) {
