@@ -88,6 +88,12 @@ class ByteReader {
 
   // Fails for a number above `largest`, too.
   uint64_t number(uint64_t largest = UINT64_MAX) {
+    // Most are small.
+    const uint64_t first = bytes_.empty() ? UINT64_MAX : static_cast<uint8_t>(bytes_.front());
+    if (first < 0x80 && first <= largest) {
+      bytes_.remove_prefix(1);
+      return first;
+    }
     uint64_t value = 0;
     size_t place = 0;
     for (int shift = 0; shift < 64 && place < bytes_.size(); shift += 7) {
@@ -114,7 +120,9 @@ class ByteReader {
     thingsLeft_ -= things;
     return things;
   }
-  std::string text() { return std::string(raw(static_cast<size_t>(number(bytes_.size())))); }
+  // One with its length ahead.
+  std::string_view view() { return raw(static_cast<size_t>(number(bytes_.size()))); }
+  std::string text() { return std::string(view()); }
 
   // Refuses what was read: nothing more comes.
   void fail() {

@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <cstring>
 #include <set>
+#include <utility>
 
 #include "../../fuzz/check_archive.h"
 #include "../../fuzz/check_operations.h"
@@ -242,6 +243,52 @@ TEST(ArchiveDamage, IsRefusedInAnIndexThatContradictsItself) {
   }
 }
 
+// What was judged when it was read is judged again where it may have become wrong: in a long list
+// the neighbours of what was changed, and all of it on another branch.
+TEST(ArchiveDamage, IsSeenWhereAChangedRevisionMeetsWhatWasRead) {
+  constexpr uint32_t kCount = 200;
+  btkf::Index plain;
+  plain.lastContent = kCount;
+  for (uint32_t id = 1; id <= kCount; ++id) {
+    btkf::Revision revision;
+    revision.number = number("1").child(2 * id);
+    revision.content.id = id;
+    plain.model.trunk().revisions.push_back(revision);
+    plain.frames.push_back({id, id, 0, 0, 0, 0, 0});
+  }
+  const btkf::Index read = btkf::decodeIndex(btkf::encodeIndex(plain)).value();
+  for (const uint32_t place : {0u, 63u, 64u, 100u, 127u, 128u, kCount - 1}) {
+    SCOPED_TRACE(place);
+    const auto with = [&](uint32_t last, uint32_t content) {
+      btkf::ArchiveModel model = read.model;
+      model.trunk().revisions[place].number = number("1").child(last);
+      model.trunk().revisions[place].content.id = content;
+      return model.isSound();
+    };
+    const uint32_t own = 2 * (place + 1);
+    EXPECT_TRUE(with(own - 1, place + 1));
+    EXPECT_TRUE(with(own + 1, place + 1));
+    EXPECT_EQ(with(own - 2, place + 1), place == 0);
+    EXPECT_EQ(with(own + 2, place + 1), place == kCount - 1);
+    EXPECT_FALSE(with(own, (place + 1) % kCount + 1)) << "a content of two revisions";
+    btkf::Index changed = read;
+    btkf::Index changedPlain = plain;
+    for (btkf::Index* each : {&changed, &changedPlain}) {
+      btkf::Revision* const revision = each->model.findRevision(number("1").child(own));
+      ASSERT_NE(revision, nullptr);
+      revision->locks = {{"ann", 1, "why"}};
+      revision->changeDescription = std::string(300, 'x');
+    }
+    EXPECT_EQ(btkf::encodeIndex(changed), btkf::encodeIndex(changedPlain));
+    EXPECT_EQ(changed.model.lockCount(), 1u);
+    EXPECT_EQ(read.model.lockCount(), 0u) << "a copy has revisions of its own";
+    EXPECT_EQ(read.model.findRevision(number("1").child(own + 1)), nullptr);
+  }
+  btkf::ArchiveModel moved = read.model;
+  moved.addBranch(number("1.2.1")).revisions = std::exchange(moved.trunk().revisions, {});
+  EXPECT_FALSE(moved.isSound());
+}
+
 // An archive of one revision for each of `contents`, of which each needs the one before. *frames is
 // the start of its file.
 btkf::Index chainOf(const std::vector<std::string>& contents, std::string* frames) {
@@ -276,7 +323,7 @@ int readStatus(const fuzz::MemoryFile& file, size_t revision) {
   std::unique_ptr<Archive> archive;
   if (const TrvsStatus status = Archive::openToRead(file.path(), &archive)) return status;
   btkf::Bytes bytes;
-  return archive->read(archive->model().trunk().revisions.at(revision).content, &bytes);
+  return archive->read(archive->model().trunk().revisions[revision].content, &bytes);
 }
 
 // Real faults: files of some KB took gigabytes, or minutes.

@@ -113,8 +113,8 @@ class History {
   void remove(const std::string& revision) {
     change([&](btkf::ArchiveModel* model) {
       for (btkf::Branch& branch : model->branches) {
-        std::erase_if(branch.revisions,
-                      [&](const btkf::Revision& each) { return each.number.text() == revision; });
+        branch.revisions.eraseIf(
+            [&](const btkf::Revision& each) { return each.number.text() == revision; });
       }
     });
     plain_.erase(revision);
@@ -151,7 +151,8 @@ class History {
       if (branch.tip() == nullptr) continue;
       const uint32_t positions = branch.tip()->number.last() + 1;
       const size_t most = 2 + 2 * static_cast<size_t>(std::log2(positions));
-      for (const btkf::Revision& revision : branch.revisions) {
+      for (size_t i = 0; i < branch.revisions.size(); ++i) {
+        const btkf::Revision& revision = branch.revisions[i];
         const size_t frames = slow.frameCount(revision.content.id);
         EXPECT_LE(frames, &revision == branch.tip() ? 1 : most) << revision.number.text();
       }

@@ -69,13 +69,6 @@ bool isReadable(const std::string& path) {
   return file.open(path.c_str(), os::File::Access::kRead) == FileResult::kDone;
 }
 
-bool haveSameContents(const ArchiveReader::Line& line, const Branch& branch) {
-  return line.branch == branch.number &&
-         std::equal(line.contents.begin(), line.contents.end(), branch.revisions.begin(),
-                    branch.revisions.end(),
-                    [](const Content& one, const Revision& other) { return one == other.content; });
-}
-
 // Only a damaged content can still want a parent that has been deleted.
 void dropLostParents(Frames* frames) {
   std::set<uint32_t> planned{0};
@@ -139,9 +132,9 @@ class Archive::Impl {
 
   bool lookAgain(TrvsStatus status);
   const Content* known(uint32_t id) const;
-  bool knowsAllOf(const Branch& branch) const;
+  bool knowsAllOf(const Contents& contents, const ArchiveReader::Line* line) const;
   bool plan(const ArchiveModel& model, Plan* plan) const;
-  void planBranch(const Branch& branch, Frames* frames) const;
+  void planBranch(const Contents& of, Frames* frames) const;
   bool isKept(const Frame& planned, const Frame& stored) const;
   bool isAppendable() const;
   bool isToBeAppended(const Plan& plan) const;
@@ -235,26 +228,32 @@ const Content* Archive::Impl::known(uint32_t id) const {
   return stored == nullptr ? nullptr : &stored->content;
 }
 
-bool Archive::Impl::knowsAllOf(const Branch& branch) const {
-  return std::all_of(branch.revisions.begin(), branch.revisions.end(), [&](const Revision& each) {
-    const Content* const content = known(each.content.id);
-    return content != nullptr && *content == each.content;
+// `line` is of the same branch, or null. What it has at the beginning it most likely still has.
+bool Archive::Impl::knowsAllOf(const Contents& contents, const ArchiveReader::Line* line) const {
+  auto begin = contents.begin();
+  if (line != nullptr) {
+    begin =
+        std::mismatch(begin, contents.end(), line->contents->begin(), line->contents->end()).first;
+  }
+  return std::all_of(begin, contents.end(), [&](const Content& each) {
+    const Content* const content = known(each.id);
+    return content != nullptr && *content == each;
   });
 }
 
-// The frames that `branch` is to have, from the tip's on. What is damaged stays as it is and
-// nobody's parent, so that it is no obstacle to others.
-void Archive::Impl::planBranch(const Branch& branch, Frames* frames) const {
+// The frames that a branch of these contents is to have, from the tip's on. What is damaged stays
+// as it is and nobody's parent, so that it is no obstacle to others.
+void Archive::Impl::planBranch(const Contents& of, Frames* frames) const {
   std::vector<Content> contents;
   std::vector<uint32_t> positions;
-  for (const Revision& revision : branch.revisions) {
-    const ArchiveReader::Stored* const stored = reader_->find(revision.content.id);
-    if (damaged_.contains(revision.content.id)) {
+  for (const Content& content : of) {
+    const ArchiveReader::Stored* const stored = reader_->find(content.id);
+    if (damaged_.contains(content.id)) {
       frames->push_back(stored->frame);
       continue;
     }
     const uint32_t next = positions.empty() ? 0 : positions.back() + 1;
-    contents.push_back(revision.content);
+    contents.push_back(content);
     positions.push_back(stored == nullptr ? next : std::max(next, stored->frame.position));
   }
   const std::vector<Parents> plan = planParents(positions);
@@ -286,13 +285,14 @@ bool Archive::Impl::plan(const ArchiveModel& model, Plan* plan) const {
   auto line = lines.begin();  // Branches and lines ascend by number.
   for (const Branch& branch : model.branches) {
     while (line != lines.end() && line->branch < branch.number) ++line;
-    if (line != lines.end() && haveSameContents(*line, branch)) {
+    const bool isOld = line != lines.end() && line->branch == branch.number;
+    if (isOld && branch.revisions.hasContents(line->contents)) {
       same.push_back(&branch);
-    } else if (knowsAllOf(branch)) {
-      planBranch(branch, &planned);
-    } else {
-      return false;
+      continue;
     }
+    const SharedContents contents = branch.revisions.contents();
+    if (!knowsAllOf(*contents, isOld ? &*line : nullptr)) return false;
+    planBranch(*contents, &planned);
   }
   if (planned.empty() && same.size() == lines.size()) {
     plan->kept = old;
@@ -303,8 +303,8 @@ bool Archive::Impl::plan(const ArchiveModel& model, Plan* plan) const {
   Frames kept(old.size());  // All in their places. One that isn't kept has no content.
   for (const Branch* branch : same) {
     count += branch->revisions.size();
-    for (const Revision& each : branch->revisions) {
-      const ArchiveReader::Stored& stored = *reader_->find(each.content.id);
+    for (size_t place = 0; place < branch->revisions.size(); ++place) {
+      const ArchiveReader::Stored& stored = *reader_->find(branch->revisions.content(place).id);
       kept[reader_->placeOf(stored)] = stored.frame;
     }
   }

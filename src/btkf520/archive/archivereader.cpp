@@ -158,10 +158,15 @@ ArchiveReader::ArchiveReader(Index index, const archivefile::End& end,
 
 bool ArchiveReader::readIndex(const os::File& file, const archivefile::IndexPlace& place,
                               std::string_view known, std::string_view full, FrameCodec* codec,
-                              Bytes* bytes) {
+                              SharedBytes* bytes) {
   FilePieces pieces(file, place.offset, place.storedSize, known);
-  return codec->unpack([&] { return pieces.next(); }, full, place.size, bytes, nullptr) &&
-         pieces.areAllGiven() && pieces.checksum() == place.checksum;
+  const auto unpacked = std::make_shared<Bytes>();
+  if (!codec->unpack([&] { return pieces.next(); }, full, place.size, unpacked.get(), nullptr) ||
+      !pieces.areAllGiven() || pieces.checksum() != place.checksum) {
+    return false;
+  }
+  *bytes = unpacked;
+  return true;
 }
 
 TrvsStatus ArchiveReader::open(os::File file, std::unique_ptr<ArchiveReader>* reader) {
@@ -183,15 +188,16 @@ TrvsStatus ArchiveReader::open(os::File file, std::unique_ptr<ArchiveReader>* re
   if (!isAlone && !isPossible(record.full, record.full.storedSize)) return failure();
 
   auto codec = std::make_unique<FrameCodec>();
-  Bytes full;
-  Bytes bytes;
-  const auto read = [&](const archivefile::IndexPlace& place, Bytes* to) {
+  SharedBytes full;
+  SharedBytes bytes;
+  const auto read = [&](const archivefile::IndexPlace& place, SharedBytes* to) {
     const std::string_view known = last.known(place.offset, place.offset + place.storedSize);
-    return readIndex(file, place, known, full.view(), codec.get(), to);
+    const std::string_view prefix = full == nullptr ? std::string_view() : full->view();
+    return readIndex(file, place, known, prefix, codec.get(), to);
   };
   if (!isAlone && !read(record.full, &full)) return failure();
   if (!read(record.index, &bytes)) return failure();
-  std::optional<Index> index = decodeIndex(bytes.view(), storedSize(record));
+  std::optional<Index> index = decodeIndex(bytes, storedSize(record));
   const bool fits = index && (index->frames.empty() || index->frames.back().end() <= end.offset);
   if (!fits) return failure();
   auto result = std::make_unique<ArchiveReader>(std::move(*index), end, std::move(codec));
@@ -206,10 +212,10 @@ archivefile::IndexPlace ArchiveReader::fullIndex() const {
 }
 
 TrvsStatus ArchiveReader::readFullIndex(std::string_view* bytes) {
-  if (full_.size() == 0 && !readIndex(file_, fullIndex(), {}, {}, codec_.get(), &full_)) {
+  if (full_ == nullptr && !readIndex(file_, fullIndex(), {}, {}, codec_.get(), &full_)) {
     return file_.hasFailed() ? TRVS_CANNOT_OPEN : TRVS_NOT_AN_ARCHIVE;
   }
-  *bytes = full_.view();
+  *bytes = full_->view();
   return TRVS_DONE;
 }
 
@@ -217,9 +223,7 @@ const std::vector<ArchiveReader::Line>& ArchiveReader::lines() const {
   if (!lines_.empty()) return lines_;
   lines_.reserve(index_.model.branches.size());
   for (const Branch& branch : index_.model.branches) {
-    auto& contents = lines_.emplace_back(Line{branch.number, {}}).contents;
-    contents.reserve(branch.revisions.size());
-    for (const Revision& revision : branch.revisions) contents.push_back(revision.content);
+    lines_.push_back({branch.number, branch.revisions.contents()});
   }
   return lines_;
 }
@@ -235,7 +239,7 @@ const ArchiveReader::Stored* ArchiveReader::find(uint32_t content) const {
     contents_.reserve(index_.frames.size());
     for (const Frame& frame : index_.frames) contents_.push_back({{}, frame});
     for (const Line& line : lines()) {
-      for (const Content& each : line.contents) contents_[*places_.find(each.id)].content = each;
+      for (const Content& each : *line.contents) contents_[*places_.find(each.id)].content = each;
     }
   }
   const std::optional<Place> place = places_.find(content);
@@ -403,7 +407,7 @@ TrvsStatus ArchiveReader::verify(std::vector<Content>* damaged) {
   for (const Branch& branch : index_.model.branches) {
     // From the tip on, near which the parents are.
     for (size_t place = branch.revisions.size(); place-- > 0;) {
-      const Content& content = branch.revisions[place].content;
+      const Content& content = branch.revisions.content(place);
       SharedBytes bytes;
       const TrvsStatus status = read(content.id, &bytes);
       if (status == TRVS_DONE) continue;

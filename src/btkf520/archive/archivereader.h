@@ -23,8 +23,6 @@
 
 namespace btkf {
 
-using SharedBytes = std::shared_ptr<const Bytes>;
-
 // What a content is packed against: its parents, one after the other. One parent alone is not
 // copied, so the bytes must outlive the object. May throw std::bad_alloc.
 class Prefix {
@@ -79,7 +77,7 @@ class ArchiveReader {
   // The contents of a branch, oldest first.
   struct Line {
     Number branch;
-    std::vector<Content, os::AgainAllocator<Content>> contents;
+    SharedContents contents;
   };
   // Those of the model as it was read.
   const std::vector<Line>& lines() const;
@@ -118,7 +116,7 @@ class ArchiveReader {
   // `known`: its bytes, if they have been read already.
   [[nodiscard]] static bool readIndex(const os::File& file, const archivefile::IndexPlace& place,
                                       std::string_view known, std::string_view full,
-                                      FrameCodec* codec, Bytes* bytes);
+                                      FrameCodec* codec, SharedBytes* bytes);
   [[nodiscard]] bool partsAreWhole();
 
   bool isTooLarge(const std::vector<const Stored*>& frames) const;
@@ -135,7 +133,7 @@ class ArchiveReader {
   os::File file_;
   Index index_;
   archivefile::End end_;
-  Bytes full_;  // The last full index, unpacked; empty if it has not been read.
+  SharedBytes full_;                 // The last full index, unpacked; null if it has not been read.
   mutable std::vector<Line> lines_;  // Made when they are asked for, or the model is taken.
   // In the order of the frames. Both are made when the first content is looked for.
   mutable std::vector<Stored, os::AgainAllocator<Stored>> contents_;

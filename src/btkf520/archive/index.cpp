@@ -7,6 +7,7 @@
 #include <utility>
 
 #include "archivefile/bytecodec.h"
+#include "btkf520/archive/indexvalues.h"
 
 namespace btkf {
 namespace {
@@ -15,98 +16,9 @@ using archivefile::ByteReader;
 using archivefile::ByteWriter;
 
 constexpr uint64_t kVersion = 2;
-// No revision, and no frame, takes fewer bytes.
-constexpr size_t kLeastRevision = 24;
+// No frame takes fewer bytes.
 constexpr size_t kLeastFrame = 10;
 constexpr size_t kMostThings = 1 << 16;  // In any index, and kThingsPerByte more.
-
-void putTexts(ByteWriter* to, const std::vector<std::string>& texts) {
-  to->put(texts.size());
-  for (const std::string& text : texts) to->put(text);
-}
-
-// Names, none of which is empty.
-std::vector<std::string> getTexts(ByteReader* from) {
-  std::vector<std::string> texts;
-  for (size_t left = from->count(); left > 0 && from->isGood(); --left) {
-    texts.push_back(from->text());
-    if (texts.back().empty()) from->fail();
-  }
-  return texts;
-}
-
-void putLocks(ByteWriter* to, const std::vector<Lock>& locks) {
-  to->put(locks.size());
-  for (const Lock& lock : locks) {
-    to->put(lock.user);
-    to->putFixed(lock.time, 4);
-    to->put(lock.note);
-  }
-}
-
-std::vector<Lock> getLocks(ByteReader* from) {
-  std::vector<Lock> locks;
-  for (size_t left = from->count(); left > 0 && from->isGood(); --left) {
-    Lock& lock = locks.emplace_back();
-    lock.user = from->text();
-    lock.time = static_cast<PackedTime>(from->fixed(4));
-    lock.note = from->text();
-  }
-  return locks;
-}
-
-void putNumber(ByteWriter* to, const Number& number) {
-  to->put(number.components().size());
-  for (const uint32_t component : number.components()) to->put(component);
-}
-
-Number getNumber(ByteReader* from) {
-  Number::Components components(from->count(), 0);
-  for (char32_t& component : components) component = from->number32();
-  return Number(std::move(components));
-}
-
-void putRevision(ByteWriter* to, const Revision& revision) {
-  putNumber(to, revision.number);
-  to->putFixed(revision.checkInTime, 4);
-  to->putFixed(revision.workfileTime, 4);
-  to->put(revision.author);
-  to->put(revision.changeDescription);
-  putLocks(to, revision.locks);
-  putTexts(to, revision.promotionGroups);
-  to->put(revision.content.id);
-  to->put(revision.content.length);
-  to->putFixed(revision.content.checksum, 8);
-}
-
-void getRevision(ByteReader* from, Branch* branch) {
-  Revision& revision = branch->revisions.emplace_back();
-  revision.number = getNumber(from);
-  revision.checkInTime = static_cast<PackedTime>(from->fixed(4));
-  revision.workfileTime = static_cast<PackedTime>(from->fixed(4));
-  revision.author = from->text();
-  revision.changeDescription = from->text();
-  revision.locks = getLocks(from);
-  revision.promotionGroups = getTexts(from);
-  revision.content.id = from->number32();
-  revision.content.length = from->number();
-  revision.content.checksum = from->fixed(8);
-}
-
-void putBranch(ByteWriter* to, const Branch& branch) {
-  putNumber(to, branch.number);
-  to->put(branch.revisions.size());
-  for (const Revision& revision : branch.revisions) putRevision(to, revision);
-}
-
-Branch getBranch(ByteReader* from) {
-  Branch branch;
-  branch.number = getNumber(from);
-  const size_t count = from->count();
-  branch.revisions.reserve(std::min(count, from->left() / kLeastRevision));
-  for (size_t left = count; left > 0 && from->isGood(); --left) getRevision(from, &branch);
-  return branch;
-}
 
 void putModel(ByteWriter* to, const ArchiveModel& model) {
   to->put(model.workName);
@@ -116,7 +28,10 @@ void putModel(ByteWriter* to, const ArchiveModel& model) {
   to->put(model.attributes);
   putTexts(to, model.accessList);
   to->put(model.branches.size());
-  for (const Branch& branch : model.branches) putBranch(to, branch);
+  for (const Branch& branch : model.branches) {
+    putNumber(to, branch.number);
+    branch.revisions.write(to);
+  }
   to->put(model.labels.size());
   for (const Label& label : model.labels) {
     to->put(label.name);
@@ -124,17 +39,19 @@ void putModel(ByteWriter* to, const ArchiveModel& model) {
   }
 }
 
-ArchiveModel getModel(ByteReader* from) {
+ArchiveModel getModel(ByteReader* from, const SharedBytes& bytes) {
   ArchiveModel model;
   model.workName = from->text();
   model.owner = from->text();
   model.description = from->text();
   model.creationTime = static_cast<PackedTime>(from->fixed(4));
   model.attributes = from->number32();
-  model.accessList = getTexts(from);
+  getTexts(from, &model.accessList);
   model.branches.clear();
   for (size_t left = from->count(); left > 0 && from->isGood(); --left) {
-    model.branches.push_back(getBranch(from));
+    Branch& branch = model.branches.emplace_back();
+    branch.number = getNumber(from);
+    branch.revisions.read(from, branch.number, bytes);
   }
   for (size_t left = from->count(); left > 0 && from->isGood(); --left) {
     std::string name = from->text();
@@ -169,14 +86,14 @@ Frame getFrame(ByteReader* from, uint64_t end) {
 // Whether every content has one frame and every frame a content.
 bool framesMatch(const Index& index, const FramePlaces& places) {
   if (!places.areDistinct()) return false;
-  size_t count = 0;
-  bool doMatch = true;
-  index.model.forEachRevision([&](const Revision& revision) {
-    ++count;
-    doMatch = doMatch && places.find(revision.content.id);
-    doMatch = doMatch && revision.content.id <= index.lastContent;
-  });
-  return doMatch && count == index.frames.size();
+  if (index.model.revisionCount() != index.frames.size()) return false;
+  for (const Branch& branch : index.model.branches) {
+    for (size_t place = 0; place < branch.revisions.size(); ++place) {
+      const uint32_t id = branch.revisions.content(place).id;
+      if (id > index.lastContent || !places.find(id)) return false;
+    }
+  }
+  return true;
 }
 
 // The places of a frame's parents, or kNowhere for none.
@@ -228,9 +145,7 @@ bool parentsAreSound(const Frames& frames, const FramePlaces& places) {
 // About as many bytes as an index takes, rather a few too many.
 size_t usualSize(const Index& index) {
   size_t size = 256 + index.model.description.size() + 16 * index.frames.size();
-  index.model.forEachRevision([&](const Revision& each) {
-    size += 48 + each.author.size() + each.changeDescription.size();
-  });
+  for (const Branch& branch : index.model.branches) size += branch.revisions.usualSize();
   for (const Label& label : index.model.labels) size += 8 + label.name.size();
   return size;
 }
@@ -281,10 +196,16 @@ std::string encodeIndex(const Index& index) {
 }
 
 std::optional<Index> decodeIndex(std::string_view bytes, size_t storedSize) {
-  ByteReader from(bytes, kMostThings + kThingsPerByte * storedSize);
+  const auto copy = std::make_shared<Bytes>(bytes.size());
+  bytes.copy(copy->data(), bytes.size());
+  return decodeIndex(SharedBytes(copy), storedSize);
+}
+
+std::optional<Index> decodeIndex(const SharedBytes& bytes, size_t storedSize) {
+  ByteReader from(bytes->view(), kMostThings + kThingsPerByte * storedSize);
   if (from.number() != kVersion) return {};
   Index index;
-  index.model = getModel(&from);
+  index.model = getModel(&from, bytes);
   index.lastContent = from.number32(INT32_MAX);
   const size_t count = from.count();
   index.frames.reserve(std::min(count, from.left() / kLeastFrame));

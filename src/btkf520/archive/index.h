@@ -80,6 +80,7 @@ constexpr size_t kThingsPerByte = 32;
 // Nothing for bytes that are not a whole index: beyond the form, the model must be sound, contents
 // and frames must match one to one, and no content may need itself to be rebuilt. They came of a
 // frame of `storedSize` bytes.
+std::optional<Index> decodeIndex(const SharedBytes& bytes, size_t storedSize);
 std::optional<Index> decodeIndex(std::string_view bytes, size_t storedSize = kLargestIndex);
 
 }  // namespace btkf

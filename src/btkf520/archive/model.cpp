@@ -2,13 +2,15 @@
 #include "btkf520/archive/model.h"
 
 #include <algorithm>
+#include <functional>
+#include <utility>
+
+#include "btkf520/archive/indexvalues.h"
 
 namespace btkf {
 namespace {
 
 bool isBefore(const Branch& branch, const Number& number) { return branch.number < number; }
-
-bool isOlder(const Revision& revision, const Number& number) { return revision.number < number; }
 
 // The branch that a revision of this number stands on.
 Number branchOf(const Number& revision) {
@@ -27,9 +29,7 @@ auto findRevisionIn(Model& model, const Number& number) -> decltype(model.trunk(
   if (!number.isRevision()) return nullptr;
   auto* branch = model.findBranch(branchOf(number));
   if (branch == nullptr) return nullptr;
-  auto& revisions = branch->revisions;
-  const auto found = std::lower_bound(revisions.begin(), revisions.end(), number, isOlder);
-  return found == revisions.end() || found->number != number ? nullptr : &*found;
+  return branch->revisions.find(number);
 }
 
 template <typename Labels>
@@ -37,64 +37,6 @@ auto findLabelIn(Labels& labels, std::string_view name) -> decltype(labels.data(
   const auto found = std::find_if(labels.begin(), labels.end(),
                                   [&](const Label& label) { return label.name == name; });
   return found == labels.end() ? nullptr : &*found;
-}
-
-bool isSoundText(const std::string& text) {
-  return text.size() <= kLongestText && text.find('\0') == std::string::npos;
-}
-
-bool hasControls(std::string_view text) {
-  return std::any_of(text.begin(), text.end(),
-                     [](char c) { return static_cast<unsigned char>(c) < ' ' || c == '\x7f'; });
-}
-
-bool isSoundName(const std::string& name) { return isSoundText(name) && !hasControls(name); }
-
-bool areSoundNames(const std::vector<std::string>& names) {
-  return std::all_of(names.begin(), names.end(),
-                     [](const std::string& name) { return !name.empty() && isSoundName(name); });
-}
-
-bool areSoundLocks(const std::vector<Lock>& locks) {
-  return std::all_of(locks.begin(), locks.end(), [](const Lock& lock) {
-    return !lock.user.empty() && isSoundName(lock.user) && isNote(lock.note);
-  });
-}
-
-bool isSoundNumber(const Number& number) {
-  const Number::Components& components = number.components();
-  return !number.isEmpty() && components.size() <= Number::kMostComponents &&
-         std::all_of(components.begin(), components.end(),
-                     [](uint32_t value) { return value <= Number::kLargestComponent; });
-}
-
-bool isSoundRevision(const Revision& revision) {
-  return isSoundNumber(revision.number) && isSoundName(revision.author) &&
-         isSoundText(revision.changeDescription) && areSoundLocks(revision.locks) &&
-         areSoundNames(revision.promotionGroups);
-}
-
-bool standsOn(const Number& revision, const Number& branch) {
-  const Number::Components& own = revision.components();
-  const Number::Components& its = branch.components();
-  if (own.size() == 2) return branch.isTrunk();
-  return own.size() == its.size() + 1 && std::equal(its.begin(), its.end(), own.begin());
-}
-
-// The revisions of one branch: each on it, in order, with a content, which joins *contents.
-bool areSoundRevisions(const Branch& branch, std::vector<uint32_t>* contents) {
-  const Number* last = nullptr;
-  for (const Revision& revision : branch.revisions) {
-    if (!isSoundRevision(revision) || !revision.number.isRevision() ||
-        !standsOn(revision.number, branch.number)) {
-      return false;
-    }
-    if (last != nullptr && *last >= revision.number) return false;
-    if (revision.content.id == 0) return false;
-    contents->push_back(revision.content.id);
-    last = &revision.number;
-  }
-  return true;
 }
 
 }  // namespace
@@ -160,13 +102,13 @@ Branch& ArchiveModel::addBranch(const Number& number) {
 
 size_t ArchiveModel::revisionCount() const {
   size_t count = 0;
-  forEachRevision([&](const Revision&) { ++count; });
+  for (const Branch& branch : branches) count += branch.revisions.size();
   return count;
 }
 
 size_t ArchiveModel::lockCount() const {
   size_t count = 0;
-  forEachRevision([&](const Revision& revision) { count += revision.locks.size(); });
+  forEachMarked([&](const Revision& revision) { count += revision.locks.size(); });
   return count;
 }
 
@@ -176,20 +118,26 @@ bool ArchiveModel::isSound() const {
   if (!isSoundName(owner) || !isSoundText(description)) return false;
   if (!areSoundNames(accessList)) return false;
   std::vector<uint32_t> contents;
+  contents.reserve(revisionCount());
   for (const Branch& branch : branches) {
     const bool isFirst = &branch == &trunk();
     if (!isSoundNumber(branch.number) || !branch.number.isBranch()) return false;
     if (!isFirst && (&branch)[-1].number >= branch.number) return false;
-    if (!areSoundRevisions(branch, &contents)) return false;
+    if (!branch.revisions.areSoundOn(branch.number)) return false;
+    for (size_t place = 0; place < branch.revisions.size(); ++place) {
+      contents.push_back(branch.revisions.content(place).id);
+    }
   }
   if (!std::is_sorted(contents.begin(), contents.end())) {
     std::sort(contents.begin(), contents.end());
   }
   if (std::adjacent_find(contents.begin(), contents.end()) != contents.end()) return false;
-  std::vector<std::string_view> names;
+  // Ordered by what takes less time to compare.
+  std::vector<std::pair<size_t, std::string_view>> names;
+  names.reserve(labels.size());
   for (const Label& label : labels) {
     if (!isSoundName(label.name) || !isSoundNumber(label.target)) return false;
-    names.emplace_back(label.name);
+    names.emplace_back(std::hash<std::string_view>()(label.name), label.name);
   }
   std::sort(names.begin(), names.end());
   return std::adjacent_find(names.begin(), names.end()) == names.end();

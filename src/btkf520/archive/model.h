@@ -11,50 +11,15 @@
 #include <vector>
 
 #include "btkf520/archive/number.h"
+#include "btkf520/archive/revisionlist.h"
 #include "btkf520/btkf520.h"
-#include "dates/packedtime.h"
-#include "os/pages.h"
 
 namespace btkf {
-
-using dates::PackedTime;
-
-// The content of one revision, which the archive file keeps under `id`. Two equal contents of one
-// length have one checksum; the reverse is as good as certain, not certain.
-struct Content {
-  uint32_t id = 0;  // From 1, never used twice in one archive. 0: none.
-  uint64_t length = 0;
-  uint64_t checksum = 0;  // See checksum.h.
-
-  bool operator==(const Content&) const = default;
-};
-
-// A user's lock of a revision.
-struct Lock {
-  std::string user;
-  PackedTime time = 0;  // When it was taken.
-  std::string note;     // One line; may be empty.
-
-  bool operator==(const Lock&) const = default;
-};
-
-struct Revision {
-  Number number;
-  PackedTime checkInTime = 0;
-  PackedTime workfileTime = 0;  // The workfile's time of change when it was checked in.
-  std::string author;
-  std::string changeDescription;
-  std::vector<Lock> locks;                   // In the order in which they were taken.
-  std::vector<std::string> promotionGroups;  // In the order in which they were given.
-  Content content;
-
-  bool operator==(const Revision&) const = default;
-};
 
 // A line of revisions, oldest first, in ascending order of their numbers; some may be missing.
 struct Branch {
   Number number;  // The trunk is "1", whatever its revisions begin with.
-  std::vector<Revision, os::AgainAllocator<Revision>> revisions;
+  RevisionList revisions;
 
   // The newest revision, null for none. Good until the branch changes.
   const Revision* tip() const { return revisions.empty() ? nullptr : &revisions.back(); }
@@ -124,15 +89,12 @@ class ArchiveModel {
   // Calls `visit` with each revision: the trunk's from the oldest on, then those of each branch.
   template <typename Visit>
   void forEachRevision(const Visit& visit) const {
-    for (const Branch& branch : branches) {
-      for (const Revision& revision : branch.revisions) visit(revision);
-    }
+    for (const Branch& branch : branches) branch.revisions.forEach(visit);
   }
+  // Leaves out most that have neither locks nor promotion groups.
   template <typename Visit>
-  void forEachRevision(const Visit& visit) {
-    for (Branch& branch : branches) {
-      for (Revision& revision : branch.revisions) visit(revision);
-    }
+  void forEachMarked(const Visit& visit) const {
+    for (const Branch& branch : branches) branch.revisions.forEachMarked(visit);
   }
 
   // Whether the file format can hold it: branches and revisions in order, without duplicates and
@@ -143,8 +105,5 @@ class ArchiveModel {
 
   bool operator==(const ArchiveModel&) const = default;
 };
-
-// The longest text of a model, in bytes.
-constexpr size_t kLongestText = 16 << 20;
 
 }  // namespace btkf

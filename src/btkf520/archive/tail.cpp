@@ -51,7 +51,7 @@ std::string encodeRecords(const ArchiveModel& model) {
   putNumber(&to, 'X', model.creationTime, 4);
   putNumber(&to, 'P', model.attributes, 2);
   putNumber(&to, 'J', std::min<size_t>(model.revisionCount(), 0xFFFF), 2);
-  model.forEachRevision([&](const Revision& revision) {
+  model.forEachMarked([&](const Revision& revision) {
     for (const Lock& lock : revision.locks) putName(&to, 'R', lock.user);
   });
   if (!model.accessList.empty()) putName(&to, 'V', joined(model.accessList));

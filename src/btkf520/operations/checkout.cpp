@@ -37,8 +37,9 @@ bool isNoDate(std::string_view text) { return trimmed(text).empty() || trimmed(t
 // The newest revision of a branch that was checked in by then, by the order of the branch: of the
 // revision's predecessors and itself.
 const Revision* newestUntil(const Branch& branch, const Number& last, PackedTime time) {
-  for (auto revision = branch.revisions.rbegin(); revision != branch.revisions.rend(); ++revision) {
-    if (revision->number <= last && revision->checkInTime <= time) return &*revision;
+  for (size_t place = branch.revisions.size(); place-- > 0;) {
+    const Revision& revision = branch.revisions[place];
+    if (revision.number <= last && revision.checkInTime <= time) return &revision;
   }
   return nullptr;
 }

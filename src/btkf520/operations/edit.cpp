@@ -29,17 +29,16 @@ TrvsStatus choose(const ArchiveModel& model, const RevisionRange& range, bool wi
   for (const Branch& branch : model.branches) {
     const bool losesStart = !branch.number.isTrunk() && chosen->contains(branch.number.parent());
     if (losesStart && !withBranches) return TRVS_HAS_BRANCHES;
-    for (const Revision& revision : branch.revisions) {
+    branch.revisions.forEach([&](const Revision& revision) {
       if (losesStart || range.contains(revision)) chosen->insert(revision.number);
-    }
+    });
   }
   return chosen->empty() ? TRVS_NO_REVISION : TRVS_DONE;
 }
 
 void erase(const std::set<Number>& chosen, ArchiveModel* model) {
   for (Branch& branch : model->branches) {
-    std::erase_if(branch.revisions,
-                  [&](const Revision& each) { return chosen.contains(each.number); });
+    branch.revisions.eraseIf([&](const Revision& each) { return chosen.contains(each.number); });
   }
   std::erase_if(model->branches, [](const Branch& branch) {
     return branch.revisions.empty() && !branch.number.isTrunk();

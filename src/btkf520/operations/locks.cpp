@@ -131,7 +131,7 @@ TrvsStatus listLocks(const char* archive, const char* user, std::vector<std::str
 TrvsStatus listAllLocks(const char* archive, std::vector<std::string>* texts) {
   Task task;
   if (const TrvsStatus status = task.openToTell(archive)) return status;
-  task.model.forEachRevision([&](const Revision& revision) {
+  task.model.forEachMarked([&](const Revision& revision) {
     for (const Lock& lock : revision.locks) {
       for (const std::string& text :
            {revision.number.text(), lock.user, dates::isoText(lock.time), lock.note}) {

@@ -51,7 +51,7 @@ bool isTip(const ArchiveModel& model, const Revision& revision) {
 
 const Revision* revisionInGroup(const ArchiveModel& model, std::string_view group) {
   const Revision* found = nullptr;
-  model.forEachRevision([&](const Revision& revision) {
+  model.forEachMarked([&](const Revision& revision) {
     const auto& groups = revision.promotionGroups;
     if (std::find(groups.begin(), groups.end(), group) != groups.end()) found = &revision;
   });
@@ -80,7 +80,7 @@ void removeLock(Revision* revision, std::string_view user) {
 
 std::vector<const Revision*> lockedBy(const ArchiveModel& model, std::string_view user) {
   std::vector<const Revision*> found;
-  model.forEachRevision([&](const Revision& revision) {
+  model.forEachMarked([&](const Revision& revision) {
     if (isLockedBy(revision, user)) found.push_back(&revision);
   });
   return found;
