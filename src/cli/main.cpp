@@ -63,6 +63,8 @@ Exit run(const std::vector<std::string>& words) {
     } else {
       if (mayBeLong(call.name)) output.usePager();
       const Exit exit = runCommand(call, output);
+      static const Command* const theLast = call.command.release();  // What it knew goes with us.
+      static_cast<void>(theLast);
       return output.finish(exit);
     }
     return output.finish(call.command == nullptr && words.empty() ? Exit::kMisused : Exit::kDone);

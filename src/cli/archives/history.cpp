@@ -102,6 +102,19 @@ Problem unknownLabel(const std::string& label, const std::vector<std::string>& k
           offerNearest(label, known, "'trevault labels' lists them")};
 }
 
+std::vector<LockInfo> locksOf(const std::string& archive, const std::string& file) {
+  const std::vector<std::string> texts = fetchList(
+      [&](char* buffer, int32_t size) {
+        return TrvsListLocks(TRVS_CONTEXT, archive.c_str(), buffer, size);
+      },
+      {.file = file, .archive = archive});
+  std::vector<LockInfo> locks;
+  for (size_t i = 0; i + 3 < texts.size(); i += 4) {
+    locks.push_back({texts[i], texts[i + 1], texts[i + 2], texts[i + 3]});
+  }
+  return locks;
+}
+
 History::History(const std::string& archive, const std::string& file) {
   TrvsRevTree* tree = nullptr;
   check(TrvsRevTreeInfo(TRVS_CONTEXT, archive.c_str(), &tree, TRVS_TREE_FETCH),
@@ -112,15 +125,7 @@ History::History(const std::string& archive, const std::string& file) {
   static_cast<void>(TrvsRevTreeInfo(TRVS_CONTEXT, nullptr, &tree, TRVS_TREE_RETURN));
   const bool hasLocks = std::any_of(revisions_.begin(), revisions_.end(),
                                     [](const RevisionInfo& each) { return !each.lockers.empty(); });
-  if (!hasLocks) return;
-  const std::vector<std::string> texts = fetchList(
-      [&](char* buffer, int32_t size) {
-        return TrvsListLocks(TRVS_CONTEXT, archive.c_str(), buffer, size);
-      },
-      {.file = file, .archive = archive});
-  for (size_t i = 0; i + 3 < texts.size(); i += 4) {
-    locks_.push_back({texts[i], texts[i + 1], texts[i + 2], texts[i + 3]});
-  }
+  if (hasLocks) locks_ = locksOf(archive, file);
 }
 
 const LockInfo* History::lockOfOther(std::string_view number, std::string_view user) const {

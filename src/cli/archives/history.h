@@ -42,6 +42,8 @@ struct LockInfo {
 std::string noted(const std::string& text, const LockInfo& lock);
 
 // These throw Problem; `file` is what they are about.
+// All locks, whoever has them.
+std::vector<LockInfo> locksOf(const std::string& archive, const std::string& file);
 // The labels that keep to the tip of a branch, and its number.
 std::map<std::string, std::string> floatingLabels(const std::string& archive,
                                                   const std::string& file);

@@ -249,7 +249,8 @@ class Locks : public FileCommand {
     } else {
       forEach(chosen(), [&](const FileRecord& file) {
         const size_t before = items_.size();
-        take(file, local().historyOf(file), local().user(), {shownPath(file)});
+        const Told* const told = local().toldOf(file, LocalFiles::Reading::kIfChanged);
+        take(file, told->locks, local().user(), {shownPath(file)});
         if (items_.size() > before) paths_ += local().pathFromHere(file) + '\0';
       });
     }
@@ -271,7 +272,7 @@ class Locks : public FileCommand {
       for (const FileRecord& file : files) all.push_back(&file);
       forEach(all, [&](const FileRecord& file) {
         const size_t before = items_.size();
-        take(file, History(file.archive, file.path), user, {shown(name), shown(file.path)});
+        take(file, locksOf(file.archive, file.path), user, {shown(name), shown(file.path)});
         for (size_t i = before; i < items_.size(); ++i) items_[i].emplace_back("project", name);
       });
     } catch (const Problem& problem) {
@@ -279,9 +280,9 @@ class Locks : public FileCommand {
     }
   }
 
-  void take(const FileRecord& file, const History& history, const std::string& user,
+  void take(const FileRecord& file, const std::vector<LockInfo>& locks, const std::string& user,
             const std::vector<std::string>& start) {
-    for (const LockInfo& each : history.locks()) {
+    for (const LockInfo& each : locks) {
       if (!user_.empty() && each.user != user_) continue;
       items_.push_back({{"file", file.path},
                         {"revision", each.number},

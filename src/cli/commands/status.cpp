@@ -2,13 +2,12 @@
 #include <fmt/format.h>
 
 #include <algorithm>
-#include <functional>
 #include <map>
 
 #include "cli/commands/commands.h"
 #include "cli/commands/filecommand.h"
 #include "cli/local/moment.h"
-#include "cli/local/walk.h"
+#include "cli/local/unknown.h"
 #include "cli/text/paths.h"
 #include "cli/text/text.h"
 #include "os/directory.h"
@@ -186,46 +185,13 @@ class Status : public FileCommand {
     }
   }
 
-  // What the project doesn't know; whole directories where it knows nothing below.
   void lookForNew() {
-    const std::string& top = local().directory().top;
-    walk(
-        top, ".", Ignoring::kByRules,
-        [&](const std::string& path) {
-          if (!isKnown(path)) addNew(path, "");
-        },
-        [&](const std::string& directory) {
-          if (isKnown(directory)) return true;
-          bool hasFiles = false;
-          walk(top, directory, Ignoring::kByRules, [&](const std::string&) { hasFiles = true; });
-          if (hasFiles) addNew(directory, "/");
-          return false;
-        });
-  }
-
-  // Whether the project has, or had, a file of that path or below it. Most are asked about in the
-  // order of the files.
-  bool isKnown(const std::string& path) {
-    const auto& files = local().files();
-    if (next_ < files.size() && files[next_].path == path) return ++next_ > 0;
-    const auto pathOf = [](const FileRecord& file) -> const std::string& { return file.path; };
-    const auto found = std::ranges::lower_bound(files, path, {}, pathOf);
-    next_ = static_cast<size_t>(found - files.begin());
-    return holds(files, path, pathOf) || holds(gone_, path, std::identity());
-  }
-
-  template <typename Sorted, typename PathOf>
-  static bool holds(const Sorted& sorted, const std::string& path, const PathOf& pathOf) {
-    const std::string below = path + '/';
-    const auto same = std::ranges::lower_bound(sorted, path, {}, pathOf);
-    if (same != sorted.end() && pathOf(*same) == path) return true;
-    const auto first = std::ranges::lower_bound(sorted, below, {}, pathOf);
-    return first != sorted.end() && pathOf(*first).starts_with(below);
-  }
-
-  void addNew(const std::string& path, const char* end) {
-    const FileRecord file{path, "", ""};
-    add({{"file", path}, {"here", nullptr}}, "new", {"", shownPath(file) + end, "", ""});
+    forEachUnknown(local(), gone_, [this](const std::string& path) {
+      const bool isDirectory = path.ends_with('/');
+      const FileRecord file{path.substr(0, path.size() - (isDirectory ? 1 : 0)), "", ""};
+      add({{"file", file.path}, {"here", nullptr}}, "new",
+          {"", shownPath(file) + (isDirectory ? "/" : ""), "", ""});
+    });
   }
 
   void tell() {
@@ -283,7 +249,6 @@ class Status : public FileCommand {
   std::vector<Fields> items_;
   std::map<std::string, size_t> counts_;
   std::vector<std::string> gone_;  // In their order.
-  size_t next_ = 0;                // Of the files that a walk comes by.
 };
 
 class List : public FileCommand {
@@ -313,20 +278,16 @@ class List : public FileCommand {
   }
 
   void addMore(const FileRecord& file, Fields* item, std::vector<std::string>* row) const {
-    const RevisionInfo* const here = local().hereOf(file);
-    const RevisionInfo* const followed = local().followedOf(file);
+    const Told& told = *local().toldOf(file, LocalFiles::Reading::kIfChanged);
+    const std::string here = told.hasHere ? local().stateOf(file)->here : "";
     std::vector<std::string> lockers;
-    for (const RevisionInfo& each : local().historyOf(file).revisions()) {
-      lockers.insert(lockers.end(), each.lockers.begin(), each.lockers.end());
-    }
-    const auto numberOf = [](const RevisionInfo* revision) {
-      return revision == nullptr ? std::string("-") : revision->number;
-    };
-    item->insert(item->end(), {{"here", numberOrNull(here)},
-                               {"followed", numberOrNull(followed)},
+    for (const LockInfo& each : told.locks) lockers.push_back(each.user);
+    const auto orDash = [](const std::string& number) { return number.empty() ? "-" : number; };
+    item->insert(item->end(), {{"here", orNull(here)},
+                               {"followed", orNull(told.followed)},
                                {"lockers", lockers},
                                {"missing", !os::hasEntry(local().pathOf(file).c_str())}});
-    row->insert(row->end(), {numberOf(here), numberOf(followed), listed(lockers), file.folder});
+    row->insert(row->end(), {orDash(here), orDash(told.followed), listed(lockers), file.folder});
   }
 
   bool isAll_ = false;

@@ -11,6 +11,7 @@
 #include <vector>
 
 #include "cli/problem.h"
+#include "os/file.h"
 #include "toolkit/directives.h"
 
 namespace cli {
@@ -140,6 +141,9 @@ class Database {
   Roots roots_;
   std::unique_ptr<Impl> impl_;
 };
+
+// A text that another mark has not.
+std::string textOf(const os::FileMark& mark);
 
 // Whether the user's profile trusts what the team's configurations have run.
 bool trustsConfigurations();

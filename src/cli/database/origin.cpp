@@ -22,8 +22,7 @@ using foldapi::TVHandle;
 // One data file as it is now. A path with a line end is told from all others by the text after it.
 std::string lineOf(const std::string& path, const std::optional<os::FileMark>& mark) {
   if (!mark) return "-\t" + path + '\n';
-  return fmt::format("{:x} {} {} {} {}\t{}\n", mark->identity.device, mark->identity.inode,
-                     mark->size, mark->modified, mark->changed, path);
+  return textOf(*mark) + '\t' + path + '\n';
 }
 
 // False for one whose next change might not show, and for one that was not read as it is.
@@ -43,6 +42,11 @@ bool addFilesOf(TVHandle& handle, int64_t readAt, std::string* to) {
 }
 
 }  // namespace
+
+std::string textOf(const os::FileMark& mark) {
+  return fmt::format("{:x} {} {} {} {}", mark.identity.device, mark.identity.inode, mark.size,
+                     mark.modified, mark.changed);
+}
 
 std::string Project::Impl::record() const {
   const auto* const project = dynamic_cast<const foldapi::TVProjectFolder52*>(handle.object());

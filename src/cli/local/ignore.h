@@ -19,6 +19,7 @@ class IgnoreRules {
   void read(const std::string& top, const std::string& directory);
   // Forgets those of `directory` and of all below it.
   void leave(const std::string& directory);
+  bool areNone() const { return rules_.empty(); }
   bool ignores(std::string_view path, bool isDirectory) const;
 
  private:

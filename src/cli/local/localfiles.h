@@ -132,6 +132,13 @@ class LocalFiles {
     bool isUntouched;  // It is as it was checked out.
   };
   std::vector<GoneFile> gone() const;
+  // See State.
+  const std::string* familiar(const std::string& directory) const {
+    return state_.familiar(directory);
+  }
+  void setFamiliar(const std::string& directory, const std::string& text) {
+    state_.setFamiliar(directory, text);
+  }
   // Stores what is known now.
   void save();
   // Has the work directory follow something else, from now on and for good. Throws Problem.

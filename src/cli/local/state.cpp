@@ -18,7 +18,7 @@
 namespace cli {
 namespace {
 
-constexpr std::string_view kHead = "trevault state 3";
+constexpr std::string_view kHead = "trevault state 4";
 constexpr uint64_t kLargest = uint64_t{1} << 31;
 constexpr int kTries = 50;
 constexpr unsigned kPause = 100;  // Milliseconds.
@@ -140,8 +140,8 @@ void State::writeLine(std::string_view path, const Entry& entry, std::string* to
   to->append(path).append(1, '\n');
 }
 
-// After the head come the owner, what is followed, and the lines of the origin, which an empty one
-// ends.
+// After the head come the owner, what is followed, the lines of the origin, and those of familiar
+// directories, "text directory" with a tab between. An empty line ends each of the two.
 void State::read() {
   os::FileStatus status;
   if (os::readFile(path().c_str(), kLargest, &bytes_, &status) != os::FileResult::kDone) return;
@@ -151,6 +151,12 @@ void State::read() {
   follows_ = takeField(&text, '\n');
   while (!text.empty() && !text.starts_with('\n')) {
     origin_.append(takeField(&text, '\n')).append(1, '\n');
+  }
+  takeField(&text, '\n');
+  while (!text.empty() && !text.starts_with('\n')) {
+    std::string_view line = takeField(&text, '\n');
+    const std::string_view said = takeField(&line);
+    familiar_.emplace(line, said);
   }
   takeField(&text, '\n');
   while (!text.empty()) {
@@ -181,6 +187,7 @@ void State::keepFiles(const std::vector<FileRecord>& files, const std::string& f
   const std::string origin = canKeep ? from : "";
   isChanged_ = isChanged_ || origin != origin_;
   origin_ = origin;
+  familiar_.clear();
   for (auto& [path, entry] : entries_) entry.isListed = false;
   for (const FileRecord& file : files) {
     const auto found = entries_.find(file.path);
@@ -191,6 +198,20 @@ void State::keepFiles(const std::vector<FileRecord>& files, const std::string& f
     if (entry.archive != file.archive) entry = {true, {}, lasting(file.archive), {}, {}};
     if (entry.folder != file.folder) entry.folder = lasting(file.folder);
   }
+}
+
+const std::string* State::familiar(const std::string& directory) const {
+  const auto found = familiar_.find(directory);
+  return found == familiar_.end() ? nullptr : &found->second;
+}
+
+void State::setFamiliar(const std::string& directory, const std::string& text) {
+  const bool canKeep = !origin_.empty() && directory.find('\n') == std::string::npos;
+  std::string& kept = familiar_[directory];
+  const std::string wanted = canKeep ? text : "";
+  isChanged_ = isChanged_ || kept != wanted;
+  kept = wanted;
+  if (kept.empty()) familiar_.erase(directory);
 }
 
 // Files are mostly asked about in the order of their paths, each several times.
@@ -266,6 +287,8 @@ bool State::mayWrite() {
 void State::save() {
   if (!isChanged_ || !mayWrite()) return;
   std::string text = fmt::format("{}\n{}\n{}\n{}\n", kHead, owner_, follows_, origin_);
+  for (const auto& [directory, said] : familiar_) text += fmt::format("{}\t{}\n", said, directory);
+  text += '\n';
   for (const auto& [path, entry] : entries_) {
     const bool isKnown = (entry.isListed && !origin_.empty()) || entry.file || entry.told;
     const bool isLine = path.find('\n') == path.npos && canStand(entry.archive);

@@ -68,6 +68,11 @@ class State {
   std::vector<FileRecord> files() const;
   void keepFiles(const std::vector<FileRecord>& files, const std::string& origin);
 
+  // What was said of a directory of which all was known, since those files are kept; null for
+  // nothing. "" takes it back.
+  const std::string* familiar(const std::string& directory) const;
+  void setFamiliar(const std::string& directory, const std::string& text);
+
   // Null for none, and both for what was remembered with another archive.
   const FileState* find(const std::string& path, const std::string& archive) const;
   const Told* told(const std::string& path, const std::string& archive) const;
@@ -116,6 +121,7 @@ class State {
   bool isChanged_ = false;
   std::string follows_;
   std::string origin_;
+  std::map<std::string, std::string> familiar_;
   std::string bytes_;  // Of the file that was read; the entries refer to it and to the next.
   std::deque<std::string> texts_;
   std::pmr::monotonic_buffer_resource memory_;

@@ -22,8 +22,8 @@ class Walk {
  public:
   Walk(const std::string& top, Ignoring ignoring,
        const std::function<void(const std::string&)>& take,
-       const std::function<bool(const std::string&)>& mayEnter)
-      : top_(top), ignoring_(ignoring), take_(take), mayEnter_(mayEnter) {}
+       const std::function<bool(const std::string&)>& mayEnter, Familiar* familiar)
+      : top_(top), ignoring_(ignoring), take_(take), mayEnter_(mayEnter), familiar_(familiar) {}
 
   PassedOver run(const std::string& start) {
     std::string above;
@@ -63,7 +63,12 @@ class Walk {
   }
 
   void enter(const std::string& directory) {
-    std::vector<std::pair<std::string, os::EntryKind>> entries;
+    Familiar* const familiar = rules_.areNone() ? familiar_ : nullptr;
+    if (const auto below = familiar == nullptr ? std::nullopt : familiar->below(directory)) {
+      for (const std::string& each : *below) visit(each, os::EntryKind::kUnknown);
+      return;
+    }
+    Familiar::Entries entries;
     bool hasRules = false;
     os::forEachEntryOfKind(joined(top_, directory).c_str(),
                            [&](const char* name, os::EntryKind kind) {
@@ -71,7 +76,11 @@ class Walk {
                              hasRules = hasRules || entries.back().first == kIgnoreFile;
                            });
     std::sort(entries.begin(), entries.end());
-    if (hasRules) readRules(directory);
+    if (hasRules) {
+      readRules(directory);
+    } else if (familiar != nullptr) {
+      familiar->read(directory, entries);
+    }
     for (const auto& [name, kind] : entries) {
       if (isMemory(name) || os::SiblingFile::hasName(name)) continue;
       const std::string path = joined(directory, name);
@@ -89,6 +98,7 @@ class Walk {
   Ignoring ignoring_;
   const std::function<void(const std::string&)>& take_;
   const std::function<bool(const std::string&)>& mayEnter_;
+  Familiar* familiar_;
   IgnoreRules rules_;
   PassedOver passedOver_;
 };
@@ -97,8 +107,9 @@ class Walk {
 
 PassedOver walk(const std::string& top, const std::string& start, Ignoring ignoring,
                 const std::function<void(const std::string& path)>& take,
-                const std::function<bool(const std::string& directory)>& mayEnter) {
-  return Walk(top, ignoring, take, mayEnter).run(start);
+                const std::function<bool(const std::string& directory)>& mayEnter,
+                Familiar* familiar) {
+  return Walk(top, ignoring, take, mayEnter, familiar).run(start);
 }
 
 }  // namespace cli
