@@ -27,6 +27,8 @@ constexpr uint64_t kWidestWindowInPieces = 8 << 20;
 constexpr int kLevel = 1;
 // A delta that saves less than this part of the content may be worse than no delta at all.
 constexpr size_t kPoorRatio = 4;
+// Codes for the single bytes of such a content save little, and take as long as all the rest.
+constexpr size_t kTinyContent = 256;
 // Of a wider content the frame gets no room for the worst case at once.
 constexpr size_t kWideContent = 64 << 10;
 // The search of zstd itself is not used for deltas, so its tables may be as small as they can be.
@@ -169,6 +171,9 @@ void FrameCodec::resetPacking() {
 Bytes FrameCodec::packAlone(std::string_view content) {
   resetPacking();
   set(packing_, ZSTD_c_compressionLevel, kLevel);
+  if (content.size() <= kTinyContent) {
+    set(packing_, ZSTD_c_literalCompressionMode, ZSTD_ps_disable);
+  }
   Bytes frame(ZSTD_compressBound(content.size()));
   const size_t size =
       ZSTD_compress2(packing_, frame.data(), frame.size(), content.data(), content.size());
