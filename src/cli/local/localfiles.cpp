@@ -546,16 +546,15 @@ void LocalFiles::rename(const FileRecord& file, const FileRecord& renamed) {
 
 std::vector<LocalFiles::GoneFile> LocalFiles::gone() const {
   std::vector<GoneFile> gone;
-  state_.forEachUnlisted([&](const std::string& path, const FileState& state) {
+  for (const auto& [path, state] : state_.unlisted()) {
     os::FileStatus status;
-    if (std::ranges::binary_search(files_, path, {}, &FileRecord::path) ||
-        os::readEntryStatus(absolutePath(directory_.top, path).c_str(), &status) !=
-            os::FileResult::kDone) {
-      return;
-    }
+    const bool isGone = !std::ranges::binary_search(files_, path, {}, &FileRecord::path) &&
+                        os::readEntryStatus(absolutePath(directory_.top, path).c_str(), &status) ==
+                            os::FileResult::kDone;
+    if (!isGone) continue;
     const Stamp stamp = Stamp::of(status);
     gone.push_back({path, state.here, status.isRegular && state.stamp == stamp && isSafe(stamp)});
-  });
+  }
   return gone;
 }
 

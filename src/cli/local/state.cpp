@@ -18,7 +18,8 @@
 namespace cli {
 namespace {
 
-constexpr std::string_view kHead = "trevault state 4";
+constexpr std::string_view kHead = "trevault state 5";
+constexpr std::string_view kEnd = ".\n";
 constexpr uint64_t kLargest = uint64_t{1} << 31;
 constexpr int kTries = 50;
 constexpr unsigned kPause = 100;  // Milliseconds.
@@ -83,43 +84,56 @@ void State::lock() {
   throw Problem{shown(os::parentOf(top_)), "another trevault works there", "try again"};
 }
 
-// A line is "listed folder archive file told path": of the file "-", or "here size time inode
-// locked"; of what was told "-", or "size time inode has followed author time count", and for each
-// lock "number user time note". Tabs stand between all of them; the path may have some as well.
-bool State::readLine(std::string_view line, std::string_view* path, Entry* entry) {
-  entry->isListed = takeField(&line) == "+";
-  entry->folder = takeField(&line);
-  entry->archive = takeField(&line);
-  if (const std::string_view here = takeField(&line); here != "-") {
-    FileState& file = entry->file.emplace();
-    file.here = here;
-    if (!takeStamp(&line, &file.stamp)) return false;
-    file.isLockedFromHere = takeField(&line) == "locked";
-  }
-  if (line.starts_with("-\t")) {
-    takeField(&line);
-  } else {
-    Told& told = entry->told.emplace();
-    if (!takeStamp(&line, &told.archive)) return false;
-    told.hasHere = takeField(&line) == "has";
-    told.followed = takeField(&line);
-    told.author = takeField(&line);
-    told.time = takeField(&line);
-    size_t locks = 0;
-    if (!takeNumber(&line, &locks)) return false;
-    for (; locks > 0 && !line.empty(); --locks) {
-      LockInfo& lock = told.locks.emplace_back();
-      for (std::string* each : {&lock.number, &lock.user, &lock.time, &lock.note}) {
-        *each = takeField(&line);
-      }
-    }
-  }
-  *path = line;
-  return !path->empty();
+// A line is "+" for a file of the project, else "-", the length of the path, a blank and the path,
+// which may have tabs. Then come, with a tab after each, the folder and the archive; of the file
+// "-" or "here size time inode locked"; of what was told "-" or "size time inode has followed
+// author time count", and for each lock "number user time note".
+bool State::readPath(std::string_view text, Line* line) {
+  size_t size = 0;
+  const char* const last = text.data() + text.size();
+  if (text.empty()) return false;
+  const auto [end, error] = std::from_chars(text.data() + 1, last, size);
+  const auto start = static_cast<size_t>(end - text.data()) + 1;
+  if (error != std::errc() || size == 0 || start + size >= text.size()) return false;
+  *line = {text.substr(start, size), text, text.front() == '+'};
+  return true;
 }
 
-void State::writeLine(std::string_view path, const Entry& entry, std::string* to) {
-  *to += fmt::format("{}\t{}\t{}\t", entry.isListed ? '+' : '-', entry.folder, entry.archive);
+void State::readEntry(const Line& line, Entry* entry) {
+  std::string_view text = line.rest();
+  entry->folder = takeField(&text);
+  entry->archive = takeField(&text);
+  const std::string_view here = takeField(&text);
+  if (here == "-") {
+    entry->file.reset();
+  } else {
+    FileState& file = entry->file ? *entry->file : entry->file.emplace();
+    file.here = here;
+    if (!takeStamp(&text, &file.stamp)) file.stamp = {};
+    file.isLockedFromHere = takeField(&text) == "locked";
+  }
+  if (text.starts_with('-')) return entry->told.reset();
+  Told& told = entry->told ? *entry->told : entry->told.emplace();
+  if (!takeStamp(&text, &told.archive)) told.archive = {};
+  told.hasHere = takeField(&text) == "has";
+  told.followed = takeField(&text);
+  told.author = takeField(&text);
+  told.time = takeField(&text);
+  told.locks.clear();
+  size_t locks = 0;
+  if (!takeNumber(&text, &locks)) told.archive = {};
+  for (; locks > 0 && !text.empty(); --locks) {
+    LockInfo& lock = told.locks.emplace_back();
+    for (std::string* each : {&lock.number, &lock.user, &lock.time, &lock.note}) {
+      *each = takeField(&text);
+    }
+  }
+}
+
+void State::writeLine(const std::string& path, const Changed& changed, std::string* to) {
+  const Entry& entry = changed.entry;
+  *to += fmt::format("{}{} {}\t{}\t{}\t", changed.isListed ? '+' : '-', path.size(), path,
+                     entry.folder, entry.archive);
   if (const auto& file = entry.file) {
     *to += fmt::format("{}\t{}{}\t", file->here, textOf(file->stamp),
                        file->isLockedFromHere ? "locked" : "free");
@@ -137,16 +151,19 @@ void State::writeLine(std::string_view path, const Entry& entry, std::string* to
   } else {
     *to += "-\t";
   }
-  to->append(path).append(1, '\n');
+  *to += '\n';
 }
 
 // After the head come the owner, what is followed, the lines of the origin, and those of familiar
-// directories, "text directory" with a tab between. An empty line ends each of the two.
+// directories, "text directory" with a tab between. An empty line ends each of the two. A file that
+// was cut off lists no files.
 void State::read() {
   os::FileStatus status;
   if (os::readFile(path().c_str(), kLargest, &bytes_, &status) != os::FileResult::kDone) return;
   read_ = status;
   std::string_view text = bytes_;
+  const bool isWhole = text.ends_with(kEnd);
+  if (isWhole) text.remove_suffix(kEnd.size());
   if (takeField(&text, '\n') != kHead || takeField(&text, '\n') != owner_) return;
   follows_ = takeField(&text, '\n');
   while (!text.empty() && !text.starts_with('\n')) {
@@ -159,22 +176,28 @@ void State::read() {
     familiar_.emplace(line, said);
   }
   takeField(&text, '\n');
+  bool areAll = isWhole;
   while (!text.empty()) {
-    std::string_view file;
-    Entry entry;
-    if (readLine(takeField(&text, '\n'), &file, &entry)) {
-      entries_.emplace_hint(entries_.end(), file, std::move(entry));
-    } else {
-      origin_.clear();  // What can't be read may have been a file of the project.
-    }
+    Line line;
+    const bool isLine = readPath(takeField(&text, '\n'), &line) &&
+                        (lines_.empty() || lines_.back().path < line.path);
+    if (isLine) lines_.push_back(line);
+    areAll = areAll && isLine;
   }
+  if (!isWhole && !lines_.empty()) lines_.pop_back();
+  if (!areAll) origin_.clear();
 }
 
 std::vector<FileRecord> State::files() const {
   std::vector<FileRecord> files;
-  for (const auto& [path, entry] : entries_) {
-    if (!entry.isListed) continue;
-    files.push_back({std::string(path), std::string(entry.archive), std::string(entry.folder)});
+  files.reserve(lines_.size());
+  for (const Line& line : lines_) {
+    if (!line.isListed) continue;
+    FileRecord& file = files.emplace_back();
+    file.path = line.path;
+    std::string_view rest = line.rest();
+    file.folder = takeField(&rest);
+    file.archive = takeField(&rest);
   }
   return files;
 }
@@ -188,15 +211,20 @@ void State::keepFiles(const std::vector<FileRecord>& files, const std::string& f
   isChanged_ = isChanged_ || origin != origin_;
   origin_ = origin;
   familiar_.clear();
-  for (auto& [path, entry] : entries_) entry.isListed = false;
+  for (Line& line : lines_) line.isListed = false;
+  for (auto& [path, changed] : changed_) changed.isListed = false;
   for (const FileRecord& file : files) {
-    const auto found = entries_.find(file.path);
-    if (found == entries_.end() && origin.empty()) continue;
-    Entry& entry = found == entries_.end() ? entries_[lasting(file.path)] : found->second;
-    entry.isListed = true;
-    if (origin.empty()) continue;
-    if (entry.archive != file.archive) entry = {true, {}, lasting(file.archive), {}, {}};
-    if (entry.folder != file.folder) entry.folder = lasting(file.folder);
+    const size_t line = lineOf(file.path);
+    const Entry* const entry = entryOf(file.path, file.archive);
+    const bool isSame = entry != nullptr && entry->folder == file.folder;
+    if (line < lines_.size() && (isSame || origin.empty())) {
+      lines_[line].isListed = true;
+    } else if (!origin.empty() || changed_.contains(file.path)) {
+      Changed& changed = changedAt(file.path);
+      changed.isListed = true;
+      if (changed.entry.archive != file.archive) changed.entry = {"", file.archive, {}, {}};
+      changed.entry.folder = file.folder;
+    }
   }
 }
 
@@ -215,17 +243,42 @@ void State::setFamiliar(const std::string& directory, const std::string& text) {
 }
 
 // Files are mostly asked about in the order of their paths, each several times.
+size_t State::lineOf(std::string_view path) const {
+  const auto isAt = [&](size_t line) { return line < lines_.size() && lines_[line].path == path; };
+  if (isAt(next_ + 1)) ++next_;
+  if (!isAt(next_)) {
+    const auto found = std::ranges::lower_bound(lines_, path, {}, &Line::path);
+    next_ = static_cast<size_t>(found - lines_.begin());
+  }
+  return isAt(next_) && !lines_[next_].isReplaced ? next_ : lines_.size();
+}
+
 const State::Entry* State::entryOf(const std::string& path, const std::string& archive) const {
-  for (int step = 0; step < 2 && last_ != entries_.end() && last_->first != path; ++step) ++last_;
-  if (last_ == entries_.end() || last_->first != path) last_ = entries_.find(path);
-  const bool isIt = last_ != entries_.end() && last_->second.archive == archive;
-  return isIt ? &last_->second : nullptr;
+  const Entry* entry = nullptr;
+  const size_t line = lineOf(path);
+  if (line < lines_.size()) {
+    if (line_ != &lines_[line]) readEntry(lines_[line], &entry_);
+    line_ = &lines_[line];
+    entry = &entry_;
+  } else if (const auto found = changed_.find(path); found != changed_.end()) {
+    entry = &found->second.entry;
+  }
+  return entry == nullptr || entry->archive != archive ? nullptr : entry;
+}
+
+State::Changed& State::changedAt(const std::string& path) {
+  const size_t line = lineOf(path);
+  if (line == lines_.size()) return changed_[path];
+  Changed& changed = changed_[path];
+  changed.isListed = lines_[line].isListed;
+  readEntry(lines_[line], &changed.entry);
+  lines_[line].isReplaced = true;
+  return changed;
 }
 
 State::Entry& State::entryFor(const std::string& path, const std::string& archive) {
-  const auto found = entries_.find(path);
-  Entry& entry = found == entries_.end() ? entries_[lasting(path)] : found->second;
-  if (entry.archive != archive) entry = {entry.isListed, {}, lasting(archive), {}, {}};
+  Entry& entry = changedAt(path).entry;
+  if (entry.archive != archive) entry = {"", archive, {}, {}};
   isChanged_ = true;
   return entry;
 }
@@ -251,23 +304,34 @@ void State::setTold(const std::string& path, const std::string& archive, Told to
 }
 
 void State::forget(const std::string& path) {
-  const auto found = entries_.find(path);
-  if (found == entries_.end()) return;
-  found->second.file.reset();
-  found->second.told.reset();
+  if (lineOf(path) == lines_.size() && !changed_.contains(path)) return;
+  Entry& entry = changedAt(path).entry;
+  entry.file.reset();
+  entry.told.reset();
   isChanged_ = true;
 }
 
 void State::follow(std::string_view follows) {
   if (follows_ == shown(follows)) return;
   follows_ = shown(follows);
-  for (auto& [path, entry] : entries_) entry.told.reset();
+  for (const Line& line : lines_) {
+    if (!line.isReplaced) changedAt(std::string(line.path));
+  }
+  for (auto& [path, changed] : changed_) changed.entry.told.reset();
 }
 
-void State::forEachUnlisted(const Visit& visit) const {
-  for (const auto& [path, entry] : entries_) {
-    if (entry.file && !entry.isListed) visit(std::string(path), *entry.file);
+std::map<std::string, FileState> State::unlisted() const {
+  std::map<std::string, FileState> found;
+  for (const Line& line : lines_) {
+    Entry entry;
+    if (line.isListed || line.isReplaced) continue;
+    readEntry(line, &entry);
+    if (entry.file) found.emplace(line.path, *entry.file);
   }
+  for (const auto& [path, changed] : changed_) {
+    if (!changed.isListed && changed.entry.file) found.emplace(path, *changed.entry.file);
+  }
+  return found;
 }
 
 std::string State::path() const { return joined(top_, "state"); }
@@ -284,16 +348,34 @@ bool State::mayWrite() {
   return now == read_;
 }
 
+// Lines that nothing has changed stay as they are.
+void State::writeLines(std::string* to) const {
+  auto next = changed_.begin();
+  const auto writeUpTo = [&](std::string_view end) {
+    for (; next != changed_.end() && (end.empty() || next->first < end); ++next) {
+      const auto& [path, changed] = *next;
+      const Entry& entry = changed.entry;
+      const bool isKnown = (changed.isListed && !origin_.empty()) || entry.file || entry.told;
+      const bool isLine = path.find('\n') == std::string::npos && canStand(entry.archive);
+      if (isKnown && isLine) writeLine(path, changed, to);
+    }
+  };
+  for (const Line& line : lines_) {
+    writeUpTo(line.path);
+    const bool isKnown = line.isListed || !line.text.ends_with("\t-\t-\t");
+    if (line.isReplaced || !isKnown) continue;
+    to->append(1, line.isListed ? '+' : '-').append(line.text.substr(1)).append(1, '\n');
+  }
+  writeUpTo("");
+}
+
 void State::save() {
   if (!isChanged_ || !mayWrite()) return;
   std::string text = fmt::format("{}\n{}\n{}\n{}\n", kHead, owner_, follows_, origin_);
   for (const auto& [directory, said] : familiar_) text += fmt::format("{}\t{}\n", said, directory);
   text += '\n';
-  for (const auto& [path, entry] : entries_) {
-    const bool isKnown = (entry.isListed && !origin_.empty()) || entry.file || entry.told;
-    const bool isLine = path.find('\n') == path.npos && canStand(entry.archive);
-    if (isKnown && isLine) writeLine(path, entry, &text);
-  }
+  writeLines(&text);
+  text += kEnd;
   os::SiblingFile file;
   const bool isWritten = file.open(path()) == os::FileResult::kDone &&
                          file.write(text) == os::FileResult::kDone &&

@@ -10,10 +10,7 @@
 #pragma once
 
 #include <cstdint>
-#include <deque>
-#include <functional>
 #include <map>
-#include <memory_resource>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -73,7 +70,8 @@ class State {
   const std::string* familiar(const std::string& directory) const;
   void setFamiliar(const std::string& directory, const std::string& text);
 
-  // Null for none, and both for what was remembered with another archive.
+  // Null for none, and both for what was remembered with another archive. Good until another path
+  // is asked about.
   const FileState* find(const std::string& path, const std::string& archive) const;
   const Told* told(const std::string& path, const std::string& archive) const;
   void set(const std::string& path, const std::string& archive, FileState state);
@@ -86,28 +84,43 @@ class State {
   // A directory that can't be written remembers nothing, and all still works. What a command found
   // that changes no files is only kept if no other one works here or has been here meanwhile.
   void save();
-  // Each file that is a revision and was not among the files kept, in the order of the paths.
-  using Visit = std::function<void(const std::string& path, const FileState& state)>;
-  void forEachUnlisted(const Visit& visit) const;
+  // The files that are revisions and were not among those kept, by their paths.
+  std::map<std::string, FileState> unlisted() const;
   // When it was written last: a file of that time or later may have changed since unseen.
   int64_t written() const { return read_.nanoseconds; }
 
  private:
   struct Entry {
-    bool isListed = false;  // The project has the file:
-    std::string_view folder;
-    std::string_view archive;
+    std::string folder;
+    std::string archive;
     std::optional<FileState> file;
     std::optional<Told> told;
   };
-  using Entries = std::pmr::map<std::string_view, Entry>;
+  // What the file that was read says of one path. It is taken apart when it is asked for.
+  struct Line {
+    std::string_view path;
+    std::string_view text;  // All of it.
+    bool isListed = false;  // The project has the file.
+    bool isReplaced = false;
 
-  static bool readLine(std::string_view line, std::string_view* path, Entry* entry);
-  static void writeLine(std::string_view path, const Entry& entry, std::string* to);
+    std::string_view rest() const {
+      return text.substr(static_cast<size_t>(path.data() + path.size() + 1 - text.data()));
+    }
+  };
+  // What stands in the place of a line, or has none.
+  struct Changed {
+    bool isListed = false;
+    Entry entry;
+  };
+
+  static bool readPath(std::string_view text, Line* line);
+  static void readEntry(const Line& line, Entry* entry);
+  static void writeLine(const std::string& path, const Changed& changed, std::string* to);
+  void writeLines(std::string* to) const;
+  size_t lineOf(std::string_view path) const;  // Past the end for none that counts.
   const Entry* entryOf(const std::string& path, const std::string& archive) const;
+  Changed& changedAt(const std::string& path);
   Entry& entryFor(const std::string& path, const std::string& archive);
-  // The same text, for as long as this object lives.
-  std::string_view lasting(const std::string& text) { return texts_.emplace_back(text); }
   std::string path() const;
   void read();
   void lock();
@@ -122,11 +135,13 @@ class State {
   std::string follows_;
   std::string origin_;
   std::map<std::string, std::string> familiar_;
-  std::string bytes_;  // Of the file that was read; the entries refer to it and to the next.
-  std::deque<std::string> texts_;
-  std::pmr::monotonic_buffer_resource memory_;
-  Entries entries_{&memory_};
-  mutable Entries::const_iterator last_ = entries_.end();  // That was found: the next is close.
+  std::string bytes_;        // Of the file that was read, to which the next refer.
+  std::vector<Line> lines_;  // By their paths.
+  std::map<std::string, Changed> changed_;
+  mutable size_t next_ = 0;  // The line that was found last: the next is close.
+  // The entry of the line that was asked about last, and which one that is.
+  mutable Entry entry_;
+  mutable const Line* line_ = nullptr;
 };
 
 }  // namespace cli
