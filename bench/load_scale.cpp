@@ -64,9 +64,20 @@ Load openInChild(int documents) {
   return load;
 }
 
+// What is to be reached; 0 for nothing.
+struct Size {
+  int documents;
+  double bytesAim;
+};
+
 void run() {
-  std::printf("%12s %18s %24s\n", "documents", "ns per document", "peak bytes per document");
-  for (const int documents : {1000, 10000, 100000, 1000000}) {
+  constexpr int kUsual = 100000;
+  constexpr double kGrowthAim = 1.1;
+  double usualTime = 0;
+  std::printf("%12s %18s %24s %8s\n", "documents", "ns per document", "peak bytes per document",
+              "aim");
+  for (const auto& [documents, bytesAim] :
+       {Size{1000, 0}, Size{10000, 0}, Size{kUsual, 365}, Size{10 * kUsual, 325}}) {
     const bench::BigDatabase database(documents, false);
     std::vector<double> times;
     std::vector<double> bytes;
@@ -75,8 +86,16 @@ void run() {
       times.push_back(load.seconds * 1e9 / documents);
       bytes.push_back(load.bytes / documents);
     }
-    std::printf("%12d %18.1f %24.1f\n", documents, bench::median(times), bench::median(bytes));
+    char aim[16] = "";
+    if (bytesAim != 0) std::snprintf(aim, sizeof aim, "%.0f", bytesAim);
+    const double time = bench::median(times);
+    std::printf("%12d %18.1f %24.1f %8s\n", documents, time, bench::median(bytes), aim);
     std::fflush(stdout);
+    if (documents == kUsual) usualTime = time;
+    if (documents > kUsual) {
+      std::printf("time per document at %d against at %d: %.3f, aim %.3f\n", documents, kUsual,
+                  time / usualTime, kGrowthAim);
+    }
   }
 }
 

@@ -7,11 +7,11 @@ libcli11-dev libfmt-dev nlohmann-json3-dev scdoc'
 case "${1-}" in
   build) ;;
   test)
-    packages="$packages clang-14 libclang-rt-14-dev clang-format-14 valgrind binutils libglib2.0-dev"
+    packages="$packages clang-14 libclang-rt-14-dev clang-format-14 valgrind binutils libglib2.0-dev libsqlite3-dev"
     packages="$packages git rcs man-db glusterfs-server glusterfs-client python3-zstandard python3-xxhash"
     ;;
   deb) packages="$packages debhelper lintian" ;;
-  bench) packages="$packages libglib2.0-dev rcs" ;;
+  bench) packages="$packages libglib2.0-dev libsqlite3-dev rcs" ;;
   ports) packages="$packages debootstrap g++-i686-linux-gnu g++-s390x-linux-gnu qemu-user" ;;
   windows)
     packages="$packages g++-mingw-w64-x86-64-posix g++-mingw-w64-i686-posix googletest make xz-utils wine64"
