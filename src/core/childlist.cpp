@@ -5,6 +5,7 @@
 #include <climits>
 
 #include "core/folderoptions.h"
+#include "core/prefetch.h"
 
 namespace foldapi {
 
@@ -79,7 +80,12 @@ TVChildList::KeyPrefix TVChildList::KeyPrefix::maskedBy(const KeyPrefix& mask) c
 
 TVChildList::TVChildList(TVHandle* owner, VBool sortable) : owner_(owner), sortable_(sortable) {}
 
-TVChildList::~TVChildList() = default;
+TVChildList::~TVChildList() {
+  for (size_t i = 0; i < handles_.size(); ++i) {
+    if (i + kRoundsAhead < handles_.size()) prefetch(handles_[i + kRoundsAhead].object());
+    handles_[i].moveTo(nullptr);
+  }
+}
 
 TVHandle& TVChildList::add(TVErrorSink& sink, TVObject* child) {
   TVHandle& handle = handles_.emplace_back(&sink, child);
@@ -201,8 +207,11 @@ TVChildList::KeyBytes TVChildList::keyBytes(const Entry& entry, size_t offset,
 void TVChildList::fillPrefixes() {
   prefixKeys_ = keysThatDecide();
   std::string scratch;
-  for (Entry& entry : entries_) {
-    entry.prefix = keyBytes(entry, 0, &scratch).prefix(letterCase_);
+  const size_t count = entries_.size();
+  for (size_t i = 0; i < count; ++i) {
+    if (i + 2 * kRoundsAhead < count) prefetch(entries_[i + 2 * kRoundsAhead].handle);
+    if (i + kRoundsAhead < count) prefetchObject(entries_[i + kRoundsAhead].handle->object());
+    entries_[i].prefix = keyBytes(entries_[i], 0, &scratch).prefix(letterCase_);
   }
   keyChangesAtSort_ = TVObject::keyChanges();
 }
@@ -274,16 +283,17 @@ void TVChildList::sortRun(size_t begin, size_t end, size_t offset) {
                      i});
   }
   std::sort(items.begin(), items.end(), [this](const Item& a, const Item& b) {
-    if (a.prefix == b.prefix) return a.place < b.place;
-    return ascending_ ? a.prefix < b.prefix : b.prefix < a.prefix;
+    const int order = a.prefix.compare(b.prefix);
+    if (order == 0) return a.place < b.place;
+    return ascending_ ? order < 0 : order > 0;
   });
   std::vector<Entry> sorted;
   sorted.reserve(items.size());
   for (const Item& item : items) sorted.push_back(entries_[item.place]);
   std::copy(sorted.begin(), sorted.end(), entries_.begin() + static_cast<std::ptrdiff_t>(begin));
   for (size_t first = 0, next; first < items.size(); first = next) {
-    for (next = first + 1; next < items.size() && items[next].prefix == items[first].prefix;)
-      ++next;
+    next = first + 1;
+    while (next < items.size() && items[next].prefix.compare(items[first].prefix) == 0) ++next;
     if (next > first + 1) sortEqual(begin + first, begin + next, offset);
   }
 }
@@ -459,9 +469,16 @@ int TVChildList::bisect(const std::vector<int>& places, int start, int count) {
   const auto placeOf = [&places](int i) {
     return places.empty() ? i : places[static_cast<size_t>(i)];
   };
-  const auto matchAt = [&](int i) { return match(entries_[static_cast<size_t>(placeOf(i))]); };
+  const auto entryAt = [&](int i) -> const Entry& {
+    return entries_[static_cast<size_t>(placeOf(i))];
+  };
+  const auto matchAt = [&](int i) { return match(entryAt(i)); };
   while (count >= 1) {
     int middle = start + count / 2;
+    if (count > 2) {  // Either half may be next.
+      prefetch(&entryAt(start + count / 4));
+      prefetch(&entryAt(middle + 1 + (count - count / 2 - 1) / 2));
+    }
     int order = matchAt(middle);
     if (order == 0) {
       while (middle > 0 && matchAt(middle - 1) == 0) --middle;
@@ -489,9 +506,8 @@ int TVChildList::match(const Entry& entry) {
     preparePrefix(*entry.handle->object());
   }
   if (find_.prefixed) {
-    const KeyPrefix prefix = entry.prefix.maskedBy(find_.mask);
-    if (prefix != find_.prefix) return find_.prefix < prefix ? -1 : 1;
-    if (find_.isWhole) return 0;
+    const int order = find_.prefix.compare(entry.prefix.maskedBy(find_.mask));
+    if (order != 0 || find_.isWhole) return order;
   }
   return entry.handle->object()->compareKey(find_.key.view(), find_.sortType, find_.letterCase);
 }

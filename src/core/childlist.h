@@ -63,7 +63,13 @@ class TVChildList {
   // 24 bytes of sort keys, each with a NUL after it, as numbers that order as the bytes do.
   struct KeyPrefix {
     std::array<uint64_t, 3> words = {};
-    auto operator<=>(const KeyPrefix&) const = default;
+    // Below, at or above 0. Word by word: a comparison of arrays is a call for their bytes.
+    int compare(const KeyPrefix& other) const {
+      for (size_t i = 0; i < words.size(); ++i) {
+        if (words[i] != other.words[i]) return words[i] < other.words[i] ? -1 : 1;
+      }
+      return 0;
+    }
     KeyPrefix maskedBy(const KeyPrefix& mask) const;
   };
   class KeyBytes;

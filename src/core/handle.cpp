@@ -5,6 +5,7 @@
 #include "core/clienthandles.h"
 #include "core/lockscope.h"
 #include "core/optionarray.h"
+#include "core/prefetch.h"
 #include "core/result.h"
 
 namespace foldapi {
@@ -101,7 +102,10 @@ void TVHandle::buildChildList() {
   auto list = std::make_unique<TVChildList>(this, object->isSortable());
   const std::vector<TVObject*> children = object->childrenInOrder();
   list->reserve(children.size());
-  for (TVObject* child : children) list->add(*sink_, child);
+  for (size_t i = 0; i < children.size(); ++i) {
+    if (i + kRoundsAhead < children.size()) prefetch(children[i + kRoundsAhead]);
+    list->add(*sink_, children[i]);
+  }
   childList_ = std::move(list);
   use.keep();
 }

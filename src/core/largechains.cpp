@@ -7,6 +7,8 @@
 #include <new>
 #include <utility>
 
+#include "core/prefetch.h"
+
 namespace foldapi {
 
 // TagIndex ----------------------------------------------------------------------------------------
@@ -133,6 +135,7 @@ void Chain::trimEnds() {
 bool Chain::settle(uint32_t* ordinal) const {
   uint32_t at = std::max(*ordinal, first_);
   while (at < entries_.size() && entries_[at].value == nullptr) ++at;
+  if (at + kRoundsAhead < entries_.size()) prefetchObject(entries_[at + kRoundsAhead].value);
   *ordinal = at;
   return at < entries_.size();
 }

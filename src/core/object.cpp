@@ -236,10 +236,12 @@ bool TVObject::bringUpToDate(TVHandle& context) {
 // Reads the children again and drops those that another process has removed. What could not be
 // read to its end does not tell which those are.
 void TVObject::reload(TVHandle& context) {
+  const bool hadChildren = children_ != nullptr && !children_->isEmpty();
   forEachChild([](TVObject* child) { child->unseen_ = true; });
   lostChildren_ = true;  // Until all is read, also by way of an exception.
   readData(context, lockData_.get());
   lostChildren_ = false;
+  if (!hadChildren) return;
   const bool complete = readWasComplete();
   forEachChild([&](TVObject* child) {
     if (!child->unseen_) return;

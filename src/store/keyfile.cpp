@@ -10,13 +10,20 @@ namespace foldapi {
 
 namespace {
 
-constexpr std::string_view kBlanks = " \t";
 constexpr std::string_view kEmptiness(" \t\r\n\0", 5);
 constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";
 
-std::string_view withoutLeading(std::string_view text, std::string_view set) {
-  const size_t start = text.find_first_not_of(set);
-  return start == std::string_view::npos ? std::string_view() : text.substr(start);
+std::string_view withoutBlanks(std::string_view text) {
+  while (!text.empty() && (text.front() == ' ' || text.front() == '\t')) text.remove_prefix(1);
+  return text;
+}
+
+// The end of a section's name; npos if it has none.
+size_t endOfName(std::string_view head) {
+  for (size_t i = 0; i < head.size(); ++i) {
+    if (head[i] == '=' || head[i] == ']') return i;
+  }
+  return std::string_view::npos;
 }
 
 std::string_view withoutMark(std::string_view text) {
@@ -34,8 +41,8 @@ bool endsLinesInReturns(std::string_view text) {
 }
 
 bool isSectionLine(std::string_view line) {
-  line = withoutLeading(line.substr(0, line.find('\0')), kBlanks);
-  return line.starts_with('[') && line.find_first_of("=]") != std::string_view::npos;
+  line = withoutBlanks(line.substr(0, line.find('\0')));
+  return line.starts_with('[') && endOfName(line) != std::string_view::npos;
 }
 
 }  // namespace
@@ -87,12 +94,12 @@ KeyFileResult TVKeyFile::nextSection(std::string_view* name, OptionalText* value
   std::string_view head;
   do {
     if (!readLine()) return kKeyFileEnd;
-    head = withoutLeading(line_, kBlanks);
+    head = withoutBlanks(line_);
   } while (head.empty() || head.front() != '[');
   head.remove_prefix(1);
   sectionStart_ = lineStart_;
 
-  const size_t end = head.find_first_of("=]");
+  const size_t end = endOfName(head);
   *name = head.substr(0, end);
   if (end == std::string_view::npos) {
     if (lineEnded_) sectionValue_.reset();
@@ -110,7 +117,7 @@ KeyFileResult TVKeyFile::nextKey(std::string_view* key, OptionalText* value) {
   std::string_view line;
   do {
     if (!readLine()) return kKeyFileEndOfSection;
-    line = withoutLeading(line_, kBlanks);
+    line = withoutBlanks(line_);
   } while (line.empty());
   if (line.front() == '[') {
     pushedBack_ = true;
