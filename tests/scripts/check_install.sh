@@ -16,6 +16,8 @@ DESTDIR=$dir/staged cmake --install "$build" --prefix /opt/foldapi > /dev/null
 (cd "$dir/staged/opt/foldapi" && find . | sort) | diff "$dir/files" -
 grep -qx 'prefix=/opt/foldapi' "$dir"/staged/opt/foldapi/lib*/pkgconfig/foldapi.pc
 [ "$("$usr/bin/trevault" --version)" = "trevault $(pkg-config --modversion "$usr"/lib*/pkgconfig/foldapi.pc)" ]
+head -1 "$source/debian/changelog" | grep -qF "($("$usr/bin/trevault" --version | cut -d ' ' -f 2))" ||
+  fail "debian/changelog doesn't begin with this version"
 completes=$(PATH=$usr/bin:$PATH bash -c ". '$usr/share/bash-completion/completions/trevault'
   COMP_WORDS=(trevault checkin --unch) COMP_CWORD=2; _trevault; echo \"\${COMPREPLY[*]}\"")
 [ "$completes" = --unchanged ] || fail "bash completes --unch as $completes"
