@@ -57,10 +57,6 @@ class Page:
                 self.text.append("```\n%s\n```" % re.sub("(?m)^    ", "", block))
             else:
                 self.text.append(prose(block))
-        # Without a table of its own, "--project" begins what all commands have.
-        place = next((place for place, row in enumerate(self.options) if "--project" in row[0]), None)
-        if place is not None:
-            self.options, self.globals = self.options[:place], self.options[place:]
 
     def synopsis(self):
         command = re.match(r"trevault( [a-z-]+)*", self.usage)[0]

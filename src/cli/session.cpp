@@ -69,6 +69,13 @@ Roots Session::roots() {
       if (!said->empty() && *said != place->path) *place = {*said, reason, true};
     }
   }
+  return chosen(std::move(roots));
+}
+
+Roots Session::ownRoots() const { return chosen(rootsOfProfile()); }
+
+// What the options and the environment say comes before `roots`.
+Roots Session::chosen(Roots roots) const {
   for (auto [option, name, variable, place] :
        {std::tuple(&globals_.publicRoot, "public", "TREVAULT_PUBLIC", &roots.publicRoot),
         std::tuple(&globals_.privateRoot, "private", "TREVAULT_PRIVATE", &roots.privateRoot)}) {
@@ -92,6 +99,14 @@ Place Session::projectName() {
   }
   throw misuse("not in a work directory", fmt::format("no project holds {}", shown(here_)),
                "'trevault project list', then 'trevault join' or -p");
+}
+
+bool Session::hasProject() {
+  try {
+    return !projectName().path.empty();
+  } catch (const Problem&) {
+    return false;
+  }
 }
 
 Project& Session::project() {

@@ -31,12 +31,15 @@ class Session {
   // would take it from everybody.
   std::string placeToWrite(const std::string& typed) const;
 
-  // The roots by the options, the environment, the nearest work directory, the profile.
+  // The roots by the options, the environment, the nearest work directory, the profile; and those
+  // that the user has everywhere, whatever work directory is near.
   Roots roots();
+  Roots ownRoots() const;
   Database& database(Database::Making making = Database::Making::kNot);
 
   // The project that the command is about, and why that one. Misuse if there is none.
   Place projectName();
+  bool hasProject();
   Project& project();
   // Where the user's files of that project are.
   WorkDirectory& work();
@@ -50,6 +53,8 @@ class Session {
   Globals globals_;
   Output& output_;
   std::string here_;
+  Roots chosen(Roots roots) const;
+
   bool isLookedFor_ = false;
   std::optional<WorkDirectory> nearest_;
   std::optional<WorkDirectory> work_;

@@ -73,7 +73,11 @@ class Add : public FileCommand {
     const std::vector<FileRecord> records = recordsOfChosen(places);
     Files files;
     for (const FileRecord& file : records) files.push_back(&file);
-    forEach(files, [&](const FileRecord& file) { create(file); });
+    forEach(
+        files, [&](const FileRecord& file) { create(file); }, [&] { tellMade(); });
+  }
+
+  void tellMade() {
     if (!isDry_) store();
     for (const Made& each : made_) {
       if (!isDry_) local().noteStored(each.file, firstNumber(), each.before, false);

@@ -10,7 +10,7 @@ namespace {
 
 class Cat : public FileCommand {
  public:
-  Cat() : FileCommand("cat", State::Use::kRead) {}
+  Cat() : FileCommand("cat", State::Use::kRead) { takeArchives(); }
 
   void declare(Options& options) override {
     options.text(&revision_, "-r,--revision", "REV", "another revision than the one here");

@@ -29,8 +29,10 @@ class Delete : public FileCommand {
       throw misuse("delete", "which revisions? give -r",
                    "'trevault remove' takes a file out of the project");
     }
-    if (output().manner().yes && !isForced_ && !isDry_) {
-      throw misuse("delete", "revisions would be gone for good", "'--force --yes' says so");
+    const bool isSaid = output().manner().yes;
+    if (!isDry_ && !isForced_ && (isSaid || !output().isAnswered())) {
+      throw Problem{"delete", "revisions would be gone for good", "'--force --yes' says so",
+                    isSaid ? Exit::kMisused : Exit::kFailed};
     }
     std::vector<Plan> plans = collect(chosen());
     size_t count = 0;

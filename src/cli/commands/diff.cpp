@@ -14,7 +14,7 @@ namespace {
 
 class Diff : public FileCommand {
  public:
-  Diff() : FileCommand("diff", State::Use::kRead) {}
+  Diff() : FileCommand("diff", State::Use::kRead) { takeArchives(); }
 
   void declare(Options& options) override {
     options.text(&range_, "-r,--revision", "REV", "against REV, or FROM..TO");

@@ -108,8 +108,7 @@ class ExportCommand : public Command {
         output.problem(problem);
       }
     }
-    const ExportCount count = exportToGit(local, files, wishes, write,
-                                          [&](const std::string& line) { output.aside(line); });
+    const ExportCount count = exportToGit(local, files, wishes, write, output);
     output.result({{"action", "exported"},
                    {"files", count.files},
                    {"revisions", count.revisions},

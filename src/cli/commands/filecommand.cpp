@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <utility>
 
+#include "btkf520/btkf520.h"
 #include "cli/archives/batch.h"
 #include "cli/commands/message.h"
 #include "cli/text/text.h"
@@ -39,12 +40,12 @@ void FileCommand::declareNull(Options& options, const char* help) {
   hasNull_ = true;
 }
 
-void FileCommand::declareNames(Options& options, Need need, const char* help) {
+void FileCommand::declareNames(Options& options, Need need, const char* help, const char* word) {
   options.text(&namesFile_, "--files-from", "FILE", "further names, one a line; - for the input");
   if (!hasNull_) declareNull(options, "the names in that file are ended by NUL");
   const bool isRequired = need == Need::kRequired;
   if (help == nullptr) help = isRequired ? "files and directories" : "else all of the project";
-  options.words(&names_, "FILE", need, help, &namesFile_);
+  options.words(&names_, word, need, help, &namesFile_);
 }
 
 void FileCommand::declareFiles(Options& options, Need need, const char* help) {
@@ -61,8 +62,24 @@ void FileCommand::readNames() {
 }
 
 LocalFiles& FileCommand::local() const {
-  if (!local_) local_.emplace(*session_, isDry_ ? State::Use::kRead : use_, looking_);
-  return *local_;
+  if (local_) return *local_;
+  const auto archives = archivesNamed();
+  return archives.empty() ? local_.emplace(*session_, isDry_ ? State::Use::kRead : use_, looking_)
+                          : local_.emplace(*session_, archives);
+}
+
+// All names, if they are those of archives, and there is no project to say whose they are.
+std::vector<std::string> FileCommand::archivesNamed() const {
+  std::vector<std::string> paths;
+  if (!takesArchives_ || names_.empty() || session_->hasProject()) return {};
+  for (const std::string& name : names_) {
+    paths.push_back(session_->absolute(name));
+    char owner[256];
+    if (TrvsGetOwner(TRVS_CONTEXT, paths.back().c_str(), owner, sizeof owner) != TRVS_DONE) {
+      return {};
+    }
+  }
+  return paths;
 }
 
 Subject FileCommand::about(const FileRecord& file, const std::string& revision) const {
@@ -167,7 +184,7 @@ class FileCommand::Group {
   size_t failed_ = 0;
 };
 
-size_t FileCommand::forEach(const Files& files, const Step& step) {
+size_t FileCommand::forEach(const Files& files, const Step& step, const Deed& last) {
   Group group(*this);
   group_ = &group;
   count_ = files.size();
@@ -193,6 +210,7 @@ size_t FileCommand::forEach(const Files& files, const Step& step) {
   group.settle();
   output().end();
   group_ = nullptr;
+  if (last) last();
   if (wish) output().stop(*wish);
   tellFailed(session(), name_, group.failed(), files.size());
   return tried - group.failed();

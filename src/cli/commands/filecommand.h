@@ -43,7 +43,8 @@ class FileCommand : public Command {
   // The files that it is about. `help` tells which they are if none are named, or what may be.
   void declareFiles(Options& options, Need need, const char* help = nullptr);
   // The same for names of which a folder makes no choice.
-  void declareNames(Options& options, Need need, const char* help = nullptr);
+  void declareNames(Options& options, Need need, const char* help = nullptr,
+                    const char* word = "FILE");
   // For commands that can list names alone; before the two.
   void declareNull(Options& options, const char* help = "names alone, each ended by NUL");
 
@@ -57,14 +58,17 @@ class FileCommand : public Command {
   bool isWhole() const { return names_.empty() && folder_.empty(); }
   // Of the whole project some files have a revision: the others are counted on the standard error.
   void leaveOutLacking(const std::string& revision, Files* files) const;
+  // For commands that read archives without a project too, where these are named.
+  void takeArchives() { takesArchives_ = true; }
   // For the words of a problem.
   Subject about(const FileRecord& file, const std::string& revision = "") const;
 
   // To how many files it was done. `step` gets each and may throw Problem. What the steps change in
   // archives waits for the disk in groups; what they leave to later() is done file by file when
-  // their group is there, and is not done for a file whose change did not get there.
-  size_t forEach(const Files& files, const Step& step);
+  // their group is there, and is not done for a file whose change did not get there. `last` comes
+  // after all of them, and before it is told that the user has stopped the command.
   using Deed = std::function<void()>;
+  size_t forEach(const Files& files, const Step& step, const Deed& last = {});
   void later(Deed deed) const;
   // A question about one of the files comes when all is told of those before it.
   bool ask(const std::string& question) const;
@@ -96,8 +100,10 @@ class FileCommand : public Command {
   class Group;
 
   void readNames();
+  std::vector<std::string> archivesNamed() const;
 
   const char* name_;
+  bool takesArchives_ = false;
   Group* group_ = nullptr;
   std::string namesFile_;
   bool hasNull_ = false;

@@ -23,6 +23,7 @@
 #include "os/directory.h"
 #include "os/file.h"
 #include "os/place.h"
+#include "os/stop.h"
 
 namespace cli {
 namespace {
@@ -37,7 +38,7 @@ class ImportRcs : public FileCommand {
   void declare(Options& options) override {
     options.text(&folder_, "-f,--folder", "NAME", "the folder that they go to");
     declareDry(options);
-    options.words(&names_, "FILE,v", Need::kRequired, "RCS files, and directories that hold some");
+    declareNames(options, Need::kRequired, "RCS files, and directories that hold some", "FILE,v");
   }
 
  private:
@@ -50,6 +51,14 @@ class ImportRcs : public FileCommand {
   };
   using Jobs = std::vector<std::unique_ptr<Job>>;
 
+  // An RCS file.
+  struct Found {
+    std::string source;
+    std::string typed;
+    std::string path;  // From the directory of the shell on.
+    bool isNamed;
+  };
+
   void work() override {
     places_ = std::make_unique<NewFiles>(session(), folder_);
     for (const FileRecord& file : local().files()) known_[file.path] = file.archive;
@@ -58,7 +67,19 @@ class ImportRcs : public FileCommand {
     if (!isDry_) places_->askForPlace("import-rcs");
     scratch_ = absolutePath(local().directory().top, ".trevault/import");
     for (const std::string& name : names_) collect(name);
-    importGroup();
+    output().begin(found_.size());
+    try {
+      for (const Found& each : found_) {
+        output().mayStop();
+        if (!guarded([&] { take(each); })) output().step();
+      }
+      importGroup();
+      output().end();
+    } catch (const Problem& problem) {
+      if (problem.exit != Exit::kCancelled) throw;
+      output().end();
+      output().stop(problem);
+    }
     tellSum();
   }
 
@@ -70,7 +91,7 @@ class ImportRcs : public FileCommand {
       return;
     }
     if (!os::directoryState(whole.c_str())) {
-      guarded([&] { take(whole, name, std::string(namePart(whole)), true); });
+      found_.push_back({whole, name, std::string(namePart(whole)), true});
       return;
     }
     walk(whole, ".", Ignoring::kNot, [&](const std::string& path) {
@@ -79,7 +100,7 @@ class ImportRcs : public FileCommand {
       for (const std::string& part : split(path, '/')) {
         if (part != "RCS") below = joined(below, part);
       }
-      guarded([&] { take(joined(whole, path), joined(name, path), below, false); });
+      found_.push_back({joined(whole, path), joined(name, path), below, false});
     });
   }
 
@@ -88,27 +109,29 @@ class ImportRcs : public FileCommand {
       step();
       return true;
     } catch (const Problem& problem) {
+      if (problem.exit == Exit::kCancelled) throw;
       output().problem(problem);
       ++failed_;
       return false;
     }
   }
 
-  void take(const std::string& source, const std::string& typed, std::string path, bool isNamed) {
+  void take(const Found& found) {
+    std::string path = found.path;
     if (path.ends_with(",v")) path.resize(path.size() - 2);
     path = joined(base_, path);
     const FileRecord file = places_->record(path);
     const auto known = known_.find(path);
     if (known != known_.end()) {
       // The same command goes on after it was stopped: what it has done is done.
-      if (!isNamed && known->second == file.archive) {
+      if (!found.isNamed && known->second == file.archive) {
         ++skipped_;
-        return;
+        return output().step();
       }
       throw Problem{shownPath(file), "in the project already", ""};
     }
     static_cast<void>(local().pathOf(file));
-    auto job = std::make_unique<Job>(source, file, typed);
+    auto job = std::make_unique<Job>(found.source, file, found.typed);
     job->import.tryOut();
     known_[path] = file.archive;
     bytes_ += job->import.size();
@@ -128,10 +151,12 @@ class ImportRcs : public FileCommand {
       if (!job->draft.empty() && !job->isGood)
         static_cast<void>(os::removeFile(job->draft.c_str()));
       if (job->isGood) tellFile(job->import);
+      if (job->isGood || !os::isStopWanted()) output().step();
     }
     clear(scratch_);
     jobs_.clear();
     bytes_ = 0;
+    output().mayStop();
   }
 
   // A change of each file in turn: the engine brings those of one round to the disk together.
@@ -149,7 +174,7 @@ class ImportRcs : public FileCommand {
       active.push_back(job.get());
     }
     static_cast<void>(TrvsBeginBatch(TRVS_CONTEXT));
-    while (!active.empty()) {
+    while (!active.empty() && !os::isStopWanted()) {
       std::erase_if(active, [&](Job* job) {
         bool goesOn = false;
         const std::string scratch = joined(scratch_, namePart(job->draft));
@@ -158,6 +183,7 @@ class ImportRcs : public FileCommand {
       });
     }
     static_cast<void>(TrvsEndBatch(TRVS_CONTEXT));  // What it undoes the comparison finds.
+    for (Job* job : active) job->isGood = false;
   }
 
   void finish(Job& job) {
@@ -173,6 +199,7 @@ class ImportRcs : public FileCommand {
       }
     }
     job.import.compare(job.draft, &compared_);
+    output().count(job.import.size());
     if (os::moveFile(job.draft, file.archive) != os::FileResult::kDone) {
       throw Problem{shownPath(file), fmt::format("{} can't be made", shown(file.archive)),
                     "see who owns the directory"};
@@ -261,7 +288,7 @@ class ImportRcs : public FileCommand {
                                 number(compared_), counted(revisions_, "revision")));
       output().hint("'trevault checkout' brings them here");
     } else if (failed_ + skipped_ == 0) {
-      output().line("nothing to import");
+      tellNothing("nothing to import");
     }
     if (failed_ > 0 && failed_ + imported_ > 1) {
       output().problem(
@@ -276,6 +303,7 @@ class ImportRcs : public FileCommand {
   std::map<std::string, std::string> known_;  // Archives, by path.
   std::string base_;                          // Where the files go, from the top.
   std::string scratch_;
+  std::vector<Found> found_;
   Jobs jobs_;
   uint64_t bytes_ = 0;
   size_t imported_ = 0;

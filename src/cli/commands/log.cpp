@@ -25,7 +25,7 @@ Fields itemOf(const FileRecord& file, const RevisionInfo& revision) {
 
 class Log : public FileCommand {
  public:
-  Log() : FileCommand("log", State::Use::kRead) {}
+  Log() : FileCommand("log", State::Use::kRead) { takeArchives(); }
 
   void declare(Options& options) override {
     options.text(&range_, "-r,--revision", "FROM..TO", "these revisions only, or one");

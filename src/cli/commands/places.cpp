@@ -34,9 +34,9 @@ bool isEmptyOrDatabase(const std::string& directory) {
 // Makes both roots and stores them in the profile.
 class Init : public Command {
  public:
-  void declare(Options&) override {}
+  void declare(Options& options) override { options.dryRun(&isDry_); }
   void run(Session& session) override {
-    const Roots roots = session.roots();
+    const Roots roots = session.ownRoots();
     const std::string& team = roots.publicRoot.path;
     if (!isEmptyOrDatabase(team)) {
       throw Problem{team, "is not empty and no project database", "choose an empty directory",
@@ -44,20 +44,29 @@ class Init : public Command {
     }
     const bool isNew = !os::hasEntry(joined(team, kList).c_str());
     const bool isOwnNew = !os::hasEntry(roots.privateRoot.path.c_str());
-    makeRoot(roots.privateRoot.path);
-    makeRoot(team);
-    const std::string group = isNew ? os::shareWithGroup(team) : "";
-    const size_t projects = session.database(Database::Making::kAllowed).projects().size();
-    if (isNew) os::shareWithGroup(joined(team, kList));
-    storeRoots(roots);
-    std::string state = isNew ? "made" : "is there";
-    if (!group.empty()) state += fmt::format(", everybody in the group {} may write", group);
-    if (projects > 0) state += ", with " + counted(projects, "project");
-    tell(session.output(), roots, state, isOwnNew ? "made" : "is there");
-    session.output().set("made", isNew);
+    const char* const made = isDry_ ? "would be made" : "made";
+    std::string state = isNew ? made : "is there";
+    if (!isDry_) state += make(roots, isNew);
+    tell(session.output(), roots, state, isOwnNew ? made : "is there");
+    session.output().set("made", isNew && !isDry_);
   }
 
  private:
+  // Gives what there is to say of the public root.
+  static std::string make(const Roots& roots, bool isNew) {
+    const std::string& team = roots.publicRoot.path;
+    makeRoot(roots.privateRoot.path);
+    makeRoot(team);
+    const std::string group = isNew ? os::shareWithGroup(team) : "";
+    const size_t projects = Database(roots, Database::Making::kAllowed).projects().size();
+    if (isNew) os::shareWithGroup(joined(team, kList));
+    storeRoots(roots);
+    std::string said;
+    if (!group.empty()) said = fmt::format(", everybody in the group {} may write", group);
+    if (projects > 0) said += ", with " + counted(projects, "project");
+    return said;
+  }
+
   static void makeRoot(const std::string& directory) {
     const std::string above = os::parentOf(directory);
     if (os::makeDirectories(directory)) {
@@ -68,18 +77,21 @@ class Init : public Command {
                   fmt::format("ask who owns {}, or choose another with --public", above)};
   }
 
-  static void tell(Output& output, const Roots& roots, const std::string& state,
-                   const std::string& ownState) {
+  void tell(Output& output, const Roots& roots, const std::string& state,
+            const std::string& ownState) const {
     for (const std::string& line :
          table({{"public root ", roots.publicRoot.path, "  " + state},
                 {"private root", roots.privateRoot.path, "  " + ownState}})) {
       output.line(line);
     }
-    output.line("both are in the profile now, and taken by every command");
+    output.line(fmt::format("both {} in the profile {}, and taken by every command",
+                            isDry_ ? "would be" : "are", isDry_ ? "then" : "now"));
     output.set("public", roots.publicRoot.path);
     output.set("private", roots.privateRoot.path);
     output.set("profile", foldapi::profilePath());
   }
+
+  bool isDry_ = false;
 };
 
 // Every place, and why it was taken.

@@ -102,12 +102,16 @@ class Access : public FileCommand {
     if (!added_.empty()) askFor(files);
     forEach(files, [&](const FileRecord& file) {
       change(file);
-      const auto users = accessOf(file);
-      const std::string owner = ownerOf(file);
-      output().result({{"file", file.path}, {"owner", owner}, {"users", users}},
-                      fmt::format("{}  {}, owner {}", shownPath(file),
-                                  users.empty() ? "everybody" : listed(users), owner));
+      later([this, &file] { tell(file); });  // To read it now would wait for the disk.
     });
+  }
+
+  void tell(const FileRecord& file) const {
+    const auto users = accessOf(file);
+    const std::string owner = ownerOf(file);
+    output().result({{"file", file.path}, {"owner", owner}, {"users", users}},
+                    fmt::format("{}  {}, owner {}", shownPath(file),
+                                users.empty() ? "everybody" : listed(users), owner));
   }
 
   // The first name on a list shuts everybody else out.
@@ -211,22 +215,26 @@ class Attributes : public FileCommand {
                          counted(files.size(), "file")));
     }
     forEach(files, [&](const FileRecord& file) {
-      const Subject subject = about(file);
       if (!isDry_ && (set | cleared) != 0) {
-        check(TrvsSetAttributes(TRVS_CONTEXT, file.archive.c_str(), set, cleared), subject);
+        check(TrvsSetAttributes(TRVS_CONTEXT, file.archive.c_str(), set, cleared), about(file));
       }
-      uint32_t has = 0;
-      check(TrvsGetAttributes(TRVS_CONTEXT, file.archive.c_str(), &has), subject);
-      if (isDry_) has = (has | set) & ~cleared;
-      std::vector<std::string> names;
-      for (const auto& [name, bit] : kAttributes) {
-        if ((has & bit) != 0) names.emplace_back(name);
-      }
-      output().result(
-          {{"file", file.path}, {"attributes", names}},
-          fmt::format("{}  {}", subject.file,
-                      names.empty() ? "none" : fmt::format("{}", fmt::join(names, ", "))));
+      later([=, this, &file] { tell(file, isDry_ ? set : 0, isDry_ ? cleared : 0); });
     });
+  }
+
+  // With what would be set and cleared.
+  void tell(const FileRecord& file, uint32_t set, uint32_t cleared) const {
+    uint32_t has = 0;
+    check(TrvsGetAttributes(TRVS_CONTEXT, file.archive.c_str(), &has), about(file));
+    has = (has | set) & ~cleared;
+    std::vector<std::string> names;
+    for (const auto& [name, bit] : kAttributes) {
+      if ((has & bit) != 0) names.emplace_back(name);
+    }
+    output().result(
+        {{"file", file.path}, {"attributes", names}},
+        fmt::format("{}  {}", shownPath(file),
+                    names.empty() ? "none" : fmt::format("{}", fmt::join(names, ", "))));
   }
 
   std::vector<std::string> set_;

@@ -140,9 +140,7 @@ class Rename : public RecordCommand {
     if (isKnown || (hasOld && hasNew)) {
       throw Problem{shownName(path), "is there already", "choose another name"};
     }
-    if (path.find('\n') != std::string::npos) {
-      throw misuse(path, "a file's name can't hold a line end", "choose another name");
-    }
+    refuseUnstorable(path);
   }
 
   void rename(const FileRecord& file, const std::string& path) const {
@@ -198,7 +196,7 @@ class Import : public FileCommand {
     options.text(&as_, "--as", "FILE", "what the file of one archive is to be called");
     options.text(&folder_, "-f,--folder", "NAME", "the folder that they go to");
     declareDry(options);
-    options.words(&names_, "ARCHIVE", Need::kRequired, "archives, and directories of them");
+    declareNames(options, Need::kRequired, "archives, and directories of them", "ARCHIVE");
   }
 
  private:

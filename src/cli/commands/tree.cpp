@@ -19,7 +19,7 @@ namespace {
 
 class Tree : public FileCommand {
  public:
-  Tree() : FileCommand("tree", State::Use::kRead) {}
+  Tree() : FileCommand("tree", State::Use::kRead) { takeArchives(); }
 
   void declare(Options& options) override {
     options.text(&picture_, "--svg", "OUT",
@@ -66,13 +66,14 @@ class Tree : public FileCommand {
   }
 
   void store(const std::string& path, const std::string& svg) {
-    os::FileStatus status;
-    const bool isThere = os::readStatus(path.c_str(), &status) == os::FileResult::kDone;
     os::Place place;
     os::File old;
+    const bool hasPlace = os::Place::find(path, &place) == os::FileResult::kDone;
+    const os::FileResult opened =
+        hasPlace ? old.open(place, os::File::Access::kUpdate) : os::FileResult::kFailed;
+    const bool isThere = opened == os::FileResult::kDone;
     const bool isDone =
-        os::Place::find(path, &place) == os::FileResult::kDone &&
-        (!isThere || old.open(place, os::File::Access::kUpdate) == os::FileResult::kDone) &&
+        (isThere || opened == os::FileResult::kMissing) &&
         os::replaceFile(place, isThere ? &old : nullptr, svg, nullptr) == os::FileResult::kDone;
     if (!isDone) throw Problem{picture_, "can't be written", "see who owns it and its directory"};
   }

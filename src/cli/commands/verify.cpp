@@ -18,7 +18,7 @@ namespace {
 
 class Verify : public FileCommand {
  public:
-  Verify() : FileCommand("verify", State::Use::kRead) {}
+  Verify() : FileCommand("verify", State::Use::kRead) { takeArchives(); }
 
   void declare(Options& options) override {
     options.flag(&isEverywhere_, "--everywhere", "in all projects");

@@ -38,6 +38,9 @@ struct FileRecord {
   std::string folder;   // Empty: in none.
 };
 
+// Throws Problem for a path that the text of a record would not bring back.
+void refuseUnstorable(const std::string& path);
+
 // A folder of a project: a named part with its own place in the work directory.
 struct FolderRecord {
   std::string name;

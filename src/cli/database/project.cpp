@@ -251,16 +251,6 @@ TVArchiveFolderHandle findFolder(TVHandle& project, const std::string& name) {
   throw misuse(name, "no such folder", "'trevault folder list' lists them");
 }
 
-// What the text of a record would not bring back.
-void refuseUnstorable(const std::string& path) {
-  const auto directories = split(directoryPart(path), '/');
-  const bool endsInDot = std::any_of(directories.begin(), directories.end(),
-                                     [](const std::string& each) { return each.ends_with('.'); });
-  if (endsInDot) throw Problem{path, "a directory's name can't end in a dot", "rename it"};
-  if (path.find_first_of("];\n") == std::string::npos) return;
-  throw Problem{path, "a file's name can't hold ';', ']' or a line end", "rename it"};
-}
-
 // What a record below `parent` says of a file: its path counts from the folder's place.
 foldapi::TVMemberNames namesOf(const FileRecord& file, const std::string& folderDirectory) {
   std::string path = file.path;
@@ -294,6 +284,15 @@ TVArchiveMemberHandle findMember(TVHandle& parent, const std::string& top, const
 }
 
 }  // namespace
+
+void refuseUnstorable(const std::string& path) {
+  const auto directories = split(directoryPart(path), '/');
+  const bool endsInDot = std::any_of(directories.begin(), directories.end(),
+                                     [](const std::string& each) { return each.ends_with('.'); });
+  if (endsInDot) throw Problem{path, "a directory's name can't end in a dot", "rename it"};
+  if (path.find_first_of("\\];\n") == std::string::npos) return;
+  throw Problem{path, "a file's name can't hold '\\', ';', ']' or a line end", "rename it"};
+}
 
 void Project::addFiles(const std::vector<FileRecord>& files, const Failed& failed) {
   Messages::instance().forget();

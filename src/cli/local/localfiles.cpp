@@ -59,6 +59,20 @@ LocalFiles::LocalFiles(Session& session, State::Use use, Looking looking)
   state_.follow(nameFollowed());
 }
 
+LocalFiles::LocalFiles(Session& session, const std::vector<std::string>& archives)
+    : session_(session),
+      directory_{.top = "/", .project = ""},
+      state_(directory_.top, "", State::Use::kRead),
+      kept_(directory_.top),
+      use_(State::Use::kRead),
+      isOfProject_(false) {
+  for (const std::string& archive : archives) {
+    files_.push_back({relativePath(directory_.top, archive), archive, ""});
+  }
+  attachEngine(trustsConfigurations);
+  user_ = presentUser();
+}
+
 // The list that is remembered, if it is the project's still. Names that differ in letter case are
 // left: what is there by the name remembered has no other.
 bool LocalFiles::takeKept(Looking looking) {
@@ -108,6 +122,7 @@ std::string LocalFiles::pathToWrite(const FileRecord& file) const {
 
 std::string LocalFiles::pathFromHere(const FileRecord& file) const {
   const std::string path = absolutePath(directory_.top, file.path);
+  if (!isOfProject_) return session_.fromHere(path);
   const bool isInside = isBelow(directory_.top, session_.here());
   return isInside ? relativePath(session_.here(), path) : file.path;
 }
@@ -345,6 +360,7 @@ Told LocalFiles::toldBy(const Read& read, const FileRecord& file) {
 }
 
 void LocalFiles::save() {
+  if (!isOfProject_) return;
   for (const FileRecord& file : files_) {
     const auto read = histories_.find(file.archive);
     if (read == histories_.end() || state_.told(file.path, file.archive) != nullptr) continue;
@@ -400,7 +416,7 @@ void LocalFiles::listLabelled(const std::string& label,
 
 std::vector<FileRecord> LocalFiles::formerFiles(const std::string& label) {
   std::vector<FileRecord> former;
-  if (label.empty()) return former;
+  if (label.empty() || !isOfProject_) return former;
   std::set<std::pair<std::string, std::string>> present;
   for (const FileRecord& each : files_) present.emplace(each.archive, each.path);
   const LabelList list = labelList(label);
@@ -508,7 +524,9 @@ Stamp LocalFiles::stampOf(const FileRecord& file) const {
 
 void LocalFiles::note(const FileRecord& file, const std::string& revision, bool isLocked) {
   const Stamp stamp = stampOf(file);
-  if (stamp != Stamp()) note(file, revision, stamp, isLocked);
+  if (stamp == Stamp()) return;
+  note(file, revision, stamp, isLocked);
+  session_.output().count(stamp.size);
 }
 
 // Keywords are expanded in a file of another inode.
@@ -517,6 +535,7 @@ void LocalFiles::noteStored(const FileRecord& file, const std::string& revision,
   const Stamp stamp = stampOf(file);
   const bool isStored = stamp == before || isThere(file, revision);
   note(file, revision, isStored ? stamp : Stamp(), isLocked);
+  session_.output().count(stamp.size);
 }
 
 void LocalFiles::note(const FileRecord& file, const std::string& revision, const Stamp& stamp,

@@ -33,6 +33,8 @@ class LocalFiles {
   // What is looked at besides files where the list of them is remembered.
   enum class Looking { kFilesOnly, kArchivesToo };
   LocalFiles(Session& session, State::Use use, Looking looking = Looking::kArchivesToo);
+  // Archives as they are, of no project: files with their paths. To be read only.
+  LocalFiles(Session& session, const std::vector<std::string>& archives);
 
   const WorkDirectory& directory() const { return directory_; }
   const std::vector<FileRecord>& files() const { return files_; }
@@ -188,6 +190,7 @@ class LocalFiles {
   State state_;
   Kept kept_;
   State::Use use_;
+  bool isOfProject_ = true;
   std::vector<Look> filesSeen_;  // By their places; empty if all weren't looked at, as the next.
   std::vector<Look> archivesSeen_;
   std::string user_;

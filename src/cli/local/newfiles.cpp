@@ -34,6 +34,7 @@ NewFiles::NewFiles(Session& session, std::string folder)
 }
 
 FileRecord NewFiles::record(const std::string& path, const std::string& archive) const {
+  refuseUnstorable(path);
   return {path, archive.empty() ? archiveOf(path) : archive, folderOf(path)};
 }
 
@@ -108,9 +109,6 @@ void makePlaceOf(const FileRecord& file) {
                   fmt::format("its archive's name would have {} bytes, and {} is the most", size,
                               kLongestName),
                   "'trevault add --archive PATH' gives it a shorter one"};
-  }
-  if (file.path.find('\n') != std::string::npos) {
-    throw Problem{file.path, "a file's name can't hold a line end", "rename it"};
   }
   makeShared(os::parentOf(file.archive));
 }

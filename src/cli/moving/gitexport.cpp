@@ -125,15 +125,19 @@ struct Branch {
 class Export {
  public:
   Export(LocalFiles& local, const std::vector<const FileRecord*>& files, const ExportWishes& wishes,
-         const std::function<void(std::string_view)>& write,
-         const std::function<void(const std::string&)>& told)
-      : local_(local), files_(files), wishes_(wishes), stream_(write), told_(told) {}
+         const std::function<void(std::string_view)>& write, Output& output)
+      : local_(local), files_(files), wishes_(wishes), stream_(write), output_(output) {}
 
   ExportCount run() {
     findLines();
     findNames();
     findBranches();
-    for (Line& each : lines_) writeContents(&each);
+    output_.begin(lines_.size());
+    for (Line& each : lines_) {
+      writeContents(&each);
+      output_.step();
+    }
+    output_.end();
     expectStates();
     writeMain();
     for (const Branch& each : branches_) each.label.empty() ? writeLimb(each) : writeBranch(each);
@@ -321,7 +325,7 @@ class Export {
   void tellName(const char* what, const std::string& label, const std::string& reference) const {
     const std::string name = reference.substr(reference.find('/', sizeof "refs/" - 1) + 1);
     if (!label.empty() && name != label) {
-      told_(fmt::format("label {} becomes the {} {}", shown(label), what, shown(name)));
+      output_.aside(fmt::format("label {} becomes the {} {}", shown(label), what, shown(name)));
     }
   }
 
@@ -332,21 +336,17 @@ class Export {
     line->contents = &found->second;
     if (!isNew) return;
     const FileRecord& file = line->file;
-    const auto texts = fetchList(
-        [&](char* buffer, int32_t size) {
-          return TrvsListContents(TRVS_CONTEXT, file.archive.c_str(), nullptr, buffer, size);
-        },
-        {.file = file.path, .archive = file.archive});
-    std::map<std::string, uint64_t> sizes;
-    for (size_t i = 0; i + 4 < texts.size(); i += 5) sizes[texts[i]] = std::stoull(texts[i + 1]);
+    auto sizes = sizesOf(file.archive, file.path);
     for (const RevisionInfo& each : line->history->revisions()) {
-      found->second.push_back(writeContent(*line, each.number, sizes[each.number]));
+      found->second.push_back(
+          writeContent(*line, each.number, static_cast<uint64_t>(sizes[each.number])));
     }
     count_.revisions += found->second.size();
   }
 
   // As a check-out gives it. How long it is then with keywords nobody knows before.
   Mark writeContent(const Line& line, const std::string& number, uint64_t size) {
+    output_.mayStop();
     const FileRecord& file = line.file;
     const auto fail = [&](int32_t status) {
       throw Problem{shown(file.path),
@@ -371,6 +371,7 @@ class Export {
       stream_.write(bytes);
     });
     if (written != size) fail(TRVS_DONE);
+    output_.count(written);
     stream_.write("\n");
     return mark;
   }
@@ -486,6 +487,7 @@ class Export {
   }
 
   Mark write(const GitStream::Commit& commit) {
+    output_.mayStop();
     ++count_.commits;
     return stream_.commit(commit);
   }
@@ -627,7 +629,7 @@ class Export {
   const std::vector<const FileRecord*>& files_;
   const ExportWishes& wishes_;
   GitStream stream_;
-  const std::function<void(const std::string&)>& told_;
+  Output& output_;
   ExportCount count_;
   std::deque<Line> lines_;
   std::map<std::string, Line*> byArchive_;  // The first one of each.
@@ -647,9 +649,8 @@ class Export {
 
 ExportCount exportToGit(LocalFiles& local, const std::vector<const FileRecord*>& files,
                         const ExportWishes& wishes,
-                        const std::function<void(std::string_view bytes)>& write,
-                        const std::function<void(const std::string& line)>& told) {
-  return Export(local, files, wishes, write, told).run();
+                        const std::function<void(std::string_view bytes)>& write, Output& output) {
+  return Export(local, files, wishes, write, output).run();
 }
 
 }  // namespace cli

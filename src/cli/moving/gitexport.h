@@ -21,6 +21,7 @@
 #include <string_view>
 
 #include "cli/local/localfiles.h"
+#include "cli/terminal/output.h"
 
 namespace cli {
 
@@ -37,12 +38,11 @@ struct ExportWishes {
   std::map<std::string, std::string> identities;  // By user: "Ann Lee <ann@example.com>".
 };
 
-// Writes the history of `files` with `write`. No content is held as a whole. What else took another
-// name on the way is told to `told`, as a line. Throws Problem: nothing is true after a revision
-// that can't be read.
+// Writes the history of `files` with `write`. No content is held as a whole. What took another
+// name on the way is told to `output`, beside the result. Throws Problem: nothing is true after a
+// revision that can't be read, or if the user stops it.
 ExportCount exportToGit(LocalFiles& local, const std::vector<const FileRecord*>& files,
                         const ExportWishes& wishes,
-                        const std::function<void(std::string_view bytes)>& write,
-                        const std::function<void(const std::string& line)>& told);
+                        const std::function<void(std::string_view bytes)>& write, Output& output);
 
 }  // namespace cli

@@ -126,7 +126,9 @@ std::vector<std::string> commandsIn(std::string_view todo) {
   }
 }
 
+// What a command that was stopped does again from the start.
 constexpr std::string_view kReading = "reading";
+constexpr std::string_view kExporting = "exporting";
 
 // What the program is doing while a command works.
 std::string_view doing(std::string_view command) {
@@ -136,7 +138,7 @@ std::string_view doing(std::string_view command) {
       {"follow", "checking out"}, {"checkin", "checking in"},   {"lock", "locking"},
       {"unlock", "unlocking"},    {"revert", "reverting"},      {"label", "labelling"},
       {"promote", "promoting"},   {"describe", "describing"},   {"delete", "deleting"},
-      {"access", "changing"},     {"attributes", "changing"},
+      {"access", "changing"},     {"attributes", "changing"},   {"export", kExporting},
   };
   for (const auto& [name, words] : kChanges) {
     if (command == name) return words;
@@ -339,7 +341,9 @@ void Output::stop(const Problem& problem) {
 
 Problem Output::stopped() const {
   const Advance& now = bar_.now();
-  if (now.total < 2 || now.doing == kReading) return {command_, "stopped", "", Exit::kCancelled};
+  if (now.total < 2 || now.doing == kReading || now.doing == kExporting) {
+    return {command_, "stopped", "", Exit::kCancelled};
+  }
   return {command_,
           fmt::format("stopped, {} of {} files done", number(now.done), number(now.total)),
           "the same command goes on from there", Exit::kCancelled};
