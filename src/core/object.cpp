@@ -29,6 +29,7 @@ TVObject::TVObject(TVObject* owner, TVCaching caching)
 // referred to: every reference on a child counts here as well.
 TVObject::~TVObject() {
   forEachChild([](TVObject* child) {
+    child->isInTable_ = false;
     child->owner_ = nullptr;
     delete child;
   });
@@ -164,7 +165,7 @@ void TVObject::releaseReference(int count) {
   while (object != nullptr) {
     TVObject* owner = object->owner_;
     object->refCount_ -= count;
-    if (object->refCount_ < 1) delete object;
+    if (object->refCount_ < 1 && !object->isHeldByUse()) delete object;
     object = owner;
   }
 }
@@ -208,7 +209,6 @@ void TVObject::acquireBusy() {
 // Uses and edits ----------------------------------------------------------------------------------
 
 void TVObject::beginUse(TVHandle& context) {
-  forEachChild([](TVObject* child) { child->addReference(1); });
   ++useCount_;
   try {
     if (useCount_ == 1 || lostChildren_ || isStale(context)) reload(context);
@@ -218,11 +218,12 @@ void TVObject::beginUse(TVHandle& context) {
   }
 }
 
-// The last of them may be what kept this object.
 void TVObject::endUse() {
-  --useCount_;
-  if (useCount_ == 0 && children_ != nullptr) children_->expectRemovals();
-  forEachChild([](TVObject* child) { child->releaseReference(1); });
+  if (--useCount_ > 0) return;
+  if (children_ != nullptr) children_->expectRemovals();
+  forEachChild([](TVObject* child) {
+    if (child->refCount_ < 1) delete child;
+  });
 }
 
 bool TVObject::bringUpToDate(TVHandle& context) {
@@ -350,7 +351,7 @@ TVObject* TVObject::mergeIntoCache(std::unique_ptr<TVObject> fresh, bool* known)
   } else {
     revived = joins;
     object = fresh.release();
-    if (revived && owner->useCount_ > 0) object->addReference(owner->useCount_);
+    object->isInTable_ = joins;
   }
   if (revived) owner->announce(object);
   if (known != nullptr) *known = owner != nullptr && !revived;
@@ -379,23 +380,21 @@ void TVObject::countKeyChange() { ++theKeyChanges; }
 // Tells whether the object was in it.
 bool TVObject::leaveOwnerTable() {
   if (transient_ || owner_ == nullptr) return false;
+  isInTable_ = false;
   return owner_->children_->removeIdentical(this) != nullptr;
 }
 
-// The owner's open uses hold those in its table, and give back what they hold at their end.
 void TVObject::enterOwnerTable(bool wasCached) {
   countKeyChange();
   hashValue_ = kHashUnknown;
   fingerprint_ = 0;
   if (transient_ || owner_ == nullptr) return;
-  bool isCached = false;
   try {
-    isCached = owner_->children_->add(this) != nullptr;
+    isInTable_ = owner_->children_->add(this) != nullptr;
   } catch (const std::bad_alloc&) {  // As if it were destroyed, until the owner is read again.
     owner_->lostChildren_ = true;
   }
-  if (isCached && !wasCached) addReference(owner_->useCount_);
-  if (!isCached && wasCached) releaseReference(owner_->useCount_);
+  if (!isInTable_ && wasCached) releaseReference(0);  // A use may have been all that held it.
 }
 
 void TVObject::rekeyInOwnerTable(uint64_t fingerprintBefore) {
@@ -422,14 +421,13 @@ void TVObject::destroyChildren(TVHandle& context, TVRemoval removal) {
   forEachChild([&](TVObject* child) { child->destroyObject(context, removal); });
 }
 
-// The owner forgets this object and gets back what it held on behalf of it; this object loses the
-// references that the owner's open uses gave it, and lives on for its handles alone.
+// The owner forgets this object and gets back what it held on behalf of it. No use of the owner
+// holds this object any more: it lives on for its handles alone.
 void TVObject::leaveOwner(TVRemoval removal) {
   TVObject* owner = owner_;
   if (removal == TVRemoval::kStored) owner->dirty_ = true;
-  const bool wasCached = leaveOwnerTable();
+  leaveOwnerTable();
   owner->releaseReference(refCount_);
-  if (wasCached) refCount_ -= owner->useCount_;
   owner_ = nullptr;
 }
 

@@ -7,17 +7,16 @@
 // What keeps an object alive. It has two counts:
 //   use count        the uses that are open, from beginUse() to endUse(). The first use reads the
 //                    children.
-//   reference count  the handles and TVReferenceHolds on the object,
-//                    + the owner's use count, if the object is in the owner's table,
-//                    + the reference counts of all objects that it owns.
-// An object is deleted when its reference count falls to 0, and its table entry goes with it: a
-// table refers to nothing. So
+//   reference count  the handles and TVReferenceHolds on the object, and on all objects that it owns.
+// An object is deleted when its reference count falls to 0, unless it is in the table of an owner
+// that is in use; the end of the owner's last use deletes those whose count is 0. Its table entry
+// goes with it: a table refers to nothing. So
 //   - an owner outlives whatever is referred to below it;
-//   - while an object is in use all its children live; without a use a child lives for its own
-//     handles and holds, and for what is referred to below it. A use does not keep the object
-//     itself: who opens one has a handle or a hold (TVUseScope);
+//   - while an object is in use all its children live, and no use but the last looks at them;
+//     without one a child lives for its own handles and holds, and for what is referred to below
+//     it. A use does not keep the object itself: who opens one has a handle or a hold (TVUseScope);
 //   - an object that was merged into the cache of an owner without a use has the count 0. It lives
-//     until a reference on it ends, or as long as its owner;
+//     until a reference on it or a use of its owner ends, or as long as its owner;
 //   - a destroyed object has no owner, and one whose key became that of another child is in no
 //     table. Both live on for the handles and holds that are left.
 //
@@ -162,7 +161,8 @@ class TVObject : public VObject {
 
   // Adds the references to the object and to all its owners.
   void addReference(int count);
-  // Takes the references off the object and all its owners, and deletes those that fall to 0.
+  // Takes the references off the object and all its owners, and deletes those that fall to 0 and
+  // that no use of their owner holds.
   void releaseReference(int count);
 
   // Opens a use: reads the children on the first one, and later when the storage is stale. Where
@@ -263,10 +263,11 @@ class TVObject : public VObject {
   void revert(TVHandle& context);
   [[nodiscard]] bool giveUpStorage(TVHandle& context);
   void abandonStorage(TVHandle& context);
-  [[nodiscard]] bool leaveOwnerTable();
+  bool leaveOwnerTable();
   void enterOwnerTable(bool wasCached);
   void rekeyInOwnerTable(uint64_t fingerprintBefore);
   void leaveOwner(TVRemoval removal);
+  bool isHeldByUse() const { return isInTable_ && owner_->useCount_ > 0; }
   void orphanHandles();
   void announce(TVObject* child);
 
@@ -278,6 +279,7 @@ class TVObject : public VObject {
   bool dirty_ : 1 = false;
   bool unseen_ : 1 = false;
   bool transient_ : 1 = false;
+  bool isInTable_ : 1 = false;  // In the owner's, which there is then.
   bool keepWrites_ : 1 = true;
   bool lostChildren_ : 1 = false;  // Some left the cache since the last read, not the files.
   mutable int32_t hashValue_ = kHashUnknown;
