@@ -134,6 +134,14 @@ struct HeldFile {
     }
     return FileResult::kBusy;
   }
+
+  // Reads the last byte, 0 of an empty file.
+  FileResult readLast(char* last) {
+    const uint64_t size = file.size();
+    if (size > kLargestFile) return FileResult::kTooLarge;
+    *last = '\0';
+    return size == 0 || file.readAt(size - 1, last, 1) ? FileResult::kDone : file.failure();
+  }
 };
 
 FileResult lockForUpdate(const File& file) {
@@ -174,13 +182,14 @@ FileResult openAndHold(std::string_view path, TextFile::Access access, HeldFile*
   return FileResult::kBusy;
 }
 
-// Opens, holds and reads it, as often as another machine replaces it before that is done.
-FileResult openAndRead(std::string_view path, TextFile::Access access, HeldFile* held,
-                       TextBuffer* text) {
+// Opens and holds it, and reads it with `read`, as often as another machine replaces it before that
+// is done.
+template <typename Read>
+FileResult openAndRead(std::string_view path, TextFile::Access access, HeldFile* held, Read read) {
   FileResult result = FileResult::kStale;
   for (int attempt = 0; attempt < kOpenAttempts && result == FileResult::kStale; ++attempt) {
     result = openAndHold(path, access, held);
-    if (result == FileResult::kDone) result = held->read(text);
+    if (result == FileResult::kDone) result = read();
   }
   return result;
 }
@@ -201,7 +210,10 @@ struct TextFile::State {
   std::string path;
   Access access = Access::kRead;
   HeldFile held;
+  // What is there, unless nobody has asked for it yet, and what was added.
   TextBuffer text;
+  bool isRead = false;
+  char last = '\0';  // What is there ends with it, until it is read.
   // What of `text` is on disk as it stands: all of it, or nothing after clear().
   size_t keptSize = 0;
   uint64_t sizeBefore = 0;  // On disk, before the last commit, if that only added.
@@ -211,6 +223,30 @@ struct TextFile::State {
 
   bool isUpdater() const { return access == Access::kUpdate; }
 
+  FileResult readAll(TextBuffer* all) {
+    const FileResult result = held.read(all);
+    if (result != FileResult::kDone) return result;
+    dropCarriageReturns(all);
+    keptSize = all->size();
+    isRead = true;
+    return result;
+  }
+
+  // Nobody has changed it since it was locked.
+  void readWhenAsked() {
+    if (isRead || hasFailed) return;
+    TextBuffer all;
+    hasFailed = !held.file.refresh() || readAll(&all) != FileResult::kDone;
+    if (hasFailed) return;
+    all.append(text.view());
+    text = std::move(all);
+  }
+
+  bool endsInLine() const {
+    if (!text.isEmpty()) return text.view().ends_with('\n');
+    return isRead || held.file.size() == 0 || last == '\n';
+  }
+
   void startHolding(HeldFile now) {
     if (isUpdater()) exclusiveHolds().remove(held.file);
     held = std::move(now);
@@ -218,16 +254,26 @@ struct TextFile::State {
     exclusiveHolds().add(held.file);
   }
 
-  // Whether the system carries out an append of `length` bytes at once.
-  bool fitsAppend(size_t length) const {
-    return held.file.size() % kPageSize + length <= kPageSize;
+  // How many bytes the system adds at once.
+  size_t roomInPage() const { return kPageSize - held.file.size() % kPageSize; }
+
+  // Of a line in brackets that comes page by page a reader sees nothing before its "]", and a power
+  // cut leaves nothing of it.
+  bool fitsAppend(std::string_view bytes) const {
+    const bool isLine = bytes.starts_with('[') && bytes.find('\n') == bytes.size() - 1;
+    return isLine || bytes.size() <= roomInPage();
   }
 
   bool append(std::string_view bytes) {
-    if (!held.file.append(bytes)) return false;
-    if (held.file.sync()) return true;
-    held.file.setSize(held.file.size());
-    return false;
+    while (!bytes.empty()) {
+      const std::string_view part = bytes.substr(0, roomInPage());
+      if (!held.file.append(part) || !held.file.sync() || !held.file.refresh()) {
+        held.file.setSize(sizeBefore);
+        return false;
+      }
+      bytes.remove_prefix(part.size());
+    }
+    return true;
   }
 
   bool rewrite(std::string_view bytes) {
@@ -247,7 +293,7 @@ struct TextFile::State {
     }
     sizeBefore = held.file.size();
     const std::string added = withCarriageReturns(text.view().substr(keptSize));
-    if (fitsAppend(added.size())) return append(added);
+    if (fitsAppend(added)) return append(added);
     TextBuffer whole;  // With what was there byte for byte, whatever its line ends.
     if (held.read(&whole) != FileResult::kDone) return false;
     whole.append(added);
@@ -265,18 +311,15 @@ std::unique_ptr<TextFile> TextFile::open(std::string_view path, Access access, F
   try {
     auto state = std::make_unique<State>();
     state->path = path;
-    HeldFile held;
-    const FileResult result = openAndRead(path, access, &held, &state->text);
+    HeldFile& held = state->held;
+    const bool isUpdate = access == Access::kUpdate;
+    const FileResult result = openAndRead(path, access, &held, [&] {
+      return isUpdate ? held.readLast(&state->last) : state->readAll(&state->text);
+    });
     *failure = failureOf(result);
     if (result == FileResult::kDone) {
-      dropCarriageReturns(&state->text);
-      state->keptSize = state->text.size();
-      if (access == Access::kUpdate) {
-        state->startHolding(std::move(held));
-      } else {
-        state->held = std::move(held);
-        state->access = access;
-      }
+      state->access = access;
+      if (isUpdate) exclusiveHolds().add(held.file);
       return std::unique_ptr<TextFile>(new TextFile(std::move(state)));
     }
   } catch (const std::bad_alloc&) {
@@ -287,16 +330,22 @@ std::unique_ptr<TextFile> TextFile::open(std::string_view path, Access access, F
 
 bool TextFile::create(std::string_view path) { return createFile(path); }
 
-std::string_view TextFile::text() const { return state_->text.view(); }
+std::string_view TextFile::text() const {
+  state_->readWhenAsked();
+  return state_->text.view();
+}
+
+bool TextFile::endsInLine() const { return state_->endsInLine(); }
 
 void TextFile::letGo() {
+  state_->readWhenAsked();
   if (state_->isUpdater()) exclusiveHolds().remove(state_->held.file);
   state_->access = Access::kRead;
   state_->held.file = {};
 }
 
 void TextFile::dropEnd(size_t size) {
-  if (size >= state_->text.size()) return;
+  if (size >= text().size()) return;
   state_->text.setSize(size);
   state_->keptSize = size;
   state_->hasDroppedEnd = true;
@@ -311,7 +360,7 @@ bool TextFile::isAddedTo() const { return !state_->isCleared && isChanged(); }
 void TextFile::clear() {
   if (!becomeUpdater()) return;
   state_->text.clear();
-  state_->isCleared = true;
+  state_->isRead = state_->isCleared = true;
   state_->keptSize = 0;
 }
 
@@ -325,7 +374,7 @@ void TextFile::append(std::string_view text) {
 }
 
 void TextFile::endLastLine() {
-  if (!state_->text.isEmpty() && !state_->text.view().ends_with('\n')) append("\n");
+  if (!endsInLine()) append("\n");
 }
 
 bool TextFile::failed() const { return state_->hasFailed; }
@@ -340,6 +389,10 @@ bool TextFile::commit() {
   }
   if (state_->hasFailed) return false;
   state_->isCleared = state_->hasDroppedEnd = false;
+  if (!state_->isRead) {
+    state_->last = state_->text.view().back();
+    state_->text.clear();
+  }
   state_->keptSize = state_->text.size();
   return true;
 }

@@ -6,10 +6,12 @@
 // without waiting. The hold is flock() on the data file itself, so it belongs to this open file,
 // ends with the process, and also counts between two opens of one process. Where the file system
 // knows no locks a file can be read, but not be updated.
-// Content. Opening reads the whole file. Changes are made in memory and reach the disk in commit():
-// a sibling file, synced and renamed over the data file, or one write where an append fits. A kill
-// at any instant leaves the old content or the new, and so does a read at any instant. All happens
-// where the path led when the file was locked, links included: see os/place.h. Where the
+// Content. Opening reads the whole file; an updater's is read when its text is asked for. Changes
+// are made in memory and reach the disk in commit(): a sibling file, synced and renamed over the
+// data file, or one write where an append fits into its page. A kill at any instant leaves the old
+// content or the new, and so does a read at any instant. A single line in brackets is appended page
+// by page: that leaves a part of it too, which readers know by the missing bracket (keyfile.h). All
+// happens where the path led when the file was locked, links included: see os/place.h. Where the
 // directory takes no sibling the file is written in place.
 // Lines end in CR LF on disk and in LF here; both are read. Every other byte is text.
 #pragma once
@@ -39,7 +41,7 @@ class TextFile {
     kNoMemory,
   };
 
-  // Opens an existing file and reads it. Null on failure, with the reason in *failure.
+  // Opens an existing file. Null on failure, with the reason in *failure.
   static std::unique_ptr<TextFile> open(std::string_view path, Access access, Failure* failure);
   // Makes an empty file if there is none. False if that fails.
   [[nodiscard]] static bool create(std::string_view path);
@@ -49,7 +51,10 @@ class TextFile {
   ~TextFile();  // Gives up the hold. What was not committed is dropped.
 
   // The text as it now stands, changes included, with LF line ends. Good until the next change.
+  // Where it is read only now, and can't be, failed() is true.
   std::string_view text() const;
+  // Whether the last line has its end; true without a line. Reads nothing.
+  bool endsInLine() const;
 
   // Gives up the hold before the end, when the text is all that is still asked for.
   void letGo();

@@ -82,7 +82,7 @@ int TVDataFile::openLocked(const VPathString& path, std::unique_ptr<TextFile>* s
   }
   if (notice != kNoNotice) context_.sink().canRetry(context_, kNoNotice, path);
   // Of what a power cut left behind nothing shows, and the next change doesn't make it last.
-  if (code == 0) (*stream)->dropEnd(wholeSize((*stream)->text()));
+  if (code == 0 && !(*stream)->endsInLine()) (*stream)->dropEnd(wholeSize((*stream)->text()));
   if (code != kTryAgain) return code;
   return failed(report_ ? kFolderFileBusy : missingCode(), path);
 }
@@ -202,8 +202,9 @@ int TVDataFileReader::readFile(const TextFile* stream) {
 }
 
 bool TVDataFileReader::parse(const TextFile& stream) {
-  if (!isKeyFile(stream.text())) return false;
-  TVKeyFile file(stream.text(), sections_);
+  const std::string_view text = stream.text();
+  if (stream.failed() || !isKeyFile(text)) return false;
+  TVKeyFile file(text, sections_);
   return file.parse([&](SectionId id, std::string_view, OptionalText value) {
     return readRecord(file, id, value);
   }) == kKeyFileDone;

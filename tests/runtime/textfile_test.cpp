@@ -8,6 +8,7 @@
 
 #include <cerrno>
 #include <filesystem>
+#include <map>
 #include <utility>
 
 #include "os/systemcalls.h"
@@ -251,6 +252,57 @@ TEST_F(TextFileTest, IsNotReadInPart) {
     if (file != nullptr) {
       EXPECT_EQ(file->text(), "one\ntwo\n");
     }
+  }
+}
+
+// An update that only adds reads the last byte alone. What is asked for later and can't be read
+// then is not written over.
+TEST_F(TextFileTest, IsReadForAnUpdateWhenItsTextIsAskedFor) {
+  const std::string old = "[one]\r\n[two]\r\n";
+  for (const bool isWhole : {true, false}) {
+    write(old);
+    int reads = 0;
+    const SystemCalls calls([&](const Call& call) {
+      return call.name == "pread" && ++reads > 1 && !isWhole ? EIO : 0;
+    });
+    const auto file = open(Access::kUpdate);
+    ASSERT_TRUE(file);
+    EXPECT_TRUE(file->endsInLine());
+    file->append("[three]\n");
+    EXPECT_TRUE(file->isAddedTo());
+    EXPECT_EQ(reads, 1);
+    EXPECT_EQ(file->text(), isWhole ? "[one]\n[two]\n[three]\n" : "[three]\n");
+    EXPECT_EQ(file->failed(), !isWhole);
+    EXPECT_EQ(file->commit(), isWhole);
+    EXPECT_EQ(bytes(), isWhole ? old + "[three]\r\n" : old);
+  }
+}
+
+// A line in brackets comes page by page, since its beginning counts as nothing; other records in
+// one piece.
+TEST_F(TextFileTest, AddsALineWithoutWritingTheWholeFile) {
+  const std::string old = std::string(4090, '-') + "\r\n", line = "[a;b;c;d]\n";
+  for (const std::string step : {"", "pwrite 2", "fsync 1", "fsync 2"}) {
+    SCOPED_TRACE(step);
+    write(old);
+    std::map<std::string, int> counts;
+    const SystemCalls calls([&](const Call& call) {
+      const int count = ++counts[call.name];
+      if (call.name == "pwrite" && count == 2) {
+        EXPECT_EQ(bytes(), old + "[a;b");
+      }
+      return call.name + " " + std::to_string(count) == step ? EIO : 0;
+    });
+    const auto file = open(Access::kUpdate);
+    file->append(line);
+    EXPECT_EQ(file->commit(), step.empty());
+    EXPECT_EQ(bytes(), step.empty() ? old + "[a;b;c;d]\r\n" : old);
+    EXPECT_EQ(counts["rename"], 0);
+    if (!step.empty()) continue;
+    file->append("[A]\nDIR=" + std::string(4096, 'x') + "\n");
+    EXPECT_TRUE(file->commit());
+    EXPECT_EQ(counts["rename"], 1);
+    EXPECT_EQ(bytes().size(), old.size() + 11 + 5 + 4 + 4096 + 2);
   }
 }
 
