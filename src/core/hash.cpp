@@ -114,6 +114,7 @@ void TVHash::enterNew(const ChainEntry& entry) {
 void TVHash::append(int32_t bucket, const ChainEntry& entry) {
   if (chains_ == nullptr) chains_ = std::make_unique<ChainStore>(bucketCount_);
   chains_->append(bucket, entry);
+  hasChanged_ = true;
 }
 
 VObject* TVHash::add(VObject* value) {
@@ -136,6 +137,7 @@ VObject* TVHash::removeBy(const ChainKey& key) {
   if (!place.found) return nullptr;
   VObject* value = valueAt(place);
   const bool shifts = chains_->remove(place, hasIterators());
+  hasChanged_ = true;
   for (TVIterator* i = iterators_; i != nullptr; i = i->nextIterator_) {
     if (i->bucket_ != place.bucket || i->ordinal_ < place.ordinal) continue;
     if (i->ordinal_ == place.ordinal) {
@@ -188,6 +190,7 @@ VObject* TVHash::set(VObject* value) {
   if (place.found) {
     VObject* displaced = valueAt(place);
     chains_->valueAt(place.bucket, place.ordinal) = value;
+    hasChanged_ = true;
     exchanged(displaced, value);
     return displaced;
   }
@@ -204,7 +207,7 @@ void TVHash::rekey(VObject* value, uint64_t oldFingerprint) {
                         .tag = tagOfFingerprint(oldFingerprint),
                         .bucket = bucket};
   const uint32_t tag = tagOfFingerprint(value->fingerprint());
-  mayHoldEquals_ = true;
+  mayHoldEquals_ = hasChanged_ = true;
   if (tag == key.tag) return;
   // set() may have put a value in the place of an equal one though it stood in the table already.
   for (ChainPlace place = chains_->locate(key); place.found; place = chains_->locate(key)) {
@@ -223,6 +226,7 @@ void TVHash::addAll(TVHash& other) {
 
 void TVHash::clear() {
   chains_.reset();
+  hasChanged_ = true;
   for (TVIterator* i = iterators_; i != nullptr; i = i->nextIterator_) i->bucket_ = -1;
   emptied();
 }

@@ -239,6 +239,7 @@ bool TVObject::bringUpToDate(TVHandle& context) {
 void TVObject::reload(TVHandle& context) {
   const bool hadChildren = children_ != nullptr && !children_->isEmpty();
   forEachChild([](TVObject* child) { child->unseen_ = true; });
+  isWritten_ = false;
   lostChildren_ = true;  // Until all is read, also by way of an exception.
   readData(context, lockData_.get());
   lostChildren_ = false;
@@ -285,7 +286,7 @@ VBool TVObject::endEdit(TVHandle& context) {
   const bool wasDeleted = deleted_;
   bool stored = false;
   try {
-    if (!wasDeleted && dirty_) rewrite(context);
+    if (!wasDeleted && dirty_ && !isAsWritten()) rewrite(context);
     stored = giveUpStorage(context);
   } catch (...) {
     dirty_ = false;
@@ -323,6 +324,8 @@ void TVObject::rewrite(TVHandle& context) {
     keepWrites_ = false;
     return;
   }
+  isWritten_ = true;
+  if (children_ != nullptr) children_->noteOrder();
 }
 
 int TVObject::writeInOwner(TVHandle& context) {

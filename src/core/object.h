@@ -7,7 +7,8 @@
 // What keeps an object alive. It has two counts:
 //   use count        the uses that are open, from beginUse() to endUse(). The first use reads the
 //                    children.
-//   reference count  the handles and TVReferenceHolds on the object, and on all objects that it owns.
+//   reference count  the handles and TVReferenceHolds on the object, and on all objects that it
+//   owns.
 // An object is deleted when its reference count falls to 0, unless it is in the table of an owner
 // that is in use; the end of the owner's last use deletes those whose count is 0. Its table entry
 // goes with it: a table refers to nothing. So
@@ -175,7 +176,8 @@ class TVObject : public VObject {
   // Takes the storage for a change, and reads again what changed meanwhile. False when that failed;
   // the reason has been reported.
   [[nodiscard]] VBool beginEdit(TVHandle& context);
-  // Writes the children if the object is dirty, and gives the storage up. True where all is stored.
+  // Writes the children if the object is dirty, unless the last write said the same, and gives the
+  // storage up. True where all is stored.
   // Where it is not, the children are read again before this returns, and memory shows what is
   // stored: a new child is gone, with its handles, a destroyed one is back as a new object, and the
   // others have their stored values. What can't be read then stays as it is until it can.
@@ -229,6 +231,10 @@ class TVObject : public VObject {
  protected:
   // To be called by setters of sort keys that take no part in isEqual().
   static void countKeyChange();
+  // To be called by setters of what takes no part in isEqual() and stands in the object's record.
+  void recordChanged() {
+    if (owner_ != nullptr) owner_->isWritten_ = false;
+  }
   // Both run `assign`, which changes a field that takes part in isEqual(), and keep the owner's
   // table in order. This one is for a field that takes no part in the hash.
   template <typename Assign>
@@ -260,6 +266,9 @@ class TVObject : public VObject {
   void forEachChild(Visit visit);
   void reload(TVHandle& context);
   void rewrite(TVHandle& context);
+  bool isAsWritten() const {
+    return isWritten_ && (children_ == nullptr || !children_->hasChanged());
+  }
   void revert(TVHandle& context);
   [[nodiscard]] bool giveUpStorage(TVHandle& context);
   void abandonStorage(TVHandle& context);
@@ -282,6 +291,7 @@ class TVObject : public VObject {
   bool isInTable_ : 1 = false;  // In the owner's, which there is then.
   bool keepWrites_ : 1 = true;
   bool lostChildren_ : 1 = false;  // Some left the cache since the last read, not the files.
+  bool isWritten_ : 1 = false;     // The last rewrite is stored; the table tells of changes since.
   mutable int32_t hashValue_ = kHashUnknown;
   mutable uint64_t fingerprint_ = 0;  // 0 until it is asked for.
   int useCount_ = 0;

@@ -106,6 +106,7 @@ void TVArchiveFolder::setPrivateWorkDir(const VString& dir) {
   if (dir == privateWorkDir_) return;
   privateWorkDir_ = dir;
   countKeyChange();
+  recordChanged();
 }
 
 void TVArchiveFolder::setIsPrivate(VBool isPrivate) {

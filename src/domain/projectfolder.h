@@ -39,9 +39,15 @@ class TVProjectFolder : public TVArchiveFolder {
   [[nodiscard]] virtual int differences(TVHandle& context, TVDiffOptions& options);
 
   const VString& publicWorkDir() const { return publicWorkDir_; }
-  void setPublicWorkDir(const VString& dir) { publicWorkDir_ = dir; }
+  void setPublicWorkDir(const VString& dir) {
+    publicWorkDir_ = dir;
+    recordChanged();
+  }
   const TVProjectConfig& config() const { return config_; }
-  void setConfig(const TVProjectConfig& config) { config_ = config; }
+  void setConfig(const TVProjectConfig& config) {
+    config_ = config;
+    recordChanged();
+  }
 
  private:
   VString publicWorkDir_;

@@ -99,6 +99,7 @@ class TVFileOwner52 : public Base {
   const VString& storageDir(Side side) const { return files_.directory(side); }
   void setStorageDir(Side side, VString directory) {
     files_.setDirectory(side, std::move(directory));
+    this->recordChanged();
   }
 
  protected:

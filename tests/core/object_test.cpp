@@ -4,12 +4,15 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <random>
 #include <set>
 #include <vector>
 
 #include "core/childlist.h"
 #include "core/clienthandles.h"
 #include "core/lockscope.h"
+#include "core/optionarray.h"
 #include "support/handles.h"
 #include "support/recordingsink.h"
 
@@ -237,6 +240,83 @@ TEST_F(Objects, AskTheTableOfChildrenAlwaysTheSame) {
   node.stale = false;
   root.destroyChildren(theNoLock());
   EXPECT_EQ(counts(), "{ 17, 24, 170, 41 }");
+}
+
+// In the owner's table live those with a handle and, while it is in use, all of them.
+TEST_F(Objects, LiveForTheirHandlesAndTheUsesOfTheirOwner) {
+  const std::set<std::string> all = {"a", "b", "c", "d", "e", "f", "g", "h"};
+  for (unsigned seed = 1; seed <= 200; ++seed) {
+    SCOPED_TRACE(seed);
+    std::mt19937 random(seed);
+    Node& node = of(root);
+    node.stored = all;
+    int uses = 0;
+    std::set<std::string> cached;
+    std::vector<TVHandle> handles;
+    const auto hasHandle = [&](const std::string& name) {
+      return std::any_of(handles.begin(), handles.end(),
+                         [&](const TVHandle& each) { return each.name() == name; });
+    };
+    const auto dropUnheld = [&] {
+      if (uses == 0) std::erase_if(cached, [&](const auto& name) { return !hasHandle(name); });
+    };
+    for (int step = 0; step < 60 || uses > 0; ++step) {
+      const auto children = node.childrenInOrder();
+      TVObject* const some = children.empty() ? nullptr : children[random() % children.size()];
+      const auto what = step < 60 ? random() % 6 : 1;
+      if (what == 0) {
+        if (uses++ == 0) cached = all;
+        node.beginUse(root);
+      } else if (what == 1 && uses > 0) {
+        --uses;
+        node.endUse();
+      } else if (what <= 3 && some != nullptr) {
+        handles.emplace_back(&sink, some);
+      } else if (what == 4 && !handles.empty()) {
+        std::swap(handles[random() % handles.size()], handles.back());
+        handles.pop_back();
+      } else if (what == 5 && some != nullptr) {
+        cached.erase(some->name(TVOptionArray::none()).str());
+        some->destroyObject(root, TVRemoval::kMemoryOnly);
+        std::erase_if(handles, [](const TVHandle& each) { return each.isNull(); });
+      }
+      dropUnheld();
+      std::set<std::string> living;
+      for (TVObject* each : node.childrenInOrder()) {
+        living.insert(each->name(TVOptionArray::none()).str());
+      }
+      ASSERT_EQ(living, cached);
+      ASSERT_EQ(Node::alive, 1 + static_cast<int>(cached.size()));
+      ASSERT_EQ(node.useCount(), uses);
+    }
+  }
+}
+
+// A rewrite that would say what the last one said is left out.
+TEST_F(Objects, AreNotWrittenTwice) {
+  Node& node = of(root);
+  node.stored = {"a", "b", "c", "d", "e", "f"};
+  root.open();
+  const auto edit = [&] {
+    EXPECT_TRUE(node.beginEdit(root));
+    node.setDirty(true);
+    node.told();
+    EXPECT_TRUE(node.endEdit(root));
+    return node.told();
+  };
+  EXPECT_EQ(edit(), "head a b c d e f keep");
+  EXPECT_EQ(edit(), "keep");
+  TVObject::mergeIntoCache(std::make_unique<Node>("x", &node));
+  EXPECT_EQ(edit(), "head a b c d e f x keep");
+  child(root, "a").object()->destroyObject(root, TVRemoval::kMemoryOnly);
+  EXPECT_EQ(edit(), "head b c d e f x keep");
+  const Node none("none", nullptr);
+  for (int i = 0; i < 100; ++i) node.children().find(&none);
+  EXPECT_EQ(edit(), "head x f e d c b keep") << "in the order of the table that grew";
+  node.stale = true;
+  EXPECT_EQ(edit(), "head f e d c b a keep") << "what was read says what is stored";
+  node.stale = false;
+  EXPECT_EQ(edit(), "keep");
 }
 
 TEST_F(Objects, WhatEndsWhileItIsDeletedStillGivesItsStorageUp) {
