@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <climits>
+#include <functional>
 
 #include "core/folderoptions.h"
 #include "core/prefetch.h"
@@ -27,7 +28,25 @@ uint64_t bigEndianWord(const char* bytes) {
   return word;
 }
 
+// An index is made when finds have looked at a part of the entries without one. Making it takes as
+// long as looking at all of them, and some more.
+constexpr size_t kLooksBeforeIndex = 8;
+
 char folded(char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c + 32) : c; }
+
+// Equal for keys that a find takes for equal.
+size_t hashOf(const std::array<std::string_view, 2>& parts, int count, VCase letterCase) {
+  size_t hash = 0;
+  std::string text;
+  for (int i = 0; i < count; ++i) {
+    text = parts[static_cast<size_t>(i)];
+    if (letterCase == VCase::kIgnored) {
+      std::transform(text.begin(), text.end(), text.begin(), folded);
+    }
+    hash = hash * 31 + std::hash<std::string_view>()(text);
+  }
+  return hash;
+}
 
 }  // namespace
 
@@ -425,16 +444,84 @@ TVHandle& TVChildList::findNext(int* position) {
   if (prefixKeys_ == 0 || keyChangesAtSort_ != TVObject::keyChanges()) forgetPrefixOfFind();
   const int count = static_cast<int>(entries_.size());
   int index = find_.position;
-  if (index >= 0) {
-    const auto goesOn = [this](const Entry& entry) {
-      return !isSought(entry) || (!find_.bisect && match(entry) != 0);
-    };
-    while (index < count && goesOn(entries_[static_cast<size_t>(index)])) ++index;
+  if (index >= 0 && !find_.bisect) {
+    index = nextMatch(index);
+  } else if (index >= 0) {
+    while (index < count && !isSought(entries_[static_cast<size_t>(index)])) ++index;
     if (index >= count || match(entries_[static_cast<size_t>(index)]) != 0) index = -1;
   }
   if (index >= 0) return found(index, position);
   find_.position = -1;
   return placed(theNullHandle(), -1, position);
+}
+
+// The first match from a place on, or -1.
+int TVChildList::nextMatch(int from) {
+  const auto at = [this](int place) -> const Entry& {
+    return entries_[static_cast<size_t>(place)];
+  };
+  const int count = static_cast<int>(entries_.size());
+  KeyIndex* const index = indexOfFind();
+  if (index != nullptr && index->keys != 0) {
+    const TVObject& any = *at(index->places.front().second).handle->object();
+    const size_t hash = hashOf(any.keyParts(find_.key.view(), find_.sortType).parts, index->keys,
+                               index->letterCase);
+    auto entry =
+        std::lower_bound(index->places.begin(), index->places.end(), std::pair(hash, from));
+    for (; entry != index->places.end() && entry->first == hash; ++entry) {
+      if (match(at(entry->second)) == 0) return entry->second;
+    }
+    return -1;
+  }
+  int place = from;
+  while (place < count && (!isSought(at(place)) || match(at(place)) != 0)) ++place;
+  if (index != nullptr) index->looks += static_cast<size_t>(place - from) + 1;
+  return place < count ? place : -1;
+}
+
+// That of finds like the present one, made if it is due; null where an index can't serve.
+TVChildList::KeyIndex* TVChildList::indexOfFind() {
+  if (find_.record == nullptr) return nullptr;
+  if (keyChangesAtIndexes_ != TVObject::keyChanges()) indexes_.clear();
+  keyChangesAtIndexes_ = TVObject::keyChanges();
+  const auto isOfFind = [this](const KeyIndex& index) {
+    return index.record == find_.record && index.sortType == find_.sortType &&
+           index.letterCase == find_.letterCase;
+  };
+  const auto known = std::find_if(indexes_.begin(), indexes_.end(), isOfFind);
+  if (known == indexes_.end()) {
+    indexes_.push_back({find_.record, find_.sortType, find_.letterCase});
+    return &indexes_.back();
+  }
+  if (known->keys == 0 && known->looks >= entries_.size() / kLooksBeforeIndex) {
+    const auto sought = std::find_if(entries_.begin(), entries_.end(),
+                                     [this](const Entry& entry) { return isSought(entry); });
+    if (sought == entries_.end()) return nullptr;
+    const TVObject& object = *sought->handle->object();
+    makeIndex(&*known, object.keyParts(find_.key.view(), find_.sortType).count);
+  }
+  return &*known;
+}
+
+void TVChildList::makeIndex(KeyIndex* index, int keys) {
+  if (keys == 0) return;
+  const TVSortType sortType = listOrderOf(index->sortType);
+  std::vector<std::pair<size_t, int>> places;
+  std::string scratch[2];
+  for (int place = 0; place < static_cast<int>(entries_.size()); ++place) {
+    const Entry& entry = entries_[static_cast<size_t>(place)];
+    if (!isSought(entry)) continue;
+    std::array<std::string_view, 2> parts;
+    for (int i = 0; i < keys; ++i) {
+      int position = i;
+      parts[static_cast<size_t>(i)] =
+          entry.handle->object()->sortKey(&position, sortType, &scratch[i]);
+    }
+    places.emplace_back(hashOf(parts, keys, index->letterCase), place);
+  }
+  std::sort(places.begin(), places.end());
+  index->places = std::move(places);
+  index->keys = keys;
 }
 
 // Halving needs a key that lies before or after each entry that it meets. Between classes that is
@@ -460,6 +547,7 @@ void TVChildList::fillPlaces(SortRow* rule) {
 }
 
 void TVChildList::forgetPlaces() {
+  indexes_.clear();
   for (SortRow& rule : rows_) rule.placesKnown = false;
 }
 

@@ -3,12 +3,15 @@
 // One handle per child, sorted by rules that are kept per class, with a cursor for walks and the
 // state of the running find. Beside each handle stands the beginning of its sort keys, folded:
 // sorting and bisecting look there first and touch the objects only where those bytes are equal.
+// A find by keys that the order is not by looks at each entry in turn; where finds go on like that
+// an index of those keys is made, which gives the same entries.
 #pragma once
 
 #include <array>
 #include <cstdint>
 #include <deque>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "base/containers.h"
@@ -102,6 +105,16 @@ class TVChildList {
     KeyPrefix mask;  // The bytes of an entry's prefix that `prefix` is compared with.
   };
 
+  // Where the entries of a class stand, by a hash of the keys that a sort of find compares.
+  struct KeyIndex {
+    const VClassRecord* record;
+    TVSortType sortType;
+    VCase letterCase;
+    size_t looks = 0;  // How many entries finds of this sort have looked at without it.
+    int keys = 0;      // How many keys are in a hash; 0 until it is made.
+    std::vector<std::pair<size_t, int>> places = {};  // In order.
+  };
+
   SortRow& row(const VClassRecord* record);
   void sortIfNeeded();
   void sort();
@@ -120,6 +133,9 @@ class TVChildList {
   TVHandle& step(int from, int direction, const VClassRecord* record, int* position);
   TVHandle& found(int index, int* position);
   bool prepareFind();
+  int nextMatch(int from);
+  KeyIndex* indexOfFind();
+  void makeIndex(KeyIndex* index, int keys);
   int bisect();
   int bisect(const std::vector<int>& places, int start, int count);
   void fillPlaces(SortRow* rule);
@@ -142,6 +158,8 @@ class TVChildList {
   bool hasRetired_ = false;
   int prefixKeys_ = 0;  // How many sort keys are in the prefixes; 0 while these mean nothing.
   uint64_t keyChangesAtSort_ = 0;
+  std::vector<KeyIndex> indexes_;  // Good while neither entries nor keys change.
+  uint64_t keyChangesAtIndexes_ = 0;
 };
 
 }  // namespace foldapi
