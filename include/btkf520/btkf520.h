@@ -117,7 +117,10 @@ typedef enum TrvsStatus {
   TRVS_TOO_LARGE = 110,                 /* the content of a revision: see TrvsSetLargestContent */
   TRVS_NEEDS_BRANCH = 112,              /* TRVS_PUT_NO_BRANCH: the parent is no tip any more, or the
                                            number is one of a new branch */
-  TRVS_REVISION_EXISTS = 113 /* TRVS_PUT_NEW_NUMBER: there is a revision of that number */
+  TRVS_REVISION_EXISTS = 113, /* TRVS_PUT_NEW_NUMBER: there is a revision of that number */
+  TRVS_TORN_END = 114,        /* TrvsVerifyArchive: bytes at the end of the archive don't count */
+  TRVS_LIMIT = 115,           /* more than any archive can hold: see the limits below */
+  TRVS_NEEDS_REWRITE = 116 /* the archive has to be written anew, which can't be done: see below */
 } TrvsStatus;
 
 /* A status in a few English words, such as "no such archive", for a program's log. "unknown status"
@@ -404,19 +407,21 @@ TRVS_EXPORT int32_t TrvsVerifyPromoTreeNodeExist(const char* group, int16_t* kin
  * the file system and user attributes; with its owner too if the process may give files away, else
  * it belongs to the present account, and an access list lets the former owner do what he could.
  * Where one of the others can't be kept, such as the group by somebody who isn't in it, or nothing
- * may be made in the directory, the old file is added to, at most 1023 times: then it is
- * TRVS_CANNOT_WRITE until somebody changes the archive who can make a new file. TRVS_CANNOT_WRITE,
- * and no change, if the process may not write the archive; or if its owner may not, so that mode
- * 0444 refuses root too; or if a file would exceed the process's limit of size, whose signal
- * SIGXFSZ ends a process that doesn't ignore it.
+ * may be made in the directory, the old file is added to, at most 1023 times, and as long as it
+ * has at most a megabyte, or three times as many bytes that count no longer as bytes that do: then
+ * it is TRVS_NEEDS_REWRITE until somebody makes any change who can make a new file.
+ * TRVS_CANNOT_WRITE, and no change, if the process may not write the archive; or if its owner may
+ * not, so that mode 0444 refuses root too; or if a file would exceed the process's limit of size.
+ * The system sends SIGXFSZ then, which ends a process that neither ignores nor handles it: the
+ * archive says what it said before all the same, but a client does better to ignore it.
  * Where the path is a symbolic link the archive that it leads to changes; but TRVS_CANNOT_OPEN, told
  * to TRVS_CALLBACK_TEXT, and no change, if the link belongs to neither the present user nor root nor
  * the archive's owner. A further name of the file (a hard link) stays with the old file when a new
  * one is made, and then leads to what the archive said before.
  *
- * A description has up to 16777216 bytes: TRVS_MISUSE for more. All that an archive tells of itself,
- * without contents, has up to 67108864: TRVS_NO_MEMORY for a change that would exceed that, or
- * bring more than a megabyte of text that is all the same. */
+ * A description has up to 16777216 bytes, and all that an archive tells of itself, without contents,
+ * up to 67108864: TRVS_LIMIT for a change that would exceed that, or bring more than a megabyte of
+ * text that is all the same. */
 /* clang-format on */
 
 /* The only context that there is. */
@@ -851,7 +856,13 @@ TRVS_EXPORT int32_t TrvsReadRevision(int32_t context, const char* archive, const
 /* Reads every byte of an archive and checks it. The buffer, which may be null, receives the numbers
  * of the revisions that can't be checked out any more, with TRVS_DONE and
  * TRVS_NOT_AN_ARCHIVE; an empty list with the latter means that what is damaged stands outside
- * their contents, or that all is. Gives TRVS_NOT_AN_ARCHIVE if anything is damaged. */
+ * their contents, or that all is. Gives TRVS_NOT_AN_ARCHIVE if anything is damaged; if
+ * that stands at the end, TRVS_CALLBACK_TEXT tells from where on. Gives TRVS_TORN_END, with an
+ * empty list and such a text, if all that counts is whole, but bytes come after it that don't, and
+ * no writer is at work. Its writer was killed or the power was cut then, and nobody was told that
+ * the change was done; or, if what is there now is what a power cut leaves too, they are damaged.
+ * The next change cuts them off. If they may be damaged, they are in a file beside the archive
+ * then, with ".trvs-cut" after its name, and TRVS_CALLBACK_TEXT says so. */
 TRVS_EXPORT int32_t TrvsVerifyArchive(int32_t context, const char* archive, char* buffer,
                                       int32_t size);
 

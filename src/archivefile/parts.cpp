@@ -292,4 +292,12 @@ Found findEnd(const LastBytes& file, End* end) {
   return isDamagedAfter(file, *end, {whole.base(), ends.end()}) ? Found::kDamaged : Found::kWhole;
 }
 
+bool isCutOff(const LastBytes& file, const End& end) {
+  const uint64_t size = file.fileSize() - end.offset;
+  if (size < kPartHeaderSize || partSizeAt(file, end.offset) > size) return true;
+  End last;
+  return isZero(file, end.offset, end.offset + kPartHeaderSize) &&
+         !parseEndAt(file, file.fileSize(), &last);
+}
+
 }  // namespace archivefile

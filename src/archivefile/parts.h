@@ -110,5 +110,8 @@ enum class Found {
 };
 // The end of the last whole part. *end is left alone if there is none.
 [[nodiscard]] Found findEnd(const LastBytes& file, End* end);
+// Of what comes after it: whether that was never promised for certain, as long as nobody but
+// writers makes the file shorter: it has neither header nor end, or ends before the header says.
+bool isCutOff(const LastBytes& file, const End& end);
 
 }  // namespace archivefile

@@ -13,14 +13,6 @@ constexpr size_t kWideWrite = 64 << 10;   // Up to it pieces are collected.
 constexpr uint64_t kWideCopy = 32 << 10;  // From here on the system copies, and shares if it can.
 constexpr int kNames = 10;                // Of which all but one are other users' leftovers.
 
-constexpr std::string_view kMark = ".trvs-new";
-
-std::string siblingOf(const std::string& name, int number) {
-  constexpr size_t kLongestName = 255;
-  const std::string suffix = std::string(kMark) + (number == 0 ? "" : std::to_string(number));
-  return name.substr(0, kLongestName - suffix.size()) + suffix;
-}
-
 // Writes `bytes` over the content of `file`, and syncs it. What comes after the old end is written
 // first, so a full disk leaves the content as it was.
 bool overwriteInPlace(const File& file, std::string_view bytes) {
@@ -37,9 +29,16 @@ bool overwriteInPlace(const File& file, std::string_view bytes) {
 
 }  // namespace
 
+std::string nameBeside(const std::string& name, std::string_view mark, int number) {
+  constexpr size_t kLongestName = 255;
+  const std::string suffix = std::string(mark) + (number == 0 ? "" : std::to_string(number));
+  return name.substr(0, kLongestName - suffix.size()) + suffix;
+}
+
 bool SiblingFile::hasName(std::string_view name) {
   name = name.substr(0, name.find_last_not_of("0123456789") + 1);
-  return name.ends_with(kMark) || name.ends_with(".trvs-old") || name.ends_with(".trvs-gone");
+  return name.ends_with(kSiblingMark) || name.ends_with(kCutMark) || name.ends_with(".trvs-old") ||
+         name.ends_with(".trvs-gone");
 }
 
 void SiblingFile::giveUp() {
@@ -63,7 +62,7 @@ FileResult SiblingFile::open(const Place& place, Others others) {
   pending_.clear();
   written_ = 0;
   for (int number = 0; number < kNames; ++number) {
-    ownPlace_ = place.beside(siblingOf(place.name(), number));
+    ownPlace_ = place.beside(nameBeside(place.name(), kSiblingMark, number));
     const FileResult result = openThere();
     if (result != FileResult::kExists) return result;
   }

@@ -27,9 +27,16 @@
 
 namespace os {
 
+// The name of what stands beside a file: the file's own, cut short if need be, the mark, and the
+// number unless that is 0.
+constexpr std::string_view kSiblingMark = ".trvs-new";
+constexpr std::string_view kCutMark = ".trvs-cut";  // What was cut off the file, to be looked at.
+std::string nameBeside(const std::string& name, std::string_view mark, int number);
+
 class SiblingFile {
  public:
-  // Whether a file of that name is what a killed writer left over, on this system or on Windows.
+  // Whether a file of that name is what is left of a writer that was killed, on this system or on
+  // Windows.
   static bool hasName(std::string_view name);
 
   SiblingFile() = default;

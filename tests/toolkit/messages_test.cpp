@@ -20,7 +20,7 @@ std::string allMessages() {
   const auto add = [&](const std::string& family, int code, const VString& text) {
     lines += family + " " + std::to_string(code) + ": " + support::escaped(text.view()) + "\n";
   };
-  for (int code = -1; code <= 114; ++code) add("toolkit", code, ToolkitMessage(code, nullptr));
+  for (int code = -1; code <= 117; ++code) add("toolkit", code, ToolkitMessage(code, nullptr));
   for (int code : {1, 38, 109}) add("toolkit+path", code, ToolkitMessage(code, path));
   for (int code = -1; code <= 31; ++code) add("folder", code, FolderMessage(code));
   for (int code = -1; code <= 31; ++code) add("file", code, FolderFileMessage(code, path));

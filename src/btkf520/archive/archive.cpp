@@ -34,6 +34,8 @@ constexpr int kReadTries = 3;
 // if the part holds no content, so few bytes.
 constexpr uint64_t kDeadRatio = 4;
 constexpr uint64_t kFewBytes = 4096;
+// Where no new file can be made, it may grow as long as that is at most so many times the rest.
+constexpr uint64_t kMostDead = 3;
 // Below this a file with a new content is written anew, which takes hardly more time.
 constexpr uint64_t kWideFile = 1 << 20;
 // An index is packed against the last full one as long as that makes it shorter by this factor; and
@@ -67,6 +69,18 @@ size_t mostDelta(size_t full) {
 bool isReadable(const std::string& path) {
   os::File file;
   return file.open(path.c_str(), os::File::Access::kRead) == FileResult::kDone;
+}
+
+// How many bytes of a file count, and how many don't.
+struct Use {
+  uint64_t live = 0;
+  uint64_t dead = 0;
+};
+
+Use useOf(const Frames& frames, uint64_t indexSize, uint64_t fileSize) {
+  uint64_t live = archivefile::kHeader.size() + indexSize;
+  for (const Frame& frame : frames) live += frame.size;
+  return {live, fileSize > live ? fileSize - live : 0};
 }
 
 // Only a damaged content can still want a parent that has been deleted.
@@ -110,6 +124,8 @@ class Archive::Impl {
   TrvsStatus read(const Content& content, const BytesSink& sink);
   TrvsStatus begin(ArchiveModel model, std::unique_ptr<ArchiveChange>* change);
   TrvsStatus commit(ArchiveModel model);
+  TrvsStatus verify(std::vector<Content>* damaged);
+  const std::string& cutName() const { return cutName_; }
 
  private:
   // A content that is not in the file yet. The bytes are the caller's.
@@ -154,6 +170,7 @@ class Archive::Impl {
   std::unique_ptr<ArchiveReader> reader_;
   std::unique_ptr<ArchiveReader> later_;  // Of the file that has replaced reader_'s; may be null.
   std::unique_ptr<ArchiveReader> next_;   // Of the file as begin() has written it.
+  std::string cutName_;
   uint32_t lastContent_;
   uint64_t largestContent_ = std::numeric_limits<uint64_t>::max();
   std::map<uint32_t, Pending> pending_;
@@ -343,10 +360,8 @@ bool Archive::Impl::isAppendable() const {
 // gone.
 bool Archive::Impl::isToBeAppended(const Plan& plan) const {
   if (!isAppendable() || plan.hasLost) return false;
-  uint64_t live = archivefile::kHeader.size() + reader_->fullIndex().storedSize;
-  for (const Frame& frame : plan.kept) live += frame.size;
-  const uint64_t end = reader_->end().offset;
-  const uint64_t dead = end > live ? end - live : 0;
+  const auto [live, dead] =
+      useOf(plan.kept, reader_->fullIndex().storedSize, reader_->end().offset);
   if (plan.made.empty()) return dead <= std::max(live / kDeadRatio, kFewBytes);
   return live >= kWideFile && dead <= live / kDeadRatio;
 }
@@ -458,7 +473,7 @@ TrvsStatus Archive::Impl::packIndex(std::string_view bytes, ArchiveChange* to, E
 
 TrvsStatus Archive::Impl::writeEnd(const Index& index, ArchiveChange* to) {
   const std::string bytes = encodeIndex(index);
-  if (bytes.size() > kLargestIndex) return TRVS_NO_MEMORY;
+  if (bytes.size() > kLargestIndex) return TRVS_LIMIT;
   EndRecord record;
   Bytes packed;
   if (const TrvsStatus status = packIndex(bytes, to, &record, &packed)) return status;
@@ -466,15 +481,15 @@ TrvsStatus Archive::Impl::writeEnd(const Index& index, ArchiveChange* to) {
   const size_t stored = packed.size() + record.full.storedSize;
   const bool isDense = bytes.size() / stored >= kThingsPerByte;
   if (isDense && (bytes.size() > largestIndex(stored) || !decodeIndex(bytes, stored))) {
-    return TRVS_NO_MEMORY;
+    return TRVS_LIMIT;
   }
   if (const TrvsStatus status = writeStatus(to->write(packed.view()))) return status;
   return writeStatus(to->end(encodeRecords(index.model), record));
 }
 
 TrvsStatus Archive::Impl::append(Plan plan, Index* index, ArchiveChange* to) {
-  TrvsStatus status = writeStatus(to->beginPart(reader_->file(), reader_->end()));
-  if (status == TRVS_DONE) status = writeFrames(std::move(plan), index, to);
+  to->beginPart(reader_->file(), reader_->end());
+  const TrvsStatus status = writeFrames(std::move(plan), index, to);
   return status == TRVS_DONE ? writeEnd(*index, to) : status;
 }
 
@@ -501,14 +516,23 @@ TrvsStatus Archive::Impl::write(Index* index, std::unique_ptr<ArchiveChange>* ch
   *change = std::make_unique<ArchiveChange>(path_);
   if (isToBeAppended(plan)) return append(std::move(plan), index, change->get());
   bool isRefused = false;
-  const TrvsStatus status = rewrite(plan, index, change->get(), &isRefused);
-  if (!isRefused || !isAppendable()) return status;
+  TrvsStatus status = rewrite(plan, index, change->get(), &isRefused);
+  if (!isRefused || purpose_ != Purpose::kUpdate) return status;
+  if (!isAppendable()) return TRVS_NEEDS_REWRITE;
   *change = std::make_unique<ArchiveChange>(path_);
-  return append(std::move(plan), index, change->get());
+  status = append(std::move(plan), index, change->get());
+  if (status != TRVS_DONE) return status;
+  const archivefile::End& end = (*change)->ended();
+  const auto [live, dead] = useOf(index->frames, end.record.index.storedSize, end.offset);
+  return dead > std::max(live * kMostDead, kWideFile) ? TRVS_NEEDS_REWRITE : TRVS_DONE;
 }
 
 TrvsStatus Archive::Impl::begin(ArchiveModel model, std::unique_ptr<ArchiveChange>* change) {
-  if (purpose_ == Purpose::kRead || !model.isSound()) return TRVS_MISUSE;
+  if (purpose_ == Purpose::kRead) return TRVS_MISUSE;
+  if (!model.isSound()) return model.hasLongText() ? TRVS_LIMIT : TRVS_MISUSE;
+  if (purpose_ == Purpose::kUpdate) {
+    if (const TrvsStatus status = reader_->cutTornEnd(&cutName_)) return status;
+  }
   Index index{std::move(model), {}, lastContent_};
   std::erase_if(index.model.branches, [](const Branch& branch) {
     return branch.revisions.empty() && !branch.number.isTrunk();
@@ -542,6 +566,14 @@ TrvsStatus Archive::Impl::commit(ArchiveModel model) {
   }
   reader_->file() = change->takeFile();
   return status;
+}
+
+TrvsStatus Archive::Impl::verify(std::vector<Content>* damaged) {
+  return readAgain([&](ArchiveReader& from) {
+    const TrvsStatus status = from.verify(damaged);
+    const bool isTorn = status == TRVS_DONE && from.hasTornEnd(purpose_ == Purpose::kRead);
+    return isTorn ? TRVS_TORN_END : status;
+  });
 }
 
 Archive::Archive(std::unique_ptr<Impl> impl) : impl_(std::move(impl)) {}
@@ -597,8 +629,18 @@ TrvsStatus Archive::begin(ArchiveModel model, std::unique_ptr<ArchiveChange>* ch
   return impl_->begin(std::move(model), change);
 }
 TrvsStatus Archive::commit(ArchiveModel model) { return impl_->commit(std::move(model)); }
-TrvsStatus Archive::verify(std::vector<Content>* damaged) const {
-  return impl_->readAgain([&](ArchiveReader& from) { return from.verify(damaged); });
+TrvsStatus Archive::verify(std::vector<Content>* damaged) const { return impl_->verify(damaged); }
+Archive::Extent Archive::extent() const {
+  return {impl_->reader().file().size(), impl_->reader().end().offset};
 }
+Archive::Extent Archive::extentOfDamaged(const std::string& path) {
+  os::File file;
+  archivefile::End end;
+  if (file.open(path.c_str(), os::File::Access::kRead) != FileResult::kDone) return {};
+  const archivefile::LastBytes bytes(file, nullptr, 0);
+  if (archivefile::findEnd(bytes, &end) != archivefile::Found::kDamaged) return {};
+  return {file.size(), end.offset};
+}
+const std::string& Archive::cutName() const { return impl_->cutName(); }
 
 }  // namespace btkf

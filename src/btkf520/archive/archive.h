@@ -96,6 +96,9 @@ class Archive {
   //   TRVS_MISUSE        `model` is not sound, or uses a content that the archive does not have; or
   //                      this is not open to update
   //   TRVS_CANNOT_WRITE  no space; or no right to make a file in the directory of a new archive
+  //   TRVS_LIMIT         the format can't hold so much
+  //   TRVS_NEEDS_REWRITE a new file is needed, and there is no right to make one, or not with the
+  //                      rights of the old one
   // The file keeps its owner, group, mode, access list and attributes. A damaged content is no
   // obstacle: it is kept as it is, and stays damaged. TRVS_IN_USE also if a content that was put is
   // found to have changed since.
@@ -107,9 +110,24 @@ class Archive {
   [[nodiscard]] TrvsStatus begin(ArchiveModel model, std::unique_ptr<ArchiveChange>* change);
 
   // Reads every byte of the file and checks it, so that it finds any changed bit. TRVS_DONE if all
-  // is well. Else TRVS_NOT_AN_ARCHIVE, and in *damaged the contents that can't be rebuilt any more;
-  // if that is empty, what is damaged is outside the contents. Null for no list.
+  // is well. TRVS_TORN_END if that is so but for bytes at the end that don't count, which no writer
+  // is adding at this moment. Else TRVS_NOT_AN_ARCHIVE, and in *damaged the contents that can't be
+  // rebuilt any more; if that is empty, what is damaged is outside the contents. Null for no list.
   [[nodiscard]] TrvsStatus verify(std::vector<Content>* damaged) const;
+
+  // Of the file: how many bytes it has, and how many up to the end of its last whole part.
+  struct Extent {
+    uint64_t size = 0;
+    uint64_t whole = 0;
+  };
+  Extent extent() const;
+  // The same of a file that can't be opened as an archive since it is damaged after that part. All
+  // 0 of any other.
+  static Extent extentOfDamaged(const std::string& path);
+
+  // The name of the file beside the archive where commit() or begin() has put what it cut off the
+  // end, since that may have been promised once; empty for none.
+  const std::string& cutName() const;
 
  private:
   class Impl;

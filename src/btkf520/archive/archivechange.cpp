@@ -26,10 +26,6 @@ std::string headerOf(const End& end) {
   return archivefile::encodePartHeader(end.begin(), end.record.partSize);
 }
 
-// The cut is on the disk when the next bytes are written: what the power leaves of them must not
-// stand among others.
-bool cutAt(const os::File& file, uint64_t size) { return file.setSize(size) && file.syncContent(); }
-
 // Room for the header, of which nothing is known before the part is complete.
 std::string noHeader() { return std::string(archivefile::kPartHeaderSize, '\0'); }
 
@@ -64,13 +60,11 @@ FileResult ArchiveChange::beginFile(const os::File* old) {
   return result == FileResult::kDone ? sibling_.write(noHeader()) : result;
 }
 
-FileResult ArchiveChange::beginPart(const os::File& file, const End& end) {
-  if (file.size() > end.offset && !cutAt(file, end.offset)) return FileResult::kFailed;
+void ArchiveChange::beginPart(const os::File& file, const End& end) {
   pending_ = noHeader();
   before_ = end;
   written_ = end.offset;
   appended_ = &file;
-  return FileResult::kDone;
 }
 
 uint64_t ArchiveChange::size() const {
@@ -158,7 +152,10 @@ ArchiveChange::Rest ArchiveChange::rest() const {
 void ArchiveChange::giveUp() {
   isConcluded_ = true;
   sibling_.giveUp();
-  if (isAppended()) static_cast<void>(cutAt(*appended_, before_.offset));
+  // On the disk before others write there: see ArchiveReader::cutTornEnd().
+  if (isAppended() && appended_->setSize(before_.offset)) {
+    static_cast<void>(appended_->syncContent());
+  }
 }
 
 TrvsStatus ArchiveChange::finish() {

@@ -60,8 +60,8 @@ class ArchiveChange {
   // For who writes it: a change begins with one of these two. A new file takes the place of the
   // old one, or of none.
   os::FileResult beginFile(const os::File* old);
-  // A part after `end`, the last whole one of `file`. That stays where it is until hold().
-  os::FileResult beginPart(const os::File& file, const archivefile::End& end);
+  // A part after `end`, where `file` ends. That stays where it is until hold().
+  void beginPart(const os::File& file, const archivefile::End& end);
   bool isAppended() const { return appended_ != nullptr; }
 
   // Add to the part. May throw std::bad_alloc.

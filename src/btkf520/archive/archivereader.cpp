@@ -9,8 +9,12 @@
 #include <algorithm>
 
 #include "btkf520/archive/tail.h"
+#include "os/sibling.h"
 
 namespace btkf {
+
+using os::FileResult;
+
 namespace {
 
 // Usually the last end lies in as many bytes, and is read at once.
@@ -19,6 +23,8 @@ constexpr size_t kFirstRead = 32 << 10;
 constexpr uint64_t kPiece = 128 << 10;
 // zstd unpacks a block of four bytes or more to 128 KiB at most.
 constexpr int kLargestRatioLog = 15;
+// So many files may have what was cut off one archive.
+constexpr int kCutFiles = 10;
 // What a writer makes needs less than a hundred frames for any content, however many there are.
 constexpr size_t kMostFrames = 256;
 
@@ -205,6 +211,47 @@ TrvsStatus ArchiveReader::open(os::File file, std::unique_ptr<ArchiveReader>* re
   result->file_ = std::move(file);
   *reader = std::move(result);
   return TRVS_DONE;
+}
+
+bool ArchiveReader::hasTornEnd(bool isToRead) {
+  if (file_.size() <= end_.offset) return false;
+  const os::FileStatus before = file_.status();
+  const bool isAtWork = isToRead && file_.tryLock(os::File::Lock::kShared) == FileResult::kBusy;
+  return !isAtWork && file_.refresh() && file_.status() == before;
+}
+
+// Of several names the first that is free, else the last.
+FileResult ArchiveReader::keepTornEnd(std::string* name) const {
+  os::SiblingFile kept;
+  FileResult result = FileResult::kExists;
+  for (int number = 0; number < kCutFiles && result == FileResult::kExists; ++number) {
+    *name = os::nameBeside(file_.place().name(), os::kCutMark, number);
+    const os::Place place = file_.place().beside(*name);
+    os::File other;
+    const bool isLast = number + 1 == kCutFiles;
+    if (!isLast && other.open(place, os::File::Access::kRead) != FileResult::kMissing) continue;
+    result = kept.open(place, os::SiblingFile::Others::kExcluded);
+    if (result != FileResult::kDone) break;
+    result = kept.copy(file_, end_.offset, file_.size() - end_.offset);
+    if (result != FileResult::kDone) break;
+    result = kept.finish(isLast ? os::SiblingFile::Naming::kReplace : os::SiblingFile::Naming::kNew,
+                         os::SiblingFile::Safety::kOnDisk, nullptr);
+  }
+  return result;
+}
+
+// The cut is on the disk before anything else is written there: what a power cut leaves of that
+// must not stand among other bytes.
+TrvsStatus ArchiveReader::cutTornEnd(std::string* name) {
+  name->clear();
+  if (file_.size() <= end_.offset) return TRVS_DONE;
+  const archivefile::LastBytes bytes(file_, nullptr, 0);
+  if (!archivefile::isCutOff(bytes, end_) && keepTornEnd(name) != FileResult::kDone) {
+    name->clear();
+    return TRVS_CANNOT_WRITE;
+  }
+  const bool isCut = file_.setSize(end_.offset) && file_.syncContent() && file_.refresh();
+  return isCut ? TRVS_DONE : TRVS_CANNOT_WRITE;
 }
 
 archivefile::IndexPlace ArchiveReader::fullIndex() const {

@@ -83,6 +83,12 @@ class ArchiveReader {
   const std::vector<Line>& lines() const;
   FrameCodec& codec() { return *codec_; }
   const archivefile::End& end() const { return end_; }
+  // Whether bytes come after it that nobody is adding. If the file is open for reading alone, it is
+  // locked from then on, so that no writer is.
+  [[nodiscard]] bool hasTornEnd(bool isToRead);
+  // Cuts off what comes after it. *name: of the file beside it that has what may have counted, or
+  // empty. TRVS_CANNOT_WRITE, and nothing is cut off, if there can be none.
+  [[nodiscard]] TrvsStatus cutTornEnd(std::string* name);
   // Where the last full index is, and what it says, to pack the next one against.
   archivefile::IndexPlace fullIndex() const;
   [[nodiscard]] TrvsStatus readFullIndex(std::string_view* bytes);
@@ -118,6 +124,7 @@ class ArchiveReader {
                                       std::string_view known, std::string_view full,
                                       FrameCodec* codec, SharedBytes* bytes);
   [[nodiscard]] bool partsAreWhole();
+  [[nodiscard]] os::FileResult keepTornEnd(std::string* name) const;
 
   bool isTooLarge(const std::vector<const Stored*>& frames) const;
   bool needsTooMany(const Stored& target) const;

@@ -112,6 +112,14 @@ size_t ArchiveModel::lockCount() const {
   return count;
 }
 
+bool ArchiveModel::hasLongText() const {
+  bool hasLong = description.size() > kLongestText;
+  forEachRevision([&](const Revision& each) {
+    hasLong = hasLong || each.changeDescription.size() > kLongestText;
+  });
+  return hasLong;
+}
+
 bool ArchiveModel::isSound() const {
   if (branches.empty() || trunk().number != Number::trunk()) return false;
   if (!isSoundText(workName) || !isWorkfileName(workName)) return false;

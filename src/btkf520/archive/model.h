@@ -102,6 +102,8 @@ class ArchiveModel {
   // are such, contents used once, label targets that are numbers. Archive::commit() refuses any
   // other with TRVS_MISUSE.
   bool isSound() const;
+  // Whether that is because a description is too long.
+  bool hasLongText() const;
 
   bool operator==(const ArchiveModel&) const = default;
 };

@@ -4,7 +4,7 @@
 
 const char* TrvsStatusText(int32_t status) {
   constexpr const char* kUnknown = "unknown status";
-  if (status < TRVS_DONE || status > TRVS_REVISION_EXISTS) return kUnknown;
+  if (status < TRVS_DONE || status > TRVS_NEEDS_REWRITE) return kUnknown;
   switch (static_cast<TrvsStatus>(status)) {
     case TRVS_DONE:
       return "done";
@@ -116,6 +116,12 @@ const char* TrvsStatusText(int32_t status) {
       return "a branch would be needed";
     case TRVS_REVISION_EXISTS:
       return "there is a revision of that number";
+    case TRVS_TORN_END:
+      return "bytes at the end of the archive don't count";
+    case TRVS_LIMIT:
+      return "more than an archive can hold";
+    case TRVS_NEEDS_REWRITE:
+      return "archive has to be written anew, but its directory or its rights don't allow it";
   }
   return kUnknown;
 }

@@ -6,6 +6,7 @@
 
 #include "btkf520/configuration/text.h"
 #include "btkf520/operations/revisions.h"
+#include "btkf520/operations/surroundings.h"
 #include "btkf520/operations/task.h"
 
 namespace btkf {
@@ -45,6 +46,12 @@ void erase(const std::set<Number>& chosen, ArchiveModel* model) {
   });
   std::erase_if(model->labels,
                 [&](const Label& label) { return model->labelled(label) == nullptr; });
+}
+
+// "what comes after the first 940 bytes of m.c_v, 60 more,"
+std::string endOf(const Task& task, const Archive::Extent& extent) {
+  return "what comes after the first " + std::to_string(extent.whole) + " bytes of " +
+         task.archiveText() + ", " + std::to_string(extent.size - extent.whole) + " more,";
 }
 
 }  // namespace
@@ -158,9 +165,19 @@ TrvsStatus listRevisions(const char* archive, const char* range,
 
 TrvsStatus verify(const char* archive, std::vector<std::string>* damaged) {
   Task task;
-  if (const TrvsStatus status = task.openToTell(archive)) return status;
+  if (const TrvsStatus status = task.openToTell(archive)) {
+    const Archive::Extent extent = Archive::extentOfDamaged(task.archivePath());
+    if (status == TRVS_NOT_AN_ARCHIVE && extent.whole != 0) {
+      client().text(endOf(task, extent) + " is damaged");
+    }
+    return status;
+  }
   std::vector<Content> contents;
   const TrvsStatus status = task.archive().verify(&contents);
+  if (status == TRVS_TORN_END) {
+    client().text(endOf(task, task.archive().extent()) +
+                  " doesn't count: a change was cut off, or it is damaged");
+  }
   task.model.forEachRevision([&](const Revision& revision) {
     if (std::find(contents.begin(), contents.end(), revision.content) != contents.end()) {
       damaged->push_back(revision.number.text());

@@ -77,14 +77,17 @@ TrvsStatus Task::commitAll(std::vector<Event> events, WrittenChange::Sequel sequ
   if (waits) batch().reserve(path_);
   WrittenChange written;
   written.sequel = std::move(sequel);
-  if (const TrvsStatus status = archive_->begin(std::move(model), &written.change)) return status;
+  TrvsStatus status = archive_->begin(std::move(model), &written.change);
+  tellOfCut();
+  if (status != TRVS_DONE) return status;
   written.news = std::move(news_);
   archive_.reset();
   if (waits) {
     batch().add(std::move(written));
     return TRVS_DONE;
   }
-  if (const TrvsStatus status = written.change->finish()) return status;
+  status = written.change->finish();
+  if (status != TRVS_DONE) return status;
   written.settle();
   written.tell();
   return written.outcome.status;
@@ -134,6 +137,12 @@ TrvsStatus Task::checkAccess() const {
   const bool isAllowed = list.empty() || user() == model.owner ||
                          std::find(list.begin(), list.end(), user()) != list.end();
   return isAllowed ? TRVS_DONE : TRVS_NO_ACCESS;
+}
+
+void Task::tellOfCut() const {
+  if (archive_->cutName().empty()) return;
+  client().text("bytes at the end of " + archiveText() +
+                " that didn't count are beside it now, as " + archive_->cutName());
 }
 
 void Task::tellOfLink() const {

@@ -72,6 +72,7 @@ class Task {
   [[nodiscard]] TrvsStatus findArchive(const char* target);
   [[nodiscard]] TrvsStatus findUser();
   void tellOfLink() const;
+  void tellOfCut() const;
   [[nodiscard]] TrvsStatus openPatiently();
 
   News news_;

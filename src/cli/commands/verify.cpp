@@ -16,6 +16,13 @@
 namespace cli {
 namespace {
 
+std::string theText;  // What the engine said last of the archive at hand.
+
+int32_t takeText(const char* text) {
+  theText = text;
+  return TRVS_GO_ON;
+}
+
 class Verify : public FileCommand {
  public:
   Verify() : FileCommand("verify", State::Use::kRead) { takeArchives(); }
@@ -61,14 +68,18 @@ class Verify : public FileCommand {
     const Subject subject{.file = path, .archive = file.archive};
     std::vector<std::string> lost;
     int32_t status = TRVS_DONE;
+    theText.clear();
+    attachEngine(TRVS_CALLBACK_TEXT, &takeText);
     try {
       lost = fetchList(
           [&](char* buffer, int32_t size) {
             status = TrvsVerifyArchive(TRVS_CONTEXT, file.archive.c_str(), buffer, size);
-            return status == TRVS_NOT_AN_ARCHIVE ? TRVS_DONE : status;
+            const bool isTold = status == TRVS_NOT_AN_ARCHIVE || status == TRVS_TORN_END;
+            return isTold ? TRVS_DONE : status;
           },
           subject);
       if (status == TRVS_NOT_AN_ARCHIVE) return tellDamaged(file, path, lost);
+      if (status == TRVS_TORN_END) return tellTorn(file, path);
       const size_t revisions = History(file.archive, path).revisions().size();
       revisions_ += revisions;
       output().result(
@@ -88,10 +99,18 @@ class Verify : public FileCommand {
                    const std::vector<std::string>& lost) {
     ++damaged_;
     output().result({{"file", file.path}, {"state", "damaged"}, {"lost", lost}}, "");
-    std::string why = "the archive is damaged";
+    std::string why = theText.empty() ? "the archive is damaged" : shown(theText);
     if (!lost.empty()) why += fmt::format(", {} can't be checked out", listed(lost));
-    output().problem({path, why, fmt::format("restore {} from a back-up", shown(file.archive)),
-                      Exit::kFailed, TRVS_NOT_AN_ARCHIVE});
+    std::string todo = fmt::format("restore {} from a back-up", shown(file.archive));
+    if (!theText.empty()) todo += ", or lose its last changes: 'truncate -s' cuts it there";
+    output().problem({path, why, todo, Exit::kFailed, TRVS_NOT_AN_ARCHIVE});
+  }
+
+  void tellTorn(const FileRecord& file, const std::string& path) {
+    ++torn_;
+    output().result({{"file", file.path}, {"state", "torn"}, {"lost", {}}}, "");
+    output().problem({path, shown(theText), "see whether its last change is there", Exit::kFailed,
+                      TRVS_TORN_END});
   }
 
   // In the archive directories of this project; other projects may use them too.
@@ -118,6 +137,7 @@ class Verify : public FileCommand {
   void tell() const {
     std::vector<std::string> faults;
     if (damaged_ > 0) faults.push_back(counted(damaged_, "file") + " damaged");
+    if (torn_ > 0) faults.push_back(counted(torn_, "file") + " with a torn end");
     if (missing_ > 0) faults.push_back(counted(missing_, "archive") + " missing");
     if (files_ == 0 && output().hasProblems()) return;
     output().line(fmt::format("verified {}, {}: {}", counted(files_, "file"),
@@ -129,6 +149,7 @@ class Verify : public FileCommand {
   size_t files_ = 0;
   size_t revisions_ = 0;
   size_t damaged_ = 0;
+  size_t torn_ = 0;
   size_t missing_ = 0;
   std::set<std::string> unnamed_;
 };
