@@ -1,12 +1,12 @@
 #!/bin/sh
 # Builds the libraries and the examples for Windows, and packs them with their headers:
-# build_windows.sh [x86_64|i686 ...]. For x86_64 without any. All is below build-windows.
+# build_windows.sh [x86_64|i686 ...]. Both machines without any. All is below build-windows.
 #
 # zstd is built from Debian's source package: what is fetched must have the checksum below.
 set -eu
 unset CFLAGS CXXFLAGS LDFLAGS  # Those are for the machine that builds.
 cd "$(dirname "$0")/.."
-machines=${*:-x86_64}
+machines=${*:-x86_64 i686}
 windows=$PWD/build-windows
 zstd_version=1.5.4+dfsg2
 zstd_revision=5

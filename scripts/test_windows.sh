@@ -1,5 +1,5 @@
 #!/bin/sh
-# Builds for Windows and runs what was built in Wine: test_windows.sh [x86_64|i686 ...]. For x86_64
+# Builds for Windows and runs what was built in Wine: test_windows.sh [x86_64|i686 ...]. Both machines
 # without any. Everything is below build-windows, Wine's own files as well.
 #
 # A machine's tests: what the DLLs need and export; rules of files that only Windows has, several
@@ -9,15 +9,21 @@ set -eu
 cd "$(dirname "$0")/.."
 source=$PWD
 windows=$PWD/build-windows
-machines=${*:-x86_64}
+machines=${*:-x86_64 i686}
 wine_version=8.0~repack-4
 # Wine's folder for 32-bit programs is put in its place for this script alone.
 [ -n "${FOLDAPI_OWN_MOUNTS-}" ] || FOLDAPI_OWN_MOUNTS=1 exec unshare -m "$0" "$@"
-export WINEPREFIX="$windows/wine" WINEDEBUG=-all WINEDLLOVERRIDES='mscoree,mshtml='
+wine_libraries=/usr/lib/x86_64-linux-gnu/wine
+export WINEDEBUG=-all WINEDLLOVERRIDES='mscoree,mshtml='
 
 # 32-bit programs need a folder of Wine's that only the package for 32-bit machines has.
+put_wine32_in_place() {
+  [ -d "$windows/wine32" ] || fetch_wine32
+  mkdir -p "$wine_libraries/i386-windows"
+  mount --bind "$windows/wine32" "$wine_libraries/i386-windows"
+}
+
 fetch_wine32() {
-  [ ! -d "$windows/wine32" ] || return 0
   echo "Fetching Wine's libraries for 32-bit programs ..."
   lists=$(mktemp -d)
   mkdir -p "$lists/lists/partial"
@@ -89,11 +95,12 @@ for machine in $machines; do
   scripts/build_windows.sh "$machine"
   scripts/build.sh "build-windows/$machine/build" -DFOLDAPI_TESTS=ON windows_tests
 done
-[ -d "$WINEPREFIX" ] || /usr/lib/wine/wine64 wineboot -i > /dev/null 2>&1
 for machine in $machines; do
-  if [ "$machine" = i686 ]; then
-    fetch_wine32
-    mount --bind "$windows/wine32" /usr/lib/x86_64-linux-gnu/wine/i386-windows
+  [ "$machine" != i686 ] || put_wine32_in_place
+  export WINEPREFIX="$windows/$machine/wine"
+  if [ ! -d "$WINEPREFIX" ]; then
+    /usr/lib/wine/wine64 wineboot -i > /dev/null 2>&1
+    [ "$machine" != i686 ] || ln -s "$wine_libraries/i386-windows"/* "$WINEPREFIX/drive_c/windows/syswow64"
   fi
   test_machine "$machine"
 done

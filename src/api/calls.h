@@ -26,12 +26,12 @@ const char* clientText(const VString& text);
 // Adds to the messages of this call that there was no memory.
 void tellNoMemory() noexcept;
 
-// Runs a call for a client: whatever is thrown ends as `fallback`.
+// Runs what may come between two calls of a client, in a thread of anybody's: whatever is thrown
+// ends as `fallback`.
 template <typename Result, typename Call>
-Result guarded(Result fallback, Call call) {
+Result guardedAside(Result fallback, Call call) {
   TVApiSink::forgetTold();
   try {
-    const std::unique_ptr<TVChildList> parked = std::move(theParkedList());
     return call();
   } catch (const std::bad_alloc&) {
     tellNoMemory();
@@ -39,6 +39,15 @@ Result guarded(Result fallback, Call call) {
   } catch (...) {
     return fallback;
   }
+}
+
+// Runs a call for a client.
+template <typename Result, typename Call>
+Result guarded(Result fallback, Call call) {
+  return guardedAside(fallback, [&] {
+    const std::unique_ptr<TVChildList> parked = std::move(theParkedList());
+    return call();
+  });
 }
 
 template <typename Call>

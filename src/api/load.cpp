@@ -31,8 +31,9 @@ bool attach() {
 
 }  // namespace
 
+// Windows calls it for each thread that starts.
 int32_t DllMain(void*, uint32_t reason, void*) {
-  return foldapi::api::guarded(0, [&] {
+  return foldapi::api::guardedAside(0, [&] {
     if (reason != kProcessAttach && reason != kThreadAttach) return 1;
     return attach() ? 1 : 0;
   });

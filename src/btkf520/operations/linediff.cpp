@@ -75,7 +75,7 @@ class LineTable {
       for (size_t i = 0; i < some; ++i) {
         const std::string_view line = lines[begin + done + i];
         hashes[i] = os::fingerprintText(rules_.isPlain() ? line : rules_.whatCounts(line), 0);
-        __builtin_prefetch(&slots_[hashes[i] & mask_]);
+        __builtin_prefetch(&slots_[static_cast<size_t>(hashes[i]) & mask_]);
       }
       for (size_t i = 0; i < some; ++i) {
         take(&slotOf(lines[begin + done + i], hashes[i]), done + i);
@@ -86,7 +86,7 @@ class LineTable {
   // The one that has the line, or else the one to put it in: it has the line's print then.
   Slot& slotOf(std::string_view line, uint64_t hash) {
     const auto print = static_cast<uint32_t>(hash >> 32);
-    for (size_t at = hash & mask_;; at = (at + 1) & mask_) {
+    for (size_t at = static_cast<size_t>(hash) & mask_;; at = (at + 1) & mask_) {
       Slot& slot = slots_[at];
       if (slot.number == kNone) {
         slot.print = print;
