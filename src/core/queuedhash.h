@@ -36,6 +36,8 @@ class TVQueuedHash : public TVHash {
   // place of an equal one takes over its age.
   VObject* add(VObject* value) override;
   VObject* set(VObject* value) override;
+  // What a find of this value, which is here, does.
+  void use(TVQueuedValue* value) { touch(value); }
   // Evicts first, if the new size is smaller. Ages stay.
   int resize(int bucketCount) override;
   std::vector<VObject*> values() const override;

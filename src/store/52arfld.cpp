@@ -2,6 +2,7 @@
 #include "store/52arfld.h"
 
 #include <algorithm>
+#include <new>
 
 #include "core/result.h"
 #include "runtime/assertion.h"
@@ -95,7 +96,7 @@ static_assert(sizeof(TVArchiveMember52) <= 104);
 
 // The record lies in the owner's public file if it has one, else in the private one: never in both.
 int TVArchiveMember52::writeChild(TVHandle& context, TVStorageLock& ownerLock) {
-  recordNames_.reset();
+  if (notes_ != nullptr) notes_->recordNames.reset();
   TVDataFileWriter& writer = writerOf(ownerLock);
   const Side side = writer.path(Side::kPublic).isEmpty() ? Side::kPrivate : Side::kPublic;
   if (writer.stream(side) == nullptr) return kResultNotWritten;
@@ -145,20 +146,47 @@ TVArchiveCache* TVArchiveMember52::projectCache() {
   return static_cast<TVProjectFolder52*>(project)->archiveCache();
 }
 
+namespace {
+
+uint64_t changesOfSummaries() { return TVObject::keyChanges() + TVArchiveCache::losses(); }
+
+}  // namespace
+
+// What the last call found, if it is still that of the archive; else null.
+const ArchiveSummary* TVArchiveMember52::rememberedSummary(TVArchiveCache* cache) {
+  if (cache == nullptr || notes_ == nullptr || notes_->summary == nullptr) return nullptr;
+  if (notes_->changesAtSummary != changesOfSummaries()) return nullptr;
+  return cache->fetchAgain(notes_->summary) == 0 ? &notes_->summary->summary() : nullptr;
+}
+
+TVArchiveMember52::Notes& TVArchiveMember52::notes() {
+  if (notes_ == nullptr) notes_ = std::make_unique<Notes>();
+  return *notes_;
+}
+
 // Calls use(const ArchiveSummary&) with the archive's summary: the one that the project's cache has
 // or, without a cache, one that is read for this call alone.
 template <typename Use>
 int TVArchiveMember52::LoadArchiveInfo(TVHandle& context, Use use) {
+  TVArchiveCache* const cache = projectCache();
+  if (const ArchiveSummary* const remembered = rememberedSummary(cache)) {
+    use(*remembered);
+    return kResultDone;
+  }
   const VPathString path = qualArchiveName();
   if (path.isEmpty()) {
     context.sink().notice(context, FolderMessage(kFolderNoArchiveName));
     return kResultMissing;
   }
-  TVArchiveCache* const cache = projectCache();
   ArchiveSummary own;
-  const ArchiveSummary* summary = &own;
-  const int32_t code =
-      cache != nullptr ? cache->fetch(path, &summary) : ReadArchiveInfo(path, &own);
+  TVArchiveInfo52* info = nullptr;
+  const int32_t code = cache != nullptr ? cache->fetch(path, &info) : ReadArchiveInfo(path, &own);
+  if (code != 0) info = nullptr;
+  if (notes_ == nullptr && info != nullptr) notes_.reset(new (std::nothrow) Notes);
+  if (notes_ != nullptr) {
+    notes_->summary = info;
+    notes_->changesAtSummary = changesOfSummaries();
+  }
   if (code == kFolderNoMemory) {
     context.sink().error(context, FolderMessage(code));
     return kResultNoMemory;
@@ -167,7 +195,7 @@ int TVArchiveMember52::LoadArchiveInfo(TVHandle& context, Use use) {
     context.sink().notice(context, FolderFileMessage(code, path.text()));
     return kResultFailed;
   }
-  use(*summary);
+  use(info != nullptr ? info->summary() : own);
   return kResultDone;
 }
 

@@ -131,14 +131,25 @@ class TVArchiveMember52 : public TVArchiveMember {
   void forgetTrunk();
   static void giveBack(TrvsRevTree* tree);
   TVArchiveCache* projectCache();
+  const ArchiveSummary* rememberedSummary(TVArchiveCache* cache);
   template <typename Use>
   int LoadArchiveInfo(TVHandle& context, Use use);
   template <typename Value>
   int infoField(TVHandle& context, Value ArchiveSummary::*field, Value* out);
 
   TrvsRevTree* tree_ = nullptr;  // The toolkit's; given back to it and never freed otherwise.
-  // The names of the record, while those in memory have been computed and not been stored.
-  std::unique_ptr<TVNameBlock> recordNames_;
+  // What few members know.
+  struct Notes {
+    // The names of the record, while those in memory have been computed and not been stored.
+    std::unique_ptr<TVNameBlock> recordNames;
+    // The summary in the project's cache, good while no cache has lost one and no name or directory
+    // has changed since.
+    TVArchiveInfo52* summary = nullptr;
+    uint64_t changesAtSummary = 0;
+  };
+  Notes& notes();
+
+  std::unique_ptr<Notes> notes_;
 };
 
 class TVArchiveMember52Options : public TVArchiveMemberOptions {

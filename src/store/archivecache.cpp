@@ -22,10 +22,17 @@ constexpr uint64_t kStart = 16;  // Bytes, more than a number takes.
 
 }  // namespace
 
+uint64_t TVArchiveCache::losses_ = 0;
+
 TVArchiveCache::TVArchiveCache(VPathString path, int capacity)
     : queue_(capacity), path_(std::move(path)) {}
 
 TVArchiveCache::~TVArchiveCache() { clear(); }
+
+void TVArchiveCache::clear() {
+  ++losses_;
+  queue_.clearAndDelete();
+}
 
 bool TVArchiveCache::readFileText(std::string* text) const {
   return !path_.isEmpty() && readFile(path_.view(), text);
@@ -91,19 +98,26 @@ bool TVArchiveCache::save() {
   return true;
 }
 
-int32_t TVArchiveCache::fetch(const VPathString& archivePath, const ArchiveSummary** summary) {
+int32_t TVArchiveCache::fetch(const VPathString& archivePath, TVArchiveInfo52** info) {
   try {
-    TVArchiveInfo52* info = find(archivePath.view());
-    if (info == nullptr) {
-      auto fresh = std::make_unique<TVArchiveInfo52>(archivePath);
-      if (fresh->Load() != 0) return kFolderNotAnArchive;
-      info = add(std::move(fresh));
-    } else if (!info->IsCurrent() && info->Load() != 0) {
-      delete queue_.removeIdentical(info);
-      return kFolderNotAnArchive;
-    }
-    *summary = &info->summary();
+    *info = find(archivePath.view());
+    if (*info != nullptr) return fetchAgain(*info);
+    auto fresh = std::make_unique<TVArchiveInfo52>(archivePath);
+    if (fresh->Load() != 0) return kFolderNotAnArchive;
+    *info = add(std::move(fresh));
     return 0;
+  } catch (const std::bad_alloc&) {
+    return kFolderNoMemory;
+  }
+}
+
+int32_t TVArchiveCache::fetchAgain(TVArchiveInfo52* info) {
+  try {
+    queue_.use(info);
+    if (info->IsCurrent() || info->Load() == 0) return 0;
+    ++losses_;
+    delete queue_.removeIdentical(info);
+    return kFolderNotAnArchive;
   } catch (const std::bad_alloc&) {
     return kFolderNoMemory;
   }
@@ -115,7 +129,9 @@ TVArchiveInfo52* TVArchiveCache::find(std::string_view archivePath) {
 }
 
 TVArchiveInfo52* TVArchiveCache::add(std::unique_ptr<TVArchiveInfo52> info) {
+  const int before = queue_.size();
   auto* const added = static_cast<TVArchiveInfo52*>(queue_.add(info.get()));
+  if (queue_.size() <= before) ++losses_;
   if (added != nullptr) static_cast<void>(info.release());  // The queue's now.
   return added;
 }

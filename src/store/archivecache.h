@@ -45,12 +45,17 @@ class TVArchiveCache {
   bool save();
 
   // Destroys all summaries.
-  void clear() { queue_.clearAndDelete(); }
+  void clear();
 
   // The summary of an archive as its file is now: read from the file only if the cache has none, or
   // if the file changed. 0; kFolderNoMemory; kFolderNotAnArchive, and the cache then has no
-  // summary. *summary is the cache's, until it is asked or filled again.
-  [[nodiscard]] int32_t fetch(const VPathString& archivePath, const ArchiveSummary** summary);
+  // summary. *info is the cache's, until it is asked or filled again.
+  [[nodiscard]] int32_t fetch(const VPathString& archivePath, TVArchiveInfo52** info);
+
+  // As fetch(), of a summary that it gave since losses() changed last.
+  [[nodiscard]] int32_t fetchAgain(TVArchiveInfo52* info);
+  // Counts the losses of summaries by all caches.
+  static uint64_t losses() { return losses_; }
 
   // The summary that is here for an archive, which becomes the newest, or null.
   TVArchiveInfo52* find(std::string_view archivePath);
@@ -66,6 +71,8 @@ class TVArchiveCache {
  private:
   bool readFileText(std::string* text) const;
   bool readQueue(VArchiver& archive);
+
+  static uint64_t losses_;
 
   int32_t version_ = kVersion;
   TVQueuedHash queue_;

@@ -8,6 +8,7 @@
 #include <new>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 #include "btkf520/btkf520.h"
@@ -197,7 +198,8 @@ int TVArchiveMember52::computeArchiveName(TVHandle& context) {
                             ToolkitMessage(TRVS_ARCHIVE_EXISTS, wanted.archiveName.text()));
       return kResultFailed;
     }
-    if (recordNames_ == nullptr) recordNames_ = std::make_unique<TVNameBlock>(names());
+    std::unique_ptr<TVNameBlock>& recordNames = notes().recordNames;
+    if (recordNames == nullptr) recordNames = std::make_unique<TVNameBlock>(names());
   }
   setNames(wanted);
   return result;
@@ -268,9 +270,9 @@ int TVArchiveMember52::storeIn(TVObject* folder, TVHandle& context,
   const bool isKept = folder != nullptr && !folder->isDeleted();
   for (const auto& [member, names] : members) {
     if (member->isTransient()) member->setNames(names);
-    if (!isKept || member->recordNames_ == nullptr) continue;
-    if (member->owner() == folder) member->setNames(member->recordNames_->views());
-    member->recordNames_.reset();
+    if (!isKept || member->notes_ == nullptr || member->notes_->recordNames == nullptr) continue;
+    const auto recordNames = std::exchange(member->notes_->recordNames, nullptr);
+    if (member->owner() == folder) member->setNames(recordNames->views());
   }
   if (!isKept) return kResultDone;
   TVHandle folderHandle(&context.sink(), folder);

@@ -82,4 +82,30 @@ TEST_F(ArchiveCache, DoesNotTrustWhatItReadWithinTheTickOfTheLastChange) {
   }
 }
 
+// A member that has been asked remembers where the cache has its summary.
+TEST_F(ArchiveCache, IsFollowedByAMemberThatIsAskedAgain) {
+  TVHandle* project = scratch_.openProject("P");
+  TVHandle* member = FindArchiveByWorkName(project, "a");
+  for (int round = 1; round <= 3; ++round) {
+    writeArchive("a", {.revisions = round}, 900000000 + round * 2);
+    for (int repeat = 0; repeat < 2; ++repeat) EXPECT_EQ(GetNumRevisions(member), round);
+    if (round == 2) std::filesystem::remove(archive("a"));
+    EXPECT_EQ(GetNumRevisions(member), round == 2 ? 0 : round);
+  }
+  // The directories around it tell with which separator its path is written.
+  const auto old = std::filesystem::current_path();
+  std::filesystem::current_path(scratch_.path("."));
+  AddExistingArchive(project, "c", "vault/b_v");
+  member = FindArchiveByWorkName(project, "c");
+  for (const char* directory : {"x/y", "x\\y"}) {
+    SetProjectPrivateDir(project, directory);
+    EXPECT_EQ(GetNumRevisions(member), 1);
+  }
+  std::filesystem::current_path(old);
+  endRun();
+  const string cache = support::readFile(scratch_.path(kCacheFile));
+  EXPECT_NE(cache.find("vault/b_v"), string::npos);
+  EXPECT_NE(cache.find("vault\\b_v"), string::npos);
+}
+
 }  // namespace
