@@ -16,7 +16,7 @@ struct Taker {
 int32_t takePiece(void* client, const void* bytes, uint64_t size) {
   auto* const taker = static_cast<Taker*>(client);
   try {
-    taker->take({static_cast<const char*>(bytes), size});
+    taker->take({static_cast<const char*>(bytes), static_cast<size_t>(size)});
     return TRVS_GO_ON;
   } catch (...) {
     taker->thrown = std::current_exception();
