@@ -153,7 +153,7 @@ class FileCommand::Group {
   size_t failed() const { return failed_; }
 
  private:
-  static constexpr size_t kMost = 256;
+  static constexpr size_t kMost = 1000;      // The toolkit lets few more wait.
   static constexpr int64_t kLongest = 1000;  // Milliseconds.
 
   struct Waiting {
