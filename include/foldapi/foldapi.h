@@ -245,7 +245,8 @@ FOLDAPI_EXPORT void FOLDAPI_CALL SetSortTypeQualWorkName(TVHandle* parent);
 FOLDAPI_EXPORT void FOLDAPI_CALL SetSortTypeArchiveName(TVHandle* parent);
 
 /* Find an archive by one of its names; the qualified ones are a directory and a name. A find
- * bisects if the order is the one of its name, and looks at each archive otherwise.
+ * bisects if the order is the one of its name. By another name the first finds look at each
+ * archive; once that has cost enough an index answers, until an archive comes, goes or is renamed.
  * FindArchiveInFolder is FindArchiveByWorkName. */
 FOLDAPI_EXPORT TVHandle* FOLDAPI_CALL FindArchiveByWorkName(TVHandle* parent, const char* name);
 FOLDAPI_EXPORT TVHandle* FOLDAPI_CALL FindArchiveByQualWorkName(TVHandle* parent, const char* path);

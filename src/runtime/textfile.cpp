@@ -3,7 +3,8 @@
 // A lock belongs to the file that was opened, while others know the file by its path, and a commit
 // puts another file there. So every lock is followed by a look whether the path still names what
 // was locked. A reader without the lock needs no more than that each file is whole at any time: a
-// rewrite makes a new file, and an append stays within one page, which the system changes at once.
+// rewrite makes a new file, and an append stays within one page, which the system changes at once,
+// or is a line that counts for nothing before its end is there.
 #include "runtime/textfile.h"
 
 #include <algorithm>
