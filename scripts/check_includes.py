@@ -45,7 +45,8 @@ MAY_INCLUDE_TOO = {
     "api": ["foldapi/foldapi.h"],
     "cli": ["foldapi/foldapi.h"],
     **{"cli/" + part: ["btkf520/btkf520.h"]
-       for part in ("archives", "database", "local", "moving", "commands")},
+       for part in ("archives", "database", "moving", "commands")},
+    "cli/local": ["archivefile/checksum.h", "btkf520/btkf520.h"],
     **{"btkf520/" + part: ["btkf520/btkf520.h"]
        for part in ("archive", "configuration", "operations", "interface")},
 }

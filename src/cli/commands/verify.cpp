@@ -25,7 +25,10 @@ int32_t takeText(const char* text) {
 
 class Verify : public FileCommand {
  public:
-  Verify() : FileCommand("verify", State::Use::kRead) { takeArchives(); }
+  Verify() : FileCommand("verify", State::Use::kRead) {
+    takeArchives();
+    looking_ = LocalFiles::Looking::kRecords;
+  }
 
   void declare(Options& options) override {
     options.flag(&isEverywhere_, "--everywhere", "in all projects");

@@ -49,7 +49,7 @@ LocalFiles::LocalFiles(Session& session, State::Use use, Looking looking)
       state_(directory_.top, ownerOf(session), use),
       kept_(directory_.top),
       use_(use) {
-  if (use == State::Use::kChange || !takeKept(looking)) {
+  if (use == State::Use::kChange || looking == Looking::kRecords || !takeKept(looking)) {
     files_ = session.project().files();
     state_.keepFiles(files_, session.project().origin());
   }

@@ -30,8 +30,9 @@ enum class Standing {
 
 class LocalFiles {
  public:
-  // What is looked at besides files where the list of them is remembered.
-  enum class Looking { kFilesOnly, kArchivesToo };
+  // What is looked at besides files where the list of them is remembered. With kRecords the
+  // project's records are read whatever is remembered.
+  enum class Looking { kFilesOnly, kArchivesToo, kRecords };
   LocalFiles(Session& session, State::Use use, Looking looking = Looking::kArchivesToo);
   // Archives as they are, of no project: files with their paths. To be read only.
   LocalFiles(Session& session, const std::vector<std::string>& archives);

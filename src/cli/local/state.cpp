@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <charconv>
 
+#include "archivefile/checksum.h"
 #include "cli/local/directory.h"
 #include "cli/problem.h"
 #include "cli/text/paths.h"
@@ -19,7 +20,6 @@ namespace cli {
 namespace {
 
 constexpr std::string_view kHead = "trevault state 5";
-constexpr std::string_view kEnd = ".\n";
 constexpr uint64_t kLargest = uint64_t{1} << 31;
 constexpr int kTries = 50;
 constexpr unsigned kPause = 100;  // Milliseconds.
@@ -60,6 +60,18 @@ bool canStand(const Told& told) {
          std::all_of(told.locks.begin(), told.locks.end(), [](const LockInfo& lock) {
            return canStand(lock.user) && canStand(lock.note);
          });
+}
+
+// The last line, which proves all of `text` before it.
+std::string endOf(std::string_view text) {
+  return fmt::format(".{:016x}\n", archivefile::checksumOf(text));
+}
+
+bool takeEnd(std::string_view* text) {
+  const std::string_view lines = text->substr(0, text->find_last_of('.'));
+  if (text->substr(lines.size()) != endOf(lines)) return false;
+  *text = lines;
+  return true;
 }
 
 }  // namespace
@@ -156,14 +168,13 @@ void State::writeLine(const std::string& path, const Changed& changed, std::stri
 
 // After the head come the owner, what is followed, the lines of the origin, and those of familiar
 // directories, "text directory" with a tab between. An empty line ends each of the two. A file that
-// was cut off lists no files.
+// isn't proven, as it was cut off or damaged, lists no files.
 void State::read() {
   os::FileStatus status;
   if (os::readFile(path().c_str(), kLargest, &bytes_, &status) != os::FileResult::kDone) return;
   read_ = status;
   std::string_view text = bytes_;
-  const bool isWhole = text.ends_with(kEnd);
-  if (isWhole) text.remove_suffix(kEnd.size());
+  const bool isProven = takeEnd(&text);
   if (takeField(&text, '\n') != kHead || takeField(&text, '\n') != owner_) return;
   follows_ = takeField(&text, '\n');
   while (!text.empty() && !text.starts_with('\n')) {
@@ -176,16 +187,14 @@ void State::read() {
     familiar_.emplace(line, said);
   }
   takeField(&text, '\n');
-  bool areAll = isWhole;
   while (!text.empty()) {
     Line line;
     const bool isLine = readPath(takeField(&text, '\n'), &line) &&
                         (lines_.empty() || lines_.back().path < line.path);
     if (isLine) lines_.push_back(line);
-    areAll = areAll && isLine;
   }
-  if (!isWhole && !lines_.empty()) lines_.pop_back();
-  if (!areAll) origin_.clear();
+  if (!bytes_.ends_with('\n') && !lines_.empty()) lines_.pop_back();
+  if (!isProven) origin_.clear();
 }
 
 std::vector<FileRecord> State::files() const {
@@ -375,7 +384,7 @@ void State::save() {
   for (const auto& [directory, said] : familiar_) text += fmt::format("{}\t{}\n", said, directory);
   text += '\n';
   writeLines(&text);
-  text += kEnd;
+  text += endOf(text);
   os::SiblingFile file;
   const bool isWritten = file.open(path()) == os::FileResult::kDone &&
                          file.write(text) == os::FileResult::kDone &&
