@@ -35,6 +35,9 @@ class Diff : public FileCommand {
     }
     auto files = chosen();
     const size_t dots = std::min(range_.find(".."), range_.size());
+    if (!local().isOfProject() && (dots == 0 || dots == range_.size())) {
+      throw misuse("diff", "an archive has no file to compare", "'-r FROM..TO' names revisions");
+    }
     for (const std::string& side :
          {range_.substr(0, dots), range_.substr(std::min(dots + 2, range_.size()))}) {
       local().refuseUnknown(side, files);

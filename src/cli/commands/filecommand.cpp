@@ -68,18 +68,23 @@ LocalFiles& FileCommand::local() const {
                           : local_.emplace(*session_, archives);
 }
 
-// All names, if they are those of archives, and there is no project to say whose they are.
+// All names, if one of them is an archive's, and there is no project to say whose it is: what is
+// wrong with the others is told in their turn. If none is, that comes before the lack of a project.
 std::vector<std::string> FileCommand::archivesNamed() const {
   std::vector<std::string> paths;
+  std::vector<Problem> others;
   if (!takesArchives_ || names_.empty() || session_->hasProject()) return {};
   for (const std::string& name : names_) {
     paths.push_back(session_->absolute(name));
     char owner[256];
-    if (TrvsGetOwner(TRVS_CONTEXT, paths.back().c_str(), owner, sizeof owner) != TRVS_DONE) {
-      return {};
-    }
+    const int32_t status = TrvsGetOwner(TRVS_CONTEXT, paths.back().c_str(), owner, sizeof owner);
+    if (status == TRVS_DONE) continue;
+    others.push_back(problemOf(status, {.file = name, .archive = paths.back()}));
+    others.back().todo.clear();
   }
-  return paths;
+  if (others.size() < paths.size()) return paths;
+  for (const Problem& each : others) output().problem(each);
+  return {};
 }
 
 Subject FileCommand::about(const FileRecord& file, const std::string& revision) const {

@@ -67,7 +67,7 @@ LocalFiles::LocalFiles(Session& session, const std::vector<std::string>& archive
       use_(State::Use::kRead),
       isOfProject_(false) {
   for (const std::string& archive : archives) {
-    files_.push_back({relativePath(directory_.top, archive), archive, ""});
+    files_.push_back({archive, archive, ""});
   }
   attachEngine(trustsConfigurations);
   user_ = presentUser();

@@ -34,11 +34,12 @@ class LocalFiles {
   // project's records are read whatever is remembered.
   enum class Looking { kFilesOnly, kArchivesToo, kRecords };
   LocalFiles(Session& session, State::Use use, Looking looking = Looking::kArchivesToo);
-  // Archives as they are, of no project: files with their paths. To be read only.
+  // Archives as they are, of no project: files with their absolute paths. To be read only.
   LocalFiles(Session& session, const std::vector<std::string>& archives);
 
   const WorkDirectory& directory() const { return directory_; }
   const std::vector<FileRecord>& files() const { return files_; }
+  bool isOfProject() const { return isOfProject_; }
   const std::string& user() const { return user_; }
   const PromotionModel& promotion();
 
