@@ -345,6 +345,32 @@ int readStatus(const fuzz::MemoryFile& file, size_t revision) {
   return archive->read(archive->model().trunk().revisions[revision].content, &bytes);
 }
 
+// A real fault: the change was done, and no reader took the number that it had given.
+TEST(ArchiveDamage, LeavesNoNumberForAnotherContent) {
+  std::string frames(archivefile::kHeader);
+  frames.resize(20);
+  btkf::Index index = chainOf({"content"}, &frames);
+  const auto statusOfCheckIn = [&](uint32_t lastContent, uint32_t position) {
+    index.lastContent = lastContent;
+    index.frames[0].position = position;
+    const std::string path = fuzz::scratchPath("numbered");
+    std::ofstream(path) << forged(index, frames);
+    std::unique_ptr<Archive> archive;
+    EXPECT_EQ(Archive::openToUpdate(path, &archive), TRVS_DONE);
+    btkf::ArchiveModel model = archive->model();
+    btkf::Revision revision;
+    revision.number = number("1.1");
+    revision.content = archive->put("next");
+    model.trunk().revisions.push_back(revision);
+    const TrvsStatus status = archive->commit(model);
+    EXPECT_EQ(Archive::openToRead(path, &archive), TRVS_DONE);
+    return status;
+  };
+  EXPECT_EQ(statusOfCheckIn(INT32_MAX - 1, 0), TRVS_DONE);
+  EXPECT_EQ(statusOfCheckIn(INT32_MAX, 0), TRVS_LIMIT);
+  EXPECT_EQ(statusOfCheckIn(1, INT32_MAX), TRVS_LIMIT);
+}
+
 // Real faults: files of some KB took gigabytes, or minutes.
 TEST(ArchiveDamage, CostsNoMoreThanAFileCanHold) {
   std::string frames(archivefile::kHeader);

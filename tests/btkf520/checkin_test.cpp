@@ -179,6 +179,17 @@ TEST_F(CheckIn, RecordsWhatItIsTold) {
     const std::string wide(size, 'x');
     EXPECT_EQ(TrvsSetDescription(TRVS_CONTEXT, archive().c_str(), "1.0", wide.c_str()), TRVS_LIMIT);
   }
+  // A real fault: what packed well against a text that packs badly could not be written anew.
+  std::string wide = Contents(1).bytes(3000);
+  for (char& each : wide) each = static_cast<char>('a' + (each & 15));
+  const auto describe = [&] {
+    return TrvsSetDescription(TRVS_CONTEXT, archive().c_str(), "1.0", wide.c_str());
+  };
+  EXPECT_EQ(describe(), TRVS_DONE);
+  wide.assign(4'000'000, 'x');
+  EXPECT_EQ(describe(), TRVS_LIMIT);
+  wide = "better";
+  EXPECT_EQ(describe(), TRVS_DONE);
   EXPECT_EQ(description(nullptr), TRVS_DONE);
   EXPECT_STREQ(text, "a motor");
   EXPECT_EQ(description("REL", 6), TRVS_BUFFER_TOO_SMALL);

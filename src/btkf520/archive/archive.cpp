@@ -448,7 +448,9 @@ TrvsStatus Archive::Impl::packIndex(std::string_view bytes, ArchiveChange* to, E
   const uint64_t checksum = checksumOf(bytes);
   std::optional<Bytes> made;
   const uint32_t fullSize = reader_->fullIndex().storedSize;
-  if (fullSize >= (to->isAppended() ? kNarrowIndex : kWideIndex)) {
+  // What has grown much must do as a full one: the next rewrite may have no other.
+  const bool hasGrown = bytes.size() > reader_->fullIndex().size + kWideIndex;
+  if (!hasGrown && fullSize >= (to->isAppended() ? kNarrowIndex : kWideIndex)) {
     std::string_view full;
     if (const TrvsStatus status = reader_->readFullIndex(&full)) return status;
     record->full = reader_->fullIndex();
@@ -471,9 +473,16 @@ TrvsStatus Archive::Impl::packIndex(std::string_view bytes, ArchiveChange* to, E
   return TRVS_DONE;
 }
 
+// Whether contents and their places on a branch have numbers that a reader takes.
+bool isNumbered(const Index& index) {
+  return index.lastContent <= INT32_MAX &&
+         std::all_of(index.frames.begin(), index.frames.end(),
+                     [](const Frame& frame) { return frame.position <= INT32_MAX; });
+}
+
 TrvsStatus Archive::Impl::writeEnd(const Index& index, ArchiveChange* to) {
   const std::string bytes = encodeIndex(index);
-  if (bytes.size() > kLargestIndex) return TRVS_LIMIT;
+  if (!isNumbered(index) || bytes.size() > kLargestIndex) return TRVS_LIMIT;
   EndRecord record;
   Bytes packed;
   if (const TrvsStatus status = packIndex(bytes, to, &record, &packed)) return status;

@@ -28,7 +28,7 @@
 namespace cli {
 namespace {
 
-constexpr size_t kMostFiles = 200;                   // That are at work together.
+constexpr size_t kMostFiles = 32;  // That are at work together, and lost by a stop.
 constexpr uint64_t kMostBytes = uint64_t{64} << 20;  // In which they are, if that is more than one.
 
 class ImportRcs : public FileCommand {
