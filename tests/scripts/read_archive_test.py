@@ -153,9 +153,13 @@ def tear(pick, old, new):
 
 
 def flip(pick, old, new):
-    """The file with a damaged bit after `old`."""
-    place = pick.randrange(len(old), len(new))
-    return new[:place] + bytes([new[place] ^ 1 << pick.randrange(8)]) + new[place + 1:]
+    """The file with a damaged bit after `old`, and still something in each sector of the part."""
+    while True:
+        place = pick.randrange(len(old), len(new))
+        flipped = new[:place] + bytes([new[place] ^ 1 << pick.randrange(8)]) + new[place + 1:]
+        sector = place // 512 * 512
+        if any(flipped[max(sector, len(old)):min(sector + 512, len(new) - 9)]) or place >= len(new) - 9:
+            return flipped
 
 
 def check_flipped(client, flipped, said):
