@@ -74,7 +74,7 @@ TEST_F(WideMemory, IsOrdinaryWhereThereCanBeNoSuchFile) {
     EXPECT_TRUE(Memory(Memory::kWide).isMapped());
     left = 2;
     EXPECT_FALSE(Memory(Memory::kWide).isMapped());
-    EXPECT_THROW(Memory(SIZE_MAX / 4), std::bad_alloc);
+    EXPECT_THROW(Memory(SIZE_MAX / 4 * 3), std::bad_alloc);
   }
   {
     const support::SizeLimit limit(Memory::kWide);
