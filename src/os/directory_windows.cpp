@@ -120,20 +120,22 @@ std::optional<DirectoryState> directoryState(const char* path) {
                         nanosecondsOf(info.ChangeTime.QuadPart)};
 }
 
-void forEachEntryOfKind(const char* path,
+bool forEachEntryOfKind(const char* path,
                         const std::function<void(const char* name, EntryKind kind)>& take) {
   const auto whole = systemPath(path);
-  if (!whole) return;
+  if (!whole) return false;
   WIN32_FIND_DATAW entry;
   const std::wstring all = *whole + (whole->ends_with(L'\\') ? L"*" : L"\\*");
   const HANDLE search =
       ::FindFirstFileExW(all.c_str(), FindExInfoBasic, &entry, FindExSearchNameMatch, nullptr, 0);
-  if (search == INVALID_HANDLE_VALUE) return;
+  if (search == INVALID_HANDLE_VALUE) return false;
   do {
     const std::string name = toTextAnyway(entry.cFileName);
     if (name != "." && name != "..") take(name.c_str(), kindOf(entry));
   } while (::FindNextFileW(search, &entry));
+  const bool isWhole = ::GetLastError() == ERROR_NO_MORE_FILES;
   ::FindClose(search);
+  return isWhole;
 }
 
 void forEachEntry(const char* path, const std::function<void(const char* name)>& take) {

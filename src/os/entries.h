@@ -8,8 +8,9 @@ namespace os {
 // kUnknown where the file system keeps that to itself.
 enum class EntryKind { kUnknown, kFile, kDirectory, kLink, kOther };
 
-// Calls `take` with each entry but "." and ".."; with none if the directory can't be read.
-void forEachEntryOfKind(const char* path,
+// Calls `take` with each entry but "." and "..". False if the directory can't be read to its end:
+// then those before that were taken.
+bool forEachEntryOfKind(const char* path,
                         const std::function<void(const char* name, EntryKind kind)>& take);
 
 }  // namespace os

@@ -53,6 +53,7 @@ class Add : public FileCommand {
     const PassedOver passed =
         walk(local().directory().top, path, noIgnore_ ? Ignoring::kNot : Ignoring::kByRules,
              [&](const std::string& each) { take(each, isNamed); });
+    tellUnreadable(session(), passed);
     links_ += passed.links;
     others_ += passed.others;
   }

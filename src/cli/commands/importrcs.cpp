@@ -94,7 +94,7 @@ class ImportRcs : public FileCommand {
       found_.push_back({whole, name, std::string(namePart(whole)), true});
       return;
     }
-    walk(whole, ".", Ignoring::kNot, [&](const std::string& path) {
+    const PassedOver passed = walk(whole, ".", Ignoring::kNot, [&](const std::string& path) {
       if (!path.ends_with(",v")) return;
       std::string below;
       for (const std::string& part : split(path, '/')) {
@@ -102,6 +102,7 @@ class ImportRcs : public FileCommand {
       }
       found_.push_back({joined(whole, path), joined(name, path), below, false});
     });
+    tellUnreadable(session(), passed);
   }
 
   bool guarded(const std::function<void()>& step) {

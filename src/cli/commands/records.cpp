@@ -229,12 +229,13 @@ class Import : public FileCommand {
       return output().problem({name, "no such file", ""});
     }
     if (!os::directoryState(path.c_str())) return take(path, "", name);
-    walk(path, ".", Ignoring::kNot, [&](const std::string& below) {
+    const PassedOver passed = walk(path, ".", Ignoring::kNot, [&](const std::string& below) {
       const std::string archive = joined(path, below);
       if (looksLikeArchive(archive)) {
         take(archive, std::string(directoryPart(below)), joined(name, below));
       }
     });
+    tellUnreadable(session(), passed);
   }
 
   static bool looksLikeArchive(const std::string& path) {

@@ -109,6 +109,7 @@ class LocalFiles {
   // problem. An empty group is the only one.
   Subject subjectOf(const FileRecord& file, const std::string& revision, const std::string& group);
 
+  Session& session() { return session_; }
   Kept& kept() { return kept_; }
 
   // The file is `revision` now.

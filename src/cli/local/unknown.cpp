@@ -31,12 +31,13 @@ class Search : public Familiar {
       : local_(local), top_(local.directory().top), gone_(gone), take_(take) {}
 
   void run() {
-    walk(
+    const PassedOver passed = walk(
         top_, ".", Ignoring::kByRules,
         [this](const std::string& path) {
           if (!isKnown(path)) take_(path);
         },
         [this](const std::string& directory) { return mayEnter(directory); }, this);
+    tellUnreadable(local_.session(), passed);
   }
 
   std::optional<std::vector<std::string>> below(const std::string& directory) override {
@@ -67,7 +68,8 @@ class Search : public Familiar {
   bool mayEnter(const std::string& directory) {
     if (isKnown(directory)) return true;
     bool hasFiles = false;
-    walk(top_, directory, Ignoring::kByRules, [&](const std::string&) { hasFiles = true; });
+    tellUnreadable(local_.session(), walk(top_, directory, Ignoring::kByRules,
+                                          [&](const std::string&) { hasFiles = true; }));
     if (hasFiles) take_(directory + '/');
     return false;
   }

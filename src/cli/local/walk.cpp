@@ -8,6 +8,7 @@
 
 #include "cli/local/directory.h"
 #include "cli/local/ignore.h"
+#include "cli/session.h"
 #include "cli/text/paths.h"
 #include "cli/text/text.h"
 #include "os/directory.h"
@@ -70,15 +71,17 @@ class Walk {
     }
     Familiar::Entries entries;
     bool hasRules = false;
-    os::forEachEntryOfKind(joined(top_, directory).c_str(),
-                           [&](const char* name, os::EntryKind kind) {
-                             entries.emplace_back(name, kind);
-                             hasRules = hasRules || entries.back().first == kIgnoreFile;
-                           });
+    const std::string whole = joined(top_, directory);
+    const bool isWhole =
+        os::forEachEntryOfKind(whole.c_str(), [&](const char* name, os::EntryKind kind) {
+          entries.emplace_back(name, kind);
+          hasRules = hasRules || entries.back().first == kIgnoreFile;
+        });
+    if (!isWhole) passedOver_.unreadable.push_back(whole);
     std::sort(entries.begin(), entries.end());
     if (hasRules) {
       readRules(directory);
-    } else if (familiar != nullptr) {
+    } else if (isWhole && familiar != nullptr) {
       familiar->read(directory, entries);
     }
     for (const auto& [name, kind] : entries) {
@@ -104,6 +107,12 @@ class Walk {
 };
 
 }  // namespace
+
+void tellUnreadable(Session& session, const PassedOver& passed) {
+  for (const std::string& path : passed.unreadable) {
+    session.output().problem({session.fromHere(path), "can't be read", "see who owns it"});
+  }
+}
 
 PassedOver walk(const std::string& top, const std::string& start, Ignoring ignoring,
                 const std::function<void(const std::string& path)>& take,

@@ -12,11 +12,16 @@
 
 namespace cli {
 
-// What a walk passes over, as nobody can check it in.
+class Session;
+
+// What a walk passes over.
 struct PassedOver {
-  size_t links = 0;
+  size_t links = 0;   // Nobody can check these in.
   size_t others = 0;  // Sockets, pipes and devices.
+  // The whole paths of directories that can't be read, or not to their ends.
+  std::vector<std::string> unreadable;
 };
+void tellUnreadable(Session& session, const PassedOver& passed);
 
 // Knows directories without reading them. Asked only where no rule ignores anything.
 class Familiar {
@@ -26,7 +31,7 @@ class Familiar {
   virtual ~Familiar() = default;
   // The paths of the directories to enter, if nothing else is to be looked for in this one.
   virtual std::optional<std::vector<std::string>> below(const std::string& directory) = 0;
-  // It was read, and has no rules.
+  // It was read to its end, and has no rules.
   virtual void read(const std::string& directory, const Entries& entries) = 0;
 };
 
