@@ -26,7 +26,8 @@ inline void* (*heap)(size_t size) = std::malloc;
 }
 [[gnu::noinline]] void* operator new(size_t size, std::align_val_t alignment) {
   if (support::allocationFails != nullptr && support::allocationFails(size)) throw std::bad_alloc();
-  void* const memory = std::aligned_alloc(static_cast<size_t>(alignment), size);
+  const auto step = static_cast<size_t>(alignment);
+  void* const memory = std::aligned_alloc(step, (size + step - 1) / step * step);
   if (memory == nullptr) throw std::bad_alloc();
   return memory;
 }
