@@ -29,7 +29,6 @@ namespace {
 using archivefile::EndRecord;
 using os::FileResult;
 
-constexpr int kReadTries = 3;
 // A file may grow by a part as long as what counts no longer is at most this part of the rest, or,
 // if the part holds no content, so few bytes.
 constexpr uint64_t kDeadRatio = 4;
@@ -107,15 +106,17 @@ class Archive::Impl {
 
   static TrvsStatus open(Purpose purpose, const std::string& path, os::File file,
                          std::unique_ptr<Archive>* archive);
+  static TrvsStatus openReader(const std::string& path, std::unique_ptr<ArchiveReader>* reader);
 
   ArchiveReader& reader() { return *reader_; }
 
-  // The status of `read`, which reads from the file; once more from the one that another machine
-  // has put in its place if it can't be read. Contents keep their numbers for good.
+  // The status of `read`, which reads from the file; again from the one that another machine has
+  // put in its place if it can't be read. Contents keep their numbers for good.
   template <typename Read>
   TrvsStatus readAgain(const Read& read) {
-    const TrvsStatus status = read(later_ ? *later_ : *reader_);
-    return lookAgain(status) ? read(*later_) : status;
+    TrvsStatus status = read(latest());
+    for (int tries = 1; tries < kReadTries && lookAgain(status); ++tries) status = read(*later_);
+    return status;
   }
 
   void boundContents(uint64_t bytes);
@@ -146,6 +147,7 @@ class Archive::Impl {
     bool hasLost = false;  // Contents that are stored now.
   };
 
+  ArchiveReader& latest() { return later_ ? *later_ : *reader_; }
   bool lookAgain(TrvsStatus status);
   const Content* known(uint32_t id) const;
   bool knowsAllOf(const Contents& contents, const ArchiveReader::Line* line) const;
@@ -186,17 +188,30 @@ TrvsStatus Archive::Impl::open(Purpose purpose, const std::string& path, os::Fil
   return TRVS_DONE;
 }
 
+// Looks again where reading fails: another machine may just have replaced the archive, or a writer
+// have taken back what it had added.
+TrvsStatus Archive::Impl::openReader(const std::string& path,
+                                     std::unique_ptr<ArchiveReader>* reader) {
+  TrvsStatus status = TRVS_CANNOT_OPEN;
+  for (int tries = 0; tries < kReadTries && status == TRVS_CANNOT_OPEN; ++tries) {
+    os::File file;
+    status = openStatus(file.open(path.c_str(), os::File::Access::kRead));
+    if (status != TRVS_DONE) break;
+    status = ArchiveReader::open(std::move(file), reader);
+  }
+  return status;
+}
+
 // After a reading failed: opens what is in the file's place now. A damage is believed if nothing
 // was changed since the file was opened: a part that another writer took back may have been read.
 bool Archive::Impl::lookAgain(TrvsStatus status) {
   const bool mayHelp = status == TRVS_CANNOT_OPEN || status == TRVS_NOT_AN_ARCHIVE;
-  os::File file;
-  if (purpose_ != Purpose::kRead || !mayHelp ||
-      file.open(path_.c_str(), os::File::Access::kRead) != FileResult::kDone) {
+  std::unique_ptr<ArchiveReader> now;
+  if (purpose_ != Purpose::kRead || !mayHelp || openReader(path_, &now) != TRVS_DONE) return false;
+  if (status == TRVS_NOT_AN_ARCHIVE && now->file().status() == latest().file().status()) {
     return false;
   }
-  if (status == TRVS_NOT_AN_ARCHIVE && file.status() == reader_->file().status()) return false;
-  if (ArchiveReader::open(std::move(file), &later_) != TRVS_DONE) return false;
+  later_ = std::move(now);
   later_->boundContents(largestContent_);
   return true;
 }
@@ -232,7 +247,7 @@ TrvsStatus Archive::Impl::read(const Content& content, const BytesSink& sink) {
   if (found == nullptr || *found != content) return TRVS_NO_REVISION;
   const auto pending = pending_.find(content.id);
   if (pending == pending_.end()) {
-    const TrvsStatus status = (later_ ? *later_ : *reader_).give(content, sink);
+    const TrvsStatus status = latest().give(content, sink);
     return lookAgain(status) ? TRVS_CANNOT_OPEN : status;  // The caller's sink is spoilt.
   }
   return sink(pending->second.bytes) ? TRVS_DONE : TRVS_CANNOT_WRITE;
@@ -588,16 +603,12 @@ TrvsStatus Archive::Impl::verify(std::vector<Content>* damaged) {
 Archive::Archive(std::unique_ptr<Impl> impl) : impl_(std::move(impl)) {}
 Archive::~Archive() = default;
 
-// Looks again where reading fails: another machine may just have replaced the archive.
 TrvsStatus Archive::openToRead(const std::string& path, std::unique_ptr<Archive>* archive) {
-  TrvsStatus status = TRVS_CANNOT_OPEN;
-  for (int tries = 0; tries < kReadTries && status == TRVS_CANNOT_OPEN; ++tries) {
-    os::File file;
-    status = openStatus(file.open(path.c_str(), os::File::Access::kRead));
-    if (status != TRVS_DONE) break;
-    status = Impl::open(Impl::Purpose::kRead, path, std::move(file), archive);
-  }
-  return status;
+  std::unique_ptr<ArchiveReader> reader;
+  if (const TrvsStatus status = Impl::openReader(path, &reader)) return status;
+  archive->reset(
+      new Archive(std::make_unique<Impl>(Impl::Purpose::kRead, path, std::move(reader))));
+  return TRVS_DONE;
 }
 
 TrvsStatus Archive::openToUpdate(const std::string& path, std::unique_ptr<Archive>* archive) {

@@ -73,10 +73,11 @@ class Archive {
   // TRVS_DONE. Contents that were put and not committed yet can be read as well.
   [[nodiscard]] TrvsStatus read(const Content& content, Bytes* bytes) const;
 
+  static constexpr int kReadTries = 8;
   // The same, to a sink, and in little memory if the content is a tip's. TRVS_CANNOT_WRITE if the
   // sink takes no more. With any status but TRVS_DONE the sink may have got bytes that are not
-  // right. After TRVS_CANNOT_OPEN a second call reads the file that another machine may have put in
-  // the place of this one.
+  // right. After TRVS_CANNOT_OPEN the next call reads the file that another machine may have put in
+  // the place of this one: worth kReadTries calls.
   [[nodiscard]] TrvsStatus read(const Content& content, const BytesSink& sink) const;
 
   // From now on TRVS_TOO_LARGE for what would have to rebuild a content of more than `bytes`,

@@ -233,8 +233,10 @@ TrvsStatus CheckOut::writeContent() {
   if (task_.model.has(TRVS_ATTRIBUTE_EXECUTABLE)) state.running = os::Running::kAllowed;
   if (asks(TRVS_GET_ARCHIVE_TIME)) state.time = revision_->checkInTime;
   if (present_.isOpen() && workfile_->keep(workfilePath_, &present_, state)) return TRVS_DONE;
-  TrvsStatus status = writeBytes();
-  if (status == TRVS_CANNOT_OPEN) status = writeBytes();
+  TrvsStatus status = TRVS_CANNOT_OPEN;
+  for (int tries = 0; tries < Archive::kReadTries && status == TRVS_CANNOT_OPEN; ++tries) {
+    status = writeBytes();
+  }
   return status == TRVS_DONE ? workfile_->complete(state) : status;
 }
 

@@ -111,10 +111,13 @@ TrvsStatus readRevision(const char* archive, const char* revision, Keywords keyw
     hasBegun = true;
     return sink(bytes);
   };
-  // Once more if another machine has replaced the archive meanwhile, and nobody has seen anything.
-  const TrvsStatus status = task.archive().read(found->content, noted);
-  if (status != TRVS_CANNOT_OPEN || hasBegun) return status;
-  return task.archive().read(found->content, noted);
+  // Again if another machine has replaced the archive meanwhile, and nobody has seen anything.
+  TrvsStatus status = TRVS_CANNOT_OPEN;
+  for (int tries = 0; tries < Archive::kReadTries; ++tries) {
+    status = task.archive().read(found->content, noted);
+    if (status != TRVS_CANNOT_OPEN || hasBegun) break;
+  }
+  return status;
 }
 
 }  // namespace btkf
