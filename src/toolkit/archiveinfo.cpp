@@ -23,7 +23,8 @@ namespace foldapi {
 namespace {
 
 constexpr size_t kFirstRead = archivefile::kNarrow;
-constexpr int kTries = 3;  // While writers take back what they have just added.
+// While writers take back what they have just added, or other machines replace the file.
+constexpr int kTries = 8;
 constexpr char kEndTag = '@';
 constexpr uint32_t kLongLength = 0x8000;
 // One tick of packed times, and as much for a file server's clock that is not quite this one.
@@ -118,19 +119,19 @@ int32_t TVArchiveInfo52::Load() {
 }
 
 bool TVArchiveInfo52::readTail() {
-  os::File file;
-  if (openFile(path_.view(), os::File::Access::kRead, &file) != os::FileResult::kDone) return false;
+  os::FileStatus before;
   for (int tries = 0; tries < kTries; ++tries) {
+    os::File file;
+    const os::FileResult result = openFile(path_.view(), os::File::Access::kRead, &file);
+    if (result != os::FileResult::kDone || (tries > 0 && file.status() == before)) return false;
+    before = file.status();
     // From before the first byte is read: a change from now on shows as another stamp.
-    const FileStamp stamp = stampOf(file.status());
-    if (readTailOf(&file)) {
-      stamp_ = stamp;
-      summary_.fileTime = stamp.packed;
-      isFresh_ = os::wallClockNanoseconds() - stamp.nanoseconds < kFreshNanoseconds;
-      return true;
-    }
-    const os::FileStatus before = file.status();
-    if (!file.isOpen() || !file.refresh() || file.status() == before) return false;
+    const FileStamp stamp = stampOf(before);
+    if (!readTailOf(&file)) continue;
+    stamp_ = stamp;
+    summary_.fileTime = stamp.packed;
+    isFresh_ = os::wallClockNanoseconds() - stamp.nanoseconds < kFreshNanoseconds;
+    return true;
   }
   return false;
 }

@@ -10,6 +10,7 @@
 #include "os/pages.h"
 #include "os/systemcalls.h"
 #include "support/failingheap.h"
+#include "toolkit/archiveinfo.h"
 
 extern "C" {
 void* __real_malloc(size_t size);
@@ -183,18 +184,26 @@ TEST_F(Failures, OfAReplacedArchiveCostASecondLook) {
       [&] { return get({.flags = TRVS_GET_OVERWRITE}); },
       [&] { return get({.revision = "1.2", .flags = TRVS_GET_OVERWRITE}); },
       [&] { return verify(); },
+      [&] { return foldapi::TVArchiveInfo52(foldapi::VPathString(archive().c_str())).Load(); },
   };
   for (const auto& read : reads) {
-    bool hasFailed = true;
-    for (int attempt = 0; hasFailed; ++attempt) {
+    int replaced = 1;
+    for (int attempt = 0; replaced > 0; ++attempt) {
       int left = attempt;
-      int replaced = 0;
-      hasFailed = false;
+      replaced = 0;
+      bool isStale = false;
       const os_test::SystemCalls calls([&](const os_test::Call& call) {
-        if (call.path != "m.c_v") return 0;
-        if (call.name == "open" && hasFailed) left = ++replaced > 3 ? INT_MAX : 0;
+        if (!call.path.starts_with("m.c_v")) return 0;  // "m.c_v (deleted)" once it is replaced.
+        if (call.name == "open") {
+          if (isStale) left = replaced > 3 ? INT_MAX : 0;
+          isStale = false;
+        }
+        if (isStale && call.name == "statx") return ESTALE;
         if (call.name != "pread" || left-- > 0) return 0;
-        hasFailed = true;
+        isStale = true;
+        ++replaced;
+        support::writeFile(path("new"), support::readFile(archive()));
+        std::filesystem::rename(path("new"), archive());
         return ESTALE;
       });
       EXPECT_EQ(read(), TRVS_DONE) << attempt;
