@@ -31,6 +31,16 @@ struct AgainAllocator {
   bool operator==(const AgainAllocator&) const = default;
 };
 
+constexpr size_t kLargestPage = 2 << 20;
+
+// Memory beside the heap, of any value at first, and in use as far as it was touched. What will be
+// touched whole is in large pages, as far as it is that large and the system has them. It starts at
+// a multiple of `alignment`, a power of two of 64 KB or more. Throws std::bad_alloc. To be given
+// back with its size.
+enum class Touched { kInPart, kWhole };
+void* mapMemory(size_t size, size_t alignment, Touched touched);
+void unmapMemory(void* place, size_t size) noexcept;
+
 // Memory of a size that is settled once, of any value at first. Moved, never copied.
 //
 // Ordinary memory is the process's until it gives it back, and when all have too much of it some

@@ -5,8 +5,6 @@
 
 namespace os {
 
-constexpr size_t kLargestPage = 2 << 20;
-
 // In large pages where the system has them; std::free() takes it back. Null without memory.
 void* allocateWide(size_t size);
 

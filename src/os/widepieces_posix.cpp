@@ -10,10 +10,12 @@
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
+#include <new>
 #include <string>
 
 #include "os/calls_posix.h"
 #include "os/environment.h"
+#include "os/pages.h"
 #include "os/widepieces.h"
 
 namespace os {
@@ -59,6 +61,26 @@ void* mapFileIn(const std::string& directory, size_t size) {
 }
 
 }  // namespace
+
+// More than is needed is mapped, and what stands around the highest aligned place goes again: the
+// next piece then comes right before this one.
+void* mapMemory(size_t size, size_t alignment, Touched touched) {
+  constexpr size_t kStep = 64 << 10;  // A multiple of any system's pages.
+  if (size > PTRDIFF_MAX - alignment) throw std::bad_alloc();
+  const size_t whole = (size + kStep - 1) / kStep * kStep;
+  const size_t mapped = whole + alignment;
+  void* const memory =
+      ::mmap(nullptr, mapped, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
+  if (memory == MAP_FAILED) throw std::bad_alloc();
+  char* const end = static_cast<char*>(memory) + mapped;
+  char* const place = end - whole - reinterpret_cast<uintptr_t>(end - whole) % alignment;
+  if (place != memory) ::munmap(memory, static_cast<size_t>(place - static_cast<char*>(memory)));
+  if (place + whole != end) ::munmap(place + whole, static_cast<size_t>(end - place) - whole);
+  if (touched == Touched::kWhole) ::madvise(place, whole, MADV_HUGEPAGE);
+  return place;
+}
+
+void unmapMemory(void* place, size_t size) noexcept { ::munmap(place, size); }
 
 void* allocateWide(size_t size) {
   if (size < 2 * kLargestPage) return std::malloc(size);

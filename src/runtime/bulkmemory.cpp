@@ -1,11 +1,15 @@
 // runtime/bulkmemory.cpp: pages that count what is taken from them.
 //
-// A page starts at a multiple of its size, so a thing leads to its page. The address sanitizer is
-// told what is taken and what is not: it sees a page as one thing.
+// A page starts at a multiple of its size, so a thing leads to its page. Pages come of the system:
+// in the heap what is taken between two pages would keep the room of those that went, and that of
+// other alignments be lost beside them. Only what is used of a page takes memory.
+// The address sanitizer is told what is taken and what is not: it knows nothing of such memory.
 #include "runtime/bulkmemory.h"
 
 #include <cstdint>
 #include <new>
+
+#include "os/pages.h"
 
 #if __has_include(<sanitizer/asan_interface.h>)
 #include <sanitizer/asan_interface.h>
@@ -17,14 +21,12 @@
 namespace foldapi {
 namespace {
 
-constexpr size_t kPageSize = size_t{64} << 10;
-constexpr size_t kHeapHeader = 16;  // Left to the heap, so that pages stand side by side.
-constexpr size_t kRoom = kPageSize - kHeapHeader;
-constexpr size_t kLarge = kRoom / 8;  // From here on a thing has a page of its own.
-constexpr size_t kStep = 8;           // Things start at multiples of it.
-constexpr std::align_val_t kPageStart{kPageSize};
+constexpr size_t kPageSize = os::kLargestPage;
+constexpr size_t kLarge = kPageSize / 8;  // From here on a thing has a page of its own.
+constexpr size_t kStep = 8;               // Things start at multiples of it.
 
 struct alignas(kStep) Page {
+  size_t size;
   size_t used = sizeof(Page);
   size_t things = 0;
 };
@@ -34,8 +36,10 @@ constinit size_t thePages = 0;      // Without that one, if it is empty.
 
 constexpr size_t rounded(size_t size) { return (size + kStep - 1) / kStep * kStep; }
 
+// Of what fills one page in all few things may come: it is touched as far as they go.
 Page* newPage(size_t size) {
-  Page* const page = new (::operator new(size, kPageStart)) Page;
+  const auto touched = thePages == 0 ? os::Touched::kInPart : os::Touched::kWhole;
+  Page* const page = new (os::mapMemory(size, kPageSize, touched)) Page{.size = size};
   ASAN_POISON_MEMORY_REGION(page + 1, size - sizeof(Page));
   return page;
 }
@@ -55,9 +59,9 @@ void* BulkMemory::take(size_t size) {
     if (size > SIZE_MAX - kPageSize) throw std::bad_alloc();
     return takeFrom(newPage(sizeof(Page) + rounded(size)), size);
   }
-  if (thePage == nullptr || thePage->used + size > kRoom) {
+  if (thePage == nullptr || thePage->used + size > kPageSize) {
     thePage = nullptr;  // It holds something, else it would have room, and goes with that.
-    thePage = newPage(kRoom);
+    thePage = newPage(kPageSize);
   }
   return takeFrom(thePage, size);
 }
@@ -73,7 +77,9 @@ void BulkMemory::give(void* place, size_t size) noexcept {
   if (page == thePage) {
     page->used = sizeof(Page);
   } else {
-    ::operator delete(page, kPageStart);
+    const size_t whole = page->size;
+    ASAN_UNPOISON_MEMORY_REGION(page, whole);  // Others may get these addresses.
+    os::unmapMemory(page, whole);
   }
 }
 
