@@ -3,6 +3,7 @@
 #include "archivefile/parts.h"
 
 #include <algorithm>
+#include <bit>
 #include <vector>
 
 #include "archivefile/bytecodec.h"
@@ -20,9 +21,9 @@ constexpr size_t kProofSize = 8;
 static_assert(kEndSize == 3 + kRecordPayload + kAfterProof);
 // A device writes that much, from a multiple of it on, or nothing of it.
 constexpr uint64_t kSector = 512;
-// With as many zeros begins the header of a narrow part.
-constexpr uint64_t kHeaderZeros = 6;
-static_assert(kNarrow < 1 << 16);
+// So many bytes are searched for ends where no header leads to them, from there on and at the end
+// of the file: as much as many narrow parts take.
+constexpr uint64_t kSearched = 64 << 10;
 
 uint32_t headerChecksum(uint64_t offset, uint64_t partSize) {
   ByteWriter bytes;
@@ -107,13 +108,19 @@ bool isZero(const LastBytes& file, uint64_t begin, uint64_t end) {
 }
 
 // Whether in some sector all that lies between `begin` and `end` is zeros, and so may never have
-// been written.
-bool hasLostSector(const LastBytes& file, uint64_t begin, uint64_t end) {
-  for (uint64_t next = 0; begin < end; begin = next) {
+// been written. Sectors from `stop` on don't count.
+bool hasLostSector(const LastBytes& file, uint64_t begin, uint64_t stop, uint64_t end) {
+  for (uint64_t next = 0; begin < stop; begin = next) {
     next = std::min(end, (begin / kSector + 1) * kSector);
     if (isZero(file, begin, next)) return true;
   }
   return false;
+}
+
+// With as many zeros begins the header of a part, in any case: of a narrow one if nobody knows how
+// long it is.
+uint64_t headerZeros(uint64_t partSize) {
+  return static_cast<uint64_t>(std::countl_zero(partSize == 0 ? kNarrow : partSize)) / 8;
 }
 
 // Where the block of a part that has lost its proof begins: by the trailer, else by what the proof
@@ -137,14 +144,14 @@ bool mayBeTorn(const LastBytes& file, uint64_t unproven, uint64_t begin, uint64_
   char trailer[kTrailerSize];
   if (!file.copy(end - sizeof trailer, trailer, sizeof trailer)) return true;
   const bool hasTrailer = tailSize(std::string_view(trailer, sizeof trailer)).has_value();
-  return hasLostSector(file, isWide ? likelyBlock(file, begin, end) : unproven + kHeaderZeros,
-                       hasTrailer ? end - sizeof trailer : end);
+  const uint64_t first = begin == unproven ? end - begin : partSizeAt(file, unproven);
+  return hasLostSector(file, isWide ? likelyBlock(file, begin, end) : unproven + headerZeros(first),
+                       hasTrailer ? end - sizeof trailer : end, end);
 }
 
-// Whether what stands where a part begins is neither its header nor what a power cut leaves of one.
-bool isSpoiltHeader(const LastBytes& file, uint64_t offset) {
-  return file.fileSize() - offset >= kPartHeaderSize && partSizeAt(file, offset) == 0 &&
-         !hasLostSector(file, offset, offset + kPartHeaderSize);
+// Whether a header may stand at `offset`, and what does is none.
+bool isHeaderless(const LastBytes& file, uint64_t offset) {
+  return file.fileSize() - offset >= kPartHeaderSize && partSizeAt(file, offset) == 0;
 }
 
 bool isProven(const LastBytes& file, const End& end) {
@@ -167,19 +174,57 @@ bool isProven(const LastBytes& file, const End& end) {
          add(end.offset - kAfterProof, end.offset) && sum.value() == end.record.proof;
 }
 
+// Whether `isSought` says so of some end that stands between `begin` and `stop`, by its form.
+bool hasEnd(const LastBytes& file, uint64_t begin, uint64_t stop,
+            const std::function<bool(const End&)>& isSought) {
+  constexpr char kFirst[] = {kRecordTag, 0, kRecordPayload};
+  std::string piece;
+  for (; begin + kEndSize <= stop; begin += piece.size() - kEndSize + 1) {
+    piece.resize(static_cast<size_t>(std::min(stop - begin, kSearched)));
+    if (!file.copy(begin, piece.data(), piece.size())) return false;
+    const std::string_view first(kFirst, sizeof kFirst);
+    for (size_t at = 0; (at = piece.find(first, at)) != std::string::npos; ++at) {
+      End end;
+      const bool fits =
+          at + kEndSize <= piece.size() && piece[at + kEndSize - kAfterProof] == kEndTag;
+      if (fits && parseEndAt(file, begin + at + kEndSize, &end) && isSought(end)) return true;
+    }
+  }
+  return false;
+}
+
+// Whether that end is of a whole part that begins at `offset` or later. No writer adds one before
+// it has cut off what was torn.
+bool isWholeFrom(const LastBytes& file, uint64_t offset, const End& end) {
+  End found;
+  return end.begin() >= offset && readEnd(file, end.offset, &found);
+}
+
 // Whether what follows the last whole part was whole once. `ends` are those of the parts after it,
 // by their headers.
 bool isDamagedAfter(const LastBytes& file, const End& whole, const std::vector<uint64_t>& ends) {
-  if (isSpoiltHeader(file, whole.offset)) return true;
   uint64_t begin = whole.offset;
   for (const uint64_t end : ends) {
     if (!mayBeTorn(file, whole.offset, begin, end)) return true;
     begin = end;
   }
+  const uint64_t size = file.fileSize();
+  const auto isDamaged = [&](const End& end) {
+    return end.begin() >= whole.offset && !mayBeTorn(file, whole.offset, end.begin(), end.offset);
+  };
   // The last one tells where it begins, too.
   End last;
-  return parseEndAt(file, file.fileSize(), &last) && last.begin() >= whole.offset &&
-         !mayBeTorn(file, whole.offset, last.begin(), last.offset);
+  if (parseEndAt(file, size, &last) && isDamaged(last)) return true;
+  if (!isHeaderless(file, begin)) return false;
+  const uint64_t headerEnd = begin + kPartHeaderSize;
+  if (!hasLostSector(file, begin, headerEnd, headerEnd)) return true;
+  const auto isProof = [&](const End& end) {
+    return isWholeFrom(file, begin, end) || (end.begin() == begin && isDamaged(end));
+  };
+  const uint64_t searched = std::min(size, begin + kSearched);
+  return hasEnd(file, begin, searched, isProof) ||
+         hasEnd(file, std::max(searched - kEndSize, size - std::min(size, kSearched)), size,
+                isProof);
 }
 
 }  // namespace
@@ -297,7 +342,9 @@ bool isCutOff(const LastBytes& file, const End& end) {
   if (size < kPartHeaderSize || partSizeAt(file, end.offset) > size) return true;
   End last;
   return isZero(file, end.offset, end.offset + kPartHeaderSize) &&
-         !parseEndAt(file, file.fileSize(), &last);
+         !parseEndAt(file, file.fileSize(), &last) &&
+         !hasEnd(file, end.offset, file.fileSize(),
+                 [&](const End& each) { return isWholeFrom(file, end.offset, each); });
 }
 
 }  // namespace archivefile

@@ -94,6 +94,72 @@ TEST(ArchiveDamage, IsNeverTakenForATornChange) {
   }
 }
 
+TrvsStatus openStatus(const std::string& bytes) {
+  const fuzz::MemoryFile file(bytes);
+  std::unique_ptr<Archive> archive;
+  return Archive::openToRead(file.path(), &archive);
+}
+
+void setOwner(const History& history, const std::string& owner) {
+  history.change([&](btkf::ArchiveModel* model) { model->owner = owner; });
+}
+
+// A real fault: where a header begins shortly before the end of a sector, the zeros that it has
+// there in any case were taken for a lost sector.
+TEST(ArchiveDamage, IsFoundWhereverInASectorAPartBegins) {
+  for (size_t begin = 498; begin < 514; ++begin) {
+    History history;
+    size_t size = 400;
+    do {
+      history.remove("1.0");
+      history.checkIn("1", Contents(1).bytes(size));
+      size = 400 + (size + 112 + begin + 512 - history.file().size() % 512) % 512;
+    } while (history.file().size() % 512 != begin % 512);
+    const size_t place = history.file().size();
+    setOwner(history, "b");
+    const size_t end = history.file().size();
+    ASSERT_LT(end - place, 256u);
+    setOwner(history, "bo");
+    for (const size_t cut : {end, end + 40}) {  // Alone, and with a torn part after it.
+      const std::string whole = history.file().substr(0, cut);
+      for (size_t bit = 8 * place; bit < 8 * end; bit += bit < 8 * (place + 12) ? 1 : 5) {
+        std::string damaged = whole;
+        damaged[bit / 8] = static_cast<char>(damaged[bit / 8] ^ (1 << bit % 8));
+        ASSERT_EQ(openStatus(damaged), TRVS_NOT_AN_ARCHIVE)
+            << "begin " << begin << ", bit " << bit - 8 * place << ", " << cut - end << " after it";
+      }
+    }
+  }
+}
+
+// A real fault: so were zeros where the header of a promised part was, and those after it were
+// lost with it.
+TEST(ArchiveDamage, IsProvedByAWholePartAfterIt) {
+  const auto spoiled = [](const History& history, size_t place, size_t size) {
+    return history.file().replace(place, size, size, '\0');
+  };
+  History narrow;
+  narrow.checkIn("1", Contents(1).bytes(40000));
+  const size_t place = narrow.file().size();
+  for (int part = 0; part < 30; ++part) setOwner(narrow, std::string(20, "ab"[part % 2]));
+  std::filesystem::resize_file(narrow.path(), narrow.file().size() - 1);
+  EXPECT_EQ(openStatus(narrow.file()), TRVS_DONE);
+  EXPECT_EQ(openStatus(spoiled(narrow, place, 512 - place % 512)), TRVS_NOT_AN_ARCHIVE);
+  EXPECT_EQ(openStatus(spoiled(narrow, place, 12)), TRVS_NOT_AN_ARCHIVE);
+  // No reader looks at more than a few bytes of what is torn. Who cuts it off does, and keeps it.
+  History wide;
+  wide.checkIn("1", Contents(1).bytes(1000000));
+  const std::string before = wide.file();
+  wide.change([](btkf::ArchiveModel* model) { model->description = Contents(1).text(4000); });
+  setOwner(wide, "b");
+  setOwner(wide, "bo");
+  std::filesystem::resize_file(wide.path(), wide.file().size() - 1);
+  const std::string torn = spoiled(wide, before.size(), 12);
+  support::writeFile(wide.path(), torn);
+  setOwner(wide, "bob");
+  EXPECT_TRUE(support::readFile(wide.path() + ".trvs-cut") == torn.substr(before.size()));
+}
+
 // What a power cut may leave of a change: any sectors of it, and all of what was before. Each of
 // the two looks is the old archive or the new one, and takes the next change.
 TEST(ArchiveDamage, OfATornEndLeavesTheArchiveBeforeIt) {

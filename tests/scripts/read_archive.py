@@ -10,6 +10,7 @@ PROOF_END = 10  # "@" and the trailer.
 Z_TO_END = 77
 PARTS = 1024
 SECTOR = 512
+SEARCHED = 65536
 LONGEST_CHAIN = 256
 
 
@@ -144,34 +145,65 @@ def last_whole_part(data):
     return last
 
 
-def lost_sector(data, begin, end):
-    """Whether all that is in some sector between the two is zeros."""
-    cuts = [begin, *range(begin // SECTOR * SECTOR + SECTOR, end, SECTOR), end]
-    return any(not any(data[a:b]) for a, b in zip(cuts, cuts[1:]) if a < b)
+def lost_sector(data, begin, stop, end):
+    """Whether all that is between the two in some sector is zeros, but for those from `stop` on."""
+    cuts = [*range(begin // SECTOR * SECTOR + SECTOR, end, SECTOR), end]
+    return any(not any(data[a:b]) for a, b in zip([begin, *cuts], cuts) if a < stop)
+
+
+def has_trailer(last):
+    mark, below, size = struct.unpack(">Bii", last)
+    return mark == 4 and size - below == 9 and below < 0 >= size
+
+
+def may_be_torn(data, unproven, begin, end):
+    """Of a part without a proof: whether the power may have been cut when it was written."""
+    trailer = has_trailer(data[end - 9:end])
+    if end - begin > 4096:
+        if part_length(data, begin) != end - begin:
+            return False
+        covered, = struct.unpack(">I", data[end - 22:end - 18])
+        start = end + struct.unpack(">i", data[end - 8:end - 4])[0] if trailer else end - 18 - covered
+        if not begin + 12 <= start <= end - Z_TO_END:
+            start = begin + 12
+    else:
+        first = end - begin if begin == unproven else part_length(data, unproven)
+        start = unproven + (8 - (first.bit_length() + 7) // 8 if first else 6)
+    return lost_sector(data, start, end - 9 if trailer else end, end)
+
+
+def ends_in(data, begin, stop):
+    """What has the form of an end there, whether it is proven or not."""
+    at = begin
+    while (at := data.find(b"Z\0\x40", at, stop)) >= 0:
+        if at + Z_TO_END <= stop:
+            try:
+                yield Part(data, at + Z_TO_END, proven=False)
+            except Damaged:
+                pass
+        at += 1
+
+
+def is_whole(data, part):
+    try:
+        return bool(Part(data, part.end))
+    except Damaged:
+        return False
 
 
 def need_torn(data, begin, parts):
     """What is after the last whole part was never whole, or may never have been written."""
-    header = data[begin:begin + 12]
-    need(len(header) < 12 or part_length(data, begin) or lost_sector(data, begin, begin + 12),
-         "a damaged part header")
-    try:
-        part = Part(data, len(data), proven=False)
-        if part.begin >= begin and (part.begin, part.end) not in parts:
-            parts = [*parts, (part.begin, part.end)]
-    except Damaged:
-        pass
     for a, b in parts:
-        trailer = struct.unpack(">Bii", data[b - 9:b])
-        has_trailer = trailer[0] == 4 and trailer[2] - trailer[1] == 9 and trailer[1] < 0 >= trailer[2]
-        end, start = b - 9 if has_trailer else b, begin + 6
-        if b - a > 4096:
-            need(part_length(data, a) == b - a, "a damaged part header")
-            covered, = struct.unpack(">I", data[b - 22:b - 18])
-            start = b + trailer[1] if has_trailer else b - 18 - covered
-            if not a + 12 <= start <= b - Z_TO_END:
-                start = a + 12
-        need(lost_sector(data, start, end), "a damaged part")
+        need(may_be_torn(data, begin, a, b), "a damaged part")
+    for part in ends_in(data, len(data) - Z_TO_END, len(data)):
+        need(part.begin < begin or may_be_torn(data, begin, part.begin, part.end), "a damaged part")
+    at = parts[-1][1] if parts else begin
+    if len(data) - at < 12 or part_length(data, at):
+        return
+    need(lost_sector(data, at, at + 12, at + 12), "a damaged part header")
+    for part in (*ends_in(data, at, at + SEARCHED), *ends_in(data, max(at, len(data) - SEARCHED), len(data))):
+        need(part.begin < at or not is_whole(data, part), "a whole part after a damaged one")
+        need(part.begin != at or may_be_torn(data, begin, part.begin, part.end), "a damaged part")
 
 
 class Archive:
