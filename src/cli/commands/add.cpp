@@ -91,6 +91,7 @@ class Add : public FileCommand {
     std::vector<FileRecord> records;
     for (const std::string& path : chosen_) {
       try {
+        local().refuseCrossing(path);
         records.push_back(
             places.record(path, archive_.empty() ? "" : session().absolute(archive_)));
       } catch (const Problem& problem) {

@@ -132,6 +132,7 @@ class ImportRcs : public FileCommand {
       throw Problem{shownPath(file), "in the project already", ""};
     }
     static_cast<void>(local().pathOf(file));
+    local().refuseCrossing(path);
     auto job = std::make_unique<Job>(found.source, file, found.typed);
     job->import.tryOut();
     known_[path] = file.archive;

@@ -134,12 +134,13 @@ class Rename : public RecordCommand {
     refuseLocked(file, "wait until it is unlocked");
     const bool isKnown = std::any_of(local().files().begin(), local().files().end(),
                                      [&](const FileRecord& each) { return each.path == path; });
-    const bool hasOld = os::hasEntry(local().pathOf(file).c_str());
+    const bool hasOld = local().stampOf(file) != Stamp();
     const bool hasNew = os::hasEntry(local().pathOf({path, "", ""}).c_str());
     // Who has moved the file already only wants the record to follow.
     if (isKnown || (hasOld && hasNew)) {
       throw Problem{shownName(path), "is there already", "choose another name"};
     }
+    local().refuseCrossing(path, file.path);
     refuseUnstorable(path);
   }
 
@@ -253,6 +254,7 @@ class Import : public FileCommand {
                       fmt::format("would be the file {}, which has another archive", shown(path)),
                       "name it with --as"};
       }
+      local().refuseCrossing(path);
       paths_.insert(path);
       archives_.insert(archive);
       found_.push_back({path, archive, folder_});

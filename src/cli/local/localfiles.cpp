@@ -115,9 +115,32 @@ std::string LocalFiles::pathToWrite(const FileRecord& file) const {
   std::string path = pathOf(file);
   std::string above = os::parentOf(path);
   while (!os::hasEntry(above.c_str())) above = os::parentOf(above);
-  if (isBelow(os::realPath(directory_.top), os::realPath(above))) return path;
+  if (isBelow(os::realPath(directory_.top), os::realPath(above))) {
+    if (os::directoryState(above.c_str())) return path;
+    throw Problem{file.path, fmt::format("{} is no directory", shown(session_.fromHere(above))),
+                  "move that away"};
+  }
   throw Problem{file.path, fmt::format("{} is a link that leads out of the work directory", above),
                 "remove the link"};
+}
+
+void LocalFiles::refuseCrossing(const std::string& path, const std::string& moved) const {
+  const auto from = [this](const std::string& first) {
+    return std::ranges::lower_bound(files_, first, {}, &FileRecord::path);
+  };
+  const auto refuse = [&](const std::string& name, const char* why) {
+    const std::string other = shownPath({name, "", ""});
+    throw Problem{shownPath({path, "", ""}), fmt::format(fmt::runtime(why), other),
+                  fmt::format("choose another name, or 'trevault remove {}' first", other)};
+  };
+  for (auto each = from(path + '/'); each != files_.end() && isBelow(path, each->path); ++each) {
+    if (each->path != moved) refuse(path, "files of the project are below that name");
+  }
+  for (std::string above(directoryPart(path)); !above.empty(); above = directoryPart(above)) {
+    const auto found = from(above);
+    const bool isFile = found != files_.end() && found->path == above && above != moved;
+    if (isFile) refuse(above, "{} is a file of the project");
+  }
 }
 
 std::string LocalFiles::pathFromHere(const FileRecord& file) const {
@@ -214,8 +237,9 @@ std::vector<const FileRecord*> LocalFiles::choose(const std::vector<std::string>
 template <typename Ask>
 LocalFiles::Look LocalFiles::lookBy(const Ask& ask) {
   os::FileStatus status;
-  if (ask(&status) != os::FileResult::kDone) return {};
-  return {Stamp::of(status), status.isRegular, status.ownerMayWrite};
+  const os::FileResult result = ask(&status);
+  if (result != os::FileResult::kDone) return {result};
+  return {result, Stamp::of(status), status.isRegular, status.ownerMayWrite};
 }
 
 // A system call for each: as soon as there are enough, a second thread pays.
@@ -263,11 +287,17 @@ LocalFiles::Look LocalFiles::lookAtArchive(const FileRecord& file) const {
   return lookBy([&](os::FileStatus* to) { return os::readStatus(file.archive.c_str(), to); });
 }
 
+void LocalFiles::refuseUnreadable(const FileRecord& file, os::FileResult result) const {
+  if (result == os::FileResult::kDone || result == os::FileResult::kMissing) return;
+  throw Problem{shownPath(file), "can't be read", "see who owns its directory"};
+}
+
 // The stamp tells it in nearly all cases. Else the engine compares, and what is found equal gets a
 // new stamp.
 Standing LocalFiles::standingOf(const FileRecord& file) {
   const FileState* const state = stateOf(file);
   const Look look = lookAtFile(file);
+  refuseUnreadable(file, look.result);
   if (!look.stamp) return state == nullptr ? Standing::kNone : Standing::kMissing;
   const Stamp stamp = *look.stamp;
   if (state != nullptr && state->stamp == stamp && isSafe(stamp)) return Standing::kSame;
@@ -518,7 +548,7 @@ Subject LocalFiles::subjectOf(const FileRecord& file, const std::string& revisio
 
 Stamp LocalFiles::stampOf(const FileRecord& file) const {
   os::FileStatus status;
-  static_cast<void>(os::readEntryStatus(pathOf(file).c_str(), &status));
+  refuseUnreadable(file, os::readEntryStatus(pathOf(file).c_str(), &status));
   return Stamp::of(status);
 }
 

@@ -65,6 +65,9 @@ class LocalFiles {
   // the second one, which also looks whether links lead out on the way.
   std::string pathOf(const FileRecord& file) const;  // Absolute.
   std::string pathToWrite(const FileRecord& file) const;
+  // Throws Problem where the project has files below `path`, or has a directory above it as a file:
+  // it can have no file by that name. The file `moved` away counts for nothing; empty for none.
+  void refuseCrossing(const std::string& path, const std::string& moved = "") const;
   // From the directory of the shell: as it is, and as people see it.
   std::string pathFromHere(const FileRecord& file) const;
   std::string shownPath(const FileRecord& file) const;
@@ -76,6 +79,7 @@ class LocalFiles {
   const FileState* stateOf(const FileRecord& file) const {
     return state_.find(file.path, file.archive);
   }
+  // Throws Problem where nobody can tell, as stampOf() does.
   Standing standingOf(const FileRecord& file);
   const History& historyOf(const FileRecord& file);
   void forgetHistory(const FileRecord& file) { histories_.erase(file.archive); }
@@ -156,9 +160,10 @@ class LocalFiles {
     History history;
   };
 
-  // What is there by a path. No stamp: nothing.
+  // What is there by a path. No stamp: nothing, or nobody can tell.
   struct Look {
-    std::optional<Stamp> stamp;
+    os::FileResult result = os::FileResult::kMissing;
+    std::optional<Stamp> stamp = {};
     bool isRegular = false;
     bool isWritable = false;
   };
@@ -166,6 +171,7 @@ class LocalFiles {
   template <typename Ask>
   static Look lookBy(const Ask& ask);
   Look lookAtFile(const FileRecord& file) const;
+  void refuseUnreadable(const FileRecord& file, os::FileResult result) const;
   Look lookAtArchive(const FileRecord& file) const;
   // The place of `file` among all, past the end if it is none of them.
   size_t placeOf(const FileRecord& file) const;

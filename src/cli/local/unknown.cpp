@@ -34,7 +34,7 @@ class Search : public Familiar {
     const PassedOver passed = walk(
         top_, ".", Ignoring::kByRules,
         [this](const std::string& path) {
-          if (!isKnown(path)) take_(path);
+          if (!isFile(path) && !isGone(path)) take_(path);
         },
         [this](const std::string& directory) { return mayEnter(directory); }, this);
     tellUnreadable(local_.session(), passed);
@@ -59,6 +59,7 @@ class Search : public Familiar {
           const std::string path = joined(directory, name);
           if (isMemory(name)) return true;
           if (kind == os::EntryKind::kDirectory) return holdsFiles(path);
+          if (kind == os::EntryKind::kFile) return isFile(path);
           return kind != os::EntryKind::kUnknown && (isFile(path) || holdsFiles(path));
         });
     local_.setFamiliar(directory, isFamiliar ? textOf(*before_) : "");
