@@ -20,6 +20,7 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <tuple>
 
 #include "os/place.h"
 #include "os/result.h"
@@ -44,8 +45,18 @@ struct FileStatus {
   uint32_t owner = 0;  // The user's number.
   uint64_t size = 0;
   int64_t nanoseconds = 0;  // The modification time, since 1970.
+  // When content or rights changed last, which nobody can set; 0 where that isn't told along. Two
+  // that differ in this alone are equal: who sets a right that was set already has changed nothing.
+  int64_t changed = 0;
 
-  bool operator==(const FileStatus&) const = default;
+  bool operator==(const FileStatus& other) const {
+    const auto compared = [](const FileStatus& status) {
+      return std::tie(status.isDirectory, status.isRegular, status.isLink, status.ownerMayWrite,
+                      status.ownerMayRun, status.identity.device, status.identity.inode,
+                      status.owner, status.size, status.nanoseconds);
+    };
+    return compared(*this) == compared(other);
+  }
 };
 
 // The file that all links lead to. *status is left alone unless the result is kDone.

@@ -29,6 +29,14 @@ constexpr mode_t kAllWriters = S_IWUSR | S_IWGRP | S_IWOTH;
 constexpr int64_t kNanosecondsPerSecond = 1'000'000'000;
 constexpr unsigned kPause = 2;  // Milliseconds between two looks at a name that leads nowhere.
 
+int64_t nanosecondsOf(const struct timespec& time) {
+  return time.tv_sec * kNanosecondsPerSecond + time.tv_nsec;
+}
+
+int64_t nanosecondsOf(const struct statx_timestamp& time) {
+  return time.tv_sec * kNanosecondsPerSecond + time.tv_nsec;
+}
+
 FileStatus statusOf(const struct stat& raw) {
   FileStatus status;
   status.isDirectory = S_ISDIR(raw.st_mode);
@@ -39,7 +47,8 @@ FileStatus statusOf(const struct stat& raw) {
   status.identity = {raw.st_dev, raw.st_ino};
   status.owner = raw.st_uid;
   status.size = static_cast<uint64_t>(raw.st_size);
-  status.nanoseconds = raw.st_mtim.tv_sec * kNanosecondsPerSecond + raw.st_mtim.tv_nsec;
+  status.nanoseconds = nanosecondsOf(raw.st_mtim);
+  status.changed = nanosecondsOf(raw.st_ctim);
   return status;
 }
 
@@ -52,7 +61,8 @@ FileStatus statusOf(const struct statx& raw) {
   status.identity = {makedev(raw.stx_dev_major, raw.stx_dev_minor), raw.stx_ino};
   status.owner = raw.stx_uid;
   status.size = raw.stx_size;
-  status.nanoseconds = raw.stx_mtime.tv_sec * kNanosecondsPerSecond + raw.stx_mtime.tv_nsec;
+  status.nanoseconds = nanosecondsOf(raw.stx_mtime);
+  status.changed = nanosecondsOf(raw.stx_ctime);
   return status;
 }
 
@@ -253,11 +263,9 @@ FileResult StatusReader::readEntryStatus(const std::string& path, FileStatus* st
 }
 
 std::optional<FileMark> fileMark(const char* path) {
-  struct stat raw;
-  if (uninterrupted([&] { return ::stat(path, &raw); }) != 0) return {};
-  const FileStatus status = statusOf(raw);
-  return FileMark{status.identity, status.size, status.nanoseconds,
-                  raw.st_ctim.tv_sec * kNanosecondsPerSecond + raw.st_ctim.tv_nsec};
+  FileStatus status;
+  if (readStatus(path, &status) != FileResult::kDone) return {};
+  return FileMark{status.identity, status.size, status.nanoseconds, status.changed};
 }
 
 FileResult File::open(const char* path, Access access) {

@@ -559,11 +559,11 @@ void LocalFiles::note(const FileRecord& file, const std::string& revision, bool 
   session_.output().count(stamp.size);
 }
 
-// Keywords are expanded in a file of another inode.
+// Keywords are expanded in a file of another inode. Rights change in any case.
 void LocalFiles::noteStored(const FileRecord& file, const std::string& revision,
                             const Stamp& before, bool isLocked) {
   const Stamp stamp = stampOf(file);
-  const bool isStored = stamp == before || isThere(file, revision);
+  const bool isStored = stamp == before.withChanged(stamp.changed) || isThere(file, revision);
   note(file, revision, isStored ? stamp : Stamp(), isLocked);
   session_.output().count(stamp.size);
 }

@@ -1,6 +1,7 @@
 // cli/local/localfiles.h: a project's files as they are in the user's work directory.
 #pragma once
 
+#include <algorithm>
 #include <map>
 #include <optional>
 #include <string>
@@ -182,7 +183,7 @@ class LocalFiles {
   // The times of files move in steps: what changed in the step of its last look shows the same.
   bool isSafe(const Stamp& stamp) const {
     constexpr int64_t kStep = 10'000'000;
-    return stamp.nanoseconds < state_.written() - kStep;
+    return std::max(stamp.nanoseconds, stamp.changed) < state_.written() - kStep;
   }
   void note(const FileRecord& file, const std::string& revision, const Stamp& stamp, bool isLocked);
   bool takeKept(Looking looking);

@@ -19,7 +19,7 @@
 namespace cli {
 namespace {
 
-constexpr std::string_view kHead = "trevault state 5";
+constexpr std::string_view kHead = "trevault state 6";
 constexpr uint64_t kLargest = uint64_t{1} << 31;
 constexpr int kTries = 50;
 constexpr unsigned kPause = 100;  // Milliseconds.
@@ -43,11 +43,11 @@ bool takeNumber(std::string_view* line, Number* to) {
 
 bool takeStamp(std::string_view* line, Stamp* to) {
   return takeNumber(line, &to->size) && takeNumber(line, &to->nanoseconds) &&
-         takeNumber(line, &to->inode);
+         takeNumber(line, &to->changed) && takeNumber(line, &to->inode);
 }
 
 std::string textOf(const Stamp& stamp) {
-  return fmt::format("{}\t{}\t{}\t", stamp.size, stamp.nanoseconds, stamp.inode);
+  return fmt::format("{}\t{}\t{}\t{}\t", stamp.size, stamp.nanoseconds, stamp.changed, stamp.inode);
 }
 
 // The letters that end a field or a line can't be in one. Whose names have them is asked again.
@@ -98,8 +98,8 @@ void State::lock() {
 
 // A line is "+" for a file of the project, else "-", the length of the path, a blank and the path,
 // which may have tabs. Then come, with a tab after each, the folder and the archive; of the file
-// "-" or "here size time inode locked"; of what was told "-" or "size time inode has followed
-// author time count", and for each lock "number user time note".
+// "-" or "here STAMP locked"; of what was told "-" or "STAMP has followed author time count", with
+// "size time changed inode" for each stamp, and for each lock "number user time note".
 bool State::readPath(std::string_view text, Line* line) {
   size_t size = 0;
   const char* const last = text.data() + text.size();

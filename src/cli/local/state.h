@@ -22,15 +22,17 @@
 
 namespace cli {
 
-// By which a file is known to be the same, and unchanged.
+// By which a file is known to be the same, and unchanged, with its rights.
 struct Stamp {
   uint64_t size = 0;
   int64_t nanoseconds = 0;
+  int64_t changed = 0;  // See os::FileStatus.
   uint64_t inode = 0;
 
   static Stamp of(const os::FileStatus& status) {
-    return {status.size, status.nanoseconds, status.identity.inode};
+    return {status.size, status.nanoseconds, status.changed, status.identity.inode};
   }
+  Stamp withChanged(int64_t time) const { return {size, nanoseconds, time, inode}; }
   bool operator==(const Stamp&) const = default;
 };
 
