@@ -3,6 +3,7 @@
 #   make demo    a team's day with trevault, and the C example that prints the database then
 #   make install [PREFIX=/usr/local] [DESTDIR=]   the program, the libraries and what others build with
 #   make deb     Debian packages of all that
+#   make python  the Python package in build/python, and its source distribution
 #   make test    all tests: optimised, with the sanitizers, and the checks of the sources
 #   make bench   the benchmarks
 #   make windows   the libraries and the examples for Windows, as zip files
@@ -13,7 +14,7 @@
 
 PREFIX = /usr/local
 
-.PHONY: demo install deb test bench test-ports windows test-windows
+.PHONY: demo install deb python test bench test-ports windows test-windows
 
 demo:
 	@scripts/setup.sh build
@@ -30,6 +31,11 @@ install:
 deb:
 	@scripts/setup.sh deb
 	@scripts/build_packages.sh
+
+python:
+	@scripts/setup.sh python
+	@scripts/build.sh build python python_source
+	@echo "PYTHONPATH=$(CURDIR)/build/python has the package; for pip: $$(ls build/python-source/*.tar.gz)"
 
 test:
 	@scripts/setup.sh test

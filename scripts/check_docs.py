@@ -10,7 +10,7 @@ import pathlib
 import re
 import sys
 
-FOLDERS = ["src", "include", "tests", "bench", "fuzz", "examples", "scripts", "docs"]
+FOLDERS = ["src", "include", "tests", "bench", "fuzz", "examples", "scripts", "docs", "python"]
 CODE = [".h", ".c", ".cpp"]
 PATH = re.compile(r"(?<![\w./-])((?:%s)/[\w./*-]*)" % "|".join(FOLDERS))
 # Workfiles in examples end in .c too, so a C source counts with its path only.

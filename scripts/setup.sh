@@ -1,14 +1,17 @@
 #!/bin/sh
 # Installs what a purpose needs on Debian 12, and only that which is missing:
-# setup.sh build | test | deb | bench | ports | windows
+# setup.sh build | python | test | deb | bench | ports | windows
 set -eu
 packages='g++ cmake ninja-build python3 pkg-config libzstd-dev libgtest-dev
 libcli11-dev libfmt-dev nlohmann-json3-dev scdoc'
+python='python3-cffi python3-dev python3-setuptools'
 case "${1-}" in
   build) ;;
+  python) packages="$packages $python" ;;
   test)
     packages="$packages clang-14 libclang-rt-14-dev clang-format-14 valgrind binutils libglib2.0-dev libsqlite3-dev"
     packages="$packages git rcs man-db glusterfs-server glusterfs-client python3-zstandard python3-xxhash"
+    packages="$packages $python python3-pip python3-venv python3-wheel mypy flake8"
     ;;
   deb) packages="$packages debhelper lintian" ;;
   bench) packages="$packages libglib2.0-dev libsqlite3-dev rcs" ;;
@@ -16,7 +19,7 @@ case "${1-}" in
   windows)
     packages="$packages g++-mingw-w64-x86-64-posix g++-mingw-w64-i686-posix googletest make xz-utils wine64"
     ;;
-  *) echo 'usage: setup.sh build | test | deb | bench | ports | windows' >&2; exit 2 ;;
+  *) echo 'usage: setup.sh build | python | test | deb | bench | ports | windows' >&2; exit 2 ;;
 esac
 
 missing=

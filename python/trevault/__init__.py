@@ -1,0 +1,32 @@
+"""Projects, files and archives of a trevault database.
+
+    import trevault
+
+    with trevault.open(public, private) as db:
+        for archive in db.projects["Pump"].archives:
+            print(archive.name, archive.tip.number, archive.status.locked_by_me)
+
+`help(trevault.Archive)` tells what can be done with a file; docs/python.md is the guide.
+"""
+from .archive import Archive
+from .database import Database, open
+from .errors import (AccessError, CancelledError, ClosedError, ConfigurationError, DamagedError,
+                     DatabaseError, EngineError, Error, ExistsError, GoneError, GroupError,
+                     InUseError, InvalidError, LockError, NoMemoryError, NotFoundError, OlderError,
+                     OvertakenError, PromotionError, Status, TriggerError, UnchangedError,
+                     UnknownNameError, UnreadableError)
+from .hooks import Hooks, TrevaultWarning
+from .project import Archives, Folder, Project
+from .values import (ArchiveStatus, Attributes, Content, Directive, Health, Ignore, Lock, Record,
+                     Revision)
+
+__all__ = [
+    "Archive", "ArchiveStatus", "Archives", "Attributes", "Content", "Database", "Directive",
+    "Folder", "Health", "Hooks", "Ignore", "Lock", "Project", "Record", "Revision", "Status",
+    "TrevaultWarning", "open",
+    "AccessError", "CancelledError", "ClosedError", "ConfigurationError", "DamagedError",
+    "DatabaseError", "EngineError", "Error", "ExistsError", "GoneError", "GroupError",
+    "InUseError", "InvalidError", "LockError", "NoMemoryError", "NotFoundError", "OlderError",
+    "OvertakenError", "PromotionError", "TriggerError", "UnchangedError", "UnknownNameError",
+    "UnreadableError",
+]

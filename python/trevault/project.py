@@ -1,0 +1,276 @@
+"""Projects and their folders: what holds files."""
+from __future__ import annotations
+
+import os
+import pathlib
+from typing import TYPE_CHECKING, Any, Dict, Iterator, List, Optional, cast
+
+from ._library import (LOCK, PathText, Text, check, decoded, encoded, fetch_list, flat,
+                       last_message, path_bytes, path_of)
+from ._native import ffi, lib
+from ._nodes import Children, Life, Parent
+from .archive import Archive
+from .errors import DatabaseError, Status, error_of
+from .values import Directive
+
+if TYPE_CHECKING:
+    from .database import Database
+
+
+class Archives(Children[Archive]):
+    """The files that a project or a folder holds itself. A name with a separator is a path as the
+    records have it."""
+
+    def __init__(self, parent: Holder) -> None:
+        super().__init__(parent, Archive, lib.GetFirstArchive, lib.GetNextArchive,
+                         lib.FindArchiveByWorkName)
+
+    def get(self, name: Text) -> Optional[Archive]:
+        text = os.fsencode(name) if isinstance(name, str) else name
+        if b"/" not in text and b"\\" not in text:
+            return super().get(name)
+        return self._parent._find(lib.FindArchiveByQualWorkName, name, Archive)
+
+
+class Holder(Parent):
+    """A project or a folder."""
+
+    @property
+    def project(self) -> Project:
+        raise NotImplementedError
+
+    @property
+    def archives(self) -> Archives:
+        """The files, by their directories and names."""
+        return Archives(self)
+
+    def _place_of(self, file: bytes) -> bytes:
+        """A path of the system as a record has it: from the top of the work directory."""
+        for top in self._tops():
+            if top and file.startswith(os.fsencode(top) + b"/"):
+                return file[len(os.fsencode(top)) + 1:]
+        return file
+
+    def _tops(self) -> List[Optional[pathlib.Path]]:
+        raise NotImplementedError
+
+    def add(self, file: PathText, archive: Optional[PathText] = None, *, message: Text = "",
+            label: Optional[Text] = None, description: Optional[Text] = None,
+            group: Optional[Text] = None, revision: Optional[Text] = None) -> Archive:
+        """Makes an archive with its first revision from a file, and gives the file a record here.
+
+        The archive is put where the configuration wants it, below the first archive directory, if
+        no other path is given. `revision` is the first number, such as "2.0". The file becomes
+        read-only. Raises ExistsError if there is such a record or archive."""
+        with LOCK:
+            place = path_bytes(file)
+            record = self._place_of(place)
+            if self._find(lib.FindArchiveByQualWorkName, record, Archive) is not None:
+                raise error_of(Status.ARCHIVE_EXISTS, "%s has a record" % decoded(record))
+            self.project._use()
+            path = self._archive_for(record) if archive is None else path_bytes(archive)
+            os.makedirs(os.path.dirname(path), exist_ok=True)
+            check(decoded(record), lib.TrvsCreateWithRevision, lib.TRVS_CONTEXT, path, place,
+                  ffi.NULL, encoded(revision), encoded(label), encoded(description),
+                  encoded(message), encoded(group), ffi.NULL, 0, lib.TRVS_PUT_READ_ONLY)
+            try:
+                return self.add_existing(record, path)
+            except DatabaseError:
+                self.project.database.flush()
+                os.remove(path)
+                os.chmod(place, os.stat(place).st_mode | 0o200)
+                raise
+
+    def add_existing(self, file: PathText, archive: PathText) -> Archive:
+        """Gives a file, of which a relative path begins at the top of the work directory, a record
+        that pairs it with an archive. Neither is looked at. Raises DatabaseError."""
+        with LOCK:
+            life = self._children_life()
+            record, path = os.fsencode(file), path_bytes(archive)
+            flat(lib.AddExistingArchive, self._token, record, path)
+            message = last_message()
+            token = flat(lib.FindArchiveByQualArchiveName, self._token, path)
+            if not token:
+                raise DatabaseError(message or "%s: its record could not be stored"
+                                    % decoded(record))
+            return cast(Archive, self._child(token, Archive, life))
+
+    def _archive_for(self, record: bytes) -> bytes:
+        directories = self.project.archive_directories
+        if not directories:
+            raise DatabaseError("%s has no archive directory" % self.project.name)
+        subject = decoded(record)
+        name = fetch_list(subject, 1, lib.TrvsComputeArchiveName, record)[0][0]
+        inside = os.path.dirname(record.lstrip(b"/"))
+        return os.path.join(os.fsencode(directories[0]), inside, os.path.basename(encoded(name)))
+
+    def _child(self, token: Any, kind: Any, life: Life) -> Any:
+        return Archive(token, life, self)
+
+
+class Folder(Holder):
+    """A named part of a project."""
+
+    _name_functions = [lib.GetFolderName]
+    _open_function = lib.OpenFolder
+    _close_function = lib.CloseFolder
+
+    def __init__(self, token: Any, life: Life, parent: Project) -> None:
+        super().__init__(token, life)
+        self._project = parent
+
+    @property
+    def project(self) -> Project:
+        return self._project
+
+    def _tops(self) -> List[Optional[pathlib.Path]]:
+        return []  # Where a folder's files are no function tells: records get whole paths.
+
+    def remove(self) -> None:
+        """Takes the folder's records out of the project; files and archives stay."""
+        self._project._destroy(self, lib.DestroyFolder)
+
+
+class Project(Holder):
+    """A project of a database. Its lists are read when they are first asked for."""
+
+    _name_functions = [lib.GetProjectName]
+    _open_function = lib.OpenProject
+    _close_function = lib.CloseProject
+
+    def __init__(self, token: Any, life: Life, parent: Database) -> None:
+        super().__init__(token, life)
+        self.database = parent
+
+    @property
+    def project(self) -> Project:
+        return self
+
+    @property
+    def folders(self) -> Children[Folder]:
+        """The folders, by their names."""
+        return Children(self, Folder, lib.GetFirstFolder, lib.GetNextFolder, lib.FindFolder)
+
+    def all_archives(self) -> Iterator[Archive]:
+        """The files of the project itself, then those of its folders."""
+        yield from self.archives
+        for folder in self.folders:
+            yield from folder.archives
+
+    def _child(self, token: Any, kind: Any, life: Life) -> Any:
+        if kind is not Folder:
+            return super()._child(token, kind, life)
+        return self._parents.setdefault(token, Folder(token, life, self))
+
+    def _tops(self) -> List[Optional[pathlib.Path]]:
+        return [self.work_directory]
+
+    def remove(self) -> None:
+        """Takes the project off the database's list; its files and archives stay."""
+        self.database._destroy(self, lib.DestroyProject)
+
+    # Where things are ----------------------------------------------------------------------------
+
+    @property
+    def configuration_file(self) -> Optional[pathlib.Path]:
+        return self._path(lib.GetProjectCfgFile)
+
+    @property
+    def work_directory(self) -> Optional[pathlib.Path]:
+        """Where the present user's files are; None if nobody said."""
+        return self._path(lib.GetProjectPrivateDir)
+
+    @work_directory.setter
+    def work_directory(self, directory: pathlib.Path) -> None:
+        self._set(lib.SetProjectPrivateDir, lib.GetProjectPrivateDir, path_bytes(directory))
+
+    @property
+    def team_work_directory(self) -> Optional[pathlib.Path]:
+        """Where the team's files are; None if nobody said."""
+        return self._path(lib.GetProjectPublicDir)
+
+    @team_work_directory.setter
+    def team_work_directory(self, directory: pathlib.Path) -> None:
+        self._set(lib.SetProjectPublicDir, lib.GetProjectPublicDir, path_bytes(directory))
+
+    @property
+    def archive_directories(self) -> List[pathlib.Path]:
+        """Where archives are looked for; new ones go to the first."""
+        texts = self._bytes(lib.GetProjectVCSDirs).split(b";")
+        return [path for path in map(self._native, filter(None, texts)) if path is not None]
+
+    @archive_directories.setter
+    def archive_directories(self, directories: List[pathlib.Path]) -> None:
+        text = b";".join(map(path_bytes, directories))
+        self._set(lib.SetProjectVCSDirs, lib.GetProjectVCSDirs, text)
+        self.database._forget_configuration()
+
+    def _set(self, change: Any, query: Any, text: bytes) -> None:
+        with LOCK:
+            self._ask(change, text)
+            message = last_message()
+            if self._bytes(query) != text:
+                raise DatabaseError(message or "%s can't be stored" % decoded(text))
+
+    def _path(self, function: Any) -> Optional[pathlib.Path]:
+        text = self._bytes(function)
+        return self._native(text) if text else None
+
+    @staticmethod
+    def _native(text: bytes) -> Optional[pathlib.Path]:
+        path = ffi.string(flat(lib.FoldapiNativePath, text))
+        return path_of(path) if path else None
+
+    # Configuration -------------------------------------------------------------------------------
+
+    def _use(self) -> None:
+        """Has the engine work with the project's configuration."""
+        with LOCK:
+            self._check()
+            self.database._use(self)
+
+    @property
+    def user(self) -> str:
+        """The present user, as the configuration knows him."""
+        with LOCK:
+            self._use()
+            size = 1024
+            name = ffi.new("char[]", size)
+            check("user", lib.TrvsGetUserInfo, name, size, ffi.NULL, 0, ffi.NULL)
+            return decoded(ffi.string(name))
+
+    @property
+    def directives(self) -> List[Directive]:
+        """All that the configuration settles, defaults too, and which line says so."""
+        with LOCK:
+            self._use()
+            found = fetch_list(self.name, 4, lib.TrvsListConfiguration)
+            return [Directive(name, value, file, int(line)) for name, value, file, line in found]
+
+    def set_directive(self, name: Text, value: Text) -> None:
+        """Has the configuration file say it. Raises ConfigurationError, and changes nothing, if
+        the directive can't have the value."""
+        with LOCK:
+            self._check()
+            status = flat(lib.FoldapiSetDirective, self._token, encoded(name), encoded(value))
+            if status != Status.DONE:
+                subject = "%s %s=%s" % (self.name, _shown(name), _shown(value))
+                raise error_of(Status.NO_MEMORY if status == -1 else status, subject)
+            self.database._forget_configuration()
+
+    @property
+    def groups(self) -> Dict[str, str]:
+        """The promotion model: the group that each one promotes to, "" for the top one."""
+        with LOCK:
+            self._use()
+            names = [name for name, in fetch_list(self.name, 1, lib.TrvsQueryConfigurationItem,
+                                                  lib.TRVS_ITEM_PROMOTION_GROUPS)]
+            if len(names) == 1:
+                return {names[0]: ""}
+            model = dict(zip(names[::2], names[1::2]))
+            model.update({name: "" for name in model.values() if name not in model})
+            return model
+
+
+def _shown(text: Text) -> str:
+    return text if isinstance(text, str) else decoded(text)
