@@ -66,6 +66,7 @@ class Shell:
             "LC_ALL": "C.UTF-8", "PAGER": "cat", "TEAM_USER": user,
             "CPATH": str(INCLUDES), "LIBRARY_PATH": str(trevault.parent),
             "LD_LIBRARY_PATH": str(trevault.parent),
+            "PYTHONPATH": str(trevault.parent / "python"),
             "FOLDAPI_SOURCE": str(INCLUDES.parent), "FOLDAPI_BUILD": str(trevault.parent)}
 
     def run(self, command, answers):
