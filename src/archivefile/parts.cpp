@@ -64,6 +64,7 @@ bool parseEnd(std::string_view end, EndRecord* record, uint64_t* sizeOfTail) {
 // Whether all that an end tells lies in the file, and in its own part what has to.
 bool liesInFile(const End& end) {
   const EndRecord& record = end.record;
+  if (record.part >= kMostParts) return false;
   const uint64_t room = end.offset - kHeader.size();
   if (record.partSize > room || record.partSize < kPartHeaderSize + kEndSize) return false;
   const uint64_t body = record.partSize - kPartHeaderSize;

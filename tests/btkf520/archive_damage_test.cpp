@@ -326,6 +326,9 @@ TEST(ArchiveDamage, IsRefusedInAnIndexThatContradictsItself) {
     EXPECT_EQ(isRead([&](auto&, auto& tip) { tip.promotionGroups = {name}; }), isGood);
     EXPECT_EQ(isRead([&](auto& model, auto&) { model.labels = {{name, number("1.0")}}; }), isGood);
   }
+  // Real faults: the first ended a list of labels early, and the other counted as five locks.
+  EXPECT_FALSE(isRead([](auto& model, auto&) { model.labels = {{"", number("1.0")}}; }));
+  EXPECT_FALSE(isRead([](auto&, auto& tip) { tip.locks.assign(5, {"ann", 0, ""}); }));
 }
 
 // What was judged when it was read is judged again where it may have become wrong: in a long list
@@ -392,7 +395,7 @@ btkf::Index chainOf(const std::vector<std::string>& contents, std::string* frame
   return index;
 }
 
-std::string forged(const btkf::Index& index, const std::string& frames) {
+std::string forged(const btkf::Index& index, const std::string& frames, uint32_t part = 0) {
   const std::string bytes = btkf::encodeIndex(index);
   const btkf::Bytes packed = btkf::FrameCodec().pack(bytes, {}, btkf::checksumOf(bytes)).value();
   archivefile::EndRecord record;
@@ -400,7 +403,10 @@ std::string forged(const btkf::Index& index, const std::string& frames) {
                   btkf::checksumOf(packed.view())};
   const std::string records = btkf::encodeRecords(index.model);
   record.partSize = frames.size() - 8 + packed.size() + records.size() + archivefile::kEndSize;
-  return frames + std::string(packed.view()) + archivefile::encodeTail(records, {}, &record);
+  record.part = part;
+  std::string file = frames;
+  file.replace(8, 12, archivefile::encodePartHeader(8, record.partSize));
+  return file + std::string(packed.view()) + archivefile::encodeTail(records, {}, &record);
 }
 
 // Opens a file and reads one of its revisions.
@@ -409,6 +415,40 @@ int readStatus(const fuzz::MemoryFile& file, size_t revision) {
   if (const TrvsStatus status = Archive::openToRead(file.path(), &archive)) return status;
   btkf::Bytes bytes;
   return archive->read(archive->model().trunk().revisions[revision].content, &bytes);
+}
+
+TEST(ArchiveDamage, IsToldOfWhatLeadsNowhere) {
+  std::string frames(archivefile::kHeader);
+  frames.resize(20);
+  const btkf::Index sound = chainOf({"one", "two"}, &frames);
+  const auto verifiedWith = [&](uint32_t part, auto change) {
+    btkf::Index index = sound;
+    change(&index.model);
+    const fuzz::MemoryFile file(forged(index, frames, part));
+    std::unique_ptr<Archive> archive;
+    const TrvsStatus status = Archive::openToRead(file.path(), &archive);
+    return status == TRVS_DONE ? archive->verify(nullptr) : status;
+  };
+  const auto withLabel = [&](const char* target) {
+    return verifiedWith(0, [=](btkf::ArchiveModel* model) {
+      model->labels = {{"REL", number("1.0")}, {"L", number(target)}};
+    });
+  };
+  const auto withBranch = [&](const char* branch) {
+    return verifiedWith(0, [=](btkf::ArchiveModel* model) {
+      btkf::Revision moved = model->trunk().revisions[1];
+      moved.number = number(branch).child(0);
+      model->trunk().revisions.eraseIf([](const auto& each) { return each.number.last() == 1; });
+      model->addBranch(number(branch)).revisions.push_back(moved);
+    });
+  };
+  for (const char* target : {"1.0", "1.1", "1"}) EXPECT_EQ(withLabel(target), TRVS_DONE);
+  for (const char* target : {"1.2", "1.0.1"}) EXPECT_EQ(withLabel(target), TRVS_NOT_AN_ARCHIVE);
+  EXPECT_EQ(withBranch("1.0.1"), TRVS_DONE);
+  EXPECT_EQ(withBranch("1.9.1"), TRVS_NOT_AN_ARCHIVE);
+  for (const uint32_t part : {1u, 1024u}) {
+    EXPECT_EQ(verifiedWith(part, [](btkf::ArchiveModel*) {}), TRVS_NOT_AN_ARCHIVE);
+  }
 }
 
 // A real fault: the change was done, and no reader took the number that it had given.

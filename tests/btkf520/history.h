@@ -110,14 +110,20 @@ class History {
     edit(&model);
     ASSERT_EQ(archive->commit(model), TRVS_DONE);
   }
+  // With the branches that start there, and the labels of all that.
   void remove(const std::string& revision) {
+    const auto isGone = [&](const std::string& each) {
+      return each == revision || each.starts_with(revision + ".");
+    };
     change([&](btkf::ArchiveModel* model) {
       for (btkf::Branch& branch : model->branches) {
         branch.revisions.eraseIf(
-            [&](const btkf::Revision& each) { return each.number.text() == revision; });
+            [&](const btkf::Revision& each) { return isGone(each.number.text()); });
       }
+      std::erase_if(model->labels,
+                    [&](const btkf::Label& label) { return model->labelled(label) == nullptr; });
     });
-    plain_.erase(revision);
+    std::erase_if(plain_, [&](const auto& each) { return isGone(each.first); });
   }
 
   // Compares all contents with the plain ones, by both readers, and lets the archive verify itself.

@@ -222,7 +222,11 @@ class Archive:
         self.revisions = {}  # In the order of the index: by branches.
         branches = [number for number, _ in v.many(lambda: self.branch(v))]
         need(branches == sorted(set(branches)), "branches out of order")
+        need(all(b == (1,) or b[:-1] in self.revisions for b in branches), "a branch of nothing")
         self.labels = dict(v.many(lambda: (v.name(), v.revision_number())))
+        need(b"" not in self.labels, "an empty label")
+        need(all(at in self.revisions or at in branches for at in self.labels.values()),
+             "a label of nothing")
         highest = v.number()
         self.frames, self.at = {}, 0
         v.many(lambda: self.frame(v))
@@ -262,6 +266,8 @@ class Archive:
         need(len(number) and len(number) % 2 == 0, "a revision with the number of a branch")
         r = {"time": v.fixed(4), "workfile_time": v.fixed(4), "author": v.name(), "change": v.text()}
         r["locks"] = v.many(lambda: (v.name(), v.fixed(4), v.name()))
+        users = {user for user, _, _ in r["locks"]}
+        need(len(users) == len(r["locks"]) and b"" not in users, "a lock twice, or of nobody")
         r["groups"] = v.many(v.name)
         r["content"], r["length"], r["checksum"] = v.number(), v.number(), v.fixed(8)
         self.revisions[number] = r

@@ -432,10 +432,11 @@ bool ArchiveReader::partsAreWhole() {
   Bytes room(kFirstRead);
   const archivefile::LastBytes last(file_, room.data(), room.size());
   bool areWhole = true;
+  uint32_t count = 0;
   archivefile::End end;
   archivefile::forEachPart(last, [&](uint64_t offset) {
     if (!areWhole || offset > end_.offset) return;
-    areWhole = archivefile::readEnd(last, offset, &end);
+    areWhole = archivefile::readEnd(last, offset, &end) && end.record.part == count++;
     FilePieces index(file_, end.record.index.offset, end.record.index.storedSize);
     while (areWhole && !index.next().empty()) {
     }
@@ -449,7 +450,8 @@ bool ArchiveReader::partsAreWhole() {
 
 TrvsStatus ArchiveReader::verify(std::vector<Content>* damaged) {
   if (damaged != nullptr) damaged->clear();
-  TrvsStatus result = partsAreWhole() ? TRVS_DONE : TRVS_NOT_AN_ARCHIVE;
+  const bool isWhole = partsAreWhole() && index_.model.isConnected();
+  TrvsStatus result = isWhole ? TRVS_DONE : TRVS_NOT_AN_ARCHIVE;
   recent_.clear();
   for (const Branch& branch : index_.model.branches) {
     // From the tip on, near which the parents are.

@@ -144,11 +144,22 @@ bool ArchiveModel::isSound() const {
   std::vector<std::pair<size_t, std::string_view>> names;
   names.reserve(labels.size());
   for (const Label& label : labels) {
-    if (!isSoundName(label.name) || !isSoundNumber(label.target)) return false;
+    if (label.name.empty() || !isSoundName(label.name) || !isSoundNumber(label.target))
+      return false;
     names.emplace_back(std::hash<std::string_view>()(label.name), label.name);
   }
   std::sort(names.begin(), names.end());
   return std::adjacent_find(names.begin(), names.end()) == names.end();
+}
+
+bool ArchiveModel::isConnected() const {
+  return std::all_of(branches.begin(), branches.end(),
+                     [this](const Branch& branch) {
+                       return branch.number.isTrunk() ||
+                              findRevision(branch.number.parent()) != nullptr;
+                     }) &&
+         std::all_of(labels.begin(), labels.end(),
+                     [this](const Label& label) { return labelled(label) != nullptr; });
 }
 
 }  // namespace btkf

@@ -99,9 +99,12 @@ class ArchiveModel {
 
   // Whether the file format can hold it: branches and revisions in order, without duplicates and
   // under their own branch, texts without NUL and not too long, no empty names in lists, notes that
-  // are such, contents used once, label targets that are numbers. Archive::commit() refuses any
-  // other with TRVS_MISUSE.
+  // are such, a user's lock of a revision and contents used once, label targets that are numbers.
+  // Archive::commit() refuses any other with TRVS_MISUSE.
   bool isSound() const;
+  // Whether each branch starts at a revision that is there, and each label has one. Takes longer
+  // than isSound(), so only Archive::verify() asks.
+  bool isConnected() const;
   // Whether that is because a description is too long.
   bool hasLongText() const;
 

@@ -28,15 +28,23 @@ bool standsOn(const Number& revision, const Number& branch) {
 }
 
 template <typename Text>
+bool areSoundLocks(const std::vector<LockOf<Text>>& locks) {
+  const bool areGood = std::all_of(locks.begin(), locks.end(), [](const LockOf<Text>& lock) {
+    return !lock.user.empty() && isSoundName(lock.user) && isNote(lock.note);
+  });
+  if (!areGood || locks.size() < 2) return areGood;
+  std::vector<std::string_view> users;
+  for (const LockOf<Text>& lock : locks) users.push_back(lock.user);
+  std::sort(users.begin(), users.end());
+  return std::adjacent_find(users.begin(), users.end()) == users.end();
+}
+
+template <typename Text>
 bool isSoundOn(const RevisionOf<Text>& revision, const Number& branch) {
   return isSoundNumber(revision.number) && revision.number.isRevision() &&
          standsOn(revision.number, branch) && revision.content.id != 0 &&
          isSoundName(revision.author) && isSoundText(revision.changeDescription) &&
-         std::all_of(revision.locks.begin(), revision.locks.end(),
-                     [](const LockOf<Text>& lock) {
-                       return !lock.user.empty() && isSoundName(lock.user) && isNote(lock.note);
-                     }) &&
-         areSoundNames(revision.promotionGroups);
+         areSoundLocks(revision.locks) && areSoundNames(revision.promotionGroups);
 }
 
 void putRevision(ByteWriter* to, const Revision& revision) {
