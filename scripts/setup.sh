@@ -11,7 +11,7 @@ case "${1-}" in
   test)
     packages="$packages clang-14 libclang-rt-14-dev clang-format-14 valgrind binutils libglib2.0-dev libsqlite3-dev"
     packages="$packages git rcs man-db glusterfs-server glusterfs-client python3-zstandard python3-xxhash"
-    packages="$packages $python python3-pip python3-venv python3-wheel mypy flake8"
+    packages="$packages $python python3-pip python3-venv python3-wheel mypy flake8 chromium"
     ;;
   deb) packages="$packages debhelper lintian" ;;
   bench) packages="$packages libglib2.0-dev libsqlite3-dev rcs" ;;

@@ -60,18 +60,19 @@ std::map<std::string, std::string> floatingLabels(const std::string& archive,
   return found;
 }
 
-std::map<std::string, int64_t> sizesOf(const std::string& archive, const std::string& file) {
+std::map<std::string, StoredContent> contentsOf(const std::string& archive,
+                                                const std::string& file) {
   const auto texts = fetchList(
       [&](char* buffer, int32_t size) {
         return TrvsListContents(TRVS_CONTEXT, archive.c_str(), nullptr, buffer, size);
       },
       {.file = file, .archive = archive});
   constexpr size_t kTexts = 5;  // Of each revision.
-  std::map<std::string, int64_t> sizes;
+  std::map<std::string, StoredContent> contents;
   for (size_t i = 0; i + kTexts <= texts.size(); i += kTexts) {
-    sizes[texts[i]] = std::strtoll(texts[i + 1].c_str(), nullptr, 10);
+    contents[texts[i]] = {std::strtoll(texts[i + 1].c_str(), nullptr, 10), texts[i + 2]};
   }
-  return sizes;
+  return contents;
 }
 
 std::string descriptionOf(const std::string& archive, const std::string& number,

@@ -27,6 +27,7 @@ struct RevisionInfo {
   std::string minute() const { return time.substr(0, 16); }
   std::string firstLine() const { return message.substr(0, message.find_first_of("\r\n")); }
   bool isLockedBy(std::string_view user) const;
+  bool operator==(const RevisionInfo&) const = default;
 };
 
 struct LockInfo {
@@ -36,6 +37,7 @@ struct LockInfo {
   std::string note;
 
   std::string minute() const { return time.substr(0, 16); }
+  bool operator==(const LockInfo&) const = default;
 };
 
 // "bob", or with the note of the lock "bob (dry run of the pump)".
@@ -47,8 +49,13 @@ std::vector<LockInfo> locksOf(const std::string& archive, const std::string& fil
 // The labels that keep to the tip of a branch, and its number.
 std::map<std::string, std::string> floatingLabels(const std::string& archive,
                                                   const std::string& file);
-// How many bytes the revisions have, by their numbers.
-std::map<std::string, int64_t> sizesOf(const std::string& archive, const std::string& file);
+// What the revisions hold, by their numbers.
+struct StoredContent {
+  int64_t size = 0;      // In bytes.
+  std::string checksum;  // XXH64, 16 hexadecimal digits.
+};
+std::map<std::string, StoredContent> contentsOf(const std::string& archive,
+                                                const std::string& file);
 // What is said of the file; or, with a number, the message of that revision.
 std::string descriptionOf(const std::string& archive, const std::string& number,
                           const std::string& file);
@@ -65,6 +72,7 @@ class History {
   // Throws Problem; `file` is what it is about.
   History(const std::string& archive, const std::string& file);
   History() = default;
+  bool operator==(const History&) const = default;
 
   // The trunk's from the oldest on; each branch after the revision where it starts.
   const std::vector<RevisionInfo>& revisions() const { return revisions_; }

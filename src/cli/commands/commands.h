@@ -49,6 +49,7 @@ std::unique_ptr<Command> makeAttributes();
 std::unique_ptr<Command> makeVerify();
 std::unique_ptr<Command> makeExport();
 std::unique_ptr<Command> makeImportRcs();
+std::unique_ptr<Command> makePages();
 std::unique_ptr<Command> makeHelp();
 std::unique_ptr<Command> makeCompletion();
 

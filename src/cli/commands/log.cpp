@@ -161,9 +161,9 @@ class Log : public FileCommand {
   }
 
   int64_t sizeOf(const FileRecord& file, const std::string& number) {
-    auto& sizes = sizes_[file.archive];
-    if (sizes.empty()) sizes = sizesOf(file.archive, shownPath(file));
-    return sizes[number];
+    auto& contents = contents_[file.archive];
+    if (contents.empty()) contents = contentsOf(file.archive, shownPath(file));
+    return contents[number].size;
   }
 
   void tellDescription(const FileRecord& file, const std::string& before) const {
@@ -218,7 +218,7 @@ class Log : public FileCommand {
   std::string until_;
   std::string earliest_;
   std::string latest_;
-  std::map<std::string, std::map<std::string, int64_t>> sizes_;  // By archive, and number.
+  std::map<std::string, std::map<std::string, StoredContent>> contents_;  // By archive, and number.
   bool isReversed_ = false;
   bool isDiff_ = false;
 };

@@ -255,6 +255,16 @@ Compares every content with its checksum, and tells archives that are missing or
 damaged, archives that no project names, and lists that can't be read. Gives 1
 if there is one of these.
 )"},
+    {"pages", R"(
+Writes pages to look at with any browser, from the disk or any web server: the
+projects, their files with locks, labels and groups, the history of each file
+drawn, each revision against the one before it, what is in each label and
+against the label before it, who holds what, and the last fortnight by day. They
+need nothing from elsewhere. With '-p' only that project. DIR must be new, empty
+or hold such pages; pages of what is gone by now stay in it.
+
+    $ trevault pages /srv/www/team
+)"},
     {"export", R"(
 Writes the history of the project as a stream for 'git fast-import'. Labels
 become tags, the trunk becomes main, each branch a branch.

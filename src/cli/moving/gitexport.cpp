@@ -336,10 +336,10 @@ class Export {
     line->contents = &found->second;
     if (!isNew) return;
     const FileRecord& file = line->file;
-    auto sizes = sizesOf(file.archive, file.path);
+    auto contents = contentsOf(file.archive, file.path);
     for (const RevisionInfo& each : line->history->revisions()) {
       found->second.push_back(
-          writeContent(*line, each.number, static_cast<uint64_t>(sizes[each.number])));
+          writeContent(*line, each.number, static_cast<uint64_t>(contents[each.number].size)));
     }
     count_.revisions += found->second.size();
   }

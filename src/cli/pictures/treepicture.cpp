@@ -84,17 +84,18 @@ class Drawing {
     // Many lanes move together.
     laneStep_ = std::floor(std::clamp(240.0 / static_cast<double>(lanes_.count), 16.0, 24.0));
     placeColumns();
-    double top = kHeading;
+    double top = picture.isOfPage ? kMargin / 2 : kHeading;
     for (const PlacedRevision& each : lanes_.rows) {
       rows_.push_back(placeRow(each, top));
       top += rows_.back().height;
     }
-    height_ = top + kMargin;
-    const double heading = std::max(widthOf(title(), kTitle), widthOf(summary(), kSummary));
+    height_ = top + (picture.isOfPage ? kMargin / 2 : kMargin);
+    const double heading =
+        picture.isOfPage ? 0 : std::max(widthOf(title(), kTitle), widthOf(summary(), kSummary));
     width_ = std::max(contentEnd_, kMargin + heading) + kMargin;
   }
 
-  std::string draw() {
+  XmlWriter draw() {
     xml_.open("svg", {{"xmlns", "http://www.w3.org/2000/svg"},
                       {"class", "trevault-tree"},
                       {"role", "graphics-document document"},
@@ -103,10 +104,12 @@ class Drawing {
                       {"viewBox", fmt::format("0 0 {:.0f} {:.0f}", width_, height_)}});
     xml_.element("title", {}, "The revisions of " + picture_.title);
     xml_.element("desc", {}, summary() + ", the newest at the top");
-    xml_.element("style", {}, treeStyle());
+    if (!picture_.isOfPage) xml_.element("style", {}, treeStyle());
     xml_.element("rect", {{"class", "paper"}, {"width", width_}, {"height", height_}});
-    drawText("title", kMargin, 40, title());
-    drawText("summary", kMargin, 61, summary());
+    if (!picture_.isOfPage) {
+      drawText("title", kMargin, 40, title());
+      drawText("summary", kMargin, 61, summary());
+    }
     for (size_t i = 0; i < rows_.size(); ++i) {
       if (isHere(i)) drawHere(rows_[i]);
     }
@@ -117,7 +120,7 @@ class Drawing {
     }
     for (size_t i = 0; i < rows_.size(); ++i) drawRow(i);
     xml_.close();
-    return xml_.written();
+    return std::move(xml_);
   }
 
  private:
@@ -400,6 +403,6 @@ class Drawing {
 
 }  // namespace
 
-std::string svgOf(const TreePicture& picture) { return Drawing(picture).draw(); }
+XmlWriter drawingOf(const TreePicture& picture) { return Drawing(picture).draw(); }
 
 }  // namespace cli

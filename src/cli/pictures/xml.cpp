@@ -6,6 +6,38 @@
 #include "cli/text/text.h"
 
 namespace cli {
+namespace {
+
+// Whether it is written as it is, and begins a letter that all know.
+bool isPlain(char c) {
+  return c >= ' ' && c <= '~' && c != '&' && c != '<' && c != '>' && c != '"';
+}
+
+std::string_view escaped(std::string_view letter) {
+  if (letter == "&") return "&amp;";
+  if (letter == "<") return "&lt;";
+  if (letter == ">") return "&gt;";
+  if (letter == "\"") return "&quot;";
+  if (letter == "\n" || letter == "\t") return letter;
+  const bool isNone =
+      isControl(letter) || !isUtf8(letter) || letter == "\xEF\xBF\xBE" || letter == "\xEF\xBF\xBF";
+  return isNone ? kNoText : letter;
+}
+
+}  // namespace
+
+void appendEscaped(std::string_view text, std::string* to) {
+  while (!text.empty()) {
+    size_t plain = 0;
+    while (plain < text.size() && isPlain(text[plain])) ++plain;
+    to->append(text.substr(0, plain));
+    text.remove_prefix(plain);
+    if (text.empty()) break;
+    const std::string_view letter = firstLetter(text);
+    to->append(escaped(letter));
+    text.remove_prefix(letter.size());
+  }
+}
 
 Attribute::Attribute(Literal attribute, double number)
     : name(attribute), value(fmt::format("{:.1f}", number)) {
@@ -30,7 +62,7 @@ void XmlWriter::element(Literal name, Attributes attributes, std::string_view te
     return;
   }
   written_ += '>';
-  append(text);
+  appendEscaped(text, &written_);
   written_.append("</").append(name.text()).append(">\n");
 }
 
@@ -38,30 +70,8 @@ void XmlWriter::start(Literal name, Attributes attributes) {
   written_.append("<").append(name.text());
   for (const Attribute& each : attributes) {
     written_.append(" ").append(each.name.text()).append("=\"");
-    append(each.value);
+    appendEscaped(each.value, &written_);
     written_ += '"';
-  }
-}
-
-void XmlWriter::append(std::string_view text) {
-  const std::string legible = asUtf8(text);
-  for (std::string_view left = legible; !left.empty();) {
-    const std::string_view letter = firstLetter(left);
-    left.remove_prefix(letter.size());
-    if (letter == "&") {
-      written_ += "&amp;";
-    } else if (letter == "<") {
-      written_ += "&lt;";
-    } else if (letter == ">") {
-      written_ += "&gt;";
-    } else if (letter == "\"") {
-      written_ += "&quot;";
-    } else if (letter == "\n" || letter == "\t") {
-      written_ += letter;
-    } else {
-      const bool isNone = isControl(letter) || letter == "\xEF\xBF\xBE" || letter == "\xEF\xBF\xBF";
-      written_ += isNone ? kNoText : letter;
-    }
   }
 }
 

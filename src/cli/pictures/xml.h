@@ -31,6 +31,9 @@ struct Attribute {
 };
 using Attributes = std::initializer_list<Attribute>;
 
+// Bytes that stand for `text`, inside of an element or between quotation marks.
+void appendEscaped(std::string_view text, std::string* to);
+
 class XmlWriter {
  public:
   // What is written up to close() lies inside of it.
@@ -42,8 +45,6 @@ class XmlWriter {
 
  private:
   void start(Literal name, Attributes attributes);
-  void append(std::string_view text);
-
   std::string written_;
   std::vector<Literal> open_;
 };

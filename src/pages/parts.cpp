@@ -1,0 +1,150 @@
+// pages/parts.cpp: the frame, and small parts.
+#include "pages/parts.h"
+
+#include <fmt/format.h>
+
+#include "cli/text/text.h"
+
+namespace pages {
+namespace {
+
+constexpr std::string_view kGenerator = "trevault pages";
+
+void writeHead(Html& html, const Heading& heading) {
+  const auto head = html.in("head");
+  html.lone("meta", {{"charset", "utf-8"}});
+  html.lone("meta", {{"name", "viewport"}, {"content", "width=device-width, initial-scale=1"}});
+  html.lone("meta", {{"name", "generator"}, {"content", kGenerator}});
+  html.lone("meta", {{"name", "color-scheme"}, {"content", "light dark"}});
+  html.lone("meta", {{"name", "referrer"}, {"content", "no-referrer"}});
+  const bool isOfProject =
+      heading.context != nullptr && heading.context->project.name != heading.title;
+  html.put("title", isOfProject ? cli::shown(heading.title) + " \u2013 " +
+                                      cli::shown(heading.context->project.name)
+                                : cli::shown(heading.title));
+  html.lone("link", {{"rel", "icon"}, Html::noIcon()});
+  html.lone("link", {{"rel", "stylesheet"}, html.to(kStyle)});
+  html.put("script", {html.runs(kScript), {"defer"}}, "");
+}
+
+void writeTabs(Html& html, const Context& context, std::string_view present) {
+  const auto tabs = html.in("nav", {{"class", "tabs"}, {"aria-label", "Project"}});
+  for (const auto& [name, address] : {std::pair("Files", context.addresses.files()),
+                                      std::pair("Labels", context.addresses.labels()),
+                                      std::pair("Locks", context.addresses.locks()),
+                                      std::pair("Last fortnight", context.addresses.days())}) {
+    if (present == name) {
+      html.put("a", {html.to(address), {"aria-current", "page"}}, name);
+    } else {
+      html.put("a", {html.to(address)}, name);
+    }
+  }
+}
+
+}  // namespace
+
+void writePage(Html& html, const Heading& heading, const std::function<void()>& content) {
+  const auto page = html.in("html", {{"lang", "en"}});
+  writeHead(html, heading);
+  const auto body = html.in("body");
+  {
+    const auto header = html.in("header");
+    const auto trail = html.in("div", {{"class", "trail"}});
+    writeLink(html, kProjects, "Projects");
+    if (heading.context != nullptr) {
+      html.put("span", {{"class", "sep"}}, "/");
+      html.put("a", {html.to(heading.context->addresses.files()), {"class", "project"}},
+               cli::shown(heading.context->project.name));
+      writeTabs(html, *heading.context, heading.tab);
+    }
+  }
+  const auto main = html.in("main");
+  html.put("h1", cli::shown(heading.title));
+  content();
+}
+
+bool isOurs(std::string_view page) {
+  constexpr size_t kHead = 1000;
+  const std::string_view head = page.substr(0, kHead);
+  return head.starts_with("<!DOCTYPE html>") && head.find(kGenerator) != std::string_view::npos;
+}
+
+void writeSummary(Html& html, std::string_view text) {
+  html.put("p", {{"class", "summary"}}, text);
+}
+void writeNothing(Html& html, std::string_view text) {
+  html.put("p", {{"class", "nothing"}}, text);
+}
+void writeProblem(Html& html, std::string_view text) {
+  html.put("p", {{"class", "problem"}, {"role", "alert"}}, text);
+}
+
+void writeTime(Html& html, std::string_view time) {
+  html.put("time", {{"title", time}}, time.substr(0, std::min<size_t>(time.size(), 16)));
+}
+
+void writeLink(Html& html, std::string_view address, std::string_view text) {
+  html.put("a", {html.to(address)}, text);
+}
+
+void writeFileLink(Html& html, const Context& context, const std::string& path) {
+  html.put("a", {html.to(context.addresses.file(path)), {"class", "name"}}, cli::shown(path));
+}
+
+namespace {
+
+std::string_view classOf(Mark mark) {
+  switch (mark) {
+    case Mark::kLabel:
+      return "mark label";
+    case Mark::kGroup:
+      return "mark group";
+    case Mark::kLock:
+      return "mark lock";
+    case Mark::kBroken:
+      return "mark broken";
+    case Mark::kTip:
+      return "mark tip";
+    case Mark::kNote:
+      break;
+  }
+  return "mark";
+}
+
+}  // namespace
+
+void writeMark(Html& html, Mark mark, std::string_view text, std::string_view meaning) {
+  html.put("span", {{"class", classOf(mark)}, {"title", meaning}}, text);
+}
+
+void writeLock(Html& html, const cli::LockInfo& lock) {
+  std::string meaning = lock.number;
+  if (!lock.time.empty()) meaning += " since " + lock.minute();
+  if (!lock.note.empty()) meaning += ": " + lock.note;
+  writeMark(html, Mark::kLock, "locked by " + cli::shown(lock.user), meaning);
+}
+
+void writeMarks(Html& html, const Context& context, const Archive& archive,
+                const cli::RevisionInfo& revision) {
+  for (const cli::LockInfo& each : archive.history.locks()) {
+    if (each.number == revision.number) writeLock(html, each);
+  }
+  for (const std::string& each : revision.groups) {
+    writeMark(html, Mark::kGroup, cli::shown(each), "group " + each);
+  }
+  for (const std::string& each : revision.labels) {
+    html.put("a",
+             {html.to(context.addresses.label(each)),
+              {"class", classOf(Mark::kLabel)},
+              {"title", "label " + each}},
+             cli::shown(each));
+  }
+}
+
+void writeAgainst(Html& html, const Context& context, const std::string& path,
+                  const cli::RevisionInfo& older, const cli::RevisionInfo& newer,
+                  std::string_view text) {
+  writeLink(html, context.addresses.revisions(path, older.number, newer.number), text);
+}
+
+}  // namespace pages

@@ -1,0 +1,60 @@
+// pages/parts.h: what several pages have in common: the frame around each, and how a revision, a
+// mark or a number stands in it.
+#pragma once
+
+#include <functional>
+#include <string>
+#include <string_view>
+
+#include "pages/addresses.h"
+#include "pages/html.h"
+#include "pages/source.h"
+
+namespace pages {
+
+// kServed: forms that ask for a page are answered.
+enum class Outlet { kServed, kWritten };
+
+// What a page of a project is made from.
+struct Context {
+  const Source& source;
+  const Project& project;
+  Addresses addresses;
+  Outlet outlet;
+};
+
+struct Heading {
+  std::string title;                 // Of the page, as it is shown.
+  const Context* context = nullptr;  // Null: it is about all projects.
+  std::string_view tab = "";         // The part of the project that it belongs to.
+};
+
+// The whole page, with what `content` writes.
+void writePage(Html& html, const Heading& heading, const std::function<void()>& content);
+
+// Whether that is the text of a page that was written here.
+bool isOurs(std::string_view page);
+
+// A line below the heading: what there is, in few words.
+void writeSummary(Html& html, std::string_view text);
+// Where there would be something, if there were anything.
+void writeNothing(Html& html, std::string_view text);
+void writeProblem(Html& html, std::string_view text);
+void writeTime(Html& html, std::string_view time);
+void writeLink(Html& html, std::string_view address, std::string_view text);
+// The name of a file, leading to its page.
+void writeFileLink(Html& html, const Context& context, const std::string& path);
+
+enum class Mark { kLabel, kGroup, kLock, kBroken, kTip, kNote };
+void writeMark(Html& html, Mark mark, std::string_view text, std::string_view meaning);
+// All marks of a revision; `file` tells more about its locks.
+void writeMarks(Html& html, const Context& context, const Archive& archive,
+                const cli::RevisionInfo& revision);
+void writeLock(Html& html, const cli::LockInfo& lock);
+
+// The page of two revisions, the older one first.
+void writeAgainst(Html& html, const Context& context, const std::string& path,
+                  const cli::RevisionInfo& older, const cli::RevisionInfo& newer,
+                  std::string_view text);
+
+}  // namespace pages

@@ -1,0 +1,200 @@
+#!/usr/bin/env python3
+"""Writes the pages of projects and looks at them: check_pages.py TREVAULT
+
+They say what the commands say; all their links lead somewhere; whatever names and messages hold, it
+is text; and in Chromium, if it is there, nothing covers anything at three widths.
+"""
+import html
+import html.parser
+import json
+import os
+import pathlib
+import shutil
+import subprocess
+import sys
+import tempfile
+import urllib.parse
+
+HERE = pathlib.Path(__file__).resolve().parent
+HOSTILE = [b"<script>alert(1)<", b'"onload=x', b"%2e%2e", b"caf\xe9", b"a&lt", b"..."]
+VOID = {"meta", "link", "input", "img"}
+FAULTS = []
+
+
+def expect(isTrue, what):
+    if not isTrue:
+        FAULTS.append(what)
+
+
+class Reader(html.parser.HTMLParser):
+    """What a page has: its links, its texts by class, and elements that don't belong there."""
+
+    def __init__(self, text):
+        super().__init__()
+        self.links, self.texts, self.classes, self.open, self.faults = [], [], {}, [], []
+        self.feed(text)
+        if self.open:
+            self.faults.append("%s are not closed" % self.open)
+
+    def handle_starttag(self, tag, attributes):
+        for name, value in attributes:
+            if name.startswith("on") or name == "style":
+                self.faults.append("has %s=%r" % (name, value))
+            if name in ("href", "src", "action") and not value.startswith("data:"):
+                self.links.append(value)
+        if tag == "style" or (tag == "script" and "src" not in dict(attributes)):
+            self.faults.append("has a %s inside" % tag)
+        if tag not in VOID:
+            self.open.append((tag, dict(attributes).get("class") or ""))
+
+    def handle_startendtag(self, tag, attributes):
+        self.handle_starttag(tag, attributes)
+        self.handle_endtag(tag)
+
+    def handle_endtag(self, tag):
+        if not self.open or self.open.pop()[0] != tag:
+            self.faults.append("%s ends where it should not" % tag)
+
+    def handle_data(self, data):
+        self.texts.append(data)
+        for tag, name in self.open[-1:]:
+            self.classes.setdefault(name or tag, []).append(data)
+
+
+class Person:
+    """A user of the program, in the day that was played below `base`."""
+
+    def __init__(self, trevault, base):
+        self.trevault, self.home = trevault, base / "home" / "ann"
+        self.environment = dict(os.environ, HOME=str(self.home), TEAM_USER="ann", TREVAULT_HINTS="0",
+                                KSTR_INI=str(self.home / ".config/trevault/KSTR.INI"))
+
+    def run(self, *words, place=None):
+        return subprocess.run([self.trevault, *words], stdout=subprocess.PIPE, check=True,
+                              cwd=place or self.home / "station", env=self.environment).stdout
+
+    def ask(self, *words):
+        return json.loads(self.run("-p", "Pump Station", *words, "--json"))["items"]
+
+
+def read_pages(top):
+    pages = {path.relative_to(top).as_posix(): Reader(path.read_text("utf-8"))
+             for path in top.rglob("*.html")}
+    for name, page in pages.items():
+        for fault in page.faults:
+            FAULTS.append("%s: %s" % (name, fault))
+        for link in page.links:
+            target = top / pathlib.PurePosixPath(name).parent / urllib.parse.unquote(link)
+            expect(target.is_file() and top in target.resolve().parents,
+                   "%s leads to %s, which is not there" % (name, link))
+    return pages
+
+
+def find(pages, end):
+    found = [page for name, page in pages.items() if name.startswith("pump_station") and end in name]
+    return found[0] if found else Reader("")
+
+
+def check_answers(person, pages):
+    for file in person.ask("list"):
+        told = person.ask("log", file["file"])
+        slug = "/files/" + file["file"].lower().replace("/", "+").replace("readme", "readme~")
+        page = find(pages, slug)
+        for name, field in [("number", "revision"), ("message", "message"), ("who", "author")]:
+            said = [text for text in page.classes.get(name, [])]
+            drawn = [each[field] for each in told]
+            # The tree comes first, then the log.
+            expect(sorted(said[-len(drawn):]) == sorted(drawn),
+                   "%s: %s are %r, not %r" % (slug, name, said, drawn))
+    for label in person.ask("labels"):
+        page = find(pages, "/labels/" + label["label"].lower() + "~")
+        expect(any(str(label["files"]) + " file" in each for each in page.texts),
+               "%s has %d files" % (label["label"], label["files"]))
+    locks = find(pages, "/locks.html")
+    for lock in person.ask("locks"):
+        for field in ("file", "revision", "user"):
+            expect(lock[field] in locks.texts, "the lock of %s shows no %s" % (lock["file"], field))
+    sides = find(pages, "/revisions/pump.c/1.1..1.1.1.0")
+    expect("int dry = 0;" in sides.texts, "what 1.1.1.0 added doesn't show")
+
+
+def add_hostile(person, work):
+    person.run("project", "add", "../<b>etc\"", str(work), place=work)
+    for name in HOSTILE:
+        pathlib.Path(os.fsdecode(os.path.join(os.fsencode(work), name))).write_bytes(b"text " + name)
+    # An image of one point.
+    (work / "dot.gif").write_bytes(b"GIF89a\x01\0\x01\0\x80\0\0\0\0\0\xff\xff\xff,\0\0\0\0\x01\0\x01\0\0\x02\x02D\x01\0;")
+    (work / "data.bin").write_bytes(b"\0\1\2")
+    person.run("add", "-q", "-m", "<img src=x onerror=alert(1)>", ".", place=work)
+    person.run("label", "-q", "<script>&\"", place=work)
+    person.run("lock", "-q", "-m", "</td><script>", "data.bin", place=work)
+
+
+def check_hostile(pages):
+    texts = [text for page in pages.values() for text in page.texts]
+    for name in HOSTILE + [b"<img src=x onerror=alert(1)>", b"<script>&\"", b"</td><script>"]:
+        shown = name.decode() if name != b"caf\xe9" else '"caf\\351"'
+        expect(shown in texts, "%r doesn't show as it is" % name)
+    expect(any(len(each) == 16 and each.isalnum() for each in texts), "data.bin has no checksum")
+
+
+# Looks for elements that stand on one another or out of the window, and tells the page around it.
+PROBE = """<script>addEventListener('load',()=>{const found=[];
+const width=document.documentElement.clientWidth;
+if(document.documentElement.scrollWidth>width)found.push('wider than the window');
+for(const all of document.querySelectorAll('.files li,.log li,.list tr,.events>li,.trail,.tabs,.facts,.cards')){
+const boxes=[...all.children].map(e=>[e,e.getBoundingClientRect()]).filter(([e,b])=>b.width&&b.height);
+boxes.forEach(([e,a],i)=>{if(a.right>width+1)found.push(e.className+' out of the window');
+for(const [o,b] of boxes.slice(i+1))if(a.left<b.right-1&&b.left<a.right-1&&a.top<b.bottom-1&&b.top<a.bottom-1)
+found.push(e.textContent+' covers '+o.textContent)})}
+parent.postMessage(location.pathname+' at '+width+': '+found.slice(0,3).join('; '),'*')})</script>"""
+# A window can't be as narrow as a phone; a frame in one can.
+AROUND = """<!DOCTYPE html><meta charset=utf-8><title></title><script>const told=[];
+addEventListener('message',event=>{told.push(event.data);document.title=JSON.stringify(told)})</script>"""
+WIDTHS = (360, 800, 1400)
+
+
+def check_looks(chromium, top, pages):
+    """One of each kind of page, with the probe in it, in frames of all widths."""
+    kinds = {name.split("/")[1] if "/" in name else name: name for name in sorted(pages)}
+    around = AROUND
+    for kind, name in kinds.items():
+        copy = top / pathlib.PurePosixPath(name).parent / ("probe_%s.html" % kind.partition(".")[0])
+        copy.write_text((top / name).read_text("utf-8") + PROBE, "utf-8")
+        for width in WIDTHS:
+            around += '<iframe src="%s" width=%d height=900></iframe>' % (copy.as_uri(), width)
+    (top / "around.html").write_text(around, "utf-8")
+    run = subprocess.run([chromium, "--headless", "--no-sandbox", "--disable-gpu", "--enable-logging=stderr",
+                          "--window-size=1500,900", "--virtual-time-budget=10000", "--dump-dom",
+                          (top / "around.html").as_uri()], capture_output=True, text=True, timeout=100)
+    told = json.loads(html.unescape(run.stdout.partition("<title>")[2].partition("</title>")[0] or "[]"))
+    expect(len(told) == len(kinds) * len(WIDTHS), "%d pages were looked at" % len(told))
+    FAULTS.extend(each for each in told if not each.endswith(": "))
+    expect("CONSOLE" not in run.stderr, "the console says: " + run.stderr)
+
+
+def main(trevault):
+    trevault = str(pathlib.Path(trevault).resolve())
+    with tempfile.TemporaryDirectory() as directory:
+        base = pathlib.Path(directory).resolve()
+        subprocess.run([sys.executable, HERE / "check_transcript.py", "--play", base / "day", trevault,
+                        HERE.parent / "transcripts/team_day.txt"], stdout=subprocess.DEVNULL, check=True)
+        person = Person(trevault, base / "day")
+        work = base / "hostile"
+        work.mkdir()
+        add_hostile(person, work)
+        person.run("pages", str(base / "out"))
+        pages = read_pages(base / "out")
+        check_answers(person, pages)
+        check_hostile(pages)
+        chromium = shutil.which("chromium")
+        if chromium is None:
+            print("no chromium here: nobody has looked at the pages")
+        else:
+            check_looks(chromium, base / "out", pages)
+    print("\n".join(FAULTS))
+    return 1 if FAULTS else 0
+
+
+if __name__ == "__main__":
+    sys.exit(main(sys.argv[1]))
