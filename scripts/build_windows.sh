@@ -76,7 +76,7 @@ EOF
 fetch_zstd
 for machine in $machines; do
   make_root "$machine"
-  scripts/build.sh "build-windows/$machine/build" -DFOLDAPI_TESTS=OFF -DFOLDAPI_PROGRAM=OFF \
+  scripts/build.sh "build-windows/$machine/build" -DFOLDAPI_TESTS=OFF \
     -DCMAKE_TOOLCHAIN_FILE="$PWD/cmake/windows-$machine.cmake" \
     -DWINDOWS_ROOT="$windows/$machine/root"
   pack "$machine"

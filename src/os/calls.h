@@ -3,6 +3,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <string>
 
 #include "os/file.h"
 #include "os/place.h"
@@ -23,6 +24,10 @@ FileResult failureOfOpenFile();
 // Makes a file that nobody but its owner may open, if nothing has that name. Gives its number, or
 // -1 with the failure kept for File::take().
 int makeForOwner(const Place& place);
+// Makes an empty file with the usual rights: kExists if something has that name.
+FileResult makeNewFile(const std::string& path);
+// Whether the system's rights let the process open it.
+FileResult askAccess(const char* path, File::Access access);
 // Removes the entry.
 FileResult removeAt(const Place& place);
 

@@ -88,6 +88,22 @@ FileResult readFile(const char* path, uint64_t largest, std::string* bytes, File
   return result;
 }
 
+FileResult makeFile(const std::string& path) {
+  const FileResult result = makeNewFile(path);
+  FileStatus status;
+  const bool isThere = result == FileResult::kExists &&
+                       readStatus(path.c_str(), &status) == FileResult::kDone && status.isRegular;
+  return isThere ? FileResult::kDone : result;
+}
+
+FileResult checkAccess(const char* path, File::Access access) {
+  FileStatus status;
+  const FileResult result = readStatus(path, &status);
+  if (result != FileResult::kDone) return result;
+  const bool isRefused = access == File::Access::kUpdate && !status.ownerMayWrite;
+  return isRefused ? FileResult::kRefused : askAccess(path, access);
+}
+
 FileResult setWritable(const char* path, bool isWritable) {
   File file;  // Another one may take the path at any time, and has a mode of its own.
   const FileResult result = file.open(path, File::Access::kRead);

@@ -397,28 +397,18 @@ FileResult appendToFile(const char* path, std::string_view text,
   return ::close(file) == 0 ? result : FileResult::kFailed;
 }
 
-FileResult makeFile(const std::string& path) {
+FileResult makeNewFile(const std::string& path) {
   const int made = openDescriptor(path.c_str(), O_WRONLY | O_CREAT | O_EXCL);
-  if (made >= 0) {
-    Place place;
-    if (Place::of(path, &place) == FileResult::kDone) place.sync(made);
-    return resultOfCall(::close(made));
-  }
-  const FileResult result = resultOf(errno);
-  FileStatus status;
-  const bool isThere = result == FileResult::kExists &&
-                       readStatus(path.c_str(), &status) == FileResult::kDone && status.isRegular;
-  return isThere ? FileResult::kDone : result;
+  if (made < 0) return resultOf(errno);
+  Place place;
+  if (Place::of(path, &place) == FileResult::kDone) place.sync(made);
+  return resultOfCall(::close(made));
 }
 
-FileResult checkAccess(const char* path, File::Access access) {
-  FileStatus status;
-  const FileResult result = readStatus(path, &status);
-  if (result != FileResult::kDone) return result;
-  const bool isUpdate = access == File::Access::kUpdate;
-  if (isUpdate && !status.ownerMayWrite) return FileResult::kRefused;
-  return resultOfCall(uninterrupted(
-      [=] { return ::faccessat(AT_FDCWD, path, isUpdate ? W_OK : R_OK, AT_EACCESS); }));
+FileResult askAccess(const char* path, File::Access access) {
+  const int wanted = access == File::Access::kUpdate ? W_OK : R_OK;
+  return resultOfCall(
+      uninterrupted([=] { return ::faccessat(AT_FDCWD, path, wanted, AT_EACCESS); }));
 }
 
 FileResult writeToDescriptor(int descriptor, std::string_view bytes) {

@@ -184,6 +184,24 @@ FileResult removeAt(const Place& place) {
   return resultOfCall(file.isOpen() && removeOld(*path) && removeOpen(file.get(), *path));
 }
 
+FileResult makeNewFile(const std::string& path) {
+  FileStatus status;
+  const auto whole = systemPath(path);
+  if (!whole) return resultOf(::GetLastError());
+  const FileResult found = readStatus(path.c_str(), &status);  // It may be brought back by that.
+  if (found == FileResult::kDone) return FileResult::kExists;
+  const Handle made(::CreateFileW(whole->c_str(), GENERIC_WRITE, kShareAll, nullptr, CREATE_NEW,
+                                  FILE_ATTRIBUTE_NORMAL, nullptr));
+  return resultOfCall(made.isOpen());
+}
+
+FileResult askAccess(const char* path, File::Access access) {
+  const auto whole = systemPath(path);
+  if (!whole) return resultOf(::GetLastError());
+  const DWORD wanted = access == File::Access::kUpdate ? kUpdateAccess : GENERIC_READ;
+  return resultOfCall(openExisting(*whole, wanted).isOpen());
+}
+
 FileResult removeFile(const char* path) {
   Place place;
   const FileResult result = Place::of(path, &place);
@@ -196,6 +214,30 @@ FileResult readStatus(const char* path, FileStatus* status) {
 
 FileResult readEntryStatus(const char* path, FileStatus* status) {
   return readStatusBy(path, FILE_FLAG_OPEN_REPARSE_POINT, status);
+}
+
+// A look at a name costs the same wherever it is.
+StatusReader::~StatusReader() = default;
+
+FileResult StatusReader::readStatus(const std::string& path, FileStatus* status) {
+  return os::readStatus(path.c_str(), status);
+}
+
+FileResult StatusReader::readEntryStatus(const std::string& path, FileStatus* status) {
+  return os::readEntryStatus(path.c_str(), status);
+}
+
+std::optional<FileMark> fileMark(const char* path) {
+  const auto whole = systemPath(path);
+  const Handle file = whole ? openExisting(*whole, FILE_READ_ATTRIBUTES) : Handle();
+  FileStatus status;
+  FILE_BASIC_INFO info;
+  if (!file.isOpen() || !readStatusOf(file.get(), &status) ||
+      !::GetFileInformationByHandleEx(file.get(), FileBasicInfo, &info, sizeof info)) {
+    return {};
+  }
+  return FileMark{status.identity, status.size, status.nanoseconds,
+                  nanosecondsOf(info.ChangeTime.QuadPart)};
 }
 
 FileResult File::open(const char* path, Access access) {
@@ -308,33 +350,6 @@ FileResult appendToFile(const char* path, std::string_view text,
     return FileResult::kRefused;
   }
   return writeAll(file.get(), nullptr, text) ? FileResult::kDone : FileResult::kFailed;
-}
-
-FileResult makeFile(const std::string& path) {
-  FileStatus status;
-  const auto whole = systemPath(path);
-  if (!whole) return resultOf(::GetLastError());
-  const FileResult found = readStatus(path.c_str(), &status);  // It may be brought back by that.
-  if (found == FileResult::kDone) {
-    return status.isRegular ? FileResult::kDone : FileResult::kExists;
-  }
-  const Handle made(::CreateFileW(whole->c_str(), GENERIC_WRITE, kShareAll, nullptr, CREATE_NEW,
-                                  FILE_ATTRIBUTE_NORMAL, nullptr));
-  const FileResult result = resultOfCall(made.isOpen());
-  const bool isThere = result == FileResult::kExists &&
-                       readStatus(path.c_str(), &status) == FileResult::kDone && status.isRegular;
-  return isThere ? FileResult::kDone : result;
-}
-
-FileResult checkAccess(const char* path, File::Access access) {
-  FileStatus status;
-  const FileResult result = readStatus(path, &status);
-  if (result != FileResult::kDone) return result;
-  const bool isUpdate = access == File::Access::kUpdate;
-  if (isUpdate && !status.ownerMayWrite) return FileResult::kRefused;
-  if (status.isDirectory) return FileResult::kDone;
-  const auto whole = systemPath(path);
-  return resultOfCall(openExisting(*whole, isUpdate ? kUpdateAccess : GENERIC_READ).isOpen());
 }
 
 FileResult writeToDescriptor(int descriptor, std::string_view bytes) {
