@@ -352,6 +352,8 @@ void TextFile::dropEnd(size_t size) {
   state_->hasDroppedEnd = true;
 }
 
+bool TextFile::hasDroppedEnd() const { return state_->hasDroppedEnd; }
+
 bool TextFile::isChanged() const {
   return state_->isCleared || state_->text.size() != state_->keptSize;
 }

@@ -61,6 +61,7 @@ class TextFile {
   // Drops what comes after the first `size` bytes of the text, which is no change by itself: it
   // stays on disk until a change is committed.
   void dropEnd(size_t size);
+  bool hasDroppedEnd() const;
 
   // Whether changes were made that are not on disk yet.
   bool isChanged() const;

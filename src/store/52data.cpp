@@ -192,6 +192,7 @@ int TVDataFileReader::readFile(const TextFile* stream) {
   }
   if (own != nullptr) own->letGo();  // Others need not wait until all is parsed.
   try {
+    isWhole_ = !stream->hasDroppedEnd() && !stream->text().empty();
     if (parse(*stream)) return 0;
   } catch (const std::bad_alloc&) {
     context().sink().error(context(), FolderMessage(kFolderNoMemory));
@@ -492,9 +493,17 @@ int TVDataFilePair::read(Side side, TVObject* owner, TVHandle& context,
   const int code = reader.readFile(writer == nullptr ? nullptr : writer->stream(side));
   file.unread = code != 0 && fileExists(filePath.view());
   file.absent = code != 0 && !file.unread;
+  file.cut = code == 0 && !reader.isWhole();
   if (code == 0) file.stamp = stamp;
   if (side == Side::kPrivate) strays_ = reader.takeStrays();
   return code;
+}
+
+VPathString TVDataFilePair::pathOfCut() const {
+  for (const Side side : kBothSides) {
+    if (at(side).cut) return path(side);
+  }
+  return {};
 }
 
 void TVDataFilePair::skip(Side side) {

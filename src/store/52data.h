@@ -81,6 +81,8 @@ class TVDataFileReader : public TVDataFile {
   // ended it. Objects built before stay with the owner.
   [[nodiscard]] int readFile(const TextFile* stream);
   std::vector<StrayRecord> takeStrays() { return std::move(strays_); }
+  // Whether nothing shows that it had more once: it has a text, and its last record an end.
+  bool isWhole() const { return isWhole_; }
 
  private:
   struct RecordKeys {
@@ -113,6 +115,7 @@ class TVDataFileReader : public TVDataFile {
   std::unordered_map<std::string_view, std::vector<TVArchiveFolder*>> byName_;
   bool byNameFilled_ = false;
   std::vector<StrayRecord> strays_;
+  bool isWhole_ = false;
   // The projects and folders that this file has told of: a further record only moves them.
   std::unordered_set<const TVObject*> met_;
 };
@@ -209,6 +212,8 @@ class TVDataFilePair {
   void skip(Side side);
   // Whether all that exists was read to its end.
   bool isComplete() const { return !at(Side::kPublic).unread && !at(Side::kPrivate).unread; }
+  // The file that was read, but may have lost records: see TVDataFileReader. Empty for none.
+  VPathString pathOfCut() const;
   // Whether a side was never read, or changed since. `writer`, which may be null, tells of what it
   // holds.
   bool hasChanged(Side side, const TVDataFileWriter* writer) const;
@@ -235,6 +240,7 @@ class TVDataFilePair {
     VString directory = {};
     FileStamp stamp = {};
     bool unread = false;  // It exists, and was not read to its end.
+    bool cut = false;     // It was, and is not whole.
     bool absent = false;  // It was not there when it was to be read.
   };
   const File& at(Side side) const { return side == Side::kPublic ? public_ : private_; }

@@ -49,6 +49,7 @@ class TVFileOwner52 : public Base {
     return readFiles(context, lock == nullptr ? nullptr : &writerOf(*lock));
   }
   bool readWasComplete() const override { return files_.isComplete(); }
+  VPathString pathOfCut() const { return files_.pathOfCut(); }
   bool mayUpdate(TVHandle& context, TVStorageLock& lock) override {
     return files_.mayUpdate(writerOf(lock), context);
   }

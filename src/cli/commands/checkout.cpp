@@ -115,7 +115,9 @@ class CheckOut : public FileCommand {
 
   // Files that a colleague took off the project; a changed one stays, and is no longer known.
   void removeGone() {
-    for (const auto& [path, here, isUntouched] : local().gone()) {
+    const auto gone = local().gone();
+    if (!local().areGone(gone)) return;
+    for (const auto& [path, here, isUntouched] : gone) {
       const FileRecord file{path, "", ""};
       try {
         if (!isDry_ && isUntouched) {

@@ -177,10 +177,12 @@ class Status : public FileCommand {
   }
 
   void lookForGone() {
-    for (const auto& [path, here, isUntouched] : local().gone()) {
+    const auto gone = local().gone();
+    const char* const untouched = local().areGone(gone) ? "'trevault checkout' removes it" : "";
+    for (const auto& [path, here, isUntouched] : gone) {
       const FileRecord file{path, "", ""};
       add({{"file", path}, {"here", here}, {"changed", !isUntouched}}, "gone",
-          {"", shownPath(file), here, isUntouched ? "'trevault checkout' removes it" : "changed"});
+          {"", shownPath(file), here, isUntouched ? untouched : "changed"});
       gone_.push_back(path);
     }
   }

@@ -229,6 +229,19 @@ std::vector<FileRecord> Project::files() const {
   return takeAll(handle, top, Natives(std::move(shared)), &impl_->isPlain);
 }
 
+std::string Project::cutFile() const {
+  const auto cutOf = [](const auto* owner) {
+    return owner == nullptr ? "" : native(owner->pathOfCut());
+  };
+  TVHandle& handle = impl_->opened();
+  std::string cut = cutOf(dynamic_cast<foldapi::TVProjectFolder52*>(handle.object()));
+  forEach<TVArchiveFolder>(handle, [&](TVHandle& child) {
+    const Opened open(child);
+    if (cut.empty()) cut = cutOf(dynamic_cast<foldapi::TVArchiveFolder52*>(child.object()));
+  });
+  return cut;
+}
+
 namespace {
 
 // The place of a folder from the top of the project's work directory.

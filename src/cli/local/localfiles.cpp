@@ -607,6 +607,15 @@ std::vector<LocalFiles::GoneFile> LocalFiles::gone() const {
   return gone;
 }
 
+bool LocalFiles::areGone(const std::vector<GoneFile>& gone) {
+  const std::string cut = gone.empty() ? "" : session_.project().cutFile();
+  if (cut.empty()) return true;
+  session_.output().problem({shown(cut),
+                             "is cut off, and may have named files that the project seems to lack",
+                             "restore it from a back-up, or 'trevault import' them"});
+  return false;
+}
+
 void LocalFiles::noteLock(const FileRecord& file, bool isLocked) {
   const FileState* const state = stateOf(file);
   if (state == nullptr) return;

@@ -142,6 +142,9 @@ class LocalFiles {
     bool isUntouched;  // It is as it was checked out.
   };
   std::vector<GoneFile> gone() const;
+  // Whether `gone` may be believed, and removed. If not, as the project's list is not whole, that
+  // is told.
+  bool areGone(const std::vector<GoneFile>& gone);
   // See State.
   const std::string* familiar(const std::string& directory) const {
     return state_.familiar(directory);
