@@ -66,7 +66,7 @@ class Add : public FileCommand {
   }
 
   void addAll() {
-    const NewFiles places(session(), folder_);
+    const NewFiles places(session(), folder_, local().files());
     if (!isDry_ && archive_.empty() && !chosen_.empty()) places.askForPlace("add");
     if (!archive_.empty() && chosen_.size() > 1) {
       throw misuse("--archive", "is for one file", "add the files one by one");
@@ -145,6 +145,10 @@ class Add : public FileCommand {
         label_.c_str(), nullptr, message.c_str(), group_.c_str(), nullptr, 0, TRVS_PUT_READ_ONLY);
     if (status == TRVS_ARCHIVE_EXISTS && isLeftOver(file, workfile)) {
       return later([workfile] { static_cast<void>(os::setWritable(workfile.c_str(), false)); });
+    }
+    if (status == TRVS_ARCHIVE_EXISTS && named_.contains(file.archive)) {
+      throw Problem{file.path, fmt::format("{} is another file's archive", shown(file.archive)),
+                    "choose a place with --archive"};
     }
     check(status, {.file = file.path,
                    .archive = file.archive,

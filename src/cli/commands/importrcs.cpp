@@ -60,7 +60,7 @@ class ImportRcs : public FileCommand {
   };
 
   void work() override {
-    places_ = std::make_unique<NewFiles>(session(), folder_);
+    places_ = std::make_unique<NewFiles>(session(), folder_, local().files());
     for (const FileRecord& file : local().files()) known_[file.path] = file.archive;
     base_ = local().fromTop(".");
     if (base_ == ".") base_.clear();

@@ -3,6 +3,8 @@
 
 #include <fmt/format.h>
 
+#include <algorithm>
+
 #include "btkf520/btkf520.h"
 #include "cli/archives/engine.h"
 #include "cli/problem.h"
@@ -27,10 +29,11 @@ void makeShared(const std::string& directory) {
 
 }  // namespace
 
-NewFiles::NewFiles(Session& session, std::string folder)
+NewFiles::NewFiles(Session& session, std::string folder, const std::vector<FileRecord>& known)
     : session_(session), folder_(std::move(folder)), folders_(session.project().folders()) {
   const auto directories = session.project().archiveDirectories();
   if (!directories.empty()) archiveDirectory_ = directories.front();
+  for (const FileRecord& each : known) owners_.emplace(each.archive, each.path);
 }
 
 FileRecord NewFiles::record(const std::string& path, const std::string& archive) const {
@@ -60,8 +63,19 @@ std::string NewFiles::folderOf(const std::string& path) const {
   throw misuse(folder_, "no such folder", "'trevault folder list' lists them");
 }
 
-// Equal names in two directories never meet.
 std::string NewFiles::archiveOf(const std::string& path) const {
+  std::string archive = archiveNamed(path);
+  for (int number = 2;; ++number) {
+    const auto owner = owners_.find(archive);
+    if (owner == owners_.end() || owner->second == path) return archive;
+    const size_t name = path.size() - namePart(path).size();
+    const size_t end = std::min(path.size(), path.find('.', name + 1));
+    archive = archiveNamed(fmt::format("{}-{}{}", path.substr(0, end), number, path.substr(end)));
+  }
+}
+
+// Equal names in two directories never meet.
+std::string NewFiles::archiveNamed(const std::string& path) const {
   if (archiveDirectory_.empty()) {
     throw Problem{path, "the project has no archive directory",
                   "'trevault project set --archives DIR' gives it one"};
@@ -76,8 +90,8 @@ std::string NewFiles::archiveOf(const std::string& path) const {
 // What was made where a share is to be mounted would be hidden by it.
 void NewFiles::refuseMissingPlace(const char* command) const {
   if (archiveDirectory_.empty() || os::directoryState(archiveDirectory_.c_str())) return;
-  for (const FileRecord& each : session_.project().files()) {
-    if (!isBelow(archiveDirectory_, each.archive)) continue;
+  for (const auto& [archive, path] : owners_) {
+    if (!isBelow(archiveDirectory_, archive)) continue;
     throw Problem{command, fmt::format("no directory {}", shown(archiveDirectory_)),
                   "is its share mounted?"};
   }

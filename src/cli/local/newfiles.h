@@ -2,6 +2,7 @@
 #pragma once
 
 #include <string>
+#include <unordered_map>
 #include <vector>
 
 #include "cli/database/database.h"
@@ -12,11 +13,12 @@ class Session;
 
 class NewFiles {
  public:
-  // `folder` is the one that the user has named; empty for none.
-  NewFiles(Session& session, std::string folder);
+  // `folder` is the one that the user has named; empty for none. `known` are the project's files.
+  NewFiles(Session& session, std::string folder, const std::vector<FileRecord>& known);
 
   // The record of a new file. Its archive is the one named, else the file's own path below the
-  // first archive directory. Throws Problem.
+  // first archive directory, or, where that is the archive of a file that was renamed, with a
+  // number after it. Throws Problem.
   FileRecord record(const std::string& path, const std::string& archive = "") const;
   // Where new archives go is the word of whoever may write the configuration. If others may, and it
   // leads into the user's home, he is asked; Problem about `command` if he says no, and if the
@@ -27,11 +29,13 @@ class NewFiles {
   void refuseMissingPlace(const char* command) const;
   std::string folderOf(const std::string& path) const;
   std::string archiveOf(const std::string& path) const;
+  std::string archiveNamed(const std::string& path) const;
 
   Session& session_;
   std::string folder_;
   std::vector<FolderRecord> folders_;
   std::string archiveDirectory_;
+  std::unordered_map<std::string, std::string> owners_;  // The paths of files by their archives.
 };
 
 // Makes the directory of an archive that is to be made. One that is made where a team may write is
