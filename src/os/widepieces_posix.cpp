@@ -23,6 +23,9 @@ namespace {
 
 constexpr mode_t kForOwner = S_IRUSR | S_IWUSR;
 constexpr const char* kUsualDirectory = "/var/tmp";  // Unlike /tmp never in memory.
+constexpr size_t kStep = 64 << 10;                   // A multiple of any system's pages.
+
+size_t inSteps(size_t size) { return (size + kStep - 1) / kStep * kStep; }
 
 // A descriptor, or -1.
 int makeNamelessFile(const std::string& directory) {
@@ -65,9 +68,8 @@ void* mapFileIn(const std::string& directory, size_t size) {
 // More than is needed is mapped, and what stands around the highest aligned place goes again: the
 // next piece then comes right before this one.
 void* mapMemory(size_t size, size_t alignment, Touched touched) {
-  constexpr size_t kStep = 64 << 10;  // A multiple of any system's pages.
   if (size > PTRDIFF_MAX - alignment) throw std::bad_alloc();
-  const size_t whole = (size + kStep - 1) / kStep * kStep;
+  const size_t whole = inSteps(size);
   const size_t mapped = whole + alignment;
   void* const memory =
       ::mmap(nullptr, mapped, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
@@ -80,7 +82,7 @@ void* mapMemory(size_t size, size_t alignment, Touched touched) {
   return place;
 }
 
-void unmapMemory(void* place, size_t size) noexcept { ::munmap(place, size); }
+void unmapMemory(void* place, size_t size) noexcept { ::munmap(place, inSteps(size)); }
 
 void* allocateWide(size_t size) {
   if (size < 2 * kLargestPage) return std::malloc(size);

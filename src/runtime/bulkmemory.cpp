@@ -34,7 +34,10 @@ struct alignas(kStep) Page {
 constinit Page* thePage = nullptr;  // The one that is being filled.
 constinit size_t thePages = 0;      // Without that one, if it is empty.
 
-constexpr size_t rounded(size_t size) { return (size + kStep - 1) / kStep * kStep; }
+// At least one step: a thing without bytes must not start where its page ends.
+constexpr size_t rounded(size_t size) {
+  return size == 0 ? kStep : (size + kStep - 1) / kStep * kStep;
+}
 
 // Of what fills one page in all few things may come: it is touched as far as they go.
 Page* newPage(size_t size) {
@@ -59,7 +62,7 @@ void* BulkMemory::take(size_t size) {
     if (size > SIZE_MAX - kPageSize) throw std::bad_alloc();
     return takeFrom(newPage(sizeof(Page) + rounded(size)), size);
   }
-  if (thePage == nullptr || thePage->used + size > kPageSize) {
+  if (thePage == nullptr || thePage->used + rounded(size) > kPageSize) {
     thePage = nullptr;  // It holds something, else it would have room, and goes with that.
     thePage = newPage(kPageSize);
   }

@@ -2,6 +2,7 @@
 #include "os/pages.h"
 
 #include <gtest/gtest.h>
+#include <sys/mman.h>
 
 #include <cerrno>
 #include <cstring>
@@ -106,6 +107,16 @@ TEST_F(WideMemory, LiesOnADiskAndHasNoName) {
     }
   }
   EXPECT_EQ(support::entryCount(own), 0);
+}
+
+TEST(MappedMemory, GoesAsAWhole) {
+  constexpr size_t kStep = 64 << 10;
+  auto* const place = static_cast<char*>(mapMemory(kStep + 1, kStep, Touched::kInPart));
+  EXPECT_EQ(::msync(place + kStep, kStep, MS_ASYNC), 0);
+  unmapMemory(place, kStep + 1);
+  for (size_t at = 0; at < 2 * kStep; at += kStep / 4) {
+    EXPECT_EQ(::msync(place + at, kStep / 4, MS_ASYNC), -1) << at;
+  }
 }
 
 }  // namespace

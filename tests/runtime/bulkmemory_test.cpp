@@ -66,5 +66,18 @@ TEST(BulkMemory, TakesTheLastThingsPlaceAgain) {
   BulkMemory::give(held, 40);
 }
 
+// A record may have four empty names, also when a page has just become full.
+TEST(BulkMemory, KeepsAThingWithoutBytesOutOfTheNextPage) {
+  constexpr size_t kPage = 2 << 20;
+  std::vector<char*> things;
+  do {
+    things.push_back(static_cast<char*>(BulkMemory::take(8)));
+  } while (reinterpret_cast<uintptr_t>(things.back() + 8) % kPage != 0);
+  void* const empty = BulkMemory::take(0);
+  ASSERT_NE(empty, things.back() + 8);
+  BulkMemory::give(empty, 0);
+  for (char* const thing : things) BulkMemory::give(thing, 8);
+}
+
 }  // namespace
 }  // namespace foldapi
