@@ -19,7 +19,7 @@ bool isReserved(const std::string& name) {
   for (const char* word : {"here", "followed", "tip", "trunk"}) {
     if (name == word) return true;
   }
-  return isNumber(name) || name.find("..") != std::string::npos ||
+  return name.empty() || isNumber(name) || name.find("..") != std::string::npos ||
          name.find_first_of("@:") != std::string::npos;
 }
 
@@ -64,7 +64,7 @@ class Label : public FileCommand {
     const bool isGroup = local().promotion().has(name_);
     if (!isGroup && !isReserved(name_)) return;
     throw misuse(
-        name_,
+        name_.empty() ? "''" : name_,
         isGroup ? "is a group, so no label can be called that" : "a label can't be called that",
         "choose another name");
   }
@@ -148,9 +148,7 @@ class Label : public FileCommand {
       check(TrvsDeleteLabel(TRVS_CONTEXT, file.archive.c_str(), name_.c_str()), labelled(file));
       later([&] { archives.insert(file.archive); });
     });
-    LabelList list = local().labelList(name_);
-    list.remove(archives);
-    if (!isDry_) list.store();
+    if (!isDry_) local().labelList(name_).remove(archives);
     output().line(
         fmt::format("{} {} of {}", said({"delete", "deleted"}), name_, counted(done, "file")));
   }

@@ -9,15 +9,19 @@
 #include "cli/problem.h"
 #include "cli/text/paths.h"
 #include "cli/text/text.h"
+#include "os/clock.h"
 #include "os/directory.h"
-#include "os/file.h"
+#include "os/place.h"
 #include "os/sibling.h"
+#include "os/stop.h"
 
 namespace cli {
 namespace {
 
 constexpr uint64_t kLargest = uint64_t{1} << 30;
 constexpr size_t kLongestName = 200;
+constexpr int kTries = 50;
+constexpr unsigned kPause = 100;  // Milliseconds.
 
 std::string escaped(std::string_view text, std::string_view which) {
   std::string result;
@@ -75,30 +79,74 @@ LabelList::LabelList(const std::string& directory, std::string label)
       label_(std::move(label)) {
   std::string text;
   if (os::readFile(path_.c_str(), kLargest, &text) != os::FileResult::kDone) return;
+  static_cast<void>(take(text));
+}
+
+// False for what is no list of this label.
+bool LabelList::take(const std::string& text) {
   const auto lines = split(text, '\n');
-  if (lines.empty() || lines.front() != headOf(label_)) return;
+  if (lines.empty() || lines.front() != headOf(label_)) return false;
   for (size_t i = 1; i < lines.size(); ++i) {
     const auto fields = split(lines[i], '\t');
     if (fields.size() != 3) continue;
     files_.push_back({unescaped(fields[2]), unescaped(fields[1]), fields[0]});
   }
+  return true;
 }
 
 void LabelList::set(const std::vector<LabelledFile>& files) {
   std::set<std::string> archives;
   for (const LabelledFile& each : files) archives.insert(each.archive);
-  remove(archives);
-  files_.insert(files_.end(), files.begin(), files.end());
+  change([&] {
+    drop(archives);
+    files_.insert(files_.end(), files.begin(), files.end());
+  });
 }
 
 void LabelList::remove(const std::set<std::string>& archives) {
+  change([&] { drop(archives); });
+}
+
+void LabelList::drop(const std::set<std::string>& archives) {
   std::erase_if(files_, [&](const LabelledFile& each) { return archives.contains(each.archive); });
 }
 
-void LabelList::store() {
+// The file is held from its read to its replacement: what others put on the list in between would
+// be lost.
+void LabelList::change(const std::function<void()>& edit) {
+  os::FileResult result = os::FileResult::kBusy;
+  for (int tries = 0; tries < kTries; ++tries) {
+    os::File old;
+    files_.clear();
+    result = old.openLocked(path_.c_str());
+    if (result == os::FileResult::kDone) result = read(&old);
+    if (result == os::FileResult::kDone || result == os::FileResult::kMissing) {
+      edit();
+      result = store(old);
+    }
+    const bool isAnothers = result == os::FileResult::kBusy || result == os::FileResult::kStale ||
+                            result == os::FileResult::kExists;
+    if (!isAnothers) break;
+    if (os::isStopWanted()) throw Problem{"trevault", "stopped", "", Exit::kCancelled};
+    os::sleepMilliseconds(kPause);
+  }
+  if (result == os::FileResult::kDone) return;
+  throw Problem{path_, fmt::format("can't be written; {} does not remember its files", label_),
+                "see who owns the directory"};
+}
+
+os::FileResult LabelList::read(os::File* file) {
+  std::string text;
+  const os::FileResult result = file->readAll(kLargest, &text);
+  if (result != os::FileResult::kDone || take(text)) return result;
+  throw Problem{path_, fmt::format("is no list of the files of {}, or damaged", label_),
+                "restore it from a back-up, or remove it"};
+}
+
+// By their paths; without files the list goes. `old` is open if there is a list.
+os::FileResult LabelList::store(const os::File& old) {
   if (files_.empty()) {
-    static_cast<void>(os::removeFile(path_.c_str()));
-    return;
+    return old.isOpen() ? os::removeFile(path_.c_str()) : os::FileResult::kDone;
   }
   std::sort(files_.begin(), files_.end(), [](const LabelledFile& left, const LabelledFile& right) {
     return left.path < right.path;
@@ -110,18 +158,15 @@ void LabelList::store() {
   }
   const std::string directory = os::parentOf(path_);
   const bool isNew = !os::hasEntry(directory.c_str());
-  const bool hasDirectory = os::makeDirectory(directory);
+  if (!os::makeDirectory(directory)) return os::FileResult::kRefused;
   if (isNew) os::shareWithGroup(directory);
-  os::File old;
   os::File placed;
   os::Place place;
-  const bool isThere = old.open(path_.c_str(), os::File::Access::kUpdate) == os::FileResult::kDone;
-  if (!hasDirectory || os::Place::of(path_, &place) != os::FileResult::kDone ||
-      os::replaceFile(place, isThere ? &old : nullptr, text, &placed) != os::FileResult::kDone) {
-    throw Problem{path_, fmt::format("can't be written; {} does not remember its files", label_),
-                  "see who owns the directory"};
-  }
-  if (!isThere) os::shareWithGroup(path_);
+  os::FileResult result = os::Place::of(path_, &place);
+  if (result != os::FileResult::kDone) return result;
+  result = os::replaceFile(place, old.isOpen() ? &old : nullptr, text, &placed);
+  if (result == os::FileResult::kDone && !old.isOpen()) os::shareWithGroup(path_);
+  return result;
 }
 
 }  // namespace cli

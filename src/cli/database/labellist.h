@@ -6,9 +6,12 @@
 // is the archive's to say; other clients give and move labels without such a list.
 #pragma once
 
+#include <functional>
 #include <set>
 #include <string>
 #include <vector>
+
+#include "os/file.h"
 
 namespace cli {
 
@@ -24,12 +27,18 @@ class LabelList {
   LabelList(const std::string& directory, std::string label);
 
   const std::vector<LabelledFile>& files() const { return files_; }
+  // Both read the list again, keep it from others until it is stored, and wait up to five seconds
+  // for who has it. They throw Problem, also where it can't be read: what it says would be lost.
   void set(const std::vector<LabelledFile>& files);
   void remove(const std::set<std::string>& archives);
-  // By their paths; without files the list goes. Throws Problem.
-  void store();
 
  private:
+  bool take(const std::string& text);
+  void drop(const std::set<std::string>& archives);
+  void change(const std::function<void()>& edit);
+  os::FileResult read(os::File* file);
+  os::FileResult store(const os::File& old);
+
   std::string path_;
   std::string label_;
   std::vector<LabelledFile> files_;

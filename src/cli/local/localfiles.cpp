@@ -316,7 +316,8 @@ Standing LocalFiles::standingOf(const FileRecord& file) {
 // A command that was killed had done its work on the file, and not remembered it: nobody can have
 // changed it, or the lock for it was given back, and it is a revision.
 const RevisionInfo* LocalFiles::foundCut(const FileRecord& file, const Look& look) {
-  const bool mayBe = !look.isWritable || stateOf(file)->isLockedFromHere;
+  const FileState* const state = stateOf(file);
+  const bool mayBe = !look.isWritable || (state != nullptr && state->isLockedFromHere);
   if (!mayBe || historyOf(file).lockedBy(user_) != nullptr) return nullptr;
   return findByContent(file);
 }
@@ -439,9 +440,7 @@ LabelList LocalFiles::labelList(const std::string& label) const {
 void LocalFiles::listLabelled(const std::string& label,
                               const std::vector<LabelledFile>& files) const {
   if (label.empty() || files.empty()) return;
-  LabelList list = labelList(label);
-  list.set(files);
-  list.store();
+  labelList(label).set(files);
 }
 
 std::vector<FileRecord> LocalFiles::formerFiles(const std::string& label) {
