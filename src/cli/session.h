@@ -50,11 +50,11 @@ class Session {
   void use(WorkDirectory directory) { work_ = std::move(directory); }
 
  private:
+  Roots chosen(Roots roots) const;
+
   Globals globals_;
   Output& output_;
   std::string here_;
-  Roots chosen(Roots roots) const;
-
   bool isLookedFor_ = false;
   std::optional<WorkDirectory> nearest_;
   std::optional<WorkDirectory> work_;

@@ -35,8 +35,8 @@ std::string nameBeside(const std::string& name, std::string_view mark, int numbe
 
 class SiblingFile {
  public:
-  // Whether a file of that name is what is left of a writer that was killed, on this system or on
-  // Windows.
+  // Whether a file of that name stands beside another for us: what is left of a writer that was
+  // killed, on this system or on Windows, and what was cut off.
   static bool hasName(std::string_view name);
 
   SiblingFile() = default;

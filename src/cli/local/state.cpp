@@ -106,7 +106,8 @@ bool State::readPath(std::string_view text, Line* line) {
   if (text.empty()) return false;
   const auto [end, error] = std::from_chars(text.data() + 1, last, size);
   const auto start = static_cast<size_t>(end - text.data()) + 1;
-  if (error != std::errc() || size == 0 || start + size >= text.size()) return false;
+  if (error != std::errc() || size == 0 || start >= text.size()) return false;
+  if (size >= text.size() - start) return false;
   *line = {text.substr(start, size), text, text.front() == '+'};
   return true;
 }

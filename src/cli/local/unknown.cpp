@@ -99,7 +99,7 @@ class Search : public Familiar {
 
   bool isKnown(const std::string& path) { return isFile(path) || holdsFiles(path) || isGone(path); }
 
-  // Those that files of the project are in.
+  // Those that files of the project are in, by their names.
   std::vector<std::string> directoriesIn(const std::string& directory) const {
     const auto& files = local_.files();
     const std::string start = directory.empty() ? "" : directory + '/';
@@ -118,6 +118,7 @@ class Search : public Familiar {
       constexpr char kAfterSeparator = '/' + 1;
       each = firstFrom(files, path + kAfterSeparator, &FileRecord::path);
     }
+    std::ranges::sort(found);  // "src-a/b" comes before "src/b".
     return found;
   }
 

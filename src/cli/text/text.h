@@ -12,9 +12,9 @@ namespace cli {
 std::string number(uint64_t count);
 // "512 B", "38.1 MB", in thousands.
 std::string sizeText(uint64_t bytes);
-// "1 file", "3 files", "2 branches".
 // Whether it is like that of a revision or a branch.
 bool isNumber(std::string_view text);
+// "1 file", "3 files", "2 branches".
 std::string counted(uint64_t count, std::string_view thing);
 // "2 files have no 1.4", for `what` "no 1.4".
 std::string lacking(uint64_t files, std::string_view what);
