@@ -245,10 +245,13 @@ VObject* TVHash::firstValue() { return TVIterator(*this).next(); }
 
 std::vector<VObject*> TVHash::values() const {
   std::vector<VObject*> all;
-  if (chains_ == nullptr) return all;
   all.reserve(static_cast<size_t>(size()));
-  chains_->forEach([&](const ChainEntry& entry) { all.push_back(entry.value); });
+  forEach([&](VObject* value) { all.push_back(value); });
   return all;
+}
+
+void TVHash::forEach(const std::function<void(VObject*)>& visit) const {
+  if (chains_ != nullptr) chains_->forEach([&](const ChainEntry& entry) { visit(entry.value); });
 }
 
 // Growth ------------------------------------------------------------------------------------------

@@ -13,6 +13,7 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <vector>
 
@@ -73,6 +74,8 @@ class TVHash : public VObject {
 
   VObject* firstValue();                         // In iteration order; null if empty.
   virtual std::vector<VObject*> values() const;  // All of them, in iteration order.
+  // One by one, as a walk along the chains meets them. A visit must leave the table alone.
+  void forEach(const std::function<void(VObject*)>& visit) const;
   bool isEmpty() const { return size() == 0; }
   int size() const;
   int capacity() const { return bucketCount_; }  // Buckets.

@@ -7,6 +7,7 @@
 
 #include "core/childlist.h"
 #include "core/handle.h"
+#include "core/prefetch.h"
 #include "core/result.h"
 
 namespace foldapi {
@@ -183,7 +184,7 @@ std::vector<TVObject*> TVObject::childrenInOrder() const {
   std::vector<TVObject*> result;
   if (children_ == nullptr) return result;
   result.reserve(static_cast<size_t>(children_->size()));
-  for (VObject* child : children_->values()) result.push_back(static_cast<TVObject*>(child));
+  children_->forEach([&](VObject* child) { result.push_back(static_cast<TVObject*>(child)); });
   return result;
 }
 
@@ -318,9 +319,10 @@ void TVObject::revert(TVHandle& context) {
 void TVObject::rewrite(TVHandle& context) {
   keepWrites_ = writeData(context, *lockData_) == 0;
   if (!keepWrites_) return;
-  for (TVObject* child : childrenInOrder()) {
-    if (child->deleted_) continue;
-    if (child->writeChild(context, *lockData_) == 0) continue;
+  const std::vector<TVObject*> all = childrenInOrder();
+  for (size_t i = 0; i < all.size(); ++i) {
+    if (i + kRoundsAhead < all.size()) prefetchObject(all[i + kRoundsAhead]);
+    if (all[i]->deleted_ || all[i]->writeChild(context, *lockData_) == 0) continue;
     keepWrites_ = false;
     return;
   }

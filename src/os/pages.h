@@ -3,6 +3,8 @@
 
 #include <atomic>
 #include <cstddef>
+#include <cstdint>
+#include <new>
 #include <utility>
 
 namespace os {
@@ -40,6 +42,33 @@ constexpr size_t kLargestPage = 2 << 20;
 enum class Touched { kInPart, kWhole };
 void* mapMemory(size_t size, size_t alignment, Touched touched);
 void unmapMemory(void* place, size_t size) noexcept;
+
+// For a container that may be wide: from a large page on it is mapped.
+template <typename Element>
+struct WideAllocator {
+  using value_type = Element;
+
+  WideAllocator() = default;
+  template <typename Other>
+  WideAllocator(const WideAllocator<Other>&) {}
+
+  Element* allocate(size_t count) {
+    if (count > PTRDIFF_MAX / sizeof(Element)) throw std::bad_alloc();
+    const size_t size = count * sizeof(Element);
+    return static_cast<Element*>(size < kLargestPage
+                                     ? ::operator new(size)
+                                     : mapMemory(size, kLargestPage, Touched::kWhole));
+  }
+  void deallocate(Element* place, size_t count) noexcept {
+    const size_t size = count * sizeof(Element);
+    if (size < kLargestPage) {
+      ::operator delete(place);
+    } else {
+      unmapMemory(place, size);
+    }
+  }
+  bool operator==(const WideAllocator&) const = default;
+};
 
 // Memory of a size that is settled once, of any value at first. Moved, never copied.
 //

@@ -5,8 +5,11 @@
 #include <algorithm>
 #include <cstddef>
 #include <cstring>
+#include <initializer_list>
 #include <memory>
 #include <string_view>
+
+#include "os/pages.h"
 
 namespace foldapi {
 
@@ -21,26 +24,35 @@ class TextBuffer {
 
   // Makes room for `capacity` bytes in all. Throws std::bad_alloc, and is then as it was.
   void reserve(size_t capacity) {
-    if (capacity <= capacity_) return;
-    std::unique_ptr<char[]> grown(new char[capacity]);
+    if (capacity <= this->capacity()) return;
+    Bytes grown(Allocator().allocate(capacity), {capacity});
     if (size_ != 0) std::memcpy(grown.get(), bytes_.get(), size_);
     bytes_ = std::move(grown);
-    capacity_ = capacity;
   }
   // The bytes up to `size` are there already; it is at most what was reserved.
   void setSize(size_t size) { size_ = size; }
 
-  void append(std::string_view more) {
-    if (more.empty()) return;
-    if (more.size() > capacity_ - size_) reserve(std::max(size_ + more.size(), capacity_ * 2));
-    std::memcpy(bytes_.get() + size_, more.data(), more.size());
-    size_ += more.size();
+  // All of them or, where that throws, none.
+  void append(std::initializer_list<std::string_view> pieces) {
+    size_t size = size_;
+    for (const std::string_view each : pieces) size += each.size();
+    if (size > capacity()) reserve(std::max(size, capacity() * 2));
+    for (const std::string_view each : pieces) size_ += each.copy(data() + size_, each.size());
   }
+  void append(std::string_view more) { append({more}); }
 
  private:
-  std::unique_ptr<char[]> bytes_;
+  using Allocator = os::WideAllocator<char>;
+  struct GiveBack {
+    size_t capacity;  // 0 where nothing is.
+    void operator()(char* bytes) const { Allocator().deallocate(bytes, capacity); }
+  };
+  using Bytes = std::unique_ptr<char[], GiveBack>;
+
+  size_t capacity() const { return bytes_.get_deleter().capacity; }
+
+  Bytes bytes_;
   size_t size_ = 0;
-  size_t capacity_ = 0;
 };
 
 }  // namespace foldapi

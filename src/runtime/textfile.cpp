@@ -101,17 +101,31 @@ void dropCarriageReturns(TextBuffer* text) {
   text->setSize(static_cast<size_t>(out - text->data()));
 }
 
-std::string withCarriageReturns(std::string_view text) {
-  std::string bytes;
-  bytes.reserve(text.size() + static_cast<size_t>(std::count(text.begin(), text.end(), '\n')));
-  while (!text.empty()) {
-    const size_t end = text.find('\n');
-    bytes += text.substr(0, end);
-    if (end == std::string_view::npos) break;
-    bytes += "\r\n";
-    text.remove_prefix(end + 1);
+size_t countLines(std::string_view text) {
+  return static_cast<size_t>(std::count(text.begin(), text.end(), '\n'));
+}
+
+// Turns each LF of `text` into CR LF, in place: what is there first makes room before it.
+void addCarriageReturns(TextBuffer* text) {
+  const size_t size = text->size();
+  const size_t lines = countLines(text->view());
+  if (lines == 0) return;
+  text->reserve(size + lines);
+  char* to = text->data();
+  char* from = to + lines;
+  char* const end = from + size;
+  std::memmove(from, to, size);
+  while (to != from) {
+    char* const found =
+        static_cast<char*>(std::memchr(from, '\n', static_cast<size_t>(end - from)));
+    const auto run = static_cast<size_t>(found - from);
+    std::memmove(to, from, run);
+    to += run;
+    *to++ = '\r';
+    *to++ = '\n';
+    from = found + 1;
   }
-  return bytes;
+  text->setSize(size + lines);
 }
 
 // An open data file, held as it was asked for.
@@ -282,22 +296,30 @@ struct TextFile::State {
     now.isLocked = true;
     const os::Place place = held.file.place();
     if (os::replaceFile(place, &held.file, bytes, &now.file) != FileResult::kDone) return false;
-    if (now.file.isOpen()) startHolding(std::move(now));
+    if (now.file.isOpen()) {
+      startHolding(std::move(now));
+    } else {
+      static_cast<void>(held.file.refresh());  // Written where it stands.
+    }
     return true;
   }
 
+  // The text itself is used up: it is read again if somebody asks for it.
   bool write() {
     if (!held.file.confirm()) return false;
     if (isCleared || hasDroppedEnd) {
-      sizeBefore = withCarriageReturns(text.view().substr(0, keptSize)).size();
-      return rewrite(withCarriageReturns(text.view()));
+      sizeBefore = keptSize + countLines(text.view().substr(0, keptSize));
+      addCarriageReturns(&text);
+      return rewrite(text.view());
     }
     sizeBefore = held.file.size();
-    const std::string added = withCarriageReturns(text.view().substr(keptSize));
-    if (fitsAppend(added)) return append(added);
+    TextBuffer added;
+    added.append(text.view().substr(keptSize));
+    addCarriageReturns(&added);
+    if (fitsAppend(added.view())) return append(added.view());
     TextBuffer whole;  // With what was there byte for byte, whatever its line ends.
     if (held.read(&whole) != FileResult::kDone) return false;
-    whole.append(added);
+    whole.append(added.view());
     return rewrite(whole.view());
   }
 };
@@ -365,12 +387,19 @@ void TextFile::clear() {
   state_->text.clear();
   state_->isRead = state_->isCleared = true;
   state_->keptSize = 0;
+  try {  // As much as it had, which is most often all that it will have.
+    state_->text.reserve(static_cast<size_t>(state_->held.file.size()));
+  } catch (const std::bad_alloc&) {
+    state_->hasFailed = true;
+  }
 }
 
-void TextFile::append(std::string_view text) {
-  if (text.empty() || !becomeUpdater()) return;
+void TextFile::append(std::initializer_list<std::string_view> pieces) {
+  const bool isEmpty =
+      std::all_of(pieces.begin(), pieces.end(), [](auto& each) { return each.empty(); });
+  if (isEmpty || !becomeUpdater()) return;
   try {
-    state_->text.append(text);
+    state_->text.append(pieces);
   } catch (const std::bad_alloc&) {
     state_->hasFailed = true;
   }
@@ -390,14 +419,11 @@ bool TextFile::commit() {
   } catch (const std::bad_alloc&) {
     state_->hasFailed = true;
   }
-  if (state_->hasFailed) return false;
-  state_->isCleared = state_->hasDroppedEnd = false;
-  if (!state_->isRead) {
-    state_->last = state_->text.view().back();
-    state_->text.clear();
-  }
-  state_->keptSize = state_->text.size();
-  return true;
+  state_->last = state_->text.isEmpty() ? '\0' : state_->text.view().back();
+  state_->text = {};
+  state_->keptSize = 0;
+  state_->isCleared = state_->hasDroppedEnd = state_->isRead = false;
+  return !state_->hasFailed;
 }
 
 bool TextFile::takeBack() {

@@ -16,6 +16,7 @@
 // Lines end in CR LF on disk and in LF here; both are read. Every other byte is text.
 #pragma once
 
+#include <initializer_list>
 #include <memory>
 #include <string_view>
 
@@ -72,7 +73,8 @@ class TextFile {
   // Adds at the end. Line ends are LF. On a file opened for reading the first change tries to
   // become the exclusive holder, goes on if that works and the file is unchanged since it was
   // opened, and fails otherwise: failed() is then true.
-  void append(std::string_view text);
+  void append(std::initializer_list<std::string_view> pieces);
+  void append(std::string_view text) { append({text}); }
   // Adds a line end if the last line has none.
   void endLastLine();
   // Whether a change was refused or a commit failed.

@@ -100,12 +100,13 @@ int TVArchiveMember52::writeChild(TVHandle& context, TVStorageLock& ownerLock) {
   TVDataFileWriter& writer = writerOf(ownerLock);
   const Side side = writer.path(Side::kPublic).isEmpty() ? Side::kPrivate : Side::kPublic;
   if (writer.stream(side) == nullptr) return kResultNotWritten;
-  std::string record = "[DOCUMENT=";
-  record.append(names().archivePath).append(";");
-  record.append(names().archiveName).append(";");
-  record.append(names().workPath).append(";");
-  record.append(names().workName).append("]\n");
-  return writer.writeRecord(side, record, context) ? kResultDone : kResultNotWritten;
+  const TVNameViews record = names();
+  const bool isWritten =
+      writer.writeRecord(side,
+                         {"[DOCUMENT=", record.archivePath, ";", record.archiveName, ";",
+                          record.workPath, ";", record.workName, "]\n"},
+                         context);
+  return isWritten ? kResultDone : kResultNotWritten;
 }
 
 // The revision tree. The branches point into the list: they move over to the new one, or lose it,

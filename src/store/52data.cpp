@@ -411,10 +411,11 @@ bool TVDataFileWriter::isMissed(Side side) const {
   return recordsOf(lost.records) != recordsOf(file == nullptr ? "" : file->text());
 }
 
-bool TVDataFileWriter::writeRecord(Side side, const std::string& record, TVHandle& context) {
+bool TVDataFileWriter::writeRecord(Side side, std::initializer_list<std::string_view> record,
+                                   TVHandle& context) {
   TextFile* file = stream(side);
   if (file == nullptr) {
-    missed(side).records += record;
+    for (const std::string_view piece : record) missed(side).records += piece;
     return true;
   }
   file->endLastLine();
@@ -558,7 +559,7 @@ void TVDataFilePair::dropStraysOf(const TVObject& owner) {
 
 bool TVDataFilePair::writeStrays(TVDataFileWriter& writer, TVHandle& context) const {
   return std::all_of(strays_.begin(), strays_.end(), [&](const StrayRecord& stray) {
-    return writer.writeRecord(Side::kPrivate, stray.text, context);
+    return writer.writeRecord(Side::kPrivate, {stray.text}, context);
   });
 }
 

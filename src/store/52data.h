@@ -6,6 +6,7 @@
 // an owner, and which records they hold, is told in 52root, 52proj and 52arfld.
 #pragma once
 
+#include <initializer_list>
 #include <memory>
 #include <span>
 #include <string>
@@ -139,8 +140,9 @@ class TVDataFileWriter : public TVDataFile, public TVStorageLock {
 
   // Empties a file and writes the format head.
   void truncate(Side side);
-  // Adds a record at the end of a file, on a line of its own. False after a report.
-  [[nodiscard]] bool writeRecord(Side side, const std::string& record, TVHandle& context);
+  // Adds a record, in pieces, at the end of a file, on a line of its own. False after a report.
+  [[nodiscard]] bool writeRecord(Side side, std::initializer_list<std::string_view> record,
+                                 TVHandle& context);
   // Whether something was written to a file that isn't open, and so goes nowhere. A rewrite with
   // the records that are there anyway isn't missed.
   [[nodiscard]] bool isMissed(Side side) const;

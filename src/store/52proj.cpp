@@ -177,7 +177,7 @@ bool TVProjectFolder52::assignDirectories(TVHandle& context) {
   if (!hadPublic && isNamed(Side::kPublic)) {
     root->setDirty(true);
   } else if (privateNamed &&
-             !writer.writeRecord(Side::kPrivate, record(Side::kPrivate), rootHandle)) {
+             !writer.writeRecord(Side::kPrivate, {record(Side::kPrivate)}, rootHandle)) {
     root->dropWrites();
   }
   // The public record, which the end reads again, tells its directory; the private one is missing.

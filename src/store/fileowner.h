@@ -79,7 +79,7 @@ class TVFileOwner52 : public Base {
     int result = kResultDone;
     for (const Side side : recordSides()) {
       if (writer.path(side).isEmpty()) continue;
-      if (!writer.writeRecord(side, record(side), context)) result = kResultNotWritten;
+      if (!writer.writeRecord(side, {record(side)}, context)) result = kResultNotWritten;
     }
     return result;
   }
