@@ -55,6 +55,10 @@ int openDescriptor(int directory, const char* path, int flags, mode_t mode = kRi
 // The same, and never through a link.
 int openDescriptor(const Place& place, int flags, mode_t mode = kRightsOfNewFile);
 
+// Gives an entry of one open directory a name in another: kExists if something has that. A file
+// system that can't do that in one step lets it have both names for a moment.
+FileResult renameToFree(int from, const char* old, int to, const char* name);
+
 // The mode of a file of mode `old` that its owner may write, or nobody. What would lend the owner's
 // rights to those who run it is dropped.
 mode_t modeFor(mode_t old, bool isWritable, Running running);

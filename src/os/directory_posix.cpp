@@ -96,8 +96,7 @@ std::string shareWithGroup(const std::string& path) {
 bool removeDirectory(const std::string& path) { return ::rmdir(path.c_str()) == 0; }
 
 FileResult moveFile(const std::string& from, const std::string& to) {
-  return resultOfCall(uninterrupted(
-      [&] { return ::renameat2(AT_FDCWD, from.c_str(), AT_FDCWD, to.c_str(), RENAME_NOREPLACE); }));
+  return renameToFree(AT_FDCWD, from.c_str(), AT_FDCWD, to.c_str());
 }
 
 std::optional<DirectoryState> directoryState(const char* path) {

@@ -4,6 +4,7 @@
 // the first one's lock.
 #include <fcntl.h>
 #include <linux/magic.h>
+#include <stdio.h>
 #include <sys/file.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
@@ -222,6 +223,18 @@ int makeForOwner(const Place& place) {
 FileResult removeAt(const Place& place) {
   return resultOfCall(
       uninterrupted([&] { return ::unlinkat(place.directory(), place.name().c_str(), 0); }));
+}
+
+FileResult renameToFree(int from, const char* old, int to, const char* name) {
+  const int renamed =
+      uninterrupted([=] { return ::renameat2(from, old, to, name, RENAME_NOREPLACE); });
+  if (renamed == 0 || (errno != EINVAL && errno != ENOSYS)) return resultOfCall(renamed);
+  const FileResult result =
+      resultOfCall(uninterrupted([=] { return ::linkat(from, old, to, name, 0); }));
+  if (result == FileResult::kDone) {
+    static_cast<void>(uninterrupted([=] { return ::unlinkat(from, old, 0); }));
+  }
+  return result;
 }
 
 FileResult readStatus(const char* path, FileStatus* status) {

@@ -58,14 +58,7 @@ FileResult SiblingFile::rename(Naming naming) {
   if (naming == Naming::kReplace) {
     return resultOfCall(uninterrupted([=] { return ::renameat(directory, from, directory, to); }));
   }
-  const int renamed =
-      uninterrupted([=] { return ::renameat2(directory, from, directory, to, RENAME_NOREPLACE); });
-  if (renamed == 0 || (errno != EINVAL && errno != ENOSYS)) return resultOfCall(renamed);
-  // A file system that can't do that in one step: for a moment the file has both names.
-  const FileResult result =
-      resultOfCall(uninterrupted([=] { return ::linkat(directory, from, directory, to, 0); }));
-  if (result == FileResult::kDone) static_cast<void>(removeAt(ownPlace_));
-  return result;
+  return renameToFree(directory, from, directory, to);
 }
 
 }  // namespace os

@@ -123,6 +123,20 @@ TEST_F(FileTest, GivesAModeToTheFileItCameFrom) {
   EXPECT_EQ(status.st_mode & 0111, 0u);
 }
 
+TEST_F(FileTest, MovesToANameThatNobodyHas) {
+  const std::string to = directory_ / "to";
+  for (const int error : {0, EINVAL}) {  // The second: of a file system that can't ask and rename.
+    const SystemCalls calls([=](const Call& call) { return call.name == "renameat2" ? error : 0; });
+    support::writeFile(path_, "moved");
+    EXPECT_EQ(moveFile(path_, to), FileResult::kDone);
+    EXPECT_FALSE(hasEntry(path_.c_str()));
+    support::writeFile(path_, "other");
+    EXPECT_EQ(moveFile(path_, to), FileResult::kExists);
+    EXPECT_EQ(support::readFile(path_) + support::readFile(to), "othermoved");
+    std::filesystem::remove(to);
+  }
+}
+
 TEST_F(FileTest, AppendsAllOrNothing) {
   ASSERT_EQ(file_.open(path_.c_str(), File::Access::kUpdate), FileResult::kDone);
   {
