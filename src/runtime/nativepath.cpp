@@ -15,6 +15,7 @@
 #include "kstrinin/kstrinin.h"
 #include "os/clock.h"
 #include "os/directory.h"
+#include "os/entries.h"
 #include "os/environment.h"
 #include "os/trust.h"
 #include "runtime/mbstring.h"
@@ -42,15 +43,16 @@ class Listing {
 
   void read(const char* directory) {
     const int64_t now = os::wallClockNanoseconds();
-    os::forEachEntry(directory, [this](const char* name) {
+    const bool isWhole = os::forEachEntryOfKind(directory, [this](const char* name, os::EntryKind) {
       const auto [place, isNew] = names_.try_emplace(foldCase(name), name);
       if (!isNew) place->second.clear();  // Several: none of them is meant.
     });
-    isSettled_ = os::isSettled(state_.modified, now);
+    isSettled_ = isWhole && os::isSettled(state_.modified, now);
   }
 
   bool isOf(const os::DirectoryState& state) const { return state.identity == state_.identity; }
-  // Whether nothing came or went up to the state `state` of the same directory.
+  // Whether nothing came or went up to the state `state` of the same directory, all of which was
+  // read.
   bool isCurrent(const os::DirectoryState& state) const { return isSettled_ && state == state_; }
 
   // The single name that equals `name` without regard to case, "" with none or several.

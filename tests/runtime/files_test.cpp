@@ -8,6 +8,8 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <cerrno>
+
 #include "runtime/nativepath.h"
 #include "runtime/paths.h"
 #include "support/files.h"
@@ -16,12 +18,17 @@
 namespace {
 
 int theListings = 0;
+bool theListingsFail = false;
 
 }  // namespace
 
 // In front of the C library's.
 extern "C" DIR* opendir(const char* path) {
   ++theListings;
+  if (theListingsFail) {
+    errno = EMFILE;
+    return nullptr;
+  }
   return reinterpret_cast<decltype(&opendir)>(::dlsym(RTLD_NEXT, "opendir"))(path);
 }
 
@@ -90,6 +97,11 @@ TEST(CaseBlindNames, MeanTheOnlyEntryThatEqualsThem) {
     }
     EXPECT_EQ(theListings <= 3, seconds != 0) << theListings;
   }
+  setModified(directory.path(), 5 * kSecond);
+  theListingsFail = true;
+  EXPECT_EQ(nativePath(directory / "ONE.TXT"), directory / "ONE.TXT");
+  theListingsFail = false;
+  EXPECT_EQ(nativePath(directory / "ONE.TXT"), directory / "One.txt") << "asked again";
 }
 
 TEST(FileTests, TellKindAndRights) {
