@@ -47,7 +47,7 @@ void writeFileLink(Html& html, const Context& context, const std::string& path);
 
 enum class Mark { kLabel, kGroup, kLock, kBroken, kTip, kNote };
 void writeMark(Html& html, Mark mark, std::string_view text, std::string_view meaning);
-// All marks of a revision; `file` tells more about its locks.
+// All marks of a revision; `archive` tells more about its locks.
 void writeMarks(Html& html, const Context& context, const Archive& archive,
                 const cli::RevisionInfo& revision);
 void writeLock(Html& html, const cli::LockInfo& lock);

@@ -120,9 +120,7 @@ class CheckOut : public FileCommand {
     for (const auto& [path, here, isUntouched] : gone) {
       const FileRecord file{path, "", ""};
       try {
-        if (!isDry_ && isUntouched) {
-          static_cast<void>(os::removeFile(local().pathToWrite(file).c_str()));
-        }
+        if (!isDry_ && isUntouched) remove(file);
         if (!isDry_) local().forget(file);
       } catch (const Problem& problem) {
         output().problem(problem);
@@ -133,6 +131,12 @@ class CheckOut : public FileCommand {
                       fmt::format("{} {}, which the project has no more", verb, shownPath(file)));
       ++gone_;
     }
+  }
+
+  void remove(const FileRecord& file) {
+    const os::FileResult result = os::removeFile(local().pathToWrite(file).c_str());
+    if (result == os::FileResult::kDone || result == os::FileResult::kMissing) return;
+    throw Problem{shownPath(file), "can't be removed", "see who owns its directory"};
   }
 
   const RevisionInfo* wantedOf(const FileRecord& file) {

@@ -70,12 +70,12 @@ class Delete : public FileCommand {
   }
 
   std::string rangeOf(const FileRecord& file) {
-    const size_t dots = range_.find("..");
-    if (dots == std::string::npos) return local().revisionOf(file, range_).number;
+    const Ends ends = endsOf(range_);
+    if (!ends.isRange) return local().revisionOf(file, range_).number;
     const auto end = [&](const std::string& text) {
       return text.empty() ? text : local().revisionOf(file, text).number;
     };
-    return end(range_.substr(0, dots)) + '*' + end(range_.substr(dots + 2));
+    return end(ends.first) + '*' + end(ends.last);
   }
 
   void addBranches(const FileRecord& file, Plan* plan) {

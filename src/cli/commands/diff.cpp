@@ -34,12 +34,11 @@ class Diff : public FileCommand {
       throw misuse(fmt::format("-U {}", context_), "not a number of lines");
     }
     auto files = chosen();
-    const size_t dots = std::min(range_.find(".."), range_.size());
-    if (!local().isOfProject() && (dots == 0 || dots == range_.size())) {
+    const Ends ends = endsOf(range_);
+    if (!local().isOfProject() && (!ends.isRange || ends.first.empty())) {
       throw misuse("diff", "an archive has no file to compare", "'-r FROM..TO' names revisions");
     }
-    for (const std::string& side :
-         {range_.substr(0, dots), range_.substr(std::min(dots + 2, range_.size()))}) {
+    for (const std::string& side : {ends.first, ends.last}) {
       local().refuseUnknown(side, files);
       if (isNumber(side)) leaveOutLacking(side, &files);
     }
@@ -59,10 +58,10 @@ class Diff : public FileCommand {
   void diff(const FileRecord& file) {
     Side from{"here"};
     Side to;
-    const size_t dots = range_.find("..");
-    if (dots != std::string::npos) {
-      if (dots > 0) from.revision = range_.substr(0, dots);
-      to.revision = range_.substr(dots + 2).empty() ? "followed" : range_.substr(dots + 2);
+    const Ends ends = endsOf(range_);
+    if (ends.isRange) {
+      if (!ends.first.empty()) from.revision = ends.first;
+      to.revision = ends.last.empty() ? "followed" : ends.last;
     } else if (!range_.empty()) {
       from.revision = range_;
     } else if (local().standingOf(file) != Standing::kChanged) {
@@ -76,10 +75,10 @@ class Diff : public FileCommand {
 
   // What had one of both labels and is no longer in the project.
   std::vector<FileRecord> formerFiles() {
-    const size_t dots = range_.find("..");
+    const Ends ends = endsOf(range_);
     std::vector<FileRecord> found;
-    if (dots == std::string::npos || !isWhole()) return found;
-    for (const std::string& side : {range_.substr(0, dots), range_.substr(dots + 2)}) {
+    if (!ends.isRange || !isWhole()) return found;
+    for (const std::string& side : {ends.first, ends.last}) {
       for (FileRecord& each : local().formerFiles(local().labelIn(side))) {
         const auto has = [&](const FileRecord& file) { return file.archive == each.archive; };
         if (std::any_of(found.begin(), found.end(), has) ||

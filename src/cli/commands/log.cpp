@@ -46,9 +46,8 @@ class Log : public FileCommand {
     if (!since_.empty()) earliest_ = spanNamed(since_).first;
     if (!until_.empty()) latest_ = spanNamed(until_).last;
     auto files = chosen();
-    const size_t dots = std::min(range_.find(".."), range_.size());
-    for (const std::string& end :
-         {range_.substr(0, dots), range_.substr(std::min(dots + 2, range_.size()))}) {
+    const Ends ends = endsOf(range_);
+    for (const std::string& end : {ends.first, ends.last}) {
       local().refuseUnknown(end, files);
       leaveOutLacking(end, &files);
     }
@@ -200,12 +199,9 @@ class Log : public FileCommand {
     const auto placeOf = [&](const std::string& text, const RevisionInfo& fallback) {
       return text.empty() ? &fallback : &local().revisionOf(file, text);
     };
-    const size_t dots = range_.find("..");
-    if (dots != std::string::npos) {
-      return {placeOf(range_.substr(0, dots), all.front()),
-              placeOf(range_.substr(dots + 2), all.back())};
-    }
-    return {placeOf(range_, all.front()), placeOf(range_, all.back())};
+    const Ends ends = endsOf(range_);
+    return {placeOf(ends.first, all.front()),
+            placeOf(ends.isRange ? ends.last : ends.first, all.back())};
   }
 
   std::string range_;

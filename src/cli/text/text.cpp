@@ -221,6 +221,12 @@ std::vector<std::string> split(std::string_view text, char separator) {
   return parts;
 }
 
+Ends endsOf(const std::string& range) {
+  const size_t dots = range.find("..");
+  if (dots == std::string::npos) return {.first = range, .last = ""};
+  return {range.substr(0, dots), range.substr(dots + 2), true};
+}
+
 uint64_t hashOf(std::string_view text) {
   uint64_t hash = 14695981039346656037U;
   for (const char c : text) hash = (hash ^ static_cast<unsigned char>(c)) * 1099511628211U;

@@ -54,6 +54,14 @@ std::string listed(const std::vector<std::string>& words);
 
 std::vector<std::string> split(std::string_view text, char separator);
 
+// "1.0..1.4", of which both ends may be empty; else what is named is the first one.
+struct Ends {
+  std::string first;
+  std::string last;
+  bool isRange = false;
+};
+Ends endsOf(const std::string& range);
+
 // A number that hardly any other text has, the same for ever.
 uint64_t hashOf(std::string_view text);
 
