@@ -6,6 +6,8 @@
 #include "btkf520/archives.h"
 #include "btkf520/operations/editplaces.h"
 #include "btkf520/operations/linediff.h"
+#include "os/pages.h"
+#include "os/systemcalls.h"
 #include "support/childprocess.h"
 #include "support/limits.h"
 #include "support/table.h"
@@ -253,6 +255,15 @@ TEST(LineDifferences, OfLongTextsAreGood) {
     SCOPED_TRACE(c.why);
     EXPECT_GE(commonByEdits(btkf::Lines(c.first), btkf::Lines(c.second), {}), c.want);
   }
+}
+
+// Short lines at the start say little about the rest.
+TEST(LineDifferences, TakeMemoryForLinesThatAreThere) {
+  const size_t mostOrdinary = os::Memory::mostOrdinary.exchange(4 << 20);
+  const os_test::SystemCalls calls;
+  EXPECT_EQ(btkf::Lines(std::string(2000, '\n') + std::string(8 << 20, 'x')).size(), 2001u);
+  EXPECT_EQ(calls.log("fallocate"), "");
+  os::Memory::mostOrdinary = mostOrdinary;
 }
 
 // Both texts and what became of their lines: each line has "=", "-" or "+" before it and "/" after.

@@ -30,6 +30,8 @@ using Number = uint32_t;
 // Then the list may be longer than the shortest.
 constexpr size_t kMostSteps = size_t{1} << 28;
 constexpr size_t kLeastRounds = 256;
+// So many times the lines so far are thought to come at most.
+constexpr size_t kMostLike = 16;
 
 // Gives each line of the first text, and whatever equals it, a number: where the first such line
 // is.
@@ -387,7 +389,8 @@ Lines::Lines(std::string_view text) : text_(text) {
     if (size_ == room) {
       // The rest is thought to have lines like those so far: they are looked for once, not twice.
       const double share = static_cast<double>(size_) / static_cast<double>(at + 1);
-      room += 1024 + static_cast<size_t>(1.1 * share * static_cast<double>(text.size() - at));
+      const double rest = 1.1 * share * static_cast<double>(text.size() - at);
+      room += 1024 + std::min(static_cast<size_t>(rest), kMostLike * size_);
       NumberArray<size_t> wider(room);
       std::copy_n(ends_.data(), size_, wider.data());
       ends_ = std::move(wider);
