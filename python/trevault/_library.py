@@ -54,6 +54,10 @@ def decoded(text: bytes) -> str:
     return text.decode(session.encoding, "surrogateescape")
 
 
+def as_text(text: Text) -> str:
+    return text if isinstance(text, str) else decoded(text)
+
+
 def encoded(text: Optional[Text]) -> Any:
     """A text for the library: NULL for None."""
     if text is None:

@@ -196,15 +196,16 @@ class Children(Collection[N]):
     def get(self, name: Text) -> Optional[N]:
         """The child of exactly that name, else one whose name differs in the case of A to Z alone;
         None if there is neither."""
-        with LOCK:
-            found = self._parent._find(self._find, name, self._kind)
-            if found is None or self._names(found) == encoded(name):
-                return found
-            exact = (each for each in self._all() if self._names(each) == encoded(name))
-            return next(exact, found)
+        return self._search(self._find, self._kind._name_functions[0], name)
 
-    def _names(self, node: N) -> bytes:
-        return node.raw_name
+    def _search(self, find: Callable[..., Any], name_of: Callable[[Any], Any],
+                name: Text) -> Optional[N]:
+        with LOCK:
+            found = self._parent._find(find, name, self._kind)
+            if found is None or found._bytes(name_of) == encoded(name):
+                return found
+            exact = (each for each in self._all() if each._bytes(name_of) == encoded(name))
+            return next(exact, found)
 
     def __getitem__(self, name: Text) -> N:
         found = self.get(name)

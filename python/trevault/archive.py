@@ -4,14 +4,14 @@ from __future__ import annotations
 import datetime
 import os
 import pathlib
-from typing import TYPE_CHECKING, Any, Callable, Dict, List, Optional, Tuple
+from typing import TYPE_CHECKING, Any, Callable, Dict, List, Optional, Set, Tuple
 
 from . import values
-from ._library import (LOCK, PathText, Text, check, content_of, decoded, encoded, fetch,
+from ._library import (LOCK, PathText, Text, as_text, check, content_of, decoded, encoded, fetch,
                        fetch_list, flat, lines_of, path_bytes, path_of, records, session)
 from ._native import ffi, lib
 from ._nodes import Life, Node
-from .errors import Error, LockError, Status, UnreadableError, error_of
+from .errors import Error, Status, UnreadableError, error_of
 from .values import ArchiveStatus, Attributes, Content, Health, Ignore, Lock, Record, Revision
 
 if TYPE_CHECKING:
@@ -133,9 +133,10 @@ class Archive(Node):
             finally:
                 lib.TrvsRevTreeInfo(_CONTEXT, ffi.NULL, tree, lib.TRVS_TREE_RETURN)
 
-    def revision(self, name: Optional[str] = None) -> Revision:
+    def revision(self, name: Optional[Text] = None) -> Revision:
         """The revision of a number, a label, or a branch, whose tip it is; None: the trunk's tip.
         Raises NotFoundError."""
+        name = None if name is None else as_text(name)
         found = self.revisions
         for fitting in ([each for each in found if each.number == name],
                         [each for each in found if name in each.labels],
@@ -265,36 +266,43 @@ class Archive(Node):
                              (branch, lib.TRVS_PUT_BRANCH)):
             flags |= flag if wanted else 0
         with LOCK:
-            own = self.workfile
-            place = own if file is None else path_of(path_bytes(file))
+            place = self.workfile if file is None else path_of(path_bytes(file))
             database = self.project.database
-            if place != own:
+            if file is not None and not self._is_own(place):
                 database.settle(_keep_mode(place))
-            taken = lock and self._take_lock(revision, group)
+            before = self._take_lock(revision, group) if lock else None
             try:
                 return self._about("CHECKIN", lib.TrvsPutRevision, 0,
                                    self._target(os.fsencode(place)), 0, encoded(revision),
                                    encoded(label), ffi.NULL, encoded(message), encoded(group),
                                    encoded(author), values.packed(time), flags)
             except BaseException:
-                if taken:
-                    self.unlock(revision)
+                for number in () if before is None else self._own_locks() - before:
+                    self.unlock(number)
                 raise
             finally:
                 database.settle()
 
-    def _take_lock(self, revision: Optional[Text], group: Optional[Text]) -> bool:
-        """Whether there is a lock now that was not there before."""
-        if not self.attributes & Attributes.CHECK_LOCKS:
-            return False
+    def _is_own(self, place: pathlib.Path) -> bool:
         try:
-            self.lock(revision, group=group)
-        except LockError as error:
-            mine = any(each.user == self.project.user for each in self.locks)
-            if error.status != Status.LOCKED or not mine:
-                raise
+            return place == self.workfile
+        except Error:  # The record leads nowhere.
             return False
-        return True
+
+    def _own_locks(self) -> Set[str]:
+        user = self.project.user
+        return {each.revision for each in self.locks if each.user == user}
+
+    def _take_lock(self, revision: Optional[Text], group: Optional[Text]) -> Optional[Set[str]]:
+        """Takes the lock that a check-in needs; the present user's locks before, None if there was
+        one already or none is needed."""
+        before = self._own_locks()
+        wanted = None if revision is None else self.revision(revision).number
+        has_it = bool(before) if wanted is None else wanted in before
+        if has_it or not self.attributes & Attributes.CHECK_LOCKS:
+            return None
+        self.lock(revision, group=group)
+        return before
 
     def check_out(self, to: Optional[PathText] = None, *, revision: Optional[Text] = None,
                   lock: bool = False, note: Optional[Text] = None, group: Optional[Text] = None,

@@ -211,7 +211,8 @@ def open(public: Optional[PathText] = None, private: Optional[PathText] = None, 
          create: bool = False, encoding: Optional[str] = None,
          hooks: Optional[Hooks] = None) -> Database:
     """Opens a database by its two directories: the one that the team shares, and the user's own.
-    What isn't given comes from the user's profile, as for the command line.
+    What isn't given comes from the user's profile, as for the command line; where that says
+    nothing, a default below the user's data directory is taken, and noted in the profile.
 
       create    makes the database if there is none; else that is a DatabaseError
       encoding  the code page that the database's names and texts are in, such as "cp1252". Without

@@ -5,7 +5,7 @@ import os
 import pathlib
 from typing import TYPE_CHECKING, Any, Dict, Iterator, List, Optional, cast
 
-from ._library import (LOCK, PathText, Text, check, decoded, encoded, fetch_list, flat,
+from ._library import (LOCK, PathText, Text, as_text, check, decoded, encoded, fetch_list, flat,
                        last_message, path_bytes, path_of)
 from ._native import ffi, lib
 from ._nodes import Children, Life, Parent
@@ -26,10 +26,10 @@ class Archives(Children[Archive]):
                          lib.FindArchiveByWorkName)
 
     def get(self, name: Text) -> Optional[Archive]:
-        text = os.fsencode(name) if isinstance(name, str) else name
-        if b"/" not in text and b"\\" not in text:
+        text = as_text(name)
+        if "/" not in text and "\\" not in text:
             return super().get(name)
-        return self._parent._find(lib.FindArchiveByQualWorkName, name, Archive)
+        return self._search(lib.FindArchiveByQualWorkName, lib.GetQualWorkfileName, name)
 
 
 class Holder(Parent):
@@ -74,7 +74,11 @@ class Holder(Parent):
                   ffi.NULL, encoded(revision), encoded(label), encoded(description),
                   encoded(message), encoded(group), ffi.NULL, 0, lib.TRVS_PUT_READ_ONLY)
             try:
-                return self.add_existing(record, path)
+                added = self.add_existing(record, path)
+                if os.fsencode(added.workfile) == place:
+                    return added
+                added.remove()
+                raise DatabaseError("%s: no record can hold this name" % decoded(record))
             except DatabaseError:
                 self.project.database.flush()
                 os.remove(path)
@@ -254,7 +258,7 @@ class Project(Holder):
             self._check()
             status = flat(lib.FoldapiSetDirective, self._token, encoded(name), encoded(value))
             if status != Status.DONE:
-                subject = "%s %s=%s" % (self.name, _shown(name), _shown(value))
+                subject = "%s %s=%s" % (self.name, as_text(name), as_text(value))
                 raise error_of(Status.NO_MEMORY if status == -1 else status, subject)
             self.database._forget_configuration()
 
@@ -270,7 +274,3 @@ class Project(Holder):
             model = dict(zip(names[::2], names[1::2]))
             model.update({name: "" for name in model.values() if name not in model})
             return model
-
-
-def _shown(text: Text) -> str:
-    return text if isinstance(text, str) else decoded(text)

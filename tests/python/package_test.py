@@ -160,6 +160,10 @@ class Work(TeamTest):
         with self.assertRaises(trevault.UnchangedError):
             self.pump.check_in(built, "Build 1", lock=True)
         self.assertEqual([], self.pump.locks)
+        self.pump.lock("1.0")
+        with self.assertRaises(trevault.UnchangedError):
+            self.pump.check_in(built, "Build 1", lock=True, revision="1.1")
+        self.assertEqual(["1.0"], [each.revision for each in self.pump.locks])
 
     def test_names_keep_their_bytes(self):
         odd = os.fsdecode(b"B\xfcro.txt")
@@ -222,6 +226,12 @@ class Refusals(TeamTest):
              lambda: self.project.archives["pmup.c"]),
             (trevault.ExistsError, "has a record", lambda: self.project.add(self.work / "pump.c")),
             (trevault.NotFoundError, "workfile", lambda: self.project.add(self.work / "none.c")),
+            (trevault.NotFoundError, "workfile",
+             lambda: self.project.add(self.write("a\\b.c", "x"))),
+            (trevault.DatabaseError, "must not contain",
+             lambda: self.project.add(self.write("a]b.c", "x"))),
+            (trevault.DatabaseError, "hold this name",
+             lambda: self.project.add(self.write("dot./b.c", "x"))),
             (trevault.DatabaseError, "is a project",
              lambda: self.db.create_project("Pump", self.work)),
             (trevault.DatabaseError, ".", lambda: self.db.create_project("a]", self.work)),
@@ -229,6 +239,7 @@ class Refusals(TeamTest):
         for kind, words, call in cases:
             with self.subTest(words), self.assertRaisesRegex(kind, words):
                 call()
+        self.assertEqual(2, len(self.project.archives))
         self.pump.path.unlink()
         self.assertFalse(self.pump.status)
         with self.assertRaises(trevault.UnreadableError):
