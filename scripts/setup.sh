@@ -13,8 +13,8 @@ case "${1-}" in
     packages="$packages git rcs man-db glusterfs-server glusterfs-client python3-zstandard python3-xxhash"
     packages="$packages $python python3-pip python3-venv python3-wheel mypy flake8 chromium"
     ;;
-  deb) packages="$packages debhelper lintian" ;;
-  bench) packages="$packages libglib2.0-dev libsqlite3-dev rcs" ;;
+  deb) packages="$packages debhelper dh-python lintian $python" ;;
+  bench) packages="$packages libglib2.0-dev libsqlite3-dev rcs $python" ;;
   ports) packages="$packages debootstrap g++-i686-linux-gnu g++-s390x-linux-gnu qemu-user" ;;
   windows)
     packages="$packages g++-mingw-w64-x86-64-posix g++-mingw-w64-i686-posix googletest make xz-utils wine64"
