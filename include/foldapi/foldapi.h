@@ -122,7 +122,8 @@ typedef struct TVHandle TVHandle;
 
 /* Starts the archive toolkit for a process (`reason` 1) or a thread (2); 0 and 3 do nothing. The
  * library calls it with reason 1 itself when it is loaded; a thread that wants a start of its own
- * calls DllMain(NULL, 2, NULL). `module` and `reserved` are not looked at.
+ * calls DllMain(NULL, 2, NULL). Windows calls it for all threads with its own `module`: that does
+ * nothing. `reserved` is not looked at.
  * Gives 1, or 0 if the toolkit could not start. */
 FOLDAPI_EXPORT int32_t FOLDAPI_CALL DllMain(void* module, uint32_t reason, void* reserved);
 

@@ -31,10 +31,12 @@ bool attach() {
 
 }  // namespace
 
-// Windows calls it for each thread that starts.
-int32_t DllMain(void*, uint32_t reason, void*) {
+// Windows calls it for each thread that starts, and then gives the module. Such a thread may start
+// within an operation of another one, which may even wait for it: it must leave the toolkit alone.
+int32_t DllMain(void* module, uint32_t reason, void*) {
   return foldapi::api::guardedAside(0, [&] {
-    if (reason != kProcessAttach && reason != kThreadAttach) return 1;
+    const bool isSystems = module != nullptr && reason == kThreadAttach;
+    if (isSystems || (reason != kProcessAttach && reason != kThreadAttach)) return 1;
     return attach() ? 1 : 0;
   });
 }
