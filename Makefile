@@ -6,7 +6,7 @@
 #   make python  the Python package in build/python, and its source distribution
 #   make test    all tests: optimised, with the sanitizers, and the checks of the sources
 #   make bench   the benchmarks
-#   make windows   the libraries and the examples for Windows, as zip files
+#   make windows   the libraries, trevault and the examples for Windows, as zip files
 #   make test-windows   tests of those, in Wine
 #   make test-ports   the engine's and the store's tests as a 32-bit and as a big-endian machine
 #

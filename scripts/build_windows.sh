@@ -1,5 +1,5 @@
 #!/bin/sh
-# Builds the libraries and the examples for Windows, and packs them with their headers:
+# Builds the libraries, the program and the examples for Windows, and packs them with their headers:
 # build_windows.sh [x86_64|i686 ...]. Both machines without any. All is below build-windows.
 #
 # zstd is built from Debian's source package: what is fetched must have the checksum below.
@@ -57,7 +57,7 @@ pack() {
   mkdir -p "$into/bin" "$into/lib" "$into/include" "$into/examples"
   cp "$build/foldapi.dll" "$build/btkf520.dll" "$into/bin"
   for example in examples/*.c; do cp "$build/$(basename "$example" .c).exe" "$into/bin"; done
-  cp "$build/team.exe" "$into/bin"
+  cp "$build/team.exe" "$build/trevault.exe" "$into/bin"
   cp "$build/libfoldapi.dll.a" "$build/libbtkf520.dll.a" "$into/lib"
   cp -r include/foldapi include/btkf520 "$into/include"
   cp examples/*.c "$into/examples"

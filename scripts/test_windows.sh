@@ -4,12 +4,13 @@
 #
 # A machine's tests: what the DLLs need and export; rules of files that only Windows has, several
 # writers and killed ones among them; tests of other systems that use nothing of theirs; the sample
-# database; the examples.
+# database; the examples; a day of trevault.
 set -eu
 cd "$(dirname "$0")/.."
 source=$PWD
 windows=$PWD/build-windows
 machines=${*:-x86_64 i686}
+tests='windows base core dates domain runtime store toolkit btkf520 api'
 wine_version=8.0~repack-4
 # Wine's folder for 32-bit programs is put in its place for this script alone.
 [ -n "${FOLDAPI_OWN_MOUNTS-}" ] || FOLDAPI_OWN_MOUNTS=1 exec unshare -m "$0" "$@"
@@ -39,11 +40,14 @@ fetch_wine32() {
 }
 
 # Writes a script that runs a program as if it were one of this system: wrap MACHINE PROGRAM. Its
-# lines end in LF then, and it is stopped if it hangs.
+# lines end in LF then, and it is stopped if it hangs. A user's profile is in his home.
 wrap() {
   cat > "$windows/$1/run/$2" << EOF
 #!/bin/sh
+export WINEPREFIX='$WINEPREFIX' WINEDEBUG='$WINEDEBUG' WINEDLLOVERRIDES='$WINEDLLOVERRIDES'
+export KSTR_INI="\${KSTR_INI-\$HOME/KSTR.INI}"
 files=\$(mktemp -d)
+[ ! -t 0 ] || exec < /dev/null
 { timeout 300 /usr/lib/wine/wine64 '$(find "$windows/$1/build" -name "$2.exe")' "\$@" 2> "\$files/errors"
   echo \$? > "\$files/code"; } | sed 's/\r\$//'
 sed 's/\r\$//' "\$files/errors" >&2
@@ -59,24 +63,43 @@ test_machine() {
   run=$windows/$1/run
   "$source/scripts/check_dlls.py" "$1" "$build" "$source"
   mkdir -p "$run"
-  for program in files_test base_test core_test dates_test domain_test describe walk team archive; do
-    wrap "$1" "$program"
-  done
+  for program in describe walk team archive exchange trevault; do wrap "$1" "$program"; done
   for dll in foldapi btkf520; do
     cp "$build/$dll.dll" "$build/tests/windows"
   done
-  for test in files base core dates domain; do
+  for test in $tests; do
     echo "$1: $test"
+    wrap "$1" "${test}_test"
     "$run/${test}_test" --gtest_brief=1
   done
   echo "$1: archive example"
   tests/scripts/check_archive.sh "$run/archive"
   echo "$1: walk example"
   check_walk "$run"
+  echo "$1: archives of both sides"
+  check_exchange "$run"
+  echo "$1: a day of trevault"
+  TMPDIR=$windows tests/scripts/check_transcript.py "$run/trevault" tests/windows/day.txt
   if [ -e ../shared/sample/make_sample.py ]; then
     echo "$1: sample walk"
     tests/scripts/check_sample.sh python3 ../shared/sample/make_sample.py "$run/describe"
   fi
+}
+
+# What is made here is read and changed there, and the other way round. The lists of a database are
+# the same to the byte, whoever has made it.
+check_exchange() {
+  dir=$(mktemp -d)
+  for order in "$native $1 $native" "$1 $native $1"; do
+    mkdir "$dir/archive"
+    for side in $order; do
+      [ ! -e "$dir/archive/file.c_v" ] || "$side/exchange" read "$dir/archive"
+      "$side/exchange" make "$dir/archive"
+    done
+    for side in "$native" "$1"; do "$side/exchange" read "$dir/archive"; done
+    rm -r "$dir/archive"
+  done
+  rm -r "$dir"
 }
 
 # The team's day and what the C example tells of it, as on other systems.
@@ -91,6 +114,9 @@ check_walk() {
   rm -rf "$dir"
 }
 
+native=$windows/native/build
+scripts/build.sh "$native" exchange -DFOLDAPI_PROGRAM=OFF
+native=$native/tests
 for machine in $machines; do
   scripts/build_windows.sh "$machine"
   scripts/build.sh "build-windows/$machine/build" -DFOLDAPI_TESTS=ON windows_tests

@@ -8,7 +8,6 @@
 #include "cli/options.h"
 #include "cli/session.h"
 #include "foldapi/foldapi.h"
-#include "os/program.h"
 #include "os/stop.h"
 #include "os/terminal.h"
 #include "runtime/assertion.h"
@@ -42,9 +41,7 @@ bool mayBeLong(std::string_view command) {
 
 // Whether the reader has seen the manual's page; without one there is the page of help.
 bool openManual(const std::string& page) {
-  const bool isRead = !page.empty() && os::isTerminal(os::Stream::kOutput);
-  return isRead &&
-         os::runCommand(fmt::format("man -w {0} >/dev/null 2>&1 && man {0}", page), {}) == 0;
+  return !page.empty() && os::isTerminal(os::Stream::kOutput) && os::showManual(page);
 }
 
 Exit run(const std::vector<std::string>& words) {
@@ -82,5 +79,5 @@ int main(int count, char** words) {
   foldapi::setAssertionTarget([](const char*) {});  // They mean nothing to people.
   os::keepOutputForResults();
   os::deferStops();
-  return static_cast<int>(cli::run({words + 1, words + count}));
+  return static_cast<int>(cli::run(os::commandLine(count, words)));
 }

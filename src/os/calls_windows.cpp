@@ -14,16 +14,6 @@ constexpr size_t kLongPath = 240;  // From here on the calls want the long form.
 constexpr std::wstring_view kLongForm = L"\\\\?\\";
 constexpr std::wstring_view kLongShare = L"\\\\?\\UNC\\";
 
-UINT codePage() {
-  static const UINT page = [] {
-    wchar_t text[16];
-    const DWORD length = ::GetEnvironmentVariableW(L"TRVS_CODEPAGE", text, 16);
-    const unsigned long number = length > 0 && length < 16 ? std::wcstoul(text, nullptr, 10) : 0;
-    return ::IsValidCodePage(static_cast<UINT>(number)) ? static_cast<UINT>(number) : ::GetACP();
-  }();
-  return page;
-}
-
 std::string convert(std::wstring_view wide, bool* isWhole) {
   const bool isUtf8 = codePage() == CP_UTF8;
   const DWORD flags = isUtf8 ? 0 : WC_NO_BEST_FIT_CHARS;
@@ -68,6 +58,16 @@ bool isLegal(std::wstring_view path) {
 }
 
 }  // namespace
+
+UINT codePage() {
+  static const UINT page = [] {
+    wchar_t text[16];
+    const DWORD length = ::GetEnvironmentVariableW(L"TRVS_CODEPAGE", text, 16);
+    const unsigned long number = length > 0 && length < 16 ? std::wcstoul(text, nullptr, 10) : 0;
+    return ::IsValidCodePage(static_cast<UINT>(number)) ? static_cast<UINT>(number) : ::GetACP();
+  }();
+  return page;
+}
 
 std::optional<std::wstring> toWide(std::string_view text) {
   std::wstring wide(text.size(), L'\0');

@@ -20,6 +20,8 @@ namespace os {
 
 constexpr DWORD kShareAll = FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE;
 
+// Of all texts: see above.
+UINT codePage();
 // Nothing for bytes, or characters, that the other side doesn't have.
 std::optional<std::wstring> toWide(std::string_view text);
 std::optional<std::string> toText(std::wstring_view wide);

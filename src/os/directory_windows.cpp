@@ -38,7 +38,11 @@ std::string parentOf(std::string_view path) {
 std::string currentDirectory() {
   std::wstring path(::GetCurrentDirectoryW(0, nullptr), L'\0');
   path.resize(::GetCurrentDirectoryW(static_cast<DWORD>(path.size()), path.data()));
-  return pathText(path);
+  std::wstring written(32768, L'\0');  // As it is in its directory, not as it was typed.
+  written.resize(::GetLongPathNameW(path.c_str(), written.data(), 32768));
+  std::string text = pathText(written.empty() ? path : written);
+  if (text.substr(1, 2) == ":/") text[0] = static_cast<char>(text[0] & ~0x20);
+  return text;
 }
 
 bool changeDirectory(const std::string& path) {

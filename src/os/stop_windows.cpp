@@ -9,8 +9,13 @@ namespace {
 
 std::atomic<bool> theWish = false;
 
-// The second wish is left to the system, which ends the process.
-BOOL WINAPI rememberStop(DWORD /*kind*/) { return theWish.exchange(true) ? FALSE : TRUE; }
+// The second wish is left to the system, which ends the process. Where the console goes, or the
+// user does, it ends it once this returns, or some seconds later: these are for the work at hand.
+BOOL WINAPI rememberStop(DWORD kind) {
+  const bool isSecond = theWish.exchange(true);
+  if (kind != CTRL_C_EVENT && kind != CTRL_BREAK_EVENT) ::Sleep(INFINITE);
+  return isSecond ? FALSE : TRUE;
+}
 
 }  // namespace
 

@@ -5,12 +5,15 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <csignal>
 #include <cstdlib>
 #include <initializer_list>
 #include <utility>
 
 #include "os/calls_posix.h"
+#include "os/environment.h"
+#include "os/program.h"
 #include "os/stop.h"
 #include "os/terminal.h"
 
@@ -65,6 +68,19 @@ bool waitForInput(int descriptor) {
 
 bool isTerminal(Stream stream) { return ::isatty(descriptorOf(stream)) != 0; }
 
+bool takesColours() {
+  return isTerminal(Stream::kOutput) && environmentVariable("TERM").value_or("") != "dumb";
+}
+
+bool showsUtf8() {
+  for (const char* name : {"LC_ALL", "LC_CTYPE", "LANG"}) {
+    const std::string locale = environmentVariable(name).value_or("");
+    if (locale.empty()) continue;
+    return locale.find("UTF-8") != std::string::npos || locale.find("utf8") != std::string::npos;
+  }
+  return false;
+}
+
 int terminalWidth() {
   constexpr int kUsual = 80;
   winsize size = {};
@@ -106,6 +122,10 @@ bool endPager() {
   int status = 0;
   const pid_t ended = uninterrupted([&] { return ::waitpid(thePager, &status, 0); });
   return ended == thePager && !(WIFEXITED(status) && WEXITSTATUS(status) == kNotFound);
+}
+
+bool showManual(const std::string& page) {
+  return runCommand("man -w " + page + " >/dev/null 2>&1 && man " + page, {}) == 0;
 }
 
 Written writeTo(Stream stream, std::string_view text) {
@@ -157,6 +177,12 @@ std::optional<int> runOnTerminal(const std::string& command, const std::string& 
   std::signal(SIGINT, before);
   if (ended != child) return {};
   return WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
+}
+
+std::string usualEditor() { return "vi"; }
+
+std::vector<std::string> commandLine(int count, char** words) {
+  return {words + std::min(1, count), words + count};
 }
 
 void keepOutputForResults() {

@@ -2,6 +2,12 @@
 #include <fcntl.h>
 #include <io.h>
 
+// The first one is needed by the second.
+// clang-format off
+#include <windows.h>
+#include <shellapi.h>
+// clang-format on
+
 #include <cstdio>
 #include <utility>
 
@@ -28,6 +34,19 @@ HANDLE handleOf(Stream stream) {
 bool isConsole(HANDLE stream) {
   DWORD mode = 0;
   return ::GetConsoleMode(stream, &mode) != FALSE;
+}
+
+// Lines until Ctrl-Z is typed, as characters: the bytes are in another code page than all texts.
+std::optional<std::string> readConsole(HANDLE console) {
+  std::string text;
+  wchar_t piece[1024];
+  for (;;) {
+    DWORD count = 0;
+    if (!::ReadConsoleW(console, piece, 1024, &count, nullptr)) return {};
+    const std::wstring_view line(piece, count);
+    if (line.empty() || line.front() == L'\x1A') return text;
+    text += toTextAnyway(line);
+  }
 }
 
 std::pair<int, int> sizeOfConsole() {
@@ -60,6 +79,15 @@ Written writeAll(HANDLE stream, std::string_view text) {
 
 bool isTerminal(Stream stream) { return isConsole(handleOf(stream)); }
 
+bool takesColours() {
+  const HANDLE console = handleOf(Stream::kOutput);
+  DWORD mode = 0;
+  return ::GetConsoleMode(console, &mode) &&
+         ::SetConsoleMode(console, mode | ENABLE_VIRTUAL_TERMINAL_PROCESSING);
+}
+
+bool showsUtf8() { return codePage() == CP_UTF8; }
+
 int terminalWidth() { return sizeOfConsole().first; }
 
 int terminalHeight() { return sizeOfConsole().second; }
@@ -71,7 +99,10 @@ bool endPager() { return true; }
 
 Written writeTo(Stream stream, std::string_view text) { return writeAll(handleOf(stream), text); }
 
+bool showManual(const std::string& /*page*/) { return false; }
+
 std::optional<std::string> readInput() {
+  if (isTerminal(Stream::kInput)) return readConsole(handleOf(Stream::kInput));
   std::string text;
   char piece[4096];
   for (;;) {
@@ -107,6 +138,18 @@ std::optional<int> runOnTerminal(const std::string& command, const std::string& 
   const auto line = toWide(command + " \"" + file + "\"");
   if (!line || file.find_first_of("\"%") != std::string::npos) return {};
   return runShell(*line, nullptr, STD_OUTPUT_HANDLE);
+}
+
+std::string usualEditor() { return "notepad"; }
+
+// The C runtime's words are in the system's code page, whatever ours is.
+std::vector<std::string> commandLine(int /*count*/, char** /*words*/) {
+  std::vector<std::string> typed;
+  int count = 0;
+  wchar_t** const words = ::CommandLineToArgvW(::GetCommandLineW(), &count);
+  for (int i = 1; i < count; ++i) typed.push_back(toTextAnyway(words[i]));
+  ::LocalFree(words);
+  return typed;
 }
 
 void keepOutputForResults() {

@@ -21,13 +21,14 @@ std::string editor() {
     const std::string command = os::environmentVariable(name).value_or("");
     if (!command.empty()) return command;
   }
-  return "vi";
+  return os::usualEditor();
 }
 
 // The lines that are no comments, without empty ones at both ends.
 std::string withoutComments(const std::string& text) {
   std::string message;
-  for (const std::string& line : split(text, '\n')) {
+  for (std::string& line : split(text, '\n')) {
+    if (line.ends_with('\r')) line.pop_back();
     const bool isComment = line.starts_with('#');
     const bool isLeading = message.empty() && line.empty();
     if (!isComment && !isLeading) message += line + '\n';

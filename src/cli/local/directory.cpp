@@ -73,7 +73,7 @@ std::optional<WorkDirectory> findWorkDirectory(const std::string& start) {
     if (result != os::FileResult::kMissing && os::hasEntry(fileIn(top).c_str())) {
       throw Problem{fileIn(top), "can't be read", "see who owns it"};
     }
-    if (top == "/" || top == ".") return {};
+    if (os::parentOf(top) == top) return {};
   }
 }
 

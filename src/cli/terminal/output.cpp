@@ -148,9 +148,7 @@ std::string_view doing(std::string_view command) {
 
 bool wantsColour(const std::string& wish) {
   if (wish != "auto") return wish == "always";
-  const auto none = os::environmentVariable("NO_COLOR");
-  const bool isDumb = os::environmentVariable("TERM").value_or("") == "dumb";
-  return os::isTerminal(os::Stream::kOutput) && none.value_or("").empty() && !isDumb;
+  return os::environmentVariable("NO_COLOR").value_or("").empty() && os::takesColours();
 }
 
 }  // namespace
@@ -161,14 +159,7 @@ Output::Output(Manner manner, std::string command)
       isTerminal_(os::isTerminal(os::Stream::kOutput)),
       isColoured_(!manner_.json && wantsColour(manner_.colour)) {}
 
-bool Output::isWide() const {
-  for (const char* name : {"LC_ALL", "LC_CTYPE", "LANG"}) {
-    const std::string locale = os::environmentVariable(name).value_or("");
-    if (locale.empty()) continue;
-    return locale.find("UTF-8") != std::string::npos || locale.find("utf8") != std::string::npos;
-  }
-  return false;
-}
+bool Output::isWide() const { return os::showsUtf8(); }
 
 std::string Output::coloured(std::string_view text, Colour colour) const {
   if (!isColoured_ || colour == Colour::kPlain) return std::string(text);

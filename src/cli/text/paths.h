@@ -6,11 +6,13 @@
 
 namespace cli {
 
+// Whether both are the same text; letter case doesn't count where disks are blind to it.
+bool isSamePath(std::string_view first, std::string_view second);
 // `path` from `base`, which is absolute, without empty parts, "." and "..".
 std::string absolutePath(std::string_view base, std::string_view path);
 // Whether `path` is `top` or lies below it. Both are absolute.
 bool isBelow(std::string_view top, std::string_view path);
-// `path` as seen from `from`, "." for the same. Both are absolute.
+// `path` as seen from `from`, "." for the same; itself on another drive. Both are absolute.
 std::string relativePath(std::string_view from, std::string_view path);
 
 std::string_view directoryPart(std::string_view path);  // "" without a separator.
