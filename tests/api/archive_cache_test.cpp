@@ -34,7 +34,7 @@ class ArchiveCache : public testing::Test {
   // Keeps the time, whatever is written, unless another one is asked for.
   void writeArchive(const string& name, const support::Archive& content, time_t time = 900000000) {
     scratch_.database().writeArchive("vault/" + name + "_v", content);
-    const utimbuf times = {time, time};
+    utimbuf times = {time, time};
     utime(archive(name).c_str(), &times);
   }
 

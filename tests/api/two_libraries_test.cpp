@@ -103,10 +103,14 @@ TEST_F(TwoLibraries, TheClientsAnswersAreItsOwn) {
 
 // A real fault: what a client loaded answered for the library's projects, and the other way round.
 TEST_F(TwoLibraries, TheClientsConfigurationChangesOnPurposeAlone) {
-  const string blind = path("PROJECT.CFG");  // Found as the library finds files.
+  const string mapped = "W:/project.cfg";  // Found as the library finds files.
+  const string profile = scratch_.database().profile();
+  const string directory = path("project.cfg").substr(0, path("project.cfg").rfind('/'));
+  support::writeFile(profile,
+                     support::readFile(profile) + "[TRVSPATHS]\r\nW:=" + directory + "\r\n");
   useLibrary();
   EXPECT_EQ(directories(), "client");
-  EXPECT_EQ(TrvsQueryConfiguration(blind.c_str(), 0, 0, TRVS_READ_FOLLOWING), 107);
+  EXPECT_EQ(TrvsQueryConfiguration(mapped.c_str(), 0, 0, TRVS_READ_FOLLOWING), 107);
   TVHandle* const root = scratch_.openRoot();
   for (TVHandle* none : {root, static_cast<TVHandle*>(nullptr)}) {
     EXPECT_EQ(FoldapiUseProject(none), 0);
@@ -118,8 +122,8 @@ TEST_F(TwoLibraries, TheClientsConfigurationChangesOnPurposeAlone) {
   EXPECT_EQ(FoldapiUseProject(project), 1);
   EXPECT_EQ(directories(), "library");
   EXPECT_EQ(TrvsCreateArchive(path("x_v").c_str(), "x", nullptr, nullptr, 0, 0), 15);
-  EXPECT_EQ(FoldapiNativePath(blind.c_str()), path("project.cfg"));
-  EXPECT_EQ(TrvsQueryConfiguration(blind.c_str(), 0, 0, TRVS_READ_FIRST), TRVS_DONE);
+  EXPECT_EQ(FoldapiNativePath(mapped.c_str()), path("project.cfg"));
+  EXPECT_EQ(TrvsQueryConfiguration(mapped.c_str(), 0, 0, TRVS_READ_FIRST), TRVS_DONE);
   EXPECT_STREQ(GetProjectVCSDirs(project), "library");
   const string file = GetProjectCfgFile(project);
   std::filesystem::remove(file);

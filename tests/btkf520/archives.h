@@ -2,9 +2,6 @@
 // users that take turns, and callbacks that answer what a test tells them to.
 #pragma once
 
-#include <sys/stat.h>
-#include <unistd.h>
-
 #include <cstring>
 #include <map>
 #include <optional>
@@ -81,7 +78,7 @@ class Archives : public Toolkit {
                            how.description, how.change, how.group, how.author, how.time, how.flags);
   }
   int32_t put(std::string_view bytes, const Put& how) {
-    chmod(workfile().c_str(), 0644);
+    support::setWritable(workfile(), true);
     write("m.c", bytes);
     return put(how);
   }
@@ -208,10 +205,7 @@ class Archives : public Toolkit {
     return result;
   }
 
-  bool isWorkfileWritable() const {
-    struct stat status {};
-    return stat(workfile().c_str(), &status) == 0 && (status.st_mode & S_IWUSR) != 0;
-  }
+  bool isWorkfileWritable() const { return support::isWritable(workfile()); }
 
   // Has all callbacks of questions answer from `answers`, by id, 0 if nothing stands there; what
   // they are asked is added to `asked`, and lines of reports to `lines`.

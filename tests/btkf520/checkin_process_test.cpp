@@ -1,12 +1,17 @@
 // btkf520/checkin_process_test.cpp: a team of processes that check in to one archive at once, and
 // processes that die.
+#include <sys/stat.h>
+#include <unistd.h>
+
 #include <filesystem>
+#include <functional>
 #include <random>
 #include <set>
 #include <sstream>
 
 #include "btkf520/archives.h"
 #include "support/childprocess.h"
+#include "support/limits.h"
 
 namespace btkf520_test {
 namespace {
@@ -128,6 +133,33 @@ TEST_F(Team, MakesAnArchiveOnce) {
               TRVS_DONE);
     EXPECT_EQ(winners, description);
   }
+}
+
+// Real faults: a line of tabs took gigabytes, and who cut a file short killed whoever compared it
+// or checked it in.
+TEST_F(Team, OutlivesAFileThatIsLongOrCutShort) {
+  static std::string theFile;
+  const auto survives = [](const std::string& file, const std::function<int()>& work) {
+    return support::inProcess([&] {
+      theFile = file;
+      support::writeFile(file, std::string(4 << 20, '\t'));
+      support::limitMemory(100 << 20);
+      static int calls = 0;
+      TrvsRegisterCallback(TRVS_CALLBACK_CONTINUE, anyCallback(+[]() -> int32_t {
+                             return ++calls == 2 ? truncate(theFile.c_str(), 0) : 0;
+                           }));
+      return work();
+    });
+  };
+  write("second", "a\n");
+  const auto compare = [this] {
+    int16_t result = -1;
+    return TrvsTestDifferences(TRVS_CONTEXT, path("first").c_str(), "", path("second").c_str(), "",
+                               &result, 64, nullptr, 0);
+  };
+  EXPECT_EQ(survives(path("first"), compare), 0);
+  ASSERT_EQ(create(), 0);
+  EXPECT_EQ(survives(workfile(), [&] { return put({}); }), 0);
 }
 
 }  // namespace

@@ -1,5 +1,6 @@
 // btkf520/checkin_test.cpp: creating archives, checking in and checking out through the C
 // functions.
+#include <sys/stat.h>
 #include <utime.h>
 
 #include <cerrno>

@@ -7,6 +7,7 @@
 #include <functional>
 
 #include "btkf520/archives.h"
+#include "btkf520/operations/linediff.h"
 #include "os/pages.h"
 #include "os/systemcalls.h"
 #include "support/failingheap.h"
@@ -210,6 +211,15 @@ TEST_F(Failures, OfAReplacedArchiveCostASecondLook) {
     }
   }
   EXPECT_EQ(support::readFile(workfile()), "0\n7919\n31676\n");
+}
+
+// Short lines at the start say little about the rest.
+TEST(LineDifferences, TakeMemoryForLinesThatAreThere) {
+  const size_t mostOrdinary = os::Memory::mostOrdinary.exchange(4 << 20);
+  const os_test::SystemCalls calls;
+  EXPECT_EQ(btkf::Lines(std::string(2000, '\n') + std::string(8 << 20, 'x')).size(), 2001u);
+  EXPECT_EQ(calls.log("fallocate"), "");
+  os::Memory::mostOrdinary = mostOrdinary;
 }
 
 }  // namespace

@@ -3,6 +3,7 @@
 // contents that are listed, found and read.
 #include <fcntl.h>
 #include <sys/stat.h>
+#include <unistd.h>
 #include <utime.h>
 
 #include <string>

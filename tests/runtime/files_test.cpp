@@ -124,6 +124,8 @@ TEST(FileTests, TellKindAndRights) {
   for (const char* path_ : {"", "/", "\\", "c:", "Q:"}) EXPECT_TRUE(isDirectory(path_)) << path_;
   EXPECT_TRUE(isDirectory(directory.path() + "\\"));
   EXPECT_FALSE(isDirectory(path));
+  EXPECT_EQ(makeDirectories(directory / "12:/30:/file"), 0) << "a colon belongs to a name";
+  EXPECT_TRUE(isDirectory(directory / "12:/30:"));
   EXPECT_EQ(driveLetter("q:\\x"), 'q');
   EXPECT_EQ(driveLetter("q"), 0);
 }

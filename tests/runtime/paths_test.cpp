@@ -3,6 +3,8 @@
 
 #include <gtest/gtest.h>
 
+#include <filesystem>
+
 #include "runtime/files.h"
 #include "support/files.h"
 #include "support/table.h"
@@ -40,11 +42,14 @@ TEST(PathParts, AreFoundByTheLastDelimiter) {
 
   EXPECT_EQ(unifySeparators("a/b\\c/d"), "a/b/c/d");
   EXPECT_EQ(unifySeparators("a\\b/c"), "a\\b\\c");
-  for (const char* path : {"c:x", "Z:\\", "\\\\s", "//s", "/x"}) {
+  for (const char* path : {"c:x", "Z:\\", "\\\\s", "//s"}) {
     EXPECT_TRUE(hasPathPrefix(path)) << path;
   }
-  for (const char* path : {"", "x", "\\x", "1:x", "ab:c"})
-    EXPECT_FALSE(hasPathPrefix(path)) << path;
+  for (const char* path : {"", "x", "1:x", "ab:c"}) EXPECT_FALSE(hasPathPrefix(path)) << path;
+  // One separator says so where it is the system's own.
+  const bool isSlash = std::filesystem::path::preferred_separator == '/';
+  EXPECT_EQ(hasPathPrefix("/x"), isSlash);
+  EXPECT_EQ(hasPathPrefix("\\x"), !isSlash);
 }
 
 TEST(MakeDirectories, MakesAllButTheLastComponent) {
@@ -52,8 +57,6 @@ TEST(MakeDirectories, MakesAllButTheLastComponent) {
   EXPECT_EQ(makeDirectories("file"), 0);
   EXPECT_EQ(makeDirectories(directory / "a\\b/c/file"), 0);
   EXPECT_TRUE(isDirectory(directory / "a/b/c"));
-  EXPECT_EQ(makeDirectories(directory / "12:/30:/file"), 0);
-  EXPECT_TRUE(isDirectory(directory / "12:/30:"));
   EXPECT_FALSE(fileExists(directory / "a/b/c/file"));
   EXPECT_EQ(makeDirectories(directory / "a/b/c/file"), 0) << "they are there";
   support::writeFile(directory / "a/plain", "");

@@ -38,6 +38,27 @@ void writeFile(const std::string& path, std::string_view bytes) {
   if (!out) throw std::runtime_error("can't write " + path);
 }
 
+bool isWritable(const std::string& path) {
+  using std::filesystem::perms;
+  std::error_code missing;
+  const perms all = std::filesystem::status(path, missing).permissions();
+  return !missing && (all & perms::owner_write) != perms::none;
+}
+
+void setWritable(const std::string& path, bool isWritable) {
+  using std::filesystem::perms, std::filesystem::perm_options;
+  const perms all = perms::owner_write | perms::group_write | perms::others_write;
+  std::error_code missing;
+  std::filesystem::permissions(path, isWritable ? perms::owner_write : all,
+                               isWritable ? perm_options::add : perm_options::remove, missing);
+}
+
+void removeFile(const std::string& path) {
+  setWritable(path, true);
+  std::error_code missing;
+  std::filesystem::remove(path, missing);
+}
+
 std::string escaped(std::string_view bytes) {
   std::string text;
   for (const char c : bytes) {

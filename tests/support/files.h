@@ -28,6 +28,12 @@ std::string readFile(const std::string& path);
 // Replaces the file; makes the directories above it.
 void writeFile(const std::string& path, std::string_view bytes);
 
+// Whether a file may be written by its owner; false, and nothing happens, if there is none.
+bool isWritable(const std::string& path);
+void setWritable(const std::string& path, bool isWritable);
+// Removes a file, read-only or not, if there is one.
+void removeFile(const std::string& path);
+
 // Bytes as C source would write them ("a\r\n\xfc"), so that a failed comparison shows all of them.
 std::string escaped(std::string_view bytes);
 

@@ -11,4 +11,8 @@ std::string makeTemporaryDirectory();
 // Takes an environment variable away where `value` is null.
 void setVariable(const char* name, const std::string* value);
 
+// The function of that name in the toolkit's library, where the program has one of its own that
+// stands in front of it.
+void* functionOfToolkit(const char* name);
+
 }  // namespace support

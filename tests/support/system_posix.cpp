@@ -1,4 +1,5 @@
 // support/system_posix.cpp: the helpers' side of POSIX systems.
+#include <dlfcn.h>
 #include <pwd.h>
 #include <unistd.h>
 
@@ -30,5 +31,7 @@ void setVariable(const char* name, const std::string* value) {
     ::setenv(name, value->c_str(), 1);
   }
 }
+
+void* functionOfToolkit(const char* name) { return ::dlsym(RTLD_NEXT, name); }
 
 }  // namespace support

@@ -33,4 +33,8 @@ void setVariable(const char* name, const std::string* value) {
   ::_putenv_s(name, value == nullptr ? "" : value->c_str());
 }
 
+void* functionOfToolkit(const char* name) {
+  return reinterpret_cast<void*>(::GetProcAddress(::GetModuleHandleA("btkf520.dll"), name));
+}
+
 }  // namespace support

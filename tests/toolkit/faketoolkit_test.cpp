@@ -1,9 +1,9 @@
 // The functions of faketoolkit.h.
 #include "toolkit/faketoolkit.h"
 
-#include <dlfcn.h>
-
 #include <cstring>
+
+#include "support/system.h"
 
 namespace {
 
@@ -33,7 +33,7 @@ int32_t note(const char* name, Arguments... arguments) {
 // The library's own.
 template <typename Function>
 Function* next(const char* name, Function*) {
-  return reinterpret_cast<Function*>(dlsym(RTLD_NEXT, name));
+  return reinterpret_cast<Function*>(support::functionOfToolkit(name));
 }
 
 }  // namespace

@@ -37,7 +37,7 @@ std::string allMessages() {
 
 TEST(Messages, EveryTextIsThatOfTheGoldenFile) {
   const auto golden = std::filesystem::path(__FILE__).replace_filename("messages.golden");
-  EXPECT_EQ(allMessages(), support::readFile(golden));
+  EXPECT_EQ(allMessages(), support::readFile(golden.string()));
 }
 
 }  // namespace

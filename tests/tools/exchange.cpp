@@ -1,10 +1,11 @@
 // tools/exchange.cpp: archives that travel between machines of different kinds.
 //
-//     exchange make DIRECTORY    makes an archive, and plain copies of what it holds
+//     exchange make DIRECTORY    makes an archive, or goes on with the one that is there, and makes
+//                                plain copies of what it holds
 //     exchange read DIRECTORY    compares the two, and fails if they differ
 //
 // The contents and their numbers are the same on every machine.
-#include <cstdio>
+#include <filesystem>
 #include <iostream>
 #include <random>
 #include <string>
@@ -14,7 +15,7 @@
 
 namespace {
 
-constexpr int kRevisions = 40;
+constexpr int kRevisions = 40;  // Of each who makes some.
 
 std::string line(std::mt19937* random) { return "line " + std::to_string((*random)()) + '\n'; }
 
@@ -34,15 +35,26 @@ struct Paths {
         both(archive + '(' + workfile + ')'),
         directory(in) {}
   std::string plain(int number) const { return directory + "/1." + std::to_string(number); }
+  int revisions() const {
+    int count = 0;
+    while (std::filesystem::exists(plain(count))) ++count;
+    return count;
+  }
 };
 
 int32_t make(const Paths& paths) {
-  int32_t status =
-      TrvsCreateArchive(paths.archive.c_str(), paths.workfile.c_str(), "Travels", nullptr, 0, 0);
-  std::mt19937 random(1);
+  const int first = paths.revisions();
+  std::mt19937 random(static_cast<unsigned>(first));
   std::string content;
-  for (int i = 0; i < 500; ++i) content += line(&random);
-  for (int number = 0; number < kRevisions && status == 0; ++number) {
+  int32_t status = 0;
+  if (first == 0) {
+    status =
+        TrvsCreateArchive(paths.archive.c_str(), paths.workfile.c_str(), "Travels", nullptr, 0, 0);
+    for (int i = 0; i < 500; ++i) content += line(&random);
+  } else {
+    content = changed(support::readFile(paths.plain(first - 1)), &random);
+  }
+  for (int number = first; number < first + kRevisions && status == 0; ++number) {
     support::writeFile(paths.plain(number), content);
     support::writeFile(paths.workfile, content);
     status = TrvsPutRevision(TRVS_CONTEXT, 0, paths.both.c_str(), 0, nullptr, nullptr, nullptr,
@@ -55,7 +67,7 @@ int32_t make(const Paths& paths) {
 int32_t read(const Paths& paths) {
   int32_t status = TrvsVerifyArchive(TRVS_CONTEXT, paths.archive.c_str(), nullptr, 0);
   size_t size = 0;
-  for (int number = 0; number < kRevisions && status == 0; ++number) {
+  for (int number = 0; number < paths.revisions() && status == 0; ++number) {
     status = TrvsGetRevision(TRVS_CONTEXT, paths.both.c_str(), 0,
                              ("1." + std::to_string(number)).c_str(), nullptr, nullptr, 0, nullptr,
                              0, TRVS_GET_OVERWRITE);
