@@ -3,7 +3,7 @@
 # setup.sh build | python | test | deb | bench | ports | windows
 set -eu
 packages='g++ cmake ninja-build python3 pkg-config libzstd-dev libgtest-dev
-libcli11-dev libfmt-dev nlohmann-json3-dev scdoc'
+libcli11-dev libcpp-httplib-dev libfmt-dev nlohmann-json3-dev scdoc'
 python='python3-cffi python3-dev python3-setuptools'
 case "${1-}" in
   build) ;;

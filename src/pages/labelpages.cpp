@@ -60,7 +60,12 @@ struct Pair {
   const Labelled* older = nullptr;
 };
 
-void writeDifference(Html& html, const Context& context, const Pair& pair) {
+struct Sides {
+  const Label& newer;
+  const Label& older;
+};
+
+void writeDifference(Html& html, const Context& context, const Sides& sides, const Pair& pair) {
   const auto row = html.in("tr");
   const Labelled& known = pair.newer != nullptr ? *pair.newer : *pair.older;
   {
@@ -72,7 +77,7 @@ void writeDifference(Html& html, const Context& context, const Pair& pair) {
   }
   const auto cell = html.in("td", {{"class", "what"}});
   if (pair.older == nullptr || pair.newer == nullptr) {
-    html.text(pair.older == nullptr ? "only here" : "only in the other one");
+    html.text("only in " + cli::shown(pair.older == nullptr ? sides.newer.name : sides.older.name));
   } else if (known.file == nullptr) {
     html.text("differs");
   } else {
@@ -184,7 +189,7 @@ void writeBetween(Html& html, const Context& context, const Label& label, const 
     const auto table = html.in("table", {{"class", "list"}});
     writeHeads(html, {"File", cli::shown(older.name), cli::shown(label.name), ""});
     const auto body = html.in("tbody");
-    for (const Pair& each : pairs) writeDifference(html, context, each);
+    for (const Pair& each : pairs) writeDifference(html, context, {label, older}, each);
   });
 }
 

@@ -122,10 +122,12 @@ border-bottom:1px solid var(--line);content-visibility:auto;contain-intrinsic-si
 .both{display:grid;grid-template-columns:minmax(0,1fr) minmax(0,1fr);gap:1.2rem;margin-bottom:1rem}
 .side{min-width:0}
 .side p{margin:0 0 .2rem}
+.side .mark{margin-right:.25rem}
 .sides{border-collapse:collapse;table-layout:fixed;width:100%;border:1px solid var(--line);
 font:13px/1.55 ui-monospace,monospace}
 .sides td{padding:0 .6rem;vertical-align:top}
-.sides .at{width:3.6rem;text-align:right;color:var(--muted);user-select:none;padding:0 .5rem}
+.sides col.at{width:3.6rem}
+.sides .at{text-align:right;color:var(--muted);user-select:none;padding:0 .5rem}
 .sides .text{white-space:pre-wrap;overflow-wrap:anywhere;tab-size:4;border-right:1px solid var(--line)}
 .sides .text .mark{font:11px/1.2 system-ui,sans-serif;margin-left:.6em;vertical-align:baseline}
 .sides mark{color:inherit;border-radius:2px}
@@ -152,7 +154,7 @@ align-items:baseline;padding:.35rem 0}
 .files .marks{width:100%}
 .files .marks:empty{display:none}
 .d1{--in:.6rem}.d2{--in:1.2rem}.d3{--in:1.8rem}.d4,.d5,.d6,.d7,.d8,.d9{--in:2.4rem}
-.files .number{padding-left:var(--in)}
+.files .number,.files .marks{padding-left:var(--in)}
 .log li,.log li:not(:has(.choice)){display:flex;flex-wrap:wrap;column-gap:.8rem}
 .log .what{width:100%}
 .log .more{width:100%;justify-content:flex-start}
@@ -169,7 +171,7 @@ column-gap:.8rem}
 .both{grid-template-columns:minmax(0,1fr)}
 .sides,.sides tbody,.sides tr{display:block}
 .sides tr{display:grid;grid-template-columns:3.2rem minmax(0,1fr)}
-.sides .at{width:auto}
+.sides colgroup{display:none}
 .sides .text{border-right:0}
 .sides .gap,.same td:nth-child(n+3){display:none}
 .sides .fold{display:block}

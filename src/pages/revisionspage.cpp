@@ -82,6 +82,14 @@ class Sides {
 
   void write(const std::vector<Range>& ranges) {
     const auto table = html_.in("table", {{"class", "sides"}});
+    {
+      // The first row may be one cell, of which no width comes.
+      const auto columns = html_.in("colgroup");
+      for (int side = 0; side < 2; ++side) {
+        html_.lone("col", {{"class", "at"}});
+        html_.lone("col", {});
+      }
+    }
     for (size_t i = 0; i < ranges.size() && !isFull(); ++i) {
       if (ranges[i].isSame) {
         writeSame(ranges[i], i == 0, i + 1 == ranges.size());

@@ -18,6 +18,13 @@ grep -qx 'prefix=/opt/foldapi' "$dir"/staged/opt/foldapi/lib*/pkgconfig/foldapi.
 [ "$("$usr/bin/trevault" --version)" = "trevault $(pkg-config --modversion "$usr"/lib*/pkgconfig/foldapi.pc)" ]
 head -1 "$source/debian/changelog" | grep -qF "($("$usr/bin/trevault" --version | cut -d ' ' -f 2))" ||
   fail "debian/changelog doesn't begin with this version"
+mkdir "$dir/served"
+HOME=$dir/served KSTR_INI=$dir/served/KSTR.INI "$usr/bin/trevault" -q project add Pump "$dir/served"
+HOME=$dir/served KSTR_INI=$dir/served/KSTR.INI "$usr/bin/trevault" serve --port 0 > "$dir/line" &
+server=$!
+for _ in 1 2 3 4 5 6 7 8 9 10; do [ -s "$dir/line" ] || sleep 1; done
+kill "$server"
+grep -q '^serving http://127.0.0.1:' "$dir/line" || fail "the installed program doesn't serve"
 completes=$(PATH=$usr/bin:$PATH bash -c ". '$usr/share/bash-completion/completions/trevault'
   COMP_WORDS=(trevault checkin --unch) COMP_CWORD=2; _trevault; echo \"\${COMPREPLY[*]}\"")
 [ "$completes" = --unchanged ] || fail "bash completes --unch as $completes"

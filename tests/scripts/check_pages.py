@@ -1,15 +1,20 @@
 #!/usr/bin/env python3
-"""Writes the pages of projects and looks at them: check_pages.py TREVAULT
+"""Writes the pages of projects and looks at them, and has them served: check_pages.py TREVAULT
 
 They say what the commands say; all their links lead somewhere; whatever names and messages hold, it
-is text; and in Chromium, if it is there, nothing covers anything at three widths.
+is text; in Chromium, if it is there, nothing covers anything at three widths; and whatever is asked
+of the server, it answers with a page or refuses.
 """
+import asyncio
 import html
 import html.parser
+import http.client
 import json
 import os
 import pathlib
+import resource
 import shutil
+import signal
 import subprocess
 import sys
 import tempfile
@@ -17,7 +22,7 @@ import urllib.parse
 
 HERE = pathlib.Path(__file__).resolve().parent
 HOSTILE = [b"<script>alert(1)<", b'"onload=x', b"%2e%2e", b"caf\xe9", b"a&lt", b"..."]
-VOID = {"meta", "link", "input", "img"}
+VOID = {"meta", "link", "input", "img", "col"}
 FAULTS = []
 
 
@@ -173,6 +178,101 @@ def check_looks(chromium, top, pages):
     expect("CONSOLE" not in run.stderr, "the console says: " + run.stderr)
 
 
+class Server:
+    """'trevault serve', and what it answers."""
+
+    def __init__(self, person):
+        self.process = subprocess.Popen([person.trevault, "serve", "--port", "0"], stdout=subprocess.PIPE,
+                                        cwd=person.home, env=person.environment, text=True)
+        line = self.process.stdout.readline()
+        self.port = int(line.partition("127.0.0.1:")[2].partition("/")[0] or 0)
+
+    def ask(self, path, method="GET", host=None, **headers):
+        """The status, the headers and the body."""
+        connection = http.client.HTTPConnection("127.0.0.1", self.port, timeout=60)
+        connection.putrequest(method, path, skip_host=True)
+        if host != "":
+            connection.putheader("Host", host or "localhost:%d" % self.port)
+        for name, value in headers.items():
+            connection.putheader(name, value)
+        connection.endheaders()
+        answer = connection.getresponse()
+        return answer.status, answer.headers, answer.read().decode()
+
+    def status(self, *words, **more):
+        try:
+            return self.ask(*words, **more)[0]
+        except (http.client.HTTPException, ConnectionError):
+            return 0
+
+    async def ask_once(self, path):
+        reader, writer = await asyncio.open_connection("127.0.0.1", self.port)
+        writer.write(b"GET %s HTTP/1.1\r\nHost: localhost\r\n\r\n" % path.encode())
+        answer = await reader.read()
+        writer.close()
+        return answer.startswith(b"HTTP/1.1 200 ") and answer.endswith(b"</html>")
+
+    async def ask_often(self, path, count):
+        return await asyncio.gather(*(self.ask_once(path) for _ in range(count)), return_exceptions=True)
+
+    def end(self):
+        self.process.send_signal(signal.SIGINT)
+        return self.process.wait(timeout=30)
+
+
+def crawl(server):
+    """All pages by their paths."""
+    pages, left = {}, ["/"]
+    while left:
+        path = left.pop()
+        if path in pages:
+            continue
+        status, headers, text = server.ask(path)
+        expect(status == 200 and "default-src 'none'" in headers["Content-Security-Policy"],
+               "%s gives %d" % (path, status))
+        pages[path] = Reader(text if headers.get_content_type() == "text/html" else "")
+        for fault in pages[path].faults:
+            FAULTS.append("%s: %s" % (path, fault))
+        left += [urllib.parse.urljoin(path, link) for link in pages[path].links
+                 if not link.endswith("/choose")]
+    return pages
+
+
+def check_server(person, written):
+    server = Server(person)
+    pages = crawl(server)
+    expect(set(written) - {"index.html"} <= {each[1:] for each in pages}, "not all pages are served")
+    station = next(each for each in pages if each.startswith("/pump_station") and each.endswith("index.html"))
+    top = station.rpartition("/")[0]
+    for what, status in {
+            "traversal": server.status("/../../../etc/passwd"),
+            "coded traversal": server.status("/%2e%2e/%2e%2e/etc/passwd"),
+            "a directory above": server.status(top + "/files/../../../etc/passwd"),
+            "an absolute path": server.status("//etc/passwd"),
+            "a NUL": server.status("/index.html%00"),
+            "no such revision": server.status(top + "/revisions/pump.c/1.0..9.9.html"),
+            "a choice of nothing": server.status(top + "/revisions/pump.c/choose?from=..%2f&to=1.0")}.items():
+        expect(status == 404, "%s gives %d" % (what, status))
+    for what, status, wanted in [
+            ("a strange host", server.status("/", host="evil.example"), 421),
+            ("no host", server.status("/", host=""), 421),
+            ("POST", server.status("/", method="POST"), 405),
+            ("DELETE", server.status("/", method="DELETE"), 405),
+            ("HEAD", server.status("/", method="HEAD"), 200),
+            ("many ranges", server.status("/", Range="bytes=" + ",".join(["0-"] * 500)), 200)]:
+        expect(status == wanted, "%s gives %d" % (what, status))
+    expect(server.status("/" + "x" * 100_000) in (0, 400, 414), "a long address is taken")
+    expect(server.status("/", Cookie="x" * 100_000) in (0, 400, 431), "a long header is taken")
+    status, headers, _ = server.ask(top + "/revisions/pump.c/choose?from=1.0&to=1.2")
+    expect(status == 303 and headers["Location"] == top + "/revisions/pump.c/1.0..1.2.html",
+           "a choice of revisions leads to %s" % headers["Location"])
+    person.run("lock", "-m", "seen at once", "README")
+    expect("seen at once" in server.ask(top + "/locks.html")[2], "a new lock doesn't show")
+    answers = asyncio.run(server.ask_often(station, 1000))
+    expect(answers == [True] * 1000, "of 1000 at once %d are answered" % answers.count(True))
+    expect(server.ask("/")[0] == 200 and server.end() == 0, "it doesn't end as it should")
+
+
 def main(trevault):
     trevault = str(pathlib.Path(trevault).resolve())
     with tempfile.TemporaryDirectory() as directory:
@@ -192,6 +292,8 @@ def main(trevault):
             print("no chromium here: nobody has looked at the pages")
         else:
             check_looks(chromium, base / "out", pages)
+        resource.setrlimit(resource.RLIMIT_NOFILE, [resource.getrlimit(resource.RLIMIT_NOFILE)[1]] * 2)
+        check_server(person, pages)
     print("\n".join(FAULTS))
     return 1 if FAULTS else 0
 

@@ -46,6 +46,7 @@ const std::vector<CommandEntry>& theCommands() {
       {"attributes", "", "how archives treat their files", makeAttributes},
       {"verify", "", "read every byte of every archive", makeVerify},
       {"pages", "", "the projects as pages for a browser, in a directory", makePages},
+      {"serve", "", "the same pages, live", makeServe},
       {"export", "", "the project's history for git", makeExport},
       {"import-rcs", "", "files and histories from RCS files", makeImportRcs},
       {"completion", "", "a script that completes words in a shell", makeCompletion},

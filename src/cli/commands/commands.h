@@ -50,6 +50,7 @@ std::unique_ptr<Command> makeVerify();
 std::unique_ptr<Command> makeExport();
 std::unique_ptr<Command> makeImportRcs();
 std::unique_ptr<Command> makePages();
+std::unique_ptr<Command> makeServe();
 std::unique_ptr<Command> makeHelp();
 std::unique_ptr<Command> makeCompletion();
 

@@ -265,6 +265,16 @@ or hold such pages; pages of what is gone by now stay in it.
 
     $ trevault pages /srv/www/team
 )"},
+    {"serve", R"(
+Goes on until Ctrl-C. Pages are made of what is there when they are asked for,
+and any two revisions or labels can be compared. It listens for this machine
+alone; with '--listen' for others, who must ask by the address or by a name that
+'--host' gives. Nothing can be changed there, and whoever gets in sees all that
+you may read. With '-p' only that project.
+
+    $ trevault serve
+    $ trevault serve --listen 0.0.0.0 --host station.example
+)"},
     {"export", R"(
 Writes the history of the project as a stream for 'git fast-import'. Labels
 become tags, the trunk becomes main, each branch a branch.

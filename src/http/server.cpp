@@ -1,0 +1,192 @@
+// http/server.cpp: HTTP for pages that are only read.
+//
+// Each connection has one request, which must be there whole within some seconds and kilobytes, and
+// is answered or closed. So nobody can hold a thread for long, and those who come at once wait for
+// one another. A page of another site can have a browser ask here, but with the name of that site:
+// so the name is looked at. What comes back runs no script but the pages' own, whatever is in it.
+#include <httplib.h>
+
+#include <algorithm>
+#include <string>
+#include <utility>
+
+#include "http/service.h"
+
+namespace http {
+namespace {
+
+constexpr size_t kThreads = 32;
+constexpr size_t kLargestRequest = 32 << 10;
+constexpr int kRequestSeconds = 10;
+constexpr int kAnswerSeconds = 60;
+constexpr int kWaiting = 1024;
+constexpr time_t kLookMicroseconds = 200'000;  // How soon a wish to stop is seen.
+
+int64_t now() {
+  timespec time = {};
+  clock_gettime(CLOCK_MONOTONIC, &time);
+  return int64_t{time.tv_sec} * 1'000'000 + time.tv_nsec / 1000;
+}
+
+// A connection that ends in time.
+class Connection : public httplib::Stream {
+ public:
+  explicit Connection(socket_t socket)
+      : socket_(socket), until_(now() + int64_t{kRequestSeconds} * 1'000'000) {}
+
+  bool is_readable() const override { return true; }
+  bool is_writable() const override { return true; }
+
+  ssize_t read(char* bytes, size_t size) override {
+    size = std::min(size, kLargestRequest - read_);
+    if (size == 0 || !setTime(SO_RCVTIMEO)) return -1;
+    const ssize_t count = ::recv(socket_, bytes, size, 0);
+    if (count > 0) read_ += static_cast<size_t>(count);
+    return count;
+  }
+
+  ssize_t write(const char* bytes, size_t size) override {
+    if (!isAnswered_) until_ = now() + int64_t{kAnswerSeconds} * 1'000'000;
+    isAnswered_ = true;
+    if (!setTime(SO_SNDTIMEO)) return -1;
+    return ::send(socket_, bytes, size, MSG_NOSIGNAL);
+  }
+
+  void get_remote_ip_and_port(std::string& /*ip*/, int& /*port*/) const override {}
+  void get_local_ip_and_port(std::string& /*ip*/, int& /*port*/) const override {}
+  socket_t socket() const override { return socket_; }
+
+ private:
+  // Has the system wait no longer than is left.
+  bool setTime(int option) const {
+    const int64_t left = until_ - now();
+    if (left <= 0) return false;
+    const timeval time = {left / 1'000'000, left % 1'000'000};
+    return ::setsockopt(socket_, SOL_SOCKET, option, &time, sizeof time) == 0;
+  }
+
+  socket_t socket_;
+  int64_t until_;
+  size_t read_ = 0;
+  bool isAnswered_ = false;
+};
+
+class Server : public httplib::Server {
+ public:
+  explicit Server(const Service& service) : service_(service) {
+    set_pre_routing_handler([this](const httplib::Request& request, httplib::Response& response) {
+      answer(request, response);
+      return HandlerResponse::Handled;
+    });
+    set_expect_100_continue_handler(
+        [](const httplib::Request& /*request*/, httplib::Response& /*response*/) { return 417; });
+    set_idle_interval(0, kLookMicroseconds);
+    new_task_queue = [this] { return new Queue(*this); };
+  }
+
+  bool serve() {
+    set_address_family(AF_UNSPEC);
+    int port = service_.port;
+    if (port == 0) {
+      port = bind_to_any_port(service_.address);
+    } else if (!bind_to_port(service_.address, port)) {
+      port = -1;
+    }
+    // The library has only a few wait.
+    if (port < 0 || ::listen(svr_sock_, kWaiting) != 0) return false;
+    service_.begin(port);
+    return listen_after_bind();
+  }
+
+ private:
+  // Looks whether to stop, too.
+  class Queue : public httplib::TaskQueue {
+   public:
+    explicit Queue(Server& server) : server_(server), threads_(kThreads) {}
+    void enqueue(std::function<void()> task) override {
+      on_idle();
+      threads_.enqueue(std::move(task));
+    }
+    void on_idle() override {
+      if (server_.service_.isStopWanted()) server_.stop();
+    }
+    void shutdown() override { threads_.shutdown(); }
+
+   private:
+    Server& server_;
+    httplib::ThreadPool threads_;
+  };
+
+  bool process_and_close_socket(socket_t socket) override {
+    Connection connection(socket);
+    bool isClosed = false;
+    const bool isDone = process_request(connection, true, isClosed, [](httplib::Request& request) {
+      // Pages go as a whole, and as they are.
+      request.ranges.clear();
+      request.headers.erase("Accept-Encoding");
+    });
+    // What is still to be read would have the system drop what is still to be sent.
+    ::shutdown(socket, SHUT_WR);
+    char rest[4096];
+    while (isDone && connection.read(rest, sizeof rest) > 0) {
+    }
+    ::close(socket);
+    return isDone;
+  }
+
+  static void say(httplib::Response& response, int status, const char* text) {
+    response.status = status;
+    response.set_content(std::string(text) + "\n", "text/plain; charset=utf-8");
+  }
+
+  void answer(const httplib::Request& request, httplib::Response& response) const {
+    for (const auto& [name, value] :
+         {std::pair("Content-Security-Policy",
+                    "default-src 'none'; style-src 'self'; script-src 'self'; img-src data:; "
+                    "form-action 'self'; base-uri 'none'; frame-ancestors 'none'"),
+          std::pair("X-Content-Type-Options", "nosniff"), std::pair("X-Frame-Options", "DENY"),
+          std::pair("Referrer-Policy", "no-referrer"),
+          std::pair("Cross-Origin-Resource-Policy", "same-origin"),
+          std::pair("Cache-Control", "no-cache")}) {
+      response.set_header(name, value);
+    }
+    if (request.method != "GET" && request.method != "HEAD") {
+      response.set_header("Allow", "GET, HEAD");
+      return say(response, 405, "Pages are only read here.");
+    }
+    if (!isAskedByName(request)) return say(response, 421, "This is not the server of that name.");
+    Fields fields;
+    for (const auto& [name, value] : request.params) fields.emplace(name, value);
+    Answer answer = service_.answer(request.path, fields);
+    response.status = answer.status;
+    if (!answer.location.empty()) response.set_header("Location", answer.location);
+    if (answer.body == nullptr) return;
+    const auto body = answer.body;
+    response.set_content_provider(body->size(), std::string(answer.type),
+                                  [body](size_t offset, size_t length, httplib::DataSink& sink) {
+                                    return sink.write(body->data() + offset,
+                                                      std::min(length, body->size() - offset));
+                                  });
+  }
+
+  // With or without a port.
+  bool isAskedByName(const httplib::Request& request) const {
+    if (request.get_header_value_count("Host") != 1) return false;
+    std::string host = request.get_header_value("Host");
+    const size_t colon = host.rfind(':');
+    if (colon != std::string::npos && host.find(']', colon) == std::string::npos) {
+      host.resize(colon);
+    }
+    std::transform(host.begin(), host.end(), host.begin(),
+                   [](char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c + 32) : c; });
+    return std::find(service_.hosts.begin(), service_.hosts.end(), host) != service_.hosts.end();
+  }
+
+  const Service& service_;
+};
+
+}  // namespace
+}  // namespace http
+
+extern "C" __attribute__((visibility("default"))) bool trevaultServe(const http::Service& service);
+bool trevaultServe(const http::Service& service) { return http::Server(service).serve(); }
