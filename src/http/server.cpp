@@ -15,10 +15,11 @@
 namespace http {
 namespace {
 
-constexpr size_t kThreads = 32;
+constexpr size_t kThreads = 128;  // Most of them wait for a slow browser, if for anything.
 constexpr size_t kLargestRequest = 32 << 10;
-constexpr int kRequestSeconds = 10;
+constexpr int kRequestSeconds = 5;
 constexpr int kAnswerSeconds = 60;
+constexpr int kEndSeconds = 2;
 constexpr int kWaiting = 1024;
 constexpr time_t kLookMicroseconds = 200'000;  // How soon a wish to stop is seen.
 
@@ -31,8 +32,9 @@ int64_t now() {
 // A connection that ends in time.
 class Connection : public httplib::Stream {
  public:
-  explicit Connection(socket_t socket)
-      : socket_(socket), until_(now() + int64_t{kRequestSeconds} * 1'000'000) {}
+  explicit Connection(socket_t socket) : socket_(socket) { endWithin(kRequestSeconds); }
+  // From now on.
+  void endWithin(int seconds) { until_ = now() + int64_t{seconds} * 1'000'000; }
 
   bool is_readable() const override { return true; }
   bool is_writable() const override { return true; }
@@ -46,7 +48,7 @@ class Connection : public httplib::Stream {
   }
 
   ssize_t write(const char* bytes, size_t size) override {
-    if (!isAnswered_) until_ = now() + int64_t{kAnswerSeconds} * 1'000'000;
+    if (!isAnswered_) endWithin(kAnswerSeconds);
     isAnswered_ = true;
     if (!setTime(SO_SNDTIMEO)) return -1;
     return ::send(socket_, bytes, size, MSG_NOSIGNAL);
@@ -66,7 +68,7 @@ class Connection : public httplib::Stream {
   }
 
   socket_t socket_;
-  int64_t until_;
+  int64_t until_ = 0;
   size_t read_ = 0;
   bool isAnswered_ = false;
 };
@@ -127,6 +129,7 @@ class Server : public httplib::Server {
     });
     // What is still to be read would have the system drop what is still to be sent.
     ::shutdown(socket, SHUT_WR);
+    connection.endWithin(kEndSeconds);
     char rest[4096];
     while (isDone && connection.read(rest, sizeof rest) > 0) {
     }

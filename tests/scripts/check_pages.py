@@ -130,9 +130,12 @@ def add_hostile(person, work):
     # An image of one point.
     (work / "dot.gif").write_bytes(b"GIF89a\x01\0\x01\0\x80\0\0\0\0\0\xff\xff\xff,\0\0\0\0\x01\0\x01\0\0\x02\x02D\x01\0;")
     (work / "data.bin").write_bytes(b"\0\1\2")
+    (work / "words.c").write_text("int a;\n" * 20 + "int speed = 1; /* <slow> */\n")
     person.run("add", "-q", "-m", "<img src=x onerror=alert(1)>", ".", place=work)
     person.run("label", "-q", "<script>&\"", place=work)
-    person.run("lock", "-q", "-m", "</td><script>", "data.bin", place=work)
+    person.run("lock", "-q", "-m", "</td><script>", "data.bin", "words.c", place=work)
+    (work / "words.c").write_text("int a;\n" * 20 + "int speed = 22; /* <slow> */\n")
+    person.run("ci", "-q", "-m", "Faster", "words.c", place=work)
 
 
 def check_hostile(pages):
@@ -140,6 +143,9 @@ def check_hostile(pages):
     for name in HOSTILE + [b"<img src=x onerror=alert(1)>", b"<script>&\"", b"</td><script>"]:
         shown = name.decode() if name != b"caf\xe9" else '"caf\\351"'
         expect(shown in texts, "%r doesn't show as it is" % name)
+    sides = next(page for name, page in pages.items() if name.endswith("/words.c/1.0..1.1.html"))
+    expect(sides.classes["mark"] == ["1", "22"], "%s are marked" % sides.classes["mark"])
+    expect("16 equal lines" in sides.texts, "equal lines are not folded")
     expect(any(len(each) == 16 and each.isalnum() for each in texts), "data.bin has no checksum")
 
 
