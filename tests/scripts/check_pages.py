@@ -18,6 +18,7 @@ import signal
 import subprocess
 import sys
 import tempfile
+import threading
 import urllib.parse
 
 HERE = pathlib.Path(__file__).resolve().parent
@@ -244,6 +245,31 @@ def crawl(server):
     return pages
 
 
+def check_at_work(server, person, top):
+    """Two browsers look while a file is checked in again and again."""
+    answers, isOver = [], threading.Event()
+
+    def look():
+        while not isOver.is_set():
+            for page in ("/index.html", "/files/src+valve.c.html", "/days.html"):
+                status, _, text = server.ask(top + page)
+                answers.append(status == 200 and text.endswith("</html>") and "broken" not in text)
+
+    browsers = [threading.Thread(target=look) for _ in range(2)]
+    for each in browsers:
+        each.start()
+    valve = person.home / "station/src/valve.c"
+    for count in range(5):
+        person.run("lock", "-q", str(valve))
+        valve.write_text("int turns = %d;\n" % count)
+        person.run("ci", "-q", "-m", "Turn %d" % count, str(valve))
+    isOver.set()
+    for each in browsers:
+        each.join()
+    expect(all(answers), "%d of %d pages fail while a team works" % (answers.count(False), len(answers)))
+    expect("Turn 4" in server.ask(top + "/files/src+valve.c.html")[2], "the last check-in doesn't show")
+
+
 def check_server(person, written):
     server = Server(person)
     pages = crawl(server)
@@ -274,6 +300,7 @@ def check_server(person, written):
            "a choice of revisions leads to %s" % headers["Location"])
     person.run("lock", "-m", "seen at once", "README")
     expect("seen at once" in server.ask(top + "/locks.html")[2], "a new lock doesn't show")
+    check_at_work(server, person, top)
     answers = asyncio.run(server.ask_often(station, 1000))
     expect(answers == [True] * 1000, "of 1000 at once %d are answered" % answers.count(True))
     expect(server.ask("/")[0] == 200 and server.end() == 0, "it doesn't end as it should")
