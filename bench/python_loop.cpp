@@ -33,10 +33,13 @@ class Race {
     for (size_t i = 0; i < count; ++i) {
       support::writeFile(at("work/f" + std::to_string(i) + ".c"), std::to_string(i) + "\n");
     }
-    trevault({"init", "--public", at("pub"), "--private", at("prv")});
-    trevault({"project", "add", "Big"});
-    trevault({"add", "."});
-    trevault({"label", "REL"});
+    support::writeFile(at("empty_work/.keep"), "");
+    for (const std::string prefix : {"empty_", ""}) {
+      trevault(prefix, {"init", "--public", at(prefix + "pub"), "--private", at(prefix + "prv")});
+      trevault(prefix, {"project", "add", "Big"});
+    }
+    trevault("", {"add", "."});
+    trevault("", {"label", "REL"});
   }
 
   void run() {
@@ -45,7 +48,7 @@ class Race {
     race("whole process", 0, [this](const auto& words) { return full(words); });
     race("without the start", 3.0, [this](const auto& words) {
       const Cost all = full(words);
-      const Cost start = costOfProcess(with(words, "empty"), at("output"));
+      const Cost start = costOfProcess(with(words, "empty_"), at("output"));
       return Cost{all.clock - start.clock, all.processor - start.processor};
     });
   }
@@ -55,20 +58,19 @@ class Race {
 
   std::string at(const std::string& name) const { return directory_ / name; }
 
-  void trevault(Words words) const {
-    words.insert(words.begin(), {TREVAULT, "-C", at("work")});
+  void trevault(const std::string& prefix, Words words) const {
+    words.insert(words.begin(), {TREVAULT, "-C", at(prefix + "work")});
     costOfProcess(words, at("output"));
   }
 
   // The program with the two roots of a database.
-  Words with(Words words, const std::string& database) const {
-    const std::string prefix = database == "empty" ? "empty_" : "";
+  Words with(Words words, const std::string& prefix) const {
     words.insert(words.end(), {at(prefix + "pub"), at(prefix + "prv")});
     return words;
   }
 
   Cost full(const Words& words) const {
-    const Cost cost = costOfProcess(with(words, "full"), at("output"));
+    const Cost cost = costOfProcess(with(words, ""), at("output"));
     const std::string number = std::to_string(count);
     const std::string said = support::readFile(at("output"));
     const bool isPython = said == number + " " + number + " " + number + "\n";

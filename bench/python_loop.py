@@ -7,7 +7,7 @@ import sys
 import trevault
 
 archives = revisions = labels = 0
-with trevault.open(sys.argv[1], sys.argv[2], create=True) as db:
+with trevault.open(sys.argv[1], sys.argv[2]) as db:
     for project in db.projects:
         for archive in project.all_archives():
             archives += 1
