@@ -24,6 +24,8 @@ constexpr uint64_t kSector = 512;
 // So many bytes are searched for ends where no header leads to them, from there on and at the end
 // of the file: as much as many narrow parts take.
 constexpr uint64_t kSearched = 64 << 10;
+// Of no more parts is it found out that they are not whole.
+constexpr int kMostUnproven = 8;
 
 uint32_t headerChecksum(uint64_t offset, uint64_t partSize) {
   ByteWriter bytes;
@@ -194,12 +196,27 @@ bool hasEnd(const LastBytes& file, uint64_t begin, uint64_t stop,
   return false;
 }
 
-// Whether that end is of a whole part that begins at `offset` or later. No writer adds one before
-// it has cut off what was torn.
-bool isWholeFrom(const LastBytes& file, uint64_t offset, const End& end) {
-  End found;
-  return end.begin() >= offset && readEnd(file, end.offset, &found);
-}
+// Tells whether an end is of a whole part that begins at `offset` or later. No writer adds one
+// before it has cut off what was torn, and so there is hardly ever more than one part with a header
+// that is not whole. No writer makes many, and each may take as long as to read the file: the last
+// one that is looked at counts as whole.
+class WholePartFrom {
+ public:
+  WholePartFrom(const LastBytes& file, uint64_t offset) : file_(file), offset_(offset) {}
+
+  bool isAt(const End& end) {
+    if (end.begin() < offset_ || partSizeAt(file_, end.begin()) != end.record.partSize) {
+      return false;
+    }
+    End found;
+    return readEnd(file_, end.offset, &found) || ++unproven_ == kMostUnproven;
+  }
+
+ private:
+  const LastBytes& file_;
+  uint64_t offset_;
+  int unproven_ = 0;
+};
 
 // Whether what follows the last whole part was whole once. `ends` are those of the parts after it,
 // by their headers.
@@ -219,8 +236,9 @@ bool isDamagedAfter(const LastBytes& file, const End& whole, const std::vector<u
   if (!isHeaderless(file, begin)) return false;
   const uint64_t headerEnd = begin + kPartHeaderSize;
   if (!hasLostSector(file, begin, headerEnd, headerEnd)) return true;
+  WholePartFrom part(file, begin);
   const auto isProof = [&](const End& end) {
-    return isWholeFrom(file, begin, end) || (end.begin() == begin && isDamaged(end));
+    return part.isAt(end) || (end.begin() == begin && isDamaged(end));
   };
   const uint64_t searched = std::min(size, begin + kSearched);
   return hasEnd(file, begin, searched, isProof) ||
@@ -342,10 +360,11 @@ bool isCutOff(const LastBytes& file, const End& end) {
   const uint64_t size = file.fileSize() - end.offset;
   if (size < kPartHeaderSize || partSizeAt(file, end.offset) > size) return true;
   End last;
+  WholePartFrom part(file, end.offset);
   return isZero(file, end.offset, end.offset + kPartHeaderSize) &&
          !parseEndAt(file, file.fileSize(), &last) &&
          !hasEnd(file, end.offset, file.fileSize(),
-                 [&](const End& each) { return isWholeFrom(file, end.offset, each); });
+                 [&part](const End& each) { return part.isAt(each); });
 }
 
 }  // namespace archivefile

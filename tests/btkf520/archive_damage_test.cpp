@@ -12,6 +12,7 @@
 #include "btkf520/archive/archivereader.h"
 #include "btkf520/archive/tail.h"
 #include "btkf520/history.h"
+#include "os/systemcalls.h"
 #include "support/childprocess.h"
 #include "support/limits.h"
 
@@ -162,6 +163,34 @@ TEST(ArchiveDamage, IsProvedByAWholePartAfterIt) {
 
 // What a power cut may leave of a change: any sectors of it, and all of what was before. Each of
 // the two looks is the old archive or the new one, and takes the next change.
+// Ends in the last bytes, each of a part with a header of its own that takes all of the file.
+TEST(ArchiveDamage, MakesNobodyProveManyParts) {
+  History history;
+  fill(&history, 2);
+  std::string file = history.file();
+  const size_t whole = file.size();
+  constexpr size_t kTorn = 256 << 10;
+  constexpr size_t kEnds = 600;
+  file.resize(whole + kTorn);
+  archivefile::EndRecord record;
+  const std::string tail = archivefile::encodeTail(std::string(kTorn / 2, 'x'), "", &record);
+  for (size_t i = 0; i < kEnds; ++i) {
+    const size_t begin = whole + (i + 1) * archivefile::kPartHeaderSize;
+    const size_t end = file.size() - 1 - i * archivefile::kEndSize;
+    const std::string header = archivefile::encodePartHeader(begin, end - begin);
+    file.replace(begin, header.size(), header);
+    file.replace(end - archivefile::kEndSize, archivefile::kEndSize,
+                 tail.substr(tail.size() - archivefile::kEndSize));
+    file.replace(end - archivefile::kEndSize + 3, 8, header.substr(0, 8));
+  }
+  support::writeFile(history.path(), file);
+  const os_test::SystemCalls calls;
+  std::unique_ptr<Archive> archive;
+  EXPECT_EQ(Archive::openToRead(history.path(), &archive), TRVS_NOT_AN_ARCHIVE);
+  const std::string log = calls.log("pread");
+  EXPECT_LT(std::count(log.begin(), log.end(), ','), 2000);
+}
+
 TEST(ArchiveDamage, OfATornEndLeavesTheArchiveBeforeIt) {
   for (unsigned run = 0; run < 9; ++run) {
     const bool isWide = run % 4 == 0;
