@@ -129,6 +129,7 @@ void TVChildList::dropRetired() {
   if (!hasRetired_) return;
   hasRetired_ = false;
   int kept = 0;
+  size_t inOrder = inOrder_;
   int cursor = cursor_;
   int position = find_.position;
   for (int i = 0; i < static_cast<int>(entries_.size()); ++i) {
@@ -137,12 +138,14 @@ void TVChildList::dropRetired() {
       entries_[static_cast<size_t>(kept++)] = entries_[index];
       continue;
     }
+    if (index < inOrder_) --inOrder;
     if (i <= cursor_) --cursor;
     if (i == cursor_) currentGone_ = true;
     if (i < find_.position) --position;
   }
   entries_.resize(static_cast<size_t>(kept));
   forgetPlaces();
+  inOrder_ = inOrder;
   cursor_ = cursor;
   find_.position = position < kept ? position : -1;
 }
@@ -159,31 +162,32 @@ TVChildList::SortRow& TVChildList::row(const VClassRecord* record) {
   return rows_.back();
 }
 
+template <typename Rule>
+void TVChildList::change(Rule* rule, Rule value) {
+  if (*rule == value) return;
+  *rule = value;
+  needsSort_ = true;
+  inOrder_ = 0;
+}
+
 void TVChildList::setSortType(const VClassRecord* record, TVSortType sortType) {
   sortIfNeeded();
-  SortRow& rule = row(record);
-  if (rule.sortType != sortType) needsSort_ = true;
-  rule.sortType = sortType;
+  change(&row(record).sortType, sortType);
 }
 
 void TVChildList::setGroupOrder(const VClassRecord* record, int order) {
   sortIfNeeded();
-  SortRow& rule = row(record);
-  if (rule.groupOrder != order) needsSort_ = true;
-  rule.groupOrder = order;
+  change(&row(record).groupOrder, order);
 }
 
 void TVChildList::setAscending(VBool ascending) {
   sortIfNeeded();
-  if (ascending_ != ascending) needsSort_ = true;
-  ascending_ = ascending;
+  change(&ascending_, bool{ascending});
 }
 
 void TVChildList::setCaseSensitive(VBool caseSensitive) {
   sortIfNeeded();
-  const VCase letterCase = caseSensitive ? VCase::kExact : VCase::kIgnored;
-  if (letterCase_ != letterCase) needsSort_ = true;
-  letterCase_ = letterCase;
+  change(&letterCase_, caseSensitive ? VCase::kExact : VCase::kIgnored);
 }
 
 // Prefixes tell the order of two entries only where sort keys are what decides: with group orders
@@ -195,6 +199,8 @@ int TVChildList::keysThatDecide() {
   bool decide = true;
   std::string scratch;
   const VClassRecord* last = nullptr;
+  const VClassRecord* keyed = nullptr;
+  bool isOnly = true;
   for (const Entry& entry : entries_) {
     if (entry.record == last) continue;
     const TVObject& object = *entry.handle->object();
@@ -202,12 +208,17 @@ int TVChildList::keysThatDecide() {
     int index = 0;
     object.sortKey(&index, rule.sortType, &scratch);
     rule.hasKeys = index < 0;
-    if (rule.hasKeys) keys = std::min(keys, -index);
+    if (rule.hasKeys) {
+      keys = std::min(keys, -index);
+      isOnly = isOnly && (keyed == nullptr || keyed == entry.record);
+      keyed = entry.record;
+    }
     last = entry.record;
     rule.ordersByKeys = object.ordersBySortKeys(rule.sortType);
     const int firstGroup = row(entries_.front().record).groupOrder;
     decide = decide && rule.ordersByKeys && rule.groupOrder == firstGroup;
   }
+  onlyKeyed_ = isOnly ? keyed : nullptr;
   return decide && keys != INT_MAX ? keys : 0;
 }
 
@@ -238,10 +249,35 @@ void TVChildList::fillPrefixes() {
 void TVChildList::sortIfNeeded() {
   dropRetired();
   if (!sortable_ || !needsSort_) return;
-  sort();
+  if (!mergeAdded()) sort();
+  inOrder_ = entries_.size();
+  keysOfSort_ = prefixKeys_;
   needsSort_ = false;  // Not before: a sort that had no memory is still due.
   cursor_ = 0;
   currentGone_ = false;
+}
+
+// Puts the entries that were added since the last sort where it would put them, if that is sure:
+// with several classes that have keys comparisons need not be consistent, and a few added ones
+// might make a sort come to another order of the others.
+bool TVChildList::mergeAdded() {
+  const size_t count = entries_.size();
+  if (count - inOrder_ > inOrder_ || keysOfSort_ == 0 || onlyKeyed_ == nullptr ||
+      keyChangesAtSort_ != TVObject::keyChanges()) {
+    return false;
+  }
+  for (size_t i = inOrder_; i < count; ++i) {
+    if (entries_[i].record != onlyKeyed_) return false;
+  }
+  forgetPrefixOfFind();
+  prefixKeys_ = keysOfSort_;
+  std::string scratch;
+  for (size_t i = inOrder_; i < count; ++i) {
+    entries_[i].prefix = keyBytes(entries_[i], 0, &scratch).prefix(letterCase_);
+  }
+  sortRun(inOrder_, count, 0);
+  placeRest(inOrder_, [this](const Entry& a, const Entry& b) { return isBeforeByPrefix(a, b); });
+  return true;
 }
 
 void TVChildList::sort() {
@@ -255,7 +291,7 @@ void TVChildList::sort() {
   const size_t keyed = gatherKeyed();
   sortRun(0, keyed, 0);
   sortByComparing(keyed, entries_.size());
-  placeKeyless(keyed);
+  placeRest(keyed, [this](const Entry& a, const Entry& b) { return isBefore(a, b); });
 }
 
 // Moves entries of classes without keys after all others. Gives the number of those.
@@ -267,16 +303,18 @@ size_t TVChildList::gatherKeyed() {
   return static_cast<size_t>(rest - entries_.begin());
 }
 
-// Moves the sorted entries from `keyed` on to their places among the sorted ones before them.
-void TVChildList::placeKeyless(size_t keyed) {
-  if (keyed == entries_.size()) return;
-  const auto end = entries_.cbegin() + static_cast<std::ptrdiff_t>(keyed);
+// Moves the entries from `sorted` on, sorted too, to their places among those before them, after
+// equal ones.
+template <typename Before>
+void TVChildList::placeRest(size_t sorted, Before before) {
+  if (sorted == entries_.size()) return;
+  const auto end = entries_.cbegin() + static_cast<std::ptrdiff_t>(sorted);
   std::vector<Entry> placed;
   placed.reserve(entries_.size());
   auto next = entries_.cbegin();
   for (auto entry = end; entry != entries_.cend(); ++entry) {
-    const auto place = std::partition_point(
-        next, end, [&](const Entry& other) { return isBefore(other, *entry); });
+    const auto place =
+        std::partition_point(next, end, [&](const Entry& other) { return !before(*entry, other); });
     placed.insert(placed.end(), next, place);
     placed.push_back(*entry);
     next = place;
@@ -343,6 +381,12 @@ bool TVChildList::isBefore(const Entry& a, const Entry& b) {
   const Entry& left = ascending_ ? a : b;
   const Entry& right = ascending_ ? b : a;
   return left.handle->object()->compareTo(*right.handle->object(), *this) < 0;
+}
+
+bool TVChildList::isBeforeByPrefix(const Entry& a, const Entry& b) {
+  const int order = a.prefix.compare(b.prefix);
+  if (order == 0) return isBefore(a, b);
+  return ascending_ ? order < 0 : order > 0;
 }
 
 // Walks -------------------------------------------------------------------------------------------

@@ -4,7 +4,8 @@
 // state of the running find. Beside each handle stands the beginning of its sort keys, folded:
 // sorting and bisecting look there first and touch the objects only where those bytes are equal.
 // A find by keys that the order is not by looks at each entry in turn; where finds go on like that
-// an index of those keys is made, which gives the same entries.
+// an index of those keys is made, which gives the same entries. Entries that were added to a sorted
+// list are merged into it.
 #pragma once
 
 #include <array>
@@ -116,14 +117,19 @@ class TVChildList {
   };
 
   SortRow& row(const VClassRecord* record);
+  template <typename Rule>
+  void change(Rule* rule, Rule value);
   void sortIfNeeded();
   void sort();
+  bool mergeAdded();
   void sortRun(size_t begin, size_t end, size_t offset);
   void sortEqual(size_t begin, size_t end, size_t offset);
   void sortByComparing(size_t begin, size_t end);
   size_t gatherKeyed();
-  void placeKeyless(size_t keyed);
+  template <typename Before>
+  void placeRest(size_t sorted, Before before);
   bool isBefore(const Entry& a, const Entry& b);
+  bool isBeforeByPrefix(const Entry& a, const Entry& b);
   int keysThatDecide();
   void fillPrefixes();
   KeyBytes keyBytes(const Entry& entry, size_t offset, std::string* scratch);
@@ -158,6 +164,11 @@ class TVChildList {
   bool hasRetired_ = false;
   int prefixKeys_ = 0;  // How many sort keys are in the prefixes; 0 while these mean nothing.
   uint64_t keyChangesAtSort_ = 0;
+  // As of the last sort: how many entries from the start are still in the order that it gave them,
+  // how many of their keys were in the prefixes, and the class of all that have keys, if it is one.
+  size_t inOrder_ = 0;
+  int keysOfSort_ = 0;
+  const VClassRecord* onlyKeyed_ = nullptr;
   std::vector<KeyIndex> indexes_;  // Good while neither entries nor keys change.
   uint64_t keyChangesAtIndexes_ = 0;
 };

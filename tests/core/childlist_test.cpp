@@ -347,6 +347,34 @@ TEST_F(ChildLists, AClassWithoutKeysCostsTheOthersNothing) {
   EXPECT_LT(looks[1], looks[0] + 50);
 }
 
+// A real fault: a find right after an add sorted the whole list.
+TEST_F(ChildLists, AnAddedChildIsMergedIntoTheSortedOnes) {
+  const auto addNumber = [this](int number) {
+    add<Forgetful>(TVMemberNames{"v", "x_v", "d", VPathString(std::to_string(number))});
+  };
+  for (int i = 0; i < 2000; i += 2) addNumber(10000 + i * 7919 % 2000);
+  add<TVPromotionFolder>("top");
+  shelf.open();
+  for (const bool isAscending : {true, false}) {
+    SCOPED_TRACE(isAscending);
+    shelf.setAscending(isAscending);
+    children(shelf);
+    Forgetful::looksLeft = -1;
+    for (const int number : {10001, 11999, 9999}) {
+      const VString name = std::to_string(isAscending ? number : number + 6);
+      addNumber(std::stoi(name.str()));
+      EXPECT_EQ(shelf.find("d/" + name, VCase::kIgnored, kMember, TVSortType::kWorkPath).name(),
+                name);
+    }
+    EXPECT_LT(-1 - std::exchange(Forgetful::looksLeft, -1), 300);
+    const std::string merged = names(shelf);
+    shelf.setAscending(!isAscending);
+    children(shelf);
+    shelf.setAscending(isAscending);
+    EXPECT_TRUE(names(shelf) == merged);  // Now all of them were sorted.
+  }
+}
+
 // A real fault: the entry stayed, with the class of one object and the keys of another.
 TEST_F(ChildLists, AHandleThatIsAttachedElsewhereLeaves) {
   for (const char* name : {"a", "b", "c"}) add<TVArchiveFolder>(name, "", TVPrivacy::kPublic);
