@@ -87,10 +87,10 @@ int TVObject::attribute(const TVOptionArray&) const { return 0; }
 TVProjectConfig TVObject::effectiveConfig(TVHandle& context) {
   return owner_ == nullptr ? theEmptyConfig() : owner_->effectiveConfig(context);
 }
-TVProjectConfig TVObject::projectConfig() const {
+const TVProjectConfig& TVObject::projectConfig() const {
   return owner_ == nullptr ? theEmptyConfig() : owner_->projectConfig();
 }
-TVProjectConfig TVObject::rootConfig() const {
+const TVProjectConfig& TVObject::rootConfig() const {
   return owner_ == nullptr ? theEmptyConfig() : owner_->rootConfig();
 }
 

@@ -143,8 +143,8 @@ class TVObject : public VObject {
 
   // Configuration, each answered by the nearest owner that has one.
   virtual TVProjectConfig effectiveConfig(TVHandle& context);
-  virtual TVProjectConfig projectConfig() const;
-  virtual TVProjectConfig rootConfig() const;
+  virtual const TVProjectConfig& projectConfig() const;
+  virtual const TVProjectConfig& rootConfig() const;
 
   // Operations on archives. A member does it; any other object does it with all its children, in
   // the order of their records, and gives the result of the last one. Only kResultCancelled ends

@@ -3,7 +3,10 @@
 
 namespace foldapi {
 
-VBool TVProjectConfig::hasChanged() const { return !(fileStamp(path.view()) == recorded_); }
+VBool TVProjectConfig::hasChanged() const {
+  os::FileStatus status;
+  return readStat(path.view(), &status) ? !recorded_.isOf(status) : recorded_ != FileStamp();
+}
 
 void TVProjectConfig::recordTime() { recorded_ = fileStamp(path.view()); }
 

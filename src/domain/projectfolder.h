@@ -20,7 +20,7 @@ class TVProjectFolder : public TVArchiveFolder {
   const VClassRecord* isA() const override { return &theClass; }
   VString name(const TVOptionArray& options) const override;
   int attribute(const TVOptionArray& options) const override;
-  TVProjectConfig projectConfig() const override { return config_; }
+  const TVProjectConfig& projectConfig() const override { return config_; }
 
   // What only the format subclass can do, with the toolkit. The checks tell what is wrong in
   // *errorText or, where that is null, to the context's sink.

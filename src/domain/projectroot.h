@@ -20,7 +20,7 @@ class TVProjectRoot : public TVObject {
   bool isEqual(const VObject* other) const override;
   int32_t computeHash() const override { return publicDir_.hash(); }
   uint64_t computeFingerprint() const override;
-  TVProjectConfig rootConfig() const override { return config_; }
+  const TVProjectConfig& rootConfig() const override { return config_; }
   // Nothing asks it: for roots that a client derives.
   virtual VBool rootHook() const { return false; }
 

@@ -27,6 +27,12 @@ struct FileStamp {
   int64_t nanoseconds = 0;  // Since 1970.
 
   bool isSet() const { return packed != 0; }
+  // Whether a file of that status is the one, unchanged. Says the same as a comparison with its
+  // stamp, for less.
+  bool isOf(const os::FileStatus& status) const {
+    return status.nanoseconds == nanoseconds && status.size == size &&
+           status.identity == os::FileIdentity{device, inode};
+  }
   bool operator==(const FileStamp&) const = default;
 };
 

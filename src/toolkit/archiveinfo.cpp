@@ -86,10 +86,7 @@ bool TVArchiveInfo52::IsCurrent() {
   if (summary_.fileTime == 0) return false;
   os::FileStatus status;
   if (!readStat(path_.view(), &status)) return false;
-  if (stamp_.isSet()) {
-    return status.nanoseconds == stamp_.nanoseconds && status.size == stamp_.size &&
-           status.identity.inode == stamp_.inode && status.identity.device == stamp_.device;
-  }
+  if (stamp_.isSet()) return stamp_.isOf(status);
   const FileStamp present = stampOf(status);
   if (present.packed != summary_.fileTime) return false;
   stamp_ = present;

@@ -108,9 +108,12 @@ void TVToolkitSession::exchangeStates() noexcept { static_cast<void>(TrvsExchang
 
 void TVToolkitSession::load(TVHandle& context) {
   const bool none = context.isNull();
-  TVProjectConfig project = none ? theEmptyConfig() : context.object()->projectConfig();
-  TVProjectConfig root = none ? theEmptyConfig() : context.object()->rootConfig();
-  if (isLoaded(project, root)) return;
+  const TVProjectConfig& project = none ? theEmptyConfig() : context.object()->projectConfig();
+  const TVProjectConfig& root = none ? theEmptyConfig() : context.object()->rootConfig();
+  if (!isLoaded(project, root)) loadAnew(project, root);
+}
+
+void TVToolkitSession::loadAnew(TVProjectConfig project, TVProjectConfig root) {
   projectFile_ = TVProjectConfig();  // Nobody knows what is loaded until all is read.
   project.recordTime();              // Before the load: what changes meanwhile is loaded again.
   root.recordTime();

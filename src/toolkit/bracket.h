@@ -57,6 +57,7 @@ class TVToolkitSession {
   void take(TVHandle& context);
   void makeState();
   void load(TVHandle& context);
+  void loadAnew(TVProjectConfig project, TVProjectConfig root);
   bool isLoaded(const TVProjectConfig& project, const TVProjectConfig& root) const;
 
   bool busy_ = false;
