@@ -862,7 +862,8 @@ TRVS_EXPORT int32_t TrvsReadRevision(int32_t context, const char* archive, const
  * no writer is at work. Its writer was killed or the power was cut then, and nobody was told that
  * the change was done; or, if what is there now is what a power cut leaves too, they are damaged.
  * The next change cuts them off. If they may be damaged, they are in a file beside the archive
- * then, with ".trvs-cut" after its name, and TRVS_CALLBACK_TEXT says so. */
+ * then, with ".trvs-cut" after its name, and TRVS_CALLBACK_TEXT says so; as it does if the
+ * archive's directory doesn't take that file, with TRVS_CANNOT_WRITE for the change. */
 TRVS_EXPORT int32_t TrvsVerifyArchive(int32_t context, const char* archive, char* buffer,
                                       int32_t size);
 

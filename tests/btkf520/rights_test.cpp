@@ -104,6 +104,37 @@ TEST_F(Rights, ThatCantBeKeptAreKnownBeforeMuchIsWritten) {
   EXPECT_LT(std::filesystem::file_size(archive()), 2 * noise.size());
 }
 
+TEST_F(Rights, OfADirectoryMayKeepATornEndFromBeingCutOff) {
+  constexpr uid_t kOther = 65534;
+  if (geteuid() != 0) GTEST_SKIP() << "only root can become another user";
+  ASSERT_EQ(create(), TRVS_DONE);
+  const std::string whole = support::readFile(archive());
+  std::string text;
+  for (int word = 0; word < 300; ++word) text += std::to_string(word * word);
+  ASSERT_EQ(TrvsSetDescription(TRVS_CONTEXT, archive().c_str(), nullptr, text.c_str()), TRVS_DONE);
+  std::string torn = support::readFile(archive());
+  ASSERT_TRUE(torn.starts_with(whole) && torn.size() < whole.size() + 4096);
+  torn.replace(1024, 512, 512, '\0');
+  write("m.c_v", torn);
+  ASSERT_EQ(chown(archive().c_str(), kOther, kOther), 0);
+  ASSERT_EQ(chmod(path("").c_str(), 0555), 0);
+  EXPECT_EQ(support::inProcess([&] {
+              if (setgid(kOther) != 0 || setuid(kOther) != 0) return 99;
+              const auto take = [](const char* told) {
+                asked = told;
+                return int32_t{TRVS_GO_ON};
+              };
+              TrvsRegisterCallback(TRVS_CALLBACK_TEXT, anyCallback(+take));
+              asked.clear();
+              const int32_t status =
+                  TrvsSetDescription(TRVS_CONTEXT, archive().c_str(), nullptr, "x");
+              const bool isTold = asked.ends_with("its directory doesn't take m.c_v.trvs-cut");
+              return isTold ? static_cast<int>(status) : 98;
+            }),
+            TRVS_CANNOT_WRITE);
+  EXPECT_EQ(support::readFile(archive()), torn);
+}
+
 // A colleague who may write the directory puts a link there that leads to another archive.
 TEST_F(Rights, OfALinkAreThoseOfItsOwner) {
   if (geteuid() != 0) GTEST_SKIP() << "only root can give links away";

@@ -126,7 +126,7 @@ class Archive::Impl {
   TrvsStatus begin(ArchiveModel model, std::unique_ptr<ArchiveChange>* change);
   TrvsStatus commit(ArchiveModel model);
   TrvsStatus verify(std::vector<Content>* damaged);
-  const std::string& cutName() const { return cutName_; }
+  const ArchiveReader::Cut& cut() const { return cut_; }
 
  private:
   // A content that is not in the file yet. The bytes are the caller's.
@@ -172,7 +172,7 @@ class Archive::Impl {
   std::unique_ptr<ArchiveReader> reader_;
   std::unique_ptr<ArchiveReader> later_;  // Of the file that has replaced reader_'s; may be null.
   std::unique_ptr<ArchiveReader> next_;   // Of the file as begin() has written it.
-  std::string cutName_;
+  ArchiveReader::Cut cut_;
   uint32_t lastContent_;
   uint64_t largestContent_ = std::numeric_limits<uint64_t>::max();
   std::map<uint32_t, Pending> pending_;
@@ -555,7 +555,7 @@ TrvsStatus Archive::Impl::begin(ArchiveModel model, std::unique_ptr<ArchiveChang
   if (purpose_ == Purpose::kRead) return TRVS_MISUSE;
   if (!model.isSound()) return model.hasLongText() ? TRVS_LIMIT : TRVS_MISUSE;
   if (purpose_ == Purpose::kUpdate) {
-    if (const TrvsStatus status = reader_->cutTornEnd(&cutName_)) return status;
+    if (const TrvsStatus status = reader_->cutTornEnd(&cut_)) return status;
   }
   Index index{std::move(model), {}, lastContent_};
   std::erase_if(index.model.branches, [](const Branch& branch) {
@@ -661,6 +661,7 @@ Archive::Extent Archive::extentOfDamaged(const std::string& path) {
   if (archivefile::findEnd(bytes, &end) != archivefile::Found::kDamaged) return {};
   return {file.size(), end.offset};
 }
-const std::string& Archive::cutName() const { return impl_->cutName(); }
+const std::string& Archive::cutName() const { return impl_->cut().name; }
+bool Archive::isCutKept() const { return impl_->cut().isKept; }
 
 }  // namespace btkf

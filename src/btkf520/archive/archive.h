@@ -129,6 +129,8 @@ class Archive {
   // The name of the file beside the archive where commit() or begin() has put what it cut off the
   // end, since that may have been promised once; empty for none.
   const std::string& cutName() const;
+  // Whether it could. If not, the status was TRVS_CANNOT_WRITE.
+  bool isCutKept() const;
 
  private:
   class Impl;

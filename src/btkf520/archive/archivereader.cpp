@@ -242,14 +242,12 @@ FileResult ArchiveReader::keepTornEnd(std::string* name) const {
 
 // The cut is on the disk before anything else is written there: what a power cut leaves of that
 // must not stand among other bytes.
-TrvsStatus ArchiveReader::cutTornEnd(std::string* name) {
-  name->clear();
+TrvsStatus ArchiveReader::cutTornEnd(Cut* cut) {
+  *cut = {};
   if (file_.size() <= end_.offset) return TRVS_DONE;
   const archivefile::LastBytes bytes(file_, nullptr, 0);
-  if (!archivefile::isCutOff(bytes, end_) && keepTornEnd(name) != FileResult::kDone) {
-    name->clear();
-    return TRVS_CANNOT_WRITE;
-  }
+  cut->isKept = archivefile::isCutOff(bytes, end_) || keepTornEnd(&cut->name) == FileResult::kDone;
+  if (!cut->isKept) return TRVS_CANNOT_WRITE;
   const bool isCut = file_.setSize(end_.offset) && file_.syncContent() && file_.refresh();
   return isCut ? TRVS_DONE : TRVS_CANNOT_WRITE;
 }

@@ -86,9 +86,13 @@ class ArchiveReader {
   // Whether bytes come after it that nobody is adding. If the file is open for reading alone, it is
   // locked from then on, so that no writer is.
   [[nodiscard]] bool hasTornEnd(bool isToRead);
-  // Cuts off what comes after it. *name: of the file beside it that has what may have counted, or
-  // empty. TRVS_CANNOT_WRITE, and nothing is cut off, if there can be none.
-  [[nodiscard]] TrvsStatus cutTornEnd(std::string* name);
+  // What may have counted of it is in a file beside the archive before it is cut off.
+  struct Cut {
+    std::string name;    // Of that file, or empty.
+    bool isKept = true;  // False: that file can't be made.
+  };
+  // Cuts off what comes after it. TRVS_CANNOT_WRITE, and nothing is cut off, if that can't be kept.
+  [[nodiscard]] TrvsStatus cutTornEnd(Cut* cut);
   // Where the last full index is, and what it says, to pack the next one against.
   archivefile::IndexPlace fullIndex() const;
   [[nodiscard]] TrvsStatus readFullIndex(std::string_view* bytes);

@@ -141,8 +141,11 @@ TrvsStatus Task::checkAccess() const {
 
 void Task::tellOfCut() const {
   if (archive_->cutName().empty()) return;
-  client().text("bytes at the end of " + archiveText() +
-                " that didn't count are beside it now, as " + archive_->cutName());
+  const std::string bytes = "bytes at the end of " + archiveText();
+  client().text(archive_->isCutKept()
+                    ? bytes + " that didn't count are beside it now, as " + archive_->cutName()
+                    : bytes + " don't count, and have to be kept before it changes: its " +
+                          "directory doesn't take " + archive_->cutName());
 }
 
 void Task::tellOfLink() const {
