@@ -419,6 +419,8 @@ TRVS_EXPORT int32_t TrvsVerifyPromoTreeNodeExist(const char* group, int16_t* kin
  * the archive's owner. A further name of the file (a hard link) stays with the old file when a new
  * one is made, and then leads to what the archive said before.
  *
+ * A change to what the archive says already succeeds like any other, and writes nothing.
+ *
  * A description has up to 16777216 bytes, and all that an archive tells of itself, without contents,
  * up to 67108864: TRVS_LIMIT for a change that would exceed that, or bring more than a megabyte of
  * text that is all the same. */

@@ -200,6 +200,41 @@ TEST_F(Upkeep, DeletesRangesThatNothingHolds) {
   EXPECT_EQ(deleteRange("1.2"), TRVS_GROUP_IN_THE_WAY);
 }
 
+// A label that a script sets again with each build once made the archive grow each time.
+TEST_F(Upkeep, OfWhatIsSoAlreadyWritesNothing) {
+  ASSERT_EQ(create(), TRVS_DONE);
+  ASSERT_EQ(put("0", {.change = "why"}), TRVS_DONE);
+  ASSERT_EQ(label("REL", "1.0"), TRVS_DONE);
+  ASSERT_EQ(label("FLOAT", nullptr, TRVS_LABEL_FLOATS), TRVS_DONE);
+  const std::string name = archive();
+  const auto describe = [&](const char* revision, const char* text) {
+    return TrvsSetDescription(TRVS_CONTEXT, name.c_str(), revision, text);
+  };
+  answerQuestions();
+  // Until the file would be written anew, and once more.
+  for (int change = 0; change < 30; ++change) {
+    SCOPED_TRACE(change);
+    const std::string text = "change " + std::to_string(change);
+    ASSERT_EQ(describe(nullptr, text.c_str()), TRVS_DONE);
+    const std::string before = support::readFile(name);
+    asked.clear();
+    if (change % 2 == 1) {
+      ASSERT_EQ(TrvsBeginBatch(TRVS_CONTEXT), TRVS_DONE);
+    }
+    EXPECT_EQ(label("REL", "1.0", TRVS_LABEL_MOVE), TRVS_DONE);
+    EXPECT_EQ(label("FLOAT", nullptr, TRVS_LABEL_FLOATS), TRVS_DONE);
+    EXPECT_EQ(describe(nullptr, text.c_str()), TRVS_DONE);
+    EXPECT_EQ(describe("1.0", "why"), TRVS_DONE);
+    EXPECT_EQ(TrvsSetAttributes(TRVS_CONTEXT, name.c_str(), 0, 0), TRVS_DONE);
+    if (change % 2 == 1) {
+      ASSERT_EQ(TrvsEndBatch(TRVS_CONTEXT), TRVS_DONE);
+    }
+    EXPECT_EQ(asked,
+              "done:LABEL:REL done:LABEL:FLOAT done:DESCRIBE: done:DESCRIBE:1.0 done:ATTRIBUTES: ");
+    ASSERT_TRUE(support::readFile(name) == before);
+  }
+}
+
 TEST_F(Upkeep, AccessIsForTheListAndTheOwner) {
   configure("ACCESSLIST = bob, eve\n");
   ASSERT_EQ(create(), TRVS_DONE);

@@ -165,6 +165,7 @@ class Archive::Impl {
   TrvsStatus writeEnd(const Index& index, ArchiveChange* to);
   TrvsStatus append(Plan plan, Index* index, ArchiveChange* to);
   TrvsStatus rewrite(const Plan& plan, Index* index, ArchiveChange* to, bool* isRefused);
+  bool isUnchanged(const Plan& plan, Index* index) const;
   TrvsStatus write(Index* index, std::unique_ptr<ArchiveChange>* change);
 
   Purpose purpose_;
@@ -498,6 +499,10 @@ bool isNumbered(const Index& index) {
 TrvsStatus Archive::Impl::writeEnd(const Index& index, ArchiveChange* to) {
   const std::string bytes = encodeIndex(index);
   if (!isNumbered(index) || bytes.size() > kLargestIndex) return TRVS_LIMIT;
+  if (to->isAppended() && reader_->isIndex(bytes)) {
+    to->leaveAsItIs();
+    return TRVS_DONE;
+  }
   EndRecord record;
   Bytes packed;
   if (const TrvsStatus status = packIndex(bytes, to, &record, &packed)) return status;
@@ -534,11 +539,23 @@ TrvsStatus Archive::Impl::rewrite(const Plan& plan, Index* index, ArchiveChange*
   return writeStatus(result);
 }
 
+// Whether the file says all that already.
+bool Archive::Impl::isUnchanged(const Plan& plan, Index* index) const {
+  if (purpose_ != Purpose::kUpdate || !plan.made.empty() || plan.hasLost) return false;
+  index->frames = plan.kept;
+  return reader_->isIndex(encodeIndex(*index));
+}
+
 TrvsStatus Archive::Impl::write(Index* index, std::unique_ptr<ArchiveChange>* change) {
   Plan plan;
   if (!this->plan(index->model, &plan)) return TRVS_MISUSE;
   *change = std::make_unique<ArchiveChange>(path_);
   if (isToBeAppended(plan)) return append(std::move(plan), index, change->get());
+  if (isUnchanged(plan, index)) {
+    (*change)->beginPart(reader_->file(), reader_->end());
+    (*change)->leaveAsItIs();
+    return TRVS_DONE;
+  }
   bool isRefused = false;
   TrvsStatus status = rewrite(plan, index, change->get(), &isRefused);
   if (!isRefused || purpose_ != Purpose::kUpdate) return status;

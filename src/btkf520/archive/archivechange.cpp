@@ -67,6 +67,12 @@ void ArchiveChange::beginPart(const os::File& file, const End& end) {
   appended_ = &file;
 }
 
+void ArchiveChange::leaveAsItIs() {
+  pending_.clear();
+  end_ = before_;
+  addsNothing_ = true;
+}
+
 uint64_t ArchiveChange::size() const {
   return isAppended() ? written_ + pending_.size() : sibling_.size();
 }
@@ -153,7 +159,7 @@ void ArchiveChange::giveUp() {
   isConcluded_ = true;
   sibling_.giveUp();
   // On the disk before others write there: see ArchiveReader::cutTornEnd().
-  if (isAppended() && appended_->setSize(before_.offset)) {
+  if (isAppended() && !addsNothing_ && appended_->setSize(before_.offset)) {
     static_cast<void>(appended_->syncContent());
   }
 }

@@ -63,6 +63,9 @@ class ArchiveChange {
   // A part after `end`, where `file` ends. That stays where it is until hold().
   void beginPart(const os::File& file, const archivefile::End& end);
   bool isAppended() const { return appended_ != nullptr; }
+  // Makes it one that adds nothing: of that part nothing may have been written yet. What the file
+  // says is synced all the same, since nobody knows whether it ever was.
+  void leaveAsItIs();
 
   // Add to the part. May throw std::bad_alloc.
   os::FileResult write(std::string_view bytes);
@@ -84,6 +87,7 @@ class ArchiveChange {
   os::File held_;  // The old file, locked.
   archivefile::End end_;
   bool isConcluded_ = false;
+  bool addsNothing_ = false;
   bool isNameSafe_ = true;
 
   os::SiblingFile sibling_;  // A new file,

@@ -207,7 +207,8 @@ TrvsStatus ArchiveReader::open(os::File file, std::unique_ptr<ArchiveReader>* re
   const bool fits = index && (index->frames.empty() || index->frames.back().end() <= end.offset);
   if (!fits) return failure();
   auto result = std::make_unique<ArchiveReader>(std::move(*index), end, std::move(codec));
-  result->full_ = std::move(isAlone ? bytes : full);
+  result->full_ = isAlone ? bytes : std::move(full);
+  result->last_ = std::move(bytes);
   result->file_ = std::move(file);
   *reader = std::move(result);
   return TRVS_DONE;

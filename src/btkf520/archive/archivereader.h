@@ -93,6 +93,8 @@ class ArchiveReader {
   };
   // Cuts off what comes after it. TRVS_CANNOT_WRITE, and nothing is cut off, if that can't be kept.
   [[nodiscard]] TrvsStatus cutTornEnd(Cut* cut);
+  // Whether the index that was read is of these bytes. False if that isn't known.
+  bool isIndex(std::string_view bytes) const { return last_ != nullptr && last_->view() == bytes; }
   // Where the last full index is, and what it says, to pack the next one against.
   archivefile::IndexPlace fullIndex() const;
   [[nodiscard]] TrvsStatus readFullIndex(std::string_view* bytes);
@@ -144,7 +146,8 @@ class ArchiveReader {
   os::File file_;
   Index index_;
   archivefile::End end_;
-  SharedBytes full_;                 // The last full index, unpacked; null if it has not been read.
+  SharedBytes last_;                 // The index as it was read, unpacked; or null.
+  SharedBytes full_;                 // The last full one; null if it has not been read.
   mutable std::vector<Line> lines_;  // Made when they are asked for, or the model is taken.
   // In the order of the frames. Both are made when the first content is looked for.
   mutable std::vector<Stored, os::AgainAllocator<Stored>> contents_;
