@@ -124,6 +124,21 @@ TEST_F(Batch, TellsAndSettlesNothingBeforeItsEnd) {
   EXPECT_NE(journal.find("\tCHECKOUT\t" + archiveOf(0) + "\t1.0\n"), std::string::npos);
 }
 
+// A real fault: a workfile whose time had been set back was removed with what no archive had.
+TEST_F(Batch, LeavesAWorkfileThatWasChangedUnderTheSameTime) {
+  ASSERT_EQ(begin(), TRVS_DONE);
+  ASSERT_EQ(make(0), TRVS_DONE);
+  ASSERT_EQ(make(1), TRVS_DONE);
+  const auto time = std::filesystem::last_write_time(workfileOf(0));
+  std::string other = support::readFile(workfileOf(0));
+  other.back() = '~';
+  support::writeFile(workfileOf(0), other);
+  std::filesystem::last_write_time(workfileOf(0), time);
+  ASSERT_EQ(end(), TRVS_DONE);
+  EXPECT_EQ(support::readFile(workfileOf(0)), other);
+  EXPECT_FALSE(isThere(workfileOf(1)));
+}
+
 // What can't be brought to the disk is as it was, all of it; and what is said of it is right
 // whatever fails.
 TEST_F(Batch, LosesNothingToASystemThatFails) {
@@ -184,8 +199,10 @@ TEST_F(Batch, LosesNothingToASystemThatFails) {
         const std::string name = "a" + std::to_string(i);
         const bool isDone =
             statuses[i] == TRVS_DONE && undone.find(name + " " + event) == std::string::npos;
-        // A workfile stays if the archive's name may not be on the disk.
-        const bool stays = isDisk && hasFailed && isDone && (i == 0 || i == 4);
+        // A workfile stays if the archive's name may not be on the disk, or if it can't be looked
+        // at again.
+        const bool isUnread = failed.ends_with(" w" + std::to_string(i) + " ");
+        const bool stays = hasFailed && isDone && (i == 0 || i == 4) && (isDisk || isUnread);
         EXPECT_EQ(stateOf(i), (isDone ? after : before) + std::string(stays ? "work" : "")) << i;
         EXPECT_FALSE(isDisk && attempt == 0 && isDone) << i;
         EXPECT_EQ(TrvsVerifyArchive(TRVS_CONTEXT, archiveOf(i).c_str(), nullptr, 0),

@@ -13,6 +13,7 @@
 #include "btkf520/btkf520.h"
 #include "btkf520/configuration/text.h"
 #include "btkf520/operations/attempt.h"
+#include "btkf520/operations/comparedfile.h"
 #include "btkf520/operations/keywords.h"
 #include "btkf520/operations/labels.h"
 #include "btkf520/operations/locks.h"
@@ -21,6 +22,7 @@
 #include "btkf520/operations/task.h"
 #include "btkf520/operations/times.h"
 #include "btkf520/operations/workfile.h"
+#include "os/clock.h"
 #include "os/directory.h"
 
 namespace btkf {
@@ -72,10 +74,31 @@ TrvsStatus beginArchive(const NewArchive& wanted, Task* task) {
   return TRVS_DONE;
 }
 
+// A workfile as it was when it was read.
+struct SeenWorkfile {
+  os::FileStatus status;
+  int64_t time = 0;  // When it was asked for that.
+  Content content;
+};
+
+// Whether it still is, nothing if that can't be told. Times that were set back, or move in steps,
+// don't show each change: then its bytes have to, if they are to be removed.
+std::optional<bool> isStill(const std::string& path, const SeenWorkfile& seen, bool isRemoved) {
+  const auto now = statusAt(path);
+  if (now != seen.status) return false;
+  const bool isSure = now->changed == seen.status.changed && os::isSettled(now->changed, seen.time);
+  if (isSure || !isRemoved) return true;
+  ComparedFile file;
+  if (file.open(path) != TRVS_DONE) return {};
+  return file.seems(seen.content);
+}
+
 // Does with a workfile whose content an archive has by now what the flags say. One that was changed
 // meanwhile holds what no revision has: it stays as it is.
-bool settleWorkfile(const std::string& path, const os::FileStatus& seen, uint32_t flags) {
-  if (statusAt(path) != seen) return true;
+bool settleWorkfile(const std::string& path, const SeenWorkfile& seen, uint32_t flags) {
+  const bool isRemoved = (flags & (TRVS_PUT_KEEP_LOCK | TRVS_PUT_READ_ONLY)) == 0;
+  const auto still = isStill(path, seen, isRemoved);
+  if (still != true) return still.has_value();
   const os::FileResult result =
       (flags & TRVS_PUT_KEEP_LOCK) != 0   ? os::setWritable(path.c_str(), true)
       : (flags & TRVS_PUT_READ_ONLY) != 0 ? os::setWritable(path.c_str(), false)
@@ -117,6 +140,7 @@ class CheckIn {
   Task task_;
   std::string workfilePath_;
   os::FileStatus workfile_;
+  int64_t seenAt_ = 0;
   Bytes bytes_;
   Content content_;               // The same, put into the archive.
   std::optional<Number> parent_;  // Nothing for the archive's first revision.
@@ -148,6 +172,7 @@ TrvsStatus CheckIn::open() {
 
 TrvsStatus CheckIn::readWorkfile() {
   if (const TrvsStatus status = task_.findWorkfile(&workfilePath_)) return status;
+  seenAt_ = os::wallClockNanoseconds();
   const auto state = statusAt(workfilePath_);
   if (!state) return TRVS_NO_WORKFILE;
   workfile_ = *state;
@@ -328,7 +353,8 @@ void CheckIn::fillRevision(Revision* revision) const {
 }
 
 WrittenChange::Sequel CheckIn::settlesWorkfile() const {
-  return [path = workfilePath_, seen = workfile_, flags = request_.flags](ArchiveChange& change) {
+  const SeenWorkfile workfile{workfile_, seenAt_, content_};
+  return [path = workfilePath_, seen = workfile, flags = request_.flags](ArchiveChange& change) {
     const auto warn = [] { client().message(TRVS_CANNOT_WRITE); };
     bool isSettled = false;
     attempt([&] { isSettled = change.isNameSafe() && settleWorkfile(path, seen, flags); });

@@ -40,7 +40,7 @@ bool ComparedFile::equals(std::string_view bytes) const {
 
 TrvsStatus ComparedFile::compare(const Archive& archive, const Content& content, bool* isEqual) {
   *isEqual = false;
-  if (file_.size() != content.length || checksum() != content.checksum) return TRVS_DONE;
+  if (!seems(content)) return TRVS_DONE;
   uint64_t offset = 0;
   bool differs = false;
   const TrvsStatus status = archive.read(content, [&](std::string_view bytes) {

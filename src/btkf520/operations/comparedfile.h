@@ -22,6 +22,10 @@ class ComparedFile {
 
   // Whether these are all of its bytes. False as well if it can't be read.
   bool equals(std::string_view bytes) const;
+  // The same of bytes with this length and checksum.
+  bool seems(const Content& content) {
+    return file_.size() == content.length && checksum() == content.checksum;
+  }
   // The same for a content of an archive. Sizes come first, then checksums, and bytes only if both
   // agree. Statuses of Archive::read().
   [[nodiscard]] TrvsStatus compare(const Archive& archive, const Content& content, bool* isEqual);
