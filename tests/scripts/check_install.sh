@@ -62,3 +62,21 @@ for way in by_pkg_config by_cmake; do
   "$dir/$way/client" | iconv -f latin1 -t utf-8 | diff "$dir/client.expected" - ||
     fail "$way: client prints something else"
 done
+
+# The page about the classes has a client that is built with the library's source. Its lines are
+# taken as they stand; of the library, which would be the same again, the build has what is linked.
+page=$source/docs/classes.md own=$dir/by_source
+mkdir "$own"
+ln -s "$source" "$own/foldapi"
+sed -n '/^<!-- file: folders.cpp -->$/,/^```$/p' "$page" | sed '1,2d;$d' > "$own/folders.cpp"
+{
+  echo 'cmake_minimum_required(VERSION 3.25)'
+  echo 'project(own LANGUAGES C CXX)'
+  sed -n '/^```cmake$/,/^```$/p' "$page" | sed '1d;$d'
+} > "$own/CMakeLists.txt"
+cmake -S "$own" -B "$own/build" -G Ninja > "$dir/log" || { cat "$dir/log"; exit 1; }
+cp "$build"/lib*.a "$own/build/foldapi"
+cd "$own/build"
+ninja -t commands folders | grep 'folders\.cpp\.o' | sh
+expect 1 ./folders "$dir/public" "$dir/private" Pump Trials
+grep -qx "Pump: no such project" "$dir/err" || fail "by_source: the client of the classes says something else"
