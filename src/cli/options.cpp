@@ -64,7 +64,37 @@ Words secondWordsOf(const std::string& first) {
   return found;
 }
 
+// The command that does what a word that people bring along says elsewhere; empty for none.
+std::string commandFor(std::string_view word) {
+  constexpr std::pair<const char*, std::string_view> kWords[] = {
+      {"cat", "show"},
+      {"checkin", "commit push put submit"},
+      {"checkin --branch", "branch"},
+      {"checkout", "fetch get pull sync up update"},
+      {"follow", "switch"},
+      {"join", "clone"},
+      {"label", "tag"},
+      {"labels", "tags"},
+      {"list", "ls"},
+      {"lock", "edit"},
+      {"log", "history"},
+      {"project add", "create new"},
+      {"remove", "rm"},
+      {"rename", "move mv"},
+      {"revert", "reset restore undo"},
+      {"status", "st"},
+      {"where", "info"},
+  };
+  for (const auto& [own, others] : kWords) {
+    const Words all = split(others, ' ');
+    if (std::find(all.begin(), all.end(), word) != all.end()) return own;
+  }
+  return "";
+}
+
 [[noreturn]] void refuseCommand(const std::string& word) {
+  const std::string own = commandFor(word);
+  if (!own.empty()) throw misuse(word, "no such command", fmt::format("'{}' does that", own));
   Words known;
   for (const CommandEntry& each : theCommands()) {
     known.push_back(split(each.name, ' ').front());
@@ -160,8 +190,10 @@ std::string overview(const Options& globals) {
     if (!each.alias.empty()) name += fmt::format(", {}", each.alias);
     rows.push_back({"", name, std::string(each.summary)});
   }
-  return fmt::format("{}{}\noptions of all commands\n{}\n{}", text, linesOf(rows), globals.legend(),
-                     "'trevault help COMMAND' tells more about one.");
+  return fmt::format(
+      "{}{}\noptions of all commands\n{}\n{}", text, linesOf(rows), globals.legend(),
+      "To begin, 'trevault project add NAME' in a directory of yours, or 'trevault join NAME'\n"
+      "for a project that is there. 'trevault help COMMAND' tells more about one.");
 }
 
 }  // namespace

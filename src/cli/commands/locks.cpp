@@ -2,11 +2,13 @@
 #include <fmt/format.h>
 
 #include <algorithm>
+#include <set>
 
 #include "btkf520/btkf520.h"
 #include "cli/commands/commands.h"
 #include "cli/commands/filecommand.h"
 #include "cli/local/fetch.h"
+#include "cli/text/paths.h"
 #include "cli/text/text.h"
 #include "os/file.h"
 
@@ -151,7 +153,30 @@ class Unlock : public FileCommand {
 
  private:
   void work() override {
-    forEach(chosen(), [&](const FileRecord& file) { unlock(file); });
+    Files files = chosen();
+    std::set<std::string> named;
+    for (const std::string& name : names_) named.insert(session().absolute(name));
+    std::erase_if(files, [&](const FileRecord* file) {
+      return !named.contains(absolutePath(local().directory().top, file->path)) && !isMeant(*file);
+    });
+    if (files.empty()) return tellNothing("nothing to unlock");
+    forEach(files, [&](const FileRecord& file) { unlock(file); });
+  }
+
+  // Of the files of a directory those with a lock that it is about, or that was lost.
+  bool isMeant(const FileRecord& file) const {
+    output().mayStop();
+    const FileState* const state = local().stateOf(file);
+    if (state != nullptr && state->isLockedFromHere) return true;
+    try {
+      const Told& told = *local().toldOf(file, LocalFiles::Reading::kIfChanged);
+      return std::ranges::any_of(told.locks, [&](const LockInfo& each) {
+        const std::string& user = each.user;
+        return user_.empty() ? isForced_ || user == local().user() : user == user_;
+      });
+    } catch (const Problem&) {
+      return true;  // It is told when its turn comes.
+    }
   }
 
   void unlock(const FileRecord& file) {

@@ -32,7 +32,8 @@ A colleague gives the same root, and joins:
 Shows the user, the work directory, the project and its archives, the
 configuration, both roots and the profile, each with the reason why it is that
 one: an option, an environment variable, the nearest .trevault, the profile, a
-line of the configuration. Makes nothing, and works without a project.
+line of the configuration. Makes nothing, and works without a project. -v also
+shows how a path is written where that is for other systems, as V:\vault.
 )"},
     {"join", R"(
 How a second user begins, and how you get a second work directory of a project.

@@ -124,10 +124,14 @@ class Where : public Command {
       const std::string& follows = session.nearest()->follows;
       tell("follows", follows == "trunk" ? "the trunk" : follows, "");
     }
-    for (const std::string& each : open.archiveDirectories()) {
-      tell("archives", each, reasonOf(settings_, "VCSDIR", open));
+    const auto texts = open.archiveDirectoryTexts();
+    const auto directories = open.archiveDirectories();
+    for (size_t i = 0; i < directories.size(); ++i) {
+      tell("archives", directories[i], reasonOf(settings_, "VCSDIR", open));
+      tellText(directories[i], texts[i]);
     }
     tell("configuration", open.configurationFile(), "of the project");
+    tellText(open.configurationFile(), open.configurationText());
     if (session.nearest() && session.output().manner().verbose) {
       tell("kept", keptOf(session.nearest()->top),
            "what was overwritten, for 14 days and up to 1 GB");
@@ -167,7 +171,6 @@ class Where : public Command {
 
   // A path that is too long for its column has the reason on the next line.
   void tell(const std::string& name, const std::string& path, const std::string& reason) {
-    constexpr size_t kName = 16;
     constexpr size_t kPath = 44;
     std::string line = padded(name, kName) + shown(path);
     if (columnsOf(line) + 2 > kName + kPath && !reason.empty()) {
@@ -178,6 +181,14 @@ class Where : public Command {
     if (!reason.empty()) line = padded(line, kName + kPath) + reason;
     output_->result({{"place", name}, {"path", path}, {"reason", reason}}, line);
   }
+
+  // What stands for a path where other systems read it too.
+  void tellText(const std::string& path, const std::string& text) {
+    if (text == path || !output_->manner().verbose) return;
+    output_->line(fmt::format("{}written {}", std::string(kName, ' '), shown(text)));
+  }
+
+  static constexpr size_t kName = 16;
 
   Output* output_ = nullptr;
   std::vector<Setting> settings_;

@@ -64,10 +64,13 @@ class Project {
   void setWorkDirectory(const std::string& directory);
   void setTeamWorkDirectory(const std::string& directory);
   std::string configurationFile() const;
+  std::string configurationText() const;  // The path as the records have it.
   // Where the team's list of its files lies.
   std::string publicDirectory() const;
   // In their order; where new archives go is the first.
   std::vector<std::string> archiveDirectories() const;
+  std::vector<std::string> archiveDirectoryTexts()
+      const;  // The same as the configuration has them.
   void setArchiveDirectories(const std::string& directories);
   // Has the configuration file say so, or only tries out whether that can be.
   foldapi::SetResult setDirective(const std::string& name, const std::vector<std::string>& values,

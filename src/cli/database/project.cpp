@@ -158,11 +158,17 @@ std::string Project::publicDirectory() const {
   return project == nullptr ? "" : native(project->storageDir(foldapi::Side::kPublic));
 }
 
+std::string Project::configurationText() const {
+  return impl_->handle.effectiveConfig().path.str();
+}
+
+std::vector<std::string> Project::archiveDirectoryTexts() const {
+  return split(impl_->handle.effectiveConfig().archiveDirs.view(), ';');
+}
+
 std::vector<std::string> Project::archiveDirectories() const {
   std::vector<std::string> result;
-  for (const std::string& each : split(impl_->handle.effectiveConfig().archiveDirs.view(), ';')) {
-    result.push_back(native(VString(each)));
-  }
+  for (const std::string& each : archiveDirectoryTexts()) result.push_back(native(VString(each)));
   return result;
 }
 
@@ -303,8 +309,12 @@ void refuseUnstorable(const std::string& path) {
   const bool endsInDot = std::any_of(directories.begin(), directories.end(),
                                      [](const std::string& each) { return each.ends_with('.'); });
   if (endsInDot) throw Problem{path, "a directory's name can't end in a dot", "rename it"};
-  if (path.find_first_of("\\];\n") == std::string::npos) return;
-  throw Problem{path, "a file's name can't hold '\\', ';', ']' or a line end", "rename it"};
+  const std::string_view name = namePart(path);
+  const bool hasControl = std::any_of(name.begin(), name.end(),
+                                      [](char c) { return isControl(std::string_view(&c, 1)); });
+  if (path.find_first_of("\\];\n") == std::string::npos && !hasControl) return;
+  throw Problem{path, "a file's name can't hold '\\', ';', ']' or a control character",
+                "rename it"};
 }
 
 void Project::addFiles(const std::vector<FileRecord>& files, const Failed& failed) {

@@ -84,7 +84,9 @@ std::string NewFiles::archiveNamed(const std::string& path) const {
   check(TrvsComputeArchiveName(path.c_str(), name.data(), static_cast<int32_t>(name.size())),
         {.file = path});
   name.resize(name.find('\0'));
-  return joined(joined(archiveDirectory_, directoryPart(path)), namePart(name));
+  // Its directory is a text for any system.
+  const size_t separator = name.find_last_of("/\\");
+  return joined(joined(archiveDirectory_, directoryPart(path)), name.substr(separator + 1));
 }
 
 // What was made where a share is to be mounted would be hidden by it.
