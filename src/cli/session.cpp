@@ -5,6 +5,7 @@
 
 #include "cli/problem.h"
 #include "cli/text/paths.h"
+#include "cli/text/shellword.h"
 #include "cli/text/text.h"
 #include "os/directory.h"
 #include "os/environment.h"
@@ -126,14 +127,14 @@ WorkDirectory& Session::work() {
   const std::string top = project().workDirectory();
   if (top.empty()) {
     throw misuse(name, "you have no work directory for it",
-                 fmt::format("'trevault join {}' makes one", name));
+                 fmt::format("'trevault join {}' makes one", shellWord(name)));
   }
   auto stored = findWorkDirectory(top);
   if (stored && stored->top == top && stored->project == name) return *(work_ = stored);
   if (top == project().teamWorkDirectory()) {
     throw misuse(name,
                  fmt::format("its work directory {} is the team's word, not yours", shown(top)),
-                 fmt::format("'trevault join {}' makes one of your own", name));
+                 fmt::format("'trevault join {}' makes one of your own", shellWord(name)));
   }
   work_ = WorkDirectory{.top = top, .project = name};
   return *work_;

@@ -7,6 +7,7 @@
 #include <algorithm>
 
 #include "btkf520/btkf520.h"
+#include "cli/text/shellword.h"
 #include "cli/text/text.h"
 #include "os/stop.h"
 
@@ -89,7 +90,8 @@ constexpr Words kWords[] = {
     {TRVS_DISALLOWED, "the master file does not allow it"},
 };
 
-std::string filled(const char* words, const Subject& subject) {
+// `file` is how its name stands there.
+std::string filled(const char* words, const Subject& subject, const std::string& file) {
   const auto orElse = [](const std::string& text, const char* fallback) {
     return text.empty() ? std::string(fallback) : shown(text);
   };
@@ -99,7 +101,7 @@ std::string filled(const char* words, const Subject& subject) {
                                : fmt::format("the archive allows one lock, and {} has it on {}",
                                              shown(subject.user), subject.lockedAt);
   const std::string by = subject.user.empty() ? "" : " by " + subject.user;
-  return fmt::format(fmt::runtime(words), fmt::arg("file", shown(subject.file)),
+  return fmt::format(fmt::runtime(words), fmt::arg("file", file),
                      fmt::arg("archive", orElse(subject.archive, "that place")),
                      fmt::arg("workfile", orElse(subject.workfile, "the file")),
                      fmt::arg("revision", orElse(subject.revision, "it")),
@@ -138,8 +140,8 @@ Problem problemOf(int32_t status, const Subject& subject) {
     return {subject.file, fmt::format("a fault of trevault, please report: {}", status), "",
             Exit::kFailed, status};
   }
-  return {subject.file, filled(found->why, subject), filled(found->todo, subject), Exit::kFailed,
-          status};
+  return {subject.file, filled(found->why, subject, shown(subject.file)),
+          filled(found->todo, subject, shellWord(subject.file)), Exit::kFailed, status};
 }
 
 void check(int32_t status, const Subject& subject) {

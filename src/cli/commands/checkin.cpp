@@ -8,6 +8,7 @@
 #include "cli/commands/differences.h"
 #include "cli/commands/filecommand.h"
 #include "cli/commands/message.h"
+#include "cli/text/shellword.h"
 #include "cli/text/text.h"
 
 namespace cli {
@@ -207,7 +208,8 @@ class CheckIn : public FileCommand {
           fmt::format("ask {}, or look at 'trevault locks'", lock->user)};
     }
     throw Problem{path, "you have not locked it",
-                  fmt::format("'trevault ci --lock {}' locks and checks in", path)};
+                  fmt::format("'trevault ci --lock {}' locks and checks in",
+                              shellWord(local().pathFromHere(file)))};
   }
 
   // What nobody has followed when it was looked at, nobody may follow meanwhile.

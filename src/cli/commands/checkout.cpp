@@ -8,6 +8,7 @@
 #include "cli/commands/filecommand.h"
 #include "cli/local/fetch.h"
 #include "cli/text/paths.h"
+#include "cli/text/shellword.h"
 #include "cli/text/text.h"
 #include "os/directory.h"
 #include "os/file.h"
@@ -214,16 +215,17 @@ class CheckOut : public FileCommand {
       ++kept_;
       return false;
     }
+    const std::string word = shellWord(local().pathFromHere(file));
     if (here != nullptr && here->number != wanted.number) {
       throw Problem{path,
                     fmt::format("changed here, and {} by {} is {}", wanted.number, wanted.author,
                                 revision_.empty() ? "newer" : "another revision"),
-                    fmt::format("see 'trevault diff -r followed {}', then revert it", path)};
+                    fmt::format("see 'trevault diff -r followed {}', then revert it", word)};
     }
     throw Problem{path,
                   here == nullptr ? "is there, and no revision is known that it came from"
                                   : "changed here, and left as it is",
-                  fmt::format("'trevault revert {}' drops the changes", path)};
+                  fmt::format("'trevault revert {}' drops the changes", word)};
   }
 
   static constexpr Verb kCheckOut{"check out", "checked out"};

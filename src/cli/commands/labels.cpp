@@ -215,6 +215,7 @@ class Labels : public FileCommand {
     }
     if (isNull_) return output().bytes(names);
     output().results(items, rows);
+    if (rows.empty()) tellNothing("no labels");
   }
 
   static std::string floatText(const std::string& branch) {

@@ -281,6 +281,7 @@ class Locks : public FileCommand {
     }
     if (isNull_) return output().bytes(paths_);
     output().results(items_, rows_);
+    if (rows_.empty() && user_.empty()) tellNothing("no locks");
     if (rows_.empty() && !user_.empty()) {
       output().problem({user_, "nobody of this name has a lock", "", Exit::kDone});
     }

@@ -156,7 +156,7 @@ is followed, it moves along.
     {"lock", R"(
 One person has the lock of a revision, edits, and checks in. The file becomes
 writable; an unchanged older one is brought up first, a changed one is kept if
-it came from that revision. Of several files those that can be had are had.
+it came from that revision. Of several files it takes those that it can.
 
     $ trevault lock -m 'New limits, back on Monday' pump.c
 )"},

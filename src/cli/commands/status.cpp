@@ -88,7 +88,8 @@ class Status : public FileCommand {
       word = "unknown";
       const LockInfo* const mine = ownLock(told);
       if (mine != nullptr) remark = fmt::format("you have locked {}, and ", mine->number);
-      remark += "no revision is known that it came from";
+      const bool isOther = os::directoryState(local().pathOf(file).c_str()).has_value();
+      remark += isOther ? "a directory is there" : "no revision is known that it came from";
     } else if (standing == Standing::kMissing) {
       word = "missing";
       remark = lockText(lock);

@@ -9,6 +9,7 @@
 #include "cli/database/messages.h"
 #include "cli/problem.h"
 #include "cli/text/paths.h"
+#include "cli/text/shellword.h"
 #include "cli/text/text.h"
 #include "core/lockscope.h"
 #include "domain/projectroot.h"
@@ -157,7 +158,7 @@ Project Database::openMaster() {
 void Database::refuseKnown(const std::string& name) const {
   if (findProject(impl_->root, name).isNull()) return;
   throw misuse(name, "there is such a project already",
-               fmt::format("'trevault join {}' to work in it", name));
+               fmt::format("'trevault join {}' to work in it", shellWord(name)));
 }
 
 Project Database::add(const std::string& name, const std::string& work,

@@ -14,6 +14,7 @@
 #include "cli/session.h"
 #include "cli/text/paths.h"
 #include "cli/text/pattern.h"
+#include "cli/text/shellword.h"
 #include "cli/text/text.h"
 #include "os/directory.h"
 #include "os/parallel.h"
@@ -129,9 +130,10 @@ void LocalFiles::refuseCrossing(const std::string& path, const std::string& move
     return std::ranges::lower_bound(files_, first, {}, &FileRecord::path);
   };
   const auto refuse = [&](const std::string& name, const char* why) {
-    const std::string other = shownPath({name, "", ""});
-    throw Problem{shownPath({path, "", ""}), fmt::format(fmt::runtime(why), other),
-                  fmt::format("choose another name, or 'trevault remove {}' first", other)};
+    const std::string other = pathFromHere({name, "", ""});
+    throw Problem{
+        shownPath({path, "", ""}), fmt::format(fmt::runtime(why), shown(other)),
+        fmt::format("choose another name, or 'trevault remove {}' first", shellWord(other))};
   };
   for (auto each = from(path + '/'); each != files_.end() && isBelow(path, each->path); ++each) {
     if (each->path != moved) refuse(path, "files of the project are below that name");
@@ -201,7 +203,8 @@ LocalFiles::Files LocalFiles::matching(const std::string& typed, const Files& al
   std::string near = nearest(path, known);
   if (!near.empty()) near = fmt::format("did you mean {}?", shown(near));
   const bool isThere = os::hasEntry(absolutePath(directory_.top, path).c_str());
-  if (near.empty() && isThere) near = fmt::format("'trevault add {}' puts it there", typed);
+  if (near.empty() && isThere)
+    near = fmt::format("'trevault add {}' puts it there", shellWord(typed));
   throw Problem{typed, fmt::format("not in project {}", directory_.project), near};
 }
 
