@@ -7,6 +7,7 @@
 
 #include "core/folderoptions.h"
 #include "core/prefetch.h"
+#include "runtime/mbstring.h"
 
 namespace foldapi {
 
@@ -32,8 +33,6 @@ uint64_t bigEndianWord(const char* bytes) {
 // long as looking at all of them, and some more.
 constexpr size_t kLooksBeforeIndex = 8;
 
-char folded(char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c + 32) : c; }
-
 // Equal for keys that a find takes for equal.
 size_t hashOf(const std::array<std::string_view, 2>& parts, int count, VCase letterCase) {
   size_t hash = 0;
@@ -41,7 +40,7 @@ size_t hashOf(const std::array<std::string_view, 2>& parts, int count, VCase let
   for (int i = 0; i < count; ++i) {
     text = parts[static_cast<size_t>(i)];
     if (letterCase == VCase::kIgnored) {
-      std::transform(text.begin(), text.end(), text.begin(), folded);
+      std::transform(text.begin(), text.end(), text.begin(), foldedCase);
     }
     hash = hash * 31 + std::hash<std::string_view>()(text);
   }
@@ -65,7 +64,7 @@ class TVChildList::KeyBytes {
   bool isCut() const { return isCut_; }
 
   KeyPrefix prefix(VCase letterCase) {
-    if (letterCase == VCase::kIgnored) std::transform(bytes_, bytes_ + used_, bytes_, folded);
+    if (letterCase == VCase::kIgnored) std::transform(bytes_, bytes_ + used_, bytes_, foldedCase);
     return words();
   }
   // As prefix(), with all bits set where there is a byte.

@@ -94,9 +94,11 @@ class TVHash : public VObject {
   // the old hash() still given, removeIdentical(), let hash() change, add().
   void rekey(VObject* value, uint64_t oldFingerprint);
 
-  // Whether a value has come, gone, or changed its key or its place since the last noteOrder().
+  // Whether a value has come, gone, or changed its key or its place since the last noteOrder(), or
+  // somebody has noted another change. True before the first noteOrder().
   bool hasChanged() const { return hasChanged_; }
   void noteOrder() { hasChanged_ = false; }
+  void noteChange() { hasChanged_ = true; }
 
   // Says that most values are about to be removed, as a walk meets them: makes that faster.
   void expectRemovals();
@@ -138,7 +140,7 @@ class TVHash : public VObject {
   int32_t bucketCount_;
   Statistics statistics_;
   bool mayHoldEquals_ = false;  // A value has changed in place.
-  bool hasChanged_ = false;
+  bool hasChanged_ = true;
 };
 
 // A walk over a table: bucket by bucket, and in a bucket from the oldest entry. While it stands,

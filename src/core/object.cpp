@@ -78,7 +78,17 @@ int TVObject::describe(TVHandle&, uint32_t* status) {
 }
 
 std::string_view TVObject::sortKey(int*, TVSortType, std::string*) const { return ""; }
-int TVObject::compareKey(std::string_view, TVSortType, VCase) const { return 0; }
+int TVObject::compareKey(std::string_view key, TVSortType sortType, VCase letterCase) const {
+  const KeyParts sought = keyParts(key, sortType);
+  std::string scratch;
+  for (int position = 0; position < sought.count; ++position) {
+    int index = position;
+    const std::string_view own = sortKey(&index, listOrderOf(sortType), &scratch);
+    const int order = compareText(sought.parts[static_cast<size_t>(position)], own, letterCase);
+    if (order != 0) return order;
+  }
+  return 0;
+}
 TVObject::KeyParts TVObject::keyParts(std::string_view, TVSortType) const { return {}; }
 bool TVObject::ordersBySortKeys(TVSortType) const { return true; }
 VString TVObject::name(const TVOptionArray&) const { return {}; }
@@ -240,7 +250,7 @@ bool TVObject::bringUpToDate(TVHandle& context) {
 void TVObject::reload(TVHandle& context) {
   const bool hadChildren = children_ != nullptr && !children_->isEmpty();
   forEachChild([](TVObject* child) { child->unseen_ = true; });
-  isWritten_ = false;
+  if (children_ != nullptr) children_->noteChange();
   lostChildren_ = true;  // Until all is read, also by way of an exception.
   readData(context, lockData_.get());
   lostChildren_ = false;
@@ -326,8 +336,7 @@ void TVObject::rewrite(TVHandle& context) {
     keepWrites_ = false;
     return;
   }
-  isWritten_ = true;
-  if (children_ != nullptr) children_->noteOrder();
+  children().noteOrder();
 }
 
 int TVObject::writeInOwner(TVHandle& context) {
@@ -399,7 +408,7 @@ void TVObject::enterOwnerTable(bool wasCached) {
   } catch (const std::bad_alloc&) {  // As if it were destroyed, until the owner is read again.
     owner_->lostChildren_ = true;
   }
-  if (!isInTable_ && wasCached) releaseReference(0);  // A use may have been all that held it.
+  if (!isInTable_ && wasCached) deleteUnheld();  // A use may have been all that held it.
 }
 
 void TVObject::rekeyInOwnerTable(uint64_t fingerprintBefore) {
@@ -431,7 +440,7 @@ void TVObject::destroyChildren(TVHandle& context, TVRemoval removal) {
 void TVObject::leaveOwner(TVRemoval removal) {
   TVObject* owner = owner_;
   if (removal == TVRemoval::kStored) owner->dirty_ = true;
-  leaveOwnerTable();
+  static_cast<void>(leaveOwnerTable());  // It may have left before, for an equal one.
   owner->releaseReference(refCount_);
   owner_ = nullptr;
 }

@@ -122,10 +122,11 @@ class TVObject : public VObject {
   // The key at *index under a sort type. Subtracts the number of the class's keys from *index, so a
   // negative value means that more keys may follow. The text is the object's own or `scratch`'s.
   virtual std::string_view sortKey(int* index, TVSortType sortType, std::string* scratch) const;
-  // Compares a key with this object: 0 means that it matches, below 0 that it sorts before.
+  // Compares a key with this object: 0 means that it matches, below 0 that it sorts before. By the
+  // parts of the key, unless there are none: then any matches, or a class compares in its own way.
   virtual int compareKey(std::string_view key, TVSortType sortType, VCase letterCase) const;
-  // A key cut up as compareKey() compares it: the first part with sort key 0, the second one, if
-  // the first is equal, with sort key 1. No parts where compareKey() does otherwise.
+  // A key cut up: the first part is compared with sort key 0 of the list's order, the second one,
+  // if the first is equal, with sort key 1.
   struct KeyParts {
     std::array<std::string_view, 2> parts = {};
     int count = 0;
@@ -233,7 +234,7 @@ class TVObject : public VObject {
   static void countKeyChange();
   // To be called by setters of what takes no part in isEqual() and stands in the object's record.
   void recordChanged() {
-    if (owner_ != nullptr) owner_->isWritten_ = false;
+    if (owner_ != nullptr && owner_->children_ != nullptr) owner_->children_->noteChange();
   }
   // Both run `assign`, which changes a field that takes part in isEqual(), and keep the owner's
   // table in order. This one is for a field that takes no part in the hash.
@@ -266,14 +267,13 @@ class TVObject : public VObject {
   void forEachChild(Visit visit);
   void reload(TVHandle& context);
   void rewrite(TVHandle& context);
-  bool isAsWritten() const {
-    return isWritten_ && (children_ == nullptr || !children_->hasChanged());
-  }
+  bool isAsWritten() const { return children_ != nullptr && !children_->hasChanged(); }
   void revert(TVHandle& context);
   [[nodiscard]] bool giveUpStorage(TVHandle& context);
   void abandonStorage(TVHandle& context);
-  bool leaveOwnerTable();
+  [[nodiscard]] bool leaveOwnerTable();
   void enterOwnerTable(bool wasCached);
+  void deleteUnheld() { releaseReference(0); }
   void rekeyInOwnerTable(uint64_t fingerprintBefore);
   void leaveOwner(TVRemoval removal);
   bool isHeldByUse() const { return isInTable_ && owner_->useCount_ > 0; }
@@ -291,7 +291,6 @@ class TVObject : public VObject {
   bool isInTable_ : 1 = false;  // In the owner's, which there is then.
   bool keepWrites_ : 1 = true;
   bool lostChildren_ : 1 = false;  // Some left the cache since the last read, not the files.
-  bool isWritten_ : 1 = false;     // The last rewrite is stored; the table tells of changes since.
   mutable int32_t hashValue_ = kHashUnknown;
   mutable uint64_t fingerprint_ = 0;  // 0 until it is asked for.
   int useCount_ = 0;

@@ -71,16 +71,10 @@ std::string_view TVArchiveFolder::sortKey(int* index, TVSortType sortType,
   return privateWorkDir_.view();
 }
 
-int TVArchiveFolder::compareKey(std::string_view key, TVSortType sortType, VCase letterCase) const {
+TVObject::KeyParts TVArchiveFolder::keyParts(std::string_view key, TVSortType sortType) const {
   const bool known = sortType == TVSortType::kDefault || sortType == TVSortType::kName ||
                      sortType == TVSortType::kWorkDir || sortType == TVSortType::kPrivacy;
-  if (!known) return 0;
-  int index = 0;
-  return compareText(key, TVArchiveFolder::sortKey(&index, sortType, nullptr), letterCase);
-}
-
-TVObject::KeyParts TVArchiveFolder::keyParts(std::string_view key, TVSortType sortType) const {
-  if (sortType != TVSortType::kName && sortType != TVSortType::kWorkDir) return {};
+  if (!known) return {};
   return {{key}, 1};
 }
 

@@ -28,7 +28,6 @@ class TVArchiveFolder : public TVObject {
 
   // Under kDefault, and under types that folders don't have, privacy comes first.
   std::string_view sortKey(int* index, TVSortType sortType, std::string* scratch) const override;
-  int compareKey(std::string_view key, TVSortType sortType, VCase letterCase) const override;
   KeyParts keyParts(std::string_view key, TVSortType sortType) const override;
   // The name, or in the long form the name, a tab and the work directory.
   VString name(const TVOptionArray& options) const override;

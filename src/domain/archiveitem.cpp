@@ -45,7 +45,7 @@ int TVArchiveItem::compareKey(std::string_view key, TVSortType sortType, VCase l
   if (!ordersBySortKeys(sortType)) {
     return compareText(key, std::to_string(itemNumber_), VCase::kExact);
   }
-  return sortType == TVSortType::kName ? compareText(key, itemName_.view(), letterCase) : 0;
+  return TVObject::compareKey(key, sortType, letterCase);
 }
 
 TVObject::KeyParts TVArchiveItem::keyParts(std::string_view key, TVSortType sortType) const {

@@ -1,8 +1,6 @@
 // domain/archivemember.cpp: the name forms of a member, and how members sort.
 #include "domain/archivemember.h"
 
-#include <optional>
-
 #include "core/optionarray.h"
 #include "core/result.h"
 #include "domain/archivefolder.h"
@@ -41,20 +39,10 @@ const Field* memberKeys(TVSortType sortType) {
   }
 }
 
-// The one name that a whole key is compared with; none where more than one decides.
-std::optional<Field> wholeKeyField(TVSortType sortType) {
-  switch (sortType) {
-    case TVSortType::kWorkName:
-      return TVNameBlock::kWorkName;
-    case TVSortType::kArchiveName:
-      return TVNameBlock::kArchiveName;
-    case TVSortType::kWorkDirOfPath:
-      return TVNameBlock::kWorkPath;
-    case TVSortType::kArchiveDirOfPath:
-      return TVNameBlock::kArchivePath;
-    default:
-      return std::nullopt;
-  }
+// Whether a key is one name or one directory.
+bool isWholeSort(TVSortType sortType) {
+  return sortType == TVSortType::kWorkName || sortType == TVSortType::kArchiveName ||
+         sortType == TVSortType::kWorkDirOfPath || sortType == TVSortType::kArchiveDirOfPath;
 }
 
 // Whether a key is a path: a directory and a name.
@@ -100,26 +88,11 @@ std::string_view TVArchiveMember::sortKey(int* index, TVSortType sortType,
   return names_[memberKeys(sortType)[position]];
 }
 
-int TVArchiveMember::compareKey(std::string_view key, TVSortType sortType, VCase letterCase) const {
-  if (const std::optional<Field> field = wholeKeyField(sortType)) {
-    return compareText(key, names_[*field], letterCase);
-  }
-  if (!isQualifiedSort(sortType)) return TVObject::compareKey(key, sortType, letterCase);
-  std::string scratch;
-  int index = 0;
-  const int order = compareText(VPathString::directoryPartOf(key),
-                                sortKey(&index, sortType, &scratch), letterCase);
-  if (order != 0) return order;
-  const std::string_view name =
-      sortType == TVSortType::kArchivePath ? names().archiveName : names().workName;
-  return compareText(VPathString::fileNamePartOf(key), name, letterCase);
-}
-
 TVObject::KeyParts TVArchiveMember::keyParts(std::string_view key, TVSortType sortType) const {
   if (isQualifiedSort(sortType)) {
     return {{VPathString::directoryPartOf(key), VPathString::fileNamePartOf(key)}, 2};
   }
-  if (!wholeKeyField(sortType)) return {};
+  if (!isWholeSort(sortType)) return {};
   return {{key}, 1};
 }
 

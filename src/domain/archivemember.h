@@ -57,7 +57,6 @@ class TVArchiveMember : public TVObject {
 
   // Under kDefault, and under types that members don't have, as under kWorkPath.
   std::string_view sortKey(int* index, TVSortType sortType, std::string* scratch) const override;
-  int compareKey(std::string_view key, TVSortType sortType, VCase letterCase) const override;
   KeyParts keyParts(std::string_view key, TVSortType sortType) const override;
   // Branches below a member stay in the order in which they were read.
   VBool isSortable() const override { return false; }

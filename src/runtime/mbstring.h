@@ -31,6 +31,10 @@ constexpr uint16_t kCharLead = 0x200;
 constexpr uint16_t kCharBlank = 0x400;
 constexpr uint16_t kCharVowel = 0x800;
 
+// A to Z in lower case, and any other byte as it is: what texts are compared by where case doesn't
+// count.
+constexpr char foldedCase(char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c | 0x20) : c; }
+
 struct CharacterEntry {
   uint16_t classes;  // A set of kChar bits.
   uint8_t upper;

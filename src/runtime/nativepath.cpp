@@ -30,9 +30,7 @@ constexpr size_t kListingsKept = 8;
 
 std::string foldCase(std::string_view name) {
   std::string folded(name);
-  for (char& c : folded) {
-    if (c >= 'A' && c <= 'Z') c = static_cast<char>(c | 0x20);
-  }
+  std::transform(folded.begin(), folded.end(), folded.begin(), foldedCase);
   return folded;
 }
 
