@@ -353,7 +353,9 @@ Found findEnd(const LastBytes& file, End* end) {
   const auto whole = std::find_if(ends.rbegin(), ends.rend(),
                                   [&](uint64_t offset) { return readEnd(file, offset, end); });
   if (whole == ends.rend()) return Found::kNone;
-  return isDamagedAfter(file, *end, {whole.base(), ends.end()}) ? Found::kDamaged : Found::kWhole;
+  const bool isDamaged = isDamagedAfter(file, *end, {whole.base(), ends.end()});
+  if (file.hasFailed()) return Found::kNone;
+  return isDamaged ? Found::kDamaged : Found::kWhole;
 }
 
 bool isCutOff(const LastBytes& file, const End& end) {

@@ -86,6 +86,7 @@ class LastBytes {
   LastBytes(const os::File& file, char* room, size_t size);
 
   uint64_t fileSize() const { return fileSize_; }
+  bool hasFailed() const { return file_.hasFailed(); }  // A reading of it.
   // What was read at once; empty if nothing could be.
   std::string_view last() const { return last_; }
   // Of these bytes what was read at once; empty if `begin` was not.
@@ -104,7 +105,7 @@ bool hasHeader(const LastBytes& file);
 // Goes from part to part, by their headers alone, and calls `take` with the end of each.
 void forEachPart(const LastBytes& file, const std::function<void(uint64_t end)>& take);
 enum class Found {
-  kNone,
+  kNone,     // Or what is there couldn't all be read.
   kWhole,    // What comes after it, if anything does, may be torn.
   kDamaged,  // After the last whole part is what was whole once.
 };

@@ -2,6 +2,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <cerrno>
 #include <cstring>
 #include <set>
 #include <utility>
@@ -159,6 +160,25 @@ TEST(ArchiveDamage, IsProvedByAWholePartAfterIt) {
   support::writeFile(wide.path(), torn);
   setOwner(wide, "bob");
   EXPECT_TRUE(support::readFile(wide.path() + ".trvs-cut") == torn.substr(before.size()));
+}
+
+// A real fault: what the disk couldn't read was taken for torn, and the archive said what it had
+// said before.
+TEST(ArchiveDamage, IsNotSeenInAnEndThatCantBeRead) {
+  History history;
+  history.checkIn("1", Contents(1).bytes(40000));
+  setOwner(history, "b");
+  for (unsigned lost = 0; lost < 1 << 12; ++lost) {  // Of the first reads those whose bits are set.
+    unsigned count = 0;
+    const os_test::SystemCalls broken([&](const os_test::Call& call) {
+      return call.name == "pread" && (lost >> std::min(count++, 31u) & 1) != 0 ? EIO : 0;
+    });
+    std::unique_ptr<Archive> archive;
+    const TrvsStatus status = Archive::openToUpdate(history.path(), &archive);
+    ASSERT_TRUE(status == TRVS_CANNOT_OPEN ||
+                (status == TRVS_DONE && archive->model().owner == "b"))
+        << lost << ": " << status;
+  }
 }
 
 // What a power cut may leave of a change: any sectors of it, and all of what was before. Each of
