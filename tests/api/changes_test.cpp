@@ -165,7 +165,7 @@ TEST_F(Changes, DestroyArchiveAndFolderRewriteTheirParentsFilesInTableOrder) {
                  "[FOLDER=gone]\nWKDIR=g\nDIR=gone\n[DOCUMENT=/v;q_v;;q]\n[DOCUMENT=/v;m_v;;m]\n" +
                      kept + "[FOLDER=src]\nWKDIR=s\nDIR=src\nNOTE=lost\n");
   scratch_.write("prv/P.prj/trvsfold.prv",
-                 "[FOLDER=gone]\nDIR=gone\nWKDIR=\nOWNERSHIP=PUBLIC\n\n[FOLDER=mine]\nDIR=/m\n");
+                 "[FOLDER=gone]\nDIR=gone\nWKDIR=\nOWNERSHIP=PUBLIC\n\n[FOLDER=mine]\nDIR=V:/m\n");
   for (const char* name : {"pub/P.prj/src/trvsfold.pub", "pub/P.prj/gone/trvsfold.pub"}) {
     scratch_.write(name, "[DOCUMENT=/v;q_v;;q]\n[DOCUMENT=/v;m_v;;m]\n" + kept);
   }
@@ -176,7 +176,7 @@ TEST_F(Changes, DestroyArchiveAndFolderRewriteTheirParentsFilesInTableOrder) {
   const string src = "[FOLDER=src]\nDIR=src\nWKDIR=s\n\n";
   const string gone = "[FOLDER=gone]\nDIR=gone\nWKDIR=g\n";
   const string overlay = "[FOLDER=src]\nDIR=\nWKDIR=s\nOWNERSHIP=PUBLIC\n\n";
-  const string mine = "[FOLDER=mine]\nDIR=/m\nWKDIR=\n\n";
+  const string mine = "[FOLDER=mine]\nDIR=V:/m\nWKDIR=\n\n";
   EXPECT_EQ(shown("pub/P.prj/trvsfold.pub"),
             kHead + "[DOCUMENT=/v;m_v;;m]\n" + kept + gone + "\n" + src);
   EXPECT_EQ(shown("prv/P.prj/trvsfold.prv"),

@@ -83,7 +83,7 @@ class ScratchDatabase {
     std::vector<std::string> names;
     for (const auto& entry : std::filesystem::recursive_directory_iterator(directory_.path())) {
       if (entry.is_regular_file() && entry.path() != database_.profile()) {
-        names.push_back(entry.path().lexically_relative(directory_.path()).string());
+        names.push_back(entry.path().lexically_relative(directory_.path()).generic_string());
       }
     }
     std::sort(names.begin(), names.end());
