@@ -25,6 +25,10 @@ std::string accountName();
 // The effective user's home: "" without one, and for a user who isn't heeded.
 std::string homeDirectory();
 
+// Whether what the user's programs read in his home of their own accord is below names that begin
+// with a dot.
+bool hidesSettingsByDots();
+
 // Where the effective user's programs keep their own files, by the XDG rules: "" without a home,
 // and for a user who isn't heeded. With raised rights the home is the account's.
 std::string configurationDirectory();

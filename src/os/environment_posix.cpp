@@ -70,6 +70,8 @@ std::string homeDirectory() {
   return directory.empty() && heedsUser() ? accountText(&passwd::pw_dir) : directory;
 }
 
+bool hidesSettingsByDots() { return true; }
+
 std::string configurationDirectory() { return userDirectory("XDG_CONFIG_HOME", "/.config"); }
 
 std::string dataDirectory() { return userDirectory("XDG_DATA_HOME", "/.local/share"); }

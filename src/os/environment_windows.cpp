@@ -41,6 +41,8 @@ std::string accountName() {
 
 std::string homeDirectory() { return directoryFrom("USERPROFILE"); }
 
+bool hidesSettingsByDots() { return false; }
+
 std::string configurationDirectory() { return directoryFrom("APPDATA"); }
 
 std::string dataDirectory() { return directoryFrom("LOCALAPPDATA"); }

@@ -74,6 +74,7 @@ bool IsInOwnPlace(const TVArchiveMember& member) {
   for (const std::string& text : {way.own, way.privateRoot}) {
     if (!partBelow(normalisePath(nativePath(text)), path).empty()) return true;
   }
+  if (!os::hidesSettingsByDots()) return false;
   const std::string_view inHome = partBelow(normalisePath(os::homeDirectory()), path);
   return !inHome.empty() && inHome.find("/.") == std::string_view::npos;
 }

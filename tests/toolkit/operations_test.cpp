@@ -4,6 +4,7 @@
 #include "core/result.h"
 #include "domain/projectroot.h"
 #include "domain/tvopts.h"
+#include "os/directory.h"
 #include "runtime/assertion.h"
 #include "store/52arfld.h"
 #include "store/52proj.h"
@@ -123,25 +124,31 @@ TEST_F(Operations, AskBeforeACheckOutLeavesTheUsersOwnPlaces) {
       {"/ann", "/team", "private /etc", "src", ""},
       {"/ann", "/team", "private sub", "/etc", ""},
       {"/team", "/team", "private sub", "src", "/team/sub/src/m.c"},
-      {"/home/ann/w", "/home/ann/w", nullptr, "src", ""},
+      {"/home/ann/w", "/home/ann/w", nullptr, "src", os::hasDrives() ? "/home/ann/w/src/m.c" : ""},
       {"/home/ann", "/home/ann", nullptr, ".ssh", "/home/ann/.ssh/m.c"},
       {"/private/w", "/private/w", nullptr, "", ""},
       {"", "", nullptr, "src", ""},
-      {"V:\\ann", "V:\\ann", nullptr, "src", ""},
+      {"V:\\ann", "V:\\ann", nullptr, "src", os::hasDrives() ? "V:\\ann\\src\\m.c" : ""},
+  };
+  const auto whole = [](std::string_view path) {
+    return (os::hasDrives() && path.starts_with('/') ? "C:" : "") + std::string(path);
   };
   for (const auto& c : cases) {
     SCOPED_TRACE(std::string(c.own) + " " + c.team + " " + c.work);
-    TVProjectRoot ownRoot("/public", "/private", nullptr, TVCaching::kTransient);
-    TVProjectFolder52 owner("P", TVProjectConfig(), c.own, c.team, &ownRoot, TVCaching::kTransient);
+    const std::string own = whole(c.own), team = whole(c.team), work = whole(c.work);
+    TVProjectRoot ownRoot(VString(whole("/public")), VString(whole("/private")), nullptr,
+                          TVCaching::kTransient);
+    TVProjectFolder52 owner("P", TVProjectConfig(), own.c_str(), team.c_str(), &ownRoot,
+                            TVCaching::kTransient);
     const std::string_view folder = c.folder == nullptr ? "" : c.folder;
     TVArchiveFolder52 inner(
-        "F", VString(folder.substr(folder.find(' ') + 1)),
+        "F", VString(whole(folder.substr(folder.find(' ') + 1))),
         folder.starts_with("private") ? TVPrivacy::kPrivate : TVPrivacy::kPublic, &owner,
         TVCaching::kTransient);
     TVObject* const holder = c.folder == nullptr ? static_cast<TVObject*>(&owner) : &inner;
-    TVArchiveMember52 tested({"/v", "m.c_v", c.work, "m.c"}, holder, TVCaching::kTransient);
+    TVArchiveMember52 tested({"/v", "m.c_v", work.c_str(), "m.c"}, holder, TVCaching::kTransient);
     const std::string question =
-        *c.asked == '\0' ? "" : "confirm " + std::string(c.asked) + "|/v/m.c_v\n";
+        *c.asked == '\0' ? "" : "confirm " + whole(c.asked) + "|/v/m.c_v\n";
     TVHandle context(&sink, nullptr);
     for (const int answer : {0, 1}) {
       TVGetOptions get;
