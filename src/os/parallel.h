@@ -7,7 +7,8 @@
 namespace os {
 
 // Calls `work` with ranges that are all of 0 to `count` together, some of them at the same time:
-// `work` may not throw, and its calls may not touch one another's. Returns when all are done.
+// its calls may not touch one another's. Returns when all are done, and throws what one of them
+// threw.
 void shareWork(size_t count, const std::function<void(size_t begin, size_t end)>& work);
 
 }  // namespace os
