@@ -3,6 +3,7 @@
 #include <fmt/format.h>
 
 #include <algorithm>
+#include <exception>
 #include <set>
 
 #include "btkf520/btkf520.h"
@@ -16,11 +17,27 @@
 namespace cli {
 namespace {
 
-std::string theText;  // What the engine said last of the archive at hand.
+std::string theText;           // What the engine said last of the archive at hand.
+std::exception_ptr theThrown;  // Nothing may be thrown through the engine.
 
 int32_t takeText(const char* text) {
-  theText = text;
-  return TRVS_GO_ON;
+  try {
+    theText = text;
+    return TRVS_GO_ON;
+  } catch (...) {
+    theThrown = std::current_exception();
+    return TRVS_REFUSE;
+  }
+}
+
+// Leaves in theText what the engine says of it.
+int32_t verifyArchive(const std::string& archive, char* buffer, int32_t size) {
+  theText.clear();
+  theThrown = nullptr;
+  attachEngine(TRVS_CALLBACK_TEXT, &takeText);
+  const int32_t status = TrvsVerifyArchive(TRVS_CONTEXT, archive.c_str(), buffer, size);
+  if (theThrown != nullptr) std::rethrow_exception(theThrown);
+  return status;
 }
 
 class Verify : public FileCommand {
@@ -71,12 +88,10 @@ class Verify : public FileCommand {
     const Subject subject{.file = path, .archive = file.archive};
     std::vector<std::string> lost;
     int32_t status = TRVS_DONE;
-    theText.clear();
-    attachEngine(TRVS_CALLBACK_TEXT, &takeText);
     try {
       lost = fetchList(
           [&](char* buffer, int32_t size) {
-            status = TrvsVerifyArchive(TRVS_CONTEXT, file.archive.c_str(), buffer, size);
+            status = verifyArchive(file.archive, buffer, size);
             const bool isTold = status == TRVS_NOT_AN_ARCHIVE || status == TRVS_TORN_END;
             return isTold ? TRVS_DONE : status;
           },
