@@ -29,6 +29,13 @@ int64_t now() {
   return int64_t{time.tv_sec} * 1'000'000 + time.tv_nsec / 1000;
 }
 
+// Names of machines are the same in capitals.
+std::string lowered(std::string name) {
+  std::transform(name.begin(), name.end(), name.begin(),
+                 [](char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c + 32) : c; });
+  return name;
+}
+
 // A connection that ends in time.
 class Connection : public httplib::Stream {
  public:
@@ -180,9 +187,8 @@ class Server : public httplib::Server {
     if (colon != std::string::npos && host.find(']', colon) == std::string::npos) {
       host.resize(colon);
     }
-    std::transform(host.begin(), host.end(), host.begin(),
-                   [](char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c + 32) : c; });
-    return std::find(service_.hosts.begin(), service_.hosts.end(), host) != service_.hosts.end();
+    return std::any_of(service_.hosts.begin(), service_.hosts.end(),
+                       [&](const std::string& each) { return lowered(each) == lowered(host); });
   }
 
   const Service& service_;

@@ -189,7 +189,8 @@ class Server:
     """'trevault serve', and what it answers."""
 
     def __init__(self, person):
-        self.process = subprocess.Popen([person.trevault, "serve", "--port", "0"], stdout=subprocess.PIPE,
+        command = [person.trevault, "serve", "--port", "0", "--host", "Station"]
+        self.process = subprocess.Popen(command, stdout=subprocess.PIPE,
                                         cwd=person.home, env=person.environment, text=True)
         line = self.process.stdout.readline()
         self.port = int(line.partition("127.0.0.1:")[2].partition("/")[0] or 0)
@@ -287,6 +288,7 @@ def check_server(person, written):
         expect(status == 404, "%s gives %d" % (what, status))
     for what, status, wanted in [
             ("a strange host", server.status("/", host="evil.example"), 421),
+            ("a name in other letters", server.status("/", host="sTation:1"), 200),
             ("no host", server.status("/", host=""), 421),
             ("POST", server.status("/", method="POST"), 405),
             ("DELETE", server.status("/", method="DELETE"), 405),
