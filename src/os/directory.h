@@ -58,7 +58,8 @@ struct DirectoryState {
 // Nothing for what is no directory.
 std::optional<DirectoryState> directoryState(const char* path);
 
-// Calls `take` with each name in the directory but "." and ".."; with none if it can't be read.
-void forEachEntry(const char* path, const std::function<void(const char* name)>& take);
+// Calls `take` with each name in the directory but "." and "..". False if it can't be read to its
+// end: then those before that were taken.
+bool forEachEntry(const char* path, const std::function<void(const char* name)>& take);
 
 }  // namespace os

@@ -1,5 +1,4 @@
 // os/directory_posix.cpp: directories on Linux.
-#include <dirent.h>
 #include <fcntl.h>
 #include <grp.h>
 #include <limits.h>
@@ -12,6 +11,7 @@
 
 #include "os/calls_posix.h"
 #include "os/directory.h"
+#include "os/entries.h"
 
 namespace os {
 namespace {
@@ -106,13 +106,8 @@ std::optional<DirectoryState> directoryState(const char* path) {
       {raw.st_dev, raw.st_ino}, nanosecondsOf(raw.st_mtim), nanosecondsOf(raw.st_ctim)};
 }
 
-void forEachEntry(const char* path, const std::function<void(const char* name)>& take) {
-  const std::unique_ptr<DIR, int (*)(DIR*)> stream(::opendir(path), ::closedir);
-  if (stream == nullptr) return;
-  while (const dirent* entry = ::readdir(stream.get())) {
-    const std::string_view name = entry->d_name;
-    if (name != "." && name != "..") take(entry->d_name);
-  }
+bool forEachEntry(const char* path, const std::function<void(const char* name)>& take) {
+  return forEachEntryOfKind(path, [&](const char* name, EntryKind /*kind*/) { take(name); });
 }
 
 }  // namespace os

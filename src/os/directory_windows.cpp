@@ -142,8 +142,8 @@ bool forEachEntryOfKind(const char* path,
   return isWhole;
 }
 
-void forEachEntry(const char* path, const std::function<void(const char* name)>& take) {
-  forEachEntryOfKind(path, [&](const char* name, EntryKind /*kind*/) { take(name); });
+bool forEachEntry(const char* path, const std::function<void(const char* name)>& take) {
+  return forEachEntryOfKind(path, [&](const char* name, EntryKind /*kind*/) { take(name); });
 }
 
 }  // namespace os

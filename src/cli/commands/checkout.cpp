@@ -7,6 +7,7 @@
 #include "cli/commands/commands.h"
 #include "cli/commands/filecommand.h"
 #include "cli/local/fetch.h"
+#include "cli/local/walk.h"
 #include "cli/text/paths.h"
 #include "cli/text/shellword.h"
 #include "cli/text/text.h"
@@ -81,13 +82,10 @@ class CheckOut : public FileCommand {
   // What the revision lacks is not there either, and the work directory stays as it is.
   void copy(const Files& files) {
     const std::string top = session().absolute(copy_);
-    bool isEmpty = true;
-    os::forEachEntry(top.c_str(), [&](const char* name) {
-      isEmpty = isEmpty && (std::string_view(name) == "." || std::string_view(name) == "..");
-    });
     const bool isOther = os::hasEntry(top.c_str()) && !os::directoryState(top.c_str());
-    if (!isEmpty || isOther)
+    if (isOther || !isEmptyDirectory(top)) {
       throw misuse(copy_, isOther ? "is no directory" : "not empty", "give a new directory");
+    }
     if (!isDry_ && !os::makeDirectories(top)) {
       throw Problem{copy_, "can't be made", "choose another directory"};
     }

@@ -6,6 +6,7 @@
 #include <set>
 
 #include "cli/commands/commands.h"
+#include "cli/local/walk.h"
 #include "cli/problem.h"
 #include "cli/session.h"
 #include "cli/text/paths.h"
@@ -73,9 +74,7 @@ class PagesCommand : public Command {
 
   // Files of others might have the names of pages.
   void refuseOther(const std::string& top) const {
-    bool isEmpty = true;
-    os::forEachEntry(top.c_str(), [&](const char* /*name*/) { isEmpty = false; });
-    if (isEmpty) return;
+    if (isEmptyDirectory(top)) return;
     constexpr uint64_t kLargest = uint64_t{1} << 30;
     std::string text;
     const std::string begin = joined(top, pages::kProjects);

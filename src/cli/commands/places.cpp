@@ -8,6 +8,7 @@
 #include "cli/commands/commands.h"
 #include "cli/commands/configuration.h"
 #include "cli/local/kept.h"
+#include "cli/local/walk.h"
 #include "cli/problem.h"
 #include "cli/session.h"
 #include "cli/text/paths.h"
@@ -21,16 +22,6 @@ namespace {
 
 constexpr const char* kList = "trvsproj.pub";
 
-bool isEmptyOrDatabase(const std::string& directory) {
-  bool isEmpty = true;
-  bool isDatabase = false;
-  os::forEachEntry(directory.c_str(), [&](const char* name) {
-    isEmpty = false;
-    isDatabase = isDatabase || std::string_view(name) == kList;
-  });
-  return isEmpty || isDatabase;
-}
-
 // Makes both roots and stores them in the profile.
 class Init : public Command {
  public:
@@ -38,11 +29,11 @@ class Init : public Command {
   void run(Session& session) override {
     const Roots roots = session.ownRoots();
     const std::string& team = roots.publicRoot.path;
-    if (!isEmptyOrDatabase(team)) {
+    const bool isNew = !os::hasEntry(joined(team, kList).c_str());
+    if (isNew && !isEmptyDirectory(team)) {
       throw Problem{team, "is not empty and no project database", "choose an empty directory",
                     Exit::kMisused};
     }
-    const bool isNew = !os::hasEntry(joined(team, kList).c_str());
     const bool isOwnNew = !os::hasEntry(roots.privateRoot.path.c_str());
     const char* const made = isDry_ ? "would be made" : "made";
     std::string state = isNew ? made : "is there";

@@ -121,4 +121,14 @@ PassedOver walk(const std::string& top, const std::string& start, Ignoring ignor
   return Walk(top, ignoring, take, mayEnter, familiar).run(start);
 }
 
+bool isEmptyDirectory(const std::string& directory) {
+  bool isEmpty = true;
+  const bool isWhole =
+      os::forEachEntry(directory.c_str(), [&](const char* /*name*/) { isEmpty = false; });
+  if (isEmpty && !isWhole && os::hasEntry(directory.c_str())) {
+    throw Problem{directory, "can't be read", "see what it is, and who owns it"};
+  }
+  return isEmpty;
+}
+
 }  // namespace cli

@@ -46,4 +46,8 @@ PassedOver walk(const std::string& top, const std::string& start, Ignoring ignor
                 const std::function<bool(const std::string& directory)>& mayEnter = nullptr,
                 Familiar* familiar = nullptr);
 
+// Whether nothing is in the directory, or the directory is not there. Throws Problem where that
+// can't be told.
+bool isEmptyDirectory(const std::string& directory);
+
 }  // namespace cli
