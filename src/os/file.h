@@ -91,7 +91,7 @@ struct FileMark {
   int64_t changed = 0;
   bool operator==(const FileMark&) const = default;
 };
-// Of the file that all links lead to. Nothing if that can't be told.
+// Of the file that all links lead to, as its server knows it. Nothing if that can't be told.
 std::optional<FileMark> fileMark(const char* path);
 
 // Who may run a file whose mode changes: kAllowed is for all who may read it.

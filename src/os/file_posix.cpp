@@ -277,7 +277,7 @@ FileResult StatusReader::readEntryStatus(const std::string& path, FileStatus* st
 
 std::optional<FileMark> fileMark(const char* path) {
   FileStatus status;
-  if (readStatus(path, &status) != FileResult::kDone) return {};
+  if (!askServer(AT_FDCWD, path, 0, &status)) return {};
   return FileMark{status.identity, status.size, status.nanoseconds, status.changed};
 }
 
