@@ -93,6 +93,13 @@ TEST_F(Batch, TellsAndSettlesNothingBeforeItsEnd) {
   told();
   ASSERT_EQ(make(1), TRVS_DONE);
   ASSERT_EQ(labelOf(0, "R"), TRVS_DONE);
+  {
+    const os_test::SystemCalls full([](const os_test::Call& call) {
+      return call.name == "pwrite" && call.path.starts_with("a2") ? ENOSPC : 0;
+    });
+    EXPECT_NE(make(2), TRVS_DONE);
+  }
+  EXPECT_EQ(labelOf(2, "R"), TRVS_NO_ARCHIVE) << "nothing of it waits";
   EXPECT_EQ(told(), "");
   EXPECT_TRUE(isThere(workfileOf(1)));
   EXPECT_FALSE(isThere(archiveOf(1)));

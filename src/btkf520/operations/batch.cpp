@@ -96,13 +96,15 @@ TrvsStatus Batch::end() noexcept {
   return firstFailure_;
 }
 
-void Batch::reserve(const std::string& path) {
+Batch::Room Batch::reserve(const std::string& path) {
   waiting_.reserve(kMostChanges);
-  paths_.insert(path);
+  std::set<std::string> one{path};
+  return one.extract(one.begin());
 }
 
-void Batch::add(WrittenChange written) noexcept {
+void Batch::add(WrittenChange written, Room room) noexcept {
   waiting_.push_back(std::move(written));
+  paths_.insert(std::move(room));
   const bool isFull =
       waiting_.size() == kMostChanges || waiting_.back().change->file().isAmongLast();
   if (isFull) endPart();

@@ -50,9 +50,10 @@ class Batch {
   bool isOpen() const { return isOpen_; }
 
   // Takes a change of the archive at `path`, of the system, that is written. reserve(), which may
-  // throw, comes before it is.
-  void reserve(const std::string& path);
-  void add(WrittenChange written) noexcept;
+  // throw, comes before it is; a change that then fails leaves nothing here.
+  using Room = std::set<std::string>::node_type;
+  [[nodiscard]] Room reserve(const std::string& path);
+  void add(WrittenChange written, Room room) noexcept;
 
   // Whether the archive at `path` has a change that waits. An archive that is locked for a change
   // has one for certain: so who is about to lock another may ask for the path alone.

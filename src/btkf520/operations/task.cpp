@@ -74,7 +74,7 @@ void Task::expect(std::vector<Event> events) {
 TrvsStatus Task::commitAll(std::vector<Event> events, WrittenChange::Sequel sequel) {
   const bool waits = batch().isOpen();
   expect(std::move(events));
-  if (waits) batch().reserve(path_);
+  Batch::Room room = waits ? batch().reserve(path_) : Batch::Room();
   WrittenChange written;
   written.sequel = std::move(sequel);
   TrvsStatus status = archive_->begin(std::move(model), &written.change);
@@ -83,7 +83,7 @@ TrvsStatus Task::commitAll(std::vector<Event> events, WrittenChange::Sequel sequ
   written.news = std::move(news_);
   archive_.reset();
   if (waits) {
-    batch().add(std::move(written));
+    batch().add(std::move(written), std::move(room));
     return TRVS_DONE;
   }
   status = written.change->finish();
