@@ -28,7 +28,8 @@ fetch_zstd() {
       apt-get $options source --download-only "libzstd=$zstd_version-$zstd_revision" > /dev/null 2>&1)
     rm -rf "$lists"
   fi
-  echo "$zstd_checksum  $archive" | sha256sum --check --quiet
+  # What is wrong is fetched again by the next run.
+  echo "$zstd_checksum  $archive" | sha256sum --check --quiet || { rm -f "$archive"; exit 1; }
 }
 
 # Makes what cmake/windows.cmake calls WINDOWS_ROOT: make_root MACHINE
