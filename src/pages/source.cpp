@@ -49,7 +49,6 @@ const Label* Project::label(std::string_view wanted) const {
 Source::Source(cli::Roots roots, std::string only)
     : roots_(std::move(roots)), only_(std::move(only)) {
   cli::attachEngine(cli::trustsConfigurations);
-  readLists();
 }
 
 Source::~Source() = default;
@@ -127,11 +126,9 @@ std::shared_ptr<const Archive> Source::archiveAt(const std::string& path, const 
 
 void Source::refresh() {
   ++round_;
-  bool isNew = version_ == 0;
-  if (!areListsSame()) {
-    readLists();
-    isNew = true;
-  }
+  // After one that ended with an exception nothing that was read is believed.
+  bool isNew = !std::exchange(isWhole_, false) || !areListsSame();
+  if (isNew) readLists();
   for (size_t i = 0; i < projects_.size(); ++i) {
     bool isOther = false;
     for (File& each : projects_[i].files) {
@@ -141,6 +138,7 @@ void Source::refresh() {
     isNew = true;
     readLabels(opened_[i], &projects_[i]);
   }
+  isWhole_ = true;
   if (!isNew) return;
   ++version_;
   std::erase_if(archives_, [this](const auto& each) { return each.second.round != round_; });

@@ -56,11 +56,12 @@ struct Project {
 
 class Source {
  public:
-  // Of all projects, or of `only` one. Throws Problem, as the next.
+  // Of all projects, or of `only` one. Nothing is there before refresh().
   Source(cli::Roots roots, std::string only);
   ~Source();
 
   // Looks at all data files and archives, and reads those that have changed since the last time.
+  // Throws Problem; then there is nothing to show until the next one.
   void refresh();
   // Another number whenever refresh() has found something.
   uint64_t version() const { return version_; }
@@ -96,6 +97,7 @@ class Source {
   std::vector<Opened> opened_;  // As projects_.
   std::vector<Project> projects_;
   std::unordered_map<std::string, Known> archives_;
+  bool isWhole_ = false;  // The last refresh() came to its end.
   uint64_t version_ = 0;
   uint64_t round_ = 0;
 };

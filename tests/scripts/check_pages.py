@@ -302,6 +302,11 @@ def check_server(person, written):
            "a choice of revisions leads to %s" % headers["Location"])
     person.run("lock", "-m", "seen at once", "README")
     expect("seen at once" in server.ask(top + "/locks.html")[2], "a new lock doesn't show")
+    public = person.home.parents[1] / "srv/team/db"
+    public.rename(public.with_name("away"))
+    gone = [server.status(path) for path in ("/", "/", station)]
+    public.with_name("away").rename(public)
+    expect(gone == [500] * 3 and server.status(station) == 200, "without a database it gives %s" % gone)
     check_at_work(server, person, top)
     answers = asyncio.run(server.ask_often(station, 1000))
     expect(answers == [True] * 1000, "of 1000 at once %d are answered" % answers.count(True))
