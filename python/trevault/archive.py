@@ -257,7 +257,8 @@ class Archive(Node):
           branch     starts a branch even from a tip
           unchanged  even if the file is equal to its parent, else UnchangedError
           older      even if the file is older than its parent was, else OlderError
-          time       of the check-in, local, whole seconds; the present if none is given
+          time       of the check-in, local if it has no zone, stored to the last even second;
+                     the present if none is given
 
         Raises LockError, NotFoundError, OvertakenError, ExistsError, PromotionError too."""
         flags = lib.TRVS_PUT_KEEP_LOCK if keep_lock else lib.TRVS_PUT_READ_ONLY

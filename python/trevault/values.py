@@ -164,6 +164,8 @@ def packed(time: Optional[datetime.datetime]) -> int:
     """For the engine, packed from the highest bit on; 0, the present, for None."""
     if time is None:
         return 0
+    if time.tzinfo is not None:
+        time = time.astimezone()
     if not 1980 <= time.year <= 2107:
         raise ValueError("an archive has times of the years 1980 to 2107, not %s" % time)
     return ((time.year - 1980) << 25 | time.month << 21 | time.day << 16 | time.hour << 11

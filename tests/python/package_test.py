@@ -1,4 +1,5 @@
 """The package from outside: what lives how long, what is asked and told, threads, groups."""
+import datetime
 import os
 import shutil
 import subprocess
@@ -160,6 +161,10 @@ class Work(TeamTest):
         with self.assertRaises(trevault.UnchangedError):
             self.pump.check_in(built, "Build 1", lock=True)
         self.assertEqual([], self.pump.locks)
+        time = datetime.datetime(2026, 1, 2, 3, 4, 6, tzinfo=datetime.timezone.utc)
+        for zone in (datetime.timezone.utc, datetime.timezone(datetime.timedelta(hours=5))):
+            self.pump.check_in(built, "Then", lock=True, unchanged=True, time=time.astimezone(zone))
+            self.assertEqual(time.astimezone().replace(tzinfo=None), self.pump.tip.time)
         self.pump.lock("1.0")
         with self.assertRaises(trevault.UnchangedError):
             self.pump.check_in(built, "Build 1", lock=True, revision="1.1")
