@@ -28,7 +28,7 @@ MAY_INCLUDE = {
                                  ("", 9, ["runtime"]))},
     "pages": ["os", "cli", "cli/text", "cli/database", "cli/archives", "cli/local",
               "cli/pictures"],
-    "http": [],
+    "http": ["os"],
     "kstrinin": ["os"],
     "btkf520/archive": ["archivefile", "dates", "os"],
     "btkf520/configuration": ["dates", "os"],

@@ -11,6 +11,8 @@
 #include <utility>
 
 #include "http/service.h"
+#include "os/clock.h"
+#include "os/socket.h"
 
 namespace http {
 namespace {
@@ -22,12 +24,6 @@ constexpr int kAnswerSeconds = 60;
 constexpr int kEndSeconds = 2;
 constexpr int kWaiting = 1024;
 constexpr time_t kLookMicroseconds = 200'000;  // How soon a wish to stop is seen.
-
-int64_t now() {
-  timespec time = {};
-  clock_gettime(CLOCK_MONOTONIC, &time);
-  return int64_t{time.tv_sec} * 1'000'000 + time.tv_nsec / 1000;
-}
 
 // Names of machines are the same in capitals.
 std::string lowered(std::string name) {
@@ -41,15 +37,16 @@ class Connection : public httplib::Stream {
  public:
   explicit Connection(socket_t socket) : socket_(socket) { endWithin(kRequestSeconds); }
   // From now on.
-  void endWithin(int seconds) { until_ = now() + int64_t{seconds} * 1'000'000; }
+  void endWithin(int seconds) { until_ = os::steadyMilliseconds() + int64_t{seconds} * 1000; }
 
   bool is_readable() const override { return true; }
   bool is_writable() const override { return true; }
 
   ssize_t read(char* bytes, size_t size) override {
     size = std::min(size, kLargestRequest - read_);
-    if (size == 0 || !setTime(SO_RCVTIMEO)) return -1;
-    const ssize_t count = ::recv(socket_, bytes, size, 0);
+    const int64_t left = timeLeft();
+    if (size == 0 || left <= 0) return -1;
+    const ptrdiff_t count = os::receive(socket_, bytes, size, left);
     if (count > 0) read_ += static_cast<size_t>(count);
     return count;
   }
@@ -57,8 +54,8 @@ class Connection : public httplib::Stream {
   ssize_t write(const char* bytes, size_t size) override {
     if (!isAnswered_) endWithin(kAnswerSeconds);
     isAnswered_ = true;
-    if (!setTime(SO_SNDTIMEO)) return -1;
-    return ::send(socket_, bytes, size, MSG_NOSIGNAL);
+    const int64_t left = timeLeft();
+    return left > 0 ? os::send(socket_, bytes, size, left) : -1;
   }
 
   void get_remote_ip_and_port(std::string& /*ip*/, int& /*port*/) const override {}
@@ -66,13 +63,7 @@ class Connection : public httplib::Stream {
   socket_t socket() const override { return socket_; }
 
  private:
-  // Has the system wait no longer than is left.
-  bool setTime(int option) const {
-    const int64_t left = until_ - now();
-    if (left <= 0) return false;
-    const timeval time = {left / 1'000'000, left % 1'000'000};
-    return ::setsockopt(socket_, SOL_SOCKET, option, &time, sizeof time) == 0;
-  }
+  int64_t timeLeft() const { return until_ - os::steadyMilliseconds(); }
 
   socket_t socket_;
   int64_t until_ = 0;
@@ -102,7 +93,7 @@ class Server : public httplib::Server {
       port = -1;
     }
     // The library has only a few wait.
-    if (port < 0 || ::listen(svr_sock_, kWaiting) != 0) return false;
+    if (port < 0 || !os::listenAt(svr_sock_, kWaiting)) return false;
     service_.begin(port);
     return listen_after_bind();
   }
@@ -135,12 +126,12 @@ class Server : public httplib::Server {
       request.headers.erase("Accept-Encoding");
     });
     // What is still to be read would have the system drop what is still to be sent.
-    ::shutdown(socket, SHUT_WR);
+    os::endSending(socket);
     connection.endWithin(kEndSeconds);
     char rest[4096];
     while (isDone && connection.read(rest, sizeof rest) > 0) {
     }
-    ::close(socket);
+    os::closeSocket(socket);
     return isDone;
   }
 
