@@ -56,9 +56,9 @@ Source::~Source() = default;
 std::string Source::rootMark() const {
   std::string text;
   const int64_t now = os::wallClockNanoseconds();
-  for (const auto& [root, name] : {std::pair(&roots_.publicRoot, "trvsproj.pub"),
-                                   std::pair(&roots_.privateRoot, "trvsproj.prv")}) {
-    const auto mark = os::fileMark(cli::joined(root->path, name).c_str());
+  for (const auto& [root, side] : {std::pair(&roots_.publicRoot, foldapi::Side::kPublic),
+                                   std::pair(&roots_.privateRoot, foldapi::Side::kPrivate)}) {
+    const auto mark = os::fileMark(cli::listOfProjects(root->path, side).c_str());
     // What changed just now may do so again, and look the same.
     if (mark && !os::isSettled(mark->changed, now)) return "";
     text += (mark ? cli::textOf(*mark) : "-") + '\n';

@@ -20,8 +20,6 @@
 namespace cli {
 namespace {
 
-constexpr const char* kList = "trvsproj.pub";
-
 // Makes both roots and stores them in the profile.
 class Init : public Command {
  public:
@@ -29,7 +27,7 @@ class Init : public Command {
   void run(Session& session) override {
     const Roots roots = session.ownRoots();
     const std::string& team = roots.publicRoot.path;
-    const bool isNew = !os::hasEntry(joined(team, kList).c_str());
+    const bool isNew = !os::hasEntry(listOfProjects(team, foldapi::Side::kPublic).c_str());
     if (isNew && !isEmptyDirectory(team)) {
       throw Problem{team, "is not empty and no project database", "choose an empty directory",
                     Exit::kMisused};
@@ -50,7 +48,7 @@ class Init : public Command {
     makeRoot(team);
     const std::string group = isNew ? os::shareWithGroup(team) : "";
     const size_t projects = Database(roots, Database::Making::kAllowed).projects().size();
-    if (isNew) os::shareWithGroup(joined(team, kList));
+    if (isNew) os::shareWithGroup(listOfProjects(team, foldapi::Side::kPublic));
     storeRoots(roots);
     std::string said;
     if (!group.empty()) said = fmt::format(", everybody in the group {} may write", group);

@@ -22,6 +22,7 @@
 namespace cli {
 namespace {
 
+using foldapi::Side;
 using foldapi::TVHandle;
 using foldapi::TVProjectFolder;
 using foldapi::TVProjectFolderHandle;
@@ -29,7 +30,6 @@ using foldapi::TVProjectRootHandle;
 using foldapi::VPathString;
 using foldapi::VString;
 
-constexpr const char* kList = "trvsproj.pub";
 constexpr const char* kDefaultPlace = "the default place";
 
 std::string resolved(const std::string& directory) {
@@ -40,7 +40,8 @@ std::string resolved(const std::string& directory) {
 // like neither.
 void refuseMissing(const Place& root) {
   os::FileStatus status;
-  const os::FileResult found = os::readEntryStatus(joined(root.path, kList).c_str(), &status);
+  const os::FileResult found =
+      os::readEntryStatus(listOfProjects(root.path, Side::kPublic).c_str(), &status);
   if (found == os::FileResult::kDone) return;
   if (found != os::FileResult::kMissing) {
     throw Problem{root.path, "the project database can't be reached",
@@ -52,6 +53,10 @@ void refuseMissing(const Place& root) {
 }
 
 }  // namespace
+
+std::string listOfProjects(const std::string& root, Side side) {
+  return native(VString(joined(root, side == Side::kPublic ? "trvsproj.pub" : "trvsproj.prv")));
+}
 
 Roots rootsOfProfile() {
   Roots roots;
@@ -95,7 +100,7 @@ Database::Database(Roots roots, Making making)
                                             {.sink = &messages, .version = foldapi::kFormat52});
   messages.forget();
   impl_->root.open();
-  const std::string list = joined(roots_.publicRoot.path, kList);
+  const std::string list = listOfProjects(roots_.publicRoot.path, Side::kPublic);
   if (!os::hasEntry(list.c_str())) {
     throw Problem{roots_.publicRoot.path, withMessages("can't be made"),
                   "ask who owns the directory above, or choose another with --public"};

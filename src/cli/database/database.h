@@ -12,6 +12,7 @@
 
 #include "cli/problem.h"
 #include "os/file.h"
+#include "store/52data.h"
 #include "toolkit/directives.h"
 
 namespace cli {
@@ -113,6 +114,9 @@ class Project {
   struct Impl;
   std::unique_ptr<Impl> impl_;
 };
+
+// The file of a root that tells its projects; in the letter case that it has there.
+std::string listOfProjects(const std::string& root, foldapi::Side side);
 
 // What the profile says, else the default places; the profile is left alone.
 Roots rootsOfProfile();
