@@ -35,6 +35,7 @@ class Add : public FileCommand {
 
  private:
   void work() override {
+    session().project().refuseCut();
     for (const FileRecord& file : local().files()) known_.insert(file.path);
     for (const std::string& name : names_) collect(name);
     if (group_.empty()) group_ = local().directory().group;

@@ -38,6 +38,7 @@ class FolderAdd : public Command {
       }
       place = whole == work.top ? "" : relativePath(work.top, whole);
     }
+    session.project().refuseCut();
     session.project().refuseKnownFolder(name_);
     if (!isDry_) session.project().addFolder({name_, place, isMine_});
     const std::string verb = saidOf({"create", "created"}, isDry_);
@@ -94,6 +95,7 @@ class FolderRemove : public Command {
 
   void run(Session& session) override {
     Project& project = session.project();
+    project.refuseCut();
     const FolderRecord folder = project.folder(name_);
     beSure(session, "folder remove",
            fmt::format("remove folder {} with the records of {}; archives and files stay", name_,

@@ -60,6 +60,7 @@ class ImportRcs : public FileCommand {
   };
 
   void work() override {
+    session().project().refuseCut();
     places_ = std::make_unique<NewFiles>(session(), folder_, local().files());
     for (const FileRecord& file : local().files()) known_[file.path] = file.archive;
     base_ = local().fromTop(".");

@@ -45,6 +45,7 @@ class Remove : public RecordCommand {
 
  private:
   void work() override {
+    session().project().refuseCut();
     size_t removed = 0;
     forEach(chosen(), [&](const FileRecord& file) {
       if (remove(file)) ++removed;
@@ -94,6 +95,7 @@ class Rename : public RecordCommand {
 
  private:
   void work() override {
+    session().project().refuseCut();
     const std::string from = local().fromTop(old_);
     const auto files = local().choose({old_});
     if (files.empty()) return;

@@ -79,9 +79,9 @@ class Project {
 
   // By their paths.
   std::vector<FileRecord> files() const;
-  // The data file that files() was made from and that was cut off or emptied, so that nobody knows
-  // what else the project has; empty for none.
-  std::string cutFile() const;
+  // Throws Problem if a data file that files() was made from was cut off or emptied: nobody knows
+  // then what else the project has, and the next edit of the file drops what shows that.
+  void refuseCut() const;
   // What files() was made from, in lines: so long as isStill() says so of them, the list is the
   // same, but for names on the disk that differ in letter case alone: see isNamed(). Empty if that
   // can't be told, as where a file changed just now.

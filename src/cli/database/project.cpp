@@ -235,7 +235,7 @@ std::vector<FileRecord> Project::files() const {
   return takeAll(handle, top, Natives(std::move(shared)), &impl_->isPlain);
 }
 
-std::string Project::cutFile() const {
+void Project::refuseCut() const {
   const auto cutOf = [](const auto* owner) {
     return owner == nullptr ? "" : native(owner->pathOfCut());
   };
@@ -245,7 +245,9 @@ std::string Project::cutFile() const {
     const Opened open(child);
     if (cut.empty()) cut = cutOf(dynamic_cast<foldapi::TVArchiveFolder52*>(child.object()));
   });
-  return cut;
+  if (cut.empty()) return;
+  throw Problem{shown(cut), "is cut off, and may have named files that the project seems to lack",
+                "restore it from a back-up, or 'trevault import' them"};
 }
 
 namespace {

@@ -610,12 +610,14 @@ std::vector<LocalFiles::GoneFile> LocalFiles::gone() const {
 }
 
 bool LocalFiles::areGone(const std::vector<GoneFile>& gone) {
-  const std::string cut = gone.empty() ? "" : session_.project().cutFile();
-  if (cut.empty()) return true;
-  session_.output().problem({shown(cut),
-                             "is cut off, and may have named files that the project seems to lack",
-                             "restore it from a back-up, or 'trevault import' them"});
-  return false;
+  if (gone.empty()) return true;
+  try {
+    session_.project().refuseCut();
+    return true;
+  } catch (const Problem& problem) {
+    session_.output().problem(problem);
+    return false;
+  }
 }
 
 void LocalFiles::noteLock(const FileRecord& file, bool isLocked) {
