@@ -22,6 +22,7 @@ constexpr size_t kLargestRequest = 32 << 10;
 constexpr int kRequestSeconds = 5;
 constexpr int kAnswerSeconds = 60;
 constexpr int kEndSeconds = 2;
+constexpr int64_t kMostMilliseconds = 5000;  // Without a byte taken.
 constexpr int kWaiting = 1024;
 constexpr time_t kLookMicroseconds = 200'000;  // How soon a wish to stop is seen.
 
@@ -55,7 +56,7 @@ class Connection : public httplib::Stream {
     if (!isAnswered_) endWithin(kAnswerSeconds);
     isAnswered_ = true;
     const int64_t left = timeLeft();
-    return left > 0 ? os::send(socket_, bytes, size, left) : -1;
+    return left > 0 ? os::send(socket_, bytes, size, std::min(left, kMostMilliseconds)) : -1;
   }
 
   void get_remote_ip_and_port(std::string& /*ip*/, int& /*port*/) const override {}
@@ -80,6 +81,7 @@ class Server : public httplib::Server {
     });
     set_expect_100_continue_handler(
         [](const httplib::Request& /*request*/, httplib::Response& /*response*/) { return 417; });
+    set_socket_options([](socket_t socket) { os::listenAlone(socket); });
     set_idle_interval(0, kLookMicroseconds);
     new_task_queue = [this] { return new Queue(*this); };
   }

@@ -14,6 +14,8 @@ ptrdiff_t send(int socket, const char* bytes, size_t size, int64_t milliseconds)
 void endSending(int socket);
 void closeSocket(int socket);
 
+// Before it is bound: no other may listen where it does, and it may where one has just ended.
+void listenAlone(int socket);
 // Lets so many wait to be accepted.
 bool listenAt(int socket, int most);
 

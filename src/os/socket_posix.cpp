@@ -28,6 +28,11 @@ void endSending(int socket) { ::shutdown(socket, SHUT_WR); }
 
 void closeSocket(int socket) { ::close(socket); }
 
+void listenAlone(int socket) {
+  const int yes = 1;
+  ::setsockopt(socket, SOL_SOCKET, SO_REUSEADDR, &yes, sizeof yes);
+}
+
 bool listenAt(int socket, int most) { return ::listen(socket, most) == 0; }
 
 }  // namespace os
