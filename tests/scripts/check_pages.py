@@ -22,7 +22,7 @@ import threading
 import urllib.parse
 
 HERE = pathlib.Path(__file__).resolve().parent
-HOSTILE = [b"<script>alert(1)<", b'"onload=x', b"%2e%2e", b"caf\xe9", b"a&lt", b"..."]
+HOSTILE = [b"<script>alert(1)<", b'"onload=x', b"%2e%2e", b"caf\xe9", b"a\xe2\x80\xaec", b"a&lt", b"..."]
 VOID = {"meta", "link", "input", "img", "col"}
 FAULTS = []
 
@@ -142,7 +142,7 @@ def add_hostile(person, work):
 def check_hostile(pages):
     texts = [text for page in pages.values() for text in page.texts]
     for name in HOSTILE + [b"<img src=x onerror=alert(1)>", b"<script>&\"", b"</td><script>"]:
-        shown = name.decode() if name != b"caf\xe9" else '"caf\\351"'
+        shown = {b"caf\xe9": '"caf\\351"', b"a\xe2\x80\xaec": '"a\\342\\200\\256c"'}.get(name) or name.decode()
         expect(shown in texts, "%r doesn't show as it is" % name)
     sides = next(page for name, page in pages.items() if name.endswith("/words.c/1.0..1.1.html"))
     expect(sides.classes["mark"] == ["1", "22"], "%s are marked" % sides.classes["mark"])
@@ -273,6 +273,9 @@ def check_at_work(server, person, top):
 
 def check_server(person, written):
     server = Server(person)
+    second = subprocess.run([person.trevault, "serve", "--port", str(server.port)], cwd=person.home,
+                            env=person.environment, capture_output=True, text=True, timeout=60)
+    expect(second.returncode == 1, "two serve at one port: " + second.stdout)
     pages = crawl(server)
     expect(set(written) - {"index.html"} <= {each[1:] for each in pages}, "not all pages are served")
     station = next(each for each in pages if each.startswith("/pump_station") and each.endswith("index.html"))

@@ -94,6 +94,9 @@ std::string_view firstLetter(std::string_view text) {
 }
 
 bool isControl(std::string_view letter) {
+  const bool turnsText =
+      (letter >= "\u202A" && letter <= "\u202E") || (letter >= "\u2066" && letter <= "\u2069");
+  if (turnsText) return true;
   const auto first = static_cast<unsigned char>(letter.front());
   return first < 0x20 || first == 0x7F || (letter.size() > 1 && letter < "\xC2\xA0");
 }

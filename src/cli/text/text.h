@@ -31,7 +31,8 @@ std::string asUtf8(std::string_view text);
 bool isUtf8(std::string_view text);
 // The first code point of a text, or its first byte if that begins none.
 std::string_view firstLetter(std::string_view text);
-// Of one code point: one of ASCII's, or of U+0080 to U+009F, which some terminals obey too.
+// Of one code point: one of ASCII's, or of U+0080 to U+009F, which some terminals obey too; or one
+// that turns around the text after it, so that a name looks like another.
 bool isControl(std::string_view letter);
 
 // How many columns a text takes on a terminal, and the text filled up to that many.
