@@ -52,7 +52,7 @@ int32_t make(const Paths& paths) {
         TrvsCreateArchive(paths.archive.c_str(), paths.workfile.c_str(), "Travels", nullptr, 0, 0);
     for (int i = 0; i < 500; ++i) content += line(&random);
   } else {
-    content = changed(support::readFile(paths.plain(first - 1)), &random);
+    content = changed(support::readFile(paths.plain(0)), &random);  // Each grows by a tenth.
   }
   for (int number = first; number < first + kRevisions && status == 0; ++number) {
     support::writeFile(paths.plain(number), content);
