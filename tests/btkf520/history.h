@@ -110,8 +110,9 @@ class History {
     edit(&model);
     ASSERT_EQ(archive->commit(model), TRVS_DONE);
   }
-  // With the branches that start there, and the labels of all that.
-  void remove(const std::string& revision) {
+  // With the branches that start there, and the labels of all that. By value: what is removed may
+  // have held the text.
+  void remove(std::string revision) {
     const auto isGone = [&](const std::string& each) {
       return each == revision || each.starts_with(revision + ".");
     };
