@@ -11,7 +11,7 @@ namespace {
 
 // A real fault: the process ended when the caller's part had no memory.
 TEST(SharedWork, ThrowsWhatOnePartThrewWhenTheOtherIsDone) {
-  for (const size_t failing : {0, 1}) {
+  for (const size_t failing : {size_t{0}, size_t{1}}) {
     std::atomic<int> done = 0;
     const auto work = [&](size_t begin, size_t /*end*/) {
       if (begin == failing) throw std::bad_alloc();
