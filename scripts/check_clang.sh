@@ -5,6 +5,7 @@ cd "$(dirname "$0")/.."
 warnings='-Wall -Wextra -Wpedantic -Wshadow -Wconversion -Werror -fsyntax-only -Iinclude'
 # What CMake finds out; here any text will do.
 warnings="$warnings -DARCHIVE_CLIENT=\"\" -DTREVAULT=\"\" -DTREVAULT_LIBRARIES=\"\""
+warnings="$warnings -DPYTHON=\"\" -DPYTHON_PACKAGE=\"\" -DPYTHON_LOOP=\"\" -DWALK=\"\""
 warnings="$warnings -DFUZZ_HEADER=\"check_dates.h\" -DFUZZ_CHECK=checkDates"
 # shellcheck disable=SC2086
 {
