@@ -4,7 +4,8 @@
 #include <fmt/format.h>
 
 #include <algorithm>
-#include <cstdint>
+
+#include "cli/text/text.h"
 
 namespace pages {
 namespace {
@@ -13,22 +14,6 @@ namespace {
 bool isPlain(char c) {
   return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9') ||
          std::string_view("-._~+/").find(c) != std::string_view::npos;
-}
-
-std::string base64(std::string_view bytes) {
-  constexpr std::string_view kDigits =
-      "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
-  std::string text;
-  for (size_t i = 0; i < bytes.size(); i += 3) {
-    uint32_t group = 0;
-    for (size_t j = 0; j < 3; ++j) {
-      group = group << 8 | (i + j < bytes.size() ? static_cast<unsigned char>(bytes[i + j]) : 0);
-    }
-    for (size_t j = 0; j < 4; ++j) {
-      text += i + j > bytes.size() ? '=' : kDigits[group >> (18 - 6 * j) & 63];
-    }
-  }
-  return text;
 }
 
 }  // namespace
@@ -56,7 +41,7 @@ void Html::lone(cli::Literal name, Attributes attributes) { begin(name, attribut
 void Html::text(std::string_view text) { cli::appendEscaped(text, &written_); }
 
 Attribute Html::shows(cli::Literal type, std::string_view bytes) {
-  return {"src", fmt::format("data:{};base64,{}", type.text(), base64(bytes)), true};
+  return {"src", fmt::format("data:{};base64,{}", type.text(), cli::base64(bytes)), true};
 }
 
 Attribute Html::leading(std::string_view name, std::string_view address) {

@@ -39,23 +39,6 @@ Json jsonOf(const Value& value) {
       static_cast<const Value::variant&>(value));
 }
 
-std::string base64(std::string_view bytes) {
-  constexpr std::string_view kDigits =
-      "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
-  std::string result;
-  for (size_t place = 0; place < bytes.size(); place += 3) {
-    uint32_t group = 0;
-    for (size_t i = 0; i < 3; ++i) {
-      const bool isThere = place + i < bytes.size();
-      group = group << 8 | (isThere ? static_cast<unsigned char>(bytes[place + i]) : 0U);
-    }
-    for (size_t i = 0; i < 4; ++i) {
-      result += place + i <= bytes.size() ? kDigits[group >> (18 - 6 * i) & 63] : '=';
-    }
-  }
-  return result;
-}
-
 // A name that is no text comes out with all its bytes beside it.
 void addBytes(Fields* item) {
   const size_t count = item->size();

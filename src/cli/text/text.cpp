@@ -230,6 +230,23 @@ Ends endsOf(const std::string& range) {
   return {range.substr(0, dots), range.substr(dots + 2), true};
 }
 
+std::string base64(std::string_view bytes) {
+  constexpr std::string_view kDigits =
+      "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
+  std::string result;
+  for (size_t place = 0; place < bytes.size(); place += 3) {
+    uint32_t group = 0;
+    for (size_t i = 0; i < 3; ++i) {
+      const bool isThere = place + i < bytes.size();
+      group = group << 8 | (isThere ? static_cast<unsigned char>(bytes[place + i]) : 0U);
+    }
+    for (size_t i = 0; i < 4; ++i) {
+      result += place + i <= bytes.size() ? kDigits[group >> (18 - 6 * i) & 63] : '=';
+    }
+  }
+  return result;
+}
+
 uint64_t hashOf(std::string_view text) {
   uint64_t hash = 14695981039346656037U;
   for (const char c : text) hash = (hash ^ static_cast<unsigned char>(c)) * 1099511628211U;

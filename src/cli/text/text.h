@@ -63,6 +63,9 @@ struct Ends {
 };
 Ends endsOf(const std::string& range);
 
+// Bytes as letters that mails, documents and addresses can hold.
+std::string base64(std::string_view bytes);
+
 // A number that hardly any other text has, the same for ever.
 uint64_t hashOf(std::string_view text);
 
