@@ -3,12 +3,18 @@
 
 #include <fmt/format.h>
 
+#include <algorithm>
+#include <map>
+
 #include "cli/text/text.h"
+#include "pages/parts.h"
 
 namespace pages {
 namespace {
 
-constexpr uint64_t kLargest = 4 << 20;
+constexpr int64_t kLargest = 4 << 20;
+constexpr size_t kLargestImage = 2 << 20;
+constexpr int64_t kLargestOther = 64 << 20;  // In the same archive.
 constexpr size_t kLooked = 8000;
 
 // Images that browsers show, and that can run nothing there.
@@ -24,7 +30,21 @@ std::optional<cli::Literal> imageType(std::string_view bytes, std::string_view n
   return {};
 }
 
-struct Enough {};
+// Also of one that is kept as what differs from others.
+bool isTooLarge(const std::map<std::string, cli::StoredContent>& stored,
+                const std::string& number) {
+  return std::any_of(stored.begin(), stored.end(), [&](const auto& each) {
+    return each.second.size > (each.first == number ? kLargest : kLargestOther);
+  });
+}
+
+Kind kindOf(const Content& content) {
+  if (content.type) {
+    return content.bytes.size() > kLargestImage ? Kind::kTooLarge : Kind::kImage;
+  }
+  const std::string_view start = std::string_view(content.bytes).substr(0, kLooked);
+  return start.find('\0') != std::string_view::npos ? Kind::kBinary : Kind::kText;
+}
 
 }  // namespace
 
@@ -33,22 +53,14 @@ Content contentOf(const cli::FileRecord& file, const std::string& number) {
   const auto stored = cli::contentsOf(file.archive, file.path);
   const auto found = stored.find(number);
   if (found != stored.end()) content.stored = found->second;
-  const bool isLarge = content.stored && content.stored->size > int64_t{kLargest};
-  const cli::Subject subject{.file = file.path, .archive = file.archive, .revision = number};
-  try {
-    cli::check(cli::readContent(subject, cli::Keywords::kStored,
-                                [&](std::string_view bytes) {
-                                  content.bytes += bytes;
-                                  if (isLarge && content.bytes.size() > kLooked) throw Enough();
-                                }),
-               subject);
-  } catch (const Enough&) {
+  if (isTooLarge(stored, number)) {
+    content.kind = Kind::kTooLarge;
+    return content;
   }
+  content.bytes = cli::contentOf({.file = file.path, .archive = file.archive, .revision = number},
+                                 cli::Keywords::kStored);
   content.type = imageType(content.bytes, file.path);
-  const bool isBinary =
-      std::string_view(content.bytes).substr(0, kLooked).find('\0') != std::string_view::npos;
-  content.kind = content.type ? Kind::kImage : isBinary ? Kind::kBinary : Kind::kText;
-  if (isLarge && content.kind != Kind::kBinary) content.kind = Kind::kTooLarge;
+  content.kind = kindOf(content);
   return content;
 }
 
@@ -63,6 +75,10 @@ void writeContent(Html& html, const Content& content, std::string_view name) {
   html.put("dd", cli::sizeText(static_cast<uint64_t>(content.stored->size)));
   html.put("dt", "Checksum");
   html.put("dd", {{"class", "number"}, {"title", "XXH64"}}, content.stored->checksum);
+}
+
+void writeTooLarge(Html& html, std::string_view command, const std::string& path) {
+  writeNothing(html, "Too large to be shown here; " + toldBy(command, path));
 }
 
 }  // namespace pages

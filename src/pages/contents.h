@@ -12,6 +12,7 @@
 
 namespace pages {
 
+// kTooLarge: reading it, or making it of others, would keep all who ask waiting.
 enum class Kind { kText, kImage, kBinary, kTooLarge };
 
 struct Content {
@@ -26,5 +27,7 @@ Content contentOf(const cli::FileRecord& file, const std::string& number);
 
 // An image, or what is known of the bytes.
 void writeContent(Html& html, const Content& content, std::string_view name);
+// That what `command` tells about `path` is too large.
+void writeTooLarge(Html& html, std::string_view command, const std::string& path);
 
 }  // namespace pages

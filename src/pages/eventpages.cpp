@@ -62,10 +62,13 @@ class Days {
                      [](const Event& left, const Event& right) { return left.time > right.time; });
     if (events.empty()) return writeNothing(html_, "Nothing was checked in or locked.");
     for (size_t i = 0; i < events.size();) {
+      if (isFull(html_)) return writeNothing(html_, "There is more; " + toldBy("log"));
       const std::string day = events[i].time.substr(0, kDate);
       html_.put("h2", day);
       const auto list = html_.in("ol", {{"class", "events"}});
-      for (; i < events.size() && events[i].time.starts_with(day); ++i) writeEvent(events[i]);
+      for (; i < events.size() && events[i].time.starts_with(day) && !isFull(html_); ++i) {
+        writeEvent(events[i]);
+      }
     }
   }
 
@@ -97,13 +100,14 @@ class Days {
     html_.text("locked ");
     writeFileLink(html_, context_, held.file->record.path);
     html_.text(" " + held.lock->number);
-    if (!held.lock->note.empty()) html_.put("p", {{"class", "message"}}, held.lock->note);
+    if (!held.lock->note.empty())
+      html_.put("p", {{"class", "message"}}, shortened(held.lock->note));
   }
 
   void writeEntry(cli::Entry entry) {
     html_.put("span", {{"class", "who"}}, cli::shown(entry.back().revision->author));
     const auto what = html_.in("div", {{"class", "what"}});
-    html_.put("p", {{"class", "message"}}, entry.back().revision->message);
+    html_.put("p", {{"class", "message"}}, shortened(entry.back().revision->message));
     std::stable_sort(entry.begin(), entry.end(), [](const auto& left, const auto& right) {
       return left.file->path < right.file->path;
     });
@@ -165,7 +169,7 @@ void writeLocks(Html& html, const Context& context) {
         const auto cell = html.in("td");
         writeTime(html, each.lock->time);
       }
-      html.put("td", {{"class", "what"}}, each.lock->note);
+      html.put("td", {{"class", "what"}}, shortened(each.lock->note));
     }
   });
 }

@@ -30,24 +30,19 @@ class FilePage {
       sizes_ = cli::contentsOf(file_.record.archive, path());
       const cli::RevisionInfo& shown = archive_.tip == nullptr ? *archive_.newest : *archive_.tip;
       const Content content = contentOf(file_.record, shown.number);
-      isBinary_ = content.kind == Kind::kBinary || content.kind == Kind::kImage;
+      isBinary_ = content.kind != Kind::kText;
       if (isBinary_) {
         html_.put("h2", "Content of " + shown.number);
         writeContent(html_, content, path());
+        if (content.kind == Kind::kTooLarge) {
+          writeTooLarge(html_, fmt::format("cat -r {}", shown.number), path());
+        }
       }
     } catch (const cli::Problem& problem) {
       writeProblem(html_, problem.why);
     }
     html_.put("h2", "Revisions");
-    {
-      const auto scroll = html_.in(
-          "div",
-          {{"class", "picture"}, {"tabindex", "0"}, {"aria-label", "The tree of revisions"}});
-      html_.add(cli::drawingOf({.title = path(),
-                                .revisions = archive_.history.revisions(),
-                                .locks = archive_.history.locks(),
-                                .isOfPage = true}));
-    }
+    writePicture();
     html_.put("h2", "Log");
     writeLog();
   }
@@ -71,7 +66,7 @@ class FilePage {
     const auto facts = html_.in("dl", {{"class", "facts"}});
     if (!description.empty()) {
       html_.put("dt", "Description");
-      html_.put("dd", {{"class", "message"}}, description);
+      html_.put("dd", {{"class", "message"}}, shortened(description));
     }
     for (const cli::LockInfo& each : archive_.history.locks()) {
       html_.put("dt", "Locked");
@@ -82,10 +77,26 @@ class FilePage {
         html_.text(" since ");
         writeTime(html_, each.time);
       }
-      if (!each.note.empty()) html_.text(": " + each.note);
+      if (!each.note.empty()) html_.text(": " + shortened(each.note));
     }
     if (!file_.record.folder.empty()) writeFact("Folder", file_.record.folder);
     writeFact("Archive", file_.record.archive);
+  }
+
+  void writePicture() {
+    constexpr size_t kMost = 5000;
+    auto revisions = archive_.history.revisions();
+    if (revisions.size() > kMost) {
+      return writeNothing(html_, cli::counted(revisions.size(), "revision") +
+                                     " are too many to be drawn here; " + toldBy("tree", path()));
+    }
+    for (cli::RevisionInfo& each : revisions) each.message = shortened(each.message, 300);
+    const auto scroll = html_.in(
+        "div", {{"class", "picture"}, {"tabindex", "0"}, {"aria-label", "The tree of revisions"}});
+    html_.add(cli::drawingOf({.title = path(),
+                              .revisions = revisions,
+                              .locks = archive_.history.locks(),
+                              .isOfPage = true}));
   }
 
   // The newest first, as the picture.
@@ -121,8 +132,14 @@ class FilePage {
                                             : archive_.history.find(cli::startOf(each.branch));
       before = &each;
     }
+    const size_t start = html_.written().size();
     const auto list = html_.in("ol", {{"class", "log"}});
     for (size_t i = 0; i < revisions.size(); ++i) {
+      if (isFull(html_, start)) {
+        return html_.put(
+            "li", {{"class", "rest"}},
+            cli::counted(revisions.size() - i, "more revision") + "; " + toldBy("log", path()));
+      }
       const cli::RevisionInfo& each = *revisions[i];
       const auto row = html_.in("li", {{"id", each.number}});
       if (asks) {
@@ -158,7 +175,7 @@ class FilePage {
     html_.put("span", {{"class", "who"}}, cli::shown(revision.author));
     {
       const auto text = html_.in("span", {{"class", "what"}});
-      html_.put("span", {{"class", "message"}}, revision.message);
+      html_.put("span", {{"class", "message"}}, shortened(revision.message));
       const auto marks = html_.in("span", {{"class", "marks"}});
       writeMarks(html_, context_, archive_, revision);
     }

@@ -160,7 +160,7 @@ void writeLabel(Html& html, const Context& context, const Label& label) {
         writeTime(html, each.revision->time);
       }
       html.put("td", cli::shown(each.revision->author));
-      html.put("td", {{"class", "what"}}, cli::shown(each.revision->firstLine()));
+      html.put("td", {{"class", "what"}}, firstLineOf(*each.revision));
     }
   });
 }

@@ -3,6 +3,7 @@
 
 #include <fmt/format.h>
 
+#include "cli/text/shellword.h"
 #include "cli/text/text.h"
 
 namespace pages {
@@ -69,6 +70,35 @@ bool isOurs(std::string_view page) {
   return head.starts_with("<!DOCTYPE html>") && head.find(kGenerator) != std::string_view::npos;
 }
 
+bool isFull(const Html& html, size_t since) {
+  constexpr size_t kLongest = 2 << 20;
+  return html.written().size() - since > kLongest;
+}
+
+size_t letterAt(std::string_view text, size_t place) {
+  const auto isWithin = [&](size_t at) {
+    return at < text.size() && (static_cast<unsigned char>(text[at]) & 0xC0) == 0x80;
+  };
+  for (int i = 0; i < 3 && isWithin(place); ++i) ++place;
+  return place;
+}
+
+std::string shortened(std::string_view text, size_t most) {
+  if (text.size() <= most) return std::string(text);
+  const size_t end = letterAt(text, most);
+  return fmt::format("{} \u2026 {}", text.substr(0, end),
+                     cli::counted(text.size() - end, "more byte"));
+}
+
+std::string firstLineOf(const cli::RevisionInfo& revision) {
+  return shortened(cli::shown(revision.firstLine()), 300);
+}
+
+std::string toldBy(std::string_view command, const std::string& path) {
+  return fmt::format("'trevault {}{}{}' tells all", command, path.empty() ? "" : " ",
+                     path.empty() ? "" : cli::shellWord(path));
+}
+
 void writeSummary(Html& html, std::string_view text) {
   html.put("p", {{"class", "summary"}}, text);
 }
@@ -120,7 +150,7 @@ void writeMark(Html& html, Mark mark, std::string_view text, std::string_view me
 void writeLock(Html& html, const cli::LockInfo& lock) {
   std::string meaning = lock.number;
   if (!lock.time.empty()) meaning += " since " + lock.minute();
-  if (!lock.note.empty()) meaning += ": " + lock.note;
+  if (!lock.note.empty()) meaning += ": " + shortened(lock.note);
   writeMark(html, Mark::kLock, "locked by " + cli::shown(lock.user), meaning);
 }
 

@@ -35,6 +35,18 @@ void writePage(Html& html, const Heading& heading, const std::function<void()>& 
 // Whether that is the text of a page that was written here.
 bool isOurs(std::string_view page);
 
+// Whether a page is so long, from `since` on, that what is still to come is better left to a
+// command.
+bool isFull(const Html& html, size_t since = 0);
+// The place of a letter of UTF-8, `place` or soon after it.
+size_t letterAt(std::string_view text, size_t place);
+// The text, or the beginning of a long one and how much was left out.
+std::string shortened(std::string_view text, size_t most = 4000);
+// The first line of a message, where one line is its place.
+std::string firstLineOf(const cli::RevisionInfo& revision);
+// "'trevault log valve.c' tells all".
+std::string toldBy(std::string_view command, const std::string& path = "");
+
 // A line below the heading: what there is, in few words.
 void writeSummary(Html& html, std::string_view text);
 // Where there would be something, if there were anything.

@@ -92,7 +92,7 @@ void writeFile(Html& html, const Context& context, const File& file, size_t dept
   html.put("span", {{"class", "number"}}, tip == nullptr ? "" : tip->number);
   writeTime(html, tip == nullptr ? "" : tip->time);
   html.put("span", {{"class", "who"}}, tip == nullptr ? "" : cli::shown(tip->author));
-  html.put("span", {{"class", "what"}}, tip == nullptr ? "" : cli::shown(tip->firstLine()));
+  html.put("span", {{"class", "what"}}, tip == nullptr ? "" : firstLineOf(*tip));
   writeFileMarks(html, context, *file.archive);
 }
 

@@ -17,8 +17,10 @@ namespace {
 
 using Lines = std::vector<std::string_view>;
 
-constexpr size_t kContext = 4;  // Equal lines that show around others.
-constexpr size_t kMostRows = 20'000;
+constexpr size_t kContext = 4;             // Equal lines that show around others.
+constexpr size_t kLongLine = 2000;         // Bytes: of longer ones not all shows.
+constexpr size_t kAround = 300;            // Of these what shows of equal text, at either end.
+constexpr ptrdiff_t kMostLines = 200'000;  // Of a text that is compared.
 
 // With their ends.
 Lines linesOf(std::string_view text) {
@@ -80,7 +82,9 @@ class Sides {
   Sides(Html& html, const Content& first, const Content& second)
       : html_(html), first_(linesOf(first.bytes)), second_(linesOf(second.bytes)) {}
 
-  void write(const std::vector<Range>& ranges) {
+  // Whether all shows.
+  bool write(const std::vector<Range>& ranges) {
+    for (const Range& each : ranges) left_ += std::max(each.firstCount, each.secondCount);
     const auto table = html_.in("table", {{"class", "sides"}});
     {
       // The first row may be one cell, of which no width comes.
@@ -90,40 +94,40 @@ class Sides {
         html_.lone("col", {});
       }
     }
-    for (size_t i = 0; i < ranges.size() && !isFull(); ++i) {
+    for (size_t i = 0; i < ranges.size() && !isFull(html_); ++i) {
       if (ranges[i].isSame) {
         writeSame(ranges[i], i == 0, i + 1 == ranges.size());
       } else {
         writeChanged(ranges[i]);
       }
     }
-    if (isFull()) writeFold("The rest is too long to show");
+    if (left_ > 0) writeFold(cli::counted(left_, "more line"));
+    return left_ == 0 && isWhole_;
   }
 
  private:
-  bool isFull() const { return rows_ >= kMostRows; }
-
   void writeSame(const Range& range, bool isFirst, bool isLast) {
     const size_t before = isFirst ? 0 : std::min(kContext, range.firstCount);
     const size_t after = isLast ? 0 : std::min(kContext, range.firstCount - before);
     size_t folded = range.firstCount - before - after;
     if (folded < 3) folded = 0;
-    for (size_t i = 0; i < range.firstCount; ++i) {
+    for (size_t i = 0; i < range.firstCount && !isFull(html_); ++i) {
       if (folded != 0 && i == before) {
         writeFold(cli::counted(folded, "equal line"));
         i += folded;
+        left_ -= folded;
         if (i >= range.firstCount) break;
       }
       const auto row = html_.in("tr", {{"class", "same"}});
       writeCell(range.first + i, first_, {{first_[range.first + i], false}}, false);
       writeCell(range.second + i, second_, {{second_[range.second + i], false}}, false);
-      ++rows_;
+      --left_;
     }
   }
 
   void writeChanged(const Range& range) {
     const size_t count = std::max(range.firstCount, range.secondCount);
-    for (size_t i = 0; i < count && !isFull(); ++i) {
+    for (size_t i = 0; i < count && !isFull(html_); ++i) {
       const bool hasFirst = i < range.firstCount;
       const bool hasSecond = i < range.secondCount;
       Pieces pieces;
@@ -139,7 +143,7 @@ class Sides {
                                                             : "added"}});
       hasFirst ? writeCell(range.first + i, first_, pieces.first, true) : writeGap();
       hasSecond ? writeCell(range.second + i, second_, pieces.second, true) : writeGap();
-      ++rows_;
+      --left_;
     }
   }
 
@@ -157,21 +161,47 @@ class Sides {
     const auto cell = html_.in("td", {{"class", "text"}});
     const std::string_view line = lines[number];
     const size_t ends = line.ends_with("\r\n") ? 2 : line.ends_with('\n') ? 1 : 0;
-    const char* const visible = line.data() + line.size() - ends;
-    for (const Piece& each : pieces) {
-      const auto left = static_cast<size_t>(std::max<ptrdiff_t>(visible - each.text.data(), 0));
-      const std::string_view text = each.text.substr(0, std::min(left, each.text.size()));
-      each.isChanged ? html_.put("mark", text) : html_.text(text);
-    }
+    writePieces(line.substr(0, line.size() - ends), pieces);
     if (!isChanged || ends == 1) return;
     writeMark(html_, Mark::kNote, ends == 2 ? "CR" : "no line end",
               ends == 2 ? "the line ends with CR LF" : "the text ends here, without a line end");
   }
 
+  void writePieces(std::string_view line, const std::vector<Piece>& pieces) {
+    const bool isLong = line.size() > kLongLine;
+    const char* const end = line.data() + line.size();
+    size_t room = kLongLine;
+    for (const Piece& each : pieces) {
+      const auto left = static_cast<size_t>(std::max<ptrdiff_t>(end - each.text.data(), 0));
+      const std::string_view text = each.text.substr(0, left);
+      const bool isShort = text.size() <= (each.isChanged ? room : 2 * kAround);
+      if (!isLong || isShort) {
+        each.isChanged ? html_.put("mark", text) : html_.text(text);
+      } else if (each.isChanged) {
+        const size_t cut = letterAt(text, room);
+        html_.put("mark", text.substr(0, cut));
+        return writeLeftOut(left - cut);
+      } else {
+        const size_t from = letterAt(text, kAround);
+        const size_t to = letterAt(text, text.size() - kAround);
+        html_.text(text.substr(0, from));
+        writeLeftOut(to - from);
+        html_.text(text.substr(to));
+      }
+      room -= std::min(room, isShort ? text.size() : 2 * kAround);
+    }
+  }
+
+  void writeLeftOut(size_t bytes) {
+    isWhole_ = false;
+    writeMark(html_, Mark::kNote, cli::counted(bytes, "more byte"), "they are not shown");
+  }
+
   Html& html_;
   Lines first_;
   Lines second_;
-  size_t rows_ = 0;
+  size_t left_ = 0;  // Rows that are still to come.
+  bool isWhole_ = true;
 };
 
 void writeSide(Html& html, const Context& context, const File& file,
@@ -187,26 +217,34 @@ void writeSide(Html& html, const Context& context, const File& file,
     html.text(" ");
     writeMarks(html, context, *file.archive, revision);
   }
-  html.put("p", {{"class", "message"}}, revision.message);
+  html.put("p", {{"class", "message"}}, shortened(revision.message));
+}
+
+bool hasFewLines(const Content& text) {
+  return std::count(text.bytes.begin(), text.bytes.end(), '\n') <= kMostLines;
 }
 
 void writeComparison(Html& html, const cli::FileRecord& file, const cli::RevisionInfo& older,
                      const cli::RevisionInfo& newer) {
   const Content first = contentOf(file, older.number);
   const Content second = contentOf(file, newer.number);
-  const bool areText = first.kind == Kind::kText && second.kind == Kind::kText;
-  if (areText) {
+  const std::string diff = fmt::format("diff -r {}..{}", older.number, newer.number);
+  const bool areTexts = first.kind == Kind::kText && second.kind == Kind::kText;
+  if (areTexts && hasFewLines(first) && hasFewLines(second)) {
     const std::vector<Range> ranges = rangesOf(file, older.number, newer.number);
     const bool isSame =
         std::all_of(ranges.begin(), ranges.end(), [](const Range& each) { return each.isSame; });
     if (isSame) return writeNothing(html, "Both have the same content.");
-    return Sides(html, first, second).write(ranges);
+    if (!Sides(html, first, second).write(ranges)) {
+      writeNothing(html, "Not all is shown here; " + toldBy(diff, file.path));
+    }
+    return;
   }
   const bool isSame = first.stored && second.stored && first.stored->size == second.stored->size &&
                       first.stored->checksum == second.stored->checksum;
   if (isSame) return writeNothing(html, "Both have the same content.");
-  if (first.kind == Kind::kTooLarge || second.kind == Kind::kTooLarge) {
-    writeNothing(html, "Too large to show: 'trevault diff' tells what is different.");
+  if (areTexts || first.kind == Kind::kTooLarge || second.kind == Kind::kTooLarge) {
+    writeTooLarge(html, diff, file.path);
   }
   const auto both = html.in("div", {{"class", "both"}});
   for (const auto& [content, revision] : {std::pair(&first, &older), std::pair(&second, &newer)}) {

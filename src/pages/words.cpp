@@ -1,10 +1,11 @@
 // pages/words.cpp: the longest common sequence of the words between what both lines begin and end
-// with.
+// with. Where that is long, all of it is told to differ: nobody waits for a page of such lines.
 #include "pages/words.h"
 
 #include <algorithm>
 #include <cstddef>
 #include <cstdint>
+#include <ranges>
 
 #include "cli/text/text.h"
 
@@ -43,6 +44,7 @@ Words wordsOf(std::string_view line) {
 
 // Neighbours of one sort are one piece.
 void add(std::string_view word, bool isChanged, std::vector<Piece>* to) {
+  if (word.empty()) return;
   if (!to->empty() && to->back().isChanged == isChanged) {
     to->back().text = {to->back().text.data(), to->back().text.size() + word.size()};
   } else {
@@ -69,24 +71,31 @@ class Common {
   std::vector<uint16_t> lengths_;
 };
 
-}  // namespace
+// How many bytes both begin with that are whole words; from their ends where these are what is gone
+// through.
+template <typename Letters>
+size_t sameStart(const Letters& first, const Letters& second) {
+  const auto [end, other] = std::mismatch(first.begin(), first.end(), second.begin(), second.end());
+  auto same = end - first.begin();
+  const auto isBefore = [&](Kind kind) {
+    const char& c = *(first.begin() + same - 1);
+    return (static_cast<unsigned char>(c) >= 0x80 ? Kind::kWord : kindOf({&c, 1})) == kind;
+  };
+  while (same > 0 && isBefore(Kind::kWord)) --same;
+  while (same > 0 && isBefore(Kind::kBlank)) --same;
+  return static_cast<size_t>(same);
+}
 
-Pieces changedWords(std::string_view first, std::string_view second) {
+void addChanged(std::string_view first, std::string_view second, Pieces* pieces) {
+  constexpr size_t kLongest = 64 << 10;
   constexpr size_t kMost = 400;
-  Pieces pieces;
-  Words left = wordsOf(first);
-  Words right = wordsOf(second);
-  size_t same = 0;
-  while (same < left.size() && same < right.size() && left[same] == right[same]) {
-    add(left[same], false, &pieces.first);
-    add(right[same++], false, &pieces.second);
-  }
-  left.erase(left.begin(), left.begin() + static_cast<std::ptrdiff_t>(same));
-  right.erase(right.begin(), right.begin() + static_cast<std::ptrdiff_t>(same));
-  if (left.size() > kMost || right.size() > kMost) {
-    for (const auto& word : left) add(word, true, &pieces.first);
-    for (const auto& word : right) add(word, true, &pieces.second);
-    return pieces;
+  const bool isLong = std::max(first.size(), second.size()) > kLongest;
+  const Words left = isLong ? Words{first} : wordsOf(first);
+  const Words right = isLong ? Words{second} : wordsOf(second);
+  if (isLong || left.size() > kMost || right.size() > kMost) {
+    add(first, true, &pieces->first);
+    add(second, true, &pieces->second);
+    return;
   }
   Common common(left, right);
   size_t i = 0;
@@ -94,14 +103,32 @@ Pieces changedWords(std::string_view first, std::string_view second) {
   while (i < left.size() || j < right.size()) {
     const bool isBoth = i < left.size() && j < right.size();
     if (isBoth && left[i] == right[j]) {
-      add(left[i++], false, &pieces.first);
-      add(right[j++], false, &pieces.second);
+      add(left[i++], false, &pieces->first);
+      add(right[j++], false, &pieces->second);
     } else if (j == right.size() || (isBoth && common.at(i + 1, j) >= common.at(i, j + 1))) {
-      add(left[i++], true, &pieces.first);
+      add(left[i++], true, &pieces->first);
     } else {
-      add(right[j++], true, &pieces.second);
+      add(right[j++], true, &pieces->second);
     }
   }
+}
+
+}  // namespace
+
+Pieces changedWords(std::string_view first, std::string_view second) {
+  const size_t start = sameStart(first, second);
+  const auto reversed = [&](std::string_view line) {
+    line.remove_prefix(start);
+    return std::ranges::subrange(line.rbegin(), line.rend());
+  };
+  const size_t end = sameStart(reversed(first), reversed(second));
+  Pieces pieces;
+  add(first.substr(0, start), false, &pieces.first);
+  add(second.substr(0, start), false, &pieces.second);
+  addChanged(first.substr(start, first.size() - start - end),
+             second.substr(start, second.size() - start - end), &pieces);
+  add(first.substr(first.size() - end), false, &pieces.first);
+  add(second.substr(second.size() - end), false, &pieces.second);
   return pieces;
 }
 

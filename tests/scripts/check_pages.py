@@ -23,6 +23,9 @@ import urllib.parse
 
 HERE = pathlib.Path(__file__).resolve().parent
 HOSTILE = [b"<script>alert(1)<", b'"onload=x', b"%2e%2e", b"caf\xe9", b"a\xe2\x80\xaec", b"a&lt", b"..."]
+# All that could make a page endless: what the page of what is different says instead.
+LONG = {"line.txt": ["more bytes", "Not all is shown here; "], "rows.txt": ["more lines", "Not all is shown here; "],
+        **dict.fromkeys(["many.txt", "huge.bin", "huge.gif"], ["Too large to be shown here; "])}
 VOID = {"meta", "link", "input", "img", "col"}
 FAULTS = []
 
@@ -137,6 +140,17 @@ def add_hostile(person, work):
     person.run("lock", "-q", "-m", "</td><script>", "data.bin", "words.c", place=work)
     (work / "words.c").write_text("int a;\n" * 20 + "int speed = 22; /* <slow> */\n")
     person.run("ci", "-q", "-m", "Faster", "words.c", place=work)
+    (work.parent / "message").write_text("long é" * 9_000)
+    for change in "ab":
+        (work / "line.txt").write_text("é same" * 50_000 + " " + change + " same é" * 50_000)
+        (work / "rows.txt").write_text("".join("%s %d\n" % (change, row) for row in range(30_000)))
+        (work / "many.txt").write_text(change + "\n" * 200_001)
+        (work / "huge.bin").write_bytes(b"\0" * 5_000_000 + change.encode())
+        (work / "huge.gif").write_bytes(b"GIF89a" + b"\0" * 3_000_000 + change.encode())
+        if change == "a":
+            person.run("add", "-q", *LONG, place=work)
+            person.run("lock", "-q", *LONG, place=work)
+    person.run("ci", "-q", "-F", "../message", *LONG, place=work)
 
 
 def check_hostile(pages):
@@ -147,6 +161,12 @@ def check_hostile(pages):
     sides = next(page for name, page in pages.items() if name.endswith("/words.c/1.0..1.1.html"))
     expect(sides.classes["mark"] == ["1", "22"], "%s are marked" % sides.classes["mark"])
     expect("16 equal lines" in sides.texts, "equal lines are not folded")
+    for name, told in LONG.items():
+        page = next(page for path, page in pages.items() if path.endswith(name + "/1.0..1.1.html"))
+        for each in told + ["'trevault diff -r 1.0..1.1 %s' tells all" % name, "more bytes"]:
+            expect(any(each in text for text in page.texts), "%s doesn't say %s" % (name, each))
+        expect(sum(map(len, page.texts)) < 2_000_000, "%s is endless" % name)
+        expect(name != "line.txt" or {"a", "b"} <= set(page.classes["mark"]), "line.txt marks %s" % page.classes.get("mark"))
     expect(any(len(each) == 16 and each.isalnum() for each in texts), "data.bin has no checksum")
 
 
