@@ -2,7 +2,8 @@
 //
 // Clients make such calls in loops, so their cost has to follow the call and not the project: the
 // peer is the same call in a project of 100 archives in the same database. Destroying an archive
-// writes the whole data file, so its peer is a program that writes those bytes anew and syncs them.
+// cuts its record out of the data file, or writes all records anew if another change came before,
+// so its peer is a program that writes the bytes of the file anew and syncs them.
 #include <fcntl.h>
 #include <unistd.h>
 
@@ -140,6 +141,12 @@ void run() {
   bench::compare(
       "destroy an archive", 1, [&] { return large.destroyOne(); },
       {{"write the file anew, sync", [&] { return writeAnew(database.dataFile()); }, 3.0}});
+  bench::compare("the same after an addition", 1,
+                 [&] {
+                   large.addNew();
+                   return large.destroyOne();
+                 },
+                 {{"write the file anew, sync", [&] { return writeAnew(database.dataFile()); }}});
 }
 
 }  // namespace

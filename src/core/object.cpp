@@ -297,7 +297,9 @@ VBool TVObject::endEdit(TVHandle& context) {
   const bool wasDeleted = deleted_;
   bool stored = false;
   try {
-    if (!wasDeleted && dirty_ && !isAsWritten()) rewrite(context);
+    if (!wasDeleted && dirty_ && !(isAsWritten() && lockData_->cutRemoved(keepWrites_))) {
+      rewrite(context);
+    }
     stored = giveUpStorage(context);
   } catch (...) {
     dirty_ = false;
@@ -427,7 +429,7 @@ void TVObject::destroyObject(TVHandle& context, TVRemoval removal) {
   destroyChildren(context, removal);
   if (removal == TVRemoval::kStored) removeStorage(context);
   deleted_ = true;
-  if (owner_ != nullptr) leaveOwner(removal);
+  if (owner_ != nullptr) leaveOwner(context, removal);
   orphanHandles();
 }
 
@@ -437,12 +439,30 @@ void TVObject::destroyChildren(TVHandle& context, TVRemoval removal) {
 
 // The owner forgets this object and gets back what it held on behalf of it. No use of the owner
 // holds this object any more: it lives on for its handles alone.
-void TVObject::leaveOwner(TVRemoval removal) {
+void TVObject::leaveOwner(TVHandle& context, TVRemoval removal) {
   TVObject* owner = owner_;
   if (removal == TVRemoval::kStored) owner->dirty_ = true;
+  const bool isNoted = removal == TVRemoval::kStored && owner->noteRemoval(context, *this);
+  const int buckets = owner->children_->capacity();
   static_cast<void>(leaveOwnerTable());  // It may have left before, for an equal one.
+  // A table that grew has another order.
+  if (isNoted && owner->children_->capacity() == buckets) owner->children_->noteOrder();
   owner->releaseReference(refCount_);
   owner_ = nullptr;
+}
+
+// Where the storage says what the table says, cutting the record of a child out of it costs less
+// than writing those of all the others. Without memory for it they are written.
+bool TVObject::noteRemoval(TVHandle& context, TVObject& child) {
+  if (lockData_ == nullptr || !child.isInTable_ || !isAsWritten()) return false;
+  if (!lockData_->setRemoving(true)) return false;
+  bool isNoted = false;
+  try {
+    isNoted = child.writeChild(context, *lockData_) == 0;
+  } catch (const std::bad_alloc&) {
+  }
+  lockData_->setRemoving(false);
+  return isNoted;
 }
 
 void TVObject::orphanHandles() {

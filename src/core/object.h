@@ -53,6 +53,13 @@ struct TVUnlockOptions;
 class TVStorageLock {
  public:
   virtual ~TVStorageLock() = default;
+
+  // While it is set, a record that is written is only noted, as one that has to go. Gives whether
+  // it is set now.
+  virtual bool setRemoving(bool) { return false; }
+  // Takes the records noted out of the storage, all or none. False where some are noted and only a
+  // rewrite lets them go; so it is if `keep` is false, which says that no other write counts.
+  [[nodiscard]] virtual bool cutRemoved(bool) { return true; }
 };
 
 // Format versions: of an object, and of the rules for its class (folderoptions.h).
@@ -178,7 +185,8 @@ class TVObject : public VObject {
   // the reason has been reported.
   [[nodiscard]] VBool beginEdit(TVHandle& context);
   // Writes the children if the object is dirty, unless the last write said the same, and gives the
-  // storage up. True where all is stored.
+  // storage up. Where it said the same but for children destroyed since, in this edit, their
+  // records are cut out. True where all is stored.
   // Where it is not, the children are read again before this returns, and memory shows what is
   // stored: a new child is gone, with its handles, a destroyed one is back as a new object, and the
   // others have their stored values. What can't be read then stays as it is until it can.
@@ -275,7 +283,8 @@ class TVObject : public VObject {
   void enterOwnerTable(bool wasCached);
   void deleteUnheld() { releaseReference(0); }
   void rekeyInOwnerTable(uint64_t fingerprintBefore);
-  void leaveOwner(TVRemoval removal);
+  void leaveOwner(TVHandle& context, TVRemoval removal);
+  [[nodiscard]] bool noteRemoval(TVHandle& context, TVObject& child);
   bool isHeldByUse() const { return isInTable_ && owner_->useCount_ > 0; }
   void orphanHandles();
   void announce(TVObject* child);

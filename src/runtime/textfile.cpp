@@ -9,6 +9,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <functional>
 #include <new>
 #include <utility>
 #include <vector>
@@ -128,6 +129,19 @@ void addCarriageReturns(TextBuffer* text) {
   text->setSize(size + lines);
 }
 
+// Takes lines that are in `text` exactly once out of it.
+bool cutLines(TextBuffer* text, std::string_view lines) {
+  const std::boyer_moore_horspool_searcher seek(lines.begin(), lines.end());
+  char* const end = text->data() + text->size();
+  char* const found = std::search(text->data(), end, seek);
+  if (found == end || (found != text->data() && found[-1] != '\n')) return false;
+  char* const rest = found + lines.size();
+  if (std::search(rest, end, seek) != end) return false;
+  std::memmove(found, rest, static_cast<size_t>(end - rest));
+  text->setSize(text->size() - lines.size());
+  return true;
+}
+
 // An open data file, held as it was asked for.
 struct HeldFile {
   File file;
@@ -228,7 +242,8 @@ struct TextFile::State {
   // What is there, unless nobody has asked for it yet, and what was added.
   TextBuffer text;
   bool isRead = false;
-  char last = '\0';  // What is there ends with it, until it is read.
+  bool hasReturns = false;  // The text has its line ends as they are on disk.
+  char last = '\0';         // What is there ends with it, until it is read.
   // What of `text` is on disk as it stands: all of it, or nothing after clear().
   size_t keptSize = 0;
   uint64_t sizeBefore = 0;  // On disk, before the last commit, if that only added.
@@ -249,6 +264,7 @@ struct TextFile::State {
 
   // Nobody has changed it since it was locked.
   void readWhenAsked() {
+    if (std::exchange(hasReturns, false)) dropCarriageReturns(&text);
     if (isRead || hasFailed) return;
     TextBuffer all;
     hasFailed = !held.file.refresh() || readAll(&all) != FileResult::kDone;
@@ -307,6 +323,7 @@ struct TextFile::State {
   // The text itself is used up: it is read again if somebody asks for it.
   bool write() {
     if (!held.file.confirm()) return false;
+    if (hasReturns) return rewrite(text.view());
     if (isCleared || hasDroppedEnd) {
       sizeBefore = keptSize + countLines(text.view().substr(0, keptSize));
       addCarriageReturns(&text);
@@ -386,6 +403,7 @@ void TextFile::clear() {
   if (!becomeUpdater()) return;
   state_->text.clear();
   state_->isRead = state_->isCleared = true;
+  state_->hasReturns = false;
   state_->keptSize = 0;
   try {  // As much as it had, which is most often all that it will have.
     state_->text.reserve(static_cast<size_t>(state_->held.file.size()));
@@ -394,11 +412,35 @@ void TextFile::clear() {
   }
 }
 
+// The bytes on disk lose the records, and nothing is turned into lines and back.
+bool TextFile::cut(const std::vector<std::string_view>& records) {
+  if (isChanged() || hasDroppedEnd() || !becomeUpdater() || !state_->held.file.refresh()) {
+    return false;
+  }
+  try {
+    TextBuffer all;
+    if (state_->held.read(&all) != FileResult::kDone) return false;
+    for (const std::string_view each : records) {
+      TextBuffer lines;
+      lines.append(each);
+      addCarriageReturns(&lines);
+      if (lines.isEmpty() || !cutLines(&all, lines.view())) return false;
+    }
+    state_->text = std::move(all);
+  } catch (const std::bad_alloc&) {
+    return false;
+  }
+  state_->isRead = state_->isCleared = state_->hasReturns = true;
+  state_->keptSize = 0;
+  return true;
+}
+
 void TextFile::append(std::initializer_list<std::string_view> pieces) {
   const bool isEmpty =
       std::all_of(pieces.begin(), pieces.end(), [](auto& each) { return each.empty(); });
   if (isEmpty || !becomeUpdater()) return;
   try {
+    if (state_->hasReturns) state_->readWhenAsked();
     state_->text.append(pieces);
   } catch (const std::bad_alloc&) {
     state_->hasFailed = true;
@@ -422,7 +464,7 @@ bool TextFile::commit() {
   state_->last = state_->text.isEmpty() ? '\0' : state_->text.view().back();
   state_->text = {};
   state_->keptSize = 0;
-  state_->isCleared = state_->hasDroppedEnd = state_->isRead = false;
+  state_->isCleared = state_->hasDroppedEnd = state_->isRead = state_->hasReturns = false;
   return !state_->hasFailed;
 }
 

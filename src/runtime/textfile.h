@@ -19,6 +19,7 @@
 #include <initializer_list>
 #include <memory>
 #include <string_view>
+#include <vector>
 
 #include "runtime/files.h"
 
@@ -70,6 +71,9 @@ class TextFile {
   bool isAddedTo() const;
   // Empties the text.
   void clear();
+  // Takes some records out, whole lines with LF at their ends. False, with nothing changed, unless
+  // each of them stands at the start of a line and nowhere else, and it is the first change.
+  [[nodiscard]] bool cut(const std::vector<std::string_view>& records);
   // Adds at the end. Line ends are LF. On a file opened for reading the first change tries to
   // become the exclusive holder, goes on if that works and the file is unchanged since it was
   // opened, and fails otherwise: failed() is then true.

@@ -37,6 +37,7 @@ constexpr int kLaterNotice = 2;
 constexpr int kNoNotice = 3;
 
 constexpr size_t kShortNameLimit = 8;
+constexpr size_t kMostCuts = 16;  // Each looks through the whole file.
 constexpr KeyTableEntry kAllRecords[] = {
     {"Format", kSectionSkipped}, {"*", kSectionDocument}, {nullptr, kSectionSkipped}};
 
@@ -413,6 +414,7 @@ bool TVDataFileWriter::isMissed(Side side) const {
 
 bool TVDataFileWriter::writeRecord(Side side, std::initializer_list<std::string_view> record,
                                    TVHandle& context) {
+  if (isRemoving_) return noteRemoved(side, record);
   TextFile* file = stream(side);
   if (file == nullptr) {
     for (const std::string_view piece : record) missed(side).records += piece;
@@ -423,6 +425,28 @@ bool TVDataFileWriter::writeRecord(Side side, std::initializer_list<std::string_
   if (!file->failed()) return true;
   reportWriteFailure(side, context);
   return false;
+}
+
+bool TVDataFileWriter::noteRemoved(Side side, std::initializer_list<std::string_view> record) {
+  if (stream(side) == nullptr || removed_.size() == kMostCuts) return false;
+  std::string text;
+  for (const std::string_view piece : record) text += piece;
+  removed_.push_back({side, std::move(text)});
+  return true;
+}
+
+bool TVDataFileWriter::cutRemoved(bool keep) {
+  if (removed_.empty()) return true;
+  if (!keep) return false;
+  for (const Side side : kBothSides) {
+    if (stream(side) == nullptr && !path(side).isEmpty()) return false;
+    std::vector<std::string_view> records;
+    for (const Removed& each : removed_) {
+      if (each.side == side) records.push_back(each.record);
+    }
+    if (!records.empty() && !stream(side)->cut(records)) return false;
+  }
+  return true;
 }
 
 bool TVDataFileWriter::commit(Side side, TVHandle& context) {

@@ -140,7 +140,8 @@ class TVDataFileWriter : public TVDataFile, public TVStorageLock {
 
   // Empties a file and writes the format head.
   void truncate(Side side);
-  // Adds a record, in pieces, at the end of a file, on a line of its own. False after a report.
+  // Adds a record, in pieces, at the end of a file, on a line of its own. False after a report, and
+  // for one to be removed that can't be noted.
   [[nodiscard]] bool writeRecord(Side side, std::initializer_list<std::string_view> record,
                                  TVHandle& context);
   // Whether something was written to a file that isn't open, and so goes nowhere. A rewrite with
@@ -149,7 +150,11 @@ class TVDataFileWriter : public TVDataFile, public TVStorageLock {
   // Brings the changes of one file to the disk. False after a report.
   [[nodiscard]] bool commit(Side side, TVHandle& context);
 
+  bool setRemoving(bool isRemoving) override { return isRemoving_ = isRemoving; }
+  bool cutRemoved(bool keep) override;
+
  private:
+  bool noteRemoved(Side side, std::initializer_list<std::string_view> record);
   void reportWriteFailure(Side side, TVHandle& context) const;
 
   // What goes to a side without an open file.
@@ -164,6 +169,12 @@ class TVDataFileWriter : public TVDataFile, public TVStorageLock {
   std::unique_ptr<TextFile> public_;
   std::unique_ptr<TextFile> private_;
   Missed missed_[2];
+  bool isRemoving_ = false;
+  struct Removed {
+    Side side;
+    std::string record;
+  };
+  std::vector<Removed> removed_;
 };
 
 // What the lock of a root, project or folder is.

@@ -9,6 +9,7 @@
 #include <cerrno>
 #include <filesystem>
 #include <map>
+#include <optional>
 #include <utility>
 
 #include "os/systemcalls.h"
@@ -304,6 +305,44 @@ TEST_F(TextFileTest, AddsALineWithoutWritingTheWholeFile) {
     EXPECT_EQ(counts["rename"], 1);
     EXPECT_EQ(bytes().size(), old.size() + 11 + 5 + 4 + 4096 + 2);
   }
+}
+
+// What stands there in another way than a rewrite would put it is left to a rewrite.
+TEST_F(TextFileTest, CutsLinesThatAreThereOnce) {
+  const struct {
+    const char* why;
+    std::string disk;
+    std::vector<std::string_view> records;
+    std::optional<std::string> want;  // Nothing is cut without it.
+  } cases[] = {
+      {"at the start", "[a]\r\n[b]\r\n[c]\r\n", {"[a]\n"}, "[b]\r\n[c]\r\n"},
+      {"at the end", "[a]\r\n[b]\r\n", {"[b]\n"}, "[a]\r\n"},
+      {"all", "[a]\r\n[b]\r\nd\r\n\r\n", {"[b]\nd\n\n", "[a]\n"}, ""},
+      {"a lone CR, and others that end in LF", "[a\r]\r\n[b]\n", {"[a\r]\n"}, "[b]\n"},
+      {"not there", "[a]\r\n[b]\r\n", {"[a]\n", "[c]\n"}, {}},
+      {"there twice", "[a]\r\n[b]\r\n[a]\r\n", {"[a]\n"}, {}},
+      {"in a line", "[b]\r\n[[a]\r\n", {"[a]\n"}, {}},
+      {"ending in LF", "[b]\r\n[a]\n", {"[a]\n"}, {}},
+      {"without an end", "[b]\r\n[a]", {"[a]\n"}, {}},
+  };
+  for (const auto& c : cases) {
+    SCOPED_TRACE(c.why);
+    write(c.disk);
+    const auto file = open(Access::kUpdate);
+    EXPECT_EQ(file->cut(c.records), c.want.has_value());
+    EXPECT_EQ(file->isChanged(), c.want.has_value());
+    EXPECT_FALSE(file->isAddedTo());
+    EXPECT_TRUE(file->commit());
+    EXPECT_EQ(escaped(bytes()), escaped(c.want.value_or(c.disk)));
+  }
+  write("[a]\r\n[b]\r\n");
+  const auto file = open(Access::kUpdate);
+  EXPECT_TRUE(file->cut({"[a]\n"}));
+  EXPECT_EQ(file->text(), "[b]\n");
+  file->append("[c]\n");
+  EXPECT_FALSE(file->cut({"[b]\n"})) << "after another change";
+  EXPECT_TRUE(file->commit());
+  EXPECT_EQ(bytes(), "[b]\r\n[c]\r\n");
 }
 
 }  // namespace

@@ -8,6 +8,7 @@
 
 #include <cerrno>
 #include <filesystem>
+#include <functional>
 
 #include "os/systemcalls.h"
 #include "store/storefixture.h"
@@ -413,6 +414,95 @@ TEST_F(Unread, StampsTellOwnWritesFromThoseOfOthers) {
   EXPECT_EQ(listingOfOpen(project),
             "public A|yet to be written|pub/p/a|\npublic C||pub/p/B|\nprivate D|||prv/p/D\n");
   EXPECT_FALSE(project.object()->isStale(project));
+}
+
+// The records of what is destroyed are cut out of files that say the rest, and what stays is what a
+// rewrite gives. Only files that change are replaced then.
+TEST_F(Unread, CutsOutWhatIsDestroyed) {
+  putProject();
+  std::string records = "[Folder=A]\nDIR=a\n[Folder=B]\nDIR=b\n";
+  for (int i = 0; i < 30; ++i) {
+    records += "[Document=v;d" + std::to_string(i) + "_v;w;d" + std::to_string(i) + ".c]\n";
+  }
+  put("pub/p/trvsfold.pub", records);
+  TVProjectRootHandle root = makeRoot();
+  TVHandle& project = child(root, "P");
+  project.open();
+  TVObject& object = *project.object();
+  const auto edit = [&](const auto& change) {
+    EXPECT_TRUE(object.beginEdit(project));
+    change();
+    object.setDirty(true);
+    return object.endEdit(project);
+  };
+  const auto destroy = [&](int index) {
+    std::vector<TVObject*> all = object.childrenInOrder();
+    std::erase_if(all, [](TVObject* each) { return !each->isKindOf(&TVArchiveMember::theClass); });
+    all[static_cast<size_t>(index) % all.size()]->destroyObject(project, TVRemoval::kStored);
+  };
+  const auto destroyNamed = [&](const char* name) {
+    support::child(project, name).object()->destroyObject(project, TVRemoval::kStored);
+  };
+  const auto both = [&] { return get("pub/p/trvsfold.pub") + get("prv/p/trvsfold.prv"); };
+  const auto inode = [&](const char* name) {
+    struct stat status = {};
+    EXPECT_EQ(::stat(path(name).c_str(), &status), 0);
+    return status.st_ino;
+  };
+  const struct {
+    const char* why;
+    std::function<void()> change;
+    bool isCut;
+  } cases[] = {
+      {"the first", [&] { destroy(0); }, true},
+      {"the last", [&] { destroy(28); }, true},
+      {"some",
+       [&] {
+         for (const int i : {3, 9, 4}) destroy(i);
+       },
+       true},
+      {"in both files", [&] { destroyNamed("A"); }, false},
+      {"an archive and a changed folder",
+       [&] {
+         destroy(5);
+         support::child(project, "B").as<TVArchiveFolder52>()->setPrivateWorkDir("w");
+       },
+       false},
+      {"in a file that ends in another way",
+       [&] {
+         support::writeFile(path("pub/p/trvsfold.pub"), get("pub/p/trvsfold.pub"));
+         destroy(2);
+       },
+       false},
+      {"more than can be looked for",
+       [&] {
+         for (int i = 0; i < 17; ++i) destroy(0);
+       },
+       false},
+  };
+  EXPECT_TRUE(edit([&] { object.children().noteChange(); }));
+  for (const auto& c : cases) {
+    SCOPED_TRACE(c.why);
+    const ino_t before = inode("prv/p/trvsfold.prv");
+    const std::string old = both();
+    EXPECT_TRUE(edit(c.change));
+    const std::string cut = both();
+    EXPECT_NE(cut, old);
+    EXPECT_EQ(inode("prv/p/trvsfold.prv") == before, c.isCut);
+    EXPECT_TRUE(edit([&] { object.children().noteChange(); }));
+    EXPECT_EQ(cut, both());
+  }
+  std::vector<TVHandle> last;
+  for (const TVHandle* each : support::children(project)) {
+    if (each->as<TVArchiveMember>() != nullptr) last.emplace_back(*each);
+  }
+  ASSERT_GE(last.size(), 2u);
+  auto* const other = last[0].as<TVArchiveMember>();
+  other->setNames(last[1].as<TVArchiveMember>()->names());
+  EXPECT_TRUE(edit([&] { object.children().noteChange(); }));
+  const std::string kept = both();
+  EXPECT_TRUE(edit([&] { other->destroyObject(project, TVRemoval::kStored); }));
+  EXPECT_EQ(both(), kept) << "the record of another that has the same names";
 }
 
 // A folder without a directory has no file: none that could change, and none that wasn't read.

@@ -138,16 +138,19 @@ TEST_F(ManyDocuments, AreRewrittenInTheOrderOfLinkedChains) {
       chains.removeAll();
     }
   }
-  constexpr int kGone = kCount / 3;
-  const string name = records_[kGone].substr(records_[kGone].rfind(';') + 1, 10);
-  TVHandle& gone = project_.find(VString(name), VCase::kExact, &TVArchiveMember::theClass,
-                                 TVSortType::kWorkName);
-  ASSERT_FALSE(gone.isNull());
-  gone.destroy(theNoLock());
-  chains.remove(kGone);
-  string want = kHead;
-  for (const int record : chains.order()) want += records_[static_cast<size_t>(record)];
-  EXPECT_TRUE(get("pub/p/trvsfold.pub") == want);
+  for (const size_t gone : {size_t{kCount} / 3, size_t{0}, size_t{500}, size_t{kCount} - 4}) {
+    const int record = chains.order()[gone];
+    const string& text = records_[static_cast<size_t>(record)];
+    const string name = text.substr(text.rfind(';') + 1, 10);
+    TVHandle& archive = project_.find(VString(name), VCase::kExact, &TVArchiveMember::theClass,
+                                      TVSortType::kWorkName);
+    ASSERT_FALSE(archive.isNull());
+    archive.destroy(theNoLock());
+    chains.remove(record);
+    string want = kHead;
+    for (const int each : chains.order()) want += records_[static_cast<size_t>(each)];
+    EXPECT_TRUE(get("pub/p/trvsfold.pub") == want);
+  }
 }
 
 TEST_F(ManyDocuments, GiveTheirMemoryBackButForOneThatLivesOn) {
