@@ -3,8 +3,8 @@
     import trevault
 
     with trevault.open(public, private) as db:
-        for archive in db.projects["Pump"].archives:
-            print(archive.name, archive.tip.number, archive.status.locked_by_me)
+        for archive in db.projects["Pump"].all_archives():
+            print(archive.name_in_project, archive.tip.number, archive.status.locked_by_me)
 
 `help(trevault.Archive)` tells what can be done with a file; docs/python.md is the guide.
 """
@@ -13,8 +13,8 @@ from .database import Database, open
 from .errors import (AccessError, CancelledError, ClosedError, ConfigurationError, DamagedError,
                      DatabaseError, EngineError, Error, ExistsError, GoneError, GroupError,
                      InUseError, InvalidError, LockError, NoMemoryError, NotFoundError, OlderError,
-                     OvertakenError, PromotionError, Status, TriggerError, UnchangedError,
-                     UnknownNameError, UnreadableError)
+                     OvertakenError, PromotionError, Status, TextError, TriggerError,
+                     UnchangedError, UnknownNameError, UnreadableError)
 from .hooks import Hooks, TrevaultWarning
 from .project import Archives, Folder, Project
 from .values import (ArchiveStatus, Attributes, Content, Directive, Health, Ignore, Lock, Record,
@@ -27,6 +27,6 @@ __all__ = [
     "AccessError", "CancelledError", "ClosedError", "ConfigurationError", "DamagedError",
     "DatabaseError", "EngineError", "Error", "ExistsError", "GoneError", "GroupError",
     "InUseError", "InvalidError", "LockError", "NoMemoryError", "NotFoundError", "OlderError",
-    "OvertakenError", "PromotionError", "TriggerError", "UnchangedError", "UnknownNameError",
-    "UnreadableError",
+    "OvertakenError", "PromotionError", "TextError", "TriggerError", "UnchangedError",
+    "UnknownNameError", "UnreadableError",
 ]

@@ -11,13 +11,14 @@ import threading
 from typing import TYPE_CHECKING, Any, Callable, Dict, List, Optional, Tuple, Union
 
 from ._native import ffi, lib
-from .errors import EngineError, Error, Status, error_of
+from .errors import EngineError, Error, Status, TextError, error_of
 from .hooks import Hooks
 
 if TYPE_CHECKING:
     from .database import Database
 
 Text = Union[str, bytes]
+Name = Union[str, bytes, "os.PathLike[str]"]
 PathText = Union[str, bytes, "os.PathLike[str]", "os.PathLike[bytes]"]
 
 LOCK = threading.RLock()
@@ -58,25 +59,36 @@ def as_text(text: Text) -> str:
     return text if isinstance(text, str) else decoded(text)
 
 
-def encoded(text: Optional[Text]) -> Any:
+def encoded(text: Optional[Name]) -> Any:
     """A text for the library: NULL for None."""
     if text is None:
         return ffi.NULL
     if isinstance(text, str):
-        text = (os.fsencode(text) if session.encoding is None
-                else text.encode(session.encoding, "surrogateescape"))
+        text = bytes_of(text, session.encoding)
+    if not isinstance(text, bytes):
+        raise TypeError("a name or a text is a str or bytes, not %r" % (text,))
     return whole(text)
+
+
+def bytes_of(text: str, encoding: Optional[str]) -> bytes:
+    """The same as in a code page, None for that of file names."""
+    try:
+        return os.fsencode(text) if encoding is None else text.encode(encoding, "surrogateescape")
+    except UnicodeEncodeError as error:
+        raise TextError("%r: %r is not in the code page %s"
+                        % (text, text[error.start:error.end], encoding or error.encoding)) from None
 
 
 def whole(text: bytes) -> bytes:
     if b"\0" in text:
-        raise ValueError("a NUL in the text %r" % text)
+        raise TextError("a NUL in the text %r" % text)
     return text
 
 
 def path_bytes(path: PathText) -> bytes:
     """A path of the system, absolute."""
-    return whole(os.path.abspath(os.fsencode(path)))
+    text = os.fspath(path)
+    return whole(os.path.abspath(bytes_of(text, None) if isinstance(text, str) else text))
 
 
 def path_of(text: bytes) -> pathlib.Path:
@@ -277,6 +289,8 @@ _REGISTERED = {
 
 def start(hooks: Hooks, encoding: Optional[str]) -> None:
     """Makes the libraries ready for a database."""
+    if encoding is not None and "/\\;".encode(encoding) != b"/\\;":
+        raise ValueError("%s: names need a code page that has ASCII in it" % encoding)
     # The library's checks mean nothing to a program, and would stand in its output.
     os.environ.setdefault("TRVS_ASSERTIONS", "none")
     session.hooks = hooks

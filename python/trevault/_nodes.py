@@ -7,9 +7,10 @@ a node that still has a name.
 """
 from __future__ import annotations
 
+import os
 from typing import Any, Callable, Collection, Dict, Iterator, List, Optional, Type, TypeVar
 
-from ._library import LOCK, Text, decoded, encoded, flat, last_message
+from ._library import LOCK, Name, decoded, encoded, flat, last_message
 from ._native import ffi
 from .errors import ClosedError, DatabaseError, GoneError, UnknownNameError
 
@@ -33,7 +34,8 @@ class Node:
         self._life = life
 
     def __eq__(self, other: object) -> bool:
-        return isinstance(other, Node) and self._token == other._token
+        return (isinstance(other, Node) and self._token == other._token
+                and self._life is other._life)
 
     def __hash__(self) -> int:
         return hash(self._token)
@@ -164,7 +166,7 @@ class Parent(Node):
                 return
             raise DatabaseError(message or "%r could not be removed" % child)
 
-    def _find(self, function: Callable[..., Any], name: Text, kind: Type[N]) -> Optional[N]:
+    def _find(self, function: Callable[..., Any], name: Name, kind: Type[N]) -> Optional[N]:
         with LOCK:
             life = self._children_life()
             token = flat(function, self._token, encoded(name))
@@ -189,17 +191,17 @@ class Children(Collection[N]):
         return len(self._all())
 
     def __contains__(self, item: object) -> bool:
-        if isinstance(item, (str, bytes)):
+        if isinstance(item, (str, bytes, os.PathLike)):
             return self.get(item) is not None
         return item in self._all()
 
-    def get(self, name: Text) -> Optional[N]:
+    def get(self, name: Name) -> Optional[N]:
         """The child of exactly that name, else one whose name differs in the case of A to Z alone;
         None if there is neither."""
         return self._search(self._find, self._kind._name_functions[0], name)
 
     def _search(self, find: Callable[..., Any], name_of: Callable[[Any], Any],
-                name: Text) -> Optional[N]:
+                name: Name) -> Optional[N]:
         with LOCK:
             found = self._parent._find(find, name, self._kind)
             if found is None or found._bytes(name_of) == encoded(name):
@@ -207,7 +209,7 @@ class Children(Collection[N]):
             exact = (each for each in self._all() if each._bytes(name_of) == encoded(name))
             return next(exact, found)
 
-    def __getitem__(self, name: Text) -> N:
+    def __getitem__(self, name: Name) -> N:
         found = self.get(name)
         if found is None:
             kind = self._kind.__name__.lower()

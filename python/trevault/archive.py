@@ -56,6 +56,12 @@ class Archive(Node):
         """Where the present user's file is. Raises Error if the record leads nowhere."""
         return self._path(lib.GetFullQualWorkfileName)
 
+    @property
+    def name_in_project(self) -> str:
+        """The user's file as seen from the project's work directory, such as "src/valve.c"; its
+        whole path if it lies elsewhere. Raises Error if the record leads nowhere."""
+        return decoded(self.project._place_of(path_bytes(self.workfile)))
+
     def _path(self, function: Callable[[Any], Any]) -> pathlib.Path:
         with LOCK:
             text = self._bytes(function)

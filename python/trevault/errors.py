@@ -103,6 +103,10 @@ class UnknownNameError(Error, KeyError):
         return str(self.args[0])  # KeyError would show it in quotes.
 
 
+class TextError(Error, ValueError):
+    """A text that can't be stored: not in the database's code page, or with a NUL."""
+
+
 class DatabaseError(Error):
     """The database did less than it was asked to; the text is the library's."""
 

@@ -5,8 +5,8 @@ import os
 import pathlib
 from typing import TYPE_CHECKING, Any, Dict, Iterator, List, Optional, cast
 
-from ._library import (LOCK, PathText, Text, as_text, check, decoded, encoded, fetch_list, flat,
-                       last_message, path_bytes, path_of)
+from ._library import (LOCK, Name, PathText, Text, as_text, check, decoded, encoded, fetch_list,
+                       flat, last_message, path_bytes, path_of)
 from ._native import ffi, lib
 from ._nodes import Children, Life, Parent
 from .archive import Archive
@@ -19,15 +19,20 @@ if TYPE_CHECKING:
 
 class Archives(Children[Archive]):
     """The files that a project or a folder holds itself. A name with a separator is a path as the
-    records have it."""
+    records have it; a pathlib.Path is that of the user's file."""
 
     def __init__(self, parent: Holder) -> None:
         super().__init__(parent, Archive, lib.GetFirstArchive, lib.GetNextArchive,
                          lib.FindArchiveByWorkName)
+        self._holder = parent
 
-    def get(self, name: Text) -> Optional[Archive]:
-        text = as_text(name)
-        if "/" not in text and "\\" not in text:
+    def get(self, name: Name) -> Optional[Archive]:
+        if isinstance(name, os.PathLike):
+            path = path_bytes(name)
+            return self.get(self._holder._place_of(path)) or next((
+                each for each in self if each._bytes(lib.GetFullQualWorkfileName) == path), None)
+        text = encoded(name)
+        if b"/" not in text and b"\\" not in text:
             return super().get(name)
         return self._search(lib.FindArchiveByQualWorkName, lib.GetQualWorkfileName, name)
 
@@ -181,21 +186,23 @@ class Project(Holder):
 
     @property
     def work_directory(self) -> Optional[pathlib.Path]:
-        """Where the present user's files are; None if nobody said."""
+        """Where the present user's files are; None, which may also be set, if nobody said."""
         return self._path(lib.GetProjectPrivateDir)
 
     @work_directory.setter
-    def work_directory(self, directory: pathlib.Path) -> None:
-        self._set(lib.SetProjectPrivateDir, lib.GetProjectPrivateDir, path_bytes(directory))
+    def work_directory(self, directory: Optional[pathlib.Path]) -> None:
+        self._set(lib.SetProjectPrivateDir, lib.GetProjectPrivateDir,
+                  b"" if directory is None else path_bytes(directory))
 
     @property
     def team_work_directory(self) -> Optional[pathlib.Path]:
-        """Where the team's files are; None if nobody said."""
+        """Where the team's files are; None, which may also be set, if nobody said."""
         return self._path(lib.GetProjectPublicDir)
 
     @team_work_directory.setter
-    def team_work_directory(self, directory: pathlib.Path) -> None:
-        self._set(lib.SetProjectPublicDir, lib.GetProjectPublicDir, path_bytes(directory))
+    def team_work_directory(self, directory: Optional[pathlib.Path]) -> None:
+        self._set(lib.SetProjectPublicDir, lib.GetProjectPublicDir,
+                  b"" if directory is None else path_bytes(directory))
 
     @property
     def archive_directories(self) -> List[pathlib.Path]:
@@ -205,8 +212,14 @@ class Project(Holder):
 
     @archive_directories.setter
     def archive_directories(self, directories: List[pathlib.Path]) -> None:
-        text = b";".join(map(path_bytes, directories))
-        self._set(lib.SetProjectVCSDirs, lib.GetProjectVCSDirs, text)
+        if isinstance(directories, (str, bytes, os.PathLike)):
+            raise TypeError("archive directories are a list")
+        paths = [path_bytes(each) for each in directories]
+        for path in paths:
+            if b";" in path:
+                raise DatabaseError("%s can't be stored: \";\" is between directories"
+                                    % decoded(path))
+        self._set(lib.SetProjectVCSDirs, lib.GetProjectVCSDirs, b";".join(paths))
         self.database._forget_configuration()
 
     def _set(self, change: Any, query: Any, text: bytes) -> None:
@@ -214,7 +227,7 @@ class Project(Holder):
             self._ask(change, text)
             message = last_message()
             if self._bytes(query) != text:
-                raise DatabaseError(message or "%s can't be stored" % decoded(text))
+                raise DatabaseError(message or "%r can't be stored" % decoded(text))
 
     def _path(self, function: Any) -> Optional[pathlib.Path]:
         text = self._bytes(function)

@@ -184,8 +184,41 @@ class Work(TeamTest):
         self.db = self.open()
         named = self.db.projects["Pump"].archives["Büro.txt"]
         self.assertEqual(("Büro.txt", self.work / odd), (named.name, named.workfile))
-        with self.assertRaises(ValueError):
-            self.db.projects["Pump\0"]
+        self.assertEqual("Büro.txt", named.name_in_project)
+        calls = {"NUL": lambda: self.db.projects["Pump\0"],
+                 "'日'.*cp1252": lambda: named.label("B日"),
+                 "sur.*utf-8": lambda: named.check_out("sur\ud800")}
+        for words, call in calls.items():
+            with self.assertRaisesRegex(trevault.TextError, words):
+                call()
+        self.db.close()
+        self.encoding = "utf-16"
+        with self.assertRaisesRegex(ValueError, "ASCII"):
+            self.open()
+
+    def test_a_file_is_found_by_its_path(self):
+        inside = self.make_folder().add_existing("gate.c", self.top / "gate.c_v")
+        out = self.project.add_existing("../out.c", self.top / "out.c_v")
+        self.assertEqual(["src/gate.c", str(self.top / "out.c")],
+                         [each.name_in_project for each in (inside, out)])
+        valve = self.project.archives[self.work / "src/valve.c"]
+        self.assertEqual((valve, "src/valve.c"), (self.project.archives["src/valve.c"],
+                                                  valve.name_in_project))
+        self.assertEqual((inside, out), (inside.parent.archives[self.work / "src/gate.c"],
+                                         self.project.archives[self.top / "out.c"]))
+        for name in (0, None):
+            with self.assertRaises(TypeError):
+                self.project.archives[name]
+
+    def test_directories_are_set_and_taken_away(self):
+        for name in ("work_directory", "team_work_directory"):
+            setattr(self.project, name, None)
+            self.assertIsNone(getattr(self.project, name))
+        self.assertEqual("pump.c", str(self.pump.workfile))
+        for kind, value in ((TypeError, "/a"), (TypeError, None),
+                            (trevault.DatabaseError, [self.top / "a;b"])):
+            with self.assertRaises(kind):
+                self.project.archive_directories = value
 
     def test_the_configuration_is_the_projects(self):
         os.environ["TEAM_USER"] = "ann"
