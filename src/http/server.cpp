@@ -75,12 +75,24 @@ class Connection : public httplib::Stream {
 class Server : public httplib::Server {
  public:
   explicit Server(const Service& service) : service_(service) {
+    // Of what the library refuses by itself, too.
+    set_default_headers({{"Content-Security-Policy",
+                          "default-src 'none'; style-src 'self'; script-src 'self'; img-src data:; "
+                          "form-action 'self'; base-uri 'none'; frame-ancestors 'none'"},
+                         {"X-Content-Type-Options", "nosniff"},
+                         {"X-Frame-Options", "DENY"},
+                         {"Referrer-Policy", "no-referrer"},
+                         {"Cross-Origin-Resource-Policy", "same-origin"},
+                         {"Cache-Control", "no-cache"}});
     set_pre_routing_handler([this](const httplib::Request& request, httplib::Response& response) {
       answer(request, response);
       return HandlerResponse::Handled;
     });
     set_expect_100_continue_handler(
-        [](const httplib::Request& /*request*/, httplib::Response& /*response*/) { return 417; });
+        [](const httplib::Request& /*request*/, httplib::Response& response) {
+          response.status = 417;
+          return -1;  // With 417 the library would answer once more.
+        });
     set_socket_options([](socket_t socket) { os::listenAlone(socket); });
     set_idle_interval(0, kLookMicroseconds);
     new_task_queue = [this] { return new Queue(*this); };
@@ -143,24 +155,15 @@ class Server : public httplib::Server {
   }
 
   void answer(const httplib::Request& request, httplib::Response& response) const {
-    for (const auto& [name, value] :
-         {std::pair("Content-Security-Policy",
-                    "default-src 'none'; style-src 'self'; script-src 'self'; img-src data:; "
-                    "form-action 'self'; base-uri 'none'; frame-ancestors 'none'"),
-          std::pair("X-Content-Type-Options", "nosniff"), std::pair("X-Frame-Options", "DENY"),
-          std::pair("Referrer-Policy", "no-referrer"),
-          std::pair("Cross-Origin-Resource-Policy", "same-origin"),
-          std::pair("Cache-Control", "no-cache")}) {
-      response.set_header(name, value);
-    }
     if (request.method != "GET" && request.method != "HEAD") {
       response.set_header("Allow", "GET, HEAD");
       return say(response, 405, "Pages are only read here.");
     }
-    if (!isAskedByName(request)) return say(response, 421, "This is not the server of that name.");
+    const auto [host, path] = targetOf(request);
+    if (!isOurs(host)) return say(response, 421, "This is not the server of that name.");
     Fields fields;
     for (const auto& [name, value] : request.params) fields.emplace(name, value);
-    Answer answer = service_.answer(request.path, fields);
+    Answer answer = service_.answer(path, fields);
     response.status = answer.status;
     if (!answer.location.empty()) response.set_header("Location", answer.location);
     if (answer.body == nullptr) return;
@@ -172,14 +175,26 @@ class Server : public httplib::Server {
                                   });
   }
 
+  // What is asked for, and who: "GET http://localhost/index.html" is the same as "GET /index.html".
+  struct Target {
+    std::string host;
+    std::string path;
+  };
+  static Target targetOf(const httplib::Request& request) {
+    if (request.get_header_value_count("Host") != 1) return {};
+    constexpr std::string_view kScheme = "http://";
+    const std::string& path = request.path;
+    if (!lowered(path).starts_with(kScheme)) return {request.get_header_value("Host"), path};
+    const size_t slash = std::min(path.find('/', kScheme.size()), path.size());
+    return {path.substr(kScheme.size(), slash - kScheme.size()), path.substr(slash)};
+  }
+
   // With or without a port.
-  bool isAskedByName(const httplib::Request& request) const {
-    if (request.get_header_value_count("Host") != 1) return false;
-    std::string host = request.get_header_value("Host");
+  bool isOurs(std::string host) const {
     const size_t colon = host.rfind(':');
-    if (colon != std::string::npos && host.find(']', colon) == std::string::npos) {
-      host.resize(colon);
-    }
+    const bool hasPort = colon != std::string::npos &&
+                         host.find_first_not_of("0123456789", colon + 1) == std::string::npos;
+    if (hasPort) host.resize(colon);
     return std::any_of(service_.hosts.begin(), service_.hosts.end(),
                        [&](const std::string& each) { return lowered(each) == lowered(host); });
   }

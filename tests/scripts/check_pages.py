@@ -313,16 +313,24 @@ def check_server(person, written):
             ("a strange host", server.status("/", host="evil.example"), 421),
             ("a name in other letters", server.status("/", host="sTation:1"), 200),
             ("no host", server.status("/", host=""), 421),
+            ("a port that is none", server.status("/", host="localhost:evil"), 421),
+            ("an address with its host", server.status("http://LOCALHOST:1/index.html"), 200),
+            ("an address with a strange host", server.status("http://evil/"), 421),
             ("POST", server.status("/", method="POST"), 405),
             ("DELETE", server.status("/", method="DELETE"), 405),
             ("HEAD", server.status("/", method="HEAD"), 200),
             ("many ranges", server.status("/", Range="bytes=" + ",".join(["0-"] * 500)), 200)]:
         expect(status == wanted, "%s gives %d" % (what, status))
+    for wanted, headers in {417: {"Expect": "100-continue"}, 416: {"Range": "bytes=5-2"}}.items():
+        status, headers, text = server.ask("/", **headers)
+        expect((status, text) == (wanted, "") and "Content-Security-Policy" in headers,
+               "%d instead of %d: %s%s" % (status, wanted, headers, text))
     expect(server.status("/" + "x" * 100_000) in (0, 400, 414), "a long address is taken")
     expect(server.status("/", Cookie="x" * 100_000) in (0, 400, 431), "a long header is taken")
-    status, headers, _ = server.ask(top + "/revisions/pump.c/choose?from=1.0&to=1.2")
-    expect(status == 303 and headers["Location"] == top + "/revisions/pump.c/1.0..1.2.html",
-           "a choice of revisions leads to %s" % headers["Location"])
+    for path, wanted in {top + "/revisions/pump.c/choose?from=1.0&to=1.2":
+                         top + "/revisions/pump.c/1.0..1.2.html", top: top + "/"}.items():
+        status, headers, _ = server.ask(path)
+        expect(status == 303 and headers["Location"] == wanted, "%s leads to %s" % (path, headers["Location"]))
     person.run("lock", "-m", "seen at once", "README")
     expect("seen at once" in server.ask(top + "/locks.html")[2], "a new lock doesn't show")
     public = person.home.parents[1] / "srv/team/db"

@@ -51,6 +51,9 @@ class LivePages {
     if (const auto page = site_.page(address)) {
       return {.type = page->type, .body = {page, &page->body}};
     }
+    if (site_.page(address + "/index.html") != nullptr) {
+      return {.status = 303, .location = '/' + address + '/'};
+    }
     if (const auto chosen = site_.chosen(address, fields)) {
       return {.status = 303, .location = '/' + *chosen};
     }
