@@ -34,6 +34,8 @@ class _Session:
         self.hooks = Hooks()
         self.encoding: Optional[str] = None
         self.is_calling = False
+        self.is_cut_off = False  # A child process that was forked amid a change.
+        self.inherited: Optional[Any] = None  # The root that was open when the process was forked.
         self.raised: Optional[BaseException] = None
         self.said: List[str] = []
         self.lines: List[str] = []
@@ -100,11 +102,13 @@ def path_of(text: bytes) -> pathlib.Path:
 def flat(function: Callable[..., Any], *arguments: Any) -> Any:
     """Calls a function of foldapi.h."""
     with LOCK:
-        refuse_hooks()
+        refuse_misuse()
         return function(*arguments)
 
 
-def refuse_hooks() -> None:
+def refuse_misuse() -> None:
+    if session.is_cut_off:
+        raise Error("this process was forked amid a change of its parent: it can have no database")
     if session.is_calling:
         raise Error("a hook must not use the database")
 
@@ -118,7 +122,7 @@ def last_message() -> str:
 def status_of(function: Callable[..., int], *arguments: Any) -> int:
     """Calls a function that may call back. What a hook raised meanwhile comes out."""
     with LOCK:
-        refuse_hooks()
+        refuse_misuse()
         session.said.clear()
         session.is_calling = True
         try:

@@ -16,7 +16,7 @@ from .errors import ClosedError, DatabaseError, GoneError, UnknownNameError
 
 
 class Life:
-    """From one open of a parent to its close."""
+    """From one open of a parent to its close. What ended it is "" as long as it lasts."""
 
     __slots__ = ("ended_by",)
 
@@ -42,8 +42,11 @@ class Node:
 
     def _check(self) -> None:
         if self._life.ended_by:
-            raise ClosedError("%s was closed since this %s was found in it"
-                              % (self._life.ended_by, self._what()))
+            raise ClosedError("%s since this %s was found" % (self._life.ended_by, self._what()))
+
+    def __reduce__(self) -> Any:
+        raise TypeError("%s objects can't be copied or sent to another process: they belong to the "
+                        "open database" % type(self).__name__)
 
     def _what(self) -> str:
         return type(self).__name__.lower()
@@ -133,7 +136,7 @@ class Parent(Node):
         with LOCK:
             if self._life.ended_by or self._open_life is None:
                 return
-            self._end(repr(self))
+            self._end("%r was closed" % self)
             flat(self._close_function, self._token)
 
     def _walk(self, first: Callable[[Any], Any], next_one: Callable[[Any], Any],
@@ -162,7 +165,7 @@ class Parent(Node):
                 child._confirm()
             except GoneError:
                 if isinstance(child, Parent):
-                    child._end(child._what())
+                    child._end("its %s was removed" % child._what())
                 return
             raise DatabaseError(message or "%r could not be removed" % child)
 

@@ -49,7 +49,7 @@ class Database(Parent):
 
     def _check(self) -> None:
         if self._life.ended_by:
-            raise ClosedError("the database was closed")
+            raise ClosedError(self._life.ended_by)
 
     def _confirm(self) -> None:
         """The root never dies."""
@@ -152,7 +152,8 @@ class Database(Parent):
                 yield
             finally:
                 self._is_in_group = False
-                self._finish()
+                if not session.is_cut_off:
+                    self._finish()
 
     @staticmethod
     def _begin() -> None:
@@ -194,7 +195,7 @@ class Database(Parent):
             if self._is_in_group:
                 raise Error("the database can't be closed within a group")
             self.refresh()
-            self._life.ended_by = "the database"
+            self._life.ended_by = "the database was closed"
             if session.database is self:
                 session.database = None
 
@@ -224,10 +225,28 @@ def open(public: Optional[PathText] = None, private: Optional[PathText] = None, 
     with LOCK:
         if session.database is not None:
             raise Error("a database is open in this process: close %r first" % session.database)
+        if session.inherited is not None:
+            flat(lib.CloseProjectRoot, session.inherited)
+            session.inherited = None
         start(hooks or Hooks(), encoding)
         database = Database(_root_text(public), _root_text(private), create)
         session.database = database
         return database
+
+
+def _leave() -> None:
+    """A child process has the objects of its parent, and may open a database of its own. What its
+    parent was changing is the parent's to end."""
+    database, session.database = session.database, None
+    if database is not None:
+        session.is_cut_off = session.is_calling or database._is_in_group
+        database._end("the process was forked")
+        database._life.ended_by = "the process was forked: open the database anew"
+        session.inherited = database._token
+    LOCK.release()
+
+
+os.register_at_fork(before=LOCK.acquire, after_in_parent=LOCK.release, after_in_child=_leave)
 
 
 def _root_text(directory: Optional[PathText]) -> bytes:

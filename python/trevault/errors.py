@@ -2,7 +2,7 @@
 from __future__ import annotations
 
 import enum
-from typing import Sequence, cast
+from typing import Any, Sequence, cast
 
 from ._native import ffi, lib
 
@@ -77,6 +77,9 @@ class Status(enum.IntEnum):
         member._name_, member._value_ = "UNKNOWN_%s" % value, value
         return cast(Status, member)
 
+    def __reduce_ex__(self, protocol: Any) -> Any:
+        return Status, (int(self),)
+
     @property
     def text(self) -> str:
         """The library's words for it."""
@@ -126,6 +129,9 @@ class EngineError(Error):
         self.subject = subject
         self.texts = tuple(texts)
         super().__init__(": ".join(filter(None, [subject, status.text, *texts])))
+
+    def __reduce__(self) -> Any:
+        return type(self), (self.status, self.subject, self.texts)
 
 
 class NotFoundError(EngineError, LookupError):
@@ -194,6 +200,9 @@ class GroupError(Error):
     def __init__(self, failures: Sequence[EngineError]) -> None:
         self.failures = tuple(failures)
         super().__init__("; ".join(map(str, failures)))
+
+    def __reduce__(self) -> Any:
+        return type(self), (self.failures,)
 
 
 _KINDS = {

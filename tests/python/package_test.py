@@ -1,6 +1,8 @@
 """The package from outside: what lives how long, what is asked and told, threads, groups."""
+import copy
 import datetime
 import os
+import pickle
 import shutil
 import subprocess
 import sys
@@ -73,6 +75,45 @@ class Lives(TeamTest):
         self.db = self.open()
         with self.assertRaisesRegex(trevault.DatabaseError, "."):
             list(self.db.projects["Pump"].archives)
+
+    def test_a_child_process_leaves_its_parents_database_alone(self):
+        def in_child(question):
+            child = os.fork()
+            if child != 0:
+                return os.waitstatus_to_exitcode(os.waitpid(child, 0)[1])
+            try:
+                os._exit(question() is not None)
+            except trevault.ClosedError:
+                os._exit(2)
+            except BaseException as error:
+                os._exit(3 if "amid a change" in str(error) else 4)
+
+        def open_own():
+            with self.open() as own:
+                own.projects["Pump"].archives["pump.c"].label("CHILD")
+
+        for question, status in ((lambda: self.pump.tip, 2), (self.db.group().__enter__, 2),
+                                 (self.db.close, 0), (open_own, 0)):
+            self.assertEqual(status, in_child(question))
+        with self.db.group():
+            self.pump.label("A")
+            self.assertEqual(3, in_child(open_own))
+            self.pump.label("B")
+        self.assertEqual({"CHILD", "A", "B"}, set(self.pump.labels))
+
+    def test_objects_stay_here_and_values_travel(self):
+        for each in (self.db, self.project, self.pump, self.project.archives):
+            for carry in (pickle.dumps, copy.deepcopy):
+                with self.assertRaisesRegex(TypeError, "belong to the open database"):
+                    carry(each)
+        with self.assertRaises(trevault.NotFoundError) as caught:
+            self.pump.read("1.7")
+        group = trevault.GroupError([caught.exception])
+        for value in (caught.exception, group, self.pump.tip, trevault.Status(7777)):
+            again = pickle.loads(pickle.dumps(value))
+            self.assertEqual((type(value), str(value)), (type(again), str(again)))
+        self.assertEqual(trevault.Status.NO_REVISION,
+                         pickle.loads(pickle.dumps(group)).failures[0].status)
 
     def test_loops_leave_nothing_open(self):
         for _ in range(3):
@@ -439,6 +480,24 @@ class Threads(TeamTest):
             thread.join()
         self.assertEqual([], failures)
         self.assertEqual((40, 40), (len(self.pump.labels), len(self.valve.labels)))
+
+    def test_a_close_ends_the_loops_of_all(self):
+        ends = []
+
+        def work():
+            try:
+                while all((each.name, each.tip, each.status) for each in self.project.archives):
+                    pass
+            except BaseException as error:
+                ends.append(type(error))
+
+        threads = [threading.Thread(target=work) for _ in range(3)]
+        for thread in threads:
+            thread.start()
+        self.db.close()
+        for thread in threads:
+            thread.join()
+        self.assertEqual([trevault.ClosedError] * 3, ends)
 
     def test_others_run_while_one_waits_for_another_program(self):
         holder = subprocess.Popen(
