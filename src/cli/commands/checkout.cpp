@@ -116,8 +116,7 @@ class CheckOut : public FileCommand {
   void removeGone() {
     const auto gone = local().gone();
     if (!local().areGone(gone)) return;
-    for (const auto& [path, here, isUntouched] : gone) {
-      const FileRecord file{path, "", ""};
+    for (const auto& [file, here, isUntouched] : gone) {
       try {
         if (!isDry_ && isUntouched) remove(file);
         if (!isDry_) local().forget(file);
@@ -126,7 +125,7 @@ class CheckOut : public FileCommand {
         continue;
       }
       const std::string verb = isUntouched ? said({"remove", "removed"}) : "left";
-      output().result({{"file", path}, {"action", verb}},
+      output().result({{"file", file.path}, {"action", verb}},
                       fmt::format("{} {}, which the project has no more", verb, shownPath(file)));
       ++gone_;
     }

@@ -180,11 +180,10 @@ class Status : public FileCommand {
   void lookForGone() {
     const auto gone = local().gone();
     const char* const untouched = local().areGone(gone) ? "'trevault checkout' removes it" : "";
-    for (const auto& [path, here, isUntouched] : gone) {
-      const FileRecord file{path, "", ""};
-      add({{"file", path}, {"here", here}, {"changed", !isUntouched}}, "gone",
+    for (const auto& [file, here, isUntouched] : gone) {
+      add({{"file", file.path}, {"here", here}, {"changed", !isUntouched}}, "gone",
           {"", shownPath(file), here, isUntouched ? untouched : "changed"});
-      gone_.push_back(path);
+      gone_.push_back(file.path);
     }
   }
 

@@ -595,16 +595,19 @@ void LocalFiles::rename(const FileRecord& file, const FileRecord& renamed) {
   state_.forget(file.path);
 }
 
-std::vector<LocalFiles::GoneFile> LocalFiles::gone() const {
+std::vector<LocalFiles::GoneFile> LocalFiles::gone() {
   std::vector<GoneFile> gone;
-  for (const auto& [path, state] : state_.unlisted()) {
-    os::FileStatus status;
-    const bool isGone = !std::ranges::binary_search(files_, path, {}, &FileRecord::path) &&
-                        os::readEntryStatus(absolutePath(directory_.top, path).c_str(), &status) ==
-                            os::FileResult::kDone;
+  for (const FileRecord& file : state_.unlisted()) {
+    const bool isGone = !std::ranges::binary_search(files_, file.path, {}, &FileRecord::path) &&
+                        os::hasEntry(absolutePath(directory_.top, file.path).c_str());
     if (!isGone) continue;
-    const Stamp stamp = Stamp::of(status);
-    gone.push_back({path, state.here, status.isRegular && state.stamp == stamp && isSafe(stamp)});
+    bool isUntouched = false;
+    try {
+      isUntouched = standingOf(file) == Standing::kSame;
+    } catch (const Problem&) {
+      // Without its archive nobody can tell: it counts as changed.
+    }
+    gone.push_back({file, stateOf(file)->here, isUntouched});
   }
   return gone;
 }

@@ -137,11 +137,11 @@ class LocalFiles {
   void rename(const FileRecord& file, const FileRecord& renamed);
   // A file that was checked out here, and that the project has no more.
   struct GoneFile {
-    std::string path;
+    FileRecord file;
     std::string here;
     bool isUntouched;  // It is as it was checked out.
   };
-  std::vector<GoneFile> gone() const;
+  std::vector<GoneFile> gone();
   // Whether `gone` may be believed, and removed. If not, as the project's list is not whole, that
   // is told.
   bool areGone(const std::vector<GoneFile>& gone);

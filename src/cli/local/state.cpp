@@ -330,17 +330,21 @@ void State::follow(std::string_view follows) {
   for (auto& [path, changed] : changed_) changed.entry.told.reset();
 }
 
-std::map<std::string, FileState> State::unlisted() const {
-  std::map<std::string, FileState> found;
+std::vector<FileRecord> State::unlisted() const {
+  std::vector<FileRecord> found;
+  const auto take = [&found](std::string_view path, const Entry& entry) {
+    if (entry.file) found.push_back({std::string(path), entry.archive, entry.folder});
+  };
   for (const Line& line : lines_) {
     Entry entry;
     if (line.isListed || line.isReplaced) continue;
     readEntry(line, &entry);
-    if (entry.file) found.emplace(line.path, *entry.file);
+    take(line.path, entry);
   }
   for (const auto& [path, changed] : changed_) {
-    if (!changed.isListed && changed.entry.file) found.emplace(path, *changed.entry.file);
+    if (!changed.isListed) take(path, changed.entry);
   }
+  std::ranges::sort(found, {}, &FileRecord::path);
   return found;
 }
 

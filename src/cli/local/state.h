@@ -86,8 +86,8 @@ class State {
   // A directory that can't be written remembers nothing, and all still works. What a command found
   // that changes no files is only kept if no other one works here or has been here meanwhile.
   void save();
-  // The files that are revisions and were not among those kept, by their paths.
-  std::map<std::string, FileState> unlisted() const;
+  // The files that are revisions and were not among those kept, in the order of their paths.
+  std::vector<FileRecord> unlisted() const;
   // When it was written last: a file of that time or later may have changed since unseen.
   int64_t written() const { return read_.nanoseconds; }
 
