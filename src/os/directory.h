@@ -32,6 +32,12 @@ bool isSameFile(const std::string& first, const std::string& second);
 
 // Whether something has that name, if only a link to nothing.
 bool hasEntry(const char* path);
+// How far the way to a path goes: the path itself, or what is there above it. Of a drive that is
+// not there nothing is.
+inline std::string thereOf(const std::string& path) {
+  const std::string above = parentOf(path);
+  return hasEntry(path.c_str()) || above == path ? path : thereOf(above);
+}
 
 // Makes one directory, with the usual rights, or finds it made by somebody else.
 bool makeDirectory(const std::string& path);

@@ -9,6 +9,7 @@
 #include "btkf520/btkf520.h"
 #include "cli/text/shellword.h"
 #include "cli/text/text.h"
+#include "os/directory.h"
 #include "os/stop.h"
 
 namespace cli {
@@ -23,7 +24,8 @@ struct Words {
 // Names in braces are those of a Subject.
 constexpr Words kWords[] = {
     {TRVS_INTERNAL_ERROR, "a fault of trevault, please report: 1"},
-    {TRVS_NO_ARCHIVE, "no archive at {archive}", "is the share mounted?"},
+    {TRVS_NO_ARCHIVE, "no archive at {archive}",
+     "restore it from a back-up, or 'trevault remove {file}'"},
     {TRVS_ARCHIVE_EXISTS, "there is an archive {archive} that no project names",
      "take it with 'trevault import', or choose a place with --archive"},
     {TRVS_INVALID_LINE, "no directive of a configuration"},
@@ -133,7 +135,21 @@ int32_t takeLine(const char* text, int32_t) {
 
 }  // namespace
 
+Problem missingPlace(const std::string& what, const std::string& directory) {
+  const std::string there = os::thereOf(directory);
+  if (os::hasEntry(there.c_str()) && !os::directoryState(there.c_str())) {
+    return {what, fmt::format("{} is no directory", shown(there)), "move that away"};
+  }
+  return {what, fmt::format("no directory {}", shown(directory)), "is its share mounted?"};
+}
+
 Problem problemOf(int32_t status, const Subject& subject) {
+  const std::string place = os::parentOf(subject.archive);
+  if (status == TRVS_NO_ARCHIVE && !os::directoryState(place.c_str())) {
+    Problem problem = missingPlace(subject.file, place);
+    problem.status = status;
+    return problem;
+  }
   const auto* const found = std::find_if(std::begin(kWords), std::end(kWords),
                                          [&](const Words& each) { return each.status == status; });
   if (found == std::end(kWords)) {

@@ -32,6 +32,9 @@ Problem problemOf(int32_t status, const Subject& subject);
 // Throws it, unless it is TRVS_DONE.
 void check(int32_t status, const Subject& subject);
 
+// What to be told of a directory of archives that is not there, or of what is there in its place.
+Problem missingPlace(const std::string& what, const std::string& directory);
+
 // "archive(workfile)", as the engine wants to be told of both.
 std::string target(const std::string& archive, const std::string& workfile);
 

@@ -201,10 +201,9 @@ class ProjectRemove : public Command {
     options.dryRun(&isDry_);
   }
   void run(Session& session) override {
-    const size_t files = session.database().open(name_).files().size();
     const std::string question =
         fmt::format("take {} with {} off the list; its archives and files stay where they are",
-                    name_, counted(files, "file"));
+                    name_, filesOf(session.database().open(name_)));
     beSure(session, "project remove", question, isDry_);
     if (!isDry_) session.database().remove(name_);
     const std::string verb = saidOf({"remove", "removed"}, isDry_);
@@ -213,6 +212,15 @@ class ProjectRemove : public Command {
   }
 
  private:
+  // A project whose list is lost or damaged may go, too.
+  static std::string filesOf(const Project& project) {
+    try {
+      return counted(project.files().size(), "file");
+    } catch (const Problem&) {
+      return "nobody knows how many files";
+    }
+  }
+
   bool isDry_ = false;
   std::string name_;
 };

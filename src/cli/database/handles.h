@@ -43,12 +43,16 @@ struct Project::Impl {
   bool isPlain = false;  // Its records have the very names that are on the disk, one each.
   int64_t readAt = 0;    // When reading it began, in nanoseconds since 1970.
 
-  // With its list.
+  // With its list. Throws Problem for a project of which something is lost.
   foldapi::TVProjectFolderHandle& opened();
   // What its record says of it, as a line; empty if no line can.
   std::string record() const;
   // What the library has said keeps the list from being read.
   void noteDamage();
+  // Throws Problem if the team's directory, list or configuration is not there any more: an open
+  // would make the directory again, and hide a share that is to be mounted.
+  void refuseLost() const;
+  void refuseDamage() const;
 };
 
 }  // namespace cli

@@ -12,6 +12,7 @@
 #include "cli/database/messages.h"
 #include "cli/problem.h"
 #include "cli/text/paths.h"
+#include "cli/text/shellword.h"
 #include "cli/text/text.h"
 #include "core/lockscope.h"
 #include "domain/archivemember.h"
@@ -112,6 +113,7 @@ Project::~Project() = default;
 
 foldapi::TVProjectFolderHandle& Project::Impl::opened() {
   if (isOpen) return handle;
+  refuseLost();
   isOpen = true;
   readAt = os::wallClockNanoseconds();
   Messages::instance().forget();
@@ -123,6 +125,31 @@ foldapi::TVProjectFolderHandle& Project::Impl::opened() {
 void Project::Impl::noteDamage() {
   if (Messages::instance().areNone() || !damage.empty()) return;
   damage = withMessages("can't read its list of files");
+}
+
+void Project::Impl::refuseLost() const {
+  const auto* const project = dynamic_cast<const foldapi::TVProjectFolder52*>(handle.object());
+  if (project == nullptr || project->storageDir(foldapi::Side::kPublic).isEmpty()) return;
+  const std::string& name = project->folderName().str();
+  const auto refuse = [&name](const char* what, const VString& text, const std::string& todo) {
+    const std::string path = native(text);
+    os::FileStatus status;
+    const bool isLost =
+        !path.empty() && os::readStatus(path.c_str(), &status) == os::FileResult::kMissing;
+    if (isLost) throw Problem{name, fmt::format("its {} {} is gone", what, shown(path)), todo};
+  };
+  const std::string remove = fmt::format("'trevault project remove {}'", shellWord(name));
+  refuse("directory", project->storageDir(foldapi::Side::kPublic),
+         fmt::format("is its share mounted? else restore it from a back-up, or {}", remove));
+  refuse("list of files", project->dataFiles().front().text(), "restore it from a back-up");
+  refuse("configuration", project->projectConfig().path.text(), "restore it from a back-up");
+}
+
+// What was not read must not look like what a colleague took off the project.
+void Project::Impl::refuseDamage() const {
+  if (damage.empty()) return;
+  throw Problem{handle.as<TVProjectFolder>()->folderName().str(), damage,
+                "try again, or restore it from a back-up"};
 }
 
 const std::string& Project::name() const {
@@ -224,10 +251,7 @@ std::unordered_set<std::string> sharedPaths(const std::vector<FileRecord>& files
 
 std::vector<FileRecord> Project::files() const {
   TVHandle& handle = impl_->opened();
-  // What was not read must not look like what a colleague took off the project.
-  if (!impl_->damage.empty()) {
-    throw Problem{name(), impl_->damage, "try again, or restore it from a back-up"};
-  }
+  impl_->refuseDamage();
   const std::string top = workDirectory();
   std::vector<FileRecord> files = takeAll(handle, top, Natives(), &impl_->isPlain);
   auto shared = sharedPaths(files, top);
@@ -411,7 +435,9 @@ void Project::renameFile(const FileRecord& file, const std::string& path) {
 std::vector<FolderRecord> Project::folders() const {
   std::vector<FolderRecord> result;
   const std::string top = workDirectory();
-  forEach<TVArchiveFolder>(impl_->opened(), [&](TVHandle& child) {
+  TVHandle& handle = impl_->opened();
+  impl_->refuseDamage();
+  forEach<TVArchiveFolder>(handle, [&](TVHandle& child) {
     const auto& folder = *child.as<TVArchiveFolder>();
     FolderRecord record{folder.folderName().str(), directoryOf(folder, top),
                         static_cast<bool>(folder.isPrivate())};
@@ -476,6 +502,7 @@ int32_t resolvePath(const char* text, char* buffer, int32_t size) {
 }  // namespace
 
 void Project::useConfiguration() const {
+  impl_->refuseLost();
   Messages::instance().forget();
   if (!foldapi::useInClientState(impl_->handle)) {
     throw Problem{configurationFile(), withMessages("the configuration can't be read"),

@@ -114,8 +114,7 @@ std::string LocalFiles::pathOf(const FileRecord& file) const {
 
 std::string LocalFiles::pathToWrite(const FileRecord& file) const {
   std::string path = pathOf(file);
-  std::string above = os::parentOf(path);
-  while (!os::hasEntry(above.c_str())) above = os::parentOf(above);
+  const std::string above = os::thereOf(os::parentOf(path));
   if (isBelow(os::realPath(directory_.top), os::realPath(above))) {
     if (os::directoryState(above.c_str())) return path;
     throw Problem{file.path, fmt::format("{} is no directory", shown(session_.fromHere(above))),

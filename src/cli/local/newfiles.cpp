@@ -93,9 +93,7 @@ std::string NewFiles::archiveNamed(const std::string& path) const {
 void NewFiles::refuseMissingPlace(const char* command) const {
   if (archiveDirectory_.empty() || os::directoryState(archiveDirectory_.c_str())) return;
   for (const auto& [archive, path] : owners_) {
-    if (!isBelow(archiveDirectory_, archive)) continue;
-    throw Problem{command, fmt::format("no directory {}", shown(archiveDirectory_)),
-                  "is its share mounted?"};
+    if (isBelow(archiveDirectory_, archive)) throw missingPlace(command, archiveDirectory_);
   }
 }
 
