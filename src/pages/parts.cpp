@@ -3,6 +3,8 @@
 
 #include <fmt/format.h>
 
+#include <algorithm>
+
 #include "cli/text/shellword.h"
 #include "cli/text/text.h"
 
@@ -29,11 +31,13 @@ void writeHead(Html& html, const Heading& heading) {
 }
 
 void writeTabs(Html& html, const Context& context, std::string_view present) {
+  if (!context.project.problem.empty()) return;
   const auto tabs = html.in("nav", {{"class", "tabs"}, {"aria-label", "Project"}});
-  for (const auto& [name, address] : {std::pair("Files", context.addresses.files()),
-                                      std::pair("Labels", context.addresses.labels()),
-                                      std::pair("Locks", context.addresses.locks()),
-                                      std::pair("Last fortnight", context.addresses.days())}) {
+  for (const auto& [name, address] :
+       {std::pair(kFilesTab, context.addresses.files()),
+        std::pair(std::string_view("Labels"), context.addresses.labels()),
+        std::pair(std::string_view("Locks"), context.addresses.locks()),
+        std::pair(std::string_view("Last fortnight"), context.addresses.days())}) {
     if (present == name) {
       html.put("a", {html.to(address), {"aria-current", "page"}}, name);
     } else {
@@ -42,7 +46,22 @@ void writeTabs(Html& html, const Context& context, std::string_view present) {
   }
 }
 
+// What can't be read would be missed on a page about all files.
+void writeUnread(Html& html, const Project& project) {
+  const size_t count = brokenIn(project);
+  if (count > 0) {
+    writeProblem(html, cli::counted(count, "file") + " can't be read; what " +
+                           (count == 1 ? "it tells" : "they tell") + " is missing here");
+  }
+}
+
 }  // namespace
+
+size_t brokenIn(const Project& project) {
+  return static_cast<size_t>(
+      std::count_if(project.files.begin(), project.files.end(),
+                    [](const File& each) { return !each.archive->problem.empty(); }));
+}
 
 void writePage(Html& html, const Heading& heading, const std::function<void()>& content) {
   const auto page = html.in("html", {{"lang", "en"}});
@@ -61,6 +80,8 @@ void writePage(Html& html, const Heading& heading, const std::function<void()>& 
   }
   const auto main = html.in("main");
   html.put("h1", cli::shown(heading.title));
+  const bool isOfAll = !heading.tab.empty() && heading.tab != kFilesTab;
+  if (isOfAll) writeUnread(html, heading.context->project);
   content();
 }
 

@@ -29,6 +29,11 @@ struct Heading {
   std::string_view tab = "";         // The part of the project that it belongs to.
 };
 
+inline constexpr std::string_view kFilesTab = "Files";
+
+// How many files can't be read.
+size_t brokenIn(const Project& project);
+
 // The whole page, with what `content` writes.
 void writePage(Html& html, const Heading& heading, const std::function<void()>& content);
 

@@ -36,10 +36,8 @@ std::string summaryOf(const Project& project) {
   const size_t locks = locksOf(project);
   if (locks > 0) text += ", " + cli::counted(locks, "lock");
   if (!project.labels.empty()) text += ", " + cli::counted(project.labels.size(), "label");
-  const auto broken =
-      std::count_if(project.files.begin(), project.files.end(),
-                    [](const File& each) { return !each.archive->problem.empty(); });
-  if (broken > 0) text += fmt::format(", {} broken", cli::number(static_cast<uint64_t>(broken)));
+  const size_t broken = brokenIn(project);
+  if (broken > 0) text += fmt::format(", {} broken", cli::number(broken));
   return text;
 }
 
@@ -165,7 +163,7 @@ void writeProjects(Html& html, const Source& source) {
 
 void writeFiles(Html& html, const Context& context) {
   const Project& project = context.project;
-  writePage(html, {.title = project.name, .context = &context, .tab = "Files"}, [&] {
+  writePage(html, {.title = project.name, .context = &context, .tab = kFilesTab}, [&] {
     if (!project.problem.empty()) return writeProblem(html, project.problem);
     writeSummary(html, summaryOf(project));
     if (project.files.empty()) return writeNothing(html, "No file is under control yet.");

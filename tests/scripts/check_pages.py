@@ -1,5 +1,5 @@
 #!/usr/bin/env python3
-"""Writes the pages of projects and looks at them, and has them served: check_pages.py TREVAULT
+"""Writes the pages of projects and looks at them, and has them served: check_pages.py TREVAULT [MAKE_SAMPLE]
 
 They say what the commands say; all their links lead somewhere; whatever names and messages hold, it
 is text; in Chromium, if it is there, nothing covers anything at three widths; and whatever is asked
@@ -41,6 +41,7 @@ class Reader(html.parser.HTMLParser):
     def __init__(self, text):
         super().__init__()
         self.links, self.texts, self.classes, self.open, self.faults = [], [], {}, [], []
+        self.rows = []  # The texts of each row of a list.
         self.feed(text)
         if self.open:
             self.faults.append("%s are not closed" % self.open)
@@ -53,6 +54,8 @@ class Reader(html.parser.HTMLParser):
                 self.links.append(value)
         if tag == "style" or (tag == "script" and "src" not in dict(attributes)):
             self.faults.append("has a %s inside" % tag)
+        if tag in ("li", "tr", "summary"):
+            self.rows.append([])
         if tag not in VOID:
             self.open.append((tag, dict(attributes).get("class") or ""))
 
@@ -66,6 +69,8 @@ class Reader(html.parser.HTMLParser):
 
     def handle_data(self, data):
         self.texts.append(data)
+        if self.rows and data.strip():
+            self.rows[-1].append(data)
         for tag, name in self.open[-1:]:
             self.classes.setdefault(name or tag, []).append(data)
 
@@ -73,13 +78,13 @@ class Reader(html.parser.HTMLParser):
 class Person:
     """A user of the program, in the day that was played below `base`."""
 
-    def __init__(self, trevault, base):
+    def __init__(self, trevault, base, **more):
         self.trevault, self.home = trevault, base / "home" / "ann"
-        self.environment = dict(os.environ, HOME=str(self.home), TEAM_USER="ann", TREVAULT_HINTS="0",
-                                KSTR_INI=str(self.home / ".config/trevault/KSTR.INI"))
+        self.environment = {**os.environ, "HOME": str(self.home), "TEAM_USER": "ann", "TREVAULT_HINTS": "0",
+                            "KSTR_INI": str(self.home / ".config/trevault/KSTR.INI"), **more}
 
-    def run(self, *words, place=None):
-        return subprocess.run([self.trevault, *words], stdout=subprocess.PIPE, check=True,
+    def run(self, *words, place=None, check=True):
+        return subprocess.run([self.trevault, *words], stdout=subprocess.PIPE, check=check,
                               cwd=place or self.home / "station", env=self.environment).stdout
 
     def ask(self, *words):
@@ -99,35 +104,110 @@ def read_pages(top):
     return pages
 
 
+def slug(name):
+    """What the address of its page has in common with others of its kind."""
+    return name.lower().replace("/", "+") + ("~" if name.lower() != name else ".html")
+
+
 def find(pages, end):
     found = [page for name, page in pages.items() if name.startswith("pump_station") and end in name]
     return found[0] if found else Reader("")
 
 
+def minute(time):
+    return time.replace("T", " ")[:16]
+
+
+def rows_of(revision, *marks):
+    return [revision["revision"], minute(revision["time"]), revision["author"], revision["message"], *marks]
+
+
+def marks_of(revision, locks):
+    lockers = ["locked by " + lock["user"] for lock in locks
+               if (lock["file"], lock["revision"]) == (revision["file"], revision["revision"])]
+    return lockers + revision["groups"] + revision["labels"]
+
+
 def check_answers(person, pages):
-    for file in person.ask("list"):
-        told = person.ask("log", file["file"])
-        slug = "/files/" + file["file"].lower().replace("/", "+").replace("readme", "readme~")
-        page = find(pages, slug)
-        for name, field in [("number", "revision"), ("message", "message"), ("who", "author")]:
-            said = [text for text in page.classes.get(name, [])]
-            drawn = [each[field] for each in told]
-            # The tree comes first, then the log.
-            expect(sorted(said[-len(drawn):]) == sorted(drawn),
-                   "%s: %s are %r, not %r" % (slug, name, said, drawn))
-    for label in person.ask("labels"):
-        page = find(pages, "/labels/" + label["label"].lower() + "~")
-        expect(any(str(label["files"]) + " file" in each for each in page.texts),
-               "%s has %d files" % (label["label"], label["files"]))
-    locks = find(pages, "/locks.html")
-    for lock in person.ask("locks"):
-        for field in ("file", "revision", "user"):
-            expect(lock[field] in locks.texts, "the lock of %s shows no %s" % (lock["file"], field))
+    """Every row of the pages, made of what the commands say."""
+    person.run("lock", "-q", "-m", "dry run", "src/valve.c")
+    person.run("pages", "-q", str(person.home / "answers"))
+    pages = read_pages(person.home / "answers")
+    locks, labels, labelled = person.ask("locks"), person.ask("labels"), {}
+    groups = [each["group"] for each in person.ask("groups")]
+    wanted = {"/index.html": [["src/", "1"]], "/labels.html": [["Label", "Files", "Newest revision"]],
+              "/locks.html": [["File", "Revision", "User", "Since", "Why"]] + [
+                  [lock["file"], lock["revision"], lock["user"], minute(lock["since"]), lock["note"]]
+                  for lock in locks]}
+    for file in [each["file"] for each in person.ask("list")]:
+        told = person.ask("log", file)
+        tip = next(each for each in told if each["branch"] == "1")
+        standing = {group: each["revision"] for each in told for group in each["groups"]}
+        lockers = ["locked by " + lock["user"] for lock in locks if lock["file"] == file]
+        wanted["/index.html"].append([file.rpartition("/")[2], *rows_of(tip), *lockers, *[
+            group if standing[group] == tip["revision"] else "%s %s" % (group, standing[group])
+            for group in groups if group in standing], *tip["labels"]])
+        wanted["/files/" + slug(file)] = [
+            rows_of(each, *marks_of(each, locks), "%d B" % each["size"],
+                    *["against %s" % each["parent"]] * bool(each["parent"])) for each in told]
+        for each in told:
+            for name in each["labels"]:
+                labelled.setdefault(name, []).append([file, *rows_of(each)])
+    for label in labels:
+        expect(label["files"] == len(labelled[label["label"]]), "%s has other files" % label["label"])
+        wanted["/labels/" + slug(label["label"])] = [["File", "Revision", "Time", "Author", "Message"],
+                                                    *labelled[label["label"]]]
+    for end, rows in wanted.items():
+        found = [row for row in find(pages, end).rows if row]
+        if end == "/labels.html":
+            rows += [[each["label"], str(each["files"]), minute(each["newest"])] for each in labels]
+            found = [row[:3] for row in found]
+        # The order of what happened in one second is nobody's business.
+        expect(sorted(found) == sorted(rows), "%s has %s, not %s" % (end, found, rows))
+    entry, happened = [], []
+    for row in find(pages, "/days.html").rows:
+        entry = entry if len(row) == 2 else row
+        happened += [[*entry[1:3], *row]] * (len(row) == 2)
+        expect(row[2:3] != ["locked "] or row[1:] == ["ann", "locked ", "src/valve.c", " 1.1", "dry run"],
+               "a lock shows as %s" % row)
+    told = [[each["author"], each["message"], each["file"], each["revision"]] for each in person.ask("log")]
+    expect(sorted(told) == sorted(happened), "the last days are %s, not %s" % (happened, told))
     sides = find(pages, "/revisions/pump.c/1.1..1.1.1.0")
     expect("int dry = 0;" in sides.texts, "what 1.1.1.0 added doesn't show")
+    person.run("unlock", "src/valve.c")
+
+
+def check_sample(trevault, make_sample, base):
+    """A database whose archives only the library can read: the pages list them, and say what the commands do."""
+    subprocess.run([sys.executable, make_sample, base / "db"], stdout=subprocess.DEVNULL, check=True)
+    person = Person(trevault, base, KSTR_INI=str(base / "db/KSTR.INI"))
+    person.home.mkdir(parents=True)
+    person.run("pages", "-q", str(base / "out"), place=base)
+    pages = read_pages(base / "out")
+    for project in json.loads((base / "db/expected.json").read_text())["projects"]:
+        archives = project["archives"] + [each for folder in project["folders"] for each in folder["archives"]]
+        name = project["name"].replace("\xfc", "_").lower().replace(" ", "_") + "~"
+        of_project = {path.partition("/")[2]: page for path, page in pages.items() if path.startswith(name)}
+        shown = [row[0] for row in of_project["index.html"].rows if row[-1] == "broken"]
+        expect(sorted(shown) == sorted(each["workfile"] for each in archives),
+               "%s has %s" % (project["name"], shown))
+        if archives:
+            problems = [page.classes["problem"] for path, page in of_project.items() if path.startswith("files/")]
+            told = person.run("-p", project["name"], "log", "--json", place=base, check=False)
+            expect(sorted(problems) == sorted([each["why"]] for each in json.loads(told)["errors"]),
+                   "the files of %s tell %s" % (project["name"], problems))
+            for page in ("labels.html", "locks.html", "days.html"):
+                expect("%d files can't be read; what they tell is missing here" % len(archives)
+                       in of_project[page].texts, "%s doesn't say what is missing" % page)
 
 
 def add_hostile(person, work):
+    unread = work.with_name("unread")
+    unread.mkdir()
+    person.run("project", "add", "Unread", str(unread), place=work)
+    list_of_unread = person.home.parents[1] / "srv/team/db/Unread.prj/trvsfold.pub"
+    list_of_unread.unlink()
+    list_of_unread.mkdir()
     person.run("project", "add", "../<b>etc\"", str(work), place=work)
     for name in HOSTILE:
         pathlib.Path(os.fsdecode(os.path.join(os.fsencode(work), name))).write_bytes(b"text " + name)
@@ -344,10 +424,12 @@ def check_server(person, written):
     expect(server.ask("/")[0] == 200 and server.end() == 0, "it doesn't end as it should")
 
 
-def main(trevault):
+def main(trevault, make_sample=None):
     trevault = str(pathlib.Path(trevault).resolve())
     with tempfile.TemporaryDirectory() as directory:
         base = pathlib.Path(directory).resolve()
+        if make_sample is not None:
+            check_sample(trevault, make_sample, base / "sample")
         subprocess.run([sys.executable, HERE / "check_transcript.py", "--play", base / "day", trevault,
                         HERE.parent / "transcripts/team_day.txt"], stdout=subprocess.DEVNULL, check=True)
         person = Person(trevault, base / "day")
@@ -370,4 +452,4 @@ def main(trevault):
 
 
 if __name__ == "__main__":
-    sys.exit(main(sys.argv[1]))
+    sys.exit(main(*sys.argv[1:]))
