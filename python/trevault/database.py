@@ -35,7 +35,7 @@ class Database(Parent):
             raise DatabaseError(last_message() or "no database could be made there")
         super().__init__(root, Life())
         self._used: Optional[Project] = None
-        self._is_in_group = False
+        self.is_in_group = False
         self._sequels: List[Callable[[], None]] = []
         if not create:
             self._refuse_missing()
@@ -144,14 +144,14 @@ class Database(Parent):
         well: what was changed before stays changed. Groups don't nest."""
         with LOCK:
             self._check()
-            if self._is_in_group:
+            if self.is_in_group:
                 raise Error("groups don't nest")
             self._begin()
-            self._is_in_group = True
+            self.is_in_group = True
             try:
                 yield
             finally:
-                self._is_in_group = False
+                self.is_in_group = False
                 if not session.is_cut_off:
                     self._finish()
 
@@ -170,7 +170,7 @@ class Database(Parent):
 
     def flush(self) -> None:
         """Brings what waits in a group to the disk."""
-        if self._is_in_group:
+        if self.is_in_group:
             self._finish()
             self._begin()
 
@@ -178,7 +178,7 @@ class Database(Parent):
         """Keeps what is to be done after the changes. Without any it does them, or leaves them to
         the end of a group."""
         self._sequels.extend(sequels)
-        if sequels or self._is_in_group:
+        if sequels or self.is_in_group:
             return
         waiting, self._sequels = self._sequels, []
         for sequel in waiting:
@@ -192,7 +192,7 @@ class Database(Parent):
         with LOCK:
             if self._life.ended_by:
                 return
-            if self._is_in_group:
+            if self.is_in_group:
                 raise Error("the database can't be closed within a group")
             self.refresh()
             self._life.ended_by = "the database was closed"
@@ -239,7 +239,7 @@ def _leave() -> None:
     parent was changing is the parent's to end."""
     database, session.database = session.database, None
     if database is not None:
-        session.is_cut_off = session.is_calling or database._is_in_group
+        session.is_cut_off = session.is_calling or database.is_in_group
         database._end("the process was forked")
         database._life.ended_by = "the process was forked: open the database anew"
         session.inherited = database._token

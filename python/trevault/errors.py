@@ -195,9 +195,10 @@ class NoMemoryError(EngineError, MemoryError):
 
 
 class GroupError(Error):
-    """Changes of a group that did not get to the disk: each archive is as it was before."""
+    """Changes of a group that failed, or did not get to the disk: each archive is as it was before.
+    """
 
-    def __init__(self, failures: Sequence[EngineError]) -> None:
+    def __init__(self, failures: Sequence[Error]) -> None:
         self.failures = tuple(failures)
         super().__init__("; ".join(map(str, failures)))
 

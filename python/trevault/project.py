@@ -1,16 +1,19 @@
 """Projects and their folders: what holds files."""
 from __future__ import annotations
 
+import contextlib
 import os
 import pathlib
-from typing import TYPE_CHECKING, Any, Dict, Iterator, List, Optional, cast
+import re
+from typing import (TYPE_CHECKING, Any, Dict, Iterable, Iterator, List, NamedTuple, Optional,
+                    Tuple)
 
 from ._library import (LOCK, Name, PathText, Text, as_text, check, decoded, encoded, fetch_list,
-                       flat, last_message, path_bytes, path_of)
+                       flat, last_message, path_bytes, path_of, whole)
 from ._native import ffi, lib
 from ._nodes import Children, Life, Parent
 from .archive import Archive
-from .errors import DatabaseError, Status, error_of
+from .errors import DatabaseError, Error, GroupError, Status, error_of
 from .values import Directive
 
 if TYPE_CHECKING:
@@ -35,6 +38,19 @@ class Archives(Children[Archive]):
         if b"/" not in text and b"\\" not in text:
             return super().get(name)
         return self._search(lib.FindArchiveByQualWorkName, lib.GetQualWorkfileName, name)
+
+
+class _New(NamedTuple):
+    """A file with a new archive that has no record yet."""
+
+    place: bytes
+    record: bytes
+    archive: bytes
+
+
+def _plain(path: bytes) -> bytes:
+    """A path as a record has it: one separator between two names."""
+    return re.sub(rb"(?<=.)[/\\]+", b"/", path)
 
 
 class Holder(Parent):
@@ -68,41 +84,112 @@ class Holder(Parent):
         no other path is given. `revision` is the first number, such as "2.0". The file becomes
         read-only. Raises ExistsError if there is such a record or archive."""
         with LOCK:
-            place = path_bytes(file)
-            record = self._place_of(place)
-            if self._find(lib.FindArchiveByQualWorkName, record, Archive) is not None:
-                raise error_of(Status.ARCHIVE_EXISTS, "%s has a record" % decoded(record))
-            self.project._use()
-            path = self._archive_for(record) if archive is None else path_bytes(archive)
-            os.makedirs(os.path.dirname(path), exist_ok=True)
-            check(decoded(record), lib.TrvsCreateWithRevision, lib.TRVS_CONTEXT, path, place,
-                  ffi.NULL, encoded(revision), encoded(label), encoded(description),
-                  encoded(message), encoded(group), ffi.NULL, 0, lib.TRVS_PUT_READ_ONLY)
+            new = self._create(file, archive, message, label, description, group, revision)
+            added, failures = self._record([new])
+            for failure in failures:
+                raise failure
+            return added[0]
+
+    def add_all(self, files: Iterable[PathText], *, message: Text = "",
+                label: Optional[Text] = None, group: Optional[Text] = None,
+                revision: Optional[Text] = None) -> List[Archive]:
+        """Adds many files, which is much faster than one by one: their archives wait for the disk
+        together, and the list of files is stored once.
+
+        Raises GroupError with what failed if not all could be added; the others are."""
+        if isinstance(files, (str, bytes, os.PathLike)):
+            raise TypeError("files are a list")
+        new: List[_New] = []
+        failures: List[Error] = []
+        stopped_by: Optional[BaseException] = None
+        with LOCK, contextlib.ExitStack() as own:
+            database = self.project.database
+            if not database.is_in_group:
+                own.enter_context(database.group())
             try:
-                added = self.add_existing(record, path)
-                if os.fsencode(added.workfile) == place:
-                    return added
-                added.remove()
-                raise DatabaseError("%s: no record can hold this name" % decoded(record))
-            except DatabaseError:
-                self.project.database.flush()
-                os.remove(path)
-                os.chmod(place, os.stat(place).st_mode | 0o200)
-                raise
+                for file in files:
+                    try:
+                        new.append(self._create(file, None, message, label, None, group, revision))
+                    except Error as error:
+                        failures.append(error)
+            except BaseException as error:  # What has an archive gets its record.
+                stopped_by = error
+            try:
+                database.flush()
+            except GroupError as error:
+                failures.extend(error.failures)
+            added, lost = self._record([each for each in new if os.path.exists(each.archive)])
+        if stopped_by is not None:
+            raise stopped_by
+        if failures or lost:
+            raise GroupError([*failures, *lost])
+        return added
+
+    def _create(self, file: PathText, archive: Optional[PathText], message: Text,
+                label: Optional[Text], description: Optional[Text], group: Optional[Text],
+                revision: Optional[Text]) -> _New:
+        """Makes the archive of a file that has no record yet."""
+        place = path_bytes(file)
+        record = self._place_of(place)
+        if self._find(lib.FindArchiveByQualWorkName, record, Archive) is not None:
+            raise error_of(Status.ARCHIVE_EXISTS, "%s has a record" % decoded(record))
+        self.project._use()
+        path = self._archive_for(record) if archive is None else path_bytes(archive)
+        os.makedirs(os.path.dirname(path), exist_ok=True)
+        check(decoded(record), lib.TrvsCreateWithRevision, lib.TRVS_CONTEXT, path, place,
+              ffi.NULL, encoded(revision), encoded(label), encoded(description),
+              encoded(message), encoded(group), ffi.NULL, 0, lib.TRVS_PUT_READ_ONLY)
+        return _New(place, record, path)
+
+    def _record(self, new: List[_New]) -> Tuple[List[Archive], List[DatabaseError]]:
+        """Gives files with archives their records. Where one can't be stored, the file is as it was
+        before."""
+        added, failures = [], []
+        found, message = self._store([(each.record, each.archive) for each in new])
+        for each, archive in zip(new, found):
+            subject = decoded(each.record)
+            if archive is None:
+                failures.append(DatabaseError(message or "%s: no record could be stored" % subject))
+            elif os.fsencode(archive.workfile) == each.place:
+                added.append(archive)
+                continue
+            else:
+                archive.remove()
+                failures.append(DatabaseError("%s: no record can hold this name" % subject))
+            self.project.database.flush()
+            os.remove(each.archive)
+            os.chmod(each.place, os.stat(each.place).st_mode | 0o200)
+        return added, failures
 
     def add_existing(self, file: PathText, archive: PathText) -> Archive:
         """Gives a file, of which a relative path begins at the top of the work directory, a record
         that pairs it with an archive. Neither is looked at. Raises DatabaseError."""
         with LOCK:
-            life = self._children_life()
-            record, path = os.fsencode(file), path_bytes(archive)
-            flat(lib.AddExistingArchive, self._token, record, path)
-            message = last_message()
-            token = flat(lib.FindArchiveByQualArchiveName, self._token, path)
-            if not token:
-                raise DatabaseError(message or "%s: its record could not be stored"
-                                    % decoded(record))
-            return cast(Archive, self._child(token, Archive, life))
+            record = os.fsencode(file)
+            (found,), message = self._store([(record, path_bytes(archive))])
+            if found is None:
+                raise DatabaseError(message or "%s: no record could be stored" % decoded(record))
+            return found
+
+    def _store(self, pairs: List[Tuple[bytes, bytes]]) -> Tuple[List[Optional[Archive]], str]:
+        """Stores records, by one edit. Those that are there then, and what the library said."""
+        self._children_life()
+        files, archives = ([ffi.new("char[]", whole(text)) for text in texts]
+                           for texts in (zip(*pairs) if pairs else ((), ())))
+        flat(lib.FoldapiAddArchives, self._token, ffi.new("char*[]", files),
+             ffi.new("char*[]", archives), len(pairs))
+        message = last_message()
+        return [self._paired(*pair) for pair in pairs], message
+
+    def _paired(self, record: bytes, archive: bytes) -> Optional[Archive]:
+        """The one of a record. Several files may have an archive, and several archives a file."""
+        def fits(each: Optional[Archive]) -> bool:
+            return each is not None and (_plain(record), _plain(archive)) == (
+                _plain(each._bytes(lib.GetQualWorkfileName)),
+                _plain(each._bytes(lib.GetQualArchiveName)))
+
+        found = self._find(lib.FindArchiveByQualWorkName, record, Archive)
+        return found if fits(found) else next(filter(fits, self.archives), None)
 
     def _archive_for(self, record: bytes) -> bytes:
         directories = self.project.archive_directories

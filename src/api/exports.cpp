@@ -199,11 +199,9 @@ TVHandle* FindArchiveInFolder(TVHandle* parent, const char* name) {
 
 void AddExistingArchive(TVHandle* parent, const char* workfile, const char* archive) {
   api::guarded([&] {
-    const VPathString workPath(workfile);
-    const VPathString archivePath(archive);
-    const foldapi::TVMemberNames names = {archivePath.directoryPart(), archivePath.fileNamePart(),
-                                          workPath.directoryPart(), workPath.fileNamePart()};
-    TVArchiveMemberHandle::create(names, api::resolve<Folder>(parent));
+    TVArchiveMemberHandle::create(
+        foldapi::TVMemberNames::ofPaths(VPathString(workfile), VPathString(archive)),
+        api::resolve<Folder>(parent));
   });
 }
 

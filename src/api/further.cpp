@@ -1,6 +1,10 @@
 // api/further.cpp: the exported functions beside the database: the version, why nothing happened,
-// and what clients of the toolkit share with the library.
+// many records at once, and what clients of the toolkit share with the library.
+#include <algorithm>
+#include <vector>
+
 #include "api/calls.h"
+#include "domain/archivemember.h"
 #include "domain/projectfolder.h"
 #include "runtime/nativepath.h"
 #include "store/ownplace.h"
@@ -23,6 +27,22 @@ int32_t FoldapiIsInOwnPlace(TVHandle* archive) {
     const auto* object = api::resolve<foldapi::TVArchiveMember>(archive).object();
     if (object == nullptr) return -1;
     return foldapi::IsInOwnPlace(*static_cast<const foldapi::TVArchiveMember*>(object)) ? 1 : 0;
+  });
+}
+
+int32_t FoldapiAddArchives(TVHandle* parent, const char* const* workfiles,
+                           const char* const* archives, int32_t count) {
+  return api::guarded(-1, [&]() -> int32_t {
+    const foldapi::TVHandle& folder = api::resolve<foldapi::TVArchiveFolder>(parent);
+    if (folder.isNull() || workfiles == nullptr || archives == nullptr) return -1;
+    std::vector<foldapi::TVMemberNames> names;
+    for (int32_t i = 0; i < count; ++i) {
+      names.push_back(foldapi::TVMemberNames::ofPaths(foldapi::VPathString(workfiles[i]),
+                                                      foldapi::VPathString(archives[i])));
+    }
+    const auto made = foldapi::TVArchiveMemberHandle::createAll(names, folder);
+    return static_cast<int32_t>(std::count_if(
+        made.begin(), made.end(), [](const foldapi::TVHandle& each) { return !each.isNull(); }));
   });
 }
 

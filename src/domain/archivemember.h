@@ -34,6 +34,10 @@ struct TVMemberNames {
   static TVMemberNames of(const TVNameViews& views) {
     return {views.archivePath, views.archiveName, views.workPath, views.workName};
   }
+  static TVMemberNames ofPaths(const VPathString& workfile, const VPathString& archive) {
+    return {archive.directoryPart(), archive.fileNamePart(), workfile.directoryPart(),
+            workfile.fileNamePart()};
+  }
   operator TVNameViews() const {
     return {archivePath.view(), archiveName.view(), workPath.view(), workName.view()};
   }

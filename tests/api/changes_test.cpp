@@ -226,6 +226,20 @@ TEST_F(Changes, SetProjectVCSDirsAppendsADirectiveThatCountsAtOnce) {
   EXPECT_STREQ(GetProjectCfgFile(project), "");  // Of the session before.
 }
 
+TEST_F(Changes, AddArchivesAddsAllThatCanBeByOneEdit) {
+  TVHandle* project = createProject("P");
+  AddExistingArchive(project, "src/a", "/v/a_v");
+  const string before = shown("pub/P.prj/trvsfold.pub");
+  const char* const workfiles[] = {"b", "bad]", "src/a", "b", "d/c"};
+  const char* const archives[] = {"/v/b_v", "/v/bad_v", "/v/a_v", "/v/b_v", "/v/c_v"};
+  EXPECT_EQ(FoldapiAddArchives(project, workfiles, archives, 5), 4);
+  EXPECT_EQ(shown("pub/P.prj/trvsfold.pub"),
+            before + "[DOCUMENT=/v;b_v;;b]\n[DOCUMENT=/v;c_v;d;c]\n");
+  EXPECT_EQ(FoldapiAddArchives(project, workfiles, archives, 0), 0);
+  EXPECT_EQ(FoldapiAddArchives(nullptr, workfiles, archives, 5), -1);
+  EXPECT_EQ(FoldapiAddArchives(project, nullptr, archives, 5), -1);
+}
+
 // What the toolkit would complain about changes nothing; the rest takes the place of its like.
 TEST_F(Changes, SetDirectiveReadsTheResultFirst) {
   TVHandle* project = createProject("P");

@@ -458,6 +458,35 @@ class Groups(TeamTest):
         self.assertEqual(([], {"A": "1.0"}), (self.pump.locks, self.valve.labels))
 
 
+class Adding(TeamTest):
+    def test_many_are_added_and_each_stands_for_itself(self):
+        files = [self.write("src/%d.c" % number, "int a;\n") for number in range(4)]
+        self.assertEqual(files[:2], [each.workfile for each in
+                                     self.project.add_all(files[:2], message="New", label="L")])
+        bad = [self.work / "none.c", files[0], self.write("a]b.c", "x"), files[2]]
+        with self.assertRaises(trevault.GroupError) as caught:
+            self.project.add_all([*bad, files[3]])
+        self.assertEqual([trevault.NotFoundError, trevault.ExistsError, trevault.DatabaseError],
+                         [type(each) for each in caught.exception.failures])
+        self.assertTrue(os.stat(bad[2]).st_mode & 0o200)
+        self.assertEqual(6, len(self.project.archives))
+        self.assertEqual([], list(self.top.rglob("a]b.c_v")))
+
+        def some():
+            yield self.write("begun.c", "x")
+            raise KeyboardInterrupt
+
+        with self.assertRaises(KeyboardInterrupt), self.db.group():
+            self.project.add_all(some())
+        self.assertEqual("1.0", self.project.archives["begun.c"].tip.number)
+
+    def test_a_shared_archive_is_told_by_its_file(self):
+        twin = self.project.add_existing("twin//w.c", self.pump.path)
+        self.assertEqual("twin/w.c", twin.name_in_project)
+        with self.assertRaises(trevault.DatabaseError):
+            self.project.add_existing("a]", self.pump.path)
+
+
 class Threads(TeamTest):
     def test_they_wait_for_each_other_and_for_a_group(self):
         failures = []
