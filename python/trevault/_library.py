@@ -106,6 +106,12 @@ def flat(function: Callable[..., Any], *arguments: Any) -> Any:
         return function(*arguments)
 
 
+def native_path(text: bytes) -> Optional[pathlib.Path]:
+    """Where a path of the database leads on this machine; None if nowhere."""
+    path = ffi.string(flat(lib.FoldapiNativePath, text))
+    return path_of(path) if path else None
+
+
 def refuse_misuse() -> None:
     if session.is_cut_off:
         raise Error("this process was forked amid a change of its parent: it can have no database")

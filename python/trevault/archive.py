@@ -8,7 +8,7 @@ from typing import TYPE_CHECKING, Any, Callable, Dict, List, Optional, Set, Tupl
 
 from . import values
 from ._library import (LOCK, PathText, Text, as_text, check, content_of, decoded, encoded, fetch,
-                       fetch_list, flat, lines_of, path_bytes, path_of, records, session)
+                       fetch_list, lines_of, native_path, path_bytes, path_of, records, session)
 from ._native import ffi, lib
 from ._nodes import Life, Node
 from .errors import Error, Status, UnreadableError, error_of
@@ -63,12 +63,11 @@ class Archive(Node):
         return decoded(self.project._place_of(path_bytes(self.workfile)))
 
     def _path(self, function: Callable[[Any], Any]) -> pathlib.Path:
-        with LOCK:
-            text = self._bytes(function)
-            path = ffi.string(flat(lib.FoldapiNativePath, text))
-            if not path:
-                raise Error("%s: %r leads nowhere here" % (self.name, decoded(text)))
-            return path_of(path)
+        text = self._bytes(function)
+        path = native_path(text)
+        if path is None:
+            raise Error("%s: %r leads nowhere here" % (self.name, decoded(text)))
+        return path
 
     @property
     def is_in_own_place(self) -> bool:

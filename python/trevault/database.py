@@ -7,8 +7,8 @@ import pathlib
 from types import TracebackType
 from typing import Any, Callable, Iterator, List, Optional, Type
 
-from ._library import (LOCK, PathText, Text, encoded, flat, last_message, path_bytes, path_of,
-                       session, start, status_of)
+from ._library import (LOCK, PathText, Text, encoded, flat, last_message, native_path, path_bytes,
+                       path_of, session, start, status_of)
 from ._native import ffi, lib
 from ._nodes import Children, Life, Parent
 from .errors import (ClosedError, ConfigurationError, DatabaseError, Error, GroupError,
@@ -76,7 +76,7 @@ class Database(Parent):
 
     def _root(self, function: Callable[[Any], Any]) -> pathlib.Path:
         text = self._bytes(function)
-        return path_of(ffi.string(flat(lib.FoldapiNativePath, text)) or text)
+        return native_path(text) or path_of(text)
 
     @property
     def projects(self) -> Children[Project]:

@@ -9,7 +9,7 @@ from typing import (TYPE_CHECKING, Any, Dict, Iterable, Iterator, List, NamedTup
                     Tuple)
 
 from ._library import (LOCK, Name, PathText, Text, as_text, check, decoded, encoded, fetch_list,
-                       flat, last_message, path_bytes, path_of, whole)
+                       flat, last_message, native_path, path_bytes, whole)
 from ._native import ffi, lib
 from ._nodes import Children, Life, Parent
 from .archive import Archive
@@ -278,8 +278,7 @@ class Project(Holder):
 
     @work_directory.setter
     def work_directory(self, directory: Optional[pathlib.Path]) -> None:
-        self._set(lib.SetProjectPrivateDir, lib.GetProjectPrivateDir,
-                  b"" if directory is None else path_bytes(directory))
+        self._set(lib.SetProjectPrivateDir, lib.GetProjectPrivateDir, directory)
 
     @property
     def team_work_directory(self) -> Optional[pathlib.Path]:
@@ -288,14 +287,13 @@ class Project(Holder):
 
     @team_work_directory.setter
     def team_work_directory(self, directory: Optional[pathlib.Path]) -> None:
-        self._set(lib.SetProjectPublicDir, lib.GetProjectPublicDir,
-                  b"" if directory is None else path_bytes(directory))
+        self._set(lib.SetProjectPublicDir, lib.GetProjectPublicDir, directory)
 
     @property
     def archive_directories(self) -> List[pathlib.Path]:
         """Where archives are looked for; new ones go to the first."""
         texts = self._bytes(lib.GetProjectVCSDirs).split(b";")
-        return [path for path in map(self._native, filter(None, texts)) if path is not None]
+        return [path for path in map(native_path, filter(None, texts)) if path is not None]
 
     @archive_directories.setter
     def archive_directories(self, directories: List[pathlib.Path]) -> None:
@@ -306,10 +304,11 @@ class Project(Holder):
             if b";" in path:
                 raise DatabaseError("%s can't be stored: \";\" is between directories"
                                     % decoded(path))
-        self._set(lib.SetProjectVCSDirs, lib.GetProjectVCSDirs, b";".join(paths))
+        self._set(lib.SetProjectVCSDirs, lib.GetProjectVCSDirs, *paths)
         self.database._forget_configuration()
 
-    def _set(self, change: Any, query: Any, text: bytes) -> None:
+    def _set(self, change: Any, query: Any, *directories: Optional[PathText]) -> None:
+        text = b";".join(path_bytes(each) for each in directories if each is not None)
         with LOCK:
             self._ask(change, text)
             message = last_message()
@@ -317,13 +316,7 @@ class Project(Holder):
                 raise DatabaseError(message or "%r can't be stored" % decoded(text))
 
     def _path(self, function: Any) -> Optional[pathlib.Path]:
-        text = self._bytes(function)
-        return self._native(text) if text else None
-
-    @staticmethod
-    def _native(text: bytes) -> Optional[pathlib.Path]:
-        path = ffi.string(flat(lib.FoldapiNativePath, text))
-        return path_of(path) if path else None
+        return native_path(self._bytes(function))
 
     # Configuration -------------------------------------------------------------------------------
 
