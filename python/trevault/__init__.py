@@ -8,6 +8,7 @@
 
 `help(trevault.Archive)` tells what can be done with a file; docs/python.md is the guide.
 """
+from ._native import lib
 from .archive import Archive
 from .database import Database, open
 from .errors import (AccessError, CancelledError, ClosedError, ConfigurationError, DamagedError,
@@ -20,6 +21,8 @@ from .project import Archives, Folder, Project
 from .values import (ArchiveStatus, Attributes, Content, Directive, Health, Ignore, Lock, Record,
                      Revision)
 
+__version__ = "%d.%d.%d" % (lib.FOLDAPI_VERSION_MAJOR, lib.FOLDAPI_VERSION_MINOR,
+                            lib.FOLDAPI_VERSION_PATCH)
 __all__ = [
     "Archive", "ArchiveStatus", "Archives", "Attributes", "Content", "Database", "Directive",
     "Folder", "Health", "Hooks", "Ignore", "Lock", "Project", "Record", "Revision", "Status",

@@ -85,9 +85,14 @@ class Node:
         """The same as the bytes that the data file has, whatever code page they are in."""
         return self._bytes(self._name_functions[0])
 
+    @property
+    def _subject(self) -> str:
+        """What a message calls it."""
+        return self.name
+
     def __repr__(self) -> str:
         try:
-            return "<%s %r>" % (type(self).__name__, self.name)
+            return "<%s %r>" % (type(self).__name__, self._subject)
         except ClosedError:
             return "<%s, closed>" % type(self).__name__
 

@@ -35,6 +35,7 @@ class Archive(Node):
 
     @property
     def project(self) -> Project:
+        """The project that it is in, by itself or by way of a folder: its parent."""
         return self.parent.project
 
     # What the record says ------------------------------------------------------------------------
@@ -66,13 +67,17 @@ class Archive(Node):
         text = self._bytes(function)
         path = native_path(text)
         if path is None:
-            raise Error("%s: %r leads nowhere here" % (self.name, decoded(text)))
+            raise Error("%s: %r leads nowhere here" % (self._subject, decoded(text)))
         return path
 
     @property
     def is_in_own_place(self) -> bool:
         """Whether the file is where this user wants files, and not where a colleague leads him."""
         return bool(self._ask(lib.FoldapiIsInOwnPlace) == 1)
+
+    @property
+    def _subject(self) -> str:
+        return self._text(lib.GetQualWorkfileName)
 
     def remove(self) -> None:
         """Takes the record out of the project; the archive file stays."""
@@ -91,15 +96,18 @@ class Archive(Node):
             answer = self._ask(function)
             text = ffi.string(answer) if isinstance(answer, ffi.CData) else answer
             if (not text or text == -1) and not self.status.readable:
-                raise UnreadableError("%s: nothing can be read at %s" % (self.name, self.path))
+                raise UnreadableError("%s: nothing can be read at %s" % (self._subject, self.path))
             return text
 
     @property
     def revision_count(self) -> int:
+        """The number of revisions. Like what follows it raises UnreadableError if the archive
+        can't be read."""
         return int(self._known(lib.GetNumRevisions))
 
     @property
     def lock_count(self) -> int:
+        """The number of locks, whoever has them."""
         return int(self._known(lib.GetNumLocks))
 
     @property
@@ -119,6 +127,7 @@ class Archive(Node):
 
     @property
     def description(self) -> str:
+        """What the archive is for; lines end in a line feed."""
         return decoded(self._known(lib.GetArchiveDescription))
 
     @description.setter
@@ -148,7 +157,7 @@ class Archive(Node):
                         [each for each in found if each.branch == (name or "1")]):
             if fitting:
                 return fitting[-1]
-        raise error_of(Status.NO_REVISION, "%s %s" % (self.name, name or ""))
+        raise error_of(Status.NO_REVISION, "%s %s" % (self._subject, name or ""))
 
     @property
     def tip(self) -> Revision:
@@ -180,6 +189,7 @@ class Archive(Node):
 
     @property
     def attributes(self) -> Attributes:
+        """How the archive treats its files. What is set takes the place of all."""
         found = ffi.new("uint32_t*")
         self._do(lib.TrvsGetAttributes, found)
         return Attributes(found[0])
@@ -194,17 +204,17 @@ class Archive(Node):
         The revision is a number, a branch or a label; None: the trunk's tip."""
         with LOCK:
             flags = lib.TRVS_READ_EXPANDED if expanded else 0
-            return content_of(self.name, self._target(), encoded(revision), flags)
+            return content_of(self._subject, self._target(), encoded(revision), flags)
 
     def find(self, file: PathText) -> Optional[str]:
         """The number of the newest revision that has the content of a file; None for none."""
         with LOCK:
-            target = self._target(path_bytes(file))
-            status, buffer = fetch(lib.TrvsFindContent, _CONTEXT, target)
+            place = path_bytes(file)
+            status, buffer = fetch(lib.TrvsFindContent, _CONTEXT, self._target(place))
             if status == Status.NO_REVISION:
                 return None
             if status != Status.DONE:
-                raise error_of(status, self.name, session.said)
+                raise error_of(status, self._beside(path_of(place)), session.said)
             return records(buffer, 1)[0][0]
 
     def verify(self) -> Health:
@@ -214,7 +224,7 @@ class Archive(Node):
             if status in (Status.DONE, Status.NOT_AN_ARCHIVE, Status.TORN_END):
                 lost = tuple(number for number, in records(buffer, 1))
                 return Health(Status(status), lost, tuple(session.said))
-            raise error_of(status, self.name, session.said)
+            raise error_of(status, self._subject, session.said)
 
     def diff(self, first: Optional[Text] = None, second: Optional[Text] = None, *,
              file: Optional[PathText] = None, context: int = 3,
@@ -227,7 +237,9 @@ class Archive(Node):
             other = ffi.NULL
             if second is None:
                 other = path_bytes(self.workfile if file is None else file)
-            return lines_of(self.name, lib.TrvsReportDifferences, _CONTEXT, self._target(),
+                if not os.path.exists(other):
+                    raise error_of(Status.NO_WORKFILE, self._beside(path_of(other)))
+            return lines_of(self._subject, lib.TrvsReportDifferences, _CONTEXT, self._target(),
                             encoded(first), other, encoded(second), ffi.NULL, context, 0, 0,
                             ffi.NULL, int(ignore))
 
@@ -278,7 +290,7 @@ class Archive(Node):
                 database.settle(_keep_mode(place))
             before = self._take_lock(revision, group) if lock else None
             try:
-                return self._about("CHECKIN", lib.TrvsPutRevision, 0,
+                return self._about("CHECKIN", self._beside(place), lib.TrvsPutRevision, 0,
                                    self._target(os.fsencode(place)), 0, encoded(revision),
                                    encoded(label), ffi.NULL, encoded(message), encoded(group),
                                    encoded(author), values.packed(time), flags)
@@ -288,6 +300,10 @@ class Archive(Node):
                 raise
             finally:
                 database.settle()
+
+    def _beside(self, place: pathlib.Path) -> str:
+        """What a message calls it where a file of elsewhere is in play."""
+        return self._subject if self._is_own(place) else "%s, by %s" % (self._subject, place)
 
     def _is_own(self, place: pathlib.Path) -> bool:
         try:
@@ -337,10 +353,10 @@ class Archive(Node):
             place.parent.mkdir(parents=True, exist_ok=True)
             target = self._target(os.fsencode(place))
             if flags & lib.TRVS_GET_LOCK:
-                check(self.name, lib.TrvsGetWithNote, _CONTEXT, target, encoded(revision),
+                check(self._subject, lib.TrvsGetWithNote, _CONTEXT, target, encoded(revision),
                       encoded(group), encoded(note), flags)
             else:
-                check(self.name, lib.TrvsGetRevision, _CONTEXT, target, 0, encoded(revision),
+                check(self._subject, lib.TrvsGetRevision, _CONTEXT, target, 0, encoded(revision),
                       ffi.NULL, ffi.NULL, 0, encoded(group), 0, flags)
             return place
 
@@ -350,7 +366,8 @@ class Archive(Node):
             return place / os.fsdecode(self.raw_name) if place.is_dir() else place
         place = self.workfile
         if not self.is_in_own_place and not session.hooks.foreign_place(place):
-            raise Error("%s: its record leads out of your own places, to %s" % (self.name, place))
+            raise Error("%s: its record leads out of your own places, to %s" % (self._subject,
+                        place))
         return place
 
     def label(self, name: Text, revision: Optional[Text] = None, *, move: Optional[bool] = False,
@@ -405,18 +422,19 @@ class Archive(Node):
 
     def _do(self, function: Callable[..., int], *arguments: Any) -> None:
         with LOCK:
-            check(self.name, function, _CONTEXT, self._target(), *arguments)
+            check(self._subject, function, _CONTEXT, self._target(), *arguments)
 
-    def _about(self, event: str, function: Callable[..., int], *arguments: Any) -> str:
-        """The same, for a target of its own; what the engine tells of the event."""
+    def _about(self, event: str, subject: str, function: Callable[..., int],
+               *arguments: Any) -> str:
+        """The same, for a target and a subject of its own; what the engine tells of the event."""
         session.about.clear()
-        check(self.name, function, _CONTEXT, *arguments)
+        check(subject, function, _CONTEXT, *arguments)
         return session.about.get(event, "")
 
     def _list(self, width: int, function: Callable[..., int],
               *arguments: Any) -> List[Tuple[str, ...]]:
         with LOCK:
-            return fetch_list(self.name, width, function, _CONTEXT, self._target(), *arguments)
+            return fetch_list(self._subject, width, function, _CONTEXT, self._target(), *arguments)
 
 
 def _names(text: bytes) -> Tuple[str, ...]:

@@ -87,12 +87,13 @@ class Database(Parent):
                        team_work_directory: Optional[PathText] = None, *,
                        archives: Optional[PathText] = None) -> Project:
         """Makes a project. Archives go to a directory beside its configuration file if no other is
-        given. Raises DatabaseError, also if there is a project of that name."""
+        given. Colleagues who name no work directory of their own get the team's, if one is given.
+        Raises DatabaseError, also if there is a project of that name."""
         with LOCK:
             if self.projects.get(name) is not None:
                 raise DatabaseError("there is a project %r already" % name)
             private = path_bytes(work_directory)
-            public = private if team_work_directory is None else path_bytes(team_work_directory)
+            public = b"" if team_work_directory is None else path_bytes(team_work_directory)
             flat(lib.CreateProject, self._token, encoded(name), private, public)
             message = last_message()
             project = self.projects.get(name)
@@ -222,6 +223,8 @@ def open(public: Optional[PathText] = None, private: Optional[PathText] = None, 
       hooks     answers to what the library asks, and listeners
 
     Raises Error while another database is open in this process."""
+    if not isinstance(hooks, (Hooks, type(None))):
+        raise TypeError("hooks are an object of a class derived from trevault.Hooks")
     with LOCK:
         if session.database is not None:
             raise Error("a database is open in this process: close %r first" % session.database)

@@ -132,7 +132,7 @@ class Holder(Parent):
         place = path_bytes(file)
         record = self._place_of(place)
         if self._find(lib.FindArchiveByQualWorkName, record, Archive) is not None:
-            raise error_of(Status.ARCHIVE_EXISTS, "%s has a record" % decoded(record))
+            raise error_of(Status.ARCHIVE_EXISTS, decoded(record), ["it has a record already"])
         self.project._use()
         path = self._archive_for(record) if archive is None else path_bytes(archive)
         os.makedirs(os.path.dirname(path), exist_ok=True)
@@ -269,6 +269,7 @@ class Project(Holder):
 
     @property
     def configuration_file(self) -> Optional[pathlib.Path]:
+        """The file that settles how its archives are treated; None if the database names none."""
         return self._path(lib.GetProjectCfgFile)
 
     @property

@@ -34,7 +34,7 @@ FOLDAPI_LIBRARIES=$build "$python" -m pip --python "$dir/venv/bin/python" instal
 version=$("$build/trevault" --version | cut -d ' ' -f 2)
 cat > "$dir/installed.py" << END
 import importlib.metadata, trevault
-assert importlib.metadata.version("trevault") == "$version"
+assert importlib.metadata.version("trevault") == trevault.__version__ == "$version"
 assert trevault.__file__.startswith("$dir/venv")
 with trevault.open("$dir/pub", "$dir/prv", create=True) as db:
     assert not db.projects

@@ -67,6 +67,8 @@ class Lives(TeamTest):
         with self.assertRaisesRegex(trevault.Error, "is open in this process"):
             self.open()
         self.db.close()
+        with self.assertRaisesRegex(TypeError, "hooks"):
+            trevault.open(self.top / "pub", self.top / "prv", hooks=trevault.Hooks)
         with self.assertRaisesRegex(trevault.DatabaseError, "no project database in .*/pbu"):
             trevault.open(self.top / "pbu", self.top / "prv")
         self.assertFalse((self.top / "pbu").exists())
@@ -176,6 +178,7 @@ class Work(TeamTest):
         self.assertLess(abs((self.pump.created - self.pump.revision("1.0").time)).seconds, 3)
 
     def test_files_come_out_where_they_may(self):
+        self.assertEqual(self.work / "pump.c", self.pump.check_out(overwrite=True))
         out = self.pump.check_out(self.top / "new/place.c")
         self.assertEqual(("int b;\n", 0o444), (out.read_text(), out.stat().st_mode & 0o777))
         self.assertEqual(self.top / "pump.c", self.pump.check_out(self.top, writable=True))
@@ -305,6 +308,11 @@ class Refusals(TeamTest):
              lambda: self.project.archives["pmup.c"]),
             (trevault.ExistsError, "has a record", lambda: self.project.add(self.work / "pump.c")),
             (trevault.NotFoundError, "workfile", lambda: self.project.add(self.work / "none.c")),
+            (trevault.NotFoundError, "^pump.c, by .*/Text: no such workfile",
+             lambda: self.pump.check_in("Text")),
+            (trevault.NotFoundError, "by /none: no such workfile",
+             lambda: self.pump.diff(file="/none")),
+            (trevault.NotFoundError, "^src/valve.c: no such rev", lambda: self.valve.read("1.7")),
             (trevault.NotFoundError, "workfile",
              lambda: self.project.add(self.write("a\\b.c", "x"))),
             (trevault.DatabaseError, "must not contain",
