@@ -22,7 +22,7 @@ fetch_zstd() {
     mkdir -p "$lists/lists/partial"
     echo 'deb-src http://deb.debian.org/debian bookworm main' > "$lists/sources.list"
     options="-qq -o Dir::Etc::SourceList=$lists/sources.list -o Dir::Etc::SourceParts=/dev/null
-             -o Dir::State::Lists=$lists/lists"
+             -o Dir::State::Lists=$lists/lists -o APT::Sandbox::User=root"
     # shellcheck disable=SC2086  # A list of words.
     (cd "$windows" && apt-get $options update > /dev/null &&
       apt-get $options source --download-only "libzstd=$zstd_version-$zstd_revision" > /dev/null 2>&1)
@@ -61,7 +61,7 @@ pack() {
   cp "$build/team.exe" "$build/trevault.exe" "$into/bin"
   cp "$build/libfoldapi.dll.a" "$build/libbtkf520.dll.a" "$into/lib"
   cp -r include/foldapi include/btkf520 "$into/include"
-  cp examples/*.c "$into/examples"
+  cp -r examples/*.c examples/team "$into/examples"
   "$1-w64-mingw32-strip" "$into/bin/"*
   sed 's/$/\r/' docs/windows.md > "$into/README.md"
   python3 - "$windows/$1" "$name" "$windows/$name.zip" << 'EOF'
