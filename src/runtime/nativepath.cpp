@@ -110,6 +110,7 @@ PlainPath::PlainPath(std::string_view path) {
     append(*place);
     const bool isSeparated = path.empty() || path[0] == '\\' || path[0] == '/';
     if (!isSeparated && !place->ends_with('/')) append("/");
+    if (isSeparated && !path.empty() && place->ends_with('/')) path.remove_prefix(1);
   }
   const size_t start = length_;
   append(path);

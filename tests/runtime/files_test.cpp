@@ -47,10 +47,10 @@ void setModified(const std::string& path, int64_t nanoseconds) {
 class PathMap : public testing::Test {
  protected:
   PathMap() {
-    support::writeFile(directory_ / "kstr.ini", "[TRVSPATHS]\r\nV: = " + (directory_ / "vol") +
-                                                    "\r\nW: = " + (directory_ / "gone") +
-                                                    "\r\n\\\\Srv\\team = " + (directory_ / "team") +
-                                                    "\r\n");
+    support::writeFile(directory_ / "kstr.ini",
+                       "[TRVSPATHS]\r\nV: = " + (directory_ / "vol") +
+                           "\r\nW: = " + (directory_ / "gone") +
+                           "\r\n\\\\Srv\\team = " + (directory_ / "team/") + "\r\n");
     support::writeFile(directory_ / "vol/Proj/Main.C", "main");
     support::writeFile(directory_ / "team/File", "team");
     reloadPathMap();

@@ -14,6 +14,7 @@
 #include "os/place.h"
 #include "os/sibling.h"
 #include "os/stop.h"
+#include "runtime/nativepath.h"
 
 namespace cli {
 namespace {
@@ -89,7 +90,10 @@ bool LabelList::take(const std::string& text) {
   for (size_t i = 1; i < lines.size(); ++i) {
     const auto fields = split(lines[i], '\t');
     if (fields.size() != 3) continue;
-    files_.push_back({unescaped(fields[2]), unescaped(fields[1]), fields[0]});
+    const std::string archive = unescaped(fields[1]);
+    const foldapi::PlainPath place(archive);
+    files_.push_back(
+        {unescaped(fields[2]), place.isValid() ? place.text() : archive, fields[0], archive});
   }
   return true;
 }
@@ -153,8 +157,9 @@ os::FileResult LabelList::store(const os::File& old) {
   });
   std::string text = headOf(label_) + '\n';
   for (const LabelledFile& each : files_) {
-    text += fmt::format("{}\t{}\t{}\n", each.revision, escaped(each.archive, ""),
-                        escaped(each.path, ""));
+    const std::string& archive = each.written.empty() ? each.archive : each.written;
+    text +=
+        fmt::format("{}\t{}\t{}\n", each.revision, escaped(archive, ""), escaped(each.path, ""));
   }
   const std::string directory = os::parentOf(path_);
   const bool isNew = !os::hasEntry(directory.c_str());

@@ -19,6 +19,7 @@ struct LabelledFile {
   std::string path;  // From the top of the work directory, at that time.
   std::string archive;
   std::string revision;
+  std::string written = {};  // The archive as the list names it, perhaps from another system.
 };
 
 class LabelList {
