@@ -27,6 +27,10 @@ bool changeDirectory(const std::string& path);
 // Where a directory is when all links on the way are followed. `path` itself if nothing is there.
 std::string realPath(const std::string& path);
 
+// The path in letters that are the same for all paths of one file: itself where letter case counts.
+std::string foldedPath(std::string_view path);
+// Whether both are the same but for such letters.
+bool isSamePath(std::string_view first, std::string_view second);
 // Whether both paths mean one file, or would if it were there.
 bool isSameFile(const std::string& first, const std::string& second);
 

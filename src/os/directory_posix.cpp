@@ -26,6 +26,10 @@ int64_t nanosecondsOf(const timespec& time) {
 
 bool hasDrives() { return false; }
 
+std::string foldedPath(std::string_view path) { return std::string(path); }
+
+bool isSamePath(std::string_view first, std::string_view second) { return first == second; }
+
 std::string parentOf(std::string_view path) {
   while (path.size() > 1 && path.ends_with('/')) path.remove_suffix(1);
   const size_t slash = path.rfind('/');

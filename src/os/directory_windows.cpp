@@ -2,7 +2,6 @@
 #include "os/calls_windows.h"
 #include "os/directory.h"
 #include "os/entries.h"
-#include "os/filetime_windows.h"
 
 namespace os {
 namespace {
@@ -23,6 +22,19 @@ EntryKind kindOf(const WIN32_FIND_DATAW& entry) {
 }  // namespace
 
 bool hasDrives() { return true; }
+
+// By the system's own rules; what these would take out of the code page stays as it is.
+std::string foldedPath(std::string_view path) {
+  std::wstring wide = toWide(path).value_or(L"");
+  const auto size = static_cast<int>(wide.size());
+  ::LCMapStringEx(LOCALE_NAME_INVARIANT, LCMAP_UPPERCASE, wide.data(), size, wide.data(), size,
+                  nullptr, nullptr, 0);
+  return wide.empty() ? std::string(path) : toText(wide).value_or(std::string(path));
+}
+
+bool isSamePath(std::string_view first, std::string_view second) {
+  return first == second || foldedPath(first) == foldedPath(second);
+}
 
 std::string parentOf(std::string_view path) {
   while (!isRoot(path) && path.ends_with('/')) path.remove_suffix(1);
@@ -68,8 +80,7 @@ bool isSameFile(const std::string& first, const std::string& second) {
   if (found == FileResult::kDone) return one.identity == other.identity;
   const auto path = systemPath(first);
   const auto otherPath = systemPath(second);
-  return path && otherPath &&
-         ::CompareStringOrdinal(path->c_str(), -1, otherPath->c_str(), -1, TRUE) == CSTR_EQUAL;
+  return path && otherPath && isSamePath(pathText(*path), pathText(*otherPath));
 }
 
 bool hasEntry(const char* path) {
@@ -115,13 +126,10 @@ std::optional<DirectoryState> directoryState(const char* path) {
   if (!whole) return {};
   const Handle directory = openExisting(*whole, FILE_READ_ATTRIBUTES);
   FileStatus status;
-  FILE_BASIC_INFO info;
-  if (!directory.isOpen() || !readStatusOf(directory.get(), &status) || !status.isDirectory ||
-      !::GetFileInformationByHandleEx(directory.get(), FileBasicInfo, &info, sizeof info)) {
+  if (!directory.isOpen() || !readStatusOf(directory.get(), &status) || !status.isDirectory) {
     return {};
   }
-  return DirectoryState{status.identity, status.nanoseconds,
-                        nanosecondsOf(info.ChangeTime.QuadPart)};
+  return DirectoryState{status.identity, status.nanoseconds, status.changed};
 }
 
 bool forEachEntryOfKind(const char* path,

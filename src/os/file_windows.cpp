@@ -31,24 +31,31 @@ OVERLAPPED placeAt(uint64_t offset) {
   return place;
 }
 
-// Of a drive that knows only short numbers of files, those.
-FileIdentity identityOf(HANDLE file, const BY_HANDLE_FILE_INFORMATION& raw) {
-  FILE_ID_INFO id;
-  if (!::GetFileInformationByHandleEx(file, FileIdInfo, &id, sizeof id)) {
-    return {raw.dwVolumeSerialNumber, uint64_t{raw.nFileIndexHigh} << 32 | raw.nFileIndexLow};
-  }
-  FileIdentity identity{id.VolumeSerialNumber, 0};
-  for (size_t i = 0; i < sizeof id.FileId.Identifier; ++i) {
-    identity.inode ^= uint64_t{id.FileId.Identifier[i]} << (i % 8 * 8);
-  }
-  return identity;
+template <typename Information>
+bool ask(HANDLE file, FILE_INFO_BY_HANDLE_CLASS which, Information* information) {
+  return ::GetFileInformationByHandleEx(file, which, information, sizeof *information);
 }
 
-bool isSymbolicLink(HANDLE file) {
+// Of a drive that knows only short numbers of files, those.
+bool readIdentity(HANDLE file, FileIdentity* identity) {
+  FILE_ID_INFO id;
+  if (ask(file, FileIdInfo, &id)) {
+    *identity = {id.VolumeSerialNumber, 0};
+    for (size_t i = 0; i < sizeof id.FileId.Identifier; ++i) {
+      identity->inode ^= uint64_t{id.FileId.Identifier[i]} << (i % 8 * 8);
+    }
+    return true;
+  }
+  BY_HANDLE_FILE_INFORMATION raw;
+  if (!::GetFileInformationByHandle(file, &raw)) return false;
+  *identity = {raw.dwVolumeSerialNumber, uint64_t{raw.nFileIndexHigh} << 32 | raw.nFileIndexLow};
+  return true;
+}
+
+bool isSymbolicLink(HANDLE file, DWORD attributes) {
   FILE_ATTRIBUTE_TAG_INFO info;
-  return ::GetFileInformationByHandleEx(file, FileAttributeTagInfo, &info, sizeof info) &&
-         (info.FileAttributes & FILE_ATTRIBUTE_REPARSE_POINT) != 0 &&
-         info.ReparseTag == IO_REPARSE_TAG_SYMLINK;
+  return (attributes & FILE_ATTRIBUTE_REPARSE_POINT) != 0 &&
+         ask(file, FileAttributeTagInfo, &info) && info.ReparseTag == IO_REPARSE_TAG_SYMLINK;
 }
 
 FileResult readStatusBy(const char* path, DWORD flags, FileStatus* status) {
@@ -117,23 +124,28 @@ Handle openExisting(const std::wstring& path, DWORD access, DWORD flags) {
 }
 
 bool readStatusOf(HANDLE file, FileStatus* status) {
-  BY_HANDLE_FILE_INFORMATION raw;
-  if (!::GetFileInformationByHandle(file, &raw)) return false;
-  *status = {};
-  status->isLink = isSymbolicLink(file);
-  status->isDirectory = (raw.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY) != 0 && !status->isLink;
-  status->isRegular = !status->isDirectory && !status->isLink;
-  status->ownerMayWrite =
-      status->isDirectory || (raw.dwFileAttributes & FILE_ATTRIBUTE_READONLY) == 0;
-  status->identity = identityOf(file, raw);
-  status->size = uint64_t{raw.nFileSizeHigh} << 32 | raw.nFileSizeLow;
-  status->nanoseconds = nanosecondsOf(raw.ftLastWriteTime);
+  FILE_BASIC_INFO basic;
+  FILE_STANDARD_INFO standard;
+  FileStatus found;
+  if (!ask(file, FileBasicInfo, &basic) || !ask(file, FileStandardInfo, &standard) ||
+      !readIdentity(file, &found.identity)) {
+    return false;
+  }
+  found.isLink = isSymbolicLink(file, basic.FileAttributes);
+  found.isDirectory = standard.Directory && !found.isLink;
+  found.isRegular = !found.isDirectory && !found.isLink;
+  found.ownerMayWrite = found.isDirectory || (basic.FileAttributes & FILE_ATTRIBUTE_READONLY) == 0;
+  found.size = static_cast<uint64_t>(standard.EndOfFile.QuadPart);
+  found.nanoseconds = nanosecondsOf(basic.LastWriteTime.QuadPart);
+  // Some drives don't know it.
+  if (basic.ChangeTime.QuadPart != 0) found.changed = nanosecondsOf(basic.ChangeTime.QuadPart);
+  *status = found;
   return true;
 }
 
 bool setReadOnly(HANDLE file, bool isReadOnly) {
   FILE_BASIC_INFO info;
-  if (!::GetFileInformationByHandleEx(file, FileBasicInfo, &info, sizeof info)) return false;
+  if (!ask(file, FileBasicInfo, &info)) return false;
   const DWORD others = info.FileAttributes & ~static_cast<DWORD>(FILE_ATTRIBUTE_READONLY);
   const DWORD wanted = others | (isReadOnly ? FILE_ATTRIBUTE_READONLY : 0);
   if (wanted == info.FileAttributes) return true;
@@ -231,13 +243,8 @@ std::optional<FileMark> fileMark(const char* path) {
   const auto whole = systemPath(path);
   const Handle file = whole ? openExisting(*whole, FILE_READ_ATTRIBUTES) : Handle();
   FileStatus status;
-  FILE_BASIC_INFO info;
-  if (!file.isOpen() || !readStatusOf(file.get(), &status) ||
-      !::GetFileInformationByHandleEx(file.get(), FileBasicInfo, &info, sizeof info)) {
-    return {};
-  }
-  return FileMark{status.identity, status.size, status.nanoseconds,
-                  nanosecondsOf(info.ChangeTime.QuadPart)};
+  if (!file.isOpen() || !readStatusOf(file.get(), &status)) return {};
+  return FileMark{status.identity, status.size, status.nanoseconds, status.changed};
 }
 
 FileResult File::open(const char* path, Access access) {

@@ -137,40 +137,39 @@ TEST(Removing, FreesTheNameThoughReadersHaveTheFile) {
   EXPECT_EQ(namesIn(directory.path()), std::vector<std::string>{"a.txt"});
 }
 
+// Adds so many lines, or with 0 one after the other. Gives the process, or null.
+HANDLE startWriter(const std::string& path, int lines) {
+  wchar_t program[MAX_PATH];
+  ::GetModuleFileNameW(nullptr, program, MAX_PATH);
+  std::wstring line = L"\"" + std::wstring(program) + L"\" --write \"" +
+                      std::filesystem::path(path).wstring() + L"\" " + std::to_wstring(lines);
+  STARTUPINFOW start{};
+  start.cb = sizeof start;
+  PROCESS_INFORMATION made{};
+  if (!::CreateProcessW(program, line.data(), nullptr, nullptr, FALSE, 0, nullptr, nullptr, &start,
+                        &made)) {
+    return nullptr;
+  }
+  ::CloseHandle(made.hThread);
+  return made.hProcess;
+}
+
 // Each adds lines; none may get lost, whoever replaces the file meanwhile.
 TEST(Replacing, LosesNothingOfSeveralWriters) {
   constexpr int kWriters = 4, kLines = 20;
   const TemporaryDirectory directory;
   const std::string path = directory / "list.pub";
   writeFile(path, "");
-  wchar_t program[MAX_PATH];
-  ::GetModuleFileNameW(nullptr, program, MAX_PATH);
-  std::vector<HANDLE> writers;
-  for (int i = 0; i < kWriters; ++i) {
-    std::wstring line = L"\"" + std::wstring(program) + L"\" --write \"" +
-                        std::filesystem::path(path).wstring() + L"\" " + std::to_wstring(kLines);
-    STARTUPINFOW start{};
-    start.cb = sizeof start;
-    PROCESS_INFORMATION made{};
-    ASSERT_TRUE(::CreateProcessW(program, line.data(), nullptr, nullptr, FALSE, 0, nullptr, nullptr,
-                                 &start, &made));
-    ::CloseHandle(made.hThread);
-    writers.push_back(made.hProcess);
-  }
+  std::vector<HANDLE> writers(kWriters);
+  for (HANDLE& writer : writers) ASSERT_NE(writer = startWriter(path, kLines), nullptr);
   // One that is killed again and again, wherever it stands.
   for (int i = 0; i < 10; ++i) {
-    std::wstring line = L"\"" + std::wstring(program) + L"\" --write \"" +
-                        std::filesystem::path(path).wstring() + L"\" 0";
-    STARTUPINFOW start{};
-    start.cb = sizeof start;
-    PROCESS_INFORMATION made{};
-    ASSERT_TRUE(::CreateProcessW(program, line.data(), nullptr, nullptr, FALSE, 0, nullptr, nullptr,
-                                 &start, &made));
+    const HANDLE victim = startWriter(path, 0);
+    ASSERT_NE(victim, nullptr);
     ::Sleep(static_cast<DWORD>(60 + 17 * i));
-    ::TerminateProcess(made.hProcess, 1);
-    ::WaitForSingleObject(made.hProcess, INFINITE);
-    ::CloseHandle(made.hThread);
-    ::CloseHandle(made.hProcess);
+    ::TerminateProcess(victim, 1);
+    ::WaitForSingleObject(victim, INFINITE);
+    ::CloseHandle(victim);
     std::string text;
     EXPECT_TRUE(foldapi::readFile(path, &text));
     EXPECT_TRUE(text.empty() || text.ends_with("\r\n"));
@@ -227,10 +226,31 @@ TEST(Names, AreBlindToLetterCase) {
   writeFile(directory / "Main.C", "text");
   EXPECT_TRUE(foldapi::fileExists(directory / "main.c"));
   EXPECT_TRUE(os::isSameFile(directory / "MAIN.C", directory / "main.c"));
+  EXPECT_TRUE(os::isSamePath("V:/S\xe4ge/Main.C", "v:/S\xc4GE/mAIN.c"));
+  EXPECT_FALSE(os::isSamePath("V:/S\xe4ge", "V:/S\xe4ge/a"));
+  EXPECT_FALSE(os::isSamePath("V:/S\xe4ge", "V:/Sage"));
   EXPECT_EQ(os::moveFile(directory / "Main.C", directory / "main.c"), FileResult::kDone);
   EXPECT_EQ(readFile(directory / "MAIN.C"), "text");
   writeFile(directory / "other.c", "");
   EXPECT_EQ(os::moveFile(directory / "other.c", directory / "MAIN.c"), FileResult::kExists);
+}
+
+// Nobody can set when a file was changed, as its time can be.
+TEST(Marks, TellAChangeThatKeepsSizeAndTime) {
+  const TemporaryDirectory directory;
+  const std::string path = directory / "a.c";
+  writeFile(path, "text");
+  ASSERT_EQ(os::setModificationTime(path.c_str(), 1'000'000'000), FileResult::kDone);
+  const auto before = os::fileMark(path.c_str());
+  ASSERT_GT(before->changed, before->modified);
+  os::FileStatus status;
+  do {
+    writeFile(path, "TEXT");
+    ASSERT_EQ(os::setModificationTime(path.c_str(), 1'000'000'000), FileResult::kDone);
+    ASSERT_EQ(os::readStatus(path.c_str(), &status), FileResult::kDone);
+  } while (status.changed == before->changed);
+  EXPECT_GT(status.changed, before->changed);
+  EXPECT_EQ(status.nanoseconds, before->modified);
 }
 
 TEST(Drives, AreTheSystemsOwnUnlessTheProfileHasThem) {

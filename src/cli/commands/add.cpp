@@ -36,7 +36,7 @@ class Add : public FileCommand {
  private:
   void work() override {
     session().project().refuseCut();
-    for (const FileRecord& file : local().files()) known_.insert(file.path);
+    for (const FileRecord& file : local().files()) known_.insert(os::foldedPath(file.path));
     for (const std::string& name : names_) collect(name);
     if (group_.empty()) group_ = local().directory().group;
     if (label_.empty()) label_ = local().followedLabel();
@@ -60,7 +60,7 @@ class Add : public FileCommand {
   }
 
   void take(const std::string& path, bool isNamed) {
-    if (known_.insert(path).second) return chosen_.push_back(path);
+    if (known_.insert(os::foldedPath(path)).second) return chosen_.push_back(path);
     if (isNamed && std::find(chosen_.begin(), chosen_.end(), path) == chosen_.end()) {
       output().line(fmt::format("skipped {}, under control already", shown(path)));
     }

@@ -120,7 +120,7 @@ class Rename : public RecordCommand {
                                    const std::string& to) {
     std::vector<Move> moves;
     for (const FileRecord* file : files) {
-      const bool isIt = isSamePath(file->path, from);
+      const bool isIt = os::isSamePath(file->path, from);
       if (!isIt && !isBelow(from, file->path)) {
         throw misuse("rename", fmt::format("{} is a pattern", shown(from)),
                      "rename the files one by one");
@@ -139,7 +139,7 @@ class Rename : public RecordCommand {
     const bool hasOld = local().stampOf(file) != Stamp();
     const bool hasNew = os::hasEntry(local().pathOf({path, "", ""}).c_str());
     // Who has moved the file already only wants the record to follow.
-    if (isKnown || (hasOld && hasNew && !isSamePath(file.path, path))) {
+    if (isKnown || (hasOld && hasNew && !os::isSamePath(file.path, path))) {
       throw Problem{shownName(path), "is there already", "choose another name"};
     }
     local().refuseCrossing(path, file.path);

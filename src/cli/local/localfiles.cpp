@@ -182,7 +182,7 @@ LocalFiles::Files LocalFiles::exactly(const std::string& typed, const Files& rec
 
 LocalFiles::Files LocalFiles::matching(const std::string& typed, const Files& all) const {
   const auto owner = std::find_if(all.begin(), all.end(), [&](const FileRecord* file) {
-    return isSamePath(file->archive, session_.absolute(typed));
+    return os::isSamePath(file->archive, session_.absolute(typed));
   });
   if (owner != all.end()) return {*owner};
   const std::string path = fromTop(typed);
@@ -190,7 +190,7 @@ LocalFiles::Files LocalFiles::matching(const std::string& typed, const Files& al
   Files below;
   Files fitting;
   for (const FileRecord* file : all) {
-    if (isSamePath(file->path, path)) exact.push_back(file);
+    if (os::isSamePath(file->path, path)) exact.push_back(file);
     if (path == "." || isBelow(path, file->path)) below.push_back(file);
     if (matches(path, file->path)) fitting.push_back(file);
   }

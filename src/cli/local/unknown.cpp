@@ -9,10 +9,12 @@
 #include <functional>
 #include <optional>
 #include <string_view>
+#include <unordered_set>
 
 #include "cli/local/walk.h"
 #include "cli/text/paths.h"
 #include "os/clock.h"
+#include "os/directory.h"
 #include "os/file.h"
 
 namespace cli {
@@ -82,12 +84,29 @@ class Search : public Familiar {
     if (!isNext) {
       next_ = static_cast<size_t>(firstFrom(files, path, &FileRecord::path) - files.begin());
     }
-    return next_ < files.size() && files[next_].path == path && ++next_ > 0;
+    const bool isExact = next_ < files.size() && files[next_].path == path;
+    if (isExact) ++next_;
+    return isExact || isInOtherLetters(path);
   }
 
-  bool holdsFiles(const std::string& directory) const {
+  bool holdsFiles(const std::string& directory) {
     const auto first = firstFrom(local_.files(), directory + '/', &FileRecord::path);
-    return first != local_.files().end() && first->path.starts_with(directory + '/');
+    const bool isExact = first != local_.files().end() && first->path.starts_with(directory + '/');
+    return isExact || isInOtherLetters(directory);
+  }
+
+  // Whether the project writes that name of a file, or of a directory with files, in other letters.
+  bool isInOtherLetters(const std::string& path) {
+    if (!os::hasDrives()) return false;
+    if (folded_.empty()) {
+      for (const FileRecord& file : local_.files()) {
+        std::string_view each = file.path;
+        while (!each.empty() && folded_.insert(os::foldedPath(each)).second) {
+          each = directoryPart(each);
+        }
+      }
+    }
+    return folded_.contains(os::foldedPath(path));
   }
 
   bool isGone(const std::string& path) const {
@@ -128,6 +147,7 @@ class Search : public Familiar {
   const std::function<void(const std::string&)>& take_;
   std::optional<os::FileMark> before_;  // Of the directory at hand, before it is read.
   size_t next_ = 0;                     // After the last file that was asked about.
+  std::unordered_set<std::string> folded_;
 };
 
 }  // namespace

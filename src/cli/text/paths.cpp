@@ -31,8 +31,6 @@ std::string_view rootOf(std::string_view path) {
   return path.substr(0, hasDrive ? 3 : isShare ? 2 : path.starts_with('/') ? 1 : 0);
 }
 
-char folded(char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c | 0x20) : c; }
-
 // Whether nothing in a path, but for its root, is to be taken out: most are so, and many are asked
 // about.
 bool isClean(std::string_view path) {
@@ -47,12 +45,6 @@ bool isClean(std::string_view path) {
 }
 
 }  // namespace
-
-bool isSamePath(std::string_view first, std::string_view second) {
-  if (first == second || first.size() != second.size() || !os::hasDrives()) return first == second;
-  return std::equal(first.begin(), first.end(), second.begin(),
-                    [](char one, char other) { return folded(one) == folded(other); });
-}
 
 std::string absolutePath(std::string_view base, std::string_view path) {
   std::string whole(path);
@@ -70,7 +62,7 @@ std::string absolutePath(std::string_view base, std::string_view path) {
 }
 
 bool isBelow(std::string_view top, std::string_view path) {
-  if (!isSamePath(top, path.substr(0, top.size()))) return false;
+  if (!os::isSamePath(top, path.substr(0, top.size()))) return false;
   return path.size() == top.size() || top.ends_with('/') || path[top.size()] == '/';
 }
 
@@ -78,11 +70,11 @@ std::string relativePath(std::string_view from, std::string_view path) {
   const bool isPlain = from.size() != path.size() && from != rootOf(from) && isBelow(from, path) &&
                        isClean(from) && isClean(path);
   if (isPlain) return std::string(path.substr(from.size() + 1));
-  if (!isSamePath(rootOf(from), rootOf(path))) return std::string(path);  // No way leads there.
+  if (!os::isSamePath(rootOf(from), rootOf(path))) return std::string(path);  // No way leads there.
   const auto start = partsOf(from);
   const auto end = partsOf(path);
   size_t same = 0;
-  while (same < start.size() && same < end.size() && isSamePath(start[same], end[same])) ++same;
+  while (same < start.size() && same < end.size() && os::isSamePath(start[same], end[same])) ++same;
   std::string result;
   for (size_t i = same; i < start.size(); ++i) result += result.empty() ? ".." : "/..";
   for (size_t i = same; i < end.size(); ++i) result += (result.empty() ? "" : "/") + end[i];

@@ -6,8 +6,6 @@
 
 namespace cli {
 
-// Whether both are the same text; letter case doesn't count where disks are blind to it.
-bool isSamePath(std::string_view first, std::string_view second);
 // `path` from `base`, which is absolute, without empty parts, "." and "..".
 std::string absolutePath(std::string_view base, std::string_view path);
 // Whether `path` is `top` or lies below it. Both are absolute.
