@@ -12,6 +12,7 @@ import http.client
 import json
 import os
 import pathlib
+import re
 import resource
 import shutil
 import signal
@@ -175,6 +176,24 @@ def check_answers(person, pages):
     sides = find(pages, "/revisions/pump.c/1.1..1.1.1.0")
     expect("int dry = 0;" in sides.texts, "what 1.1.1.0 added doesn't show")
     person.run("unlock", "src/valve.c")
+
+
+def check_again(person, base):
+    """Pages of what is gone go, and nothing else, whatever the list of pages says."""
+    out, other, strange = base / "again", base / "other.html", "pump_station_kept.html"
+    person.run("pages", "-q", str(out))
+    kept = out / next(each.relative_to(out) for each in out.rglob("labels/*.html")).parent / "mine.html"
+    for path in (kept, out / strange):
+        path.write_text("mine")
+    shutil.copy(out / "index.html", other)
+    with (out / ".trevault-pages").open("a") as list_of_pages:
+        list_of_pages.write("../other.html\n%s\n%s\n" % (other, strange))
+    (out / "index.html").chmod(0o444)
+    person.run("pages", "-q", "-p", "Unread", str(out))
+    left = {path.relative_to(out).as_posix() for path in out.rglob("*") if path.is_file()}
+    left = {each for each in left if not each.startswith("unread")}
+    expect(left == {"index.html", "style.css", "script.js", ".trevault-pages", strange,
+                    kept.relative_to(out).as_posix()} and other.is_file(), "again there is %s" % left)
 
 
 def check_sample(trevault, make_sample, base):
@@ -346,17 +365,28 @@ def crawl(server):
     return pages
 
 
+def is_of_one_state(page):
+    """Each turn is of one revision, and the locks are as many as the page says."""
+    turns = [(text, row) for row in page.rows for text in row[:-1] if text.startswith("Turn ")]
+    told = re.match(r"\d+ files?(?:, (\d+) lock)?", "".join(page.classes.get("summary", [])))
+    locks = sum(text.startswith("locked by ") for row in page.rows for text in row)
+    return (all("1.%d" % (int(text[5:]) + 2) in row for text, row in turns)
+            and (told is None or int(told[1] or 0) == locks))
+
+
 def check_at_work(server, person, top):
-    """Two browsers look while a file is checked in again and again."""
+    """Browsers look while files come and go, and one is checked in again and again."""
     answers, isOver = [], threading.Event()
 
     def look():
         while not isOver.is_set():
-            for page in ("/index.html", "/files/src+valve.c.html", "/days.html"):
+            for page in ("/index.html", "/files/src+valve.c.html", "/days.html", "/labels.html"):
                 status, _, text = server.ask(top + page)
-                answers.append(status == 200 and text.endswith("</html>") and "broken" not in text)
+                reader = Reader(text)
+                answers.append(status == 200 and text.endswith("</html>") and "broken" not in text
+                               and not reader.faults and is_of_one_state(reader))
 
-    browsers = [threading.Thread(target=look) for _ in range(2)]
+    browsers = [threading.Thread(target=look) for _ in range(4)]
     for each in browsers:
         each.start()
     valve = person.home / "station/src/valve.c"
@@ -364,6 +394,12 @@ def check_at_work(server, person, top):
         person.run("lock", "-q", str(valve))
         valve.write_text("int turns = %d;\n" % count)
         person.run("ci", "-q", "-m", "Turn %d" % count, str(valve))
+        person.run("label", "-q", "TURN_%d" % count, str(valve))
+        guest = "guest%d.c" % count
+        (person.home / "station" / guest).write_text("int guest;\n")
+        person.run("add", "-q", guest)
+        person.run("rename", "-q", guest, "src/" + guest)
+        person.run("remove", "-q", "-y", "src/" + guest)
     isOver.set()
     for each in browsers:
         each.join()
@@ -440,6 +476,7 @@ def main(trevault, make_sample=None):
         pages = read_pages(base / "out")
         check_answers(person, pages)
         check_hostile(pages)
+        check_again(person, base)
         chromium = shutil.which("chromium")
         if chromium is None:
             print("no chromium here: nobody has looked at the pages")

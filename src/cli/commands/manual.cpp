@@ -262,7 +262,7 @@ projects, their files with locks, labels and groups, the history of each file
 drawn, each revision against the one before it, what is in each label and
 against the label before it, who holds what, and the last fortnight by day. They
 need nothing from elsewhere. With '-p' only that project. DIR must be new, empty
-or hold such pages; pages of what is gone by now stay in it.
+or hold such pages; those of what is gone by now are removed from it.
 
     $ trevault pages /srv/www/team
 )"},
