@@ -308,6 +308,7 @@ int TVHash::resize(int bucketCount) {
         refused.push_back(entry->value);
       }
     }
+    if (!entries.empty()) chains_->takeTags(*oldChains);
   } catch (...) {
     chains_ = std::move(oldChains);
     bucketCount_ = old;

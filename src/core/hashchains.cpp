@@ -88,6 +88,10 @@ void ChainStore::dropIndex() {
   if (large_ != nullptr) large_->dropIndex();
 }
 
+void ChainStore::takeTags(ChainStore& other) {
+  if (large_ != nullptr && other.large_ != nullptr) large_->takeTags(*other.large_);
+}
+
 VObject*& ChainStore::valueAt(int32_t bucket, uint32_t ordinal) {
   if (large_ != nullptr) return large_->valueAt(bucket, ordinal);
   return row_[firstFrom(bucket) + ordinal].value;

@@ -77,6 +77,8 @@ class ChainStore {
   // Gives memory back that the next lookup takes again, unless it is for the first entry of a chain
   // itself.
   void dropIndex();
+  // Takes over what is known of the entries from a table that had the same.
+  void takeTags(ChainStore& other);
 
   VObject*& valueAt(int32_t bucket, uint32_t ordinal);
   // Moves *ordinal on to the first entry of the chain that doesn't stand before it; false if there

@@ -58,6 +58,27 @@ size_t TagIndex::indexOf(uint32_t tag, uint32_t chain, uint32_t ordinal) const {
   return index;
 }
 
+// TagSet ------------------------------------------------------------------------------------------
+
+TagSet::TagSet(size_t expected) {
+  while (4 * (expected + 1) > 3 * (size_t{1} << bits_)) ++bits_;
+  kept_.resize(size_t{1} << bits_);
+}
+
+// Where the tag stands, or would.
+size_t TagSet::indexOf(uint32_t tag) const {
+  const uint16_t kept = keptOf(tag);
+  size_t index = tag >> (32 - bits_);
+  while (kept_[index] != kFree && kept_[index] != kept) index = (index + 1) & (kept_.size() - 1);
+  return index;
+}
+
+void TagSet::insert(uint32_t tag) {
+  uint16_t& place = kept_[indexOf(tag)];
+  if (place == kFree) ++count_;
+  place = keptOf(tag);
+}
+
 // RemovalCounts -----------------------------------------------------------------------------------
 
 void RemovalCounts::change(uint32_t ordinal, int by) {
@@ -204,21 +225,53 @@ uint32_t LargeChains::chainLength(int32_t bucket) const {
   return number == BucketPages::kNone ? 0 : chains_[number].length();
 }
 
-// False if there is no memory for it.
+template <typename Visit>
+void LargeChains::forEachPlace(Visit visit) const {
+  for (uint32_t number = 0; number < chains_.size(); ++number) {
+    const Chain& chain = chains_[number];
+    for (uint32_t i = chain.first(); i < chain.end(); ++i) {
+      if (chain[i].value != nullptr) visit(chain[i].tag, number, i);
+    }
+  }
+}
+
+// False if there is no memory for it, as the next: what it lacked would be taken for absent.
+bool LargeChains::makeTags(size_t expected) const {
+  try {
+    tags_ = std::make_unique<TagSet>(expected);
+  } catch (const std::bad_alloc&) {
+    tags_.reset();
+    return false;
+  }
+  forEachPlace([&](uint32_t tag, uint32_t, uint32_t) { tags_->insert(tag); });
+  return true;
+}
+
 bool LargeChains::makeIndex() const {
   if (index_ != nullptr) return true;
+  walked_ = 0;
   try {
     index_ = std::make_unique<TagIndex>(size_ + 1);
   } catch (const std::bad_alloc&) {
     return false;
   }
-  for (uint32_t number = 0; number < chains_.size(); ++number) {
-    const Chain& chain = chains_[number];
-    for (uint32_t i = chain.first(); i < chain.end(); ++i) {
-      if (chain[i].value != nullptr) index_->insert({chain[i].tag, number, i});
-    }
-  }
+  tags_.reset();
+  forEachPlace([&](uint32_t tag, uint32_t number, uint32_t ordinal) {
+    index_->insert({tag, number, ordinal});
+  });
   return true;
+}
+
+void LargeChains::addTag(uint32_t tag) {
+  if (tags_ == nullptr || (tags_->isFull() && !makeTags(2 * size_ + 1))) return;
+  tags_->insert(tag);
+}
+
+// Whether walks along chains, with one along this, have taken as long as making the index does.
+bool LargeChains::isOverdue(const Chain& chain) const {
+  constexpr size_t kStepsForEntry = 8;
+  walked_ += chain.length();
+  return walked_ > kStepsForEntry * size_;
 }
 
 ChainPlace LargeChains::locate(const ChainKey& key) const {
@@ -231,7 +284,12 @@ ChainPlace LargeChains::locate(const ChainKey& key) const {
     return chain[i].value != nullptr && chain[i].tag == key.tag && key.matches(chain[i].value);
   };
   const bool isFirst = index_ == nullptr && key.identical && isAt(chain.first());
-  if (isFirst || !makeIndex()) {
+  if (!isFirst && index_ == nullptr && (tags_ != nullptr || makeTags(size_)) &&
+      !tags_->contains(key.tag)) {
+    place.position = chain.length();
+    return place;
+  }
+  if (isFirst || (index_ == nullptr && !isOverdue(chain)) || !makeIndex()) {
     place.ordinal = chain.first();
     while (place.ordinal < chain.end() && !isAt(place.ordinal)) ++place.ordinal;
     place.found = place.ordinal < chain.end();
@@ -265,6 +323,7 @@ void LargeChains::append(int32_t bucket, const ChainEntry& entry) {
     number = static_cast<uint32_t>(chains_.size() - 1);
   }
   const uint32_t ordinal = chains_[number].append(entry);
+  addTag(entry.tag);
   if (index_ != nullptr) index_->insert({entry.tag, number, ordinal});
   ++size_;
 }
@@ -290,6 +349,7 @@ void LargeChains::retag(const ChainPlace& place, uint32_t tag) {
     index_->erase(index_->indexOf(entry.tag, number, place.ordinal));
     index_->insert({tag, number, place.ordinal});
   }
+  addTag(tag);
   entry.tag = tag;
 }
 

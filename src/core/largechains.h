@@ -5,9 +5,11 @@
 // it is that number less the entries removed before it, which are counted per chain. Every
 // operation takes constant time while nothing is removed from the middle of a chain, and
 // logarithmic time after that. An entry takes 20 bytes in its chain and 12 in the index, with the
-// slack of both some 50. The index is made by the first lookup that needs it: a growth, which adds
-// all entries anew, does without, and so does a walk that removes what it meets. Removals need no
-// memory, since destructors call them: where there is none for the index they walk along the chain.
+// slack of both some 50. The index is made when lookups have found as much as it costs: before,
+// found entries are looked for along their chain, and a set of all tags, which a growth leaves as
+// it is, tells what isn't there. So a read of records that all differ does without the index, and
+// so does a walk that removes what it meets. Removals need no memory, since destructors call them:
+// where there is none for the set or the index they walk along the chain.
 #pragma once
 
 #include <array>
@@ -53,6 +55,28 @@ class TagIndex {
   unsigned bits_ = 5;
   size_t count_ = 0;
   std::vector<Slot> slots_;
+};
+
+// The tags that entries have, and some that others had: what isn't here has no entry. Half of a tag
+// is kept, and stands near where the other half tells: so the set is small, and hardly ever wrong.
+class TagSet {
+ public:
+  explicit TagSet(size_t expected);
+
+  bool isFull() const { return 4 * (count_ + 1) > 3 * kept_.size(); }
+  bool contains(uint32_t tag) const { return kept_[indexOf(tag)] != kFree; }
+  // Unless it is full.
+  void insert(uint32_t tag);
+
+ private:
+  static constexpr uint16_t kFree = 0;
+
+  static uint16_t keptOf(uint32_t tag) { return static_cast<uint16_t>(tag | 1); }
+  size_t indexOf(uint32_t tag) const;
+
+  unsigned bits_ = 5;
+  size_t count_ = 0;
+  std::vector<uint16_t> kept_;
 };
 
 // Counts removed ordinals: a tree of partial sums. An ordinal past its size is never removed.
@@ -137,19 +161,28 @@ class LargeChains {
   void remove(const ChainPlace& place, bool pinned);
   void retag(const ChainPlace& place, uint32_t tag);
   void dropIndex() { index_.reset(); }
+  void takeTags(LargeChains& other) { tags_ = std::move(other.tags_); }
   VObject*& valueAt(int32_t bucket, uint32_t ordinal);
   bool settle(int32_t bucket, uint32_t* ordinal) const;
   int32_t nextBucket(int32_t from) const;
   void forEach(const std::function<void(const ChainEntry&)>& visit) const;
 
  private:
+  template <typename Visit>
+  void forEachPlace(Visit visit) const;
+  bool makeTags(size_t expected) const;
   bool makeIndex() const;
+  bool isOverdue(const Chain& chain) const;
+  void addTag(uint32_t tag);
   void locateByTag(const ChainKey& key, uint32_t number, ChainPlace* place) const;
 
   BucketPages buckets_;
   std::vector<Chain> chains_;
   size_t size_ = 0;
-  mutable std::unique_ptr<TagIndex> index_;  // Null until a lookup needs it.
+  // At most one of the two is there.
+  mutable std::unique_ptr<TagSet> tags_;
+  mutable std::unique_ptr<TagIndex> index_;
+  mutable size_t walked_ = 0;  // Entries, in lookups without the index.
 };
 
 }  // namespace foldapi
