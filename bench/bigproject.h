@@ -34,7 +34,7 @@ class BigDatabase {
         "\\work\\big\r\n\r\n";
     support::writeFile(database_.path("pub/trvsproj.pub"), std::string(kHead) + record);
     support::writeFile(database_.path("prv/trvsproj.prv"), kHead);
-    support::writeFile(database_.path("pub/big.prj/big.cfg"), "# VERSION TRVS Trevault_5.2.00\r\n");
+    support::writeFile(configuration(), "# VERSION TRVS Trevault_5.2.00\r\n");
     std::mt19937_64 random(kSeed);
     std::string records = kHead;
     for (int i = 0; i < size_; ++i) {
@@ -67,6 +67,7 @@ class BigDatabase {
   }
   // The data file of the project.
   std::string dataFile() const { return database_.path("pub/big.prj/trvsfold.pub"); }
+  std::string configuration() const { return database_.path("pub/big.prj/big.cfg"); }
 
  private:
   static constexpr uint64_t kSeed = 1;

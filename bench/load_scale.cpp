@@ -76,6 +76,7 @@ void run() {
   double usualTime = 0;
   std::printf("%12s %18s %24s %8s\n", "documents", "ns per document", "peak bytes per document",
               "aim");
+  std::fflush(stdout);  // Or each child has it to print as well.
   for (const auto& [documents, bytesAim] :
        {Size{1000, 0}, Size{10000, 0}, Size{kUsual, 365}, Size{10 * kUsual, 325}}) {
     const bench::BigDatabase database(documents, false);
