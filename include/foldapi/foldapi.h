@@ -411,6 +411,11 @@ FOLDAPI_EXPORT const char* FOLDAPI_CALL FoldapiNativePath(const char* text);
  * for names there that begin with ".". */
 FOLDAPI_EXPORT int32_t FOLDAPI_CALL FoldapiIsInOwnPlace(TVHandle* archive);
 
+/* Where this user's workfiles of a folder or a project are: what GetFullQualWorkfileName has before
+ * the paths of its records that are relative. "" if nobody says where, or if it climbs above its
+ * root. */
+FOLDAPI_EXPORT const char* FOLDAPI_CALL FoldapiFolderWorkDir(TVHandle* folder);
+
 /* Does what AddExistingArchive does for `count` pairs of the paths of a workfile and of an archive,
  * by one edit of the parent's data file, which is faster for many. A pair that is refused leaves
  * the others alone; where the file can't be written none is added. To see which are there, find

@@ -366,8 +366,8 @@ class Archive(Node):
             return place / os.fsdecode(self.raw_name) if place.is_dir() else place
         place = self.workfile
         if not self.is_in_own_place and not session.hooks.foreign_place(place):
-            raise Error("%s: its record leads out of your own places, to %s" % (self._subject,
-                        place))
+            raise Error("%s: its record leads out of your own places, to %s"
+                        % (self._subject, place))
         return place
 
     def label(self, name: Text, revision: Optional[Text] = None, *, move: Optional[bool] = False,

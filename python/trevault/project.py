@@ -61,19 +61,20 @@ class Holder(Parent):
         raise NotImplementedError
 
     @property
+    def work_directory(self) -> Optional[pathlib.Path]:
+        raise NotImplementedError
+
+    @property
     def archives(self) -> Archives:
         """The files, by their directories and names."""
         return Archives(self)
 
     def _place_of(self, file: bytes) -> bytes:
-        """A path of the system as a record has it: from the top of the work directory."""
-        for top in self._tops():
-            if top and file.startswith(os.fsencode(top) + b"/"):
-                return file[len(os.fsencode(top)) + 1:]
+        """A path of the system as a record has it: from the work directory on, if it is in it."""
+        top = self.work_directory
+        if top and file.startswith(os.fsencode(top) + b"/"):
+            return file[len(os.fsencode(top)) + 1:]
         return file
-
-    def _tops(self) -> List[Optional[pathlib.Path]]:
-        raise NotImplementedError
 
     def add(self, file: PathText, archive: Optional[PathText] = None, *, message: Text = "",
             label: Optional[Text] = None, description: Optional[Text] = None,
@@ -133,8 +134,10 @@ class Holder(Parent):
         record = self._place_of(place)
         if self._find(lib.FindArchiveByQualWorkName, record, Archive) is not None:
             raise error_of(Status.ARCHIVE_EXISTS, decoded(record), ["it has a record already"])
+        if record == place and self is not self.project:
+            raise DatabaseError("%s lies outside of %r" % (decoded(place), self))
         self.project._use()
-        path = self._archive_for(record) if archive is None else path_bytes(archive)
+        path = self._archive_for(place, record) if archive is None else path_bytes(archive)
         os.makedirs(os.path.dirname(path), exist_ok=True)
         check(decoded(record), lib.TrvsCreateWithRevision, lib.TRVS_CONTEXT, path, place,
               ffi.NULL, encoded(revision), encoded(label), encoded(description),
@@ -162,7 +165,7 @@ class Holder(Parent):
         return added, failures
 
     def add_existing(self, file: PathText, archive: PathText) -> Archive:
-        """Gives a file, of which a relative path begins at the top of the work directory, a record
+        """Gives a file, of which a relative path begins at the work directory, a record
         that pairs it with an archive. Neither is looked at. Raises DatabaseError."""
         with LOCK:
             record = os.fsencode(file)
@@ -191,13 +194,13 @@ class Holder(Parent):
         found = self._find(lib.FindArchiveByQualWorkName, record, Archive)
         return found if fits(found) else next(filter(fits, self.archives), None)
 
-    def _archive_for(self, record: bytes) -> bytes:
+    def _archive_for(self, place: bytes, record: bytes) -> bytes:
         directories = self.project.archive_directories
         if not directories:
             raise DatabaseError("%s has no archive directory" % self.project.name)
         subject = decoded(record)
         name = fetch_list(subject, 1, lib.TrvsComputeArchiveName, record)[0][0]
-        inside = os.path.dirname(record.lstrip(b"/"))
+        inside = os.path.dirname(self.project._place_of(place).lstrip(b"/"))
         return os.path.join(os.fsencode(directories[0]), inside, os.path.basename(encoded(name)))
 
     def _child(self, token: Any, kind: Any, life: Life) -> Any:
@@ -219,8 +222,10 @@ class Folder(Holder):
     def project(self) -> Project:
         return self._project
 
-    def _tops(self) -> List[Optional[pathlib.Path]]:
-        return []  # Where a folder's files are no function tells: records get whole paths.
+    @property
+    def work_directory(self) -> Optional[pathlib.Path]:
+        """Where the present user's files of it are; None if nobody said."""
+        return native_path(self._bytes(lib.FoldapiFolderWorkDir))
 
     def remove(self) -> None:
         """Takes the folder's records out of the project; files and archives stay."""
@@ -257,9 +262,6 @@ class Project(Holder):
         if kind is not Folder:
             return super()._child(token, kind, life)
         return self._parents.setdefault(token, Folder(token, life, self))
-
-    def _tops(self) -> List[Optional[pathlib.Path]]:
-        return [self.work_directory]
 
     def remove(self) -> None:
         """Takes the project off the database's list; its files and archives stay."""

@@ -1,5 +1,6 @@
 // api/further.cpp: the exported functions beside the database: the version, why nothing happened,
-// many records at once, and what clients of the toolkit share with the library.
+// where a folder's files are, many records at once, and what clients of the toolkit share with the
+// library.
 #include <algorithm>
 #include <vector>
 
@@ -27,6 +28,15 @@ int32_t FoldapiIsInOwnPlace(TVHandle* archive) {
     const auto* object = api::resolve<foldapi::TVArchiveMember>(archive).object();
     if (object == nullptr) return -1;
     return foldapi::IsInOwnPlace(*static_cast<const foldapi::TVArchiveMember*>(object)) ? 1 : 0;
+  });
+}
+
+const char* FoldapiFolderWorkDir(TVHandle* folder) {
+  return api::guarded("", [&] {
+    foldapi::TVObject* object = api::resolve<foldapi::TVArchiveFolder>(folder).object();
+    if (object == nullptr) return "";
+    const foldapi::TVArchiveMember anyFile({}, object);
+    return api::clientText(anyFile.fullWorkDir());
   });
 }
 

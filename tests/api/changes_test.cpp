@@ -138,6 +138,10 @@ TEST_F(Changes, AddExistingArchiveAppendsOneLineToItsParentsFile) {
     EXPECT_STREQ(GetQualWorkfileName(archive), c.workfile);
     EXPECT_STREQ(GetQualArchiveName(archive), c.archive);
   }
+  TVHandle* project = scratch_.openProject("P");
+  EXPECT_STREQ(FoldapiFolderWorkDir(project), "/w/ann");
+  EXPECT_STREQ(FoldapiFolderWorkDir(FindFolder(project, "src")), "/w/ann/src");
+  EXPECT_STREQ(FoldapiFolderWorkDir(FindArchiveByWorkName(project, "other.c")), "");
   EXPECT_EQ(shown("prv/P.prj/trvsfold.prv"), "[FOLDER=mine]\nDIR=mine\nWKDIR=mine\n\n");
 }
 

@@ -31,6 +31,8 @@ class Lives(TeamTest):
                  "projects": lambda: list(self.db.projects), "root": lambda: self.db.public,
                  "new": lambda: self.db.create_project("New", self.work),
                  "group": lambda: self.db.group().__enter__()}
+        files = self.project.archives
+        above["files"] = lambda: len(files)
         before, tip = here.revisions, here.tip
         self.project.refresh()
         self.assert_closed(questions)
@@ -487,6 +489,16 @@ class Adding(TeamTest):
         with self.assertRaises(KeyboardInterrupt), self.db.group():
             self.project.add_all(some())
         self.assertEqual("1.0", self.project.archives["begun.c"].tip.number)
+
+    def test_a_folder_takes_files_of_its_directory(self):
+        folder = self.make_folder()
+        self.assertEqual(self.work / "src", folder.work_directory)
+        added = folder.add(self.write("src/gate.c", "x"))
+        self.assertEqual(("gate.c", "src/gate.c"), (added.record.qualified_workfile,
+                                                    added.name_in_project))
+        self.assertEqual(self.project.archive_directories[0] / "src/gate.c_v", added.path)
+        with self.assertRaisesRegex(trevault.DatabaseError, "outside of <Folder 'src'>"):
+            folder.add(self.write("gate.c", "x"))
 
     def test_a_shared_archive_is_told_by_its_file(self):
         twin = self.project.add_existing("twin//w.c", self.pump.path)
