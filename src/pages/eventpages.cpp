@@ -58,6 +58,7 @@ class Days {
     for (const cli::Entry& each : entries) {
       events.push_back({each.back().revision->time, nullptr, &each});
     }
+    std::reverse(events.begin(), events.end());
     std::stable_sort(events.begin(), events.end(),
                      [](const Event& left, const Event& right) { return left.time > right.time; });
     if (events.empty()) return writeNothing(html_, "Nothing was checked in or locked.");

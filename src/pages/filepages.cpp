@@ -118,6 +118,7 @@ class FilePage {
     {
       const auto line = html_.in("p", {{"class", "choose"}});
       html_.put("button", {{"type", "submit"}}, "Compare the two chosen");
+      html_.put("span", {{"class", "muted"}}, " the left one with the right one");
     }
     writeTable(revisions, true);
   }

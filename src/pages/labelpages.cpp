@@ -179,8 +179,10 @@ void writeBetween(Html& html, const Context& context, const Label& label, const 
       const auto line = html.in("p", {{"class", "summary"}});
       html.text(fmt::format(
           "{}, {} the same revision in ",
-          cli::number(pairs.size()) + (pairs.size() == 1 ? " file differs" : " files differ"),
-          cli::number(all - pairs.size())));
+          pairs.empty()
+              ? "no file differs"
+              : cli::counted(pairs.size(), "file") + (pairs.size() == 1 ? " differs" : " differ"),
+          cli::number(all - pairs.size()) + (all - pairs.size() == 1 ? " has" : " have")));
       writeLink(html, context.addresses.label(label.name), cli::shown(label.name));
       html.text(" and ");
       writeLink(html, context.addresses.label(older.name), cli::shown(older.name));

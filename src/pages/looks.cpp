@@ -31,7 +31,7 @@ header{background:var(--ground);border-bottom:1px solid var(--line)}
 .trail{max-width:84rem;margin:0 auto;padding:.6rem 1.5rem 0;display:flex;flex-wrap:wrap;
 align-items:baseline;column-gap:.5rem}
 .trail>a{padding-bottom:.6rem}
-.trail .project{font-weight:600;color:inherit;overflow-wrap:anywhere}
+.trail .project{font-weight:600;color:inherit;overflow-wrap:anywhere;max-width:calc(100% - 6rem)}
 .trail .sep{color:var(--muted)}
 .tabs{display:flex;flex-wrap:wrap;margin-left:auto;column-gap:1.4rem}
 .tabs a{color:var(--muted);padding-bottom:.5rem;border-bottom:2px solid transparent}
@@ -46,7 +46,7 @@ p{margin:0 0 .5rem}
 .nothing{color:var(--muted);padding:2rem 1rem;text-align:center;border:1px dashed var(--line);
 border-radius:8px}
 .problem{background:var(--lock);color:var(--lock-ink);border:1px solid var(--lock-line);
-border-radius:8px;padding:.7rem 1rem;overflow-wrap:anywhere}
+border-radius:8px;padding:.7rem 1rem;margin:.8rem 0;overflow-wrap:anywhere}
 time,.number,.count{font-variant-numeric:tabular-nums;white-space:nowrap}
 .number,.checksum{font-family:ui-monospace,monospace;font-size:.87em}
 .name{overflow-wrap:anywhere}
@@ -118,6 +118,7 @@ border-bottom:1px solid var(--line);content-visibility:auto;contain-intrinsic-si
 .list th{text-align:left;font-weight:600;background:var(--ground)}
 .list th,.list td{padding:.4rem .9rem;border-bottom:1px solid var(--line);vertical-align:baseline}
 .list td.count{text-align:left}
+.list td:first-child{min-width:11rem}
 .list .what{overflow-wrap:anywhere}
 .both{display:grid;grid-template-columns:minmax(0,1fr) minmax(0,1fr);gap:1.2rem;margin-bottom:1rem}
 .side{min-width:0}
@@ -157,6 +158,7 @@ align-items:baseline;padding:.35rem 0}
 .files .number,.files .marks{padding-left:var(--in)}
 .log li,.log li:not(:has(.choice)){display:flex;flex-wrap:wrap;column-gap:.8rem}
 .log .what{width:100%}
+.choice input{width:1.1rem;height:1.1rem}
 .log .more{width:100%;justify-content:flex-start}
 .list,.list tbody,.list tr,.list td{display:block}
 .list{border-bottom:0}

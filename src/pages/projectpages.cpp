@@ -32,6 +32,7 @@ const File* newestOf(const Project& project) {
 }
 
 std::string summaryOf(const Project& project) {
+  if (project.files.empty()) return "no files yet";
   std::string text = cli::counted(project.files.size(), "file");
   const size_t locks = locksOf(project);
   if (locks > 0) text += ", " + cli::counted(locks, "lock");
@@ -165,8 +166,10 @@ void writeFiles(Html& html, const Context& context) {
   const Project& project = context.project;
   writePage(html, {.title = project.name, .context = &context, .tab = kFilesTab}, [&] {
     if (!project.problem.empty()) return writeProblem(html, project.problem);
+    if (project.files.empty()) {
+      return writeNothing(html, "No file is under control yet; 'trevault add' is how to begin.");
+    }
     writeSummary(html, summaryOf(project));
-    if (project.files.empty()) return writeNothing(html, "No file is under control yet.");
     {
       // Of no use without the script, which shows it.
       const auto field = html.in("p", {{"class", "filter"}, {"hidden"}});
