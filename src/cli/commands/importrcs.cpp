@@ -3,7 +3,8 @@
 // An archive is made under a name of its own, read again and compared, and only then gets its place
 // and its record: so a command that was stopped left nothing that looks whole, and the next one
 // goes on. What has its place and no record was stopped just between both: it is compared, and
-// taken.
+// taken. A list of the names of their own is kept as long as they are at work: by it the next
+// command removes what one left that was killed.
 #include <fmt/format.h>
 
 #include <algorithm>
@@ -23,6 +24,7 @@
 #include "os/directory.h"
 #include "os/file.h"
 #include "os/place.h"
+#include "os/sibling.h"
 #include "os/stop.h"
 
 namespace cli {
@@ -30,6 +32,7 @@ namespace {
 
 constexpr size_t kMostFiles = 32;  // That are at work together, and lost by a stop.
 constexpr uint64_t kMostBytes = uint64_t{64} << 20;  // In which they are, if that is more than one.
+constexpr const char* kDraftMark = ".import-";       // The name of each begins with it.
 
 class ImportRcs : public FileCommand {
  public:
@@ -67,6 +70,7 @@ class ImportRcs : public FileCommand {
     if (base_ == ".") base_.clear();
     if (!isDry_) places_->askForPlace("import-rcs");
     scratch_ = absolutePath(local().directory().top, ".trevault/import");
+    if (!isDry_) removeDrafts();
     for (const std::string& name : names_) collect(name);
     output().begin(found_.size());
     try {
@@ -171,11 +175,12 @@ class ImportRcs : public FileCommand {
       if (os::hasEntry(file.archive.c_str())) continue;
       job->isGood = guarded([&] { makePlaceOf(file); });
       if (!job->isGood) continue;
-      job->draft = joined(os::parentOf(file.archive),
-                          fmt::format(".import-{:016x}", std::hash<std::string>()(file.archive)));
+      const size_t hash = std::hash<std::string>()(file.archive);
+      job->draft = joined(os::parentOf(file.archive), fmt::format("{}{:016x}", kDraftMark, hash));
       static_cast<void>(os::removeFile(job->draft.c_str()));
       active.push_back(job.get());
     }
+    listDrafts(active);
     static_cast<void>(TrvsBeginBatch(TRVS_CONTEXT));
     while (!active.empty() && !os::isStopWanted()) {
       std::erase_if(active, [&](Job* job) {
@@ -187,6 +192,31 @@ class ImportRcs : public FileCommand {
     }
     static_cast<void>(TrvsEndBatch(TRVS_CONTEXT));  // What it undoes the comparison finds.
     for (Job* job : active) job->isGood = false;
+  }
+
+  std::string draftList() const { return joined(scratch_, "drafts"); }
+
+  // Without the list only a killed command leaves something.
+  void listDrafts(const std::vector<Job*>& jobs) const {
+    std::string list;
+    for (const Job* job : jobs) list += job->draft + '\0';
+    os::Place place;
+    if (!os::makeDirectories(scratch_)) return;
+    if (os::Place::of(draftList(), &place) != os::FileResult::kDone) return;
+    static_cast<void>(os::replaceFile(place, nullptr, list, nullptr));
+  }
+
+  // Who made them has ended: one command at a time works in this directory.
+  void removeDrafts() const {
+    std::string list;
+    static_cast<void>(os::readFile(draftList().c_str(), kMostBytes, &list));
+    for (const std::string& draft : split(list, '\0')) {
+      const std::string name(namePart(draft));
+      if (!name.starts_with(kDraftMark)) continue;
+      static_cast<void>(os::removeFile(draft.c_str()));
+      const std::string sibling = os::nameBeside(name, os::kSiblingMark, 0);
+      static_cast<void>(os::removeFile(joined(os::parentOf(draft), sibling).c_str()));
+    }
   }
 
   void finish(Job& job) {
