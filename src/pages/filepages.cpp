@@ -39,7 +39,7 @@ class FilePage {
         }
       }
     } catch (const cli::Problem& problem) {
-      writeProblem(html_, problem.why);
+      writeProblem(html_, cli::reasonOf(problem));
     }
     html_.put("h2", "Revisions");
     writePicture();

@@ -271,7 +271,7 @@ void writeRevisions(Html& html, const Context& context, const File& file,
     try {
       writeComparison(html, file.record, older, newer);
     } catch (const cli::Problem& problem) {
-      writeProblem(html, problem.why);
+      writeProblem(html, cli::reasonOf(problem));
     }
   });
 }

@@ -20,7 +20,7 @@ std::shared_ptr<const Archive> readArchive(const std::string& path, const std::s
   try {
     archive->history = cli::History(path, file);
   } catch (const cli::Problem& problem) {
-    archive->problem = problem.why;
+    archive->problem = cli::reasonOf(problem);
   }
   archive->tip = archive->history.tipOf("1");
   for (const cli::RevisionInfo& each : archive->history.revisions()) {

@@ -135,20 +135,23 @@ int32_t takeLine(const char* text, int32_t) {
 
 }  // namespace
 
-Problem missingPlace(const std::string& what, const std::string& directory) {
+Problem missingPlace(const std::string& what, const std::string& directory, int32_t status) {
   const std::string there = os::thereOf(directory);
   if (os::hasEntry(there.c_str()) && !os::directoryState(there.c_str())) {
-    return {what, fmt::format("{} is no directory", shown(there)), "move that away"};
+    return {what, "is no directory", "move that away", Exit::kFailed, status, there};
   }
-  return {what, fmt::format("no directory {}", shown(directory)), "is its share mounted?"};
+  const std::string missing = directory.substr(0, directory.find('/', there.size() + 1));
+  return {what, "is not there", "is its share mounted?", Exit::kFailed, status, missing};
 }
 
+// The fault may lie above an archive.
 Problem problemOf(int32_t status, const Subject& subject) {
   const std::string place = os::parentOf(subject.archive);
   if (status == TRVS_NO_ARCHIVE && !os::directoryState(place.c_str())) {
-    Problem problem = missingPlace(subject.file, place);
-    problem.status = status;
-    return problem;
+    return missingPlace(subject.file, place, status);
+  }
+  if (status == TRVS_CANNOT_OPEN && !os::hasEntry(subject.archive.c_str())) {
+    return closed(subject.file, os::thereOf(place), status);
   }
   const auto* const found = std::find_if(std::begin(kWords), std::end(kWords),
                                          [&](const Words& each) { return each.status == status; });

@@ -33,7 +33,7 @@ Problem problemOf(int32_t status, const Subject& subject);
 void check(int32_t status, const Subject& subject);
 
 // What to be told of a directory of archives that is not there, or of what is there in its place.
-Problem missingPlace(const std::string& what, const std::string& directory);
+Problem missingPlace(const std::string& what, const std::string& directory, int32_t status = 0);
 
 // "archive(workfile)", as the engine wants to be told of both.
 std::string target(const std::string& archive, const std::string& workfile);

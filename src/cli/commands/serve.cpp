@@ -38,7 +38,7 @@ class LivePages {
       }
       return find(path, fields);
     } catch (const Problem& problem) {
-      return textOf(500, fmt::format("{}: {}", shown(problem.what), problem.why));
+      return textOf(500, fmt::format("{}: {}", shown(problem.what), reasonOf(problem)));
     } catch (const std::exception& error) {
       return textOf(500, error.what());
     }

@@ -174,7 +174,7 @@ class Status : public FileCommand {
   void tellBroken(const FileRecord& file, const Problem& problem) {
     output().problem(problem);
     add({{"file", file.path}, {"here", nullptr}}, "broken",
-        {"", shownPath(file), "-", problem.why});
+        {"", shownPath(file), "-", reasonOf(problem)});
   }
 
   void lookForGone() {

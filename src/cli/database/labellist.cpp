@@ -21,6 +21,7 @@ namespace {
 
 constexpr uint64_t kLargest = uint64_t{1} << 30;
 constexpr size_t kLongestName = 200;
+constexpr std::string_view kEnding = ".txt";
 constexpr int kTries = 50;
 constexpr unsigned kPause = 100;  // Milliseconds.
 
@@ -48,7 +49,26 @@ std::string unescaped(std::string_view text) {
   return result;
 }
 
+constexpr size_t kHashSize = 17;  // Of what follows.
+std::string hashText(const std::string& label) { return fmt::format("~{:016x}", hashOf(label)); }
+
 constexpr std::string_view kHead = "trevault label 1 ";
+
+Problem unreadable(const std::string& path) {
+  return {path, "can't be read", "see what it is, and who owns it"};
+}
+
+// Empty for a file that is not there. One that is being replaced is waited for, where that shows.
+std::string textOf(const std::string& path) {
+  std::string text;
+  os::FileResult result = os::readFile(path.c_str(), kLargest, &text);
+  for (int tries = 1; tries < kTries && result == os::FileResult::kBusy; ++tries) {
+    os::sleepMilliseconds(kPause);
+    result = os::readFile(path.c_str(), kLargest, &text);
+  }
+  if (result == os::FileResult::kDone || result == os::FileResult::kMissing) return text;
+  throw unreadable(path);
+}
 
 std::string headOf(const std::string& label) { return std::string(kHead) + escaped(label, ""); }
 
@@ -58,29 +78,38 @@ std::string fileNameOf(const std::string& label) {
   std::string name = escaped(label, "/\\:*?\"<>|");
   if (name.starts_with('.')) name.replace(0, 1, "%2E");
   if (name.size() <= kLongestName) return name;
-  return name.substr(0, kLongestName - 17) + fmt::format("~{:016x}", hashOf(label));
+  return name.substr(0, kLongestName - kHashSize) + hashText(label);
 }
 
 std::vector<std::string> listedLabels(const std::string& directory) {
   std::vector<std::string> labels;
   const std::string place = joined(directory, "labels");
-  os::forEachEntry(place.c_str(), [&](const char* name) {
-    std::string text;
-    const std::string path = joined(place, name);
-    if (os::readFile(path.c_str(), kLargest, &text) != os::FileResult::kDone) return;
+  const bool isWhole = os::forEachEntry(place.c_str(), [&](const char* name) {
+    if (!std::string_view(name).ends_with(kEnding)) return;
+    const std::string text = textOf(joined(place, name));
     const std::string head = text.substr(0, text.find('\n'));
     if (head.starts_with(kHead)) labels.push_back(unescaped(head.substr(kHead.size())));
   });
+  if (!isWhole && os::hasEntry(place.c_str())) throw unreadable(place);
   std::sort(labels.begin(), labels.end());
   return labels;
 }
 
 LabelList::LabelList(const std::string& directory, std::string label)
-    : path_(joined(joined(directory, "labels"), fileNameOf(label) + ".txt")),
-      label_(std::move(label)) {
-  std::string text;
-  if (os::readFile(path_.c_str(), kLargest, &text) != os::FileResult::kDone) return;
-  static_cast<void>(take(text));
+    : start_(joined(joined(directory, "labels"), fileNameOf(label))), label_(std::move(label)) {
+  static_cast<void>(take(choosePath()));
+}
+
+// What is there now.
+std::string LabelList::choosePath() {
+  path_ = (start_ + hashText(label_)).append(kEnding);
+  if (os::hasEntry(path_.c_str())) return textOf(path_);
+  const std::string plain = start_ + std::string(kEnding);
+  std::string text = textOf(plain);
+  const std::string head = text.substr(0, text.find('\n'));
+  if (head != headOf(label_) && equalsButForCase(head, headOf(label_))) return "";
+  path_ = plain;
+  return text;
 }
 
 // False for what is no list of this label.
@@ -122,6 +151,7 @@ void LabelList::change(const std::function<void()>& edit) {
   for (int tries = 0; tries < kTries; ++tries) {
     os::File old;
     files_.clear();
+    static_cast<void>(choosePath());
     result = old.openLocked(path_.c_str());
     if (result == os::FileResult::kDone) result = read(&old);
     if (result == os::FileResult::kDone || result == os::FileResult::kMissing) {

@@ -2,8 +2,9 @@
 //
 // Records have no history: a file that was taken off the project or renamed since would be missing
 // from a check-out of an old label, or come under its new name. So a label has a text file beside
-// the project's list of files, replaced as a whole: "labels/NAME.txt". Which revision has the label
-// is the archive's to say; other clients give and move labels without such a list.
+// the project's list of files, replaced as a whole: "labels/NAME.txt", or "labels/NAME~HASH.txt" if
+// that is another label's to a disk that is blind to letter case. Which revision has the label is
+// the archive's to say; other clients give and move labels without such a list.
 #pragma once
 
 #include <functional>
@@ -24,7 +25,8 @@ struct LabelledFile {
 
 class LabelList {
  public:
-  // Of the project whose public directory that is. Empty if there is none, or none can be read.
+  // Of the project whose public directory that is. Empty if there is none, or what is there is no
+  // list of this label; throws Problem if it can't be read.
   LabelList(const std::string& directory, std::string label);
 
   const std::vector<LabelledFile>& files() const { return files_; }
@@ -35,17 +37,19 @@ class LabelList {
 
  private:
   bool take(const std::string& text);
+  std::string choosePath();
   void drop(const std::set<std::string>& archives);
   void change(const std::function<void()>& edit);
   os::FileResult read(os::File* file);
   os::FileResult store(const os::File& old);
 
-  std::string path_;
+  std::string start_;  // Of both paths that it may have.
   std::string label_;
+  std::string path_;
   std::vector<LabelledFile> files_;
 };
 
-// The labels that have such a list there.
+// The labels that have such a list there. Throws Problem if it can't be told.
 std::vector<std::string> listedLabels(const std::string& directory);
 
 // A name for a file, of at most 200 bytes: what may not stand in one is written as "%2F".

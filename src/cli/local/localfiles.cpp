@@ -291,7 +291,7 @@ LocalFiles::Look LocalFiles::lookAtArchive(const FileRecord& file) const {
 
 void LocalFiles::refuseUnreadable(const FileRecord& file, os::FileResult result) const {
   if (result == os::FileResult::kDone || result == os::FileResult::kMissing) return;
-  throw Problem{shownPath(file), "can't be read", "see who owns its directory"};
+  throw closed(shownPath(file), session_.fromHere(os::thereOf(pathOf(file))));
 }
 
 // The stamp tells it in nearly all cases. Else the engine compares, and what is found equal gets a
@@ -450,16 +450,23 @@ std::vector<FileRecord> LocalFiles::formerFiles(const std::string& label) {
   if (label.empty() || !isOfProject_) return former;
   std::set<std::pair<std::string, std::string>> present;
   for (const FileRecord& each : files_) present.emplace(each.archive, each.path);
-  const LabelList list = labelList(label);
-  for (const LabelledFile& each : list.files()) {
-    const FileRecord file{each.path, each.archive, ""};
-    if (present.contains({file.archive, file.path})) continue;
+  const auto tried = [&](const auto& step) {
     try {
-      if (historyOf(file).withLabel(label) != nullptr) former.push_back(file);
+      step();
     } catch (const Problem& problem) {
       session_.output().problem(problem);
     }
-  }
+  };
+  tried([&] {
+    const LabelList list = labelList(label);
+    for (const LabelledFile& each : list.files()) {
+      const FileRecord file{each.path, each.archive, ""};
+      if (present.contains({file.archive, file.path})) continue;
+      tried([&] {
+        if (historyOf(file).withLabel(label) != nullptr) former.push_back(file);
+      });
+    }
+  });
   return former;
 }
 

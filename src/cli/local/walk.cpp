@@ -8,6 +8,7 @@
 
 #include "cli/local/directory.h"
 #include "cli/local/ignore.h"
+#include "cli/problem.h"
 #include "cli/session.h"
 #include "cli/text/paths.h"
 #include "cli/text/text.h"
@@ -110,7 +111,7 @@ class Walk {
 
 void tellUnreadable(Session& session, const PassedOver& passed) {
   for (const std::string& path : passed.unreadable) {
-    session.output().problem({session.fromHere(path), "can't be read", "see who owns it"});
+    session.output().problem(closed(session.fromHere(path), session.fromHere(os::thereOf(path))));
   }
 }
 

@@ -260,12 +260,14 @@ void Output::problem(const Problem& problem) {
     errors_.emplace_back(Fields{{"file", problem.what},
                                 {"status", status},
                                 {"what", problem.what},
-                                {"why", problem.why},
+                                {"why", reasonOf(problem)},
                                 {"try", commandsIn(problem.todo)}});
     return;
   }
+  if (!problem.above.empty() && !toldAbove_.insert(problem.above).second) return;
+  const std::string& what = problem.above.empty() ? problem.what : problem.above;
   std::string text = coloured("trevault:", Colour::kBoldRed);
-  text += fmt::format(" {}: {}", shown(problem.what), problem.why);
+  text += fmt::format(" {}: {}", shown(what), problem.why);
   if (!problem.todo.empty()) text += "; " + problem.todo;
   if (manner_.verbose && problem.status != 0)
     text += fmt::format(" (engine status {})", problem.status);

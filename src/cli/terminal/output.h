@@ -6,6 +6,7 @@
 #pragma once
 
 #include <cstdint>
+#include <set>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -125,6 +126,7 @@ class Output {
   Fields document_;
   std::vector<Value> items_;
   std::vector<Value> errors_;
+  std::set<std::string> toldAbove_;  // See Problem::above.
   bool isHinted_ = false;
   bool isStopped_ = false;
   Exit worst_ = Exit::kDone;

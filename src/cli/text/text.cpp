@@ -33,11 +33,6 @@ size_t sequenceAt(std::string_view text) {
 
 char lowerCase(char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c; }
 
-bool differsInCaseOnly(std::string_view left, std::string_view right) {
-  return std::equal(left.begin(), left.end(), right.begin(), right.end(),
-                    [](char a, char b) { return lowerCase(a) == lowerCase(b); });
-}
-
 // How many letters must be put in, left out or changed.
 size_t distance(std::string_view from, std::string_view to) {
   std::vector<size_t> row(to.size() + 1);
@@ -186,11 +181,16 @@ std::vector<std::string> table(const std::vector<std::vector<std::string>>& rows
   return lines;
 }
 
+bool equalsButForCase(std::string_view left, std::string_view right) {
+  return std::equal(left.begin(), left.end(), right.begin(), right.end(),
+                    [](char a, char b) { return lowerCase(a) == lowerCase(b); });
+}
+
 std::string nearest(std::string_view word, const std::vector<std::string>& known) {
   std::string best;
   size_t least = word.size() / 3 + 1;
   for (const std::string& each : known) {
-    if (differsInCaseOnly(word, each)) return each;
+    if (equalsButForCase(word, each)) return each;
     const size_t far = distance(word, each);
     if (far >= least) continue;
     least = far;

@@ -42,6 +42,9 @@ std::string padded(std::string_view text, size_t columns);
 // of a line.
 std::vector<std::string> table(const std::vector<std::vector<std::string>>& rows);
 
+// Whether the texts are the same, but for the letter case of ASCII's letters.
+bool equalsButForCase(std::string_view left, std::string_view right);
+
 // The one of `known` that `word` may have been meant for: one that differs in case only, or so near
 // that at most a third of its letters differ. Empty for none.
 std::string nearest(std::string_view word, const std::vector<std::string>& known);
