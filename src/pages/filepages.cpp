@@ -124,6 +124,14 @@ class FilePage {
   }
 
   void writeTable(const Revisions& revisions, bool asks) {
+    const size_t left = revisions.size() - writeRows(revisions, asks);
+    if (left > 0) {
+      writeNothing(html_, cli::counted(left, "more revision") + "; " + toldBy("log", path()));
+    }
+  }
+
+  // Gives how many.
+  size_t writeRows(const Revisions& revisions, bool asks) {
     std::map<std::string, const cli::RevisionInfo*> newestOf;  // By branch, so far.
     std::map<const cli::RevisionInfo*, const cli::RevisionInfo*> parents;
     for (const cli::RevisionInfo& each : archive_.history.revisions()) {
@@ -135,12 +143,8 @@ class FilePage {
     }
     const size_t start = html_.written().size();
     const auto list = html_.in("ol", {{"class", "log"}});
-    for (size_t i = 0; i < revisions.size(); ++i) {
-      if (isFull(html_, start)) {
-        return html_.put(
-            "li", {{"class", "rest"}},
-            cli::counted(revisions.size() - i, "more revision") + "; " + toldBy("log", path()));
-      }
+    size_t i = 0;
+    for (; i < revisions.size() && !isFull(html_, start); ++i) {
       const cli::RevisionInfo& each = *revisions[i];
       const auto row = html_.in("li", {{"id", each.number}});
       if (asks) {
@@ -150,6 +154,7 @@ class FilePage {
       }
       writeRevision(each, parents[&each]);
     }
+    return i;
   }
 
   void writeChoice(std::string_view side, const cli::RevisionInfo& revision, bool isChosen) {

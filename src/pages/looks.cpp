@@ -43,7 +43,7 @@ h2{font-size:1.1rem;font-weight:600;margin:2rem 0 .7rem}
 p{margin:0 0 .5rem}
 .summary,.muted,time,.count{color:var(--muted)}
 .summary{margin-bottom:1.3rem}
-.nothing{color:var(--muted);padding:2rem 1rem;text-align:center;border:1px dashed var(--line);
+.nothing{color:var(--muted);margin:1rem 0;padding:2rem 1rem;text-align:center;border:1px dashed var(--line);
 border-radius:8px}
 .problem{background:var(--lock);color:var(--lock-ink);border:1px solid var(--lock-line);
 border-radius:8px;padding:.7rem 1rem;margin:.8rem 0;overflow-wrap:anywhere}

@@ -273,7 +273,7 @@ def check_hostile(pages):
 PROBE = """<script>addEventListener('load',()=>{const found=[];
 const width=document.documentElement.clientWidth;
 if(document.documentElement.scrollWidth>width)found.push('wider than the window');
-for(const all of document.querySelectorAll('.files li,.log li,.list tr,.events>li,.trail,.tabs,.facts,.cards')){
+for(const all of document.querySelectorAll('.files li,.log li,.list tr,.events>li,.trail,.tabs,.facts,.cards,.both,.sides tr')){
 const boxes=[...all.children].map(e=>[e,e.getBoundingClientRect()]).filter(([e,b])=>b.width&&b.height);
 boxes.forEach(([e,a],i)=>{if(a.right>width+1)found.push(e.className+' out of the window');
 for(const [o,b] of boxes.slice(i+1))if(a.left<b.right-1&&b.left<a.right-1&&a.top<b.bottom-1&&b.top<a.bottom-1)
@@ -286,18 +286,18 @@ WIDTHS = (360, 800, 1400)
 
 
 def check_looks(chromium, top, pages):
-    """One of each kind of page, with the probe in it, in frames of all widths."""
-    kinds = {name.split("/")[1] if "/" in name else name: name for name in sorted(pages)}
+    """One of each kind of page of each project, with the probe in it, in frames of all widths."""
+    kinds = {(*name.split("/")[:2], "/line.txt/" in name): name for name in sorted(pages)}
     around = AROUND
-    for kind, name in kinds.items():
-        copy = top / pathlib.PurePosixPath(name).parent / ("probe_%s.html" % kind.partition(".")[0])
+    for name in kinds.values():
+        copy = (top / name).with_name("probe_" + pathlib.PurePosixPath(name).name)
         copy.write_text((top / name).read_text("utf-8") + PROBE, "utf-8")
         for width in WIDTHS:
             around += '<iframe src="%s" width=%d height=900></iframe>' % (copy.as_uri(), width)
     (top / "around.html").write_text(around, "utf-8")
     run = subprocess.run([chromium, "--headless", "--no-sandbox", "--disable-gpu", "--enable-logging=stderr",
                           "--window-size=1500,900", "--virtual-time-budget=10000", "--dump-dom",
-                          (top / "around.html").as_uri()], capture_output=True, text=True, timeout=100)
+                          (top / "around.html").as_uri()], capture_output=True, text=True, timeout=300)
     told = json.loads(html.unescape(run.stdout.partition("<title>")[2].partition("</title>")[0] or "[]"))
     expect(len(told) == len(kinds) * len(WIDTHS), "%d pages were looked at" % len(told))
     FAULTS.extend(each for each in told if not each.endswith(": "))
