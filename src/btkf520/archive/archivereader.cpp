@@ -24,7 +24,7 @@ constexpr uint64_t kPiece = 128 << 10;
 // zstd unpacks a block of four bytes or more to 128 KiB at most.
 constexpr int kLargestRatioLog = 15;
 // So many files may have what was cut off one archive.
-constexpr int kCutFiles = 10;
+constexpr int kCutFiles = 1000;
 // What a writer makes needs less than a hundred frames for any content, however many there are.
 constexpr size_t kMostFrames = 256;
 
@@ -221,7 +221,7 @@ bool ArchiveReader::hasTornEnd(bool isToRead) {
   return !isAtWork && file_.refresh() && file_.status() == before;
 }
 
-// Of several names the first that is free, else the last.
+// Under the first name that is free: what was cut off before stays.
 FileResult ArchiveReader::keepTornEnd(std::string* name) const {
   os::SiblingFile kept;
   FileResult result = FileResult::kExists;
@@ -229,14 +229,12 @@ FileResult ArchiveReader::keepTornEnd(std::string* name) const {
     *name = os::nameBeside(file_.place().name(), os::kCutMark, number);
     const os::Place place = file_.place().beside(*name);
     os::File other;
-    const bool isLast = number + 1 == kCutFiles;
-    if (!isLast && other.open(place, os::File::Access::kRead) != FileResult::kMissing) continue;
+    if (other.open(place, os::File::Access::kRead) != FileResult::kMissing) continue;
     result = kept.open(place, os::SiblingFile::Others::kExcluded);
     if (result != FileResult::kDone) break;
     result = kept.copy(file_, end_.offset, file_.size() - end_.offset);
     if (result != FileResult::kDone) break;
-    result = kept.finish(isLast ? os::SiblingFile::Naming::kReplace : os::SiblingFile::Naming::kNew,
-                         os::SiblingFile::Safety::kOnDisk, nullptr);
+    result = kept.finish(os::SiblingFile::Naming::kNew, os::SiblingFile::Safety::kOnDisk, nullptr);
   }
   return result;
 }
