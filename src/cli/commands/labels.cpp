@@ -172,33 +172,9 @@ class Labels : public FileCommand {
 
  private:
   void work() override {
-    struct Known {
-      size_t files = 0;
-      std::string newest, revision;
-      std::string branch;  // That it floats with in some file.
-    };
-    std::map<std::string, Known> labels;
     const auto files = chosen();
     const bool isOne = files.size() == 1 && !names_.empty();
-    forEach(files, [&](const FileRecord& file) {
-      if (isOne || !output().isText()) {
-        for (const auto& [name, branch] : floatingLabels(file.archive, shownPath(file))) {
-          labels[name].branch = branch;
-        }
-      }
-      for (const RevisionInfo& revision : local().historyOf(file).revisions()) {
-        for (const std::string& name : revision.labels) {
-          Known& known = labels[name];
-          ++known.files;
-          known.newest = std::max(known.newest, revision.time);
-          known.revision = revision.number;
-        }
-      }
-    });
-    for (auto& [name, known] : labels) {
-      if (!isWhole()) break;
-      known.files += formerOf(name);
-    }
+    const auto labels = labelsOf(files, isOne || !output().isText());
     std::vector<std::vector<std::string>> rows;
     std::vector<Fields> items;
     std::string names;
@@ -216,6 +192,35 @@ class Labels : public FileCommand {
     if (isNull_) return output().bytes(names);
     output().results(items, rows);
     if (rows.empty()) tellNothing("no labels");
+  }
+
+  struct Known {
+    size_t files = 0;
+    std::string newest, revision;
+    std::string branch;  // That it floats with in some file.
+  };
+
+  std::map<std::string, Known> labelsOf(const Files& files, bool asksForBranches) {
+    std::map<std::string, Known> labels;
+    forEach(files, [&](const FileRecord& file) {
+      if (asksForBranches) {
+        for (const auto& [name, branch] : floatingLabels(file.archive, shownPath(file))) {
+          labels[name].branch = branch;
+        }
+      }
+      for (const RevisionInfo& revision : local().historyOf(file).revisions()) {
+        for (const std::string& name : revision.labels) {
+          Known& known = labels[name];
+          ++known.files;
+          known.newest = std::max(known.newest, revision.time);
+          known.revision = revision.number;
+        }
+      }
+    });
+    for (auto& [name, known] : labels) {
+      if (isWhole()) known.files += formerOf(name);
+    }
+    return labels;
   }
 
   static std::string floatText(const std::string& branch) {

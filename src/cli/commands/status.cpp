@@ -58,6 +58,11 @@ class Status : public FileCommand {
     std::string word, path, here, remark;
   };
 
+  // Of one file.
+  struct Said {
+    std::string word, remark;
+  };
+
   void add(Fields item, const std::string& word, Row row) {
     ++counts_[word];
     item.insert(item.begin() + 1, {"state", word});
@@ -77,34 +82,14 @@ class Status : public FileCommand {
     const bool isMine = lock != nullptr && lock->user == local().user();
     const bool isBehind = !told.followed.empty() && told.followed != here;
     const bool isLost = state != nullptr && state->isLockedFromHere && !isMine;
-    std::string word;
-    std::string remark;
-    if (isLost) {
-      word = "lost";
-      remark = standing == Standing::kChanged ? "changed" : "unchanged";
-      remark += ", and your lock was taken back; ";
-      remark += lock == nullptr ? "nobody has it now" : noted(lock->user + " has it now", *lock);
-    } else if (standing == Standing::kUnknown) {
-      word = "unknown";
-      const LockInfo* const mine = ownLock(told);
-      if (mine != nullptr) remark = fmt::format("you have locked {}, and ", mine->number);
-      const bool isOther = os::directoryState(local().pathOf(file).c_str()).has_value();
-      remark += isOther ? "a directory is there" : "no revision is known that it came from";
-    } else if (standing == Standing::kMissing) {
-      word = "missing";
-      remark = lockText(lock);
-    } else if (standing == Standing::kChanged) {
-      word = "changed";
-      remark = lock == nullptr ? "not locked" : lockText(lock);
-      if (isBehind) remark += fmt::format(", newer: {} by {}", told.followed, told.author);
-    } else if (isBehind) {
-      word = "behind";
-      remark = fmt::format("{} by {}, {}", told.followed, told.author, told.time.substr(0, 16));
-      if (lock != nullptr) remark += ", " + lockText(lock);
-    } else {
-      word = isMine ? "locked" : "same";
-      remark = isMine ? lock->note : lockText(lock);
-    }
+    const auto [word, remark] = [&]() -> Said {
+      if (isLost) return {"lost", lostText(standing, lock)};
+      if (standing == Standing::kUnknown) return {"unknown", unknownText(file, told)};
+      if (standing == Standing::kMissing) return {"missing", lockText(lock)};
+      if (standing == Standing::kChanged) return {"changed", changedText(told, lock, isBehind)};
+      if (isBehind) return {"behind", behindText(told, lock)};
+      return isMine ? Said{"locked", lock->note} : Said{"same", lockText(lock)};
+    }();
     if (word == "same" && !isAll_) {
       ++counts_[word];
       return;
@@ -119,6 +104,32 @@ class Status : public FileCommand {
          {"lockers", lockersOf(told, here)},
          {"lock", lock == nullptr ? Value() : fieldsOf(*lock)}},
         word, {"", shownPath(file), here.empty() ? "-" : here, remark});
+  }
+
+  static std::string lostText(Standing standing, const LockInfo* lock) {
+    return fmt::format(
+        "{}, and your lock was taken back; {}",
+        standing == Standing::kChanged ? "changed" : "unchanged",
+        lock == nullptr ? "nobody has it now" : noted(lock->user + " has it now", *lock));
+  }
+
+  std::string unknownText(const FileRecord& file, const Told& told) const {
+    const LockInfo* const mine = ownLock(told);
+    const bool isOther = os::directoryState(local().pathOf(file).c_str()).has_value();
+    return (mine == nullptr ? "" : fmt::format("you have locked {}, and ", mine->number)) +
+           (isOther ? "a directory is there" : "no revision is known that it came from");
+  }
+
+  std::string changedText(const Told& told, const LockInfo* lock, bool isBehind) const {
+    const std::string text = lock == nullptr ? "not locked" : lockText(lock);
+    if (!isBehind) return text;
+    return fmt::format("{}, newer: {} by {}", text, told.followed, told.author);
+  }
+
+  std::string behindText(const Told& told, const LockInfo* lock) const {
+    const std::string text =
+        fmt::format("{} by {}, {}", told.followed, told.author, told.time.substr(0, 16));
+    return lock == nullptr ? text : text + ", " + lockText(lock);
   }
 
   // The user's own, else another's.

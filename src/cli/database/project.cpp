@@ -343,44 +343,51 @@ void refuseUnstorable(const std::string& path) {
                 "rename it"};
 }
 
+namespace {
+
+// Into one folder, or the project for "".
+void addTo(TVProjectFolderHandle& project, const foldapi::TVLockScope& scope,
+           const std::string& folderName, const std::vector<const FileRecord*>& files,
+           const Project::Failed& failed) {
+  TVArchiveFolderHandle folder;
+  if (!folderName.empty()) folder = findFolder(project, folderName);
+  TVHandle& parent = folder.isNull() ? static_cast<TVHandle&>(project) : folder;
+  const std::string directory =
+      folder.isNull() ? ""
+                      : directoryOf(*folder.as<TVArchiveFolder>(), native(project.privateDir()));
+  std::vector<const FileRecord*> told;
+  std::vector<foldapi::TVMemberNames> names;
+  for (const FileRecord* file : files) {
+    try {
+      names.push_back(namesOf(*file, directory));
+      told.push_back(file);
+    } catch (const Problem& problem) {
+      failed(*file, problem);
+    }
+  }
+  const Opened open(parent);
+  const auto made = TVArchiveMemberHandle::createAll(
+      names, parent, {.scope = const_cast<foldapi::TVLockScope&>(scope)});
+  for (size_t i = 0; i < made.size(); ++i) {
+    if (!made[i].isNull()) continue;
+    failed(*told[i], {told[i]->path, withMessages("its record could not be stored"), "try again"});
+  }
+}
+
+}  // namespace
+
 void Project::addFiles(const std::vector<FileRecord>& files, const Failed& failed) {
   Messages::instance().forget();
   TVProjectFolderHandle& handle = impl_->opened();
-  const std::string top = workDirectory();
   const foldapi::TVLockScope scope(handle);
   if (!scope.holds(handle)) {
     throw Problem{name(), withMessages("its list of files can't be changed now"), "try again"};
   }
-  const auto addTo = [&](const std::string& name, const std::vector<const FileRecord*>& chosen) {
-    TVArchiveFolderHandle folder;
-    if (!name.empty()) folder = findFolder(handle, name);
-    TVHandle& parent = folder.isNull() ? static_cast<TVHandle&>(handle) : folder;
-    const std::string directory =
-        folder.isNull() ? "" : directoryOf(*folder.as<TVArchiveFolder>(), top);
-    std::vector<const FileRecord*> told;
-    std::vector<foldapi::TVMemberNames> names;
-    for (const FileRecord* file : chosen) {
-      try {
-        names.push_back(namesOf(*file, directory));
-        told.push_back(file);
-      } catch (const Problem& problem) {
-        failed(*file, problem);
-      }
-    }
-    const Opened open(parent);
-    const auto made = TVArchiveMemberHandle::createAll(
-        names, parent, {.scope = const_cast<foldapi::TVLockScope&>(scope)});
-    for (size_t i = 0; i < made.size(); ++i) {
-      if (!made[i].isNull()) continue;
-      failed(*told[i],
-             {told[i]->path, withMessages("its record could not be stored"), "try again"});
-    }
-  };
   std::map<std::string, std::vector<const FileRecord*>> byFolder;
   for (const FileRecord& file : files) byFolder[file.folder].push_back(&file);
   for (const auto& [folder, chosen] : byFolder) {
     try {
-      addTo(folder, chosen);
+      addTo(handle, scope, folder, chosen, failed);
     } catch (const Problem& problem) {
       for (const FileRecord* file : chosen) failed(*file, problem);
     }
