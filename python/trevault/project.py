@@ -2,6 +2,7 @@
 from __future__ import annotations
 
 import contextlib
+import functools
 import os
 import pathlib
 import re
@@ -13,7 +14,7 @@ from ._library import (LOCK, Name, PathText, Text, as_text, check, decoded, enco
 from ._native import ffi, lib
 from ._nodes import Children, Life, Parent
 from .archive import Archive
-from .errors import DatabaseError, Error, GroupError, Status, error_of
+from .errors import ClosedError, DatabaseError, Error, GroupError, Status, error_of
 from .values import Directive
 
 if TYPE_CHECKING:
@@ -51,6 +52,13 @@ class _New(NamedTuple):
 def _plain(path: bytes) -> bytes:
     """A path as a record has it: one separator between two names."""
     return re.sub(rb"(?<=.)[/\\]+", b"/", path)
+
+
+def _keep_made(archive: Archive, new: _New) -> None:
+    """A group's end: without its archive a file is not in the project."""
+    with contextlib.suppress(ClosedError):
+        if not os.path.exists(new.archive):
+            archive.remove()
 
 
 class Holder(Parent):
@@ -155,6 +163,8 @@ class Holder(Parent):
                 failures.append(DatabaseError(message or "%s: no record could be stored" % subject))
             elif os.fsencode(archive.workfile) == each.place:
                 added.append(archive)
+                if self.project.database.is_in_group:
+                    self.project.database.settle(functools.partial(_keep_made, archive, each))
                 continue
             else:
                 archive.remove()

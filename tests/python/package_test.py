@@ -489,6 +489,12 @@ class Adding(TeamTest):
         with self.assertRaises(KeyboardInterrupt), self.db.group():
             self.project.add_all(some())
         self.assertEqual("1.0", self.project.archives["begun.c"].tip.number)
+        with self.assertRaises(trevault.GroupError), self.db.group():
+            self.project.add(self.write("lost.c", "x"), self.top / "lost/lost.c_v")
+            self.project.add(self.write("kept.c", "x"))
+            shutil.rmtree(self.top / "lost")
+        self.assertEqual((False, True), ("lost.c" in self.project.archives,
+                                         "kept.c" in self.project.archives))
 
     def test_a_folder_takes_files_of_its_directory(self):
         folder = self.make_folder()
