@@ -175,10 +175,11 @@ class Holder(Parent):
         return added, failures
 
     def add_existing(self, file: PathText, archive: PathText) -> Archive:
-        """Gives a file, of which a relative path begins at the work directory, a record
-        that pairs it with an archive. Neither is looked at. Raises DatabaseError."""
+        """Gives a file, of which a relative path begins at the work directory, a record that pairs
+        it with an archive. Neither is looked at: a `file` that is no pathlib.Path is a text of the
+        database. Raises DatabaseError."""
         with LOCK:
-            record = os.fsencode(file)
+            record = encoded(os.fsencode(file) if isinstance(file, os.PathLike) else file)
             (found,), message = self._store([(record, path_bytes(archive))])
             if found is None:
                 raise DatabaseError(message or "%s: no record could be stored" % decoded(record))

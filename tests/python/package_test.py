@@ -231,6 +231,8 @@ class Work(TeamTest):
         named = self.db.projects["Pump"].archives["Büro.txt"]
         self.assertEqual(("Büro.txt", self.work / odd), (named.name, named.workfile))
         self.assertEqual("Büro.txt", named.name_in_project)
+        twin = self.db.projects["Pump"].add_existing("copy/" + named.name_in_project, named.path)
+        self.assertEqual(b"B\xfcro.txt", twin.raw_name)
         calls = {"NUL": lambda: self.db.projects["Pump\0"],
                  "'日'.*cp1252": lambda: named.label("B日"),
                  "sur.*utf-8": lambda: named.check_out("sur\ud800")}
