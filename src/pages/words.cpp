@@ -5,7 +5,6 @@
 #include <algorithm>
 #include <cstddef>
 #include <cstdint>
-#include <ranges>
 
 #include "cli/text/text.h"
 
@@ -71,14 +70,12 @@ class Common {
   std::vector<uint16_t> lengths_;
 };
 
-// How many bytes both begin with that are whole words; from their ends where these are what is gone
-// through.
-template <typename Letters>
-size_t sameStart(const Letters& first, const Letters& second) {
-  const auto [end, other] = std::mismatch(first.begin(), first.end(), second.begin(), second.end());
-  auto same = end - first.begin();
+// How many bytes both ranges begin with that are whole words.
+template <typename Letter>
+size_t sameStart(Letter first, Letter firstEnd, Letter second, Letter secondEnd) {
+  auto same = std::mismatch(first, firstEnd, second, secondEnd).first - first;
   const auto isBefore = [&](Kind kind) {
-    const char& c = *(first.begin() + same - 1);
+    const char& c = *(first + same - 1);
     return (static_cast<unsigned char>(c) >= 0x80 ? Kind::kWord : kindOf({&c, 1})) == kind;
   };
   while (same > 0 && isBefore(Kind::kWord)) --same;
@@ -116,12 +113,10 @@ void addChanged(std::string_view first, std::string_view second, Pieces* pieces)
 }  // namespace
 
 Pieces changedWords(std::string_view first, std::string_view second) {
-  const size_t start = sameStart(first, second);
-  const auto reversed = [&](std::string_view line) {
-    line.remove_prefix(start);
-    return std::ranges::subrange(line.rbegin(), line.rend());
-  };
-  const size_t end = sameStart(reversed(first), reversed(second));
+  const size_t start = sameStart(first.begin(), first.end(), second.begin(), second.end());
+  const auto rest = static_cast<std::ptrdiff_t>(start);
+  const size_t end =
+      sameStart(first.rbegin(), first.rend() - rest, second.rbegin(), second.rend() - rest);
   Pieces pieces;
   add(first.substr(0, start), false, &pieces.first);
   add(second.substr(0, start), false, &pieces.second);
