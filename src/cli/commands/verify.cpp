@@ -4,7 +4,9 @@
 
 #include <algorithm>
 #include <exception>
+#include <functional>
 #include <set>
+#include <utility>
 
 #include "btkf520/btkf520.h"
 #include "cli/commands/commands.h"
@@ -63,24 +65,42 @@ class Verify : public FileCommand {
 
   void verifyHere() {
     for (const FileRecord* file : chosen()) verify(*file, shownPath(*file));
-    if (isWhole()) lookForUnnamed(session().project());
+    if (isWhole() && nameAll()) lookForUnnamed(session().project().archiveDirectories());
   }
 
   void verifyAll() {
+    std::vector<std::string> directories;
+    const bool areAll = forEachProject([&](const Project& project) {
+      project.useConfiguration();
+      attachEngine(trustsConfigurations);
+      for (const FileRecord& file : project.files()) {
+        named_.insert(file.archive);
+        verify(file, fmt::format("{}: {}", shown(project.name()), shown(file.path)));
+      }
+      for (std::string& each : project.archiveDirectories()) directories.push_back(each);
+    });
+    if (areAll) lookForUnnamed(directories);
+  }
+
+  bool nameAll() {
+    return forEachProject([&](const Project& project) {
+      for (const FileRecord& file : project.files()) named_.insert(file.archive);
+    });
+  }
+
+  // False, after it was told, if one can't be read: any archive may be one of its own.
+  bool forEachProject(const std::function<void(const Project& project)>& take) {
+    bool areAll = true;
     Database& database = session().database();
     for (const std::string& name : database.projects()) {
       try {
-        const Project project = database.open(name);
-        project.useConfiguration();
-        attachEngine(trustsConfigurations);
-        for (const FileRecord& file : project.files()) {
-          verify(file, fmt::format("{}: {}", shown(name), shown(file.path)));
-        }
-        lookForUnnamed(project);
+        take(database.open(name));
       } catch (const Problem& problem) {
         output().problem(problem);
+        areAll = false;
       }
     }
+    return areAll;
   }
 
   void verify(const FileRecord& file, const std::string& path) {
@@ -105,12 +125,17 @@ class Verify : public FileCommand {
           output().manner().verbose ? fmt::format("{}  {}", path, counted(revisions, "revision"))
                                     : "");
     } catch (const Problem& problem) {
-      ++(problem.status == TRVS_NO_ARCHIVE ? missing_ : damaged_);
-      output().result({{"file", file.path},
-                       {"state", problem.status == TRVS_NO_ARCHIVE ? "missing" : "damaged"}},
-                      "");
+      const auto [count, state] = countedAs(problem.status);
+      ++*count;
+      output().result({{"file", file.path}, {"state", state}}, "");
       output().problem(problem);
     }
+  }
+
+  std::pair<size_t*, const char*> countedAs(int32_t status) {
+    if (status == TRVS_NO_ARCHIVE) return {&missing_, "missing"};
+    if (status == TRVS_CANNOT_OPEN) return {&unreadable_, "unreadable"};
+    return {&damaged_, "damaged"};
   }
 
   void tellDamaged(const FileRecord& file, const std::string& path,
@@ -131,20 +156,15 @@ class Verify : public FileCommand {
                       TRVS_TORN_END});
   }
 
-  // In the archive directories of this project; other projects may use them too.
-  void lookForUnnamed(const Project& project) {
-    std::set<std::string> named;
-    Database& database = session().database();
-    for (const std::string& name : database.projects()) {
-      for (const FileRecord& file : database.open(name).files()) named.insert(file.archive);
-    }
-    for (const std::string& directory : project.archiveDirectories()) {
+  // Several projects may use a directory.
+  void lookForUnnamed(const std::vector<std::string>& directories) {
+    for (const std::string& directory : directories) {
       walk(directory, ".", Ignoring::kNot, [&](const std::string& below) {
         const std::string archive = joined(directory, below);
         char owner[256];
         const bool isArchive =
             TrvsGetOwner(TRVS_CONTEXT, archive.c_str(), owner, sizeof owner) == TRVS_DONE;
-        if (named.contains(archive) || !isArchive || !unnamed_.insert(archive).second) return;
+        if (named_.contains(archive) || !isArchive || !unnamed_.insert(archive).second) return;
         output().result(
             {{"archive", archive}, {"state", "unnamed"}},
             fmt::format("{}  in no project; 'trevault import' takes it", shown(archive)));
@@ -157,6 +177,7 @@ class Verify : public FileCommand {
     if (damaged_ > 0) faults.push_back(counted(damaged_, "file") + " damaged");
     if (torn_ > 0) faults.push_back(counted(torn_, "file") + " with a torn end");
     if (missing_ > 0) faults.push_back(counted(missing_, "archive") + " missing");
+    if (unreadable_ > 0) faults.push_back(counted(unreadable_, "archive") + " not readable");
     if (files_ == 0 && output().hasProblems()) return;
     output().line(fmt::format("verified {}, {}: {}", counted(files_, "file"),
                               counted(revisions_, "revision"),
@@ -169,6 +190,8 @@ class Verify : public FileCommand {
   size_t damaged_ = 0;
   size_t torn_ = 0;
   size_t missing_ = 0;
+  size_t unreadable_ = 0;
+  std::set<std::string> named_;  // Archives, by some project.
   std::set<std::string> unnamed_;
 };
 
