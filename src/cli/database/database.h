@@ -82,6 +82,8 @@ class Project {
   // Throws Problem if a data file that files() was made from was cut off or emptied: nobody knows
   // then what else the project has, and the next edit of the file drops what shows that.
   void refuseCut() const;
+  // The same if a folder has no list, though it had files.
+  void refuseLostList(const std::string& folder) const;
   // What files() was made from, in lines: so long as isStill() says so of them, the list is the
   // same, but for names on the disk that differ in letter case alone: see isNamed(). Empty if that
   // can't be told, as where a file changed just now.

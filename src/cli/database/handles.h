@@ -52,7 +52,8 @@ struct Project::Impl {
   // Throws Problem if the team's directory, list or configuration is not there any more: an open
   // would make the directory again, and hide a share that is to be mounted.
   void refuseLost() const;
-  void refuseDamage() const;
+  // The same if the list, or a folder's, can't be read.
+  void refuseDamage();
 };
 
 }  // namespace cli

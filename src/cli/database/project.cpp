@@ -104,6 +104,11 @@ void takeMembers(TVHandle& parent, const std::string& top, const std::string& fo
   });
 }
 
+bool isMissing(const std::string& path) {
+  os::FileStatus status;
+  return os::readStatus(path.c_str(), &status) == os::FileResult::kMissing;
+}
+
 }  // namespace
 
 Project::Project() = default;
@@ -133,10 +138,8 @@ void Project::Impl::refuseLost() const {
   const std::string& name = project->folderName().str();
   const auto refuse = [&name](const char* what, const VString& text, const std::string& todo) {
     const std::string path = native(text);
-    os::FileStatus status;
-    const bool isLost =
-        !path.empty() && os::readStatus(path.c_str(), &status) == os::FileResult::kMissing;
-    if (isLost) throw Problem{name, fmt::format("its {} {} is gone", what, shown(path)), todo};
+    if (path.empty() || !isMissing(path)) return;
+    throw Problem{name, fmt::format("its {} {} is gone", what, shown(path)), todo};
   };
   const std::string remove = fmt::format("'trevault project remove {}'", shellWord(name));
   refuse("directory", project->storageDir(foldapi::Side::kPublic),
@@ -145,11 +148,22 @@ void Project::Impl::refuseLost() const {
   refuse("configuration", project->projectConfig().path.text(), "restore it from a back-up");
 }
 
-// What was not read must not look like what a colleague took off the project.
-void Project::Impl::refuseDamage() const {
-  if (damage.empty()) return;
-  throw Problem{handle.as<TVProjectFolder>()->folderName().str(), damage,
-                "try again, or restore it from a back-up"};
+// What was not read must not look like what a colleague took off the project. A folder gets its
+// directory when it is made, and its list with its first file.
+void Project::Impl::refuseDamage() {
+  const std::string& name = handle.as<TVProjectFolder>()->folderName().str();
+  if (!damage.empty()) throw Problem{name, damage, "try again, or restore it from a back-up"};
+  forEach<TVArchiveFolder>(handle, [&](TVHandle& child) {
+    const auto* const folder = dynamic_cast<foldapi::TVArchiveFolder52*>(child.object());
+    const std::string path =
+        folder == nullptr ? "" : native(folder->storageDir(foldapi::Side::kPublic));
+    if (path.empty() || !isMissing(path)) return;
+    throw Problem{
+        name,
+        fmt::format("the directory {} of its folder {} is gone", shown(path),
+                    shown(folder->folderName().str())),
+        "restore it from a back-up, or make an empty one and 'trevault import' its files"};
+  });
 }
 
 const std::string& Project::name() const {
@@ -272,6 +286,17 @@ void Project::refuseCut() const {
   if (cut.empty()) return;
   throw Problem{shown(cut), "is cut off, and may have named files that the project seems to lack",
                 "restore it from a back-up, or 'trevault import' them"};
+}
+
+void Project::refuseLostList(const std::string& folder) const {
+  forEach<TVArchiveFolder>(impl_->opened(), [&](TVHandle& child) {
+    const auto* const owner = dynamic_cast<foldapi::TVArchiveFolder52*>(child.object());
+    if (owner == nullptr || owner->folderName().str() != folder) return;
+    const std::string list = native(owner->dataFiles().front());
+    if (!isMissing(list)) return;
+    throw Problem{shown(list), "is gone, and has named files that the project seems to lack",
+                  "restore it from a back-up, or 'trevault import' them"};
+  });
 }
 
 namespace {

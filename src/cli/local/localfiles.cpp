@@ -578,7 +578,7 @@ void LocalFiles::noteStored(const FileRecord& file, const std::string& revision,
 
 void LocalFiles::note(const FileRecord& file, const std::string& revision, const Stamp& stamp,
                       bool isLocked) {
-  state_.set(file.path, file.archive, {revision, stamp, isLocked});
+  state_.set(file, {revision, stamp, isLocked});
 }
 
 void LocalFiles::noteChanged(const FileRecord& file, const std::string& revision) {
@@ -597,7 +597,7 @@ void LocalFiles::follow(const std::string& follows, const std::string& group) {
 
 void LocalFiles::rename(const FileRecord& file, const FileRecord& renamed) {
   const FileState* const state = stateOf(file);
-  if (state != nullptr) state_.set(renamed.path, renamed.archive, *state);
+  if (state != nullptr) state_.set(renamed, *state);
   state_.forget(file.path);
 }
 
@@ -622,6 +622,7 @@ bool LocalFiles::areGone(const std::vector<GoneFile>& gone) {
   if (gone.empty()) return true;
   try {
     session_.project().refuseCut();
+    for (const GoneFile& each : gone) session_.project().refuseLostList(each.file.folder);
     return true;
   } catch (const Problem& problem) {
     session_.output().problem(problem);
@@ -634,7 +635,7 @@ void LocalFiles::noteLock(const FileRecord& file, bool isLocked) {
   if (state == nullptr) return;
   FileState changed = *state;
   changed.isLockedFromHere = isLocked;
-  state_.set(file.path, file.archive, changed);
+  state_.set(file, changed);
 }
 
 }  // namespace cli

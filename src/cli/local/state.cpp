@@ -303,8 +303,9 @@ const Told* State::told(const std::string& path, const std::string& archive) con
   return entry == nullptr || !entry->told ? nullptr : &*entry->told;
 }
 
-void State::set(const std::string& path, const std::string& archive, FileState state) {
-  Entry& entry = entryFor(path, archive);
+void State::set(const FileRecord& file, FileState state) {
+  Entry& entry = entryFor(file.path, file.archive);
+  entry.folder = file.folder;
   entry.told.reset();
   entry.file = std::move(state);
 }

@@ -76,7 +76,7 @@ class State {
   // is asked about.
   const FileState* find(const std::string& path, const std::string& archive) const;
   const Told* told(const std::string& path, const std::string& archive) const;
-  void set(const std::string& path, const std::string& archive, FileState state);
+  void set(const FileRecord& file, FileState state);
   // What was told before counts for nothing once there is a revision here, or a lock, or none.
   void setTold(const std::string& path, const std::string& archive, Told told);
   void forget(const std::string& path);
