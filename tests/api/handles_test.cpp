@@ -26,11 +26,18 @@ enum Kind : unsigned {
   kItem = kBranch | kRevision | kLabel
 };
 
+template <typename Function>
+struct Called;
+template <typename Result, typename... Arguments>
+struct Called<Result(Arguments...)> {
+  using Pointer = Result(FOLDAPI_CALL*)(Arguments...);
+};
+
 // Functions of one form, by the handles that they are made for.
 template <typename Function>
 struct Row {
   unsigned on;
-  std::vector<Function*> calls;
+  std::vector<typename Called<Function>::Pointer> calls;
 };
 template <typename Function>
 using Rows = std::vector<Row<Function>>;
@@ -159,7 +166,7 @@ TEST_F(Handles, AreRefusedByFunctionsThatAreMadeForOthers) {
     const char* why;
     TVHandle* handle;
     unsigned kind;
-    const char* (*name)(TVHandle*);  // Not empty as long as the handle lives.
+    const char*(FOLDAPI_CALL* name)(TVHandle*);  // Not empty as long as the handle lives.
   } kinds[] = {
       {"root", root_, kRoot, GetRootPublicDir},
       {"project", project_, kProject | kFolder, GetProjectName},

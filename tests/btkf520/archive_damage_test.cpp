@@ -1,4 +1,5 @@
 // btkf520/archive_damage_test.cpp: damage is found, told, and never delivered.
+#include <fcntl.h>
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -608,6 +609,36 @@ TEST(ArchiveDamage, CostsNoOtherRevisions) {
     for (const std::string& number : gone) history.remove(number);
     history.expectWhole();
   }
+}
+
+// The last part that a reader follows to may be torn like any other. Nothing comes after it.
+TEST(ArchiveFile, HasNoMorePartsThanReadersFollow) {
+  const os_test::QuickSyncs quick;
+  History history;
+  history.checkIn("1", Contents(1).bytes(1 << 20));
+  const auto setOwner = [&](int change) {
+    const auto archive = history.toUpdate();
+    btkf::ArchiveModel model = archive->takeModel();
+    model.owner = change % 2 == 0 ? "ann" : "bob";
+    return archive->commit(std::move(model));
+  };
+  for (int part = 1; part < 1024; ++part) ASSERT_EQ(setOwner(part), TRVS_DONE);
+  const std::string full = history.file();
+  EXPECT_EQ(support::SlowArchive(full).part, 1023u);
+  {
+    const os_test::SystemCalls noNewFile([](const os_test::Call& call) {
+      return call.name == "open" && (call.flags & O_CREAT) != 0 ? EACCES : 0;
+    });
+    EXPECT_EQ(setOwner(0), TRVS_NEEDS_REWRITE);
+  }
+  EXPECT_TRUE(history.file() == full);
+  std::filesystem::resize_file(history.path(), full.size() - 1);
+  EXPECT_EQ(history.toRead()->model().owner, "ann");
+  support::writeFile(history.path(), full);
+  EXPECT_EQ(setOwner(0), TRVS_DONE);
+  EXPECT_EQ(support::SlowArchive(history.file()).part, 0u);
+  EXPECT_EQ(history.toRead()->model().owner, "ann");
+  EXPECT_EQ(history.toRead()->verify(nullptr), TRVS_DONE);
 }
 
 }  // namespace
