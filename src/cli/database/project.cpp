@@ -444,7 +444,7 @@ void Project::renameFile(const FileRecord& file, const std::string& path) {
       folder.isNull() ? "" : directoryOf(*folder.as<TVArchiveFolder>(), top);
   FileRecord renamed = file;
   renamed.path = path;
-  const foldapi::TVMemberNames names = namesOf(renamed, directory);
+  foldapi::TVMemberNames names = namesOf(renamed, directory);
   bool isDone = false;
   const Opened open(parent);  // What is not in memory would not be written again.
   {
@@ -452,6 +452,10 @@ void Project::renameFile(const FileRecord& file, const std::string& path) {
     TVArchiveMemberHandle member =
         scope.holds(parent) ? findMember(parent, top, file) : TVArchiveMemberHandle();
     if (!member.isNull() && names.areStorable(member)) {
+      // The archive stays as it is written: other systems may know it by that alone.
+      const auto before = member.as<TVArchiveMember>()->names();
+      names.archivePath = VPathString(before.archivePath);
+      names.archiveName = VPathString(before.archiveName);
       member.as<TVArchiveMember>()->setNames(names);
       parent.object()->setDirty(true);
       isDone = true;
