@@ -105,6 +105,10 @@ PlainPath::PlainPath(std::string_view path) {
     // Doubled slashes that are no share of the map are what this system takes them for: one.
     isValid_ = place != nullptr || path[0] == '/' || os::hasDrives();
     if (place != nullptr) path.remove_prefix(end);
+  } else if (os::hasDrives() && path.find_first_of("\\/") == 0) {
+    const std::string present =
+        os::currentDirectory();  // A file has one path: that with its drive.
+    if (hasDrive(present)) append(present.substr(0, 2));
   }
   if (place != nullptr) {
     append(*place);
