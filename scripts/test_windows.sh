@@ -81,7 +81,7 @@ test_machine() {
   for test in $(tests_of "$1"); do
     echo "$1: $test"
     wrap "$1" "${test}_test"
-    "$run/${test}_test" --gtest_brief=1
+    (cd "$build" && "$run/${test}_test" --gtest_brief=1)
   done
   echo "$1: archive example"
   tests/scripts/check_archive.sh "$run/archive"
@@ -109,10 +109,10 @@ check_walk() {
   rm -rf "$dir"
 }
 
-scripts/build.sh build exchange trevault
+scripts/build.sh build exchange team trevault walk
 native=$windows/native
 mkdir -p "$native"
-ln -sf "$source/build/trevault" "$source/build/tests/exchange" "$native"
+for program in tests/exchange team trevault walk; do ln -sf "$source/build/$program" "$native"; done
 for machine in $machines; do
   scripts/build_windows.sh "$machine"
   # shellcheck disable=SC2046,SC2086  # Lists of words.
@@ -124,7 +124,8 @@ for machine in $machines; do
   export WINEPREFIX="$windows/$machine/wine"
   if [ ! -d "$WINEPREFIX" ]; then
     /usr/lib/wine/wine64 wineboot -i > /dev/null 2>&1
-    [ "$machine" != i686 ] || ln -s "$wine_libraries/i386-windows"/* "$WINEPREFIX/drive_c/windows/syswow64"
+    [ "$machine" != i686 ] || ln -s "$wine_libraries/i386-windows"/* /usr/i686-w64-mingw32/lib/zlib1.dll \
+      "$WINEPREFIX/drive_c/windows/syswow64"
   fi
   # The tests' own files are in memory: they wait for the disk else, again and again.
   temporary=$WINEPREFIX/drive_c/users/$(id -un)/Temp
