@@ -215,6 +215,10 @@ void TVHash::rekey(VObject* value, uint64_t oldFingerprint) {
   }
 }
 
+void TVHash::foresee(const VObject* value) const {
+  if (chains_ != nullptr) chains_->prefetchTag(tagOfFingerprint(value->fingerprint()));
+}
+
 void TVHash::expectRemovals() {
   if (chains_ != nullptr) chains_->dropIndex();
 }

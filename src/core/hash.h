@@ -100,6 +100,8 @@ class TVHash : public VObject {
   void noteOrder() { hasChanged_ = false; }
   void noteChange() { hasChanged_ = true; }
 
+  // Says that `value` will be looked for soon: makes that faster.
+  void foresee(const VObject* value) const;
   // Says that most values are about to be removed, as a walk meets them: makes that faster.
   void expectRemovals();
 

@@ -41,6 +41,10 @@ ChainPlace ChainStore::locate(const ChainKey& key) const {
   return place;
 }
 
+void ChainStore::prefetchTag(uint32_t tag) const {
+  if (large_ != nullptr) large_->prefetchTag(tag);
+}
+
 uint32_t ChainStore::chainLength(int32_t bucket) const {
   if (large_ != nullptr) return large_->chainLength(bucket);
   const Range range = chain(bucket);

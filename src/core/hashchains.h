@@ -65,6 +65,8 @@ class ChainStore {
   int size() const;
   // The first entry of the key's chain that matches.
   ChainPlace locate(const ChainKey& key) const;
+  // Says that a tag is about to be looked for.
+  void prefetchTag(uint32_t tag) const;
   // How many entries the chain of a bucket has.
   uint32_t chainLength(int32_t bucket) const;
   // Puts an entry at the end of a chain.

@@ -68,7 +68,7 @@ TagSet::TagSet(size_t expected) {
 // Where the tag stands, or would.
 size_t TagSet::indexOf(uint32_t tag) const {
   const uint16_t kept = keptOf(tag);
-  size_t index = tag >> (32 - bits_);
+  size_t index = home(tag);
   while (kept_[index] != kFree && kept_[index] != kept) index = (index + 1) & (kept_.size() - 1);
   return index;
 }
@@ -272,6 +272,10 @@ bool LargeChains::isOverdue(const Chain& chain) const {
   constexpr size_t kStepsForEntry = 8;
   walked_ += chain.length();
   return walked_ > kStepsForEntry * size_;
+}
+
+void LargeChains::prefetchTag(uint32_t tag) const {
+  if (tags_ != nullptr) prefetch(tags_->placeNear(tag));
 }
 
 ChainPlace LargeChains::locate(const ChainKey& key) const {

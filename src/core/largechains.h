@@ -67,11 +67,13 @@ class TagSet {
   bool contains(uint32_t tag) const { return kept_[indexOf(tag)] != kFree; }
   // Unless it is full.
   void insert(uint32_t tag);
+  const void* placeNear(uint32_t tag) const { return &kept_[home(tag)]; }
 
  private:
   static constexpr uint16_t kFree = 0;
 
   static uint16_t keptOf(uint32_t tag) { return static_cast<uint16_t>(tag | 1); }
+  size_t home(uint32_t tag) const { return tag >> (32 - bits_); }
   size_t indexOf(uint32_t tag) const;
 
   unsigned bits_ = 5;
@@ -157,6 +159,7 @@ class LargeChains {
   int size() const { return static_cast<int>(size_); }
   uint32_t chainLength(int32_t bucket) const;
   ChainPlace locate(const ChainKey& key) const;
+  void prefetchTag(uint32_t tag) const;
   void append(int32_t bucket, const ChainEntry& entry);
   void remove(const ChainPlace& place, bool pinned);
   void retag(const ChainPlace& place, uint32_t tag);

@@ -184,6 +184,8 @@ TVDataFileReader::TVDataFileReader(TVObject* owner, TVHandle& context, const VPa
   onlyReads_ = true;
 }
 
+TVDataFileReader::~TVDataFileReader() = default;
+
 int TVDataFileReader::readFile(const TextFile* stream) {
   std::unique_ptr<TextFile> own;
   if (stream == nullptr) {
@@ -207,12 +209,15 @@ bool TVDataFileReader::parse(const TextFile& stream) {
   const std::string_view text = stream.text();
   if (stream.failed() || !isKeyFile(text)) return false;
   TVKeyFile file(text, sections_);
-  return file.parse([&](SectionId id, std::string_view, OptionalText value) {
+  const KeyFileResult result = file.parse([&](SectionId id, std::string_view, OptionalText value) {
     return readRecord(file, id, value);
-  }) == kKeyFileDone;
+  });
+  mergeDocument();
+  return result == kKeyFileDone;
 }
 
 RecordResult TVDataFileReader::readRecord(TVKeyFile& file, SectionId id, OptionalText value) {
+  if (id != kSectionDocument) mergeDocument();
   switch (id) {
     case kSectionProject:
       return readProjectRecord(file, value);
@@ -364,8 +369,16 @@ RecordResult TVDataFileReader::readDocumentRecord(OptionalText value) {
     value->remove_prefix(end + 1);
   }
   names.workName = *value;
-  TVObject::mergeIntoCache(std::make_unique<TVArchiveMember52>(names, owner_));
+  auto fresh = std::make_unique<TVArchiveMember52>(names, owner_);
+  owner_->children().foresee(fresh.get());
+  mergeDocument();
+  document_ = std::move(fresh);
   return kRecordTaken;
+}
+
+// The one that was read before: until now its place in the table was on its way from the memory.
+void TVDataFileReader::mergeDocument() {
+  if (document_ != nullptr) TVObject::mergeIntoCache(std::move(document_));
 }
 
 // TVDataFileWriter --------------------------------------------------------------------------------

@@ -23,6 +23,7 @@ namespace foldapi {
 
 class TVArchiveFolder;
 class TVArchiveFolder52;
+class TVArchiveMember52;
 
 enum class Side { kPrivate = 0, kPublic = 1 };
 
@@ -77,6 +78,7 @@ class TVDataFileReader : public TVDataFile {
   TVDataFileReader(TVObject* owner, TVHandle& context, const VPathString& path,
                    const VString& directory, const KeyTableEntry* sections, Side source,
                    Access access);
+  ~TVDataFileReader();
 
   // Reads `stream`, or opens the file if it is null, and closes it again. 0, or the code of what
   // ended it. Objects built before stay with the owner.
@@ -99,6 +101,7 @@ class TVDataFileReader : public TVDataFile {
   RecordResult readProjectRecord(TVKeyFile& file, OptionalText value);
   RecordResult readFolderRecord(TVKeyFile& file, OptionalText value);
   RecordResult readDocumentRecord(OptionalText value);
+  void mergeDocument();
 
   int mergeProject(const std::string& name, const RecordKeys& keys);
   void mergeFolder(const std::string& name, const RecordKeys& keys);
@@ -119,6 +122,7 @@ class TVDataFileReader : public TVDataFile {
   bool isWhole_ = false;
   // The projects and folders that this file has told of: a further record only moves them.
   std::unordered_set<const TVObject*> met_;
+  std::unique_ptr<TVArchiveMember52> document_;  // Of the last record, not yet in the table.
 };
 
 // Holds the files of an owner for an update, exclusively, from open() to its end.
