@@ -10,6 +10,7 @@
 #include "store/52data.h"
 
 #include <algorithm>
+#include <new>
 
 #include "core/handle.h"
 #include "domain/projectroot.h"
@@ -82,10 +83,25 @@ int TVDataFile::openLocked(const VPathString& path, std::unique_ptr<TextFile>* s
     if (code == kTryAgain && !waitToRetry(path, &notice, &silence)) break;
   }
   if (notice != kNoNotice) context_.sink().canRetry(context_, kNoNotice, path);
-  // Of what a power cut left behind nothing shows, and the next change doesn't make it last.
-  if (code == 0 && !(*stream)->endsInLine()) (*stream)->dropEnd(wholeSize((*stream)->text()));
-  if (code != kTryAgain) return code;
-  return failed(report_ ? kFolderFileBusy : missingCode(), path);
+  if (code == kTryAgain) return failed(report_ ? kFolderFileBusy : missingCode(), path);
+  if (code != 0) return code;
+  code = dropTornEnd(**stream);
+  if (code == 0) return 0;
+  stream->reset();
+  return failed(code, path);
+}
+
+// Of what a power cut left behind nothing shows, and the next change doesn't make it last. Only now
+// is an updater's file read for that.
+int TVDataFile::dropTornEnd(TextFile& stream) const {
+  if (stream.endsInLine()) return 0;
+  try {
+    stream.dropEnd(wholeSize(stream.text()));
+  } catch (const std::bad_alloc&) {
+    return kFolderNoMemory;
+  }
+  if (!stream.failed()) return 0;
+  return access_ == Access::kUpdate ? kFolderWriteFailed : kFolderReadFailed;
 }
 
 // Waits for another updater, with a notice that may end it. A file that reports nothing gives no

@@ -52,6 +52,7 @@ class TVDataFile {
   void report(int code, const VPathString& path) const;
   int failed(int code, const VPathString& path) const;
   int missingCode() const;
+  int dropTornEnd(TextFile& stream) const;
   bool waitToRetry(const VPathString& path, int* notice, unsigned* silence) const;
   int attempt(const VPathString& path, bool again, std::unique_ptr<TextFile>* stream) const;
   int probe(const VPathString& path, bool again, std::unique_ptr<TextFile>* stream) const;

@@ -87,6 +87,16 @@ TEST_F(OpenLocked, ReportsWhyAFileCannotBeOpened) {
     EXPECT_EQ(open(c.name, c.access, c.missing, Failures::kNotTold) != 0, c.code != 0);
     EXPECT_EQ(told(), "");
   }
+  put("torn", "[Project=P]\nCFG=");
+  {
+    int reads = 0;
+    const os_test::SystemCalls calls([&reads](const os_test::Call& call) {
+      return call.name == "pread" && ++reads == 2 ? EIO : 0;  // After that of the last byte.
+    });
+    EXPECT_EQ(open("torn", Access::kUpdate), 7);
+    EXPECT_EQ(stream, nullptr);
+    EXPECT_EQ(told(), message(7, "torn"));
+  }
   EXPECT_EQ(open("a/b/new", Access::kUpdate), 0);
   EXPECT_EQ(get("a/b/new"), "");
   EXPECT_NE(open("c/d/new", Access::kRead), 0);
