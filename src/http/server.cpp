@@ -135,7 +135,8 @@ class Server : public httplib::Server {
     Connection connection(socket);
     bool isClosed = false;
     const bool isDone = process_request(connection, true, isClosed, [](httplib::Request& request) {
-      // Pages go as a whole, and as they are.
+      // Pages go as a whole, and as they are. Ranges that make no sense never come here: the
+      // library refuses them, and browsers ask for none.
       request.ranges.clear();
       request.headers.erase("Accept-Encoding");
     });

@@ -262,7 +262,8 @@ projects, their files with locks, labels and groups, the history of each file
 drawn, each revision against the one before it, what is in each label and
 against the label before it, who holds what, and the last fortnight by day. They
 need nothing from elsewhere. With '-p' only that project. DIR must be new, empty
-or hold such pages; those of what is gone by now are removed from it.
+or hold such pages; of these what is gone by now is removed, and with '-p' what
+was of other projects.
 
     $ trevault pages /srv/www/team
 )"},
