@@ -159,7 +159,7 @@ class Verify : public FileCommand {
   // Several projects may use a directory.
   void lookForUnnamed(const std::vector<std::string>& directories) {
     for (const std::string& directory : directories) {
-      walk(directory, ".", Ignoring::kNot, [&](const std::string& below) {
+      const auto take = [&](const std::string& below) {
         const std::string archive = joined(directory, below);
         char owner[256];
         const bool isArchive =
@@ -168,7 +168,8 @@ class Verify : public FileCommand {
         output().result(
             {{"archive", archive}, {"state", "unnamed"}},
             fmt::format("{}  in no project; 'trevault import' takes it", shown(archive)));
-      });
+      };
+      tellUnreadable(session(), walk(directory, ".", Ignoring::kNot, take));
     }
   }
 
