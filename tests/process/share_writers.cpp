@@ -128,12 +128,21 @@ size_t countWrong(const char* what, const Names& names, int each) {
   return wrong.size();
 }
 
+bool isDone(const char* step, int32_t status) {
+  if (status != TRVS_DONE) std::fprintf(stderr, "%s: %d\n", step, status);
+  return status == TRVS_DONE;
+}
+
 bool prepare(const Place& place) {
   CreateProject(place.openRoot(), "P", "", "");
-  return FindProject(place.openRoot(), "P") != nullptr &&
-         TrvsCreateArchive(place.archive().c_str(), "work", nullptr, nullptr, 0, 0) == TRVS_DONE &&
-         TrvsSetAttributes(TRVS_CONTEXT, place.archive().c_str(), 0, TRVS_ATTRIBUTE_CHECK_LOCKS) ==
-             TRVS_DONE;
+  if (FindProject(place.openRoot(), "P") == nullptr) {
+    std::fprintf(stderr, "No project: %s\n", FoldapiLastMessage());
+    return false;
+  }
+  const string path = place.archive();
+  return isDone("archive", TrvsCreateArchive(path.c_str(), "work", nullptr, nullptr, 0, 0)) &&
+         isDone("attributes",
+                TrvsSetAttributes(TRVS_CONTEXT, path.c_str(), 0, TRVS_ATTRIBUTE_CHECK_LOCKS));
 }
 
 }  // namespace

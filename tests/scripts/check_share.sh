@@ -86,10 +86,16 @@ for mount in m1 m2; do
   mkdir "$dir/$mount"
   glusterfs -f "$dir/client" -l "$dir/log" "$dir/$mount" 2> /dev/null || skip 'mounting is not allowed'
 done
-# Not before all three answer: the mounts would go on without the copy that is to be left.
+# Not before all three answer each mount: it would go on without a copy, which would then come back
+# in the middle of a change.
+makes_copies() {
+  mkdir "$dir/$1/$1" || return 1
+  for copy in 1 2 3; do
+    [ -d "$dir/copy$copy/$1" ] || { rmdir "$dir/$1/$1"; return 1; }
+  done
+}
 for mount in m1 m2; do
-  await mkdir "$dir/$mount/$mount" || skip 'the file system does not answer'
+  await makes_copies "$mount" || skip 'the file system does not answer'
 done
-for copy in 1 2 3; do await test -d "$dir/copy$copy/m2" || skip 'a file server does not answer'; done
 
 "$program" "$dir/m1" "$dir/m2" "${servers##* }"
