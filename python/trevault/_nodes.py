@@ -193,7 +193,9 @@ class Children(Collection[N]):
         return self._parent._walk(self._first, self._next, self._kind)
 
     def __iter__(self) -> Iterator[N]:
-        return iter(self._all())
+        for child in self._all():
+            child._check()  # The loop may have closed what they were found in.
+            yield child
 
     def __len__(self) -> int:
         return len(self._all())

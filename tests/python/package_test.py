@@ -34,7 +34,11 @@ class Lives(TeamTest):
         files = self.project.archives
         above["files"] = lambda: len(files)
         before, tip = here.revisions, here.tip
+        walk = iter(files)
+        next(walk)
         self.project.refresh()
+        with self.assertRaises(trevault.ClosedError):
+            next(walk)
         self.assert_closed(questions)
         self.assertEqual(tip, self.project.archives["pump.c"].tip)
         self.db.close()
