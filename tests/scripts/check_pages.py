@@ -88,6 +88,12 @@ class Person:
         return subprocess.run([self.trevault, *words], stdout=subprocess.PIPE, check=check,
                               cwd=place or self.home / "station", env=self.environment).stdout
 
+    def write_pages(self, out, *words, place=None):
+        """Something in each database can't be read: the pages are there, and the command fails."""
+        run = subprocess.run([self.trevault, "pages", "-q", *words, out], cwd=place or self.home / "station",
+                             env=self.environment)
+        expect(run.returncode == 1, "pages ended with %d" % run.returncode)
+
     def ask(self, *words):
         return json.loads(self.run("-p", "Pump Station", *words, "--json"))["items"]
 
@@ -132,7 +138,7 @@ def marks_of(revision, locks):
 def check_answers(person, pages):
     """Every row of the pages, made of what the commands say."""
     person.run("lock", "-q", "-m", "dry run", "src/valve.c")
-    person.run("pages", "-q", str(person.home / "answers"))
+    person.write_pages(person.home / "answers")
     pages = read_pages(person.home / "answers")
     locks, labels, labelled = person.ask("locks"), person.ask("labels"), {}
     groups = [each["group"] for each in person.ask("groups")]
@@ -181,7 +187,7 @@ def check_answers(person, pages):
 def check_again(person, base):
     """Pages of what is gone go, and nothing else, whatever the list of pages says."""
     out, other, strange = base / "again", base / "other.html", "pump_station_kept.html"
-    person.run("pages", "-q", str(out))
+    person.write_pages(out)
     kept = out / next(each.relative_to(out) for each in out.rglob("labels/*.html")).parent / "mine.html"
     for path in (kept, out / strange):
         path.write_text("mine")
@@ -189,7 +195,7 @@ def check_again(person, base):
     with (out / ".trevault-pages").open("a") as list_of_pages:
         list_of_pages.write("../other.html\n%s\n%s\n" % (other, strange))
     (out / "index.html").chmod(0o444)
-    person.run("pages", "-q", "-p", "Unread", str(out))
+    person.write_pages(out, "-p", "Unread")
     left = {path.relative_to(out).as_posix() for path in out.rglob("*") if path.is_file()}
     left = {each for each in left if not each.startswith("unread")}
     expect(left == {"index.html", "style.css", "script.js", ".trevault-pages", strange,
@@ -201,7 +207,7 @@ def check_sample(trevault, make_sample, base):
     subprocess.run([sys.executable, make_sample, base / "db"], stdout=subprocess.DEVNULL, check=True)
     person = Person(trevault, base, KSTR_INI=str(base / "db/KSTR.INI"))
     person.home.mkdir(parents=True)
-    person.run("pages", "-q", str(base / "out"), place=base)
+    person.write_pages(base / "out", place=base)
     pages = read_pages(base / "out")
     for project in json.loads((base / "db/expected.json").read_text())["projects"]:
         archives = project["archives"] + [each for folder in project["folders"] for each in folder["archives"]]
@@ -472,7 +478,7 @@ def main(trevault, make_sample=None):
         work = base / "hostile"
         work.mkdir()
         add_hostile(person, work)
-        person.run("pages", str(base / "out"))
+        person.write_pages(base / "out")
         pages = read_pages(base / "out")
         check_answers(person, pages)
         check_hostile(pages)

@@ -263,7 +263,8 @@ drawn, each revision against the one before it, what is in each label and
 against the label before it, who holds what, and the last fortnight by day. They
 need nothing from elsewhere. With '-p' only that project. DIR must be new, empty
 or hold such pages; of these what is gone by now is removed, and with '-p' what
-was of other projects.
+was of other projects. What can't be read is told there, and makes the command
+fail at its end.
 
     $ trevault pages /srv/www/team
 )"},

@@ -43,6 +43,7 @@ class PagesCommand : public Command {
     output.result({{"directory", top}, {"action", "written"}, {"pages", count_}},
                   fmt::format("wrote {} to {}", counted(count_, "page"), shown(directory_)));
     output.hint(fmt::format("begin with {}", shown(joined(directory_, "index.html"))));
+    for (const pages::Project& each : source.projects()) tellProblems(output, each);
   }
 
  private:
@@ -96,6 +97,16 @@ class PagesCommand : public Command {
     std::string text;
     return os::readFile(path.c_str(), kLargest, &text) == os::FileResult::kDone &&
            pages::isOurs(text);
+  }
+
+  // Who has the pages written each night doesn't look at them all.
+  static void tellProblems(Output& output, const pages::Project& project) {
+    if (!project.problem.empty()) return output.problem({project.name, project.problem});
+    const size_t broken = pages::brokenIn(project);
+    if (broken == 0) return;
+    output.problem({project.name,
+                    fmt::format("{} can't be read, as the pages say", counted(broken, "archive")),
+                    "'trevault verify' tells more"});
   }
 
   // Soon on the disk: they can be written again.
